@@ -1,0 +1,253 @@
+#include "core/collation.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+namespace qmtrain::collation {
+namespace {
+
+// How a unit contributes to a key. The order is that of the packed table.
+enum class Class : std::uint8_t { Plain, Accented, Modifier, Hidden, Kana, None };
+
+struct Weight {
+    Class kind = Class::None;
+    std::uint8_t length = 0;              // bytes of `bytes` in use
+    std::array<std::uint8_t, 4> bytes{};  // base weight
+    std::uint16_t extra = 0;              // accents, amount to add, or code of a hidden character; 0 = none
+    std::uint8_t flag = 0;                // kana only: 2 or 3
+};
+
+// Weights after the index code tables of the Jackcess project (Apache License 2.0).
+constexpr std::uint8_t kPacked[] = {
+#include "core/collation_table.inc"
+};
+
+using WeightTable = std::array<Weight, 0x10000>;
+
+// Reads the packed table; tools/collation/make_table.py describes its runs.
+class Unpacker {
+public:
+    bool AtEnd() const { return at_ == std::size(kPacked); }
+    std::uint8_t Byte() { return kPacked[at_++]; }
+
+    std::uint32_t Unsigned() {
+        std::uint32_t value = 0;
+        for (int shift = 0;; shift += 7) {
+            const std::uint8_t byte = Byte();
+            value |= static_cast<std::uint32_t>(byte & 0x7F) << shift;
+            if (byte < 0x80) return value;
+        }
+    }
+
+    std::int64_t Signed() {
+        const std::uint32_t value = Unsigned();
+        return (value & 1) != 0 ? -static_cast<std::int64_t>((value + 1ULL) >> 1)
+                                : static_cast<std::int64_t>(value >> 1);
+    }
+
+private:
+    std::size_t at_ = 0;
+};
+
+void SetBytes(Weight& weight, int length, std::uint32_t ordinal) {
+    weight.length = static_cast<std::uint8_t>(length);
+    if (length == 2) ordinal = (ordinal / 254) << 8 | (ordinal % 254 + 2);
+    for (int i = 0; i < length; ++i) weight.bytes[i] = static_cast<std::uint8_t>(ordinal >> (8 * (length - 1 - i)));
+}
+
+// Surrogates have computed weights with the accent 3F.
+void SetSurrogates(WeightTable& table) {
+    for (std::uint32_t unit = 0xD800; unit < 0xE000; ++unit) {
+        std::uint32_t weight = unit - 10238;
+        if (unit >= 0xDC00) {
+            const std::uint32_t offset = unit - 0xDC00;
+            weight = unit - (offset < 8     ? 9992
+                             : offset < 262 ? 9990
+                             : offset < 516 ? 9988
+                             : offset < 770 ? 9986
+                                            : 9984);
+        }
+        table[unit] = {
+            Class::Accented, 2, {static_cast<std::uint8_t>(weight >> 8), static_cast<std::uint8_t>(weight)}, 0x3F, 0};
+    }
+}
+
+std::unique_ptr<WeightTable> Unpack() {
+    auto table = std::make_unique<WeightTable>();
+    Unpacker in;
+    std::uint32_t code = 0;
+    std::int64_t ordinal = 0;
+    while (!in.AtEnd()) {
+        code += in.Unsigned();
+        const std::uint32_t count = in.Unsigned();
+        const std::uint8_t shape = in.Byte();
+        const auto kind = static_cast<Class>(shape >> 5);
+        const int length = shape >> 2 & 7;
+        const bool has_extra = (shape & 2) != 0;
+        const std::uint8_t flag = kind == Class::Kana ? in.Byte() : 0;
+        if (length > 0) ordinal += in.Signed();
+        int extra = has_extra ? static_cast<int>(in.Unsigned()) : 0;
+        const std::int64_t step = (shape & 1) != 0 ? in.Signed() : 0;
+        const int extra_step = (shape & 1) != 0 && has_extra ? static_cast<int>(in.Signed()) : 0;
+        for (std::uint32_t i = 0; i < count; ++i, ++code) {
+            if (i > 0) {
+                ordinal += step;
+                extra += extra_step;
+            }
+            Weight& weight = (*table)[code];
+            weight.kind = kind;
+            weight.extra = static_cast<std::uint16_t>(extra);
+            weight.flag = flag;
+            SetBytes(weight, length, static_cast<std::uint32_t>(ordinal));
+        }
+    }
+    SetSurrogates(*table);
+    return table;
+}
+
+const WeightTable& Weights() {
+    static const std::unique_ptr<const WeightTable> table = Unpack();
+    return *table;
+}
+
+std::u16string_view WithoutTrailingBlanks(std::u16string_view text) {
+    while (!text.empty() && text.back() == u' ') text.remove_suffix(1);
+    return text;
+}
+
+// Collects the four levels of a key while the text is read once.
+class KeyBuilder {
+public:
+    explicit KeyBuilder(std::vector<std::uint8_t>& key) : key_(key) {}
+
+    void Add(const Weight& weight) {
+        switch (weight.kind) {
+            case Class::None: return;
+            case Class::Modifier: AddModifier(static_cast<std::uint8_t>(weight.extra)); return;
+            case Class::Hidden: AddHidden(static_cast<std::uint8_t>(weight.extra)); return;
+            case Class::Plain:
+            case Class::Accented:
+            case Class::Kana: break;
+        }
+        key_.insert(key_.end(), weight.bytes.begin(), weight.bytes.begin() + weight.length);
+        if (weight.extra != 0) {
+            FillExtra(characters_);
+            if (weight.extra > 0xFF) extra_.push_back(static_cast<std::uint8_t>(weight.extra >> 8));
+            extra_.push_back(static_cast<std::uint8_t>(weight.extra));
+            filled_ = characters_ + 1;
+        }
+        if (weight.kind == Class::Kana) flags_.push_back(weight.flag);
+        ++characters_;
+    }
+
+    void Finish() {
+        key_.push_back(1);
+        while (!extra_.empty() && extra_.back() <= 2) extra_.pop_back();
+        key_.insert(key_.end(), extra_.begin(), extra_.end());
+        if (!flags_.empty() || !hidden_.empty()) {
+            key_.insert(key_.end(), {1, 1});
+            if (!flags_.empty()) AppendFlags();
+            if (!hidden_.empty()) {
+                key_.push_back(1);
+                key_.insert(key_.end(), hidden_.begin(), hidden_.end());
+            }
+        }
+        key_.push_back(0);
+    }
+
+private:
+    void FillExtra(std::size_t position) {
+        if (position > filled_) extra_.insert(extra_.end(), position - filled_, 2);
+    }
+
+    void AddModifier(std::uint8_t amount) {
+        FillExtra(characters_);
+        filled_ = std::max(filled_, characters_);
+        if (!extra_.empty()) {
+            extra_.back() = static_cast<std::uint8_t>(extra_.back() + amount);
+        } else {
+            extra_.push_back(amount);
+            leading_modifier_ = 1;
+        }
+    }
+
+    void AddHidden(std::uint8_t code) {
+        const std::size_t position = extra_.size() + (characters_ - filled_) - leading_modifier_;
+        const std::size_t place = 0x8000 | (7 + 4 * position);
+        hidden_.insert(hidden_.end(),
+                       {static_cast<std::uint8_t>(place >> 8), static_cast<std::uint8_t>(place), 6, code});
+    }
+
+    void AppendFlags() {
+        while (!flags_.empty() && flags_.back() == 3) flags_.pop_back();
+        for (std::size_t i = 0; i < flags_.size(); i += 3) {
+            unsigned packed = 0x80;
+            for (std::size_t j = 0; j < 3 && i + j < flags_.size(); ++j) packed |= flags_[i + j] << (4 - 2 * j);
+            key_.push_back(static_cast<std::uint8_t>(packed));
+        }
+        key_.insert(key_.end(), {0xFF, 2, 0x80, 0xFF, 0x80});
+        if (!hidden_.empty()) key_.push_back(0xFF);
+    }
+
+    std::vector<std::uint8_t>& key_;
+    std::vector<std::uint8_t> extra_;
+    std::vector<std::uint8_t> hidden_;
+    std::vector<std::uint8_t> flags_;
+    std::size_t characters_ = 0;  // that have a base weight so far
+    std::size_t filled_ = 0;      // of them, those that extra_ reaches
+    std::size_t leading_modifier_ = 0;
+};
+
+void AppendWholeKey(std::u16string_view text, std::vector<std::uint8_t>& key) {
+    const WeightTable& weights = Weights();
+    KeyBuilder builder(key);
+    for (const char16_t unit : text) builder.Add(weights[unit]);
+    builder.Finish();
+}
+
+// Letters and digits alone decide in their base weights, which are one byte each and ordered like the folded letters.
+bool IsAsciiAlphanumeric(char16_t unit) {
+    return (unit >= u'0' && unit <= u'9') || (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+}
+
+char16_t FoldAscii(char16_t unit) {
+    return unit >= u'a' ? static_cast<char16_t>(unit - 32) : unit;
+}
+
+bool AllAsciiAlphanumeric(std::u16string_view text) {
+    return std::all_of(text.begin(), text.end(), IsAsciiAlphanumeric);
+}
+
+}  // namespace
+
+void AppendKey(std::u16string_view text, std::vector<std::uint8_t>& key) {
+    AppendWholeKey(WithoutTrailingBlanks(text.substr(0, kKeyUnits)), key);
+}
+
+int Compare(std::u16string_view a, std::u16string_view b) {
+    a = WithoutTrailingBlanks(a);
+    b = WithoutTrailingBlanks(b);
+    if (a == b) return 0;
+    if (AllAsciiAlphanumeric(a) && AllAsciiAlphanumeric(b)) {
+        const auto order = std::lexicographical_compare_three_way(
+            a.begin(), a.end(), b.begin(), b.end(),
+            [](char16_t x, char16_t y) { return FoldAscii(x) <=> FoldAscii(y); });
+        return order < 0 ? -1 : order > 0 ? 1 : 0;
+    }
+    std::vector<std::uint8_t> key_a;
+    std::vector<std::uint8_t> key_b;
+    AppendWholeKey(a, key_a);
+    AppendWholeKey(b, key_b);
+    return key_a < key_b ? -1 : key_b < key_a ? 1 : 0;
+}
+
+std::size_t Hash(std::u16string_view text) {
+    std::vector<std::uint8_t> key;
+    AppendWholeKey(WithoutTrailingBlanks(text), key);
+    std::size_t hash = 14695981039346656037ULL;  // FNV-1a
+    for (const std::uint8_t byte : key) hash = (hash ^ byte) * 1099511628211ULL;
+    return hash;
+}
+
+}  // namespace qmtrain::collation

@@ -1,0 +1,26 @@
+// The "General" text order of Jet 4 databases (General Legacy, language 0x0409).
+//
+// Index keys and every comparison of texts in queries come from here, so that an index and a sort agree. Letters
+// compare without regard to case and width, accents decide after all base letters, hyphen and apostrophe last.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace qmtrain::collation {
+
+// Units of a text that take part in an index key; what follows them does not count.
+inline constexpr std::size_t kKeyUnits = 255;
+
+// Appends the key of `text` without a leading flag byte; the end marker is included. Two keys compare as byte strings.
+void AppendKey(std::u16string_view text, std::vector<std::uint8_t>& key);
+
+// Negative, zero or positive. Trailing blanks do not count. Not limited to kKeyUnits.
+int Compare(std::u16string_view a, std::u16string_view b);
+
+// A hash that is equal for texts that compare equal.
+std::size_t Hash(std::u16string_view text);
+
+}  // namespace qmtrain::collation

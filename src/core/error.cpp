@@ -1,0 +1,122 @@
+#include "core/error.h"
+
+#include <utility>
+
+#include "core/text.h"
+
+namespace qmtrain {
+namespace {
+
+struct Description {
+    ErrorNumber number;
+    std::u16string_view text;  // %1, %2 … stand for the details
+};
+
+constexpr Description kDescriptions[] = {
+    {ErrorNumber::InvalidProcedureCall, u"无效的过程调用或参数。%1"},
+    {ErrorNumber::Overflow, u"溢出。"},
+    {ErrorNumber::SubscriptOutOfRange, u"下标越界。"},
+    {ErrorNumber::DivisionByZero, u"除数为零。"},
+    {ErrorNumber::TypeMismatch, u"类型不匹配。"},
+    {ErrorNumber::InvalidUseOfNull, u"无效使用 Null。"},
+    {ErrorNumber::KeyAlreadyInCollection, u"此键已经与该集合的一个元素相关联。"},
+    {ErrorNumber::DatabaseTooLarge, u"数据库文件“%1”已达到格式允许的最大长度，不能再写入。"},
+    {ErrorNumber::TransactionNotStarted, u"没有已开始的事务可以提交或回滚。"},
+    {ErrorNumber::TableExists, u"表“%1”已经存在。"},
+    {ErrorNumber::ObjectNotFound, u"找不到对象“%1”。"},
+    {ErrorNumber::TooManyIndexes, u"表“%1”的索引太多。"},
+    {ErrorNumber::FieldTooLarge, u"字段“%1”太小，容不下要写入的数据。"},
+    {ErrorNumber::NoUniqueIndexForReference, u"被引用的表“%1”没有与该关系的字段相对应的唯一索引。"},
+    {ErrorNumber::NoCurrentIndex, u"没有当前索引。"},
+    {ErrorNumber::UpdateWithoutEdit, u"没有先调用 AddNew 或 Edit 就更新或取消更新。"},
+    {ErrorNumber::NoCurrentRecord, u"没有当前记录。"},
+    {ErrorNumber::DuplicateKey, u"未能写入：索引“%1”、主键或关系中会出现重复的值。"},
+    {ErrorNumber::FileNotFound, u"找不到文件“%1”。"},
+    {ErrorNumber::DiskFull, u"磁盘空间不足，文件“%1”没有写入。"},
+    {ErrorNumber::ReadOnly, u"不能更新：数据库或对象“%1”是只读的。%2"},
+    {ErrorNumber::PasswordInvalid, u"数据库“%1”设有密码，不能打开。"},
+    {ErrorNumber::SystemResourceExceeded, u"超出系统资源。"},
+    {ErrorNumber::DiskError, u"读写文件“%1”时发生磁盘错误：%2"},
+    {ErrorNumber::InvalidPath, u"路径“%1”无效。"},
+    {ErrorNumber::FileDamaged, u"数据库“%1”已损坏：%2"},
+    {ErrorNumber::CannotLockFile, u"不能锁定文件“%1”：它正被其他程序使用。"},
+    {ErrorNumber::CannotOpenFile, u"不能打开文件“%1”：没有权限，或它正被其他程序独占。"},
+    {ErrorNumber::IndexKeyNull, u"索引或主键“%1”的字段不能为 Null。"},
+    {ErrorNumber::MissingParameter, u"参数不足：“%1”没有给出值。"},
+    {ErrorNumber::SyntaxInExpression, u"查询表达式“%1”中有语法错误。"},
+    {ErrorNumber::NoSuchTable, u"找不到表或查询“%1”。"},
+    {ErrorNumber::FieldNameAmbiguous, u"字段“%1”可能来自多个表，请写明表名。"},
+    {ErrorNumber::AggregateMissing, u"查询中的表达式“%1”既未分组也不在合计函数中。"},
+    {ErrorNumber::RecordDeleted, u"记录已被删除。"},
+    {ErrorNumber::LockedByOther, u"数据库“%1”正被其他用户锁定，不能更新。"},
+    {ErrorNumber::ObjectInUse, u"表“%1”正在使用，不能锁定。"},
+    {ErrorNumber::RelatedRecordsExist, u"不能删除或更改记录：表“%1”中有相关的记录。"},
+    {ErrorNumber::RelatedRecordRequired, u"不能添加或更改记录：表“%1”中需要有相关的记录。"},
+    {ErrorNumber::FieldNotFound, u"在集合中找不到“%1”。"},
+    {ErrorNumber::OperationNotSupported, u"不支持此操作：%1"},
+    {ErrorNumber::DatabaseExists, u"数据库“%1”已经存在。"},
+    {ErrorNumber::FieldInIndex, u"不能删除字段“%1”：它是索引的一部分。"},
+    {ErrorNumber::UsedInRelationship, u"不能删除索引或表“%1”：它用于一个关系。"},
+    {ErrorNumber::PrimaryKeyExists, u"表“%1”已经有主键。"},
+    {ErrorNumber::IndexExists, u"表“%1”已经有名为“%2”的索引。"},
+    {ErrorNumber::InvalidName, u"“%1”不是有效的名称。"},
+    {ErrorNumber::RelationshipMismatch, u"关系“%1”两边的字段不相配。"},
+    {ErrorNumber::RelationshipExists, u"对象“%1”已经存在。"},
+    {ErrorNumber::FieldRequired, u"字段“%1”不能为 Null：它必须有值。"},
+    {ErrorNumber::ZeroLengthNotAllowed, u"字段“%1”不能是零长度字符串。"},
+    {ErrorNumber::UnknownFormat, u"“%1”不是可识别的数据库：%2"},
+    {ErrorNumber::TooManyFields, u"表“%1”的字段太多。"},
+    {ErrorNumber::FieldExists, u"字段“%1”重复。"},
+    {ErrorNumber::RecordTooLarge, u"表“%1”的记录太长。"},
+    {ErrorNumber::ObjectInvalid, u"对象无效或已经关闭。"},
+    {ErrorNumber::DataTypeConversion, u"数据类型转换错误：字段“%1”。"},
+    {ErrorNumber::CriteriaTypeMismatch, u"条件表达式中的数据类型不匹配：%1"},
+    {ErrorNumber::TextOrderUnsupported, u"表“%1”的索引“%2”使用的文本排序不受支持，不能写入：%3"},
+    {ErrorNumber::SyntaxInFromClause, u"FROM 子句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInInsert, u"INSERT INTO 语句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInJoin, u"JOIN 操作中有语法错误：%1"},
+    {ErrorNumber::SyntaxInOrderBy, u"ORDER BY 子句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInSelect, u"SELECT 语句有语法错误：%1"},
+    {ErrorNumber::SyntaxInUpdate, u"UPDATE 语句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInStatement, u"无效的 SQL 语句：%1"},
+    {ErrorNumber::SyntaxInCreateTable, u"CREATE TABLE 语句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInCreateIndex, u"CREATE INDEX 语句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInColumnDefinition, u"字段定义中有语法错误：%1"},
+    {ErrorNumber::SyntaxInAlterTable, u"ALTER TABLE 语句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInDrop, u"DROP 语句中有语法错误：%1"},
+    {ErrorNumber::SyntaxInUnion, u"UNION 查询中有语法错误：%1"},
+    {ErrorNumber::ColumnCountMismatch, u"UNION 查询中各部分的列数不同。"},
+    {ErrorNumber::InsertCountMismatch, u"值的个数与目标字段的个数不同。"},
+    {ErrorNumber::UndefinedFunction, u"表达式中有未定义的函数“%1”。"},
+    {ErrorNumber::ArgumentCount, u"函数“%1”的参数个数不对。"},
+    {ErrorNumber::SubqueryManyRows, u"此子查询最多只能返回一条记录。"},
+};
+
+std::u16string Describe(ErrorNumber number, std::initializer_list<std::u16string_view> details) {
+    std::u16string_view pattern = u"未知错误。";
+    for (const Description& entry : kDescriptions) {
+        if (entry.number == number) pattern = entry.text;
+    }
+    std::u16string out;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const bool placeholder = pattern[i] == u'%' && i + 1 < pattern.size();
+        if (!placeholder) {
+            out.push_back(pattern[i]);
+            continue;
+        }
+        const std::size_t detail = pattern[++i] - u'1';
+        if (detail < details.size()) out.append(details.begin()[detail]);
+    }
+    return out;
+}
+
+}  // namespace
+
+AutomationError::AutomationError(std::int32_t number, std::u16string source, std::u16string description)
+    : number_(number), source_(std::move(source)), description_(std::move(description)), utf8_(ToUtf8(description_)) {}
+
+void Raise(ErrorNumber number, std::initializer_list<std::u16string_view> details) {
+    throw AutomationError(static_cast<std::int32_t>(number), u"QmTrainInfo", Describe(number, details));
+}
+
+}  // namespace qmtrain

@@ -1,0 +1,66 @@
+// Files of the operating system behind an interface, so that a test can count calls and make them fail.
+//
+// Paths arrive as the caller wrote them; only this file turns them into the operating system's form.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace qmtrain {
+
+// The path in the system's form. Outside Windows "\" separates like "/", and where a name does not exist as written, a
+// name that differs in letter case only is taken: the folders come from Windows machines.
+std::filesystem::path ToNativePath(std::u16string_view path);
+
+// The path as the user wrote it, for messages.
+std::u16string FromNativePath(const std::filesystem::path& path);
+
+enum class OpenMode : std::uint8_t { ReadOnly, ReadWrite, Create, CreateNew };
+
+// Every operation raises DiskFull or DiskError when the system refuses it, naming the file.
+class File {
+public:
+    enum class Lock : std::uint8_t { Shared, Exclusive };
+
+    virtual ~File() = default;
+
+    // Fills `out`; returns the number of bytes read, fewer only at the end of the file.
+    virtual std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
+    virtual void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) = 0;
+    virtual std::uint64_t Size() = 0;
+    virtual void Resize(std::uint64_t size) = 0;
+
+    // Returns when what was written has reached the disk.
+    virtual void Sync() = 0;
+
+    // Locks a range for this open file, replacing a lock of the other kind that it holds there; false when another open
+    // file, of this process or another, stands in the way. A lock ends with the file or its process.
+    virtual bool TryLock(std::uint64_t offset, std::uint64_t length, Lock kind) = 0;
+    virtual void Unlock(std::uint64_t offset, std::uint64_t length) = 0;
+
+    // Whether the open file is still the one that stands at `path`.
+    virtual bool IsAt(const std::filesystem::path& path) = 0;
+};
+
+class FileSystem {
+public:
+    virtual ~FileSystem() = default;
+
+    // The operating system's.
+    static FileSystem& Native();
+
+    // Raises FileNotFound, InvalidPath (no such folder) or CannotOpenFile (no permission).
+    virtual std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) = 0;
+    virtual bool Exists(const std::filesystem::path& path) = 0;
+    virtual void Remove(const std::filesystem::path& path) = 0;
+    virtual void Rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+
+    // Makes creations and removals in the folder durable.
+    virtual void SyncFolder(const std::filesystem::path& folder) = 0;
+};
+
+}  // namespace qmtrain

@@ -1,0 +1,212 @@
+#include "core/text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <clocale>
+#include <cwctype>
+#include <memory>
+
+#include <iconv.h>
+#include <locale.h>
+
+#include "core/error.h"
+
+namespace qmtrain {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool IsHighSurrogate(char16_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+bool IsLowSurrogate(char16_t unit) {
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
+void AppendUtf16(char32_t code, std::u16string& out) {
+    if (code < 0x10000) {
+        out.push_back(static_cast<char16_t>(code));
+        return;
+    }
+    out.push_back(static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10)));
+    out.push_back(static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FF)));
+}
+
+// The code point at `at` and its length in bytes; length 0 when the bytes are ill-formed. A surrogate in three bytes
+// is let through, see ToUtf8.
+std::pair<char32_t, std::size_t> DecodeUtf8(std::string_view text, std::size_t at) {
+    const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(text[at + i]); };
+    const std::uint8_t lead = byte(0);
+    if (lead < 0x80) return {lead, 1};
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || at + length > text.size()) return {kReplacement, 0};
+    char32_t code = lead & (0x7F >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return {kReplacement, 0};
+        code = code << 6 | (byte(i) & 0x3F);
+    }
+    constexpr std::array<char32_t, 5> kLeast = {0, 0, 0x80, 0x800, 0x10000};
+    if (code < kLeast[length] || code > 0x10FFFF) return {kReplacement, 0};
+    return {code, length};
+}
+
+struct CaseTable {
+    std::array<char16_t, 0x10000> upper;
+    std::array<char16_t, 0x10000> lower;
+
+    CaseTable() {
+        locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        for (std::uint32_t unit = 0; unit < 0x10000; ++unit) {
+            upper[unit] = Fold(unit, unicode != nullptr ? towupper_l(unit, unicode) : towupper(unit));
+            lower[unit] = Fold(unit, unicode != nullptr ? towlower_l(unit, unicode) : towlower(unit));
+        }
+        if (unicode != nullptr) freelocale(unicode);
+    }
+
+    static char16_t Fold(std::uint32_t unit, wint_t folded) {
+        const bool surrogate = unit >= 0xD800 && unit < 0xE000;
+        return static_cast<char16_t>(surrogate || folded > 0xFFFF ? unit : folded);
+    }
+};
+
+const CaseTable& Cases() {
+    static const auto table = std::make_unique<const CaseTable>();
+    return *table;
+}
+
+struct IconvCloser {
+    void operator()(void* handle) const { iconv_close(handle); }
+};
+using IconvHandle = std::unique_ptr<void, IconvCloser>;
+
+std::string CodePageName(int code_page) {
+    return code_page == 65001 ? "UTF-8" : "CP" + std::to_string(code_page);
+}
+
+IconvHandle OpenConverter(const std::string& to, const std::string& from, int code_page) {
+    iconv_t handle = iconv_open(to.c_str(), from.c_str());
+    if (handle == reinterpret_cast<iconv_t>(-1))
+        Raise(ErrorNumber::OperationNotSupported, {u"代码页 " + ToText(code_page)});
+    return IconvHandle(handle);
+}
+
+}  // namespace
+
+void AppendUtf8(std::u16string_view text, std::string& out) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t code = text[i];
+        if (code < 0x80) {
+            out.push_back(static_cast<char>(code));
+            continue;
+        }
+        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+            code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
+        }
+        const auto tail = [&](int shift) { out.push_back(static_cast<char>(0x80 | (code >> shift & 0x3F))); };
+        if (code < 0x800) {
+            out.push_back(static_cast<char>(0xC0 | code >> 6));
+        } else if (code < 0x10000) {
+            out.push_back(static_cast<char>(0xE0 | code >> 12));
+            tail(6);
+        } else {
+            out.push_back(static_cast<char>(0xF0 | code >> 18));
+            tail(12);
+            tail(6);
+        }
+        tail(0);
+    }
+}
+
+std::string ToUtf8(std::u16string_view text) {
+    std::string out;
+    out.reserve(text.size() * 2);
+    AppendUtf8(text, out);
+    return out;
+}
+
+std::u16string FromUtf8(std::string_view text) {
+    std::u16string out;
+    out.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const auto [code, length] = DecodeUtf8(text, at);
+        AppendUtf16(code, out);
+        at += std::max<std::size_t>(length, 1);
+    }
+    return out;
+}
+
+std::u16string FromCodePage(std::string_view bytes, int code_page) {
+    std::u16string out;
+    if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<std::uint8_t>(c) < 0x80; })) {
+        out.assign(bytes.begin(), bytes.end());  // every Windows code page begins with ASCII
+        return out;
+    }
+    const IconvHandle converter = OpenConverter("UTF-16LE", CodePageName(code_page), code_page);
+    std::string buffer(bytes);
+    char* in = buffer.data();
+    std::size_t in_left = buffer.size();
+    out.resize(bytes.size());  // no code page needs more than one unit per byte
+    char* to = reinterpret_cast<char*>(out.data());
+    std::size_t to_left = out.size() * 2;
+    while (in_left > 0) {
+        if (iconv(converter.get(), &in, &in_left, &to, &to_left) != static_cast<std::size_t>(-1)) break;
+        if (in_left == 0 || to_left < 2) break;
+        *reinterpret_cast<char16_t*>(to) = static_cast<char16_t>(kReplacement);
+        to += 2;
+        to_left -= 2;
+        ++in;
+        --in_left;
+    }
+    out.resize(out.size() - to_left / 2);
+    return out;
+}
+
+std::optional<std::string> ToCodePage(std::u16string_view text, int code_page) {
+    const IconvHandle converter = OpenConverter(CodePageName(code_page), "UTF-16LE", code_page);
+    std::u16string buffer(text);
+    char* in = reinterpret_cast<char*>(buffer.data());
+    std::size_t in_left = buffer.size() * 2;
+    std::string out(text.size() * 4, '\0');
+    char* to = out.data();
+    std::size_t to_left = out.size();
+    if (iconv(converter.get(), &in, &in_left, &to, &to_left) == static_cast<std::size_t>(-1)) return std::nullopt;
+    out.resize(out.size() - to_left);
+    return out;
+}
+
+char16_t ToUpper(char16_t unit) {
+    return Cases().upper[unit];
+}
+char16_t ToLower(char16_t unit) {
+    return Cases().lower[unit];
+}
+
+std::u16string ToUpper(std::u16string_view text) {
+    std::u16string out(text);
+    std::transform(out.begin(), out.end(), out.begin(), [](char16_t unit) { return ToUpper(unit); });
+    return out;
+}
+
+std::u16string ToLower(std::u16string_view text) {
+    std::u16string out(text);
+    std::transform(out.begin(), out.end(), out.begin(), [](char16_t unit) { return ToLower(unit); });
+    return out;
+}
+
+bool EqualNames(std::u16string_view a, std::u16string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char16_t x, char16_t y) { return x == y || ToUpper(x) == ToUpper(y); });
+}
+
+std::u16string FoldName(std::u16string_view name) {
+    return ToUpper(name);
+}
+
+std::u16string ToText(std::int64_t number) {
+    std::array<char, 24> digits{};
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    return {digits.data(), result.ptr};
+}
+
+}  // namespace qmtrain

@@ -1,0 +1,41 @@
+// Text: UTF-16 inside, UTF-8 at terminals and in files of ours, code pages in old databases.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qmtrain {
+
+// Lone surrogates pass through as three-byte sequences, so that any text survives the round trip.
+std::string ToUtf8(std::u16string_view text);
+void AppendUtf8(std::u16string_view text, std::string& out);
+
+// Ill-formed input becomes U+FFFD, one for each byte that cannot be read.
+std::u16string FromUtf8(std::string_view text);
+
+// Text of a Windows code page (936, 1252 …) through the system's converter; bytes that mean nothing become U+FFFD.
+// Raises OperationNotSupported when the system does not know the code page.
+std::u16string FromCodePage(std::string_view bytes, int code_page);
+
+// The way back; nothing when a character has no byte there.
+std::optional<std::string> ToCodePage(std::u16string_view text, int code_page);
+
+// Upper and lower case of one UTF-16 unit as the platform folds it: Latin, Greek, Cyrillic, full-width forms.
+// Surrogates are returned unchanged.
+char16_t ToUpper(char16_t unit);
+char16_t ToLower(char16_t unit);
+std::u16string ToUpper(std::u16string_view text);
+std::u16string ToLower(std::u16string_view text);
+
+// Names (tables, columns, indexes) are the same when they differ in case only.
+bool EqualNames(std::u16string_view a, std::u16string_view b);
+
+// A name folded so that two names are the same exactly when their folded forms are equal.
+std::u16string FoldName(std::u16string_view name);
+
+// Decimal text of an integer.
+std::u16string ToText(std::int64_t number);
+
+}  // namespace qmtrain
