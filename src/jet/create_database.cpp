@@ -1,0 +1,287 @@
+// A new, empty Jet 4 database: header, page map, and the four system tables with their first rows.
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <utility>
+
+#include "jet/data_page.h"
+#include "jet/database.h"
+#include "jet/system_tables.h"
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr std::uint8_t kUniqueIndex = RealIndex::kJet4 | RealIndex::kUnique;
+constexpr std::uint8_t kRequiredIndex = RealIndex::kJet4 | RealIndex::kRequired;
+constexpr std::uint8_t kSparseIndex = RealIndex::kJet4 | RealIndex::kIgnoreNulls;
+constexpr PageNumber kMapsPage = 6;
+constexpr PageNumber kFirstRoot = 7;
+constexpr PageNumber kFirstFreePage = 14;
+
+struct SystemColumn {
+    std::u16string_view name;
+    ColumnType type;
+    bool masked = false;
+};
+
+struct SystemIndex {
+    std::u16string_view name;
+    std::vector<std::uint16_t> columns;
+    std::uint8_t flags;
+    IndexRole role = IndexRole::Ordinary;
+};
+
+struct SystemTableSpec {
+    PageNumber page;
+    std::vector<SystemColumn> columns;
+    std::vector<SystemIndex> indexes;
+};
+
+std::vector<SystemTableSpec> SystemTables() {
+    using enum ColumnType;
+    return {
+        {kObjectsPage,
+         {{u"Id", Long},
+          {u"ParentId", Long},
+          {u"Name", Text},
+          {u"Type", Integer},
+          {u"DateCreate", Date},
+          {u"DateUpdate", Date},
+          {u"Owner", Binary, true},
+          {u"Flags", Long},
+          {u"Database", Memo},
+          {u"Connect", Memo},
+          {u"ForeignName", Text},
+          {u"RmtInfoShort", Binary},
+          {u"RmtInfoLong", LongBinary},
+          {u"Lv", LongBinary},
+          {u"LvProp", LongBinary},
+          {u"LvModule", LongBinary},
+          {u"LvExtra", LongBinary}},
+         {{u"ParentIdName", {1, 2}, kUniqueIndex}, {u"Id", {0}, kUniqueIndex}}},
+        {kAcesPage,
+         {{u"ObjectId", Long}, {u"SID", Binary, true}, {u"ACM", Long}, {u"FInheritable", Boolean}},
+         {{u"ObjectId", {0}, kRequiredIndex}}},
+        {kQueriesPage,
+         {{u"ObjectId", Long},
+          {u"Attribute", Byte},
+          {u"Order", Binary},
+          {u"Name1", Text},
+          {u"Name2", Text},
+          {u"Expression", Memo},
+          {u"Flag", Integer},
+          {u"LvExtra", Long}},
+         {{u"ObjectIdAttribute", {0, 1, 2}, kUniqueIndex, IndexRole::Primary}}},
+        {kRelationshipsPage,
+         {{u"szRelationship", Text},
+          {u"grbit", Long},
+          {u"ccolumn", Long},
+          {u"icolumn", Long},
+          {u"szObject", Text},
+          {u"szColumn", Text},
+          {u"szReferencedObject", Text},
+          {u"szReferencedColumn", Text}},
+         {{u"szRelationship", {0}, kSparseIndex},
+          {u"szObject", {4}, kSparseIndex},
+          {u"szReferencedObject", {6}, kSparseIndex}}},
+    };
+}
+
+std::uint16_t UsualCodePage(std::uint16_t sort_order) {
+    constexpr std::uint16_t kChinesePrc = 0x0804;
+    return sort_order == kChinesePrc ? 936 : 1252;
+}
+
+}  // namespace
+
+class DatabaseBuilder {
+public:
+    DatabaseBuilder(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options)
+        : settings_(settings), options_(options), path_(path) {
+        if (settings_.code_page == 0) settings_.code_page = UsualCodePage(settings_.sort_order);
+    }
+
+    // Writes the first pages, and lets the engine itself do the rest.
+    void Build() {
+        WriteFirstPages();
+        Database database(path_, options_);
+        Database::Writing writing(database);
+        for (const SystemTableSpec& spec : SystemTables()) WriteTable(database, spec);
+        WriteRows(database);
+        writing.Commit();
+    }
+
+private:
+    void WriteFirstPages() {
+        FileSystem& system = options_.system != nullptr ? *options_.system : FileSystem::Native();
+        const auto file = system.Open(path_, OpenMode::CreateNew);
+        Bytes pages(kFirstFreePage * kJet4.page_size);
+        WriteHeader({settings_.sort_order, settings_.code_page, Now()}, std::span(pages).first(kJet4.page_size));
+        const std::span<std::uint8_t> maps(&pages[kGlobalMapPage * kJet4.page_size], kJet4.page_size);
+        WriteMapPage(maps);
+        file->WriteAt(0, pages);
+    }
+
+    // Page 1 by hand: everything else needs the map of free pages.
+    static void WriteMapPage(std::span<std::uint8_t> page) {
+        const std::size_t first = kJet4.page_size - kJet4.map_row;
+        const std::size_t second = first - kJet4.map_row;
+        Put<std::uint16_t>(page.data(), 0x0101);
+        Put(&page[2], static_cast<std::uint16_t>(second - kJet4.data_slots - 4));
+        Put<std::uint32_t>(&page[4], 1);
+        Put<std::uint16_t>(&page[kJet4.data_slot_count], 2);
+        Put(&page[kJet4.data_slots], static_cast<std::uint16_t>(first));
+        Put(&page[kJet4.data_slots + 2], static_cast<std::uint16_t>(second));
+        const auto bitmap = page.subspan(first + 5, kJet4.map_row - 5);
+        std::fill(bitmap.begin(), bitmap.end(), static_cast<std::uint8_t>(0xFF));
+        for (PageNumber used = 0; used < kFirstFreePage; ++used) {
+            bitmap[used / 8] &= static_cast<std::uint8_t>(~(1 << (used % 8)));
+        }
+    }
+
+    RowPointer NewMap(Database& database) {
+        MutablePage page = database.GetPager().Write(kMapsPage);
+        if (page.Data()[0] == 0) DataPageEditor::Format(page, database.GetPager(), 0);
+        return {kMapsPage, DataPageEditor(page, database.GetPager()).Add(Bytes(kJet4.map_row))};
+    }
+
+    void WriteTable(Database& database, const SystemTableSpec& spec) {
+        TableDefinition table;
+        table.page = spec.page;
+        table.pages = {spec.page};
+        table.type = TableDefinition::kSystemTable;
+        table.owned_map = NewMap(database);
+        table.free_map = NewMap(database);
+        std::uint16_t fixed_offset = 0;
+        for (const SystemColumn& column : spec.columns) {
+            table.columns.push_back(MakeColumn(table, column, fixed_offset));
+            if (!IsLongValue(column.type)) continue;
+            table.columns.back().owned_map = NewMap(database);
+            table.columns.back().free_map = NewMap(database);
+        }
+        for (const SystemIndex& index : spec.indexes) AddIndex(database, table, index);
+        WriteDefinition(database.GetPager(), database.Allocator(), table);
+    }
+
+    Column MakeColumn(TableDefinition& table, const SystemColumn& spec, std::uint16_t& fixed_offset) const {
+        Column column;
+        column.name = spec.name;
+        column.type = spec.type;
+        column.number = table.max_columns++;
+        column.sort_order = settings_.sort_order;
+        column.flags = Column::kAlways | Column::kSystem | (spec.masked ? Column::kMasked : 0);
+        const std::size_t size = FixedSize(spec.type);
+        if (size == 0) {
+            column.variable_index = table.variable_columns++;
+            column.length = IsLongValue(spec.type) ? 0 : 510;
+            return column;
+        }
+        column.flags |= Column::kFixed;
+        column.length = static_cast<std::uint16_t>(size);
+        if (spec.type == ColumnType::Boolean) return column;
+        column.fixed_offset = fixed_offset;
+        fixed_offset = static_cast<std::uint16_t>(fixed_offset + size);
+        return column;
+    }
+
+    void AddIndex(Database& database, TableDefinition& table, const SystemIndex& spec) {
+        RealIndex real;
+        for (const std::uint16_t column : spec.columns) real.columns.push_back({column, true});
+        real.flags = spec.flags;
+        real.root = kFirstRoot + roots_used_++;
+        real.map = NewMap(database);
+        UsageMap(database.GetPager(), database.Allocator(), real.map).Add(real.root);
+        MutablePage root = database.GetPager().Write(real.root);
+        IndexTree::FormatRoot(root, database.GetPager(), table.page);
+        LogicalIndex logical;
+        logical.name = spec.name;
+        logical.number = static_cast<std::uint32_t>(table.logical_indexes.size());
+        logical.real = static_cast<std::uint32_t>(table.real_indexes.size());
+        logical.role = spec.role;
+        table.real_indexes.push_back(std::move(real));
+        table.logical_indexes.push_back(std::move(logical));
+    }
+
+    void WriteRows(Database& database) {
+        SystemCatalog catalog(database);
+        const Bytes engine = catalog.UserId(User::Engine);
+        const Bytes admin = catalog.UserId(User::Admin);
+        constexpr auto kSystemFlags = static_cast<std::int32_t>(0x80000000);
+        const auto object = [&](std::int32_t id, std::int32_t parent, std::u16string_view name, std::int16_t type,
+                                const Bytes& owner) {
+            CatalogObject row;
+            row.id = id;
+            row.parent = parent;
+            row.name = name;
+            row.type = type;
+            row.flags = kSystemFlags;
+            catalog.AddObject(row, owner, {});
+        };
+        object(kTablesContainer, kRootContainer, u"Tables", 3, engine);
+        object(kDatabasesContainer, kRootContainer, u"Databases", 3, engine);
+        object(kRelationshipsContainer, kRootContainer, u"Relationships", 3, engine);
+        object(kDatabaseObject, kDatabasesContainer, u"MSysDb", 2, admin);
+        object(kObjectsPage, kTablesContainer, u"MSysObjects", 1, engine);
+        object(kAcesPage, kTablesContainer, u"MSysACEs", 1, engine);
+        object(kQueriesPage, kTablesContainer, u"MSysQueries", 1, engine);
+        object(kRelationshipsPage, kTablesContainer, u"MSysRelationships", 1, engine);
+
+        struct Ace {
+            std::int32_t object;
+            std::int32_t rights;
+            bool inheritable;
+            User user;
+        };
+        constexpr std::array<Ace, 16> kAces = {{
+            {2, 0x60000, false, User::Admin},
+            {3, 0x60000, false, User::Admin},
+            {4, 0x60000, false, User::Admin},
+            {5, 0xE0000, false, User::Admin},
+            {kTablesContainer, 0xF00FE, true, User::Creator},
+            {kTablesContainer, 0x60001, false, User::Admin},
+            {kRelationshipsContainer, 0xF00FE, true, User::Creator},
+            {kRelationshipsContainer, 0x60001, false, User::Admin},
+            {kDatabasesContainer, 0x60000, false, User::Admin},
+            {kDatabaseObject, 0x6000E, false, User::Admin},
+            {kDatabaseObject, 0xE, false, User::Users},
+            {4, 0x14, false, User::Users},
+            {5, 0x14, false, User::Users},
+            {2, 0x14, false, User::Users},
+            {kTablesContainer, 0xFFEFF, true, User::Users},
+            {kRelationshipsContainer, 0xFFFFF, true, User::Users},
+        }};
+        for (const Ace& ace : kAces) catalog.AddAce(ace.object, catalog.UserId(ace.user), ace.rights, ace.inheritable);
+    }
+
+    NewDatabase settings_;
+    PagerOptions options_;
+    std::filesystem::path path_;
+    PageNumber roots_used_ = 0;
+};
+
+// Built under another name and renamed when it is complete, so that nobody ever sees half a database.
+std::unique_ptr<Database> Database::Create(const std::filesystem::path& path, const NewDatabase& settings,
+                                           const PagerOptions& options) {
+    FileSystem& system = options.system != nullptr ? *options.system : FileSystem::Native();
+    if (system.Exists(path)) Raise(ErrorNumber::DatabaseExists, {FromNativePath(path)});
+    std::filesystem::path unfinished = path;
+    unfinished += ".new";
+    system.Remove(unfinished);
+    try {
+        DatabaseBuilder(unfinished, settings, options).Build();
+        system.Rename(unfinished, path);
+    } catch (...) {
+        try {
+            system.Remove(unfinished);
+        } catch (const AutomationError&) {
+            // The error that led here says more.
+        }
+        throw;
+    }
+    if (options.durable) system.SyncFolder(path.parent_path());
+    return Open(path, options);
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,130 @@
+#include "jet/data_page.h"
+
+#include <cassert>
+#include <cstring>
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr std::uint16_t kOffsetBits = 0x1FFF;
+constexpr std::uint16_t kPointerFlag = 0x4000;
+constexpr std::uint16_t kHiddenFlag = 0x8000;
+
+std::uint16_t FlagsOf(SlotKind kind) {
+    switch (kind) {
+        case SlotKind::Row: return 0;
+        case SlotKind::Header: return kPointerFlag;
+        case SlotKind::Overflow: return kHiddenFlag;
+        case SlotKind::Deleted: break;
+    }
+    return kPointerFlag | kHiddenFlag;
+}
+
+}  // namespace
+
+DataPage::DataPage(const ByteView& page, const jet::Format& format)
+    : page_(page), format_(&format), slots_(page.U16(format.data_slot_count)) {
+    if (page.U8(0) != static_cast<std::uint8_t>(PageType::Data)) page.Damaged(u"此页不是数据页");
+    if (slots_ > (format.page_size - format.data_slots) / 2) page.Damaged(u"行表超出页尾");
+}
+
+std::size_t DataPage::Offset(std::size_t slot) const {
+    return slot == 0 ? format_->page_size : Entry(slot - 1) & kOffsetBits;
+}
+
+bool DataPage::HasLiveRows() const {
+    for (std::size_t slot = 0; slot < slots_; ++slot) {
+        if (Kind(slot) != SlotKind::Deleted) return true;
+    }
+    return false;
+}
+
+SlotKind DataPage::Kind(std::size_t slot) const {
+    if (slot >= slots_) page_.Damaged(u"行号超出行表");
+    switch (Entry(slot) & (kPointerFlag | kHiddenFlag)) {
+        case 0: return SlotKind::Row;
+        case kPointerFlag: return SlotKind::Header;
+        case kHiddenFlag: return SlotKind::Overflow;
+        default: return SlotKind::Deleted;
+    }
+}
+
+ByteView DataPage::Row(std::size_t slot) const {
+    if (slot >= slots_) page_.Damaged(u"行号超出行表");
+    const std::size_t begin = Offset(slot + 1);
+    const std::size_t end = Offset(slot);
+    if (begin > end || begin < SlotsEnd()) page_.Damaged(u"行的位置错误");
+    return page_.Part(begin, end - begin);
+}
+
+void DataPage::CheckAll() const {
+    for (std::size_t slot = 0; slot < slots_; ++slot) Row(slot);
+    if (StoredFree() != ActualFree()) page_.Damaged(u"空闲空间与实际不符");
+}
+
+DataPageEditor::DataPageEditor(MutablePage& page, const Pager& pager)
+    : page_(page), pager_(pager), view_(page.View(), pager.GetFormat()) {
+    view_.CheckAll();
+}
+
+void DataPageEditor::Format(MutablePage& page, const Pager& pager, std::uint32_t owner) {
+    const jet::Format& format = pager.GetFormat();
+    std::memset(page.Data(), 0, format.page_size);
+    Put<std::uint16_t>(page.Data(), 0x0101);
+    Put(page.Data() + 2, static_cast<std::uint16_t>(format.FreeOnEmptyDataPage()));
+    Put(page.Data() + 4, owner);
+}
+
+void DataPageEditor::Refresh() {
+    view_ = DataPage(page_.View(), pager_.GetFormat());
+    Put(page_.Data() + 2, static_cast<std::uint16_t>(view_.ActualFree()));
+}
+
+void DataPageEditor::SetEntry(std::size_t slot, std::size_t offset, SlotKind kind) {
+    Put(page_.Data() + view_.format_->data_slots + 2 * slot, static_cast<std::uint16_t>(offset | FlagsOf(kind)));
+}
+
+std::uint8_t DataPageEditor::Add(std::span<const std::uint8_t> row, SlotKind kind) {
+    assert(view_.HasRoomFor(row.size()));
+    const std::size_t slot = view_.slots_;
+    const std::size_t offset = view_.Offset(slot) - row.size();
+    if (!row.empty()) std::memcpy(page_.Data() + offset, row.data(), row.size());
+    SetEntry(slot, offset, kind);
+    Put(page_.Data() + view_.format_->data_slot_count, static_cast<std::uint16_t>(slot + 1));
+    Refresh();
+    return static_cast<std::uint8_t>(slot);
+}
+
+// Makes the row `length` bytes long by moving all rows below it. Requires: there is room.
+void DataPageEditor::Resize(std::size_t slot, std::size_t length) {
+    const std::size_t old_length = view_.Row(slot).Size();
+    if (old_length == length) return;
+    const std::size_t lowest = view_.Offset(view_.slots_);
+    const std::size_t begin = view_.Offset(slot + 1);
+    const std::ptrdiff_t shift = static_cast<std::ptrdiff_t>(old_length) - static_cast<std::ptrdiff_t>(length);
+    std::uint8_t* data = page_.Data();
+    std::memmove(data + lowest + shift, data + lowest, begin - lowest);
+    for (std::size_t i = slot; i < view_.slots_; ++i) SetEntry(i, view_.Offset(i + 1) + shift, view_.Kind(i));
+}
+
+bool DataPageEditor::Replace(std::size_t slot, std::span<const std::uint8_t> row, SlotKind kind) {
+    const std::size_t old_length = view_.Row(slot).Size();
+    if (row.size() > old_length && row.size() - old_length > view_.ActualFree()) return false;
+    Resize(slot, row.size());
+    const std::size_t begin = view_.Offset(slot + 1);
+    if (!row.empty()) std::memcpy(page_.Data() + begin, row.data(), row.size());
+    SetEntry(slot, begin, kind);
+    Refresh();
+    return true;
+}
+
+void DataPageEditor::Delete(std::size_t slot) {
+    Resize(slot, 0);
+    SetEntry(slot, view_.Offset(slot + 1), SlotKind::Deleted);
+    std::size_t slots = view_.slots_;
+    while (slots > 0 && view_.Kind(slots - 1) == SlotKind::Deleted) --slots;
+    Put(page_.Data() + view_.format_->data_slot_count, static_cast<std::uint16_t>(slots));
+    Refresh();
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,85 @@
+// Data pages: rows in a slot table.
+//
+//   0  01 01 | 2 u16 free bytes | 4 u32 owner | (Jet 4: 8 u32 stamp) | u16 slots | u16 per slot: offset and flags
+//
+// Rows stand from the page's end downwards in slot order; row i fills [offset(i), offset(i-1)). So offsets never rise
+// with the slot number, and a row can be empty.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "jet/bytes.h"
+#include "jet/format.h"
+#include "jet/pager.h"
+
+namespace qmtrain::jet {
+
+enum class SlotKind : std::uint8_t {
+    Row,       // a live row, a long value, a map
+    Header,    // the first four bytes point to the row's real place
+    Overflow,  // that real place: skipped in a scan
+    Deleted,
+};
+
+class DataPage {
+public:
+    // Raises FileDamaged when the page is no data page or its slot table does not fit.
+    DataPage(const ByteView& page, const Format& format);
+
+    std::uint32_t Owner() const { return page_.U32(4); }
+    std::size_t Slots() const { return slots_; }
+    std::size_t StoredFree() const { return page_.U16(2); }
+    std::size_t ActualFree() const { return Offset(slots_) - SlotsEnd(); }
+    bool HasRoomFor(std::size_t length) const { return slots_ < kMaxSlots && ActualFree() >= length + 2; }
+    bool HasLiveRows() const;
+
+    SlotKind Kind(std::size_t slot) const;
+    ByteView Row(std::size_t slot) const;
+
+    // Checks every offset and the free space field. Raises FileDamaged.
+    void CheckAll() const;
+
+private:
+    friend class DataPageEditor;
+    std::uint16_t Entry(std::size_t slot) const { return page_.U16(format_->data_slots + 2 * slot); }
+    std::size_t SlotsEnd() const { return format_->data_slots + 2 * slots_; }
+    // The offset of the row before `slot` in slot order, the page's end for the first.
+    std::size_t Offset(std::size_t slot) const;
+
+    ByteView page_;
+    const Format* format_;
+    std::size_t slots_;
+};
+
+class DataPageEditor {
+public:
+    // Requires: `page` outlives the editor. Checks the page, see DataPage::CheckAll.
+    DataPageEditor(MutablePage& page, const Pager& pager);
+
+    // Makes the page an empty data page.
+    static void Format(MutablePage& page, const Pager& pager, std::uint32_t owner);
+
+    const DataPage& View() const { return view_; }
+
+    // Requires: View().HasRoomFor(row.size()).
+    std::uint8_t Add(std::span<const std::uint8_t> row, SlotKind kind = SlotKind::Row);
+
+    // Puts other bytes in the row's place, moving the rows below; false when they do not fit.
+    bool Replace(std::size_t slot, std::span<const std::uint8_t> row, SlotKind kind);
+
+    // Leaves a deleted slot of length 0; deleted slots at the end of the table are dropped.
+    void Delete(std::size_t slot);
+
+private:
+    void Resize(std::size_t slot, std::size_t length);
+    void SetEntry(std::size_t slot, std::size_t offset, SlotKind kind);
+    void Refresh();
+
+    MutablePage& page_;
+    const Pager& pager_;
+    DataPage view_;
+};
+
+}  // namespace qmtrain::jet

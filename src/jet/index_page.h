@@ -1,0 +1,91 @@
+// One page of an index tree.
+//
+//   0 u16 04 01 leaf, 03 01 node | 2 u16 free | 4 u32 table | previous, next, tail: u32 each | prefix length | mask
+//   | entries
+// Leaf entry: key, row pointer (u24 page, u8 slot). Node entry: the last leaf entry below a child, u32 child. All of an
+// entry is big-endian, and entries compare as byte strings. Bit i of the mask: an entry ends at byte i of the entries.
+// With a prefix length p, the first p bytes of the first entry belong in front of every other entry.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "core/value.h"
+#include "jet/bytes.h"
+#include "jet/format.h"
+#include "jet/pager.h"
+
+namespace qmtrain::jet {
+
+inline constexpr std::size_t kRowPointerBytes = 4;
+inline constexpr std::size_t kChildBytes = 4;
+
+void AppendRowPointer(RowPointer row, Bytes& entry);
+RowPointer RowPointerOf(std::span<const std::uint8_t> leaf_entry);
+
+class IndexPage {
+public:
+    // Raises FileDamaged when the page is no index page of that table or its entries do not hold together.
+    IndexPage(const ByteView& page, const Format& format, PageNumber table);
+
+    bool IsLeaf() const { return leaf_; }
+    std::size_t Count() const { return count_; }
+    PageNumber Previous() const { return page_.U32(format_->index_previous); }
+    PageNumber Next() const { return page_.U32(format_->index_previous + 4); }
+    PageNumber Tail() const { return page_.U32(format_->index_previous + 8); }
+    std::size_t Prefix() const { return prefix_; }
+    std::size_t StoredFree() const { return page_.U16(2); }
+    std::size_t UsedBytes() const { return End(count_); }
+    std::size_t ActualFree() const { return format_->IndexCapacity() - UsedBytes(); }
+
+    // The whole entry, its prefix restored.
+    void Entry(std::size_t i, Bytes& entry) const;
+    PageNumber Child(std::size_t i) const;
+
+    // The first entry that is not below `key`; Count() when all are. In nodes the child does not take part.
+    std::size_t LowerBound(std::span<const std::uint8_t> key) const;
+
+    // Where the stored bytes of entry i begin, from the first entry on.
+    std::size_t Begin(std::size_t i) const { return End(i); }
+    std::span<const std::uint8_t> Stored(std::size_t i) const;
+
+private:
+    std::size_t End(std::size_t count) const { return count == 0 ? 0 : ends_[count - 1]; }
+    int CompareEntry(std::size_t i, std::span<const std::uint8_t> key) const;
+
+    ByteView page_;
+    const Format* format_;
+    bool leaf_;
+    std::size_t prefix_;
+    std::size_t count_ = 0;
+    std::array<std::uint16_t, 724> ends_;  // an entry has five bytes or more
+};
+
+// A page's content taken apart, to be changed and put back.
+struct IndexContent {
+    bool leaf = true;
+    PageNumber previous = 0;
+    PageNumber next = 0;
+    PageNumber tail = 0;
+    std::vector<Bytes> entries;
+
+    static IndexContent Read(const IndexPage& page);
+
+    // Leaves may be stored with a prefix when they do not fit otherwise.
+    bool Fits(const Format& format) const { return Fits(format, 0, entries.size()); }
+    bool Fits(const Format& format, std::size_t from, std::size_t to) const;
+    void Store(MutablePage& page, const Pager& pager, PageNumber table) const;
+
+private:
+    std::size_t CommonPrefix(std::size_t from, std::size_t to) const;
+    std::size_t TotalBytes(std::size_t from, std::size_t to) const;
+};
+
+// Changes a page in place where no other entry has to be rewritten; false when that cannot be.
+bool InsertInPlace(MutablePage& page, const Pager& pager, const IndexPage& view, std::size_t at,
+                   std::span<const std::uint8_t> entry);
+bool EraseInPlace(MutablePage& page, const Pager& pager, const IndexPage& view, std::size_t at);
+
+}  // namespace qmtrain::jet

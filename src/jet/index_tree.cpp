@@ -1,0 +1,424 @@
+#include "jet/index_tree.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr std::size_t kMaxDepth = 16;
+
+PageNumber ChildOf(const Bytes& node_entry) {
+    return GetBig32(&node_entry[node_entry.size() - kChildBytes]);
+}
+
+Bytes NodeEntry(std::span<const std::uint8_t> leaf_entry, PageNumber child) {
+    Bytes entry(leaf_entry.begin(), leaf_entry.end());
+    entry.resize(entry.size() + kChildBytes);
+    PutBig32(&entry[entry.size() - kChildBytes], child);
+    return entry;
+}
+
+Bytes WithoutChild(Bytes node_entry) {
+    node_entry.resize(node_entry.size() - kChildBytes);
+    return node_entry;
+}
+
+bool SameKey(std::span<const std::uint8_t> a, std::span<const std::uint8_t> b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end() - kRowPointerBytes, b.begin());
+}
+
+bool IsNode(const Page& page) {
+    return page.Type() == PageType::IndexNode;
+}
+
+}  // namespace
+
+void IndexTree::FormatRoot(MutablePage& page, const Pager& pager, PageNumber table) {
+    IndexContent{}.Store(page, pager, table);
+}
+
+IndexPage IndexTree::View(const Page& page) const {
+    return {page.View(), pager_.GetFormat(), table_};
+}
+
+IndexTree::Path IndexTree::Descend(std::span<const std::uint8_t> key) const {
+    Path path;
+    for (PageNumber number = root_;;) {
+        if (path.size() == kMaxDepth) pager_.Damaged(root_, u"索引的层数错误");
+        const Page page = pager_.Read(number);
+        const IndexPage view = View(page);
+        if (view.IsLeaf()) {
+            path.push_back({number, 0});
+            return path;
+        }
+        std::size_t child = view.LowerBound(key);
+        if (child == view.Count() && view.Tail() == 0) {
+            if (view.Count() == 0) pager_.Damaged(number, u"索引节点没有子页");
+            --child;
+        }
+        path.push_back({number, child});
+        number = child == view.Count() ? view.Tail() : view.Child(child);
+        if (number == root_) pager_.Damaged(root_, u"索引的页链成环");
+    }
+}
+
+PageNumber IndexTree::FindLeaf(std::span<const std::uint8_t> key) const {
+    return Descend(key).back().page;
+}
+
+PageNumber IndexTree::LastLeaf() const {
+    PageNumber number = root_;
+    for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
+        const Page page = pager_.Read(number);
+        const IndexPage view = View(page);
+        if (view.IsLeaf()) return number;
+        if (view.Tail() == 0 && view.Count() == 0) pager_.Damaged(number, u"索引节点没有子页");
+        number = view.Tail() != 0 ? view.Tail() : view.Child(view.Count() - 1);
+    }
+    pager_.Damaged(root_, u"索引的层数错误");
+}
+
+bool IndexTree::ContainsKey(std::span<const std::uint8_t> key, RowPointer except) const {
+    IndexCursor cursor(*this);
+    cursor.StartForward(key);
+    while (cursor.Next()) {
+        const Bytes& entry = cursor.Entry();
+        if (entry.size() < key.size() || !std::equal(key.begin(), key.end(), entry.begin())) return false;
+        if (entry.size() == key.size() + kRowPointerBytes && RowPointerOf(entry) != except) return true;
+    }
+    return false;
+}
+
+// Insertion
+
+bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
+    GiveTailsToNodes(entry);
+    Path path = Descend(entry);
+    IndexContent content;
+    std::size_t at = 0;
+    bool new_key = true;
+    {
+        MutablePage leaf = pager_.Write(path.back().page);
+        const IndexPage view = View(leaf);
+        at = view.LowerBound(entry);
+        Bytes neighbour;
+        if (at < view.Count()) {
+            view.Entry(at, neighbour);
+            if (std::equal(neighbour.begin(), neighbour.end(), entry.begin(), entry.end())) {
+                pager_.Damaged(leaf.Number(), u"索引中已有此行");
+            }
+            new_key = !SameKey(neighbour, entry);
+        }
+        if (at > 0 && new_key) {
+            view.Entry(at - 1, neighbour);
+            new_key = !SameKey(neighbour, entry);
+        }
+        if (InsertInPlace(leaf, pager_, view, at, entry)) return new_key;
+        content = IndexContent::Read(view);
+    }
+    content.entries.insert(content.entries.begin() + static_cast<std::ptrdiff_t>(at),
+                           Bytes(entry.begin(), entry.end()));
+    const bool appended = at + 1 == content.entries.size();
+    Put(path, path.size() - 1, std::move(content), appended);
+    return new_key;
+}
+
+// Some programs leave nodes without a tail. Where a key behind all entries leads to such a node, its last child becomes
+// the tail: then a new last entry needs no change above the leaf.
+void IndexTree::GiveTailsToNodes(std::span<const std::uint8_t> key) {
+    for (const Step& step : Descend(key)) {
+        const Page page = pager_.Read(step.page);
+        const IndexPage view = View(page);
+        if (view.IsLeaf() || view.Tail() != 0 || view.LowerBound(key) < view.Count()) continue;
+        IndexContent content = IndexContent::Read(view);
+        content.tail = ChildOf(content.entries.back());
+        content.entries.pop_back();
+        MutablePage changed = pager_.Write(step.page);
+        content.Store(changed, pager_, table_);
+    }
+}
+
+void IndexTree::Put(Path& path, std::size_t level, IndexContent content, bool appended) {
+    if (content.Fits(pager_.GetFormat())) {
+        MutablePage page = pager_.Write(path[level].page);
+        content.Store(page, pager_, table_);
+        return;
+    }
+    Split(path, level, std::move(content), appended);
+}
+
+// The root's content moves to a page of its own, so that the root can stay the root.
+void IndexTree::PushDownRoot(Path& path) {
+    const PageNumber child = NewPage();
+    MutablePage root = pager_.Write(root_);
+    IndexContent node;
+    node.leaf = false;
+    node.tail = child;
+    node.Store(root, pager_, table_);
+    path.insert(path.begin(), {root_, 0});
+    path[1].page = child;
+}
+
+namespace {
+
+// Where to cut: as near to the middle as both halves fit.
+std::size_t CutOf(const IndexContent& content, const Format& format, bool appended) {
+    const std::size_t count = content.entries.size();
+    if (appended && content.leaf && content.Fits(format, 0, count - 1)) return count - 1;
+    std::size_t total = 0;
+    for (const Bytes& entry : content.entries) total += entry.size();
+    std::size_t middle = 0;
+    for (std::size_t bytes = 0; bytes < total / 2; ++middle) bytes += content.entries[middle].size();
+    for (std::size_t distance = 0; distance < count; ++distance) {
+        for (const std::size_t cut : {middle - std::min(distance, middle), middle + distance}) {
+            if (cut > 0 && cut < count && content.Fits(format, 0, cut) && content.Fits(format, cut, count)) return cut;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+// The lower part moves to a new page in front, so that the parent's entry for the old page stays right.
+void IndexTree::Split(Path& path, std::size_t level, IndexContent upper, bool appended) {
+    if (level == 0) {
+        PushDownRoot(path);
+        level = 1;
+    }
+    appended = appended && upper.next == 0;
+    const std::size_t cut = CutOf(upper, pager_.GetFormat(), appended);
+    if (cut == 0) pager_.Damaged(path[level].page, u"索引项太长");
+
+    const PageNumber fresh = NewPage();
+    const PageNumber old = path[level].page;
+    IndexContent lower{upper.leaf, upper.previous, old, 0, {}};
+    const auto border = upper.entries.begin() + static_cast<std::ptrdiff_t>(cut);
+    lower.entries.assign(std::make_move_iterator(upper.entries.begin()), std::make_move_iterator(border));
+    upper.entries.erase(upper.entries.begin(), border);
+    if (upper.previous != 0) SetNext(upper.previous, fresh);
+    upper.previous = fresh;
+
+    Bytes separator = lower.entries.back();
+    if (!lower.leaf) {
+        lower.tail = ChildOf(separator);
+        lower.entries.pop_back();
+        separator = WithoutChild(std::move(separator));
+        // Pages of a level are linked as far as they share a parent; leaves always are.
+        const PageNumber first = !upper.entries.empty() ? ChildOf(upper.entries.front()) : upper.tail;
+        if (IsNode(pager_.Read(first))) {
+            SetNext(lower.tail, 0);
+            SetPrevious(first, 0);
+        }
+    }
+    {
+        MutablePage page = pager_.Write(fresh);
+        lower.Store(page, pager_, table_);
+        page = pager_.Write(old);
+        upper.Store(page, pager_, table_);
+    }
+    Step& parent = path[level - 1];
+    IndexContent above = IndexContent::Read(View(pager_.Read(parent.page)));
+    above.entries.insert(above.entries.begin() + static_cast<std::ptrdiff_t>(parent.child),
+                         NodeEntry(separator, fresh));
+    ++parent.child;
+    Put(path, level - 1, std::move(above), false);
+}
+
+PageNumber IndexTree::NewPage() {
+    const PageNumber number = allocator_.Allocate().Number();
+    Map().Add(number);
+    return number;
+}
+
+void IndexTree::SetPrevious(PageNumber page, PageNumber previous) {
+    jet::Put(pager_.Write(page).Data() + pager_.GetFormat().index_previous, previous);
+}
+
+void IndexTree::SetNext(PageNumber page, PageNumber next) {
+    jet::Put(pager_.Write(page).Data() + pager_.GetFormat().index_previous + 4, next);
+}
+
+// Erasing
+
+bool IndexTree::Erase(std::span<const std::uint8_t> entry) {
+    Path path = Descend(entry);
+    const std::size_t level = path.size() - 1;
+    bool was_last = false;
+    bool empty = false;
+    {
+        const Page leaf = pager_.Read(path[level].page);
+        const IndexPage view = View(leaf);
+        const std::size_t at = view.LowerBound(entry);
+        Bytes found;
+        if (at < view.Count()) view.Entry(at, found);
+        if (!std::equal(found.begin(), found.end(), entry.begin(), entry.end())) return false;
+        was_last = at + 1 == view.Count();
+        empty = view.Count() == 1;
+        MutablePage changed = pager_.Write(leaf.Number());
+        if (!EraseInPlace(changed, pager_, view, at)) {
+            IndexContent content = IndexContent::Read(view);
+            content.entries.erase(content.entries.begin() + static_cast<std::ptrdiff_t>(at));
+            content.Store(changed, pager_, table_);
+        }
+    }
+    if (empty && level > 0) {
+        RemovePage(path, level);
+    } else if (was_last) {
+        CorrectSeparators(path, level);
+    }
+    return true;
+}
+
+bool IndexTree::EraseByRow(RowPointer row) {
+    IndexCursor cursor(*this);
+    cursor.StartForward({});
+    while (cursor.Next()) {
+        if (RowPointerOf(cursor.Entry()) == row) return Erase(Bytes(cursor.Entry()));
+    }
+    return false;
+}
+
+// Takes an empty page out of the tree.
+void IndexTree::RemovePage(Path& path, std::size_t level) {
+    const PageNumber number = path[level].page;
+    {
+        const Page page = pager_.Read(number);
+        const IndexPage view = View(page);
+        if (view.Previous() != 0) SetNext(view.Previous(), view.Next());
+        if (view.Next() != 0) SetPrevious(view.Next(), view.Previous());
+    }
+    Map().Remove(number);
+    allocator_.Free(number, PageType::Unwritten);
+
+    const Step& step = path[level - 1];
+    IndexContent parent = IndexContent::Read(View(pager_.Read(step.page)));
+    if (step.child < parent.entries.size()) {
+        parent.entries.erase(parent.entries.begin() + static_cast<std::ptrdiff_t>(step.child));
+    } else if (parent.entries.empty()) {
+        parent.tail = 0;
+    } else {
+        parent.tail = ChildOf(parent.entries.back());
+        parent.entries.pop_back();
+    }
+    const bool empty = parent.entries.empty() && parent.tail == 0;
+    if (empty && level == 1) parent = IndexContent{};  // the root becomes an empty leaf
+    {
+        MutablePage page = pager_.Write(step.page);
+        parent.Store(page, pager_, table_);
+    }
+    if (!empty) {
+        CorrectSeparators(path, level - 1);
+    } else if (level > 1) {
+        RemovePage(path, level - 1);
+    }
+}
+
+// After the last entry below path[level] became another one: the ancestors that name it are told.
+void IndexTree::CorrectSeparators(Path& path, std::size_t level) {
+    const std::optional<Bytes> last = LastEntryBelow(path[level].page);
+    if (!last) return;
+    while (level-- > 0) {
+        const Step& step = path[level];
+        IndexContent node = IndexContent::Read(View(pager_.Read(step.page)));
+        if (step.child >= node.entries.size()) continue;  // a tail has no entry
+        Bytes& entry = node.entries[step.child];
+        entry = NodeEntry(*last, ChildOf(entry));
+        const bool also_last = node.tail == 0 && step.child + 1 == node.entries.size();
+        const std::size_t depth = path.size();
+        Put(path, level, std::move(node), false);
+        if (!also_last) return;
+        level += path.size() - depth;  // a root that was pushed down
+    }
+}
+
+std::optional<Bytes> IndexTree::LastEntryBelow(PageNumber number) const {
+    for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
+        const Page page = pager_.Read(number);
+        const IndexPage view = View(page);
+        if (view.IsLeaf()) {
+            if (view.Count() == 0) return std::nullopt;
+            Bytes entry;
+            view.Entry(view.Count() - 1, entry);
+            return entry;
+        }
+        if (view.Tail() == 0 && view.Count() == 0) return std::nullopt;
+        number = view.Tail() != 0 ? view.Tail() : view.Child(view.Count() - 1);
+    }
+    pager_.Damaged(root_, u"索引的层数错误");
+}
+
+// IndexCursor
+
+void IndexCursor::StartForward(std::span<const std::uint8_t> from) {
+    forward_ = true;
+    to_end_ = false;
+    entry_.assign(from.begin(), from.end());
+    strictly_ = false;
+    located_ = false;
+    pages_walked_ = 0;
+}
+
+void IndexCursor::StartBackward(std::optional<std::span<const std::uint8_t>> from) {
+    forward_ = false;
+    to_end_ = !from.has_value();
+    entry_.clear();
+    if (from) entry_.assign(from->begin(), from->end());
+    strictly_ = true;
+    located_ = false;
+    pages_walked_ = 0;
+}
+
+void IndexCursor::Load(PageNumber number) {
+    Pager& pager = tree_.GetPager();
+    if (pages_walked_++ > pager.PageCount()) pager.Damaged(tree_.Root(), u"索引的页链成环");
+    page_ = pager.Read(number);
+    view_.emplace(page_.View(), pager.GetFormat(), tree_.Table());
+    if (!view_->IsLeaf()) pager.Damaged(number, u"索引的页链错误");
+}
+
+// Goes to where the next entry stands, by the tree.
+void IndexCursor::Find() {
+    Load(to_end_ ? tree_.LastLeaf() : tree_.FindLeaf(entry_));
+    change_ = tree_.GetPager().ChangeCount();
+    located_ = true;
+    if (to_end_) {
+        position_ = view_->Count();
+        return;
+    }
+    position_ = view_->LowerBound(entry_);
+    if (!forward_ || !strictly_ || position_ == view_->Count()) return;
+    Bytes found;
+    view_->Entry(position_, found);
+    if (found == entry_) ++position_;
+}
+
+bool IndexCursor::Next() {
+    if (!located_ || change_ != tree_.GetPager().ChangeCount()) Find();
+    if (!Step()) return false;
+    to_end_ = false;
+    strictly_ = true;
+    return true;
+}
+
+bool IndexCursor::Step() {
+    if (forward_) {
+        while (position_ == view_->Count()) {
+            if (view_->Next() == 0) return false;
+            Load(view_->Next());
+            position_ = 0;
+        }
+        view_->Entry(position_++, entry_);
+        return true;
+    }
+    while (position_ == 0) {
+        if (view_->Previous() == 0) return false;
+        Load(view_->Previous());
+        position_ = view_->Count();
+    }
+    view_->Entry(--position_, entry_);
+    return true;
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,111 @@
+// The B+ tree of one index: searching, inserting, erasing.
+//
+// All rows stand in the leaves, which are linked in key order. A node names its children by the last leaf entry below
+// each; the last child of a node, its tail, has no entry, so that keys appended at the end change no node. The root
+// page never moves.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "jet/index_page.h"
+#include "jet/table_definition.h"
+#include "jet/usage_map.h"
+
+namespace qmtrain::jet {
+
+class IndexTree {
+public:
+    IndexTree(Pager& pager, PageAllocator& allocator, PageNumber table, const RealIndex& index)
+        : pager_(pager), allocator_(allocator), table_(table), root_(index.root), map_(index.map) {}
+
+    // Makes `page` an empty leaf.
+    static void FormatRoot(MutablePage& page, const Pager& pager, PageNumber table);
+
+    // `entry` = key and row pointer. Tells whether the key is new, as far as its page shows. Raises FileDamaged when
+    // the entry stands there already.
+    bool Insert(std::span<const std::uint8_t> entry);
+
+    // False when the entry is not there.
+    bool Erase(std::span<const std::uint8_t> entry);
+
+    // Erases the entry of a row whose key cannot be computed, by looking at all entries.
+    bool EraseByRow(RowPointer row);
+
+    // Whether an entry with exactly this key stands in the tree; `except` does not count.
+    bool ContainsKey(std::span<const std::uint8_t> key, RowPointer except) const;
+
+    // The leaf that holds the first entry not below `key`, or that it would be put into.
+    PageNumber FindLeaf(std::span<const std::uint8_t> key) const;
+    PageNumber LastLeaf() const;
+
+    Pager& GetPager() const { return pager_; }
+    PageNumber Table() const { return table_; }
+    PageNumber Root() const { return root_; }
+
+private:
+    // One page on the way down and the entry of the child taken; `child` == Count() stands for the tail.
+    struct Step {
+        PageNumber page = 0;
+        std::size_t child = 0;
+    };
+    using Path = std::vector<Step>;
+
+    IndexPage View(const Page& page) const;
+    Path Descend(std::span<const std::uint8_t> key) const;
+    void GiveTailsToNodes(std::span<const std::uint8_t> key);
+
+    void Put(Path& path, std::size_t level, IndexContent content, bool appended);
+    void Split(Path& path, std::size_t level, IndexContent content, bool appended);
+    void PushDownRoot(Path& path);
+    void RemovePage(Path& path, std::size_t level);
+    void CorrectSeparators(Path& path, std::size_t level);
+    std::optional<Bytes> LastEntryBelow(PageNumber page) const;
+    void SetPrevious(PageNumber page, PageNumber previous);
+    void SetNext(PageNumber page, PageNumber next);
+    PageNumber NewPage();
+    UsageMap Map() const { return {pager_, allocator_, map_}; }
+
+    Pager& pager_;
+    PageAllocator& allocator_;
+    PageNumber table_;
+    PageNumber root_;
+    RowPointer map_;
+};
+
+// Walks the leaves. It finds its place again when the tree is changed under it.
+class IndexCursor {
+public:
+    explicit IndexCursor(IndexTree tree) : tree_(std::move(tree)) {}
+
+    // Forward: Next() will give the first entry not below `from`. Backward: the last entry below `from`, or the last of
+    // all when there is none.
+    void StartForward(std::span<const std::uint8_t> from);
+    void StartBackward(std::optional<std::span<const std::uint8_t>> from);
+
+    // Moves on; false at the end.
+    bool Next();
+
+    const Bytes& Entry() const { return entry_; }
+
+private:
+    void Load(PageNumber page);
+    void Find();
+    bool Step();
+
+    IndexTree tree_;
+    bool forward_ = true;
+    bool to_end_ = false;       // backward from the very end
+    Bytes entry_;               // the present entry, or where to start
+    bool strictly_ = false;     // the next entry must differ from entry_
+    std::uint64_t change_ = 0;  // the pager's, when page_ was looked at
+    bool located_ = false;
+    Page page_;
+    std::optional<IndexPage> view_;
+    std::size_t position_ = 0;  // of the next entry; backward: one behind it
+    PageNumber pages_walked_ = 0;
+};
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,110 @@
+#include "jet/lock_file.h"
+
+#include <algorithm>
+#include <thread>
+
+#include "core/error.h"
+
+namespace qmtrain::jet {
+namespace {
+
+// Far beyond any record of the file, and apart from the ranges that Jet itself is said to lock there.
+constexpr std::uint64_t kPresentByte = 0x0FFFFF00;   // shared by everybody who has the file open
+constexpr std::uint64_t kReservedByte = 0x0FFFFF01;  // the one writer
+constexpr std::uint64_t kPendingByte = 0x0FFFFF02;   // keeps new readers out while the writer waits
+constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers
+
+}  // namespace
+
+LockFile::LockFile(FileSystem& system, const std::filesystem::path& database, bool writable,
+                   std::chrono::milliseconds timeout)
+    : system_(system), path_(database), database_name_(FromNativePath(database)), timeout_(timeout) {
+    path_.replace_extension(".ldb");
+    try {
+        Open();
+    } catch (const AutomationError&) {
+        if (writable) throw;
+    }
+}
+
+// Between our opening and our locking the last user may have removed the file: then it is opened anew.
+void LockFile::Open() {
+    do {
+        file_ = system_.Open(path_, OpenMode::Create);
+        WaitFor(kPresentByte, File::Lock::Shared);
+    } while (!file_->IsAt(path_));
+}
+
+LockFile::~LockFile() {
+    if (!file_) return;
+    try {
+        UnlockAll();
+        if (file_->TryLock(kPresentByte, 1, File::Lock::Exclusive)) system_.Remove(path_);
+    } catch (const AutomationError&) {
+        // A lock file that stays behind is harmless: its locks are gone.
+        file_.reset();
+    }
+}
+
+void LockFile::WaitFor(std::uint64_t byte, File::Lock kind) {
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + timeout_;
+    std::chrono::milliseconds pause(1);
+    while (!file_->TryLock(byte, 1, kind)) {
+        if (Clock::now() >= deadline) Raise(ErrorNumber::LockedByOther, {database_name_});
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, std::chrono::milliseconds(20));
+    }
+}
+
+void LockFile::LockShared() {
+    if (shared_ || !file_) return;
+    WaitFor(kPendingByte, File::Lock::Shared);
+    try {
+        WaitFor(kSharedByte, File::Lock::Shared);
+    } catch (...) {
+        file_->Unlock(kPendingByte, 1);
+        throw;
+    }
+    file_->Unlock(kPendingByte, 1);
+    shared_ = true;
+}
+
+void LockFile::LockReserved() {
+    if (reserved_ || !file_) return;
+    WaitFor(kReservedByte, File::Lock::Exclusive);
+    reserved_ = true;
+}
+
+void LockFile::LockExclusive() {
+    if (exclusive_ || !file_) return;
+    WaitFor(kPendingByte, File::Lock::Exclusive);
+    try {
+        WaitFor(kSharedByte, File::Lock::Exclusive);
+    } catch (...) {
+        file_->Unlock(kPendingByte, 1);
+        throw;
+    }
+    exclusive_ = true;
+}
+
+void LockFile::UnlockExclusive() {
+    if (!exclusive_) return;
+    if (shared_) {
+        file_->TryLock(kSharedByte, 1, File::Lock::Shared);
+    } else {
+        file_->Unlock(kSharedByte, 1);
+    }
+    file_->Unlock(kPendingByte, 1);
+    exclusive_ = false;
+}
+
+void LockFile::UnlockAll() {
+    if (!file_) return;
+    if (exclusive_ || shared_) file_->Unlock(kSharedByte, 1);
+    if (exclusive_) file_->Unlock(kPendingByte, 1);
+    if (reserved_) file_->Unlock(kReservedByte, 1);
+    shared_ = reserved_ = exclusive_ = false;
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,163 @@
+#include "jet/properties.h"
+
+#include <algorithm>
+
+#include "jet/table_definition.h"
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr std::uint16_t kNamesChunk = 0x80;
+constexpr std::uint16_t kObjectChunk = 0;
+constexpr std::uint16_t kColumnChunk = 1;
+
+class BlobReader {
+public:
+    BlobReader(const Format& format, int code_page) : format_(format), code_page_(code_page) {}
+
+    Properties Read(const ByteView& blob) {
+        for (std::size_t at = 4; at + 6 <= blob.Size();) {
+            const std::size_t length = blob.U32(at);
+            if (length < 6) blob.Damaged(u"对象属性的长度错误");
+            ReadChunk(blob.U16(at + 4), blob.Part(at + 6, length - 6));
+            at += length;
+        }
+        return std::move(result_);
+    }
+
+private:
+    std::u16string Text(const ByteView& bytes) const {
+        if (format_.version == Version::Jet3) {
+            return FromCodePage({reinterpret_cast<const char*>(bytes.Data()), bytes.Size()}, code_page_);
+        }
+        std::u16string text(bytes.Size() / 2, u'\0');
+        if (!text.empty()) std::memcpy(text.data(), bytes.Data(), text.size() * 2);
+        return text;
+    }
+
+    void ReadChunk(std::uint16_t type, const ByteView& chunk) {
+        if (type == kNamesChunk) {
+            names_.clear();
+            for (std::size_t at = 0; at + 2 <= chunk.Size(); at += 2 + chunk.U16(at)) {
+                names_.push_back(Text(chunk.Part(at + 2, chunk.U16(at))));
+            }
+        } else if (type == kObjectChunk || type == kColumnChunk) {
+            ReadOwner(chunk);
+        }
+    }
+
+    void ReadOwner(const ByteView& chunk) {
+        const std::size_t name_block = chunk.U32(0);
+        if (name_block < 6) chunk.Damaged(u"对象属性的长度错误");
+        std::vector<Property>& list = result_.owners[Text(chunk.Part(6, chunk.U16(4)))];
+        for (std::size_t at = name_block; at + 8 <= chunk.Size();) {
+            const ByteView record = chunk.Part(at, chunk.U16(at));
+            if (record.Size() < 8) chunk.Damaged(u"对象属性的长度错误");
+            const std::size_t name = record.U16(4);
+            if (name >= names_.size()) chunk.Damaged(u"对象属性的名称错误");
+            const ByteView value = record.Part(8, record.U16(6));
+            list.push_back(
+                {names_[name], record.U8(3), record.U8(2), Bytes(value.Data(), value.Data() + value.Size())});
+            at += record.Size();
+        }
+    }
+
+    const Format& format_;
+    int code_page_;
+    std::vector<std::u16string> names_;
+    Properties result_;
+};
+
+template <class T>
+void Append(Bytes& out, T value) {
+    out.resize(out.size() + sizeof value);
+    Put(&out[out.size() - sizeof value], value);
+}
+
+void AppendText(Bytes& out, std::u16string_view text) {
+    Append(out, static_cast<std::uint16_t>(text.size() * 2));
+    for (const char16_t unit : text) Append(out, static_cast<std::uint16_t>(unit));
+}
+
+void AppendChunk(Bytes& out, std::uint16_t type, const Bytes& content) {
+    Append(out, static_cast<std::uint32_t>(content.size() + 6));
+    Append(out, type);
+    out.insert(out.end(), content.begin(), content.end());
+}
+
+}  // namespace
+
+std::u16string Property::AsText(const Format& format, int code_page) const {
+    if (format.version == Version::Jet3) {
+        return FromCodePage({reinterpret_cast<const char*>(value.data()), value.size()}, code_page);
+    }
+    std::u16string text(value.size() / 2, u'\0');
+    if (!text.empty()) std::memcpy(text.data(), value.data(), text.size() * 2);
+    return text;
+}
+
+const Property* Properties::Find(std::u16string_view owner, std::u16string_view name) const {
+    for (const auto& [key, list] : owners) {
+        if (!EqualNames(key, owner)) continue;
+        for (const Property& property : list) {
+            if (EqualNames(property.name, name)) return &property;
+        }
+    }
+    return nullptr;
+}
+
+void Properties::Set(const std::u16string& owner, Property property) {
+    std::vector<Property>& list = owners[owner];
+    std::erase_if(list, [&](const Property& other) { return EqualNames(other.name, property.name); });
+    list.push_back(std::move(property));
+}
+
+Properties Properties::Read(const ByteView& blob, const Format& format, int code_page) {
+    if (blob.Empty()) return {};
+    const bool known =
+        blob.Size() >= 4 && std::memcmp(blob.Data(), format.version == Version::Jet3 ? "KKD" : "MR2", 4) == 0;
+    if (!known) blob.Damaged(u"对象属性的标志错误");
+    return BlobReader(format, code_page).Read(blob);
+}
+
+Bytes Properties::Write() const {
+    std::vector<std::u16string> names;
+    Bytes owners_part;
+    for (const auto& [owner, list] : owners) {
+        if (list.empty()) continue;
+        Bytes content;
+        Append(content, static_cast<std::uint32_t>(6 + owner.size() * 2));
+        AppendText(content, owner);
+        for (const Property& property : list) {
+            auto name = std::find(names.begin(), names.end(), property.name);
+            if (name == names.end()) name = names.insert(names.end(), property.name);
+            Append(content, static_cast<std::uint16_t>(8 + property.value.size()));
+            content.push_back(property.flag);
+            content.push_back(property.type);
+            Append(content, static_cast<std::uint16_t>(name - names.begin()));
+            Append(content, static_cast<std::uint16_t>(property.value.size()));
+            content.insert(content.end(), property.value.begin(), property.value.end());
+        }
+        AppendChunk(owners_part, owner.empty() ? kObjectChunk : kColumnChunk, content);
+    }
+    if (names.empty()) return {};
+    Bytes names_part;
+    for (const std::u16string& name : names) AppendText(names_part, name);
+    Bytes blob = {'M', 'R', '2', 0};
+    AppendChunk(blob, kNamesChunk, names_part);
+    blob.insert(blob.end(), owners_part.begin(), owners_part.end());
+    return blob;
+}
+
+Property BooleanProperty(std::u16string name, bool value) {
+    return {
+        std::move(name), static_cast<std::uint8_t>(ColumnType::Boolean), 0, {static_cast<std::uint8_t>(value ? 1 : 0)}};
+}
+
+Property TextProperty(std::u16string name, std::u16string_view value) {
+    Bytes bytes(value.size() * 2);
+    if (!bytes.empty()) std::memcpy(bytes.data(), value.data(), bytes.size());
+    return {std::move(name), static_cast<std::uint8_t>(ColumnType::Memo), 0, std::move(bytes)};
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,144 @@
+#include "jet/references.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "jet/database.h"
+#include "jet/row_cursor.h"
+#include "jet/table.h"
+
+namespace qmtrain::jet {
+namespace {
+
+using Row = std::vector<Value>;
+
+std::vector<int> Positions(const Table& table, std::size_t real) {
+    std::vector<int> positions;
+    for (const KeyColumn& part : table.Definition().real_indexes[real].columns) {
+        positions.push_back(table.Definition().ColumnByNumber(part.number));
+    }
+    return positions;
+}
+
+// One relationship, seen from one of its tables.
+struct Relation {
+    const LogicalIndex* own;
+    std::shared_ptr<Table> other;
+    std::size_t other_real = 0;
+    std::vector<int> own_columns;
+    std::vector<int> other_columns;  // in the same order
+};
+
+std::vector<Relation> RelationsOf(const Table& table, LogicalIndex::Side side) {
+    std::vector<Relation> relations;
+    for (const LogicalIndex& logical : table.Definition().logical_indexes) {
+        if (logical.side != side || logical.role != IndexRole::Foreign) continue;
+        Relation relation{&logical, table.GetDatabase().TableAt(logical.other_table), 0, {}, {}};
+        const TableDefinition& other = relation.other->Definition();
+        const int position = other.LogicalByNumber(logical.other_number);
+        if (position < 0) table.GetPager().Damaged(table.Definition().page, u"关系“" + logical.name + u"”只有一边");
+        relation.other_real = other.logical_indexes[position].real;
+        relation.own_columns = Positions(table, logical.real);
+        relation.other_columns = Positions(*relation.other, relation.other_real);
+        relations.push_back(std::move(relation));
+    }
+    return relations;
+}
+
+bool AnyDiffers(const std::vector<int>& columns, const Row& a, const Row& b) {
+    return std::any_of(columns.begin(), columns.end(), [&](int column) { return a[column] != b[column]; });
+}
+
+Row KeyValues(const std::vector<int>& columns, const Row& row) {
+    Row values;
+    for (const int column : columns) values.push_back(row[column]);
+    return values;
+}
+
+// Moves over the rows of the other table whose key is the one in `row`. False when the key is all Null and so refers to
+// nothing.
+bool FindRelated(const Relation& relation, const Row& row, RowCursor& cursor) {
+    const Row values = KeyValues(relation.own_columns, row);
+    if (std::all_of(values.begin(), values.end(), [](const Value& value) { return value.IsNull(); })) return false;
+    const Table& other = *relation.other;
+    if (!other.HasKeys(relation.other_real, values)) {
+        Raise(ErrorNumber::TextOrderUnsupported, {other.Name(), other.IndexName(relation.other_real), u"关系的键。"});
+    }
+    Bytes key;
+    other.AppendKey(relation.other_real, values, key);
+    cursor.Range(relation.other_real, key, SuccessorOf(key));
+    return true;
+}
+
+std::vector<RowPointer> RelatedRows(const Relation& relation, const Row& row) {
+    std::vector<RowPointer> found;
+    RowCursor cursor(relation.other);
+    if (!FindRelated(relation, row, cursor)) return found;
+    while (cursor.Next()) found.push_back(cursor.Row());
+    return found;
+}
+
+bool StillExists(const Relation& relation, RowPointer row) {
+    return RowCursor(relation.other).MoveTo(row);
+}
+
+void ChangeKeys(const Relation& relation, const std::vector<RowPointer>& rows, const Row& values) {
+    std::vector<ColumnChange> changes;
+    for (std::size_t i = 0; i < values.size(); ++i) changes.push_back({relation.other_columns[i], values[i]});
+    for (const RowPointer row : rows) {
+        if (StillExists(relation, row)) relation.other->Update(row, changes);
+    }
+}
+
+}  // namespace
+
+void CheckReferencedRows(const Table& table, const Row& new_row, const Row* old_row) {
+    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referencing)) {
+        if (old_row != nullptr && !AnyDiffers(relation.own_columns, *old_row, new_row)) continue;
+        RowCursor cursor(relation.other);
+        if (!FindRelated(relation, new_row, cursor) || cursor.Next()) continue;
+        // A row may refer to itself.
+        const bool own = relation.other.get() == &table &&
+                         KeyValues(relation.own_columns, new_row) == KeyValues(relation.other_columns, new_row);
+        if (!own) Raise(ErrorNumber::RelatedRecordRequired, {relation.other->Name()});
+    }
+}
+
+void CheckReferencingRows(const Table& table, const Row& old_row, const Row* new_row) {
+    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referenced)) {
+        if (new_row != nullptr && !AnyDiffers(relation.own_columns, old_row, *new_row)) continue;
+        const bool cascades = new_row != nullptr ? relation.own->CascadesUpdates()
+                                                 : relation.own->CascadesDeletes() || relation.own->NullsOnDelete();
+        if (cascades) continue;
+        RowCursor cursor(relation.other);
+        if (!FindRelated(relation, old_row, cursor) || !cursor.Next()) continue;
+        // A row that refers to itself alone stands in nobody's way.
+        if (relation.other.get() == &table &&
+            KeyValues(relation.own_columns, old_row) == KeyValues(relation.other_columns, old_row) && !cursor.Next()) {
+            continue;
+        }
+        Raise(ErrorNumber::RelatedRecordsExist, {relation.other->Name()});
+    }
+}
+
+void CascadeDelete(const Table& table, const Row& row) {
+    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referenced)) {
+        const std::vector<RowPointer> rows = RelatedRows(relation, row);
+        if (relation.own->NullsOnDelete()) {
+            ChangeKeys(relation, rows, Row(relation.other_columns.size(), Null{}));
+            continue;
+        }
+        for (const RowPointer related : rows) {
+            if (StillExists(relation, related)) relation.other->Delete(related);
+        }
+    }
+}
+
+void CascadeUpdate(const Table& table, const Row& old_row, const Row& new_row) {
+    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referenced)) {
+        if (!AnyDiffers(relation.own_columns, old_row, new_row)) continue;
+        ChangeKeys(relation, RelatedRows(relation, old_row), KeyValues(relation.own_columns, new_row));
+    }
+}
+
+}  // namespace qmtrain::jet

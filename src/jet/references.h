@@ -1,0 +1,27 @@
+// Referential integrity: what a change of one table asks of, and does to, the tables related to it.
+//
+// Rows are given by column position; only the columns of the table's indexes need to be filled.
+#pragma once
+
+#include <vector>
+
+#include "core/value.h"
+
+namespace qmtrain::jet {
+
+class Table;
+
+// The rows that a new or changed row refers to must exist. `old_row` empty: an insertion. Raises RelatedRecordRequired.
+void CheckReferencedRows(const Table& table, const std::vector<Value>& new_row, const std::vector<Value>* old_row);
+
+// No row may refer to one that is deleted (`new_row` empty) or gets another key, unless the relationship cascades.
+// Raises RelatedRecordsExist.
+void CheckReferencingRows(const Table& table, const std::vector<Value>& old_row, const std::vector<Value>* new_row);
+
+// Deletes, or sets to Null, what referred to a deleted row.
+void CascadeDelete(const Table& table, const std::vector<Value>& row);
+
+// Takes a changed key over into the rows that refer to it.
+void CascadeUpdate(const Table& table, const std::vector<Value>& old_row, const std::vector<Value>& new_row);
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,278 @@
+#include "jet/row.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr std::uint16_t kCompressedMark = 0xFEFF;
+
+std::size_t MaskBytes(std::size_t columns) {
+    return (columns + 7) / 8;
+}
+
+// End of the fixed area, from the row's start.
+std::size_t FixedEnd(const TableDefinition& table) {
+    std::size_t end = 2;
+    for (const Column& column : table.columns) {
+        if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
+        const std::size_t size = FixedSize(column.type) != 0 ? FixedSize(column.type) : column.length;
+        end = std::max(end, 2 + column.fixed_offset + size);
+    }
+    return end;
+}
+
+// The order of a GUID's 16 stored bytes in its text form.
+constexpr std::array<std::size_t, 16> kGuidOrder = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
+
+int HexDigit(char16_t unit) {
+    if (unit >= u'0' && unit <= u'9') return unit - u'0';
+    if (unit >= u'a' && unit <= u'f') return unit - u'a' + 10;
+    if (unit >= u'A' && unit <= u'F') return unit - u'A' + 10;
+    return -1;
+}
+
+Decimal DecodeDecimal(const ByteView& stored, std::uint8_t scale) {
+    Decimal value;
+    value.negative = stored.U8(0) != 0;
+    value.scale = scale;
+    if (stored.U32(1) != 0) stored.Damaged(u"小数超出 28 位");
+    value.high = stored.U32(5);
+    value.low = static_cast<std::uint64_t>(stored.U32(9)) << 32 | stored.U32(13);
+    return value;
+}
+
+void EncodeDecimal(const Decimal& value, Bytes& stored) {
+    stored.assign(17, 0);
+    const bool zero = value.high == 0 && value.low == 0;
+    stored[0] = value.negative && !zero ? 0x80 : 0;
+    Put(&stored[5], value.high);
+    Put(&stored[9], static_cast<std::uint32_t>(value.low >> 32));
+    Put(&stored[13], static_cast<std::uint32_t>(value.low));
+}
+
+template <class T>
+void EncodeNumber(T value, Bytes& stored) {
+    stored.resize(sizeof value);
+    Put(stored.data(), value);
+}
+
+void EncodeTextValue(const Column& column, std::u16string_view text, Bytes& stored) {
+    if (text.size() * 2 > column.length) Raise(ErrorNumber::FieldTooLarge, {column.name});
+    EncodeText(text, !column.IsFixed() && (column.extended_flags & Column::kCompressed) != 0, stored);
+    if (!column.IsFixed()) return;
+    while (stored.size() + 1 < column.length) stored.insert(stored.end(), {u' ', 0});
+}
+
+}  // namespace
+
+void DecodeText(const ByteView& stored, std::u16string& text) {
+    text.clear();
+    const std::uint8_t* data = stored.Data();
+    const std::size_t size = stored.Size();
+    if (size < 2 || stored.U16(0) != kCompressedMark) {
+        if (size % 2 != 0) stored.Damaged(u"文本的长度为奇数");
+        text.resize(size / 2);
+        if (size > 0) std::memcpy(text.data(), data, size);
+        return;
+    }
+    text.reserve(size - 2);
+    bool bytes = true;
+    for (std::size_t at = 2; at < size;) {
+        if (data[at] == 0) {
+            bytes = !bytes;
+            ++at;
+        } else if (bytes) {
+            text.push_back(data[at++]);
+        } else {
+            text.push_back(stored.U16(at));
+            at += 2;
+        }
+    }
+}
+
+// Texts with other characters than Latin-1 stay as they are: the mixed form saves little and few programs write it.
+void EncodeText(std::u16string_view text, bool may_compress, Bytes& stored) {
+    const bool compress = may_compress && text.size() > 2 &&
+                          std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit > 0 && unit < 0x100; });
+    if (compress) {
+        stored.resize(2 + text.size());
+        Put(stored.data(), kCompressedMark);
+        std::transform(text.begin(), text.end(), stored.begin() + 2,
+                       [](char16_t unit) { return static_cast<std::uint8_t>(unit); });
+        return;
+    }
+    stored.resize(text.size() * 2);
+    if (!text.empty()) std::memcpy(stored.data(), text.data(), stored.size());
+}
+
+RowView::RowView(const TableDefinition& table, const Format& format, const ByteView& row)
+    : format_(&format), row_(row) {
+    const std::size_t number = format.row_number_size;
+    const std::size_t size = row.Size();
+    columns_ = number == 2 ? row.U16(0) : row.U8(0);
+    const std::size_t mask = MaskBytes(columns_);
+    if (columns_ > table.max_columns || size < number + mask) row.Damaged(u"行的列数错误");
+    mask_at_ = size - mask;
+    trailer_at_ = mask_at_;
+    if (table.variable_columns == 0) return;
+    if (mask_at_ < number) row.Damaged(u"行太短");
+    if (number == 2) {
+        variable_ = row.U16(mask_at_ - 2);
+        offsets_at_ = mask_at_ - 4;
+    } else {
+        variable_ = row.U8(mask_at_ - 1);
+        jumps_ = (size - 1) / 256;
+        if (mask_at_ < jumps_ + 2) row.Damaged(u"行太短");
+        offsets_at_ = mask_at_ - 2 - jumps_;
+        if (offsets_at_ >= variable_ && (offsets_at_ - variable_) / 256 < jumps_) --jumps_;  // the last jump is a dummy
+    }
+    const std::size_t trailer = (variable_ + 1) * number;
+    if (variable_ > table.variable_columns || offsets_at_ + number < trailer + number) row.Damaged(u"行的可变列数错误");
+    trailer_at_ = offsets_at_ + number - trailer;
+}
+
+std::size_t RowView::VariableOffset(std::size_t index) const {
+    if (format_->row_number_size == 2) return row_.U16(offsets_at_ - 2 * index);
+    std::size_t passed = 0;
+    while (passed < jumps_ && row_.U8(mask_at_ - 2 - passed) <= index) ++passed;
+    return row_.U8(offsets_at_ - index) + 256 * passed;
+}
+
+std::optional<ByteView> RowView::Find(const Column& column) const {
+    if (!IsPresent(column.number)) return std::nullopt;
+    if (column.IsFixed()) {
+        const std::size_t size = FixedSize(column.type) != 0 ? FixedSize(column.type) : column.length;
+        const std::size_t at = format_->row_number_size + column.fixed_offset;
+        if (at + size > trailer_at_) row_.Damaged(u"固定列超出行尾");
+        return row_.Part(at, size);
+    }
+    if (column.variable_index >= variable_) return std::nullopt;
+    const std::size_t begin = VariableOffset(column.variable_index);
+    const std::size_t end = VariableOffset(column.variable_index + 1);
+    if (begin < format_->row_number_size || begin > end || end > trailer_at_) row_.Damaged(u"可变列的位置错误");
+    return row_.Part(begin, end - begin);
+}
+
+void DecodeValue(const Column& column, const ByteView& stored, const Format& format, int code_page, Value& value) {
+    const std::size_t expected = FixedSize(column.type);
+    if (expected != 0 && stored.Size() != expected) stored.Damaged(u"值的长度错误");
+    switch (column.type) {
+        case ColumnType::Byte: value = stored.U8(0); return;
+        case ColumnType::Integer: value = stored.Read<std::int16_t>(0); return;
+        case ColumnType::Long: value = stored.Read<std::int32_t>(0); return;
+        case ColumnType::Currency: value = Currency{stored.Read<std::int64_t>(0)}; return;
+        case ColumnType::Single: value = stored.Read<float>(0); return;
+        case ColumnType::Double: value = stored.Read<double>(0); return;
+        case ColumnType::Date: value = Date{stored.Read<double>(0)}; return;
+        case ColumnType::Decimal: value = DecodeDecimal(stored, column.scale); return;
+        case ColumnType::Guid: value = GuidToText(stored.Data()); return;
+        case ColumnType::Text:
+            if (format.version == Version::Jet4) {
+                DecodeText(stored, value.ReuseText());
+            } else {
+                value = FromCodePage({reinterpret_cast<const char*>(stored.Data()), stored.Size()}, code_page);
+            }
+            return;
+        default: value.ReuseBinary().assign(stored.Data(), stored.Data() + stored.Size()); return;
+    }
+}
+
+void EncodeValue(const Column& column, const Value& value, Bytes& stored) {
+    switch (column.type) {
+        case ColumnType::Byte: EncodeNumber(value.As<std::uint8_t>(), stored); return;
+        case ColumnType::Integer: EncodeNumber(value.As<std::int16_t>(), stored); return;
+        case ColumnType::Long: EncodeNumber(value.As<std::int32_t>(), stored); return;
+        case ColumnType::Currency: EncodeNumber(value.As<Currency>().scaled, stored); return;
+        case ColumnType::Single: EncodeNumber(value.As<float>(), stored); return;
+        case ColumnType::Double: EncodeNumber(value.As<double>(), stored); return;
+        case ColumnType::Date: EncodeNumber(value.As<Date>().days, stored); return;
+        case ColumnType::Decimal: EncodeDecimal(value.As<Decimal>(), stored); return;
+        case ColumnType::Text: EncodeTextValue(column, value.Text(), stored); return;
+        case ColumnType::Guid:
+            if (auto guid = GuidFromText(value.Text())) {
+                stored = std::move(*guid);
+                return;
+            }
+            Raise(ErrorNumber::DataTypeConversion, {column.name});
+        default:
+            if (value.Binary().size() > column.length) Raise(ErrorNumber::FieldTooLarge, {column.name});
+            stored = value.Binary();
+            if (column.IsFixed()) stored.resize(column.length);
+            return;
+    }
+}
+
+std::u16string GuidToText(const std::uint8_t* stored) {
+    constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+    std::u16string text = u"{";
+    for (std::size_t i = 0; i < kGuidOrder.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) text.push_back(u'-');
+        text.push_back(kDigits[stored[kGuidOrder[i]] >> 4]);
+        text.push_back(kDigits[stored[kGuidOrder[i]] & 15]);
+    }
+    return text + u"}";
+}
+
+std::optional<Bytes> GuidFromText(std::u16string_view text) {
+    std::vector<int> digits;
+    std::size_t dashes = 0;
+    if (text.size() != 38 || text.front() != u'{' || text.back() != u'}') return std::nullopt;
+    for (const char16_t unit : text.substr(1, 36)) {
+        const bool at_dash = digits.size() == 8 + 4 * dashes && dashes < 4;
+        if (at_dash && unit == u'-') {
+            ++dashes;
+            continue;
+        }
+        if (at_dash || HexDigit(unit) < 0) return std::nullopt;
+        digits.push_back(HexDigit(unit));
+    }
+    if (digits.size() != 32) return std::nullopt;
+    Bytes stored(16);
+    for (std::size_t i = 0; i < 16; ++i) {
+        stored[kGuidOrder[i]] = static_cast<std::uint8_t>(digits[2 * i] << 4 | digits[2 * i + 1]);
+    }
+    return stored;
+}
+
+std::size_t EncodedLength(const TableDefinition& table, const std::vector<RowField>& fields) {
+    std::size_t length = FixedEnd(table) + MaskBytes(table.max_columns);
+    if (table.variable_columns > 0) length += 4 + 2 * std::size_t{table.variable_columns};
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (!table.columns[i].IsFixed() && fields[i].present) length += fields[i].bytes.size();
+    }
+    return std::max<std::size_t>(length, 4);
+}
+
+void EncodeRow(const TableDefinition& table, const std::u16string& table_name, const std::vector<RowField>& fields,
+               Bytes& row) {
+    const std::size_t length = EncodedLength(table, fields);
+    if (length > kJet4.max_row) Raise(ErrorNumber::RecordTooLarge, {table_name});
+    row.assign(length, 0);  // a row is at least as long as the pointer that may replace it
+    Put(row.data(), table.max_columns);
+    const std::size_t mask_at = length - MaskBytes(table.max_columns);
+    std::array<int, kMaxColumns> variable;
+    variable.fill(-1);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        const Column& column = table.columns[i];
+        if (!column.IsFixed()) variable[column.variable_index] = static_cast<int>(i);
+        if (!fields[i].present) continue;
+        row[mask_at + column.number / 8] |= static_cast<std::uint8_t>(1 << (column.number % 8));
+        if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
+        std::copy(fields[i].bytes.begin(), fields[i].bytes.end(), row.begin() + 2 + column.fixed_offset);
+    }
+    if (table.variable_columns == 0) return;
+    Put(&row[mask_at - 2], table.variable_columns);
+    std::size_t end = FixedEnd(table);
+    for (std::size_t index = 0; index <= table.variable_columns; ++index) {
+        Put(&row[mask_at - 4 - 2 * index], static_cast<std::uint16_t>(end));
+        if (index == table.variable_columns || variable[index] < 0 || !fields[variable[index]].present) continue;
+        const Bytes& bytes = fields[variable[index]].bytes;
+        std::copy(bytes.begin(), bytes.end(), row.begin() + static_cast<std::ptrdiff_t>(end));
+        end += bytes.size();
+    }
+}
+
+}  // namespace qmtrain::jet

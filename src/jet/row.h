@@ -1,0 +1,77 @@
+// Rows and values as bytes.
+//
+// Jet 4 row:  u16 N | fixed area | variable data | u16 end | u16 offsets, last first | u16 V | null mask
+// Jet 3 row:  u8 N  | fixed area | variable data | u8 end  | u8 offsets, last first  | jumps | u8 V | null mask
+// N is the number of columns when the row was written, V that of the variable ones; columns made later are Null. In
+// Jet 3 the high byte of an offset is the number of jumps passed.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/value.h"
+#include "jet/bytes.h"
+#include "jet/table_definition.h"
+
+namespace qmtrain::jet {
+
+// The stored form of text in Jet 4: UTF-16, or `FF FE` and runs of single bytes and UTF-16 units in turn.
+void DecodeText(const ByteView& stored, std::u16string& text);
+void EncodeText(std::u16string_view text, bool may_compress, Bytes& stored);
+
+// Finds values in an encoded row, without decoding the others.
+class RowView {
+public:
+    // Raises FileDamaged when the row cannot be one of this table.
+    RowView(const TableDefinition& table, const Format& format, const ByteView& row);
+
+    // The stored bytes of a column that is not Null; none for a Null. Booleans have no bytes, see Boolean().
+    std::optional<ByteView> Find(const Column& column) const;
+    bool Boolean(const Column& column) const { return IsPresent(column.number); }
+
+    const ByteView& Bytes() const { return row_; }
+
+private:
+    bool IsPresent(std::size_t number) const {
+        return number < columns_ && (row_.Data()[mask_at_ + number / 8] >> (number % 8) & 1) != 0;
+    }
+    std::size_t VariableOffset(std::size_t index) const;
+
+    const Format* format_;
+    ByteView row_;
+    std::size_t columns_;
+    std::size_t mask_at_;
+    std::size_t variable_ = 0;    // columns with an offset in this row
+    std::size_t jumps_ = 0;       // Jet 3
+    std::size_t offsets_at_ = 0;  // position of the offset of variable column 0
+    std::size_t trailer_at_;      // where data must end
+};
+
+// The value in stored bytes, for every type but the long values. `code_page` is that of Jet 3 texts.
+void DecodeValue(const Column& column, const ByteView& stored, const Format& format, int code_page, Value& value);
+
+// The bytes to store. Requires: the value has the column's type, see ValueTypeOf; not for long values and Booleans.
+// Raises FieldTooLarge, or DataTypeConversion for a text that is no GUID.
+void EncodeValue(const Column& column, const Value& value, Bytes& stored);
+
+// "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" and its 16 bytes as stored.
+std::u16string GuidToText(const std::uint8_t* stored);
+std::optional<Bytes> GuidFromText(std::u16string_view text);
+
+// The parts of a row to be encoded, by position of the column.
+struct RowField {
+    bool present = false;  // for a Boolean: its value
+    Bytes bytes;
+};
+
+// Raises RecordTooLarge when the row does not fit on a page. Jet 4.
+void EncodeRow(const TableDefinition& table, const std::u16string& table_name, const std::vector<RowField>& fields,
+               Bytes& row);
+
+// The length EncodeRow would give.
+std::size_t EncodedLength(const TableDefinition& table, const std::vector<RowField>& fields);
+
+}  // namespace qmtrain::jet

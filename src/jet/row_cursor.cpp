@@ -1,0 +1,171 @@
+#include "jet/row_cursor.h"
+
+#include <utility>
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr int kMaxHops = 8;
+
+}  // namespace
+
+std::optional<Bytes> SuccessorOf(Bytes key) {
+    while (!key.empty() && key.back() == 0xFF) key.pop_back();
+    if (key.empty()) return std::nullopt;
+    ++key.back();
+    return key;
+}
+
+RowCursor::RowCursor(std::shared_ptr<const Table> table) : table_(std::move(table)), pager_(table_->GetPager()) {}
+
+void RowCursor::Scan() {
+    mode_ = Mode::Scan;
+    scan_page_ = 0;
+    scan_slot_ = 0;
+    data_.reset();
+    row_ = {};
+    loaded_ = false;
+}
+
+void RowCursor::Range(std::size_t index, const Bytes& from, const std::optional<Bytes>& to, bool backwards) {
+    mode_ = Mode::Index;
+    backwards_ = backwards;
+    row_ = {};
+    loaded_ = false;
+    index_.emplace(table_->Tree(index));
+    if (backwards) {
+        bound_ = from;
+        index_->StartBackward(to ? std::optional<std::span<const std::uint8_t>>(*to) : std::nullopt);
+    } else {
+        bound_ = to;
+        index_->StartForward(from);
+    }
+}
+
+bool RowCursor::Next() {
+    loaded_ = false;
+    switch (mode_) {
+        case Mode::Scan: return NextInScan();
+        case Mode::Index: return NextInIndex();
+        case Mode::Single: break;
+    }
+    return false;
+}
+
+bool RowCursor::NextInScan() {
+    const TableDefinition& definition = table_->Definition();
+    for (;;) {
+        if (scan_page_ != 0 && (!data_ || page_change_ != pager_.ChangeCount())) {
+            page_ = pager_.Read(scan_page_);
+            page_change_ = pager_.ChangeCount();
+            data_.reset();
+            const bool ours = page_.Type() == PageType::Data && page_.View().U32(4) == definition.page;
+            if (ours) data_.emplace(page_.View(), pager_.GetFormat());
+        }
+        while (data_ && scan_slot_ < data_->Slots()) {
+            const std::size_t slot = scan_slot_++;
+            const SlotKind kind = data_->Kind(slot);
+            if (kind != SlotKind::Row && kind != SlotKind::Header) continue;
+            row_ = {scan_page_, static_cast<std::uint8_t>(slot)};
+            return true;
+        }
+        scan_page_ = table_->OwnedMap().Next(scan_page_ + 1);
+        scan_slot_ = 0;
+        data_.reset();
+        if (scan_page_ == 0) {
+            mode_ = Mode::Single;
+            row_ = {};
+            return false;
+        }
+    }
+}
+
+bool RowCursor::NextInIndex() {
+    if (index_->Next()) {
+        const Bytes& entry = index_->Entry();
+        if (!bound_ || (backwards_ ? entry >= *bound_ : entry < *bound_)) {
+            row_ = RowPointerOf(entry);
+            return true;
+        }
+    }
+    mode_ = Mode::Single;
+    row_ = {};
+    return false;
+}
+
+bool RowCursor::MoveTo(RowPointer row) {
+    mode_ = Mode::Single;
+    row_ = row;
+    loaded_ = false;
+    return row.page != 0 && row.page < pager_.PageCount() && Load();
+}
+
+// False when the row is gone.
+bool RowCursor::Load() {
+    if (loaded_ && row_change_ == pager_.ChangeCount()) return true;
+    RowPointer at = row_;
+    for (int hop = 0;; ++hop) {
+        row_page_ = pager_.Read(at.page);
+        if (row_page_.Type() != PageType::Data || row_page_.View().U32(4) != table_->Definition().page) {
+            if (hop == 0) return false;
+            pager_.Damaged(at.page, u"行的溢出指针错误");
+        }
+        const DataPage data(row_page_.View(), pager_.GetFormat());
+        if (hop == 0 && at.slot >= data.Slots()) return false;
+        const SlotKind kind = data.Kind(at.slot);
+        if (kind == SlotKind::Deleted || (hop == 0 && kind == SlotKind::Overflow)) {
+            if (hop == 0) return false;
+            pager_.Damaged(at.page, u"行的溢出指针错误");
+        }
+        const ByteView bytes = data.Row(at.slot);
+        if (kind != SlotKind::Header) {
+            view_.emplace(table_->Definition(), pager_.GetFormat(), bytes);
+            break;
+        }
+        if (hop == kMaxHops) pager_.Damaged(at.page, u"行的溢出链太长");
+        at = RowPointer::FromStored(bytes.U32(0));
+    }
+    loaded_ = true;
+    row_change_ = pager_.ChangeCount();
+    return true;
+}
+
+const RowView& RowCursor::View() {
+    if (!row_) Raise(ErrorNumber::NoCurrentRecord);
+    if (!Load()) Raise(ErrorNumber::RecordDeleted);
+    return *view_;
+}
+
+std::optional<LongValueReader> RowCursor::OpenLongValue(std::size_t column) {
+    const auto stored = View().Find(table_->Definition().columns[column]);
+    if (!stored) return std::nullopt;
+    return LongValueReader(pager_, *stored);
+}
+
+void RowCursor::Read(std::size_t position, Value& value) {
+    const Column& column = table_->Definition().columns[position];
+    const RowView& view = View();
+    if (column.type == ColumnType::Boolean) {
+        value = view.Boolean(column);
+        return;
+    }
+    const auto stored = view.Find(column);
+    if (!stored) {
+        value = Null{};
+        return;
+    }
+    if (!IsLongValue(column.type)) {
+        const int code_page = column.code_page != 0 ? column.code_page : pager_.GetHeader().code_page;
+        DecodeValue(column, *stored, pager_.GetFormat(), code_page, value);
+        return;
+    }
+    const LongValueReader reader(pager_, *stored);
+    if (column.type == ColumnType::LongBinary) {
+        reader.Read(value.ReuseBinary());
+        return;
+    }
+    reader.Read(long_value_);
+    DecodeMemo(long_value_, pager_, column, value.ReuseText());
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,71 @@
+// A position among the rows of a table. Columns are decoded when they are read.
+#pragma once
+
+#include <optional>
+
+#include "jet/table.h"
+
+namespace qmtrain::jet {
+
+class RowCursor {
+public:
+    explicit RowCursor(std::shared_ptr<const Table> table);
+
+    const Table& GetTable() const { return *table_; }
+
+    // All rows, in the order in which they are stored.
+    void Scan();
+
+    // The rows with keys from `from` on and below `to` (no bound when empty), in the order of the index or against it.
+    void Range(std::size_t index, const Bytes& from, const std::optional<Bytes>& to, bool backwards = false);
+
+    // Moves to the next row; false at the end. Rows deleted meanwhile are left out.
+    bool Next();
+
+    // Moves to a row and ends the scan or range; false when the row is gone.
+    bool MoveTo(RowPointer row);
+
+    RowPointer Row() const { return row_; }
+
+    // Raises RecordDeleted when the row is gone.
+    void Read(std::size_t column, Value& value);
+
+    // A memo or OLE value without reading it; nothing when it is Null. Valid until the cursor moves.
+    std::optional<LongValueReader> OpenLongValue(std::size_t column);
+
+    // The row's bytes.
+    const RowView& View();
+
+private:
+    enum class Mode : std::uint8_t { Single, Scan, Index };
+
+    bool NextInScan();
+    bool NextInIndex();
+    bool Load();
+
+    std::shared_ptr<const Table> table_;
+    Pager& pager_;
+    Mode mode_ = Mode::Single;
+
+    PageNumber scan_page_ = 0;
+    std::size_t scan_slot_ = 0;
+    Page page_;  // of the scan
+    std::optional<DataPage> data_;
+    std::uint64_t page_change_ = 0;  // the pager's, when page_ was looked at
+
+    std::optional<IndexCursor> index_;
+    bool backwards_ = false;
+    std::optional<Bytes> bound_;  // where an index walk ends
+
+    RowPointer row_;
+    bool loaded_ = false;
+    std::uint64_t row_change_ = 0;
+    Page row_page_;
+    std::optional<RowView> view_;
+    Bytes long_value_;
+};
+
+// The least byte string above all that begin with `key`; nothing when there is none.
+std::optional<Bytes> SuccessorOf(Bytes key);
+
+}  // namespace qmtrain::jet

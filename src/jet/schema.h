@@ -1,0 +1,83 @@
+// How tables, indexes and relationships are described to make them, and what the catalogue says of them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/date.h"
+#include "jet/table_definition.h"
+
+namespace qmtrain::jet {
+
+struct NewDatabase {
+    std::uint16_t sort_order = 0x0409;
+    std::uint16_t code_page = 0;  // 0: the usual one of the sort order
+};
+
+struct ColumnSpec {
+    std::u16string name;
+    ColumnType type = ColumnType::Text;
+    int size = 0;        // Text: characters (up to 255), Binary: bytes (up to 510)
+    int precision = 18;  // Decimal
+    int scale = 0;       // Decimal
+    bool autonumber = false;
+    bool required = false;
+    bool allow_zero_length = true;
+    std::u16string default_value;  // an expression
+};
+
+struct IndexColumnSpec {
+    std::u16string column;
+    bool ascending = true;
+};
+
+struct IndexSpec {
+    std::u16string name;
+    std::vector<IndexColumnSpec> columns;
+    bool unique = false;
+    bool primary = false;
+    bool required = false;
+    bool ignore_nulls = false;
+};
+
+struct TableSpec {
+    std::u16string name;
+    std::vector<ColumnSpec> columns;
+    std::vector<IndexSpec> indexes;
+};
+
+struct Relationship {
+    std::u16string name;
+    std::u16string table;  // the referencing (many) side
+    std::vector<std::u16string> columns;
+    std::u16string referenced_table;
+    std::vector<std::u16string> referenced_columns;
+    bool enforced = true;
+    bool cascade_update = false;
+    bool cascade_delete = false;
+};
+
+// A row of the catalogue.
+struct CatalogObject {
+    static constexpr std::int16_t kTable = 1;
+    static constexpr std::int16_t kLinkedOdbc = 4;
+    static constexpr std::int16_t kQuery = 5;
+    static constexpr std::int16_t kLinkedTable = 6;
+    static constexpr std::int16_t kRelationship = 8;
+
+    std::int32_t id = 0;
+    std::int32_t parent = 0;
+    std::u16string name;
+    std::int16_t type = 0;
+    std::int32_t flags = 0;
+    std::u16string database;  // linked tables
+    std::u16string connect;
+    std::u16string foreign_name;
+    RowPointer row;
+
+    bool IsSystem() const { return (static_cast<std::uint32_t>(flags) & 0x80000002U) != 0; }
+    bool IsUserTable() const { return (type == kTable || type == kLinkedTable) && !IsSystem(); }
+};
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,495 @@
+#include "jet/table.h"
+
+#include <algorithm>
+#include <limits>
+#include <tuple>
+
+#include "jet/database.h"
+#include "jet/references.h"
+#include "jet/row_cursor.h"
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr int kMaxHops = 8;
+
+// What the object's properties say of its columns.
+void ApplyProperties(TableDefinition& definition, const Properties& properties, const Pager& pager) {
+    for (Column& column : definition.columns) {
+        if (const Property* required = properties.Find(column.name, u"Required"))
+            column.required = required->AsBoolean();
+        if (const Property* allowed = properties.Find(column.name, u"AllowZeroLength")) {
+            column.allow_zero_length = allowed->AsBoolean();
+        }
+        if (const Property* value = properties.Find(column.name, u"DefaultValue")) {
+            column.default_value = value->AsText(pager.GetFormat(), pager.GetHeader().code_page);
+        }
+    }
+}
+
+TableDefinition LoadDefinition(Pager& pager, PageNumber page, const std::vector<std::uint8_t>& properties) {
+    TableDefinition definition = ReadDefinition(pager, page);
+    const ByteView blob(properties.data(), properties.size(), pager.FileName(), page);
+    ApplyProperties(definition, Properties::Read(blob, pager.GetFormat(), pager.GetHeader().code_page), pager);
+    return definition;
+}
+
+}  // namespace
+
+Table::Table(Database& database, PageNumber page, std::u16string name, std::vector<std::uint8_t> properties)
+    : database_(database),
+      pager_(database.GetPager()),
+      allocator_(database.Allocator()),
+      name_(std::move(name)),
+      definition_(LoadDefinition(pager_, page, properties)),
+      store_(pager_, allocator_, page, definition_.owned_map, definition_.free_map),
+      order_checked_(definition_.real_indexes.size()),
+      row_(definition_.columns.size()),
+      fields_(definition_.columns.size()),
+      keys_(definition_.real_indexes.size()) {}
+
+std::int64_t Table::RowCount() const {
+    return StoredRowCount(pager_.Read(definition_.page), pager_.GetFormat());
+}
+
+IndexTree Table::Tree(std::size_t index) const {
+    return {pager_, allocator_, definition_.page, definition_.real_indexes[index]};
+}
+
+std::u16string Table::IndexName(std::size_t index) const {
+    for (const LogicalIndex& logical : definition_.logical_indexes) {
+        if (logical.real == index && logical.side != LogicalIndex::Side::Referenced) return logical.name;
+    }
+    return u"#" + ToText(static_cast<std::int64_t>(index));
+}
+
+LongValueWriter Table::LongValues(const Column& column) const {
+    return {pager_, allocator_, column};
+}
+
+// Keys
+
+bool Table::HasKeys(std::size_t index, std::span<const Value> values) const {
+    const RealIndex& real = definition_.real_indexes[index];
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
+        if (!HasKey(column, values[i], pager_.GetHeader())) return false;
+    }
+    return true;
+}
+
+void Table::AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const {
+    const RealIndex& real = definition_.real_indexes[index];
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
+        AppendKeyPart(column, real.columns[i].ascending, values[i], pager_.GetHeader(), key);
+    }
+}
+
+// False when the row has no entry in this index.
+bool Table::KeyOf(std::size_t index, const Row& row, Bytes& key) const {
+    const RealIndex& real = definition_.real_indexes[index];
+    key.clear();
+    for (const KeyColumn& part : real.columns) {
+        const int position = definition_.ColumnByNumber(part.number);
+        AppendKeyPart(definition_.columns[position], part.ascending, row[position], pager_.GetHeader(), key);
+    }
+    return !(real.IgnoresNulls() && AllNull(index, row));
+}
+
+std::vector<bool> Table::KeyColumns() const {
+    std::vector<bool> wanted(definition_.columns.size());
+    for (const RealIndex& real : definition_.real_indexes) {
+        for (const KeyColumn& part : real.columns) wanted[definition_.ColumnByNumber(part.number)] = true;
+    }
+    return wanted;
+}
+
+// Refuses a row whose entry cannot be computed.
+void Table::CheckTextOrder(std::size_t index, const Row& row) {
+    for (const KeyColumn& part : definition_.real_indexes[index].columns) {
+        const int position = definition_.ColumnByNumber(part.number);
+        const Column& column = definition_.columns[position];
+        if (!IsText(column.type)) continue;
+        const TextOrder order = TextOrderOf(column, pager_.GetHeader());
+        if (order == TextOrder::General) continue;
+        if (order == TextOrder::AsciiOnly) CheckStoredOrder(index);
+        if (HasKey(column, row[position], pager_.GetHeader())) continue;
+        Raise(ErrorNumber::TextOrderUnsupported, {name_, IndexName(index), u"字段“" + column.name + u"”的文本。"});
+    }
+}
+
+// Before the first entry goes into an index of a partly known order, the entries that are there must be as we would
+// have made them.
+void Table::CheckStoredOrder(std::size_t index) {
+    if (order_checked_[index]) return;
+    IndexCursor entries(Tree(index));
+    entries.StartForward({});
+    const std::vector<bool> wanted = KeyColumns();
+    Row row(definition_.columns.size());
+    Bytes key;
+    while (entries.Next()) {
+        const RowPointer where = RowPointerOf(entries.Entry());
+        ReadColumns(where, wanted, row);
+        std::vector<Value> values;
+        for (const KeyColumn& part : definition_.real_indexes[index].columns) {
+            values.push_back(row[definition_.ColumnByNumber(part.number)]);
+        }
+        if (!HasKeys(index, values)) continue;
+        KeyOf(index, row, key);
+        AppendRowPointer(where, key);
+        if (key != entries.Entry()) {
+            Raise(ErrorNumber::TextOrderUnsupported, {name_, IndexName(index), u"已有的索引项与计算结果不同。"});
+        }
+    }
+    order_checked_[index] = true;
+}
+
+bool Table::AllNull(std::size_t index, const Row& row) const {
+    const std::vector<KeyColumn>& parts = definition_.real_indexes[index].columns;
+    return std::all_of(parts.begin(), parts.end(),
+                       [&](const KeyColumn& part) { return row[definition_.ColumnByNumber(part.number)].IsNull(); });
+}
+
+void Table::CheckUnique(std::size_t index, const Row& row, const Bytes& key, RowPointer except) const {
+    const RealIndex& real = definition_.real_indexes[index];
+    const bool any_null = std::any_of(real.columns.begin(), real.columns.end(), [&](const KeyColumn& part) {
+        return row[definition_.ColumnByNumber(part.number)].IsNull();
+    });
+    if (real.IsRequired() && any_null) Raise(ErrorNumber::IndexKeyNull, {IndexName(index)});
+    if (!real.IsUnique() || AllNull(index, row)) return;
+    if (Tree(index).ContainsKey(key, except)) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+}
+
+void Table::AddEntry(std::size_t index, const Bytes& key, RowPointer where) {
+    Bytes entry = key;
+    AppendRowPointer(where, entry);
+    if (!Tree(index).Insert(entry)) return;
+    MutablePage definition = pager_.Write(definition_.page);
+    const Format& format = pager_.GetFormat();
+    std::uint8_t* distinct = definition.Data() + format.definition_header + format.statistics_block * index + 4;
+    Put(distinct, Get<std::uint32_t>(distinct) + 1);
+}
+
+void Table::EraseEntry(std::size_t index, const Row& row, RowPointer where) {
+    Bytes entry;
+    if (!KeyOf(index, row, entry)) return;
+    AppendRowPointer(where, entry);
+    std::vector<Value> values;
+    for (const KeyColumn& part : definition_.real_indexes[index].columns) {
+        values.push_back(row[definition_.ColumnByNumber(part.number)]);
+    }
+    IndexTree tree = Tree(index);
+    if (HasKeys(index, values) && tree.Erase(entry)) return;
+    if (!tree.EraseByRow(where)) {
+        pager_.Damaged(where.page, u"表“" + name_ + u"”的索引“" + IndexName(index) + u"”缺少一行的索引项");
+    }
+}
+
+void Table::BuildIndex(std::size_t index) {
+    auto self = database_.TableAt(definition_.page);
+    std::vector<bool> wanted(definition_.columns.size());
+    for (const KeyColumn& part : definition_.real_indexes[index].columns) {
+        wanted[definition_.ColumnByNumber(part.number)] = true;
+    }
+    RowCursor cursor(self);
+    cursor.Scan();
+    Row row(definition_.columns.size());
+    struct Entry {
+        Bytes key;
+        RowPointer row;
+        bool exempt;  // all Null: may stand in a unique index many times
+    };
+    std::vector<Entry> entries;
+    while (cursor.Next()) {
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            if (wanted[i]) cursor.Read(i, row[i]);
+        }
+        CheckTextOrder(index, row);
+        Entry entry{{}, cursor.Row(), AllNull(index, row)};
+        if (!KeyOf(index, row, entry.key)) continue;
+        CheckUnique(index, row, entry.key, {});  // the tree is empty yet: this is about Nulls
+        entries.push_back(std::move(entry));
+    }
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry& a, const Entry& b) { return std::tie(a.key, a.row) < std::tie(b.key, b.row); });
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const bool twice = i > 0 && entries[i - 1].key == entries[i].key && !entries[i].exempt;
+        if (twice && definition_.real_indexes[index].IsUnique()) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+        AddEntry(index, entries[i].key, entries[i].row);
+    }
+}
+
+// Values
+
+void Table::AssignAutonumber(Row& row) {
+    last_autonumber_ = 0;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        const Column& column = definition_.columns[i];
+        if (!column.IsAutonumber()) continue;
+        const std::size_t at = pager_.GetFormat().definition_autonumber;
+        const auto stored = pager_.Read(definition_.page).View().Read<std::int32_t>(at);
+        if (row[i].IsNull() || row[i].IsEmpty()) {
+            if (stored == std::numeric_limits<std::int32_t>::max()) Raise(ErrorNumber::Overflow);
+            row[i] = stored + 1;
+        }
+        last_autonumber_ = row[i].As<std::int32_t>();
+    }
+}
+
+void Table::CheckValue(const Column& column, const Value& value) const {
+    if (value.IsNull()) {
+        if (column.required) Raise(ErrorNumber::FieldRequired, {name_ + u"." + column.name});
+        return;
+    }
+    if (value.GetType() != ValueTypeOf(column.type)) Raise(ErrorNumber::DataTypeConversion, {column.name});
+    if (!IsText(column.type)) return;
+    if (value.Text().empty() && !column.allow_zero_length)
+        Raise(ErrorNumber::ZeroLengthNotAllowed, {name_ + u"." + column.name});
+}
+
+// Writes a long value out already: what is stored for it in the row is a reference.
+void Table::EncodeField(std::size_t position, const Value& value, RowField& field) {
+    const Column& column = definition_.columns[position];
+    field.present = !value.IsNull();
+    field.bytes.clear();
+    if (!field.present) return;
+    if (column.type == ColumnType::Boolean) {
+        field.present = value.As<bool>();
+    } else if (column.type == ColumnType::Memo) {
+        const std::u16string& text = value.Text();
+        field.bytes = LongValues(column).Write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size() * 2});
+    } else if (column.type == ColumnType::LongBinary) {
+        field.bytes = LongValues(column).Write(value.Binary());
+    } else {
+        EncodeValue(column, value, field.bytes);
+    }
+}
+
+// Moves inline long values out, the longest first, until the row fits on a page.
+void Table::FitRow(std::vector<RowField>& fields) {
+    while (EncodedLength(definition_, fields) > pager_.GetFormat().max_row) {
+        std::size_t longest = fields.size();
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            if (!IsLongValue(definition_.columns[i].type) || !fields[i].present || fields[i].bytes.size() <= 12)
+                continue;
+            if (longest == fields.size() || fields[i].bytes.size() > fields[longest].bytes.size()) longest = i;
+        }
+        if (longest == fields.size()) Raise(ErrorNumber::RecordTooLarge, {name_});
+        const Column& column = definition_.columns[longest];
+        Bytes& bytes = fields[longest].bytes;
+        Bytes value;
+        LongValueReader(pager_, ByteView(bytes.data(), bytes.size(), pager_.FileName(), definition_.page)).Read(value);
+        if (column.type == ColumnType::Memo) {
+            std::u16string text;
+            DecodeMemo(value, pager_, column, text);
+            EncodeText(text, false, value);
+        }
+        bytes = LongValues(column).Write(value, false);
+    }
+}
+
+// Rows
+
+RowPointer Table::Locate(RowPointer row) const {
+    for (int hop = 0; hop <= kMaxHops; ++hop) {
+        const Page page = pager_.Read(row.page);
+        const DataPage data = store_.ViewOf(page);
+        if (data.Kind(row.slot) != SlotKind::Header) return row;
+        row = RowPointer::FromStored(data.Row(row.slot).U32(0));
+    }
+    pager_.Damaged(row.page, u"行的溢出链太长");
+}
+
+void Table::ReadColumns(RowPointer row, const std::vector<bool>& wanted, Row& values) const {
+    RowCursor cursor(database_.TableAt(definition_.page));
+    if (!cursor.MoveTo(row)) Raise(ErrorNumber::RecordDeleted);
+    values.resize(wanted.size());
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        if (wanted[i]) cursor.Read(i, values[i]);
+    }
+}
+
+void Table::CountRows(int change) {
+    MutablePage definition = pager_.Write(definition_.page);
+    std::uint8_t* rows = definition.Data() + pager_.GetFormat().definition_rows;
+    Put(rows, static_cast<std::uint32_t>(Get<std::int32_t>(rows) + change));
+}
+
+RowPointer Table::Insert(std::span<const Value> values) {
+    row_.assign(values.begin(), values.end());
+    AssignAutonumber(row_);
+    for (std::size_t i = 0; i < row_.size(); ++i) {
+        const Column& column = definition_.columns[i];
+        if (row_[i].IsEmpty()) row_[i] = Null{};
+        if (column.type == ColumnType::Boolean && row_[i].IsNull()) row_[i] = false;
+        CheckValue(column, row_[i]);
+    }
+    CheckReferencedRows(*this, row_, nullptr);
+    std::vector<bool> in_index(keys_.size());
+    for (std::size_t i = 0; i < keys_.size(); ++i) {
+        CheckTextOrder(i, row_);
+        in_index[i] = KeyOf(i, row_, keys_[i]);
+        CheckUnique(i, row_, keys_[i], {});
+    }
+    for (std::size_t i = 0; i < row_.size(); ++i) EncodeField(i, row_[i], fields_[i]);
+    FitRow(fields_);
+    EncodeRow(definition_, name_, fields_, encoded_);
+    const RowPointer where = store_.Add(encoded_);
+    for (std::size_t i = 0; i < keys_.size(); ++i) {
+        if (in_index[i]) AddEntry(i, keys_[i], where);
+    }
+    CountRows(1);
+    if (last_autonumber_ != 0) {
+        MutablePage definition = pager_.Write(definition_.page);
+        std::uint8_t* stored = definition.Data() + pager_.GetFormat().definition_autonumber;
+        if (last_autonumber_ > Get<std::int32_t>(stored)) Put(stored, last_autonumber_);
+    }
+    return where;
+}
+
+void Table::ReplaceRow(RowPointer row, const Bytes& bytes) {
+    const RowPointer place = Locate(row);
+    const bool overflow = place != row;
+    if (store_.Replace(place, bytes, overflow ? SlotKind::Overflow : SlotKind::Row)) return;
+    const RowPointer moved = store_.Add(bytes, SlotKind::Overflow);
+    std::array<std::uint8_t, 4> pointer{};
+    Put(pointer.data(), moved.ToStored());
+    if (!store_.Replace(row, pointer, SlotKind::Header)) pager_.Damaged(row.page, u"行太短，不能移动");
+    if (overflow) store_.Delete(place);
+}
+
+void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
+    // The old values of what indexes and relationships need, and the new ones.
+    std::vector<bool> wanted = KeyColumns();
+    Row old_row(definition_.columns.size());
+    ReadColumns(where, wanted, old_row);
+    Row new_row = old_row;
+    std::vector<bool> changed(definition_.columns.size());
+    for (const ColumnChange& change : changes) {
+        const Column& column = definition_.columns[change.column];
+        Value value = change.value;
+        if (column.type == ColumnType::Boolean && value.IsNull()) value = false;
+        CheckValue(column, value);
+        new_row[change.column] = std::move(value);
+        changed[change.column] = true;
+    }
+    CheckReferencedRows(*this, new_row, &old_row);
+    CheckReferencingRows(*this, old_row, &new_row);
+
+    std::vector<Bytes> keys(keys_.size());
+    std::vector<bool> in_index(keys_.size());
+    std::vector<bool> index_changed(keys_.size());
+    Bytes old_key;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const RealIndex& real = definition_.real_indexes[i];
+        if (std::none_of(real.columns.begin(), real.columns.end(),
+                         [&](const KeyColumn& part) { return changed[definition_.ColumnByNumber(part.number)]; })) {
+            continue;
+        }
+        CheckTextOrder(i, new_row);
+        const bool was_in = KeyOf(i, old_row, old_key);
+        in_index[i] = KeyOf(i, new_row, keys[i]);
+        index_changed[i] = was_in != in_index[i] || old_key != keys[i];
+        if (index_changed[i]) CheckUnique(i, new_row, keys[i], where);
+    }
+    // Values that stay are taken over as they are stored.
+    std::vector<RowField> fields(definition_.columns.size());
+    std::vector<std::pair<std::size_t, Bytes>> replaced;  // references of long values to be given back
+    {
+        RowCursor cursor(database_.TableAt(definition_.page));
+        if (!cursor.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
+        const RowView& view = cursor.View();
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            const Column& column = definition_.columns[i];
+            if (column.type == ColumnType::Boolean) {
+                fields[i].present = view.Boolean(column);
+            } else if (const auto stored = view.Find(column)) {
+                fields[i].present = true;
+                fields[i].bytes.assign(stored->Data(), stored->Data() + stored->Size());
+            }
+        }
+    }
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (!changed[i]) continue;
+        if (IsLongValue(definition_.columns[i].type) && fields[i].present) replaced.emplace_back(i, fields[i].bytes);
+        EncodeField(i, new_row[i], fields[i]);
+    }
+    FitRow(fields);
+    EncodeRow(definition_, name_, fields, encoded_);
+    ReplaceRow(where, encoded_);
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        if (!index_changed[i]) continue;
+        EraseEntry(i, old_row, where);
+        if (in_index[i]) AddEntry(i, keys[i], where);
+    }
+    for (const auto& [column, reference] : replaced) {
+        LongValues(definition_.columns[column])
+            .Free(ByteView(reference.data(), reference.size(), pager_.FileName(), where.page));
+    }
+    CascadeUpdate(*this, old_row, new_row);
+}
+
+void Table::Delete(RowPointer where) {
+    Row row(definition_.columns.size());
+    ReadColumns(where, KeyColumns(), row);
+    CheckReferencingRows(*this, row, nullptr);
+    for (std::size_t i = 0; i < definition_.real_indexes.size(); ++i) EraseEntry(i, row, where);
+    std::vector<std::pair<std::size_t, Bytes>> long_values;
+    {
+        RowCursor cursor(database_.TableAt(definition_.page));
+        if (!cursor.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
+        for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
+            if (!IsLongValue(definition_.columns[i].type)) continue;
+            if (const auto stored = cursor.View().Find(definition_.columns[i])) {
+                long_values.emplace_back(i, Bytes(stored->Data(), stored->Data() + stored->Size()));
+            }
+        }
+    }
+    for (const auto& [column, reference] : long_values) {
+        LongValues(definition_.columns[column])
+            .Free(ByteView(reference.data(), reference.size(), pager_.FileName(), where.page));
+    }
+    const RowPointer place = Locate(where);
+    if (place != where) store_.Delete(place);
+    store_.Delete(where);
+    CountRows(-1);
+    CascadeDelete(*this, row);
+}
+
+// Giving pages back
+
+namespace {
+
+void FreeMapPages(Pager& pager, PageAllocator& allocator, RowPointer map, PageType type) {
+    if (!map) return;
+    const UsageMap pages(pager, allocator, map);
+    for (PageNumber page = pages.Next(1); page != 0; page = pages.Next(page + 1)) allocator.Free(page, type);
+    for (const PageNumber page : pages.MapPages()) allocator.Free(page, PageType::Unwritten);
+}
+
+void FreeExtraMapPages(Pager& pager, PageAllocator& allocator, RowPointer map) {
+    if (!map) return;
+    for (const PageNumber page : UsageMap(pager, allocator, map).MapPages()) allocator.Free(page, PageType::Unwritten);
+}
+
+}  // namespace
+
+void Table::FreeAllPages() {
+    for (std::size_t i = 0; i < definition_.columns.size(); ++i) FreeLongValues(i);
+    for (std::size_t i = 0; i < definition_.real_indexes.size(); ++i) FreeIndexPages(i);
+    FreeMapPages(pager_, allocator_, definition_.owned_map, PageType::FreedData);
+    FreeExtraMapPages(pager_, allocator_, definition_.free_map);
+}
+
+void Table::FreeLongValues(std::size_t column) {
+    if (!IsLongValue(definition_.columns[column].type)) return;
+    FreeMapPages(pager_, allocator_, definition_.columns[column].owned_map, PageType::FreedData);
+    FreeExtraMapPages(pager_, allocator_, definition_.columns[column].free_map);
+}
+
+void Table::FreeIndexPages(std::size_t index) {
+    FreeMapPages(pager_, allocator_, definition_.real_indexes[index].map, PageType::Unwritten);
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,112 @@
+// The rows of one table: reading, and changing with all that a change brings with it.
+//
+// A table belongs to its Database and is used inside that database's scopes. Positions of columns and indexes are those
+// in Definition().columns and Definition().real_indexes.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "core/value.h"
+#include "jet/index_key.h"
+#include "jet/index_tree.h"
+#include "jet/long_value.h"
+#include "jet/row.h"
+#include "jet/row_store.h"
+#include "jet/table_definition.h"
+
+namespace qmtrain::jet {
+
+class Database;
+
+struct ColumnChange {
+    int column = 0;
+    Value value;
+};
+
+class Table {
+public:
+    Table(Database& database, PageNumber page, std::u16string name, std::vector<std::uint8_t> properties);
+
+    const std::u16string& Name() const { return name_; }
+    const TableDefinition& Definition() const { return definition_; }
+    Database& GetDatabase() const { return database_; }
+    Pager& GetPager() const { return pager_; }
+
+    // As the definition says, which is exact in files of our own making.
+    std::int64_t RowCount() const;
+
+    // One value per column: of the column's type, Null, or Empty for "not given" (a counter then numbers itself).
+    // Raises DuplicateKey, FieldRequired, RelatedRecordRequired, FieldTooLarge, TextOrderUnsupported …; everything that
+    // can be refused is refused before anything changes.
+    RowPointer Insert(std::span<const Value> values);
+    void Update(RowPointer row, std::span<const ColumnChange> changes);
+    void Delete(RowPointer row);
+
+    // The number that the last Insert gave to the counter column; 0 when it gave none.
+    std::int32_t LastAutonumber() const { return last_autonumber_; }
+
+    // Whether the keys of these leading columns of an index can be computed.
+    bool HasKeys(std::size_t index, std::span<const Value> values) const;
+
+    // The key bytes of the leading columns of an index.
+    void AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const;
+
+    IndexTree Tree(std::size_t index) const;
+    UsageMap OwnedMap() const { return store_.OwnedMap(); }
+
+    // The name under which an index is known; that of its first role.
+    std::u16string IndexName(std::size_t index) const;
+
+    // Fills an index, which must be empty, from the rows. Raises DuplicateKey and the like.
+    void BuildIndex(std::size_t index);
+
+    // Gives back all pages of rows, long values and indexes. The definition then names none of them any more.
+    void FreeAllPages();
+    void FreeLongValues(std::size_t column);
+    void FreeIndexPages(std::size_t index);
+
+private:
+    using Row = std::vector<Value>;
+
+    RowPointer Locate(RowPointer row) const;
+    void ReadColumns(RowPointer row, const std::vector<bool>& wanted, Row& values) const;
+    std::vector<bool> KeyColumns() const;
+
+    void AssignAutonumber(Row& row);
+    void CheckValue(const Column& column, const Value& value) const;
+    void CheckTextOrder(std::size_t index, const Row& row);
+    void CheckStoredOrder(std::size_t index);
+    bool KeyOf(std::size_t index, const Row& row, Bytes& key) const;
+    bool AllNull(std::size_t index, const Row& row) const;
+    void CheckUnique(std::size_t index, const Row& row, const Bytes& key, RowPointer except) const;
+
+    void EncodeField(std::size_t column, const Value& value, RowField& field);
+    void FitRow(std::vector<RowField>& fields);
+    void ReplaceRow(RowPointer row, const Bytes& bytes);
+    void EraseEntry(std::size_t index, const Row& row, RowPointer where);
+    void AddEntry(std::size_t index, const Bytes& key, RowPointer where);
+    void CountRows(int change);
+    LongValueWriter LongValues(const Column& column) const;
+
+    Database& database_;
+    Pager& pager_;
+    PageAllocator& allocator_;
+    std::u16string name_;
+    TableDefinition definition_;
+    RowStore store_;
+    std::int32_t last_autonumber_ = 0;
+    std::vector<bool> order_checked_;  // indexes of a partly known text order whose entries were compared
+
+    // Kept between calls so that a row costs no allocations.
+    Row row_;
+    std::vector<RowField> fields_;
+    std::vector<Bytes> keys_;
+    Bytes encoded_;
+};
+
+}  // namespace qmtrain::jet

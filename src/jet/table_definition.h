@@ -1,0 +1,162 @@
+// What a file says about a table: columns, indexes, and where its pages are listed.
+//
+// A definition is a byte string over one or more pages:
+//   header | statistics per real index | column blocks | column names | real indexes | logical indexes | their names |
+//   per long value column: u16 number, u32 owned map, u32 free space map | FF FF
+// A real index is one tree; a logical index is a name and a role for it, and several may share one tree.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/value.h"
+#include "jet/format.h"
+#include "jet/pager.h"
+#include "jet/usage_map.h"
+
+namespace qmtrain::jet {
+
+enum class ColumnType : std::uint8_t {
+    Boolean = 1,
+    Byte = 2,
+    Integer = 3,
+    Long = 4,
+    Currency = 5,
+    Single = 6,
+    Double = 7,
+    Date = 8,
+    Binary = 9,
+    Text = 10,
+    LongBinary = 11,
+    Memo = 12,
+    Guid = 15,
+    Decimal = 16,
+    Internal = 17,  // raw bytes in a table of Access
+};
+
+// Bytes of a value of fixed length; 0 for types whose length varies.
+std::size_t FixedSize(ColumnType type);
+inline bool IsLongValue(ColumnType type) {
+    return type == ColumnType::Memo || type == ColumnType::LongBinary;
+}
+inline bool IsText(ColumnType type) {
+    return type == ColumnType::Text || type == ColumnType::Memo;
+}
+
+// The kind of value that a column of this type holds.
+Value::Type ValueTypeOf(ColumnType type);
+
+struct Column {
+    static constexpr std::uint8_t kFixed = 0x01;
+    static constexpr std::uint8_t kAlways = 0x02;
+    static constexpr std::uint8_t kAutonumber = 0x04;
+    static constexpr std::uint8_t kSystem = 0x10;
+    static constexpr std::uint8_t kMasked = 0x20;
+    static constexpr std::uint8_t kCompressed = 0x01;  // in extended_flags
+
+    std::u16string name;
+    ColumnType type = ColumnType::Text;
+    std::uint8_t flags = kAlways;
+    std::uint8_t extended_flags = 0;
+    std::uint16_t number = 0;
+    std::uint16_t variable_index = 0;
+    std::uint16_t ordinal = 0;
+    std::uint16_t fixed_offset = 0;
+    std::uint16_t length = 0;    // bytes; text of Jet 4: two per character
+    std::uint8_t precision = 0;  // Decimal
+    std::uint8_t scale = 0;      // Decimal
+    std::uint16_t sort_order = 0;
+    std::uint8_t sort_version = 0;
+    std::uint16_t code_page = 0;  // Jet 3 texts
+    RowPointer owned_map;         // long values
+    RowPointer free_map;          // long values; may be missing
+
+    // From the object's properties.
+    bool required = false;
+    bool allow_zero_length = true;
+    std::u16string default_value;
+
+    bool IsFixed() const { return (flags & kFixed) != 0; }
+    bool IsAutonumber() const { return (flags & kAutonumber) != 0 && type == ColumnType::Long; }
+};
+
+struct KeyColumn {
+    std::uint16_t number = 0;
+    bool ascending = true;
+    bool operator==(const KeyColumn&) const = default;
+};
+
+struct RealIndex {
+    static constexpr std::uint8_t kUnique = 0x01;
+    static constexpr std::uint8_t kIgnoreNulls = 0x02;
+    static constexpr std::uint8_t kRequired = 0x08;
+    static constexpr std::uint8_t kJet4 = 0x80;
+
+    std::vector<KeyColumn> columns;
+    RowPointer map;
+    PageNumber root = 0;
+    std::uint8_t flags = kJet4;
+    std::uint32_t counted_entries = 0;  // both are hints for planning, and often wrong
+    std::uint32_t distinct_keys = 0;
+
+    bool IsUnique() const { return (flags & kUnique) != 0; }
+    bool IgnoresNulls() const { return (flags & kIgnoreNulls) != 0; }
+    bool IsRequired() const { return (flags & kRequired) != 0; }
+};
+
+enum class IndexRole : std::uint8_t { Ordinary = 0, Primary = 1, Foreign = 2 };
+
+struct LogicalIndex {
+    // Which end of a relationship the table is.
+    enum class Side : std::uint8_t { None = 0, Referenced = 1, Referencing = 2 };
+
+    std::u16string name;
+    std::uint32_t number = 0;
+    std::uint32_t real = 0;
+    Side side = Side::None;
+    std::uint32_t other_number = 0xFFFFFFFF;  // of the logical index in the other table
+    PageNumber other_table = 0;
+    std::uint8_t update_action = 4;  // 4 without relationship; else bit 0 = cascade
+    std::uint8_t delete_action = 4;  // the same; bit 1 = set to Null
+    IndexRole role = IndexRole::Ordinary;
+
+    bool CascadesUpdates() const { return side != Side::None && (update_action & 1) != 0; }
+    bool CascadesDeletes() const { return side != Side::None && (delete_action & 1) != 0; }
+    bool NullsOnDelete() const { return side != Side::None && (delete_action & 2) != 0; }
+};
+
+struct TableDefinition {
+    static constexpr std::uint8_t kSystemTable = 0x53;
+    static constexpr std::uint8_t kUserTable = 0x4E;
+
+    PageNumber page = 0;
+    std::vector<PageNumber> pages;  // all pages of the definition, `page` first
+    std::uint32_t rows = 0;         // may be wrong after a crash of another program
+    std::uint32_t autonumber = 0;
+    std::uint8_t type = kUserTable;
+    std::uint16_t max_columns = 0;       // highest number ever used + 1
+    std::uint16_t variable_columns = 0;  // deleted ones included
+    RowPointer owned_map;
+    RowPointer free_map;
+    std::vector<Column> columns;  // by number
+    std::vector<RealIndex> real_indexes;
+    std::vector<LogicalIndex> logical_indexes;
+
+    // Positions; -1 when there is none.
+    int FindColumn(std::u16string_view name) const;
+    int ColumnByNumber(std::uint16_t number) const;
+    int FindLogicalIndex(std::u16string_view name) const;
+    int LogicalByNumber(std::uint32_t number) const;
+};
+
+// Raises FileDamaged when the definition does not hold together.
+TableDefinition ReadDefinition(Pager& pager, PageNumber page);
+
+// Writes the definition to `definition.pages`, taking further pages or freeing some as it needs. Jet 4.
+void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& definition);
+
+// Offsets, on the definition's first page, of what changes with every row.
+std::uint32_t StoredRowCount(const Page& definition, const Format& format);
+
+}  // namespace qmtrain::jet
