@@ -4,6 +4,7 @@
 #include <cstring>
 #include <random>
 
+#include "core/error.h"
 #include "jet/bytes.h"
 
 namespace qmtrain::jet {
@@ -76,7 +77,12 @@ void Journal::Sync() {
 
 void Journal::Remove(FileSystem& system, const std::filesystem::path& database, bool durable) {
     system.Remove(PathFor(database));
-    if (durable) system.SyncFolder(database.parent_path());
+    if (!durable) return;
+    try {
+        system.SyncFolder(database.parent_path());
+    } catch (const AutomationError&) {
+        // The journal is gone, so the transaction stands; to report a failure now would be wrong.
+    }
 }
 
 void Journal::PlayBack(FileSystem& system, const std::filesystem::path& database, File& file) {

@@ -53,7 +53,7 @@ void LockFile::WaitFor(std::uint64_t byte, File::Lock kind) {
     while (!file_->TryLock(byte, 1, kind)) {
         if (Clock::now() >= deadline) Raise(ErrorNumber::LockedByOther, {database_name_});
         std::this_thread::sleep_for(pause);
-        pause = std::min(pause * 2, std::chrono::milliseconds(20));
+        pause = std::min(pause * 2, std::chrono::milliseconds(5));
     }
 }
 

@@ -16,7 +16,7 @@ struct NewDatabase {
 };
 
 struct ColumnSpec {
-    std::u16string name;
+    std::u16string name = {};
     ColumnType type = ColumnType::Text;
     int size = 0;        // Text: characters (up to 255), Binary: bytes (up to 510)
     int precision = 18;  // Decimal
@@ -24,7 +24,7 @@ struct ColumnSpec {
     bool autonumber = false;
     bool required = false;
     bool allow_zero_length = true;
-    std::u16string default_value;  // an expression
+    std::u16string default_value = {};  // an expression
 };
 
 struct IndexColumnSpec {
@@ -33,8 +33,8 @@ struct IndexColumnSpec {
 };
 
 struct IndexSpec {
-    std::u16string name;
-    std::vector<IndexColumnSpec> columns;
+    std::u16string name = {};
+    std::vector<IndexColumnSpec> columns = {};
     bool unique = false;
     bool primary = false;
     bool required = false;
@@ -42,9 +42,9 @@ struct IndexSpec {
 };
 
 struct TableSpec {
-    std::u16string name;
-    std::vector<ColumnSpec> columns;
-    std::vector<IndexSpec> indexes;
+    std::u16string name = {};
+    std::vector<ColumnSpec> columns = {};
+    std::vector<IndexSpec> indexes = {};
 };
 
 struct Relationship {

@@ -1,0 +1,449 @@
+// Constraints, relationships, structure changes, and the limits of what is written.
+
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "jet/header.h"
+#include "jet/support/scratch.h"
+#include "jet/support/tables.h"
+
+namespace qmtrain::jet {
+namespace {
+
+using test::ErrorOf;
+using test::ExpectClean;
+using test::Insert;
+using test::Rows;
+using test::Write;
+
+class TableTest : public testing::Test {
+protected:
+    std::unique_ptr<Database> Create(const NewDatabase& settings = {}) {
+        return Database::Create(folder_.Path() / "test.mdb", settings);
+    }
+
+    // TrainInfo 1 — n TrainResult.
+    std::unique_ptr<Database> CreateRelated(bool cascade) {
+        auto database = Create();
+        Write(*database, [&] {
+            database->CreateTable({.name = u"TrainInfo",
+                                   .columns = {{.name = u"TrainID", .type = ColumnType::Long},
+                                               {.name = u"Score", .type = ColumnType::Single}},
+                                   .indexes = {{.name = u"PrimaryKey", .columns = {{u"TrainID"}}, .primary = true}}});
+            database->CreateTable(
+                {.name = u"TrainResult",
+                 .columns = {{.name = u"TrainID", .type = ColumnType::Long}, {.name = u"Answer", .size = 20}}});
+            database->CreateRelationship({.name = u"TrainInfoTrainResult",
+                                          .table = u"TrainResult",
+                                          .columns = {u"TrainID"},
+                                          .referenced_table = u"TrainInfo",
+                                          .referenced_columns = {u"TrainID"},
+                                          .cascade_update = cascade,
+                                          .cascade_delete = cascade});
+        });
+        return database;
+    }
+
+    test::ScratchFolder folder_;
+};
+
+TEST_F(TableTest, RefusesWhatBreaksAConstraintAndChangesNothing) {
+    auto database = Create();
+    Write(*database, [&] {
+        database->CreateTable({.name = u"Notes",
+                               .columns = {{.name = u"NoteID", .type = ColumnType::Long, .autonumber = true},
+                                           {.name = u"Code", .size = 5, .required = true, .allow_zero_length = false},
+                                           {.name = u"Name", .size = 10},
+                                           {.name = u"Kind", .type = ColumnType::Byte},
+                                           {.name = u"Data", .type = ColumnType::Binary, .size = 4}},
+                               .indexes = {{.name = u"PrimaryKey", .columns = {{u"NoteID"}}, .primary = true},
+                                           {.name = u"Unique", .columns = {{u"Name"}, {u"Kind"}}, .unique = true},
+                                           {.name = u"Required", .columns = {{u"Kind"}}, .required = true}}});
+    });
+    const auto kind = [](int value) { return Value(static_cast<std::uint8_t>(value)); };
+    Insert(*database, u"Notes", {{}, u"c1", u"计算机", kind(1), {}});
+    struct Case {
+        const char* name;
+        std::vector<Value> row;
+        ErrorNumber error;
+    };
+    const std::vector<Case> cases = {
+        {"required column", {{}, {}, u"x", kind(1), {}}, ErrorNumber::FieldRequired},
+        {"zero length", {{}, u"", u"x", kind(1), {}}, ErrorNumber::ZeroLengthNotAllowed},
+        {"text too long", {{}, u"123456", u"x", kind(1), {}}, ErrorNumber::FieldTooLarge},
+        {"binary too long", {{}, u"c", u"x", kind(1), Bytes(5)}, ErrorNumber::FieldTooLarge},
+        {"same key", {{}, u"c", u"计算机", kind(1), {}}, ErrorNumber::DuplicateKey},
+        {"key differs in width and blanks only", {{}, u"c", u"计算机  ", kind(1), {}}, ErrorNumber::DuplicateKey},
+        {"primary key given twice", {1, u"c", u"y", kind(1), {}}, ErrorNumber::DuplicateKey},
+        {"Null in a required index", {{}, u"c", u"y", {}, {}}, ErrorNumber::IndexKeyNull},
+        {"another type", {{}, u"c", u"y", u"1", {}}, ErrorNumber::DataTypeConversion},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(ErrorOf([&] { Insert(*database, u"Notes", c.row); }), static_cast<int>(c.error)) << c.name;
+        EXPECT_EQ(Rows(*database, u"Notes").size(), 1U) << c.name;
+    }
+    // Refused insertions did not use up numbers; the counter follows an explicit one.
+    Insert(*database, u"Notes", {7, u"c2", u"a", kind(2), {}});
+    Insert(*database, u"Notes", {{}, u"c3", u"b", kind(2), {}});
+    EXPECT_EQ(Rows(*database, u"Notes").back()[0], Value(8));
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, RelationshipWithoutCascadeRefuses) {
+    auto database = CreateRelated(false);
+    const RowPointer parent = Insert(*database, u"TrainInfo", {1, 60.5F});
+    const RowPointer child = Insert(*database, u"TrainResult", {1, u"A"});
+    Insert(*database, u"TrainResult", {Null{}, u"refers to nothing"});
+    const ColumnChange orphan{0, 9};
+    const auto info = [&] { return database->FindTable(u"TrainInfo"); };
+    const auto result = [&] { return database->FindTable(u"TrainResult"); };
+    const auto required = static_cast<int>(ErrorNumber::RelatedRecordRequired);
+    const auto exist = static_cast<int>(ErrorNumber::RelatedRecordsExist);
+    EXPECT_EQ(ErrorOf([&] { Insert(*database, u"TrainResult", {2, u"B"}); }), required);
+    EXPECT_EQ(ErrorOf([&] { Write(*database, [&] { result()->Update(child, std::span(&orphan, 1)); }); }), required);
+    EXPECT_EQ(ErrorOf([&] { Write(*database, [&] { info()->Delete(parent); }); }), exist);
+    EXPECT_EQ(ErrorOf([&] { Write(*database, [&] { info()->Update(parent, std::span(&orphan, 1)); }); }), exist);
+    const ColumnChange score{1, 90.0F};
+    Write(*database, [&] { info()->Update(parent, std::span(&score, 1)); });
+    EXPECT_EQ(Rows(*database, u"TrainInfo"), (std::vector<std::vector<Value>>{{1, 90.0F}}));
+    Write(*database, [&] { result()->Delete(child); });
+    Write(*database, [&] { info()->Delete(parent); });
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, RelationshipCascades) {
+    auto database = CreateRelated(true);
+    const RowPointer first = Insert(*database, u"TrainInfo", {1, 60.0F});
+    Insert(*database, u"TrainInfo", {2, 70.0F});
+    for (int i = 0; i < 500; ++i) Insert(*database, u"TrainResult", {1 + i % 2, u"A"});
+    const ColumnChange renumber{0, 10};
+    Write(*database, [&] { database->FindTable(u"TrainInfo")->Update(first, std::span(&renumber, 1)); });
+    const auto with = [&](int id) {
+        int count = 0;
+        for (const auto& row : Rows(*database, u"TrainResult")) count += row[0] == Value(id);
+        return count;
+    };
+    EXPECT_EQ(with(1), 0);
+    EXPECT_EQ(with(10), 250);
+    Write(*database, [&] { database->FindTable(u"TrainInfo")->Delete(first); });
+    EXPECT_EQ(with(10), 0);
+    EXPECT_EQ(with(2), 250);
+    ExpectClean(*database);
+    Write(*database, [&] { database->DropRelationship(u"TrainInfoTrainResult"); });
+    Insert(*database, u"TrainResult", {77, u"free"});
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, ATableCanReferToItself) {
+    auto database = Create();
+    Write(*database, [&] {
+        database->CreateTable(
+            {.name = u"Tree",
+             .columns = {{.name = u"Id", .type = ColumnType::Long}, {.name = u"Parent", .type = ColumnType::Long}},
+             .indexes = {{.name = u"PrimaryKey", .columns = {{u"Id"}}, .primary = true}}});
+        database->CreateRelationship({.name = u"TreeTree",
+                                      .table = u"Tree",
+                                      .columns = {u"Parent"},
+                                      .referenced_table = u"Tree",
+                                      .referenced_columns = {u"Id"},
+                                      .cascade_delete = true});
+    });
+    const RowPointer root = Insert(*database, u"Tree", {1, 1});
+    for (int id = 2; id < 100; ++id) Insert(*database, u"Tree", {id, id / 2});
+    EXPECT_EQ(ErrorOf([&] {
+                  Insert(*database, u"Tree", {200, 201});
+              }),
+              static_cast<int>(ErrorNumber::RelatedRecordRequired));
+    Write(*database, [&] { database->FindTable(u"Tree")->Delete(root); });
+    EXPECT_TRUE(Rows(*database, u"Tree").empty());
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, StructureChangesKeepTheRows) {
+    auto database = Create();
+    Write(*database, [&] {
+        database->CreateTable(
+            {.name = u"T",
+             .columns = {
+                 {.name = u"A", .type = ColumnType::Long}, {.name = u"M", .type = ColumnType::Memo}, {.name = u"B"}}});
+    });
+    for (int i = 0; i < 300; ++i) Insert(*database, u"T", {i % 100, std::u16string(i * 20, u'题'), u"b" + ToText(i)});
+    const auto duplicate = static_cast<int>(ErrorNumber::DuplicateKey);
+    EXPECT_EQ(ErrorOf([&] {
+                  Write(*database,
+                        [&] { database->CreateIndex(u"T", {.name = u"IA", .columns = {{u"A"}}, .unique = true}); });
+              }),
+              duplicate);
+    Write(*database, [&] {
+        database->CreateIndex(u"T", {.name = u"IA", .columns = {{u"A", false}, {u"B"}}, .unique = true});
+        database->AddColumn(u"T", {.name = u"N", .type = ColumnType::Long, .autonumber = true});
+        database->AddColumn(u"T", {.name = u"D", .type = ColumnType::Double, .default_value = u"1.5"});
+        database->AddColumn(u"T", {.name = u"M2", .type = ColumnType::Memo});
+    });
+    ExpectClean(*database);
+    auto rows = Rows(*database, u"T");
+    EXPECT_EQ(rows[299][3], Value(300));
+    EXPECT_EQ(rows[7][4], Value(Null{}));
+    Insert(*database, u"T", {5, u"memo", u"new", {}, 2.5, std::u16string(5000, u'新')});
+    EXPECT_EQ(Rows(*database, u"T").back()[3], Value(301));
+    EXPECT_EQ(ErrorOf([&] { Write(*database, [&] { database->DropColumn(u"T", u"B"); }); }),
+              static_cast<int>(ErrorNumber::FieldInIndex));
+    Write(*database, [&] {
+        database->DropColumn(u"T", u"M");
+        database->DropIndex(u"T", u"ia");
+    });
+    rows = Rows(*database, u"T");
+    ASSERT_EQ(rows.size(), 301U);
+    EXPECT_EQ(rows[42][1], Value(u"b42"));
+    EXPECT_EQ(rows[300][4], Value(std::u16string(5000, u'新')));
+    ExpectClean(*database);
+    Write(*database, [&] { database->DropTable(u"T"); });
+    const Database::Reading reading(*database);
+    EXPECT_EQ(database->FindTable(u"T"), nullptr);
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, DefinitionOverSeveralPages) {
+    auto database = Create();
+    TableSpec wide{.name = u"Wide"};
+    for (int i = 0; i < 255; ++i)
+        wide.columns.push_back({.name = u"A column with a long name, number " + ToText(i), .size = 10});
+    for (int i = 0; i < 32; ++i)
+        wide.indexes.push_back({.name = u"I" + ToText(i), .columns = {{wide.columns[i].name}}});
+    Write(*database, [&] { database->CreateTable(wide); });
+    std::vector<Value> row(255);
+    row[254] = u"last";
+    Insert(*database, u"Wide", row);
+    database = nullptr;
+    database = Database::Open(folder_.Path() / "test.mdb");
+    EXPECT_EQ(Rows(*database, u"wide")[0][254], Value(u"last"));
+    EXPECT_EQ(ErrorOf([&] { Write(*database, [&] { database->AddColumn(u"Wide", {.name = u"one more"}); }); }),
+              static_cast<int>(ErrorNumber::TooManyFields));
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, RowsThatGrowMoveAndKeepTheirIdentity) {
+    auto database = Create();
+    Write(*database, [&] {
+        database->CreateTable({.name = u"T",
+                               .columns = {{.name = u"K", .type = ColumnType::Long},
+                                           {.name = u"A"},
+                                           {.name = u"B"},
+                                           {.name = u"C"},
+                                           {.name = u"D"},
+                                           {.name = u"M", .type = ColumnType::Memo}},
+                               .indexes = {{.name = u"PrimaryKey", .columns = {{u"K"}}, .primary = true}}});
+    });
+    std::vector<RowPointer> rows;
+    for (int i = 0; i < 400; ++i) rows.push_back(Insert(*database, u"T", {i, u"a", {}, {}, {}, u"m"}));
+    // Grows past its page, grows again, shrinks, and is deleted.
+    for (const int length : {200, 255, 3, 255}) {
+        Write(*database, [&] {
+            const auto table = database->FindTable(u"T");
+            for (std::size_t i = 0; i < rows.size(); i += 3) {
+                const std::vector<ColumnChange> changes = {{1, std::u16string(length, u'长')},
+                                                           {3, std::u16string(length, u'短')}};
+                table->Update(rows[i], changes);
+            }
+        });
+        ExpectClean(*database);
+    }
+    const auto stored = Rows(*database, u"T");
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        EXPECT_EQ(stored[i][1], i % 3 == 0 ? Value(std::u16string(255, u'长')) : Value(u"a"));
+    }
+    Write(*database, [&] {
+        for (const RowPointer row : rows) database->FindTable(u"T")->Delete(row);
+    });
+    ExpectClean(*database);
+    const std::u16string longest(255, u'题');
+    std::vector<Value> too_long = {1000, longest, longest, longest, longest, std::u16string(30, u'记')};
+    Insert(*database, u"T", too_long);  // the memo leaves the row, so that it fits
+    EXPECT_EQ(Rows(*database, u"T")[0], too_long);
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, ChineseOrderTakesAsciiOnly) {
+    auto database = Create({.sort_order = kChineseOrder});
+    EXPECT_EQ(database->GetPager().GetHeader().code_page, 936);
+    Write(*database, [&] {
+        database->CreateTable({.name = u"Notes",
+                               .columns = {{.name = u"Name"}, {.name = u"Content"}},
+                               .indexes = {{.name = u"ByName", .columns = {{u"Name"}}}}});
+    });
+    Insert(*database, u"Notes", {u"Chapter_1", u"内容不在索引中"});
+    EXPECT_EQ(ErrorOf([&] {
+                  Insert(*database, u"Notes", {u"笔记", u"x"});
+              }),
+              static_cast<int>(ErrorNumber::TextOrderUnsupported));
+    EXPECT_EQ(Rows(*database, u"Notes").size(), 1U);
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, EncodedFileIsReadAndWritten) {
+    {
+        auto database = Create();
+        Write(*database, [&] {
+            database->CreateTable(
+                {.name = u"T", .columns = {{.name = u"A"}}, .indexes = {{.name = u"IA", .columns = {{u"A"}}}}});
+        });
+    }
+    // Encode it: the key on page 0, inside the masked area, and every other page with that key and its number.
+    const auto path = folder_.Path() / "test.mdb";
+    std::ifstream in(path, std::ios::binary);
+    std::vector<char> chars((std::istreambuf_iterator<char>(in)), {});
+    const std::span<std::uint8_t> bytes(reinterpret_cast<std::uint8_t*>(chars.data()), chars.size());
+    constexpr std::uint32_t kKey = 0x1B2C3D4E;
+    constexpr std::uint32_t kMask = 0x6B39DAC7;
+    ApplyCipher(kMask, bytes.subspan(0x18, 128));
+    Put(&bytes[0x3E], kKey);
+    ApplyCipher(kMask, bytes.subspan(0x18, 128));
+    for (std::uint32_t page = 1; page * 4096U < bytes.size(); ++page)
+        ApplyCipher(kKey ^ page, bytes.subspan(page * 4096, 4096));
+    std::ofstream(path, std::ios::binary).write(chars.data(), static_cast<std::streamsize>(chars.size()));
+    auto database = Database::Open(path);
+    for (int i = 0; i < 2000; ++i) Insert(*database, u"T", {u"密文" + ToText(i)});
+    ExpectClean(*database);
+    database = nullptr;
+    database = Database::Open(path);
+    EXPECT_EQ(Rows(*database, u"T").back()[0], Value(u"密文1999"));
+    ExpectClean(*database);
+}
+
+TEST_F(TableTest, LongValuesOfAllLengths) {
+    auto database = Create();
+    Write(*database, [&] {
+        database->CreateTable(
+            {.name = u"T",
+             .columns = {{.name = u"O", .type = ColumnType::LongBinary}, {.name = u"M", .type = ColumnType::Memo}}});
+    });
+    std::vector<RowPointer> rows;
+    std::vector<std::vector<Value>> expected;
+    for (const int length : {0, 1, 32, 33, 64, 65, 2038, 4076, 4077, 8144, 8145, 100000, 5 << 20}) {
+        Bytes bytes(static_cast<std::size_t>(length));
+        for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+        expected.push_back({bytes, std::u16string(static_cast<std::size_t>(length / 2), u'字')});
+        rows.push_back(Insert(*database, u"T", expected.back()));
+    }
+    EXPECT_EQ(Rows(*database, u"T"), expected);
+    ExpectClean(*database);
+    const PageNumber pages = database->GetPager().PageCount();
+    for (int round = 0; round < 3; ++round) {
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const std::vector<ColumnChange> swapped = {{0, expected[rows.size() - 1 - i][0]},
+                                                       {1, expected[(i + 5) % rows.size()][1]}};
+            Write(*database, [&] { database->FindTable(u"T")->Update(rows[i], swapped); });
+        }
+        ExpectClean(*database);
+    }
+    EXPECT_LT(database->GetPager().PageCount(), pages * 2) << "freed pages are used again";
+}
+
+TEST_F(TableTest, LinkedTablesOpenThrough) {
+    {
+        auto bank = Database::Create(folder_.Path() / "Bank.mdb");
+        Write(*bank, [&] { bank->CreateTable({.name = u"TBL_FILL", .columns = {{.name = u"C_RecNo"}}}); });
+        Insert(*bank, u"TBL_FILL", {u"0102"});
+    }
+    auto database = Create();
+    const auto link = [&](const char16_t* name, const char16_t* path) {
+        Write(*database, [&] {
+            const auto objects = database->TableAt(kObjectsPage);
+            std::vector<Value> row(objects->Definition().columns.size());
+            const auto set = [&](const char16_t* column, Value value) {
+                row[objects->Definition().FindColumn(column)] = std::move(value);
+            };
+            static std::int32_t id = -2147483600;
+            set(u"Id", id++);
+            set(u"ParentId", 0x0F000001);
+            set(u"Name", name);
+            set(u"Type", CatalogObject::kLinkedTable);
+            set(u"Flags", 0x200000);
+            set(u"Database", path);
+            set(u"ForeignName", u"TBL_FILL");
+            objects->Insert(row);
+        });
+    };
+    link(u"Relative", u"bank.MDB");
+    link(u"Missing", u"D:\\exam\\Nowhere.mdb");
+    EXPECT_EQ(Rows(*database, u"Relative"), (std::vector<std::vector<Value>>{{u"0102"}}));
+    Insert(*database, u"Relative", {u"0103"});
+    EXPECT_EQ(Rows(*database, u"Relative").size(), 2U);
+    try {
+        Rows(*database, u"Missing");
+        FAIL() << "a missing file was opened";
+    } catch (const AutomationError& error) {
+        EXPECT_TRUE(error.Is(ErrorNumber::FileNotFound) || error.Is(ErrorNumber::InvalidPath)) << error.Number();
+        EXPECT_NE(error.Description().find(u"Nowhere.mdb"), std::u16string::npos);
+    }
+}
+
+TEST_F(TableTest, SampleFilesStayCleanUnderChanges) {
+    const std::filesystem::path samples = QMTRAIN_SAMPLE_DIR;
+    if (!std::filesystem::exists(samples)) GTEST_SKIP() << "no sample databases at " << samples;
+    const std::vector<std::pair<const char*, std::u16string>> cases = {
+        {"V2003/testV2003.mdb", u"Table1"},          {"V2003/indexTestV2003.mdb", u"Table1"},
+        {"V2003/test2V2003.mdb", u"MSP_PROJECTS"},   {"V2003/overflowTestV2003.mdb", u"Table1"},
+        {"V2003/delTestV2003.mdb", u"Table"},        {"V2003/delColTestV2003.mdb", u"Table1"},
+        {"V2003/compIndexTestV2003.mdb", u"Table1"}, {"V2003/fixedNumericTestV2003.mdb", u"test"},
+        {"V2003/testUnicodeCompV2003.mdb", u"Table"}};
+    for (const auto& [file, name] : cases) {
+        SCOPED_TRACE(file);
+        const auto copy = folder_.Path() / "copy.mdb";
+        std::filesystem::remove(copy);
+        std::filesystem::copy_file(samples / file, copy);
+        std::filesystem::permissions(copy, std::filesystem::perms::owner_all);
+        auto database = Database::Open(copy);
+        const auto before = Rows(*database, name);
+        // Every row many times more, as far as keys allow; a third deleted, a third changed back to itself.
+        std::vector<RowPointer> added;
+        Write(*database, [&] {
+            const auto table = database->FindTable(name);
+            for (std::size_t i = 0; i < 2000; ++i) {
+                std::vector<Value> row = before[i % before.size()];
+                for (std::size_t j = 0; j < row.size(); ++j) {
+                    const Column& column = table->Definition().columns[j];
+                    if (column.type != ColumnType::Long) continue;
+                    row[j] = column.IsAutonumber() ? Value() : Value(100000 + static_cast<int>(i));
+                }
+                const std::int32_t error = ErrorOf([&] { added.push_back(table->Insert(row)); });
+                EXPECT_TRUE(error == 0 || error == static_cast<int>(ErrorNumber::DuplicateKey) ||
+                            error == static_cast<int>(ErrorNumber::RelatedRecordRequired))
+                    << error;
+            }
+            for (std::size_t i = 0; i < added.size(); ++i) {
+                if (i % 3 == 0) table->Delete(added[i]);
+                if (i % 3 == 1) table->Update(added[i], {});
+            }
+        });
+        ExpectClean(*database, false);
+        Write(*database, [&] {
+            database->CreateTable({.name = u"我们的表",
+                                   .columns = {{.name = u"名称"}},
+                                   .indexes = {{.name = u"按名称", .columns = {{u"名称"}}}}});
+        });
+        Insert(*database, u"我们的表", {u"值"});
+        database = Database::Open(copy);
+        EXPECT_EQ(Rows(*database, u"我们的表").size(), 1U);
+        ExpectClean(*database, false);
+    }
+}
+
+TEST_F(TableTest, Jet3IsReadOnly) {
+    const std::filesystem::path sample = std::filesystem::path(QMTRAIN_SAMPLE_DIR) / "nwind.mdb";
+    if (!std::filesystem::exists(sample)) GTEST_SKIP() << "no sample database at " << sample;
+    const auto copy = folder_.Path() / "nwind.mdb";
+    std::filesystem::copy_file(sample, copy);
+    std::filesystem::permissions(copy, std::filesystem::perms::owner_all);
+    auto database = Database::Open(copy);
+    EXPECT_EQ(ErrorOf([&] {
+                  Insert(*database, u"Shippers", {{}, u"x", u"y"});
+              }),
+              static_cast<int>(ErrorNumber::ReadOnly));
+    EXPECT_EQ(Rows(*database, u"Shippers").size(), 3U);
+}
+
+}  // namespace
+}  // namespace qmtrain::jet
