@@ -89,6 +89,15 @@ constexpr Description kDescriptions[] = {
     {ErrorNumber::InsertCountMismatch, u"值的个数与目标字段的个数不同。"},
     {ErrorNumber::UndefinedFunction, u"表达式中有未定义的函数“%1”。"},
     {ErrorNumber::ArgumentCount, u"函数“%1”的参数个数不对。"},
+    {ErrorNumber::CannotExecuteSelect, u"不能执行选择查询。"},
+    {ErrorNumber::InvalidBookmark, u"不是有效的书签。"},
+    {ErrorNumber::InvalidOperation, u"无效的操作。"},
+    {ErrorNumber::CircularReference, u"查询“%1”引用了它自己。"},
+    {ErrorNumber::SubqueryManyColumns, u"此子查询只能返回一列：%1"},
+    {ErrorNumber::UnknownInsertField, u"INSERT INTO 语句中的字段名“%1”未知。"},
+    {ErrorNumber::DeleteTargetMissing, u"请指明要删除记录的表：%1"},
+    {ErrorNumber::QueryTooComplex, u"查询太复杂。%1"},
+    {ErrorNumber::AggregateNotAllowed, u"此处不能使用合计函数：%1"},
     {ErrorNumber::SubqueryManyRows, u"此子查询最多只能返回一条记录。"},
 };
 

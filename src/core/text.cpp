@@ -94,28 +94,32 @@ IconvHandle OpenConverter(const std::string& to, const std::string& from, int co
 }  // namespace
 
 void AppendUtf8(std::u16string_view text, std::string& out) {
+    const std::size_t from = out.size();
+    out.resize(from + 3 * text.size());  // no unit needs more
+    char* to = out.data() + from;
     for (std::size_t i = 0; i < text.size(); ++i) {
         char32_t code = text[i];
         if (code < 0x80) {
-            out.push_back(static_cast<char>(code));
+            *to++ = static_cast<char>(code);
             continue;
         }
         if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
             code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
         }
-        const auto tail = [&](int shift) { out.push_back(static_cast<char>(0x80 | (code >> shift & 0x3F))); };
+        const auto tail = [&](int shift) { *to++ = static_cast<char>(0x80 | (code >> shift & 0x3F)); };
         if (code < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | code >> 6));
+            *to++ = static_cast<char>(0xC0 | code >> 6);
         } else if (code < 0x10000) {
-            out.push_back(static_cast<char>(0xE0 | code >> 12));
+            *to++ = static_cast<char>(0xE0 | code >> 12);
             tail(6);
         } else {
-            out.push_back(static_cast<char>(0xF0 | code >> 18));
+            *to++ = static_cast<char>(0xF0 | code >> 18);
             tail(12);
             tail(6);
         }
         tail(0);
     }
+    out.resize(static_cast<std::size_t>(to - out.data()));
 }
 
 std::string ToUtf8(std::u16string_view text) {

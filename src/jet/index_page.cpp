@@ -44,25 +44,28 @@ IndexPage::IndexPage(const ByteView& page, const Format& format, PageNumber tabl
       prefix_(format.index_prefix_size == 2 ? page.U16(format.index_prefix) : page.U8(format.index_prefix)) {
     if (!leaf_ && page.U8(0) != static_cast<std::uint8_t>(PageType::IndexNode)) page.Damaged(u"此页不是索引页");
     if (page.U32(4) != table) page.Damaged(u"索引页属于另一个表");
+    // Only the ends are taken down here, since a search looks at few of the entries; Stored() checks each that is used.
     const std::uint8_t* mask = page.Data() + format.index_mask;
-    const std::size_t least = kRowPointerBytes + 1 + (leaf_ ? 0 : kChildBytes);
-    std::size_t begin = 0;
     for (std::size_t byte = 0; byte < format.index_mask_bytes; byte += 8) {
         std::uint64_t word = 0;
         std::memcpy(&word, mask + byte, std::min<std::size_t>(8, format.index_mask_bytes - byte));
+        const bool nearly_full = count_ + 64 > ends_.size();
+        if (nearly_full && count_ + static_cast<std::size_t>(std::popcount(word)) > ends_.size()) {
+            page.Damaged(u"索引项错误");
+        }
         for (; word != 0; word &= word - 1) {
-            const std::size_t end = byte * 8 + static_cast<std::size_t>(std::countr_zero(word));
-            const std::size_t length = end - begin + (count_ > 0 ? prefix_ : 0);
-            if (length < least || end > format.IndexCapacity() || count_ == ends_.size()) page.Damaged(u"索引项错误");
-            ends_[count_++] = static_cast<std::uint16_t>(end);
-            begin = end;
+            ends_[count_++] = static_cast<std::uint16_t>(byte * 8 + static_cast<std::size_t>(std::countr_zero(word)));
         }
     }
+    if (UsedBytes() > format.IndexCapacity()) page.Damaged(u"索引项错误");
     if (count_ > 0 && prefix_ > ends_[0]) page.Damaged(u"索引前缀错误");
 }
 
 std::span<const std::uint8_t> IndexPage::Stored(std::size_t i) const {
-    return {page_.Data() + format_->index_entries + Begin(i), End(i + 1) - Begin(i)};
+    const std::size_t length = End(i + 1) - Begin(i);
+    const std::size_t least = kRowPointerBytes + 1 + (leaf_ ? 0 : kChildBytes);
+    if (length + (i > 0 ? prefix_ : 0) < least) page_.Damaged(u"索引项错误");
+    return {page_.Data() + format_->index_entries + Begin(i), length};
 }
 
 void IndexPage::Entry(std::size_t i, Bytes& entry) const {

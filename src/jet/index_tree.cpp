@@ -43,22 +43,29 @@ IndexPage IndexTree::View(const Page& page) const {
     return {page.View(), pager_.GetFormat(), table_};
 }
 
+bool IndexTree::IsLeaf(const Page& page) const {
+    const bool leaf = page.Type() == PageType::IndexLeaf;
+    if (!leaf && !IsNode(page)) pager_.Damaged(page.Number(), u"此页不是索引页");
+    return leaf;
+}
+
 IndexTree::Path IndexTree::Descend(std::span<const std::uint8_t> key) const {
     Path path;
     for (PageNumber number = root_;;) {
         if (path.size() == kMaxDepth) pager_.Damaged(root_, u"索引的层数错误");
         const Page page = pager_.Read(number);
-        const IndexPage view = View(page);
-        if (view.IsLeaf()) {
-            path.push_back({number, 0});
+        if (IsLeaf(page)) {
+            path.push_back({number, 0, false});
             return path;
         }
+        const IndexPage view = View(page);
         std::size_t child = view.LowerBound(key);
-        if (child == view.Count() && view.Tail() == 0) {
+        const bool lacks_tail = child == view.Count() && view.Tail() == 0;
+        if (lacks_tail) {
             if (view.Count() == 0) pager_.Damaged(number, u"索引节点没有子页");
             --child;
         }
-        path.push_back({number, child});
+        path.push_back({number, child, lacks_tail});
         number = child == view.Count() ? view.Tail() : view.Child(child);
         if (number == root_) pager_.Damaged(root_, u"索引的页链成环");
     }
@@ -94,8 +101,8 @@ bool IndexTree::ContainsKey(std::span<const std::uint8_t> key, RowPointer except
 // Insertion
 
 bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
-    GiveTailsToNodes(entry);
     Path path = Descend(entry);
+    if (GiveTails(path)) path = Descend(entry);
     IndexContent content;
     std::size_t at = 0;
     bool new_key = true;
@@ -126,18 +133,19 @@ bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
 }
 
 // Some programs leave nodes without a tail. Where a key behind all entries leads to such a node, its last child becomes
-// the tail: then a new last entry needs no change above the leaf.
-void IndexTree::GiveTailsToNodes(std::span<const std::uint8_t> key) {
-    for (const Step& step : Descend(key)) {
-        const Page page = pager_.Read(step.page);
-        const IndexPage view = View(page);
-        if (view.IsLeaf() || view.Tail() != 0 || view.LowerBound(key) < view.Count()) continue;
-        IndexContent content = IndexContent::Read(view);
+// the tail: then a new last entry needs no change above the leaf. True when something was changed.
+bool IndexTree::GiveTails(const Path& path) {
+    bool changed = false;
+    for (const Step& step : path) {
+        if (!step.lacks_tail) continue;
+        MutablePage page = pager_.Write(step.page);
+        IndexContent content = IndexContent::Read(View(page));
         content.tail = ChildOf(content.entries.back());
         content.entries.pop_back();
-        MutablePage changed = pager_.Write(step.page);
-        content.Store(changed, pager_, table_);
+        content.Store(page, pager_, table_);
+        changed = true;
     }
+    return changed;
 }
 
 void IndexTree::Put(Path& path, std::size_t level, IndexContent content, bool appended) {
@@ -157,7 +165,7 @@ void IndexTree::PushDownRoot(Path& path) {
     node.leaf = false;
     node.tail = child;
     node.Store(root, pager_, table_);
-    path.insert(path.begin(), {root_, 0});
+    path.insert(path.begin(), {root_, 0, false});
     path[1].page = child;
 }
 

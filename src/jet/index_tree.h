@@ -50,12 +50,14 @@ private:
     struct Step {
         PageNumber page = 0;
         std::size_t child = 0;
+        bool lacks_tail = false;  // though the way led behind its last entry
     };
     using Path = std::vector<Step>;
 
     IndexPage View(const Page& page) const;
+    bool IsLeaf(const Page& page) const;
     Path Descend(std::span<const std::uint8_t> key) const;
-    void GiveTailsToNodes(std::span<const std::uint8_t> key);
+    bool GiveTails(const Path& path);
 
     void Put(Path& path, std::size_t level, IndexContent content, bool appended);
     void Split(Path& path, std::size_t level, IndexContent content, bool appended);

@@ -1,0 +1,309 @@
+#include "dao/jet_catalog.h"
+
+#include <algorithm>
+#include <map>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "dao/saved_query.h"
+#include "jet/row_cursor.h"
+
+namespace qmtrain::dao {
+namespace {
+
+// Both rooms name the types alike.
+constexpr std::pair<jet::ColumnType, sql::ColumnType> kTypes[] = {
+    {jet::ColumnType::Boolean, sql::ColumnType::Boolean},
+    {jet::ColumnType::Byte, sql::ColumnType::Byte},
+    {jet::ColumnType::Integer, sql::ColumnType::Integer},
+    {jet::ColumnType::Long, sql::ColumnType::Long},
+    {jet::ColumnType::Currency, sql::ColumnType::Currency},
+    {jet::ColumnType::Single, sql::ColumnType::Single},
+    {jet::ColumnType::Double, sql::ColumnType::Double},
+    {jet::ColumnType::Date, sql::ColumnType::Date},
+    {jet::ColumnType::Binary, sql::ColumnType::Binary},
+    {jet::ColumnType::Text, sql::ColumnType::Text},
+    {jet::ColumnType::LongBinary, sql::ColumnType::LongBinary},
+    {jet::ColumnType::Memo, sql::ColumnType::Memo},
+    {jet::ColumnType::Guid, sql::ColumnType::Guid},
+    {jet::ColumnType::Decimal, sql::ColumnType::Decimal},
+    {jet::ColumnType::Internal, sql::ColumnType::Binary},
+};
+
+sql::ColumnType ToSql(jet::ColumnType type) {
+    for (const auto& [own, other] : kTypes) {
+        if (own == type) return other;
+    }
+    return sql::ColumnType::Binary;  // opaque bytes
+}
+
+jet::ColumnType ToJet(sql::ColumnType type) {
+    for (const auto& [own, other] : kTypes) {
+        if (other == type) return own;
+    }
+    return jet::ColumnType::Binary;
+}
+
+sql::RowId ToRowId(jet::RowPointer row) {
+    return {row.ToStored()};
+}
+jet::RowPointer ToPointer(sql::RowId row) {
+    return jet::RowPointer::FromStored(row.value);
+}
+
+sql::Column ToSql(const jet::Column& column, bool jet4) {
+    sql::Column out;
+    out.name = column.name;
+    out.type = ToSql(column.type);
+    if (column.type == jet::ColumnType::Text) out.size = jet4 ? column.length / 2 : column.length;
+    if (out.type == sql::ColumnType::Binary) out.size = column.length;
+    out.precision = column.precision;
+    out.scale = column.scale;
+    out.counter = column.IsAutonumber();
+    out.required = column.required;
+    out.allow_zero_length = column.allow_zero_length;
+    out.default_expression = column.default_value;
+    if (!out.default_expression.empty() && out.default_expression.front() == u'=') out.default_expression.erase(0, 1);
+    return out;
+}
+
+jet::ColumnSpec ToSpec(const sql::Column& column) {
+    return {.name = column.name,
+            .type = ToJet(column.type),
+            .size = column.size,
+            .precision = column.precision == 0 ? 18 : column.precision,
+            .scale = column.scale,
+            .autonumber = column.counter,
+            .required = column.required,
+            .allow_zero_length = column.allow_zero_length,
+            .default_value = column.default_expression};
+}
+
+jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& columns) {
+    jet::IndexSpec spec{.name = index.name,
+                        .columns = {},
+                        .unique = index.unique,
+                        .primary = index.primary,
+                        .required = index.required,
+                        .ignore_nulls = index.ignore_nulls};
+    for (const sql::IndexColumn& part : index.columns) {
+        spec.columns.push_back({columns[static_cast<std::size_t>(part.column)].name, !part.descending});
+    }
+    return spec;
+}
+
+// Which columns and indexes of a Jet table stand where in SQL: columns in the order in which they are shown.
+struct Layout {
+    explicit Layout(const jet::Table& table);
+
+    std::vector<sql::Column> columns;
+    std::vector<std::size_t> positions;  // in the Jet definition, by SQL position
+    std::vector<sql::Index> indexes;     // by real index
+};
+
+Layout::Layout(const jet::Table& table) {
+    const jet::TableDefinition& definition = table.Definition();
+    for (std::size_t i = 0; i < definition.columns.size(); ++i) positions.push_back(i);
+    std::stable_sort(positions.begin(), positions.end(), [&](std::size_t a, std::size_t b) {
+        return definition.columns[a].ordinal < definition.columns[b].ordinal;
+    });
+    const bool jet4 = table.GetPager().GetFormat().version == jet::Version::Jet4;
+    for (const std::size_t position : positions) columns.push_back(ToSql(definition.columns[position], jet4));
+    for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
+        const jet::RealIndex& real = definition.real_indexes[i];
+        sql::Index index;
+        index.name = table.IndexName(i);
+        index.unique = real.IsUnique();
+        index.required = real.IsRequired();
+        index.ignore_nulls = real.IgnoresNulls();
+        for (const jet::LogicalIndex& logical : definition.logical_indexes) {
+            if (logical.real == i && logical.role == jet::IndexRole::Primary) index.primary = true;
+        }
+        for (const jet::KeyColumn& part : real.columns) {
+            const auto position = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
+            const auto at = std::find(positions.begin(), positions.end(), position) - positions.begin();
+            index.columns.push_back({static_cast<int>(at), !part.ascending});
+        }
+        indexes.push_back(std::move(index));
+    }
+}
+
+class JetCursor : public sql::Cursor {
+public:
+    JetCursor(std::shared_ptr<jet::Table> table, const Layout& layout) : cursor_(std::move(table)), layout_(layout) {}
+
+    void Scan() override {
+        empty_ = false;
+        cursor_.Scan();
+    }
+
+    void Range(int index, const sql::KeyRange& range, bool backwards) override {
+        const auto real = static_cast<std::size_t>(index);
+        const jet::Table& table = cursor_.GetTable();
+        Bytes from;
+        std::optional<Bytes> to;
+        empty_ = false;
+        if (range.low) {
+            table.AppendKey(real, range.low->values, from);
+            if (!range.low->inclusive) {
+                auto next = jet::SuccessorOf(from);
+                empty_ = !next;
+                if (next) from = std::move(*next);
+            }
+        }
+        if (range.high) {
+            to.emplace();
+            table.AppendKey(real, range.high->values, *to);
+            if (range.high->inclusive) to = jet::SuccessorOf(std::move(*to));
+        }
+        cursor_.Range(real, from, to, backwards);
+    }
+
+    bool Next() override { return !empty_ && cursor_.Next(); }
+    bool MoveTo(sql::RowId row) override { return cursor_.MoveTo(ToPointer(row)); }
+    sql::RowId Row() const override { return ToRowId(cursor_.Row()); }
+    void Read(int column, Value& value) override {
+        cursor_.Read(layout_.positions[static_cast<std::size_t>(column)], value);
+    }
+
+private:
+    jet::RowCursor cursor_;
+    const Layout& layout_;
+    bool empty_ = false;
+};
+
+class JetTable : public sql::Table {
+public:
+    explicit JetTable(std::shared_ptr<jet::Table> table) : table_(std::move(table)), layout_(*table_) {}
+
+    const std::u16string& Name() const override { return table_->Name(); }
+    const std::vector<sql::Column>& Columns() const override { return layout_.columns; }
+    const std::vector<sql::Index>& Indexes() const override { return layout_.indexes; }
+
+    // Counted in the slot tables of the pages: what other programs leave in the definition may be wrong.
+    std::int64_t RowCount() override {
+        jet::RowCursor cursor(table_);
+        std::int64_t rows = 0;
+        for (cursor.Scan(); cursor.Next();) ++rows;
+        return rows;
+    }
+
+    std::int64_t EstimatedRows() override { return table_->RowCount(); }
+
+    std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<JetCursor>(table_, layout_); }
+
+    bool CanSeek(int index, std::span<const Value> values) const override {
+        return table_->HasKeys(static_cast<std::size_t>(index), values);
+    }
+
+    sql::RowId Insert(std::span<const Value> values) override {
+        std::vector<Value> row(values.size());
+        for (std::size_t i = 0; i < values.size(); ++i) row[layout_.positions[i]] = values[i];
+        return ToRowId(Current().Insert(row));
+    }
+
+    void Update(sql::RowId row, std::span<const sql::Assignment> changes) override {
+        std::vector<jet::ColumnChange> stored;
+        for (const sql::Assignment& change : changes) {
+            stored.push_back(
+                {static_cast<int>(layout_.positions[static_cast<std::size_t>(change.column)]), change.value});
+        }
+        Current().Update(ToPointer(row), stored);
+    }
+
+    void Delete(sql::RowId row) override { Current().Delete(ToPointer(row)); }
+
+    std::int32_t LastCounter() const override { return table_->LastAutonumber(); }
+
+private:
+    // The table as the file has it now. Another process may have changed its structure since it was opened here; then
+    // positions mean other columns, and the object is no longer good.
+    jet::Table& Current() {
+        auto current = table_->GetDatabase().TableAt(table_->Definition().page);
+        if (current != table_) {
+            const auto same = [](const jet::Column& a, const jet::Column& b) {
+                return a.number == b.number && a.type == b.type;
+            };
+            const auto& was = table_->Definition().columns;
+            const auto& is = current->Definition().columns;
+            if (!std::equal(was.begin(), was.end(), is.begin(), is.end(), same)) Raise(ErrorNumber::ObjectInvalid);
+            table_ = std::move(current);
+        }
+        return *table_;
+    }
+
+    std::shared_ptr<jet::Table> table_;
+    Layout layout_;
+};
+
+}  // namespace
+
+std::shared_ptr<jet::Table> JetCatalog::Require(std::u16string_view name) {
+    auto table = database_.FindTable(name);
+    if (!table) Raise(ErrorNumber::NoSuchTable, {name});
+    return table;
+}
+
+std::shared_ptr<sql::Table> JetCatalog::FindTable(std::u16string_view name) {
+    auto table = database_.FindTable(name);
+    return table ? std::make_shared<JetTable>(std::move(table)) : nullptr;
+}
+
+std::optional<std::u16string> JetCatalog::FindQuery(std::u16string_view name) {
+    return SelectOfQuery(database_, name);
+}
+
+void JetCatalog::CreateTable(const sql::TableDefinition& definition) {
+    jet::TableSpec spec{.name = definition.name};
+    for (const sql::Column& column : definition.columns) spec.columns.push_back(ToSpec(column));
+    for (const sql::Index& index : definition.indexes) spec.indexes.push_back(ToSpec(index, definition.columns));
+    database_.CreateTable(spec);
+    for (const sql::Reference& reference : definition.references) AddReference(definition.name, reference);
+}
+
+void JetCatalog::DropTable(std::u16string_view name) {
+    database_.DropTable(name);
+}
+
+void JetCatalog::CreateIndex(std::u16string_view table, const sql::Index& index) {
+    const jet::IndexSpec spec = ToSpec(index, Layout(*Require(table)).columns);
+    database_.CreateIndex(table, spec);
+}
+
+void JetCatalog::DropIndex(std::u16string_view table, std::u16string_view index) {
+    database_.DropIndex(table, index);
+}
+
+void JetCatalog::AddColumn(std::u16string_view table, const sql::Column& column) {
+    database_.AddColumn(table, ToSpec(column));
+}
+
+void JetCatalog::DropColumn(std::u16string_view table, std::u16string_view column) {
+    database_.DropColumn(table, column);
+}
+
+void JetCatalog::AddReference(std::u16string_view name, const sql::Reference& reference) {
+    jet::Relationship relationship;
+    relationship.name = reference.name.empty() ? reference.table + std::u16string(name) : reference.name;
+    relationship.table = name;
+    relationship.referenced_table = reference.table;
+    relationship.referenced_columns = reference.referenced_columns;
+    relationship.cascade_update = reference.cascade_update;
+    relationship.cascade_delete = reference.cascade_delete;
+    const Layout own(*Require(name));
+    for (const int column : reference.columns)
+        relationship.columns.push_back(own.columns[static_cast<std::size_t>(column)].name);
+    if (relationship.referenced_columns.empty()) {
+        const Layout other(*Require(reference.table));
+        for (const sql::Index& index : other.indexes) {
+            if (!index.primary) continue;
+            for (const sql::IndexColumn& part : index.columns) {
+                relationship.referenced_columns.push_back(other.columns[static_cast<std::size_t>(part.column)].name);
+            }
+        }
+        if (relationship.referenced_columns.empty()) Raise(ErrorNumber::NoUniqueIndexForReference, {reference.table});
+    }
+    database_.CreateRelationship(relationship);
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,378 @@
+#include "dao/recordset.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/text.h"
+#include "dao/recordset_table.h"
+#include "jet/database.h"
+
+namespace qmtrain::dao {
+namespace {
+
+Bytes ToBookmark(std::int64_t position) {
+    Bytes bookmark(sizeof position);
+    std::memcpy(bookmark.data(), &position, sizeof position);
+    return bookmark;
+}
+
+}  // namespace
+
+// Field
+
+const std::u16string& Field::Name() const {
+    recordset_.RequireOpen();
+    return recordset_.query_->Columns()[static_cast<std::size_t>(position_)].name;
+}
+
+FieldType Field::Type() const {
+    recordset_.RequireOpen();
+    return FieldTypeOf(recordset_.query_->Columns()[static_cast<std::size_t>(position_)].type);
+}
+
+int Field::Size() const {
+    recordset_.RequireOpen();
+    const sql::OutputColumn& column = recordset_.query_->Columns()[static_cast<std::size_t>(position_)];
+    return FieldSizeOf(column.type, column.size);
+}
+
+const Value& Field::Value() const {
+    return recordset_.Get(position_);
+}
+void Field::Value(const qmtrain::Value& value) {
+    recordset_.Set(position_, value);
+}
+
+std::int32_t Field::FieldSize() const {
+    const qmtrain::Value& value = Value();
+    if (value.IsText()) return static_cast<std::int32_t>(value.Text().size());
+    if (value.GetType() == qmtrain::Value::Type::Binary) return static_cast<std::int32_t>(value.Binary().size());
+    return value.IsNull() || value.IsEmpty() ? 0 : Size();
+}
+
+qmtrain::Value Field::GetChunk(std::int32_t offset, std::int32_t count) const {
+    if (offset < 0 || count < 0) Raise(ErrorNumber::InvalidProcedureCall);
+    const qmtrain::Value& value = Value();
+    const auto from = static_cast<std::size_t>(offset);
+    if (value.IsText()) {
+        const std::u16string_view text = value.Text();
+        return from >= text.size() ? qmtrain::Value(u"")
+                                   : qmtrain::Value(text.substr(from, static_cast<std::size_t>(count)));
+    }
+    if (value.GetType() != qmtrain::Value::Type::Binary) return Null{};
+    const Bytes& bytes = value.Binary();
+    const std::size_t begin = std::min(from, bytes.size());
+    const std::size_t end = std::min(begin + static_cast<std::size_t>(count), bytes.size());
+    return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(begin), bytes.begin() + static_cast<std::ptrdiff_t>(end));
+}
+
+// The first chunk of an edit replaces what was there.
+void Field::AppendChunk(const qmtrain::Value& chunk) {
+    if (recordset_.editing_ == Recordset::Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
+    const bool first = !recordset_.changed_[static_cast<std::size_t>(position_)];
+    const qmtrain::Value& before = recordset_.edited_[static_cast<std::size_t>(position_)];
+    if (first || before.GetType() != chunk.GetType()) {
+        Value(chunk);
+    } else if (chunk.IsText()) {
+        Value(before.Text() + chunk.Text());
+    } else {
+        Bytes joined = before.Binary();
+        joined.insert(joined.end(), chunk.Binary().begin(), chunk.Binary().end());
+        Value(std::move(joined));
+    }
+}
+
+// Opening and moving
+
+Recordset::Recordset(std::shared_ptr<Database> database, sql::Statement statement)
+    : database_(std::move(database)), statement_(std::make_unique<sql::Statement>(std::move(statement))) {
+    const jet::Database::Reading reading(Storage());
+    query_ = sql::Open(database_->Tables(), *statement_);
+    updatable_ = query_->Updatable();
+    if (updatable_) reader_ = sql::Open(database_->Tables(), *statement_);
+    for (std::size_t i = 0; i < query_->Columns().size(); ++i) {
+        fields_.push_back(std::make_unique<Field>(*this, static_cast<int>(i)));
+    }
+    Reach(0);
+}
+
+Recordset::~Recordset() = default;
+
+void Recordset::RequireOpen() const {
+    if (!query_ || !database_->IsOpen()) Raise(ErrorNumber::ObjectInvalid);
+}
+
+jet::Database& Recordset::Storage() const {
+    return database_->Storage();
+}
+
+bool Recordset::Updatable() {
+    RequireOpen();
+    return updatable_ && Storage().GetPager().ReadOnlyReason().empty();
+}
+
+bool Recordset::Reach(std::int64_t index) {
+    if (index < Count()) return index >= 0;
+    if (complete_) return false;
+    const jet::Database::Reading reading(Storage());
+    while (index >= Count()) {
+        if (!query_->Next()) {
+            complete_ = true;
+            return false;
+        }
+        if (updatable_) {
+            if (!added_.contains(query_->Row().value)) keys_.push_back(query_->Row());
+            continue;
+        }
+        std::vector<Value>& row = rows_.emplace_back(fields_.size());
+        for (std::size_t i = 0; i < row.size(); ++i) query_->Read(static_cast<int>(i), row[i]);
+    }
+    return true;
+}
+
+void Recordset::ReachAll() {
+    for (std::int64_t last = Count(); Reach(last); last = Count() + 256) {
+    }
+}
+
+void Recordset::GoTo(std::int64_t index) {
+    editing_ = Editing::Nothing;
+    loaded_ = false;
+    if (index < 0) {
+        position_ = -1;
+    } else {
+        position_ = Reach(index) ? index : Count();
+    }
+}
+
+bool Recordset::Eof() {
+    RequireOpen();
+    return !Reach(0) || position_ >= Count();
+}
+
+bool Recordset::Bof() {
+    RequireOpen();
+    return !Reach(0) || position_ < 0;
+}
+
+void Recordset::MoveFirst() {
+    RequireOpen();
+    if (!Reach(0)) Raise(ErrorNumber::NoCurrentRecord);
+    GoTo(0);
+}
+
+void Recordset::MoveLast() {
+    RequireOpen();
+    ReachAll();
+    if (Count() == 0) Raise(ErrorNumber::NoCurrentRecord);
+    GoTo(Count() - 1);
+}
+
+void Recordset::MoveNext() {
+    if (Eof()) Raise(ErrorNumber::NoCurrentRecord);
+    GoTo(position_ + 1);
+}
+
+void Recordset::MovePrevious() {
+    if (Bof()) Raise(ErrorNumber::NoCurrentRecord);
+    GoTo(position_ - 1);
+}
+
+void Recordset::Move(std::int32_t rows) {
+    if ((rows > 0 && Eof()) || (rows < 0 && Bof())) Raise(ErrorNumber::NoCurrentRecord);
+    if (rows != 0) GoTo(std::max<std::int64_t>(position_ + rows, -1));
+}
+
+std::int32_t Recordset::RecordCount() {
+    RequireOpen();
+    return static_cast<std::int32_t>(Count());
+}
+
+std::int32_t Recordset::TrueRecordCount() {
+    RequireOpen();
+    ReachAll();
+    return static_cast<std::int32_t>(Count());
+}
+
+// Reading
+
+const std::vector<std::unique_ptr<Field>>& Recordset::Fields() {
+    RequireOpen();
+    return fields_;
+}
+
+Field& Recordset::Fields(std::u16string_view name) {
+    RequireOpen();
+    const std::vector<sql::OutputColumn>& columns = query_->Columns();
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (EqualNames(columns[i].name, name)) return *fields_[i];
+    }
+    Raise(ErrorNumber::FieldNotFound, {name});
+}
+
+Field& Recordset::Fields(int position) {
+    RequireOpen();
+    if (position < 0 || static_cast<std::size_t>(position) >= fields_.size()) {
+        Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
+    }
+    return *fields_[static_cast<std::size_t>(position)];
+}
+
+void Recordset::ReadRow(std::int64_t index, std::vector<Value>& values) {
+    if (!updatable_) {
+        values = rows_[static_cast<std::size_t>(index)];
+        return;
+    }
+    const jet::Database::Reading reading(Storage());
+    if (!reader_->MoveTo(keys_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
+    values.resize(fields_.size());
+    for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
+}
+
+const std::vector<Value>& Recordset::Current() {
+    if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
+    if (!loaded_) ReadRow(position_, current_);
+    loaded_ = true;
+    return current_;
+}
+
+const Value& Recordset::Get(int position) {
+    RequireOpen();
+    if (editing_ != Editing::Nothing) return edited_[static_cast<std::size_t>(position)];
+    return Current()[static_cast<std::size_t>(position)];
+}
+
+// Editing
+
+void Recordset::Set(int position, const Value& value) {
+    RequireOpen();
+    if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
+    if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
+    const sql::OutputColumn& output = query_->Columns()[static_cast<std::size_t>(position)];
+    if (output.column < 0) Raise(ErrorNumber::ReadOnly, {output.name, u"它是计算出来的。"});
+    const sql::Column& column = query_->Tables()[0]->Columns()[static_cast<std::size_t>(output.column)];
+    edited_[static_cast<std::size_t>(position)] = sql::ConvertToColumn(value, column);
+    changed_[static_cast<std::size_t>(position)] = true;
+}
+
+void Recordset::AddNew() {
+    RequireOpen();
+    if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
+    editing_ = Editing::Adding;
+    edited_.assign(fields_.size(), Null{});
+    changed_.assign(fields_.size(), false);
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+        const sql::OutputColumn& output = query_->Columns()[i];
+        if (output.column < 0) continue;
+        const Value value = sql::DefaultValue(query_->Tables()[0]->Columns()[static_cast<std::size_t>(output.column)]);
+        if (!value.IsEmpty()) edited_[i] = value;
+    }
+}
+
+void Recordset::Edit() {
+    RequireOpen();
+    if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
+    loaded_ = false;  // what others have changed meanwhile counts
+    edited_ = Current();
+    changed_.assign(fields_.size(), false);
+    editing_ = Editing::Changing;
+}
+
+// A failing Update leaves the edit open, so that it can be corrected or given up.
+void Recordset::Update() {
+    RequireOpen();
+    if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
+    sql::Table& table = *query_->Tables()[0];
+    jet::Database::Writing writing(Storage());
+    if (editing_ == Editing::Changing) {
+        std::vector<sql::Assignment> changes;
+        for (std::size_t i = 0; i < fields_.size(); ++i) {
+            if (changed_[i]) changes.push_back({query_->Columns()[i].column, edited_[i]});
+        }
+        table.Update(keys_[static_cast<std::size_t>(position_)], changes);
+        writing.Commit();
+        last_modified_ = position_;
+    } else {
+        std::vector<Value> row;
+        for (const sql::Column& column : table.Columns()) row.push_back(sql::DefaultValue(column));
+        for (std::size_t i = 0; i < fields_.size(); ++i) {
+            if (changed_[i]) row[static_cast<std::size_t>(query_->Columns()[i].column)] = edited_[i];
+        }
+        const sql::RowId added = table.Insert(row);
+        writing.Commit();
+        // It belongs to the record set from now on, at its end as far as that has been seen.
+        const bool at_end = position_ >= Count();
+        added_.insert(added.value);
+        keys_.push_back(added);
+        last_modified_ = Count() - 1;
+        if (at_end) position_ = Count();
+    }
+    editing_ = Editing::Nothing;
+    loaded_ = false;
+}
+
+void Recordset::CancelUpdate() {
+    RequireOpen();
+    if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
+    editing_ = Editing::Nothing;
+}
+
+// The deleted row stays current until the record set moves, but can no longer be read.
+void Recordset::Delete() {
+    RequireOpen();
+    if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
+    if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
+    editing_ = Editing::Nothing;
+    jet::Database::Writing writing(Storage());
+    query_->Tables()[0]->Delete(keys_[static_cast<std::size_t>(position_)]);
+    writing.Commit();
+    loaded_ = false;
+}
+
+Bytes Recordset::Bookmark() {
+    if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
+    return ToBookmark(position_);
+}
+
+void Recordset::Bookmark(const Bytes& bookmark) {
+    RequireOpen();
+    std::int64_t position = -1;
+    if (bookmark.size() == sizeof position) std::memcpy(&position, bookmark.data(), sizeof position);
+    if (position < 0 || position >= Count()) Raise(ErrorNumber::InvalidBookmark);
+    GoTo(position);
+}
+
+Bytes Recordset::LastModified() {
+    RequireOpen();
+    if (last_modified_ < 0) Raise(ErrorNumber::NoCurrentRecord);
+    return ToBookmark(last_modified_);
+}
+
+// Finding
+
+void Recordset::FindFirst(std::u16string_view criteria) {
+    Find(criteria, 0);
+}
+void Recordset::FindNext(std::u16string_view criteria) {
+    Find(criteria, position_ + 1);
+}
+
+void Recordset::Find(std::u16string_view criteria, std::int64_t from) {
+    RequireOpen();
+    const sql::Statement condition = sql::Parse(u"SELECT * FROM [Rows] WHERE " + std::u16string(criteria));
+    const jet::Database::Reading reading(Storage());
+    const auto rows = CatalogOfRows(*this, std::max<std::int64_t>(from, 0));
+    const auto matches = sql::Open(*rows, condition);
+    no_match_ = !matches->Next();
+    if (!no_match_) GoTo(static_cast<std::int64_t>(matches->Row().value) - 1);
+}
+
+void Recordset::Close() {
+    RequireOpen();
+    reader_.reset();
+    query_.reset();
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,100 @@
+#include "dao/recordset_table.h"
+
+#include "core/error.h"
+#include "dao/recordset.h"
+
+namespace qmtrain::dao {
+
+class RecordsetTable : public sql::Table {
+public:
+    RecordsetTable(Recordset& recordset, std::int64_t first) : recordset_(recordset), first_(first) {
+        for (const sql::OutputColumn& output : recordset.query_->Columns()) {
+            sql::Column column;
+            column.name = output.name;
+            column.type = output.type;
+            column.size = output.size;
+            columns_.push_back(std::move(column));
+        }
+    }
+
+    const std::u16string& Name() const override { return name_; }
+    const std::vector<sql::Column>& Columns() const override { return columns_; }
+    const std::vector<sql::Index>& Indexes() const override { return indexes_; }
+    std::int64_t RowCount() override { return recordset_.Count(); }
+    bool CanSeek(int, std::span<const Value>) const override { return false; }
+    sql::RowId Insert(std::span<const Value>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
+    void Update(sql::RowId, std::span<const sql::Assignment>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
+    void Delete(sql::RowId) override { Raise(ErrorNumber::ReadOnly, {name_}); }
+    std::int32_t LastCounter() const override { return 0; }
+    std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<Cursor>(*this); }
+
+private:
+    class Cursor : public sql::Cursor {
+    public:
+        explicit Cursor(RecordsetTable& table) : table_(table), at_(table.first_ - 1) {}
+
+        void Scan() override { at_ = table_.first_ - 1; }
+        void Range(int, const sql::KeyRange&, bool) override { Raise(ErrorNumber::NoCurrentIndex); }
+
+        // Rows that were deleted meanwhile meet no condition.
+        bool Next() override {
+            while (table_.recordset_.Reach(++at_)) {
+                try {
+                    table_.recordset_.ReadRow(at_, row_);
+                    return true;
+                } catch (const AutomationError& error) {
+                    if (!error.Is(ErrorNumber::RecordDeleted)) throw;
+                }
+            }
+            return false;
+        }
+
+        bool MoveTo(sql::RowId row) override {
+            at_ = static_cast<std::int64_t>(row.value) - 2;
+            return Next();
+        }
+        sql::RowId Row() const override { return {static_cast<std::uint32_t>(at_ + 1)}; }
+        void Read(int column, Value& value) override { value = row_[static_cast<std::size_t>(column)]; }
+
+    private:
+        RecordsetTable& table_;
+        std::int64_t at_;
+        std::vector<Value> row_;
+    };
+
+    Recordset& recordset_;
+    std::int64_t first_;
+    std::u16string name_ = u"Rows";
+    std::vector<sql::Column> columns_;
+    std::vector<sql::Index> indexes_;
+};
+
+namespace {
+
+class RowsCatalog : public sql::Catalog {
+public:
+    explicit RowsCatalog(std::shared_ptr<sql::Table> rows) : rows_(std::move(rows)) {}
+
+    std::shared_ptr<sql::Table> FindTable(std::u16string_view) override { return rows_; }
+    std::optional<std::u16string> FindQuery(std::u16string_view) override { return std::nullopt; }
+    void CreateTable(const sql::TableDefinition&) override { Refuse(); }
+    void DropTable(std::u16string_view) override { Refuse(); }
+    void CreateIndex(std::u16string_view, const sql::Index&) override { Refuse(); }
+    void DropIndex(std::u16string_view, std::u16string_view) override { Refuse(); }
+    void AddColumn(std::u16string_view, const sql::Column&) override { Refuse(); }
+    void DropColumn(std::u16string_view, std::u16string_view) override { Refuse(); }
+    void AddReference(std::u16string_view, const sql::Reference&) override { Refuse(); }
+
+private:
+    [[noreturn]] void Refuse() { Raise(ErrorNumber::ReadOnly, {rows_->Name()}); }
+
+    std::shared_ptr<sql::Table> rows_;
+};
+
+}  // namespace
+
+std::unique_ptr<sql::Catalog> CatalogOfRows(Recordset& recordset, std::int64_t first) {
+    return std::make_unique<RowsCatalog>(std::make_shared<RecordsetTable>(recordset, first));
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,263 @@
+// Expressions: names to slots, calls to functions and aggregates.
+#include <algorithm>
+
+#include "core/error.h"
+#include "core/text.h"
+#include "sql/binder.h"
+#include "sql/functions.h"
+#include "sql/operators.h"
+#include "sql/subquery.h"
+
+namespace qmtrain::sql {
+
+ExpressionPtr ExpressionBinder::Bind(const ast::Expression& expression) {
+    using ast::ExpressionKind;
+    if (scope_.grouping != nullptr && !scope_.grouping->inside_aggregate) {
+        if (ExpressionPtr key = BindGroupKey(expression)) return key;
+    }
+    switch (expression.kind) {
+        case ExpressionKind::Literal:
+            return std::make_unique<LiteralExpression>(static_cast<const ast::Literal&>(expression).value);
+        case ExpressionKind::ColumnName: return BindColumn(static_cast<const ast::ColumnName&>(expression));
+        case ExpressionKind::Unary: {
+            const auto& unary = static_cast<const ast::Unary&>(expression);
+            return MakeUnary(unary.op, Bind(*unary.operand));
+        }
+        case ExpressionKind::Binary: {
+            const auto& binary = static_cast<const ast::Binary&>(expression);
+            ExpressionPtr left = Bind(*binary.left);
+            return MakeBinary(binary.op, std::move(left), Bind(*binary.right));
+        }
+        case ExpressionKind::Between: return BindBetween(static_cast<const ast::Between&>(expression));
+        case ExpressionKind::IsNull: {
+            const auto& is_null = static_cast<const ast::IsNull&>(expression);
+            return MakeIsNull(Bind(*is_null.subject), is_null.negated);
+        }
+        case ExpressionKind::InList: return BindInList(static_cast<const ast::InList&>(expression));
+        case ExpressionKind::InSelect: return BindInSelect(static_cast<const ast::InSelect&>(expression));
+        case ExpressionKind::Exists:
+            return MakeExists(BindSubSelect(*static_cast<const ast::Exists&>(expression).select, false));
+        case ExpressionKind::SubSelect:
+            return MakeSubqueryValue(BindSubSelect(*static_cast<const ast::SubSelect&>(expression).select, true));
+        case ExpressionKind::Call: return BindCall(static_cast<const ast::Call&>(expression));
+    }
+    return nullptr;
+}
+
+ExpressionPtr ExpressionBinder::BindGroupKey(const ast::Expression& expression) {
+    const Grouping& grouping = *scope_.grouping;
+    if (grouping.key_texts.empty()) return nullptr;
+    const auto key = std::ranges::find(grouping.key_texts, scope_.CanonicalText(expression));
+    if (key == grouping.key_texts.end()) return nullptr;
+    return std::make_unique<SlotExpression>(*grouping.output, static_cast<int>(key - grouping.key_texts.begin()));
+}
+
+ExpressionPtr ExpressionBinder::BindColumn(const ast::ColumnName& name) {
+    Scope::Match match;
+    if (scope_.Find(name, match)) {
+        if (scope_.grouping != nullptr && !scope_.grouping->inside_aggregate) {
+            Raise(ErrorNumber::AggregateMissing, {name.name});
+        }
+        scope_.used |= SourceSet{1} << match.entry;
+        return std::make_unique<SlotExpression>(*scope_.Entries()[match.entry].source, match.column);
+    }
+    if (ExpressionPtr alias = BindAlias(name)) return alias;
+    if (ExpressionPtr outer = BindOuterColumn(name)) return outer;
+    Raise(ErrorNumber::MissingParameter, {name.name});
+}
+
+ExpressionPtr ExpressionBinder::BindOuterColumn(const ast::ColumnName& name) {
+    Scope::Match match;
+    for (Scope* scope = scope_.Parent(); scope != nullptr; scope = scope->Parent()) {
+        if (!scope->Find(name, match)) continue;
+        for (Scope* inner = &scope_; inner != scope; inner = inner->Parent()) inner->outer_used = true;
+        scope->used |= SourceSet{1} << match.entry;
+        if (scope->grouping == nullptr || scope->grouping->inside_aggregate) {
+            return std::make_unique<SlotExpression>(*scope->Entries()[match.entry].source, match.column);
+        }
+        const auto& texts = scope->grouping->key_texts;
+        const auto key = std::ranges::find(texts, Scope::CanonicalColumn(match));
+        if (key == texts.end()) Raise(ErrorNumber::AggregateMissing, {name.name});
+        return std::make_unique<SlotExpression>(*scope->grouping->output, static_cast<int>(key - texts.begin()));
+    }
+    return nullptr;
+}
+
+// "SELECT a + 1 AS b, b * 2": the alias stands for its expression.
+ExpressionPtr ExpressionBinder::BindAlias(const ast::ColumnName& name) {
+    if (aliases_ == nullptr || !name.table.empty()) return nullptr;
+    for (const ast::SelectItem& item : *aliases_) {
+        if (item.expression == nullptr || item.alias.empty() || !EqualNames(item.alias, name.name)) continue;
+        if (std::ranges::find(open_aliases_, &item) != open_aliases_.end()) {
+            Raise(ErrorNumber::CircularReference, {name.name});
+        }
+        constexpr std::size_t kMaxDepth = 20;
+        if (open_aliases_.size() == kMaxDepth) Raise(ErrorNumber::QueryTooComplex, {name.name});
+        open_aliases_.push_back(&item);
+        ExpressionPtr bound = Bind(*item.expression);
+        open_aliases_.pop_back();
+        return bound;
+    }
+    return nullptr;
+}
+
+ExpressionPtr ExpressionBinder::BindCall(const ast::Call& call) {
+    AggregateKind kind = AggregateKind::Count;
+    if (FindAggregate(ToUpper(call.name), kind)) return BindAggregate(call, kind);
+    if (call.star) Raise(ErrorNumber::SyntaxInExpression, {call.name});
+    std::vector<ExpressionPtr> arguments;
+    for (const ast::ExpressionPtr& argument : call.arguments) arguments.push_back(Bind(*argument));
+    return MakeCall(call.name, std::move(arguments));
+}
+
+ExpressionPtr ExpressionBinder::BindAggregate(const ast::Call& call, AggregateKind kind) {
+    Grouping* grouping = scope_.grouping;
+    if (grouping == nullptr || grouping->inside_aggregate) Raise(ErrorNumber::AggregateNotAllowed, {call.name});
+    if (call.star && kind != AggregateKind::Count) Raise(ErrorNumber::SyntaxInExpression, {call.name});
+    if (!call.star && call.arguments.size() != 1) Raise(ErrorNumber::ArgumentCount, {call.name});
+
+    const int first = static_cast<int>(grouping->key_texts.size());
+    const std::u16string text = scope_.CanonicalText(call);
+    const auto known = std::ranges::find(grouping->aggregate_texts, text);
+    if (known != grouping->aggregate_texts.end()) {
+        const auto number = static_cast<int>(known - grouping->aggregate_texts.begin());
+        return std::make_unique<SlotExpression>(*grouping->output, first + number);
+    }
+
+    Expression* argument = nullptr;
+    if (!call.star) {
+        grouping->inside_aggregate = true;
+        ExpressionPtr bound = Bind(*call.arguments[0]);
+        grouping->inside_aggregate = false;
+        const bool counts = kind == AggregateKind::Sum || kind == AggregateKind::Avg || kind >= AggregateKind::StDev;
+        if (counts) CheckComparable(bound->Type(), Value::Type::Double);
+        argument = grouping->plan->Own(std::move(bound));
+    }
+    const Aggregate aggregate(call.star ? AggregateKind::CountRows : kind, argument);
+    grouping->aggregates.push_back(aggregate);
+    grouping->aggregate_texts.push_back(text);
+    const int column = grouping->output->AddColumn({{}, aggregate.ResultType(), aggregate.ResultShape()});
+    return std::make_unique<SlotExpression>(*grouping->output, column);
+}
+
+ExpressionPtr ExpressionBinder::BindBetween(const ast::Between& between) {
+    ExpressionPtr subject = Bind(*between.subject);
+    ExpressionPtr low = Bind(*between.low);
+    return MakeBetween(std::move(subject), std::move(low), Bind(*between.high), between.negated);
+}
+
+ExpressionPtr ExpressionBinder::BindInList(const ast::InList& in) {
+    ExpressionPtr subject = Bind(*in.subject);
+    std::vector<ExpressionPtr> items;
+    for (const ast::ExpressionPtr& item : in.items) items.push_back(Bind(*item));
+    return MakeInList(std::move(subject), std::move(items), in.negated);
+}
+
+ExpressionPtr ExpressionBinder::BindInSelect(const ast::InSelect& in) {
+    ExpressionPtr subject = Bind(*in.subject);
+    return MakeInSelect(std::move(subject), BindSubSelect(*in.select, true), in.negated);
+}
+
+std::unique_ptr<Plan> ExpressionBinder::BindSubSelect(const ast::Select& select, bool one_column) {
+    std::unique_ptr<Plan> plan = BindSelect(context_, select, &scope_);
+    if (one_column && plan->outputs.size() != 1) Raise(ErrorNumber::SubqueryManyColumns);
+    return plan;
+}
+
+// ---- conditions ----
+
+void ExpressionBinder::BindConjuncts(const ast::Expression& condition, Plan& plan, std::vector<Conjunct>& conjuncts) {
+    if (condition.kind == ast::ExpressionKind::Binary) {
+        const auto& binary = static_cast<const ast::Binary&>(condition);
+        if (binary.op == ast::BinaryOperator::And) {
+            BindConjuncts(*binary.left, plan, conjuncts);
+            BindConjuncts(*binary.right, plan, conjuncts);
+            return;
+        }
+    }
+    conjuncts.push_back(BindConjunct(condition, plan));
+}
+
+Operand ExpressionBinder::BindOperand(const ast::Expression& expression, ExpressionPtr& bound) {
+    const SourceSet used_before = std::exchange(scope_.used, 0);
+    const bool outer_before = std::exchange(scope_.outer_used, false);
+    bound = Bind(expression);
+    const Operand operand{bound.get(), scope_.used, scope_.outer_used};
+    scope_.used |= used_before;
+    scope_.outer_used = scope_.outer_used || outer_before;
+    return operand;
+}
+
+Conjunct ExpressionBinder::BindConjunct(const ast::Expression& expression, Plan& plan) {
+    if (expression.kind == ast::ExpressionKind::Binary) {
+        const auto& binary = static_cast<const ast::Binary&>(expression);
+        if (IsComparison(binary.op)) return BindComparisonConjunct(binary, plan);
+    }
+    if (expression.kind == ast::ExpressionKind::Between) {
+        const auto& between = static_cast<const ast::Between&>(expression);
+        if (!between.negated) return BindBetweenConjunct(between, plan);
+    }
+    ExpressionPtr bound;
+    const Operand operand = BindOperand(expression, bound);
+    CheckComparable(bound->Type(), Value::Type::Boolean);
+    return {plan.Own(std::move(bound)), operand.sources, operand.outer, {}};
+}
+
+namespace {
+
+ast::BinaryOperator Mirrored(ast::BinaryOperator op) {
+    switch (op) {
+        case ast::BinaryOperator::Less: return ast::BinaryOperator::Greater;
+        case ast::BinaryOperator::Greater: return ast::BinaryOperator::Less;
+        case ast::BinaryOperator::LessEqual: return ast::BinaryOperator::GreaterEqual;
+        case ast::BinaryOperator::GreaterEqual: return ast::BinaryOperator::LessEqual;
+        default: return op;
+    }
+}
+
+}  // namespace
+
+Conjunct ExpressionBinder::BindComparisonConjunct(const ast::Binary& binary, Plan& plan) {
+    ExpressionPtr left;
+    ExpressionPtr right;
+    const Operand left_operand = BindOperand(*binary.left, left);
+    const Operand right_operand = BindOperand(*binary.right, right);
+    Conjunct conjunct;
+    conjunct.sources = left_operand.sources | right_operand.sources;
+    conjunct.outer = left_operand.outer || right_operand.outer;
+    conjunct.comparisons = {{left_operand, binary.op, right_operand},
+                            {right_operand, Mirrored(binary.op), left_operand}};
+    conjunct.test = plan.Own(MakeComparison(binary.op, std::move(left), std::move(right)));
+    return conjunct;
+}
+
+Conjunct ExpressionBinder::BindBetweenConjunct(const ast::Between& between, Plan& plan) {
+    ExpressionPtr subject;
+    ExpressionPtr low;
+    ExpressionPtr high;
+    const Operand subject_operand = BindOperand(*between.subject, subject);
+    Operand low_operand = BindOperand(*between.low, low);
+    Operand high_operand = BindOperand(*between.high, high);
+    Conjunct conjunct;
+    conjunct.sources = subject_operand.sources | low_operand.sources | high_operand.sources;
+    conjunct.outer = subject_operand.outer || low_operand.outer || high_operand.outer;
+    ExpressionPtr test = MakeBetween(std::move(subject), std::move(low), std::move(high), false);
+
+    // The bounds may stand in either order, so that a range is known only when both are.
+    const bool fixed =
+        low_operand.sources == 0 && high_operand.sources == 0 && !low_operand.outer && !high_operand.outer;
+    if (fixed) {
+        const Value& low_value = low_operand.expression->Evaluate();
+        const Value& high_value = high_operand.expression->Evaluate();
+        const bool known = !low_value.IsNull() && !high_value.IsNull();
+        if (known && CompareValues(low_value, high_value) > 0) std::swap(low_operand, high_operand);
+        if (known) {
+            conjunct.comparisons = {{subject_operand, ast::BinaryOperator::GreaterEqual, low_operand},
+                                    {subject_operand, ast::BinaryOperator::LessEqual, high_operand}};
+        }
+    }
+    conjunct.test = plan.Own(std::move(test));
+    return conjunct;
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,72 @@
+// From trees to plans: names become sources and slots, types are checked, and the way to the rows is chosen.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sql/ast.h"
+#include "sql/plan.h"
+#include "sql/planner.h"
+#include "sql/scope.h"
+
+namespace qmtrain::sql {
+
+// What one statement's binding shares, sub-queries and saved queries included.
+struct BindContext {
+    explicit BindContext(Catalog& its_catalog) : catalog(its_catalog) {}
+
+    // Whether the statement reads that table anywhere.
+    bool UsesTable(std::u16string_view name) const;
+
+    Catalog& catalog;
+    std::vector<std::u16string> open_queries;  // saved queries being bound, so that none contains itself
+    std::vector<std::u16string> used_tables;   // folded names
+    int tables = 0;
+};
+
+// Binds expressions in a scope.
+class ExpressionBinder {
+public:
+    ExpressionBinder(BindContext& context, Scope& scope) : context_(context), scope_(scope) {}
+
+    // The aliases of this select list are names too, behind those of the columns.
+    void SetAliases(const std::vector<ast::SelectItem>* items) { aliases_ = items; }
+
+    ExpressionPtr Bind(const ast::Expression& expression);
+
+    // Each part of a condition joined by And, with what it depends on. Expressions go into the plan's keeping.
+    void BindConjuncts(const ast::Expression& condition, Plan& plan, std::vector<Conjunct>& conjuncts);
+
+private:
+    ExpressionPtr BindColumn(const ast::ColumnName& name);
+    ExpressionPtr BindOuterColumn(const ast::ColumnName& name);
+    ExpressionPtr BindAlias(const ast::ColumnName& name);
+    ExpressionPtr BindCall(const ast::Call& call);
+    ExpressionPtr BindAggregate(const ast::Call& call, AggregateKind kind);
+    ExpressionPtr BindGroupKey(const ast::Expression& expression);
+    ExpressionPtr BindBetween(const ast::Between& between);
+    ExpressionPtr BindInList(const ast::InList& in);
+    ExpressionPtr BindInSelect(const ast::InSelect& in);
+    std::unique_ptr<Plan> BindSubSelect(const ast::Select& select, bool one_column);
+
+    Operand BindOperand(const ast::Expression& expression, ExpressionPtr& bound);
+    Conjunct BindConjunct(const ast::Expression& expression, Plan& plan);
+    Conjunct BindComparisonConjunct(const ast::Binary& binary, Plan& plan);
+    Conjunct BindBetweenConjunct(const ast::Between& between, Plan& plan);
+
+    BindContext& context_;
+    Scope& scope_;
+    const std::vector<ast::SelectItem>* aliases_ = nullptr;
+    std::vector<const ast::SelectItem*> open_aliases_;
+};
+
+// The FROM clause: fills the scope and the plan's sources; returns how the tables are joined (null without tables).
+std::unique_ptr<JoinNode> BindFrom(BindContext& context, const std::vector<ast::TableExpression>& from, Scope& scope,
+                                   Plan& plan);
+std::unique_ptr<JoinNode> BindFrom(BindContext& context, const ast::TableExpression& table, Scope& scope, Plan& plan);
+
+// A whole SELECT; `parent` is the scope of the query around it.
+std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent);
+
+}  // namespace qmtrain::sql

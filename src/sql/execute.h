@@ -1,0 +1,21 @@
+// Statements that change something, one overload for each kind. They return the number of records affected.
+#pragma once
+
+#include <cstdint>
+
+#include "sql/ast.h"
+#include "sql/storage.h"
+
+namespace qmtrain::sql {
+
+std::int64_t Run(Catalog& catalog, const ast::Select& select);  // SELECT … INTO
+std::int64_t Run(Catalog& catalog, const ast::Insert& insert);
+std::int64_t Run(Catalog& catalog, const ast::Update& update);
+std::int64_t Run(Catalog& catalog, const ast::Delete& statement);
+std::int64_t Run(Catalog& catalog, const ast::CreateTable& create);
+std::int64_t Run(Catalog& catalog, const ast::CreateIndex& create);
+std::int64_t Run(Catalog& catalog, const ast::DropTable& drop);
+std::int64_t Run(Catalog& catalog, const ast::DropIndex& drop);
+std::int64_t Run(Catalog& catalog, const ast::AlterTable& alter);
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,167 @@
+// INSERT and SELECT … INTO.
+#include <algorithm>
+
+#include "core/error.h"
+#include "core/text.h"
+#include "sql/binder.h"
+#include "sql/execute.h"
+
+namespace qmtrain::sql {
+namespace {
+
+// Puts rows into a table: values for some of its columns, defaults for the others.
+class Inserter {
+public:
+    Inserter(Table& table, std::vector<int> columns) : table_(table), columns_(std::move(columns)) {
+        const std::vector<Column>& all = table.Columns();
+        defaults_.resize(all.size());
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            const bool given = std::ranges::find(columns_, static_cast<int>(i)) != columns_.end();
+            if (!given) defaults_[i] = DefaultValue(all[i]);
+        }
+    }
+
+    std::size_t Width() const { return columns_.size(); }
+
+    // Requires: as many values as columns.
+    void Add(std::span<const Value* const> values) {
+        row_ = defaults_;
+        for (std::size_t i = 0; i < columns_.size(); ++i) {
+            const auto column = static_cast<std::size_t>(columns_[i]);
+            row_[column] = ConvertToColumn(*values[i], table_.Columns()[column]);
+        }
+        table_.Insert(row_);
+        ++count_;
+    }
+
+    std::int64_t Count() const { return count_; }
+
+private:
+    Table& table_;
+    std::vector<int> columns_;
+    std::vector<Value> defaults_;
+    std::vector<Value> row_;
+    std::int64_t count_ = 0;
+};
+
+std::shared_ptr<Table> RequireTable(Catalog& catalog, const std::u16string& name) {
+    auto table = catalog.FindTable(name);
+    if (table == nullptr) Raise(ErrorNumber::NoSuchTable, {name});
+    return table;
+}
+
+int RequireColumn(const Table& table, const std::u16string& name) {
+    const auto& columns = table.Columns();
+    const auto found =
+        std::ranges::find_if(columns, [&](const Column& column) { return EqualNames(column.name, name); });
+    if (found == columns.end()) Raise(ErrorNumber::UnknownInsertField, {name});
+    return static_cast<int>(found - columns.begin());
+}
+
+std::vector<int> TargetColumns(const Table& table, const std::vector<std::u16string>& names) {
+    std::vector<int> columns;
+    for (const std::u16string& name : names) {
+        const int column = RequireColumn(table, name);
+        if (std::ranges::find(columns, column) != columns.end()) Raise(ErrorNumber::SyntaxInInsert, {name});
+        columns.push_back(column);
+    }
+    for (int i = 0; names.empty() && i < static_cast<int>(table.Columns().size()); ++i) columns.push_back(i);
+    return columns;
+}
+
+// Without a list of columns, those of the select go to the columns of their names.
+std::vector<int> MatchingColumns(const Table& table, const Plan& plan) {
+    std::vector<std::u16string> names;
+    for (const PlanOutput& output : plan.outputs) names.push_back(output.column.name);
+    return TargetColumns(table, names);
+}
+
+// Rows that are read from the table that they go into must all be read before the first one is written.
+void InsertRows(Plan& plan, Inserter& inserter, bool collect) {
+    std::vector<const Value*> row(inserter.Width());
+    RowStore rows;
+    rows.Reset(row.size());
+    plan.root->Open();
+    while (plan.root->Next()) {
+        for (std::size_t i = 0; i < row.size(); ++i) row[i] = &plan.outputs[i].expression->Evaluate();
+        if (!collect) {
+            inserter.Add(row);
+            continue;
+        }
+        Value* kept = rows.Add();
+        for (std::size_t i = 0; i < row.size(); ++i) kept[i] = *row[i];
+    }
+    for (std::size_t i = 0; i < rows.Size(); ++i) {
+        for (std::size_t j = 0; j < row.size(); ++j) row[j] = rows.At(i) + j;
+        inserter.Add(row);
+    }
+}
+
+std::int64_t InsertValues(Catalog& catalog, const ast::Insert& insert, Table& table) {
+    Inserter inserter(table, TargetColumns(table, insert.columns));
+    if (insert.values.size() != inserter.Width()) Raise(ErrorNumber::InsertCountMismatch);
+    BindContext context(catalog);
+    Scope scope(nullptr);
+    ExpressionBinder binder(context, scope);
+    std::vector<ExpressionPtr> values;
+    std::vector<const Value*> row;
+    for (const ast::ExpressionPtr& value : insert.values) values.push_back(binder.Bind(*value));
+    for (const ExpressionPtr& value : values) row.push_back(&value->Evaluate());
+    inserter.Add(row);
+    return inserter.Count();
+}
+
+Column ColumnFor(const PlanOutput& output) {
+    Column column;
+    column.name = output.column.name;
+    column.type = output.column.type;
+    column.size = output.column.size;
+    column.precision = output.column.precision;
+    column.scale = output.column.scale;
+    return column;
+}
+
+}  // namespace
+
+std::int64_t Run(Catalog& catalog, const ast::Insert& insert) {
+    const std::shared_ptr<Table> table = RequireTable(catalog, insert.table);
+    if (insert.select == nullptr) return InsertValues(catalog, insert, *table);
+
+    BindContext context(catalog);
+    const std::unique_ptr<Plan> plan = BindSelect(context, *insert.select, nullptr);
+    Inserter inserter(*table,
+                      insert.columns.empty() ? MatchingColumns(*table, *plan) : TargetColumns(*table, insert.columns));
+    if (plan->outputs.size() != inserter.Width()) Raise(ErrorNumber::InsertCountMismatch);
+    InsertRows(*plan, inserter, context.UsesTable(table->Name()));
+    return inserter.Count();
+}
+
+std::int64_t Run(Catalog& catalog, const ast::Select& select) {
+    const std::u16string& name = select.parts.front().into;
+    if (catalog.FindTable(name) != nullptr) Raise(ErrorNumber::TableExists, {name});
+    BindContext context(catalog);
+    const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
+    TableDefinition definition;
+    definition.name = name;
+    std::vector<int> columns;
+    for (const PlanOutput& output : plan->outputs) {
+        columns.push_back(static_cast<int>(columns.size()));
+        definition.columns.push_back(ColumnFor(output));
+        const Column& last = definition.columns.back();
+        // A column that counted by itself goes on doing so, and takes the numbers given.
+        if (output.column.table >= 0) {
+            const Table& source = *plan->tables[static_cast<std::size_t>(output.column.table)];
+            definition.columns.back().counter =
+                source.Columns()[static_cast<std::size_t>(output.column.column)].counter;
+        }
+        const auto same = [&](const Column& column) { return &column != &last && EqualNames(column.name, last.name); };
+        if (std::ranges::any_of(definition.columns, same)) Raise(ErrorNumber::FieldExists, {last.name});
+    }
+    catalog.CreateTable(definition);
+    const std::shared_ptr<Table> table = RequireTable(catalog, name);
+    Inserter inserter(*table, std::move(columns));
+    InsertRows(*plan, inserter, false);
+    return inserter.Count();
+}
+
+}  // namespace qmtrain::sql

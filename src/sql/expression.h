@@ -1,0 +1,87 @@
+// Bound expressions: names are slots of sources, types are known as far as they can be, and Evaluate() computes.
+//
+// An expression keeps its result in itself and hands out a reference, so that evaluating a row allocates nothing.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "core/value.h"
+#include "sql/source.h"
+#include "sql/types.h"
+
+namespace qmtrain::sql {
+
+enum class Truth : std::uint8_t { False, True, Unknown };
+
+inline Truth MakeTruth(bool value) {
+    return value ? Truth::True : Truth::False;
+}
+
+class Expression {
+public:
+    explicit Expression(Value::Type type) : type_(type) {}
+    Expression(const Expression&) = delete;
+    Expression& operator=(const Expression&) = delete;
+    virtual ~Expression() = default;
+
+    // The value for the current rows of its sources. The reference is good until the next call or the next row.
+    virtual const Value& Evaluate() = 0;
+
+    // The value as a condition.
+    virtual Truth Test();
+
+    // The type of every value that is not Null; Empty where it is known only row by row.
+    Value::Type Type() const { return type_; }
+
+    // What a column made of it looks like.
+    virtual Shape GetShape() const { return ShapeOf(type_); }
+
+private:
+    Value::Type type_;
+};
+
+using ExpressionPtr = std::unique_ptr<Expression>;
+
+class LiteralExpression : public Expression {
+public:
+    explicit LiteralExpression(Value value) : Expression(value.GetType()), value_(std::move(value)) {}
+    const Value& Evaluate() override { return value_; }
+
+private:
+    Value value_;
+};
+
+// A column of a source.
+class SlotExpression : public Expression {
+public:
+    SlotExpression(Source& source, int column)
+        : Expression(source.Columns()[static_cast<std::size_t>(column)].type),
+          source_(source),
+          slot_(source.SlotFor(column)),
+          column_(column) {}
+
+    const Value& Evaluate() override { return source_.Get(slot_); }
+    Shape GetShape() const override { return source_.Columns()[static_cast<std::size_t>(column_)].shape; }
+
+    Source& GetSource() const { return source_; }
+    int GetColumn() const { return column_; }
+
+private:
+    Source& source_;
+    int slot_;
+    int column_;
+};
+
+// A base for conditions: subclasses say how they test, the value follows.
+class Condition : public Expression {
+public:
+    Condition() : Expression(Value::Type::Boolean) {}
+    const Value& Evaluate() final;
+    Truth Test() override = 0;
+
+private:
+    Value result_;
+};
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,114 @@
+#include "sql/join.h"
+
+namespace qmtrain::sql {
+
+// ---- LookupJoin ----
+
+void LookupJoin::Open() {
+    left_->Open();
+    on_left_row_ = false;
+}
+
+bool LookupJoin::Next() {
+    while (true) {
+        if (!on_left_row_) {
+            if (!left_->Next()) return false;
+            right_->Open();
+            on_left_row_ = true;
+            matched_ = false;
+        }
+        while (right_->Next()) {
+            if (!AllTrue(conditions_)) continue;
+            matched_ = true;
+            return true;
+        }
+        on_left_row_ = false;
+        if (!matched_ && !outer_sources_.empty()) {
+            for (Source* source : outer_sources_) source->SetNull();
+            return true;
+        }
+    }
+}
+
+void LookupJoin::Reset() {
+    left_->Reset();
+    right_->Reset();
+}
+
+// ---- HashLookup ----
+
+HashLookup::HashLookup(RowOperatorPtr child, std::vector<Source*> sources, std::vector<HashKey> keys, bool stable)
+    : child_(std::move(child)), sources_(std::move(sources)), keys_(std::move(keys)), stable_(stable) {
+    numeric_ = keys_.size() == 1 && FamilyOf(keys_[0].build->Type()) == Family::Number &&
+               FamilyOf(keys_[0].probe->Type()) == Family::Number;
+}
+
+void HashLookup::Reset() {
+    child_->Reset();
+    built_ = false;
+}
+
+void HashLookup::Open() {
+    if (!built_ || !stable_) Build();
+    const std::uint32_t key = KeyNumber(false);
+    next_row_ = key == kEnd ? kEnd : first_[key];
+}
+
+bool HashLookup::Next() {
+    while (next_row_ != kEnd) {
+        const Place* place = &places_[next_row_ * sources_.size()];
+        next_row_ = following_[next_row_];
+        bool alive = true;
+        for (Source* source : sources_) alive = source->Restore(*place++) && alive;
+        if (alive) return true;
+    }
+    return false;
+}
+
+void HashLookup::Build() {
+    numbers_.Clear();
+    texts_.Clear();
+    first_.clear();
+    last_.clear();
+    following_.clear();
+    places_.clear();
+    child_->Open();
+    while (child_->Next()) {
+        const std::uint32_t key = KeyNumber(true);
+        if (key != kEnd) AddRow(key);
+    }
+    built_ = true;
+}
+
+std::uint32_t HashLookup::KeyNumber(bool building) {
+    if (keys_.empty()) return !building && first_.empty() ? kEnd : 0;
+    bool added = false;
+    if (numeric_) {
+        const Value& value = (building ? keys_[0].build : keys_[0].probe)->Evaluate();
+        if (FamilyOf(value.GetType()) == Family::Any) return kEnd;
+        const std::uint64_t bits = NumberBits(value);
+        return building ? numbers_.FindOrAdd(bits, added) : numbers_.Find(bits);
+    }
+    buffer_.clear();
+    for (const HashKey& key : keys_) {
+        const Value& value = (building ? key.build : key.probe)->Evaluate();
+        if (FamilyOf(value.GetType()) == Family::Any) return kEnd;
+        AppendKey(value, buffer_);
+    }
+    return building ? texts_.FindOrAdd(buffer_, added) : texts_.Find(buffer_);
+}
+
+void HashLookup::AddRow(std::uint32_t key) {
+    const auto row = static_cast<std::uint32_t>(following_.size());
+    following_.push_back(kEnd);
+    for (Source* source : sources_) places_.push_back(source->Keep());
+    if (key == first_.size()) {
+        first_.push_back(row);
+        last_.push_back(row);
+    } else {
+        following_[last_[key]] = row;
+        last_[key] = row;
+    }
+}
+
+}  // namespace qmtrain::sql

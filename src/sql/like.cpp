@@ -1,0 +1,132 @@
+#include "sql/like.h"
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/text.h"
+#include "sql/operators.h"
+
+namespace qmtrain::sql {
+namespace {
+
+bool IsDigit(char16_t unit) {
+    return unit >= u'0' && unit <= u'9';
+}
+
+class Matcher {
+public:
+    Matcher(std::u16string_view text, std::u16string_view pattern) : text_(text), pattern_(pattern) {}
+
+    // Going back to the last "*" is enough: what an earlier one could take, the last one can take as well.
+    bool Run() {
+        constexpr std::size_t kNone = std::u16string_view::npos;
+        std::size_t star = kNone;  // the pattern behind the last "*"
+        std::size_t star_text = 0;
+        std::size_t t = 0;
+        std::size_t p = 0;
+        while (t < text_.size()) {
+            if (p < pattern_.size() && pattern_[p] == u'*') {
+                star = ++p;
+                star_text = t;
+            } else if (std::size_t next = p; p < pattern_.size() && MatchesUnit(text_[t], next)) {
+                p = next;
+                ++t;
+            } else if (star != kNone) {
+                p = star;
+                t = ++star_text;
+            } else {
+                return false;
+            }
+        }
+        while (p < pattern_.size()) {
+            // "[]" stands for nothing.
+            if (pattern_[p] == u'*')
+                ++p;
+            else if (pattern_.substr(p, 2) == u"[]")
+                p += 2;
+            else
+                return false;
+        }
+        return true;
+    }
+
+private:
+    // One unit of the text against one element of the pattern at `p`, which then moves behind it.
+    bool MatchesUnit(char16_t unit, std::size_t& p) const {
+        while (pattern_.substr(p, 2) == u"[]") p += 2;
+        if (p >= pattern_.size() || pattern_[p] == u'*') return false;
+        const char16_t element = pattern_[p];
+        if (element == u'[') return MatchesSet(unit, p);
+        ++p;
+        if (element == u'?') return true;
+        if (element == u'#') return IsDigit(unit);
+        return ToUpper(element) == ToUpper(unit);
+    }
+
+    bool MatchesSet(char16_t unit, std::size_t& p) const {
+        const std::size_t end = pattern_.find(u']', p + 1);
+        if (end == std::u16string_view::npos) Fail();
+        std::u16string_view set = pattern_.substr(p + 1, end - p - 1);
+        p = end + 1;
+        const bool negated = set.size() > 1 && set.front() == u'!';
+        if (negated) set.remove_prefix(1);
+        return Contains(set, ToUpper(unit)) != negated;
+    }
+
+    bool Contains(std::u16string_view set, char16_t unit) const {
+        for (std::size_t i = 0; i < set.size(); ++i) {
+            const char16_t low = ToUpper(set[i]);
+            if (i + 2 < set.size() && set[i + 1] == u'-') {
+                const char16_t high = ToUpper(set[i + 2]);
+                if (high < low) Fail();
+                if (unit >= low && unit <= high) return true;
+                i += 2;
+            } else if (unit == low) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    [[noreturn]] void Fail() const { Raise(ErrorNumber::SyntaxInExpression, {pattern_}); }
+
+    std::u16string_view text_;
+    std::u16string_view pattern_;
+};
+
+class LikeCondition : public Condition {
+public:
+    LikeCondition(ExpressionPtr subject, ExpressionPtr pattern)
+        : subject_(std::move(subject)), pattern_(std::move(pattern)) {}
+
+    Truth Test() override {
+        const Value& subject = subject_->Evaluate();
+        const Value& pattern = pattern_->Evaluate();
+        if (subject.IsNull() || pattern.IsNull()) return Truth::Unknown;
+        return MakeTruth(MatchesLike(Text(subject, subject_text_), Text(pattern, pattern_text_)));
+    }
+
+private:
+    // Numbers and dates are matched as they are shown.
+    static std::u16string_view Text(const Value& value, std::u16string& buffer) {
+        if (value.IsText()) return value.Text();
+        buffer = ToText(value);
+        return buffer;
+    }
+
+    ExpressionPtr subject_;
+    ExpressionPtr pattern_;
+    std::u16string subject_text_;
+    std::u16string pattern_text_;
+};
+
+}  // namespace
+
+bool MatchesLike(std::u16string_view text, std::u16string_view pattern) {
+    return Matcher(text, pattern).Run();
+}
+
+ExpressionPtr MakeLike(ExpressionPtr subject, ExpressionPtr pattern) {
+    return std::make_unique<LikeCondition>(std::move(subject), std::move(pattern));
+}
+
+}  // namespace qmtrain::sql

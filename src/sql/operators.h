@@ -1,0 +1,31 @@
+// Operators of expressions: arithmetic, comparison, logic.
+#pragma once
+
+#include "sql/ast.h"
+#include "sql/expression.h"
+
+namespace qmtrain::sql {
+
+// Negative, zero or positive; numbers and dates by size, texts in the database's order. Raises CriteriaTypeMismatch
+// when the two are of different families. Requires: neither is Null.
+int CompareValues(const Value& a, const Value& b);
+
+// Raises CriteriaTypeMismatch when no two values of these types could be compared.
+void CheckComparable(Value::Type a, Value::Type b);
+
+bool IsComparison(ast::BinaryOperator op);
+
+// `a op b` for any binary operator. Raises CriteriaTypeMismatch when the types already show that it cannot work.
+ExpressionPtr MakeBinary(ast::BinaryOperator op, ExpressionPtr left, ExpressionPtr right);
+ExpressionPtr MakeUnary(ast::UnaryOperator op, ExpressionPtr operand);
+
+ExpressionPtr MakeComparison(ast::BinaryOperator op, ExpressionPtr left, ExpressionPtr right);
+ExpressionPtr MakeArithmetic(ast::BinaryOperator op, ExpressionPtr left, ExpressionPtr right);
+ExpressionPtr MakeNegation(ExpressionPtr operand);
+ExpressionPtr MakeLogic(ast::BinaryOperator op, ExpressionPtr left, ExpressionPtr right);
+ExpressionPtr MakeLike(ExpressionPtr subject, ExpressionPtr pattern);
+ExpressionPtr MakeBetween(ExpressionPtr subject, ExpressionPtr low, ExpressionPtr high, bool negated);
+ExpressionPtr MakeIsNull(ExpressionPtr subject, bool negated);
+ExpressionPtr MakeInList(ExpressionPtr subject, std::vector<ExpressionPtr> items, bool negated);
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,45 @@
+// A bound and planned SELECT, ready to run. The plan owns everything that takes part.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "sql/expression.h"
+#include "sql/row_operator.h"
+#include "sql/source.h"
+#include "sql/sql.h"
+
+namespace qmtrain::sql {
+
+struct PlanOutput {
+    OutputColumn column;
+    ExpressionPtr expression;
+};
+
+class Plan {
+public:
+    // Destroyed from the last to the first: operators borrow from expressions, and expressions from sources.
+    std::vector<std::unique_ptr<Source>> sources;
+    std::vector<ExpressionPtr> expressions;  // conditions, keys and arguments
+    std::vector<PlanOutput> outputs;
+    RowOperatorPtr root;
+
+    // The tables whose columns come out as they are, with the sources that read them.
+    std::vector<std::shared_ptr<Table>> tables;
+    std::vector<TableSource*> table_sources;
+
+    bool updatable = false;
+    bool correlated = false;  // depends on rows of a query around it
+
+    // Gives the expression into the plan's keeping.
+    Expression* Own(ExpressionPtr expression) {
+        expressions.push_back(std::move(expression));
+        return expressions.back().get();
+    }
+};
+
+inline Shape ShapeOf(const OutputColumn& column) {
+    return {column.type, column.size, column.precision, column.scale};
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,19 @@
+// Trees back to SQL. Every name stands in brackets and every nested operation in parentheses, so that the text says
+// exactly what was understood and parses to the same tree again.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "sql/ast.h"
+
+namespace qmtrain::sql {
+
+std::u16string Print(const ast::Statement& statement);
+
+// How a column is to be written; without it, as it was named.
+using ColumnPrinter = std::function<std::u16string(const ast::ColumnName&)>;
+
+std::u16string Print(const ast::Expression& expression, const ColumnPrinter& columns = {});
+
+}  // namespace qmtrain::sql

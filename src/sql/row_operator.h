@@ -1,0 +1,61 @@
+// Row operators: what a query does, from a table's rows up to the result.
+//
+// An operator has no rows of its own. It moves the sources of the query to the next combination of rows that counts,
+// and whoever is above reads the sources.
+#pragma once
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "sql/expression.h"
+
+namespace qmtrain::sql {
+
+class RowOperator {
+public:
+    RowOperator() = default;
+    RowOperator(const RowOperator&) = delete;
+    RowOperator& operator=(const RowOperator&) = delete;
+    virtual ~RowOperator() = default;
+
+    // Starts from the beginning, with the outer rows and the left side of a join as they stand now.
+    virtual void Open() = 0;
+
+    // Moves on; false at the end. Requires: Open(), and no call since that returned false.
+    virtual bool Next() = 0;
+
+    // Drops everything that was kept to be used by more than one Open().
+    virtual void Reset() {}
+};
+
+using RowOperatorPtr = std::unique_ptr<RowOperator>;
+
+// One combination without any source: SELECT without FROM.
+class SingleRow : public RowOperator {
+public:
+    void Open() override { done_ = false; }
+    bool Next() override { return !std::exchange(done_, true); }
+
+private:
+    bool done_ = false;
+};
+
+// Only the rows for which every condition is true.
+class Filter : public RowOperator {
+public:
+    Filter(RowOperatorPtr child, std::vector<Expression*> conditions)
+        : child_(std::move(child)), conditions_(std::move(conditions)) {}
+
+    void Open() override { child_->Open(); }
+    bool Next() override;
+    void Reset() override { child_->Reset(); }
+
+private:
+    RowOperatorPtr child_;
+    std::vector<Expression*> conditions_;
+};
+
+bool AllTrue(const std::vector<Expression*>& conditions);
+
+}  // namespace qmtrain::sql

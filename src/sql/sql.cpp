@@ -1,0 +1,112 @@
+#include "sql/sql.h"
+
+#include "core/error.h"
+#include "sql/binder.h"
+#include "sql/execute.h"
+#include "sql/parser.h"
+#include "sql/plan.h"
+#include "sql/printer.h"
+
+namespace qmtrain::sql {
+
+// ---- Statement ----
+
+Statement::Statement(std::unique_ptr<ast::Statement> tree) : tree_(std::move(tree)) {}
+Statement::Statement(Statement&&) noexcept = default;
+Statement& Statement::operator=(Statement&&) noexcept = default;
+Statement::~Statement() = default;
+
+StatementKind Statement::Kind() const {
+    struct Visitor {
+        StatementKind operator()(const ast::Select& select) const {
+            return select.parts.front().into.empty() ? StatementKind::Select : StatementKind::SelectInto;
+        }
+        StatementKind operator()(const ast::Insert&) const { return StatementKind::Insert; }
+        StatementKind operator()(const ast::Update&) const { return StatementKind::Update; }
+        StatementKind operator()(const ast::Delete&) const { return StatementKind::Delete; }
+        StatementKind operator()(const ast::CreateTable&) const { return StatementKind::CreateTable; }
+        StatementKind operator()(const ast::CreateIndex&) const { return StatementKind::CreateIndex; }
+        StatementKind operator()(const ast::DropTable&) const { return StatementKind::DropTable; }
+        StatementKind operator()(const ast::DropIndex&) const { return StatementKind::DropIndex; }
+        StatementKind operator()(const ast::AlterTable&) const { return StatementKind::AlterTable; }
+    };
+    return std::visit(Visitor{}, tree_->node);
+}
+
+std::u16string Statement::ToSql() const {
+    return Print(*tree_);
+}
+
+Statement Parse(std::u16string_view text) {
+    Parser parser(text);
+    std::unique_ptr<ast::Statement> tree = parser.ParseStatement();
+    if (tree == nullptr) Raise(ErrorNumber::SyntaxInStatement, {text});
+    parser.ExpectEnd();
+    return Statement(std::move(tree));
+}
+
+std::vector<Statement> ParseScript(std::u16string_view text) {
+    Parser parser(text);
+    std::vector<Statement> statements;
+    while (std::unique_ptr<ast::Statement> tree = parser.ParseStatement()) statements.emplace_back(std::move(tree));
+    return statements;
+}
+
+// ---- Query ----
+
+Query::Query(std::unique_ptr<Plan> plan) : plan_(std::move(plan)) {
+    for (const PlanOutput& output : plan_->outputs) columns_.push_back(output.column);
+}
+
+Query::~Query() = default;
+
+bool Query::Next() {
+    if (ended_) return false;
+    if (!started_) {
+        started_ = true;
+        plan_->root->Open();
+    }
+    ended_ = !plan_->root->Next();
+    return !ended_;
+}
+
+void Query::Read(int column, Value& value) {
+    value = plan_->outputs[static_cast<std::size_t>(column)].expression->Evaluate();
+}
+
+void Query::Restart() {
+    plan_->root->Reset();
+    started_ = false;
+    ended_ = false;
+}
+
+const std::vector<std::shared_ptr<Table>>& Query::Tables() const {
+    return plan_->tables;
+}
+
+bool Query::Updatable() const {
+    return plan_->updatable;
+}
+
+RowId Query::Row(int table) const {
+    return plan_->table_sources[static_cast<std::size_t>(table)]->Row();
+}
+
+bool Query::MoveTo(RowId row) {
+    started_ = true;
+    ended_ = true;
+    return plan_->table_sources[0]->Restore(row.value);
+}
+
+std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement) {
+    if (!statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
+    BindContext context(catalog);
+    return std::make_unique<Query>(BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr));
+}
+
+std::int64_t Execute(Catalog& catalog, const Statement& statement) {
+    if (statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
+    return std::visit([&](const auto& node) { return Run(catalog, node); }, statement.Tree().node);
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,137 @@
+// The face of the SQL room: statements of the Jet dialect, run over a Catalog.
+//
+//     Statement statement = Parse(u"Select * From Notes Where NoteId=7");
+//     auto query = Open(catalog, statement);
+//     while (query->Next()) query->Read(0, value);
+//
+// Every failure is an AutomationError: broken syntax is found by Parse(), unknown names by Open() and Execute(), and
+// what depends on data (a division by zero, a text that is no number) while rows are read. A failed Execute() may have
+// changed some rows already; undoing them is the caller's business.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/value.h"
+#include "sql/storage.h"
+
+namespace qmtrain::sql {
+
+namespace ast {
+struct Statement;
+}
+class Plan;
+
+enum class StatementKind : std::uint8_t {
+    Select,
+    SelectInto,
+    Insert,
+    Update,
+    Delete,
+    CreateTable,
+    CreateIndex,
+    DropTable,
+    DropIndex,
+    AlterTable,
+};
+
+// A parsed statement. It knows no database and may be run any number of times, over any catalogue.
+class Statement {
+public:
+    explicit Statement(std::unique_ptr<ast::Statement> tree);
+    Statement(Statement&&) noexcept;
+    Statement& operator=(Statement&&) noexcept;
+    ~Statement();
+
+    StatementKind Kind() const;
+
+    // True for SELECT and UNION: the statement is for Open(), any other for Execute().
+    bool YieldsRows() const { return Kind() == StatementKind::Select; }
+
+    // The statement printed back, with every name in brackets.
+    std::u16string ToSql() const;
+
+    const ast::Statement& Tree() const { return *tree_; }
+
+private:
+    std::unique_ptr<ast::Statement> tree_;
+};
+
+// Exactly one statement; a semicolon may end it.
+Statement Parse(std::u16string_view text);
+
+// Any number of statements, separated by semicolons.
+std::vector<Statement> ParseScript(std::u16string_view text);
+
+// A column of a query's result.
+struct OutputColumn {
+    std::u16string name;  // alias, column name, "Table.Column" where two have one name, else "Expr1000", "Expr1001" …
+    ColumnType type = ColumnType::Text;
+    int size = 0;  // Text: characters, Binary: bytes; else 0
+    int precision = 0;
+    int scale = 0;
+
+    // Where the column is a plain column of a table: the position in Query::Tables(), and in that table's Columns().
+    // Else both are -1.
+    int table = -1;
+    int column = -1;
+};
+
+// A running SELECT. Rows are made one by one as far as the statement allows: a select without grouping, DISTINCT and
+// sorting reads only as much as it has yielded.
+class Query {
+public:
+    explicit Query(std::unique_ptr<Plan> plan);
+    ~Query();
+
+    const std::vector<OutputColumn>& Columns() const { return columns_; }
+
+    // Moves to the next row, at first to the first one; false at the end, and after it as often as it is called.
+    bool Next();
+
+    // A value of the current row. Columns that are not read are not decoded. Requires: Next() or MoveTo() was true.
+    void Read(int column, Value& value);
+
+    // Starts again from the beginning.
+    void Restart();
+
+    // The tables of the FROM clause, in its order; those of sub-queries, saved queries and UNIONs are not among them.
+    const std::vector<std::shared_ptr<Table>>& Tables() const;
+
+    // True when every row of the result is one row of a single table, so that it can be edited through Row().
+    bool Updatable() const;
+
+    // The current row's place in one of Tables(); RowId{} where an outer join found none. Requires: Next() or MoveTo()
+    // was true, and the query neither groups nor unites.
+    RowId Row(int table = 0) const;
+
+    // Goes to a row of the table without regard to the query's conditions and order, and Next() has no meaning any
+    // more until Restart(). False when that row no longer exists. Requires: Updatable().
+    bool MoveTo(RowId row);
+
+private:
+    std::unique_ptr<Plan> plan_;
+    std::vector<OutputColumn> columns_;
+    bool started_ = false;
+    bool ended_ = false;
+};
+
+// Binds and plans a SELECT; the first row is looked for by Next(). The catalogue must outlive the query.
+// Raises OperationNotSupported when the statement yields no rows.
+std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement);
+
+// Runs a statement that changes something; returns the number of records affected (0 for definitions).
+// Raises OperationNotSupported for a SELECT.
+std::int64_t Execute(Catalog& catalog, const Statement& statement);
+
+// A value as the column holds it. Raises DataTypeConversion when it cannot be read as the column's type, Overflow when
+// the number is too large, FieldTooLarge when the text is too long. Null stays Null.
+Value ConvertToColumn(const Value& value, const Column& column);
+
+// What a new row gets in a column that is not given: its default expression evaluated and converted, else Empty.
+Value DefaultValue(const Column& column);
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,174 @@
+// What the SQL room asks of whatever holds the data: a catalogue of tables, and cursors over them.
+//
+// The executor knows nothing below this interface; a table in memory is enough to run every statement. Locking,
+// transactions and the undoing of a failed statement are the business of whoever calls the executor.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/value.h"
+
+namespace qmtrain::sql {
+
+// A column's type as CREATE TABLE names it.
+enum class ColumnType : std::uint8_t {
+    Boolean,
+    Byte,
+    Integer,  // 16 bits
+    Long,
+    Currency,
+    Single,
+    Double,
+    Date,
+    Binary,
+    Text,
+    LongBinary,
+    Memo,
+    Guid,  // its values are texts "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}"
+    Decimal,
+};
+
+struct Column {
+    std::u16string name;
+    ColumnType type = ColumnType::Text;
+    int size = 0;           // Text: characters, Binary: bytes; else 0
+    int precision = 0;      // Decimal: digits in all
+    int scale = 0;          // Decimal: digits behind the point
+    bool counter = false;   // numbers itself
+    bool required = false;  // refuses Null
+    bool allow_zero_length = true;
+    std::u16string default_expression;  // in SQL, empty when there is none
+};
+
+struct IndexColumn {
+    int column = 0;  // position in Table::Columns()
+    bool descending = false;
+};
+
+struct Index {
+    std::u16string name;
+    std::vector<IndexColumn> columns;
+    bool unique = false;
+    bool primary = false;
+    bool required = false;      // refuses Null in any key column
+    bool ignore_nulls = false;  // rows whose key columns are all Null have no entry
+};
+
+// Identifies a row of its table for as long as the row lives. 0 is no row.
+struct RowId {
+    std::uint32_t value = 0;
+    auto operator<=>(const RowId&) const = default;
+};
+
+// One end of a range: values for the first key columns of an index, fewer than it has if so wished.
+struct KeyBound {
+    std::vector<Value> values;
+    bool inclusive = true;
+};
+
+// All keys between the two ends, in the sense of the index (in a descending column "low" is the greater value).
+struct KeyRange {
+    std::optional<KeyBound> low;
+    std::optional<KeyBound> high;
+};
+
+// A position among the rows of one table. Columns are decoded when they are read, and not before.
+class Cursor {
+public:
+    virtual ~Cursor() = default;
+
+    // Starts over all rows in the order in which they are stored. Next() moves to the first row.
+    virtual void Scan() = 0;
+
+    // Starts over the rows of a key range in the order of the index. Requires: Table::CanSeek(index, …).
+    virtual void Range(int index, const KeyRange& range, bool backwards = false) = 0;
+
+    // Moves to the next row; false at the end.
+    virtual bool Next() = 0;
+
+    // Moves to a given row and ends the scan or range; false when it no longer exists.
+    virtual bool MoveTo(RowId row) = 0;
+
+    // Requires: the cursor stands on a row.
+    virtual RowId Row() const = 0;
+    virtual void Read(int column, Value& value) = 0;
+};
+
+// A change of one column; the value has the column's type or is Null.
+struct Assignment {
+    int column = 0;
+    Value value;
+};
+
+class Table {
+public:
+    virtual ~Table() = default;
+
+    virtual const std::u16string& Name() const = 0;
+    virtual const std::vector<Column>& Columns() const = 0;
+    virtual const std::vector<Index>& Indexes() const = 0;
+
+    // Exact, without reading rows where the storage keeps count.
+    virtual std::int64_t RowCount() = 0;
+
+    // About as many, at no cost: for choosing a plan.
+    virtual std::int64_t EstimatedRows() { return RowCount(); }
+
+    virtual std::unique_ptr<Cursor> OpenCursor() = 0;
+
+    // Whether a range over these values finds every row: false where a text's place in the index is not known.
+    virtual bool CanSeek(int index, std::span<const Value> values) const = 0;
+
+    // One value per column, of the column's type, Null, or Empty for "not given" (a counter numbers itself, everything
+    // else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their like.
+    virtual RowId Insert(std::span<const Value> values) = 0;
+    virtual void Update(RowId row, std::span<const Assignment> changes) = 0;
+    virtual void Delete(RowId row) = 0;
+
+    // The number that the last Insert gave to the counter column, 0 if there is none.
+    virtual std::int32_t LastCounter() const = 0;
+};
+
+// REFERENCES in a table definition.
+struct Reference {
+    std::u16string name;  // empty: the catalogue makes one up
+    std::vector<int> columns;
+    std::u16string table;
+    std::vector<std::u16string> referenced_columns;  // empty: the primary key
+    bool cascade_update = false;
+    bool cascade_delete = false;
+};
+
+struct TableDefinition {
+    std::u16string name;
+    std::vector<Column> columns;
+    std::vector<Index> indexes;
+    std::vector<Reference> references;
+};
+
+class Catalog {
+public:
+    virtual ~Catalog() = default;
+
+    // By name, without regard to case; empty when there is none.
+    virtual std::shared_ptr<Table> FindTable(std::u16string_view name) = 0;
+
+    // The SELECT statement of a saved query; nothing when there is none of that name.
+    virtual std::optional<std::u16string> FindQuery(std::u16string_view name) = 0;
+
+    virtual void CreateTable(const TableDefinition& definition) = 0;
+    virtual void DropTable(std::u16string_view name) = 0;
+    virtual void CreateIndex(std::u16string_view table, const Index& index) = 0;
+    virtual void DropIndex(std::u16string_view table, std::u16string_view index) = 0;
+    virtual void AddColumn(std::u16string_view table, const Column& column) = 0;
+    virtual void DropColumn(std::u16string_view table, std::u16string_view column) = 0;
+    virtual void AddReference(std::u16string_view table, const Reference& reference) = 0;
+};
+
+}  // namespace qmtrain::sql

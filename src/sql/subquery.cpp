@@ -1,0 +1,131 @@
+#include "sql/subquery.h"
+
+#include "core/error.h"
+#include "sql/key.h"
+#include "sql/operators.h"
+#include "sql/plan.h"
+
+namespace qmtrain::sql {
+namespace {
+
+class SubqueryValue : public Expression {
+public:
+    explicit SubqueryValue(std::unique_ptr<Plan> plan)
+        : Expression(plan->outputs[0].expression->Type()), plan_(std::move(plan)) {}
+
+    const Value& Evaluate() override {
+        if (known_ && !plan_->correlated) return result_;
+        plan_->root->Open();
+        if (plan_->root->Next()) {
+            result_ = plan_->outputs[0].expression->Evaluate();
+            if (plan_->root->Next()) Raise(ErrorNumber::SubqueryManyRows);
+        } else {
+            result_ = Null{};
+        }
+        known_ = true;
+        return result_;
+    }
+
+    Shape GetShape() const override { return ShapeOf(plan_->outputs[0].column); }
+
+private:
+    std::unique_ptr<Plan> plan_;
+    Value result_;
+    bool known_ = false;
+};
+
+class ExistsCondition : public Condition {
+public:
+    explicit ExistsCondition(std::unique_ptr<Plan> plan) : plan_(std::move(plan)) {}
+
+    Truth Test() override {
+        if (known_ == Truth::Unknown || plan_->correlated) {
+            plan_->root->Open();
+            known_ = MakeTruth(plan_->root->Next());
+        }
+        return known_;
+    }
+
+private:
+    std::unique_ptr<Plan> plan_;
+    Truth known_ = Truth::Unknown;
+};
+
+class InSelectCondition : public Condition {
+public:
+    InSelectCondition(ExpressionPtr subject, std::unique_ptr<Plan> plan, bool negated)
+        : subject_(std::move(subject)), plan_(std::move(plan)), negated_(negated) {}
+
+    Truth Test() override {
+        const Value& subject = subject_->Evaluate();
+        const Truth found = plan_->correlated ? Search(subject) : LookUp(subject);
+        if (found == Truth::Unknown) return found;
+        return MakeTruth((found == Truth::True) != negated_);
+    }
+
+private:
+    const Value& Item() const { return plan_->outputs[0].expression->Evaluate(); }
+
+    Truth Search(const Value& subject) {
+        Truth found = Truth::False;
+        plan_->root->Open();
+        while (plan_->root->Next()) {
+            const Value& item = Item();
+            if (subject.IsNull() || item.IsNull())
+                found = Truth::Unknown;
+            else if (CompareValues(subject, item) == 0)
+                return Truth::True;
+        }
+        return found;
+    }
+
+    Truth LookUp(const Value& subject) {
+        if (!built_) Build();
+        if (empty_) return Truth::False;
+        if (subject.IsNull()) return Truth::Unknown;
+        key_.clear();
+        AppendKey(subject, key_);
+        if (items_.Find(key_) != KeyTable::kNone) return Truth::True;
+        return has_null_ ? Truth::Unknown : Truth::False;
+    }
+
+    void Build() {
+        bool added = false;
+        plan_->root->Open();
+        while (plan_->root->Next()) {
+            const Value& item = Item();
+            empty_ = false;
+            has_null_ = has_null_ || item.IsNull();
+            key_.clear();
+            AppendKey(item, key_);
+            if (!item.IsNull()) items_.FindOrAdd(key_, added);
+        }
+        built_ = true;
+    }
+
+    ExpressionPtr subject_;
+    std::unique_ptr<Plan> plan_;
+    bool negated_;
+    bool built_ = false;
+    bool empty_ = true;
+    bool has_null_ = false;
+    KeyTable items_;
+    std::vector<std::uint8_t> key_;
+};
+
+}  // namespace
+
+ExpressionPtr MakeSubqueryValue(std::unique_ptr<Plan> plan) {
+    return std::make_unique<SubqueryValue>(std::move(plan));
+}
+
+ExpressionPtr MakeExists(std::unique_ptr<Plan> plan) {
+    return std::make_unique<ExistsCondition>(std::move(plan));
+}
+
+ExpressionPtr MakeInSelect(ExpressionPtr subject, std::unique_ptr<Plan> plan, bool negated) {
+    CheckComparable(subject->Type(), plan->outputs[0].expression->Type());
+    return std::make_unique<InSelectCondition>(std::move(subject), std::move(plan), negated);
+}
+
+}  // namespace qmtrain::sql

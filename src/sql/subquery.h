@@ -1,0 +1,19 @@
+// Sub-queries within expressions. One that depends on nothing outside is run only once.
+#pragma once
+
+#include <memory>
+
+#include "sql/expression.h"
+
+namespace qmtrain::sql {
+
+class Plan;
+
+// The single value of the single row, Null when there is no row. Raises SubqueryManyRows while evaluating.
+ExpressionPtr MakeSubqueryValue(std::unique_ptr<Plan> plan);
+
+ExpressionPtr MakeExists(std::unique_ptr<Plan> plan);
+
+ExpressionPtr MakeInSelect(ExpressionPtr subject, std::unique_ptr<Plan> plan, bool negated);
+
+}  // namespace qmtrain::sql

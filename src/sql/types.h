@@ -1,0 +1,43 @@
+// Types as the binder reasons about them before any value is seen.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/value.h"
+#include "sql/storage.h"
+
+namespace qmtrain::sql {
+
+// What a column of a result looks like to whoever makes a table of it.
+struct Shape {
+    ColumnType type = ColumnType::Text;
+    int size = 0;
+    int precision = 0;
+    int scale = 0;
+};
+
+// A column of anything that can stand in a FROM clause. `type` is Empty where it is known only row by row.
+struct ColumnInfo {
+    std::u16string name;
+    Value::Type type = Value::Type::Empty;
+    Shape shape;
+};
+
+// Values compare within a family, never across. Any stands for Null and for types not known yet.
+enum class Family : std::uint8_t { Any, Number, Text, Binary };
+
+Family FamilyOf(Value::Type type);
+
+// The type of the values that a column holds, and the column that holds a type of value.
+Value::Type ValueTypeOf(ColumnType type);
+Shape ShapeOf(Value::Type type);
+Shape ShapeOf(const Column& column);
+
+// The type that values of both types can be shown in: the same, the wider number, or Empty when there is none.
+Value::Type CommonType(Value::Type a, Value::Type b);
+
+// Whether equality of two values of the type is equality of their numbers as a Double.
+bool IsExactAsDouble(Value::Type type);
+
+}  // namespace qmtrain::sql

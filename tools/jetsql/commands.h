@@ -1,0 +1,36 @@
+// What jetsql can be asked for.
+#pragma once
+
+#include "dao/database.h"
+#include "jet/database.h"
+#include "options.h"
+#include "output.h"
+#include "table_writer.h"
+
+namespace qmtrain::jetsql {
+
+class Commands {
+public:
+    Commands(const Options& options, dao::Database& database, Output& output, TableWriter& writer)
+        : options_(options), dao_(database), database_(database.Storage()), output_(output), writer_(writer) {}
+
+    // Does everything the options name; the exit status.
+    int Run();
+
+private:
+    std::vector<jet::CatalogObject> Tables();
+    void ListTables();
+    void PrintSchema();
+    void Dump(const std::string& name);
+    void RunSql();
+    bool Check();
+    void PutLine(std::u16string_view line);
+
+    const Options& options_;
+    dao::Database& dao_;
+    jet::Database& database_;
+    Output& output_;
+    TableWriter& writer_;
+};
+
+}  // namespace qmtrain::jetsql

@@ -1,0 +1,59 @@
+// jetsql: the engine's command line, for maintainers and tests.
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include "commands.h"
+#include "core/files.h"
+#include "core/text.h"
+
+namespace qmtrain::jetsql {
+namespace {
+
+std::unique_ptr<jet::Database> OpenFile(const Options& options) {
+    const std::filesystem::path path = ToNativePath(FromUtf8(options.file));
+    if (options.create) return jet::Database::Create(path, {.sort_order = options.sort_order});
+    const bool runs_sql = !options.statements.empty() || !options.scripts.empty();
+    return jet::Database::Open(path, {.read_only = !runs_sql});
+}
+
+Layout LayoutFor(const Options& options) {
+    return options.layout.value_or(isatty(STDOUT_FILENO) != 0 ? Layout::Aligned : Layout::Csv);
+}
+
+int Run(const std::vector<std::string>& arguments) {
+    const Options options = ParseOptions(arguments);
+    if (options.help) {
+        std::fputs(kHelp, stdout);
+        return 0;
+    }
+    dao::Database database(FromUtf8(options.file), OpenFile(options));
+    Output output(stdout);
+    const auto writer = MakeTableWriter(LayoutFor(options), output);
+    try {
+        return Commands(options, database, output, *writer).Run();
+    } catch (...) {
+        output.Flush();  // the rows in front of a damage are worth having
+        throw;
+    }
+}
+
+}  // namespace
+}  // namespace qmtrain::jetsql
+
+int main(int count, char** arguments) {
+    try {
+        return qmtrain::jetsql::Run({arguments + 1, arguments + count});
+    } catch (const std::invalid_argument& error) {
+        std::fprintf(stderr, "jetsql: %s; see jetsql --help\n", error.what());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "jetsql: %s\n", error.what());
+    }
+    return 1;
+}

@@ -1,0 +1,33 @@
+// The command line.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "table_writer.h"
+
+namespace qmtrain::jetsql {
+
+struct Options {
+    std::string file;
+    std::vector<std::string> statements;
+    std::vector<std::string> scripts;  // files, "-" for standard input
+    bool each = false;                 // a script's statements one by one, not all or none
+    std::vector<std::string> dumps;    // names of tables
+    bool create = false;
+    bool tables = false;
+    bool schema = false;
+    bool check = false;
+    bool system = false;  // system tables too
+    bool help = false;
+    std::uint16_t sort_order = 0x0409;
+    std::optional<Layout> layout;
+};
+
+// Throws std::invalid_argument with what is wrong.
+Options ParseOptions(const std::vector<std::string>& arguments);
+
+extern const char* const kHelp;
+
+}  // namespace qmtrain::jetsql

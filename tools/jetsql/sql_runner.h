@@ -1,0 +1,32 @@
+// SQL statements from the command line or from a script.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "dao/database.h"
+#include "output.h"
+#include "sql/sql.h"
+#include "table_writer.h"
+
+namespace qmtrain::jetsql {
+
+class SqlRunner {
+public:
+    SqlRunner(dao::Database& database, Output& output, TableWriter& writer)
+        : database_(database), output_(output), writer_(writer) {}
+
+    // Runs statements separated by ";" in order. `together`: all of them or none. An error names the statement.
+    void Run(std::u16string_view statements, bool together);
+
+private:
+    void RunAll(const std::vector<sql::Statement>& statements);
+    void RunOne(const sql::Statement& statement);
+    void PrintRows(const sql::Statement& statement);
+
+    dao::Database& database_;
+    Output& output_;
+    TableWriter& writer_;
+};
+
+}  // namespace qmtrain::jetsql

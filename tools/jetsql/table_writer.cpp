@@ -1,0 +1,312 @@
+#include "table_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include "core/text.h"
+#include "value_text.h"
+
+namespace qmtrain::jetsql {
+namespace {
+
+class CsvWriter : public TableWriter {
+public:
+    explicit CsvWriter(Output& output) : output_(output) {}
+
+    void Begin(std::span<const std::u16string> columns) override {
+        for (const std::u16string& name : columns) {
+            PutText(name);
+            output_.Text().push_back(',');
+        }
+        EndLine();
+    }
+
+    void Row(std::span<const Value> values) override {
+        for (const Value& value : values) {
+            if (value.IsText()) {
+                PutText(value.Text());
+            } else {
+                AppendPlain(value, output_.Text());
+            }
+            output_.Text().push_back(',');
+        }
+        EndLine();
+    }
+
+    void End() override { output_.Flush(); }
+
+private:
+    void PutText(std::u16string_view text) {
+        std::string& out = output_.Text();
+        out.push_back('"');
+        for (std::size_t quote; (quote = text.find(u'"')) != text.npos; text.remove_prefix(quote + 1)) {
+            AppendUtf8(text.substr(0, quote), out);
+            out += "\"\"";
+        }
+        AppendUtf8(text, out);
+        out.push_back('"');
+    }
+
+    // In place of the last comma.
+    void EndLine() {
+        std::string& out = output_.Text();
+        if (!out.empty() && out.back() == ',') out.pop_back();
+        out += "\r\n";
+        output_.Breathe();
+    }
+
+    Output& output_;
+};
+
+class JsonWriter : public TableWriter {
+public:
+    explicit JsonWriter(Output& output) : output_(output) {}
+
+    void Begin(std::span<const std::u16string> columns) override {
+        names_.clear();
+        for (const std::u16string& name : columns) {
+            AppendQuoted(name, names_.emplace_back());
+            names_.back().push_back(':');
+        }
+        output_.Text().push_back('[');
+        first_ = true;
+    }
+
+    void Row(std::span<const Value> values) override {
+        std::string& out = output_.Text();
+        out += first_ ? "\n{" : ",\n{";
+        first_ = false;
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            if (i > 0) out.push_back(',');
+            out += names_[i];
+            Put(values[i], out);
+        }
+        out.push_back('}');
+        output_.Breathe();
+    }
+
+    void End() override {
+        output_.Text() += "\n]\n";
+        output_.Flush();
+    }
+
+private:
+    static void Put(const Value& value, std::string& out) {
+        switch (value.GetType()) {
+            case Value::Type::Empty:
+            case Value::Type::Null: out += "null"; return;
+            case Value::Type::Boolean: out += value.As<bool>() ? "true" : "false"; return;
+            case Value::Type::Text: return AppendQuoted(value.Text(), out);
+            case Value::Type::Single: return PutReal(value, value.As<float>(), out);
+            case Value::Type::Double: return PutReal(value, value.As<double>(), out);
+            case Value::Type::Date:
+            case Value::Type::Binary:
+                out.push_back('"');
+                AppendPlain(value, out);
+                out.push_back('"');
+                return;
+            default: return AppendPlain(value, out);
+        }
+    }
+
+    // JSON knows no infinity.
+    static void PutReal(const Value& value, double number, std::string& out) {
+        if (std::isfinite(number)) {
+            AppendPlain(value, out);
+        } else {
+            out += "null";
+        }
+    }
+
+    static bool NeedsEscape(std::u16string_view text, std::size_t at) {
+        const char16_t unit = text[at];
+        if (unit < 0x20 || unit == u'"' || unit == u'\\') return true;
+        if (unit < 0xD800 || unit >= 0xE000) return false;
+        const bool low_follows = at + 1 < text.size() && text[at + 1] >= 0xDC00 && text[at + 1] < 0xE000;
+        const bool high_before = at > 0 && text[at - 1] >= 0xD800 && text[at - 1] < 0xDC00;
+        return unit < 0xDC00 ? !low_follows : !high_before;
+    }
+
+    static void AppendQuoted(std::u16string_view text, std::string& out) {
+        out.push_back('"');
+        std::size_t from = 0;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            if (!NeedsEscape(text, i)) continue;
+            AppendUtf8(text.substr(from, i - from), out);
+            AppendEscape(text[i], out);
+            from = i + 1;
+        }
+        AppendUtf8(text.substr(from), out);
+        out.push_back('"');
+    }
+
+    static void AppendEscape(char16_t unit, std::string& out) {
+        out.push_back('\\');
+        switch (unit) {
+            case u'"': out.push_back('"'); return;
+            case u'\\': out.push_back('\\'); return;
+            case u'\n': out.push_back('n'); return;
+            case u'\r': out.push_back('r'); return;
+            case u'\t': out.push_back('t'); return;
+            default: break;
+        }
+        out.push_back('u');
+        AppendHex({static_cast<std::uint8_t>(unit >> 8), static_cast<std::uint8_t>(unit)}, out);
+    }
+
+    Output& output_;
+    std::vector<std::string> names_;
+    bool first_ = true;
+};
+
+// Places that a character takes on a terminal.
+int WidthOf(char32_t code) {
+    struct Range {
+        char32_t first;
+        char32_t last;
+    };
+    constexpr std::array<Range, 3> kNone = {{{0x300, 0x36F}, {0x200B, 0x200F}, {0xFE00, 0xFE0F}}};
+    constexpr std::array<Range, 10> kTwo = {{{0x1100, 0x115F},
+                                             {0x2E80, 0x303E},
+                                             {0x3041, 0xA4CF},
+                                             {0xAC00, 0xD7A3},
+                                             {0xF900, 0xFAFF},
+                                             {0xFE30, 0xFE6F},
+                                             {0xFF00, 0xFF60},
+                                             {0xFFE0, 0xFFE6},
+                                             {0x1F300, 0x1FAFF},
+                                             {0x20000, 0x3FFFD}}};
+    const auto holds = [code](const Range& range) { return code >= range.first && code <= range.last; };
+    if (std::any_of(kNone.begin(), kNone.end(), holds)) return 0;
+    return std::any_of(kTwo.begin(), kTwo.end(), holds) ? 2 : 1;
+}
+
+class AlignedWriter : public TableWriter {
+public:
+    explicit AlignedWriter(Output& output) : output_(output) {}
+
+    void Begin(std::span<const std::u16string> columns) override {
+        rows_.clear();
+        widths_.assign(columns.size(), 1);
+        std::vector<Cell> names;
+        for (const std::u16string& name : columns) names.push_back(MakeCell(Value(name)));
+        Keep(std::move(names));
+    }
+
+    void Row(std::span<const Value> values) override {
+        std::vector<Cell> row;
+        for (const Value& value : values) row.push_back(MakeCell(value));
+        if (!widths_known_) {
+            Keep(std::move(row));
+            if (rows_.size() > kRowsForWidths) PutKept();
+        } else {
+            Put(row);
+        }
+    }
+
+    void End() override {
+        PutKept();
+        widths_known_ = false;
+        output_.Flush();
+    }
+
+private:
+    static constexpr std::size_t kRowsForWidths = 1000;
+    static constexpr int kMaxWidth = 60;
+
+    struct Cell {
+        std::string text;
+        int width = 0;
+        bool right = false;
+    };
+
+    static Cell MakeCell(const Value& value) {
+        Cell cell;
+        if (value.IsText()) {
+            PutShort(value.Text(), cell);
+            return cell;
+        }
+        std::string plain;
+        AppendPlain(value, plain);
+        PutShort(FromUtf8(plain), cell);
+        cell.right = value.GetType() != Value::Type::Binary && value.GetType() != Value::Type::Date;
+        return cell;
+    }
+
+    // On one line, and cut where it is too long.
+    static void PutShort(std::u16string_view text, Cell& cell) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            std::size_t units = 1;
+            char32_t code = text[i];
+            const bool high = code >= 0xD800 && code < 0xDC00;
+            if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {
+                code = 0x10000 + ((code - 0xD800) << 10) + (text[i + 1] - 0xDC00);
+                units = 2;
+            }
+            const std::u16string_view shown = code < 0x20 || code == 0x7F ? u" " : text.substr(i, units);
+            if (cell.width + WidthOf(code) >= kMaxWidth) {
+                cell.text += "…";
+                ++cell.width;
+                return;
+            }
+            AppendUtf8(shown, cell.text);
+            cell.width += WidthOf(code);
+            i += units - 1;
+        }
+    }
+
+    void Keep(std::vector<Cell> row) {
+        for (std::size_t i = 0; i < row.size(); ++i) widths_[i] = std::max(widths_[i], row[i].width);
+        rows_.push_back(std::move(row));
+    }
+
+    void PutKept() {
+        if (widths_known_) return;
+        widths_known_ = true;
+        for (std::size_t i = 0; i < rows_.size(); ++i) {
+            Put(rows_[i]);
+            if (i == 0) PutRule();
+        }
+        rows_.clear();
+    }
+
+    void PutRule() {
+        std::vector<Cell> rule;
+        for (const int width : widths_)
+            rule.push_back({std::string(static_cast<std::size_t>(width), '-'), width, false});
+        Put(rule);
+    }
+
+    void Put(const std::vector<Cell>& row) {
+        std::string& out = output_.Text();
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const auto blanks = static_cast<std::size_t>(std::max(0, widths_[i] - row[i].width));
+            if (i > 0) out += "  ";
+            if (row[i].right) out.append(blanks, ' ');
+            out += row[i].text;
+            if (!row[i].right && i + 1 < row.size()) out.append(blanks, ' ');
+        }
+        out.push_back('\n');
+        output_.Breathe();
+    }
+
+    Output& output_;
+    std::vector<std::vector<Cell>> rows_;  // those read before the widths are known; the names first
+    std::vector<int> widths_;
+    bool widths_known_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<TableWriter> MakeTableWriter(Layout layout, Output& output) {
+    switch (layout) {
+        case Layout::Csv: return std::make_unique<CsvWriter>(output);
+        case Layout::Json: return std::make_unique<JsonWriter>(output);
+        case Layout::Aligned: break;
+    }
+    return std::make_unique<AlignedWriter>(output);
+}
+
+}  // namespace qmtrain::jetsql
