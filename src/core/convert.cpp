@@ -68,7 +68,7 @@ std::string PlainNumber(std::u16string_view text) {
     bool exponent = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i];
-        const bool sign_allowed = i == 0 || plain.back() == 'e';
+        const bool sign_allowed = i == 0 || plain.ends_with('e');
         if (IsDigit(unit)) {
             plain += static_cast<char>(unit);
             digits = true;

@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <cstring>
 #include <system_error>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include "core/error.h"
@@ -55,6 +57,19 @@ public:
             done += static_cast<std::size_t>(count);
         }
         return done;
+    }
+
+    std::size_t ReadParts(std::uint64_t offset, std::span<const std::span<std::uint8_t>> parts) override {
+        std::vector<iovec> vectors;
+        std::size_t wanted = 0;
+        for (const std::span<std::uint8_t> part : parts) {
+            vectors.push_back({part.data(), part.size()});
+            wanted += part.size();
+        }
+        const ssize_t count =
+            preadv(descriptor_, vectors.data(), static_cast<int>(vectors.size()), static_cast<off_t>(offset));
+        if (count >= 0 && static_cast<std::size_t>(count) == wanted) return wanted;
+        return File::ReadParts(offset, parts);  // interrupted, or at the end of the file
     }
 
     void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
@@ -163,6 +178,16 @@ fs::path FindWithoutCase(const fs::path& folder, const fs::path& name) {
 }
 
 }  // namespace
+
+std::size_t File::ReadParts(std::uint64_t offset, std::span<const std::span<std::uint8_t>> parts) {
+    std::size_t done = 0;
+    for (const std::span<std::uint8_t> part : parts) {
+        const std::size_t count = ReadAt(offset + done, part);
+        done += count;
+        if (count < part.size()) break;
+    }
+    return done;
+}
 
 fs::path ToNativePath(std::u16string_view path) {
     std::string text = ToUtf8(path);

@@ -30,6 +30,10 @@ public:
 
     // Fills `out`; returns the number of bytes read, fewer only at the end of the file.
     virtual std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
+
+    // Fills the parts one after the other from consecutive bytes of the file.
+    virtual std::size_t ReadParts(std::uint64_t offset, std::span<const std::span<std::uint8_t>> parts);
+
     virtual void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) = 0;
     virtual std::uint64_t Size() = 0;
     virtual void Resize(std::uint64_t size) = 0;

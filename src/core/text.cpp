@@ -51,6 +51,11 @@ std::pair<char32_t, std::size_t> DecodeUtf8(std::string_view text, std::size_t a
     return {code, length};
 }
 
+// Kana, Han characters and Hangul. They and ASCII are most of what is folded, and need no table.
+bool HasNoCase(char16_t unit) {
+    return (unit >= 0x3000 && unit < 0xA640) || (unit >= 0xAC00 && unit < 0xD7A4);
+}
+
 struct CaseTable {
     std::array<char16_t, 0x10000> upper;
     std::array<char16_t, 0x10000> lower;
@@ -180,10 +185,13 @@ std::optional<std::string> ToCodePage(std::u16string_view text, int code_page) {
 }
 
 char16_t ToUpper(char16_t unit) {
-    return Cases().upper[unit];
+    if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
+    return HasNoCase(unit) ? unit : Cases().upper[unit];
 }
+
 char16_t ToLower(char16_t unit) {
-    return Cases().lower[unit];
+    if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+    return HasNoCase(unit) ? unit : Cases().lower[unit];
 }
 
 std::u16string ToUpper(std::u16string_view text) {

@@ -85,6 +85,15 @@ public:
     std::u16string& ReuseText() { return Reuse<std::u16string>(); }
     Bytes& ReuseBinary() { return Reuse<Bytes>(); }
 
+    // Takes a number over; cheaper than an assignment when the value holds one of that type already.
+    template <class T>
+    void SetNumber(T number) {
+        if (auto* held = std::get_if<T>(&data_))
+            *held = number;
+        else
+            data_ = number;
+    }
+
     // Same type and same content; no conversion takes place.
     bool operator==(const Value&) const = default;
 

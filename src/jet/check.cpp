@@ -7,6 +7,7 @@
 
 #include "jet/data_page.h"
 #include "jet/database.h"
+#include "jet/references.h"
 #include "jet/row_cursor.h"
 
 namespace qmtrain::jet {
@@ -329,6 +330,10 @@ private:
         }
         if (index.side != LogicalIndex::Side::Referencing) return;
         const std::size_t other_real = other->Definition().logical_indexes[position].real;
+        if (!SidesFit(*table_, index.real, *other, other_real)) {
+            Defect(u"关系“" + index.name + u"”两边的字段不符");
+            return;
+        }
         RowCursor rows(table_);
         RowCursor found(other);
         std::vector<Value> row(definition_.columns.size());

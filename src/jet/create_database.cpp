@@ -180,6 +180,7 @@ private:
         }
         column.flags |= Column::kFixed;
         column.length = static_cast<std::uint16_t>(size);
+        SetFixedSize(column);
         if (spec.type == ColumnType::Boolean) return column;
         column.fixed_offset = fixed_offset;
         fixed_offset = static_cast<std::uint16_t>(fixed_offset + size);

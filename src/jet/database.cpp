@@ -150,15 +150,18 @@ std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
     const std::optional<CatalogObject> object = FindObject(name);
     if (!object) return nullptr;
     switch (object->type) {
-        case CatalogObject::kTable: break;
+        case CatalogObject::kTable: return LoadTable(*object);
         case CatalogObject::kLinkedTable: return LinkedTable(*object);
         case CatalogObject::kLinkedOdbc:
             Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object->name + u"”不在 Access 文件中。"});
         default: return nullptr;
     }
-    const auto page = static_cast<PageNumber>(object->id);
+}
+
+std::shared_ptr<Table> Database::LoadTable(const CatalogObject& object) {
+    const auto page = static_cast<PageNumber>(object.id);
     if (const auto known = tables_.find(page); known != tables_.end()) return known->second;
-    auto table = std::make_shared<Table>(*this, page, object->name, SystemCatalog(*this).ReadProperties(*object));
+    auto table = std::make_shared<Table>(*this, page, object.name, SystemCatalog(*this).ReadProperties(object));
     tables_[page] = table;
     return table;
 }
@@ -179,7 +182,7 @@ std::shared_ptr<Table> Database::TableAt(PageNumber page) {
     }
     for (const CatalogObject& object : Objects()) {
         if (object.type == CatalogObject::kTable && object.id == static_cast<std::int32_t>(page))
-            return FindTable(object.name);
+            return LoadTable(object);
     }
     pager_->Damaged(page, u"此表不在系统目录中");
 }

@@ -110,6 +110,7 @@ private:
     void RollbackWriting() noexcept;
 
     void NoticeChanges();
+    std::shared_ptr<Table> LoadTable(const CatalogObject& object);
     std::shared_ptr<Table> LinkedTable(const CatalogObject& object);
     Database& OpenLink(const std::u16string& stored_path);
 

@@ -1,6 +1,7 @@
 #include "jet/long_value.h"
 
 #include <algorithm>
+#include <set>
 
 #include "jet/row.h"
 
@@ -61,8 +62,21 @@ void LongValueReader::ForEachSlot(Visit visit) const {
         if (hops++ > pager_.PageCount()) reference_.Damaged(u"长值的页链错误");
         const ByteView row = Load(page, at);
         const RowPointer next = RowPointer::FromStored(row.U32(0));
-        if (!visit(at, row.From(4))) return;
+        if (!visit(at, row.From(4))) {
+            if (next) RequireNoCircle(hops);
+            return;
+        }
         at = next;
+    }
+}
+
+// A chain that goes on where the value ends may have led in a circle.
+void LongValueReader::RequireNoCircle(PageNumber rows) const {
+    std::set<RowPointer> passed;
+    Page page;
+    for (RowPointer at = first_; rows > 0; --rows) {
+        if (!passed.insert(at).second) reference_.Damaged(u"长值的页链成环");
+        at = RowPointer::FromStored(Load(page, at).U32(0));
     }
 }
 

@@ -33,6 +33,7 @@ public:
 
 private:
     ByteView Load(Page& page, RowPointer where) const;
+    void RequireNoCircle(PageNumber rows) const;
 
     Pager& pager_;
     ByteView reference_;

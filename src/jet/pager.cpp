@@ -9,18 +9,25 @@ namespace qmtrain::jet {
 struct Page::Frame {
     PageNumber number = 0;
     std::size_t place = 0;  // in Pager::frames_
-    std::unique_ptr<std::uint8_t[]> data;
+    std::shared_ptr<FramePool> pool;
+    std::uint8_t* data = nullptr;
     int pins = 0;
     bool used = false;  // stands in Pager::index_
     bool dirty = false;
     bool referenced = false;  // since the clock hand last passed
     bool orphan = false;      // forgotten by the pager while a Page still looked at it
+
+    Frame(std::shared_ptr<FramePool> from, std::size_t at) : place(at), pool(std::move(from)), data(pool->Take()) {}
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+    ~Frame() { pool->Give(data); }
 };
 
 namespace {
 
 constexpr std::size_t kMinimumFrames = 64;
 constexpr std::size_t kWriteBuffer = 256 * 1024;
+constexpr PageNumber kMaxReadAhead = 32;
 
 }  // namespace
 
@@ -49,10 +56,10 @@ PageNumber Page::Number() const {
     return frame_->number;
 }
 const std::uint8_t* Page::Data() const {
-    return frame_->data.get();
+    return frame_->data;
 }
 std::uint8_t* MutablePage::Data() {
-    return frame_->data.get();
+    return frame_->data;
 }
 
 ByteView Page::View() const {
@@ -69,6 +76,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options)
     OpenFile(options);
     locks_ = std::make_unique<LockFile>(system_, path_, read_only_reason_.empty(), options.lock_timeout);
     ReadFileHeader();
+    pool_ = std::make_shared<FramePool>(GetFormat().page_size);
     max_frames_ = std::max(kMinimumFrames, options.cache_bytes / GetFormat().page_size);
     const ReadScope recovers_and_looks(*this);
 }
@@ -197,7 +205,7 @@ void Pager::UndoLevel(Level& level) {
     for (auto& [number, image] : level.images) {
         Frame* frame = Find(number);
         if (frame == nullptr) frame = TakeFrame(number);
-        std::copy(image.begin(), image.end(), frame->data.get());
+        std::copy(image.begin(), image.end(), frame->data);
         MarkDirty(*frame);
     }
     ++generation_;
@@ -306,7 +314,7 @@ MutablePage Pager::Extend() {
     const PageNumber number = page_count_++;
     index_.resize(std::max<std::size_t>(index_.size(), page_count_), nullptr);
     Frame* frame = TakeFrame(number);
-    std::fill_n(frame->data.get(), GetFormat().page_size, static_cast<std::uint8_t>(0));
+    std::fill_n(frame->data, GetFormat().page_size, static_cast<std::uint8_t>(0));
     MarkDirty(*frame);
     ++change_count_;
     return {frame, this};
@@ -321,28 +329,49 @@ Pager::Frame* Pager::Load(PageNumber number) {
         frame->referenced = true;
         return frame;
     }
+    read_ahead_ = number == expected_miss_ ? std::min(read_ahead_ * 2, kMaxReadAhead) : 1;
+    PageNumber count = 1;
+    while (count < read_ahead_ && number + count < page_count_ && Find(number + count) == nullptr) ++count;
+    ReadAhead(number, count);
+    expected_miss_ = number + count;
+    return Find(number);
+}
+
+// Reads pages that are not in the cache, all at once.
+void Pager::ReadAhead(PageNumber number, PageNumber count) {
     const std::uint32_t page_size = GetFormat().page_size;
-    Frame* frame = TakeFrame(number);
-    const std::span<std::uint8_t> data(frame->data.get(), page_size);
+    std::vector<Frame*> frames;
+    std::vector<std::span<std::uint8_t>> parts;
     try {
-        if (file_->ReadAt(static_cast<std::uint64_t>(number) * page_size, data) != page_size) {
-            Damaged(number, u"文件在此页之前结束");
+        for (PageNumber i = 0; i < count; ++i) {
+            frames.push_back(TakeFrame(number + i));
+            ++frames.back()->pins;  // so that the next ones do not take its place
+            parts.emplace_back(frames.back()->data, page_size);
         }
+        const std::uint64_t at = static_cast<std::uint64_t>(number) * page_size;
+        if (file_->ReadParts(at, parts) != std::size_t{count} * page_size) Damaged(number, u"文件在此页之前结束");
     } catch (...) {
-        Forget(frame);
+        for (Frame* frame : frames) {
+            --frame->pins;
+            Forget(frame);
+        }
         throw;
     }
-    if (header_.page_key != 0 && number != 0) ApplyCipher(header_.page_key ^ number, data);
-    return frame;
+    for (PageNumber i = 0; i < count; ++i) {
+        --frames[i]->pins;
+        if (header_.page_key != 0 && number + i != 0) ApplyCipher(header_.page_key ^ (number + i), parts[i]);
+    }
+}
+
+std::unique_ptr<Page::Frame> Pager::NewFrame(std::size_t place) {
+    return std::make_unique<Frame>(pool_, place);
 }
 
 Pager::Frame* Pager::TakeFrame(PageNumber number) {
     Frame* frame = frames_.size() >= max_frames_ ? EvictOne() : nullptr;
     if (frame == nullptr) {
-        frames_.push_back(std::make_unique<Frame>());
+        frames_.push_back(NewFrame(frames_.size()));
         frame = frames_.back().get();
-        frame->place = frames_.size() - 1;
-        frame->data = std::make_unique_for_overwrite<std::uint8_t[]>(GetFormat().page_size);
     }
     frame->number = number;
     frame->used = true;
@@ -359,9 +388,7 @@ Pager::Frame* Pager::EvictOne() {
         clock_hand_ = (clock_hand_ + 1) % frames_.size();
         auto& frame = frames_[clock_hand_];
         if (!frame) {
-            frame = std::make_unique<Frame>();
-            frame->place = clock_hand_;
-            frame->data = std::make_unique_for_overwrite<std::uint8_t[]>(GetFormat().page_size);
+            frame = NewFrame(clock_hand_);
             return frame.get();
         }
         if (frame->pins > 0 || frame->dirty) continue;
@@ -399,7 +426,7 @@ void Pager::KeepImage(const Frame& frame) {
     Level& level = levels_.back();
     if (frame.number >= level.page_count) return;
     const auto [entry, added] = level.images.try_emplace(frame.number);
-    if (added) entry->second.assign(frame.data.get(), frame.data.get() + GetFormat().page_size);
+    if (added) entry->second.assign(frame.data, frame.data + GetFormat().page_size);
 }
 
 // Commit
@@ -453,7 +480,7 @@ void Pager::WriteToDatabase(std::vector<Frame*>& dirty) {
     for (Frame* frame : dirty) {
         if (run.size() >= kWriteBuffer || frame->number != first + run.size() / page_size) flush();
         if (run.empty()) first = frame->number;
-        run.insert(run.end(), frame->data.get(), frame->data.get() + page_size);
+        run.insert(run.end(), frame->data, frame->data + page_size);
         if (header_.page_key != 0 && frame->number != 0) {
             ApplyCipher(header_.page_key ^ frame->number, std::span(run).last(page_size));
         }

@@ -20,6 +20,7 @@
 #include "core/files.h"
 #include "jet/bytes.h"
 #include "jet/format.h"
+#include "jet/frame_pool.h"
 #include "jet/header.h"
 #include "jet/journal.h"
 #include "jet/lock_file.h"
@@ -139,7 +140,9 @@ private:
 
     Frame* Find(PageNumber number);
     Frame* Load(PageNumber number);
+    void ReadAhead(PageNumber number, PageNumber count);
     Frame* TakeFrame(PageNumber number);
+    std::unique_ptr<Frame> NewFrame(std::size_t place);
     Frame* EvictOne();
     void Forget(Frame* frame);
     void ForgetAll();
@@ -164,9 +167,12 @@ private:
     PageNumber page_count_ = 0;
     PageNumber committed_pages_ = 0;  // in the file when the outermost write scope began
     std::vector<Frame*> index_;       // by page number; null = not in the cache
+    std::shared_ptr<FramePool> pool_;
     std::vector<std::unique_ptr<Frame>> frames_;
     std::size_t max_frames_;
     std::size_t clock_hand_ = 0;
+    PageNumber expected_miss_ = 0;  // the page behind the last one that was read from the file
+    PageNumber read_ahead_ = 1;     // pages to read at once when pages are missed in order
     std::size_t dirty_count_ = 0;
 
     std::vector<std::uint8_t> counters_;  // commit counters of page 0 as last seen

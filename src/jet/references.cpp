@@ -38,6 +38,9 @@ std::vector<Relation> RelationsOf(const Table& table, LogicalIndex::Side side) {
         const int position = other.LogicalByNumber(logical.other_number);
         if (position < 0) table.GetPager().Damaged(table.Definition().page, u"关系“" + logical.name + u"”只有一边");
         relation.other_real = other.logical_indexes[position].real;
+        if (!SidesFit(table, logical.real, *relation.other, relation.other_real)) {
+            table.GetPager().Damaged(table.Definition().page, u"关系“" + logical.name + u"”两边的字段不符");
+        }
         relation.own_columns = Positions(table, logical.real);
         relation.other_columns = Positions(*relation.other, relation.other_real);
         relations.push_back(std::move(relation));
@@ -91,6 +94,14 @@ void ChangeKeys(const Relation& relation, const std::vector<RowPointer>& rows, c
 }
 
 }  // namespace
+
+bool SidesFit(const Table& table, std::size_t real, const Table& other, std::size_t other_real) {
+    const std::vector<int> own = Positions(table, real);
+    const std::vector<int> others = Positions(other, other_real);
+    return std::equal(own.begin(), own.end(), others.begin(), others.end(), [&](int a, int b) {
+        return ValueTypeOf(table.Definition().columns[a].type) == ValueTypeOf(other.Definition().columns[b].type);
+    });
+}
 
 void CheckReferencedRows(const Table& table, const Row& new_row, const Row* old_row) {
     for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referencing)) {

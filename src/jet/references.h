@@ -3,6 +3,7 @@
 // Rows are given by column position; only the columns of the table's indexes need to be filled.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "core/value.h"
@@ -10,6 +11,9 @@
 namespace qmtrain::jet {
 
 class Table;
+
+// Whether two indexes can be the sides of a relationship: as many columns, and of the same types.
+bool SidesFit(const Table& table, std::size_t real, const Table& other, std::size_t other_real);
 
 // The rows that a new or changed row refers to must exist. `old_row` empty: an insertion. Raises RelatedRecordRequired.
 void CheckReferencedRows(const Table& table, const std::vector<Value>& new_row, const std::vector<Value>* old_row);

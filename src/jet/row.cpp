@@ -18,8 +18,7 @@ std::size_t FixedEnd(const TableDefinition& table) {
     std::size_t end = 2;
     for (const Column& column : table.columns) {
         if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
-        const std::size_t size = FixedSize(column.type) != 0 ? FixedSize(column.type) : column.length;
-        end = std::max(end, 2 + column.fixed_offset + size);
+        end = std::max<std::size_t>(end, 2 + column.fixed_offset + column.fixed_size);
     }
     return end;
 }
@@ -144,10 +143,8 @@ std::size_t RowView::VariableOffset(std::size_t index) const {
 std::optional<ByteView> RowView::Find(const Column& column) const {
     if (!IsPresent(column.number)) return std::nullopt;
     if (column.IsFixed()) {
-        const std::size_t size = FixedSize(column.type) != 0 ? FixedSize(column.type) : column.length;
-        const std::size_t at = format_->row_number_size + column.fixed_offset;
-        if (at + size > trailer_at_) row_.Damaged(u"固定列超出行尾");
-        return row_.Part(at, size);
+        const std::uint8_t* stored = FindFixed(column);
+        return row_.Part(static_cast<std::size_t>(stored - row_.Data()), column.fixed_size);
     }
     if (column.variable_index >= variable_) return std::nullopt;
     const std::size_t begin = VariableOffset(column.variable_index);
@@ -156,17 +153,24 @@ std::optional<ByteView> RowView::Find(const Column& column) const {
     return row_.Part(begin, end - begin);
 }
 
+bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value) {
+    switch (type) {
+        case ColumnType::Byte: value.SetNumber(*stored); return true;
+        case ColumnType::Integer: value.SetNumber(Get<std::int16_t>(stored)); return true;
+        case ColumnType::Long: value.SetNumber(Get<std::int32_t>(stored)); return true;
+        case ColumnType::Currency: value.SetNumber(Currency{Get<std::int64_t>(stored)}); return true;
+        case ColumnType::Single: value.SetNumber(Get<float>(stored)); return true;
+        case ColumnType::Double: value.SetNumber(Get<double>(stored)); return true;
+        case ColumnType::Date: value.SetNumber(Date{Get<double>(stored)}); return true;
+        default: return false;
+    }
+}
+
 void DecodeValue(const Column& column, const ByteView& stored, const Format& format, int code_page, Value& value) {
     const std::size_t expected = FixedSize(column.type);
     if (expected != 0 && stored.Size() != expected) stored.Damaged(u"值的长度错误");
+    if (DecodeNumber(column.type, stored.Data(), value)) return;
     switch (column.type) {
-        case ColumnType::Byte: value = stored.U8(0); return;
-        case ColumnType::Integer: value = stored.Read<std::int16_t>(0); return;
-        case ColumnType::Long: value = stored.Read<std::int32_t>(0); return;
-        case ColumnType::Currency: value = Currency{stored.Read<std::int64_t>(0)}; return;
-        case ColumnType::Single: value = stored.Read<float>(0); return;
-        case ColumnType::Double: value = stored.Read<double>(0); return;
-        case ColumnType::Date: value = Date{stored.Read<double>(0)}; return;
         case ColumnType::Decimal: value = DecodeDecimal(stored, column.scale); return;
         case ColumnType::Guid: value = GuidToText(stored.Data()); return;
         case ColumnType::Text:

@@ -32,6 +32,14 @@ public:
     std::optional<ByteView> Find(const Column& column) const;
     bool Boolean(const Column& column) const { return IsPresent(column.number); }
 
+    // The same for a fixed column, null for a Null: its size is column.fixed_size.
+    const std::uint8_t* FindFixed(const Column& column) const {
+        if (!IsPresent(column.number)) return nullptr;
+        const std::size_t at = format_->row_number_size + column.fixed_offset;
+        if (at + column.fixed_size > trailer_at_) row_.Damaged(u"固定列超出行尾");
+        return row_.Data() + at;
+    }
+
     const ByteView& Bytes() const { return row_; }
 
 private:
@@ -52,6 +60,9 @@ private:
 
 // The value in stored bytes, for every type but the long values. `code_page` is that of Jet 3 texts.
 void DecodeValue(const Column& column, const ByteView& stored, const Format& format, int code_page, Value& value);
+
+// The same for the numbers and dates among the fixed columns; false for other types.
+bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value);
 
 // The bytes to store. Requires: the value has the column's type, see ValueTypeOf; not for long values and Booleans.
 // Raises FieldTooLarge, or DataTypeConversion for a text that is no GUID.

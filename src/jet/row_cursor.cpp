@@ -67,6 +67,7 @@ bool RowCursor::NextInScan() {
             const SlotKind kind = data_->Kind(slot);
             if (kind != SlotKind::Row && kind != SlotKind::Header) continue;
             row_ = {scan_page_, static_cast<std::uint8_t>(slot)};
+            plain_ = kind == SlotKind::Row;
             return true;
         }
         scan_page_ = table_->OwnedMap().Next(scan_page_ + 1);
@@ -102,7 +103,14 @@ bool RowCursor::MoveTo(RowPointer row) {
 
 // False when the row is gone.
 bool RowCursor::Load() {
-    if (loaded_ && row_change_ == pager_.ChangeCount()) return true;
+    const std::uint64_t change = pager_.ChangeCount();
+    if (loaded_ && row_change_ == change) return true;
+    if (mode_ == Mode::Scan && plain_ && page_change_ == change) {  // the page of the scan is at hand
+        view_.emplace(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
+        loaded_ = true;
+        row_change_ = change;
+        return true;
+    }
     RowPointer at = row_;
     for (int hop = 0;; ++hop) {
         row_page_ = pager_.Read(at.page);
@@ -126,11 +134,12 @@ bool RowCursor::Load() {
         at = RowPointer::FromStored(bytes.U32(0));
     }
     loaded_ = true;
-    row_change_ = pager_.ChangeCount();
+    row_change_ = change;
     return true;
 }
 
 const RowView& RowCursor::View() {
+    if (loaded_ && row_change_ == pager_.ChangeCount()) return *view_;
     if (!row_) Raise(ErrorNumber::NoCurrentRecord);
     if (!Load()) Raise(ErrorNumber::RecordDeleted);
     return *view_;
@@ -146,8 +155,12 @@ void RowCursor::Read(std::size_t position, Value& value) {
     const Column& column = table_->Definition().columns[position];
     const RowView& view = View();
     if (column.type == ColumnType::Boolean) {
-        value = view.Boolean(column);
+        value.SetNumber(view.Boolean(column));
         return;
+    }
+    if (column.IsFixed()) {
+        const std::uint8_t* number = view.FindFixed(column);
+        if (number != nullptr && DecodeNumber(column.type, number, value)) return;
     }
     const auto stored = view.Find(column);
     if (!stored) {

@@ -49,7 +49,8 @@ private:
 
     PageNumber scan_page_ = 0;
     std::size_t scan_slot_ = 0;
-    Page page_;  // of the scan
+    bool plain_ = false;  // the scan's row stands where its slot is
+    Page page_;           // of the scan
     std::optional<DataPage> data_;
     std::uint64_t page_change_ = 0;  // the pager's, when page_ was looked at
 

@@ -211,6 +211,7 @@ private:
         }
         column.flags |= Column::kFixed;
         column.length = static_cast<std::uint16_t>(size);
+        SetFixedSize(column);
         if (spec.autonumber) {
             const auto counter = [](const Column& other) { return other.IsAutonumber(); };
             const bool second = std::any_of(definition.columns.begin(), definition.columns.end(), counter);
@@ -228,9 +229,8 @@ private:
         if (spec.type == ColumnType::Boolean) return;
         for (const Column& other : definition.columns) {
             if (!other.IsFixed() || other.type == ColumnType::Boolean) continue;
-            const std::size_t other_size = FixedSize(other.type) != 0 ? FixedSize(other.type) : other.length;
             column.fixed_offset =
-                std::max(column.fixed_offset, static_cast<std::uint16_t>(other.fixed_offset + other_size));
+                std::max(column.fixed_offset, static_cast<std::uint16_t>(other.fixed_offset + other.fixed_size));
         }
     }
 

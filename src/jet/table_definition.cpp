@@ -42,6 +42,7 @@ public:
         for (RealIndex& index : table_.real_indexes) ReadRealIndex(index);
         for (LogicalIndex& index : table_.logical_indexes) ReadLogicalIndex(index);
         for (LogicalIndex& index : table_.logical_indexes) index.name = ReadName();
+        for (Column& column : table_.columns) SetFixedSize(column);
         std::sort(table_.columns.begin(), table_.columns.end(),
                   [](const Column& a, const Column& b) { return a.number < b.number; });
         ReadLongValueMaps();
@@ -167,8 +168,7 @@ private:
             const Column& column = table_.columns[i];
             const bool twice = i > 0 && table_.columns[i - 1].number == column.number;
             if (twice || column.number >= table_.max_columns) bytes_.Damaged(u"列的编号错误");
-            const std::size_t size = FixedSize(column.type) != 0 ? FixedSize(column.type) : column.length;
-            const bool placed = column.IsFixed() ? column.fixed_offset + size <= format_.page_size
+            const bool placed = column.IsFixed() ? column.fixed_offset + column.fixed_size <= format_.page_size
                                                  : column.variable_index < table_.variable_columns &&
                                                        variable.insert(column.variable_index).second;
             if (!placed) bytes_.Damaged(u"列的位置错误");
@@ -330,6 +330,11 @@ std::size_t FixedSize(ColumnType type) {
         case ColumnType::Decimal: return 17;
         default: return 0;
     }
+}
+
+void SetFixedSize(Column& column) {
+    const std::size_t size = FixedSize(column.type);
+    column.fixed_size = size != 0 ? static_cast<std::uint16_t>(size) : column.length;
 }
 
 Value::Type ValueTypeOf(ColumnType type) {

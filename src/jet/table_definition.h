@@ -63,9 +63,10 @@ struct Column {
     std::uint16_t variable_index = 0;
     std::uint16_t ordinal = 0;
     std::uint16_t fixed_offset = 0;
-    std::uint16_t length = 0;    // bytes; text of Jet 4: two per character
-    std::uint8_t precision = 0;  // Decimal
-    std::uint8_t scale = 0;      // Decimal
+    std::uint16_t length = 0;      // bytes; text of Jet 4: two per character
+    std::uint16_t fixed_size = 0;  // bytes in the fixed area, of fixed columns
+    std::uint8_t precision = 0;    // Decimal
+    std::uint8_t scale = 0;        // Decimal
     std::uint16_t sort_order = 0;
     std::uint8_t sort_version = 0;
     std::uint16_t code_page = 0;  // Jet 3 texts
@@ -80,6 +81,9 @@ struct Column {
     bool IsFixed() const { return (flags & kFixed) != 0; }
     bool IsAutonumber() const { return (flags & kAutonumber) != 0 && type == ColumnType::Long; }
 };
+
+// Sets `fixed_size` from type and length.
+void SetFixedSize(Column& column);
 
 struct KeyColumn {
     std::uint16_t number = 0;

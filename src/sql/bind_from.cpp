@@ -58,6 +58,7 @@ private:
 
     std::unique_ptr<JoinNode> AddDerived(std::unique_ptr<Plan> plan, const std::u16string& name) {
         scope_.outer_used = scope_.outer_used || plan->correlated;
+        plan_.rebuilds = plan_.rebuilds || plan->correlated;
         return Add(std::make_unique<DerivedSource>(std::move(plan)), name);
     }
 

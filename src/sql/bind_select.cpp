@@ -224,7 +224,7 @@ private:
             return;
         }
         const bool wishes = !grouped_ && !part_.distinct;
-        JoinPlan joins = PlanJoins(scope_.Entries(), *joins_, where_, wishes ? order_ : std::vector<SortKey>());
+        JoinPlan joins = PlanJoins(*plan_, scope_.Entries(), *joins_, where_, wishes ? order_ : std::vector<SortKey>());
         plan_->root = std::move(joins.rows);
         ordered_ = joins.ordered;
     }

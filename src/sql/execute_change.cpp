@@ -15,7 +15,7 @@ struct Target {
 
     void PlanRows(const ast::ExpressionPtr& condition) {
         if (condition != nullptr) ExpressionBinder(context, scope).BindConjuncts(*condition, plan, where);
-        plan.root = PlanJoins(scope.Entries(), *joins, where, {}).rows;
+        plan.root = PlanJoins(plan, scope.Entries(), *joins, where, {}).rows;
     }
 
     BindContext context;
@@ -132,8 +132,7 @@ std::int64_t Run(Catalog& catalog, const ast::Delete& statement) {
     // A join may come to a row more than once.
     if (target.scope.Entries().size() > 1) {
         std::ranges::sort(rows);
-        const auto doubles = std::ranges::unique(rows);
-        rows.erase(doubles.begin(), doubles.end());
+        rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     }
     for (const RowId row : rows) source.GetTable()->Delete(row);
     return static_cast<std::int64_t>(rows.size());

@@ -105,6 +105,8 @@ std::int64_t InsertValues(Catalog& catalog, const ast::Insert& insert, Table& ta
     ExpressionBinder binder(context, scope);
     std::vector<ExpressionPtr> values;
     std::vector<const Value*> row;
+    values.reserve(insert.values.size());
+    row.reserve(insert.values.size());
     for (const ast::ExpressionPtr& value : insert.values) values.push_back(binder.Bind(*value));
     for (const ExpressionPtr& value : values) row.push_back(&value->Evaluate());
     inserter.Add(row);

@@ -47,6 +47,7 @@ class LiteralExpression : public Expression {
 public:
     explicit LiteralExpression(Value value) : Expression(value.GetType()), value_(std::move(value)) {}
     const Value& Evaluate() override { return value_; }
+    const Value& GetValue() const { return value_; }
 
 private:
     Value value_;

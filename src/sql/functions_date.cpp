@@ -40,7 +40,8 @@ std::int64_t DayNumber(const CivilTime& time) {
 }
 
 std::int64_t SecondNumber(const CivilTime& time) {
-    return DayNumber(time) * kSecondsPerDay + time.hour * 3600 + time.minute * 60 + time.second;
+    return DayNumber(time) * kSecondsPerDay + time.hour * std::int64_t{3600} + time.minute * std::int64_t{60} +
+           time.second;
 }
 
 std::int64_t FloorDivide(std::int64_t a, std::int64_t b) {

@@ -33,7 +33,10 @@ class Chooser {
 public:
     Chooser(TableSource& source, const std::vector<Conjunct*>& conjuncts, SourceSet available,
             const std::vector<SortKey>& order)
-        : source_(source), table_(*source.GetTable()), order_(order), rows_(static_cast<double>(table_.EstimatedRows())) {
+        : source_(source),
+          table_(*source.GetTable()),
+          order_(order),
+          rows_(static_cast<double>(table_.EstimatedRows())) {
         for (const Conjunct* conjunct : conjuncts) {
             for (const Comparison& comparison : conjunct->comparisons) {
                 const bool usable = Contains(available, comparison.other.sources);

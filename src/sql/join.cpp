@@ -37,8 +37,8 @@ void LookupJoin::Reset() {
 
 // ---- HashLookup ----
 
-HashLookup::HashLookup(RowOperatorPtr child, std::vector<Source*> sources, std::vector<HashKey> keys, bool stable)
-    : child_(std::move(child)), sources_(std::move(sources)), keys_(std::move(keys)), stable_(stable) {
+HashLookup::HashLookup(RowOperatorPtr child, std::vector<Source*> sources, std::vector<HashKey> keys)
+    : child_(std::move(child)), sources_(std::move(sources)), keys_(std::move(keys)) {
     numeric_ = keys_.size() == 1 && FamilyOf(keys_[0].build->Type()) == Family::Number &&
                FamilyOf(keys_[0].probe->Type()) == Family::Number;
 }
@@ -49,7 +49,7 @@ void HashLookup::Reset() {
 }
 
 void HashLookup::Open() {
-    if (!built_ || !stable_) Build();
+    if (!built_) Build();
     const std::uint32_t key = KeyNumber(false);
     next_row_ = key == kEnd ? kEnd : first_[key];
 }
@@ -72,6 +72,7 @@ void HashLookup::Build() {
     last_.clear();
     following_.clear();
     places_.clear();
+    for (Source* source : sources_) source->Forget();
     child_->Open();
     while (child_->Next()) {
         const std::uint32_t key = KeyNumber(true);

@@ -41,11 +41,10 @@ struct HashKey {
 };
 
 // Reads its child once, keeps the rows by their keys, and yields at each Open() those whose keys equal the probes'.
-// Without keys it yields every row each time.
+// Without keys it yields every row each time. What the child's rows depend on may change only before a Reset().
 class HashLookup : public RowOperator {
 public:
-    // `stable`: the child's rows do not depend on anything outside it, so that they are read only once.
-    HashLookup(RowOperatorPtr child, std::vector<Source*> sources, std::vector<HashKey> keys, bool stable);
+    HashLookup(RowOperatorPtr child, std::vector<Source*> sources, std::vector<HashKey> keys);
 
     void Open() override;
     bool Next() override;
@@ -61,7 +60,6 @@ private:
     RowOperatorPtr child_;
     std::vector<Source*> sources_;
     std::vector<HashKey> keys_;
-    bool stable_;
     bool numeric_;  // one key, of numbers on both sides
     bool built_ = false;
 

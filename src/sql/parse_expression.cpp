@@ -142,8 +142,9 @@ ExpressionPtr Parser::ParseNamed() {
     }
     auto column = std::make_unique<ast::ColumnName>();
     column->name = Take().text;
-    if (TakeSymbol(u".") || TakeSymbol(u"!")) {
-        column->table = std::move(column->name);
+    // More than two parts name something outside the database, such as "[Forms]![Dialog]![Date]": a parameter.
+    while (TakeSymbol(u".") || TakeSymbol(u"!")) {
+        column->table += (column->table.empty() ? u"" : u"!") + column->name;
         // Behind the point a keyword is a name.
         if (Peek().kind != TokenKind::Name && Peek().kind != TokenKind::QuotedName)
             Fail(ErrorNumber::SyntaxInExpression);

@@ -158,7 +158,9 @@ TableExpression Parser::ParseTablePrimary() {
 
 std::u16string Parser::ParseAlias(ErrorNumber error) {
     if (TakeKeyword(u"AS")) return ExpectName(error);
-    return PeekName() && !PeekKeyword(u"OUTER") ? Take().text : std::u16string();
+    // A kind of join that there is not must not pass for an alias.
+    const bool joins = PeekKeyword(u"OUTER") || PeekKeyword(u"FULL") || PeekKeyword(u"CROSS");
+    return PeekName() && !joins ? Take().text : std::u16string();
 }
 
 std::vector<ast::OrderItem> Parser::ParseOrderBy() {

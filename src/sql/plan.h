@@ -30,6 +30,13 @@ public:
 
     bool updatable = false;
     bool correlated = false;  // depends on rows of a query around it
+    bool rebuilds = false;    // so do tables of its FROM clause, and what is kept of them is good for one run only
+
+    // Starts from the beginning, with the outer rows as they stand now.
+    void Start() {
+        if (rebuilds) root->Reset();
+        root->Open();
+    }
 
     // Gives the expression into the plan's keeping.
     Expression* Own(ExpressionPtr expression) {

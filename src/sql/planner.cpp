@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <optional>
 
 #include "sql/index_choice.h"
 #include "sql/join.h"
+#include "sql/operators.h"
 
 namespace qmtrain::sql {
 namespace {
@@ -15,7 +17,7 @@ using Conjuncts = std::vector<Conjunct*>;
 
 // What things cost, in rows read by a plain scan.
 constexpr double kSeekCost = 6;
-constexpr double kIndexRowCost = 2.5;
+constexpr double kIndexRowCost = 5;
 constexpr double kHashRowCost = 2;
 constexpr double kProbeCost = 0.7;
 
@@ -70,10 +72,10 @@ RowOperatorPtr WithFilter(RowOperatorPtr rows, const Conjuncts& conjuncts) {
 
 class JoinPlanner {
 public:
-    explicit JoinPlanner(const std::vector<Scope::Entry>& tables) : tables_(tables) {}
+    JoinPlanner(Plan& plan, const std::vector<Scope::Entry>& tables) : plan_(plan), tables_(tables) {}
 
     Planned PlanNode(JoinNode& node, Conjuncts conjuncts, const std::vector<SortKey>& order = {}) {
-        if (node.kind == JoinNode::Kind::Left) return PlanLeft(node, std::move(conjuncts));
+        if (node.kind == JoinNode::Kind::Left) return PlanLeft(node, conjuncts);
         std::vector<Unit> units;
         Flatten(node, units, conjuncts);
         return PlanInner(units, conjuncts, order);
@@ -91,6 +93,51 @@ private:
         }
         for (Conjunct& conjunct : node.on) conjuncts.push_back(&conjunct);
         for (const auto& child : node.children) Flatten(*child, units, conjuncts);
+    }
+
+    // From "a = b" and "a = 5" follows "b = 5", by which b may be found in an index.
+    void AddImplied(Conjuncts& conjuncts) {
+        const std::size_t known = conjuncts.size();
+        for (std::size_t i = 0; i < known; ++i) {
+            for (const Comparison& link : conjuncts[i]->comparisons) {
+                const bool columns = IsPlain(link.subject) && IsPlain(link.other);
+                if (!columns || link.op != BinaryOperator::Equal || !IsTransitive(link)) continue;
+                if (link.subject.outer || link.other.outer) continue;
+                for (std::size_t j = 0; j < known; ++j) AddImplied(link, *conjuncts[j], conjuncts);
+            }
+        }
+    }
+
+    void AddImplied(const Comparison& link, const Conjunct& fixed, Conjuncts& conjuncts) {
+        if (fixed.comparisons.empty() || fixed.comparisons[0].op != BinaryOperator::Equal) return;
+        for (const Comparison& equality : fixed.comparisons) {
+            const auto* literal = dynamic_cast<LiteralExpression*>(equality.other.expression);
+            if (literal == nullptr || !SameColumn(equality.subject, link.other)) continue;
+            const auto& column = static_cast<const SlotExpression&>(*link.subject.expression);
+            auto subject = std::make_unique<SlotExpression>(column.GetSource(), column.GetColumn());
+            auto value = std::make_unique<LiteralExpression>(literal->GetValue());
+            Conjunct implied;
+            implied.sources = link.subject.sources;
+            implied.comparisons = {
+                {{subject.get(), implied.sources, false}, BinaryOperator::Equal, {value.get(), 0, false}}};
+            implied.test = plan_.Own(MakeComparison(BinaryOperator::Equal, std::move(subject), std::move(value)));
+            implied_.push_back(std::move(implied));
+            conjuncts.push_back(&implied_.back());
+        }
+    }
+
+    static bool SameColumn(const Operand& a, const Operand& b) {
+        const auto* left = dynamic_cast<const SlotExpression*>(a.expression);
+        const auto* right = dynamic_cast<const SlotExpression*>(b.expression);
+        return left != nullptr && right != nullptr && &left->GetSource() == &right->GetSource() &&
+               left->GetColumn() == right->GetColumn();
+    }
+
+    // Whether equality with both sides is equality of both sides.
+    static bool IsTransitive(const Comparison& link) {
+        const Value::Type a = link.subject.expression->Type();
+        const Value::Type b = link.other.expression->Type();
+        return (IsExactAsDouble(a) && IsExactAsDouble(b)) || (a == Value::Type::Text && b == Value::Type::Text);
     }
 
     // ---- estimates ----
@@ -141,9 +188,12 @@ private:
         return links;
     }
 
-    static double MatchesPerRow(const Unit& unit, const std::vector<const Comparison*>& links) {
-        if (unit.table == nullptr) return std::sqrt(unit.all_rows);
-        return ExpectedMatches(*unit.table, links);
+    // Rows of the join with the unit. Where no key is known to be unique, it is taken for one of the smaller side.
+    static double JoinedRows(const Unit& unit, const std::vector<const Comparison*>& links, double rows) {
+        if (links.empty()) return rows * unit.rows;
+        const bool unique = unit.table != nullptr && ExpectedMatches(*unit.table, links) <= 1;
+        const double all = unique ? rows : std::max(rows, unit.all_rows);
+        return std::max(1.0, all * unit.rows / unit.all_rows);
     }
 
     // ---- the order of an inner join ----
@@ -207,8 +257,7 @@ private:
         Candidate candidate;
         const auto links = Links(unit.node->sources, conjuncts, placed);
         candidate.linked = !links.empty();
-        const double matches = candidate.linked ? MatchesPerRow(unit, links) : unit.all_rows;
-        candidate.rows = std::max(1.0, rows * matches * unit.rows / unit.all_rows);
+        candidate.rows = JoinedRows(unit, links, rows);
         candidate.cost = unit.access_cost + unit.rows * kHashRowCost + rows * kProbeCost + candidate.rows;
         if (unit.table == nullptr || !candidate.linked) return candidate;
         const IndexChoice choice = ChooseIndex(*unit.table, conjuncts, placed);
@@ -224,6 +273,7 @@ private:
     // ---- building ----
 
     Planned PlanInner(std::vector<Unit>& units, Conjuncts& conjuncts, const std::vector<SortKey>& wish) {
+        AddImplied(conjuncts);
         for (Unit& unit : units) Estimate(unit, conjuncts);
         const Order order = ChooseOrder(units, conjuncts);
         Unit& leader = units[order.leader];
@@ -294,8 +344,7 @@ private:
         }
         unit.table->KeepValues();
         Planned planned = PlanUnit(unit, inner, {});
-        planned.rows =
-            std::make_unique<HashLookup>(std::move(planned.rows), std::vector<Source*>{unit.table}, keys, true);
+        planned.rows = std::make_unique<HashLookup>(std::move(planned.rows), std::vector<Source*>{unit.table}, keys);
         planned.rows = WithFilter(std::move(planned.rows), Without(own, inner));
         return planned;
     }
@@ -330,15 +379,11 @@ private:
         conjuncts = Without(conjuncts, inner);
         const std::vector<HashKey> keys = TakeHashKeys(node.sources, placed, conjuncts);
         Planned child = PlanNode(node, std::move(inner));
-        bool stable = true;
         std::vector<Source*> sources = SourcesOf(node);
         for (Source* source : sources) {
-            if (auto* table = dynamic_cast<TableSource*>(source))
-                table->KeepValues();
-            else
-                stable = stable && !static_cast<DerivedSource*>(source)->GetPlan().correlated;
+            if (auto* table = dynamic_cast<TableSource*>(source)) table->KeepValues();
         }
-        return std::make_unique<HashLookup>(std::move(child.rows), std::move(sources), keys, stable);
+        return std::make_unique<HashLookup>(std::move(child.rows), std::move(sources), keys);
     }
 
     static bool IsPlain(const Operand& operand) {
@@ -376,7 +421,7 @@ private:
     // ---- outer joins ----
 
     // Conditions from above go below the join only on the side whose rows all stay.
-    Planned PlanLeft(JoinNode& node, Conjuncts conjuncts) {
+    Planned PlanLeft(JoinNode& node, const Conjuncts& conjuncts) {
         JoinNode& left = *node.children[0];
         JoinNode& right = *node.children[1];
         Conjuncts pushed;
@@ -411,16 +456,18 @@ private:
         return MakeHashLookup(right, left.sources, on);
     }
 
+    Plan& plan_;
     const std::vector<Scope::Entry>& tables_;
+    std::deque<Conjunct> implied_;
 };
 
 }  // namespace
 
-JoinPlan PlanJoins(const std::vector<Scope::Entry>& tables, JoinNode& root, std::vector<Conjunct>& where,
+JoinPlan PlanJoins(Plan& plan, const std::vector<Scope::Entry>& tables, JoinNode& root, std::vector<Conjunct>& where,
                    const std::vector<SortKey>& order) {
     Conjuncts conjuncts;
     for (Conjunct& conjunct : where) conjuncts.push_back(&conjunct);
-    Planned planned = JoinPlanner(tables).PlanNode(root, std::move(conjuncts), order);
+    Planned planned = JoinPlanner(plan, tables).PlanNode(root, std::move(conjuncts), order);
     return {std::move(planned.rows), planned.ordered};
 }
 

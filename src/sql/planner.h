@@ -50,8 +50,9 @@ struct JoinPlan {
     bool ordered = false;  // the rows come in the order that was wished for
 };
 
-// `order` may be satisfied by an index when there is a single table; otherwise it is not looked at.
-JoinPlan PlanJoins(const std::vector<Scope::Entry>& tables, JoinNode& root, std::vector<Conjunct>& where,
+// `order` may be satisfied by an index when there is a single table; otherwise it is not looked at. The plan keeps what
+// expressions are made.
+JoinPlan PlanJoins(Plan& plan, const std::vector<Scope::Entry>& tables, JoinNode& root, std::vector<Conjunct>& where,
                    const std::vector<SortKey>& order);
 
 }  // namespace qmtrain::sql

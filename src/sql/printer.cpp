@@ -180,7 +180,15 @@ private:
         else if (value.GetType() == Value::Type::Date)
             out += DateText(value.As<Date>());
         else
-            AppendText(value, out);
+            PutPlain(ToText(value));
+    }
+
+    // A negative number comes from a hexadecimal one; in decimal it is read as a sign and a number.
+    void PutPlain(const std::u16string& text) {
+        const bool negative = text.starts_with(u'-');
+        if (negative) out += u'(';
+        out += text;
+        if (negative) out += u')';
     }
 
     void PutColumn(const ColumnName& column) {

@@ -4,6 +4,7 @@
 // transactions and the undoing of a failed statement are the business of whoever calls the executor.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <memory>
 #include <optional>

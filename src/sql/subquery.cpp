@@ -15,7 +15,7 @@ public:
 
     const Value& Evaluate() override {
         if (known_ && !plan_->correlated) return result_;
-        plan_->root->Open();
+        plan_->Start();
         if (plan_->root->Next()) {
             result_ = plan_->outputs[0].expression->Evaluate();
             if (plan_->root->Next()) Raise(ErrorNumber::SubqueryManyRows);
@@ -40,7 +40,7 @@ public:
 
     Truth Test() override {
         if (known_ == Truth::Unknown || plan_->correlated) {
-            plan_->root->Open();
+            plan_->Start();
             known_ = MakeTruth(plan_->root->Next());
         }
         return known_;
@@ -68,7 +68,7 @@ private:
 
     Truth Search(const Value& subject) {
         Truth found = Truth::False;
-        plan_->root->Open();
+        plan_->Start();
         while (plan_->root->Next()) {
             const Value& item = Item();
             if (subject.IsNull() || item.IsNull())
@@ -91,7 +91,7 @@ private:
 
     void Build() {
         bool added = false;
-        plan_->root->Open();
+        plan_->Start();
         while (plan_->root->Next()) {
             const Value& item = Item();
             empty_ = false;

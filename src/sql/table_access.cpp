@@ -77,7 +77,6 @@ std::optional<Value> KeyFor(ColumnType type, const Value& value, Find find) {
 
 void TableAccess::Open() {
     cursor_ = &source_.GetCursor();
-    if (source_.KeepsValues()) source_.Forget();
     KeyRange range;
     const Start start = access_.index < 0 ? Start::Scan : MakeRange(range);
     empty_ = start == Start::Nothing;
@@ -147,7 +146,7 @@ bool TableAccess::CanSeek(const KeyRange& range) const {
 
 void DerivedAccess::Open() {
     source_.Forget();
-    source_.GetPlan().root->Open();
+    source_.GetPlan().Start();
 }
 
 bool DerivedAccess::Next() {

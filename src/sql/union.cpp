@@ -52,7 +52,7 @@ void UnionRows::Open() {
     plan_ = 0;
     seen_.Clear();
     source_.Forget();
-    source_.GetPlan(0).root->Open();
+    source_.GetPlan(0).Start();
 }
 
 bool UnionRows::Next() {
@@ -62,7 +62,7 @@ bool UnionRows::Next() {
             if (static_cast<int>(plan_) > distinct_until_ || IsNew()) return true;
         }
         if (plan_ + 1 >= source_.PlanCount()) return false;
-        source_.GetPlan(++plan_).root->Open();
+        source_.GetPlan(++plan_).Start();
     }
 }
 

@@ -1,0 +1,38 @@
+#include "jet/frame_pool.h"
+
+#include <cstdlib>
+#include <new>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+namespace qmtrain::jet {
+namespace {
+
+// The first block is small, for the many small files; the others are of the size of a large memory page.
+constexpr std::size_t kFirstBlock = std::size_t{256} << 10;
+constexpr std::size_t kBlock = std::size_t{2} << 20;
+
+}  // namespace
+
+void FramePool::Freer::operator()(std::uint8_t* block) const {
+    ::operator delete(block, std::align_val_t(kBlock));
+}
+
+std::uint8_t* FramePool::Take() {
+    if (free_.empty()) {
+        const std::size_t size = blocks_.empty() ? kFirstBlock : kBlock;
+        blocks_.emplace_back(static_cast<std::uint8_t*>(::operator new(size, std::align_val_t(kBlock))));
+        std::uint8_t* block = blocks_.back().get();
+#ifdef __linux__
+        if (size == kBlock) madvise(block, size, MADV_HUGEPAGE);
+#endif
+        for (std::size_t at = size; at >= frame_size_; at -= frame_size_) free_.push_back(block + at - frame_size_);
+    }
+    std::uint8_t* frame = free_.back();
+    free_.pop_back();
+    return frame;
+}
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,470 @@
+// Damage is normal input: it gives an error that says what is wrong, or right data; never a crash, a hang or an endless
+// allocation.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <random>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "core/text.h"
+#include "jet/bytes.h"
+#include "jet/check.h"
+#include "jet/database.h"
+#include "jet/row_cursor.h"
+#include "jet/support/memory_files.h"
+#include "jet/support/samples.h"
+#include "jet/support/tables.h"
+
+namespace qmtrain::jet {
+namespace {
+
+using Content = test::MemoryFiles::Content;
+
+constexpr const char* kFile = "损坏.mdb";
+constexpr std::size_t kPage = 4096;
+
+bool HasChinese(std::u16string_view text) {
+    return std::any_of(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x4E00 && unit < 0xA000; });
+}
+
+// Runs the body; the error it raises is one of ours and says something. The problem in words, empty when there is none.
+std::string ProblemOf(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const AutomationError& error) {
+        EXPECT_NE(error.Number(), 0);
+        EXPECT_TRUE(HasChinese(error.Description())) << error.what();
+        return error.what();
+    }
+    return {};
+}
+
+// What comes to light in one file.
+struct Findings {
+    std::string opening;
+    std::string reading;  // the first table, index or catalogue that cannot be read
+    std::vector<std::u16string> defects;
+
+    bool Any() const { return !opening.empty() || !reading.empty() || !defects.empty(); }
+};
+
+class Patient {
+public:
+    explicit Patient(Content content) {
+        files_.At(kFile) = std::move(content);
+        findings_.opening =
+            ProblemOf([&] { database_ = Database::Open(kFile, {.durable = false, .system = &files_}); });
+    }
+
+    // Reads everything there is.
+    const Findings& Examine() {
+        if (!database_) return findings_;
+        {
+            const Database::Reading reading(*database_);
+            Note([&] { database_->Relationships(); });
+            std::vector<CatalogObject> objects;
+            Note([&] { objects = database_->Objects(); });
+            for (const CatalogObject& object : objects) {
+                Note([&] { database_->ReadProperties(object.name); });
+                Note([&] {
+                    if (const auto table = database_->FindTable(object.name)) ReadTable(table);
+                });
+            }
+        }
+        findings_.defects = CheckDatabase(*database_).defects;
+        for (const std::u16string& defect : findings_.defects) EXPECT_TRUE(HasChinese(defect)) << ToUtf8(defect);
+        return findings_;
+    }
+
+    // Tries to change each table; what is refused must be undone.
+    void Change() {
+        if (!database_ || !database_->GetPager().ReadOnlyReason().empty()) return;
+        std::vector<CatalogObject> objects;
+        ProblemOf([&] {
+            const Database::Reading reading(*database_);
+            objects = database_->Objects();
+        });
+        for (const CatalogObject& object : objects) {
+            if (!object.IsUserTable()) continue;
+            for (int i = 0; i < 5; ++i) ProblemOf([&] { InsertOne(object.name); });
+            ProblemOf([&] { UpdateOne(object.name); });
+            ProblemOf([&] { DeleteOne(object.name); });
+        }
+    }
+
+private:
+    void Note(const std::function<void()>& body) {
+        const std::string problem = ProblemOf(body);
+        if (findings_.reading.empty()) findings_.reading = problem;
+    }
+
+    void ReadTable(const std::shared_ptr<Table>& table) {
+        RowCursor cursor(table);
+        Value value;
+        Note([&] {
+            for (cursor.Scan(); cursor.Next();) {
+                for (std::size_t i = 0; i < table->Definition().columns.size(); ++i) cursor.Read(i, value);
+            }
+        });
+        for (std::size_t index = 0; index < table->Definition().real_indexes.size(); ++index) {
+            for (const bool backwards : {false, true}) {
+                Note([&] {
+                    for (cursor.Range(index, {}, std::nullopt, backwards); cursor.Next();) cursor.View();
+                });
+            }
+        }
+    }
+
+    void InsertOne(const std::u16string& name) {
+        test::Write(*database_, [&] {
+            const auto table = database_->FindTable(name);
+            if (!table) return;
+            std::vector<Value> row;
+            for (const Column& column : table->Definition().columns) {
+                const bool text = IsText(column.type);
+                row.push_back(
+                    text ? Value(std::u16string(3000, u'字').substr(0, column.type == ColumnType::Memo ? 3000 : 1))
+                         : Value());
+            }
+            table->Insert(row);
+        });
+    }
+
+    void UpdateOne(const std::u16string& name) {
+        test::Write(*database_, [&] {
+            const auto table = database_->FindTable(name);
+            if (!table) return;
+            RowCursor cursor(table);
+            cursor.Scan();
+            if (!cursor.Next()) return;
+            std::vector<ColumnChange> changes;
+            for (int i = 0; i < static_cast<int>(table->Definition().columns.size()); ++i) {
+                const ColumnType type = table->Definition().columns[static_cast<std::size_t>(i)].type;
+                if (type == ColumnType::Memo) changes.push_back({i, std::u16string(50, u'm')});
+                if (type == ColumnType::Text) changes.push_back({i, u"x"});
+            }
+            table->Update(cursor.Row(), changes);
+        });
+    }
+
+    void DeleteOne(const std::u16string& name) {
+        test::Write(*database_, [&] {
+            const auto table = database_->FindTable(name);
+            if (!table) return;
+            RowCursor cursor(table);
+            cursor.Scan();
+            if (cursor.Next()) table->Delete(cursor.Row());
+        });
+    }
+
+    test::MemoryFiles files_;
+    std::unique_ptr<Database> database_;
+    Findings findings_;
+};
+
+// Examines within a time that no loop over the file's pages can need.
+Findings ExamineQuickly(const Content& content, bool change = false) {
+    const auto start = std::chrono::steady_clock::now();
+    Patient patient(content);
+    const Findings findings = patient.Examine();
+    if (change) patient.Change();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    return findings;
+}
+
+std::vector<test::Sample> SmallSamples() {
+    std::vector<test::Sample> small;
+    for (const test::Sample& sample : test::Samples()) {
+        std::error_code missing;
+        const auto size = std::filesystem::file_size(sample.Path(), missing);
+        if (!missing && size < 400000) small.push_back(sample);
+    }
+    return small;
+}
+
+TEST(Damage, TruncatedFiles) {
+    if (SmallSamples().empty()) GTEST_SKIP() << "no sample databases in " << test::SampleFolder();
+    for (const test::Sample& sample : SmallSamples()) {
+        SCOPED_TRACE(sample.file);
+        const Content whole = test::ReadFile(sample.Path());
+        for (const std::size_t length :
+             {0UL, 1UL, 20UL, 0x97UL, 511UL, 512UL, 2047UL, 2048UL, 4096UL, 8192UL, 12289UL}) {
+            EXPECT_FALSE(
+                ExamineQuickly({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)}).opening.empty())
+                << length;
+        }
+        for (const std::size_t missing : {1UL, 100UL, 4096UL, 5000UL, 20480UL}) {
+            ExamineQuickly({whole.begin(), whole.end() - static_cast<std::ptrdiff_t>(missing)}, true);
+        }
+        const Content half(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2));
+        EXPECT_TRUE(ExamineQuickly(half, true).Any());
+    }
+}
+
+TEST(Damage, EveryBitOfTheHeader) {
+    if (SmallSamples().empty()) GTEST_SKIP() << "no sample databases in " << test::SampleFolder();
+    const Content jet4 = test::ReadFile(test::SampleFolder() / "adox_jet4.mdb");
+    const Content jet3 = test::ReadFile(test::SampleFolder() / "V1997/overflowTestV1997.mdb");
+    for (const Content* healthy : {&jet4, &jet3}) {
+        for (std::size_t at = 0; at < 0x98; ++at) {
+            for (int bit = 0; bit <= 8; ++bit) {
+                Content content = *healthy;
+                content[at] ^= static_cast<std::uint8_t>(bit == 8 ? 0xFF : 1 << bit);
+                const Findings findings = ExamineQuickly(content);
+                EXPECT_TRUE(at >= 0x14 || !findings.opening.empty()) << at;
+            }
+        }
+    }
+}
+
+TEST(Damage, FilesThatCannotBeOpened) {
+    test::MemoryFiles files;
+    Database::Create(kFile, {}, {.durable = false, .system = &files});
+    const Content healthy = files.At(kFile);
+    struct Case {
+        const char* name;
+        std::function<void(Content&)> damage;
+        ErrorNumber number;
+    };
+    const Case cases[] = {
+        {"empty", [](Content& c) { c.clear(); }, ErrorNumber::UnknownFormat},
+        {"text", [](Content& c) { c.assign(9000, 'x'); }, ErrorNumber::UnknownFormat},
+        {"zeros", [](Content& c) { c.assign(9000, 0); }, ErrorNumber::UnknownFormat},
+        {"a later version", [](Content& c) { c[0x14] = 2; }, ErrorNumber::UnknownFormat},
+        {"another engine", [](Content& c) { c[4 + 9] = 'A'; }, ErrorNumber::UnknownFormat},
+        {"a password", [](Content& c) { c[0x42] ^= 'a'; }, ErrorNumber::PasswordInvalid},
+        {"the header alone", [](Content& c) { c.resize(kPage); }, ErrorNumber::FileDamaged},
+        {"an encoding key that is wrong", [](Content& c) { c[0x3E] ^= 1; }, ErrorNumber::FileDamaged},
+        {"no catalogue", [](Content& c) { c[2 * kPage] = 1; }, ErrorNumber::FileDamaged},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        files.At(kFile) = healthy;
+        test.damage(files.At(kFile));
+        EXPECT_EQ(test::ErrorOf([&] { Database::Open(kFile, {.system = &files}); }),
+                  static_cast<std::int32_t>(test.number));
+    }
+    EXPECT_EQ(test::ErrorOf([&] { Database::Open("没有.mdb", {.system = &files}); }),
+              static_cast<std::int32_t>(ErrorNumber::FileNotFound));
+}
+
+// A healthy file and where its parts are.
+struct Anatomy {
+    Content content;
+    PageNumber definition = 0;       // of a table with rows, memos and an index of two levels
+    PageNumber long_definition = 0;  // of a table whose definition fills several pages
+    std::vector<PageNumber> pages;   // of that
+    RowPointer owned_map;
+    PageNumber data = 0;
+    PageNumber root = 0;
+    PageNumber leaf = 0;
+    RowPointer chain;  // first slot of a memo over several pages
+
+    std::uint8_t* Page(PageNumber page) { return content.data() + page * kPage; }
+    std::size_t SlotOffset(RowPointer where) {
+        return Get<std::uint16_t>(Page(where.page) + 14 + 2 * where.slot) & 0x1FFF;
+    }
+    std::uint8_t* Row(RowPointer where) { return Page(where.page) + SlotOffset(where); }
+    std::uint8_t* RowEnd(RowPointer where) {
+        return Page(where.page) +
+               (where.slot == 0 ? kPage : SlotOffset({where.page, static_cast<std::uint8_t>(where.slot - 1)}));
+    }
+    // The definition's first block of a real index.
+    std::uint8_t* IndexBlock() { return Find(Page(definition), kPage, {0x83, 0x07, 0, 0}); }
+
+    static std::uint8_t* Find(std::uint8_t* from, std::size_t size, const Bytes& wanted) {
+        std::uint8_t* found = std::search(from, from + size, wanted.begin(), wanted.end());
+        if (found == from + size) throw std::logic_error("not found");
+        return found;
+    }
+};
+
+Anatomy MakeHealthy() {
+    test::MemoryFiles files;
+    auto database = Database::Create(kFile, {}, {.durable = false, .system = &files});
+    Anatomy anatomy;
+    test::Write(*database, [&] {
+        database->CreateTable({.name = u"笔记",
+                               .columns = {{.name = u"编号", .type = ColumnType::Long, .autonumber = true},
+                                           {.name = u"标题", .size = 50, .required = true},
+                                           {.name = u"内容", .type = ColumnType::Memo}},
+                               .indexes = {{.name = u"PrimaryKey", .columns = {{u"编号"}}, .primary = true},
+                                           {.name = u"标题", .columns = {{u"标题", false}}}}});
+        TableSpec wide{.name = u"宽"};
+        for (int i = 0; i < 150; ++i)
+            wide.columns.push_back({.name = u"一个名字较长的字段" + ToText(std::int64_t{i}), .size = 5});
+        database->CreateTable(wide);
+        const auto table = database->FindTable(u"笔记");
+        for (int i = 0; i < 900; ++i) {
+            const std::size_t length = i == 0 ? 20000 : i % 50 == 0 ? 1000 : 10;
+            table->Insert(
+                std::vector<Value>{Value(), u"第" + ToText(std::int64_t{i}) + u"条", std::u16string(length, u'字')});
+        }
+    });
+    {
+        const Database::Reading reading(*database);
+        const auto table = database->FindTable(u"笔记");
+        const TableDefinition& definition = table->Definition();
+        anatomy.definition = definition.page;
+        anatomy.long_definition = database->FindTable(u"宽")->Definition().page;
+        anatomy.pages = database->FindTable(u"宽")->Definition().pages;
+        anatomy.owned_map = definition.owned_map;
+        anatomy.data = table->OwnedMap().Next(1);
+        anatomy.root = definition.real_indexes[0].root;
+        anatomy.leaf = table->Tree(0).FindLeaf({});
+        RowCursor cursor(table);
+        cursor.Scan();
+        cursor.Next();
+        anatomy.chain = cursor.OpenLongValue(2)->Slots().front();
+    }
+    database.reset();
+    anatomy.content = files.At(kFile);
+    return anatomy;
+}
+
+TEST(Damage, RandomBytes) {
+    const char* given = std::getenv("QMTRAIN_SEED");
+    const std::uint64_t seed = given != nullptr ? std::strtoull(given, nullptr, 10) : 20050412;
+    std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
+    std::mt19937_64 random(seed);
+    std::map<std::string, Content> files = {{"our own", MakeHealthy().content}};
+    for (const test::Sample& sample : SmallSamples()) files[sample.file] = test::ReadFile(sample.Path());
+    for (const auto& [name, healthy] : files) {
+        for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round) {
+            SCOPED_TRACE(name + " round " + std::to_string(round));
+            Content content = healthy;
+            // One stretch is hit hard, the rest of the file lightly.
+            const std::size_t stretch = 2048 * (1 + random() % (content.size() / 2048 - 1));
+            for (std::uint64_t count = random() % 6; count > 0; --count) {
+                content[stretch + random() % 2048] = static_cast<std::uint8_t>(random());
+            }
+            for (std::uint64_t count = 1 + random() % 20; count > 0; --count) {
+                content[0x98 + random() % (content.size() - 0x98)] ^= static_cast<std::uint8_t>(1 << random() % 8);
+            }
+            ExamineQuickly(content, true);
+        }
+    }
+    rusage use{};
+    getrusage(RUSAGE_SELF, &use);
+    EXPECT_LT(use.ru_maxrss, 1 << 20) << "KiB";
+}
+
+TEST(Damage, EachStructure) {
+    const Anatomy healthy = MakeHealthy();
+    ASSERT_GE(healthy.pages.size(), 2U);
+    ASSERT_NE(healthy.root, healthy.leaf);
+    ASSERT_FALSE(ExamineQuickly(healthy.content).Any());
+    struct Case {
+        const char* name;
+        std::function<void(Anatomy&)> damage;
+    };
+    constexpr std::uint32_t kFarPage = 0x00FFFFFF;
+    const Case cases[] = {
+        {"data page: type", [](Anatomy& a) { a.Page(a.data)[0] = 4; }},
+        {"data page: owner", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.data) + 4, a.long_definition); }},
+        {"data page: free space", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 2, 4000); }},
+        {"data page: too many slots", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 12, 0xFFFF); }},
+        {"slot beyond the page", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 14, 0x1FFF); }},
+        {"slot inside the slot table", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 16, 5); }},
+        {"slots that rise",
+         [](Anatomy& a) {
+             std::swap(a.Page(a.data)[14], a.Page(a.data)[18]);
+             std::swap(a.Page(a.data)[15], a.Page(a.data)[19]);
+         }},
+        {"row that points to itself",
+         [](Anatomy& a) {
+             Put<std::uint32_t>(a.Row({a.data, 3}), RowPointer{a.data, 3}.ToStored());
+             a.Page(a.data)[14 + 6 + 1] |= 0x40;
+         }},
+        {"row moved beyond the file",
+         [](Anatomy& a) {
+             Put<std::uint32_t>(a.Row({a.data, 3}), RowPointer{kFarPage, 3}.ToStored());
+             a.Page(a.data)[14 + 6 + 1] |= 0x40;
+         }},
+        {"row: column count",
+         [](Anatomy& a) {
+             Put<std::uint16_t>(a.Row({a.data, 2}), 999);
+         }},
+        {"row: variable columns",
+         [](Anatomy& a) {
+             Put<std::uint16_t>(a.RowEnd({a.data, 2}) - 3, 77);
+         }},
+        {"row: offset of a value",
+         [](Anatomy& a) {
+             Put<std::uint16_t>(a.RowEnd({a.data, 2}) - 5, 4000);
+         }},
+        {"map: kind", [](Anatomy& a) { a.Row(a.owned_map)[0] = 7; }},
+        {"map: start beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.Row(a.owned_map) + 1, 0xFFFFFFF8); }},
+        {"map: foreign page", [](Anatomy& a) { a.Row(a.owned_map)[5] |= 4; }},
+        {"map: map page that is none",
+         [](Anatomy& a) {
+             a.Row(a.owned_map)[0] = 1;
+             Put<std::uint32_t>(a.Row(a.owned_map) + 1, a.data);
+         }},
+        {"global map: used page free",
+         [](Anatomy& a) {
+             a.Row({1, 0})[5 + a.data / 8] |= static_cast<std::uint8_t>(1 << a.data % 8);
+         }},
+        {"definition: length", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 8, 0xFFFFFFFF); }},
+        {"definition: columns", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.definition) + 45, 0xFFFF); }},
+        {"definition: indexes", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 51, 0xFFFFFFFF); }},
+        {"definition: names of indexes", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 47, 0x7FFFFFFF); }},
+        {"definition: map",
+         [](Anatomy& a) {
+             Put<std::uint32_t>(a.Page(a.definition) + 55, RowPointer{kFarPage, 0}.ToStored());
+         }},
+        {"definition: type of a column", [](Anatomy& a) { a.Page(a.definition)[63 + 24] = 99; }},
+        {"definition: fixed column far out",
+         [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.definition) + 63 + 24 + 21, 4090); }},
+        {"definition: chain in a circle",
+         [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.pages.back()) + 4, a.pages.front()); }},
+        {"definition: chain to another page",
+         [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.pages.front()) + 4, a.data); }},
+        {"definition: page type", [](Anatomy& a) { a.Page(a.pages.back())[0] = 8; }},
+        {"index: root beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 38, 0xFFFFFFFF); }},
+        {"index: column that is not there", [](Anatomy& a) { Put<std::uint16_t>(a.IndexBlock() + 4, 200); }},
+        {"index: root of another page type", [](Anatomy& a) { a.Page(a.root)[0] = 1; }},
+        {"index: owner", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.root) + 4, 2); }},
+        {"index: tail in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.root) + 20, a.root); }},
+        {"index: child in a circle", [](Anatomy& a) { PutBig32(a.Page(a.root) + 0x1E0 + 5 + 4, a.root); }},
+        {"index: leaf chain in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.leaf) + 16, a.leaf); }},
+        {"index: leaf chain beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.leaf) + 16, kFarPage); }},
+        {"index: prefix", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.leaf) + 24, 500); }},
+        {"index: entries too short", [](Anatomy& a) { a.Page(a.leaf)[27] = 0xFF; }},
+        {"index: key", [](Anatomy& a) { a.Page(a.leaf)[0x1E0 + 4] ^= 0xFF; }},
+        {"index: row beyond the file", [](Anatomy& a) { a.Page(a.leaf)[0x1E0 + 5] = 0xFF; }},
+        {"memo: chain in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Row(a.chain), a.chain.ToStored()); }},
+        {"memo: chain beyond the file",
+         [](Anatomy& a) {
+             Put<std::uint32_t>(a.Row(a.chain), RowPointer{kFarPage, 0}.ToStored());
+         }},
+        {"memo: chain too short", [](Anatomy& a) { Put<std::uint32_t>(a.Row(a.chain), 0); }},
+        {"memo: page owner", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.chain.page) + 4, 99); }},
+        {"memo: length",
+         [](Anatomy& a) {
+             std::uint8_t* reference = Anatomy::Find(a.Row({a.data, 0}), 200, {0x40, 0x9C, 0, 0});
+             Put<std::uint32_t>(reference, 0x3FFFFFFF);
+         }},
+        {"properties",
+         [](Anatomy& a) {
+             std::uint8_t* blob = Anatomy::Find(a.content.data(), a.content.size(), {'M', 'R', '2', 0});
+             Put<std::uint32_t>(blob + 4, 0xFFFFFFFF);
+         }},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        Anatomy anatomy = healthy;
+        test.damage(anatomy);
+        ASSERT_NE(anatomy.content, healthy.content);
+        EXPECT_TRUE(ExamineQuickly(anatomy.content, true).Any());
+    }
+}
+
+}  // namespace
+}  // namespace qmtrain::jet

@@ -1,0 +1,419 @@
+// Thousands of generated selects over generated tables, answered by this room and by SQLite: both must agree.
+//
+// A generated piece is written in both dialects at once. What the two mean differently is not generated: booleans as
+// results, division, comparisons across types, ties of TOP.
+#include <algorithm>
+#include <random>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/text.h"
+#include "sql/support.h"
+
+namespace qmtrain::sql {
+namespace {
+
+constexpr int kDataSets = 20;
+constexpr int kQueriesPerSet = 120;
+
+// The same text in both dialects.
+struct Both {
+    std::string ours;
+    std::string theirs;
+
+    Both() = default;
+    Both(const char* text) : ours(text), theirs(text) {}
+    Both(const std::string& text) : ours(text), theirs(text) {}
+    Both(std::string a, std::string b) : ours(std::move(a)), theirs(std::move(b)) {}
+
+    Both& operator+=(const Both& other) {
+        ours += other.ours;
+        theirs += other.theirs;
+        return *this;
+    }
+};
+
+Both operator+(Both a, const Both& b) {
+    a += b;
+    return a;
+}
+
+// ---- the two databases ----
+
+std::string Normal(double number) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.9g", number == 0 ? 0.0 : number);
+    return text;
+}
+
+class Sqlite {
+public:
+    Sqlite() { sqlite3_open(":memory:", &database_); }
+    ~Sqlite() { sqlite3_close(database_); }
+    Sqlite(const Sqlite&) = delete;
+    Sqlite& operator=(const Sqlite&) = delete;
+
+    std::vector<std::string> Rows(const std::string& sql) {
+        sqlite3_stmt* statement = nullptr;
+        EXPECT_EQ(sqlite3_prepare_v2(database_, sql.c_str(), -1, &statement, nullptr), SQLITE_OK)
+            << sqlite3_errmsg(database_) << "\n"
+            << sql;
+        std::vector<std::string> rows;
+        while (statement != nullptr && sqlite3_step(statement) == SQLITE_ROW) {
+            std::string row;
+            for (int i = 0; i < sqlite3_column_count(statement); ++i) row += Show(statement, i) + "|";
+            rows.push_back(std::move(row));
+        }
+        sqlite3_finalize(statement);
+        return rows;
+    }
+
+private:
+    static std::string Show(sqlite3_stmt* statement, int column) {
+        switch (sqlite3_column_type(statement, column)) {
+            case SQLITE_NULL: return "Null";
+            case SQLITE_TEXT: return reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+            default: return Normal(sqlite3_column_double(statement, column));
+        }
+    }
+
+    sqlite3* database_ = nullptr;
+};
+
+std::vector<std::string> OurRows(Catalog& catalog, const std::string& sql) {
+    const auto query = Open(catalog, Parse(FromUtf8(sql)));
+    std::vector<std::string> rows;
+    Value value;
+    while (query->Next()) {
+        std::string row;
+        for (std::size_t i = 0; i < query->Columns().size(); ++i) {
+            query->Read(static_cast<int>(i), value);
+            if (value.IsNull())
+                row += "Null|";
+            else if (value.IsText())
+                row += ToUtf8(value.Text()) + "|";
+            else
+                row += Normal(ToDouble(value)) + "|";
+        }
+        rows.push_back(std::move(row));
+    }
+    return rows;
+}
+
+// ---- the generator ----
+
+struct Select {
+    Both text;
+    bool ordered = false;  // wholly: the rows can be compared one by one
+};
+
+class Generator {
+public:
+    explicit Generator(unsigned seed) : random_(seed) {}
+
+    int Pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
+    bool Chance(int percent) { return Pick(100) < percent; }
+
+    Both Number() { return std::to_string(Pick(9) - 2); }
+
+    Both Text() {
+        constexpr const char* kWords[] = {"'a'", "'b'", "'ab'", "'B'", "'abc'", "''", "'c'"};
+        return kWords[Pick(7)];
+    }
+
+    Select MakeSelect() {
+        names_.clear();
+        switch (Pick(5)) {
+            case 0: return Grouped();
+            case 1: return United();
+            default: return Plain();
+        }
+    }
+
+private:
+    Both Column(const char* name) {
+        return names_[static_cast<std::size_t>(Pick(static_cast<int>(names_.size())))] + "." + name;
+    }
+    Both NumberColumn() { return Column(std::vector{"ID", "A", "X"}[static_cast<std::size_t>(Pick(3))]); }
+    Both TextColumn() { return Column("S"); }
+
+    Both NumberTerm(int depth) {
+        if (depth > 0) {
+            switch (Pick(6)) {
+                case 0: return Both("(") + NumberTerm(depth - 1) + " + " + NumberTerm(depth - 1) + ")";
+                case 1: return Both("(") + NumberTerm(depth - 1) + " * " + NumberTerm(depth - 1) + ")";
+                case 2: return Both("(- ") + NumberTerm(depth - 1) + ")";
+                case 3: {
+                    const Both condition = Condition(depth - 1);
+                    const Both yes = NumberTerm(depth - 1);
+                    const Both no = NumberTerm(depth - 1);
+                    return Both("IIf(", "(CASE WHEN ") + condition + Both(", ", " THEN ") + yes + Both(", ", " ELSE ") +
+                           no + Both(")", " END)");
+                }
+                case 4: return Both("Len(", "length(") + TextTerm(depth - 1) + ")";
+                default: break;
+            }
+        }
+        return Chance(75) ? NumberColumn() : Number();
+    }
+
+    // What is computed has no order of its own there.
+    Both TextTerm(int depth) {
+        if (depth > 0 && Chance(30)) {
+            return Both("Left(", "(substr(") + TextTerm(depth - 1) + Both(", 1)", ", 1, 1) COLLATE NOCASE)");
+        }
+        return Chance(75) ? TextColumn() : Both("", "(") + Text() + Both("", " COLLATE NOCASE)");
+    }
+
+    Both Comparison(int depth) {
+        constexpr const char* kOperators[] = {" = ", " <> ", " < ", " > ", " <= ", " >= "};
+        const char* op = kOperators[Pick(6)];
+        if (Chance(30)) return Both("(") + TextTerm(depth) + op + TextTerm(depth) + ")";
+        return Both("(") + NumberTerm(depth) + op + NumberTerm(depth) + ")";
+    }
+
+    Both Condition(int depth) {
+        if (depth <= 0) return Comparison(0);
+        switch (Pick(12)) {
+            case 0: return Both("(") + Condition(depth - 1) + " AND " + Condition(depth - 1) + ")";
+            case 1: return Both("(") + Condition(depth - 1) + " OR " + Condition(depth - 1) + ")";
+            case 2: return Both("(NOT ") + Condition(depth - 1) + ")";
+            case 3: return Both("(") + Condition(depth - 1) + Both(" XOR ", " <> ") + Condition(depth - 1) + ")";
+            case 4: return Both("(") + Condition(depth - 1) + Both(" EQV ", " = ") + Condition(depth - 1) + ")";
+            case 5:
+                return Both("(", "(NOT ") + Condition(depth - 1) + Both(" IMP ", " OR ") + Condition(depth - 1) + ")";
+            case 6: return Both("(") + NumberTerm(1) + (Chance(50) ? " IS NULL)" : " IS NOT NULL)");
+            case 7:
+                return Both("(") + NumberTerm(1) + (Chance(50) ? " IN (" : " NOT IN (") + Number() + ", " + Number() +
+                       (Chance(10) ? ", NULL))" : "))");
+            case 8: {
+                const int low = Pick(6) - 2;
+                const Both range = std::to_string(low) + " AND " + std::to_string(low + Pick(4));
+                return Both("(") + NumberTerm(1) + (Chance(70) ? " BETWEEN " : " NOT BETWEEN ") + range + ")";
+            }
+            case 9: return Both("(") + TextTerm(0) + Both(std::string(" LIKE 'a*')"), std::string(" LIKE 'a%')"));
+            case 10: return SubqueryCondition();
+            default: return Comparison(depth);
+        }
+    }
+
+    // Within, the tables around are visible too.
+    Both SubqueryCondition() {
+        const std::vector<std::string> outer = names_;
+        std::string name = std::to_string(++aliases_);
+        name.insert(0, 1, 'q');
+        const Both link = Both(name + ".A = ") + NumberColumn();
+        const Both subject = NumberColumn();
+        names_ = {name};
+        const Both inner = Chance(50) ? Both(" AND ") + Comparison(1) : Both();
+        names_ = outer;
+        const Both from = Both(" FROM " + Table() + " AS " + name + " WHERE ");
+        switch (Pick(4)) {
+            case 0:
+                return Both(Chance(50) ? "(NOT EXISTS (SELECT *" : "(EXISTS (SELECT *") + from + link + inner + "))";
+            case 1: return Both("(") + subject + " IN (SELECT " + name + ".A" + from + name + ".ID > 1" + inner + "))";
+            case 2: return Both("(") + subject + " NOT IN (SELECT " + name + ".ID" + from + link + inner + "))";
+            default: return Both("(") + subject + " >= (SELECT Max(" + name + ".X)" + from + link + inner + "))";
+        }
+    }
+
+    std::string Table() { return std::vector<std::string>{"T1", "T2", "T3"}[static_cast<std::size_t>(Pick(3))]; }
+
+    std::string NewName() {
+        std::string name = std::to_string(++aliases_);
+        name.insert(0, 1, 'n');
+        names_.push_back(name);
+        return name;
+    }
+
+    Both TableItem() {
+        if (Chance(15)) {
+            const std::vector<std::string> outer = std::exchange(names_, {});
+            const std::string inner = NewName();
+            const Both where = Chance(60) ? Both(" WHERE ") + Comparison(1) : Both();
+            names_ = outer;
+            const std::string table = Table();
+            return Both("(SELECT ID, A, X, S FROM " + table + " AS " + inner) + where + ") AS " + NewName();
+        }
+        const std::string table = Table();
+        return table + " AS " + NewName();
+    }
+
+    // What two tables are joined by: mostly equality, so that every kind of join is met.
+    Both Link(const std::vector<std::string>& left, const std::vector<std::string>& right) {
+        const auto any = [&](const std::vector<std::string>& names) {
+            return names[static_cast<std::size_t>(Pick(static_cast<int>(names.size())))];
+        };
+        constexpr const char* kColumns[] = {".ID", ".A", ".X"};
+        if (Chance(20)) return Both(any(left) + ".S = " + any(right) + ".S");
+        const char* op = Chance(85) ? " = " : " < ";
+        return Both(any(left) + kColumns[Pick(3)] + op + any(right) + kColumns[Pick(3)]);
+    }
+
+    Both JoinTree(int depth) {
+        if (depth == 0 || Chance(30)) return TableItem();
+        const std::vector<std::string> before = std::exchange(names_, {});
+        const Both left = JoinTree(depth - 1);
+        const std::vector<std::string> left_names = std::exchange(names_, {});
+        const Both right = JoinTree(depth - 1);
+        const std::vector<std::string> right_names = names_;
+        names_.insert(names_.end(), left_names.begin(), left_names.end());
+        Both on = Link(left_names, right_names);
+        if (Chance(30)) on += Both(" AND ") + Comparison(1);
+        names_.insert(names_.end(), before.begin(), before.end());
+        constexpr const char* kJoins[] = {" INNER JOIN ", " LEFT JOIN ", " LEFT JOIN "};
+        return Both("(") + left + kJoins[Pick(3)] + right + " ON " + on + ")";
+    }
+
+    // The FROM and WHERE clauses; afterwards the names can be used.
+    Both FromWhere() {
+        Both text = Both(" FROM ") + JoinTree(2);
+        Both where;
+        if (Chance(40)) {
+            const std::vector<std::string> first = std::exchange(names_, {});
+            text += Both(", ") + TableItem();
+            where = Link(first, names_);
+            names_.insert(names_.end(), first.begin(), first.end());
+        }
+        if (Chance(60)) where = where.ours.empty() ? Condition(2) : where + " AND " + Condition(2);
+        return where.ours.empty() ? text : text + " WHERE " + where;
+    }
+
+    Select Plain() {
+        Select select;
+        const Both from = FromWhere();
+        const int columns = 1 + Pick(3);
+        Both list;
+        Both order;
+        for (int i = 1; i <= columns; ++i) {
+            list += (i > 1 ? Both(", ") : Both()) + (Chance(30) ? TextTerm(1) : NumberTerm(2));
+            order += (i > 1 ? ", " : "") + std::to_string(i) + (Chance(40) ? " DESC" : "");
+        }
+        const bool distinct = Chance(30);
+        select.ordered = Chance(50);
+        // Rows that tie are wholly the same when every column takes part; then TOP may cut anywhere among them, and
+        // only DISTINCT keeps its ties out.
+        const int top = select.ordered && distinct && Chance(60) ? 1 + Pick(5) : 0;
+        select.text = Both("SELECT ") + (distinct ? "DISTINCT " : "");
+        if (top > 0) select.text += Both("TOP " + std::to_string(top) + " ", "");
+        select.text += list + from;
+        if (select.ordered) select.text += Both(" ORDER BY ") + order;
+        if (top > 0) select.text += Both("", " LIMIT " + std::to_string(top));
+        return select;
+    }
+
+    Both AggregateTerm() {
+        switch (Pick(6)) {
+            case 0: return "Count(*)";
+            case 1: return Both("Count(") + TextTerm(1) + ")";
+            case 2: return Both("Min(") + NumberTerm(1) + ")";
+            case 3: return Both("Max(") + TextColumn() + ")";
+            // Plus a Double, since the average of amounts is an amount.
+            case 4: return Both("Avg(") + NumberTerm(1) + " + 0.0)";
+            default: return Both("Sum(") + NumberTerm(1) + ")";
+        }
+    }
+
+    Select Grouped() {
+        Select select;
+        const Both from = FromWhere();
+        const bool keyed = Chance(75);
+        const Both key = Chance(70) ? NumberTerm(1) : TextTerm(1);
+        // A constant as a key would be read as the number of a column.
+        const bool constant = key.ours.find('.') == std::string::npos;
+        select.text = "SELECT ";
+        if (keyed && !constant) select.text += key + ", ";
+        select.text += AggregateTerm() + ", " + AggregateTerm() + from;
+        if (keyed && !constant) {
+            select.text += Both(" GROUP BY ") + key;
+            if (Chance(40)) select.text += Both(" HAVING Count(*) > ") + std::to_string(Pick(3));
+            select.ordered = Chance(60);
+            if (select.ordered) select.text += Chance(50) ? " ORDER BY 1" : " ORDER BY 1 DESC";
+        }
+        return select;
+    }
+
+    Select United() {
+        Select select;
+        const int parts = 2 + Pick(2);
+        for (int i = 0; i < parts; ++i) {
+            if (i > 0) select.text += Chance(50) ? " UNION ALL " : " UNION ";
+            names_.clear();
+            const Both from = FromWhere();
+            select.text += Both("SELECT ") + NumberTerm(1) + " AS C1, " + TextTerm(1) + " AS C2" + from;
+        }
+        select.ordered = Chance(50);
+        if (select.ordered) select.text += " ORDER BY 1, 2 DESC";
+        return select;
+    }
+
+    std::mt19937 random_;
+    std::vector<std::string> names_;  // of the tables that can be used here
+    int aliases_ = 0;
+};
+
+// ---- the comparison ----
+
+void Fill(Generator& generator, MemoryCatalog& catalog, Sqlite& sqlite) {
+    RunSql(catalog,
+           "CREATE TABLE T1 (ID LONG PRIMARY KEY, A LONG, X DOUBLE, S TEXT(10)); CREATE INDEX I1 ON T1 (A, X DESC);"
+           "CREATE TABLE T2 (ID LONG, A SHORT, X SINGLE, S TEXT(10)); CREATE INDEX I2 ON T2 (S); CREATE INDEX I3 ON T2 "
+           "(A);"
+           "CREATE TABLE T3 (ID BYTE, A LONG, X CURRENCY, S MEMO);");
+    for (const std::string table : {"T1", "T2", "T3"}) {
+        sqlite.Rows("CREATE TABLE " + table + " (ID INTEGER, A INTEGER, X REAL, S TEXT COLLATE NOCASE)");
+        const int rows = generator.Pick(4) == 0 ? generator.Pick(3) : generator.Pick(25);
+        for (int id = 0; id < rows; ++id) {
+            const std::string a = generator.Chance(15) ? "NULL" : std::to_string(generator.Pick(8) - 1);
+            const std::string x = generator.Chance(15) ? "NULL" : std::to_string(generator.Pick(12) / 2.0);
+            const std::string s = generator.Chance(15) ? "NULL" : generator.Text().ours;
+            const std::string insert =
+                "INSERT INTO " + table + " VALUES (" + std::to_string(id) + ", " + a + ", " + x + ", " + s + ")";
+            RunSql(catalog, insert);
+            sqlite.Rows(insert);
+        }
+    }
+}
+
+// Letters of both cases are one: which of them stands for a group is not compared.
+std::vector<std::string> Folded(std::vector<std::string> rows, bool keep_order) {
+    for (std::string& row : rows)
+        std::ranges::transform(row, row.begin(), [](char c) { return static_cast<char>(std::tolower(c)); });
+    if (!keep_order) std::ranges::sort(rows);
+    return rows;
+}
+
+TEST(Differential, AgreesWithSqlite) {
+    // --gtest_random_seed asks for other selects than the usual ones.
+    const unsigned seed = 20050412U + static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
+    RecordProperty("seed", static_cast<int>(seed));
+    std::size_t rows = 0;
+    for (int set = 0; set < kDataSets; ++set) {
+        Generator generator(seed + 1000U * static_cast<unsigned>(set));
+        MemoryCatalog catalog;
+        Sqlite sqlite;
+        Fill(generator, catalog, sqlite);
+        for (int i = 0; i < kQueriesPerSet; ++i) {
+            const Select select = generator.MakeSelect();
+            const auto theirs = Folded(sqlite.Rows(select.text.theirs), select.ordered);
+            std::vector<std::string> ours;
+            try {
+                ours = Folded(OurRows(catalog, select.text.ours), select.ordered);
+            } catch (const AutomationError& error) {
+                ours = {std::string("error ") + error.what()};
+            }
+            rows += theirs.size();
+            ASSERT_EQ(ours, theirs) << "seed " << seed << " + 1000 * " << set << "\n"
+                                    << select.text.ours << "\n"
+                                    << select.text.theirs;
+        }
+    }
+    // Most selects find something, or there would be nothing to compare.
+    EXPECT_GT(rows, static_cast<std::size_t>(kDataSets * kQueriesPerSet));
+}
+
+}  // namespace
+}  // namespace qmtrain::sql

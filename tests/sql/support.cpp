@@ -1,0 +1,70 @@
+#include "sql/support.h"
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/text.h"
+
+namespace qmtrain::sql {
+namespace {
+
+// Runs one statement to its end.
+std::int64_t RunOne(Catalog& catalog, const Statement& statement) {
+    if (!statement.YieldsRows()) return Execute(catalog, statement);
+    const auto query = Open(catalog, statement);
+    Value value;
+    while (query->Next()) {
+        for (std::size_t i = 0; i < query->Columns().size(); ++i) query->Read(static_cast<int>(i), value);
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::string Show(const Value& value) {
+    if (value.IsNull()) return "Null";
+    if (value.IsEmpty()) return "Empty";
+    if (value.GetType() != Value::Type::Binary) return ToUtf8(ToText(value));
+    std::string hex;
+    for (const std::uint8_t byte : value.Binary()) {
+        hex += "0123456789ABCDEF"[byte >> 4U];
+        hex += "0123456789ABCDEF"[byte & 15U];
+    }
+    return hex;
+}
+
+std::vector<std::string> Rows(Catalog& catalog, std::string_view sql) {
+    const auto query = Open(catalog, Parse(FromUtf8(sql)));
+    std::vector<std::string> rows;
+    Value value;
+    while (query->Next()) {
+        std::string row;
+        for (std::size_t i = 0; i < query->Columns().size(); ++i) {
+            query->Read(static_cast<int>(i), value);
+            row += (i > 0 ? " | " : "") + Show(value);
+        }
+        rows.push_back(std::move(row));
+    }
+    return rows;
+}
+
+std::int64_t RunSql(Catalog& catalog, std::string_view sql) {
+    std::int64_t affected = 0;
+    for (const Statement& statement : ParseScript(FromUtf8(sql))) affected = RunOne(catalog, statement);
+    return affected;
+}
+
+int ErrorOf(Catalog& catalog, std::string_view sql) {
+    try {
+        RunOne(catalog, Parse(FromUtf8(sql)));
+    } catch (const AutomationError& error) {
+        return error.Number();
+    }
+    return 0;
+}
+
+std::string Evaluate(std::string_view expression) {
+    MemoryCatalog catalog;
+    return Rows(catalog, "SELECT " + std::string(expression)).at(0);
+}
+
+}  // namespace qmtrain::sql
