@@ -34,6 +34,13 @@ TableDefinition LoadDefinition(Pager& pager, PageNumber page, const std::vector<
     return definition;
 }
 
+// Stored text that begins with U+FEFF is read as compressed. The character shows nothing: it is left out.
+void DropByteOrderMark(Value& value) {
+    if (!value.IsText() || !value.Text().starts_with(u'\xFEFF')) return;
+    std::u16string& text = value.ReuseText();
+    text.erase(0, text.find_first_not_of(u'\xFEFF'));
+}
+
 }  // namespace
 
 Table::Table(Database& database, PageNumber page, std::u16string name, std::vector<std::uint8_t> properties)
@@ -323,6 +330,7 @@ RowPointer Table::Insert(std::span<const Value> values) {
         const Column& column = definition_.columns[i];
         if (row_[i].IsEmpty()) row_[i] = Null{};
         if (column.type == ColumnType::Boolean && row_[i].IsNull()) row_[i] = false;
+        DropByteOrderMark(row_[i]);
         CheckValue(column, row_[i]);
     }
     CheckReferencedRows(*this, row_, nullptr);
@@ -370,6 +378,7 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         const Column& column = definition_.columns[change.column];
         Value value = change.value;
         if (column.type == ColumnType::Boolean && value.IsNull()) value = false;
+        DropByteOrderMark(value);
         CheckValue(column, value);
         new_row[change.column] = std::move(value);
         changed[change.column] = true;

@@ -8,6 +8,7 @@
 #include "jet/header.h"
 #include "jet/index_key.h"
 #include "jet/row.h"
+#include "jet/support/memory_files.h"
 #include "jet/support/samples.h"
 #include "jet/support/tables.h"
 
@@ -199,6 +200,27 @@ TEST(StoredText, Encode) {
         DecodeText(ViewOf(stored), back);
         EXPECT_EQ(back, text);
     }
+}
+
+// In front of a text the mark would make it look compressed.
+TEST(StoredText, AByteOrderMarkInFrontIsLeftOut) {
+    test::MemoryFiles files;
+    const auto database = Database::Create("a.mdb", {}, {.system = &files});
+    test::Write(*database, [&] {
+        database->CreateTable({.name = u"t",
+                               .columns = {{.name = u"a", .size = 9}, {.name = u"m", .type = ColumnType::Memo}},
+                               .indexes = {{.name = u"a", .columns = {{u"a"}}}}});
+    });
+    const std::u16string marked = u"\xFEFF一次\xFEFF考试";
+    const std::u16string plain = marked.substr(1);
+    const RowPointer row = test::Insert(*database, u"t", {marked, u"\xFEFF" + std::u16string(3000, u'一')});
+    EXPECT_EQ(test::Rows(*database, u"t")[0], (std::vector<Value>{plain, std::u16string(3000, u'一')}));
+    test::Write(*database, [&] {
+        const ColumnChange changes[] = {{0, u"\xFEFF\xFEFF"}, {1, marked}};
+        database->FindTable(u"t")->Update(row, changes);
+    });
+    EXPECT_EQ(test::Rows(*database, u"t")[0], (std::vector<Value>{u"", plain}));
+    test::ExpectClean(*database);
 }
 
 TEST(Guid, TextAndBytes) {

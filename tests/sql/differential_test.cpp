@@ -370,8 +370,9 @@ void Fill(Generator& generator, MemoryCatalog& catalog, Sqlite& sqlite) {
             const std::string a = generator.Chance(15) ? "NULL" : std::to_string(generator.Pick(8) - 1);
             const std::string x = generator.Chance(15) ? "NULL" : std::to_string(generator.Pick(12) / 2.0);
             const std::string s = generator.Chance(15) ? "NULL" : generator.Text().ours;
-            const std::string insert =
-                "INSERT INTO " + table + " VALUES (" + std::to_string(id) + ", " + a + ", " + x + ", " + s + ")";
+            std::string insert = "INSERT INTO " + table + " VALUES (";
+            insert.append(std::to_string(id)).append(", ").append(a).append(", ").append(x).append(", ").append(s);
+            insert.append(")");
             RunSql(catalog, insert);
             sqlite.Rows(insert);
         }

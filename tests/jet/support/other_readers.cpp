@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <list>
 #include <map>
+#include <unordered_map>
 
 #include <gtest/gtest.h>
 
@@ -142,7 +143,19 @@ void Compare(const Reader& reader, const std::shared_ptr<Table>& table, std::vec
     ASSERT_EQ(names.size(), columns.size());
     lines.erase(lines.begin());
     for (const Line& line : lines) ASSERT_EQ(line.size(), columns.size());
-    std::list<Line> remaining(lines.begin(), lines.end());
+    // Rows are looked for among those with the same number in the first column of whole numbers.
+    const auto anchor =
+        static_cast<std::size_t>(std::find_if(columns.begin(), columns.end(),
+                                              [](const Column& column) { return column.type == ColumnType::Long; }) -
+                                 columns.begin());
+    std::unordered_map<std::string, std::list<Line>> remaining;
+    for (Line& line : lines) {
+        std::string key;
+        if (anchor < columns.size() && !reader.Agrees(columns[anchor], Null{}, line[places[anchor]])) {
+            key = line[places[anchor]].text;
+        }
+        remaining[key].push_back(std::move(line));
+    }
     RowCursor cursor(table);
     std::vector<Value> row(columns.size());
     for (cursor.Scan(); cursor.Next();) {
@@ -152,20 +165,23 @@ void Compare(const Reader& reader, const std::shared_ptr<Table>& table, std::vec
             while (i < row.size() && reader.Agrees(columns[i], row[i], line[places[i]])) ++i;
             return i;
         };
-        const auto same = std::find_if(remaining.begin(), remaining.end(),
+        const bool numbered = anchor < columns.size() && !row[anchor].IsNull();
+        std::list<Line>& candidates = remaining[numbered ? ToUtf8(ToText(row[anchor])) : std::string()];
+        const auto same = std::find_if(candidates.begin(), candidates.end(),
                                        [&](const Line& line) { return difference(line) == row.size(); });
-        if (same != remaining.end()) {
-            remaining.erase(same);
+        if (same != candidates.end()) {
+            candidates.erase(same);
             continue;
         }
-        ASSERT_FALSE(remaining.empty()) << "the other reader has too few rows";
-        const std::size_t column = difference(remaining.front());
+        ASSERT_FALSE(candidates.empty()) << "the other reader lacks the row at page " << cursor.Row().page << " slot "
+                                         << int{cursor.Row().slot};
+        const std::size_t column = difference(candidates.front());
         ADD_FAILURE() << "page " << cursor.Row().page << " slot " << int{cursor.Row().slot} << ", column "
                       << ToUtf8(columns[column].name) << ": " << Shown(row[column]) << ", the other reader has "
-                      << remaining.front()[places[column]].text.substr(0, 200);
+                      << candidates.front()[places[column]].text.substr(0, 200);
         return;
     }
-    EXPECT_TRUE(remaining.empty()) << "the other reader has more rows";
+    for (const auto& [key, left] : remaining) EXPECT_TRUE(left.empty()) << "the other reader has more rows: " << key;
 }
 
 }  // namespace
