@@ -193,7 +193,8 @@ public:
     std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<JetCursor>(table_, layout_); }
 
     bool CanSeek(int index, std::span<const Value> values) const override {
-        return table_->HasKeys(static_cast<std::size_t>(index), values);
+        const auto real = static_cast<std::size_t>(index);
+        return values.empty() ? IsInOrder(real) : table_->HasKeys(real, values);
     }
 
     sql::RowId Insert(std::span<const Value> values) override {
@@ -216,6 +217,17 @@ public:
     std::int32_t LastCounter() const override { return table_->LastAutonumber(); }
 
 private:
+    // Whether the index is in the order in which SQL compares: its texts must be in the General order.
+    bool IsInOrder(std::size_t real) const {
+        const jet::TableDefinition& definition = table_->Definition();
+        const auto& parts = definition.real_indexes[real].columns;
+        return std::all_of(parts.begin(), parts.end(), [&](const jet::KeyColumn& part) {
+            const auto& column = definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))];
+            return !jet::IsText(column.type) ||
+                   jet::TextOrderOf(column, table_->GetPager().GetHeader()) == jet::TextOrder::General;
+        });
+    }
+
     // The table as the file has it now. Another process may have changed its structure since it was opened here; then
     // positions mean other columns, and the object is no longer good.
     jet::Table& Current() {

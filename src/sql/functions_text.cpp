@@ -11,7 +11,7 @@
 namespace qmtrain::sql {
 namespace {
 
-constexpr std::size_t kLongestText = std::size_t{1} << 28U;
+constexpr std::size_t kLongestText = std::size_t{1} << 26U;
 constexpr std::int32_t kCompareBinary = 0;
 
 // The text of an argument; `buffer` holds it when the argument is none.

@@ -1,0 +1,76 @@
+// jetsql as a program: what it prints, and what a failing script leaves behind.
+
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "jet/support/program.h"
+#include "jet/support/scratch.h"
+
+namespace qmtrain {
+namespace {
+
+class JetsqlTest : public testing::Test {
+protected:
+    JetsqlTest() {
+        Run({"--create"});
+        Run(
+            {"CREATE TABLE 笔记 (NoteID COUNTER CONSTRAINT PrimaryKey PRIMARY KEY, 标题 TEXT(20) NOT NULL, Shared "
+             "YESNO,"
+             " CreateDate DATETIME, Rate DOUBLE, Data BINARY(4), Content MEMO DEFAULT '空');"
+             "CREATE TABLE Visits (NoteID LONG CONSTRAINT NoteVisits REFERENCES 笔记 (NoteID), Times LONG);"
+             "CREATE INDEX ByTimes ON Visits (Times DESC) WITH IGNORE NULL;"
+             "INSERT INTO 笔记 (标题, Shared, CreateDate, Rate) VALUES ('他说\"好\",', True, #2005-04-12 12:00:00#, "
+             "0.1);"
+             "INSERT INTO 笔记 (标题, Content) VALUES ('', Null)"});
+    }
+
+    std::optional<std::string> Run(std::vector<std::string> arguments, const std::string& file = "notes.mdb") {
+        arguments.insert(arguments.begin(), {QMTRAIN_JETSQL, (folder_.Path() / file).string()});
+        return test::OutputOf(arguments);
+    }
+
+    std::string Script(const std::string& text) {
+        const auto path = folder_.Path() / "script.sql";
+        std::ofstream(path) << text;
+        return path.string();
+    }
+
+    test::ScratchFolder folder_;
+};
+
+TEST_F(JetsqlTest, WritesRows) {
+    const char* const select = "SELECT * FROM 笔记 ORDER BY NoteID";
+    EXPECT_EQ(Run({"--csv", select}),
+              "\"NoteID\",\"标题\",\"Shared\",\"CreateDate\",\"Rate\",\"Data\",\"Content\"\r\n"
+              "1,\"他说\"\"好\"\",\",1,2005-04-12 12:00:00,0.1,,\"空\"\r\n"
+              "2,\"\",0,,,,\r\n");
+    EXPECT_EQ(
+        Run({"--json", "SELECT NoteID, 标题, CreateDate, Data FROM 笔记 WHERE NoteID = 1"}),
+        "[\n{\"NoteID\":1,\"标题\":\"他说\\\"好\\\",\",\"CreateDate\":\"2005-04-12 12:00:00\",\"Data\":null}\n]\n");
+    EXPECT_EQ(Run({"--csv", "--dump", "笔记"}), Run({"--csv", select}));
+}
+
+TEST_F(JetsqlTest, AScriptIsRunWhollyOrNotAtAll) {
+    const std::string script = Script("INSERT INTO Visits VALUES (1, 5);\nINSERT INTO Visits VALUES (99, 6);");
+    const char* const count = "SELECT Count(*) AS N FROM Visits";
+    EXPECT_FALSE(Run({"-f", script})) << "note 99 does not exist";
+    EXPECT_EQ(Run({"--csv", count}), "\"N\"\r\n0\r\n");
+    EXPECT_FALSE(Run({"--each", "-f", script}));
+    EXPECT_EQ(Run({"--csv", count}), "\"N\"\r\n1\r\n");
+    EXPECT_FALSE(Run({"SELECT * FROM Nowhere"}));
+    EXPECT_FALSE(Run({"-f", "missing.sql"}));
+    EXPECT_TRUE(Run({"--check"}));
+}
+
+TEST_F(JetsqlTest, TheSchemaCanBeLoaded) {
+    const auto schema = Run({"--schema"});
+    ASSERT_TRUE(schema);
+    ASSERT_TRUE(Run({"--create", "-f", Script(*schema)}, "copy.mdb"));
+    EXPECT_EQ(Run({"--schema"}, "copy.mdb"), schema);
+    EXPECT_TRUE(Run({"--check"}, "copy.mdb"));
+    EXPECT_FALSE(Run({"--create"})) << "the file is there already";
+}
+
+}  // namespace
+}  // namespace qmtrain
