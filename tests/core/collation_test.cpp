@@ -18,9 +18,9 @@ int Sign(int number) {
 
 TEST(Collation, RisingOrder) {
     // Each text comes before the next.
-    const std::vector<std::u16string> rising = {
-        u"",  u"!",  u"(1)",  u"0",     u"1",     u"10", u"2", u"a",  u"á",  u"ä",    u"a1", u"ab",          u"áb",
-        u"b", u"co", u"coop", u"co-op", u"coops", u"ζ",  u"Ж", u"あ", u"中", u"中国", u"文"};
+    const std::vector<std::u16string> rising = {u"",      u"!",     u"(1)", u"0",  u"1",  u"10", u"2",    u"a",
+                                                u"á",     u"ä",     u"a1",  u"ab", u"áb", u"b",  u"co",   u"coop",
+                                                u"co-op", u"coops", u"ζ",   u"Ж",  u"あ", u"中", u"中国", u"文"};
     for (std::size_t i = 0; i < rising.size(); ++i) {
         for (std::size_t j = 0; j < rising.size(); ++j) {
             EXPECT_EQ(Sign(Compare(rising[i], rising[j])), (i > j) - (i < j))
