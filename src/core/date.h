@@ -1,6 +1,7 @@
 // Date and time as the databases hold them.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 
 namespace qmtrain {

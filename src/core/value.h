@@ -4,6 +4,7 @@
 // Basic: numbers round half to even, and a failure raises Overflow (6), TypeMismatch (13) or InvalidUseOfNull (94).
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <string>

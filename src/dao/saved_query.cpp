@@ -72,7 +72,9 @@ std::vector<Part> PartsOf(jet::Database& database, std::int32_t id) {
         if (value.GetType() == Value::Type::Integer) part.flag = value.As<std::int16_t>();
         parts.push_back(std::move(part));
     }
-    std::stable_sort(parts.begin(), parts.end(), [](const Part& a, const Part& b) { return a.order < b.order; });
+    std::stable_sort(parts.begin(), parts.end(), [](const Part& a, const Part& b) {
+        return std::lexicographical_compare(a.order.begin(), a.order.end(), b.order.begin(), b.order.end());
+    });
     return parts;
 }
 

@@ -1,6 +1,7 @@
 // The constants of the two file versions. No other file tests the version to find an offset.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 
