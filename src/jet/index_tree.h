@@ -80,7 +80,7 @@ private:
 // Walks the leaves. It finds its place again when the tree is changed under it.
 class IndexCursor {
 public:
-    explicit IndexCursor(IndexTree tree) : tree_(std::move(tree)) {}
+    explicit IndexCursor(const IndexTree& tree) : tree_(tree) {}
 
     // Forward: Next() will give the first entry not below `from`. Backward: the last entry below `from`, or the last of
     // all when there is none.

@@ -26,7 +26,7 @@ struct Page::Frame {
 namespace {
 
 constexpr std::size_t kMinimumFrames = 64;
-constexpr std::size_t kWriteBuffer = 256 * 1024;
+constexpr std::size_t kWriteBuffer = std::size_t{256} << 10;
 constexpr PageNumber kMaxReadAhead = 32;
 
 }  // namespace

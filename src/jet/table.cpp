@@ -43,7 +43,7 @@ void DropByteOrderMark(Value& value) {
 
 }  // namespace
 
-Table::Table(Database& database, PageNumber page, std::u16string name, std::vector<std::uint8_t> properties)
+Table::Table(Database& database, PageNumber page, std::u16string name, const Bytes& properties)
     : database_(database),
       pager_(database.GetPager()),
       allocator_(database.Allocator()),

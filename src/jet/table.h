@@ -30,7 +30,7 @@ struct ColumnChange {
 
 class Table {
 public:
-    Table(Database& database, PageNumber page, std::u16string name, std::vector<std::uint8_t> properties);
+    Table(Database& database, PageNumber page, std::u16string name, const Bytes& properties);
 
     const std::u16string& Name() const { return name_; }
     const TableDefinition& Definition() const { return definition_; }

@@ -160,7 +160,7 @@ TableDefinition ReadDefinition(Pager& pager, PageNumber page);
 // Writes the definition to `definition.pages`, taking further pages or freeing some as it needs. Jet 4.
 void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& definition);
 
-// Offsets, on the definition's first page, of what changes with every row.
+// The number of rows, which changes in place: read it from the definition's first page, not from `rows`.
 std::uint32_t StoredRowCount(const Page& definition, const Format& format);
 
 }  // namespace qmtrain::jet
