@@ -58,9 +58,8 @@ void AppendBinary(std::span<const std::uint8_t> bytes, bool ascending, Bytes& ke
 
 void AppendGuid(const std::u16string& text, bool ascending, Bytes& key) {
     const Bytes stored = GuidFromText(text).value_or(Bytes(16));
-    constexpr std::array<std::size_t, 16> kOrder = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
     Bytes ordered(16);
-    for (std::size_t i = 0; i < 16; ++i) ordered[i] = stored[kOrder[i]];
+    for (std::size_t i = 0; i < 16; ++i) ordered[i] = stored[kGuidOrder[i]];
     AppendBinary(ordered, ascending, key);
 }
 

@@ -11,6 +11,15 @@ constexpr std::uint16_t kNamesChunk = 0x80;
 constexpr std::uint16_t kObjectChunk = 0;
 constexpr std::uint16_t kColumnChunk = 1;
 
+std::u16string TextOf(std::span<const std::uint8_t> bytes, const Format& format, int code_page) {
+    if (format.version == Version::Jet3) {
+        return FromCodePage({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, code_page);
+    }
+    std::u16string text(bytes.size() / 2, u'\0');
+    if (!text.empty()) std::memcpy(text.data(), bytes.data(), text.size() * 2);
+    return text;
+}
+
 class BlobReader {
 public:
     BlobReader(const Format& format, int code_page) : format_(format), code_page_(code_page) {}
@@ -26,14 +35,7 @@ public:
     }
 
 private:
-    std::u16string Text(const ByteView& bytes) const {
-        if (format_.version == Version::Jet3) {
-            return FromCodePage({reinterpret_cast<const char*>(bytes.Data()), bytes.Size()}, code_page_);
-        }
-        std::u16string text(bytes.Size() / 2, u'\0');
-        if (!text.empty()) std::memcpy(text.data(), bytes.Data(), text.size() * 2);
-        return text;
-    }
+    std::u16string Text(const ByteView& bytes) const { return TextOf(bytes.Span(), format_, code_page_); }
 
     void ReadChunk(std::uint16_t type, const ByteView& chunk) {
         if (type == kNamesChunk) {
@@ -88,12 +90,7 @@ void AppendChunk(Bytes& out, std::uint16_t type, const Bytes& content) {
 }  // namespace
 
 std::u16string Property::AsText(const Format& format, int code_page) const {
-    if (format.version == Version::Jet3) {
-        return FromCodePage({reinterpret_cast<const char*>(value.data()), value.size()}, code_page);
-    }
-    std::u16string text(value.size() / 2, u'\0');
-    if (!text.empty()) std::memcpy(text.data(), value.data(), text.size() * 2);
-    return text;
+    return TextOf(value, format, code_page);
 }
 
 const Property* Properties::Find(std::u16string_view owner, std::u16string_view name) const {

@@ -23,9 +23,6 @@ std::size_t FixedEnd(const TableDefinition& table) {
     return end;
 }
 
-// The order of a GUID's 16 stored bytes in its text form.
-constexpr std::array<std::size_t, 16> kGuidOrder = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-
 int HexDigit(char16_t unit) {
     if (unit >= u'0' && unit <= u'9') return unit - u'0';
     if (unit >= u'a' && unit <= u'f') return unit - u'a' + 10;

@@ -6,6 +6,7 @@
 // Jet 3 the high byte of an offset is the number of jumps passed.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -71,6 +72,9 @@ void EncodeValue(const Column& column, const Value& value, Bytes& stored);
 // "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" and its 16 bytes as stored.
 std::u16string GuidToText(const std::uint8_t* stored);
 std::optional<Bytes> GuidFromText(std::u16string_view text);
+
+// The place, among the 16 stored bytes of a GUID, of each byte of its text form.
+inline constexpr std::array<std::size_t, 16> kGuidOrder = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
 
 // The parts of a row to be encoded, by position of the column.
 struct RowField {
