@@ -28,6 +28,23 @@ std::u16string ToText(const Value& value);
 // The value in another type. Requires: `type` is neither Empty nor Null.
 Value Convert(const Value& value, Value::Type type);
 
+// The value in the named type, or `null` in the place of a Null.
+inline std::int32_t LongOr(const Value& value, std::int32_t null) {
+    return value.IsNull() ? null : ToLong(value);
+}
+inline float SingleOr(const Value& value, float null) {
+    return value.IsNull() ? null : ToSingle(value);
+}
+inline Date DateOr(const Value& value, Date null) {
+    return value.IsNull() ? null : ToDate(value);
+}
+inline bool BooleanOr(const Value& value, bool null) {
+    return value.IsNull() ? null : ToBoolean(value);
+}
+inline std::u16string TextOr(const Value& value, std::u16string_view null) {
+    return value.IsNull() ? std::u16string(null) : ToText(value);
+}
+
 // Appends what ToText() returns.
 void AppendText(const Value& value, std::u16string& out);
 

@@ -37,14 +37,18 @@ void SetCivilDay(std::int64_t days, CivilTime& time) {
     time.year = static_cast<int>(year_of_era + era * 400 + (time.month <= 2 ? 1 : 0));
 }
 
-}  // namespace
-
-CivilTime ToCivil(Date date) {
+// Seconds since 1899-12-30 00:00.
+std::int64_t SecondNumber(Date date) {
     const double whole = std::trunc(date.days);
     const double fraction = std::abs(date.days - whole);
     const auto seconds = static_cast<std::int64_t>(std::floor(fraction * kSecondsPerDay + 0.5));
-    const std::int64_t total = static_cast<std::int64_t>(whole) * kSecondsPerDay + seconds;
+    return static_cast<std::int64_t>(whole) * kSecondsPerDay + seconds;
+}
 
+}  // namespace
+
+CivilTime ToCivil(Date date) {
+    const std::int64_t total = SecondNumber(date);
     CivilTime time;
     const std::int64_t day = FloorDivide(total, kSecondsPerDay);
     const auto rest = static_cast<int>(total - day * kSecondsPerDay);
@@ -66,6 +70,10 @@ Date FromCivil(const CivilTime& time) {
     const std::int64_t day = FloorDivide(total, kSecondsPerDay);
     const double fraction = static_cast<double>(total - day * kSecondsPerDay) / kSecondsPerDay;
     return Date{static_cast<double>(day) + (day < 0 ? -fraction : fraction)};
+}
+
+std::int64_t SecondsBetween(Date from, Date to) {
+    return SecondNumber(to) - SecondNumber(from);
 }
 
 Date Now() {

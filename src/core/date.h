@@ -34,6 +34,9 @@ CivilTime ToCivil(Date date);
 // given. The result may lie outside the range above.
 Date FromCivil(const CivilTime& time);
 
+// Whole seconds from one to the other, each rounded to the nearest second first.
+std::int64_t SecondsBetween(Date from, Date to);
+
 // The local clock, to the second.
 Date Now();
 

@@ -18,6 +18,7 @@ constexpr Description kDescriptions[] = {
     {ErrorNumber::SubscriptOutOfRange, u"下标越界。"},
     {ErrorNumber::DivisionByZero, u"除数为零。"},
     {ErrorNumber::TypeMismatch, u"类型不匹配。"},
+    {ErrorNumber::ObjectNotSet, u"未设置对象变量。"},
     {ErrorNumber::InvalidUseOfNull, u"无效使用 Null。"},
     {ErrorNumber::KeyAlreadyInCollection, u"此键已经与该集合的一个元素相关联。"},
     {ErrorNumber::DatabaseTooLarge, u"数据库文件“%1”已达到格式允许的最大长度，不能再写入。"},
@@ -126,6 +127,10 @@ AutomationError::AutomationError(std::int32_t number, std::u16string source, std
 
 void Raise(ErrorNumber number, std::initializer_list<std::u16string_view> details) {
     throw AutomationError(static_cast<std::int32_t>(number), u"QmTrainInfo", Describe(number, details));
+}
+
+void RaiseComponentError(std::u16string source, std::u16string description) {
+    throw AutomationError(kComponentError, std::move(source), std::move(description));
 }
 
 }  // namespace qmtrain

@@ -19,6 +19,7 @@ enum class ErrorNumber : std::int32_t {
     SubscriptOutOfRange = 9,
     DivisionByZero = 11,
     TypeMismatch = 13,
+    ObjectNotSet = 91,
     InvalidUseOfNull = 94,
     KeyAlreadyInCollection = 457,
     DatabaseTooLarge = 3001,  // the file would pass the format's limit
@@ -124,5 +125,9 @@ private:
 
 // Throws the error with the table's Chinese description; "%1", "%2" … in it are replaced by `details`.
 [[noreturn]] void Raise(ErrorNumber number, std::initializer_list<std::u16string_view> details = {});
+
+// The component's own error: vbObjectError + 1, for a folder or file that a property refuses.
+inline constexpr std::int32_t kComponentError = static_cast<std::int32_t>(0x80040001);
+[[noreturn]] void RaiseComponentError(std::u16string source, std::u16string description);
 
 }  // namespace qmtrain

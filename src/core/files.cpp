@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -205,6 +207,40 @@ fs::path ToNativePath(std::u16string_view path) {
 
 std::u16string FromNativePath(const fs::path& path) {
     return FromUtf8(path.string());
+}
+
+std::u16string InFolder(std::u16string_view folder, std::u16string_view file) {
+    std::u16string path(folder);
+    if (path.empty() || path.back() != u'\\') path += u'\\';
+    return path.append(file);
+}
+
+bool FileExists(std::u16string_view path) {
+    std::error_code ignored;
+    return !path.empty() && fs::is_regular_file(ToNativePath(path), ignored);
+}
+
+// The lock makes the end of the file ours, so that a write which got through only in part can be taken back.
+void AppendToFile(const fs::path& path, std::string_view bytes) {
+    constexpr auto kPatience = std::chrono::seconds(2);
+    const auto file = FileSystem::Native().Open(path, OpenMode::Create);
+    const auto give_up = std::chrono::steady_clock::now() + kPatience;
+    while (!file->TryLock(0, 0, File::Lock::Exclusive)) {
+        if (std::chrono::steady_clock::now() > give_up) Raise(ErrorNumber::CannotLockFile, {FromNativePath(path)});
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    const std::uint64_t end = file->Size();
+    try {
+        file->WriteAt(end, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    } catch (const AutomationError&) {
+        file->Resize(end);
+        throw;
+    }
+}
+
+fs::path ProgramFolder() {
+    std::error_code ignored;
+    return fs::read_symlink("/proc/self/exe", ignored).parent_path();
 }
 
 FileSystem& FileSystem::Native() {

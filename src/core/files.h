@@ -19,6 +19,19 @@ std::filesystem::path ToNativePath(std::u16string_view path);
 // The path as the user wrote it, for messages.
 std::u16string FromNativePath(const std::filesystem::path& path);
 
+// The file in the folder: "\" stands between the two unless the folder ends in one.
+std::u16string InFolder(std::u16string_view folder, std::u16string_view file);
+
+// Whether a file, not a folder, stands there.
+bool FileExists(std::u16string_view path);
+
+// Appends the bytes whole: those of another process come before or behind them, and nothing of them stays when the disk
+// is full. Makes the file when it is missing. Raises what File and FileSystem raise.
+void AppendToFile(const std::filesystem::path& path, std::string_view bytes);
+
+// The folder of the program that runs.
+std::filesystem::path ProgramFolder();
+
 enum class OpenMode : std::uint8_t { ReadOnly, ReadWrite, Create, CreateNew };
 
 // Every operation raises DiskFull or DiskError when the system refuses it, naming the file.

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include <iconv.h>
+#include <langinfo.h>
 #include <locale.h>
 
 #include "core/error.h"
@@ -94,6 +95,15 @@ IconvHandle OpenConverter(const std::string& to, const std::string& from, int co
     if (handle == reinterpret_cast<iconv_t>(-1))
         Raise(ErrorNumber::OperationNotSupported, {u"代码页 " + ToText(code_page)});
     return IconvHandle(handle);
+}
+
+// Of the locale that the environment names, whatever the program has set.
+std::string LocaleEncoding() {
+    locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) return "UTF-8";
+    std::string encoding = nl_langinfo_l(CODESET, locale);
+    freelocale(locale);
+    return encoding == "ANSI_X3.4-1968" ? "UTF-8" : encoding;
 }
 
 }  // namespace
@@ -184,6 +194,28 @@ std::optional<std::string> ToCodePage(std::u16string_view text, int code_page) {
     return out;
 }
 
+std::string ToAnsi(std::u16string_view text) {
+    static const std::string encoding = LocaleEncoding();
+    if (encoding == "UTF-8") return ToUtf8(text);
+    const IconvHandle converter = OpenConverter(encoding, "UTF-16LE", 0);
+    std::u16string buffer(text);
+    char* in = reinterpret_cast<char*>(buffer.data());
+    std::size_t in_left = buffer.size() * 2;
+    std::string out(text.size() * 4, '\0');
+    char* to = out.data();
+    std::size_t to_left = out.size();
+    while (in_left > 0 && iconv(converter.get(), &in, &in_left, &to, &to_left) == static_cast<std::size_t>(-1) &&
+           in_left >= 2) {
+        *to++ = '?';
+        --to_left;
+        const std::size_t skipped = IsHighSurrogate(*reinterpret_cast<char16_t*>(in)) && in_left >= 4 ? 4 : 2;
+        in += skipped;
+        in_left -= skipped;
+    }
+    out.resize(out.size() - to_left);
+    return out;
+}
+
 char16_t ToUpper(char16_t unit) {
     if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
     return HasNoCase(unit) ? unit : Cases().upper[unit];
@@ -204,6 +236,15 @@ std::u16string ToLower(std::u16string_view text) {
     std::u16string out(text);
     std::transform(out.begin(), out.end(), out.begin(), [](char16_t unit) { return ToLower(unit); });
     return out;
+}
+
+std::size_t Find(std::u16string_view text, std::u16string_view wanted, std::size_t from, Case letter_case) {
+    if (letter_case == Case::Counts) return text.find(wanted, from);
+    if (from > text.size()) return std::u16string_view::npos;
+    const auto found = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), wanted.begin(),
+                                   wanted.end(), [](char16_t a, char16_t b) { return ToUpper(a) == ToUpper(b); });
+    if (found == text.end() && !wanted.empty()) return std::u16string_view::npos;
+    return static_cast<std::size_t>(found - text.begin());
 }
 
 bool EqualNames(std::u16string_view a, std::u16string_view b) {

@@ -22,12 +22,20 @@ std::u16string FromCodePage(std::string_view bytes, int code_page);
 // The way back; nothing when a character has no byte there.
 std::optional<std::string> ToCodePage(std::u16string_view text, int code_page);
 
+// Text for files and devices that take the system's own encoding: the ANSI code page of Windows, the locale's encoding
+// elsewhere. A locale that says nothing ("C") counts as UTF-8. A character that has no byte there becomes "?".
+std::string ToAnsi(std::u16string_view text);
+
 // Upper and lower case of one UTF-16 unit as the platform folds it: Latin, Greek, Cyrillic, full-width forms.
 // Surrogates are returned unchanged.
 char16_t ToUpper(char16_t unit);
 char16_t ToLower(char16_t unit);
 std::u16string ToUpper(std::u16string_view text);
 std::u16string ToLower(std::u16string_view text);
+
+// Where `wanted` stands in `text` at `from` or behind it; npos when nowhere. An empty text is found at once.
+enum class Case : std::uint8_t { Counts, Ignored };
+std::size_t Find(std::u16string_view text, std::u16string_view wanted, std::size_t from, Case letter_case);
 
 // Names (tables, columns, indexes) are the same when they differ in case only.
 bool EqualNames(std::u16string_view a, std::u16string_view b);

@@ -81,6 +81,12 @@ void Database::ExecuteScript(std::u16string_view statements) {
     records_affected_ = static_cast<std::int32_t>(affected);
 }
 
+void Database::Atomically(const std::function<void()>& body) {
+    jet::Database::Writing writing(Storage());
+    body();
+    writing.Commit();
+}
+
 std::shared_ptr<Recordset> Database::OpenRecordset(std::u16string_view source) {
     jet::Database& storage = Storage();
     std::u16string text(source);

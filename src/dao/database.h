@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -52,6 +53,10 @@ public:
 
     // Rows that the last Execute changed.
     std::int32_t RecordsAffected() const { return records_affected_; }
+
+    // Runs the body with the file locked for writing: all that it changes happens or nothing, and what it reads stays
+    // true until its end.
+    void Atomically(const std::function<void()>& body);
 
     // The rows of a select, of a table or of a saved query.
     std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source);

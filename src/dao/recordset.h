@@ -144,4 +144,9 @@ private:
     bool no_match_ = false;
 };
 
+// Whether the record set has any row.
+inline bool HasRow(Recordset& rows) {
+    return !(rows.Eof() && rows.Bof());
+}
+
 }  // namespace qmtrain::dao

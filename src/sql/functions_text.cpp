@@ -129,15 +129,10 @@ void FindText(Arguments a, Value& result) {
     const std::size_t start = with_start ? Position(*a[0]) : 0;
     std::u16string text_buffer;
     std::u16string wanted_buffer;
-    std::u16string_view text = TextOf(*a[with_start ? 1 : 0], text_buffer);
-    std::u16string_view wanted = TextOf(*a[with_start ? 2 : 1], wanted_buffer);
-    std::u16string folded_text;
-    std::u16string folded_wanted;
-    if (IgnoresCase(a, 3)) {
-        text = folded_text = ToUpper(text);
-        wanted = folded_wanted = ToUpper(wanted);
-    }
-    std::size_t found = text.empty() ? std::u16string_view::npos : text.find(wanted, start);
+    const std::u16string_view text = TextOf(*a[with_start ? 1 : 0], text_buffer);
+    const std::u16string_view wanted = TextOf(*a[with_start ? 2 : 1], wanted_buffer);
+    const Case letter_case = IgnoresCase(a, 3) ? Case::Ignored : Case::Counts;
+    const std::size_t found = text.empty() ? std::u16string_view::npos : Find(text, wanted, start, letter_case);
     result = static_cast<std::int32_t>(found == std::u16string_view::npos ? 0 : found + 1);
 }
 

@@ -1,0 +1,30 @@
+#include "dao/connection.h"
+
+#include "core/error.h"
+#include "core/utilities.h"
+#include "dao/engine.h"
+
+namespace qmtrain::dao {
+
+Connection::~Connection() {
+    try {
+        Close();
+    } catch (const AutomationError&) {  // the owner ends all the same
+    }
+}
+
+void Connection::Open(std::u16string_view name) {
+    Close();
+    database_ = Engine::Instance().OpenDatabase(name);
+}
+
+void Connection::Close() {
+    Utilities().CloseAdoObject(database_);
+}
+
+Database* Connection::operator->() const {
+    if (!database_) Raise(ErrorNumber::ObjectNotSet);
+    return database_.get();
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,31 @@
+#include "dao/new_database.h"
+
+#include <string>
+
+#include "core/error.h"
+#include "core/files.h"
+#include "dao/database.h"
+#include "dao/engine.h"
+
+namespace qmtrain::dao {
+
+void MakeDatabase(std::u16string_view name, std::u16string_view statements) {
+    FileSystem& files = FileSystem::Native();
+    const std::filesystem::path place = ToNativePath(name);
+    if (files.Exists(place)) Raise(ErrorNumber::DatabaseExists, {name});
+    const std::u16string unfinished_name = std::u16string(name) + u".new";
+    const std::filesystem::path unfinished = ToNativePath(unfinished_name);
+    files.Remove(unfinished);  // of a run that was broken off
+    try {
+        const auto database = Engine::Instance().CreateDatabase(unfinished_name);
+        database->ExecuteScript(statements);
+        database->Close();
+        files.Rename(unfinished, place);
+    } catch (const AutomationError&) {
+        files.Remove(unfinished);
+        throw;
+    }
+    files.SyncFolder(place.parent_path());
+}
+
+}  // namespace qmtrain::dao
