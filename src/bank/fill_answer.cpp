@@ -1,0 +1,51 @@
+#include "bank/fill_answer.h"
+
+#include <algorithm>
+
+#include "core/error.h"
+#include "core/text.h"
+#include "core/utilities.h"
+
+namespace qmtrain {
+namespace {
+
+std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter) {
+    std::vector<std::u16string> pieces;
+    Utilities().SplitVB5(text, delimiter, pieces, -1, 0);
+    return pieces;
+}
+
+}  // namespace
+
+std::int32_t FillAnswer::GetFillCount() const {
+    return 1 + static_cast<std::int32_t>(std::count(answer_.begin(), answer_.end(), u'@'));
+}
+
+std::u16string FillAnswer::Blank(std::int32_t index) const {
+    const std::vector<std::u16string> pieces = Split(answer_, u"@");
+    if (index > static_cast<std::int32_t>(pieces.size())) return {};
+    if (index < 1) Raise(ErrorNumber::SubscriptOutOfRange);
+    return pieces[static_cast<std::size_t>(index - 1)];
+}
+
+bool FillAnswer::GetAnswer(std::int32_t nIndex, std::vector<std::u16string>& strAnswers) const {
+    if (nIndex > GetFillCount()) return false;
+    strAnswers = Split(Blank(nIndex), u"#");
+    return true;
+}
+
+std::u16string FillAnswer::ToString() const {
+    const std::int32_t blanks = GetFillCount();
+    std::u16string result;
+    for (std::int32_t i = 1; i <= blanks; ++i) {
+        std::vector<std::u16string> answers;
+        GetAnswer(i, answers);
+        std::u16string line;
+        for (const std::u16string& answer : answers) line += (line.empty() ? u"[" : u"或[") + answer + u"]";
+        if (!result.empty()) result += u"\r\n";
+        result += (blanks > 1 ? u"第[" + ToText(i) + u"]空答案：" : u"答案：") + line;
+    }
+    return result;
+}
+
+}  // namespace qmtrain

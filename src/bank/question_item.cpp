@@ -1,0 +1,162 @@
+#include "bank/question_item.h"
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "core/log.h"
+#include "core/text.h"
+#include "core/trap.h"
+
+namespace qmtrain {
+namespace {
+
+const Bytes kNoDocument = {0};
+
+struct Kind {
+    std::u16string_view table;  // upper case
+    std::u16string_view name;
+};
+
+constexpr std::u16string_view kChoice = u"TBL_CHOICE";
+constexpr std::u16string_view kChoices = u"TBL_CHOICES";
+constexpr std::u16string_view kOperation = u"TBL_OPERATION";
+constexpr Kind kKinds[] = {
+    {kChoice, u"单选题"},     {kChoices, u"多选题"},   {u"TBL_YESNO", u"是非题"},
+    {u"TBL_FILL", u"填空题"}, {kOperation, u"操作题"},
+};
+
+std::u16string_view KindName(std::u16string_view table) {
+    for (const Kind& kind : kKinds) {
+        if (kind.table == table) return kind.name;
+    }
+    return {};
+}
+
+Bytes DocumentOf(const Value& value) {
+    if (value.IsNull()) return kNoDocument;
+    if (value.GetType() != Value::Type::Binary) Raise(ErrorNumber::TypeMismatch);
+    return value.Binary();
+}
+
+// " And COLUMN='text'", nothing for an empty text. Quotes in the text stand as they are.
+std::u16string TextCondition(std::u16string_view column, std::u16string_view text) {
+    if (text.empty()) return {};
+    return std::u16string(u" And ").append(column).append(u"='").append(text).append(u"'");
+}
+
+}  // namespace
+
+void QuestionItem::LocalPaperMdb(std::u16string_view value) {
+    if (!FileExists(value)) {
+        RaiseComponentError(u"QuestionItem", std::u16string(u"指定的文件[").append(value).append(u"]不存在!"));
+    }
+    local_paper_mdb_ = value;
+}
+
+bool QuestionItem::InitQuestionItem(std::u16string& strErr) {
+    return Trapped(u"QuestionItem.InitQuestionItem", false, [&](bool& result) {
+        if (!InitDbQuestion()) {
+            strErr = u"无法完成对题库的初始化!所对应的题库可能不存或者题库已损坏!";
+            return;
+        }
+        Reset();
+        result = LoadQuesitonFromRecNo(rec_no_, is_net_ ? data_code_ : u"");
+        if (!result) strErr = u"无法获得指定号试题的内容!可能题库中指定的题号不存在!";
+    });
+}
+
+// The type and IsTheory are not reset.
+void QuestionItem::Reset() {
+    title_.clear();
+    answer_.clear();
+    init_document_ = kNoDocument;
+    result_document_ = kNoDocument;
+    choice_items_.reset();
+}
+
+// The network edition keeps its database open; the stand-alone edition opens the bank anew each time.
+bool QuestionItem::InitDbQuestion() {
+    return Trapped(u"QuesitonItem.InitDbQuestion", false, [&](bool& result) {
+        if (is_net_) {
+            if (!questions_.IsOpen()) questions_.Open(local_paper_mdb_);
+            result = true;
+            return;
+        }
+        const std::u16string file = BankFile();
+        if (file.empty()) {
+            WriteLog(kLogMissingBank, u"从Total.mdb中得到的科目代码为[" + data_code_ + u"]题库不存在!",
+                     u"InitDbQuestion");
+            return;
+        }
+        questions_.Open(InFolder(data_mdb_path_, file));
+        result = true;
+    });
+}
+
+// The file that the catalogue names for the bank; empty when it names none.
+std::u16string QuestionItem::BankFile() const {
+    const dao::Connection catalogue(InFolder(data_mdb_path_, u"Total.mdb"));
+    const auto rows = catalogue->OpenRecordset(u"Select * From Tbl_Subject Where C_DataCode='" + data_code_ + u"'");
+    return HasRow(*rows) ? TextOr(rows->Fields(u"C_DataName").Value(), u"") : u"";
+}
+
+std::u16string QuestionItem::GetQuestionTypeTblName(std::u16string_view table_code,
+                                                    std::u16string_view data_code) const {
+    return Trapped(u"QuestionItem.GetQuestionTypeTblName", std::u16string(), [&](std::u16string& result) {
+        std::u16string query = u"Select * From Tbl_Information Where C_TblCode='";
+        query.append(table_code).append(u"'").append(TextCondition(u"C_DataCode", data_code));
+        const auto rows = questions_->OpenRecordset(query);
+        if (HasRow(*rows)) result = TextOr(rows->Fields(u"C_Tblname").Value(), u"");
+    });
+}
+
+std::u16string QuestionItem::SubjectCondition() const {
+    return is_net_ ? u" And SubjectCode=" + ToText(subject_code_) : std::u16string();
+}
+
+bool QuestionItem::LoadQuesitonFromRecNo(std::u16string_view rec_no, std::u16string_view data_code) {
+    return Trapped(u"QuestionItem.LoadQuesitonFromRecNo", false, [&](bool& result) {
+        const std::u16string_view table_code = rec_no.size() > 2 ? rec_no.substr(2, 2) : u"";
+        const std::u16string table = GetQuestionTypeTblName(table_code, u"");
+        if (table.empty()) return;
+        std::u16string query = u"Select * From " + table + u" Where C_RecNo='";
+        query.append(rec_no).append(u"'").append(TextCondition(u"C_DataCode", data_code)).append(SubjectCondition());
+        const auto rows = questions_->OpenRecordset(query);
+
+        const std::u16string kind = ToUpper(table);
+        const bool is_operation = kind == kOperation;
+        if (HasRow(*rows)) {
+            title_ = TextOr(rows->Fields(u"M_Title").Value(), u"");
+            if (!is_operation) is_theory_ = true;
+            answer_ = TextOr(rows->Fields(is_operation ? u"M_Answer" : u"C_Answer").Value(), u"");
+        }
+        if (kind == kChoice || kind == kChoices) choice_items_ = GetChoiceVice(rec_no, data_code);
+        if (const std::u16string_view name = KindName(kind); !name.empty()) question_type_ = name;
+        if (is_operation) {  // the columns are crossed; without a row this ends in the trap
+            result_document_ = DocumentOf(rows->Fields(u"O_RudeCont").Value());
+            init_document_ = DocumentOf(rows->Fields(u"O_AimCont").Value());
+        }
+        result = true;
+    });
+}
+
+// Without a bank code the quote behind the record number stays open and the database refuses the query: the
+// stand-alone edition gets no options, and one entry in the log.
+std::shared_ptr<TextCollection> QuestionItem::GetChoiceVice(std::u16string_view rec_no,
+                                                            std::u16string_view data_code) const {
+    return Trapped(u"QuestionItem.GetChoiceVice", std::shared_ptr<TextCollection>(), [&](auto& result) {
+        std::u16string query = u"Select * From Tbl_ChoiceVice Where C_RecNo='";
+        query.append(rec_no);
+        if (!data_code.empty()) query.append(u"'").append(TextCondition(u"C_DataCode", data_code));
+        query.append(SubjectCondition()).append(u" Order by C_ChoiceAnswer");
+        const auto rows = questions_->OpenRecordset(query);
+        auto items = std::make_shared<TextCollection>();
+        for (; !rows->Eof(); rows->MoveNext()) {
+            const std::u16string letter = TextOr(rows->Fields(u"C_choiceanswer").Value(), u"");
+            items->Add(TextOr(rows->Fields(u"M_answercont").Value(), u""), letter);
+        }
+        result = std::move(items);
+    });
+}
+
+}  // namespace qmtrain

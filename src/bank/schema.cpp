@@ -1,0 +1,58 @@
+#include "bank/schema.h"
+
+#include <string>
+
+#include "core/files.h"
+#include "dao/new_database.h"
+
+namespace qmtrain {
+namespace {
+
+constexpr std::u16string_view kCatalogueTables =
+    uR"(
+CREATE TABLE Tbl_Subject (
+    C_DataCode TEXT(50), SubjectCode LONG, C_DataName TEXT(255), C_DataDescription TEXT(255),
+    CONSTRAINT PrimaryKey PRIMARY KEY (C_DataCode, SubjectCode));
+)";
+
+constexpr std::u16string_view kDirectoryTables =
+    uR"(
+CREATE TABLE Tbl_Information (C_TblCode TEXT(2), C_DataCode TEXT(50), C_Tblname TEXT(64));
+CREATE INDEX ByCode ON Tbl_Information (C_TblCode, C_DataCode);
+
+CREATE TABLE Tbl_ChoiceVice (
+    C_RecNo TEXT(50), C_DataCode TEXT(50), SubjectCode LONG, C_ChoiceAnswer TEXT(10), M_answercont MEMO);
+CREATE INDEX ByQuestion ON Tbl_ChoiceVice (C_RecNo, C_DataCode, SubjectCode);
+)";
+
+std::u16string QuestionTable(std::u16string_view name, std::u16string_view answer_columns) {
+    return std::u16string(u"CREATE TABLE ")
+        .append(name)
+        .append(u" (C_RecNo TEXT(50), C_DataCode TEXT(50), SubjectCode LONG, M_Title MEMO, ")
+        .append(answer_columns)
+        .append(u", CONSTRAINT PrimaryKey PRIMARY KEY (C_RecNo, C_DataCode, SubjectCode));");
+}
+
+std::u16string BankTables() {
+    std::u16string tables(kDirectoryTables);
+    for (const std::u16string_view name : {u"TBL_CHOICE", u"TBL_CHOICES", u"TBL_YESNO", u"TBL_FILL"}) {
+        tables += QuestionTable(name, u"C_Answer TEXT(255)");
+    }
+    return tables + QuestionTable(u"TBL_OPERATION", u"M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY");
+}
+
+}  // namespace
+
+void CreateCatalogue(std::u16string_view folder) {
+    dao::MakeDatabase(InFolder(folder, u"Total.mdb"), kCatalogueTables);
+}
+
+void CreateQuestionBank(std::u16string_view file) {
+    dao::MakeDatabase(file, BankTables());
+}
+
+void CreateLocalPaperDatabase(std::u16string_view file) {
+    dao::MakeDatabase(file, BankTables().append(kCatalogueTables));
+}
+
+}  // namespace qmtrain
