@@ -87,15 +87,21 @@ void Database::Atomically(const std::function<void()>& body) {
     writing.Commit();
 }
 
-std::shared_ptr<Recordset> Database::OpenRecordset(std::u16string_view source) {
+// What is no statement may be a name.
+sql::Statement Database::StatementOf(std::u16string_view source) {
     jet::Database& storage = Storage();
-    std::u16string text(source);
-    {
+    try {
+        return sql::Parse(source);
+    } catch (const AutomationError&) {
         const jet::Database::Reading reading(storage);
         const auto object = storage.FindObject(source);
-        if (object) text = u"SELECT * FROM [" + object->name + u"]";
+        if (!object) throw;
+        return sql::Parse(u"SELECT * FROM [" + object->name + u"]");
     }
-    sql::Statement statement = sql::Parse(text);
+}
+
+std::shared_ptr<Recordset> Database::OpenRecordset(std::u16string_view source) {
+    sql::Statement statement = StatementOf(source);
     if (!statement.YieldsRows()) Raise(ErrorNumber::InvalidOperation);
     return std::make_shared<Recordset>(shared_from_this(), std::move(statement));
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "dao/types.h"
+#include "sql/sql.h"
 #include "sql/storage.h"
 
 namespace qmtrain::jet {
@@ -72,6 +73,8 @@ public:
     sql::Catalog& Tables();
 
 private:
+    sql::Statement StatementOf(std::u16string_view source);
+
     std::u16string name_;
     std::unique_ptr<jet::Database> storage_;
     std::unique_ptr<sql::Catalog> catalog_;

@@ -160,6 +160,7 @@ public:
     }
 
     bool Next() override { return !empty_ && cursor_.Next(); }
+    std::int64_t CountRest() override { return empty_ ? 0 : cursor_.CountRest(); }
     bool MoveTo(sql::RowId row) override { return cursor_.MoveTo(ToPointer(row)); }
     sql::RowId Row() const override { return ToRowId(cursor_.Row()); }
     void Read(int column, Value& value) override {
@@ -183,9 +184,8 @@ public:
     // Counted in the slot tables of the pages: what other programs leave in the definition may be wrong.
     std::int64_t RowCount() override {
         jet::RowCursor cursor(table_);
-        std::int64_t rows = 0;
-        for (cursor.Scan(); cursor.Next();) ++rows;
-        return rows;
+        cursor.Scan();
+        return cursor.CountRest();
     }
 
     std::int64_t EstimatedRows() override { return table_->RowCount(); }

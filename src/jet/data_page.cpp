@@ -49,6 +49,13 @@ SlotKind DataPage::Kind(std::size_t slot) const {
     }
 }
 
+std::size_t DataPage::RowsFrom(std::size_t slot) const {
+    const std::uint8_t* entries = page_.Part(format_->data_slots, 2 * slots_).Data();
+    std::size_t rows = 0;
+    for (; slot < slots_; ++slot) rows += (Get<std::uint16_t>(entries + 2 * slot) & kHiddenFlag) == 0 ? 1 : 0;
+    return rows;
+}
+
 ByteView DataPage::Row(std::size_t slot) const {
     if (slot >= slots_) page_.Damaged(u"行号超出行表");
     const std::size_t begin = Offset(slot + 1);

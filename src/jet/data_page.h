@@ -36,6 +36,9 @@ public:
     bool HasLiveRows() const;
 
     SlotKind Kind(std::size_t slot) const;
+
+    // How many rows of the table stand in this slot and those behind it: Row and Header.
+    std::size_t RowsFrom(std::size_t slot) const;
     ByteView Row(std::size_t slot) const;
 
     // Checks every offset and the free space field. Raises FileDamaged.

@@ -60,7 +60,7 @@ private:
     bool leaf_;
     std::size_t prefix_;
     std::size_t count_ = 0;
-    std::array<std::uint16_t, 724> ends_;  // an entry has five bytes or more
+    std::array<std::uint16_t, 3624> ends_;  // one for each bit: behind a prefix an entry may be a single byte
 };
 
 // A page's content taken apart, to be changed and put back.

@@ -388,6 +388,7 @@ void IndexCursor::Load(PageNumber number) {
 
 // Goes to where the next entry stands, by the tree.
 void IndexCursor::Find() {
+    pages_walked_ = 0;  // a way through the tree is no step along the chain of leaves
     Load(to_end_ ? tree_.LastLeaf() : tree_.FindLeaf(entry_));
     change_ = tree_.GetPager().ChangeCount();
     located_ = true;
@@ -408,6 +409,18 @@ bool IndexCursor::Next() {
     to_end_ = false;
     strictly_ = true;
     return true;
+}
+
+std::int64_t IndexCursor::CountUntil(const std::optional<Bytes>& end) {
+    if (!located_ || change_ != tree_.GetPager().ChangeCount()) Find();
+    std::int64_t entries = 0;
+    for (;;) {
+        const std::size_t stop = end ? view_->LowerBound(*end) : view_->Count();
+        if (stop > position_) entries += static_cast<std::int64_t>(stop - position_);
+        if (stop < view_->Count() || view_->Next() == 0) return entries;
+        Load(view_->Next());
+        position_ = 0;
+    }
 }
 
 bool IndexCursor::Step() {

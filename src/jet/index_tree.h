@@ -90,6 +90,10 @@ public:
     // Moves on; false at the end.
     bool Next();
 
+    // How many entries stand from the next one on up to `end` (no bound when empty). Only forward; the cursor has to be
+    // started anew afterwards.
+    std::int64_t CountUntil(const std::optional<Bytes>& end);
+
     const Bytes& Entry() const { return entry_; }
 
 private:

@@ -52,33 +52,57 @@ bool RowCursor::Next() {
     return false;
 }
 
-bool RowCursor::NextInScan() {
-    const TableDefinition& definition = table_->Definition();
+std::int64_t RowCursor::CountRest() {
+    loaded_ = false;
+    std::int64_t rows = 0;
+    if (mode_ == Mode::Index && !backwards_) {
+        rows = index_->CountUntil(bound_);
+        End();
+    } else if (mode_ == Mode::Scan) {
+        for (; HasScanSlot(); scan_slot_ = data_->Slots())
+            rows += static_cast<std::int64_t>(data_->RowsFrom(scan_slot_));
+    } else {
+        while (Next()) ++rows;
+    }
+    return rows;
+}
+
+void RowCursor::End() {
+    mode_ = Mode::Single;
+    row_ = {};
+}
+
+// Whether the scan has another slot to look at; goes on to the next page where the present one is done.
+bool RowCursor::HasScanSlot() {
     for (;;) {
         if (scan_page_ != 0 && (!data_ || page_change_ != pager_.ChangeCount())) {
             page_ = pager_.Read(scan_page_);
             page_change_ = pager_.ChangeCount();
             data_.reset();
-            const bool ours = page_.Type() == PageType::Data && page_.View().U32(4) == definition.page;
+            const bool ours = page_.Type() == PageType::Data && page_.View().U32(4) == table_->Definition().page;
             if (ours) data_.emplace(page_.View(), pager_.GetFormat());
         }
-        while (data_ && scan_slot_ < data_->Slots()) {
-            const std::size_t slot = scan_slot_++;
-            const SlotKind kind = data_->Kind(slot);
-            if (kind != SlotKind::Row && kind != SlotKind::Header) continue;
-            row_ = {scan_page_, static_cast<std::uint8_t>(slot)};
-            plain_ = kind == SlotKind::Row;
-            return true;
-        }
+        if (data_ && scan_slot_ < data_->Slots()) return true;
         scan_page_ = table_->OwnedMap().Next(scan_page_ + 1);
         scan_slot_ = 0;
         data_.reset();
         if (scan_page_ == 0) {
-            mode_ = Mode::Single;
-            row_ = {};
+            End();
             return false;
         }
     }
+}
+
+bool RowCursor::NextInScan() {
+    while (HasScanSlot()) {
+        const std::size_t slot = scan_slot_++;
+        const SlotKind kind = data_->Kind(slot);
+        if (kind != SlotKind::Row && kind != SlotKind::Header) continue;
+        row_ = {scan_page_, static_cast<std::uint8_t>(slot)};
+        plain_ = kind == SlotKind::Row;
+        return true;
+    }
+    return false;
 }
 
 bool RowCursor::NextInIndex() {
@@ -89,8 +113,7 @@ bool RowCursor::NextInIndex() {
             return true;
         }
     }
-    mode_ = Mode::Single;
-    row_ = {};
+    End();
     return false;
 }
 

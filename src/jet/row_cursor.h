@@ -22,6 +22,9 @@ public:
     // Moves to the next row; false at the end. Rows deleted meanwhile are left out.
     bool Next();
 
+    // How many times Next() would still be true, without looking at the rows. Ends the scan or range.
+    std::int64_t CountRest();
+
     // Moves to a row and ends the scan or range; false when the row is gone.
     bool MoveTo(RowPointer row);
 
@@ -40,6 +43,8 @@ private:
     enum class Mode : std::uint8_t { Single, Scan, Index };
 
     bool NextInScan();
+    bool HasScanSlot();
+    void End();
     bool NextInIndex();
     bool Load();
 

@@ -232,7 +232,7 @@ private:
     void AddGroup(Expression* having) {
         auto group = std::make_unique<Group>(std::move(plan_->root), *group_source_, keys_, grouping_.aggregates);
         if (Source* source = CommonKeySource()) group->SetKeySource(*source);
-        if (OnlyCounts()) group->SetCounted(*plan_->tables[0]);
+        if (OnlyCounts()) group->SetOnlyCounts();
         plan_->root = std::move(group);
         if (having != nullptr) {
             plan_->root = std::make_unique<Filter>(std::move(plan_->root), std::vector<Expression*>{having});
@@ -252,10 +252,8 @@ private:
     }
 
     bool OnlyCounts() const {
-        const bool whole_table = joins_ != nullptr && joins_->kind == JoinNode::Kind::Table && where_.empty();
         const auto counts = [](const Aggregate& aggregate) { return aggregate.Kind() == AggregateKind::CountRows; };
-        return whole_table && plan_->tables.size() == 1 && keys_.empty() && !grouping_.aggregates.empty() &&
-               std::ranges::all_of(grouping_.aggregates, counts);
+        return keys_.empty() && std::ranges::all_of(grouping_.aggregates, counts);
     }
 
     void AddDistinct() {

@@ -64,6 +64,7 @@ Value ConvertByType(const Value& value, const Column& column) {
         case ColumnType::Binary:
         case ColumnType::LongBinary: return ConvertToBinary(value, column);
         case ColumnType::Decimal: return ConvertToDecimal(value, column);
+        case ColumnType::Date: return ToDate(value);
         default: return Convert(value, ValueTypeOf(column.type));
     }
 }

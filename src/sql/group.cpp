@@ -12,10 +12,11 @@ void Group::Open() {
     output_.Clear();
     position_ = 0;
     if (keys_.empty()) AddGroup();
-    if (counted_ != nullptr) {
-        for (AggregateState& state : states_) state.count = counted_->RowCount();
+    child_->Open();
+    if (only_counts_) {
+        const std::int64_t rows = child_->CountRows();
+        for (AggregateState& state : states_) state.count = rows;
     } else {
-        child_->Open();
         while (child_->Next()) TakeRow();
     }
     for (std::size_t group = 0; group < output_.Rows().Size(); ++group) {

@@ -18,8 +18,8 @@ public:
     // All keys come from this source's row, which is kept and comes again: each row's group is looked up only once.
     void SetKeySource(Source& source) { key_source_ = &source; }
 
-    // There is nothing to read: every aggregate is Count(*), over a whole table.
-    void SetCounted(Table& table) { counted_ = &table; }
+    // There is nothing to read: every aggregate is Count(*), over all rows.
+    void SetOnlyCounts() { only_counts_ = true; }
 
     void Open() override;
     bool Next() override;
@@ -36,7 +36,7 @@ private:
     std::vector<Expression*> keys_;
     std::vector<Aggregate> aggregates_;
     Source* key_source_ = nullptr;
-    Table* counted_ = nullptr;
+    bool only_counts_ = false;
 
     KeyTable groups_;
     std::vector<AggregateState> states_;         // as many as aggregates for each group

@@ -28,6 +28,10 @@ bool CoversUniqueIndex(const Table& table, const std::vector<const Comparison*>&
     });
 }
 
+bool IsWholeNumber(Value::Type type) {
+    return type == Value::Type::Byte || type == Value::Type::Integer || type == Value::Type::Long;
+}
+
 // Tries one index after the other and keeps the best.
 class Chooser {
 public:
@@ -35,6 +39,7 @@ public:
             const std::vector<SortKey>& order)
         : source_(source),
           table_(*source.GetTable()),
+          conjuncts_(conjuncts),
           order_(order),
           rows_(static_cast<double>(table_.EstimatedRows())) {
         for (const Conjunct* conjunct : conjuncts) {
@@ -50,6 +55,9 @@ public:
     IndexChoice Run() {
         best_.rows = rows_;
         for (std::size_t i = 0; i < table_.Indexes().size(); ++i) Try(static_cast<int>(i));
+        best_.access.exact = best_.access.index >= 0 && std::ranges::all_of(conjuncts_, [&](const Conjunct* conjunct) {
+                                 return FollowsFromAccess(*conjunct);
+                             });
         return best_;
     }
 
@@ -76,6 +84,23 @@ private:
         const bool first = best_.access.index < 0;
         const bool better = choice.rows < best_.rows || (choice.rows == best_.rows && choice.ordered && !best_.ordered);
         if (better || (first && narrows)) best_ = std::move(choice);
+    }
+
+    // Only for whole numbers is every key of the index the value itself, and compares as it does.
+    bool FollowsFromAccess(const Conjunct& conjunct) const {
+        const Index& index = table_.Indexes()[static_cast<std::size_t>(best_.access.index)];
+        for (std::size_t i = 0; i < best_.access.equal.size(); ++i) {
+            const int key = index.columns[i].column;
+            const Expression* value = best_.access.equal[i];
+            const Value::Type type = ValueTypeOf(table_.Columns()[static_cast<std::size_t>(key)].type);
+            if (!IsWholeNumber(type) || !IsWholeNumber(value->Type())) continue;
+            for (const Comparison& comparison : conjunct.comparisons) {
+                const SlotExpression* subject = AsColumnOf(comparison.subject.expression, source_);
+                const bool same = comparison.op == BinaryOperator::Equal && comparison.other.expression == value;
+                if (same && subject != nullptr && subject->GetColumn() == key) return true;
+            }
+        }
+        return false;
     }
 
     void AddRange(int column, IndexChoice& choice) const {
@@ -130,6 +155,7 @@ private:
 
     TableSource& source_;
     Table& table_;
+    const std::vector<Conjunct*>& conjuncts_;
     const std::vector<SortKey>& order_;
     double rows_;
     std::vector<const Comparison*> usable_;

@@ -4,6 +4,7 @@
 // and whoever is above reads the sources.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -24,6 +25,12 @@ public:
 
     // Moves on; false at the end. Requires: Open(), and no call since that returned false.
     virtual bool Next() = 0;
+
+    // How many rows there are; they are at their end then. Requires: Open(), and no call since.
+    virtual std::int64_t CountRows();
+
+    // Whether all rows, as they have been opened, meet the conditions of the filter right above. Known from an index.
+    virtual bool MeetsConditions() const { return false; }
 
     // Drops everything that was kept to be used by more than one Open().
     virtual void Reset() {}
@@ -47,13 +54,15 @@ public:
     Filter(RowOperatorPtr child, std::vector<Expression*> conditions)
         : child_(std::move(child)), conditions_(std::move(conditions)) {}
 
-    void Open() override { child_->Open(); }
+    void Open() override;
     bool Next() override;
+    std::int64_t CountRows() override;
     void Reset() override { child_->Reset(); }
 
 private:
     RowOperatorPtr child_;
     std::vector<Expression*> conditions_;
+    bool all_meet_ = false;
 };
 
 bool AllTrue(const std::vector<Expression*>& conditions);

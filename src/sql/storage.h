@@ -93,6 +93,13 @@ public:
     // Moves to the next row; false at the end.
     virtual bool Next() = 0;
 
+    // How many times Next() would still be true. Ends the scan or range.
+    virtual std::int64_t CountRest() {
+        std::int64_t rows = 0;
+        while (Next()) ++rows;
+        return rows;
+    }
+
     // Moves to a given row and ends the scan or range; false when it no longer exists.
     virtual bool MoveTo(RowId row) = 0;
 

@@ -78,18 +78,25 @@ std::optional<Value> KeyFor(ColumnType type, const Value& value, Find find) {
 void TableAccess::Open() {
     cursor_ = &source_.GetCursor();
     KeyRange range;
-    const Start start = access_.index < 0 ? Start::Scan : MakeRange(range);
-    empty_ = start == Start::Nothing;
-    if (start == Start::Range && CanSeek(range))
-        cursor_->Range(access_.index, range, access_.backwards);
-    else if (!empty_)
-        cursor_->Scan();
+    start_ = access_.index < 0 ? Start::Scan : MakeRange(range);
+    if (start_ == Start::Range && !CanSeek(range)) start_ = Start::Scan;
+    if (start_ == Start::Range) cursor_->Range(access_.index, range, access_.backwards);
+    if (start_ == Start::Scan) cursor_->Scan();
 }
 
 bool TableAccess::Next() {
-    if (empty_ || !cursor_->Next()) return false;
+    if (start_ == Start::Nothing || !cursor_->Next()) return false;
     source_.OnRow();
     return true;
+}
+
+std::int64_t TableAccess::CountRows() {
+    switch (start_) {
+        case Start::Scan: return source_.GetTable()->RowCount();
+        case Start::Range: return cursor_->CountRest();
+        case Start::Nothing: break;
+    }
+    return 0;
 }
 
 const IndexColumn& TableAccess::KeyColumn(std::size_t place) const {

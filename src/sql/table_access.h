@@ -23,6 +23,7 @@ struct IndexAccess {
     RangeEnd low;
     RangeEnd high;
     bool backwards = false;
+    bool exact = false;  // the rows in the index's range are just those that satisfy the conditions
 };
 
 class TableAccess : public RowOperator {
@@ -31,6 +32,8 @@ public:
 
     void Open() override;
     bool Next() override;
+    std::int64_t CountRows() override;
+    bool MeetsConditions() const override { return access_.exact && start_ != Start::Scan; }
 
 private:
     enum class Start : std::uint8_t { Scan, Range, Nothing };
@@ -44,7 +47,7 @@ private:
     TableSource& source_;
     IndexAccess access_;
     Cursor* cursor_ = nullptr;
-    bool empty_ = false;
+    Start start_ = Start::Nothing;
 };
 
 // The rows of a derived table.

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "dao/new_database.h"
 #include "fixture.h"
 
 namespace qmtrain::dao {
@@ -42,6 +43,69 @@ TEST_F(DatabaseTest, AFailingStatementChangesNothing) {
     }
     EXPECT_NE(ErrorOf([&] { database_->ExecuteScript(u"DELETE FROM TrainInfo; INSERT INTO Nowhere VALUES (1)"); }), 0);
     EXPECT_EQ(Column(u"TrainInfo", u"Score"), before);
+}
+
+TEST_F(DatabaseTest, ANewDatabaseIsNoPartOfATransaction) {
+    Engine::Instance().BeginTrans();
+    MakeDatabase(Name(u"New.mdb"), u"CREATE TABLE T (A LONG)");
+    Engine::Instance().Rollback();
+    EXPECT_EQ(Engine::Instance().OpenDatabase(Name(u"New.mdb"))->OpenRecordset(u"T")->Fields().size(), 1U);
+    EXPECT_EQ(ErrorOf([&] { MakeDatabase(Name(u"NEW.mdb"), u""); }), static_cast<int>(ErrorNumber::DatabaseExists));
+}
+
+// Counted in the index where the conditions say nothing else; what stands inside a function is tested on every row.
+TEST_F(DatabaseTest, CountsWhatItWouldRead) {
+    database_->Execute(u"CREATE TABLE T (A LONG, B INTEGER, C DOUBLE, D LONG)");
+    database_->Execute(u"CREATE INDEX AB ON T (A, B DESC)");
+    database_->Execute(u"CREATE INDEX C ON T (C)");
+    database_->Execute(u"CREATE INDEX D ON T (D) WITH IGNORE NULL");
+    Engine::Instance().BeginTrans();
+    for (std::int32_t i = 0; i < 3000; ++i) {
+        const std::u16string a = i % 7 == 6 ? u"Null" : ToText(i % 7);
+        database_->Execute(u"INSERT INTO T VALUES (" + a + u"," + ToText(i % 3) + u"," + ToText(i % 4) + u".5," +
+                           (i % 2 == 0 ? u"Null" : ToText(i % 5)) + u")");
+    }
+    database_->Execute(u"DELETE FROM T WHERE A = 3 AND B = 1 OR C = 2.5 AND A = 4");
+    Engine::Instance().CommitTrans();
+    const char16_t* const conditions[] = {u"True",
+                                          u"A=2",
+                                          u"A=2 AND B=1",
+                                          u"B=1 AND A=2",
+                                          u"2=A AND B=1",
+                                          u"A=3 AND B=1",
+                                          u"A=2 AND A=3",
+                                          u"A=2 AND A=2",
+                                          u"A=2 AND B>0",
+                                          u"A=2 AND B=1 AND D=3",
+                                          u"A=2.5",
+                                          u"A=2.0",
+                                          u"A=2+0",
+                                          u"A=Null",
+                                          u"A=-1",
+                                          u"A=70000 AND B=1",
+                                          u"B=70000 AND A=2",
+                                          u"C=2.5",
+                                          u"D=3",
+                                          u"D=2 AND D Is Not Null",
+                                          u"A=2 OR B=1",
+                                          u"A=B",
+                                          u"A=2 AND B=D",
+                                          u"A IN (2, 3)",
+                                          u"A BETWEEN 2 AND 2",
+                                          u"NOT A=2"};
+    for (const char16_t* condition : conditions) {
+        const std::u16string count = u"SELECT Count(*) AS N, Count(*) AS M FROM T WHERE ";
+        const std::u16string read = Column(count + u"IIf(" + condition + u", True, False)", u"N");
+        EXPECT_EQ(Column(count + condition, u"N"), read) << ToUtf8(condition);
+        EXPECT_EQ(
+            Column(u"SELECT A, D FROM T WHERE " + std::u16string(condition), u"A").size(),
+            Column(u"SELECT A, D FROM T WHERE IIf(" + std::u16string(condition) + u", True, False)", u"A").size());
+    }
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM T WHERE A=0 AND B=0", u"N"), u"143");
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM T, TrainInfo WHERE A=0 AND TrainID=B", u"N"), u"286");
+    EXPECT_NE(ErrorOf([&] { Column(u"SELECT Count(*) AS N FROM T WHERE A='x'", u"N"); }), 0);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM T HAVING Count(*) > 1", u"N"),
+              Column(u"SELECT Count(*) AS N FROM T", u"N"));
 }
 
 TEST_F(DatabaseTest, TransactionsOfTheEngine) {
