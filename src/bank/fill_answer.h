@@ -13,6 +13,7 @@ public:
     // As stored; markers such as "[YN]" are ordinary characters here.
     const std::u16string& Answer() const { return answer_; }
     void Answer(std::u16string_view value) { answer_ = value; }
+    void InitClass(std::u16string_view strAnswer) { Answer(strAnswer); }
 
     // One more than there are "@".
     std::int32_t GetFillCount() const;

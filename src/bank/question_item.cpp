@@ -35,7 +35,7 @@ std::u16string_view KindName(std::u16string_view table) {
 Bytes DocumentOf(const Value& value) {
     if (value.IsNull()) return kNoDocument;
     if (value.GetType() != Value::Type::Binary) Raise(ErrorNumber::TypeMismatch);
-    return value.Binary();
+    return value.Binary().empty() ? kNoDocument : value.Binary();
 }
 
 // " And COLUMN='text'", nothing for an empty text. Quotes in the text stand as they are.

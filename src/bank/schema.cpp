@@ -3,7 +3,6 @@
 #include <string>
 
 #include "core/files.h"
-#include "dao/new_database.h"
 
 namespace qmtrain {
 namespace {
@@ -43,16 +42,16 @@ std::u16string BankTables() {
 
 }  // namespace
 
-void CreateCatalogue(std::u16string_view folder) {
-    dao::MakeDatabase(InFolder(folder, u"Total.mdb"), kCatalogueTables);
+void CreateCatalogue(std::u16string_view folder, const dao::DatabaseFill& fill) {
+    dao::MakeDatabase(InFolder(folder, u"Total.mdb"), kCatalogueTables, fill);
 }
 
-void CreateQuestionBank(std::u16string_view file) {
-    dao::MakeDatabase(file, BankTables());
+void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill) {
+    dao::MakeDatabase(file, BankTables(), fill);
 }
 
-void CreateLocalPaperDatabase(std::u16string_view file) {
-    dao::MakeDatabase(file, BankTables().append(kCatalogueTables));
+void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill) {
+    dao::MakeDatabase(file, BankTables().append(kCatalogueTables), fill);
 }
 
 }  // namespace qmtrain

@@ -3,18 +3,20 @@
 
 #include <string_view>
 
+#include "dao/new_database.h"
+
 namespace qmtrain {
 
-// Each makes an empty database. Raises DatabaseExists when the file is there, and leaves nothing behind when anything
-// fails.
+// Each makes a database, empty but for what `fill` puts in. Raises DatabaseExists when the file is there, and leaves
+// nothing behind when anything fails.
 
 // Total.mdb in the folder: the catalogue of the stand-alone edition.
-void CreateCatalogue(std::u16string_view folder);
+void CreateCatalogue(std::u16string_view folder, const dao::DatabaseFill& fill = {});
 
 // A bank of the stand-alone edition: the table directory and the five kinds of questions.
-void CreateQuestionBank(std::u16string_view file);
+void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill = {});
 
 // The local paper database of the network edition: a bank and a catalogue in one.
-void CreateLocalPaperDatabase(std::u16string_view file);
+void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill = {});
 
 }  // namespace qmtrain

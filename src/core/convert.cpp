@@ -382,7 +382,7 @@ Currency ToCurrency(const Value& value) {
 }
 
 Date ToDate(const Value& value) {
-    if (value.GetType() == Value::Type::Date) return value.As<Date>();
+    if (value.GetType() == Value::Type::Date) return CheckedDate(value.As<Date>().days);
     if (!value.IsText()) return CheckedDate(ToDouble(value));
     if (const auto date = ParseDate(value.Text())) return *date;
     Raise(ErrorNumber::TypeMismatch);
@@ -424,7 +424,7 @@ void AppendText(const Value& value, std::u16string& out) {
         case Value::Type::Single: AppendFloat(value.As<float>(), 7, out); return;
         case Value::Type::Double: AppendFloat(value.As<double>(), 15, out); return;
         case Value::Type::Currency: AppendCurrency(value.As<Currency>(), out); return;
-        case Value::Type::Date: AppendDate(value.As<Date>(), out); return;
+        case Value::Type::Date: AppendDate(ToDate(value), out); return;
         case Value::Type::Decimal: AppendDecimal(value.As<Decimal>(), out); return;
         case Value::Type::Text: out += value.Text(); return;
         case Value::Type::Binary: break;

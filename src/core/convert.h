@@ -21,7 +21,7 @@ std::int32_t ToLong(const Value& value);
 float ToSingle(const Value& value);
 double ToDouble(const Value& value);
 Currency ToCurrency(const Value& value);
-Date ToDate(const Value& value);
+Date ToDate(const Value& value);  // a date outside the range of dates raises Overflow too
 Decimal ToDecimal(const Value& value);
 std::u16string ToText(const Value& value);
 

@@ -194,8 +194,7 @@ std::optional<std::string> ToCodePage(std::u16string_view text, int code_page) {
     return out;
 }
 
-std::string ToAnsi(std::u16string_view text) {
-    static const std::string encoding = LocaleEncoding();
+std::string ToEncoding(std::u16string_view text, const std::string& encoding) {
     if (encoding == "UTF-8") return ToUtf8(text);
     const IconvHandle converter = OpenConverter(encoding, "UTF-16LE", 0);
     std::u16string buffer(text);
@@ -208,12 +207,19 @@ std::string ToAnsi(std::u16string_view text) {
            in_left >= 2) {
         *to++ = '?';
         --to_left;
-        const std::size_t skipped = IsHighSurrogate(*reinterpret_cast<char16_t*>(in)) && in_left >= 4 ? 4 : 2;
+        const auto* units = reinterpret_cast<const char16_t*>(in);
+        const bool pair = in_left >= 4 && IsHighSurrogate(units[0]) && IsLowSurrogate(units[1]);
+        const std::size_t skipped = pair ? 4 : 2;
         in += skipped;
         in_left -= skipped;
     }
     out.resize(out.size() - to_left);
     return out;
+}
+
+std::string ToAnsi(std::u16string_view text) {
+    static const std::string encoding = LocaleEncoding();
+    return ToEncoding(text, encoding);
 }
 
 char16_t ToUpper(char16_t unit) {

@@ -22,8 +22,12 @@ std::u16string FromCodePage(std::string_view bytes, int code_page);
 // The way back; nothing when a character has no byte there.
 std::optional<std::string> ToCodePage(std::u16string_view text, int code_page);
 
+// Text in the encoding of that name ("GB18030"); a character that has no byte there becomes "?". Raises
+// OperationNotSupported when the system does not know the encoding.
+std::string ToEncoding(std::u16string_view text, const std::string& encoding);
+
 // Text for files and devices that take the system's own encoding: the ANSI code page of Windows, the locale's encoding
-// elsewhere. A locale that says nothing ("C") counts as UTF-8. A character that has no byte there becomes "?".
+// elsewhere. A locale that says nothing ("C") counts as UTF-8.
 std::string ToAnsi(std::u16string_view text);
 
 // Upper and lower case of one UTF-16 unit as the platform folds it: Latin, Greek, Cyrillic, full-width forms.

@@ -1,12 +1,18 @@
 // A new database with its tables, whole or not at all.
 #pragma once
 
+#include <functional>
 #include <string_view>
 
 namespace qmtrain::dao {
 
-// Runs the statements, separated by ";", in a new database. It gets its name when it is complete. Raises DatabaseExists
-// when there is a file of that name.
-void MakeDatabase(std::u16string_view name, std::u16string_view statements);
+class Database;
+
+// Puts the first rows into a new database.
+using DatabaseFill = std::function<void(Database&)>;
+
+// Runs the statements, separated by ";", in a new database, then `fill` if there is one. It gets its name when it is
+// complete. Raises DatabaseExists when there is a file of that name.
+void MakeDatabase(std::u16string_view name, std::u16string_view statements, const DatabaseFill& fill = {});
 
 }  // namespace qmtrain::dao

@@ -33,6 +33,11 @@ std::u16string OnQuestion(std::u16string_view data_code, std::u16string_view rec
         .append(AndNumber(user_column, user_id));
 }
 
+// Raises Overflow when a Long cannot hold it.
+std::int32_t OneMoreThan(const Value& views) {
+    return ToLong(static_cast<double>(LongOr(views, 0)) + 1);
+}
+
 }  // namespace
 
 void Note::ClientPath(std::u16string_view value) {
@@ -119,14 +124,14 @@ void Note::LoadRow(dao::Recordset& rows) {
     question_rec_no_ = TextOr(rows.Fields(u"QuestionRecNo").Value(), u"");
     user_id_ = LongOr(rows.Fields(u"CreateUserID").Value(), 0);
     is_shared_ = BooleanOr(rows.Fields(u"IsShared").Value(), false);
-    view_times_ = LongOr(rows.Fields(u"ViewTimes").Value(), 0) + 1;
+    view_times_ = OneMoreThan(rows.Fields(u"ViewTimes").Value());
 }
 
 // Counts from what the row holds now, so that no view of another program is lost.
 void Note::CountView(dao::Recordset& rows) {
     database_->Atomically([&] {
         rows.Edit();
-        view_times_ = LongOr(rows.Fields(u"ViewTimes").Value(), 0) + 1;
+        view_times_ = OneMoreThan(rows.Fields(u"ViewTimes").Value());
         rows.Fields(u"ViewTimes").Value(view_times_);
         rows.Update();
     });

@@ -1,7 +1,6 @@
 #include "records/schema.h"
 
 #include "core/client_folder.h"
-#include "dao/new_database.h"
 
 namespace qmtrain {
 namespace {
@@ -39,8 +38,8 @@ CREATE TABLE Tbl_QuestionType (
 
 }  // namespace
 
-void CreateClientDatabase(std::u16string_view folder) {
-    dao::MakeDatabase(ClientDatabase(folder), kTables);
+void CreateClientDatabase(std::u16string_view folder, const dao::DatabaseFill& fill) {
+    dao::MakeDatabase(ClientDatabase(folder), kTables, fill);
 }
 
 }  // namespace qmtrain

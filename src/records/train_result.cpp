@@ -18,9 +18,9 @@ std::u16string Selecting(std::int32_t train_id, std::u16string_view data_code, s
 }
 
 std::u16string_view Ordering(bool has_operation_paper, std::int32_t subject_code) {
-    if (!has_operation_paper) return u" Order By TQ.I_TypeID, TR.QuestionNO";
+    if (!has_operation_paper) return u" Order by TQ.I_TypeID, TR.QuestionNO";
     const bool by_number = subject_code == 2 || subject_code == 3;
-    return by_number ? u" Order By TQ.I_TypeID,TR.QuestionNO" : u" Order By TQ.I_TypeId,TR.Distin";
+    return by_number ? u" Order by TQ.I_TypeID,TR.QuestionNO" : u" Order by TQ.I_TypeId,TR.Distin";
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "core/convert.h"
 
+#include <cmath>
 #include <functional>
 
 #include <gtest/gtest.h>
@@ -90,6 +91,24 @@ TEST(Dates, CountFromTheirOrigin) {
     EXPECT_EQ(ToCivil(Date{38454.999999}), (CivilTime{2005, 4, 13, 0, 0, 0}));
 }
 
+TEST(Dates, SecondsBetween) {
+    struct Case {
+        CivilTime from;
+        CivilTime to;
+        std::int64_t seconds;
+    };
+    const Case cases[] = {
+        {{2005, 4, 12, 8, 30, 0}, {2005, 4, 12, 10, 0, 1}, 5401},
+        {{2005, 4, 12, 23, 59, 59}, {2005, 4, 13, 0, 0, 0}, 1},
+        {{2005, 4, 12, 8, 30, 1}, {2005, 4, 12, 8, 30, 0}, -1},
+        {{1899, 12, 29, 23, 0, 0}, {1899, 12, 30, 1, 0, 0}, 7200},
+        {{1899, 12, 28, 1, 0, 0}, {1899, 12, 28, 23, 0, 0}, 79200},
+        {{100, 1, 1, 0, 0, 0}, {9999, 12, 31, 23, 59, 59}, 312413759999},
+    };
+    for (const Case& c : cases) EXPECT_EQ(SecondsBetween(FromCivil(c.from), FromCivil(c.to)), c.seconds);
+    EXPECT_EQ(SecondsBetween(Date{38454.999999}, Date{38455}), 0);
+}
+
 TEST(ReadDate, Forms) {
     struct Case {
         const char* text;
@@ -176,6 +195,10 @@ TEST(ToWholeNumbers, Errors) {
     EXPECT_EQ(ErrorOf([] { ToDouble(Value(u"1e999")); }), 6);
     EXPECT_EQ(ErrorOf([] { ToCurrency(Value(1e15)); }), 6);
     EXPECT_EQ(ErrorOf([] { ToDate(Value(3e6)); }), 6);
+    for (const double days : {1e300, -1e300, kLastDate, std::nan("")}) {  // a damaged file holds anything
+        EXPECT_EQ(ErrorOf([&] { ToDate(Value(Date{days})); }), 6);
+        EXPECT_EQ(ErrorOf([&] { ToText(Value(Date{days})); }), 6);
+    }
     EXPECT_EQ(ErrorOf([] { ToDecimal(Value(1e29)); }), 6);
     EXPECT_EQ(ErrorOf([] { ToLong(Value(u"x")); }), 13);
     EXPECT_EQ(ErrorOf([] { ToLong(Value(u"")); }), 13);

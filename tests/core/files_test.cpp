@@ -64,6 +64,32 @@ TEST_F(FilesTest, PathsFromWindowsFindTheirFiles) {
     EXPECT_EQ(FromNativePath(At("考生")), FromNativePath(folder_.Path()) + u"/考生");
 }
 
+TEST_F(FilesTest, FilesInAFolder) {
+    Make("client.MDB");
+    fs::create_directories(At("Total.mdb"));
+    const std::u16string folder = FromNativePath(folder_.Path());
+    struct Case {
+        std::u16string folder;
+        std::u16string file;
+        std::u16string path;
+        bool there;
+    };
+    const Case cases[] = {
+        {folder, u"Client.mdb", folder + u"\\Client.mdb", true},
+        {folder + u"\\", u"Client.mdb", folder + u"\\Client.mdb", true},
+        {folder + u"/", u"Client.mdb", folder + u"/\\Client.mdb", true},
+        {folder, u"Total.mdb", folder + u"\\Total.mdb", false},  // a folder
+        {folder, u"Paper.mdb", folder + u"\\Paper.mdb", false},
+        {u"", u"Client.mdb", u"\\Client.mdb", false},
+        {u"\\", u"Client.mdb", u"\\Client.mdb", false},
+    };
+    for (const Case& test : cases) {
+        EXPECT_EQ(InFolder(test.folder, test.file), test.path);
+        EXPECT_EQ(FileExists(test.path), test.there) << ToUtf8(test.path);
+    }
+    EXPECT_FALSE(FileExists(u""));
+}
+
 TEST_F(FilesTest, OpeningSaysWhatIsWrong) {
     Make("there.mdb");
     EXPECT_EQ(ErrorOfOpening(At("missing.mdb"), OpenMode::ReadOnly), ErrorNumber::FileNotFound);

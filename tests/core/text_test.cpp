@@ -2,11 +2,14 @@
 
 #include "core/text.h"
 
+#include <cstdlib>
 #include <limits>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "core/error.h"
+#include "jet/support/scratch.h"
 
 namespace qmtrain {
 namespace {
@@ -89,6 +92,67 @@ TEST(CodePage, WhatHasNoCounterpart) {
         ADD_FAILURE() << "no such code page";
     } catch (const AutomationError& error) {
         EXPECT_TRUE(error.Is(ErrorNumber::OperationNotSupported));
+    }
+}
+
+TEST(Encoding, WhatHasNoByteBecomesAQuestionMark) {
+    struct Case {
+        std::string encoding;
+        std::u16string text;
+        std::string bytes;
+    };
+    const Case cases[] = {
+        {"UTF-8", u"考生\xD83D", "\xE8\x80\x83\xE7\x94\x9F\xED\xA0\xBD"},
+        {"GBK", u"[考生] 1", "[\xBF\xBC\xC9\xFA] 1"},
+        {"GBK", u"é\xD83D\xDE00한a", "\xA8\xA6??a"},
+        {"GB18030", u"한\xD83D\xDE00", "\x83\x36\x84\x33\x94\x39\xFC\x36"},
+        {"GB18030", u"\xD83D考\xDE00生\xD83D", "?\xBF\xBC?\xC9\xFA?"},  // half pairs
+        {"ISO-8859-1", u"考é", "?\xE9"},
+        {"GBK", u"", ""},
+    };
+    for (const Case& c : cases) EXPECT_EQ(ToEncoding(c.text, c.encoding), c.bytes) << c.encoding << " " << c.bytes;
+}
+
+// The encoding is looked up once in a process, so each environment gets one of its own.
+TEST(Encoding, OfTheEnvironmentsLocale) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto is = [](const char* bytes) { _exit(ToAnsi(u"考生") == bytes ? 0 : 1); };
+    setenv("LC_ALL", "C", 1);
+    EXPECT_EXIT(is("考生"), testing::ExitedWithCode(0), "");
+    setenv("LC_ALL", "no_SUCH", 1);
+    EXPECT_EXIT(is("考生"), testing::ExitedWithCode(0), "");
+
+    setenv("LC_ALL", "C", 1);
+    const test::ScratchFolder folder;
+    const std::string command =
+        "localedef -i zh_CN -f GBK '" + (folder.Path() / "zh_CN.GBK").string() + "' > /dev/null 2>&1";
+    if (std::system(command.c_str()) != 0) GTEST_SKIP() << "localedef cannot make a Chinese locale";
+    setenv("LOCPATH", folder.Path().c_str(), 1);
+    setenv("LC_ALL", "zh_CN.GBK", 1);
+    EXPECT_EXIT(is("\xBF\xBC\xC9\xFA"), testing::ExitedWithCode(0), "");
+    unsetenv("LOCPATH");
+    setenv("LC_ALL", "C", 1);
+}
+
+TEST(Find, FromAPlaceOn) {
+    using enum qmtrain::Case;
+    constexpr std::size_t kNone = std::u16string_view::npos;
+    struct Row {
+        std::u16string text;
+        std::u16string wanted;
+        std::size_t from;
+        qmtrain::Case letter_case;
+        std::size_t found;
+    };
+    const Row rows[] = {
+        {u"abcABC", u"BC", 0, Counts, 4},      {u"abcABC", u"BC", 0, Ignored, 1}, {u"abcABC", u"bc", 2, Ignored, 4},
+        {u"abcABC", u"bc", 5, Ignored, kNone}, {u"abc", u"c", 9, Ignored, kNone}, {u"abc", u"c", 9, Counts, kNone},
+        {u"abc", u"", 3, Ignored, 3},          {u"abc", u"", 3, Counts, 3},       {u"abc", u"", 4, Ignored, kNone},
+        {u"", u"a", 0, Ignored, kNone},        {u"Größe", u"RÖ", 0, Ignored, 1},  {u"考生号", u"号", 1, Ignored, 2},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(Find(row.text, row.wanted, row.from, row.letter_case), row.found)
+            << ToUtf8(row.text) << " " << ToUtf8(row.wanted) << " " << row.from;
     }
 }
 

@@ -1,0 +1,94 @@
+// Question banks of both editions in a folder of their own, with the log beside them.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "bank/schema.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "core/log_reader.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "jet/support/scratch.h"
+
+namespace qmtrain::test {
+
+// The number of the error by which a property refuses a path.
+inline constexpr auto kRefused = static_cast<std::int32_t>(0x80040001);
+
+inline Bytes BytesOf(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
+// The error that the body raises; number 0 for none.
+template <class Body>
+AutomationError ErrorOf(Body body) {
+    try {
+        body();
+    } catch (const AutomationError& error) {
+        return error;
+    }
+    return {0, u"", u""};
+}
+
+// The rights of an ordinary user, for whom a read-only folder is one; tests often run as root.
+class OrdinaryUser {
+public:
+    OrdinaryUser() {
+        constexpr uid_t kNobody = 65534;
+        if (root_ && seteuid(kNobody) != 0) root_ = false;
+    }
+    OrdinaryUser(const OrdinaryUser&) = delete;
+    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+    ~OrdinaryUser() {
+        if (root_ && seteuid(0) != 0) std::abort();
+    }
+
+    static bool May(const std::filesystem::path& path, int access) {
+        return faccessat(AT_FDCWD, path.c_str(), access, AT_EACCESS) == 0;
+    }
+
+private:
+    bool root_ = geteuid() == 0;
+};
+
+class BankTest : public testing::Test {
+protected:
+    BankTest() { LogTo(folder_.Path()); }
+    ~BankTest() override { SetComponentFolder(ProgramFolder()); }
+
+    std::u16string Path() const { return FromNativePath(folder_.Path()); }
+    std::u16string Path(std::u16string_view file) const { return InFolder(Path(), file); }
+
+    // Statements separated by ";".
+    void Execute(std::u16string_view file, std::u16string_view sql) const {
+        dao::Connection(Path(file))->ExecuteScript(sql);
+    }
+
+    std::vector<LogEntry> Log() const { return ReadLog(LogFile()); }
+
+    // The operations that have left an entry of the trap since the last call.
+    std::vector<std::string> NewFailures() {
+        const std::vector<LogEntry> log = Log();
+        std::vector<std::string> functions;
+        for (; seen_ < log.size(); ++seen_) {
+            EXPECT_EQ(log[seen_].type, kLogError);
+            EXPECT_NE(log[seen_].message, "");
+            functions.push_back(log[seen_].function);
+        }
+        return functions;
+    }
+
+    ScratchFolder folder_;
+    std::size_t seen_ = 0;  // entries of the log
+};
+
+}  // namespace qmtrain::test

@@ -1,0 +1,85 @@
+// An empty client database in a folder of its own, with the log beside it.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "core/log.h"
+#include "core/log_reader.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "jet/check.h"
+#include "jet/database.h"
+#include "jet/support/scratch.h"
+#include "records/schema.h"
+
+namespace qmtrain::test {
+
+class ClientTest : public testing::Test {
+protected:
+    ClientTest() {
+        LogTo(folder_.Path());
+        CreateClientDatabase(Path());
+    }
+
+    ~ClientTest() override {
+        SetComponentFolder(ProgramFolder());
+        std::shared_ptr<dao::Database> database;
+        try {
+            database = Open();
+        } catch (const AutomationError&) {
+            return;  // the test has damaged or removed it
+        }
+        const jet::CheckReport report = jet::CheckDatabase(database->Storage());
+        for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
+        for (const std::u16string& line : report.notes) ADD_FAILURE() << ToUtf8(line);
+    }
+
+    // As a host gives it: without a separator at its end.
+    std::u16string Path() const { return FromNativePath(folder_.Path()); }
+    std::filesystem::path ClientFile() const { return folder_.Path() / "Client.mdb"; }
+    std::shared_ptr<dao::Database> Open() const {
+        return dao::Engine::Instance().OpenDatabase(InFolder(Path(), u"Client.mdb"));
+    }
+
+    // Statements separated by ";".
+    void Execute(std::u16string_view sql) const { Open()->ExecuteScript(sql); }
+
+    // The values of one column, joined with blanks.
+    std::u16string Column(std::u16string_view sql, std::u16string_view field) const {
+        return Column(*Open()->OpenRecordset(sql), field);
+    }
+    static std::u16string Column(dao::Recordset& rows, std::u16string_view field) {
+        std::u16string text;
+        for (; !rows.Eof(); rows.MoveNext()) {
+            const Value& value = rows.Fields(field).Value();
+            text += (text.empty() ? u"" : u" ") + (value.IsNull() ? u"Null" : ToText(value));
+        }
+        return text;
+    }
+
+    std::vector<LogEntry> Log() const { return ReadLog(LogFile()); }
+
+    // The error that the body raises; number 0 for none.
+    static AutomationError ErrorOf(const std::function<void()>& body) {
+        try {
+            body();
+        } catch (const AutomationError& error) {
+            return error;
+        }
+        return {0, u"", u""};
+    }
+
+    ScratchFolder folder_;
+};
+
+}  // namespace qmtrain::test
