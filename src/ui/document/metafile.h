@@ -1,0 +1,14 @@
+// Windows metafiles, as far as they only carry a bitmap: that is how rich-text boxes store pasted pictures.
+#pragma once
+
+#include <optional>
+
+#include "ui/document/picture_bytes.h"
+
+namespace qmtrain::ui {
+
+// The largest bitmap that the metafile draws (a mask comes before its picture and is smaller); nothing when it draws
+// none. A view into `metafile`.
+std::optional<ByteSpan> BitmapInMetafile(ByteSpan metafile);
+
+}  // namespace qmtrain::ui

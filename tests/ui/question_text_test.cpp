@@ -1,0 +1,94 @@
+// Question texts, the rows of lists, and how far bars may be dragged.
+
+#include "ui/question_text.h"
+
+#include <gtest/gtest.h>
+
+#include "core/text.h"
+#include "ui/list_model.h"
+#include "ui/splitter_limits.h"
+
+namespace qmtrain::ui {
+namespace {
+
+TEST(QuestionText, PlaceholdersGoUnlessOneStandsAtTheBeginning) {
+    struct Case {
+        const char16_t* stored;
+        std::u16string shown;
+    };
+    const Case cases[] = {
+        {u"ab[%user%]c", u"abc"},
+        {u"ab%user%c%USER%d[%User%]e", u"abcde"},
+        {u"a%user%b%user%", u"a%user%b%user%"},          // position 1: this one and all behind it stay
+        {u"a[%user%]b[%user%]", u"a[]b[]"},              // the shorter one stands further on
+        {u"[%user%]ab[%user%]", u"[%user%]ab[%user%]"},  // nor does the shorter one: it stands at 1
+        {u"%user%ab[%user%]", u"%user%ab"},              // the kinds are looked for one after the other
+        {u"ab[%us[%user%]er%]", u"ab"},                  // what falls together is found again
+        {u"ab[%user]", u"ab[%user]"},
+        {u"{\\rtf1 ab[%us{\\b er%]}c\\par %user%d}", u"abc\nd"},
+        {u"甲^p乙^p%user%", u"甲\n乙\n"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(StoredText(c.stored).PlainText(), c.shown) << ToUtf8(c.stored);
+}
+
+TEST(QuestionText, BlackColourTablesAreLeftOut) {
+    const RichText text = StoredText(u"{\\rtf1{\\colortbl ;\\red0\\green0\\blue0;}\\cf1 x}");
+    EXPECT_EQ(text.PlainText(), u"x");
+    EXPECT_FALSE(text.Paragraphs()[0].runs[0].format.color);
+    EXPECT_TRUE(
+        StoredText(u"{\\rtf1{\\colortbl ;\\red9\\green0\\blue0;}\\cf1 x}").Paragraphs()[0].runs[0].format.color);
+}
+
+TEST(QuestionText, OptionsStandInOrderBehindTheirLetters) {
+    TextCollection options;
+    EXPECT_EQ(OptionsText(options).PlainText(), u"选择项:");
+    options.Add(u"{\\rtf1 {\\b 甲}\\par }", u"A");
+    options.Add(u"", u"B");
+    options.Add(u"丙^p丁", u"C");
+    const RichText text = OptionsText(options);
+    EXPECT_EQ(text.PlainText(), u"选择项:\nA. 甲、\nB. 、\nC. 丙\n丁");
+    ASSERT_EQ(text.Paragraphs()[1].runs.size(), 3U);
+    EXPECT_TRUE(text.Paragraphs()[1].runs[1].format.bold);
+    EXPECT_FALSE(text.Paragraphs()[1].runs[2].format.bold);
+}
+
+std::u16string Order(const ListModel& model) {
+    std::u16string keys;
+    for (std::size_t i = 0; i < model.Size(); ++i) keys += model.Row(i).key;
+    return keys;
+}
+
+TEST(ListModel, SortsTextsAsDictionariesDoAndKeepsEqualRows) {
+    struct Case {
+        const char* name;
+        std::size_t column;
+        bool ascending;
+        std::u16string order;
+    };
+    ListModel model;
+    model.Add({u"a", {u"80", u"笔试", u"0080"}});
+    model.Add({u"b", {u"100", u"上机", u"0100"}});
+    model.Add({u"c", {u"9", u"笔试", u"0009"}});
+    model.Add({u"d", {u"", u"上机", u"0009"}});
+    for (const Case& c : {Case{"texts, not numbers", 0, true, u"dbac"}, Case{"downwards", 0, false, u"cabd"},
+                          Case{"with leading zeros", 2, true, u"cdab"}, Case{"equal ones stay", 2, false, u"bacd"},
+                          Case{"as they were", 1, true, u"bdac"}, Case{"turned round", 1, false, u"acbd"}}) {
+        model.Sort(c.column, c.ascending);
+        EXPECT_EQ(Order(model), c.order) << c.name;
+    }
+    EXPECT_EQ(model.Find(u"C"), 1U);
+    EXPECT_EQ(model.Find(u"e"), std::nullopt);
+    model.Clear();
+    EXPECT_EQ(model.Find(u"a"), std::nullopt);
+}
+
+TEST(SplitterLimits, BetweenFarEnoughFromBothEnds) {
+    constexpr int kExtent = 5000;
+    const std::pair<int, bool> edges[] = {{600, false},  {601, true},  {4400, true},
+                                          {4401, false}, {-50, false}, {9999, false}};
+    for (const auto& [edge, accepted] : edges) EXPECT_EQ(AcceptsEdge(edge, kExtent), accepted) << edge;
+    EXPECT_FALSE(AcceptsEdge(601, 1200)) << "no room for two panes";
+}
+
+}  // namespace
+}  // namespace qmtrain::ui
