@@ -265,6 +265,33 @@ TEST_F(TableTest, RowsThatGrowMoveAndKeepTheirIdentity) {
     ExpectClean(*database);
 }
 
+// What their index entries share is stored once; a page then holds more than a thousand of them.
+TEST_F(TableTest, ManyRowsUnderOneKey) {
+    constexpr std::int32_t kRows = 3000;
+    auto database = Create();
+    Write(*database, [&] {
+        database->CreateTable({.name = u"TrainInfo",
+                               .columns = {{.name = u"TrainID", .type = ColumnType::Long},
+                                           {.name = u"UserId", .type = ColumnType::Long},
+                                           {.name = u"SubjectCode", .type = ColumnType::Long}},
+                               .indexes = {{.name = u"ByUser", .columns = {{u"UserId"}, {u"SubjectCode"}}}}});
+        const auto table = database->FindTable(u"TrainInfo");
+        for (std::int32_t i = 0; i < kRows; ++i) table->Insert(std::vector<Value>{i, 7, 1});
+    });
+    EXPECT_EQ(Rows(*database, u"TrainInfo").size(), static_cast<std::size_t>(kRows));
+    ExpectClean(*database);
+
+    // A walk along the index while each step adds a row elsewhere.
+    std::int32_t walked = 0;
+    Write(*database, [&] {
+        database->CreateTable({.name = u"Seen", .columns = {{.name = u"Row", .type = ColumnType::Long}}});
+        const auto seen = database->FindTable(u"Seen");
+        RowCursor cursor(database->FindTable(u"TrainInfo"));
+        for (cursor.Range(0, {}, std::nullopt); cursor.Next(); ++walked) seen->Insert(std::vector<Value>{walked});
+    });
+    EXPECT_EQ(walked, kRows);
+}
+
 TEST_F(TableTest, ChineseOrderTakesAsciiOnly) {
     auto database = Create({.sort_order = kChineseOrder});
     EXPECT_EQ(database->GetPager().GetHeader().code_page, 936);

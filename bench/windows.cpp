@@ -1,0 +1,246 @@
+// Opening the windows on a long history, a long paper and many notes, against the bare queries behind them.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include <wx/dialog.h>
+
+#include "bank/schema.h"
+#include "core/client_folder.h"
+#include "core/files.h"
+#include "core/log.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "measure.h"
+#include "notes/frm_notes.h"
+#include "records/schema.h"
+#include "records/train_result.h"
+#include "review/frm_train.h"
+#include "review/frm_view_paper.h"
+#include "review/training_row.h"
+#include "ui/toolkit.h"
+
+namespace {
+
+using namespace qmtrain;
+namespace fs = std::filesystem;
+
+constexpr std::int32_t kTrainings = 5000;
+constexpr int kResults = 10;  // of a training
+constexpr int kQuestions = 200;
+constexpr int kNotes = 2000;
+constexpr int kBanks = 30;
+constexpr std::int32_t kUser = 7;
+constexpr std::int32_t kSubject = 1;
+constexpr int kRuns = 5;
+
+void Require(bool succeeded) {
+    if (succeeded) return;
+    std::fprintf(stderr, "the work was not done; see %s\n", LogFile().c_str());
+    std::exit(1);
+}
+
+// The last training has the long paper; the others have questions of one point each.
+void MakeHistory(const std::u16string& folder) {
+    CreateClientDatabase(folder);
+    dao::Engine::Instance().BeginTrans();
+    const dao::Connection client(ClientDatabase(folder));
+    const auto trainings = client->OpenRecordset(u"Select * From TrainInfo");
+    for (std::int32_t i = 0; i < kTrainings; ++i) {
+        trainings->AddNew();
+        trainings->Fields(u"UserId").Value(kUser);
+        trainings->Fields(u"SubjectCode").Value(kSubject);
+        trainings->Fields(u"StartDate").Value(Date{38000 + i / 4.0});
+        trainings->Fields(u"TheoryNo").Value(std::int32_t{1});
+        trainings->Fields(u"UseTime").Value(900 + i % 3600);
+        trainings->Update();
+    }
+    for (int i = 0; i < kResults; ++i) {
+        client->Execute(
+            u"INSERT INTO TrainResult (TrainID, QuestionType, QuestionScore, AnswerScore, QuestionNo)"
+            u" SELECT TrainID, 1, 1, (TrainID * " +
+            ToText(7 + i) + u" Mod 11) / 10, " + ToText(i) + u" FROM TrainInfo WHERE TrainID < " + ToText(kTrainings));
+    }
+    client->Execute(u"INSERT INTO Tbl_QuestionType VALUES (1, '单项选择题', Null, '1')");
+    const auto results = client->OpenRecordset(u"Select * From TrainResult Where TrainID=0");
+    for (int i = 0; i < kQuestions; ++i) {
+        results->AddNew();
+        results->Fields(u"TrainID").Value(kTrainings);
+        results->Fields(u"QuestionType").Value(std::int32_t{1});
+        results->Fields(u"DataCode").Value(u"KJ");
+        results->Fields(u"QuestionRecNo").Value(u"KJ01" + ToText(1000 + i));
+        results->Fields(u"QuestionScore").Value(0.5F);
+        results->Fields(u"AnswerScore").Value(i % 3 == 0 ? 0.0F : 0.5F);
+        results->Fields(u"Answer").Value(u"2");
+        results->Fields(u"StudentAnswer").Value(i % 3 == 0 ? u"1" : u"2");
+        results->Fields(u"Difficult").Value(std::int32_t{2});
+        results->Fields(u"QuestionNo").Value(i + 1);
+        results->Update();
+    }
+    dao::Engine::Instance().CommitTrans();
+}
+
+void MakePaper(const std::u16string& file) {
+    CreateLocalPaperDatabase(file);
+    dao::Engine::Instance().BeginTrans();
+    const dao::Connection paper(file);
+    paper->Execute(u"INSERT INTO Tbl_Information VALUES ('01', 'KJ', 'TBL_CHOICE')");
+    for (int i = 0; i < kQuestions; ++i) {
+        const std::u16string key = u"('KJ01" + ToText(1000 + i) + u"', 'KJ', 1, ";
+        paper->Execute(u"INSERT INTO TBL_CHOICE VALUES " + key + u"'{\\rtf1 下列叙述中，{\\b 正确}的是\\par }', '2')");
+        for (const std::u16string_view letter : {u"A", u"B", u"C", u"D"}) {
+            paper->Execute(u"INSERT INTO Tbl_ChoiceVice VALUES " + key + u"'" + std::u16string(letter) + u"', '选项')");
+        }
+    }
+    dao::Engine::Instance().CommitTrans();
+}
+
+void MakeNotes(const std::u16string& folder) {
+    dao::Engine::Instance().BeginTrans();
+    const dao::Connection client(ClientDatabase(folder));
+    const auto notes = client->OpenRecordset(u"Select * From Notes");
+    for (int i = 0; i < kNotes; ++i) {
+        notes->AddNew();
+        notes->Fields(u"Name").Value(u"笔记" + ToText(i));
+        notes->Fields(u"Content").Value(std::u16string(300, u'文'));
+        notes->Fields(u"CreateUserID").Value(kUser);
+        notes->Fields(u"CreateDate").Value(Date{38000 + i * 17 % kNotes / 4.0});
+        notes->Fields(u"ViewTimes").Value(std::int32_t{1});
+        notes->Fields(u"DataCode").Value(u"B" + ToText(i % kBanks));
+        notes->Fields(u"QuestionRecNo").Value(ToText(i));
+        notes->Fields(u"SubjectCode").Value(kSubject);
+        notes->Update();
+    }
+    const dao::Connection paper(InFolder(folder, u"LocalPaper.mdb"));
+    for (int i = 0; i < kBanks; ++i) {
+        paper->Execute(u"INSERT INTO Tbl_Subject VALUES ('B" + ToText(i) + u"', 1, Null, '题库" + ToText(i) + u"')");
+    }
+    dao::Engine::Instance().CommitTrans();
+}
+
+// Runs `done` when the window has next been painted.
+void AfterPaint(wxWindow& window, const std::function<void()>& done) {
+    window.Bind(wxEVT_PAINT, [&window, done](wxPaintEvent& event) {
+        event.Skip();
+        window.CallAfter(done);
+    });
+}
+
+// A list paints its rows in a window inside it.
+wxWindow& RowsOf(ui::ListView& list) {
+    for (wxWindow* child : list.GetChildren()) {
+        if (child->GetName() == "wxlistctrl" || child->GetName() == "listctrlmainwindow") return *child;
+    }
+    return list;
+}
+
+void OpenHistory(const std::u16string& folder) {
+    review::FrmTrain window;
+    window.ClientPath(folder);
+    window.UserId(kUser);
+    window.SubjectCode(kSubject);
+    AfterPaint(RowsOf(*window.LvTrainInfo), [&] { window.Piclst->Click(review::kChartTab); });
+    AfterPaint(*window.MSChart, [&] {
+        if (window.IsModal()) window.EndModal(wxID_OK);
+    });
+    Require(window.ShowModal() == wxID_OK);
+    Require(window.LvTrainInfo->GetItemCount() == kTrainings && window.MSChart->RowCount() == kTrainings);
+}
+
+void QueryHistory(const std::u16string& folder) {
+    const dao::Connection client(ClientDatabase(folder));
+    const auto rows =
+        client->OpenRecordset(review::TrainingsQuery(kUser, kSubject, review::TrainingOrder::NewestFirst));
+    std::int32_t count = 0;
+    for (; !rows->Eof(); rows->MoveNext()) ++count;
+    Require(count == kTrainings);
+}
+
+void OpenPaper(const std::u16string& folder) {
+    review::FrmViewPaper window;
+    window.ClientPath(folder);
+    window.LocalMdbPath(InFolder(folder, u"LocalPaper.mdb"));
+    window.IsNet(true);
+    window.SubjectCode(kSubject);
+    window.TrainID(kTrainings);
+    AfterPaint(*window.RtfTitle, [&] {
+        if (window.IsModal()) window.EndModal(wxID_OK);
+    });
+    Require(window.ShowModal() == wxID_OK);
+    Require(window.FlexGridQuestions->GetItemCount() == kQuestions && window.RtfChoice->Text().Length() > 20);
+}
+
+void QueryPaper(const std::u16string& folder) {
+    TrainResult result;
+    result.ClientPath(folder);
+    const auto rows = result.GetRecordset(kTrainings);
+    int count = 0;
+    for (; !rows->Eof(); rows->MoveNext()) ++count;
+    Require(count == kQuestions);
+}
+
+notes::NotesSource NotesIn(const std::u16string& folder) {
+    notes::NotesSource source;
+    source.client_path = folder;
+    source.local_paper_path = InFolder(folder, u"LocalPaper.mdb");
+    source.is_net = true;
+    source.subject_code = kSubject;
+    source.user_id = kUser;
+    return source;
+}
+
+// Shows all banks, then the notes of one.
+void OpenNotes(const std::u16string& folder) {
+    notes::FrmNotes window(NotesIn(folder));
+    AfterPaint(RowsOf(*window.LvNotes), [&] {
+        if (window.SelectedKey() == notes::kRootKey) {
+            window.SelectKey(u"DataB0");
+        } else if (window.IsModal()) {
+            window.EndModal(wxID_OK);
+        }
+    });
+    Require(window.ShowModal() == wxID_OK);
+    Require(window.TvNotes->GetCount() == 1 + kBanks + kNotes);
+    Require(window.LvNotes->GetItemCount() == (kNotes + kBanks - 1) / kBanks);
+}
+
+void QueryNotes(const std::u16string& folder) {
+    const notes::NotesSource source = NotesIn(folder);
+    const auto note = notes::InitNoteObject(source);
+    const auto banks = notes::LoadAllNotes(source, *note);
+    Require(banks.size() == kBanks && !notes::BankRows(banks.front(), *note, kUser).empty());
+}
+
+template <class Open, class Query>
+void Compare(const char* name, Open open, Query query) {
+    const double opened = bench::BestOf(kRuns, open);
+    const double queried = bench::BestOf(kRuns, query);
+    std::printf("%s: %.3f s, the bare query %.3f s: %.2f times its time\n", name, opened, queried, opened / queried);
+}
+
+}  // namespace
+
+int main() {
+    if (!ui::StartToolkit(u"bench")) {
+        std::fputs("there is no display; xvfb-run has one\n", stderr);
+        return 1;
+    }
+    const fs::path path = fs::temp_directory_path() / "qmtrain-bench-windows";
+    fs::remove_all(path);
+    fs::create_directories(path);
+    SetComponentFolder(path);
+    const std::u16string folder = FromNativePath(path);
+    MakeHistory(folder);
+    MakePaper(InFolder(folder, u"LocalPaper.mdb"));
+    MakeNotes(folder);
+    Compare(
+        "the history of 5000 trainings, list and chart painted", [&] { OpenHistory(folder); },
+        [&] { QueryHistory(folder); });
+    Compare(
+        "the review of 200 questions, painted", [&] { OpenPaper(folder); }, [&] { QueryPaper(folder); });
+    Compare(
+        "the manager of 2000 notes in 30 banks, painted", [&] { OpenNotes(folder); }, [&] { QueryNotes(folder); });
+    fs::remove_all(path);
+}

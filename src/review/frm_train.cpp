@@ -1,0 +1,237 @@
+#include "review/frm_train.h"
+
+#include <wx/app.h>
+#include <wx/settings.h>
+#include <wx/sizer.h>
+
+#include "core/trap.h"
+#include "records/train_info.h"
+#include "review/frm_view_paper.h"
+#include "review/training_row.h"
+#include "ui/twips.h"
+#include "ui/wx_text.h"
+
+namespace qmtrain::review {
+namespace {
+
+// Pixels of an unscaled screen.
+constexpr int kMargin = 12;
+constexpr int kGap = 8;
+const wxSize kLeastSize(640, 420);
+const wxSize kFirstSize(760, 520);
+
+constexpr int kColumnSlack = 200;  // twips beside a header's text
+constexpr int kIconRoom = 660;     // twips of the row's icon before the date
+
+struct Column {
+    const char16_t* title;
+    const char16_t* widest;  // the text that must fit
+    int slack;               // twips
+    wxListColumnFormat format;
+};
+
+constexpr Column kColumns[] = {
+    {u"日期", u"05-04-12 12:00", kIconRoom, wxLIST_FORMAT_LEFT},
+    {u"类型", u"类型", 2 * kColumnSlack, wxLIST_FORMAT_LEFT},
+    {u"练习时间", u"练习时间", 2 * kColumnSlack, wxLIST_FORMAT_LEFT},
+    {u"总分", u"总分", 3 * kColumnSlack, wxLIST_FORMAT_RIGHT},
+    {u"得分", u"得分", 3 * kColumnSlack, wxLIST_FORMAT_RIGHT},
+    {u"得分率(%)", u"得分率(%)", 2 * kColumnSlack, wxLIST_FORMAT_RIGHT},
+};
+
+const std::vector<ui::Icon> kIcons = {ui::Icon::Pass, ui::Icon::Fail, ui::Icon::Ascending, ui::Icon::Descending};
+constexpr int kHeaderIcons = 2;  // the header's icons stand behind the rows'
+
+// The rows of a summary, one after the other.
+template <class Body>
+void ForEachTraining(std::u16string_view client_path, std::u16string_view query, Body body) {
+    Trapped(u"FrmTrain.Form_Load", [&] {
+        TrainInfo train;
+        train.ClientPath(client_path);
+        std::u16string problem;
+        if (!train.Init(problem)) return;
+        const auto rows = train.GetRecordset(query);
+        for (; rows && !rows->Eof(); rows->MoveNext()) body(ReadTraining(*rows));
+    });
+}
+
+}  // namespace
+
+FrmTrain::FrmTrain()
+    : wxDialog(nullptr, wxID_ANY, ui::ToWx(u"练习历史"), wxDefaultPosition, wxDefaultSize,
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX) {
+    Piclst = new TabStrip(this);
+    BuildPanels();
+    const int margin = FromDIP(kMargin);
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    sizer->Add(Piclst, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, margin);
+    sizer->Add(PicLv, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
+    sizer->Add(PicChart, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
+    BuildButtons(*sizer);
+    PicChart->Hide();
+    SetSizer(sizer);
+    SetMinClientSize(FromDIP(kLeastSize));
+    SetClientSize(FromDIP(kFirstSize));
+    BindEvents();
+    CentreOnScreen();
+}
+
+void FrmTrain::BuildPanels() {
+    PicLv = new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
+    LvTrainInfo = new ui::ListView(PicLv, kIcons);
+    LvTrainInfo->SetEmptyText(u"还没有练习记录。\n交卷后，每次练习的成绩会显示在这里。");
+    auto* list_sizer = new wxBoxSizer(wxVERTICAL);
+    list_sizer->Add(LvTrainInfo, 1, wxEXPAND);
+    PicLv->SetSizer(list_sizer);
+    BuildColumns();
+
+    PicChart = new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
+    PicChart->SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW));
+    MSChart = new ScoreChart(PicChart);
+    OptChartType[0] =
+        new wxRadioButton(PicChart, wxID_ANY, ui::ToWx(u"柱状图"), wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
+    OptChartType[1] = new wxRadioButton(PicChart, wxID_ANY, ui::ToWx(u"折线图"));
+    ChkHG = new wxCheckBox(PicChart, wxID_ANY, ui::ToWx(u"回归线"));
+    ChkHG->Disable();
+    auto* options = new wxBoxSizer(wxHORIZONTAL);
+    const int gap = FromDIP(kGap);
+    options->Add(OptChartType[0], 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, 2 * gap);
+    options->Add(OptChartType[1], 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, 2 * gap);
+    options->Add(ChkHG, 0, wxALIGN_CENTRE_VERTICAL);
+    auto* chart_sizer = new wxBoxSizer(wxVERTICAL);
+    chart_sizer->Add(options, 0, wxALL, gap);
+    chart_sizer->Add(MSChart, 1, wxEXPAND);
+    PicChart->SetSizer(chart_sizer);
+}
+
+void FrmTrain::BuildColumns() {
+    std::size_t cell = 0;
+    for (const Column& column : kColumns) {
+        const int width = LvTrainInfo->GetTextExtent(ui::ToWx(column.widest)).x + ui::ToPixels(*this, column.slack);
+        LvTrainInfo->AddColumn(column.title, width, cell++, column.format);
+    }
+}
+
+void FrmTrain::BuildButtons(wxSizer& sizer) {
+    BtnView = new wxButton(this, wxID_ANY, ui::ToWx(u"查看试卷"));
+    BtnReDo = new wxButton(this, wxID_ANY, ui::ToWx(u"重做试卷"));
+    auto* close = new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭"));
+    BtnView->Disable();
+    BtnReDo->Disable();
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    row->Add(BtnView, 0, wxRIGHT, FromDIP(kGap));
+    row->Add(BtnReDo);
+    row->AddStretchSpacer();
+    row->Add(close);
+    sizer.Add(row, 0, wxEXPAND | wxALL, FromDIP(kMargin));
+}
+
+void FrmTrain::BindEvents() {
+    Piclst->OnSwitch = [this](int index) { Piclst_Click(index); };
+    LvTrainInfo->Bind(wxEVT_LIST_COL_CLICK,
+                      [this](wxListEvent& event) { LvTrainInfo_ColumnClick(event.GetColumn() + 1); });
+    LvTrainInfo->Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent&) { EnableButtons(); });
+    LvTrainInfo->Bind(wxEVT_LIST_ITEM_ACTIVATED, [this](wxListEvent&) { BtnView_Click(); });
+    for (int i = 0; i < 2; ++i) {
+        OptChartType[static_cast<std::size_t>(i)]->Bind(wxEVT_RADIOBUTTON,
+                                                        [this, i](wxCommandEvent&) { OptChartType_Click(i); });
+    }
+    ChkHG->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { ChkHG_Click(); });
+    BtnView->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { BtnView_Click(); });
+    BtnReDo->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { BtnReDo_Click(); });
+}
+
+int FrmTrain::ShowModal() {
+    FillList();
+    FillChart();
+    LvTrainInfo->SetFocus();
+    return wxDialog::ShowModal();
+}
+
+void FrmTrain::FillList() {
+    rows_.Clear();
+    train_ids_.clear();
+    ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::NewestFirst),
+                    [this](const Training& training) {
+                        train_ids_.push_back(training.id);
+                        rows_.Add(ToListRow(training));
+                    });
+    LvTrainInfo->Show(rows_);
+    if (rows_.Size() == 0) return;
+    LvTrainInfo->SelectRow(0);
+    EnableButtons();
+}
+
+void FrmTrain::FillChart() {
+    std::vector<ScorePoint> points;
+    ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::OldestFirst),
+                    [&](const Training& training) {
+                        points.push_back(ToScorePoint(training.start, training.paper_score, training.got_score));
+                    });
+    chart_options_ = ChartOptions(points.size());
+    MSChart->SetPoints(std::move(points));
+}
+
+void FrmTrain::EnableButtons() {
+    BtnReDo->Enable();
+    BtnView->Enable();
+}
+
+void FrmTrain::Piclst_Click(int index) {
+    PicLv->Show(index == kListTab);
+    PicChart->Show(index == kChartTab);
+    Layout();
+}
+
+void FrmTrain::LvTrainInfo_ColumnClick(int header) {
+    if (header < 1) return;  // beside the headers
+    sort_.Click(header);
+    for (int i = 1; i <= LvTrainInfo->GetColumnCount(); ++i) {
+        const int icon = sort_.Icon(i);
+        LvTrainInfo->SetHeaderIcon(i - 1, icon == 0 ? 0 : icon + kHeaderIcons);
+    }
+    LvTrainInfo->SortBy(static_cast<std::size_t>(sort_.Key()), sort_.Ascending());
+}
+
+void FrmTrain::OptChartType_Click(int index) {
+    chart_options_.SelectType(index);
+    ApplyChartOptions();
+}
+
+void FrmTrain::ChkHG_Click() {
+    chart_options_.CheckRegression(ChkHG->GetValue());
+    ApplyChartOptions();
+}
+
+void FrmTrain::ApplyChartOptions() {
+    ChkHG->Enable(chart_options_.RegressionEnabled());
+    MSChart->SetOptions(chart_options_.Type(), chart_options_.RegressionShown());
+}
+
+void FrmTrain::BtnView_Click() {
+    const ui::ListRow* row = LvTrainInfo->SelectedRow();
+    const std::int32_t train_id = row != nullptr ? TrainingOf(row->key) : -1;
+    if (train_id == -1) return;
+    FrmViewPaper window;
+    window.ClientPath(client_path_);
+    window.DataMdbPath(data_mdb_path_);
+    window.LocalMdbPath(local_paper_mdb_path_);
+    window.IsNet(is_net_);
+    window.SubjectCode(subject_code_);
+    window.TrainID(train_id);
+    window.ShowModal();
+}
+
+void FrmTrain::BtnReDo_Click() {
+    if (!IsModal()) return;  // a second click, still under way when the first one closed the window
+    const ui::ListRow* row = LvTrainInfo->SelectedRow();
+    const std::int32_t train_id = row != nullptr ? TrainingOf(row->key) : -1;
+    if (train_id == -1) return;
+    const bool written = row->cells[kKindColumn] == kWritten;
+    EndModal(wxID_OK);
+    wxYield();
+    if (RdDoQuestionPaper) RdDoQuestionPaper(train_id, written);
+    wxYield();
+}
+
+}  // namespace qmtrain::review

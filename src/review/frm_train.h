@@ -1,0 +1,86 @@
+// The training history window: all trainings as a list and as a chart.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/dialog.h>
+#include <wx/radiobut.h>
+
+#include "review/history_sort.h"
+#include "review/score_chart.h"
+#include "review/score_series.h"
+#include "review/tab_strip.h"
+#include "ui/list_model.h"
+#include "ui/list_view.h"
+
+namespace qmtrain::review {
+
+class FrmTrain : public wxDialog {
+public:
+    FrmTrain();
+
+    void LocalPaperMdbPath(std::u16string_view value) { local_paper_mdb_path_ = value; }
+    void ClientPath(std::u16string_view value) { client_path_ = value; }
+    void DataMdbPath(std::u16string_view value) { data_mdb_path_ = value; }
+    void IsNet(bool value) { is_net_ = value; }
+    void UserId(std::int32_t value) { user_id_ = value; }
+    void SubjectCode(std::int32_t value) { subject_code_ = value; }
+
+    // Fills list and chart, and shows the window until it is closed.
+    int ShowModal() override;
+
+    // The candidate wants a training's paper again; the window is closed by then.
+    std::function<void(std::int32_t TrainID, bool lblnBS)> RdDoQuestionPaper;
+
+    // The trainings in the order in which the list was filled.
+    const std::vector<std::int32_t>& TrainIds() const { return train_ids_; }
+
+    ui::ListView* LvTrainInfo = nullptr;
+    wxButton* BtnView = nullptr;
+    wxButton* BtnReDo = nullptr;
+    TabStrip* Piclst = nullptr;
+    wxPanel* PicLv = nullptr;
+    wxPanel* PicChart = nullptr;
+    ScoreChart* MSChart = nullptr;
+    std::array<wxRadioButton*, 2> OptChartType{};
+    wxCheckBox* ChkHG = nullptr;
+
+private:
+    void BuildPanels();
+    void BuildColumns();
+    void BuildButtons(wxSizer& sizer);
+    void BindEvents();
+
+    void FillList();
+    void FillChart();
+
+    void Piclst_Click(int index);
+    void LvTrainInfo_ColumnClick(int header);
+    void OptChartType_Click(int index);
+    void ChkHG_Click();
+    void BtnView_Click();
+    void BtnReDo_Click();
+    void EnableButtons();
+    void ApplyChartOptions();
+
+    std::u16string local_paper_mdb_path_;
+    std::u16string client_path_;
+    std::u16string data_mdb_path_;
+    bool is_net_ = false;
+    std::int32_t user_id_ = 0;
+    std::int32_t subject_code_ = 0;
+
+    ui::ListModel rows_;
+    std::vector<std::int32_t> train_ids_;
+    HistorySort sort_;
+    ChartOptions chart_options_;
+};
+
+}  // namespace qmtrain::review

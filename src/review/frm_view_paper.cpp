@@ -1,0 +1,225 @@
+#include "review/frm_view_paper.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <wx/button.h>
+#include <wx/menu.h>
+#include <wx/sizer.h>
+
+#include "core/trap.h"
+#include "records/train_result.h"
+#include "review/paper_layout.h"
+#include "ui/splitter_limits.h"
+#include "ui/twips.h"
+#include "ui/wx_text.h"
+
+namespace qmtrain::review {
+namespace {
+
+// Pixels of an unscaled screen.
+constexpr int kMargin = 12;
+constexpr int kGap = 6;
+const wxSize kFirstSize(980, 620);
+const wxSize kLeastPane(40, 40);
+constexpr int kColumnWidths[kPaperColumns] = {0, 0, 0, 48, 48, 76, 92, 84, 84};
+
+wxStaticText* Caption(wxWindow* parent, std::u16string_view text) {
+    auto* caption = new wxStaticText(parent, wxID_ANY, ui::ToWx(text));
+    caption->SetFont(caption->GetFont().Bold());
+    return caption;
+}
+
+// A pane with a view that fills it, below a caption if there is one.
+void Fill(wxPanel& pane, std::initializer_list<wxWindow*> parts) {
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    for (wxWindow* part : parts) {
+        const bool view = dynamic_cast<ui::RichTextView*>(part) != nullptr;
+        if (view) part->SetMinSize(pane.FromDIP(kLeastPane));
+        sizer->Add(part, view ? 1 : 0, wxEXPAND | (view ? 0 : wxTOP | wxBOTTOM), pane.FromDIP(kGap) / 2);
+    }
+    pane.SetSizer(sizer);
+}
+
+int Share(double share, int extent) {
+    return static_cast<int>(std::lround(share * extent));
+}
+
+}  // namespace
+
+FrmViewPaper::FrmViewPaper()
+    : wxDialog(nullptr, wxID_ANY, ui::ToWx(u"查看试卷"), wxDefaultPosition, wxDefaultSize,
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX) {
+    BuildGrid();
+    BuildPanes();
+    SetClientSize(FromDIP(kFirstSize));
+    BindEvents();
+    SetEscapeId(wxID_CANCEL);
+    CentreOnScreen();
+}
+
+void FrmViewPaper::BuildGrid() {
+    FlexGridQuestions = new ui::ListView(this, {});
+    FlexGridQuestions->SetEmptyText(u"这次练习没有试题记录。");
+    for (std::size_t i = kNumber; i < kPaperColumns; ++i) {
+        const bool score = i == kScore || i == kGotScore;
+        FlexGridQuestions->AddColumn(kPaperHeaders[i], FromDIP(kColumnWidths[i]), i,
+                                     score ? wxLIST_FORMAT_RIGHT : wxLIST_FORMAT_LEFT);
+    }
+}
+
+void FrmViewPaper::BuildPanes() {
+    using Direction = ui::SplitterBar::Direction;
+    PicLeftRight = new ui::SplitterBar(this, Direction::LeftRight);
+    PicRight = new wxPanel(this);
+    PicTitle = new wxPanel(PicRight);
+    RtfTitle = new ui::RichTextView(PicTitle);
+    Fill(*PicTitle, {Caption(PicTitle, u"试题："), RtfTitle});
+    PicChoice = new wxPanel(PicRight);
+    LblChoice = Caption(PicChoice, u"选择项：");
+    RtfChoice = new ui::RichTextView(PicChoice);
+    Fill(*PicChoice, {LblChoice, RtfChoice});
+    PicChoice->Hide();
+    PicTopBottom = new ui::SplitterBar(PicRight, Direction::TopBottom);
+    PicAnswer = new wxPanel(PicRight);
+    LblAnswer = Caption(PicAnswer, u"答案：");
+    RtfAnswer = new ui::RichTextView(PicAnswer);
+    LblError = Caption(PicAnswer, u"错误信息：");
+    RtfError = new ui::RichTextView(PicAnswer);
+    Fill(*PicAnswer, {LblAnswer, RtfAnswer, LblError, RtfError});
+}
+
+void FrmViewPaper::BindEvents() {
+    Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        Form_Resize();
+    });
+    PicRight->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+        event.Skip();
+        LayOutQuestion();
+    });
+    FlexGridQuestions->Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent&) { FlexGridQuestions_SelChange(); });
+    FlexGridQuestions->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) { ShowArrangementMenu(); });
+    PicLeftRight->OnDrag = [this](int edge) { DragLeftRight(edge); };
+    PicTopBottom->OnDrag = [this](int edge) { DragTopBottom(edge); };
+    Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
+        if (event.GetKeyCode() == WXK_ESCAPE) {
+            EndModal(wxID_CANCEL);
+        } else {
+            event.Skip();
+        }
+    });
+}
+
+int FrmViewPaper::ShowModal() {
+    FillGrid();
+    FlexGridQuestions->SetFocus();
+    return wxDialog::ShowModal();
+}
+
+void FrmViewPaper::FillGrid() {
+    rows_.Clear();
+    Trapped(u"FrmViewPaper.Form_Load", [this] {
+        TrainResult results;
+        results.ClientPath(source_.client_path);
+        const auto rows = results.GetRecordset(source_.train_id);
+        for (std::int32_t number = 1; rows && !rows->Eof(); rows->MoveNext()) {
+            rows_.Add(ReadPaperRow(*rows, number++));
+        }
+    });
+    FlexGridQuestions->Show(rows_);
+    if (rows_.Size() > 0) {
+        FlexGridQuestions->SelectRow(0);  // shows the question
+    } else {
+        Show(QuestionPanes());
+    }
+}
+
+void FrmViewPaper::FlexGridQuestions_SelChange() {
+    const ui::ListRow* row = FlexGridQuestions->SelectedRow();
+    Show(row != nullptr ? ShowQuestionItem(source_, *row) : QuestionPanes());
+}
+
+void FrmViewPaper::Show(const QuestionPanes& panes) {
+    RtfTitle->SetText(panes.title);
+    RtfChoice->SetText(panes.options.value_or(ui::RichText()));
+    RtfAnswer->SetText(panes.answer);
+    RtfError->SetText(panes.error);
+    has_options_ = panes.options.has_value();
+    LayOutQuestion();
+}
+
+// Layout
+
+void FrmViewPaper::Form_Resize() {
+    const FormSize now{ui::ToTwips(*this, GetSize().x), ui::ToTwips(*this, GetSize().y)};
+    const FormSize allowed = AllowedSize(now);
+    if (allowed != now && !IsMaximized()) SetSize(ui::ToPixels(*this, allowed.width), GetSize().y);
+    LayOut();
+}
+
+void FrmViewPaper::LayOut() {
+    const int margin = FromDIP(kMargin);
+    const wxRect area = wxRect(GetClientSize()).Deflate(margin);
+    const int bar = FromDIP(ui::SplitterBar::kThickness);
+    PicLeftRight->SetDirection(below_ ? ui::SplitterBar::Direction::TopBottom : ui::SplitterBar::Direction::LeftRight);
+    if (below_) {
+        const int edge = Share(left_right_, area.height);
+        FlexGridQuestions->SetSize(area.x, area.y, area.width, edge);
+        PicLeftRight->SetSize(area.x, area.y + edge, area.width, bar);
+        PicRight->SetSize(area.x, area.y + edge + bar, area.width, std::max(1, area.height - edge - bar));
+    } else {
+        const int edge = Share(left_right_, area.width);
+        FlexGridQuestions->SetSize(area.x, area.y, edge, area.height);
+        PicLeftRight->SetSize(area.x + edge, area.y, bar, area.height);
+        PicRight->SetSize(area.x + edge + bar, area.y, std::max(1, area.width - edge - bar), area.height);
+    }
+    LayOutQuestion();
+}
+
+// A question without options gives their room to its title.
+void FrmViewPaper::LayOutQuestion() {
+    const wxSize area = PicRight->GetClientSize();
+    const int bar = FromDIP(ui::SplitterBar::kThickness);
+    const int edge = Share(top_bottom_, area.y);
+    const int title = has_options_ ? edge / 2 : edge;
+    PicChoice->Show(has_options_);
+    PicTitle->SetSize(0, 0, area.x, title);
+    if (has_options_) PicChoice->SetSize(0, title, area.x, edge - title);
+    PicTopBottom->SetSize(0, edge, area.x, bar);
+    PicAnswer->SetSize(0, edge + bar, area.x, std::max(1, area.y - edge - bar));
+}
+
+void FrmViewPaper::DragLeftRight(int edge) {
+    const int margin = ui::ToTwips(*this, FromDIP(kMargin));
+    const wxSize area = GetClientSize() - 2 * FromDIP(wxSize(kMargin, kMargin));
+    const int extent = ui::ToTwips(*this, below_ ? area.y : area.x);
+    if (!ui::AcceptsEdge(edge - margin, extent)) return;
+    left_right_ = static_cast<double>(edge - margin) / extent;
+    LayOut();
+}
+
+void FrmViewPaper::DragTopBottom(int edge) {
+    const int extent = ui::ToTwips(*this, PicRight->GetClientSize().y);
+    if (!ui::AcceptsEdge(edge, extent)) return;
+    top_bottom_ = static_cast<double>(edge) / extent;
+    LayOutQuestion();
+}
+
+void FrmViewPaper::mnuViewArr_Click() {
+    below_ = !below_;
+    LayOut();
+}
+
+void FrmViewPaper::ShowArrangementMenu() {
+    wxMenu menu;
+    auto* arrangement = new wxMenu;
+    const int beside = arrangement->AppendRadioItem(wxID_ANY, ui::ToWx(u"试题在右边"))->GetId();
+    const int below = arrangement->AppendRadioItem(wxID_ANY, ui::ToWx(u"试题在下边"))->GetId();
+    arrangement->Check(below_ ? below : beside, true);
+    menu.AppendSubMenu(arrangement, ui::ToWx(u"排列方式"));
+    const int chosen = GetPopupMenuSelectionFromUser(menu);
+    if ((chosen == beside && below_) || (chosen == below && !below_)) mnuViewArr_Click();
+}
+
+}  // namespace qmtrain::review

@@ -1,0 +1,55 @@
+// The questions of a training as the paper review lists and shows them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "dao/dao.h"
+#include "ui/document/rich_text.h"
+#include "ui/list_model.h"
+
+namespace qmtrain::review {
+
+// The cells of a question's row. The first three are not shown: by them the row's question is found again.
+enum PaperColumn : std::size_t {
+    kNumberKey,
+    kRecNo,
+    kDataCode,
+    kNumber,
+    kScore,
+    kGotScore,
+    kTypeName,
+    kStandardAnswer,
+    kStudentAnswer,
+    kPaperColumns
+};
+
+inline constexpr const char16_t* kPaperHeaders[kPaperColumns] = {
+    u"题号", u"题库号", u"总题号", u"题号", u"分值", u"考生得分", u"试题类型", u"标准答案", u"考生答案"};
+
+// The current row of a training's results; `number` counts from 1.
+ui::ListRow ReadPaperRow(dao::Recordset& rows, std::int32_t number);
+
+// Where the questions of a training are.
+struct PaperSource {
+    std::u16string client_path;
+    std::u16string data_mdb_path;    // stand-alone edition: the folder of the banks
+    std::u16string local_paper_mdb;  // network edition: the file
+    bool is_net = false;
+    std::int32_t subject_code = 0;
+    std::int32_t train_id = -1;
+};
+
+// What the panes beside the list show of one question.
+struct QuestionPanes {
+    ui::RichText title;
+    std::optional<ui::RichText> options;
+    ui::RichText answer;
+    ui::RichText error;
+};
+
+// The question of a row. One that cannot be loaded shows the reason as its title; failures are logged.
+QuestionPanes ShowQuestionItem(const PaperSource& source, const ui::ListRow& row);
+
+}  // namespace qmtrain::review

@@ -1,0 +1,78 @@
+#include "review/training_row.h"
+
+#include <algorithm>
+
+#include "core/convert.h"
+#include "core/format.h"
+#include "core/text.h"
+#include "records/summary_query.h"
+
+namespace qmtrain::review {
+namespace {
+
+constexpr std::u16string_view kKeyPrefix = u"NOTE";
+
+std::u16string TwoDigits(std::int32_t number) {
+    return Format(number, u"00");
+}
+
+}  // namespace
+
+std::u16string TrainingsQuery(std::int32_t user_id, std::int32_t subject_code, TrainingOrder order) {
+    std::u16string conditions;
+    if (user_id != -1) conditions += u" And TI.UserID=" + ToText(user_id);
+    if (subject_code != -1) conditions += u" And TI.SubjectCode=" + ToText(subject_code);
+    const bool newest_first = order == TrainingOrder::NewestFirst;
+    return SummaryQuery(conditions, newest_first ? u" Order By TI.StartDate Desc" : u" Order By TI.StartDate");
+}
+
+Training ReadTraining(dao::Recordset& rows) {
+    Training training;
+    training.id = ToLong(rows.Fields(u"TrainID").Value());
+    training.start = DateOr(rows.Fields(u"StartDate").Value(), {});
+    training.theory_no = LongOr(rows.Fields(u"TheoryNo").Value(), -1);
+    training.operation_no = LongOr(rows.Fields(u"OperationNo").Value(), -1);
+    training.use_time = LongOr(rows.Fields(u"UseTime").Value(), -1);
+    training.paper_score = SingleOr(rows.Fields(u"PaperScore").Value(), 0);
+    training.got_score = SingleOr(rows.Fields(u"GetScore").Value(), 0);
+    return training;
+}
+
+std::u16string_view KindText(const Training& training) {
+    return training.theory_no > 0 && training.operation_no <= 0 ? kWritten : kOnComputer;
+}
+
+float Rate(float paper_score, float got_score) {
+    return paper_score == 0 ? 0 : std::min(got_score / paper_score * 100, 100.0F);
+}
+
+bool Passed(float paper_score, float got_score) {
+    return paper_score != 0 && static_cast<double>(got_score / paper_score) >= 0.6;
+}
+
+std::u16string UseTimeText(std::int32_t seconds) {
+    if (seconds == -1) return {};
+    return TwoDigits(seconds / 3600) + u":" + TwoDigits(seconds % 3600 / 60) + u":" + TwoDigits(seconds % 60);
+}
+
+ui::ListRow ToListRow(const Training& training) {
+    const float rate = Rate(training.paper_score, training.got_score);
+    const bool passed = Passed(training.paper_score, training.got_score);
+    ui::ListRow row;
+    row.key = std::u16string(kKeyPrefix) + ToText(training.id);
+    row.icon = passed ? kPassIcon : kFailIcon;
+    row.warning = !passed;
+    row.cells = {
+        Format(training.start, u"yy/mm/dd hh:mm"), std::u16string(KindText(training)),  UseTimeText(training.use_time),
+        ToText(Value(training.paper_score)),       ToText(Value(training.got_score)),   Format(rate, u"#0.0"),
+        Format(training.paper_score, u"0000"),     Format(training.got_score, u"0000"), Format(rate, u"000.0"),
+    };
+    return row;
+}
+
+std::int32_t TrainingOf(std::u16string_view key) {
+    const std::u16string_view number = key.substr(std::min(key.size(), kKeyPrefix.size()));
+    return IsNumeric(number) ? ToLong(number) : -1;
+}
+
+}  // namespace qmtrain::review

@@ -1,0 +1,56 @@
+// Trainings as the history window lists them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/date.h"
+#include "dao/dao.h"
+#include "ui/list_model.h"
+
+namespace qmtrain::review {
+
+enum class TrainingOrder : std::uint8_t { NewestFirst, OldestFirst };
+
+// The summary of trainings of a user in a subject; -1 means any.
+std::u16string TrainingsQuery(std::int32_t user_id, std::int32_t subject_code, TrainingOrder order);
+
+struct Training {
+    std::int32_t id = -1;
+    Date start = {};
+    std::int32_t theory_no = -1;
+    std::int32_t operation_no = -1;
+    std::int32_t use_time = -1;  // seconds, -1 when not known
+    float paper_score = 0;
+    float got_score = 0;
+};
+
+// The current row of the summary.
+Training ReadTraining(dao::Recordset& rows);
+
+// "笔试" for a training with a written paper alone, else "上机".
+std::u16string_view KindText(const Training& training);
+inline constexpr std::u16string_view kWritten = u"笔试";
+inline constexpr std::u16string_view kOnComputer = u"上机";
+
+// Points obtained in percent of the paper's total, at most 100; 0 for a paper without points.
+float Rate(float paper_score, float got_score);
+
+// Whether the points obtained are at least 0.6 of the paper's total.
+bool Passed(float paper_score, float got_score);
+
+// "01:02:05" for 3725 seconds; empty for -1.
+std::u16string UseTimeText(std::int32_t seconds);
+
+inline constexpr int kPassIcon = 1;
+inline constexpr int kFailIcon = 2;
+
+// Date, kind, time used, total, score, rate, and behind them what the last three sort by: texts with leading zeros.
+inline constexpr std::size_t kKindColumn = 1;
+ui::ListRow ToListRow(const Training& training);
+
+// The training's number from a row's key ("NOTE57"); -1 when it holds none.
+std::int32_t TrainingOf(std::u16string_view key);
+
+}  // namespace qmtrain::review

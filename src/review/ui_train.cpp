@@ -1,0 +1,35 @@
+#include "review/ui_train.h"
+
+#include <wx/app.h>
+
+#include "records/train_info.h"
+#include "review/frm_train.h"
+#include "ui/toolkit.h"
+
+namespace qmtrain {
+
+void UITrain::ShowUI() {
+    if (!ui::StartToolkit(u"UITrain.ShowUI")) return;
+    review::FrmTrain window;
+    window.ClientPath(client_path_);
+    window.DataMdbPath(data_mdb_path_);
+    window.LocalPaperMdbPath(local_paper_mdb_path_);
+    window.IsNet(is_net_);
+    window.UserId(user_id_);
+    window.SubjectCode(subject_code_);
+    window.RdDoQuestionPaper = [this](std::int32_t train_id, bool written) {
+        wxYield();
+        if (ReDoQuestionPaper) ReDoQuestionPaper(train_id, written);
+        wxYield();
+    };
+    window.ShowModal();
+}
+
+void InstallHistoryWindow() {
+    TrainInfo::SetHistoryWindow([] {
+        if (!ui::StartToolkit(u"TrainInfo.ShowDlg")) return;
+        review::FrmTrain().ShowModal();
+    });
+}
+
+}  // namespace qmtrain

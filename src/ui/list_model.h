@@ -1,0 +1,37 @@
+// The rows of a report list, and their order.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qmtrain::ui {
+
+struct ListRow {
+    std::u16string key;                 // a text prefix and a number: a bare number is no key
+    std::vector<std::u16string> cells;  // may be more than are shown
+    int icon = 0;                       // 1 is the first of the list's icons, 0 none
+    bool warning = false;               // red and bold
+};
+
+class ListModel {
+public:
+    void Clear() { rows_.clear(); }
+    void Add(ListRow row) { rows_.push_back(std::move(row)); }
+
+    std::size_t Size() const { return rows_.size(); }
+    const ListRow& Row(std::size_t index) const { return rows_[index]; }
+
+    // Keys compare without regard to letter case.
+    std::optional<std::size_t> Find(std::u16string_view key) const;
+
+    // By the texts of a column, in the order of dictionaries; rows with equal texts stay as they were.
+    void Sort(std::size_t column, bool ascending);
+
+private:
+    std::vector<ListRow> rows_;
+};
+
+}  // namespace qmtrain::ui

@@ -1,0 +1,15 @@
+// Message boxes with the answers that Visual Basic knows.
+#pragma once
+
+#include <string_view>
+
+class wxWindow;
+
+namespace qmtrain::ui {
+
+enum class Answer : int { Yes = 6, No = 7 };
+
+Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title);
+void Inform(wxWindow* parent, std::u16string_view text, std::u16string_view title);
+
+}  // namespace qmtrain::ui

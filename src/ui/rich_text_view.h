@@ -1,0 +1,45 @@
+// Shows a rich text: it can be read, scrolled, selected and copied, not changed.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include <wx/scrolwin.h>
+
+#include "ui/document/rich_text.h"
+#include "ui/document_layout.h"
+
+namespace qmtrain::ui {
+
+class ScreenMeasurer;
+
+class RichTextView : public wxScrolled<wxWindow> {
+public:
+    explicit RichTextView(wxWindow* parent);
+    ~RichTextView() override;
+
+    void SetText(RichText text);
+    const RichText& Text() const { return text_; }
+
+    // What is selected, as plain text.
+    std::u16string Selection() const;
+    void SelectAll();
+
+private:
+    void Arrange();
+    void Paint();
+    void PaintLine(wxDC& dc, const Line& line);
+    void PaintPiece(wxDC& dc, const Line& line, const Piece& piece);
+    void PaintSelection(wxDC& dc, const Line& line);
+    void OnKey(wxKeyEvent& event);
+    std::size_t PositionOf(const wxMouseEvent& event);
+    void CopySelection() const;
+
+    RichText text_;
+    DocumentLayout layout_;
+    std::unique_ptr<ScreenMeasurer> measurer_;
+    std::size_t anchor_ = 0;  // the selection lies between the two
+    std::size_t caret_ = 0;
+};
+
+}  // namespace qmtrain::ui

@@ -1,0 +1,40 @@
+// A bar between two panes that can be dragged.
+#pragma once
+
+#include <functional>
+
+#include <wx/panel.h>
+
+namespace qmtrain::ui {
+
+class SplitterBar : public wxPanel {
+public:
+    enum class Direction : std::uint8_t { LeftRight, TopBottom };
+
+    SplitterBar(wxWindow* parent, Direction direction);
+    ~SplitterBar() override;
+
+    // A bar may be turned round with what it stands between.
+    void SetDirection(Direction direction);
+
+    // Called while the bar is dragged, with the edge (left or top, twips) where it is wanted. The owner moves the bar
+    // there or leaves it where it is.
+    std::function<void(int edge)> OnDrag;
+    // Called when the bar is let go.
+    std::function<void()> OnDrop;
+
+    // "Down" while the mouse button is held on the bar.
+    const char16_t* Tag() const { return dragging_ ? u"Down" : u""; }
+
+    static constexpr int kThickness = 6;  // pixels of an unscaled screen
+
+private:
+    void Drag(const wxMouseEvent& event);
+    void Drop();
+
+    Direction direction_ = Direction::LeftRight;
+    bool dragging_ = false;
+    int grip_ = 0;  // where the mouse holds the bar, in pixels from its edge
+};
+
+}  // namespace qmtrain::ui

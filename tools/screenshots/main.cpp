@@ -1,0 +1,132 @@
+// Opens the component's windows on made-up data and writes a picture of each:
+//   screenshots FOLDER
+// Needs ImageMagick and a display; "xvfb-run -a -s '-screen 0 1600x1200x24' screenshots FOLDER" has one that nobody
+// sees.
+
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+
+#include <wx/timer.h>
+
+#include "core/files.h"
+#include "core/log.h"
+#include "notes/frm_notes.h"
+#include "review/frm_train.h"
+#include "review/frm_view_paper.h"
+#include "sample_data.h"
+#include "ui/screenshot.h"
+#include "ui/toolkit.h"
+
+namespace {
+
+using namespace qmtrain;
+namespace fs = std::filesystem;
+
+void Save(const wxWindow& window, const fs::path& file) {
+    if (!ui::SaveScreenshot(window, file)) std::fputs("screenshots: ImageMagick's import failed\n", stderr);
+    std::printf("%s\n", file.c_str());
+}
+
+// Shows the window, runs the steps with time for drawing between them, and closes it.
+template <class Window>
+void Play(Window& window, std::vector<std::function<void()>> steps) {
+    constexpr int kDrawing = 400;  // milliseconds
+    std::size_t next = 0;
+    wxTimer timer;
+    timer.Bind(wxEVT_TIMER, [&](wxTimerEvent&) {
+        if (next < steps.size()) return steps[next++]();
+        timer.Stop();
+        window.EndModal(wxID_CANCEL);
+    });
+    timer.Start(kDrawing);
+    window.ShowModal();
+}
+
+struct Session {
+    fs::path pictures;
+    std::u16string data;
+};
+
+void History(const Session& session) {
+    review::FrmTrain window;
+    window.ClientPath(session.data);
+    window.UserId(1);
+    window.SubjectCode(1);
+    const auto picture = [&](const char* name) {
+        return [&window, &session, name] { Save(window, session.pictures / name); };
+    };
+    Play(window,
+         {picture("history-list.png"), [&] { window.Piclst->Click(review::kChartTab); }, picture("history-bars.png"),
+          [&] {
+              window.OptChartType[1]->SetValue(true);
+              wxCommandEvent choice(wxEVT_RADIOBUTTON);
+              window.OptChartType[1]->GetEventHandler()->ProcessEvent(choice);
+              window.ChkHG->SetValue(true);
+              wxCommandEvent check(wxEVT_CHECKBOX);
+              window.ChkHG->GetEventHandler()->ProcessEvent(check);
+          },
+          picture("history-line.png")});
+}
+
+void Review(const Session& session) {
+    review::FrmViewPaper window;
+    window.ClientPath(session.data);
+    window.LocalMdbPath(InFolder(session.data, u"LocalPaper.mdb"));
+    window.IsNet(true);
+    window.SubjectCode(1);
+    window.TrainID(1);
+    const auto show = [&](long row) { return [&window, row] { window.FlexGridQuestions->SelectRow(row); }; };
+    const auto picture = [&](const char* name) {
+        return [&window, &session, name] { Save(window, session.pictures / name); };
+    };
+    Play(window, {picture("review-choice.png"), show(2), picture("review-fill.png"), show(5),
+                  picture("review-operation.png"), [&] { window.mnuViewArr_Click(); }, picture("review-below.png")});
+}
+
+void Notes(const Session& session) {
+    notes::NotesSource source;
+    source.client_path = session.data;
+    source.local_paper_path = InFolder(session.data, u"LocalPaper.mdb");
+    source.is_net = true;
+    source.subject_code = 1;
+    source.user_id = 1;
+    notes::FrmNotes window(source);
+    const auto show = [&](const char16_t* key) { return [&window, key] { window.SelectKey(key); }; };
+    const auto picture = [&](const char* name) {
+        return [&window, &session, name] { Save(window, session.pictures / name); };
+    };
+    Play(window,
+         {picture("notes-root.png"), show(u"DataKJ"), picture("notes-bank.png"), show(u"Note1"),
+          picture("notes-note.png"), [&] { window.ToolbarNotes_ButtonClick(u"Modify"); }, picture("notes-modify.png")});
+}
+
+void Empty(const Session& session) {
+    review::FrmTrain window;
+    Play(window, {[&] { Save(window, session.pictures / "history-empty.png"); }});
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fputs("usage: screenshots FOLDER\n", stderr);
+        return 2;
+    }
+    if (!ui::StartToolkit(u"screenshots")) {
+        std::fputs("screenshots: no display\n", stderr);
+        return 1;
+    }
+    const fs::path folder = argv[1];
+    const fs::path data = folder / "data";
+    fs::remove_all(data);
+    fs::create_directories(data);
+    SetComponentFolder(data);
+    const Session session{folder, FromNativePath(data)};
+    screenshots::MakeSampleData(session.data, 14);
+    History(session);
+    Review(session);
+    Notes(session);
+    Empty(session);
+    return 0;
+}
