@@ -1,0 +1,73 @@
+#include "notes/note_texts.h"
+
+#include "bank/fill_answer.h"
+#include "core/convert.h"
+#include "core/format.h"
+#include "core/text.h"
+#include "core/utilities.h"
+
+namespace qmtrain::notes {
+namespace {
+
+std::u16string ChoiceAnswer(std::u16string_view answer) {
+    if (!IsNumeric(answer)) return u"答案为空!";
+    std::u16string letters;
+    const Value all = Utilities().GetChoiceAnswerString(ToLong(answer));
+    for (const char16_t letter : ToText(all)) {
+        if (!letters.empty()) letters += u"、";
+        letters += letter;
+    }
+    return u"答案为:[" + letters + u"]";
+}
+
+bool ReadsAsTrue(std::u16string_view answer) {
+    return IsNumeric(answer) ? ToDouble(answer) != 0 : EqualNames(answer, u"True");
+}
+
+bool IsChoice(std::u16string_view type) {
+    return type == u"单选题" || type == u"多选题";
+}
+
+}  // namespace
+
+std::u16string CreateDateText(Date date) {
+    return date == Date{} ? u"不祥" : Format(date, u"yyyy年mm月dd日");
+}
+
+std::u16string ViewTimesText(std::int32_t view_times) {
+    return u"查看次数：" + ToText(std::int64_t{view_times} + 1) + u"次";
+}
+
+std::u16string SaveQuestion(std::u16string_view short_name) {
+    return std::u16string(u"笔记[").append(short_name).append(u"]已改变\r\n是否保存？");
+}
+
+std::u16string DeleteQuestion(std::u16string_view short_name) {
+    return std::u16string(u"是否真的删除\r\n[").append(short_name).append(u"]笔记？");
+}
+
+std::u16string NoNotesInBank(std::u16string_view bank) {
+    return std::u16string(u"模块[").append(bank).append(u"]没有笔记！");
+}
+
+std::u16string SaveLogText(std::int32_t note_id, bool saved) {
+    return u"对笔记[" + ToText(note_id) + u"]修改" + (saved ? u"保存成功" : u"保存失败");
+}
+
+std::u16string AnswerText(std::u16string_view type, std::u16string_view answer) {
+    if (IsChoice(type)) return ChoiceAnswer(answer);
+    if (type == u"填空题") {
+        FillAnswer fill;
+        fill.InitClass(answer);
+        return fill.ToString();
+    }
+    if (type == u"是非题") return ReadsAsTrue(answer) ? u"答案为：[正确]" : u"答案为：[错误]";
+    return {};
+}
+
+bool ShowsAnswerButton(std::u16string_view type, bool now) {
+    if (type == u"操作题") return false;
+    return now || IsChoice(type) || type == u"填空题" || type == u"是非题";
+}
+
+}  // namespace qmtrain::notes

@@ -1,0 +1,36 @@
+// What the notes manager says.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/date.h"
+
+namespace qmtrain::notes {
+
+// "不祥" for the zero date.
+std::u16string CreateDateText(Date date);
+
+// One more than the object's count.
+std::u16string ViewTimesText(std::int32_t view_times);
+
+std::u16string SaveQuestion(std::u16string_view short_name);
+inline constexpr std::u16string_view kSaveTitle = u"保存修改";
+std::u16string DeleteQuestion(std::u16string_view short_name);
+inline constexpr std::u16string_view kDeleteTitle = u"删除笔记";
+
+inline constexpr std::u16string_view kNoNotes = u"没有笔记!";
+std::u16string NoNotesInBank(std::u16string_view bank);
+
+// What goes to the log when a note has been saved, or could not be.
+std::u16string SaveLogText(std::int32_t note_id, bool saved);
+
+// The answer box of a question; empty for types that have none.
+std::u16string AnswerText(std::u16string_view type, std::u16string_view answer);
+inline constexpr std::u16string_view kAnswerTitle = u"全国计算机等级考试";
+
+// Whether the button that opens the answer box is shown for a type; types that are not known leave it as it was.
+bool ShowsAnswerButton(std::u16string_view type, bool now);
+
+}  // namespace qmtrain::notes

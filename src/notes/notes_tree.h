@@ -1,0 +1,60 @@
+// The tree of the notes manager: all notes, the question banks that have any, and the notes of each bank.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "notes/note.h"
+
+namespace qmtrain::notes {
+
+// What a host tells the notes manager.
+struct NotesSource {
+    std::u16string data_mdb_path;     // the folder of the question banks
+    std::u16string client_path;       // the folder of Client.mdb
+    std::u16string total_path;        // the folder of Total.mdb
+    std::u16string local_paper_path;  // the local paper database (network edition)
+    bool is_net = false;
+    std::int32_t subject_code = -1;  // -1: all
+    std::int32_t user_id = -1;       // -1: all
+};
+
+// A node's kind stands in the first four characters of its key.
+enum class NodeKind : std::uint8_t { Root, Bank, Note, Other };
+
+inline constexpr std::u16string_view kRootKey = u"Root";
+inline constexpr std::u16string_view kRootText = u"所有笔记";
+std::u16string BankKey(std::u16string_view data_code);
+std::u16string NoteKey(std::int32_t note_id);
+NodeKind KindOf(std::u16string_view key);
+
+// The number in the key of a note's node. A bank's code may be a number, too: that is none of a note.
+std::optional<std::int32_t> NoteOf(std::u16string_view key);
+
+// A name of 40 characters or more as its first 38 and "...".
+std::u16string ShortName(std::u16string_view name);
+
+struct NoteNode {
+    std::int32_t id = 0;
+    std::u16string text;
+};
+
+struct BankNode {
+    std::u16string data_code;
+    std::u16string text;
+    std::vector<NoteNode> notes;
+};
+
+std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id);
+std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id);
+
+// A note object on the source's client database; empty, and logged, when that cannot be opened.
+std::shared_ptr<Note> InitNoteObject(const NotesSource& source);
+
+// The banks with their notes, oldest first. A failure is logged, and what was read before it stays.
+std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note);
+
+}  // namespace qmtrain::notes
