@@ -1,30 +1,48 @@
-// qmtrain: the component's own host.
+// qmtrain: the component's own host, with which a candidate practises.
 
 #include <cstdio>
-#include <string_view>
 
 #include "core/error.h"
+#include "core/files.h"
+#include "core/log.h"
 #include "core/text.h"
-#include "host/new_folder.h"
+#include "host/data_folder.h"
+#include "host/history_list.h"
+#include "host/options.h"
+#include "host/program.h"
+#include "host/sample_data.h"
 
 namespace {
 
-constexpr const char* kHelp =
-    "用法：qmtrain init 文件夹\n\n"
-    "在文件夹中建立空的 Client.mdb、Total.mdb 和 LocalPaper.mdb；已有的文件不变。\n";
+using namespace qmtrain;
+using namespace qmtrain::host;
+
+int Run(const Options& options) {
+    if (options.help) {
+        std::fputs(kHelp, stdout);
+        return 0;
+    }
+    SetComponentFolder(ToNativePath(options.data));  // where the user may write
+    if (options.command == "init") {
+        MakeEmptyFolder(options.data);
+    } else if (options.command == "seed") {
+        MakeSampleData(options.data);
+        SeedHistory(options.data, options.user, options.subject, options.trainings, 1);
+    } else if (options.command == "list") {
+        std::fputs(HistoryText(options).c_str(), stdout);
+    } else {
+        return RunWindows(options);
+    }
+    return 0;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3 || std::string_view(argv[1]) != "init") {
-        std::fputs(kHelp, stderr);
-        return 2;
-    }
     try {
-        qmtrain::host::MakeDataFolder(qmtrain::FromUtf8(argv[2]));
-        return 0;
-    } catch (const qmtrain::AutomationError& error) {
+        return Run(ParseOptions({argv + 1, argv + argc}));
+    } catch (const AutomationError& error) {
         std::fprintf(stderr, "qmtrain: %s\n", error.what());
-        return 1;
+        return error.Number() == kComponentError ? 2 : 1;
     }
 }

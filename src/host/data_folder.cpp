@@ -1,0 +1,77 @@
+#include "host/data_folder.h"
+
+#include <cstdlib>
+#include <system_error>
+
+#include "bank/schema.h"
+#include "core/client_folder.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "host/schema.h"
+#include "records/schema.h"
+
+namespace qmtrain::host {
+namespace {
+
+std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+// Opens the file and looks at what will be needed of it first.
+void Look(std::u16string_view file, std::u16string_view table, bool& read_only) {
+    const dao::Connection database(file);
+    const auto rows = database->OpenRecordset(std::u16string(u"Select Top 1 * From ").append(table));
+    read_only = read_only || !rows->Updatable();
+}
+
+}  // namespace
+
+std::u16string DataFolder::Banks() const {
+    return InFolder(path, u"Bank");
+}
+std::u16string DataFolder::LocalPaper() const {
+    return InFolder(path, u"LocalPaper.mdb");
+}
+std::u16string DataFolder::Host() const {
+    return InFolder(path, u"Host.mdb");
+}
+
+std::u16string UserDataFolder() {
+    if (const std::string local = Environment("LOCALAPPDATA"); !local.empty()) return FromUtf8(local) + u"\\qmtrain";
+    if (const std::string data = Environment("XDG_DATA_HOME"); !data.empty()) return FromUtf8(data) + u"/qmtrain";
+    return FromUtf8(Environment("HOME")) + u"/.local/share/qmtrain";
+}
+
+void MakeEmptyFolder(std::u16string_view folder) {
+    const DataFolder made{std::u16string(folder)};
+    std::error_code failed;
+    std::filesystem::create_directories(ToNativePath(made.Banks()), failed);
+    if (failed) Raise(ErrorNumber::InvalidPath, {folder});
+    if (!FileExists(ClientDatabase(folder))) CreateClientDatabase(folder);
+    if (!FileExists(InFolder(made.Banks(), u"Total.mdb"))) CreateCatalogue(made.Banks());
+    if (!FileExists(made.LocalPaper())) CreateLocalPaperDatabase(made.LocalPaper());
+    if (!FileExists(made.Host())) CreateHostDatabase(made.Host());
+}
+
+FolderReport Examine(const DataFolder& folder) {
+    FolderReport report;
+    for (const std::u16string& file : {ClientDatabase(folder.path), folder.Host()}) {
+        if (FileExists(file)) continue;
+        return {FolderState::Missing, false,
+                u"文件夹“" + folder.path + u"”中没有数据库 " + file.substr(file.rfind(u'\\') + 1) + u"。"};
+    }
+    try {
+        Look(ClientDatabase(folder.path), u"TrainInfo", report.read_only);
+        Look(ClientDatabase(folder.path), u"TrainResult", report.read_only);
+        Look(folder.Host(), u"Unfinished", report.read_only);
+    } catch (const AutomationError& error) {
+        report.state = FolderState::Damaged;
+        report.problem = error.Description();
+    }
+    return report;
+}
+
+}  // namespace qmtrain::host

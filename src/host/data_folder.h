@@ -1,0 +1,36 @@
+// The folder with the host's databases.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qmtrain::host {
+
+struct DataFolder {
+    std::u16string path;
+
+    std::u16string Banks() const;       // stand-alone edition: Total.mdb and the banks
+    std::u16string LocalPaper() const;  // network edition
+    std::u16string Host() const;        // the host's own: papers, and practices that have not been handed in
+};
+
+// The user's own: $XDG_DATA_HOME/qmtrain or what stands for it.
+std::u16string UserDataFolder();
+
+// Makes the folder and its databases, empty, where they are missing. What is there stays as it is. Raises what the
+// engine raises.
+void MakeEmptyFolder(std::u16string_view folder);
+
+enum class FolderState { Ready, Missing, Damaged };
+
+struct FolderReport {
+    FolderState state = FolderState::Ready;
+    bool read_only = false;
+    std::u16string problem;  // for the user
+};
+
+// Whether the host can work with the folder.
+FolderReport Examine(const DataFolder& folder);
+
+}  // namespace qmtrain::host

@@ -1,0 +1,161 @@
+#include "host/marking.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "bank/fill_answer.h"
+#include "core/convert.h"
+#include "core/text.h"
+#include "core/utilities.h"
+
+namespace qmtrain::host {
+namespace {
+
+constexpr std::u16string_view kBlanks = u" \t\r\n　";
+
+std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter) {
+    std::vector<std::u16string> parts;
+    Utilities().SplitVB5(text, delimiter, parts, -1, 0);
+    return parts;
+}
+
+std::u16string_view Trimmed(std::u16string_view text) {
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::u16string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::u16string Letters(std::u16string_view answer) {
+    return ToText(Utilities().GetChoiceAnswerString(IsNumeric(answer) ? ToLong(answer) : 0));
+}
+
+std::u16string Escaped(std::u16string_view text) {
+    std::u16string out;
+    for (const char16_t unit : text) {
+        switch (unit) {
+            case u'&': out += u"&amp;"; break;
+            case u'<': out += u"&lt;"; break;
+            case u'>': out += u"&gt;"; break;
+            default: out += unit;
+        }
+    }
+    return out;
+}
+
+// Collects what was wrong.
+class Errors {
+public:
+    void Add(const std::u16string& text) {
+        if (!text_.empty()) text_ += u"\r\n";
+        text_ += text;
+        xml_ += u"<error>" + Escaped(text) + u"</error>";
+    }
+    Mark With(float score) const { return {score, text_, text_.empty() ? u"" : u"<errors>" + xml_ + u"</errors>"}; }
+
+private:
+    std::u16string text_;
+    std::u16string xml_;
+};
+
+// Shares of points are rounded to hundredths.
+float Share(float full, std::size_t right, std::size_t all) {
+    const double share = static_cast<double>(full) * static_cast<double>(right) / static_cast<double>(all);
+    return static_cast<float>(std::round(share * 100) / 100);
+}
+
+Mark WrongAnswer(std::u16string_view standard, std::u16string_view given) {
+    Errors errors;
+    errors.Add(
+        std::u16string(u"答案错误：标准答案为 ").append(standard).append(u"，您的答案为 ").append(given).append(u"。"));
+    return errors.With(0);
+}
+
+Mark MarkChoice(const Task& task, std::u16string_view answer) {
+    const bool right =
+        IsNumeric(answer) && IsNumeric(task.standard_answer) && ToLong(answer) == ToLong(task.standard_answer);
+    return right ? Mark{task.full_score, {}, {}} : WrongAnswer(Letters(task.standard_answer), Letters(answer));
+}
+
+Mark MarkYesNo(const Task& task, std::u16string_view answer) {
+    if (answer == task.standard_answer) return {task.full_score, {}, {}};
+    const auto text = [](std::u16string_view stored) { return stored == u"-1" ? u"对" : u"错"; };
+    return WrongAnswer(text(task.standard_answer), text(answer));
+}
+
+Mark MarkFill(const Task& task, std::u16string_view answer) {
+    FillAnswer standard;
+    standard.Answer(task.standard_answer);
+    const std::vector<std::u16string> given = Split(answer, u"@");
+    const auto blanks = static_cast<std::size_t>(standard.GetFillCount());
+    std::size_t right = 0;
+    Errors errors;
+    for (std::size_t i = 0; i < blanks; ++i) {
+        std::vector<std::u16string> accepted;
+        standard.GetAnswer(static_cast<std::int32_t>(i + 1), accepted);
+        const std::u16string_view blank = i < given.size() ? Trimmed(given[i]) : std::u16string_view();
+        const bool matches = std::any_of(accepted.begin(), accepted.end(),
+                                         [&](const std::u16string& one) { return EqualNames(Trimmed(one), blank); });
+        if (matches) {
+            ++right;
+        } else {
+            errors.Add(u"第 " + ToText(static_cast<std::int64_t>(i + 1)) + u" 空" +
+                       (blank.empty() ? u"没有作答。" : u"答案错误。"));
+        }
+    }
+    return errors.With(Share(task.full_score, right, blanks));
+}
+
+Mark MarkOperation(const Task& task, std::u16string_view answer) {
+    const std::vector<std::u16string> keywords = Split(task.keywords, u"#");
+    std::size_t right = 0;
+    Errors errors;
+    for (const std::u16string& keyword : keywords) {
+        if (Find(answer, Trimmed(keyword), 0, Case::Ignored) != std::u16string_view::npos) {
+            ++right;
+        } else {
+            errors.Add(u"缺少要点：" + keyword + u"。");
+        }
+    }
+    return errors.With(Share(task.full_score, right, keywords.size()));
+}
+
+}  // namespace
+
+Kind KindOf(std::u16string_view type_name) {
+    if (type_name == u"单选题") return Kind::Single;
+    if (type_name == u"多选题") return Kind::Multiple;
+    if (type_name == u"是非题") return Kind::YesNo;
+    if (type_name == u"填空题") return Kind::Fill;
+    return type_name == u"操作题" ? Kind::Operation : Kind::Unknown;
+}
+
+bool IsAnswered(Kind kind, std::u16string_view answer) {
+    switch (kind) {
+        case Kind::Single:
+        case Kind::Multiple: return IsNumeric(answer) && ToLong(answer) > 0;
+        case Kind::Fill:
+            return std::any_of(answer.begin(), answer.end(),
+                               [](char16_t unit) { return unit != u'@' && kBlanks.find(unit) == kBlanks.npos; });
+        default: return !Trimmed(answer).empty();
+    }
+}
+
+Mark MarkAnswer(const Task& task, std::u16string_view answer) {
+    if (!IsAnswered(task.kind, answer)) {
+        Errors errors;
+        errors.Add(u"没有作答。");
+        return errors.With(0);
+    }
+    switch (task.kind) {
+        case Kind::Single:
+        case Kind::Multiple: return MarkChoice(task, answer);
+        case Kind::YesNo: return MarkYesNo(task, answer);
+        case Kind::Fill: return MarkFill(task, answer);
+        case Kind::Operation: return MarkOperation(task, answer);
+        case Kind::Unknown: break;
+    }
+    return {};
+}
+
+}  // namespace qmtrain::host

@@ -1,0 +1,34 @@
+// Marking a candidate's answer.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qmtrain::host {
+
+enum class Kind { Single, Multiple, YesNo, Fill, Operation, Unknown };
+
+// By the display name of a loaded question: "单选题" …
+Kind KindOf(std::u16string_view type_name);
+
+struct Mark {
+    float score = 0;
+    std::u16string error;      // what was wrong, for the candidate; empty when nothing was
+    std::u16string error_xml;  // the same for programs
+};
+
+struct Task {
+    Kind kind = Kind::Unknown;
+    std::u16string standard_answer;  // as the bank stores it
+    std::u16string keywords;         // of an operation question, separated by "#"
+    float full_score = 0;
+};
+
+// `answer` is in the form in which results store it: a choice as the number of its bit set, "-1" or "0", blanks
+// separated by "@", or text.
+Mark MarkAnswer(const Task& task, std::u16string_view answer);
+
+// Whether anything has been answered at all.
+bool IsAnswered(Kind kind, std::u16string_view answer);
+
+}  // namespace qmtrain::host

@@ -1,0 +1,129 @@
+#include "host/papers.h"
+
+#include "bank/data_info.h"
+#include "bank/fill_answer.h"
+#include "bank/question_item.h"
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "records/train_info.h"
+#include "ui/question_text.h"
+
+namespace qmtrain::host {
+namespace {
+
+std::vector<PaperQuestion> QuestionsOf(dao::Connection& host, std::int32_t paper) {
+    std::vector<PaperQuestion> questions;
+    const auto rows =
+        host->OpenRecordset(u"Select * From PaperQuestions Where PaperNo=" + ToText(paper) + u" Order By QuestionNo");
+    for (; !rows->Eof(); rows->MoveNext()) {
+        PaperQuestion question;
+        question.number = ToLong(rows->Fields(u"QuestionNo").Value());
+        question.type = ToLong(rows->Fields(u"QuestionType").Value());
+        question.data_code = TextOr(rows->Fields(u"DataCode").Value(), u"");
+        question.rec_no = TextOr(rows->Fields(u"RecNo").Value(), u"");
+        question.score = SingleOr(rows->Fields(u"Score").Value(), 0);
+        question.distin = LongOr(rows->Fields(u"Distin").Value(), 1);
+        question.difficult = LongOr(rows->Fields(u"Difficult").Value(), 1);
+        question.keywords = TextOr(rows->Fields(u"Keywords").Value(), u"");
+        questions.push_back(std::move(question));
+    }
+    return questions;
+}
+
+std::vector<Paper> Papers(const DataFolder& folder, const std::u16string& condition) {
+    dao::Connection host(folder.Host());
+    std::vector<Paper> papers;
+    const auto rows = host->OpenRecordset(u"Select * From Papers Where " + condition + u" Order By PaperNo");
+    for (; !rows->Eof(); rows->MoveNext()) {
+        Paper paper;
+        paper.number = ToLong(rows->Fields(u"PaperNo").Value());
+        paper.subject = ToLong(rows->Fields(u"SubjectCode").Value());
+        paper.title = TextOr(rows->Fields(u"Title").Value(), u"");
+        paper.theory_no = LongOr(rows->Fields(u"TheoryNo").Value(), 0);
+        paper.operation_no = LongOr(rows->Fields(u"OperationNo").Value(), 0);
+        paper.minutes = LongOr(rows->Fields(u"Minutes").Value(), 60);
+        paper.questions = QuestionsOf(host, paper.number);
+        papers.push_back(std::move(paper));
+    }
+    return papers;
+}
+
+std::optional<Paper> First(std::vector<Paper> papers) {
+    if (papers.empty()) return std::nullopt;
+    return std::move(papers.front());
+}
+
+// The stand-alone edition of the component leaves options alone; they stand in the bank all the same.
+std::shared_ptr<TextCollection> OptionsInBank(const DataFolder& folder, const PaperQuestion& place) {
+    DataInfo catalogue;
+    catalogue.TotalPath(folder.Banks());
+    if (!catalogue.InitDb() || !catalogue.LoadFromDataCode(place.data_code, -1)) return nullptr;
+    const dao::Connection bank(InFolder(folder.Banks(), catalogue.MdbName()));
+    const auto rows = bank->OpenRecordset(u"Select C_ChoiceAnswer,M_answercont From Tbl_ChoiceVice Where C_RecNo='" +
+                                          place.rec_no + u"' Order By C_ChoiceAnswer");
+    auto options = std::make_shared<TextCollection>();
+    for (; !rows->Eof(); rows->MoveNext()) {
+        options->Add(TextOr(rows->Fields(u"M_answercont").Value(), u""),
+                     TextOr(rows->Fields(u"C_ChoiceAnswer").Value(), u""));
+    }
+    return options;
+}
+
+}  // namespace
+
+float Paper::FullScore() const {
+    float sum = 0;
+    for (const PaperQuestion& question : questions) sum += question.score;
+    return sum;
+}
+
+std::vector<Paper> PapersOf(const DataFolder& folder, std::int32_t subject) {
+    return Papers(folder, u"SubjectCode=" + ToText(subject));
+}
+
+std::optional<Paper> FindPaper(const DataFolder& folder, std::int32_t number) {
+    return First(Papers(folder, u"PaperNo=" + ToText(number)));
+}
+
+std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t train_id) {
+    TrainInfo train;
+    train.ClientPath(folder.path);
+    std::u16string problem;
+    if (!train.Init(problem)) return std::nullopt;
+    train.LoadFromID(train_id);
+    return First(Papers(folder, u"SubjectCode=" + ToText(train.SubjectCode()) + u" And TheoryNo=" +
+                                    ToText(train.TheoryNo()) + u" And OperationNo=" + ToText(train.OperationNo())));
+}
+
+Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject, const PaperQuestion& place) {
+    QuestionItem item;
+    item.IsNet(edition == Edition::Network);
+    item.DataMdbPath(folder.Banks());
+    if (edition == Edition::Network) item.LocalPaperMdb(folder.LocalPaper());
+    item.DataCode(place.data_code);
+    item.RecNo(place.rec_no);
+    item.SubjectCode(subject);
+    std::u16string problem;
+    if (!item.InitQuestionItem(problem)) RaiseComponentError(u"qmtrain", problem);
+
+    Question question;
+    question.type_name = item.QuestionType();
+    question.kind = KindOf(question.type_name);
+    question.answer = item.Answer();
+    std::shared_ptr<TextCollection> options = item.ChoiceItems();
+    const bool choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
+    if (choice && !options) options = OptionsInBank(folder, place);
+    question.text = ui::QuestionText(item.Title(), options.get());
+    question.choices = options ? options->Count() : 0;
+    if (question.kind == Kind::Fill) {
+        FillAnswer answer;
+        answer.Answer(item.Answer());
+        question.blanks = answer.GetFillCount();
+    }
+    return question;
+}
+
+}  // namespace qmtrain::host

@@ -1,0 +1,60 @@
+// The papers that can be practised, and their questions.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/data_folder.h"
+#include "host/marking.h"
+#include "ui/document/rich_text.h"
+
+namespace qmtrain::host {
+
+enum class Edition { StandAlone, Network };
+
+struct PaperQuestion {
+    std::int32_t number = 0;  // from 1
+    std::int32_t type = 0;
+    std::u16string data_code;
+    std::u16string rec_no;
+    float score = 0;
+    std::int32_t distin = 1;
+    std::int32_t difficult = 1;
+    std::u16string keywords;
+};
+
+struct Paper {
+    std::int32_t number = 0;
+    std::int32_t subject = 0;
+    std::u16string title;
+    std::int32_t theory_no = 0;
+    std::int32_t operation_no = 0;
+    std::int32_t minutes = 0;
+    std::vector<PaperQuestion> questions;
+
+    float FullScore() const;
+};
+
+// Raise what the engine raises.
+std::vector<Paper> PapersOf(const DataFolder& folder, std::int32_t subject);
+std::optional<Paper> FindPaper(const DataFolder& folder, std::int32_t number);
+
+// The paper that a training was made of.
+std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t train_id);
+
+// A question as it is shown to be answered.
+struct Question {
+    Kind kind = Kind::Unknown;
+    std::u16string type_name;
+    ui::RichText text;      // stem and options
+    int choices = 0;        // of a choice question
+    int blanks = 0;         // of a fill-in question
+    std::u16string answer;  // the standard answer
+};
+
+// Raises the component's error, with the reason, when the question cannot be loaded.
+Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject, const PaperQuestion& place);
+
+}  // namespace qmtrain::host

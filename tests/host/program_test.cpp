@@ -1,0 +1,142 @@
+// What the program does without windows: its command line, its folder, and the history as text.
+
+#include <fstream>
+
+#include "bank/bank_fixture.h"
+#include "host/history_list.h"
+#include "host/options.h"
+#include "host_fixture.h"
+#include "review/review_fixture.h"
+
+namespace qmtrain::host {
+namespace {
+
+using Words = std::vector<std::string>;
+
+std::string Refusal(const Words& words) {
+    const AutomationError error = test::ErrorOf([&] { ParseOptions(words); });
+    EXPECT_TRUE(error.Number() == 0 || error.Number() == kComponentError);
+    return ToUtf8(error.Description());
+}
+
+TEST(Options, AreRead) {
+    const Options none = ParseOptions({});
+    EXPECT_EQ(none.command, "");
+    EXPECT_EQ(none.user, 1);
+    EXPECT_EQ(none.data, UserDataFolder());
+    const Options all = ParseOptions({"practice", "--data", "数据", "--user", "-1", "--subject", "2", "--net",
+                                      "--paper", "104", "--screenshot", "a.png", "--json"});
+    EXPECT_EQ(all.command, "practice");
+    EXPECT_EQ(all.data, u"数据");
+    EXPECT_EQ(all.user, -1);
+    EXPECT_EQ(all.subject, 2);
+    EXPECT_TRUE(all.net);
+    EXPECT_EQ(all.paper, 104);
+    EXPECT_EQ(all.screenshot, "a.png");
+    EXPECT_EQ(all.output, Options::Output::Json);
+    EXPECT_EQ(ParseOptions({"init", "F"}).data, u"F");
+    EXPECT_EQ(ParseOptions({"seed", "--trainings", "0"}).trainings, 0);
+    EXPECT_TRUE(ParseOptions({"list", "-h"}).help);
+    for (const char* command : {"init", "seed", "list", "practice", "history", "notes"}) {
+        EXPECT_NE(std::string(kHelp).find(std::string("  ") + command), std::string::npos) << command;
+    }
+}
+
+TEST(Options, AreRefused) {
+    EXPECT_EQ(Refusal({"exam"}), "不认识的参数：exam");
+    EXPECT_EQ(Refusal({"list", "notes"}), "不认识的参数：notes");
+    EXPECT_EQ(Refusal({"list", "F"}), "不认识的参数：F");
+    EXPECT_EQ(Refusal({"--quick"}), "不认识的参数：--quick");
+    EXPECT_EQ(Refusal({"init", "A", "B"}), "不认识的参数：B");
+    EXPECT_EQ(Refusal({"--user"}), "--user 后面缺少内容。");
+    for (const char* text : {"x", "", "1.5", "-2", "1e9", "--net"}) {
+        EXPECT_EQ(Refusal({"--user", text}), std::string("--user 后面应当是一个整数：") + text);
+    }
+    EXPECT_NE(Refusal({"seed", "--trainings", "-1"}), "");
+    EXPECT_NE(Refusal({"practice", "--paper", "0"}), "");
+}
+
+class DataFolderTest : public test::HostTest {
+protected:
+    std::filesystem::path At(const char* file) const { return folder_.Path() / file; }
+};
+
+TEST_F(DataFolderTest, IsExamined) {
+    EXPECT_EQ(Examine(data_).state, FolderState::Ready);
+    EXPECT_FALSE(Examine(data_).read_only);
+    for (const char* file : {"Client.mdb", "Host.mdb"}) {
+        SCOPED_TRACE(file);
+        const std::string whole = test::ReadText(At(file));
+        std::filesystem::remove(At(file));
+        EXPECT_EQ(Examine(data_).state, FolderState::Missing);
+        EXPECT_NE(ToUtf8(Examine(data_).problem).find(std::string(" ") + file + "。"), std::string::npos);
+        for (const std::string& content : {std::string("no database"), whole.substr(0, 9000), std::string()}) {
+            std::ofstream(At(file), std::ios::binary) << content;
+            EXPECT_EQ(Examine(data_).state, FolderState::Damaged);
+            EXPECT_NE(ToUtf8(Examine(data_).problem).find(file), std::string::npos);
+        }
+        std::ofstream(At(file), std::ios::binary) << whole;
+    }
+    const std::string whole = test::ReadText(At("Host.mdb"));
+    dao::Connection(data_.Host())->Execute(u"DROP TABLE Unfinished");
+    EXPECT_EQ(Examine(data_).state, FolderState::Damaged);
+    EXPECT_NE(Examine(data_).problem, u"");
+}
+
+TEST_F(DataFolderTest, ReadOnlyIsSeen) {
+    using Perms = std::filesystem::perms;
+    for (const char* file : {"Client.mdb", "Host.mdb"}) std::filesystem::permissions(At(file), Perms(0444));
+    std::filesystem::permissions(folder_.Path(), Perms(0555));
+    const test::OrdinaryUser user;
+    if (test::OrdinaryUser::May(folder_.Path(), W_OK)) GTEST_SKIP() << "not for this user";
+    const FolderReport report = Examine(data_);
+    EXPECT_EQ(report.state, FolderState::Ready) << ToUtf8(report.problem);
+    EXPECT_TRUE(report.read_only);
+    EXPECT_THROW(Practice(data_, MixedPaper(), test::kCandidate, Edition::StandAlone), AutomationError);
+}
+
+TEST_F(DataFolderTest, AnEmptyOneIsReady) {
+    const DataFolder made{InFolder(data_.path, u"neu\\leer")};
+    MakeEmptyFolder(made.path);
+    EXPECT_EQ(Examine(made).state, FolderState::Ready);
+    EXPECT_TRUE(PapersOf(made, 1).empty());
+    EXPECT_TRUE(FileExists(InFolder(made.Banks(), u"Total.mdb")));
+    dao::Connection(made.Host())->Execute(u"INSERT INTO Papers (PaperNo, SubjectCode) VALUES (1, 1)");
+    MakeEmptyFolder(made.path);
+    EXPECT_EQ(PapersOf(made, 1).size(), 1U);
+}
+
+using HistoryTextTest = test::ReviewTest;
+
+TEST_F(HistoryTextTest, ListsWhatTheWindowLists) {
+    Options options;
+    options.data = Path();
+    options.user = test::kUser;
+    options.subject = test::kSubject;
+    const std::string columns = "\"日期\",\"类型\",\"练习时间\",\"总分\",\"得分\",\"得分率(%)\"\r\n";
+    EXPECT_EQ(HistoryText(options), "");
+    options.output = Options::Output::Csv;
+    EXPECT_EQ(HistoryText(options), columns);
+    options.output = Options::Output::Json;
+    EXPECT_EQ(HistoryText(options), "[\n]\n");
+    AddTraining(2, 100, 59);
+    AddTraining(3, 80, 78, 1, 2, -1);
+    const char* json = R"json([
+{"日期":"05/04/03 08:30","类型":"上机","练习时间":"","总分":"80","得分":"78","得分率(%)":"97.5"},
+{"日期":"05/04/02 08:30","类型":"笔试","练习时间":"01:02:05","总分":"100","得分":"59","得分率(%)":"59.0"}
+]
+)json";
+    EXPECT_EQ(HistoryText(options), json);
+    options.output = Options::Output::Csv;
+    EXPECT_EQ(HistoryText(options), columns +
+                                        "\"05/04/03 08:30\",\"上机\",\"\",\"80\",\"78\",\"97.5\"\r\n"
+                                        "\"05/04/02 08:30\",\"笔试\",\"01:02:05\",\"100\",\"59\",\"59.0\"\r\n");
+    options.output = Options::Output::Text;
+    options.user = 8;
+    EXPECT_EQ(HistoryText(options), "");
+    options.data = Path() + u"\\x";
+    EXPECT_EQ(ErrorOf([&] { HistoryText(options); }).Number(), kComponentError);
+}
+
+}  // namespace
+}  // namespace qmtrain::host
