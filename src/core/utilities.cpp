@@ -61,13 +61,13 @@ Value Utilities::InStrRevVb5(std::u16string_view strCheck, std::u16string_view s
 
 Value Utilities::SplitVB5(std::u16string_view strSrc, std::u16string_view strDelimit,
                           std::vector<std::u16string>& strItem, std::int32_t nCount, std::int32_t nCompare) const {
+    strItem.assign(1, {});
     const Case letter_case = CaseOf(nCompare);
     std::vector<std::u16string> items;
     std::size_t found = 0;
     while (!strSrc.empty() && (found = Find(strSrc, strDelimit, 0, letter_case)) != kNotFound) {
         if (nCount != -1 && static_cast<std::int64_t>(items.size()) >= nCount) {
-            if (items.empty()) items.emplace_back();
-            strItem = std::move(items);
+            if (!items.empty()) strItem = std::move(items);
             return {};
         }
         items.emplace_back(strSrc.substr(0, found));

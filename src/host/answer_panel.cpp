@@ -29,7 +29,7 @@ AnswerPanel::AnswerPanel(wxWindow* parent) : wxPanel(parent) {
     Bind(wxEVT_TEXT, changed);
 }
 
-void AnswerPanel::Show(const Question& question, std::u16string_view answer) {
+void AnswerPanel::Ask(const Question& question, std::u16string_view answer) {
     DestroyChildren();
     radios_.clear();
     checks_.clear();

@@ -173,7 +173,7 @@ void PracticeWindow::ShowQuestion() {
     LblTitle->SetLabel(ui::ToWx(practice_.GetPaper().title + u"　第 " + ToText(place.number) + u" 题（" +
                                 question.type_name + u"，" + ToText(Value(place.score)) + u" 分）"));
     RtfQuestion->SetText(question.text);
-    Answers->Show(question, practice_.Answer(current_));
+    Answers->Ask(question, practice_.Answer(current_));
     BtnPrevious->Enable(current_ > 0);
     BtnNext->Enable(current_ + 1 < BtnQuestions.size());
     ShowState(current_);

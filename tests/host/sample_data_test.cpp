@@ -141,14 +141,6 @@ TEST(SampleQuestions, AnswersAreWellFormed) {
     });
 }
 
-TEST(SampleQuestions, AnyLetterCanBeRight) {
-    std::map<std::u16string, int> letters;
-    ForEachQuestion([&](const SampleBank&, const SampleQuestion& question) {
-        if (question.kind == Kind::Single) ++letters[question.answer];
-    });
-    for (const char16_t* bit : {u"1", u"2", u"4", u"8"}) EXPECT_GE(letters[bit], 4) << ToUtf8(bit);
-}
-
 TEST(SampleQuestions, StemsLeaveNothingBehind) {
     ForEachQuestion([](const SampleBank&, const SampleQuestion& question) {
         std::vector<std::u16string> texts = question.options;
@@ -164,61 +156,6 @@ TEST(SampleQuestions, StemsLeaveNothingBehind) {
             EXPECT_EQ(CountOf(plain, u"{"), CountOf(plain, u"}"));
         }
     });
-}
-
-bool HasRun(const ui::RichText& text, std::u16string_view wanted, const auto& fits) {
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
-        for (const ui::Run& run : paragraph.runs) {
-            if (run.text.find(wanted) != wanted.npos && fits(run)) return true;
-        }
-    }
-    return false;
-}
-
-TEST(SampleQuestions, StemsShowTheirFormats) {
-    const auto bold = [](const ui::Run& run) { return run.format.bold; };
-    const auto underlined = [](const ui::Run& run) { return run.format.underline; };
-    const auto raised = [](const ui::Run& run) { return run.format.script == ui::Script::Superscript; };
-    const auto lowered = [](const ui::Run& run) { return run.format.script == ui::Script::Subscript; };
-    const auto program = [](const ui::Run& run) { return run.format.font == u"Courier New"; };
-    const auto picture = [](const ui::Run& run) {
-        return run.picture && ui::SizeInPixels(*run.picture) == ui::PixelSize{160, 110} &&
-               run.picture->bytes.size() == 411 && run.picture->width == 2400;
-    };
-    struct Case {
-        const char* name;
-        std::u16string rec_no;
-        std::u16string run;
-        bool (*fits)(const ui::Run&);
-        std::u16string plain;
-    };
-    const Case cases[] = {
-        {"bold, in bytes", u"JC010001", u"字节", bold,
-         u"在计算机中，字节（Byte）是存储容量的基本单位，1 字节等于（　　）个二进制位。"},
-        {"raised", u"JC010004", u"20", raised,
-         u"某计算机有 20 根地址线，按字节编址，可寻址的最大存储空间是 220 字节，即（　　）。"},
-        {"a picture", u"JC010010", u"\xFFFC", picture, u"下图所示的网络拓扑结构是（　　）。\n\xFFFC"},
-        {"underlined", u"JC020002", u"包括", underlined, u"操作系统的主要功能包括（　　）。"},
-        {"lowered", u"JC020004", u"下标", lowered,
-         u"下列各数中，与十进制数 100 相等的有（　　）。（数后的下标表示进位制）"},
-        {"a program", u"CX010004", u"/* 累加和 */", program,
-         u"下面程序的运行结果是（　　）。\n#include <stdio.h>\nint main(void)\n{\n"
-         u"    int i, s = 0;  /* 累加和 */\n    for (i = 1; i <= 5; i++)\n        s += i;\n"
-         u"    printf(\"%d\\n\", s);\n    return 0;\n}"},
-        {"a program in bytes", u"CX010009", u"/* 整除 */", program,
-         u"下面程序段的运行结果是（　　）。\nint n = 10, k = 0;\nwhile (n > 1)\n{\n    n /= 2;  /* 整除 */\n    "
-         u"k++;\n}\n"
-         u"printf(\"%d\", k);"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const SampleQuestion* question = FindSampleQuestion(c.rec_no);
-        ASSERT_NE(question, nullptr);
-        EXPECT_TRUE(std::all_of(question->title.begin(), question->title.end(), [](char16_t u) { return u < 0x80; }));
-        const ui::RichText text = ui::StoredText(question->title);
-        EXPECT_EQ(ToUtf8(text.PlainText()), ToUtf8(c.plain));
-        EXPECT_TRUE(HasRun(text, c.run, c.fits));
-    }
 }
 
 class SampleDataTest : public testing::Test {
@@ -411,30 +348,6 @@ TEST_F(SampleDataTest, HistoryIsOneOfFinishedTrainings) {
                      u"TI.TheoryNo = 1"),
               std::vector<std::string>{"60"});
     CheckFiles();
-}
-
-TEST_F(SampleDataTest, HistoriesAddUpAndNotesDoNot) {
-    const auto answers = [&] { return Client(u"Select TrainID, QuestionNo, StudentAnswer From TrainResult"); };
-    SeedHistory(folder_.path, 1, 2, 4, 5);
-    const auto first = answers();
-    SeedHistory(folder_.path, 1, 2, 4, 5);
-    const auto both = answers();
-    ASSERT_EQ(both.size(), 2 * first.size());
-    for (std::size_t i = 0; i < first.size(); ++i) {
-        EXPECT_EQ(both[i].substr(2), both[i + first.size()].substr(2));
-    }
-    SeedHistory(folder_.path, 1, 2, 1, 6);
-    EXPECT_FALSE(std::equal(first.begin(), first.begin() + 20, answers().end() - 20,
-                            [](const auto& a, const auto& b) { return a.substr(2) == b.substr(2); }));
-
-    SeedHistory(folder_.path, 3, 1, 0, 5);
-    EXPECT_EQ(Client(u"Select CreateUserID, SubjectCode, DataCode, Count(*) From Notes "
-                     u"Group By CreateUserID, SubjectCode, DataCode"),
-              (std::vector<std::string>{"1|2|CX|4", "3|1|JC|4"}));
-    for (const std::string& rec_no : Client(u"Select QuestionRecNo From Notes")) {
-        EXPECT_NE(FindSampleQuestion(FromUtf8(rec_no)), nullptr) << rec_no;
-    }
-    EXPECT_THROW(SeedHistory(folder_.path, 1, 9, 1, 5), AutomationError);
 }
 
 }  // namespace

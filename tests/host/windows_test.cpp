@@ -93,7 +93,9 @@ protected:
                 for (int column = 1; column < list.GetColumnCount(); ++column) {
                     row += Utf8(list.GetItemText(0, column)) + " ";
                 }
-                EXPECT_EQ(row.replace(row.find("01:00:"), 8, "01:00"), "上机 01:00 100 70 70.0 ");
+                const std::size_t time = row.find(" 01:00:");
+                ASSERT_NE(time, std::string::npos) << row;
+                EXPECT_EQ(row.erase(time + 6, 3), "上机 01:00 100 70 70.0 ");
                 Click(*history->BtnView);
             })
             .Await("the paper", [&] { return (paper = Shown<FrmViewPaper>()) != nullptr; })
@@ -136,6 +138,7 @@ TEST_F(HostWindowTest, APaperIsPractisedReviewedAndDoneAgain) {
         PractiseAndHandIn(main);
         ReviewAndDoAgain(main);
         EXPECT_EQ(main.LvLast->GetItemCount(), is_net ? 4 : 2);
+        dao::Connection(ClientDatabase(data_.path))->Execute(u"Update TrainInfo Set StartDate=StartDate-1");  // a day
         EXPECT_EQ(Host(u"Select Count(*), Max(TrainID) From Unfinished"), is_net ? "2|4\n" : "1|2\n");
     }
     EXPECT_EQ(Client(u"Select TrainID, Score From TrainInfo Order By TrainID"), "1|70\n2|Null\n3|70\n4|Null\n");
@@ -248,13 +251,15 @@ TEST_F(HostWindowTest, AnUnfinishedPracticeIsOffered) {
 }
 
 TEST_F(HostWindowTest, FilesThatGoMissingAreTold) {
+    SeedHistory(data_.path, test::kCandidate, 1, 1, 1);
     MainWindow main(data_, test::kCandidate, 1);
     main.Show();
     std::filesystem::remove(folder_.Path() / "Bank" / "JC.mdb");
     boxes_.Expect(wxID_OK);
     main.StartPaper(main_paper_);
     EXPECT_EQ(boxes_.Said().size(), 1U);
-    EXPECT_EQ(Client(u"Select Count(*) From TrainInfo"), "0\n");
+    EXPECT_EQ(Client(u"Select Count(*) From TrainInfo"), "1\n");
+    EXPECT_EQ(main.LvLast->GetItemCount(), 1);
     std::filesystem::remove(folder_.Path() / "Client.mdb");
     boxes_.Expect(wxID_OK);
     wxCommandEvent chosen(wxEVT_CHOICE);
