@@ -183,7 +183,7 @@ void PracticeWindow::ShowQuestion() {
 void PracticeWindow::ShowState(std::size_t index) {
     std::u16string label = ToText(practice_.Place(index).number);
     if (practice_.IsMarked(index)) label += u"★";
-    if (practice_.Answer(index).find_first_not_of(u"@") != std::u16string::npos) label += u"✓";
+    if (practice_.Answer(index).find_first_not_of(u'@') != std::u16string::npos) label += u"✓";
     wxButton* button = BtnQuestions[index];
     button->SetLabel(ui::ToWx(label));
     button->SetFont(index == current_ ? GetFont().Bold() : GetFont());

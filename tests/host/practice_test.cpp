@@ -165,8 +165,8 @@ TEST_F(PracticeTest, SurvivesTheEndOfItsProcess) {
     const long writes = WritesOfAPractice();
     ASSERT_GT(writes, 100);
     std::string reached;
-    constexpr int kPoints = 12;
-    for (int point = 0; point < kPoints; ++point) {
+    constexpr long kPoints = 12;
+    for (long point = 0; point < kPoints; ++point) {
         const long last = writes * (2 * point + 1) / (2 * kPoints);
         SCOPED_TRACE("killed after " + std::to_string(last) + " of " + std::to_string(writes) + " writes");
         for (const std::u16string_view table : {u"TrainResult", u"TrainInfo"}) {

@@ -253,7 +253,7 @@ TEST_F(NoteListsTest, QuestionsOfNotes) {
     ASSERT_TRUE(note.Init(problem));
     const auto shown = [&](const NotesSource& source) {
         const NoteQuestion question = GetQuestionItem(source, note);
-        EXPECT_EQ(question.loaded, question.type != u"");
+        EXPECT_EQ(question.loaded, !question.type.empty());
         return ToUtf8(question.type + u"|" + question.answer + u"|" + question.text.PlainText());
     };
     for (const Case& c : cases) {
