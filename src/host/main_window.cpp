@@ -76,7 +76,7 @@ void MainWindow::Build() {
     BtnNotes = new wxButton(page, wxID_ANY, ui::ToWx(u"笔记管理"));
     LvLast = new ui::ListView(page, {ui::Icon::Pass, ui::Icon::Fail});
     LvLast->SetEmptyText(u"还没有练习记录。");
-    const std::pair<const char16_t*, int> columns[] = {{u"日期", 130}, {u"类型", 56}, {u"练习时间", 80},
+    const std::pair<const char16_t*, int> columns[] = {{u"日期", 150}, {u"类型", 56}, {u"练习时间", 80},
                                                        {u"总分", 56},  {u"得分", 56}, {u"得分率(%)", 80}};
     for (const auto& [title, width] : columns) {
         const auto cell = static_cast<std::size_t>(LvLast->GetColumnCount());
