@@ -43,18 +43,18 @@ void Play(Window& window, std::vector<std::function<void()>> steps) {
     window.ShowModal();
 }
 
-struct Session {
+struct Scene {
     fs::path pictures;
     std::u16string data;
 };
 
-void History(const Session& session) {
+void History(const Scene& scene) {
     review::FrmTrain window;
-    window.ClientPath(session.data);
+    window.ClientPath(scene.data);
     window.UserId(1);
     window.SubjectCode(1);
     const auto picture = [&](const char* name) {
-        return [&window, &session, name] { Save(window, session.pictures / name); };
+        return [&window, &scene, name] { Save(window, scene.pictures / name); };
     };
     Play(window,
          {picture("history-list.png"), [&] { window.Piclst->Click(review::kChartTab); }, picture("history-bars.png"),
@@ -69,41 +69,41 @@ void History(const Session& session) {
           picture("history-line.png")});
 }
 
-void Review(const Session& session) {
+void Review(const Scene& scene) {
     review::FrmViewPaper window;
-    window.ClientPath(session.data);
-    window.LocalMdbPath(InFolder(session.data, u"LocalPaper.mdb"));
+    window.ClientPath(scene.data);
+    window.LocalMdbPath(InFolder(scene.data, u"LocalPaper.mdb"));
     window.IsNet(true);
     window.SubjectCode(1);
     window.TrainID(1);
     const auto show = [&](long row) { return [&window, row] { window.FlexGridQuestions->SelectRow(row); }; };
     const auto picture = [&](const char* name) {
-        return [&window, &session, name] { Save(window, session.pictures / name); };
+        return [&window, &scene, name] { Save(window, scene.pictures / name); };
     };
     Play(window, {picture("review-choice.png"), show(2), picture("review-fill.png"), show(5),
                   picture("review-operation.png"), [&] { window.mnuViewArr_Click(); }, picture("review-below.png")});
 }
 
-void Notes(const Session& session) {
+void Notes(const Scene& scene) {
     notes::NotesSource source;
-    source.client_path = session.data;
-    source.local_paper_path = InFolder(session.data, u"LocalPaper.mdb");
+    source.client_path = scene.data;
+    source.local_paper_path = InFolder(scene.data, u"LocalPaper.mdb");
     source.is_net = true;
     source.subject_code = 1;
     source.user_id = 1;
     notes::FrmNotes window(source);
     const auto show = [&](const char16_t* key) { return [&window, key] { window.SelectKey(key); }; };
     const auto picture = [&](const char* name) {
-        return [&window, &session, name] { Save(window, session.pictures / name); };
+        return [&window, &scene, name] { Save(window, scene.pictures / name); };
     };
     Play(window,
          {picture("notes-root.png"), show(u"DataKJ"), picture("notes-bank.png"), show(u"Note1"),
           picture("notes-note.png"), [&] { window.ToolbarNotes_ButtonClick(u"Modify"); }, picture("notes-modify.png")});
 }
 
-void Empty(const Session& session) {
+void Empty(const Scene& scene) {
     review::FrmTrain window;
-    Play(window, {[&] { Save(window, session.pictures / "history-empty.png"); }});
+    Play(window, {[&] { Save(window, scene.pictures / "history-empty.png"); }});
 }
 
 }  // namespace
@@ -122,11 +122,11 @@ int main(int argc, char** argv) {
     fs::remove_all(data);
     fs::create_directories(data);
     SetComponentFolder(data);
-    const Session session{folder, FromNativePath(data)};
-    screenshots::MakeSampleData(session.data, 14);
-    History(session);
-    Review(session);
-    Notes(session);
-    Empty(session);
+    const Scene scene{folder, FromNativePath(data)};
+    screenshots::MakeSampleData(scene.data, 14);
+    History(scene);
+    Review(scene);
+    Notes(scene);
+    Empty(scene);
     return 0;
 }
