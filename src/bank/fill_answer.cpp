@@ -7,22 +7,13 @@
 #include "core/utilities.h"
 
 namespace qmtrain {
-namespace {
-
-std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter) {
-    std::vector<std::u16string> pieces;
-    Utilities().SplitVB5(text, delimiter, pieces, -1, 0);
-    return pieces;
-}
-
-}  // namespace
 
 std::int32_t FillAnswer::GetFillCount() const {
     return 1 + static_cast<std::int32_t>(std::count(answer_.begin(), answer_.end(), u'@'));
 }
 
 std::u16string FillAnswer::Blank(std::int32_t index) const {
-    const std::vector<std::u16string> pieces = Split(answer_, u"@");
+    const std::vector<std::u16string> pieces = SplitAll(answer_, u"@");
     if (index > static_cast<std::int32_t>(pieces.size())) return {};
     if (index < 1) Raise(ErrorNumber::SubscriptOutOfRange);
     return pieces[static_cast<std::size_t>(index - 1)];
@@ -30,7 +21,7 @@ std::u16string FillAnswer::Blank(std::int32_t index) const {
 
 bool FillAnswer::GetAnswer(std::int32_t nIndex, std::vector<std::u16string>& strAnswers) const {
     if (nIndex > GetFillCount()) return false;
-    strAnswers = Split(Blank(nIndex), u"#");
+    strAnswers = SplitAll(Blank(nIndex), u"#");
     return true;
 }
 

@@ -126,4 +126,10 @@ Value Utilities::GetChoiceAnswerString(std::int32_t nAnswer) const {
     return letters;
 }
 
+std::vector<std::u16string> SplitAll(std::u16string_view text, std::u16string_view delimiter) {
+    std::vector<std::u16string> items;
+    Utilities().SplitVB5(text, delimiter, items, -1, 0);
+    return items;
+}
+
 }  // namespace qmtrain

@@ -106,8 +106,7 @@ void AnswerPanel::Fill(std::u16string_view answer) {
     }
     if (kind_ == Kind::YesNo && !answer.empty()) radios_[answer == u"-1" ? 0 : 1]->SetValue(true);
     if (kind_ == Kind::Fill) {
-        std::vector<std::u16string> parts;
-        Utilities().SplitVB5(answer, u"@", parts, -1, 0);
+        const std::vector<std::u16string> parts = SplitAll(answer, u"@");
         for (std::size_t i = 0; i < texts_.size(); ++i) {
             texts_[i]->ChangeValue(ui::ToWx(i < parts.size() ? parts[i] : u""));
         }

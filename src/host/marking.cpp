@@ -14,12 +14,6 @@ namespace {
 
 constexpr std::u16string_view kBlanks = u" \t\r\n　";
 
-std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter) {
-    std::vector<std::u16string> parts;
-    Utilities().SplitVB5(text, delimiter, parts, -1, 0);
-    return parts;
-}
-
 std::u16string_view Trimmed(std::u16string_view text) {
     const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == std::u16string_view::npos) return {};
@@ -86,7 +80,7 @@ Mark MarkYesNo(const Task& task, std::u16string_view answer) {
 Mark MarkFill(const Task& task, std::u16string_view answer) {
     FillAnswer standard;
     standard.Answer(task.standard_answer);
-    const std::vector<std::u16string> given = Split(answer, u"@");
+    const std::vector<std::u16string> given = SplitAll(answer, u"@");
     const auto blanks = static_cast<std::size_t>(standard.GetFillCount());
     std::size_t right = 0;
     Errors errors;
@@ -107,7 +101,7 @@ Mark MarkFill(const Task& task, std::u16string_view answer) {
 }
 
 Mark MarkOperation(const Task& task, std::u16string_view answer) {
-    const std::vector<std::u16string> keywords = Split(task.keywords, u"#");
+    const std::vector<std::u16string> keywords = SplitAll(task.keywords, u"#");
     std::size_t right = 0;
     Errors errors;
     for (const std::u16string& keyword : keywords) {

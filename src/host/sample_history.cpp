@@ -75,12 +75,6 @@ private:
     bool open_ = true;
 };
 
-std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter) {
-    std::vector<std::u16string> parts;
-    Utilities().SplitVB5(text, delimiter, parts, -1, 0);
-    return parts;
-}
-
 // Somebody who knows the answers with a probability.
 class SampleCandidate {
 public:
@@ -123,11 +117,11 @@ private:
     }
 
     std::u16string Blanks(const SampleQuestion& question) {
-        const std::vector<std::u16string> mistakes = Split(question.candidate, u"@");
+        const std::vector<std::u16string> mistakes = SplitAll(question.candidate, u"@");
         std::u16string text;
         std::size_t blank = 0;
-        for (const std::u16string& accepted : Split(question.answer, u"@")) {
-            const std::vector<std::u16string> right = Split(accepted, u"#");
+        for (const std::u16string& accepted : SplitAll(question.answer, u"@")) {
+            const std::vector<std::u16string> right = SplitAll(accepted, u"#");
             if (blank > 0) text += u'@';
             text += Happens(skill_) ? right[Pick(static_cast<std::uint32_t>(right.size()))] : mistakes[blank];
             ++blank;

@@ -53,12 +53,6 @@ std::u16string Joined(const std::vector<std::u16string>& parts, std::u16string_v
     return out;
 }
 
-std::vector<std::u16string> Split(std::u16string_view text, std::u16string_view delimiter) {
-    std::vector<std::u16string> parts;
-    Utilities().SplitVB5(text, delimiter, parts, -1, 0);
-    return parts;
-}
-
 bool IsFillType(std::int32_t question_type) {
     return question_type < 1 || question_type > 27;
 }
@@ -79,8 +73,8 @@ std::u16string FillText(std::u16string_view stored) {
     for (const std::u16string_view marker : {u"[YN]", u"[NN]", u"[YY]", u"[NN]"}) {
         text = Utilities().ReplaceStr(text, marker, u"", 0);
     }
-    std::vector<std::u16string> blanks = Split(text, u"@");
-    for (std::u16string& blank : blanks) blank = Joined(Split(blank, u"#"), u" 或 ");
+    std::vector<std::u16string> blanks = SplitAll(text, u"@");
+    for (std::u16string& blank : blanks) blank = Joined(SplitAll(blank, u"#"), u" 或 ");
     return Joined(blanks, u" 与 ");
 }
 
