@@ -38,6 +38,7 @@ constexpr Description kDescriptions[] = {
     {ErrorNumber::PasswordInvalid, u"数据库“%1”设有密码，不能打开。"},
     {ErrorNumber::SystemResourceExceeded, u"超出系统资源。"},
     {ErrorNumber::DiskError, u"读写文件“%1”时发生磁盘错误：%2"},
+    {ErrorNumber::FileInUse, u"数据库“%1”正被另一种数据库程序打开，现在不能写入；请先关闭那个程序。"},
     {ErrorNumber::InvalidPath, u"路径“%1”无效。"},
     {ErrorNumber::FileDamaged, u"数据库“%1”已损坏：%2"},
     {ErrorNumber::CannotLockFile, u"不能锁定文件“%1”：它正被其他程序使用。"},

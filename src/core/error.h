@@ -37,6 +37,7 @@ enum class ErrorNumber : std::int32_t {
     DiskFull = 3026,
     ReadOnly = 3027,
     PasswordInvalid = 3031,
+    FileInUse = 3045,
     SystemResourceExceeded = 3035,
     DiskError = 3043,
     InvalidPath = 3044,

@@ -1,6 +1,6 @@
 // Files of the operating system behind an interface, so that a test can count calls and make them fail.
 //
-// Paths arrive as the caller wrote them; only this file turns them into the operating system's form.
+// Paths arrive as the caller wrote them; only this room turns them into the operating system's form.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,9 @@
 
 namespace qmtrain {
 
-// The path in the system's form. Outside Windows "\" separates like "/", and where a name does not exist as written, a
-// name that differs in letter case only is taken: the folders come from Windows machines.
+// The path in the system's form. On Windows a path of any length can be opened. Elsewhere "\" separates like "/", and
+// where a name does not exist as written, a name that differs in letter case only is taken: the folders come from
+// Windows machines.
 std::filesystem::path ToNativePath(std::u16string_view path);
 
 // The path as the user wrote it, for messages.
@@ -24,6 +25,7 @@ std::u16string InFolder(std::u16string_view folder, std::u16string_view file);
 
 // Whether a file, not a folder, stands there.
 bool FileExists(std::u16string_view path);
+bool FolderExists(std::u16string_view path);
 
 // Appends the bytes whole: those of another process come before or behind them, and nothing of them stays when the disk
 // is full. Makes the file when it is missing. Raises what File and FileSystem raise.
@@ -55,7 +57,11 @@ public:
     virtual void Sync() = 0;
 
     // Locks a range for this open file, replacing a lock of the other kind that it holds there; false when another open
-    // file, of this process or another, stands in the way. A lock ends with the file or its process.
+    // file, of this process or another, stands in the way, and what was held is held still. A shared lock cannot be
+    // made exclusive at one stroke everywhere: whoever takes a lock at that moment keeps it, and CannotLockFile is
+    // raised when the shared one is lost to him. A lock ends with the file or its process. Others may be kept from
+    // reading and writing in the range. Requires: ranges that this file holds are equal or apart, and are given back
+    // whole.
     virtual bool TryLock(std::uint64_t offset, std::uint64_t length, Lock kind) = 0;
     virtual void Unlock(std::uint64_t offset, std::uint64_t length) = 0;
 
@@ -73,7 +79,11 @@ public:
     // Raises FileNotFound, InvalidPath (no such folder) or CannotOpenFile (no permission).
     virtual std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) = 0;
     virtual bool Exists(const std::filesystem::path& path) = 0;
+
+    // The name is free afterwards, even while the file is open somewhere. To remove what is not there does nothing.
     virtual void Remove(const std::filesystem::path& path) = 0;
+
+    // Replaces the file that stands at `to`.
     virtual void Rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 
     // Makes creations and removals in the folder durable.

@@ -3,27 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <clocale>
-#include <cwctype>
 #include <memory>
-
-#include <iconv.h>
-#include <langinfo.h>
-#include <locale.h>
-
-#include "core/error.h"
+#include <numeric>
 
 namespace qmtrain {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
-bool IsHighSurrogate(char16_t unit) {
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-bool IsLowSurrogate(char16_t unit) {
-    return unit >= 0xDC00 && unit < 0xE000;
-}
+constexpr char32_t kReplacement = kReplacementCharacter;
 
 void AppendUtf16(char32_t code, std::u16string& out) {
     if (code < 0x10000) {
@@ -57,53 +43,36 @@ bool HasNoCase(char16_t unit) {
     return (unit >= 0x3000 && unit < 0xA640) || (unit >= 0xAC00 && unit < 0xD7A4);
 }
 
+struct CaseRun {
+    char16_t first;
+    char16_t last;
+    std::uint16_t step;
+    std::int32_t distance;
+};
+
+#include "core/case_table.inc"
+
 struct CaseTable {
     std::array<char16_t, 0x10000> upper;
     std::array<char16_t, 0x10000> lower;
 
     CaseTable() {
-        locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-        for (std::uint32_t unit = 0; unit < 0x10000; ++unit) {
-            upper[unit] = Fold(unit, unicode != nullptr ? towupper_l(unit, unicode) : towupper(unit));
-            lower[unit] = Fold(unit, unicode != nullptr ? towlower_l(unit, unicode) : towlower(unit));
-        }
-        if (unicode != nullptr) freelocale(unicode);
+        std::iota(upper.begin(), upper.end(), char16_t{0});
+        lower = upper;
+        for (const CaseRun& run : kUpper) Apply(run, upper);
+        for (const CaseRun& run : kLower) Apply(run, lower);
     }
 
-    static char16_t Fold(std::uint32_t unit, wint_t folded) {
-        const bool surrogate = unit >= 0xD800 && unit < 0xE000;
-        return static_cast<char16_t>(surrogate || folded > 0xFFFF ? unit : folded);
+    static void Apply(const CaseRun& run, std::array<char16_t, 0x10000>& table) {
+        for (std::uint32_t unit = run.first; unit <= run.last; unit += run.step) {
+            table[unit] = static_cast<char16_t>(static_cast<std::int32_t>(unit) + run.distance);
+        }
     }
 };
 
 const CaseTable& Cases() {
     static const auto table = std::make_unique<const CaseTable>();
     return *table;
-}
-
-struct IconvCloser {
-    void operator()(void* handle) const { iconv_close(handle); }
-};
-using IconvHandle = std::unique_ptr<void, IconvCloser>;
-
-std::string CodePageName(int code_page) {
-    return code_page == 65001 ? "UTF-8" : "CP" + std::to_string(code_page);
-}
-
-IconvHandle OpenConverter(const std::string& to, const std::string& from, int code_page) {
-    iconv_t handle = iconv_open(to.c_str(), from.c_str());
-    if (handle == reinterpret_cast<iconv_t>(-1))
-        Raise(ErrorNumber::OperationNotSupported, {u"代码页 " + ToText(code_page)});
-    return IconvHandle(handle);
-}
-
-// Of the locale that the environment names, whatever the program has set.
-std::string LocaleEncoding() {
-    locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
-    if (locale == nullptr) return "UTF-8";
-    std::string encoding = nl_langinfo_l(CODESET, locale);
-    freelocale(locale);
-    return encoding == "ANSI_X3.4-1968" ? "UTF-8" : encoding;
 }
 
 }  // namespace
@@ -153,73 +122,6 @@ std::u16string FromUtf8(std::string_view text) {
         at += std::max<std::size_t>(length, 1);
     }
     return out;
-}
-
-std::u16string FromCodePage(std::string_view bytes, int code_page) {
-    std::u16string out;
-    if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<std::uint8_t>(c) < 0x80; })) {
-        out.assign(bytes.begin(), bytes.end());  // every Windows code page begins with ASCII
-        return out;
-    }
-    const IconvHandle converter = OpenConverter("UTF-16LE", CodePageName(code_page), code_page);
-    std::string buffer(bytes);
-    char* in = buffer.data();
-    std::size_t in_left = buffer.size();
-    out.resize(bytes.size());  // no code page needs more than one unit per byte
-    char* to = reinterpret_cast<char*>(out.data());
-    std::size_t to_left = out.size() * 2;
-    while (in_left > 0) {
-        if (iconv(converter.get(), &in, &in_left, &to, &to_left) != static_cast<std::size_t>(-1)) break;
-        if (in_left == 0 || to_left < 2) break;
-        *reinterpret_cast<char16_t*>(to) = static_cast<char16_t>(kReplacement);
-        to += 2;
-        to_left -= 2;
-        ++in;
-        --in_left;
-    }
-    out.resize(out.size() - to_left / 2);
-    return out;
-}
-
-std::optional<std::string> ToCodePage(std::u16string_view text, int code_page) {
-    const IconvHandle converter = OpenConverter(CodePageName(code_page), "UTF-16LE", code_page);
-    std::u16string buffer(text);
-    char* in = reinterpret_cast<char*>(buffer.data());
-    std::size_t in_left = buffer.size() * 2;
-    std::string out(text.size() * 4, '\0');
-    char* to = out.data();
-    std::size_t to_left = out.size();
-    if (iconv(converter.get(), &in, &in_left, &to, &to_left) == static_cast<std::size_t>(-1)) return std::nullopt;
-    out.resize(out.size() - to_left);
-    return out;
-}
-
-std::string ToEncoding(std::u16string_view text, const std::string& encoding) {
-    if (encoding == "UTF-8") return ToUtf8(text);
-    const IconvHandle converter = OpenConverter(encoding, "UTF-16LE", 0);
-    std::u16string buffer(text);
-    char* in = reinterpret_cast<char*>(buffer.data());
-    std::size_t in_left = buffer.size() * 2;
-    std::string out(text.size() * 4, '\0');
-    char* to = out.data();
-    std::size_t to_left = out.size();
-    while (in_left > 0 && iconv(converter.get(), &in, &in_left, &to, &to_left) == static_cast<std::size_t>(-1) &&
-           in_left >= 2) {
-        *to++ = '?';
-        --to_left;
-        const auto* units = reinterpret_cast<const char16_t*>(in);
-        const bool pair = in_left >= 4 && IsHighSurrogate(units[0]) && IsLowSurrogate(units[1]);
-        const std::size_t skipped = pair ? 4 : 2;
-        in += skipped;
-        in_left -= skipped;
-    }
-    out.resize(out.size() - to_left);
-    return out;
-}
-
-std::string ToAnsi(std::u16string_view text) {
-    static const std::string encoding = LocaleEncoding();
-    return ToEncoding(text, encoding);
 }
 
 char16_t ToUpper(char16_t unit) {

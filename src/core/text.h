@@ -8,6 +8,17 @@
 
 namespace qmtrain {
 
+// What stands in place of bytes that mean nothing.
+inline constexpr char16_t kReplacementCharacter = 0xFFFD;
+
+// The halves of a pair that stands for one character beyond U+FFFF.
+constexpr bool IsHighSurrogate(char16_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+constexpr bool IsLowSurrogate(char16_t unit) {
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
 // Lone surrogates pass through as three-byte sequences, so that any text survives the round trip.
 std::string ToUtf8(std::u16string_view text);
 void AppendUtf8(std::u16string_view text, std::string& out);
@@ -30,8 +41,8 @@ std::string ToEncoding(std::u16string_view text, const std::string& encoding);
 // elsewhere. A locale that says nothing ("C") counts as UTF-8.
 std::string ToAnsi(std::u16string_view text);
 
-// Upper and lower case of one UTF-16 unit as the platform folds it: Latin, Greek, Cyrillic, full-width forms.
-// Surrogates are returned unchanged.
+// Upper and lower case of one UTF-16 unit after Unicode, the same on every system: Latin, Greek, Cyrillic, full-width
+// forms. Surrogates are returned unchanged.
 char16_t ToUpper(char16_t unit);
 char16_t ToLower(char16_t unit);
 std::u16string ToUpper(std::u16string_view text);

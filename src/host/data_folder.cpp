@@ -1,24 +1,18 @@
 #include "host/data_folder.h"
 
-#include <cstdlib>
 #include <system_error>
 
 #include "bank/schema.h"
 #include "core/client_folder.h"
 #include "core/error.h"
 #include "core/files.h"
-#include "core/text.h"
+#include "core/system.h"
 #include "dao/dao.h"
 #include "host/schema.h"
 #include "records/schema.h"
 
 namespace qmtrain::host {
 namespace {
-
-std::string Environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
 
 // Opens the file and looks at what will be needed of it first.
 void Look(std::u16string_view file, std::u16string_view table, bool& read_only) {
@@ -40,9 +34,9 @@ std::u16string DataFolder::Host() const {
 }
 
 std::u16string UserDataFolder() {
-    if (const std::string local = Environment("LOCALAPPDATA"); !local.empty()) return FromUtf8(local) + u"\\qmtrain";
-    if (const std::string data = Environment("XDG_DATA_HOME"); !data.empty()) return FromUtf8(data) + u"/qmtrain";
-    return FromUtf8(Environment("HOME")) + u"/.local/share/qmtrain";
+    if (const std::u16string local = EnvironmentVariable("LOCALAPPDATA"); !local.empty()) return local + u"\\qmtrain";
+    if (const std::u16string data = EnvironmentVariable("XDG_DATA_HOME"); !data.empty()) return data + u"/qmtrain";
+    return EnvironmentVariable("HOME") + u"/.local/share/qmtrain";
 }
 
 void MakeEmptyFolder(std::u16string_view folder) {

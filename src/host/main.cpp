@@ -5,6 +5,7 @@
 #include "core/error.h"
 #include "core/files.h"
 #include "core/log.h"
+#include "core/system.h"
 #include "core/text.h"
 #include "host/data_folder.h"
 #include "host/history_list.h"
@@ -39,8 +40,9 @@ int Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const Utf8Streams streams;
     try {
-        return Run(ParseOptions({argv + 1, argv + argc}));
+        return Run(ParseOptions(CommandLineWords(argc, argv)));
     } catch (const AutomationError& error) {
         std::fprintf(stderr, "qmtrain: %s\n", error.what());
         return error.Number() == kComponentError ? 2 : 1;

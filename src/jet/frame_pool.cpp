@@ -14,16 +14,23 @@ namespace {
 constexpr std::size_t kFirstBlock = std::size_t{256} << 10;
 constexpr std::size_t kBlock = std::size_t{2} << 20;
 
+// Elsewhere a wide alignment only wastes addresses, of which a 32-bit process has few.
+#ifdef __linux__
+constexpr std::align_val_t kAlignment{kBlock};
+#else
+constexpr std::align_val_t kAlignment{4096};
+#endif
+
 }  // namespace
 
 void FramePool::Freer::operator()(std::uint8_t* block) const {
-    ::operator delete(block, std::align_val_t(kBlock));
+    ::operator delete(block, kAlignment);
 }
 
 std::uint8_t* FramePool::Take() {
     if (free_.empty()) {
         const std::size_t size = blocks_.empty() ? kFirstBlock : kBlock;
-        blocks_.emplace_back(static_cast<std::uint8_t*>(::operator new(size, std::align_val_t(kBlock))));
+        blocks_.emplace_back(static_cast<std::uint8_t*>(::operator new(size, kAlignment)));
         std::uint8_t* block = blocks_.back().get();
 #ifdef __linux__
         if (size == kBlock) madvise(block, size, MADV_HUGEPAGE);

@@ -1,15 +1,12 @@
 // Question banks of both editions in a folder of their own, with the log beside them.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "bank/schema.h"
 #include "core/error.h"
@@ -17,7 +14,9 @@
 #include "core/log_reader.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/jet_database.h"
 #include "jet/support/scratch.h"
+#include "support/ordinary_user.h"
 
 namespace qmtrain::test {
 
@@ -39,27 +38,6 @@ AutomationError ErrorOf(Body body) {
     return {0, u"", u""};
 }
 
-// The rights of an ordinary user, for whom a read-only folder is one; tests often run as root.
-class OrdinaryUser {
-public:
-    OrdinaryUser() {
-        constexpr uid_t kNobody = 65534;
-        if (root_ && seteuid(kNobody) != 0) root_ = false;
-    }
-    OrdinaryUser(const OrdinaryUser&) = delete;
-    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-    ~OrdinaryUser() {
-        if (root_ && seteuid(0) != 0) std::abort();
-    }
-
-    static bool May(const std::filesystem::path& path, int access) {
-        return faccessat(AT_FDCWD, path.c_str(), access, AT_EACCESS) == 0;
-    }
-
-private:
-    bool root_ = geteuid() == 0;
-};
-
 class BankTest : public testing::Test {
 protected:
     BankTest() { LogTo(folder_.Path()); }
@@ -70,7 +48,7 @@ protected:
 
     // Statements separated by ";".
     void Execute(std::u16string_view file, std::u16string_view sql) const {
-        dao::Connection(Path(file))->ExecuteScript(sql);
+        dao::JetDatabase::Open(Path(file))->ExecuteScript(sql);
     }
 
     std::vector<LogEntry> Log() const { return ReadLog(LogFile()); }

@@ -1,4 +1,4 @@
-// Paths as Windows programs write them, and files with their locks.
+// Files of a folder, and their locks.
 
 #include "core/files.h"
 
@@ -7,62 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include "core/error.h"
-#include "core/text.h"
-#include "jet/support/scratch.h"
+#include "core/files_fixture.h"
 
-namespace qmtrain {
+namespace qmtrain::test {
 namespace {
 
-namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
-
-class FilesTest : public testing::Test {
-protected:
-    std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) { return FileSystem::Native().Open(path, mode); }
-    fs::path At(const std::string& name) const { return folder_.Path() / name; }
-    void Make(const std::string& name) { Open(At(name), OpenMode::Create); }
-
-    ErrorNumber ErrorOfOpening(const fs::path& path, OpenMode mode) {
-        try {
-            Open(path, mode);
-        } catch (const AutomationError& error) {
-            EXPECT_NE(error.Description().find(FromNativePath(path.filename())), std::u16string::npos);
-            return static_cast<ErrorNumber>(error.Number());
-        }
-        return {};
-    }
-
-    test::ScratchFolder folder_;
-};
-
-TEST_F(FilesTest, PathsFromWindowsFindTheirFiles) {
-    fs::create_directories(At("Users/考生01"));
-    fs::create_directories(At("users2"));
-    Make("Users/考生01/Client.MDB");
-    Make("plain.mdb");
-    Make("PLAIN2.mdb");
-    Make("plain2.mdb");
-    struct Case {
-        std::u16string given;
-        std::string found;
-    };
-    const Case cases[] = {
-        {u"plain.mdb", "plain.mdb"},
-        {u"Plain.MDB", "plain.mdb"},
-        {u"users\\考生01\\client.mdb", "Users/考生01/Client.MDB"},
-        {u"USERS/考生01\\CLIENT.mdb", "Users/考生01/Client.MDB"},
-        {u"users2", "users2"},
-        {u"plain2.mdb", "plain2.mdb"},                        // written exactly so
-        {u"users\\考生01\\new.mdb", "Users/考生01/new.mdb"},  // to be made
-        {u"nowhere\\new.mdb", "nowhere/new.mdb"},
-    };
-    for (const Case& test : cases) {
-        const std::u16string folder = FromNativePath(folder_.Path());
-        EXPECT_EQ(ToNativePath(folder + u"\\" + test.given), At(test.found)) << ToUtf8(test.given);
-    }
-    EXPECT_EQ(FromNativePath(At("考生")), FromNativePath(folder_.Path()) + u"/考生");
-}
 
 TEST_F(FilesTest, FilesInAFolder) {
     Make("client.MDB");
@@ -77,7 +27,7 @@ TEST_F(FilesTest, FilesInAFolder) {
     const Case cases[] = {
         {folder, u"Client.mdb", folder + u"\\Client.mdb", true},
         {folder + u"\\", u"Client.mdb", folder + u"\\Client.mdb", true},
-        {folder + u"/", u"Client.mdb", folder + u"/\\Client.mdb", true},
+        {folder + u"/", u"client.mdb", folder + u"/\\client.mdb", true},
         {folder, u"Total.mdb", folder + u"\\Total.mdb", false},  // a folder
         {folder, u"Paper.mdb", folder + u"\\Paper.mdb", false},
         {u"", u"Client.mdb", u"\\Client.mdb", false},
@@ -88,6 +38,10 @@ TEST_F(FilesTest, FilesInAFolder) {
         EXPECT_EQ(FileExists(test.path), test.there) << ToUtf8(test.path);
     }
     EXPECT_FALSE(FileExists(u""));
+    EXPECT_TRUE(FolderExists(folder + u"\\total.MDB"));
+    EXPECT_FALSE(FolderExists(folder + u"\\Client.mdb"));
+    EXPECT_FALSE(FolderExists(folder + u"\\Client"));
+    EXPECT_FALSE(FolderExists(u""));
 }
 
 TEST_F(FilesTest, OpeningSaysWhatIsWrong) {
@@ -130,13 +84,20 @@ TEST_F(FilesTest, LocksStandBetweenTwoHandles) {
     EXPECT_TRUE(one->TryLock(5, 1, Shared));
     EXPECT_TRUE(two->TryLock(5, 1, Shared));
     EXPECT_FALSE(one->TryLock(5, 1, Exclusive));  // the other one reads
-    EXPECT_FALSE(two->TryLock(4, 3, Exclusive));
     two->Unlock(5, 1);
+    EXPECT_FALSE(two->TryLock(4, 3, Exclusive));
     EXPECT_TRUE(one->TryLock(5, 1, Exclusive));  // its own lock becomes stronger
     EXPECT_FALSE(two->TryLock(5, 1, Shared));
     EXPECT_TRUE(two->TryLock(6, 1, Exclusive));  // another byte
     EXPECT_TRUE(one->TryLock(5, 1, Shared));     // and weaker again
     EXPECT_TRUE(two->TryLock(5, 1, Shared));
+    EXPECT_FALSE(two->TryLock(5, 1, Exclusive)) << "both read";
+    EXPECT_FALSE(one->TryLock(5, 1, Exclusive)) << "a lock that did not become stronger is still there";
+    two->Unlock(5, 1);
+    EXPECT_TRUE(one->TryLock(5, 1, Exclusive));
+    EXPECT_TRUE(one->TryLock(5, 1, Exclusive)) << "it has it already";
+    one->Unlock(5, 1);
+    EXPECT_TRUE(two->TryLock(5, 1, Exclusive)) << "given back once is enough";
     two->Unlock(5, 1);
     EXPECT_TRUE(one->TryLock(5, 1, Exclusive));
     one.reset();
@@ -154,7 +115,23 @@ TEST_F(FilesTest, KnowsWhetherAnOpenFileStillStandsThere) {
     FileSystem::Native().Remove(At("a"));  // once is enough
     EXPECT_FALSE(FileSystem::Native().Exists(At("a")));
     EXPECT_FALSE(file->IsAt(At("a")));
+
+    const auto next = Open(At("a"), OpenMode::CreateNew);  // the name is free although the old file is still open
+    EXPECT_TRUE(next->IsAt(At("a")));
+    EXPECT_FALSE(file->IsAt(At("a")));
+    file->WriteAt(0, Bytes{1});
+    EXPECT_EQ(next->Size(), 0U);
+}
+
+TEST_F(FilesTest, NothingStaysOfARemovedFile) {
+    {
+        const auto one = Open(At("a"), OpenMode::Create);
+        const auto two = Open(At("a"), OpenMode::ReadOnly);
+        FileSystem::Native().Remove(At("a"));
+    }
+    EXPECT_TRUE(fs::is_empty(folder_.Path()));
+    EXPECT_EQ(ErrorOfOpening(At("a"), OpenMode::ReadOnly), ErrorNumber::FileNotFound);
 }
 
 }  // namespace
-}  // namespace qmtrain
+}  // namespace qmtrain::test

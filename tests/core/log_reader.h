@@ -11,9 +11,14 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include "core/log.h"
+#include "core/text.h"
+#include "support/environment.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace qmtrain::test {
 
@@ -28,15 +33,24 @@ struct LogEntry {
     }
 };
 
-// The log goes to the folder, in UTF-8 whatever the machine speaks.
+// The log goes to the folder; outside Windows in UTF-8, whatever the machine speaks.
 inline void LogTo(const std::filesystem::path& folder) {
-    setenv("LC_ALL", "C", 1);
+    SetEnvironment("LC_ALL", "C");
     SetComponentFolder(folder);
 }
 
 inline std::string ReadText(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The log in UTF-8. Requires: the ANSI code page has what was logged.
+inline std::string ReadLogText(const std::filesystem::path& path) {
+#ifdef _WIN32
+    return ToUtf8(FromCodePage(ReadText(path), static_cast<int>(GetACP())));
+#else
+    return ReadText(path);
+#endif
 }
 
 // What stands before `end`; both are gone from the text then.
@@ -51,7 +65,7 @@ inline std::string TakeTo(std::string_view end, std::string_view& text) {
 // Requires: no message holds a line break.
 inline std::vector<LogEntry> ReadLog(const std::filesystem::path& path) {
     constexpr std::string_view kFunction = " 函数名:[";
-    const std::string text = ReadText(path);
+    const std::string text = ReadLogText(path);
     std::vector<LogEntry> entries;
     for (std::string_view rest = text; !rest.empty();) {
         EXPECT_TRUE(rest.starts_with('[')) << "something between two entries: " << rest.substr(0, 200);

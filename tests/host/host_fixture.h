@@ -15,6 +15,7 @@
 #include "core/log_reader.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/jet_database.h"
 #include "host/data_folder.h"
 #include "host/papers.h"
 #include "host/practice.h"
@@ -43,7 +44,7 @@ protected:
     void CheckFiles() const {
         for (const std::u16string& file : {ClientDatabase(data_.path), data_.Host()}) {
             if (!FileExists(file)) continue;
-            const jet::CheckReport report = jet::CheckDatabase(dao::Engine::Instance().OpenDatabase(file)->Storage());
+            const jet::CheckReport report = jet::CheckDatabase(dao::JetDatabase::Open(file)->Storage());
             for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
             for (const std::u16string& line : report.notes) ADD_FAILURE() << ToUtf8(line);
         }
@@ -63,6 +64,12 @@ protected:
             if (accepted) answer += unit;
         }
         return answer;
+    }
+
+    static void AnswerAll(host::Practice& practice) {
+        for (std::size_t i = 0; i < practice.GetPaper().questions.size(); ++i) {
+            practice.Answer(i, RightAnswer(practice.Place(i)));
+        }
     }
 
     // The rows of a select, fields joined with "|", rows with a line end.

@@ -88,7 +88,7 @@ TEST_F(DataFolderTest, ReadOnlyIsSeen) {
     for (const char* file : {"Client.mdb", "Host.mdb"}) std::filesystem::permissions(At(file), Perms(0444));
     std::filesystem::permissions(folder_.Path(), Perms(0555));
     const test::OrdinaryUser user;
-    if (test::OrdinaryUser::May(folder_.Path(), W_OK)) GTEST_SKIP() << "not for this user";
+    if (test::OrdinaryUser::MayWrite(folder_.Path())) GTEST_SKIP() << "not for this user";
     const FolderReport report = Examine(data_);
     EXPECT_EQ(report.state, FolderState::Ready) << ToUtf8(report.problem);
     EXPECT_TRUE(report.read_only);

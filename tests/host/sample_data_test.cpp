@@ -21,6 +21,7 @@
 #include "core/log_reader.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/jet_database.h"
 #include "dao/new_database.h"
 #include "host/data_folder.h"
 #include "host/papers.h"
@@ -166,11 +167,11 @@ protected:
     }
     ~SampleDataTest() override { SetComponentFolder(ProgramFolder()); }
 
-    std::filesystem::path File(const char* name) const { return scratch_.Path() / "数据" / name; }
+    std::filesystem::path File(const char* name) const { return scratch_.Path() / u"数据" / name; }
 
     std::map<std::string, std::string> Contents() const {
         std::map<std::string, std::string> contents;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(scratch_.Path() / "数据")) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(scratch_.Path() / u"数据")) {
             if (!entry.is_regular_file()) continue;
             std::ifstream in(entry.path(), std::ios::binary);
             contents[entry.path().filename().string()] = {std::istreambuf_iterator<char>(in), {}};
@@ -193,11 +194,11 @@ protected:
 
     void CheckFiles() const {
         int files = 0;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(scratch_.Path() / "数据")) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(scratch_.Path() / u"数据")) {
             if (entry.path().extension() != ".mdb") continue;
             SCOPED_TRACE(entry.path().filename());
             ++files;
-            const auto database = dao::Engine::Instance().OpenDatabase(FromNativePath(entry.path()));
+            const auto database = dao::JetDatabase::Open(FromNativePath(entry.path()));
             const jet::CheckReport report = jet::CheckDatabase(database->Storage());
             for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
             for (const std::u16string& line : report.notes) ADD_FAILURE() << ToUtf8(line);
@@ -206,7 +207,7 @@ protected:
     }
 
     ScratchFolder scratch_;
-    DataFolder folder_{FromNativePath(scratch_.Path() / "数据")};
+    DataFolder folder_{FromNativePath(scratch_.Path() / u"数据")};
 };
 
 TEST_F(SampleDataTest, FilesAreSoundAndStay) {

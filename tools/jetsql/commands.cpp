@@ -6,6 +6,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "core/files.h"
 #include "core/text.h"
 #include "jet/check.h"
 #include "jet/row_cursor.h"
@@ -27,7 +28,7 @@ std::u16string KindOf(const jet::CatalogObject& object) {
 std::u16string ReadScript(const std::string& name) {
     std::ifstream file;
     if (name != "-") {
-        file.open(name, std::ios::binary);
+        file.open(ToNativePath(FromUtf8(name)), std::ios::binary);
         if (!file) Raise(ErrorNumber::FileNotFound, {FromUtf8(name)});
     }
     std::istream& in = name == "-" ? std::cin : file;

@@ -1,7 +1,7 @@
 // What jetsql can be asked for.
 #pragma once
 
-#include "dao/database.h"
+#include "dao/jet_database.h"
 #include "jet/database.h"
 #include "options.h"
 #include "output.h"
@@ -11,7 +11,7 @@ namespace qmtrain::jetsql {
 
 class Commands {
 public:
-    Commands(const Options& options, dao::Database& database, Output& output, TableWriter& writer)
+    Commands(const Options& options, dao::JetDatabase& database, Output& output, TableWriter& writer)
         : options_(options), dao_(database), database_(database.Storage()), output_(output), writer_(writer) {}
 
     // Does everything the options name; the exit status.
@@ -27,7 +27,7 @@ private:
     void PutLine(std::u16string_view line);
 
     const Options& options_;
-    dao::Database& dao_;
+    dao::JetDatabase& dao_;
     jet::Database& database_;
     Output& output_;
     TableWriter& writer_;

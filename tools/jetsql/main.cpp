@@ -7,10 +7,9 @@
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 #include "commands.h"
 #include "core/files.h"
+#include "core/system.h"
 #include "core/text.h"
 
 namespace qmtrain::jetsql {
@@ -24,7 +23,7 @@ std::unique_ptr<jet::Database> OpenFile(const Options& options) {
 }
 
 Layout LayoutFor(const Options& options) {
-    return options.layout.value_or(isatty(STDOUT_FILENO) != 0 ? Layout::Aligned : Layout::Csv);
+    return options.layout.value_or(IsTerminal(stdout) ? Layout::Aligned : Layout::Csv);
 }
 
 int Run(const std::vector<std::string>& arguments) {
@@ -33,7 +32,7 @@ int Run(const std::vector<std::string>& arguments) {
         std::fputs(kHelp, stdout);
         return 0;
     }
-    dao::Database database(FromUtf8(options.file), OpenFile(options));
+    dao::JetDatabase database(FromUtf8(options.file), OpenFile(options));
     Output output(stdout);
     const auto writer = MakeTableWriter(LayoutFor(options), output);
     try {
@@ -48,8 +47,9 @@ int Run(const std::vector<std::string>& arguments) {
 }  // namespace qmtrain::jetsql
 
 int main(int count, char** arguments) {
+    const qmtrain::Utf8Streams streams;
     try {
-        return qmtrain::jetsql::Run({arguments + 1, arguments + count});
+        return qmtrain::jetsql::Run(qmtrain::CommandLineWords(count, arguments));
     } catch (const std::invalid_argument& error) {
         std::fprintf(stderr, "jetsql: %s; see jetsql --help\n", error.what());
     } catch (const std::exception& error) {

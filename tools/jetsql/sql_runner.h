@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dao/database.h"
+#include "dao/jet_database.h"
 #include "output.h"
 #include "sql/sql.h"
 #include "table_writer.h"
@@ -13,7 +13,7 @@ namespace qmtrain::jetsql {
 
 class SqlRunner {
 public:
-    SqlRunner(dao::Database& database, Output& output, TableWriter& writer)
+    SqlRunner(dao::JetDatabase& database, Output& output, TableWriter& writer)
         : database_(database), output_(output), writer_(writer) {}
 
     // Runs statements separated by ";" in order. `together`: all of them or none. An error names the statement.
@@ -24,7 +24,7 @@ private:
     void RunOne(const sql::Statement& statement);
     void PrintRows(const sql::Statement& statement);
 
-    dao::Database& database_;
+    dao::JetDatabase& database_;
     Output& output_;
     TableWriter& writer_;
 };

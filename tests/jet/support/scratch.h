@@ -2,19 +2,18 @@
 #pragma once
 
 #include <filesystem>
-#include <stdexcept>
+#include <random>
 #include <string>
-
-#include <stdlib.h>
 
 namespace qmtrain::test {
 
 class ScratchFolder {
 public:
     ScratchFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "qmtrain-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no scratch folder");
-        path_ = name;
+        std::random_device random;
+        do {
+            path_ = std::filesystem::temp_directory_path() / ("qmtrain-" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(path_));
     }
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;

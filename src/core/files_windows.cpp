@@ -1,0 +1,410 @@
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <windows.h>
+
+#include "core/error.h"
+#include "core/files.h"
+#include "core/text.h"
+#include "core/windows_text.h"
+
+namespace qmtrain {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr DWORD kSuccess = ERROR_SUCCESS;
+constexpr DWORD kQuotaExceeded = 1295;
+// Longer paths need the form that starts with "\\?\"; what is appended to a name still fits.
+constexpr std::size_t kShortPath = 200;
+constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
+constexpr std::wstring_view kLongSharePrefix = L"\\\\?\\UNC\\";
+constexpr DWORD kSharedWithAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr std::size_t kPiece = std::size_t{16} << 20;  // shares refuse much longer ones
+
+// The path in a form of any length.
+std::wstring Extended(const std::wstring& path) {
+    if (path.size() < kShortPath || path.starts_with(kLongPrefix) || path.starts_with(L"\\\\.\\")) return path;
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(std::min<std::size_t>(
+        full.size(), GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr)));
+    if (full.empty()) return path;
+    if (full.starts_with(L"\\\\")) return std::wstring(kLongSharePrefix) + full.substr(2);
+    return std::wstring(kLongPrefix) + full;
+}
+
+std::u16string ErrorText(DWORD code) {
+    std::array<wchar_t, 512> text{};
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
+                                        text.data(), static_cast<DWORD>(text.size()), nullptr);
+    std::u16string message = FromWide({text.data(), length});
+    while (!message.empty() && message.back() <= u' ') message.pop_back();
+    return message.empty() ? u"错误 " + ToText(std::int64_t{code}) : message;
+}
+
+[[noreturn]] void RaiseSystemError(const fs::path& path, DWORD code) {
+    const std::u16string name = FromNativePath(path);
+    switch (code) {
+        case ERROR_FILE_NOT_FOUND: Raise(ErrorNumber::FileNotFound, {name});
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_NAME:
+        case ERROR_INVALID_DRIVE:
+        case ERROR_BAD_PATHNAME:
+        case ERROR_BAD_NETPATH:
+        case ERROR_BAD_NET_NAME:
+        case ERROR_DIRECTORY:
+        case ERROR_FILENAME_EXCED_RANGE: Raise(ErrorNumber::InvalidPath, {name});
+        case ERROR_ACCESS_DENIED:
+        case ERROR_WRITE_PROTECT:
+        case ERROR_SHARING_VIOLATION:
+        case ERROR_LOCK_VIOLATION:
+        case ERROR_DELETE_PENDING:
+        case ERROR_USER_MAPPED_FILE:
+        case ERROR_FILE_EXISTS:
+        case ERROR_ALREADY_EXISTS: Raise(ErrorNumber::CannotOpenFile, {name});
+        case ERROR_DISK_FULL:
+        case ERROR_HANDLE_DISK_FULL:
+        case kQuotaExceeded:
+        case ERROR_FILE_TOO_LARGE: Raise(ErrorNumber::DiskFull, {name});
+        default: Raise(ErrorNumber::DiskError, {name, ErrorText(code)});
+    }
+}
+
+// Whether the last call met a file that is deleted but still open somewhere. The error alone does not tell it from a
+// missing right.
+bool MetDeletedFile() {
+    using LastStatus = LONG(WINAPI*)();
+    constexpr LONG kDeletePending = static_cast<LONG>(0xC0000056);
+    static const auto last_status = reinterpret_cast<LastStatus>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetLastNtStatus")));
+    return last_status != nullptr && last_status() == kDeletePending;
+}
+
+// Repeats the attempt, which returns the system's error, while it says that another program has the file in its hands:
+// guards against viruses and indexers look at each new file for a moment.
+template <class Attempt>
+DWORD Patiently(const Attempt& attempt) {
+    constexpr auto kPatience = std::chrono::milliseconds(300);
+    const auto give_up = std::chrono::steady_clock::now() + kPatience;
+    for (;;) {
+        const DWORD code = attempt();
+        const bool may_pass = code == ERROR_SHARING_VIOLATION || code == ERROR_DELETE_PENDING ||
+                              (code == ERROR_ACCESS_DENIED && MetDeletedFile());
+        if (!may_pass || std::chrono::steady_clock::now() > give_up) return code;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+class Handle {
+public:
+    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE) : handle_(handle) {}
+    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
+    Handle& operator=(Handle&& other) noexcept {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
+    ~Handle() {
+        if (IsOpen()) CloseHandle(handle_);
+    }
+
+    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    HANDLE Get() const { return handle_; }
+
+private:
+    HANDLE handle_;
+};
+
+DWORD TryOpen(const std::wstring& path, DWORD access, DWORD disposition, Handle& out) {
+    out =
+        Handle(CreateFileW(path.c_str(), access, kSharedWithAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return out.IsOpen() ? kSuccess : GetLastError();
+}
+
+DWORD ErrorUnless(BOOL done) {
+    return done != FALSE ? kSuccess : GetLastError();
+}
+
+OVERLAPPED At(std::uint64_t offset) {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    return place;
+}
+
+class WindowsFile : public File {
+public:
+    WindowsFile(Handle handle, fs::path path) : handle_(std::move(handle)), path_(std::move(path)) {}
+    WindowsFile(const WindowsFile&) = delete;
+    WindowsFile& operator=(const WindowsFile&) = delete;
+
+    // The system gives locks of a closed file back at its leisure.
+    ~WindowsFile() override {
+        for (const Range& range : held_) Release(range);
+    }
+
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
+        std::size_t done = 0;
+        while (done < out.size()) {
+            OVERLAPPED place = At(offset + done);
+            DWORD count = 0;
+            const auto wanted = static_cast<DWORD>(std::min(out.size() - done, kPiece));
+            const DWORD code = ErrorUnless(ReadFile(handle_.Get(), out.data() + done, wanted, &count, &place));
+            if (code == ERROR_HANDLE_EOF || (code == kSuccess && count == 0)) break;
+            if (code != kSuccess) RaiseSystemError(path_, code);
+            done += count;
+        }
+        return done;
+    }
+
+    // One call for all parts; to copy them costs less than a call for each.
+    std::size_t ReadParts(std::uint64_t offset, std::span<const std::span<std::uint8_t>> parts) override {
+        if (parts.size() == 1) return ReadAt(offset, parts.front());
+        std::size_t wanted = 0;
+        for (const std::span<std::uint8_t> part : parts) wanted += part.size();
+        std::vector<std::uint8_t> whole(wanted);
+        const std::size_t count = ReadAt(offset, whole);
+        std::size_t done = 0;
+        for (const std::span<std::uint8_t> part : parts) {
+            const std::size_t length = std::min(part.size(), count - done);
+            std::copy_n(whole.begin() + static_cast<std::ptrdiff_t>(done), length, part.begin());
+            done += length;
+        }
+        return count;
+    }
+
+    void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            OVERLAPPED place = At(offset + done);
+            DWORD count = 0;
+            const auto wanted = static_cast<DWORD>(std::min(bytes.size() - done, kPiece));
+            Check(WriteFile(handle_.Get(), bytes.data() + done, wanted, &count, &place));
+            if (count == 0) RaiseSystemError(path_, ERROR_HANDLE_DISK_FULL);
+            done += count;
+        }
+    }
+
+    std::uint64_t Size() override {
+        LARGE_INTEGER size{};
+        Check(GetFileSizeEx(handle_.Get(), &size));
+        return static_cast<std::uint64_t>(size.QuadPart);
+    }
+
+    void Resize(std::uint64_t size) override {
+        LARGE_INTEGER place{};
+        place.QuadPart = static_cast<LONGLONG>(size);
+        Check(SetFilePointerEx(handle_.Get(), place, nullptr, FILE_BEGIN));
+        Check(SetEndOfFile(handle_.Get()));
+    }
+
+    void Sync() override { Check(FlushFileBuffers(handle_.Get())); }
+
+    bool TryLock(std::uint64_t offset, std::uint64_t length, Lock kind) override {
+        const auto held = FindHeld(offset, length);
+        if (held == held_.end()) {
+            if (!Take({offset, length, kind})) return false;
+            held_.push_back({offset, length, kind});
+            return true;
+        }
+        if (held->kind == kind) return true;
+        return kind == Lock::Shared ? Weaken(*held) : Strengthen(held);
+    }
+
+    void Unlock(std::uint64_t offset, std::uint64_t length) override {
+        const auto held = FindHeld(offset, length);
+        if (held == held_.end()) return;
+        Release(*held);
+        held_.erase(held);
+    }
+
+    bool IsAt(const fs::path& path) override {
+        Handle other;
+        TryOpen(Extended(path.native()), FILE_READ_ATTRIBUTES, OPEN_EXISTING, other);
+        BY_HANDLE_FILE_INFORMATION ours{};
+        BY_HANDLE_FILE_INFORMATION theirs{};
+        return other.IsOpen() && GetFileInformationByHandle(handle_.Get(), &ours) != FALSE &&
+               GetFileInformationByHandle(other.Get(), &theirs) != FALSE &&
+               ours.dwVolumeSerialNumber == theirs.dwVolumeSerialNumber &&
+               ours.nFileIndexHigh == theirs.nFileIndexHigh && ours.nFileIndexLow == theirs.nFileIndexLow;
+    }
+
+private:
+    struct Range {
+        std::uint64_t offset;
+        std::uint64_t length;
+        Lock kind;
+    };
+
+    void Check(BOOL done) const {
+        if (done == FALSE) RaiseSystemError(path_, GetLastError());
+    }
+
+    std::vector<Range>::iterator FindHeld(std::uint64_t offset, std::uint64_t length) {
+        return std::find_if(held_.begin(), held_.end(),
+                            [&](const Range& range) { return range.offset == offset && range.length == length; });
+    }
+
+    bool Take(const Range& range) const {
+        OVERLAPPED place = At(range.offset);
+        const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (range.kind == Lock::Exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
+        const DWORD code = ErrorUnless(LockFileEx(handle_.Get(), flags, 0, static_cast<DWORD>(range.length),
+                                                  static_cast<DWORD>(range.length >> 32), &place));
+        if (code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING) return false;
+        if (code != kSuccess) RaiseSystemError(path_, code);
+        return true;
+    }
+
+    void Release(const Range& range) const {
+        OVERLAPPED place = At(range.offset);
+        UnlockFileEx(handle_.Get(), 0, static_cast<DWORD>(range.length), static_cast<DWORD>(range.length >> 32),
+                     &place);
+    }
+
+    // A shared lock may lie over the owner's exclusive one, and it is the exclusive one that the first release ends:
+    // nobody can step in between.
+    bool Weaken(Range& held) {
+        const Range wanted = {held.offset, held.length, Lock::Shared};
+        if (!Take(wanted)) return false;
+        Release(wanted);
+        held = wanted;
+        return true;
+    }
+
+    // The other way round the owner's shared lock stands in the way of the exclusive one and must go first.
+    bool Strengthen(std::vector<Range>::iterator held) {
+        Release(*held);
+        const Range wanted = {held->offset, held->length, Lock::Exclusive};
+        if (Take(wanted)) {
+            *held = wanted;
+            return true;
+        }
+        if (Take(*held)) return false;
+        held_.erase(held);
+        Raise(ErrorNumber::CannotLockFile, {FromNativePath(path_)});
+    }
+
+    Handle handle_;
+    fs::path path_;
+    std::vector<Range> held_;
+};
+
+// Removes the name at once even while the file is open elsewhere; not every Windows and not every volume can.
+bool RemoveAtOnce(const std::wstring& path) {
+    constexpr auto kDispositionEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
+    constexpr DWORD kDelete = 1;
+    constexpr DWORD kPosixSemantics = 2;
+    Handle file;
+    if (TryOpen(path, DELETE, OPEN_EXISTING, file) != kSuccess) return false;
+    DWORD flags = kDelete | kPosixSemantics;
+    return SetFileInformationByHandle(file.Get(), kDispositionEx, &flags, sizeof flags) != FALSE;
+}
+
+// The name is free afterwards: a file that is only marked for removal would keep it until it is closed everywhere.
+DWORD RemoveByRenaming(const std::wstring& path) {
+    static std::atomic<unsigned> count = 0;
+    const std::wstring aside =
+        path + L"." + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count) + L".gone";
+    const DWORD code = Patiently([&] { return ErrorUnless(MoveFileExW(path.c_str(), aside.c_str(), 0)); });
+    if (code == kSuccess) Patiently([&] { return ErrorUnless(DeleteFileW(aside.c_str())); });
+    return code;
+}
+
+class WindowsFileSystem : public FileSystem {
+public:
+    std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override {
+        DWORD access = GENERIC_READ | GENERIC_WRITE;
+        DWORD disposition = OPEN_EXISTING;
+        switch (mode) {
+            case OpenMode::ReadOnly: access = GENERIC_READ; break;
+            case OpenMode::ReadWrite: break;
+            case OpenMode::Create: disposition = OPEN_ALWAYS; break;
+            case OpenMode::CreateNew: disposition = CREATE_NEW; break;
+        }
+        const std::wstring name = Extended(path.native());
+        Handle handle;
+        const DWORD code = Patiently([&] { return TryOpen(name, access, disposition, handle); });
+        if (code != kSuccess) RaiseSystemError(path, code);
+        return std::make_unique<WindowsFile>(std::move(handle), path);
+    }
+
+    bool Exists(const fs::path& path) override {
+        return GetFileAttributesW(Extended(path.native()).c_str()) != INVALID_FILE_ATTRIBUTES;
+    }
+
+    void Remove(const fs::path& path) override {
+        const std::wstring name = Extended(path.native());
+        if (RemoveAtOnce(name)) return;
+        const DWORD code = RemoveByRenaming(name);
+        if (code != kSuccess && code != ERROR_FILE_NOT_FOUND && code != ERROR_PATH_NOT_FOUND) {
+            RaiseSystemError(path, code);
+        }
+    }
+
+    void Rename(const fs::path& from, const fs::path& to) override {
+        const std::wstring source = Extended(from.native());
+        const std::wstring target = Extended(to.native());
+        const auto move = [&] {
+            return ErrorUnless(
+                MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+        };
+        DWORD code = Patiently(move);
+        if (code == ERROR_ACCESS_DENIED && Exists(to)) {  // it is open elsewhere, and cannot be replaced as it stands
+            Remove(to);
+            code = Patiently(move);
+        }
+        if (code != kSuccess) RaiseSystemError(to, code);
+    }
+
+    void SyncFolder(const fs::path&) override {}  // the system offers nothing of the kind
+};
+
+DWORD AttributesOf(std::u16string_view path) {
+    return path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(ToNativePath(path).c_str());
+}
+
+}  // namespace
+
+fs::path ToNativePath(std::u16string_view path) {
+    return Extended(ToWide(path));
+}
+
+std::u16string FromNativePath(const fs::path& path) {
+    const std::wstring_view native = path.native();
+    if (native.starts_with(kLongSharePrefix)) return u"\\\\" + FromWide(native.substr(kLongSharePrefix.size()));
+    if (native.starts_with(kLongPrefix)) return FromWide(native.substr(kLongPrefix.size()));
+    return FromWide(native);
+}
+
+bool FileExists(std::u16string_view path) {
+    const DWORD attributes = AttributesOf(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool FolderExists(std::u16string_view path) {
+    const DWORD attributes = AttributesOf(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+fs::path ProgramFolder() {
+    std::wstring name(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        if (length < name.size()) {
+            name.resize(length);
+            return fs::path(name).parent_path();
+        }
+        name.resize(name.size() * 2);
+    }
+}
+
+FileSystem& FileSystem::Native() {
+    static WindowsFileSystem system;
+    return system;
+}
+
+}  // namespace qmtrain

@@ -1,0 +1,39 @@
+// What the operating system tells a program, and how it takes text from it.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/date.h"
+
+namespace qmtrain {
+
+// A variable of the environment; empty when it is not set. Requires: the name is ASCII.
+std::u16string EnvironmentVariable(std::string_view name);
+
+// The words of the command line behind the program's name, in UTF-8. The arguments are those of main.
+std::vector<std::string> CommandLineWords(int count, const char* const* words);
+
+// Whether somebody reads what is written there.
+bool IsTerminal(std::FILE* stream);
+
+// While it lives, standard input, output and errors carry the program's bytes unchanged, and a console shows them as
+// UTF-8.
+class Utf8Streams {
+public:
+    Utf8Streams();
+    Utf8Streams(const Utf8Streams&) = delete;
+    Utf8Streams& operator=(const Utf8Streams&) = delete;
+    ~Utf8Streams();  // NOLINT(performance-trivially-destructible): on Windows it has something to do
+
+private:
+    [[maybe_unused]] unsigned before_ = 0;
+};
+
+// Date and time in the user's short-date and long-time formats on Windows; elsewhere "yyyy-mm-dd hh:nn:ss", which
+// sorts.
+std::u16string RegionalTime(Date time);
+
+}  // namespace qmtrain

@@ -1,0 +1,78 @@
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include <windows.h>
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+
+#include "core/format.h"
+#include "core/system.h"
+#include "core/text.h"
+#include "core/windows_text.h"
+
+namespace qmtrain {
+namespace {
+
+SYSTEMTIME ToSystemTime(Date time) {
+    const CivilTime civil = ToCivil(time);
+    SYSTEMTIME system{};
+    system.wYear = static_cast<WORD>(civil.year);
+    system.wMonth = static_cast<WORD>(civil.month);
+    system.wDay = static_cast<WORD>(civil.day);
+    system.wHour = static_cast<WORD>(civil.hour);
+    system.wMinute = static_cast<WORD>(civil.minute);
+    system.wSecond = static_cast<WORD>(civil.second);
+    return system;
+}
+
+}  // namespace
+
+std::u16string EnvironmentVariable(std::string_view name) {
+    const std::wstring wide(name.begin(), name.end());
+    std::wstring value(GetEnvironmentVariableW(wide.c_str(), nullptr, 0), L'\0');
+    value.resize(std::min<std::size_t>(
+        value.size(), GetEnvironmentVariableW(wide.c_str(), value.data(), static_cast<DWORD>(value.size()))));
+    return FromWide(value);
+}
+
+// What main gets has been through the ANSI code page.
+std::vector<std::string> CommandLineWords(int, const char* const*) {
+    struct Freer {
+        void operator()(LPWSTR* words) const { LocalFree(words); }
+    };
+    int count = 0;
+    const std::unique_ptr<LPWSTR, Freer> words(CommandLineToArgvW(GetCommandLineW(), &count));
+    std::vector<std::string> out;
+    for (int i = 1; words && i < count; ++i) out.push_back(ToUtf8(FromWide(words.get()[i])));
+    return out;
+}
+
+bool IsTerminal(std::FILE* stream) {
+    return _isatty(_fileno(stream)) != 0;
+}
+
+Utf8Streams::Utf8Streams() : before_(GetConsoleOutputCP()) {
+    SetConsoleOutputCP(CP_UTF8);
+    for (std::FILE* stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
+}
+
+Utf8Streams::~Utf8Streams() {
+    std::fflush(nullptr);
+    SetConsoleOutputCP(before_);
+}
+
+std::u16string RegionalTime(Date time) {
+    const SYSTEMTIME system = ToSystemTime(time);
+    std::array<wchar_t, 128> date{};
+    std::array<wchar_t, 128> clock{};
+    const int date_length = GetDateFormatEx(LOCALE_NAME_USER_DEFAULT, DATE_SHORTDATE, &system, nullptr, date.data(),
+                                            static_cast<int>(date.size()), nullptr);
+    const int clock_length =
+        GetTimeFormatEx(LOCALE_NAME_USER_DEFAULT, 0, &system, nullptr, clock.data(), static_cast<int>(clock.size()));
+    if (date_length == 0 || clock_length == 0) return Format(time, u"yyyy-mm-dd hh:nn:ss");
+    return FromWide(date.data()) + u" " + FromWide(clock.data());
+}
+
+}  // namespace qmtrain
