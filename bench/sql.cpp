@@ -8,6 +8,7 @@
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/jet_database.h"
 #include "jet/database.h"
 #include "measure.h"
 

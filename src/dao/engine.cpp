@@ -1,66 +1,66 @@
 #include "dao/engine.h"
 
-#include <filesystem>
-
-#include "core/error.h"
-#include "core/files.h"
-#include "dao/database.h"
-#include "jet/database.h"
+#include "dao/jet_database.h"
 
 namespace qmtrain::dao {
+
+#ifndef _WIN32
+std::unique_ptr<SystemEngine> ChosenEngine() {
+    return nullptr;
+}
+#endif
 
 Engine& Engine::Instance() {
     static Engine engine;
     return engine;
 }
 
-std::vector<std::shared_ptr<Database>> Engine::OpenDatabases() {
-    std::vector<std::shared_ptr<Database>> open;
-    std::erase_if(databases_, [&](const std::weak_ptr<Database>& known) {
-        auto database = known.lock();
-        if (!database || !database->IsOpen()) return true;
-        open.push_back(std::move(database));
-        return false;
-    });
-    return open;
+// The library behind the machine's engine may have left the process by now: nothing of it is called any more.
+Engine::~Engine() {
+    static_cast<void>(system_.release());
 }
 
-std::shared_ptr<Database> Engine::Adopt(std::shared_ptr<Database> database) {
-    OpenDatabases();  // forgets those that are gone
-    databases_.push_back(database);
-    for (int i = 0; i < transactions_; ++i) database->Storage().BeginTransaction();
-    return database;
+SystemEngine* Engine::System() {
+    const std::scoped_lock lock(choosing_);
+    if (!chosen_) system_ = ChosenEngine();
+    chosen_ = true;
+    return system_.get();
+}
+
+void Engine::Use(std::unique_ptr<SystemEngine> engine) {
+    const std::scoped_lock lock(choosing_);
+    system_ = std::move(engine);
+    chosen_ = true;
+}
+
+void Engine::ReleaseSystem() {
+    const std::scoped_lock lock(choosing_);
+    system_.reset();
+    chosen_ = false;
 }
 
 std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only) {
-    std::filesystem::path path = ToNativePath(name);
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) {
-        const bool ends = !name.empty() && (name.back() == u'\\' || name.back() == u'/');
-        path = ToNativePath(std::u16string(name) + (ends ? u"Total.mdb" : u"\\Total.mdb"));
-    }
-    return Adopt(std::make_shared<Database>(std::u16string(name), jet::Database::Open(path, {.read_only = read_only})));
+    if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only);
+    return own_.OpenDatabase(name, read_only);
 }
 
-std::shared_ptr<Database> Engine::CreateDatabase(std::u16string_view name) {
-    return Adopt(std::make_shared<Database>(std::u16string(name), jet::Database::Create(ToNativePath(name))));
+std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name) {
+    return own_.CreateDatabase(name);
 }
 
 void Engine::BeginTrans() {
-    ++transactions_;
-    for (const auto& database : OpenDatabases()) database->Storage().BeginTransaction();
+    if (SystemEngine* system = System()) system->BeginTrans();
+    own_.BeginTrans();
 }
 
 void Engine::CommitTrans() {
-    if (transactions_ == 0) Raise(ErrorNumber::TransactionNotStarted);
-    --transactions_;
-    for (const auto& database : OpenDatabases()) database->Storage().CommitTransaction();
+    if (SystemEngine* system = System()) system->CommitTrans();
+    own_.CommitTrans();
 }
 
 void Engine::Rollback() {
-    if (transactions_ == 0) Raise(ErrorNumber::TransactionNotStarted);
-    --transactions_;
-    for (const auto& database : OpenDatabases()) database->Storage().RollbackTransaction();
+    if (SystemEngine* system = System()) system->Rollback();
+    own_.Rollback();
 }
 
 }  // namespace qmtrain::dao

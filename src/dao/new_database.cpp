@@ -1,12 +1,10 @@
 #include "dao/new_database.h"
 
-#include <memory>
 #include <string>
 
 #include "core/error.h"
 #include "core/files.h"
-#include "dao/database.h"
-#include "jet/database.h"
+#include "dao/jet_database.h"
 
 namespace qmtrain::dao {
 
@@ -19,7 +17,7 @@ void MakeDatabase(std::u16string_view name, std::u16string_view statements, cons
     files.Remove(unfinished);  // of a run that was broken off
     try {
         // Not the engine's: a transaction that is open there would undo everything when this is closed.
-        const auto database = std::make_shared<Database>(unfinished_name, jet::Database::Create(unfinished));
+        const auto database = JetDatabase::Create(unfinished_name);
         database->Atomically([&] {
             database->ExecuteScript(statements);
             if (fill) fill(*database);

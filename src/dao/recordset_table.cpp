@@ -1,13 +1,13 @@
 #include "dao/recordset_table.h"
 
 #include "core/error.h"
-#include "dao/recordset.h"
+#include "dao/jet_recordset.h"
 
 namespace qmtrain::dao {
 
 class RecordsetTable : public sql::Table {
 public:
-    RecordsetTable(Recordset& recordset, std::int64_t first) : recordset_(recordset), first_(first) {
+    RecordsetTable(JetRecordset& recordset, std::int64_t first) : recordset_(recordset), first_(first) {
         for (const sql::OutputColumn& output : recordset.query_->Columns()) {
             sql::Column column;
             column.name = output.name;
@@ -62,7 +62,7 @@ private:
         std::vector<Value> row_;
     };
 
-    Recordset& recordset_;
+    JetRecordset& recordset_;
     std::int64_t first_;
     std::u16string name_ = u"Rows";
     std::vector<sql::Column> columns_;
@@ -93,7 +93,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<sql::Catalog> CatalogOfRows(Recordset& recordset, std::int64_t first) {
+std::unique_ptr<sql::Catalog> CatalogOfRows(JetRecordset& recordset, std::int64_t first) {
     return std::make_unique<RowsCatalog>(std::make_shared<RecordsetTable>(recordset, first));
 }
 

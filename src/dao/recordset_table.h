@@ -7,9 +7,9 @@
 
 namespace qmtrain::dao {
 
-class Recordset;
+class JetRecordset;
 
 // A catalogue with one table, "Rows": the rows of the record set from `first` on, RowId = position + 1.
-std::unique_ptr<sql::Catalog> CatalogOfRows(Recordset& recordset, std::int64_t first);
+std::unique_ptr<sql::Catalog> CatalogOfRows(JetRecordset& recordset, std::int64_t first);
 
 }  // namespace qmtrain::dao

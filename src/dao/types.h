@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-#include "sql/storage.h"
-
 namespace qmtrain::dao {
 
 enum class FieldType : std::int16_t {
@@ -23,10 +21,5 @@ enum class FieldType : std::int16_t {
     Guid = 15,
     Decimal = 20,
 };
-
-FieldType FieldTypeOf(sql::ColumnType type);
-
-// Bytes of a number, characters of a text; 0 for memo and OLE.
-int FieldSizeOf(sql::ColumnType type, int size);
 
 }  // namespace qmtrain::dao

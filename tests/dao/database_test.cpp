@@ -19,7 +19,7 @@ TEST_F(DatabaseTest, StatementsChangeTheFile) {
     database_->Execute(u"SELECT UserID, Count(*) AS N INTO Counts FROM TrainInfo GROUP BY UserID");
     EXPECT_EQ(Column(u"Select N From Counts Order By UserID", u"N"), u"2 1");
     database_->Close();
-    database_ = Engine::Instance().OpenDatabase(Name(u"client.MDB"));
+    database_ = JetDatabase::Open(Name(u"client.MDB"));
     EXPECT_EQ(Column(u"Select Top 1 * From TrainInfo Order by TrainID Desc", u"TrainId"), u"4");
 }
 
@@ -169,7 +169,7 @@ TEST_F(DatabaseTest, AFolderStandsForItsCatalogue) {
 TEST_F(DatabaseTest, SavedQueriesOfOtherPrograms) {
     const std::filesystem::path sample = std::filesystem::path(QMTRAIN_SAMPLE_DIR) / "nwind.mdb";
     if (!std::filesystem::exists(sample)) GTEST_SKIP() << "no sample database at " << sample;
-    const auto northwind = Engine::Instance().OpenDatabase(FromNativePath(sample), true);
+    const auto northwind = JetDatabase::Open(FromNativePath(sample), true);
     int ran = 0;
     int refused = 0;
     for (const jet::CatalogObject& object : [&] {

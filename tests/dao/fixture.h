@@ -12,6 +12,7 @@
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/jet_database.h"
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"
@@ -67,7 +68,7 @@ protected:
     }
 
     test::ScratchFolder folder_;
-    std::shared_ptr<Database> database_;
+    std::shared_ptr<JetDatabase> database_;
 };
 
 }  // namespace qmtrain::dao

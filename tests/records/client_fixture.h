@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
@@ -17,6 +18,7 @@
 #include "core/log_reader.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/jet_database.h"
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"
@@ -33,9 +35,9 @@ protected:
 
     ~ClientTest() override {
         SetComponentFolder(ProgramFolder());
-        std::shared_ptr<dao::Database> database;
+        std::shared_ptr<dao::JetDatabase> database;
         try {
-            database = Open();
+            database = dao::JetDatabase::Open(ClientDatabase(Path()));
         } catch (const AutomationError&) {
             return;  // the test has damaged or removed it
         }
@@ -52,7 +54,7 @@ protected:
     }
 
     // Statements separated by ";".
-    void Execute(std::u16string_view sql) const { Open()->ExecuteScript(sql); }
+    void Execute(std::u16string_view sql) const { dao::JetDatabase::Open(ClientDatabase(Path()))->ExecuteScript(sql); }
 
     // The values of one column, joined with blanks.
     std::u16string Column(std::u16string_view sql, std::u16string_view field) const {

@@ -54,7 +54,7 @@ INSERT INTO TrainResult VALUES (1, 30, 'NO', '000501', 16, 0, Null, Null, 'æ²¡æœ
         CreateQuestionBank(File(u"Vb.mdb"));
         CreateLocalPaperDatabase(File(u"LocalPaper.mdb"));
         for (const std::u16string_view bank : {u"Vb.mdb", u"LocalPaper.mdb"}) {
-            dao::Connection(File(bank))
+            dao::JetDatabase::Open(File(bank))
                 ->ExecuteScript(
                     uR"(
 INSERT INTO Tbl_Information VALUES ('01', 'VB', 'TBL_CHOICE');

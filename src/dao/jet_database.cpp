@@ -1,67 +1,44 @@
-#include "dao/database.h"
-
-#include <limits>
+#include "dao/jet_database.h"
 
 #include "core/error.h"
+#include "core/files.h"
+#include "dao/column_types.h"
 #include "dao/jet_catalog.h"
-#include "dao/recordset.h"
+#include "dao/jet_recordset.h"
 #include "jet/database.h"
 #include "sql/sql.h"
 
 namespace qmtrain::dao {
 
-FieldType FieldTypeOf(sql::ColumnType type) {
-    switch (type) {
-        case sql::ColumnType::Boolean: return FieldType::Boolean;
-        case sql::ColumnType::Byte: return FieldType::Byte;
-        case sql::ColumnType::Integer: return FieldType::Integer;
-        case sql::ColumnType::Long: return FieldType::Long;
-        case sql::ColumnType::Currency: return FieldType::Currency;
-        case sql::ColumnType::Single: return FieldType::Single;
-        case sql::ColumnType::Double: return FieldType::Double;
-        case sql::ColumnType::Date: return FieldType::Date;
-        case sql::ColumnType::Binary: return FieldType::Binary;
-        case sql::ColumnType::Text: return FieldType::Text;
-        case sql::ColumnType::LongBinary: return FieldType::LongBinary;
-        case sql::ColumnType::Memo: return FieldType::Memo;
-        case sql::ColumnType::Guid: return FieldType::Guid;
-        case sql::ColumnType::Decimal: break;
-    }
-    return FieldType::Decimal;
+std::filesystem::path DatabaseFile(std::u16string_view name) {
+    return ToNativePath(FolderExists(name) ? InFolder(name, u"Total.mdb") : std::u16string(name));
 }
 
-int FieldSizeOf(sql::ColumnType type, int size) {
-    switch (type) {
-        case sql::ColumnType::Boolean:
-        case sql::ColumnType::Byte: return 1;
-        case sql::ColumnType::Integer: return 2;
-        case sql::ColumnType::Long:
-        case sql::ColumnType::Single: return 4;
-        case sql::ColumnType::Currency:
-        case sql::ColumnType::Double:
-        case sql::ColumnType::Date: return 8;
-        case sql::ColumnType::Guid:
-        case sql::ColumnType::Decimal: return 16;
-        default: return size;
-    }
-}
-
-Database::Database(std::u16string name, std::unique_ptr<jet::Database> storage)
+JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage)
     : name_(std::move(name)), storage_(std::move(storage)), catalog_(std::make_unique<JetCatalog>(*storage_)) {}
 
-Database::~Database() = default;
+JetDatabase::~JetDatabase() = default;
 
-jet::Database& Database::Storage() {
+std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only) {
+    return std::make_shared<JetDatabase>(std::u16string(name),
+                                         jet::Database::Open(DatabaseFile(name), {.read_only = read_only}));
+}
+
+std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name) {
+    return std::make_shared<JetDatabase>(std::u16string(name), jet::Database::Create(ToNativePath(name)));
+}
+
+jet::Database& JetDatabase::Storage() {
     if (!storage_) Raise(ErrorNumber::ObjectInvalid);
     return *storage_;
 }
 
-sql::Catalog& Database::Tables() {
+sql::Catalog& JetDatabase::Tables() {
     Storage();
     return *catalog_;
 }
 
-void Database::Execute(std::u16string_view text) {
+void JetDatabase::Execute(std::u16string_view text) {
     jet::Database& storage = Storage();
     const sql::Statement statement = sql::Parse(text);
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
@@ -71,7 +48,7 @@ void Database::Execute(std::u16string_view text) {
     records_affected_ = static_cast<std::int32_t>(affected);
 }
 
-void Database::ExecuteScript(std::u16string_view statements) {
+void JetDatabase::ExecuteScript(std::u16string_view statements) {
     jet::Database& storage = Storage();
     const std::vector<sql::Statement> script = sql::ParseScript(statements);
     jet::Database::Writing writing(storage);
@@ -81,14 +58,14 @@ void Database::ExecuteScript(std::u16string_view statements) {
     records_affected_ = static_cast<std::int32_t>(affected);
 }
 
-void Database::Atomically(const std::function<void()>& body) {
+void JetDatabase::Atomically(const std::function<void()>& body) {
     jet::Database::Writing writing(Storage());
     body();
     writing.Commit();
 }
 
 // What is no statement may be a name.
-sql::Statement Database::StatementOf(std::u16string_view source) {
+sql::Statement JetDatabase::StatementOf(std::u16string_view source) {
     jet::Database& storage = Storage();
     try {
         return sql::Parse(source);
@@ -100,13 +77,13 @@ sql::Statement Database::StatementOf(std::u16string_view source) {
     }
 }
 
-std::shared_ptr<Recordset> Database::OpenRecordset(std::u16string_view source) {
+std::shared_ptr<Recordset> JetDatabase::OpenRecordset(std::u16string_view source) {
     sql::Statement statement = StatementOf(source);
     if (!statement.YieldsRows()) Raise(ErrorNumber::InvalidOperation);
-    return std::make_shared<Recordset>(shared_from_this(), std::move(statement));
+    return std::make_shared<JetRecordset>(shared_from_this(), std::move(statement));
 }
 
-std::vector<TableDef> Database::TableDefs() {
+std::vector<TableDef> JetDatabase::TableDefs() {
     const jet::Database::Reading reading(Storage());
     std::vector<TableDef> tables;
     for (const jet::CatalogObject& object : storage_->Objects()) {
@@ -131,7 +108,7 @@ std::vector<TableDef> Database::TableDefs() {
     return tables;
 }
 
-void Database::Close() {
+void JetDatabase::Close() {
     Storage();
     catalog_.reset();
     storage_.reset();

@@ -1,4 +1,4 @@
-#include "dao/recordset.h"
+#include "dao/jet_recordset.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,6 +6,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "dao/column_types.h"
 #include "dao/recordset_table.h"
 #include "jet/database.h"
 
@@ -22,37 +23,37 @@ Bytes ToBookmark(std::int64_t position) {
 
 // Field
 
-const std::u16string& Field::Name() const {
+const std::u16string& JetField::Name() const {
     recordset_.RequireOpen();
     return recordset_.query_->Columns()[static_cast<std::size_t>(position_)].name;
 }
 
-FieldType Field::Type() const {
+FieldType JetField::Type() const {
     recordset_.RequireOpen();
     return FieldTypeOf(recordset_.query_->Columns()[static_cast<std::size_t>(position_)].type);
 }
 
-int Field::Size() const {
+int JetField::Size() const {
     recordset_.RequireOpen();
     const sql::OutputColumn& column = recordset_.query_->Columns()[static_cast<std::size_t>(position_)];
     return FieldSizeOf(column.type, column.size);
 }
 
-const Value& Field::Value() const {
+const Value& JetField::Value() const {
     return recordset_.Get(position_);
 }
-void Field::Value(const qmtrain::Value& value) {
+void JetField::Value(const qmtrain::Value& value) {
     recordset_.Set(position_, value);
 }
 
-std::int32_t Field::FieldSize() const {
+std::int32_t JetField::FieldSize() const {
     const qmtrain::Value& value = Value();
     if (value.IsText()) return static_cast<std::int32_t>(value.Text().size());
     if (value.GetType() == qmtrain::Value::Type::Binary) return static_cast<std::int32_t>(value.Binary().size());
     return value.IsNull() || value.IsEmpty() ? 0 : Size();
 }
 
-qmtrain::Value Field::GetChunk(std::int32_t offset, std::int32_t count) const {
+qmtrain::Value JetField::GetChunk(std::int32_t offset, std::int32_t count) const {
     if (offset < 0 || count < 0) Raise(ErrorNumber::InvalidProcedureCall);
     const qmtrain::Value& value = Value();
     const auto from = static_cast<std::size_t>(offset);
@@ -69,8 +70,8 @@ qmtrain::Value Field::GetChunk(std::int32_t offset, std::int32_t count) const {
 }
 
 // The first chunk of an edit replaces what was there.
-void Field::AppendChunk(const qmtrain::Value& chunk) {
-    if (recordset_.editing_ == Recordset::Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
+void JetField::AppendChunk(const qmtrain::Value& chunk) {
+    if (recordset_.editing_ == JetRecordset::Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
     const bool first = !recordset_.changed_[static_cast<std::size_t>(position_)];
     const qmtrain::Value& before = recordset_.edited_[static_cast<std::size_t>(position_)];
     if (first || before.GetType() != chunk.GetType()) {
@@ -86,34 +87,34 @@ void Field::AppendChunk(const qmtrain::Value& chunk) {
 
 // Opening and moving
 
-Recordset::Recordset(std::shared_ptr<Database> database, sql::Statement statement)
+JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement statement)
     : database_(std::move(database)), statement_(std::make_unique<sql::Statement>(std::move(statement))) {
     const jet::Database::Reading reading(Storage());
     query_ = sql::Open(database_->Tables(), *statement_);
     updatable_ = query_->Updatable();
     if (updatable_) reader_ = sql::Open(database_->Tables(), *statement_);
     for (std::size_t i = 0; i < query_->Columns().size(); ++i) {
-        fields_.push_back(std::make_unique<Field>(*this, static_cast<int>(i)));
+        fields_.push_back(std::make_unique<JetField>(*this, static_cast<int>(i)));
     }
     Reach(0);
 }
 
-Recordset::~Recordset() = default;
+JetRecordset::~JetRecordset() = default;
 
-void Recordset::RequireOpen() const {
+void JetRecordset::RequireOpen() const {
     if (!query_ || !database_->IsOpen()) Raise(ErrorNumber::ObjectInvalid);
 }
 
-jet::Database& Recordset::Storage() const {
+jet::Database& JetRecordset::Storage() const {
     return database_->Storage();
 }
 
-bool Recordset::Updatable() {
+bool JetRecordset::Updatable() {
     RequireOpen();
     return updatable_ && Storage().GetPager().ReadOnlyReason().empty();
 }
 
-bool Recordset::Reach(std::int64_t index) {
+bool JetRecordset::Reach(std::int64_t index) {
     if (index < Count()) return index >= 0;
     if (complete_) return false;
     const jet::Database::Reading reading(Storage());
@@ -132,12 +133,12 @@ bool Recordset::Reach(std::int64_t index) {
     return true;
 }
 
-void Recordset::ReachAll() {
+void JetRecordset::ReachAll() {
     for (std::int64_t last = Count(); Reach(last); last = Count() + 256) {
     }
 }
 
-void Recordset::GoTo(std::int64_t index) {
+void JetRecordset::GoTo(std::int64_t index) {
     editing_ = Editing::Nothing;
     loaded_ = false;
     if (index < 0) {
@@ -147,50 +148,50 @@ void Recordset::GoTo(std::int64_t index) {
     }
 }
 
-bool Recordset::Eof() {
+bool JetRecordset::Eof() {
     RequireOpen();
     return !Reach(0) || position_ >= Count();
 }
 
-bool Recordset::Bof() {
+bool JetRecordset::Bof() {
     RequireOpen();
     return !Reach(0) || position_ < 0;
 }
 
-void Recordset::MoveFirst() {
+void JetRecordset::MoveFirst() {
     RequireOpen();
     if (!Reach(0)) Raise(ErrorNumber::NoCurrentRecord);
     GoTo(0);
 }
 
-void Recordset::MoveLast() {
+void JetRecordset::MoveLast() {
     RequireOpen();
     ReachAll();
     if (Count() == 0) Raise(ErrorNumber::NoCurrentRecord);
     GoTo(Count() - 1);
 }
 
-void Recordset::MoveNext() {
+void JetRecordset::MoveNext() {
     if (Eof()) Raise(ErrorNumber::NoCurrentRecord);
     GoTo(position_ + 1);
 }
 
-void Recordset::MovePrevious() {
+void JetRecordset::MovePrevious() {
     if (Bof()) Raise(ErrorNumber::NoCurrentRecord);
     GoTo(position_ - 1);
 }
 
-void Recordset::Move(std::int32_t rows) {
+void JetRecordset::Move(std::int32_t rows) {
     if ((rows > 0 && Eof()) || (rows < 0 && Bof())) Raise(ErrorNumber::NoCurrentRecord);
     if (rows != 0) GoTo(std::max<std::int64_t>(position_ + rows, -1));
 }
 
-std::int32_t Recordset::RecordCount() {
+std::int32_t JetRecordset::RecordCount() {
     RequireOpen();
     return static_cast<std::int32_t>(Count());
 }
 
-std::int32_t Recordset::TrueRecordCount() {
+std::int32_t JetRecordset::TrueRecordCount() {
     RequireOpen();
     ReachAll();
     return static_cast<std::int32_t>(Count());
@@ -198,12 +199,12 @@ std::int32_t Recordset::TrueRecordCount() {
 
 // Reading
 
-const std::vector<std::unique_ptr<Field>>& Recordset::Fields() {
+const std::vector<std::unique_ptr<Field>>& JetRecordset::Fields() {
     RequireOpen();
     return fields_;
 }
 
-Field& Recordset::Fields(std::u16string_view name) {
+Field& JetRecordset::Fields(std::u16string_view name) {
     RequireOpen();
     const std::vector<sql::OutputColumn>& columns = query_->Columns();
     for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -212,7 +213,7 @@ Field& Recordset::Fields(std::u16string_view name) {
     Raise(ErrorNumber::FieldNotFound, {name});
 }
 
-Field& Recordset::Fields(int position) {
+Field& JetRecordset::Fields(int position) {
     RequireOpen();
     if (position < 0 || static_cast<std::size_t>(position) >= fields_.size()) {
         Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
@@ -220,7 +221,7 @@ Field& Recordset::Fields(int position) {
     return *fields_[static_cast<std::size_t>(position)];
 }
 
-void Recordset::ReadRow(std::int64_t index, std::vector<Value>& values) {
+void JetRecordset::ReadRow(std::int64_t index, std::vector<Value>& values) {
     if (!updatable_) {
         values = rows_[static_cast<std::size_t>(index)];
         return;
@@ -231,14 +232,14 @@ void Recordset::ReadRow(std::int64_t index, std::vector<Value>& values) {
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
 }
 
-const std::vector<Value>& Recordset::Current() {
+const std::vector<Value>& JetRecordset::Current() {
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
     if (!loaded_) ReadRow(position_, current_);
     loaded_ = true;
     return current_;
 }
 
-const Value& Recordset::Get(int position) {
+const Value& JetRecordset::Get(int position) {
     RequireOpen();
     if (editing_ != Editing::Nothing) return edited_[static_cast<std::size_t>(position)];
     return Current()[static_cast<std::size_t>(position)];
@@ -246,7 +247,7 @@ const Value& Recordset::Get(int position) {
 
 // Editing
 
-void Recordset::Set(int position, const Value& value) {
+void JetRecordset::Set(int position, const Value& value) {
     RequireOpen();
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
     if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
@@ -257,7 +258,7 @@ void Recordset::Set(int position, const Value& value) {
     changed_[static_cast<std::size_t>(position)] = true;
 }
 
-void Recordset::AddNew() {
+void JetRecordset::AddNew() {
     RequireOpen();
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
     editing_ = Editing::Adding;
@@ -271,7 +272,7 @@ void Recordset::AddNew() {
     }
 }
 
-void Recordset::Edit() {
+void JetRecordset::Edit() {
     RequireOpen();
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
     loaded_ = false;  // what others have changed meanwhile counts
@@ -281,7 +282,7 @@ void Recordset::Edit() {
 }
 
 // A failing Update leaves the edit open, so that it can be corrected or given up.
-void Recordset::Update() {
+void JetRecordset::Update() {
     RequireOpen();
     if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
     sql::Table& table = *query_->Tables()[0];
@@ -313,14 +314,14 @@ void Recordset::Update() {
     loaded_ = false;
 }
 
-void Recordset::CancelUpdate() {
+void JetRecordset::CancelUpdate() {
     RequireOpen();
     if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
     editing_ = Editing::Nothing;
 }
 
 // The deleted row stays current until the record set moves, but can no longer be read.
-void Recordset::Delete() {
+void JetRecordset::Delete() {
     RequireOpen();
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
@@ -331,12 +332,12 @@ void Recordset::Delete() {
     loaded_ = false;
 }
 
-Bytes Recordset::Bookmark() {
+Bytes JetRecordset::Bookmark() {
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
     return ToBookmark(position_);
 }
 
-void Recordset::Bookmark(const Bytes& bookmark) {
+void JetRecordset::Bookmark(const Bytes& bookmark) {
     RequireOpen();
     std::int64_t position = -1;
     if (bookmark.size() == sizeof position) std::memcpy(&position, bookmark.data(), sizeof position);
@@ -344,7 +345,7 @@ void Recordset::Bookmark(const Bytes& bookmark) {
     GoTo(position);
 }
 
-Bytes Recordset::LastModified() {
+Bytes JetRecordset::LastModified() {
     RequireOpen();
     if (last_modified_ < 0) Raise(ErrorNumber::NoCurrentRecord);
     return ToBookmark(last_modified_);
@@ -352,14 +353,14 @@ Bytes Recordset::LastModified() {
 
 // Finding
 
-void Recordset::FindFirst(std::u16string_view criteria) {
+void JetRecordset::FindFirst(std::u16string_view criteria) {
     Find(criteria, 0);
 }
-void Recordset::FindNext(std::u16string_view criteria) {
+void JetRecordset::FindNext(std::u16string_view criteria) {
     Find(criteria, position_ + 1);
 }
 
-void Recordset::Find(std::u16string_view criteria, std::int64_t from) {
+void JetRecordset::Find(std::u16string_view criteria, std::int64_t from) {
     RequireOpen();
     const sql::Statement condition = sql::Parse(u"SELECT * FROM [Rows] WHERE " + std::u16string(criteria));
     const jet::Database::Reading reading(Storage());
@@ -369,7 +370,7 @@ void Recordset::Find(std::u16string_view criteria, std::int64_t from) {
     if (!no_match_) GoTo(static_cast<std::int64_t>(matches->Row().value) - 1);
 }
 
-void Recordset::Close() {
+void JetRecordset::Close() {
     RequireOpen();
     reader_.reset();
     query_.reset();

@@ -1,0 +1,146 @@
+#include "automation/dispatch.h"
+
+#include <algorithm>
+
+#include "core/windows_text.h"
+
+namespace qmtrain::automation {
+namespace {
+
+constexpr std::uint32_t kNumbered = 0x800A0000;
+
+struct Failure {
+    HRESULT code;
+    std::int32_t number;
+    std::u16string_view description;
+};
+
+constexpr Failure kFailures[] = {
+    {E_OUTOFMEMORY, 7, u"内存不足。"},
+    {DISP_E_OVERFLOW, 6, u"溢出。"},
+    {DISP_E_DIVBYZERO, 11, u"除数为零。"},
+    {DISP_E_TYPEMISMATCH, 13, u"类型不匹配。"},
+    {DISP_E_BADINDEX, 9, u"下标越界。"},
+    {CLASS_E_CLASSNOTAVAILABLE, 429, u"不能创建对象。"},
+    {REGDB_E_CLASSNOTREG, 429, u"不能创建对象：它没有注册。"},
+    {CO_E_CLASSSTRING, 429, u"不能创建对象：它没有注册。"},
+    {E_NOINTERFACE, 430, u"对象不支持所需的接口。"},
+    {DISP_E_UNKNOWNNAME, 438, u"对象不支持此属性或方法。"},
+    {DISP_E_MEMBERNOTFOUND, 438, u"对象不支持此属性或方法。"},
+    {DISP_E_NONAMEDARGS, 446, u"对象不支持命名参数。"},
+    {DISP_E_UNKNOWNLCID, 447, u"对象不支持当前的区域设置。"},
+    {DISP_E_PARAMNOTFOUND, 448, u"找不到命名参数。"},
+    {DISP_E_PARAMNOTOPTIONAL, 449, u"缺少必需的参数。"},
+    {DISP_E_BADPARAMCOUNT, 450, u"参数的个数不对。"},
+    {DISP_E_BADVARTYPE, 458, u"变量使用了不支持的自动化类型。"},
+};
+
+std::u16string Hexadecimal(HRESULT code) {
+    constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
+    std::u16string text = u"0x";
+    for (int shift = 28; shift >= 0; shift -= 4) text += kDigits[static_cast<std::uint32_t>(code) >> shift & 0xF];
+    return text;
+}
+
+std::u16string With(std::u16string_view what, std::u16string_view description) {
+    return what.empty() ? std::u16string(description) : std::u16string(what).append(u"：").append(description);
+}
+
+// The texts in it are ours to free.
+class Exception {
+public:
+    Exception() = default;
+    Exception(const Exception&) = delete;
+    Exception& operator=(const Exception&) = delete;
+    ~Exception() {
+        SysFreeString(info_.bstrSource);
+        SysFreeString(info_.bstrDescription);
+        SysFreeString(info_.bstrHelpFile);
+    }
+
+    EXCEPINFO* Out() { return &info_; }
+
+    [[noreturn]] void Raise(std::u16string_view name) {
+        if (info_.pfnDeferredFillIn != nullptr) info_.pfnDeferredFillIn(&info_);
+        const std::int32_t number = info_.scode != 0 ? NumberOf(info_.scode) : std::int32_t{info_.wCode};
+        std::u16string description = FromBstr(info_.bstrDescription);
+        if (description.empty()) description = With(name, u"自动化错误 " + Hexadecimal(CodeOf(number)) + u"。");
+        throw AutomationError(number, FromBstr(info_.bstrSource), std::move(description));
+    }
+
+private:
+    EXCEPINFO info_{};
+};
+
+}  // namespace
+
+HRESULT CodeOf(std::int32_t number) {
+    return number > 0 && number <= 0xFFFF ? static_cast<HRESULT>(kNumbered | static_cast<std::uint32_t>(number))
+                                          : number;
+}
+
+std::int32_t NumberOf(HRESULT code) {
+    const auto bits = static_cast<std::uint32_t>(code);
+    return (bits & 0xFFFF0000) == kNumbered ? static_cast<std::int32_t>(bits & 0xFFFF) : code;
+}
+
+void Check(HRESULT code, std::u16string_view what) {
+    if (SUCCEEDED(code)) return;
+    for (const Failure& failure : kFailures) {
+        if (failure.code == code)
+            throw AutomationError(failure.number, u"QmTrainInfo", With(what, failure.description));
+    }
+    throw AutomationError(NumberOf(code), u"QmTrainInfo", With(what, u"自动化错误 " + Hexadecimal(code) + u"。"));
+}
+
+void FillException(const AutomationError& error, EXCEPINFO& exception) {
+    exception = {};
+    exception.scode = CodeOf(error.Number());
+    exception.bstrSource = ToBstr(error.Source());
+    exception.bstrDescription = ToBstr(error.Description());
+}
+
+Variant Invoke(IDispatch* object, DISPID member, WORD flags, std::span<const Variant> arguments,
+               std::u16string_view name) {
+    if (object == nullptr) Raise(ErrorNumber::ObjectNotSet);
+    std::vector<VARIANT> backwards;  // as automation wants them; they are still owned by `arguments`
+    for (const Variant& argument : arguments) backwards.insert(backwards.begin(), argument.Get());
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS parameters{backwards.data(), nullptr, static_cast<UINT>(backwards.size()), 0};
+    const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    if (sets) {
+        parameters.rgdispidNamedArgs = &put;
+        parameters.cNamedArgs = 1;
+    }
+    Variant result;
+    Exception exception;
+    UINT wrong_argument = 0;
+    const HRESULT code = object->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
+                                        sets ? nullptr : result.Out(), exception.Out(), &wrong_argument);
+    if (code == DISP_E_EXCEPTION) exception.Raise(name);
+    Check(code, name);
+    return result;
+}
+
+Object::Object(const Variant& result) {
+    const VARIANT& content = result.Get();
+    if (content.vt == VT_DISPATCH)
+        object_ = ComPtr<IDispatch>(content.pdispVal);
+    else if (content.vt == VT_UNKNOWN)
+        object_ = ComPtr<IUnknown>(content.punkVal).As<IDispatch>();
+    if (!object_) Raise(ErrorNumber::ObjectNotSet);
+}
+
+DISPID Object::Member(std::u16string_view name) {
+    if (!object_) Raise(ErrorNumber::ObjectNotSet);
+    const auto known = std::ranges::find(members_, name, &std::pair<std::u16string_view, DISPID>::first);
+    if (known != members_.end()) return known->second;
+    std::wstring wide = ToWide(name);
+    OLECHAR* names[] = {wide.data()};
+    DISPID member = DISPID_UNKNOWN;
+    Check(object_->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &member), name);
+    members_.emplace_back(name, member);
+    return member;
+}
+
+}  // namespace qmtrain::automation

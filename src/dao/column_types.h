@@ -1,0 +1,14 @@
+// Field types of SQL's columns.
+#pragma once
+
+#include "dao/types.h"
+#include "sql/storage.h"
+
+namespace qmtrain::dao {
+
+FieldType FieldTypeOf(sql::ColumnType type);
+
+// Bytes of a number, characters of a text; 0 for memo and OLE.
+int FieldSizeOf(sql::ColumnType type, int size);
+
+}  // namespace qmtrain::dao

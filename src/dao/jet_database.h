@@ -1,0 +1,77 @@
+// A database that our own engine has open: what every database can do, scripts, and what tables there are.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dao/database.h"
+#include "dao/types.h"
+#include "sql/sql.h"
+#include "sql/storage.h"
+
+namespace qmtrain::jet {
+class Database;
+}
+
+namespace qmtrain::dao {
+
+// The file that a name stands for: a folder for the "Total.mdb" in it.
+std::filesystem::path DatabaseFile(std::u16string_view name);
+
+struct FieldDef {
+    std::u16string name;
+    FieldType type = FieldType::Text;
+    int size = 0;  // bytes of a number, characters of a text, 0 for memo and OLE
+    bool required = false;
+    bool autonumber = false;
+};
+
+struct TableDef {
+    std::u16string name;
+    bool system = false;
+    bool linked = false;
+    std::vector<FieldDef> fields;  // empty for a linked table whose file cannot be opened
+    std::vector<sql::Index> indexes;
+};
+
+class JetDatabase : public Database, public std::enable_shared_from_this<JetDatabase> {
+public:
+    JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage);
+    ~JetDatabase() override;
+
+    // Outside the transactions of any engine. They raise what the Engine's functions raise.
+    static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false);
+    static std::shared_ptr<JetDatabase> Create(std::u16string_view name);
+
+    const std::u16string& Name() const override { return name_; }
+    void Execute(std::u16string_view statement) override;
+    std::int32_t RecordsAffected() const override { return records_affected_; }
+    void Atomically(const std::function<void()>& body) override;
+    std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) override;
+    void Close() override;
+    bool IsOpen() const override { return storage_ != nullptr; }
+
+    // Runs several statements separated by ";", all or none.
+    void ExecuteScript(std::u16string_view statements);
+
+    std::vector<TableDef> TableDefs();
+
+    // The engine below and its tables as SQL sees them. Raises ObjectInvalid when closed.
+    jet::Database& Storage();
+    sql::Catalog& Tables();
+
+private:
+    sql::Statement StatementOf(std::u16string_view source);
+
+    std::u16string name_;
+    std::unique_ptr<jet::Database> storage_;
+    std::unique_ptr<sql::Catalog> catalog_;
+    std::int32_t records_affected_ = 0;
+};
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,114 @@
+// Record sets of our own engine.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "dao/jet_database.h"
+#include "dao/recordset.h"
+#include "sql/sql.h"
+
+namespace qmtrain::dao {
+
+class JetRecordset;
+
+class JetField : public Field {
+public:
+    JetField(JetRecordset& recordset, int position) : recordset_(recordset), position_(position) {}
+
+    const std::u16string& Name() const override;
+    FieldType Type() const override;
+    int Size() const override;
+    const qmtrain::Value& Value() const override;
+    void Value(const qmtrain::Value& value) override;
+    std::int32_t FieldSize() const override;
+    qmtrain::Value GetChunk(std::int32_t offset, std::int32_t count) const override;
+    void AppendChunk(const qmtrain::Value& chunk) override;
+
+private:
+    JetRecordset& recordset_;
+    int position_;
+};
+
+class JetRecordset : public Recordset {
+public:
+    JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement statement);
+    ~JetRecordset() override;
+
+    bool Eof() override;
+    bool Bof() override;
+    void MoveFirst() override;
+    void MoveLast() override;
+    void MoveNext() override;
+    void MovePrevious() override;
+    void Move(std::int32_t rows) override;
+    std::int32_t RecordCount() override;
+    std::int32_t TrueRecordCount() override;
+    bool Updatable() override;
+    const std::vector<std::unique_ptr<Field>>& Fields() override;
+    Field& Fields(std::u16string_view name) override;
+    Field& Fields(int position) override;
+    void AddNew() override;
+    void Edit() override;
+    void Update() override;
+    void CancelUpdate() override;
+    void Delete() override;
+    Bytes Bookmark() override;
+    void Bookmark(const Bytes& bookmark) override;
+    Bytes LastModified() override;
+    void FindFirst(std::u16string_view criteria) override;
+    void FindNext(std::u16string_view criteria) override;
+    bool NoMatch() const override { return no_match_; }
+    void Close() override;
+    bool IsOpen() const override { return query_ != nullptr; }
+
+private:
+    friend class JetField;
+    friend class RecordsetTable;
+    enum class Editing : std::uint8_t { Nothing, Adding, Changing };
+
+    void RequireOpen() const;
+    jet::Database& Storage() const;
+    std::int64_t Count() const {
+        return updatable_ ? static_cast<std::int64_t>(keys_.size()) : static_cast<std::int64_t>(rows_.size());
+    }
+
+    // Makes sure that row `index` has been looked for; false when there are fewer rows.
+    bool Reach(std::int64_t index);
+    void GoTo(std::int64_t index);
+    void ReachAll();
+
+    // The values of a row that has been reached. Raises RecordDeleted.
+    void ReadRow(std::int64_t index, std::vector<Value>& values);
+    const std::vector<Value>& Current();
+    const Value& Get(int position);
+    void Set(int position, const Value& value);
+    void Find(std::u16string_view criteria, std::int64_t from);
+
+    std::shared_ptr<JetDatabase> database_;
+    std::unique_ptr<sql::Statement> statement_;
+    std::unique_ptr<sql::Query> query_;   // finds the rows
+    std::unique_ptr<sql::Query> reader_;  // reads a row that is known; updatable record sets only
+    std::vector<std::unique_ptr<Field>> fields_;
+    bool updatable_ = false;
+    bool complete_ = false;  // all rows have been seen
+    std::vector<sql::RowId> keys_;
+    std::unordered_set<std::uint32_t> added_;  // by AddNew: they are in keys_ already
+    std::vector<std::vector<Value>> rows_;
+
+    std::int64_t position_ = 0;  // -1 before the first row, Count() behind the last
+    bool loaded_ = false;        // current_ holds the current row
+    std::vector<Value> current_;
+
+    Editing editing_ = Editing::Nothing;
+    std::vector<Value> edited_;
+    std::vector<bool> changed_;
+    std::int64_t last_modified_ = -1;
+    bool no_match_ = false;
+};
+
+}  // namespace qmtrain::dao
