@@ -2,9 +2,8 @@
 
 #include <wx/dcmemory.h>
 #include <wx/image.h>
-#include <wx/log.h>
-#include <wx/mstream.h>
 
+#include "ui/picture_decoder.h"
 #include "ui/question_text.h"
 #include "ui/twips.h"
 #include "ui/wx_text.h"
@@ -82,11 +81,8 @@ int ScreenMeasurer::Pixels(int twips) {
 const wxBitmap& ScreenMeasurer::BitmapOf(const Picture& picture, wxSize size) {
     wxBitmap& bitmap = bitmaps_[{&picture, size.x, size.y}];
     if (bitmap.IsOk()) return bitmap;
-    const wxLogNull silent;  // a broken picture is shown as a frame, not reported
-    const Bytes file = PictureFile(picture);
-    wxMemoryInputStream stream(file.data(), file.size());
-    wxImage image;
-    bitmap = image.LoadFile(stream) ? wxBitmap(image.Scale(size.x, size.y, wxIMAGE_QUALITY_HIGH)) : Frame(size);
+    const wxImage image = DecodePicture(PictureFile(picture));
+    bitmap = image.IsOk() ? wxBitmap(image.Scale(size.x, size.y, wxIMAGE_QUALITY_HIGH)) : Frame(size);
     return bitmap;
 }
 

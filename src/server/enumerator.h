@@ -1,0 +1,54 @@
+// The enumerators of automation: IEnumVARIANT, IEnumConnectionPoints, IEnumConnections.
+#pragma once
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "server/unknown.h"
+
+namespace qmtrain::server {
+
+// Goes through `Held` values; `Given` is what the interface hands out, filled by kGive, which is
+// false when memory runs out.
+template <class Interface, class Held, class Given, bool (*kGive)(const Held&, Given&)>
+class Enumerator : public Unknown<Interface> {
+public:
+    using Items = std::shared_ptr<const std::vector<Held>>;
+
+    explicit Enumerator(Items items, std::size_t position = 0) : items_(std::move(items)), position_(position) {}
+
+    HRESULT STDMETHODCALLTYPE Next(ULONG wanted, Given* out, ULONG* fetched) override {
+        if (out == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
+        ULONG count = 0;
+        for (; count < wanted && position_ < items_->size(); ++count, ++position_) {
+            if (!kGive((*items_)[position_], out[count])) return E_OUTOFMEMORY;
+        }
+        if (fetched != nullptr) *fetched = count;
+        return count == wanted ? S_OK : S_FALSE;
+    }
+
+    HRESULT STDMETHODCALLTYPE Skip(ULONG count) override {
+        const bool enough = count <= items_->size() - position_;
+        position_ = enough ? position_ + count : items_->size();
+        return enough ? S_OK : S_FALSE;
+    }
+
+    HRESULT STDMETHODCALLTYPE Reset() override {
+        position_ = 0;
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE Clone(Interface** out) override {
+        if (out == nullptr) return E_POINTER;
+        *out = new (std::nothrow) Enumerator(items_, position_);
+        return *out != nullptr ? S_OK : E_OUTOFMEMORY;
+    }
+
+private:
+    Items items_;
+    std::size_t position_;
+};
+
+}  // namespace qmtrain::server

@@ -1,0 +1,30 @@
+#include "server/factory.h"
+
+#include <new>
+
+#include "server/object.h"
+
+namespace qmtrain::server {
+
+using automation::ComPtr;
+
+HRESULT STDMETHODCALLTYPE Factory::CreateInstance(IUnknown* outer, REFIID id, void** out) {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+    try {
+        const auto object = ComPtr<IDispatch>::Attach(WrapInstance(class_, class_.create()));
+        return object->QueryInterface(id, out);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        return E_UNEXPECTED;
+    }
+}
+
+HRESULT STDMETHODCALLTYPE Factory::LockServer(BOOL lock) {
+    lock ? LockModule() : UnlockModule();
+    return S_OK;
+}
+
+}  // namespace qmtrain::server

@@ -1,0 +1,20 @@
+// The class objects: what creates the objects of a class.
+#pragma once
+
+#include "server/class.h"
+#include "server/unknown.h"
+
+namespace qmtrain::server {
+
+class Factory final : public Unknown<IClassFactory> {
+public:
+    explicit Factory(const Class& makes) : class_(makes) {}
+
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID id, void** out) override;
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override;
+
+private:
+    const Class& class_;
+};
+
+}  // namespace qmtrain::server

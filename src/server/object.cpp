@@ -1,0 +1,331 @@
+#include "server/object.h"
+
+#include <algorithm>
+#include <mutex>
+#include <new>
+#include <unordered_map>
+
+#include <ocidl.h>
+
+#include "automation/variant.h"
+#include "core/text.h"
+#include "core/windows_text.h"
+#include "server/call.h"
+#include "server/events.h"
+#include "server/module.h"
+#include "server/type_library.h"
+
+namespace qmtrain::server {
+
+using automation::ComPtr;
+
+namespace {
+
+class ErrorInformation final : public Face<ISupportErrorInfo> {
+public:
+    ErrorInformation(IUnknown* owner, const Class& made_of) : Face(owner), class_(made_of) {}
+
+    HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID id) override {
+        return IsEqualIID(id, class_.interface_id) || IsEqualIID(id, IID_IDispatch) ? S_OK : S_FALSE;
+    }
+
+private:
+    const Class& class_;
+};
+
+class ClassDescription final : public Face<IProvideClassInfo2> {
+public:
+    ClassDescription(IUnknown* owner, const Class& made_of) : Face(owner), class_(made_of) {}
+
+    HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** out) override {
+        if (out == nullptr) return E_POINTER;
+        try {
+            *out = TypeInformation(class_.id).Detach();
+            return S_OK;
+        } catch (const std::exception&) {
+            *out = nullptr;
+            return E_FAIL;
+        }
+    }
+
+    HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* out) override {
+        if (out == nullptr) return E_POINTER;
+        if (kind != GUIDKIND_DEFAULT_SOURCE_DISP_IID || class_.events == nullptr) return E_INVALIDARG;
+        *out = *class_.events;
+        return S_OK;
+    }
+
+private:
+    const Class& class_;
+};
+
+}  // namespace
+
+class Object {
+public:
+    Object(const Class& made_of, std::shared_ptr<void> instance)
+        : methods_(made_of.entries.data()),
+          class_(made_of),
+          instance_(std::move(instance)),
+          errors_(Identity(), made_of),
+          description_(Identity(), made_of) {
+        if (class_.events != nullptr) events_ = std::make_unique<Events>(Identity(), *class_.events);
+        if (class_.connect != nullptr) class_.connect(*this);
+    }
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+
+    // Requires: the list of objects is locked.
+    IDispatch* Retain() {
+        ++references_;
+        return AsDispatch();
+    }
+    IDispatch* AsDispatch() { return reinterpret_cast<IDispatch*>(this); }
+    const Class& MadeOf() const { return class_; }
+    const std::shared_ptr<void>& Instance() const { return instance_; }
+    Events* Listeners() { return events_.get(); }
+
+    // The methods that every interface of ours begins with.
+    static HRESULT STDMETHODCALLTYPE QueryInterface(Object* self, REFIID id, void** out);
+    static ULONG STDMETHODCALLTYPE AddRef(Object* self);
+    static ULONG STDMETHODCALLTYPE Release(Object* self);
+    static HRESULT STDMETHODCALLTYPE GetTypeInfoCount(Object* self, UINT* out);
+    static HRESULT STDMETHODCALLTYPE GetTypeInfo(Object* self, UINT index, LCID, ITypeInfo** out);
+    static HRESULT STDMETHODCALLTYPE GetIDsOfNames(Object* self, REFIID, LPOLESTR* names, UINT count, LCID,
+                                                   DISPID* out);
+    static HRESULT STDMETHODCALLTYPE Invoke(Object* self, DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* given,
+                                            VARIANT* result, EXCEPINFO* exception, UINT* wrong_argument);
+
+private:
+    IUnknown* Identity() { return AsDispatch(); }
+    IUnknown* FaceOf(REFIID id);
+    HRESULT InvokeMember(const Member& member, const DISPPARAMS& given, VARIANT& result);
+    HRESULT InvokeResult(const Member& getter, DISPPARAMS& given, WORD flags, VARIANT& result, EXCEPINFO* exception,
+                         UINT* wrong_argument);
+
+    void* const* methods_;  // first: a client's pointer to an interface points to it
+    const Class& class_;
+    std::shared_ptr<void> instance_;
+    ErrorInformation errors_;
+    ClassDescription description_;
+    std::unique_ptr<Events> events_;
+    ULONG references_ = 1;
+    ModuleLock lock_;
+};
+
+namespace {
+
+// The objects that clients hold, by instance.
+std::mutex objects_mutex;
+std::unordered_map<const void*, Object*> objects;
+
+void CompleteEntries(Class& made_of) {
+    const auto entry = [](auto function) { return reinterpret_cast<void*>(function); };
+    made_of.entries = {entry(&Object::QueryInterface), entry(&Object::AddRef),
+                       entry(&Object::Release),        entry(&Object::GetTypeInfoCount),
+                       entry(&Object::GetTypeInfo),    entry(&Object::GetIDsOfNames),
+                       entry(&Object::Invoke)};
+    for (const Method& method : made_of.methods) made_of.entries.push_back(method.entry);
+}
+
+// Leaves the error where the caller of a method, or Invoke, looks for it.
+void SetThreadError(const Object& object, const AutomationError& error) {
+    ComPtr<ICreateErrorInfo> made;
+    if (FAILED(CreateErrorInfo(made.Out()))) return;
+    const std::u16string source =
+        error.Source().empty() ? std::u16string(u"QmTrainInfo.") + object.MadeOf().name : error.Source();
+    made->SetGUID(object.MadeOf().interface_id);
+    made->SetSource(ToWide(source).data());
+    made->SetDescription(ToWide(error.Description()).data());
+    SetErrorInfo(0, made.As<IErrorInfo>().Get());
+}
+
+HRESULT MoveThreadError(HRESULT code, EXCEPINFO* exception) {
+    if (exception == nullptr) return DISP_E_EXCEPTION;
+    *exception = {};
+    exception->scode = code;
+    ComPtr<IErrorInfo> error;
+    if (GetErrorInfo(0, error.Out()) == S_OK) {
+        error->GetSource(&exception->bstrSource);
+        error->GetDescription(&exception->bstrDescription);
+    }
+    return DISP_E_EXCEPTION;
+}
+
+}  // namespace
+
+const std::shared_ptr<void>& InstanceOf(const Object& object) {
+    return object.Instance();
+}
+
+HRESULT AnswerException(const Object& object) noexcept {
+    try {
+        throw;
+    } catch (const AutomationError& error) {
+        try {
+            SetThreadError(object, error);
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY;
+        }
+        return automation::CodeOf(error.Number());
+    } catch (const std::bad_alloc&) {
+        SetErrorInfo(0, nullptr);
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        SetErrorInfo(0, nullptr);
+        return E_UNEXPECTED;
+    }
+}
+
+IUnknown* Object::FaceOf(REFIID id) {
+    if (IsEqualIID(id, IID_IUnknown) || IsEqualIID(id, IID_IDispatch) || IsEqualIID(id, class_.interface_id))
+        return Identity();
+    if (IsEqualIID(id, IID_ISupportErrorInfo)) return &errors_;
+    if (IsEqualIID(id, IID_IProvideClassInfo) || IsEqualIID(id, IID_IProvideClassInfo2)) return &description_;
+    if (IsEqualIID(id, IID_IConnectionPointContainer)) return events_.get();
+    return nullptr;
+}
+
+HRESULT STDMETHODCALLTYPE Object::QueryInterface(Object* self, REFIID id, void** out) {
+    if (out == nullptr) return E_POINTER;
+    IUnknown* face = self->FaceOf(id);
+    *out = face;
+    if (face == nullptr) return E_NOINTERFACE;
+    AddRef(self);
+    return S_OK;
+}
+
+ULONG STDMETHODCALLTYPE Object::AddRef(Object* self) {
+    const std::lock_guard lock(objects_mutex);
+    return ++self->references_;
+}
+
+// The object ends outside the lock: what it holds may hold others.
+ULONG STDMETHODCALLTYPE Object::Release(Object* self) {
+    {
+        const std::lock_guard lock(objects_mutex);
+        if (--self->references_ != 0) return self->references_;
+        objects.erase(self->instance_.get());
+    }
+    delete self;
+    return 0;
+}
+
+HRESULT STDMETHODCALLTYPE Object::GetTypeInfoCount(Object*, UINT* out) {
+    if (out == nullptr) return E_POINTER;
+    *out = 1;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Object::GetTypeInfo(Object* self, UINT index, LCID, ITypeInfo** out) {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    if (index != 0) return DISP_E_BADINDEX;
+    return Answer(*self, [&] { *out = TypeInformation(self->class_.interface_id).Detach(); });
+}
+
+HRESULT STDMETHODCALLTYPE Object::GetIDsOfNames(Object* self, REFIID, LPOLESTR* names, UINT count, LCID, DISPID* out) {
+    if (names == nullptr || out == nullptr || count == 0) return E_INVALIDARG;
+    bool all_known = false;
+    const HRESULT code = Answer(*self, [&] {
+        std::fill_n(out, count, DISPID_UNKNOWN);
+        const Member* member = InformationOn(self->class_).Find(FromWide(names[0]));
+        if (member == nullptr) return;
+        out[0] = member->id;
+        all_known = true;
+        for (UINT i = 1; i < count; ++i) {
+            const std::u16string wanted = FoldName(FromWide(names[i]));
+            const auto found = std::ranges::find(member->arguments, wanted, &Argument::name);
+            if (found != member->arguments.end())
+                out[i] = static_cast<DISPID>(found - member->arguments.begin());
+            else
+                all_known = false;
+        }
+    });
+    if (FAILED(code)) return code;
+    return all_known ? S_OK : DISP_E_UNKNOWNNAME;
+}
+
+HRESULT Object::InvokeMember(const Member& member, const DISPPARAMS& given, VARIANT& result) {
+    Arguments arguments(member, given);
+    const HRESULT code = member.method->call(*this, arguments.Values(), result);
+    if (SUCCEEDED(code)) arguments.WriteBack();
+    return code;
+}
+
+// Arguments for a property that takes none are for the default member of the object in it: Fields("Name").
+HRESULT Object::InvokeResult(const Member& getter, DISPPARAMS& given, WORD flags, VARIANT& result, EXCEPINFO* exception,
+                             UINT* wrong_argument) {
+    const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    const UINT taken = static_cast<UINT>(getter.arguments.size());
+    const UINT values = sets ? 1 : 0;
+    if (given.cArgs < taken + values) return DISP_E_MEMBERNOTFOUND;
+    DISPPARAMS own{given.rgvarg + given.cArgs - taken, nullptr, taken, 0};
+    automation::Variant got;
+    const HRESULT code = InvokeMember(getter, own, *got.Out());
+    if (FAILED(code)) return MoveThreadError(code, exception);
+    const automation::Object inner(got);
+    DISPPARAMS rest = given;
+    rest.cArgs -= taken;
+    return inner.Get()->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, flags, &rest, sets ? nullptr : &result,
+                               exception, wrong_argument);
+}
+
+HRESULT STDMETHODCALLTYPE Object::Invoke(Object* self, DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* given,
+                                         VARIANT* result, EXCEPINFO* exception, UINT* wrong_argument) {
+    if (given == nullptr) return E_INVALIDARG;
+    const ComPtr<IDispatch> alive(self->AsDispatch());
+    automation::Variant got;
+    HRESULT code = S_OK;
+    try {
+        const ClassInformation& members = InformationOn(self->class_);
+        const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+        const Member* getter = members.Find(id, INVOKE_PROPERTYGET);
+        const Member* member = nullptr;
+        if ((flags & DISPATCH_PROPERTYPUTREF) != 0) member = members.Find(id, INVOKE_PROPERTYPUTREF);
+        if (member == nullptr && sets) member = members.Find(id, INVOKE_PROPERTYPUT);
+        if (member == nullptr && !sets) member = members.Find(id, INVOKE_FUNC);
+        if (member == nullptr && !sets) member = getter;
+        const bool too_many = member == getter && member != nullptr && given->cArgs > getter->arguments.size();
+        if ((member == nullptr && sets && getter != nullptr) || too_many) {
+            code = self->InvokeResult(*getter, *given, flags, *got.Out(), exception, wrong_argument);
+            if (FAILED(code)) return code;
+        } else if (member == nullptr) {
+            return DISP_E_MEMBERNOTFOUND;
+        } else {
+            code = self->InvokeMember(*member, *given, *got.Out());
+        }
+    } catch (const ArgumentError& error) {
+        if (wrong_argument != nullptr) *wrong_argument = error.index;
+        return error.code;
+    } catch (...) {
+        code = AnswerException(*self);
+    }
+    if (FAILED(code)) return MoveThreadError(code, exception);
+    if (result != nullptr) *result = got.Detach();
+    return S_OK;
+}
+
+IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance) {
+    const std::lock_guard lock(objects_mutex);
+    if (made_of.entries.empty()) CompleteEntries(const_cast<Class&>(made_of));
+    const auto known = objects.find(instance.get());
+    if (known != objects.end()) return known->second->Retain();
+    const void* key = instance.get();
+    auto object = std::make_unique<Object>(made_of, std::move(instance));
+    objects[key] = object.get();
+    return object.release()->AsDispatch();
+}
+
+std::shared_ptr<void> UnwrapInstance(const Class& made_of, IDispatch* object) {
+    const std::lock_guard lock(objects_mutex);
+    const bool ours = !made_of.entries.empty() &&
+                      *reinterpret_cast<void* const**>(object) == static_cast<void* const*>(made_of.entries.data());
+    return ours ? reinterpret_cast<Object*>(object)->Instance() : nullptr;
+}
+
+void RaiseEvent(Object& object, DISPID event, std::span<const Value> arguments) {
+    object.Listeners()->Raise(event, arguments);
+}
+
+}  // namespace qmtrain::server

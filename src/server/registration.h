@@ -1,0 +1,20 @@
+// The library's entries in the registry: its classes, their interfaces, its type library.
+#pragma once
+
+#include "automation/com.h"
+
+namespace qmtrain::server {
+
+enum class Scope { User, Machine };
+
+// All entries or none. What was there of another place of the library is replaced.
+HRESULT Register(Scope scope);
+
+// Takes out what Register has put in. Entries that the library for the other word size uses too stay for it.
+HRESULT Unregister(Scope scope);
+
+// The same for the engine of the component's own tests alone, for the machine.
+HRESULT RegisterTestEngine();
+HRESULT UnregisterTestEngine();
+
+}  // namespace qmtrain::server
