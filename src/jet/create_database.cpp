@@ -265,11 +265,14 @@ private:
 // Built under another name and renamed when it is complete, so that nobody ever sees half a database.
 std::unique_ptr<Database> Database::Create(const std::filesystem::path& path, const NewDatabase& settings,
                                            const PagerOptions& options) {
-    FileSystem& system = options.system != nullptr ? *options.system : FileSystem::Native();
+    FileSystem& system = options.system != nullptr ? *options.system : DefaultFiles();
     if (system.Exists(path)) Raise(ErrorNumber::DatabaseExists, {FromNativePath(path)});
     std::filesystem::path unfinished = path;
     unfinished += ".new";
     system.Remove(unfinished);
+    // A journal that its database has left behind would be played back into the new one.
+    system.Remove(Journal::PathFor(unfinished));
+    system.Remove(Journal::PathFor(path));
     try {
         DatabaseBuilder(unfinished, settings, options).Build();
         system.Rename(unfinished, path);

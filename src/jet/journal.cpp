@@ -11,7 +11,6 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'J', 'n', 'l'};
-constexpr std::size_t kHeaderSize = 32;
 constexpr std::size_t kRecordHead = 8;
 constexpr std::size_t kFlushAt = 1 << 20;
 
@@ -42,12 +41,12 @@ Journal::Journal(FileSystem& system, const std::filesystem::path& database, std:
     file_->Resize(0);
     std::random_device random;
     nonce_ = static_cast<std::uint64_t>(random()) << 32 | random();
-    buffer_.resize(kHeaderSize);
-    std::memcpy(buffer_.data(), kMagic, sizeof kMagic);
-    Put(&buffer_[8], page_size);
-    Put(&buffer_[12], length);
-    Put(&buffer_[20], nonce_);
-    Put(&buffer_[28], Checksum(nonce_, std::span(buffer_).first(28)));
+    std::memcpy(header_.data(), kMagic, sizeof kMagic);
+    Put(&header_[8], page_size);
+    Put(&header_[12], length);
+    Put(&header_[20], nonce_);
+    Put(&header_[28], Checksum(nonce_, std::span(header_).first(28)));
+    buffer_.assign(header_.begin(), header_.end());
 }
 
 void Journal::Add(PageNumber page, std::span<const std::uint8_t> image) {
@@ -68,21 +67,42 @@ void Journal::Flush() {
 }
 
 void Journal::Sync() {
+    if (sync_failed_) Raise(ErrorNumber::DiskError, {FromNativePath(path_), u"上一次写入没有到达磁盘。"});
     Flush();
     if (!durable_) return;
+    sync_failed_ = true;
     file_->Sync();
     if (!folder_synced_) system_.SyncFolder(path_.parent_path());
     folder_synced_ = true;
+    sync_failed_ = false;
 }
 
-void Journal::Remove(FileSystem& system, const std::filesystem::path& database, bool durable) {
-    system.Remove(PathFor(database));
-    if (!durable) return;
+void Journal::Finish() {
+    if (!durable_) return system_.Remove(path_);
     try {
-        system.SyncFolder(database.parent_path());
+        file_->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
+        file_->Sync();
     } catch (const AutomationError&) {
-        // The journal is gone, so the transaction stands; to report a failure now would be wrong.
+        file_->WriteAt(0, header_);  // the whole header is written anew, so this sync speaks of it again
+        file_->Sync();
+        throw;
     }
+    try {
+        file_.reset();
+        system_.Remove(path_);
+    } catch (const AutomationError&) {
+        // Whoever finds it there removes it.
+    }
+}
+
+void Journal::Discard(FileSystem& system, const std::filesystem::path& database, bool durable) {
+    const std::filesystem::path path = PathFor(database);
+    if (durable) {
+        const auto journal = system.Open(path, OpenMode::ReadWrite);
+        journal->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
+        journal->Sync();
+    }
+    system.Remove(path);
 }
 
 void Journal::PlayBack(FileSystem& system, const std::filesystem::path& database, File& file) {

@@ -14,6 +14,11 @@ constexpr std::uint64_t kReservedByte = 0x0FFFFF01;  // the one writer
 constexpr std::uint64_t kPendingByte = 0x0FFFFF02;   // keeps new readers out while the writer waits
 constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers
 
+// Where the users of Jet each lock a byte for being there.
+constexpr std::uint64_t kOtherUsers = 0x10000001;
+constexpr std::uint64_t kOtherUserSlots = 255;
+constexpr std::chrono::milliseconds kLongLook(250);
+
 }  // namespace
 
 LockFile::LockFile(FileSystem& system, const std::filesystem::path& database, bool writable,
@@ -39,7 +44,7 @@ LockFile::~LockFile() {
     if (!file_) return;
     try {
         UnlockAll();
-        if (file_->TryLock(kPresentByte, 1, File::Lock::Exclusive)) system_.Remove(path_);
+        if (file_->TryLock(kPresentByte, 1, File::Lock::Exclusive) && !SeesOtherEngine()) system_.Remove(path_);
     } catch (const AutomationError&) {
         // A lock file that stays behind is harmless: its locks are gone.
         file_.reset();
@@ -99,12 +104,28 @@ void LockFile::UnlockExclusive() {
     exclusive_ = false;
 }
 
-void LockFile::UnlockAll() {
+void LockFile::UnlockAll() noexcept {
     if (!file_) return;
-    if (exclusive_ || shared_) file_->Unlock(kSharedByte, 1);
-    if (exclusive_) file_->Unlock(kPendingByte, 1);
-    if (reserved_) file_->Unlock(kReservedByte, 1);
+    try {
+        if (exclusive_ || shared_) file_->Unlock(kSharedByte, 1);
+        if (exclusive_) file_->Unlock(kPendingByte, 1);
+        if (reserved_) file_->Unlock(kReservedByte, 1);
+    } catch (const AutomationError&) {
+        // The system keeps the locks until the file is closed; the next one that asks for them gets its error.
+    }
     shared_ = reserved_ = exclusive_ = false;
+}
+
+// Without a lock file of our own (a folder we may not write to) its presence is all there is to see.
+bool LockFile::SeesOtherEngine(bool long_look) {
+    if (!file_) return system_.Exists(path_);
+    const auto deadline = std::chrono::steady_clock::now() + (long_look ? kLongLook : std::chrono::milliseconds(0));
+    while (!file_->TryLock(kOtherUsers, kOtherUserSlots, File::Lock::Exclusive)) {
+        if (std::chrono::steady_clock::now() >= deadline) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    file_->Unlock(kOtherUsers, kOtherUserSlots);
+    return false;
 }
 
 }  // namespace qmtrain::jet

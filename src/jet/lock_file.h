@@ -29,7 +29,12 @@ public:
     void LockExclusive();  // to write the file. Requires: reserved
 
     void UnlockExclusive();  // back to reserved and shared
-    void UnlockAll();
+    void UnlockAll() noexcept;
+
+    // Whether a session of another engine has the database open. It knows nothing of our locks, but each of its users
+    // locks a byte of the same file. A single look may be wrong, for another session of ours may be looking just then;
+    // a long one looks again for a while before it says yes.
+    bool SeesOtherEngine(bool long_look = false);
 
     bool IsShared() const { return shared_; }
     bool IsReserved() const { return reserved_; }

@@ -2,7 +2,12 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdlib>
+#include <string_view>
+#include <thread>
 #include <utility>
+
+#include "jet/whole_page.h"
 
 namespace qmtrain::jet {
 
@@ -29,7 +34,29 @@ constexpr std::size_t kMinimumFrames = 64;
 constexpr std::size_t kWriteBuffer = std::size_t{256} << 10;
 constexpr PageNumber kMaxReadAhead = 32;
 
+// How often scopes that read look for another engine, and how long a page that it may be writing is read again.
+constexpr std::chrono::milliseconds kLookForEnginesEvery(50);
+constexpr std::chrono::milliseconds kReadAgainFor(250);
+
+FileSystem*& FilesInPlace() {
+    static FileSystem* files = nullptr;
+    return files;
+}
+
 }  // namespace
+
+bool SyncsByDefault() {
+    const char* setting = std::getenv("QMTRAININFO_SYNC");
+    return setting == nullptr || std::string_view(setting) != "off";
+}
+
+FileSystem& DefaultFiles() {
+    return FilesInPlace() != nullptr ? *FilesInPlace() : FileSystem::Native();
+}
+
+void SetDefaultFiles(FileSystem* files) {
+    FilesInPlace() = files;
+}
 
 // Page
 
@@ -71,7 +98,7 @@ ByteView Page::View() const {
 Pager::Pager(std::filesystem::path path, const PagerOptions& options)
     : path_(std::move(path)),
       file_name_(FromNativePath(path_)),
-      system_(options.system != nullptr ? *options.system : FileSystem::Native()),
+      system_(options.system != nullptr ? *options.system : DefaultFiles()),
       durable_(options.durable) {
     OpenFile(options);
     locks_ = std::make_unique<LockFile>(system_, path_, read_only_reason_.empty(), options.lock_timeout);
@@ -123,7 +150,9 @@ void Pager::Damaged(PageNumber page, std::u16string_view what) const {
 }
 
 void Pager::RequireUsable() const {
-    if (unusable_) Raise(ErrorNumber::DiskError, {file_name_, u"上一次操作没有能够撤销，请关闭后重新打开。"});
+    if (half_undone_ && (readers_ > 0 || !levels_.empty())) {
+        Raise(ErrorNumber::DiskError, {file_name_, u"上一次操作没有能够撤销，请重试。"});
+    }
 }
 
 // Scopes
@@ -134,6 +163,7 @@ void Pager::BeginRead() {
     try {
         locks_->LockShared();
         RecoverIfNeeded();
+        NoticeOtherEngines();
         NoticeOtherCommits();
     } catch (...) {
         --readers_;
@@ -154,6 +184,7 @@ void Pager::BeginWrite() {
         assert(readers_ == 0);
         try {
             locks_->LockReserved();
+            RequireNoOtherEngine();
             locks_->LockShared();
             RecoverIfNeeded();
             NoticeOtherCommits();
@@ -204,7 +235,7 @@ void Pager::UndoLevel(Level& level) {
     page_count_ = level.page_count;
     for (auto& [number, image] : level.images) {
         Frame* frame = Find(number);
-        if (frame == nullptr) frame = TakeFrame(number);
+        if (frame == nullptr) frame = PutFrame(AddFrame(), number);  // to make room could mean to write, and to fail
         std::copy(image.begin(), image.end(), frame->data);
         MarkDirty(*frame);
     }
@@ -222,10 +253,10 @@ void Pager::UndoOutermost() {
             ForgetAll();
             journal_.reset();
             Journal::PlayBack(system_, path_, *file_);
-            Journal::Remove(system_, path_, durable_);
+            Journal::Discard(system_, path_, durable_);
         }
     } catch (const AutomationError&) {
-        unusable_ = true;  // the journal stays for whoever opens the file next
+        half_undone_ = true;  // the journal stays for the next scope, here or in another process
     }
     page_count_ = committed_pages_;
     levels_.clear();
@@ -247,32 +278,52 @@ void Pager::RecoverIfNeeded() {
             locks_->UnlockAll();
             locks_->LockReserved();
         }
+        RequireNoOtherEngine();
         locks_->LockExclusive();
         if (system_.Exists(Journal::PathFor(path_))) {
             Journal::PlayBack(system_, path_, *file_);
-            Journal::Remove(system_, path_, durable_);
+            Journal::Discard(system_, path_, durable_);
         }
         locks_->UnlockExclusive();
         if (!reserved) locks_->UnlockAll();
         locks_->LockShared();
     }
+    half_undone_ = false;
+}
+
+void Pager::NoticeOtherEngines() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - looked_for_engines_ >= kLookForEnginesEvery) {
+        looked_for_engines_ = now;
+        if (std::exchange(careful_, locks_->SeesOtherEngine())) counters_.clear();
+    }
+    if (careful_) counters_.clear();
+}
+
+// Nobody could keep the two apart.
+void Pager::RequireNoOtherEngine() {
+    if (locks_->SeesOtherEngine(true)) Raise(ErrorNumber::FileInUse, {file_name_});
+    if (std::exchange(careful_, false)) counters_.clear();
 }
 
 void Pager::NoticeOtherCommits() {
-    const std::uint32_t page_size = GetFormat().page_size;
     std::vector<std::uint8_t> counters(512);
     file_->ReadAt(GetFormat().commit_counters, counters);
     const std::uint64_t size = file_->Size();
     if (counters == counters_ && size == seen_size_) return;
-    counters_ = std::move(counters);
-    seen_size_ = size;
     ForgetAll();
-    if (size > GetFormat().max_file_size) Raise(ErrorNumber::UnknownFormat, {file_name_, u"文件太长。"});
-    page_count_ = static_cast<PageNumber>(size / page_size);  // a torn last page does not count
-    index_.resize(page_count_, nullptr);
+    TakeSize(size);
     if (page_count_ < 3) Raise(ErrorNumber::FileDamaged, {file_name_, u"文件不完整。"});
+    counters_ = std::move(counters);
     ++generation_;
     ++change_count_;
+}
+
+void Pager::TakeSize(std::uint64_t size) {
+    if (size > GetFormat().max_file_size) Raise(ErrorNumber::UnknownFormat, {file_name_, u"文件太长。"});
+    seen_size_ = size;
+    page_count_ = static_cast<PageNumber>(size / GetFormat().page_size);  // a torn last page does not count
+    index_.resize(page_count_, nullptr);
 }
 
 // The first commit counter tells every other user, ours or not, that cached pages are old. It is never 0.
@@ -292,6 +343,7 @@ void Pager::RaiseCommitCounter() {
 // The cache
 
 Page Pager::Read(PageNumber number) {
+    if (careful_ && number >= page_count_ && levels_.empty()) TakeSize(std::max(file_->Size(), seen_size_));
     if (number == 0 || number >= page_count_) Damaged(number, u"页号超出文件范围");
     return {Load(number), this};
 }
@@ -329,7 +381,7 @@ Pager::Frame* Pager::Load(PageNumber number) {
         frame->referenced = true;
         return frame;
     }
-    read_ahead_ = number == expected_miss_ ? std::min(read_ahead_ * 2, kMaxReadAhead) : 1;
+    read_ahead_ = number == expected_miss_ && !careful_ ? std::min(read_ahead_ * 2, kMaxReadAhead) : 1;
     PageNumber count = 1;
     while (count < read_ahead_ && number + count < page_count_ && Find(number + count) == nullptr) ++count;
     ReadAhead(number, count);
@@ -359,8 +411,28 @@ void Pager::ReadAhead(PageNumber number, PageNumber count) {
     }
     for (PageNumber i = 0; i < count; ++i) {
         --frames[i]->pins;
-        if (header_.page_key != 0 && number + i != 0) ApplyCipher(header_.page_key ^ (number + i), parts[i]);
+        ApplyPageCipher(number + i, parts[i]);
     }
+    if (careful_) ReadUntilWhole(number, parts.front());
+}
+
+void Pager::ApplyPageCipher(PageNumber number, std::span<std::uint8_t> page) const {
+    if (header_.page_key != 0 && number != 0) ApplyCipher(header_.page_key ^ number, page);
+}
+
+// A page that another engine may be writing: it counts when two readings agree and it fits together. What never does is
+// left to those who use it.
+void Pager::ReadUntilWhole(PageNumber number, std::span<std::uint8_t> page) {
+    std::vector<std::uint8_t> again(page.size());
+    const auto deadline = std::chrono::steady_clock::now() + kReadAgainFor;
+    do {
+        file_->ReadAt(static_cast<std::uint64_t>(number) * page.size(), again);
+        ApplyPageCipher(number, again);
+        const bool still = std::equal(again.begin(), again.end(), page.begin());
+        if (still && IsWhole(ByteView(page.data(), page.size(), file_name_, number), GetFormat())) return;
+        std::copy(again.begin(), again.end(), page.begin());
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    } while (std::chrono::steady_clock::now() < deadline);
 }
 
 std::unique_ptr<Page::Frame> Pager::NewFrame(std::size_t place) {
@@ -369,10 +441,15 @@ std::unique_ptr<Page::Frame> Pager::NewFrame(std::size_t place) {
 
 Pager::Frame* Pager::TakeFrame(PageNumber number) {
     Frame* frame = frames_.size() >= max_frames_ ? EvictOne() : nullptr;
-    if (frame == nullptr) {
-        frames_.push_back(NewFrame(frames_.size()));
-        frame = frames_.back().get();
-    }
+    return PutFrame(frame != nullptr ? frame : AddFrame(), number);
+}
+
+Pager::Frame* Pager::AddFrame() {
+    frames_.push_back(NewFrame(frames_.size()));
+    return frames_.back().get();
+}
+
+Pager::Frame* Pager::PutFrame(Frame* frame, PageNumber number) {
     frame->number = number;
     frame->used = true;
     frame->referenced = true;
@@ -438,9 +515,12 @@ void Pager::FinishCommit() {
     const std::uint64_t size = static_cast<std::uint64_t>(page_count_) * GetFormat().page_size;
     if (file_->Size() > size) file_->Resize(size);
     if (durable_) file_->Sync();
+    const std::uint8_t* counters = Load(0)->data + GetFormat().commit_counters;
+    std::vector<std::uint8_t> written(counters, counters + 512);
+    journal_->Finish();
+    // The change stands: nothing may fail from here on.
     journal_.reset();
-    Journal::Remove(system_, path_, durable_);
-    file_->ReadAt(GetFormat().commit_counters, counters_);
+    counters_ = std::move(written);
     seen_size_ = size;
     locks_->UnlockExclusive();
 }
@@ -456,6 +536,7 @@ void Pager::WriteOut() {
     locks_->LockExclusive();
     const std::uint32_t page_size = GetFormat().page_size;
     if (!journal_) {
+        RequireNoOtherEngine();
         const std::uint64_t length = static_cast<std::uint64_t>(committed_pages_) * page_size;
         journal_ = std::make_unique<Journal>(system_, path_, page_size, length, durable_);
     }
@@ -472,22 +553,24 @@ void Pager::WriteOut() {
 void Pager::WriteToDatabase(std::vector<Frame*>& dirty) {
     const std::uint32_t page_size = GetFormat().page_size;
     std::vector<std::uint8_t> run;
+    std::vector<Frame*> frames;  // of the run
     PageNumber first = 0;
     const auto flush = [&] {
         if (!run.empty()) file_->WriteAt(static_cast<std::uint64_t>(first) * page_size, run);
+        for (Frame* frame : frames) {
+            if (frame->pins > 0) continue;  // a page in somebody's hands may change after this moment
+            frame->dirty = false;
+            --dirty_count_;
+        }
         run.clear();
+        frames.clear();
     };
     for (Frame* frame : dirty) {
         if (run.size() >= kWriteBuffer || frame->number != first + run.size() / page_size) flush();
         if (run.empty()) first = frame->number;
         run.insert(run.end(), frame->data, frame->data + page_size);
-        if (header_.page_key != 0 && frame->number != 0) {
-            ApplyCipher(header_.page_key ^ frame->number, std::span(run).last(page_size));
-        }
-        // A page in somebody's hands may change after this moment.
-        if (frame->pins > 0) continue;
-        frame->dirty = false;
-        --dirty_count_;
+        ApplyPageCipher(frame->number, std::span(run).last(page_size));
+        frames.push_back(frame);
     }
     flush();
 }

@@ -27,12 +27,21 @@
 
 namespace qmtrain::jet {
 
+// Whether commits wait for the disk: yes, unless the environment variable QMTRAININFO_SYNC says "off". That is for bulk
+// work: a power cut may then lose commits or tear one; a process that dies does no more harm than otherwise.
+bool SyncsByDefault();
+
+// The files that options without a system mean: the operating system's. A test puts others in their place; null ends
+// that.
+FileSystem& DefaultFiles();
+void SetDefaultFiles(FileSystem* files);
+
 struct PagerOptions {
     std::size_t cache_bytes = std::size_t{32} << 20;
     std::chrono::milliseconds lock_timeout{10000};
     bool read_only = false;
-    bool durable = true;           // false: a commit does not wait for the disk; a power cut may then lose or tear it
-    FileSystem* system = nullptr;  // empty: the operating system's
+    bool durable = SyncsByDefault();
+    FileSystem* system = nullptr;  // empty: DefaultFiles()
 };
 
 class Pager;
@@ -136,12 +145,19 @@ private:
     void ReadFileHeader();
     void RecoverIfNeeded();
     void NoticeOtherCommits();
+    void NoticeOtherEngines();
+    void RequireNoOtherEngine();
+    void TakeSize(std::uint64_t size);
     void RaiseCommitCounter();
 
     Frame* Find(PageNumber number);
     Frame* Load(PageNumber number);
     void ReadAhead(PageNumber number, PageNumber count);
+    void ApplyPageCipher(PageNumber number, std::span<std::uint8_t> page) const;
+    void ReadUntilWhole(PageNumber number, std::span<std::uint8_t> page);
     Frame* TakeFrame(PageNumber number);
+    Frame* PutFrame(Frame* frame, PageNumber number);
+    Frame* AddFrame();
     std::unique_ptr<Frame> NewFrame(std::size_t place);
     Frame* EvictOne();
     void Forget(Frame* frame);
@@ -182,7 +198,10 @@ private:
     int readers_ = 0;
     std::vector<Level> levels_;  // open write scopes, outermost first
     std::unique_ptr<Journal> journal_;
-    bool unusable_ = false;  // an undo failed; the next opening rolls back
+    bool half_undone_ = false;  // an undo failed; the next outermost scope rolls back from the journal
+
+    bool careful_ = false;  // another engine has the file open and writes as it likes
+    std::chrono::steady_clock::time_point looked_for_engines_;
 };
 
 class ReadScope {

@@ -130,12 +130,21 @@ void UsageMap::Check() const {
 }
 
 void UsageMap::Set(PageNumber page, bool member) {
-    if (Contains(page) == member) return;
+    const bool lacks_map_page = outside_ == Outside::Present && !member && LacksMapPage(page);
+    if (Contains(page) == member && !lacks_map_page) return;
     if (Load().IsInline()) {
         if (SetInline(page, member)) return;
         ConvertToReferences();
     }
-    SetReferenced(page, member);
+    SetReferenced(page, member, pager_.PageCount());
+}
+
+// The file has grown to where no map page speaks of free pages. One is made then, and not when a page there is given
+// back: a full file could not make room for it.
+bool UsageMap::LacksMapPage(PageNumber page) const {
+    const Row row = Load();
+    const std::size_t part = page / pager_.GetFormat().PagesPerMapPage();
+    return !row.IsInline() && part < row.References() && row.Reference(part) == 0;
 }
 
 bool UsageMap::SetInline(PageNumber page, bool member) {
@@ -209,10 +218,11 @@ void UsageMap::ConvertToReferences() {
             pager_.Damaged(where_.page, u"页面分布图没有空间扩展");
         }
     }
-    for (const PageNumber page : flipped) SetReferenced(page, outside_ != Outside::Present);
+    for (const PageNumber page : flipped) SetReferenced(page, outside_ != Outside::Present, 0);
 }
 
-void UsageMap::SetReferenced(PageNumber page, bool member) {
+// A map page that has to be made speaks of free pages from `free_from` on; the pages before it are in use.
+void UsageMap::SetReferenced(PageNumber page, bool member, PageNumber free_from) {
     const std::uint32_t per_page = pager_.GetFormat().PagesPerMapPage();
     const std::size_t part = page / per_page;
     PageNumber map_page = 0;
@@ -225,8 +235,11 @@ void UsageMap::SetReferenced(PageNumber page, bool member) {
         // The map of free pages cannot ask itself for a page.
         MutablePage fresh = outside_ == Outside::Present ? allocator_.AllocateUnmapped() : allocator_.Allocate();
         map_page = fresh.Number();
-        std::memset(fresh.Data(), outside_ == Outside::Present ? 0xFF : 0, pager_.GetFormat().page_size);
         Put<std::uint32_t>(fresh.Data(), 0x0105);
+        const std::size_t first = std::max<std::size_t>(part * per_page, free_from);
+        for (std::size_t bit = first - part * per_page; outside_ == Outside::Present && bit < per_page; ++bit) {
+            SetBit(fresh.Data() + kMapPageHead, bit, true);
+        }
         MutablePage holder = pager_.Write(where_.page);
         const Row row = Load();
         Put(holder.Data() + (row.bytes.Data() - row.page.Data()) + 1 + 4 * part, map_page);

@@ -41,7 +41,8 @@ private:
     Row Load() const;
     void Set(PageNumber page, bool member);
     bool SetInline(PageNumber page, bool member);
-    void SetReferenced(PageNumber page, bool member);
+    bool LacksMapPage(PageNumber page) const;
+    void SetReferenced(PageNumber page, bool member, PageNumber free_from);
     bool MoveStart(PageNumber page);
     bool Lengthen(PageNumber page);
     void ConvertToReferences();

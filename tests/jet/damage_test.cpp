@@ -10,23 +10,24 @@
 #include <random>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "core/text.h"
 #include "jet/bytes.h"
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/row_cursor.h"
+#include "jet/support/exercise.h"
 #include "jet/support/memory_files.h"
 #include "jet/support/samples.h"
 #include "jet/support/tables.h"
+#include "support/peak_memory.h"
 
 namespace qmtrain::jet {
 namespace {
 
 using Content = test::MemoryFiles::Content;
 
-constexpr const char* kFile = "损坏.mdb";
+constexpr const char16_t* kFile = u"损坏.mdb";
 constexpr std::size_t kPage = 4096;
 
 bool HasChinese(std::u16string_view text) {
@@ -65,18 +66,7 @@ public:
     // Reads everything there is.
     const Findings& Examine() {
         if (!database_) return findings_;
-        {
-            const Database::Reading reading(*database_);
-            Note([&] { database_->Relationships(); });
-            std::vector<CatalogObject> objects;
-            Note([&] { objects = database_->Objects(); });
-            for (const CatalogObject& object : objects) {
-                Note([&] { database_->ReadProperties(object.name); });
-                Note([&] {
-                    if (const auto table = database_->FindTable(object.name)) ReadTable(table);
-                });
-            }
-        }
+        test::ReadEverything(*database_, [&](const std::function<void()>& body) { return Note(body); });
         findings_.defects = CheckDatabase(*database_).defects;
         for (const std::u16string& defect : findings_.defects) EXPECT_TRUE(HasChinese(defect)) << ToUtf8(defect);
         return findings_;
@@ -85,82 +75,14 @@ public:
     // Tries to change each table; what is refused must be undone.
     void Change() {
         if (!database_ || !database_->GetPager().ReadOnlyReason().empty()) return;
-        std::vector<CatalogObject> objects;
-        ProblemOf([&] {
-            const Database::Reading reading(*database_);
-            objects = database_->Objects();
-        });
-        for (const CatalogObject& object : objects) {
-            if (!object.IsUserTable()) continue;
-            for (int i = 0; i < 5; ++i) ProblemOf([&] { InsertOne(object.name); });
-            ProblemOf([&] { UpdateOne(object.name); });
-            ProblemOf([&] { DeleteOne(object.name); });
-        }
+        test::ChangeEverything(*database_, [](const std::function<void()>& body) { return ProblemOf(body).empty(); });
     }
 
 private:
-    void Note(const std::function<void()>& body) {
+    bool Note(const std::function<void()>& body) {
         const std::string problem = ProblemOf(body);
         if (findings_.reading.empty()) findings_.reading = problem;
-    }
-
-    void ReadTable(const std::shared_ptr<Table>& table) {
-        RowCursor cursor(table);
-        Value value;
-        Note([&] {
-            for (cursor.Scan(); cursor.Next();) {
-                for (std::size_t i = 0; i < table->Definition().columns.size(); ++i) cursor.Read(i, value);
-            }
-        });
-        for (std::size_t index = 0; index < table->Definition().real_indexes.size(); ++index) {
-            for (const bool backwards : {false, true}) {
-                Note([&] {
-                    for (cursor.Range(index, {}, std::nullopt, backwards); cursor.Next();) cursor.View();
-                });
-            }
-        }
-    }
-
-    void InsertOne(const std::u16string& name) {
-        test::Write(*database_, [&] {
-            const auto table = database_->FindTable(name);
-            if (!table) return;
-            std::vector<Value> row;
-            for (const Column& column : table->Definition().columns) {
-                const bool text = IsText(column.type);
-                row.push_back(
-                    text ? Value(std::u16string(3000, u'字').substr(0, column.type == ColumnType::Memo ? 3000 : 1))
-                         : Value());
-            }
-            table->Insert(row);
-        });
-    }
-
-    void UpdateOne(const std::u16string& name) {
-        test::Write(*database_, [&] {
-            const auto table = database_->FindTable(name);
-            if (!table) return;
-            RowCursor cursor(table);
-            cursor.Scan();
-            if (!cursor.Next()) return;
-            std::vector<ColumnChange> changes;
-            for (int i = 0; i < static_cast<int>(table->Definition().columns.size()); ++i) {
-                const ColumnType type = table->Definition().columns[static_cast<std::size_t>(i)].type;
-                if (type == ColumnType::Memo) changes.push_back({i, std::u16string(50, u'm')});
-                if (type == ColumnType::Text) changes.push_back({i, u"x"});
-            }
-            table->Update(cursor.Row(), changes);
-        });
-    }
-
-    void DeleteOne(const std::u16string& name) {
-        test::Write(*database_, [&] {
-            const auto table = database_->FindTable(name);
-            if (!table) return;
-            RowCursor cursor(table);
-            cursor.Scan();
-            if (cursor.Next()) table->Delete(cursor.Row());
-        });
+        return problem.empty();
     }
 
     test::MemoryFiles files_;
@@ -250,7 +172,7 @@ TEST(Damage, FilesThatCannotBeOpened) {
         EXPECT_EQ(test::ErrorOf([&] { Database::Open(kFile, {.system = &files}); }),
                   static_cast<std::int32_t>(test.number));
     }
-    EXPECT_EQ(test::ErrorOf([&] { Database::Open("没有.mdb", {.system = &files}); }),
+    EXPECT_EQ(test::ErrorOf([&] { Database::Open(u"没有.mdb", {.system = &files}); }),
               static_cast<std::int32_t>(ErrorNumber::FileNotFound));
 }
 
@@ -275,6 +197,8 @@ struct Anatomy {
         return Page(where.page) +
                (where.slot == 0 ? kPage : SlotOffset({where.page, static_cast<std::uint8_t>(where.slot - 1)}));
     }
+    // The block of a column: the number is fixed, title and content are not.
+    std::uint8_t* Column(std::size_t i) { return Page(definition) + 63 + 2 * 12 + 25 * i; }
     // The definition's first block of a real index.
     std::uint8_t* IndexBlock() { return Find(Page(definition), kPage, {0x83, 0x07, 0, 0}); }
 
@@ -328,6 +252,35 @@ Anatomy MakeHealthy() {
     return anatomy;
 }
 
+// What can be read but would be made worse by writing.
+TEST(Damage, FilesThatAreOnlyRead) {
+    const Anatomy healthy = MakeHealthy();
+    struct Case {
+        const char* name;
+        std::function<void(Anatomy&)> damage;
+        ErrorNumber number;
+    };
+    const Case cases[] = {
+        {"header: pointer to the map of free pages", [](Anatomy& a) { a.content[0x18] ^= 1; }, ErrorNumber::ReadOnly},
+        {"last number of an autonumber", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 20, 0x7FFFFFFF); },
+         ErrorNumber::Overflow},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        test::MemoryFiles files;
+        Anatomy anatomy = healthy;
+        test.damage(anatomy);
+        files.At(kFile) = anatomy.content;
+        const auto database = Database::Open(kFile, {.durable = false, .system = &files});
+        EXPECT_EQ(test::Rows(*database, u"笔记").size(), 900U);
+        EXPECT_EQ(test::ErrorOf([&] {
+                      test::Insert(*database, u"笔记", {Value(), u"新", u"新"});
+                  }),
+                  static_cast<std::int32_t>(test.number));
+        EXPECT_EQ(files.At(kFile), anatomy.content);
+    }
+}
+
 TEST(Damage, RandomBytes) {
     const char* given = std::getenv("QMTRAIN_SEED");
     const std::uint64_t seed = given != nullptr ? std::strtoull(given, nullptr, 10) : 20050412;
@@ -350,9 +303,7 @@ TEST(Damage, RandomBytes) {
             ExamineQuickly(content, true);
         }
     }
-    rusage use{};
-    getrusage(RUSAGE_SELF, &use);
-    EXPECT_LT(use.ru_maxrss, 1 << 20) << "KiB";
+    EXPECT_LT(test::PeakMemory(), std::size_t{1} << 30);
 }
 
 TEST(Damage, EachStructure) {
@@ -387,6 +338,13 @@ TEST(Damage, EachStructure) {
              Put<std::uint32_t>(a.Row({a.data, 3}), RowPointer{kFarPage, 3}.ToStored());
              a.Page(a.data)[14 + 6 + 1] |= 0x40;
          }},
+        {"row moved to a row that is deleted",
+         [](Anatomy& a) {
+             Put<std::uint32_t>(a.Row({a.data, 3}), RowPointer{a.data, 4}.ToStored());
+             a.Page(a.data)[14 + 6 + 1] |= 0x40;
+             a.Page(a.data)[14 + 8 + 1] |= 0xC0;
+         }},
+        {"row deleted under its index", [](Anatomy& a) { a.Page(a.data)[14 + 10 + 1] |= 0xC0; }},
         {"row: column count",
          [](Anatomy& a) {
              Put<std::uint16_t>(a.Row({a.data, 2}), 999);
@@ -422,6 +380,13 @@ TEST(Damage, EachStructure) {
         {"definition: type of a column", [](Anatomy& a) { a.Page(a.definition)[63 + 24] = 99; }},
         {"definition: fixed column far out",
          [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.definition) + 63 + 24 + 21, 4090); }},
+        {"definition: column number twice",
+         [](Anatomy& a) { Put<std::uint16_t>(a.Column(1) + 5, Get<std::uint16_t>(a.Column(0) + 5)); }},
+        {"definition: variable column beyond all", [](Anatomy& a) { Put<std::uint16_t>(a.Column(2) + 7, 99); }},
+        {"definition: variable column twice",
+         [](Anatomy& a) { Put<std::uint16_t>(a.Column(2) + 7, Get<std::uint16_t>(a.Column(1) + 7)); }},
+        {"definition: index without a tree", [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 2 * 52 + 8, 9); }},
+        {"definition: index without columns", [](Anatomy& a) { std::fill_n(a.IndexBlock() + 4, 30, 0xFF); }},
         {"definition: chain in a circle",
          [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.pages.back()) + 4, a.pages.front()); }},
         {"definition: chain to another page",
@@ -435,6 +400,14 @@ TEST(Damage, EachStructure) {
         {"index: child in a circle", [](Anatomy& a) { PutBig32(a.Page(a.root) + 0x1E0 + 5 + 4, a.root); }},
         {"index: leaf chain in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.leaf) + 16, a.leaf); }},
         {"index: leaf chain beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.leaf) + 16, kFarPage); }},
+        {"index: way back between leaves",
+         [](Anatomy& a) {
+             const auto next = Get<std::uint32_t>(a.Page(a.leaf) + 16);
+             Put<std::uint32_t>(a.Page(next) + 12, next);
+         }},
+        {"index: ends beyond the page", [](Anatomy& a) { a.Page(a.leaf)[27 + 452] |= 0x80; }},
+        {"index: free space", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.leaf) + 2, 3616); }},
+        {"index: slot that is not there", [](Anatomy& a) { a.Page(a.leaf)[0x1E0 + 8] = 250; }},
         {"index: prefix", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.leaf) + 24, 500); }},
         {"index: entries too short", [](Anatomy& a) { a.Page(a.leaf)[27] = 0xFF; }},
         {"index: key", [](Anatomy& a) { a.Page(a.leaf)[0x1E0 + 4] ^= 0xFF; }},
@@ -450,6 +423,10 @@ TEST(Damage, EachStructure) {
          [](Anatomy& a) {
              std::uint8_t* reference = Anatomy::Find(a.Row({a.data, 0}), 200, {0x40, 0x9C, 0, 0});
              Put<std::uint32_t>(reference, 0x3FFFFFFF);
+         }},
+        {"memo: in its row, but longer",
+         [](Anatomy& a) {
+             Anatomy::Find(a.Row({a.data, 0}), 200, {0x40, 0x9C, 0, 0})[3] = 0x80;
          }},
         {"properties",
          [](Anatomy& a) {

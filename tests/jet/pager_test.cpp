@@ -3,19 +3,17 @@
 #include <fstream>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include "jet/support/failing_files.h"
 #include "jet/support/scratch.h"
+#include "jet/support/scripted_files.h"
 #include "jet/support/tables.h"
+#include "support/at_once.h"
 
 namespace qmtrain::jet {
 namespace {
 
 using test::ErrorOf;
 using test::ExpectClean;
-using test::FailingFiles;
 using test::Insert;
 using test::Rows;
 using test::Write;
@@ -39,19 +37,6 @@ protected:
         return {key, u"文本" + ToText(key), std::u16string(static_cast<std::size_t>(key * 50), u'长')};
     }
 
-    // One statement that touches many pages; `cache` small enough makes it write before it commits.
-    static void ChangeMuch(Database& database) {
-        Write(database, [&] {
-            const auto table = database.FindTable(u"T");
-            for (int i = 100; i < 160; ++i) table->Insert(RowFor(i));
-            RowCursor cursor(table);
-            cursor.Scan();
-            std::vector<RowPointer> rows;
-            while (cursor.Next()) rows.push_back(cursor.Row());
-            for (std::size_t i = 0; i < 40; ++i) table->Delete(rows[i]);
-        });
-    }
-
     std::filesystem::path Path() const { return folder_.Path() / "test.mdb"; }
     std::filesystem::path JournalPath() const { return folder_.Path() / "test.mdb-journal"; }
 
@@ -63,62 +48,6 @@ protected:
 
     test::ScratchFolder folder_;
 };
-
-// Lets every changing call fail in turn. `dead`: nothing works afterwards, as if the process were killed there.
-void FailEverywhere(const std::filesystem::path& path, FailingFiles::After after, std::size_t cache,
-                    const std::function<void(Database&)>& change, const std::function<void(bool committed)>& look) {
-    const std::filesystem::path original = path.string() + ".original";
-    std::filesystem::copy_file(path, original);
-    bool failed = true;
-    int points = 0;
-    for (int fail_at = 1; failed; ++fail_at, ++points) {
-        std::filesystem::copy_file(original, path, std::filesystem::copy_options::overwrite_existing);
-        FailingFiles files;
-        files.after = after;
-        bool committed = false;
-        {
-            auto database = Database::Open(path, {.cache_bytes = cache, .system = &files});
-            files.calls = 0;
-            files.fail_at = fail_at;
-            try {
-                change(*database);
-                committed = true;
-            } catch (const AutomationError& error) {
-                EXPECT_TRUE(error.Is(ErrorNumber::DiskFull)) << error.what();
-            }
-            failed = files.calls >= fail_at;
-            if (after == FailingFiles::After::GoesOn && !committed) look(false);
-        }
-        SCOPED_TRACE("call " + std::to_string(fail_at));
-        look(committed);
-        if (testing::Test::HasFailure()) return;
-    }
-    EXPECT_GT(points, 5);
-}
-
-TEST_F(PagerTest, AKilledProcessLeavesAllOrNothing) {
-    for (const std::size_t cache : {std::size_t{0}, std::size_t{32} << 20}) {
-        FailEverywhere(Path(), FailingFiles::After::Dead, cache, ChangeMuch, [&](bool committed) {
-            const std::size_t rows = CountRows();
-            // After the journal is gone the change stands, even if the caller could not be told.
-            EXPECT_TRUE(rows == 70 || (rows == 50 && !committed)) << rows;
-            EXPECT_FALSE(std::filesystem::exists(JournalPath()));
-        });
-        std::filesystem::copy_file(Path().string() + ".original", Path(),
-                                   std::filesystem::copy_options::overwrite_existing);
-        std::filesystem::remove(Path().string() + ".original");
-    }
-}
-
-TEST_F(PagerTest, AFullDiskLeavesTheFileAsItWas) {
-    for (const std::size_t cache : {std::size_t{0}, std::size_t{32} << 20}) {
-        FailEverywhere(Path(), FailingFiles::After::GoesOn, cache, ChangeMuch,
-                       [&](bool committed) { EXPECT_EQ(CountRows(), committed ? 70U : 50U); });
-        std::filesystem::copy_file(Path().string() + ".original", Path(),
-                                   std::filesystem::copy_options::overwrite_existing);
-        std::filesystem::remove(Path().string() + ".original");
-    }
-}
 
 TEST_F(PagerTest, ScopesNest) {
     auto database = Database::Open(Path());
@@ -163,34 +92,29 @@ TEST_F(PagerTest, AnotherHandleSeesCommitsAndWaitsForTheWriter) {
 TEST_F(PagerTest, ProcessesShareAFile) {
     constexpr int kProcesses = 8;
     constexpr int kRows = 25;
+    std::vector<test::Work> works;
+    works.reserve(kProcesses);
     for (int process = 0; process < kProcesses; ++process) {
-        if (fork() != 0) continue;
-        int failed = 0;
-        try {
+        works.emplace_back([&, process] {
+            int failed = 0;
             auto database = Database::Open(Path(), {.durable = false});
             for (int i = 0; i < kRows; ++i) {
-                Insert(*database, u"T", RowFor(1000 + process * kRows + i));
+                Insert(*database, u"T", RowFor(100 + process * kRows + i));
                 if (Rows(*database, u"T").size() < 51) ++failed;
             }
-        } catch (const std::exception&) {
-            failed = 1;
-        }
-        _exit(failed);
+            return failed;
+        });
     }
-    for (int process = 0; process < kProcesses; ++process) {
-        int status = 0;
-        wait(&status);
-        EXPECT_EQ(status, 0);
-    }
+    EXPECT_EQ(test::AtOnce(works), std::vector<int>(kProcesses));
     EXPECT_EQ(CountRows(), 50U + kProcesses * kRows);
 }
 
 // A medium on which nothing can be written, for the superuser too.
-class ReadOnlyFiles : public FailingFiles {
+class ReadOnlyFiles : public test::ScriptedFiles {
 public:
     std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) override {
         if (mode != OpenMode::ReadOnly) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
-        return FailingFiles::Open(path, mode);
+        return test::ScriptedFiles::Open(path, mode);
     }
 };
 
@@ -214,6 +138,25 @@ TEST_F(PagerTest, CreatingNeverOverwrites) {
     EXPECT_EQ(ErrorOf([&] { Database::Create(folder_.Path() / "no folder" / "x.mdb"); }),
               static_cast<int>(ErrorNumber::InvalidPath));
     EXPECT_EQ(CountRows(), 50U);
+}
+
+// What a process that died has left beside a database means nothing to one that takes its place later.
+TEST_F(PagerTest, ANewDatabaseHasNoOldJournal) {
+    test::ScriptedFiles files;
+    files.after = test::ScriptedFiles::After::Dead;
+    {
+        auto database = Database::Open(Path(), {.system = &files});
+        files.calls = 0;
+        files.strike_at = 7;  // the journal is complete, the file is being written
+        EXPECT_NE(ErrorOf([&] { Insert(*database, u"T", RowFor(400)); }), 0);
+    }
+    ASSERT_TRUE(std::filesystem::exists(JournalPath()));
+    std::filesystem::remove(Path());
+    auto database = Database::Create(Path());
+    ExpectClean(*database);
+    EXPECT_FALSE(std::filesystem::exists(JournalPath()));
+    const Database::Reading reading(*database);
+    EXPECT_EQ(database->FindTable(u"T"), nullptr);
 }
 
 // A table that grows through all forms of page maps: the global map lengthens and turns into references.

@@ -195,7 +195,8 @@ TEST_F(FaultTest, WithoutADatabase) {
     SubjectInfo().Init(1);
     QuestionType().Init(1);
     const std::string not_open = "未设置对象变量。";
-    const std::string no_file = "找不到文件“/Client.mdb”。";
+    const std::u16string file = FromNativePath(ToNativePath(u"\\Client.mdb"));
+    const std::string no_file = ToUtf8(u"找不到文件“" + file + u"”。");
     EXPECT_EQ(Log(), (std::vector<LogEntry>{{4, not_open, "AddNewTrain"},
                                             {4, not_open, "TrainInfo.Update"},
                                             {4, not_open, "TrainInfo.LoadFromID"},

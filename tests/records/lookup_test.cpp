@@ -101,8 +101,8 @@ PathProperty PathOf(const char* name) {
 }
 
 TEST_F(LookupTest, ClientPathsAreTestedAndStoredAsGiven) {
-    fs::create_directories(folder_.Path() / "考生01/Empty/Client.mdb");
-    fs::rename(ClientFile(), folder_.Path() / "考生01/CLIENT.MDB");
+    fs::create_directories(folder_.Path() / u"考生01/Empty/Client.mdb");
+    fs::rename(ClientFile(), folder_.Path() / u"考生01/CLIENT.MDB");
     const std::u16string folder = Path() + u"\\考生01";
     for (const PathProperty& path : {PathOf<TrainInfo>("TrainInfo"), PathOf<NCREUser>("NCREUser"),
                                      PathOf<SubjectInfo>("SubjectInfo"), PathOf<QuestionType>("QuestionType")}) {
@@ -129,7 +129,7 @@ TEST_F(LookupTest, ClientPathsAreTestedAndStoredAsGiven) {
 TEST_F(LookupTest, ANewDatabaseIsWholeOrNotThere) {
     const auto names = [&](const fs::path& folder) {
         std::vector<std::string> found;
-        for (const auto& entry : fs::directory_iterator(folder)) found.push_back(entry.path().filename());
+        for (const auto& entry : fs::directory_iterator(folder)) found.push_back(entry.path().filename().string());
         return found;
     };
     const ScratchFolder fresh;

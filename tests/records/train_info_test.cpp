@@ -4,13 +4,11 @@
 
 #include <limits>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "dao/new_database.h"
 #include "jet/support/other_readers.h"
 #include "jet/support/program.h"
 #include "records/records_fixture.h"
+#include "support/at_once.h"
 
 namespace qmtrain::test {
 namespace {
@@ -181,17 +179,16 @@ TEST_F(TrainInfoTest, InitOpensTheFolderAnew) {
     EXPECT_EQ(info_.GetTrainTimes(), 0);
     EXPECT_EQ(ErrorOf([&] { rows->MoveNext(); }).Number(), static_cast<int>(ErrorNumber::ObjectInvalid));
 
-    std::filesystem::remove(other.Path() / "Client.mdb");
+    FileSystem::Native().Remove(other.Path() / "Client.mdb");
     EXPECT_FALSE(info_.Init(message));
     EXPECT_EQ(message, FromNativePath(other.Path()) + u"\\Client.mdb数据库不存在!");
     EXPECT_EQ(Log(), std::vector<LogEntry>());
 }
 
 TEST_F(TrainInfoTest, TwoProcessesGetNumbersOfTheirOwn) {
+    if (!kWorksAreProcesses) GTEST_SKIP() << "one process has one engine";
     constexpr int kTrainings = 25;
-    const auto start = [&](int first) {
-        const pid_t process = fork();
-        if (process != 0) return process;
+    const auto add = [&](int first) {
         TrainInfo own;
         std::u16string message;
         own.ClientPath(Path());
@@ -200,13 +197,10 @@ TEST_F(TrainInfoTest, TwoProcessesGetNumbersOfTheirOwn) {
             own.LoadFromID(own.AddNewTrain(kStart, 7, paper, 0, 2));
             right = right && own.TheoryNo() == paper;
         }
-        _exit(right ? 0 : 1);
+        return right ? 0 : 1;
     };
-    for (const pid_t process : {start(1000), start(2000)}) {
-        int status = -1;
-        ASSERT_EQ(waitpid(process, &status, 0), process);
-        EXPECT_EQ(status, 0) << "a number was that of another paper";
-    }
+    EXPECT_EQ(AtOnce({[&] { return add(1000); }, [&] { return add(2000); }}), (std::vector<int>{0, 0}))
+        << "a number was that of another paper";
     EXPECT_EQ(Column(u"Select Count(*) As N From TrainInfo", u"N"), u"50");
     EXPECT_EQ(Log(), std::vector<LogEntry>());
 }

@@ -26,7 +26,7 @@ std::map<std::string, std::string> FilesIn(const fs::path& folder) {
 
 TEST(Host, InitMakesWhatIsMissing) {
     const test::ScratchFolder scratch;
-    const fs::path folder = scratch.Path() / "考生 01/data";
+    const fs::path folder = scratch.Path() / u"考生 01/data";
     const std::vector<std::string> init = {QMTRAIN_HOST, "init", folder.string()};
     ASSERT_TRUE(test::OutputOf(init));
     auto made = FilesIn(folder);

@@ -19,6 +19,8 @@ public:
         return *files_.try_emplace(path, std::make_shared<Content>()).first->second;
     }
 
+    const Content& At(const std::filesystem::path& path) const { return *files_.at(path); }
+
     std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) override {
         const bool may_create = mode == OpenMode::Create || mode == OpenMode::CreateNew;
         if (!may_create && !Exists(path)) Raise(ErrorNumber::FileNotFound, {FromNativePath(path)});

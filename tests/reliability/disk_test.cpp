@@ -1,0 +1,98 @@
+// Disks that fail: the operation says so, the log has the reason, the file is as it was, and afterwards the same object
+// works.
+
+#include <csignal>
+
+#include <sys/resource.h>
+
+#include "jet/support/scripted_files.h"
+#include "reliability/child.h"
+#include "reliability/practice.h"
+
+namespace qmtrain::test {
+namespace {
+
+class DiskTest : public PracticeTest {
+protected:
+    ~DiskTest() override { jet::SetDefaultFiles(nullptr); }
+
+    void FailEachCall(const std::function<bool()>& run, ScriptedFiles::After after) {
+        files_.after = after;
+        int call = 0;
+        for (bool done = false; !done && !HasFailure();) {
+            SCOPED_TRACE("call " + std::to_string(++call));
+            const auto before = ReadFile(File());
+            const std::size_t logged = ReadLog(LogFile()).size();
+            files_.calls = 0;
+            files_.strike_at = call;
+            done = run();
+            files_.strike_at = 0;
+            if (done) break;
+            EXPECT_GE(files_.calls, call);
+            EXPECT_EQ(ReadLog(LogFile()).size(), logged + 1);
+            if (after == ScriptedFiles::After::GoesOn) {
+                EXPECT_TRUE(ReadFile(File()) == before);
+            }
+        }
+        EXPECT_GT(call, 8);
+    }
+
+    ScriptedFiles files_;
+};
+
+TEST_F(DiskTest, EachCallOfEachOperation) {
+    jet::SetDefaultFiles(&files_);
+    Candidate candidate(Folder(), 7);
+    struct Case {
+        const char* name;
+        std::function<bool()> run;
+        bool repeatable = false;  // done twice it is as done once
+    };
+    const Case cases[] = {
+        {"AddNewTrain", [&] { return candidate.Start(); }},
+        {"TrainResult.Add", [&] { return candidate.Answer(); }},
+        {"TrainResult.Update", [&] { return candidate.Mark(); }, true},
+        {"TrainInfo.Update", [&] { return candidate.Finish(); }, true},
+        {"Note.Add", [&] { return candidate.Write(); }},
+        {"Note.LoadFromID", [&] { return candidate.Notes().LoadFromID(1, true, 7); }},
+        {"Note.Update",
+         [&] {
+             candidate.Notes().Content(std::u16string(9000, u'长'));
+             return candidate.Notes().Update();
+         },
+         true},
+        {"Note.Delete", [&] { return candidate.Notes().Delete(1); }},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        FailEachCall(test.run, ScriptedFiles::After::GoesOn);
+        // Where nothing works any more the outcome can remain unknown; the file is whole, and a repetition goes well.
+        if (test.repeatable) FailEachCall(test.run, ScriptedFiles::After::Dead);
+    }
+    ClientFile file(File());
+}
+
+// A write that the system takes in part only, at a limit in the middle of a page.
+TEST_F(DiskTest, AWriteThatIsCutShort) {
+    const auto before = ReadFile(File());
+    Child child([&](const Child::Pipe& pipe) {
+        Candidate candidate(Folder(), 7);
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{before.size() + 6000, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const std::u16string content(300000, u'长');
+        pipe.Send(0, candidate.Notes().Add(2, u"B1", u"1", u"名", content, false, 7) ? 1 : 0);
+        pipe.Send(0, candidate.Notes().Add(2, u"B1", u"1", u"名", u"1", false, 7) ? 1 : 0);
+    });
+    const std::vector<Report> reports = child.Rest();
+    EXPECT_EQ(child.Wait(), 0);
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(reports[0].value, 0);
+    EXPECT_EQ(reports[1].value, 1) << "a short note still fits";
+    ASSERT_EQ(ReadLog(LogFile()).size(), 1U);
+    EXPECT_NE(ReadLog(LogFile())[0].message.find("磁盘空间不足"), std::string::npos);
+    ClientFile file(File());
+}
+
+}  // namespace
+}  // namespace qmtrain::test

@@ -1,0 +1,121 @@
+// Processes that are killed: what had returned is in the file, nothing is half done, and the file is whole.
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "jet/support/scripted_files.h"
+#include "reliability/child.h"
+#include "reliability/practice.h"
+#include "reliability/run_length.h"
+#include "reliability/sample_table.h"
+
+namespace qmtrain::test {
+namespace {
+
+class KillTest : public PracticeTest {
+protected:
+    // Practises until it is killed, and reports each operation when it has returned.
+    static void Practise(const std::u16string& folder, const Child::Pipe& pipe) {
+        Candidate candidate(folder, 7);
+        const auto report = [&](bool done, Done what) {
+            if (!done) _exit(4);
+            pipe.Send(what, candidate.Train());
+        };
+        for (;;) {
+            report(candidate.Start(), kStarted);
+            report(candidate.Answer(), kAnswered);
+            report(candidate.Mark(), kMarked);
+            report(candidate.Finish(), kFinished);
+            report(candidate.Write(), kNoted);
+        }
+    }
+};
+
+TEST_F(KillTest, AtAnyMoment) {
+    constexpr int kFileFor = 25;  // kills, before a new file is taken
+    const int kills = IsLongRun() ? 2000 : 50;
+    auto random = Chance();
+    std::size_t reports = 0;
+    for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
+        if (kill > 0 && kill % kFileFor == 0) {
+            std::filesystem::remove(File());
+            CreateClientDatabase(Folder());
+        }
+        Child child([&](const Child::Pipe& pipe) { Practise(Folder(), pipe); });
+        Report first{};
+        ASSERT_TRUE(child.Next(first));
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 60000));
+        child.Kill();
+        std::vector<Report> done = child.Rest();
+        EXPECT_EQ(child.Wait(), SIGKILL);
+        done.push_back(first);
+        ClientFile file(File());
+        for (const Report& report : done) file.Expect(report);
+        reports += done.size();
+    }
+    std::printf("%d kills, %zu operations that had returned\n", kills, reports);
+}
+
+// Whether two files are the same but for times of creation: where two runs of one statement differ.
+bool SameButForTimes(const std::vector<std::uint8_t>& found, const std::vector<std::uint8_t>& one,
+                     const std::vector<std::uint8_t>& other) {
+    constexpr std::size_t kTime = 8;  // bytes
+    if (found.size() != one.size() || one.size() != other.size()) return false;
+    const auto is_time = [&](std::size_t at) {
+        const std::size_t end = std::min(at + kTime, one.size());
+        for (std::size_t i = at < kTime ? 0 : at - kTime; i < end; ++i) {
+            if (one[i] != other[i]) return true;
+        }
+        return false;
+    };
+    for (std::size_t at = 0; at < found.size(); ++at) {
+        if (found[at] != one[at] && !is_time(at)) return false;
+    }
+    return true;
+}
+
+// Also in the middle of a write.
+TEST_F(KillTest, AtEachCall) {
+    const std::filesystem::path path = folder_.Path() / "sample.mdb";
+    MakeSample(path, FileSystem::Native());
+    const auto before = ReadFile(path);
+    int kills = 0;
+    for (const SampleStatement& statement : SampleStatements()) {
+        jet::Database::Open(path);
+        const auto run = [&](ScriptedFiles& files) {
+            const auto database = jet::Database::Open(path, {.cache_bytes = 0, .system = &files});
+            files.calls = 0;
+            statement.run(*database);
+        };
+        ScriptedFiles counting;
+        run(counting);
+        const auto after = ReadFile(path);
+        for (int call = 1; call <= counting.calls && !HasFailure(); ++call, ++kills) {
+            SCOPED_TRACE(std::string(statement.name) + ", call " + std::to_string(call));
+            WriteFile(path, before);
+            Child child([&](const Child::Pipe& pipe) {
+                ScriptedFiles files;
+                files.strike = [](const Change&) { raise(SIGKILL); };
+                const auto database = jet::Database::Open(path, {.cache_bytes = 0, .system = &files});
+                files.calls = 0;
+                files.strike_at = call;
+                statement.run(*database);
+                pipe.Send(kFinished, 0);
+            });
+            EXPECT_TRUE(child.Rest().empty());
+            EXPECT_EQ(child.Wait(), SIGKILL);
+            ExpectClean(*jet::Database::Open(path));
+            const auto found = ReadFile(path);
+            if (found == before || found == after) continue;
+            WriteFile(path, before);
+            run(counting);
+            EXPECT_TRUE(SameButForTimes(found, after, ReadFile(path)));
+        }
+        WriteFile(path, before);
+    }
+    std::printf("%d kills\n", kills);
+}
+
+}  // namespace
+}  // namespace qmtrain::test

@@ -1,0 +1,240 @@
+// A machine that loses its power: of what was not synced any part may be on the disk. Whatever it is, the file opens as
+// it was before the statement or as it is after it, and as after it once the commit has returned.
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+
+#include "jet/support/memory_files.h"
+#include "jet/support/scripted_files.h"
+#include "reliability/run_length.h"
+#include "reliability/sample_table.h"
+
+namespace qmtrain::test {
+namespace {
+
+using Content = MemoryFiles::Content;
+using Disk = std::map<std::filesystem::path, Content>;
+using Changes = std::vector<Change>;
+
+constexpr const char* kFile = "data/Client.mdb";
+constexpr std::size_t kSector = 512;
+
+bool Covers(const Change& sync, const Change& change) {
+    if (sync.kind == Change::Kind::SyncFolder) return !change.IsOfFile();
+    return change.IsOfFile() && change.file == sync.file;
+}
+
+// Those of the first `count` changes that need not be on the disk. What was unsynced when a sync failed never is: the
+// system may have dropped it, and later syncs know nothing of it.
+std::vector<std::size_t> Uncertain(const Changes& changes, std::size_t count) {
+    std::vector<std::size_t> dropped;
+    std::vector<std::size_t> waiting;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Change& change = changes[i];
+        if (!change.IsSync()) {
+            waiting.push_back(i);
+            continue;
+        }
+        const auto covered = std::stable_partition(waiting.begin(), waiting.end(),
+                                                   [&](std::size_t at) { return !Covers(change, changes[at]); });
+        if (change.failed) dropped.insert(dropped.end(), covered, waiting.end());
+        waiting.erase(covered, waiting.end());
+    }
+    waiting.insert(waiting.end(), dropped.begin(), dropped.end());
+    return waiting;
+}
+
+enum class Fate : std::uint8_t { Lost, Done, Torn };
+using Fates = std::map<std::size_t, Fate>;  // by change; the others are done
+
+class Replay {
+public:
+    Replay(const Disk& start, std::mt19937_64& random) : start_(start), random_(random) {}
+
+    Disk Run(const Changes& changes, std::size_t count, const Fates& fates) {
+        for (const auto& [path, content] : start_) {
+            names_[path] = --unnamed_;
+            files_[unnamed_] = content;
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto fate = fates.find(i);
+            Apply(changes[i], fate == fates.end() ? Fate::Done : fate->second);
+        }
+        Disk disk;
+        for (const auto& [path, number] : names_) disk[path] = files_[number];
+        return disk;
+    }
+
+private:
+    void Apply(const Change& change, Fate fate) {
+        const bool known = numbers_.contains(change.file);
+        if (!known && change.kind != Change::Kind::Create && names_.contains(change.path)) {
+            numbers_[change.file] = names_[change.path];
+        }
+        const bool fails = change.failed && change.kind != Change::Kind::Write;
+        if (change.kind == Change::Kind::Create) numbers_[change.file] = change.file;
+        if (fate == Fate::Lost || fails) return;
+        const int number = numbers_[change.file];
+        switch (change.kind) {
+            case Change::Kind::Write: Write(files_[number], change, fate); break;
+            case Change::Kind::Resize: files_[number].resize(change.offset); break;
+            case Change::Kind::Create: names_[change.path] = number; break;
+            case Change::Kind::Remove: names_.erase(change.path); break;
+            case Change::Kind::Rename:
+                names_.erase(change.path);
+                names_[change.to] = number;
+                break;
+            case Change::Kind::Sync:
+            case Change::Kind::SyncFolder: break;
+        }
+    }
+
+    void Write(Content& content, const Change& change, Fate fate) {
+        const std::uint64_t end = change.offset + change.bytes.size();
+        content.resize(std::max<std::size_t>(content.size(), end));
+        for (std::uint64_t at = change.offset; at < end;) {
+            const std::uint64_t next = std::min(end, (at / kSector + 1) * kSector);
+            const auto from = change.bytes.begin() + static_cast<std::ptrdiff_t>(at - change.offset);
+            if (fate == Fate::Done || random_() % 2 == 0) {
+                std::copy_n(from, next - at, content.begin() + static_cast<std::ptrdiff_t>(at));
+            }
+            at = next;
+        }
+    }
+
+    const Disk& start_;
+    std::mt19937_64& random_;
+    std::map<std::filesystem::path, int> names_;
+    std::map<int, int> numbers_;  // of the changes' files in files_
+    std::map<int, Content> files_;
+    int unnamed_ = 0;
+};
+
+// What a run over recorded files went through.
+struct Record {
+    Disk start;
+    Changes changes;
+    Content before;
+    Content after;
+    std::size_t returned = SIZE_MAX;  // changes when the commit had returned
+};
+
+class PowerCutTest : public testing::Test {
+protected:
+    // Every point, and there any subset of what is uncertain, also with writes of which only some sectors happened.
+    void CutEverywhere(const Record& record, std::size_t one_in = 1) {
+        for (std::size_t count = 0; count <= record.changes.size() && !HasFailure(); ++count) {
+            const std::vector<std::size_t> uncertain = Uncertain(record.changes, count);
+            const bool few = uncertain.size() <= kFew;
+            const std::size_t subsets = few ? std::size_t{1} << uncertain.size() : std::size_t{1} << kFew;
+            for (std::size_t subset = 0; subset < subsets && !HasFailure(); ++subset) {
+                Fates fates;
+                for (std::size_t i = 0; i < uncertain.size(); ++i) {
+                    const bool done = few ? (subset >> i & 1) != 0 : random_() % (subset + 2) != 0;
+                    fates[uncertain[i]] = done ? Fate::Done : Fate::Lost;
+                }
+                if (random_() % one_in != 0) continue;
+                Cut(record, count, fates);
+                if (uncertain.empty()) continue;
+                for (auto& [change, fate] : fates) fate = random_() % 2 == 0 ? Fate::Torn : fate;
+                Cut(record, count, fates);
+            }
+        }
+    }
+
+    void Cut(const Record& record, std::size_t count, const Fates& fates) {
+        ++cuts_;
+        const Disk disk = Replay(record.start, random_).Run(record.changes, count, fates);
+        MemoryFiles files;
+        for (const auto& [path, content] : disk) files.At(path) = content;
+        SCOPED_TRACE("cut behind change " + std::to_string(count));
+        ScriptedFiles watched(files);
+        watched.notes = true;
+        ExpectWhole(record, watched, files, count);
+        // The power goes again while the file is rolled back.
+        if (watched.changes.empty() || record.changes.empty() || random_() % kRecoveryCut != 0) return;
+        Record recovery{disk, std::move(watched.changes), record.before, record.after, record.returned};
+        if (count >= record.returned) recovery.before = record.after;
+        recovery.returned = SIZE_MAX;
+        const std::size_t at = random_() % (recovery.changes.size() + 1);
+        Fates lost;
+        for (const std::size_t change : Uncertain(recovery.changes, at)) {
+            lost[change] = static_cast<Fate>(random_() % 3);
+        }
+        MemoryFiles again;
+        for (const auto& [path, content] : Replay(disk, random_).Run(recovery.changes, at, lost)) {
+            again.At(path) = content;
+        }
+        ++cuts_;
+        ExpectWhole(recovery, again, again, at);
+    }
+
+    static void ExpectWhole(const Record& record, FileSystem& files, MemoryFiles& memory, std::size_t count) {
+        try {
+            jet::Database::Open(kFile, {.system = &files});
+        } catch (const AutomationError& error) {
+            FAIL() << error.what();
+        }
+        const Content& found = memory.At(kFile);
+        EXPECT_FALSE(memory.Exists(std::string(kFile) + "-journal"));
+        EXPECT_TRUE(found == record.after || (found == record.before && count < record.returned));
+    }
+
+    // Runs the statement; when it fails at call `strike_at`, it is undone and run again.
+    Record Run(const MemoryFiles& healthy, const SampleStatement& statement, int strike_at) {
+        MemoryFiles memory;
+        memory.At(kFile) = healthy.At(kFile);
+        ScriptedFiles files(memory);
+        Record record{{{kFile, memory.At(kFile)}}, {}, memory.At(kFile), {}, SIZE_MAX};
+        const auto database = jet::Database::Open(kFile, {.cache_bytes = 0, .durable = true, .system = &files});
+        files.calls = 0;
+        files.notes = true;
+        files.strike_at = strike_at;
+        calls_ = 0;
+        if (ErrorOf([&] { statement.run(*database); }) != 0) {
+            EXPECT_EQ(memory.At(kFile), record.before);
+            statement.run(*database);
+        }
+        calls_ = files.calls;
+        record.returned = files.changes.size();
+        record.changes = std::move(files.changes);
+        record.after = memory.At(kFile);
+        ExpectClean(*database);
+        return record;
+    }
+
+    static constexpr std::size_t kFew = 5;
+    static constexpr std::size_t kRecoveryCut = 10;
+    std::mt19937_64 random_ = Chance();
+    std::int64_t cuts_ = 0;
+    int calls_ = 0;
+};
+
+TEST_F(PowerCutTest, LeavesAStatementDoneOrNot) {
+    MemoryFiles files;
+    MakeSample(kFile, files);
+    for (const SampleStatement& statement : SampleStatements()) {
+        SCOPED_TRACE(statement.name);
+        CutEverywhere(Run(files, statement, 0));
+        std::printf("%s: %d calls, %lld cuts so far\n", statement.name, calls_, static_cast<long long>(cuts_));
+    }
+}
+
+// What a sync that failed was to bring to the disk is lost for good, though later syncs succeed.
+TEST_F(PowerCutTest, AfterACallThatFailed) {
+    MemoryFiles files;
+    MakeSample(kFile, files);
+    for (const SampleStatement& statement : SampleStatements()) {
+        Run(files, statement, 0);
+        const int calls = calls_;
+        for (int strike_at = 1; strike_at <= calls && !HasFailure(); ++strike_at) {
+            SCOPED_TRACE(std::string(statement.name) + ", failing call " + std::to_string(strike_at));
+            CutEverywhere(Run(files, statement, strike_at), IsLongRun() ? 1 : 40);
+        }
+    }
+    std::printf("%lld cuts\n", static_cast<long long>(cuts_));
+}
+
+}  // namespace
+}  // namespace qmtrain::test
