@@ -13,6 +13,7 @@ constexpr std::uint64_t kPresentByte = 0x0FFFFF00;   // shared by everybody who 
 constexpr std::uint64_t kReservedByte = 0x0FFFFF01;  // the one writer
 constexpr std::uint64_t kPendingByte = 0x0FFFFF02;   // keeps new readers out while the writer waits
 constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers
+constexpr std::uint64_t kNextByte = 0x0FFFFF04;      // the writer whose turn it is when the present one is done
 
 // Where the users of Jet each lock a byte for being there.
 constexpr std::uint64_t kOtherUsers = 0x10000001;
@@ -51,9 +52,7 @@ LockFile::~LockFile() {
     }
 }
 
-void LockFile::WaitFor(std::uint64_t byte, File::Lock kind) {
-    using Clock = std::chrono::steady_clock;
-    const auto deadline = Clock::now() + timeout_;
+void LockFile::WaitFor(std::uint64_t byte, File::Lock kind, Clock::time_point deadline) {
     std::chrono::milliseconds pause(1);
     while (!file_->TryLock(byte, 1, kind)) {
         if (Clock::now() >= deadline) Raise(ErrorNumber::LockedByOther, {database_name_});
@@ -77,7 +76,15 @@ void LockFile::LockShared() {
 
 void LockFile::LockReserved() {
     if (reserved_ || !file_) return;
-    WaitFor(kReservedByte, File::Lock::Exclusive);
+    const auto deadline = Clock::now() + timeout_;
+    WaitFor(kNextByte, File::Lock::Exclusive, deadline);
+    try {
+        WaitFor(kReservedByte, File::Lock::Exclusive, deadline);
+    } catch (...) {
+        file_->Unlock(kNextByte, 1);
+        throw;
+    }
+    file_->Unlock(kNextByte, 1);
     reserved_ = true;
 }
 

@@ -1,7 +1,8 @@
 // Who may read and write a database now: byte locks on the ".ldb" file beside it.
 //
 // Readers share; one writer prepares its changes while they read; to bring them into the file it waits until the last
-// reader is gone and keeps new ones out. A process that dies loses its locks. The file goes with its last user.
+// reader is gone and keeps new ones out. Of those who wait to write one is next, so that the one who has just written
+// does not overtake them all again. A process that dies loses its locks. The file goes with its last user.
 #pragma once
 
 #include <chrono>
@@ -42,7 +43,9 @@ public:
 
 private:
     void Open();
-    void WaitFor(std::uint64_t byte, File::Lock kind);
+    using Clock = std::chrono::steady_clock;
+    void WaitFor(std::uint64_t byte, File::Lock kind, Clock::time_point deadline);
+    void WaitFor(std::uint64_t byte, File::Lock kind) { WaitFor(byte, kind, Clock::now() + timeout_); }
 
     FileSystem& system_;
     std::filesystem::path path_;

@@ -198,7 +198,8 @@ struct Anatomy {
                (where.slot == 0 ? kPage : SlotOffset({where.page, static_cast<std::uint8_t>(where.slot - 1)}));
     }
     // The block of a column: the number is fixed, title and content are not.
-    std::uint8_t* Column(std::size_t i) { return Page(definition) + 63 + 2 * 12 + 25 * i; }
+    static constexpr std::size_t kFirstColumn = 87;
+    std::uint8_t* Column(std::size_t i) { return Page(definition) + kFirstColumn + 25 * i; }
     // The definition's first block of a real index.
     std::uint8_t* IndexBlock() { return Find(Page(definition), kPage, {0x83, 0x07, 0, 0}); }
 
@@ -385,7 +386,7 @@ TEST(Damage, EachStructure) {
         {"definition: variable column beyond all", [](Anatomy& a) { Put<std::uint16_t>(a.Column(2) + 7, 99); }},
         {"definition: variable column twice",
          [](Anatomy& a) { Put<std::uint16_t>(a.Column(2) + 7, Get<std::uint16_t>(a.Column(1) + 7)); }},
-        {"definition: index without a tree", [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 2 * 52 + 8, 9); }},
+        {"definition: index without a tree", [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 112, 9); }},
         {"definition: index without columns", [](Anatomy& a) { std::fill_n(a.IndexBlock() + 4, 30, 0xFF); }},
         {"definition: chain in a circle",
          [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.pages.back()) + 4, a.pages.front()); }},

@@ -230,7 +230,7 @@ TEST_F(PowerCutTest, AfterACallThatFailed) {
         const int calls = calls_;
         for (int strike_at = 1; strike_at <= calls && !HasFailure(); ++strike_at) {
             SCOPED_TRACE(std::string(statement.name) + ", failing call " + std::to_string(strike_at));
-            CutEverywhere(Run(files, statement, strike_at), IsLongRun() ? 1 : 40);
+            CutEverywhere(Run(files, statement, strike_at), IsLongRun() ? 4 : 100);
         }
     }
     std::printf("%lld cuts\n", static_cast<long long>(cuts_));

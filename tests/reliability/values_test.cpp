@@ -100,7 +100,7 @@ protected:
     }
 
     bool LoadQuestion(bool is_net, std::u16string_view code, std::u16string_view rec_no) const {
-        return Stem(is_net, code, rec_no).value_or(u"") != u"";
+        return !Stem(is_net, code, rec_no).value_or(u"").empty();
     }
 
     bool LoadBank(bool is_net, std::u16string_view code) const {
