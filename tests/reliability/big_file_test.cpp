@@ -10,7 +10,11 @@ namespace {
 
 constexpr std::uint64_t kLimit = std::uint64_t{1} << 31;
 constexpr std::size_t kPage = 4096;
+#ifdef __SANITIZE_ADDRESS__
+constexpr std::size_t kLittleMemory = std::size_t{512} << 20;  // freed memory is kept for a while
+#else
 constexpr std::size_t kLittleMemory = std::size_t{64} << 20;
+#endif
 
 class BigFileTest : public testing::Test {
 protected:

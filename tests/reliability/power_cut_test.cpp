@@ -216,7 +216,7 @@ TEST_F(PowerCutTest, LeavesAStatementDoneOrNot) {
     MakeSample(kFile, files);
     for (const SampleStatement& statement : SampleStatements()) {
         SCOPED_TRACE(statement.name);
-        CutEverywhere(Run(files, statement, 0));
+        CutEverywhere(Run(files, statement, 0), IsLongRun() ? 1 : 4);
         std::printf("%s: %d calls, %lld cuts so far\n", statement.name, calls_, static_cast<long long>(cuts_));
     }
 }
@@ -230,7 +230,7 @@ TEST_F(PowerCutTest, AfterACallThatFailed) {
         const int calls = calls_;
         for (int strike_at = 1; strike_at <= calls && !HasFailure(); ++strike_at) {
             SCOPED_TRACE(std::string(statement.name) + ", failing call " + std::to_string(strike_at));
-            CutEverywhere(Run(files, statement, strike_at), IsLongRun() ? 4 : 100);
+            CutEverywhere(Run(files, statement, strike_at), IsLongRun() ? 4 : 200);
         }
     }
     std::printf("%lld cuts\n", static_cast<long long>(cuts_));
