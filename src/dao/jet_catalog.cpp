@@ -107,7 +107,7 @@ Layout::Layout(const jet::Table& table) {
     std::stable_sort(positions.begin(), positions.end(), [&](std::size_t a, std::size_t b) {
         return definition.columns[a].ordinal < definition.columns[b].ordinal;
     });
-    const bool jet4 = table.GetPager().GetFormat().version == jet::Version::Jet4;
+    const bool jet4 = table.GetDatabase().GetVersion() == jet::Version::Jet4;
     for (const std::size_t position : positions) columns.push_back(ToSql(definition.columns[position], jet4));
     for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
         const jet::RealIndex& real = definition.real_indexes[i];
@@ -130,7 +130,8 @@ Layout::Layout(const jet::Table& table) {
 
 class JetCursor : public sql::Cursor {
 public:
-    JetCursor(std::shared_ptr<jet::Table> table, const Layout& layout) : cursor_(std::move(table)), layout_(layout) {}
+    JetCursor(std::shared_ptr<const jet::Table> table, const Layout& layout)
+        : table_(std::move(table)), cursor_(*table_), layout_(layout) {}
 
     void Scan() override {
         empty_ = false;
@@ -168,6 +169,7 @@ public:
     }
 
 private:
+    std::shared_ptr<const jet::Table> table_;
     jet::RowCursor cursor_;
     const Layout& layout_;
     bool empty_ = false;
@@ -175,7 +177,8 @@ private:
 
 class JetTable : public sql::Table {
 public:
-    explicit JetTable(std::shared_ptr<jet::Table> table) : table_(std::move(table)), layout_(*table_) {}
+    explicit JetTable(std::shared_ptr<jet::Table> table)
+        : table_(std::move(table)), hold_(table_->GetDatabase().Hold(*table_)), layout_(*table_) {}
 
     const std::u16string& Name() const override { return table_->Name(); }
     const std::vector<sql::Column>& Columns() const override { return layout_.columns; }
@@ -183,7 +186,7 @@ public:
 
     // Counted in the slot tables of the pages: what other programs leave in the definition may be wrong.
     std::int64_t RowCount() override {
-        jet::RowCursor cursor(table_);
+        jet::RowCursor cursor(*table_);
         cursor.Scan();
         return cursor.CountRest();
     }
@@ -194,7 +197,7 @@ public:
 
     bool CanSeek(int index, std::span<const Value> values) const override {
         const auto real = static_cast<std::size_t>(index);
-        return values.empty() ? IsInOrder(real) : table_->HasKeys(real, values);
+        return values.empty() ? table_->IsInGeneralOrder(real) : table_->HasKeys(real, values);
     }
 
     sql::RowId Insert(std::span<const Value> values) override {
@@ -217,17 +220,6 @@ public:
     std::int32_t LastCounter() const override { return table_->LastAutonumber(); }
 
 private:
-    // Whether the index is in the order in which SQL compares: its texts must be in the General order.
-    bool IsInOrder(std::size_t real) const {
-        const jet::TableDefinition& definition = table_->Definition();
-        const auto& parts = definition.real_indexes[real].columns;
-        return std::all_of(parts.begin(), parts.end(), [&](const jet::KeyColumn& part) {
-            const auto& column = definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))];
-            return !jet::IsText(column.type) ||
-                   jet::TextOrderOf(column, table_->GetPager().GetHeader()) == jet::TextOrder::General;
-        });
-    }
-
     // The table as the file has it now. Another process may have changed its structure since it was opened here; then
     // positions mean other columns, and the object is no longer good.
     jet::Table& Current() {
@@ -245,6 +237,7 @@ private:
     }
 
     std::shared_ptr<jet::Table> table_;
+    std::shared_ptr<const void> hold_;
     Layout layout_;
 };
 

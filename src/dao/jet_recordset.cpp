@@ -111,7 +111,7 @@ jet::Database& JetRecordset::Storage() const {
 
 bool JetRecordset::Updatable() {
     RequireOpen();
-    return updatable_ && Storage().GetPager().ReadOnlyReason().empty();
+    return updatable_ && Storage().ReadOnlyReason().empty();
 }
 
 bool JetRecordset::Reach(std::int64_t index) {

@@ -39,24 +39,30 @@ private:
         // Rows that were deleted meanwhile meet no condition.
         bool Next() override {
             while (table_.recordset_.Reach(++at_)) {
-                try {
-                    table_.recordset_.ReadRow(at_, row_);
-                    return true;
-                } catch (const AutomationError& error) {
-                    if (!error.Is(ErrorNumber::RecordDeleted)) throw;
-                }
+                if (ReadRow()) return true;
             }
             return false;
         }
 
         bool MoveTo(sql::RowId row) override {
-            at_ = static_cast<std::int64_t>(row.value) - 2;
-            return Next();
+            at_ = static_cast<std::int64_t>(row.value) - 1;
+            return table_.recordset_.Reach(at_) && ReadRow();
         }
         sql::RowId Row() const override { return {static_cast<std::uint32_t>(at_ + 1)}; }
         void Read(int column, Value& value) override { value = row_[static_cast<std::size_t>(column)]; }
 
     private:
+        // False when the row has been deleted.
+        bool ReadRow() {
+            try {
+                table_.recordset_.ReadRow(at_, row_);
+                return true;
+            } catch (const AutomationError& error) {
+                if (!error.Is(ErrorNumber::RecordDeleted)) throw;
+                return false;
+            }
+        }
+
         RecordsetTable& table_;
         std::int64_t at_;
         std::vector<Value> row_;

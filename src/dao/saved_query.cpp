@@ -48,11 +48,11 @@ std::vector<Part> PartsOf(jet::Database& database, std::int32_t id) {
     const auto column = [&](std::u16string_view name) {
         const int position = table->Definition().FindColumn(name);
         if (position < 0)
-            database.GetPager().Damaged(jet::kQueriesPage, u"系统表缺少列“" + std::u16string(name) + u"”");
+            Raise(ErrorNumber::FileDamaged, {database.FileName(), u"系统表缺少列“" + std::u16string(name) + u"”。"});
         return static_cast<std::size_t>(position);
     };
     std::vector<Part> parts;
-    jet::RowCursor cursor(table);
+    jet::RowCursor cursor(*table);
     Value value;
     for (cursor.Scan(); cursor.Next();) {
         cursor.Read(column(u"ObjectId"), value);

@@ -203,7 +203,7 @@ private:
     }
 
     void CheckRows() {
-        RowCursor cursor(table_);
+        RowCursor cursor(*table_);
         std::int64_t rows = 0;
         for (cursor.Scan(); cursor.Next(); ++rows) {
             Attempt(report_, where_, [&] { CheckRow(cursor); });
@@ -274,7 +274,7 @@ private:
     void CheckIndex(std::size_t index, const std::u16string& where) {
         use_.Share(definition_.real_indexes[index].map.page, where);
         std::int64_t entries = 0;
-        RowCursor cursor(table_);
+        RowCursor cursor(*table_);
         std::vector<Value> row(definition_.columns.size());
         Bytes previous;
         TreeChecker(*table_, index, use_, report_, where).Walk([&](const Bytes& entry) {
@@ -334,8 +334,8 @@ private:
             Defect(u"关系“" + index.name + u"”两边的字段不符");
             return;
         }
-        RowCursor rows(table_);
-        RowCursor found(other);
+        RowCursor rows(*table_);
+        RowCursor found(*other);
         std::vector<Value> row(definition_.columns.size());
         for (rows.Scan(); rows.Next();) {
             for (const KeyColumn& part : definition_.real_indexes[index.real].columns) {

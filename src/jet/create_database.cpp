@@ -106,7 +106,8 @@ public:
     // Writes the first pages, and lets the engine itself do the rest.
     void Build() {
         WriteFirstPages();
-        Database database(path_, options_);
+        options_.session = nullptr;  // it must be in the file when it gets its name, whatever transaction is open
+        Database database(path_, options_, nullptr);
         Database::Writing writing(database);
         for (const SystemTableSpec& spec : SystemTables()) WriteTable(database, spec);
         WriteRows(database);

@@ -12,110 +12,33 @@ constexpr int kMaxLinkDepth = 8;
 
 }  // namespace
 
-Database::Database(const std::filesystem::path& path, const PagerOptions& options)
-    : path_(path), options_(options), pager_(std::make_unique<Pager>(path, options)), allocator_(*pager_) {}
-
-Database::~Database() {
-    while (!writing_.empty()) writing_.pop_back();  // undone, innermost first
+Database::Database(const std::filesystem::path& path, const PagerOptions& options, const Database* linked_from)
+    : options_(options),
+      link_depth_(linked_from != nullptr ? linked_from->link_depth_ + 1 : 0),
+      pager_(std::make_unique<Pager>(path, options, linked_from != nullptr ? &linked_from->pager_->Home() : nullptr)),
+      allocator_(*pager_) {
+    options_.session = pager_->SharedSession();
 }
 
 std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, const PagerOptions& options) {
-    auto database = std::unique_ptr<Database>(new Database(path, options));
+    return Open(path, options, nullptr);
+}
+
+std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, const PagerOptions& options,
+                                         const Database* linked_from) {
+    auto database = std::unique_ptr<Database>(new Database(path, options, linked_from));
     const Reading reading(*database);
     if (!database->FindObject(u"MSysObjects")) database->pager_->Damaged(kObjectsPage, u"系统目录错误");
     return database;
 }
 
-// Scopes
-
-void Database::NoticeChanges() {
-    if (generation_ == pager_->Generation()) return;
-    generation_ = pager_->Generation();
-    tables_.clear();
-}
-
-void Database::BeginReading() {
-    reading_.push_back(std::make_unique<ReadScope>(*pager_));
-    NoticeChanges();
-    for (auto& [path, link] : links_) link->BeginReading();
-}
-
-void Database::EndReading() noexcept {
-    reading_.pop_back();
-    for (auto& [path, link] : links_) {
-        if (!link->reading_.empty()) link->EndReading();
+// Tables that were loaded from pages that are no longer as they were are dropped.
+Database::Tables& Database::KnownTables() {
+    if (generation_ != pager_->Generation()) {
+        generation_ = pager_->Generation();
+        tables_.clear();
     }
-}
-
-void Database::BeginWriting() {
-    while (transactions_open_ < transactions_requested_) {
-        writing_.push_back(std::make_unique<WriteScope>(*pager_));
-        ++transactions_open_;
-    }
-    writing_.push_back(std::make_unique<WriteScope>(*pager_));
-    NoticeChanges();
-    for (auto& [path, link] : links_) {
-        link->transactions_requested_ = transactions_requested_;
-        if (link->pager_->ReadOnlyReason().empty()) link->BeginWriting();
-    }
-}
-
-void Database::CommitWriting() {
-    for (auto& [path, link] : links_) {
-        if (link->writing_.size() == writing_.size()) link->CommitWriting();
-    }
-    const std::unique_ptr<WriteScope> scope = std::move(writing_.back());
-    writing_.pop_back();
-    scope->Commit();
-}
-
-void Database::RollbackWriting() noexcept {
-    for (auto& [path, link] : links_) {
-        if (link->writing_.size() == writing_.size()) link->RollbackWriting();
-    }
-    writing_.pop_back();
-    NoticeChanges();
-}
-
-void Database::CommitTransaction() {
-    if (transactions_requested_ == 0) Raise(ErrorNumber::TransactionNotStarted);
-    if (transactions_requested_-- > transactions_open_) return;  // nothing was changed in it
-    --transactions_open_;
-    for (auto& [path, link] : links_) {
-        link->transactions_requested_ = transactions_requested_;
-        link->transactions_open_ = std::min(link->transactions_open_, transactions_open_);
-    }
-    CommitWriting();
-}
-
-void Database::RollbackTransaction() {
-    if (transactions_requested_ == 0) Raise(ErrorNumber::TransactionNotStarted);
-    if (transactions_requested_-- > transactions_open_) return;
-    --transactions_open_;
-    for (auto& [path, link] : links_) {
-        link->transactions_requested_ = transactions_requested_;
-        link->transactions_open_ = std::min(link->transactions_open_, transactions_open_);
-    }
-    RollbackWriting();
-}
-
-Database::Reading::Reading(Database& database) : database_(database) {
-    database.BeginReading();
-}
-Database::Reading::~Reading() {
-    database_.EndReading();
-}
-
-Database::Writing::Writing(Database& database) : database_(&database) {
-    database.BeginWriting();
-}
-
-Database::Writing::~Writing() {
-    if (database_ != nullptr) database_->RollbackWriting();
-}
-
-void Database::Writing::Commit() {
-    std::exchange(database_, nullptr)->CommitWriting();
+    return tables_;
 }
 
 // Catalogue
@@ -144,7 +67,7 @@ Properties Database::ReadProperties(std::u16string_view name) {
 }
 
 std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
-    for (const auto& [page, table] : tables_) {
+    for (const auto& [page, table] : KnownTables()) {
         if (EqualNames(table->Name(), name)) return table;
     }
     const std::optional<CatalogObject> object = FindObject(name);
@@ -160,14 +83,14 @@ std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
 
 std::shared_ptr<Table> Database::LoadTable(const CatalogObject& object) {
     const auto page = static_cast<PageNumber>(object.id);
-    if (const auto known = tables_.find(page); known != tables_.end()) return known->second;
+    if (const auto known = KnownTables().find(page); known != tables_.end()) return known->second;
     auto table = std::make_shared<Table>(*this, page, object.name, SystemCatalog(*this).ReadProperties(object));
     tables_[page] = table;
     return table;
 }
 
 std::shared_ptr<Table> Database::TableAt(PageNumber page) {
-    if (const auto known = tables_.find(page); known != tables_.end()) return known->second;
+    if (const auto known = KnownTables().find(page); known != tables_.end()) return known->second;
     switch (page) {
         case kObjectsPage:
         case kAcesPage:
@@ -187,6 +110,18 @@ std::shared_ptr<Table> Database::TableAt(PageNumber page) {
     pager_->Damaged(page, u"此表不在系统目录中");
 }
 
+std::shared_ptr<const void> Database::Hold(const Table& table) {
+    std::weak_ptr<const void>& known = holds_[table.Definition().page];
+    auto hold = known.lock();
+    if (!hold) known = hold = std::make_shared<char>();
+    return hold;
+}
+
+bool Database::IsHeld(PageNumber table) const {
+    const auto known = holds_.find(table);
+    return known != holds_.end() && !known->second.expired();
+}
+
 std::shared_ptr<Table> Database::LinkedTable(const CatalogObject& object) {
     if (!object.connect.empty() && object.connect.front() != u';') {
         Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object.name + u"”不在 Access 文件中。"});
@@ -199,26 +134,16 @@ Database& Database::OpenLink(const std::u16string& stored_path) {
     std::filesystem::path path = ToNativePath(stored_path);
     const bool drive = stored_path.size() > 1 && stored_path[1] == u':';
     if (path.is_relative() && !drive) {
-        path = ToNativePath(FromNativePath(path_.parent_path() / path));
+        path = ToNativePath(FromNativePath(pager_->Path().parent_path() / path));
     }
-    if (const auto known = links_.find(path); known != links_.end()) return *known->second;
-    if (link_depth_ + 1 >= kMaxLinkDepth) Raise(ErrorNumber::FileNotFound, {stored_path});
     auto& link = links_[path];
+    if (link) return *link;
     try {
-        link = Open(path, options_);
+        if (link_depth_ + 1 >= kMaxLinkDepth) Raise(ErrorNumber::FileNotFound, {stored_path});
+        link = Open(path, options_, this);
     } catch (...) {
         links_.erase(path);
         throw;
-    }
-    link->link_depth_ = link_depth_ + 1;
-    // It takes part in the scopes that are open here.
-    if (!reading_.empty()) link->BeginReading();
-    if (!writing_.empty() && link->pager_->ReadOnlyReason().empty()) {
-        link->transactions_requested_ = transactions_requested_;
-        while (link->writing_.size() < writing_.size()) {
-            link->writing_.push_back(std::make_unique<WriteScope>(*link->pager_));
-        }
-        link->transactions_open_ = transactions_open_;
     }
     return *link;
 }

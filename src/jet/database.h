@@ -1,4 +1,5 @@
-// One Jet database file: its tables, their definitions and relationships, and the scopes in which they are used.
+// One Jet database file: its tables, their definitions and relationships, and the scopes in which they are used. It is
+// the face of this room: what lies below is not used from outside.
 #pragma once
 
 #include <filesystem>
@@ -12,6 +13,7 @@
 #include "jet/pager.h"
 #include "jet/properties.h"
 #include "jet/schema.h"
+#include "jet/session.h"
 #include "jet/table.h"
 
 namespace qmtrain::jet {
@@ -27,13 +29,42 @@ public:
 
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
-    ~Database();
 
-    Pager& GetPager() { return *pager_; }
-    PageAllocator& Allocator() { return allocator_; }
     const std::u16string& FileName() const { return pager_->FileName(); }
+    Version GetVersion() const { return pager_->GetFormat().version; }
+    std::uint16_t CodePage() const { return pager_->GetHeader().code_page; }
+
+    // Why the file is not to be written; empty when it is.
+    const std::u16string& ReadOnlyReason() const { return pager_->ReadOnlyReason(); }
+
+    // Transactions over many scopes, and over all databases of the session; they nest. A file is locked with its first
+    // change. See Session.
+    void BeginTransaction() { pager_->GetSession().BeginTransaction(); }
+    void CommitTransaction() { pager_->GetSession().CommitTransaction(); }
+    void RollbackTransaction() { pager_->GetSession().RollbackTransaction(); }
+
+    // One state of the file, and of each file it links to that is looked at.
+    class Reading {
+    public:
+        explicit Reading(Database& database) : scope_(*database.pager_) {}
+
+    private:
+        ReadScope scope_;
+    };
+
+    // All or nothing, in this file and in those it links to: without Commit() the changes are undone.
+    class Writing {
+    public:
+        explicit Writing(Database& database) : scope_(*database.pager_) {}
+        void Commit() { scope_.Commit(); }
+
+    private:
+        WriteScope scope_;
+    };
 
     // Whatever follows needs a Reading or Writing scope.
+
+    std::uint32_t PageCount() const { return pager_->PageCount(); }
 
     // All objects of the catalogue.
     std::vector<CatalogObject> Objects();
@@ -45,6 +76,9 @@ public:
 
     // The table whose definition starts at this page.
     std::shared_ptr<Table> TableAt(PageNumber page);
+
+    // As long as somebody keeps what is returned, the table cannot be dropped.
+    std::shared_ptr<const void> Hold(const Table& table);
 
     std::vector<Relationship> Relationships();
 
@@ -62,70 +96,38 @@ public:
     void CreateRelationship(const Relationship& relationship);
     void DropRelationship(std::u16string_view name);
 
-    // Transactions over many scopes; they nest. Locks are taken with the first change.
-    void BeginTransaction() { ++transactions_requested_; }
-    void CommitTransaction();
-    void RollbackTransaction();
-    bool InTransaction() const { return transactions_requested_ > 0; }
-
     // A system table's rows, for checks and tests.
     std::shared_ptr<Table> SystemTable(PageNumber page) { return TableAt(page); }
 
     // Databases behind linked tables that are open.
     const std::map<std::filesystem::path, std::unique_ptr<Database>>& Links() const { return links_; }
 
-    // One state of the file, and of those it links to, for reading.
-    class Reading {
-    public:
-        explicit Reading(Database& database);
-        Reading(const Reading&) = delete;
-        Reading& operator=(const Reading&) = delete;
-        ~Reading();
-
-    private:
-        Database& database_;
-    };
-
-    // All or nothing: without Commit() the changes are undone.
-    class Writing {
-    public:
-        explicit Writing(Database& database);
-        Writing(const Writing&) = delete;
-        Writing& operator=(const Writing&) = delete;
-        ~Writing();
-        void Commit();
-
-    private:
-        Database* database_;
-    };
+    // For this room.
+    Pager& GetPager() const { return *pager_; }
+    PageAllocator& Allocator() { return allocator_; }
+    void Forget(PageNumber table) { tables_.erase(table); }
 
 private:
     friend class DatabaseBuilder;
-    Database(const std::filesystem::path& path, const PagerOptions& options);
+    Database(const std::filesystem::path& path, const PagerOptions& options, const Database* linked_from);
+    static std::unique_ptr<Database> Open(const std::filesystem::path& path, const PagerOptions& options,
+                                          const Database* linked_from);
 
-    void BeginReading();
-    void EndReading() noexcept;
-    void BeginWriting();
-    void CommitWriting();
-    void RollbackWriting() noexcept;
-
-    void NoticeChanges();
+    using Tables = std::map<PageNumber, std::shared_ptr<Table>>;
+    Tables& KnownTables();
+    bool IsHeld(PageNumber table) const;
     std::shared_ptr<Table> LoadTable(const CatalogObject& object);
     std::shared_ptr<Table> LinkedTable(const CatalogObject& object);
     Database& OpenLink(const std::u16string& stored_path);
 
-    std::filesystem::path path_;
     PagerOptions options_;
+    int link_depth_;
     std::unique_ptr<Pager> pager_;
     PageAllocator allocator_;
-    std::map<PageNumber, std::shared_ptr<Table>> tables_;
+    Tables tables_;  // loaded ones, by the page of their definition
     std::uint64_t generation_ = 0;
+    std::map<PageNumber, std::weak_ptr<const void>> holds_;
     std::map<std::filesystem::path, std::unique_ptr<Database>> links_;
-    std::vector<std::unique_ptr<ReadScope>> reading_;
-    std::vector<std::unique_ptr<WriteScope>> writing_;  // open scopes, transactions first
-    int transactions_requested_ = 0;
-    int transactions_open_ = 0;
-    int link_depth_ = 0;
 };
 
 }  // namespace qmtrain::jet

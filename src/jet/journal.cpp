@@ -1,57 +1,96 @@
 #include "jet/journal.h"
 
-#include <array>
+#include <algorithm>
 #include <cstring>
 #include <random>
 
 #include "core/error.h"
 #include "jet/bytes.h"
+#include "jet/checksum.h"
+#include "jet/commit_counter.h"
+#include "jet/page_file.h"
+#include "jet/unique_name.h"
 
 namespace qmtrain::jet {
 namespace {
 
-constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'J', 'n', 'l'};
+constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'J', 'n', '2'};
+constexpr std::size_t kHeaderSize = 48;
+constexpr std::size_t kChecksumAt = 12;
 constexpr std::size_t kRecordHead = 8;
 constexpr std::size_t kFlushAt = 1 << 20;
+constexpr std::uint32_t kCommonRecord = 0xFFFFFFFF;
+constexpr std::size_t kCommonPath = 8;  // in its record
+constexpr std::size_t kStampAt = 0x72;  // on page 0
 
-std::uint32_t Checksum(std::uint64_t seed, std::span<const std::uint8_t> bytes) {
-    std::uint64_t sum = seed ^ 0x9E3779B97F4A7C15ULL;
-    for (std::size_t i = 0; i + 8 <= bytes.size(); i += 8) {
-        sum = (sum ^ Get<std::uint64_t>(&bytes[i])) * 0xFF51AFD7ED558CCDULL;
-        sum ^= sum >> 32;
-    }
-    for (std::size_t i = bytes.size() / 8 * 8; i < bytes.size(); ++i) sum = (sum ^ bytes[i]) * 0x100000001B3ULL;
-    return static_cast<std::uint32_t>(sum ^ sum >> 29);
-}
-
-std::uint32_t RecordChecksum(std::uint64_t nonce, PageNumber page, std::span<const std::uint8_t> image) {
+std::uint32_t RecordChecksum(std::uint64_t nonce, std::uint32_t page, std::span<const std::uint8_t> image) {
     return Checksum(nonce + page * 0xC2B2AE3D27D4EB4FULL, image);
 }
 
+std::uint32_t HeaderChecksum(std::uint64_t nonce, std::span<const std::uint8_t> header) {
+    std::array<std::uint8_t, kHeaderSize> copy{};
+    std::copy_n(header.begin(), kHeaderSize, copy.begin());
+    Put(&copy[kChecksumAt], std::uint32_t{0});
+    return Checksum(nonce, copy);
+}
+
+// Beside the journal if it can be, so that a folder may be moved as a whole.
+std::filesystem::path StoredPath(const std::filesystem::path& common, const std::filesystem::path& journal) {
+    const std::filesystem::path folder = std::filesystem::absolute(journal).parent_path();
+    const std::filesystem::path near = std::filesystem::absolute(common).lexically_relative(folder);
+    return near.empty() ? std::filesystem::absolute(common) : near;
+}
+
 }  // namespace
+
+JournalOwner JournalOwner::Of(PageFile& file, std::uint64_t length) {
+    JournalOwner owner{file.GetFormat().page_size, length, {}, 0};
+    file.Handle().ReadAt(kStampAt, owner.stamp);
+    owner.counters = Get<std::uint32_t>(file.CommitCounters().data());
+    return owner;
+}
 
 std::filesystem::path Journal::PathFor(const std::filesystem::path& database) {
     std::filesystem::path path = database;
     return path += "-journal";
 }
 
-Journal::Journal(FileSystem& system, const std::filesystem::path& database, std::uint32_t page_size,
-                 std::uint64_t length, bool durable)
-    : system_(system), path_(PathFor(database)), durable_(durable), file_(system.Open(path_, OpenMode::Create)) {
+Journal::Journal(FileSystem& system, const std::filesystem::path& database, const JournalOwner& owner, bool durable)
+    : system_(system),
+      path_(PathFor(database)),
+      page_size_(owner.page_size),
+      durable_(durable),
+      file_(system.Open(path_, OpenMode::Create)),
+      header_(kHeaderSize) {
     file_->Resize(0);
     std::random_device random;
     nonce_ = static_cast<std::uint64_t>(random()) << 32 | random();
     std::memcpy(header_.data(), kMagic, sizeof kMagic);
-    Put(&header_[8], page_size);
-    Put(&header_[12], length);
-    Put(&header_[20], nonce_);
-    Put(&header_[28], Checksum(nonce_, std::span(header_).first(28)));
-    buffer_.assign(header_.begin(), header_.end());
+    Put(&header_[8], owner.page_size);
+    Put(&header_[16], owner.length);
+    Put(&header_[24], nonce_);
+    std::copy(owner.stamp.begin(), owner.stamp.end(), header_.begin() + 32);
+    Put(&header_[40], owner.counters);
+    Put(&header_[kChecksumAt], HeaderChecksum(nonce_, header_));
+    buffer_ = header_;
 }
 
 void Journal::Add(PageNumber page, std::span<const std::uint8_t> image) {
     if (kept_.size() <= page) kept_.resize(page + 1);
     kept_[page] = true;
+    AddRecord(page, image);
+}
+
+void Journal::AddCommon(const CommonJournal::Name& name) {
+    const std::u8string text = StoredPath(name.path, path_).u8string();
+    std::vector<std::uint8_t> record(page_size_);
+    if (text.size() + kCommonPath >= record.size()) Raise(ErrorNumber::InvalidPath, {FromNativePath(name.path)});
+    Put(record.data(), name.nonce);
+    std::copy(text.begin(), text.end(), record.begin() + kCommonPath);
+    AddRecord(kCommonRecord, record);
+}
+
+void Journal::AddRecord(std::uint32_t page, std::span<const std::uint8_t> image) {
     const std::size_t at = buffer_.size();
     buffer_.resize(at + kRecordHead);
     Put(&buffer_[at], page);
@@ -78,7 +117,10 @@ void Journal::Sync() {
 }
 
 void Journal::Finish() {
-    if (!durable_) return system_.Remove(path_);
+    if (!durable_) {
+        file_.reset();
+        return system_.Remove(path_);
+    }
     try {
         file_->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
         file_->Sync();
@@ -87,6 +129,10 @@ void Journal::Finish() {
         file_->Sync();
         throw;
     }
+    Remove();
+}
+
+void Journal::Remove() noexcept {
     try {
         file_.reset();
         system_.Remove(path_);
@@ -95,34 +141,112 @@ void Journal::Finish() {
     }
 }
 
-void Journal::Discard(FileSystem& system, const std::filesystem::path& database, bool durable) {
-    const std::filesystem::path path = PathFor(database);
+bool Journal::Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce) {
+    if (!system.Exists(PathFor(database))) return false;
+    FoundJournal found(system, PathFor(database));
+    if (!found.ReadHeader()) return false;
+    found.ReadRecords();
+    return found.common_ && found.common_->nonce == nonce;
+}
+
+// FoundJournal
+
+FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal)
+    : path_(journal), file_(system.Open(path_, OpenMode::ReadOnly)) {}
+
+FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
+    : FoundJournal(system, Journal::PathFor(file.Path())) {
+    if (!ReadHeader()) return;
+    if (!Belongs(JournalOwner::Of(file, file.Size()))) {
+        state_ = State::Foreign;
+        return;
+    }
+    ReadRecords();
+    state_ = !common_ || CommonJournal::InForce(system, *common_) ? State::InForce : State::Void;
+}
+
+// False when the journal was not begun, or voided; a file that never was a journal is foreign.
+bool FoundJournal::ReadHeader() {
+    std::array<std::uint8_t, kHeaderSize> header{};
+    if (file_->ReadAt(0, header) < kHeaderSize) return false;
+    if (std::all_of(header.begin(), header.end(), [](std::uint8_t byte) { return byte == 0; })) return false;
+    const bool ours = std::memcmp(header.data(), kMagic, sizeof kMagic) == 0;
+    nonce_ = Get<std::uint64_t>(&header[24]);
+    if (!ours || Get<std::uint32_t>(&header[kChecksumAt]) != HeaderChecksum(nonce_, header)) {
+        state_ = State::Foreign;
+        return false;
+    }
+    owner_.page_size = Get<std::uint32_t>(&header[8]);
+    owner_.length = Get<std::uint64_t>(&header[16]);
+    std::copy_n(header.begin() + 32, owner_.stamp.size(), owner_.stamp.begin());
+    owner_.counters = Get<std::uint32_t>(&header[40]);
+    if (owner_.page_size == kJet3.page_size || owner_.page_size == kJet4.page_size) return true;
+    state_ = State::Foreign;
+    return false;
+}
+
+// A file only grows until a commit, which raises the commit counter once.
+bool FoundJournal::Belongs(const JournalOwner& now) const {
+    return owner_.page_size == now.page_size && owner_.stamp == now.stamp && owner_.length <= now.length &&
+           owner_.length >= 3 * owner_.page_size &&
+           (now.counters == owner_.counters || now.counters == RaisedCounters(owner_.counters));
+}
+
+void FoundJournal::ReadRecords() {
+    std::vector<std::uint8_t> record(kRecordHead + owner_.page_size);
+    const auto image = std::span(record).subspan(kRecordHead);
+    std::uint32_t place = 0;
+    for (std::uint64_t at = kHeaderSize; file_->ReadAt(at, record) == record.size(); at += record.size()) {
+        ++place;
+        const auto page = Get<std::uint32_t>(record.data());
+        if (Get<std::uint32_t>(&record[4]) != RecordChecksum(nonce_, page, image)) break;
+        if (page == kCommonRecord) {
+            const auto end = std::find(image.begin() + kCommonPath, image.end(), 0);
+            const std::filesystem::path stored(std::u8string(image.begin() + kCommonPath, end));
+            common_ = {path_.parent_path() / stored, Get<std::uint64_t>(image.data())};
+            continue;
+        }
+        if (page >= PageCount()) break;  // no journal of ours says this
+        if (places_.size() <= page) places_.resize(page + 1);
+        if (places_[page] == 0) places_[page] = place;
+    }
+}
+
+PageNumber FoundJournal::PageCount() const {
+    return static_cast<PageNumber>(owner_.length / owner_.page_size);
+}
+
+void FoundJournal::ReadImage(PageNumber page, std::span<std::uint8_t> image) const {
+    const std::uint64_t record = kRecordHead + owner_.page_size;
+    if (file_->ReadAt(kHeaderSize + (places_[page] - 1) * record + kRecordHead, image) != image.size()) {
+        Raise(ErrorNumber::DiskError, {FromNativePath(path_), u"日志文件不完整。"});
+    }
+}
+
+void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, bool durable) {
+    if (found.state_ == State::InForce) found.PlayBack(file);
+    found.file_.reset();
+    if (found.state_ == State::Foreign) {
+        std::filesystem::path aside = found.path_;
+        return system.Rename(found.path_, aside += UniqueName("-", ""));
+    }
     if (durable) {
-        const auto journal = system.Open(path, OpenMode::ReadWrite);
+        const auto journal = system.Open(found.path_, OpenMode::ReadWrite);
         journal->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
         journal->Sync();
     }
-    system.Remove(path);
+    system.Remove(found.path_);
+    if (found.common_) CommonJournal::RemoveIfUnused(system, *found.common_);
 }
 
-void Journal::PlayBack(FileSystem& system, const std::filesystem::path& database, File& file) {
-    const auto journal = system.Open(PathFor(database), OpenMode::ReadOnly);
-    std::array<std::uint8_t, kHeaderSize> header{};
-    if (journal->ReadAt(0, header) != header.size() || std::memcmp(header.data(), kMagic, sizeof kMagic) != 0) return;
-    const auto page_size = Get<std::uint32_t>(&header[8]);
-    const auto length = Get<std::uint64_t>(&header[12]);
-    const auto nonce = Get<std::uint64_t>(&header[20]);
-    if (Get<std::uint32_t>(&header[28]) != Checksum(nonce, std::span(header).first(28))) return;
-    if (page_size != kJet4.page_size && page_size != kJet3.page_size) return;
-
-    std::vector<std::uint8_t> record(kRecordHead + page_size);
-    const auto image = std::span(record).subspan(kRecordHead);
-    for (std::uint64_t at = kHeaderSize; journal->ReadAt(at, record) == record.size(); at += record.size()) {
-        const auto page = Get<PageNumber>(record.data());
-        if (Get<std::uint32_t>(&record[4]) != RecordChecksum(nonce, page, image)) break;
-        file.WriteAt(static_cast<std::uint64_t>(page) * page_size, image);
+void FoundJournal::PlayBack(File& file) const {
+    std::vector<std::uint8_t> image(owner_.page_size);
+    for (PageNumber page = 0; page < places_.size(); ++page) {
+        if (places_[page] == 0) continue;
+        ReadImage(page, image);
+        file.WriteAt(static_cast<std::uint64_t>(page) * owner_.page_size, image);
     }
-    if (file.Size() > length) file.Resize(length);
+    if (file.Size() > owner_.length) file.Resize(owner_.length);
     file.Sync();
 }
 

@@ -37,9 +37,10 @@ public:
     // a long one looks again for a while before it says yes.
     bool SeesOtherEngine(bool long_look = false);
 
-    bool IsShared() const { return shared_; }
     bool IsReserved() const { return reserved_; }
-    bool IsExclusive() const { return exclusive_; }
+
+    // False in a folder in which nothing may be made: then nobody is kept out.
+    bool CanLock() const { return file_ != nullptr; }
 
 private:
     void Open();

@@ -75,14 +75,14 @@ bool FindRelated(const Relation& relation, const Row& row, RowCursor& cursor) {
 
 std::vector<RowPointer> RelatedRows(const Relation& relation, const Row& row) {
     std::vector<RowPointer> found;
-    RowCursor cursor(relation.other);
+    RowCursor cursor(*relation.other);
     if (!FindRelated(relation, row, cursor)) return found;
     while (cursor.Next()) found.push_back(cursor.Row());
     return found;
 }
 
 bool StillExists(const Relation& relation, RowPointer row) {
-    return RowCursor(relation.other).MoveTo(row);
+    return RowCursor(*relation.other).MoveTo(row);
 }
 
 void ChangeKeys(const Relation& relation, const std::vector<RowPointer>& rows, const Row& values) {
@@ -106,7 +106,7 @@ bool SidesFit(const Table& table, std::size_t real, const Table& other, std::siz
 void CheckReferencedRows(const Table& table, const Row& new_row, const Row* old_row) {
     for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referencing)) {
         if (old_row != nullptr && !AnyDiffers(relation.own_columns, *old_row, new_row)) continue;
-        RowCursor cursor(relation.other);
+        RowCursor cursor(*relation.other);
         if (!FindRelated(relation, new_row, cursor) || cursor.Next()) continue;
         // A row may refer to itself.
         const bool own = relation.other.get() == &table &&
@@ -121,7 +121,7 @@ void CheckReferencingRows(const Table& table, const Row& old_row, const Row* new
         const bool cascades = new_row != nullptr ? relation.own->CascadesUpdates()
                                                  : relation.own->CascadesDeletes() || relation.own->NullsOnDelete();
         if (cascades) continue;
-        RowCursor cursor(relation.other);
+        RowCursor cursor(*relation.other);
         if (!FindRelated(relation, old_row, cursor) || !cursor.Next()) continue;
         // A row that refers to itself alone stands in nobody's way.
         if (relation.other.get() == &table &&

@@ -16,8 +16,6 @@ std::optional<Bytes> SuccessorOf(Bytes key) {
     return key;
 }
 
-RowCursor::RowCursor(std::shared_ptr<const Table> table) : table_(std::move(table)), pager_(table_->GetPager()) {}
-
 void RowCursor::Scan() {
     mode_ = Mode::Scan;
     scan_page_ = 0;

@@ -9,7 +9,8 @@ namespace qmtrain::jet {
 
 class RowCursor {
 public:
-    explicit RowCursor(std::shared_ptr<const Table> table);
+    // The table must outlive the cursor.
+    explicit RowCursor(const Table& table) : table_(&table), pager_(table.GetPager()) {}
 
     const Table& GetTable() const { return *table_; }
 
@@ -48,7 +49,7 @@ private:
     bool NextInIndex();
     bool Load();
 
-    std::shared_ptr<const Table> table_;
+    const Table* table_;
     Pager& pager_;
     Mode mode_ = Mode::Single;
 

@@ -1,6 +1,6 @@
 // Changing the structure: tables, columns, indexes, relationships.
 //
-// Each operation works on a fresh reading of the definitions it changes and drops the loaded Table objects after.
+// Each operation works on a fresh reading of the definitions it changes. Writing one drops the loaded Table object.
 
 #include <algorithm>
 #include <set>
@@ -179,6 +179,7 @@ public:
     void Write() {
         if (EncodedLength(definition, {}) > pager_.GetFormat().max_row) Raise(ErrorNumber::RecordTooLarge, {name_});
         WriteDefinition(pager_, database_.Allocator(), definition);
+        database_.Forget(definition.page);
     }
 
     TableDefinition definition;
@@ -279,15 +280,14 @@ CatalogObject RequireTable(Database& database, std::u16string_view name) {
 
 void CheckRelated(const Table& table, const Table& referenced, const Relationship& relationship, std::size_t own_index,
                   std::size_t referenced_index) {
-    auto shared = table.GetDatabase().TableAt(table.Definition().page);
-    RowCursor rows(shared);
+    RowCursor rows(table);
     rows.Scan();
     std::vector<int> columns;
     for (const KeyColumn& part : table.Definition().real_indexes[own_index].columns) {
         columns.push_back(table.Definition().ColumnByNumber(part.number));
     }
     std::vector<Value> values(columns.size());
-    RowCursor found(referenced.GetDatabase().TableAt(referenced.Definition().page));
+    RowCursor found(referenced);
     while (rows.Next()) {
         bool all_null = true;
         for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -332,7 +332,7 @@ void Database::DropTable(std::u16string_view name) {
     const auto page = static_cast<PageNumber>(object.id);
     {
         const std::shared_ptr<Table> table = TableAt(page);
-        if (table.use_count() > 2) Raise(ErrorNumber::ObjectInUse, {name});
+        if (IsHeld(page)) Raise(ErrorNumber::ObjectInUse, {name});
         for (const LogicalIndex& index : table->Definition().logical_indexes) {
             if (index.side != LogicalIndex::Side::None) Raise(ErrorNumber::UsedInRelationship, {name});
         }
@@ -341,7 +341,7 @@ void Database::DropTable(std::u16string_view name) {
     }
     DefinitionEditor editor(*this, object.name, page);
     editor.RemoveMaps();
-    tables_.erase(page);
+    Forget(page);
     for (const PageNumber part : editor.definition.pages) allocator_.Free(part, PageType::FreedDefinition);
 }
 
@@ -350,7 +350,6 @@ void Database::CreateIndex(std::u16string_view name, const IndexSpec& spec) {
     DefinitionEditor editor(*this, std::u16string(name), page);
     const bool fresh = editor.AddIndex(spec);
     editor.Write();
-    tables_.erase(page);
     if (fresh) TableAt(page)->BuildIndex(editor.definition.real_indexes.size() - 1);
 }
 
@@ -364,7 +363,6 @@ void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
     }
     editor.RemoveLogical(static_cast<std::size_t>(position));
     editor.Write();
-    tables_.erase(page);
 }
 
 void Database::AddColumn(std::u16string_view name, const ColumnSpec& spec) {
@@ -376,12 +374,11 @@ void Database::AddColumn(std::u16string_view name, const ColumnSpec& spec) {
     editor.Write();
     AddColumnProperties(spec, properties);
     SystemCatalog(*this).WriteProperties(object, properties.Write());
-    tables_.erase(page);
     if (!spec.autonumber) return;
     // A counter numbers the rows that are there.
     const std::shared_ptr<Table> table = TableAt(page);
     std::vector<RowPointer> rows;
-    RowCursor cursor(table);
+    RowCursor cursor(*table);
     for (cursor.Scan(); cursor.Next();) rows.push_back(cursor.Row());
     std::int32_t number = 0;
     for (const RowPointer row : rows) {
@@ -409,7 +406,6 @@ void Database::DropColumn(std::u16string_view name, std::u16string_view column) 
     editor.RemoveColumn(static_cast<std::size_t>(position));
     editor.Write();
     SystemCatalog(*this).WriteProperties(object, properties.Write());
-    tables_.erase(page);
 }
 
 void Database::CreateRelationship(const Relationship& relationship) {
@@ -476,8 +472,6 @@ void Database::CreateRelationship(const Relationship& relationship) {
         DefinitionEditor back(*this, relationship.table, own_page);
         back.definition.logical_indexes[back.definition.LogicalByNumber(added.number)].other_number = other_number;
         back.Write();
-        tables_.erase(own_page);
-        tables_.erase(other_page);
         const std::shared_ptr<Table> filled = TableAt(own_page);
         if (fresh) filled->BuildIndex(added.real);
         CheckRelated(*filled, *TableAt(other_page), relationship, added.real, key);
@@ -497,12 +491,10 @@ void Database::DropRelationship(std::u16string_view name) {
         const LogicalIndex index = own.definition.logical_indexes[position];
         own.RemoveLogical(static_cast<std::size_t>(position));
         own.Write();
-        tables_.erase(own_page);
         DefinitionEditor other(*this, found->referenced_table, index.other_table);
         const int other_position = other.definition.LogicalByNumber(index.other_number);
         if (other_position >= 0) other.RemoveLogical(static_cast<std::size_t>(other_position));
         other.Write();
-        tables_.erase(index.other_table);
     }
     SystemCatalog(*this).RemoveRelationship(name);
 }

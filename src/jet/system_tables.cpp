@@ -14,7 +14,7 @@ namespace {
 // Names a system table's columns; other programs may have them in another order.
 class SystemRows {
 public:
-    explicit SystemRows(std::shared_ptr<Table> table) : table_(std::move(table)), cursor_(table_) { cursor_.Scan(); }
+    explicit SystemRows(std::shared_ptr<Table> table) : table_(std::move(table)), cursor_(*table_) { cursor_.Scan(); }
 
     bool Next() { return cursor_.Next(); }
     RowPointer Row() const { return cursor_.Row(); }

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <limits>
-#include <tuple>
 
 #include "jet/database.h"
+#include "jet/entry_sorter.h"
 #include "jet/references.h"
 #include "jet/row_cursor.h"
 
@@ -75,6 +75,14 @@ LongValueWriter Table::LongValues(const Column& column) const {
 }
 
 // Keys
+
+bool Table::IsInGeneralOrder(std::size_t index) const {
+    const std::vector<KeyColumn>& parts = definition_.real_indexes[index].columns;
+    return std::all_of(parts.begin(), parts.end(), [&](const KeyColumn& part) {
+        const Column& column = definition_.columns[definition_.ColumnByNumber(part.number)];
+        return !IsText(column.type) || TextOrderOf(column, pager_.GetHeader()) == TextOrder::General;
+    });
+}
 
 bool Table::HasKeys(std::size_t index, std::span<const Value> values) const {
     const RealIndex& real = definition_.real_indexes[index];
@@ -194,36 +202,38 @@ void Table::EraseEntry(std::size_t index, const Row& row, RowPointer where) {
 }
 
 void Table::BuildIndex(std::size_t index) {
-    auto self = database_.TableAt(definition_.page);
     std::vector<bool> wanted(definition_.columns.size());
     for (const KeyColumn& part : definition_.real_indexes[index].columns) {
         wanted[definition_.ColumnByNumber(part.number)] = true;
     }
-    RowCursor cursor(self);
+    RowCursor cursor(*this);
     cursor.Scan();
     Row row(definition_.columns.size());
-    struct Entry {
-        Bytes key;
-        RowPointer row;
-        bool exempt;  // all Null: may stand in a unique index many times
-    };
-    std::vector<Entry> entries;
+    EntrySorter entries(pager_.Files());
+    Bytes entry;
     while (cursor.Next()) {
         for (std::size_t i = 0; i < wanted.size(); ++i) {
             if (wanted[i]) cursor.Read(i, row[i]);
         }
         CheckTextOrder(index, row);
-        Entry entry{{}, cursor.Row(), AllNull(index, row)};
-        if (!KeyOf(index, row, entry.key)) continue;
-        CheckUnique(index, row, entry.key, {});  // the tree is empty yet: this is about Nulls
-        entries.push_back(std::move(entry));
+        if (!KeyOf(index, row, entry)) continue;
+        CheckUnique(index, row, entry, {});  // the tree is empty yet: this is about Nulls
+        AppendRowPointer(cursor.Row(), entry);
+        entry.push_back(AllNull(index, row) ? 1 : 0);  // such a key may stand in a unique index many times
+        entries.Add(entry);
     }
-    std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return std::tie(a.key, a.row) < std::tie(b.key, b.row); });
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const bool twice = i > 0 && entries[i - 1].key == entries[i].key && !entries[i].exempt;
-        if (twice && definition_.real_indexes[index].IsUnique()) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
-        AddEntry(index, entries[i].key, entries[i].row);
+    Bytes key;
+    Bytes previous;
+    for (bool first = true; entries.Next(entry); first = false) {
+        const bool exempt = entry.back() != 0;
+        entry.pop_back();
+        const RowPointer where = RowPointerOf(entry);
+        key.assign(entry.begin(), entry.end() - kRowPointerBytes);
+        if (!first && key == previous && !exempt && definition_.real_indexes[index].IsUnique()) {
+            Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+        }
+        AddEntry(index, key, where);
+        std::swap(key, previous);
     }
 }
 
@@ -309,7 +319,7 @@ RowPointer Table::Locate(RowPointer row) const {
 }
 
 void Table::ReadColumns(RowPointer row, const std::vector<bool>& wanted, Row& values) const {
-    RowCursor cursor(database_.TableAt(definition_.page));
+    RowCursor cursor(*this);
     if (!cursor.MoveTo(row)) Raise(ErrorNumber::RecordDeleted);
     values.resize(wanted.size());
     for (std::size_t i = 0; i < wanted.size(); ++i) {
@@ -406,7 +416,7 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
     std::vector<RowField> fields(definition_.columns.size());
     std::vector<std::pair<std::size_t, Bytes>> replaced;  // references of long values to be given back
     {
-        RowCursor cursor(database_.TableAt(definition_.page));
+        RowCursor cursor(*this);
         if (!cursor.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
         const RowView& view = cursor.View();
         for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -446,7 +456,7 @@ void Table::Delete(RowPointer where) {
     for (std::size_t i = 0; i < definition_.real_indexes.size(); ++i) EraseEntry(i, row, where);
     std::vector<std::pair<std::size_t, Bytes>> long_values;
     {
-        RowCursor cursor(database_.TableAt(definition_.page));
+        RowCursor cursor(*this);
         if (!cursor.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
         for (std::size_t i = 0; i < definition_.columns.size(); ++i) {
             if (!IsLongValue(definition_.columns[i].type)) continue;

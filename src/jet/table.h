@@ -50,6 +50,9 @@ public:
     // The number that the last Insert gave to the counter column; 0 when it gave none.
     std::int32_t LastAutonumber() const { return last_autonumber_; }
 
+    // Whether all texts in an index are in the General order, the one of comparisons.
+    bool IsInGeneralOrder(std::size_t index) const;
+
     // Whether the keys of these leading columns of an index can be computed.
     bool HasKeys(std::size_t index, std::span<const Value> values) const;
 

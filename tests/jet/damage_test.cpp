@@ -74,7 +74,7 @@ public:
 
     // Tries to change each table; what is refused must be undone.
     void Change() {
-        if (!database_ || !database_->GetPager().ReadOnlyReason().empty()) return;
+        if (!database_ || !database_->ReadOnlyReason().empty()) return;
         test::ChangeEverything(*database_, [](const std::function<void()>& body) { return ProblemOf(body).empty(); });
     }
 
@@ -243,7 +243,7 @@ Anatomy MakeHealthy() {
         anatomy.data = table->OwnedMap().Next(1);
         anatomy.root = definition.real_indexes[0].root;
         anatomy.leaf = table->Tree(0).FindLeaf({});
-        RowCursor cursor(table);
+        RowCursor cursor(*table);
         cursor.Scan();
         cursor.Next();
         anatomy.chain = cursor.OpenLongValue(2)->Slots().front();

@@ -80,7 +80,7 @@ public:
         const auto table = database_->FindTable(EveryType().name);
         ASSERT_EQ(table->RowCount(), static_cast<std::int64_t>(model_.size()));
         std::size_t rows = 0;
-        RowCursor cursor(table);
+        RowCursor cursor(*table);
         for (cursor.Scan(); cursor.Next(); ++rows) {
             const auto expected = model_.find(cursor.Row());
             ASSERT_NE(expected, model_.end());

@@ -15,6 +15,7 @@ namespace {
 using test::ErrorOf;
 using test::ExpectClean;
 using test::Insert;
+using test::PagesOf;
 using test::Rows;
 using test::Write;
 
@@ -169,7 +170,7 @@ TEST_F(PagerTest, BigFilesWithASmallCache) {
             for (int i = 0; i < 28; ++i)
                 table->Insert(std::vector<Value>{Bytes(5 << 20, static_cast<std::uint8_t>(i))});
         });
-        EXPECT_GT(database->GetPager().PageCount(), 32736U);
+        EXPECT_GT(PagesOf(*database), 32736U);
         ExpectClean(*database);
         Write(*database, [&] { database->DropTable(u"Big"); });
         Insert(*database, u"T", {500, u"after", std::u16string(100000, u'后')});

@@ -64,8 +64,8 @@ public:
 
     // Every row that belongs into the index is found through a range on its own key.
     void FindEachRow() {
-        RowCursor rows(table_);
-        RowCursor found(table_);
+        RowCursor rows(*table_);
+        RowCursor found(*table_);
         for (rows.Scan(); rows.Next();) {
             const std::vector<Value> values = KeyValues(rows);
             const bool left_out =
@@ -105,7 +105,7 @@ private:
 
     std::vector<RowPointer> Walk(bool backwards) {
         std::vector<RowPointer> rows;
-        RowCursor cursor(table_);
+        RowCursor cursor(*table_);
         for (cursor.Range(index_, {}, std::nullopt, backwards); cursor.Next();) rows.push_back(cursor.Row());
         return rows;
     }

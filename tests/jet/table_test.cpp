@@ -15,6 +15,7 @@ namespace {
 using test::ErrorOf;
 using test::ExpectClean;
 using test::Insert;
+using test::PagesOf;
 using test::Rows;
 using test::Write;
 
@@ -286,7 +287,7 @@ TEST_F(TableTest, ManyRowsUnderOneKey) {
     Write(*database, [&] {
         database->CreateTable({.name = u"Seen", .columns = {{.name = u"Row", .type = ColumnType::Long}}});
         const auto seen = database->FindTable(u"Seen");
-        RowCursor cursor(database->FindTable(u"TrainInfo"));
+        RowCursor cursor(*database->FindTable(u"TrainInfo"));
         for (cursor.Range(0, {}, std::nullopt); cursor.Next(); ++walked) seen->Insert(std::vector<Value>{walked});
     });
     EXPECT_EQ(walked, kRows);
@@ -294,7 +295,7 @@ TEST_F(TableTest, ManyRowsUnderOneKey) {
 
 TEST_F(TableTest, ChineseOrderTakesAsciiOnly) {
     auto database = Create({.sort_order = kChineseOrder});
-    EXPECT_EQ(database->GetPager().GetHeader().code_page, 936);
+    EXPECT_EQ(database->CodePage(), 936);
     Write(*database, [&] {
         database->CreateTable({.name = u"Notes",
                                .columns = {{.name = u"Name"}, {.name = u"Content"}},
@@ -356,7 +357,7 @@ TEST_F(TableTest, LongValuesOfAllLengths) {
     }
     EXPECT_EQ(Rows(*database, u"T"), expected);
     ExpectClean(*database);
-    const PageNumber pages = database->GetPager().PageCount();
+    const PageNumber pages = PagesOf(*database);
     for (int round = 0; round < 3; ++round) {
         for (std::size_t i = 0; i < rows.size(); ++i) {
             const std::vector<ColumnChange> swapped = {{0, expected[rows.size() - 1 - i][0]},
@@ -365,7 +366,7 @@ TEST_F(TableTest, LongValuesOfAllLengths) {
         }
         ExpectClean(*database);
     }
-    EXPECT_LT(database->GetPager().PageCount(), pages * 2) << "freed pages are used again";
+    EXPECT_LT(PagesOf(*database), pages * 2) << "freed pages are used again";
 }
 
 TEST_F(TableTest, LinkedTablesOpenThrough) {

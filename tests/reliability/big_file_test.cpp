@@ -82,7 +82,7 @@ TEST_F(BigFileTest, UpToTheLimit) {
         const auto database = Open();
         Fill(*database, u"O", 3 << 20);
         Insert(*database, u"T", SampleRow(500));
-        EXPECT_GT(database->GetPager().PageCount(), (kLimit - 2 * kRoom) / kPage);
+        EXPECT_GT(PagesOf(*database), (kLimit - 2 * kRoom) / kPage);
         const auto rows = Rows(*database, u"T").size();
         EXPECT_EQ(ErrorOf([&] { Fill(*database, u"O", 9 << 20); }),
                   static_cast<std::int32_t>(ErrorNumber::DatabaseTooLarge));

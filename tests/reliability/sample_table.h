@@ -37,7 +37,7 @@ inline void DeleteRows(jet::Database& database, std::size_t count) {
     const auto table = database.FindTable(u"T");
     std::vector<jet::RowPointer> rows;
     {
-        jet::RowCursor cursor(table);
+        jet::RowCursor cursor(*table);
         for (cursor.Scan(); cursor.Next() && rows.size() < count;) rows.push_back(cursor.Row());
     }
     for (const jet::RowPointer row : rows) table->Delete(row);

@@ -109,7 +109,7 @@ void Commands::Dump(const std::string& name) {
     for (const jet::Column& column : table->Definition().columns) columns.push_back(column.name);
     writer_.Begin(columns);
     std::vector<Value> row(columns.size());
-    jet::RowCursor cursor(table);
+    jet::RowCursor cursor(*table);
     for (cursor.Scan(); cursor.Next();) {
         for (std::size_t i = 0; i < row.size(); ++i) cursor.Read(i, row[i]);
         writer_.Row(row);

@@ -15,7 +15,7 @@ namespace qmtrain::test {
 using Attempt = std::function<bool(const std::function<void()>&)>;
 
 inline void ReadTable(const std::shared_ptr<jet::Table>& table, const Attempt& attempt) {
-    jet::RowCursor cursor(table);
+    jet::RowCursor cursor(*table);
     Value value;
     attempt([&] {
         for (cursor.Scan(); cursor.Next();) {
@@ -64,7 +64,7 @@ inline void ChangeRow(jet::Database& database, const std::u16string& name, RowCh
     }
     jet::RowPointer first;
     {
-        jet::RowCursor cursor(table);
+        jet::RowCursor cursor(*table);
         cursor.Scan();
         if (change != RowChange::Insert && cursor.Next()) first = cursor.Row();
     }

@@ -156,7 +156,7 @@ void Compare(const Reader& reader, const std::shared_ptr<Table>& table, std::vec
         }
         remaining[key].push_back(std::move(line));
     }
-    RowCursor cursor(table);
+    RowCursor cursor(*table);
     std::vector<Value> row(columns.size());
     for (cursor.Scan(); cursor.Next();) {
         for (std::size_t i = 0; i < row.size(); ++i) cursor.Read(i, row[i]);

@@ -26,12 +26,17 @@ inline jet::RowPointer Insert(jet::Database& database, std::u16string_view table
     return where;
 }
 
+inline std::uint32_t PagesOf(jet::Database& database) {
+    const jet::Database::Reading reading(database);
+    return database.PageCount();
+}
+
 // The rows of a table in the order of their storing, values of one row after the other.
 inline std::vector<std::vector<Value>> Rows(jet::Database& database, std::u16string_view name) {
     const jet::Database::Reading reading(database);
     const auto table = database.FindTable(name);
     std::vector<std::vector<Value>> rows;
-    jet::RowCursor cursor(table);
+    jet::RowCursor cursor(*table);
     for (cursor.Scan(); cursor.Next();) {
         rows.emplace_back(table->Definition().columns.size());
         for (std::size_t i = 0; i < rows.back().size(); ++i) cursor.Read(i, rows.back()[i]);

@@ -1,0 +1,136 @@
+#include "jet/common_journal.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <random>
+
+#include "core/error.h"
+#include "jet/bytes.h"
+#include "jet/checksum.h"
+#include "jet/journal.h"
+#include "jet/unique_name.h"
+
+namespace qmtrain::jet {
+namespace {
+
+constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'C', 'm', 't'};
+constexpr std::size_t kHead = 24;
+constexpr std::uint32_t kMaxLength = 1 << 20;
+
+struct Content {
+    std::uint64_t nonce = 0;
+    std::vector<std::filesystem::path> databases;
+};
+
+std::vector<std::uint8_t> Write(const Content& content) {
+    std::vector<std::uint8_t> bytes(kHead);
+    std::memcpy(bytes.data(), kMagic, sizeof kMagic);
+    Put(&bytes[16], content.nonce);
+    for (const std::filesystem::path& database : content.databases) {
+        const std::u8string text = database.u8string();
+        bytes.insert(bytes.end(), text.begin(), text.end());
+        bytes.push_back(0);
+    }
+    Put(&bytes[8], static_cast<std::uint32_t>(bytes.size()));
+    Put(&bytes[12], Checksum(content.nonce, std::span(bytes).subspan(16)));
+    return bytes;
+}
+
+// Nothing when it is not whole, or void.
+std::optional<Content> Read(File& file) {
+    std::vector<std::uint8_t> bytes(kHead);
+    if (file.ReadAt(0, bytes) != kHead || std::memcmp(bytes.data(), kMagic, sizeof kMagic) != 0) return std::nullopt;
+    const auto length = Get<std::uint32_t>(&bytes[8]);
+    if (length < kHead || length > kMaxLength) return std::nullopt;
+    bytes.resize(length);
+    if (file.ReadAt(0, bytes) != length) return std::nullopt;
+    Content content{Get<std::uint64_t>(&bytes[16]), {}};
+    if (Get<std::uint32_t>(&bytes[12]) != Checksum(content.nonce, std::span(bytes).subspan(16))) return std::nullopt;
+    for (auto at = bytes.begin() + kHead; at != bytes.end();) {
+        const auto end = std::find(at, bytes.end(), 0);
+        if (end == bytes.end()) return std::nullopt;
+        content.databases.emplace_back(std::u8string(at, end));
+        at = end + 1;
+    }
+    return content;
+}
+
+}  // namespace
+
+CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable)
+    : system_(system), durable_(durable) {
+    std::random_device random;
+    name_.nonce = static_cast<std::uint64_t>(random()) << 32 | random();
+    name_.path = databases.front();
+    name_.path += UniqueName("-commit-", "");
+    Content content{name_.nonce, {}};
+    for (const std::filesystem::path& database : databases) content.databases.push_back(std::filesystem::absolute(database));
+    content_ = Write(content);
+    file_ = system.Open(name_.path, OpenMode::CreateNew);
+    try {
+        file_->WriteAt(0, content_);
+        if (!durable) return;
+        file_->Sync();
+        system.SyncFolder(name_.path.parent_path());
+    } catch (...) {
+        Discard();
+        throw;
+    }
+}
+
+void CommonJournal::Finish() {
+    if (!durable_) {
+        file_.reset();
+        return system_.Remove(name_.path);
+    }
+    try {
+        file_->WriteAt(0, std::vector<std::uint8_t>(kHead));
+        file_->Sync();
+    } catch (const AutomationError&) {
+        undecided_ = true;
+        file_->WriteAt(0, content_);  // all of it is written anew, so this sync speaks of it again
+        file_->Sync();
+        undecided_ = false;
+        throw;
+    }
+    Discard();
+}
+
+void CommonJournal::Discard() noexcept {
+    try {
+        file_.reset();
+        system_.Remove(name_.path);
+    } catch (const AutomationError&) {
+        // Whoever rolls back the last file that names it removes it.
+    }
+}
+
+bool CommonJournal::InForce(FileSystem& system, const Name& name) {
+    if (!system.Exists(name.path)) {
+        const std::filesystem::path folder = name.path.parent_path();
+        if (folder.empty() || system.Exists(folder)) return false;
+        Raise(ErrorNumber::DiskError,
+              {FromNativePath(name.path), u"文件夹无法访问，不能确定上一次涉及多个文件的更改是否完成。"});
+    }
+    const auto file = system.Open(name.path, OpenMode::ReadOnly);
+    const std::optional<Content> content = Read(*file);
+    return content && content->nonce == name.nonce;
+}
+
+void CommonJournal::RemoveIfUnused(FileSystem& system, const Name& name) noexcept {
+    try {
+        if (!system.Exists(name.path)) return;
+        if (const std::optional<Content> content = Read(*system.Open(name.path, OpenMode::ReadOnly))) {
+            if (content->nonce != name.nonce) return;
+            for (const std::filesystem::path& database : content->databases) {
+                if (Journal::Names(system, database, name.nonce)) return;
+            }
+        }
+        system.Remove(name.path);
+    } catch (const AutomationError&) {
+        // It stays.
+    }
+}
+
+}  // namespace qmtrain::jet

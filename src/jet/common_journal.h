@@ -1,0 +1,58 @@
+// The journal of a transaction that changes several files: as long as it is in force, the journals of the files that
+// name it are to be rolled back; once it is gone, they mean nothing any more. So its end is the one moment at which the
+// changes of all files stand.
+//
+//   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
+//
+// It lies beside the first of the databases: "Client.mdb-commit-0123456789abcdef".
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/files.h"
+
+namespace qmtrain::jet {
+
+class CommonJournal {
+public:
+    // What the journal of a file remembers of it.
+    struct Name {
+        std::filesystem::path path;
+        std::uint64_t nonce = 0;
+    };
+
+    // Starts one. It is safe on the disk when this returns.
+    CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable);
+
+    const Name& GetName() const { return name_; }
+
+    // The changes stand when this returns. When it fails they do not, unless IsUndecided().
+    void Finish();
+
+    // Finish failed so that nobody knows yet what the disk holds: whoever opens the files next goes by what he finds.
+    bool IsUndecided() const { return undecided_; }
+
+    // Removes it when every file has been rolled back.
+    void Discard() noexcept;
+
+    // Whether the transaction of that name did not come to its end. Raises DiskError when nobody can tell, for the
+    // folder is out of reach.
+    static bool InForce(FileSystem& system, const Name& name);
+
+    // Removes it when no journal names it any more. It may stay for ever otherwise, which does no harm.
+    static void RemoveIfUnused(FileSystem& system, const Name& name) noexcept;
+
+private:
+    FileSystem& system_;
+    Name name_;
+    bool durable_;
+    bool undecided_ = false;
+    std::vector<std::uint8_t> content_;
+    std::unique_ptr<File> file_;
+};
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,75 @@
+// How one file is shared: its locks, the commits of others, and sessions of other database engines.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+#include "jet/lock_file.h"
+#include "jet/page_file.h"
+
+namespace qmtrain::jet {
+
+class FileShare {
+public:
+    FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout);
+
+    // Each raises LockedByOther when the time limit passes; what was locked before is then still locked.
+    void LockToRead() { locks_.LockShared(); }
+    void LockToChange();  // one at a time. Raises FileInUse when another engine has the file open
+    void LockToWrite() { locks_.LockExclusive(); }
+    void Unlock() noexcept { locks_.UnlockAll(); }
+
+    // Looks at the file once reading or changing may begin. True when what was read from it earlier may be old.
+    bool NoticeChanges();
+
+    // Looks whether another engine has the file open, now and then only.
+    void NoticeOtherEngines();
+
+    // Raises FileInUse: nobody could keep two engines that write apart.
+    void RequireNoOtherEngine();
+
+    // Another engine has the file open and writes as it likes.
+    bool IsWithOtherEngine() const { return with_other_engine_; }
+
+    // The bytes of the file when it was last looked at.
+    std::uint64_t Size() const { return size_; }
+
+    // The next look counts as news.
+    void ForgetSeen() { counters_.clear(); }
+
+    // Our own commit: no news to us. Lets readers in again.
+    void Committed(std::vector<std::uint8_t> counters, std::uint64_t size);
+
+    // Calls `body` with nobody else in the file, and returns to the lock that was held. False, and no call, when the
+    // file cannot be locked at all.
+    template <class Body>
+    bool Alone(Body body);
+
+private:
+    PageFile& file_;
+    LockFile locks_;
+    std::vector<std::uint8_t> counters_;  // commit counters as last seen
+    std::uint64_t size_ = 0;
+    bool with_other_engine_ = false;
+    std::chrono::steady_clock::time_point looked_for_engines_;
+};
+
+template <class Body>
+bool FileShare::Alone(Body body) {
+    if (!locks_.CanLock()) return false;
+    const bool reserved = locks_.IsReserved();
+    if (!reserved) {
+        locks_.UnlockAll();
+        locks_.LockReserved();
+    }
+    RequireNoOtherEngine();
+    locks_.LockExclusive();
+    body();
+    locks_.UnlockExclusive();
+    if (!reserved) locks_.UnlockAll();
+    locks_.LockShared();
+    return true;
+}
+
+}  // namespace qmtrain::jet

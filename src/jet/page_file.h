@@ -1,0 +1,68 @@
+// The database file itself: its header, and its pages as they are once the page cipher is off.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "core/files.h"
+#include "jet/header.h"
+#include "jet/page_cache.h"
+
+namespace qmtrain::jet {
+
+class PageFile {
+public:
+    // Opens for reading only when `read_only` says so, or when the system or the version does not allow more. Raises
+    // FileNotFound, UnknownFormat, PasswordInvalid …
+    PageFile(FileSystem& system, std::filesystem::path path, bool read_only);
+
+    const std::filesystem::path& Path() const { return path_; }
+    const FileIdentity& Identity() const { return identity_; }
+    const std::u16string& Name() const { return identity_.name; }
+    const Format& GetFormat() const { return *identity_.format; }
+    const Header& GetHeader() const { return header_; }
+
+    // Why the file is not to be written; empty when it is.
+    const std::u16string& ReadOnlyReason() const { return read_only_reason_; }
+
+    // Page images as they stand in the file. The first one returns what could be read.
+    std::size_t ReadStored(PageNumber first, std::span<const std::span<std::uint8_t>> parts);
+    void ReadStored(PageNumber page, std::span<std::uint8_t> image);
+
+    // Consecutive pages. Raises FileDamaged when the file ends before.
+    void Read(PageNumber first, std::span<const std::span<std::uint8_t>> parts);
+
+    // A page that another engine may be writing: it counts when two readings agree and it fits together. What never
+    // does is left to those who use it.
+    void ReadUntilWhole(PageNumber page, std::span<std::uint8_t> bytes);
+
+    // Writes what the frames hold; they are in order.
+    void Write(std::span<Frame* const> frames);
+
+    std::uint64_t Size() { return file_->Size(); }
+    void Resize(std::uint64_t size) { file_->Resize(size); }
+    void Sync() { file_->Sync(); }
+
+    // The commit counters of page 0, by which every user of the file notices a commit of another.
+    std::vector<std::uint8_t> CommitCounters();
+
+    File& Handle() { return *file_; }
+    void ApplyPageCipher(PageNumber number, std::span<std::uint8_t> page) const;
+    [[noreturn]] void Damaged(PageNumber page, std::u16string_view what) const;
+
+private:
+    void Open(bool read_only);
+    void ReadFileHeader();
+
+    FileSystem& system_;
+    std::filesystem::path path_;
+    FileIdentity identity_;
+    std::u16string read_only_reason_;
+    std::unique_ptr<File> file_;
+    Header header_;
+};
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,107 @@
+// Databases that change together. A session has the scopes that are open over any number of files, and commits what
+// they have changed as one.
+//
+// A ReadScope sees one state of each file that it looks at, from the first look on. A WriteScope is all or nothing:
+// without Commit() it leaves no trace in any file. Write scopes nest; the outermost one brings the changes into the
+// files, an inner one can be undone alone. Scopes are short (one statement); transactions, which a host begins and ends,
+// span many of them.
+//
+// A file takes part in a scope from the first look at one of its pages on. It is locked for changing when it is reached
+// through the links of a file that is being changed, else for reading.
+//
+// Several threads may use the databases of one session: a scope that is open keeps the others waiting. Objects of their
+// own (cursors, tables, record sets) each belong to one thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <vector>
+
+namespace qmtrain::jet {
+
+class Pager;
+
+class Session {
+public:
+    Session() = default;
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    // Transactions over all files of the session; they nest. Files are locked when they are first changed.
+    void BeginTransaction();
+
+    // Each raises TransactionNotStarted when none is open, or it was begun outside a scope that is still open. A commit
+    // that fails has undone the transaction in all files.
+    void CommitTransaction();
+    void RollbackTransaction();
+
+private:
+    friend class Pager;
+    friend class ReadScope;
+    friend class WriteScope;
+
+    // A level of change. `home`: the file through which it changes others; null: a transaction.
+    struct Level {
+        const Pager* home;
+    };
+
+    void Join(Pager& pager);
+    void JoinReading(Pager& pager);
+    void JoinChanging(Pager& pager);
+    void RequireReading(Pager& pager);
+    void RequireChanging(Pager& pager);
+    bool IsChanging(const Pager& home) const;
+    void Remove(Pager& pager) noexcept;
+
+    // Levels are ended from the innermost; to end one undoes those that are still open inside it.
+    std::size_t OpenLevel(const Pager* home);
+    void CommitLevel(std::size_t level);
+    void UndoLevel(std::size_t level) noexcept;
+    void CommitFiles();
+    bool UndoFiles() noexcept;
+    void LeaveChanging() noexcept;
+
+    void OpenScope() { ++scopes_; }
+    void CloseScope() noexcept;
+
+    std::recursive_mutex mutex_;
+    std::vector<Level> levels_;      // outermost first
+    std::vector<Pager*> changing_;   // files with as many levels as there are here
+    std::vector<Pager*> reading_;    // files locked for reading until the last scope ends
+    int scopes_ = 0;                 // ReadScopes and WriteScopes that are open
+    int read_scopes_ = 0;            // the ReadScopes among them
+};
+
+class ReadScope {
+public:
+    explicit ReadScope(Pager& pager);
+    ReadScope(const ReadScope&) = delete;
+    ReadScope& operator=(const ReadScope&) = delete;
+    ~ReadScope() { Close(); }
+
+private:
+    void Close() noexcept;
+
+    Session& session_;
+    std::scoped_lock<std::recursive_mutex> lock_;
+};
+
+class WriteScope {
+public:
+    // Raises ReadOnly, LockedByOther, FileInUse …
+    explicit WriteScope(Pager& pager);
+    WriteScope(const WriteScope&) = delete;
+    WriteScope& operator=(const WriteScope&) = delete;
+    ~WriteScope();
+
+    // Raises DiskFull, LockedByOther …; then the scope is undone.
+    void Commit();
+
+private:
+    Session& session_;
+    std::scoped_lock<std::recursive_mutex> lock_;
+    std::size_t level_ = 0;
+    bool open_ = true;
+};
+
+}  // namespace qmtrain::jet

@@ -1,0 +1,130 @@
+#include "jet/transaction.h"
+
+#include <algorithm>
+
+namespace qmtrain::jet {
+
+void Transaction::OpenLevel(PageNumber page_count) {
+    levels_.push_back({ImageStore(system_, file_.GetFormat().page_size), page_count});
+}
+
+void Transaction::KeepImage(const Frame& frame) {
+    if (levels_.size() < 2) return;
+    Level& level = levels_.back();
+    if (frame.number >= level.page_count || level.images.Has(frame.number)) return;
+    level.images.Keep(frame.number, {frame.data, file_.GetFormat().page_size});
+}
+
+bool Transaction::HasRestored(PageNumber page) const {
+    return std::any_of(restored_.begin(), restored_.end(), [&](const ImageStore& store) { return store.Has(page); });
+}
+
+void Transaction::TakeRestored(PageNumber page, std::span<std::uint8_t> bytes) {
+    for (ImageStore& store : restored_) {
+        if (!store.Has(page)) continue;
+        store.Read(page, bytes);
+        store.Drop(page);
+    }
+}
+
+void Transaction::DropRestored(PageNumber page) {
+    for (ImageStore& store : restored_) store.Drop(page);
+}
+
+std::vector<PageNumber> Transaction::Restored() const {
+    std::vector<PageNumber> pages;
+    for (const ImageStore& store : restored_) {
+        const std::vector<PageNumber> own = store.Pages();
+        pages.insert(pages.end(), own.begin(), own.end());
+    }
+    return pages;
+}
+
+void Transaction::CommitLevel() {
+    if (levels_.size() == 2) {
+        levels_.pop_back();
+        return;
+    }
+    const Level& done = levels_.back();
+    Level& outer = levels_[levels_.size() - 2];
+    std::vector<std::uint8_t> image(file_.GetFormat().page_size);
+    for (const PageNumber page : done.images.Pages()) {
+        if (page >= outer.page_count || outer.images.Has(page)) continue;
+        done.images.Read(page, image);
+        outer.images.Keep(page, image);
+    }
+    levels_.pop_back();
+}
+
+PageNumber Transaction::UndoLevel() noexcept {
+    Level level = std::move(levels_.back());
+    levels_.pop_back();
+    const PageNumber page_count = level.page_count;
+    for (const PageNumber page : level.images.Pages()) {
+        if (Frame* frame = cache_.Find(page)) cache_.Forget(frame);
+    }
+    cache_.ForgetFrom(page_count);
+    restored_.push_back(std::move(level.images));
+    for (ImageStore& store : restored_) {
+        for (const PageNumber page : store.Pages()) {
+            if (page >= page_count) store.Drop(page);
+        }
+    }
+    std::erase_if(restored_, [](const ImageStore& store) { return store.Empty(); });
+    return page_count;
+}
+
+void Transaction::WriteBack(const CommonJournal::Name* common) {
+    const std::vector<Frame*> dirty = cache_.DirtyInOrder();
+    share_.LockToWrite();
+    const std::uint32_t page_size = file_.GetFormat().page_size;
+    const PageNumber old_pages = levels_.front().page_count;
+    if (!journal_) {
+        share_.RequireNoOtherEngine();
+        const std::uint64_t length = std::uint64_t{old_pages} * page_size;
+        journal_ = std::make_unique<Journal>(system_, file_.Path(), JournalOwner::Of(file_, length), durable_);
+    }
+    std::vector<std::uint8_t> image(page_size);
+    for (const Frame* frame : dirty) {
+        if (frame->number >= old_pages || !journal_->NeedsImage(frame->number)) continue;
+        file_.ReadStored(frame->number, image);
+        journal_->Add(frame->number, image);
+    }
+    if (common != nullptr) journal_->AddCommon(*common);
+    journal_->Sync();
+    file_.Write(dirty);
+    for (Frame* frame : dirty) {
+        if (frame->pins == 0) cache_.MarkClean(*frame);  // one in somebody's hands may change after this moment
+    }
+}
+
+void Transaction::CompleteFile(PageNumber page_count) {
+    const std::uint64_t size = std::uint64_t{page_count} * file_.GetFormat().page_size;
+    if (file_.Size() > size) file_.Resize(size);
+    if (durable_) file_.Sync();
+}
+
+void Transaction::Close() {
+    for (Frame* frame : cache_.DirtyInOrder()) cache_.MarkClean(*frame);
+    journal_.reset();
+    levels_.clear();
+    restored_.clear();
+}
+
+Transaction::Undone Transaction::UndoAll() noexcept {
+    Undone undone{levels_.front().page_count, true};
+    cache_.ForgetDirty();
+    levels_.clear();
+    restored_.clear();
+    if (!journal_) return undone;
+    cache_.ForgetAll();  // what was written back early is in the file, and in clean frames
+    try {
+        journal_.reset();
+        FoundJournal::Resolve(FoundJournal(system_, file_), system_, file_.Handle(), durable_);
+    } catch (const AutomationError&) {
+        undone.complete = false;
+    }
+    return undone;
+}
+
+}  // namespace qmtrain::jet

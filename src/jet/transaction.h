@@ -1,0 +1,80 @@
+// What one file has open against the day it is undone: nested levels with the images of their pages, and the journal
+// behind which changed pages go into the file.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "jet/file_share.h"
+#include "jet/image_store.h"
+#include "jet/journal.h"
+#include "jet/page_cache.h"
+#include "jet/page_file.h"
+
+namespace qmtrain::jet {
+
+class Transaction {
+public:
+    Transaction(FileSystem& system, PageFile& file, FileShare& share, PageCache& cache, bool durable)
+        : system_(system), file_(file), share_(share), cache_(cache), durable_(durable) {}
+
+    bool IsOpen() const { return !levels_.empty(); }
+    void OpenLevel(PageNumber page_count);
+
+    // Before a page is changed: its content as it was when the innermost level began.
+    void KeepImage(const Frame& frame);
+
+    // What an undone level has put in the place of a page that is not in the cache.
+    bool HasRestored(PageNumber page) const;
+    void TakeRestored(PageNumber page, std::span<std::uint8_t> bytes);
+    void DropRestored(PageNumber page);
+    std::vector<PageNumber> Restored() const;
+
+    // Ends an inner level. To undo it writes nothing, and so cannot fail. Returns the number of pages then.
+    void CommitLevel();
+    PageNumber UndoLevel() noexcept;
+
+    // Brings the changed pages into the file, their old content safe in the journal. `common`: the journal of the
+    // transaction over several files of which this is a part; null: none, or not yet.
+    void WriteBack(const CommonJournal::Name* common = nullptr);
+    bool HasWritten() const { return journal_ != nullptr; }
+
+    // After the last WriteBack: the file gets its length and is safe on the disk.
+    void CompleteFile(PageNumber page_count);
+
+    // The change of this file alone stands when this returns.
+    void Finish() { journal_->Finish(); }
+
+    // The common journal is gone: this one means nothing any more.
+    void FinishInCommon() noexcept { journal_->Remove(); }
+
+    // The commit is complete, and what the cache holds is what the file holds.
+    void Close();
+
+    // Puts everything back as it was. Whatever fails, the journal stays and is rolled back by whoever opens a scope
+    // next. Returns the number of pages then, and whether it went well.
+    struct Undone {
+        PageNumber page_count;
+        bool complete;
+    };
+    Undone UndoAll() noexcept;
+
+private:
+    // The images of pages as they were when the level began, for those changed since.
+    struct Level {
+        ImageStore images;
+        PageNumber page_count;
+    };
+
+    FileSystem& system_;
+    PageFile& file_;
+    FileShare& share_;
+    PageCache& cache_;
+    bool durable_;
+    std::vector<Level> levels_;         // outermost first; that one has no images, for the file holds them
+    std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
+    std::unique_ptr<Journal> journal_;
+};
+
+}  // namespace qmtrain::jet
