@@ -1,5 +1,6 @@
 #include "dao/engine.h"
 
+#include "core/error.h"
 #include "dao/jet_database.h"
 
 namespace qmtrain::dao {
@@ -9,6 +10,19 @@ std::unique_ptr<SystemEngine> ChosenEngine() {
     return nullptr;
 }
 #endif
+
+namespace {
+
+// Another error is on its way to the host.
+void RollbackQuietly(SystemEngine& system) {
+    try {
+        system.Rollback();
+    } catch (const AutomationError&) {
+        // Its transaction ended with the commit that failed.
+    }
+}
+
+}  // namespace
 
 Engine& Engine::Instance() {
     static Engine engine;
@@ -53,13 +67,31 @@ void Engine::BeginTrans() {
     own_.BeginTrans();
 }
 
+// The machine's engine commits when ours has everything on the disk and can still go back.
 void Engine::CommitTrans() {
-    if (SystemEngine* system = System()) system->CommitTrans();
-    own_.CommitTrans();
+    SystemEngine* system = System();
+    if (system == nullptr) return own_.CommitTrans();
+    bool done = false;
+    try {
+        own_.CommitTrans([&] {
+            system->CommitTrans();
+            done = true;
+        });
+    } catch (...) {
+        if (!done) RollbackQuietly(*system);
+        throw;
+    }
 }
 
 void Engine::Rollback() {
-    if (SystemEngine* system = System()) system->Rollback();
+    if (SystemEngine* system = System()) {
+        try {
+            system->Rollback();
+        } catch (...) {
+            own_.Rollback();
+            throw;
+        }
+    }
     own_.Rollback();
 }
 

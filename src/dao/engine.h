@@ -28,7 +28,9 @@ public:
     // Makes a new, empty database in the General order, always with our own engine. Raises DatabaseExists.
     std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
 
-    // Transactions over all open databases; they nest. A database that is opened meanwhile takes part.
+    // Transactions over the databases that this thread has opened; they nest. A database that is opened meanwhile takes
+    // part. A commit that fails has undone the transaction in all of them. CommitTrans and Rollback raise
+    // TransactionNotStarted when there is none.
     void BeginTrans();
     void CommitTrans();
     void Rollback();

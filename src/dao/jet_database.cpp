@@ -19,13 +19,16 @@ JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> sto
 
 JetDatabase::~JetDatabase() = default;
 
-std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only) {
-    return std::make_shared<JetDatabase>(std::u16string(name),
-                                         jet::Database::Open(DatabaseFile(name), {.read_only = read_only}));
+std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only,
+                                               std::shared_ptr<jet::Session> session) {
+    return std::make_shared<JetDatabase>(
+        std::u16string(name),
+        jet::Database::Open(DatabaseFile(name), {.read_only = read_only, .session = std::move(session)}));
 }
 
-std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name) {
-    return std::make_shared<JetDatabase>(std::u16string(name), jet::Database::Create(ToNativePath(name)));
+std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session) {
+    return std::make_shared<JetDatabase>(
+        std::u16string(name), jet::Database::Create(ToNativePath(name), {}, {.session = std::move(session)}));
 }
 
 jet::Database& JetDatabase::Storage() {
@@ -106,6 +109,13 @@ std::vector<TableDef> JetDatabase::TableDefs() {
         tables.push_back(std::move(table));
     }
     return tables;
+}
+
+void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view connect,
+                                 std::u16string_view source_table) {
+    jet::Database::Writing writing(Storage());
+    storage_->CreateLink(name, connect, source_table);
+    writing.Commit();
 }
 
 void JetDatabase::Close() {

@@ -16,6 +16,7 @@
 
 namespace qmtrain::jet {
 class Database;
+class Session;
 }
 
 namespace qmtrain::dao {
@@ -44,9 +45,11 @@ public:
     JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage);
     ~JetDatabase() override;
 
-    // Outside the transactions of any engine. They raise what the Engine's functions raise.
-    static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false);
-    static std::shared_ptr<JetDatabase> Create(std::u16string_view name);
+    // Without a session they are outside the transactions of any engine. They raise what the Engine's functions raise.
+    static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false,
+                                             std::shared_ptr<jet::Session> session = nullptr);
+    static std::shared_ptr<JetDatabase> Create(std::u16string_view name,
+                                               std::shared_ptr<jet::Session> session = nullptr);
 
     const std::u16string& Name() const override { return name_; }
     void Execute(std::u16string_view statement) override;
@@ -60,6 +63,11 @@ public:
     void ExecuteScript(std::u16string_view statements);
 
     std::vector<TableDef> TableDefs();
+
+    // Makes a link to a table of another Access file. `connect`: ";DATABASE=path"; a path that is not absolute counts
+    // from this file's folder. Raises TableExists, FileNotFound, NoSuchTable, OperationNotSupported for a link to
+    // anything but an Access file …
+    void CreateTableDef(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table);
 
     // The engine below and its tables as SQL sees them. Raises ObjectInvalid when closed.
     jet::Database& Storage();

@@ -1,10 +1,19 @@
-// Our own database engine: opens and makes files, and spans transactions over those that are open.
+// Our own database engine: opens and makes files, and spans transactions over them.
+//
+// Each thread has a session of its own: a transaction takes in the databases that the thread has opened, or opens while
+// it lasts. Its changes of several files are one.
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string_view>
-#include <vector>
+#include <thread>
+
+namespace qmtrain::jet {
+class Session;
+}
 
 namespace qmtrain::dao {
 
@@ -16,18 +25,16 @@ public:
     std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
 
     void BeginTrans();
-    void CommitTrans();
+
+    // When it fails the transaction is undone in all databases. `other`: see jet::Session.
+    void CommitTrans(const std::function<void()>& other = {});
     void Rollback();
 
 private:
-    // Requires: the caller holds the mutex.
-    std::vector<std::shared_ptr<JetDatabase>> OpenDatabases();
+    std::shared_ptr<jet::Session> OwnSession();
 
-    std::shared_ptr<JetDatabase> Adopt(std::shared_ptr<JetDatabase> database);
-
-    std::mutex mutex_;  // of what follows: each thread of a host may have databases of its own
-    std::vector<std::weak_ptr<JetDatabase>> databases_;
-    int transactions_ = 0;
+    std::mutex mutex_;
+    std::map<std::thread::id, std::shared_ptr<jet::Session>> sessions_;
 };
 
 }  // namespace qmtrain::dao

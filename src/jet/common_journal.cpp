@@ -56,6 +56,14 @@ std::optional<Content> Read(File& file) {
     return content;
 }
 
+// One of ours that has come to its end, or was not written whole and so never named.
+bool IsOurs(File& file) {
+    std::vector<std::uint8_t> bytes(sizeof kMagic);
+    bytes.resize(file.ReadAt(0, bytes));
+    const bool begun = bytes.size() == sizeof kMagic && std::memcmp(bytes.data(), kMagic, sizeof kMagic) == 0;
+    return begun || std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
 }  // namespace
 
 CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable)
@@ -63,7 +71,9 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     std::random_device random;
     name_.nonce = static_cast<std::uint64_t>(random()) << 32 | random();
     name_.path = databases.front();
-    name_.path += UniqueName("-commit-", "");
+    name_.path += "-commit";
+    RemoveIfUnused(system, name_.path);
+    if (system.Exists(name_.path)) name_.path += UniqueName("-", "");
     Content content{name_.nonce, {}};
     for (const std::filesystem::path& database : databases) content.databases.push_back(std::filesystem::absolute(database));
     content_ = Write(content);
@@ -118,16 +128,19 @@ bool CommonJournal::InForce(FileSystem& system, const Name& name) {
     return content && content->nonce == name.nonce;
 }
 
-void CommonJournal::RemoveIfUnused(FileSystem& system, const Name& name) noexcept {
+void CommonJournal::RemoveIfUnused(FileSystem& system, const std::filesystem::path& path) noexcept {
     try {
-        if (!system.Exists(name.path)) return;
-        if (const std::optional<Content> content = Read(*system.Open(name.path, OpenMode::ReadOnly))) {
-            if (content->nonce != name.nonce) return;
+        if (!system.Exists(path)) return;
+        auto file = system.Open(path, OpenMode::ReadOnly);
+        if (const std::optional<Content> content = Read(*file)) {
             for (const std::filesystem::path& database : content->databases) {
-                if (Journal::Names(system, database, name.nonce)) return;
+                if (Journal::Names(system, database, content->nonce)) return;
             }
+        } else if (!IsOurs(*file)) {
+            return;
         }
-        system.Remove(name.path);
+        file.reset();
+        system.Remove(path);
     } catch (const AutomationError&) {
         // It stays.
     }

@@ -4,7 +4,9 @@
 //
 //   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
 //
-// It lies beside the first of the databases: "Client.mdb-commit-0123456789abcdef".
+// It lies beside the first of the databases: "Client.mdb-commit". One that a crash has left there before any journal
+// named it is removed by the next; one that a file still needs, which has not been opened since, stays and the next gets
+// another name.
 #pragma once
 
 #include <cstdint>
@@ -43,8 +45,8 @@ public:
     // folder is out of reach.
     static bool InForce(FileSystem& system, const Name& name);
 
-    // Removes it when no journal names it any more. It may stay for ever otherwise, which does no harm.
-    static void RemoveIfUnused(FileSystem& system, const Name& name) noexcept;
+    // Removes it when no journal names it any more.
+    static void RemoveIfUnused(FileSystem& system, const std::filesystem::path& path) noexcept;
 
 private:
     FileSystem& system_;

@@ -88,7 +88,8 @@ public:
     // Changing the structure. Raises TableExists, NoSuchTable, ObjectNotFound, FieldExists, FieldNotFound, ObjectInUse
     // …
     void CreateTable(const TableSpec& spec);
-    void DropTable(std::u16string_view name);
+    void DropTable(std::u16string_view name);  // or link
+    void CreateLink(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table);
     void CreateIndex(std::u16string_view table, const IndexSpec& spec);
     void DropIndex(std::u16string_view table, std::u16string_view index);
     void AddColumn(std::u16string_view table, const ColumnSpec& spec);

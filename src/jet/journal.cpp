@@ -236,7 +236,7 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
         journal->Sync();
     }
     system.Remove(found.path_);
-    if (found.common_) CommonJournal::RemoveIfUnused(system, *found.common_);
+    if (found.common_) CommonJournal::RemoveIfUnused(system, found.common_->path);
 }
 
 void FoundJournal::PlayBack(File& file) const {

@@ -65,6 +65,7 @@ struct CatalogObject {
     static constexpr std::int16_t kQuery = 5;
     static constexpr std::int16_t kLinkedTable = 6;
     static constexpr std::int16_t kRelationship = 8;
+    static constexpr std::int32_t kLinkFlag = 0x200000;
 
     std::int32_t id = 0;
     std::int32_t parent = 0;

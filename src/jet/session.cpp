@@ -16,16 +16,21 @@ void Session::BeginTransaction() {
     OpenLevel(nullptr);
 }
 
-void Session::CommitTransaction() {
+void Session::CommitTransaction(const std::function<void()>& other) {
     const std::scoped_lock lock(mutex_);
     if (levels_.empty() || levels_.back().home != nullptr) Raise(ErrorNumber::TransactionNotStarted);
-    CommitLevel(levels_.size() - 1);
+    CommitLevel(levels_.size() - 1, other);
 }
 
 void Session::RollbackTransaction() {
     const std::scoped_lock lock(mutex_);
     if (levels_.empty() || levels_.back().home != nullptr) Raise(ErrorNumber::TransactionNotStarted);
     UndoLevel(levels_.size() - 1);
+}
+
+bool Session::IsInTransaction() {
+    const std::scoped_lock lock(mutex_);
+    return !levels_.empty();
 }
 
 // Files
@@ -88,15 +93,16 @@ std::size_t Session::OpenLevel(const Pager* home) {
     return levels_.size() - 1;
 }
 
-void Session::CommitLevel(std::size_t level) {
+void Session::CommitLevel(std::size_t level, const std::function<void()>& other) {
     while (levels_.size() > level + 1) UndoLevel(levels_.size() - 1);
     if (level > 0) {
+        if (other) other();
         for (Pager* pager : changing_) pager->CommitLevel();
         levels_.pop_back();
         return;
     }
     try {
-        CommitFiles();
+        CommitFiles(other);
     } catch (...) {
         UndoLevel(0);
         throw;
@@ -118,15 +124,15 @@ void Session::UndoLevel(std::size_t level) noexcept {
 
 // Several files: each one's journal names the common journal before the file is overwritten. While that one is in force
 // all journals are; its end is the moment of the commit.
-void Session::CommitFiles() {
+void Session::CommitFiles(const std::function<void()>& other) {
     std::vector<Pager*> changed;
     for (Pager* pager : changing_) {
         if (pager->HasChanges()) changed.push_back(pager);
     }
-    if (changed.empty()) return;
-    if (changed.size() == 1) {
-        changed.front()->WriteChanges(nullptr);
-        changed.front()->Finish();
+    if (changed.size() < 2) {
+        for (Pager* pager : changed) pager->WriteChanges(nullptr);
+        if (other) other();
+        for (Pager* pager : changed) pager->Finish();
         return;
     }
     std::vector<std::filesystem::path> paths;
@@ -134,6 +140,7 @@ void Session::CommitFiles() {
     CommonJournal common(changed.front()->system_, paths, changed.front()->durable_);
     try {
         for (Pager* pager : changed) pager->WriteChanges(&common.GetName());
+        if (other) other();
         common.Finish();
     } catch (...) {
         if (common.IsUndecided()) {

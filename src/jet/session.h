@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -31,9 +32,12 @@ public:
     void BeginTransaction();
 
     // Each raises TransactionNotStarted when none is open, or it was begun outside a scope that is still open. A commit
-    // that fails has undone the transaction in all files.
-    void CommitTransaction();
+    // that fails has undone the transaction in all files. `other`: another engine's part of it, done when all of ours is
+    // safe on the disk and can still be undone; when it raises, ours is.
+    void CommitTransaction(const std::function<void()>& other = {});
     void RollbackTransaction();
+
+    bool IsInTransaction();
 
 private:
     friend class Pager;
@@ -55,9 +59,9 @@ private:
 
     // Levels are ended from the innermost; to end one undoes those that are still open inside it.
     std::size_t OpenLevel(const Pager* home);
-    void CommitLevel(std::size_t level);
+    void CommitLevel(std::size_t level, const std::function<void()>& other = {});
     void UndoLevel(std::size_t level) noexcept;
-    void CommitFiles();
+    void CommitFiles(const std::function<void()>& other);
     bool UndoFiles() noexcept;
     void LeaveChanging() noexcept;
 

@@ -278,6 +278,20 @@ CatalogObject RequireTable(Database& database, std::u16string_view name) {
     return *object;
 }
 
+// The path in ";DATABASE=path"; empty when the text names no Access file.
+std::u16string LinkedDatabase(std::u16string_view connect) {
+    constexpr std::u16string_view kProgram = u"MS Access";
+    constexpr std::u16string_view kKey = u"DATABASE=";
+    const std::size_t end = connect.find(u';');
+    if (end == std::u16string_view::npos || (end > 0 && !EqualNames(connect.substr(0, end), kProgram))) return {};
+    for (std::u16string_view rest = connect.substr(end + 1); !rest.empty();) {
+        const std::u16string_view part = rest.substr(0, rest.find(u';'));
+        if (EqualNames(part.substr(0, kKey.size()), kKey)) return std::u16string(part.substr(kKey.size()));
+        rest.remove_prefix(std::min(part.size() + 1, rest.size()));
+    }
+    return {};
+}
+
 void CheckRelated(const Table& table, const Table& referenced, const Relationship& relationship, std::size_t own_index,
                   std::size_t referenced_index) {
     RowCursor rows(table);
@@ -327,7 +341,30 @@ void Database::CreateTable(const TableSpec& spec) {
     catalog.InheritAces(object.id, kTablesContainer);
 }
 
+// The other file and the table in it must be there.
+void Database::CreateLink(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table) {
+    CatalogObject link;
+    link.name = name;
+    link.type = CatalogObject::kLinkedTable;
+    link.flags = CatalogObject::kLinkFlag;
+    link.parent = kTablesContainer;
+    link.database = LinkedDatabase(connect);
+    link.foreign_name = source_table;
+    CheckName(link.name);
+    if (FindObject(name)) Raise(ErrorNumber::TableExists, {name});
+    if (link.database.empty()) Raise(ErrorNumber::OperationNotSupported, {u"链接“" + std::u16string(connect) + u"”。"});
+    if (!LinkedTable(link)) Raise(ErrorNumber::NoSuchTable, {source_table});
+    SystemCatalog catalog(*this);
+    link.id = catalog.NewId();
+    catalog.AddObject(link, catalog.UserId(User::Admin), {});
+    catalog.InheritAces(link.id, kTablesContainer);
+}
+
 void Database::DropTable(std::u16string_view name) {
+    if (const auto link = FindObject(name); link && link->type == CatalogObject::kLinkedTable) {
+        SystemCatalog(*this).RemoveObject(*link);
+        return;
+    }
     const CatalogObject object = RequireTable(*this, name);
     const auto page = static_cast<PageNumber>(object.id);
     {

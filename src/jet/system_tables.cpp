@@ -134,6 +134,9 @@ RowPointer SystemCatalog::AddObject(const CatalogObject& object, const Bytes& ow
         .Set(u"Owner", owner)
         .Set(u"Flags", object.flags);
     if (!properties.empty()) row.Set(u"LvProp", properties);
+    if (!object.database.empty()) row.Set(u"Database", object.database);
+    if (!object.connect.empty()) row.Set(u"Connect", object.connect);
+    if (!object.foreign_name.empty()) row.Set(u"ForeignName", object.foreign_name);
     return row.Insert();
 }
 

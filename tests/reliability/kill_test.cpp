@@ -117,5 +117,52 @@ TEST_F(KillTest, AtEachCall) {
     std::printf("%d kills\n", kills);
 }
 
+// Several files are all before or all after.
+TEST_F(KillTest, AtEachCallOverSeveralFiles) {
+    int kills = 0;
+    for (const SampleStory& story : SampleStories()) {
+        SCOPED_TRACE(story.name);
+        const ScratchFolder folder;
+        const auto paths = MakeSamples(folder.Path(), story.files, FileSystem::Native());
+        std::vector<std::vector<std::uint8_t>> before;
+        for (const auto& path : paths) before.push_back(ReadFile(path));
+        const auto run = [&](ScriptedFiles& files) {
+            auto databases = OpenTogether(paths, files);
+            files.calls = 0;
+            story.run(databases);
+        };
+        const auto restore = [&] {
+            for (std::size_t i = 0; i < paths.size(); ++i) WriteFile(paths[i], before[i]);
+        };
+        ScriptedFiles counting;
+        run(counting);
+        for (int call = 1; call <= counting.calls && !HasFailure(); ++call, ++kills) {
+            SCOPED_TRACE("call " + std::to_string(call));
+            restore();
+            Child child([&](const Child::Pipe& pipe) {
+                ScriptedFiles files;
+                files.strike = [](const Change&) { raise(SIGKILL); };
+                auto databases = OpenTogether(paths, files);
+                files.calls = 0;
+                files.strike_at = call;
+                story.run(databases);
+                pipe.Send(kFinished, 0);
+            });
+            EXPECT_TRUE(child.Rest().empty());
+            EXPECT_EQ(child.Wait(), SIGKILL);
+            // The last file first: it must not forget the others.
+            int changed = 0;
+            for (std::size_t i = paths.size(); i-- > 0;) {
+                const auto database = jet::Database::Open(paths[i]);
+                ExpectClean(*database);
+                changed += Rows(*database, u"T").size() != 50;
+            }
+            EXPECT_TRUE(changed == 0 || changed == static_cast<int>(paths.size())) << changed << " files changed";
+            for (const auto& path : paths) EXPECT_FALSE(std::filesystem::exists(path.string() + "-journal"));
+        }
+    }
+    std::printf("%d kills\n", kills);
+}
+
 }  // namespace
 }  // namespace qmtrain::test

@@ -1,5 +1,5 @@
-// A machine that loses its power: of what was not synced any part may be on the disk. Whatever it is, the file opens as
-// it was before the statement or as it is after it, and as after it once the commit has returned.
+// A machine that loses its power: of what was not synced any part may be on the disk. Whatever it is, all files open as
+// they were before the statement or all as they are after it, and as after it once the commit has returned.
 
 #include <algorithm>
 #include <map>
@@ -17,7 +17,8 @@ using Content = MemoryFiles::Content;
 using Disk = std::map<std::filesystem::path, Content>;
 using Changes = std::vector<Change>;
 
-constexpr const char* kFile = "data/Client.mdb";
+const std::filesystem::path kFolder = "/data";
+using Story = std::function<void(Databases&)>;
 constexpr std::size_t kSector = 512;
 
 bool Covers(const Change& sync, const Change& change) {
@@ -115,8 +116,8 @@ private:
 struct Record {
     Disk start;
     Changes changes;
-    Content before;
-    Content after;
+    Disk before;
+    Disk after;
     std::size_t returned = SIZE_MAX;  // changes when the commit had returned
 };
 
@@ -170,38 +171,69 @@ protected:
         ExpectWhole(recovery, again, again, at);
     }
 
-    static void ExpectWhole(const Record& record, FileSystem& files, MemoryFiles& memory, std::size_t count) {
+    // The files are opened in any order.
+    void ExpectWhole(const Record& record, FileSystem& files, MemoryFiles& memory, std::size_t count) {
+        std::vector<std::filesystem::path> paths;
+        for (const auto& [path, content] : record.before) paths.push_back(path);
+        std::ranges::shuffle(paths, random_);
         try {
-            jet::Database::Open(kFile, {.system = &files});
+            for (const std::filesystem::path& path : paths) jet::Database::Open(path, {.system = &files});
         } catch (const AutomationError& error) {
             FAIL() << error.what();
         }
-        const Content& found = memory.At(kFile);
-        EXPECT_FALSE(memory.Exists(std::string(kFile) + "-journal"));
+        for (const std::filesystem::path& path : paths) EXPECT_FALSE(memory.Exists(path.string() + "-journal"));
+        const Disk found = DatabasesIn(memory, record.before);
         EXPECT_TRUE(found == record.after || (found == record.before && count < record.returned));
     }
 
-    // Runs the statement; when it fails at call `strike_at`, it is undone and run again.
-    Record Run(const MemoryFiles& healthy, const SampleStatement& statement, int strike_at) {
+    static Disk DatabasesIn(const MemoryFiles& memory, const Disk& like) {
+        Disk disk;
+        for (const auto& [path, content] : like) disk[path] = memory.At(path);
+        return disk;
+    }
+
+    // Runs the story; when it fails at call `strike_at`, it is undone and run again.
+    Record Run(const Disk& healthy, const Story& story, int strike_at) {
         MemoryFiles memory;
-        memory.At(kFile) = healthy.At(kFile);
+        std::vector<std::filesystem::path> paths;
+        for (const auto& [path, content] : healthy) {
+            paths.push_back(path);
+            memory.At(path) = content;
+        }
         ScriptedFiles files(memory);
-        Record record{{{kFile, memory.At(kFile)}}, {}, memory.At(kFile), {}, SIZE_MAX};
-        const auto database = jet::Database::Open(kFile, {.cache_bytes = 0, .durable = true, .system = &files});
+        Record record{healthy, {}, healthy, {}, SIZE_MAX};
+        auto databases = OpenTogether(paths, files);
         files.calls = 0;
         files.notes = true;
         files.strike_at = strike_at;
         calls_ = 0;
-        if (ErrorOf([&] { statement.run(*database); }) != 0) {
-            EXPECT_EQ(memory.At(kFile), record.before);
-            statement.run(*database);
+        if (ErrorOf([&] { story(databases); }) != 0) {
+            EXPECT_EQ(DatabasesIn(memory, healthy), record.before);
+            databases = OpenTogether(paths, files);
+            story(databases);
         }
         calls_ = files.calls;
         record.returned = files.changes.size();
         record.changes = std::move(files.changes);
-        record.after = memory.At(kFile);
-        ExpectClean(*database);
+        record.after = DatabasesIn(memory, healthy);
+        for (const auto& database : databases) ExpectClean(*database);
         return record;
+    }
+
+    Disk Samples(std::size_t count) {
+        MemoryFiles files;
+        Disk disk;
+        for (const std::filesystem::path& path : MakeSamples(kFolder, count, files)) disk[path] = files.At(path);
+        return disk;
+    }
+
+    void CutEachCall(const Disk& samples, const Story& story, std::size_t one_in) {
+        Run(samples, story, 0);
+        const int calls = calls_;
+        for (int strike_at = 1; strike_at <= calls && !HasFailure(); ++strike_at) {
+            SCOPED_TRACE("failing call " + std::to_string(strike_at));
+            CutEverywhere(Run(samples, story, strike_at), one_in);
+        }
     }
 
     static constexpr std::size_t kFew = 5;
@@ -211,27 +243,37 @@ protected:
     int calls_ = 0;
 };
 
+Story OnOneFile(const SampleStatement& statement) {
+    return [&statement](Databases& databases) { statement.run(*databases[0]); };
+}
+
 TEST_F(PowerCutTest, LeavesAStatementDoneOrNot) {
-    MemoryFiles files;
-    MakeSample(kFile, files);
+    const Disk samples = Samples(1);
     for (const SampleStatement& statement : SampleStatements()) {
         SCOPED_TRACE(statement.name);
-        CutEverywhere(Run(files, statement, 0), IsLongRun() ? 1 : 4);
+        CutEverywhere(Run(samples, OnOneFile(statement), 0), IsLongRun() ? 1 : 4);
         std::printf("%s: %d calls, %lld cuts so far\n", statement.name, calls_, static_cast<long long>(cuts_));
+    }
+}
+
+TEST_F(PowerCutTest, LeavesAChangeOfSeveralFilesDoneOrNot) {
+    for (const SampleStory& story : SampleStories()) {
+        SCOPED_TRACE(story.name);
+        CutEverywhere(Run(Samples(story.files), story.run, 0), IsLongRun() ? 1 : 4);
+        std::printf("%s: %d calls, %lld cuts so far\n", story.name, calls_, static_cast<long long>(cuts_));
     }
 }
 
 // What a sync that failed was to bring to the disk is lost for good, though later syncs succeed.
 TEST_F(PowerCutTest, AfterACallThatFailed) {
-    MemoryFiles files;
-    MakeSample(kFile, files);
+    const Disk samples = Samples(1);
     for (const SampleStatement& statement : SampleStatements()) {
-        Run(files, statement, 0);
-        const int calls = calls_;
-        for (int strike_at = 1; strike_at <= calls && !HasFailure(); ++strike_at) {
-            SCOPED_TRACE(std::string(statement.name) + ", failing call " + std::to_string(strike_at));
-            CutEverywhere(Run(files, statement, strike_at), IsLongRun() ? 4 : 200);
-        }
+        SCOPED_TRACE(statement.name);
+        CutEachCall(samples, OnOneFile(statement), IsLongRun() ? 4 : 200);
+    }
+    for (const SampleStory& story : SampleStories()) {
+        SCOPED_TRACE(story.name);
+        CutEachCall(Samples(story.files), story.run, IsLongRun() ? 4 : 200);
     }
     std::printf("%lld cuts\n", static_cast<long long>(cuts_));
 }

@@ -28,9 +28,18 @@ inline void MakeSample(const std::filesystem::path& path, FileSystem& files) {
     });
 }
 
+using Databases = std::vector<std::unique_ptr<jet::Database>>;
+
 struct SampleStatement {
     const char* name;
     std::function<void(jet::Database&)> run;
+};
+
+// A change of several files that share a session. The first file links the table "T" of the second as "L".
+struct SampleStory {
+    const char* name;
+    std::size_t files;
+    std::function<void(Databases&)> run;
 };
 
 inline void DeleteRows(jet::Database& database, std::size_t count) {
@@ -73,6 +82,74 @@ inline const std::vector<SampleStatement>& SampleStatements() {
         {"deletions", [](jet::Database& database) { Write(database, [&] { DeleteRows(database, 30); }); }},
     };
     return statements;
+}
+
+// Files with a table each, the first with a link into the second.
+inline std::vector<std::filesystem::path> MakeSamples(const std::filesystem::path& folder, std::size_t count,
+                                                      FileSystem& files) {
+    constexpr const char* kNames[] = {"Client.mdb", "Other.mdb", "Third.mdb"};
+    std::vector<std::filesystem::path> paths;
+    for (std::size_t i = 0; i < count; ++i) {
+        paths.push_back(folder / kNames[i]);
+        MakeSample(paths.back(), files);
+    }
+    if (count < 2) return paths;
+    const auto first = jet::Database::Open(paths[0], {.durable = false, .system = &files});
+    Write(*first, [&] { first->CreateLink(u"L", u";DATABASE=Other.mdb", u"T"); });
+    return paths;
+}
+
+inline Databases OpenTogether(const std::vector<std::filesystem::path>& paths, FileSystem& files) {
+    const auto session = std::make_shared<jet::Session>();
+    Databases databases;
+    for (const std::filesystem::path& path : paths) {
+        databases.push_back(
+            jet::Database::Open(path, {.cache_bytes = 0, .durable = true, .system = &files, .session = session}));
+    }
+    return databases;
+}
+
+inline void InTransaction(jet::Database& database, const std::function<void()>& body) {
+    database.BeginTransaction();
+    try {
+        body();
+    } catch (const AutomationError&) {
+        database.RollbackTransaction();
+        throw;
+    }
+    database.CommitTransaction();
+}
+
+inline const std::vector<SampleStory>& SampleStories() {
+    static const std::vector<SampleStory> stories = {
+        {"a table and a link", 2,
+         [](Databases& databases) {
+             jet::Database& database = *databases[0];
+             databases.resize(1);  // the link opens the other file itself
+             Write(database, [&] {
+                 database.FindTable(u"T")->Insert(SampleRow(100));
+                 database.FindTable(u"L")->Insert(SampleRow(100));
+             });
+         }},
+        {"a transaction over two files", 2,
+         [](Databases& databases) {
+             InTransaction(*databases[0], [&] {
+                 Insert(*databases[0], u"T", SampleRow(100));
+                 Insert(*databases[1], u"T", SampleRow(100));
+             });
+         }},
+        {"three files, one of them written early", 3,
+         [](Databases& databases) {
+             InTransaction(*databases[0], [&] {
+                 Insert(*databases[2], u"T", SampleRow(100));
+                 Write(*databases[1], [&] {
+                     for (int i = 101; i < 150; ++i) databases[1]->FindTable(u"T")->Insert(SampleRow(i));
+                 });
+                 Insert(*databases[0], u"T", SampleRow(100));
+             });
+         }},
+    };
+    return stories;
 }
 
 }  // namespace qmtrain::test

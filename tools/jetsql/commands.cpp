@@ -46,6 +46,9 @@ std::u16string Counted(std::int64_t count, std::u16string_view what) {
 
 int Commands::Run() {
     bool healthy = true;
+    if (!options_.link.empty()) {
+        dao_.CreateTableDef(FromUtf8(options_.link), FromUtf8(options_.connect), FromUtf8(options_.source));
+    }
     RunSql();
     if (options_.tables) ListTables();
     if (options_.schema) PrintSchema();
@@ -74,10 +77,11 @@ std::vector<jet::CatalogObject> Commands::Tables() {
 
 void Commands::ListTables() {
     const jet::Database::Reading reading(database_);
-    const std::u16string names[] = {u"table", u"kind", u"rows", u"columns"};
+    const std::u16string names[] = {u"table", u"kind", u"rows", u"columns", u"linked to"};
     writer_.Begin(names);
     for (const jet::CatalogObject& object : Tables()) {
-        Value row[4] = {object.name, KindOf(object), Null{}, Null{}};
+        Value row[5] = {object.name, KindOf(object), Null{}, Null{}, Null{}};
+        if (!object.foreign_name.empty()) row[4] = object.database + u" : " + object.foreign_name;
         try {
             if (const auto table = database_.FindTable(object.name)) {
                 row[2] = static_cast<std::int32_t>(table->RowCount());

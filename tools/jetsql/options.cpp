@@ -35,6 +35,8 @@ public:
             }
         }
         if (!options_.help && options_.file.empty()) throw std::invalid_argument("which file?");
+        const int parts = !options_.link.empty() + !options_.connect.empty() + !options_.source.empty();
+        if (parts != 0 && parts != 3) throw std::invalid_argument("--link, --connect and --source go together");
         return std::move(options_);
     }
 
@@ -62,6 +64,12 @@ private:
             options_.each = true;
         else if (option == "--create")
             options_.create = true;
+        else if (option == "--link")
+            options_.link = Argument();
+        else if (option == "--connect")
+            options_.connect = Argument();
+        else if (option == "--source")
+            options_.source = Argument();
         else if (option == "--sort")
             options_.sort_order = ParseSortOrder(Argument());
         else if (option == "--system")
@@ -95,7 +103,7 @@ const char* const kHelp =
 
 Runs SQL statements on a Jet database (.mdb), and looks into it. Statements are separated by ";".
 
-  --tables      the user tables with their numbers of rows and columns
+  --tables      the user tables with their numbers of rows and columns, and what links refer to
   --schema      the structure as SQL statements
   --system      with --tables and --schema: system tables too
   --dump TABLE  all rows of a table, system tables included; may be given again
@@ -105,6 +113,8 @@ Runs SQL statements on a Jet database (.mdb), and looks into it. Statements are 
   --each        with -f: each statement counts alone
   --create      make the file first; it must not exist
   --sort ORDER  its sort order: 0x409 (General, the default) or 0x804 (Chinese)
+  --link NAME --connect ";DATABASE=PATH" --source TABLE
+                make a link to a table of another file; a relative path counts from FILE's folder
 
 How rows are written, always in UTF-8:
   --csv         RFC 4180 with a line of names; the default when the output is no terminal

@@ -16,6 +16,9 @@ struct Options {
     bool each = false;                 // a script's statements one by one, not all or none
     std::vector<std::string> dumps;    // names of tables
     bool create = false;
+    std::string link;  // the name of a link to be made
+    std::string connect;
+    std::string source;
     bool tables = false;
     bool schema = false;
     bool check = false;
