@@ -59,6 +59,51 @@ std::int64_t Table::RowCount() const {
     return StoredRowCount(pager_.Read(definition_.page), pager_.GetFormat());
 }
 
+namespace {
+
+// The index that has an entry for each row and the shortest keys, -1 when there is none.
+int ShortestIndex(const TableDefinition& definition) {
+    int best = -1;
+    std::size_t best_size = 0;
+    for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
+        const RealIndex& real = definition.real_indexes[i];
+        if (real.IgnoresNulls()) continue;
+        std::size_t size = 0;
+        for (const KeyColumn& part : real.columns) {
+            const Column& column = definition.columns[definition.ColumnByNumber(part.number)];
+            size += HasReadableKey(column.type) ? 1 + KeySize(column.type) : 1 + std::size_t{column.length};
+        }
+        if (best >= 0 && size >= best_size) continue;
+        best = static_cast<int>(i);
+        best_size = size;
+    }
+    return best;
+}
+
+}  // namespace
+
+std::int64_t Table::ExactRowCount() const {
+    if (counted_at_ == pager_.Generation()) return RowCount();
+    std::int64_t rows = 0;
+    if (const int index = ShortestIndex(definition_); index >= 0) {
+        IndexCursor entries(Tree(static_cast<std::size_t>(index)));
+        entries.StartForward({});
+        rows = entries.CountRest();
+    } else {
+        RowCursor cursor(database_.TableAt(definition_.page));
+        cursor.Scan();
+        rows = cursor.CountRest();
+    }
+    if (rows == RowCount()) counted_at_ = pager_.Generation();
+    return rows;
+}
+
+std::uint32_t Table::DistinctKeys(std::size_t index) const {
+    const Format& format = pager_.GetFormat();
+    const std::size_t at = format.definition_header + format.statistics_block * index + 4;
+    return pager_.Read(definition_.page).View().U32(at);
+}
+
 IndexTree Table::Tree(std::size_t index) const {
     return {pager_, allocator_, definition_.page, definition_.real_indexes[index]};
 }
