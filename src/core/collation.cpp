@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <memory>
 
 namespace qmtrain::collation {
@@ -206,17 +207,20 @@ void AppendWholeKey(std::u16string_view text, std::vector<std::uint8_t>& key) {
     builder.Finish();
 }
 
-// Letters and digits alone decide in their base weights, which are one byte each and ordered like the folded letters.
-bool IsAsciiAlphanumeric(char16_t unit) {
-    return (unit >= u'0' && unit <= u'9') || (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+bool HasBase(const Weight& weight) {
+    return weight.length > 0;
 }
 
-char16_t FoldAscii(char16_t unit) {
-    return unit >= u'a' ? static_cast<char16_t>(unit - 32) : unit;
+bool SameWeight(const Weight& a, const Weight& b) {
+    return a.kind == b.kind && a.length == b.length && a.bytes == b.bytes && a.extra == b.extra && a.flag == b.flag;
 }
 
-bool AllAsciiAlphanumeric(std::u16string_view text) {
-    return std::all_of(text.begin(), text.end(), IsAsciiAlphanumeric);
+int CompareKeys(std::u16string_view a, std::u16string_view b) {
+    std::vector<std::uint8_t> key_a;
+    std::vector<std::uint8_t> key_b;
+    AppendWholeKey(a, key_a);
+    AppendWholeKey(b, key_b);
+    return key_a < key_b ? -1 : key_b < key_a ? 1 : 0;
 }
 
 }  // namespace
@@ -225,21 +229,33 @@ void AppendKey(std::u16string_view text, std::vector<std::uint8_t>& key) {
     AppendWholeKey(WithoutTrailingBlanks(text.substr(0, kKeyUnits)), key);
 }
 
+void AppendPrefix(std::u16string_view text, std::vector<std::uint8_t>& key) {
+    const WeightTable& weights = Weights();
+    for (const char16_t unit : WithoutTrailingBlanks(text)) {
+        const Weight& weight = weights[unit];
+        key.insert(key.end(), weight.bytes.begin(), weight.bytes.begin() + weight.length);
+    }
+}
+
+// Base weights come first in the keys: the first two that differ decide, whatever follows. Only where no base weight
+// decides are the keys made.
 int Compare(std::u16string_view a, std::u16string_view b) {
     a = WithoutTrailingBlanks(a);
     b = WithoutTrailingBlanks(b);
-    if (a == b) return 0;
-    if (AllAsciiAlphanumeric(a) && AllAsciiAlphanumeric(b)) {
-        const auto order = std::lexicographical_compare_three_way(
-            a.begin(), a.end(), b.begin(), b.end(),
-            [](char16_t x, char16_t y) { return FoldAscii(x) <=> FoldAscii(y); });
-        return order < 0 ? -1 : order > 0 ? 1 : 0;
+    const WeightTable& weights = Weights();
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        if (a[i] == b[i]) continue;
+        const Weight& x = weights[a[i]];
+        const Weight& y = weights[b[i]];
+        if (SameWeight(x, y)) continue;
+        if (!HasBase(x) || !HasBase(y)) return CompareKeys(a, b);
+        const int order = std::memcmp(x.bytes.data(), y.bytes.data(), std::min(x.length, y.length));
+        return order != 0 ? order : CompareKeys(a, b);
     }
-    std::vector<std::uint8_t> key_a;
-    std::vector<std::uint8_t> key_b;
-    AppendWholeKey(a, key_a);
-    AppendWholeKey(b, key_b);
-    return key_a < key_b ? -1 : key_b < key_a ? 1 : 0;
+    if (a.size() == b.size()) return 0;
+    const bool decides = HasBase(weights[a.size() > common ? a[common] : b[common]]);
+    return !decides ? CompareKeys(a, b) : a.size() < b.size() ? -1 : 1;
 }
 
 std::size_t Hash(std::u16string_view text) {

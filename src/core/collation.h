@@ -17,6 +17,9 @@ inline constexpr std::size_t kKeyUnits = 255;
 // Appends the key of `text` without a leading flag byte; the end marker is included. Two keys compare as byte strings.
 void AppendKey(std::u16string_view text, std::vector<std::uint8_t>& key);
 
+// Appends the bytes with which the keys of all texts begin that begin with `text`, letters of both cases being one.
+void AppendPrefix(std::u16string_view text, std::vector<std::uint8_t>& key);
+
 // Negative, zero or positive. Trailing blanks do not count. Not limited to kKeyUnits.
 int Compare(std::u16string_view a, std::u16string_view b);
 

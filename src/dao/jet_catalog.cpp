@@ -92,6 +92,8 @@ jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& c
     return spec;
 }
 
+}  // namespace
+
 // Which columns and indexes of a Jet table stand where in SQL: columns in the order in which they are shown.
 struct Layout {
     explicit Layout(const jet::Table& table);
@@ -128,6 +130,49 @@ Layout::Layout(const jet::Table& table) {
     }
 }
 
+namespace {
+
+// A range of keys as the bytes between which its entries stand.
+struct ByteRange {
+    Bytes from;
+    std::optional<Bytes> to;
+    bool empty = false;
+
+    void Set(const jet::Table& table, std::size_t index, const sql::KeyRange& range) {
+        from.clear();
+        to.reset();
+        empty = false;
+        if (range.kind == sql::KeyRange::Kind::Prefix) {
+            SetPrefix(table, index, range.low->values);
+            to = jet::SuccessorOf(from);
+            return;
+        }
+        if (range.kind == sql::KeyRange::Kind::Equal) {
+            table.AppendKey(index, range.low->values, from);
+            to = jet::SuccessorOf(from);
+            return;
+        }
+        if (range.low) {
+            table.AppendKey(index, range.low->values, from);
+            if (!range.low->inclusive) {
+                auto next = jet::SuccessorOf(from);
+                empty = !next;
+                if (next) from = std::move(*next);
+            }
+        }
+        if (range.high) {
+            to.emplace();
+            table.AppendKey(index, range.high->values, *to);
+            if (range.high->inclusive) to = jet::SuccessorOf(std::move(*to));
+        }
+    }
+
+private:
+    void SetPrefix(const jet::Table& table, std::size_t index, std::span<const Value> values) {
+        table.AppendPrefix(index, values, from);
+    }
+};
+
 class JetCursor : public sql::Cursor {
 public:
     JetCursor(std::shared_ptr<const jet::Table> table, const Layout& layout)
@@ -139,25 +184,9 @@ public:
     }
 
     void Range(int index, const sql::KeyRange& range, bool backwards) override {
-        const auto real = static_cast<std::size_t>(index);
-        const jet::Table& table = cursor_.GetTable();
-        Bytes from;
-        std::optional<Bytes> to;
-        empty_ = false;
-        if (range.low) {
-            table.AppendKey(real, range.low->values, from);
-            if (!range.low->inclusive) {
-                auto next = jet::SuccessorOf(from);
-                empty_ = !next;
-                if (next) from = std::move(*next);
-            }
-        }
-        if (range.high) {
-            to.emplace();
-            table.AppendKey(real, range.high->values, *to);
-            if (range.high->inclusive) to = jet::SuccessorOf(std::move(*to));
-        }
-        cursor_.Range(real, from, to, backwards);
+        bytes_.Set(cursor_.GetTable(), static_cast<std::size_t>(index), range);
+        empty_ = bytes_.empty;
+        cursor_.Range(static_cast<std::size_t>(index), bytes_.from, bytes_.to, backwards);
     }
 
     bool Next() override { return !empty_ && cursor_.Next(); }
@@ -172,37 +201,73 @@ private:
     std::shared_ptr<const jet::Table> table_;
     jet::RowCursor cursor_;
     const Layout& layout_;
+    ByteRange bytes_;
     bool empty_ = false;
 };
 
 class JetTable : public sql::Table {
 public:
-    explicit JetTable(std::shared_ptr<jet::Table> table)
-        : table_(std::move(table)), hold_(table_->GetDatabase().Hold(*table_)), layout_(*table_) {}
+    JetTable(std::shared_ptr<jet::Table> table, std::shared_ptr<const Layout> layout)
+        : table_(std::move(table)), hold_(table_->GetDatabase().Hold(*table_)), layout_(std::move(layout)) {}
 
     const std::u16string& Name() const override { return table_->Name(); }
-    const std::vector<sql::Column>& Columns() const override { return layout_.columns; }
-    const std::vector<sql::Index>& Indexes() const override { return layout_.indexes; }
+    const std::vector<sql::Column>& Columns() const override { return layout_->columns; }
+    const std::vector<sql::Index>& Indexes() const override { return layout_->indexes; }
 
-    // Counted in the slot tables of the pages: what other programs leave in the definition may be wrong.
-    std::int64_t RowCount() override {
-        jet::RowCursor cursor(*table_);
-        cursor.Scan();
-        return cursor.CountRest();
-    }
-
+    std::int64_t RowCount() override { return table_->ExactRowCount(); }
     std::int64_t EstimatedRows() override { return table_->RowCount(); }
 
-    std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<JetCursor>(table_, layout_); }
+    double EstimatedRows(int index, const sql::KeyRange& range) override {
+        ByteRange bytes;
+        bytes.Set(*table_, static_cast<std::size_t>(index), range);
+        if (bytes.empty) return 0;
+        const jet::IndexTree tree = table_->Tree(static_cast<std::size_t>(index));
+        const double from = bytes.from.empty() ? 0 : tree.Position(bytes.from);
+        const double to = bytes.to ? tree.Position(*bytes.to) : 1;
+        return std::max(0.0, to - from) * static_cast<double>(table_->RowCount());
+    }
+
+    double DistinctKeys(int index) override { return table_->DistinctKeys(static_cast<std::size_t>(index)); }
+
+    std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<JetCursor>(table_, *layout_); }
 
     bool CanSeek(int index, std::span<const Value> values) const override {
-        const auto real = static_cast<std::size_t>(index);
-        return values.empty() ? table_->IsInGeneralOrder(real) : table_->HasKeys(real, values);
+        return table_->HasKeys(static_cast<std::size_t>(index), values);
+    }
+
+    // Texts must be in the General order. Keys of memos end early, those of GUIDs are no texts, and in descending
+    // decimals the negative ones come first.
+    bool InOrder(int index, std::size_t columns) const override {
+        const jet::TableDefinition& definition = table_->Definition();
+        const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
+        return std::all_of(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(columns),
+                           [&](const jet::KeyColumn& part) {
+                               return IsInOrder(definition.columns[static_cast<std::size_t>(
+                                                    definition.ColumnByNumber(part.number))],
+                                                part.ascending);
+                           });
+    }
+
+    bool HoldsValues(int index, std::size_t column) const override {
+        const jet::TableDefinition& definition = table_->Definition();
+        const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
+        return std::all_of(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(column) + 1,
+                           [&](const jet::KeyColumn& part) {
+                               const auto position = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
+                               return jet::HasReadableKey(definition.columns[position].type);
+                           });
+    }
+
+    bool HasPrefixes(int index, std::size_t column) const override {
+        const jet::TableDefinition& definition = table_->Definition();
+        const jet::KeyColumn& part = definition.real_indexes[static_cast<std::size_t>(index)].columns[column];
+        const auto order = table_->OrderOf(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))]);
+        return order == jet::TextOrder::General || order == jet::TextOrder::Jet3General;
     }
 
     sql::RowId Insert(std::span<const Value> values) override {
         std::vector<Value> row(values.size());
-        for (std::size_t i = 0; i < values.size(); ++i) row[layout_.positions[i]] = values[i];
+        for (std::size_t i = 0; i < values.size(); ++i) row[layout_->positions[i]] = values[i];
         return ToRowId(Current().Insert(row));
     }
 
@@ -210,7 +275,7 @@ public:
         std::vector<jet::ColumnChange> stored;
         for (const sql::Assignment& change : changes) {
             stored.push_back(
-                {static_cast<int>(layout_.positions[static_cast<std::size_t>(change.column)]), change.value});
+                {static_cast<int>(layout_->positions[static_cast<std::size_t>(change.column)]), change.value});
         }
         Current().Update(ToPointer(row), stored);
     }
@@ -220,6 +285,18 @@ public:
     std::int32_t LastCounter() const override { return table_->LastAutonumber(); }
 
 private:
+    bool IsInOrder(const jet::Column& column, bool ascending) const {
+        switch (column.type) {
+            case jet::ColumnType::Text:
+                return table_->OrderOf(column) == jet::TextOrder::General;
+            case jet::ColumnType::Memo:
+            case jet::ColumnType::Guid:
+            case jet::ColumnType::Internal: return false;
+            case jet::ColumnType::Decimal: return ascending;
+            default: return true;
+        }
+    }
+
     // The table as the file has it now. Another process may have changed its structure since it was opened here; then
     // positions mean other columns, and the object is no longer good.
     jet::Table& Current() {
@@ -238,7 +315,7 @@ private:
 
     std::shared_ptr<jet::Table> table_;
     std::shared_ptr<const void> hold_;
-    Layout layout_;
+    std::shared_ptr<const Layout> layout_;
 };
 
 }  // namespace
@@ -251,7 +328,13 @@ std::shared_ptr<jet::Table> JetCatalog::Require(std::u16string_view name) {
 
 std::shared_ptr<sql::Table> JetCatalog::FindTable(std::u16string_view name) {
     auto table = database_.FindTable(name);
-    return table ? std::make_shared<JetTable>(std::move(table)) : nullptr;
+    if (!table) return nullptr;
+    std::erase_if(known_, [](const Known& known) { return known.table.expired(); });
+    for (const Known& known : known_) {
+        if (known.table.lock() == table) return std::make_shared<JetTable>(std::move(table), known.layout);
+    }
+    known_.push_back({table, std::make_shared<const Layout>(*table)});
+    return std::make_shared<JetTable>(std::move(table), known_.back().layout);
 }
 
 std::optional<std::u16string> JetCatalog::FindQuery(std::u16string_view name) {

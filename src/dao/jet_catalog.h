@@ -1,10 +1,15 @@
 // Jet tables in the form in which the SQL room wants them.
 #pragma once
 
+#include <memory>
+#include <vector>
+
 #include "jet/database.h"
 #include "sql/storage.h"
 
 namespace qmtrain::dao {
+
+struct Layout;
 
 class JetCatalog : public sql::Catalog {
 public:
@@ -23,7 +28,14 @@ public:
 private:
     std::shared_ptr<jet::Table> Require(std::u16string_view name);
 
+    // What has been made of a table, for as long as the table lives.
+    struct Known {
+        std::weak_ptr<jet::Table> table;
+        std::shared_ptr<const Layout> layout;
+    };
+
     jet::Database& database_;
+    std::vector<Known> known_;
 };
 
 }  // namespace qmtrain::dao

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "core/convert.h"
 #include "core/error.h"
@@ -12,6 +13,22 @@
 
 namespace qmtrain::dao {
 namespace {
+
+// A block has no more rows, and about no more bytes of texts.
+constexpr std::size_t kMaxBlockRows = 256;
+constexpr std::size_t kMaxBlockBytes = std::size_t{256} << 10;
+
+// Rows that are only counted are looked for in one scope.
+constexpr std::int64_t kKeysInScope = 4096;
+
+std::size_t BytesOf(const std::vector<Value>& row) {
+    std::size_t bytes = 0;
+    for (const Value& value : row) {
+        if (value.IsText()) bytes += value.Text().size() * sizeof(char16_t);
+        if (value.GetType() == Value::Type::Binary) bytes += value.Binary().size();
+    }
+    return bytes;
+}
 
 Bytes ToBookmark(std::int64_t position) {
     Bytes bookmark(sizeof position);
@@ -92,9 +109,10 @@ JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement
     const jet::Database::Reading reading(Storage());
     query_ = sql::Open(database_->Tables(), *statement_);
     updatable_ = query_->Updatable();
-    if (updatable_) reader_ = sql::Open(database_->Tables(), *statement_);
     for (std::size_t i = 0; i < query_->Columns().size(); ++i) {
         fields_.push_back(std::make_unique<JetField>(*this, static_cast<int>(i)));
+        const sql::ColumnType type = query_->Columns()[i].type;
+        is_long_.push_back(updatable_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary));
     }
     Reach(0);
 }
@@ -109,33 +127,36 @@ jet::Database& JetRecordset::Storage() const {
     return database_->Storage();
 }
 
+std::uint64_t JetRecordset::ChangeStamp() const {
+    return Storage().KnownChanges();
+}
+
 bool JetRecordset::Updatable() {
     RequireOpen();
     return updatable_ && Storage().ReadOnlyReason().empty();
 }
 
 bool JetRecordset::Reach(std::int64_t index) {
-    if (index < Count()) return index >= 0;
-    if (complete_) return false;
-    const jet::Database::Reading reading(Storage());
-    while (index >= Count()) {
-        if (!query_->Next()) {
-            complete_ = true;
+    if (index < seen_) return index >= 0;
+    // Rows that were fetched ahead belong to the record set when they are reached, if they are there still.
+    if (index >= Fetched() || !InBlock(index)) {
+        if (index >= Fetched() && complete_) {
+            seen_ = Fetched();
             return false;
         }
-        if (updatable_) {
-            if (!added_.contains(query_->Row().value)) keys_.push_back(query_->Row());
-            continue;
-        }
-        std::vector<Value>& row = rows_.emplace_back(fields_.size());
-        for (std::size_t i = 0; i < row.size(); ++i) query_->Read(static_cast<int>(i), row[i]);
+        FillBlock(index);
     }
-    return true;
+    seen_ = std::max(seen_, std::min(index + 1, Fetched()));
+    return index < seen_;
 }
 
 void JetRecordset::ReachAll() {
-    for (std::int64_t last = Count(); Reach(last); last = Count() + 256) {
+    while (!complete_) {
+        const jet::Database::Reading reading(Storage());
+        for (std::int64_t rows = 0; rows < kKeysInScope && NextKey(); ++rows) {
+        }
     }
+    seen_ = Fetched();
 }
 
 void JetRecordset::GoTo(std::int64_t index) {
@@ -146,6 +167,98 @@ void JetRecordset::GoTo(std::int64_t index) {
     } else {
         position_ = Reach(index) ? index : Count();
     }
+}
+
+// The block
+
+bool JetRecordset::InBlock(std::int64_t index) const {
+    const bool inside = index >= block_first_ && index < block_first_ + static_cast<std::int64_t>(block_rows_);
+    return inside && (!updatable_ || block_change_ == ChangeStamp());
+}
+
+// Finds one more row; its values can be read from the query.
+bool JetRecordset::NextKey() {
+    if (search_failure_) std::rethrow_exception(std::exchange(search_failure_, nullptr));
+    while (!complete_ && query_->Next()) {
+        if (!updatable_) {
+            std::vector<Value> row(fields_.size());
+            Load(*query_, row);
+            kept_.Add(row);
+            return true;
+        }
+        if (!added_.empty() && added_.contains(query_->Row().value)) continue;
+        keys_.push_back(query_->Row());
+        return true;
+    }
+    complete_ = true;
+    return false;
+}
+
+void JetRecordset::Load(sql::Query& query, std::vector<Value>& row) const {
+    row.resize(fields_.size());
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        if (is_long_[i])
+            row[i] = Value();
+        else
+            query.Read(static_cast<int>(i), row[i]);
+    }
+}
+
+sql::Query& JetRecordset::Reader() {
+    if (!reader_) reader_ = sql::Open(database_->Tables(), *statement_);
+    return *reader_;
+}
+
+void JetRecordset::FillBlock(std::int64_t index) {
+    const std::int64_t end = block_first_ + static_cast<std::int64_t>(block_rows_);
+    const bool goes_on = block_rows_ > 0 && index == end && InBlock(end - 1);
+    block_size_ = goes_on ? std::min(block_size_ * 2, kMaxBlockRows) : 1;
+    block_first_ = index;
+    block_rows_ = 0;
+    const jet::Database::Reading reading(Storage());
+    block_change_ = ChangeStamp();
+    while (Fetched() < index && NextKey()) {
+    }
+    if (Fetched() < index) return;
+    failure_ = nullptr;
+    try {
+        std::size_t bytes = 0;
+        while (block_rows_ < block_size_ && bytes < kMaxBlockBytes) {
+            if (block_.size() == block_rows_) block_.emplace_back(fields_.size());
+            std::vector<Value>& row = block_[block_rows_];
+            if (!FillRow(index + static_cast<std::int64_t>(block_rows_), row)) return;
+            bytes += BytesOf(row);
+            ++block_rows_;
+        }
+    } catch (const AutomationError&) {
+        // A row that cannot be read is a matter of those who come to it.
+        if (Fetched() <= index && block_rows_ == 0) throw;
+        const bool found = Fetched() > index + static_cast<std::int64_t>(block_rows_);
+        (found ? failure_ : search_failure_) = std::current_exception();
+    }
+}
+
+// False when there is no such row, or no longer.
+bool JetRecordset::FillRow(std::int64_t index, std::vector<Value>& row) {
+    const auto place = static_cast<std::size_t>(index);
+    while (index < Fetched()) {
+        if (!updatable_) {
+            kept_.Get(place, row);
+            return true;
+        }
+        if (Reader().MoveTo(keys_[place])) {
+            Load(*reader_, row);
+            return true;
+        }
+        if (index < seen_) return false;
+        keys_.erase(keys_.begin() + index);  // deleted before it was reached
+    }
+    if (!NextKey()) return false;
+    if (updatable_)
+        Load(*query_, row);
+    else
+        kept_.Get(place, row);
+    return true;
 }
 
 bool JetRecordset::Eof() {
@@ -222,27 +335,40 @@ Field& JetRecordset::Fields(int position) {
 }
 
 void JetRecordset::ReadRow(std::int64_t index, std::vector<Value>& values) {
+    values.resize(fields_.size());
     if (!updatable_) {
-        values = rows_[static_cast<std::size_t>(index)];
+        kept_.Get(static_cast<std::size_t>(index), values);
         return;
     }
     const jet::Database::Reading reading(Storage());
-    if (!reader_->MoveTo(keys_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
-    values.resize(fields_.size());
+    if (!Reader().MoveTo(keys_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
 }
 
-const std::vector<Value>& JetRecordset::Current() {
-    if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
-    if (!loaded_) ReadRow(position_, current_);
-    loaded_ = true;
-    return current_;
+std::vector<Value>& JetRecordset::Current() {
+    if (!loaded_) {
+        if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
+        if (!InBlock(position_)) FillBlock(position_);
+        if (block_rows_ == 0 && failure_) std::rethrow_exception(failure_);
+        if (block_rows_ == 0) Raise(ErrorNumber::RecordDeleted);
+        loaded_ = true;
+    }
+    return block_[static_cast<std::size_t>(position_ - block_first_)];
+}
+
+void JetRecordset::LoadLong(std::size_t position, Value& value) {
+    const jet::Database::Reading reading(Storage());
+    if (!Reader().MoveTo(keys_[static_cast<std::size_t>(position_)])) Raise(ErrorNumber::RecordDeleted);
+    reader_->Read(static_cast<int>(position), value);
 }
 
 const Value& JetRecordset::Get(int position) {
     RequireOpen();
-    if (editing_ != Editing::Nothing) return edited_[static_cast<std::size_t>(position)];
-    return Current()[static_cast<std::size_t>(position)];
+    const auto place = static_cast<std::size_t>(position);
+    if (editing_ != Editing::Nothing) return edited_[place];
+    Value& value = Current()[place];
+    if (is_long_[place] && value.IsEmpty()) LoadLong(place, value);
+    return value;
 }
 
 // Editing
@@ -275,8 +401,8 @@ void JetRecordset::AddNew() {
 void JetRecordset::Edit() {
     RequireOpen();
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
-    loaded_ = false;  // what others have changed meanwhile counts
-    edited_ = Current();
+    Current();
+    ReadRow(position_, edited_);  // what others have changed meanwhile counts
     changed_.assign(fields_.size(), false);
     editing_ = Editing::Changing;
 }
@@ -306,8 +432,8 @@ void JetRecordset::Update() {
         // It belongs to the record set from now on, at its end as far as that has been seen.
         const bool at_end = position_ >= Count();
         added_.insert(added.value);
-        keys_.push_back(added);
-        last_modified_ = Count() - 1;
+        keys_.insert(keys_.begin() + seen_, added);
+        last_modified_ = seen_++;
         if (at_end) position_ = Count();
     }
     editing_ = Editing::Nothing;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 
 #include "dao/jet_database.h"
 #include "dao/recordset.h"
+#include "dao/row_buffer.h"
 #include "sql/sql.h"
 
 namespace qmtrain::dao {
@@ -73,18 +75,34 @@ private:
 
     void RequireOpen() const;
     jet::Database& Storage() const;
-    std::int64_t Count() const {
-        return updatable_ ? static_cast<std::int64_t>(keys_.size()) : static_cast<std::int64_t>(rows_.size());
-    }
+    std::uint64_t ChangeStamp() const;
+
+    // Rows that have been fetched: those of the record set, and a few ahead.
+    std::int64_t Fetched() const { return static_cast<std::int64_t>(updatable_ ? keys_.size() : kept_.Size()); }
+
+    // Rows that belong to the record set so far.
+    std::int64_t Count() const { return seen_; }
 
     // Makes sure that row `index` has been looked for; false when there are fewer rows.
     bool Reach(std::int64_t index);
     void GoTo(std::int64_t index);
     void ReachAll();
 
-    // The values of a row that has been reached. Raises RecordDeleted.
+    // ---- the block: consecutive rows whose values are at hand ----
+
+    bool InBlock(std::int64_t index) const;
+
+    // Fetches a block that begins with the row, a longer one each time the last one was read through.
+    void FillBlock(std::int64_t index);
+    bool FillRow(std::int64_t index, std::vector<Value>& row);
+    bool NextKey();
+    void Load(sql::Query& query, std::vector<Value>& row) const;
+    sql::Query& Reader();
+
+    // All values of a row that has been reached. Raises RecordDeleted.
     void ReadRow(std::int64_t index, std::vector<Value>& values);
-    const std::vector<Value>& Current();
+    std::vector<Value>& Current();
+    void LoadLong(std::size_t position, Value& value);
     const Value& Get(int position);
     void Set(int position, const Value& value);
     void Find(std::u16string_view criteria, std::int64_t from);
@@ -92,17 +110,28 @@ private:
     std::shared_ptr<JetDatabase> database_;
     std::unique_ptr<sql::Statement> statement_;
     std::unique_ptr<sql::Query> query_;   // finds the rows
-    std::unique_ptr<sql::Query> reader_;  // reads a row that is known; updatable record sets only
+    std::unique_ptr<sql::Query> reader_;  // goes back to a row of an updatable record set; made when it is needed
     std::vector<std::unique_ptr<Field>> fields_;
     bool updatable_ = false;
-    bool complete_ = false;  // all rows have been seen
-    std::vector<sql::RowId> keys_;
+    bool complete_ = false;  // all rows have been fetched
+    std::int64_t seen_ = 0;
+    std::vector<sql::RowId> keys_;             // of an updatable record set
     std::unordered_set<std::uint32_t> added_;  // by AddNew: they are in keys_ already
-    std::vector<std::vector<Value>> rows_;
+    RowBuffer kept_;                           // the rows of any other
+
+    // Long values are read when they are asked for; until then they are Empty.
+    std::vector<bool> is_long_;
+    std::vector<std::vector<Value>> block_;
+    std::int64_t block_first_ = 0;
+    std::size_t block_rows_ = 0;
+    std::size_t block_size_ = 1;      // how many rows were wanted
+    std::uint64_t block_change_ = 0;  // what has been changed here since makes it old
+
+    std::exception_ptr failure_;         // why the block's first row could not be read
+    std::exception_ptr search_failure_;  // why no row behind those fetched could be found
 
     std::int64_t position_ = 0;  // -1 before the first row, Count() behind the last
-    bool loaded_ = false;        // current_ holds the current row
-    std::vector<Value> current_;
+    bool loaded_ = false;        // the block holds the current row, and it counts as read
 
     Editing editing_ = Editing::Nothing;
     std::vector<Value> edited_;

@@ -21,7 +21,10 @@ public:
     const std::vector<sql::Column>& Columns() const override { return columns_; }
     const std::vector<sql::Index>& Indexes() const override { return indexes_; }
     std::int64_t RowCount() override { return recordset_.Count(); }
+    double EstimatedRows(int, const sql::KeyRange&) override { return 0; }
     bool CanSeek(int, std::span<const Value>) const override { return false; }
+    bool InOrder(int, std::size_t) const override { return false; }
+    bool HasPrefixes(int, std::size_t) const override { return false; }
     sql::RowId Insert(std::span<const Value>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Update(sql::RowId, std::span<const sql::Assignment>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Delete(sql::RowId) override { Raise(ErrorNumber::ReadOnly, {name_}); }

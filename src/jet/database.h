@@ -100,8 +100,8 @@ public:
     // A system table's rows, for checks and tests.
     std::shared_ptr<Table> SystemTable(PageNumber page) { return TableAt(page); }
 
-    // Databases behind linked tables that are open.
-    const std::map<std::filesystem::path, std::unique_ptr<Database>>& Links() const { return links_; }
+    // Grows with each change of this database, or of one that it links to, as far as it is known here. Needs no scope.
+    std::uint64_t KnownChanges() const;
 
     // For this room.
     Pager& GetPager() const { return *pager_; }

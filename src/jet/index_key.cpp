@@ -192,4 +192,60 @@ void AppendKeyPart(const Column& column, bool ascending, const Value& value, con
     AppendValue(column, ascending, value, header, key);
 }
 
+void AppendTextPrefix(const Column& column, bool ascending, std::u16string_view text, const Header& header,
+                      Bytes& key) {
+    key.push_back(ascending ? kValueAscending : kValueDescending);
+    const std::size_t from = key.size();
+    if (TextOrderOf(column, header) == TextOrder::Jet3General) {
+        for (const char byte : ToCodePage(text, kJet3CodePage).value_or(std::string())) {
+            const Jet3Weight& weight = kJet3Weights[static_cast<std::uint8_t>(byte)];
+            key.push_back(weight.first);
+            if (weight.second != 0) key.push_back(weight.second);
+        }
+    } else {
+        collation::AppendPrefix(text, key);
+    }
+    if (!ascending) Invert(key, from);
+}
+
+// Reals are left out: minus zero has the key of zero.
+bool HasReadableKey(ColumnType type) {
+    return type == ColumnType::Boolean || type == ColumnType::Byte || type == ColumnType::Integer ||
+           type == ColumnType::Long || type == ColumnType::Currency || type == ColumnType::Date;
+}
+
+std::size_t KeySize(ColumnType type) {
+    switch (type) {
+        case ColumnType::Boolean:
+        case ColumnType::Byte: return 1;
+        case ColumnType::Integer: return 2;
+        case ColumnType::Long: return 4;
+        default: return 8;
+    }
+}
+
+bool IsNullPart(std::uint8_t flag, bool ascending) {
+    return flag == (ascending ? kNullAscending : kNullDescending);
+}
+
+void DecodeKeyPart(ColumnType type, bool ascending, const std::uint8_t* bytes, Value& value) {
+    std::uint64_t big = 0;
+    const std::size_t size = KeySize(type);
+    for (std::size_t i = 0; i < size; ++i) big = big << 8 | bytes[i];
+    if (!ascending) big = ~big;
+    switch (type) {
+        case ColumnType::Boolean: value.SetNumber((big & 0xFF) == 0); break;
+        case ColumnType::Byte: value.SetNumber(static_cast<std::uint8_t>(big)); break;
+        case ColumnType::Integer: value.SetNumber(static_cast<std::int16_t>(big ^ 0x8000U)); break;
+        case ColumnType::Long: value.SetNumber(static_cast<std::int32_t>(big ^ 0x80000000U)); break;
+        case ColumnType::Currency:
+            value.SetNumber(Currency{static_cast<std::int64_t>(big ^ std::uint64_t{1} << 63U)});
+            break;
+        default: {
+            constexpr std::uint64_t kSign = std::uint64_t{1} << 63U;
+            value.SetNumber(Date{std::bit_cast<double>((big & kSign) != 0 ? big ^ kSign : ~big)});
+        }
+    }
+}
+
 }  // namespace qmtrain::jet

@@ -33,4 +33,17 @@ bool HasKey(const Column& column, const Value& value, const Header& header);
 // Appends the part of one column. Requires: HasKey.
 void AppendKeyPart(const Column& column, bool ascending, const Value& value, const Header& header, Bytes& key);
 
+// Appends the beginning that the parts of all texts share that begin with `text`, letters of both cases being one.
+// Requires: HasKey, and a text order of which the weights are known.
+void AppendTextPrefix(const Column& column, bool ascending, std::u16string_view text, const Header& header, Bytes& key);
+
+// Whether the part of a value can be read back as that value, and how many bytes it has behind its flag.
+bool HasReadableKey(ColumnType type);
+std::size_t KeySize(ColumnType type);
+
+bool IsNullPart(std::uint8_t flag, bool ascending);
+
+// Requires: HasReadableKey, and KeySize bytes at `bytes`.
+void DecodeKeyPart(ColumnType type, bool ascending, const std::uint8_t* bytes, Value& value);
+
 }  // namespace qmtrain::jet

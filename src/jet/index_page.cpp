@@ -159,44 +159,214 @@ void IndexContent::Store(MutablePage& page, const Pager& pager, PageNumber table
     SetFree(page, format, at);
 }
 
-bool InsertInPlace(MutablePage& page, const Pager& pager, const IndexPage& view, std::size_t at,
+// IndexEntries
+
+IndexEntries::IndexEntries(const ByteView& page, const Format& format, PageNumber table)
+    : page_(page),
+      format_(&format),
+      mask_(page.Part(format.index_mask, format.index_mask_bytes).Data()),
+      leaf_(page.U8(0) == static_cast<std::uint8_t>(PageType::IndexLeaf)),
+      prefix_(format.index_prefix_size == 2 ? page.U16(format.index_prefix) : page.U8(format.index_prefix)) {
+    if (!leaf_ && page.U8(0) != static_cast<std::uint8_t>(PageType::IndexNode)) page.Damaged(u"此页不是索引页");
+    if (page.U32(4) != table) page.Damaged(u"索引页属于另一个表");
+    for (std::size_t word = (format.index_mask_bytes + 7) / 8; word-- > 0;) {
+        const std::uint64_t bits = Word(word);
+        if (bits == 0) continue;
+        end_ = word * 64 + 63 - static_cast<std::size_t>(std::countl_zero(bits));
+        break;
+    }
+    if (end_ > format.IndexCapacity()) page.Damaged(u"索引项错误");
+    if (end_ > 0 && prefix_ > EndAfter(0)) page.Damaged(u"索引前缀错误");
+}
+
+// 64 bits of the mask. Bit 0 of all stands before the first entry and means nothing.
+std::uint64_t IndexEntries::Word(std::size_t word) const {
+    std::uint64_t bits = 0;
+    const std::size_t byte = word * 8;
+    if (byte + 8 <= format_->index_mask_bytes) {
+        std::memcpy(&bits, mask_ + byte, 8);
+    } else {
+        std::memcpy(&bits, mask_ + byte, format_->index_mask_bytes - byte);
+    }
+    return word == 0 ? bits & ~std::uint64_t{1} : bits;
+}
+
+std::size_t IndexEntries::StartAt(std::size_t place) const {
+    std::size_t word = place / 64;
+    std::uint64_t bits = Word(word) & (~std::uint64_t{0} >> (63 - place % 64));
+    while (bits == 0) {
+        if (word == 0) return 0;
+        bits = Word(--word);
+    }
+    return word * 64 + 63 - static_cast<std::size_t>(std::countl_zero(bits));
+}
+
+std::size_t IndexEntries::EndAfter(std::size_t place) const {
+    std::size_t word = (place + 1) / 64;
+    std::uint64_t bits = Word(word) & (~std::uint64_t{0} << ((place + 1) % 64));
+    while (bits == 0) {
+        if (++word > end_ / 64) page_.Damaged(u"索引项错误");
+        bits = Word(word);
+    }
+    return word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
+}
+
+std::size_t IndexEntries::Count(std::size_t from, std::size_t to) const {
+    if (from >= to) return 0;
+    std::size_t count = 0;
+    for (std::size_t word = (from + 1) / 64; word <= to / 64; ++word) {
+        std::uint64_t bits = Word(word);
+        if (word == (from + 1) / 64) bits &= ~std::uint64_t{0} << ((from + 1) % 64);
+        if (word == to / 64) bits &= ~std::uint64_t{0} >> (63 - to % 64);
+        count += static_cast<std::size_t>(std::popcount(bits));
+    }
+    return count;
+}
+
+std::span<const std::uint8_t> IndexEntries::Stored(std::size_t place) const {
+    const std::size_t length = EndAfter(place) - place;
+    const std::size_t least = kRowPointerBytes + 1 + (leaf_ ? 0 : kChildBytes);
+    if (length + (place > 0 ? prefix_ : 0) < least) page_.Damaged(u"索引项错误");
+    return {page_.Data() + format_->index_entries + place, length};
+}
+
+void IndexEntries::Entry(std::size_t place, Bytes& entry) const {
+    const auto own = Stored(place);
+    if (place == 0 || prefix_ == 0) {
+        entry.assign(own.begin(), own.end());
+        return;
+    }
+    const auto first = Stored(0).first(prefix_);
+    entry.assign(first.begin(), first.end());
+    entry.insert(entry.end(), own.begin(), own.end());
+}
+
+PageNumber IndexEntries::Child(std::size_t place) const {
+    const auto own = Stored(place);
+    if (own.size() < kChildBytes) page_.Damaged(u"索引项错误");
+    return GetBig32(own.last(kChildBytes).data());
+}
+
+int IndexEntries::Compare(std::size_t place, std::span<const std::uint8_t> key) const {
+    auto own = Stored(place);
+    if (!leaf_) own = own.first(own.size() >= kChildBytes ? own.size() - kChildBytes : 0);
+    if (place == 0 || prefix_ == 0) return CompareBytes(own, key);
+    const auto prefix = Stored(0).first(prefix_);
+    const auto head = key.first(std::min(prefix_, key.size()));
+    const int order = CompareBytes(prefix, head);
+    return order != 0 ? order : CompareBytes(own, key.subspan(prefix_));
+}
+
+// By bytes, not by entries: each step looks at the entry in the middle of what is left.
+std::size_t IndexEntries::LowerBound(std::span<const std::uint8_t> key) const {
+    std::size_t low = 0;
+    std::size_t high = end_;
+    while (low < high) {
+        const std::size_t start = StartAt((low + high - 1) / 2);
+        if (Compare(start, key) < 0) {
+            low = EndAfter(start);
+        } else {
+            high = start;
+        }
+    }
+    return low;
+}
+
+bool IndexEntries::Encloses(std::span<const std::uint8_t> key) const {
+    return !Empty() && Compare(0, key) < 0 && Compare(Preceding(end_), key) >= 0;
+}
+
+// Changing in place
+
+namespace {
+
+// The mask, to be moved by bits.
+class MaskBits {
+public:
+    MaskBits(const std::uint8_t* mask, std::size_t bytes) : bytes_(bytes) { std::memcpy(words_.data(), mask, bytes); }
+
+    void Store(std::uint8_t* mask) const { std::memcpy(mask, words_.data(), bytes_); }
+    void Set(std::size_t bit) { words_[bit / 64] |= std::uint64_t{1} << (bit % 64); }
+
+    // The bits from `from` on move up.
+    void OpenGap(std::size_t from, std::size_t by) {
+        const Words moved = From(from);
+        ClearFrom(from);
+        for (std::size_t i = from / 64; i < kWords && i + by / 64 < kWords; ++i) {
+            words_[i + by / 64] |= moved[i] << (by % 64);
+            if (by % 64 != 0 && i + by / 64 + 1 < kWords) words_[i + by / 64 + 1] |= moved[i] >> (64 - by % 64);
+        }
+    }
+
+    // `by` bits from `from` on go, and those behind them move down.
+    void CloseGap(std::size_t from, std::size_t by) {
+        const Words moved = From(from + by);
+        ClearFrom(from);
+        for (std::size_t i = (from + by) / 64; i < kWords; ++i) {
+            words_[i - by / 64] |= moved[i] >> (by % 64);
+            if (by % 64 != 0 && i > by / 64) words_[i - by / 64 - 1] |= moved[i] << (64 - by % 64);
+        }
+    }
+
+private:
+    static constexpr std::size_t kWords = 57;  // of the longest mask
+    using Words = std::array<std::uint64_t, kWords>;
+    static_assert(kJet4.index_mask_bytes <= kWords * 8 && kJet3.index_mask_bytes <= kWords * 8);
+
+    Words From(std::size_t bit) const {
+        Words words{};
+        if (bit / 64 >= kWords) return words;
+        std::copy(words_.begin() + static_cast<std::ptrdiff_t>(bit / 64), words_.end(),
+                  words.begin() + static_cast<std::ptrdiff_t>(bit / 64));
+        words[bit / 64] &= ~std::uint64_t{0} << (bit % 64);
+        return words;
+    }
+
+    void ClearFrom(std::size_t bit) {
+        if (bit / 64 >= kWords) return;
+        words_[bit / 64] &= ~(~std::uint64_t{0} << (bit % 64));
+        std::fill(words_.begin() + static_cast<std::ptrdiff_t>(bit / 64) + 1, words_.end(), 0);
+    }
+
+    std::size_t bytes_;
+    Words words_{};
+};
+
+}  // namespace
+
+bool InsertInPlace(MutablePage& page, const Pager& pager, const IndexEntries& view, std::size_t place,
                    std::span<const std::uint8_t> entry) {
     const Format& format = pager.GetFormat();
     const std::size_t prefix = view.Prefix();
     if (prefix > 0) {
-        if (at == 0 || entry.size() < prefix) return false;
+        if (place == 0 || entry.size() < prefix) return false;
         if (CompareBytes(view.Stored(0).first(prefix), entry.first(prefix)) != 0) return false;
         entry = entry.subspan(prefix);
     }
-    if (entry.size() > view.ActualFree()) return false;
-    const std::size_t begin = view.Begin(at);
-    std::uint8_t* place = page.Data() + format.index_entries + begin;
-    std::memmove(place + entry.size(), place, view.UsedBytes() - begin);
-    std::memcpy(place, entry.data(), entry.size());
-    std::vector<std::uint16_t> ends;
-    ends.reserve(view.Count() - at + 1);
-    ends.push_back(static_cast<std::uint16_t>(begin + entry.size()));
-    for (std::size_t i = at; i < view.Count(); ++i) {
-        ends.push_back(static_cast<std::uint16_t>(view.Begin(i + 1) + entry.size()));
-    }
-    SetFree(page, format, view.UsedBytes() + entry.size());
-    RewriteMask(page, format, begin + 1, ends);
+    const std::size_t used = view.End();
+    if (entry.size() > format.IndexCapacity() - used) return false;
+    std::uint8_t* bytes = page.Data() + format.index_entries + place;
+    std::memmove(bytes + entry.size(), bytes, used - place);
+    std::memcpy(bytes, entry.data(), entry.size());
+    MaskBits mask(page.Data() + format.index_mask, format.index_mask_bytes);
+    mask.OpenGap(place + 1, entry.size());
+    mask.Set(place + entry.size());
+    mask.Store(page.Data() + format.index_mask);
+    SetFree(page, format, used + entry.size());
     return true;
 }
 
-bool EraseInPlace(MutablePage& page, const Pager& pager, const IndexPage& view, std::size_t at) {
+bool EraseInPlace(MutablePage& page, const Pager& pager, const IndexEntries& view, std::size_t place) {
     const Format& format = pager.GetFormat();
-    if (at == 0 && view.Prefix() > 0) return false;
-    const std::size_t begin = view.Begin(at);
-    const std::size_t length = view.Begin(at + 1) - begin;
-    std::uint8_t* place = page.Data() + format.index_entries + begin;
-    std::memmove(place, place + length, view.UsedBytes() - begin - length);
-    std::vector<std::uint16_t> ends;
-    for (std::size_t i = at + 1; i < view.Count(); ++i) {
-        ends.push_back(static_cast<std::uint16_t>(view.Begin(i + 1) - length));
-    }
-    SetFree(page, format, view.UsedBytes() - length);
-    RewriteMask(page, format, begin + 1, ends);
+    if (place == 0 && view.Prefix() > 0) return false;
+    const std::size_t used = view.End();
+    const std::size_t length = view.Following(place) - place;
+    std::uint8_t* bytes = page.Data() + format.index_entries + place;
+    std::memmove(bytes, bytes + length, used - place - length);
+    MaskBits mask(page.Data() + format.index_mask, format.index_mask_bytes);
+    mask.CloseGap(place + 1, length);
+    mask.Store(page.Data() + format.index_mask);
+    SetFree(page, format, used - length);
     return true;
 }
 

@@ -43,6 +43,10 @@ IndexPage IndexTree::View(const Page& page) const {
     return {page.View(), pager_.GetFormat(), table_};
 }
 
+IndexEntries IndexTree::Entries(const Page& page) const {
+    return {page.View(), pager_.GetFormat(), table_};
+}
+
 bool IndexTree::IsLeaf(const Page& page) const {
     const bool leaf = page.Type() == PageType::IndexLeaf;
     if (!leaf && !IsNode(page)) pager_.Damaged(page.Number(), u"此页不是索引页");
@@ -58,31 +62,64 @@ IndexTree::Path IndexTree::Descend(std::span<const std::uint8_t> key) const {
             path.push_back({number, 0, false});
             return path;
         }
-        const IndexPage view = View(page);
-        std::size_t child = view.LowerBound(key);
-        const bool lacks_tail = child == view.Count() && view.Tail() == 0;
+        const IndexEntries view = Entries(page);
+        std::size_t place = view.LowerBound(key);
+        const bool lacks_tail = place == view.End() && view.Tail() == 0;
         if (lacks_tail) {
-            if (view.Count() == 0) pager_.Damaged(number, u"索引节点没有子页");
-            --child;
+            if (view.Empty()) pager_.Damaged(number, u"索引节点没有子页");
+            place = view.Preceding(place);
         }
-        path.push_back({number, child, lacks_tail});
-        number = child == view.Count() ? view.Tail() : view.Child(child);
+        path.push_back({number, view.Count(0, place), lacks_tail});
+        number = place == view.End() ? view.Tail() : view.Child(place);
         if (number == root_) pager_.Damaged(root_, u"索引的页链成环");
     }
 }
 
 PageNumber IndexTree::FindLeaf(std::span<const std::uint8_t> key) const {
-    return Descend(key).back().page;
+    PageNumber number = root_;
+    for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
+        const Page page = pager_.Read(number);
+        if (IsLeaf(page)) return number;
+        const IndexEntries view = Entries(page);
+        std::size_t place = view.LowerBound(key);
+        if (place == view.End() && view.Tail() == 0) {
+            if (view.Empty()) pager_.Damaged(number, u"索引节点没有子页");
+            place = view.Preceding(place);
+        }
+        number = place == view.End() ? view.Tail() : view.Child(place);
+        if (number == root_) pager_.Damaged(root_, u"索引的页链成环");
+    }
+    pager_.Damaged(root_, u"索引的层数错误");
+}
+
+double IndexTree::Position(std::span<const std::uint8_t> key) const {
+    double position = 0;
+    double width = 1;
+    PageNumber number = root_;
+    for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
+        const Page page = pager_.Read(number);
+        const bool leaf = IsLeaf(page);
+        const IndexEntries view = Entries(page);
+        const std::size_t place = view.LowerBound(key);
+        const auto before = static_cast<double>(view.Count(0, place));
+        const auto all = static_cast<double>(view.Count(0, view.End())) + (view.Tail() != 0 ? 1 : 0);
+        if (all == 0) return position;
+        position += width * std::min(before / all, 1.0);
+        width /= all;
+        if (leaf || (place == view.End() && view.Tail() == 0)) return position;
+        number = place == view.End() ? view.Tail() : view.Child(place);
+    }
+    return position;
 }
 
 PageNumber IndexTree::LastLeaf() const {
     PageNumber number = root_;
     for (std::size_t depth = 0; depth < kMaxDepth; ++depth) {
         const Page page = pager_.Read(number);
-        const IndexPage view = View(page);
+        const IndexEntries view = Entries(page);
         if (view.IsLeaf()) return number;
-        if (view.Tail() == 0 && view.Count() == 0) pager_.Damaged(number, u"索引节点没有子页");
-        number = view.Tail() != 0 ? view.Tail() : view.Child(view.Count() - 1);
+        if (view.Tail() == 0 && view.Empty()) pager_.Damaged(number, u"索引节点没有子页");
+        number = view.Tail() != 0 ? view.Tail() : view.Child(view.Preceding(view.End()));
     }
     pager_.Damaged(root_, u"索引的层数错误");
 }
@@ -108,22 +145,23 @@ bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
     bool new_key = true;
     {
         MutablePage leaf = pager_.Write(path.back().page);
-        const IndexPage view = View(leaf);
-        at = view.LowerBound(entry);
+        const IndexEntries view = Entries(leaf);
+        const std::size_t place = view.LowerBound(entry);
         Bytes neighbour;
-        if (at < view.Count()) {
-            view.Entry(at, neighbour);
+        if (place < view.End()) {
+            view.Entry(place, neighbour);
             if (std::equal(neighbour.begin(), neighbour.end(), entry.begin(), entry.end())) {
                 pager_.Damaged(leaf.Number(), u"索引中已有此行");
             }
             new_key = !SameKey(neighbour, entry);
         }
-        if (at > 0 && new_key) {
-            view.Entry(at - 1, neighbour);
+        if (place > 0 && new_key) {
+            view.Entry(view.Preceding(place), neighbour);
             new_key = !SameKey(neighbour, entry);
         }
-        if (InsertInPlace(leaf, pager_, view, at, entry)) return new_key;
-        content = IndexContent::Read(view);
+        if (InsertInPlace(leaf, pager_, view, place, entry)) return new_key;
+        at = view.Count(0, place);
+        content = IndexContent::Read(View(leaf));
     }
     content.entries.insert(content.entries.begin() + static_cast<std::ptrdiff_t>(at),
                            Bytes(entry.begin(), entry.end()));
@@ -257,17 +295,17 @@ bool IndexTree::Erase(std::span<const std::uint8_t> entry) {
     bool empty = false;
     {
         const Page leaf = pager_.Read(path[level].page);
-        const IndexPage view = View(leaf);
-        const std::size_t at = view.LowerBound(entry);
+        const IndexEntries view = Entries(leaf);
+        const std::size_t place = view.LowerBound(entry);
         Bytes found;
-        if (at < view.Count()) view.Entry(at, found);
+        if (place < view.End()) view.Entry(place, found);
         if (!std::equal(found.begin(), found.end(), entry.begin(), entry.end())) return false;
-        was_last = at + 1 == view.Count();
-        empty = view.Count() == 1;
+        was_last = view.Following(place) == view.End();
+        empty = was_last && place == 0;
         MutablePage changed = pager_.Write(leaf.Number());
-        if (!EraseInPlace(changed, pager_, view, at)) {
-            IndexContent content = IndexContent::Read(view);
-            content.entries.erase(content.entries.begin() + static_cast<std::ptrdiff_t>(at));
+        if (!EraseInPlace(changed, pager_, view, place)) {
+            IndexContent content = IndexContent::Read(View(leaf));
+            content.entries.erase(content.entries.begin());
             content.Store(changed, pager_, table_);
         }
     }
@@ -359,20 +397,24 @@ std::optional<Bytes> IndexTree::LastEntryBelow(PageNumber number) const {
 
 // IndexCursor
 
-void IndexCursor::StartForward(std::span<const std::uint8_t> from) {
+void IndexCursor::StartForward(std::span<const std::uint8_t> from, const std::optional<Bytes>& to) {
     forward_ = true;
     to_end_ = false;
     entry_.assign(from.begin(), from.end());
+    bounded_ = to.has_value();
+    if (to) bound_ = *to;
     strictly_ = false;
     located_ = false;
     pages_walked_ = 0;
 }
 
-void IndexCursor::StartBackward(std::optional<std::span<const std::uint8_t>> from) {
+void IndexCursor::StartBackward(std::optional<std::span<const std::uint8_t>> from, const Bytes& to) {
     forward_ = false;
     to_end_ = !from.has_value();
     entry_.clear();
     if (from) entry_.assign(from->begin(), from->end());
+    bounded_ = !to.empty();
+    bound_ = to;
     strictly_ = true;
     located_ = false;
     pages_walked_ = 0;
@@ -381,43 +423,47 @@ void IndexCursor::StartBackward(std::optional<std::span<const std::uint8_t>> fro
 void IndexCursor::Load(PageNumber number) {
     Pager& pager = tree_.GetPager();
     if (pages_walked_++ > pager.PageCount()) pager.Damaged(tree_.Root(), u"索引的页链成环");
+    view_.reset();
     page_ = pager.Read(number);
     view_.emplace(page_.View(), pager.GetFormat(), tree_.Table());
     if (!view_->IsLeaf()) pager.Damaged(number, u"索引的页链错误");
+    stop_ = bounded_ ? view_->LowerBound(bound_) : forward_ ? view_->End() : 0;
 }
 
-// Goes to where the next entry stands, by the tree.
+// Goes to where the next entry stands: on the leaf at hand, or by the tree.
 void IndexCursor::Find() {
     pages_walked_ = 0;  // a way through the tree is no step along the chain of leaves
-    Load(to_end_ ? tree_.LastLeaf() : tree_.FindLeaf(entry_));
-    change_ = tree_.GetPager().ChangeCount();
+    if (!to_end_ && IsFresh() && view_->Encloses(entry_)) {
+        stop_ = bounded_ ? view_->LowerBound(bound_) : forward_ ? view_->End() : 0;
+    } else {
+        Load(to_end_ ? tree_.LastLeaf() : tree_.FindLeaf(entry_));
+        change_ = tree_.GetPager().ChangeCount();
+    }
     located_ = true;
     if (to_end_) {
-        position_ = view_->Count();
+        position_ = view_->End();
         return;
     }
     position_ = view_->LowerBound(entry_);
-    if (!forward_ || !strictly_ || position_ == view_->Count()) return;
-    Bytes found;
-    view_->Entry(position_, found);
-    if (found == entry_) ++position_;
+    if (!forward_ || !strictly_ || position_ == view_->End()) return;
+    if (view_->Compare(position_, entry_) == 0) position_ = view_->Following(position_);
 }
 
 bool IndexCursor::Next() {
-    if (!located_ || change_ != tree_.GetPager().ChangeCount()) Find();
+    if (!located_ || !IsFresh()) Find();
     if (!Step()) return false;
     to_end_ = false;
     strictly_ = true;
     return true;
 }
 
-std::int64_t IndexCursor::CountUntil(const std::optional<Bytes>& end) {
-    if (!located_ || change_ != tree_.GetPager().ChangeCount()) Find();
+std::int64_t IndexCursor::CountRest() {
+    if (!located_ || !IsFresh()) Find();
+    located_ = false;
     std::int64_t entries = 0;
     for (;;) {
-        const std::size_t stop = end ? view_->LowerBound(*end) : view_->Count();
-        if (stop > position_) entries += static_cast<std::int64_t>(stop - position_);
-        if (stop < view_->Count() || view_->Next() == 0) return entries;
+        entries += static_cast<std::int64_t>(view_->Count(position_, stop_));
+        if (stop_ < view_->End() || view_->Next() == 0) return entries;
         Load(view_->Next());
         position_ = 0;
     }
@@ -425,20 +471,22 @@ std::int64_t IndexCursor::CountUntil(const std::optional<Bytes>& end) {
 
 bool IndexCursor::Step() {
     if (forward_) {
-        while (position_ == view_->Count()) {
-            if (view_->Next() == 0) return false;
+        while (position_ >= stop_) {
+            if (stop_ < view_->End() || view_->Next() == 0) return false;
             Load(view_->Next());
             position_ = 0;
         }
-        view_->Entry(position_++, entry_);
+        view_->Entry(position_, entry_);
+        position_ = view_->Following(position_);
         return true;
     }
-    while (position_ == 0) {
-        if (view_->Previous() == 0) return false;
+    while (position_ <= stop_) {
+        if (stop_ > 0 || view_->Previous() == 0) return false;
         Load(view_->Previous());
-        position_ = view_->Count();
+        position_ = view_->End();
     }
-    view_->Entry(--position_, entry_);
+    position_ = view_->Preceding(position_);
+    view_->Entry(position_, entry_);
     return true;
 }
 

@@ -41,6 +41,9 @@ public:
     PageNumber FindLeaf(std::span<const std::uint8_t> key) const;
     PageNumber LastLeaf() const;
 
+    // About which part of all entries stands below `key`, from 0 to 1.
+    double Position(std::span<const std::uint8_t> key) const;
+
     Pager& GetPager() const { return pager_; }
     PageNumber Table() const { return table_; }
     PageNumber Root() const { return root_; }
@@ -55,6 +58,7 @@ private:
     using Path = std::vector<Step>;
 
     IndexPage View(const Page& page) const;
+    IndexEntries Entries(const Page& page) const;
     bool IsLeaf(const Page& page) const;
     Path Descend(std::span<const std::uint8_t> key) const;
     bool GiveTails(const Path& path);
@@ -82,35 +86,38 @@ class IndexCursor {
 public:
     explicit IndexCursor(const IndexTree& tree) : tree_(tree) {}
 
-    // Forward: Next() will give the first entry not below `from`. Backward: the last entry below `from`, or the last of
-    // all when there is none.
-    void StartForward(std::span<const std::uint8_t> from);
-    void StartBackward(std::optional<std::span<const std::uint8_t>> from);
+    // Forward: Next() will give the first entry not below `from`, and end before `to`. Backward: the last entry below
+    // `from`, or the last of all when there is none, and end with the first entry not below `to`.
+    void StartForward(std::span<const std::uint8_t> from, const std::optional<Bytes>& to = {});
+    void StartBackward(std::optional<std::span<const std::uint8_t>> from, const Bytes& to = {});
 
     // Moves on; false at the end.
     bool Next();
 
-    // How many entries stand from the next one on up to `end` (no bound when empty). Only forward; the cursor has to be
-    // started anew afterwards.
-    std::int64_t CountUntil(const std::optional<Bytes>& end);
+    // How many times Next() would still be true. Only forward; the cursor has to be started anew afterwards.
+    std::int64_t CountRest();
 
     const Bytes& Entry() const { return entry_; }
 
 private:
+    bool IsFresh() const { return view_ && change_ == tree_.GetPager().ChangeCount(); }
     void Load(PageNumber page);
     void Find();
     bool Step();
 
     IndexTree tree_;
     bool forward_ = true;
-    bool to_end_ = false;       // backward from the very end
-    Bytes entry_;               // the present entry, or where to start
+    bool to_end_ = false;   // backward from the very end
+    Bytes entry_;           // the present entry, or where to start
+    bool bounded_ = false;  // by bound_
+    Bytes bound_;
     bool strictly_ = false;     // the next entry must differ from entry_
     std::uint64_t change_ = 0;  // the pager's, when page_ was looked at
     bool located_ = false;
     Page page_;
-    std::optional<IndexPage> view_;
-    std::size_t position_ = 0;  // of the next entry; backward: one behind it
+    std::optional<IndexEntries> view_;
+    std::size_t position_ = 0;  // of the next entry; backward: behind it
+    std::size_t stop_ = 0;      // the bound's place on this page
     PageNumber pages_walked_ = 0;
 };
 

@@ -63,6 +63,9 @@ public:
     // Why the file is not to be written; empty when it is.
     const std::u16string& ReadOnlyReason() const { return file_.ReadOnlyReason(); }
 
+    // ChangeCount as it was when the file last took part in a scope.
+    std::uint64_t KnownChanges() const { return change_count_; }
+
     // Whatever follows needs a scope of the session, and joins the file to it.
 
     PageNumber PageCount() const;

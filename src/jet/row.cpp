@@ -74,6 +74,12 @@ void DecodeText(const ByteView& stored, std::u16string& text) {
         if (size > 0) std::memcpy(text.data(), data, size);
         return;
     }
+    // Mostly single bytes to the end.
+    if (std::memchr(data + 2, 0, size - 2) == nullptr) {
+        text.resize(size - 2);
+        std::copy(data + 2, data + size, text.begin());
+        return;
+    }
     text.reserve(size - 2);
     bool bytes = true;
     for (std::size_t at = 2; at < size;) {

@@ -30,13 +30,24 @@ void RowCursor::Range(std::size_t index, const Bytes& from, const std::optional<
     backwards_ = backwards;
     row_ = {};
     loaded_ = false;
-    index_.emplace(table_->Tree(index));
+    if (!index_ || index_number_ != index) SetIndex(index);
     if (backwards) {
-        bound_ = from;
-        index_->StartBackward(to ? std::optional<std::span<const std::uint8_t>>(*to) : std::nullopt);
+        index_->StartBackward(to ? std::optional<std::span<const std::uint8_t>>(*to) : std::nullopt, from);
     } else {
-        bound_ = to;
-        index_->StartForward(from);
+        index_->StartForward(from, to);
+    }
+}
+
+void RowCursor::SetIndex(std::size_t index) {
+    index_.emplace(table_->Tree(index));
+    index_number_ = index;
+    key_parts_.clear();
+    const TableDefinition& definition = table_->Definition();
+    for (const KeyColumn& part : definition.real_indexes[index].columns) {
+        const auto column = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
+        const ColumnType type = definition.columns[column].type;
+        if (!HasReadableKey(type)) break;
+        key_parts_.push_back({column, type, KeySize(type), part.ascending});
     }
 }
 
@@ -54,7 +65,7 @@ std::int64_t RowCursor::CountRest() {
     loaded_ = false;
     std::int64_t rows = 0;
     if (mode_ == Mode::Index && !backwards_) {
-        rows = index_->CountUntil(bound_);
+        rows = index_->CountRest();
         End();
     } else if (mode_ == Mode::Scan) {
         for (; HasScanSlot(); scan_slot_ = data_->Slots())
@@ -105,11 +116,8 @@ bool RowCursor::NextInScan() {
 
 bool RowCursor::NextInIndex() {
     if (index_->Next()) {
-        const Bytes& entry = index_->Entry();
-        if (!bound_ || (backwards_ ? entry >= *bound_ : entry < *bound_)) {
-            row_ = RowPointerOf(entry);
-            return true;
-        }
+        row_ = RowPointerOf(index_->Entry());
+        return true;
     }
     End();
     return false;
@@ -129,12 +137,18 @@ bool RowCursor::Load() {
     if (mode_ == Mode::Scan && plain_ && page_change_ == change) {  // the page of the scan is at hand
         view_.emplace(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
         loaded_ = true;
+        row_page_ = {};
         row_change_ = change;
         return true;
     }
     RowPointer at = row_;
     for (int hop = 0;; ++hop) {
-        row_page_ = pager_.Read(at.page);
+        const bool at_hand = row_page_ && row_page_.Number() == at.page && row_change_ == change;
+        if (!at_hand) {
+            view_.reset();
+            row_page_ = pager_.Read(at.page);
+            row_change_ = change;
+        }
         if (row_page_.Type() != PageType::Data || row_page_.View().U32(4) != table_->Definition().page) {
             if (hop == 0) return false;
             pager_.Damaged(at.page, u"行的溢出指针错误");
@@ -155,7 +169,6 @@ bool RowCursor::Load() {
         at = RowPointer::FromStored(bytes.U32(0));
     }
     loaded_ = true;
-    row_change_ = change;
     return true;
 }
 
@@ -172,7 +185,30 @@ std::optional<LongValueReader> RowCursor::OpenLongValue(std::size_t column) {
     return LongValueReader(pager_, *stored);
 }
 
+// A value of the row that the index walk has come to.
+bool RowCursor::ReadFromKey(std::size_t column, Value& value) const {
+    const Bytes& entry = index_->Entry();
+    std::size_t at = 0;
+    for (const KeyPart& part : key_parts_) {
+        const std::size_t end = entry.size() - kRowPointerBytes;
+        if (at >= end) return false;
+        const bool null = IsNullPart(entry[at], part.ascending);
+        if (part.column == column) {
+            if (null)
+                value = Null{};
+            else if (at + 1 + part.size > end)
+                return false;
+            else
+                DecodeKeyPart(part.type, part.ascending, &entry[at + 1], value);
+            return true;
+        }
+        at += null ? 1 : 1 + part.size;
+    }
+    return false;
+}
+
 void RowCursor::Read(std::size_t position, Value& value) {
+    if (mode_ == Mode::Index && !loaded_ && row_ && ReadFromKey(position, value)) return;
     const Column& column = table_->Definition().columns[position];
     const RowView& view = View();
     if (column.type == ColumnType::Boolean) {

@@ -48,6 +48,8 @@ private:
     void End();
     bool NextInIndex();
     bool Load();
+    void SetIndex(std::size_t index);
+    bool ReadFromKey(std::size_t column, Value& value) const;
 
     const Table* table_;
     Pager& pager_;
@@ -61,8 +63,17 @@ private:
     std::uint64_t page_change_ = 0;  // the pager's, when page_ was looked at
 
     std::optional<IndexCursor> index_;
+    std::size_t index_number_ = 0;
     bool backwards_ = false;
-    std::optional<Bytes> bound_;  // where an index walk ends
+
+    // The leading columns of the index whose values can be read from its entries, so that the row need not be visited.
+    struct KeyPart {
+        std::size_t column = 0;
+        ColumnType type = ColumnType::Long;
+        std::size_t size = 0;
+        bool ascending = true;
+    };
+    std::vector<KeyPart> key_parts_;
 
     RowPointer row_;
     bool loaded_ = false;

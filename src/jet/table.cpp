@@ -59,6 +59,51 @@ std::int64_t Table::RowCount() const {
     return StoredRowCount(pager_.Read(definition_.page), pager_.GetFormat());
 }
 
+namespace {
+
+// The index that has an entry for each row and the shortest keys, -1 when there is none.
+int ShortestIndex(const TableDefinition& definition) {
+    int best = -1;
+    std::size_t best_size = 0;
+    for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
+        const RealIndex& real = definition.real_indexes[i];
+        if (real.IgnoresNulls()) continue;
+        std::size_t size = 0;
+        for (const KeyColumn& part : real.columns) {
+            const Column& column = definition.columns[definition.ColumnByNumber(part.number)];
+            size += HasReadableKey(column.type) ? 1 + KeySize(column.type) : 1 + std::size_t{column.length};
+        }
+        if (best >= 0 && size >= best_size) continue;
+        best = static_cast<int>(i);
+        best_size = size;
+    }
+    return best;
+}
+
+}  // namespace
+
+std::int64_t Table::ExactRowCount() const {
+    if (counted_at_ == pager_.Generation()) return RowCount();
+    std::int64_t rows = 0;
+    if (const int index = ShortestIndex(definition_); index >= 0) {
+        IndexCursor entries(Tree(static_cast<std::size_t>(index)));
+        entries.StartForward({});
+        rows = entries.CountRest();
+    } else {
+        RowCursor cursor(*this);
+        cursor.Scan();
+        rows = cursor.CountRest();
+    }
+    if (rows == RowCount()) counted_at_ = pager_.Generation();
+    return rows;
+}
+
+std::uint32_t Table::DistinctKeys(std::size_t index) const {
+    const Format& format = pager_.GetFormat();
+    const std::size_t at = format.definition_header + format.statistics_block * index + 4;
+    return pager_.Read(definition_.page).View().U32(at);
+}
+
 IndexTree Table::Tree(std::size_t index) const {
     return {pager_, allocator_, definition_.page, definition_.real_indexes[index]};
 }
@@ -76,12 +121,8 @@ LongValueWriter Table::LongValues(const Column& column) const {
 
 // Keys
 
-bool Table::IsInGeneralOrder(std::size_t index) const {
-    const std::vector<KeyColumn>& parts = definition_.real_indexes[index].columns;
-    return std::all_of(parts.begin(), parts.end(), [&](const KeyColumn& part) {
-        const Column& column = definition_.columns[definition_.ColumnByNumber(part.number)];
-        return !IsText(column.type) || TextOrderOf(column, pager_.GetHeader()) == TextOrder::General;
-    });
+TextOrder Table::OrderOf(const Column& column) const {
+    return TextOrderOf(column, pager_.GetHeader());
 }
 
 bool Table::HasKeys(std::size_t index, std::span<const Value> values) const {
@@ -99,6 +140,13 @@ void Table::AppendKey(std::size_t index, std::span<const Value> values, Bytes& k
         const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
         AppendKeyPart(column, real.columns[i].ascending, values[i], pager_.GetHeader(), key);
     }
+}
+
+void Table::AppendPrefix(std::size_t index, std::span<const Value> values, Bytes& key) const {
+    AppendKey(index, values.first(values.size() - 1), key);
+    const KeyColumn& part = definition_.real_indexes[index].columns[values.size() - 1];
+    const Column& column = definition_.columns[definition_.ColumnByNumber(part.number)];
+    AppendTextPrefix(column, part.ascending, values.back().Text(), pager_.GetHeader(), key);
 }
 
 // False when the row has no entry in this index.

@@ -40,6 +40,13 @@ public:
     // As the definition says, which is exact in files of our own making.
     std::int64_t RowCount() const;
 
+    // Counted in an index or on the pages, since other programs may leave a wrong number in the definition. Once that has
+    // been seen to be right it is taken, for as long as nobody else changes the file.
+    std::int64_t ExactRowCount() const;
+
+    // How many different keys the index had, as the definition says: about as many as it has.
+    std::uint32_t DistinctKeys(std::size_t index) const;
+
     // One value per column: of the column's type, Null, or Empty for "not given" (a counter then numbers itself).
     // Raises DuplicateKey, FieldRequired, RelatedRecordRequired, FieldTooLarge, TextOrderUnsupported …; everything that
     // can be refused is refused before anything changes.
@@ -50,14 +57,17 @@ public:
     // The number that the last Insert gave to the counter column; 0 when it gave none.
     std::int32_t LastAutonumber() const { return last_autonumber_; }
 
-    // Whether all texts in an index are in the General order, the one of comparisons.
-    bool IsInGeneralOrder(std::size_t index) const;
+    // The order of a column's texts in an index.
+    TextOrder OrderOf(const Column& column) const;
 
     // Whether the keys of these leading columns of an index can be computed.
     bool HasKeys(std::size_t index, std::span<const Value> values) const;
 
     // The key bytes of the leading columns of an index.
     void AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const;
+
+    // The same, but of the last value, a text, only what the keys of all texts that begin with it have in common.
+    void AppendPrefix(std::size_t index, std::span<const Value> values, Bytes& key) const;
 
     IndexTree Tree(std::size_t index) const;
     UsageMap OwnedMap() const { return store_.OwnedMap(); }
@@ -102,6 +112,7 @@ private:
     std::u16string name_;
     TableDefinition definition_;
     RowStore store_;
+    mutable std::optional<std::uint64_t> counted_at_;  // the pager's generation in which the definition's count was right
     std::int32_t last_autonumber_ = 0;
     std::vector<bool> order_checked_;  // indexes of a partly known text order whose entries were compared
 

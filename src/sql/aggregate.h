@@ -27,6 +27,7 @@ public:
     Aggregate(AggregateKind kind, Expression* argument) : kind_(kind), argument_(argument) {}
 
     AggregateKind Kind() const { return kind_; }
+    const Expression* Argument() const { return argument_; }
     Value::Type ResultType() const;
     Shape ResultShape() const;
 

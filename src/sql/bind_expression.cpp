@@ -1,5 +1,7 @@
 // Expressions: names to slots, calls to functions and aggregates.
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "core/error.h"
 #include "core/text.h"
@@ -175,7 +177,8 @@ void ExpressionBinder::BindConjuncts(const ast::Expression& condition, Plan& pla
             return;
         }
     }
-    conjuncts.push_back(BindConjunct(condition, plan));
+    Expression* test = plan.Own(BindCondition(condition, conjuncts));
+    CheckComparable(test->Type(), Value::Type::Boolean);
 }
 
 Operand ExpressionBinder::BindOperand(const ast::Expression& expression, ExpressionPtr& bound) {
@@ -188,19 +191,66 @@ Operand ExpressionBinder::BindOperand(const ast::Expression& expression, Express
     return operand;
 }
 
-Conjunct ExpressionBinder::BindConjunct(const ast::Expression& expression, Plan& plan) {
-    if (expression.kind == ast::ExpressionKind::Binary) {
-        const auto& binary = static_cast<const ast::Binary&>(expression);
-        if (IsComparison(binary.op)) return BindComparisonConjunct(binary, plan);
-    }
-    if (expression.kind == ast::ExpressionKind::Between) {
-        const auto& between = static_cast<const ast::Between&>(expression);
-        if (!between.negated) return BindBetweenConjunct(between, plan);
-    }
+ExpressionPtr ExpressionBinder::BindCondition(const ast::Expression& expression, std::vector<Conjunct>& parts) {
+    using ast::ExpressionKind;
+    const auto* binary =
+        expression.kind == ExpressionKind::Binary ? static_cast<const ast::Binary*>(&expression) : nullptr;
+    if (binary != nullptr && binary->op == ast::BinaryOperator::And) return BindAnd(*binary, parts);
+    if (binary != nullptr && binary->op == ast::BinaryOperator::Or) return BindOr(*binary, parts);
+
+    const SourceSet used_before = std::exchange(scope_.used, 0);
+    const bool outer_before = std::exchange(scope_.outer_used, false);
+    Conjunct conjunct;
     ExpressionPtr bound;
-    const Operand operand = BindOperand(expression, bound);
-    CheckComparable(bound->Type(), Value::Type::Boolean);
-    return {plan.Own(std::move(bound)), operand.sources, operand.outer, {}};
+    if (binary != nullptr && IsComparison(binary->op)) {
+        bound = BindComparison(*binary, conjunct);
+    } else if (binary != nullptr && binary->op == ast::BinaryOperator::Like) {
+        bound = BindLike(*binary, conjunct);
+    } else if (expression.kind == ExpressionKind::Between) {
+        bound = BindBetween(static_cast<const ast::Between&>(expression), conjunct);
+    } else if (expression.kind == ExpressionKind::InList) {
+        bound = BindInList(static_cast<const ast::InList&>(expression), conjunct);
+    } else if (expression.kind == ExpressionKind::InSelect) {
+        bound = BindInSelect(static_cast<const ast::InSelect&>(expression), conjunct);
+    } else {
+        bound = Bind(expression);
+    }
+    conjunct.test = bound.get();
+    conjunct.sources = scope_.used;
+    conjunct.outer = scope_.outer_used;
+    scope_.used |= used_before;
+    scope_.outer_used = scope_.outer_used || outer_before;
+    parts.push_back(std::move(conjunct));
+    return bound;
+}
+
+ExpressionPtr ExpressionBinder::BindAnd(const ast::Binary& binary, std::vector<Conjunct>& parts) {
+    ExpressionPtr left = BindCondition(*binary.left, parts);
+    return MakeLogic(ast::BinaryOperator::And, std::move(left), BindCondition(*binary.right, parts));
+}
+
+ExpressionPtr ExpressionBinder::BindOr(const ast::Binary& binary, std::vector<Conjunct>& parts) {
+    Conjunct conjunct;
+    const auto bind = [&](const ast::Expression& side) {
+        std::vector<Conjunct> known;
+        ExpressionPtr bound = BindCondition(side, known);
+        for (const Conjunct& part : known) {
+            conjunct.sources |= part.sources;
+            conjunct.outer = conjunct.outer || part.outer;
+        }
+        if (known.size() == 1 && !known[0].alternatives.empty()) {
+            std::ranges::move(known[0].alternatives, std::back_inserter(conjunct.alternatives));
+        } else {
+            conjunct.alternatives.push_back(std::move(known));
+        }
+        return bound;
+    };
+    ExpressionPtr left = bind(*binary.left);
+    ExpressionPtr right = bind(*binary.right);
+    ExpressionPtr both = MakeLogic(ast::BinaryOperator::Or, std::move(left), std::move(right));
+    conjunct.test = both.get();
+    parts.push_back(std::move(conjunct));
+    return both;
 }
 
 namespace {
@@ -217,31 +267,33 @@ ast::BinaryOperator Mirrored(ast::BinaryOperator op) {
 
 }  // namespace
 
-Conjunct ExpressionBinder::BindComparisonConjunct(const ast::Binary& binary, Plan& plan) {
+ExpressionPtr ExpressionBinder::BindComparison(const ast::Binary& binary, Conjunct& conjunct) {
     ExpressionPtr left;
     ExpressionPtr right;
     const Operand left_operand = BindOperand(*binary.left, left);
     const Operand right_operand = BindOperand(*binary.right, right);
-    Conjunct conjunct;
-    conjunct.sources = left_operand.sources | right_operand.sources;
-    conjunct.outer = left_operand.outer || right_operand.outer;
     conjunct.comparisons = {{left_operand, binary.op, right_operand},
                             {right_operand, Mirrored(binary.op), left_operand}};
-    conjunct.test = plan.Own(MakeComparison(binary.op, std::move(left), std::move(right)));
-    return conjunct;
+    return MakeComparison(binary.op, std::move(left), std::move(right));
 }
 
-Conjunct ExpressionBinder::BindBetweenConjunct(const ast::Between& between, Plan& plan) {
+ExpressionPtr ExpressionBinder::BindLike(const ast::Binary& binary, Conjunct& conjunct) {
+    ExpressionPtr left;
+    ExpressionPtr right;
+    conjunct.liked = BindOperand(*binary.left, left);
+    conjunct.pattern = BindOperand(*binary.right, right);
+    return MakeLike(std::move(left), std::move(right));
+}
+
+ExpressionPtr ExpressionBinder::BindBetween(const ast::Between& between, Conjunct& conjunct) {
     ExpressionPtr subject;
     ExpressionPtr low;
     ExpressionPtr high;
     const Operand subject_operand = BindOperand(*between.subject, subject);
     Operand low_operand = BindOperand(*between.low, low);
     Operand high_operand = BindOperand(*between.high, high);
-    Conjunct conjunct;
-    conjunct.sources = subject_operand.sources | low_operand.sources | high_operand.sources;
-    conjunct.outer = subject_operand.outer || low_operand.outer || high_operand.outer;
-    ExpressionPtr test = MakeBetween(std::move(subject), std::move(low), std::move(high), false);
+    ExpressionPtr test = MakeBetween(std::move(subject), std::move(low), std::move(high), between.negated);
+    if (between.negated) return test;
 
     // The bounds may stand in either order, so that a range is known only when both are.
     const bool fixed =
@@ -252,12 +304,36 @@ Conjunct ExpressionBinder::BindBetweenConjunct(const ast::Between& between, Plan
         const bool known = !low_value.IsNull() && !high_value.IsNull();
         if (known && CompareValues(low_value, high_value) > 0) std::swap(low_operand, high_operand);
         if (known) {
+            conjunct.is_range = true;
             conjunct.comparisons = {{subject_operand, ast::BinaryOperator::GreaterEqual, low_operand},
                                     {subject_operand, ast::BinaryOperator::LessEqual, high_operand}};
         }
     }
-    conjunct.test = plan.Own(std::move(test));
-    return conjunct;
+    return test;
+}
+
+ExpressionPtr ExpressionBinder::BindInList(const ast::InList& in, Conjunct& conjunct) {
+    ExpressionPtr subject;
+    const Operand operand = BindOperand(*in.subject, subject);
+    SourceSet sources = 0;
+    std::vector<ExpressionPtr> items;
+    for (const ast::ExpressionPtr& item : in.items) {
+        items.emplace_back();
+        sources |= BindOperand(*item, items.back()).sources;
+    }
+    ExpressionPtr test = MakeInList(std::move(subject), std::move(items), in.negated);
+    if (!in.negated) conjunct.membership = {operand, dynamic_cast<ValueList*>(test.get()), sources};
+    return test;
+}
+
+ExpressionPtr ExpressionBinder::BindInSelect(const ast::InSelect& in, Conjunct& conjunct) {
+    ExpressionPtr subject;
+    const Operand operand = BindOperand(*in.subject, subject);
+    std::unique_ptr<Plan> plan = BindSubSelect(*in.select, true);
+    const bool same_for_all = !plan->correlated;
+    ExpressionPtr test = MakeInSelect(std::move(subject), std::move(plan), in.negated);
+    if (!in.negated && same_for_all) conjunct.membership = {operand, dynamic_cast<ValueList*>(test.get()), 0};
+    return test;
 }
 
 }  // namespace qmtrain::sql

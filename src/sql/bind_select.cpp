@@ -6,6 +6,8 @@
 #include "core/text.h"
 #include "sql/binder.h"
 #include "sql/group.h"
+#include "sql/index_choice.h"
+#include "sql/index_ends.h"
 #include "sql/limit.h"
 #include "sql/operators.h"
 #include "sql/sort.h"
@@ -223,20 +225,55 @@ private:
             plan_->root = std::make_unique<Filter>(std::make_unique<SingleRow>(), std::move(tests));
             return;
         }
-        const bool wishes = !grouped_ && !part_.distinct;
-        JoinPlan joins = PlanJoins(*plan_, scope_.Entries(), *joins_, where_, wishes ? order_ : std::vector<SortKey>());
+        RowsWish wish;
+        if (!grouped_ && !part_.distinct) {
+            wish.order = order_;
+            if (part_.top && !part_.top->percent) wish.limit = static_cast<std::size_t>(part_.top->count);
+        }
+        wish.count = grouped_ && OnlyCounts();
+        JoinPlan joins = PlanJoins(*plan_, scope_.Entries(), *joins_, where_, wish);
         plan_->root = std::move(joins.rows);
         ordered_ = joins.ordered;
+        if (where_.empty()) UseIndexAlone();
+    }
+
+    // The table when there is but one.
+    TableSource* OnlyTable() const {
+        return scope_.Entries().size() == 1 ? dynamic_cast<TableSource*>(scope_.Entries()[0].source) : nullptr;
+    }
+
+    // Nothing of the table counts but which values one column has: an index can jump from one to the next.
+    void UseIndexAlone() {
+        TableSource* source = OnlyTable();
+        const bool only_values = grouped_ ? grouping_.aggregates.empty() && !keys_.empty() : part_.distinct;
+        if (source == nullptr || !only_values || source->SlotCount() != 1) return;
+        Table& table = *source->GetTable();
+        const int index = IndexOrderedBy(table, source->ColumnOfSlot(0));
+        if (index < 0 || table.Indexes()[static_cast<std::size_t>(index)].ignore_nulls) return;
+        const double keys = table.DistinctKeys(index);
+        if (keys < 1 || keys * kSeekCost > static_cast<double>(table.EstimatedRows())) return;
+        plan_->root = std::make_unique<DistinctAccess>(*source, index);
+        plan_->root->SetEstimatedRows(keys);
     }
 
     void AddGroup(Expression* having) {
+        TableSource* only = OnlyTable();
+        const bool ends = keys_.empty() && where_.empty() && only != nullptr && !grouping_.aggregates.empty() &&
+                          CanReadEnds(*only->GetTable(), *only, grouping_.aggregates);
+        if (ends)
+            plan_->root = std::make_unique<IndexEnds>(*only, *group_source_, grouping_.aggregates);
+        else
+            AddGroups();
+        if (having != nullptr) {
+            plan_->root = std::make_unique<Filter>(std::move(plan_->root), std::vector<Expression*>{having});
+        }
+    }
+
+    void AddGroups() {
         auto group = std::make_unique<Group>(std::move(plan_->root), *group_source_, keys_, grouping_.aggregates);
         if (Source* source = CommonKeySource()) group->SetKeySource(*source);
         if (OnlyCounts()) group->SetOnlyCounts();
         plan_->root = std::move(group);
-        if (having != nullptr) {
-            plan_->root = std::make_unique<Filter>(std::move(plan_->root), std::vector<Expression*>{having});
-        }
     }
 
     // The one table all keys belong to, if its rows are held in memory and come again and again.

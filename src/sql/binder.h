@@ -51,9 +51,16 @@ private:
     std::unique_ptr<Plan> BindSubSelect(const ast::Select& select, bool one_column);
 
     Operand BindOperand(const ast::Expression& expression, ExpressionPtr& bound);
-    Conjunct BindConjunct(const ast::Expression& expression, Plan& plan);
-    Conjunct BindComparisonConjunct(const ast::Binary& binary, Plan& plan);
-    Conjunct BindBetweenConjunct(const ast::Between& between, Plan& plan);
+
+    // Binds a condition, and adds to `parts` what holds when it does.
+    ExpressionPtr BindCondition(const ast::Expression& expression, std::vector<Conjunct>& parts);
+    ExpressionPtr BindAnd(const ast::Binary& binary, std::vector<Conjunct>& parts);
+    ExpressionPtr BindOr(const ast::Binary& binary, std::vector<Conjunct>& parts);
+    ExpressionPtr BindComparison(const ast::Binary& binary, Conjunct& conjunct);
+    ExpressionPtr BindLike(const ast::Binary& binary, Conjunct& conjunct);
+    ExpressionPtr BindBetween(const ast::Between& between, Conjunct& conjunct);
+    ExpressionPtr BindInList(const ast::InList& in, Conjunct& conjunct);
+    ExpressionPtr BindInSelect(const ast::InSelect& in, Conjunct& conjunct);
 
     BindContext& context_;
     Scope& scope_;

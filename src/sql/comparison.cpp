@@ -2,6 +2,7 @@
 #include "core/collation.h"
 #include "core/convert.h"
 #include "core/error.h"
+#include "sql/key.h"
 #include "sql/operators.h"
 
 namespace qmtrain::sql {
@@ -100,13 +101,27 @@ private:
     bool negated_;
 };
 
-class InListCondition : public Condition {
+class InListCondition : public Condition, public ValueList {
 public:
     InListCondition(ExpressionPtr subject, std::vector<ExpressionPtr> items, bool negated)
-        : subject_(std::move(subject)), items_(std::move(items)), negated_(negated) {}
+        : subject_(std::move(subject)), items_(std::move(items)), negated_(negated) {
+        KeepConstants();
+    }
+
+    bool Collect(std::size_t most, std::vector<Value>& values) override {
+        if (items_.size() > most) return false;
+        values.clear();
+        for (const ExpressionPtr& item : items_) values.push_back(item->Evaluate());
+        return true;
+    }
+
+    double ExpectedSize() const override { return static_cast<double>(items_.size()); }
 
     Truth Test() override {
         const Value& subject = subject_->Evaluate();
+        if (numbers_only_ && FamilyOf(subject.GetType()) == Family::Number) {
+            return Negated(MakeTruth(numbers_.Find(NumberBits(subject)) != NumberTable::kNone), negated_);
+        }
         Truth found = Truth::False;
         for (const ExpressionPtr& item : items_) {
             const Truth same = TestOrder(BinaryOperator::Equal, subject, item->Evaluate());
@@ -117,9 +132,24 @@ public:
     }
 
 private:
+    // Many numbers that are written out are looked up rather than compared one after the other.
+    void KeepConstants() {
+        constexpr std::size_t kFew = 4;
+        if (items_.size() <= kFew) return;
+        for (const ExpressionPtr& item : items_) {
+            const auto* literal = dynamic_cast<const LiteralExpression*>(item.get());
+            if (literal == nullptr || !IsExactAsDouble(literal->Type())) return;
+        }
+        bool added = false;
+        for (const ExpressionPtr& item : items_) numbers_.FindOrAdd(NumberBits(item->Evaluate()), added);
+        numbers_only_ = true;
+    }
+
     ExpressionPtr subject_;
     std::vector<ExpressionPtr> items_;
     bool negated_;
+    bool numbers_only_ = false;
+    NumberTable numbers_;
 };
 
 }  // namespace

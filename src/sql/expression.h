@@ -74,6 +74,19 @@ private:
     int column_;
 };
 
+// Values of which one must equal something.
+class ValueList {
+public:
+    virtual ~ValueList() = default;
+
+    // The values as the outer rows stand now, in any order; false when there are more than `most`, and `values` is of
+    // no use then.
+    virtual bool Collect(std::size_t most, std::vector<Value>& values) = 0;
+
+    // About how many there will be.
+    virtual double ExpectedSize() const = 0;
+};
+
 // A base for conditions: subclasses say how they test, the value follows.
 class Condition : public Expression {
 public:

@@ -27,6 +27,11 @@ void Group::Open() {
     }
 }
 
+void Group::Explain(Explanation& out) const {
+    out.Add(only_counts_ ? u"count of rows" : keys_.empty() ? u"aggregates" : u"groups in a hash table", *this);
+    out.AddChild(*child_);
+}
+
 bool Group::Next() {
     if (position_ >= output_.Rows().Size()) return false;
     output_.Restore(static_cast<Place>(++position_));

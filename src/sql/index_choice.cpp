@@ -2,13 +2,23 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <optional>
 
 namespace qmtrain::sql {
 namespace {
 
 using ast::BinaryOperator;
+using Conjuncts = std::vector<Conjunct*>;
 
-constexpr double kRangeShare = 0.3;
+constexpr double kOneEnd = 0.3;
+constexpr double kTwoEnds = 0.1;
+constexpr double kPrefixShare = 0.05;
+constexpr double kIndexOnlyCost = 0.5;  // of a row that is not visited
+constexpr double kCountCost = 0.01;     // of a row that is only counted
+constexpr double kSortCost = 3;
+constexpr double kTopCost = 1;          // of a row that may be among the first few
+constexpr double kWorthALook = 50;      // rows from which on an estimate is checked in the index
 
 bool IsUniqueColumn(const Table& table, int column) {
     return std::ranges::any_of(table.Indexes(), [column](const Index& index) {
@@ -28,123 +38,270 @@ bool CoversUniqueIndex(const Table& table, const std::vector<const Comparison*>&
     });
 }
 
-bool IsWholeNumber(Value::Type type) {
-    return type == Value::Type::Byte || type == Value::Type::Integer || type == Value::Type::Long;
+bool IsLiteral(const Expression* expression) {
+    return expression == nullptr || dynamic_cast<const LiteralExpression*>(expression) != nullptr;
 }
 
-// Tries one index after the other and keeps the best.
+// Whether every key of the column is the value itself, and compares as it does.
+bool HasExactKeys(const Table& table, int index, std::size_t place) {
+    const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(index)].columns[place];
+    switch (table.Columns()[static_cast<std::size_t>(key.column)].type) {
+        case ColumnType::Byte:
+        case ColumnType::Integer:
+        case ColumnType::Long:
+        case ColumnType::Single:
+        case ColumnType::Double:
+        case ColumnType::Date: return true;
+        case ColumnType::Text: return table.InOrder(index, place + 1);
+        default: return false;
+    }
+}
+
+// Whether a range of the column's values is a range of its keys.
+bool HasRanges(const Table& table, int index, std::size_t place) {
+    const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(index)].columns[place];
+    switch (table.Columns()[static_cast<std::size_t>(key.column)].type) {
+        case ColumnType::Boolean:  // too few values to be worth while
+        case ColumnType::Decimal:
+        case ColumnType::Guid:
+        case ColumnType::LongBinary:
+        case ColumnType::Memo: return false;
+        default: return table.InOrder(index, place + 1);
+    }
+}
+
+// One way through one index.
+struct Candidate {
+    IndexAccess access;
+    std::vector<const void*> used;  // comparisons and conditions that the access answers wholly
+    std::vector<const Comparison*> equalities;
+    double rows = 0;
+    bool narrows = false;
+};
+
 class Chooser {
 public:
-    Chooser(TableSource& source, const std::vector<Conjunct*>& conjuncts, SourceSet available,
-            const std::vector<SortKey>& order)
+    Chooser(TableSource& source, SourceSet available, const RowsWish& wish)
         : source_(source),
           table_(*source.GetTable()),
-          conjuncts_(conjuncts),
-          order_(order),
-          rows_(static_cast<double>(table_.EstimatedRows())) {
-        for (const Conjunct* conjunct : conjuncts) {
-            for (const Comparison& comparison : conjunct->comparisons) {
-                const bool usable = Contains(available, comparison.other.sources);
-                if (usable && AsColumnOf(comparison.subject.expression, source) != nullptr) {
-                    usable_.push_back(&comparison);
-                }
-            }
-        }
-    }
+          available_(available),
+          wish_(wish),
+          all_rows_(std::max(1.0, static_cast<double>(table_.EstimatedRows()))) {}
 
-    IndexChoice Run() {
-        best_.rows = rows_;
-        for (std::size_t i = 0; i < table_.Indexes().size(); ++i) Try(static_cast<int>(i));
-        best_.access.exact = best_.access.index >= 0 && std::ranges::all_of(conjuncts_, [&](const Conjunct* conjunct) {
-                                 return FollowsFromAccess(*conjunct);
-                             });
-        return best_;
+    IndexChoice Run(const Conjuncts& conjuncts) {
+        best_.rows = all_rows_;
+        best_.cost = all_rows_ + SortCost(all_rows_ * Share(conjuncts, nullptr));
+        if (wish_.count && conjuncts.empty()) best_.cost = 0;
+        for (std::size_t i = 0; i < table_.Indexes().size(); ++i) {
+            Candidate candidate = Make(static_cast<int>(i), conjuncts);
+            if (!CanUse(candidate)) continue;
+            Consider(std::move(candidate), conjuncts);
+        }
+        for (Conjunct* conjunct : conjuncts) ConsiderUnion(*conjunct, conjuncts);
+        return std::move(best_);
     }
 
 private:
-    void Try(int number) {
-        const Index& index = table_.Indexes()[static_cast<std::size_t>(number)];
-        IndexChoice choice;
-        choice.access.index = number;
-        std::vector<const Comparison*> equalities;
-        for (const IndexColumn& key : index.columns) {
-            const Comparison* equality = Find(key.column, BinaryOperator::Equal, BinaryOperator::Equal);
-            if (equality == nullptr) break;
-            equalities.push_back(equality);
-            choice.access.equal.push_back(equality->other.expression);
-        }
-        choice.rows = equalities.empty() ? rows_ : ExpectedMatches(source_, equalities);
-        if (equalities.size() < index.columns.size()) AddRange(index.columns[equalities.size()].column, choice);
-        SetOrder(index, equalities.size(), choice);
+    // ---- one index ----
 
-        const bool narrows =
-            !equalities.empty() || choice.access.low.value != nullptr || choice.access.high.value != nullptr;
-        // An index without entries for Nulls does not have every row.
-        if (!narrows && (!choice.ordered || index.ignore_nulls)) return;
-        const bool first = best_.access.index < 0;
-        const bool better = choice.rows < best_.rows || (choice.rows == best_.rows && choice.ordered && !best_.ordered);
-        if (better || (first && narrows)) best_ = std::move(choice);
+    bool IsUsable(const Operand& other) const { return Contains(available_, other.sources); }
+
+    bool IsColumn(const Operand& subject, int column) const {
+        const SlotExpression* slot = AsColumnOf(subject.expression, source_);
+        return slot != nullptr && slot->GetColumn() == column;
     }
 
-    // Only for whole numbers is every key of the index the value itself, and compares as it does.
-    bool FollowsFromAccess(const Conjunct& conjunct) const {
-        const Index& index = table_.Indexes()[static_cast<std::size_t>(best_.access.index)];
-        for (std::size_t i = 0; i < best_.access.equal.size(); ++i) {
-            const int key = index.columns[i].column;
-            const Expression* value = best_.access.equal[i];
-            const Value::Type type = ValueTypeOf(table_.Columns()[static_cast<std::size_t>(key)].type);
-            if (!IsWholeNumber(type) || !IsWholeNumber(value->Type())) continue;
-            for (const Comparison& comparison : conjunct.comparisons) {
-                const SlotExpression* subject = AsColumnOf(comparison.subject.expression, source_);
-                const bool same = comparison.op == BinaryOperator::Equal && comparison.other.expression == value;
-                if (same && subject != nullptr && subject->GetColumn() == key) return true;
+    const Comparison* Find(const Conjuncts& conjuncts, int column, BinaryOperator op, BinaryOperator other_op) const {
+        for (const Conjunct* conjunct : conjuncts) {
+            for (const Comparison& comparison : conjunct->comparisons) {
+                const bool fits = comparison.op == op || comparison.op == other_op;
+                if (fits && IsUsable(comparison.other) && IsColumn(comparison.subject, column)) return &comparison;
             }
-        }
-        return false;
-    }
-
-    void AddRange(int column, IndexChoice& choice) const {
-        // False and True are too few for a range to be worth while.
-        if (table_.Columns()[static_cast<std::size_t>(column)].type == ColumnType::Boolean) return;
-        const auto add = [&](BinaryOperator strict, BinaryOperator inclusive, RangeEnd& end) {
-            const Comparison* comparison = Find(column, strict, inclusive);
-            if (comparison == nullptr) return;
-            end.value = comparison->other.expression;
-            choice.rows = std::max(1.0, choice.rows * kRangeShare);
-        };
-        add(BinaryOperator::Greater, BinaryOperator::GreaterEqual, choice.access.low);
-        add(BinaryOperator::Less, BinaryOperator::LessEqual, choice.access.high);
-    }
-
-    const Comparison* Find(int column, BinaryOperator op, BinaryOperator other_op) const {
-        for (const Comparison* comparison : usable_) {
-            const SlotExpression* subject = AsColumnOf(comparison->subject.expression, source_);
-            const bool fits = comparison->op == op || comparison->op == other_op;
-            if (fits && subject->GetColumn() == column) return comparison;
         }
         return nullptr;
     }
 
-    // Columns that are fixed to one value do not count in an order.
-    void SetOrder(const Index& index, std::size_t fixed, IndexChoice& choice) const {
+    const Conjunct* FindList(const Conjuncts& conjuncts, int column) const {
+        for (const Conjunct* conjunct : conjuncts) {
+            const Membership& membership = conjunct->membership;
+            if (membership.list == nullptr || !Contains(available_, membership.sources)) continue;
+            if (IsColumn(membership.subject, column)) return conjunct;
+        }
+        return nullptr;
+    }
+
+    const Conjunct* FindPattern(const Conjuncts& conjuncts, int column) const {
+        for (const Conjunct* conjunct : conjuncts) {
+            if (conjunct->liked.expression == nullptr || !IsUsable(conjunct->pattern)) continue;
+            if (IsColumn(conjunct->liked, column)) return conjunct;
+        }
+        return nullptr;
+    }
+
+    Candidate Make(int number, const Conjuncts& conjuncts) {
+        const Index& index = table_.Indexes()[static_cast<std::size_t>(number)];
+        Candidate candidate;
+        candidate.access.index = number;
+        std::size_t place = 0;
+        for (; place < index.columns.size(); ++place) {
+            const int column = index.columns[place].column;
+            const Comparison* equality = Find(conjuncts, column, BinaryOperator::Equal, BinaryOperator::Equal);
+            const bool exact = HasExactKeys(table_, number, place);
+            if (equality != nullptr) {
+                candidate.access.equal.push_back(equality->other.expression);
+                candidate.equalities.push_back(equality);
+                if (exact) candidate.used.push_back(equality);
+                continue;
+            }
+            const Conjunct* list = candidate.access.list == nullptr ? FindList(conjuncts, column) : nullptr;
+            if (list == nullptr) break;
+            candidate.access.list = list->membership.list;
+            candidate.access.list_at = static_cast<int>(place);
+            candidate.access.equal.push_back(nullptr);
+            if (exact) candidate.used.push_back(list);
+        }
+        candidate.narrows = place > 0;
+        if (place < index.columns.size()) AddEnds(number, place, conjuncts, candidate);
+        candidate.rows = Estimate(candidate);
+        return candidate;
+    }
+
+    void AddEnds(int number, std::size_t place, const Conjuncts& conjuncts, Candidate& candidate) const {
+        const int column = table_.Indexes()[static_cast<std::size_t>(number)].columns[place].column;
+        IndexAccess& access = candidate.access;
+        if (HasRanges(table_, number, place)) {
+            const bool exact = HasExactKeys(table_, number, place);
+            const auto add = [&](BinaryOperator strict, BinaryOperator inclusive, RangeEnd& end) {
+                const Comparison* comparison = Find(conjuncts, column, strict, inclusive);
+                if (comparison == nullptr) return;
+                end.value = comparison->other.expression;
+                end.inclusive = comparison->op == inclusive;
+                if (exact) candidate.used.push_back(comparison);
+            };
+            add(BinaryOperator::Greater, BinaryOperator::GreaterEqual, access.low);
+            add(BinaryOperator::Less, BinaryOperator::LessEqual, access.high);
+        }
+        const bool ended = access.low.value != nullptr || access.high.value != nullptr;
+        const bool is_text = table_.Columns()[static_cast<std::size_t>(column)].type == ColumnType::Text;
+        if (!ended && is_text && table_.HasPrefixes(number, place)) {
+            const Conjunct* like = FindPattern(conjuncts, column);
+            if (like != nullptr) access.pattern = like->pattern.expression;
+        }
+        candidate.narrows = candidate.narrows || ended || access.pattern != nullptr;
+    }
+
+    // ---- estimates ----
+
+    double Estimate(const Candidate& candidate) {
+        const IndexAccess& access = candidate.access;
+        if (!candidate.narrows) return all_rows_;
+        const Index& index = table_.Indexes()[static_cast<std::size_t>(access.index)];
+        double rows = all_rows_;
+        if (!access.equal.empty()) {
+            const bool unique = index.unique && access.equal.size() == index.columns.size();
+            rows = unique ? 1 : MatchesOfKey(access.index, access.equal.size(), candidate.equalities);
+            if (access.list != nullptr) rows *= access.list->ExpectedSize();
+        }
+        const bool two = access.low.value != nullptr && access.high.value != nullptr;
+        const bool one = access.low.value != nullptr || access.high.value != nullptr;
+        if (one) rows *= two ? kTwoEnds : kOneEnd;
+        if (access.pattern != nullptr) rows *= kPrefixShare;
+        rows = std::clamp(rows, 1.0, all_rows_);
+        const bool literal = access.list == nullptr && std::ranges::all_of(access.equal, IsLiteral) &&
+                             IsLiteral(access.low.value) && IsLiteral(access.high.value) && IsLiteral(access.pattern);
+        if (rows < kWorthALook || !literal) return rows;
+        return std::max(1.0, TableAccess::CountInIndex(source_, access).value_or(rows));
+    }
+
+    // The definition says how many keys there are; a part of a key has fewer.
+    double MatchesOfKey(int index, std::size_t columns, const std::vector<const Comparison*>& equalities) {
+        const double keys = table_.DistinctKeys(index);
+        if (keys < 1) return ExpectedMatches(source_, equalities);
+        const auto all = static_cast<double>(table_.Indexes()[static_cast<std::size_t>(index)].columns.size());
+        return std::max(1.0, all_rows_ / std::pow(std::min(keys, all_rows_), static_cast<double>(columns) / all));
+    }
+
+    static bool IsUsed(const Candidate* candidate, const void* what) {
+        return candidate != nullptr && std::ranges::find(candidate->used, what) != candidate->used.end();
+    }
+
+    // Whether the rows that the candidate comes to are known to meet the condition.
+    static bool Follows(const Conjunct& conjunct, const Candidate* candidate) {
+        if (IsUsed(candidate, &conjunct)) return true;
+        std::size_t used = 0;
+        for (const Comparison& comparison : conjunct.comparisons) used += IsUsed(candidate, &comparison) ? 1 : 0;
+        return used > (conjunct.is_range ? 1U : 0U);
+    }
+
+    static bool Concerns(const Conjunct& conjunct, const Candidate* candidate) {
+        if (candidate == nullptr) return false;
+        const IndexAccess& access = candidate->access;
+        const auto is_end = [&](const Comparison& comparison) {
+            const Expression* other = comparison.other.expression;
+            return other == access.low.value || other == access.high.value ||
+                   std::ranges::find(access.equal, other) != access.equal.end();
+        };
+        return Follows(conjunct, candidate) || std::ranges::any_of(conjunct.comparisons, is_end) ||
+               (access.pattern != nullptr && conjunct.pattern.expression == access.pattern) ||
+               (access.list != nullptr && conjunct.membership.list == access.list);
+    }
+
+    // Which part of the rows is left when the conditions have been tested that the candidate does not look at.
+    static double Share(const Conjuncts& conjuncts, const Candidate* candidate) {
+        double share = 1;
+        for (const Conjunct* conjunct : conjuncts) {
+            if (!Concerns(*conjunct, candidate)) share *= Selectivity(*conjunct);
+        }
+        return share;
+    }
+
+    double SortCost(double rows) const {
+        if (wish_.order.empty()) return 0;
+        return rows * (wish_.limit > 0 ? kTopCost : kSortCost);
+    }
+
+    // All columns that the statement looks at are in the index.
+    bool IsCovering(int number) const {
+        const Index& index = table_.Indexes()[static_cast<std::size_t>(number)];
+        for (std::size_t slot = 0; slot < source_.SlotCount(); ++slot) {
+            const int column = source_.ColumnOfSlot(static_cast<int>(slot));
+            const auto key =
+                std::ranges::find_if(index.columns, [column](const IndexColumn& key) { return key.column == column; });
+            if (key == index.columns.end()) return false;
+            if (!table_.HoldsValues(number, static_cast<std::size_t>(key - index.columns.begin()))) return false;
+        }
+        return true;
+    }
+
+    // ---- order ----
+
+    // Columns that are fixed to one value do not count.
+    bool SetOrder(Candidate& candidate) const {
+        if (wish_.order.empty()) return false;
+        const Index& index = table_.Indexes()[static_cast<std::size_t>(candidate.access.index)];
+        const IndexAccess& access = candidate.access;
+        // Several ranges come in the order of their keys if each is for one value.
+        const bool has_ends = access.low.value != nullptr || access.high.value != nullptr || access.pattern != nullptr;
+        if (access.list != nullptr && has_ends) return false;
+        const std::size_t fixed = access.list != nullptr ? static_cast<std::size_t>(access.list_at) : access.equal.size();
         std::size_t place = fixed;
         bool forwards = true;
         bool backwards = true;
-        for (const SortKey& key : order_) {
+        for (const SortKey& key : wish_.order) {
             const SlotExpression* column = AsColumnOf(key.expression, source_);
-            if (column == nullptr) return;
+            if (column == nullptr) return false;
             if (IsFixed(index, fixed, column->GetColumn())) continue;
-            if (place >= index.columns.size() || index.columns[place].column != column->GetColumn()) return;
+            if (place >= index.columns.size() || index.columns[place].column != column->GetColumn()) return false;
             const bool same = index.columns[place].descending == key.descending;
             forwards = forwards && same;
             backwards = backwards && !same;
             ++place;
         }
-        if (order_.empty() || !(forwards || backwards)) return;
-        // What is not narrowed down must at least be there as a whole.
-        if (fixed == 0 && !table_.CanSeek(choice.access.index, {})) return;
-        choice.ordered = true;
-        choice.access.backwards = !forwards;
+        // Whatever happens, the whole of the index must be in that order.
+        const std::size_t columns = std::max(place, access.equal.size());
+        if (!(forwards || backwards) || !table_.InOrder(access.index, columns)) return false;
+        candidate.access.backwards = !forwards;
+        return true;
     }
 
     static bool IsFixed(const Index& index, std::size_t fixed, int column) {
@@ -153,20 +310,137 @@ private:
                            [column](const IndexColumn& key) { return key.column == column; });
     }
 
+    bool CanUse(Candidate& candidate) const {
+        const Index& index = table_.Indexes()[static_cast<std::size_t>(candidate.access.index)];
+        // Without a condition on it, an index without entries for Nulls does not have every row.
+        return candidate.narrows || (!index.ignore_nulls && !wish_.order.empty());
+    }
+
+    void Consider(Candidate candidate, const Conjuncts& conjuncts) {
+        const bool ordered = SetOrder(candidate);
+        if (!candidate.narrows && !ordered) return;
+        const double share = Share(conjuncts, &candidate);
+        const bool exact = std::ranges::all_of(
+            conjuncts, [&](const Conjunct* conjunct) { return Follows(*conjunct, &candidate); });
+        double read = candidate.rows;
+        if (ordered && wish_.limit > 0) {
+            read = std::min(read, (static_cast<double>(wish_.limit) + 1) / std::max(share, 1e-6));
+        }
+        const double of_row = wish_.count && exact                      ? kCountCost
+                              : IsCovering(candidate.access.index) ? kIndexOnlyCost
+                                                                        : kIndexRowCost;
+        const double seeks = candidate.access.list != nullptr ? candidate.access.list->ExpectedSize() : 1;
+        const double cost = seeks * kSeekCost + read * of_row + (ordered ? 0 : SortCost(candidate.rows * share));
+        // A unique key and the like: nothing can be better, whatever is expected of a small table.
+        const bool single = candidate.rows <= 1 && !candidate.access.equal.empty();
+        const bool better = cost < best_.cost || (single && !best_.UsesIndex());
+        if (!better) return;
+        best_.path = {};
+        best_.path.parts.push_back(std::move(candidate.access));
+        best_.path.exact = exact;
+        best_.path.ordered = ordered;
+        best_.rows = candidate.rows;
+        best_.cost = cost;
+    }
+
+    // ---- several indexes, or one several times ----
+
+    void ConsiderUnion(Conjunct& conjunct, const Conjuncts& conjuncts) {
+        if (conjunct.alternatives.empty()) return;
+        AccessPath path;
+        double rows = 0;
+        double cost = 0;
+        if (!AddAlternatives(conjunct, conjuncts, path, rows, cost)) return;
+        rows = std::min(rows, all_rows_);
+        path.ordered = OrdersUnion(path);
+        if (!path.ordered) cost += SortCost(rows);
+        if (cost >= best_.cost) return;
+        best_.path = std::move(path);
+        best_.rows = std::max(1.0, rows);
+        best_.cost = cost;
+    }
+
+    bool AddAlternatives(Conjunct& conjunct, const Conjuncts& around, AccessPath& path, double& rows,
+                         double& cost) {
+        for (std::vector<Conjunct>& alternative : conjunct.alternatives) {
+            Conjuncts conditions;
+            for (Conjunct& condition : alternative) conditions.push_back(&condition);
+            if (AddNested(conditions, path, rows, cost)) continue;
+            // The conditions around it hold as well, and may help.
+            conditions.insert(conditions.end(), around.begin(), around.end());
+            std::optional<Candidate> best;
+            for (std::size_t i = 0; i < table_.Indexes().size(); ++i) {
+                Candidate candidate = Make(static_cast<int>(i), conditions);
+                if (candidate.narrows && (!best || candidate.rows < best->rows)) best = std::move(candidate);
+            }
+            if (!best) return false;
+            const double seeks = best->access.list != nullptr ? best->access.list->ExpectedSize() : 1;
+            cost += seeks * kSeekCost + best->rows * kIndexRowCost;
+            rows += best->rows;
+            path.parts.push_back(std::move(best->access));
+            if (cost >= best_.cost) return false;
+        }
+        return true;
+    }
+
+    // An alternative that has alternatives itself, and nothing better to go by.
+    bool AddNested(const Conjuncts& conditions, AccessPath& path, double& rows, double& cost) {
+        const auto nested = std::ranges::find_if(
+            conditions, [](const Conjunct* condition) { return !condition->alternatives.empty(); });
+        if (nested == conditions.end()) return false;
+        Conjuncts others = conditions;
+        std::erase(others, *nested);
+        AccessPath added;
+        double its_rows = 0;
+        double its_cost = 0;
+        if (!AddAlternatives(**nested, others, added, its_rows, its_cost)) return false;
+        std::ranges::move(added.parts, std::back_inserter(path.parts));
+        rows += its_rows;
+        cost += its_cost;
+        return true;
+    }
+
+    // Single keys of one index are visited in its order.
+    bool OrdersUnion(AccessPath& path) const {
+        if (wish_.order.empty()) return false;
+        const int number = path.parts[0].index;
+        for (const IndexAccess& part : path.parts) {
+            const bool has_ends = part.low.value != nullptr || part.high.value != nullptr || part.pattern != nullptr;
+            if (part.index != number || has_ends || part.equal.size() != path.parts[0].equal.size()) return false;
+        }
+        Candidate walk;
+        walk.access.index = number;
+        if (!SetOrder(walk) || !table_.InOrder(number, path.parts[0].equal.size())) return false;
+        for (IndexAccess& part : path.parts) part.backwards = walk.access.backwards;
+        return !table_.Indexes()[static_cast<std::size_t>(number)].ignore_nulls;
+    }
+
     TableSource& source_;
     Table& table_;
-    const std::vector<Conjunct*>& conjuncts_;
-    const std::vector<SortKey>& order_;
-    double rows_;
-    std::vector<const Comparison*> usable_;
+    SourceSet available_;
+    const RowsWish& wish_;
+    double all_rows_;
     IndexChoice best_;
 };
 
 }  // namespace
 
+bool IndexChoice::IsLookup() const {
+    return path.parts.size() == 1 && !path.parts[0].equal.empty() && path.parts[0].list == nullptr;
+}
+
 const SlotExpression* AsColumnOf(const Expression* expression, const Source& source) {
     const auto* column = dynamic_cast<const SlotExpression*>(expression);
     return column != nullptr && &column->GetSource() == &source ? column : nullptr;
+}
+
+double Selectivity(const Conjunct& conjunct) {
+    if (!conjunct.alternatives.empty()) return 0.3;
+    if (conjunct.membership.list != nullptr) return 0.2;
+    if (conjunct.comparisons.empty()) return 0.5;
+    if (conjunct.is_range) return kTwoEnds;
+    const BinaryOperator op = conjunct.comparisons[0].op;
+    return op == BinaryOperator::Equal ? 0.1 : op == BinaryOperator::NotEqual ? 0.9 : kOneEnd;
 }
 
 double ExpectedMatches(TableSource& source, const std::vector<const Comparison*>& equalities) {
@@ -186,9 +460,17 @@ double ExpectedMatches(TableSource& source, const std::vector<const Comparison*>
     return std::max(1.0, rows);
 }
 
+int IndexOrderedBy(const Table& table, int column) {
+    for (std::size_t i = 0; i < table.Indexes().size(); ++i) {
+        if (table.Indexes()[i].columns[0].column == column && table.InOrder(static_cast<int>(i), 1))
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
 IndexChoice ChooseIndex(TableSource& source, const std::vector<Conjunct*>& conjuncts, SourceSet available,
-                        const std::vector<SortKey>& order) {
-    return Chooser(source, conjuncts, available, order).Run();
+                        const RowsWish& wish) {
+    return Chooser(source, available, wish).Run(conjuncts);
 }
 
 }  // namespace qmtrain::sql

@@ -1,4 +1,4 @@
-// Which index of a table serves a set of conditions best.
+// Which way to the rows of a table serves a set of conditions best.
 #pragma once
 
 #include <vector>
@@ -9,20 +9,34 @@
 namespace qmtrain::sql {
 
 struct IndexChoice {
-    IndexAccess access;
-    double rows = 0;       // expected for one set of values
-    bool ordered = false;  // in the order that was wished for
+    AccessPath path;  // without parts: all rows, by a scan
+    double rows = 0;  // expected for one set of values
+    double cost = 0;  // in rows of a scan
+
+    bool UsesIndex() const { return !path.parts.empty(); }
+
+    // A search for one key or several, which is cheap enough to be made again and again.
+    bool IsLookup() const;
 };
 
-// The best choice among the conditions whose other side depends on `available` only (and on outer queries). No index
-// when none fits.
+// The best choice among the conditions whose other side depends on `available` only (and on outer queries).
 IndexChoice ChooseIndex(TableSource& source, const std::vector<Conjunct*>& conjuncts, SourceSet available,
-                        const std::vector<SortKey>& order = {});
+                        const RowsWish& wish = {});
 
 // How many rows a value of these columns is expected to have: 1 when they are unique, fewer the more columns.
 double ExpectedMatches(TableSource& source, const std::vector<const Comparison*>& equalities);
 
+// The index that has this column first, in the order of comparisons; -1 when there is none.
+int IndexOrderedBy(const Table& table, int column);
+
+// About which part of all rows meets the condition.
+double Selectivity(const Conjunct& conjunct);
+
 // A column of the source, or null when the expression is something else.
 const SlotExpression* AsColumnOf(const Expression* expression, const Source& source);
+
+// What access costs, in rows read by a plain scan.
+inline constexpr double kSeekCost = 6;
+inline constexpr double kIndexRowCost = 3;
 
 }  // namespace qmtrain::sql

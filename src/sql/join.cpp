@@ -35,6 +35,12 @@ void LookupJoin::Reset() {
     right_->Reset();
 }
 
+void LookupJoin::Explain(Explanation& out) const {
+    out.Add(outer_sources_.empty() ? u"join: for each row" : u"outer join: for each row", *this);
+    out.AddChild(*left_);
+    out.AddChild(*right_);
+}
+
 // ---- HashLookup ----
 
 HashLookup::HashLookup(RowOperatorPtr child, std::vector<Source*> sources, std::vector<HashKey> keys)
@@ -46,6 +52,11 @@ HashLookup::HashLookup(RowOperatorPtr child, std::vector<Source*> sources, std::
 void HashLookup::Reset() {
     child_->Reset();
     built_ = false;
+}
+
+void HashLookup::Explain(Explanation& out) const {
+    out.Add(keys_.empty() ? u"all rows held in memory" : u"lookup in a hash table in memory", *this);
+    out.AddChild(*child_);
 }
 
 void HashLookup::Open() {

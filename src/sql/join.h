@@ -24,6 +24,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override;
+    void Explain(Explanation& out) const override;
 
 private:
     RowOperatorPtr left_;
@@ -49,6 +50,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override;
+    void Explain(Explanation& out) const override;
 
 private:
     static constexpr std::uint32_t kEnd = 0xFFFFFFFF;

@@ -1,5 +1,7 @@
 #include "sql/like.h"
 
+#include <algorithm>
+
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
@@ -7,6 +9,17 @@
 
 namespace qmtrain::sql {
 namespace {
+
+// The long s is no s in the order of texts.
+char16_t Fold(char16_t unit) {
+    constexpr char16_t kLongS = 0x017F;
+    return unit == kLongS ? unit : ToUpper(unit);
+}
+
+// Whether the unit is a letter that another program's order may know in one case only.
+bool HasOddCase(char16_t unit) {
+    return unit >= 0x80 && (ToUpper(unit) != unit || ToLower(unit) != unit);
+}
 
 bool IsDigit(char16_t unit) {
     return unit >= u'0' && unit <= u'9';
@@ -59,7 +72,7 @@ private:
         ++p;
         if (element == u'?') return true;
         if (element == u'#') return IsDigit(unit);
-        return ToUpper(element) == ToUpper(unit);
+        return Fold(element) == Fold(unit);
     }
 
     bool MatchesSet(char16_t unit, std::size_t& p) const {
@@ -69,14 +82,14 @@ private:
         p = end + 1;
         const bool negated = set.size() > 1 && set.front() == u'!';
         if (negated) set.remove_prefix(1);
-        return Contains(set, ToUpper(unit)) != negated;
+        return Contains(set, Fold(unit)) != negated;
     }
 
     bool Contains(std::u16string_view set, char16_t unit) const {
         for (std::size_t i = 0; i < set.size(); ++i) {
-            const char16_t low = ToUpper(set[i]);
+            const char16_t low = Fold(set[i]);
             if (i + 2 < set.size() && set[i + 1] == u'-') {
-                const char16_t high = ToUpper(set[i + 2]);
+                const char16_t high = Fold(set[i + 2]);
                 if (high < low) Fail();
                 if (unit >= low && unit <= high) return true;
                 i += 2;
@@ -120,6 +133,14 @@ private:
 };
 
 }  // namespace
+
+std::u16string_view FixedPrefix(std::u16string_view pattern) {
+    const auto ends = [](char16_t unit) {
+        return unit == u'*' || unit == u'?' || unit == u'#' || unit == u'[' || HasOddCase(unit);
+    };
+    const auto end = std::find_if(pattern.begin(), pattern.end(), ends);
+    return pattern.substr(0, static_cast<std::size_t>(end - pattern.begin()));
+}
 
 bool MatchesLike(std::u16string_view text, std::u16string_view pattern) {
     return Matcher(text, pattern).Run();

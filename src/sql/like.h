@@ -5,6 +5,10 @@
 
 namespace qmtrain::sql {
 
+// What every text that matches begins with, letters of both cases being one. It ends before a letter whose other case
+// is not the same in the order of texts.
+std::u16string_view FixedPrefix(std::u16string_view pattern);
+
 // Without regard to case. Raises SyntaxInExpression for a set that is not closed or a range that runs backwards.
 bool MatchesLike(std::u16string_view text, std::u16string_view pattern);
 

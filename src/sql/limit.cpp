@@ -1,5 +1,7 @@
 #include "sql/limit.h"
 
+#include "core/text.h"
+
 namespace qmtrain::sql {
 
 void Limit::Open() {
@@ -26,6 +28,11 @@ bool Limit::Next() {
     return !ended_;
 }
 
+void Limit::Explain(Explanation& out) const {
+    out.Add(all_ != nullptr ? u"top percent" : u"top " + ToText(static_cast<std::int64_t>(count_)), *this);
+    out.AddChild(*child_);
+}
+
 void Limit::MakeKey(std::vector<std::uint8_t>& key) const {
     key.clear();
     for (Expression* tie : ties_) AppendKey(tie->Evaluate(), key);
@@ -34,6 +41,11 @@ void Limit::MakeKey(std::vector<std::uint8_t>& key) const {
 void Distinct::Open() {
     seen_.Clear();
     child_->Open();
+}
+
+void Distinct::Explain(Explanation& out) const {
+    out.Add(u"distinct by a hash table", *this);
+    out.AddChild(*child_);
 }
 
 bool Distinct::Next() {

@@ -22,6 +22,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override { child_->Reset(); }
+    void Explain(Explanation& out) const override;
 
 private:
     void MakeKey(std::vector<std::uint8_t>& key) const;
@@ -46,6 +47,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override { child_->Reset(); }
+    void Explain(Explanation& out) const override;
 
 private:
     RowOperatorPtr child_;

@@ -70,7 +70,12 @@ ExpressionPtr MakeLogic(BinaryOperator op, ExpressionPtr left, ExpressionPtr rig
 ExpressionPtr MakeUnary(ast::UnaryOperator op, ExpressionPtr operand) {
     switch (op) {
         case ast::UnaryOperator::Not: CheckCondition(*operand); return std::make_unique<Negation>(std::move(operand));
-        case ast::UnaryOperator::Minus: return MakeNegation(std::move(operand));
+        case ast::UnaryOperator::Minus: {
+            const bool literal = dynamic_cast<const LiteralExpression*>(operand.get()) != nullptr;
+            ExpressionPtr negation = MakeNegation(std::move(operand));
+            // "-5" is as good as a number that is written out.
+            return literal ? std::make_unique<LiteralExpression>(negation->Evaluate()) : std::move(negation);
+        }
         default: return operand;
     }
 }

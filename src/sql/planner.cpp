@@ -16,8 +16,6 @@ using ast::BinaryOperator;
 using Conjuncts = std::vector<Conjunct*>;
 
 // What things cost, in rows read by a plain scan.
-constexpr double kSeekCost = 6;
-constexpr double kIndexRowCost = 5;
 constexpr double kHashRowCost = 2;
 constexpr double kProbeCost = 0.7;
 
@@ -53,12 +51,6 @@ struct Order {
     double rows = 0;
 };
 
-double Selectivity(const Conjunct& conjunct) {
-    if (conjunct.comparisons.empty()) return 0.5;
-    const BinaryOperator op = conjunct.comparisons[0].op;
-    return op == BinaryOperator::Equal ? 0.1 : op == BinaryOperator::NotEqual ? 0.9 : 0.3;
-}
-
 std::vector<Expression*> Tests(const Conjuncts& conjuncts) {
     std::vector<Expression*> tests;
     for (const Conjunct* conjunct : conjuncts) tests.push_back(conjunct->test);
@@ -67,18 +59,23 @@ std::vector<Expression*> Tests(const Conjuncts& conjuncts) {
 
 RowOperatorPtr WithFilter(RowOperatorPtr rows, const Conjuncts& conjuncts) {
     if (conjuncts.empty()) return rows;
-    return std::make_unique<Filter>(std::move(rows), Tests(conjuncts));
+    double share = 1;
+    for (const Conjunct* conjunct : conjuncts) share *= Selectivity(*conjunct);
+    const double estimated = std::max(1.0, rows->EstimatedRows() * share);
+    auto filter = std::make_unique<Filter>(std::move(rows), Tests(conjuncts));
+    filter->SetEstimatedRows(estimated);
+    return filter;
 }
 
 class JoinPlanner {
 public:
     JoinPlanner(Plan& plan, const std::vector<Scope::Entry>& tables) : plan_(plan), tables_(tables) {}
 
-    Planned PlanNode(JoinNode& node, Conjuncts conjuncts, const std::vector<SortKey>& order = {}) {
+    Planned PlanNode(JoinNode& node, Conjuncts conjuncts, const RowsWish& wish = {}) {
         if (node.kind == JoinNode::Kind::Left) return PlanLeft(node, conjuncts);
         std::vector<Unit> units;
         Flatten(node, units, conjuncts);
-        return PlanInner(units, conjuncts, order);
+        return PlanInner(units, conjuncts, wish);
     }
 
 private:
@@ -161,9 +158,9 @@ private:
         unit.rows = std::max(1.0, unit.all_rows * share);
         if (unit.table == nullptr) return;
         const IndexChoice choice = ChooseIndex(*unit.table, own, 0);
-        if (choice.access.index < 0) return;
+        if (!choice.UsesIndex()) return;
         unit.rows = std::max(1.0, std::min(unit.rows, choice.rows));
-        unit.access_cost = std::min(unit.access_cost, kSeekCost + choice.rows * kIndexRowCost);
+        unit.access_cost = std::min(unit.access_cost, choice.cost);
     }
 
     static Conjuncts OwnConjuncts(const Unit& unit, const Conjuncts& conjuncts) {
@@ -261,8 +258,8 @@ private:
         candidate.cost = unit.access_cost + unit.rows * kHashRowCost + rows * kProbeCost + candidate.rows;
         if (unit.table == nullptr || !candidate.linked) return candidate;
         const IndexChoice choice = ChooseIndex(*unit.table, conjuncts, placed);
-        if (choice.access.equal.empty()) return candidate;
-        const double cost = rows * (kSeekCost + choice.rows * kIndexRowCost);
+        if (!choice.IsLookup()) return candidate;
+        const double cost = rows * choice.cost;
         if (cost < candidate.cost) {
             candidate.cost = cost;
             candidate.step.method = Method::Index;
@@ -272,7 +269,7 @@ private:
 
     // ---- building ----
 
-    Planned PlanInner(std::vector<Unit>& units, Conjuncts& conjuncts, const std::vector<SortKey>& wish) {
+    Planned PlanInner(std::vector<Unit>& units, Conjuncts& conjuncts, const RowsWish& wish) {
         AddImplied(conjuncts);
         for (Unit& unit : units) Estimate(unit, conjuncts);
         const Order order = ChooseOrder(units, conjuncts);
@@ -281,12 +278,13 @@ private:
         for (Conjunct* conjunct : conjuncts) {
             if (conjunct->sources == 0) first.push_back(conjunct);
         }
-        Planned planned = PlanUnit(leader, first, units.size() == 1 ? wish : std::vector<SortKey>());
+        Planned planned = PlanUnit(leader, first, units.size() == 1 ? wish : RowsWish());
         SourceSet placed = leader.node->sources;
         Conjuncts waiting = Without(conjuncts, first);
         for (const Step& step : order.steps) {
             AddStep(units[step.unit], step.method, placed, planned, waiting);
             placed |= units[step.unit].node->sources;
+            planned.rows->SetEstimatedRows(order.rows);
         }
         planned.count = order.rows;
         return planned;
@@ -301,21 +299,27 @@ private:
     }
 
     // A unit by itself with its own conditions.
-    Planned PlanUnit(const Unit& unit, const Conjuncts& own, const std::vector<SortKey>& wish) {
+    Planned PlanUnit(const Unit& unit, const Conjuncts& own, const RowsWish& wish) {
         if (unit.node->kind == JoinNode::Kind::Left) return PlanLeft(*unit.node, own);
         Planned planned;
         planned.count = unit.rows;
         if (unit.table != nullptr) {
             IndexChoice choice = ChooseIndex(*unit.table, own, 0, wish);
-            if (choice.access.index < 0 && HasOuterLink(*unit.node, own)) return PlanOuterLookup(unit, own);
-            planned.ordered = choice.ordered;
-            planned.rows = std::make_unique<TableAccess>(*unit.table, std::move(choice.access));
+            if (!choice.UsesIndex() && HasOuterLink(*unit.node, own)) return PlanOuterLookup(unit, own);
+            planned.ordered = choice.path.ordered;
+            planned.rows = Access(*unit.table, std::move(choice));
         } else {
             auto& derived = static_cast<DerivedSource&>(*tables_[unit.node->table].source);
             planned.rows = std::make_unique<DerivedAccess>(derived);
         }
         planned.rows = WithFilter(std::move(planned.rows), own);
         return planned;
+    }
+
+    static RowOperatorPtr Access(TableSource& table, IndexChoice choice) {
+        auto access = std::make_unique<TableAccess>(table, std::move(choice.path));
+        access->SetEstimatedRows(choice.rows);
+        return access;
     }
 
     static bool IsOuterLink(const JoinNode& node, const Comparison& comparison) {
@@ -358,8 +362,7 @@ private:
         waiting = Without(waiting, ready);
         RowOperatorPtr right;
         if (method == Method::Index) {
-            IndexChoice choice = ChooseIndex(*unit.table, ready, placed);
-            right = std::make_unique<TableAccess>(*unit.table, std::move(choice.access));
+            right = Access(*unit.table, ChooseIndex(*unit.table, ready, placed));
         } else {
             right = MakeHashLookup(*unit.node, placed, ready);
         }
@@ -447,11 +450,9 @@ private:
             right.kind == JoinNode::Kind::Table ? dynamic_cast<TableSource*>(tables_[right.table].source) : nullptr;
         if (table != nullptr) {
             IndexChoice choice = ChooseIndex(*table, on, left.sources);
-            const double by_index = left_rows * (kSeekCost + choice.rows * kIndexRowCost);
+            const double by_index = left_rows * choice.cost;
             const double by_hash = EstimateAll(right) * (1 + kHashRowCost) + left_rows * kProbeCost;
-            if (!choice.access.equal.empty() && by_index < by_hash) {
-                return std::make_unique<TableAccess>(*table, std::move(choice.access));
-            }
+            if (choice.IsLookup() && by_index < by_hash) return Access(*table, std::move(choice));
         }
         return MakeHashLookup(right, left.sources, on);
     }
@@ -464,10 +465,10 @@ private:
 }  // namespace
 
 JoinPlan PlanJoins(Plan& plan, const std::vector<Scope::Entry>& tables, JoinNode& root, std::vector<Conjunct>& where,
-                   const std::vector<SortKey>& order) {
+                   const RowsWish& wish) {
     Conjuncts conjuncts;
     for (Conjunct& conjunct : where) conjuncts.push_back(&conjunct);
-    Planned planned = JoinPlanner(plan, tables).PlanNode(root, std::move(conjuncts), order);
+    Planned planned = JoinPlanner(plan, tables).PlanNode(root, std::move(conjuncts), wish);
     return {std::move(planned.rows), planned.ordered};
 }
 

@@ -26,12 +26,31 @@ struct Comparison {
     Operand other;
 };
 
-// A condition that a row must satisfy, and what is known about it.
+// `subject IN (…)`.
+struct Membership {
+    Operand subject;
+    ValueList* list = nullptr;
+    SourceSet sources = 0;  // that the list depends on
+};
+
+// A condition that a row must satisfy, and what is known about it. What is known follows from the condition.
 struct Conjunct {
     Expression* test = nullptr;
     SourceSet sources = 0;
     bool outer = false;
     std::vector<Comparison> comparisons;
+    bool is_range = false;  // it takes both comparisons to say what the condition says; else each says it
+    Membership membership;  // without a list: none
+    Operand liked;          // `liked LIKE pattern`; without an expression: none
+    Operand pattern;
+    std::vector<std::vector<Conjunct>> alternatives;  // the conditions of at least one of them hold; empty: none known
+};
+
+// What is asked for beyond the rows themselves.
+struct RowsWish {
+    std::vector<SortKey> order;  // the order in which they are wanted
+    std::size_t limit = 0;       // no more than the first so many of them will be read; 0: all
+    bool count = false;          // only their number
 };
 
 // How tables are joined. Inner has any number of children; Left has the preserved side and the other one.
@@ -50,9 +69,9 @@ struct JoinPlan {
     bool ordered = false;  // the rows come in the order that was wished for
 };
 
-// `order` may be satisfied by an index when there is a single table; otherwise it is not looked at. The plan keeps what
+// The order may be satisfied by an index when there is a single table; otherwise it is not looked at. The plan keeps what
 // expressions are made.
 JoinPlan PlanJoins(Plan& plan, const std::vector<Scope::Entry>& tables, JoinNode& root, std::vector<Conjunct>& where,
-                   const std::vector<SortKey>& order);
+                   const RowsWish& wish);
 
 }  // namespace qmtrain::sql

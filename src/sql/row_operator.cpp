@@ -1,6 +1,29 @@
 #include "sql/row_operator.h"
 
+#include <cmath>
+
+#include "core/text.h"
+
 namespace qmtrain::sql {
+
+void Explanation::Add(std::u16string_view text, const RowOperator& row_operator) {
+    std::u16string line(text);
+    if (row_operator.EstimatedRows() >= 0) {
+        line += u"  ~ " + ToText(static_cast<std::int64_t>(std::llround(row_operator.EstimatedRows()))) + u" rows";
+    }
+    AddLine(depth_, line);
+}
+
+void Explanation::AddChild(const RowOperator& child) {
+    ++depth_;
+    child.Explain(*this);
+    --depth_;
+}
+
+void Explanation::AddLine(int depth, std::u16string_view text) {
+    lines_.emplace_back(static_cast<std::size_t>(depth) * 2, u' ');
+    lines_.back() += text;
+}
 
 bool AllTrue(const std::vector<Expression*>& conditions) {
     for (Expression* condition : conditions) {
@@ -25,6 +48,13 @@ bool Filter::Next() {
         if (all_meet_ || AllTrue(conditions_)) return true;
     }
     return false;
+}
+
+void Filter::Explain(Explanation& out) const {
+    out.Add(u"filter by " + ToText(static_cast<std::int64_t>(conditions_.size())) +
+                (conditions_.size() == 1 ? u" condition" : u" conditions"),
+            *this);
+    out.AddChild(*child_);
 }
 
 std::int64_t Filter::CountRows() {

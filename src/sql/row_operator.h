@@ -6,12 +6,32 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "sql/expression.h"
 
 namespace qmtrain::sql {
+
+class RowOperator;
+
+// What a plan does, for people: a line for each operator, and below it what it reads.
+class Explanation {
+public:
+    void Add(std::u16string_view text, const RowOperator& row_operator);
+    void AddBelow(std::u16string_view text) { AddLine(depth_ + 1, text); }
+    void AddChild(const RowOperator& child);
+
+    const std::vector<std::u16string>& Lines() const { return lines_; }
+
+private:
+    void AddLine(int depth, std::u16string_view text);
+
+    int depth_ = 0;
+    std::vector<std::u16string> lines_;
+};
 
 class RowOperator {
 public:
@@ -34,6 +54,15 @@ public:
 
     // Drops everything that was kept to be used by more than one Open().
     virtual void Reset() {}
+
+    virtual void Explain(Explanation& out) const = 0;
+
+    // About how many rows each Open() will give, as the planner sees it; below 0 where it did not ask.
+    double EstimatedRows() const { return estimated_rows_; }
+    void SetEstimatedRows(double rows) { estimated_rows_ = rows; }
+
+private:
+    double estimated_rows_ = -1;
 };
 
 using RowOperatorPtr = std::unique_ptr<RowOperator>;
@@ -43,6 +72,7 @@ class SingleRow : public RowOperator {
 public:
     void Open() override { done_ = false; }
     bool Next() override { return !std::exchange(done_, true); }
+    void Explain(Explanation& out) const override { out.Add(u"a single row", *this); }
 
 private:
     bool done_ = false;
@@ -58,6 +88,7 @@ public:
     bool Next() override;
     std::int64_t CountRows() override;
     void Reset() override { child_->Reset(); }
+    void Explain(Explanation& out) const override;
 
 private:
     RowOperatorPtr child_;

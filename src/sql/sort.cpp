@@ -36,6 +36,14 @@ void Sort::Open() {
     }
 }
 
+void Sort::Explain(Explanation& out) const {
+    out.Add(sort_keys_.empty() ? u"all rows held in memory"
+            : limit_ > 0       ? u"the first rows of a sort"
+                               : u"sort",
+            *this);
+    out.AddChild(*child_);
+}
+
 bool Sort::Next() {
     while (position_ < rows_.size()) {
         const Place* place = &places_[rows_[position_++].number * sources_.size()];

@@ -28,6 +28,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override { child_->Reset(); }
+    void Explain(Explanation& out) const override;
 
 private:
     struct Row {

@@ -47,6 +47,7 @@ public:
     // The slot of a column, made when there is none yet. Only while the query is being bound.
     int SlotFor(int column);
     int ColumnOfSlot(int slot) const { return columns_[static_cast<std::size_t>(slot)]; }
+    std::size_t SlotCount() const { return columns_.size(); }
 
     // A slot's value in the current row, valid until the source moves.
     const Value& Get(int slot) { return complete_ ? row_[slot] : Load(slot); }
@@ -78,7 +79,6 @@ protected:
         complete_ = false;
         null_row_ = false;
     }
-    std::size_t SlotCount() const { return columns_.size(); }
 
     std::vector<ColumnInfo> infos_;
 

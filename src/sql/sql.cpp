@@ -104,6 +104,15 @@ std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement) {
     return std::make_unique<Query>(BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr));
 }
 
+std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement) {
+    if (!statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
+    BindContext context(catalog);
+    const auto plan = BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr);
+    Explanation explanation;
+    plan->root->Explain(explanation);
+    return explanation.Lines();
+}
+
 std::int64_t Execute(Catalog& catalog, const Statement& statement) {
     if (statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
     return std::visit([&](const auto& node) { return Run(catalog, node); }, statement.Tree().node);

@@ -123,6 +123,9 @@ private:
 // Raises OperationNotSupported when the statement yields no rows.
 std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement);
 
+// How a SELECT would be run: a line for each step, indented below the step that takes its rows.
+std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement);
+
 // Runs a statement that changes something; returns the number of records affected (0 for definitions).
 // Raises OperationNotSupported for a SELECT.
 std::int64_t Execute(Catalog& catalog, const Statement& statement);

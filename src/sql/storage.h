@@ -73,8 +73,15 @@ struct KeyBound {
     bool inclusive = true;
 };
 
-// All keys between the two ends, in the sense of the index (in a descending column "low" is the greater value).
+// Keys of an index that stand beside each other.
 struct KeyRange {
+    enum class Kind : std::uint8_t {
+        Between,  // the two ends, in the sense of the index (in a descending column "low" is the greater value)
+        Equal,    // those that begin with the values of `low`; there is no `high`
+        Prefix,   // the same, but the last value is a text: all texts that begin with it, whatever the case of their
+                  // letters, and perhaps some more
+    };
+    Kind kind = Kind::Between;
     std::optional<KeyBound> low;
     std::optional<KeyBound> high;
 };
@@ -87,7 +94,7 @@ public:
     // Starts over all rows in the order in which they are stored. Next() moves to the first row.
     virtual void Scan() = 0;
 
-    // Starts over the rows of a key range in the order of the index. Requires: Table::CanSeek(index, …).
+    // Starts over the rows of a key range in the order of the index. Requires: Table::CanSeek for the values in it.
     virtual void Range(int index, const KeyRange& range, bool backwards = false) = 0;
 
     // Moves to the next row; false at the end.
@@ -128,10 +135,27 @@ public:
     // About as many, at no cost: for choosing a plan.
     virtual std::int64_t EstimatedRows() { return RowCount(); }
 
+    // About how many rows have keys in the range, by a look at the index. Requires: CanSeek for the values in it.
+    virtual double EstimatedRows(int index, const KeyRange& range) = 0;
+
+    // About how many different keys an index has; 0 when nobody knows.
+    virtual double DistinctKeys(int) { return 0; }
+
     virtual std::unique_ptr<Cursor> OpenCursor() = 0;
 
-    // Whether a range over these values finds every row: false where a text's place in the index is not known.
+    // Whether the rows that are equal to these values, of the first columns of an index, are found in it: false where a
+    // text's place is not known.
     virtual bool CanSeek(int index, std::span<const Value> values) const = 0;
+
+    // Whether an index has its first columns in the order in which statements compare them: only then is a range of
+    // values a range of keys.
+    virtual bool InOrder(int index, std::size_t columns) const = 0;
+
+    // Whether the values of this column can be had from the index without visiting the rows: cheaper, no more.
+    virtual bool HoldsValues(int, std::size_t) const { return false; }
+
+    // Whether an index has texts of this column with the same beginning beside each other.
+    virtual bool HasPrefixes(int index, std::size_t column) const = 0;
 
     // One value per column, of the column's type, Null, or Empty for "not given" (a counter numbers itself, everything
     // else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their like.

@@ -51,10 +51,20 @@ private:
     Truth known_ = Truth::Unknown;
 };
 
-class InSelectCondition : public Condition {
+class InSelectCondition : public Condition, public ValueList {
 public:
     InSelectCondition(ExpressionPtr subject, std::unique_ptr<Plan> plan, bool negated)
         : subject_(std::move(subject)), plan_(std::move(plan)), negated_(negated) {}
+
+    bool Collect(std::size_t most, std::vector<Value>& values) override {
+        if (!built_) Build();
+        if (too_many_ || values_.size() > most) return false;
+        values = values_;
+        return true;
+    }
+
+    // Few, or a scan would be as good: which of the two it is shows when they are there.
+    double ExpectedSize() const override { return 20; }
 
     Truth Test() override {
         const Value& subject = subject_->Evaluate();
@@ -98,14 +108,25 @@ private:
             has_null_ = has_null_ || item.IsNull();
             key_.clear();
             AppendKey(item, key_);
-            if (!item.IsNull()) items_.FindOrAdd(key_, added);
+            if (item.IsNull()) continue;
+            items_.FindOrAdd(key_, added);
+            if (!added || too_many_) continue;
+            too_many_ = values_.size() == kMostValues;
+            if (too_many_)
+                values_.clear();
+            else
+                values_.push_back(item);
         }
         built_ = true;
     }
 
+    static constexpr std::size_t kMostValues = 10000;
+
     ExpressionPtr subject_;
     std::unique_ptr<Plan> plan_;
     bool negated_;
+    std::vector<Value> values_;  // each once, as long as there are not too many
+    bool too_many_ = false;
     bool built_ = false;
     bool empty_ = true;
     bool has_null_ = false;

@@ -1,9 +1,11 @@
-// How a table's rows are reached: all of them, or a range of an index.
+// How a table's rows are reached: all of them, or ranges of its indexes.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "sql/ast.h"
+#include "sql/key.h"
 #include "sql/row_operator.h"
 
 namespace qmtrain::sql {
@@ -15,39 +17,88 @@ struct RangeEnd {
 };
 
 // Which part of which index. The values are computed each time the access is opened, so that they may come from the
-// left side of a join or from an outer query. The rows found are at least those that satisfy the conditions behind
-// it; the conditions themselves are tested above.
+// left side of a join or from an outer query.
 struct IndexAccess {
-    int index = -1;                  // -1: no index, all rows
+    int index = -1;
     std::vector<Expression*> equal;  // for the first columns of the index
+    ValueList* list = nullptr;       // the column at `list_at`, null in `equal`, has one of these values
+    int list_at = -1;
     RangeEnd low;
     RangeEnd high;
+    Expression* pattern = nullptr;  // the column behind the fixed ones is a text like that
     bool backwards = false;
-    bool exact = false;  // the rows in the index's range are just those that satisfy the conditions
+};
+
+// The rows found are at least those that satisfy the conditions behind it; the conditions themselves are tested above.
+struct AccessPath {
+    std::vector<IndexAccess> parts;  // rows that are in any of them; none: all rows
+    bool exact = false;              // the rows found are just those that satisfy the conditions
+    bool ordered = false;            // in the order of the one index
 };
 
 class TableAccess : public RowOperator {
 public:
-    TableAccess(TableSource& source, IndexAccess access) : source_(source), access_(std::move(access)) {}
+    TableAccess(TableSource& source, AccessPath path) : source_(source), path_(std::move(path)) {}
 
     void Open() override;
     bool Next() override;
     std::int64_t CountRows() override;
-    bool MeetsConditions() const override { return access_.exact && start_ != Start::Scan; }
+    bool MeetsConditions() const override { return exact_ && start_ != Start::Whole; }
+    void Explain(Explanation& out) const override;
+
+    // How many rows the index has there, by a look at it; nothing when the values do not say. Requires: the access
+    // depends on no row.
+    static std::optional<double> CountInIndex(TableSource& source, const IndexAccess& access);
 
 private:
-    enum class Start : std::uint8_t { Scan, Range, Nothing };
+    enum class Start : std::uint8_t { Whole, Ranges, Nothing };
 
-    Start MakeRange(KeyRange& range);
-    Start AddFixed(KeyRange& range);
-    Start AddEnds(KeyRange& range);
-    bool CanSeek(const KeyRange& range) const;
-    const IndexColumn& KeyColumn(std::size_t place) const;
+    struct Place {
+        int index = -1;
+        KeyRange range;
+    };
+
+    // Whether there are ranges, or why there are none.
+    Start AddRanges(const IndexAccess& access);
+    Start SetFixed(const IndexAccess& access, KeyBound& bound, const Value* listed);
+    Start SetEnds(const IndexAccess& access, KeyRange& range);
+    Start SetEnd(const IndexAccess& access, const RangeEnd& end, bool low, KeyRange& range);
+    Start SetPrefix(const IndexAccess& access, KeyRange& range);
+    bool TakeList(const IndexAccess& access);
+    Place& NewPlace(int index);
+    void Arrange();
+    void OpenRange();
+
+    const IndexColumn& KeyColumn(const IndexAccess& access, std::size_t place) const;
+    const Column& ColumnOf(const IndexAccess& access, std::size_t place) const;
 
     TableSource& source_;
-    IndexAccess access_;
+    AccessPath path_;
     Cursor* cursor_ = nullptr;
     Start start_ = Start::Nothing;
+    bool exact_ = false;
+
+    std::vector<Place> places_;  // kept between openings, so that a search costs no allocations
+    std::size_t place_count_ = 0;
+    std::size_t at_ = 0;
+    bool repeats_ = false;  // a row may be in two ranges
+    NumberTable seen_;
+    std::vector<Value> listed_;
+};
+
+// One row for each different value of a column, by jumps through an index.
+class DistinctAccess : public RowOperator {
+public:
+    DistinctAccess(TableSource& source, int index) : source_(source), index_(index) {}
+
+    void Open() override { last_.reset(); }
+    bool Next() override;
+    void Explain(Explanation& out) const override;
+
+private:
+    TableSource& source_;
+    int index_;
+    std::optional<Value> last_;
 };
 
 // The rows of a derived table.
@@ -58,6 +109,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override;
+    void Explain(Explanation& out) const override;
 
 private:
     DerivedSource& source_;

@@ -74,6 +74,11 @@ bool UnionRows::IsNew() {
     return added;
 }
 
+void UnionRows::Explain(Explanation& out) const {
+    out.Add(u"union", *this);
+    for (std::size_t i = 0; i < source_.PlanCount(); ++i) out.AddChild(*source_.GetPlan(i).root);
+}
+
 void UnionRows::Reset() {
     for (std::size_t i = 0; i < source_.PlanCount(); ++i) source_.GetPlan(i).root->Reset();
 }

@@ -41,6 +41,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override;
+    void Explain(Explanation& out) const override;
 
 private:
     bool IsNew();

@@ -43,21 +43,8 @@ public:
     void Range(int index, const KeyRange& range, bool backwards) override {
         ++table_.reads.ranges;
         in_range_ = true;
-        found_.clear();
         place_ = 0;
-        const auto& entries = table_.entries_[static_cast<std::size_t>(index)];
-        const auto& order = entries.key_comp();
-        for (const MemoryTable::Entry& entry : entries) {
-            if (range.low) {
-                const int low = order.Compare(entry.key, range.low->values, range.low->values.size());
-                if (low < 0 || (low == 0 && !range.low->inclusive)) continue;
-            }
-            if (range.high) {
-                const int high = order.Compare(entry.key, range.high->values, range.high->values.size());
-                if (high > 0 || (high == 0 && !range.high->inclusive)) break;
-            }
-            found_.push_back(entry.row);
-        }
+        found_ = table_.RowsOf(index, range);
         if (backwards) std::ranges::reverse(found_);
     }
 
@@ -120,6 +107,50 @@ MemoryTable::Entries MemoryTable::MakeEntries(const Index& index) const {
     EntryLess less;
     for (const IndexColumn& column : index.columns) less.descending.push_back(column.descending);
     return Entries(less);
+}
+
+std::vector<std::uint32_t> MemoryTable::RowsOf(int index, const KeyRange& range) const {
+    std::vector<std::uint32_t> rows;
+    const auto& entries = entries_[static_cast<std::size_t>(index)];
+    const auto& order = entries.key_comp();
+    for (const Entry& entry : entries) {
+        bool fits = true;
+        if (range.kind != KeyRange::Kind::Between) {
+            const Row& values = range.low->values;
+            const bool prefix = range.kind == KeyRange::Kind::Prefix;
+            const std::size_t whole = values.size() - (prefix ? 1 : 0);
+            fits = order.Compare(entry.key, values, whole) == 0;
+            if (prefix && fits) {
+                const std::u16string& begin = values.back().Text();
+                fits = entry.key[whole].IsText() && ToUpper(entry.key[whole].Text()).starts_with(ToUpper(begin));
+            }
+        }
+        if (fits && range.kind == KeyRange::Kind::Between && range.low) {
+            const int low = order.Compare(entry.key, range.low->values, range.low->values.size());
+            fits = low > 0 || (low == 0 && range.low->inclusive);
+        }
+        if (fits && range.high) {
+            const int high = order.Compare(entry.key, range.high->values, range.high->values.size());
+            fits = high < 0 || (high == 0 && range.high->inclusive);
+        }
+        if (fits) rows.push_back(entry.row);
+    }
+    return rows;
+}
+
+double MemoryTable::EstimatedRows(int index, const KeyRange& range) {
+    return static_cast<double>(RowsOf(index, range).size());
+}
+
+double MemoryTable::DistinctKeys(int index) {
+    const auto& entries = entries_[static_cast<std::size_t>(index)];
+    double keys = 0;
+    const Entry* last = nullptr;
+    for (const Entry& entry : entries) {
+        if (last == nullptr || entries.key_comp().Compare(last->key, entry.key, entry.key.size()) != 0) ++keys;
+        last = &entry;
+    }
+    return keys;
 }
 
 std::unique_ptr<Cursor> MemoryTable::OpenCursor() {
