@@ -109,7 +109,7 @@ Layout::Layout(const jet::Table& table) {
     std::stable_sort(positions.begin(), positions.end(), [&](std::size_t a, std::size_t b) {
         return definition.columns[a].ordinal < definition.columns[b].ordinal;
     });
-    const bool jet4 = table.GetDatabase().GetVersion() == jet::Version::Jet4;
+    const bool jet4 = table.GetVersion() == jet::Version::Jet4;
     for (const std::size_t position : positions) columns.push_back(ToSql(definition.columns[position], jet4));
     for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
         const jet::RealIndex& real = definition.real_indexes[i];
@@ -138,7 +138,7 @@ struct ByteRange {
     std::optional<Bytes> to;
     bool empty = false;
 
-    void Set(const jet::Table& table, std::size_t index, const sql::KeyRange& range) {
+    void Set(const jet::StoredTable& table, std::size_t index, const sql::KeyRange& range) {
         from.clear();
         to.reset();
         empty = false;
@@ -168,7 +168,7 @@ struct ByteRange {
     }
 
 private:
-    void SetPrefix(const jet::Table& table, std::size_t index, std::span<const Value> values) {
+    void SetPrefix(const jet::StoredTable& table, std::size_t index, std::span<const Value> values) {
         table.AppendPrefix(index, values, from);
     }
 };
@@ -208,7 +208,7 @@ private:
 class JetTable : public sql::Table {
 public:
     JetTable(std::shared_ptr<jet::Table> table, std::shared_ptr<const Layout> layout)
-        : table_(std::move(table)), hold_(table_->GetDatabase().Hold(*table_)), layout_(std::move(layout)) {}
+        : table_(std::move(table)), hold_(table_->Owner().Hold(*table_)), layout_(std::move(layout)) {}
 
     const std::u16string& Name() const override { return table_->Name(); }
     const std::vector<sql::Column>& Columns() const override { return layout_->columns; }
@@ -300,7 +300,7 @@ private:
     // The table as the file has it now. Another process may have changed its structure since it was opened here; then
     // positions mean other columns, and the object is no longer good.
     jet::Table& Current() {
-        auto current = table_->GetDatabase().TableAt(table_->Definition().page);
+        auto current = table_->Owner().TableAt(table_->Definition().page);
         if (current != table_) {
             const auto same = [](const jet::Column& a, const jet::Column& b) {
                 return a.number == b.number && a.type == b.type;

@@ -72,7 +72,7 @@ public:
     void Walk(const std::function<void(const Bytes&)>& visit) {
         visit_ = visit;
         Descend(real_.root, 0);
-        const UsageMap map(pager_, table_.GetDatabase().Allocator(), real_.map);
+        const UsageMap map(pager_, table_.Allocator(), real_.map);
         map.Check();
         for (const PageNumber page : map.MapPages()) use_.Claim(page, where_);
         std::set<PageNumber> listed;
@@ -143,7 +143,7 @@ public:
         : table_(std::move(table)),
           definition_(table_->Definition()),
           pager_(table_->GetPager()),
-          allocator_(table_->GetDatabase().Allocator()),
+          allocator_(table_->Allocator()),
           use_(use),
           report_(report),
           where_(u"表“" + table_->Name() + u"”"),
@@ -322,7 +322,7 @@ private:
     }
 
     void CheckRelation(const LogicalIndex& index) {
-        const std::shared_ptr<Table> other = table_->GetDatabase().TableAt(index.other_table);
+        const std::shared_ptr<Table> other = table_->Owner().TableAt(index.other_table);
         const int position = other->Definition().LogicalByNumber(index.other_number);
         if (position < 0 || other->Definition().logical_indexes[position].other_table != definition_.page) {
             Defect(u"关系“" + index.name + u"”只有一边");

@@ -8,7 +8,6 @@
 #include "core/error.h"
 #include "jet/bytes.h"
 #include "jet/checksum.h"
-#include "jet/journal.h"
 #include "jet/unique_name.h"
 
 namespace qmtrain::jet {
@@ -18,10 +17,7 @@ constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'C', 'm', 't'};
 constexpr std::size_t kHead = 24;
 constexpr std::uint32_t kMaxLength = 1 << 20;
 
-struct Content {
-    std::uint64_t nonce = 0;
-    std::vector<std::filesystem::path> databases;
-};
+using Content = CommonJournal::Content;
 
 std::vector<std::uint8_t> Write(const Content& content) {
     std::vector<std::uint8_t> bytes(kHead);
@@ -38,7 +34,7 @@ std::vector<std::uint8_t> Write(const Content& content) {
 }
 
 // Nothing when it is not whole, or void.
-std::optional<Content> Read(File& file) {
+std::optional<Content> ReadWhole(File& file) {
     std::vector<std::uint8_t> bytes(kHead);
     if (file.ReadAt(0, bytes) != kHead || std::memcmp(bytes.data(), kMagic, sizeof kMagic) != 0) return std::nullopt;
     const auto length = Get<std::uint32_t>(&bytes[8]);
@@ -70,16 +66,14 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     : system_(system), durable_(durable) {
     std::random_device random;
     name_.nonce = static_cast<std::uint64_t>(random()) << 32 | random();
-    name_.path = databases.front();
-    name_.path += "-commit";
-    RemoveIfUnused(system, name_.path);
+    name_.path = UsualPath(databases.front());
     if (system.Exists(name_.path)) name_.path += UniqueName("-", "");
     Content content{name_.nonce, {}};
     for (const std::filesystem::path& database : databases) content.databases.push_back(std::filesystem::absolute(database));
-    content_ = Write(content);
+    bytes_ = Write(content);
     file_ = system.Open(name_.path, OpenMode::CreateNew);
     try {
-        file_->WriteAt(0, content_);
+        file_->WriteAt(0, bytes_);
         if (!durable) return;
         file_->Sync();
         system.SyncFolder(name_.path.parent_path());
@@ -99,7 +93,7 @@ void CommonJournal::Finish() {
         file_->Sync();
     } catch (const AutomationError&) {
         undecided_ = true;
-        file_->WriteAt(0, content_);  // all of it is written anew, so this sync speaks of it again
+        file_->WriteAt(0, bytes_);  // all of it is written anew, so this sync speaks of it again
         file_->Sync();
         undecided_ = false;
         throw;
@@ -124,26 +118,20 @@ bool CommonJournal::InForce(FileSystem& system, const Name& name) {
               {FromNativePath(name.path), u"文件夹无法访问，不能确定上一次涉及多个文件的更改是否完成。"});
     }
     const auto file = system.Open(name.path, OpenMode::ReadOnly);
-    const std::optional<Content> content = Read(*file);
+    const std::optional<Content> content = ReadWhole(*file);
     return content && content->nonce == name.nonce;
 }
 
-void CommonJournal::RemoveIfUnused(FileSystem& system, const std::filesystem::path& path) noexcept {
-    try {
-        if (!system.Exists(path)) return;
-        auto file = system.Open(path, OpenMode::ReadOnly);
-        if (const std::optional<Content> content = Read(*file)) {
-            for (const std::filesystem::path& database : content->databases) {
-                if (Journal::Names(system, database, content->nonce)) return;
-            }
-        } else if (!IsOurs(*file)) {
-            return;
-        }
-        file.reset();
-        system.Remove(path);
-    } catch (const AutomationError&) {
-        // It stays.
-    }
+std::optional<Content> CommonJournal::Read(FileSystem& system, const std::filesystem::path& path) {
+    const auto file = system.Open(path, OpenMode::ReadOnly);
+    std::optional<Content> content = ReadWhole(*file);
+    if (!content && !IsOurs(*file)) Raise(ErrorNumber::FileDamaged, {FromNativePath(path), u"不是提交日志。"});
+    return content;
+}
+
+std::filesystem::path CommonJournal::UsualPath(const std::filesystem::path& database) {
+    std::filesystem::path path = database;
+    return path += "-commit";
 }
 
 }  // namespace qmtrain::jet

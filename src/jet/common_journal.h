@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <string>
+#include <optional>
 #include <vector>
 
 #include "core/files.h"
@@ -45,15 +45,25 @@ public:
     // folder is out of reach.
     static bool InForce(FileSystem& system, const Name& name);
 
-    // Removes it when no journal names it any more.
-    static void RemoveIfUnused(FileSystem& system, const std::filesystem::path& path) noexcept;
+    // What one that was found says.
+    struct Content {
+        std::uint64_t nonce = 0;
+        std::vector<std::filesystem::path> databases;
+    };
+
+    // Nothing when it has come to its end or was never complete, and so needs no heed. Raises FileDamaged for a file that
+    // is no common journal.
+    static std::optional<Content> Read(FileSystem& system, const std::filesystem::path& path);
+
+    // Where it lies unless one that is still needed lies there.
+    static std::filesystem::path UsualPath(const std::filesystem::path& database);
 
 private:
     FileSystem& system_;
     Name name_;
     bool durable_;
     bool undecided_ = false;
-    std::vector<std::uint8_t> content_;
+    std::vector<std::uint8_t> bytes_;
     std::unique_ptr<File> file_;
 };
 

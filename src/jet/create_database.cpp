@@ -144,8 +144,8 @@ private:
 
     RowPointer NewMap(Database& database) {
         MutablePage page = database.GetPager().Write(kMapsPage);
-        if (page.Data()[0] == 0) DataPageEditor::Format(page, database.GetPager(), 0);
-        return {kMapsPage, DataPageEditor(page, database.GetPager()).Add(Bytes(kJet4.map_row))};
+        if (page.Data()[0] == 0) DataPageEditor::Format(page, 0);
+        return {kMapsPage, DataPageEditor(page).Add(Bytes(kJet4.map_row))};
     }
 
     void WriteTable(Database& database, const SystemTableSpec& spec) {
@@ -196,7 +196,7 @@ private:
         real.map = NewMap(database);
         UsageMap(database.GetPager(), database.Allocator(), real.map).Add(real.root);
         MutablePage root = database.GetPager().Write(real.root);
-        IndexTree::FormatRoot(root, database.GetPager(), table.page);
+        IndexTree::FormatRoot(root, table.page);
         LogicalIndex logical;
         logical.name = spec.name;
         logical.number = static_cast<std::uint32_t>(table.logical_indexes.size());

@@ -69,13 +69,12 @@ void DataPage::CheckAll() const {
     if (StoredFree() != ActualFree()) page_.Damaged(u"空闲空间与实际不符");
 }
 
-DataPageEditor::DataPageEditor(MutablePage& page, const Pager& pager)
-    : page_(page), pager_(pager), view_(page.View(), pager.GetFormat()) {
+DataPageEditor::DataPageEditor(MutablePage& page) : page_(page), view_(page.View(), page.GetFormat()) {
     view_.CheckAll();
 }
 
-void DataPageEditor::Format(MutablePage& page, const Pager& pager, std::uint32_t owner) {
-    const jet::Format& format = pager.GetFormat();
+void DataPageEditor::Format(MutablePage& page, std::uint32_t owner) {
+    const jet::Format& format = page.GetFormat();
     std::memset(page.Data(), 0, format.page_size);
     Put<std::uint16_t>(page.Data(), 0x0101);
     Put(page.Data() + 2, static_cast<std::uint16_t>(format.FreeOnEmptyDataPage()));
@@ -83,7 +82,7 @@ void DataPageEditor::Format(MutablePage& page, const Pager& pager, std::uint32_t
 }
 
 void DataPageEditor::Refresh() {
-    view_ = DataPage(page_.View(), pager_.GetFormat());
+    view_ = DataPage(page_.View(), page_.GetFormat());
     Put(page_.Data() + 2, static_cast<std::uint16_t>(view_.ActualFree()));
 }
 

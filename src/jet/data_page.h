@@ -12,7 +12,7 @@
 
 #include "jet/bytes.h"
 #include "jet/format.h"
-#include "jet/pager.h"
+#include "jet/page_cache.h"
 
 namespace qmtrain::jet {
 
@@ -59,10 +59,10 @@ private:
 class DataPageEditor {
 public:
     // Requires: `page` outlives the editor. Checks the page, see DataPage::CheckAll.
-    DataPageEditor(MutablePage& page, const Pager& pager);
+    explicit DataPageEditor(MutablePage& page);
 
     // Makes the page an empty data page.
-    static void Format(MutablePage& page, const Pager& pager, std::uint32_t owner);
+    static void Format(MutablePage& page, std::uint32_t owner);
 
     const DataPage& View() const { return view_; }
 
@@ -81,7 +81,6 @@ private:
     void Refresh();
 
     MutablePage& page_;
-    const Pager& pager_;
     DataPage view_;
 };
 

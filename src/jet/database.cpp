@@ -33,7 +33,7 @@ std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, cons
 }
 
 // Tables that were loaded from pages that are no longer as they were are dropped.
-Database::Tables& Database::KnownTables() {
+Database::LoadedTables& Database::KnownTables() {
     if (generation_ != pager_->Generation()) {
         generation_ = pager_->Generation();
         tables_.clear();
@@ -84,7 +84,7 @@ std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
 std::shared_ptr<Table> Database::LoadTable(const CatalogObject& object) {
     const auto page = static_cast<PageNumber>(object.id);
     if (const auto known = KnownTables().find(page); known != tables_.end()) return known->second;
-    auto table = std::make_shared<Table>(*this, page, object.name, SystemCatalog(*this).ReadProperties(object));
+    auto table = std::make_shared<Table>(*this, *pager_, allocator_, page, object.name, SystemCatalog(*this).ReadProperties(object));
     tables_[page] = table;
     return table;
 }
@@ -99,7 +99,7 @@ std::shared_ptr<Table> Database::TableAt(PageNumber page) {
             constexpr std::u16string_view kNames[] = {u"MSysObjects", u"MSysACEs", u"MSysQueries",
                                                       u"MSysRelationships"};
             return tables_[page] =
-                       std::make_shared<Table>(*this, page, std::u16string(kNames[page - kObjectsPage]), Bytes());
+                       std::make_shared<Table>(*this, *pager_, allocator_, page, std::u16string(kNames[page - kObjectsPage]), Bytes());
         }
         default: break;
     }
@@ -116,7 +116,7 @@ std::uint64_t Database::KnownChanges() const {
     return changes;
 }
 
-std::shared_ptr<const void> Database::Hold(const Table& table) {
+std::shared_ptr<const void> Database::Hold(const StoredTable& table) {
     std::weak_ptr<const void>& known = holds_[table.Definition().page];
     auto hold = known.lock();
     if (!hold) known = hold = std::make_shared<char>();

@@ -18,7 +18,7 @@
 
 namespace qmtrain::jet {
 
-class Database {
+class Database : public Tables {
 public:
     // Raises FileNotFound, UnknownFormat, PasswordInvalid, FileDamaged, LockedByOther …
     static std::unique_ptr<Database> Open(const std::filesystem::path& path, const PagerOptions& options = {});
@@ -46,7 +46,7 @@ public:
     // One state of the file, and of each file it links to that is looked at.
     class Reading {
     public:
-        explicit Reading(Database& database) : scope_(*database.pager_) {}
+        explicit Reading(Database& database) : scope_(database.pager_->GetSession(), *database.pager_) {}
 
     private:
         ReadScope scope_;
@@ -55,7 +55,7 @@ public:
     // All or nothing, in this file and in those it links to: without Commit() the changes are undone.
     class Writing {
     public:
-        explicit Writing(Database& database) : scope_(*database.pager_) {}
+        explicit Writing(Database& database) : scope_(database.pager_->GetSession(), *database.pager_) {}
         void Commit() { scope_.Commit(); }
 
     private:
@@ -74,11 +74,9 @@ public:
     // link into a missing file, OperationNotSupported for a link to anything but an Access file.
     std::shared_ptr<Table> FindTable(std::u16string_view name);
 
-    // The table whose definition starts at this page.
-    std::shared_ptr<Table> TableAt(PageNumber page);
-
-    // As long as somebody keeps what is returned, the table cannot be dropped.
-    std::shared_ptr<const void> Hold(const Table& table);
+    std::shared_ptr<Table> TableAt(PageNumber page) override;
+    std::shared_ptr<const StoredTable> FindStored(PageNumber page) override { return TableAt(page); }
+    std::shared_ptr<const void> Hold(const StoredTable& table) override;
 
     std::vector<Relationship> Relationships();
 
@@ -114,8 +112,8 @@ private:
     static std::unique_ptr<Database> Open(const std::filesystem::path& path, const PagerOptions& options,
                                           const Database* linked_from);
 
-    using Tables = std::map<PageNumber, std::shared_ptr<Table>>;
-    Tables& KnownTables();
+    using LoadedTables = std::map<PageNumber, std::shared_ptr<Table>>;
+    LoadedTables& KnownTables();
     bool IsHeld(PageNumber table) const;
     std::shared_ptr<Table> LoadTable(const CatalogObject& object);
     std::shared_ptr<Table> LinkedTable(const CatalogObject& object);
@@ -125,7 +123,7 @@ private:
     int link_depth_;
     std::unique_ptr<Pager> pager_;
     PageAllocator allocator_;
-    Tables tables_;  // loaded ones, by the page of their definition
+    LoadedTables tables_;  // loaded ones, by the page of their definition
     std::uint64_t generation_ = 0;
     std::map<PageNumber, std::weak_ptr<const void>> holds_;
     std::map<std::filesystem::path, std::unique_ptr<Database>> links_;

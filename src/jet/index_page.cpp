@@ -133,8 +133,8 @@ bool IndexContent::Fits(const Format& format, std::size_t from, std::size_t to) 
     return leaf && to > from && total - CommonPrefix(from, to) * (to - from - 1) <= format.IndexCapacity();
 }
 
-void IndexContent::Store(MutablePage& page, const Pager& pager, PageNumber table) const {
-    const Format& format = pager.GetFormat();
+void IndexContent::Store(MutablePage& page, PageNumber table) const {
+    const Format& format = page.GetFormat();
     const bool plain = TotalBytes(0, entries.size()) <= format.IndexCapacity();
     const std::size_t prefix = plain ? 0 : CommonPrefix(0, entries.size());
     std::uint8_t* data = page.Data();
@@ -334,9 +334,9 @@ private:
 
 }  // namespace
 
-bool InsertInPlace(MutablePage& page, const Pager& pager, const IndexEntries& view, std::size_t place,
+bool InsertInPlace(MutablePage& page, const IndexEntries& view, std::size_t place,
                    std::span<const std::uint8_t> entry) {
-    const Format& format = pager.GetFormat();
+    const Format& format = page.GetFormat();
     const std::size_t prefix = view.Prefix();
     if (prefix > 0) {
         if (place == 0 || entry.size() < prefix) return false;
@@ -356,8 +356,8 @@ bool InsertInPlace(MutablePage& page, const Pager& pager, const IndexEntries& vi
     return true;
 }
 
-bool EraseInPlace(MutablePage& page, const Pager& pager, const IndexEntries& view, std::size_t place) {
-    const Format& format = pager.GetFormat();
+bool EraseInPlace(MutablePage& page, const IndexEntries& view, std::size_t place) {
+    const Format& format = page.GetFormat();
     if (place == 0 && view.Prefix() > 0) return false;
     const std::size_t used = view.End();
     const std::size_t length = view.Following(place) - place;

@@ -15,7 +15,7 @@
 #include "core/value.h"
 #include "jet/bytes.h"
 #include "jet/format.h"
-#include "jet/pager.h"
+#include "jet/page_cache.h"
 
 namespace qmtrain::jet {
 
@@ -127,7 +127,7 @@ struct IndexContent {
     // Leaves may be stored with a prefix when they do not fit otherwise.
     bool Fits(const Format& format) const { return Fits(format, 0, entries.size()); }
     bool Fits(const Format& format, std::size_t from, std::size_t to) const;
-    void Store(MutablePage& page, const Pager& pager, PageNumber table) const;
+    void Store(MutablePage& page, PageNumber table) const;
 
 private:
     std::size_t CommonPrefix(std::size_t from, std::size_t to) const;
@@ -135,8 +135,8 @@ private:
 };
 
 // Changes a page in place where no other entry has to be rewritten; false when that cannot be.
-bool InsertInPlace(MutablePage& page, const Pager& pager, const IndexEntries& view, std::size_t place,
+bool InsertInPlace(MutablePage& page, const IndexEntries& view, std::size_t place,
                    std::span<const std::uint8_t> entry);
-bool EraseInPlace(MutablePage& page, const Pager& pager, const IndexEntries& view, std::size_t place);
+bool EraseInPlace(MutablePage& page, const IndexEntries& view, std::size_t place);
 
 }  // namespace qmtrain::jet

@@ -35,8 +35,8 @@ bool IsNode(const Page& page) {
 
 }  // namespace
 
-void IndexTree::FormatRoot(MutablePage& page, const Pager& pager, PageNumber table) {
-    IndexContent{}.Store(page, pager, table);
+void IndexTree::FormatRoot(MutablePage& page, PageNumber table) {
+    IndexContent{}.Store(page, table);
 }
 
 IndexPage IndexTree::View(const Page& page) const {
@@ -159,7 +159,7 @@ bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
             view.Entry(view.Preceding(place), neighbour);
             new_key = !SameKey(neighbour, entry);
         }
-        if (InsertInPlace(leaf, pager_, view, place, entry)) return new_key;
+        if (InsertInPlace(leaf, view, place, entry)) return new_key;
         at = view.Count(0, place);
         content = IndexContent::Read(View(leaf));
     }
@@ -180,7 +180,7 @@ bool IndexTree::GiveTails(const Path& path) {
         IndexContent content = IndexContent::Read(View(page));
         content.tail = ChildOf(content.entries.back());
         content.entries.pop_back();
-        content.Store(page, pager_, table_);
+        content.Store(page, table_);
         changed = true;
     }
     return changed;
@@ -189,7 +189,7 @@ bool IndexTree::GiveTails(const Path& path) {
 void IndexTree::Put(Path& path, std::size_t level, IndexContent content, bool appended) {
     if (content.Fits(pager_.GetFormat())) {
         MutablePage page = pager_.Write(path[level].page);
-        content.Store(page, pager_, table_);
+        content.Store(page, table_);
         return;
     }
     Split(path, level, std::move(content), appended);
@@ -202,7 +202,7 @@ void IndexTree::PushDownRoot(Path& path) {
     IndexContent node;
     node.leaf = false;
     node.tail = child;
-    node.Store(root, pager_, table_);
+    node.Store(root, table_);
     path.insert(path.begin(), {root_, 0, false});
     path[1].page = child;
 }
@@ -260,9 +260,9 @@ void IndexTree::Split(Path& path, std::size_t level, IndexContent upper, bool ap
     }
     {
         MutablePage page = pager_.Write(fresh);
-        lower.Store(page, pager_, table_);
+        lower.Store(page, table_);
         page = pager_.Write(old);
-        upper.Store(page, pager_, table_);
+        upper.Store(page, table_);
     }
     Step& parent = path[level - 1];
     IndexContent above = IndexContent::Read(View(pager_.Read(parent.page)));
@@ -303,10 +303,10 @@ bool IndexTree::Erase(std::span<const std::uint8_t> entry) {
         was_last = view.Following(place) == view.End();
         empty = was_last && place == 0;
         MutablePage changed = pager_.Write(leaf.Number());
-        if (!EraseInPlace(changed, pager_, view, place)) {
+        if (!EraseInPlace(changed, view, place)) {
             IndexContent content = IndexContent::Read(View(leaf));
             content.entries.erase(content.entries.begin());
-            content.Store(changed, pager_, table_);
+            content.Store(changed, table_);
         }
     }
     if (empty && level > 0) {
@@ -352,7 +352,7 @@ void IndexTree::RemovePage(Path& path, std::size_t level) {
     if (empty && level == 1) parent = IndexContent{};  // the root becomes an empty leaf
     {
         MutablePage page = pager_.Write(step.page);
-        parent.Store(page, pager_, table_);
+        parent.Store(page, table_);
     }
     if (!empty) {
         CorrectSeparators(path, level - 1);

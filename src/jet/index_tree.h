@@ -22,7 +22,7 @@ public:
         : pager_(pager), allocator_(allocator), table_(table), root_(index.root), map_(index.map) {}
 
     // Makes `page` an empty leaf.
-    static void FormatRoot(MutablePage& page, const Pager& pager, PageNumber table);
+    static void FormatRoot(MutablePage& page, PageNumber table);
 
     // `entry` = key and row pointer. Tells whether the key is new, as far as its page shows. Raises FileDamaged when
     // the entry stands there already.

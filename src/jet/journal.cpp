@@ -141,6 +141,21 @@ void Journal::Remove() noexcept {
     }
 }
 
+void Journal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common) noexcept {
+    try {
+        if (!system.Exists(common)) return;
+        if (const auto content = CommonJournal::Read(system, common)) {
+            for (const std::filesystem::path& database : content->databases) {
+                if (Names(system, database, content->nonce)) return;
+            }
+        }
+        system.Remove(common);
+    } catch (const AutomationError&) {
+        // It stays, and does no harm.
+    }
+}
+
+// Whether the database's journal names the common journal with this nonce.
 bool Journal::Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce) {
     if (!system.Exists(PathFor(database))) return false;
     FoundJournal found(system, PathFor(database));
@@ -236,7 +251,7 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
         journal->Sync();
     }
     system.Remove(found.path_);
-    if (found.common_) CommonJournal::RemoveIfUnused(system, found.common_->path);
+    if (found.common_) Journal::RemoveUnusedCommon(system, found.common_->path);
 }
 
 void FoundJournal::PlayBack(File& file) const {

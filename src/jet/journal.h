@@ -62,10 +62,11 @@ public:
     // Removes a journal that has no effect any more. If that fails, whoever finds it there removes it.
     void Remove() noexcept;
 
-    // Whether the database's journal names the common journal with this nonce.
-    static bool Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce);
+    // Removes a common journal when no journal of a file names it any more.
+    static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common) noexcept;
 
 private:
+    static bool Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce);
     void AddRecord(std::uint32_t page, std::span<const std::uint8_t> image);
     void Flush();
 

@@ -54,6 +54,7 @@ public:
 
     explicit operator bool() const { return frame_ != nullptr; }
     PageNumber Number() const { return frame_->number; }
+    const Format& GetFormat() const { return *file_->format; }
     const std::uint8_t* Data() const { return frame_->data; }
     PageType Type() const { return static_cast<PageType>(Data()[0]); }
     ByteView View() const { return {Data(), file_->format->page_size, file_->name, frame_->number}; }

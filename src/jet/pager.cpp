@@ -6,8 +6,6 @@
 #include <utility>
 
 #include "jet/commit_counter.h"
-#include "jet/session.h"
-#include "jet/unique_name.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -94,6 +92,11 @@ void Pager::UndoLevel() noexcept {
 
 bool Pager::HasChanges() const {
     return cache_.HasDirty() || change_.HasWritten() || !change_.Restored().empty();
+}
+
+CommonJournal Pager::StartCommon(const std::vector<std::filesystem::path>& databases) {
+    Journal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()));
+    return {system_, databases, durable_};
 }
 
 void Pager::WriteChanges(const CommonJournal::Name* common) {

@@ -18,11 +18,10 @@
 #include "jet/file_share.h"
 #include "jet/page_cache.h"
 #include "jet/page_file.h"
+#include "jet/session.h"
 #include "jet/transaction.h"
 
 namespace qmtrain::jet {
-
-class Session;
 
 // Whether commits wait for the disk: yes, unless the environment variable QMTRAININFO_SYNC says "off". That is for bulk
 // work: a power cut may then lose commits or tear one; a process that dies does no more harm than otherwise.
@@ -42,7 +41,7 @@ struct PagerOptions {
     std::shared_ptr<Session> session = nullptr;  // empty: one of its own
 };
 
-class Pager : private PageSupply {
+class Pager : public SessionFile, private PageSupply {
 public:
     // Opens an existing file. `home`: the pager through whose links this one was reached; null: itself. Raises
     // FileNotFound, UnknownFormat, PasswordInvalid …
@@ -53,12 +52,12 @@ public:
 
     const Format& GetFormat() const { return file_.GetFormat(); }
     const Header& GetHeader() const { return file_.GetHeader(); }
-    const std::filesystem::path& Path() const { return file_.Path(); }
+    const std::filesystem::path& Path() const override { return file_.Path(); }
     const std::u16string& FileName() const { return file_.Name(); }
     FileSystem& Files() const { return system_; }
     Session& GetSession() const { return *session_; }
     const std::shared_ptr<Session>& SharedSession() const { return session_; }
-    const Pager& Home() const { return *home_; }
+    const Pager& Home() const override { return *home_; }
 
     // Why the file is not to be written; empty when it is.
     const std::u16string& ReadOnlyReason() const { return file_.ReadOnlyReason(); }
@@ -88,25 +87,23 @@ public:
     [[noreturn]] void Damaged(PageNumber page, std::u16string_view what) const { file_.Damaged(page, what); }
 
 private:
-    friend class Session;
-
-    // For the session, which calls them in this order. To begin raises LockedByOther …; nothing is locked then.
-    void BeginReading();
-    void BeginChanging();  // then OpenLevel for each open scope
-    void End() noexcept;
-
-    void OpenLevel();
-    void CommitLevel() { change_.CommitLevel(); }
-    void UndoLevel() noexcept;
-
-    // The outermost level. A commit: WriteChanges, then one of the two Finish, then Close. `common` as in Transaction.
-    bool HasChanges() const;
-    void WriteChanges(const CommonJournal::Name* common);
-    void Finish() { change_.Finish(); }
-    void FinishInCommon() noexcept { change_.FinishInCommon(); }
-    void Close();
-    bool UndoAll() noexcept;  // false when it is left to the next scope
-    void Abandon() noexcept;  // a commit of which nobody knows yet whether it stands
+    bool MayChange() const override { return ReadOnlyReason().empty(); }
+    bool TakesPart() const override { return joined_; }
+    bool IsChanging() const override { return change_.IsOpen(); }
+    void BeginReading() override;
+    void BeginChanging() override;
+    void End() noexcept override;
+    void OpenLevel() override;
+    void CommitLevel() override { change_.CommitLevel(); }
+    void UndoLevel() noexcept override;
+    bool HasChanges() const override;
+    CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) override;
+    void WriteChanges(const CommonJournal::Name* common) override;
+    void Finish() override { change_.Finish(); }
+    void FinishInCommon() noexcept override { change_.FinishInCommon(); }
+    void Close() override;
+    bool UndoAll() noexcept override;
+    void Abandon() noexcept override;
 
     void Fetch(PageNumber first, std::span<const std::span<std::uint8_t>> parts) override;
     bool MayReadAhead(PageNumber page) const override;

@@ -3,16 +3,14 @@
 #include <algorithm>
 #include <memory>
 
-#include "jet/database.h"
 #include "jet/row_cursor.h"
-#include "jet/table.h"
 
 namespace qmtrain::jet {
 namespace {
 
 using Row = std::vector<Value>;
 
-std::vector<int> Positions(const Table& table, std::size_t real) {
+std::vector<int> Positions(const StoredTable& table, std::size_t real) {
     std::vector<int> positions;
     for (const KeyColumn& part : table.Definition().real_indexes[real].columns) {
         positions.push_back(table.Definition().ColumnByNumber(part.number));
@@ -23,17 +21,17 @@ std::vector<int> Positions(const Table& table, std::size_t real) {
 // One relationship, seen from one of its tables.
 struct Relation {
     const LogicalIndex* own;
-    std::shared_ptr<Table> other;
+    std::shared_ptr<const StoredTable> other;
     std::size_t other_real = 0;
     std::vector<int> own_columns;
     std::vector<int> other_columns;  // in the same order
 };
 
-std::vector<Relation> RelationsOf(const Table& table, LogicalIndex::Side side) {
+std::vector<Relation> RelationsOf(const StoredTable& table, StoredTables& tables, LogicalIndex::Side side) {
     std::vector<Relation> relations;
     for (const LogicalIndex& logical : table.Definition().logical_indexes) {
         if (logical.side != side || logical.role != IndexRole::Foreign) continue;
-        Relation relation{&logical, table.GetDatabase().TableAt(logical.other_table), 0, {}, {}};
+        Relation relation{&logical, tables.FindStored(logical.other_table), 0, {}, {}};
         const TableDefinition& other = relation.other->Definition();
         const int position = other.LogicalByNumber(logical.other_number);
         if (position < 0) table.GetPager().Damaged(table.Definition().page, u"关系“" + logical.name + u"”只有一边");
@@ -63,7 +61,7 @@ Row KeyValues(const std::vector<int>& columns, const Row& row) {
 bool FindRelated(const Relation& relation, const Row& row, RowCursor& cursor) {
     const Row values = KeyValues(relation.own_columns, row);
     if (std::all_of(values.begin(), values.end(), [](const Value& value) { return value.IsNull(); })) return false;
-    const Table& other = *relation.other;
+    const StoredTable& other = *relation.other;
     if (!other.HasKeys(relation.other_real, values)) {
         Raise(ErrorNumber::TextOrderUnsupported, {other.Name(), other.IndexName(relation.other_real), u"关系的键。"});
     }
@@ -81,21 +79,15 @@ std::vector<RowPointer> RelatedRows(const Relation& relation, const Row& row) {
     return found;
 }
 
-bool StillExists(const Relation& relation, RowPointer row) {
-    return RowCursor(*relation.other).MoveTo(row);
-}
-
-void ChangeKeys(const Relation& relation, const std::vector<RowPointer>& rows, const Row& values) {
+std::vector<ColumnChange> KeyChanges(const Relation& relation, const Row& values) {
     std::vector<ColumnChange> changes;
     for (std::size_t i = 0; i < values.size(); ++i) changes.push_back({relation.other_columns[i], values[i]});
-    for (const RowPointer row : rows) {
-        if (StillExists(relation, row)) relation.other->Update(row, changes);
-    }
+    return changes;
 }
 
 }  // namespace
 
-bool SidesFit(const Table& table, std::size_t real, const Table& other, std::size_t other_real) {
+bool SidesFit(const StoredTable& table, std::size_t real, const StoredTable& other, std::size_t other_real) {
     const std::vector<int> own = Positions(table, real);
     const std::vector<int> others = Positions(other, other_real);
     return std::equal(own.begin(), own.end(), others.begin(), others.end(), [&](int a, int b) {
@@ -103,8 +95,8 @@ bool SidesFit(const Table& table, std::size_t real, const Table& other, std::siz
     });
 }
 
-void CheckReferencedRows(const Table& table, const Row& new_row, const Row* old_row) {
-    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referencing)) {
+void CheckReferencedRows(const StoredTable& table, StoredTables& tables, const Row& new_row, const Row* old_row) {
+    for (const Relation& relation : RelationsOf(table, tables, LogicalIndex::Side::Referencing)) {
         if (old_row != nullptr && !AnyDiffers(relation.own_columns, *old_row, new_row)) continue;
         RowCursor cursor(*relation.other);
         if (!FindRelated(relation, new_row, cursor) || cursor.Next()) continue;
@@ -115,8 +107,8 @@ void CheckReferencedRows(const Table& table, const Row& new_row, const Row* old_
     }
 }
 
-void CheckReferencingRows(const Table& table, const Row& old_row, const Row* new_row) {
-    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referenced)) {
+void CheckReferencingRows(const StoredTable& table, StoredTables& tables, const Row& old_row, const Row* new_row) {
+    for (const Relation& relation : RelationsOf(table, tables, LogicalIndex::Side::Referenced)) {
         if (new_row != nullptr && !AnyDiffers(relation.own_columns, old_row, *new_row)) continue;
         const bool cascades = new_row != nullptr ? relation.own->CascadesUpdates()
                                                  : relation.own->CascadesDeletes() || relation.own->NullsOnDelete();
@@ -132,24 +124,27 @@ void CheckReferencingRows(const Table& table, const Row& old_row, const Row* new
     }
 }
 
-void CascadeDelete(const Table& table, const Row& row) {
-    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referenced)) {
-        const std::vector<RowPointer> rows = RelatedRows(relation, row);
+std::vector<Cascade> CascadesOfDelete(const StoredTable& table, StoredTables& tables, const Row& row) {
+    std::vector<Cascade> cascades;
+    for (const Relation& relation : RelationsOf(table, tables, LogicalIndex::Side::Referenced)) {
+        Cascade cascade{relation.own->other_table, RelatedRows(relation, row), {}};
         if (relation.own->NullsOnDelete()) {
-            ChangeKeys(relation, rows, Row(relation.other_columns.size(), Null{}));
-            continue;
+            cascade.changes = KeyChanges(relation, Row(relation.other_columns.size(), Null{}));
         }
-        for (const RowPointer related : rows) {
-            if (StillExists(relation, related)) relation.other->Delete(related);
-        }
+        cascades.push_back(std::move(cascade));
     }
+    return cascades;
 }
 
-void CascadeUpdate(const Table& table, const Row& old_row, const Row& new_row) {
-    for (const Relation& relation : RelationsOf(table, LogicalIndex::Side::Referenced)) {
+std::vector<Cascade> CascadesOfUpdate(const StoredTable& table, StoredTables& tables, const Row& old_row,
+                                      const Row& new_row) {
+    std::vector<Cascade> cascades;
+    for (const Relation& relation : RelationsOf(table, tables, LogicalIndex::Side::Referenced)) {
         if (!AnyDiffers(relation.own_columns, old_row, new_row)) continue;
-        ChangeKeys(relation, RelatedRows(relation, old_row), KeyValues(relation.own_columns, new_row));
+        cascades.push_back({relation.own->other_table, RelatedRows(relation, old_row),
+                            KeyChanges(relation, KeyValues(relation.own_columns, new_row))});
     }
+    return cascades;
 }
 
 }  // namespace qmtrain::jet

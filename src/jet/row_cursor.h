@@ -3,16 +3,18 @@
 
 #include <optional>
 
-#include "jet/table.h"
+#include "jet/long_value.h"
+#include "jet/row.h"
+#include "jet/stored_table.h"
 
 namespace qmtrain::jet {
 
 class RowCursor {
 public:
     // The table must outlive the cursor.
-    explicit RowCursor(const Table& table) : table_(&table), pager_(table.GetPager()) {}
+    explicit RowCursor(const StoredTable& table) : table_(&table), pager_(table.GetPager()) {}
 
-    const Table& GetTable() const { return *table_; }
+    const StoredTable& GetTable() const { return *table_; }
 
     // All rows, in the order in which they are stored.
     void Scan();
@@ -51,7 +53,7 @@ private:
     void SetIndex(std::size_t index);
     bool ReadFromKey(std::size_t column, Value& value) const;
 
-    const Table* table_;
+    const StoredTable* table_;
     Pager& pager_;
     Mode mode_ = Mode::Single;
 

@@ -44,7 +44,7 @@ PageNumber RowStore::FindRoom(std::size_t length) {
 
 MutablePage RowStore::NewPage(bool listed) {
     MutablePage page = allocator_.Allocate();
-    DataPageEditor::Format(page, pager_, owner_);
+    DataPageEditor::Format(page, owner_);
     OwnedMap().Add(page.Number());
     if (listed && free_map_) UsageMap(pager_, allocator_, free_map_).Add(page.Number());
     return page;
@@ -54,18 +54,18 @@ RowPointer RowStore::Add(std::span<const std::uint8_t> row, SlotKind kind) {
     const PageNumber room = FindRoom(row.size());
     MutablePage page = room != 0 ? pager_.Write(room) : NewPage(true);
     last_used_ = page.Number();
-    return {page.Number(), DataPageEditor(page, pager_).Add(row, kind)};
+    return {page.Number(), DataPageEditor(page).Add(row, kind)};
 }
 
 RowPointer RowStore::AddAlone(std::span<const std::uint8_t> row) {
     MutablePage page = NewPage(false);
-    return {page.Number(), DataPageEditor(page, pager_).Add(row)};
+    return {page.Number(), DataPageEditor(page).Add(row)};
 }
 
 bool RowStore::Replace(RowPointer where, std::span<const std::uint8_t> row, SlotKind kind) {
     MutablePage page = pager_.Write(where.page);
     ViewOf(page);
-    DataPageEditor editor(page, pager_);
+    DataPageEditor editor(page);
     if (!editor.Replace(where.slot, row, kind)) return false;
     ListIfRoomy(where.page, editor.View());
     return true;
@@ -74,7 +74,7 @@ bool RowStore::Replace(RowPointer where, std::span<const std::uint8_t> row, Slot
 void RowStore::Delete(RowPointer where) {
     MutablePage page = pager_.Write(where.page);
     ViewOf(page);
-    DataPageEditor editor(page, pager_);
+    DataPageEditor editor(page);
     editor.Delete(where.slot);
     if (editor.View().HasLiveRows()) {
         ListIfRoomy(where.page, editor.View());

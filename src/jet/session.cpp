@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <optional>
 
 #include "core/error.h"
-#include "jet/pager.h"
 
 namespace qmtrain::jet {
 
@@ -35,61 +33,61 @@ bool Session::IsInTransaction() {
 
 // Files
 
-bool Session::IsChanging(const Pager& home) const {
+bool Session::IsChanging(const SessionFile& home) const {
     return std::any_of(levels_.begin(), levels_.end(), [&](const Level& level) { return level.home == &home; });
 }
 
-void Session::RequireReading(Pager& pager) {
-    if (!pager.joined_) Join(pager);
+void Session::RequireReading(SessionFile& file) {
+    if (!file.TakesPart()) Join(file);
 }
 
-void Session::Join(Pager& pager) {
+void Session::Join(SessionFile& file) {
     if (scopes_ == 0) Raise(ErrorNumber::InvalidOperation);
-    if (IsChanging(pager.Home()) && pager.ReadOnlyReason().empty()) {
-        JoinChanging(pager);
+    if (IsChanging(file.Home()) && file.MayChange()) {
+        JoinChanging(file);
     } else {
-        JoinReading(pager);
+        JoinReading(file);
     }
 }
 
 // A file that a scope inside is reading cannot be changed: the writer would wait for ever for this reader. One that an
 // ended scope has left locked for reading is let go first.
-void Session::RequireChanging(Pager& pager) {
-    if (pager.change_.IsOpen()) return;
-    if (pager.joined_) {
+void Session::RequireChanging(SessionFile& file) {
+    if (file.IsChanging()) return;
+    if (file.TakesPart()) {
         if (read_scopes_ > 0) Raise(ErrorNumber::InvalidOperation);
-        std::erase(reading_, &pager);
-        pager.End();
+        std::erase(reading_, &file);
+        file.End();
     }
-    JoinChanging(pager);
+    JoinChanging(file);
 }
 
-void Session::JoinReading(Pager& pager) {
+void Session::JoinReading(SessionFile& file) {
     reading_.reserve(reading_.size() + 1);
-    pager.BeginReading();
-    reading_.push_back(&pager);
+    file.BeginReading();
+    reading_.push_back(&file);
 }
 
-void Session::JoinChanging(Pager& pager) {
+void Session::JoinChanging(SessionFile& file) {
     changing_.reserve(changing_.size() + 1);
-    pager.BeginChanging();
-    for (std::size_t i = 0; i < levels_.size(); ++i) pager.OpenLevel();
-    changing_.push_back(&pager);
+    file.BeginChanging();
+    for (std::size_t i = 0; i < levels_.size(); ++i) file.OpenLevel();
+    changing_.push_back(&file);
 }
 
 // What the file has changed in a transaction that is open is undone; the other files go on.
-void Session::Remove(Pager& pager) noexcept {
+void Session::Remove(SessionFile& file) noexcept {
     const std::scoped_lock lock(mutex_);
-    std::erase(reading_, &pager);
-    if (std::erase(changing_, &pager) > 0) pager.UndoAll();
-    if (pager.joined_) pager.End();
+    std::erase(reading_, &file);
+    if (std::erase(changing_, &file) > 0) file.UndoAll();
+    if (file.TakesPart()) file.End();
 }
 
 // Levels
 
-std::size_t Session::OpenLevel(const Pager* home) {
+std::size_t Session::OpenLevel(const SessionFile* home) {
     levels_.push_back({home});
-    for (Pager* pager : changing_) pager->OpenLevel();
+    for (SessionFile* file : changing_) file->OpenLevel();
     return levels_.size() - 1;
 }
 
@@ -97,7 +95,7 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     while (levels_.size() > level + 1) UndoLevel(levels_.size() - 1);
     if (level > 0) {
         if (other) other();
-        for (Pager* pager : changing_) pager->CommitLevel();
+        for (SessionFile* file : changing_) file->CommitLevel();
         levels_.pop_back();
         return;
     }
@@ -107,14 +105,14 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
         UndoLevel(0);
         throw;
     }
-    for (Pager* pager : changing_) pager->Close();
+    for (SessionFile* file : changing_) file->Close();
     levels_.clear();
     LeaveChanging();
 }
 
 void Session::UndoLevel(std::size_t level) noexcept {
     for (; levels_.size() > std::max<std::size_t>(level, 1); levels_.pop_back()) {
-        for (Pager* pager : changing_) pager->UndoLevel();
+        for (SessionFile* file : changing_) file->UndoLevel();
     }
     if (level > 0) return;
     UndoFiles();
@@ -125,61 +123,61 @@ void Session::UndoLevel(std::size_t level) noexcept {
 // Several files: each one's journal names the common journal before the file is overwritten. While that one is in force
 // all journals are; its end is the moment of the commit.
 void Session::CommitFiles(const std::function<void()>& other) {
-    std::vector<Pager*> changed;
-    for (Pager* pager : changing_) {
-        if (pager->HasChanges()) changed.push_back(pager);
+    std::vector<SessionFile*> changed;
+    for (SessionFile* file : changing_) {
+        if (file->HasChanges()) changed.push_back(file);
     }
     if (changed.size() < 2) {
-        for (Pager* pager : changed) pager->WriteChanges(nullptr);
+        for (SessionFile* file : changed) file->WriteChanges(nullptr);
         if (other) other();
-        for (Pager* pager : changed) pager->Finish();
+        for (SessionFile* file : changed) file->Finish();
         return;
     }
     std::vector<std::filesystem::path> paths;
-    for (const Pager* pager : changed) paths.push_back(pager->Path());
-    CommonJournal common(changed.front()->system_, paths, changed.front()->durable_);
+    for (const SessionFile* file : changed) paths.push_back(file->Path());
+    CommonJournal common = changed.front()->StartCommon(paths);
     try {
-        for (Pager* pager : changed) pager->WriteChanges(&common.GetName());
+        for (SessionFile* file : changed) file->WriteChanges(&common.GetName());
         if (other) other();
         common.Finish();
     } catch (...) {
         if (common.IsUndecided()) {
-            for (Pager* pager : changed) pager->Abandon();
+            for (SessionFile* file : changed) file->Abandon();
         } else if (UndoFiles()) {
             common.Discard();
         }
         throw;
     }
-    for (Pager* pager : changed) pager->FinishInCommon();
+    for (SessionFile* file : changed) file->FinishInCommon();
 }
 
 // Whether all could be undone at once.
 bool Session::UndoFiles() noexcept {
     bool complete = true;
-    for (Pager* pager : changing_) {
-        if (pager->change_.IsOpen()) complete = pager->UndoAll() && complete;
+    for (SessionFile* file : changing_) {
+        if (file->IsChanging()) complete = file->UndoAll() && complete;
     }
     return complete;
 }
 
 void Session::LeaveChanging() noexcept {
-    for (Pager* pager : changing_) pager->End();
+    for (SessionFile* file : changing_) file->End();
     changing_.clear();
 }
 
 void Session::CloseScope() noexcept {
     if (--scopes_ > 0) return;
-    for (Pager* pager : reading_) pager->End();
+    for (SessionFile* file : reading_) file->End();
     reading_.clear();
 }
 
 // Scopes
 
-ReadScope::ReadScope(Pager& pager) : session_(pager.GetSession()), lock_(session_.mutex_) {
+ReadScope::ReadScope(Session& session, SessionFile& file) : session_(session), lock_(session_.mutex_) {
     ++session_.read_scopes_;
     session_.OpenScope();
     try {
-        session_.RequireReading(pager);
+        session_.RequireReading(file);
     } catch (...) {
         Close();
         throw;
@@ -191,11 +189,11 @@ void ReadScope::Close() noexcept {
     session_.CloseScope();
 }
 
-WriteScope::WriteScope(Pager& pager) : session_(pager.GetSession()), lock_(session_.mutex_) {
-    level_ = session_.OpenLevel(&pager.Home());
+WriteScope::WriteScope(Session& session, SessionFile& file) : session_(session), lock_(session_.mutex_) {
+    level_ = session_.OpenLevel(&file.Home());
     session_.OpenScope();
     try {
-        session_.RequireChanging(pager);
+        session_.RequireChanging(file);
     } catch (...) {
         session_.UndoLevel(level_);
         session_.CloseScope();

@@ -14,13 +14,52 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <vector>
 
+#include "jet/common_journal.h"
+
 namespace qmtrain::jet {
 
-class Pager;
+// A file as its session sees it.
+class SessionFile {
+public:
+    virtual ~SessionFile() = default;
+
+    virtual const std::filesystem::path& Path() const = 0;
+
+    // The file through whose links this one was reached; itself when it was opened directly.
+    virtual const SessionFile& Home() const = 0;
+    virtual bool MayChange() const = 0;
+
+    // To begin raises LockedByOther …; nothing is locked then. After BeginChanging comes an OpenLevel for each level.
+    virtual bool TakesPart() const = 0;
+    virtual bool IsChanging() const = 0;
+    virtual void BeginReading() = 0;
+    virtual void BeginChanging() = 0;
+    virtual void End() noexcept = 0;
+
+    virtual void OpenLevel() = 0;
+    virtual void CommitLevel() = 0;
+    virtual void UndoLevel() noexcept = 0;
+
+    // The outermost level. A commit is WriteChanges, then one of the two Finish, then Close. `common`: the journal of
+    // the commit when other files take part; null: none do.
+    virtual bool HasChanges() const = 0;
+    virtual CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) = 0;
+    virtual void WriteChanges(const CommonJournal::Name* common) = 0;
+    virtual void Finish() = 0;
+    virtual void FinishInCommon() noexcept = 0;
+    virtual void Close() = 0;
+
+    // False when it is left to the next scope.
+    virtual bool UndoAll() noexcept = 0;
+
+    // Gives up a commit of which nobody knows yet whether it stands.
+    virtual void Abandon() noexcept = 0;
+};
 
 class Session {
 public:
@@ -39,26 +78,27 @@ public:
 
     bool IsInTransaction();
 
+    // For files: the first look inside a scope, and the end of the file.
+    void Join(SessionFile& file);
+    void Remove(SessionFile& file) noexcept;
+
 private:
-    friend class Pager;
     friend class ReadScope;
     friend class WriteScope;
 
     // A level of change. `home`: the file through which it changes others; null: a transaction.
     struct Level {
-        const Pager* home;
+        const SessionFile* home;
     };
 
-    void Join(Pager& pager);
-    void JoinReading(Pager& pager);
-    void JoinChanging(Pager& pager);
-    void RequireReading(Pager& pager);
-    void RequireChanging(Pager& pager);
-    bool IsChanging(const Pager& home) const;
-    void Remove(Pager& pager) noexcept;
+    void JoinReading(SessionFile& file);
+    void JoinChanging(SessionFile& file);
+    void RequireReading(SessionFile& file);
+    void RequireChanging(SessionFile& file);
+    bool IsChanging(const SessionFile& home) const;
 
     // Levels are ended from the innermost; to end one undoes those that are still open inside it.
-    std::size_t OpenLevel(const Pager* home);
+    std::size_t OpenLevel(const SessionFile* home);
     void CommitLevel(std::size_t level, const std::function<void()>& other = {});
     void UndoLevel(std::size_t level) noexcept;
     void CommitFiles(const std::function<void()>& other);
@@ -70,15 +110,15 @@ private:
 
     std::recursive_mutex mutex_;
     std::vector<Level> levels_;      // outermost first
-    std::vector<Pager*> changing_;   // files with as many levels as there are here
-    std::vector<Pager*> reading_;    // files locked for reading until the last scope ends
+    std::vector<SessionFile*> changing_;   // files with as many levels as there are here
+    std::vector<SessionFile*> reading_;    // files locked for reading until the last scope ends
     int scopes_ = 0;                 // ReadScopes and WriteScopes that are open
     int read_scopes_ = 0;            // the ReadScopes among them
 };
 
 class ReadScope {
 public:
-    explicit ReadScope(Pager& pager);
+    ReadScope(Session& session, SessionFile& file);
     ReadScope(const ReadScope&) = delete;
     ReadScope& operator=(const ReadScope&) = delete;
     ~ReadScope() { Close(); }
@@ -93,7 +133,7 @@ private:
 class WriteScope {
 public:
     // Raises ReadOnly, LockedByOther, FileInUse …
-    explicit WriteScope(Pager& pager);
+    WriteScope(Session& session, SessionFile& file);
     WriteScope(const WriteScope&) = delete;
     WriteScope& operator=(const WriteScope&) = delete;
     ~WriteScope();

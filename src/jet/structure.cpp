@@ -36,14 +36,14 @@ public:
         if (last_ != 0) page = last_;
         if (page > kRelationshipsPage && HasRoom(page, empty.size())) return AddTo(pager_.Write(page), empty);
         MutablePage fresh = allocator_.Allocate();
-        DataPageEditor::Format(fresh, pager_, 0);
+        DataPageEditor::Format(fresh, 0);
         return AddTo(std::move(fresh), empty);
     }
 
     void Remove(RowPointer map) {
         if (!map) return;
         MutablePage page = pager_.Write(map.page);
-        DataPageEditor editor(page, pager_);
+        DataPageEditor editor(page);
         editor.Delete(map.slot);
         if (!editor.View().HasLiveRows() && map.page > kRelationshipsPage + 1)
             allocator_.Free(map.page, PageType::FreedData);
@@ -57,7 +57,7 @@ private:
 
     RowPointer AddTo(MutablePage page, const Bytes& row) {
         last_ = page.Number();
-        return {last_, DataPageEditor(page, pager_).Add(row)};
+        return {last_, DataPageEditor(page).Add(row)};
     }
 
     Pager& pager_;
@@ -241,7 +241,7 @@ private:
         real.columns = columns;
         real.flags = flags;
         MutablePage root = database_.Allocator().Allocate();
-        IndexTree::FormatRoot(root, pager_, definition.page);
+        IndexTree::FormatRoot(root, definition.page);
         real.root = root.Number();
         real.map = maps_.Add(definition.owned_map.page);
         UsageMap(pager_, database_.Allocator(), real.map).Add(real.root);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "jet/database.h"
 #include "jet/entry_sorter.h"
 #include "jet/references.h"
 #include "jet/row_cursor.h"
@@ -12,27 +11,6 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr int kMaxHops = 8;
-
-// What the object's properties say of its columns.
-void ApplyProperties(TableDefinition& definition, const Properties& properties, const Pager& pager) {
-    for (Column& column : definition.columns) {
-        if (const Property* required = properties.Find(column.name, u"Required"))
-            column.required = required->AsBoolean();
-        if (const Property* allowed = properties.Find(column.name, u"AllowZeroLength")) {
-            column.allow_zero_length = allowed->AsBoolean();
-        }
-        if (const Property* value = properties.Find(column.name, u"DefaultValue")) {
-            column.default_value = value->AsText(pager.GetFormat(), pager.GetHeader().code_page);
-        }
-    }
-}
-
-TableDefinition LoadDefinition(Pager& pager, PageNumber page, const std::vector<std::uint8_t>& properties) {
-    TableDefinition definition = ReadDefinition(pager, page);
-    const ByteView blob(properties.data(), properties.size(), pager.FileName(), page);
-    ApplyProperties(definition, Properties::Read(blob, pager.GetFormat(), pager.GetHeader().code_page), pager);
-    return definition;
-}
 
 // Stored text that begins with U+FEFF is read as compressed. The character shows nothing: it is left out.
 void DropByteOrderMark(Value& value) {
@@ -43,21 +21,14 @@ void DropByteOrderMark(Value& value) {
 
 }  // namespace
 
-Table::Table(Database& database, PageNumber page, std::u16string name, const Bytes& properties)
-    : database_(database),
-      pager_(database.GetPager()),
-      allocator_(database.Allocator()),
-      name_(std::move(name)),
-      definition_(LoadDefinition(pager_, page, properties)),
-      store_(pager_, allocator_, page, definition_.owned_map, definition_.free_map),
+Table::Table(Tables& tables, Pager& pager, PageAllocator& allocator, PageNumber page, std::u16string name,
+             const Bytes& properties)
+    : StoredTable(pager, allocator, page, std::move(name), properties),
+      tables_(tables),
       order_checked_(definition_.real_indexes.size()),
       row_(definition_.columns.size()),
       fields_(definition_.columns.size()),
       keys_(definition_.real_indexes.size()) {}
-
-std::int64_t Table::RowCount() const {
-    return StoredRowCount(pager_.Read(definition_.page), pager_.GetFormat());
-}
 
 namespace {
 
@@ -98,56 +69,11 @@ std::int64_t Table::ExactRowCount() const {
     return rows;
 }
 
-std::uint32_t Table::DistinctKeys(std::size_t index) const {
-    const Format& format = pager_.GetFormat();
-    const std::size_t at = format.definition_header + format.statistics_block * index + 4;
-    return pager_.Read(definition_.page).View().U32(at);
-}
-
-IndexTree Table::Tree(std::size_t index) const {
-    return {pager_, allocator_, definition_.page, definition_.real_indexes[index]};
-}
-
-std::u16string Table::IndexName(std::size_t index) const {
-    for (const LogicalIndex& logical : definition_.logical_indexes) {
-        if (logical.real == index && logical.side != LogicalIndex::Side::Referenced) return logical.name;
-    }
-    return u"#" + ToText(static_cast<std::int64_t>(index));
-}
-
 LongValueWriter Table::LongValues(const Column& column) const {
     return {pager_, allocator_, column};
 }
 
 // Keys
-
-TextOrder Table::OrderOf(const Column& column) const {
-    return TextOrderOf(column, pager_.GetHeader());
-}
-
-bool Table::HasKeys(std::size_t index, std::span<const Value> values) const {
-    const RealIndex& real = definition_.real_indexes[index];
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
-        if (!HasKey(column, values[i], pager_.GetHeader())) return false;
-    }
-    return true;
-}
-
-void Table::AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const {
-    const RealIndex& real = definition_.real_indexes[index];
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
-        AppendKeyPart(column, real.columns[i].ascending, values[i], pager_.GetHeader(), key);
-    }
-}
-
-void Table::AppendPrefix(std::size_t index, std::span<const Value> values, Bytes& key) const {
-    AppendKey(index, values.first(values.size() - 1), key);
-    const KeyColumn& part = definition_.real_indexes[index].columns[values.size() - 1];
-    const Column& column = definition_.columns[definition_.ColumnByNumber(part.number)];
-    AppendTextPrefix(column, part.ascending, values.back().Text(), pager_.GetHeader(), key);
-}
 
 // False when the row has no entry in this index.
 bool Table::KeyOf(std::size_t index, const Row& row, Bytes& key) const {
@@ -391,7 +317,7 @@ RowPointer Table::Insert(std::span<const Value> values) {
         DropByteOrderMark(row_[i]);
         CheckValue(column, row_[i]);
     }
-    CheckReferencedRows(*this, row_, nullptr);
+    CheckReferencedRows(*this, tables_, row_, nullptr);
     std::vector<bool> in_index(keys_.size());
     for (std::size_t i = 0; i < keys_.size(); ++i) {
         CheckTextOrder(i, row_);
@@ -441,8 +367,8 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         new_row[change.column] = std::move(value);
         changed[change.column] = true;
     }
-    CheckReferencedRows(*this, new_row, &old_row);
-    CheckReferencingRows(*this, old_row, &new_row);
+    CheckReferencedRows(*this, tables_, new_row, &old_row);
+    CheckReferencingRows(*this, tables_, old_row, &new_row);
 
     std::vector<Bytes> keys(keys_.size());
     std::vector<bool> in_index(keys_.size());
@@ -494,13 +420,13 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         LongValues(definition_.columns[column])
             .Free(ByteView(reference.data(), reference.size(), pager_.FileName(), where.page));
     }
-    CascadeUpdate(*this, old_row, new_row);
+    Follow(CascadesOfUpdate(*this, tables_, old_row, new_row));
 }
 
 void Table::Delete(RowPointer where) {
     Row row(definition_.columns.size());
     ReadColumns(where, KeyColumns(), row);
-    CheckReferencingRows(*this, row, nullptr);
+    CheckReferencingRows(*this, tables_, row, nullptr);
     for (std::size_t i = 0; i < definition_.real_indexes.size(); ++i) EraseEntry(i, row, where);
     std::vector<std::pair<std::size_t, Bytes>> long_values;
     {
@@ -521,7 +447,22 @@ void Table::Delete(RowPointer where) {
     if (place != where) store_.Delete(place);
     store_.Delete(where);
     CountRows(-1);
-    CascadeDelete(*this, row);
+    Follow(CascadesOfDelete(*this, tables_, row));
+}
+
+// What related tables do after a change here. A row may have gone with an earlier one.
+void Table::Follow(const std::vector<Cascade>& cascades) {
+    for (const Cascade& cascade : cascades) {
+        const std::shared_ptr<Table> other = tables_.TableAt(cascade.table);
+        for (const RowPointer row : cascade.rows) {
+            if (!RowCursor(*other).MoveTo(row)) continue;
+            if (cascade.changes.empty()) {
+                other->Delete(row);
+            } else {
+                other->Update(row, cascade.changes);
+            }
+        }
+    }
 }
 
 // Giving pages back

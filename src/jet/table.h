@@ -1,7 +1,4 @@
-// The rows of one table: reading, and changing with all that a change brings with it.
-//
-// A table belongs to its Database and is used inside that database's scopes. Positions of columns and indexes are those
-// in Definition().columns and Definition().real_indexes.
+// Changing the rows of a table, with all that a change brings with it: constraints, keys, counts, related tables.
 #pragma once
 
 #include <cstdint>
@@ -12,40 +9,35 @@
 #include <vector>
 
 #include "core/value.h"
-#include "jet/index_key.h"
-#include "jet/index_tree.h"
 #include "jet/long_value.h"
+#include "jet/references.h"
 #include "jet/row.h"
-#include "jet/row_store.h"
-#include "jet/table_definition.h"
+#include "jet/stored_table.h"
 
 namespace qmtrain::jet {
 
-class Database;
+class Table;
 
-struct ColumnChange {
-    int column = 0;
-    Value value;
+// The tables of a database, to be changed.
+class Tables : public StoredTables {
+public:
+    // The table whose definition starts at this page.
+    virtual std::shared_ptr<Table> TableAt(PageNumber page) = 0;
+
+    // As long as somebody keeps what is returned, the table cannot be dropped.
+    virtual std::shared_ptr<const void> Hold(const StoredTable& table) = 0;
 };
 
-class Table {
+class Table : public StoredTable {
 public:
-    Table(Database& database, PageNumber page, std::u16string name, const Bytes& properties);
+    Table(Tables& tables, Pager& pager, PageAllocator& allocator, PageNumber page, std::u16string name,
+          const Bytes& properties);
 
-    const std::u16string& Name() const { return name_; }
-    const TableDefinition& Definition() const { return definition_; }
-    Database& GetDatabase() const { return database_; }
-    Pager& GetPager() const { return pager_; }
-
-    // As the definition says, which is exact in files of our own making.
-    std::int64_t RowCount() const;
+    Tables& Owner() const { return tables_; }
 
     // Counted in an index or on the pages, since other programs may leave a wrong number in the definition. Once that has
     // been seen to be right it is taken, for as long as nobody else changes the file.
     std::int64_t ExactRowCount() const;
-
-    // How many different keys the index had, as the definition says: about as many as it has.
-    std::uint32_t DistinctKeys(std::size_t index) const;
 
     // One value per column: of the column's type, Null, or Empty for "not given" (a counter then numbers itself).
     // Raises DuplicateKey, FieldRequired, RelatedRecordRequired, FieldTooLarge, TextOrderUnsupported …; everything that
@@ -56,24 +48,6 @@ public:
 
     // The number that the last Insert gave to the counter column; 0 when it gave none.
     std::int32_t LastAutonumber() const { return last_autonumber_; }
-
-    // The order of a column's texts in an index.
-    TextOrder OrderOf(const Column& column) const;
-
-    // Whether the keys of these leading columns of an index can be computed.
-    bool HasKeys(std::size_t index, std::span<const Value> values) const;
-
-    // The key bytes of the leading columns of an index.
-    void AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const;
-
-    // The same, but of the last value, a text, only what the keys of all texts that begin with it have in common.
-    void AppendPrefix(std::size_t index, std::span<const Value> values, Bytes& key) const;
-
-    IndexTree Tree(std::size_t index) const;
-    UsageMap OwnedMap() const { return store_.OwnedMap(); }
-
-    // The name under which an index is known; that of its first role.
-    std::u16string IndexName(std::size_t index) const;
 
     // Fills an index, which must be empty, from the rows. Raises DuplicateKey and the like.
     void BuildIndex(std::size_t index);
@@ -104,14 +78,10 @@ private:
     void EraseEntry(std::size_t index, const Row& row, RowPointer where);
     void AddEntry(std::size_t index, const Bytes& key, RowPointer where);
     void CountRows(int change);
+    void Follow(const std::vector<Cascade>& cascades);
     LongValueWriter LongValues(const Column& column) const;
 
-    Database& database_;
-    Pager& pager_;
-    PageAllocator& allocator_;
-    std::u16string name_;
-    TableDefinition definition_;
-    RowStore store_;
+    Tables& tables_;
     mutable std::optional<std::uint64_t> counted_at_;  // the pager's generation in which the definition's count was right
     std::int32_t last_autonumber_ = 0;
     std::vector<bool> order_checked_;  // indexes of a partly known text order whose entries were compared

@@ -191,7 +191,7 @@ bool UsageMap::Lengthen(PageNumber page) {
         bytes.resize(bytes.size() + (needed - bytes.size() + 3) / 4 * 4, 0xFF);
     }
     MutablePage holder = pager_.Write(where_.page);
-    return DataPageEditor(holder, pager_).Replace(where_.slot, bytes, SlotKind::Row);
+    return DataPageEditor(holder).Replace(where_.slot, bytes, SlotKind::Row);
 }
 
 void UsageMap::ConvertToReferences() {
@@ -214,7 +214,7 @@ void UsageMap::ConvertToReferences() {
     bytes[0] = 1;
     {
         MutablePage holder = pager_.Write(where_.page);
-        if (!DataPageEditor(holder, pager_).Replace(where_.slot, bytes, SlotKind::Row)) {
+        if (!DataPageEditor(holder).Replace(where_.slot, bytes, SlotKind::Row)) {
             pager_.Damaged(where_.page, u"页面分布图没有空间扩展");
         }
     }

@@ -68,7 +68,7 @@ public:
 
 private:
     std::u16string ColumnText(const jet::Column& column) const {
-        std::u16string text = Quoted(column.name) + u" " + TypeText(column, table_.GetDatabase().GetVersion());
+        std::u16string text = Quoted(column.name) + u" " + TypeText(column, table_.GetVersion());
         std::u16string_view value = column.default_value;
         while (!value.empty() && (value.front() == u'=' || value.front() == u' ')) value.remove_prefix(1);
         if (!value.empty() && column.type != ColumnType::Guid) text += u" DEFAULT " + std::u16string(value);

@@ -1,0 +1,90 @@
+#include "jet/stored_table.h"
+
+#include <utility>
+
+#include "jet/properties.h"
+
+namespace qmtrain::jet {
+namespace {
+
+// What the object's properties say of its columns.
+void ApplyProperties(TableDefinition& definition, const Properties& properties, const Pager& pager) {
+    for (Column& column : definition.columns) {
+        if (const Property* required = properties.Find(column.name, u"Required"))
+            column.required = required->AsBoolean();
+        if (const Property* allowed = properties.Find(column.name, u"AllowZeroLength")) {
+            column.allow_zero_length = allowed->AsBoolean();
+        }
+        if (const Property* value = properties.Find(column.name, u"DefaultValue")) {
+            column.default_value = value->AsText(pager.GetFormat(), pager.GetHeader().code_page);
+        }
+    }
+}
+
+TableDefinition LoadDefinition(Pager& pager, PageNumber page, const std::vector<std::uint8_t>& properties) {
+    TableDefinition definition = ReadDefinition(pager, page);
+    const ByteView blob(properties.data(), properties.size(), pager.FileName(), page);
+    ApplyProperties(definition, Properties::Read(blob, pager.GetFormat(), pager.GetHeader().code_page), pager);
+    return definition;
+}
+
+}  // namespace
+
+StoredTable::StoredTable(Pager& pager, PageAllocator& allocator, PageNumber page, std::u16string name,
+                         const Bytes& properties)
+    : pager_(pager),
+      allocator_(allocator),
+      name_(std::move(name)),
+      definition_(LoadDefinition(pager_, page, properties)),
+      store_(pager_, allocator_, page, definition_.owned_map, definition_.free_map) {}
+
+std::int64_t StoredTable::RowCount() const {
+    return StoredRowCount(pager_.Read(definition_.page), pager_.GetFormat());
+}
+
+std::uint32_t StoredTable::DistinctKeys(std::size_t index) const {
+    const Format& format = pager_.GetFormat();
+    const std::size_t at = format.definition_header + format.statistics_block * index + 4;
+    return pager_.Read(definition_.page).View().U32(at);
+}
+
+IndexTree StoredTable::Tree(std::size_t index) const {
+    return {pager_, allocator_, definition_.page, definition_.real_indexes[index]};
+}
+
+std::u16string StoredTable::IndexName(std::size_t index) const {
+    for (const LogicalIndex& logical : definition_.logical_indexes) {
+        if (logical.real == index && logical.side != LogicalIndex::Side::Referenced) return logical.name;
+    }
+    return u"#" + ToText(static_cast<std::int64_t>(index));
+}
+
+TextOrder StoredTable::OrderOf(const Column& column) const {
+    return TextOrderOf(column, pager_.GetHeader());
+}
+
+bool StoredTable::HasKeys(std::size_t index, std::span<const Value> values) const {
+    const RealIndex& real = definition_.real_indexes[index];
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
+        if (!HasKey(column, values[i], pager_.GetHeader())) return false;
+    }
+    return true;
+}
+
+void StoredTable::AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const {
+    const RealIndex& real = definition_.real_indexes[index];
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
+        AppendKeyPart(column, real.columns[i].ascending, values[i], pager_.GetHeader(), key);
+    }
+}
+
+void StoredTable::AppendPrefix(std::size_t index, std::span<const Value> values, Bytes& key) const {
+    AppendKey(index, values.first(values.size() - 1), key);
+    const KeyColumn& part = definition_.real_indexes[index].columns[values.size() - 1];
+    const Column& column = definition_.columns[definition_.ColumnByNumber(part.number)];
+    AppendTextPrefix(column, part.ascending, values.back().Text(), pager_.GetHeader(), key);
+}
+
+}  // namespace qmtrain::jet
