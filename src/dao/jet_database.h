@@ -1,6 +1,7 @@
 // A database that our own engine has open: what every database can do, scripts, and what tables there are.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -79,7 +80,7 @@ private:
     std::u16string name_;
     std::unique_ptr<jet::Database> storage_;
     std::unique_ptr<sql::Catalog> catalog_;
-    std::int32_t records_affected_ = 0;
+    std::atomic<std::int32_t> records_affected_ = 0;  // threads may share the database
 };
 
 }  // namespace qmtrain::dao

@@ -1,8 +1,10 @@
 // Statements on real files, transactions, what tables there are.
 
 #include <filesystem>
+#include <thread>
 
 #include "dao/new_database.h"
+#include "dao/system_engine.h"
 #include "fixture.h"
 
 namespace qmtrain::dao {
@@ -120,6 +122,112 @@ TEST_F(DatabaseTest, TransactionsOfTheEngine) {
     engine.CommitTrans();
     EXPECT_EQ(Column(u"TrainInfo", u"TrainID"), u"1 2");
     EXPECT_EQ(ErrorOf([&] { engine.CommitTrans(); }), static_cast<int>(ErrorNumber::TransactionNotStarted));
+}
+
+// Another engine in the machine's place, of which one commit fails.
+class OtherEngine : public SystemEngine {
+public:
+    struct Seen {
+        int open = 0;
+        bool fails = false;
+        std::function<void()> at_commit = [] {};
+    };
+    explicit OtherEngine(Seen& seen) : seen_(seen) {}
+
+    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path&, bool) override {
+        Raise(ErrorNumber::FileNotFound, {name});
+    }
+    void BeginTrans() override { ++seen_.open; }
+    void CommitTrans() override {
+        seen_.at_commit();
+        if (seen_.fails) Raise(ErrorNumber::DiskError, {u"other", u"test"});
+        --seen_.open;
+    }
+    void Rollback() override { --seen_.open; }
+
+private:
+    Seen& seen_;
+};
+
+TEST_F(DatabaseTest, BothEnginesCommitOrNone) {
+    Engine& engine = Engine::Instance();
+    OtherEngine::Seen seen;
+    engine.Use(std::make_unique<OtherEngine>(seen));
+    for (const bool fails : {true, false}) {
+        seen.fails = fails;
+        seen.at_commit = [&] {
+            const auto journal = ToNativePath(Name(u"Client.mdb-journal"));
+            EXPECT_TRUE(std::filesystem::exists(journal)) << "ours is on the disk, and can go back";
+        };
+        engine.BeginTrans();
+        database_->Execute(u"DELETE FROM TrainInfo WHERE TrainID > 2");
+        EXPECT_EQ(ErrorOf([&] { engine.CommitTrans(); }), fails ? static_cast<int>(ErrorNumber::DiskError) : 0);
+        EXPECT_EQ(seen.open, 0);
+        EXPECT_EQ(Column(u"TrainInfo", u"TrainID"), fails ? u"1 2 3 4 5" : u"1 2");
+        EXPECT_EQ(ErrorOf([&] { engine.CommitTrans(); }), static_cast<int>(ErrorNumber::TransactionNotStarted));
+        seen.open = 0;
+    }
+    engine.Use(nullptr);
+}
+
+TEST_F(DatabaseTest, LinkedTables) {
+    const auto other = JetDatabase::Create(Name(u"Other.mdb"));
+    other->Execute(u"CREATE TABLE Bank (Code TEXT(10) PRIMARY KEY)");
+    database_->CreateTableDef(u"Banks", u";DATABASE=Other.mdb", u"Bank");
+    database_->Execute(u"INSERT INTO Banks VALUES ('JC')");
+    EXPECT_EQ(Column(u"Banks", u"Code"), u"JC");
+    struct Case {
+        const char16_t* name;
+        const char16_t* connect;
+        const char16_t* source;
+        ErrorNumber error;
+    };
+    const Case cases[] = {
+        {u"Banks", u";DATABASE=Other.mdb", u"Bank", ErrorNumber::TableExists},
+        {u"L", u";DATABASE=Missing.mdb", u"Bank", ErrorNumber::FileNotFound},
+        {u"L", u";DATABASE=Other.mdb", u"Missing", ErrorNumber::NoSuchTable},
+        {u"L", u"Excel 8.0;DATABASE=Other.xls", u"Sheet", ErrorNumber::OperationNotSupported},
+        {u"L", u"Other.mdb", u"Bank", ErrorNumber::OperationNotSupported},
+    };
+    for (const Case& test : cases) {
+        EXPECT_EQ(ErrorOf([&] { database_->CreateTableDef(test.name, test.connect, test.source); }),
+                  static_cast<int>(test.error))
+            << ToUtf8(test.connect);
+    }
+    database_->Execute(u"DROP TABLE Banks");
+    EXPECT_NE(ErrorOf([&] { Column(u"Banks", u"Code"); }), 0);
+    other->Execute(u"INSERT INTO Bank VALUES ('RJ')");  // the table itself is still there
+}
+
+// A transaction of one thread does not take in what another thread does; two threads may share a database.
+TEST_F(DatabaseTest, Threads) {
+    Engine& engine = Engine::Instance();
+    engine.BeginTrans();
+    std::jthread([&] {
+        const auto own = engine.CreateDatabase(Name(u"Own.mdb"));
+        own->Execute(u"CREATE TABLE T (A LONG)");
+        own->Execute(u"INSERT INTO T VALUES (1)");
+    }).join();
+    engine.Rollback();
+    EXPECT_EQ(JetDatabase::Open(Name(u"Own.mdb"))->OpenRecordset(u"T")->TrueRecordCount(), 1);
+
+    const auto work = [&](std::int32_t user) {
+        const std::u16string number = ToText(std::int64_t{user});
+        for (int i = 0; i < 20; ++i) {
+            database_->Execute(u"INSERT INTO TrainInfo (UserID) VALUES (" + number + u")");
+            const auto rows = database_->OpenRecordset(u"SELECT * FROM TrainInfo WHERE UserID = " + number);
+            rows->MoveLast();
+            rows->Edit();
+            rows->Fields(u"Score").Value(static_cast<float>(i));
+            rows->Update();
+        }
+    };
+    {
+        const std::jthread first([&] { work(71); });
+        const std::jthread second([&] { work(72); });
+    }
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N, Sum(Score) AS S FROM TrainInfo WHERE UserID > 70 GROUP BY UserID", u"S"),
+              u"190 190");
 }
 
 TEST_F(DatabaseTest, ReferencesAndDefaults) {

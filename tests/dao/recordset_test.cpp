@@ -1,5 +1,7 @@
 // Moving, editing and finding, with DAO's errors.
 
+#include "dao/jet_recordset.h"
+#include "dao/recordset_table.h"
 #include "fixture.h"
 
 namespace qmtrain::dao {
@@ -133,6 +135,24 @@ TEST_F(RecordsetTest, Finding) {
         EXPECT_EQ(rows->Fields(u"TrainID").Value(), Value(5));
         EXPECT_NE(ErrorOf([&] { rows->FindFirst(u"UserID = = 1"); }), 0);
     }
+}
+
+// Seen as a table, a record set has no row where one was deleted.
+TEST_F(RecordsetTest, ADeletedRowIsNoPlaceToMoveTo) {
+    const auto rows = std::dynamic_pointer_cast<JetRecordset>(database_->OpenRecordset(u"TrainInfo"));
+    rows->MoveLast();
+    rows->MoveFirst();
+    rows->MoveNext();
+    rows->Delete();
+    const auto catalog = CatalogOfRows(*rows, 0);
+    const auto table = catalog->FindTable(u"Rows");
+    const auto cursor = table->OpenCursor();
+    EXPECT_FALSE(cursor->MoveTo({2}));
+    EXPECT_FALSE(cursor->MoveTo({6}));
+    ASSERT_TRUE(cursor->MoveTo({3}));
+    Value id;
+    cursor->Read(0, id);
+    EXPECT_EQ(id, Value(3));
 }
 
 TEST_F(RecordsetTest, OtherHandlesShow) {

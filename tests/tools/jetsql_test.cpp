@@ -63,6 +63,17 @@ TEST_F(JetsqlTest, AScriptIsRunWhollyOrNotAtAll) {
     EXPECT_TRUE(Run({"--check"}));
 }
 
+TEST_F(JetsqlTest, MakesLinks) {
+    Run({"--create"}, "other.mdb");
+    EXPECT_TRUE(Run({"--link", "考生笔记", "--connect", ";DATABASE=notes.mdb", "--source", "笔记"}, "other.mdb"));
+    EXPECT_EQ(Run({"--csv", "SELECT Count(*) AS N FROM 考生笔记"}, "other.mdb"), "\"N\"\r\n2\r\n");
+    EXPECT_EQ(Run({"--csv", "--tables"}, "other.mdb"),
+              "\"table\",\"kind\",\"rows\",\"columns\",\"linked to\"\r\n"
+              "\"考生笔记\",\"link\",2,7,\"notes.mdb : 笔记\"\r\n");
+    EXPECT_FALSE(Run({"--link", "L", "--source", "笔记"}, "other.mdb"));
+    EXPECT_TRUE(Run({"--check"}, "other.mdb"));
+}
+
 TEST_F(JetsqlTest, TheSchemaCanBeLoaded) {
     const auto schema = Run({"--schema"});
     ASSERT_TRUE(schema);
