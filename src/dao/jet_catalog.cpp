@@ -240,12 +240,11 @@ public:
     bool InOrder(int index, std::size_t columns) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
-        return std::all_of(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(columns),
-                           [&](const jet::KeyColumn& part) {
-                               return IsInOrder(definition.columns[static_cast<std::size_t>(
-                                                    definition.ColumnByNumber(part.number))],
-                                                part.ascending);
-                           });
+        return std::all_of(
+            parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(columns), [&](const jet::KeyColumn& part) {
+                return IsInOrder(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))],
+                                 part.ascending);
+            });
     }
 
     bool HoldsValues(int index, std::size_t column) const override {
@@ -261,7 +260,8 @@ public:
     bool HasPrefixes(int index, std::size_t column) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const jet::KeyColumn& part = definition.real_indexes[static_cast<std::size_t>(index)].columns[column];
-        const auto order = table_->OrderOf(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))]);
+        const auto order =
+            table_->OrderOf(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))]);
         return order == jet::TextOrder::General || order == jet::TextOrder::Jet3General;
     }
 
@@ -287,8 +287,7 @@ public:
 private:
     bool IsInOrder(const jet::Column& column, bool ascending) const {
         switch (column.type) {
-            case jet::ColumnType::Text:
-                return table_->OrderOf(column) == jet::TextOrder::General;
+            case jet::ColumnType::Text: return table_->OrderOf(column) == jet::TextOrder::General;
             case jet::ColumnType::Memo:
             case jet::ColumnType::Guid:
             case jet::ColumnType::Internal: return false;

@@ -18,7 +18,7 @@
 namespace qmtrain::jet {
 class Database;
 class Session;
-}
+}  // namespace qmtrain::jet
 
 namespace qmtrain::dao {
 

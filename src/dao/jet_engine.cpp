@@ -8,9 +8,8 @@ namespace qmtrain::dao {
 // Of the thread that calls. Those that nobody uses any more are forgotten.
 std::shared_ptr<jet::Session> JetEngine::OwnSession() {
     const std::scoped_lock lock(mutex_);
-    std::erase_if(sessions_, [](const auto& known) {
-        return known.second.use_count() == 1 && !known.second->IsInTransaction();
-    });
+    std::erase_if(sessions_,
+                  [](const auto& known) { return known.second.use_count() == 1 && !known.second->IsInTransaction(); });
     std::shared_ptr<jet::Session>& session = sessions_[std::this_thread::get_id()];
     if (!session) session = std::make_shared<jet::Session>();
     return session;

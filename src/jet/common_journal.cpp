@@ -69,7 +69,8 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     name_.path = UsualPath(databases.front());
     if (system.Exists(name_.path)) name_.path += UniqueName("-", "");
     Content content{name_.nonce, {}};
-    for (const std::filesystem::path& database : databases) content.databases.push_back(std::filesystem::absolute(database));
+    for (const std::filesystem::path& database : databases)
+        content.databases.push_back(std::filesystem::absolute(database));
     bytes_ = Write(content);
     file_ = system.Open(name_.path, OpenMode::CreateNew);
     try {

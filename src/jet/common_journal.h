@@ -5,8 +5,8 @@
 //   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
 //
 // It lies beside the first of the databases: "Client.mdb-commit". One that a crash has left there before any journal
-// named it is removed by the next; one that a file still needs, which has not been opened since, stays and the next gets
-// another name.
+// named it is removed by the next; one that a file still needs, which has not been opened since, stays and the next
+// gets another name.
 #pragma once
 
 #include <cstdint>
@@ -51,8 +51,8 @@ public:
         std::vector<std::filesystem::path> databases;
     };
 
-    // Nothing when it has come to its end or was never complete, and so needs no heed. Raises FileDamaged for a file that
-    // is no common journal.
+    // Nothing when it has come to its end or was never complete, and so needs no heed. Raises FileDamaged for a file
+    // that is no common journal.
     static std::optional<Content> Read(FileSystem& system, const std::filesystem::path& path);
 
     // Where it lies unless one that is still needed lies there.

@@ -84,7 +84,8 @@ std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
 std::shared_ptr<Table> Database::LoadTable(const CatalogObject& object) {
     const auto page = static_cast<PageNumber>(object.id);
     if (const auto known = KnownTables().find(page); known != tables_.end()) return known->second;
-    auto table = std::make_shared<Table>(*this, *pager_, allocator_, page, object.name, SystemCatalog(*this).ReadProperties(object));
+    auto table = std::make_shared<Table>(*this, *pager_, allocator_, page, object.name,
+                                         SystemCatalog(*this).ReadProperties(object));
     tables_[page] = table;
     return table;
 }
@@ -98,8 +99,8 @@ std::shared_ptr<Table> Database::TableAt(PageNumber page) {
         case kRelationshipsPage: {
             constexpr std::u16string_view kNames[] = {u"MSysObjects", u"MSysACEs", u"MSysQueries",
                                                       u"MSysRelationships"};
-            return tables_[page] =
-                       std::make_shared<Table>(*this, *pager_, allocator_, page, std::u16string(kNames[page - kObjectsPage]), Bytes());
+            return tables_[page] = std::make_shared<Table>(*this, *pager_, allocator_, page,
+                                                           std::u16string(kNames[page - kObjectsPage]), Bytes());
         }
         default: break;
     }

@@ -135,8 +135,7 @@ private:
 };
 
 // Changes a page in place where no other entry has to be rewritten; false when that cannot be.
-bool InsertInPlace(MutablePage& page, const IndexEntries& view, std::size_t place,
-                   std::span<const std::uint8_t> entry);
+bool InsertInPlace(MutablePage& page, const IndexEntries& view, std::size_t place, std::span<const std::uint8_t> entry);
 bool EraseInPlace(MutablePage& page, const IndexEntries& view, std::size_t place);
 
 }  // namespace qmtrain::jet

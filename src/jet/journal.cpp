@@ -169,8 +169,7 @@ bool Journal::Names(FileSystem& system, const std::filesystem::path& database, s
 FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal)
     : path_(journal), file_(system.Open(path_, OpenMode::ReadOnly)) {}
 
-FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
-    : FoundJournal(system, Journal::PathFor(file.Path())) {
+FoundJournal::FoundJournal(FileSystem& system, PageFile& file) : FoundJournal(system, Journal::PathFor(file.Path())) {
     if (!ReadHeader()) return;
     if (!Belongs(JournalOwner::Of(file, file.Size()))) {
         state_ = State::Foreign;

@@ -31,9 +31,9 @@ class PageFile;
 // What a journal says of the database it belongs to.
 struct JournalOwner {
     std::uint32_t page_size = 0;
-    std::uint64_t length = 0;              // bytes of the file before the transaction
-    std::array<std::uint8_t, 8> stamp{};   // when the database was made, as page 0 stores it
-    std::uint32_t counters = 0;            // the first commit counters
+    std::uint64_t length = 0;             // bytes of the file before the transaction
+    std::array<std::uint8_t, 8> stamp{};  // when the database was made, as page 0 stores it
+    std::uint32_t counters = 0;           // the first commit counters
 
     // As the file is now.
     static JournalOwner Of(PageFile& file, std::uint64_t length);

@@ -34,7 +34,7 @@ struct Cascade {
 std::vector<Cascade> CascadesOfDelete(const StoredTable& table, StoredTables& tables, const std::vector<Value>& row);
 
 // What referred to a row takes its changed key over.
-std::vector<Cascade> CascadesOfUpdate(const StoredTable& table, StoredTables& tables,
-                                      const std::vector<Value>& old_row, const std::vector<Value>& new_row);
+std::vector<Cascade> CascadesOfUpdate(const StoredTable& table, StoredTables& tables, const std::vector<Value>& old_row,
+                                      const std::vector<Value>& new_row);
 
 }  // namespace qmtrain::jet

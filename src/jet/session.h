@@ -3,8 +3,8 @@
 //
 // A ReadScope sees one state of each file that it looks at, from the first look on. A WriteScope is all or nothing:
 // without Commit() it leaves no trace in any file. Write scopes nest; the outermost one brings the changes into the
-// files, an inner one can be undone alone. Scopes are short (one statement); transactions, which a host begins and ends,
-// span many of them.
+// files, an inner one can be undone alone. Scopes are short (one statement); transactions, which a host begins and
+// ends, span many of them.
 //
 // A file takes part in a scope from the first look at one of its pages on. It is locked for changing when it is reached
 // through the links of a file that is being changed, else for reading.
@@ -71,8 +71,8 @@ public:
     void BeginTransaction();
 
     // Each raises TransactionNotStarted when none is open, or it was begun outside a scope that is still open. A commit
-    // that fails has undone the transaction in all files. `other`: another engine's part of it, done when all of ours is
-    // safe on the disk and can still be undone; when it raises, ours is.
+    // that fails has undone the transaction in all files. `other`: another engine's part of it, done when all of ours
+    // is safe on the disk and can still be undone; when it raises, ours is.
     void CommitTransaction(const std::function<void()>& other = {});
     void RollbackTransaction();
 
@@ -109,11 +109,11 @@ private:
     void CloseScope() noexcept;
 
     std::recursive_mutex mutex_;
-    std::vector<Level> levels_;      // outermost first
-    std::vector<SessionFile*> changing_;   // files with as many levels as there are here
-    std::vector<SessionFile*> reading_;    // files locked for reading until the last scope ends
-    int scopes_ = 0;                 // ReadScopes and WriteScopes that are open
-    int read_scopes_ = 0;            // the ReadScopes among them
+    std::vector<Level> levels_;           // outermost first
+    std::vector<SessionFile*> changing_;  // files with as many levels as there are here
+    std::vector<SessionFile*> reading_;   // files locked for reading until the last scope ends
+    int scopes_ = 0;                      // ReadScopes and WriteScopes that are open
+    int read_scopes_ = 0;                 // the ReadScopes among them
 };
 
 class ReadScope {

@@ -35,8 +35,8 @@ public:
 
     Tables& Owner() const { return tables_; }
 
-    // Counted in an index or on the pages, since other programs may leave a wrong number in the definition. Once that has
-    // been seen to be right it is taken, for as long as nobody else changes the file.
+    // Counted in an index or on the pages, since other programs may leave a wrong number in the definition. Once that
+    // has been seen to be right it is taken, for as long as nobody else changes the file.
     std::int64_t ExactRowCount() const;
 
     // One value per column: of the column's type, Null, or Empty for "not given" (a counter then numbers itself).
@@ -82,7 +82,8 @@ private:
     LongValueWriter LongValues(const Column& column) const;
 
     Tables& tables_;
-    mutable std::optional<std::uint64_t> counted_at_;  // the pager's generation in which the definition's count was right
+    mutable std::optional<std::uint64_t>
+        counted_at_;  // the pager's generation in which the definition's count was right
     std::int32_t last_autonumber_ = 0;
     std::vector<bool> order_checked_;  // indexes of a partly known text order whose entries were compared
 

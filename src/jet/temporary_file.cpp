@@ -1,6 +1,5 @@
 #include "jet/temporary_file.h"
 
-
 #include "core/error.h"
 #include "jet/unique_name.h"
 

@@ -39,9 +39,8 @@ protected:
 
     static std::unique_ptr<Database> Open(const std::filesystem::path& path, FileSystem* system = nullptr,
                                           std::shared_ptr<Session> session = nullptr) {
-        return Database::Open(path, {.lock_timeout = std::chrono::milliseconds(50),
-                                     .system = system,
-                                     .session = std::move(session)});
+        return Database::Open(
+            path, {.lock_timeout = std::chrono::milliseconds(50), .system = system, .session = std::move(session)});
     }
 
     static std::size_t Count(const std::filesystem::path& path) {
@@ -148,8 +147,7 @@ TEST_F(SessionTest, AFailedCommitLeavesNoFileChanged) {
             files.strike_at = call;
             done = ErrorOf([&] { run(*a, *b); }) == 0;
             files.strike_at = 0;
-            EXPECT_EQ(ErrorOf([&] { a->RollbackTransaction(); }),
-                      static_cast<int>(ErrorNumber::TransactionNotStarted));
+            EXPECT_EQ(ErrorOf([&] { a->RollbackTransaction(); }), static_cast<int>(ErrorNumber::TransactionNotStarted));
             EXPECT_EQ(Count(a_), done ? 1U : 0U);
             EXPECT_EQ(Count(b_), done ? 1U : 0U);
         }
@@ -244,7 +242,8 @@ TEST_F(SessionTest, AFileWithAJournalCanBeLookedAt) {
         files.strike_at = 8;  // the journal is complete, the file is written in part
         EXPECT_NE(ErrorOf([&] {
                       Write(*database, [&] {
-                          for (int key = 51; key < 2000; ++key) database->FindTable(u"T")->Insert(std::vector<Value>{key});
+                          for (int key = 51; key < 2000; ++key)
+                              database->FindTable(u"T")->Insert(std::vector<Value>{key});
                       });
                   }),
                   0);

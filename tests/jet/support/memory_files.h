@@ -29,8 +29,8 @@ public:
     }
     // A folder is there when a file in it is.
     bool Exists(const std::filesystem::path& path) override {
-        return files_.contains(path) ||
-               std::any_of(files_.begin(), files_.end(), [&](const auto& file) { return file.first.parent_path() == path; });
+        return files_.contains(path) || std::any_of(files_.begin(), files_.end(),
+                                                    [&](const auto& file) { return file.first.parent_path() == path; });
     }
     void Remove(const std::filesystem::path& path) override { files_.erase(path); }
     void Rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
