@@ -12,6 +12,16 @@ Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view 
     return box.ShowModal() == wxID_YES ? Answer::Yes : Answer::No;
 }
 
+Answer AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
+    wxMessageDialog box(parent, ToWx(text), ToWx(title), wxYES_NO | wxCANCEL | wxICON_QUESTION);
+    box.SetYesNoCancelLabels(ToWx(u"是(&Y)"), ToWx(u"否(&N)"), ToWx(u"取消"));
+    switch (box.ShowModal()) {
+        case wxID_YES: return Answer::Yes;
+        case wxID_NO: return Answer::No;
+        default: return Answer::Cancel;
+    }
+}
+
 void Inform(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
     wxMessageDialog box(parent, ToWx(text), ToWx(title), wxOK | wxICON_INFORMATION);
     box.SetOKLabel(ToWx(u"确定"));
