@@ -54,6 +54,13 @@ std::u16string SaveLogText(std::int32_t note_id, bool saved) {
     return u"对笔记[" + ToText(note_id) + u"]修改" + (saved ? u"保存成功" : u"保存失败");
 }
 
+std::u16string NotSavedText(std::u16string_view short_name, std::u16string_view reason) {
+    return std::u16string(u"笔记[")
+        .append(short_name)
+        .append(u"]没有保存：")
+        .append(reason.empty() ? u"数据库中已经没有这条笔记。" : reason);
+}
+
 std::u16string AnswerText(std::u16string_view type, std::u16string_view answer) {
     if (IsChoice(type)) return ChoiceAnswer(answer);
     if (type == u"填空题") {
