@@ -74,8 +74,8 @@ private:
     std::u16string title_;
     std::u16string answer_;
     bool is_theory_ = false;
-    Bytes init_document_;
-    Bytes result_document_;
+    Bytes init_document_ = {0};
+    Bytes result_document_ = {0};
     std::shared_ptr<TextCollection> choice_items_;
     std::u16string data_mdb_path_;
     std::u16string local_paper_mdb_;
