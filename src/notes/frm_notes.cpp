@@ -82,6 +82,11 @@ wxStaticText* GreyLine(wxWindow* parent) {
     return line;
 }
 
+// "" when nothing has failed but a note was not there.
+std::u16string ReasonOf(const TrapWatch& watch) {
+    return watch.First() ? watch.First()->Description() : std::u16string();
+}
+
 // An "&" is one.
 void SetText(wxStaticText* label, std::u16string_view text) {
     label->SetLabelText(ui::ToWx(text));
@@ -102,12 +107,12 @@ FrmNotes::FrmNotes(NotesSource source)
     PicRight = new wxPanel(PicContent);
     BuildListPane();
     BuildNotePane();
-    LblNotSaved = GreyLine(PicRight);
-    LblNotSaved->Hide();
+    LblFailed = GreyLine(PicRight);
+    LblFailed->Hide();
     auto* right = new wxBoxSizer(wxVERTICAL);
     right->Add(PicList, 1, wxEXPAND);
     right->Add(PicPane, 1, wxEXPAND);
-    right->Add(LblNotSaved, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    right->Add(LblFailed, 0, wxEXPAND | wxTOP, FromDIP(kGap));
     PicRight->SetSizer(right);
     PicBottom = new wxPanel(this);
     LblBottom = GreyLine(PicBottom);
@@ -331,7 +336,7 @@ bool FrmNotes::SelectKey(std::u16string_view key) {
 
 void FrmNotes::TvNotes_NodeClick(const std::u16string& key) {
     if (EqualNames(key, selected_key_)) return;
-    SayNotSaved({});
+    SayFailed({});
     LeavePreviousNode();
     selected_key_ = key;
     const NodeKind kind = KindOf(key);
@@ -394,7 +399,7 @@ void FrmNotes::ShowNodeList(const std::u16string& key) {
         rows_.Clear();
         for (ui::ListRow& row : rows) rows_.Add(std::move(row));
         LvNotes->Show(rows_);
-        SetText(LblNoNote, bank == nullptr ? std::u16string(kNoNotes) : NoNotesInBank(bank->text));
+        SetText(LblNoNote, bank == nullptr ? std::u16string(kNoNotes) : NoNotesInBank(ui::CellText(bank->text)));
         LvNotes->wxWindow::Show(rows_.Size() > 0);
         LblNoNote->Show(rows_.Size() == 0);
         PicList->Layout();
@@ -473,7 +478,7 @@ bool FrmNotes::ButtonEnabled(std::u16string_view key) const {
 
 void FrmNotes::Modify() {
     editing_.Modify();
-    SayNotSaved({});
+    SayFailed({});
     ApplyEditing();
     TxtNoteName->SetFocus();
 }
@@ -505,15 +510,15 @@ bool FrmNotes::SaveModifyNote(const std::u16string& key) {
         }
     }
     WriteLog(kLogError, SaveLogText(*id, saved), u"SaveModifyNote");
-    SayNotSaved(saved ? u"" : NotSavedText(name, watch.First() ? watch.First()->Description() : u""));
+    SayFailed(saved ? u"" : NotSavedText(name, ReasonOf(watch)));
     return saved;
 }
 
-void FrmNotes::SayNotSaved(std::u16string_view text) {
-    if (text.empty() && !LblNotSaved->IsShown()) return;
-    SetText(LblNotSaved, text);
-    LblNotSaved->SetToolTip(ui::ToWx(text));
-    LblNotSaved->Show(!text.empty());
+void FrmNotes::SayFailed(std::u16string_view text) {
+    if (text.empty() && !LblFailed->IsShown()) return;
+    SetText(LblFailed, text);
+    LblFailed->SetToolTip(ui::ToWx(text));
+    LblFailed->Show(!text.empty());
     PicRight->Layout();
 }
 
@@ -526,7 +531,10 @@ void FrmNotes::DeleteNote() {
         if (ui::AskYesNo(this, question, kDeleteTitle) != ui::Answer::Yes) return;
         const auto id = NoteOf(key);
         if (!id || !MakeNoteObject()) return;
-        if (!note_->Delete(*id) && note_->LoadFromID(*id, false, -1)) return;  // still there: it stays in the tree
+        const TrapWatch watch;
+        if (!note_->Delete(*id) && (watch.First() || note_->LoadFromID(*id, false, -1))) {  // it stays in the tree, too
+            return SayFailed(NotDeletedText(ui::FromWx(TvNotes->GetItemText(node)), ReasonOf(watch)));
+        }
         wxTreeItemId next = TvNotes->GetNextSibling(node);
         if (!next.IsOk()) next = TvNotes->GetPrevSibling(node);
         if (!next.IsOk()) next = TvNotes->GetItemParent(node);

@@ -62,7 +62,7 @@ public:
     wxTextCtrl* TxtNoteName = nullptr;
     wxStaticText* LblViewTimes = nullptr;
     wxTextCtrl* TxtNote = nullptr;
-    wxStaticText* LblNotSaved = nullptr;
+    wxStaticText* LblFailed = nullptr;
     wxPanel* PicBottom = nullptr;
     wxStaticText* LblBottom = nullptr;
 
@@ -98,7 +98,7 @@ private:
     void Save();
     void DeleteNote();
     bool SaveModifyNote(const std::u16string& key);
-    void SayNotSaved(std::u16string_view text);
+    void SayFailed(std::u16string_view text);
     void ForgetNote(const std::u16string& key);
     bool MakeNoteObject();
     void ApplyEditing();

@@ -202,7 +202,7 @@ TEST_F(NotesWindowTest, SavesWhatIsTyped) {
             EXPECT_EQ(window.TvNotes->GetItemText(window.TvNotes->GetSelection()), ui::ToWx(kLongNameShown));
             EXPECT_EQ(Utf8(window.LblNoteName->GetLabelText()), ToUtf8(kLongNameShown));
             EXPECT_FALSE(window.LblModuleTitle->IsShownOnScreen()) << "the name stands there twice";
-            EXPECT_FALSE(window.LblNotSaved->IsShown());
+            EXPECT_FALSE(window.LblFailed->IsShown());
             EXPECT_EQ(Utf8(window.LblNoteCreateDate->GetLabelText()), "创建日期：2005年04月05日");
             EXPECT_FALSE(window.TxtNoteName->IsShown());
             EXPECT_FALSE(window.TxtNote->IsEditable());
@@ -215,11 +215,11 @@ TEST_F(NotesWindowTest, SavesWhatIsTyped) {
             Execute(u"DELETE FROM Notes WHERE NoteID=3");  // meanwhile
             window.ToolbarNotes_ButtonClick(u"Save");
             EXPECT_EQ(Log().back().message, "对笔记[3]修改保存失败");
-            EXPECT_EQ(Utf8(window.LblNotSaved->GetLabelText()), "笔记[名]没有保存：数据库中已经没有这条笔记。");
-            EXPECT_TRUE(window.LblNotSaved->IsShownOnScreen());
+            EXPECT_EQ(Utf8(window.LblFailed->GetLabelText()), "笔记[名]没有保存：数据库中已经没有这条笔记。");
+            EXPECT_TRUE(window.LblFailed->IsShownOnScreen());
             EXPECT_EQ(Buttons(window), "Modify Delete ");  // to try again
             window.SelectKey(u"Note1");
-            EXPECT_FALSE(window.LblNotSaved->IsShown());
+            EXPECT_FALSE(window.LblFailed->IsShown());
         })
         .DoLast([] { Press(WXK_ESCAPE); });  // the box that had the focus is hidden
     script.Play(window);
@@ -274,6 +274,23 @@ TEST_F(NotesWindowTest, Deletes) {
     EXPECT_EQ(ids(), u"2 4 7");
     EXPECT_EQ(boxes.Said().size(), 4U);
     EXPECT_EQ(LoggedFunctions(), "");
+}
+
+TEST_F(NotesWindowTest, WhatCannotBeDeletedStays) {
+    test::MessageBoxes boxes;
+    // Another program's table that needs the note.
+    Execute(
+        u"CREATE TABLE Mark (NoteID LONG CONSTRAINT Marked REFERENCES Notes (NoteID));"
+        u"INSERT INTO Mark VALUES (1)");
+    InWindow([&](FrmNotes& window) {
+        window.SelectKey(u"Note1");
+        boxes.Expect(wxID_YES);
+        window.ToolbarNotes_ButtonClick(u"Delete");
+        EXPECT_EQ(window.SelectedKey(), u"Note1");
+        EXPECT_EQ(Utf8(window.LblFailed->GetLabelText()),
+                  "笔记[选择]没有删除：不能删除或更改记录：表“Mark”中有相关的记录。");
+    });
+    EXPECT_EQ(LoggedFunctions(), "Note.Delete");
 }
 
 TEST_F(NotesWindowTest, ShowsAnswersInBoxes) {
@@ -450,7 +467,7 @@ TEST_F(NotesWindowTest, ClosingAsksForTextThatIsNotSaved) {
         } else {
             script.Await("the question", [&] { return boxes.HasSaid(); }).Do([&] {
                 EXPECT_TRUE(window.IsShown());
-                EXPECT_EQ(window.LblNotSaved->IsShown(), c.fails);
+                EXPECT_EQ(window.LblFailed->IsShown(), c.fails);
                 EXPECT_EQ(Utf8(window.TxtNote->GetValue()), "新");
                 EXPECT_TRUE(window.TxtNote->IsEditable());
                 EXPECT_EQ(Buttons(window), "Save Delete ");
