@@ -145,7 +145,7 @@ private:
             // A day of this year in either order, else a month of some year.
             const int this_year = ToCivil(Now()).year;
             return SetDay(time, this_year, n[0], n[1]) || SetDay(time, this_year, n[1], n[0]) ||
-                   SetDay(time, Year(0), n[1], 1) || SetDay(time, Year(1), n[0], 1);
+                   SetMonth(time, 0, n[1]) || SetMonth(time, 1, n[0]);
         }
         if (n.size() != 3) return false;
         // The month comes before the day unless it cannot be one.
@@ -154,13 +154,18 @@ private:
         return SetDay(time, Year(2), n[0], n[1]) || SetDay(time, Year(2), n[1], n[0]);
     }
 
+    // The first day of a month; the year must have been written with more than a digit.
+    bool SetMonth(CivilTime& time, std::size_t year, std::int64_t month) const {
+        return pieces_.date_digits[year] > 1 && SetDay(time, Year(year), month, 1);
+    }
+
     // "12 Apr 2005", "April 12, 2005", "12-Apr", "Apr 2005".
     bool SetNamedDate(CivilTime& time) const {
         const auto& n = pieces_.date;
         if (n.empty() || n.size() > 2) return false;
         if (n.size() == 1) {
             return (!IsYear(0) && SetDay(time, ToCivil(Now()).year, pieces_.month_name, n[0])) ||
-                   SetDay(time, Year(0), pieces_.month_name, 1);
+                   SetMonth(time, 0, pieces_.month_name);
         }
         if (IsYear(0)) return SetDay(time, Year(0), pieces_.month_name, n[1]);
         return SetDay(time, Year(1), pieces_.month_name, n[0]);

@@ -2,6 +2,10 @@
 
 #include "review/training_row.h"
 
+#ifndef _WIN32
+#include <locale.h>
+#endif
+
 #include "records/client_fixture.h"
 #include "review/history_sort.h"
 #include "support/environment.h"
