@@ -95,6 +95,11 @@ AnswerKind KindOfQuestion(std::u16string_view kind) {
     return kind == u"是非题" ? AnswerKind::YesNo : AnswerKind::Text;
 }
 
+std::u16string PaneAnswer(std::u16string_view kind, std::u16string_view stored) {
+    constexpr std::int32_t kAnyType = 1;
+    return ShownAnswer(kAnyType, KindOfQuestion(kind), stored);
+}
+
 std::u16string ShownAnswer(std::int32_t question_type, AnswerKind kind, std::u16string_view stored) {
     if (stored.empty()) return {};
     if (kind == AnswerKind::Text && IsFillType(question_type)) return FillText(stored);

@@ -26,4 +26,7 @@ AnswerKind KindOfQuestion(std::u16string_view kind);
 // yes/no answer "错"; the number of a choice is its letters, and no choice nothing.
 std::u16string ShownAnswer(std::int32_t question_type, AnswerKind kind, std::u16string_view stored);
 
+// For a question of which only the kind ("单选题" …) is known.
+std::u16string PaneAnswer(std::u16string_view kind, std::u16string_view stored);
+
 }  // namespace qmtrain::review
