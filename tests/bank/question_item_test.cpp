@@ -182,6 +182,7 @@ TEST_F(QuestionItemTest, TheNetworkEditionTellsBanksAndSubjectsApart) {
 
 TEST_F(QuestionItemTest, TypeAndTheoryOutliveTheQuestionNothingElseDoes) {
     QuestionItem item;
+    EXPECT_EQ(DocumentsOf(item), kAbsent);
     Configure(item, true);
     Load(item, u"000101");
     Load(item, u"000501");

@@ -116,6 +116,9 @@ TEST_F(NotesWindowTest, FromAllNotesToABankToANote) {
                           (Texts{"判断|5|不祥", ToUtf8(kLongNameShown) + "|5|2005年04月02日", "选择|5|2005年04月05日",
                                  "填空|5|2005年04月09日", "操作|5|2005年04月10日"}));
                 EXPECT_EQ(window->LvNotes->SelectedIndex(), -1);
+                for (int column = 0; column < 3; ++column) {
+                    EXPECT_EQ(window->LvNotes->GetColumnWidth(column), wxLIST_DEFAULT_COL_WIDTH);
+                }
                 EXPECT_EQ(Buttons(*window), "");
                 EXPECT_EQ(Views(), u"4 4 4 4 4 4 4");
                 DoubleClickRow(*window->LvNotes, 2);

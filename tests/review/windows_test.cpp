@@ -143,6 +143,18 @@ TEST_F(HistoryWindowTest, ListsTrainingsNewestFirst) {
     EXPECT_EQ(FailedFunctions(), std::vector<std::string>());
 }
 
+TEST_F(HistoryWindowTest, AHostThatNamesNobodySeesAllTrainings) {
+    AddThreeTrainings();
+    Execute(u"UPDATE TrainInfo SET UserId=TrainID, SubjectCode=10*TrainID");
+    UITrain history;
+    history.ClientPath(Path());
+    WindowScript script;
+    script.Await("the window", [] { return Shown<FrmTrain>() != nullptr; }).Do([] {
+        EXPECT_EQ(Shown<FrmTrain>()->LvTrainInfo->GetItemCount(), 3);
+    });
+    script.Play([&] { history.ShowUI(); });
+}
+
 TEST_F(HistoryWindowTest, HeadersSortAndTheSelectionStaysWithItsTraining) {
     AddThreeTrainings();
     FrmTrain window;
