@@ -3,6 +3,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
+#include "core/statement_text.h"
 #include "core/text.h"
 #include "core/trap.h"
 
@@ -35,6 +36,7 @@ bool DataInfo::InitDb() {
 
 bool DataInfo::LoadFromDataCode(std::u16string_view strDataCode, std::int32_t nSubjectCode) {
     return Trapped(u"DataInfo.LoadFromDataCode", false, [&](bool& result) {
+        RequireNoQuote(strDataCode);
         std::u16string query = u"Select * From Tbl_Subject Where C_DataCode='";
         query.append(strDataCode).append(u"'");
         if (is_net_) query += u" And SubjectCode=" + ToText(nSubjectCode);

@@ -26,15 +26,16 @@ bool FillAnswer::GetAnswer(std::int32_t nIndex, std::vector<std::u16string>& str
 }
 
 std::u16string FillAnswer::ToString() const {
-    const std::int32_t blanks = GetFillCount();
+    const std::vector<std::u16string> blanks = SplitAll(answer_, u"@");
     std::u16string result;
-    for (std::int32_t i = 1; i <= blanks; ++i) {
-        std::vector<std::u16string> answers;
-        GetAnswer(i, answers);
+    for (std::size_t i = 0; i < blanks.size(); ++i) {
         std::u16string line;
-        for (const std::u16string& answer : answers) line += (line.empty() ? u"[" : u"或[") + answer + u"]";
+        for (const std::u16string& answer : SplitAll(blanks[i], u"#")) {
+            line += (line.empty() ? u"[" : u"或[") + answer + u"]";
+        }
         if (!result.empty()) result += u"\r\n";
-        result += (blanks > 1 ? u"第[" + ToText(i) + u"]空答案：" : u"答案：") + line;
+        result += blanks.size() > 1 ? u"第[" + ToText(static_cast<std::int64_t>(i) + 1) + u"]空答案：" : u"答案：";
+        result += line;
     }
     return result;
 }

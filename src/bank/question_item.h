@@ -30,7 +30,8 @@ public:
     bool IsTheory() const { return is_theory_; }
     void IsTheory(bool value) { is_theory_ = value; }
 
-    // The options of a choice question, else empty. The stand-alone edition loads none.
+    // The options of a choice question, else empty. The stand-alone edition loads none. A host may set a collection of
+    // its own.
     const std::shared_ptr<TextCollection>& ChoiceItems() const { return choice_items_; }
     void ChoiceItems(std::shared_ptr<TextCollection> value) { choice_items_ = std::move(value); }
 
@@ -73,13 +74,13 @@ private:
     std::u16string title_;
     std::u16string answer_;
     bool is_theory_ = false;
-    Bytes init_document_;
-    Bytes result_document_;
+    Bytes init_document_ = {0};
+    Bytes result_document_ = {0};
     std::shared_ptr<TextCollection> choice_items_;
     std::u16string data_mdb_path_;
     std::u16string local_paper_mdb_;
     bool is_net_ = false;
-    dao::Connection questions_;
+    std::unique_ptr<dao::Connection> questions_ = std::make_unique<dao::Connection>();
     std::u16string rec_no_;
     std::u16string data_code_;
     std::int32_t subject_code_ = 0;

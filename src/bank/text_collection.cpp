@@ -22,7 +22,7 @@ std::size_t TextCollection::Place(std::u16string_view key) const {
 }
 
 std::size_t TextCollection::Place(std::int32_t place) const {
-    if (place < 1 || place > Count()) Raise(ErrorNumber::SubscriptOutOfRange);
+    if (place < 1 || static_cast<std::size_t>(place) > entries_.size()) Raise(ErrorNumber::SubscriptOutOfRange);
     return static_cast<std::size_t>(place - 1);
 }
 
@@ -31,11 +31,18 @@ void TextCollection::Add(std::u16string_view item, std::u16string_view key) {
     entries_.push_back({std::u16string(key), std::u16string(item)});
 }
 
-const std::u16string& TextCollection::Item(std::u16string_view key) const {
+std::u16string TextCollection::Item(std::u16string_view key) const {
     return entries_[Place(key)].item;
 }
-const std::u16string& TextCollection::Item(std::int32_t place) const {
+std::u16string TextCollection::Item(std::int32_t place) const {
     return entries_[Place(place)].item;
+}
+
+std::vector<std::u16string> TextCollection::Keys() const {
+    std::vector<std::u16string> keys;
+    keys.reserve(entries_.size());
+    for (const Entry& entry : entries_) keys.push_back(entry.key);
+    return keys;
 }
 
 void TextCollection::Remove(std::u16string_view key) {

@@ -254,10 +254,6 @@ void AppendDate(Date date, std::u16string& out) {
 
 double TextToNumber(std::u16string_view text) {
     if (const auto number = ParseNumber(text)) return *number;
-    if (std::u16string_view trimmed = Trim(text); EqualNames(trimmed, u"True"))
-        return -1;
-    else if (EqualNames(trimmed, u"False"))
-        return 0;
     Raise(ErrorNumber::TypeMismatch);
 }
 
@@ -325,8 +321,14 @@ std::optional<double> ParseNumber(std::u16string_view text) {
     return number;
 }
 
+// The words that Visual Basic writes for a Boolean are no numbers: nothing else takes them.
 bool ToBoolean(const Value& value) {
     if (value.GetType() == Value::Type::Boolean) return value.As<bool>();
+    if (value.IsText()) {
+        const std::u16string_view word = Trim(value.Text());
+        if (EqualNames(word, u"True")) return true;
+        if (EqualNames(word, u"False")) return false;
+    }
     return ToDouble(value) != 0;
 }
 

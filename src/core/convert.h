@@ -59,8 +59,9 @@ std::optional<double> ParseNumber(std::u16string_view text);
 // What three plain numbers mean when none of them gives itself away as the year.
 enum class DateOrder : std::uint8_t { YearFirst, MonthFirst };
 
-// "2005-04-12 12:00:00", "2005/4/12", "4/12/2005", "12:30", "12 Apr 2005", "2005年4月12日 下午3:05"; nothing when the
-// text is no date.
+// "2005-04-12 12:00:00", "2005/4/12", "4/12/2005", "12:30", "12 Apr 2005", "2005年4月12日 下午3:05"; a month and a day
+// are of this year ("4/12"), a month and a year mean its first day ("4/2005", "Apr 2005"). Years from 0 to 29 are those
+// of this century, 30 to 99 of the last. Nothing when the text is no date.
 std::optional<Date> ParseDate(std::u16string_view text, DateOrder order = DateOrder::YearFirst);
 
 // The same number with that many digits behind the point, rounded half to even. Raises Overflow when it does not fit.

@@ -132,27 +132,43 @@ private:
         return date;
     }
 
-    bool SetDate(CivilTime& time) {
-        if (pieces_.month_name != 0) return SetNamedDate(time);
-        const auto& n = pieces_.date;
-        if (n.size() == 2) return SetDay(time, ToCivil(Now()).year, n[0], n[1]) || SetDay(time, n[0], n[1], 1);
-        if (n.size() != 3) return false;
-        const auto year_like = [&](std::size_t i) { return pieces_.date_digits[i] > 2 || n[i] > 31; };
-        if (year_like(0)) return SetDay(time, n[0], n[1], n[2]);
-        if (order_ == DateOrder::YearFirst && !year_like(2) && SetDay(time, FullYear(n[0]), n[1], n[2])) return true;
-        const std::int64_t year = year_like(2) && pieces_.date_digits[2] > 2 ? n[2] : FullYear(n[2]);
-        // The month comes first unless it cannot be one.
-        return SetDay(time, year, n[0], n[1]) || SetDay(time, year, n[1], n[0]);
+    // A number that gives itself away as the year, and the year that the number stands for.
+    bool IsYear(std::size_t i) const { return pieces_.date_digits[i] > 2 || pieces_.date[i] > 31; }
+    std::int64_t Year(std::size_t i) const {
+        return pieces_.date_digits[i] > 2 ? pieces_.date[i] : FullYear(pieces_.date[i]);
     }
 
-    // "12 Apr 2005", "April 12, 2005", "12-Apr".
-    bool SetNamedDate(CivilTime& time) {
+    bool SetDate(CivilTime& time) const {
+        if (pieces_.month_name != 0) return SetNamedDate(time);
+        const auto& n = pieces_.date;
+        if (n.size() == 2) {
+            // A day of this year in either order, else a month of some year.
+            const int this_year = ToCivil(Now()).year;
+            return SetDay(time, this_year, n[0], n[1]) || SetDay(time, this_year, n[1], n[0]) ||
+                   SetMonth(time, 0, n[1]) || SetMonth(time, 1, n[0]);
+        }
+        if (n.size() != 3) return false;
+        // The month comes before the day unless it cannot be one.
+        if (IsYear(0)) return SetDay(time, Year(0), n[1], n[2]) || SetDay(time, Year(0), n[2], n[1]);
+        if (order_ == DateOrder::YearFirst && !IsYear(2) && SetDay(time, Year(0), n[1], n[2])) return true;
+        return SetDay(time, Year(2), n[0], n[1]) || SetDay(time, Year(2), n[1], n[0]);
+    }
+
+    // The first day of a month; the year must have been written with more than a digit.
+    bool SetMonth(CivilTime& time, std::size_t year, std::int64_t month) const {
+        return pieces_.date_digits[year] > 1 && SetDay(time, Year(year), month, 1);
+    }
+
+    // "12 Apr 2005", "April 12, 2005", "12-Apr", "Apr 2005".
+    bool SetNamedDate(CivilTime& time) const {
         const auto& n = pieces_.date;
         if (n.empty() || n.size() > 2) return false;
-        if (n.size() == 1) return SetDay(time, ToCivil(Now()).year, pieces_.month_name, n[0]);
-        if (pieces_.date_digits[0] > 2) return SetDay(time, n[0], pieces_.month_name, n[1]);
-        const std::int64_t year = pieces_.date_digits[1] > 2 ? n[1] : FullYear(n[1]);
-        return SetDay(time, year, pieces_.month_name, n[0]);
+        if (n.size() == 1) {
+            return (!IsYear(0) && SetDay(time, ToCivil(Now()).year, pieces_.month_name, n[0])) ||
+                   SetMonth(time, 0, pieces_.month_name);
+        }
+        if (IsYear(0)) return SetDay(time, Year(0), pieces_.month_name, n[1]);
+        return SetDay(time, Year(1), pieces_.month_name, n[0]);
     }
 
     static std::int64_t FullYear(std::int64_t year) {

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "core/message_text.h"
 #include "core/text.h"
 
 namespace qmtrain {
@@ -116,7 +117,7 @@ std::u16string Describe(ErrorNumber number, std::initializer_list<std::u16string
             continue;
         }
         const std::size_t detail = pattern[++i] - u'1';
-        if (detail < details.size()) out.append(details.begin()[detail]);
+        if (detail < details.size()) out += ForMessage(details.begin()[detail]);
     }
     return out;
 }

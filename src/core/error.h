@@ -124,7 +124,8 @@ private:
     std::string utf8_;
 };
 
-// Throws the error with the table's Chinese description; "%1", "%2" … in it are replaced by `details`.
+// Throws the error with the table's Chinese description; "%1", "%2" … in it are replaced by `details`, each as
+// ForMessage (message_text.h) makes it.
 [[noreturn]] void Raise(ErrorNumber number, std::initializer_list<std::u16string_view> details = {});
 
 // The component's own error: vbObjectError + 1, for a folder or file that a property refuses.

@@ -27,8 +27,8 @@ std::u16string InFolder(std::u16string_view folder, std::u16string_view file);
 bool FileExists(std::u16string_view path);
 bool FolderExists(std::u16string_view path);
 
-// Appends the bytes whole: those of another process come before or behind them, and nothing of them stays when the disk
-// is full. Makes the file when it is missing. Raises what File and FileSystem raise.
+// Appends the bytes whole: those of another process come before or behind them, nothing of them stays when the disk is
+// full. Makes a missing file. Only a plain file of one name is taken, no link. Raises what File and FileSystem raise.
 void AppendToFile(const std::filesystem::path& path, std::string_view bytes);
 
 // The folder of the program that runs.

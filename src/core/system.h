@@ -36,4 +36,7 @@ private:
 // sorts.
 std::u16string RegionalTime(Date time);
 
+// What stands between year, month and day in the user's region: "/", "-" or ".".
+std::u16string DateSeparator();
+
 }  // namespace qmtrain

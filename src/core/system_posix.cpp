@@ -1,5 +1,7 @@
 #include <cstdlib>
 
+#include <langinfo.h>
+#include <locale.h>
 #include <unistd.h>
 
 #include "core/format.h"
@@ -27,6 +29,17 @@ Utf8Streams::~Utf8Streams() = default;
 
 std::u16string RegionalTime(Date time) {
     return Format(time, u"yyyy-mm-dd hh:nn:ss");
+}
+
+// The first one in the form of dates of the locale that the environment names ("%m/%d/%y"). Forms with words between
+// the numbers ("%Y年%m月%d日") have none.
+std::u16string DateSeparator() {
+    locale_t locale = newlocale(LC_TIME_MASK, "", nullptr);
+    if (locale == nullptr) return u"/";
+    const std::string form = nl_langinfo_l(D_FMT, locale);
+    freelocale(locale);
+    const std::size_t found = form.find_first_of("/-.");
+    return found == std::string::npos ? u"-" : std::u16string(1, static_cast<char16_t>(form[found]));
 }
 
 }  // namespace qmtrain

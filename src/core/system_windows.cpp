@@ -75,4 +75,11 @@ std::u16string RegionalTime(Date time) {
     return FromWide(date.data()) + u" " + FromWide(clock.data());
 }
 
+std::u16string DateSeparator() {
+    std::array<wchar_t, 8> separator{};
+    const int length =
+        GetLocaleInfoEx(LOCALE_NAME_USER_DEFAULT, LOCALE_SDATE, separator.data(), static_cast<int>(separator.size()));
+    return length > 1 ? FromWide(separator.data()) : u"-";
+}
+
 }  // namespace qmtrain

@@ -8,19 +8,44 @@
 #include "core/text.h"
 
 namespace qmtrain {
+namespace {
 
-void LogCurrentException(std::u16string_view log_name) noexcept {
+thread_local TrapWatch* innermost = nullptr;
+
+// Requires: an exception is being handled.
+AutomationError CurrentError() {
     try {
         throw;
     } catch (const AutomationError& error) {
-        WriteLog(kLogError, error.Description(), log_name);
+        return error;
     } catch (const std::bad_alloc&) {
-        WriteLog(kLogError, u"内存不足。", log_name);
+        return {0, u"QmTrainInfo", u"内存不足。"};
     } catch (const std::exception& error) {
         const std::string_view text = error.what();
-        WriteLog(kLogError, u"内部错误：" + FromUtf8(text), log_name);
+        return {0, u"QmTrainInfo", u"内部错误：" + FromUtf8(text)};
     } catch (...) {
-        WriteLog(kLogError, u"内部错误。", log_name);
+        return {0, u"QmTrainInfo", u"内部错误。"};
+    }
+}
+
+}  // namespace
+
+TrapWatch::TrapWatch() : outer_(innermost) {
+    innermost = this;
+}
+
+TrapWatch::~TrapWatch() {
+    innermost = outer_;
+}
+
+void LogCurrentException(std::u16string_view log_name) noexcept {
+    try {
+        const AutomationError error = CurrentError();
+        WriteLog(kLogError, error.Description(), log_name);
+        for (TrapWatch* watch = innermost; watch != nullptr; watch = watch->outer_) {
+            if (!watch->first_) watch->first_ = error;
+        }
+    } catch (...) {  // there is no room left even for the error
     }
 }
 

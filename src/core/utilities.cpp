@@ -61,19 +61,22 @@ Value Utilities::InStrRevVb5(std::u16string_view strCheck, std::u16string_view s
 
 Value Utilities::SplitVB5(std::u16string_view strSrc, std::u16string_view strDelimit,
                           std::vector<std::u16string>& strItem, std::int32_t nCount, std::int32_t nCompare) const {
+    const std::u16string source(strSrc);  // either may be an element of the array
+    const std::u16string delimiter(strDelimit);
+    std::u16string_view rest = source;
     strItem.assign(1, {});
     const Case letter_case = CaseOf(nCompare);
     std::vector<std::u16string> items;
     std::size_t found = 0;
-    while (!strSrc.empty() && (found = Find(strSrc, strDelimit, 0, letter_case)) != kNotFound) {
+    while (!rest.empty() && (found = Find(rest, delimiter, 0, letter_case)) != kNotFound) {
         if (nCount != -1 && static_cast<std::int64_t>(items.size()) >= nCount) {
             if (!items.empty()) strItem = std::move(items);
             return {};
         }
-        items.emplace_back(strSrc.substr(0, found));
-        strSrc.remove_prefix(found + 1);
+        items.emplace_back(rest.substr(0, found));
+        rest.remove_prefix(found + 1);
     }
-    items.emplace_back(strSrc);
+    items.emplace_back(rest);
     strItem = std::move(items);
     return {};
 }

@@ -34,7 +34,8 @@ public:
 
     // Splits the text into `strItem`. With more than `nCount` delimiters (-1: no limit) only the first `nCount` items
     // are kept and the rest is dropped. Of a delimiter only one character is taken out; the others stay with the next
-    // item. The result is always Empty. Raises InvalidProcedureCall for any other compare mode.
+    // item. The texts may be elements of the array. The result is always Empty. Raises InvalidProcedureCall for any
+    // other compare mode.
     Value SplitVB5(std::u16string_view strSrc, std::u16string_view strDelimit, std::vector<std::u16string>& strItem,
                    std::int32_t nCount, std::int32_t nCompare) const;
 

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "core/trap.h"
 #include "notes/note_texts.h"
+#include "ui/client_problem.h"
 #include "ui/message_box.h"
 #include "ui/splitter_limits.h"
 #include "ui/twips.h"
@@ -28,6 +29,10 @@ const wxSize kLeastSize(600, 400);  // 9000 by 6000 twips
 constexpr int kLeastBeside = 600;
 constexpr int kLeastAbove = 800;
 
+// Twips that the question and the note keep from the bar between them, and the note from the edge.
+constexpr int kBarGap = 30;
+constexpr int kEdgeGap = 60;
+
 constexpr int kRootIcon = 0;
 constexpr unsigned long kLongestName = 255;  // that the table of notes holds
 
@@ -42,8 +47,8 @@ constexpr Tool kTools[] = {
     {u"Modify", u"修改", u"修改笔记的名称和内容", ui::Icon::Edit},
     {u"Save", u"保存", u"保存修改", ui::Icon::Save},
     {u"Delete", u"删除", u"删除选中的笔记", ui::Icon::Delete},
-    {u"PRE", u"上一条", u"上一条笔记", ui::Icon::Previous},
-    {u"NEXT", u"下一条", u"下一条笔记", ui::Icon::Next},
+    {u"PRE", u"上一条", u"“上一条”没有对应的操作，请在左边的目录中选择笔记", ui::Icon::Previous},
+    {u"NEXT", u"下一条", u"“下一条”没有对应的操作，请在左边的目录中选择笔记", ui::Icon::Next},
 };
 constexpr int kFirstToolId = wxID_HIGHEST + 1;
 
@@ -69,6 +74,19 @@ wxStaticText* BoldLabel(wxWindow* parent) {
     return label;
 }
 
+// A line of any length, cut off where there is no more room.
+wxStaticText* GreyLine(wxWindow* parent) {
+    auto* line = new wxStaticText(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
+                                  wxST_ELLIPSIZE_END | wxST_NO_AUTORESIZE);
+    line->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
+    return line;
+}
+
+// "" when nothing has failed but a note was not there.
+std::u16string ReasonOf(const TrapWatch& watch) {
+    return watch.First() ? watch.First()->Description() : std::u16string();
+}
+
 // An "&" is one.
 void SetText(wxStaticText* label, std::u16string_view text) {
     label->SetLabelText(ui::ToWx(text));
@@ -87,17 +105,17 @@ FrmNotes::FrmNotes(NotesSource source)
     BuildLeft();
     PicLeftRight = new ui::SplitterBar(PicContent, ui::SplitterBar::Direction::LeftRight);
     PicRight = new wxPanel(PicContent);
-    LblModuleTitle = BoldLabel(PicRight);
     BuildListPane();
     BuildNotePane();
+    LblFailed = GreyLine(PicRight);
+    LblFailed->Hide();
     auto* right = new wxBoxSizer(wxVERTICAL);
-    right->Add(LblModuleTitle, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
     right->Add(PicList, 1, wxEXPAND);
     right->Add(PicPane, 1, wxEXPAND);
+    right->Add(LblFailed, 0, wxEXPAND | wxTOP, FromDIP(kGap));
     PicRight->SetSizer(right);
     PicBottom = new wxPanel(this);
-    LblBottom = Label(PicBottom);
-    LblBottom->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
+    LblBottom = GreyLine(PicBottom);
     auto* bottom = new wxBoxSizer(wxHORIZONTAL);
     bottom->Add(LblBottom, 1, wxALL, FromDIP(kGap));
     PicBottom->SetSizer(bottom);
@@ -124,6 +142,7 @@ void FrmNotes::BuildToolbar() {
                               ui::GetIcon(tool.icon, 20, ui::IconState::Disabled), wxITEM_NORMAL, ui::ToWx(tool.tip));
     }
     ToolbarNotes->Realize();
+    for (const std::u16string_view key : {u"PRE", u"NEXT"}) ToolbarNotes->EnableTool(ToolId(key), false);
 }
 
 void FrmNotes::BuildLeft() {
@@ -141,11 +160,13 @@ void FrmNotes::BuildLeft() {
 void FrmNotes::BuildListPane() {
     PicList = new wxPanel(PicRight, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
     PicList->SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW));
+    LblModuleTitle = BoldLabel(PicList);
     LvNotes = new ui::ListView(PicList, {ui::Icon::Bank, ui::Icon::Note});
     LblNoNote =
         new wxStaticText(PicList, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxALIGN_CENTRE_HORIZONTAL);
     LblNoNote->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
     auto* sizer = new wxBoxSizer(wxVERTICAL);
+    sizer->Add(LblModuleTitle, 0, wxEXPAND | wxALL, FromDIP(kGap));
     sizer->Add(LvNotes, 1, wxEXPAND);
     sizer->Add(LblNoNote, 1, wxEXPAND | wxTOP, FromDIP(10 * kGap));
     PicList->SetSizer(sizer);
@@ -230,9 +251,8 @@ void FrmNotes::BindEvents() {
             event.Skip();
         }
     });
-    // Closing leaves the note, too.
-    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) {
-        LeavePreviousNode();
+    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
+        if (!MayClose() && event.CanVeto()) return event.Veto();
         EndModal(wxID_CANCEL);
     });
 }
@@ -246,12 +266,18 @@ int FrmNotes::ShowModal() {
 }
 
 void FrmNotes::Form_Load() {
+    const TrapWatch watch;
     note_ = InitNoteObject(source_);
-    if (!note_) return ShowCount();
+    if (!note_) return ShowProblem(watch.First());
     LblNoteName->Hide();
-    banks_ = LoadAllNotes(source_, *note_);
+    std::optional<AutomationError> problem;
+    banks_ = LoadAllNotes(source_, *note_, &problem);
     FillTree();
-    ShowCount();
+    if (problem) {
+        ShowProblem(problem);
+    } else {
+        ShowCount();
+    }
     SelectKey(kRootKey);
 }
 
@@ -272,8 +298,9 @@ void FrmNotes::FillTree() {
 
 void FrmNotes::AddNode(wxTreeItemId parent, const std::u16string& key, std::u16string_view text, int icon) {
     auto* data = new NodeData(key);  // the tree deletes it
-    nodes_[FoldName(key)] = parent.IsOk() ? TvNotes->AppendItem(parent, ui::ToWx(text), icon, -1, data)
-                                          : TvNotes->AddRoot(ui::ToWx(text), icon, -1, data);
+    const wxString line = ui::ToWx(ui::CellText(text));
+    nodes_[FoldName(key)] =
+        parent.IsOk() ? TvNotes->AppendItem(parent, line, icon, -1, data) : TvNotes->AddRoot(line, icon, -1, data);
 }
 
 std::u16string FrmNotes::KeyOf(wxTreeItemId node) const {
@@ -309,6 +336,7 @@ bool FrmNotes::SelectKey(std::u16string_view key) {
 
 void FrmNotes::TvNotes_NodeClick(const std::u16string& key) {
     if (EqualNames(key, selected_key_)) return;
+    SayFailed({});
     LeavePreviousNode();
     selected_key_ = key;
     const NodeKind kind = KindOf(key);
@@ -333,6 +361,20 @@ void FrmNotes::LeavePreviousNode() {
     editing_.SavedOnLeaving();
 }
 
+// Unlike another node, closing gives the text up for good: it can be called off, and a text that cannot be saved keeps
+// the window open on its note.
+bool FrmNotes::MayClose() {
+    const NoteEditing before = editing_;
+    const wxTreeItemId node = NodeOf(selected_key_);
+    if (!editing_.Leave() || !node.IsOk()) return true;
+    const std::u16string question = SaveQuestion(ui::FromWx(TvNotes->GetItemText(node)));
+    const ui::Answer answer = ui::AskYesNoCancel(this, question, kSaveTitle);
+    if (answer == ui::Answer::No || (answer == ui::Answer::Yes && SaveModifyNote(selected_key_))) return true;
+    editing_ = before;
+    ApplyEditing();
+    return false;
+}
+
 void FrmNotes::ShowListPane(bool list) {
     PicList->Show(list);
     PicPane->Show(!list);
@@ -345,26 +387,40 @@ void FrmNotes::ShowNodeList(const std::u16string& key) {
         const BankNode* bank = BankOf(key);
         std::vector<ui::ListRow> rows;
         LvNotes->SetItemState(-1, 0, wxLIST_STATE_SELECTED);
+        KeepListColumns();
         LvNotes->ClearColumns();
         if (bank == nullptr) {
-            for (const char16_t* title : kRootColumns) {
-                LvNotes->AddColumn(title, FromDIP(160), static_cast<std::size_t>(LvNotes->GetColumnCount()));
-            }
+            for (const char16_t* title : kRootColumns) AddListColumn(title);
             rows = RootRows(banks_);
         } else {
-            for (const char16_t* title : kBankColumns) {
-                LvNotes->AddColumn(title, FromDIP(120), static_cast<std::size_t>(LvNotes->GetColumnCount()));
-            }
+            for (const char16_t* title : kBankColumns) AddListColumn(title);
             if (MakeNoteObject()) rows = BankRows(*bank, *note_, source_.user_id);
         }
         rows_.Clear();
         for (ui::ListRow& row : rows) rows_.Add(std::move(row));
         LvNotes->Show(rows_);
-        SetText(LblNoNote, bank == nullptr ? std::u16string(kNoNotes) : NoNotesInBank(bank->text));
+        SetText(LblNoNote, bank == nullptr ? std::u16string(kNoNotes) : NoNotesInBank(ui::CellText(bank->text)));
         LvNotes->wxWindow::Show(rows_.Size() > 0);
         LblNoNote->Show(rows_.Size() == 0);
         PicList->Layout();
     });
+}
+
+// What the user has made of a column stays until the window is closed.
+void FrmNotes::KeepListColumns() {
+    for (int column = 0; column < LvNotes->GetColumnCount(); ++column) {
+        wxListItem header;
+        header.SetMask(wxLIST_MASK_TEXT);
+        LvNotes->GetColumn(column, header);
+        column_widths_[header.GetText()] = LvNotes->GetColumnWidth(column);
+    }
+}
+
+void FrmNotes::AddListColumn(std::u16string_view title) {
+    const int column = LvNotes->GetColumnCount();
+    LvNotes->AddColumn(title, static_cast<std::size_t>(column));
+    const auto known = column_widths_.find(ui::ToWx(title));
+    if (known != column_widths_.end()) LvNotes->SetColumnWidth(column, known->second);
 }
 
 void FrmNotes::LvNotes_DblClick() {
@@ -422,39 +478,48 @@ bool FrmNotes::ButtonEnabled(std::u16string_view key) const {
 
 void FrmNotes::Modify() {
     editing_.Modify();
+    SayFailed({});
     ApplyEditing();
     TxtNoteName->SetFocus();
 }
 
 void FrmNotes::Save() {
     editing_.Save();
-    SaveModifyNote(SelectedKey());
+    if (!SaveModifyNote(SelectedKey())) editing_.SaveFailed();
     ApplyEditing();
 }
 
-void FrmNotes::SaveModifyNote(const std::u16string& key) {
-    Trapped(u"SaveModifyNote", [&] {
-        const auto id = NoteOf(key);
-        if (!id || !MakeNoteObject()) return;
-        bool saved = false;
-        if (note_->LoadFromID(*id, false, source_.user_id)) {
-            note_->Name(ui::FromWx(TxtNoteName->GetValue()));
-            note_->Content(ui::StoredLines(TxtNote->GetValue()));
-            note_->ViewTimes(note_->ViewTimes() - 1);  // writing is not viewing
-            saved = note_->Update();
-        }
-        WriteLog(kLogError, SaveLogText(*id, saved), u"SaveModifyNote");
-        if (!saved) return;
-        const std::u16string name = ShortName(note_->Name());
-        TvNotes->SetItemText(NodeOf(key), ui::ToWx(name));
-        SetText(LblNoteName, name);
-        for (BankNode& bank : banks_) {
-            for (NoteNode& node : bank.notes) {
-                if (node.id == *id) node.text = name;
-            }
-        }
-        if (EqualNames(key, selected_key_)) SetText(LblModuleTitle, name);
+// False when what was typed is not in the database; a grey line says so then.
+bool FrmNotes::SaveModifyNote(const std::u16string& key) {
+    const TrapWatch watch;
+    const auto id = NoteOf(key);
+    if (!id) return true;
+    const bool saved = Trapped(u"SaveModifyNote", false, [&](bool& result) {
+        if (!MakeNoteObject() || !note_->LoadFromID(*id, false, source_.user_id)) return;
+        note_->Name(ui::FromWx(TxtNoteName->GetValue()));
+        note_->Content(ui::StoredLines(TxtNote->GetValue()));
+        note_->ViewTimes(note_->ViewTimes() - 1);  // writing is not viewing
+        result = note_->Update();
     });
+    const std::u16string name = ShortName(ui::FromWx(TxtNoteName->GetValue()));
+    TvNotes->SetItemText(NodeOf(key), ui::ToWx(ui::CellText(name)));
+    SetText(LblNoteName, name);
+    for (BankNode& bank : banks_) {
+        for (NoteNode& node : bank.notes) {
+            if (node.id == *id) node.text = name;
+        }
+    }
+    WriteLog(kLogError, SaveLogText(*id, saved), u"SaveModifyNote");
+    SayFailed(saved ? u"" : NotSavedText(name, ReasonOf(watch)));
+    return saved;
+}
+
+void FrmNotes::SayFailed(std::u16string_view text) {
+    if (text.empty() && !LblFailed->IsShown()) return;
+    SetText(LblFailed, text);
+    LblFailed->SetToolTip(ui::ToWx(text));
+    LblFailed->Show(!text.empty());
+    PicRight->Layout();
 }
 
 void FrmNotes::DeleteNote() {
@@ -466,7 +531,10 @@ void FrmNotes::DeleteNote() {
         if (ui::AskYesNo(this, question, kDeleteTitle) != ui::Answer::Yes) return;
         const auto id = NoteOf(key);
         if (!id || !MakeNoteObject()) return;
-        if (!note_->Delete(*id) && note_->LoadFromID(*id, false, -1)) return;  // still there: it stays in the tree
+        const TrapWatch watch;
+        if (!note_->Delete(*id) && (watch.First() || note_->LoadFromID(*id, false, -1))) {  // it stays in the tree, too
+            return SayFailed(NotDeletedText(ui::FromWx(TvNotes->GetItemText(node)), ReasonOf(watch)));
+        }
         wxTreeItemId next = TvNotes->GetNextSibling(node);
         if (!next.IsOk()) next = TvNotes->GetPrevSibling(node);
         if (!next.IsOk()) next = TvNotes->GetItemParent(node);
@@ -505,6 +573,13 @@ void FrmNotes::ShowCount() {
     SetText(LblBottom, u"共 " + ToText(static_cast<std::int64_t>(notes)) + u" 条笔记");
 }
 
+void FrmNotes::ShowProblem(const std::optional<AutomationError>& problem) {
+    if (!problem) return ShowCount();
+    const std::u16string text = ui::CellText(ui::ClientProblem(*problem));
+    SetText(LblBottom, text);
+    LblBottom->SetToolTip(ui::ToWx(text));
+}
+
 // Layout
 
 void FrmNotes::LayOut() {
@@ -521,15 +596,17 @@ void FrmNotes::LayOutNote() {
     const wxSize area = PicPane->GetClientSize();
     const int bar = FromDIP(ui::SplitterBar::kThickness);
     const int edge = static_cast<int>(std::lround(top_bottom_ * area.y));
-    PicQuestion->SetSize(0, 0, area.x, edge);
+    const int gap = ui::ToPixels(*this, kBarGap);
+    const int top = edge + bar + gap;
+    PicQuestion->SetSize(0, 0, area.x, std::max(1, edge - gap));
     PicTopBottom->SetSize(0, edge, area.x, bar);
-    PicNote->SetSize(0, edge + bar, area.x, std::max(1, area.y - edge - bar));
+    PicNote->SetSize(0, top, area.x, std::max(1, area.y - top - ui::ToPixels(*this, kEdgeGap)));
 }
 
 void FrmNotes::DragLeftRight(int edge) {
-    const int extent = ui::ToTwips(*this, PicContent->GetClientSize().x);
-    if (!ui::StaysAway(edge, extent, kLeastBeside)) return;
-    left_right_ = static_cast<double>(edge) / extent;
+    // Measured by the window, not by the panel that the bar lies in.
+    if (!ui::StaysAway(edge, ui::ToTwips(*this, GetClientSize().x), kLeastBeside)) return;
+    left_right_ = static_cast<double>(edge) / ui::ToTwips(*this, PicContent->GetClientSize().x);
     LayOut();
 }
 

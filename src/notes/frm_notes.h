@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,8 +46,8 @@ public:
     wxTreeCtrl* TvNotes = nullptr;
     ui::SplitterBar* PicLeftRight = nullptr;
     wxPanel* PicRight = nullptr;
-    wxStaticText* LblModuleTitle = nullptr;
     wxPanel* PicList = nullptr;
+    wxStaticText* LblModuleTitle = nullptr;
     ui::ListView* LvNotes = nullptr;
     wxStaticText* LblNoNote = nullptr;
     wxPanel* PicPane = nullptr;
@@ -61,6 +62,7 @@ public:
     wxTextCtrl* TxtNoteName = nullptr;
     wxStaticText* LblViewTimes = nullptr;
     wxTextCtrl* TxtNote = nullptr;
+    wxStaticText* LblFailed = nullptr;
     wxPanel* PicBottom = nullptr;
     wxStaticText* LblBottom = nullptr;
 
@@ -82,7 +84,10 @@ private:
 
     void TvNotes_NodeClick(const std::u16string& key);
     void LeavePreviousNode();
+    bool MayClose();
     void ShowNodeList(const std::u16string& key);
+    void KeepListColumns();
+    void AddListColumn(std::u16string_view title);
     void ShowListPane(bool list);
     void ShowNote(const std::u16string& key);
     void ShowQuestion();
@@ -92,11 +97,13 @@ private:
     void Modify();
     void Save();
     void DeleteNote();
-    void SaveModifyNote(const std::u16string& key);
+    bool SaveModifyNote(const std::u16string& key);
+    void SayFailed(std::u16string_view text);
     void ForgetNote(const std::u16string& key);
     bool MakeNoteObject();
     void ApplyEditing();
     void ShowCount();
+    void ShowProblem(const std::optional<AutomationError>& problem);
 
     void LayOut();
     void LayOutNote();
@@ -112,8 +119,9 @@ private:
     NoteQuestion question_;
     std::u16string date_text_;
     ui::ListModel rows_;
-    bool filling_ = false;      // the tree's own selections are no clicks
-    double left_right_ = 0.28;  // where the bars stand, as a share of their area
+    std::map<wxString, int> column_widths_;  // by header
+    bool filling_ = false;                   // the tree's own selections are no clicks
+    double left_right_ = 0.28;               // where the bars stand, as a share of their area
     double top_bottom_ = 0.5;
 };
 

@@ -4,6 +4,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
+#include "core/statement_text.h"
 #include "core/text.h"
 #include "core/trap.h"
 
@@ -21,9 +22,10 @@ std::u16string AndNumber(std::u16string_view column, std::int32_t number) {
     return condition.empty() ? condition : u" And" + condition;
 }
 
-// Texts stand between quotes as they are.
 std::u16string OnQuestion(std::u16string_view data_code, std::u16string_view rec_no, std::int32_t subject_code,
                           std::u16string_view user_column, std::int32_t user_id) {
+    RequireNoQuote(data_code);
+    RequireNoQuote(rec_no);
     return std::u16string(u"Select * From Notes Where DataCode='")
         .append(data_code)
         .append(u"' And QuestionRecNo='")

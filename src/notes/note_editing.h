@@ -21,6 +21,9 @@ public:
     bool Leave();
     void SavedOnLeaving() { save_enabled_ = false; }
 
+    // What was typed could not be saved, so that it can be changed and saved again.
+    void SaveFailed() { modify_enabled_ = true; }
+
     // The note has been deleted and another node takes its place.
     void Deleted();
 
@@ -29,8 +32,6 @@ public:
     bool DeleteEnabled() const { return delete_enabled_; }
     bool TextLocked() const { return text_locked_; }
     bool NameShown() const { return name_shown_; }
-    bool Modifying() const { return modifying_; }
-    bool Changed() const { return changed_; }
 
 private:
     void EndEditing();

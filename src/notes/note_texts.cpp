@@ -20,6 +20,14 @@ std::u16string ChoiceAnswer(std::u16string_view answer) {
     return u"答案为:[" + letters + u"]";
 }
 
+std::u16string Failure(std::u16string_view short_name, std::u16string_view what, std::u16string_view reason) {
+    return std::u16string(u"笔记[")
+        .append(short_name)
+        .append(u"]")
+        .append(what)
+        .append(reason.empty() ? u"数据库中已经没有这条笔记。" : reason);
+}
+
 bool ReadsAsTrue(std::u16string_view answer) {
     return IsNumeric(answer) ? ToDouble(answer) != 0 : EqualNames(answer, u"True");
 }
@@ -52,6 +60,14 @@ std::u16string NoNotesInBank(std::u16string_view bank) {
 
 std::u16string SaveLogText(std::int32_t note_id, bool saved) {
     return u"对笔记[" + ToText(note_id) + u"]修改" + (saved ? u"保存成功" : u"保存失败");
+}
+
+std::u16string NotSavedText(std::u16string_view short_name, std::u16string_view reason) {
+    return Failure(short_name, u"没有保存：", reason);
+}
+
+std::u16string NotDeletedText(std::u16string_view short_name, std::u16string_view reason) {
+    return Failure(short_name, u"没有删除：", reason);
 }
 
 std::u16string AnswerText(std::u16string_view type, std::u16string_view answer) {

@@ -26,6 +26,10 @@ std::u16string NoNotesInBank(std::u16string_view bank);
 // What goes to the log when a note has been saved, or could not be.
 std::u16string SaveLogText(std::int32_t note_id, bool saved);
 
+// What stands beside a note that could not be saved or deleted; without a reason it is gone.
+std::u16string NotSavedText(std::u16string_view short_name, std::u16string_view reason);
+std::u16string NotDeletedText(std::u16string_view short_name, std::u16string_view reason);
+
 // The answer box of a question; empty for types that have none.
 std::u16string AnswerText(std::u16string_view type, std::u16string_view answer);
 inline constexpr std::u16string_view kAnswerTitle = u"全国计算机等级考试";

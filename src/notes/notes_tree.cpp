@@ -2,7 +2,7 @@
 
 #include "bank/data_info.h"
 #include "core/convert.h"
-#include "core/log.h"
+#include "core/statement_text.h"
 #include "core/text.h"
 #include "core/trap.h"
 
@@ -63,6 +63,7 @@ std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id) {
 }
 
 std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id) {
+    RequireNoQuote(data_code);
     std::u16string query = u"Select * From Notes Where DataCode='";
     query.append(data_code).append(u"'");
     if (user_id != -1) query += u" And CreateUserId=" + ToText(user_id);
@@ -81,9 +82,12 @@ std::shared_ptr<Note> InitNoteObject(const NotesSource& source) {
     });
 }
 
-std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note) {
+std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note,
+                                   std::optional<AutomationError>* problem) {
     return Trapped(u"FrmNotes.LoadAllNotes", std::vector<BankNode>(), [&](std::vector<BankNode>& banks) {
+        const TrapWatch watch;
         const auto rows = note.GetRecordset(BanksQuery(source.subject_code, source.user_id));
+        if (problem != nullptr) *problem = watch.First();
         DataInfo catalogue;
         catalogue.IsNet(source.is_net);
         // A missing catalogue takes the banks' names away, not the notes.
@@ -95,8 +99,10 @@ std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note) 
         for (; rows && !rows->Eof(); rows->MoveNext()) {
             const std::u16string code = TextOr(rows->Fields(u"DataCode").Value(), u"");
             const bool known = catalogue.LoadFromDataCode(code, source.subject_code);
+            const TrapWatch of_notes;
             banks.push_back({code, known && !catalogue.Description().empty() ? catalogue.Description() : code,
                              LoadDataCodeNotes(source, code)});
+            if (problem != nullptr && !*problem) *problem = of_notes.First();
         }
     });
 }

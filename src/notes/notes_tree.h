@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/error.h"
 #include "notes/note.h"
 
 namespace qmtrain::notes {
@@ -54,7 +55,9 @@ std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subjec
 // A note object on the source's client database; empty, and logged, when that cannot be opened.
 std::shared_ptr<Note> InitNoteObject(const NotesSource& source);
 
-// The banks with their notes, oldest first. A failure is logged, and what was read before it stays.
-std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note);
+// The banks with their notes, oldest first. A failure is logged, and what was read before it stays; `problem` tells of
+// one in the client database.
+std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note,
+                                   std::optional<AutomationError>* problem = nullptr);
 
 }  // namespace qmtrain::notes

@@ -5,7 +5,8 @@
 namespace qmtrain {
 namespace {
 
-// Answers and error information are memos, so that no length of an answer can make a result unwritable.
+// Answers and error information are memos, so that no length of an answer can make a result unwritable. Results need
+// no training: hosts add them before it, and delete it without them.
 constexpr std::u16string_view kTables =
     uR"(
 CREATE TABLE TrainInfo (
@@ -15,8 +16,7 @@ CREATE TABLE TrainInfo (
 CREATE INDEX ByUser ON TrainInfo (UserId, SubjectCode);
 
 CREATE TABLE TrainResult (
-    TrainID LONG CONSTRAINT TrainInfoTrainResult REFERENCES TrainInfo (TrainID),
-    QuestionType LONG, DataCode TEXT(50), QuestionRecNo TEXT(50), QuestionScore SINGLE, AnswerScore SINGLE, Answer MEMO,
+    TrainID LONG, QuestionType LONG, DataCode TEXT(50), QuestionRecNo TEXT(50), QuestionScore SINGLE, AnswerScore SINGLE, Answer MEMO,
     StudentAnswer MEMO, ErrInfo MEMO, ErrInfoXml MEMO, Distin LONG, Difficult LONG, QuestionNo LONG);
 CREATE INDEX ByQuestion ON TrainResult (TrainID, DataCode, QuestionRecNo);
 

@@ -2,18 +2,12 @@
 
 #include "core/client_folder.h"
 #include "core/convert.h"
-#include "core/error.h"
+#include "core/statement_text.h"
 #include "core/text.h"
 #include "core/trap.h"
 
 namespace qmtrain {
 namespace {
-
-// Texts stand between quotes as they are. One with a quote would end there and say more than a code may: whatever the
-// rest of it makes of the statement, that is refused.
-void RequireNoQuote(std::u16string_view code) {
-    if (code.find(u'\'') != std::u16string_view::npos) Raise(ErrorNumber::SyntaxInExpression, {code});
-}
 
 std::u16string Selecting(std::int32_t train_id, std::u16string_view data_code, std::u16string_view rec_no) {
     RequireNoQuote(data_code);

@@ -53,6 +53,12 @@ std::u16string Joined(const std::vector<std::u16string>& parts, std::u16string_v
     return out;
 }
 
+// A number as its letters, none for no choice; anything else as it stands.
+std::u16string ChoiceText(std::u16string_view stored) {
+    if (!IsNumeric(stored)) return std::u16string(stored);
+    return ToText(Utilities().GetChoiceAnswerString(ToLong(stored)));
+}
+
 bool IsFillType(std::int32_t question_type) {
     return question_type < 1 || question_type > 27;
 }
@@ -78,29 +84,31 @@ std::u16string FillText(std::u16string_view stored) {
     return Joined(blanks, u" 与 ");
 }
 
-std::u16string ChoiceText(std::u16string_view stored) {
-    if (!IsNumeric(stored)) return std::u16string(stored);
-    const Value letters = Utilities().GetChoiceAnswerString(ToLong(stored));
-    return letters.IsEmpty() ? std::u16string(stored) : letters.Text();
+AnswerKind KindOfType(std::int32_t question_type, std::u16string_view type_name) {
+    if (IsFillType(question_type)) return AnswerKind::Text;
+    if (Contains(type_name, u"选")) return AnswerKind::Choice;
+    return Contains(type_name, u"是非") || Contains(type_name, u"判断") ? AnswerKind::YesNo : AnswerKind::Text;
 }
 
-std::u16string YesNoText(std::u16string_view stored) {
-    return stored == kYes ? u"对" : u"错";
-}
-
-std::u16string GridAnswer(std::int32_t question_type, std::u16string_view type_name, std::u16string_view stored) {
-    if (stored.empty()) return {};
-    if (IsFillType(question_type)) return FillText(stored);
-    if (stored == kYes) return YesNoText(stored);
-    if (Contains(type_name, u"选")) return ChoiceText(stored);
-    if (Contains(type_name, u"是非") || Contains(type_name, u"判断")) return YesNoText(stored);
-    return FillText(stored);
+AnswerKind KindOfQuestion(std::u16string_view kind) {
+    if (kind == u"单选题" || kind == u"多选题") return AnswerKind::Choice;
+    return kind == u"是非题" ? AnswerKind::YesNo : AnswerKind::Text;
 }
 
 std::u16string PaneAnswer(std::u16string_view kind, std::u16string_view stored) {
+    constexpr std::int32_t kAnyType = 1;
+    return ShownAnswer(kAnyType, KindOfQuestion(kind), stored);
+}
+
+std::u16string ShownAnswer(std::int32_t question_type, AnswerKind kind, std::u16string_view stored) {
     if (stored.empty()) return {};
-    if (kind == u"单选题" || kind == u"多选题") return ChoiceText(stored);
-    if (kind == u"是非题") return YesNoText(stored);
+    if (kind == AnswerKind::Text && IsFillType(question_type)) return FillText(stored);
+    if (stored == kYes) return u"对";
+    switch (kind) {
+        case AnswerKind::Choice: return ChoiceText(stored);
+        case AnswerKind::YesNo: return u"错";
+        case AnswerKind::Text: break;
+    }
     return FillText(stored);
 }
 

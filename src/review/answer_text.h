@@ -15,16 +15,18 @@ std::u16string QuestionTypeName(std::int32_t question_type, std::u16string_view 
 // Without the markers of the marking; alternatives joined with " 或 ", blanks with " 与 ".
 std::u16string FillText(std::u16string_view stored);
 
-// A choice answer: a number as its letters, anything else as it stands.
-std::u16string ChoiceText(std::u16string_view stored);
+// How an answer is to be read.
+enum class AnswerKind : std::uint8_t { Choice, YesNo, Text };
 
-// "对" for "-1", else "错".
-std::u16string YesNoText(std::u16string_view stored);
+// From a question type and its display name, or from the kind of a question that has been loaded ("单选题" …).
+AnswerKind KindOfType(std::int32_t question_type, std::u16string_view type_name);
+AnswerKind KindOfQuestion(std::u16string_view kind);
 
-// A stored answer in the grid, where the type's display name tells the kind of question.
-std::u16string GridAnswer(std::int32_t question_type, std::u16string_view type_name, std::u16string_view stored);
+// A stored answer as both the grid and the pane beside it show it. "-1" is "对" for every type from 1 to 27, any other
+// yes/no answer "错"; the number of a choice is its letters, and no choice nothing.
+std::u16string ShownAnswer(std::int32_t question_type, AnswerKind kind, std::u16string_view stored);
 
-// A stored answer beside the question, whose own kind ("单选题" …) decides.
+// For a question of which only the kind ("单选题" …) is known.
 std::u16string PaneAnswer(std::u16string_view kind, std::u16string_view stored);
 
 }  // namespace qmtrain::review

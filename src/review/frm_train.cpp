@@ -1,5 +1,8 @@
 #include "review/frm_train.h"
 
+#include <algorithm>
+#include <optional>
+
 #include <wx/app.h>
 #include <wx/settings.h>
 #include <wx/sizer.h>
@@ -8,6 +11,8 @@
 #include "records/train_info.h"
 #include "review/frm_view_paper.h"
 #include "review/training_row.h"
+#include "ui/client_problem.h"
+#include "ui/rounded_corners.h"
 #include "ui/twips.h"
 #include "ui/wx_text.h"
 
@@ -21,7 +26,6 @@ const wxSize kLeastSize(640, 420);
 const wxSize kFirstSize(760, 520);
 
 constexpr int kColumnSlack = 200;  // twips beside a header's text
-constexpr int kIconRoom = 660;     // twips of the row's icon before the date
 
 struct Column {
     const char16_t* title;
@@ -30,21 +34,23 @@ struct Column {
     wxListColumnFormat format;
 };
 
+// Their smallest widths, and the proportions in which they share a wider list.
 constexpr Column kColumns[] = {
-    {u"日期", u"05-04-12 12:00", kIconRoom, wxLIST_FORMAT_LEFT},
-    {u"类型", u"类型", 2 * kColumnSlack, wxLIST_FORMAT_LEFT},
-    {u"练习时间", u"练习时间", 2 * kColumnSlack, wxLIST_FORMAT_LEFT},
-    {u"总分", u"总分", 3 * kColumnSlack, wxLIST_FORMAT_RIGHT},
-    {u"得分", u"得分", 3 * kColumnSlack, wxLIST_FORMAT_RIGHT},
-    {u"得分率(%)", u"得分率(%)", 2 * kColumnSlack, wxLIST_FORMAT_RIGHT},
+    {u"日期", u"05-04-12 12:00", 0, wxLIST_FORMAT_LEFT},
+    {u"类型", u"类型", 0, wxLIST_FORMAT_LEFT},
+    {u"练习时间", u"练习时间", kColumnSlack, wxLIST_FORMAT_LEFT},
+    {u"总分", u"总分", kColumnSlack, wxLIST_FORMAT_RIGHT},
+    {u"得分", u"得分", kColumnSlack, wxLIST_FORMAT_RIGHT},
+    {u"得分率(%)", u"得分率(%)", kColumnSlack, wxLIST_FORMAT_RIGHT},
 };
 
 const std::vector<ui::Icon> kIcons = {ui::Icon::Pass, ui::Icon::Fail, ui::Icon::Ascending, ui::Icon::Descending};
 constexpr int kHeaderIcons = 2;  // the header's icons stand behind the rows'
 
-// The rows of a summary, one after the other.
+// The rows of a summary, one after the other; the first error when not all could be read.
 template <class Body>
-void ForEachTraining(std::u16string_view client_path, std::u16string_view query, Body body) {
+std::optional<AutomationError> ForEachTraining(std::u16string_view client_path, std::u16string_view query, Body body) {
+    const TrapWatch watch;
     Trapped(u"FrmTrain.Form_Load", [&] {
         TrainInfo train;
         train.ClientPath(client_path);
@@ -53,6 +59,7 @@ void ForEachTraining(std::u16string_view client_path, std::u16string_view query,
         const auto rows = train.GetRecordset(query);
         for (; rows && !rows->Eof(); rows->MoveNext()) body(ReadTraining(*rows));
     });
+    return watch.First();
 }
 
 }  // namespace
@@ -83,10 +90,12 @@ void FrmTrain::BuildPanels() {
     auto* list_sizer = new wxBoxSizer(wxVERTICAL);
     list_sizer->Add(LvTrainInfo, 1, wxEXPAND);
     PicLv->SetSizer(list_sizer);
+    ui::RoundCorners(*PicLv);
     BuildColumns();
 
     PicChart = new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
     PicChart->SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW));
+    ui::RoundCorners(*PicChart);
     MSChart = new ScoreChart(PicChart);
     OptChartType[0] =
         new wxRadioButton(PicChart, wxID_ANY, ui::ToWx(u"柱状图"), wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
@@ -130,7 +139,12 @@ void FrmTrain::BindEvents() {
     Piclst->OnSwitch = [this](int index) { Piclst_Click(index); };
     LvTrainInfo->Bind(wxEVT_LIST_COL_CLICK,
                       [this](wxListEvent& event) { LvTrainInfo_ColumnClick(event.GetColumn() + 1); });
-    LvTrainInfo->Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent&) { EnableButtons(); });
+    LvTrainInfo->Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent&) {
+        EnableButtons();
+        MarkSelected();
+    });
+    MSChart->OnChoose = [this](std::size_t place) { SelectTraining(MSChart->Points()[place].train_id); };
+    MSChart->OnOpen = [this] { BtnView_Click(); };
     LvTrainInfo->Bind(wxEVT_LIST_ITEM_ACTIVATED, [this](wxListEvent&) { BtnView_Click(); });
     for (int i = 0; i < 2; ++i) {
         OptChartType[static_cast<std::size_t>(i)]->Bind(wxEVT_RADIOBUTTON,
@@ -142,34 +156,59 @@ void FrmTrain::BindEvents() {
 }
 
 int FrmTrain::ShowModal() {
-    FillList();
-    FillChart();
+    if (FillList()) FillChart();
+    MarkSelected();
     LvTrainInfo->SetFocus();
     return wxDialog::ShowModal();
 }
 
-void FrmTrain::FillList() {
+// False when there is nothing to list because the database cannot be read: list and chart say so then.
+bool FrmTrain::FillList() {
     rows_.Clear();
     train_ids_.clear();
-    ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::NewestFirst),
-                    [this](const Training& training) {
-                        train_ids_.push_back(training.id);
-                        rows_.Add(ToListRow(training));
-                    });
+    const auto problem =
+        ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::NewestFirst),
+                        [this](const Training& training) {
+                            train_ids_.push_back(training.id);
+                            rows_.Add(ToListRow(training));
+                        });
     LvTrainInfo->Show(rows_);
-    if (rows_.Size() == 0) return;
+    if (rows_.Size() == 0) {
+        if (problem) {
+            LvTrainInfo->SetEmptyText(ui::ClientProblem(*problem));
+            MSChart->SetEmptyText(ui::ClientProblem(*problem));
+        }
+        return !problem;
+    }
     LvTrainInfo->SelectRow(0);
     EnableButtons();
+    return true;
 }
 
 void FrmTrain::FillChart() {
     std::vector<ScorePoint> points;
-    ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::OldestFirst),
-                    [&](const Training& training) {
-                        points.push_back(ToScorePoint(training.start, training.paper_score, training.got_score));
-                    });
+    ForEachTraining(
+        client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::OldestFirst),
+        [&](const Training& training) {
+            points.push_back(ToScorePoint(training.id, training.start, training.paper_score, training.got_score));
+        });
     chart_options_ = ChartOptions(points.size());
     MSChart->SetPoints(std::move(points));
+}
+
+void FrmTrain::SelectTraining(std::int32_t train_id) {
+    if (const auto row = rows_.Find(KeyOf(train_id))) LvTrainInfo->SelectRow(static_cast<long>(*row));
+}
+
+// The chart marks what the list has selected.
+void FrmTrain::MarkSelected() {
+    const ui::ListRow* row = LvTrainInfo->SelectedRow();
+    const std::int32_t train_id = row != nullptr ? TrainingOf(row->key) : -1;
+    const std::vector<ScorePoint>& points = MSChart->Points();
+    const auto found =
+        std::find_if(points.begin(), points.end(), [&](const ScorePoint& point) { return point.train_id == train_id; });
+    const bool there = train_id != -1 && found != points.end();
+    MSChart->Mark(there ? std::optional(static_cast<std::size_t>(found - points.begin())) : std::nullopt);
 }
 
 void FrmTrain::EnableButtons() {

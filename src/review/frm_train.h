@@ -58,8 +58,10 @@ private:
     void BuildButtons(wxSizer& sizer);
     void BindEvents();
 
-    void FillList();
+    bool FillList();
     void FillChart();
+    void SelectTraining(std::int32_t train_id);
+    void MarkSelected();
 
     void Piclst_Click(int index);
     void LvTrainInfo_ColumnClick(int header);
@@ -74,8 +76,8 @@ private:
     std::u16string client_path_;
     std::u16string data_mdb_path_;
     bool is_net_ = false;
-    std::int32_t user_id_ = 0;
-    std::int32_t subject_code_ = 0;
+    std::int32_t user_id_ = -1;
+    std::int32_t subject_code_ = -1;
 
     ui::ListModel rows_;
     std::vector<std::int32_t> train_ids_;

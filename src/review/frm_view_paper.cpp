@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include <wx/button.h>
+#include <wx/gdicmn.h>
 #include <wx/menu.h>
 #include <wx/sizer.h>
 
@@ -20,9 +21,12 @@ namespace {
 // Pixels of an unscaled screen.
 constexpr int kMargin = 12;
 constexpr int kGap = 6;
-const wxSize kFirstSize(980, 620);
+const wxSize kFirstSize(1160, 660);
 const wxSize kLeastPane(40, 40);
-constexpr int kColumnWidths[kPaperColumns] = {0, 0, 0, 48, 48, 76, 92, 84, 84};
+constexpr int kCellMargins = 12;
+
+// Four narrow columns and five wide ones: each has room for that many of the character "#".
+constexpr std::size_t kColumnSizes[kPaperColumns] = {5, 5, 5, 5, 9, 9, 9, 9, 8};
 
 wxStaticText* Caption(wxWindow* parent, std::u16string_view text) {
     auto* caption = new wxStaticText(parent, wxID_ANY, ui::ToWx(text));
@@ -53,6 +57,9 @@ FrmViewPaper::FrmViewPaper()
     BuildGrid();
     BuildPanes();
     SetClientSize(FromDIP(kFirstSize));
+    wxSize screen = wxGetClientDisplayRect().GetSize();
+    screen.DecTo(GetSize());
+    SetSize(screen);
     BindEvents();
     SetEscapeId(wxID_CANCEL);
     CentreOnScreen();
@@ -62,9 +69,8 @@ void FrmViewPaper::BuildGrid() {
     FlexGridQuestions = new ui::ListView(this, {});
     FlexGridQuestions->SetEmptyText(u"这次练习没有试题记录。");
     for (std::size_t i = kNumber; i < kPaperColumns; ++i) {
-        const bool score = i == kScore || i == kGotScore;
-        FlexGridQuestions->AddColumn(kPaperHeaders[i], FromDIP(kColumnWidths[i]), i,
-                                     score ? wxLIST_FORMAT_RIGHT : wxLIST_FORMAT_LEFT);
+        const int width = FlexGridQuestions->GetTextExtent(wxString('#', kColumnSizes[i])).x + FromDIP(kCellMargins);
+        FlexGridQuestions->AddColumn(kPaperHeaders[i], width, i);
     }
 }
 

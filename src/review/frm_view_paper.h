@@ -68,7 +68,7 @@ private:
     bool below_ = false;
     bool has_options_ = false;
     // Where the bars stand, as a share of their area, so that a resized window keeps its proportions.
-    double left_right_ = 0.46;
+    double left_right_ = 0.56;
     double top_bottom_ = 0.56;
 };
 

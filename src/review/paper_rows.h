@@ -11,7 +11,7 @@
 
 namespace qmtrain::review {
 
-// The cells of a question's row. The first three are not shown: by them the row's question is found again.
+// The cells of a question's row. The first three columns are not shown: by them the row's question is found again.
 enum PaperColumn : std::size_t {
     kNumberKey,
     kRecNo,
@@ -22,7 +22,13 @@ enum PaperColumn : std::size_t {
     kTypeName,
     kStandardAnswer,
     kStudentAnswer,
-    kPaperColumns
+    kPaperColumns,
+    // No columns: what the question's panes need of the row.
+    kTypeNumber = kPaperColumns,
+    kSubject,
+    kStoredAnswer,
+    kStoredStudentAnswer,
+    kPaperCells
 };
 
 inline constexpr const char16_t* kPaperHeaders[kPaperColumns] = {
@@ -37,7 +43,7 @@ struct PaperSource {
     std::u16string data_mdb_path;    // stand-alone edition: the folder of the banks
     std::u16string local_paper_mdb;  // network edition: the file
     bool is_net = false;
-    std::int32_t subject_code = 0;
+    std::int32_t subject_code = -1;  // -1: that of the training
     std::int32_t train_id = -1;
 };
 
@@ -49,7 +55,8 @@ struct QuestionPanes {
     ui::RichText error;
 };
 
-// The question of a row. One that cannot be loaded shows the reason as its title; failures are logged.
+// The question of a row. One that cannot be loaded shows the reason as its title, and what the training holds of it:
+// both answers and the error information. Failures are logged.
 QuestionPanes ShowQuestionItem(const PaperSource& source, const ui::ListRow& row);
 
 }  // namespace qmtrain::review

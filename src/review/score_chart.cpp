@@ -1,5 +1,6 @@
 #include "review/score_chart.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <wx/dcbuffer.h>
@@ -21,7 +22,6 @@ constexpr double kMostMarkedPoints = 120;  // more of them would hide the line
 constexpr int kGridStep = 20;  // percent
 constexpr double kPassRate = 60;
 
-const wxColour kGridColour(222, 226, 230);
 const wxColour kPassLineColour(209, 52, 56, 110);
 const wxColour kPassedColour(66, 133, 200);
 const wxColour kFailedColour(224, 108, 102);
@@ -31,9 +31,18 @@ wxColour TextColour() {
     return wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT);
 }
 
+// Just visible, on light and dark windows.
+wxColour GridColour() {
+    constexpr unsigned char kOpacity = 36;
+    const wxColour text = TextColour();
+    return {text.Red(), text.Green(), text.Blue(), kOpacity};
+}
+
 }  // namespace
 
-ScoreChart::ScoreChart(wxWindow* parent) : wxPanel(parent) {
+ScoreChart::ScoreChart(wxWindow* parent)
+    : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxWANTS_CHARS),
+      empty_text_(u"还没有可以显示的成绩") {
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     SetMinSize(FromDIP(wxSize(240, 160)));
     Bind(wxEVT_PAINT, [this](wxPaintEvent&) { Paint(); });
@@ -42,10 +51,19 @@ ScoreChart::ScoreChart(wxWindow* parent) : wxPanel(parent) {
         Refresh();
     });
     Bind(wxEVT_MOTION, &ScoreChart::OnMotion, this);
+    Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) { OnMouse(event); });
+    Bind(wxEVT_LEFT_DCLICK, [this](wxMouseEvent& event) {
+        OnMouse(event);
+        if (OnOpen && Geometry().At(event.GetX())) OnOpen();
+    });
+    Bind(wxEVT_KEY_DOWN, &ScoreChart::OnKey, this);
+    Bind(wxEVT_SET_FOCUS, [this](wxFocusEvent&) { Refresh(); });
+    Bind(wxEVT_KILL_FOCUS, [this](wxFocusEvent&) { Refresh(); });
 }
 
 void ScoreChart::SetPoints(std::vector<ScorePoint> points) {
     points_ = std::move(points);
+    marked_.reset();
     Refresh();
 }
 
@@ -53,6 +71,23 @@ void ScoreChart::SetOptions(ChartType type, bool regression) {
     type_ = type;
     regression_ = regression;
     Refresh();
+}
+
+void ScoreChart::SetEmptyText(std::u16string_view text) {
+    empty_text_ = text;
+    Refresh();
+}
+
+void ScoreChart::Mark(std::optional<std::size_t> place) {
+    marked_ = place;
+    Refresh();
+}
+
+wxPoint ScoreChart::PlaceOf(std::size_t place) const {
+    const ChartGeometry geometry = Geometry();
+    const double percent = std::max(0.0, points_[place].percent);
+    return {static_cast<int>(geometry.X(static_cast<double>(place))),
+            static_cast<int>(geometry.Y(type_ == ChartType::Bars ? percent / 2 : percent))};
 }
 
 std::u16string ScoreChart::TipAt(int x) const {
@@ -84,7 +119,7 @@ void ScoreChart::Paint() {
     if (points_.empty()) {
         dc.SetFont(GetFont());
         dc.SetTextForeground(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
-        dc.DrawLabel(ui::ToWx(u"还没有可以显示的成绩"), GetClientRect(), wxALIGN_CENTRE);
+        dc.DrawLabel(ui::ToWx(empty_text_), GetClientRect(), wxALIGN_CENTRE);
         return;
     }
     PaintDates(*gc, geometry);
@@ -94,6 +129,7 @@ void ScoreChart::Paint() {
         PaintLine(*gc, geometry);
         if (regression_) PaintRegression(*gc, geometry);
     }
+    if (marked_) PaintMark(*gc, geometry);
 }
 
 void ScoreChart::PaintAxes(wxGraphicsContext& gc, const ChartGeometry& geometry) {
@@ -101,7 +137,7 @@ void ScoreChart::PaintAxes(wxGraphicsContext& gc, const ChartGeometry& geometry)
     gc.SetFont(GetFont(), TextColour());
     for (int percent = 0; percent <= 100; percent += kGridStep) {
         const double y = geometry.Y(percent);
-        gc.SetPen(wxPen(percent == 0 ? TextColour() : kGridColour));
+        gc.SetPen(wxPen(percent == 0 ? TextColour() : GridColour()));
         gc.StrokeLine(area.left, y, area.left + area.width, y);
         const wxString label = wxString::Format("%d%%", percent);
         double width = 0;
@@ -176,6 +212,54 @@ void ScoreChart::PaintRegression(wxGraphicsContext& gc, const ChartGeometry& geo
     gc.StrokeLine(geometry.X(0), geometry.Y(line->intercept), geometry.X(last),
                   geometry.Y(line->intercept + line->slope * last));
     gc.PopState();
+}
+
+// A frame around the bar, or a ring around the point; with the focus it is as wide as the keyboard's frames are.
+void ScoreChart::PaintMark(wxGraphicsContext& gc, const ChartGeometry& geometry) {
+    const double x = geometry.X(static_cast<double>(*marked_));
+    const double y = geometry.Y(std::max(0.0, points_[*marked_].percent));
+    const double gap = FromDIP(2);
+    gc.SetPen(wxPen(TextColour(), FromDIP(HasFocus() ? 2 : 1)));
+    gc.SetBrush(*wxTRANSPARENT_BRUSH);
+    if (type_ == ChartType::Bars) {
+        const double width = geometry.BarWidth(FromDIP(kWidestBar)) + 2 * gap;
+        gc.DrawRectangle(x - width / 2, y - gap, width, geometry.Y(0) - y + 2 * gap);
+    } else {
+        const double radius = FromDIP(kPointRadius) + 2 * gap;
+        gc.DrawEllipse(x - radius, y - radius, 2 * radius, 2 * radius);
+    }
+}
+
+void ScoreChart::Choose(std::size_t place) {
+    if (OnChoose) OnChoose(place);
+}
+
+void ScoreChart::OnMouse(const wxMouseEvent& event) {
+    SetFocus();
+    if (const auto place = Geometry().At(event.GetX())) Choose(*place);
+}
+
+void ScoreChart::OnKey(wxKeyEvent& event) {
+    if (event.GetKeyCode() == WXK_TAB) {
+        Navigate(event.ShiftDown() ? 0 : wxNavigationKeyEvent::IsForward);
+        return;
+    }
+    if (points_.empty()) return event.Skip();
+    const std::size_t last = points_.size() - 1;
+    const std::size_t now = marked_.value_or(last);
+    switch (event.GetKeyCode()) {
+        case WXK_LEFT:
+        case WXK_UP: return Choose(!marked_ || now == 0 ? now : now - 1);
+        case WXK_RIGHT:
+        case WXK_DOWN: return Choose(std::min(last, marked_ ? now + 1 : now));
+        case WXK_HOME: return Choose(0);
+        case WXK_END: return Choose(last);
+        case WXK_RETURN:
+        case WXK_NUMPAD_ENTER:
+            if (marked_ && OnOpen) OnOpen();
+            return;
+        default: event.Skip();
+    }
 }
 
 void ScoreChart::OnMotion(wxMouseEvent& event) {

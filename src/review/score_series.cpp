@@ -11,10 +11,10 @@ constexpr std::size_t kLeastRowsForRegression = 3;
 
 }  // namespace
 
-ScorePoint ToScorePoint(Date start, float paper_score, float got_score) {
+ScorePoint ToScorePoint(std::int32_t train_id, Date start, float paper_score, float got_score) {
     std::u16string text = Format(Rate(paper_score, got_score), u"##.0");
     const double percent = ToDouble(Value(text));
-    return {start, std::move(text), percent};
+    return {start, std::move(text), percent, train_id};
 }
 
 std::optional<Line> Regression(const std::vector<ScorePoint>& points) {

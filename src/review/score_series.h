@@ -1,6 +1,7 @@
 // What the score chart shows: the rates, the kind of chart, and the regression line.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +14,10 @@ struct ScorePoint {
     Date start = {};
     std::u16string rate = {};  // percent, one decimal: "87.5", ".5"
     double percent = 0;        // the number that the text says
+    std::int32_t train_id = -1;
 };
 
-ScorePoint ToScorePoint(Date start, float paper_score, float got_score);
+ScorePoint ToScorePoint(std::int32_t train_id, Date start, float paper_score, float got_score);
 
 // Value = intercept + slope * place, places counted from 0.
 struct Line {

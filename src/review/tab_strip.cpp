@@ -16,7 +16,7 @@ constexpr int kTabWidth = 1650;
 constexpr int kTabHeight = 420;
 constexpr int kOverlap = 180;
 constexpr int kLeft = 120;
-constexpr int kActiveGrowth = 90;  // how much larger the active tab is
+constexpr int kActiveGrowth = 90;  // how much wider the active tab is
 constexpr int kTop = 60;
 constexpr double kCornerRadius = 6;  // pixels of an unscaled screen
 
@@ -25,7 +25,7 @@ constexpr double kCornerRadius = 6;  // pixels of an unscaled screen
 TabStrip::TabStrip(wxWindow* parent)
     : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxWANTS_CHARS) {
     SetBackgroundStyle(wxBG_STYLE_PAINT);
-    SetMinSize(wxSize(-1, ui::ToPixels(*this, kTop + kTabRise + kActiveGrowth / 2 + kTabHeight)));
+    SetMinSize(wxSize(-1, ui::ToPixels(*this, kTop + kTabRise + kTabHeight)));
     Bind(wxEVT_PAINT, [this](wxPaintEvent&) { Paint(); });
     Bind(wxEVT_LEFT_DOWN, &TabStrip::OnMouse, this);
     Bind(wxEVT_KEY_DOWN, &TabStrip::OnKey, this);
@@ -39,14 +39,13 @@ void TabStrip::Click(int tab) {
     if (OnSwitch) OnSwitch(tab);
 }
 
+// Tabs of one height, so that a caption moves as its tab does.
 wxRect TabStrip::TabRect(int tab) const {
     const bool active = tab == tabs_.Active();
     const int growth = active ? kActiveGrowth : 0;
     const int left = kLeft + kActiveGrowth / 2 + tab * (kTabWidth - kOverlap) - growth / 2;
-    const int top = kTop + (active ? 0 : kTabRise + kActiveGrowth / 2);
-    const int top_pixels = ui::ToPixels(*this, top);
-    return {ui::ToPixels(*this, left), top_pixels, ui::ToPixels(*this, kTabWidth + growth),
-            GetClientSize().y - top_pixels};
+    return {ui::ToPixels(*this, left), ui::ToPixels(*this, kTop + (active ? 0 : kTabRise)),
+            ui::ToPixels(*this, kTabWidth + growth), ui::ToPixels(*this, kTabHeight)};
 }
 
 void TabStrip::Paint() {
@@ -67,9 +66,11 @@ void TabStrip::PaintTab(wxDC& dc, int tab) {
     dc.SetPen(wxSystemSettings::GetColour(wxSYS_COLOUR_BTNSHADOW));
     dc.SetBrush(active ? face : face.ChangeLightness(94));
     {
-        const wxDCClipper clip(dc, area.x, area.y, area.width, area.height - (active ? 0 : 1));
+        // Down to the panel, which the active tab opens into.
+        const int height = GetClientSize().y - area.y;
+        const wxDCClipper clip(dc, area.x, area.y, area.width, height - (active ? 0 : 1));
         const int radius = FromDIP(static_cast<int>(kCornerRadius));
-        dc.DrawRoundedRectangle(area.x, area.y, area.width, area.height + 2 * radius, radius);
+        dc.DrawRoundedRectangle(area.x, area.y, area.width, height + 2 * radius, radius);
     }
     dc.SetFont(active ? GetFont().Bold() : GetFont());
     dc.SetTextForeground(wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT));

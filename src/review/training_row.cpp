@@ -4,6 +4,7 @@
 
 #include "core/convert.h"
 #include "core/format.h"
+#include "core/system.h"
 #include "core/text.h"
 #include "records/summary_query.h"
 
@@ -11,6 +12,12 @@ namespace qmtrain::review {
 namespace {
 
 constexpr std::u16string_view kKeyPrefix = u"NOTE";
+
+// With the date separator of the user's region, as it is.
+std::u16string StartText(Date start) {
+    const std::u16string separator = u"\"" + DateSeparator() + u"\"";
+    return Format(start, u"yy" + separator + u"mm" + separator + u"dd hh:mm");
+}
 
 std::u16string TwoDigits(std::int32_t number) {
     return Format(number, u"00");
@@ -59,15 +66,25 @@ ui::ListRow ToListRow(const Training& training) {
     const float rate = Rate(training.paper_score, training.got_score);
     const bool passed = Passed(training.paper_score, training.got_score);
     ui::ListRow row;
-    row.key = std::u16string(kKeyPrefix) + ToText(training.id);
+    row.key = KeyOf(training.id);
     row.icon = passed ? kPassIcon : kFailIcon;
     row.warning = !passed;
     row.cells = {
-        Format(training.start, u"yy/mm/dd hh:mm"), std::u16string(KindText(training)),  UseTimeText(training.use_time),
-        ToText(Value(training.paper_score)),       ToText(Value(training.got_score)),   Format(rate, u"#0.0"),
-        Format(training.paper_score, u"0000"),     Format(training.got_score, u"0000"), Format(rate, u"000.0"),
+        StartText(training.start),
+        std::u16string(KindText(training)),
+        UseTimeText(training.use_time),
+        ToText(Value(training.paper_score)),
+        ToText(Value(training.got_score)),
+        Format(rate, u"#0.0"),
+        Format(training.paper_score, u"0000"),
+        Format(training.got_score, u"0000"),
+        Format(rate, u"000.0"),
     };
     return row;
+}
+
+std::u16string KeyOf(std::int32_t train_id) {
+    return std::u16string(kKeyPrefix) + ToText(train_id);
 }
 
 std::int32_t TrainingOf(std::u16string_view key) {

@@ -50,7 +50,8 @@ inline constexpr int kFailIcon = 2;
 inline constexpr std::size_t kKindColumn = 1;
 ui::ListRow ToListRow(const Training& training);
 
-// The training's number from a row's key ("NOTE57"); -1 when it holds none.
+// The key of a training's row ("NOTE57"), and the training's number from one; -1 when it holds none.
+std::u16string KeyOf(std::int32_t train_id);
 std::int32_t TrainingOf(std::u16string_view key);
 
 }  // namespace qmtrain::review

@@ -39,11 +39,11 @@ private:
     std::u16string client_path_;
     std::u16string data_mdb_path_;
     bool is_net_ = false;
-    std::int32_t user_id_ = 0;
-    std::int32_t subject_code_ = 0;
+    std::int32_t user_id_ = -1;
+    std::int32_t subject_code_ = -1;
 };
 
-// Lets TrainInfo::ShowDlg show the history window.
+// Lets TrainInfo::ShowDlg show the history window. A program that links all windows need not call it.
 void InstallHistoryWindow();
 
 }  // namespace qmtrain

@@ -32,6 +32,51 @@ bool MayBreakBetween(char16_t before, char16_t after) {
     return IsAlone(before) || IsAlone(after);
 }
 
+// Widths of a text's beginnings from any place, measured in parts: what stands on one line costs what it is long, and
+// not the whole rest of the text.
+class MeasuredText {
+public:
+    MeasuredText(std::u16string_view text, const CharacterFormat& format, Measurer& measurer)
+        : text_(text), format_(format), measurer_(measurer) {}
+
+    // How many units from a place on are not wider than `room`.
+    std::size_t Fitting(std::size_t from, int room) {
+        for (std::size_t length = kPart;; length *= 2) {
+            if (!Has(from, 1)) Measure(from, length);
+            const auto begin = widths_.begin() + static_cast<std::ptrdiff_t>(from - first_);
+            const auto end = std::upper_bound(begin, widths_.end(), WidthBefore(from) + room);
+            if (end != widths_.end() || first_ + widths_.size() == text_.size()) {
+                return static_cast<std::size_t>(end - begin);
+            }
+            Measure(from, length);
+        }
+    }
+
+    // Requires: `length` is not 0.
+    int Width(std::size_t from, std::size_t length) {
+        if (!Has(from, length)) Measure(from, length);
+        return widths_[from + length - 1 - first_] - WidthBefore(from);
+    }
+
+private:
+    static constexpr std::size_t kPart = 512;
+
+    bool Has(std::size_t from, std::size_t length) const {
+        return from >= first_ && from + length <= first_ + widths_.size();
+    }
+    int WidthBefore(std::size_t from) const { return from == first_ ? 0 : widths_[from - 1 - first_]; }
+    void Measure(std::size_t from, std::size_t length) {
+        widths_ = measurer_.Widths(text_.substr(from, length), format_);
+        first_ = from;
+    }
+
+    std::u16string_view text_;
+    const CharacterFormat& format_;
+    Measurer& measurer_;
+    std::size_t first_ = 0;
+    std::vector<int> widths_;
+};
+
 // Fills lines with the pieces of one paragraph.
 class ParagraphLayout {
 public:
@@ -122,23 +167,19 @@ private:
 
     // Text without tabs and line breaks: as much as fits, then a new line.
     void PlaceWords(const ui::Run& run, std::u16string_view text) {
-        while (!text.empty()) {
-            const std::vector<int> widths = measurer_.Widths(text, run.format);
-            const std::size_t fitting =
-                static_cast<std::size_t>(std::upper_bound(widths.begin(), widths.end(), right_ - x_) - widths.begin());
-            if (fitting >= text.size()) {
-                Place(run, text, widths.back());
-                return;
-            }
-            std::size_t length = LastBreak(text, fitting);
+        MeasuredText measured(text, run.format, measurer_);
+        for (std::size_t at = 0; at < text.size();) {
+            const std::u16string_view rest = text.substr(at);
+            const std::size_t fitting = measured.Fitting(at, right_ - x_);
+            std::size_t length = LastBreak(rest, fitting);
             if (length == 0 && HasPieces()) {
-                CarryOver(text.front());
+                CarryOver(rest.front());
                 continue;
             }
-            if (length == 0) length = WholeCharacters(text, std::max<std::size_t>(fitting, 1));
-            Place(run, text.substr(0, length), widths[length - 1]);
-            text.remove_prefix(length);
-            if (!text.empty()) NextLine();
+            if (length == 0) length = WholeCharacters(rest, std::max<std::size_t>(fitting, 1));
+            Place(run, rest.substr(0, length), measured.Width(at, length));
+            at += length;
+            if (at < text.size()) NextLine();
         }
     }
 
@@ -226,12 +267,16 @@ private:
         return last.text == visible ? 0 : last.width - measurer_.Width(visible, last.run->format);
     }
 
+    int Shift() {
+        switch (paragraph_.format.alignment) {
+            case Alignment::Center: return (right_ - x_ + BlanksAtEnd()) / 2;
+            case Alignment::Right: return right_ - x_ + BlanksAtEnd();
+            default: return 0;
+        }
+    }
+
     void EndLine() {
-        int shift = 0;
-        const int room = right_ - x_ + BlanksAtEnd();
-        if (paragraph_.format.alignment == Alignment::Center) shift = room / 2;
-        if (paragraph_.format.alignment == Alignment::Right) shift = room;
-        if (shift > 0) {
+        if (const int shift = Shift(); shift > 0) {
             for (Piece& piece : line_.pieces) piece.x += shift;
             line_.bullet_x += shift;
         }
@@ -259,13 +304,13 @@ DocumentLayout::DocumentLayout(const RichText& text, int width, Measurer& measur
     }
 }
 
-std::size_t DocumentLayout::LineAt(int y) const {
+std::size_t DocumentLayout::LineAt(std::int64_t y) const {
     const auto found = std::partition_point(lines_.begin(), lines_.end(),
                                             [&](const Line& line) { return line.top + line.height <= y; });
     return static_cast<std::size_t>(found - lines_.begin());
 }
 
-std::size_t DocumentLayout::PositionAt(int x, int y, Measurer& measurer) const {
+std::size_t DocumentLayout::PositionAt(int x, std::int64_t y, Measurer& measurer) const {
     if (lines_.empty()) return 0;
     const Line& line = lines_[std::min(LineAt(y), lines_.size() - 1)];
     std::size_t position = line.position;

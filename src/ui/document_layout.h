@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "ui/document/rich_text.h"
@@ -34,7 +35,7 @@ struct Piece {
 };
 
 struct Line {
-    int top = 0;
+    std::int64_t top = 0;
     int height = 0;
     int ascent = 0;
     std::size_t position = 0;  // of its first character
@@ -43,25 +44,25 @@ struct Line {
     int bullet_x = 0;
 };
 
-// The text must outlive its layout.
+// The text must outlive its layout. To lay out takes time as the text is long.
 class DocumentLayout {
 public:
     DocumentLayout() = default;
     DocumentLayout(const RichText& text, int width, Measurer& measurer);
 
     const std::vector<Line>& Lines() const { return lines_; }
-    int Height() const { return height_; }
+    std::int64_t Height() const { return height_; }
 
     // The first line that reaches below `y`; the number of lines when none does.
-    std::size_t LineAt(int y) const;
+    std::size_t LineAt(std::int64_t y) const;
 
     // The place in the text nearest to a point.
-    std::size_t PositionAt(int x, int y, Measurer& measurer) const;
+    std::size_t PositionAt(int x, std::int64_t y, Measurer& measurer) const;
 
 private:
     friend class ParagraphLayout;
     std::vector<Line> lines_;
-    int height_ = 0;
+    std::int64_t height_ = 0;  // a short text can ask for more pixels than an int counts
 };
 
 // Whether a line may end between the two characters: behind blanks, and around Chinese characters, but never before

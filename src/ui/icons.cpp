@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include <wx/settings.h>
+
 namespace qmtrain::ui {
 namespace {
 
@@ -51,11 +53,18 @@ const char* Shape(Icon icon) {
     return "";
 }
 
-// Every colour but white becomes the grey of what cannot be pressed.
+// Every colour but white becomes the grey of what cannot be pressed, and white the window's colour.
 std::string Greyed(std::string drawing) {
+    const auto digits = [](wxSystemColour colour) {
+        const wxColour value = wxSystemSettings::GetColour(colour);
+        return wxString::Format("%02x%02x%02x", value.Red(), value.Green(), value.Blue()).utf8_string();
+    };
+    const std::string grey = digits(wxSYS_COLOUR_GRAYTEXT);
+    const std::string white = digits(wxSYS_COLOUR_BTNFACE);
     for (std::size_t at = 0; (at = drawing.find("\"#", at)) != std::string::npos; at += 2) {
         const std::size_t end = drawing.find('"', at + 2);
-        if (drawing.substr(at + 2, end - at - 2) != "fff") drawing.replace(at + 2, end - at - 2, "b4bac0");
+        const bool is_white = drawing.substr(at + 2, end - at - 2) == "fff";
+        drawing.replace(at + 2, end - at - 2, is_white ? white : grey);
     }
     return drawing;
 }

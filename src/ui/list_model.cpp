@@ -7,6 +7,20 @@
 
 namespace qmtrain::ui {
 
+std::u16string CellText(std::u16string_view cell) {
+    constexpr std::size_t kLongestShown = 300;
+    const bool cut = cell.size() > kLongestShown;
+    if (cut) cell = cell.substr(0, kLongestShown - (IsHighSurrogate(cell[kLongestShown - 1]) ? 1 : 0));
+    std::u16string text;
+    for (const char16_t unit : cell) {
+        const bool control = unit < 0x20 || unit == 0x7F || unit == 0x2028 || unit == 0x2029;
+        if (unit == u'\n' && text.ends_with(u' ')) continue;  // of CR LF
+        text += control ? u' ' : unit;
+    }
+    if (cut) text += u'…';
+    return text;
+}
+
 std::optional<std::size_t> ListModel::Find(std::u16string_view key) const {
     const auto found =
         std::find_if(rows_.begin(), rows_.end(), [&](const ListRow& row) { return EqualNames(row.key, key); });

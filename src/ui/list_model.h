@@ -16,6 +16,10 @@ struct ListRow {
     bool warning = false;               // red and bold
 };
 
+// A cell as a list shows it: in one line, line breaks and other control characters as blanks, and cut off far beyond
+// what a column shows.
+std::u16string CellText(std::u16string_view cell);
+
 class ListModel {
 public:
     void Clear() { rows_.clear(); }

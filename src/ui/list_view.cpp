@@ -38,6 +38,10 @@ ListView::ListView(wxWindow* parent, const std::vector<Icon>& icons)
     empty_text_->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
     empty_text_->Hide();
     CountEveryClick(*this);
+    Bind(wxEVT_LIST_COL_END_DRAG, [this](wxListEvent& event) {
+        event.Skip();
+        dragged_ = true;
+    });
     Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
         event.Skip();
         StretchColumns();
@@ -55,9 +59,15 @@ void ListView::AddColumn(std::u16string_view title, int width, std::size_t cell,
     columns_.push_back({cell, width});
 }
 
+void ListView::AddColumn(std::u16string_view title, std::size_t cell) {
+    InsertColumn(GetColumnCount(), ToWx(title));
+    columns_.push_back({cell, 0});
+}
+
 void ListView::ClearColumns() {
     DeleteAllColumns();
     columns_.clear();
+    dragged_ = false;
 }
 
 void ListView::SetHeaderIcon(int column, int icon) {
@@ -101,12 +111,14 @@ void ListView::PlaceEmptyText() {
 }
 
 void ListView::StretchColumns() {
+    if (dragged_) return;
     int least = 0;
     for (const Column& column : columns_) least += column.least_width;
     const bool scrolls = GetItemCount() > GetCountPerPage();
     const int scroll_bar = scrolls ? std::max(0, wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this)) : 0;
     const double room = std::max(least, GetClientSize().x - scroll_bar);
     for (std::size_t i = 0; i < columns_.size(); ++i) {
+        if (columns_[i].least_width == 0) continue;
         SetColumnWidth(static_cast<int>(i), static_cast<int>(columns_[i].least_width * room / std::max(1, least)));
     }
 }
@@ -125,7 +137,7 @@ void ListView::SelectRow(long index) {
 
 wxString ListView::OnGetItemText(long item, long column) const {
     const ListRow& row = model_->Row(static_cast<std::size_t>(item));
-    return ToWx(row.cells[columns_[static_cast<std::size_t>(column)].cell]);
+    return ToWx(CellText(row.cells[columns_[static_cast<std::size_t>(column)].cell]));
 }
 
 int ListView::OnGetItemImage(long item) const {
@@ -134,6 +146,13 @@ int ListView::OnGetItemImage(long item) const {
 
 wxListItemAttr* ListView::OnGetItemAttr(long item) const {
     return model_->Row(static_cast<std::size_t>(item)).warning ? &warning_ : nullptr;
+}
+
+void ListView::DoSetSize(int x, int y, int width, int height, int flags) {
+#ifndef __WXMSW__  // whose own list has room for nothing, too
+    scrollbars_.Fit(*this, width, height);
+#endif
+    wxListCtrl::DoSetSize(x, y, width, height, flags);
 }
 
 }  // namespace qmtrain::ui

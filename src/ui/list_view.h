@@ -10,6 +10,7 @@
 
 #include "ui/icons.h"
 #include "ui/list_model.h"
+#include "ui/scrollbar_room.h"
 
 namespace qmtrain::ui {
 
@@ -18,10 +19,13 @@ public:
     // `icons` are those of rows and headers, numbered from 1.
     ListView(wxWindow* parent, const std::vector<Icon>& icons);
 
-    // `width` in pixels is the least one: columns share what the list is wider. The cell of the rows that the column
-    // shows. Columns without one exist in the model alone.
+    // `width` in pixels is the least one: columns share what the list is wider, until the user drags one; from then on
+    // all stay as they are. The cell of the rows that the column shows: cells without a column exist in the model
+    // alone.
     void AddColumn(std::u16string_view title, int width, std::size_t cell,
                    wxListColumnFormat format = wxLIST_FORMAT_LEFT);
+    // A column of the toolkit's own width.
+    void AddColumn(std::u16string_view title, std::size_t cell);
     void ClearColumns();
 
     using wxListCtrl::Show;
@@ -47,11 +51,12 @@ protected:
     wxString OnGetItemText(long item, long column) const override;
     int OnGetItemImage(long item) const override;
     wxListItemAttr* OnGetItemAttr(long item) const override;
+    void DoSetSize(int x, int y, int width, int height, int flags) override;
 
 private:
     struct Column {
         std::size_t cell;
-        int least_width;
+        int least_width;  // 0: the toolkit's, which stays
     };
 
     void PlaceEmptyText();
@@ -59,8 +64,10 @@ private:
 
     ListModel* model_ = nullptr;
     std::vector<Column> columns_;
+    bool dragged_ = false;
     mutable wxListItemAttr warning_;
     wxStaticText* empty_text_;
+    [[maybe_unused]] ScrollbarRoom scrollbars_;
 };
 
 }  // namespace qmtrain::ui

@@ -5,15 +5,34 @@
 #include "ui/wx_text.h"
 
 namespace qmtrain::ui {
+namespace {
+
+// A box of many pages cannot be read, and takes the toolkit minutes.
+wxString Shown(std::u16string_view text) {
+    constexpr std::size_t kLongest = 2000;
+    return text.size() <= kLongest ? ToWx(text) : ToWx(text.substr(0, kLongest)) + ToWx(u"…");
+}
+
+}  // namespace
 
 Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
-    wxMessageDialog box(parent, ToWx(text), ToWx(title), wxYES_NO | wxICON_QUESTION);
+    wxMessageDialog box(parent, Shown(text), ToWx(title), wxYES_NO | wxICON_QUESTION);
     box.SetYesNoLabels(ToWx(u"是(&Y)"), ToWx(u"否(&N)"));
     return box.ShowModal() == wxID_YES ? Answer::Yes : Answer::No;
 }
 
+Answer AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
+    wxMessageDialog box(parent, Shown(text), ToWx(title), wxYES_NO | wxCANCEL | wxICON_QUESTION);
+    box.SetYesNoCancelLabels(ToWx(u"是(&Y)"), ToWx(u"否(&N)"), ToWx(u"取消"));
+    switch (box.ShowModal()) {
+        case wxID_YES: return Answer::Yes;
+        case wxID_NO: return Answer::No;
+        default: return Answer::Cancel;
+    }
+}
+
 void Inform(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
-    wxMessageDialog box(parent, ToWx(text), ToWx(title), wxOK | wxICON_INFORMATION);
+    wxMessageDialog box(parent, Shown(text), ToWx(title), wxOK | wxICON_INFORMATION);
     box.SetOKLabel(ToWx(u"确定"));
     box.ShowModal();
 }

@@ -7,9 +7,10 @@ class wxWindow;
 
 namespace qmtrain::ui {
 
-enum class Answer : int { Yes = 6, No = 7 };
+enum class Answer : int { Cancel = 2, Yes = 6, No = 7 };
 
 Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title);
+Answer AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title);
 void Inform(wxWindow* parent, std::u16string_view text, std::u16string_view title);
 
 }  // namespace qmtrain::ui

@@ -4,12 +4,37 @@
 #include <wx/mstream.h>
 
 namespace qmtrain::ui {
+namespace {
 
-wxImage DecodePicture(const Bytes& file) {
+wxBitmapType TypeOf(Picture::Kind kind) {
+    switch (kind) {
+        case Picture::Kind::Png: return wxBITMAP_TYPE_PNG;
+        case Picture::Kind::Jpeg: return wxBITMAP_TYPE_JPEG;
+        case Picture::Kind::Dib: return wxBITMAP_TYPE_BMP;
+        case Picture::Kind::Metafile: break;
+    }
+    return wxBITMAP_TYPE_INVALID;
+}
+
+}  // namespace
+
+// The size is read first, and of the kind that the document says: bytes of another kind would be decoded at a size that
+// nobody has looked at.
+wxImage DecodePicture(const Picture& picture, wxSize shown) {
+    const auto size = SizeInPixels(picture);
+    const wxBitmapType type = TypeOf(picture.kind);
+    if (!size || type == wxBITMAP_TYPE_INVALID || std::int64_t{size->width} * size->height > kMostPixels) return {};
     const wxLogNull silent;
+    const Bytes file = PictureFile(picture);
     wxMemoryInputStream stream(file.data(), file.size());
     wxImage image;
-    image.LoadFile(stream);
+    if (type == wxBITMAP_TYPE_JPEG && size->width > shown.x && size->height > shown.y) {
+        // Only this decoder leaves out what a smaller size does not need; the others would scale what they have
+        // decoded.
+        image.SetOption(wxIMAGE_OPTION_MAX_WIDTH, shown.x);
+        image.SetOption(wxIMAGE_OPTION_MAX_HEIGHT, shown.y);
+    }
+    image.LoadFile(stream, type);
     return image;
 }
 

@@ -1,5 +1,6 @@
 // Windows decodes pictures itself; wxWidgets is built without libraries for them there.
 #include <cstdlib>
+#include <utility>
 
 #include <wincodec.h>
 
@@ -11,37 +12,57 @@ namespace {
 
 using automation::ComPtr;
 
-// The first frame as red, green, blue and opacity, a byte each; none when any step fails.
-ComPtr<IWICFormatConverter> OpenPicture(const Bytes& file) {
+struct Frame {
     ComPtr<IWICImagingFactory> factory;
+    ComPtr<IWICBitmapFrameDecode> pixels;
+};
+
+// The first frame, nothing of which is decoded yet; none when any step fails.
+Frame OpenPicture(const Bytes& file) {
+    Frame opened;
     ComPtr<IWICStream> stream;
     ComPtr<IWICBitmapDecoder> decoder;
     ComPtr<IWICBitmapFrameDecode> frame;
-    ComPtr<IWICFormatConverter> pixels;
     auto* content = const_cast<BYTE*>(file.data());
-    const bool opened = SUCCEEDED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
-                                                   IID_IWICImagingFactory, factory.OutVoid())) &&
-                        SUCCEEDED(factory->CreateStream(stream.Out())) &&
-                        SUCCEEDED(stream->InitializeFromMemory(content, static_cast<DWORD>(file.size()))) &&
-                        SUCCEEDED(factory->CreateDecoderFromStream(stream.Get(), nullptr,
-                                                                   WICDecodeMetadataCacheOnDemand, decoder.Out())) &&
-                        SUCCEEDED(decoder->GetFrame(0, frame.Out())) &&
-                        SUCCEEDED(factory->CreateFormatConverter(pixels.Out())) &&
-                        SUCCEEDED(pixels->Initialize(frame.Get(), GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone,
-                                                     nullptr, 0, WICBitmapPaletteTypeCustom));
-    return opened ? pixels : ComPtr<IWICFormatConverter>();
+    const bool ok = SUCCEEDED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
+                                               IID_IWICImagingFactory, opened.factory.OutVoid())) &&
+                    SUCCEEDED(opened.factory->CreateStream(stream.Out())) &&
+                    SUCCEEDED(stream->InitializeFromMemory(content, static_cast<DWORD>(file.size()))) &&
+                    SUCCEEDED(opened.factory->CreateDecoderFromStream(stream.Get(), nullptr,
+                                                                      WICDecodeMetadataCacheOnDemand, decoder.Out())) &&
+                    SUCCEEDED(decoder->GetFrame(0, frame.Out()));
+    if (ok) opened.pixels = std::move(frame);
+    return opened;
+}
+
+// The frame as red, green, blue and opacity, a byte each, in that size.
+ComPtr<IWICFormatConverter> Converted(const Frame& frame, UINT width, UINT height) {
+    ComPtr<IWICBitmapScaler> scaler;
+    ComPtr<IWICFormatConverter> pixels;
+    const bool ok = SUCCEEDED(frame.factory->CreateBitmapScaler(scaler.Out())) &&
+                    SUCCEEDED(scaler->Initialize(frame.pixels.Get(), width, height, WICBitmapInterpolationModeFant)) &&
+                    SUCCEEDED(frame.factory->CreateFormatConverter(pixels.Out())) &&
+                    SUCCEEDED(pixels->Initialize(scaler.Get(), GUID_WICPixelFormat32bppBGRA, WICBitmapDitherTypeNone,
+                                                 nullptr, 0, WICBitmapPaletteTypeCustom));
+    return ok ? pixels : ComPtr<IWICFormatConverter>();
 }
 
 }  // namespace
 
-wxImage DecodePicture(const Bytes& file) {
-    constexpr UINT kLargest = 20000;  // pixels a side; beyond it a picture is not a picture
-    const ComPtr<IWICFormatConverter> pixels = OpenPicture(file);
+wxImage DecodePicture(const Picture& picture, wxSize shown) {
+    if (picture.kind == Picture::Kind::Metafile) return {};
+    const Bytes file = PictureFile(picture);
+    const Frame frame = OpenPicture(file);
     UINT width = 0;
     UINT height = 0;
-    if (!pixels || FAILED(pixels->GetSize(&width, &height)) || width == 0 || height == 0 || width > kLargest ||
-        height > kLargest)
-        return {};
+    if (!frame.pixels || FAILED(frame.pixels->GetSize(&width, &height)) || width == 0 || height == 0) return {};
+    if (std::uint64_t{width} * height > std::uint64_t{kMostPixels}) return {};
+    if (static_cast<int>(width) > shown.x && static_cast<int>(height) > shown.y && shown.x > 0 && shown.y > 0) {
+        width = static_cast<UINT>(shown.x);
+        height = static_cast<UINT>(shown.y);
+    }
+    const ComPtr<IWICFormatConverter> pixels = Converted(frame, width, height);
+    if (!pixels) return {};
     wxImage image(static_cast<int>(width), static_cast<int>(height), false);
     image.SetAlpha();
     Bytes row(std::size_t{width} * 4);

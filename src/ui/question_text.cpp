@@ -1,5 +1,8 @@
 #include "ui/question_text.h"
 
+#include <vector>
+
+#include "core/text.h"
 #include "core/utilities.h"
 #include "ui/document/rtf_reader.h"
 
@@ -7,53 +10,88 @@ namespace qmtrain::ui {
 namespace {
 
 // Positions are those of a text box's find operation, which counts from 0 and takes 0 and 1 for "no more".
-constexpr std::size_t kLastIgnoredPosition = 1;
+constexpr std::size_t kFirstFoundPosition = 2;
 
 std::u16string WithParagraphs(std::u16string_view text, std::u16string_view paragraph_end) {
-    std::u16string out(text);
-    for (std::size_t at = 0; (at = out.find(u"^p", at)) != std::u16string::npos; at += paragraph_end.size()) {
-        out.replace(at, 2, paragraph_end);
+    std::u16string out;
+    out.reserve(text.size());
+    for (std::size_t at = 0; (at = text.find(u"^p")) != std::u16string_view::npos; text.remove_prefix(at + 2)) {
+        out.append(text.substr(0, at)).append(paragraph_end);
     }
-    return out;
+    return out.append(text);
+}
+
+// For each length of a beginning that has been found: how long a beginning its end is as well.
+std::vector<std::size_t> Fallbacks(std::u16string_view wanted) {
+    std::vector<std::size_t> fallbacks(wanted.size());
+    for (std::size_t i = 1, length = 0; i < wanted.size(); ++i) {
+        while (length > 0 && wanted[i] != wanted[length]) length = fallbacks[length - 1];
+        if (wanted[i] == wanted[length]) ++length;
+        fallbacks[i] = length;
+    }
+    return fallbacks;
+}
+
+// Takes out one occurrence after the other from the left, also those that fall together when others have gone; letter
+// case does not count. The first one that stands before `first_position` ends it. Takes time as the text is long.
+void Remove(RichText& text, std::u16string_view placeholder, std::size_t first_position) {
+    const std::u16string wanted = ToLower(placeholder);
+    const std::vector<std::size_t> fallbacks = Fallbacks(wanted);
+    const std::u16string plain = text.PlainText();
+    std::vector<bool> gone(plain.size());
+    std::vector<std::size_t> kept;   // positions of the text as it is so far
+    std::vector<std::size_t> found;  // how much of the placeholder ends there
+    for (std::size_t position = 0; position < plain.size(); ++position) {
+        const char16_t unit = ToLower(plain[position]);
+        std::size_t length = found.empty() ? 0 : found.back();
+        while (length > 0 && wanted[length] != unit) length = fallbacks[length - 1];
+        if (wanted[length] == unit) ++length;
+        kept.push_back(position);
+        found.push_back(length);
+        if (length < wanted.size()) continue;
+        const std::size_t begin = kept.size() - wanted.size();
+        if (begin < first_position) break;
+        for (std::size_t i = begin; i < kept.size(); ++i) gone[kept[i]] = true;
+        kept.resize(begin);
+        found.resize(begin);
+    }
+    text.Erase(gone);
 }
 
 }  // namespace
 
-void RemovePlaceholder(RichText& text, std::u16string_view placeholder) {
-    std::optional<std::size_t> found;
-    while ((found = text.Find(placeholder)) && *found > kLastIgnoredPosition) {
-        text.Replace(*found, placeholder.size(), {});
-    }
+bool IsRtf(std::u16string_view stored) {
+    return stored.starts_with(u"{\\rtf");
 }
 
-RichText StoredText(std::u16string_view stored) {
-    const bool is_rtf = stored.starts_with(u"{\\rtf");
-    RichText text = ReadRtf(is_rtf ? WithParagraphs(Utilities().DeleteRtfTxtColorMark(stored), u"\\par ")
-                                   : WithParagraphs(stored, u"\r\n"));
-    RemovePlaceholder(text, u"[%user%]");
-    RemovePlaceholder(text, u"%user%");
+RichText StoredText(std::u16string_view stored, Placeholders placeholders) {
+    RichText text = ReadRtf(IsRtf(stored) ? WithParagraphs(Utilities().DeleteRtfTxtColorMark(stored), u"\\par ")
+                                          : WithParagraphs(stored, u"\r\n"));
+    const std::size_t first = placeholders == Placeholders::Go ? 0 : kFirstFoundPosition;
+    Remove(text, u"[%user%]", first);
+    Remove(text, u"%user%", first);
     return text;
 }
 
-RichText OptionsText(const TextCollection& options) {
+RichText OptionsText(const TextCollection& options, Placeholders placeholders) {
     RichText text;
     text.AppendText(u"选择项:");
     std::int32_t place = 0;
     for (const TextCollection::Entry& option : options) {
         text.EndParagraph();
         text.AppendText(option.key + u". ");
-        text.Append(StoredText(option.item));
+        text.Append(StoredText(option.item, placeholders));
         if (++place < options.Count()) text.AppendText(u"、");
     }
     return text;
 }
 
 RichText QuestionText(std::u16string_view title, const TextCollection* options) {
-    RichText text = StoredText(title);
+    RichText text = StoredText(title, Placeholders::Go);
     if (options == nullptr || options->Count() == 0) return text;
     text.EndParagraph();
     text.EndParagraph();
-    text.Append(OptionsText(*options));
+    text.Append(OptionsText(*options, Placeholders::Go));
     return text;
 }
 

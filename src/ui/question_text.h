@@ -13,17 +13,20 @@ namespace qmtrain::ui {
 inline constexpr const char16_t* kQuestionFont = u"宋体";
 inline constexpr int kQuestionHalfPoints = 21;
 
-// A text from a question bank, RTF or plain, in which "^p" ends a paragraph: without the black colour tables that text
-// boxes leave behind, and without the placeholders "[%user%]" and "%user%".
-RichText StoredText(std::u16string_view stored);
+// What becomes of the placeholders "[%user%]" and "%user%": nothing takes their place. The review's search ends at one
+// that stands at position 0 or 1: that one and all behind it stay.
+enum class Placeholders : std::uint8_t { GoUpToTheBeginning, Go };
 
-// Takes out every `placeholder`, up to the first that stands at position 0 or 1: that one and all behind it stay.
-void RemovePlaceholder(RichText& text, std::u16string_view placeholder);
+bool IsRtf(std::u16string_view stored);
+
+// A text from a question bank, RTF or plain, in which "^p" ends a paragraph: without the black colour tables that text
+// boxes leave behind, and without placeholders.
+RichText StoredText(std::u16string_view stored, Placeholders placeholders = Placeholders::GoUpToTheBeginning);
 
 // "选择项:" and the options, each in a paragraph of its own behind its letter.
-RichText OptionsText(const TextCollection& options);
+RichText OptionsText(const TextCollection& options, Placeholders placeholders = Placeholders::GoUpToTheBeginning);
 
-// The stem and, if there are any, the options below it.
+// The stem and, if there are any, the options below it; all placeholders go.
 RichText QuestionText(std::u16string_view title, const TextCollection* options);
 
 }  // namespace qmtrain::ui

@@ -15,8 +15,26 @@ namespace {
 constexpr int kMargin = 8;       // pixels of an unscaled screen around the text
 constexpr int kScrollUnit = 16;  // pixels
 
+// What is longer is measured by its characters.
+constexpr std::size_t kLongText = 20000;
+
+// The most that can be scrolled; a text of a few megabytes can ask for more than toolkits count.
+constexpr std::int64_t kMostHeight = 1 << 30;
+
 wxColour ToColour(const std::optional<Rgb>& color, wxSystemColour automatic) {
     return color ? wxColour(color->red, color->green, color->blue) : wxSystemSettings::GetColour(automatic);
+}
+
+// Documents are written for white paper: on a dark window their dark letters could not be read.
+wxColour LetterColour(const CharacterFormat& format) {
+    constexpr double kLeastContrast = 0.25;
+    const wxColour own = ToColour(format.color, wxSYS_COLOUR_WINDOWTEXT);
+    const wxColour paper = ToColour(format.background, wxSYS_COLOUR_WINDOW);
+    const bool dark = !format.background && paper.GetLuminance() < 0.5;
+    if (dark && own.GetLuminance() - paper.GetLuminance() < kLeastContrast) {
+        return wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT);
+    }
+    return own;
 }
 
 }  // namespace
@@ -52,16 +70,22 @@ void RichTextView::SetText(RichText text) {
     text_ = std::move(text);
     anchor_ = caret_ = 0;
     measurer_->ForgetPictures();
+    measurer_->MeasureCharacters(text_.Length() > kLongText);
     Arrange();
     Scroll(0, 0);
     Refresh();
+}
+
+void RichTextView::DoSetSize(int x, int y, int width, int height, int flags) {
+    scrollbars_.Fit(*this, width, height);
+    wxScrolled<wxWindow>::DoSetSize(x, y, width, height, flags);
 }
 
 void RichTextView::Arrange() {
     const int margin = FromDIP(kMargin);
     const int width = std::max(1, GetClientSize().x - 2 * margin);
     layout_ = DocumentLayout(text_, width, *measurer_);
-    SetVirtualSize(width, layout_.Height() + 2 * margin);
+    SetVirtualSize(width, static_cast<int>(std::min(layout_.Height() + 2 * margin, kMostHeight)));
     Refresh();
 }
 
@@ -71,27 +95,27 @@ void RichTextView::Paint() {
     dc.Clear();
     const int margin = FromDIP(kMargin);
     const int top = CalcUnscrolledPosition(wxPoint(0, 0)).y - margin;
-    dc.SetDeviceOrigin(margin, -top);
+    dc.SetDeviceOrigin(margin, 0);
     const std::vector<Line>& lines = layout_.Lines();
     for (std::size_t i = layout_.LineAt(top); i < lines.size() && lines[i].top < top + GetClientSize().y; ++i) {
-        PaintLine(dc, lines[i]);
+        PaintLine(dc, lines[i], static_cast<int>(lines[i].top - top));
     }
 }
 
-void RichTextView::PaintLine(wxDC& dc, const Line& line) {
-    PaintSelection(dc, line);
+void RichTextView::PaintLine(wxDC& dc, const Line& line, int top) {
+    PaintSelection(dc, line, top);
     if (line.bullet_of != nullptr) {
         const CharacterFormat format = line.pieces.empty() ? CharacterFormat{} : line.pieces.front().run->format;
         dc.SetFont(measurer_->FontOf(format));
-        dc.SetTextForeground(ToColour(format.color, wxSYS_COLOUR_WINDOWTEXT));
+        dc.SetTextForeground(LetterColour(format));
         dc.DrawText(ToWx(line.bullet_of->format.bullet), line.bullet_x,
-                    line.top + line.ascent - measurer_->HeightOf(format).ascent);
+                    top + line.ascent - measurer_->HeightOf(format).ascent);
     }
-    for (const Piece& piece : line.pieces) PaintPiece(dc, line, piece);
+    for (const Piece& piece : line.pieces) PaintPiece(dc, line, piece, top);
 }
 
-void RichTextView::PaintPiece(wxDC& dc, const Line& line, const Piece& piece) {
-    const int baseline = line.top + line.ascent;
+void RichTextView::PaintPiece(wxDC& dc, const Line& line, const Piece& piece, int line_top) {
+    const int baseline = line_top + line.ascent;
     if (piece.run->picture) {
         const wxSize size(piece.width, piece.picture_height);
         dc.DrawBitmap(measurer_->BitmapOf(*piece.run->picture, size), piece.x, baseline - size.y, true);
@@ -101,14 +125,14 @@ void RichTextView::PaintPiece(wxDC& dc, const Line& line, const Piece& piece) {
     const CharacterFormat& format = piece.run->format;
     const Measurer::Height height = measurer_->HeightOf(format);
     int top = baseline - height.ascent;
-    if (format.script == Script::Superscript) top = line.top;
-    if (format.script == Script::Subscript) top = line.top + line.height - height.ascent - height.descent;
+    if (format.script == Script::Superscript) top = line_top;
+    if (format.script == Script::Subscript) top = line_top + line.height - height.ascent - height.descent;
     if (format.background) {
         dc.SetPen(*wxTRANSPARENT_PEN);
         dc.SetBrush(ToColour(format.background, wxSYS_COLOUR_WINDOW));
         dc.DrawRectangle(piece.x, top, piece.width, height.ascent + height.descent);
     }
-    const wxColour colour = ToColour(format.color, wxSYS_COLOUR_WINDOWTEXT);
+    const wxColour colour = LetterColour(format);
     dc.SetFont(measurer_->FontOf(format));
     dc.SetTextForeground(colour);
     dc.DrawText(ToWx(piece.text), piece.x, top);
@@ -119,7 +143,7 @@ void RichTextView::PaintPiece(wxDC& dc, const Line& line, const Piece& piece) {
 }
 
 // Behind the text, so that it shows through.
-void RichTextView::PaintSelection(wxDC& dc, const Line& line) {
+void RichTextView::PaintSelection(wxDC& dc, const Line& line, int top) {
     const auto [from, to] = std::minmax(anchor_, caret_);
     wxColour colour = wxSystemSettings::GetColour(wxSYS_COLOUR_HIGHLIGHT);
     dc.SetPen(*wxTRANSPARENT_PEN);
@@ -135,7 +159,7 @@ void RichTextView::PaintSelection(wxDC& dc, const Line& line) {
             left = begin == piece.position ? 0 : widths[begin - piece.position - 1];
             right = widths[end - piece.position - 1];
         }
-        dc.DrawRectangle(piece.x + left, line.top, right - left, line.height);
+        dc.DrawRectangle(piece.x + left, top, right - left, line.height);
     }
 }
 

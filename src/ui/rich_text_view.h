@@ -8,6 +8,7 @@
 
 #include "ui/document/rich_text.h"
 #include "ui/document_layout.h"
+#include "ui/scrollbar_room.h"
 
 namespace qmtrain::ui {
 
@@ -25,12 +26,16 @@ public:
     std::u16string Selection() const;
     void SelectAll();
 
+protected:
+    void DoSetSize(int x, int y, int width, int height, int flags) override;
+
 private:
     void Arrange();
     void Paint();
-    void PaintLine(wxDC& dc, const Line& line);
-    void PaintPiece(wxDC& dc, const Line& line, const Piece& piece);
-    void PaintSelection(wxDC& dc, const Line& line);
+    // `top` is the line's, in the window.
+    void PaintLine(wxDC& dc, const Line& line, int top);
+    void PaintPiece(wxDC& dc, const Line& line, const Piece& piece, int line_top);
+    void PaintSelection(wxDC& dc, const Line& line, int top);
     void OnKey(wxKeyEvent& event);
     std::size_t PositionOf(const wxMouseEvent& event);
     void CopySelection() const;
@@ -38,6 +43,7 @@ private:
     RichText text_;
     DocumentLayout layout_;
     std::unique_ptr<ScreenMeasurer> measurer_;
+    ScrollbarRoom scrollbars_;
     std::size_t anchor_ = 0;  // the selection lies between the two
     std::size_t caret_ = 0;
 };

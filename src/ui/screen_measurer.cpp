@@ -3,6 +3,7 @@
 #include <wx/dcmemory.h>
 #include <wx/image.h>
 
+#include "core/text.h"
 #include "ui/picture_decoder.h"
 #include "ui/question_text.h"
 #include "ui/twips.h"
@@ -25,38 +26,68 @@ wxBitmap Frame(wxSize size) {
 
 }  // namespace
 
-const wxFont& ScreenMeasurer::FontOf(const CharacterFormat& format) {
+ScreenMeasurer::Face& ScreenMeasurer::FaceOf(const CharacterFormat& format) {
+    if (last_face_ != nullptr && last_format_ == format) return *last_face_;
     const bool small = format.script != Script::Normal;
     const FontKey key{format.font, format.half_points, format.bold, format.italic, format.underline, small};
-    auto found = fonts_.find(key);
-    if (found != fonts_.end()) return found->second;
-    const std::u16string& name = format.font.empty() ? kQuestionFont : format.font;
-    double points = (format.half_points > 0 ? format.half_points : kQuestionHalfPoints) / 2.0;
-    if (small) points *= kScriptScale;
-    wxFontInfo info(points);
-    info.FaceName(ToWx(name)).Bold(format.bold).Italic(format.italic).Underlined(format.underline);
-    wxFont font(info);
-    if (!font.IsOk()) font = window_.GetFont();
-    return fonts_.emplace(key, font).first->second;
+    auto found = faces_.find(key);
+    if (found == faces_.end()) {
+        const std::u16string& name = format.font.empty() ? kQuestionFont : format.font;
+        double points = (format.half_points > 0 ? format.half_points : kQuestionHalfPoints) / 2.0;
+        if (small) points *= kScriptScale;
+        wxFontInfo info(points);
+        info.FaceName(ToWx(name)).Bold(format.bold).Italic(format.italic).Underlined(format.underline);
+        wxFont font(info);
+        if (!font.IsOk()) font = window_.GetFont();
+        found = faces_.emplace(key, Face{.font = font}).first;
+    }
+    last_format_ = format;
+    last_face_ = &found->second;
+    return *last_face_;
+}
+
+int ScreenMeasurer::WidthOnScreen(std::u16string_view text, const Face& face) {
+    int width = 0;
+    int height = 0;
+    window_.GetTextExtent(ToWx(text), &width, &height, nullptr, nullptr, &face.font);
+    return width;
+}
+
+// Ideographs are as wide as one another, and so are the syllables of Hangul; a pair of surrogates is an ideograph or a
+// picture of the same width.
+int ScreenMeasurer::WidthOf(char16_t unit, Face& face) {
+    if (IsLowSurrogate(unit)) return 0;
+    if ((unit >= 0x3400 && unit < 0xA000) || IsHighSurrogate(unit)) unit = u'国';
+    if (unit >= 0xAC00 && unit < 0xD7A4) unit = u'가';
+    std::uint16_t& known = face.widths[unit >> 8][unit & 0xFF];
+    if (known == 0) known = static_cast<std::uint16_t>(WidthOnScreen({&unit, 1}, face) + 1);
+    return known - 1;
 }
 
 int ScreenMeasurer::Width(std::u16string_view text, const CharacterFormat& format) {
+    if (!by_character_) return WidthOnScreen(text, FaceOf(format));
+    Face& face = FaceOf(format);
     int width = 0;
-    int height = 0;
-    window_.GetTextExtent(ToWx(text), &width, &height, nullptr, nullptr, &FontOf(format));
+    for (const char16_t unit : text) width += WidthOf(unit, face);
     return width;
 }
 
 std::vector<int> ScreenMeasurer::Widths(std::u16string_view text, const CharacterFormat& format) {
+    std::vector<int> widths;
+    widths.reserve(text.size());
+    Face& face = FaceOf(format);
+    if (by_character_) {
+        int width = 0;
+        for (const char16_t unit : text) widths.push_back(width += WidthOf(unit, face));
+        return widths;
+    }
     wxClientDC dc(&window_);
-    dc.SetFont(FontOf(format));
+    dc.SetFont(face.font);
     wxArrayInt by_character;
     dc.GetPartialTextExtents(ToWx(text), by_character);
-    std::vector<int> widths;  // by unit: a pair of surrogates is one character there
-    std::size_t character = 0;
+    std::size_t character = 0;  // a pair of surrogates is one there
     for (const char16_t unit : text) {
-        const bool second_half = unit >= 0xDC00 && unit < 0xE000 && !widths.empty();
-        if (second_half && sizeof(wchar_t) == 4) {
+        if (IsLowSurrogate(unit) && !widths.empty() && sizeof(wchar_t) == 4) {
             widths.push_back(widths.back());
             continue;
         }
@@ -67,21 +98,25 @@ std::vector<int> ScreenMeasurer::Widths(std::u16string_view text, const Characte
 }
 
 Measurer::Height ScreenMeasurer::HeightOf(const CharacterFormat& format) {
-    int width = 0;
-    int height = 0;
-    int descent = 0;
-    window_.GetTextExtent(ToWx(u"国g"), &width, &height, &descent, nullptr, &FontOf(format));
-    return {height - descent, descent};
+    Face& face = FaceOf(format);
+    if (face.height.ascent < 0) {
+        int width = 0;
+        int height = 0;
+        int descent = 0;
+        window_.GetTextExtent(ToWx(u"国g"), &width, &height, &descent, nullptr, &face.font);
+        face.height = {height - descent, descent};
+    }
+    return face.height;
 }
 
 int ScreenMeasurer::Pixels(int twips) {
-    return ToPixels(window_, twips);
+    return twips == 0 ? 0 : ToPixels(window_, twips);
 }
 
 const wxBitmap& ScreenMeasurer::BitmapOf(const Picture& picture, wxSize size) {
     wxBitmap& bitmap = bitmaps_[{&picture, size.x, size.y}];
     if (bitmap.IsOk()) return bitmap;
-    const wxImage image = DecodePicture(PictureFile(picture));
+    const wxImage image = DecodePicture(picture, size);
     bitmap = image.IsOk() ? wxBitmap(image.Scale(size.x, size.y, wxIMAGE_QUALITY_HIGH)) : Frame(size);
     return bitmap;
 }

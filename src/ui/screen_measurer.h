@@ -1,6 +1,8 @@
 // Fonts and pictures of rich texts on a screen.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <tuple>
@@ -22,7 +24,11 @@ public:
     Height HeightOf(const CharacterFormat& format) override;
     int Pixels(int twips) override;
 
-    const wxFont& FontOf(const CharacterFormat& format);
+    const wxFont& FontOf(const CharacterFormat& format) { return FaceOf(format).font; }
+
+    // A long text is measured by the widths of its characters, each asked for once: to ask the screen for every line of
+    // it takes seconds. What that leaves out, kerning and ligatures, is a pixel here and there.
+    void MeasureCharacters(bool by_character) { by_character_ = by_character; }
 
     // The picture at that size; an empty frame when it cannot be read.
     const wxBitmap& BitmapOf(const Picture& picture, wxSize size);
@@ -33,8 +39,24 @@ public:
 private:
     using FontKey = std::tuple<std::u16string, int, bool, bool, bool, bool>;
 
+    // Widths of the characters with the same first byte, each one more than it is; 0 is not yet known.
+    using WidthsOfPage = std::array<std::uint16_t, 256>;
+
+    struct Face {
+        wxFont font;
+        Height height{-1, 0};  // not yet known
+        std::map<unsigned, WidthsOfPage> widths{};
+    };
+
+    Face& FaceOf(const CharacterFormat& format);
+    int WidthOnScreen(std::u16string_view text, const Face& face);
+    int WidthOf(char16_t unit, Face& face);
+
     wxWindow& window_;
-    std::map<FontKey, wxFont> fonts_;
+    std::map<FontKey, Face> faces_;
+    CharacterFormat last_format_;  // of last_face_
+    Face* last_face_ = nullptr;
+    bool by_character_ = false;
     std::map<std::tuple<const Picture*, int, int>, wxBitmap> bitmaps_;
 };
 

@@ -6,13 +6,23 @@
 #include "ui/twips.h"
 
 namespace qmtrain::ui {
+namespace {
+
+const wxColour kHeldColour(128, 128, 128);
+
+wxColour FreeColour() {
+    return wxSystemSettings::GetColour(wxSYS_COLOUR_ACTIVEBORDER);
+}
+
+}  // namespace
 
 SplitterBar::SplitterBar(wxWindow* parent, Direction direction) : wxPanel(parent) {
     SetDirection(direction);
+    SetBackgroundColour(FreeColour());
     Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) {
         dragging_ = true;
         grip_ = direction_ == Direction::LeftRight ? event.GetX() : event.GetY();
-        SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_BTNSHADOW));
+        SetBackgroundColour(kHeldColour);
         Refresh();
         if (!HasCapture()) CaptureMouse();
     });
@@ -42,9 +52,8 @@ void SplitterBar::Drop() {
     if (!dragging_) return;
     dragging_ = false;
     if (HasCapture()) ReleaseMouse();
-    SetBackgroundColour(wxNullColour);
+    SetBackgroundColour(FreeColour());
     Refresh();
-    if (OnDrop) OnDrop();
 }
 
 }  // namespace qmtrain::ui

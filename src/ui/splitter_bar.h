@@ -1,4 +1,4 @@
-// A bar between two panes that can be dragged.
+// A bar between two panes that can be dragged: grey while it is held, otherwise in the colour of window borders.
 #pragma once
 
 #include <functional>
@@ -20,9 +20,6 @@ public:
     // Called while the bar is dragged, with the edge (left or top, twips) where it is wanted. The owner moves the bar
     // there or leaves it where it is.
     std::function<void(int edge)> OnDrag;
-    // Called when the bar is let go.
-    std::function<void()> OnDrop;
-
     // "Down" while the mouse button is held on the bar.
     const char16_t* Tag() const { return dragging_ ? u"Down" : u""; }
 

@@ -182,6 +182,7 @@ TEST_F(QuestionItemTest, TheNetworkEditionTellsBanksAndSubjectsApart) {
 
 TEST_F(QuestionItemTest, TypeAndTheoryOutliveTheQuestionNothingElseDoes) {
     QuestionItem item;
+    EXPECT_EQ(DocumentsOf(item), kAbsent);
     Configure(item, true);
     Load(item, u"000101");
     Load(item, u"000501");
@@ -281,6 +282,43 @@ TEST_F(QuestionItemTest, OnlyTheNetworkEditionKeepsItsDatabaseOpen) {
     Load(alone, u"000301", kNoBank);
     Execute(u"Total.mdb", u"UPDATE Tbl_Subject SET C_DataName='Other.mdb'");
     EXPECT_TRUE(Load(alone, u"000501"));
+}
+
+TEST_F(QuestionItemTest, ABankThatCannotBeOpenedLeavesTheOneBefore) {
+    QuestionItem item;
+    Configure(item, false);
+    Load(item, u"000301");
+    for (const char16_t* code : {u"NONE", u"V'B"}) {
+        item.DataCode(code);
+        Load(item, u"000301", kNoBank);
+    }
+    Execute(u"Total.mdb", u"INSERT INTO Tbl_Subject VALUES ('GONE', 2, 'gone.mdb', NULL)");
+    item.DataCode(u"GONE");
+    Load(item, u"000301", kNoBank);
+    item.DataCode(u"VB");
+    item.IsNet(true);  // takes what is open, and there is no local paper database
+    EXPECT_TRUE(Load(item, u"000501"));
+    EXPECT_EQ(item.Answer(), u"操作的要求");
+}
+
+// As a host's own collection, whose items are not ours.
+class Shelf : public TextCollection {
+public:
+    std::int32_t Count() const override { return 2; }
+    std::u16string Item(std::int32_t place) const override { return place == 1 ? u"甲" : u"乙"; }
+};
+
+TEST_F(QuestionItemTest, OptionsMayBeAnyCollection) {
+    QuestionItem item;
+    Configure(item, true);
+    Load(item, u"000101");
+    EXPECT_EQ(item.ChoiceItems()->Keys(), (std::vector<std::u16string>{u"A", u"B", u"C"}));
+    const auto shelf = std::make_shared<Shelf>();
+    item.ChoiceItems(shelf);
+    EXPECT_EQ(item.ChoiceItems(), shelf);
+    EXPECT_EQ(item.ChoiceItems()->Count(), 2);
+    EXPECT_EQ(item.ChoiceItems()->Item(2), u"乙");
+    EXPECT_EQ(item.ChoiceItems()->Keys(), std::vector<std::u16string>());
 }
 
 TEST_F(QuestionItemTest, PathsAreThoseOfWindows) {

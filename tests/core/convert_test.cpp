@@ -134,6 +134,21 @@ TEST(ReadDate, Forms) {
         {"3 PM", "15:00:00"},
         {"12 Apr 2005", "2005/4/12"},
         {"April 12, 2005 8:00", "2005/4/12 8:00:00"},
+        {"99/1/1", "1999/1/1", DateOrder::MonthFirst},
+        {"30-1-2", "1930/1/2"},
+        {"29-1-2", "2029/1/2"},
+        {"2005-13-1", "2005/1/13"},  // the other way round when the month cannot be one
+        {"2005/13/1", "2005/1/13", DateOrder::MonthFirst},
+        {"12/2005", "2005/12/1", DateOrder::MonthFirst},
+        {"2005-12", "2005/12/1"},
+        {"12/45", "1945/12/1"},
+        {"Apr 2005", "2005/4/1"},
+        {"2005 Apr 8:00", "2005/4/1 8:00:00"},
+        {"Apr 45", "1945/4/1"},
+        {"45 Apr 12", "1945/4/12"},
+        {"13/40", ""},
+        {"0.5", ""},
+        {"Apr 0", ""},
         {"2004-2-29", "2004/2/29"},
         {"2005-2-29", ""},
         {"2005-13-40", ""},
@@ -201,6 +216,13 @@ TEST(ToWholeNumbers, Errors) {
     }
     EXPECT_EQ(ErrorOf([] { ToDecimal(Value(1e29)); }), 6);
     EXPECT_EQ(ErrorOf([] { ToLong(Value(u"x")); }), 13);
+    for (const char16_t* word : {u"True", u"False", u" true "}) {  // nothing but a Boolean takes them
+        EXPECT_EQ(ErrorOf([&] { ToInteger(Value(word)); }), 13);
+        EXPECT_EQ(ErrorOf([&] { ToDouble(Value(word)); }), 13);
+        EXPECT_EQ(ErrorOf([&] { ToDecimal(Value(word)); }), 13);
+        EXPECT_EQ(ToBoolean(Value(word)), std::u16string_view(word) != u"False");
+    }
+    EXPECT_EQ(ErrorOf([] { ToBoolean(Value(u"yes")); }), 13);
     EXPECT_EQ(ErrorOf([] { ToLong(Value(u"")); }), 13);
     EXPECT_EQ(ErrorOf([] { ToDate(Value(u"x")); }), 13);
     EXPECT_EQ(ErrorOf([] { ToDouble(Value(Bytes{1})); }), 13);

@@ -87,6 +87,9 @@ TEST(Utilities, Split) {
         EXPECT_TRUE(kUtilities.SplitVB5(c.text, c.delimiter, items, c.count, c.mode).IsEmpty());
         EXPECT_EQ(items, c.items) << ToUtf8(c.text) << " " << c.count;
     }
+    Items own = {u"x", u"a,b;c,d", u","};
+    kUtilities.SplitVB5(own[1], own[2], own, -1, 0);
+    EXPECT_EQ(own, (Items{u"a", u"b;c", u"d"})) << "a text and a delimiter out of the array itself";
     Items items;
     EXPECT_EQ(ErrorOf([&] { kUtilities.SplitVB5(u"a", u",", items, -1, 7); }), kInvalidCall);
 }

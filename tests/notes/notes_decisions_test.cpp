@@ -104,8 +104,8 @@ TEST(NotesTexts, QuestionsAndLines) {
 }
 
 // l: a list is shown, n: a note is shown, m, s: "Modify", "Save", t: a key, L: leaves the node, y: saves on leaving,
-// d: the note is deleted. The state: buttons "Modify", "Save", "Delete" that are on, then "open" when the note can be
-// typed into and its name is shown.
+// f: it could not be saved, d: the note is deleted. The state: buttons "Modify", "Save", "Delete" that are on, then
+// "open" when the note can be typed into and its name is shown.
 TEST(NotesEditing, StatesOfTheControls) {
     struct Case {
         const char* name;
@@ -130,6 +130,7 @@ TEST(NotesEditing, StatesOfTheControls) {
         {"left, not saved", "nmtLn", "MSD"},
         {"left for a list, not saved", "nmtLl", "-S-"},
         {"modify mode after leaving", "nmtLnm", "--D open"},
+        {"not saved", "nmtsf", "M-D"},
         {"deleted", "nmtdn", "M-D"},
         {"the last one deleted", "nmtdl", "---"},
     };
@@ -145,6 +146,7 @@ TEST(NotesEditing, StatesOfTheControls) {
                 case 't': editing.Typed(); break;
                 case 'L': editing.Leave(); break;
                 case 'y': editing.SavedOnLeaving(); break;
+                case 'f': editing.SaveFailed(); break;
                 default: editing.Deleted(); break;
             }
         }

@@ -1,5 +1,7 @@
 // The notes manager on a display.
 
+#include <wx/settings.h>
+
 #include "notes/frm_notes.h"
 #include "notes/ui_manage_notes.h"
 #include "notes_fixture.h"
@@ -104,7 +106,7 @@ TEST_F(NotesWindowTest, FromAllNotesToABankToANote) {
                           (Texts{"判断", ToUtf8(kLongNameShown), "选择", "填空", "操作"}));
                 EXPECT_EQ(Rows(*window->LvNotes), (Texts{"第三题库|1", "VB & SQL|5"}));
                 EXPECT_EQ(Utf8(window->LblModuleTitle->GetLabelText()), "所有笔记");
-                EXPECT_EQ(Buttons(*window), "PRE NEXT ");
+                EXPECT_EQ(Buttons(*window), "");
                 DoubleClickRow(*window->LvNotes, 1);
             })
             .Await("the bank", [&] { return window->SelectedKey() == u"DataVB"; })
@@ -114,7 +116,10 @@ TEST_F(NotesWindowTest, FromAllNotesToABankToANote) {
                           (Texts{"判断|5|不祥", ToUtf8(kLongNameShown) + "|5|2005年04月02日", "选择|5|2005年04月05日",
                                  "填空|5|2005年04月09日", "操作|5|2005年04月10日"}));
                 EXPECT_EQ(window->LvNotes->SelectedIndex(), -1);
-                EXPECT_EQ(Buttons(*window), "PRE NEXT ");
+                for (int column = 0; column < 3; ++column) {
+                    EXPECT_EQ(window->LvNotes->GetColumnWidth(column), wxLIST_DEFAULT_COL_WIDTH);
+                }
+                EXPECT_EQ(Buttons(*window), "");
                 EXPECT_EQ(Views(), u"4 4 4 4 4 4 4");
                 DoubleClickRow(*window->LvNotes, 2);
             })
@@ -122,7 +127,7 @@ TEST_F(NotesWindowTest, FromAllNotesToABankToANote) {
             .Do([&] {
                 EXPECT_FALSE(window->PicList->IsShown());
                 EXPECT_TRUE(window->PicPane->IsShown());
-                EXPECT_EQ(Buttons(*window), "Modify Delete PRE NEXT ");
+                EXPECT_EQ(Buttons(*window), "Modify Delete ");
                 EXPECT_EQ(Utf8(window->LblNoteName->GetLabelText()), "选择");
                 EXPECT_EQ(Utf8(window->LblNoteCreateDate->GetLabelText()), "创建日期：2005年04月05日");
                 EXPECT_EQ(Utf8(window->LblViewTimes->GetLabelText()), "查看次数：6次");
@@ -148,12 +153,12 @@ TEST_F(NotesWindowTest, LeavingAChangedNoteAsksOnce) {
     InWindow([&](FrmNotes& window) {
         window.SelectKey(u"Note1");
         Change(window, u"新名", u"第一行\n第二行");
-        EXPECT_EQ(Buttons(window), "Save Delete PRE NEXT ");
+        EXPECT_EQ(Buttons(window), "Save Delete ");
         boxes.Expect(wxID_NO);
         window.SelectKey(u"Note3");
         EXPECT_EQ(boxes.Said(), (Texts{question}));
         EXPECT_EQ(Stored(1), u"选择|选择\r\n第二行|5");
-        EXPECT_EQ(Buttons(window), "Modify Save Delete PRE NEXT ");  // nobody has pressed "Save"
+        EXPECT_EQ(Buttons(window), "Modify Save Delete ");  // nobody has pressed "Save"
         EXPECT_EQ(window.TxtNoteName->GetValue(), ui::ToWx(u"判断"));
 
         window.SelectKey(u"Note1");
@@ -162,7 +167,7 @@ TEST_F(NotesWindowTest, LeavingAChangedNoteAsksOnce) {
         window.SelectKey(u"Data3");
         EXPECT_EQ(boxes.Said(), (Texts{question}));
         EXPECT_EQ(Stored(1), u"新名|第一行\r\n第二行|6");  // viewed twice
-        EXPECT_EQ(Buttons(window), "PRE NEXT ");
+        EXPECT_EQ(Buttons(window), "");
         EXPECT_EQ(Rows(*window.LvNotes), (Texts{"独立|5|2005年04月01日"}));
         EXPECT_EQ(Children(*window.TvNotes, window.TvNotes->GetLastChild(window.TvNotes->GetRootItem()))[2], "新名");
 
@@ -183,7 +188,7 @@ TEST_F(NotesWindowTest, SavesWhatIsTyped) {
         .Do([&] {
             window.SelectKey(u"Note1");
             window.ToolbarNotes_ButtonClick(u"mODIFY");
-            EXPECT_EQ(Buttons(window), "Delete PRE NEXT ");
+            EXPECT_EQ(Buttons(window), "Delete ");
             EXPECT_EQ(Utf8(window.LblNoteCreateDate->GetLabelText()), "笔记名称：");
             EXPECT_TRUE(window.TxtNoteName->IsShown());
             EXPECT_TRUE(window.TxtNote->IsEditable());
@@ -195,10 +200,12 @@ TEST_F(NotesWindowTest, SavesWhatIsTyped) {
         .Await("a key", [&] { return window.ButtonEnabled(u"Save"); })
         .Do([&] {
             window.ToolbarNotes_ButtonClick(u"Save");
-            EXPECT_EQ(Buttons(window), "Delete PRE NEXT ");
+            EXPECT_EQ(Buttons(window), "Delete ");
             EXPECT_EQ(Stored(1), kLongName + u"z|选择\r\n第二行|5");
             EXPECT_EQ(window.TvNotes->GetItemText(window.TvNotes->GetSelection()), ui::ToWx(kLongNameShown));
-            EXPECT_EQ(Utf8(window.LblModuleTitle->GetLabelText()), ToUtf8(kLongNameShown));
+            EXPECT_EQ(Utf8(window.LblNoteName->GetLabelText()), ToUtf8(kLongNameShown));
+            EXPECT_FALSE(window.LblModuleTitle->IsShownOnScreen()) << "the name stands there twice";
+            EXPECT_FALSE(window.LblFailed->IsShown());
             EXPECT_EQ(Utf8(window.LblNoteCreateDate->GetLabelText()), "创建日期：2005年04月05日");
             EXPECT_FALSE(window.TxtNoteName->IsShown());
             EXPECT_FALSE(window.TxtNote->IsEditable());
@@ -211,6 +218,11 @@ TEST_F(NotesWindowTest, SavesWhatIsTyped) {
             Execute(u"DELETE FROM Notes WHERE NoteID=3");  // meanwhile
             window.ToolbarNotes_ButtonClick(u"Save");
             EXPECT_EQ(Log().back().message, "对笔记[3]修改保存失败");
+            EXPECT_EQ(Utf8(window.LblFailed->GetLabelText()), "笔记[名]没有保存：数据库中已经没有这条笔记。");
+            EXPECT_TRUE(window.LblFailed->IsShownOnScreen());
+            EXPECT_EQ(Buttons(window), "Modify Delete ");  // to try again
+            window.SelectKey(u"Note1");
+            EXPECT_FALSE(window.LblFailed->IsShown());
         })
         .DoLast([] { Press(WXK_ESCAPE); });  // the box that had the focus is hidden
     script.Play(window);
@@ -247,7 +259,7 @@ TEST_F(NotesWindowTest, Deletes) {
         window.SelectKey(u"Note1");
         Change(window, u"新名", u"新");
         EXPECT_EQ(remove(u"Note1", wxID_YES), "Note4");  // the next one, and nothing to save
-        EXPECT_EQ(Buttons(window), "Modify Delete PRE NEXT ");
+        EXPECT_EQ(Buttons(window), "Modify Delete ");
         EXPECT_FALSE(window.TxtNote->IsEditable());
         EXPECT_FALSE(window.TxtNoteName->IsShown());
         EXPECT_EQ(remove(u"Note5", wxID_YES), "Note4");  // the one before
@@ -257,7 +269,7 @@ TEST_F(NotesWindowTest, Deletes) {
         EXPECT_EQ(remove(u"Note6", wxID_YES), "Data3");  // the last one of its bank
         EXPECT_FALSE(window.LvNotes->IsShown());
         EXPECT_EQ(Utf8(window.LblNoNote->GetLabelText()), "模块[第三题库]没有笔记！");
-        EXPECT_EQ(Buttons(window), "PRE NEXT ");
+        EXPECT_EQ(Buttons(window), "");
         window.ToolbarNotes_ButtonClick(u"Delete");  // not a note
         window.SelectKey(kRootKey);
         EXPECT_EQ(Rows(*window.LvNotes), (Texts{"第三题库|0", "VB & SQL|2"}));
@@ -265,6 +277,23 @@ TEST_F(NotesWindowTest, Deletes) {
     EXPECT_EQ(ids(), u"2 4 7");
     EXPECT_EQ(boxes.Said().size(), 4U);
     EXPECT_EQ(LoggedFunctions(), "");
+}
+
+TEST_F(NotesWindowTest, WhatCannotBeDeletedStays) {
+    test::MessageBoxes boxes;
+    // Another program's table that needs the note.
+    Execute(
+        u"CREATE TABLE Mark (NoteID LONG CONSTRAINT Marked REFERENCES Notes (NoteID));"
+        u"INSERT INTO Mark VALUES (1)");
+    InWindow([&](FrmNotes& window) {
+        window.SelectKey(u"Note1");
+        boxes.Expect(wxID_YES);
+        window.ToolbarNotes_ButtonClick(u"Delete");
+        EXPECT_EQ(window.SelectedKey(), u"Note1");
+        EXPECT_EQ(Utf8(window.LblFailed->GetLabelText()),
+                  "笔记[选择]没有删除：不能删除或更改记录：表“Mark”中有相关的记录。");
+    });
+    EXPECT_EQ(LoggedFunctions(), "Note.Delete");
 }
 
 TEST_F(NotesWindowTest, ShowsAnswersInBoxes) {
@@ -307,7 +336,7 @@ TEST_F(NotesWindowTest, WhatDoesNothing) {
             }
             window.TxtNote->SetValue("typed");
             window.TxtNoteName->SetValue("typed");
-            EXPECT_EQ(Buttons(window), "Modify Delete PRE NEXT ");
+            EXPECT_EQ(Buttons(window), "Modify Delete ");
             EXPECT_FALSE(window.SelectKey(u"Note99"));
             window.SelectKey(u"note1");
             wxRect area;
@@ -325,7 +354,7 @@ TEST_F(NotesWindowTest, WhatDoesNothing) {
 TEST_F(NotesWindowTest, BarsStayAwayFromTheEdges) {
     InWindow([](FrmNotes& window) {
         window.SelectKey(u"Note1");
-        const int width = ui::ToTwips(window, window.PicContent->GetClientSize().x);
+        const int width = ui::ToTwips(window, window.GetClientSize().x);
         const int height = ui::ToTwips(window, window.PicPane->GetClientSize().y);
         const auto left = [&](int edge) {
             window.PicLeftRight->OnDrag(edge);
@@ -334,8 +363,12 @@ TEST_F(NotesWindowTest, BarsStayAwayFromTheEdges) {
         };
         const auto top = [&](int edge) {
             window.PicTopBottom->OnDrag(edge);
-            EXPECT_EQ(window.PicQuestion->GetSize().y, window.PicTopBottom->GetPosition().y);
-            return window.PicTopBottom->GetPosition().y;
+            const wxRect bar = window.PicTopBottom->GetRect();
+            const wxRect note = window.PicNote->GetRect();
+            EXPECT_EQ(window.PicQuestion->GetSize().y, bar.y - 2);  // 30 twips
+            EXPECT_EQ(note.y, bar.y + bar.height + 2);
+            EXPECT_EQ(note.y + note.height, window.PicPane->GetClientSize().y - 4);
+            return bar.y;
         };
         for (int pixel = 41; pixel < 200; ++pixel) EXPECT_EQ(left(15 * pixel), pixel);
         EXPECT_EQ(left(600), 199);
@@ -351,15 +384,50 @@ TEST_F(NotesWindowTest, BarsStayAwayFromTheEdges) {
     });
 }
 
-TEST_F(NotesWindowTest, OpensEmptyWithoutADatabase) {
+TEST_F(NotesWindowTest, ABarIsGreyWhileItIsHeld) {
+    FrmNotes window(NotesOf(true, 1, 7));
+    const ui::SplitterBar& bar = *window.PicLeftRight;
+    const wxColour free = bar.GetBackgroundColour();
+    WindowScript script;
+    script
+        .Do([&] {
+            test::MoveTo(bar, {2, 50});
+            wxUIActionSimulator().MouseDown();
+        })
+        .Await("grey", [&] { return bar.GetBackgroundColour() == wxColour(128, 128, 128); })
+        .Do([] { wxUIActionSimulator().MouseUp(); })
+        .Await("the border's colour", [&] { return bar.GetBackgroundColour() == free; });
+    script.Play(window);
+    EXPECT_EQ(free, wxSystemSettings::GetColour(wxSYS_COLOUR_ACTIVEBORDER));
+}
+
+TEST_F(NotesWindowTest, SaysWhyItIsEmpty) {
+    const auto line = [](const FrmNotes& window) { return Utf8(window.LblBottom->GetLabelText()); };
+    std::filesystem::resize_file(ClientFile(), 30000);
+    InWindow([&](FrmNotes& window) {
+        EXPECT_EQ(line(window), "练习记录数据库 Client.mdb 已损坏，不能读取。 详细原因见日志 QmTrainInfo.Log。");
+    });
     std::filesystem::remove(ClientFile());
-    InWindow([](FrmNotes& window) {
+    InWindow([&](FrmNotes& window) {
         EXPECT_EQ(window.TvNotes->GetCount(), 0U);
         EXPECT_EQ(window.SelectedKey(), u"");
-        EXPECT_EQ(Buttons(window), "PRE NEXT ");
+        EXPECT_EQ(Buttons(window), "");
+        EXPECT_EQ(line(window), "找不到练习记录数据库 Client.mdb。 详细原因见日志 QmTrainInfo.Log。");
         for (const std::u16string_view key : {u"Modify", u"Save", u"Delete"}) window.ToolbarNotes_ButtonClick(key);
     });
-    EXPECT_EQ(LoggedFunctions(), "FrmNotes.InitNoteObject:");
+    CreateClientDatabase(Path());
+    Execute(u"DROP TABLE Notes");
+    InWindow([&](FrmNotes& window) {
+        EXPECT_EQ(line(window),
+                  "练习记录数据库 Client.mdb 已损坏：其中缺少需要的表或字段。 详细原因见日志 QmTrainInfo.Log。");
+        EXPECT_EQ(window.SelectedKey(), kRootKey);
+    });
+}
+
+TEST_F(NotesWindowTest, ACatalogueThatIsMissingIsNotTheClientDatabase) {
+    std::filesystem::remove(folder_.Path() / "Total.mdb");
+    InWindow(NotesOf(false, 1, 7),
+             [](FrmNotes& window) { EXPECT_EQ(Utf8(window.LblBottom->GetLabelText()), "共 6 条笔记"); });
 }
 
 TEST_F(NotesWindowTest, SaysThatThereAreNoNotes) {
@@ -370,20 +438,49 @@ TEST_F(NotesWindowTest, SaysThatThereAreNoNotes) {
     });
 }
 
-TEST_F(NotesWindowTest, EscapeLeavesTheNoteToo) {
-    test::MessageBoxes boxes;
-    FrmNotes window(NotesOf(true, 1, 7));
-    WindowScript script;
-    script
-        .Do([&] {
-            window.SelectKey(u"Note1");
-            Change(window, u"新名", u"新");
-            boxes.Expect(wxID_YES);
-        })
-        .DoLast([] { Press(WXK_ESCAPE); });
-    script.Play(window);
-    EXPECT_EQ(boxes.Said(), (Texts{"保存修改: 笔记[选择]已改变\r\n是否保存？"}));
-    EXPECT_EQ(Stored(1), u"新名|新|5");
+TEST_F(NotesWindowTest, ClosingAsksForTextThatIsNotSaved) {
+    struct Case {
+        const char* name;
+        int answer;
+        bool fails;  // the note is gone meanwhile
+        bool closes;
+        std::u16string stored;
+    };
+    const Case cases[] = {
+        {"called off", wxID_CANCEL, false, false, u"选择|选择\r\n第二行|5"},
+        {"dropped", wxID_NO, false, true, u"选择|选择\r\n第二行|6"},
+        {"saved", wxID_YES, false, true, u"新名|新|7"},
+        {"cannot be saved", wxID_YES, true, false, u"||"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        test::MessageBoxes boxes;
+        FrmNotes window(NotesOf(true, 1, 7));
+        WindowScript script;
+        script
+            .Do([&] {
+                window.SelectKey(u"Note1");
+                Change(window, u"新名", u"新");
+                if (c.fails) Execute(u"DELETE FROM Notes WHERE NoteID=1");
+                boxes.Expect(c.answer);
+            })
+            .Do([&] { Press(WXK_ESCAPE); });
+        if (c.closes) {
+            script.DoLast([] {});
+        } else {
+            script.Await("the question", [&] { return boxes.HasSaid(); }).Do([&] {
+                EXPECT_TRUE(window.IsShown());
+                EXPECT_EQ(window.LblFailed->IsShown(), c.fails);
+                EXPECT_EQ(Utf8(window.TxtNote->GetValue()), "新");
+                EXPECT_TRUE(window.TxtNote->IsEditable());
+                EXPECT_EQ(Buttons(window), "Save Delete ");
+            });
+        }
+        script.Play(window);
+        const std::string name = c.fails ? "新名" : "选择";  // saved by the case before
+        EXPECT_EQ(boxes.Said(), (Texts{"保存修改: 笔记[" + name + "]已改变\r\n是否保存？"}));
+        EXPECT_EQ(Stored(1), c.stored);
+    }
 }
 
 TEST_F(NotesWindowTest, HasALeastSize) {

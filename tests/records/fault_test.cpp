@@ -129,9 +129,6 @@ TEST_F(FaultTest, OfResults) {
         {"TrainResult.Add", "QuestionNo", Sql(u"ALTER TABLE TrainResult DROP QuestionNo"),
          [&] { return Shown({AddResult(1, 1, u"A2", 6, 2)}); }, "False",
          Sql(u"ALTER TABLE TrainResult ADD QuestionNo LONG"), "True"},
-        {"TrainResult.Add", "Trai", Sql(u""),  // no such training
-         [&, train = 77]() mutable { return Shown({AddResult(std::exchange(train, 1), 1, u"A3", 6, 2)}); }, "False",
-         Sql(u""), "True"},
         {"TrainResult.Update", "'", Sql(u""), [&] { return update(code); }, "False", [&] { code = u"B1"; }, "True"},
         {"TrainResult.LoadTrianResultItem", "类型不匹配",
          Sql(u"ALTER TABLE TrainResult DROP Difficult; ALTER TABLE TrainResult ADD Difficult TEXT(9);"
@@ -144,10 +141,10 @@ TEST_F(FaultTest, OfResults) {
         {"TrainResult.GetRecordset", "类型不匹配",
          Sql(u"UPDATE Tbl_QuestionType SET SubjectCode='C' WHERE SubjectCode='2'"),
          [&] { return RowsOf(result_.GetRecordset(1)); }, "none",
-         Sql(u"UPDATE Tbl_QuestionType SET SubjectCode='2' WHERE SubjectCode='C'"), "3"},
+         Sql(u"UPDATE Tbl_QuestionType SET SubjectCode='2' WHERE SubjectCode='C'"), "2"},
         {"TrainResult.GetTrainBaseInfo", "OperationNo", Sql(u"ALTER TABLE TrainInfo DROP OperationNo"),
          [&] { return RowsOf(result_.GetRecordset(1)); }, "none", Sql(u"ALTER TABLE TrainInfo ADD OperationNo LONG"),
-         "3"},
+         "2"},
     };
     for (const Fault& fault : faults) Provoke(fault);
 }

@@ -83,6 +83,36 @@ TEST_F(TrainResultTest, NullsHaveTheirStandIns) {
     EXPECT_EQ(Shown(result_), "1||||0|0|1|4");
 }
 
+// Hosts record results before their training, and delete a training without them.
+TEST_F(TrainResultTest, ResultsNeedNoTraining) {
+    EXPECT_TRUE(AddResult(1, 1, u"A1", 5, 1));
+    EXPECT_EQ(AddTrain(), 1);
+    EXPECT_TRUE(result_.LoadTrainResultItem(1, u"B1", u"A1"));
+    Execute(u"DELETE FROM TrainInfo");
+    EXPECT_TRUE(result_.LoadTrainResultItem(1, u"B1", u"A1"));
+
+    // A file that ties them together keeps to it.
+    Execute(u"DELETE FROM TrainResult");
+    Execute(u"ALTER TABLE TrainResult ADD CONSTRAINT Tied FOREIGN KEY (TrainID) REFERENCES TrainInfo (TrainID)");
+    EXPECT_FALSE(AddResult(9, 1, u"A1", 5, 1));
+    EXPECT_TRUE(AddResult(AddTrain(), 1, u"A2", 5, 1));
+    EXPECT_EQ(Log().size(), 1U);
+}
+
+TEST_F(TrainResultTest, ColumnsOfNumbersTakeNoWords) {
+    AddTrain();
+    for (const char16_t* column : {u"UserId", u"Score"}) {
+        const auto rows = Open()->OpenRecordset(u"Select * From TrainInfo");
+        rows->Edit();
+        const auto write = [&] {
+            rows->Fields(column).Value(u"True");
+            rows->Update();
+        };
+        EXPECT_EQ(ErrorOf(write).Number(), static_cast<std::int32_t>(ErrorNumber::DataTypeConversion));
+    }
+    EXPECT_EQ(Column(u"Select UserId From TrainInfo", u"UserId"), u"7");
+}
+
 TEST_F(TrainResultTest, LongTextsAndQuotes) {
     AddTrain();
     std::u16string text;

@@ -60,7 +60,7 @@ TEST(AnswerText, InTheGrid) {
         {"a single choice", 1, u"单项选择题", u"2", u"B"},
         {"several letters", 27, u"多项选择题", u"5", u"AC"},
         {"letters already", 1, u"单选题", u"C", u"C"},
-        {"no letter", 1, u"单选题", u"0", u"0"},
+        {"no choice", 1, u"单选题", u"0", u""},
         {"right", 26, u"判断题", u"-1", u"对"},
         {"wrong", 26, u"判断题", u"0", u"错"},
         {"wrong in other words", 26, u"是非题", u"x", u"错"},
@@ -69,20 +69,28 @@ TEST(AnswerText, InTheGrid) {
         {"empty", 26, u"判断题", u"", u""},
         {"empty fill-in", 28, u"", u"", u""},
     };
-    for (const Case& c : cases) EXPECT_EQ(GridAnswer(c.type, c.type_name, c.stored), c.text) << c.name;
+    for (const Case& c : cases) {
+        EXPECT_EQ(ShownAnswer(c.type, KindOfType(c.type, c.type_name), c.stored), c.text) << c.name;
+    }
 }
 
 TEST(AnswerText, BesideTheQuestion) {
     struct Case {
+        std::int32_t type;
         const char16_t* kind;
         const char16_t* stored;
         std::u16string text;
     };
-    for (const Case& c : {Case{u"单选题", u"8", u"D"}, Case{u"多选题", u"3", u"AB"}, Case{u"单选题", u"A", u"A"},
-                          Case{u"是非题", u"-1", u"对"}, Case{u"是非题", u"0", u"错"}, Case{u"是非题", u"", u""},
-                          Case{u"填空题", u"a#b@c", u"a 或 b 与 c"}, Case{u"操作题", u"[YY]x", u"x"},
-                          Case{u"填空题", u"-1", u"-1"}, Case{u"单选题", u"", u""}}) {
-        EXPECT_EQ(PaneAnswer(c.kind, c.stored), c.text) << ToUtf8(c.kind) << " " << ToUtf8(c.stored);
+    for (const Case& c :
+         {Case{1, u"单选题", u"8", u"D"}, Case{27, u"多选题", u"3", u"AB"}, Case{1, u"单选题", u"A", u"A"},
+          Case{1, u"单选题", u"0", u""}, Case{30, u"单选题", u"2", u"B"}, Case{1, u"单选题", u"", u""},
+          Case{26, u"是非题", u"-1", u"对"}, Case{26, u"是非题", u"0", u"错"}, Case{26, u"是非题", u"", u""},
+          Case{11, u"填空题", u"a#b@c", u"a 或 b 与 c"}, Case{30, u"操作题", u"[YY]x", u"x"},
+          // As in the grid.
+          Case{11, u"填空题", u"-1", u"对"}, Case{30, u"操作题", u"-1", u"-1"}}) {
+        EXPECT_EQ(ShownAnswer(c.type, KindOfQuestion(c.kind), c.stored), c.text)
+            << ToUtf8(c.kind) << " " << ToUtf8(c.stored);
+        EXPECT_TRUE(c.type == 30 || PaneAnswer(c.kind, c.stored) == c.text) << ToUtf8(c.kind);
     }
 }
 

@@ -25,7 +25,8 @@ protected:
 
     static ui::ListRow RowOf(std::u16string_view code, std::u16string_view rec_no) {
         ui::ListRow row;
-        row.cells.resize(kPaperColumns);
+        row.cells.resize(kPaperCells);
+        row.cells[kTypeNumber] = rec_no == u"000501" ? u"30" : u"1";
         row.cells[kDataCode] = code;
         row.cells[kRecNo] = rec_no;
         return row;
@@ -42,7 +43,7 @@ TEST_F(PaperRowsTest, CellsOfEachKindOfQuestion) {
     std::vector<std::string> shown;
     for (const ui::ListRow& row : Rows()) {
         std::string text = ToUtf8(row.key);
-        for (const std::u16string& cell : row.cells) text += "|" + ToUtf8(cell);
+        for (std::size_t column = 0; column < kPaperColumns; ++column) text += "|" + ToUtf8(row.cells[column]);
         shown.push_back(text);
     }
     EXPECT_EQ(shown, (std::vector<std::string>{
@@ -60,6 +61,27 @@ TEST_F(PaperRowsTest, AnAnswerBeyondAllLettersIsShownAsItIs) {
     Execute(u"UPDATE TrainResult SET StudentAnswer='99999999999' WHERE QuestionType=1");
     EXPECT_EQ(Rows()[0].cells[kStudentAnswer], u"99999999999");
     EXPECT_EQ(Rows().size(), 6U);
+}
+
+TEST_F(PaperRowsTest, AnswersMayBeDocuments) {
+    Execute(
+        u"UPDATE TrainResult SET Answer='{\\rtf1 第{\\b 一}\\par 第二\\par }', StudentAnswer='甲' & Chr(10) & '{乙}'"
+        u" WHERE QuestionType=11");
+    const ui::ListRow row = Rows()[1];
+    EXPECT_EQ(row.cells[kStandardAnswer], u"第一\n第二");
+    PaperSource gone = Source(true);
+    gone.local_paper_mdb += u"x";
+    const QuestionPanes panes = ShowQuestionItem(gone, row);
+    EXPECT_EQ(panes.answer.PlainText(), u"标准答案：第一\n第二\n考生答案：甲\n{乙}");
+    EXPECT_TRUE(panes.answer.Paragraphs()[0].runs[1].format.bold);
+}
+
+TEST_F(PaperRowsTest, AnySubjectIsThatOfTheTraining) {
+    PaperSource source = Source(true);
+    source.subject_code = -1;
+    const QuestionPanes panes = ShowQuestionItem(source, Rows()[0]);
+    EXPECT_EQ(panes.title.PlainText(), u"请  选择");
+    EXPECT_EQ(panes.answer.PlainText(), u"标准答案：B\n考生答案：C");
 }
 
 TEST_F(PaperRowsTest, PanesInBothEditions) {
@@ -93,25 +115,26 @@ TEST_F(PaperRowsTest, PanesInBothEditions) {
 
 TEST_F(PaperRowsTest, WhatCannotBeLoadedSaysSoAndKeepsTheRest) {
     const std::u16string no_bank = u"无法完成对题库的初始化!所对应的题库可能不存或者题库已损坏!";
-    const ui::ListRow unknown_bank = RowOf(u"NO", u"000501");
-    QuestionPanes panes = ShowQuestionItem(Source(false), unknown_bank);
+    Execute(u"UPDATE TrainResult SET Answer='要求', StudentAnswer='a#b' WHERE DataCode='NO'");
+    QuestionPanes panes = ShowQuestionItem(Source(false), Rows()[5]);
     EXPECT_EQ(panes.title.PlainText(), no_bank);
-    EXPECT_EQ(panes.answer.PlainText(), u"");
+    EXPECT_EQ(panes.answer.PlainText(), u"标准答案：要求\n考生答案：a 或 b");
     EXPECT_EQ(panes.error.PlainText(), u"没有题库");
 
     PaperSource no_file = Source(true);
     no_file.local_paper_mdb += u"x";
     const std::size_t logged = Log().size();
-    panes = ShowQuestionItem(no_file, RowOf(u"VB", u"000101"));
+    panes = ShowQuestionItem(no_file, Rows()[0]);
     EXPECT_EQ(panes.title.PlainText(), u"该试题无法显示。");
+    EXPECT_EQ(panes.answer.PlainText(), u"标准答案：B\n考生答案：C");
     EXPECT_EQ(panes.error.PlainText(), u"选错了");
     ASSERT_EQ(Log().size(), logged + 1);
     EXPECT_EQ(Log().back().function, "FrmViewPaper.ShowQuestionItem");
 
     PaperSource no_client = Source(true);
     no_client.client_path += u"/no";
-    panes = ShowQuestionItem(no_client, RowOf(u"VB", u"000301"));
-    EXPECT_EQ(panes.answer.PlainText(), u"标准答案：对\n考生答案：");
+    panes = ShowQuestionItem(no_client, Rows()[2]);
+    EXPECT_EQ(panes.answer.PlainText(), u"标准答案：对\n考生答案：错");
 }
 
 }  // namespace

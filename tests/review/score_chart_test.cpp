@@ -29,7 +29,7 @@ TEST(ScoreSeries, RatesAsTextAndNumber) {
         {50, 60, "100.0", 100}, {3000, 2000, "66.7", 66.7}, {100, 100, "100.0", 100},
     };
     for (const Case& c : cases) {
-        const ScorePoint point = ToScorePoint(Date{38454}, c.paper, c.got);
+        const ScorePoint point = ToScorePoint(57, Date{38454}, c.paper, c.got);
         EXPECT_EQ(ToUtf8(point.rate), c.text);
         EXPECT_EQ(point.percent, c.percent) << c.text;
         EXPECT_EQ(point.start, Date{38454});

@@ -2,8 +2,13 @@
 
 #include "review/training_row.h"
 
+#ifndef _WIN32
+#include <locale.h>
+#endif
+
 #include "records/client_fixture.h"
 #include "review/history_sort.h"
+#include "support/environment.h"
 
 namespace qmtrain::review {
 namespace {
@@ -39,6 +44,7 @@ TEST(TrainingRow, ScoresDecideTextsIconAndWarning) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
+        test::SetEnvironment("LC_ALL", "C");
         const ui::ListRow row = ToListRow(WithScores(c.paper, c.got));
         EXPECT_EQ(Joined(row.cells), "05/04/02 09:05|笔试|01:02:05|" + std::string(c.cells));
         EXPECT_EQ(row.icon, c.passed ? 1 : 2);
@@ -46,6 +52,21 @@ TEST(TrainingRow, ScoresDecideTextsIconAndWarning) {
         EXPECT_EQ(row.key, u"NOTE57");
     }
 }
+
+#ifndef _WIN32
+TEST(TrainingRow, DatesHaveTheSeparatorOfTheRegion) {
+    const std::pair<const char*, const char*> regions[] = {
+        {"C", "05/04/02 09:05"}, {"zh_CN.UTF-8", "05-04-02 09:05"}, {"de_DE.UTF-8", "05.04.02 09:05"}};
+    for (const auto& [region, date] : regions) {
+        locale_t known = newlocale(LC_TIME_MASK, region, nullptr);
+        if (known == nullptr) continue;  // not on this machine
+        freelocale(known);
+        test::SetEnvironment("LC_ALL", region);
+        EXPECT_EQ(ToUtf8(ToListRow(WithScores(1, 1)).cells[0]), date);
+    }
+    test::SetEnvironment("LC_ALL", "C");
+}
+#endif
 
 TEST(TrainingRow, TimesKindsAndKeys) {
     const std::pair<std::int32_t, std::u16string> times[] = {

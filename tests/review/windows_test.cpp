@@ -1,10 +1,10 @@
 // The history and the paper review on a display, used with mouse and keyboard.
 
+#include <fstream>
 #include <memory>
 
 #include <wx/modalhook.h>
 
-#include "records/train_info.h"
 #include "review/frm_train.h"
 #include "review/frm_view_paper.h"
 #include "review/training_row.h"
@@ -143,6 +143,18 @@ TEST_F(HistoryWindowTest, ListsTrainingsNewestFirst) {
     EXPECT_EQ(FailedFunctions(), std::vector<std::string>());
 }
 
+TEST_F(HistoryWindowTest, AHostThatNamesNobodySeesAllTrainings) {
+    AddThreeTrainings();
+    Execute(u"UPDATE TrainInfo SET UserId=TrainID, SubjectCode=10*TrainID");
+    UITrain history;
+    history.ClientPath(Path());
+    WindowScript script;
+    script.Await("the window", [] { return Shown<FrmTrain>() != nullptr; }).Do([] {
+        EXPECT_EQ(Shown<FrmTrain>()->LvTrainInfo->GetItemCount(), 3);
+    });
+    script.Play([&] { history.ShowUI(); });
+}
+
 TEST_F(HistoryWindowTest, HeadersSortAndTheSelectionStaysWithItsTraining) {
     AddThreeTrainings();
     FrmTrain window;
@@ -176,22 +188,122 @@ TEST_F(HistoryWindowTest, HeadersSortAndTheSelectionStaysWithItsTraining) {
     script.Play(window);
 }
 
-TEST_F(HistoryWindowTest, WithoutADatabaseThereIsAnEmptyWindowAndALogEntry) {
+// What stands in the place of rows.
+std::string EmptyText(const ui::ListView& list) {
+    for (const wxWindow* child : list.GetChildren()) {
+        const auto* text = dynamic_cast<const wxStaticText*>(child);
+        if (text != nullptr && text->IsShown()) return text->GetLabel().utf8_string();
+    }
+    return "";
+}
+
+TEST_F(HistoryWindowTest, AnEmptyListSaysWhyItIsEmpty) {
+    struct Case {
+        const char* name;
+        std::function<void()> damage;
+        const char* text;
+        bool fault = true;
+    };
+    const Case cases[] = {
+        {"no trainings", [] {}, "还没有练习记录", false},
+        {"not a database", [&] { std::ofstream(ClientFile()) << std::string(9000, 'x'); }, "已损坏"},
+        {"cut off", [&] { std::filesystem::resize_file(ClientFile(), 30000); }, "已损坏"},
+        {"missing", [&] { std::filesystem::remove(ClientFile()); }, "找不到练习记录数据库 Client.mdb"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        c.damage();
+        std::filesystem::remove(LogFile());
+        FrmTrain window;
+        Configure(window);
+        WindowScript script;
+        script.Do([&] {
+            EXPECT_EQ(window.LvTrainInfo->GetItemCount(), 0);
+            EXPECT_EQ(window.MSChart->RowCount(), 0U);
+            EXPECT_EQ(window.LvTrainInfo->SelectedRow(), nullptr);
+            EXPECT_FALSE(window.BtnView->IsEnabled());
+            EXPECT_FALSE(window.BtnReDo->IsEnabled());
+            const std::string text = EmptyText(*window.LvTrainInfo);
+            EXPECT_NE(text.find(c.text), std::string::npos) << text;
+            EXPECT_EQ(text.find("QmTrainInfo.Log") != std::string::npos, c.fault) << text;
+            ClickHeader(*window.LvTrainInfo, 4);
+        });
+        script.Await("the header's icon", [&] { return HeaderIcons(*window.LvTrainInfo) == "000030"; });
+        script.Play(window);
+        EXPECT_EQ(Log().size(), c.fault ? 1U : 0U);
+    }
+}
+
+TEST_F(HistoryWindowTest, WhatTheUserDragsStays) {
+    AddThreeTrainings();
     FrmTrain window;
     Configure(window);
-    window.ClientPath(File(u"none"));
+    ui::ListView& list = *window.LvTrainInfo;
+    const int rule = list.GetTextExtent(ui::ToWx(u"类型")).x;
+    int stretched = 0;
     WindowScript script;
-    script.Do([&] {
-        EXPECT_EQ(window.LvTrainInfo->GetItemCount(), 0);
-        EXPECT_EQ(window.MSChart->RowCount(), 0U);
-        EXPECT_EQ(window.LvTrainInfo->SelectedRow(), nullptr);
-        EXPECT_FALSE(window.BtnView->IsEnabled());
-        EXPECT_FALSE(window.BtnReDo->IsEnabled());
-        ClickHeader(*window.LvTrainInfo, 4);
-    });
-    script.Await("the header's icon", [&] { return HeaderIcons(*window.LvTrainInfo) == "000030"; });
+    script
+        .Do([&] {
+            EXPECT_GE(list.GetColumnWidth(1), rule);
+            const double share = static_cast<double>(list.GetColumnWidth(0)) / list.GetColumnWidth(1);
+            EXPECT_NEAR(share, static_cast<double>(list.GetTextExtent("05-04-12 12:00").x) / rule, 0.1);
+            stretched = list.GetColumnWidth(1);
+            window.SetSize(window.GetSize() + wxSize(100, 0));
+        })
+        .Await("wider columns", [&] { return list.GetColumnWidth(1) > stretched; })
+        .Do([&] {
+            const wxWindow* header = wxWindow::FindWindowByName("wxlistctrlcolumntitles", &list);
+            const int edge = list.GetColumnWidth(0);
+            MoveTo(*header, {edge, 8});
+            wxUIActionSimulator().MouseDown();
+            MoveTo(*header, {edge + 10, 8});
+            MoveTo(*header, {edge + 40, 8});
+            wxUIActionSimulator().MouseUp();
+            stretched = edge + 40;
+        })
+        .Await("the dragged column", [&] { return std::abs(list.GetColumnWidth(0) - stretched) < 5; })
+        .Do([&] {
+            stretched = list.GetColumnWidth(0);
+            ClickHeader(list, 3);
+            window.SetSize(window.GetSize() + wxSize(60, 20));
+        })
+        .Await("sorted", [&] { return HeaderIcons(list) == "000300"; })
+        .Do([&] { EXPECT_EQ(list.GetColumnWidth(0), stretched); });
     script.Play(window);
-    EXPECT_EQ(FailedFunctions(), (std::vector<std::string>{"FrmTrain.Form_Load", "FrmTrain.Form_Load"}));
+}
+
+TEST_F(HistoryWindowTest, ATrainingIsChosenInTheChart) {
+    AddThreeTrainings();
+    FrmTrain window;
+    Configure(window);
+    const ScoreChart& chart = *window.MSChart;
+    const auto chosen = [&] { return window.LvTrainInfo->SelectedRow()->key; };
+    std::vector<std::int32_t> wanted;
+    window.RdDoQuestionPaper = [&](std::int32_t train_id, bool) { wanted.push_back(train_id); };
+    WindowScript script;
+    script
+        .Do([&] {
+            EXPECT_EQ(chart.Marked(), 2U);  // the newest, which the list begins with
+            window.LvTrainInfo->SelectRow(2);
+            window.Piclst->Click(kChartTab);
+        })
+        .Await("the chart", [&] { return chart.IsShownOnScreen() && chart.GetSize().x > 300; })
+        .Do([&] {
+            EXPECT_EQ(chart.Marked(), 0U);
+            Click(chart, chart.PlaceOf(1));
+        })
+        .Await("a bar", [&] { return chart.Marked() == 1U; })
+        .Do([&] {
+            EXPECT_EQ(chosen(), u"NOTE2");
+            Press(WXK_RIGHT);
+        })
+        .Await("the next one", [&] { return chart.Marked() == 2U && chosen() == u"NOTE3"; })
+        .Do([&] { Press(WXK_RIGHT); })
+        .Do([&] { Press(WXK_HOME); })
+        .Await("the first one", [&] { return chart.Marked() == 0U && chosen() == u"NOTE1"; })
+        .DoLast([&] { Click(*window.BtnReDo); });
+    script.Play(window);
+    EXPECT_EQ(wanted, std::vector<std::int32_t>{1});
 }
 
 TEST_F(HistoryWindowTest, TabsSwitchPanels) {
@@ -222,7 +334,10 @@ TEST_F(HistoryWindowTest, TabsSwitchPanels) {
         .Do([&] {
             EXPECT_EQ(switches, 1);
             EXPECT_EQ(window.PicChart->GetSize(), window.PicLv->GetSize());
-            EXPECT_LT(window.Piclst->TabRect(kChartTab).y, window.Piclst->TabRect(kListTab).y);
+            const wxRect list_tab = window.Piclst->TabRect(kListTab);
+            const wxRect chart_tab = window.Piclst->TabRect(kChartTab);
+            EXPECT_EQ(list_tab.y - chart_tab.y, ui::ToPixels(window, kTabRise));
+            EXPECT_EQ(list_tab.height, chart_tab.height) << "its caption would move by more than the tab";
             EXPECT_TRUE(window.Piclst->TabRect(kListTab).Intersects(window.Piclst->TabRect(kChartTab)));
             Press(WXK_LEFT);
         })
@@ -362,17 +477,6 @@ TEST_F(HistoryWindowTest, DoAgainClosesTheWindowAndTellsTheHost) {
     EXPECT_EQ(wanted, (std::vector<std::pair<std::int32_t, bool>>{{1, true}, {2, false}}));
 }
 
-TEST_F(HistoryWindowTest, ShowDlgShowsTheWindowAndEscapeClosesIt) {
-    InstallHistoryWindow();
-    WindowScript script;
-    script.Await("the window", [] { return Shown<FrmTrain>() != nullptr && Shown<FrmTrain>()->IsActive(); })
-        .Do([] { EXPECT_EQ(Shown<FrmTrain>()->LvTrainInfo->GetItemCount(), 0); })
-        .DoLast([] { Press(WXK_ESCAPE); });
-    script.Play([] { TrainInfo().ShowDlg(); });
-    EXPECT_EQ(Shown<FrmTrain>(), nullptr);
-    TrainInfo::SetHistoryWindow(nullptr);
-}
-
 TEST_F(HistoryWindowTest, ThousandsOfTrainingsAreAllThere) {
     constexpr int kTrainings = 5000;
     {
@@ -441,7 +545,8 @@ TEST_F(ReviewWindowTest, RowsShowTheirQuestions) {
         {"several choices", 3, u"多选\n题干|选择项:|标准答案：AC\n考生答案：AC||", true},
         {"yes or no", 2, u"是非题干||标准答案：对\n考生答案：错||", false},
         {"operation", 4, u"操作题干||标准答案：把 a 改名\n考生答案：|扣 4 分|", false},
-        {"unknown bank", 5, u"无法获得指定号试题的内容!可能题库中指定的题号不存在!|||没有题库|", false},
+        {"unknown bank", 5, u"无法获得指定号试题的内容!可能题库中指定的题号不存在!||标准答案：\n考生答案：|没有题库|",
+         false},
         {"choice", 0, u"请  选择|选择项:\nA. 甲、\nB. 乙 |标准答案：B\n考生答案：C|选错了|", true},
     };
     WindowScript script;
@@ -461,6 +566,25 @@ TEST_F(ReviewWindowTest, RowsShowTheirQuestions) {
     script.Do([&] { Press(WXK_DOWN); }).Await("the next one", [&] { return grid.SelectedIndex() == 1; });
     script.DoLast([] { Press(WXK_ESCAPE); });
     EXPECT_EQ(script.Play(window), wxID_CANCEL);
+}
+
+TEST_F(ReviewWindowTest, FourColumnsAreNarrowAndAllBeginAtTheLeft) {
+    FrmViewPaper window;
+    Configure(window);
+    const ui::ListView& grid = *window.FlexGridQuestions;
+    WindowScript script;
+    script.Do([&] {
+        for (int column = 0; column < grid.GetColumnCount(); ++column) {
+            wxListItem header;
+            header.SetMask(wxLIST_MASK_FORMAT);
+            grid.GetColumn(column, header);
+            EXPECT_EQ(header.GetAlign(), wxLIST_FORMAT_LEFT) << column;
+            EXPECT_EQ(grid.GetColumnWidth(column) > grid.GetColumnWidth(0), column > 0) << column;
+        }
+        EXPECT_EQ(grid.GetColumnWidth(1), grid.GetColumnWidth(4));
+        EXPECT_GT(grid.GetColumnWidth(4), grid.GetColumnWidth(5));
+    });
+    script.Play(window);
 }
 
 TEST_F(ReviewWindowTest, ATrainingWithoutQuestionsLeavesThePanesEmpty) {

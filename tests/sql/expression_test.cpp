@@ -112,7 +112,12 @@ constexpr Case kConversions[] = {
     {"IsNumeric('1e5')", "True"},
     {"IsNumeric('1x')", "False"},
     {"IsNumeric(Null)", "False"},
-    {"IsDate('2005-13-1')", "False"},
+    {"IsDate('2005-13-1')", "True"},  // day and month change places
+    {"IsDate('2005-13-32')", "False"},
+    {"CDate('Apr 2005')", "2005/4/1"},
+    {"#99/1/1#", "1999/1/1"},
+    {"#12/2005#", "2005/12/1"},
+    {"IsNumeric('True')", "False"},
     {"IsDate('12:30')", "True"},
     {"IsNull(Null)", "True"},
     {"IsNull('')", "False"},

@@ -5,33 +5,13 @@
 #include <gtest/gtest.h>
 
 #include "core/text.h"
+#include "ui/support/fixed_measurer.h"
 
 namespace qmtrain::ui {
 namespace {
 
-constexpr int kLetter = 10;
-
-// The height says the size: 10 above the base line and 4 below, or twice as much for large characters.
-class FixedMeasurer : public Measurer {
-public:
-    int Width(std::u16string_view text, const CharacterFormat& format) override {
-        return text.empty() ? 0 : Widths(text, format).back();
-    }
-    std::vector<int> Widths(std::u16string_view text, const CharacterFormat&) override {
-        std::vector<int> widths;
-        int width = 0;
-        for (const char16_t unit : text) {
-            const bool second_half = unit >= 0xDC00 && unit < 0xE000;
-            if (!second_half) width += unit > 0x2000 ? 2 * kLetter : kLetter;
-            widths.push_back(width);
-        }
-        return widths;
-    }
-    Height HeightOf(const CharacterFormat& format) override {
-        return format.half_points > 40 ? Height{20, 8} : Height{10, 4};
-    }
-    int Pixels(int twips) override { return twips / 15; }
-};
+using test::FixedMeasurer;
+using test::kLetter;
 
 const CharacterFormat kBold{.bold = true};
 
@@ -56,7 +36,7 @@ std::u16string Shown(const DocumentLayout& layout) {
 
 // Lines follow one another without a gap in text and height, and pieces without one in text and width.
 void ExpectSound(const RichText& text, const DocumentLayout& layout) {
-    int top = 0;
+    std::int64_t top = 0;
     std::u16string shown;
     const std::u16string plain = text.PlainText();
     for (const Line& line : layout.Lines()) {

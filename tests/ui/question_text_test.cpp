@@ -31,6 +31,20 @@ TEST(QuestionText, PlaceholdersGoUnlessOneStandsAtTheBeginning) {
     for (const Case& c : cases) EXPECT_EQ(StoredText(c.stored).PlainText(), c.shown) << ToUtf8(c.stored);
 }
 
+TEST(QuestionText, AWholeQuestionKeepsNoPlaceholder) {
+    EXPECT_EQ(QuestionText(u"[%user%]a%us%user%er%[%us[%user%]er%]b%user", nullptr).PlainText(), u"ab%user");
+    TextCollection options;
+    options.Add(u"%user%甲", u"A");
+    EXPECT_EQ(QuestionText(u"{\\rtf1 %user%{\\b 题}\\par }", &options).PlainText(), u"题\n\n选择项:\nA. 甲");
+}
+
+TEST(ListCells, AreOneLine) {
+    EXPECT_EQ(CellText(u"一\r\n二\n三\t四\x2028五"), u"一 二 三 四 五");
+    EXPECT_EQ(CellText(std::u16string(300, u'x')), std::u16string(300, u'x'));
+    EXPECT_EQ(CellText(std::u16string(5000000, u'x')), std::u16string(300, u'x') + u"…");
+    EXPECT_EQ(CellText(std::u16string(299, u'x') + u"\U00020000y"), std::u16string(299, u'x') + u"…");
+}
+
 TEST(QuestionText, BlackColourTablesAreLeftOut) {
     const RichText text = StoredText(u"{\\rtf1{\\colortbl ;\\red0\\green0\\blue0;}\\cf1 x}");
     EXPECT_EQ(text.PlainText(), u"x");

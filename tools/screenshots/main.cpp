@@ -9,8 +9,10 @@
 
 #include <wx/timer.h>
 
+#include "core/client_folder.h"
 #include "core/files.h"
 #include "core/log.h"
+#include "dao/dao.h"
 #include "notes/frm_notes.h"
 #include "review/frm_train.h"
 #include "review/frm_view_paper.h"
@@ -98,12 +100,20 @@ void Notes(const Scene& scene) {
     };
     Play(window,
          {picture("notes-root.png"), show(u"DataKJ"), picture("notes-bank.png"), show(u"Note1"),
-          picture("notes-note.png"), [&] { window.ToolbarNotes_ButtonClick(u"Modify"); }, picture("notes-modify.png")});
+          picture("notes-note.png"), [&] { window.ToolbarNotes_ButtonClick(u"Modify"); }, picture("notes-modify.png"),
+          [&] {
+              window.TxtNote->AppendText("...");
+              dao::Connection(ClientDatabase(scene.data))->Execute(u"DELETE FROM Notes WHERE NoteID=1");
+              window.ToolbarNotes_ButtonClick(u"Save");
+          },
+          picture("notes-failed.png")});
 }
 
 void Empty(const Scene& scene) {
     review::FrmTrain window;
     Play(window, {[&] { Save(window, scene.pictures / "history-empty.png"); }});
+    notes::FrmNotes notes({});
+    Play(notes, {[&] { Save(notes, scene.pictures / "notes-empty.png"); }});
 }
 
 }  // namespace

@@ -137,6 +137,24 @@ void RichText::Replace(std::size_t position, std::size_t length, std::u16string_
     Join(std::move(tail));
 }
 
+void RichText::Erase(const std::vector<bool>& marked) {
+    std::size_t position = 0;
+    for (Paragraph& paragraph : paragraphs_) {
+        std::vector<Run> kept;
+        for (Run& run : paragraph.runs) {
+            std::erase_if(run.text, [&](char16_t) { return marked[position++]; });
+            if (run.text.empty()) continue;
+            if (run.picture == nullptr && !kept.empty() && CanExtend(kept.back(), run.format)) {
+                kept.back().text += run.text;
+            } else {
+                kept.push_back(std::move(run));
+            }
+        }
+        paragraph.runs = std::move(kept);
+        ++position;  // its end
+    }
+}
+
 void RichText::Add(std::u16string_view line, const CharacterFormat& format) {
     if (line.empty()) return;
     std::vector<Run>& runs = paragraphs_.back().runs;

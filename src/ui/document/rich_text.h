@@ -106,6 +106,9 @@ public:
     // end.
     void Replace(std::size_t position, std::size_t length, std::u16string_view text);
 
+    // Takes out the positions that are marked. Requires: a mark for each position, none for the end of a paragraph.
+    void Erase(const std::vector<bool>& marked);
+
 private:
     void Add(std::u16string_view line, const CharacterFormat& format);
     void Join(RichText other);
