@@ -23,6 +23,9 @@ std::u16string FromNativePath(const std::filesystem::path& path);
 // The file in the folder: "\" stands between the two unless the folder ends in one.
 std::u16string InFolder(std::u16string_view folder, std::u16string_view file);
 
+// A name that no other file has: the two parts with 16 random hexadecimal digits between them.
+std::string UniqueName(std::string_view before, std::string_view after);
+
 // Whether a file, not a folder, stands there.
 bool FileExists(std::u16string_view path);
 bool FolderExists(std::u16string_view path);
@@ -67,6 +70,16 @@ public:
 
     // Whether the open file is still the one that stands at `path`.
     virtual bool IsAt(const std::filesystem::path& path) = 0;
+
+    // False when hard links give the file more names than one.
+    virtual bool HasOneName() { return true; }
+};
+
+// What stands under a name, itself: a link is not followed.
+enum class FileKind : std::uint8_t {
+    None,
+    Plain,  // with one name
+    Other,  // a folder, a link, a pipe, a file with several names
 };
 
 class FileSystem {
@@ -80,11 +93,24 @@ public:
     virtual std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) = 0;
     virtual bool Exists(const std::filesystem::path& path) = 0;
 
+    // For the files that we make beside a database, in folders where others may write too: only an FileKind::Plain is
+    // opened, else CannotOpenFile is raised. No link is followed, and no pipe is waited for.
+    virtual std::unique_ptr<File> OpenPlain(const std::filesystem::path& path, OpenMode mode) {
+        return Open(path, mode);
+    }
+    virtual FileKind Look(const std::filesystem::path& path) { return Exists(path) ? FileKind::Plain : FileKind::None; }
+
+    // The one path of the file that a path leads to, through links and short names. The path itself when there is none.
+    virtual std::filesystem::path RealPath(const std::filesystem::path& path) { return path; }
+
     // The name is free afterwards, even while the file is open somewhere. To remove what is not there does nothing.
     virtual void Remove(const std::filesystem::path& path) = 0;
 
     // Replaces the file that stands at `to`.
     virtual void Rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+
+    // Raises DatabaseExists when something stands at `to`; that stays as it is.
+    virtual void RenameToNew(const std::filesystem::path& from, const std::filesystem::path& to);
 
     // Makes creations and removals in the folder durable.
     virtual void SyncFolder(const std::filesystem::path& folder) = 0;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -29,6 +30,8 @@ namespace fs = std::filesystem;
         case EROFS:
         case ETXTBSY:
         case EISDIR:
+        case ELOOP:
+        case ENXIO:
         case EEXIST: Raise(ErrorNumber::CannotOpenFile, {name});
         case ENOSPC:
         case EDQUOT:
@@ -103,6 +106,16 @@ public:
 
     void Unlock(std::uint64_t offset, std::uint64_t length) override { SetLock(F_UNLCK, offset, length); }
 
+    bool HasOneName() override {
+        struct stat info {};
+        return fstat(descriptor_, &info) == 0 && info.st_nlink <= 1;
+    }
+
+    bool IsPlain() const {
+        struct stat info {};
+        return fstat(descriptor_, &info) == 0 && S_ISREG(info.st_mode);
+    }
+
     bool IsAt(const fs::path& path) override {
         struct stat own {};
         struct stat other {};
@@ -132,16 +145,25 @@ private:
 class PosixFileSystem : public FileSystem {
 public:
     std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override {
-        int flags = O_CLOEXEC;
-        switch (mode) {
-            case OpenMode::ReadOnly: flags |= O_RDONLY; break;
-            case OpenMode::ReadWrite: flags |= O_RDWR; break;
-            case OpenMode::Create: flags |= O_RDWR | O_CREAT; break;
-            case OpenMode::CreateNew: flags |= O_RDWR | O_CREAT | O_EXCL; break;
-        }
-        const int descriptor = open(path.c_str(), flags, 0666);
-        if (descriptor < 0) RaiseSystemError(path, errno);
-        return std::make_unique<PosixFile>(descriptor, path);
+        return OpenWith(O_NONBLOCK, path, mode);
+    }
+
+    std::unique_ptr<File> OpenPlain(const fs::path& path, OpenMode mode) override {
+        auto file = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, mode);
+        if (!file->HasOneName()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        return file;
+    }
+
+    FileKind Look(const fs::path& path) override {
+        struct stat info {};
+        if (lstat(path.c_str(), &info) != 0) return FileKind::None;
+        return S_ISREG(info.st_mode) && info.st_nlink <= 1 ? FileKind::Plain : FileKind::Other;
+    }
+
+    fs::path RealPath(const fs::path& path) override {
+        std::error_code failed;
+        fs::path real = fs::canonical(path, failed);
+        return failed ? path : real;
     }
 
     bool Exists(const fs::path& path) override { return access(path.c_str(), F_OK) == 0; }
@@ -154,6 +176,16 @@ public:
         if (rename(from.c_str(), to.c_str()) != 0) RaiseSystemError(to, errno);
     }
 
+    // A file system that cannot rename so can still give the file a second name, and take the first.
+    void RenameToNew(const fs::path& from, const fs::path& to) override {
+        if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
+        if (errno == EINVAL || errno == ENOSYS) {
+            if (link(from.c_str(), to.c_str()) == 0) return Remove(from);
+        }
+        if (errno == EEXIST) Raise(ErrorNumber::DatabaseExists, {FromNativePath(to)});
+        RaiseSystemError(to, errno);
+    }
+
     void SyncFolder(const fs::path& folder) override {
         const fs::path place = folder.empty() ? fs::path(".") : folder;
         const int descriptor = open(place.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -162,6 +194,23 @@ public:
         const int code = errno;
         close(descriptor);
         if (!synced) RaiseSystemError(place, code);
+    }
+
+private:
+    // What is no file is not opened: a pipe would keep the caller waiting, a device may do anything.
+    static std::unique_ptr<PosixFile> OpenWith(int flags, const fs::path& path, OpenMode mode) {
+        flags |= O_CLOEXEC | O_NOCTTY;
+        switch (mode) {
+            case OpenMode::ReadOnly: flags |= O_RDONLY; break;
+            case OpenMode::ReadWrite: flags |= O_RDWR; break;
+            case OpenMode::Create: flags |= O_RDWR | O_CREAT; break;
+            case OpenMode::CreateNew: flags |= O_RDWR | O_CREAT | O_EXCL; break;
+        }
+        const int descriptor = open(path.c_str(), flags, 0666);
+        if (descriptor < 0) RaiseSystemError(path, errno);
+        auto file = std::make_unique<PosixFile>(descriptor, path);
+        if (!file->IsPlain()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        return file;
     }
 };
 

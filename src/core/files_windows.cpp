@@ -119,9 +119,11 @@ private:
     HANDLE handle_;
 };
 
-DWORD TryOpen(const std::wstring& path, DWORD access, DWORD disposition, Handle& out) {
-    out =
-        Handle(CreateFileW(path.c_str(), access, kSharedWithAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+// A pipe that somebody has put there learns nothing of who opens it.
+DWORD TryOpen(const std::wstring& path, DWORD access, DWORD disposition, Handle& out, DWORD flags = 0) {
+    constexpr DWORD kNoIdentity = SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS;
+    out = Handle(CreateFileW(path.c_str(), access, kSharedWithAll, nullptr, disposition,
+                             FILE_ATTRIBUTE_NORMAL | kNoIdentity | flags, nullptr));
     return out.IsOpen() ? kSuccess : GetLastError();
 }
 
@@ -222,6 +224,19 @@ public:
         held_.erase(held);
     }
 
+    bool HasOneName() override {
+        BY_HANDLE_FILE_INFORMATION info{};
+        return GetFileInformationByHandle(handle_.Get(), &info) == FALSE || info.nNumberOfLinks <= 1;
+    }
+
+    // No pipe, folder or link.
+    bool IsPlain() const {
+        BY_HANDLE_FILE_INFORMATION info{};
+        constexpr DWORD kOther = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
+        return GetFileType(handle_.Get()) == FILE_TYPE_DISK &&
+               GetFileInformationByHandle(handle_.Get(), &info) != FALSE && (info.dwFileAttributes & kOther) == 0;
+    }
+
     bool IsAt(const fs::path& path) override {
         Handle other;
         TryOpen(Extended(path.native()), FILE_READ_ATTRIBUTES, OPEN_EXISTING, other);
@@ -316,20 +331,32 @@ DWORD RemoveByRenaming(const std::wstring& path) {
 
 class WindowsFileSystem : public FileSystem {
 public:
-    std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override {
-        DWORD access = GENERIC_READ | GENERIC_WRITE;
-        DWORD disposition = OPEN_EXISTING;
-        switch (mode) {
-            case OpenMode::ReadOnly: access = GENERIC_READ; break;
-            case OpenMode::ReadWrite: break;
-            case OpenMode::Create: disposition = OPEN_ALWAYS; break;
-            case OpenMode::CreateNew: disposition = CREATE_NEW; break;
-        }
-        const std::wstring name = Extended(path.native());
-        Handle handle;
-        const DWORD code = Patiently([&] { return TryOpen(name, access, disposition, handle); });
-        if (code != kSuccess) RaiseSystemError(path, code);
-        return std::make_unique<WindowsFile>(std::move(handle), path);
+    std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override { return OpenWith(0, path, mode); }
+
+    std::unique_ptr<File> OpenPlain(const fs::path& path, OpenMode mode) override {
+        auto file = OpenWith(FILE_FLAG_OPEN_REPARSE_POINT, path, mode);
+        if (!file->IsPlain() || !file->HasOneName()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        return file;
+    }
+
+    FileKind Look(const fs::path& path) override {
+        const DWORD attributes = GetFileAttributesW(Extended(path.native()).c_str());
+        if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::None;
+        constexpr DWORD kOther = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
+        return (attributes & kOther) == 0 ? FileKind::Plain : FileKind::Other;
+    }
+
+    fs::path RealPath(const fs::path& path) override {
+        Handle file;
+        if (TryOpen(Extended(path.native()), FILE_READ_ATTRIBUTES, OPEN_EXISTING, file) != kSuccess) return path;
+        const auto name = [&](wchar_t* text, DWORD size) {
+            return GetFinalPathNameByHandleW(file.Get(), text, size, FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+        };
+        std::wstring real(name(nullptr, 0), L'\0');
+        if (real.empty()) return path;
+        real.resize(std::min<std::size_t>(real.size(), name(real.data(), static_cast<DWORD>(real.size()))));
+        if (real.size() < kShortPath) real = ToWide(FromNativePath(real));
+        return real;
     }
 
     bool Exists(const fs::path& path) override {
@@ -360,7 +387,35 @@ public:
         if (code != kSuccess) RaiseSystemError(to, code);
     }
 
+    void RenameToNew(const fs::path& from, const fs::path& to) override {
+        const std::wstring source = Extended(from.native());
+        const std::wstring target = Extended(to.native());
+        const DWORD code =
+            Patiently([&] { return ErrorUnless(MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_WRITE_THROUGH)); });
+        if (code == ERROR_ALREADY_EXISTS || code == ERROR_FILE_EXISTS) {
+            Raise(ErrorNumber::DatabaseExists, {FromNativePath(to)});
+        }
+        if (code != kSuccess) RaiseSystemError(to, code);
+    }
+
     void SyncFolder(const fs::path&) override {}  // the system offers nothing of the kind
+
+private:
+    static std::unique_ptr<WindowsFile> OpenWith(DWORD flags, const fs::path& path, OpenMode mode) {
+        DWORD access = GENERIC_READ | GENERIC_WRITE;
+        DWORD disposition = OPEN_EXISTING;
+        switch (mode) {
+            case OpenMode::ReadOnly: access = GENERIC_READ; break;
+            case OpenMode::ReadWrite: break;
+            case OpenMode::Create: disposition = OPEN_ALWAYS; break;
+            case OpenMode::CreateNew: disposition = CREATE_NEW; break;
+        }
+        const std::wstring name = Extended(path.native());
+        Handle handle;
+        const DWORD code = Patiently([&] { return TryOpen(name, access, disposition, handle, flags); });
+        if (code != kSuccess) RaiseSystemError(path, code);
+        return std::make_unique<WindowsFile>(std::move(handle), path);
+    }
 };
 
 DWORD AttributesOf(std::u16string_view path) {

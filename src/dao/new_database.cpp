@@ -12,18 +12,18 @@ void MakeDatabase(std::u16string_view name, std::u16string_view statements, cons
     FileSystem& files = FileSystem::Native();
     const std::filesystem::path place = ToNativePath(name);
     if (files.Exists(place)) Raise(ErrorNumber::DatabaseExists, {name});
-    const std::u16string unfinished_name = std::u16string(name) + u".new";
-    const std::filesystem::path unfinished = ToNativePath(unfinished_name);
-    files.Remove(unfinished);  // of a run that was broken off
+    std::filesystem::path unfinished = place;
+    unfinished.replace_extension();
+    unfinished += UniqueName("-", ".new");
     try {
         // Not the engine's: a transaction that is open there would undo everything when this is closed.
-        const auto database = JetDatabase::Create(unfinished_name);
+        const auto database = JetDatabase::Create(FromNativePath(unfinished));
         database->Atomically([&] {
             database->ExecuteScript(statements);
             if (fill) fill(*database);
         });
         database->Close();
-        files.Rename(unfinished, place);
+        files.RenameToNew(unfinished, place);
     } catch (const AutomationError&) {
         files.Remove(unfinished);
         throw;

@@ -6,9 +6,9 @@
 #include <random>
 
 #include "core/error.h"
+#include "core/files.h"
 #include "jet/bytes.h"
 #include "jet/checksum.h"
-#include "jet/unique_name.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -67,12 +67,12 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     std::random_device random;
     name_.nonce = static_cast<std::uint64_t>(random()) << 32 | random();
     name_.path = UsualPath(databases.front());
-    if (system.Exists(name_.path)) name_.path += UniqueName("-", "");
+    if (system.Look(name_.path) != FileKind::None) name_.path += UniqueName("-", "");
     Content content{name_.nonce, {}};
     for (const std::filesystem::path& database : databases)
         content.databases.push_back(std::filesystem::absolute(database));
     bytes_ = Write(content);
-    file_ = system.Open(name_.path, OpenMode::CreateNew);
+    file_ = system.OpenPlain(name_.path, OpenMode::CreateNew);
     try {
         file_->WriteAt(0, bytes_);
         if (!durable) return;
@@ -112,19 +112,19 @@ void CommonJournal::Discard() noexcept {
 }
 
 bool CommonJournal::InForce(FileSystem& system, const Name& name) {
-    if (!system.Exists(name.path)) {
+    if (system.Look(name.path) == FileKind::None) {
         const std::filesystem::path folder = name.path.parent_path();
         if (folder.empty() || system.Exists(folder)) return false;
         Raise(ErrorNumber::DiskError,
               {FromNativePath(name.path), u"文件夹无法访问，不能确定上一次涉及多个文件的更改是否完成。"});
     }
-    const auto file = system.Open(name.path, OpenMode::ReadOnly);
+    const auto file = system.OpenPlain(name.path, OpenMode::ReadOnly);
     const std::optional<Content> content = ReadWhole(*file);
     return content && content->nonce == name.nonce;
 }
 
 std::optional<Content> CommonJournal::Read(FileSystem& system, const std::filesystem::path& path) {
-    const auto file = system.Open(path, OpenMode::ReadOnly);
+    const auto file = system.OpenPlain(path, OpenMode::ReadOnly);
     std::optional<Content> content = ReadWhole(*file);
     if (!content && !IsOurs(*file)) Raise(ErrorNumber::FileDamaged, {FromNativePath(path), u"不是提交日志。"});
     return content;

@@ -269,14 +269,11 @@ std::unique_ptr<Database> Database::Create(const std::filesystem::path& path, co
     FileSystem& system = options.system != nullptr ? *options.system : DefaultFiles();
     if (system.Exists(path)) Raise(ErrorNumber::DatabaseExists, {FromNativePath(path)});
     std::filesystem::path unfinished = path;
-    unfinished += ".new";
-    system.Remove(unfinished);
-    // A journal that its database has left behind would be played back into the new one.
-    system.Remove(Journal::PathFor(unfinished));
-    system.Remove(Journal::PathFor(path));
+    unfinished.replace_extension();
+    unfinished += UniqueName("-", ".new");
     try {
         DatabaseBuilder(unfinished, settings, options).Build();
-        system.Rename(unfinished, path);
+        system.RenameToNew(unfinished, path);
     } catch (...) {
         try {
             system.Remove(unfinished);

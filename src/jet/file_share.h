@@ -14,6 +14,9 @@ class FileShare {
 public:
     FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout);
 
+    // Within an operation nobody waits longer than the time limit, however often he has to wait.
+    void BeginOperation() { locks_.BeginOperation(); }
+
     // Each raises LockedByOther when the time limit passes; what was locked before is then still locked.
     void LockToRead() { locks_.LockShared(); }
     void LockToChange();  // one at a time. Raises FileInUse when another engine has the file open

@@ -5,11 +5,11 @@
 #include <random>
 
 #include "core/error.h"
+#include "core/files.h"
 #include "jet/bytes.h"
 #include "jet/checksum.h"
 #include "jet/commit_counter.h"
 #include "jet/page_file.h"
-#include "jet/unique_name.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -60,9 +60,8 @@ Journal::Journal(FileSystem& system, const std::filesystem::path& database, cons
       path_(PathFor(database)),
       page_size_(owner.page_size),
       durable_(durable),
-      file_(system.Open(path_, OpenMode::Create)),
+      file_(system.OpenPlain(path_, OpenMode::CreateNew)),
       header_(kHeaderSize) {
-    file_->Resize(0);
     std::random_device random;
     nonce_ = static_cast<std::uint64_t>(random()) << 32 | random();
     std::memcpy(header_.data(), kMagic, sizeof kMagic);
@@ -143,7 +142,7 @@ void Journal::Remove() noexcept {
 
 void Journal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common) noexcept {
     try {
-        if (!system.Exists(common)) return;
+        if (system.Look(common) != FileKind::Plain) return;
         if (const auto content = CommonJournal::Read(system, common)) {
             for (const std::filesystem::path& database : content->databases) {
                 if (Names(system, database, content->nonce)) return;
@@ -157,7 +156,7 @@ void Journal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path
 
 // Whether the database's journal names the common journal with this nonce.
 bool Journal::Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce) {
-    if (!system.Exists(PathFor(database))) return false;
+    if (system.Look(PathFor(database)) != FileKind::Plain) return false;
     FoundJournal found(system, PathFor(database));
     if (!found.ReadHeader()) return false;
     found.ReadRecords();
@@ -166,11 +165,16 @@ bool Journal::Names(FileSystem& system, const std::filesystem::path& database, s
 
 // FoundJournal
 
-FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal)
-    : path_(journal), file_(system.Open(path_, OpenMode::ReadOnly)) {}
+FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal) : path_(journal) {
+    if (system.Look(path_) == FileKind::Plain) {
+        file_ = system.OpenPlain(path_, OpenMode::ReadOnly);
+    } else {
+        state_ = State::Foreign;
+    }
+}
 
 FoundJournal::FoundJournal(FileSystem& system, PageFile& file) : FoundJournal(system, Journal::PathFor(file.Path())) {
-    if (!ReadHeader()) return;
+    if (!file_ || !ReadHeader()) return;
     if (!Belongs(JournalOwner::Of(file, file.Size()))) {
         state_ = State::Foreign;
         return;
@@ -245,7 +249,7 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
         return system.Rename(found.path_, aside += UniqueName("-", ""));
     }
     if (durable) {
-        const auto journal = system.Open(found.path_, OpenMode::ReadWrite);
+        const auto journal = system.OpenPlain(found.path_, OpenMode::ReadWrite);
         journal->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
         journal->Sync();
     }

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "core/error.h"
+#include "core/text.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -26,6 +27,9 @@ LockFile::LockFile(FileSystem& system, const std::filesystem::path& database, bo
                    std::chrono::milliseconds timeout)
     : system_(system), path_(database), database_name_(FromNativePath(database)), timeout_(timeout) {
     path_.replace_extension(".ldb");
+    if (FoldName(FromNativePath(path_)) == FoldName(FromNativePath(database))) {
+        Raise(ErrorNumber::UnknownFormat, {database_name_, u"扩展名“.ldb”属于锁文件。"});
+    }
     try {
         Open();
     } catch (const AutomationError&) {
@@ -36,7 +40,7 @@ LockFile::LockFile(FileSystem& system, const std::filesystem::path& database, bo
 // Between our opening and our locking the last user may have removed the file: then it is opened anew.
 void LockFile::Open() {
     do {
-        file_ = system_.Open(path_, OpenMode::Create);
+        file_ = system_.OpenPlain(path_, OpenMode::Create);
         WaitFor(kPresentByte, File::Lock::Shared);
     } while (!file_->IsAt(path_));
 }
@@ -45,20 +49,27 @@ LockFile::~LockFile() {
     if (!file_) return;
     try {
         UnlockAll();
-        if (file_->TryLock(kPresentByte, 1, File::Lock::Exclusive) && !SeesOtherEngine()) system_.Remove(path_);
+        // Ours have no content: what has some belongs to somebody else.
+        const bool alone = file_->TryLock(kPresentByte, 1, File::Lock::Exclusive) && !SeesOtherEngine();
+        if (alone && file_->Size() == 0) system_.Remove(path_);
     } catch (const AutomationError&) {
         // A lock file that stays behind is harmless: its locks are gone.
         file_.reset();
     }
 }
 
-void LockFile::WaitFor(std::uint64_t byte, File::Lock kind, Clock::time_point deadline) {
+void LockFile::WaitFor(std::uint64_t byte, File::Lock kind) {
+    if (file_->TryLock(byte, 1, kind)) return;
+    const auto start = std::chrono::steady_clock::now();
+    const auto waited_before = waited_;
     std::chrono::milliseconds pause(1);
-    while (!file_->TryLock(byte, 1, kind)) {
-        if (Clock::now() >= deadline) Raise(ErrorNumber::LockedByOther, {database_name_});
+    do {
+        waited_ = waited_before + (std::chrono::steady_clock::now() - start);
+        if (waited_ >= timeout_) Raise(ErrorNumber::LockedByOther, {database_name_});
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, std::chrono::milliseconds(5));
-    }
+    } while (!file_->TryLock(byte, 1, kind));
+    waited_ = waited_before + (std::chrono::steady_clock::now() - start);
 }
 
 void LockFile::LockShared() {
@@ -76,10 +87,9 @@ void LockFile::LockShared() {
 
 void LockFile::LockReserved() {
     if (reserved_ || !file_) return;
-    const auto deadline = Clock::now() + timeout_;
-    WaitFor(kNextByte, File::Lock::Exclusive, deadline);
+    WaitFor(kNextByte, File::Lock::Exclusive);
     try {
-        WaitFor(kReservedByte, File::Lock::Exclusive, deadline);
+        WaitFor(kReservedByte, File::Lock::Exclusive);
     } catch (...) {
         file_->Unlock(kNextByte, 1);
         throw;

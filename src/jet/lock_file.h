@@ -24,6 +24,9 @@ public:
     LockFile& operator=(const LockFile&) = delete;
     ~LockFile();
 
+    // The time limit holds for all waits of an operation together.
+    void BeginOperation() { waited_ = {}; }
+
     // Each raises LockedByOther when the time limit passes. Asking for what is held already does nothing.
     void LockShared();     // to read
     void LockReserved();   // to prepare changes: one at a time. Requires: not shared, or reserved already
@@ -44,15 +47,14 @@ public:
 
 private:
     void Open();
-    using Clock = std::chrono::steady_clock;
-    void WaitFor(std::uint64_t byte, File::Lock kind, Clock::time_point deadline);
-    void WaitFor(std::uint64_t byte, File::Lock kind) { WaitFor(byte, kind, Clock::now() + timeout_); }
+    void WaitFor(std::uint64_t byte, File::Lock kind);
 
     FileSystem& system_;
     std::filesystem::path path_;
     std::u16string database_name_;
     std::chrono::milliseconds timeout_;
-    std::unique_ptr<File> file_;  // empty: no locking possible, nobody writes here
+    std::chrono::steady_clock::duration waited_{};  // in this operation
+    std::unique_ptr<File> file_;                    // empty: no locking possible, nobody writes here
     bool shared_ = false;
     bool reserved_ = false;
     bool exclusive_ = false;

@@ -22,6 +22,8 @@ PageFile::PageFile(FileSystem& system, std::filesystem::path path, bool read_onl
     identity_.name = FromNativePath(path_);
     Open(read_only);
     ReadFileHeader();
+    path_ = system_.RealPath(path_);  // locks and journal go by it, whatever name the file was opened under
+    if (!HasOneName()) read_only_reason_ = kManyNames;
 }
 
 void PageFile::Open(bool read_only) {

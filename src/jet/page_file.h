@@ -13,6 +13,8 @@
 
 namespace qmtrain::jet {
 
+inline constexpr char16_t kManyNames[] = u"文件有多个名称（硬链接），写入时无法与其他用户协调。";
+
 class PageFile {
 public:
     // Opens for reading only when `read_only` says so, or when the system or the version does not allow more. Raises
@@ -41,6 +43,9 @@ public:
 
     // Writes what the frames hold; they are in order.
     void Write(std::span<Frame* const> frames);
+
+    // False when hard links give the file more names: others would lock it under another.
+    bool HasOneName() { return file_->HasOneName(); }
 
     std::uint64_t Size() { return file_->Size(); }
     void Resize(std::uint64_t size) { file_->Resize(size); }

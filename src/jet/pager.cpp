@@ -51,9 +51,10 @@ void Pager::JoinScope() const {
 }
 
 void Pager::BeginReading() {
+    share_.BeginOperation();
     try {
         share_.LockToRead();
-        NoticeUnfinished();
+        NoticeUnfinished(false);
         share_.NoticeOtherEngines();
         NoticeChanges();
     } catch (...) {
@@ -64,10 +65,12 @@ void Pager::BeginReading() {
 }
 
 void Pager::BeginChanging() {
-    if (!ReadOnlyReason().empty()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
+    if (!MayChange()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
+    if (!file_.HasOneName()) Raise(ErrorNumber::ReadOnly, {FileName(), kManyNames});
+    share_.BeginOperation();
     try {
         share_.LockToChange();
-        NoticeUnfinished();
+        NoticeUnfinished(true);
         NoticeChanges();
     } catch (...) {
         share_.Unlock();
@@ -137,38 +140,41 @@ void Pager::Invalidate() {
 
 // Others
 
-// A journal whose owner is dead: nobody writes while we may read.
-void Pager::NoticeUnfinished() {
-    const auto find = [&]() -> std::optional<FoundJournal> {
-        if (!system_.Exists(Journal::PathFor(Path()))) return std::nullopt;
-        return FoundJournal(system_, file_);
-    };
-    std::optional<FoundJournal> found = find();
-    if (found && ReadOnlyReason().empty()) {
-        share_.Alone([&] { Resolve(file_.Handle()); });
+// What lies under the journal's name, whose owner is dead: nobody writes while we may read. It is resolved by whoever
+// can. A reader who cannot reads through the old images; one who wants to change the file must.
+void Pager::NoticeUnfinished(bool to_change) {
+    std::optional<FoundJournal> found = FindJournal();
+    if (!found && !unfinished_) return;
+    const auto is_known = [&] { return found && unfinished_ && found->Nonce() == unfinished_->Nonce(); };
+    const auto counts = [&] { return found && found->GetState() == FoundJournal::State::InForce; };
+    const bool may_resolve = MayChange() ? found && found->GetState() != FoundJournal::State::Foreign : counts();
+    if (found && (to_change || (may_resolve && !is_known()))) {
         found.reset();
-    }
-    if (found && found->GetState() == FoundJournal::State::InForce && !unfinished_) {
         try {
-            found.reset();
-            share_.Alone([&] { Resolve(*system_.Open(Path(), OpenMode::ReadWrite)); });
+            share_.Alone([&] { ResolveJournal(); });
         } catch (const AutomationError&) {
-            // It cannot be rolled back from here, but can be read as it was before the transaction.
+            if (to_change) throw;
             share_.Unlock();
             share_.LockToRead();
         }
-        found = find();
+        found = FindJournal();
     }
-    if (found && found->GetState() != FoundJournal::State::InForce) found.reset();
+    if (is_known()) return;
+    if (!counts()) found.reset();
     if (!found && !unfinished_) return;
-    if (found && unfinished_ && found->Nonce() == unfinished_->Nonce()) return;
     unfinished_ = std::move(found);
     share_.ForgetSeen();
 }
 
-void Pager::Resolve(File& file) {
-    if (!system_.Exists(Journal::PathFor(Path()))) return;
-    FoundJournal::Resolve(FoundJournal(system_, file_), system_, file, durable_);
+std::optional<FoundJournal> Pager::FindJournal() {
+    if (system_.Look(Journal::PathFor(Path())) == FileKind::None) return std::nullopt;
+    return FoundJournal(system_, file_);
+}
+
+void Pager::ResolveJournal() {
+    if (system_.Look(Journal::PathFor(Path())) == FileKind::None) return;
+    const std::unique_ptr<File> own = MayChange() ? nullptr : system_.Open(Path(), OpenMode::ReadWrite);
+    FoundJournal::Resolve(FoundJournal(system_, file_), system_, own ? *own : file_.Handle(), durable_);
 }
 
 void Pager::NoticeChanges() {

@@ -92,6 +92,7 @@ private:
     bool IsChanging() const override { return change_.IsOpen(); }
     void BeginReading() override;
     void BeginChanging() override;
+    void BeginOperation() noexcept override { share_.BeginOperation(); }
     void End() noexcept override;
     void OpenLevel() override;
     void CommitLevel() override { change_.CommitLevel(); }
@@ -114,8 +115,9 @@ private:
     }
     void JoinScope() const;
     void Invalidate();
-    void NoticeUnfinished();
-    void Resolve(File& file);
+    void NoticeUnfinished(bool to_change);
+    std::optional<FoundJournal> FindJournal();
+    void ResolveJournal();
     void NoticeChanges();
     void TakeSize(std::uint64_t size);
     Frame* Load(PageNumber number);

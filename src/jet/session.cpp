@@ -17,6 +17,7 @@ void Session::BeginTransaction() {
 void Session::CommitTransaction(const std::function<void()>& other) {
     const std::scoped_lock lock(mutex_);
     if (levels_.empty() || levels_.back().home != nullptr) Raise(ErrorNumber::TransactionNotStarted);
+    BeginOperation();
     CommitLevel(levels_.size() - 1, other);
 }
 
@@ -163,6 +164,14 @@ bool Session::UndoFiles() noexcept {
 void Session::LeaveChanging() noexcept {
     for (SessionFile* file : changing_) file->End();
     changing_.clear();
+}
+
+void Session::OpenScope() noexcept {
+    if (scopes_++ == 0) BeginOperation();
+}
+
+void Session::BeginOperation() noexcept {
+    for (SessionFile* file : changing_) file->BeginOperation();
 }
 
 void Session::CloseScope() noexcept {

@@ -41,6 +41,9 @@ public:
     virtual void BeginChanging() = 0;
     virtual void End() noexcept = 0;
 
+    // The time that may be spent waiting for others begins anew.
+    virtual void BeginOperation() noexcept = 0;
+
     virtual void OpenLevel() = 0;
     virtual void CommitLevel() = 0;
     virtual void UndoLevel() noexcept = 0;
@@ -105,7 +108,8 @@ private:
     bool UndoFiles() noexcept;
     void LeaveChanging() noexcept;
 
-    void OpenScope() { ++scopes_; }
+    void OpenScope() noexcept;
+    void BeginOperation() noexcept;
     void CloseScope() noexcept;
 
     std::recursive_mutex mutex_;

@@ -1,7 +1,7 @@
 #include "jet/temporary_file.h"
 
 #include "core/error.h"
-#include "jet/unique_name.h"
+#include "core/files.h"
 
 namespace qmtrain::jet {
 

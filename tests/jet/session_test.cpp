@@ -239,7 +239,7 @@ TEST_F(SessionTest, AFileWithAJournalCanBeLookedAt) {
     {
         const auto database = Database::Open(a_, {.cache_bytes = 0, .system = &files});
         files.calls = 0;
-        files.strike_at = 8;  // the journal is complete, the file is written in part
+        files.strike_at = 7;  // the journal is complete, the file is written in part
         EXPECT_NE(ErrorOf([&] {
                       Write(*database, [&] {
                           for (int key = 51; key < 2000; ++key)
@@ -289,7 +289,7 @@ TEST_F(SessionTest, TheCommonJournalDecides) {
     const std::filesystem::path common = far.string() + "-commit";
     int call = 1;
     while (leave_half(call) != 0 && !std::filesystem::exists(b_.string() + "-journal")) ++call;
-    call += 6;  // both journals name it, both files are written
+    call += 5;  // both journals name it, both files are written
     ASSERT_NE(leave_half(call), 0);
     ASSERT_TRUE(std::filesystem::exists(common));
     ASSERT_TRUE(std::filesystem::exists(b_.string() + "-journal"));
