@@ -253,6 +253,7 @@ Outcome Practice::HandIn() {
 
 // The training first: it is listed from the moment in which its results are there, all at once.
 void Practice::Record(const Outcome& outcome) {
+    if (IsHandedIn(folder_, train_id_)) Fail(u"这次练习已经在另一个窗口中交卷。");
     const std::u16string again = u"答案仍然保留，可以再次交卷。";
     {
         TrainInfo train;

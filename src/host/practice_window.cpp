@@ -130,6 +130,7 @@ wxSizer* PracticeWindow::BuildHeader() {
     const auto tool = [this](std::u16string_view caption, std::u16string_view tip) {
         auto* button = new wxButton(this, wxID_ANY, ui::ToWx(caption), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
         button->SetFont(FontOf(TextSize::Small));
+        button->SetMinSize(wxSize(button->GetTextExtent(ui::ToWx(caption)).x + FromDIP(2 * kGap), -1));
         button->SetToolTip(ui::ToWx(tip));
         SetSpokenName(*button, tip);
         return button;

@@ -101,6 +101,11 @@ void Discard(const DataFolder& folder, std::int32_t train_id) {
     });
 }
 
+bool IsHandedIn(const DataFolder& folder, std::int32_t train_id) {
+    dao::Connection client(ClientDatabase(folder.path));
+    return HasResults(client, train_id);
+}
+
 void SettleHandedIn(const DataFolder& folder) {
     dao::Connection host(folder.Host());
     dao::Connection client(ClientDatabase(folder.path));

@@ -34,6 +34,9 @@ std::vector<UnfinishedPractice> UnfinishedOf(const DataFolder& folder, std::int3
 // Gives a practice up: its answers are deleted, and its training when it has no results.
 void Discard(const DataFolder& folder, std::int32_t train_id);
 
+// Whether the training has its results.
+bool IsHandedIn(const DataFolder& folder, std::int32_t train_id);
+
 // What a process that ended at the wrong moment left: practices that have been handed in are no longer unfinished, and
 // those of a paper without questions are discarded.
 void SettleHandedIn(const DataFolder& folder);

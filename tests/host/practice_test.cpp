@@ -143,6 +143,14 @@ TEST_F(PracticeTest, WhatCannotBePractisedIsToldBeforeItStarts) {
     EXPECT_EQ(Client(u"Select Count(*) From TrainInfo"), "0\n");
 }
 
+TEST_F(PracticeTest, IsHandedInOnce) {
+    Practice practice(data_, MixedPaper(), {test::kCandidate});
+    Practice other(data_, 1);
+    practice.HandIn();
+    EXPECT_THROW(other.HandIn(), AutomationError);
+    EXPECT_EQ(Client(u"Select Count(*) From TrainResult"), "5\n");
+}
+
 TEST_F(PracticeTest, SomeOfAPaperCanBePractisedAgain) {
     {
         Practice practice(data_, MixedPaper(), {test::kCandidate, Edition::StandAlone, Mode::Mistakes, {2, 5}});

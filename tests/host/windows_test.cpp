@@ -525,6 +525,28 @@ TEST_F(HostWindowTest, TheSelectedRowIsReviewed) {
     EXPECT_THROW(MainWindow(data_, {99}), AutomationError);
 }
 
+TEST_F(HostWindowTest, ChoicesAndSizesAreRemembered) {
+    {
+        auto* main = new MainWindow(data_, {2, 2, Edition::Network});
+        main->SetClientSize(main->FromDIP(wxSize(701, 502)));
+        main->Close(true);
+        wxYield();
+    }
+    MainWindow main(data_, {});
+    EXPECT_EQ(main.UserId(), 2);
+    EXPECT_EQ(main.SubjectCode(), 2);
+    EXPECT_EQ(main.GetEdition(), Edition::Network);
+    EXPECT_EQ(main.GetClientSize(), main.FromDIP(wxSize(701, 502)));
+    SeedHistory(data_.path, 1, 1, 2, 1);
+    SeedHistory(data_.path, 2, 1, 3, 1);
+    for (const auto& [user, rows] : {std::pair(-1, 5), std::pair(1, 2), std::pair(99, 0)}) {
+        FrmTrain* history = nullptr;
+        In(history).Do([&, n = rows] { EXPECT_EQ(history->LvTrainInfo->GetItemCount(), n); }).Play([&, who = user] {
+            main.ShowHistory(who, 1);
+        });
+    }
+}
+
 // Everything can be reached: nothing lies beside or over something else.
 TEST_F(HostWindowTest, MuchOfEverythingFits) {
     Paper paper = main_paper_;
