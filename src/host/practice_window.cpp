@@ -11,6 +11,7 @@
 #include "core/text.h"
 #include "host/ask.h"
 #include "host/hand_in_dialog.h"
+#include "host/keys_dialog.h"
 #include "host/look.h"
 #include "host/note_dialog.h"
 #include "host/window_place.h"
@@ -34,16 +35,6 @@ constexpr std::u16string_view kPlace = u"PracticeWindow";
 constexpr std::u16string_view kZoomSetting = u"Zoom";
 constexpr std::u16string_view kTimeSetting = u"TimeHidden";
 constexpr int kLastMinutes = 5 * 60;  // seconds from which on the time is short
-
-constexpr std::u16string_view kKeys =
-    u"回车　　　　　　　下一空或下一题；最后一题时检查并交卷\n"
-    u"A～H 或 1～8　　　选择选项；是非题用 1、2 或 A、B\n"
-    u"上、下、空格　　　在选项之间移动，选择\n"
-    u"PageUp、PageDown　上一题、下一题（在文本框中加 Ctrl）\n"
-    u"Ctrl 和 +、－、0　放大、缩小题目文字，恢复原来大小\n"
-    u"Tab　　　　　　　 依次到题目、答案、题目导航和按钮\n"
-    u"Alt 和字母　　　　按钮上带下划线的字母\n"
-    u"Esc　　　　　　　 暂停离开；答案已经保存，以后可以继续";
 
 // While it lives, something is open over the window.
 class Covering {
@@ -200,7 +191,7 @@ void PracticeWindow::BindEvents() {
     BtnLarger->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Zoom(1); });
     BtnHelp->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         const Covering covering(covered_);
-        ui::Inform(this, kKeys, u"键盘操作");
+        KeysDialog(this).ShowModal();
     });
     BtnClear->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         Question->Answers().Enter(u"");

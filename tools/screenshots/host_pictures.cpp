@@ -14,6 +14,7 @@
 #include "dao/dao.h"
 #include "host/form_dialog.h"
 #include "host/hand_in_dialog.h"
+#include "host/keys_dialog.h"
 #include "host/main_window.h"
 #include "host/note_dialog.h"
 #include "host/practice_window.h"
@@ -102,6 +103,9 @@ void Practising(Player& player, const DataFolder& folder, bool small) {
     player.Do([&window] { window.CallAfter([&window] { Press(*window.BtnHandIn); }); });
     player.Picture("practice-handin", [] { return Shown<HandInDialog>(); });
     player.Do([] { Close<HandInDialog>(); });
+    player.Do([&window] { window.CallAfter([&window] { Press(*window.BtnHelp); }); });
+    player.Picture("practice-keys", [] { return Shown<KeysDialog>(); });
+    player.Do([] { Close<KeysDialog>(); });
     player.Do([&window] { window.CallAfter([&window] { Press(*window.BtnNote); }); });
     player.Picture("practice-note", [] { return Shown<NoteDialog>(); });
     player.Do([] { Close<NoteDialog>(); });
