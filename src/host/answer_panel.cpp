@@ -76,6 +76,7 @@ void AnswerPanel::AddRow(ChoiceRow::Kind kind, std::u16string letter, ui::RichTe
         event.Skip();
         TellFocus(*row);
     });
+    PassWheel(*row, *this);
     Rows.push_back(row);
 }
 
@@ -83,6 +84,7 @@ void AnswerPanel::AddText(long style, std::u16string_view name) {
     auto* text = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, style);
     if ((style & wxTE_MULTILINE) != 0) SetInnerMargin(*text);
     SetSpokenName(*text, name);
+    if ((style & wxTE_MULTILINE) == 0) PassWheel(*text, *this);
     text->Bind(wxEVT_SET_FOCUS, [this, text](wxFocusEvent& event) {
         event.Skip();
         TellFocus(*text);

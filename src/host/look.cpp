@@ -163,6 +163,10 @@ void SetSpokenName(wxWindow& window, std::u16string_view name, Role role) {
     Toolkit::Instance().Name(window.GetHandle(), ui::ToWx(name).utf8_str(), NumberOf(role));
 }
 
+void PassWheel(wxWindow& part, wxWindow& whole) {
+    part.Bind(wxEVT_MOUSEWHEEL, [&whole](wxMouseEvent& event) { whole.ProcessWindowEvent(event); });
+}
+
 void SetInnerMargin(wxTextCtrl& text) {
     Toolkit::Instance().Margin(text.GetHandle(), kGap, kTiny);
 }

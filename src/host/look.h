@@ -34,6 +34,9 @@ wxStaticText* MakeLabel(wxWindow* parent, std::u16string_view text, TextSize siz
 enum class Role : std::uint8_t { Own, RadioButton, CheckBox, List, Bar, Picture };
 void SetSpokenName(wxWindow& window, std::u16string_view name, Role role = Role::Own);
 
+// The wheel over a part of something that scrolls scrolls the whole.
+void PassWheel(wxWindow& part, wxWindow& whole);
+
 // Room between the frame of a large text box and its text.
 void SetInnerMargin(wxTextCtrl& text);
 

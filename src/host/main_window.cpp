@@ -1,6 +1,7 @@
 #include "host/main_window.h"
 
 #include <algorithm>
+#include <span>
 
 #include <wx/menu.h>
 #include <wx/wupdlock.h>
@@ -31,7 +32,8 @@ const wxSize kFirstSize(980, 640);
 const wxSize kLeastSize(680, 460);
 constexpr int kLeastPapers = 280;
 constexpr int kBandRow = 44;
-constexpr int kBandRows = 2;  // more of them scroll
+constexpr std::size_t kLastShown = 100;  // the history window has all of them
+constexpr int kBandRows = 2;             // more of them scroll
 
 constexpr std::u16string_view kTitle = u"全国计算机等级考试模拟练习";
 constexpr std::u16string_view kPlace = u"MainWindow";
@@ -460,7 +462,7 @@ void MainWindow::ShowNothing() {
 
 void MainWindow::FillPast() {
     LvLast->DeleteAllItems();
-    for (const PastPractice& one : overview_.past) {
+    for (const PastPractice& one : std::span(overview_.past).first(std::min(overview_.past.size(), kLastShown))) {
         const review::Training& training = one.training;
         const bool passed = review::Passed(training.paper_score, training.got_score);
         const std::u16string kind = one.mode ? std::u16string(ModeText(*one.mode)).substr(0, 2) : u"—";

@@ -132,7 +132,7 @@ wxSizer* PracticeWindow::BuildHeader() {
     first->Add(LblTime, 0, wxALIGN_CENTRE_VERTICAL);
     auto* second = new wxBoxSizer(wxHORIZONTAL);
     second->Add(LblPaper, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kMargin));
-    BtnTime = tool(u"隐藏时间", u"显示或隐藏时间");
+    BtnTime = tool(time_hidden_ ? u"显示时间" : u"隐藏时间", u"显示或隐藏时间");
     BtnSmaller = tool(u"A－", u"缩小题目文字（Ctrl －）");
     BtnLarger = tool(u"A＋", u"放大题目文字（Ctrl ＋）");
     BtnHelp = tool(u"帮助", u"键盘操作说明（F1）");
@@ -267,7 +267,8 @@ void PracticeWindow::Enter() {
     const auto* focus = FindFocus();
     if (focus == Navigator && Navigator->Cursor() != current_) return GoTo(Navigator->Cursor());
     if (!IsOver() && Question->Answers().FocusNextBlank()) return;
-    if (!IsOver() && BtnCheck != nullptr && BtnCheck->IsEnabled()) return Check();
+    const bool answered = practice_.HowAnswered(current_) != Answered::No;
+    if (!IsOver() && answered && BtnCheck != nullptr && BtnCheck->IsEnabled()) return Check();
     Step(1);
 }
 
@@ -427,18 +428,14 @@ void PracticeWindow::KeepAnswer() {
 void PracticeWindow::Check() {
     Guarded([this] { practice_.Check(current_); });
     ShowQuestion();
+    Question->ShowFeedback();
 }
 
 // The time goes on while a box or a note is open over the window; the paper is handed in when it is closed.
 void PracticeWindow::Tick() {
     if (IsOver()) return;
     ShowTime();
-    try {
-        practice_.KeepTime();
-    } catch (const AutomationError&) {
-        // The next answer tells it, or the next tick keeps it.
-        if (covered_ > 0) return;
-    }
+    KeepTime();
     if (practice_.GetMode() != Mode::Exam) return;
     const std::int32_t left = practice_.SecondsLeft();
     if (left <= kLastMinutes && left > 0 && !std::exchange(reminded_, true)) {
@@ -451,6 +448,15 @@ void PracticeWindow::Tick() {
         ui::Inform(this, u"时间到，现在交卷。", kTitle);
     }
     HandIn();
+}
+
+// What fails here fails with the next answer, which tells it; the next tick tries again.
+void PracticeWindow::KeepTime() {
+    try {
+        practice_.KeepTime();
+    } catch (const AutomationError&) {
+        return;
+    }
 }
 
 void PracticeWindow::ToggleMark() {

@@ -86,6 +86,7 @@ private:
     void KeepAnswer();
     void Check();
     void Tick();
+    void KeepTime();
     void ToggleMark();
     void WriteNote();
     void AskHandIn();

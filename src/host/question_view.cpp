@@ -134,7 +134,12 @@ QuestionView::QuestionView(wxWindow* parent)
         ArrangePage();
     });
     // The text is as high as it needs to be: the page around it scrolls.
-    page_stem_->Bind(wxEVT_MOUSEWHEEL, [this](wxMouseEvent& event) { page_->ProcessWindowEvent(event); });
+    PassWheel(*page_stem_, *page_answers_);
+    page_answers_->Bind(wxEVT_MOUSEWHEEL, [this](wxMouseEvent& event) {
+        constexpr int kLines = 3;
+        const int lines = kLines * event.GetWheelRotation() / std::max(1, event.GetWheelDelta());
+        page_->Scroll(-1, std::max(0, page_->GetViewStart().y - lines));
+    });
     page_answers_->OnFocus = [this](wxWindow& control) { ScrollTo(control); };
 
     split_ = new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxSP_LIVE_UPDATE | wxSP_3DSASH);
@@ -209,7 +214,10 @@ void QuestionView::Reveal(const QuestionOutcome& outcome) {
         if (told) lines += u"\n" + outcome.mark.error;
     }
     shown_feedback_ = heading + u"\n" + lines;
-    if (!is_text_ && page_feedback_ == nullptr) page_feedback_ = new Feedback(page_);
+    if (!is_text_ && page_feedback_ == nullptr) {
+        page_feedback_ = new Feedback(page_);
+        PassWheel(*page_feedback_, *page_answers_);
+    }
     Feedback& feedback = is_text_ ? *text_feedback_ : *page_feedback_;
     feedback.Tell(TintOf(verdict), heading, lines);
     feedback.Show();
@@ -219,6 +227,10 @@ void QuestionView::Reveal(const QuestionOutcome& outcome) {
     } else {
         ArrangePage();
     }
+}
+
+void QuestionView::ShowFeedback() {
+    if (page_feedback_ != nullptr) ScrollTo(*page_feedback_);
 }
 
 void QuestionView::ArrangePage() {

@@ -43,6 +43,9 @@ public:
 
     std::function<void()> OnChange;
 
+    // Brings what the answer was worth into view.
+    void ShowFeedback();
+
     ui::RichTextView& Stem();
     AnswerPanel& Answers();
     const std::u16string& FeedbackText() const { return shown_feedback_; }

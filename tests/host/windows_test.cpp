@@ -581,6 +581,12 @@ TEST_F(HostWindowTest, MuchOfEverythingFits) {
             EXPECT_GT(window.Question->Stem().GetSize().y, 20);
             const wxWindow& page = *window.Question->Stem().GetParent();
             EXPECT_GT(page.GetVirtualSize().y, page.GetClientSize().y);
+            wxMouseEvent wheel(wxEVT_MOUSEWHEEL);
+            wheel.m_wheelRotation = -120;
+            wheel.m_wheelDelta = 120;
+            blanks[0]->ProcessWindowEvent(wheel);
+            EXPECT_GT(dynamic_cast<const wxScrolledWindow&>(page).GetViewStart().y, 0)
+                << "the wheel over a blank scrolls";
             blanks.back()->SetFocus();
         })
         .Await("the last blank",
