@@ -1,10 +1,12 @@
 #include "host/result_view.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <memory>
 
 #include <wx/dcclient.h>
 #include <wx/graphics.h>
+#include <wx/scrolwin.h>
 #include <wx/sizer.h>
 
 #include "core/convert.h"
@@ -63,10 +65,12 @@ void ShareBar::Paint() {
 }
 
 ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_view title)
-    : wxScrolledWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
-                       wxVSCROLL | wxTAB_TRAVERSAL | wxBORDER_THEME) {
-    SetBackgroundColour(Colour(Tint::Card));
-    SetScrollRate(0, FromDIP(kWide));
+    : wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME) {
+    auto* page = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL | wxTAB_TRAVERSAL);
+    for (wxWindow* window : std::initializer_list<wxWindow*>{this, page}) {
+        window->SetBackgroundColour(Colour(Tint::Card));
+    }
+    page->SetScrollRate(0, FromDIP(kWide));
     const bool passed = outcome.Passed();
     const std::u16string verdict = passed ? u"✓ 及格" : u"✗ 不及格";
     const std::u16string score = Points(outcome.Score()) + u" / " + Points(outcome.FullScore()) + u" 分";
@@ -75,15 +79,15 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
     if (const std::u16string change = ChangeText(outcome); !change.empty()) time += u"　·　" + change;
 
     auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(MakeLabel(this, title, TextSize::Body, false, Tint::Quiet), 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
+    sizer->Add(MakeLabel(page, title, TextSize::Body, false, Tint::Quiet), 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
     auto* head = new wxBoxSizer(wxHORIZONTAL);
-    head->Add(MakeLabel(this, score, TextSize::Large, true), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kWide));
-    head->Add(MakeLabel(this, verdict, TextSize::Large, true, passed ? Tint::Good : Tint::Bad), 0,
+    head->Add(MakeLabel(page, score, TextSize::Large, true), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kWide));
+    head->Add(MakeLabel(page, verdict, TextSize::Large, true, passed ? Tint::Good : Tint::Bad), 0,
               wxALIGN_CENTRE_VERTICAL);
     sizer->Add(head, 0, wxBOTTOM, FromDIP(kGap));
-    sizer->Add(MakeLabel(this, rate), 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
-    sizer->Add(MakeLabel(this, time), 0, wxEXPAND | wxBOTTOM, FromDIP(kWide));
-    sizer->Add(MakeLabel(this, u"各题型得分", TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
+    sizer->Add(MakeLabel(page, rate), 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
+    sizer->Add(MakeLabel(page, time), 0, wxEXPAND | wxBOTTOM, FromDIP(kWide));
+    sizer->Add(MakeLabel(page, u"各题型得分", TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
     auto* grid = new wxFlexGridSizer(3, FromDIP(wxSize(kMargin, kMargin)));
     grid->AddGrowableCol(1);
     text_ = u"总分 " + Points(outcome.FullScore()) + u"，得分 " + Points(outcome.Score()) + u"，" +
@@ -92,20 +96,23 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
         const double share = kind.full_score > 0 ? kind.score / kind.full_score : 0;
         const std::u16string points = Points(kind.score) + u" / " + Points(kind.full_score) + u" 分　对 " +
                                       Count(kind.right) + u" / " + Count(kind.questions) + u" 题";
-        grid->Add(MakeLabel(this, KindName(kind.kind)), 0, wxALIGN_CENTRE_VERTICAL);
+        grid->Add(MakeLabel(page, KindName(kind.kind)), 0, wxALIGN_CENTRE_VERTICAL);
         grid->Add(
-            new ShareBar(this, share, TintOf(share), std::u16string(KindName(kind.kind)) + u"，" + points, kBarHeight),
+            new ShareBar(page, share, TintOf(share), std::u16string(KindName(kind.kind)) + u"，" + points, kBarHeight),
             1, wxEXPAND | wxALIGN_CENTRE_VERTICAL);
-        grid->Add(MakeLabel(this, points), 0, wxALIGN_CENTRE_VERTICAL);
+        grid->Add(MakeLabel(page, points), 0, wxALIGN_CENTRE_VERTICAL);
         text_.append(KindName(kind.kind)).append(u" ").append(points).append(u"。");
     }
     sizer->Add(grid, 0, wxEXPAND);
     auto* column = new wxBoxSizer(wxVERTICAL);
     column->Add(sizer, 0, wxEXPAND | wxALL, FromDIP(kWide));
     sizer->SetMinSize(FromDIP(wxSize(300, -1)));
-    SetSizer(column);
-    FitInside();
-    SetSpokenName(*this, text_);
+    page->SetSizer(column);
+    page->FitInside();
+    auto* whole = new wxBoxSizer(wxVERTICAL);
+    whole->Add(page, 1, wxEXPAND);
+    SetSizer(whole);
+    SetSpokenName(*page, text_);
 }
 
 }  // namespace qmtrain::host

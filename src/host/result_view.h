@@ -2,14 +2,13 @@
 #pragma once
 
 #include <wx/panel.h>
-#include <wx/scrolwin.h>
 
 #include "host/look.h"
 #include "host/outcome.h"
 
 namespace qmtrain::host {
 
-class ResultView : public wxScrolledWindow {
+class ResultView : public wxPanel {
 public:
     ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_view title);
 
