@@ -1,145 +1,213 @@
 #include "host/answer_panel.h"
 
-#include <wx/sizer.h>
-#include <wx/stattext.h>
+#include <algorithm>
+#include <utility>
 
 #include "core/convert.h"
 #include "core/text.h"
 #include "core/utilities.h"
+#include "host/look.h"
+#include "host/zoom.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
 
-constexpr int kGap = 8;  // pixels of an unscaled screen
-
-wxString Letter(int place) {
-    return wxString(static_cast<char>('A' + place));
+ui::RichText Plain(std::u16string_view text) {
+    ui::RichText out;
+    out.AppendText(text);
+    return out;
 }
 
 }  // namespace
 
 AnswerPanel::AnswerPanel(wxWindow* parent) : wxPanel(parent) {
-    const auto changed = [this](wxCommandEvent& event) {
+    SetBackgroundColour(Colour(Tint::Card));
+    Bind(wxEVT_TEXT, [this](wxCommandEvent& event) {
         event.Skip();
         if (OnChange) OnChange();
-    };
-    Bind(wxEVT_RADIOBUTTON, changed);
-    Bind(wxEVT_CHECKBOX, changed);
-    Bind(wxEVT_TEXT, changed);
+    });
 }
 
-void AnswerPanel::Ask(const Question& question, std::u16string_view answer) {
+void AnswerPanel::Ask(const Question& question, std::u16string_view answer, int zoom) {
     DestroyChildren();
-    radios_.clear();
-    checks_.clear();
-    texts_.clear();
+    Rows.clear();
+    Texts.clear();
+    captions_.clear();
+    locked_ = false;
+    first_ = nullptr;
     kind_ = question.kind;
-    const bool row = kind_ == Kind::Single || kind_ == Kind::Multiple || kind_ == Kind::YesNo;
-    SetSizer(new wxBoxSizer(row ? wxHORIZONTAL : wxVERTICAL));
     switch (kind_) {
-        case Kind::Single: BuildChoices(question.choices, false); break;
-        case Kind::Multiple: BuildChoices(question.choices, true); break;
-        case Kind::YesNo: BuildYesNo(); break;
-        case Kind::Fill: BuildBlanks(question.blanks); break;
-        default: BuildText(); break;
-    }
-    if (!radios_.empty()) BuildNoRadio();
-    Fill(answer);
-    Layout();
-}
-
-void AnswerPanel::BuildChoices(int count, bool several) {
-    for (int i = 0; i < count; ++i) {
-        wxWindow* control = nullptr;
-        if (several) {
-            checks_.push_back(new wxCheckBox(this, wxID_ANY, Letter(i)));
-            control = checks_.back();
-        } else {
-            radios_.push_back(new wxRadioButton(this, wxID_ANY, Letter(i), wxDefaultPosition, wxDefaultSize,
-                                                i == 0 ? wxRB_GROUP : 0));
-            control = radios_.back();
+        case Kind::Single:
+        case Kind::Multiple: {
+            const auto kind = kind_ == Kind::Single ? ChoiceRow::Kind::One : ChoiceRow::Kind::Several;
+            char16_t letter = u'A';
+            for (const ui::RichText& option : question.options) {
+                AddRow(kind, std::u16string(1, letter++), Zoomed(option, zoom));
+            }
+            break;
         }
-        GetSizer()->Add(control, 0, wxALL, FromDIP(kGap));
+        case Kind::YesNo:
+            AddRow(ChoiceRow::Kind::One, u"", Zoomed(Plain(u"对"), zoom));
+            AddRow(ChoiceRow::Kind::One, u"", Zoomed(Plain(u"错"), zoom));
+            break;
+        case Kind::Fill:
+            for (int i = 1; i <= question.blanks; ++i) {
+                const std::u16string caption = u"【" + ToText(i) + u"】";
+                captions_.push_back(new wxStaticText(this, wxID_ANY, ui::ToWx(caption)));
+                AddText(0, u"第 " + ToText(i) + u" 空");
+            }
+            break;
+        default: {
+            AddText(wxTE_MULTILINE, u"操作题的答案");
+            wxFont font(wxFontInfo(10.5 * zoom / 100).Family(wxFONTFAMILY_TELETYPE));
+            Texts[0]->SetFont(font);
+        }
     }
+    Fill(answer);
 }
 
-void AnswerPanel::BuildYesNo() {
-    for (const std::u16string_view caption : {u"对", u"错"}) {
-        radios_.push_back(new wxRadioButton(this, wxID_ANY, ui::ToWx(caption), wxDefaultPosition, wxDefaultSize,
-                                            radios_.empty() ? wxRB_GROUP : 0));
-        GetSizer()->Add(radios_.back(), 0, wxALL, FromDIP(kGap));
+void AnswerPanel::AddRow(ChoiceRow::Kind kind, std::u16string letter, ui::RichText text) {
+    auto* row = new ChoiceRow(this, kind, std::move(letter), std::move(text));
+    const std::size_t place = Rows.size();
+    row->OnChoose = [this, place] { Choose(place); };
+    row->OnMove = [this, place](int direction) { MoveFrom(place, direction); };
+    row->Bind(wxEVT_SET_FOCUS, [this, row](wxFocusEvent& event) {
+        event.Skip();
+        TellFocus(*row);
+    });
+    PassWheel(*row, *this);
+    Rows.push_back(row);
+}
+
+void AnswerPanel::AddText(long style, std::u16string_view name) {
+    auto* text = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, style);
+    if ((style & wxTE_MULTILINE) != 0) SetInnerMargin(*text);
+    SetSpokenName(*text, name);
+    if ((style & wxTE_MULTILINE) == 0) PassWheel(*text, *this);
+    text->Bind(wxEVT_SET_FOCUS, [this, text](wxFocusEvent& event) {
+        event.Skip();
+        TellFocus(*text);
+    });
+    Texts.push_back(text);
+}
+
+void AnswerPanel::MoveFrom(std::size_t place, int direction) {
+    const auto count = static_cast<int>(Rows.size());
+    const int wanted = (static_cast<int>(place) + direction + count) % count;
+    Rows[static_cast<std::size_t>(wanted)]->SetFocus();
+}
+
+bool AnswerPanel::Choose(std::size_t place) {
+    if (place >= Rows.size() || locked_) return false;
+    if (kind_ == Kind::Multiple) {
+        Rows[place]->Choose(!Rows[place]->IsChosen());
+    } else {
+        for (std::size_t i = 0; i < Rows.size(); ++i) Rows[i]->Choose(i == place);
     }
+    Rows[place]->SetFocus();
+    if (OnChange) OnChange();
+    return true;
 }
 
-// One of a group is always on. While nothing has been answered it is one that nobody sees.
-void AnswerPanel::BuildNoRadio() {
-    no_radio_ = new wxRadioButton(this, wxID_ANY, wxString());
-    no_radio_->Hide();
-}
-
-void AnswerPanel::BuildBlanks(int count) {
-    auto* grid = new wxFlexGridSizer(2, FromDIP(kGap), FromDIP(kGap));
-    grid->AddGrowableCol(1);
-    for (int i = 1; i <= count; ++i) {
-        auto* caption = new wxStaticText(this, wxID_ANY, ui::ToWx(u"【" + ToText(i) + u"】"));
-        grid->Add(caption, 0, wxALIGN_CENTRE_VERTICAL);
-        texts_.push_back(new wxTextCtrl(this, wxID_ANY));
-        grid->Add(texts_.back(), 1, wxEXPAND);
-    }
-    GetSizer()->Add(grid, 0, wxEXPAND | wxALL, FromDIP(kGap));
-}
-
-void AnswerPanel::BuildText() {
-    texts_.push_back(
-        new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, FromDIP(wxSize(-1, 90)), wxTE_MULTILINE));
-    GetSizer()->Add(texts_.back(), 1, wxEXPAND | wxALL, FromDIP(kGap));
-}
-
-// The bit set of a choice, a radio button's place, or the texts of the blanks.
+// The bit set of a choice, "-1" or "0", or the texts of the blanks.
 void AnswerPanel::Fill(std::u16string_view answer) {
-    const std::int32_t bits = IsNumeric(answer) ? ToLong(answer) : 0;
-    for (std::size_t i = 0; i < checks_.size(); ++i) checks_[i]->SetValue((bits >> i & 1) != 0);
-    if (!radios_.empty()) no_radio_->SetValue(true);
-    for (std::size_t i = 0; kind_ == Kind::Single && i < radios_.size(); ++i) {
-        if ((bits >> i & 1) != 0) radios_[i]->SetValue(true);
+    const bool choice = kind_ == Kind::Single || kind_ == Kind::Multiple;
+    const std::int32_t bits = choice && IsNumeric(answer) ? ToLong(answer) : 0;
+    for (std::size_t i = 0; i < Rows.size(); ++i) {
+        Rows[i]->Choose(choice ? (bits >> i & 1) != 0 : !answer.empty() && (answer == u"-1") == (i == 0));
     }
-    if (kind_ == Kind::YesNo && !answer.empty()) radios_[answer == u"-1" ? 0 : 1]->SetValue(true);
     if (kind_ == Kind::Fill) {
         const std::vector<std::u16string> parts = SplitAll(answer, u"@");
-        for (std::size_t i = 0; i < texts_.size(); ++i) {
-            texts_[i]->ChangeValue(ui::ToWx(i < parts.size() ? parts[i] : u""));
+        for (std::size_t i = 0; i < Texts.size(); ++i) {
+            Texts[i]->ChangeValue(ui::ToWx(i < parts.size() ? parts[i] : u""));
         }
-    } else if (!texts_.empty()) {
-        texts_[0]->ChangeValue(ui::ToWx(answer));
+    } else if (!Texts.empty()) {
+        Texts[0]->ChangeValue(ui::ToWx(answer));
     }
 }
 
 void AnswerPanel::Enter(std::u16string_view answer) {
+    if (locked_) return;
     Fill(answer);
     if (OnChange) OnChange();
 }
 
 std::u16string AnswerPanel::Answer() const {
     if (kind_ == Kind::YesNo) {
-        if (radios_[0]->GetValue()) return u"-1";
-        return radios_[1]->GetValue() ? u"0" : u"";
+        if (Rows[0]->IsChosen()) return u"-1";
+        return Rows[1]->IsChosen() ? u"0" : u"";
     }
-    if (!radios_.empty() || !checks_.empty()) {
+    if (!Rows.empty()) {
         std::int32_t bits = 0;
-        for (std::size_t i = 0; i < radios_.size(); ++i) bits |= radios_[i]->GetValue() ? 1 << i : 0;
-        for (std::size_t i = 0; i < checks_.size(); ++i) bits |= checks_[i]->GetValue() ? 1 << i : 0;
+        for (std::size_t i = 0; i < Rows.size(); ++i) bits |= Rows[i]->IsChosen() ? 1 << i : 0;
         return bits == 0 ? u"" : ToText(bits);
     }
     std::u16string answer;
-    for (std::size_t i = 0; i < texts_.size(); ++i) {
+    for (std::size_t i = 0; i < Texts.size(); ++i) {
         if (i > 0) answer += u"@";
-        std::u16string blank = ui::StoredLines(texts_[i]->GetValue());
+        std::u16string blank = ui::StoredLines(Texts[i]->GetValue());
         // "@" and "#" separate blanks and alternatives: no answer can hold them.
         if (kind_ == Kind::Fill) std::erase_if(blank, [](char16_t unit) { return unit == u'@' || unit == u'#'; });
         answer += blank;
     }
-    return answer;
+    return answer.find_first_not_of(u'@') == std::u16string::npos ? u"" : answer;
+}
+
+void AnswerPanel::Reveal(std::u16string_view standard_answer) {
+    locked_ = true;
+    const std::int32_t bits = IsNumeric(standard_answer) ? ToLong(standard_answer) : 0;
+    for (std::size_t i = 0; i < Rows.size(); ++i) {
+        Rows[i]->Lock();
+        Rows[i]->ShowRight(kind_ == Kind::YesNo ? (standard_answer == u"-1") == (i == 0) : (bits >> i & 1) != 0);
+    }
+    for (wxTextCtrl* text : Texts) text->SetEditable(false);
+}
+
+void AnswerPanel::TellFocus(wxWindow& control) {
+    if (std::exchange(first_, nullptr) != &control && OnFocus) OnFocus(control);
+}
+
+void AnswerPanel::FocusAnswer() {
+    const auto chosen = std::find_if(Rows.begin(), Rows.end(), [](const ChoiceRow* row) { return row->IsChosen(); });
+    const auto open = std::find_if(Texts.begin(), Texts.end(), [](const wxTextCtrl* text) { return text->IsEmpty(); });
+    if (!Rows.empty()) {
+        first_ = chosen != Rows.end() ? *chosen : Rows[0];
+    } else if (!Texts.empty()) {
+        wxTextCtrl* text = open != Texts.end() ? *open : Texts.back();
+        first_ = text;
+        text->SetInsertionPointEnd();
+    }
+    if (first_ != nullptr) first_->SetFocus();
+}
+
+bool AnswerPanel::FocusNextBlank() {
+    for (std::size_t i = 0; i + 1 < Texts.size(); ++i) {
+        if (!Texts[i]->HasFocus()) continue;
+        Texts[i + 1]->SetFocus();
+        return true;
+    }
+    return false;
+}
+
+int AnswerPanel::Arrange(int width) {
+    const int gap = FromDIP(kGap);
+    int y = 0;
+    for (ChoiceRow* row : Rows) {
+        const int height = row->HeightFor(width);
+        row->SetSize(0, y, width, height);
+        y += height + gap;
+    }
+    int caption_width = 0;
+    for (const wxStaticText* caption : captions_) caption_width = std::max(caption_width, caption->GetBestSize().x);
+    for (std::size_t i = 0; i < captions_.size(); ++i) {
+        const int height = Texts[i]->GetBestSize().y;
+        const int caption_height = captions_[i]->GetBestSize().y;
+        captions_[i]->SetPosition(wxPoint(0, y + (height - caption_height) / 2));
+        Texts[i]->SetSize(caption_width + gap, y, width - caption_width - gap, height);
+        y += height + gap;
+    }
+    return std::max(0, y - gap);
 }
 
 }  // namespace qmtrain::host

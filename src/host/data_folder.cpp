@@ -50,6 +50,16 @@ void MakeEmptyFolder(std::u16string_view folder) {
     if (!FileExists(made.Host())) CreateHostDatabase(made.Host());
 }
 
+void RequireReadable(const DataFolder& folder) {
+    bool read_only = false;
+    try {
+        Look(ClientDatabase(folder.path), u"TrainInfo", read_only);
+        Look(ClientDatabase(folder.path), u"TrainResult", read_only);
+    } catch (const AutomationError& error) {
+        RaiseComponentError(u"qmtrain", error.Description());
+    }
+}
+
 FolderReport Examine(const DataFolder& folder) {
     FolderReport report;
     for (const std::u16string& file : {ClientDatabase(folder.path), folder.Host()}) {

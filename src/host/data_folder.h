@@ -30,6 +30,9 @@ struct FolderReport {
     std::u16string problem;  // for the user
 };
 
+// Raises the component's error, with what is wrong, when the folder's Client.mdb cannot be read.
+void RequireReadable(const DataFolder& folder);
+
 // Whether the host can work with the folder.
 FolderReport Examine(const DataFolder& folder);
 

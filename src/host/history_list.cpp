@@ -2,8 +2,11 @@
 
 #include <array>
 
+#include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "host/data_folder.h"
+#include "host/papers.h"
 #include "records/train_info.h"
 #include "review/training_row.h"
 
@@ -60,6 +63,7 @@ std::string Text(const std::vector<ui::ListRow>& rows) {
 std::string HistoryText(const Options& options) {
     TrainInfo train;
     train.ClientPath(options.data);
+    RequireReadable({options.data});
     std::u16string problem;
     if (!train.Init(problem)) RaiseComponentError(u"qmtrain", problem.empty() ? u"无法打开练习记录数据库。" : problem);
     const auto trainings =
@@ -74,6 +78,16 @@ std::string HistoryText(const Options& options) {
         case Options::Output::Text: break;
     }
     return Text(rows);
+}
+
+std::string PapersText(const Options& options) {
+    std::u16string text = u"试卷号\t科目\t题数\t满分\t时间（分钟）\t名称\n";
+    for (const Paper& paper : PapersOf({options.data}, options.subject_named ? options.subject : -1)) {
+        text += ToText(paper.number) + u"\t" + ToText(paper.subject) + u"\t" +
+                ToText(static_cast<std::int64_t>(paper.questions.size())) + u"\t" + ToText(Value(paper.FullScore())) +
+                u"\t" + ToText(paper.minutes) + u"\t" + paper.title + u"\n";
+    }
+    return ToUtf8(text);
 }
 
 }  // namespace qmtrain::host

@@ -23,6 +23,10 @@ int Run(const Options& options) {
         std::fputs(kHelp, stdout);
         return 0;
     }
+    if (options.version) {
+        std::fputs(kVersion, stdout);
+        return 0;
+    }
     SetComponentFolder(ToNativePath(options.data));  // where the user may write
     if (options.command == "init") {
         MakeEmptyFolder(options.data);
@@ -31,6 +35,8 @@ int Run(const Options& options) {
         SeedHistory(options.data, options.user, options.subject, options.trainings, 1);
     } else if (options.command == "list") {
         std::fputs(HistoryText(options).c_str(), stdout);
+    } else if (options.command == "papers") {
+        std::fputs(PapersText(options).c_str(), stdout);
     } else {
         return RunWindows(options);
     }

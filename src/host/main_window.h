@@ -1,75 +1,115 @@
-// The host's main window: who practises what, and how it went last.
+// The host's main window: who practises what, and how it went so far.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include <wx/button.h>
 #include <wx/choice.h>
+#include <wx/dataview.h>
 #include <wx/frame.h>
-#include <wx/listbox.h>
 #include <wx/radiobut.h>
+#include <wx/scrolwin.h>
+#include <wx/sizer.h>
 #include <wx/stattext.h>
 
+#include "host/curve.h"
 #include "host/data_folder.h"
-#include "host/papers.h"
-#include "ui/list_model.h"
-#include "ui/list_view.h"
+#include "host/overview.h"
+#include "host/people.h"
+#include "host/settings.h"
+#include "host/unfinished.h"
 
 namespace qmtrain::host {
 
 class MainWindow : public wxFrame {
 public:
-    MainWindow(DataFolder folder, std::int32_t user, std::int32_t subject);
+    // What is not given is as it was the last time. Raises the component's error for a candidate or a subject that does
+    // not exist.
+    struct Choices {
+        std::optional<std::int32_t> user = {};
+        std::optional<std::int32_t> subject = {};
+        std::optional<Edition> edition = {};
+    };
+    MainWindow(DataFolder folder, const Choices& choices);
 
-    // Asks whether a practice that was not handed in should go on.
-    void OfferUnfinished();
-
-    void StartPaper(const Paper& paper);
+    void StartPaper(const Paper& paper, Mode mode);
+    void Resume(std::int32_t train_id);
     void ShowHistory();
+    void ShowHistory(std::int32_t user, std::int32_t subject);
     void ShowNotes();
+    void ShowNotes(std::int32_t user, std::int32_t subject);
+
+    // Reads everything anew.
+    void Fill();
 
     wxChoice* CboUser = nullptr;
     wxChoice* CboSubject = nullptr;
+    wxStaticText* LblUser = nullptr;
+    wxButton* BtnRules = nullptr;
     wxRadioButton* OptStandAlone = nullptr;
     wxRadioButton* OptNet = nullptr;
-    wxListBox* LstPapers = nullptr;
-    wxButton* BtnPractise = nullptr;
+    wxScrolledWindow* Band = nullptr;
+    std::vector<wxButton*> BtnResume;
+    std::vector<wxButton*> BtnDiscard;
+    wxDataViewListCtrl* LvPapers = nullptr;
+    wxPanel* Nothing = nullptr;  // in the place of papers when there are none
+    wxStaticText* LblNothing = nullptr;
+    wxButton* BtnNothing = nullptr;
+    wxButton* BtnExam = nullptr;
+    wxButton* BtnExercise = nullptr;
+    wxStaticText* LblFigures = nullptr;
+    Curve* PicCurve = nullptr;
+    wxDataViewListCtrl* LvLast = nullptr;
+    wxStaticText* LblNoLast = nullptr;
+    wxButton* BtnReview = nullptr;
     wxButton* BtnHistory = nullptr;
     wxButton* BtnNotes = nullptr;
-    ui::ListView* LvLast = nullptr;
     wxStaticText* LblFolder = nullptr;
 
     std::int32_t UserId() const;
     std::int32_t SubjectCode() const;
     Edition GetEdition() const { return OptNet->GetValue() ? Edition::Network : Edition::StandAlone; }
+    const Overview& GetOverview() const { return overview_; }
 
 private:
-    struct Named {
-        std::int32_t number;
-        std::u16string name;
-    };
-
     void Build();
-    wxSizer* BuildChoices();
-    wxSizer* BuildPapers();
+    void BuildMenu();
+    wxSizer* BuildChoices(wxWindow* page);
+    wxSizer* BuildPapers(wxWindow* page);
+    wxSizer* BuildPast(wxWindow* page);
     void BindEvents();
-    void FillChoices(std::int32_t user, std::int32_t subject);
+    void Choose(const Choices& choices);
+    void FillPeople(std::int32_t user, std::int32_t subject);
+    void FillBand();
     void FillPapers();
-    void FillLast();
-    void PractiseSelected();
-    void Practise(class Practice& practice);
+    void FillPast();
+    void ShowNothing();
+    void PractiseSelected(Mode mode);
+    void AskDiscard(const UnfinishedPractice& practice);
+    void ReviewSelected();
+    void RedoSelected();
+    void ShowPastMenu();
+    void ShowRules();
+    void EditCandidate(bool is_new);
+    void EditSubject(bool is_new);
+    void ComposeFromBank();
+    void MakeExamples();
+    void Remember();
+    const PastPractice* SelectedPast() const;
 
     template <class Body>
     void Guarded(Body body);
 
     DataFolder folder_;
     bool read_only_;
-    std::vector<Named> users_;
-    std::vector<Named> subjects_;
-    std::vector<Paper> papers_;
-    ui::ListModel last_;
+    Settings settings_;
+    std::vector<Candidate> users_;
+    std::vector<Subject> subjects_;
+    Overview overview_;
+    std::function<void()> when_nothing_;  // what the button in the place of papers does
 };
 
 }  // namespace qmtrain::host

@@ -124,19 +124,33 @@ Kind KindOf(std::u16string_view type_name) {
     return type_name == u"操作题" ? Kind::Operation : Kind::Unknown;
 }
 
-bool IsAnswered(Kind kind, std::u16string_view answer) {
+Answered IsAnswered(Kind kind, int blanks, std::u16string_view answer) {
+    const auto all = [](bool answered) { return answered ? Answered::Yes : Answered::No; };
     switch (kind) {
         case Kind::Single:
-        case Kind::Multiple: return IsNumeric(answer) && ToLong(answer) > 0;
-        case Kind::Fill:
-            return std::any_of(answer.begin(), answer.end(),
-                               [](char16_t unit) { return unit != u'@' && kBlanks.find(unit) == kBlanks.npos; });
-        default: return !Trimmed(answer).empty();
+        case Kind::Multiple: return all(IsNumeric(answer) && ToLong(answer) > 0);
+        case Kind::Fill: {
+            const std::vector<std::u16string> given = SplitAll(answer, u"@");
+            const auto filled = std::count_if(given.begin(), given.end(),
+                                              [](const std::u16string& blank) { return !Trimmed(blank).empty(); });
+            if (filled == 0) return Answered::No;
+            return filled < blanks ? Answered::Partly : Answered::Yes;
+        }
+        default: return all(!Trimmed(answer).empty());
     }
 }
 
+std::u16string_view AnsweredText(Answered answered) {
+    switch (answered) {
+        case Answered::No: return u"未作答";
+        case Answered::Partly: return u"部分作答";
+        case Answered::Yes: break;
+    }
+    return u"已作答";
+}
+
 Mark MarkAnswer(const Task& task, std::u16string_view answer) {
-    if (!IsAnswered(task.kind, answer)) {
+    if (IsAnswered(task.kind, 1, answer) == Answered::No) {
         Errors errors;
         errors.Add(u"没有作答。");
         return errors.With(0);

@@ -28,7 +28,13 @@ struct Task {
 // separated by "@", or text.
 Mark MarkAnswer(const Task& task, std::u16string_view answer);
 
-// Whether anything has been answered at all.
-bool IsAnswered(Kind kind, std::u16string_view answer);
+// How much of a question has been answered. Blanks (spaces, empty lines) are no answer.
+enum class Answered { No, Partly, Yes };
+
+// `blanks` counts those of a fill-in question: it is answered when every one of them is.
+Answered IsAnswered(Kind kind, int blanks, std::u16string_view answer);
+
+// "未作答", "部分作答", "已作答".
+std::u16string_view AnsweredText(Answered answered);
 
 }  // namespace qmtrain::host

@@ -1,9 +1,10 @@
-// Writes a note on the question that is being answered.
+// Writes a note on a question; in a folder that cannot be written it shows it.
 #pragma once
 
 #include <string>
 #include <string_view>
 
+#include <wx/button.h>
 #include <wx/dialog.h>
 #include <wx/textctrl.h>
 
@@ -21,16 +22,22 @@ public:
 
     wxTextCtrl* TxtName = nullptr;
     wxTextCtrl* TxtContent = nullptr;
+    wxButton* BtnSave = nullptr;
 
 private:
     void Build();
+    bool IsChanged() const;
     bool Save();
+    void Leave();
 
     Note note_;
     std::int32_t subject_;
     std::int32_t user_;
     std::u16string data_code_;
     std::u16string rec_no_;
+    std::u16string name_;  // as kept
+    std::u16string content_;
+    bool read_only_;
 };
 
 }  // namespace qmtrain::host

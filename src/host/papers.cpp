@@ -1,5 +1,7 @@
 #include "host/papers.h"
 
+#include <algorithm>
+
 #include "bank/data_info.h"
 #include "bank/fill_answer.h"
 #include "bank/question_item.h"
@@ -72,6 +74,48 @@ std::shared_ptr<TextCollection> OptionsInBank(const DataFolder& folder, const Pa
     return options;
 }
 
+// What the catalogue says of a bank, for messages.
+struct BankEntry {
+    std::u16string name;
+    std::u16string file;
+};
+
+std::optional<BankEntry> EntryOf(const DataFolder& folder, Edition edition, std::int32_t subject,
+                                 std::u16string_view data_code) {
+    DataInfo catalogue;
+    catalogue.IsNet(edition == Edition::Network);
+    if (edition == Edition::Network) {
+        catalogue.LocalMdbPath(folder.LocalPaper());
+    } else {
+        catalogue.TotalPath(folder.Banks());
+    }
+    if (!catalogue.InitDb() || !catalogue.LoadFromDataCode(data_code, subject)) return std::nullopt;
+    return BankEntry{catalogue.Description(), catalogue.MdbName()};
+}
+
+// Why a question is not there: the reason that the user can do something about.
+[[noreturn]] void RaiseMissing(const DataFolder& folder, Edition edition, std::int32_t subject,
+                               const PaperQuestion& place, std::u16string_view otherwise) {
+    const std::optional<BankEntry> entry = EntryOf(folder, edition, subject, place.data_code);
+    if (!entry) {
+        RaiseComponentError(u"qmtrain",
+                            u"题库目录中没有代码为“" + place.data_code + u"”的题库（试题 " + place.rec_no + u"）。");
+    }
+    const std::u16string bank = u"题库“" + entry->name + u"”（" +
+                                (edition == Edition::Network ? std::u16string(u"LocalPaper.mdb") : entry->file) + u"）";
+    if (edition == Edition::StandAlone && !FileExists(InFolder(folder.Banks(), entry->file))) {
+        RaiseComponentError(u"qmtrain", bank + u"的文件不存在：" + InFolder(folder.Banks(), entry->file));
+    }
+    RaiseComponentError(u"qmtrain", (bank + u"中的试题 " + place.rec_no + u" 无法使用：").append(otherwise));
+}
+
+std::vector<ui::RichText> OptionTexts(const TextCollection* options) {
+    std::vector<ui::RichText> texts;
+    if (options == nullptr) return texts;
+    for (const TextCollection::Entry& option : *options) texts.push_back(ui::StoredText(option.item));
+    return texts;
+}
+
 }  // namespace
 
 float Paper::FullScore() const {
@@ -81,7 +125,7 @@ float Paper::FullScore() const {
 }
 
 std::vector<Paper> PapersOf(const DataFolder& folder, std::int32_t subject) {
-    return Papers(folder, u"SubjectCode=" + ToText(subject));
+    return Papers(folder, subject == -1 ? std::u16string(u"PaperNo Is Not Null") : u"SubjectCode=" + ToText(subject));
 }
 
 std::optional<Paper> FindPaper(const DataFolder& folder, std::int32_t number) {
@@ -98,6 +142,14 @@ std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t trai
                                     ToText(train.TheoryNo()) + u" And OperationNo=" + ToText(train.OperationNo())));
 }
 
+Paper OnlyQuestions(Paper paper, const std::vector<std::int32_t>& numbers) {
+    if (numbers.empty()) return paper;
+    std::erase_if(paper.questions, [&](const PaperQuestion& question) {
+        return std::find(numbers.begin(), numbers.end(), question.number) == numbers.end();
+    });
+    return paper;
+}
+
 Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject, const PaperQuestion& place) {
     QuestionItem item;
     item.IsNet(edition == Edition::Network);
@@ -106,18 +158,22 @@ Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t su
     item.DataCode(place.data_code);
     item.RecNo(place.rec_no);
     item.SubjectCode(subject);
+    const auto missing = [&](std::u16string_view reason) { RaiseMissing(folder, edition, subject, place, reason); };
     std::u16string problem;
-    if (!item.InitQuestionItem(problem)) RaiseComponentError(u"qmtrain", problem);
+    if (!item.InitQuestionItem(problem)) missing(problem);
+    if (item.Title().empty() && item.Answer().empty()) missing(u"题库中没有这个题号。");
 
     Question question;
     question.type_name = item.QuestionType();
     question.kind = KindOf(question.type_name);
     question.answer = item.Answer();
+    if (question.kind == Kind::Unknown) missing(u"题型无法识别。");
     std::shared_ptr<TextCollection> options = item.ChoiceItems();
     const bool choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
     if (choice && !options) options = OptionsInBank(folder, place);
-    question.text = ui::QuestionText(item.Title(), options.get());
-    question.choices = options ? options->Count() : 0;
+    question.stem = ui::StoredText(item.Title());
+    question.options = OptionTexts(options.get());
+    if (choice && question.options.empty()) missing(u"没有选择项。");
     if (question.kind == Kind::Fill) {
         FillAnswer answer;
         answer.Answer(item.Answer());

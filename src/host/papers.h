@@ -37,9 +37,12 @@ struct Paper {
     float FullScore() const;
 };
 
-// Raise what the engine raises.
+// -1 means every subject. Raise what the engine raises.
 std::vector<Paper> PapersOf(const DataFolder& folder, std::int32_t subject);
 std::optional<Paper> FindPaper(const DataFolder& folder, std::int32_t number);
+
+// The questions of these numbers alone; all of them when there are none.
+Paper OnlyQuestions(Paper paper, const std::vector<std::int32_t>& numbers);
 
 // The paper that a training was made of.
 std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t train_id);
@@ -48,13 +51,13 @@ std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t trai
 struct Question {
     Kind kind = Kind::Unknown;
     std::u16string type_name;
-    ui::RichText text;      // stem and options
-    int choices = 0;        // of a choice question
-    int blanks = 0;         // of a fill-in question
-    std::u16string answer;  // the standard answer
+    ui::RichText stem;
+    std::vector<ui::RichText> options;  // of a choice question, from A
+    int blanks = 0;                     // of a fill-in question
+    std::u16string answer;              // the standard answer
 };
 
-// Raises the component's error, with the reason, when the question cannot be loaded.
+// Raises the component's error when the question cannot be loaded: with the reason, the bank and the question.
 Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject, const PaperQuestion& place);
 
 }  // namespace qmtrain::host

@@ -1,7 +1,6 @@
 #include "host/program.h"
 
 #include <cstdio>
-#include <functional>
 #include <optional>
 
 #include <wx/app.h>
@@ -16,6 +15,8 @@
 #include "host/practice.h"
 #include "host/practice_window.h"
 #include "host/sample_data.h"
+#include "host/schema.h"
+#include "host/unfinished.h"
 #include "ui/message_box.h"
 #include "ui/screenshot.h"
 #include "ui/toolkit.h"
@@ -66,35 +67,48 @@ bool Prepare(const DataFolder& folder, bool ask) {
         report = Examine(folder);
     }
     if (report.state == FolderState::Ready) return true;
-    ui::Inform(nullptr, report.problem + u"\n文件没有改动。", kTitle);
+    std::fprintf(stderr, "qmtrain: %s\n", ToUtf8(report.problem).c_str());
+    if (ask) ui::Inform(nullptr, report.problem + u"\n文件没有改动。", kTitle);
     return false;
 }
 
 void PractiseOne(const DataFolder& folder, const Options& options) {
+    UpgradeHostDatabase(folder.path);
+    SettleHandedIn(folder);
+    DiscardEmpty(folder);
     std::optional<Paper> paper;
     if (options.paper != 0) {
         paper = FindPaper(folder, options.paper);
     } else if (std::vector<Paper> papers = PapersOf(folder, options.subject); !papers.empty()) {
         paper = std::move(papers.front());
     }
-    if (!paper) RaiseComponentError(u"qmtrain", options.paper != 0 ? u"没有这份试卷。" : u"这个科目没有试卷。");
-    Practice practice(folder, *paper, options.user, options.net ? Edition::Network : Edition::StandAlone);
-    PracticeWindow(folder, practice).ShowModal();
+    if (!paper) {
+        RaiseComponentError(u"qmtrain", options.paper != 0 ? u"没有试卷号为 " + ToText(options.paper) +
+                                                                 u" 的试卷；qmtrain papers 列出所有试卷。"
+                                                           : std::u16string(u"这个科目没有试卷。"));
+    }
+    const Edition edition = options.net ? Edition::Network : Edition::StandAlone;
+    Practice practice(folder, *paper, {options.user, edition, options.exercise ? Mode::Exercise : Mode::Exam});
+    Practise(nullptr, folder, practice);
+    if (!options.screenshot.empty()) Discard(folder, practice.TrainID());  // nobody has practised
 }
 
 void Open(const DataFolder& folder, const Options& options) {
     if (options.command == "practice") return PractiseOne(folder, options);
-    auto* window = new MainWindow(folder, options.user, options.subject);  // it deletes itself when it is closed
-    window->OptNet->SetValue(options.net);
+    const bool main = options.command.empty();  // the other windows take every number, -1 for all
+    MainWindow::Choices choices;
+    if (main && options.user_named) choices.user = options.user;
+    if (main && options.subject_named) choices.subject = options.subject;
+    if (options.net || !main) choices.edition = options.net ? Edition::Network : Edition::StandAlone;
+    auto* window = new MainWindow(folder, choices);  // it deletes itself when it is closed
     if (options.command == "history") {
-        window->ShowHistory();
+        window->ShowHistory(options.user, options.subject);
         window->Destroy();
     } else if (options.command == "notes") {
-        window->ShowNotes();
+        window->ShowNotes(options.user, options.subject);
         window->Destroy();
     } else {
         window->Show();
-        if (options.screenshot.empty()) window->CallAfter([window] { window->OfferUnfinished(); });
         wxTheApp->SetExitOnFrameDelete(true);
         wxTheApp->OnRun();
     }

@@ -6,6 +6,7 @@
 
 #include "bank/schema.h"
 #include "core/client_folder.h"
+#include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
@@ -90,6 +91,10 @@ const PaperRow kPapers[] = {
       {Kind::Operation, 1, 1, 40}}},
 };
 
+bool IsEmpty(dao::Database& database, std::u16string_view table) {
+    return !HasRow(*database.OpenRecordset(std::u16string(u"Select Top 1 * From ").append(table)));
+}
+
 class TableWriter {
 public:
     TableWriter(dao::Database& database, std::u16string_view table)
@@ -108,17 +113,23 @@ private:
 };
 
 void FillClient(dao::Database& client) {
-    TableWriter candidates(client, u"Tbl_SetUser");
-    for (const CandidateRow& row : kCandidates) candidates.Add({row.id, row.name, row.number});
-    TableWriter subjects(client, u"Tbl_SubjectBrief");
+    if (IsEmpty(client, u"Tbl_SetUser")) {
+        TableWriter candidates(client, u"Tbl_SetUser");
+        for (const CandidateRow& row : kCandidates) candidates.Add({row.id, row.name, row.number});
+    }
+    if (IsEmpty(client, u"Tbl_SubjectBrief")) {
+        TableWriter subjects(client, u"Tbl_SubjectBrief");
+        for (const SubjectRow& row : kSubjects) subjects.Add({row.code, row.brief, row.student_know, row.description});
+    }
+    if (!IsEmpty(client, u"Tbl_QuestionType")) return;
     TableWriter types(client, u"Tbl_QuestionType");
     for (const SubjectRow& subject : kSubjects) {
-        subjects.Add({subject.code, subject.brief, subject.student_know, subject.description});
         for (const KindRow& kind : KindRows()) types.Add({kind.type, kind.type_name, Null(), ToText(subject.code)});
     }
 }
 
 void FillCatalogue(dao::Database& catalogue) {
+    if (!IsEmpty(catalogue, u"Tbl_Subject")) return;
     TableWriter subjects(catalogue, u"Tbl_Subject");
     for (const SampleBank& bank : SampleBanks()) subjects.Add({bank.code, bank.subject, bank.file, bank.name});
 }
@@ -138,6 +149,7 @@ void FillBank(dao::Database& database, const SampleBank& bank) {
 }
 
 void FillLocalPaper(dao::Database& paper) {
+    if (!IsEmpty(paper, u"Tbl_Subject")) return;
     FillCatalogue(paper);
     for (const SampleBank& bank : SampleBanks()) FillBank(paper, bank);
 }
@@ -154,6 +166,7 @@ void FillPaper(TableWriter& questions, std::int32_t paper_no, const PaperRow& pa
 }
 
 void FillHost(dao::Database& host) {
+    if (!IsEmpty(host, u"Papers")) return;
     TableWriter papers(host, u"Papers");
     TableWriter questions(host, u"PaperQuestions");
     for (const SampleBank& bank : SampleBanks()) {
@@ -176,14 +189,25 @@ void MakeFolder(std::u16string_view folder) {
 void MakeSampleData(std::u16string_view path) {
     const DataFolder folder{std::u16string(path)};
     MakeFolder(folder.Banks());
-    if (!FileExists(ClientDatabase(path))) CreateClientDatabase(path, FillClient);
-    if (!FileExists(InFolder(folder.Banks(), u"Total.mdb"))) CreateCatalogue(folder.Banks(), FillCatalogue);
+    const auto make = [](const std::u16string& file, const auto& create, const dao::DatabaseFill& fill) {
+        if (!FileExists(file)) return create(fill);
+        const dao::Connection database(file);
+        database->Atomically([&] { fill(*database.operator->()); });
+    };
+    make(
+        ClientDatabase(path), [&](const auto& fill) { CreateClientDatabase(path, fill); }, FillClient);
+    make(
+        InFolder(folder.Banks(), u"Total.mdb"), [&](const auto& fill) { CreateCatalogue(folder.Banks(), fill); },
+        FillCatalogue);
     for (const SampleBank& bank : SampleBanks()) {
         const std::u16string file = InFolder(folder.Banks(), bank.file);
         if (!FileExists(file)) CreateQuestionBank(file, [&](dao::Database& database) { FillBank(database, bank); });
     }
-    if (!FileExists(folder.LocalPaper())) CreateLocalPaperDatabase(folder.LocalPaper(), FillLocalPaper);
-    if (!FileExists(folder.Host())) CreateHostDatabase(folder.Host(), FillHost);
+    make(
+        folder.LocalPaper(), [&](const auto& fill) { CreateLocalPaperDatabase(folder.LocalPaper(), fill); },
+        FillLocalPaper);
+    make(
+        folder.Host(), [&](const auto& fill) { CreateHostDatabase(folder.Host(), fill); }, FillHost);
 }
 
 }  // namespace qmtrain::host

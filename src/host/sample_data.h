@@ -7,8 +7,8 @@
 namespace qmtrain::host {
 
 // Makes the folder and, where they are missing, its files: Client.mdb with three candidates and two subjects, the banks
-// of both editions, and the host's own database with the papers. What is there stays as it is, and a file appears whole
-// or not at all. Raises what the engine raises.
+// of both editions, and the host's own database with the papers. What is there stays as it is: only empty tables are
+// filled, and a file appears whole or not at all. Raises what the engine raises.
 void MakeSampleData(std::u16string_view folder);
 
 // Records `trainings` finished practices of the folder's papers in the subject, the last of them yesterday, with scores

@@ -13,6 +13,7 @@
 #include "host/papers.h"
 #include "host/sample_data.h"
 #include "host/sample_questions.h"
+#include "host/transaction.h"
 #include "notes/note.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
@@ -56,24 +57,6 @@ void Open(Table& table, std::u16string_view folder) {
     std::u16string problem;
     if (!table.Init(problem)) Fail(problem);
 }
-
-// Undone when it is not committed.
-class Transaction {
-public:
-    Transaction() { dao::Engine::Instance().BeginTrans(); }
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-    ~Transaction() {
-        if (open_) dao::Engine::Instance().Rollback();
-    }
-    void Commit() {
-        open_ = false;
-        dao::Engine::Instance().CommitTrans();
-    }
-
-private:
-    bool open_ = true;
-};
 
 // Somebody who knows the answers with a probability.
 class SampleCandidate {

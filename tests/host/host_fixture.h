@@ -16,11 +16,13 @@
 #include "core/text.h"
 #include "dao/dao.h"
 #include "dao/jet_database.h"
+#include "dao/new_database.h"
 #include "host/data_folder.h"
 #include "host/papers.h"
 #include "host/practice.h"
 #include "host/sample_data.h"
 #include "host/sample_questions.h"
+#include "host/unfinished.h"
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"
@@ -65,6 +67,54 @@ protected:
         }
         return answer;
     }
+
+    std::optional<std::int32_t> Unfinished(std::int32_t user = kCandidate) const {
+        const auto all = host::UnfinishedOf(data_, user, -1);
+        return all.empty() ? std::nullopt : std::optional(all.front().train_id);
+    }
+
+    // Replaces the host's database by one of the version that recorded results at the start, with a practice of the
+    // mixed paper that was left with 450 of 600 seconds and an answer.
+    void GoBackToTheEarlierVersion() const {
+        const host::Paper paper = MixedPaper();
+        std::filesystem::remove(folder_.Path() / "Host.mdb");
+        dao::MakeDatabase(data_.Host(), kEarlierTables, [&](dao::Database& host) {
+            host.Execute(u"Insert Into Papers Values (104, 1, '模拟练习', 3, 2, 10)");
+            const auto rows = host.OpenRecordset(u"Select * From PaperQuestions");
+            for (const host::PaperQuestion& place : paper.questions) {
+                rows->AddNew();
+                rows->Fields(u"PaperNo").Value(paper.number);
+                rows->Fields(u"QuestionNo").Value(place.number);
+                rows->Fields(u"QuestionType").Value(place.type);
+                rows->Fields(u"DataCode").Value(place.data_code);
+                rows->Fields(u"RecNo").Value(place.rec_no);
+                rows->Fields(u"Score").Value(place.score);
+                rows->Fields(u"Keywords").Value(place.keywords);
+                rows->Update();
+            }
+            host.Execute(u"Insert Into Unfinished Values (1, 104, 1, 1, True, #2006-01-02 08:00:00#, 450)");
+            host.Execute(u"Insert Into UnfinishedAnswers Values (1, 1, '4', False)");
+            host.Execute(u"Insert Into UnfinishedAnswers Values (1, 2, '', True)");
+        });
+        const dao::Connection client(ClientDatabase(data_.path));
+        client->Execute(
+            u"Insert Into TrainInfo (UserId, SubjectCode, StartDate, TheoryNo, OperationNo)"
+            u" Values (1, 1, #2006-01-02 08:00:00#, 3, 2)");
+        client->Execute(u"Insert Into TrainResult (TrainID, QuestionScore, AnswerScore) Values (1, 100, 0)");
+    }
+
+    static constexpr std::u16string_view kEarlierTables =
+        uR"(
+CREATE TABLE Papers (PaperNo LONG CONSTRAINT PrimaryKey PRIMARY KEY,
+    SubjectCode LONG, Title TEXT(100), TheoryNo LONG, OperationNo LONG, Minutes LONG);
+CREATE TABLE PaperQuestions (PaperNo LONG, QuestionNo LONG, QuestionType LONG, DataCode TEXT(50), RecNo TEXT(50),
+    Score SINGLE, Distin LONG, Difficult LONG, Keywords MEMO,
+    CONSTRAINT PrimaryKey PRIMARY KEY (PaperNo, QuestionNo));
+CREATE TABLE Unfinished (TrainID LONG CONSTRAINT PrimaryKey PRIMARY KEY,
+    PaperNo LONG, UserID LONG, SubjectCode LONG, IsNet YESNO, StartDate DATETIME, SecondsLeft LONG);
+CREATE TABLE UnfinishedAnswers (TrainID LONG, QuestionNo LONG, Answer MEMO, Marked YESNO,
+    CONSTRAINT PrimaryKey PRIMARY KEY (TrainID, QuestionNo));
+)";
 
     static void AnswerAll(host::Practice& practice) {
         for (std::size_t i = 0; i < practice.GetPaper().questions.size(); ++i) {

@@ -2,6 +2,8 @@
 
 #include "host/marking.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "core/text.h"
@@ -60,7 +62,21 @@ TEST(Marking, Answers) {
         EXPECT_FLOAT_EQ(mark.score, c.score);
         EXPECT_EQ(ToUtf8(mark.error), ToUtf8(c.error));
         EXPECT_EQ(mark.error_xml.empty(), c.error.empty());
-        EXPECT_EQ(IsAnswered(c.task.kind, c.answer), c.error != none);
+        EXPECT_EQ(IsAnswered(c.task.kind, 1, c.answer) != Answered::No, c.error != none);
+    }
+}
+
+TEST(Marking, HowMuchIsAnswered) {
+    const std::tuple<Kind, int, std::u16string_view, Answered> cases[] = {
+        {Kind::Single, 0, u"4", Answered::Yes},       {Kind::Single, 0, u"0", Answered::No},
+        {Kind::YesNo, 0, u"0", Answered::Yes},        {Kind::YesNo, 0, u"", Answered::No},
+        {Kind::Fill, 2, u"", Answered::No},           {Kind::Fill, 2, u" @　", Answered::No},
+        {Kind::Fill, 2, u"a@ ", Answered::Partly},    {Kind::Fill, 2, u"@b", Answered::Partly},
+        {Kind::Fill, 2, u"a@b", Answered::Yes},       {Kind::Fill, 3, u"a@b", Answered::Partly},
+        {Kind::Operation, 0, u" \r\n", Answered::No}, {Kind::Operation, 0, u"md", Answered::Yes},
+    };
+    for (const auto& [kind, blanks, answer, answered] : cases) {
+        EXPECT_EQ(IsAnswered(kind, blanks, answer), answered) << ToUtf8(answer);
     }
 }
 

@@ -37,7 +37,10 @@ TEST(Options, AreRead) {
     EXPECT_EQ(ParseOptions({"init", "F"}).data, u"F");
     EXPECT_EQ(ParseOptions({"seed", "--trainings", "0"}).trainings, 0);
     EXPECT_TRUE(ParseOptions({"list", "-h"}).help);
-    for (const char* command : {"init", "seed", "list", "practice", "history", "notes"}) {
+    EXPECT_TRUE(ParseOptions({"--version"}).version);
+    EXPECT_FALSE(none.user_named);
+    EXPECT_TRUE(all.user_named);
+    for (const char* command : {"init", "seed", "list", "papers", "practice", "history", "notes"}) {
         EXPECT_NE(std::string(kHelp).find(std::string("  ") + command), std::string::npos) << command;
     }
 }
@@ -47,7 +50,8 @@ TEST(Options, AreRefused) {
     EXPECT_EQ(Refusal({"list", "notes"}), "不认识的参数：notes");
     EXPECT_EQ(Refusal({"list", "F"}), "不认识的参数：F");
     EXPECT_EQ(Refusal({"--quick"}), "不认识的参数：--quick");
-    EXPECT_EQ(Refusal({"init", "A", "B"}), "不认识的参数：B");
+    EXPECT_EQ(Refusal({"init", "A", "B"}), "只能有一个文件夹：A、B");
+    EXPECT_EQ(Refusal({"init", "--data", "A", "B"}), "只能有一个文件夹：A、B");
     EXPECT_EQ(Refusal({"--user"}), "--user 后面缺少内容。");
     for (const char* text : {"x", "", "1.5", "-2", "1e9", "--net"}) {
         EXPECT_EQ(Refusal({"--user", text}), std::string("--user 后面应当是一个整数：") + text);
@@ -92,7 +96,7 @@ TEST_F(DataFolderTest, ReadOnlyIsSeen) {
     const FolderReport report = Examine(data_);
     EXPECT_EQ(report.state, FolderState::Ready) << ToUtf8(report.problem);
     EXPECT_TRUE(report.read_only);
-    EXPECT_THROW(Practice(data_, MixedPaper(), test::kCandidate, Edition::StandAlone), AutomationError);
+    EXPECT_THROW(Practice(data_, MixedPaper(), {test::kCandidate}), AutomationError);
 }
 
 TEST_F(DataFolderTest, AnEmptyOneIsReady) {
@@ -104,6 +108,37 @@ TEST_F(DataFolderTest, AnEmptyOneIsReady) {
     dao::Connection(made.Host())->Execute(u"INSERT INTO Papers (PaperNo, SubjectCode) VALUES (1, 1)");
     MakeEmptyFolder(made.path);
     EXPECT_EQ(PapersOf(made, 1).size(), 1U);
+}
+
+TEST_F(DataFolderTest, SampleDataFillsAnEmptyOne) {
+    const DataFolder made{InFolder(data_.path, u"leer")};
+    MakeEmptyFolder(made.path);
+    MakeSampleData(made.path);
+    SeedHistory(made.path, 1, 2, 2, 1);
+    Options options;
+    options.data = made.path;
+    options.subject = 2;
+    EXPECT_NE(HistoryText(options), "");
+    for (const Edition edition : {Edition::StandAlone, Edition::Network}) {
+        Practice(made, PapersOf(made, 1).back(), {test::kCandidate, edition}).HandIn();
+    }
+    dao::Connection(ClientDatabase(made.path))->Execute(u"Delete From Tbl_SetUser Where UserID > 1");
+    MakeSampleData(made.path);
+    EXPECT_EQ(Rows(ClientDatabase(made.path), u"Select Count(*) From Tbl_SetUser"), "1\n") << "only what is empty";
+    EXPECT_NE(PapersText(options).find("204\t2\t5\t100\t10\t模拟练习\n"), std::string::npos);
+}
+
+TEST_F(DataFolderTest, ListTellsWhatIsWrong) {
+    Options options;
+    options.data = data_.path;
+    const std::string whole = test::ReadText(At("Client.mdb"));
+    for (const std::string& content : {whole.substr(0, 9000), std::string("no database")}) {
+        std::ofstream(At("Client.mdb"), std::ios::binary) << content;
+        const AutomationError error = test::ErrorOf([&] { HistoryText(options); });
+        EXPECT_EQ(error.Number(), kComponentError);
+        EXPECT_NE(ToUtf8(error.Description()).find("Client.mdb"), std::string::npos) << error.what();
+    }
+    std::ofstream(At("Client.mdb"), std::ios::binary) << whole;
 }
 
 using HistoryTextTest = test::ReviewTest;

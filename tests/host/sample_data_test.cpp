@@ -294,7 +294,7 @@ TEST_F(SampleDataTest, PapersAreComplete) {
                 for (const Edition edition : {Edition::Network, Edition::StandAlone}) {
                     const Question question = LoadQuestion(folder_, edition, bank.subject, place);
                     const bool choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
-                    EXPECT_EQ(question.choices, choice ? 4 : 0);
+                    EXPECT_EQ(question.options.size(), choice ? 4 : 0);
                     EXPECT_EQ(place.type, RowOf(question.kind).type);
                     EXPECT_EQ(place.keywords.empty(), question.kind != Kind::Operation);
                     kinds.insert(question.kind);

@@ -1,11 +1,13 @@
 // Opens the component's windows on made-up data and writes a picture of each:
-//   screenshots FOLDER
+//   screenshots FOLDER [host | host-small]
+// With "host" it takes those of the host's windows instead, with "host-small" at their least size.
 // Needs ImageMagick and a display; "xvfb-run -a -s '-screen 0 1600x1200x24' screenshots FOLDER" has one that nobody
 // sees.
 
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <string>
 
 #include <wx/timer.h>
 
@@ -13,6 +15,7 @@
 #include "core/files.h"
 #include "core/log.h"
 #include "dao/dao.h"
+#include "host_pictures.h"
 #include "notes/frm_notes.h"
 #include "review/frm_train.h"
 #include "review/frm_view_paper.h"
@@ -119,8 +122,9 @@ void Empty(const Scene& scene) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fputs("usage: screenshots FOLDER\n", stderr);
+    const std::string what = argc == 3 ? argv[2] : "";
+    if (argc < 2 || argc > 3 || (argc == 3 && what != "host" && what != "host-small")) {
+        std::fputs("usage: screenshots FOLDER [host | host-small]\n", stderr);
         return 2;
     }
     if (!ui::StartToolkit(u"screenshots")) {
@@ -128,6 +132,10 @@ int main(int argc, char** argv) {
         return 1;
     }
     const fs::path folder = argv[1];
+    if (!what.empty()) {
+        screenshots::TakeHostPictures(folder, what == "host-small");
+        return 0;
+    }
     const fs::path data = folder / "data";
     fs::remove_all(data);
     fs::create_directories(data);

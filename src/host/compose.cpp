@@ -1,0 +1,162 @@
+#include "host/compose.h"
+
+#include <algorithm>
+#include <random>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "host/people.h"
+#include "host/sample_questions.h"
+
+namespace qmtrain::host {
+namespace {
+
+struct Usual {
+    Kind kind;
+    int count;
+    float score;  // of each
+};
+
+constexpr Usual kUsual[] = {{Kind::Single, 20, 2}, {Kind::Multiple, 5, 4}, {Kind::YesNo, 10, 2}, {Kind::Fill, 5, 4}};
+constexpr std::size_t kLongestTitle = 100;
+
+std::optional<Kind> KindOfTable(std::u16string_view table) {
+    for (const KindRow& kind : KindRows()) {
+        if (EqualNames(kind.table, table)) return kind.kind;
+    }
+    return std::nullopt;
+}
+
+void ReadQuestions(const std::u16string& file, Bank& bank, bool by_subject) {
+    const dao::Connection database(file);
+    const std::u16string of_bank =
+        u"'" + bank.code + u"'" + (by_subject ? u" And SubjectCode=" + ToText(bank.subject) : std::u16string());
+    const auto tables = database->OpenRecordset(u"Select * From Tbl_Information Where C_DataCode='" + bank.code + u"'");
+    for (; !tables->Eof(); tables->MoveNext()) {
+        const std::u16string table = TextOr(tables->Fields(u"C_Tblname").Value(), u"");
+        const std::u16string code = TextOr(tables->Fields(u"C_TblCode").Value(), u"");
+        const std::optional<Kind> kind = KindOfTable(table);
+        if (!kind || *kind == Kind::Operation) continue;
+        std::vector<std::u16string>& numbers = bank.questions[*kind];
+        const auto rows = database->OpenRecordset(u"Select C_RecNo From " + table + u" Where C_DataCode=" + of_bank +
+                                                  u" Order By C_RecNo");
+        for (; !rows->Eof(); rows->MoveNext()) {
+            std::u16string number = TextOr(rows->Fields(0).Value(), u"");
+            if (number.size() > 4 && EqualNames(number.substr(2, 2), code)) numbers.push_back(std::move(number));
+        }
+        if (numbers.empty()) bank.questions.erase(*kind);
+    }
+}
+
+std::int32_t NextNumber(dao::Connection& host, const std::u16string& of) {
+    const auto rows = host->OpenRecordset(u"Select Max(" + of);
+    return LongOr(rows->Fields(0).Value(), 0) + 1;
+}
+
+void RequirePlan(const Bank& bank, const PaperPlan& plan) {
+    const auto refuse = [](std::u16string_view reason) { RaiseComponentError(u"qmtrain", std::u16string(reason)); };
+    if (plan.title.find_first_not_of(u' ') == std::u16string::npos) refuse(u"请输入试卷名称。");
+    if (plan.title.size() > kLongestTitle) refuse(u"试卷名称最多 100 个字。");
+    if (plan.minutes < 1 || plan.minutes > 600) refuse(u"考试时间应当是 1 到 600 分钟。");
+    int all = 0;
+    for (const auto& [kind, count] : plan.counts) {
+        const auto has = bank.questions.find(kind);
+        if (count > 0 && has != bank.questions.end()) all += std::min(count, static_cast<int>(has->second.size()));
+    }
+    if (all == 0) refuse(u"请至少选择一道试题。");
+}
+
+}  // namespace
+
+std::vector<Bank> BanksOf(const DataFolder& folder, Edition edition) {
+    const bool is_net = edition == Edition::Network;
+    std::vector<Bank> banks;
+    {
+        const dao::Connection catalogue(is_net ? folder.LocalPaper() : InFolder(folder.Banks(), u"Total.mdb"));
+        const auto rows = catalogue->OpenRecordset(u"Select * From Tbl_Subject Order By SubjectCode, C_DataCode");
+        for (; !rows->Eof(); rows->MoveNext()) {
+            Bank bank;
+            bank.code = TextOr(rows->Fields(u"C_DataCode").Value(), u"");
+            bank.name = TextOr(rows->Fields(u"C_DataDescription").Value(), u"");
+            bank.subject = LongOr(rows->Fields(u"SubjectCode").Value(), 0);
+            if (!is_net) bank.file = TextOr(rows->Fields(u"C_DataName").Value(), u"");
+            banks.push_back(std::move(bank));
+        }
+    }
+    for (Bank& bank : banks) {
+        try {
+            ReadQuestions(is_net ? folder.LocalPaper() : InFolder(folder.Banks(), bank.file), bank, is_net);
+        } catch (const AutomationError& error) {
+            bank.problem = error.Description();
+        }
+    }
+    return banks;
+}
+
+PaperPlan UsualPlan(const Bank& bank) {
+    PaperPlan plan;
+    plan.title = bank.name + u" 练习卷";
+    plan.minutes = 30;
+    for (const Usual& usual : kUsual) {
+        const auto has = bank.questions.find(usual.kind);
+        if (has != bank.questions.end()) {
+            plan.counts[usual.kind] = std::min(usual.count, static_cast<int>(has->second.size()));
+        }
+    }
+    return plan;
+}
+
+std::int32_t ComposePaper(const DataFolder& folder, const Bank& bank, const PaperPlan& plan, unsigned seed) {
+    RequirePlan(bank, plan);
+    const std::vector<Subject> subjects = SubjectsOf(folder);
+    if (std::none_of(subjects.begin(), subjects.end(),
+                     [&](const Subject& subject) { return subject.code == bank.subject; })) {
+        AddSubject(folder, {bank.subject, bank.name, u""});
+    }
+    AddQuestionTypes(folder, bank.subject);
+    std::mt19937 random(seed);
+    std::int32_t paper_no = 0;
+    dao::Connection host(folder.Host());
+    host->Atomically([&] {
+        paper_no = NextNumber(host, u"PaperNo) From Papers");
+        const auto papers = host->OpenRecordset(u"Select Top 1 * From Papers");
+        papers->AddNew();
+        papers->Fields(u"PaperNo").Value(paper_no);
+        papers->Fields(u"SubjectCode").Value(bank.subject);
+        papers->Fields(u"Title").Value(plan.title);
+        // Trainings know their paper by these: no other one of the subject may have the same.
+        papers->Fields(u"TheoryNo")
+            .Value(NextNumber(host, u"TheoryNo) From Papers Where SubjectCode=" + ToText(bank.subject)));
+        papers->Fields(u"OperationNo").Value(std::int32_t{0});
+        papers->Fields(u"Minutes").Value(plan.minutes);
+        papers->Update();
+        std::int32_t number = 0;
+        const auto rows = host->OpenRecordset(u"Select Top 1 * From PaperQuestions");
+        for (const Usual& usual : kUsual) {
+            const auto wanted = plan.counts.find(usual.kind);
+            const auto has = bank.questions.find(usual.kind);
+            if (wanted == plan.counts.end() || wanted->second < 1 || has == bank.questions.end()) continue;
+            std::vector<std::u16string> drawn = has->second;
+            std::shuffle(drawn.begin(), drawn.end(), random);
+            drawn.resize(std::min(drawn.size(), static_cast<std::size_t>(wanted->second)));
+            for (const std::u16string& rec_no : drawn) {
+                rows->AddNew();
+                rows->Fields(u"PaperNo").Value(paper_no);
+                rows->Fields(u"QuestionNo").Value(++number);
+                rows->Fields(u"QuestionType").Value(RowOf(usual.kind).type);
+                rows->Fields(u"DataCode").Value(bank.code);
+                rows->Fields(u"RecNo").Value(rec_no);
+                rows->Fields(u"Score").Value(usual.score);
+                rows->Fields(u"Distin").Value(std::int32_t{1});
+                rows->Fields(u"Difficult").Value(std::int32_t{1});
+                rows->Update();
+            }
+        }
+    });
+    return paper_no;
+}
+
+}  // namespace qmtrain::host

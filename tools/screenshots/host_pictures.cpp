@@ -1,0 +1,202 @@
+#include "host_pictures.h"
+
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <wx/app.h>
+#include <wx/timer.h>
+
+#include "core/files.h"
+#include "core/log.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "host/form_dialog.h"
+#include "host/hand_in_dialog.h"
+#include "host/keys_dialog.h"
+#include "host/main_window.h"
+#include "host/note_dialog.h"
+#include "host/practice_window.h"
+#include "host/sample_data.h"
+#include "ui/screenshot.h"
+
+namespace qmtrain::screenshots {
+namespace {
+
+using namespace host;
+namespace fs = std::filesystem;
+
+// Takes one step at a time, with time for drawing between them; they may open windows that wait for the next ones.
+class Player : public wxTimer {
+public:
+    explicit Player(fs::path pictures, std::string suffix)
+        : pictures_(std::move(pictures)), suffix_(std::move(suffix)) {}
+
+    void Do(std::function<void()> step) { steps_.push_back(std::move(step)); }
+    void Picture(const std::string& name, std::function<wxWindow*()> window) {
+        Do([] {});
+        Do([this, name, window = std::move(window)] {
+            const fs::path file = pictures_ / (name + suffix_ + ".png");
+            wxWindow* shown = window();
+            if (shown == nullptr || !ui::SaveScreenshot(*shown, file)) std::fprintf(stderr, "no %s\n", file.c_str());
+        });
+    }
+    void Play(const std::function<void()>& show) {
+        constexpr int kDrawing = 400;  // milliseconds
+        Start(kDrawing);
+        show();
+        Stop();
+        steps_.clear();
+        next_ = 0;
+    }
+    void Notify() override {
+        if (next_ < steps_.size()) steps_[next_++]();
+    }
+
+private:
+    fs::path pictures_;
+    std::string suffix_;
+    std::vector<std::function<void()>> steps_;
+    std::size_t next_ = 0;
+};
+
+template <class Window>
+Window* Shown() {
+    for (wxWindow* window : wxTopLevelWindows) {
+        auto* found = dynamic_cast<Window*>(window);
+        if (found != nullptr && found->IsShown()) return found;
+    }
+    return nullptr;
+}
+
+template <class Window>
+void Close() {
+    if (auto* window = Shown<Window>()) window->EndModal(wxID_CANCEL);
+}
+
+void Press(wxButton& button) {
+    wxCommandEvent click(wxEVT_BUTTON, button.GetId());
+    click.SetEventObject(&button);
+    button.ProcessWindowEvent(click);
+}
+
+void Size(wxTopLevelWindow& window, bool small) {
+    if (small) window.SetClientSize(window.GetMinClientSize());
+}
+
+void Practising(Player& player, const DataFolder& folder, bool small) {
+    Practice practice(folder, FindPaper(folder, 104).value(), {1});
+    practice.Answer(0, u"4");
+    practice.Answer(1, u"3");
+    practice.Answer(3, u"控制器@");
+    practice.Answer(4, u"md LX\r\ncopy a.txt LX\\b.txt\r\n");
+    practice.SetMarked(1, true);
+    PracticeWindow window(nullptr, folder, practice);
+    Size(window, small);
+    const auto picture = [&](const std::string& name) { player.Picture(name, [&window] { return &window; }); };
+    const char* kinds[] = {"single", "multiple", "yesno", "fill", "operation"};
+    for (std::size_t i = 0; i < 5; ++i) {
+        player.Do([&window, i] { window.GoTo(i); });
+        picture(std::string("practice-") + kinds[i]);
+    }
+    player.Do([&window] { window.CallAfter([&window] { Press(*window.BtnHandIn); }); });
+    player.Picture("practice-handin", [] { return Shown<HandInDialog>(); });
+    player.Do([] { Close<HandInDialog>(); });
+    player.Do([&window] { window.CallAfter([&window] { Press(*window.BtnHelp); }); });
+    player.Picture("practice-keys", [] { return Shown<KeysDialog>(); });
+    player.Do([] { Close<KeysDialog>(); });
+    player.Do([&window] { window.CallAfter([&window] { Press(*window.BtnNote); }); });
+    player.Picture("practice-note", [] { return Shown<NoteDialog>(); });
+    player.Do([] { Close<NoteDialog>(); });
+    player.Do([&window] { window.CallAfter([&window] { Press(*window.BtnHandIn); }); });
+    player.Do([] { Shown<HandInDialog>()->EndModal(wxID_OK); });
+    picture("result");
+    for (std::size_t i = 0; i < 5; ++i) {
+        player.Do([&window, i] { window.GoTo(i); });
+        picture(std::string("result-") + kinds[i]);
+    }
+    player.Do([&window] { window.EndModal(wxID_OK); });
+    player.Play([&window] { window.ShowModal(); });
+}
+
+void Exercise(Player& player, const DataFolder& folder, bool small) {
+    Practice practice(folder, FindPaper(folder, 101).value(), {1, Edition::StandAlone, Mode::Exercise});
+    practice.Answer(9, u"1");
+    practice.Current(9);
+    practice.Check(9);
+    PracticeWindow window(nullptr, folder, practice);
+    Size(window, small);
+    player.Picture("practice-checked", [&window] { return &window; });
+    player.Do([&window] { window.EndModal(wxID_CANCEL); });
+    player.Play([&window] { window.ShowModal(); });
+    practice.Pause();
+}
+
+// A long title, many questions and many blanks.
+void Crowded(Player& player, const DataFolder& folder, bool small) {
+    Paper paper = FindPaper(folder, 101).value();
+    paper.title = u"一份名称特别长的试卷，用来看看窗口里放不下的时候会怎么样，是不是还能看见后面的内容";
+    const std::size_t twenty = paper.questions.size();
+    Paper other = FindPaper(folder, 102).value();
+    for (const PaperQuestion& question : other.questions) {
+        const bool there = std::any_of(paper.questions.begin(), paper.questions.begin() + static_cast<long>(twenty),
+                                       [&](const PaperQuestion& one) { return one.rec_no == question.rec_no; });
+        if (!there) paper.questions.push_back(question);
+    }
+    Practice practice(folder, paper, {1});
+    PracticeWindow window(nullptr, folder, practice);
+    Size(window, small);
+    player.Picture("practice-crowded", [&window] { return &window; });
+    player.Do([&window] { window.EndModal(wxID_CANCEL); });
+    player.Play([&window] { window.ShowModal(); });
+    practice.Pause();
+}
+
+void Main(Player& player, const DataFolder& folder, bool small, const std::string& name) {
+    auto* window = new MainWindow(folder, {});
+    Size(*window, small);
+    window->Show();
+    player.Picture(name, [window] { return window; });
+    player.Do([window] { window->Close(true); });
+    player.Play([] {
+        wxTheApp->SetExitOnFrameDelete(true);
+        wxTheApp->OnRun();
+    });
+}
+
+void Forms(Player& player, const DataFolder& folder) {
+    ComposeDialog compose(nullptr, folder, BanksOf(folder, Edition::StandAlone));
+    player.Picture("compose", [&compose] { return &compose; });
+    player.Do([&compose] { compose.EndModal(wxID_CANCEL); });
+    player.Play([&compose] { compose.ShowModal(); });
+    SubjectDialog subject(nullptr, folder, SubjectsOf(folder).front());
+    player.Picture("subject", [&subject] { return &subject; });
+    player.Do([&subject] { subject.EndModal(wxID_CANCEL); });
+    player.Play([&subject] { subject.ShowModal(); });
+}
+
+}  // namespace
+
+void TakeHostPictures(const fs::path& pictures, bool small) {
+    const fs::path data = pictures / "host-data";
+    const fs::path empty = pictures / "host-empty";
+    for (const fs::path& one : {data, empty}) fs::remove_all(one);
+    fs::create_directories(data);
+    SetComponentFolder(data);
+    const DataFolder folder{FromNativePath(data)};
+    MakeSampleData(folder.path);
+    SeedHistory(folder.path, 1, 1, 12, 1);
+    const DataFolder nothing{FromNativePath(empty)};
+    MakeEmptyFolder(nothing.path);
+    Player player(pictures, small ? "-small" : "");
+    Main(player, folder, small, "main");
+    Practising(player, folder, small);
+    Exercise(player, folder, small);
+    Crowded(player, folder, small);
+    Main(player, folder, small, "main-unfinished");
+    Main(player, nothing, small, "main-empty");
+    Forms(player, folder);
+}
+
+}  // namespace qmtrain::screenshots
