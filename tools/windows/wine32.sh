@@ -16,7 +16,8 @@ wine32_root() {
     rm -rf "$root" "$root.part"
     mkdir -p "$(dirname "$root")"
     log=$(mktemp)
-    if ! debootstrap --arch=i386 --variant=minbase --include=wine32 "$(wine32_suite)" "$root.part" "$mirror" >"$log" 2>&1; then
+    if ! unshare --mount --propagation private debootstrap --arch=i386 --variant=minbase --include=wine32 \
+      "$(wine32_suite)" "$root.part" "$mirror" >"$log" 2>&1; then
       tail -n 5 "$log" >&2
       say "The 32-bit Debian could not be made."
       rm -rf "$root.part" "$log"
