@@ -6,7 +6,7 @@ wine32_suite() { . /etc/os-release && printf '%s\n' "${VERSION_CODENAME:-stable}
 
 # Prints the folder, and makes it if need be. Says why when it cannot.
 wine32_root() {
-  local root mirror=http://deb.debian.org/debian log
+  local root mirror log
   root=$(wxwidgets_cache)/wine32-$(wine32_suite)
   if [ ! -x "$root/usr/lib/wine/wine" ]; then
     if [ "$(id -u)" -ne 0 ]; then say "A 32-bit Wine needs its own root folder, which only root may make."; return 1; fi
@@ -15,9 +15,12 @@ wine32_root() {
     say "Making a 32-bit Debian with Wine in $root (once; some minutes)"
     rm -rf "$root" "$root.part"
     mkdir -p "$(dirname "$root")"
+    # Where the machine has its own packages from; nothing for the usual place.
+    # shellcheck disable=SC2016  # apt's own variables
+    mirror=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $(wine32_suite)" | sort -u | head -n 1)
     log=$(mktemp)
     if ! unshare --mount --propagation private debootstrap --arch=i386 --variant=minbase --include=wine32 \
-      "$(wine32_suite)" "$root.part" "$mirror" >"$log" 2>&1; then
+      "$(wine32_suite)" "$root.part" ${mirror:+"$mirror"} >"$log" 2>&1; then
       tail -n 5 "$log" >&2
       say "The 32-bit Debian could not be made."
       rm -rf "$root.part" "$log"
