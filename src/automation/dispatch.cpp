@@ -8,6 +8,7 @@ namespace qmtrain::automation {
 namespace {
 
 constexpr std::uint32_t kNumbered = 0x800A0000;
+constexpr std::int32_t kAutomationError = 440;
 
 struct Failure {
     HRESULT code;
@@ -21,6 +22,7 @@ constexpr Failure kFailures[] = {
     {DISP_E_DIVBYZERO, 11, u"除数为零。"},
     {DISP_E_TYPEMISMATCH, 13, u"类型不匹配。"},
     {DISP_E_BADINDEX, 9, u"下标越界。"},
+    {DISP_E_ARRAYISLOCKED, 10, u"该数组大小固定，或暂时被锁定。"},
     {CLASS_E_CLASSNOTAVAILABLE, 429, u"不能创建对象。"},
     {REGDB_E_CLASSNOTREG, 429, u"不能创建对象：它没有注册。"},
     {CO_E_CLASSSTRING, 429, u"不能创建对象：它没有注册。"},
@@ -62,7 +64,8 @@ public:
 
     [[noreturn]] void Raise(std::u16string_view name) {
         if (info_.pfnDeferredFillIn != nullptr) info_.pfnDeferredFillIn(&info_);
-        const std::int32_t number = info_.scode != 0 ? NumberOf(info_.scode) : std::int32_t{info_.wCode};
+        std::int32_t number = info_.scode != 0 ? NumberOf(info_.scode) : std::int32_t{info_.wCode};
+        if (number == 0) number = kAutomationError;  // it failed, and does not say how
         std::u16string description = FromBstr(info_.bstrDescription);
         if (description.empty()) description = With(name, u"自动化错误 " + Hexadecimal(CodeOf(number)) + u"。");
         throw AutomationError(number, FromBstr(info_.bstrSource), std::move(description));
@@ -75,8 +78,8 @@ private:
 }  // namespace
 
 HRESULT CodeOf(std::int32_t number) {
-    return number > 0 && number <= 0xFFFF ? static_cast<HRESULT>(kNumbered | static_cast<std::uint32_t>(number))
-                                          : number;
+    if (number > 0 && number <= 0xFFFF) return static_cast<HRESULT>(kNumbered | static_cast<std::uint32_t>(number));
+    return FAILED(number) ? number : E_FAIL;
 }
 
 std::int32_t NumberOf(HRESULT code) {

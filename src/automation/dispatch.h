@@ -15,7 +15,7 @@
 namespace qmtrain::automation {
 
 // An error's number as a result code and back: numbers of Visual Basic and of DAO are 0x800A0000 + n, any other one is
-// the code itself.
+// the code itself. The result always means failure, E_FAIL where the number does not.
 HRESULT CodeOf(std::int32_t number);
 std::int32_t NumberOf(HRESULT code);
 

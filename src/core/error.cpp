@@ -17,6 +17,7 @@ constexpr Description kDescriptions[] = {
     {ErrorNumber::InvalidProcedureCall, u"无效的过程调用或参数。%1"},
     {ErrorNumber::Overflow, u"溢出。"},
     {ErrorNumber::SubscriptOutOfRange, u"下标越界。"},
+    {ErrorNumber::ArrayFixedOrLocked, u"该数组大小固定，或暂时被锁定。"},
     {ErrorNumber::DivisionByZero, u"除数为零。"},
     {ErrorNumber::TypeMismatch, u"类型不匹配。"},
     {ErrorNumber::ObjectNotSet, u"未设置对象变量。"},

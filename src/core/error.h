@@ -17,6 +17,7 @@ enum class ErrorNumber : std::int32_t {
     InvalidProcedureCall = 5,
     Overflow = 6,
     SubscriptOutOfRange = 9,
+    ArrayFixedOrLocked = 10,
     DivisionByZero = 11,
     TypeMismatch = 13,
     ObjectNotSet = 91,

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "core/windows_text.h"
 #include "dao/database.h"
+#include "dao/engine.h"
 #include "dao/recordset.h"
 
 namespace qmtrain::dao {
@@ -118,6 +119,50 @@ private:
     std::int32_t records_affected_ = 0;
 };
 
+// Lets go of the thread's engine when the thread's apartment is about to end: it is gone with it.
+class ApartmentSpy final : public IInitializeSpy {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) override {
+        const bool known = IsEqualIID(id, IID_IUnknown) || IsEqualIID(id, __uuidof(IInitializeSpy));
+        *out = known ? this : nullptr;
+        if (known) AddRef();
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) delete this;
+        return left;
+    }
+    HRESULT STDMETHODCALLTYPE PreInitialize(DWORD, DWORD) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE PostInitialize(HRESULT result, DWORD, DWORD) override { return result; }
+    HRESULT STDMETHODCALLTYPE PreUninitialize(DWORD uses) override {
+        if (uses == 1) Engine::Instance().ReleaseSystem();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE PostUninitialize(DWORD) override { return S_OK; }
+
+private:
+    ULONG references_ = 1;
+};
+
+class ApartmentWatch {
+public:
+    ApartmentWatch() {
+        const auto spy = ComPtr<IInitializeSpy>::Attach(new ApartmentSpy);
+        registered_ = SUCCEEDED(CoRegisterInitializeSpy(spy.Get(), &registration_));
+    }
+    ApartmentWatch(const ApartmentWatch&) = delete;
+    ApartmentWatch& operator=(const ApartmentWatch&) = delete;
+    ~ApartmentWatch() {
+        if (registered_) CoRevokeInitializeSpy(registration_);
+    }
+
+private:
+    ULARGE_INTEGER registration_{};
+    bool registered_;
+};
+
 class ComEngine : public SystemEngine {
 public:
     explicit ComEngine(Object engine) : engine_(std::make_shared<Object>(std::move(engine))) {}
@@ -133,6 +178,7 @@ private:
         return Object(engine_->Call(u"OpenDatabase", file, exclusive, read_only));
     }
 
+    ApartmentWatch watch_;
     std::shared_ptr<Object> engine_;
 };
 
@@ -290,7 +336,7 @@ ComPtr<IDispatch> Created(const std::u16string& prog_id) {
     };
     HRESULT result = create();
     // The host of an automation object has initialised COM on this thread; a program of our own need not have. It stays
-    // initialised, since the engine lives as long as the process.
+    // initialised for as long as the thread lives.
     if (result == CO_E_NOTINITIALIZED && SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
         result = create();
     if (FAILED(result)) return {};

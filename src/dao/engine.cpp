@@ -1,17 +1,23 @@
 #include "dao/engine.h"
 
+#include <atomic>
+#include <utility>
+
 #include "core/error.h"
 #include "dao/jet_database.h"
 
 namespace qmtrain::dao {
-
-#ifndef _WIN32
-std::unique_ptr<SystemEngine> ChosenEngine() {
-    return nullptr;
-}
-#endif
-
 namespace {
+
+// What a thread opens databases with. It has no destructor: when a thread ends, the library behind the machine's engine
+// may have left the process, and nothing of it is called any more.
+struct Choice {
+    SystemEngine* system = nullptr;
+    bool made = false;
+};
+
+thread_local Choice choice;
+std::atomic<int> systems = 0;  // of all threads
 
 // Another error is on its way to the host.
 void RollbackQuietly(SystemEngine& system) {
@@ -24,33 +30,35 @@ void RollbackQuietly(SystemEngine& system) {
 
 }  // namespace
 
+#ifndef _WIN32
+std::unique_ptr<SystemEngine> ChosenEngine() {
+    return nullptr;
+}
+#endif
+
 Engine& Engine::Instance() {
     static Engine engine;
     return engine;
 }
 
-// The library behind the machine's engine may have left the process by now: nothing of it is called any more.
-Engine::~Engine() {
-    static_cast<void>(system_.release());
-}
-
 SystemEngine* Engine::System() {
-    const std::scoped_lock lock(choosing_);
-    if (!chosen_) system_ = ChosenEngine();
-    chosen_ = true;
-    return system_.get();
+    if (!choice.made) Use(ChosenEngine());
+    return choice.system;
 }
 
 void Engine::Use(std::unique_ptr<SystemEngine> engine) {
-    const std::scoped_lock lock(choosing_);
-    system_ = std::move(engine);
-    chosen_ = true;
+    ReleaseSystem();
+    choice = {engine.release(), true};
+    if (choice.system != nullptr) ++systems;
 }
 
 void Engine::ReleaseSystem() {
-    const std::scoped_lock lock(choosing_);
-    system_.reset();
-    chosen_ = false;
+    if (choice.system != nullptr) --systems;
+    delete std::exchange(choice, {}).system;
+}
+
+bool Engine::HasSystem() const {
+    return systems > 0;
 }
 
 std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only) {

@@ -1,8 +1,7 @@
-// The database engine: one in a process.
+// The database engine: our own one in a process; in its place, one of the machine's in each apartment.
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string_view>
 
 #include "dao/jet_engine.h"
@@ -35,23 +34,25 @@ public:
     void CommitTrans();
     void Rollback();
 
-    // Opens databases with this engine from now on, with our own when there is none, whatever the setting says.
+    // Opens databases on this thread with this engine from now on, with our own when there is none, whatever the
+    // setting says.
     void Use(std::unique_ptr<SystemEngine> engine);
 
-    // Lets go of the machine's engine; the next database that is opened chooses anew. Requires: no database is open.
+    // Lets go of this thread's engine of the machine; the next database that is opened chooses anew. Requires: no
+    // database is open on this thread.
     void ReleaseSystem();
+
+    // Whether any thread has an engine of the machine.
+    bool HasSystem() const;
 
 private:
     Engine() = default;
-    ~Engine();
 
-    // The machine's engine if databases are to be opened with it.
+    // The machine's engine if databases are to be opened with it. Its objects belong to the apartment in which they
+    // were made, so each thread has its own.
     SystemEngine* System();
 
     JetEngine own_;
-    std::mutex choosing_;
-    std::unique_ptr<SystemEngine> system_;
-    bool chosen_ = false;
 };
 
 }  // namespace qmtrain::dao

@@ -6,7 +6,8 @@
 namespace qmtrain {
 
 void UIManageNotes::ShowDlg() {
-    if (!ui::StartToolkit(u"UIManageNotes.ShowDlg")) return;
+    const ui::ToolkitUse toolkit(u"UIManageNotes.ShowDlg");
+    if (!toolkit) return;
     notes::FrmNotes(source_).ShowModal();
 }
 

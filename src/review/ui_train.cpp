@@ -9,7 +9,8 @@
 namespace qmtrain {
 
 void UITrain::ShowUI() {
-    if (!ui::StartToolkit(u"UITrain.ShowUI")) return;
+    const ui::ToolkitUse toolkit(u"UITrain.ShowUI");
+    if (!toolkit) return;
     review::FrmTrain window;
     window.ClientPath(client_path_);
     window.DataMdbPath(data_mdb_path_);
@@ -27,7 +28,8 @@ void UITrain::ShowUI() {
 
 void InstallHistoryWindow() {
     TrainInfo::SetHistoryWindow([] {
-        if (!ui::StartToolkit(u"TrainInfo.ShowDlg")) return;
+        const ui::ToolkitUse toolkit(u"TrainInfo.ShowDlg");
+        if (!toolkit) return;
         review::FrmTrain().ShowModal();
     });
 }

@@ -1,13 +1,16 @@
 // How the types of C++ members stand in automation's interfaces.
 //
 // Abi<T>::Type is what an interface method passes for a T, and kType says how a VARIANT names it. From() reads such a
-// value, Put() fills a place without looking at what it held, Free() ends what a place holds.
+// value, Put() fills a place without looking at what it held, Give() puts a value into a client's variable in place of
+// what that held. Both leave the place as it was when they raise an error.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "automation/dispatch.h"
@@ -36,7 +39,7 @@ struct NumberAbi {
     static constexpr VARTYPE kType = kVariantType;
     static T From(A passed) { return static_cast<T>(passed); }
     static void Put(T value, A& place) { place = static_cast<A>(value); }
-    static void Free(A& place) { place = A(); }
+    static void Give(T value, A& variable) { Put(value, variable); }
 };
 template <>
 struct Abi<std::int16_t> : NumberAbi<std::int16_t, SHORT, VT_I2> {};
@@ -51,7 +54,7 @@ struct Abi<bool> {
     static constexpr VARTYPE kType = VT_BOOL;
     static bool From(VARIANT_BOOL passed) { return passed != VARIANT_FALSE; }
     static void Put(bool value, VARIANT_BOOL& place) { place = value ? VARIANT_TRUE : VARIANT_FALSE; }
-    static void Free(VARIANT_BOOL& place) { place = VARIANT_FALSE; }
+    static void Give(bool value, VARIANT_BOOL& variable) { Put(value, variable); }
 };
 
 template <>
@@ -60,7 +63,7 @@ struct Abi<Date> {
     static constexpr VARTYPE kType = VT_DATE;
     static Date From(DATE passed) { return Date{passed}; }
     static void Put(Date value, DATE& place) { place = value.days; }
-    static void Free(DATE& place) { place = 0; }
+    static void Give(Date value, DATE& variable) { Put(value, variable); }
 };
 
 template <>
@@ -69,9 +72,8 @@ struct Abi<std::u16string> {
     static constexpr VARTYPE kType = VT_BSTR;
     static std::u16string From(BSTR passed) { return automation::FromBstr(passed); }
     static void Put(std::u16string_view value, BSTR& place) { place = automation::ToBstr(value); }
-    static void Free(BSTR& place) {
-        SysFreeString(place);
-        place = nullptr;
+    static void Give(std::u16string_view value, BSTR& variable) {
+        SysFreeString(std::exchange(variable, automation::ToBstr(value)));
     }
 };
 
@@ -88,10 +90,9 @@ struct ArrayAbi {
     using Type = SAFEARRAY*;
     static constexpr VARTYPE kType = VT_ARRAY | kElementType;
     static std::vector<Element> From(SAFEARRAY* passed) { return FromSafeArray<Element>(passed); }
-    static void Put(const std::vector<Element>& value, SAFEARRAY*& place) { place = ToSafeArray(value); }
-    static void Free(SAFEARRAY*& place) {
-        SafeArrayDestroy(place);
-        place = nullptr;
+    static void Put(const std::vector<Element>& value, SAFEARRAY*& place) { place = ToSafeArray(value).release(); }
+    static void Give(const std::vector<Element>& value, SAFEARRAY*& variable) {
+        GiveSafeArray(ToSafeArray(value), variable);
     }
 };
 template <>
@@ -107,35 +108,45 @@ struct Abi<Value> {
         return automation::IsMissing(passed) ? Value() : automation::ToValue(passed);
     }
     static void Put(const Value& value, VARIANT& place) { automation::ToVariant(value, place); }
-    static void Free(VARIANT& place) { VariantClear(&place); }
-};
-
-template <class Interface, VARTYPE kVariantType>
-struct ReferenceAbi {
-    using Type = Interface*;
-    static constexpr VARTYPE kType = kVariantType;
-    static void Free(Interface*& place) {
-        if (place != nullptr) place->Release();
-        place = nullptr;
-    }
 };
 
 template <class C>
-struct Abi<std::shared_ptr<C>> : ReferenceAbi<IDispatch, VT_DISPATCH> {
+struct Abi<std::shared_ptr<C>> {
+    using Type = IDispatch*;
+    static constexpr VARTYPE kType = VT_DISPATCH;
     static std::shared_ptr<C> From(IDispatch* passed) { return Unwrap<C>(passed); }
     static void Put(std::shared_ptr<C> value, IDispatch*& place) { place = Wrap(std::move(value)); }
 };
 
 // Any object at all.
 template <class Interface, VARTYPE kVariantType>
-struct ForeignAbi : ReferenceAbi<Interface, kVariantType> {
+struct ForeignAbi {
+    using Type = Interface*;
+    static constexpr VARTYPE kType = kVariantType;
     static automation::ComPtr<Interface> From(Interface* passed) { return automation::ComPtr<Interface>(passed); }
     static void Put(automation::ComPtr<Interface> value, Interface*& place) { place = value.Detach(); }
+    static void Give(automation::ComPtr<Interface> value, Interface*& variable) {
+        automation::ComPtr<Interface>::Attach(std::exchange(variable, value.Detach()));
+    }
 };
 template <>
 struct Abi<automation::ComPtr<IDispatch>> : ForeignAbi<IDispatch, VT_DISPATCH> {};
 template <>
 struct Abi<automation::ComPtr<IUnknown>> : ForeignAbi<IUnknown, VT_UNKNOWN> {};
+
+// What a member fills, or leaves as it is when it gives nothing; what the variable held is not looked at.
+template <class T>
+struct Abi<std::optional<T>> : Abi<T> {
+    static std::optional<T> From(const typename Abi<T>::Type&) { return std::nullopt; }
+    static void Give(const std::optional<T>& value, typename Abi<T>::Type& variable) {
+        if (value) Abi<T>::Give(*value, variable);
+    }
+};
+
+template <class T>
+inline constexpr bool kOnlyFilled = false;
+template <class T>
+inline constexpr bool kOnlyFilled<std::optional<T>> = true;
 
 // The place of a value in a VARIANT: the VARIANT itself, or its one field that is all values'.
 template <class A>

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "automation/dispatch.h"
 #include "core/error.h"
 #include "server/safe_array.h"
 
@@ -13,16 +14,29 @@ using automation::Variant;
 
 static_assert(sizeof(Variant) == sizeof(VARIANT));
 
-// The variable that a script's argument refers to, else the argument.
+constexpr bool IsReference(VARTYPE type) {
+    return (type & VT_BYREF) != 0;
+}
+constexpr bool IsArray(VARTYPE type) {
+    return (type & VT_ARRAY) != 0;
+}
+
+// The variable that a script's argument refers to, else the argument. A reference leads to nothing at all, or round in
+// circles, only when a client means ill.
 VARIANT& Content(VARIANTARG& argument) {
+    constexpr int kMostReferences = 8;
     VARIANT* content = &argument;
-    while (V_VT(content) == (VT_BYREF | VT_VARIANT)) content = V_VARIANTREF(content);
-    return *content;
+    for (int i = 0; i < kMostReferences; ++i) {
+        if (IsReference(V_VT(content)) && V_BYREF(content) == nullptr) break;
+        if (V_VT(content) != (VT_BYREF | VT_VARIANT)) return *content;
+        content = V_VARIANTREF(content);
+    }
+    Raise(ErrorNumber::TypeMismatch);
 }
 
 SAFEARRAY* ArrayIn(const VARIANT& content) {
-    if ((V_VT(&content) & VT_ARRAY) == 0) Raise(ErrorNumber::TypeMismatch);
-    return (V_VT(&content) & VT_BYREF) != 0 ? *V_ARRAYREF(&content) : V_ARRAY(&content);
+    if (!IsArray(V_VT(&content))) Raise(ErrorNumber::TypeMismatch);
+    return IsReference(V_VT(&content)) ? *V_ARRAYREF(&content) : V_ARRAY(&content);
 }
 
 // An array of the wanted elements; a variable that was never set counts as an empty one.
@@ -32,7 +46,7 @@ void ConvertArray(const VARIANT& content, VARTYPE wanted, VARIANT& out) {
         SAFEARRAY* array = ArrayIn(content);
         const auto element = static_cast<VARTYPE>(V_VT(&content) & VT_TYPEMASK);
         if (array != nullptr && element != (wanted & VT_TYPEMASK))
-            copy = ConvertSafeArray(array, element, static_cast<VARTYPE>(wanted & VT_TYPEMASK));
+            copy = ConvertSafeArray(array, element, static_cast<VARTYPE>(wanted & VT_TYPEMASK)).release();
         else if (array != nullptr)
             automation::Check(SafeArrayCopy(array, &copy));
     }
@@ -40,34 +54,101 @@ void ConvertArray(const VARIANT& content, VARTYPE wanted, VARIANT& out) {
     V_ARRAY(&out) = copy;
 }
 
-bool IsNull(const VARIANT& content) {
-    return V_VT(&content) == VT_NULL;
+bool IsNothing(const VARIANT& content) {
+    switch (V_VT(&content)) {
+        case VT_DISPATCH:
+        case VT_UNKNOWN: return V_UNKNOWN(&content) == nullptr;
+        case VT_BYREF | VT_DISPATCH:
+        case VT_BYREF | VT_UNKNOWN: return *V_UNKNOWNREF(&content) == nullptr;
+        default: return false;
+    }
+}
+
+// The system calls what it cannot convert an invalid argument at times.
+void CheckConversion(HRESULT code) {
+    automation::Check(code == E_INVALIDARG ? DISP_E_TYPEMISMATCH : code);
+}
+
+void Change(const VARIANT& content, VARTYPE wanted, Variant& out) {
+    CheckConversion(
+        VariantChangeTypeEx(out.Out(), const_cast<VARIANT*>(&content), LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, wanted));
 }
 
 void Convert(VARIANT& content, VARTYPE wanted, Variant& out) {
     if (wanted == VT_VARIANT) {
-        automation::Check(VariantCopyInd(out.Out(), &content));
-        return;
-    }
-    if ((wanted & VT_ARRAY) != 0) {
+        CheckConversion(VariantCopyInd(out.Out(), &content));
+    } else if (IsArray(wanted)) {
         ConvertArray(content, wanted, *out.Out());
-        return;
+    } else if (V_VT(&content) == VT_NULL) {
+        Raise(ErrorNumber::InvalidUseOfNull);
+    } else if (IsNothing(content)) {
+        if (wanted != VT_DISPATCH && wanted != VT_UNKNOWN) Raise(ErrorNumber::ObjectNotSet);
+        V_VT(out.Out()) = wanted;
+        V_UNKNOWN(out.Out()) = nullptr;
+    } else {
+        Change(content, wanted, out);
     }
-    if (IsNull(content)) Raise(ErrorNumber::InvalidUseOfNull);
-    automation::Check(VariantChangeTypeEx(out.Out(), &content, LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, wanted));
 }
 
-// Scripts can take elements only out of arrays of variants; bytes stay what they are, for whoever takes them whole.
-void GiveToVariable(Variant& value, VARIANT& variable) {
-    VARIANT content = value.Detach();
-    if (V_VT(&content) == (VT_ARRAY | VT_BSTR) && V_ARRAY(&content) != nullptr) {
-        SAFEARRAY* texts = V_ARRAY(&content);
-        V_ARRAY(&content) = ConvertSafeArray(texts, VT_BSTR, VT_VARIANT);
-        V_VT(&content) = VT_ARRAY | VT_VARIANT;
-        SafeArrayDestroy(texts);
+bool IsNumber(VARTYPE type) {
+    switch (type) {
+        case VT_I1:
+        case VT_UI1:
+        case VT_I2:
+        case VT_UI2:
+        case VT_I4:
+        case VT_UI4:
+        case VT_INT:
+        case VT_UINT:
+        case VT_I8:
+        case VT_UI8:
+        case VT_R4:
+        case VT_R8:
+        case VT_CY:
+        case VT_DATE:
+        case VT_BOOL:
+        case VT_DECIMAL: return true;
+        default: return false;
     }
-    VariantClear(&variable);
-    variable = content;
+}
+
+// Whether a variable of type `place` can take a value of type `given`.
+bool CanTake(VARTYPE place, VARTYPE given) {
+    if (place == given) return true;
+    if (IsArray(given)) return place == (VT_ARRAY | VT_VARIANT);
+    if (given == VT_DISPATCH) return place == VT_UNKNOWN;
+    return IsNumber(given) && (IsNumber(place) || place == VT_BSTR);
+}
+
+// Scripts can take elements only out of arrays of variants.
+void GiveArray(Variant& value, VARTYPE element, SAFEARRAY*& variable) {
+    const VARIANT& content = value.Get();
+    const auto held = static_cast<VARTYPE>(V_VT(&content) & VT_TYPEMASK);
+    if (held != element) return GiveSafeArray(ConvertSafeArray(V_ARRAY(&content), held, element), variable);
+    VARIANT detached = value.Detach();
+    GiveSafeArray(OwnedSafeArray(V_ARRAY(&detached)), variable);
+}
+
+// Into a variable that holds values of any type. Bytes stay what they are, for whoever takes them whole; other arrays
+// are for scripts.
+void GiveToVariable(Variant& value, VARIANT& variable) {
+    const VARTYPE type = V_VT(&value.Get());
+    const VARTYPE held = V_VT(&variable);
+    if (IsArray(held) && V_ARRAY(&variable) != nullptr && KeepsItsSize(V_ARRAY(&variable))) {
+        if (!CanTake(held, type)) Raise(ErrorNumber::ArrayFixedOrLocked);
+        return GiveArray(value, static_cast<VARTYPE>(held & VT_TYPEMASK), V_ARRAY(&variable));
+    }
+    Variant made;
+    if (type == (VT_ARRAY | VT_BSTR)) {
+        VARIANT& array = *made.Out();
+        V_ARRAY(&array) = nullptr;
+        GiveArray(value, VT_VARIANT, V_ARRAY(&array));
+        V_VT(&array) = VT_ARRAY | VT_VARIANT;
+    } else {
+        made = std::move(value);
+    }
+    automation::Check(VariantClear(&variable));
+    variable = made.Detach();
 }
 
 std::size_t SizeOf(VARTYPE type) {
@@ -88,28 +169,41 @@ std::size_t SizeOf(VARTYPE type) {
         case VT_R8:
         case VT_CY:
         case VT_DATE: return 8;
-        default: return sizeof(void*);  // texts, objects, arrays
+        default: return sizeof(void*);  // texts, objects
     }
 }
 
 // Into a variable of a type of its own: what it held ends.
 void GiveToPlace(Variant& value, VARIANTARG& argument) {
     const auto type = static_cast<VARTYPE>(V_VT(&argument) & ~VT_BYREF);
+    if (IsArray(type)) return GiveArray(value, static_cast<VARTYPE>(type & VT_TYPEMASK), *V_ARRAYREF(&argument));
     if (type != V_VT(&value.Get())) {
-        VARIANT content = value.Get();
         Variant changed;
-        automation::Check(VariantChangeTypeEx(changed.Out(), &content, LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, type));
+        Change(value.Get(), type, changed);
         value = std::move(changed);
+    }
+    VARIANT content = value.Detach();
+    if (type == VT_DECIMAL) {  // lies over the type
+        V_VT(&content) = VT_EMPTY;
+        *V_DECIMALREF(&argument) = V_DECIMAL(&content);
+        return;
     }
     VARIANT old;
     VariantInit(&old);
     V_VT(&old) = type;
-    void* place = V_BYREF(&argument);
-    const std::size_t size = SizeOf(type);
-    std::memcpy(&V_UI1(&old), place, size);
+    std::memcpy(&V_UI1(&old), V_BYREF(&argument), SizeOf(type));
+    std::memcpy(V_BYREF(&argument), &V_UI1(&content), SizeOf(type));
     VariantClear(&old);
-    VARIANT content = value.Detach();
-    std::memcpy(place, &V_UI1(&content), size);
+}
+
+ULONGLONG BytesOf(const Variant& value) {
+    return V_UI8(&value.Get());
+}
+
+// The result code for a client whose argument raised the error; S_OK for an error that is no fault of the argument.
+HRESULT CodeOfArgument(const AutomationError& error) {
+    if (error.Is(ErrorNumber::TypeMismatch)) return DISP_E_TYPEMISMATCH;
+    return error.Is(ErrorNumber::Overflow) ? DISP_E_OVERFLOW : S_OK;
 }
 
 }  // namespace
@@ -118,16 +212,10 @@ Arguments::Arguments(const Member& member, const DISPPARAMS& given)
     : member_(member), given_(member.arguments.size()), values_(member.arguments.size()) {
     Place(given);
     for (std::size_t i = 0; i < values_.size(); ++i) {
-        const Argument& argument = member.arguments[i];
-        const auto wanted = static_cast<VARTYPE>(member.method->parameters[i] & ~VT_BYREF);
-        const bool left_out = given_[i].argument == nullptr || automation::IsMissing(Content(*given_[i].argument));
-        if (left_out && !argument.optional) throw ArgumentError{DISP_E_PARAMNOTOPTIONAL, given_[i].index};
-        VARIANT fallback = argument.fallback.Get();
         try {
-            Convert(left_out ? fallback : Content(*given_[i].argument), wanted, values_[i]);
+            Prepare(member.arguments[i], member.method->parameters[i], given_[i], values_[i]);
         } catch (const AutomationError& error) {
-            if (error.Is(ErrorNumber::TypeMismatch)) throw ArgumentError{DISP_E_TYPEMISMATCH, given_[i].index};
-            if (error.Is(ErrorNumber::Overflow)) throw ArgumentError{DISP_E_OVERFLOW, given_[i].index};
+            if (const HRESULT code = CodeOfArgument(error); code != S_OK) throw ArgumentError{code, given_[i].index};
             throw;
         }
     }
@@ -147,15 +235,34 @@ void Arguments::Place(const DISPPARAMS& given) {
     }
 }
 
+void Arguments::Prepare(const Argument& declared, const Passing& passing, Given& given, Variant& value) {
+    VARIANT fallback = declared.fallback.Get();
+    VARIANT& content = given.argument != nullptr ? Content(*given.argument) : fallback;
+    const bool left_out = given.argument == nullptr || automation::IsMissing(content);
+    if (left_out && !declared.optional) throw ArgumentError{DISP_E_PARAMNOTOPTIONAL, given.index};
+    const VARTYPE type = V_VT(&content);
+    if (passing.is_written && IsReference(type) && !CanTake(static_cast<VARTYPE>(type & ~VT_BYREF), passing.type))
+        throw ArgumentError{DISP_E_TYPEMISMATCH, given.index};
+    if (passing.is_read) {
+        Convert(left_out ? fallback : content, passing.type, value);
+    } else {
+        VARIANT& place = *value.Out();
+        V_UI8(&place) = 0;
+        V_VT(&place) = passing.type;
+    }
+    given.before = BytesOf(value);
+}
+
 void Arguments::WriteBack() {
     for (std::size_t i = 0; i < values_.size(); ++i) {
-        if ((member_.method->parameters[i] & VT_BYREF) == 0 || given_[i].argument == nullptr) continue;
-        VARIANTARG& argument = *given_[i].argument;
-        VARIANT& variable = Content(argument);
-        if (&variable != &argument && (V_VT(&variable) & VT_BYREF) == 0)
-            GiveToVariable(values_[i], variable);
-        else if ((V_VT(&variable) & VT_BYREF) != 0)
+        const Given& given = given_[i];
+        if (!member_.method->parameters[i].is_written || given.argument == nullptr) continue;
+        if (BytesOf(values_[i]) == given.before) continue;
+        VARIANT& variable = Content(*given.argument);
+        if (IsReference(V_VT(&variable)))
             GiveToPlace(values_[i], variable);
+        else if (&variable != given.argument)
+            GiveToVariable(values_[i], variable);
     }
 }
 

@@ -20,28 +20,49 @@
 namespace qmtrain::server {
 
 class Object;
+struct Class;
+
+// How an argument is passed.
+struct Passing {
+    VARTYPE type;
+    bool is_read;     // the method looks at what it is given
+    bool is_written;  // the method may put something into it
+};
 
 // A method of the interface.
 struct Method {
     const char16_t* name;
     INVOKEKIND kind;
-    void* entry;                      // for the interface's table of methods
-    std::vector<VARTYPE> parameters;  // with VT_BYREF for one that is written back
-    VARTYPE result;                   // VT_VOID for none
+    void* entry;  // for the interface's table of methods
+    std::vector<Passing> parameters;
+
+    // Whether the result is an object that further arguments are for: its class has a default member. None: it is not
+    // an object.
+    bool (*leads_on)();
 
     // Calls with arguments of exactly these types; `result` is Empty before.
     HRESULT (*call)(Object& object, VARIANT* arguments, VARIANT& result);
 };
 
+using Create = std::shared_ptr<void> (*)();
+using Connect = void (*)(Object& object);
+
 struct Class {
+    // `create` is none for a class whose objects only others make; `events` is the interface of what its objects raise,
+    // `connect` lets the C++ object raise them.
+    Class(const char16_t* name, const CLSID& id, const IID& interface_id, std::vector<Method> methods,
+          Create create = nullptr, const IID* events = nullptr, Connect connect = nullptr);
+    Class(const Class&) = delete;
+    Class& operator=(const Class&) = delete;
+
     const char16_t* name;
     const CLSID& id;
     const IID& interface_id;
     std::vector<Method> methods;
-    std::shared_ptr<void> (*create)() = nullptr;  // none: only other objects make it
-    const IID* events = nullptr;                  // the interface of what its objects raise, if they do
-    void (*connect)(Object& object) = nullptr;    // lets the C++ object raise its events
-    std::vector<void*> entries = {};              // the whole table of methods; made with the first object
+    Create create;
+    const IID* events;
+    Connect connect;
+    std::vector<void*> entries;  // the whole table of methods, as clients find it at the beginning of an object
 };
 
 // The class of the objects that wrap a C; each has its table in classes.cpp.
@@ -52,9 +73,22 @@ const Class& ClassOf();
 // information.
 HRESULT AnswerException(const Object& object) noexcept;
 
+// Keeps an object while a client's call is in it: the client may let go of it meanwhile, from an event for example.
+class Held {
+public:
+    explicit Held(Object& object);
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
+    ~Held();
+
+private:
+    Object& object_;
+};
+
 // Runs what a client has called.
 template <class Body>
-HRESULT Answer(const Object& object, Body body) noexcept {
+HRESULT Answer(Object& object, Body body) noexcept {
+    const Held held(object);
     try {
         body();
         return S_OK;
@@ -63,43 +97,46 @@ HRESULT Answer(const Object& object, Body body) noexcept {
     }
 }
 
+// Whether objects of the class have a default member.
+bool HasDefaultMember(const Class& described);
+
 // The C++ object of an automation object.
 const std::shared_ptr<void>& InstanceOf(const Object& object);
 
 // How a parameter of a C++ member is passed: a reference is one in the interface too.
 template <class P>
 struct Parameter {
-    using Held = std::remove_cvref_t<P>;
-    using Passed = typename Abi<Held>::Type;
-    static constexpr VARTYPE kType = Abi<Held>::kType;
+    using Content = std::remove_cvref_t<P>;
+    using Passed = typename Abi<Content>::Type;
+    static constexpr Passing kPassing{Abi<Content>::kType, true, false};
 
-    explicit Parameter(Passed passed) : held(Abi<Held>::From(passed)) {}
-    P Get() { return std::move(held); }
+    explicit Parameter(Passed passed) : content(Abi<Content>::From(passed)) {}
+    P Get() { return std::move(content); }
     void WriteBack() {}
     static Passed FromVariant(VARIANT& argument) { return PlaceIn<Passed>(argument); }
 
-    Held held;
+    Content content;
 };
 
 template <class P>
 struct Parameter<P&> {
-    using Held = std::remove_const_t<P>;
-    using Passed = typename Abi<Held>::Type*;
-    static constexpr VARTYPE kType = Abi<Held>::kType | (std::is_const_v<P> ? 0 : VT_BYREF);
+    using Content = std::remove_const_t<P>;
+    using Passed = typename Abi<Content>::Type*;
+    static constexpr Passing kPassing{Abi<Content>::kType, !kOnlyFilled<Content>, !std::is_const_v<P>};
 
-    explicit Parameter(Passed passed) : place(passed) {
-        if (place != nullptr) held = Abi<Held>::From(*place);
+    explicit Parameter(Passed passed) : variable(passed) {
+        if (variable != nullptr) content = Abi<Content>::From(*variable);
     }
-    P& Get() { return held; }
+    P& Get() { return content; }
     void WriteBack() {
-        if (std::is_const_v<P> || place == nullptr) return;
-        Abi<Held>::Free(*place);
-        Abi<Held>::Put(std::move(held), *place);
+        if constexpr (!std::is_const_v<P>) {
+            if (variable != nullptr) Abi<Content>::Give(std::move(content), *variable);
+        }
     }
-    static Passed FromVariant(VARIANT& argument) { return &PlaceIn<typename Abi<Held>::Type>(argument); }
+    static Passed FromVariant(VARIANT& argument) { return &PlaceIn<typename Abi<Content>::Type>(argument); }
 
-    Held held{};
-    Passed place;
+    Content content{};
+    Passed variable;
 };
 
 template <class... P>
@@ -168,8 +205,9 @@ struct Entry {
             std::tuple<Parameter<P>...> parameters(passed...);
             std::apply(
                 [&](auto&... parameter) {
-                    Abi<Result>::Put(CallOn<C, kFunction, Result>(InstanceOf(*object), parameter.Get()...), *result);
+                    Result made = CallOn<C, kFunction, Result>(InstanceOf(*object), parameter.Get()...);
                     (parameter.WriteBack(), ...);
+                    Abi<Result>::Put(std::move(made), *result);
                 },
                 parameters);
         });
@@ -185,8 +223,6 @@ struct Entry {
     static HRESULT CallByName(Object& object, VARIANT* arguments, VARIANT& result) {
         return CallWith(object, arguments, result, std::index_sequence_for<P...>());
     }
-
-    static constexpr VARTYPE kResult = Abi<Result>::kType;
 };
 
 template <class C, auto kFunction, class Declared, class... P>
@@ -214,9 +250,15 @@ struct Entry<C, kFunction, Declared, void, P...> {
     static HRESULT CallByName(Object& object, VARIANT* arguments, VARIANT&) {
         return CallWith(object, arguments, std::index_sequence_for<P...>());
     }
-
-    static constexpr VARTYPE kResult = VT_VOID;
 };
+
+// Method::leads_on for a result.
+template <class Result>
+inline constexpr bool (*kLeadsOn)() = nullptr;
+template <class C>
+inline constexpr bool (*kLeadsOn<std::shared_ptr<C>>)() = [] { return HasDefaultMember(ClassOf<C>()); };
+template <>
+inline constexpr bool (*kLeadsOn<automation::ComPtr<IDispatch>>)() = [] { return true; };
 
 // The row of a member of class C that `kFunction` carries out and the interface declares as `kDeclared`.
 template <class C, auto kFunction, auto kDeclared>
@@ -227,8 +269,8 @@ Method Row(const char16_t* name, INVOKEKIND kind) {
         return Method{name,
                       kind,
                       reinterpret_cast<void*>(&Made::Call),
-                      {Parameter<P>::kType...},
-                      Made::kResult,
+                      {Parameter<P>::kPassing...},
+                      kLeadsOn<typename Called::Result>,
                       &Made::CallByName};
     };
     return make(typename Called::Parameters());

@@ -1,6 +1,10 @@
 #include "server/classes.h"
 
+#include <functional>
+#include <iterator>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "bank/data_info.h"
@@ -10,8 +14,6 @@
 #include "bank/text_collection.h"
 #include "core/convert.h"
 #include "core/utilities.h"
-#include "dao/dao.h"
-#include "dao/jet_database.h"
 #include "notes/note.h"
 #include "notes/ui_manage_notes.h"
 #include "records/ncre_user.h"
@@ -19,36 +21,42 @@
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "review/ui_train.h"
-#include "server/enumerator.h"
 #include "server/host_modal.h"
 #include "server/object.h"
 #include "server/qmtraininfo.h"
-
-#undef EOF  // a property of record sets
+#include "server/record_sets.h"
+#include "server/variant_enumerator.h"
 
 namespace qmtrain::server {
+
+template <>
+const Class& ClassOf<TextCollection>();
+
 namespace {
 
 using automation::ComPtr;
 using automation::Variant;
 
 template <class C>
-std::shared_ptr<void> Create() {
+std::shared_ptr<void> New() {
     return std::make_shared<C>();
 }
 
 // ---- collections ----
 
-bool GiveVariant(const Variant& held, VARIANT& out) {
-    VARIANT content = held.Get();
-    VariantInit(&out);
-    return SUCCEEDED(VariantCopy(&out, &content));
+// What a member of T fills instead of a variable of the caller's.
+template <auto kFill, class C, class Content>
+void Fill(C& object, std::optional<Content>& variable) {
+    std::invoke(kFill, object, variable.emplace());
 }
 
-// What "For Each" asks for.
-ComPtr<IUnknown> Enumerate(std::vector<Variant> items) {
-    using Items = Enumerator<IEnumVARIANT, Variant, VARIANT, &GiveVariant>;
-    return ComPtr<IUnknown>::Attach(new Items(std::make_shared<const std::vector<Variant>>(std::move(items))));
+// Without a message the caller's variable stays as it is.
+template <auto kInit, class C>
+bool Initialise(C& object, std::optional<std::u16string>& message) {
+    std::u16string text;
+    const bool ready = std::invoke(kInit, object, text);
+    if (!text.empty()) message = std::move(text);
+    return ready;
 }
 
 // A key is a text, a place anything that is a number.
@@ -61,46 +69,51 @@ void Remove(TextCollection& items, Value index) {
     index.IsText() ? items.Remove(index.Text()) : items.Remove(ToLong(index));
 }
 
+std::u16string KeyAt(TextCollection& items, std::int32_t place) {
+    items.Item(place);  // raises the error for a place that there is not
+    return std::next(items.begin(), place - 1)->key;
+}
+
 ComPtr<IUnknown> ItemsOf(TextCollection& items) {
     std::vector<Variant> texts;
     for (const TextCollection::Entry& entry : items) texts.emplace_back(Value(entry.item));
     return Enumerate(std::move(texts));
 }
 
-// ---- record sets ----
-
-struct FieldCollection {
-    std::shared_ptr<dao::Recordset> rows;
-};
-
-std::shared_ptr<dao::Field> FieldAt(FieldCollection& fields, Value index) {
-    dao::Recordset& rows = *fields.rows;
-    dao::Field& field = index.IsText() ? rows.Fields(index.Text()) : rows.Fields(ToLong(index));
-    return {fields.rows, &field};
-}
-
-ComPtr<IUnknown> FieldsIn(FieldCollection& fields) {
-    std::vector<Variant> objects;
-    for (const auto& field : fields.rows->Fields()) {
-        const auto object = ComPtr<IDispatch>::Attach(Wrap(std::shared_ptr<dao::Field>(fields.rows, field.get())));
-        objects.emplace_back(object.Get());
-    }
-    return Enumerate(std::move(objects));
-}
-
-// ---- the engine that tests take for DAO's ----
-
-// Our own engine whatever the setting says.
-struct TestEngine {
-    dao::JetEngine jet;
-};
-
-std::shared_ptr<dao::Database> OpenDatabase(TestEngine& engine, std::u16string_view name, Value, Value read_only,
-                                            Value) {
-    return engine.jet.OpenDatabase(name, read_only == Value(true));
-}
-
 // ---- operations that stand otherwise in automation than in C++ ----
+
+Value Split(Utilities& utilities, std::u16string_view source, std::u16string_view delimiter,
+            std::optional<std::vector<std::u16string>>& items, std::int32_t count, std::int32_t compare) {
+    return utilities.SplitVB5(source, delimiter, items.emplace(), count, compare);
+}
+
+bool GetAnswer(FillAnswer& answer, std::int32_t index, std::optional<std::vector<std::u16string>>& texts) {
+    if (answer.GetAnswer(index, texts.emplace())) return true;
+    texts.reset();
+    return false;
+}
+
+// A question of a host, which may have given it a collection of its own.
+struct HostedQuestion : QuestionItem {
+    ComPtr<IDispatch> Items() const;
+    void Items(ComPtr<IDispatch> items);
+
+private:
+    ComPtr<IDispatch> foreign_;
+    std::shared_ptr<TextCollection> in_its_place_;  // what the question has instead; it goes when one is loaded
+};
+
+ComPtr<IDispatch> HostedQuestion::Items() const {
+    if (ChoiceItems() && ChoiceItems() == in_its_place_) return foreign_;
+    return ComPtr<IDispatch>::Attach(Wrap(ChoiceItems()));
+}
+
+void HostedQuestion::Items(ComPtr<IDispatch> items) {
+    auto own = items ? UnwrapInstance(ClassOf<TextCollection>(), items.Get()) : nullptr;
+    in_its_place_ = items && !own ? std::make_shared<TextCollection>() : nullptr;
+    foreign_ = in_its_place_ ? std::move(items) : ComPtr<IDispatch>();
+    ChoiceItems(in_its_place_ ? in_its_place_ : std::static_pointer_cast<TextCollection>(std::move(own)));
+}
 
 void CloseAdoObject(Utilities&, ComPtr<IDispatch>& object) {
     if (!object) return;
@@ -148,14 +161,14 @@ const Class& ClassOf<Utilities>() {
                                 QMTRAIN_METHOD(CreateLog),
                                 QMTRAIN_CALL(CloseAdoObject, &CloseAdoObject),
                                 QMTRAIN_METHOD(InStrRevVb5),
-                                QMTRAIN_METHOD(SplitVB5),
+                                QMTRAIN_CALL(SplitVB5, &Split),
                                 QMTRAIN_METHOD(LTrimStr),
                                 QMTRAIN_METHOD(RTrimStr),
                                 QMTRAIN_METHOD(ReplaceStr),
                                 QMTRAIN_METHOD(DeleteRtfTxtColorMark),
                                 QMTRAIN_METHOD(GetChoiceAnswerString),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -175,7 +188,7 @@ const Class& ClassOf<NCREUser>() {
                                 QMTRAIN_PROPERTY(ClientPath),
                                 QMTRAIN_METHOD(Init),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -194,7 +207,7 @@ const Class& ClassOf<SubjectInfo>() {
                                 QMTRAIN_PROPERTY(ClientPath),
                                 QMTRAIN_METHOD(Init),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -212,12 +225,12 @@ const Class& ClassOf<TrainInfo>() {
                                 QMTRAIN_READ_ONLY(TheoryNo),     QMTRAIN_READ_ONLY(OperationNo),
                                 QMTRAIN_PROPERTY(AnswerScore),   QMTRAIN_PROPERTY(TrainID),
                                 QMTRAIN_PROPERTY(SubjectCode),   QMTRAIN_PROPERTY(UserId),
-                                QMTRAIN_READ_ONLY(TrainScore),   QMTRAIN_METHOD(Init),
+                                QMTRAIN_READ_ONLY(TrainScore),   QMTRAIN_CALL(Init, (&Initialise<&C::Init, C>)),
                                 QMTRAIN_METHOD(AddNewTrain),     QMTRAIN_METHOD(Update),
                                 QMTRAIN_METHOD(LoadFromID),      QMTRAIN_METHOD(GetRecordset),
                                 QMTRAIN_METHOD(GetTrainTimes),   QMTRAIN_CALL(ShowDlg, &ShowTrainInfoHistory),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -243,7 +256,7 @@ const Class& ClassOf<TrainResult>() {
                                 QMTRAIN_METHOD(LoadTrainResultItem),
                                 QMTRAIN_METHOD(GetRecordset),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -267,7 +280,7 @@ const Class& ClassOf<DataInfo>() {
                                 QMTRAIN_METHOD(InitDb),
                                 QMTRAIN_METHOD(LoadFromDataCode),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -284,15 +297,15 @@ const Class& ClassOf<TextCollection>() {
                                 QMTRAIN_METHOD(Add),
                                 QMTRAIN_CALL(Remove, &Remove),
                                 QMTRAIN_READ(_NewEnum, &ItemsOf),
+                                QMTRAIN_CALL(Key, &KeyAt),
                             }};
     return made;
 }
 
 template <>
-const Class& ClassOf<QuestionItem>() {
-    using C = QuestionItem;
+const Class& ClassOf<HostedQuestion>() {
+    using C = HostedQuestion;
     using I = IQuestionItem;
-    using Items = std::shared_ptr<TextCollection>;
     static const Class made{
         u"QuestionItem",
         CLSID_QuestionItem,
@@ -302,21 +315,22 @@ const Class& ClassOf<QuestionItem>() {
             QMTRAIN_PROPERTY(Title),
             QMTRAIN_PROPERTY(Answer),
             QMTRAIN_PROPERTY(IsTheory),
-            QMTRAIN_READ_ONLY(ChoiceItems),
-            QMTRAIN_WRITE_REFERENCE(ChoiceItems, [](C& item, Items items) { item.ChoiceItems(std::move(items)); }),
+            QMTRAIN_READ(ChoiceItems, [](const C& item) { return item.Items(); }),
+            QMTRAIN_WRITE_REFERENCE(ChoiceItems,
+                                    [](C& item, ComPtr<IDispatch> items) { item.Items(std::move(items)); }),
             QMTRAIN_PROPERTY(DataMdbPath),
             QMTRAIN_PROPERTY(LocalPaperMdb),
             QMTRAIN_PROPERTY(IsNet),
             QMTRAIN_PROPERTY(RecNo),
             QMTRAIN_PROPERTY(DataCode),
             QMTRAIN_PROPERTY(SubjectCode),
-            QMTRAIN_METHOD(GetInitDocBin),
+            QMTRAIN_CALL(GetInitDocBin, (&Fill<&C::GetInitDocBin, C, Bytes>)),
             QMTRAIN_METHOD(SetInitDocBin),
-            QMTRAIN_METHOD(GetResultDocBin),
+            QMTRAIN_CALL(GetResultDocBin, (&Fill<&C::GetResultDocBin, C, Bytes>)),
             QMTRAIN_METHOD(SetResultDocBin),
-            QMTRAIN_METHOD(InitQuestionItem),
+            QMTRAIN_CALL(InitQuestionItem, (&Initialise<&C::InitQuestionItem, C>)),
         },
-        &Create<C>};
+        &New<C>};
     return made;
 }
 
@@ -334,7 +348,7 @@ const Class& ClassOf<QuestionType>() {
                                 QMTRAIN_PROPERTY(ClientPath),
                                 QMTRAIN_METHOD(Init),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -349,10 +363,10 @@ const Class& ClassOf<FillAnswer>() {
                                 QMTRAIN_PROPERTY(Answer),
                                 QMTRAIN_METHOD(InitClass),
                                 QMTRAIN_METHOD(GetFillCount),
-                                QMTRAIN_METHOD(GetAnswer),
+                                QMTRAIN_CALL(GetAnswer, &GetAnswer),
                                 QMTRAIN_METHOD(ToString),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -374,7 +388,7 @@ const Class& ClassOf<UITrain>() {
                                 QMTRAIN_PROPERTY(SubjectCode),
                                 QMTRAIN_CALL(ShowUI, &ShowHistory),
                             },
-                            &Create<C>,
+                            &New<C>,
                             &DIID_IUITrainEvents,
                             &ConnectUITrain};
     return made;
@@ -395,13 +409,13 @@ const Class& ClassOf<Note>() {
                                 QMTRAIN_PROPERTY(IsShared),      QMTRAIN_PROPERTY(Content),
                                 QMTRAIN_PROPERTY(ViewTimes),     QMTRAIN_PROPERTY(DataCode),
                                 QMTRAIN_PROPERTY(QuestionRecNo), QMTRAIN_PROPERTY(UserId),
-                                QMTRAIN_PROPERTY(mSubjectCode),  QMTRAIN_METHOD(Init),
+                                QMTRAIN_PROPERTY(mSubjectCode),  QMTRAIN_CALL(Init, (&Initialise<&C::Init, C>)),
                                 QMTRAIN_METHOD(GetNotesCount),   QMTRAIN_METHOD(Add),
                                 QMTRAIN_METHOD(LoadFromOther),   QMTRAIN_METHOD(LoadFromID),
                                 QMTRAIN_METHOD(Update),          QMTRAIN_METHOD(GetRecordset),
                                 QMTRAIN_METHOD(Delete),          QMTRAIN_METHOD(IsExistNote),
                             },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
@@ -422,126 +436,15 @@ const Class& ClassOf<UIManageNotes>() {
                                 QMTRAIN_PROPERTY(UserId),
                                 QMTRAIN_CALL(ShowDlg, &ShowNotes),
                             },
-                            &Create<C>};
-    return made;
-}
-
-// ---- record sets ----
-
-template <>
-const Class& ClassOf<dao::Recordset>() {
-    using C = dao::Recordset;
-    using I = IRecordset;
-    using Owner = std::shared_ptr<C>;
-    static const Class made{
-        u"Recordset",
-        CLSID_Recordset,
-        IID_IRecordset,
-        {
-            QMTRAIN_READ(Fields, [](const Owner& rows) { return std::make_shared<FieldCollection>(rows); }),
-            QMTRAIN_READ(EOF, &C::Eof),
-            QMTRAIN_READ(BOF, &C::Bof),
-            QMTRAIN_READ(RecordCount, &C::RecordCount),
-            QMTRAIN_READ(Updatable, &C::Updatable),
-            QMTRAIN_READ(NoMatch, &C::NoMatch),
-            QMTRAIN_READ(Bookmark, [](C& rows) { return rows.Bookmark(); }),
-            QMTRAIN_WRITE(Bookmark, [](C& rows, Bytes bookmark) { rows.Bookmark(bookmark); }),
-            QMTRAIN_READ(LastModified, &C::LastModified),
-            QMTRAIN_METHOD(MoveFirst),
-            QMTRAIN_METHOD(MoveLast),
-            QMTRAIN_METHOD(MoveNext),
-            QMTRAIN_METHOD(MovePrevious),
-            QMTRAIN_METHOD(Move),
-            QMTRAIN_METHOD(FindFirst),
-            QMTRAIN_METHOD(FindNext),
-            QMTRAIN_METHOD(AddNew),
-            QMTRAIN_METHOD(Edit),
-            QMTRAIN_METHOD(Update),
-            QMTRAIN_METHOD(CancelUpdate),
-            QMTRAIN_METHOD(Delete),
-            QMTRAIN_METHOD(Close),
-        }};
-    return made;
-}
-
-template <>
-const Class& ClassOf<FieldCollection>() {
-    using C = FieldCollection;
-    using I = IFields;
-    static const Class made{
-        u"Fields",
-        CLSID_Fields,
-        IID_IFields,
-        {
-            QMTRAIN_READ(Item, &FieldAt),
-            QMTRAIN_READ(Count, [](C& fields) { return static_cast<std::int32_t>(fields.rows->Fields().size()); }),
-            QMTRAIN_READ(_NewEnum, &FieldsIn),
-        }};
-    return made;
-}
-
-template <>
-const Class& ClassOf<dao::Field>() {
-    using C = dao::Field;
-    using I = IField;
-    static const Class made{
-        u"Field",
-        CLSID_Field,
-        IID_IField,
-        {
-            QMTRAIN_READ(Value, [](C& field) { return qmtrain::Value(field.Value()); }),
-            QMTRAIN_WRITE(Value, [](C& field, qmtrain::Value value) { field.Value(value); }),
-            QMTRAIN_READ_ONLY(Name),
-            QMTRAIN_READ(Type, [](C& field) { return static_cast<std::int16_t>(field.Type()); }),
-            QMTRAIN_READ(Size, [](C& field) { return std::int32_t{field.Size()}; }),
-            QMTRAIN_METHOD(FieldSize),
-            QMTRAIN_METHOD(GetChunk),
-            QMTRAIN_CALL(AppendChunk, [](C& field, qmtrain::Value chunk) { field.AppendChunk(chunk); }),
-        }};
-    return made;
-}
-
-template <>
-const Class& ClassOf<dao::Database>() {
-    using C = dao::Database;
-    using I = IDatabase;
-    static const Class made{
-        u"Database",
-        CLSID_Database,
-        IID_IDatabase,
-        {
-            QMTRAIN_READ_ONLY(Name),
-            QMTRAIN_READ_ONLY(RecordsAffected),
-            QMTRAIN_CALL(Execute, [](C& data, std::u16string_view query, Value) { data.Execute(query); }),
-            QMTRAIN_CALL(OpenRecordset, [](C& data, std::u16string_view name, Value, Value,
-                                           Value) { return data.OpenRecordset(name); }),
-            QMTRAIN_METHOD(Close),
-        }};
-    return made;
-}
-
-template <>
-const Class& ClassOf<TestEngine>() {
-    using C = TestEngine;
-    using I = IDBEngine;
-    static const Class made{u"TestDBEngine",
-                            CLSID_TestDBEngine,
-                            IID_IDBEngine,
-                            {
-                                QMTRAIN_CALL(OpenDatabase, &OpenDatabase),
-                                QMTRAIN_CALL(BeginTrans, [](C& engine) { engine.jet.BeginTrans(); }),
-                                QMTRAIN_CALL(CommitTrans, [](C& engine, std::int32_t) { engine.jet.CommitTrans(); }),
-                                QMTRAIN_CALL(Rollback, [](C& engine) { engine.jet.Rollback(); }),
-                            },
-                            &Create<C>};
+                            &New<C>};
     return made;
 }
 
 std::span<const Class* const> CreatableClasses() {
     static const Class* const classes[] = {
-        &ClassOf<Utilities>(),   &ClassOf<TrainInfo>(), &ClassOf<TrainResult>(),  &ClassOf<NCREUser>(),
-        &ClassOf<SubjectInfo>(), &ClassOf<DataInfo>(),  &ClassOf<QuestionItem>(), &ClassOf<QuestionType>(),
-        &ClassOf<FillAnswer>(),  &ClassOf<UITrain>(),   &ClassOf<Note>(),         &ClassOf<UIManageNotes>(),
+        &ClassOf<Utilities>(),   &ClassOf<TrainInfo>(), &ClassOf<TrainResult>(),    &ClassOf<NCREUser>(),
+        &ClassOf<SubjectInfo>(), &ClassOf<DataInfo>(),  &ClassOf<HostedQuestion>(), &ClassOf<QuestionType>(),
+        &ClassOf<FillAnswer>(),  &ClassOf<UITrain>(),   &ClassOf<Note>(),           &ClassOf<UIManageNotes>(),
     };
     return classes;
 }
@@ -554,10 +457,6 @@ std::span<const Class* const> OtherClasses() {
         &ClassOf<dao::Field>(),
     };
     return classes;
-}
-
-const Class& TestEngineClass() {
-    return ClassOf<TestEngine>();
 }
 
 }  // namespace qmtrain::server

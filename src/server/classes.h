@@ -13,7 +13,4 @@ std::span<const Class* const> CreatableClasses();
 // Those whose objects clients get from others.
 std::span<const Class* const> OtherClasses();
 
-// A database engine with DAO's members. It is created by its number only, for the component's own tests.
-const Class& TestEngineClass();
-
 }  // namespace qmtrain::server

@@ -1,8 +1,8 @@
 // The enumerators of automation: IEnumVARIANT, IEnumConnectionPoints, IEnumConnections.
 #pragma once
 
-#include <algorithm>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -10,9 +10,9 @@
 
 namespace qmtrain::server {
 
-// Goes through `Held` values; `Given` is what the interface hands out, filled by kGive, which is
-// false when memory runs out.
-template <class Interface, class Held, class Given, bool (*kGive)(const Held&, Given&)>
+// Goes through `Held` values; `Given` is what the interface hands out: kGive fills it and is false when it cannot,
+// kTake ends what was filled.
+template <class Interface, class Held, class Given, bool (*kGive)(const Held&, Given&), void (*kTake)(Given&)>
 class Enumerator : public Unknown<Interface> {
 public:
     using Items = std::shared_ptr<const std::vector<Held>>;
@@ -20,11 +20,15 @@ public:
     explicit Enumerator(Items items, std::size_t position = 0) : items_(std::move(items)), position_(position) {}
 
     HRESULT STDMETHODCALLTYPE Next(ULONG wanted, Given* out, ULONG* fetched) override {
+        if (fetched != nullptr) *fetched = 0;
         if (out == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
         ULONG count = 0;
-        for (; count < wanted && position_ < items_->size(); ++count, ++position_) {
-            if (!kGive((*items_)[position_], out[count])) return E_OUTOFMEMORY;
+        for (; count < wanted && position_ + count < items_->size(); ++count) {
+            if (kGive((*items_)[position_ + count], out[count])) continue;
+            while (count > 0) kTake(out[--count]);
+            return E_OUTOFMEMORY;
         }
+        position_ += count;
         if (fetched != nullptr) *fetched = count;
         return count == wanted ? S_OK : S_FALSE;
     }

@@ -1,10 +1,9 @@
 #include "server/events.h"
 
-#include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "automation/dispatch.h"
-#include "core/error.h"
 #include "server/enumerator.h"
 
 namespace qmtrain::server {
@@ -21,13 +20,22 @@ bool GivePoint(const HeldPoint& held, IConnectionPoint*& out) {
     return true;
 }
 
+void TakePoint(IConnectionPoint*& out) {
+    HeldPoint::Attach(std::exchange(out, nullptr));
+}
+
 bool GiveConnection(const HeldConnection& held, CONNECTDATA& out) {
     out = {ComPtr<IUnknown>(held.second).Detach(), held.first};
     return true;
 }
 
-using PointEnumerator = Enumerator<IEnumConnectionPoints, HeldPoint, IConnectionPoint*, &GivePoint>;
-using ConnectionEnumerator = Enumerator<IEnumConnections, HeldConnection, CONNECTDATA, &GiveConnection>;
+void TakeConnection(CONNECTDATA& out) {
+    ComPtr<IUnknown>::Attach(std::exchange(out.pUnk, nullptr));
+}
+
+using PointEnumerator = Enumerator<IEnumConnectionPoints, HeldPoint, IConnectionPoint*, &GivePoint, &TakePoint>;
+using ConnectionEnumerator =
+    Enumerator<IEnumConnections, HeldConnection, CONNECTDATA, &GiveConnection, &TakeConnection>;
 
 }  // namespace
 
@@ -36,8 +44,11 @@ Events::Events(IUnknown* owner, const IID& interface_id)
 
 HRESULT STDMETHODCALLTYPE Events::EnumConnectionPoints(IEnumConnectionPoints** out) {
     if (out == nullptr) return E_POINTER;
-    *out = new PointEnumerator(std::make_shared<const std::vector<HeldPoint>>(1, HeldPoint(&point_)));
-    return S_OK;
+    *out = nullptr;
+    return Guarded([&] {
+        *out = new PointEnumerator(std::make_shared<const std::vector<HeldPoint>>(1, HeldPoint(&point_)));
+        return S_OK;
+    });
 }
 
 HRESULT STDMETHODCALLTYPE Events::FindConnectionPoint(REFIID id, IConnectionPoint** out) {
@@ -53,11 +64,10 @@ void Events::Raise(DISPID event, std::span<const Value> arguments) {
     const std::vector<automation::Variant> passed(arguments.begin(), arguments.end());
     const std::vector<Listener> listeners = listeners_;
     for (const Listener& listener : listeners) {
-        try {
+        Guarded([&] {
             automation::Invoke(listener.sink.As<IDispatch>().Get(), event, DISPATCH_METHOD, passed);
-        } catch (const AutomationError&) {
-            continue;
-        }
+            return S_OK;
+        });
     }
 }
 
@@ -89,9 +99,11 @@ HRESULT STDMETHODCALLTYPE Events::Point::Advise(IUnknown* sink, DWORD* cookie) {
     if (FAILED(sink->QueryInterface(events_.interface_id_, listener.OutVoid())) &&
         FAILED(sink->QueryInterface(IID_IDispatch, listener.OutVoid())))
         return CONNECT_E_CANNOTCONNECT;
-    *cookie = ++events_.last_cookie_;
-    events_.listeners_.push_back({*cookie, std::move(listener)});
-    return S_OK;
+    return Guarded([&] {
+        events_.listeners_.push_back({events_.last_cookie_ + 1, std::move(listener)});
+        *cookie = ++events_.last_cookie_;
+        return S_OK;
+    });
 }
 
 HRESULT STDMETHODCALLTYPE Events::Point::Unadvise(DWORD cookie) {
@@ -102,10 +114,13 @@ HRESULT STDMETHODCALLTYPE Events::Point::Unadvise(DWORD cookie) {
 
 HRESULT STDMETHODCALLTYPE Events::Point::EnumConnections(IEnumConnections** out) {
     if (out == nullptr) return E_POINTER;
-    std::vector<HeldConnection> connections;
-    for (const Listener& listener : events_.listeners_) connections.emplace_back(listener.cookie, listener.sink);
-    *out = new ConnectionEnumerator(std::make_shared<const std::vector<HeldConnection>>(std::move(connections)));
-    return S_OK;
+    *out = nullptr;
+    return Guarded([&] {
+        std::vector<HeldConnection> connections;
+        for (const Listener& listener : events_.listeners_) connections.emplace_back(listener.cookie, listener.sink);
+        *out = new ConnectionEnumerator(std::make_shared<const std::vector<HeldConnection>>(std::move(connections)));
+        return S_OK;
+    });
 }
 
 }  // namespace qmtrain::server

@@ -1,7 +1,5 @@
 #include "server/factory.h"
 
-#include <new>
-
 #include "server/object.h"
 
 namespace qmtrain::server {
@@ -12,14 +10,10 @@ HRESULT STDMETHODCALLTYPE Factory::CreateInstance(IUnknown* outer, REFIID id, vo
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
-    try {
+    return Guarded([&] {
         const auto object = ComPtr<IDispatch>::Attach(WrapInstance(class_, class_.create()));
         return object->QueryInterface(id, out);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    } catch (...) {
-        return E_UNEXPECTED;
-    }
+    });
 }
 
 HRESULT STDMETHODCALLTYPE Factory::LockServer(BOOL lock) {

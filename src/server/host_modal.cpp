@@ -1,5 +1,6 @@
 #include "server/host_modal.h"
 
+#include "core/error.h"
 #include "server/module.h"
 
 namespace qmtrain::server {
@@ -7,6 +8,9 @@ namespace {
 
 // The number of the manifest in a library's resources.
 constexpr WORD kManifest = 2;
+
+// vbObjectError + 2.
+constexpr auto kWindowsInUse = static_cast<std::int32_t>(0x80040002);
 
 thread_local HostModal* innermost = nullptr;
 
@@ -29,16 +33,24 @@ HANDLE OpenStyle() {
 
 }  // namespace
 
-HostModal::HostModal() : active_(GetActiveWindow()), style_(OpenStyle()), outer_(innermost) {
+PresentStyle::PresentStyle() : context_(OpenStyle()) {
+    if (context_ != INVALID_HANDLE_VALUE && !ActivateActCtx(context_, &cookie_)) cookie_ = 0;
+}
+
+PresentStyle::~PresentStyle() {
+    if (cookie_ != 0) DeactivateActCtx(0, cookie_);
+    if (context_ != INVALID_HANDLE_VALUE) ReleaseActCtx(context_);
+}
+
+HostModal::HostModal() : active_(GetActiveWindow()), outer_(innermost) {
+    if (toolkit_.GetState() == ui::ToolkitUse::State::OnOtherThread)
+        throw AutomationError(kWindowsInUse, {}, u"另一个线程中已有本组件打开的窗口，请在它关闭之后再打开。");
     innermost = this;
     EnumThreadWindows(GetCurrentThreadId(), &DisableWindow, reinterpret_cast<LPARAM>(&disabled_));
-    if (style_ != INVALID_HANDLE_VALUE && !ActivateActCtx(style_, &style_cookie_)) style_cookie_ = 0;
 }
 
 HostModal::~HostModal() {
     Release();
-    if (style_cookie_ != 0) DeactivateActCtx(0, style_cookie_);
-    if (style_ != INVALID_HANDLE_VALUE) ReleaseActCtx(style_);
     innermost = outer_;
 }
 

@@ -4,13 +4,27 @@
 #include <vector>
 
 #include "automation/com.h"
+#include "ui/toolkit.h"
 
 namespace qmtrain::server {
 
-// While it lives the host's windows on this thread take no input, and new controls have the look of the system's
-// present style whatever the host's own manifest says.
+// The look of the system's present style for new controls, whatever the host's own manifest says.
+class PresentStyle {
+public:
+    PresentStyle();
+    PresentStyle(const PresentStyle&) = delete;
+    PresentStyle& operator=(const PresentStyle&) = delete;
+    ~PresentStyle();
+
+private:
+    HANDLE context_;
+    ULONG_PTR cookie_ = 0;
+};
+
+// While it lives the host's windows on this thread take no input, and no other thread may open a window of ours.
 class HostModal {
 public:
+    // Raises an error while another thread has a window of ours.
     HostModal();
     HostModal(const HostModal&) = delete;
     HostModal& operator=(const HostModal&) = delete;
@@ -22,10 +36,10 @@ public:
 private:
     void Release();
 
+    PresentStyle style_;
+    ui::ToolkitUse toolkit_;
     HWND active_;
     std::vector<HWND> disabled_;
-    HANDLE style_;
-    ULONG_PTR style_cookie_ = 0;
     HostModal* outer_;
 };
 

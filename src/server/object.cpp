@@ -1,6 +1,7 @@
 #include "server/object.h"
 
 #include <algorithm>
+#include <array>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -39,13 +40,11 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** out) override {
         if (out == nullptr) return E_POINTER;
-        try {
+        *out = nullptr;
+        return Guarded([&] {
             *out = TypeInformation(class_.id).Detach();
             return S_OK;
-        } catch (const std::exception&) {
-            *out = nullptr;
-            return E_FAIL;
-        }
+        });
     }
 
     HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* out) override {
@@ -91,26 +90,29 @@ public:
     static ULONG STDMETHODCALLTYPE Release(Object* self);
     static HRESULT STDMETHODCALLTYPE GetTypeInfoCount(Object* self, UINT* out);
     static HRESULT STDMETHODCALLTYPE GetTypeInfo(Object* self, UINT index, LCID, ITypeInfo** out);
-    static HRESULT STDMETHODCALLTYPE GetIDsOfNames(Object* self, REFIID, LPOLESTR* names, UINT count, LCID,
+    static HRESULT STDMETHODCALLTYPE GetIDsOfNames(Object* self, REFIID reserved, LPOLESTR* names, UINT count, LCID,
                                                    DISPID* out);
-    static HRESULT STDMETHODCALLTYPE Invoke(Object* self, DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* given,
-                                            VARIANT* result, EXCEPINFO* exception, UINT* wrong_argument);
+    static HRESULT STDMETHODCALLTYPE Invoke(Object* self, DISPID id, REFIID reserved, LCID, WORD flags,
+                                            DISPPARAMS* given, VARIANT* result, EXCEPINFO* exception,
+                                            UINT* wrong_argument);
 
 private:
     IUnknown* Identity() { return AsDispatch(); }
     IUnknown* FaceOf(REFIID id);
     HRESULT InvokeMember(const Member& member, const DISPPARAMS& given, VARIANT& result);
+    HRESULT Dispatch(DISPID id, WORD flags, DISPPARAMS& given, VARIANT& result, EXCEPINFO* exception,
+                     UINT* wrong_argument);
     HRESULT InvokeResult(const Member& getter, DISPPARAMS& given, WORD flags, VARIANT& result, EXCEPINFO* exception,
                          UINT* wrong_argument);
 
     void* const* methods_;  // first: a client's pointer to an interface points to it
+    ModuleLock lock_;       // before what needs the library to end
     const Class& class_;
     std::shared_ptr<void> instance_;
     ErrorInformation errors_;
     ClassDescription description_;
     std::unique_ptr<Events> events_;
     ULONG references_ = 1;
-    ModuleLock lock_;
 };
 
 namespace {
@@ -119,13 +121,11 @@ namespace {
 std::mutex objects_mutex;
 std::unordered_map<const void*, Object*> objects;
 
-void CompleteEntries(Class& made_of) {
-    const auto entry = [](auto function) { return reinterpret_cast<void*>(function); };
-    made_of.entries = {entry(&Object::QueryInterface), entry(&Object::AddRef),
-                       entry(&Object::Release),        entry(&Object::GetTypeInfoCount),
-                       entry(&Object::GetTypeInfo),    entry(&Object::GetIDsOfNames),
-                       entry(&Object::Invoke)};
-    for (const Method& method : made_of.methods) made_of.entries.push_back(method.entry);
+// Automation takes texts up to the first zero.
+std::wstring WithoutZeros(std::u16string_view text) {
+    std::wstring wide = ToWide(text);
+    std::ranges::replace(wide, L'\0', L' ');
+    return wide;
 }
 
 // Leaves the error where the caller of a method, or Invoke, looks for it.
@@ -135,8 +135,8 @@ void SetThreadError(const Object& object, const AutomationError& error) {
     const std::u16string source =
         error.Source().empty() ? std::u16string(u"QmTrainInfo.") + object.MadeOf().name : error.Source();
     made->SetGUID(object.MadeOf().interface_id);
-    made->SetSource(ToWide(source).data());
-    made->SetDescription(ToWide(error.Description()).data());
+    made->SetSource(WithoutZeros(source).data());
+    made->SetDescription(WithoutZeros(error.Description()).data());
     SetErrorInfo(0, made.As<IErrorInfo>().Get());
 }
 
@@ -153,6 +153,37 @@ HRESULT MoveThreadError(HRESULT code, EXCEPINFO* exception) {
 }
 
 }  // namespace
+
+Class::Class(const char16_t* name, const CLSID& id, const IID& interface_id, std::vector<Method> methods, Create create,
+             const IID* events, Connect connect)
+    : name(name),
+      id(id),
+      interface_id(interface_id),
+      methods(std::move(methods)),
+      create(create),
+      events(events),
+      connect(connect) {
+    const auto entry = [](auto function) { return reinterpret_cast<void*>(function); };
+    entries = {entry(&Object::QueryInterface), entry(&Object::AddRef),
+               entry(&Object::Release),        entry(&Object::GetTypeInfoCount),
+               entry(&Object::GetTypeInfo),    entry(&Object::GetIDsOfNames),
+               entry(&Object::Invoke)};
+    for (const Method& method : this->methods) entries.push_back(method.entry);
+}
+
+Held::Held(Object& object) : object_(object) {
+    Object::AddRef(&object_);
+}
+
+Held::~Held() {
+    Object::Release(&object_);
+}
+
+bool HasDefaultMember(const Class& described) {
+    const ClassInformation& members = InformationOn(described);
+    return std::ranges::any_of(std::array{INVOKE_FUNC, INVOKE_PROPERTYGET, INVOKE_PROPERTYPUT},
+                               [&](INVOKEKIND kind) { return members.Find(DISPID_VALUE, kind) != nullptr; });
+}
 
 const std::shared_ptr<void>& InstanceOf(const Object& object) {
     return object.Instance();
@@ -224,7 +255,9 @@ HRESULT STDMETHODCALLTYPE Object::GetTypeInfo(Object* self, UINT index, LCID, IT
     return Answer(*self, [&] { *out = TypeInformation(self->class_.interface_id).Detach(); });
 }
 
-HRESULT STDMETHODCALLTYPE Object::GetIDsOfNames(Object* self, REFIID, LPOLESTR* names, UINT count, LCID, DISPID* out) {
+HRESULT STDMETHODCALLTYPE Object::GetIDsOfNames(Object* self, REFIID reserved, LPOLESTR* names, UINT count, LCID,
+                                                DISPID* out) {
+    if (!IsEqualIID(reserved, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     if (names == nullptr || out == nullptr || count == 0) return E_INVALIDARG;
     bool all_known = false;
     const HRESULT code = Answer(*self, [&] {
@@ -271,44 +304,49 @@ HRESULT Object::InvokeResult(const Member& getter, DISPPARAMS& given, WORD flags
                                exception, wrong_argument);
 }
 
-HRESULT STDMETHODCALLTYPE Object::Invoke(Object* self, DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* given,
+HRESULT Object::Dispatch(DISPID id, WORD flags, DISPPARAMS& given, VARIANT& result, EXCEPINFO* exception,
+                         UINT* wrong_argument) {
+    const ClassInformation& members = InformationOn(class_);
+    const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    const Member* getter = members.Find(id, INVOKE_PROPERTYGET);
+    const Member* member = nullptr;
+    if ((flags & DISPATCH_PROPERTYPUTREF) != 0) member = members.Find(id, INVOKE_PROPERTYPUTREF);
+    if (member == nullptr && sets) member = members.Find(id, INVOKE_PROPERTYPUT);
+    if (member == nullptr && !sets) member = members.Find(id, INVOKE_FUNC);
+    if (member == nullptr && !sets) member = getter;
+    const bool beyond = getter != nullptr && (sets ? member == nullptr : given.cArgs > getter->arguments.size());
+    if (beyond && getter->method->leads_on != nullptr && getter->method->leads_on())
+        return InvokeResult(*getter, given, flags, result, exception, wrong_argument);
+    if (member == nullptr) return DISP_E_MEMBERNOTFOUND;
+    const HRESULT code = InvokeMember(*member, given, result);
+    return FAILED(code) ? MoveThreadError(code, exception) : S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE Object::Invoke(Object* self, DISPID id, REFIID reserved, LCID, WORD flags, DISPPARAMS* given,
                                          VARIANT* result, EXCEPINFO* exception, UINT* wrong_argument) {
-    if (given == nullptr) return E_INVALIDARG;
-    const ComPtr<IDispatch> alive(self->AsDispatch());
+    constexpr WORD kKinds = DISPATCH_METHOD | DISPATCH_PROPERTYGET | DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
+    if (!IsEqualIID(reserved, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
+    if (given == nullptr || (given->cArgs != 0 && given->rgvarg == nullptr) || given->cNamedArgs > given->cArgs ||
+        (given->cNamedArgs != 0 && given->rgdispidNamedArgs == nullptr))
+        return E_INVALIDARG;
+    if ((flags & kKinds) == 0) return DISP_E_MEMBERNOTFOUND;
+    const Held held(*self);
     automation::Variant got;
-    HRESULT code = S_OK;
     try {
-        const ClassInformation& members = InformationOn(self->class_);
-        const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
-        const Member* getter = members.Find(id, INVOKE_PROPERTYGET);
-        const Member* member = nullptr;
-        if ((flags & DISPATCH_PROPERTYPUTREF) != 0) member = members.Find(id, INVOKE_PROPERTYPUTREF);
-        if (member == nullptr && sets) member = members.Find(id, INVOKE_PROPERTYPUT);
-        if (member == nullptr && !sets) member = members.Find(id, INVOKE_FUNC);
-        if (member == nullptr && !sets) member = getter;
-        const bool too_many = member == getter && member != nullptr && given->cArgs > getter->arguments.size();
-        if ((member == nullptr && sets && getter != nullptr) || too_many) {
-            code = self->InvokeResult(*getter, *given, flags, *got.Out(), exception, wrong_argument);
-            if (FAILED(code)) return code;
-        } else if (member == nullptr) {
-            return DISP_E_MEMBERNOTFOUND;
-        } else {
-            code = self->InvokeMember(*member, *given, *got.Out());
-        }
+        const HRESULT code = self->Dispatch(id, flags, *given, *got.Out(), exception, wrong_argument);
+        if (FAILED(code)) return code;
     } catch (const ArgumentError& error) {
         if (wrong_argument != nullptr) *wrong_argument = error.index;
         return error.code;
     } catch (...) {
-        code = AnswerException(*self);
+        return MoveThreadError(AnswerException(*self), exception);
     }
-    if (FAILED(code)) return MoveThreadError(code, exception);
     if (result != nullptr) *result = got.Detach();
     return S_OK;
 }
 
 IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance) {
     const std::lock_guard lock(objects_mutex);
-    if (made_of.entries.empty()) CompleteEntries(const_cast<Class&>(made_of));
     const auto known = objects.find(instance.get());
     if (known != objects.end()) return known->second->Retain();
     const void* key = instance.get();
@@ -319,8 +357,7 @@ IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance) {
 
 std::shared_ptr<void> UnwrapInstance(const Class& made_of, IDispatch* object) {
     const std::lock_guard lock(objects_mutex);
-    const bool ours = !made_of.entries.empty() &&
-                      *reinterpret_cast<void* const**>(object) == static_cast<void* const*>(made_of.entries.data());
+    const bool ours = *reinterpret_cast<void* const**>(object) == made_of.entries.data();
     return ours ? reinterpret_cast<Object*>(object)->Instance() : nullptr;
 }
 

@@ -200,16 +200,4 @@ HRESULT Unregister(Scope scope) {
     return Try([&] { DeleteAll(Entries(scope)); });
 }
 
-HRESULT RegisterTestEngine() {
-    return Try([] { WriteClass(Entries(Scope::Machine), TestEngineClass(), ModuleFile().wstring()); });
-}
-
-HRESULT UnregisterTestEngine() {
-    return Try([] {
-        const Entries entries(Scope::Machine);
-        entries.Delete(L"CLSID\\" + Text(TestEngineClass().id));
-        entries.Delete(ProgId(TestEngineClass()));
-    });
-}
-
 }  // namespace qmtrain::server

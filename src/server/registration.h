@@ -13,8 +13,4 @@ HRESULT Register(Scope scope);
 // Takes out what Register has put in. Entries that the library for the other word size uses too stay for it.
 HRESULT Unregister(Scope scope);
 
-// The same for the engine of the component's own tests alone, for the machine.
-HRESULT RegisterTestEngine();
-HRESULT UnregisterTestEngine();
-
 }  // namespace qmtrain::server

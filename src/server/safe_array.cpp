@@ -4,6 +4,7 @@
 #include <new>
 #include <span>
 
+#include "automation/dispatch.h"
 #include "automation/variant.h"
 #include "core/error.h"
 
@@ -32,16 +33,66 @@ private:
     std::span<Element> elements_;
 };
 
+// Programs that fill a descriptor themselves may leave the type out; then the kind of element says it, or its size.
 VARTYPE ElementType(SAFEARRAY* array) {
     VARTYPE type = VT_EMPTY;
-    if (SafeArrayGetDim(array) != 1 || FAILED(SafeArrayGetVartype(array, &type))) Raise(ErrorNumber::TypeMismatch);
-    return type;
+    if (SUCCEEDED(SafeArrayGetVartype(array, &type))) return type;
+    if ((array->fFeatures & FADF_BSTR) != 0) return VT_BSTR;
+    if ((array->fFeatures & FADF_VARIANT) != 0) return VT_VARIANT;
+    return array->cbElements == 1 ? VT_UI1 : VT_EMPTY;
 }
 
-SAFEARRAY* NewArray(VARTYPE type, std::size_t count) {
-    SAFEARRAY* array = SafeArrayCreateVector(type, 0, static_cast<ULONG>(count));
+void Require(SAFEARRAY* array, VARTYPE element) {
+    if (SafeArrayGetDim(array) != 1 || ElementType(array) != element) Raise(ErrorNumber::TypeMismatch);
+}
+
+OwnedSafeArray NewArray(VARTYPE type, std::size_t count) {
+    OwnedSafeArray array(SafeArrayCreateVector(type, 0, static_cast<ULONG>(count)));
     if (array == nullptr) throw std::bad_alloc();
     return array;
+}
+
+LONG FirstPlace(SAFEARRAY* array) {
+    LONG first = 0;
+    automation::Check(SafeArrayGetLBound(array, 1, &first));
+    return first;
+}
+
+// What SafeArrayPutElement takes for an element of this type.
+void* Passed(VARTYPE type, VARIANT& element) {
+    if (type == VT_VARIANT) return &element;
+    return type == VT_BSTR ? static_cast<void*>(V_BSTR(&element)) : static_cast<void*>(&V_UI1(&element));
+}
+
+Variant ElementAt(SAFEARRAY* array, VARTYPE type, LONG place) {
+    Variant element;
+    VARIANT* out = element.Out();
+    if (type == VT_VARIANT) {
+        automation::Check(SafeArrayGetElement(array, &place, out));
+    } else {
+        automation::Check(SafeArrayGetElement(array, &place, &V_UI1(out)));
+        V_VT(out) = type;
+    }
+    return element;
+}
+
+void CopyElements(SAFEARRAY* from, SAFEARRAY* to) {
+    const ULONG count = from->rgsabound[0].cElements;
+    if (SafeArrayGetDim(to) != 1 || to->rgsabound[0].cElements != count) Raise(ErrorNumber::ArrayFixedOrLocked);
+    const VARTYPE type = ElementType(from);
+    if (type == VT_UI1) {
+        const Locked<std::uint8_t> bytes(from);
+        std::ranges::copy(bytes.Elements(), Locked<std::uint8_t>(to).Elements().begin());
+        return;
+    }
+    const LONG first = FirstPlace(from);
+    const LONG first_there = FirstPlace(to);
+    for (LONG i = 0; i < static_cast<LONG>(count); ++i) {
+        Variant element = ElementAt(from, type, first + i);
+        VARIANT content = element.Get();
+        LONG place = first_there + i;
+        automation::Check(SafeArrayPutElement(to, &place, Passed(type, content)));
+    }
 }
 
 }  // namespace
@@ -49,7 +100,7 @@ SAFEARRAY* NewArray(VARTYPE type, std::size_t count) {
 template <>
 std::vector<std::uint8_t> FromSafeArray<std::uint8_t>(SAFEARRAY* array) {
     if (array == nullptr) return {};
-    if (ElementType(array) != VT_UI1) Raise(ErrorNumber::TypeMismatch);
+    Require(array, VT_UI1);
     const Locked<std::uint8_t> locked(array);
     return {locked.Elements().begin(), locked.Elements().end()};
 }
@@ -57,54 +108,58 @@ std::vector<std::uint8_t> FromSafeArray<std::uint8_t>(SAFEARRAY* array) {
 template <>
 std::vector<std::u16string> FromSafeArray<std::u16string>(SAFEARRAY* array) {
     if (array == nullptr) return {};
-    if (ElementType(array) != VT_BSTR) Raise(ErrorNumber::TypeMismatch);
+    Require(array, VT_BSTR);
     const Locked<BSTR> locked(array);
     std::vector<std::u16string> texts;
     for (const BSTR text : locked.Elements()) texts.push_back(automation::FromBstr(text));
     return texts;
 }
 
-SAFEARRAY* ToSafeArray(const std::vector<std::uint8_t>& bytes) {
-    SAFEARRAY* array = NewArray(VT_UI1, bytes.size());
-    std::copy(bytes.begin(), bytes.end(), Locked<std::uint8_t>(array).Elements().begin());
+OwnedSafeArray ToSafeArray(const std::vector<std::uint8_t>& bytes) {
+    OwnedSafeArray array = NewArray(VT_UI1, bytes.size());
+    std::copy(bytes.begin(), bytes.end(), Locked<std::uint8_t>(array.get()).Elements().begin());
     return array;
 }
 
-SAFEARRAY* ToSafeArray(const std::vector<std::u16string>& texts) {
-    SAFEARRAY* array = NewArray(VT_BSTR, texts.size());
-    std::transform(texts.begin(), texts.end(), Locked<BSTR>(array).Elements().begin(), automation::ToBstr);
+OwnedSafeArray ToSafeArray(const std::vector<std::u16string>& texts) {
+    OwnedSafeArray array = NewArray(VT_BSTR, texts.size());
+    std::transform(texts.begin(), texts.end(), Locked<BSTR>(array.get()).Elements().begin(), automation::ToBstr);
     return array;
 }
 
-SAFEARRAY* ConvertSafeArray(SAFEARRAY* array, VARTYPE from, VARTYPE to) {
-    if (ElementType(array) != from) Raise(ErrorNumber::TypeMismatch);
-    LONG first = 0;
-    SafeArrayGetLBound(array, 1, &first);
+OwnedSafeArray ConvertSafeArray(SAFEARRAY* array, VARTYPE from, VARTYPE to) {
+    Require(array, from);
+    const LONG first = FirstPlace(array);
     const ULONG count = array->rgsabound[0].cElements;
-    SAFEARRAY* converted = NewArray(to, count);
+    OwnedSafeArray converted = NewArray(to, count);
     for (LONG i = 0; i < static_cast<LONG>(count); ++i) {
-        Variant element;
+        Variant element = ElementAt(array, from, first + i);
+        VARIANT content = element.Get();
         Variant changed;
-        LONG place = first + i;
-        VARIANT* out = element.Out();
-        const bool is_variant = from == VT_VARIANT;
-        if (!is_variant) V_VT(out) = from;
-        HRESULT result =
-            SafeArrayGetElement(array, &place, is_variant ? static_cast<void*>(out) : static_cast<void*>(&V_UI1(out)));
-        if (SUCCEEDED(result) && to != VT_VARIANT) result = VariantChangeType(changed.Out(), out, 0, to);
-        if (SUCCEEDED(result)) {
-            const VARIANT& held = to == VT_VARIANT ? element.Get() : changed.Get();
-            void* passed = to == VT_VARIANT ? const_cast<VARIANT*>(&held)
-                           : to == VT_BSTR  ? static_cast<void*>(V_BSTR(&held))
-                                            : const_cast<BYTE*>(&V_UI1(&held));
-            result = SafeArrayPutElement(converted, &i, passed);
+        if (to != VT_VARIANT) {
+            if (FAILED(VariantChangeType(changed.Out(), &content, 0, to))) Raise(ErrorNumber::TypeMismatch);
+            content = changed.Get();
         }
-        if (FAILED(result)) {
-            SafeArrayDestroy(converted);
-            Raise(ErrorNumber::TypeMismatch);
-        }
+        automation::Check(SafeArrayPutElement(converted.get(), &i, Passed(to, content)));
     }
     return converted;
+}
+
+bool KeepsItsSize(const SAFEARRAY* array) {
+    constexpr USHORT kFixed = FADF_AUTO | FADF_STATIC | FADF_EMBEDDED | FADF_FIXEDSIZE;
+    return array->cLocks != 0 || (array->fFeatures & kFixed) != 0;
+}
+
+void GiveSafeArray(OwnedSafeArray given, SAFEARRAY*& variable) {
+    if (variable != nullptr) {
+        if (ElementType(variable) != ElementType(given.get())) Raise(ErrorNumber::TypeMismatch);
+        if (KeepsItsSize(variable)) {
+            CopyElements(given.get(), variable);
+            return;
+        }
+        automation::Check(SafeArrayDestroy(variable));
+    }
+    variable = given.release();
 }
 
 }  // namespace qmtrain::server

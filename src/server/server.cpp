@@ -1,6 +1,5 @@
 // The entry points of the library.
 #include <algorithm>
-#include <new>
 #include <string_view>
 
 #include "core/log.h"
@@ -21,8 +20,7 @@ namespace {
 const Class* FindClass(const CLSID& id) {
     const auto classes = CreatableClasses();
     const auto found = std::ranges::find_if(classes, [&](const Class* made) { return IsEqualCLSID(made->id, id); });
-    if (found != classes.end()) return *found;
-    return IsEqualCLSID(TestEngineClass().id, id) ? &TestEngineClass() : nullptr;
+    return found != classes.end() ? *found : nullptr;
 }
 
 // What waits for the first use, since nothing may be done while the library is being loaded.
@@ -49,24 +47,22 @@ BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, void*) {
 STDAPI DllGetClassObject(REFCLSID class_id, REFIID id, void** out) {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
-    try {
+    return Guarded([&]() -> HRESULT {
         PrepareModule();
         const Class* made = FindClass(class_id);
         if (made == nullptr) return CLASS_E_CLASSNOTAVAILABLE;
         const auto factory = automation::ComPtr<IClassFactory>::Attach(new Factory(*made));
         return factory->QueryInterface(id, out);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    } catch (...) {
-        return E_UNEXPECTED;
-    }
+    });
 }
 
-// What of other libraries is in use ends here, for at the unloading itself it is too late.
+// What of other libraries is in use ends here, for at the unloading itself it is too late. The engine of another
+// thread's apartment can end only there.
 STDAPI DllCanUnloadNow() {
-    if (IsModuleLocked() || !ui::StopToolkit()) return S_FALSE;
-    CloseTypeLibrary();
+    if (IsModuleLocked()) return S_FALSE;
     dao::Engine::Instance().ReleaseSystem();
+    if (dao::Engine::Instance().HasSystem()) return S_FALSE;
+    CloseTypeLibrary();
     return S_OK;
 }
 
@@ -81,7 +77,6 @@ STDAPI DllUnregisterServer() {
 // regsvr32 /n /i:user registers for the present user alone, which needs no administrator.
 STDAPI DllInstall(BOOL install, const wchar_t* arguments) {
     const std::wstring_view wanted = arguments == nullptr ? L"" : arguments;
-    if (wanted == L"test") return install ? RegisterTestEngine() : UnregisterTestEngine();
     if (wanted != L"" && wanted != L"user" && wanted != L"machine") return E_INVALIDARG;
     const Scope scope = wanted == L"user" ? Scope::User : Scope::Machine;
     return install ? Register(scope) : Unregister(scope);

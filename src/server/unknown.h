@@ -2,11 +2,24 @@
 #pragma once
 
 #include <atomic>
+#include <new>
 
 #include "automation/com.h"
 #include "server/module.h"
 
 namespace qmtrain::server {
+
+// Runs what stands behind an interface; no C++ exception may leave through it.
+template <class Body>
+HRESULT Guarded(Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        return E_UNEXPECTED;
+    }
+}
 
 // A COM object with one interface.
 template <class Interface>

@@ -129,5 +129,16 @@ TEST(DispatchTest, AnErrorArrivesAsItWasRaised) {
     }
 }
 
+TEST(DispatchTest, AFailureNeverLooksLikeSuccess) {
+    const std::pair<std::int32_t, std::uint32_t> codes[] = {
+        {5, 0x800A0005}, {65535, 0x800AFFFF}, {kComponentError, 0x80040001},
+        {0, 0x80004005}, {65536, 0x80004005}, {0x7FFFFFFF, 0x80004005},
+    };
+    for (const auto& [number, code] : codes) EXPECT_EQ(static_cast<std::uint32_t>(CodeOf(number)), code) << number;
+    const auto silent =
+        ScriptedObject::Make([](const ScriptedCall&, VARIANT&, EXCEPINFO&) { return DISP_E_EXCEPTION; });
+    EXPECT_EQ(ErrorOf([&] { ObjectOf(silent).Call(u"Open"); }).Number(), 440);
+}
+
 }  // namespace
 }  // namespace qmtrain::automation

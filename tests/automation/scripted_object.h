@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -68,7 +69,8 @@ public:
         for (UINT i = passed->cArgs; i > 0; --i) call.arguments.push_back(automation::ToValue(passed->rgvarg[i - 1]));
         VARIANT unwanted;
         VariantInit(&unwanted);
-        return answer_(call, result == nullptr ? unwanted : *result, *exception);
+        EXCEPINFO unseen{};
+        return answer_(call, result == nullptr ? unwanted : *result, exception == nullptr ? unseen : *exception);
     }
 
 private:

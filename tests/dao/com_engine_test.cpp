@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -34,7 +35,7 @@ namespace {
 using test::ScratchFolder;
 
 // An engine with DAO's members, registered before the tests run.
-const std::u16string kTestEngine = u"QmTrainInfo.TestDBEngine";
+const std::u16string kTestEngine = u"QmTrainTest.DBEngine";
 
 const Date kStart = FromCivil({2005, 4, 12, 8, 30, 59});
 const Date kEnd = FromCivil({2005, 4, 12, 10, 0, 59});
@@ -421,14 +422,14 @@ TEST(ChosenEngineTest, FollowsTheSetting) {
         Outcome outcome;
     };
     const Case cases[] = {
-        {"our own", "jet", "QmTrainInfo.TestDBEngine", Outcome::Ours},
-        {"the machine's", "dao", "QmTrainInfo.TestDBEngine", Outcome::Theirs},
-        {"letter case", "DAO", "QmTrainInfo.TestDBEngine", Outcome::Theirs},
-        {"the machine's, if there is one", "auto", "QmTrainInfo.TestDBEngine", Outcome::Theirs},
-        {"no setting", "", "QmTrainInfo.TestDBEngine", Outcome::Theirs},
+        {"our own", "jet", "QmTrainTest.DBEngine", Outcome::Ours},
+        {"the machine's", "dao", "QmTrainTest.DBEngine", Outcome::Theirs},
+        {"letter case", "DAO", "QmTrainTest.DBEngine", Outcome::Theirs},
+        {"the machine's, if there is one", "auto", "QmTrainTest.DBEngine", Outcome::Theirs},
+        {"no setting", "", "QmTrainTest.DBEngine", Outcome::Theirs},
         {"there is none", "auto", "No.Such.Engine", Outcome::Ours},
         {"there is none to be had", "dao", "No.Such.Engine", Outcome::Refused},
-        {"unknown", "access", "QmTrainInfo.TestDBEngine", Outcome::Refused},
+        {"unknown", "access", "QmTrainTest.DBEngine", Outcome::Refused},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -441,6 +442,31 @@ TEST(ChosenEngineTest, FollowsTheSetting) {
             EXPECT_EQ(c.outcome, Outcome::Refused);
             EXPECT_NE(error.Description().find(u"QMTRAININFO_ENGINE"), std::u16string::npos);
         }
+    }
+    test::SetEnvironment("QMTRAININFO_ENGINE", "");
+    test::SetEnvironment("QMTRAININFO_DAO_PROGID", "");
+}
+
+// Its objects may be used in the apartment in which they were made, and end with it.
+TEST(ChosenEngineTest, EachApartmentHasItsOwn) {
+    test::SetEnvironment("QMTRAININFO_ENGINE", "dao");
+    test::SetEnvironment("QMTRAININFO_DAO_PROGID", "QmTrainTest.DBEngine");
+    const ScratchFolder scratch;
+    const std::u16string folder = FromNativePath(scratch.Path());
+    CreateClientDatabase(folder);
+    Engine::Instance().ReleaseSystem();
+    for (int round = 0; round < 2; ++round) {
+        std::thread([&] {
+            EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+            {
+                const auto database = Engine::Instance().OpenDatabase(ClientDatabase(folder));
+                EXPECT_EQ(dynamic_cast<JetDatabase*>(database.get()), nullptr) << "not the machine's";
+                database->OpenRecordset(u"Select * From Notes");
+            }
+            EXPECT_TRUE(Engine::Instance().HasSystem());
+            CoUninitialize();
+            EXPECT_FALSE(Engine::Instance().HasSystem());
+        }).join();
     }
     test::SetEnvironment("QMTRAININFO_ENGINE", "");
     test::SetEnvironment("QMTRAININFO_DAO_PROGID", "");

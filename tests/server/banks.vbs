@@ -45,6 +45,7 @@ Check "For Each", names, "one,two,"
 Set items = q.ChoiceItems
 items.Add "three", "C"
 Check "Add", q.ChoiceItems("c"), "three"
+Check "Key", items.Key(1) & items.Key(3), "AC"
 items.Remove "A"
 Check "Remove", items.Count, CLng(2)
 On Error Resume Next
@@ -113,8 +114,48 @@ On Error Resume Next
 ok = f.GetAnswer(0, accepted)
 Check "GetAnswer of 0", Err.Number, CLng(9)
 Err.Clear
-ok = f.GetAnswer(1, items)
-Check "an object for an array", Err.Number, CLng(13)
+On Error GoTo 0
+Dim fixed(1), unset
+fixed(0) = Null
+Set fixed(1) = Nothing
+f.Answer = "x#y"
+Check "GetAnswer into an array of the right size", f.GetAnswer(1, fixed), True
+Check "its elements", Listed(fixed), "x|y"
+Check "GetAnswer of a blank that there is not", f.GetAnswer(2, unset), False
+CheckTrue "leaves the variable", IsEmpty(unset)
+unset = "text"
+Check "GetAnswer into a variable with a text", f.GetAnswer(1, unset), True
+Check "its answers", Listed(unset), "x|y"
+Set unset = f
+Check "GetAnswer into a variable with an object", f.GetAnswer(1, unset), True
+On Error Resume Next
+f.Answer = "x#y#z"
+ok = f.GetAnswer(1, fixed)
+Check "GetAnswer into an array of another size", Err.Number, CLng(10)
+Err.Clear
+Check "which stays", Listed(fixed), "x|y"
+q.QuestionTyp = 1
+Check "an unknown property", Err.Number, CLng(438)
+Err.Clear
+ok = d.DataCode(1)
+Check "an argument for a property that takes none", Err.Number, CLng(450)
+Err.Clear
+f.Answer = Nothing
+Check "Nothing for a text", Err.Number, CLng(91)
 Err.Clear
 On Error GoTo 0
+
+' A collection of the host's own.
+Class Options
+    Public Default Function Item(key)
+        Item = "option " & key
+    End Function
+End Class
+Dim own
+Set own = New Options
+Set q.ChoiceItems = own
+CheckTrue "the host's own collection", q.ChoiceItems Is own
+Check "its items", q.ChoiceItems("B"), "option B"
+Set q.ChoiceItems = Nothing
+CheckTrue "no collection", q.ChoiceItems Is Nothing
 Finish

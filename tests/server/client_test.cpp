@@ -36,6 +36,11 @@ TEST_F(ClientTest, CallsMethodsAndReadsErrors) {
     error->GetDescription(text.Out());
     EXPECT_EQ(ToUtf8(text.Text()), ToUtf8(u"路径[" + Path() + u"\\none]错误,路径下不存在Client.mdb数据库"));
 
+    EXPECT_EQ(train->put_ClientPath(Bstr(std::u16string_view(u"a\0b", 3)).Get()), static_cast<HRESULT>(0x80040001));
+    ASSERT_EQ(GetErrorInfo(0, error.Out()), S_OK);
+    error->GetDescription(text.Out());
+    EXPECT_EQ(ToUtf8(text.Text()), "路径[a b]错误,路径下不存在Client.mdb数据库") << "automation ends texts at a zero";
+
     ASSERT_EQ(train->put_ClientPath(Bstr(Path()).Get()), S_OK);
     Bstr message;
     VARIANT_BOOL ready = VARIANT_FALSE;

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "server/qmtraininfo.h"
 #include "server/server_fixture.h"
 
 namespace qmtrain::test {
@@ -100,6 +101,72 @@ INSTANTIATE_TEST_SUITE_P(Server, RegistrationTest,
                                                   return install ? server.Register() : server.Unregister();
                                               }}),
                          [](const auto& scope) { return scope.param.name; });
+
+// A host that names the library in a manifest instead.
+class Manifest {
+public:
+    explicit Manifest(const std::filesystem::path& file) {
+        ACTCTXW description{};
+        description.cbSize = sizeof(description);
+        description.lpSource = file.c_str();
+        context_ = CreateActCtxW(&description);
+        EXPECT_NE(context_, INVALID_HANDLE_VALUE) << GetLastError();
+        EXPECT_TRUE(ActivateActCtx(context_, &cookie_));
+    }
+    Manifest(const Manifest&) = delete;
+    Manifest& operator=(const Manifest&) = delete;
+    ~Manifest() {
+        DeactivateActCtx(0, cookie_);
+        ReleaseActCtx(context_);
+    }
+
+private:
+    HANDLE context_;
+    ULONG_PTR cookie_ = 0;
+};
+
+TEST(ManifestTest, OffersEveryClassWithoutRegistration) {
+    const LoadedServer server;
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    const CLSID* const classes[] = {&CLSID_Utilities,   &CLSID_TrainInfo, &CLSID_TrainResult,  &CLSID_NCREUser,
+                                    &CLSID_SubjectInfo, &CLSID_DataInfo,  &CLSID_QuestionItem, &CLSID_QuestionType,
+                                    &CLSID_FillAnswer,  &CLSID_UITrain,   &CLSID_Note,         &CLSID_UIManageNotes};
+    const auto create = [](const CLSID& id) {
+        automation::ComPtr<IDispatch> object;
+        return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.OutVoid());
+    };
+    EXPECT_EQ(create(CLSID_Utilities), REGDB_E_CLASSNOTREG);
+    {
+        const Manifest manifest(ServerFile().parent_path() / "QmTrainInfo.manifest");
+        for (const CLSID* id : classes) EXPECT_EQ(create(*id), S_OK);
+        CLSID named{};
+        EXPECT_EQ(CLSIDFromProgID(L"QmTrainInfo.Note", &named), S_OK);
+        EXPECT_EQ(create(named), S_OK);
+    }
+    CoUninitialize();
+}
+
+// A folder in which no log can be written takes nothing from the operations.
+TEST(LogTest, OperationsGoOnWithoutALog) {
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    ScratchFolder folder;
+    MakeDatabases(FromNativePath(folder.Path()));
+    const std::filesystem::path copy = folder.Path() / "QmTrainInfo.dll";
+    std::filesystem::copy_file(ServerFile(), copy);
+    std::filesystem::create_directory(folder.Path() / "QmTrainInfo.Log");
+    {
+        const LoadedServer server(copy);
+        automation::Object train(server.Create(CLSID_TrainInfo));
+        train.Set(u"ClientPath", FromNativePath(folder.Path()));
+        EXPECT_EQ(train.Call(u"Init", u"").ToValue(), Value(true));
+        EXPECT_EQ(train.Call(u"GetRecordset", u"nonsense").Get().pdispVal, nullptr) << "a failure that is logged";
+        EXPECT_EQ(
+            train.Call(u"AddNewTrain", Date{45000}, std::int32_t{1}, std::int32_t{3}, std::int32_t{0}, std::int32_t{24})
+                .ToValue(),
+            Value(std::int32_t{1}));
+    }
+    CoUninitialize();
+}
 
 }  // namespace
 }  // namespace qmtrain::test

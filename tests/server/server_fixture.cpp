@@ -42,7 +42,7 @@ std::filesystem::path ServerFile() {
     return ProgramFolder() / "QmTrainInfo.dll";
 }
 
-LoadedServer::LoadedServer() : handle_(LoadLibraryW(ServerFile().c_str())) {
+LoadedServer::LoadedServer(const std::filesystem::path& file) : handle_(LoadLibraryW(file.c_str())) {
     if (handle_ == nullptr) ADD_FAILURE() << "the library cannot be loaded: " << GetLastError();
 }
 

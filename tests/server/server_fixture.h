@@ -21,7 +21,7 @@ std::filesystem::path ServerFile();
 // The library, loaded by its file.
 class LoadedServer {
 public:
-    LoadedServer();
+    explicit LoadedServer(const std::filesystem::path& file = ServerFile());
     LoadedServer(const LoadedServer&) = delete;
     LoadedServer& operator=(const LoadedServer&) = delete;
     ~LoadedServer() { FreeLibrary(handle_); }

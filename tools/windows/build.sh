@@ -27,10 +27,11 @@ package=build/package/QmTrainInfo
 rm -rf build/package
 mkdir -p "$package/x64" "$package/x86" "$package/samples"
 for word_size in x64 x86; do
-  cp "build/windows-$word_size/src/server/QmTrainInfo.dll" "$package/$word_size/"
+  cp "build/windows-$word_size/src/server/QmTrainInfo.dll" "build/windows-$word_size/src/server/QmTrainInfo.manifest" \
+    "$package/$word_size/"
 done
 cp build/windows-x86/src/server/generated/server/qmtraininfo.tlb "$package/QmTrainInfo.tlb"
-cp src/server/qmtraininfo.idl samples/host.cpp "$package/samples/"
+cp src/server/qmtraininfo.idl src/server/record_sets.idl samples/host.cpp "$package/samples/"
 as_windows_text samples/practice.vbs "$package/samples/practice.vbs"
 as_windows_text tools/windows/package/register.cmd "$package/register.cmd"
 as_windows_text tools/windows/package/unregister.cmd "$package/unregister.cmd"
