@@ -60,7 +60,21 @@ bool IsOurs(File& file) {
     return begun || std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
 }
 
+// Without links: what stands above the folder depends on the way that led to it.
+std::filesystem::path FolderOf(const std::filesystem::path& file) {
+    const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
+    std::error_code failed;
+    std::filesystem::path real = std::filesystem::canonical(folder, failed);
+    return failed ? folder : real;
+}
+
 }  // namespace
+
+std::filesystem::path PathFrom(const std::filesystem::path& holder, const std::filesystem::path& target) {
+    const std::filesystem::path folder = FolderOf(target);
+    const std::filesystem::path way = folder.lexically_relative(FolderOf(holder));
+    return (way.empty() ? folder : way) / target.filename();
+}
 
 CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable)
     : system_(system), durable_(durable) {
@@ -69,8 +83,7 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     name_.path = UsualPath(databases.front());
     if (system.Look(name_.path) != FileKind::None) name_.path += UniqueName("-", "");
     Content content{name_.nonce, {}};
-    for (const std::filesystem::path& database : databases)
-        content.databases.push_back(std::filesystem::absolute(database));
+    for (const std::filesystem::path& database : databases) content.databases.push_back(PathFrom(name_.path, database));
     bytes_ = Write(content);
     file_ = system.OpenPlain(name_.path, OpenMode::CreateNew);
     try {
@@ -127,6 +140,9 @@ std::optional<Content> CommonJournal::Read(FileSystem& system, const std::filesy
     const auto file = system.OpenPlain(path, OpenMode::ReadOnly);
     std::optional<Content> content = ReadWhole(*file);
     if (!content && !IsOurs(*file)) Raise(ErrorNumber::FileDamaged, {FromNativePath(path), u"不是提交日志。"});
+    if (content) {
+        for (std::filesystem::path& database : content->databases) database = path.parent_path() / database;
+    }
     return content;
 }
 

@@ -4,6 +4,9 @@
 //
 //   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
 //
+// Paths in journals count from the folder of the journal where they can, so that folders may be moved or copied
+// together.
+//
 // It lies beside the first of the databases: "Client.mdb-commit". One that a crash has left there before any journal
 // named it is removed by the next; one that a file still needs, which has not been opened since, stays and the next
 // gets another name.
@@ -18,6 +21,9 @@
 #include "core/files.h"
 
 namespace qmtrain::jet {
+
+// How a file that stands at `holder` names another: from its own folder, else absolute.
+std::filesystem::path PathFrom(const std::filesystem::path& holder, const std::filesystem::path& target);
 
 class CommonJournal {
 public:

@@ -8,14 +8,19 @@
 namespace qmtrain::jet {
 namespace {
 
-constexpr int kMaxLinkDepth = 8;
+constexpr int kMaxLinks = 8;  // from table to table
+
+bool IsSameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
+    std::error_code ignored;
+    return a == b || std::filesystem::equivalent(a, b, ignored);
+}
 
 }  // namespace
 
-Database::Database(const std::filesystem::path& path, const PagerOptions& options, const Database* linked_from)
+Database::Database(const std::filesystem::path& path, const PagerOptions& options, Database* home)
     : options_(options),
-      link_depth_(linked_from != nullptr ? linked_from->link_depth_ + 1 : 0),
-      pager_(std::make_unique<Pager>(path, options, linked_from != nullptr ? &linked_from->pager_->Home() : nullptr)),
+      home_(home != nullptr ? home : this),
+      pager_(std::make_unique<Pager>(path, options, home != nullptr ? home->pager_.get() : nullptr)),
       allocator_(*pager_) {
     options_.session = pager_->SharedSession();
 }
@@ -25,8 +30,8 @@ std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, cons
 }
 
 std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, const PagerOptions& options,
-                                         const Database* linked_from) {
-    auto database = std::unique_ptr<Database>(new Database(path, options, linked_from));
+                                         Database* home) {
+    auto database = std::unique_ptr<Database>(new Database(path, options, home));
     const Reading reading(*database);
     if (!database->FindObject(u"MSysObjects")) database->pager_->Damaged(kObjectsPage, u"系统目录错误");
     return database;
@@ -67,6 +72,11 @@ Properties Database::ReadProperties(std::u16string_view name) {
 }
 
 std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
+    return FindTable(name, 0);
+}
+
+// `links`: how many have led here.
+std::shared_ptr<Table> Database::FindTable(std::u16string_view name, int links) {
     for (const auto& [page, table] : KnownTables()) {
         if (EqualNames(table->Name(), name)) return table;
     }
@@ -74,7 +84,7 @@ std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
     if (!object) return nullptr;
     switch (object->type) {
         case CatalogObject::kTable: return LoadTable(*object);
-        case CatalogObject::kLinkedTable: return LinkedTable(*object);
+        case CatalogObject::kLinkedTable: return LinkedTable(*object, links);
         case CatalogObject::kLinkedOdbc:
             Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object->name + u"”不在 Access 文件中。"});
         default: return nullptr;
@@ -113,7 +123,7 @@ std::shared_ptr<Table> Database::TableAt(PageNumber page) {
 
 std::uint64_t Database::KnownChanges() const {
     std::uint64_t changes = pager_->KnownChanges();
-    for (const auto& [path, link] : links_) changes += link->KnownChanges();
+    for (const auto& link : links_) changes += link->KnownChanges();
     return changes;
 }
 
@@ -129,30 +139,28 @@ bool Database::IsHeld(PageNumber table) const {
     return known != holds_.end() && !known->second.expired();
 }
 
-std::shared_ptr<Table> Database::LinkedTable(const CatalogObject& object) {
+std::shared_ptr<Table> Database::LinkedTable(const CatalogObject& object, int links) {
     if (!object.connect.empty() && object.connect.front() != u';') {
         Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object.name + u"”不在 Access 文件中。"});
     }
-    return OpenLink(object.database).FindTable(object.foreign_name);
+    if (links + 1 == kMaxLinks) Raise(ErrorNumber::FileNotFound, {object.database});
+    return OpenLink(object.database).FindTable(object.foreign_name, links + 1);
 }
 
-// A path that is not absolute counts from this file's folder.
+// A path that is not absolute counts from this file's folder. Many links may lead to one file, or back to the first.
 Database& Database::OpenLink(const std::u16string& stored_path) {
     std::filesystem::path path = ToNativePath(stored_path);
     const bool drive = stored_path.size() > 1 && stored_path[1] == u':';
     if (path.is_relative() && !drive) {
         path = ToNativePath(FromNativePath(pager_->Path().parent_path() / path));
     }
-    auto& link = links_[path];
-    if (link) return *link;
-    try {
-        if (link_depth_ + 1 >= kMaxLinkDepth) Raise(ErrorNumber::FileNotFound, {stored_path});
-        link = Open(path, options_, this);
-    } catch (...) {
-        links_.erase(path);
-        throw;
-    }
-    return *link;
+    const auto stands_there = [&](const Database& database) { return IsSameFile(database.pager_->Path(), path); };
+    if (stands_there(*home_)) return *home_;
+    std::vector<std::unique_ptr<Database>>& links = home_->links_;
+    const auto known = std::find_if(links.begin(), links.end(), [&](const auto& link) { return stands_there(*link); });
+    if (known != links.end()) return **known;
+    links.push_back(Open(path, options_, home_));
+    return *links.back();
 }
 
 }  // namespace qmtrain::jet

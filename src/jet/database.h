@@ -108,25 +108,26 @@ public:
 
 private:
     friend class DatabaseBuilder;
-    Database(const std::filesystem::path& path, const PagerOptions& options, const Database* linked_from);
+    Database(const std::filesystem::path& path, const PagerOptions& options, Database* home);
     static std::unique_ptr<Database> Open(const std::filesystem::path& path, const PagerOptions& options,
-                                          const Database* linked_from);
+                                          Database* home);
 
     using LoadedTables = std::map<PageNumber, std::shared_ptr<Table>>;
     LoadedTables& KnownTables();
     bool IsHeld(PageNumber table) const;
     std::shared_ptr<Table> LoadTable(const CatalogObject& object);
-    std::shared_ptr<Table> LinkedTable(const CatalogObject& object);
+    std::shared_ptr<Table> FindTable(std::u16string_view name, int links);
+    std::shared_ptr<Table> LinkedTable(const CatalogObject& object, int links = 0);
     Database& OpenLink(const std::u16string& stored_path);
 
     PagerOptions options_;
-    int link_depth_;
+    Database* home_;  // the one from which links have led here; itself when it was opened directly
     std::unique_ptr<Pager> pager_;
     PageAllocator allocator_;
     LoadedTables tables_;  // loaded ones, by the page of their definition
     std::uint64_t generation_ = 0;
     std::map<PageNumber, std::weak_ptr<const void>> holds_;
-    std::map<std::filesystem::path, std::unique_ptr<Database>> links_;
+    std::vector<std::unique_ptr<Database>> links_;  // of a home: the other files, each once
 };
 
 }  // namespace qmtrain::jet

@@ -42,10 +42,9 @@ void FileShare::RequireNoOtherEngine() {
     if (std::exchange(with_other_engine_, false)) counters_.clear();
 }
 
-void FileShare::Committed(std::vector<std::uint8_t> counters, std::uint64_t size) {
+void FileShare::Committed(std::vector<std::uint8_t> counters, std::uint64_t size) noexcept {
     counters_ = std::move(counters);
     size_ = size;
-    locks_.UnlockExclusive();
 }
 
 }  // namespace qmtrain::jet

@@ -41,8 +41,8 @@ public:
     // The next look counts as news.
     void ForgetSeen() { counters_.clear(); }
 
-    // Our own commit: no news to us. Lets readers in again.
-    void Committed(std::vector<std::uint8_t> counters, std::uint64_t size);
+    // Our own commit: no news to us.
+    void Committed(std::vector<std::uint8_t> counters, std::uint64_t size) noexcept;
 
     // Calls `body` with nobody else in the file, and returns to the lock that was held. False, and no call, when the
     // file cannot be locked at all.

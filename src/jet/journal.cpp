@@ -34,13 +34,6 @@ std::uint32_t HeaderChecksum(std::uint64_t nonce, std::span<const std::uint8_t> 
     return Checksum(nonce, copy);
 }
 
-// Beside the journal if it can be, so that a folder may be moved as a whole.
-std::filesystem::path StoredPath(const std::filesystem::path& common, const std::filesystem::path& journal) {
-    const std::filesystem::path folder = std::filesystem::absolute(journal).parent_path();
-    const std::filesystem::path near = std::filesystem::absolute(common).lexically_relative(folder);
-    return near.empty() ? std::filesystem::absolute(common) : near;
-}
-
 }  // namespace
 
 JournalOwner JournalOwner::Of(PageFile& file, std::uint64_t length) {
@@ -81,7 +74,7 @@ void Journal::Add(PageNumber page, std::span<const std::uint8_t> image) {
 }
 
 void Journal::AddCommon(const CommonJournal::Name& name) {
-    const std::u8string text = StoredPath(name.path, path_).u8string();
+    const std::u8string text = PathFrom(path_, name.path).u8string();
     std::vector<std::uint8_t> record(page_size_);
     if (text.size() + kCommonPath >= record.size()) Raise(ErrorNumber::InvalidPath, {FromNativePath(name.path)});
     Put(record.data(), name.nonce);
@@ -154,9 +147,11 @@ void Journal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path
     }
 }
 
-// Whether the database's journal names the common journal with this nonce.
+// Whether the database's journal names the common journal with this nonce. One that is out of reach may.
 bool Journal::Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce) {
-    if (system.Look(PathFor(database)) != FileKind::Plain) return false;
+    const FileKind kind = system.Look(PathFor(database));
+    if (kind == FileKind::None) return !system.Exists(database);
+    if (kind != FileKind::Plain) return false;
     FoundJournal found(system, PathFor(database));
     if (!found.ReadHeader()) return false;
     found.ReadRecords();

@@ -112,7 +112,7 @@ void Pager::WriteChanges(const CommonJournal::Name* common) {
 }
 
 // The change stands: nothing may fail from here on.
-void Pager::Close() {
+void Pager::Close() noexcept {
     if (change_.HasWritten()) {
         share_.Committed(std::move(own_counters_), std::uint64_t{page_count_} * GetFormat().page_size);
     }
@@ -224,9 +224,16 @@ Page Pager::Read(PageNumber number) {
     return {Load(number), file_.Identity()};
 }
 
+// A file that can be written may have been read already by a scope around the one that changes.
+void Pager::RequireChange() const {
+    if (change_.IsOpen()) return;
+    if (MayChange()) Raise(ErrorNumber::InvalidOperation);
+    Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
+}
+
 MutablePage Pager::Write(PageNumber number) {
     Join();
-    if (!change_.IsOpen()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
+    RequireChange();
     if (number == 0 || number >= page_count_) Damaged(number, u"页号超出文件范围");
     Frame* frame = Load(number);
     change_.KeepImage(*frame);
@@ -237,7 +244,7 @@ MutablePage Pager::Write(PageNumber number) {
 
 MutablePage Pager::Extend() {
     Join();
-    if (!change_.IsOpen()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
+    RequireChange();
     if (std::uint64_t{page_count_ + 1} * GetFormat().page_size > GetFormat().max_file_size) {
         Raise(ErrorNumber::DatabaseTooLarge, {FileName()});
     }

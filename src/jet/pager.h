@@ -95,14 +95,15 @@ private:
     void BeginOperation() noexcept override { share_.BeginOperation(); }
     void End() noexcept override;
     void OpenLevel() override;
-    void CommitLevel() override { change_.CommitLevel(); }
+    void MergeLevel() override { change_.MergeLevel(); }
+    void CommitLevel() noexcept override { change_.CommitLevel(); }
     void UndoLevel() noexcept override;
     bool HasChanges() const override;
     CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) override;
     void WriteChanges(const CommonJournal::Name* common) override;
     void Finish() override { change_.Finish(); }
     void FinishInCommon() noexcept override { change_.FinishInCommon(); }
-    void Close() override;
+    void Close() noexcept override;
     bool UndoAll() noexcept override;
     void Abandon() noexcept override;
 
@@ -114,6 +115,7 @@ private:
         if (!joined_) JoinScope();
     }
     void JoinScope() const;
+    void RequireChange() const;
     void Invalidate();
     void NoticeUnfinished(bool to_change);
     std::optional<FoundJournal> FindJournal();

@@ -51,16 +51,21 @@ void Session::Join(SessionFile& file) {
     }
 }
 
-// A file that a scope inside is reading cannot be changed: the writer would wait for ever for this reader. One that an
-// ended scope has left locked for reading is let go first.
+// A file that a scope inside is reading cannot be changed: the writer would wait for ever for this reader. Those that
+// an ended scope has left locked for reading are let go first, what the links lead to as well.
 void Session::RequireChanging(SessionFile& file) {
+    if (read_scopes_ == 0) LetGo(file.Home());
     if (file.IsChanging()) return;
-    if (file.TakesPart()) {
-        if (read_scopes_ > 0) Raise(ErrorNumber::InvalidOperation);
-        std::erase(reading_, &file);
-        file.End();
-    }
+    if (file.TakesPart()) Raise(ErrorNumber::InvalidOperation);
     JoinChanging(file);
+}
+
+void Session::LetGo(const SessionFile& home) noexcept {
+    std::erase_if(reading_, [&](SessionFile* file) {
+        if (&file->Home() != &home) return false;
+        file->End();
+        return true;
+    });
 }
 
 void Session::JoinReading(SessionFile& file) {
@@ -88,23 +93,34 @@ void Session::Remove(SessionFile& file) noexcept {
 
 std::size_t Session::OpenLevel(const SessionFile* home) {
     levels_.push_back({home});
-    for (SessionFile* file : changing_) file->OpenLevel();
+    std::size_t opened = 0;
+    try {
+        for (; opened < changing_.size(); ++opened) changing_[opened]->OpenLevel();
+    } catch (...) {
+        while (opened > 0) changing_[--opened]->UndoLevel();
+        levels_.pop_back();
+        throw;
+    }
     return levels_.size() - 1;
 }
 
 void Session::CommitLevel(std::size_t level, const std::function<void()>& other) {
     while (levels_.size() > level + 1) UndoLevel(levels_.size() - 1);
+    try {
+        if (level == 0) {
+            CommitFiles(other);
+        } else {
+            for (SessionFile* file : changing_) file->MergeLevel();
+            if (other) other();
+        }
+    } catch (...) {
+        UndoLevel(level);
+        throw;
+    }
     if (level > 0) {
-        if (other) other();
         for (SessionFile* file : changing_) file->CommitLevel();
         levels_.pop_back();
         return;
-    }
-    try {
-        CommitFiles(other);
-    } catch (...) {
-        UndoLevel(0);
-        throw;
     }
     for (SessionFile* file : changing_) file->Close();
     levels_.clear();

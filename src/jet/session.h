@@ -44,8 +44,10 @@ public:
     // The time that may be spent waiting for others begins anew.
     virtual void BeginOperation() noexcept = 0;
 
+    // A commit of an inner level is MergeLevel, then CommitLevel. Until then it can be undone.
     virtual void OpenLevel() = 0;
-    virtual void CommitLevel() = 0;
+    virtual void MergeLevel() = 0;
+    virtual void CommitLevel() noexcept = 0;
     virtual void UndoLevel() noexcept = 0;
 
     // The outermost level. A commit is WriteChanges, then one of the two Finish, then Close. `common`: the journal of
@@ -55,7 +57,7 @@ public:
     virtual void WriteChanges(const CommonJournal::Name* common) = 0;
     virtual void Finish() = 0;
     virtual void FinishInCommon() noexcept = 0;
-    virtual void Close() = 0;
+    virtual void Close() noexcept = 0;
 
     // False when it is left to the next scope.
     virtual bool UndoAll() noexcept = 0;
@@ -98,6 +100,7 @@ private:
     void JoinChanging(SessionFile& file);
     void RequireReading(SessionFile& file);
     void RequireChanging(SessionFile& file);
+    void LetGo(const SessionFile& home) noexcept;
     bool IsChanging(const SessionFile& home) const;
 
     // Levels are ended from the innermost; to end one undoes those that are still open inside it.

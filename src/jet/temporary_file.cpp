@@ -6,7 +6,10 @@
 namespace qmtrain::jet {
 
 std::unique_ptr<File> OpenTemporaryFile(FileSystem& system) {
-    const std::filesystem::path path = std::filesystem::temp_directory_path() / UniqueName("qmtrain-", ".tmp");
+    std::error_code failed;
+    const std::filesystem::path folder = std::filesystem::temp_directory_path(failed);
+    if (failed) Raise(ErrorNumber::DiskError, {u"临时文件", u"系统的临时文件夹不存在。"});
+    const std::filesystem::path path = folder / UniqueName("qmtrain-", ".tmp");
     auto file = system.Open(path, OpenMode::CreateNew);
     system.Remove(path);  // the file stays as long as it is open
     return file;

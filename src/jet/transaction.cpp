@@ -40,11 +40,8 @@ std::vector<PageNumber> Transaction::Restored() const {
     return pages;
 }
 
-void Transaction::CommitLevel() {
-    if (levels_.size() == 2) {
-        levels_.pop_back();
-        return;
-    }
+void Transaction::MergeLevel() {
+    if (levels_.size() == 2) return;
     const Level& done = levels_.back();
     Level& outer = levels_[levels_.size() - 2];
     std::vector<std::uint8_t> image(file_.GetFormat().page_size);
@@ -53,7 +50,6 @@ void Transaction::CommitLevel() {
         done.images.Read(page, image);
         outer.images.Keep(page, image);
     }
-    levels_.pop_back();
 }
 
 PageNumber Transaction::UndoLevel() noexcept {

@@ -31,8 +31,11 @@ public:
     void DropRestored(PageNumber page);
     std::vector<PageNumber> Restored() const;
 
+    // What undoing the innermost level needs goes to the level around it too; both can still be undone.
+    void MergeLevel();
+
     // Ends an inner level. To undo it writes nothing, and so cannot fail. Returns the number of pages then.
-    void CommitLevel();
+    void CommitLevel() noexcept { levels_.pop_back(); }
     PageNumber UndoLevel() noexcept;
 
     // Brings the changed pages into the file, their old content safe in the journal. `common`: the journal of the
