@@ -48,7 +48,7 @@ int PlaceOf(const People& people, std::int32_t wanted, Number number) {
     return found == people.end() ? -1 : static_cast<int>(found - people.begin());
 }
 
-struct ColumnSpec {
+struct ListColumn {
     std::u16string_view title;
     int width;  // the least one
     wxAlignment alignment;
@@ -57,36 +57,36 @@ struct ColumnSpec {
 // The column of names takes what the others leave, and ends with an ellipsis.
 class Columns {
 public:
-    Columns(wxDataViewListCtrl& list, const std::vector<ColumnSpec>& specs, std::size_t flexible)
-        : list_(list), specs_(specs), flexible_(flexible) {
-        for (const ColumnSpec& spec : specs_) {
+    Columns(wxDataViewListCtrl& list, const std::vector<ListColumn>& all, std::size_t flexible)
+        : list_(list), columns_(all), flexible_(flexible) {
+        for (const ListColumn& one : columns_) {
             wxDataViewColumn* column =
-                list_.AppendTextColumn(ui::ToWx(spec.title), wxDATAVIEW_CELL_INERT, list_.FromDIP(spec.width),
-                                       spec.alignment, wxDATAVIEW_COL_RESIZABLE);
+                list_.AppendTextColumn(ui::ToWx(one.title), wxDATAVIEW_CELL_INERT, list_.FromDIP(one.width),
+                                       one.alignment, wxDATAVIEW_COL_RESIZABLE);
             column->GetRenderer()->EnableEllipsize(wxELLIPSIZE_END);
         }
     }
     void Fit() const {
         int others = list_.FromDIP(kWide);
-        for (std::size_t i = 0; i < specs_.size(); ++i) {
-            if (i != flexible_) others += list_.FromDIP(specs_[i].width);
+        for (std::size_t i = 0; i < columns_.size(); ++i) {
+            if (i != flexible_) others += list_.FromDIP(columns_[i].width);
         }
-        const int room = std::max(list_.FromDIP(specs_[flexible_].width), list_.GetClientSize().x - others);
+        const int room = std::max(list_.FromDIP(columns_[flexible_].width), list_.GetClientSize().x - others);
         list_.GetColumn(static_cast<unsigned>(flexible_))->SetWidth(room);
     }
 
 private:
     wxDataViewListCtrl& list_;
-    std::vector<ColumnSpec> specs_;
+    std::vector<ListColumn> columns_;
     std::size_t flexible_;
 };
 
-wxDataViewListCtrl* MakeList(wxWindow* parent, std::u16string_view name, const std::vector<ColumnSpec>& specs,
+wxDataViewListCtrl* MakeList(wxWindow* parent, std::u16string_view name, const std::vector<ListColumn>& all,
                              std::size_t flexible) {
     auto* list = new wxDataViewListCtrl(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                                         wxDV_SINGLE | wxDV_ROW_LINES | wxBORDER_THEME);
     SetSpokenName(*list, name);
-    const Columns columns(*list, specs, flexible);
+    const Columns columns(*list, all, flexible);
     list->SetMinSize(parent->FromDIP(wxSize(200, 60)));
     list->Bind(wxEVT_SIZE, [columns](wxSizeEvent& event) {
         event.Skip();
