@@ -18,7 +18,7 @@ constexpr double kIndexOnlyCost = 0.5;  // of a row that is not visited
 constexpr double kCountCost = 0.01;     // of a row that is only counted
 constexpr double kSortCost = 3;
 constexpr double kTopCost = 1;          // of a row that may be among the first few
-constexpr double kWorthALook = 50;      // rows from which on an estimate is checked in the index
+constexpr double kWorthALook = 200;     // rows from which on an estimate is checked in the index
 
 bool IsUniqueColumn(const Table& table, int column) {
     return std::ranges::any_of(table.Indexes(), [column](const Index& index) {
