@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <utility>
 
 #include "core/collation.h"
@@ -221,10 +222,12 @@ bool TableAccess::TakeList(const IndexAccess& access) {
     if (!access.list->Collect(static_cast<std::size_t>(std::max(kAlwaysSome, rows / kSeekCost)), listed_)) return false;
     std::erase_if(listed_, [](const Value& value) { return FamilyOf(value.GetType()) == Family::Any; });
     if (listed_.size() < 2) return true;
-    std::vector<std::pair<std::vector<std::uint8_t>, std::size_t>> order(listed_.size());
+    std::vector<std::pair<std::string, std::size_t>> order(listed_.size());
+    std::vector<std::uint8_t> key;
     for (std::size_t i = 0; i < listed_.size(); ++i) {
-        AppendKey(listed_[i], order[i].first);
-        order[i].second = i;
+        key.clear();
+        AppendKey(listed_[i], key);
+        order[i] = {std::string(key.begin(), key.end()), i};
     }
     std::ranges::sort(order);
     const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
@@ -332,7 +335,7 @@ void TableAccess::Arrange() {
         seen_.Clear();
         return;
     }
-    std::vector<std::pair<std::vector<std::uint8_t>, std::size_t>> order(place_count_);
+    std::vector<std::pair<std::string, std::size_t>> order(place_count_);
     std::vector<std::uint8_t> part;
     for (std::size_t i = 0; i < place_count_; ++i) {
         order[i].second = i;
@@ -342,7 +345,7 @@ void TableAccess::Arrange() {
             const Index& index = table.Indexes()[static_cast<std::size_t>(first.index)];
             const bool invert = index.columns[column].descending != path_.parts[0].backwards;
             for (const std::uint8_t byte : part) {
-                order[i].first.push_back(invert ? static_cast<std::uint8_t>(~byte) : byte);
+                order[i].first.push_back(static_cast<char>(invert ? ~byte : byte));
             }
         }
     }
