@@ -228,7 +228,7 @@ Outcome ReadAll(const bench::SqliteFile& file, const std::string& sql) {
 }
 
 Workload Select(std::string name, int repeats, const std::string& ours, const std::string& theirs) {
-    Workload workload{std::move(name), repeats, 7, false, {}, {}};
+    Workload workload{std::move(name), repeats, 15, false, {}, {}};
     workload.ours = [ours](Peers& peers, std::uint32_t number) {
         const auto rows = peers.ours->OpenRecordset(FromUtf8(WithNumber(ours, number)));
         return ReadAll(*rows);
