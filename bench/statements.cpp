@@ -67,7 +67,8 @@ const char* const kOurTables[] = {
 
 const char* const kTheirTables =
     "PRAGMA journal_mode=DELETE; PRAGMA synchronous=FULL;"
-    "CREATE TABLE TrainInfo (TrainID INTEGER PRIMARY KEY, UserID INTEGER, StartDate REAL, EndDate REAL, UseTime INTEGER,"
+    "CREATE TABLE TrainInfo (TrainID INTEGER PRIMARY KEY, UserID INTEGER, StartDate REAL, EndDate REAL, UseTime "
+    "INTEGER,"
     " TheoryNo INTEGER, OperationNo INTEGER);"
     "CREATE INDEX ByUser ON TrainInfo (UserID);"
     "CREATE TABLE TrainResult (ResultID INTEGER PRIMARY KEY, TrainID INTEGER, QuestionRecNo TEXT COLLATE NOCASE,"
@@ -147,9 +148,9 @@ void Fill(const fs::path& ours, const fs::path& theirs) {
                                   u"Answer " + ToText(std::int64_t{random % 5000}) + u" of the candidate"};
     });
     filler.Fill("Notes", kNotes, [](int i) {
-        return std::vector<Value>{i + 1,       u"Note " + ToText(std::int64_t{i}), std::u16string(300, u'n'),
-                                  i % kUsers,  u"KJ" + ToText(std::int64_t{i % 30}),
-                                  RecNo(Scatter(static_cast<std::uint32_t>(i)))};
+        return std::vector<Value>{
+            i + 1,      u"Note " + ToText(std::int64_t{i}),   std::u16string(300, u'n'),
+            i % kUsers, u"KJ" + ToText(std::int64_t{i % 30}), RecNo(Scatter(static_cast<std::uint32_t>(i)))};
     });
     sqlite.Execute("COMMIT");
     engine.CommitTrans();
@@ -361,8 +362,7 @@ Workload AddThousand() {
         peers.theirs->Execute("BEGIN");
         {
             bench::SqliteStatement insert(
-                *peers.theirs,
-                "INSERT INTO TrainResult (ResultID,TrainID,QuestionRecNo,AnswerScore) VALUES (?,?,?,?)");
+                *peers.theirs, "INSERT INTO TrainResult (ResultID,TrainID,QuestionRecNo,AnswerScore) VALUES (?,?,?,?)");
             for (std::int32_t i = 0; i < kRows; ++i) {
                 const std::u16string rec_no = RecNo(Scatter(static_cast<std::uint32_t>(first + i)));
                 insert.Bind(1, first + i).Bind(2, first).Bind(3, rec_no).Bind(4, 2.0).Run();
@@ -420,11 +420,13 @@ std::vector<Workload> Workloads() {
         Select("all columns of all rows", 1, "SELECT * FROM TrainResult"),
         Select("two columns of all rows", 1, "SELECT ResultID, AnswerScore FROM TrainResult"),
         Select("scan with a filter on text", 1, result + "DataCode = 'KJ17'"),
-        Select("scan with LIKE within", 1, result + "StudentAnswer LIKE '*123*'", result + "StudentAnswer LIKE '%123%'"),
+        Select("scan with LIKE within", 1, result + "StudentAnswer LIKE '*123*'",
+               result + "StudentAnswer LIKE '%123%'"),
         Select("scan with an expression", 1,
                "SELECT ResultID, AnswerScore / QuestionScore FROM TrainResult WHERE AnswerScore * 2 + 1 > 4"),
         Select("sum of all", 1, "SELECT Sum(AnswerScore), Avg(QuestionScore) FROM TrainResult"),
-        Select("300 groups of text", 1, "SELECT DataCode, Count(*), Sum(AnswerScore) FROM TrainResult GROUP BY DataCode"),
+        Select("300 groups of text", 1,
+               "SELECT DataCode, Count(*), Sum(AnswerScore) FROM TrainResult GROUP BY DataCode"),
         Select("DISTINCT of a number", 1, "SELECT DISTINCT TrainID FROM TrainResult"),
         Select("sort of all rows by text", 1, "SELECT * FROM TrainResult ORDER BY StudentAnswer"),
         Select("sort of all rows by an indexed text", 1, "SELECT * FROM TrainResult ORDER BY QuestionRecNo"),
@@ -451,7 +453,8 @@ std::vector<Workload> Workloads() {
                " TrainResult WHERE ResultID <= 10000",
                "INSERT INTO Copy SELECT ResultID + {} * 1000000 AS ResultID, TrainID, QuestionRecNo, AnswerScore FROM"
                " TrainResult WHERE ResultID <= 10000"),
-        Change("UPDATE of 5 %", 1, 5, "UPDATE TrainResult SET AnswerScore = AnswerScore + 1 WHERE ResultID Mod 20 = {} Mod 20",
+        Change("UPDATE of 5 %", 1, 5,
+               "UPDATE TrainResult SET AnswerScore = AnswerScore + 1 WHERE ResultID Mod 20 = {} Mod 20",
                "UPDATE TrainResult SET AnswerScore = AnswerScore + 1 WHERE ResultID % 20 = {} % 20"),
         Change("UPDATE of an indexed column, 5 %", 1, 5,
                "UPDATE TrainResult SET AnswerDate = AnswerDate + 1 WHERE ResultID Mod 20 = {} Mod 20",
@@ -552,7 +555,8 @@ int main(int count, char** arguments) {
     fs::remove_all(folder);
     fs::create_directories(folder);
     // The memory of each workload is that of a process of its own, started while this one is small still.
-    if (!bench::RunProgram({"/proc/self/exe", "--fill", folder.string()}, 1).succeeded) Fail("the files cannot be made");
+    if (!bench::RunProgram({"/proc/self/exe", "--fill", folder.string()}, 1).succeeded)
+        Fail("the files cannot be made");
     std::vector<Workload> workloads = Workloads();
     std::erase_if(workloads, [&](const Workload& workload) { return workload.name.find(filter) == std::string::npos; });
     std::vector<double> peaks;

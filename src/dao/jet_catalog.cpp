@@ -242,12 +242,11 @@ public:
     bool InOrder(int index, std::size_t columns) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
-        return std::all_of(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(columns),
-                           [&](const jet::KeyColumn& part) {
-                               return IsInOrder(definition.columns[static_cast<std::size_t>(
-                                                    definition.ColumnByNumber(part.number))],
-                                                part.ascending);
-                           });
+        return std::all_of(
+            parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(columns), [&](const jet::KeyColumn& part) {
+                return IsInOrder(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))],
+                                 part.ascending);
+            });
     }
 
     bool HoldsValues(int index, std::size_t column) const override {
@@ -263,9 +262,9 @@ public:
     bool HasPrefixes(int index, std::size_t column) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const jet::KeyColumn& part = definition.real_indexes[static_cast<std::size_t>(index)].columns[column];
-        const auto order = jet::TextOrderOf(
-            definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))],
-            table_->GetPager().GetHeader());
+        const auto order =
+            jet::TextOrderOf(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))],
+                             table_->GetPager().GetHeader());
         return order == jet::TextOrder::General || order == jet::TextOrder::Jet3General;
     }
 

@@ -201,7 +201,8 @@ bool JetRecordset::NextKey() {
 void JetRecordset::Pack(sql::Query& query, RowBuffer& rows) const {
     static const qmtrain::Value kLater;
     rows.Begin();
-    for (std::size_t i = 0; i < is_long_.size(); ++i) rows.Append(left_out_[i] ? kLater : query.Get(static_cast<int>(i)));
+    for (std::size_t i = 0; i < is_long_.size(); ++i)
+        rows.Append(left_out_[i] ? kLater : query.Get(static_cast<int>(i)));
     rows.End();
 }
 

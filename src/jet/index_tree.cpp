@@ -138,17 +138,30 @@ bool IndexTree::ContainsKey(std::span<const std::uint8_t> key, RowPointer except
 // Insertion
 
 bool IndexTree::IsNewKey(const IndexEntries& view, std::size_t place, std::span<const std::uint8_t> entry) const {
-    Bytes neighbour;
     if (place < view.End()) {
-        view.Entry(place, neighbour);
-        if (std::equal(neighbour.begin(), neighbour.end(), entry.begin(), entry.end())) {
+        view.Entry(place, neighbour_);
+        if (std::equal(neighbour_.begin(), neighbour_.end(), entry.begin(), entry.end())) {
             pager_.Damaged(root_, u"索引中已有此行");
         }
-        if (SameKey(neighbour, entry)) return false;
+        if (SameKey(neighbour_, entry)) return false;
     }
     if (place == 0) return true;
-    view.Entry(view.Preceding(place), neighbour);
-    return !SameKey(neighbour, entry);
+    view.Entry(view.Preceding(place), neighbour_);
+    return !SameKey(neighbour_, entry);
+}
+
+std::optional<bool> IndexTree::HintContains(std::span<const std::uint8_t> key) const {
+    if (hints_ == nullptr) return std::nullopt;
+    const LeafHints::Hint hint = hints_->Get(number_, pager_.Generation());
+    if (hint.leaf == 0) return std::nullopt;
+    const Page page = pager_.Read(hint.leaf);
+    const IndexEntries view = Entries(page);
+    if (!view.IsLeaf() || view.Empty()) return std::nullopt;
+    if (hint.tail && view.Next() == 0 && view.Compare(view.Preceding(view.End()), key) < 0) return false;
+    if (!view.Encloses(key)) return std::nullopt;
+    // No key is the beginning of another one.
+    view.Entry(view.LowerBound(key), neighbour_);
+    return neighbour_.size() == key.size() + kRowPointerBytes && std::equal(key.begin(), key.end(), neighbour_.begin());
 }
 
 // Puts the entry into the leaf of the last one, where it belongs there and there is room; else nothing is done. Whether
@@ -159,8 +172,8 @@ std::optional<bool> IndexTree::InsertIntoHint(std::span<const std::uint8_t> entr
     if (hint.leaf == 0) return std::nullopt;
     const Page page = pager_.Read(hint.leaf);
     const IndexEntries view = Entries(page);
-    const bool appends = hint.tail && view.Next() == 0 && !view.Empty() &&
-                         view.Compare(view.Preceding(view.End()), entry) < 0;
+    const bool appends =
+        hint.tail && view.Next() == 0 && !view.Empty() && view.Compare(view.Preceding(view.End()), entry) < 0;
     if (!view.IsLeaf() || (!appends && !view.Encloses(entry))) return std::nullopt;
     const std::size_t place = view.LowerBound(entry);
     if (view.Prefix() == 0 && entry.size() > pager_.GetFormat().IndexCapacity() - view.End()) return std::nullopt;

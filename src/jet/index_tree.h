@@ -70,6 +70,9 @@ public:
     // Whether an entry with exactly this key stands in the tree; `except` does not count.
     bool ContainsKey(std::span<const std::uint8_t> key, RowPointer except) const;
 
+    // The same, if the leaf of the last insertion shows it.
+    std::optional<bool> HintContains(std::span<const std::uint8_t> key) const;
+
     // The leaf that holds the first entry not below `key`, or that it would be put into.
     PageNumber FindLeaf(std::span<const std::uint8_t> key) const;
     PageNumber LastLeaf() const;
@@ -116,6 +119,7 @@ private:
     RowPointer map_;
     LeafHints* hints_;
     std::size_t number_;  // of the index in its table
+    mutable Bytes neighbour_;
 };
 
 // Walks the leaves. It finds its place again when the tree is changed under it.

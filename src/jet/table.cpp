@@ -276,9 +276,8 @@ void Table::AddPending() {
             const int order = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
             return order != 0 ? order < 0 : a.size() < b.size();
         };
-        std::ranges::sort(entries, [&](const PendingEntry& a, const PendingEntry& b) {
-            return compare(bytes(a), bytes(b));
-        });
+        std::ranges::sort(entries,
+                          [&](const PendingEntry& a, const PendingEntry& b) { return compare(bytes(a), bytes(b)); });
         const bool unique = definition_.real_indexes[index].IsUnique();
         IndexTree tree = TreeToChange(index);
         for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -287,7 +286,8 @@ void Table::AddPending() {
                 const auto key = entry.first(entry.size() - kRowPointerBytes);
                 const bool twice = i > 0 && entries[i - 1].size == entry.size() &&
                                    std::equal(key.begin(), key.end(), bytes(entries[i - 1]).begin());
-                if (twice || tree.ContainsKey(key, {})) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+                const std::optional<bool> known = twice ? true : tree.HintContains(key);
+                if (known ? *known : tree.ContainsKey(key, {})) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
             }
             if (tree.Insert(entry)) CountNewKey(index);
         }

@@ -40,8 +40,8 @@ public:
     // As the definition says, which is exact in files of our own making.
     std::int64_t RowCount() const;
 
-    // Counted in an index or on the pages, since other programs may leave a wrong number in the definition. Once that has
-    // been seen to be right it is taken, for as long as nobody else changes the file.
+    // Counted in an index or on the pages, since other programs may leave a wrong number in the definition. Once that
+    // has been seen to be right it is taken, for as long as nobody else changes the file.
     std::int64_t ExactRowCount() const;
 
     // How many different keys the index had, as the definition says: about as many as it has.
@@ -58,8 +58,8 @@ public:
     std::int32_t LastAutonumber() const { return last_autonumber_; }
 
     // Many rows one after the other: until EndInserts, their entries may be put into the indexes later than the rows
-    // into the table, in the order of their keys. Meanwhile nobody looks at the table, and a key that is there twice may
-    // show late.
+    // into the table, in the order of their keys. Meanwhile nobody looks at the table, and a key that is there twice
+    // may show late.
     void BeginInserts();
     void EndInserts();
     void CancelInserts();
@@ -118,7 +118,8 @@ private:
     std::u16string name_;
     TableDefinition definition_;
     RowStore store_;
-    mutable std::optional<std::uint64_t> counted_at_;  // the pager's generation in which the definition's count was right
+    mutable std::optional<std::uint64_t>
+        counted_at_;  // the pager's generation in which the definition's count was right
     std::int32_t last_autonumber_ = 0;
     std::vector<bool> order_checked_;  // indexes of a partly known text order whose entries were compared
 

@@ -125,8 +125,9 @@ void Sort::Prune() {
         places.insert(places.end(), place, place + width);
         row.number = static_cast<std::uint32_t>(i);
     }
-    last_key_.assign(keys_.begin() + static_cast<std::ptrdiff_t>(last.key),
-                     keys_.begin() + static_cast<std::ptrdiff_t>(last.key + (tie_keys_ > 0 ? last.tie_size : last.key_size)));
+    last_key_.assign(
+        keys_.begin() + static_cast<std::ptrdiff_t>(last.key),
+        keys_.begin() + static_cast<std::ptrdiff_t>(last.key + (tie_keys_ > 0 ? last.tie_size : last.key_size)));
     has_last_ = true;
     keys_ = std::move(keys);
     places_ = std::move(places);

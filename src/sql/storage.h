@@ -161,8 +161,8 @@ public:
     // else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their like.
     virtual RowId Insert(std::span<const Value> values) = 0;
 
-    // Around many insertions of one statement: a duplicate key may show as late as EndInserts. CancelInserts may follow a
-    // failure; what has been inserted then is to be undone.
+    // Around many insertions of one statement: a duplicate key may show as late as EndInserts. CancelInserts may follow
+    // a failure; what has been inserted then is to be undone.
     virtual void BeginInserts() {}
     virtual void EndInserts() {}
     virtual void CancelInserts() {}

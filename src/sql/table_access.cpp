@@ -86,9 +86,8 @@ bool IsPlainGuid(std::u16string_view text) {
     const auto is_hex = [](char16_t unit) {
         return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'F') || (unit >= u'a' && unit <= u'f');
     };
-    return text.size() == kPattern.size() && std::equal(text.begin(), text.end(), kPattern.begin(), [&](auto a, auto b) {
-               return b == u'X' ? is_hex(a) : a == b;
-           });
+    return text.size() == kPattern.size() && std::equal(text.begin(), text.end(), kPattern.begin(),
+                                                        [&](auto a, auto b) { return b == u'X' ? is_hex(a) : a == b; });
 }
 
 Key KeyFor(const Column& column, const Value& value, const Wanted& wanted) {
@@ -268,7 +267,8 @@ TableAccess::Start TableAccess::SetEnds(const IndexAccess& access, KeyRange& ran
     const Start high = SetEnd(access, access.high, false, range);
     if (high != Start::Ranges) return high;
     const Table& table = *source_.GetTable();
-    const bool found = table.CanSeek(access.index, range.low->values) && table.CanSeek(access.index, range.high->values);
+    const bool found =
+        table.CanSeek(access.index, range.low->values) && table.CanSeek(access.index, range.high->values);
     return found ? Start::Ranges : Start::Whole;
 }
 
@@ -419,9 +419,9 @@ bool DistinctAccess::Next() {
 
 void DistinctAccess::Explain(Explanation& out) const {
     const Table& table = *source_.GetTable();
-    out.Add(u"different keys of " + table.Name() + u" by index " +
-                table.Indexes()[static_cast<std::size_t>(index_)].name,
-            *this);
+    out.Add(
+        u"different keys of " + table.Name() + u" by index " + table.Indexes()[static_cast<std::size_t>(index_)].name,
+        *this);
 }
 
 // DerivedAccess

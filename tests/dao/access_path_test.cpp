@@ -41,8 +41,10 @@ protected:
     std::u16string Letters() {
         constexpr std::u16string_view kLetters = u"aAbB-'  éEſsßＡ计算中1\x0130\x0131Ωω";
         std::u16string text;
-        for (int length = Pick(5); length > 0; --length) text += kLetters[static_cast<std::size_t>(Pick(kLetters.size()))];
-        for (std::size_t at = text.find(u'\''); at != text.npos; at = text.find(u'\'', at + 2)) text.insert(at, 1, u'\'');
+        for (int length = Pick(5); length > 0; --length)
+            text += kLetters[static_cast<std::size_t>(Pick(kLetters.size()))];
+        for (std::size_t at = text.find(u'\''); at != text.npos; at = text.find(u'\'', at + 2))
+            text.insert(at, 1, u'\'');
         return text;
     }
 
@@ -52,10 +54,10 @@ protected:
         Engine::Instance().BeginTrans();
         for (int id = 0; id < 400; ++id) {
             const std::u16string text = Pick(10) == 0 ? u"Null" : u"'" + Letters() + u"'";
-            const std::u16string values = u" VALUES (" + ToText(std::int64_t{id}) + u", " + Number() + u", " + Number() +
-                                          u", " + Number() + u", " + Number() + u", " + Number() + u", " + text + u", " +
-                                          text + u", '" + Guid() + u"', " + (Pick(2) == 0 ? u"True" : u"False") + u", " +
-                                          Number() + u", Null)";
+            const std::u16string values = u" VALUES (" + ToText(std::int64_t{id}) + u", " + Number() + u", " +
+                                          Number() + u", " + Number() + u", " + Number() + u", " + Number() + u", " +
+                                          text + u", " + text + u", '" + Guid() + u"', " +
+                                          (Pick(2) == 0 ? u"True" : u"False") + u", " + Number() + u", Null)";
             database_->Execute(u"INSERT INTO Plain" + values);
         }
         database_->Execute(u"INSERT INTO Indexed SELECT * FROM Plain");
@@ -87,8 +89,8 @@ protected:
 
 TEST_F(AccessPathTest, FindWhatAScanFinds) {
     std::size_t found = 0;
-    constexpr const char16_t* kOrders[] = {u"ID",       u"ID DESC", u"A, X DESC, ID", u"C DESC, ID", u"D DESC, ID",
-                                           u"S, ID",    u"S DESC, ID", u"F, ID",      u"N DESC, ID", u"G, ID"};
+    constexpr const char16_t* kOrders[] = {u"ID",    u"ID DESC",    u"A, X DESC, ID", u"C DESC, ID", u"D DESC, ID",
+                                           u"S, ID", u"S DESC, ID", u"F, ID",         u"N DESC, ID", u"G, ID"};
     for (int i = 0; i < 600; ++i) {
         const std::u16string order = u" ORDER BY " + std::u16string(kOrders[Pick(10)]);
         const std::u16string top = Pick(2) == 0 ? u"TOP 7 " : u"";
@@ -119,9 +121,7 @@ TEST_F(AccessPathTest, ChangesOfManyRowsKeepTheIndexes) {
     const std::u16string count = Column(u"SELECT Count(*) AS N FROM Indexed", u"N");
     EXPECT_EQ(ErrorOf([&] { database_->Execute(u"INSERT INTO Indexed SELECT * FROM Plain"); }),
               static_cast<int>(ErrorNumber::DuplicateKey));
-    EXPECT_EQ(ErrorOf([&] {
-                  database_->Execute(u"INSERT INTO Indexed SELECT 5000 AS ID, A, F FROM Plain");
-              }),
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"INSERT INTO Indexed SELECT 5000 AS ID, A, F FROM Plain"); }),
               static_cast<int>(ErrorNumber::DuplicateKey))
         << "twice among the new rows";
     EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM Indexed", u"N"), count);

@@ -176,7 +176,8 @@ TEST_F(RecordsetTest, RowsFetchedAheadAreNotSeenYet) {
     EXPECT_EQ(rows->Fields(u"TrainID").Value(), Value(14));
     EXPECT_EQ(rows->TrueRecordCount(), 60);
     int count = 0;
-    for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext()) count += rows->Fields(u"TrainID").Value() != Value() ? 1 : 0;
+    for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext())
+        count += rows->Fields(u"TrainID").Value() != Value() ? 1 : 0;
     EXPECT_EQ(count, 60);
 }
 

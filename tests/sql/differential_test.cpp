@@ -493,8 +493,11 @@ private:
             }
             case 3: return "t.S" + std::string(kOperators[Pick(8)]) + Text();
             case 4: return "t.S IN (" + Text() + ", " + Text() + ", " + Text() + ")";
-            case 5: return "t." + NumberColumn() + " IN (SELECT v.A FROM % AS v WHERE v.ID < " + std::to_string(Pick(30)) + ")";
-            case 6: return "EXISTS (SELECT * FROM % AS v WHERE v.A = t." + NumberColumn() + " AND v.X > " + Number() + ")";
+            case 5:
+                return "t." + NumberColumn() + " IN (SELECT v.A FROM % AS v WHERE v.ID < " + std::to_string(Pick(30)) +
+                       ")";
+            case 6:
+                return "EXISTS (SELECT * FROM % AS v WHERE v.A = t." + NumberColumn() + " AND v.X > " + Number() + ")";
             default: return "t." + NumberColumn() + kOperators[Pick(8)] + Number();
         }
     }
@@ -520,7 +523,8 @@ TEST(Differential, AccessPathsAgreeWithScansAndSqlite) {
     for (int set = 0; set < 4; ++set) {
         MemoryCatalog catalog;
         Sqlite sqlite;
-        const std::string columns = " (ID LONG, A LONG, B BYTE, X DOUBLE, F SINGLE, C CURRENCY, D DATETIME, S TEXT(10))";
+        const std::string columns =
+            " (ID LONG, A LONG, B BYTE, X DOUBLE, F SINGLE, C CURRENCY, D DATETIME, S TEXT(10))";
         RunSql(catalog, "CREATE TABLE Indexed" + columns + "; CREATE TABLE Plain" + columns +
                             "; CREATE UNIQUE INDEX I1 ON Indexed (ID); CREATE INDEX I2 ON Indexed (A, X DESC);"
                             "CREATE INDEX I3 ON Indexed (D DESC) WITH IGNORE NULL; CREATE INDEX I4 ON Indexed (S, ID);"
@@ -530,11 +534,12 @@ TEST(Differential, AccessPathsAgreeWithScansAndSqlite) {
         const int count = 30 + 120 * set;
         for (int id = 0; id < count; ++id) {
             const auto value = [&](int bound, const char* half) {
-                return generator.Chance(10) ? std::string("NULL")
-                                            : std::to_string(generator.Pick(bound)) + (generator.Chance(30) ? half : "");
+                return generator.Chance(10)
+                           ? std::string("NULL")
+                           : std::to_string(generator.Pick(bound)) + (generator.Chance(30) ? half : "");
             };
-            const std::string row = " VALUES (" + std::to_string(id) + ", " + value(40, "") + ", " + value(40, "") + ", " +
-                                    value(40, ".5") + ", " + value(40, ".25") + ", " + value(40, ".5") + ", " +
+            const std::string row = " VALUES (" + std::to_string(id) + ", " + value(40, "") + ", " + value(40, "") +
+                                    ", " + value(40, ".5") + ", " + value(40, ".25") + ", " + value(40, ".5") + ", " +
                                     value(40, ".5") + ", " + (generator.Chance(10) ? "NULL" : generator.Text()) + ")";
             RunSql(catalog, "INSERT INTO Indexed" + row + "; INSERT INTO Plain" + row);
             sqlite.Rows("INSERT INTO Plain" + row);
