@@ -271,6 +271,10 @@ public:
         return ToRowId(Current().Insert(row));
     }
 
+    void BeginInserts() override { Current().BeginInserts(); }
+    void EndInserts() override { table_->EndInserts(); }
+    void CancelInserts() override { table_->CancelInserts(); }
+
     void Update(sql::RowId row, std::span<const sql::Assignment> changes) override {
         std::vector<jet::ColumnChange> stored;
         for (const sql::Assignment& change : changes) {

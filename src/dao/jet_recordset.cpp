@@ -15,20 +15,12 @@ namespace qmtrain::dao {
 namespace {
 
 // A block has no more rows, and about no more bytes of texts.
-constexpr std::size_t kMaxBlockRows = 256;
+constexpr std::int64_t kMaxBlockRows = 256;
+constexpr std::int64_t kBlockGrowth = 4;
 constexpr std::size_t kMaxBlockBytes = std::size_t{256} << 10;
 
 // Rows that are only counted are looked for in one scope.
 constexpr std::int64_t kKeysInScope = 4096;
-
-std::size_t BytesOf(const std::vector<Value>& row) {
-    std::size_t bytes = 0;
-    for (const Value& value : row) {
-        if (value.IsText()) bytes += value.Text().size() * sizeof(char16_t);
-        if (value.GetType() == Value::Type::Binary) bytes += value.Binary().size();
-    }
-    return bytes;
-}
 
 Bytes ToBookmark(std::int64_t position) {
     Bytes bookmark(sizeof position);
@@ -114,6 +106,8 @@ JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement
         const sql::ColumnType type = query_->Columns()[i].type;
         is_long_.push_back(updatable_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary));
     }
+    asked_for_.resize(is_long_.size());
+    left_out_.resize(is_long_.size());
     Reach(0);
 }
 
@@ -171,37 +165,38 @@ void JetRecordset::GoTo(std::int64_t index) {
 
 // The block
 
+// Rows that are kept are in the block for ever.
 bool JetRecordset::InBlock(std::int64_t index) const {
-    const bool inside = index >= block_first_ && index < block_first_ + static_cast<std::int64_t>(block_rows_);
-    return inside && (!updatable_ || block_change_ == ChangeStamp());
+    if (!updatable_) return index < Fetched();
+    const bool inside = index >= block_first_ && index < block_first_ + BlockRows();
+    return inside && block_change_ == ChangeStamp();
 }
 
 // Finds one more row; its values can be read from the query.
 bool JetRecordset::NextKey() {
     if (search_failure_) std::rethrow_exception(std::exchange(search_failure_, nullptr));
+    found_ = -1;
     while (!complete_ && query_->Next()) {
         if (!updatable_) {
-            std::vector<Value> row(fields_.size());
-            Load(*query_, row);
-            kept_.Add(row);
+            Pack(*query_, kept_);
             return true;
         }
         if (!added_.empty() && added_.contains(query_->Row().value)) continue;
+        found_ = Fetched();
         keys_.push_back(query_->Row());
+        found_change_ = ChangeStamp();
         return true;
     }
     complete_ = true;
     return false;
 }
 
-void JetRecordset::Load(sql::Query& query, std::vector<Value>& row) const {
-    row.resize(fields_.size());
-    for (std::size_t i = 0; i < row.size(); ++i) {
-        if (is_long_[i])
-            row[i] = Value();
-        else
-            query.Read(static_cast<int>(i), row[i]);
-    }
+void JetRecordset::Pack(sql::Query& query, RowBuffer& rows) const {
+    static const qmtrain::Value kLater;
+    rows.Begin();
+    for (std::size_t i = 0; i < is_long_.size(); ++i)
+        rows.Append(left_out_[i] ? kLater : query.Get(static_cast<int>(i)));
+    rows.End();
 }
 
 sql::Query& JetRecordset::Reader() {
@@ -210,54 +205,53 @@ sql::Query& JetRecordset::Reader() {
 }
 
 void JetRecordset::FillBlock(std::int64_t index) {
-    const std::int64_t end = block_first_ + static_cast<std::int64_t>(block_rows_);
-    const bool goes_on = block_rows_ > 0 && index == end && InBlock(end - 1);
-    block_size_ = goes_on ? std::min(block_size_ * 2, kMaxBlockRows) : 1;
+    const std::int64_t end = updatable_ ? block_first_ + BlockRows() : Fetched();
+    const bool goes_on = index > 0 && index == end && InBlock(end - 1);
+    for (std::size_t i = 0; goes_on && i < is_long_.size(); ++i) left_out_[i] = is_long_[i] && !asked_for_[i];
+    block_size_ = goes_on ? std::min(block_size_ * kBlockGrowth, kMaxBlockRows) : 1;
     block_first_ = index;
-    block_rows_ = 0;
+    block_.Clear();
+    failure_ = nullptr;
     const jet::Database::Reading reading(Storage());
     block_change_ = ChangeStamp();
     while (Fetched() < index && NextKey()) {
     }
     if (Fetched() < index) return;
-    failure_ = nullptr;
+    std::int64_t at = index;
     try {
-        std::size_t bytes = 0;
-        while (block_rows_ < block_size_ && bytes < kMaxBlockBytes) {
-            if (block_.size() == block_rows_) block_.emplace_back(fields_.size());
-            std::vector<Value>& row = block_[block_rows_];
-            if (!FillRow(index + static_cast<std::int64_t>(block_rows_), row)) return;
-            bytes += BytesOf(row);
-            ++block_rows_;
+        const std::size_t before = kept_.Bytes();
+        while (at < index + block_size_ && block_.Bytes() + kept_.Bytes() - before < kMaxBlockBytes) {
+            if (!FillRow(at)) return;
+            ++at;
         }
+        // Whoever reads the last row asks next whether there is another one.
+        if (at == Fetched() && !complete_ && query_->NextIsCheap()) NextKey();
     } catch (const AutomationError&) {
         // A row that cannot be read is a matter of those who come to it.
-        if (Fetched() <= index && block_rows_ == 0) throw;
-        const bool found = Fetched() > index + static_cast<std::int64_t>(block_rows_);
-        (found ? failure_ : search_failure_) = std::current_exception();
+        if (at == index && Fetched() <= index) throw;
+        (Fetched() > at && updatable_ ? failure_ : search_failure_) = std::current_exception();
     }
 }
 
 // False when there is no such row, or no longer.
-bool JetRecordset::FillRow(std::int64_t index, std::vector<Value>& row) {
-    const auto place = static_cast<std::size_t>(index);
+bool JetRecordset::FillRow(std::int64_t index) {
     while (index < Fetched()) {
-        if (!updatable_) {
-            kept_.Get(place, row);
+        if (!updatable_) return true;
+        // The row that was found last is still at hand if nothing has changed since.
+        if (found_ == index && found_change_ == block_change_) {
+            Pack(*query_, block_);
             return true;
         }
-        if (Reader().MoveTo(keys_[place])) {
-            Load(*reader_, row);
+        if (Reader().MoveTo(keys_[static_cast<std::size_t>(index)])) {
+            Pack(*reader_, block_);
             return true;
         }
         if (index < seen_) return false;
+        found_ = -1;
         keys_.erase(keys_.begin() + index);  // deleted before it was reached
     }
     if (!NextKey()) return false;
-    if (updatable_)
-        Load(*query_, row);
-    else
-        kept_.Get(place, row);
+    if (updatable_) Pack(*query_, block_);
     return true;
 }
 
@@ -346,14 +340,21 @@ void JetRecordset::ReadRow(std::int64_t index, std::vector<Value>& values) {
 }
 
 std::vector<Value>& JetRecordset::Current() {
-    if (!loaded_) {
-        if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
-        if (!InBlock(position_)) FillBlock(position_);
-        if (block_rows_ == 0 && failure_) std::rethrow_exception(failure_);
-        if (block_rows_ == 0) Raise(ErrorNumber::RecordDeleted);
-        loaded_ = true;
+    if (loaded_) return current_;
+    if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
+    if (!InBlock(position_)) FillBlock(position_);
+    current_.resize(fields_.size());
+    if (!updatable_) {
+        kept_.Get(static_cast<std::size_t>(position_), current_);
+    } else if (BlockRows() > 0) {
+        block_.Get(static_cast<std::size_t>(position_ - block_first_), current_);
+    } else if (failure_) {
+        std::rethrow_exception(failure_);
+    } else {
+        Raise(ErrorNumber::RecordDeleted);
     }
-    return block_[static_cast<std::size_t>(position_ - block_first_)];
+    loaded_ = true;
+    return current_;
 }
 
 void JetRecordset::LoadLong(std::size_t position, Value& value) {
@@ -367,7 +368,8 @@ const Value& JetRecordset::Get(int position) {
     const auto place = static_cast<std::size_t>(position);
     if (editing_ != Editing::Nothing) return edited_[place];
     Value& value = Current()[place];
-    if (is_long_[place] && value.IsEmpty()) LoadLong(place, value);
+    asked_for_[place] = true;
+    if (left_out_[place] && value.IsEmpty()) LoadLong(place, value);
     return value;
 }
 
@@ -432,6 +434,7 @@ void JetRecordset::Update() {
         // It belongs to the record set from now on, at its end as far as that has been seen.
         const bool at_end = position_ >= Count();
         added_.insert(added.value);
+        found_ = -1;
         keys_.insert(keys_.begin() + seen_, added);
         last_modified_ = seen_++;
         if (at_end) position_ = Count();

@@ -94,9 +94,10 @@ private:
 
     // Fetches a block that begins with the row, a longer one each time the last one was read through.
     void FillBlock(std::int64_t index);
-    bool FillRow(std::int64_t index, std::vector<Value>& row);
+    bool FillRow(std::int64_t index);
     bool NextKey();
-    void Load(sql::Query& query, std::vector<Value>& row) const;
+    void Pack(sql::Query& query, RowBuffer& rows) const;
+    std::int64_t BlockRows() const { return static_cast<std::int64_t>(block_.Size()); }
     sql::Query& Reader();
 
     // All values of a row that has been reached. Raises RecordDeleted.
@@ -118,20 +119,24 @@ private:
     std::vector<sql::RowId> keys_;             // of an updatable record set
     std::unordered_set<std::uint32_t> added_;  // by AddNew: they are in keys_ already
     RowBuffer kept_;                           // the rows of any other
+    std::int64_t found_ = -1;                  // the row that the query stands on
+    std::uint64_t found_change_ = 0;           // when that was so
 
-    // Long values are read when they are asked for; until then they are Empty.
+    // Long values that nobody asks for are left out from the second block on: they are Empty there.
     std::vector<bool> is_long_;
-    std::vector<std::vector<Value>> block_;
+    std::vector<bool> asked_for_;
+    std::vector<bool> left_out_;
+    RowBuffer block_;  // of an updatable record set
     std::int64_t block_first_ = 0;
-    std::size_t block_rows_ = 0;
-    std::size_t block_size_ = 1;      // how many rows were wanted
+    std::int64_t block_size_ = 1;     // how many rows were wanted
     std::uint64_t block_change_ = 0;  // what has been changed here since makes it old
 
     std::exception_ptr failure_;         // why the block's first row could not be read
     std::exception_ptr search_failure_;  // why no row behind those fetched could be found
 
     std::int64_t position_ = 0;  // -1 before the first row, Count() behind the last
-    bool loaded_ = false;        // the block holds the current row, and it counts as read
+    bool loaded_ = false;        // current_ holds the current row
+    std::vector<Value> current_;
 
     Editing editing_ = Editing::Nothing;
     std::vector<Value> edited_;

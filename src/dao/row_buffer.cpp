@@ -8,6 +8,7 @@ namespace {
 
 using Type = Value::Type;
 
+constexpr std::size_t kFirstBlock = 512;
 constexpr std::size_t kBlock = std::size_t{64} << 10;
 
 // A value is its type, the length of a text or of bytes, and the content.
@@ -83,36 +84,41 @@ const std::uint8_t* Take(Type type, const std::uint8_t* at, Value& value) {
 
 }  // namespace
 
-std::uint8_t* RowBuffer::Room(std::size_t size) {
-    if (free_ < size) {
-        free_ = std::max(kBlock, size);
-        blocks_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(free_));
-        next_ = blocks_.back().get();
+void RowBuffer::Append(const Value& value) {
+    const Content content = ContentOf(value);
+    const bool has_length = HasLength(value.GetType());
+    const std::size_t at = pending_.size();
+    pending_.resize(at + 1 + (has_length ? sizeof(std::uint32_t) : 0) + content.size);
+    std::uint8_t* to = &pending_[at];
+    *to++ = static_cast<std::uint8_t>(value.GetType());
+    if (has_length) {
+        const auto length = static_cast<std::uint32_t>(content.size);
+        std::memcpy(to, &length, sizeof length);
+        to += sizeof length;
     }
-    std::uint8_t* room = next_;
-    next_ += size;
-    free_ -= size;
-    return room;
+    if (content.size > 0) std::memcpy(to, content.data, content.size);
 }
 
-void RowBuffer::Add(const std::vector<Value>& row) {
-    std::size_t size = 0;
-    for (const Value& value : row) {
-        size += 1 + ContentOf(value).size + (HasLength(value.GetType()) ? sizeof(std::uint32_t) : 0);
+void RowBuffer::End() {
+    const std::size_t size = pending_.size();
+    if (free_ < size || blocks_.empty()) {
+        block_size_ = std::max({kFirstBlock, std::min(block_size_ * 2, kBlock), size});
+        free_ = block_size_;
+        blocks_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(free_));
     }
-    std::uint8_t* at = Room(size);
+    std::uint8_t* at = blocks_.back().get() + block_size_ - free_;
+    if (size > 0) std::memcpy(at, pending_.data(), size);
+    free_ -= size;
+    bytes_ += size;
     rows_.push_back(at);
-    for (const Value& value : row) {
-        const Content content = ContentOf(value);
-        *at++ = static_cast<std::uint8_t>(value.GetType());
-        if (HasLength(value.GetType())) {
-            const auto length = static_cast<std::uint32_t>(content.size);
-            std::memcpy(at, &length, sizeof length);
-            at += sizeof length;
-        }
-        if (content.size > 0) std::memcpy(at, content.data, content.size);
-        at += content.size;
-    }
+}
+
+void RowBuffer::Clear() {
+    rows_.clear();
+    bytes_ = 0;
+    if (blocks_.empty()) return;
+    blocks_.erase(blocks_.begin(), blocks_.end() - 1);
+    free_ = block_size_;
 }
 
 void RowBuffer::Get(std::size_t number, std::vector<Value>& row) const {

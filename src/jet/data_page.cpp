@@ -6,31 +6,17 @@
 namespace qmtrain::jet {
 namespace {
 
-constexpr std::uint16_t kOffsetBits = 0x1FFF;
-constexpr std::uint16_t kPointerFlag = 0x4000;
-constexpr std::uint16_t kHiddenFlag = 0x8000;
-
 std::uint16_t FlagsOf(SlotKind kind) {
     switch (kind) {
         case SlotKind::Row: return 0;
-        case SlotKind::Header: return kPointerFlag;
-        case SlotKind::Overflow: return kHiddenFlag;
+        case SlotKind::Header: return kSlotPointer;
+        case SlotKind::Overflow: return kSlotHidden;
         case SlotKind::Deleted: break;
     }
-    return kPointerFlag | kHiddenFlag;
+    return kSlotPointer | kSlotHidden;
 }
 
 }  // namespace
-
-DataPage::DataPage(const ByteView& page, const jet::Format& format)
-    : page_(page), format_(&format), slots_(page.U16(format.data_slot_count)) {
-    if (page.U8(0) != static_cast<std::uint8_t>(PageType::Data)) page.Damaged(u"此页不是数据页");
-    if (slots_ > (format.page_size - format.data_slots) / 2) page.Damaged(u"行表超出页尾");
-}
-
-std::size_t DataPage::Offset(std::size_t slot) const {
-    return slot == 0 ? format_->page_size : Entry(slot - 1) & kOffsetBits;
-}
 
 bool DataPage::HasLiveRows() const {
     for (std::size_t slot = 0; slot < slots_; ++slot) {
@@ -39,29 +25,11 @@ bool DataPage::HasLiveRows() const {
     return false;
 }
 
-SlotKind DataPage::Kind(std::size_t slot) const {
-    if (slot >= slots_) page_.Damaged(u"行号超出行表");
-    switch (Entry(slot) & (kPointerFlag | kHiddenFlag)) {
-        case 0: return SlotKind::Row;
-        case kPointerFlag: return SlotKind::Header;
-        case kHiddenFlag: return SlotKind::Overflow;
-        default: return SlotKind::Deleted;
-    }
-}
-
 std::size_t DataPage::RowsFrom(std::size_t slot) const {
     const std::uint8_t* entries = page_.Part(format_->data_slots, 2 * slots_).Data();
     std::size_t rows = 0;
-    for (; slot < slots_; ++slot) rows += (Get<std::uint16_t>(entries + 2 * slot) & kHiddenFlag) == 0 ? 1 : 0;
+    for (; slot < slots_; ++slot) rows += (Get<std::uint16_t>(entries + 2 * slot) & kSlotHidden) == 0 ? 1 : 0;
     return rows;
-}
-
-ByteView DataPage::Row(std::size_t slot) const {
-    if (slot >= slots_) page_.Damaged(u"行号超出行表");
-    const std::size_t begin = Offset(slot + 1);
-    const std::size_t end = Offset(slot);
-    if (begin > end || begin < SlotsEnd()) page_.Damaged(u"行的位置错误");
-    return page_.Part(begin, end - begin);
 }
 
 void DataPage::CheckAll() const {

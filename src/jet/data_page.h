@@ -23,6 +23,11 @@ enum class SlotKind : std::uint8_t {
     Deleted,
 };
 
+// A slot's entry: the row's offset and what it is; both flags mean a deleted row.
+inline constexpr std::uint16_t kSlotOffset = 0x1FFF;
+inline constexpr std::uint16_t kSlotPointer = 0x4000;
+inline constexpr std::uint16_t kSlotHidden = 0x8000;
+
 class DataPage {
 public:
     // Raises FileDamaged when the page is no data page or its slot table does not fit.
@@ -55,6 +60,34 @@ private:
     const Format* format_;
     std::size_t slots_;
 };
+
+inline DataPage::DataPage(const ByteView& page, const Format& format)
+    : page_(page), format_(&format), slots_(page.U16(format.data_slot_count)) {
+    if (page.U8(0) != static_cast<std::uint8_t>(PageType::Data)) page.Damaged(u"此页不是数据页");
+    if (slots_ > (format.page_size - format.data_slots) / 2) page.Damaged(u"行表超出页尾");
+}
+
+inline std::size_t DataPage::Offset(std::size_t slot) const {
+    return slot == 0 ? format_->page_size : Entry(slot - 1) & kSlotOffset;
+}
+
+inline SlotKind DataPage::Kind(std::size_t slot) const {
+    if (slot >= slots_) page_.Damaged(u"行号超出行表");
+    switch (Entry(slot) & (kSlotPointer | kSlotHidden)) {
+        case 0: return SlotKind::Row;
+        case kSlotPointer: return SlotKind::Header;
+        case kSlotHidden: return SlotKind::Overflow;
+        default: return SlotKind::Deleted;
+    }
+}
+
+inline ByteView DataPage::Row(std::size_t slot) const {
+    if (slot >= slots_) page_.Damaged(u"行号超出行表");
+    const std::size_t begin = Offset(slot + 1);
+    const std::size_t end = Offset(slot);
+    if (begin > end || begin < SlotsEnd()) page_.Damaged(u"行的位置错误");
+    return page_.Part(begin, end - begin);
+}
 
 class DataPageEditor {
 public:

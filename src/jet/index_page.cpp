@@ -14,6 +14,13 @@ int CompareBytes(std::span<const std::uint8_t> a, std::span<const std::uint8_t> 
     return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
 }
 
+// Not every processor that this runs on has an instruction for it.
+std::size_t CountBits(std::uint64_t bits) {
+    bits -= bits >> 1 & 0x5555555555555555;
+    bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
+    return ((bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F) * 0x0101010101010101 >> 56;
+}
+
 void SetFree(MutablePage& page, const Format& format, std::size_t used) {
     Put(page.Data() + 2, static_cast<std::uint16_t>(format.IndexCapacity() - used));
 }
@@ -179,38 +186,6 @@ IndexEntries::IndexEntries(const ByteView& page, const Format& format, PageNumbe
     if (end_ > 0 && prefix_ > EndAfter(0)) page.Damaged(u"索引前缀错误");
 }
 
-// 64 bits of the mask. Bit 0 of all stands before the first entry and means nothing.
-std::uint64_t IndexEntries::Word(std::size_t word) const {
-    std::uint64_t bits = 0;
-    const std::size_t byte = word * 8;
-    if (byte + 8 <= format_->index_mask_bytes) {
-        std::memcpy(&bits, mask_ + byte, 8);
-    } else {
-        std::memcpy(&bits, mask_ + byte, format_->index_mask_bytes - byte);
-    }
-    return word == 0 ? bits & ~std::uint64_t{1} : bits;
-}
-
-std::size_t IndexEntries::StartAt(std::size_t place) const {
-    std::size_t word = place / 64;
-    std::uint64_t bits = Word(word) & (~std::uint64_t{0} >> (63 - place % 64));
-    while (bits == 0) {
-        if (word == 0) return 0;
-        bits = Word(--word);
-    }
-    return word * 64 + 63 - static_cast<std::size_t>(std::countl_zero(bits));
-}
-
-std::size_t IndexEntries::EndAfter(std::size_t place) const {
-    std::size_t word = (place + 1) / 64;
-    std::uint64_t bits = Word(word) & (~std::uint64_t{0} << ((place + 1) % 64));
-    while (bits == 0) {
-        if (++word > end_ / 64) page_.Damaged(u"索引项错误");
-        bits = Word(word);
-    }
-    return word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
-}
-
 std::size_t IndexEntries::Count(std::size_t from, std::size_t to) const {
     if (from >= to) return 0;
     std::size_t count = 0;
@@ -218,7 +193,7 @@ std::size_t IndexEntries::Count(std::size_t from, std::size_t to) const {
         std::uint64_t bits = Word(word);
         if (word == (from + 1) / 64) bits &= ~std::uint64_t{0} << ((from + 1) % 64);
         if (word == to / 64) bits &= ~std::uint64_t{0} >> (63 - to % 64);
-        count += static_cast<std::size_t>(std::popcount(bits));
+        count += CountBits(bits);
     }
     return count;
 }

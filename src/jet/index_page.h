@@ -8,7 +8,9 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <vector>
 
@@ -113,6 +115,38 @@ private:
     std::size_t prefix_;
     std::size_t end_ = 0;
 };
+
+// 64 bits of the mask. Bit 0 of all stands before the first entry and means nothing.
+inline std::uint64_t IndexEntries::Word(std::size_t word) const {
+    std::uint64_t bits = 0;
+    const std::size_t byte = word * 8;
+    if (byte + 8 <= format_->index_mask_bytes) {
+        std::memcpy(&bits, mask_ + byte, 8);
+    } else {
+        std::memcpy(&bits, mask_ + byte, format_->index_mask_bytes - byte);
+    }
+    return word == 0 ? bits & ~std::uint64_t{1} : bits;
+}
+
+inline std::size_t IndexEntries::StartAt(std::size_t place) const {
+    std::size_t word = place / 64;
+    std::uint64_t bits = Word(word) & (~std::uint64_t{0} >> (63 - place % 64));
+    while (bits == 0) {
+        if (word == 0) return 0;
+        bits = Word(--word);
+    }
+    return word * 64 + 63 - static_cast<std::size_t>(std::countl_zero(bits));
+}
+
+inline std::size_t IndexEntries::EndAfter(std::size_t place) const {
+    std::size_t word = (place + 1) / 64;
+    std::uint64_t bits = Word(word) & (~std::uint64_t{0} << ((place + 1) % 64));
+    while (bits == 0) {
+        if (++word > end_ / 64) page_.Damaged(u"索引项错误");
+        bits = Word(word);
+    }
+    return word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
+}
 
 // A page's content taken apart, to be changed and put back.
 struct IndexContent {

@@ -137,28 +137,68 @@ bool IndexTree::ContainsKey(std::span<const std::uint8_t> key, RowPointer except
 
 // Insertion
 
+bool IndexTree::IsNewKey(const IndexEntries& view, std::size_t place, std::span<const std::uint8_t> entry) const {
+    if (place < view.End()) {
+        view.Entry(place, neighbour_);
+        if (std::equal(neighbour_.begin(), neighbour_.end(), entry.begin(), entry.end())) {
+            pager_.Damaged(root_, u"索引中已有此行");
+        }
+        if (SameKey(neighbour_, entry)) return false;
+    }
+    if (place == 0) return true;
+    view.Entry(view.Preceding(place), neighbour_);
+    return !SameKey(neighbour_, entry);
+}
+
+std::optional<bool> IndexTree::HintContains(std::span<const std::uint8_t> key) const {
+    if (hints_ == nullptr) return std::nullopt;
+    const LeafHints::Hint hint = hints_->Get(number_, pager_.Generation());
+    if (hint.leaf == 0) return std::nullopt;
+    const Page page = pager_.Read(hint.leaf);
+    const IndexEntries view = Entries(page);
+    if (!view.IsLeaf() || view.Empty()) return std::nullopt;
+    if (hint.tail && view.Next() == 0 && view.Compare(view.Preceding(view.End()), key) < 0) return false;
+    if (!view.Encloses(key)) return std::nullopt;
+    // No key is the beginning of another one.
+    view.Entry(view.LowerBound(key), neighbour_);
+    return neighbour_.size() == key.size() + kRowPointerBytes && std::equal(key.begin(), key.end(), neighbour_.begin());
+}
+
+// Puts the entry into the leaf of the last one, where it belongs there and there is room; else nothing is done. Whether
+// the key is new is told.
+std::optional<bool> IndexTree::InsertIntoHint(std::span<const std::uint8_t> entry) {
+    if (hints_ == nullptr) return std::nullopt;
+    const LeafHints::Hint hint = hints_->Get(number_, pager_.Generation());
+    if (hint.leaf == 0) return std::nullopt;
+    const Page page = pager_.Read(hint.leaf);
+    const IndexEntries view = Entries(page);
+    const bool appends =
+        hint.tail && view.Next() == 0 && !view.Empty() && view.Compare(view.Preceding(view.End()), entry) < 0;
+    if (!view.IsLeaf() || (!appends && !view.Encloses(entry))) return std::nullopt;
+    const std::size_t place = view.LowerBound(entry);
+    if (view.Prefix() == 0 && entry.size() > pager_.GetFormat().IndexCapacity() - view.End()) return std::nullopt;
+    const bool new_key = IsNewKey(view, place, entry);
+    MutablePage leaf = pager_.Write(hint.leaf);
+    if (!InsertInPlace(leaf, view, place, entry)) return std::nullopt;
+    return new_key;
+}
+
 bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
+    if (const auto new_key = InsertIntoHint(entry)) return *new_key;
     Path path = Descend(entry);
     if (GiveTails(path)) path = Descend(entry);
     IndexContent content;
     std::size_t at = 0;
     bool new_key = true;
+    if (hints_ != nullptr) {
+        const bool tail = std::ranges::none_of(path, &Step::lacks_tail);
+        hints_->Set(number_, {path.back().page, tail}, pager_.Generation());
+    }
     {
         MutablePage leaf = pager_.Write(path.back().page);
         const IndexEntries view = Entries(leaf);
         const std::size_t place = view.LowerBound(entry);
-        Bytes neighbour;
-        if (place < view.End()) {
-            view.Entry(place, neighbour);
-            if (std::equal(neighbour.begin(), neighbour.end(), entry.begin(), entry.end())) {
-                pager_.Damaged(leaf.Number(), u"索引中已有此行");
-            }
-            new_key = !SameKey(neighbour, entry);
-        }
-        if (place > 0 && new_key) {
-            view.Entry(view.Preceding(place), neighbour);
-            new_key = !SameKey(neighbour, entry);
-        }
+        new_key = IsNewKey(view, place, entry);
         if (InsertInPlace(leaf, view, place, entry)) return new_key;
         at = view.Count(0, place);
         content = IndexContent::Read(View(leaf));
@@ -328,6 +368,7 @@ bool IndexTree::EraseByRow(RowPointer row) {
 
 // Takes an empty page out of the tree.
 void IndexTree::RemovePage(Path& path, std::size_t level) {
+    if (hints_ != nullptr) hints_->Clear();
     const PageNumber number = path[level].page;
     {
         const Page page = pager_.Read(number);

@@ -16,10 +16,43 @@
 
 namespace qmtrain::jet {
 
+// The leaf of each index of a table that an entry was put into last: the next one often belongs there too. Good as long
+// as no page leaves any of the trees, and nobody else changes the file.
+class LeafHints {
+public:
+    struct Hint {
+        PageNumber leaf = 0;  // 0: none
+        bool tail = false;    // if it is the last leaf, the nodes above have it as their tail
+    };
+
+    explicit LeafHints(std::size_t indexes) : leaves_(indexes) {}
+
+    Hint Get(std::size_t index, std::uint64_t generation) const {
+        return generation == generation_ ? leaves_[index] : Hint();
+    }
+    void Set(std::size_t index, Hint hint, std::uint64_t generation) {
+        if (generation != generation_) Clear();
+        generation_ = generation;
+        leaves_[index] = hint;
+    }
+    void Clear() { leaves_.assign(leaves_.size(), Hint()); }
+
+private:
+    std::vector<Hint> leaves_;
+    std::uint64_t generation_ = 0;
+};
+
 class IndexTree {
 public:
-    IndexTree(Pager& pager, PageAllocator& allocator, PageNumber table, const RealIndex& index)
-        : pager_(pager), allocator_(allocator), table_(table), root_(index.root), map_(index.map) {}
+    IndexTree(Pager& pager, PageAllocator& allocator, PageNumber table, const RealIndex& index,
+              LeafHints* hints = nullptr, std::size_t number = 0)
+        : pager_(pager),
+          allocator_(allocator),
+          table_(table),
+          root_(index.root),
+          map_(index.map),
+          hints_(hints),
+          number_(number) {}
 
     // Makes `page` an empty leaf.
     static void FormatRoot(MutablePage& page, PageNumber table);
@@ -36,6 +69,9 @@ public:
 
     // Whether an entry with exactly this key stands in the tree; `except` does not count.
     bool ContainsKey(std::span<const std::uint8_t> key, RowPointer except) const;
+
+    // The same, if the leaf of the last insertion shows it.
+    std::optional<bool> HintContains(std::span<const std::uint8_t> key) const;
 
     // The leaf that holds the first entry not below `key`, or that it would be put into.
     PageNumber FindLeaf(std::span<const std::uint8_t> key) const;
@@ -61,6 +97,8 @@ private:
     IndexEntries Entries(const Page& page) const;
     bool IsLeaf(const Page& page) const;
     Path Descend(std::span<const std::uint8_t> key) const;
+    std::optional<bool> InsertIntoHint(std::span<const std::uint8_t> entry);
+    bool IsNewKey(const IndexEntries& view, std::size_t place, std::span<const std::uint8_t> entry) const;
     bool GiveTails(const Path& path);
 
     void Put(Path& path, std::size_t level, IndexContent content, bool appended);
@@ -79,6 +117,9 @@ private:
     PageNumber table_;
     PageNumber root_;
     RowPointer map_;
+    LeafHints* hints_;
+    std::size_t number_;  // of the index in its table
+    mutable Bytes neighbour_;
 };
 
 // Walks the leaves. It finds its place again when the tree is changed under it.

@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::uint16_t kCompressedMark = 0xFEFF;
 
-std::size_t MaskBytes(std::size_t columns) {
-    return (columns + 7) / 8;
-}
-
 // End of the fixed area, from the row's start.
 std::size_t FixedEnd(const TableDefinition& table) {
     std::size_t end = 2;
@@ -108,52 +104,6 @@ void EncodeText(std::u16string_view text, bool may_compress, Bytes& stored) {
     }
     stored.resize(text.size() * 2);
     if (!text.empty()) std::memcpy(stored.data(), text.data(), stored.size());
-}
-
-RowView::RowView(const TableDefinition& table, const Format& format, const ByteView& row)
-    : format_(&format), row_(row) {
-    const std::size_t number = format.row_number_size;
-    const std::size_t size = row.Size();
-    columns_ = number == 2 ? row.U16(0) : row.U8(0);
-    const std::size_t mask = MaskBytes(columns_);
-    if (columns_ > table.max_columns || size < number + mask) row.Damaged(u"行的列数错误");
-    mask_at_ = size - mask;
-    trailer_at_ = mask_at_;
-    if (table.variable_columns == 0) return;
-    if (mask_at_ < number) row.Damaged(u"行太短");
-    if (number == 2) {
-        variable_ = row.U16(mask_at_ - 2);
-        offsets_at_ = mask_at_ - 4;
-    } else {
-        variable_ = row.U8(mask_at_ - 1);
-        jumps_ = (size - 1) / 256;
-        if (mask_at_ < jumps_ + 2) row.Damaged(u"行太短");
-        offsets_at_ = mask_at_ - 2 - jumps_;
-        if (offsets_at_ >= variable_ && (offsets_at_ - variable_) / 256 < jumps_) --jumps_;  // the last jump is a dummy
-    }
-    const std::size_t trailer = (variable_ + 1) * number;
-    if (variable_ > table.variable_columns || offsets_at_ + number < trailer + number) row.Damaged(u"行的可变列数错误");
-    trailer_at_ = offsets_at_ + number - trailer;
-}
-
-std::size_t RowView::VariableOffset(std::size_t index) const {
-    if (format_->row_number_size == 2) return row_.U16(offsets_at_ - 2 * index);
-    std::size_t passed = 0;
-    while (passed < jumps_ && row_.U8(mask_at_ - 2 - passed) <= index) ++passed;
-    return row_.U8(offsets_at_ - index) + 256 * passed;
-}
-
-std::optional<ByteView> RowView::Find(const Column& column) const {
-    if (!IsPresent(column.number)) return std::nullopt;
-    if (column.IsFixed()) {
-        const std::uint8_t* stored = FindFixed(column);
-        return row_.Part(static_cast<std::size_t>(stored - row_.Data()), column.fixed_size);
-    }
-    if (column.variable_index >= variable_) return std::nullopt;
-    const std::size_t begin = VariableOffset(column.variable_index);
-    const std::size_t end = VariableOffset(column.variable_index + 1);
-    if (begin < format_->row_number_size || begin > end || end > trailer_at_) row_.Damaged(u"可变列的位置错误");
-    return row_.Part(begin, end - begin);
 }
 
 bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value) {

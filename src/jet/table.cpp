@@ -1,6 +1,7 @@
 #include "jet/table.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include "jet/entry_sorter.h"
@@ -26,6 +27,7 @@ Table::Table(Tables& tables, Pager& pager, PageAllocator& allocator, PageNumber 
     : StoredTable(pager, allocator, page, std::move(name), properties),
       tables_(tables),
       order_checked_(definition_.real_indexes.size()),
+      hints_(definition_.real_indexes.size()),
       row_(definition_.columns.size()),
       fields_(definition_.columns.size()),
       keys_(definition_.real_indexes.size()) {}
@@ -67,6 +69,10 @@ std::int64_t Table::ExactRowCount() const {
     }
     if (rows == RowCount()) counted_at_ = pager_.Generation();
     return rows;
+}
+
+IndexTree Table::TreeToChange(std::size_t index) {
+    return {pager_, allocator_, definition_.page, definition_.real_indexes[index], &hints_, index};
 }
 
 LongValueWriter Table::LongValues(const Column& column) const {
@@ -140,12 +146,16 @@ bool Table::AllNull(std::size_t index, const Row& row) const {
                        [&](const KeyColumn& part) { return row[definition_.ColumnByNumber(part.number)].IsNull(); });
 }
 
-void Table::CheckUnique(std::size_t index, const Row& row, const Bytes& key, RowPointer except) const {
+void Table::CheckRequired(std::size_t index, const Row& row) const {
     const RealIndex& real = definition_.real_indexes[index];
     const bool any_null = std::any_of(real.columns.begin(), real.columns.end(), [&](const KeyColumn& part) {
         return row[definition_.ColumnByNumber(part.number)].IsNull();
     });
     if (real.IsRequired() && any_null) Raise(ErrorNumber::IndexKeyNull, {IndexName(index)});
+}
+
+void Table::CheckUnique(std::size_t index, const Row& row, const Bytes& key, RowPointer except) const {
+    const RealIndex& real = definition_.real_indexes[index];
     if (!real.IsUnique() || AllNull(index, row)) return;
     if (Tree(index).ContainsKey(key, except)) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
 }
@@ -153,11 +163,74 @@ void Table::CheckUnique(std::size_t index, const Row& row, const Bytes& key, Row
 void Table::AddEntry(std::size_t index, const Bytes& key, RowPointer where) {
     Bytes entry = key;
     AppendRowPointer(where, entry);
-    if (!Tree(index).Insert(entry)) return;
+    if (!TreeToChange(index).Insert(entry)) return;
+    CountNewKey(index);
+}
+
+void Table::CountNewKey(std::size_t index) {
     MutablePage definition = pager_.Write(definition_.page);
     const Format& format = pager_.GetFormat();
     std::uint8_t* distinct = definition.Data() + format.definition_header + format.statistics_block * index + 4;
     Put(distinct, Get<std::uint32_t>(distinct) + 1);
+}
+
+// Bulk insertion
+
+void Table::BeginInserts() {
+    // What refers to rows must find them at once.
+    const auto relates = [](const LogicalIndex& logical) { return logical.role == IndexRole::Foreign; };
+    inserts_later_ = std::ranges::none_of(definition_.logical_indexes, relates);
+    pending_.resize(definition_.real_indexes.size());
+}
+
+void Table::EndInserts() {
+    AddPending();
+    inserts_later_ = false;
+}
+
+void Table::CancelInserts() {
+    for (auto& entries : pending_) entries.clear();
+    pending_bytes_.clear();
+    inserts_later_ = false;
+}
+
+void Table::AddLater(std::size_t index, const Bytes& key, RowPointer where, bool exempt) {
+    PendingEntry entry{static_cast<std::uint32_t>(pending_bytes_.size()), 0, exempt};
+    pending_bytes_.insert(pending_bytes_.end(), key.begin(), key.end());
+    AppendRowPointer(where, pending_bytes_);
+    entry.size = static_cast<std::uint16_t>(pending_bytes_.size() - entry.at);
+    pending_[index].push_back(entry);
+}
+
+// In the order of their keys, so that neighbours go into one page one after the other.
+void Table::AddPending() {
+    for (std::size_t index = 0; index < pending_.size(); ++index) {
+        std::vector<PendingEntry>& entries = pending_[index];
+        const auto bytes = [&](const PendingEntry& entry) {
+            return std::span<const std::uint8_t>(pending_bytes_.data() + entry.at, entry.size);
+        };
+        const auto compare = [](std::span<const std::uint8_t> a, std::span<const std::uint8_t> b) {
+            const int order = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
+            return order != 0 ? order < 0 : a.size() < b.size();
+        };
+        std::ranges::sort(entries,
+                          [&](const PendingEntry& a, const PendingEntry& b) { return compare(bytes(a), bytes(b)); });
+        const bool unique = definition_.real_indexes[index].IsUnique();
+        IndexTree tree = TreeToChange(index);
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            const auto entry = bytes(entries[i]);
+            if (unique && !entries[i].exempt) {
+                const auto key = entry.first(entry.size() - kRowPointerBytes);
+                const bool twice = i > 0 && entries[i - 1].size == entry.size() &&
+                                   std::equal(key.begin(), key.end(), bytes(entries[i - 1]).begin());
+                const std::optional<bool> known = twice ? true : tree.HintContains(key);
+                if (known ? *known : tree.ContainsKey(key, {})) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+            }
+            if (tree.Insert(entry)) CountNewKey(index);
+        }
+        entries.clear();
+    }
+    pending_bytes_.clear();
 }
 
 void Table::EraseEntry(std::size_t index, const Row& row, RowPointer where) {
@@ -168,7 +241,7 @@ void Table::EraseEntry(std::size_t index, const Row& row, RowPointer where) {
     for (const KeyColumn& part : definition_.real_indexes[index].columns) {
         values.push_back(row[definition_.ColumnByNumber(part.number)]);
     }
-    IndexTree tree = Tree(index);
+    IndexTree tree = TreeToChange(index);
     if (HasKeys(index, values) && tree.Erase(entry)) return;
     if (!tree.EraseByRow(where)) {
         pager_.Damaged(where.page, u"表“" + name_ + u"”的索引“" + IndexName(index) + u"”缺少一行的索引项");
@@ -191,7 +264,7 @@ void Table::BuildIndex(std::size_t index) {
         }
         CheckTextOrder(index, row);
         if (!KeyOf(index, row, entry)) continue;
-        CheckUnique(index, row, entry, {});  // the tree is empty yet: this is about Nulls
+        CheckRequired(index, row);
         AppendRowPointer(cursor.Row(), entry);
         entry.push_back(AllNull(index, row) ? 1 : 0);  // such a key may stand in a unique index many times
         entries.Add(entry);
@@ -322,15 +395,22 @@ RowPointer Table::Insert(std::span<const Value> values) {
     for (std::size_t i = 0; i < keys_.size(); ++i) {
         CheckTextOrder(i, row_);
         in_index[i] = KeyOf(i, row_, keys_[i]);
-        CheckUnique(i, row_, keys_[i], {});
+        CheckRequired(i, row_);
+        if (!inserts_later_) CheckUnique(i, row_, keys_[i], {});
     }
     for (std::size_t i = 0; i < row_.size(); ++i) EncodeField(i, row_[i], fields_[i]);
     FitRow(fields_);
     EncodeRow(definition_, name_, fields_, encoded_);
     const RowPointer where = store_.Add(encoded_);
     for (std::size_t i = 0; i < keys_.size(); ++i) {
-        if (in_index[i]) AddEntry(i, keys_[i], where);
+        if (!in_index[i]) continue;
+        if (inserts_later_)
+            AddLater(i, keys_[i], where, AllNull(i, row_));
+        else
+            AddEntry(i, keys_[i], where);
     }
+    constexpr std::size_t kMostPending = std::size_t{2} << 20;
+    if (pending_bytes_.size() > kMostPending) AddPending();
     CountRows(1);
     if (last_autonumber_ != 0) {
         MutablePage definition = pager_.Write(definition_.page);
@@ -384,15 +464,19 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         const bool was_in = KeyOf(i, old_row, old_key);
         in_index[i] = KeyOf(i, new_row, keys[i]);
         index_changed[i] = was_in != in_index[i] || old_key != keys[i];
-        if (index_changed[i]) CheckUnique(i, new_row, keys[i], where);
+        if (!index_changed[i]) continue;
+        CheckRequired(i, new_row);
+        CheckUnique(i, new_row, keys[i], where);
     }
     // Values that stay are taken over as they are stored.
     std::vector<RowField> fields(definition_.columns.size());
+    Bytes before;
     std::vector<std::pair<std::size_t, Bytes>> replaced;  // references of long values to be given back
     {
         RowCursor cursor(*this);
         if (!cursor.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
         const RowView& view = cursor.View();
+        before.assign(view.Bytes().Data(), view.Bytes().Data() + view.Bytes().Size());
         for (std::size_t i = 0; i < fields.size(); ++i) {
             const Column& column = definition_.columns[i];
             if (column.type == ColumnType::Boolean) {
@@ -410,7 +494,7 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
     }
     FitRow(fields);
     EncodeRow(definition_, name_, fields, encoded_);
-    ReplaceRow(where, encoded_);
+    if (encoded_ != before) ReplaceRow(where, encoded_);  // what stays as it is needs no writing
     for (std::size_t i = 0; i < keys.size(); ++i) {
         if (!index_changed[i]) continue;
         EraseEntry(i, old_row, where);

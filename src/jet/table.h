@@ -49,6 +49,13 @@ public:
     // The number that the last Insert gave to the counter column; 0 when it gave none.
     std::int32_t LastAutonumber() const { return last_autonumber_; }
 
+    // Many rows one after the other: until EndInserts, their entries may be put into the indexes later than the rows
+    // into the table, in the order of their keys. Meanwhile nobody looks at the table, and a key that is there twice
+    // may show late.
+    void BeginInserts();
+    void EndInserts();
+    void CancelInserts();
+
     // Fills an index, which must be empty, from the rows. Raises DuplicateKey and the like.
     void BuildIndex(std::size_t index);
 
@@ -70,13 +77,18 @@ private:
     void CheckStoredOrder(std::size_t index);
     bool KeyOf(std::size_t index, const Row& row, Bytes& key) const;
     bool AllNull(std::size_t index, const Row& row) const;
+    void CheckRequired(std::size_t index, const Row& row) const;
+    void CountNewKey(std::size_t index);
     void CheckUnique(std::size_t index, const Row& row, const Bytes& key, RowPointer except) const;
 
     void EncodeField(std::size_t column, const Value& value, RowField& field);
     void FitRow(std::vector<RowField>& fields);
     void ReplaceRow(RowPointer row, const Bytes& bytes);
     void EraseEntry(std::size_t index, const Row& row, RowPointer where);
+    IndexTree TreeToChange(std::size_t index);
     void AddEntry(std::size_t index, const Bytes& key, RowPointer where);
+    void AddLater(std::size_t index, const Bytes& key, RowPointer where, bool exempt);
+    void AddPending();
     void CountRows(int change);
     void Follow(const std::vector<Cascade>& cascades);
     LongValueWriter LongValues(const Column& column) const;
@@ -86,6 +98,17 @@ private:
         counted_at_;  // the pager's generation in which the definition's count was right
     std::int32_t last_autonumber_ = 0;
     std::vector<bool> order_checked_;  // indexes of a partly known text order whose entries were compared
+
+    // Entries that are to be put into the indexes, of rows that are there already.
+    struct PendingEntry {
+        std::uint32_t at = 0;  // in pending_bytes_
+        std::uint16_t size = 0;
+        bool exempt = false;  // may be there twice in a unique index
+    };
+    LeafHints hints_;
+    bool inserts_later_ = false;
+    std::vector<std::vector<PendingEntry>> pending_;  // by index
+    Bytes pending_bytes_;
 
     // Kept between calls so that a row costs no allocations.
     Row row_;

@@ -140,6 +140,8 @@ private:
         }
     }
 
+    bool HasSeveralTables() const { return scope_.Entries().size() > 1; }
+
     void AddStar(const ast::SelectItem& item) {
         bool found = false;
         if (grouped_) Raise(ErrorNumber::AggregateMissing, {u"*"});
@@ -151,7 +153,8 @@ private:
                 output.column.name = entry.source->Columns()[i].name;
                 output.expression = std::make_unique<SlotExpression>(*entry.source, static_cast<int>(i));
                 plan_->outputs.push_back(std::move(output));
-                qualified_names_.push_back(entry.name + u"." + entry.source->Columns()[i].name);
+                qualified_names_.push_back(HasSeveralTables() ? entry.name + u"." + entry.source->Columns()[i].name
+                                                              : std::u16string());
             }
         }
         if (!found) Raise(item.table.empty() ? ErrorNumber::SyntaxInSelect : ErrorNumber::NoSuchTable, {item.table});
@@ -254,6 +257,12 @@ private:
         if (keys < 1 || keys * kSeekCost > static_cast<double>(table.EstimatedRows())) return;
         plan_->root = std::make_unique<DistinctAccess>(*source, index);
         plan_->root->SetEstimatedRows(keys);
+        const auto rises = [&](const SortKey& key) {
+            return !key.descending && AsColumnOf(key.expression, *source) != nullptr;
+        };
+        ordered_ = !grouped_ && !table.Indexes()[static_cast<std::size_t>(index)].columns[0].descending &&
+                   AsColumnOf(plan_->outputs[0].expression.get(), *source) != nullptr &&
+                   std::ranges::all_of(order_, rises);
     }
 
     void AddGroup(Expression* having) {
@@ -380,10 +389,11 @@ private:
 
     // Columns of one name from two tables are told apart by their tables' names.
     void QualifyDoubles() {
+        if (!HasSeveralTables()) return;
         std::vector<std::u16string> folded;
         for (const PlanOutput& output : plan_->outputs) folded.push_back(FoldName(output.column.name));
         for (std::size_t i = 0; i < folded.size(); ++i) {
-            if (qualified_names_[i].empty() || scope_.Entries().size() < 2) continue;
+            if (qualified_names_[i].empty()) continue;
             if (std::ranges::count(folded, folded[i]) > 1) plan_->outputs[i].column.name = qualified_names_[i];
         }
     }

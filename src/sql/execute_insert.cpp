@@ -35,6 +35,7 @@ public:
     }
 
     std::int64_t Count() const { return count_; }
+    Table& GetTable() const { return table_; }
 
 private:
     Table& table_;
@@ -76,11 +77,38 @@ std::vector<int> MatchingColumns(const Table& table, const Plan& plan) {
     return TargetColumns(table, names);
 }
 
+// Tells the table that many rows come.
+class ManyInserts {
+public:
+    ManyInserts(Table& table, bool now) : table_(table) {
+        if (now) Begin();
+    }
+    ManyInserts(const ManyInserts&) = delete;
+    ManyInserts& operator=(const ManyInserts&) = delete;
+    ~ManyInserts() {
+        if (begun_) table_.CancelInserts();
+    }
+
+    void Begin() {
+        if (!begun_) table_.BeginInserts();
+        begun_ = true;
+    }
+    void End() {
+        table_.EndInserts();
+        begun_ = false;
+    }
+
+private:
+    Table& table_;
+    bool begun_ = false;
+};
+
 // Rows that are read from the table that they go into must all be read before the first one is written.
 void InsertRows(Plan& plan, Inserter& inserter, bool collect) {
     std::vector<const Value*> row(inserter.Width());
     RowStore rows;
     rows.Reset(row.size());
+    ManyInserts inserts(inserter.GetTable(), !collect);
     plan.root->Open();
     while (plan.root->Next()) {
         for (std::size_t i = 0; i < row.size(); ++i) row[i] = &plan.outputs[i].expression->Evaluate();
@@ -91,10 +119,12 @@ void InsertRows(Plan& plan, Inserter& inserter, bool collect) {
         Value* kept = rows.Add();
         for (std::size_t i = 0; i < row.size(); ++i) kept[i] = *row[i];
     }
+    inserts.Begin();
     for (std::size_t i = 0; i < rows.Size(); ++i) {
         for (std::size_t j = 0; j < row.size(); ++j) row[j] = rows.At(i) + j;
         inserter.Add(row);
     }
+    inserts.End();
 }
 
 std::int64_t InsertValues(Catalog& catalog, const ast::Insert& insert, Table& table) {

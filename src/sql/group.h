@@ -24,6 +24,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override { child_->Reset(); }
+    bool NextIsCheap() const override { return true; }
     void Explain(Explanation& out) const override;
 
 private:

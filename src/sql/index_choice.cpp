@@ -17,8 +17,8 @@ constexpr double kPrefixShare = 0.05;
 constexpr double kIndexOnlyCost = 0.5;  // of a row that is not visited
 constexpr double kCountCost = 0.01;     // of a row that is only counted
 constexpr double kSortCost = 3;
-constexpr double kTopCost = 1;          // of a row that may be among the first few
-constexpr double kWorthALook = 50;      // rows from which on an estimate is checked in the index
+constexpr double kTopCost = 1;       // of a row that may be among the first few
+constexpr double kWorthALook = 200;  // rows from which on an estimate is checked in the index
 
 bool IsUniqueColumn(const Table& table, int column) {
     return std::ranges::any_of(table.Indexes(), [column](const Index& index) {
@@ -283,7 +283,8 @@ private:
         // Several ranges come in the order of their keys if each is for one value.
         const bool has_ends = access.low.value != nullptr || access.high.value != nullptr || access.pattern != nullptr;
         if (access.list != nullptr && has_ends) return false;
-        const std::size_t fixed = access.list != nullptr ? static_cast<std::size_t>(access.list_at) : access.equal.size();
+        const std::size_t fixed =
+            access.list != nullptr ? static_cast<std::size_t>(access.list_at) : access.equal.size();
         std::size_t place = fixed;
         bool forwards = true;
         bool backwards = true;
@@ -320,15 +321,15 @@ private:
         const bool ordered = SetOrder(candidate);
         if (!candidate.narrows && !ordered) return;
         const double share = Share(conjuncts, &candidate);
-        const bool exact = std::ranges::all_of(
-            conjuncts, [&](const Conjunct* conjunct) { return Follows(*conjunct, &candidate); });
+        const bool exact =
+            std::ranges::all_of(conjuncts, [&](const Conjunct* conjunct) { return Follows(*conjunct, &candidate); });
         double read = candidate.rows;
         if (ordered && wish_.limit > 0) {
             read = std::min(read, (static_cast<double>(wish_.limit) + 1) / std::max(share, 1e-6));
         }
-        const double of_row = wish_.count && exact                      ? kCountCost
+        const double of_row = wish_.count && exact                 ? kCountCost
                               : IsCovering(candidate.access.index) ? kIndexOnlyCost
-                                                                        : kIndexRowCost;
+                                                                   : kIndexRowCost;
         const double seeks = candidate.access.list != nullptr ? candidate.access.list->ExpectedSize() : 1;
         const double cost = seeks * kSeekCost + read * of_row + (ordered ? 0 : SortCost(candidate.rows * share));
         // A unique key and the like: nothing can be better, whatever is expected of a small table.
@@ -360,8 +361,7 @@ private:
         best_.cost = cost;
     }
 
-    bool AddAlternatives(Conjunct& conjunct, const Conjuncts& around, AccessPath& path, double& rows,
-                         double& cost) {
+    bool AddAlternatives(Conjunct& conjunct, const Conjuncts& around, AccessPath& path, double& rows, double& cost) {
         for (std::vector<Conjunct>& alternative : conjunct.alternatives) {
             Conjuncts conditions;
             for (Conjunct& condition : alternative) conditions.push_back(&condition);

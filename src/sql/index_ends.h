@@ -19,6 +19,7 @@ public:
 
     void Open() override;
     bool Next() override;
+    bool NextIsCheap() const override { return true; }
     void Explain(Explanation& out) const override;
 
 private:

@@ -1,6 +1,9 @@
 #include "sql/like.h"
 
 #include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "core/convert.h"
 #include "core/error.h"
@@ -13,6 +16,7 @@ namespace {
 // The long s is no s in the order of texts.
 char16_t Fold(char16_t unit) {
     constexpr char16_t kLongS = 0x017F;
+    if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
     return unit == kLongS ? unit : ToUpper(unit);
 }
 
@@ -106,13 +110,64 @@ private:
     std::u16string_view pattern_;
 };
 
+// A pattern with no other signs than "*", taken apart once: its pieces are looked for one behind the other.
+class PlainPattern {
+public:
+    // Nothing when the pattern has other signs.
+    static std::optional<PlainPattern> Make(std::u16string_view pattern) {
+        if (pattern.find_first_of(u"?#[") != std::u16string_view::npos) return std::nullopt;
+        PlainPattern plain;
+        std::u16string piece;
+        for (const char16_t unit : pattern) {
+            if (unit != u'*') {
+                piece.push_back(Fold(unit));
+            } else {
+                plain.pieces_.push_back(std::exchange(piece, {}));
+            }
+        }
+        plain.pieces_.push_back(std::move(piece));
+        return plain;
+    }
+
+    bool Matches(std::u16string_view text) const {
+        if (pieces_.size() == 1) return text.size() == pieces_[0].size() && StandsAt(pieces_[0], text, 0);
+        const std::u16string& last = pieces_.back();
+        if (text.size() < pieces_[0].size() + last.size() || !StandsAt(pieces_[0], text, 0)) return false;
+        std::size_t at = pieces_[0].size();
+        for (std::size_t i = 1; i + 1 < pieces_.size(); ++i) {
+            const std::u16string& piece = pieces_[i];
+            while (at + piece.size() <= text.size() && !StandsAt(piece, text, at)) ++at;
+            at += piece.size();
+            if (at > text.size()) return false;
+        }
+        return at + last.size() <= text.size() && StandsAt(last, text, text.size() - last.size());
+    }
+
+private:
+    static bool StandsAt(const std::u16string& piece, std::u16string_view text, std::size_t at) {
+        for (std::size_t i = 0; i < piece.size(); ++i) {
+            if (text[at + i] != piece[i] && Fold(text[at + i]) != piece[i]) return false;
+        }
+        return true;
+    }
+
+    std::vector<std::u16string> pieces_;  // before, between and behind the "*"
+};
+
 class LikeCondition : public Condition {
 public:
     LikeCondition(ExpressionPtr subject, ExpressionPtr pattern)
-        : subject_(std::move(subject)), pattern_(std::move(pattern)) {}
+        : subject_(std::move(subject)), pattern_(std::move(pattern)) {
+        const auto* literal = dynamic_cast<const LiteralExpression*>(pattern_.get());
+        if (literal != nullptr && literal->GetValue().IsText()) plain_ = PlainPattern::Make(literal->GetValue().Text());
+    }
 
     Truth Test() override {
         const Value& subject = subject_->Evaluate();
+        if (plain_) {
+            if (subject.IsNull()) return Truth::Unknown;
+            return MakeTruth(plain_->Matches(Text(subject, subject_text_)));
+        }
         const Value& pattern = pattern_->Evaluate();
         if (subject.IsNull() || pattern.IsNull()) return Truth::Unknown;
         return MakeTruth(MatchesLike(Text(subject, subject_text_), Text(pattern, pattern_text_)));
@@ -128,6 +183,7 @@ private:
 
     ExpressionPtr subject_;
     ExpressionPtr pattern_;
+    std::optional<PlainPattern> plain_;
     std::u16string subject_text_;
     std::u16string pattern_text_;
 };

@@ -22,6 +22,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override { child_->Reset(); }
+    bool NextIsCheap() const override { return (yielded_ >= wanted_ && ties_.empty()) || child_->NextIsCheap(); }
     void Explain(Explanation& out) const override;
 
 private:

@@ -69,8 +69,8 @@ struct JoinPlan {
     bool ordered = false;  // the rows come in the order that was wished for
 };
 
-// The order may be satisfied by an index when there is a single table; otherwise it is not looked at. The plan keeps what
-// expressions are made.
+// The order may be satisfied by an index when there is a single table; otherwise it is not looked at. The plan keeps
+// what expressions are made.
 JoinPlan PlanJoins(Plan& plan, const std::vector<Scope::Entry>& tables, JoinNode& root, std::vector<Conjunct>& where,
                    const RowsWish& wish);
 

@@ -52,6 +52,9 @@ public:
     // Whether all rows, as they have been opened, meet the conditions of the filter right above. Known from an index.
     virtual bool MeetsConditions() const { return false; }
 
+    // Whether each row, or the end, is found by a look at a few. Requires: Open().
+    virtual bool NextIsCheap() const { return false; }
+
     // Drops everything that was kept to be used by more than one Open().
     virtual void Reset() {}
 
@@ -72,6 +75,7 @@ class SingleRow : public RowOperator {
 public:
     void Open() override { done_ = false; }
     bool Next() override { return !std::exchange(done_, true); }
+    bool NextIsCheap() const override { return true; }
     void Explain(Explanation& out) const override { out.Add(u"a single row", *this); }
 
 private:
@@ -87,6 +91,7 @@ public:
     void Open() override;
     bool Next() override;
     std::int64_t CountRows() override;
+    bool NextIsCheap() const override { return all_meet_ && child_->NextIsCheap(); }
     void Reset() override { child_->Reset(); }
     void Explain(Explanation& out) const override;
 

@@ -8,7 +8,7 @@
 namespace qmtrain::sql {
 namespace {
 
-constexpr std::size_t kPruneRows = 4096;
+constexpr std::size_t kPruneRows = 256;
 
 }  // namespace
 
@@ -27,9 +27,9 @@ void Sort::Open() {
     position_ = 0;
     prune_at_ = std::max(kPruneRows, limit_ * 2);
     child_->Open();
+    has_last_ = false;
     while (child_->Next()) {
-        AddRow();
-        if (limit_ != 0 && rows_.size() >= prune_at_) Prune();
+        if (AddRow() && limit_ != 0 && rows_.size() >= prune_at_) Prune();
     }
     if (!sort_keys_.empty()) {
         std::ranges::sort(rows_, [this](const Row& a, const Row& b) { return Compare(a, b, false) < 0; });
@@ -54,7 +54,8 @@ bool Sort::Next() {
     return false;
 }
 
-void Sort::AddRow() {
+// False when the row is behind the last one that is wanted. That often shows before all its keys are made.
+bool Sort::AddRow() {
     Row row;
     row.key = keys_.size();
     for (std::size_t i = 0; i < sort_keys_.size(); ++i) {
@@ -64,6 +65,10 @@ void Sort::AddRow() {
             for (std::uint8_t& byte : buffer_) byte = static_cast<std::uint8_t>(~byte);
         }
         keys_.insert(keys_.end(), buffer_.begin(), buffer_.end());
+        if (has_last_ && IsBehindLast(row.key)) {
+            keys_.resize(row.key);
+            return false;
+        }
         if (i + 1 == tie_keys_) row.tie_size = static_cast<std::uint32_t>(keys_.size() - row.key);
     }
     row.key_size = static_cast<std::uint32_t>(keys_.size() - row.key);
@@ -73,6 +78,14 @@ void Sort::AddRow() {
     row.number = static_cast<std::uint32_t>(sources_.empty() ? rows_.size() : places_.size() / sources_.size());
     for (Source* source : sources_) places_.push_back(source->Keep());
     rows_.push_back(row);
+    return true;
+}
+
+// Whether the key that begins there, as far as it has been made, comes behind that of the last row wanted, and does so
+// in the keys that decide about ties.
+bool Sort::IsBehindLast(std::size_t key) const {
+    const std::size_t size = std::min(keys_.size() - key, last_key_.size());
+    return size > 0 && std::memcmp(&keys_[key], last_key_.data(), size) > 0;
 }
 
 // Equal keys are told by their size and bytes; no key is the start of another.
@@ -112,6 +125,10 @@ void Sort::Prune() {
         places.insert(places.end(), place, place + width);
         row.number = static_cast<std::uint32_t>(i);
     }
+    last_key_.assign(
+        keys_.begin() + static_cast<std::ptrdiff_t>(last.key),
+        keys_.begin() + static_cast<std::ptrdiff_t>(last.key + (tie_keys_ > 0 ? last.tie_size : last.key_size)));
+    has_last_ = true;
     keys_ = std::move(keys);
     places_ = std::move(places);
     prune_at_ = std::max(kPruneRows, rows_.size() * 2);

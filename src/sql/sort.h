@@ -28,6 +28,7 @@ public:
     void Open() override;
     bool Next() override;
     void Reset() override { child_->Reset(); }
+    bool NextIsCheap() const override { return true; }
     void Explain(Explanation& out) const override;
 
 private:
@@ -39,7 +40,8 @@ private:
         std::uint32_t number = 0;    // in order of arrival, and in places_
     };
 
-    void AddRow();
+    bool AddRow();
+    bool IsBehindLast(std::size_t key) const;
     void Prune();
     int Compare(const Row& a, const Row& b, bool tie) const;
 
@@ -49,6 +51,8 @@ private:
     std::size_t limit_ = 0;  // 0: none
     std::size_t tie_keys_ = 0;
     std::size_t prune_at_ = 0;
+    bool has_last_ = false;  // rows were dropped, all of them behind last_key_
+    std::vector<std::uint8_t> last_key_;
 
     std::vector<Row> rows_;
     std::vector<std::uint8_t> keys_;

@@ -74,6 +74,14 @@ void Query::Read(int column, Value& value) {
     value = plan_->outputs[static_cast<std::size_t>(column)].expression->Evaluate();
 }
 
+const Value& Query::Get(int column) {
+    return plan_->outputs[static_cast<std::size_t>(column)].expression->Evaluate();
+}
+
+bool Query::NextIsCheap() const {
+    return started_ && plan_->root->NextIsCheap();
+}
+
 void Query::Restart() {
     plan_->root->Reset();
     started_ = false;

@@ -95,6 +95,12 @@ public:
     // A value of the current row. Columns that are not read are not decoded. Requires: Next() or MoveTo() was true.
     void Read(int column, Value& value);
 
+    // The same where it stands, good until the query moves.
+    const Value& Get(int column);
+
+    // Whether Next() will not look at many rows to find one, or none.
+    bool NextIsCheap() const;
+
     // Starts again from the beginning.
     void Restart();
 

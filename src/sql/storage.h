@@ -160,6 +160,13 @@ public:
     // One value per column, of the column's type, Null, or Empty for "not given" (a counter numbers itself, everything
     // else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their like.
     virtual RowId Insert(std::span<const Value> values) = 0;
+
+    // Around many insertions of one statement: a duplicate key may show as late as EndInserts. CancelInserts may follow
+    // a failure; what has been inserted then is to be undone.
+    virtual void BeginInserts() {}
+    virtual void EndInserts() {}
+    virtual void CancelInserts() {}
+
     virtual void Update(RowId row, std::span<const Assignment> changes) = 0;
     virtual void Delete(RowId row) = 0;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <utility>
 
 #include "core/collation.h"
@@ -85,9 +86,8 @@ bool IsPlainGuid(std::u16string_view text) {
     const auto is_hex = [](char16_t unit) {
         return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'F') || (unit >= u'a' && unit <= u'f');
     };
-    return text.size() == kPattern.size() && std::equal(text.begin(), text.end(), kPattern.begin(), [&](auto a, auto b) {
-               return b == u'X' ? is_hex(a) : a == b;
-           });
+    return text.size() == kPattern.size() && std::equal(text.begin(), text.end(), kPattern.begin(),
+                                                        [&](auto a, auto b) { return b == u'X' ? is_hex(a) : a == b; });
 }
 
 Key KeyFor(const Column& column, const Value& value, const Wanted& wanted) {
@@ -221,10 +221,12 @@ bool TableAccess::TakeList(const IndexAccess& access) {
     if (!access.list->Collect(static_cast<std::size_t>(std::max(kAlwaysSome, rows / kSeekCost)), listed_)) return false;
     std::erase_if(listed_, [](const Value& value) { return FamilyOf(value.GetType()) == Family::Any; });
     if (listed_.size() < 2) return true;
-    std::vector<std::pair<std::vector<std::uint8_t>, std::size_t>> order(listed_.size());
+    std::vector<std::pair<std::string, std::size_t>> order(listed_.size());
+    std::vector<std::uint8_t> key;
     for (std::size_t i = 0; i < listed_.size(); ++i) {
-        AppendKey(listed_[i], order[i].first);
-        order[i].second = i;
+        key.clear();
+        AppendKey(listed_[i], key);
+        order[i] = {std::string(key.begin(), key.end()), i};
     }
     std::ranges::sort(order);
     const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
@@ -265,7 +267,8 @@ TableAccess::Start TableAccess::SetEnds(const IndexAccess& access, KeyRange& ran
     const Start high = SetEnd(access, access.high, false, range);
     if (high != Start::Ranges) return high;
     const Table& table = *source_.GetTable();
-    const bool found = table.CanSeek(access.index, range.low->values) && table.CanSeek(access.index, range.high->values);
+    const bool found =
+        table.CanSeek(access.index, range.low->values) && table.CanSeek(access.index, range.high->values);
     return found ? Start::Ranges : Start::Whole;
 }
 
@@ -332,7 +335,7 @@ void TableAccess::Arrange() {
         seen_.Clear();
         return;
     }
-    std::vector<std::pair<std::vector<std::uint8_t>, std::size_t>> order(place_count_);
+    std::vector<std::pair<std::string, std::size_t>> order(place_count_);
     std::vector<std::uint8_t> part;
     for (std::size_t i = 0; i < place_count_; ++i) {
         order[i].second = i;
@@ -342,7 +345,7 @@ void TableAccess::Arrange() {
             const Index& index = table.Indexes()[static_cast<std::size_t>(first.index)];
             const bool invert = index.columns[column].descending != path_.parts[0].backwards;
             for (const std::uint8_t byte : part) {
-                order[i].first.push_back(invert ? static_cast<std::uint8_t>(~byte) : byte);
+                order[i].first.push_back(static_cast<char>(invert ? ~byte : byte));
             }
         }
     }
@@ -416,9 +419,9 @@ bool DistinctAccess::Next() {
 
 void DistinctAccess::Explain(Explanation& out) const {
     const Table& table = *source_.GetTable();
-    out.Add(u"different keys of " + table.Name() + u" by index " +
-                table.Indexes()[static_cast<std::size_t>(index_)].name,
-            *this);
+    out.Add(
+        u"different keys of " + table.Name() + u" by index " + table.Indexes()[static_cast<std::size_t>(index_)].name,
+        *this);
 }
 
 // DerivedAccess

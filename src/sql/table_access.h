@@ -44,6 +44,7 @@ public:
     bool Next() override;
     std::int64_t CountRows() override;
     bool MeetsConditions() const override { return exact_ && start_ != Start::Whole; }
+    bool NextIsCheap() const override { return true; }
     void Explain(Explanation& out) const override;
 
     // How many rows the index has there, by a look at it; nothing when the values do not say. Requires: the access
@@ -93,6 +94,7 @@ public:
 
     void Open() override { last_.reset(); }
     bool Next() override;
+    bool NextIsCheap() const override { return true; }
     void Explain(Explanation& out) const override;
 
 private:

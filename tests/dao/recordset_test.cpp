@@ -169,5 +169,68 @@ TEST_F(RecordsetTest, OtherHandlesShow) {
     EXPECT_EQ(seen->Fields(u"Score").Value(), Value(88.0F));
 }
 
+// Rows are fetched a few at a time: none of that may show.
+TEST_F(RecordsetTest, RowsFetchedAheadAreNotSeenYet) {
+    for (int i = 6; i <= 60; ++i) {
+        database_->Execute(u"INSERT INTO TrainInfo (UserID, Score, Content) VALUES (1, " + ToText(std::int64_t{i}) +
+                           u", '长文" + ToText(std::int64_t{i}) + u"')");
+    }
+    const auto rows = database_->OpenRecordset(u"Select * From TrainInfo Order By TrainID");
+    for (int i = 1; i < 12; ++i) rows->MoveNext();
+    EXPECT_EQ(rows->RecordCount(), 12);
+    EXPECT_EQ(rows->Fields(u"Content").Value(), Value(u"长文12")) << "nobody has asked for a long text before";
+    database_->Execute(u"DELETE FROM TrainInfo WHERE TrainID = 13");
+    database_->Execute(u"UPDATE TrainInfo SET Score = 99 WHERE TrainID = 14");
+    rows->MoveNext();
+    EXPECT_EQ(rows->Fields(u"TrainID").Value(), Value(14)) << "13 was gone before it was reached";
+    EXPECT_EQ(rows->Fields(u"Score").Value(), Value(99.0F));
+    rows->AddNew();
+    rows->Fields(u"UserID").Value(std::int32_t{8});
+    rows->Update();
+    rows->MoveNext();
+    EXPECT_EQ(rows->Fields(u"UserID").Value(), Value(8)) << "the new row stands behind those that were seen";
+    rows->MoveNext();
+    EXPECT_EQ(rows->Fields(u"TrainID").Value(), Value(15));
+    rows->MovePrevious();
+    rows->MovePrevious();
+    EXPECT_EQ(rows->Fields(u"TrainID").Value(), Value(14));
+    EXPECT_EQ(rows->TrueRecordCount(), 60);
+    int count = 0;
+    for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext())
+        count += rows->Fields(u"TrainID").Value() != Value() ? 1 : 0;
+    EXPECT_EQ(count, 60);
+}
+
+TEST_F(RecordsetTest, EachRowOfALoopIsEditedAsItIs) {
+    const auto other = Engine::Instance().OpenDatabase(Name(u"Client.mdb"));
+    const auto rows = database_->OpenRecordset(u"Select * From TrainInfo Where UserID >= 0");
+    for (std::int32_t i = 1; !rows->Eof(); rows->MoveNext(), ++i) {
+        other->Execute(u"UPDATE TrainInfo SET Remark = '" + ToText(std::int64_t{i}) + u"' WHERE TrainID = " +
+                       ToText(std::int64_t{i}));
+        rows->Edit();
+        EXPECT_EQ(rows->Fields(u"Remark").Value(), Value(ToText(std::int64_t{i})));
+        rows->Fields(u"UserID").Value(std::int32_t{100 + i});
+        rows->Update();
+    }
+    EXPECT_EQ(Column(u"Select UserID From TrainInfo Order By TrainID", u"UserID"), u"101 102 103 104 105");
+    EXPECT_EQ(Column(u"Select Remark From TrainInfo Order By TrainID", u"Remark"), u"1 2 3 4 5");
+}
+
+TEST_F(RecordsetTest, ARowThatCannotBeReadIsToldWhenItIsReached) {
+    database_->Execute(u"UPDATE TrainInfo SET Score = 0 WHERE TrainID = 4");
+    for (const char16_t* source : {u"Select TrainID, 1 / Score As S From TrainInfo",
+                                   u"Select A.TrainID, 1 / A.Score As S From TrainInfo A, TrainInfo B Where "
+                                   u"A.TrainID = B.TrainID"}) {
+        const auto rows = database_->OpenRecordset(source);
+        for (int i = 1; i < 3; ++i) rows->MoveNext();
+        EXPECT_EQ(rows->Fields(u"TrainID").Value(), Value(3));
+        EXPECT_NE(ErrorOf([&] {
+                      rows->MoveNext();
+                      rows->Fields(u"S").Value();
+                  }),
+                  0);
+    }
+}
+
 }  // namespace
 }  // namespace qmtrain::dao

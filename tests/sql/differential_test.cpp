@@ -416,5 +416,152 @@ TEST(Differential, AgreesWithSqlite) {
     EXPECT_GT(rows, static_cast<std::size_t>(kDataSets * kQueriesPerSet));
 }
 
+// ---- access paths ----
+
+// Statements over one table, its conditions mostly such that an index may answer them. They are asked of a table with
+// indexes, of the same rows without any, and of SQLite.
+class PathGenerator {
+public:
+    explicit PathGenerator(unsigned seed) : random_(seed) {}
+
+    int Pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
+    bool Chance(int percent) { return Pick(100) < percent; }
+
+    std::string Number() {
+        const int whole = Pick(44) - 2;
+        if (Chance(5)) return "99999999999";
+        if (Chance(5)) return "NULL";
+        return std::to_string(whole) + (Chance(25) ? ".5" : "");
+    }
+
+    std::string Text() {
+        constexpr const char* kLetters = "aAbBcC";
+        std::string text = "'";
+        for (int length = Pick(4); length > 0; --length) text += kLetters[Pick(6)];
+        return text + "'";
+    }
+
+    // "%" stands for the table.
+    Select MakeSelect() {
+        switch (Pick(8)) {
+            case 0: return {Both("SELECT Count(*) FROM % AS t WHERE ") + Condition(2), true};
+            case 1: {
+                const Both column = "t." + NumberColumn();
+                return {Both("SELECT Min(") + column + "), Max(" + column + "), Count(*), Max(t.ID) FROM % AS t", true};
+            }
+            case 2: return {"SELECT DISTINCT " + AnyColumn() + " FROM % AS t", false};
+            case 3:
+                return {Both("SELECT t.ID, u.ID FROM (% AS t LEFT JOIN % AS u ON t.A = u.ID) WHERE ") + Condition(1),
+                        false};
+            default: return Ordered();
+        }
+    }
+
+private:
+    std::string NumberColumn() {
+        return std::vector{"ID", "A", "X", "F", "C", "D", "B"}[static_cast<std::size_t>(Pick(7))];
+    }
+    std::string AnyColumn() { return Chance(80) ? NumberColumn() : "S"; }
+
+    Select Ordered() {
+        const std::string column = AnyColumn();
+        const std::string direction = Chance(50) ? " DESC" : "";
+        const int top = Chance(50) ? 1 + Pick(9) : 0;
+        Both text = Both(top > 0 ? "SELECT TOP " + std::to_string(top) + " " : "SELECT ", "SELECT ");
+        text += Both("t.ID, t." + column + " FROM % AS t");
+        if (Chance(85)) text += Both(" WHERE ") + Condition(2);
+        text += Both(" ORDER BY t." + column + direction + ", t.ID" + direction);
+        if (top > 0) text += Both("", " LIMIT " + std::to_string(top));
+        return {text, true};
+    }
+
+    Both Condition(int depth) {
+        if (depth > 0 && Chance(30)) return Both("(") + Condition(depth - 1) + " AND " + Condition(depth - 1) + ")";
+        if (depth > 0 && Chance(40)) return Both("(") + Condition(depth - 1) + " OR " + Condition(depth - 1) + ")";
+        constexpr const char* kOperators[] = {" = ", " = ", " = ", " < ", " > ", " <= ", " >= ", " <> "};
+        switch (Pick(9)) {
+            case 0: return "t." + NumberColumn() + " IN " + List(Pick(12) + 1);
+            case 1: {
+                const int low = Pick(40);
+                const std::string range = std::to_string(low) + " AND " + std::to_string(low + Pick(8));
+                return "t." + NumberColumn() + " BETWEEN " + range;
+            }
+            case 2: {
+                const std::string begin = Text();
+                const std::string letters = begin.substr(1, begin.size() - 2);
+                return Both("t.S LIKE '" + letters + "*'", "t.S LIKE '" + letters + "%'");
+            }
+            case 3: return "t.S" + std::string(kOperators[Pick(8)]) + Text();
+            case 4: return "t.S IN (" + Text() + ", " + Text() + ", " + Text() + ")";
+            case 5:
+                return "t." + NumberColumn() + " IN (SELECT v.A FROM % AS v WHERE v.ID < " + std::to_string(Pick(30)) +
+                       ")";
+            case 6:
+                return "EXISTS (SELECT * FROM % AS v WHERE v.A = t." + NumberColumn() + " AND v.X > " + Number() + ")";
+            default: return "t." + NumberColumn() + kOperators[Pick(8)] + Number();
+        }
+    }
+
+    std::string List(int count) {
+        std::string list = "(";
+        for (int i = 0; i < count; ++i) list += (i > 0 ? ", " : "") + Number();
+        return list + ")";
+    }
+
+    std::mt19937 random_;
+};
+
+std::string OverTable(std::string sql, const std::string& table) {
+    for (std::size_t at = sql.find("% AS"); at != std::string::npos; at = sql.find("% AS")) sql.replace(at, 1, table);
+    return sql;
+}
+
+TEST(Differential, AccessPathsAgreeWithScansAndSqlite) {
+    const unsigned seed = 31 + static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
+    PathGenerator generator(seed);
+    std::size_t rows = 0;
+    for (int set = 0; set < 4; ++set) {
+        MemoryCatalog catalog;
+        Sqlite sqlite;
+        const std::string columns =
+            " (ID LONG, A LONG, B BYTE, X DOUBLE, F SINGLE, C CURRENCY, D DATETIME, S TEXT(10))";
+        RunSql(catalog, "CREATE TABLE Indexed" + columns + "; CREATE TABLE Plain" + columns +
+                            "; CREATE UNIQUE INDEX I1 ON Indexed (ID); CREATE INDEX I2 ON Indexed (A, X DESC);"
+                            "CREATE INDEX I3 ON Indexed (D DESC) WITH IGNORE NULL; CREATE INDEX I4 ON Indexed (S, ID);"
+                            "CREATE INDEX I5 ON Indexed (F); CREATE INDEX I6 ON Indexed (C DESC);"
+                            "CREATE INDEX I7 ON Indexed (B) WITH IGNORE NULL;");
+        sqlite.Rows("CREATE TABLE Plain (ID, A, B, X REAL, F REAL, C REAL, D REAL, S TEXT COLLATE NOCASE)");
+        const int count = 30 + 120 * set;
+        for (int id = 0; id < count; ++id) {
+            const auto value = [&](int bound, const char* half) {
+                return generator.Chance(10)
+                           ? std::string("NULL")
+                           : std::to_string(generator.Pick(bound)) + (generator.Chance(30) ? half : "");
+            };
+            const std::string row = " VALUES (" + std::to_string(id) + ", " + value(40, "") + ", " + value(40, "") +
+                                    ", " + value(40, ".5") + ", " + value(40, ".25") + ", " + value(40, ".5") + ", " +
+                                    value(40, ".5") + ", " + (generator.Chance(10) ? "NULL" : generator.Text()) + ")";
+            RunSql(catalog, "INSERT INTO Indexed" + row + "; INSERT INTO Plain" + row);
+            sqlite.Rows("INSERT INTO Plain" + row);
+        }
+        for (int i = 0; i < 700; ++i) {
+            const Select select = generator.MakeSelect();
+            const auto theirs = Folded(sqlite.Rows(OverTable(select.text.theirs, "Plain")), select.ordered);
+            for (const char* table : {"Indexed", "Plain"}) {
+                const std::string sql = OverTable(select.text.ours, table);
+                std::vector<std::string> ours;
+                try {
+                    ours = Folded(OurRows(catalog, sql), select.ordered);
+                } catch (const AutomationError& error) {
+                    ours = {std::string("error ") + error.what()};
+                }
+                ASSERT_EQ(ours, theirs) << "seed " << seed << "\n" << sql << "\n" << select.text.theirs;
+            }
+            rows += theirs.size();
+        }
+    }
+    EXPECT_GT(rows, 10000U);
+}
+
 }  // namespace
 }  // namespace qmtrain::sql

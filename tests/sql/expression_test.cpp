@@ -1,6 +1,9 @@
 // Expressions without tables: operators, conversions between types, functions.
 #include <gtest/gtest.h>
 
+#include "core/collation.h"
+#include "core/text.h"
+#include "sql/like.h"
 #include "sql/support.h"
 
 namespace qmtrain::sql {
@@ -230,6 +233,27 @@ TEST(ExpressionErrors, AreRaised) {
     };
     for (const BadCase& c : kCases) {
         EXPECT_EQ(ErrorOf(catalog, std::string("SELECT ") + c.expression), c.error) << c.expression;
+    }
+}
+
+// What a pattern begins with is looked for in indexes: every text that matches must stand there.
+TEST(Like, FixedBeginningsKeepToTheOrderOfTexts) {
+    EXPECT_EQ(FixedPrefix(u"JC12*"), u"JC12");
+    EXPECT_EQ(FixedPrefix(u"*12"), u"");
+    EXPECT_EQ(FixedPrefix(u"计算?"), u"计算");
+    EXPECT_EQ(FixedPrefix(u"ab[c]d"), u"ab");
+    EXPECT_EQ(FixedPrefix(u"aé*"), u"a");
+    const auto begins = [](char16_t unit) {
+        std::vector<std::uint8_t> key;
+        collation::AppendPrefix(std::u16string_view(&unit, 1), key);
+        return key;
+    };
+    for (unsigned number = 1; number < 0x10000; ++number) {
+        const auto unit = static_cast<char16_t>(number);
+        const char16_t upper = ToUpper(unit);
+        if (upper == unit || FixedPrefix(std::u16string_view(&upper, 1)).empty()) continue;
+        if (!MatchesLike(std::u16string_view(&unit, 1), std::u16string_view(&upper, 1))) continue;
+        EXPECT_EQ(begins(unit), begins(upper)) << number;
     }
 }
 

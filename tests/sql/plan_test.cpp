@@ -57,17 +57,30 @@ TEST_F(Plans, EqualityAndRangesUseAnIndex) {
         {"ID = 7.5", 0, 0},
         {"ID = Null", 0, 0},
         {"ID = 99999999999", 0, 0},
-        {"ID > 190", 11, 10},  // ranges are read with their ends
-        {"ID >= 190.5 AND ID <= 192", 3, 2},
+        {"ID > 190", 10, 10},
+        {"ID >= 190.5 AND ID <= 192", 2, 2},
         {"ID BETWEEN 20 AND 11", 10, 10},
-        {"ID < 3 AND Name <> 'x'", 3, 2},
+        {"ID < 3 AND Name <> 'x'", 2, 2},
         {"ID = 5 AND UserID = 5", 1, 1},
         {"UserID = 5", 10, 10},
         {"UserID = 5 AND At > #2004-1-1#", 10, 10},
         {"UserID = 5 AND At >= 38105 AND At < 38126", 2, 2},
         {"Name = 'NAME12'", 1, 1},
         {"ID = (SELECT Max(TrainID) FROM Result)", 1, 1},
-        {"ID = 7 OR ID = 8", 200, 2},
+        {"ID = 7 OR ID = 8", 2, 2},
+        {"ID = 7 OR ID = 7.0 OR ID IN (7, 8, 7)", 2, 2},
+        {"ID = 7 OR Name = 'NAME12' OR (UserID = 5 AND At < 38030)", 4, 4},
+        {"ID = 7 OR UserID = 7", 11, 10},  // a row that both find is read twice and comes once
+        {"ID = 7 OR Body = 'x'", 200, 1},
+        {"ID IN (3, 5, Null, 3, 7.5, 900)", 2, 2},
+        {"UserID = 5 AND At IN (38005, 38025, 38026)", 2, 2},
+        {"NOT ID IN (3, 5)", 200, 198},
+        {"Name LIKE 'NAME19*'", 11, 11},
+        {"Name LIKE 'name19?' AND Name LIKE '*8'", 11, 1},  // each text that begins so is tested
+        {"Name LIKE '*19'", 200, 2},
+        {"ID IN (SELECT TrainID FROM Result WHERE ID < 40)", 3, 3},
+        {"ID IN (SELECT TrainID FROM Result)", 200, 200},
+        {"ID > -5 AND ID < 1.5", 1, 1},
         {"ID + 0 = 7", 200, 1},
         {"ID <> 7", 200, 199},
         {"ID = True", 0, 0},
@@ -166,6 +179,43 @@ TEST_F(Plans, CountingAWholeTableReadsNothing) {
     EXPECT_EQ(Train().rows, 0);
     EXPECT_EQ(Select("SELECT Count(*) FROM Train WHERE ID > 0"), std::vector<std::string>{"200"});
     EXPECT_EQ(Train().rows, 200);
+}
+
+TEST_F(Plans, EndsOfIndexesAnswerMinAndMax) {
+    EXPECT_EQ(Select("SELECT Max(ID), Min(ID), Count(*), Max(Name) FROM Train"),
+              std::vector<std::string>{"200 | 1 | 200 | name99"});
+    EXPECT_LE(Train().rows, 4);
+    EXPECT_EQ(Select("SELECT Max(ID), Max(At) FROM Train"), std::vector<std::string>{"200 | 2004/8/1"})
+        << "no index begins with At";
+    EXPECT_EQ(Train().rows, 200);
+    EXPECT_EQ(Select("SELECT DISTINCT TrainID FROM Result").size(), 200U);
+    EXPECT_EQ(Result().rows, 200);
+    RunSql(catalog_, "DELETE FROM Train");
+    EXPECT_EQ(Select("SELECT Max(ID), Min(Name), Count(*) FROM Train"), std::vector<std::string>{"Null | Null | 0"});
+}
+
+TEST_F(Plans, SaysWhatItWillDo) {
+    const auto explained = [&](std::u16string_view sql) {
+        std::string text;
+        for (const std::u16string& line : Explain(catalog_, Parse(sql))) text += ToUtf8(line) + "\n";
+        return text;
+    };
+    EXPECT_EQ(explained(u"SELECT TOP 5 ID FROM Train WHERE At > 0 ORDER BY Name"),
+              "top 5\n"
+              "  filter by 1 condition  ~ 60 rows\n"
+              "    walk of Train by index ByName, in its order  ~ 200 rows\n");
+    EXPECT_EQ(explained(u"SELECT ID FROM Train WHERE ID IN (1, 2) OR Name LIKE 'name1*' ORDER BY At"),
+              "sort\n"
+              "  filter by 1 condition  ~ 4 rows\n"
+              "    union of searches in Train  ~ 12 rows\n"
+              "      search of Train by index PrimaryKey (ID in list)\n"
+              "      search of Train by index ByName (Name with prefix)\n");
+    EXPECT_EQ(explained(u"SELECT T.ID FROM Train T LEFT JOIN Result R ON T.ID = R.TrainID WHERE T.ID = 9"),
+              "outer join: for each row\n"
+              "  filter by 1 condition  ~ 1 rows\n"
+              "    search of Train by index PrimaryKey (ID = value), no further test  ~ 1 rows\n"
+              "  search of Result by index ByTrain (TrainID = value), no further test  ~ 10 rows\n");
+    EXPECT_EQ(explained(u"SELECT Max(ID) FROM Train"), "row count and ends of the indexes of Train\n");
 }
 
 TEST_F(Plans, OnlyColumnsThatAreAskedForAreRead) {

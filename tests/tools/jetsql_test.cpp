@@ -51,6 +51,15 @@ TEST_F(JetsqlTest, WritesRows) {
     EXPECT_EQ(Run({"--csv", "--dump", "笔记"}), Run({"--csv", select}));
 }
 
+TEST_F(JetsqlTest, ExplainsAndDoesNotRun) {
+    EXPECT_EQ(Run({"--explain", "SELECT * FROM 笔记 WHERE NoteID = 1; SELECT Max(NoteID) FROM 笔记"}),
+              "filter by 1 condition  ~ 1 rows\n"
+              "  search of 笔记 by index PrimaryKey (NoteID = value), no further test  ~ 1 rows\n"
+              "row count and ends of the indexes of 笔记\n");
+    EXPECT_FALSE(Run({"--explain", "DELETE FROM 笔记"}));
+    EXPECT_EQ(Run({"--csv", "SELECT Count(*) AS N FROM 笔记"}), "\"N\"\r\n2\r\n");
+}
+
 TEST_F(JetsqlTest, AScriptIsRunWhollyOrNotAtAll) {
     const std::string script = Script("INSERT INTO Visits VALUES (1, 5);\nINSERT INTO Visits VALUES (99, 6);");
     const char* const count = "SELECT Count(*) AS N FROM Visits";

@@ -59,6 +59,11 @@ int Commands::Run() {
 
 void Commands::RunSql() {
     SqlRunner runner(dao_, output_, writer_);
+    if (options_.explain) {
+        for (const std::string& script : options_.scripts) runner.Explain(ReadScript(script));
+        for (const std::string& statement : options_.statements) runner.Explain(FromUtf8(statement));
+        return;
+    }
     for (const std::string& script : options_.scripts) runner.Run(ReadScript(script), !options_.each);
     for (const std::string& statement : options_.statements) runner.Run(FromUtf8(statement), false);
 }

@@ -18,7 +18,7 @@ namespace {
 std::unique_ptr<jet::Database> OpenFile(const Options& options) {
     const std::filesystem::path path = ToNativePath(FromUtf8(options.file));
     if (options.create) return jet::Database::Create(path, {.sort_order = options.sort_order});
-    const bool runs_sql = !options.statements.empty() || !options.scripts.empty();
+    const bool runs_sql = !options.explain && (!options.statements.empty() || !options.scripts.empty());
     return jet::Database::Open(path, {.read_only = !runs_sql && options.link.empty()});
 }
 

@@ -23,6 +23,18 @@ void SqlRunner::Run(std::u16string_view text, bool together) {
     storage.CommitTransaction();
 }
 
+void SqlRunner::Explain(std::u16string_view statements) {
+    for (const sql::Statement& statement : sql::ParseScript(statements)) {
+        const jet::Database::Reading reading(database_.Storage());
+        for (const std::u16string& line : sql::Explain(database_.Tables(), statement)) {
+            AppendUtf8(line, output_.Text());
+            output_.Text().push_back('\n');
+        }
+        output_.Breathe();
+    }
+    output_.Flush();
+}
+
 void SqlRunner::RunAll(const std::vector<sql::Statement>& statements) {
     for (std::size_t i = 0; i < statements.size(); ++i) {
         try {

@@ -16,6 +16,9 @@ public:
     SqlRunner(dao::JetDatabase& database, Output& output, TableWriter& writer)
         : database_(database), output_(output), writer_(writer) {}
 
+    // Prints how SELECT statements would be run.
+    void Explain(std::u16string_view statements);
+
     // Runs statements separated by ";" in order. `together`: all of them or none. An error names the statement.
     void Run(std::u16string_view statements, bool together);
 

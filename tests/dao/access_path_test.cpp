@@ -1,0 +1,132 @@
+// The same conditions on a table with indexes and on one without: both must find the same rows, in the same order.
+
+#include <random>
+
+#include "fixture.h"
+
+namespace qmtrain::dao {
+namespace {
+
+class AccessPathTest : public DaoTest {
+protected:
+    AccessPathTest() {
+        for (const char16_t* table : {u"Indexed", u"Plain"}) {
+            database_->Execute(
+                u"CREATE TABLE " + std::u16string(table) +
+                u" (ID LONG, A SHORT, F SINGLE, X DOUBLE, C CURRENCY, D DATETIME, S TEXT(40), M MEMO, G GUID, Y YESNO,"
+                u" N DECIMAL(10, 2), B BINARY(12))");
+        }
+        for (const char16_t* index :
+             {u"CREATE UNIQUE INDEX I1 ON Indexed (ID)", u"CREATE INDEX I2 ON Indexed (A, X DESC)",
+              u"CREATE INDEX I3 ON Indexed (F DESC)", u"CREATE INDEX I4 ON Indexed (X) WITH IGNORE NULL",
+              u"CREATE INDEX I5 ON Indexed (C DESC)", u"CREATE INDEX I6 ON Indexed (D)",
+              u"CREATE INDEX I7 ON Indexed (S)", u"CREATE INDEX I8 ON Indexed (S DESC, ID)",
+              u"CREATE INDEX I9 ON Indexed (G)", u"CREATE INDEX J1 ON Indexed (Y, D DESC)",
+              u"CREATE INDEX J2 ON Indexed (N)", u"CREATE INDEX J3 ON Indexed (B)"}) {
+            database_->Execute(index);
+        }
+        database_->Execute(u"CREATE INDEX J4 ON Indexed (M)");
+        Fill();
+    }
+
+    int Pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
+
+    std::u16string Number() {
+        std::u16string number = ToText(std::int64_t{Pick(60) - 10});
+        if (Pick(3) == 0) number += u".5";
+        return Pick(12) == 0 ? u"Null" : number;
+    }
+
+    // Letters that sort in ways of their own: hyphens count last, widths and cases not at all, accents late.
+    std::u16string Letters() {
+        constexpr std::u16string_view kLetters = u"aAbB-'  éEſsßＡ计算中1\x0130\x0131Ωω";
+        std::u16string text;
+        for (int length = Pick(5); length > 0; --length)
+            text += kLetters[static_cast<std::size_t>(Pick(kLetters.size()))];
+        for (std::size_t at = text.find(u'\''); at != text.npos; at = text.find(u'\'', at + 2))
+            text.insert(at, 1, u'\'');
+        return text;
+    }
+
+    std::u16string Guid() { return u"{0000000" + ToText(std::int64_t{Pick(5)}) + u"-0000-0000-0000-0000000000AB}"; }
+
+    void Fill() {
+        Engine::Instance().BeginTrans();
+        for (int id = 0; id < 400; ++id) {
+            const std::u16string text = Pick(10) == 0 ? u"Null" : u"'" + Letters() + u"'";
+            const std::u16string values = u" VALUES (" + ToText(std::int64_t{id}) + u", " + Number() + u", " +
+                                          Number() + u", " + Number() + u", " + Number() + u", " + Number() + u", " +
+                                          text + u", " + text + u", '" + Guid() + u"', " +
+                                          (Pick(2) == 0 ? u"True" : u"False") + u", " + Number() + u", Null)";
+            database_->Execute(u"INSERT INTO Plain" + values);
+        }
+        database_->Execute(u"INSERT INTO Indexed SELECT * FROM Plain");
+        Engine::Instance().CommitTrans();
+    }
+
+    std::u16string Condition(int depth) {
+        if (depth > 0 && Pick(3) == 0) return u"(" + Condition(depth - 1) + u" AND " + Condition(depth - 1) + u")";
+        if (depth > 0 && Pick(3) == 0) return u"(" + Condition(depth - 1) + u" OR " + Condition(depth - 1) + u")";
+        constexpr const char16_t* kOperators[] = {u" = ", u" = ", u" < ", u" > ", u" <= ", u" >= "};
+        constexpr const char16_t* kNumbers[] = {u"ID", u"A", u"F", u"X", u"C", u"D", u"N"};
+        const std::u16string op = kOperators[Pick(6)];
+        const std::u16string number = kNumbers[Pick(7)];
+        const std::u16string text = Pick(4) == 0 ? u"M" : u"S";
+        switch (Pick(8)) {
+            case 0: return number + u" IN (" + Number() + u", " + Number() + u", " + Number() + u", " + Number() + u")";
+            case 1: return number + u" BETWEEN " + Number() + u" AND " + Number();
+            case 2: return text + u" LIKE '" + Letters() + u"*'";
+            case 3: return text + op + u"'" + Letters() + u"'";
+            case 4: return text + u" IN ('" + Letters() + u"', '" + Letters() + u"')";
+            case 5: return u"(Y = True AND " + number + op + Number() + u")";
+            case 6: return u"G" + op + u"'" + Guid() + u"'";
+            default: return number + op + Number();
+        }
+    }
+
+    std::mt19937 random_{7};
+};
+
+TEST_F(AccessPathTest, FindWhatAScanFinds) {
+    std::size_t found = 0;
+    constexpr const char16_t* kOrders[] = {u"ID",    u"ID DESC",    u"A, X DESC, ID", u"C DESC, ID", u"D DESC, ID",
+                                           u"S, ID", u"S DESC, ID", u"F, ID",         u"N DESC, ID", u"G, ID"};
+    for (int i = 0; i < 600; ++i) {
+        const std::u16string order = u" ORDER BY " + std::u16string(kOrders[Pick(10)]);
+        const std::u16string top = Pick(2) == 0 ? u"TOP 7 " : u"";
+        const std::u16string where = Pick(10) == 0 ? u"" : u" WHERE " + Condition(2);
+        const std::u16string by_index = Column(u"SELECT " + top + u"ID FROM Indexed" + where + order, u"ID");
+        ASSERT_EQ(by_index, Column(u"SELECT " + top + u"ID FROM Plain" + where + order, u"ID"))
+            << ToUtf8(top + where + order);
+        const std::u16string count = Column(u"SELECT Count(*) AS N FROM Indexed" + where, u"N");
+        ASSERT_EQ(count, Column(u"SELECT Count(*) AS N FROM Plain" + where, u"N")) << ToUtf8(where);
+        found += by_index.size();
+    }
+    EXPECT_GT(found, 5000U) << "most conditions find something";
+    for (const char16_t* column : {u"ID", u"A", u"F", u"X", u"C", u"D", u"S", u"N", u"Y", u"G"}) {
+        const std::u16string name(column);
+        const std::u16string ends = u"SELECT Min(" + name + u") & '|' & Max(" + name + u") AS E FROM ";
+        EXPECT_EQ(Column(ends + u"Indexed", u"E"), Column(ends + u"Plain", u"E")) << ToUtf8(name);
+        EXPECT_EQ(Column(u"SELECT DISTINCT " + name + u" FROM Indexed", name),
+                  Column(u"SELECT DISTINCT " + name + u" FROM Plain", name))
+            << ToUtf8(name);
+    }
+}
+
+// Changes of many rows, and rows that come in bulk, leave every index as the rows are; the fixture looks at all of it.
+TEST_F(AccessPathTest, ChangesOfManyRowsKeepTheIndexes) {
+    database_->Execute(u"UPDATE Indexed SET X = X + 1, S = S & 'z' WHERE ID Mod 3 = 0");
+    database_->Execute(u"DELETE FROM Indexed WHERE ID Mod 5 = 0 OR S LIKE 'a*'");
+    database_->Execute(u"INSERT INTO Indexed SELECT ID + 1000 AS ID, A, F, X, C, D, S, M, G, Y, N, B FROM Plain");
+    const std::u16string count = Column(u"SELECT Count(*) AS N FROM Indexed", u"N");
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"INSERT INTO Indexed SELECT * FROM Plain"); }),
+              static_cast<int>(ErrorNumber::DuplicateKey));
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"INSERT INTO Indexed SELECT 5000 AS ID, A, F FROM Plain"); }),
+              static_cast<int>(ErrorNumber::DuplicateKey))
+        << "twice among the new rows";
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM Indexed", u"N"), count);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM Indexed WHERE ID >= 1000", u"N"), u"400");
+}
+
+}  // namespace
+}  // namespace qmtrain::dao
