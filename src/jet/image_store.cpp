@@ -15,15 +15,22 @@ constexpr std::size_t kBlock = std::size_t{64} << 10;
 
 void ImageStore::Keep(PageNumber page, std::span<const std::uint8_t> image) {
     if (slots_.size() <= page) slots_.resize(std::max<std::size_t>(page + 1, slots_.size() * 3 / 2));
-    const std::uint64_t at = std::uint64_t{used_} * page_size_;
+    const std::uint32_t place = free_.empty() ? used_ : free_.back();
+    const std::uint64_t at = std::uint64_t{place} * page_size_;
     if (at < kInMemory) {
-        if (at % kBlock == 0) memory_.emplace_back(kBlock);
-        std::copy(image.begin(), image.end(), memory_.back().begin() + static_cast<std::ptrdiff_t>(at % kBlock));
+        const auto block = static_cast<std::size_t>(at / kBlock);
+        if (block == memory_.size()) memory_.emplace_back(kBlock);
+        std::copy(image.begin(), image.end(), memory_[block].begin() + static_cast<std::ptrdiff_t>(at % kBlock));
     } else {
         if (!file_) file_ = OpenTemporaryFile(*system_);
         file_->WriteAt(at - kInMemory, image);
     }
-    slots_[page] = ++used_;
+    slots_[page] = place + 1;
+    if (free_.empty()) {
+        ++used_;
+    } else {
+        free_.pop_back();
+    }
     ++live_;
 }
 
@@ -39,6 +46,7 @@ void ImageStore::Read(PageNumber page, std::span<std::uint8_t> image) const {
 
 void ImageStore::Drop(PageNumber page) {
     if (!Has(page)) return;
+    free_.push_back(slots_[page] - 1);
     slots_[page] = 0;
     --live_;
 }

@@ -33,7 +33,8 @@ private:
     FileSystem* system_;
     std::uint32_t page_size_;
     std::vector<std::uint32_t> slots_;  // by page number; 0: not kept, else the image's place plus one
-    std::uint32_t used_ = 0;            // places given out
+    std::vector<std::uint32_t> free_;   // places of images that were dropped
+    std::uint32_t used_ = 0;            // places ever given out
     std::uint32_t live_ = 0;
     std::vector<std::vector<std::uint8_t>> memory_;  // blocks of several images
     std::unique_ptr<File> file_;

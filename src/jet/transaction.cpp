@@ -3,8 +3,14 @@
 #include <algorithm>
 
 namespace qmtrain::jet {
+namespace {
+
+constexpr std::size_t kMaxRestored = 4;
+
+}  // namespace
 
 void Transaction::OpenLevel(PageNumber page_count) {
+    while (restored_.size() > kMaxRestored) MergeRestored();
     levels_.push_back({ImageStore(system_, file_.GetFormat().page_size), page_count});
 }
 
@@ -29,6 +35,19 @@ void Transaction::TakeRestored(PageNumber page, std::span<std::uint8_t> bytes) {
 
 void Transaction::DropRestored(PageNumber page) {
     for (ImageStore& store : restored_) store.Drop(page);
+}
+
+// Each undone level leaves a store, of which a long transaction may get many: the last two become one.
+void Transaction::MergeRestored() {
+    const ImageStore& last = restored_.back();
+    ImageStore& before = restored_[restored_.size() - 2];
+    std::vector<std::uint8_t> image(file_.GetFormat().page_size);
+    for (const PageNumber page : last.Pages()) {
+        last.Read(page, image);
+        before.Drop(page);
+        before.Keep(page, image);
+    }
+    restored_.pop_back();
 }
 
 std::vector<PageNumber> Transaction::Restored() const {

@@ -20,6 +20,7 @@ public:
         : system_(system), file_(file), share_(share), cache_(cache), durable_(durable) {}
 
     bool IsOpen() const { return !levels_.empty(); }
+    // Raises DiskFull or DiskError when what undone levels have left cannot be kept.
     void OpenLevel(PageNumber page_count);
 
     // Before a page is changed: its content as it was when the innermost level began.
@@ -69,6 +70,8 @@ private:
         ImageStore images;
         PageNumber page_count;
     };
+
+    void MergeRestored();
 
     FileSystem& system_;
     PageFile& file_;

@@ -120,6 +120,30 @@ TEST_F(UndoTest, RandomLevelsAgreeWithAPlainModel) {
     for (Pages& file : files) file.Compare();
 }
 
+// Each leaves a page to be put back when it is asked for: all are found, and the commit brings none of them into the
+// file changed.
+TEST_F(UndoTest, ManyUndoneLevels) {
+    Pages file(a_);
+    const auto write_each = [&](std::uint32_t value, bool keep) {
+        for (std::size_t at = 0; at < 1500; ++at) {
+            Database::Writing writing(*file);
+            const Pages::Values before = file.Expected();
+            file.Write(at, value);
+            if (!keep) {
+                file.Expect(before);
+            } else {
+                writing.Commit();
+            }
+        }
+    };
+    (*file).BeginTransaction();
+    write_each(1, true);
+    write_each(2, false);
+    write_each(3, false);
+    (*file).CommitTransaction();
+    file.Compare();
+}
+
 // The temporary file of the images fails at any moment of an inner commit: that level is undone in both files, and the
 // levels around it go on.
 TEST_F(UndoTest, AnInnerCommitThatFailsUndoesItsLevelAlone) {
