@@ -108,6 +108,8 @@ void FrmViewPaper::BindEvents() {
     FlexGridQuestions->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) { ShowArrangementMenu(); });
     PicLeftRight->OnDrag = [this](int edge) { DragLeftRight(edge); };
     PicTopBottom->OnDrag = [this](int edge) { DragTopBottom(edge); };
+    PicLeftRight->OnDrop = [this] { LayOut(); };
+    PicTopBottom->OnDrop = [this] { LayOutQuestion(); };
     Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
         if (event.GetKeyCode() == WXK_ESCAPE) {
             EndModal(wxID_CANCEL);
@@ -202,14 +204,15 @@ void FrmViewPaper::DragLeftRight(int edge) {
     const int extent = ui::ToTwips(*this, below_ ? area.y : area.x);
     if (!ui::AcceptsEdge(edge - margin, extent)) return;
     left_right_ = static_cast<double>(edge - margin) / extent;
-    LayOut();
+    const int place = FromDIP(kMargin) + Share(left_right_, below_ ? area.y : area.x);
+    PicLeftRight->Move(below_ ? wxPoint(FromDIP(kMargin), place) : wxPoint(place, FromDIP(kMargin)));
 }
 
 void FrmViewPaper::DragTopBottom(int edge) {
     const int extent = ui::ToTwips(*this, PicRight->GetClientSize().y);
     if (!ui::AcceptsEdge(edge, extent)) return;
     top_bottom_ = static_cast<double>(edge) / extent;
-    LayOutQuestion();
+    PicTopBottom->Move(0, Share(top_bottom_, PicRight->GetClientSize().y));
 }
 
 void FrmViewPaper::mnuViewArr_Click() {

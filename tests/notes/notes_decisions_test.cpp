@@ -194,8 +194,8 @@ TEST_F(NoteListsTest, TheTreeHoldsBanksAndTheirNotesOldestFirst) {
         EXPECT_EQ(Tree(Load(NotesOf(is_net, 1))), "3=第三题库: 6\nVB=VB & SQL: 3 2 1 4 5\n");
         EXPECT_EQ(Tree(Load(NotesOf(is_net, 1, 8))), "");
         EXPECT_EQ(Tree(Load(NotesOf(is_net, -1, 8))), "NO=NO: 7\n");  // in no catalogue
+        EXPECT_EQ(Tree(Load(NotesOf(is_net))), "3=第三题库: 6\nNO=NO: 7\nVB=VB & SQL: 3 2 1 4 5\n");
     }
-    EXPECT_EQ(Tree(Load(NotesOf(false))), "3=第三题库: 6\nNO=NO: 7\nVB=VB & SQL: 3 2 1 4 5\n");
     EXPECT_EQ(LoggedFunctions(), "");
     const std::vector<BankNode> banks = Load(NotesOf(false, 1, 7));
     EXPECT_EQ(banks[1].notes[1].text, kLongNameShown);

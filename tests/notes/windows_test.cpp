@@ -357,12 +357,16 @@ TEST_F(NotesWindowTest, BarsStayAwayFromTheEdges) {
         const int width = ui::ToTwips(window, window.GetClientSize().x);
         const int height = ui::ToTwips(window, window.PicPane->GetClientSize().y);
         const auto left = [&](int edge) {
+            const int before = window.PicLeft->GetSize().x;
             window.PicLeftRight->OnDrag(edge);
+            EXPECT_EQ(window.PicLeft->GetSize().x, before);
+            window.PicLeftRight->OnDrop();
             EXPECT_EQ(window.PicLeft->GetSize().x, window.PicLeftRight->GetPosition().x);
             return window.PicLeftRight->GetPosition().x;
         };
         const auto top = [&](int edge) {
             window.PicTopBottom->OnDrag(edge);
+            window.PicTopBottom->OnDrop();
             const wxRect bar = window.PicTopBottom->GetRect();
             const wxRect note = window.PicNote->GetRect();
             EXPECT_EQ(window.PicQuestion->GetSize().y, bar.y - 2);  // 30 twips
