@@ -366,15 +366,11 @@ void FrmNotes::LeavePreviousNode() {
 // Unlike another node, closing gives the text up for good: it can be called off, and a text that cannot be saved keeps
 // the window open on its note.
 bool FrmNotes::MayClose() {
-    const NoteEditing before = editing_;
     const wxTreeItemId node = NodeOf(selected_key_);
-    if (!editing_.Leave() || !node.IsOk()) return true;
+    if (!editing_.Unsaved() || !node.IsOk()) return true;
     const std::u16string question = SaveQuestion(ui::FromWx(TvNotes->GetItemText(node)));
     const ui::Answer answer = ui::AskYesNoCancel(this, question, kSaveTitle);
-    if (answer == ui::Answer::No || (answer == ui::Answer::Yes && SaveModifyNote(selected_key_))) return true;
-    editing_ = before;
-    ApplyEditing();
-    return false;
+    return answer == ui::Answer::No || (answer == ui::Answer::Yes && SaveModifyNote(selected_key_));
 }
 
 void FrmNotes::ShowListPane(bool list) {
