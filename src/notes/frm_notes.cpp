@@ -103,8 +103,8 @@ FrmNotes::FrmNotes(NotesSource source)
     BuildToolbar();
     PicContent = new wxPanel(this);
     BuildLeft();
-    PicLeftRight = new ui::SplitterBar(PicContent, ui::SplitterBar::Direction::LeftRight);
     PicRight = new wxPanel(PicContent);
+    PicLeftRight = new ui::SplitterBar(PicContent, ui::SplitterBar::Direction::LeftRight);
     BuildListPane();
     BuildNotePane();
     LblFailed = GreyLine(PicRight);
@@ -175,8 +175,8 @@ void FrmNotes::BuildListPane() {
 void FrmNotes::BuildNotePane() {
     PicPane = new wxPanel(PicRight);
     PicQuestion = new wxPanel(PicPane);
-    PicTopBottom = new ui::SplitterBar(PicPane, ui::SplitterBar::Direction::TopBottom);
     PicNote = new wxPanel(PicPane);
+    PicTopBottom = new ui::SplitterBar(PicPane, ui::SplitterBar::Direction::TopBottom);
     BuildQuestion();
     BuildNote();
 }

@@ -76,8 +76,8 @@ void FrmViewPaper::BuildGrid() {
 
 void FrmViewPaper::BuildPanes() {
     using Direction = ui::SplitterBar::Direction;
-    PicLeftRight = new ui::SplitterBar(this, Direction::LeftRight);
     PicRight = new wxPanel(this);
+    PicLeftRight = new ui::SplitterBar(this, Direction::LeftRight);
     PicTitle = new wxPanel(PicRight);
     RtfTitle = new ui::RichTextView(PicTitle);
     Fill(*PicTitle, {Caption(PicTitle, u"试题："), RtfTitle});
@@ -86,8 +86,8 @@ void FrmViewPaper::BuildPanes() {
     RtfChoice = new ui::RichTextView(PicChoice);
     Fill(*PicChoice, {LblChoice, RtfChoice});
     PicChoice->Hide();
-    PicTopBottom = new ui::SplitterBar(PicRight, Direction::TopBottom);
     PicAnswer = new wxPanel(PicRight);
+    PicTopBottom = new ui::SplitterBar(PicRight, Direction::TopBottom);
     LblAnswer = Caption(PicAnswer, u"答案：");
     RtfAnswer = new ui::RichTextView(PicAnswer);
     LblError = Caption(PicAnswer, u"错误信息：");

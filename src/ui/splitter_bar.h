@@ -11,6 +11,7 @@ class SplitterBar : public wxPanel {
 public:
     enum class Direction : std::uint8_t { LeftRight, TopBottom };
 
+    // Made after the panes that it stands between, so that it is drawn above them while it is dragged.
     SplitterBar(wxWindow* parent, Direction direction);
     ~SplitterBar() override;
 
