@@ -103,8 +103,8 @@ FrmNotes::FrmNotes(NotesSource source)
     BuildToolbar();
     PicContent = new wxPanel(this);
     BuildLeft();
-    PicLeftRight = new ui::SplitterBar(PicContent, ui::SplitterBar::Direction::LeftRight);
     PicRight = new wxPanel(PicContent);
+    PicLeftRight = new ui::SplitterBar(PicContent, ui::SplitterBar::Direction::LeftRight);
     BuildListPane();
     BuildNotePane();
     LblFailed = GreyLine(PicRight);
@@ -175,8 +175,8 @@ void FrmNotes::BuildListPane() {
 void FrmNotes::BuildNotePane() {
     PicPane = new wxPanel(PicRight);
     PicQuestion = new wxPanel(PicPane);
-    PicTopBottom = new ui::SplitterBar(PicPane, ui::SplitterBar::Direction::TopBottom);
     PicNote = new wxPanel(PicPane);
+    PicTopBottom = new ui::SplitterBar(PicPane, ui::SplitterBar::Direction::TopBottom);
     BuildQuestion();
     BuildNote();
 }
@@ -242,6 +242,8 @@ void FrmNotes::BindEvents() {
     });
     PicLeftRight->OnDrag = [this](int edge) { DragLeftRight(edge); };
     PicTopBottom->OnDrag = [this](int edge) { DragTopBottom(edge); };
+    PicLeftRight->OnDrop = [this] { LayOut(); };
+    PicTopBottom->OnDrop = [this] { LayOutNote(); };
     Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
         if (event.GetKeyCode() == WXK_ESCAPE) {
             Close();
@@ -364,15 +366,11 @@ void FrmNotes::LeavePreviousNode() {
 // Unlike another node, closing gives the text up for good: it can be called off, and a text that cannot be saved keeps
 // the window open on its note.
 bool FrmNotes::MayClose() {
-    const NoteEditing before = editing_;
     const wxTreeItemId node = NodeOf(selected_key_);
-    if (!editing_.Leave() || !node.IsOk()) return true;
+    if (!editing_.Unsaved() || !node.IsOk()) return true;
     const std::u16string question = SaveQuestion(ui::FromWx(TvNotes->GetItemText(node)));
     const ui::Answer answer = ui::AskYesNoCancel(this, question, kSaveTitle);
-    if (answer == ui::Answer::No || (answer == ui::Answer::Yes && SaveModifyNote(selected_key_))) return true;
-    editing_ = before;
-    ApplyEditing();
-    return false;
+    return answer == ui::Answer::No || (answer == ui::Answer::Yes && SaveModifyNote(selected_key_));
 }
 
 void FrmNotes::ShowListPane(bool list) {
@@ -582,10 +580,18 @@ void FrmNotes::ShowProblem(const std::optional<AutomationError>& problem) {
 
 // Layout
 
+int FrmNotes::LeftRightEdge() const {
+    return static_cast<int>(std::lround(left_right_ * PicContent->GetClientSize().x));
+}
+
+int FrmNotes::TopBottomEdge() const {
+    return static_cast<int>(std::lround(top_bottom_ * PicPane->GetClientSize().y));
+}
+
 void FrmNotes::LayOut() {
     const wxSize area = PicContent->GetClientSize();
     const int bar = FromDIP(ui::SplitterBar::kThickness);
-    const int edge = static_cast<int>(std::lround(left_right_ * area.x));
+    const int edge = LeftRightEdge();
     PicLeft->SetSize(0, 0, edge, area.y);
     PicLeftRight->SetSize(edge, 0, bar, area.y);
     PicRight->SetSize(edge + bar, 0, std::max(1, area.x - edge - bar), area.y);
@@ -595,7 +601,7 @@ void FrmNotes::LayOutNote() {
     if (!PicPane->IsShown()) return;
     const wxSize area = PicPane->GetClientSize();
     const int bar = FromDIP(ui::SplitterBar::kThickness);
-    const int edge = static_cast<int>(std::lround(top_bottom_ * area.y));
+    const int edge = TopBottomEdge();
     const int gap = ui::ToPixels(*this, kBarGap);
     const int top = edge + bar + gap;
     PicQuestion->SetSize(0, 0, area.x, std::max(1, edge - gap));
@@ -607,14 +613,14 @@ void FrmNotes::DragLeftRight(int edge) {
     // Measured by the window, not by the panel that the bar lies in.
     if (!ui::StaysAway(edge, ui::ToTwips(*this, GetClientSize().x), kLeastBeside)) return;
     left_right_ = static_cast<double>(edge) / ui::ToTwips(*this, PicContent->GetClientSize().x);
-    LayOut();
+    PicLeftRight->Move(LeftRightEdge(), 0);
 }
 
 void FrmNotes::DragTopBottom(int edge) {
     const int extent = ui::ToTwips(*this, PicPane->GetClientSize().y);
     if (!ui::StaysAway(edge, extent, kLeastAbove)) return;
     top_bottom_ = static_cast<double>(edge) / extent;
-    LayOutNote();
+    PicTopBottom->Move(0, TopBottomEdge());
 }
 
 }  // namespace qmtrain::notes

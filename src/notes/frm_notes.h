@@ -107,6 +107,8 @@ private:
 
     void LayOut();
     void LayOutNote();
+    int LeftRightEdge() const;
+    int TopBottomEdge() const;
     void DragLeftRight(int edge);
     void DragTopBottom(int edge);
 

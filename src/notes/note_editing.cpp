@@ -5,6 +5,7 @@ namespace qmtrain::notes {
 void NoteEditing::EndEditing() {
     modifying_ = false;
     changed_ = false;
+    save_failed_ = false;
     text_locked_ = true;
     name_shown_ = false;
 }

@@ -22,7 +22,13 @@ public:
     void SavedOnLeaving() { save_enabled_ = false; }
 
     // What was typed could not be saved, so that it can be changed and saved again.
-    void SaveFailed() { modify_enabled_ = true; }
+    void SaveFailed() {
+        modify_enabled_ = true;
+        save_failed_ = true;
+    }
+
+    // Whether closing the window would drop what was typed into the note.
+    bool Unsaved() const { return save_failed_ || (modifying_ && changed_); }
 
     // The note has been deleted and another node takes its place.
     void Deleted();
@@ -43,6 +49,7 @@ private:
     bool name_shown_ = false;
     bool modifying_ = false;
     bool changed_ = false;
+    bool save_failed_ = false;
 };
 
 }  // namespace qmtrain::notes

@@ -20,7 +20,8 @@ std::vector<NoteNode> LoadDataCodeNotes(const NotesSource& source, std::u16strin
         const auto rows = note->GetRecordset(BankNotesQuery(data_code, source.subject_code, source.user_id));
         for (; rows && !rows->Eof(); rows->MoveNext()) {
             const std::int32_t id = ToLong(rows->Fields(u"NoteId").Value());
-            nodes.push_back({id, ShortName(TextOr(rows->Fields(u"Name").Value(), u""))});
+            nodes.push_back({id, ShortName(TextOr(rows->Fields(u"Name").Value(), u"")),
+                             LongOr(rows->Fields(u"SubjectCode").Value(), 0)});
         }
     });
 }
@@ -98,11 +99,15 @@ std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note,
         });
         for (; rows && !rows->Eof(); rows->MoveNext()) {
             const std::u16string code = TextOr(rows->Fields(u"DataCode").Value(), u"");
-            const bool known = catalogue.LoadFromDataCode(code, source.subject_code);
             const TrapWatch of_notes;
-            banks.push_back({code, known && !catalogue.Description().empty() ? catalogue.Description() : code,
-                             LoadDataCodeNotes(source, code)});
+            std::vector<NoteNode> notes = LoadDataCodeNotes(source, code);
             if (problem != nullptr && !*problem) *problem = of_notes.First();
+            // The network edition's catalogue has no bank of any subject: its notes tell whose it is.
+            const bool of_any = source.subject_code == -1 && !notes.empty();
+            const bool known =
+                catalogue.LoadFromDataCode(code, of_any ? notes.front().subject_code : source.subject_code);
+            banks.push_back(
+                {code, known && !catalogue.Description().empty() ? catalogue.Description() : code, std::move(notes)});
         }
     });
 }

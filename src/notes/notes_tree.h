@@ -41,6 +41,7 @@ std::u16string ShortName(std::u16string_view name);
 struct NoteNode {
     std::int32_t id = 0;
     std::u16string text;
+    std::int32_t subject_code = 0;
 };
 
 struct BankNode {

@@ -76,8 +76,8 @@ void FrmViewPaper::BuildGrid() {
 
 void FrmViewPaper::BuildPanes() {
     using Direction = ui::SplitterBar::Direction;
-    PicLeftRight = new ui::SplitterBar(this, Direction::LeftRight);
     PicRight = new wxPanel(this);
+    PicLeftRight = new ui::SplitterBar(this, Direction::LeftRight);
     PicTitle = new wxPanel(PicRight);
     RtfTitle = new ui::RichTextView(PicTitle);
     Fill(*PicTitle, {Caption(PicTitle, u"试题："), RtfTitle});
@@ -86,8 +86,8 @@ void FrmViewPaper::BuildPanes() {
     RtfChoice = new ui::RichTextView(PicChoice);
     Fill(*PicChoice, {LblChoice, RtfChoice});
     PicChoice->Hide();
-    PicTopBottom = new ui::SplitterBar(PicRight, Direction::TopBottom);
     PicAnswer = new wxPanel(PicRight);
+    PicTopBottom = new ui::SplitterBar(PicRight, Direction::TopBottom);
     LblAnswer = Caption(PicAnswer, u"答案：");
     RtfAnswer = new ui::RichTextView(PicAnswer);
     LblError = Caption(PicAnswer, u"错误信息：");
@@ -108,6 +108,8 @@ void FrmViewPaper::BindEvents() {
     FlexGridQuestions->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) { ShowArrangementMenu(); });
     PicLeftRight->OnDrag = [this](int edge) { DragLeftRight(edge); };
     PicTopBottom->OnDrag = [this](int edge) { DragTopBottom(edge); };
+    PicLeftRight->OnDrop = [this] { LayOut(); };
+    PicTopBottom->OnDrop = [this] { LayOutQuestion(); };
     Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
         if (event.GetKeyCode() == WXK_ESCAPE) {
             EndModal(wxID_CANCEL);
@@ -202,14 +204,15 @@ void FrmViewPaper::DragLeftRight(int edge) {
     const int extent = ui::ToTwips(*this, below_ ? area.y : area.x);
     if (!ui::AcceptsEdge(edge - margin, extent)) return;
     left_right_ = static_cast<double>(edge - margin) / extent;
-    LayOut();
+    const int place = FromDIP(kMargin) + Share(left_right_, below_ ? area.y : area.x);
+    PicLeftRight->Move(below_ ? wxPoint(FromDIP(kMargin), place) : wxPoint(place, FromDIP(kMargin)));
 }
 
 void FrmViewPaper::DragTopBottom(int edge) {
     const int extent = ui::ToTwips(*this, PicRight->GetClientSize().y);
     if (!ui::AcceptsEdge(edge, extent)) return;
     top_bottom_ = static_cast<double>(edge) / extent;
-    LayOutQuestion();
+    PicTopBottom->Move(0, Share(top_bottom_, PicRight->GetClientSize().y));
 }
 
 void FrmViewPaper::mnuViewArr_Click() {

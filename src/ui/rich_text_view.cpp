@@ -85,7 +85,7 @@ void RichTextView::Arrange() {
     const int margin = FromDIP(kMargin);
     const int width = std::max(1, GetClientSize().x - 2 * margin);
     layout_ = DocumentLayout(text_, width, *measurer_);
-    SetVirtualSize(width, static_cast<int>(std::min(layout_.Height() + 2 * margin, kMostHeight)));
+    SetVirtualSize(width, static_cast<int>(std::min(layout_.Height() + std::int64_t{2} * margin, kMostHeight)));
     Refresh();
 }
 

@@ -19,10 +19,10 @@ wxColour FreeColour() {
 SplitterBar::SplitterBar(wxWindow* parent, Direction direction) : wxPanel(parent) {
     SetDirection(direction);
     SetBackgroundColour(FreeColour());
-    Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) {
+    Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent&) {
         dragging_ = true;
-        grip_ = direction_ == Direction::LeftRight ? event.GetX() : event.GetY();
         SetBackgroundColour(kHeldColour);
+        Raise();  // the panes keep their sizes until the bar is let go
         Refresh();
         if (!HasCapture()) CaptureMouse();
     });
@@ -45,7 +45,7 @@ void SplitterBar::Drag(const wxMouseEvent& event) {
     if (!dragging_ || !OnDrag) return;
     const wxPoint place = GetPosition();
     const int edge = direction_ == Direction::LeftRight ? place.x + event.GetX() : place.y + event.GetY();
-    OnDrag(ToTwips(*this, edge - grip_));
+    OnDrag(ToTwips(*this, edge));
 }
 
 void SplitterBar::Drop() {
@@ -54,6 +54,7 @@ void SplitterBar::Drop() {
     if (HasCapture()) ReleaseMouse();
     SetBackgroundColour(FreeColour());
     Refresh();
+    if (OnDrop) OnDrop();
 }
 
 }  // namespace qmtrain::ui

@@ -11,6 +11,7 @@ class SplitterBar : public wxPanel {
 public:
     enum class Direction : std::uint8_t { LeftRight, TopBottom };
 
+    // Made after the panes that it stands between, so that it is drawn above them while it is dragged.
     SplitterBar(wxWindow* parent, Direction direction);
     ~SplitterBar() override;
 
@@ -18,8 +19,10 @@ public:
     void SetDirection(Direction direction);
 
     // Called while the bar is dragged, with the edge (left or top, twips) where it is wanted. The owner moves the bar
-    // there or leaves it where it is.
+    // there, above the panes, or leaves it where it is.
     std::function<void(int edge)> OnDrag;
+    // Called when the bar is let go: the owner lays the panes out around it.
+    std::function<void()> OnDrop;
     // "Down" while the mouse button is held on the bar.
     const char16_t* Tag() const { return dragging_ ? u"Down" : u""; }
 
@@ -31,7 +34,6 @@ private:
 
     Direction direction_ = Direction::LeftRight;
     bool dragging_ = false;
-    int grip_ = 0;  // where the mouse holds the bar, in pixels from its edge
 };
 
 }  // namespace qmtrain::ui

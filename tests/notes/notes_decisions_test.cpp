@@ -111,7 +111,8 @@ TEST(NotesEditing, StatesOfTheControls) {
         const char* name;
         const char* steps;
         const char* state;
-        bool asks = false;  // when the node is left then
+        bool asks = false;     // when the node is left then
+        bool unsaved = false;  // when the window is closed then
     };
     const Case cases[] = {
         {"at first", "", "---"},
@@ -119,7 +120,7 @@ TEST(NotesEditing, StatesOfTheControls) {
         {"note", "n", "M-D"},
         {"typed outside modify mode", "nt", "M-D"},
         {"modify mode", "nm", "--D open"},
-        {"typed", "nmt", "-SD open", true},
+        {"typed", "nmt", "-SD open", true, true},
         {"saved", "nmts", "--D"},
         {"typed after saving", "nmtst", "--D"},
         {"saved unchanged", "nms", "--D"},
@@ -130,7 +131,10 @@ TEST(NotesEditing, StatesOfTheControls) {
         {"left, not saved", "nmtLn", "MSD"},
         {"left for a list, not saved", "nmtLl", "-S-"},
         {"modify mode after leaving", "nmtLnm", "--D open"},
-        {"not saved", "nmtsf", "M-D"},
+        {"not saved", "nmtsf", "M-D", false, true},
+        {"not saved, modify pressed again", "nmtsfm", "--D open", false, true},
+        {"not saved, then saved", "nmtsfms", "--D"},
+        {"not saved, left", "nmtsfLn", "M-D"},
         {"deleted", "nmtdn", "M-D"},
         {"the last one deleted", "nmtdl", "---"},
     };
@@ -157,6 +161,7 @@ TEST(NotesEditing, StatesOfTheControls) {
         if (!editing.TextLocked()) state += " open";
         EXPECT_EQ(editing.NameShown(), !editing.TextLocked());
         EXPECT_EQ(state, c.state);
+        EXPECT_EQ(editing.Unsaved(), c.unsaved);
         EXPECT_EQ(editing.Leave(), c.asks);
         EXPECT_FALSE(editing.Leave());
     }
@@ -194,8 +199,8 @@ TEST_F(NoteListsTest, TheTreeHoldsBanksAndTheirNotesOldestFirst) {
         EXPECT_EQ(Tree(Load(NotesOf(is_net, 1))), "3=第三题库: 6\nVB=VB & SQL: 3 2 1 4 5\n");
         EXPECT_EQ(Tree(Load(NotesOf(is_net, 1, 8))), "");
         EXPECT_EQ(Tree(Load(NotesOf(is_net, -1, 8))), "NO=NO: 7\n");  // in no catalogue
+        EXPECT_EQ(Tree(Load(NotesOf(is_net))), "3=第三题库: 6\nNO=NO: 7\nVB=VB & SQL: 3 2 1 4 5\n");
     }
-    EXPECT_EQ(Tree(Load(NotesOf(false))), "3=第三题库: 6\nNO=NO: 7\nVB=VB & SQL: 3 2 1 4 5\n");
     EXPECT_EQ(LoggedFunctions(), "");
     const std::vector<BankNode> banks = Load(NotesOf(false, 1, 7));
     EXPECT_EQ(banks[1].notes[1].text, kLongNameShown);

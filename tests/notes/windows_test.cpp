@@ -182,6 +182,7 @@ TEST_F(NotesWindowTest, LeavingAChangedNoteAsksOnce) {
 }
 
 TEST_F(NotesWindowTest, SavesWhatIsTyped) {
+    test::MessageBoxes boxes;
     FrmNotes window(NotesOf(true, 1, 7));
     WindowScript script;
     script
@@ -221,6 +222,9 @@ TEST_F(NotesWindowTest, SavesWhatIsTyped) {
             EXPECT_EQ(Utf8(window.LblFailed->GetLabelText()), "笔记[名]没有保存：数据库中已经没有这条笔记。");
             EXPECT_TRUE(window.LblFailed->IsShownOnScreen());
             EXPECT_EQ(Buttons(window), "Modify Delete ");  // to try again
+            boxes.Expect(wxID_CANCEL);
+            EXPECT_FALSE(window.Close());  // which would drop it
+            EXPECT_EQ(boxes.Said(), (Texts{"保存修改: 笔记[名]已改变\r\n是否保存？"}));
             window.SelectKey(u"Note1");
             EXPECT_FALSE(window.LblFailed->IsShown());
         })
@@ -357,12 +361,16 @@ TEST_F(NotesWindowTest, BarsStayAwayFromTheEdges) {
         const int width = ui::ToTwips(window, window.GetClientSize().x);
         const int height = ui::ToTwips(window, window.PicPane->GetClientSize().y);
         const auto left = [&](int edge) {
+            const int before = window.PicLeft->GetSize().x;
             window.PicLeftRight->OnDrag(edge);
+            EXPECT_EQ(window.PicLeft->GetSize().x, before);
+            window.PicLeftRight->OnDrop();
             EXPECT_EQ(window.PicLeft->GetSize().x, window.PicLeftRight->GetPosition().x);
             return window.PicLeftRight->GetPosition().x;
         };
         const auto top = [&](int edge) {
             window.PicTopBottom->OnDrag(edge);
+            window.PicTopBottom->OnDrop();
             const wxRect bar = window.PicTopBottom->GetRect();
             const wxRect note = window.PicNote->GetRect();
             EXPECT_EQ(window.PicQuestion->GetSize().y, bar.y - 2);  // 30 twips

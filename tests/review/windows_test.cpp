@@ -620,18 +620,20 @@ TEST_F(ReviewWindowTest, BarsAreDraggedWithinTheirLimits) {
             across.OnDrag(margin + 601);
             EXPECT_EQ(left(), 40);
             across.OnDrag(margin + 4500);
+            across.OnDrop();
             start = left();
             MoveTo(across, {2, 50});
             mouse.MouseDown();
         })
         .Await("the bar is held", [&] { return held(across); })
         .Do([&] {
-            MoveTo(*window, {across.GetPosition().x + 2 - 50, 90});
+            MoveTo(*window, {across.GetPosition().x - 50, 90});
         })
         .Await("dragged to the left", [&] { return left() == start - 50; })
         .Do([&] {
-            MoveTo(*window, {grid.GetPosition().x + 2 + 40, 90});  // 600 twips: refused
-            MoveTo(*window, {grid.GetPosition().x + 2 + 41, 90});
+            EXPECT_EQ(grid.GetSize().x, start);                // the panes wait until the bar is let go
+            MoveTo(*window, {grid.GetPosition().x + 40, 90});  // 600 twips: refused
+            MoveTo(*window, {grid.GetPosition().x + 41, 90});
         })
         .Await("the least width", [&] { return left() == 41; })
         .Do([&] { mouse.MouseUp(); })
@@ -647,7 +649,7 @@ TEST_F(ReviewWindowTest, BarsAreDraggedWithinTheirLimits) {
         .Await("the other bar is held", [&] { return held(down); })
         .Do([&] {
             MoveTo(*window->PicRight, {90, 2});  // beyond the limit
-            MoveTo(*window->PicRight, {90, start + 2 + 30});
+            MoveTo(*window->PicRight, {90, start + 30});
         })
         .Await("dragged down", [&] { return top() == start + 30; });
     script.Play(*window);
@@ -688,6 +690,7 @@ TEST_F(ReviewWindowTest, TheQuestionStandsBesideOrBelowTheList) {
         EXPECT_TRUE(below());
         const int margin = ui::ToTwips(window, grid.GetPosition().y);
         window.PicLeftRight->OnDrag(margin + 1500);
+        window.PicLeftRight->OnDrop();
         EXPECT_EQ(grid.GetSize().y, 100);
         window.mnuViewArr_Click();
         EXPECT_TRUE(beside());
