@@ -407,7 +407,9 @@ void Database::AddColumn(std::u16string_view name, const ColumnSpec& spec) {
     const auto page = static_cast<PageNumber>(object.id);
     Properties properties = ReadProperties(name);
     DefinitionEditor editor(*this, object.name, page);
+    const bool fixed_only = editor.definition.variable_columns == 0;
     editor.AddColumn(spec);
+    if (fixed_only && editor.definition.variable_columns > 0) TableAt(page)->GiveRowsVariablePart();
     editor.Write();
     AddColumnProperties(spec, properties);
     SystemCatalog(*this).WriteProperties(object, properties.Write());

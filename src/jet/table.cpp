@@ -534,6 +534,25 @@ void Table::Delete(RowPointer where) {
     Follow(CascadesOfDelete(*this, tables_, row));
 }
 
+void Table::GiveRowsVariablePart() {
+    std::vector<RowPointer> rows;
+    RowCursor cursor(*this);
+    for (cursor.Scan(); cursor.Next();) rows.push_back(cursor.Row());
+    for (const RowPointer row : rows) {
+        if (!cursor.MoveTo(row)) continue;
+        const ByteView old = cursor.View().Bytes();
+        const std::size_t mask = MaskBytes(old.U16(0));
+        const std::size_t end = old.Size() - mask;
+        constexpr std::size_t kPart = 6;  // end of the data, offset of the one column, number of columns
+        Bytes bytes(old.Data(), old.Data() + old.Size());
+        bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(end), kPart, 0);
+        Put(&bytes[end], static_cast<std::uint16_t>(end));
+        Put(&bytes[end + 2], static_cast<std::uint16_t>(end));
+        Put(&bytes[end + 4], std::uint16_t{1});
+        ReplaceRow(row, bytes);
+    }
+}
+
 // What related tables do after a change here. A row may have gone with an earlier one.
 void Table::Follow(const std::vector<Cascade>& cascades) {
     for (const Cascade& cascade : cascades) {

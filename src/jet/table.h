@@ -59,6 +59,10 @@ public:
     // Fills an index, which must be empty, from the rows. Raises DuplicateKey and the like.
     void BuildIndex(std::size_t index);
 
+    // Before the table gets its first column of variable length: whether a row has the part that lists such columns is
+    // known from the definition alone, so every row must have it then.
+    void GiveRowsVariablePart();
+
     // Gives back all pages of rows, long values and indexes. The definition then names none of them any more.
     void FreeAllPages();
     void FreeLongValues(std::size_t column);

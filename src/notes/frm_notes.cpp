@@ -344,7 +344,7 @@ void FrmNotes::TvNotes_NodeClick(const std::u16string& key) {
     const NodeKind kind = KindOf(key);
     if (kind == NodeKind::Note) {
         editing_.NoteShown();
-        ShowNote(key);
+        if (!ShowNote(key)) editing_.NoteNotLoaded();
     } else {
         editing_.ListShown();
         ShowNodeList(key);
@@ -433,8 +433,9 @@ bool FrmNotes::MakeNoteObject() {
     return note_ != nullptr;
 }
 
-void FrmNotes::ShowNote(const std::u16string& key) {
-    Trapped(u"FrmNotes.ShowNote", [&] {
+// False when the pane still shows what it showed before.
+bool FrmNotes::ShowNote(const std::u16string& key) {
+    return Trapped(u"FrmNotes.ShowNote", false, [&](bool& shown) {
         SetText(LblNoteName, ui::FromWx(TvNotes->GetItemText(NodeOf(key))));
         LblNoteName->Show();
         const auto id = NoteOf(key);
@@ -443,6 +444,7 @@ void FrmNotes::ShowNote(const std::u16string& key) {
         date_text_ = CreateDateText(note_->CreateDate());
         SetText(LblViewTimes, ViewTimesText(note_->ViewTimes()));
         TxtNoteName->ChangeValue(ui::ToWx(note_->Name()));
+        shown = true;
         ShowQuestion();
     });
 }

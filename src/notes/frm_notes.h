@@ -89,7 +89,7 @@ private:
     void KeepListColumns();
     void AddListColumn(std::u16string_view title);
     void ShowListPane(bool list);
-    void ShowNote(const std::u16string& key);
+    bool ShowNote(const std::u16string& key);
     void ShowQuestion();
     void LvNotes_DblClick();
     void BtnViewAnswer_Click();

@@ -9,6 +9,9 @@ public:
     void ListShown();
     void NoteShown();
 
+    // It could not be loaded: what the pane shows is another note's, which must not be saved under this one.
+    void NoteNotLoaded() { modify_enabled_ = false; }
+
     // The tool bar's buttons.
     void Modify();
     void Save();

@@ -170,6 +170,28 @@ TEST_F(DatabaseTest, BothEnginesCommitOrNone) {
     engine.Use(nullptr);
 }
 
+// Rows that have columns of fixed length only stay readable when the first other one comes.
+TEST_F(DatabaseTest, TheFirstColumnOfVariableLength) {
+    for (const char16_t* type : {u"MEMO", u"TEXT(20)"}) {
+        database_->Execute(u"CREATE TABLE Numbers (A LONG, F YESNO)");
+        for (int i = 0; i < 300; ++i) {
+            database_->Execute(u"INSERT INTO Numbers VALUES (" + ToText(std::int64_t{i}) + u", True)");
+        }
+        database_->Execute(u"INSERT INTO Numbers (F) VALUES (False)");
+        database_->Execute(u"ALTER TABLE Numbers ADD COLUMN B LONG");
+        database_->Execute(u"UPDATE Numbers SET B = A + 1 WHERE A < 100");
+        database_->Execute(u"ALTER TABLE Numbers ADD COLUMN C " + std::u16string(type));
+        EXPECT_EQ(Column(u"SELECT Count(*) & '/' & Count(B) & '/' & Sum(A) & '/' & Sum(B) & '/' & Sum(F) & '/' &"
+                         u" Count(C) AS N FROM Numbers",
+                         u"N"),
+                  u"301/100/44850/5050/-300/0");
+        database_->Execute(u"UPDATE Numbers SET C = 'x' & A WHERE A > 297 Or A Is Null");
+        EXPECT_EQ(Column(u"SELECT C FROM Numbers WHERE C Is Not Null ORDER BY A", u"C"), u"x x298 x299");
+        EXPECT_TRUE(jet::CheckDatabase(database_->Storage()).defects.empty());
+        database_->Execute(u"DROP TABLE Numbers");
+    }
+}
+
 TEST_F(DatabaseTest, LinkedTables) {
     const auto other = JetDatabase::Create(Name(u"Other.mdb"));
     other->Execute(u"CREATE TABLE Bank (Code TEXT(10) PRIMARY KEY)");

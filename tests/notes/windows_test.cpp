@@ -300,6 +300,19 @@ TEST_F(NotesWindowTest, WhatCannotBeDeletedStays) {
     EXPECT_EQ(LoggedFunctions(), "Note.Delete");
 }
 
+// The pane goes on showing the note before, whose text must not be saved under this one.
+TEST_F(NotesWindowTest, ANoteThatIsGoneCannotBeEdited) {
+    InWindow([&](FrmNotes& window) {
+        window.SelectKey(u"Note1");
+        EXPECT_TRUE(window.ButtonEnabled(u"Modify"));
+        Execute(u"DELETE FROM Notes WHERE NoteID = 2");
+        window.SelectKey(u"Note2");
+        EXPECT_FALSE(window.ButtonEnabled(u"Modify"));
+        window.SelectKey(u"Note1");
+        EXPECT_TRUE(window.ButtonEnabled(u"Modify"));
+    });
+}
+
 TEST_F(NotesWindowTest, ShowsAnswersInBoxes) {
     test::MessageBoxes boxes;
     FrmNotes window(NotesOf(true, 1, 7));
