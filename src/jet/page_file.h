@@ -44,6 +44,9 @@ public:
     // Writes what the frames hold; they are in order.
     void Write(std::span<Frame* const> frames);
 
+    // False when another file, or none, stands in its place: what is written to this one would be lost.
+    bool IsInPlace() { return file_->IsAt(path_); }
+
     // False when hard links give the file more names: others would lock it under another.
     bool HasOneName() { return file_->HasOneName(); }
 

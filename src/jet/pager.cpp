@@ -67,6 +67,7 @@ void Pager::BeginReading() {
 void Pager::BeginChanging() {
     if (!MayChange()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
     if (!file_.HasOneName()) Raise(ErrorNumber::ReadOnly, {FileName(), kManyNames});
+    if (!file_.IsInPlace()) Raise(ErrorNumber::DiskError, {FileName(), u"文件已被移走或替换，请重新打开。"});
     share_.BeginOperation();
     try {
         share_.LockToChange();

@@ -165,6 +165,17 @@ TEST_F(BesideTest, JournalsOfOthers) {
     }
 }
 
+// A file that was put in the place of an open one gets no rows behind its user's back, and the user is told.
+TEST_F(BesideTest, AFileThatWasReplacedIsNotWritten) {
+    const auto database = Open(file_);
+    Insert(*database, u"T", {50});
+    fs::rename(file_, folder_.Path() / "Old.mdb");
+    EXPECT_EQ(ErrorOf([&] { Insert(*database, u"T", {51}); }), static_cast<int>(ErrorNumber::DiskError));
+    fs::copy_file(folder_.Path() / "Old.mdb", file_);
+    EXPECT_EQ(ErrorOf([&] { Insert(*database, u"T", {51}); }), static_cast<int>(ErrorNumber::DiskError));
+    EXPECT_EQ(Count(), 11U);
+}
+
 TEST_F(BesideTest, ALockFileIsNoDatabase) {
     const fs::path lock = folder_.Path() / "Bank.ldb";
     fs::copy_file(file_, lock);
