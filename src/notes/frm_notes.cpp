@@ -463,7 +463,7 @@ void FrmNotes::DeleteNote() {
         const wxTreeItemId node = NodeOf(key);
         if (!node.IsOk() || KindOf(key) != NodeKind::Note) return;
         const std::u16string question = DeleteQuestion(ui::FromWx(TvNotes->GetItemText(node)));
-        if (ui::AskYesNo(this, question, kDeleteTitle) != ui::Answer::Yes) return;
+        if (ui::AskYesNo(this, question, kDeleteTitle, ui::Answer::No) != ui::Answer::Yes) return;
         const auto id = NoteOf(key);
         if (!id || !MakeNoteObject()) return;
         if (!note_->Delete(*id) && note_->LoadFromID(*id, false, -1)) return;  // still there: it stays in the tree
