@@ -88,7 +88,7 @@ std::vector<Bank> BanksOf(const DataFolder& folder, Edition edition) {
     }
     for (Bank& bank : banks) {
         try {
-            ReadQuestions(is_net ? folder.LocalPaper() : InFolder(folder.Banks(), bank.file), bank, is_net);
+            ReadQuestions(is_net ? folder.LocalPaper() : folder.Bank(bank.file), bank, is_net);
         } catch (const AutomationError& error) {
             bank.problem = error.Description();
         }

@@ -1,5 +1,6 @@
 #include "host/data_folder.h"
 
+#include <algorithm>
 #include <system_error>
 
 #include "bank/schema.h"
@@ -25,6 +26,13 @@ void Look(std::u16string_view file, std::u16string_view table, bool& read_only) 
 
 std::u16string DataFolder::Banks() const {
     return InFolder(path, u"Bank");
+}
+std::u16string DataFolder::Bank(std::u16string_view file) const {
+    const bool plain = !file.empty() && file != u"." && file != u".." &&
+                       file.find_first_of(u"\\/:*?\"<>|") == std::u16string_view::npos &&
+                       std::all_of(file.begin(), file.end(), [](char16_t unit) { return unit >= u' '; });
+    if (!plain) Raise(ErrorNumber::InvalidPath, {file});
+    return InFolder(Banks(), file);
 }
 std::u16string DataFolder::LocalPaper() const {
     return InFolder(path, u"LocalPaper.mdb");

@@ -10,7 +10,11 @@ namespace qmtrain::host {
 struct DataFolder {
     std::u16string path;
 
-    std::u16string Banks() const;       // stand-alone edition: Total.mdb and the banks
+    std::u16string Banks() const;  // stand-alone edition: Total.mdb and the banks
+
+    // A bank lies in the folder of its catalogue: raises InvalidPath for a name that leads out of it.
+    std::u16string Bank(std::u16string_view file) const;
+
     std::u16string LocalPaper() const;  // network edition
     std::u16string Host() const;        // the host's own: papers, and practices that have not been handed in
 };

@@ -52,9 +52,11 @@ struct ListColumn {
     std::u16string_view title;
     int width;  // the least one
     wxAlignment alignment;
+    bool spare = false;
 };
 
-// The column of names takes what the others leave, and ends with an ellipsis.
+// The column of names takes what the others leave, and ends with an ellipsis. Where there is no room for all, spare
+// columns are left out, the last one first.
 class Columns {
 public:
     Columns(wxDataViewListCtrl& list, const std::vector<ListColumn>& all, std::size_t flexible)
@@ -67,11 +69,17 @@ public:
         }
     }
     void Fit() const {
-        int others = list_.FromDIP(kWide);
-        for (std::size_t i = 0; i < columns_.size(); ++i) {
-            if (i != flexible_) others += list_.FromDIP(columns_[i].width);
+        const int width = list_.GetClientSize().x;
+        int all = 0;
+        for (const ListColumn& one : columns_) all += list_.FromDIP(one.width);
+        for (std::size_t i = columns_.size(); i-- > 0;) {
+            const bool left_out = columns_[i].spare && all > width;
+            if (left_out) all -= list_.FromDIP(columns_[i].width);
+            wxDataViewColumn& column = *list_.GetColumn(static_cast<unsigned>(i));
+            if (column.IsHidden() != left_out) column.SetHidden(left_out);
         }
-        const int room = std::max(list_.FromDIP(columns_[flexible_].width), list_.GetClientSize().x - others);
+        const int least = list_.FromDIP(columns_[flexible_].width);
+        const int room = std::max(least, width - (all - least) - list_.FromDIP(kWide));
         list_.GetColumn(static_cast<unsigned>(flexible_))->SetWidth(room);
     }
 
@@ -194,9 +202,9 @@ wxSizer* MainWindow::BuildPapers(wxWindow* page) {
                         {{u"试卷号", 56, wxALIGN_RIGHT},
                          {u"名称", 96, wxALIGN_LEFT},
                          {u"题数", 44, wxALIGN_RIGHT},
-                         {u"分钟", 44, wxALIGN_RIGHT},
+                         {u"分钟", 44, wxALIGN_RIGHT, true},
                          {u"最好", 60, wxALIGN_RIGHT},
-                         {u"次数", 48, wxALIGN_CENTRE}},
+                         {u"次数", 48, wxALIGN_CENTRE, true}},
                         1);
     box->Add(LvPapers, 1, wxEXPAND);
     Nothing = new wxPanel(page, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
@@ -235,10 +243,10 @@ wxSizer* MainWindow::BuildPast(wxWindow* page) {
     box->Add(figures, 0, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
     box->Add(MakeLabel(page, u"最近的练习", TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
     LvLast = MakeList(page, u"最近的练习",
-                      {{u"日期", 120, wxALIGN_LEFT},
+                      {{u"日期", 112, wxALIGN_LEFT},
                        {u"试卷", 72, wxALIGN_LEFT},
-                       {u"方式", 56, wxALIGN_LEFT},
-                       {u"用时", 64, wxALIGN_RIGHT},
+                       {u"方式", 56, wxALIGN_LEFT, true},
+                       {u"用时", 64, wxALIGN_RIGHT, true},
                        {u"得分", 88, wxALIGN_RIGHT},
                        {u"结果", 72, wxALIGN_LEFT}},
                       1);
@@ -367,18 +375,23 @@ std::int32_t MainWindow::SubjectCode() const {
 
 void MainWindow::Fill() {
     const wxWindowUpdateLocker locker(this);
+    const std::int32_t user = UserId();  // their places may be others' afterwards
+    const std::int32_t subject = SubjectCode();
+    const int row = LvPapers->GetSelectedRow();
+    const bool selected = row >= 0 && static_cast<std::size_t>(row) < overview_.papers.size();
+    const std::int32_t paper = selected ? overview_.papers[static_cast<std::size_t>(row)].paper.number : -1;
     overview_ = {};
-    Guarded([this] {
+    Guarded([&] {
         users_ = CandidatesOf(folder_);
         subjects_ = SubjectsOf(folder_);
-        FillPeople(UserId(), SubjectCode());
+        FillPeople(user, subject);
         if (SubjectCode() != -1) overview_ = ReadOverview(folder_, UserId(), SubjectCode());
     });
     const int chosen = CboUser->GetSelection();
     LblUser->SetLabelText(chosen < 0 ? wxString() : ui::ToWx(users_[static_cast<std::size_t>(chosen)].exam_number));
     BtnRules->Enable(SubjectCode() != -1);
     FillBand();
-    FillPapers();
+    FillPapers(paper);
     FillPast();
     Layout();
     LblUser->GetParent()->Layout();
@@ -419,7 +432,7 @@ void MainWindow::FillBand() {
     Band->Show(!all.empty());
 }
 
-void MainWindow::FillPapers() {
+void MainWindow::FillPapers(std::int32_t selected) {
     LvPapers->DeleteAllItems();
     for (const PaperSummary& one : overview_.papers) {
         wxVector<wxVariant> cells;
@@ -431,7 +444,8 @@ void MainWindow::FillPapers() {
         }
         LvPapers->AppendItem(cells);
     }
-    if (!overview_.papers.empty()) LvPapers->SelectRow(0);
+    const int place = PlaceOf(overview_.papers, selected, [](const PaperSummary& one) { return one.paper.number; });
+    if (!overview_.papers.empty()) LvPapers->SelectRow(static_cast<unsigned>(std::max(0, place)));
     const bool can = !overview_.papers.empty() && UserId() != -1 && !read_only_;
     BtnExam->Enable(can);
     BtnExercise->Enable(can);
@@ -510,6 +524,7 @@ void MainWindow::Resume(std::int32_t train_id) {
         Practise(this, folder_, practice);
     });
     Fill();
+    LvPapers->SetFocus();  // the button that was pressed is gone
 }
 
 void MainWindow::AskDiscard(const UnfinishedPractice& practice) {
@@ -517,6 +532,8 @@ void MainWindow::AskDiscard(const UnfinishedPractice& practice) {
     if (!Confirm(this, question, kTitle, u"放弃(&D)", u"保留(&K)")) return;
     Guarded([&] { Discard(folder_, practice.train_id); });
     Fill();
+    if (BtnDiscard.empty()) return LvPapers->SetFocus();
+    BtnDiscard.front()->SetFocus();  // the button that was pressed is gone
 }
 
 void MainWindow::ReviewSelected() {

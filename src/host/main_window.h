@@ -84,7 +84,7 @@ private:
     void Choose(const Choices& choices);
     void FillPeople(std::int32_t user, std::int32_t subject);
     void FillBand();
-    void FillPapers();
+    void FillPapers(std::int32_t selected);
     void FillPast();
     void ShowNothing();
     void PractiseSelected(Mode mode);

@@ -103,7 +103,7 @@ void NavigatorView::Show(std::size_t index) {
     if (index >= layout_.cells.size()) return;
     const Box& box = layout_.cells[index];
     const int top = GetViewStart().y * kScroll;
-    if (box.y < top) Scroll(-1, box.y / kScroll);
+    if (box.y < top) Scroll(-1, std::max(0, box.y - GetCharHeight() - FromDIP(kTiny)) / kScroll);  // with its caption
     if (box.y + box.height > top + GetClientSize().y) {
         Scroll(-1, (box.y + box.height - GetClientSize().y + kScroll - 1) / kScroll);
     }

@@ -16,6 +16,20 @@
 namespace qmtrain::host {
 namespace {
 
+constexpr std::int32_t kMostMinutes = 6000;
+constexpr std::size_t kMostOptions = 26;  // A to Z
+
+// A number that no answer can be would end everything that reads it.
+bool IsLongOrNone(std::u16string_view answer) {
+    if (!IsNumeric(answer)) return true;
+    try {
+        ToLong(answer);
+    } catch (const AutomationError&) {
+        return false;
+    }
+    return true;
+}
+
 std::vector<PaperQuestion> QuestionsOf(dao::Connection& host, std::int32_t paper) {
     std::vector<PaperQuestion> questions;
     const auto rows =
@@ -46,7 +60,7 @@ std::vector<Paper> Papers(const DataFolder& folder, const std::u16string& condit
         paper.title = TextOr(rows->Fields(u"Title").Value(), u"");
         paper.theory_no = LongOr(rows->Fields(u"TheoryNo").Value(), 0);
         paper.operation_no = LongOr(rows->Fields(u"OperationNo").Value(), 0);
-        paper.minutes = LongOr(rows->Fields(u"Minutes").Value(), 60);
+        paper.minutes = std::clamp(LongOr(rows->Fields(u"Minutes").Value(), 60), 0, kMostMinutes);
         paper.questions = QuestionsOf(host, paper.number);
         papers.push_back(std::move(paper));
     }
@@ -63,7 +77,7 @@ std::shared_ptr<TextCollection> OptionsInBank(const DataFolder& folder, const Pa
     DataInfo catalogue;
     catalogue.TotalPath(folder.Banks());
     if (!catalogue.InitDb() || !catalogue.LoadFromDataCode(place.data_code, -1)) return nullptr;
-    const dao::Connection bank(InFolder(folder.Banks(), catalogue.MdbName()));
+    const dao::Connection bank(folder.Bank(catalogue.MdbName()));
     const auto rows = bank->OpenRecordset(u"Select C_ChoiceAnswer,M_answercont From Tbl_ChoiceVice Where C_RecNo='" +
                                           place.rec_no + u"' Order By C_ChoiceAnswer");
     auto options = std::make_shared<TextCollection>();
@@ -103,8 +117,9 @@ std::optional<BankEntry> EntryOf(const DataFolder& folder, Edition edition, std:
     }
     const std::u16string bank = u"题库“" + entry->name + u"”（" +
                                 (edition == Edition::Network ? std::u16string(u"LocalPaper.mdb") : entry->file) + u"）";
-    if (edition == Edition::StandAlone && !FileExists(InFolder(folder.Banks(), entry->file))) {
-        RaiseComponentError(u"qmtrain", bank + u"的文件不存在：" + InFolder(folder.Banks(), entry->file));
+    if (edition == Edition::StandAlone) {
+        const std::u16string file = folder.Bank(entry->file);
+        if (!FileExists(file)) RaiseComponentError(u"qmtrain", bank + u"的文件不存在：" + file);
     }
     RaiseComponentError(u"qmtrain", (bank + u"中的试题 " + place.rec_no + u" 无法使用：").append(otherwise));
 }
@@ -151,6 +166,11 @@ Paper OnlyQuestions(Paper paper, const std::vector<std::int32_t>& numbers) {
 }
 
 Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject, const PaperQuestion& place) {
+    // Before anything is opened.
+    if (edition == Edition::StandAlone) {
+        const std::optional<BankEntry> entry = EntryOf(folder, edition, subject, place.data_code);
+        if (entry) folder.Bank(entry->file);
+    }
     QuestionItem item;
     item.IsNet(edition == Edition::Network);
     item.DataMdbPath(folder.Banks());
@@ -174,6 +194,8 @@ Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t su
     question.stem = ui::StoredText(item.Title());
     question.options = OptionTexts(options.get());
     if (choice && question.options.empty()) missing(u"没有选择项。");
+    if (choice && question.options.size() > kMostOptions) missing(u"选择项太多。");
+    if (choice && !IsLongOrNone(question.answer)) missing(u"标准答案无法识别。");
     if (question.kind == Kind::Fill) {
         FillAnswer answer;
         answer.Answer(item.Answer());

@@ -77,6 +77,9 @@ Practice::Practice(const DataFolder& folder, Paper paper, const Start& start, Pr
       clock_(0, std::move(now)),
       host_(UpgradedHost(folder)) {
     RequireOnce(paper_);
+    if (start_.mode == Mode::Exam && paper_.minutes < 1) {
+        Fail(u"试卷“" + paper_.title + u"”没有考试时间，不能考试，只能练习。");
+    }
     RequireCandidate(folder_, start_.user_id);
     LoadQuestions();
     AddUnfinished();
@@ -104,6 +107,7 @@ Practice::Practice(const DataFolder& folder, std::int32_t train_id, PracticeCloc
     const std::int32_t used = LongOr(state->Fields(u"SecondsUsed").Value(), 0);
     const bool died = ToBoolean(state->Fields(u"Running").Value());
     clock_.Used(used + (died ? kKeepInterval : 0));
+    kept_ = used;
     SaveTime(true);
 }
 
@@ -188,7 +192,12 @@ void Practice::SetMarked(std::size_t index, bool marked) {
 void Practice::Check(std::size_t index) {
     if (start_.mode == Mode::Exam || states_[index].checked) return;
     states_[index].checked = true;
-    Save(index);
+    try {
+        Save(index);
+    } catch (...) {
+        states_[index].checked = false;  // or it could be seen, and changed the next time
+        throw;
+    }
 }
 
 QuestionOutcome Practice::OutcomeOf(std::size_t index) const {
@@ -207,7 +216,8 @@ void Practice::Current(std::size_t index) {
 
 void Practice::Save(std::size_t index) {
     const std::int32_t number = Place(index).number;
-    host_->Atomically([&] {
+    const std::int32_t kept = kept_;
+    const auto save = [&] {
         const auto rows = host_->OpenRecordset(u"Select * From UnfinishedAnswers" + OfTraining(train_id_) +
                                                u" And QuestionNo=" + ToText(number));
         if (HasRow(*rows)) {
@@ -222,13 +232,22 @@ void Practice::Save(std::size_t index) {
         rows->Fields(u"Checked").Value(states_[index].checked);
         rows->Update();
         SaveTime(true);
-    });
+    };
+    try {
+        host_->Atomically(save);
+    } catch (...) {
+        kept_ = kept;
+        throw;
+    }
 }
 
+// Whoever went on with the practice meanwhile has kept another time: one window at a time writes answers.
 void Practice::SaveTime(bool running) {
-    kept_ = clock_.UsedToKeep();
-    host_->Execute(u"Update UnfinishedState Set SecondsUsed=" + ToText(kept_) + u", Running=" +
-                   (running ? u"True" : u"False") + OfTraining(train_id_));
+    const std::int32_t used = clock_.UsedToKeep();
+    host_->Execute(u"Update UnfinishedState Set SecondsUsed=" + ToText(used) + u", Running=" +
+                   (running ? u"True" : u"False") + OfTraining(train_id_) + u" And SecondsUsed=" + ToText(kept_));
+    if (host_->RecordsAffected() == 0) Fail(u"这次练习已经在另一个窗口中打开、交卷或放弃。");
+    kept_ = used;
 }
 
 void Practice::KeepTime() {
@@ -254,6 +273,7 @@ Outcome Practice::HandIn() {
 // The training first: it is listed from the moment in which its results are there, all at once.
 void Practice::Record(const Outcome& outcome) {
     if (IsHandedIn(folder_, train_id_)) Fail(u"这次练习已经在另一个窗口中交卷。");
+    SaveTime(true);
     const std::u16string again = u"答案仍然保留，可以再次交卷。";
     {
         TrainInfo train;

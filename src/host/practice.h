@@ -42,7 +42,7 @@ public:
     Practice(const DataFolder& folder, Paper paper, const Start& start, PracticeClock::Source now = SystemClock());
 
     // Goes on with one that has not been handed in. Raises the component's error when there is none of that number, or
-    // its paper is gone.
+    // its paper is gone. Where it is open already, in this process or another, it takes no answers any more.
     Practice(const DataFolder& folder, std::int32_t train_id, PracticeClock::Source now = SystemClock());
 
     const Paper& GetPaper() const { return paper_; }
@@ -107,7 +107,7 @@ private:
     Start start_;
     std::int32_t train_id_ = -1;
     std::size_t current_ = 0;
-    std::int32_t kept_ = 0;  // seconds used when they were kept last
+    std::int32_t kept_ = 0;  // seconds used as the database has them
     std::vector<Question> questions_;
     std::vector<State> states_;
     PracticeClock clock_;

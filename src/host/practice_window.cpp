@@ -544,7 +544,9 @@ void PracticeWindow::Finished() {
         GoTo(next == wrong.end() ? wrong.front() : *next);
     });
     BtnRedoMistakes->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Redo(Mode::Mistakes); });
-    BtnRedoPaper->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Redo(practice_.GetMode()); });
+    BtnRedoPaper->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+        Redo(practice_.GetMode() == Mode::Exam ? Mode::Exam : Mode::Exercise);  // all of it
+    });
     BtnClose->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Leave(); });
     ShowCells();
     ShowSummary();

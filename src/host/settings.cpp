@@ -1,5 +1,6 @@
 #include "host/settings.h"
 
+#include <cmath>
 #include <vector>
 
 #include "core/convert.h"
@@ -10,6 +11,8 @@
 
 namespace qmtrain::host {
 namespace {
+
+constexpr double kMostNumber = 1e9;
 
 std::u16string Selecting(std::u16string_view name) {
     return std::u16string(u"Select * From Settings Where Name='").append(name).append(u"'");
@@ -46,8 +49,8 @@ void Settings::Set(std::u16string_view name, std::u16string_view value) const {
 }
 
 std::int32_t Settings::Number(std::u16string_view name, std::int32_t otherwise) const {
-    const std::u16string text = Text(name);
-    return IsNumeric(text) ? ToLong(text) : otherwise;
+    const auto number = ParseNumber(Text(name));
+    return number && std::abs(*number) <= kMostNumber ? static_cast<std::int32_t>(*number) : otherwise;
 }
 
 WindowPlace WindowPlace::FromText(std::u16string_view text, WindowPlace otherwise) {

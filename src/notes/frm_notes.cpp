@@ -528,7 +528,7 @@ void FrmNotes::DeleteNote() {
         const wxTreeItemId node = NodeOf(key);
         if (!node.IsOk() || KindOf(key) != NodeKind::Note) return;
         const std::u16string question = DeleteQuestion(ui::FromWx(TvNotes->GetItemText(node)));
-        if (ui::AskYesNo(this, question, kDeleteTitle) != ui::Answer::Yes) return;
+        if (ui::AskYesNo(this, question, kDeleteTitle, ui::Answer::No) != ui::Answer::Yes) return;
         const auto id = NoteOf(key);
         if (!id || !MakeNoteObject()) return;
         const TrapWatch watch;

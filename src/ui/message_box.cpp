@@ -15,8 +15,9 @@ wxString Shown(std::u16string_view text) {
 
 }  // namespace
 
-Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
-    wxMessageDialog box(parent, Shown(text), ToWx(title), wxYES_NO | wxICON_QUESTION);
+Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title, Answer usual) {
+    const long preset = usual == Answer::No ? wxNO_DEFAULT : wxYES_DEFAULT;
+    wxMessageDialog box(parent, Shown(text), ToWx(title), wxYES_NO | preset | wxICON_QUESTION);
     box.SetYesNoLabels(ToWx(u"是(&Y)"), ToWx(u"否(&N)"));
     return box.ShowModal() == wxID_YES ? Answer::Yes : Answer::No;
 }

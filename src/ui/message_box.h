@@ -9,7 +9,8 @@ namespace qmtrain::ui {
 
 enum class Answer : int { Cancel = 2, Yes = 6, No = 7 };
 
-Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title);
+// Enter gives the answer that is usual.
+Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title, Answer usual = Answer::Yes);
 Answer AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title);
 void Inform(wxWindow* parent, std::u16string_view text, std::u16string_view title);
 

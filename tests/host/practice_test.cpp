@@ -2,6 +2,7 @@
 
 #include "host/practice.h"
 
+#include "host/compose.h"
 #include "host/schema.h"
 #include "host/settings.h"
 #include "host_fixture.h"
@@ -130,6 +131,9 @@ TEST_F(PracticeTest, WhatCannotBePractisedIsToldBeforeItStarts) {
               "无法使用：题库中没有这个题号。\n第 3 题：题库目录中没有代码为“XX”的题库（试题 JC030007）。");
     EXPECT_NE(Refusal(paper, {test::kCandidate, Edition::Network}).find(u"LocalPaper.mdb"), std::u16string::npos);
     paper = whole;
+    paper.minutes = 0;
+    EXPECT_NE(Refusal(paper).find(u"没有考试时间"), std::u16string::npos);
+    paper = whole;
     paper.questions.push_back(paper.questions[0]);
     EXPECT_EQ(ToUtf8(Refusal(paper)), "试卷“模拟练习”中试题 JC010004 出现了两次，不能开始练习。");
     paper.questions.clear();
@@ -143,12 +147,45 @@ TEST_F(PracticeTest, WhatCannotBePractisedIsToldBeforeItStarts) {
     EXPECT_EQ(Client(u"Select Count(*) From TrainInfo"), "0\n");
 }
 
-TEST_F(PracticeTest, IsHandedInOnce) {
+TEST_F(PracticeTest, OneWindowAtATimeWritesAnswers) {
     Practice practice(data_, MixedPaper(), {test::kCandidate});
+    practice.Answer(0, u"2");
     Practice other(data_, 1);
-    practice.HandIn();
-    EXPECT_THROW(other.HandIn(), AutomationError);
-    EXPECT_EQ(Client(u"Select Count(*) From TrainResult"), "5\n");
+    EXPECT_THROW(practice.Answer(1, u"1"), AutomationError);
+    EXPECT_THROW(practice.HandIn(), AutomationError) << "it does not know the other one's answers";
+    EXPECT_THROW(practice.Pause(), AutomationError);
+    other.Answer(0, u"4");
+    EXPECT_EQ(other.HandIn().Score(), 10);
+    EXPECT_THROW(practice.HandIn(), AutomationError);
+    EXPECT_EQ(Client(u"Select Count(*), Sum(AnswerScore) From TrainResult"), "5|10\n");
+    Practice given_up(data_, MixedPaper(), {test::kCandidate});
+    Discard(data_, given_up.TrainID());
+    EXPECT_THROW(given_up.Answer(0, u"4"), AutomationError);
+    EXPECT_EQ(Host(u"Select Count(*) From UnfinishedAnswers"), "0\n");
+}
+
+// What the catalogue and the banks hold may come from anywhere.
+TEST_F(PracticeTest, OddBanksAreRefused) {
+    const Paper whole = MixedPaper();
+    std::filesystem::copy_file(folder_.Path() / "Bank" / "JC.mdb", folder_.Path() / "JC.mdb");
+    const std::u16string outside = FromNativePath(folder_.Path() / "JC.mdb");
+    const auto name_bank = [&](const std::u16string& name) {
+        dao::Connection(InFolder(data_.Banks(), u"Total.mdb"))
+            ->Execute(u"Update Tbl_Subject Set C_DataName='" + name + u"' Where C_DataCode='JC'");
+    };
+    for (const std::u16string& name : {std::u16string(u"..\\JC.mdb"), std::u16string(u"../JC.mdb"), outside}) {
+        SCOPED_TRACE(ToUtf8(name));
+        name_bank(name);
+        EXPECT_NE(Refusal(whole), u"");
+        for (const Bank& bank : BanksOf(data_, Edition::StandAlone)) {
+            EXPECT_EQ(bank.problem.empty(), bank.code != u"JC");
+        }
+    }
+    name_bank(u"JC.mdb");
+    EXPECT_EQ(Refusal(whole), u"");
+    const dao::Connection bank(data_.Bank(u"JC.mdb"));
+    bank->Execute(u"Update Tbl_Choice Set C_Answer='99999999999' Where C_RecNo='JC010004'");
+    EXPECT_NE(Refusal(whole).find(u"标准答案无法识别"), std::u16string::npos);
 }
 
 TEST_F(PracticeTest, SomeOfAPaperCanBePractisedAgain) {
@@ -206,6 +243,8 @@ TEST_F(PracticeTest, ADatabaseOfTheEarlierVersionGoesOn) {
     settings.Set(u"User", u"2");
     settings.Set(u"User", u"3");
     EXPECT_EQ(settings.Number(u"User", 1), 3);
+    EXPECT_EQ(settings.Number(u"Zoom", 100), 100);
+    settings.Set(u"Zoom", u"99999999999");
     EXPECT_EQ(settings.Number(u"Zoom", 100), 100);
 }
 

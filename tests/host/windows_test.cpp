@@ -478,7 +478,8 @@ TEST_F(HostWindowTest, UnfinishedPracticesGoOnOrAreGivenUp) {
         })
         .Await("the question", [&] { return boxes_.HasSaid(); })
         .Do([&] {
-            EXPECT_TRUE(window->IsShown()) << "staying is the default";
+            EXPECT_TRUE(window->IsShown());
+            EXPECT_TRUE(boxes_.EnterSaysNo()) << "staying is the default";
             boxes_.Said();
             boxes_.Expect(wxID_YES);
         })
@@ -492,6 +493,7 @@ TEST_F(HostWindowTest, UnfinishedPracticesGoOnOrAreGivenUp) {
         main.BtnDiscard[0]->ProcessWindowEvent(click);
         wxYield();
         EXPECT_EQ(boxes_.Said().size(), 1U);
+        EXPECT_TRUE(boxes_.EnterSaysNo());
         EXPECT_EQ(main.BtnDiscard.size(), answer == wxID_NO ? 2U : 1U);
     }
     EXPECT_EQ(Unfinished(), 1);
@@ -534,6 +536,11 @@ TEST_F(HostWindowTest, ChoicesAndSizesAreRemembered) {
     }
     MainWindow main(data_, {});
     EXPECT_EQ(main.UserId(), 2);
+    main.LvPapers->SelectRow(1);
+    dao::Connection(ClientDatabase(data_.path))->Execute(u"Delete From Tbl_SetUser Where UserID=1");
+    main.Fill();
+    EXPECT_EQ(main.UserId(), 2) << "the same one, wherever he stands now";
+    EXPECT_EQ(main.LvPapers->GetSelectedRow(), 1);
     EXPECT_EQ(main.SubjectCode(), 2);
     EXPECT_EQ(main.GetEdition(), Edition::Network);
     EXPECT_EQ(main.GetClientSize(), main.FromDIP(wxSize(701, 502)));
@@ -611,6 +618,13 @@ TEST_F(HostWindowTest, MuchOfEverythingFits) {
         EXPECT_TRUE(main.LvLast->GetParent()->GetClientRect().Contains(one->GetRect()));
     }
     EXPECT_FALSE(main.LvPapers->GetRect().Intersects(main.LvLast->GetRect()));
+    for (const wxDataViewListCtrl* list : {main.LvPapers, main.LvLast}) {
+        int width = 0;
+        for (unsigned i = 0; i < list->GetColumnCount(); ++i) {
+            if (!list->GetColumn(i)->IsHidden()) width += list->GetColumn(i)->GetWidth();
+        }
+        EXPECT_LE(width, list->GetSize().x) << "the scores are seen";
+    }
 }
 
 TEST_F(HostWindowTest, AnEmptyFolderSaysWhatToDo) {

@@ -259,6 +259,7 @@ TEST_F(NotesWindowTest, Deletes) {
         };
         EXPECT_EQ(remove(u"Note1", wxID_NO), "Note1");
         EXPECT_EQ(boxes.Said(), (Texts{"删除笔记: 是否真的删除\r\n[选择]笔记？"}));
+        EXPECT_TRUE(boxes.EnterSaysNo());
         EXPECT_EQ(ids(), u"1 2 3 4 5 6 7");
         window.SelectKey(u"Note1");
         Change(window, u"新名", u"新");

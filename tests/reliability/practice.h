@@ -52,7 +52,8 @@ public:
         const std::u16string mark = std::u16string(static_cast<std::size_t>(1 + count_ % 7) * 300, u'批') + Number();
         return result_.Update(train_, u"B1", Number(), 1, mark, mark, mark);
     }
-    bool Finish() { return training_.Update(train_, kPracticeEnd, 1); }
+    // A second later each time, so that something changes.
+    bool Finish() { return training_.Update(train_, Date{kPracticeEnd.days + ++finished_ / 86400.0}, 1); }
     bool Write() { return note_.Add(2, u"B1", Number(), u"笔记" + Number(), Number(), false, user_); }
     TrainInfo& Training() { return training_; }
     TrainResult& Result() { return result_; }
@@ -65,6 +66,7 @@ private:
     bool ready_ = false;
     std::int32_t train_ = -1;
     std::int32_t count_ = 0;
+    std::int32_t finished_ = 0;
     TrainInfo training_;
     TrainResult result_;
     Note note_;

@@ -23,10 +23,14 @@ public:
     std::vector<std::string> Said() { return std::exchange(said_, {}); }
     bool HasSaid() const { return !said_.empty(); }
 
+    // Whether Enter would have said no to the last one.
+    bool EnterSaysNo() const { return enter_says_no_; }
+
 private:
     int Enter(wxDialog* dialog) override {
         const auto* box = dynamic_cast<wxMessageDialog*>(dialog);
         if (box == nullptr) return wxID_NONE;
+        enter_says_no_ = (box->GetMessageDialogStyle() & wxNO_DEFAULT) != 0;
         said_.push_back((box->GetCaption() + ": " + box->GetMessage()).utf8_string());
         if (answers_.empty()) {
             ADD_FAILURE() << "unexpected box " << said_.back();
@@ -39,6 +43,7 @@ private:
 
     std::deque<int> answers_;
     std::vector<std::string> said_;
+    bool enter_says_no_ = false;
 };
 
 }  // namespace qmtrain::test
