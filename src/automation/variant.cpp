@@ -59,7 +59,9 @@ Value FromArray(SAFEARRAY* array) {
     if (array == nullptr) return Bytes();
     if (SafeArrayGetDim(array) != 1) Raise(ErrorNumber::TypeMismatch);
     const LockedArray locked(array);
-    return Bytes(locked.Data(), locked.Data() + array->rgsabound[0].cElements);
+    const ULONG count = array->rgsabound[0].cElements;
+    if (locked.Data() == nullptr && count != 0) Raise(ErrorNumber::TypeMismatch);  // its elements were destroyed
+    return Bytes(locked.Data(), locked.Data() + count);
 }
 
 SAFEARRAY* ToArray(const Bytes& bytes) {
@@ -69,9 +71,21 @@ SAFEARRAY* ToArray(const Bytes& bytes) {
     return array;
 }
 
+// An object's default property may be another object, and so on; one that leads back to itself is no value.
 Value FromObject(IDispatch* object) {
-    if (object == nullptr) Raise(ErrorNumber::ObjectNotSet);
-    return Invoke(object, DISPID_VALUE, DISPATCH_PROPERTYGET | DISPATCH_METHOD, {}).ToValue();
+    constexpr int kMostObjects = 8;
+    Variant content(object);
+    for (int i = 0; i < kMostObjects; ++i) {
+        const VARIANT& held = content.Get();
+        if (held.vt != VT_DISPATCH) return content.ToValue();
+        if (held.pdispVal == nullptr) Raise(ErrorNumber::ObjectNotSet);
+        const Variant got = Invoke(held.pdispVal, DISPID_VALUE, DISPATCH_PROPERTYGET | DISPATCH_METHOD, {});
+        VARIANT referring = got.Get();
+        Variant direct;
+        Check(VariantCopyInd(direct.Out(), &referring));
+        content = std::move(direct);
+    }
+    Raise(ErrorNumber::TypeMismatch);
 }
 
 // What lies where the VARIANT refers to, as a VARIANT that owns nothing.

@@ -120,6 +120,12 @@ bool CanTake(VARTYPE place, VARTYPE given) {
     return IsNumber(given) && (IsNumber(place) || place == VT_BSTR);
 }
 
+// Whether an array that keeps its size lies in the variable.
+bool HoldsFixedArray(const VARIANT& variable) {
+    const VARTYPE type = V_VT(&variable);
+    return IsArray(type) && !IsReference(type) && V_ARRAY(&variable) != nullptr && KeepsItsSize(V_ARRAY(&variable));
+}
+
 // Scripts can take elements only out of arrays of variants.
 void GiveArray(Variant& value, VARTYPE element, SAFEARRAY*& variable) {
     const VARIANT& content = value.Get();
@@ -134,7 +140,7 @@ void GiveArray(Variant& value, VARTYPE element, SAFEARRAY*& variable) {
 void GiveToVariable(Variant& value, VARIANT& variable) {
     const VARTYPE type = V_VT(&value.Get());
     const VARTYPE held = V_VT(&variable);
-    if (IsArray(held) && V_ARRAY(&variable) != nullptr && KeepsItsSize(V_ARRAY(&variable))) {
+    if (HoldsFixedArray(variable)) {
         if (!CanTake(held, type)) Raise(ErrorNumber::ArrayFixedOrLocked);
         return GiveArray(value, static_cast<VARTYPE>(held & VT_TYPEMASK), V_ARRAY(&variable));
     }
@@ -243,6 +249,9 @@ void Arguments::Prepare(const Argument& declared, const Passing& passing, Given&
     const VARTYPE type = V_VT(&content);
     if (passing.is_written && IsReference(type) && !CanTake(static_cast<VARTYPE>(type & ~VT_BYREF), passing.type))
         throw ArgumentError{DISP_E_TYPEMISMATCH, given.index};
+    if (passing.is_written && given.argument != nullptr && &content != given.argument && HoldsFixedArray(content) &&
+        !CanTake(type, passing.type))
+        Raise(ErrorNumber::ArrayFixedOrLocked);
     if (passing.is_read) {
         Convert(left_out ? fallback : content, passing.type, value);
     } else {

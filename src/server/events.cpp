@@ -1,5 +1,6 @@
 #include "server/events.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -107,9 +108,11 @@ HRESULT STDMETHODCALLTYPE Events::Point::Advise(IUnknown* sink, DWORD* cookie) {
 }
 
 HRESULT STDMETHODCALLTYPE Events::Point::Unadvise(DWORD cookie) {
-    const auto gone =
-        std::erase_if(events_.listeners_, [&](const Listener& listener) { return listener.cookie == cookie; });
-    return gone != 0 ? S_OK : CONNECT_E_NOCONNECTION;
+    const auto gone = std::ranges::find(events_.listeners_, cookie, &Listener::cookie);
+    if (gone == events_.listeners_.end()) return CONNECT_E_NOCONNECTION;
+    const ComPtr<IUnknown> sink = std::move(gone->sink);  // let go of last: its end may come back here
+    events_.listeners_.erase(gone);
+    return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE Events::Point::EnumConnections(IEnumConnections** out) {

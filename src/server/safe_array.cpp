@@ -20,7 +20,12 @@ public:
     explicit Locked(SAFEARRAY* array) : array_(array) {
         void* data = nullptr;
         if (FAILED(SafeArrayAccessData(array, &data))) Raise(ErrorNumber::TypeMismatch);
-        elements_ = {static_cast<Element*>(data), array->rgsabound[0].cElements};
+        const ULONG count = array->rgsabound[0].cElements;
+        if (data == nullptr && count != 0) {  // its elements were destroyed
+            SafeArrayUnaccessData(array);
+            Raise(ErrorNumber::TypeMismatch);
+        }
+        elements_ = {static_cast<Element*>(data), count};
     }
     Locked(const Locked&) = delete;
     Locked& operator=(const Locked&) = delete;
@@ -64,11 +69,16 @@ void* Passed(VARTYPE type, VARIANT& element) {
     return type == VT_BSTR ? static_cast<void*>(V_BSTR(&element)) : static_cast<void*>(&V_UI1(&element));
 }
 
+// Raises TypeMismatch for an element for which a VARIANT has no room, such as a record.
 Variant ElementAt(SAFEARRAY* array, VARTYPE type, LONG place) {
     Variant element;
     VARIANT* out = element.Out();
-    if (type == VT_VARIANT) {
+    const bool whole = type == VT_VARIANT || type == VT_DECIMAL;  // a decimal lies over the type
+    if (array->pvData == nullptr || SafeArrayGetElemsize(array) > (whole ? sizeof(VARIANT) : sizeof(V_UI8(out))))
+        Raise(ErrorNumber::TypeMismatch);
+    if (whole) {
         automation::Check(SafeArrayGetElement(array, &place, out));
+        if (type == VT_DECIMAL) V_VT(out) = type;
     } else {
         automation::Check(SafeArrayGetElement(array, &place, &V_UI1(out)));
         V_VT(out) = type;

@@ -121,6 +121,28 @@ TEST(VariantTest, AnObjectStandsForItsDefaultProperty) {
     EXPECT_EQ(object->References(), 1);
 }
 
+TEST(VariantTest, AnObjectMayLeadToAnotherButNotToItself) {
+    const auto last = ScriptedObject::Make([](const test::ScriptedCall&, VARIANT& result, EXCEPINFO&) {
+        ToVariant(Value(7), result);
+        return S_OK;
+    });
+    const auto leading_to = [](const ComPtr<ScriptedObject>& next) {
+        return ScriptedObject::Make([next](const test::ScriptedCall&, VARIANT& result, EXCEPINFO&) {
+            result = Variant(next.Get()).Detach();
+            return S_OK;
+        });
+    };
+    EXPECT_EQ(Variant(leading_to(last).Get()).ToValue(), Value(7));
+    ScriptedObject* self = nullptr;
+    const auto itself = ScriptedObject::Make([&](const test::ScriptedCall&, VARIANT& result, EXCEPINFO&) {
+        result = Variant(self).Detach();
+        return S_OK;
+    });
+    self = itself.Get();
+    EXPECT_EQ(ErrorOf([&] { Variant(self).ToValue(); }), static_cast<int>(ErrorNumber::TypeMismatch));
+    EXPECT_EQ(itself->References(), 1);
+}
+
 // The system itself says what a VARIANT of ours means.
 TEST(VariantTest, WhatOtherProgramsGet) {
     struct Case {

@@ -1,11 +1,13 @@
 // A client that passes what nobody should: every kind of argument, by name, through the table of methods, in a script.
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <ocidl.h>
+#include <olectl.h>
 
 #include "automation/scripted_object.h"
 #include "automation/variant.h"
@@ -347,6 +349,65 @@ TEST_F(HostileTest, TextsGoIntoArraysOfTextsAndOfVariants) {
                    Of(VT_BYREF | VT_VARIANT, [&](VARIANT& v) { v.pvarVal = &unset; })}),
               0);
     EXPECT_EQ(V_VT(&unset), VT_EMPTY);
+}
+
+// Elements may be larger than numbers, or not be there.
+TEST_F(HostileTest, ArraysOfAnyElementsAreConvertedOrRefused) {
+    const auto object = server_.Create(CLSID_QuestionItem);
+    const auto question = object.As<IQuestionItem>();
+    const auto set = [&](VARTYPE element, SAFEARRAY* array) {
+        return Try(object.Get(), L"SetInitDocBin", DISPATCH_METHOD,
+                   {Of(static_cast<VARTYPE>(VT_ARRAY | element), [&](VARIANT& v) { v.parray = array; })});
+    };
+    SAFEARRAY* decimals = SafeArrayCreateVector(VT_DECIMAL, 0, 2);
+    DECIMAL seven{};
+    seven.Lo64 = 7;
+    LONG place = 1;
+    ASSERT_EQ(SafeArrayPutElement(decimals, &place, &seven), S_OK);
+    EXPECT_EQ(set(VT_DECIMAL, decimals), 0);
+    SAFEARRAY* bytes = nullptr;
+    ASSERT_EQ(question->GetInitDocBin(&bytes), S_OK);
+    BYTE second = 0;
+    EXPECT_EQ(SafeArrayGetElement(bytes, &place, &second), S_OK);
+    EXPECT_EQ(second, 7);
+
+    SAFEARRAY* wide = nullptr;  // as large as the records of a program
+    ASSERT_EQ(SafeArrayAllocDescriptorEx(VT_I4, 1, &wide), S_OK);
+    wide->cbElements = 4000;
+    wide->rgsabound[0] = {1, 0};
+    ASSERT_EQ(SafeArrayAllocData(wide), S_OK);
+    EXPECT_EQ(set(VT_I4, wide), 13);
+
+    void* data = std::exchange(bytes->pvData, nullptr);
+    EXPECT_EQ(question->SetInitDocBin(&bytes), automation::CodeOf(13));
+    bytes->pvData = data;
+    for (SAFEARRAY* array : {decimals, bytes, wide}) SafeArrayDestroy(array);
+}
+
+// A sink that ends its connection at its own end, when the connection is what held it.
+TEST_F(HostileTest, AListenerMayCallBackAtItsEnd) {
+    ComPtr<IConnectionPoint> point;
+    const auto container = server_.Create(CLSID_UITrain).As<IConnectionPointContainer>();
+    ASSERT_EQ(container->FindConnectionPoint(DIID_IUITrainEvents, point.Out()), S_OK);
+    class Sink final : public ScriptedObject {
+    public:
+        Sink(IConnectionPoint* point, HRESULT& answer) : ScriptedObject({}), point_(point), answer_(answer) {
+            EXPECT_EQ(point->Advise(this, &cookie_), S_OK);
+        }
+        ~Sink() override { answer_ = point_->Unadvise(cookie_); }
+
+        DWORD cookie_ = 0;
+
+    private:
+        IConnectionPoint* point_;
+        HRESULT& answer_;
+    };
+    HRESULT answer = S_OK;
+    auto sink = ComPtr<Sink>(std::make_unique<Sink>(point.Get(), answer).release());
+    const DWORD cookie = sink->cookie_;
+    sink = {};
+    EXPECT_EQ(point->Unadvise(cookie), S_OK);
+    EXPECT_EQ(answer, CONNECT_E_NOCONNECTION);
 }
 
 // ---- calls that no compiler makes ----

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Files that Windows programs of ours write are read and changed on this machine, and the other way round; several
 # Windows programs share one file; one that is killed leaves all of its work or nothing.
-# usage: exchange.sh SOURCES EMULATOR JETSQL.EXE BUILD
-# BUILD is a folder for this machine's jetsql, unless the variable QMTRAIN_NATIVE_JETSQL names one.
+# usage: exchange.sh SOURCES EMULATOR JETSQL.EXE
+# This machine's jetsql is what the variable QMTRAIN_NATIVE_JETSQL names, else the one that ./test --windows has built.
 set -euo pipefail
 
-sources=$1 emulator=$2 program=$3 build=$4
+sources=$1 emulator=$2 program=$3
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
@@ -18,13 +18,8 @@ windows() { "$emulator" "$program" "$@"; }
 here() { "$native" "$@"; }
 same() { cmp -s <(printf '%s' "$1") <(printf '%s' "$2") || fail "$3:"$'\n'"$(diff <(echo "$1") <(echo "$2") | head -20)"; }
 
-native=${QMTRAIN_NATIVE_JETSQL:-}
-if [ -z "$native" ]; then
-  cmake -S "$sources" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQMTRAIN_WINDOWS=OFF -DQMTRAIN_BENCH=OFF \
-    -DBUILD_TESTING=OFF > cmake.log || fail "$(tail -20 cmake.log)"
-  cmake --build "$build" --target jetsql > cmake.log || fail "$(tail -20 cmake.log)"
-  native=$build/tools/jetsql/jetsql
-fi
+native=${QMTRAIN_NATIVE_JETSQL:-$sources/build/native/tools/jetsql/jetsql}
+[ -x "$native" ] || fail "this machine's jetsql is not built: ./test --windows does that, or QMTRAIN_NATIVE_JETSQL names it"
 
 # The structure and the rows of the user's tables; of all tables.
 data() { "$1" "$2" --schema --json --dump TrainInfo --dump TrainResult --dump 科目; }

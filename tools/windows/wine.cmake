@@ -14,5 +14,5 @@ endif()
 
 if(CMAKE_CROSSCOMPILING_EMULATOR)
   add_test(NAME wine COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} wineboot --init)
-  set_tests_properties(wine PROPERTIES FIXTURES_SETUP wine TIMEOUT 120 ENVIRONMENT "${wine_environment}")
+  set_tests_properties(wine PROPERTIES FIXTURES_SETUP wine TIMEOUT 600 ENVIRONMENT "${wine_environment}")
 endif()
