@@ -78,7 +78,9 @@ FolderReport Examine(const DataFolder& folder) {
     try {
         Look(ClientDatabase(folder.path), u"TrainInfo", report.read_only);
         Look(ClientDatabase(folder.path), u"TrainResult", report.read_only);
-        Look(folder.Host(), u"Unfinished", report.read_only);
+        for (const std::u16string_view table : {u"Papers", u"PaperQuestions", u"Unfinished", u"UnfinishedAnswers"}) {
+            Look(folder.Host(), table, report.read_only);
+        }
     } catch (const AutomationError& error) {
         report.state = FolderState::Damaged;
         report.problem = error.Description();

@@ -37,7 +37,7 @@ std::vector<PaperQuestion> QuestionsOf(dao::Connection& host, std::int32_t paper
     for (; !rows->Eof(); rows->MoveNext()) {
         PaperQuestion question;
         question.number = ToLong(rows->Fields(u"QuestionNo").Value());
-        question.type = ToLong(rows->Fields(u"QuestionType").Value());
+        question.type = LongOr(rows->Fields(u"QuestionType").Value(), 0);
         question.data_code = TextOr(rows->Fields(u"DataCode").Value(), u"");
         question.rec_no = TextOr(rows->Fields(u"RecNo").Value(), u"");
         question.score = SingleOr(rows->Fields(u"Score").Value(), 0);
@@ -56,7 +56,7 @@ std::vector<Paper> Papers(const DataFolder& folder, const std::u16string& condit
     for (; !rows->Eof(); rows->MoveNext()) {
         Paper paper;
         paper.number = ToLong(rows->Fields(u"PaperNo").Value());
-        paper.subject = ToLong(rows->Fields(u"SubjectCode").Value());
+        paper.subject = LongOr(rows->Fields(u"SubjectCode").Value(), 0);
         paper.title = TextOr(rows->Fields(u"Title").Value(), u"");
         paper.theory_no = LongOr(rows->Fields(u"TheoryNo").Value(), 0);
         paper.operation_no = LongOr(rows->Fields(u"OperationNo").Value(), 0);

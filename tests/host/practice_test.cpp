@@ -183,6 +183,8 @@ TEST_F(PracticeTest, OddBanksAreRefused) {
     }
     name_bank(u"JC.mdb");
     EXPECT_EQ(Refusal(whole), u"");
+    dao::Connection(data_.Host())->Execute(u"Update PaperQuestions Set QuestionType=Null Where PaperNo=104");
+    EXPECT_EQ(PapersOf(data_, 1).size(), 4U) << "one odd row hides no papers";
     const dao::Connection bank(data_.Bank(u"JC.mdb"));
     bank->Execute(u"Update Tbl_Choice Set C_Answer='99999999999' Where C_RecNo='JC010004'");
     EXPECT_NE(Refusal(whole).find(u"标准答案无法识别"), std::u16string::npos);

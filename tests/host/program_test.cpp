@@ -82,9 +82,12 @@ TEST_F(DataFolderTest, IsExamined) {
         std::ofstream(At(file), std::ios::binary) << whole;
     }
     const std::string whole = test::ReadText(At("Host.mdb"));
-    dao::Connection(data_.Host())->Execute(u"DROP TABLE Unfinished");
-    EXPECT_EQ(Examine(data_).state, FolderState::Damaged);
-    EXPECT_NE(Examine(data_).problem, u"");
+    for (const char16_t* table : {u"Unfinished", u"PaperQuestions"}) {
+        dao::Connection(data_.Host())->Execute(std::u16string(u"DROP TABLE ") + table);
+        EXPECT_EQ(Examine(data_).state, FolderState::Damaged);
+        EXPECT_NE(Examine(data_).problem, u"");
+        std::ofstream(At("Host.mdb"), std::ios::binary) << whole;
+    }
 }
 
 TEST_F(DataFolderTest, ReadOnlyIsSeen) {
