@@ -259,6 +259,7 @@ HRESULT STDMETHODCALLTYPE Object::GetIDsOfNames(Object* self, REFIID reserved, L
                                                 DISPID* out) {
     if (!IsEqualIID(reserved, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     if (names == nullptr || out == nullptr || count == 0) return E_INVALIDARG;
+    if (std::find(names, names + count, nullptr) != names + count) return E_INVALIDARG;
     bool all_known = false;
     const HRESULT code = Answer(*self, [&] {
         std::fill_n(out, count, DISPID_UNKNOWN);

@@ -469,6 +469,9 @@ TEST_F(HostileTest, MalformedCallsAreRefused) {
     LPOLESTR names = name;
     EXPECT_EQ(train->GetIDsOfNames(IID_IUnknown, &names, 1, LOCALE_USER_DEFAULT, &id), DISP_E_UNKNOWNINTERFACE);
     EXPECT_EQ(question->GetIDsOfNames(IID_NULL, nullptr, 1, LOCALE_USER_DEFAULT, &id), E_INVALIDARG);
+    LPOLESTR nameless[] = {name, nullptr};
+    DISPID ids[2] = {};
+    EXPECT_EQ(train->GetIDsOfNames(IID_NULL, nameless, 2, LOCALE_USER_DEFAULT, ids), E_INVALIDARG);
 }
 
 // The members of a class, as its type library describes them.
