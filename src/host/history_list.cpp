@@ -7,6 +7,7 @@
 #include "core/text.h"
 #include "host/data_folder.h"
 #include "host/papers.h"
+#include "host/people.h"
 #include "records/train_info.h"
 #include "review/training_row.h"
 
@@ -66,6 +67,7 @@ std::string HistoryText(const Options& options) {
     RequireReadable({options.data});
     std::u16string problem;
     if (!train.Init(problem)) RaiseComponentError(u"qmtrain", problem.empty() ? u"无法打开练习记录数据库。" : problem);
+    if (options.user_named) RequireCandidate({options.data}, options.user);
     const auto trainings =
         train.GetRecordset(review::TrainingsQuery(options.user, options.subject, review::TrainingOrder::NewestFirst));
     if (!trainings) RaiseComponentError(u"qmtrain", u"无法读取练习历史。");

@@ -6,6 +6,7 @@
 #include "core/text.h"
 #include "dao/dao.h"
 #include "host/sample_questions.h"
+#include "records/ncre_user.h"
 
 namespace qmtrain::host {
 namespace {
@@ -119,6 +120,17 @@ void AddQuestionTypes(const DataFolder& folder, std::int32_t subject) {
             rows->Update();
         }
     });
+}
+
+void RequireCandidate(const DataFolder& folder, std::int32_t user_id) {
+    if (user_id == -1) return;
+    NCREUser user;
+    user.ClientPath(folder.path);
+    user.UserId(-1);
+    user.Init(user_id);
+    if (user_id < 0 || user.UserId() != user_id) {
+        RaiseComponentError(u"qmtrain", u"没有编号为 " + ToText(std::int64_t{user_id}) + u" 的考生。");
+    }
 }
 
 }  // namespace qmtrain::host

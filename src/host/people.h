@@ -25,6 +25,9 @@ struct Subject {
 std::vector<Candidate> CandidatesOf(const DataFolder& folder);
 std::vector<Subject> SubjectsOf(const DataFolder& folder);
 
+// Raises the component's error when there is no candidate of that number; -1 stands for all of them.
+void RequireCandidate(const DataFolder& folder, std::int32_t user_id);
+
 // Adds a new one, or changes what is there; returns its number. Raises the component's error for a name that is empty
 // or too long, and for one that is gone.
 std::int32_t SaveCandidate(const DataFolder& folder, const Candidate& candidate);

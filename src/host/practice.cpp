@@ -10,10 +10,10 @@
 #include "core/text.h"
 #include "core/utilities.h"
 #include "host/overview.h"
+#include "host/people.h"
 #include "host/schema.h"
 #include "host/transaction.h"
 #include "host/unfinished.h"
-#include "records/ncre_user.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
 
@@ -32,14 +32,6 @@ void OpenTrainings(TrainInfo& train, const DataFolder& folder) {
 
 std::u16string OfTraining(std::int32_t train_id) {
     return u" Where TrainID=" + ToText(train_id);
-}
-
-void RequireCandidate(const DataFolder& folder, std::int32_t user_id) {
-    NCREUser user;
-    user.ClientPath(folder.path);
-    user.UserId(-1);
-    user.Init(user_id);
-    if (user_id < 0 || user.UserId() != user_id) Fail(u"没有编号为 " + ToText(user_id) + u" 的考生，不能记录练习。");
 }
 
 // Results know a question by its bank and number.
@@ -80,6 +72,7 @@ Practice::Practice(const DataFolder& folder, Paper paper, const Start& start, Pr
     if (start_.mode == Mode::Exam && paper_.minutes < 1) {
         Fail(u"试卷“" + paper_.title + u"”没有考试时间，不能考试，只能练习。");
     }
+    if (start_.user_id < 0) Fail(u"练习只能记录在一名考生名下。");
     RequireCandidate(folder_, start_.user_id);
     LoadQuestions();
     AddUnfinished();

@@ -322,6 +322,7 @@ void PracticeWindow::ShowQuestion() {
     } else if (practice_.IsChecked(current_)) {
         Question->Reveal(practice_.OutcomeOf(current_));
     }
+    Question->Answers().Enable(!time_over_ || IsOver());
     Navigator->SetCurrent(current_);
     ShowState();
     ShowNoteState();
@@ -443,11 +444,15 @@ void PracticeWindow::Tick() {
     }
     if (left > 0 || covered_ > 0) return;
     timer_.Stop();
+    time_over_ = true;
     {
         const Covering covering(covered_);
         ui::Inform(this, u"时间到，现在交卷。", kTitle);
     }
     HandIn();
+    if (IsOver()) return;
+    ShowQuestion();
+    Notice->ShowMessage(ui::ToWx(u"时间已到，交卷没有成功；答案已经保存，请再次交卷。"), wxICON_WARNING);
 }
 
 // What fails here fails with the next answer, which tells it; the next tick tries again.
@@ -498,7 +503,7 @@ void PracticeWindow::HandIn() {
         timer_.Stop();
         Finished();
     });
-    if (!IsOver() && !timer_.IsRunning()) timer_.Start(1000);  // it can be handed in again
+    if (!IsOver() && !time_over_ && !timer_.IsRunning()) timer_.Start(1000);  // it can be handed in again
 }
 
 // From now on the window shows what came out.

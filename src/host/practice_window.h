@@ -111,9 +111,10 @@ private:
     std::u16string candidate_;
     int zoom_ = 100;
     bool time_hidden_ = false;
-    bool told_ = false;      // a failing save is reported once for each question
-    bool reminded_ = false;  // that little time is left
-    int covered_ = 0;        // boxes and dialogs that are open over the window
+    bool told_ = false;       // a failing save is reported once for each question
+    bool reminded_ = false;   // that little time is left
+    bool time_over_ = false;  // of an exam: what is not handed in yet can only be handed in
+    int covered_ = 0;         // boxes and dialogs that are open over the window
     wxBoxSizer* body_ = nullptr;
     wxBoxSizer* buttons_ = nullptr;
     wxTimer timer_;

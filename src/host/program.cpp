@@ -12,6 +12,7 @@
 #include "core/text.h"
 #include "host/data_folder.h"
 #include "host/main_window.h"
+#include "host/people.h"
 #include "host/practice.h"
 #include "host/practice_window.h"
 #include "host/sample_data.h"
@@ -95,6 +96,7 @@ void PractiseOne(const DataFolder& folder, const Options& options) {
 
 void Open(const DataFolder& folder, const Options& options) {
     if (options.command == "practice") return PractiseOne(folder, options);
+    if (options.user_named && !options.command.empty()) RequireCandidate(folder, options.user);
     const bool main = options.command.empty();  // the other windows take every number, -1 for all
     MainWindow::Choices choices;
     if (main && options.user_named) choices.user = options.user;

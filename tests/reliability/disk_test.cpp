@@ -65,8 +65,8 @@ TEST_F(DiskTest, EachCallOfEachOperation) {
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
-        // The last failure of the operation before was that of removing its journal, which harms nobody: a reader goes on
-        // with it, a writer removes it.
+        // The last failure of the operation before was that of removing its journal, which harms nobody: a reader goes
+        // on with it, a writer removes it.
         jet::Database::Writing(*jet::Database::Open(File()));
         FailEachCall(test.run, ScriptedFiles::After::GoesOn);
         // Where nothing works any more the outcome can remain unknown; the file is whole, and a repetition goes well.

@@ -46,6 +46,17 @@ TEST(Host, InitMakesWhatIsMissing) {
     EXPECT_TRUE(again == made) << "a file that was there has changed";
 }
 
+TEST(Host, RefusesACandidateWhoDoesNotExist) {
+    const test::ScratchFolder scratch;
+    ASSERT_TRUE(test::OutputOf({QMTRAIN_HOST, "init", scratch.Path().string()}));
+    const std::vector<std::string> list = {QMTRAIN_HOST, "list", "--csv", "--data", scratch.Path().string()};
+    for (const auto& [user, known] : {std::pair("-1", true), {"99", false}}) {
+        std::vector<std::string> command = list;
+        command.insert(command.end(), {"--user", user});
+        EXPECT_EQ(test::OutputOf(command).has_value(), known) << user;
+    }
+}
+
 TEST(Host, SaysWhenItCannot) {
     const test::ScratchFolder scratch;
     std::ofstream(scratch.Path() / "file") << "x";
