@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "core/date.h"
-#include "jet/database.h"
 #include "jet/row_cursor.h"
 
 namespace qmtrain::jet {
@@ -84,15 +83,16 @@ Bytes SystemCatalog::UserId(User user) const {
     constexpr std::array<std::array<std::uint8_t, 2>, 4> kIds = {{{2, 3}, {3, 1}, {2, 1}, {2, 4}}};
     const auto& id = kIds[static_cast<std::size_t>(user)];
     Bytes stored(id.begin(), id.end());
-    if (database_.GetPager().GetFormat().version == Version::Jet4) {
-        ApplyCipher(database_.GetPager().GetHeader().user_key, stored);
+    const Pager& pager = tables_.TableAt(kObjectsPage)->GetPager();
+    if (pager.GetFormat().version == Version::Jet4) {
+        ApplyCipher(pager.GetHeader().user_key, stored);
     }
     return stored;
 }
 
 std::vector<CatalogObject> SystemCatalog::Objects() {
     std::vector<CatalogObject> objects;
-    SystemRows rows(database_.SystemTable(kObjectsPage));
+    SystemRows rows(tables_.TableAt(kObjectsPage));
     while (rows.Next()) {
         CatalogObject object;
         object.row = rows.Row();
@@ -124,7 +124,7 @@ std::int32_t SystemCatalog::NewId() {
 
 RowPointer SystemCatalog::AddObject(const CatalogObject& object, const Bytes& owner, const Bytes& properties) {
     const Date now = Now();
-    NewRow row(database_.SystemTable(kObjectsPage));
+    NewRow row(tables_.TableAt(kObjectsPage));
     row.Set(u"Id", object.id)
         .Set(u"ParentId", object.parent)
         .Set(u"Name", object.name)
@@ -141,7 +141,7 @@ RowPointer SystemCatalog::AddObject(const CatalogObject& object, const Bytes& ow
 }
 
 void SystemCatalog::AddAce(std::int32_t object, const Bytes& user, std::int32_t rights, bool inheritable) {
-    NewRow(database_.SystemTable(kAcesPage))
+    NewRow(tables_.TableAt(kAcesPage))
         .Set(u"ObjectId", object)
         .Set(u"SID", user)
         .Set(u"ACM", rights)
@@ -155,7 +155,7 @@ void SystemCatalog::InheritAces(std::int32_t object, std::int32_t container) {
         std::int32_t rights;
     };
     std::vector<Ace> aces;
-    SystemRows rows(database_.SystemTable(kAcesPage));
+    SystemRows rows(tables_.TableAt(kAcesPage));
     while (rows.Next()) {
         if (rows.Number(u"ObjectId") != container || !rows.Boolean(u"FInheritable")) continue;
         aces.push_back({rows.Binary(u"SID"), rows.Number(u"ACM")});
@@ -165,7 +165,7 @@ void SystemCatalog::InheritAces(std::int32_t object, std::int32_t container) {
 }
 
 void SystemCatalog::RemoveRows(PageNumber page, std::u16string_view column, const Value& value) {
-    const std::shared_ptr<Table> table = database_.SystemTable(page);
+    const std::shared_ptr<Table> table = tables_.TableAt(page);
     std::vector<RowPointer> found;
     SystemRows rows(table);
     while (rows.Next()) {
@@ -177,18 +177,18 @@ void SystemCatalog::RemoveRows(PageNumber page, std::u16string_view column, cons
 }
 
 void SystemCatalog::RemoveObject(const CatalogObject& object) {
-    database_.SystemTable(kObjectsPage)->Delete(object.row);
+    tables_.TableAt(kObjectsPage)->Delete(object.row);
     RemoveRows(kAcesPage, u"ObjectId", object.id);
 }
 
 Bytes SystemCatalog::ReadProperties(const CatalogObject& object) {
-    SystemRows rows(database_.SystemTable(kObjectsPage));
+    SystemRows rows(tables_.TableAt(kObjectsPage));
     if (!rows.MoveTo(object.row)) return {};
     return rows.Binary(u"LvProp");
 }
 
 void SystemCatalog::WriteProperties(const CatalogObject& object, const Bytes& properties) {
-    const std::shared_ptr<Table> objects = database_.SystemTable(kObjectsPage);
+    const std::shared_ptr<Table> objects = tables_.TableAt(kObjectsPage);
     const ColumnChange change{objects->Definition().FindColumn(u"LvProp"),
                               properties.empty() ? Value(Null{}) : Value(properties)};
     objects->Update(object.row, std::span(&change, 1));
@@ -202,7 +202,7 @@ std::vector<Relationship> SystemCatalog::Relationships() {
     };
     std::vector<Relationship> relationships;
     std::vector<std::vector<Part>> parts;
-    SystemRows rows(database_.SystemTable(kRelationshipsPage));
+    SystemRows rows(tables_.TableAt(kRelationshipsPage));
     while (rows.Next()) {
         const std::u16string name = rows.Text(u"szRelationship");
         std::size_t at = 0;
@@ -237,7 +237,7 @@ void SystemCatalog::AddRelationship(const Relationship& relationship) {
                               (relationship.cascade_delete ? kCascadeDelete : 0);
     const auto count = static_cast<std::int32_t>(relationship.columns.size());
     for (std::int32_t i = 0; i < count; ++i) {
-        NewRow(database_.SystemTable(kRelationshipsPage))
+        NewRow(tables_.TableAt(kRelationshipsPage))
             .Set(u"szRelationship", relationship.name)
             .Set(u"grbit", bits)
             .Set(u"ccolumn", count)

@@ -11,8 +11,6 @@
 
 namespace qmtrain::jet {
 
-class Database;
-
 // Ids of the objects that every database has.
 inline constexpr std::int32_t kRootContainer = 0x0F000000;
 inline constexpr std::int32_t kTablesContainer = 0x0F000001;
@@ -25,7 +23,7 @@ enum class User : std::uint8_t { Engine, Admin, Users, Creator };
 
 class SystemCatalog {
 public:
-    explicit SystemCatalog(Database& database) : database_(database) {}
+    explicit SystemCatalog(Tables& tables) : tables_(tables) {}
 
     // The id as this file stores it.
     Bytes UserId(User user) const;
@@ -52,7 +50,7 @@ public:
 private:
     void RemoveRows(PageNumber table, std::u16string_view column, const Value& value);
 
-    Database& database_;
+    Tables& tables_;
 };
 
 }  // namespace qmtrain::jet
