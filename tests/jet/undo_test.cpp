@@ -240,7 +240,9 @@ TEST(EntrySorter, SortsInAnyMemory) {
                 sorter.Add(entry);
                 expected.push_back(std::move(entry));
             }
-            std::sort(expected.begin(), expected.end());
+            std::sort(expected.begin(), expected.end(), [](const Bytes& a, const Bytes& b) {
+                return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+            });
             Bytes entry;
             for (const Bytes& next : expected) {
                 ASSERT_TRUE(sorter.Next(entry));
