@@ -72,7 +72,7 @@ Practice::Practice(const DataFolder& folder, Paper paper, const Start& start, Pr
     if (start_.mode == Mode::Exam && paper_.minutes < 1) {
         Fail(u"试卷“" + paper_.title + u"”没有考试时间，不能考试，只能练习。");
     }
-    if (start_.user_id < 0) Fail(u"练习只能记录在一名考生名下。");
+    if (start_.user_id < 0) Fail(u"没有编号为 " + ToText(start_.user_id) + u" 的考生，不能记录练习。");
     RequireCandidate(folder_, start_.user_id);
     LoadQuestions();
     AddUnfinished();

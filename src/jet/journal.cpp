@@ -216,7 +216,7 @@ void FoundJournal::ReadRecords() {
         if (page == kCommonRecord) {
             const auto end = std::find(image.begin() + kCommonPath, image.end(), 0);
             const std::filesystem::path stored(std::u8string(image.begin() + kCommonPath, end));
-            common_ = {(path_.parent_path() / stored).lexically_normal(), Get<std::uint64_t>(image.data())};
+            common_ = {path_.parent_path() / stored.lexically_normal(), Get<std::uint64_t>(image.data())};
             continue;
         }
         if (page >= PageCount()) break;  // no journal of ours says this
