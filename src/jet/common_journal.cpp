@@ -1,6 +1,7 @@
 #include "jet/common_journal.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <optional>
 #include <random>
@@ -35,11 +36,11 @@ std::vector<std::uint8_t> Write(const Content& content) {
 
 // Nothing when it is not whole, or void.
 std::optional<Content> ReadWhole(File& file) {
-    std::vector<std::uint8_t> bytes(kHead);
-    if (file.ReadAt(0, bytes) != kHead || std::memcmp(bytes.data(), kMagic, sizeof kMagic) != 0) return std::nullopt;
-    const auto length = Get<std::uint32_t>(&bytes[8]);
+    std::array<std::uint8_t, kHead> head{};
+    if (file.ReadAt(0, head) != kHead || std::memcmp(head.data(), kMagic, sizeof kMagic) != 0) return std::nullopt;
+    const auto length = Get<std::uint32_t>(&head[8]);
     if (length < kHead || length > kMaxLength) return std::nullopt;
-    bytes.resize(length);
+    std::vector<std::uint8_t> bytes(length);
     if (file.ReadAt(0, bytes) != length) return std::nullopt;
     Content content{Get<std::uint64_t>(&bytes[16]), {}};
     if (Get<std::uint32_t>(&bytes[12]) != Checksum(content.nonce, std::span(bytes).subspan(16))) return std::nullopt;
