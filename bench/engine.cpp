@@ -74,7 +74,7 @@ void Lookups(const fs::path& folder) {
         Fill(*database, rows);
         const Database::Reading reading(*database);
         const auto table = database->FindTable(u"TrainResult");
-        RowCursor cursor(table);
+        RowCursor cursor(*table);
         Value value;
         std::uint32_t next = 1;
         constexpr int kLookups = 100000;
