@@ -16,6 +16,7 @@ native_jetsql() {
   export QMTRAIN_NATIVE_JETSQL=$PWD/build/native/tools/jetsql/jetsql
 }
 
+# Wine's server at times drops a program as it starts; such a program gets a second try.
 # test_windows [CTEST OPTION…]
 test_windows() {
   need_cross_tools
@@ -30,13 +31,13 @@ test_windows() {
   native_jetsql
   # The package's build has turned the tests off.
   build_for x64 -DQMTRAIN_WERROR="$werror" -DBUILD_TESTING=ON --
-  xvfb-run -a ctest --preset windows-x64 -j "$(nproc)" "$@" || failed=1
+  xvfb-run -a ctest --preset windows-x64 -j "$(nproc)" --repeat until-pass:2 "$@" || failed=1
   if [ "$own_wine" = yes ]; then
     build_for x86 -DBUILD_TESTING=ON --
-    xvfb-run -a ctest --preset windows-x86 -j "$(nproc)" "$@" || failed=1
+    xvfb-run -a ctest --preset windows-x86 -j "$(nproc)" --repeat until-pass:2 "$@" || failed=1
   elif wait "$making"; then
     build_for x86 -DBUILD_TESTING=ON --
-    with_wine32 "$(<"$root")" xvfb-run -a ctest --preset windows-x86 -j "$(nproc)" "$@" || failed=1
+    with_wine32 "$(<"$root")" xvfb-run -a ctest --preset windows-x86 -j "$(nproc)" --repeat until-pass:2 "$@" || failed=1
   else
     build_for x86 -DBUILD_TESTING=OFF -- qmtrain_server
     say "SKIPPED: the tests in 32 bits. The 32-bit library is built; nothing here runs it."
