@@ -99,7 +99,7 @@ void JetField::AppendChunk(const qmtrain::Value& chunk) {
 JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement statement)
     : database_(std::move(database)), statement_(std::make_unique<sql::Statement>(std::move(statement))) {
     const jet::Database::Reading reading(Storage());
-    query_ = sql::Open(database_->Tables(), *statement_);
+    query_ = OpenQuery();
     updatable_ = query_->Updatable();
     for (std::size_t i = 0; i < query_->Columns().size(); ++i) {
         fields_.push_back(std::make_unique<JetField>(*this, static_cast<int>(i)));
@@ -112,6 +112,15 @@ JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement
 }
 
 JetRecordset::~JetRecordset() = default;
+
+void JetRecordset::EndQuery::operator()(sql::Query* query) const {
+    const auto lock = session->Lock();
+    delete query;
+}
+
+std::unique_ptr<sql::Query, JetRecordset::EndQuery> JetRecordset::OpenQuery() const {
+    return {sql::Open(database_->Tables(), *statement_).release(), EndQuery{Storage().SharedSession()}};
+}
 
 void JetRecordset::RequireOpen() const {
     if (!query_ || !database_->IsOpen()) Raise(ErrorNumber::ObjectInvalid);
@@ -200,7 +209,7 @@ void JetRecordset::Pack(sql::Query& query, RowBuffer& rows) const {
 }
 
 sql::Query& JetRecordset::Reader() {
-    if (!reader_) reader_ = sql::Open(database_->Tables(), *statement_);
+    if (!reader_) reader_ = OpenQuery();
     return *reader_;
 }
 

@@ -110,8 +110,17 @@ private:
 
     std::shared_ptr<JetDatabase> database_;
     std::unique_ptr<sql::Statement> statement_;
-    std::unique_ptr<sql::Query> query_;   // finds the rows
-    std::unique_ptr<sql::Query> reader_;  // goes back to a row of an updatable record set; made when it is needed
+
+    // A query refers to pages that other threads may be using.
+    struct EndQuery {
+        std::shared_ptr<jet::Session> session;
+        void operator()(sql::Query* query) const;
+    };
+    std::unique_ptr<sql::Query, EndQuery> OpenQuery() const;
+
+    std::unique_ptr<sql::Query, EndQuery> query_;  // finds the rows
+    std::unique_ptr<sql::Query, EndQuery>
+        reader_;  // goes back to a row of an updatable record set; made when it is needed
     std::vector<std::unique_ptr<Field>> fields_;
     bool updatable_ = false;
     bool complete_ = false;  // all rows have been fetched

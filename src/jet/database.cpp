@@ -121,12 +121,6 @@ std::shared_ptr<Table> Database::TableAt(PageNumber page) {
     pager_->Damaged(page, u"此表不在系统目录中");
 }
 
-std::uint64_t Database::KnownChanges() const {
-    std::uint64_t changes = pager_->KnownChanges();
-    for (const auto& link : links_) changes += link->KnownChanges();
-    return changes;
-}
-
 std::shared_ptr<const void> Database::Hold(const StoredTable& table) {
     std::weak_ptr<const void>& known = holds_[table.Definition().page];
     auto hold = known.lock();

@@ -98,8 +98,12 @@ public:
     // A system table's rows, for checks and tests.
     std::shared_ptr<Table> SystemTable(PageNumber page) { return TableAt(page); }
 
-    // Grows with each change of this database, or of one that it links to, as far as it is known here. Needs no scope.
-    std::uint64_t KnownChanges() const;
+    // Grows with each change of this database, or of one that it links to, as far as it is known here. Needs no scope,
+    // and may be asked by any thread.
+    std::uint64_t KnownChanges() const { return pager_->KnownChanges(); }
+
+    // What the database and its cursors share with the other databases of the session.
+    const std::shared_ptr<Session>& SharedSession() const { return pager_->SharedSession(); }
 
     // For this room.
     Pager& GetPager() const { return *pager_; }

@@ -136,7 +136,14 @@ void Pager::Abandon() noexcept {
 
 void Pager::Invalidate() {
     ++generation_;
+    CountChange();
+}
+
+// Only the thread that holds the session counts.
+void Pager::CountChange() {
     ++change_count_;
+    const std::uint64_t known = home_->known_changes_.load(std::memory_order_relaxed);
+    home_->known_changes_.store(known + 1, std::memory_order_release);
 }
 
 // Others
@@ -239,7 +246,7 @@ MutablePage Pager::Write(PageNumber number) {
     Frame* frame = Load(number);
     change_.KeepImage(*frame);
     cache_.MarkDirty(*frame);
-    ++change_count_;
+    CountChange();
     return {frame, file_.Identity()};
 }
 
@@ -253,7 +260,7 @@ MutablePage Pager::Extend() {
     change_.DropRestored(page_count_++);
     std::fill_n(frame->data, GetFormat().page_size, static_cast<std::uint8_t>(0));
     cache_.MarkDirty(*frame);
-    ++change_count_;
+    CountChange();
     return {frame, file_.Identity()};
 }
 

@@ -5,6 +5,7 @@
 // that no statement needs is never waited for.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -62,8 +63,9 @@ public:
     // Why the file is not to be written; empty when it is.
     const std::u16string& ReadOnlyReason() const { return file_.ReadOnlyReason(); }
 
-    // ChangeCount as it was when the file last took part in a scope.
-    std::uint64_t KnownChanges() const { return change_count_; }
+    // Grows with each change of this file, and of those that were reached through it, as far as it is known here. Needs
+    // no scope, and may be asked by any thread.
+    std::uint64_t KnownChanges() const { return known_changes_.load(std::memory_order_acquire); }
 
     // Whatever follows needs a scope of the session, and joins the file to it.
 
@@ -117,6 +119,7 @@ private:
     void JoinScope() const;
     void RequireChange() const;
     void Invalidate();
+    void CountChange();
     void NoticeUnfinished(bool to_change);
     std::optional<FoundJournal> FindJournal();
     void ResolveJournal();
@@ -139,6 +142,7 @@ private:
     PageNumber page_count_ = 0;
     std::uint64_t generation_ = 0;
     std::uint64_t change_count_ = 0;
+    mutable std::atomic<std::uint64_t> known_changes_ = 0;
     std::vector<std::uint8_t> own_counters_;  // commit counters that a commit under way has written
 };
 

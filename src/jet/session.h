@@ -83,6 +83,9 @@ public:
 
     bool IsInTransaction();
 
+    // For what ends outside a scope and refers to pages, as cursors do: another thread may be in a scope.
+    [[nodiscard]] std::unique_lock<std::recursive_mutex> Lock() { return std::unique_lock(mutex_); }
+
     // For files: the first look inside a scope, and the end of the file.
     void Join(SessionFile& file);
     void Remove(SessionFile& file) noexcept;

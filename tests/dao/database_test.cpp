@@ -242,6 +242,10 @@ TEST_F(DatabaseTest, Threads) {
             rows->Edit();
             rows->Fields(u"Score").Value(static_cast<float>(i));
             rows->Update();
+            for (const auto all = database_->OpenRecordset(u"SELECT UserID, Score FROM TrainInfo"); !all->Eof();
+                 all->MoveNext()) {
+                if (all->Fields(u"UserID").Value().IsNull()) ADD_FAILURE() << "a row was read in part";
+            }
         }
     };
     {
