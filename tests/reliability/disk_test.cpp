@@ -8,6 +8,8 @@
 #include "jet/support/scripted_files.h"
 #include "reliability/child.h"
 #include "reliability/practice.h"
+#include "reliability/run_length.h"
+#include "reliability/sample_table.h"
 
 namespace qmtrain::test {
 namespace {
@@ -73,6 +75,51 @@ TEST_F(DiskTest, EachCallOfEachOperation) {
         if (test.repeatable) FailEachCall(test.run, ScriptedFiles::After::Dead);
     }
     ClientFile file(File());
+}
+
+// A change of several files fails at each call in turn: what was refused has changed none of them, and the same
+// databases take the change when the disk works again. Where nothing works any more the outcome can remain unknown
+// until then.
+TEST_F(DiskTest, EachCallOverSeveralFiles) {
+    int failures = 0;
+    for (const SampleStory& story : SampleStories()) {
+        const ScratchFolder folder;
+        const auto paths = MakeSamples(folder.Path(), story.files, FileSystem::Native());
+        std::vector<std::vector<std::uint8_t>> before;
+        for (const auto& path : paths) before.push_back(ReadFile(path));
+        for (const auto after : {ScriptedFiles::After::GoesOn, ScriptedFiles::After::Dead}) {
+            for (int call = 1; !HasFailure(); call += IsLongRun() ? 1 : 3) {
+                SCOPED_TRACE(std::string(story.name) + ", call " + std::to_string(call));
+                for (std::size_t i = 0; i < paths.size(); ++i) WriteFile(paths[i], before[i]);
+                ScriptedFiles files;
+                files.after = after;
+                auto databases = OpenTogether(paths, files);
+                files.calls = 0;
+                files.strike_at = call;
+                const int error = ErrorOf([&] { story.run(databases); });
+                const bool struck = files.calls >= call;
+                files.strike_at = 0;
+                if (!struck) break;
+                ++failures;
+                if (error != 0 && after == ScriptedFiles::After::GoesOn) {
+                    for (std::size_t i = 0; i < paths.size(); ++i) EXPECT_TRUE(ReadFile(paths[i]) == before[i]) << i;
+                }
+                if (error != 0) {
+                    const int again = ErrorOf([&] { story.run(databases); });
+                    const bool stood = again == static_cast<int>(ErrorNumber::DuplicateKey);
+                    EXPECT_TRUE(again == 0 || (stood && after == ScriptedFiles::After::Dead)) << error << ", " << again;
+                }
+                databases.clear();
+                for (const auto& path : paths) {
+                    const auto database = jet::Database::Open(path);
+                    ExpectClean(*database);
+                    EXPECT_NE(Rows(*database, u"T").size(), 50U);
+                }
+            }
+        }
+    }
+    EXPECT_GT(failures, 50);
+    std::printf("%d failures\n", failures);
 }
 
 // A write that the system takes in part only, at a limit in the middle of a page.
