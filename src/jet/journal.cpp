@@ -34,6 +34,11 @@ std::uint32_t HeaderChecksum(std::uint64_t nonce, std::span<const std::uint8_t> 
     return Checksum(nonce, copy);
 }
 
+// A byte, because a longer write may happen in part: a header of which only some bytes are as they were is nobody's.
+void VoidHeader(File& journal) {
+    journal.WriteAt(0, std::array<std::uint8_t, 1>{});
+}
+
 }  // namespace
 
 JournalOwner JournalOwner::Of(PageFile& file, std::uint64_t length) {
@@ -114,7 +119,7 @@ void Journal::Finish() {
         return system_.Remove(path_);
     }
     try {
-        file_->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
+        VoidHeader(*file_);
         file_->Sync();
     } catch (const AutomationError&) {
         file_->WriteAt(0, header_);  // the whole header is written anew, so this sync speaks of it again
@@ -183,12 +188,15 @@ bool FoundJournal::ReadHeader() {
     std::array<std::uint8_t, kHeaderSize> header{};
     if (file_->ReadAt(0, header) < kHeaderSize) return false;
     if (std::all_of(header.begin(), header.end(), [](std::uint8_t byte) { return byte == 0; })) return false;
+    const bool is_void = header[0] == 0;
+    header[0] = static_cast<std::uint8_t>(kMagic[0]);
     const bool ours = std::memcmp(header.data(), kMagic, sizeof kMagic) == 0;
     nonce_ = Get<std::uint64_t>(&header[24]);
     if (!ours || Get<std::uint32_t>(&header[kChecksumAt]) != HeaderChecksum(nonce_, header)) {
         state_ = State::Foreign;
         return false;
     }
+    if (is_void) return false;
     owner_.page_size = Get<std::uint32_t>(&header[8]);
     owner_.length = Get<std::uint64_t>(&header[16]);
     std::copy_n(header.begin() + 32, owner_.stamp.size(), owner_.stamp.begin());
@@ -245,7 +253,7 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
     }
     if (durable) {
         const auto journal = system.OpenPlain(found.path_, OpenMode::ReadWrite);
-        journal->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
+        VoidHeader(*journal);
         journal->Sync();
     }
     system.Remove(found.path_);
