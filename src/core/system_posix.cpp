@@ -15,6 +15,11 @@ std::u16string EnvironmentVariable(std::string_view name) {
     return value != nullptr ? FromUtf8(value) : std::u16string();
 }
 
+std::u16string Setting(std::string_view name) {
+    const char* value = secure_getenv(std::string(name).c_str());
+    return value != nullptr ? FromUtf8(value) : std::u16string();
+}
+
 std::vector<std::string> CommandLineWords(int count, const char* const* words) {
     if (count == 0) return {};
     return {words + 1, words + count};

@@ -98,6 +98,7 @@ void JetField::AppendChunk(const qmtrain::Value& chunk) {
 
 JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement statement)
     : database_(std::move(database)), statement_(std::make_unique<sql::Statement>(std::move(statement))) {
+    const Work work = database_->Begin(&spent_);
     const jet::Database::Reading reading(Storage());
     query_ = sql::Open(database_->Tables(), *statement_);
     updatable_ = query_->Updatable();
@@ -145,6 +146,7 @@ bool JetRecordset::Reach(std::int64_t index) {
 }
 
 void JetRecordset::ReachAll() {
+    const Work work = database_->Begin(&spent_);
     while (!complete_) {
         const jet::Database::Reading reading(Storage());
         for (std::int64_t rows = 0; rows < kKeysInScope && NextKey(); ++rows) {
@@ -179,6 +181,7 @@ bool JetRecordset::NextKey() {
     while (!complete_ && query_->Next()) {
         if (!updatable_) {
             Pack(*query_, kept_);
+            if (kept_.Size() % kMaxBlockRows == 0) Work::Hold(kept_.Bytes());
             return true;
         }
         if (!added_.empty() && added_.contains(query_->Row().value)) continue;
@@ -212,6 +215,7 @@ void JetRecordset::FillBlock(std::int64_t index) {
     block_first_ = index;
     block_.Clear();
     failure_ = nullptr;
+    const Work work = database_->Begin(&spent_);
     const jet::Database::Reading reading(Storage());
     block_change_ = ChangeStamp();
     while (Fetched() < index && NextKey()) {
@@ -414,6 +418,7 @@ void JetRecordset::Update() {
     RequireOpen();
     if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
     sql::Table& table = *query_->Tables()[0];
+    const Work work = database_->Begin();
     jet::Database::Writing writing(Storage());
     if (editing_ == Editing::Changing) {
         std::vector<sql::Assignment> changes;
@@ -455,6 +460,7 @@ void JetRecordset::Delete() {
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
     editing_ = Editing::Nothing;
+    const Work work = database_->Begin();
     jet::Database::Writing writing(Storage());
     query_->Tables()[0]->Delete(keys_[static_cast<std::size_t>(position_)]);
     writing.Commit();
@@ -492,6 +498,7 @@ void JetRecordset::FindNext(std::u16string_view criteria) {
 void JetRecordset::Find(std::u16string_view criteria, std::int64_t from) {
     RequireOpen();
     const sql::Statement condition = sql::Parse(u"SELECT * FROM [Rows] WHERE " + std::u16string(criteria));
+    const Work work = database_->Begin(&spent_);
     const jet::Database::Reading reading(Storage());
     const auto rows = CatalogOfRows(*this, std::max<std::int64_t>(from, 0));
     const auto matches = sql::Open(*rows, condition);

@@ -1,6 +1,7 @@
 // Record sets of our own engine.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -130,6 +131,8 @@ private:
     std::int64_t block_first_ = 0;
     std::int64_t block_size_ = 1;     // how many rows were wanted
     std::uint64_t block_change_ = 0;  // what has been changed here since makes it old
+
+    std::chrono::steady_clock::duration spent_{};  // in all calls
 
     std::exception_ptr failure_;         // why the block's first row could not be read
     std::exception_ptr search_failure_;  // why no row behind those fetched could be found

@@ -6,6 +6,8 @@
 
 #include "core/error.h"
 #include "core/files.h"
+#include "core/log.h"
+#include "core/message_text.h"
 #include "jet/bytes.h"
 #include "jet/checksum.h"
 #include "jet/commit_counter.h"
@@ -48,13 +50,15 @@ std::filesystem::path Journal::PathFor(const std::filesystem::path& database) {
     return path += "-journal";
 }
 
-Journal::Journal(FileSystem& system, const std::filesystem::path& database, const JournalOwner& owner, bool durable)
+Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable)
     : system_(system),
-      path_(PathFor(database)),
-      page_size_(owner.page_size),
+      path_(PathFor(database.Path())),
+      page_size_(database.GetFormat().page_size),
       durable_(durable),
       file_(system.OpenPlain(path_, OpenMode::CreateNew)),
       header_(kHeaderSize) {
+    file_->ShareLike(database.Handle(), true);
+    const JournalOwner owner = JournalOwner::Of(database, length);
     std::random_device random;
     nonce_ = static_cast<std::uint64_t>(random()) << 32 | random();
     std::memcpy(header_.data(), kMagic, sizeof kMagic);
@@ -152,7 +156,7 @@ bool Journal::Names(FileSystem& system, const std::filesystem::path& database, s
     const FileKind kind = system.Look(PathFor(database));
     if (kind == FileKind::None) return !system.Exists(database);
     if (kind != FileKind::Plain) return false;
-    FoundJournal found(system, PathFor(database));
+    FoundJournal found(system, PathFor(database), nullptr);
     if (!found.ReadHeader()) return false;
     found.ReadRecords();
     return found.common_ && found.common_->nonce == nonce;
@@ -160,20 +164,24 @@ bool Journal::Names(FileSystem& system, const std::filesystem::path& database, s
 
 // FoundJournal
 
-FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal) : path_(journal) {
-    if (system.Look(path_) == FileKind::Plain) {
+FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database)
+    : path_(journal), state_(State::Foreign) {
+    if (system.Look(path_) != FileKind::Plain) return;
+    try {
         file_ = system.OpenPlain(path_, OpenMode::ReadOnly);
-    } else {
-        state_ = State::Foreign;
+        state_ = State::Void;
+    } catch (const AutomationError&) {
+        if (database == nullptr || system.IsByWriterOf(path_, *database)) throw;
     }
 }
 
-FoundJournal::FoundJournal(FileSystem& system, PageFile& file) : FoundJournal(system, Journal::PathFor(file.Path())) {
-    if (!file_ || !ReadHeader()) return;
-    if (!Belongs(JournalOwner::Of(file, file.Size()))) {
-        state_ = State::Foreign;
-        return;
-    }
+FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
+    : FoundJournal(system, Journal::PathFor(file.Path()), &file.Handle()) {
+    if (!file_) return;
+    const bool by_writer = file_->IsByWriterOf(file.Handle());
+    const bool whole = ReadHeader();
+    if (!by_writer || (whole && !Belongs(JournalOwner::Of(file, file.Size())))) state_ = State::Foreign;
+    if (!whole || state_ == State::Foreign) return;
     ReadRecords();
     state_ = !common_ || CommonJournal::InForce(system, *common_) ? State::InForce : State::Void;
 }
@@ -241,7 +249,11 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
     found.file_.reset();
     if (found.state_ == State::Foreign) {
         std::filesystem::path aside = found.path_;
-        return system.Rename(found.path_, aside += UniqueName("-", ""));
+        system.Rename(found.path_, aside += UniqueName("-", ""));
+        return WriteLog(kLogError,
+                        u"“" + ForMessage(FromNativePath(found.path_)) + u"”不是此数据库的日志，已改名为“" +
+                            FromNativePath(aside.filename()) + u"”。",
+                        u"");
     }
     if (durable) {
         const auto journal = system.OpenPlain(found.path_, OpenMode::ReadWrite);

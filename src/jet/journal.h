@@ -43,8 +43,9 @@ class Journal {
 public:
     static std::filesystem::path PathFor(const std::filesystem::path& database);
 
-    // Starts a new journal. `durable` decides whether Sync reaches the disk.
-    Journal(FileSystem& system, const std::filesystem::path& database, const JournalOwner& owner, bool durable);
+    // Starts a new journal of the database, whose length before the transaction was `length`. `durable` decides whether
+    // Sync reaches the disk.
+    Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable);
 
     // Whether the page's old content is not kept yet.
     bool NeedsImage(PageNumber page) const { return page >= kept_.size() || !kept_[page]; }
@@ -111,7 +112,7 @@ public:
 
 private:
     friend class Journal;
-    FoundJournal(FileSystem& system, const std::filesystem::path& journal);
+    FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database);
 
     bool ReadHeader();
     void ReadRecords();
