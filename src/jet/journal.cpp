@@ -17,6 +17,7 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'J', 'n', '2'};
+constexpr std::array<std::uint8_t, 1> kVoid = {0};  // in the place of the first letter
 constexpr std::size_t kHeaderSize = 48;
 constexpr std::size_t kChecksumAt = 12;
 constexpr std::size_t kRecordHead = 8;
@@ -118,7 +119,7 @@ void Journal::Finish() {
         return system_.Remove(path_);
     }
     try {
-        file_->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
+        file_->WriteAt(0, kVoid);
         file_->Sync();
     } catch (const AutomationError&) {
         file_->WriteAt(0, header_);  // the whole header is written anew, so this sync speaks of it again
@@ -189,14 +190,15 @@ FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
 // False when the journal was not begun, or voided; a file that never was a journal is foreign.
 bool FoundJournal::ReadHeader() {
     std::array<std::uint8_t, kHeaderSize> header{};
-    if (file_->ReadAt(0, header) < kHeaderSize) return false;
-    if (std::all_of(header.begin(), header.end(), [](std::uint8_t byte) { return byte == 0; })) return false;
-    const bool ours = std::memcmp(header.data(), kMagic, sizeof kMagic) == 0;
+    const std::size_t size = file_->ReadAt(0, header);
+    const bool is_void = size > 0 && header[0] == kVoid[0];
+    if (is_void) header[0] = kMagic[0];
     nonce_ = Get<std::uint64_t>(&header[24]);
-    if (!ours || Get<std::uint32_t>(&header[kChecksumAt]) != HeaderChecksum(nonce_, header)) {
-        state_ = State::Foreign;
-        return false;
-    }
+    const bool ours =
+        std::memcmp(header.data(), kMagic, std::min(size, sizeof kMagic)) == 0 &&
+        (size < kHeaderSize || Get<std::uint32_t>(&header[kChecksumAt]) == HeaderChecksum(nonce_, header));
+    if (!ours) state_ = State::Foreign;
+    if (!ours || is_void || size < kHeaderSize) return false;
     owner_.page_size = Get<std::uint32_t>(&header[8]);
     owner_.length = Get<std::uint64_t>(&header[16]);
     std::copy_n(header.begin() + 32, owner_.stamp.size(), owner_.stamp.begin());
@@ -257,7 +259,7 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
     }
     if (durable) {
         const auto journal = system.OpenPlain(found.path_, OpenMode::ReadWrite);
-        journal->WriteAt(0, std::array<std::uint8_t, kHeaderSize>{});
+        journal->WriteAt(0, kVoid);
         journal->Sync();
     }
     system.Remove(found.path_);

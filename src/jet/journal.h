@@ -8,8 +8,9 @@
 //
 // A record counts when its checksum fits the nonce; the first one that does not ends the journal. Pages are overwritten
 // only after the records about them have reached the disk, so a torn end speaks of pages that are still untouched. A
-// header of zeros ends the journal's effect before the file is removed, so that the removal need not reach the disk.
-// Where a common journal is named, the journal is in force only as long as that one is.
+// zero in the place of the header's first letter ends the journal's effect before the file is removed, so that the
+// removal need not reach the disk; one byte cannot be written in part. Where a common journal is named, the journal is
+// in force only as long as that one is.
 #pragma once
 
 #include <array>
