@@ -17,6 +17,9 @@ std::u16string EnvironmentVariable(std::string_view name);
 // come from somebody who may do less than it may.
 std::u16string Setting(std::string_view name);
 
+// From now on settings count whatever rights the process has: for a program that has made its environment itself.
+void TrustEnvironment();
+
 // The words of the command line behind the program's name, in UTF-8. The arguments are those of main.
 std::vector<std::string> CommandLineWords(int count, const char* const* words);
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <memory>
 
 #include <windows.h>
@@ -14,6 +15,8 @@
 
 namespace qmtrain {
 namespace {
+
+std::atomic<bool> environment_is_trusted = false;
 
 SYSTEMTIME ToSystemTime(Date time) {
     const CivilTime civil = ToCivil(time);
@@ -53,7 +56,11 @@ std::u16string EnvironmentVariable(std::string_view name) {
 }
 
 std::u16string Setting(std::string_view name) {
-    return IsElevated() ? std::u16string() : EnvironmentVariable(name);
+    return environment_is_trusted || !IsElevated() ? EnvironmentVariable(name) : std::u16string();
+}
+
+void TrustEnvironment() {
+    environment_is_trusted = true;
 }
 
 // What main gets has been through the ANSI code page.
