@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <fstream>
 #include <map>
@@ -52,15 +51,18 @@ bool IsUnsupported(int code) {
     return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == ENOLCK;
 }
 
-// Whether the account belongs to the group, as far as the system's lists say.
-bool IsInGroup(uid_t user, gid_t group) {
-    std::array<char, 4096> buffer{};
+// Whether the account that made something, which then had the group `made_in`, belongs to the group. The system's lists
+// need not know the accounts of other machines: nobody but its members can give a file a group.
+bool IsInGroup(uid_t user, gid_t made_in, gid_t group) {
+    std::vector<char> buffer(std::size_t{1} << 16);
     passwd entry{};
     passwd* found = nullptr;
-    if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) return false;
-    std::array<gid_t, 256> groups{};
+    if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
+        return made_in == group;
+    }
+    std::vector<gid_t> groups(1024);
     int count = static_cast<int>(groups.size());
-    if (getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) return false;
+    if (getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) return made_in == group;
     return std::find(groups.begin(), groups.begin() + count, group) != groups.begin() + count;
 }
 
@@ -211,16 +213,17 @@ public:
 
     bool IsByWriterOf(File& other) override {
         struct stat own {};
-        return fstat(descriptor_, &own) != 0 || IsWriter(own.st_uid, other);
+        return fstat(descriptor_, &own) != 0 || IsWriter(own, other);
     }
 
-    static bool IsWriter(uid_t user, File& file) {
+    // Whether the account that made something may write the file.
+    static bool IsWriter(const struct stat& made, File& file) {
         const auto* target = dynamic_cast<const PosixFile*>(&file);
         struct stat info {};
         if (target == nullptr || fstat(target->descriptor_, &info) != 0) return true;
-        if (user == info.st_uid || user == geteuid() || user == 0) return true;
+        if (made.st_uid == info.st_uid || made.st_uid == geteuid() || made.st_uid == 0) return true;
         if ((info.st_mode & S_IWOTH) != 0) return true;
-        return (info.st_mode & S_IWGRP) != 0 && IsInGroup(user, info.st_gid);
+        return (info.st_mode & S_IWGRP) != 0 && IsInGroup(made.st_uid, made.st_gid, info.st_gid);
     }
 
     // The device that the file lies on.
@@ -307,7 +310,7 @@ public:
 
     bool IsByWriterOf(const fs::path& path, File& other) override {
         struct stat info {};
-        return lstat(path.c_str(), &info) != 0 || PosixFile::IsWriter(info.st_uid, other);
+        return lstat(path.c_str(), &info) != 0 || PosixFile::IsWriter(info, other);
     }
 
     FileKind Look(const fs::path& path) override {

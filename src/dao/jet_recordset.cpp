@@ -174,10 +174,21 @@ bool JetRecordset::InBlock(std::int64_t index) const {
     return inside && block_change_ == ChangeStamp();
 }
 
-// Finds one more row; its values can be read from the query.
+// Finds one more row; its values can be read from the query. A search that was called off in its middle is over.
 bool JetRecordset::NextKey() {
+    if (called_off_) std::rethrow_exception(called_off_);
     if (search_failure_) std::rethrow_exception(std::exchange(search_failure_, nullptr));
     found_ = -1;
+    try {
+        return FindKey();
+    } catch (const AutomationError& error) {
+        const bool limited = error.Is(ErrorNumber::OperationCancelled) || error.Is(ErrorNumber::SystemResourceExceeded);
+        if (limited) called_off_ = std::current_exception();
+        throw;
+    }
+}
+
+bool JetRecordset::FindKey() {
     while (!complete_ && query_->Next()) {
         if (!updatable_) {
             Pack(*query_, kept_);

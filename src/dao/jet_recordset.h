@@ -97,6 +97,7 @@ private:
     void FillBlock(std::int64_t index);
     bool FillRow(std::int64_t index);
     bool NextKey();
+    bool FindKey();
     void Pack(sql::Query& query, RowBuffer& rows) const;
     std::int64_t BlockRows() const { return static_cast<std::int64_t>(block_.Size()); }
     sql::Query& Reader();
@@ -135,6 +136,7 @@ private:
     std::chrono::steady_clock::duration spent_{};  // in all calls
 
     std::exception_ptr failure_;         // why the block's first row could not be read
+    std::exception_ptr called_off_;      // why the search for rows has ended
     std::exception_ptr search_failure_;  // why no row behind those fetched could be found
 
     std::int64_t position_ = 0;  // -1 before the first row, Count() behind the last

@@ -102,6 +102,21 @@ TEST_F(EndlessTest, MemoryHasItsLimit) {
     EXPECT_EQ(Run(u"SELECT A.K FROM N A, N B WHERE A.K = B.K ORDER BY A.C"), 0);
 }
 
+// What has been called off gives no further rows, of which some might be missing; the database goes on.
+TEST_F(EndlessTest, ARecordSetThatIsCalledOffStaysSo) {
+    const auto rows = database_->OpenRecordset(u"SELECT A.K, B.K, C.K FROM N A, N B, N C WHERE A.K+B.K+C.K Mod 97 = 1");
+    std::jthread cancels([&](const std::stop_token& done) {
+        for (; !done.stop_requested(); std::this_thread::sleep_for(milliseconds(5))) database_->Cancel();
+    });
+    std::int32_t error = 0;
+    while (error == 0) error = ErrorOf([&] { rows->MoveNext(); });
+    cancels.request_stop();
+    cancels.join();
+    EXPECT_EQ(error, kCancelled);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(ErrorOf([&] { rows->MoveLast(); }), kCancelled);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS A FROM N", u"A"), u"400");
+}
+
 // Who waits for a lock can be called off too.
 TEST_F(EndlessTest, WaitingEnds) {
     const auto other = JetDatabase::Open(Name(u"Client.mdb"));
