@@ -95,7 +95,9 @@ bool HasLock(const fs::path& account, std::uint64_t offset, std::uint64_t length
 
 class PosixFile : public File {
 public:
-    PosixFile(int descriptor, fs::path path) : descriptor_(descriptor), path_(std::move(path)) {}
+    PosixFile(int descriptor, fs::path path) : descriptor_(descriptor), path_(std::move(path)) {
+        if (fstat(descriptor_, &opened_) != 0) opened_ = {};
+    }
     PosixFile(const PosixFile&) = delete;
     PosixFile& operator=(const PosixFile&) = delete;
     ~PosixFile() override { close(descriptor_); }
@@ -194,8 +196,9 @@ public:
     void ShareLike(File& like, bool secret) override {
         const auto* other = dynamic_cast<const PosixFile*>(&like);
         struct stat model {};
-        struct stat own {};
-        if (other == nullptr || fstat(other->descriptor_, &model) != 0 || fstat(descriptor_, &own) != 0) return;
+        struct stat own = opened_;
+        if (other == nullptr || fstat(other->descriptor_, &model) != 0) return;
+        if (own.st_uid == model.st_uid && own.st_gid == model.st_gid && RightsOf(own) == RightsOf(model)) return;
         if (own.st_uid != geteuid() && geteuid() != 0) return;
         if (own.st_uid != model.st_uid && fchown(descriptor_, model.st_uid, static_cast<gid_t>(-1)) == 0) {
             own.st_uid = model.st_uid;
@@ -203,7 +206,7 @@ public:
         if (own.st_gid != model.st_gid && fchown(descriptor_, static_cast<uid_t>(-1), model.st_gid) == 0) {
             own.st_gid = model.st_gid;
         }
-        mode_t mode = model.st_mode & (S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
+        mode_t mode = RightsOf(model);
         if (own.st_gid != model.st_gid) mode = (mode & ~mode_t{S_IRWXG}) | (mode & S_IRWXO) << 3U;
         if (own.st_uid != model.st_uid && !secret) mode |= (mode & S_IRWXU) >> 6U;
         mode |= S_IRUSR | S_IWUSR;
@@ -211,10 +214,7 @@ public:
             const int ignored = fchmod(descriptor_, mode);
     }
 
-    bool IsByWriterOf(File& other) override {
-        struct stat own {};
-        return fstat(descriptor_, &own) != 0 || IsWriter(own, other);
-    }
+    bool IsByWriterOf(File& other) override { return IsWriter(opened_, other); }
 
     // Whether the account that made something may write the file.
     static bool IsWriter(const struct stat& made, File& file) {
@@ -226,20 +226,12 @@ public:
         return (info.st_mode & S_IWGRP) != 0 && IsInGroup(made.st_uid, made.st_gid, info.st_gid);
     }
 
-    // The device that the file lies on.
-    std::optional<dev_t> Device() const {
-        struct stat info {};
-        return fstat(descriptor_, &info) == 0 ? std::optional(info.st_dev) : std::nullopt;
-    }
+    // As it was when it was opened.
+    const struct stat& Opened() const { return opened_; }
 
     bool HasOneName() override {
         struct stat info {};
         return fstat(descriptor_, &info) == 0 && info.st_nlink <= 1;
-    }
-
-    bool IsPlain() const {
-        struct stat info {};
-        return fstat(descriptor_, &info) == 0 && S_ISREG(info.st_mode);
     }
 
     bool IsAt(const fs::path& path) override {
@@ -274,8 +266,13 @@ private:
         Raise(ErrorNumber::OperationNotSupported, {u"“" + FromNativePath(path_) + u"”所在的文件系统不能锁定文件。"});
     }
 
+    static mode_t RightsOf(const struct stat& info) {
+        return info.st_mode & mode_t{S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH};
+    }
+
     int descriptor_;
     fs::path path_;
+    struct stat opened_ {};
 };
 
 class PosixFileSystem : public FileSystem {
@@ -286,22 +283,22 @@ public:
 
     std::unique_ptr<File> OpenPlain(const fs::path& path, OpenMode mode) override {
         auto file = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, mode);
-        if (!file->HasOneName()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        if (file->Opened().st_nlink > 1) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
         return file;
     }
 
     // Once for each device: it costs more than a lock.
     bool KeepsLocks(File& file, const fs::path& path, std::uint64_t offset) override {
         const auto* locked = dynamic_cast<const PosixFile*>(&file);
-        const std::optional<dev_t> device = locked != nullptr ? locked->Device() : std::nullopt;
-        if (!device) return true;
+        if (locked == nullptr) return true;
+        const dev_t device = locked->Opened().st_dev;
         const std::scoped_lock lock(mutex_);
-        const auto known = keeps_locks_.find(*device);
+        const auto known = keeps_locks_.find(device);
         if (known != keeps_locks_.end()) return known->second;
         try {
             const auto second = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, OpenMode::ReadOnly);
             if (!second->IsAt(path) || !file.IsAt(path)) return true;
-            return keeps_locks_[*device] = second->IsLocked(offset, 1);
+            return keeps_locks_[device] = second->IsLocked(offset, 1);
         } catch (const AutomationError& error) {
             if (error.Is(ErrorNumber::OperationNotSupported)) return false;
             return true;  // it has just been removed, or may not be read
@@ -368,7 +365,7 @@ private:
         const int descriptor = open(path.c_str(), flags, 0666);
         if (descriptor < 0) RaiseSystemError(path, errno);
         auto file = std::make_unique<PosixFile>(descriptor, path);
-        if (!file->IsPlain()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        if (!S_ISREG(file->Opened().st_mode)) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
         return file;
     }
 
