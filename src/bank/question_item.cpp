@@ -67,6 +67,10 @@ void RequireTableName(std::u16string_view name) {
     if (!bracketed && !std::all_of(name.begin(), name.end(), IsNamePart)) Raise(ErrorNumber::NoSuchTable, {name});
 }
 
+std::u16string_view WithoutBrackets(std::u16string_view name) {
+    return name.starts_with(u'[') ? name.substr(1, name.size() - 2) : name;
+}
+
 }  // namespace
 
 void QuestionItem::LocalPaperMdb(std::u16string_view value) {
@@ -147,6 +151,7 @@ bool QuestionItem::LoadQuesitonFromRecNo(std::u16string_view rec_no, std::u16str
         const std::u16string table = GetQuestionTypeTblName(table_code, u"");
         if (table.empty()) return;
         RequireTableName(table);
+        if (!(*questions_)->HasTable(WithoutBrackets(table))) Raise(ErrorNumber::NoSuchTable, {table});
         RequireNoQuote(rec_no);
         std::u16string query = u"Select * From " + table + u" Where C_RecNo='";
         query.append(rec_no).append(u"'").append(TextCondition(u"C_DataCode", data_code)).append(SubjectCondition());

@@ -46,6 +46,7 @@ enum class ErrorNumber : std::int32_t {
     CannotLockFile = 3050,
     CannotOpenFile = 3051,
     IndexKeyNull = 3058,
+    OperationCancelled = 3059,
     MissingParameter = 3061,
     SyntaxInExpression = 3075,
     NoSuchTable = 3078,

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -37,6 +38,12 @@ void AppendToFile(const std::filesystem::path& path, std::string_view bytes);
 // The folder of the program that runs.
 std::filesystem::path ProgramFolder();
 
+// A process that keeps others from locking a file.
+struct LockHolder {
+    std::int64_t process = 0;
+    std::u16string program;
+};
+
 enum class OpenMode : std::uint8_t { ReadOnly, ReadWrite, Create, CreateNew };
 
 // Every operation raises DiskFull or DiskError when the system refuses it, naming the file.
@@ -56,17 +63,37 @@ public:
     virtual std::uint64_t Size() = 0;
     virtual void Resize(std::uint64_t size) = 0;
 
-    // Returns when what was written has reached the disk.
+    // Returns when what was written has reached the disk. Raises ReadOnly when the file system says that it cannot see
+    // to that.
     virtual void Sync() = 0;
 
     // Locks a range for this open file, replacing a lock of the other kind that it holds there; false when another open
     // file, of this process or another, stands in the way, and what was held is held still. A shared lock cannot be
     // made exclusive at one stroke everywhere: whoever takes a lock at that moment keeps it, and CannotLockFile is
     // raised when the shared one is lost to him. A lock ends with the file or its process. Others may be kept from
-    // reading and writing in the range. Requires: ranges that this file holds are equal or apart, and are given back
-    // whole.
+    // reading and writing in the range. Raises OperationNotSupported when the file system knows no locks. Requires:
+    // ranges that this file holds are equal or apart, and are given back whole; a file that is locked exclusively may
+    // be written.
     virtual bool TryLock(std::uint64_t offset, std::uint64_t length, Lock kind) = 0;
     virtual void Unlock(std::uint64_t offset, std::uint64_t length) = 0;
+
+    // Whether an exclusive lock of the range would be refused. Requires: this file holds no lock there.
+    virtual bool IsLocked(std::uint64_t offset, std::uint64_t length) {
+        if (!TryLock(offset, length, Lock::Exclusive)) return true;
+        Unlock(offset, length);
+        return false;
+    }
+
+    // Who has locked something in the range, as far as the system tells.
+    virtual std::optional<LockHolder> FindLockHolder(std::uint64_t, std::uint64_t) { return std::nullopt; }
+
+    // Gives this file, which has just been made beside the other one, to those who may use that one: its owner where
+    // possible, its group, its rights. What cannot be had so is kept to fewer people where the content is secret; where
+    // it is not, the other file's owner gets his rights in any case.
+    virtual void ShareLike(File&, bool /*secret*/) {}
+
+    // Whether the file belongs to somebody who may write the other one, or to oneself. True where nobody can tell.
+    virtual bool IsByWriterOf(File&) { return true; }
 
     // Whether the open file is still the one that stands at `path`.
     virtual bool IsAt(const std::filesystem::path& path) = 0;
@@ -98,6 +125,13 @@ public:
     virtual std::unique_ptr<File> OpenPlain(const std::filesystem::path& path, OpenMode mode) {
         return Open(path, mode);
     }
+    // Whether the lock that `file` holds there, which stands at the path, keeps other open files out: not every file
+    // system that grants locks does.
+    virtual bool KeepsLocks(File& /*file*/, const std::filesystem::path&, std::uint64_t /*offset*/) { return true; }
+
+    // As File::IsByWriterOf, for a file that cannot be opened.
+    virtual bool IsByWriterOf(const std::filesystem::path&, File&) { return true; }
+
     virtual FileKind Look(const std::filesystem::path& path) { return Exists(path) ? FileKind::Plain : FileKind::None; }
 
     // The one path of the file that a path leads to, through links and short names. The path itself when there is none.

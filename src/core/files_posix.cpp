@@ -1,9 +1,15 @@
 #include <algorithm>
 #include <cerrno>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <sstream>
 #include <system_error>
 #include <vector>
 
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <stdio.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
@@ -40,9 +46,58 @@ namespace fs = std::filesystem;
     }
 }
 
+// What a system says of something that this file or file system does not know.
+bool IsUnsupported(int code) {
+    return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == ENOLCK;
+}
+
+// Whether the account that made something, which then had the group `made_in`, belongs to the group. The system's lists
+// need not know the accounts of other machines: nobody but its members can give a file a group.
+bool IsInGroup(uid_t user, gid_t made_in, gid_t group) {
+    std::vector<char> buffer(std::size_t{1} << 16);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
+        return made_in == group;
+    }
+    std::vector<gid_t> groups(1024);
+    int count = static_cast<int>(groups.size());
+    if (getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) return made_in == group;
+    return std::find(groups.begin(), groups.begin() + count, group) != groups.begin() + count;
+}
+
+std::string FirstLine(const fs::path& path) {
+    std::ifstream file(path);
+    std::string line;
+    std::getline(file, line);
+    return line;
+}
+
+// Whether the system's account of a descriptor ("lock: 1: OFDLCK ADVISORY WRITE -1 08:01:77 10 10") has a lock there.
+bool HasLock(const fs::path& account, std::uint64_t offset, std::uint64_t length) {
+    std::ifstream file(account);
+    for (std::string line; std::getline(file, line);) {
+        if (!line.starts_with("lock:")) continue;
+        std::istringstream words(line);
+        std::string word;
+        std::string from;
+        std::string to;
+        while (words >> word) {
+            from = std::move(to);
+            to = word;
+        }
+        const std::uint64_t first = std::strtoull(from.c_str(), nullptr, 10);
+        const std::uint64_t last = to == "EOF" ? UINT64_MAX : std::strtoull(to.c_str(), nullptr, 10);
+        if (first < offset + length && offset <= last) return true;
+    }
+    return false;
+}
+
 class PosixFile : public File {
 public:
-    PosixFile(int descriptor, fs::path path) : descriptor_(descriptor), path_(std::move(path)) {}
+    PosixFile(int descriptor, fs::path path) : descriptor_(descriptor), path_(std::move(path)) {
+        if (fstat(descriptor_, &opened_) != 0) opened_ = {};
+    }
     PosixFile(const PosixFile&) = delete;
     PosixFile& operator=(const PosixFile&) = delete;
     ~PosixFile() override { close(descriptor_); }
@@ -95,7 +150,9 @@ public:
     }
 
     void Sync() override {
-        if (fdatasync(descriptor_) != 0) RaiseSystemError(path_, errno);
+        if (fdatasync(descriptor_) == 0) return;
+        if (!IsUnsupported(errno)) RaiseSystemError(path_, errno);
+        Raise(ErrorNumber::ReadOnly, {FromNativePath(path_), u"它所在的文件系统不能保证写入的内容到达磁盘。"});
     }
 
     // Locks of the open file description: unlike process locks they also keep two handles of one process apart, and
@@ -106,14 +163,75 @@ public:
 
     void Unlock(std::uint64_t offset, std::uint64_t length) override { SetLock(F_UNLCK, offset, length); }
 
+    // Asking needs no right to write.
+    bool IsLocked(std::uint64_t offset, std::uint64_t length) override {
+        struct flock lock = Range(F_WRLCK, offset, length);
+        if (fcntl(descriptor_, F_OFD_GETLK, &lock) != 0) RaiseLockError(errno);
+        return lock.l_type != F_UNLCK;
+    }
+
+    // The lock itself names no process, for it belongs to an open file: whoever has that open is looked for, among the
+    // processes that this one may look into.
+    std::optional<LockHolder> FindLockHolder(std::uint64_t offset, std::uint64_t length) override {
+        struct stat own {};
+        if (fstat(descriptor_, &own) != 0) return std::nullopt;
+        std::error_code ignored;
+        for (const fs::directory_entry& process : fs::directory_iterator("/proc", ignored)) {
+            const std::string number = process.path().filename();
+            if (number.find_first_not_of("0123456789") != std::string::npos) continue;
+            const bool ours = number == std::to_string(getpid());
+            for (const fs::directory_entry& open : fs::directory_iterator(process.path() / "fd", ignored)) {
+                const fs::path name = open.path().filename();
+                struct stat other {};
+                if (ours && name == std::to_string(descriptor_)) continue;
+                if (stat(open.path().c_str(), &other) != 0 || other.st_dev != own.st_dev || other.st_ino != own.st_ino)
+                    continue;
+                if (!HasLock(process.path() / "fdinfo" / name, offset, length)) continue;
+                return LockHolder{std::stoll(number), FromUtf8(FirstLine(process.path() / "comm"))};
+            }
+        }
+        return std::nullopt;
+    }
+
+    void ShareLike(File& like, bool secret) override {
+        const auto* other = dynamic_cast<const PosixFile*>(&like);
+        struct stat model {};
+        struct stat own = opened_;
+        if (other == nullptr || fstat(other->descriptor_, &model) != 0) return;
+        if (own.st_uid == model.st_uid && own.st_gid == model.st_gid && RightsOf(own) == RightsOf(model)) return;
+        if (own.st_uid != geteuid() && geteuid() != 0) return;
+        if (own.st_uid != model.st_uid && fchown(descriptor_, model.st_uid, static_cast<gid_t>(-1)) == 0) {
+            own.st_uid = model.st_uid;
+        }
+        if (own.st_gid != model.st_gid && fchown(descriptor_, static_cast<uid_t>(-1), model.st_gid) == 0) {
+            own.st_gid = model.st_gid;
+        }
+        mode_t mode = RightsOf(model);
+        if (own.st_gid != model.st_gid) mode = (mode & ~mode_t{S_IRWXG}) | (mode & S_IRWXO) << 3U;
+        if (own.st_uid != model.st_uid && !secret) mode |= (mode & S_IRWXU) >> 6U;
+        mode |= S_IRUSR | S_IWUSR;
+        if (mode != (own.st_mode & mode_t{07777})) [[maybe_unused]]
+            const int ignored = fchmod(descriptor_, mode);
+    }
+
+    bool IsByWriterOf(File& other) override { return IsWriter(opened_, other); }
+
+    // Whether the account that made something may write the file.
+    static bool IsWriter(const struct stat& made, File& file) {
+        const auto* target = dynamic_cast<const PosixFile*>(&file);
+        struct stat info {};
+        if (target == nullptr || fstat(target->descriptor_, &info) != 0) return true;
+        if (made.st_uid == info.st_uid || made.st_uid == geteuid() || made.st_uid == 0) return true;
+        if ((info.st_mode & S_IWOTH) != 0) return true;
+        return (info.st_mode & S_IWGRP) != 0 && IsInGroup(made.st_uid, made.st_gid, info.st_gid);
+    }
+
+    // As it was when it was opened.
+    const struct stat& Opened() const { return opened_; }
+
     bool HasOneName() override {
         struct stat info {};
         return fstat(descriptor_, &info) == 0 && info.st_nlink <= 1;
-    }
-
-    bool IsPlain() const {
-        struct stat info {};
-        return fstat(descriptor_, &info) == 0 && S_ISREG(info.st_mode);
     }
 
     bool IsAt(const fs::path& path) override {
@@ -124,22 +242,37 @@ public:
     }
 
 private:
-    bool SetLock(short type, std::uint64_t offset, std::uint64_t length) {
+    static struct flock Range(short type, std::uint64_t offset, std::uint64_t length) {
         struct flock lock {};
         lock.l_type = type;
         lock.l_whence = SEEK_SET;
         lock.l_start = static_cast<off_t>(offset);
         lock.l_len = static_cast<off_t>(length);
+        return lock;
+    }
+
+    bool SetLock(short type, std::uint64_t offset, std::uint64_t length) {
+        struct flock lock = Range(type, offset, length);
         while (fcntl(descriptor_, F_OFD_SETLK, &lock) != 0) {
             if (errno == EINTR) continue;
             if (errno == EAGAIN || errno == EACCES) return false;
-            RaiseSystemError(path_, errno);
+            RaiseLockError(errno);
         }
         return true;
     }
 
+    [[noreturn]] void RaiseLockError(int code) {
+        if (!IsUnsupported(code)) RaiseSystemError(path_, code);
+        Raise(ErrorNumber::OperationNotSupported, {u"“" + FromNativePath(path_) + u"”所在的文件系统不能锁定文件。"});
+    }
+
+    static mode_t RightsOf(const struct stat& info) {
+        return info.st_mode & mode_t{S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH};
+    }
+
     int descriptor_;
     fs::path path_;
+    struct stat opened_ {};
 };
 
 class PosixFileSystem : public FileSystem {
@@ -150,8 +283,31 @@ public:
 
     std::unique_ptr<File> OpenPlain(const fs::path& path, OpenMode mode) override {
         auto file = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, mode);
-        if (!file->HasOneName()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        if (file->Opened().st_nlink > 1) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
         return file;
+    }
+
+    // Once for each device: it costs more than a lock.
+    bool KeepsLocks(File& file, const fs::path& path, std::uint64_t offset) override {
+        const auto* locked = dynamic_cast<const PosixFile*>(&file);
+        if (locked == nullptr) return true;
+        const dev_t device = locked->Opened().st_dev;
+        const std::scoped_lock lock(mutex_);
+        const auto known = keeps_locks_.find(device);
+        if (known != keeps_locks_.end()) return known->second;
+        try {
+            const auto second = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, OpenMode::ReadOnly);
+            if (!second->IsAt(path) || !file.IsAt(path)) return true;
+            return keeps_locks_[device] = second->IsLocked(offset, 1);
+        } catch (const AutomationError& error) {
+            if (error.Is(ErrorNumber::OperationNotSupported)) return false;
+            return true;  // it has just been removed, or may not be read
+        }
+    }
+
+    bool IsByWriterOf(const fs::path& path, File& other) override {
+        struct stat info {};
+        return lstat(path.c_str(), &info) != 0 || PosixFile::IsWriter(info, other);
     }
 
     FileKind Look(const fs::path& path) override {
@@ -209,9 +365,12 @@ private:
         const int descriptor = open(path.c_str(), flags, 0666);
         if (descriptor < 0) RaiseSystemError(path, errno);
         auto file = std::make_unique<PosixFile>(descriptor, path);
-        if (!file->IsPlain()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        if (!S_ISREG(file->Opened().st_mode)) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
         return file;
     }
+
+    std::mutex mutex_;
+    std::map<dev_t, bool> keeps_locks_;
 };
 
 // The entry of `folder` whose name equals `name` without regard to case; `name` itself when there is none.

@@ -2,11 +2,14 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <map>
+#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include <windows.h>
+#include <aclapi.h>
 
 #include "core/error.h"
 #include "core/files.h"
@@ -138,6 +141,38 @@ OVERLAPPED At(std::uint64_t offset) {
     return place;
 }
 
+// What the system says of an open file's owner and rights.
+class Owner {
+public:
+    explicit Owner(HANDLE file) {
+        GetSecurityInfo(file, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner_, nullptr,
+                        &rights_, nullptr, &descriptor_);
+    }
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+    ~Owner() { LocalFree(descriptor_); }
+
+    PSID Account() const { return owner_; }
+    PACL Rights() const { return rights_; }
+
+private:
+    PSECURITY_DESCRIPTOR descriptor_ = nullptr;
+    PSID owner_ = nullptr;
+    PACL rights_ = nullptr;
+};
+
+// Whether the account may write the file, for its own or by its groups; yes where the system does not tell.
+bool MayWrite(const Owner& account, HANDLE file) {
+    const Owner target(file);
+    if (account.Account() == nullptr || target.Account() == nullptr || target.Rights() == nullptr) return true;
+    if (EqualSid(account.Account(), target.Account()) != FALSE) return true;
+    TRUSTEE_W trustee{};
+    BuildTrusteeWithSidW(&trustee, account.Account());
+    ACCESS_MASK rights = 0;
+    if (GetEffectiveRightsFromAclW(target.Rights(), &trustee, &rights) != kSuccess) return true;
+    return (rights & FILE_WRITE_DATA) != 0;
+}
+
 class WindowsFile : public File {
 public:
     WindowsFile(Handle handle, fs::path path) : handle_(std::move(handle)), path_(std::move(path)) {}
@@ -224,6 +259,16 @@ public:
         held_.erase(held);
     }
 
+    bool IsByWriterOf(File& other) override {
+        const auto* database = dynamic_cast<const WindowsFile*>(&other);
+        return database == nullptr || MayWrite(Owner(handle_.Get()), database->handle_.Get());
+    }
+
+    DWORD Volume() const {
+        BY_HANDLE_FILE_INFORMATION info{};
+        return GetFileInformationByHandle(handle_.Get(), &info) != FALSE ? info.dwVolumeSerialNumber : 0;
+    }
+
     bool HasOneName() override {
         BY_HANDLE_FILE_INFORMATION info{};
         return GetFileInformationByHandle(handle_.Get(), &info) == FALSE || info.nNumberOfLinks <= 1;
@@ -270,6 +315,10 @@ private:
         const DWORD code = ErrorUnless(LockFileEx(handle_.Get(), flags, 0, static_cast<DWORD>(range.length),
                                                   static_cast<DWORD>(range.length >> 32), &place));
         if (code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING) return false;
+        if (code == ERROR_NOT_SUPPORTED || code == ERROR_INVALID_FUNCTION) {
+            Raise(ErrorNumber::OperationNotSupported,
+                  {u"“" + FromNativePath(path_) + u"”所在的文件系统不能锁定文件。"});
+        }
         if (code != kSuccess) RaiseSystemError(path_, code);
         return true;
     }
@@ -337,6 +386,21 @@ public:
         auto file = OpenWith(FILE_FLAG_OPEN_REPARSE_POINT, path, mode);
         if (!file->IsPlain() || !file->HasOneName()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
         return file;
+    }
+
+    // Once for each volume: it costs more than a lock.
+    bool KeepsLocks(File& file, const fs::path& path, std::uint64_t offset) override {
+        const auto* locked = dynamic_cast<const WindowsFile*>(&file);
+        if (locked == nullptr) return true;
+        const DWORD volume = locked->Volume();
+        const std::scoped_lock lock(mutex_);
+        const auto known = keeps_locks_.find(volume);
+        if (known != keeps_locks_.end()) return known->second;
+        try {
+            return keeps_locks_[volume] = OpenWith(0, path, OpenMode::ReadOnly)->IsLocked(offset, 1);
+        } catch (const AutomationError& error) {
+            return !error.Is(ErrorNumber::OperationNotSupported);  // else it has just been removed, or may not be read
+        }
     }
 
     FileKind Look(const fs::path& path) override {
@@ -416,6 +480,9 @@ private:
         if (code != kSuccess) RaiseSystemError(path, code);
         return std::make_unique<WindowsFile>(std::move(handle), path);
     }
+
+    std::mutex mutex_;
+    std::map<DWORD, bool> keeps_locks_;
 };
 
 DWORD AttributesOf(std::u16string_view path) {

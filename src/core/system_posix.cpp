@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cstdlib>
 
 #include <langinfo.h>
@@ -9,10 +10,25 @@
 #include "core/text.h"
 
 namespace qmtrain {
+namespace {
+
+std::atomic<bool> environment_is_trusted = false;
+
+}  // namespace
 
 std::u16string EnvironmentVariable(std::string_view name) {
     const char* value = std::getenv(std::string(name).c_str());
     return value != nullptr ? FromUtf8(value) : std::u16string();
+}
+
+std::u16string Setting(std::string_view name) {
+    if (environment_is_trusted) return EnvironmentVariable(name);
+    const char* value = secure_getenv(std::string(name).c_str());
+    return value != nullptr ? FromUtf8(value) : std::u16string();
+}
+
+void TrustEnvironment() {
+    environment_is_trusted = true;
 }
 
 std::vector<std::string> CommandLineWords(int count, const char* const* words) {

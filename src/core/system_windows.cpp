@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <memory>
 
 #include <windows.h>
@@ -15,6 +16,8 @@
 namespace qmtrain {
 namespace {
 
+std::atomic<bool> environment_is_trusted = false;
+
 SYSTEMTIME ToSystemTime(Date time) {
     const CivilTime civil = ToCivil(time);
     SYSTEMTIME system{};
@@ -27,6 +30,21 @@ SYSTEMTIME ToSystemTime(Date time) {
     return system;
 }
 
+// Whether the user has confirmed that this process gets rights that his others have not. Where nobody is asked, an
+// administrator's processes have them all, and his environment is as good as they are.
+bool IsElevated() {
+    static const bool elevated = [] {
+        HANDLE token = nullptr;
+        if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == FALSE) return false;
+        TOKEN_ELEVATION_TYPE type = TokenElevationTypeDefault;
+        DWORD size = 0;
+        const BOOL known = GetTokenInformation(token, TokenElevationType, &type, sizeof type, &size);
+        CloseHandle(token);
+        return known != FALSE && type == TokenElevationTypeFull;
+    }();
+    return elevated;
+}
+
 }  // namespace
 
 std::u16string EnvironmentVariable(std::string_view name) {
@@ -35,6 +53,14 @@ std::u16string EnvironmentVariable(std::string_view name) {
     value.resize(std::min<std::size_t>(
         value.size(), GetEnvironmentVariableW(wide.c_str(), value.data(), static_cast<DWORD>(value.size()))));
     return FromWide(value);
+}
+
+std::u16string Setting(std::string_view name) {
+    return environment_is_trusted || !IsElevated() ? EnvironmentVariable(name) : std::u16string();
+}
+
+void TrustEnvironment() {
+    environment_is_trusted = true;
 }
 
 // What main gets has been through the ANSI code page.

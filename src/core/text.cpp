@@ -6,6 +6,8 @@
 #include <memory>
 #include <numeric>
 
+#include "core/finder.h"
+
 namespace qmtrain {
 namespace {
 
@@ -147,7 +149,14 @@ std::u16string ToLower(std::u16string_view text) {
 }
 
 std::size_t Find(std::u16string_view text, std::u16string_view wanted, std::size_t from, Case letter_case) {
-    if (letter_case == Case::Counts) return text.find(wanted, from);
+    constexpr std::size_t kShort = 16;  // what is longer might be compared over and over again
+    const bool folds = letter_case == Case::Ignored;
+    if (wanted.size() > kShort) {
+        return Finder(folds ? ToUpper(wanted) : std::u16string(wanted)).In(text, from, [&](char16_t unit) {
+            return folds ? ToUpper(unit) : unit;
+        });
+    }
+    if (!folds) return text.find(wanted, from);
     if (from > text.size()) return std::u16string_view::npos;
     const auto found = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), wanted.begin(),
                                    wanted.end(), [](char16_t a, char16_t b) { return ToUpper(a) == ToUpper(b); });

@@ -345,7 +345,7 @@ ComPtr<IDispatch> Created(const std::u16string& prog_id) {
 
 // DAO 3.6 is a part of Windows for 32-bit programs; the other one comes with a newer engine, for 64 bits too.
 std::vector<std::u16string> ProgIds() {
-    std::u16string set = EnvironmentVariable("QMTRAININFO_DAO_PROGID");
+    std::u16string set = Setting("QMTRAININFO_DAO_PROGID");
     if (!set.empty()) return {std::move(set)};
     return {u"DAO.DBEngine.36", u"DAO.DBEngine.120"};
 }
@@ -365,7 +365,7 @@ std::unique_ptr<SystemEngine> MakeComEngine(std::span<const std::u16string> prog
 
 std::unique_ptr<SystemEngine> ChosenEngine() {
     constexpr std::int32_t kCannotCreate = 429;
-    const std::u16string setting = EnvironmentVariable("QMTRAININFO_ENGINE");
+    const std::u16string setting = Setting("QMTRAININFO_ENGINE");
     const bool automatic = setting.empty() || EqualNames(setting, u"auto");
     if (EqualNames(setting, u"jet")) return nullptr;
     if (!automatic && !EqualNames(setting, u"dao")) {

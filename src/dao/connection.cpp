@@ -15,7 +15,10 @@ Connection::~Connection() {
 
 void Connection::Open(std::u16string_view name) {
     Close();
-    database_ = Engine::Instance().OpenDatabase(name);
+    Engine& engine = Engine::Instance();
+    const Engine::OwnUse use = engine.GetOwnUse();
+    database_ = engine.OpenDatabase(name, false, use.links);
+    database_->Limits(use.limits);
 }
 
 void Connection::Close() {

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "core/work.h"
+
 namespace qmtrain::dao {
 
 class Recordset;
@@ -33,6 +35,18 @@ public:
 
     // The rows of a select, of a table or of a saved query.
     virtual std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) = 0;
+
+    // What each statement may take, and each record set in all its calls together: what takes more ends with
+    // OperationCancelled or SystemResourceExceeded, and has changed nothing. No limits unless they are set; they hold
+    // for what begins afterwards. Under the machine's engine they mean nothing.
+    virtual void Limits(const WorkLimits& /*limits*/) {}
+
+    // From any thread, at any time: what is running on this database ends with OperationCancelled, one that waits for a
+    // lock too. What begins afterwards runs. Under the machine's engine it does nothing.
+    virtual void Cancel() noexcept {}
+
+    // Whether it has a table, or a link to one, of that name; a saved query is none. True where nobody can tell.
+    virtual bool HasTable(std::u16string_view /*name*/) { return true; }
 
     // Later use of the database or of its record sets raises ObjectInvalid. What is in a transaction is undone.
     virtual void Close() = 0;

@@ -61,9 +61,19 @@ bool Engine::HasSystem() const {
     return systems > 0;
 }
 
-std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only) {
+std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only, LinkRights links) {
     if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only);
-    return own_.OpenDatabase(name, read_only);
+    return own_.OpenDatabase(name, read_only, links);
+}
+
+void Engine::SetOwnUse(const OwnUse& use) {
+    const std::scoped_lock lock(mutex_);
+    own_use_ = use;
+}
+
+Engine::OwnUse Engine::GetOwnUse() const {
+    const std::scoped_lock lock(mutex_);
+    return own_use_;
 }
 
 std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name) {

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string_view>
 
+#include "core/work.h"
 #include "dao/jet_engine.h"
 #include "dao/system_engine.h"
+#include "dao/types.h"
 
 namespace qmtrain::dao {
 
@@ -21,8 +24,19 @@ public:
     Engine& operator=(const Engine&) = delete;
 
     // Opens a database file; a folder stands for the "Total.mdb" in it. Raises FileNotFound, UnknownFormat,
-    // PasswordInvalid, FileDamaged …, and what ChosenEngine() raises.
-    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, bool read_only = false);
+    // PasswordInvalid, FileDamaged …, and what ChosenEngine() raises. `links` is for our own engine. A host that opens
+    // files of others should grant none of them.
+    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, bool read_only = false,
+                                           LinkRights links = {.write = true});
+
+    // What the component's own classes open their databases with, from now on: limits for each statement, at first 30
+    // seconds and 256 MiB, and the rights of links, at first none.
+    struct OwnUse {
+        WorkLimits limits{std::chrono::seconds(30), std::size_t{256} << 20};
+        LinkRights links;
+    };
+    void SetOwnUse(const OwnUse& use);
+    OwnUse GetOwnUse() const;
 
     // Makes a new, empty database in the General order, always with our own engine. Raises DatabaseExists.
     std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
@@ -53,6 +67,8 @@ private:
     SystemEngine* System();
 
     JetEngine own_;
+    mutable std::mutex mutex_;
+    OwnUse own_use_;
 };
 
 }  // namespace qmtrain::dao

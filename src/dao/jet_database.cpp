@@ -20,10 +20,12 @@ JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> sto
 JetDatabase::~JetDatabase() = default;
 
 std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only,
-                                               std::shared_ptr<jet::Session> session) {
-    return std::make_shared<JetDatabase>(
-        std::u16string(name),
-        jet::Database::Open(DatabaseFile(name), {.read_only = read_only, .session = std::move(session)}));
+                                               std::shared_ptr<jet::Session> session, LinkRights links) {
+    return std::make_shared<JetDatabase>(std::u16string(name),
+                                         jet::Database::Open(DatabaseFile(name), {.read_only = read_only,
+                                                                                  .session = std::move(session),
+                                                                                  .links_read_only = !links.write,
+                                                                                  .links_in_network = links.network}));
 }
 
 std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session) {
@@ -45,6 +47,7 @@ void JetDatabase::Execute(std::u16string_view text) {
     jet::Database& storage = Storage();
     const sql::Statement statement = sql::Parse(text);
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
+    const Work work = Begin();
     jet::Database::Writing writing(storage);
     const std::int64_t affected = sql::Execute(*catalog_, statement);
     writing.Commit();
@@ -56,12 +59,16 @@ void JetDatabase::ExecuteScript(std::u16string_view statements) {
     const std::vector<sql::Statement> script = sql::ParseScript(statements);
     jet::Database::Writing writing(storage);
     std::int64_t affected = 0;
-    for (const sql::Statement& statement : script) affected += sql::Execute(*catalog_, statement);
+    for (const sql::Statement& statement : script) {
+        const Work work = Begin();
+        affected += sql::Execute(*catalog_, statement);
+    }
     writing.Commit();
     records_affected_ = static_cast<std::int32_t>(affected);
 }
 
 void JetDatabase::Atomically(const std::function<void()>& body) {
+    const Work work({}, cancellations_);
     jet::Database::Writing writing(Storage());
     body();
     writing.Commit();
@@ -93,13 +100,7 @@ std::vector<TableDef> JetDatabase::TableDefs() {
         const bool linked = object.type == jet::CatalogObject::kLinkedTable;
         if (object.type != jet::CatalogObject::kTable && !linked) continue;
         TableDef table{object.name, object.IsSystem(), linked, {}, {}};
-        std::shared_ptr<sql::Table> opened;
-        try {
-            opened = catalog_->FindTable(object.name);
-        } catch (const AutomationError&) {
-            if (!linked) throw;
-        }
-        if (opened) {
+        if (const auto opened = linked ? nullptr : catalog_->FindTable(object.name)) {
             table.indexes = opened->Indexes();
             for (const sql::Column& column : opened->Columns()) {
                 table.fields.push_back({column.name, FieldTypeOf(column.type), FieldSizeOf(column.type, column.size),
@@ -116,6 +117,21 @@ void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view c
     jet::Database::Writing writing(Storage());
     storage_->CreateLink(name, connect, source_table);
     writing.Commit();
+}
+
+void JetDatabase::Limits(const WorkLimits& limits) {
+    const std::scoped_lock lock(limits_mutex_);
+    limits_ = limits;
+}
+
+Work JetDatabase::Begin(std::chrono::steady_clock::duration* spent) const {
+    const std::scoped_lock lock(limits_mutex_);
+    return {limits_, cancellations_, spent};
+}
+
+bool JetDatabase::HasTable(std::u16string_view name) {
+    const jet::Database::Reading reading(Storage());
+    return storage_->FindTable(name) != nullptr;
 }
 
 void JetDatabase::Close() {

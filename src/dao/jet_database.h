@@ -6,10 +6,12 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "core/work.h"
 #include "dao/database.h"
 #include "dao/types.h"
 #include "sql/sql.h"
@@ -37,7 +39,7 @@ struct TableDef {
     std::u16string name;
     bool system = false;
     bool linked = false;
-    std::vector<FieldDef> fields;  // empty for a linked table whose file cannot be opened
+    std::vector<FieldDef> fields;  // neither these nor indexes for a linked table: to list it opens no other file
     std::vector<sql::Index> indexes;
 };
 
@@ -48,7 +50,8 @@ public:
 
     // Without a session they are outside the transactions of any engine. They raise what the Engine's functions raise.
     static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false,
-                                             std::shared_ptr<jet::Session> session = nullptr);
+                                             std::shared_ptr<jet::Session> session = nullptr,
+                                             LinkRights links = {.write = true});
     static std::shared_ptr<JetDatabase> Create(std::u16string_view name,
                                                std::shared_ptr<jet::Session> session = nullptr);
 
@@ -57,8 +60,14 @@ public:
     std::int32_t RecordsAffected() const override { return records_affected_; }
     void Atomically(const std::function<void()>& body) override;
     std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) override;
+    void Limits(const WorkLimits& limits) override;
+    void Cancel() noexcept override { ++cancellations_; }
+    bool HasTable(std::u16string_view name) override;
     void Close() override;
     bool IsOpen() const override { return storage_ != nullptr; }
+
+    // A part of a statement, or of a record set's calls, of which `spent` remembers how long they took.
+    Work Begin(std::chrono::steady_clock::duration* spent = nullptr) const;
 
     // Runs several statements separated by ";", all or none.
     void ExecuteScript(std::u16string_view statements);
@@ -81,6 +90,9 @@ private:
     std::unique_ptr<jet::Database> storage_;
     std::unique_ptr<sql::Catalog> catalog_;
     std::atomic<std::int32_t> records_affected_ = 0;  // threads may share the database
+    Work::Cancellations cancellations_ = 0;
+    mutable std::mutex limits_mutex_;
+    WorkLimits limits_;
 };
 
 }  // namespace qmtrain::dao

@@ -15,8 +15,8 @@ std::shared_ptr<jet::Session> JetEngine::OwnSession() {
     return session;
 }
 
-std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, bool read_only) {
-    return JetDatabase::Open(name, read_only, OwnSession());
+std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, bool read_only, LinkRights links) {
+    return JetDatabase::Open(name, read_only, OwnSession(), links);
 }
 
 std::shared_ptr<JetDatabase> JetEngine::CreateDatabase(std::u16string_view name) {

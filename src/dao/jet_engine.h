@@ -11,6 +11,8 @@
 #include <string_view>
 #include <thread>
 
+#include "dao/types.h"
+
 namespace qmtrain::jet {
 class Session;
 }
@@ -21,7 +23,8 @@ class JetDatabase;
 
 class JetEngine {
 public:
-    std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, bool read_only = false);
+    std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, bool read_only = false,
+                                              LinkRights links = {.write = true});
     std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
 
     void BeginTrans();

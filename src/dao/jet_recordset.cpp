@@ -98,6 +98,7 @@ void JetField::AppendChunk(const qmtrain::Value& chunk) {
 
 JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement statement)
     : database_(std::move(database)), statement_(std::make_unique<sql::Statement>(std::move(statement))) {
+    const Work work = database_->Begin(&spent_);
     const jet::Database::Reading reading(Storage());
     query_ = OpenQuery();
     updatable_ = query_->Updatable();
@@ -154,6 +155,7 @@ bool JetRecordset::Reach(std::int64_t index) {
 }
 
 void JetRecordset::ReachAll() {
+    const Work work = database_->Begin(&spent_);
     while (!complete_) {
         const jet::Database::Reading reading(Storage());
         for (std::int64_t rows = 0; rows < kKeysInScope && NextKey(); ++rows) {
@@ -181,13 +183,25 @@ bool JetRecordset::InBlock(std::int64_t index) const {
     return inside && block_change_ == ChangeStamp();
 }
 
-// Finds one more row; its values can be read from the query.
+// Finds one more row; its values can be read from the query. A search that was called off in its middle is over.
 bool JetRecordset::NextKey() {
+    if (called_off_) std::rethrow_exception(called_off_);
     if (search_failure_) std::rethrow_exception(std::exchange(search_failure_, nullptr));
     found_ = -1;
+    try {
+        return FindKey();
+    } catch (const AutomationError& error) {
+        const bool limited = error.Is(ErrorNumber::OperationCancelled) || error.Is(ErrorNumber::SystemResourceExceeded);
+        if (limited) called_off_ = std::current_exception();
+        throw;
+    }
+}
+
+bool JetRecordset::FindKey() {
     while (!complete_ && query_->Next()) {
         if (!updatable_) {
             Pack(*query_, kept_);
+            if (kept_.Size() % kMaxBlockRows == 0) Work::Hold(kept_.Bytes());
             return true;
         }
         if (!added_.empty() && added_.contains(query_->Row().value)) continue;
@@ -221,6 +235,7 @@ void JetRecordset::FillBlock(std::int64_t index) {
     block_first_ = index;
     block_.Clear();
     failure_ = nullptr;
+    const Work work = database_->Begin(&spent_);
     const jet::Database::Reading reading(Storage());
     block_change_ = ChangeStamp();
     while (Fetched() < index && NextKey()) {
@@ -423,6 +438,7 @@ void JetRecordset::Update() {
     RequireOpen();
     if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
     sql::Table& table = *query_->Tables()[0];
+    const Work work = database_->Begin();
     jet::Database::Writing writing(Storage());
     if (editing_ == Editing::Changing) {
         std::vector<sql::Assignment> changes;
@@ -464,6 +480,7 @@ void JetRecordset::Delete() {
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
     editing_ = Editing::Nothing;
+    const Work work = database_->Begin();
     jet::Database::Writing writing(Storage());
     query_->Tables()[0]->Delete(keys_[static_cast<std::size_t>(position_)]);
     writing.Commit();
@@ -501,6 +518,7 @@ void JetRecordset::FindNext(std::u16string_view criteria) {
 void JetRecordset::Find(std::u16string_view criteria, std::int64_t from) {
     RequireOpen();
     const sql::Statement condition = sql::Parse(u"SELECT * FROM [Rows] WHERE " + std::u16string(criteria));
+    const Work work = database_->Begin(&spent_);
     const jet::Database::Reading reading(Storage());
     const auto rows = CatalogOfRows(*this, std::max<std::int64_t>(from, 0));
     const auto matches = sql::Open(*rows, condition);

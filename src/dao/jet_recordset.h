@@ -1,6 +1,7 @@
 // Record sets of our own engine.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -96,6 +97,7 @@ private:
     void FillBlock(std::int64_t index);
     bool FillRow(std::int64_t index);
     bool NextKey();
+    bool FindKey();
     void Pack(sql::Query& query, RowBuffer& rows) const;
     std::int64_t BlockRows() const { return static_cast<std::int64_t>(block_.Size()); }
     sql::Query& Reader();
@@ -140,7 +142,10 @@ private:
     std::int64_t block_size_ = 1;     // how many rows were wanted
     std::uint64_t block_change_ = 0;  // what has been changed here since makes it old
 
+    std::chrono::steady_clock::duration spent_{};  // in all calls
+
     std::exception_ptr failure_;         // why the block's first row could not be read
+    std::exception_ptr called_off_;      // why the search for rows has ended
     std::exception_ptr search_failure_;  // why no row behind those fetched could be found
 
     std::int64_t position_ = 0;  // -1 before the first row, Count() behind the last

@@ -22,4 +22,10 @@ enum class FieldType : std::int16_t {
     Decimal = 20,
 };
 
+// What the links of a database that is opened may lead to; the files themselves are opened when they are used.
+struct LinkRights {
+    bool write = false;    // their tables may be changed
+    bool network = false;  // files on other machines ("\\host\share"), which learn who asks
+};
+
 }  // namespace qmtrain::dao

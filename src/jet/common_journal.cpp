@@ -77,7 +77,8 @@ std::filesystem::path PathFrom(const std::filesystem::path& holder, const std::f
     return (way.empty() ? folder : way) / target.filename();
 }
 
-CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable)
+CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, File& first,
+                             bool durable)
     : system_(system), durable_(durable) {
     std::random_device random;
     name_.nonce = static_cast<std::uint64_t>(random()) << 32 | random();
@@ -87,6 +88,7 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     for (const std::filesystem::path& database : databases) content.databases.push_back(PathFrom(name_.path, database));
     bytes_ = Write(content);
     file_ = system.OpenPlain(name_.path, OpenMode::CreateNew);
+    file_->ShareLike(first, true);
     try {
         file_->WriteAt(0, bytes_);
         if (!durable) return;

@@ -33,8 +33,8 @@ public:
         std::uint64_t nonce = 0;
     };
 
-    // Starts one. It is safe on the disk when this returns.
-    CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable);
+    // Starts one. It is safe on the disk when this returns. `first`: the first of the databases.
+    CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, File& first, bool durable);
 
     const Name& GetName() const { return name_; }
 

@@ -15,6 +15,13 @@ bool IsSameFile(const std::filesystem::path& a, const std::filesystem::path& b) 
     return a == b || std::filesystem::equivalent(a, b, ignored);
 }
 
+// "\\host\share\file", also with "/", and all else that begins so: devices, and paths in the system's own form. To
+// open such a file tells the other machine who asks.
+bool IsInNetwork(std::u16string_view path) {
+    const auto separates = [](char16_t unit) { return unit == u'\\' || unit == u'/'; };
+    return path.size() > 1 && separates(path[0]) && separates(path[1]);
+}
+
 }  // namespace
 
 Database::Database(const std::filesystem::path& path, const PagerOptions& options, Database* home)
@@ -143,6 +150,9 @@ std::shared_ptr<Table> Database::LinkedTable(const CatalogObject& object, int li
 
 // A path that is not absolute counts from this file's folder. Many links may lead to one file, or back to the first.
 Database& Database::OpenLink(const std::u16string& stored_path) {
+    if (!options_.links_in_network && IsInNetwork(stored_path)) {
+        Raise(ErrorNumber::OperationNotSupported, {u"链接到网络上的文件“" + stored_path + u"”没有得到允许。"});
+    }
     std::filesystem::path path = ToNativePath(stored_path);
     const bool drive = stored_path.size() > 1 && stored_path[1] == u':';
     if (path.is_relative() && !drive) {
@@ -153,7 +163,9 @@ Database& Database::OpenLink(const std::u16string& stored_path) {
     std::vector<std::unique_ptr<Database>>& links = home_->links_;
     const auto known = std::find_if(links.begin(), links.end(), [&](const auto& link) { return stands_there(*link); });
     if (known != links.end()) return **known;
-    links.push_back(Open(path, options_, home_));
+    PagerOptions options = options_;
+    options.read_only = options_.read_only || options_.links_read_only;
+    links.push_back(Open(path, options, home_));
     return *links.back();
 }
 

@@ -10,7 +10,7 @@ constexpr std::chrono::milliseconds kLookForEnginesEvery(50);
 }  // namespace
 
 FileShare::FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout)
-    : file_(file), locks_(system, file.Path(), file.ReadOnlyReason().empty(), timeout) {}
+    : file_(file), locks_(system, file.Path(), file.Handle(), timeout) {}
 
 // A writer asks for his lock before he reads, so a reader never waits for a writer that waits for readers.
 void FileShare::LockToChange() {

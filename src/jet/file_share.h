@@ -20,8 +20,11 @@ public:
     // Each raises LockedByOther when the time limit passes; what was locked before is then still locked.
     void LockToRead() { locks_.LockShared(); }
     void LockToChange();  // one at a time. Raises FileInUse when another engine has the file open
-    void LockToWrite() { locks_.LockExclusive(); }
+    void LockToWrite() { locks_.LockExclusive(file_.Handle()); }
     void Unlock() noexcept { locks_.UnlockAll(); }
+
+    // Why nobody may change the file here; empty when they may.
+    std::u16string_view Problem() const { return locks_.Problem(); }
 
     // Looks at the file once reading or changing may begin. True when what was read from it earlier may be old.
     bool NoticeChanges();
@@ -44,10 +47,10 @@ public:
     // Our own commit: no news to us.
     void Committed(std::vector<std::uint8_t> counters, std::uint64_t size) noexcept;
 
-    // Calls `body` with nobody else in the file, and returns to the lock that was held. False, and no call, when the
-    // file cannot be locked at all.
+    // Calls `body` with nobody else in the file, which is `handle`, open for writing; returns to the lock that was
+    // held. No call when the file cannot be locked so.
     template <class Body>
-    bool Alone(Body body);
+    void Alone(File& handle, Body body);
 
 private:
     PageFile& file_;
@@ -59,20 +62,19 @@ private:
 };
 
 template <class Body>
-bool FileShare::Alone(Body body) {
-    if (!locks_.CanLock()) return false;
+void FileShare::Alone(File& handle, Body body) {
+    if (!locks_.Problem().empty()) return;
     const bool reserved = locks_.IsReserved();
     if (!reserved) {
         locks_.UnlockAll();
         locks_.LockReserved();
     }
     RequireNoOtherEngine();
-    locks_.LockExclusive();
+    locks_.LockExclusive(handle);
     body();
     locks_.UnlockExclusive();
     if (!reserved) locks_.UnlockAll();
     locks_.LockShared();
-    return true;
 }
 
 }  // namespace qmtrain::jet

@@ -6,6 +6,8 @@
 
 #include "core/error.h"
 #include "core/files.h"
+#include "core/log.h"
+#include "core/message_text.h"
 #include "jet/bytes.h"
 #include "jet/checksum.h"
 #include "jet/commit_counter.h"
@@ -15,6 +17,7 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'J', 'n', '2'};
+constexpr std::array<std::uint8_t, 1> kVoid = {0};  // in the place of the first letter
 constexpr std::size_t kHeaderSize = 48;
 constexpr std::size_t kChecksumAt = 12;
 constexpr std::size_t kRecordHead = 8;
@@ -34,11 +37,6 @@ std::uint32_t HeaderChecksum(std::uint64_t nonce, std::span<const std::uint8_t> 
     return Checksum(nonce, copy);
 }
 
-// A byte, because a longer write may happen in part: a header of which only some bytes are as they were is nobody's.
-void VoidHeader(File& journal) {
-    journal.WriteAt(0, std::array<std::uint8_t, 1>{});
-}
-
 }  // namespace
 
 JournalOwner JournalOwner::Of(PageFile& file, std::uint64_t length) {
@@ -53,13 +51,15 @@ std::filesystem::path Journal::PathFor(const std::filesystem::path& database) {
     return path += "-journal";
 }
 
-Journal::Journal(FileSystem& system, const std::filesystem::path& database, const JournalOwner& owner, bool durable)
+Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable)
     : system_(system),
-      path_(PathFor(database)),
-      page_size_(owner.page_size),
+      path_(PathFor(database.Path())),
+      page_size_(database.GetFormat().page_size),
       durable_(durable),
       file_(system.OpenPlain(path_, OpenMode::CreateNew)),
       header_(kHeaderSize) {
+    file_->ShareLike(database.Handle(), true);
+    const JournalOwner owner = JournalOwner::Of(database, length);
     std::random_device random;
     nonce_ = static_cast<std::uint64_t>(random()) << 32 | random();
     std::memcpy(header_.data(), kMagic, sizeof kMagic);
@@ -119,7 +119,7 @@ void Journal::Finish() {
         return system_.Remove(path_);
     }
     try {
-        VoidHeader(*file_);
+        file_->WriteAt(0, kVoid);
         file_->Sync();
     } catch (const AutomationError&) {
         file_->WriteAt(0, header_);  // the whole header is written anew, so this sync speaks of it again
@@ -157,7 +157,7 @@ bool Journal::Names(FileSystem& system, const std::filesystem::path& database, s
     const FileKind kind = system.Look(PathFor(database));
     if (kind == FileKind::None) return !system.Exists(database);
     if (kind != FileKind::Plain) return false;
-    FoundJournal found(system, PathFor(database));
+    FoundJournal found(system, PathFor(database), nullptr);
     if (!found.ReadHeader()) return false;
     found.ReadRecords();
     return found.common_ && found.common_->nonce == nonce;
@@ -165,38 +165,41 @@ bool Journal::Names(FileSystem& system, const std::filesystem::path& database, s
 
 // FoundJournal
 
-FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal) : path_(journal) {
-    if (system.Look(path_) == FileKind::Plain) {
+FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database)
+    : path_(journal), state_(State::Foreign) {
+    if (system.Look(path_) != FileKind::Plain) return;
+    try {
         file_ = system.OpenPlain(path_, OpenMode::ReadOnly);
-    } else {
-        state_ = State::Foreign;
+        state_ = State::Void;
+    } catch (const AutomationError&) {
+        if (database == nullptr || system.IsByWriterOf(path_, *database)) throw;
     }
 }
 
-FoundJournal::FoundJournal(FileSystem& system, PageFile& file) : FoundJournal(system, Journal::PathFor(file.Path())) {
-    if (!file_ || !ReadHeader()) return;
-    if (!Belongs(JournalOwner::Of(file, file.Size()))) {
-        state_ = State::Foreign;
-        return;
-    }
+FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
+    : FoundJournal(system, Journal::PathFor(file.Path()), &file.Handle()) {
+    if (!file_) return;
+    const bool by_writer = file_->IsByWriterOf(file.Handle());
+    const bool whole = ReadHeader();
+    if (!by_writer || (whole && !Belongs(JournalOwner::Of(file, file.Size())))) state_ = State::Foreign;
+    if (!whole || state_ == State::Foreign) return;
     ReadRecords();
     state_ = !common_ || CommonJournal::InForce(system, *common_) ? State::InForce : State::Void;
 }
 
-// False when the journal was not begun, or voided; a file that never was a journal is foreign.
+// False when the journal was not begun (a power cut can leave zeros), or voided; what never was a journal is foreign.
 bool FoundJournal::ReadHeader() {
     std::array<std::uint8_t, kHeaderSize> header{};
-    if (file_->ReadAt(0, header) < kHeaderSize) return false;
+    const std::size_t size = file_->ReadAt(0, header);
     if (std::all_of(header.begin(), header.end(), [](std::uint8_t byte) { return byte == 0; })) return false;
-    const bool is_void = header[0] == 0;
-    header[0] = static_cast<std::uint8_t>(kMagic[0]);
-    const bool ours = std::memcmp(header.data(), kMagic, sizeof kMagic) == 0;
+    const bool is_void = size > 0 && header[0] == kVoid[0];
+    if (is_void) header[0] = kMagic[0];
     nonce_ = Get<std::uint64_t>(&header[24]);
-    if (!ours || Get<std::uint32_t>(&header[kChecksumAt]) != HeaderChecksum(nonce_, header)) {
-        state_ = State::Foreign;
-        return false;
-    }
-    if (is_void) return false;
+    const bool ours =
+        std::memcmp(header.data(), kMagic, std::min(size, sizeof kMagic)) == 0 &&
+        (size < kHeaderSize || Get<std::uint32_t>(&header[kChecksumAt]) == HeaderChecksum(nonce_, header));
+    if (!ours) state_ = State::Foreign;
+    if (!ours || is_void || size < kHeaderSize) return false;
     owner_.page_size = Get<std::uint32_t>(&header[8]);
     owner_.length = Get<std::uint64_t>(&header[16]);
     std::copy_n(header.begin() + 32, owner_.stamp.size(), owner_.stamp.begin());
@@ -249,11 +252,15 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
     found.file_.reset();
     if (found.state_ == State::Foreign) {
         std::filesystem::path aside = found.path_;
-        return system.Rename(found.path_, aside += UniqueName("-", ""));
+        system.Rename(found.path_, aside += UniqueName("-", ""));
+        return WriteLog(kLogError,
+                        u"“" + ForMessage(FromNativePath(found.path_)) + u"”不是此数据库的日志，已改名为“" +
+                            FromNativePath(aside.filename()) + u"”。",
+                        u"");
     }
     if (durable) {
         const auto journal = system.OpenPlain(found.path_, OpenMode::ReadWrite);
-        VoidHeader(*journal);
+        journal->WriteAt(0, kVoid);
         journal->Sync();
     }
     system.Remove(found.path_);

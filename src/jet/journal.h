@@ -8,9 +8,9 @@
 //
 // A record counts when its checksum fits the nonce; the first one that does not ends the journal. Pages are overwritten
 // only after the records about them have reached the disk, so a torn end speaks of pages that are still untouched. A
-// zero in place of the header's first byte ends the journal's effect before the file is removed, so that the removal need
-// not reach the disk.
-// Where a common journal is named, the journal is in force only as long as that one is.
+// zero in the place of the header's first letter ends the journal's effect before the file is removed, so that the
+// removal need not reach the disk; one byte cannot be written in part. Where a common journal is named, the journal is
+// in force only as long as that one is.
 #pragma once
 
 #include <array>
@@ -44,8 +44,9 @@ class Journal {
 public:
     static std::filesystem::path PathFor(const std::filesystem::path& database);
 
-    // Starts a new journal. `durable` decides whether Sync reaches the disk.
-    Journal(FileSystem& system, const std::filesystem::path& database, const JournalOwner& owner, bool durable);
+    // Starts a new journal of the database, whose length before the transaction was `length`. `durable` decides whether
+    // Sync reaches the disk.
+    Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable);
 
     // Whether the page's old content is not kept yet.
     bool NeedsImage(PageNumber page) const { return page >= kept_.size() || !kept_[page]; }
@@ -112,7 +113,7 @@ public:
 
 private:
     friend class Journal;
-    FoundJournal(FileSystem& system, const std::filesystem::path& journal);
+    FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database);
 
     bool ReadHeader();
     void ReadRecords();

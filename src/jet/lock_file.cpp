@@ -1,10 +1,13 @@
 #include "jet/lock_file.h"
 
 #include <algorithm>
+#include <optional>
 #include <thread>
+#include <utility>
 
 #include "core/error.h"
 #include "core/text.h"
+#include "core/work.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -21,75 +24,145 @@ constexpr std::uint64_t kOtherUsers = 0x10000001;
 constexpr std::uint64_t kOtherUserSlots = 255;
 constexpr std::chrono::milliseconds kLongLook(250);
 
-}  // namespace
+// Of the database itself, far beyond its end: shared by readers who have no lock file.
+constexpr std::uint64_t kReadersInDatabase = std::uint64_t{1} << 40;
 
-LockFile::LockFile(FileSystem& system, const std::filesystem::path& database, bool writable,
-                   std::chrono::milliseconds timeout)
-    : system_(system), path_(database), database_name_(FromNativePath(database)), timeout_(timeout) {
-    path_.replace_extension(".ldb");
-    if (FoldName(FromNativePath(path_)) == FoldName(FromNativePath(database))) {
-        Raise(ErrorNumber::UnknownFormat, {database_name_, u"扩展名“.ldb”属于锁文件。"});
-    }
+// Whether locks in the file itself hold.
+bool KeepsLockIn(FileSystem& system, File& file, const std::filesystem::path& path) {
     try {
-        Open();
+        if (!file.TryLock(kReadersInDatabase, 1, File::Lock::Shared)) return true;  // a writer has it
+        const bool keeps = system.KeepsLocks(file, path, kReadersInDatabase);
+        file.Unlock(kReadersInDatabase, 1);
+        return keeps;
     } catch (const AutomationError&) {
-        if (writable) throw;
+        return false;
     }
 }
 
-// Between our opening and our locking the last user may have removed the file: then it is opened anew.
+std::u16string Describe(const std::optional<LockHolder>& holder) {
+    if (!holder) return {};
+    return u"占用它的是进程 " + ToText(holder->process) + u"（" + holder->program + u"）。";
+}
+
+}  // namespace
+
+LockFile::LockFile(FileSystem& system, const std::filesystem::path& path, File& database,
+                   std::chrono::milliseconds timeout)
+    : system_(system),
+      path_(path),
+      database_path_(path),
+      database_name_(FromNativePath(path)),
+      database_(database),
+      timeout_(timeout) {
+    path_.replace_extension(".ldb");
+    if (FoldName(FromNativePath(path_)) == FoldName(database_name_)) {
+        Raise(ErrorNumber::UnknownFormat, {database_name_, u"扩展名“.ldb”属于锁文件。"});
+    }
+    Open();
+}
+
 void LockFile::Open() {
+    if (TryOpen(OpenMode::Create)) {
+        kind_ = Kind::Full;
+    } else if (TryOpen(OpenMode::ReadOnly)) {
+        kind_ = Kind::SharedOnly;
+    } else if (KeepsLockIn(system_, database_, database_path_)) {
+        kind_ = Kind::InDatabase;
+    }
+}
+
+bool LockFile::TryOpen(OpenMode mode) {
+    try {
+        if (OpenFile(mode)) return true;
+        if (mode == OpenMode::Create) RemoveIfOurs();
+    } catch (const AutomationError& error) {
+        if (error.Is(ErrorNumber::LockedByOther) || error.Is(ErrorNumber::OperationCancelled)) throw;
+    }
+    file_.reset();
+    return false;
+}
+
+// False when its locks are none. Between our opening and our locking the last user may have removed the file: then it
+// is opened anew.
+bool LockFile::OpenFile(OpenMode mode) {
     do {
-        file_ = system_.OpenPlain(path_, OpenMode::Create);
-        WaitFor(kPresentByte, File::Lock::Shared);
+        file_ = system_.OpenPlain(path_, mode);
+        if (mode == OpenMode::Create) file_->ShareLike(database_, false);
+        try {
+            WaitFor(*file_, kPresentByte, File::Lock::Shared);
+        } catch (const AutomationError& error) {
+            if (!error.Is(ErrorNumber::OperationNotSupported)) throw;
+            return false;
+        }
     } while (!file_->IsAt(path_));
+    return system_.KeepsLocks(*file_, path_, kPresentByte);
 }
 
 LockFile::~LockFile() {
     if (!file_) return;
     try {
         UnlockAll();
-        // Ours have no content: what has some belongs to somebody else.
-        const bool alone = file_->TryLock(kPresentByte, 1, File::Lock::Exclusive) && !SeesOtherEngine();
-        if (alone && file_->Size() == 0) system_.Remove(path_);
+        const bool last = kind_ == Kind::Full && file_->TryLock(kPresentByte, 1, File::Lock::Exclusive);
+        if (last && !SeesOtherEngine()) RemoveIfOurs();
     } catch (const AutomationError&) {
         // A lock file that stays behind is harmless: its locks are gone.
         file_.reset();
     }
 }
 
-void LockFile::WaitFor(std::uint64_t byte, File::Lock kind) {
-    if (file_->TryLock(byte, 1, kind)) return;
+// Ours have no content: what has some belongs to somebody else.
+void LockFile::RemoveIfOurs() {
+    if (file_->Size() == 0) system_.Remove(path_);
+}
+
+std::u16string_view LockFile::Problem() const {
+    switch (kind_) {
+        case Kind::Full: return {};
+        case Kind::SharedOnly: return u"锁文件（.ldb）没有写入权限。";
+        case Kind::InDatabase: return u"在文件夹中不能建立或打开锁文件（.ldb）。";
+        case Kind::None: break;
+    }
+    return u"文件系统不能锁定文件，读取时其他用户可能正在更改它。";
+}
+
+void LockFile::WaitFor(File& file, std::uint64_t byte, File::Lock kind) {
+    if (file.TryLock(byte, 1, kind)) return;
     const auto start = std::chrono::steady_clock::now();
     const auto waited_before = waited_;
     std::chrono::milliseconds pause(1);
     do {
         waited_ = waited_before + (std::chrono::steady_clock::now() - start);
-        if (waited_ >= timeout_) Raise(ErrorNumber::LockedByOther, {database_name_});
+        if (waited_ >= timeout_)
+            Raise(ErrorNumber::LockedByOther, {database_name_, Describe(file.FindLockHolder(byte, 1))});
+        Work::Look();
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, std::chrono::milliseconds(5));
-    } while (!file_->TryLock(byte, 1, kind));
+    } while (!file.TryLock(byte, 1, kind));
     waited_ = waited_before + (std::chrono::steady_clock::now() - start);
 }
 
 void LockFile::LockShared() {
-    if (shared_ || !file_) return;
-    WaitFor(kPendingByte, File::Lock::Shared);
-    try {
-        WaitFor(kSharedByte, File::Lock::Shared);
-    } catch (...) {
+    if (shared_ || kind_ == Kind::None) return;
+    if (kind_ == Kind::InDatabase) {
+        WaitFor(database_, kReadersInDatabase, File::Lock::Shared);
+    } else {
+        WaitFor(*file_, kPendingByte, File::Lock::Shared);
+        try {
+            WaitFor(*file_, kSharedByte, File::Lock::Shared);
+        } catch (...) {
+            file_->Unlock(kPendingByte, 1);
+            throw;
+        }
         file_->Unlock(kPendingByte, 1);
-        throw;
     }
-    file_->Unlock(kPendingByte, 1);
     shared_ = true;
 }
 
 void LockFile::LockReserved() {
-    if (reserved_ || !file_) return;
-    WaitFor(kNextByte, File::Lock::Exclusive);
+    if (reserved_) return;
+    WaitFor(*file_, kNextByte, File::Lock::Exclusive);
     try {
-        WaitFor(kReservedByte, File::Lock::Exclusive);
+        WaitFor(*file_, kReservedByte, File::Lock::Exclusive);
     } catch (...) {
         file_->Unlock(kNextByte, 1);
         throw;
@@ -98,20 +171,27 @@ void LockFile::LockReserved() {
     reserved_ = true;
 }
 
-void LockFile::LockExclusive() {
-    if (exclusive_ || !file_) return;
-    WaitFor(kPendingByte, File::Lock::Exclusive);
+void LockFile::LockExclusive(File& database) {
+    if (exclusive_) return;
+    WaitFor(*file_, kPendingByte, File::Lock::Exclusive);
     try {
-        WaitFor(kSharedByte, File::Lock::Exclusive);
+        WaitFor(*file_, kSharedByte, File::Lock::Exclusive);
+        exclusive_ = true;
+        WaitFor(database, kReadersInDatabase, File::Lock::Exclusive);
+        writing_ = &database;
     } catch (...) {
-        file_->Unlock(kPendingByte, 1);
+        if (exclusive_) {
+            UnlockExclusive();
+        } else {
+            file_->Unlock(kPendingByte, 1);
+        }
         throw;
     }
-    exclusive_ = true;
 }
 
 void LockFile::UnlockExclusive() {
     if (!exclusive_) return;
+    if (writing_ != nullptr) std::exchange(writing_, nullptr)->Unlock(kReadersInDatabase, 1);
     if (shared_) {
         file_->TryLock(kSharedByte, 1, File::Lock::Shared);
     } else {
@@ -122,9 +202,10 @@ void LockFile::UnlockExclusive() {
 }
 
 void LockFile::UnlockAll() noexcept {
-    if (!file_) return;
     try {
-        if (exclusive_ || shared_) file_->Unlock(kSharedByte, 1);
+        if (writing_ != nullptr) std::exchange(writing_, nullptr)->Unlock(kReadersInDatabase, 1);
+        if (shared_ && kind_ == Kind::InDatabase) database_.Unlock(kReadersInDatabase, 1);
+        if (file_ && (exclusive_ || shared_)) file_->Unlock(kSharedByte, 1);
         if (exclusive_) file_->Unlock(kPendingByte, 1);
         if (reserved_) file_->Unlock(kReservedByte, 1);
     } catch (const AutomationError&) {
@@ -133,15 +214,14 @@ void LockFile::UnlockAll() noexcept {
     shared_ = reserved_ = exclusive_ = false;
 }
 
-// Without a lock file of our own (a folder we may not write to) its presence is all there is to see.
+// Without a lock file of our own its presence is all there is to see.
 bool LockFile::SeesOtherEngine(bool long_look) {
-    if (!file_) return system_.Exists(path_);
+    if (!file_) return kind_ == Kind::None || system_.Exists(path_);
     const auto deadline = std::chrono::steady_clock::now() + (long_look ? kLongLook : std::chrono::milliseconds(0));
-    while (!file_->TryLock(kOtherUsers, kOtherUserSlots, File::Lock::Exclusive)) {
+    while (file_->IsLocked(kOtherUsers, kOtherUserSlots)) {
         if (std::chrono::steady_clock::now() >= deadline) return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    file_->Unlock(kOtherUsers, kOtherUserSlots);
     return false;
 }
 

@@ -3,6 +3,9 @@
 // Readers share; one writer prepares its changes while they read; to bring them into the file it waits until the last
 // reader is gone and keeps new ones out. Of those who wait to write one is next, so that the one who has just written
 // does not overtake them all again. A process that dies loses its locks. The file goes with its last user.
+//
+// Who may only read the lock file, or have none, may still read the database: without a lock file readers lock a byte
+// of the database itself, which writers lock as well before they write to it.
 #pragma once
 
 #include <chrono>
@@ -17,9 +20,8 @@ namespace qmtrain::jet {
 
 class LockFile {
 public:
-    // `writable` false: a file that cannot be created (read-only folder) is done without.
-    LockFile(FileSystem& system, const std::filesystem::path& database, bool writable,
-             std::chrono::milliseconds timeout);
+    // `database`: the open file at the path. Raises LockedByOther.
+    LockFile(FileSystem& system, const std::filesystem::path& path, File& database, std::chrono::milliseconds timeout);
     LockFile(const LockFile&) = delete;
     LockFile& operator=(const LockFile&) = delete;
     ~LockFile();
@@ -27,34 +29,52 @@ public:
     // The time limit holds for all waits of an operation together.
     void BeginOperation() { waited_ = {}; }
 
-    // Each raises LockedByOther when the time limit passes. Asking for what is held already does nothing.
-    void LockShared();     // to read
-    void LockReserved();   // to prepare changes: one at a time. Requires: not shared, or reserved already
-    void LockExclusive();  // to write the file. Requires: reserved
+    // Why nobody may write the database here; empty when they may.
+    std::u16string_view Problem() const;
+
+    // Each raises LockedByOther when the time limit passes, and OperationCancelled. Asking for what is held already
+    // does nothing.
+    void LockShared();    // to read
+    void LockReserved();  // to prepare changes: one at a time. Requires: no Problem(); not shared, or reserved already
+
+    // To write the file. `database`: the same file, open for writing, which outlives the lock. Requires: reserved.
+    void LockExclusive(File& database);
 
     void UnlockExclusive();  // back to reserved and shared
     void UnlockAll() noexcept;
 
     // Whether a session of another engine has the database open. It knows nothing of our locks, but each of its users
     // locks a byte of the same file. A single look may be wrong, for another session of ours may be looking just then;
-    // a long one looks again for a while before it says yes.
+    // a long one looks again for a while before it says yes. Where nobody can tell, and where no locks can be had, one
+    // may be there.
     bool SeesOtherEngine(bool long_look = false);
 
     bool IsReserved() const { return reserved_; }
 
-    // False in a folder in which nothing may be made: then nobody is kept out.
-    bool CanLock() const { return file_ != nullptr; }
-
 private:
+    enum class Kind : std::uint8_t {
+        Full,        // all locks, in the lock file
+        SharedOnly,  // the lock file may only be read
+        InDatabase,  // there is none: readers lock the database
+        None,        // nothing can be locked
+    };
+
     void Open();
-    void WaitFor(std::uint64_t byte, File::Lock kind);
+    bool OpenFile(OpenMode mode);
+    bool TryOpen(OpenMode mode);
+    void RemoveIfOurs();
+    void WaitFor(File& file, std::uint64_t byte, File::Lock kind);
 
     FileSystem& system_;
     std::filesystem::path path_;
+    std::filesystem::path database_path_;
     std::u16string database_name_;
+    File& database_;
     std::chrono::milliseconds timeout_;
     std::chrono::steady_clock::duration waited_{};  // in this operation
-    std::unique_ptr<File> file_;                    // empty: no locking possible, nobody writes here
+    Kind kind_ = Kind::None;
+    std::unique_ptr<File> file_;  // of the first two kinds
+    File* writing_ = nullptr;     // the database in which a byte is locked exclusively
     bool shared_ = false;
     bool reserved_ = false;
     bool exclusive_ = false;

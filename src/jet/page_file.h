@@ -29,6 +29,7 @@ public:
 
     // Why the file is not to be written; empty when it is.
     const std::u16string& ReadOnlyReason() const { return read_only_reason_; }
+    void SetReadOnly(std::u16string_view reason) { read_only_reason_ = reason; }
 
     // Page images as they stand in the file. The first one returns what could be read.
     std::size_t ReadStored(PageNumber first, std::span<const std::span<std::uint8_t>> parts);

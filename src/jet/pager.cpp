@@ -1,10 +1,9 @@
 #include "jet/pager.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <string_view>
 #include <utility>
 
+#include "core/system.h"
 #include "jet/commit_counter.h"
 
 namespace qmtrain::jet {
@@ -18,8 +17,7 @@ FileSystem*& FilesInPlace() {
 }  // namespace
 
 bool SyncsByDefault() {
-    const char* setting = std::getenv("QMTRAININFO_SYNC");
-    return setting == nullptr || std::string_view(setting) != "off";
+    return Setting("QMTRAININFO_SYNC") != u"off";
 }
 
 FileSystem& DefaultFiles() {
@@ -38,7 +36,9 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       file_(system_, std::move(path), options.read_only),
       share_(system_, file_, options.lock_timeout),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
-      change_(system_, file_, share_, cache_, options.durable) {}
+      change_(system_, file_, share_, cache_, options.durable) {
+    if (MayChange() && !share_.Problem().empty()) file_.SetReadOnly(share_.Problem());
+}
 
 Pager::~Pager() {
     session_->Remove(*this);
@@ -100,7 +100,7 @@ bool Pager::HasChanges() const {
 
 CommonJournal Pager::StartCommon(const std::vector<std::filesystem::path>& databases) {
     Journal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()));
-    return {system_, databases, durable_};
+    return {system_, databases, file_.Handle(), durable_};
 }
 
 void Pager::WriteChanges(const CommonJournal::Name* common) {
@@ -158,8 +158,11 @@ void Pager::NoticeUnfinished(bool to_change) {
     const bool may_resolve = MayChange() ? found && found->GetState() != FoundJournal::State::Foreign : counts();
     if (found && (to_change || (may_resolve && !is_known()))) {
         found.reset();
+        std::unique_ptr<File> own;
         try {
-            share_.Alone([&] { ResolveJournal(); });
+            if (!MayChange()) own = system_.Open(Path(), OpenMode::ReadWrite);
+            File& file = own ? *own : file_.Handle();
+            share_.Alone(file, [&] { ResolveJournal(file); });
         } catch (const AutomationError&) {
             if (to_change) throw;
             share_.Unlock();
@@ -179,10 +182,9 @@ std::optional<FoundJournal> Pager::FindJournal() {
     return FoundJournal(system_, file_);
 }
 
-void Pager::ResolveJournal() {
+void Pager::ResolveJournal(File& file) {
     if (system_.Look(Journal::PathFor(Path())) == FileKind::None) return;
-    const std::unique_ptr<File> own = MayChange() ? nullptr : system_.Open(Path(), OpenMode::ReadWrite);
-    FoundJournal::Resolve(FoundJournal(system_, file_), system_, own ? *own : file_.Handle(), durable_);
+    FoundJournal::Resolve(FoundJournal(system_, file_), system_, file, durable_);
 }
 
 void Pager::NoticeChanges() {

@@ -40,6 +40,10 @@ struct PagerOptions {
     bool durable = SyncsByDefault();
     FileSystem* system = nullptr;                // empty: DefaultFiles()
     std::shared_ptr<Session> session = nullptr;  // empty: one of its own
+
+    // Of the databases that links lead to.
+    bool links_read_only = false;
+    bool links_in_network = false;  // whether another machine may be asked for them
 };
 
 class Pager : public SessionFile, private PageSupply {
@@ -122,7 +126,7 @@ private:
     void CountChange();
     void NoticeUnfinished(bool to_change);
     std::optional<FoundJournal> FindJournal();
-    void ResolveJournal();
+    void ResolveJournal(File& file);
     void NoticeChanges();
     void TakeSize(std::uint64_t size);
     Frame* Load(PageNumber number);

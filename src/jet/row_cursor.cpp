@@ -52,6 +52,7 @@ void RowCursor::SetIndex(std::size_t index) {
 }
 
 bool RowCursor::Next() {
+    steps_.Next();
     loaded_ = false;
     switch (mode_) {
         case Mode::Scan: return NextInScan();

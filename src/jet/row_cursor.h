@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "core/work.h"
 #include "jet/long_value.h"
 #include "jet/row.h"
 #include "jet/stored_table.h"
@@ -77,6 +78,7 @@ private:
     };
     std::vector<KeyPart> key_parts_;
 
+    WorkSteps steps_;
     RowPointer row_;
     bool loaded_ = false;
     std::uint64_t row_change_ = 0;

@@ -97,7 +97,8 @@ void Transaction::WriteBack(const CommonJournal::Name* common) {
     if (!journal_) {
         share_.RequireNoOtherEngine();
         const std::uint64_t length = std::uint64_t{old_pages} * page_size;
-        journal_ = std::make_unique<Journal>(system_, file_.Path(), JournalOwner::Of(file_, length), durable_);
+        journal_ = std::make_unique<Journal>(system_, file_, length, durable_);
+        overwritten_ = false;
     }
     std::vector<std::uint8_t> image(page_size);
     for (const Frame* frame : dirty) {
@@ -107,6 +108,7 @@ void Transaction::WriteBack(const CommonJournal::Name* common) {
     }
     if (common != nullptr) journal_->AddCommon(*common);
     journal_->Sync();
+    overwritten_ = true;
     file_.Write(dirty);
     for (Frame* frame : dirty) {
         if (frame->pins == 0) cache_.MarkClean(*frame);  // one in somebody's hands may change after this moment
@@ -132,6 +134,11 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     levels_.clear();
     restored_.clear();
     if (!journal_) return undone;
+    if (!overwritten_) {  // the disk may be full, and need not take anything for this
+        journal_->Remove();
+        journal_.reset();
+        return undone;
+    }
     cache_.ForgetAll();  // what was written back early is in the file, and in clean frames
     try {
         journal_.reset();

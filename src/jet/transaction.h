@@ -81,6 +81,7 @@ private:
     std::vector<Level> levels_;         // outermost first; that one has no images, for the file holds them
     std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
     std::unique_ptr<Journal> journal_;
+    bool overwritten_ = false;  // the file, since the journal began
 };
 
 }  // namespace qmtrain::jet

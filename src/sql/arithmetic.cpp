@@ -4,6 +4,7 @@
 
 #include "core/convert.h"
 #include "core/error.h"
+#include "core/work.h"
 #include "sql/operators.h"
 
 namespace qmtrain::sql {
@@ -185,10 +186,13 @@ public:
         text.clear();
         if (!left.IsNull()) AppendText(left, text);
         if (!right.IsNull()) AppendText(right, text);
+        if (text.size() > kLongText) Work::Hold(text.size() * sizeof(char16_t));
         return result_;
     }
 
 private:
+    static constexpr std::size_t kLongText = 1 << 16;
+
     ExpressionPtr left_;
     ExpressionPtr right_;
     Value result_;

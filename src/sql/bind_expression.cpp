@@ -14,6 +14,7 @@ namespace qmtrain::sql {
 
 ExpressionPtr ExpressionBinder::Bind(const ast::Expression& expression) {
     using ast::ExpressionKind;
+    const Deeper deeper(context_);
     if (scope_.grouping != nullptr && !scope_.grouping->inside_aggregate) {
         if (ExpressionPtr key = BindGroupKey(expression)) return key;
     }
@@ -95,6 +96,8 @@ ExpressionPtr ExpressionBinder::BindAlias(const ast::ColumnName& name) {
         }
         constexpr std::size_t kMaxDepth = 20;
         if (open_aliases_.size() == kMaxDepth) Raise(ErrorNumber::QueryTooComplex, {name.name});
+        constexpr int kMaxBound = 10000;  // of aliases in aliases; each level may multiply them
+        if (++bound_aliases_ > kMaxBound) Raise(ErrorNumber::QueryTooComplex, {name.name});
         open_aliases_.push_back(&item);
         ExpressionPtr bound = Bind(*item.expression);
         open_aliases_.pop_back();
@@ -193,6 +196,7 @@ Operand ExpressionBinder::BindOperand(const ast::Expression& expression, Express
 
 ExpressionPtr ExpressionBinder::BindCondition(const ast::Expression& expression, std::vector<Conjunct>& parts) {
     using ast::ExpressionKind;
+    const Deeper deeper(context_);
     const auto* binary =
         expression.kind == ExpressionKind::Binary ? static_cast<const ast::Binary*>(&expression) : nullptr;
     if (binary != nullptr && binary->op == ast::BinaryOperator::And) return BindAnd(*binary, parts);

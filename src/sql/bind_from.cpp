@@ -59,6 +59,7 @@ private:
     std::unique_ptr<JoinNode> AddDerived(std::unique_ptr<Plan> plan, const std::u16string& name) {
         scope_.outer_used = scope_.outer_used || plan->correlated;
         plan_.rebuilds = plan_.rebuilds || plan->correlated;
+        context_.depth = std::max(context_.depth, plan->depth);  // what is bound from here on may evaluate its columns
         return Add(std::make_unique<DerivedSource>(std::move(plan)), name);
     }
 
@@ -92,6 +93,12 @@ private:
 };
 
 }  // namespace
+
+void BindContext::Reach(int more) {
+    constexpr int kMaxDepth = 1000;
+    deepest = std::max(deepest, depth + more);
+    if (deepest > kMaxDepth) Raise(ErrorNumber::QueryTooComplex);
+}
 
 bool BindContext::UsesTable(std::u16string_view name) const {
     return std::ranges::find(used_tables, FoldName(name)) != used_tables.end();

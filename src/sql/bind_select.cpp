@@ -1,6 +1,7 @@
 // SELECT as a whole: from the join of its tables up to TOP.
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "core/error.h"
 #include "core/text.h"
@@ -519,8 +520,16 @@ private:
 }  // namespace
 
 std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent) {
-    if (select.parts.size() > 1) return UnionBinder(context, select, parent).Run();
-    return PartBinder(context, select.parts[0], select.order_by, parent).Run();
+    const int depth_before = std::exchange(context.depth, 0);
+    const int deepest_before = std::exchange(context.deepest, 0);
+    std::unique_ptr<Plan> plan = select.parts.size() > 1
+                                     ? UnionBinder(context, select, parent).Run()
+                                     : PartBinder(context, select.parts[0], select.order_by, parent).Run();
+    plan->depth = context.deepest + 1;
+    context.depth = depth_before;
+    context.deepest = deepest_before;
+    context.Reach(plan->depth);
+    return plan;
 }
 
 }  // namespace qmtrain::sql

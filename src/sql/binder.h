@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "core/work.h"
 #include "sql/ast.h"
 #include "sql/plan.h"
 #include "sql/planner.h"
@@ -23,6 +24,32 @@ struct BindContext {
     std::vector<std::u16string> open_queries;  // saved queries being bound, so that none contains itself
     std::vector<std::u16string> used_tables;   // folded names
     int tables = 0;
+    WorkSteps steps;
+
+    // How many evaluations stand within each other where binding has come to, tables of the FROM clause included, and
+    // how many there have been at most in this select: what is shallow by itself may become deep by aliases and saved
+    // queries.
+    int depth = 0;
+    int deepest = 0;
+
+    // Raises QueryTooComplex when so many more are too many.
+    void Reach(int more);
+};
+
+// One evaluation within another.
+class Deeper {
+public:
+    explicit Deeper(BindContext& context) : context_(context) {
+        context_.steps.Next();
+        context_.Reach(1);
+        ++context_.depth;
+    }
+    Deeper(const Deeper&) = delete;
+    Deeper& operator=(const Deeper&) = delete;
+    ~Deeper() { --context_.depth; }
+
+private:
+    BindContext& context_;
 };
 
 // Binds expressions in a scope.
@@ -66,6 +93,7 @@ private:
     Scope& scope_;
     const std::vector<ast::SelectItem>* aliases_ = nullptr;
     std::vector<const ast::SelectItem*> open_aliases_;
+    int bound_aliases_ = 0;
 };
 
 // The FROM clause: fills the scope and the plan's sources; returns how the tables are joined (null without tables).

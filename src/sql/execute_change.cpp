@@ -3,11 +3,14 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "core/work.h"
 #include "sql/binder.h"
 #include "sql/execute.h"
 
 namespace qmtrain::sql {
 namespace {
+
+constexpr std::size_t kRowsBetweenLooks = 1024;
 
 // A statement's tables, joined and narrowed down by its condition.
 struct Target {
@@ -55,7 +58,11 @@ public:
 
     std::int64_t Run() {
         Collect();
-        for (const Change& change : changes_) change.table->Update(change.row, change.values);
+        WorkSteps steps;
+        for (const Change& change : changes_) {
+            steps.Next();
+            change.table->Update(change.row, change.values);
+        }
         return rows_;
     }
 
@@ -84,7 +91,10 @@ private:
             change.values.push_back({item.column, ConvertToColumn(item.value->Evaluate(), column)});
         }
         changes_.push_back(std::move(change));
+        if (changes_.size() % kRowsBetweenLooks == 0) Work::Hold(changes_.size() * (sizeof(Change) + BytesOfItems()));
     }
+
+    std::size_t BytesOfItems() const { return items_.size() * sizeof(Assignment); }
 
     Target& target_;
     std::vector<BoundItem> items_;
@@ -134,7 +144,11 @@ std::int64_t Run(Catalog& catalog, const ast::Delete& statement) {
         std::ranges::sort(rows);
         rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     }
-    for (const RowId row : rows) source.GetTable()->Delete(row);
+    WorkSteps steps;
+    for (const RowId row : rows) {
+        steps.Next();
+        source.GetTable()->Delete(row);
+    }
     return static_cast<std::int64_t>(rows.size());
 }
 

@@ -3,6 +3,7 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "core/work.h"
 #include "sql/binder.h"
 #include "sql/execute.h"
 
@@ -25,6 +26,7 @@ public:
 
     // Requires: as many values as columns.
     void Add(std::span<const Value* const> values) {
+        steps_.Next();
         row_ = defaults_;
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             const auto column = static_cast<std::size_t>(columns_[i]);
@@ -43,6 +45,7 @@ private:
     std::vector<Value> defaults_;
     std::vector<Value> row_;
     std::int64_t count_ = 0;
+    WorkSteps steps_;
 };
 
 std::shared_ptr<Table> RequireTable(Catalog& catalog, const std::u16string& name) {

@@ -153,15 +153,12 @@ void ReplaceText(Arguments a, Value& result) {
     const std::u16string_view replacement = TextOf(*a[2], buffers[2]);
     text = text.substr(std::min(a.size() > 3 ? Position(*a[3]) : 0, text.size()));
     std::int32_t left = a.size() > 4 ? ToLong(*a[4]) : -1;
-    const bool fold = IgnoresCase(a, 5);
-    const std::u16string folded_text = fold ? ToUpper(text) : std::u16string(text);
-    const std::u16string folded_wanted = fold ? ToUpper(wanted) : std::u16string(wanted);
-
+    const Case letter_case = IgnoresCase(a, 5) ? Case::Ignored : Case::Counts;
     std::u16string out;
     std::size_t place = 0;
     while (left != 0 && !wanted.empty()) {
-        const std::size_t found = folded_text.find(folded_wanted, place);
-        if (found == std::u16string::npos) break;
+        const std::size_t found = Find(text, wanted, place, letter_case);
+        if (found == std::u16string_view::npos) break;
         out += text.substr(place, found - place);
         out += replacement;
         CheckLength(out.size());

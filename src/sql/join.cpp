@@ -1,6 +1,11 @@
 #include "sql/join.h"
 
 namespace qmtrain::sql {
+namespace {
+
+constexpr std::uint32_t kRowsBetweenLooks = 1024;
+
+}  // namespace
 
 // ---- LookupJoin ----
 
@@ -66,6 +71,7 @@ void HashLookup::Open() {
 }
 
 bool HashLookup::Next() {
+    steps_.Next();
     while (next_row_ != kEnd) {
         const Place* place = &places_[next_row_ * sources_.size()];
         next_row_ = following_[next_row_];
@@ -112,6 +118,7 @@ std::uint32_t HashLookup::KeyNumber(bool building) {
 
 void HashLookup::AddRow(std::uint32_t key) {
     const auto row = static_cast<std::uint32_t>(following_.size());
+    if (row % kRowsBetweenLooks == 0) Work::Hold(places_.size() * sizeof(Place) + row * 3 * sizeof(row));
     following_.push_back(kEnd);
     for (Source* source : sources_) places_.push_back(source->Keep());
     if (key == first_.size()) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/work.h"
 #include "sql/key.h"
 #include "sql/row_operator.h"
 
@@ -73,6 +74,7 @@ private:
     std::vector<std::uint32_t> following_;  // row of the same key, by row
     std::vector<Place> places_;             // as many as sources for each row
     std::uint32_t next_row_ = kEnd;
+    WorkSteps steps_;
 };
 
 }  // namespace qmtrain::sql

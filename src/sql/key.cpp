@@ -6,6 +6,7 @@
 
 #include "core/collation.h"
 #include "core/convert.h"
+#include "core/work.h"
 #include "sql/types.h"
 
 namespace qmtrain::sql {
@@ -125,6 +126,7 @@ std::uint32_t KeyTable::FindOrAdd(const std::vector<std::uint8_t>& key, bool& ad
 }
 
 void KeyTable::Grow() {
+    Work::Hold(bytes_.size() + entries_.size() * (sizeof(Entry) + 2 * sizeof(slots_[0])));
     slots_.assign(std::max(kFirstSlots, slots_.size() * 2), 0);
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t i = 0; i < entries_.size(); ++i) {

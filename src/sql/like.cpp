@@ -7,7 +7,9 @@
 
 #include "core/convert.h"
 #include "core/error.h"
+#include "core/finder.h"
 #include "core/text.h"
+#include "core/work.h"
 #include "sql/operators.h"
 
 namespace qmtrain::sql {
@@ -40,7 +42,9 @@ public:
         std::size_t star_text = 0;
         std::size_t t = 0;
         std::size_t p = 0;
+        WorkSteps steps;
         while (t < text_.size()) {
+            steps.Next();
             if (p < pattern_.size() && pattern_[p] == u'*') {
                 star = ++p;
                 star_text = t;
@@ -122,23 +126,23 @@ public:
             if (unit != u'*') {
                 piece.push_back(Fold(unit));
             } else {
-                plain.pieces_.push_back(std::exchange(piece, {}));
+                plain.pieces_.emplace_back(std::exchange(piece, {}));
             }
         }
-        plain.pieces_.push_back(std::move(piece));
+        plain.pieces_.emplace_back(std::move(piece));
         return plain;
     }
 
     bool Matches(std::u16string_view text) const {
-        if (pieces_.size() == 1) return text.size() == pieces_[0].size() && StandsAt(pieces_[0], text, 0);
-        const std::u16string& last = pieces_.back();
-        if (text.size() < pieces_[0].size() + last.size() || !StandsAt(pieces_[0], text, 0)) return false;
-        std::size_t at = pieces_[0].size();
+        const std::u16string& first = pieces_.front().Wanted();
+        const std::u16string& last = pieces_.back().Wanted();
+        if (pieces_.size() == 1) return text.size() == first.size() && StandsAt(first, text, 0);
+        if (text.size() < first.size() + last.size() || !StandsAt(first, text, 0)) return false;
+        std::size_t at = first.size();
         for (std::size_t i = 1; i + 1 < pieces_.size(); ++i) {
-            const std::u16string& piece = pieces_[i];
-            while (at + piece.size() <= text.size() && !StandsAt(piece, text, at)) ++at;
-            at += piece.size();
-            if (at > text.size()) return false;
+            at = FindPiece(pieces_[i], text, at);
+            if (at == Finder::kNowhere) return false;
+            at += pieces_[i].Wanted().size();
         }
         return at + last.size() <= text.size() && StandsAt(last, text, text.size() - last.size());
     }
@@ -151,8 +155,28 @@ private:
         return true;
     }
 
-    std::vector<std::u16string> pieces_;  // before, between and behind the "*"
+    // A short piece is found faster by looking for it everywhere.
+    static std::size_t FindPiece(const Finder& finder, std::u16string_view text, std::size_t at) {
+        constexpr std::size_t kShort = 16;
+        const std::u16string& piece = finder.Wanted();
+        if (piece.size() > kShort) return finder.In(text, at, Fold);
+        for (; at + piece.size() <= text.size(); ++at) {
+            if (StandsAt(piece, text, at)) return at;
+        }
+        return Finder::kNowhere;
+    }
+
+    std::vector<Finder> pieces_;  // before, between and behind the "*"
 };
+
+// Other signs than "*" are compared with the text over and over again at worst, and can be stopped.
+bool MatchesOnce(std::u16string_view text, std::u16string_view pattern) {
+    constexpr std::size_t kShort = 64;
+    if (pattern.size() > kShort) {
+        if (const auto plain = PlainPattern::Make(pattern)) return plain->Matches(text);
+    }
+    return Matcher(text, pattern).Run();
+}
 
 class LikeCondition : public Condition {
 public:
@@ -199,7 +223,7 @@ std::u16string_view FixedPrefix(std::u16string_view pattern) {
 }
 
 bool MatchesLike(std::u16string_view text, std::u16string_view pattern) {
-    return Matcher(text, pattern).Run();
+    return MatchesOnce(text, pattern);
 }
 
 ExpressionPtr MakeLike(ExpressionPtr subject, ExpressionPtr pattern) {

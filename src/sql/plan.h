@@ -32,6 +32,8 @@ public:
     bool correlated = false;  // depends on rows of a query around it
     bool rebuilds = false;    // so do tables of its FROM clause, and what is kept of them is good for one run only
 
+    int depth = 0;  // how many evaluations stand within each other, at most
+
     // Starts from the beginning, with the outer rows as they stand now.
     void Start() {
         if (rebuilds) root->Reset();

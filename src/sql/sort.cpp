@@ -9,6 +9,7 @@ namespace qmtrain::sql {
 namespace {
 
 constexpr std::size_t kPruneRows = 256;
+constexpr std::size_t kRowsBetweenLooks = 1024;
 
 }  // namespace
 
@@ -32,7 +33,10 @@ void Sort::Open() {
         if (AddRow() && limit_ != 0 && rows_.size() >= prune_at_) Prune();
     }
     if (!sort_keys_.empty()) {
-        std::ranges::sort(rows_, [this](const Row& a, const Row& b) { return Compare(a, b, false) < 0; });
+        std::ranges::sort(rows_, [this](const Row& a, const Row& b) {
+            steps_.Next();
+            return Compare(a, b, false) < 0;
+        });
     }
 }
 
@@ -78,6 +82,7 @@ bool Sort::AddRow() {
     row.number = static_cast<std::uint32_t>(sources_.empty() ? rows_.size() : places_.size() / sources_.size());
     for (Source* source : sources_) places_.push_back(source->Keep());
     rows_.push_back(row);
+    if (rows_.size() % kRowsBetweenLooks == 0) Work::Hold(keys_.size() + rows_.size() * sizeof(Row));
     return true;
 }
 

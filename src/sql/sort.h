@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/work.h"
 #include "sql/row_operator.h"
 
 namespace qmtrain::sql {
@@ -59,6 +60,7 @@ private:
     std::vector<std::uint8_t> buffer_;
     std::vector<Place> places_;
     std::size_t position_ = 0;
+    WorkSteps steps_;
 };
 
 }  // namespace qmtrain::sql

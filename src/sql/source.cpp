@@ -1,5 +1,6 @@
 #include "sql/source.h"
 
+#include "core/work.h"
 #include "sql/plan.h"
 
 namespace qmtrain::sql {
@@ -11,7 +12,10 @@ void RowStore::Reset(std::size_t width) {
 }
 
 Value* RowStore::Add() {
-    if (size_ % kBlockRows == 0) blocks_.push_back(std::make_unique<Value[]>(kBlockRows * width_));
+    if (size_ % kBlockRows == 0) {
+        Work::Hold((size_ + kBlockRows) * width_ * sizeof(Value));
+        blocks_.push_back(std::make_unique<Value[]>(kBlockRows * width_));
+    }
     return At(size_++);
 }
 

@@ -17,6 +17,7 @@
 #include "core/error.h"
 #include "core/files.h"
 #include "core/log_reader.h"
+#include "core/system.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "dao/jet_database.h"
@@ -414,6 +415,7 @@ TEST(ComDatabaseTest, AsksForWholeStatementsAndForDynasets) {
 }
 
 TEST(ChosenEngineTest, FollowsTheSetting) {
+    TrustEnvironment();  // the tests may run with all rights
     enum class Outcome : std::uint8_t { Ours, Theirs, Refused };
     struct Case {
         const char* name;
@@ -449,6 +451,7 @@ TEST(ChosenEngineTest, FollowsTheSetting) {
 
 // Its objects may be used in the apartment in which they were made, and end with it.
 TEST(ChosenEngineTest, EachApartmentHasItsOwn) {
+    TrustEnvironment();
     test::SetEnvironment("QMTRAININFO_ENGINE", "dao");
     test::SetEnvironment("QMTRAININFO_DAO_PROGID", "QmTrainTest.DBEngine");
     const ScratchFolder scratch;

@@ -4,6 +4,8 @@
 #include "bank/data_info.h"
 #include "bank/question_item.h"
 #include "core/convert.h"
+#include "jet/database.h"
+#include "jet/system_tables.h"
 #include "notes/note.h"
 #include "records/client_fixture.h"
 
@@ -77,6 +79,39 @@ TEST_F(HostileBankTest, ATableIsOneTable) {
         Set(u"Banks\\Vb.mdb", u"Tbl_Information", u"C_Tblname", name);
         EXPECT_TRUE(Loads(u"VB")) << ToUtf8(name);
     }
+}
+
+// A query that is saved in the bank could be anything, a product of its tables for one.
+TEST_F(HostileBankTest, ASavedQueryIsNoTable) {
+    {
+        const auto database = jet::Database::Open(ToNativePath(InFolder(Banks(), u"Vb.mdb")));
+        jet::Database::Writing writing(*database);
+        jet::SystemCatalog catalog(*database);
+        jet::CatalogObject query;
+        query.name = u"Q";
+        query.type = jet::CatalogObject::kQuery;
+        query.parent = jet::kTablesContainer;
+        query.id = catalog.NewId();
+        catalog.AddObject(query, catalog.UserId(jet::User::Admin), {});
+        const auto table = database->SystemTable(jet::kQueriesPage);
+        const auto add = [&](std::uint8_t clause, std::u16string_view column, std::u16string_view text) {
+            std::vector<Value> row(table->Definition().columns.size(), Value(Null{}));
+            const auto set = [&](std::u16string_view name, Value value) {
+                row[static_cast<std::size_t>(table->Definition().FindColumn(name))] = std::move(value);
+            };
+            set(u"ObjectId", query.id);
+            set(u"Attribute", clause);
+            set(column, text);
+            table->Insert(row);
+        };
+        add(5, u"Name1", u"TBL_YESNO");
+        add(6, u"Expression", u"*");
+        writing.Commit();
+    }
+    Set(u"Banks\\Vb.mdb", u"Tbl_Information", u"C_Tblname", u"Q");
+    EXPECT_FALSE(dao::Connection(InFolder(Banks(), u"Vb.mdb"))->OpenRecordset(u"Select * From Q")->Eof());
+    EXPECT_FALSE(Loads(u"VB"));
+    EXPECT_EQ(NewFailures(), Failures{"QuestionItem.LoadQuesitonFromRecNo"});
 }
 
 TEST_F(HostileBankTest, ABankWritesNoEntriesOfItsOwn) {

@@ -145,7 +145,10 @@ TEST_F(BesideTest, JournalsOfOthers) {
     std::memcpy(header.data(), "QmTrnJn2", 8);
     std::vector<std::uint8_t> noise(9000);
     for (std::size_t i = 0; i < noise.size(); ++i) noise[i] = static_cast<std::uint8_t>(i * 31);
-    for (const Case& test : {Case{"a header without a right checksum", header}, Case{"noise", noise}}) {
+    const std::string word = "echo";
+    for (const Case& test :
+         {Case{"a header without a right checksum", header}, Case{"noise", noise},
+          Case{"a few letters", {word.begin(), word.end()}}, Case{"zeros", std::vector<std::uint8_t>(5000)}}) {
         SCOPED_TRACE(test.name);
         WriteFile(Beside("-journal"), test.bytes);
         EXPECT_EQ(Count(), 10U);

@@ -64,6 +64,8 @@ public:
         Wait();
     }
 
+    pid_t Process() const { return process_; }
+
     void Kill() const { kill(process_, SIGKILL); }
 
     // The next report; false when the process has ended.

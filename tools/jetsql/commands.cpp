@@ -88,7 +88,8 @@ void Commands::ListTables() {
         Value row[5] = {object.name, KindOf(object), Null{}, Null{}, Null{}};
         if (!object.foreign_name.empty()) row[4] = object.database + u" : " + object.foreign_name;
         try {
-            if (const auto table = database_.FindTable(object.name)) {
+            const bool linked = object.type != jet::CatalogObject::kTable;  // to list a link opens no other file
+            if (const auto table = linked ? nullptr : database_.FindTable(object.name)) {
                 row[2] = static_cast<std::int32_t>(table->RowCount());
                 row[3] = static_cast<std::int32_t>(table->Definition().columns.size());
             }

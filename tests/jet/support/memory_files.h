@@ -21,6 +21,12 @@ public:
 
     const Content& At(const std::filesystem::path& path) const { return *files_.at(path); }
 
+    // How many files hold just this.
+    std::size_t CountOf(const Content& content) const {
+        return static_cast<std::size_t>(
+            std::count_if(files_.begin(), files_.end(), [&](const auto& file) { return *file.second == content; }));
+    }
+
     std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) override {
         const bool may_create = mode == OpenMode::Create || mode == OpenMode::CreateNew;
         if (!may_create && !Exists(path)) Raise(ErrorNumber::FileNotFound, {FromNativePath(path)});

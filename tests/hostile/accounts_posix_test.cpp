@@ -1,0 +1,293 @@
+// Several accounts that share a folder.
+
+#include <csignal>
+#include <fstream>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "core/log.h"
+#include "core/text.h"
+#include "jet/support/samples.h"
+#include "jet/support/scratch.h"
+#include "jet/support/tables.h"
+#include "reliability/child.h"
+#include "support/accounts.h"
+
+namespace qmtrain::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kRows = 60;
+
+class AccountsTest : public testing::Test {
+protected:
+    AccountsTest() {
+        if (!HasAccounts()) return;
+        Set(folder_.Path(), {0, 0}, 0777);
+        SetComponentFolder(folder_.Path());
+        const auto database = jet::Database::Create(file_, {}, {.durable = false});
+        Write(*database, [&] {
+            database->CreateTable({.name = u"T",
+                                   .columns = {{.name = u"K", .type = jet::ColumnType::Long},
+                                               {.name = u"M", .type = jet::ColumnType::Memo}}});
+            for (std::size_t key = 0; key < kRows; ++key) {
+                database->FindTable(u"T")->Insert(
+                    std::vector<Value>{static_cast<std::int32_t>(key), std::u16string(1500, u'长')});
+            }
+        });
+    }
+    ~AccountsTest() override { SetComponentFolder(ProgramFolder()); }
+
+    void SetUp() override {
+        if (!HasAccounts()) GTEST_SKIP() << "other accounts can be had by root only";
+    }
+
+    static void Set(const fs::path& path, const Account& owner, mode_t mode) {
+        ASSERT_EQ(chown(path.c_str(), owner.user, owner.group), 0);
+        ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    }
+
+    struct Rights {
+        uid_t user;
+        gid_t group;
+        mode_t mode;
+        bool operator==(const Rights&) const = default;
+    };
+    static Rights RightsOf(const fs::path& path) {
+        struct stat info {};
+        EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
+        return {info.st_uid, info.st_gid, info.st_mode & mode_t{0777}};
+    }
+
+    std::unique_ptr<jet::Database> Open(bool durable = false) const {
+        return jet::Database::Open(
+            file_, {.cache_bytes = 0, .lock_timeout = std::chrono::milliseconds(300), .durable = durable});
+    }
+
+    // 0 when all rows can be read.
+    int ReadAll() const { return Rows(*Open(), u"T").size() == kRows ? 0 : 1; }
+
+    // The number of the error cut to what a process can return, 0 when a row could be added.
+    int AddRow(std::int32_t key = 1000) const {
+        return ErrorOf([&] { Insert(*Open(), u"T", {key, Null{}}); }) % 100;
+    }
+
+    static void DeleteAll(jet::Database& database) {
+        Write(database, [&] {
+            const auto table = database.FindTable(u"T");
+            std::vector<jet::RowPointer> rows;
+            jet::RowCursor cursor(*table);
+            for (cursor.Scan(); cursor.Next();) rows.push_back(cursor.Row());
+            for (const jet::RowPointer row : rows) table->Delete(row);
+        });
+    }
+
+    // So that pages are written early, and a journal is there.
+    static void FillCache(jet::Database& database) {
+        for (int i = 0; i < 200; ++i) Insert(database, u"T", {i, std::u16string(1500, u'新')});
+    }
+
+    fs::path Lock() const { return folder_.Path() / "Client.ldb"; }
+    fs::path Journal() const { return folder_.Path() / "Client.mdb-journal"; }
+
+    static constexpr int kReadOnly = static_cast<int>(ErrorNumber::ReadOnly) % 100;
+
+    ScratchFolder folder_;
+    fs::path file_ = folder_.Path() / "Client.mdb";
+};
+
+// Whoever may use the database may use what is made beside it, and nobody else may read the pages in its journal.
+TEST_F(AccountsTest, WhatIsMadeBesideTheDatabaseHasItsRights) {
+    Set(file_, kTeacher, 0660);
+    const Account assistant{65512, 65522, {kTeacher.group}};
+    struct Case {
+        const char* name;
+        Account account;
+        Rights lock;
+        Rights journal;
+    };
+    const Case cases[] = {
+        {"the administrator", {0, 0}, {kTeacher.user, kTeacher.group, 0660}, {kTeacher.user, kTeacher.group, 0660}},
+        {"the owner", kTeacher, {kTeacher.user, kTeacher.group, 0660}, {kTeacher.user, kTeacher.group, 0660}},
+        {"one of the group", assistant, {assistant.user, kTeacher.group, 0666}, {assistant.user, kTeacher.group, 0660}},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        // 1: the lock file's rights are wrong, 2: the journal's
+        const int wrong = As(test.account, [&] {
+            umask(077);
+            const auto database = Open();
+            database->BeginTransaction();
+            FillCache(*database);
+            return (RightsOf(Lock()) == test.lock ? 0 : 1) + (RightsOf(Journal()) == test.journal ? 0 : 2);
+        });
+        EXPECT_EQ(wrong, 0);
+        EXPECT_EQ(As(kTeacher, [&] { return ReadAll(); }), 0);
+    }
+}
+
+// A candidate who may only read leaves a lock file behind: the teacher can write all the same.
+TEST_F(AccountsTest, AReadersLockFileKeepsNobodyOut) {
+    Set(file_, kTeacher, 0644);
+    EXPECT_EQ(As(kCandidate,
+                 [&] {
+                     umask(077);
+                     const auto database = Open();
+                     if (Rows(*database, u"T").size() != kRows) return 1;
+                     if (ErrorOf([&] { Insert(*database, u"T", {1, Null{}}); }) % 100 != kReadOnly) return 2;
+                     _exit(0);  // with the lock file there
+                 }),
+              0);
+    EXPECT_EQ(RightsOf(Lock()).user, kCandidate.user);
+    EXPECT_EQ(As(kTeacher, [&] { return AddRow(); }), 0);
+}
+
+// Readers who may do little have a lock as good as any: a writer waits for them, and is told for whom.
+TEST_F(AccountsTest, WhoMayLittleReadsUnderALock) {
+    struct Case {
+        const char* name;
+        std::function<void()> arrange;
+        std::u16string_view reason;
+    };
+    const Case cases[] = {
+        {"a lock file that may only be read",
+         [&] {
+             std::ofstream(Lock()).flush();
+             Set(Lock(), {0, 0}, 0644);
+             Set(file_, {0, 0}, 0666);
+         },
+         u"锁文件（.ldb）没有写入权限"},
+        {"a folder in which nothing may be made",
+         [&] {
+             fs::remove(Lock());
+             Set(folder_.Path(), {0, 0}, 0755);
+             Set(file_, {0, 0}, 0666);
+         },
+         u"不能建立或打开锁文件"},
+        {"a lock file that may not be opened",
+         [&] {
+             Set(folder_.Path(), {0, 0}, 0777);
+             std::ofstream(Lock()).flush();
+             Set(Lock(), {0, 0}, 0600);
+             std::ofstream(Lock()) << "keep";
+         },
+         u"不能建立或打开锁文件"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        test.arrange();
+        Child reader([&](const Child::Pipe& pipe) {
+            if (setgroups(0, nullptr) != 0 || setgid(kCandidate.group) != 0 || setuid(kCandidate.user) != 0) _exit(4);
+            const auto database = Open();
+            const bool reason = database->ReadOnlyReason().find(test.reason) != std::u16string::npos;
+            const bool refused = ErrorOf([&] { Insert(*database, u"T", {1, Null{}}); }) % 100 == kReadOnly;
+            const jet::Database::Reading reading(*database);
+            const auto table = database->FindTable(u"T");
+            pipe.Send(reason && refused ? 1 : 0, static_cast<std::int32_t>(table->RowCount()));
+            pause();
+        });
+        Report report{};
+        ASSERT_TRUE(reader.Next(report));
+        EXPECT_EQ(report.kind, 1);
+        EXPECT_EQ(report.value, static_cast<std::int32_t>(kRows));
+        try {
+            Insert(*Open(), u"T", {1, Null{}});
+            ADD_FAILURE() << "nobody was waited for";
+        } catch (const AutomationError& error) {
+            EXPECT_TRUE(error.Is(ErrorNumber::LockedByOther)) << error.what();
+            const std::u16string process = u"进程 " + ToText(reader.Process()) + u"（test_hostile）";
+            EXPECT_NE(error.Description().find(process), std::u16string::npos) << error.what();
+        }
+        reader.Kill();
+        reader.Wait();
+        const auto database = Open();
+        const jet::RowPointer row = Insert(*database, u"T", {1, Null{}});
+        Write(*database, [&] { database->FindTable(u"T")->Delete(row); });
+    }
+}
+
+// The old pages of a commit that has long been done, put back as a journal: only of those who may write the file
+// themselves is it believed.
+TEST_F(AccountsTest, AJournalCountsByItsOwner) {
+    const auto before = ReadFile(file_);
+    std::vector<std::uint8_t> journal;
+    {
+        const auto database = Open();
+        database->BeginTransaction();
+        DeleteAll(*database);
+        FillCache(*database);
+        journal = ReadFile(Journal());
+        DeleteAll(*database);
+        database->CommitTransaction();
+    }
+    ASSERT_GT(journal.size(), 4096U);
+    const auto after = ReadFile(file_);
+    const Account daemon{1, 1};  // in every Linux, in the group of its own name
+    struct Case {
+        const char* name;
+        Account owner;
+        mode_t database;
+        mode_t journal;
+        bool counts;
+    };
+    const Case cases[] = {
+        {"the owner's", kTeacher, 0644, 0644, true},
+        {"a stranger's", kCandidate, 0644, 0644, false},
+        {"a stranger's that nobody may open", kCandidate, 0644, 0, false},
+        {"a stranger's, where the group may write", kCandidate, 0664, 0644, false},
+        {"one of the group's", daemon, 0664, 0644, true},
+        {"one of the group's, who may not write", daemon, 0644, 0644, false},
+        {"anybody's, where all may write", kCandidate, 0666, 0644, true},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        WriteFile(file_, after);
+        Set(file_, {kTeacher.user, daemon.group}, test.database);
+        WriteFile(Journal(), journal);
+        Set(Journal(), test.owner, test.journal);
+        fs::remove(LogFile());
+        const int rows = As({kTeacher.user, kTeacher.group}, [&] {
+            const auto database = Open();
+            Write(*database, [] {});
+            return static_cast<int>(Rows(*database, u"T").size());
+        });
+        EXPECT_EQ(rows, test.counts ? static_cast<int>(kRows) : 0);
+        EXPECT_FALSE(fs::exists(Journal()));
+        std::size_t aside = 0;
+        for (const auto& entry : fs::directory_iterator(folder_.Path())) {
+            if (!entry.path().filename().string().starts_with("Client.mdb-journal-")) continue;
+            EXPECT_TRUE(ReadFile(entry.path()) == journal);
+            fs::remove(entry.path());
+            ++aside;
+        }
+        EXPECT_EQ(aside, test.counts ? 0U : 1U);
+        EXPECT_EQ(fs::exists(LogFile()), !test.counts) << "it is reported";
+    }
+    WriteFile(file_, before);
+}
+
+// A commit that fails before it has overwritten anything needs no room to be undone, and shuts nobody out.
+TEST_F(AccountsTest, AfterAFullDiskOthersRead) {
+    Set(file_, kTeacher, 0644);
+    for (const bool durable : {false, true}) {
+        SCOPED_TRACE(durable);
+        EXPECT_EQ(As(kTeacher,
+                     [&] {
+                         umask(077);
+                         const auto database = jet::Database::Open(file_, {.durable = durable});
+                         std::signal(SIGXFSZ, SIG_IGN);
+                         const rlimit limit{30000, RLIM_INFINITY};
+                         setrlimit(RLIMIT_FSIZE, &limit);
+                         return ErrorOf([&] { DeleteAll(*database); }) % 100;
+                     }),
+                  static_cast<int>(ErrorNumber::DiskFull) % 100);
+        EXPECT_EQ(As(kCandidate, [&] { return ReadAll(); }), 0);
+        EXPECT_FALSE(fs::exists(Journal()));
+    }
+}
+
+}  // namespace
+}  // namespace qmtrain::test

@@ -1,0 +1,193 @@
+// Statements that would not end, or would take all memory there is.
+
+#include <chrono>
+#include <thread>
+
+#include "core/text.h"
+#include "dao/fixture.h"
+
+namespace qmtrain::dao {
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kSoon = std::chrono::seconds(10);  // a machine may be busy
+
+class EndlessTest : public DaoTest {
+protected:
+    EndlessTest() {
+        database_->Execute(u"CREATE TABLE N (K LONG PRIMARY KEY, C TEXT(20), M MEMO)");
+        std::u16string script;
+        for (std::int64_t i = 0; i < 400; ++i) {
+            script += u"INSERT INTO N (K, C) VALUES (" + ToText(i) + u", '" + ToText(i * 7919 % 400) + u"');";
+        }
+        database_->ExecuteScript(script);
+    }
+
+    // Runs it, reading all rows of a select; the error's number, 0 for none.
+    std::int32_t Run(std::u16string_view statement) {
+        return ErrorOf([&] {
+            if (!statement.starts_with(u"SELECT") || statement.find(u" INTO ") != statement.npos)
+                return database_->Execute(statement);
+            const auto rows = database_->OpenRecordset(statement);
+            while (!rows->Eof()) rows->MoveNext();
+        });
+    }
+};
+
+constexpr int kCancelled = static_cast<int>(ErrorNumber::OperationCancelled);
+constexpr int kTooMuch = static_cast<int>(ErrorNumber::SystemResourceExceeded);
+
+// Each of these takes hours or more. A limit ends them, and so does another thread.
+TEST_F(EndlessTest, EachEnds) {
+    const std::u16string product = u" FROM N A, N B, N C, N D, N E ";
+    const std::pair<const char*, std::u16string> cases[] = {
+        {"a product that finds nothing", u"SELECT 1" + product + u"WHERE A.K+B.K+C.K+D.K+E.K=-1"},
+        {"a product read row by row", u"SELECT A.K, B.K" + product},
+        {"counted", u"SELECT Sum(A.K)" + product},
+        {"grouped", u"SELECT A.K Mod 3, Count(*)" + product + u"GROUP BY A.K Mod 3"},
+        {"distinct", u"SELECT DISTINCT A.K Mod 2" + product},
+        {"sorted", u"SELECT TOP 3 A.C & B.C" + product + u"ORDER BY A.C & B.C & C.C"},
+        {"joined by an inequality",
+         u"SELECT Count(*) FROM ((N A INNER JOIN N B ON A.K<>B.K) INNER JOIN N C ON "
+         u"B.K<>C.K) INNER JOIN N D ON C.K<>D.K"},
+        {"united", u"SELECT A.K" + product + u"WHERE A.K+E.K=-1 UNION SELECT B.K" + product},
+        {"a sub-query for each row",
+         u"SELECT K FROM N X WHERE EXISTS (SELECT 1" + product + u"WHERE A.K+B.K+C.K+D.K=X.K-5000)"},
+        {"updated", u"UPDATE N SET M='x' WHERE K IN (SELECT A.K" + product + u"WHERE A.K+E.K=-1)"},
+        {"deleted", u"DELETE FROM N WHERE EXISTS (SELECT 1" + product + u"WHERE A.K+E.K=-1)"},
+        {"inserted", u"INSERT INTO N (K) SELECT A.K+B.K+C.K+D.K+E.K+1000" + product + u"WHERE A.K=399"},
+        {"a new table", u"SELECT A.K INTO X" + product},
+    };
+    for (const auto& [name, statement] : cases) {
+        for (const bool by_limit : {true, false}) {
+            SCOPED_TRACE(std::string(name) + (by_limit ? ", by its limit" : ", from outside"));
+            std::jthread other;
+            if (by_limit) {
+                database_->Limits({.time = milliseconds(100)});
+            } else {
+                database_->Limits({});
+                other = std::jthread([&](const std::stop_token& done) {
+                    std::this_thread::sleep_for(milliseconds(100));
+                    for (; !done.stop_requested(); std::this_thread::sleep_for(milliseconds(5))) database_->Cancel();
+                });
+            }
+            const auto start = Clock::now();
+            // What is inserted many times is refused when that shows, which may come first.
+            const std::int32_t error = Run(statement);
+            EXPECT_TRUE(error == kCancelled || error == static_cast<int>(ErrorNumber::DuplicateKey)) << error;
+            EXPECT_LT(Clock::now() - start, kSoon);
+        }
+        database_->Limits({});
+        EXPECT_EQ(Column(u"SELECT Count(*) AS A, Sum(K) AS B, Count(M) AS C FROM N", u"A"), u"400");
+    }
+    EXPECT_EQ(ErrorOf([&] { database_->OpenRecordset(u"SELECT * FROM X"); }),
+              static_cast<int>(ErrorNumber::NoSuchTable));
+    database_->Execute(u"UPDATE N SET M='y' WHERE K=1");
+}
+
+TEST_F(EndlessTest, MemoryHasItsLimit) {
+    const std::u16string product = u" FROM N A, N B, N C ";
+    database_->Limits({.time = std::chrono::seconds(30), .memory = std::size_t{4} << 20});
+    for (const std::u16string& statement :
+         {u"SELECT A.K, B.K" + product, u"SELECT A.C" + product + u"ORDER BY A.C, B.C, C.C",
+          u"SELECT DISTINCT A.K, B.K, C.K" + product,
+          u"SELECT A.K, B.K, C.K, Count(*)" + product + u"GROUP BY A.K, B.K, C.K",
+          u"SELECT Count(*) FROM (SELECT A.K AS X" + product + u") P INNER JOIN (SELECT B.K AS Y" + product +
+              u") Q ON P.X<>Q.Y",
+          std::u16string(u"SELECT Len(Space(1000000) & Space(2000000))")}) {
+        EXPECT_EQ(Run(statement), kTooMuch) << ToUtf8(statement);
+    }
+    EXPECT_EQ(Run(u"SELECT A.K FROM N A, N B WHERE A.K = B.K ORDER BY A.C"), 0);
+}
+
+// What has been called off gives no further rows, of which some might be missing; the database goes on.
+TEST_F(EndlessTest, ARecordSetThatIsCalledOffStaysSo) {
+    const auto rows = database_->OpenRecordset(u"SELECT A.K, B.K, C.K FROM N A, N B, N C WHERE A.K+B.K+C.K Mod 97 = 1");
+    std::jthread cancels([&](const std::stop_token& done) {
+        for (; !done.stop_requested(); std::this_thread::sleep_for(milliseconds(5))) database_->Cancel();
+    });
+    std::int32_t error = 0;
+    while (error == 0) error = ErrorOf([&] { rows->MoveNext(); });
+    cancels.request_stop();
+    cancels.join();
+    EXPECT_EQ(error, kCancelled);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(ErrorOf([&] { rows->MoveLast(); }), kCancelled);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS A FROM N", u"A"), u"400");
+}
+
+// Who waits for a lock can be called off too.
+TEST_F(EndlessTest, WaitingEnds) {
+    const auto other = JetDatabase::Open(Name(u"Client.mdb"));
+    const jet::Database::Writing writing(other->Storage());
+    std::jthread cancels([&](const std::stop_token& done) {
+        for (; !done.stop_requested(); std::this_thread::sleep_for(milliseconds(5))) database_->Cancel();
+    });
+    const auto start = Clock::now();
+    EXPECT_EQ(Run(u"UPDATE N SET C='x'"), kCancelled);
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+}
+
+// A megabyte is looked through in the time that it is long, whatever is looked for. Long ago such texts took minutes.
+TEST_F(EndlessTest, LongTextsAreLookedThroughOnce) {
+    const std::u16string text(1000000, u'a');
+    const std::u16string almost = std::u16string(20000, u'A') + u"b";
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM N WHERE K<2");
+    for (const std::u16string& value : {text, almost}) {
+        rows->Edit();
+        rows->Fields(u"M").Value(value);
+        rows->Update();
+        rows->MoveNext();
+    }
+    database_->Limits({.time = std::chrono::seconds(5)});
+    const std::pair<std::u16string_view, std::u16string_view> cases[] = {
+        {u"A.M Like '*' & B.M & '*'", u"False"},
+        {u"A.M Like '*' & B.M", u"False"},
+        {u"A.M Like B.M & '*'", u"False"},
+        {u"A.M Like '*' & Left(B.M, 20000) & '*' & Left(B.M, 20000) & '*'", u"True"},
+        {u"A.M Like '*a*a*a*a*a*a*a*a*a*a*b*'", u"False"},
+        {u"A.M Like '*a?a*a?a*a?a*a?a*a?b'", u"False"},
+        {u"InStr(A.M, B.M) > 0", u"False"},
+        {u"InStr(1, A.M, B.M, 0) > 0", u"False"},
+        {u"Replace(A.M, B.M, 'x') = A.M", u"True"},
+    };
+    for (const auto& [condition, expected] : cases) {
+        EXPECT_EQ(Column(u"SELECT IIf(" + std::u16string(condition) +
+                             u", 'True', 'False') AS X FROM N A, N B WHERE "
+                             u"A.K=0 AND B.K=1",
+                         u"X"),
+                  expected)
+            << ToUtf8(condition);
+    }
+    // Other signs than "*" take longer, and can be stopped.
+    database_->Limits({.time = milliseconds(50)});
+    EXPECT_EQ(Run(u"SELECT A.K FROM N A, N B WHERE A.K=0 AND B.K=1 AND A.M Like '*?' & B.M & '*'"), kCancelled);
+}
+
+// Small texts that unfold into something large.
+TEST_F(EndlessTest, ShortStatementsStaySmall) {
+    std::u16string aliases = u"SELECT 1 AS A0";
+    for (std::int64_t i = 1; i < 20; ++i) {
+        const std::u16string before = u"A" + ToText(i - 1);
+        aliases += u", " + before + u"+" + before + u"+" + before + u" AS A" + ToText(i);
+    }
+    std::u16string deep = u"SELECT K AS X FROM N";
+    const auto plus = [](int times) {
+        std::u16string sum = u"X";
+        for (int i = 0; i < times; ++i) sum += u"+1";
+        return sum;
+    };
+    for (int i = 0; i < 60; ++i) deep = u"SELECT " + plus(300) + u" AS X FROM (" + deep + u")";
+    for (const std::u16string& statement : {aliases, deep}) {
+        const auto start = Clock::now();
+        EXPECT_EQ(Run(statement), static_cast<int>(ErrorNumber::QueryTooComplex));
+        EXPECT_LT(Clock::now() - start, kSoon);
+    }
+    EXPECT_EQ(
+        Column(u"SELECT " + plus(300) + u" AS Y FROM (SELECT " + plus(300) + u" AS X FROM (SELECT 1 AS X))", u"Y"),
+        u"601");
+}
+
+}  // namespace
+}  // namespace qmtrain::dao
