@@ -23,6 +23,7 @@ Database::Database(const std::filesystem::path& path, const PagerOptions& option
       pager_(std::make_unique<Pager>(path, options, home != nullptr ? home->pager_.get() : nullptr)),
       allocator_(*pager_) {
     options_.session = pager_->SharedSession();
+    options_.password.clear();  // that of the files it links to is another
 }
 
 std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, const PagerOptions& options) {
@@ -69,6 +70,10 @@ Properties Database::ReadProperties(std::u16string_view name) {
     const Bytes blob = SystemCatalog(*this).ReadProperties(*object);
     return Properties::Read(ByteView(blob.data(), blob.size(), FileName(), object->row.page), pager_->GetFormat(),
                             pager_->GetHeader().code_page);
+}
+
+Bytes Database::BlobOf(const Properties& properties) const {
+    return properties.Write(pager_->GetFormat(), pager_->GetHeader().code_page);
 }
 
 std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {

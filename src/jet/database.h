@@ -23,7 +23,7 @@ public:
     // Raises FileNotFound, UnknownFormat, PasswordInvalid, FileDamaged, LockedByOther …
     static std::unique_ptr<Database> Open(const std::filesystem::path& path, const PagerOptions& options = {});
 
-    // Makes a new, empty Jet 4 database. Raises DatabaseExists when there is a file of that name.
+    // Makes a new, empty database. Raises DatabaseExists when there is a file of that name.
     static std::unique_ptr<Database> Create(const std::filesystem::path& path, const NewDatabase& settings = {},
                                             const PagerOptions& options = {});
 
@@ -118,6 +118,7 @@ private:
     std::shared_ptr<Table> LoadTable(const CatalogObject& object);
     std::shared_ptr<Table> FindTable(std::u16string_view name, int links);
     std::shared_ptr<Table> LinkedTable(const CatalogObject& object, int links = 0);
+    Bytes BlobOf(const Properties& properties) const;
     Database& OpenLink(const std::u16string& stored_path);
 
     PagerOptions options_;
