@@ -34,6 +34,10 @@ public:
     // The rows of a select, of a table or of a saved query.
     virtual std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) = 0;
 
+    // Sets another password, none when it is empty. Raises PasswordInvalid when the old one is wrong, or the new one
+    // cannot be kept.
+    virtual void NewPassword(std::u16string_view old_password, std::u16string_view new_password) = 0;
+
     // Later use of the database or of its record sets raises ObjectInvalid. What is in a transaction is undone.
     virtual void Close() = 0;
     virtual bool IsOpen() const = 0;

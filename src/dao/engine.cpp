@@ -4,7 +4,10 @@
 #include <utility>
 
 #include "core/error.h"
+#include "core/files.h"
+#include "dao/database_settings.h"
 #include "dao/jet_database.h"
+#include "jet/compact.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -61,13 +64,20 @@ bool Engine::HasSystem() const {
     return systems > 0;
 }
 
-std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only) {
-    if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only);
-    return own_.OpenDatabase(name, read_only);
+std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only, std::u16string_view connect) {
+    if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only, connect);
+    return own_.OpenDatabase(name, read_only, connect);
 }
 
-std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name) {
-    return own_.CreateDatabase(name);
+std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
+                                                    std::int32_t options) {
+    return own_.CreateDatabase(name, locale, options);
+}
+
+void Engine::CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale,
+                             std::int32_t options, std::u16string_view password) {
+    jet::Compact(DatabaseFile(source), ToNativePath(target), SettingsOf(locale, options),
+                 {.password = PasswordIn(password)});
 }
 
 void Engine::BeginTrans() {

@@ -20,15 +20,17 @@ JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> sto
 JetDatabase::~JetDatabase() = default;
 
 std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only,
-                                               std::shared_ptr<jet::Session> session) {
-    return std::make_shared<JetDatabase>(
-        std::u16string(name),
-        jet::Database::Open(DatabaseFile(name), {.read_only = read_only, .session = std::move(session)}));
+                                               std::shared_ptr<jet::Session> session, std::u16string_view password) {
+    return std::make_shared<JetDatabase>(std::u16string(name),
+                                         jet::Database::Open(DatabaseFile(name), {.read_only = read_only,
+                                                                                  .password = std::u16string(password),
+                                                                                  .session = std::move(session)}));
 }
 
-std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session) {
+std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session,
+                                                 const jet::NewDatabase& settings) {
     return std::make_shared<JetDatabase>(
-        std::u16string(name), jet::Database::Create(ToNativePath(name), {}, {.session = std::move(session)}));
+        std::u16string(name), jet::Database::Create(ToNativePath(name), settings, {.session = std::move(session)}));
 }
 
 jet::Database& JetDatabase::Storage() {
@@ -116,6 +118,10 @@ void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view c
     jet::Database::Writing writing(Storage());
     storage_->CreateLink(name, connect, source_table);
     writing.Commit();
+}
+
+void JetDatabase::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {
+    Storage().NewPassword(old_password, new_password);
 }
 
 void JetDatabase::Close() {

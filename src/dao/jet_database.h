@@ -12,6 +12,7 @@
 
 #include "dao/database.h"
 #include "dao/types.h"
+#include "jet/schema.h"
 #include "sql/sql.h"
 #include "sql/storage.h"
 
@@ -48,15 +49,18 @@ public:
 
     // Without a session they are outside the transactions of any engine. They raise what the Engine's functions raise.
     static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false,
-                                             std::shared_ptr<jet::Session> session = nullptr);
+                                             std::shared_ptr<jet::Session> session = nullptr,
+                                             std::u16string_view password = {});
     static std::shared_ptr<JetDatabase> Create(std::u16string_view name,
-                                               std::shared_ptr<jet::Session> session = nullptr);
+                                               std::shared_ptr<jet::Session> session = nullptr,
+                                               const jet::NewDatabase& settings = {});
 
     const std::u16string& Name() const override { return name_; }
     void Execute(std::u16string_view statement) override;
     std::int32_t RecordsAffected() const override { return records_affected_; }
     void Atomically(const std::function<void()>& body) override;
     std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) override;
+    void NewPassword(std::u16string_view old_password, std::u16string_view new_password) override;
     void Close() override;
     bool IsOpen() const override { return storage_ != nullptr; }
 

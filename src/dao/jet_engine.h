@@ -4,6 +4,7 @@
 // it lasts. Its changes of several files are one.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -21,8 +22,10 @@ class JetDatabase;
 
 class JetEngine {
 public:
-    std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, bool read_only = false);
-    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
+    std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, bool read_only = false,
+                                              std::u16string_view connect = {});
+    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
+                                                std::int32_t options = 0);
 
     void BeginTrans();
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "jet/connect_text.h"
+#include "jet/row_cursor.h"
 #include "jet/system_tables.h"
 
 namespace qmtrain::jet {
@@ -145,15 +147,16 @@ bool Database::IsHeld(PageNumber table) const {
 }
 
 std::shared_ptr<Table> Database::LinkedTable(const CatalogObject& object, int links) {
-    if (!object.connect.empty() && object.connect.front() != u';') {
+    if (!NamesAccess(object.connect)) {
         Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object.name + u"”不在 Access 文件中。"});
     }
     if (links + 1 == kMaxLinks) Raise(ErrorNumber::FileNotFound, {object.database});
-    return OpenLink(object.database).FindTable(object.foreign_name, links + 1);
+    return OpenLink(object).FindTable(object.foreign_name, links + 1);
 }
 
 // A path that is not absolute counts from this file's folder. Many links may lead to one file, or back to the first.
-Database& Database::OpenLink(const std::u16string& stored_path) {
+Database& Database::OpenLink(const CatalogObject& object) {
+    const std::u16string& stored_path = object.database;
     std::filesystem::path path = ToNativePath(stored_path);
     const bool drive = stored_path.size() > 1 && stored_path[1] == u':';
     if (path.is_relative() && !drive) {
@@ -164,8 +167,51 @@ Database& Database::OpenLink(const std::u16string& stored_path) {
     std::vector<std::unique_ptr<Database>>& links = home_->links_;
     const auto known = std::find_if(links.begin(), links.end(), [&](const auto& link) { return stands_there(*link); });
     if (known != links.end()) return **known;
-    links.push_back(Open(path, options_, home_));
+    PagerOptions options = options_;
+    options.password = ConnectValue(object.connect, u"PWD").value_or(std::u16string());
+    links.push_back(Open(path, options, home_));
     return *links.back();
+}
+
+// Password
+
+void Database::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {
+    Writing writing(*this);
+    const Header before = pager_->GetHeader();
+    if (!IsPassword(before, old_password) || (before.password.empty() && !old_password.empty())) {
+        Raise(ErrorNumber::PasswordInvalid, {FileName()});
+    }
+    pager_->SetPassword(new_password);
+    if (before.format->version == Version::Jet4) {
+        for (const CatalogObject& object : Objects()) {
+            if (object.type == CatalogObject::kTable)
+                MaskAnew(*TableAt(static_cast<PageNumber>(object.id)), before.user_key);
+        }
+    }
+    writing.Commit();
+}
+
+// What is masked with the user key must follow it.
+void Database::MaskAnew(Table& table, std::uint32_t old_key) {
+    const TableDefinition& definition = table.Definition();
+    std::vector<std::pair<RowPointer, std::vector<ColumnChange>>> rows;
+    RowCursor cursor(table);
+    for (cursor.Scan(); cursor.Next();) {
+        std::vector<ColumnChange> changes;
+        for (std::size_t i = 0; i < definition.columns.size(); ++i) {
+            const Column& column = definition.columns[i];
+            if ((column.flags & Column::kMasked) == 0 || column.type != ColumnType::Binary) continue;
+            Value value;
+            cursor.Read(i, value);
+            if (value.IsNull()) continue;
+            Bytes& bytes = value.ReuseBinary();
+            ApplyCipher(old_key, bytes);
+            ApplyCipher(pager_->GetHeader().user_key, bytes);
+            changes.push_back({static_cast<int>(i), std::move(value)});
+        }
+        if (!changes.empty()) rows.emplace_back(cursor.Row(), std::move(changes));
+    }
+    for (const auto& [row, changes] : rows) table.Update(row, changes);
 }
 
 }  // namespace qmtrain::jet

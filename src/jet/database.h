@@ -43,6 +43,10 @@ public:
     void CommitTransaction() { pager_->GetSession().CommitTransaction(); }
     void RollbackTransaction() { pager_->GetSession().RollbackTransaction(); }
 
+    // Sets another password, none when it is empty. Raises PasswordInvalid when the old one is wrong, or the new one
+    // cannot be kept; InvalidOperation inside a transaction or another scope of change.
+    void NewPassword(std::u16string_view old_password, std::u16string_view new_password);
+
     // One state of the file, and of each file it links to that is looked at.
     class Reading {
     public:
@@ -119,7 +123,8 @@ private:
     std::shared_ptr<Table> FindTable(std::u16string_view name, int links);
     std::shared_ptr<Table> LinkedTable(const CatalogObject& object, int links = 0);
     Bytes BlobOf(const Properties& properties) const;
-    Database& OpenLink(const std::u16string& stored_path);
+    Database& OpenLink(const CatalogObject& object);
+    void MaskAnew(Table& table, std::uint32_t old_key);
 
     PagerOptions options_;
     Database* home_;  // the one from which links have led here; itself when it was opened directly

@@ -261,6 +261,7 @@ MutablePage Pager::Write(PageNumber number) {
 void Pager::SetPassword(std::u16string_view password) {
     Join();
     RequireChange();
+    if (change_.IsNested()) Raise(ErrorNumber::InvalidOperation);  // its undoing would not bring the header back
     Frame* frame = Load(0);
     WritePassword(password, {frame->data, GetFormat().page_size}, FileName());
     cache_.MarkDirty(*frame);

@@ -78,8 +78,8 @@ public:
     // The same for changing it. Raises ReadOnly when the file cannot be changed in this scope.
     MutablePage Write(PageNumber number);
 
-    // Changes the header's password. Requires: the scope is the only level of change. Raises PasswordInvalid for one
-    // that cannot be kept.
+    // Changes the header's password. Raises PasswordInvalid for one that cannot be kept, InvalidOperation in an inner
+    // level.
     void SetPassword(std::u16string_view password);
 
     // A new page of zeros at the end of the file. Raises DatabaseTooLarge.

@@ -6,8 +6,10 @@
 #include <set>
 
 #include "jet/code_page_text.h"
+#include "jet/connect_text.h"
 #include "jet/data_page.h"
 #include "jet/database.h"
+#include "jet/map_rows.h"
 #include "jet/row_cursor.h"
 #include "jet/system_tables.h"
 
@@ -27,46 +29,6 @@ void CheckName(const std::u16string& name, const Pager& pager) {
         ToStored(name, pager.GetHeader().code_page, ErrorNumber::InvalidName, name);
     }
 }
-
-// The maps of a table: rows on pages of their own.
-class MapRows {
-public:
-    explicit MapRows(Database& database) : pager_(database.GetPager()), allocator_(database.Allocator()) {}
-
-    // On `page` if it has room; else on another map page, or a new one.
-    RowPointer Add(PageNumber page) {
-        const Bytes empty(pager_.GetFormat().map_row);
-        if (last_ != 0) page = last_;
-        if (page > kRelationshipsPage && HasRoom(page, empty.size())) return AddTo(pager_.Write(page), empty);
-        MutablePage fresh = allocator_.Allocate();
-        DataPageEditor::Format(fresh, 0);
-        return AddTo(std::move(fresh), empty);
-    }
-
-    void Remove(RowPointer map) {
-        if (!map) return;
-        MutablePage page = pager_.Write(map.page);
-        DataPageEditor editor(page);
-        editor.Delete(map.slot);
-        if (!editor.View().HasLiveRows() && map.page > kRelationshipsPage + 1)
-            allocator_.Free(map.page, PageType::FreedData);
-    }
-
-private:
-    bool HasRoom(PageNumber number, std::size_t length) {
-        const Page page = pager_.Read(number);
-        return DataPage(page.View(), pager_.GetFormat()).HasRoomFor(length);
-    }
-
-    RowPointer AddTo(MutablePage page, const Bytes& row) {
-        last_ = page.Number();
-        return {last_, DataPageEditor(page).Add(row)};
-    }
-
-    Pager& pager_;
-    PageAllocator& allocator_;
-    PageNumber last_ = 0;
-};
 
 class DefinitionEditor {
 public:
@@ -252,11 +214,7 @@ private:
         RealIndex real;
         real.columns = columns;
         real.flags = flags;
-        MutablePage root = database_.Allocator().Allocate();
-        IndexTree::FormatRoot(root, definition.page);
-        real.root = root.Number();
-        real.map = maps_.Add(definition.owned_map.page);
-        UsageMap(pager_, database_.Allocator(), real.map).Add(real.root);
+        AddTreeFor(definition, real, maps_, database_);
         definition.real_indexes.push_back(std::move(real));
     }
 
@@ -290,20 +248,6 @@ CatalogObject RequireTable(Database& database, std::u16string_view name) {
     if (!object || object->type != CatalogObject::kTable) Raise(ErrorNumber::NoSuchTable, {name});
     if (object->IsSystem()) Raise(ErrorNumber::ReadOnly, {name, u"它是系统表。"});
     return *object;
-}
-
-// The path in ";DATABASE=path"; empty when the text names no Access file.
-std::u16string LinkedDatabase(std::u16string_view connect) {
-    constexpr std::u16string_view kProgram = u"MS Access";
-    constexpr std::u16string_view kKey = u"DATABASE=";
-    const std::size_t end = connect.find(u';');
-    if (end == std::u16string_view::npos || (end > 0 && !EqualNames(connect.substr(0, end), kProgram))) return {};
-    for (std::u16string_view rest = connect.substr(end + 1); !rest.empty();) {
-        const std::u16string_view part = rest.substr(0, rest.find(u';'));
-        if (EqualNames(part.substr(0, kKey.size()), kKey)) return std::u16string(part.substr(kKey.size()));
-        rest.remove_prefix(std::min(part.size() + 1, rest.size()));
-    }
-    return {};
 }
 
 void CheckRelated(const Table& table, const Table& referenced, const Relationship& relationship, std::size_t own_index,
@@ -362,11 +306,14 @@ void Database::CreateLink(std::u16string_view name, std::u16string_view connect,
     link.type = CatalogObject::kLinkedTable;
     link.flags = CatalogObject::kLinkFlag;
     link.parent = kTablesContainer;
-    link.database = LinkedDatabase(connect);
+    if (NamesAccess(connect)) link.database = ConnectValue(connect, u"DATABASE").value_or(std::u16string());
+    if (const auto password = ConnectValue(connect, u"PWD")) link.connect = u"MS Access;PWD=" + *password;
     link.foreign_name = source_table;
     CheckName(link.name, *pager_);
     if (FindObject(name)) Raise(ErrorNumber::TableExists, {name});
-    if (link.database.empty()) Raise(ErrorNumber::OperationNotSupported, {u"链接“" + std::u16string(connect) + u"”。"});
+    if (link.database.empty()) {
+        Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + link.name + u"”没有指明 Access 文件。"});
+    }
     if (!LinkedTable(link)) Raise(ErrorNumber::NoSuchTable, {source_table});
     SystemCatalog catalog(*this);
     link.id = catalog.NewId();

@@ -134,7 +134,8 @@ public:
     };
     explicit OtherEngine(Seen& seen) : seen_(seen) {}
 
-    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path&, bool) override {
+    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path&, bool,
+                                           std::u16string_view) override {
         Raise(ErrorNumber::FileNotFound, {name});
     }
     void BeginTrans() override { ++seen_.open; }
