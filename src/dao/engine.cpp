@@ -8,6 +8,8 @@
 #include "dao/database_settings.h"
 #include "dao/jet_database.h"
 #include "jet/compact.h"
+#include "jet/database.h"
+#include "jet/repair.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -78,6 +80,10 @@ void Engine::CompactDatabase(std::u16string_view source, std::u16string_view tar
                              std::int32_t options, std::u16string_view password) {
     jet::Compact(DatabaseFile(source), ToNativePath(target), SettingsOf(locale, options),
                  {.password = PasswordIn(password)});
+}
+
+void Engine::RepairDatabase(std::u16string_view name, std::u16string_view connect) {
+    jet::Repair(*jet::Database::Open(DatabaseFile(name), {.password = PasswordIn(connect)}));
 }
 
 void Engine::BeginTrans() {

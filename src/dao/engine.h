@@ -38,6 +38,10 @@ public:
     void CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale = {},
                          std::int32_t options = 0, std::u16string_view password = {});
 
+    // Makes the indexes anew from the rows and puts counts right, wholly or not at all. Raises FileDamaged when that
+    // does not help.
+    void RepairDatabase(std::u16string_view name, std::u16string_view connect = {});
+
     // Transactions over the databases that this thread has opened; they nest. A database that is opened meanwhile takes
     // part. A commit that fails has undone the transaction in all of them. CommitTrans and Rollback raise
     // TransactionNotStarted when there is none.

@@ -12,11 +12,11 @@ namespace qmtrain::jet {
 
 // What the new file has; what is not given is as in the old one.
 struct CompactSettings {
-    std::optional<std::uint16_t> sort_order;
+    std::optional<std::uint16_t> sort_order = {};
     std::uint16_t code_page = 0;  // 0: that of the old file, or the usual one of another sort order
-    std::optional<Version> version;
-    std::optional<std::u16string> password;
-    std::optional<bool> encoded;
+    std::optional<Version> version = {};
+    std::optional<std::u16string> password = {};
+    std::optional<bool> encoded = {};
 };
 
 // Makes `target` from `source`: all objects with their rows in the order of their storing. Tables in which Access keeps
