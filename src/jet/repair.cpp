@@ -1,6 +1,7 @@
 #include "jet/repair.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "jet/check.h"
@@ -32,7 +33,41 @@ std::set<PageNumber> IndexPagesOf(Database& database, PageNumber table) {
     return pages;
 }
 
-void RepairTable(Database& database, const CatalogObject& object) {
+// How often each map is named in the definitions. What a damaged definition names may be another's.
+using MapUse = std::map<RowPointer, int>;
+
+MapUse UsedMaps(Database& database, const std::vector<CatalogObject>& objects) {
+    MapUse use;
+    for (const CatalogObject& object : objects) {
+        if (object.type != CatalogObject::kTable) continue;
+        const TableDefinition table = ReadDefinition(database.GetPager(), static_cast<PageNumber>(object.id));
+        ++use[table.owned_map];
+        ++use[table.free_map];
+        for (const Column& column : table.columns) {
+            ++use[column.owned_map];
+            ++use[column.free_map];
+        }
+        for (const RealIndex& index : table.real_indexes) ++use[index.map];
+    }
+    return use;
+}
+
+// Where the map is in doubt it stays.
+void RemoveMap(Database& database, RowPointer map, const MapUse& use, MapRows& maps) {
+    if (map.page <= kRelationshipsPage || use.at(map) != 1) return;
+    try {
+        const Page page = database.GetPager().Read(map.page);
+        if (page.Type() != PageType::Data || page.View().U32(4) != 0) return;
+        const UsageMap pages(database.GetPager(), database.Allocator(), map);
+        pages.Check();
+        if (!pages.MapPages().empty()) return;
+    } catch (const AutomationError&) {
+        return;
+    }
+    maps.Remove(map);
+}
+
+void RepairTable(Database& database, const CatalogObject& object, const MapUse& use) {
     Pager& pager = database.GetPager();
     const auto page = static_cast<PageNumber>(object.id);
     TableDefinition definition = ReadDefinition(pager, page);
@@ -50,6 +85,7 @@ void RepairTable(Database& database, const CatalogObject& object) {
     if (rebuilt.size() == definition.real_indexes.size()) old_pages = IndexPagesOf(database, page);
     MapRows maps(database);
     for (const std::size_t i : rebuilt) {
+        RemoveMap(database, definition.real_indexes[i].map, use, maps);
         definition.real_indexes[i].distinct_keys = 0;
         AddTreeFor(definition, definition.real_indexes[i], maps, database);
     }
@@ -64,8 +100,10 @@ void RepairTable(Database& database, const CatalogObject& object) {
 
 void Repair(Database& database) {
     Database::Writing writing(database);
-    for (const CatalogObject& object : database.Objects()) {
-        if (object.type == CatalogObject::kTable) RepairTable(database, object);
+    const std::vector<CatalogObject> objects = database.Objects();
+    const MapUse use = UsedMaps(database, objects);
+    for (const CatalogObject& object : objects) {
+        if (object.type == CatalogObject::kTable) RepairTable(database, object, use);
     }
     const CheckReport report = CheckDatabase(database);
     if (!report.defects.empty()) Raise(ErrorNumber::FileDamaged, {database.FileName(), report.defects.front()});

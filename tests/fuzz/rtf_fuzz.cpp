@@ -1,5 +1,5 @@
-// Any bytes as RTF: reading must end well, what is written must be read as the same text, and every character of it must
-// find a place in a window.
+// Any bytes as RTF: reading must end well, what is written must be read as the same text, and every character of it
+// must find a place in a window.
 
 #include <cstdint>
 #include <cstdlib>
