@@ -28,6 +28,23 @@ IconvHandle OpenConverter(const std::string& to, const std::string& from, int co
     return IconvHandle(handle);
 }
 
+// To open a converter costs more than to use it, so each thread keeps one for texts that follow each other.
+class KeptConverter {
+public:
+    iconv_t Get(const std::string& to, const std::string& from, int code_page) {
+        if (!handle_ || code_page != code_page_) {
+            handle_ = OpenConverter(to, from, code_page);
+            code_page_ = code_page;
+        }
+        iconv(handle_.get(), nullptr, nullptr, nullptr, nullptr);
+        return handle_.get();
+    }
+
+private:
+    IconvHandle handle_;
+    int code_page_ = 0;
+};
+
 // Of the locale that the environment names, whatever the program has set.
 std::string LocaleEncoding() {
     locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
@@ -45,7 +62,8 @@ std::u16string FromCodePage(std::string_view bytes, int code_page) {
         out.assign(bytes.begin(), bytes.end());  // every Windows code page begins with ASCII
         return out;
     }
-    const IconvHandle converter = OpenConverter("UTF-16LE", CodePageName(code_page), code_page);
+    thread_local KeptConverter kept;
+    iconv_t converter = kept.Get("UTF-16LE", CodePageName(code_page), code_page);
     std::string buffer(bytes);
     char* in = buffer.data();
     std::size_t in_left = buffer.size();
@@ -53,7 +71,7 @@ std::u16string FromCodePage(std::string_view bytes, int code_page) {
     char* to = reinterpret_cast<char*>(out.data());
     std::size_t to_left = out.size() * 2;
     while (in_left > 0) {
-        if (iconv(converter.get(), &in, &in_left, &to, &to_left) != static_cast<std::size_t>(-1)) break;
+        if (iconv(converter, &in, &in_left, &to, &to_left) != static_cast<std::size_t>(-1)) break;
         if (in_left == 0 || to_left < 2) break;
         *reinterpret_cast<char16_t*>(to) = kReplacementCharacter;
         to += 2;
@@ -66,14 +84,17 @@ std::u16string FromCodePage(std::string_view bytes, int code_page) {
 }
 
 std::optional<std::string> ToCodePage(std::u16string_view text, int code_page) {
-    const IconvHandle converter = OpenConverter(CodePageName(code_page), "UTF-16LE", code_page);
+    if (std::ranges::all_of(text, [](char16_t unit) { return unit < 0x80; }))
+        return std::string(text.begin(), text.end());
+    thread_local KeptConverter kept;
+    iconv_t converter = kept.Get(CodePageName(code_page), "UTF-16LE", code_page);
     std::u16string buffer(text);
     char* in = reinterpret_cast<char*>(buffer.data());
     std::size_t in_left = buffer.size() * 2;
     std::string out(text.size() * 4, '\0');
     char* to = out.data();
     std::size_t to_left = out.size();
-    if (iconv(converter.get(), &in, &in_left, &to, &to_left) == static_cast<std::size_t>(-1)) return std::nullopt;
+    if (iconv(converter, &in, &in_left, &to, &to_left) == static_cast<std::size_t>(-1)) return std::nullopt;
     out.resize(out.size() - to_left);
     return out;
 }

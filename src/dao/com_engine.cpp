@@ -107,6 +107,9 @@ public:
     std::int32_t RecordsAffected() const override { return records_affected_; }
     void Atomically(const std::function<void()>& body) override;
     std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) override;
+    void NewPassword(std::u16string_view old_password, std::u16string_view new_password) override {
+        Opened().Call(u"NewPassword", old_password, new_password);
+    }
     void Close() override;
     bool IsOpen() const override { return static_cast<bool>(database_); }
 
@@ -167,15 +170,16 @@ class ComEngine : public SystemEngine {
 public:
     explicit ComEngine(Object engine) : engine_(std::make_shared<Object>(std::move(engine))) {}
 
-    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path& file,
-                                           bool read_only) override;
+    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path& file, bool read_only,
+                                           std::u16string_view connect) override;
     void BeginTrans() override { engine_->Call(u"BeginTrans"); }
     void CommitTrans() override { engine_->Call(u"CommitTrans"); }
     void Rollback() override { engine_->Call(u"Rollback"); }
 
 private:
-    Object Open(const std::u16string& file, bool exclusive, bool read_only) {
-        return Object(engine_->Call(u"OpenDatabase", file, exclusive, read_only));
+    Object Open(const std::u16string& file, bool exclusive, bool read_only, std::u16string_view connect) {
+        if (connect.empty()) return Object(engine_->Call(u"OpenDatabase", file, exclusive, read_only));
+        return Object(engine_->Call(u"OpenDatabase", file, exclusive, read_only, connect));
     }
 
     ApartmentWatch watch_;
@@ -307,18 +311,18 @@ void ComDatabase::Close() {
 // A file that can only be read, or stands in a folder in which no lock file can be made, is opened for reading: shared
 // if there is a lock file already, else exclusively, for which none is needed.
 std::shared_ptr<Database> ComEngine::OpenDatabase(std::u16string_view name, const std::filesystem::path& file,
-                                                  bool read_only) {
+                                                  bool read_only, std::u16string_view connect) {
     const std::u16string path = FromNativePath(std::filesystem::absolute(file).make_preferred());
     const auto opened = [&](Object database) {
         return std::make_shared<ComDatabase>(name, engine_, std::move(database));
     };
     try {
-        return opened(Open(path, false, read_only));
+        return opened(Open(path, false, read_only, connect));
     } catch (const AutomationError& error) {
         if (!error.Is(ErrorNumber::CannotLockFile) && !error.Is(ErrorNumber::CannotOpenFile)) throw;
         for (const bool exclusive : {false, true}) {
             try {
-                return opened(Open(path, exclusive, true));
+                return opened(Open(path, exclusive, true, connect));
             } catch (const AutomationError&) {  // the first error says what is wrong
             }
         }

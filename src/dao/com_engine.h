@@ -1,8 +1,8 @@
 // The DAO engine of a Windows machine behind our own interface, called by name through automation.
 //
 // It is used on the thread that made it, and ends with that thread's apartment. Limits against our own engine:
-// Atomically() locks what it changes and not what it has read, and parts of a value (GetChunk, AppendChunk) are for memo
-// and OLE fields only.
+// Atomically() locks what it changes and not what it has read, and parts of a value (GetChunk, AppendChunk) are for
+// memo and OLE fields only.
 #pragma once
 
 #include <memory>

@@ -17,7 +17,7 @@ void Connection::Open(std::u16string_view name) {
     Close();
     Engine& engine = Engine::Instance();
     const Engine::OwnUse use = engine.GetOwnUse();
-    database_ = engine.OpenDatabase(name, false, use.links);
+    database_ = engine.OpenDatabase(name, false, {}, use.links);
     database_->Limits(use.limits);
 }
 

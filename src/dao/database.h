@@ -48,6 +48,10 @@ public:
     // Whether it has a table, or a link to one, of that name; a saved query is none. True where nobody can tell.
     virtual bool HasTable(std::u16string_view /*name*/) { return true; }
 
+    // Sets another password, none when it is empty. Raises PasswordInvalid when the old one is wrong, or the new one
+    // cannot be kept.
+    virtual void NewPassword(std::u16string_view old_password, std::u16string_view new_password) = 0;
+
     // Later use of the database or of its record sets raises ObjectInvalid. What is in a transaction is undone.
     virtual void Close() = 0;
     virtual bool IsOpen() const = 0;

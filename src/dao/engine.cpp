@@ -4,7 +4,12 @@
 #include <utility>
 
 #include "core/error.h"
+#include "core/files.h"
+#include "dao/database_settings.h"
 #include "dao/jet_database.h"
+#include "jet/compact.h"
+#include "jet/database.h"
+#include "jet/repair.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -61,9 +66,10 @@ bool Engine::HasSystem() const {
     return systems > 0;
 }
 
-std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only, LinkRights links) {
-    if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only);
-    return own_.OpenDatabase(name, read_only, links);
+std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only, std::u16string_view connect,
+                                               LinkRights links) {
+    if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only, connect);
+    return own_.OpenDatabase(name, read_only, connect, links);
 }
 
 void Engine::SetOwnUse(const OwnUse& use) {
@@ -76,8 +82,19 @@ Engine::OwnUse Engine::GetOwnUse() const {
     return own_use_;
 }
 
-std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name) {
-    return own_.CreateDatabase(name);
+std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
+                                                    std::int32_t options) {
+    return own_.CreateDatabase(name, locale, options);
+}
+
+void Engine::CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale,
+                             std::int32_t options, std::u16string_view password) {
+    jet::Compact(DatabaseFile(source), ToNativePath(target), SettingsOf(locale, options),
+                 {.password = PasswordIn(password)});
+}
+
+void Engine::RepairDatabase(std::u16string_view name, std::u16string_view connect) {
+    jet::Repair(*jet::Database::Open(DatabaseFile(name), {.password = PasswordIn(connect)}));
 }
 
 void Engine::BeginTrans() {

@@ -1,6 +1,7 @@
 // The database engine: our own one in a process; in its place, one of the machine's in each apartment.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -23,11 +24,11 @@ public:
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
 
-    // Opens a database file; a folder stands for the "Total.mdb" in it. Raises FileNotFound, UnknownFormat,
-    // PasswordInvalid, FileDamaged …, and what ChosenEngine() raises. `links` is for our own engine. A host that opens
-    // files of others should grant none of them.
+    // Opens a database file; a folder stands for the "Total.mdb" in it. `connect`: ";PWD=" and the password of one that
+    // has a password. Raises FileNotFound, UnknownFormat, PasswordInvalid, FileDamaged …, and what ChosenEngine()
+    // raises. `links` is for our own engine. A host that opens files of others should grant none of them.
     std::shared_ptr<Database> OpenDatabase(std::u16string_view name, bool read_only = false,
-                                           LinkRights links = {.write = true});
+                                           std::u16string_view connect = {}, LinkRights links = {.write = true});
 
     // What the component's own classes open their databases with, from now on: limits for each statement, at first 30
     // seconds and 256 MiB, and the rights of links, at first none.
@@ -38,8 +39,20 @@ public:
     void SetOwnUse(const OwnUse& use);
     OwnUse GetOwnUse() const;
 
-    // Makes a new, empty database in the General order, always with our own engine. Raises DatabaseExists.
-    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
+    // Makes a new, empty database, always with our own engine; see database_settings.h for the locale and the options.
+    // Raises DatabaseExists.
+    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
+                                                std::int32_t options = 0);
+
+    // Copies a database that nobody is changing into a new file, without what has gathered in the old one, in another
+    // version, sort order or encoding, or with another password. `password`: ";PWD=" and that of the source. The source
+    // stays as it is, the target appears when it is whole. Raises DatabaseExists …
+    void CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale = {},
+                         std::int32_t options = 0, std::u16string_view password = {});
+
+    // Makes the indexes anew from the rows and puts counts right, wholly or not at all. Raises FileDamaged when that
+    // does not help.
+    void RepairDatabase(std::u16string_view name, std::u16string_view connect = {});
 
     // Transactions over the databases that this thread has opened; they nest. A database that is opened meanwhile takes
     // part. A commit that fails has undone the transaction in all of them. CommitTrans and Rollback raise

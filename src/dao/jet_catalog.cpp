@@ -232,7 +232,16 @@ public:
     std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<JetCursor>(table_, *layout_); }
 
     bool CanSeek(int index, std::span<const Value> values) const override {
-        return table_->HasKeys(static_cast<std::size_t>(index), values);
+        const jet::TableDefinition& definition = table_->Definition();
+        const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
+        // An order that only some files show to be right is not relied on: it would hide rows where it is not.
+        const bool sure = std::all_of(
+            parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(values.size()), [&](const jet::KeyColumn& part) {
+                const auto at = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
+                const jet::Column& column = definition.columns[at];
+                return !jet::IsText(column.type) || table_->OrderOf(column) != jet::TextOrder::Jet3Ascii;
+            });
+        return sure && table_->HasKeys(static_cast<std::size_t>(index), values);
     }
 
     // Texts must be in the General order. Keys of memos end early, those of GUIDs are no texts, and in descending

@@ -20,17 +20,20 @@ JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> sto
 JetDatabase::~JetDatabase() = default;
 
 std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only,
-                                               std::shared_ptr<jet::Session> session, LinkRights links) {
+                                               std::shared_ptr<jet::Session> session, std::u16string_view password,
+                                               LinkRights links) {
     return std::make_shared<JetDatabase>(std::u16string(name),
                                          jet::Database::Open(DatabaseFile(name), {.read_only = read_only,
+                                                                                  .password = std::u16string(password),
                                                                                   .session = std::move(session),
                                                                                   .links_read_only = !links.write,
                                                                                   .links_in_network = links.network}));
 }
 
-std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session) {
+std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session,
+                                                 const jet::NewDatabase& settings) {
     return std::make_shared<JetDatabase>(
-        std::u16string(name), jet::Database::Create(ToNativePath(name), {}, {.session = std::move(session)}));
+        std::u16string(name), jet::Database::Create(ToNativePath(name), settings, {.session = std::move(session)}));
 }
 
 jet::Database& JetDatabase::Storage() {
@@ -132,6 +135,10 @@ Work JetDatabase::Begin(std::chrono::steady_clock::duration* spent) const {
 bool JetDatabase::HasTable(std::u16string_view name) {
     const jet::Database::Reading reading(Storage());
     return storage_->FindTable(name) != nullptr;
+}
+
+void JetDatabase::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {
+    Storage().NewPassword(old_password, new_password);
 }
 
 void JetDatabase::Close() {

@@ -14,6 +14,7 @@
 #include "core/work.h"
 #include "dao/database.h"
 #include "dao/types.h"
+#include "jet/schema.h"
 #include "sql/sql.h"
 #include "sql/storage.h"
 
@@ -51,9 +52,10 @@ public:
     // Without a session they are outside the transactions of any engine. They raise what the Engine's functions raise.
     static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false,
                                              std::shared_ptr<jet::Session> session = nullptr,
-                                             LinkRights links = {.write = true});
+                                             std::u16string_view password = {}, LinkRights links = {.write = true});
     static std::shared_ptr<JetDatabase> Create(std::u16string_view name,
-                                               std::shared_ptr<jet::Session> session = nullptr);
+                                               std::shared_ptr<jet::Session> session = nullptr,
+                                               const jet::NewDatabase& settings = {});
 
     const std::u16string& Name() const override { return name_; }
     void Execute(std::u16string_view statement) override;
@@ -63,6 +65,7 @@ public:
     void Limits(const WorkLimits& limits) override;
     void Cancel() noexcept override { ++cancellations_; }
     bool HasTable(std::u16string_view name) override;
+    void NewPassword(std::u16string_view old_password, std::u16string_view new_password) override;
     void Close() override;
     bool IsOpen() const override { return storage_ != nullptr; }
 

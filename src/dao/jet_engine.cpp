@@ -1,5 +1,6 @@
 #include "dao/jet_engine.h"
 
+#include "dao/database_settings.h"
 #include "dao/jet_database.h"
 #include "jet/database.h"
 
@@ -15,12 +16,14 @@ std::shared_ptr<jet::Session> JetEngine::OwnSession() {
     return session;
 }
 
-std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, bool read_only, LinkRights links) {
-    return JetDatabase::Open(name, read_only, OwnSession(), links);
+std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, bool read_only,
+                                                     std::u16string_view connect, LinkRights links) {
+    return JetDatabase::Open(name, read_only, OwnSession(), PasswordIn(connect), links);
 }
 
-std::shared_ptr<JetDatabase> JetEngine::CreateDatabase(std::u16string_view name) {
-    return JetDatabase::Create(name, OwnSession());
+std::shared_ptr<JetDatabase> JetEngine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
+                                                       std::int32_t options) {
+    return JetDatabase::Create(name, OwnSession(), NewDatabaseOf(locale, options));
 }
 
 void JetEngine::BeginTrans() {

@@ -4,6 +4,7 @@
 // it lasts. Its changes of several files are one.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,8 +25,9 @@ class JetDatabase;
 class JetEngine {
 public:
     std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, bool read_only = false,
-                                              LinkRights links = {.write = true});
-    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
+                                              std::u16string_view connect = {}, LinkRights links = {.write = true});
+    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
+                                                std::int32_t options = 0);
 
     void BeginTrans();
 

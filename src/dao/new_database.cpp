@@ -8,7 +8,8 @@
 
 namespace qmtrain::dao {
 
-void MakeDatabase(std::u16string_view name, std::u16string_view statements, const DatabaseFill& fill) {
+void MakeDatabase(std::u16string_view name, std::u16string_view statements, const DatabaseFill& fill,
+                  const jet::NewDatabase& settings) {
     FileSystem& files = FileSystem::Native();
     const std::filesystem::path place = ToNativePath(name);
     if (files.Exists(place)) Raise(ErrorNumber::DatabaseExists, {name});
@@ -17,7 +18,7 @@ void MakeDatabase(std::u16string_view name, std::u16string_view statements, cons
     unfinished += UniqueName("-", ".new");
     try {
         // Not the engine's: a transaction that is open there would undo everything when this is closed.
-        const auto database = JetDatabase::Create(FromNativePath(unfinished));
+        const auto database = JetDatabase::Create(FromNativePath(unfinished), nullptr, settings);
         database->Atomically([&] {
             database->ExecuteScript(statements);
             if (fill) fill(*database);

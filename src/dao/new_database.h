@@ -4,6 +4,8 @@
 #include <functional>
 #include <string_view>
 
+#include "jet/schema.h"
+
 namespace qmtrain::dao {
 
 class Database;
@@ -13,6 +15,7 @@ using DatabaseFill = std::function<void(Database&)>;
 
 // Runs the statements, separated by ";", in a new database, then `fill` if there is one. It gets its name when it is
 // complete. Raises DatabaseExists when there is a file of that name.
-void MakeDatabase(std::u16string_view name, std::u16string_view statements, const DatabaseFill& fill = {});
+void MakeDatabase(std::u16string_view name, std::u16string_view statements, const DatabaseFill& fill = {},
+                  const jet::NewDatabase& settings = {});
 
 }  // namespace qmtrain::dao

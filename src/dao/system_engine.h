@@ -14,9 +14,10 @@ class SystemEngine {
 public:
     virtual ~SystemEngine() = default;
 
-    // `name` is what the database is called. Raises the engine's own errors; their numbers are DAO's.
+    // `name` is what the database is called; `connect` holds the password, see Engine. Raises the engine's own errors;
+    // their numbers are DAO's.
     virtual std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path& file,
-                                                   bool read_only) = 0;
+                                                   bool read_only, std::u16string_view connect = {}) = 0;
 
     // Transactions over all databases that it has opened; they nest.
     virtual void BeginTrans() = 0;

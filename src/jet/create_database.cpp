@@ -1,9 +1,9 @@
-// A new, empty Jet 4 database: header, page map, and the four system tables with their first rows.
+#include "jet/create_database.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <map>
+#include <random>
 #include <utility>
 
 #include "jet/data_page.h"
@@ -13,12 +13,10 @@
 namespace qmtrain::jet {
 namespace {
 
-constexpr std::uint8_t kUniqueIndex = RealIndex::kJet4 | RealIndex::kUnique;
-constexpr std::uint8_t kRequiredIndex = RealIndex::kJet4 | RealIndex::kRequired;
-constexpr std::uint8_t kSparseIndex = RealIndex::kJet4 | RealIndex::kIgnoreNulls;
-constexpr PageNumber kMapsPage = 6;
-constexpr PageNumber kFirstRoot = 7;
-constexpr PageNumber kFirstFreePage = 14;
+// The first pages: header, page map, four definitions, the maps of the system tables, the roots of their indexes.
+constexpr PageNumber kFirstMaps = 6;
+constexpr std::size_t kMaps = 31;
+constexpr PageNumber kRoots = 7;
 
 struct SystemColumn {
     std::u16string_view name;
@@ -39,9 +37,9 @@ struct SystemTableSpec {
     std::vector<SystemIndex> indexes;
 };
 
-std::vector<SystemTableSpec> SystemTables() {
+std::vector<SystemTableSpec> SystemTables(Version version) {
     using enum ColumnType;
-    return {
+    std::vector<SystemTableSpec> tables = {
         {kObjectsPage,
          {{u"Id", Long},
           {u"ParentId", Long},
@@ -60,10 +58,10 @@ std::vector<SystemTableSpec> SystemTables() {
           {u"LvProp", LongBinary},
           {u"LvModule", LongBinary},
           {u"LvExtra", LongBinary}},
-         {{u"ParentIdName", {1, 2}, kUniqueIndex}, {u"Id", {0}, kUniqueIndex}}},
+         {{u"ParentIdName", {1, 2}, RealIndex::kUnique}, {u"Id", {0}, RealIndex::kUnique}}},
         {kAcesPage,
          {{u"ObjectId", Long}, {u"SID", Binary, true}, {u"ACM", Long}, {u"FInheritable", Boolean}},
-         {{u"ObjectId", {0}, kRequiredIndex}}},
+         {{u"ObjectId", {0}, RealIndex::kRequired}}},
         {kQueriesPage,
          {{u"ObjectId", Long},
           {u"Attribute", Byte},
@@ -73,7 +71,7 @@ std::vector<SystemTableSpec> SystemTables() {
           {u"Expression", Memo},
           {u"Flag", Integer},
           {u"LvExtra", Long}},
-         {{u"ObjectIdAttribute", {0, 1, 2}, kUniqueIndex, IndexRole::Primary}}},
+         {{u"ObjectIdAttribute", {0, 1, 2}, RealIndex::kUnique, IndexRole::Primary}}},
         {kRelationshipsPage,
          {{u"szRelationship", Text},
           {u"grbit", Long},
@@ -83,10 +81,19 @@ std::vector<SystemTableSpec> SystemTables() {
           {u"szColumn", Text},
           {u"szReferencedObject", Text},
           {u"szReferencedColumn", Text}},
-         {{u"szRelationship", {0}, kSparseIndex},
-          {u"szObject", {4}, kSparseIndex},
-          {u"szReferencedObject", {6}, kSparseIndex}}},
+         {{u"szRelationship", {0}, RealIndex::kIgnoreNulls},
+          {u"szObject", {4}, RealIndex::kIgnoreNulls},
+          {u"szReferencedObject", {6}, RealIndex::kIgnoreNulls}}},
     };
+    if (version == Version::Jet3) tables[2].columns.pop_back();  // MSysQueries.LvExtra
+    return tables;
+}
+
+std::uint32_t NewPageKey() {
+    std::random_device random;
+    std::uint32_t key = 0;
+    while (key == 0) key = random();
+    return key;
 }
 
 std::uint16_t UsualCodePage(std::uint16_t sort_order) {
@@ -99,53 +106,75 @@ std::uint16_t UsualCodePage(std::uint16_t sort_order) {
 class DatabaseBuilder {
 public:
     DatabaseBuilder(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options)
-        : settings_(settings), options_(options), path_(path) {
+        : settings_(settings), format_(FormatOf(settings.version)), options_(options), path_(path) {
         if (settings_.code_page == 0) settings_.code_page = UsualCodePage(settings_.sort_order);
     }
 
     // Writes the first pages, and lets the engine itself do the rest.
-    void Build() {
+    void Build(const DatabaseFill& fill) {
         WriteFirstPages();
         options_.session = nullptr;  // it must be in the file when it gets its name, whatever transaction is open
+        options_.password = settings_.password;
         Database database(path_, options_, nullptr);
         Database::Writing writing(database);
-        for (const SystemTableSpec& spec : SystemTables()) WriteTable(database, spec);
-        WriteRows(database);
+        for (const SystemTableSpec& spec : SystemTables(settings_.version)) WriteTable(database, spec);
+        if (fill) {
+            fill(database);
+        } else {
+            WriteRows(database);
+        }
         writing.Commit();
     }
 
 private:
+    std::size_t MapsPerPage() const { return format_.FreeOnEmptyDataPage() / (format_.map_row + 2); }
+    PageNumber FirstRoot() const {
+        return kFirstMaps + static_cast<PageNumber>((kMaps + MapsPerPage() - 1) / MapsPerPage());
+    }
+    PageNumber FirstFreePage() const { return FirstRoot() + kRoots; }
+
     void WriteFirstPages() {
-        FileSystem& system = options_.system != nullptr ? *options_.system : FileSystem::Native();
-        const auto file = system.Open(path_, OpenMode::CreateNew);
-        Bytes pages(kFirstFreePage * kJet4.page_size);
-        WriteHeader({settings_.sort_order, settings_.code_page, Now()}, std::span(pages).first(kJet4.page_size));
-        const std::span<std::uint8_t> maps(&pages[kGlobalMapPage * kJet4.page_size], kJet4.page_size);
-        WriteMapPage(maps);
-        file->WriteAt(0, pages);
+        FileSystem& system = options_.system != nullptr ? *options_.system : DefaultFiles();
+        const std::u16string name = FromNativePath(path_);
+        const std::size_t page_size = format_.page_size;
+        Bytes pages(FirstFreePage() * page_size);
+        const std::uint32_t page_key = settings_.encoded ? NewPageKey() : 0;
+        WriteHeader({.version = settings_.version,
+                     .sort_order = settings_.sort_order,
+                     .code_page = settings_.code_page,
+                     .created = Now(),
+                     .page_key = page_key,
+                     .password = settings_.password},
+                    std::span(pages).first(page_size), name);
+        WriteMapPage(std::span(pages).subspan(kGlobalMapPage * page_size, page_size));
+        for (PageNumber page = 1; page_key != 0 && page < FirstFreePage(); ++page) {
+            ApplyCipher(page_key ^ page, std::span(pages).subspan(page * page_size, page_size));
+        }
+        system.Open(path_, OpenMode::CreateNew)->WriteAt(0, pages);
     }
 
     // Page 1 by hand: everything else needs the map of free pages.
-    static void WriteMapPage(std::span<std::uint8_t> page) {
-        const std::size_t first = kJet4.page_size - kJet4.map_row;
-        const std::size_t second = first - kJet4.map_row;
+    void WriteMapPage(std::span<std::uint8_t> page) const {
+        const std::size_t first = format_.page_size - format_.map_row;
+        const std::size_t second = first - format_.map_row;
         Put<std::uint16_t>(page.data(), 0x0101);
-        Put(&page[2], static_cast<std::uint16_t>(second - kJet4.data_slots - 4));
+        Put(&page[2], static_cast<std::uint16_t>(second - format_.data_slots - 4));
         Put<std::uint32_t>(&page[4], 1);
-        Put<std::uint16_t>(&page[kJet4.data_slot_count], 2);
-        Put(&page[kJet4.data_slots], static_cast<std::uint16_t>(first));
-        Put(&page[kJet4.data_slots + 2], static_cast<std::uint16_t>(second));
-        const auto bitmap = page.subspan(first + 5, kJet4.map_row - 5);
+        Put<std::uint16_t>(&page[format_.data_slot_count], 2);
+        Put(&page[format_.data_slots], static_cast<std::uint16_t>(first));
+        Put(&page[format_.data_slots + 2], static_cast<std::uint16_t>(second));
+        const auto bitmap = page.subspan(first + 5, format_.map_row - 5);
         std::fill(bitmap.begin(), bitmap.end(), static_cast<std::uint8_t>(0xFF));
-        for (PageNumber used = 0; used < kFirstFreePage; ++used) {
+        for (PageNumber used = 0; used < FirstFreePage(); ++used) {
             bitmap[used / 8] &= static_cast<std::uint8_t>(~(1 << (used % 8)));
         }
     }
 
     RowPointer NewMap(Database& database) {
-        MutablePage page = database.GetPager().Write(kMapsPage);
+        const auto number = static_cast<PageNumber>(kFirstMaps + maps_used_++ / MapsPerPage());
+        MutablePage page = database.GetPager().Write(number);
         if (page.Data()[0] == 0) DataPageEditor::Format(page, 0);
-        return {kMapsPage, DataPageEditor(page).Add(Bytes(kJet4.map_row))};
+        return {number, DataPageEditor(page).Add(Bytes(format_.map_row))};
     }
 
     void WriteTable(Database& database, const SystemTableSpec& spec) {
@@ -172,11 +201,12 @@ private:
         column.type = spec.type;
         column.number = table.max_columns++;
         column.sort_order = settings_.sort_order;
+        column.code_page = settings_.code_page;
         column.flags = Column::kAlways | Column::kSystem | (spec.masked ? Column::kMasked : 0);
         const std::size_t size = FixedSize(spec.type);
         if (size == 0) {
             column.variable_index = table.variable_columns++;
-            column.length = IsLongValue(spec.type) ? 0 : 510;
+            column.length = static_cast<std::uint16_t>(IsLongValue(spec.type) ? 0 : 255 * format_.text_unit);
             return column;
         }
         column.flags |= Column::kFixed;
@@ -191,8 +221,8 @@ private:
     void AddIndex(Database& database, TableDefinition& table, const SystemIndex& spec) {
         RealIndex real;
         for (const std::uint16_t column : spec.columns) real.columns.push_back({column, true});
-        real.flags = spec.flags;
-        real.root = kFirstRoot + roots_used_++;
+        real.flags = static_cast<std::uint8_t>(format_.index_flags | spec.flags);
+        real.root = FirstRoot() + roots_used_++;
         real.map = NewMap(database);
         UsageMap(database.GetPager(), database.Allocator(), real.map).Add(real.root);
         MutablePage root = database.GetPager().Write(real.root);
@@ -258,21 +288,23 @@ private:
     }
 
     NewDatabase settings_;
+    const Format& format_;
     PagerOptions options_;
     std::filesystem::path path_;
+    std::size_t maps_used_ = 0;
     PageNumber roots_used_ = 0;
 };
 
 // Built under another name and renamed when it is complete, so that nobody ever sees half a database.
-std::unique_ptr<Database> Database::Create(const std::filesystem::path& path, const NewDatabase& settings,
-                                           const PagerOptions& options) {
+void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
+                      const DatabaseFill& fill) {
     FileSystem& system = options.system != nullptr ? *options.system : DefaultFiles();
     if (system.Exists(path)) Raise(ErrorNumber::DatabaseExists, {FromNativePath(path)});
     std::filesystem::path unfinished = path;
     unfinished.replace_extension();
     unfinished += UniqueName("-", ".new");
     try {
-        DatabaseBuilder(unfinished, settings, options).Build();
+        DatabaseBuilder(unfinished, settings, options).Build(fill);
         system.RenameToNew(unfinished, path);
     } catch (...) {
         try {
@@ -283,7 +315,14 @@ std::unique_ptr<Database> Database::Create(const std::filesystem::path& path, co
         throw;
     }
     if (options.durable) system.SyncFolder(path.parent_path());
-    return Open(path, options);
+}
+
+std::unique_ptr<Database> Database::Create(const std::filesystem::path& path, const NewDatabase& settings,
+                                           const PagerOptions& options) {
+    MakeDatabaseFile(path, settings, options);
+    PagerOptions opening = options;
+    opening.password = settings.password;
+    return Open(path, opening);
 }
 
 }  // namespace qmtrain::jet

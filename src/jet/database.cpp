@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "jet/connect_text.h"
+#include "jet/row_cursor.h"
 #include "jet/system_tables.h"
 
 namespace qmtrain::jet {
@@ -30,6 +32,7 @@ Database::Database(const std::filesystem::path& path, const PagerOptions& option
       pager_(std::make_unique<Pager>(path, options, home != nullptr ? home->pager_.get() : nullptr)),
       allocator_(*pager_) {
     options_.session = pager_->SharedSession();
+    options_.password.clear();  // that of the files it links to is another
 }
 
 std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, const PagerOptions& options) {
@@ -76,6 +79,10 @@ Properties Database::ReadProperties(std::u16string_view name) {
     const Bytes blob = SystemCatalog(*this).ReadProperties(*object);
     return Properties::Read(ByteView(blob.data(), blob.size(), FileName(), object->row.page), pager_->GetFormat(),
                             pager_->GetHeader().code_page);
+}
+
+Bytes Database::BlobOf(const Properties& properties) const {
+    return properties.Write(pager_->GetFormat(), pager_->GetHeader().code_page);
 }
 
 std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {
@@ -141,15 +148,16 @@ bool Database::IsHeld(PageNumber table) const {
 }
 
 std::shared_ptr<Table> Database::LinkedTable(const CatalogObject& object, int links) {
-    if (!object.connect.empty() && object.connect.front() != u';') {
+    if (!NamesAccess(object.connect)) {
         Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object.name + u"”不在 Access 文件中。"});
     }
     if (links + 1 == kMaxLinks) Raise(ErrorNumber::FileNotFound, {object.database});
-    return OpenLink(object.database).FindTable(object.foreign_name, links + 1);
+    return OpenLink(object).FindTable(object.foreign_name, links + 1);
 }
 
 // A path that is not absolute counts from this file's folder. Many links may lead to one file, or back to the first.
-Database& Database::OpenLink(const std::u16string& stored_path) {
+Database& Database::OpenLink(const CatalogObject& object) {
+    const std::u16string& stored_path = object.database;
     if (!options_.links_in_network && IsInNetwork(stored_path)) {
         Raise(ErrorNumber::OperationNotSupported, {u"链接到网络上的文件“" + stored_path + u"”没有得到允许。"});
     }
@@ -165,8 +173,50 @@ Database& Database::OpenLink(const std::u16string& stored_path) {
     if (known != links.end()) return **known;
     PagerOptions options = options_;
     options.read_only = options_.read_only || options_.links_read_only;
+    options.password = ConnectValue(object.connect, u"PWD").value_or(std::u16string());
     links.push_back(Open(path, options, home_));
     return *links.back();
+}
+
+// Password
+
+void Database::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {
+    Writing writing(*this);
+    const Header before = pager_->GetHeader();
+    if (!IsPassword(before, old_password) || (before.password.empty() && !old_password.empty())) {
+        Raise(ErrorNumber::PasswordInvalid, {FileName()});
+    }
+    pager_->SetPassword(new_password);
+    if (before.format->version == Version::Jet4) {
+        for (const CatalogObject& object : Objects()) {
+            if (object.type == CatalogObject::kTable)
+                MaskAnew(*TableAt(static_cast<PageNumber>(object.id)), before.user_key);
+        }
+    }
+    writing.Commit();
+}
+
+// What is masked with the user key must follow it.
+void Database::MaskAnew(Table& table, std::uint32_t old_key) {
+    const TableDefinition& definition = table.Definition();
+    std::vector<std::pair<RowPointer, std::vector<ColumnChange>>> rows;
+    RowCursor cursor(table);
+    for (cursor.Scan(); cursor.Next();) {
+        std::vector<ColumnChange> changes;
+        for (std::size_t i = 0; i < definition.columns.size(); ++i) {
+            const Column& column = definition.columns[i];
+            if ((column.flags & Column::kMasked) == 0 || column.type != ColumnType::Binary) continue;
+            Value value;
+            cursor.Read(i, value);
+            if (value.IsNull()) continue;
+            Bytes& bytes = value.ReuseBinary();
+            ApplyCipher(old_key, bytes);
+            ApplyCipher(pager_->GetHeader().user_key, bytes);
+            changes.push_back({static_cast<int>(i), std::move(value)});
+        }
+        if (!changes.empty()) rows.emplace_back(cursor.Row(), std::move(changes));
+    }
+    for (const auto& [row, changes] : rows) table.Update(row, changes);
 }
 
 }  // namespace qmtrain::jet

@@ -23,7 +23,7 @@ public:
     // Raises FileNotFound, UnknownFormat, PasswordInvalid, FileDamaged, LockedByOther …
     static std::unique_ptr<Database> Open(const std::filesystem::path& path, const PagerOptions& options = {});
 
-    // Makes a new, empty Jet 4 database. Raises DatabaseExists when there is a file of that name.
+    // Makes a new, empty database. Raises DatabaseExists when there is a file of that name.
     static std::unique_ptr<Database> Create(const std::filesystem::path& path, const NewDatabase& settings = {},
                                             const PagerOptions& options = {});
 
@@ -42,6 +42,10 @@ public:
     void BeginTransaction() { pager_->GetSession().BeginTransaction(); }
     void CommitTransaction() { pager_->GetSession().CommitTransaction(); }
     void RollbackTransaction() { pager_->GetSession().RollbackTransaction(); }
+
+    // Sets another password, none when it is empty. Raises PasswordInvalid when the old one is wrong, or the new one
+    // cannot be kept; InvalidOperation inside a transaction or another scope of change.
+    void NewPassword(std::u16string_view old_password, std::u16string_view new_password);
 
     // One state of the file, and of each file it links to that is looked at.
     class Reading {
@@ -122,7 +126,9 @@ private:
     std::shared_ptr<Table> LoadTable(const CatalogObject& object);
     std::shared_ptr<Table> FindTable(std::u16string_view name, int links);
     std::shared_ptr<Table> LinkedTable(const CatalogObject& object, int links = 0);
-    Database& OpenLink(const std::u16string& stored_path);
+    Bytes BlobOf(const Properties& properties) const;
+    Database& OpenLink(const CatalogObject& object);
+    void MaskAnew(Table& table, std::uint32_t old_key);
 
     PagerOptions options_;
     Database* home_;  // the one from which links have led here; itself when it was opened directly

@@ -1,4 +1,5 @@
-// The constants of the two file versions. No other file tests the version to find an offset.
+// The constants of the two file versions: Jet 3 (Access 97) and Jet 4. No other file tests the version to find an
+// offset.
 #pragma once
 
 #include <compare>
@@ -36,6 +37,8 @@ struct Format {
     std::size_t max_row;
 
     std::size_t row_number_size;  // bytes of the column count, of V and of offsets in a row
+    std::size_t text_unit;        // bytes of a character in the length of a text column
+    std::size_t max_binary;       // bytes of a binary column
     std::size_t long_value_inline;
     std::size_t long_value_single;
     std::size_t long_value_chunk;  // data in one row of a chain
@@ -62,12 +65,18 @@ struct Format {
     std::size_t index_mask;
     std::size_t index_mask_bytes;
     std::size_t index_entries;
+    std::uint8_t index_flags;  // that every index has
 
+    char property_magic[4];
     std::uint64_t max_file_size;
 
     std::size_t FreeOnEmptyDataPage() const { return page_size - data_slots; }
     std::size_t IndexCapacity() const { return page_size - index_entries; }
     std::uint32_t PagesPerMapPage() const { return (page_size - 4) * 8; }
+    std::size_t MaxIndexPrefix() const { return index_prefix_size == 1 ? 0xFF : 0xFFFF; }
+
+    // Of the key bytes of an entry: it must fit on a node page, with a row and a child behind it.
+    std::size_t MaxKey() const { return IndexCapacity() - 8; }
 };
 
 inline constexpr Format kJet3{
@@ -80,6 +89,8 @@ inline constexpr Format kJet3{
     .data_slots = 10,
     .max_row = 2012,
     .row_number_size = 1,
+    .text_unit = 1,
+    .max_binary = 255,
     .long_value_inline = 32,
     .long_value_single = 2032,
     .long_value_chunk = 2032,
@@ -101,6 +112,8 @@ inline constexpr Format kJet3{
     .index_mask = 22,
     .index_mask_bytes = 226,
     .index_entries = 0xF8,
+    .index_flags = 0,
+    .property_magic = {'K', 'K', 'D', 0},
     .max_file_size = 1ULL << 30,
 };
 
@@ -114,6 +127,8 @@ inline constexpr Format kJet4{
     .data_slots = 14,
     .max_row = 4060,
     .row_number_size = 2,
+    .text_unit = 2,
+    .max_binary = 510,
     .long_value_inline = 64,
     .long_value_single = 4076,
     .long_value_chunk = 4072,
@@ -135,6 +150,8 @@ inline constexpr Format kJet4{
     .index_mask = 27,
     .index_mask_bytes = 453,
     .index_entries = 0x1E0,
+    .index_flags = 0x80,
+    .property_magic = {'M', 'R', '2', 0},
     .max_file_size = 1ULL << 31,
 };
 
@@ -165,5 +182,9 @@ struct RowPointer {
     static RowPointer FromStored(std::uint32_t value) { return {value >> 8, static_cast<std::uint8_t>(value)}; }
     std::uint32_t ToStored() const { return page << 8 | slot; }
 };
+
+inline const Format& FormatOf(Version version) {
+    return version == Version::Jet3 ? kJet3 : kJet4;
+}
 
 }  // namespace qmtrain::jet

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <numeric>
+#include <optional>
 #include <vector>
 
 #include "core/error.h"
@@ -17,17 +18,22 @@ namespace {
 constexpr std::size_t kEngineName = 4;
 constexpr std::size_t kVersion = 0x14;
 constexpr std::size_t kMasked = 0x18;
+constexpr std::size_t kSortVersion3 = 0x38;
 constexpr std::size_t kSortOrder3 = 0x3A;
 constexpr std::size_t kCodePage = 0x3C;
 constexpr std::size_t kPageKey = 0x3E;
 constexpr std::size_t kPassword = 0x42;
-constexpr std::size_t kBuild = 0x6A;
+constexpr std::size_t kBuild3 = 0x56;
+constexpr std::size_t kBuild4 = 0x6A;
 constexpr std::size_t kSortOrder4 = 0x6E;
+constexpr std::size_t kSortVersion4 = 0x71;
 constexpr std::size_t kCreated = 0x72;
 
 constexpr std::uint32_t kMaskKey = 0x6B39DAC7;
 constexpr char kJetName[] = "Standard Jet DB";
-constexpr std::uint16_t kOurBuild = 9756;  // the last build of Jet 4 seen in files
+constexpr std::uint16_t kOurBuild3 = 3428;  // the last builds of each version seen in files
+constexpr std::uint16_t kOurBuild4 = 9756;
+constexpr std::uint16_t kLatinCodePage = 1252;
 
 // Global free map, second map, and the four system tables.
 constexpr std::array<std::uint32_t, 6> kPointers = {0x100, 0x101, 2, 3, 4, 5};
@@ -48,6 +54,40 @@ std::uint32_t UserKey(std::span<const std::uint8_t> head) {
     std::uint32_t key = Get<std::uint32_t>(&head[kCreated]);
     for (std::uint32_t i = 0; i < 28; ++i) key ^= static_cast<std::uint32_t>(head[kPassword + 2 * i]) << (i % 24);
     return key;
+}
+
+void Unmask(std::span<std::uint8_t> page, const Format& format) {
+    ApplyCipher(kMaskKey, page.subspan(kMasked, format.masked_bytes));
+}
+
+// The bytes in which a password is kept; nothing when it is too long or has a character that the code page lacks.
+std::optional<std::vector<std::uint8_t>> StoredPassword(std::u16string_view password, const Format& format,
+                                                        int code_page) {
+    std::vector<std::uint8_t> stored;
+    if (format.version == Version::Jet4) {
+        stored.resize(password.size() * 2);
+        if (!stored.empty()) std::memcpy(stored.data(), password.data(), stored.size());
+    } else {
+        const auto bytes = ToCodePage(password, code_page);
+        if (!bytes) return std::nullopt;
+        stored.assign(bytes->begin(), bytes->end());
+    }
+    const bool ends_early = password.find(u'\0') != std::u16string_view::npos;
+    if (ends_early || stored.size() > format.password_bytes) return std::nullopt;
+    return stored;
+}
+
+// On an unmasked page 0.
+void PutPassword(std::u16string_view password, std::span<std::uint8_t> page, const Format& format,
+                 const std::u16string& file_name) {
+    const auto stored = StoredPassword(password, format, Get<std::uint16_t>(&page[kCodePage]));
+    if (!stored) {
+        Raise(ErrorNumber::PasswordInvalid, {file_name, u"密码最长 20 个字符，并且只能含有数据库代码页中的字符。"});
+    }
+    const auto area = page.subspan(kPassword, format.password_bytes);
+    std::fill(area.begin(), area.end(), static_cast<std::uint8_t>(0));
+    std::copy(stored->begin(), stored->end(), area.begin());
+    if (format.version == Version::Jet4) MaskPassword(area, Get<double>(&page[kCreated]));
 }
 
 }  // namespace
@@ -82,7 +122,7 @@ Header ReadHeader(std::span<const std::uint8_t> page, const std::u16string& file
         case 1: header.format = &kJet4; break;
         default: Raise(ErrorNumber::UnknownFormat, {file_name, u"版本 " + ToText(head[kVersion]) + u" 不受支持。"});
     }
-    ApplyCipher(kMaskKey, std::span(head).subspan(kMasked, header.format->masked_bytes));
+    Unmask(head, *header.format);
     header.code_page = Get<std::uint16_t>(&head[kCodePage]);
     header.page_key = Get<std::uint32_t>(&head[kPageKey]);
     for (std::size_t i = 0; i < kPointers.size(); ++i) {
@@ -92,30 +132,58 @@ Header ReadHeader(std::span<const std::uint8_t> page, const std::u16string& file
     if (header.format->version == Version::Jet4) {
         MaskPassword(password, Get<double>(&head[kCreated]));
         header.sort_order = Get<std::uint16_t>(&head[kSortOrder4]);
+        header.sort_version = head[kSortVersion4];
         header.user_key = UserKey(head);
     } else {
         header.sort_order = Get<std::uint16_t>(&head[kSortOrder3]);
+        header.sort_version = Get<std::uint16_t>(&head[kSortVersion3]);
+        if (header.code_page == 0) header.code_page = kLatinCodePage;
     }
-    header.has_password = std::any_of(password.begin(), password.end(), [](std::uint8_t byte) { return byte != 0; });
+    const auto end = std::find_if(password.rbegin(), password.rend(), [](std::uint8_t byte) { return byte != 0; });
+    header.password.assign(password.begin(), end.base());
     return header;
 }
 
-void WriteHeader(const NewHeader& header, std::span<std::uint8_t> page) {
+bool IsPassword(const Header& header, std::u16string_view password) {
+    if (header.password.empty()) return true;
+    auto stored = StoredPassword(password, *header.format, header.code_page);
+    if (!stored) return false;
+    while (!stored->empty() && stored->back() == 0) stored->pop_back();  // the high byte of a last Latin character
+    return *stored == header.password;
+}
+
+void WriteHeader(const NewHeader& header, std::span<std::uint8_t> page, const std::u16string& file_name) {
+    const Format& format = FormatOf(header.version);
     std::fill(page.begin(), page.end(), static_cast<std::uint8_t>(0));
     Put<std::uint32_t>(page.data(), 0x100);
     std::memcpy(&page[kEngineName], kJetName, sizeof kJetName);
-    page[kVersion] = static_cast<std::uint8_t>(Version::Jet4);
+    page[kVersion] = static_cast<std::uint8_t>(header.version);
     for (std::size_t i = 0; i < kPointers.size(); ++i) Put(&page[kMasked + 4 * i], kPointers[i]);
     Put(&page[kCodePage], header.code_page);
-    Put(&page[kBuild], kOurBuild);
-    Put<std::uint32_t>(&page[kSortOrder4], header.sort_order);
-    Put(&page[kCreated], header.created.days);
-    MaskPassword(page.subspan(kPassword, kJet4.password_bytes), header.created.days);
-    ApplyCipher(kMaskKey, page.subspan(kMasked, kJet4.masked_bytes));
-    Put<std::uint32_t>(&page[0x98], 1620);
-    std::memcpy(&page[0x9C], "4.0", 4);
+    Put(&page[kPageKey], header.page_key);
+    if (header.version == Version::Jet4) {
+        Put(&page[kBuild4], kOurBuild4);
+        Put<std::uint32_t>(&page[kSortOrder4], header.sort_order);
+        Put(&page[kCreated], header.created.days);
+        Put<std::uint32_t>(&page[0x98], 1620);
+        std::memcpy(&page[0x9C], "4.0", 4);
+    } else {
+        Put(&page[kBuild3], kOurBuild3);
+        Put(&page[kSortOrder3], header.sort_order);
+    }
+    PutPassword(header.password, page, format, file_name);
+    Unmask(page, format);
     for (std::size_t i = 0; i < 256; ++i)
-        Put<std::uint16_t>(&page[kJet4.commit_counters + 2 * i], i == 0 ? 0x101 : 0x100);
+        Put<std::uint16_t>(&page[format.commit_counters + 2 * i], i == 0 ? 0x101 : 0x100);
+}
+
+void WritePassword(std::u16string_view password, std::span<std::uint8_t> page, const std::u16string& file_name) {
+    const Format& format = FormatOf(static_cast<Version>(page[kVersion]));
+    std::vector<std::uint8_t> changed(page.begin(), page.end());
+    Unmask(changed, format);
+    PutPassword(password, changed, format, file_name);
+    Unmask(changed, format);
+    std::copy(changed.begin(), changed.end(), page.begin());
 }
 
 }  // namespace qmtrain::jet

@@ -148,7 +148,7 @@ void AppendValue(const Column& column, bool ascending, const Value& value, const
         case ColumnType::Decimal: AppendDecimal(value.As<Decimal>(), ascending, key); return;
         case ColumnType::Text:
         case ColumnType::Memo:
-            if (TextOrderOf(column, header) == TextOrder::Jet3General) {
+            if (header.format->version == Version::Jet3) {
                 AppendJet3Text(value.Text(), ascending, key);
             } else {
                 AppendGeneralText(value.Text(), ascending, key);
@@ -165,7 +165,8 @@ TextOrder TextOrderOf(const Column& column, const Header& header) {
     const std::uint16_t order = column.sort_order != 0 ? column.sort_order : header.sort_order;
     if (header.format->version == Version::Jet3) {
         const std::uint16_t code_page = column.code_page != 0 ? column.code_page : header.code_page;
-        return order == kGeneralOrder && code_page == kJet3CodePage ? TextOrder::Jet3General : TextOrder::Unknown;
+        if (order != kGeneralOrder && order != kChineseOrder) return TextOrder::Unknown;
+        return order == kGeneralOrder && code_page == kJet3CodePage ? TextOrder::Jet3General : TextOrder::Jet3Ascii;
     }
     if (column.sort_version != 0) return TextOrder::Unknown;
     if (order == kGeneralOrder) return TextOrder::General;
@@ -177,7 +178,8 @@ bool HasKey(const Column& column, const Value& value, const Header& header) {
     switch (TextOrderOf(column, header)) {
         case TextOrder::General: return true;
         case TextOrder::Jet3General: return ToCodePage(value.Text(), kJet3CodePage).has_value();
-        case TextOrder::AsciiOnly: return IsAscii(std::u16string_view(value.Text()).substr(0, collation::kKeyUnits));
+        case TextOrder::AsciiOnly:
+        case TextOrder::Jet3Ascii: return IsAscii(std::u16string_view(value.Text()).substr(0, collation::kKeyUnits));
         case TextOrder::Unknown: break;
     }
     return false;
@@ -192,11 +194,10 @@ void AppendKeyPart(const Column& column, bool ascending, const Value& value, con
     AppendValue(column, ascending, value, header, key);
 }
 
-void AppendTextPrefix(const Column& column, bool ascending, std::u16string_view text, const Header& header,
-                      Bytes& key) {
+void AppendTextPrefix(bool ascending, std::u16string_view text, const Header& header, Bytes& key) {
     key.push_back(ascending ? kValueAscending : kValueDescending);
     const std::size_t from = key.size();
-    if (TextOrderOf(column, header) == TextOrder::Jet3General) {
+    if (header.format->version == Version::Jet3) {
         for (const char byte : ToCodePage(text, kJet3CodePage).value_or(std::string())) {
             const Jet3Weight& weight = kJet3Weights[static_cast<std::uint8_t>(byte)];
             key.push_back(weight.first);

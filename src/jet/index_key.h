@@ -23,6 +23,7 @@ enum class TextOrder : std::uint8_t {
     General,      // all of Unicode
     Jet3General,  // code page 1252
     AsciiOnly,    // Chinese (PRC): as General for ASCII; Han characters have other weights
+    Jet3Ascii,    // other code pages of Jet 3: perhaps as its General for ASCII, which each file has to show
     Unknown,
 };
 TextOrder TextOrderOf(const Column& column, const Header& header);
@@ -34,8 +35,8 @@ bool HasKey(const Column& column, const Value& value, const Header& header);
 void AppendKeyPart(const Column& column, bool ascending, const Value& value, const Header& header, Bytes& key);
 
 // Appends the beginning that the parts of all texts share that begin with `text`, letters of both cases being one.
-// Requires: HasKey, and a text order of which the weights are known.
-void AppendTextPrefix(const Column& column, bool ascending, std::u16string_view text, const Header& header, Bytes& key);
+// Requires: a text order of which the weights are known.
+void AppendTextPrefix(bool ascending, std::u16string_view text, const Header& header, Bytes& key);
 
 // Whether the part of a value can be read back as that value, and how many bytes it has behind its flag.
 bool HasReadableKey(ColumnType type);

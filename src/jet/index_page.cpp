@@ -127,23 +127,23 @@ std::size_t IndexContent::TotalBytes(std::size_t from, std::size_t to) const {
 }
 
 // Entries are sorted, so what the first and the last share all share.
-std::size_t IndexContent::CommonPrefix(std::size_t from, std::size_t to) const {
+std::size_t IndexContent::CommonPrefix(const Format& format, std::size_t from, std::size_t to) const {
     const Bytes& first = entries[from];
     const Bytes& last = entries[to - 1];
     const auto [end, other] = std::mismatch(first.begin(), first.end(), last.begin(), last.end());
-    return static_cast<std::size_t>(end - first.begin());
+    return std::min(static_cast<std::size_t>(end - first.begin()), format.MaxIndexPrefix());
 }
 
 bool IndexContent::Fits(const Format& format, std::size_t from, std::size_t to) const {
     const std::size_t total = TotalBytes(from, to);
     if (total <= format.IndexCapacity()) return true;
-    return leaf && to > from && total - CommonPrefix(from, to) * (to - from - 1) <= format.IndexCapacity();
+    return leaf && to > from && total - CommonPrefix(format, from, to) * (to - from - 1) <= format.IndexCapacity();
 }
 
 void IndexContent::Store(MutablePage& page, PageNumber table) const {
     const Format& format = page.GetFormat();
     const bool plain = TotalBytes(0, entries.size()) <= format.IndexCapacity();
-    const std::size_t prefix = plain ? 0 : CommonPrefix(0, entries.size());
+    const std::size_t prefix = plain ? 0 : CommonPrefix(format, 0, entries.size());
     std::uint8_t* data = page.Data();
     std::memset(data, 0, format.page_size);
     data[0] = static_cast<std::uint8_t>(leaf ? PageType::IndexLeaf : PageType::IndexNode);

@@ -164,7 +164,7 @@ struct IndexContent {
     void Store(MutablePage& page, PageNumber table) const;
 
 private:
-    std::size_t CommonPrefix(std::size_t from, std::size_t to) const;
+    std::size_t CommonPrefix(const Format& format, std::size_t from, std::size_t to) const;
     std::size_t TotalBytes(std::size_t from, std::size_t to) const;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "jet/code_page_text.h"
 #include "jet/row.h"
 
 namespace qmtrain::jet {
@@ -116,7 +117,7 @@ Bytes LongValueWriter::Write(std::span<const std::uint8_t> value, bool may_be_in
     if (value.size() > kLengthBits) Raise(ErrorNumber::FieldTooLarge, {column_.name});
     if (may_be_inline && value.size() <= format.long_value_inline) {
         Bytes stored(value.begin(), value.end());
-        if (column_.type == ColumnType::Memo) {
+        if (column_.type == ColumnType::Memo && format.version == Version::Jet4) {
             std::u16string text(value.size() / 2, u'\0');
             if (!text.empty()) std::memcpy(text.data(), value.data(), text.size() * 2);
             EncodeText(text, true, stored);
@@ -148,12 +149,22 @@ void LongValueWriter::Free(const ByteView& reference) {
 }
 
 void DecodeMemo(const Bytes& stored, const Pager& pager, const Column& column, std::u16string& text) {
+    const ByteView bytes(stored.data(), stored.size(), pager.FileName(), 0);
     if (pager.GetFormat().version == Version::Jet3) {
-        const int code_page = column.code_page != 0 ? column.code_page : pager.GetHeader().code_page;
-        text = FromCodePage({reinterpret_cast<const char*>(stored.data()), stored.size()}, code_page);
-        return;
+        text = FromStored(bytes, CodePageOf(column, pager.GetHeader()));
+    } else {
+        DecodeText(bytes, text);
     }
-    DecodeText(ByteView(stored.data(), stored.size(), pager.FileName(), 0), text);
+}
+
+void EncodeMemo(std::u16string_view text, const Pager& pager, const Column& column, Bytes& stored) {
+    if (pager.GetFormat().version == Version::Jet3) {
+        const std::string bytes =
+            ToStored(text, CodePageOf(column, pager.GetHeader()), ErrorNumber::DataTypeConversion, column.name);
+        stored.assign(bytes.begin(), bytes.end());
+    } else {
+        EncodeText(text, false, stored);
+    }
 }
 
 }  // namespace qmtrain::jet

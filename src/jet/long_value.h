@@ -60,7 +60,9 @@ private:
     RowStore store_;
 };
 
-// A memo's stored bytes as text and back.
+// A memo's stored bytes as text and back, as they stand outside a row. Raises DataTypeConversion for a character that
+// the code page of a Jet 3 file lacks.
 void DecodeMemo(const Bytes& stored, const Pager& pager, const Column& column, std::u16string& text);
+void EncodeMemo(std::u16string_view text, const Pager& pager, const Column& column, Bytes& stored);
 
 }  // namespace qmtrain::jet

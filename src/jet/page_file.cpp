@@ -46,9 +46,13 @@ void PageFile::ReadFileHeader() {
     head.resize(file_->ReadAt(0, head));
     header_ = ReadHeader(head, Name());
     identity_.format = header_.format;
-    if (header_.has_password) Raise(ErrorNumber::PasswordInvalid, {Name()});
-    if (header_.format->version == Version::Jet3) read_only_reason_ = u"Jet 3（Access 97）格式的数据库只能读取。";
     if (!header_.pointers_as_expected) read_only_reason_ = u"文件头中的指针异常。";
+}
+
+void PageFile::TakeHeader(std::span<const std::uint8_t> page) {
+    Header header = ReadHeader(page, Name());
+    if (header.format != header_.format) Damaged(0, u"文件头已变为另一种版本");
+    header_ = std::move(header);
 }
 
 void PageFile::Damaged(PageNumber page, std::u16string_view what) const {

@@ -17,8 +17,8 @@ inline constexpr char16_t kManyNames[] = u"文件有多个名称（硬链接）�
 
 class PageFile {
 public:
-    // Opens for reading only when `read_only` says so, or when the system or the version does not allow more. Raises
-    // FileNotFound, UnknownFormat, PasswordInvalid …
+    // Opens for reading only when `read_only` says so, or when the system does not allow more. Raises FileNotFound,
+    // UnknownFormat …
     PageFile(FileSystem& system, std::filesystem::path path, bool read_only);
 
     const std::filesystem::path& Path() const { return path_; }
@@ -26,6 +26,10 @@ public:
     const std::u16string& Name() const { return identity_.name; }
     const Format& GetFormat() const { return *identity_.format; }
     const Header& GetHeader() const { return header_; }
+
+    // The header as page 0 has it now. Raises UnknownFormat, and FileDamaged when it is of another version.
+    void TakeHeader(std::span<const std::uint8_t> page);
+    void RestoreHeader(Header header) noexcept { header_ = std::move(header); }
 
     // Why the file is not to be written; empty when it is.
     const std::u16string& ReadOnlyReason() const { return read_only_reason_; }

@@ -34,6 +34,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       home_(home != nullptr ? home : this),
       durable_(options.durable),
       file_(system_, std::move(path), options.read_only),
+      password_(options.password),
       share_(system_, file_, options.lock_timeout),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
       change_(system_, file_, share_, cache_, options.durable) {
@@ -57,7 +58,9 @@ void Pager::BeginReading() {
         NoticeUnfinished(false);
         share_.NoticeOtherEngines();
         NoticeChanges();
+        RequirePassword();
     } catch (...) {
+        share_.ForgetSeen();
         share_.Unlock();
         throw;
     }
@@ -73,7 +76,9 @@ void Pager::BeginChanging() {
         share_.LockToChange();
         NoticeUnfinished(true);
         NoticeChanges();
+        RequirePassword();
     } catch (...) {
+        share_.ForgetSeen();
         share_.Unlock();
         throw;
     }
@@ -91,6 +96,7 @@ void Pager::OpenLevel() {
 
 void Pager::UndoLevel() noexcept {
     page_count_ = change_.UndoLevel();
+    RestoreHeader();
     Invalidate();
 }
 
@@ -118,11 +124,13 @@ void Pager::Close() noexcept {
         share_.Committed(std::move(own_counters_), std::uint64_t{page_count_} * GetFormat().page_size);
     }
     change_.Close();
+    old_header_.reset();
 }
 
 bool Pager::UndoAll() noexcept {
     const Transaction::Undone undone = change_.UndoAll();
     page_count_ = undone.page_count;
+    RestoreHeader();
     if (!undone.complete) share_.ForgetSeen();
     Invalidate();
     return undone.complete;
@@ -130,6 +138,7 @@ bool Pager::UndoAll() noexcept {
 
 void Pager::Abandon() noexcept {
     change_.Close();
+    old_header_.reset();  // the next look reads it anew
     share_.ForgetSeen();
     Invalidate();
 }
@@ -192,7 +201,13 @@ void Pager::NoticeChanges() {
     cache_.ForgetAll();
     TakeSize(share_.Size());
     if (page_count_ < 3) Raise(ErrorNumber::FileDamaged, {FileName(), u"文件不完整。"});
+    file_.TakeHeader({Load(0)->data, GetFormat().page_size});
     Invalidate();
+}
+
+void Pager::RequirePassword() {
+    if (password_ && !IsPassword(GetHeader(), *password_)) Raise(ErrorNumber::PasswordInvalid, {FileName()});
+    password_.reset();
 }
 
 // A torn last page does not count.
@@ -250,6 +265,23 @@ MutablePage Pager::Write(PageNumber number) {
     cache_.MarkDirty(*frame);
     CountChange();
     return {frame, file_.Identity()};
+}
+
+void Pager::SetPassword(std::u16string_view password) {
+    Join();
+    RequireChange();
+    if (change_.IsNested()) Raise(ErrorNumber::InvalidOperation);  // its undoing would not bring the header back
+    Frame* frame = Load(0);
+    WritePassword(password, {frame->data, GetFormat().page_size}, FileName());
+    cache_.MarkDirty(*frame);
+    ++change_count_;
+    old_header_ = GetHeader();
+    file_.TakeHeader({frame->data, GetFormat().page_size});
+}
+
+void Pager::RestoreHeader() noexcept {
+    if (old_header_) file_.RestoreHeader(std::move(*old_header_));
+    old_header_.reset();
 }
 
 MutablePage Pager::Extend() {

@@ -13,6 +13,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/files.h"
@@ -38,6 +39,7 @@ struct PagerOptions {
     std::chrono::milliseconds lock_timeout{10000};
     bool read_only = false;
     bool durable = SyncsByDefault();
+    std::u16string password = {};                // of a database that has one
     FileSystem* system = nullptr;                // empty: DefaultFiles()
     std::shared_ptr<Session> session = nullptr;  // empty: one of its own
 
@@ -49,7 +51,8 @@ struct PagerOptions {
 class Pager : public SessionFile, private PageSupply {
 public:
     // Opens an existing file. `home`: the pager through whose links this one was reached; null: itself. Raises
-    // FileNotFound, UnknownFormat, PasswordInvalid …
+    // FileNotFound, UnknownFormat … Whether the password is right shows with the first look at a page, when what others
+    // have left unfinished is rolled back: that raises PasswordInvalid.
     Pager(std::filesystem::path path, const PagerOptions& options, const Pager* home = nullptr);
     Pager(const Pager&) = delete;
     Pager& operator=(const Pager&) = delete;
@@ -80,6 +83,10 @@ public:
 
     // The same for changing it. Raises ReadOnly when the file cannot be changed in this scope.
     MutablePage Write(PageNumber number);
+
+    // Changes the header's password. Raises PasswordInvalid for one that cannot be kept, InvalidOperation in an inner
+    // level.
+    void SetPassword(std::u16string_view password);
 
     // A new page of zeros at the end of the file. Raises DatabaseTooLarge.
     MutablePage Extend();
@@ -124,10 +131,12 @@ private:
     void RequireChange() const;
     void Invalidate();
     void CountChange();
+    void RestoreHeader() noexcept;
     void NoticeUnfinished(bool to_change);
     std::optional<FoundJournal> FindJournal();
     void ResolveJournal(File& file);
     void NoticeChanges();
+    void RequirePassword();
     void TakeSize(std::uint64_t size);
     Frame* Load(PageNumber number);
     void RaiseCommitCounter();
@@ -137,6 +146,8 @@ private:
     const Pager* home_;
     bool durable_;
     PageFile file_;
+    std::optional<std::u16string> password_;  // given, and not compared yet
+    std::optional<Header> old_header_;        // before a change of the password that may be undone
     FileShare share_;
     PageCache cache_;
     Transaction change_;

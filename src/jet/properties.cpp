@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "jet/code_page_text.h"
 #include "jet/table_definition.h"
 
 namespace qmtrain::jet {
@@ -76,9 +77,21 @@ void Append(Bytes& out, T value) {
     Put(&out[out.size() - sizeof value], value);
 }
 
-void AppendText(Bytes& out, std::u16string_view text) {
-    Append(out, static_cast<std::uint16_t>(text.size() * 2));
-    for (const char16_t unit : text) Append(out, static_cast<std::uint16_t>(unit));
+Bytes BytesOf(std::u16string_view text, const Format& format, int code_page, ErrorNumber error,
+              std::u16string_view name) {
+    if (format.version == Version::Jet3) {
+        const std::string stored = ToStored(text, code_page, error, name);
+        return {stored.begin(), stored.end()};
+    }
+    Bytes bytes(text.size() * 2);
+    if (!bytes.empty()) std::memcpy(bytes.data(), text.data(), bytes.size());
+    return bytes;
+}
+
+void AppendName(Bytes& out, std::u16string_view name, const Format& format, int code_page) {
+    const Bytes bytes = BytesOf(name, format, code_page, ErrorNumber::InvalidName, name);
+    Append(out, static_cast<std::uint16_t>(bytes.size()));
+    out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
 void AppendChunk(Bytes& out, std::uint16_t type, const Bytes& content) {
@@ -112,19 +125,19 @@ void Properties::Set(const std::u16string& owner, Property property) {
 Properties Properties::Read(const ByteView& blob, const Format& format, int code_page) {
     if (blob.Empty()) return {};
     const bool known =
-        blob.Size() >= 4 && std::memcmp(blob.Data(), format.version == Version::Jet3 ? "KKD" : "MR2", 4) == 0;
+        blob.Size() >= 4 && std::memcmp(blob.Data(), format.property_magic, sizeof format.property_magic) == 0;
     if (!known) blob.Damaged(u"对象属性的标志错误");
     return BlobReader(format, code_page).Read(blob);
 }
 
-Bytes Properties::Write() const {
+Bytes Properties::Write(const Format& format, int code_page) const {
     std::vector<std::u16string> names;
     Bytes owners_part;
     for (const auto& [owner, list] : owners) {
         if (list.empty()) continue;
-        Bytes content;
-        Append(content, static_cast<std::uint32_t>(6 + owner.size() * 2));
-        AppendText(content, owner);
+        Bytes content(4);
+        AppendName(content, owner, format, code_page);
+        Put(content.data(), static_cast<std::uint32_t>(content.size()));
         for (const Property& property : list) {
             auto name = std::find(names.begin(), names.end(), property.name);
             if (name == names.end()) name = names.insert(names.end(), property.name);
@@ -139,8 +152,8 @@ Bytes Properties::Write() const {
     }
     if (names.empty()) return {};
     Bytes names_part;
-    for (const std::u16string& name : names) AppendText(names_part, name);
-    Bytes blob = {'M', 'R', '2', 0};
+    for (const std::u16string& name : names) AppendName(names_part, name, format, code_page);
+    Bytes blob(std::begin(format.property_magic), std::end(format.property_magic));
     AppendChunk(blob, kNamesChunk, names_part);
     blob.insert(blob.end(), owners_part.begin(), owners_part.end());
     return blob;
@@ -151,9 +164,8 @@ Property BooleanProperty(std::u16string name, bool value) {
         std::move(name), static_cast<std::uint8_t>(ColumnType::Boolean), 0, {static_cast<std::uint8_t>(value ? 1 : 0)}};
 }
 
-Property TextProperty(std::u16string name, std::u16string_view value) {
-    Bytes bytes(value.size() * 2);
-    if (!bytes.empty()) std::memcpy(bytes.data(), value.data(), bytes.size());
+Property TextProperty(std::u16string name, std::u16string_view value, const Format& format, int code_page) {
+    Bytes bytes = BytesOf(value, format, code_page, ErrorNumber::DataTypeConversion, name);
     return {std::move(name), static_cast<std::uint8_t>(ColumnType::Memo), 0, std::move(bytes)};
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "core/error.h"
 #include "core/value.h"
 #include "jet/bytes.h"
 
@@ -36,11 +37,14 @@ struct Properties {
     // Raises FileDamaged when the blob is malformed.
     static Properties Read(const ByteView& blob, const Format& format, int code_page);
 
-    // In the form of Jet 4; empty when there are no properties.
-    Bytes Write() const;
+    // Empty when there are no properties. Raises InvalidName when the code page of a Jet 3 file lacks a name's
+    // character.
+    Bytes Write(const Format& format, int code_page) const;
 };
 
 Property BooleanProperty(std::u16string name, bool value);
-Property TextProperty(std::u16string name, std::u16string_view value);
+
+// Raises DataTypeConversion when the code page of a Jet 3 file lacks a character.
+Property TextProperty(std::u16string name, std::u16string_view value, const Format& format, int code_page);
 
 }  // namespace qmtrain::jet

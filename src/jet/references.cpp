@@ -65,6 +65,11 @@ bool FindRelated(const Relation& relation, const Row& row, RowCursor& cursor) {
     if (!other.HasKeys(relation.other_real, values)) {
         Raise(ErrorNumber::TextOrderUnsupported, {other.Name(), other.IndexName(relation.other_real), u"关系的键。"});
     }
+    for (const int column : relation.other_columns) {
+        const Column& part = other.Definition().columns[static_cast<std::size_t>(column)];
+        const bool unsure = IsText(part.type) && other.OrderOf(part) == TextOrder::Jet3Ascii;
+        if (unsure) other.CheckStoredOrder(relation.other_real);
+    }
     Bytes key;
     other.AppendKey(relation.other_real, values, key);
     cursor.Range(relation.other_real, key, SuccessorOf(key));

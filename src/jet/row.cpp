@@ -4,19 +4,36 @@
 #include <array>
 #include <cmath>
 
+#include "jet/code_page_text.h"
+
 namespace qmtrain::jet {
 namespace {
 
 constexpr std::uint16_t kCompressedMark = 0xFEFF;
 
 // End of the fixed area, from the row's start.
-std::size_t FixedEnd(const TableDefinition& table) {
-    std::size_t end = 2;
+std::size_t FixedEnd(const TableDefinition& table, const Format& format) {
+    std::size_t end = 0;
     for (const Column& column : table.columns) {
         if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
-        end = std::max<std::size_t>(end, 2 + column.fixed_offset + column.fixed_size);
+        end = std::max<std::size_t>(end, column.fixed_offset + column.fixed_size);
     }
-    return end;
+    return format.row_number_size + end;
+}
+
+// How many jumps a row of Jet 3 has that is so long without them.
+std::size_t JumpsOf(std::size_t length) {
+    std::size_t jumps = 0;
+    while ((length + jumps - 1) / 256 > jumps) ++jumps;
+    return jumps;
+}
+
+void PutNumber(std::uint8_t* to, std::size_t value, const Format& format) {
+    if (format.row_number_size == 2) {
+        Put(to, static_cast<std::uint16_t>(value));
+    } else {
+        *to = static_cast<std::uint8_t>(value);
+    }
 }
 
 int HexDigit(char16_t unit) {
@@ -51,8 +68,16 @@ void EncodeNumber(T value, Bytes& stored) {
     Put(stored.data(), value);
 }
 
-void EncodeTextValue(const Column& column, std::u16string_view text, Bytes& stored) {
-    if (text.size() * 2 > column.length) Raise(ErrorNumber::FieldTooLarge, {column.name});
+void EncodeTextValue(const Column& column, std::u16string_view text, const Format& format, int code_page,
+                     Bytes& stored) {
+    if (text.size() * format.text_unit > column.length) Raise(ErrorNumber::FieldTooLarge, {column.name});
+    if (format.version == Version::Jet3) {
+        const std::string bytes = ToStored(text, code_page, ErrorNumber::DataTypeConversion, column.name);
+        if (bytes.size() > column.length) Raise(ErrorNumber::FieldTooLarge, {column.name});
+        stored.assign(bytes.begin(), bytes.end());
+        if (column.IsFixed()) stored.resize(column.length, ' ');
+        return;
+    }
     EncodeText(text, !column.IsFixed() && (column.extended_flags & Column::kCompressed) != 0, stored);
     if (!column.IsFixed()) return;
     while (stored.size() + 1 < column.length) stored.insert(stored.end(), {u' ', 0});
@@ -130,14 +155,14 @@ void DecodeValue(const Column& column, const ByteView& stored, const Format& for
             if (format.version == Version::Jet4) {
                 DecodeText(stored, value.ReuseText());
             } else {
-                value = FromCodePage({reinterpret_cast<const char*>(stored.Data()), stored.Size()}, code_page);
+                value = FromStored(stored, code_page);
             }
             return;
         default: value.ReuseBinary().assign(stored.Data(), stored.Data() + stored.Size()); return;
     }
 }
 
-void EncodeValue(const Column& column, const Value& value, Bytes& stored) {
+void EncodeValue(const Column& column, const Value& value, const Format& format, int code_page, Bytes& stored) {
     switch (column.type) {
         case ColumnType::Byte: EncodeNumber(value.As<std::uint8_t>(), stored); return;
         case ColumnType::Integer: EncodeNumber(value.As<std::int16_t>(), stored); return;
@@ -147,7 +172,7 @@ void EncodeValue(const Column& column, const Value& value, Bytes& stored) {
         case ColumnType::Double: EncodeNumber(value.As<double>(), stored); return;
         case ColumnType::Date: EncodeNumber(value.As<Date>().days, stored); return;
         case ColumnType::Decimal: EncodeDecimal(value.As<Decimal>(), stored); return;
-        case ColumnType::Text: EncodeTextValue(column, value.Text(), stored); return;
+        case ColumnType::Text: EncodeTextValue(column, value.Text(), format, code_page, stored); return;
         case ColumnType::Guid:
             if (auto guid = GuidFromText(value.Text())) {
                 stored = std::move(*guid);
@@ -194,21 +219,23 @@ std::optional<Bytes> GuidFromText(std::u16string_view text) {
     return stored;
 }
 
-std::size_t EncodedLength(const TableDefinition& table, const std::vector<RowField>& fields) {
-    std::size_t length = FixedEnd(table) + MaskBytes(table.max_columns);
-    if (table.variable_columns > 0) length += 4 + 2 * std::size_t{table.variable_columns};
+std::size_t EncodedLength(const TableDefinition& table, const Format& format, const std::vector<RowField>& fields) {
+    std::size_t length = FixedEnd(table, format) + MaskBytes(table.max_columns);
+    if (table.variable_columns > 0) length += format.row_number_size * (std::size_t{table.variable_columns} + 2);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         if (!table.columns[i].IsFixed() && fields[i].present) length += fields[i].bytes.size();
     }
+    if (format.row_number_size == 1 && table.variable_columns > 0) length += JumpsOf(length);
     return std::max<std::size_t>(length, 4);
 }
 
-void EncodeRow(const TableDefinition& table, const std::u16string& table_name, const std::vector<RowField>& fields,
-               Bytes& row) {
-    const std::size_t length = EncodedLength(table, fields);
-    if (length > kJet4.max_row) Raise(ErrorNumber::RecordTooLarge, {table_name});
+void EncodeRow(const TableDefinition& table, const Format& format, const std::u16string& table_name,
+               const std::vector<RowField>& fields, Bytes& row) {
+    const std::size_t length = EncodedLength(table, format, fields);
+    if (length > format.max_row) Raise(ErrorNumber::RecordTooLarge, {table_name});
     row.assign(length, 0);  // a row is at least as long as the pointer that may replace it
-    Put(row.data(), table.max_columns);
+    const std::size_t number = format.row_number_size;
+    PutNumber(row.data(), table.max_columns, format);
     const std::size_t mask_at = length - MaskBytes(table.max_columns);
     std::array<int, kMaxColumns> variable;
     variable.fill(-1);
@@ -218,13 +245,22 @@ void EncodeRow(const TableDefinition& table, const std::u16string& table_name, c
         if (!fields[i].present) continue;
         row[mask_at + column.number / 8] |= static_cast<std::uint8_t>(1 << (column.number % 8));
         if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
-        std::copy(fields[i].bytes.begin(), fields[i].bytes.end(), row.begin() + 2 + column.fixed_offset);
+        std::copy(fields[i].bytes.begin(), fields[i].bytes.end(),
+                  row.begin() + static_cast<std::ptrdiff_t>(number + column.fixed_offset));
     }
     if (table.variable_columns == 0) return;
-    Put(&row[mask_at - 2], table.variable_columns);
-    std::size_t end = FixedEnd(table);
+    // Jump k is the first column that begins at 256 * (k + 1) or behind it; those that lead nowhere are 0xFF.
+    const std::size_t jumps = number == 1 ? (length - 1) / 256 : 0;
+    const std::size_t offsets_at = mask_at - 2 * number - jumps;
+    std::fill_n(row.begin() + static_cast<std::ptrdiff_t>(offsets_at + number), jumps, std::uint8_t{0xFF});
+    PutNumber(&row[mask_at - number], table.variable_columns, format);
+    std::size_t end = FixedEnd(table, format);
+    std::size_t passed = 0;
     for (std::size_t index = 0; index <= table.variable_columns; ++index) {
-        Put(&row[mask_at - 4 - 2 * index], static_cast<std::uint16_t>(end));
+        for (; passed < jumps && end >= 256 * (passed + 1); ++passed) {
+            row[mask_at - 2 - passed] = static_cast<std::uint8_t>(index);
+        }
+        PutNumber(&row[offsets_at - number * index], end, format);
         if (index == table.variable_columns || variable[index] < 0 || !fields[variable[index]].present) continue;
         const Bytes& bytes = fields[variable[index]].bytes;
         std::copy(bytes.begin(), bytes.end(), row.begin() + static_cast<std::ptrdiff_t>(end));

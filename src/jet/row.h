@@ -6,6 +6,7 @@
 // Jet 3 the high byte of an offset is the number of jumps passed.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -82,7 +83,8 @@ inline RowView::RowView(const TableDefinition& table, const Format& format, cons
         jumps_ = (size - 1) / 256;
         if (mask_at_ < jumps_ + 2) row.Damaged(u"行太短");
         offsets_at_ = mask_at_ - 2 - jumps_;
-        if (offsets_at_ >= variable_ && (offsets_at_ - variable_) / 256 < jumps_) --jumps_;  // the last jump is a dummy
+        if (offsets_at_ >= variable_)
+            jumps_ = std::min(jumps_, (offsets_at_ - variable_) / 256);  // the rest are dummies
     }
     const std::size_t trailer = (variable_ + 1) * number;
     if (variable_ > table.variable_columns || offsets_at_ + number < trailer + number) row.Damaged(u"行的可变列数错误");
@@ -116,8 +118,8 @@ void DecodeValue(const Column& column, const ByteView& stored, const Format& for
 bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value);
 
 // The bytes to store. Requires: the value has the column's type, see ValueTypeOf; not for long values and Booleans.
-// Raises FieldTooLarge, or DataTypeConversion for a text that is no GUID.
-void EncodeValue(const Column& column, const Value& value, Bytes& stored);
+// Raises FieldTooLarge, or DataTypeConversion for a text that is no GUID or that the code page lacks.
+void EncodeValue(const Column& column, const Value& value, const Format& format, int code_page, Bytes& stored);
 
 // "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" and its 16 bytes as stored.
 std::u16string GuidToText(const std::uint8_t* stored);
@@ -132,11 +134,11 @@ struct RowField {
     Bytes bytes;
 };
 
-// Raises RecordTooLarge when the row does not fit on a page. Jet 4.
-void EncodeRow(const TableDefinition& table, const std::u16string& table_name, const std::vector<RowField>& fields,
-               Bytes& row);
+// Raises RecordTooLarge when the row does not fit on a page.
+void EncodeRow(const TableDefinition& table, const Format& format, const std::u16string& table_name,
+               const std::vector<RowField>& fields, Bytes& row);
 
 // The length EncodeRow would give.
-std::size_t EncodedLength(const TableDefinition& table, const std::vector<RowField>& fields);
+std::size_t EncodedLength(const TableDefinition& table, const Format& format, const std::vector<RowField>& fields);
 
 }  // namespace qmtrain::jet

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "jet/code_page_text.h"
+
 namespace qmtrain::jet {
 namespace {
 
@@ -226,8 +228,7 @@ void RowCursor::Read(std::size_t position, Value& value) {
         return;
     }
     if (!IsLongValue(column.type)) {
-        const int code_page = column.code_page != 0 ? column.code_page : pager_.GetHeader().code_page;
-        DecodeValue(column, *stored, pager_.GetFormat(), code_page, value);
+        DecodeValue(column, *stored, pager_.GetFormat(), CodePageOf(column, pager_.GetHeader()), value);
         return;
     }
     const LongValueReader reader(pager_, *stored);

@@ -13,6 +13,9 @@ namespace qmtrain::jet {
 struct NewDatabase {
     std::uint16_t sort_order = 0x0409;
     std::uint16_t code_page = 0;  // 0: the usual one of the sort order
+    Version version = Version::Jet4;
+    std::u16string password = {};  // empty: none
+    bool encoded = false;          // its pages are no plain text
 };
 
 struct ColumnSpec {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "jet/properties.h"
+#include "jet/row_cursor.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -36,7 +37,8 @@ StoredTable::StoredTable(Pager& pager, PageAllocator& allocator, PageNumber page
       allocator_(allocator),
       name_(std::move(name)),
       definition_(LoadDefinition(pager_, page, properties)),
-      store_(pager_, allocator_, page, definition_.owned_map, definition_.free_map) {}
+      store_(pager_, allocator_, page, definition_.owned_map, definition_.free_map),
+      order_checked_(definition_.real_indexes.size()) {}
 
 std::int64_t StoredTable::RowCount() const {
     return StoredRowCount(pager_.Read(definition_.page), pager_.GetFormat());
@@ -72,6 +74,31 @@ bool StoredTable::HasKeys(std::size_t index, std::span<const Value> values) cons
     return true;
 }
 
+void StoredTable::CheckStoredOrder(std::size_t index) const {
+    if (order_checked_[index]) return;
+    const std::vector<KeyColumn>& parts = definition_.real_indexes[index].columns;
+    std::vector<Value> values(parts.size());
+    Bytes key;
+    IndexCursor entries(Tree(index));
+    RowCursor row(*this);
+    entries.StartForward({});
+    while (entries.Next()) {
+        const RowPointer where = RowPointerOf(entries.Entry());
+        if (!row.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            row.Read(static_cast<std::size_t>(definition_.ColumnByNumber(parts[i].number)), values[i]);
+        }
+        if (!HasKeys(index, values)) continue;
+        key.clear();
+        AppendKey(index, values, key);
+        AppendRowPointer(where, key);
+        if (key != entries.Entry()) {
+            Raise(ErrorNumber::TextOrderUnsupported, {name_, IndexName(index), u"已有的索引项与计算结果不同。"});
+        }
+    }
+    order_checked_[index] = true;
+}
+
 void StoredTable::AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const {
     const RealIndex& real = definition_.real_indexes[index];
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -83,8 +110,7 @@ void StoredTable::AppendKey(std::size_t index, std::span<const Value> values, By
 void StoredTable::AppendPrefix(std::size_t index, std::span<const Value> values, Bytes& key) const {
     AppendKey(index, values.first(values.size() - 1), key);
     const KeyColumn& part = definition_.real_indexes[index].columns[values.size() - 1];
-    const Column& column = definition_.columns[definition_.ColumnByNumber(part.number)];
-    AppendTextPrefix(column, part.ascending, values.back().Text(), pager_.GetHeader(), key);
+    AppendTextPrefix(part.ascending, values.back().Text(), pager_.GetHeader(), key);
 }
 
 }  // namespace qmtrain::jet

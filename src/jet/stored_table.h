@@ -49,6 +49,10 @@ public:
     // The same, but of the last value, a text, only what the keys of all texts that begin with it have in common.
     void AppendPrefix(std::size_t index, std::span<const Value> values, Bytes& key) const;
 
+    // Before something relies on an index of a partly known text order, the entries that are there must be as we would
+    // have made them. They are compared once. Raises TextOrderUnsupported.
+    void CheckStoredOrder(std::size_t index) const;
+
     IndexTree Tree(std::size_t index) const;
     UsageMap OwnedMap() const { return store_.OwnedMap(); }
 
@@ -65,6 +69,9 @@ protected:
     std::u16string name_;
     TableDefinition definition_;
     RowStore store_;
+
+private:
+    mutable std::vector<bool> order_checked_;  // by index
 };
 
 // The tables of a database, by the page where their definition starts.

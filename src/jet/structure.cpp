@@ -5,8 +5,11 @@
 #include <algorithm>
 #include <set>
 
+#include "jet/code_page_text.h"
+#include "jet/connect_text.h"
 #include "jet/data_page.h"
 #include "jet/database.h"
+#include "jet/map_rows.h"
 #include "jet/row_cursor.h"
 #include "jet/system_tables.h"
 
@@ -14,56 +17,18 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr int kMaxTextSize = 255;
-constexpr int kMaxBinarySize = 510;
 
-void CheckName(const std::u16string& name) {
+void CheckName(const std::u16string& name, const Pager& pager) {
     const bool bad =
         name.empty() || name.size() > kMaxNameLength || name.front() == u' ' ||
         std::any_of(name.begin(), name.end(), [](char16_t unit) {
             return unit < 0x20 || unit == u'.' || unit == u'!' || unit == u'[' || unit == u']' || unit == u'`';
         });
     if (bad) Raise(ErrorNumber::InvalidName, {name});
+    if (pager.GetFormat().version == Version::Jet3) {
+        ToStored(name, pager.GetHeader().code_page, ErrorNumber::InvalidName, name);
+    }
 }
-
-// The maps of a table: rows on pages of their own.
-class MapRows {
-public:
-    explicit MapRows(Database& database) : pager_(database.GetPager()), allocator_(database.Allocator()) {}
-
-    // On `page` if it has room; else on another map page, or a new one.
-    RowPointer Add(PageNumber page) {
-        const Bytes empty(pager_.GetFormat().map_row);
-        if (last_ != 0) page = last_;
-        if (page > kRelationshipsPage && HasRoom(page, empty.size())) return AddTo(pager_.Write(page), empty);
-        MutablePage fresh = allocator_.Allocate();
-        DataPageEditor::Format(fresh, 0);
-        return AddTo(std::move(fresh), empty);
-    }
-
-    void Remove(RowPointer map) {
-        if (!map) return;
-        MutablePage page = pager_.Write(map.page);
-        DataPageEditor editor(page);
-        editor.Delete(map.slot);
-        if (!editor.View().HasLiveRows() && map.page > kRelationshipsPage + 1)
-            allocator_.Free(map.page, PageType::FreedData);
-    }
-
-private:
-    bool HasRoom(PageNumber number, std::size_t length) {
-        const Page page = pager_.Read(number);
-        return DataPage(page.View(), pager_.GetFormat()).HasRoomFor(length);
-    }
-
-    RowPointer AddTo(MutablePage page, const Bytes& row) {
-        last_ = page.Number();
-        return {last_, DataPageEditor(page).Add(row)};
-    }
-
-    Pager& pager_;
-    PageAllocator& allocator_;
-    PageNumber last_ = 0;
-};
 
 class DefinitionEditor {
 public:
@@ -81,7 +46,7 @@ public:
     }
 
     Column& AddColumn(const ColumnSpec& spec) {
-        CheckName(spec.name);
+        CheckName(spec.name, pager_);
         if (definition.FindColumn(spec.name) >= 0) Raise(ErrorNumber::FieldExists, {spec.name});
         if (definition.max_columns >= kMaxColumns) Raise(ErrorNumber::TooManyFields, {name_});
         Column column;
@@ -91,6 +56,8 @@ public:
         column.ordinal =
             definition.columns.empty() ? 0 : static_cast<std::uint16_t>(definition.columns.back().ordinal + 1);
         column.sort_order = pager_.GetHeader().sort_order;
+        column.sort_version = pager_.GetHeader().sort_version;
+        column.code_page = pager_.GetHeader().code_page;
         SetLayout(column, spec);
         if (IsLongValue(spec.type)) {
             column.owned_map = maps_.Add(definition.owned_map.page);
@@ -103,7 +70,7 @@ public:
     // Adds the logical index and, unless one with the same columns and rules is there, its tree. True when the tree is
     // new and has to be filled.
     bool AddIndex(const IndexSpec& spec) {
-        CheckName(spec.name);
+        CheckName(spec.name, pager_);
         if (definition.FindLogicalIndex(spec.name) >= 0) Raise(ErrorNumber::IndexExists, {name_, spec.name});
         if (definition.logical_indexes.size() >= kMaxIndexes) Raise(ErrorNumber::TooManyIndexes, {name_});
         const auto is_primary = [](const LogicalIndex& index) { return index.role == IndexRole::Primary; };
@@ -115,10 +82,10 @@ public:
         for (const IndexColumnSpec& part : spec.columns)
             columns.push_back({KeyColumnNumber(part.column), part.ascending});
         if (columns.empty() || columns.size() > kMaxKeyColumns) Raise(ErrorNumber::InvalidName, {spec.name});
-        const auto flags =
-            static_cast<std::uint8_t>(RealIndex::kJet4 | (spec.unique || spec.primary ? RealIndex::kUnique : 0) |
-                                      (spec.required || spec.primary ? RealIndex::kRequired : 0) |
-                                      (spec.ignore_nulls ? RealIndex::kIgnoreNulls : 0));
+        const auto flags = static_cast<std::uint8_t>(pager_.GetFormat().index_flags |
+                                                     (spec.unique || spec.primary ? RealIndex::kUnique : 0) |
+                                                     (spec.required || spec.primary ? RealIndex::kRequired : 0) |
+                                                     (spec.ignore_nulls ? RealIndex::kIgnoreNulls : 0));
         LogicalIndex logical;
         logical.name = spec.name;
         logical.role = spec.primary ? IndexRole::Primary : IndexRole::Ordinary;
@@ -137,7 +104,7 @@ public:
             ++real;
         }
         const bool fresh = real == definition.real_indexes.size();
-        if (fresh) AddTree(columns, flags >= 0 ? static_cast<std::uint8_t>(flags) : RealIndex::kJet4);
+        if (fresh) AddTree(columns, flags >= 0 ? static_cast<std::uint8_t>(flags) : pager_.GetFormat().index_flags);
         logical.real = static_cast<std::uint32_t>(real);
         definition.logical_indexes.push_back(std::move(logical));
         return fresh;
@@ -177,7 +144,8 @@ public:
     }
 
     void Write() {
-        if (EncodedLength(definition, {}) > pager_.GetFormat().max_row) Raise(ErrorNumber::RecordTooLarge, {name_});
+        if (EncodedLength(definition, pager_.GetFormat(), {}) > pager_.GetFormat().max_row)
+            Raise(ErrorNumber::RecordTooLarge, {name_});
         WriteDefinition(pager_, database_.Allocator(), definition);
         database_.Forget(definition.page);
     }
@@ -195,17 +163,19 @@ private:
     }
 
     void SetLayout(Column& column, const ColumnSpec& spec) {
+        const Format& format = pager_.GetFormat();
         const std::size_t size = FixedSize(spec.type);
         if (size == 0) {
             column.variable_index = definition.variable_columns++;
             if (spec.type == ColumnType::Text) {
                 const int characters = spec.size == 0 ? kMaxTextSize : spec.size;
                 if (characters < 0 || characters > kMaxTextSize) Raise(ErrorNumber::FieldTooLarge, {spec.name});
-                column.length = static_cast<std::uint16_t>(characters * 2);
-                column.extended_flags = Column::kCompressed;
+                column.length = static_cast<std::uint16_t>(characters * format.text_unit);
+                if (format.version == Version::Jet4) column.extended_flags = Column::kCompressed;
             } else if (spec.type == ColumnType::Binary) {
-                const int bytes = spec.size == 0 ? kMaxBinarySize : spec.size;
-                if (bytes < 0 || bytes > kMaxBinarySize) Raise(ErrorNumber::FieldTooLarge, {spec.name});
+                const auto most = static_cast<int>(format.max_binary);
+                const int bytes = spec.size == 0 ? most : spec.size;
+                if (bytes < 0 || bytes > most) Raise(ErrorNumber::FieldTooLarge, {spec.name});
                 column.length = static_cast<std::uint16_t>(bytes);
             }
             return;
@@ -221,6 +191,10 @@ private:
             column.flags |= Column::kAutonumber;
         }
         if (spec.type == ColumnType::Decimal) {
+            if (format.version == Version::Jet3) {
+                Raise(ErrorNumber::OperationNotSupported,
+                      {u"Jet 3（Access 97）格式没有小数字段“" + spec.name + u"”。"});
+            }
             if (spec.precision < 1 || spec.precision > 28 || spec.scale < 0 || spec.scale > spec.precision) {
                 Raise(ErrorNumber::FieldTooLarge, {spec.name});
             }
@@ -240,11 +214,7 @@ private:
         RealIndex real;
         real.columns = columns;
         real.flags = flags;
-        MutablePage root = database_.Allocator().Allocate();
-        IndexTree::FormatRoot(root, definition.page);
-        real.root = root.Number();
-        real.map = maps_.Add(definition.owned_map.page);
-        UsageMap(pager_, database_.Allocator(), real.map).Add(real.root);
+        AddTreeFor(definition, real, maps_, database_);
         definition.real_indexes.push_back(std::move(real));
     }
 
@@ -254,11 +224,13 @@ private:
     std::u16string name_;
 };
 
-void AddColumnProperties(const ColumnSpec& spec, Properties& properties) {
+void AddColumnProperties(const ColumnSpec& spec, const Pager& pager, Properties& properties) {
     if (spec.required) properties.Set(spec.name, BooleanProperty(u"Required", true));
     const bool text = IsText(spec.type);
     if (text) properties.Set(spec.name, BooleanProperty(u"AllowZeroLength", spec.allow_zero_length));
-    if (!spec.default_value.empty()) properties.Set(spec.name, TextProperty(u"DefaultValue", spec.default_value));
+    if (spec.default_value.empty()) return;
+    properties.Set(spec.name,
+                   TextProperty(u"DefaultValue", spec.default_value, pager.GetFormat(), pager.GetHeader().code_page));
 }
 
 // ".rB", ".rC" …: the name of a relationship's index on the side that is referred to.
@@ -276,20 +248,6 @@ CatalogObject RequireTable(Database& database, std::u16string_view name) {
     if (!object || object->type != CatalogObject::kTable) Raise(ErrorNumber::NoSuchTable, {name});
     if (object->IsSystem()) Raise(ErrorNumber::ReadOnly, {name, u"它是系统表。"});
     return *object;
-}
-
-// The path in ";DATABASE=path"; empty when the text names no Access file.
-std::u16string LinkedDatabase(std::u16string_view connect) {
-    constexpr std::u16string_view kProgram = u"MS Access";
-    constexpr std::u16string_view kKey = u"DATABASE=";
-    const std::size_t end = connect.find(u';');
-    if (end == std::u16string_view::npos || (end > 0 && !EqualNames(connect.substr(0, end), kProgram))) return {};
-    for (std::u16string_view rest = connect.substr(end + 1); !rest.empty();) {
-        const std::u16string_view part = rest.substr(0, rest.find(u';'));
-        if (EqualNames(part.substr(0, kKey.size()), kKey)) return std::u16string(part.substr(kKey.size()));
-        rest.remove_prefix(std::min(part.size() + 1, rest.size()));
-    }
-    return {};
 }
 
 void CheckRelated(const Table& table, const Table& referenced, const Relationship& relationship, std::size_t own_index,
@@ -319,14 +277,14 @@ void CheckRelated(const Table& table, const Table& referenced, const Relationshi
 }  // namespace
 
 void Database::CreateTable(const TableSpec& spec) {
-    CheckName(spec.name);
+    CheckName(spec.name, *pager_);
     if (FindObject(spec.name)) Raise(ErrorNumber::TableExists, {spec.name});
     if (spec.columns.empty()) Raise(ErrorNumber::SyntaxInCreateTable, {spec.name});
     DefinitionEditor editor(*this, spec.name, 0);
     Properties properties;
     for (const ColumnSpec& column : spec.columns) {
         editor.AddColumn(column);
-        AddColumnProperties(column, properties);
+        AddColumnProperties(column, *pager_, properties);
     }
     for (const IndexSpec& index : spec.indexes) editor.AddIndex(index);
     editor.Write();
@@ -337,7 +295,7 @@ void Database::CreateTable(const TableSpec& spec) {
     object.parent = kTablesContainer;
     object.name = spec.name;
     object.type = CatalogObject::kTable;
-    catalog.AddObject(object, catalog.UserId(User::Admin), properties.Write());
+    catalog.AddObject(object, catalog.UserId(User::Admin), BlobOf(properties));
     catalog.InheritAces(object.id, kTablesContainer);
 }
 
@@ -348,11 +306,14 @@ void Database::CreateLink(std::u16string_view name, std::u16string_view connect,
     link.type = CatalogObject::kLinkedTable;
     link.flags = CatalogObject::kLinkFlag;
     link.parent = kTablesContainer;
-    link.database = LinkedDatabase(connect);
+    if (NamesAccess(connect)) link.database = ConnectValue(connect, u"DATABASE").value_or(std::u16string());
+    if (const auto password = ConnectValue(connect, u"PWD")) link.connect = u"MS Access;PWD=" + *password;
     link.foreign_name = source_table;
-    CheckName(link.name);
+    CheckName(link.name, *pager_);
     if (FindObject(name)) Raise(ErrorNumber::TableExists, {name});
-    if (link.database.empty()) Raise(ErrorNumber::OperationNotSupported, {u"链接“" + std::u16string(connect) + u"”。"});
+    if (link.database.empty()) {
+        Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + link.name + u"”没有指明 Access 文件。"});
+    }
     if (!LinkedTable(link)) Raise(ErrorNumber::NoSuchTable, {source_table});
     SystemCatalog catalog(*this);
     link.id = catalog.NewId();
@@ -409,10 +370,10 @@ void Database::AddColumn(std::u16string_view name, const ColumnSpec& spec) {
     DefinitionEditor editor(*this, object.name, page);
     const bool fixed_only = editor.definition.variable_columns == 0;
     editor.AddColumn(spec);
-    if (fixed_only && editor.definition.variable_columns > 0) TableAt(page)->GiveRowsVariablePart();
+    if (fixed_only && editor.definition.variable_columns > 0) TableAt(page)->WriteRowsFor(editor.definition);
     editor.Write();
-    AddColumnProperties(spec, properties);
-    SystemCatalog(*this).WriteProperties(object, properties.Write());
+    AddColumnProperties(spec, *pager_, properties);
+    SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
     if (!spec.autonumber) return;
     // A counter numbers the rows that are there.
     const std::shared_ptr<Table> table = TableAt(page);
@@ -444,11 +405,11 @@ void Database::DropColumn(std::u16string_view name, std::u16string_view column) 
     std::erase_if(properties.owners, [&](const auto& owner) { return EqualNames(owner.first, column); });
     editor.RemoveColumn(static_cast<std::size_t>(position));
     editor.Write();
-    SystemCatalog(*this).WriteProperties(object, properties.Write());
+    SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
 }
 
 void Database::CreateRelationship(const Relationship& relationship) {
-    CheckName(relationship.name);
+    CheckName(relationship.name, *pager_);
     for (const Relationship& other : Relationships()) {
         if (EqualNames(other.name, relationship.name)) Raise(ErrorNumber::RelationshipExists, {relationship.name});
     }

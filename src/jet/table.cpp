@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "jet/code_page_text.h"
 #include "jet/entry_sorter.h"
 #include "jet/references.h"
 #include "jet/row_cursor.h"
@@ -26,7 +27,6 @@ Table::Table(Tables& tables, Pager& pager, PageAllocator& allocator, PageNumber 
              const Bytes& properties)
     : StoredTable(pager, allocator, page, std::move(name), properties),
       tables_(tables),
-      order_checked_(definition_.real_indexes.size()),
       hints_(definition_.real_indexes.size()),
       row_(definition_.columns.size()),
       fields_(definition_.columns.size()),
@@ -92,6 +92,10 @@ bool Table::KeyOf(std::size_t index, const Row& row, Bytes& key) const {
     return !(real.IgnoresNulls() && AllNull(index, row));
 }
 
+void Table::CheckLength(const Bytes& key) const {
+    if (key.size() > pager_.GetFormat().MaxKey()) Raise(ErrorNumber::RecordTooLarge, {name_});
+}
+
 std::vector<bool> Table::KeyColumns() const {
     std::vector<bool> wanted(definition_.columns.size());
     for (const RealIndex& real : definition_.real_indexes) {
@@ -108,36 +112,18 @@ void Table::CheckTextOrder(std::size_t index, const Row& row) {
         if (!IsText(column.type)) continue;
         const TextOrder order = TextOrderOf(column, pager_.GetHeader());
         if (order == TextOrder::General) continue;
-        if (order == TextOrder::AsciiOnly) CheckStoredOrder(index);
+        if (order == TextOrder::AsciiOnly || order == TextOrder::Jet3Ascii) CheckStoredOrder(index);
+        if (order == TextOrder::Jet3Ascii) CheckCatalogueOrder();
         if (HasKey(column, row[position], pager_.GetHeader())) continue;
         Raise(ErrorNumber::TextOrderUnsupported, {name_, IndexName(index), u"字段“" + column.name + u"”的文本。"});
     }
 }
 
-// Before the first entry goes into an index of a partly known order, the entries that are there must be as we would
-// have made them.
-void Table::CheckStoredOrder(std::size_t index) {
-    if (order_checked_[index]) return;
-    IndexCursor entries(Tree(index));
-    entries.StartForward({});
-    const std::vector<bool> wanted = KeyColumns();
-    Row row(definition_.columns.size());
-    Bytes key;
-    while (entries.Next()) {
-        const RowPointer where = RowPointerOf(entries.Entry());
-        ReadColumns(where, wanted, row);
-        std::vector<Value> values;
-        for (const KeyColumn& part : definition_.real_indexes[index].columns) {
-            values.push_back(row[definition_.ColumnByNumber(part.number)]);
-        }
-        if (!HasKeys(index, values)) continue;
-        KeyOf(index, row, key);
-        AppendRowPointer(where, key);
-        if (key != entries.Entry()) {
-            Raise(ErrorNumber::TextOrderUnsupported, {name_, IndexName(index), u"已有的索引项与计算结果不同。"});
-        }
-    }
-    order_checked_[index] = true;
+// An index may have no entries yet that show the file's order; the names of its tables do.
+void Table::CheckCatalogueOrder() {
+    if (definition_.page == kObjectsPage) return;
+    const std::shared_ptr<Table> objects = tables_.TableAt(kObjectsPage);
+    for (std::size_t i = 0; i < objects->Definition().real_indexes.size(); ++i) objects->CheckStoredOrder(i);
 }
 
 bool Table::AllNull(std::size_t index, const Row& row) const {
@@ -264,6 +250,7 @@ void Table::BuildIndex(std::size_t index) {
         }
         CheckTextOrder(index, row);
         if (!KeyOf(index, row, entry)) continue;
+        CheckLength(entry);
         CheckRequired(index, row);
         AppendRowPointer(cursor.Row(), entry);
         entry.push_back(AllNull(index, row) ? 1 : 0);  // such a key may stand in a unique index many times
@@ -310,6 +297,10 @@ void Table::CheckValue(const Column& column, const Value& value) const {
     if (!IsText(column.type)) return;
     if (value.Text().empty() && !column.allow_zero_length)
         Raise(ErrorNumber::ZeroLengthNotAllowed, {name_ + u"." + column.name});
+    // Before any long value is written.
+    if (pager_.GetFormat().version == Version::Jet3) {
+        ToStored(value.Text(), CodePageOf(column, pager_.GetHeader()), ErrorNumber::DataTypeConversion, column.name);
+    }
 }
 
 // Writes a long value out already: what is stored for it in the row is a reference.
@@ -321,18 +312,19 @@ void Table::EncodeField(std::size_t position, const Value& value, RowField& fiel
     if (column.type == ColumnType::Boolean) {
         field.present = value.As<bool>();
     } else if (column.type == ColumnType::Memo) {
-        const std::u16string& text = value.Text();
-        field.bytes = LongValues(column).Write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size() * 2});
+        Bytes text;
+        EncodeMemo(value.Text(), pager_, column, text);
+        field.bytes = LongValues(column).Write(text);
     } else if (column.type == ColumnType::LongBinary) {
         field.bytes = LongValues(column).Write(value.Binary());
     } else {
-        EncodeValue(column, value, field.bytes);
+        EncodeValue(column, value, pager_.GetFormat(), CodePageOf(column, pager_.GetHeader()), field.bytes);
     }
 }
 
 // Moves inline long values out, the longest first, until the row fits on a page.
 void Table::FitRow(std::vector<RowField>& fields) {
-    while (EncodedLength(definition_, fields) > pager_.GetFormat().max_row) {
+    while (EncodedLength(definition_, pager_.GetFormat(), fields) > pager_.GetFormat().max_row) {
         std::size_t longest = fields.size();
         for (std::size_t i = 0; i < fields.size(); ++i) {
             if (!IsLongValue(definition_.columns[i].type) || !fields[i].present || fields[i].bytes.size() <= 12)
@@ -344,10 +336,10 @@ void Table::FitRow(std::vector<RowField>& fields) {
         Bytes& bytes = fields[longest].bytes;
         Bytes value;
         LongValueReader(pager_, ByteView(bytes.data(), bytes.size(), pager_.FileName(), definition_.page)).Read(value);
-        if (column.type == ColumnType::Memo) {
+        if (column.type == ColumnType::Memo && pager_.GetFormat().version == Version::Jet4) {  // it may be compressed
             std::u16string text;
             DecodeMemo(value, pager_, column, text);
-            EncodeText(text, false, value);
+            EncodeMemo(text, pager_, column, value);
         }
         bytes = LongValues(column).Write(value, false);
     }
@@ -395,12 +387,13 @@ RowPointer Table::Insert(std::span<const Value> values) {
     for (std::size_t i = 0; i < keys_.size(); ++i) {
         CheckTextOrder(i, row_);
         in_index[i] = KeyOf(i, row_, keys_[i]);
+        CheckLength(keys_[i]);
         CheckRequired(i, row_);
         if (!inserts_later_) CheckUnique(i, row_, keys_[i], {});
     }
     for (std::size_t i = 0; i < row_.size(); ++i) EncodeField(i, row_[i], fields_[i]);
     FitRow(fields_);
-    EncodeRow(definition_, name_, fields_, encoded_);
+    EncodeRow(definition_, pager_.GetFormat(), name_, fields_, encoded_);
     const RowPointer where = store_.Add(encoded_);
     for (std::size_t i = 0; i < keys_.size(); ++i) {
         if (!in_index[i]) continue;
@@ -429,6 +422,20 @@ void Table::ReplaceRow(RowPointer row, const Bytes& bytes) {
     Put(pointer.data(), moved.ToStored());
     if (!store_.Replace(row, pointer, SlotKind::Header)) pager_.Damaged(row.page, u"行太短，不能移动");
     if (overflow) store_.Delete(place);
+}
+
+// The parts of a row as they are stored.
+void Table::StoredFields(const RowView& row, std::vector<RowField>& fields) const {
+    fields.assign(definition_.columns.size(), {});
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        const Column& column = definition_.columns[i];
+        if (column.type == ColumnType::Boolean) {
+            fields[i].present = row.Boolean(column);
+        } else if (const auto stored = row.Find(column)) {
+            fields[i].present = true;
+            fields[i].bytes.assign(stored->Data(), stored->Data() + stored->Size());
+        }
+    }
 }
 
 void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
@@ -465,11 +472,12 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         in_index[i] = KeyOf(i, new_row, keys[i]);
         index_changed[i] = was_in != in_index[i] || old_key != keys[i];
         if (!index_changed[i]) continue;
+        CheckLength(keys[i]);
         CheckRequired(i, new_row);
         CheckUnique(i, new_row, keys[i], where);
     }
     // Values that stay are taken over as they are stored.
-    std::vector<RowField> fields(definition_.columns.size());
+    std::vector<RowField> fields;
     Bytes before;
     std::vector<std::pair<std::size_t, Bytes>> replaced;  // references of long values to be given back
     {
@@ -477,15 +485,7 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         if (!cursor.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
         const RowView& view = cursor.View();
         before.assign(view.Bytes().Data(), view.Bytes().Data() + view.Bytes().Size());
-        for (std::size_t i = 0; i < fields.size(); ++i) {
-            const Column& column = definition_.columns[i];
-            if (column.type == ColumnType::Boolean) {
-                fields[i].present = view.Boolean(column);
-            } else if (const auto stored = view.Find(column)) {
-                fields[i].present = true;
-                fields[i].bytes.assign(stored->Data(), stored->Data() + stored->Size());
-            }
-        }
+        StoredFields(view, fields);
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
         if (!changed[i]) continue;
@@ -493,7 +493,7 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         EncodeField(i, new_row[i], fields[i]);
     }
     FitRow(fields);
-    EncodeRow(definition_, name_, fields, encoded_);
+    EncodeRow(definition_, pager_.GetFormat(), name_, fields, encoded_);
     if (encoded_ != before) ReplaceRow(where, encoded_);  // what stays as it is needs no writing
     for (std::size_t i = 0; i < keys.size(); ++i) {
         if (!index_changed[i]) continue;
@@ -534,22 +534,17 @@ void Table::Delete(RowPointer where) {
     Follow(CascadesOfDelete(*this, tables_, row));
 }
 
-void Table::GiveRowsVariablePart() {
+void Table::WriteRowsFor(const TableDefinition& definition) {
     std::vector<RowPointer> rows;
     RowCursor cursor(*this);
     for (cursor.Scan(); cursor.Next();) rows.push_back(cursor.Row());
+    std::vector<RowField> fields;
     for (const RowPointer row : rows) {
         if (!cursor.MoveTo(row)) continue;
-        const ByteView old = cursor.View().Bytes();
-        const std::size_t mask = MaskBytes(old.U16(0));
-        const std::size_t end = old.Size() - mask;
-        constexpr std::size_t kPart = 6;  // end of the data, offset of the one column, number of columns
-        Bytes bytes(old.Data(), old.Data() + old.Size());
-        bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(end), kPart, 0);
-        Put(&bytes[end], static_cast<std::uint16_t>(end));
-        Put(&bytes[end + 2], static_cast<std::uint16_t>(end));
-        Put(&bytes[end + 4], std::uint16_t{1});
-        ReplaceRow(row, bytes);
+        StoredFields(cursor.View(), fields);
+        fields.resize(definition.columns.size());
+        EncodeRow(definition, pager_.GetFormat(), name_, fields, encoded_);
+        ReplaceRow(row, encoded_);
     }
 }
 

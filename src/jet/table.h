@@ -59,9 +59,10 @@ public:
     // Fills an index, which must be empty, from the rows. Raises DuplicateKey and the like.
     void BuildIndex(std::size_t index);
 
-    // Before the table gets its first column of variable length: whether a row has the part that lists such columns is
-    // known from the definition alone, so every row must have it then.
-    void GiveRowsVariablePart();
+    // Writes the rows as another definition wants them: this one with further columns at its end. Needed before a table
+    // gets its first column of variable length: whether a row has the part that lists such columns is known from the
+    // definition alone, so every row must have it then.
+    void WriteRowsFor(const TableDefinition& definition);
 
     // Gives back all pages of rows, long values and indexes. The definition then names none of them any more.
     void FreeAllPages();
@@ -78,8 +79,9 @@ private:
     void AssignAutonumber(Row& row);
     void CheckValue(const Column& column, const Value& value) const;
     void CheckTextOrder(std::size_t index, const Row& row);
-    void CheckStoredOrder(std::size_t index);
+    void CheckCatalogueOrder();
     bool KeyOf(std::size_t index, const Row& row, Bytes& key) const;
+    void CheckLength(const Bytes& key) const;
     bool AllNull(std::size_t index, const Row& row) const;
     void CheckRequired(std::size_t index, const Row& row) const;
     void CountNewKey(std::size_t index);
@@ -87,6 +89,7 @@ private:
 
     void EncodeField(std::size_t column, const Value& value, RowField& field);
     void FitRow(std::vector<RowField>& fields);
+    void StoredFields(const RowView& row, std::vector<RowField>& fields) const;
     void ReplaceRow(RowPointer row, const Bytes& bytes);
     void EraseEntry(std::size_t index, const Row& row, RowPointer where);
     IndexTree TreeToChange(std::size_t index);
@@ -101,7 +104,6 @@ private:
     mutable std::optional<std::uint64_t>
         counted_at_;  // the pager's generation in which the definition's count was right
     std::int32_t last_autonumber_ = 0;
-    std::vector<bool> order_checked_;  // indexes of a partly known text order whose entries were compared
 
     // Entries that are to be put into the indexes, of rows that are there already.
     struct PendingEntry {

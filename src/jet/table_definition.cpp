@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <set>
 
+#include "jet/code_page_text.h"
+
 namespace qmtrain::jet {
 namespace {
 
@@ -10,6 +12,7 @@ constexpr std::size_t kPageHead = 8;
 constexpr std::size_t kMaxDefinitionPages = 64;
 constexpr std::size_t kMaxLogicalIndexes = 1000;
 constexpr std::uint16_t kListEnd = 0xFFFF;
+constexpr std::uint16_t kJet3Mark = 0x4356;  // "VC", where Jet 4 has the free bytes of the page
 
 // All bytes of a definition in one piece: the first page whole, of the others what follows their head.
 std::vector<std::uint8_t> CollectBytes(Pager& pager, PageNumber first, std::vector<PageNumber>& pages) {
@@ -62,7 +65,7 @@ private:
     void ReadHeader() {
         const std::size_t length = bytes_.U32(8);
         if (length < format_.definition_header || length > bytes_.Size()) bytes_.Damaged(u"表定义的长度错误");
-        // Jet 3 lengths leave the end mark out, and some writers do: the blocks tell where they end.
+        // Some writers leave the end mark out of the length: the blocks tell where they end.
         table_.rows = bytes_.U32(format_.definition_rows);
         table_.autonumber = bytes_.U32(format_.definition_autonumber);
         table_.type = bytes_.U8(format_.definition_type);
@@ -74,7 +77,8 @@ private:
         table_.owned_map = RowPointer::FromStored(bytes_.U32(format_.definition_owned_map));
         table_.free_map = RowPointer::FromStored(bytes_.U32(format_.definition_owned_map + 4));
         if (columns > kMaxColumns || table_.max_columns > kMaxColumns || logical > kMaxLogicalIndexes ||
-            real > kMaxColumns || table_.variable_columns > table_.max_columns) {
+            real > kMaxColumns || table_.variable_columns > table_.max_columns ||
+            format_.definition_header + real * format_.statistics_block > format_.page_size) {
             bytes_.Damaged(u"表定义中的个数错误");
         }
         table_.columns.resize(columns);
@@ -106,6 +110,7 @@ private:
             column.flags = block.U8(15);
             column.extended_flags = block.U8(16);
         } else {
+            column.sort_version = block.U16(7);
             column.code_page = block.U16(11);
             column.flags = block.U8(13);
         }
@@ -115,9 +120,7 @@ private:
 
     std::u16string ReadName() {
         if (!IsJet4()) {
-            const ByteView name = Take(Take(1).U8(0));
-            return FromCodePage({reinterpret_cast<const char*>(name.Data()), name.Size()},
-                                pager_.GetHeader().code_page != 0 ? pager_.GetHeader().code_page : 1252);
+            return FromStored(Take(Take(1).U8(0)), pager_.GetHeader().code_page);
         }
         const ByteView name = Take(Take(2).U16(0));
         if (name.Size() % 2 != 0) bytes_.Damaged(u"名称的长度错误");
@@ -191,15 +194,17 @@ private:
     TableDefinition table_;
 };
 
-// Puts a Jet 4 definition together.
+// Puts a definition together.
 class Writer {
 public:
+    Writer(const Format& format, int code_page) : format_(format), code_page_(code_page) {}
+
     std::vector<std::uint8_t> Write(const TableDefinition& table) {
         WriteHeader(table);
         for (const RealIndex& index : table.real_indexes) {
             U32(index.counted_entries);
             U32(index.distinct_keys);
-            U32(0);
+            if (IsJet4()) U32(0);
         }
         for (const Column& column : table.columns) WriteColumn(table, column);
         for (const Column& column : table.columns) Name(column.name);
@@ -227,9 +232,18 @@ private:
     void U16(unsigned value) { Number(static_cast<std::uint16_t>(value)); }
     void U32(std::uint32_t value) { Number(value); }
 
+    bool IsJet4() const { return format_.version == Version::Jet4; }
+
     void Name(const std::u16string& name) {
-        U16(static_cast<unsigned>(name.size() * 2));
-        for (const char16_t unit : name) U16(unit);
+        if (IsJet4()) {
+            U16(static_cast<unsigned>(name.size() * 2));
+            for (const char16_t unit : name) U16(unit);
+            return;
+        }
+        const std::string stored = ToStored(name, code_page_, ErrorNumber::InvalidName, name);
+        if (stored.size() > 0xFF) Raise(ErrorNumber::InvalidName, {name});
+        U8(static_cast<unsigned>(stored.size()));
+        out_.insert(out_.end(), stored.begin(), stored.end());
     }
 
     void WriteHeader(const TableDefinition& table) {
@@ -237,11 +251,11 @@ private:
         U16(0);  // free bytes, next page, length: later
         U32(0);
         U32(0);
-        U32(kDefinitionMagic);
+        if (IsJet4()) U32(kDefinitionMagic);
         U32(table.rows);
         U32(table.autonumber);
-        U32(1);
-        out_.resize(40);
+        if (IsJet4()) U32(1);
+        out_.resize(format_.definition_type);
         U8(table.type);
         U16(table.max_columns);
         U16(table.variable_columns);
@@ -254,7 +268,7 @@ private:
 
     void WriteColumn(const TableDefinition& table, const Column& column) {
         U8(static_cast<unsigned>(column.type));
-        U32(kDefinitionMagic);
+        if (IsJet4()) U32(kDefinitionMagic);
         U16(column.number);
         // For fixed columns: how many variable ones have a lower number.
         U16(column.IsFixed()
@@ -263,37 +277,45 @@ private:
                       [&](const Column& other) { return !other.IsFixed() && other.number < column.number; }))
                 : column.variable_index);
         U16(column.ordinal);
-        if (column.type == ColumnType::Decimal) {
-            U8(column.precision);
-            U8(column.scale);
-        } else {
+        if (!IsJet4()) {
+            U16(column.sort_version);
             U16(column.sort_order);
+            U16(column.code_page);
+            U8(column.flags);
+        } else {
+            if (column.type == ColumnType::Decimal) {
+                U8(column.precision);
+                U8(column.scale);
+            } else {
+                U16(column.sort_order);
+            }
+            U8(0);
+            U8(column.sort_version);
+            U8(column.flags);
+            U8(column.extended_flags);
+            U32(0);
         }
-        U8(0);
-        U8(column.sort_version);
-        U8(column.flags);
-        U8(column.extended_flags);
-        U32(0);
         U16(column.IsFixed() ? column.fixed_offset : 0);
         U16(column.length);
     }
 
     void WriteRealIndex(const RealIndex& index) {
-        U32(kIndexMagic);
+        if (IsJet4()) U32(kIndexMagic);
         for (std::size_t i = 0; i < kMaxKeyColumns; ++i) {
             U16(i < index.columns.size() ? index.columns[i].number : kListEnd);
             U8(i < index.columns.size() && index.columns[i].ascending ? 1 : 0);
         }
         U32(index.map.ToStored());
         U32(index.root);
-        U32(0);
+        if (IsJet4()) U32(0);
         U8(index.flags);
+        if (!IsJet4()) return;
         U32(0);
         U8(0);
     }
 
     void WriteLogicalIndex(const LogicalIndex& index) {
-        U32(kDefinitionMagic);
+        if (IsJet4()) U32(kDefinitionMagic);
         U32(index.number);
         U32(index.real);
         U8(static_cast<unsigned>(index.side));
@@ -302,9 +324,11 @@ private:
         U8(index.update_action);
         U8(index.delete_action);
         U8(static_cast<unsigned>(index.role));
-        U32(0);
+        if (IsJet4()) U32(0);
     }
 
+    const Format& format_;
+    int code_page_;
     std::vector<std::uint8_t> out_;
 };
 
@@ -381,8 +405,9 @@ TableDefinition ReadDefinition(Pager& pager, PageNumber page) {
 }
 
 void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& definition) {
-    const std::vector<std::uint8_t> bytes = Writer().Write(definition);
-    const std::size_t page_size = pager.GetFormat().page_size;
+    const Format& format = pager.GetFormat();
+    const std::vector<std::uint8_t> bytes = Writer(format, pager.GetHeader().code_page).Write(definition);
+    const std::size_t page_size = format.page_size;
     const std::size_t body = page_size - kPageHead;
     const std::size_t needed = std::max<std::size_t>(1, (bytes.size() - kPageHead + body - 1) / body);
     while (definition.pages.size() < needed) definition.pages.push_back(allocator.Allocate().Number());
@@ -397,7 +422,7 @@ void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& de
         std::memset(page.Data(), 0, page_size);
         std::memcpy(page.Data() + kPageHead, &bytes[from], size);
         Put<std::uint16_t>(page.Data(), 0x0102);
-        Put(page.Data() + 2, static_cast<std::uint16_t>(body - size));
+        Put(page.Data() + 2, format.version == Version::Jet4 ? static_cast<std::uint16_t>(body - size) : kJet3Mark);
         Put<std::uint32_t>(page.Data() + 4, i + 1 < needed ? definition.pages[i + 1] : 0);
     }
 }

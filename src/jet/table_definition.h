@@ -68,8 +68,8 @@ struct Column {
     std::uint8_t precision = 0;    // Decimal
     std::uint8_t scale = 0;        // Decimal
     std::uint16_t sort_order = 0;
-    std::uint8_t sort_version = 0;
-    std::uint16_t code_page = 0;  // Jet 3 texts
+    std::uint16_t sort_version = 0;
+    std::uint16_t code_page = 0;  // Jet 3
     RowPointer owned_map;         // long values
     RowPointer free_map;          // long values; may be missing
 
@@ -95,12 +95,11 @@ struct RealIndex {
     static constexpr std::uint8_t kUnique = 0x01;
     static constexpr std::uint8_t kIgnoreNulls = 0x02;
     static constexpr std::uint8_t kRequired = 0x08;
-    static constexpr std::uint8_t kJet4 = 0x80;
 
     std::vector<KeyColumn> columns;
     RowPointer map;
     PageNumber root = 0;
-    std::uint8_t flags = kJet4;
+    std::uint8_t flags = 0;             // Format::index_flags among them
     std::uint32_t counted_entries = 0;  // both are hints for planning, and often wrong
     std::uint32_t distinct_keys = 0;
 
@@ -157,7 +156,8 @@ struct TableDefinition {
 // Raises FileDamaged when the definition does not hold together.
 TableDefinition ReadDefinition(Pager& pager, PageNumber page);
 
-// Writes the definition to `definition.pages`, taking further pages or freeing some as it needs. Jet 4.
+// Writes the definition to `definition.pages`, taking further pages or freeing some as it needs. Raises InvalidName
+// when the code page of a Jet 3 file lacks a name's character.
 void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& definition);
 
 // The number of rows, which changes in place: read it from the definition's first page, not from `rows`.

@@ -20,6 +20,7 @@ public:
         : system_(system), file_(file), share_(share), cache_(cache), durable_(durable) {}
 
     bool IsOpen() const { return !levels_.empty(); }
+    bool IsNested() const { return levels_.size() > 1; }
     // Raises DiskFull or DiskError when what undone levels have left cannot be kept.
     void OpenLevel(PageNumber page_count);
 

@@ -38,8 +38,8 @@ CREATE TABLE Tbl_QuestionType (
 
 }  // namespace
 
-void CreateClientDatabase(std::u16string_view folder, const dao::DatabaseFill& fill) {
-    dao::MakeDatabase(ClientDatabase(folder), kTables, fill);
+void CreateClientDatabase(std::u16string_view folder, const dao::DatabaseFill& fill, const jet::NewDatabase& settings) {
+    dao::MakeDatabase(ClientDatabase(folder), kTables, fill, settings);
 }
 
 }  // namespace qmtrain

@@ -9,6 +9,7 @@ namespace qmtrain {
 
 // Makes Client.mdb in the folder: trainings, results, notes, candidates, subjects, question types; empty but for what
 // `fill` puts in. Raises DatabaseExists when the folder has one, and leaves nothing behind when anything fails.
-void CreateClientDatabase(std::u16string_view folder, const dao::DatabaseFill& fill = {});
+void CreateClientDatabase(std::u16string_view folder, const dao::DatabaseFill& fill = {},
+                          const jet::NewDatabase& settings = {});
 
 }  // namespace qmtrain

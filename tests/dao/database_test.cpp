@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "dao/database_settings.h"
 #include "dao/new_database.h"
 #include "dao/system_engine.h"
 #include "fixture.h"
@@ -45,6 +46,60 @@ TEST_F(DatabaseTest, AFailingStatementChangesNothing) {
     }
     EXPECT_NE(ErrorOf([&] { database_->ExecuteScript(u"DELETE FROM TrainInfo; INSERT INTO Nowhere VALUES (1)"); }), 0);
     EXPECT_EQ(Column(u"TrainInfo", u"Score"), before);
+}
+
+TEST_F(DatabaseTest, VersionsPasswordsAndCopies) {
+    Engine& engine = Engine::Instance();
+    const auto old =
+        engine.CreateDatabase(Name(u"Old.mdb"), std::u16string(kChineseLocale) + u";pwd=Schule", kVersion30);
+    EXPECT_EQ(old->Storage().GetVersion(), jet::Version::Jet3);
+    old->ExecuteScript(u"CREATE TABLE T (笔 LONG)");
+    old->Close();
+    struct Case {
+        const char* name;
+        std::function<void()> run;
+        ErrorNumber number;
+    };
+    const ErrorNumber none{};
+    const auto open = [&](std::u16string_view connect) { engine.OpenDatabase(Name(u"Old.mdb"), false, connect); };
+    const auto compact = [&](std::u16string_view target, std::u16string_view locale, std::int32_t options,
+                             std::u16string_view password) {
+        engine.CompactDatabase(Name(u"Old.mdb"), Name(target), locale, options, password);
+    };
+    const auto change = [&](std::u16string_view from, std::u16string_view to) {
+        engine.OpenDatabase(Name(u"Old.mdb"), false, u";pwd=Schule")->NewPassword(from, to);
+    };
+    const Case cases[] = {
+        {"no password", [&] { open(u""); }, ErrorNumber::PasswordInvalid},
+        {"another password", [&] { open(u";PWD=schule"); }, ErrorNumber::PasswordInvalid},
+        {"the password", [&] { open(u"MS Access;PWD=Schule"); }, none},
+        {"changed with another", [&] { change(u"", u"x"); }, ErrorNumber::PasswordInvalid},
+        {"changed to one that is too long", [&] { change(u"Schule", std::u16string(21, u'x')); },
+         ErrorNumber::PasswordInvalid},
+        {"copied without it", [&] { compact(u"A.mdb", u"", 0, u""); }, ErrorNumber::PasswordInvalid},
+        {"over a file", [&] { compact(u"Client.mdb", u"", 0, u";pwd=Schule"); }, ErrorNumber::DatabaseExists},
+        {"over itself", [&] { compact(u"Old.mdb", u"", 0, u";pwd=Schule"); }, ErrorNumber::DatabaseExists},
+        {"to a version of old", [&] { compact(u"A.mdb", u"", 16, u";pwd=Schule"); },
+         ErrorNumber::OperationNotSupported},
+        {"to a language that is none", [&] { compact(u"A.mdb", u";LANGID=zh", 0, u";pwd=Schule"); },
+         ErrorNumber::InvalidProcedureCall},
+        {"to a code page that lacks a name", [&] { compact(u"A.mdb", kGeneralLocale, kVersion30, u";pwd=Schule"); },
+         ErrorNumber::InvalidName},
+        {"copied",
+         [&] { compact(u"New.mdb", std::u16string(kGeneralLocale) + u";pwd=", kVersion40 | kEncrypt, u";pwd=Schule"); },
+         none},
+        {"changed", [&] { change(u"Schule", u""); }, none},
+        {"opened without", [&] { open(u""); }, none},
+        {"repaired", [&] { engine.RepairDatabase(Name(u"Old.mdb")); }, none},
+    };
+    for (const Case& test : cases) {
+        EXPECT_EQ(ErrorOf(test.run), static_cast<int>(test.number)) << test.name;
+        EXPECT_FALSE(FileExists(Name(u"A.mdb"))) << test.name;
+    }
+    const auto copy = JetDatabase::Open(Name(u"New.mdb"));
+    EXPECT_EQ(copy->Storage().GetVersion(), jet::Version::Jet4);
+    EXPECT_NE(copy->Storage().GetPager().GetHeader().page_key, 0U);
+    EXPECT_TRUE(copy->OpenRecordset(u"Select 笔 From T")->Eof());
 }
 
 TEST_F(DatabaseTest, ANewDatabaseIsNoPartOfATransaction) {
@@ -134,7 +189,8 @@ public:
     };
     explicit OtherEngine(Seen& seen) : seen_(seen) {}
 
-    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path&, bool) override {
+    std::shared_ptr<Database> OpenDatabase(std::u16string_view name, const std::filesystem::path&, bool,
+                                           std::u16string_view) override {
         Raise(ErrorNumber::FileNotFound, {name});
     }
     void BeginTrans() override { ++seen_.open; }

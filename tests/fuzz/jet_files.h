@@ -11,11 +11,13 @@ namespace qmtrain::test {
 inline constexpr const char* kFuzzedFile = "fuzz.mdb";
 
 // A table with every kind of column and some of its rows, a second that refers to it, and one whose definition is long.
-inline MemoryFiles::Content SmallDatabase(bool with_tables) {
+inline MemoryFiles::Content SmallDatabase(bool with_tables, jet::Version version) {
     using jet::ColumnType;
     MemoryFiles files;
     {
-        const auto database = jet::Database::Create(kFuzzedFile, {}, {.durable = false, .system = &files});
+        const auto database =
+            jet::Database::Create(kFuzzedFile, {.version = version}, {.durable = false, .system = &files});
+        const bool jet4 = version == jet::Version::Jet4;
         jet::Database::Writing writing(*database);
         if (with_tables) {
             database->CreateTable({.name = u"A",
@@ -37,8 +39,9 @@ inline MemoryFiles::Content SmallDatabase(bool with_tables) {
             for (int i = 0; i < 40; ++i) {
                 const std::size_t length = i == 0 ? 9000 : i % 10 == 0 ? 700 : 5;
                 database->FindTable(u"A")->Insert(
-                    std::vector<Value>{Value(), u"文本" + ToText(std::int64_t{i % 7}), std::u16string(length, u'长'),
-                                       Bytes(length / 2, 7), i % 2 == 0, Date{38000.5 + i}, 1.5F});
+                    std::vector<Value>{Value(), (jet4 ? u"文本" : u"\u00FC") + ToText(std::int64_t{i % 7}),
+                                       std::u16string(length, jet4 ? u'长' : u'l'), Bytes(length / 2, 7), i % 2 == 0,
+                                       Date{38000.5 + i}, 1.5F});
                 database->FindTable(u"R")->Insert(std::vector<Value>{i + 1});
             }
         }

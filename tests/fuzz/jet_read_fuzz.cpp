@@ -30,10 +30,14 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     constexpr std::string_view kSeeds = "-seeds=";
     if (*count != 2 || !std::string_view((*arguments)[1]).starts_with(kSeeds)) return 0;
     const std::filesystem::path folder = (*arguments)[1] + kSeeds.size();
-    for (const bool with_tables : {false, true}) {
-        const auto content = test::SmallDatabase(with_tables);
-        std::ofstream file(folder / (with_tables ? "tables" : "empty"), std::ios::binary);
-        file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    for (const jet::Version version : {jet::Version::Jet3, jet::Version::Jet4}) {
+        for (const bool with_tables : {false, true}) {
+            const auto content = test::SmallDatabase(with_tables, version);
+            const std::string name =
+                std::string(with_tables ? "tables" : "empty") + (version == jet::Version::Jet3 ? "3" : "");
+            std::ofstream file(folder / name, std::ios::binary);
+            file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+        }
     }
     std::exit(0);
 }

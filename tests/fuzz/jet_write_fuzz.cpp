@@ -1,7 +1,8 @@
 // Changes to a database of which some bytes are wrong: each is done or refused, and one that is refused leaves no
 // trace.
 //
-// The input says which bytes: page, offset (two bytes), what to add, and so on.
+// The input says of which version, in its first byte, and which bytes: page, offset (two bytes), what to add, and so
+// on.
 
 #include <cstdlib>
 
@@ -13,13 +14,18 @@
 using namespace qmtrain;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const test::MemoryFiles::Content healthy = test::SmallDatabase(true);
-    constexpr std::size_t kPage = 4096;
+    static const test::MemoryFiles::Content healthy[] = {test::SmallDatabase(true, jet::Version::Jet3),
+                                                         test::SmallDatabase(true, jet::Version::Jet4)};
+    if (size == 0) return 0;
+    const auto version = static_cast<jet::Version>(data[0] % 2);
+    const std::size_t page_size = jet::FormatOf(version).page_size;
+    ++data;
+    --size;
     test::MemoryFiles files;
     auto& content = files.At(test::kFuzzedFile);
-    content = healthy;
+    content = healthy[static_cast<std::size_t>(version)];
     for (; size >= 4; data += 4, size -= 4) {
-        const std::size_t at = data[0] * kPage + (data[1] << 8 | data[2]) % kPage;
+        const std::size_t at = data[0] * page_size + (data[1] << 8 | data[2]) % page_size;
         content[at % content.size()] = static_cast<std::uint8_t>(content[at % content.size()] + data[3]);
     }
     int depth = 0;

@@ -47,7 +47,7 @@ TEST_F(HostileLinkTest, RightsOfLinks) {
         EXPECT_TRUE(own->OpenRecordset(u"Theirs")->Eof());
         own->Execute(u"UPDATE TrainInfo SET Score=1");
     }
-    EXPECT_EQ(Insert(*engine.OpenDatabase(Name(u"Client.mdb"), false, {}), 1), kReadOnly);
+    EXPECT_EQ(Insert(*engine.OpenDatabase(Name(u"Client.mdb"), false, {}, {}), 1), kReadOnly);
     EXPECT_EQ(Insert(*engine.OpenDatabase(Name(u"Client.mdb")), 2), 0);
     const Engine::OwnUse before = engine.GetOwnUse();
     EXPECT_GT(before.limits.time.count(), 0);
@@ -76,7 +76,7 @@ TEST_F(HostileLinkTest, NoOtherMachineIsAsked) {
         rows->Update();
         files.opened.clear();
         const auto use = [&](bool network) {
-            const auto database = Engine::Instance().OpenDatabase(Name(u"Client.mdb"), false, {.network = network});
+            const auto database = Engine::Instance().OpenDatabase(Name(u"Client.mdb"), false, {}, {.network = network});
             return ErrorOf([&] { database->OpenRecordset(u"Theirs"); });
         };
         EXPECT_EQ(use(false), static_cast<int>(ErrorNumber::OperationNotSupported));

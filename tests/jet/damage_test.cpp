@@ -28,7 +28,6 @@ namespace {
 using Content = test::MemoryFiles::Content;
 
 constexpr const char16_t* kFile = u"损坏.mdb";
-constexpr std::size_t kPage = 4096;
 
 bool HasChinese(std::u16string_view text) {
     return std::any_of(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x4E00 && unit < 0xA000; });
@@ -145,9 +144,15 @@ TEST(Damage, EveryBitOfTheHeader) {
     }
 }
 
-TEST(Damage, FilesThatCannotBeOpened) {
+// Of files that we make ourselves.
+class DamageOfOurs : public testing::TestWithParam<Version> {
+protected:
+    static std::size_t PageSize() { return FormatOf(GetParam()).page_size; }
+};
+
+TEST_P(DamageOfOurs, FilesThatCannotBeOpened) {
     test::MemoryFiles files;
-    Database::Create(kFile, {}, {.durable = false, .system = &files});
+    Database::Create(kFile, {.version = GetParam()}, {.durable = false, .system = &files});
     const Content healthy = files.At(kFile);
     struct Case {
         const char* name;
@@ -161,9 +166,9 @@ TEST(Damage, FilesThatCannotBeOpened) {
         {"a later version", [](Content& c) { c[0x14] = 2; }, ErrorNumber::UnknownFormat},
         {"another engine", [](Content& c) { c[4 + 9] = 'A'; }, ErrorNumber::UnknownFormat},
         {"a password", [](Content& c) { c[0x42] ^= 'a'; }, ErrorNumber::PasswordInvalid},
-        {"the header alone", [](Content& c) { c.resize(kPage); }, ErrorNumber::FileDamaged},
+        {"the header alone", [](Content& c) { c.resize(PageSize()); }, ErrorNumber::FileDamaged},
         {"an encoding key that is wrong", [](Content& c) { c[0x3E] ^= 1; }, ErrorNumber::FileDamaged},
-        {"no catalogue", [](Content& c) { c[2 * kPage] = 1; }, ErrorNumber::FileDamaged},
+        {"no catalogue", [](Content& c) { c[2 * PageSize()] = 1; }, ErrorNumber::FileDamaged},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
@@ -178,30 +183,53 @@ TEST(Damage, FilesThatCannotBeOpened) {
 
 // A healthy file and where its parts are.
 struct Anatomy {
-    Content content;
-    PageNumber definition = 0;       // of a table with rows, memos and an index of two levels
-    PageNumber long_definition = 0;  // of a table whose definition fills several pages
-    std::vector<PageNumber> pages;   // of that
-    RowPointer owned_map;
+    const Format& form;
+    Content content = {};
+    PageNumber definition = 0;           // of a table with rows, memos and an index of two levels
+    PageNumber long_definition = 0;      // of a table whose definition fills several pages
+    std::vector<PageNumber> pages = {};  // of that
+    RowPointer owned_map = {};
     PageNumber data = 0;
     PageNumber root = 0;
     PageNumber leaf = 0;
-    RowPointer chain;  // first slot of a memo over several pages
+    RowPointer chain = {};  // first slot of a memo over several pages
 
-    std::uint8_t* Page(PageNumber page) { return content.data() + page * kPage; }
+    bool IsJet4() const { return form.version == Version::Jet4; }
+    std::uint8_t* Page(PageNumber page) { return content.data() + page * form.page_size; }
+    std::uint8_t* Slot(std::size_t slot) { return Page(data) + form.data_slots + 2 * slot; }
     std::size_t SlotOffset(RowPointer where) {
-        return Get<std::uint16_t>(Page(where.page) + 14 + 2 * where.slot) & 0x1FFF;
+        return Get<std::uint16_t>(Page(where.page) + form.data_slots + 2 * where.slot) & 0x1FFF;
     }
     std::uint8_t* Row(RowPointer where) { return Page(where.page) + SlotOffset(where); }
     std::uint8_t* RowEnd(RowPointer where) {
         return Page(where.page) +
-               (where.slot == 0 ? kPage : SlotOffset({where.page, static_cast<std::uint8_t>(where.slot - 1)}));
+               (where.slot == 0 ? form.page_size : SlotOffset({where.page, static_cast<std::uint8_t>(where.slot - 1)}));
     }
+    // A number of a row, so many numbers before its null mask of one byte; at the row's start when there are none.
+    void PutInRow(RowPointer where, std::size_t before_mask, unsigned value) {
+        std::uint8_t* at = before_mask == 0 ? Row(where) : RowEnd(where) - 1 - before_mask * form.row_number_size;
+        if (IsJet4())
+            Put(at, static_cast<std::uint16_t>(value * 16));
+        else
+            *at = static_cast<std::uint8_t>(value);
+    }
+    std::uint8_t* InDefinition(std::size_t at) { return Page(definition) + at; }
     // The block of a column: the number is fixed, title and content are not.
-    static constexpr std::size_t kFirstColumn = 87;
-    std::uint8_t* Column(std::size_t i) { return Page(definition) + kFirstColumn + 25 * i; }
-    // The definition's first block of a real index.
-    std::uint8_t* IndexBlock() { return Find(Page(definition), kPage, {0x83, 0x07, 0, 0}); }
+    std::uint8_t* Column(std::size_t i) {
+        return InDefinition(form.definition_header + 2 * form.statistics_block + i * form.column_block);
+    }
+    std::uint8_t* ColumnNumber(std::size_t i) { return Column(i) + (IsJet4() ? 5 : 1); }
+    std::uint8_t* VariableIndex(std::size_t i) { return ColumnNumber(i) + 2; }
+    // The first block of a real index, from its columns on: behind three names of two characters.
+    std::uint8_t* IndexBlock() { return Column(3) + (IsJet4() ? 3 * 6 + 4 : 3 * 3); }
+    std::uint8_t* Entries(PageNumber page) { return Page(page) + form.index_entries; }
+    std::uint8_t* Next(PageNumber page) { return Page(page) + form.index_previous + 4; }
+    // The reference to a memo of 20,000 characters.
+    std::uint8_t* Memo() {
+        const auto bytes = static_cast<std::uint32_t>(20000 * form.text_unit);
+        return Find(Row({data, 0}), 200,
+                    {static_cast<std::uint8_t>(bytes), static_cast<std::uint8_t>(bytes >> 8), 0, 0});
+    }
 
     static std::uint8_t* Find(std::uint8_t* from, std::size_t size, const Bytes& wanted) {
         std::uint8_t* found = std::search(from, from + size, wanted.begin(), wanted.end());
@@ -210,35 +238,36 @@ struct Anatomy {
     }
 };
 
-Anatomy MakeHealthy() {
+Anatomy MakeHealthy(Version version) {
     test::MemoryFiles files;
-    auto database = Database::Create(kFile, {}, {.durable = false, .system = &files});
-    Anatomy anatomy;
+    auto database = Database::Create(kFile, {.version = version}, {.durable = false, .system = &files});
+    const auto own = [&](std::u16string_view text) { return test::Fitting(text, version); };
+    Anatomy anatomy{.form = FormatOf(version)};
     test::Write(*database, [&] {
-        database->CreateTable({.name = u"笔记",
-                               .columns = {{.name = u"编号", .type = ColumnType::Long, .autonumber = true},
-                                           {.name = u"标题", .size = 50, .required = true},
-                                           {.name = u"内容", .type = ColumnType::Memo}},
-                               .indexes = {{.name = u"PrimaryKey", .columns = {{u"编号"}}, .primary = true},
-                                           {.name = u"标题", .columns = {{u"标题", false}}}}});
-        TableSpec wide{.name = u"宽"};
+        database->CreateTable({.name = own(u"笔记"),
+                               .columns = {{.name = own(u"编号"), .type = ColumnType::Long, .autonumber = true},
+                                           {.name = own(u"标题"), .size = 50, .required = true},
+                                           {.name = own(u"内容"), .type = ColumnType::Memo}},
+                               .indexes = {{.name = u"PrimaryKey", .columns = {{own(u"编号")}}, .primary = true},
+                                           {.name = own(u"标题"), .columns = {{own(u"标题"), false}}}}});
+        TableSpec wide{.name = own(u"宽")};
         for (int i = 0; i < 150; ++i)
-            wide.columns.push_back({.name = u"一个名字较长的字段" + ToText(std::int64_t{i}), .size = 5});
+            wide.columns.push_back({.name = own(u"一个名字较长的字段") + ToText(std::int64_t{i}), .size = 5});
         database->CreateTable(wide);
-        const auto table = database->FindTable(u"笔记");
+        const auto table = database->FindTable(own(u"笔记"));
         for (int i = 0; i < 900; ++i) {
             const std::size_t length = i == 0 ? 20000 : i % 50 == 0 ? 1000 : 10;
-            table->Insert(
-                std::vector<Value>{Value(), u"第" + ToText(std::int64_t{i}) + u"条", std::u16string(length, u'字')});
+            table->Insert(std::vector<Value>{Value(), own(u"第") + ToText(std::int64_t{i}) + own(u"条"),
+                                             own(std::u16string(length, u'字'))});
         }
     });
     {
         const Database::Reading reading(*database);
-        const auto table = database->FindTable(u"笔记");
+        const auto table = database->FindTable(own(u"笔记"));
         const TableDefinition& definition = table->Definition();
         anatomy.definition = definition.page;
-        anatomy.long_definition = database->FindTable(u"宽")->Definition().page;
-        anatomy.pages = database->FindTable(u"宽")->Definition().pages;
+        anatomy.long_definition = database->FindTable(own(u"宽"))->Definition().page;
+        anatomy.pages = database->FindTable(own(u"宽"))->Definition().pages;
         anatomy.owned_map = definition.owned_map;
         anatomy.data = table->OwnedMap().Next(1);
         anatomy.root = definition.real_indexes[0].root;
@@ -254,8 +283,9 @@ Anatomy MakeHealthy() {
 }
 
 // What can be read but would be made worse by writing.
-TEST(Damage, FilesThatAreOnlyRead) {
-    const Anatomy healthy = MakeHealthy();
+TEST_P(DamageOfOurs, FilesThatAreOnlyRead) {
+    const Anatomy healthy = MakeHealthy(GetParam());
+    const std::u16string notes = test::Fitting(u"笔记", GetParam());
     struct Case {
         const char* name;
         std::function<void(Anatomy&)> damage;
@@ -263,7 +293,8 @@ TEST(Damage, FilesThatAreOnlyRead) {
     };
     const Case cases[] = {
         {"header: pointer to the map of free pages", [](Anatomy& a) { a.content[0x18] ^= 1; }, ErrorNumber::ReadOnly},
-        {"last number of an autonumber", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 20, 0x7FFFFFFF); },
+        {"last number of an autonumber",
+         [](Anatomy& a) { Put<std::uint32_t>(a.InDefinition(a.form.definition_autonumber), 0x7FFFFFFF); },
          ErrorNumber::Overflow},
     };
     for (const Case& test : cases) {
@@ -273,9 +304,9 @@ TEST(Damage, FilesThatAreOnlyRead) {
         test.damage(anatomy);
         files.At(kFile) = anatomy.content;
         const auto database = Database::Open(kFile, {.durable = false, .system = &files});
-        EXPECT_EQ(test::Rows(*database, u"笔记").size(), 900U);
+        EXPECT_EQ(test::Rows(*database, notes).size(), 900U);
         EXPECT_EQ(test::ErrorOf([&] {
-                      test::Insert(*database, u"笔记", {Value(), u"新", u"新"});
+                      test::Insert(*database, notes, {Value(), u"new", u"new"});
                   }),
                   static_cast<std::int32_t>(test.number));
         EXPECT_EQ(files.At(kFile), anatomy.content);
@@ -287,7 +318,8 @@ TEST(Damage, RandomBytes) {
     const std::uint64_t seed = given != nullptr ? std::strtoull(given, nullptr, 10) : 20050412;
     std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
     std::mt19937_64 random(seed);
-    std::map<std::string, Content> files = {{"our own", MakeHealthy().content}};
+    std::map<std::string, Content> files = {{"our own", MakeHealthy(Version::Jet4).content},
+                                            {"our own, older", MakeHealthy(Version::Jet3).content}};
     for (const test::Sample& sample : SmallSamples()) files[sample.file] = test::ReadFile(sample.Path());
     for (const auto& [name, healthy] : files) {
         for (int round = 0; round < 150 && !testing::Test::HasFailure(); ++round) {
@@ -307,8 +339,8 @@ TEST(Damage, RandomBytes) {
     EXPECT_LT(test::PeakMemory(), std::size_t{1} << 30);
 }
 
-TEST(Damage, EachStructure) {
-    const Anatomy healthy = MakeHealthy();
+TEST_P(DamageOfOurs, EachStructure) {
+    const Anatomy healthy = MakeHealthy(GetParam());
     ASSERT_GE(healthy.pages.size(), 2U);
     ASSERT_NE(healthy.root, healthy.leaf);
     ASSERT_FALSE(ExamineQuickly(healthy.content).Any());
@@ -320,43 +352,44 @@ TEST(Damage, EachStructure) {
     const Case cases[] = {
         {"data page: type", [](Anatomy& a) { a.Page(a.data)[0] = 4; }},
         {"data page: owner", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.data) + 4, a.long_definition); }},
-        {"data page: free space", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 2, 4000); }},
-        {"data page: too many slots", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 12, 0xFFFF); }},
-        {"slot beyond the page", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 14, 0x1FFF); }},
-        {"slot inside the slot table", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 16, 5); }},
+        {"data page: free space", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + 2, 1999); }},
+        {"data page: too many slots",
+         [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.data) + a.form.data_slot_count, 0xFFFF); }},
+        {"slot beyond the page", [](Anatomy& a) { Put<std::uint16_t>(a.Slot(0), 0x1FFF); }},
+        {"slot inside the slot table", [](Anatomy& a) { Put<std::uint16_t>(a.Slot(1), 5); }},
         {"slots that rise",
          [](Anatomy& a) {
-             std::swap(a.Page(a.data)[14], a.Page(a.data)[18]);
-             std::swap(a.Page(a.data)[15], a.Page(a.data)[19]);
+             std::swap(a.Slot(0)[0], a.Slot(2)[0]);
+             std::swap(a.Slot(0)[1], a.Slot(2)[1]);
          }},
         {"row that points to itself",
          [](Anatomy& a) {
              Put<std::uint32_t>(a.Row({a.data, 3}), RowPointer{a.data, 3}.ToStored());
-             a.Page(a.data)[14 + 6 + 1] |= 0x40;
+             a.Slot(3)[1] |= 0x40;
          }},
         {"row moved beyond the file",
          [](Anatomy& a) {
              Put<std::uint32_t>(a.Row({a.data, 3}), RowPointer{kFarPage, 3}.ToStored());
-             a.Page(a.data)[14 + 6 + 1] |= 0x40;
+             a.Slot(3)[1] |= 0x40;
          }},
         {"row moved to a row that is deleted",
          [](Anatomy& a) {
              Put<std::uint32_t>(a.Row({a.data, 3}), RowPointer{a.data, 4}.ToStored());
-             a.Page(a.data)[14 + 6 + 1] |= 0x40;
-             a.Page(a.data)[14 + 8 + 1] |= 0xC0;
+             a.Slot(3)[1] |= 0x40;
+             a.Slot(4)[1] |= 0xC0;
          }},
-        {"row deleted under its index", [](Anatomy& a) { a.Page(a.data)[14 + 10 + 1] |= 0xC0; }},
+        {"row deleted under its index", [](Anatomy& a) { a.Slot(5)[1] |= 0xC0; }},
         {"row: column count",
          [](Anatomy& a) {
-             Put<std::uint16_t>(a.Row({a.data, 2}), 999);
+             a.PutInRow({a.data, 2}, 0, 99);
          }},
         {"row: variable columns",
          [](Anatomy& a) {
-             Put<std::uint16_t>(a.RowEnd({a.data, 2}) - 3, 77);
+             a.PutInRow({a.data, 2}, 1, 77);
          }},
         {"row: offset of a value",
          [](Anatomy& a) {
-             Put<std::uint16_t>(a.RowEnd({a.data, 2}) - 5, 4000);
+             a.PutInRow({a.data, 2}, 2, 250);
          }},
         {"map: kind", [](Anatomy& a) { a.Row(a.owned_map)[0] = 7; }},
         {"map: start beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.Row(a.owned_map) + 1, 0xFFFFFFF8); }},
@@ -371,48 +404,56 @@ TEST(Damage, EachStructure) {
              a.Row({1, 0})[5 + a.data / 8] |= static_cast<std::uint8_t>(1 << a.data % 8);
          }},
         {"definition: length", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 8, 0xFFFFFFFF); }},
-        {"definition: columns", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.definition) + 45, 0xFFFF); }},
-        {"definition: indexes", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 51, 0xFFFFFFFF); }},
-        {"definition: names of indexes", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.definition) + 47, 0x7FFFFFFF); }},
+        {"definition: columns",
+         [](Anatomy& a) { Put<std::uint16_t>(a.InDefinition(a.form.definition_max_columns + 4), 0xFFFF); }},
+        {"definition: indexes",
+         [](Anatomy& a) { Put<std::uint32_t>(a.InDefinition(a.form.definition_indexes + 4), 0xFFFFFFFF); }},
+        {"definition: names of indexes",
+         [](Anatomy& a) { Put<std::uint32_t>(a.InDefinition(a.form.definition_indexes), 0x7FFFFFFF); }},
         {"definition: map",
          [](Anatomy& a) {
-             Put<std::uint32_t>(a.Page(a.definition) + 55, RowPointer{kFarPage, 0}.ToStored());
+             Put<std::uint32_t>(a.InDefinition(a.form.definition_owned_map), RowPointer{kFarPage, 0}.ToStored());
          }},
-        {"definition: type of a column", [](Anatomy& a) { a.Page(a.definition)[63 + 24] = 99; }},
+        {"definition: type of a column", [](Anatomy& a) { a.Column(0)[0] = 99; }},
         {"definition: fixed column far out",
-         [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.definition) + 63 + 24 + 21, 4090); }},
+         [](Anatomy& a) {
+             Put(a.Column(0) + (a.IsJet4() ? 21 : 14), static_cast<std::uint16_t>(a.form.page_size - 6));
+         }},
         {"definition: column number twice",
-         [](Anatomy& a) { Put<std::uint16_t>(a.Column(1) + 5, Get<std::uint16_t>(a.Column(0) + 5)); }},
-        {"definition: variable column beyond all", [](Anatomy& a) { Put<std::uint16_t>(a.Column(2) + 7, 99); }},
+         [](Anatomy& a) { Put(a.ColumnNumber(1), Get<std::uint16_t>(a.ColumnNumber(0))); }},
+        {"definition: variable column beyond all", [](Anatomy& a) { Put<std::uint16_t>(a.VariableIndex(2), 99); }},
         {"definition: variable column twice",
-         [](Anatomy& a) { Put<std::uint16_t>(a.Column(2) + 7, Get<std::uint16_t>(a.Column(1) + 7)); }},
-        {"definition: index without a tree", [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 112, 9); }},
-        {"definition: index without columns", [](Anatomy& a) { std::fill_n(a.IndexBlock() + 4, 30, 0xFF); }},
+         [](Anatomy& a) { Put(a.VariableIndex(2), Get<std::uint16_t>(a.VariableIndex(1))); }},
+        {"definition: index without a tree",
+         [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 2 * a.form.real_index_block + 4, 9); }},
+        {"definition: index without columns", [](Anatomy& a) { std::fill_n(a.IndexBlock(), 30, 0xFF); }},
         {"definition: chain in a circle",
          [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.pages.back()) + 4, a.pages.front()); }},
         {"definition: chain to another page",
          [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.pages.front()) + 4, a.data); }},
         {"definition: page type", [](Anatomy& a) { a.Page(a.pages.back())[0] = 8; }},
-        {"index: root beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 38, 0xFFFFFFFF); }},
-        {"index: column that is not there", [](Anatomy& a) { Put<std::uint16_t>(a.IndexBlock() + 4, 200); }},
+        {"index: root beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.IndexBlock() + 34, 0xFFFFFFFF); }},
+        {"index: column that is not there", [](Anatomy& a) { Put<std::uint16_t>(a.IndexBlock(), 200); }},
         {"index: root of another page type", [](Anatomy& a) { a.Page(a.root)[0] = 1; }},
         {"index: owner", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.root) + 4, 2); }},
-        {"index: tail in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.root) + 20, a.root); }},
-        {"index: child in a circle", [](Anatomy& a) { PutBig32(a.Page(a.root) + 0x1E0 + 5 + 4, a.root); }},
-        {"index: leaf chain in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.leaf) + 16, a.leaf); }},
-        {"index: leaf chain beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.leaf) + 16, kFarPage); }},
+        {"index: tail in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Next(a.root) + 4, a.root); }},
+        {"index: child in a circle", [](Anatomy& a) { PutBig32(a.Entries(a.root) + 5 + 4, a.root); }},
+        {"index: leaf chain in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Next(a.leaf), a.leaf); }},
+        {"index: leaf chain beyond the file", [](Anatomy& a) { Put<std::uint32_t>(a.Next(a.leaf), kFarPage); }},
         {"index: way back between leaves",
          [](Anatomy& a) {
-             const auto next = Get<std::uint32_t>(a.Page(a.leaf) + 16);
-             Put<std::uint32_t>(a.Page(next) + 12, next);
+             const auto next = Get<std::uint32_t>(a.Next(a.leaf));
+             Put<std::uint32_t>(a.Next(next) - 4, next);
          }},
-        {"index: ends beyond the page", [](Anatomy& a) { a.Page(a.leaf)[27 + 452] |= 0x80; }},
-        {"index: free space", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.leaf) + 2, 3616); }},
-        {"index: slot that is not there", [](Anatomy& a) { a.Page(a.leaf)[0x1E0 + 8] = 250; }},
-        {"index: prefix", [](Anatomy& a) { Put<std::uint16_t>(a.Page(a.leaf) + 24, 500); }},
-        {"index: entries too short", [](Anatomy& a) { a.Page(a.leaf)[27] = 0xFF; }},
-        {"index: key", [](Anatomy& a) { a.Page(a.leaf)[0x1E0 + 4] ^= 0xFF; }},
-        {"index: row beyond the file", [](Anatomy& a) { a.Page(a.leaf)[0x1E0 + 5] = 0xFF; }},
+        {"index: ends beyond the page",
+         [](Anatomy& a) { a.Page(a.leaf)[a.form.index_mask + a.form.index_mask_bytes - 1] |= 0x80; }},
+        {"index: free space",
+         [](Anatomy& a) { Put(a.Page(a.leaf) + 2, static_cast<std::uint16_t>(a.form.IndexCapacity())); }},
+        {"index: slot that is not there", [](Anatomy& a) { a.Entries(a.leaf)[8] = 250; }},
+        {"index: prefix", [](Anatomy& a) { a.Page(a.leaf)[a.form.index_prefix] = 200; }},
+        {"index: entries too short", [](Anatomy& a) { a.Page(a.leaf)[a.form.index_mask] = 0xFF; }},
+        {"index: key", [](Anatomy& a) { a.Entries(a.leaf)[4] ^= 0xFF; }},
+        {"index: row beyond the file", [](Anatomy& a) { a.Entries(a.leaf)[5] = 0xFF; }},
         {"memo: chain in a circle", [](Anatomy& a) { Put<std::uint32_t>(a.Row(a.chain), a.chain.ToStored()); }},
         {"memo: chain beyond the file",
          [](Anatomy& a) {
@@ -420,18 +461,12 @@ TEST(Damage, EachStructure) {
          }},
         {"memo: chain too short", [](Anatomy& a) { Put<std::uint32_t>(a.Row(a.chain), 0); }},
         {"memo: page owner", [](Anatomy& a) { Put<std::uint32_t>(a.Page(a.chain.page) + 4, 99); }},
-        {"memo: length",
-         [](Anatomy& a) {
-             std::uint8_t* reference = Anatomy::Find(a.Row({a.data, 0}), 200, {0x40, 0x9C, 0, 0});
-             Put<std::uint32_t>(reference, 0x3FFFFFFF);
-         }},
-        {"memo: in its row, but longer",
-         [](Anatomy& a) {
-             Anatomy::Find(a.Row({a.data, 0}), 200, {0x40, 0x9C, 0, 0})[3] = 0x80;
-         }},
+        {"memo: length", [](Anatomy& a) { Put<std::uint32_t>(a.Memo(), 0x3FFFFFFF); }},
+        {"memo: in its row, but longer", [](Anatomy& a) { a.Memo()[3] = 0x80; }},
         {"properties",
          [](Anatomy& a) {
-             std::uint8_t* blob = Anatomy::Find(a.content.data(), a.content.size(), {'M', 'R', '2', 0});
+             std::uint8_t* blob = Anatomy::Find(a.content.data(), a.content.size(),
+                                                Bytes(a.form.property_magic, a.form.property_magic + 4));
              Put<std::uint32_t>(blob + 4, 0xFFFFFFFF);
          }},
     };
@@ -443,6 +478,8 @@ TEST(Damage, EachStructure) {
         EXPECT_TRUE(ExamineQuickly(anatomy.content, true).Any());
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(, DamageOfOurs, testing::Values(Version::Jet3, Version::Jet4), test::VersionName);
 
 }  // namespace
 }  // namespace qmtrain::jet

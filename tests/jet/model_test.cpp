@@ -12,6 +12,7 @@
 #include "jet/database.h"
 #include "jet/row_cursor.h"
 #include "jet/support/scratch.h"
+#include "jet/support/tables.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -19,7 +20,7 @@ namespace {
 using Row = std::vector<Value>;
 
 // One column of every type that can be made.
-TableSpec EveryType() {
+TableSpec EveryType(Version version) {
     using enum ColumnType;
     TableSpec table;
     table.name = u"全部类型";
@@ -44,15 +45,25 @@ TableSpec EveryType() {
         {.name = u"按数", .columns = {{u"长整", false}, {u"整数"}}, .ignore_nulls = true},
         {.name = u"按标识", .columns = {{u"标识"}}, .unique = true},
         {.name = u"按其余", .columns = {{u"货币"}, {u"单精"}, {u"双精", false}, {u"字节"}, {u"是否"}, {u"二进制"}}}};
+    if (version == Version::Jet4) return table;
+    // Other names, and no decimals.
+    table.columns.pop_back();
+    const auto rename = [](std::u16string& name) { name = test::Fitting(name, Version::Jet3); };
+    for (ColumnSpec& column : table.columns) rename(column.name);
+    for (IndexSpec& index : table.indexes) {
+        rename(index.name);
+        for (IndexColumnSpec& part : index.columns) rename(part.column);
+    }
+    rename(table.name);
     return table;
 }
 
 class Series {
 public:
-    explicit Series(std::uint64_t seed) : random_(seed) {
-        database_ = Database::Create(folder_.Path() / "model.mdb");
+    Series(std::uint64_t seed, Version version) : random_(seed), version_(version), spec_(EveryType(version)) {
+        database_ = Database::Create(folder_.Path() / "model.mdb", {.version = version});
         Database::Writing writing(*database_);
-        database_->CreateTable(EveryType());
+        database_->CreateTable(spec_);
         writing.Commit();
     }
 
@@ -77,7 +88,7 @@ public:
     // The table holds what the model holds, by a scan and by every index in its order.
     void Compare() {
         const Database::Reading reading(*database_);
-        const auto table = database_->FindTable(EveryType().name);
+        const auto table = database_->FindTable(spec_.name);
         ASSERT_EQ(table->RowCount(), static_cast<std::int64_t>(model_.size()));
         std::size_t rows = 0;
         RowCursor cursor(*table);
@@ -110,7 +121,7 @@ private:
         static constexpr std::u16string_view kLetters = u"abcXYZ 019-'éüßæΩЖ计算机等级考试（）ＡアｱĀ中";
         std::u16string text;
         while (length-- > 0) text.push_back(kLetters[Pick(static_cast<int>(kLetters.size()))]);
-        return text;
+        return test::Fitting(text, version_);
     }
 
     Bytes RandomBytes(int length) {
@@ -122,8 +133,8 @@ private:
     int LongLength() {
         switch (Pick(8)) {
             case 0: return Pick(40000);
-            case 1: return 4000 + Pick(200);
-            case 2: return 60 + Pick(10);
+            case 1: return (version_ == Version::Jet4 ? 4000 : 2000) + Pick(200);
+            case 2: return (version_ == Version::Jet4 ? 60 : 30) + Pick(10);
             default: return Pick(200);
         }
     }
@@ -142,7 +153,7 @@ private:
             case ColumnType::Binary: return RandomBytes(1 + Pick(40));
             case ColumnType::Text: return RandomText(Pick(Pick(3) == 0 ? 100 : 12));
             case ColumnType::LongBinary: return RandomBytes(LongLength());
-            case ColumnType::Memo: return RandomText(LongLength() / 2);
+            case ColumnType::Memo: return RandomText(LongLength() / static_cast<int>(FormatOf(version_).text_unit));
             case ColumnType::Guid: return GuidToText(RandomBytes(16).data());
             default: return Decimal{Pick(2) == 0, 4, 0, 1 + (random_() >> 1) % 10000000000ULL};
         }
@@ -162,7 +173,7 @@ private:
 
     void Insert() {
         Database::Writing writing(*database_);
-        const auto table = database_->FindTable(EveryType().name);
+        const auto table = database_->FindTable(spec_.name);
         for (int count = Pick(30); count >= 0; --count) {
             Row row;
             for (const Column& column : table->Definition().columns) {
@@ -178,7 +189,7 @@ private:
     void Update() {
         if (model_.empty()) return;
         Database::Writing writing(*database_);
-        const auto table = database_->FindTable(EveryType().name);
+        const auto table = database_->FindTable(spec_.name);
         for (int count = Pick(10); count >= 0; --count) {
             const RowPointer where = AnyRow();
             std::vector<ColumnChange> changes;
@@ -194,7 +205,7 @@ private:
 
     void Delete() {
         Database::Writing writing(*database_);
-        const auto table = database_->FindTable(EveryType().name);
+        const auto table = database_->FindTable(spec_.name);
         for (int count = Pick(25); count >= 0 && !model_.empty(); --count) {
             const RowPointer where = AnyRow();
             table->Delete(where);
@@ -212,7 +223,7 @@ private:
         const auto kept = model_;
         {
             Database::Writing writing(*database_);
-            const auto table = database_->FindTable(EveryType().name);
+            const auto table = database_->FindTable(spec_.name);
             for (const auto& [where, row] : model_) {
                 if (Pick(3) == 0) table->Delete(where);
             }
@@ -236,15 +247,19 @@ private:
 
     test::ScratchFolder folder_;
     std::mt19937_64 random_;
+    Version version_;
+    TableSpec spec_;
     std::unique_ptr<Database> database_;
     std::map<RowPointer, Row> model_;
 };
 
-TEST(Model, RandomChangesAgreeWithAPlainModel) {
+class Model : public testing::TestWithParam<Version> {};
+
+TEST_P(Model, RandomChangesAgreeWithAPlainModel) {
     const char* given = std::getenv("QMTRAIN_SEED");
     const std::uint64_t seed = given != nullptr ? std::strtoull(given, nullptr, 10) : std::random_device{}();
     std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
-    Series series(seed);
+    Series series(seed, GetParam());
     for (int step = 0; step < 300 && !testing::Test::HasFailure(); ++step) {
         SCOPED_TRACE("step " + std::to_string(step));
         series.Step();
@@ -253,6 +268,8 @@ TEST(Model, RandomChangesAgreeWithAPlainModel) {
     }
     series.Check();
 }
+
+INSTANTIATE_TEST_SUITE_P(, Model, testing::Values(Version::Jet3, Version::Jet4), test::VersionName);
 
 }  // namespace
 }  // namespace qmtrain::jet

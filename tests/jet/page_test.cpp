@@ -286,16 +286,20 @@ TEST(Header, MaskStartsAsKnown) {
 }
 
 TEST(Header, WhatIsWrittenIsRead) {
-    for (const double created : {38454.5, -5.5, 0.0}) {
-        Bytes page(kJet4.page_size);
-        WriteHeader({.sort_order = kChineseOrder, .code_page = 936, .created = {created}}, page);
-        const Header header = ReadHeader(page, u"a.mdb");
-        EXPECT_EQ(header.format, &kJet4);
-        EXPECT_EQ(header.sort_order, kChineseOrder);
-        EXPECT_EQ(header.code_page, 936);
-        EXPECT_EQ(header.page_key, 0U);
-        EXPECT_FALSE(header.has_password);
-        EXPECT_TRUE(header.pointers_as_expected);
+    for (const Format* format : {&kJet3, &kJet4}) {
+        for (const double created : {38454.5, -5.5, 0.0}) {
+            Bytes page(format->page_size);
+            WriteHeader(
+                {.version = format->version, .sort_order = kChineseOrder, .code_page = 936, .created = {created}}, page,
+                u"a.mdb");
+            const Header header = ReadHeader(page, u"a.mdb");
+            EXPECT_EQ(header.format, format);
+            EXPECT_EQ(header.sort_order, kChineseOrder);
+            EXPECT_EQ(header.code_page, 936);
+            EXPECT_EQ(header.page_key, 0U);
+            EXPECT_TRUE(header.password.empty());
+            EXPECT_TRUE(header.pointers_as_expected);
+        }
     }
 }
 

@@ -59,7 +59,8 @@ TEST_F(TrainInfoTest, APracticeFromStartToReview) {
 
     const auto database = jet::Database::Open(ClientFile());
     if (HasProgram("mdb-export")) ExpectSameAsMdbTools(*database, ClientFile());
-    if (MdbReaderModules() != nullptr) ExpectSameAsMdbReader(*database, ClientFile());
+    const bool jet4 = database->GetVersion() == jet::Version::Jet4;  // that reader knows no code page but 1252
+    if (MdbReaderModules() != nullptr && jet4) ExpectSameAsMdbReader(*database, ClientFile());
 }
 
 TEST_F(TrainInfoTest, TimeUsedIsSetWhenTheEndLiesBehindTheStart) {

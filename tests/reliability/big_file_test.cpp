@@ -8,16 +8,15 @@
 namespace qmtrain::test {
 namespace {
 
-constexpr std::uint64_t kLimit = std::uint64_t{1} << 31;
-constexpr std::size_t kPage = 4096;
 #ifdef __SANITIZE_ADDRESS__
 constexpr std::size_t kLittleMemory = std::size_t{512} << 20;  // freed memory is kept for a while
 #else
 constexpr std::size_t kLittleMemory = std::size_t{64} << 20;
 #endif
 
-class BigFileTest : public testing::Test {
+class BigFileTest : public testing::TestWithParam<jet::Version> {
 protected:
+    static const jet::Format& Form() { return jet::FormatOf(GetParam()); }
     std::filesystem::path Path() const { return folder_.Path() / "big.mdb"; }
     std::unique_ptr<jet::Database> Open() const {
         return jet::Database::Open(Path(), {.cache_bytes = 4 << 20, .durable = false});
@@ -29,19 +28,19 @@ protected:
 
     // Most of the file is a hole: pages of zeros that count as used and belong to nobody.
     void MakeHollow(std::uint64_t size) {
-        MakeSample(Path(), FileSystem::Native());
+        MakeSample(Path(), FileSystem::Native(), GetParam());
         {
             const auto database = Open();
             Write(*database, [&] {
                 database->CreateTable({.name = u"O", .columns = {{.name = u"B", .type = jet::ColumnType::LongBinary}}});
             });
         }
-        const std::uint64_t from = std::filesystem::file_size(Path()) / kPage;
+        const std::uint64_t from = std::filesystem::file_size(Path()) / Form().page_size;
         std::filesystem::resize_file(Path(), size);
         const auto database = Open();
         Write(*database, [&] {
             jet::UsageMap free = database->Allocator().FreeMap();
-            for (std::uint64_t page = from; page < size / kPage; ++page)
+            for (std::uint64_t page = from; page < size / Form().page_size; ++page)
                 free.Remove(static_cast<jet::PageNumber>(page));
         });
     }
@@ -50,14 +49,15 @@ protected:
 };
 
 // Pages that one table gives back do not make its neighbours' look free, wherever in the file they are.
-TEST_F(BigFileTest, TablesBehindTheFirstMapPage) {
-    for (const std::uint64_t pages : {32700, 32736, 32737, 70000}) {
+TEST_P(BigFileTest, TablesBehindTheFirstMapPage) {
+    const std::uint64_t mapped = Form().PagesPerMapPage();
+    for (const std::uint64_t pages : {mapped - 36, mapped, mapped + 1, 2 * mapped + 5000}) {
         SCOPED_TRACE(pages);
-        MakeHollow(pages * kPage);
+        MakeHollow(pages * Form().page_size);
         {
             const auto database = Open();
             for (int i = 0; i < 60; ++i) {
-                Insert(*database, u"T", {1000 + i, u"", std::u16string(5000, u'长')});
+                Insert(*database, u"T", {1000 + i, u"", Fitting(std::u16string(5000, u'长'), GetParam())});
                 Fill(*database, u"O", 5000);
             }
             Write(*database, [&] { DeleteRows(*database, 100); });
@@ -68,12 +68,12 @@ TEST_F(BigFileTest, TablesBehindTheFirstMapPage) {
     }
 }
 
-TEST_F(BigFileTest, UpToTheLimit) {
+TEST_P(BigFileTest, UpToTheLimit) {
     constexpr std::uint64_t kRoom = std::uint64_t{8} << 20;
-    MakeHollow(IsLongRun() ? std::uint64_t{8} << 20 : kLimit - kRoom);
+    MakeHollow(IsLongRun() ? std::uint64_t{8} << 20 : Form().max_file_size - kRoom);
     if (IsLongRun()) {
         const auto database = Open();
-        while (std::filesystem::file_size(Path()) < kLimit - kRoom - (std::uint64_t{7} << 20)) {
+        while (std::filesystem::file_size(Path()) < Form().max_file_size - kRoom - (std::uint64_t{7} << 20)) {
             Fill(*database, u"O", std::size_t{6} << 20);
         }
     }
@@ -81,8 +81,8 @@ TEST_F(BigFileTest, UpToTheLimit) {
     {
         const auto database = Open();
         Fill(*database, u"O", 3 << 20);
-        Insert(*database, u"T", SampleRow(500));
-        EXPECT_GT(PagesOf(*database), (kLimit - 2 * kRoom) / kPage);
+        Insert(*database, u"T", SampleRow(*database, 500));
+        EXPECT_GT(PagesOf(*database), (Form().max_file_size - 2 * kRoom) / Form().page_size);
         const auto rows = Rows(*database, u"T").size();
         EXPECT_EQ(ErrorOf([&] { Fill(*database, u"O", 9 << 20); }),
                   static_cast<std::int32_t>(ErrorNumber::DatabaseTooLarge));
@@ -91,7 +91,9 @@ TEST_F(BigFileTest, UpToTheLimit) {
         int inserted = 0;
         std::int32_t error = 0;
         for (int key = 501; error == 0 && key < 2000; ++key) {
-            error = ErrorOf([&] { Insert(*database, u"T", {key, u"", std::u16string(20000, u'长')}); });
+            error = ErrorOf([&] {
+                Insert(*database, u"T", {key, u"", Fitting(std::u16string(20000, u'长'), GetParam())});
+            });
             inserted += error == 0 ? 1 : 0;
         }
         EXPECT_EQ(error, static_cast<std::int32_t>(ErrorNumber::DatabaseTooLarge));
@@ -99,13 +101,15 @@ TEST_F(BigFileTest, UpToTheLimit) {
         EXPECT_EQ(Rows(*database, u"T").size(), rows + static_cast<std::size_t>(inserted));
         // Room that is given back is used again.
         Write(*database, [&] { DeleteRows(*database, 100); });
-        Insert(*database, u"T", SampleRow(2000));
-        EXPECT_LE(std::filesystem::file_size(Path()), kLimit);
+        Insert(*database, u"T", SampleRow(*database, 2000));
+        EXPECT_LE(std::filesystem::file_size(Path()), Form().max_file_size);
     }
     EXPECT_LT(PeakMemory() - memory, kLittleMemory);
     const auto database = Open();
     ExpectClean(*database, false);
 }
+
+INSTANTIATE_TEST_SUITE_P(, BigFileTest, testing::Values(jet::Version::Jet3, jet::Version::Jet4), VersionName);
 
 }  // namespace
 }  // namespace qmtrain::test

@@ -6,6 +6,7 @@
 
 #include "jet/support/program.h"
 #include "jet/support/scratch.h"
+#include "support/environment.h"
 
 namespace qmtrain {
 namespace {
@@ -81,6 +82,24 @@ TEST_F(JetsqlTest, MakesLinks) {
               "\"考生笔记\",\"link\",2,7,\"notes.mdb : 笔记\"\r\n");
     EXPECT_FALSE(Run({"--link", "L", "--source", "笔记"}, "other.mdb"));
     EXPECT_TRUE(Run({"--check"}, "other.mdb"));
+}
+
+TEST_F(JetsqlTest, MakesOldFilesAndAsksForPasswords) {
+    const char* const count = "SELECT Count(*) AS N FROM Alt";
+    ASSERT_TRUE(
+        Run({"--create", "--format", "jet3", "--password", "Geheim", "CREATE TABLE Alt (A TEXT(20))"}, "old.mdb"));
+    std::ifstream made(folder_.Path() / "old.mdb", std::ios::binary);
+    made.seekg(0x14);
+    EXPECT_EQ(made.get(), 0) << "the older version";
+    EXPECT_FALSE(Run({count}, "old.mdb"));
+    EXPECT_FALSE(Run({"--password", "geheim", count}, "old.mdb"));
+    EXPECT_EQ(Run({"--password", "Geheim", "--csv", count}, "old.mdb"), "\"N\"\r\n0\r\n");
+    EXPECT_EQ(Run({"--password-file", Script("Geheim\r\n"), "--csv", count}, "old.mdb"), "\"N\"\r\n0\r\n");
+    test::SetEnvironment("QMTRAININFO_PASSWORD", "Geheim");
+    EXPECT_EQ(Run({"--csv", count}, "old.mdb"), "\"N\"\r\n0\r\n");
+    EXPECT_FALSE(Run({"--password", "x", count}, "old.mdb")) << "what is given counts more";
+    test::SetEnvironment("QMTRAININFO_PASSWORD", "");
+    EXPECT_FALSE(Run({"--create", "--format", "jet5"}, "other.mdb"));
 }
 
 TEST_F(JetsqlTest, TheSchemaCanBeLoaded) {

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -15,11 +16,29 @@
 namespace qmtrain::jetsql {
 namespace {
 
+std::u16string FirstLineOf(const std::string& name) {
+    std::ifstream file(ToNativePath(FromUtf8(name)), std::ios::binary);
+    std::string line;
+    std::getline(file, line);
+    if (!file && line.empty()) Raise(ErrorNumber::FileNotFound, {FromUtf8(name)});
+    if (line.ends_with('\r')) line.pop_back();
+    return FromUtf8(line);
+}
+
+std::u16string PasswordOf(const Options& options) {
+    if (!options.password_file.empty()) return FirstLineOf(options.password_file);
+    return options.password.empty() ? EnvironmentVariable("QMTRAININFO_PASSWORD") : FromUtf8(options.password);
+}
+
 std::unique_ptr<jet::Database> OpenFile(const Options& options) {
+    const std::u16string password = PasswordOf(options);
     const std::filesystem::path path = ToNativePath(FromUtf8(options.file));
-    if (options.create) return jet::Database::Create(path, {.sort_order = options.sort_order});
+    if (options.create) {
+        return jet::Database::Create(
+            path, {.sort_order = options.sort_order, .version = options.version, .password = password});
+    }
     const bool runs_sql = !options.explain && (!options.statements.empty() || !options.scripts.empty());
-    return jet::Database::Open(path, {.read_only = !runs_sql && options.link.empty()});
+    return jet::Database::Open(path, {.read_only = !runs_sql && options.link.empty(), .password = password});
 }
 
 Layout LayoutFor(const Options& options) {

@@ -18,6 +18,12 @@ std::uint16_t ParseSortOrder(std::string_view text) {
     return order;
 }
 
+jet::Version ParseVersion(std::string_view text) {
+    if (text == "jet3") return jet::Version::Jet3;
+    if (text == "jet4") return jet::Version::Jet4;
+    throw std::invalid_argument("--format wants jet3 or jet4");
+}
+
 class Parser {
 public:
     explicit Parser(const std::vector<std::string>& arguments) : arguments_(arguments) {}
@@ -74,6 +80,12 @@ private:
             options_.source = Argument();
         else if (option == "--sort")
             options_.sort_order = ParseSortOrder(Argument());
+        else if (option == "--format")
+            options_.version = ParseVersion(Argument());
+        else if (option == "--password")
+            options_.password = Argument();
+        else if (option == "--password-file")
+            options_.password_file = Argument();
         else if (option == "--system")
             options_.system = true;
         else if (option == "--csv")
@@ -117,6 +129,12 @@ Runs SQL statements on a Jet database (.mdb), and looks into it. Statements are 
   --each        with -f: each statement counts alone
   --create      make the file first; it must not exist
   --sort ORDER  its sort order: 0x409 (General, the default) or 0x804 (Chinese)
+  --format VERSION
+                its format: jet4 (the default) or jet3
+  --password P  the database's password; with --create it gets this one. Others may see it in the list of processes,
+                so rather give it in the environment variable QMTRAININFO_PASSWORD, or with
+  --password-file NAME
+                the first line of a file in UTF-8
   --link NAME --connect ";DATABASE=PATH" --source TABLE
                 make a link to a table of another file; a relative path counts from FILE's folder
 

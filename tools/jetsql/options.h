@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "jet/format.h"
 #include "table_writer.h"
 
 namespace qmtrain::jetsql {
@@ -26,6 +27,9 @@ struct Options {
     bool system = false;  // system tables too
     bool help = false;
     std::uint16_t sort_order = 0x0409;
+    jet::Version version = jet::Version::Jet4;
+    std::string password;
+    std::string password_file;
     std::optional<Layout> layout;
 };
 

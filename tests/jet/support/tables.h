@@ -31,6 +31,19 @@ inline std::uint32_t PagesOf(jet::Database& database) {
     return database.PageCount();
 }
 
+// For the names of tests over both versions.
+inline std::string VersionName(const testing::TestParamInfo<jet::Version>& info) {
+    return info.param == jet::Version::Jet3 ? "Jet3" : "Jet4";
+}
+
+// A text that a new file of the version can hold, in General order: in Jet 3 a Latin letter for each other character.
+inline std::u16string Fitting(std::u16string_view text, jet::Version version) {
+    std::u16string fitting(text);
+    if (version == jet::Version::Jet4) return fitting;
+    for (char16_t& unit : fitting) unit = unit < 0x100 ? unit : static_cast<char16_t>(u'a' + unit % 26);
+    return fitting;
+}
+
 // The rows of a table in the order of their storing, values of one row after the other.
 inline std::vector<std::vector<Value>> Rows(jet::Database& database, std::u16string_view name) {
     const jet::Database::Reading reading(database);

@@ -1,0 +1,23 @@
+// Making a new database file.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+
+#include "jet/pager.h"
+#include "jet/schema.h"
+
+namespace qmtrain::jet {
+
+class Database;
+
+// Writes the rows of the new database, those of the system tables too.
+using DatabaseFill = std::function<void(Database&)>;
+
+// Makes a database with the four system tables; `fill` puts all rows into it, in one scope. Without it the system
+// tables get the rows that every database has. The file gets its name when it is complete. Raises DatabaseExists when
+// there is a file of that name.
+void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
+                      const DatabaseFill& fill = {});
+
+}  // namespace qmtrain::jet
