@@ -100,8 +100,12 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         const dao::Connection database(FileOf(folder, plan.bank));
         BankRows rows(*database.operator->(), plan.bank.code);
         plan.existing = rows.Read(progress);
+        for (const KindInfo& kind : Kinds()) {
+            if (!rows.Info(kind.kind).table.empty()) plan.kinds.insert(kind.kind);
+        }
         for (const Question& question : questions) {
-            if (rows.Info(question.kind).table.empty()) {
+            if (!plan.kinds.contains(question.kind)) {
+                ++plan.impossible;
                 plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
                                         u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。"});
             } else if (std::u16string loss = rows.Loss(question); !loss.empty()) {
@@ -122,6 +126,10 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
                                 u"与前面的一道题完全相同。"});
     }
     return plan;
+}
+
+void RemoveImpossible(const ImportPlan& plan, std::vector<Question>& questions) {
+    std::erase_if(questions, [&](const Question& one) { return !plan.is_new && !plan.kinds.contains(one.kind); });
 }
 
 std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code, const Question& question,

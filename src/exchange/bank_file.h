@@ -35,10 +35,12 @@ std::vector<Question> ReadBank(std::u16string_view folder, std::u16string_view c
 // What is to happen with a file's questions.
 struct ImportPlan {
     BankEntry bank;
-    bool is_new = false;  // the bank is
+    bool is_new = false;   // the bank is
+    std::set<Kind> kinds;  // for which it has tables
     std::vector<Question> existing;
     Recognition recognition;
     std::vector<Notice> notices;  // what the bank has no place for, and what is repeated
+    std::size_t impossible = 0;   // questions for whose kind the bank has no table: the plan cannot be carried out
 };
 
 // Compares the questions with the bank of that code; for a new one `wanted` has name and subject. Raises the
@@ -46,6 +48,9 @@ struct ImportPlan {
 // Nothing is written.
 ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::span<const Question> questions,
                       const Progress& progress = {});
+
+// Takes out of the questions those for whose kind the bank has no table; they have to be planned again.
+void RemoveImpossible(const ImportPlan& plan, std::vector<Question>& questions);
 
 struct ImportChoice {
     bool replace = false;            // questions that the file does not have go
