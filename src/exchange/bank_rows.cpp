@@ -305,6 +305,30 @@ void BankRows::Remove(std::u16string_view rec_no) {
     database_.Execute(u"Delete From Tbl_ChoiceVice" + OfQuestion(rec_no));
 }
 
+std::vector<StoredRow> BankRows::Rows(std::u16string_view rec_no) {
+    std::vector<StoredRow> stored;
+    const TableInfo* table = TableOf(rec_no);
+    if (table == nullptr) return stored;
+    for (const std::u16string& name : {table->table, std::u16string(u"Tbl_ChoiceVice")}) {
+        const auto rows = database_.OpenRecordset(u"Select * From " + name + OfQuestion(rec_no));
+        for (; !rows->Eof(); rows->MoveNext()) {
+            StoredRow& row = stored.emplace_back();
+            row.table = name;
+            for (const auto& field : rows->Fields()) row.fields.emplace_back(field->Name(), field->Value());
+        }
+    }
+    return stored;
+}
+
+void BankRows::PutBack(const std::vector<StoredRow>& stored) {
+    for (const StoredRow& row : stored) {
+        const auto rows = database_.OpenRecordset(u"Select Top 1 * From " + row.table);
+        rows->AddNew();
+        for (const auto& [name, value] : row.fields) rows->Fields(name).Value(value);
+        rows->Update();
+    }
+}
+
 std::u16string BankRows::Loss(const Question& question) const {
     const TableInfo& info = Info(question.kind);
     std::u16string out;

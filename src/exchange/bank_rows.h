@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "dao/dao.h"
@@ -25,6 +26,12 @@ struct TableInfo {
     bool category = false;
     bool difficulty = false;
     bool keywords = false;
+};
+
+// A row as it stands in a table, whatever its columns.
+struct StoredRow {
+    std::u16string table;
+    std::vector<std::pair<std::u16string, Value>> fields;
 };
 
 // A text as banks store it: plain where it has no format, else RTF.
@@ -49,6 +56,10 @@ public:
     void Add(const Question& question, std::int32_t subject);
     void Change(const Question& question);
     void Remove(std::u16string_view rec_no);
+
+    // A question with all that the tables have of it, its documents as well; and back into the tables.
+    std::vector<StoredRow> Rows(std::u16string_view rec_no);
+    void PutBack(const std::vector<StoredRow>& rows);
 
     // What the tables have no place for, for the user; empty when they take all of it.
     std::u16string Loss(const Question& question) const;

@@ -69,7 +69,8 @@ int Parse(CLI::App& app, const std::vector<std::string>& words, const std::funct
         std::fputs((chosen.empty() ? &app : chosen.front())->help().c_str(), stdout);
         return 0;
     } catch (const CLI::RequiredError& error) {
-        Refuse(u"缺少参数 " + before(error.what(), ' ') + std::u16string(kMore));
+        const bool command = std::string_view(error.what()).starts_with("A ");
+        Refuse(std::u16string(command ? u"缺少命令" : u"缺少参数 " + before(error.what(), ' ')) + std::u16string(kMore));
     } catch (const CLI::ArgumentMismatch& error) {
         Refuse(u"参数 " + before(error.what(), ':') + u" 后面的内容太少或太多" + std::u16string(kMore));
     } catch (const CLI::ConversionError& error) {

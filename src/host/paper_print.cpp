@@ -88,8 +88,11 @@ private:
 
     void Set(std::u16string_view text, const ui::CharacterFormat& format) {
         PangoFontDescription* font = pango_font_description_new();
-        const bool own = !format.font.empty() && format.font != ui::kQuestionFont;
-        pango_font_description_set_family(font, own ? (ToUtf8(format.font) + "," + kFamilies).c_str() : kFamilies);
+        const bool program = format.font == exchange::kProgramFont;
+        const std::string own = format.font.empty() || format.font == ui::kQuestionFont
+                                    ? std::string()
+                                    : ToUtf8(format.font) + (program ? ",Liberation Mono,monospace," : ",");
+        pango_font_description_set_family(font, (own + kFamilies).c_str());
         const int half_points = format.half_points > 0 ? format.half_points : ui::kQuestionHalfPoints;
         const double share = format.script == ui::Script::Normal ? 1 : 0.65;
         pango_font_description_set_absolute_size(font, half_points / 2.0 * share * PANGO_SCALE);
