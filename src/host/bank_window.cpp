@@ -26,6 +26,7 @@ namespace qmtrain::host {
 namespace {
 
 const wxSize kFirstSize(1040, 680);  // pixels of an unscaled screen
+constexpr int kLeastHeight = 420;
 constexpr int kTreeWidth = 210;
 constexpr int kMinutes = 60;
 constexpr std::u16string_view kTitle = u"题库管理";
@@ -123,6 +124,7 @@ void BankWindow::Build() {
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     const auto button = [&](std::u16string_view text, std::u16string_view tip, int gap) {
         auto* made = new wxButton(this, wxID_ANY, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+        made->SetMinSize(wxSize(made->GetTextExtent(made->GetLabelText()).x + FromDIP(kWide), -1));
         made->SetToolTip(ui::ToWx(tip));
         buttons->Add(made, 0, wxRIGHT, FromDIP(gap));
         return made;
@@ -144,6 +146,7 @@ void BankWindow::Build() {
     all->Add(split, 1, wxEXPAND | wxALL, FromDIP(kMargin));
     all->Add(buttons, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kMargin));
     SetSizer(all);
+    SetMinClientSize(wxSize(buttons->GetMinSize().x + 2 * FromDIP(kMargin) + FromDIP(kWide), FromDIP(kLeastHeight)));
     SetSize(FromDIP(kFirstSize));
     split->SplitVertically(TreeBanks, right, FromDIP(kTreeWidth));
     right->SplitHorizontally(above, below, FromDIP(kFirstSize.y / 2 - 20));

@@ -51,11 +51,11 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
     page_->SetScrollRate(0, FromDIP(kWide));
     auto* box = new wxBoxSizer(wxVERTICAL);
 
-    auto* head = new wxFlexGridSizer(2, FromDIP(wxSize(kGap, kGap)));
-    head->AddGrowableCol(1);
+    auto* head = new wxBoxSizer(wxHORIZONTAL);
     const auto field = [&](std::u16string_view caption, wxWindow* control) {
-        head->Add(Caption(page_, caption), 0, wxALIGN_CENTRE_VERTICAL);
-        head->Add(control, 0, wxEXPAND);
+        head->Add(Caption(page_, caption), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kTiny));
+        head->Add(control, control->IsKindOf(wxCLASSINFO(wxTextCtrl)) ? 1 : 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT,
+                  FromDIP(kGap));
         SetSpokenName(*control, caption);
     };
     CboKind = new wxChoice(page_, wxID_ANY);
@@ -73,17 +73,17 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
 
     BuildTools(box);
     box->Add(Caption(page_, u"题干（填空题的空写作 ____ 或【1】【2】…）"), 0, wxBOTTOM, FromDIP(kTiny));
-    TxtStem = new RichEditor(page_, kStemSize);
+    TxtStem = RichEditor::InFrame(page_, kStemSize);
     SetSpokenName(*TxtStem, u"题干");
     TxtStem->SetRich(question_.stem);
-    box->Add(TxtStem, 3, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
+    box->Add(TxtStem->Frame(), 3, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
     answer_ = new wxBoxSizer(wxVERTICAL);
     box->Add(answer_, 0, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
     box->Add(Caption(page_, u"解析"), 0, wxBOTTOM, FromDIP(kTiny));
-    TxtAnalysis = new RichEditor(page_, kAnalysisSize);
+    TxtAnalysis = RichEditor::InFrame(page_, kAnalysisSize);
     SetSpokenName(*TxtAnalysis, u"解析");
     TxtAnalysis->SetRich(question_.analysis);
-    box->Add(TxtAnalysis, 1, wxEXPAND);
+    box->Add(TxtAnalysis->Frame(), 1, wxEXPAND);
     auto* margin = new wxBoxSizer(wxVERTICAL);
     margin->Add(box, 1, wxEXPAND | wxALL, FromDIP(kMargin));
     page_->SetSizer(margin);
@@ -146,6 +146,7 @@ void QuestionEditor::BuildTools(wxSizer* box) {
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     const auto add = [&](std::u16string_view text, std::u16string_view tip, auto action) {
         auto* button = new wxButton(page_, wxID_ANY, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+        button->SetMinSize(wxSize(button->GetTextExtent(button->GetLabelText()).x + FromDIP(kWide), -1));
         button->SetToolTip(ui::ToWx(tip));
         SetSpokenName(*button, tip);
         button->Bind(wxEVT_BUTTON, [this, action](wxCommandEvent&) {
@@ -256,11 +257,11 @@ void QuestionEditor::AddOption(const exchange::Option& option) {
             if (other != right) other->SetValue(false);
         }
     });
-    auto* text = new RichEditor(page_, kOptionSize);
+    auto* text = RichEditor::InFrame(page_, kOptionSize);
     SetSpokenName(*text, u"选项 " + letter);
     text->SetRich(option.text);
     row->Add(right, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
-    row->Add(text, 1, wxEXPAND);
+    row->Add(text->Frame(), 1, wxEXPAND);
     answer_->Add(row, 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
     ChkRight.push_back(right);
     TxtOptions.push_back(text);

@@ -2,7 +2,9 @@
 
 #include <wx/log.h>
 #include <wx/mstream.h>
+#include <wx/panel.h>
 #include <wx/settings.h>
+#include <wx/sizer.h>
 
 #include "core/error.h"
 #include "core/text.h"
@@ -52,7 +54,7 @@ ui::CharacterFormat FormatOf(const wxRichTextAttr& attributes) {
 
 RichEditor::RichEditor(wxWindow* parent, wxSize least)
     : wxRichTextCtrl(parent, wxID_ANY, wxString(), wxDefaultPosition, parent->FromDIP(least),
-                     wxRE_MULTILINE | wxBORDER_THEME) {
+                     wxRE_MULTILINE | wxBORDER_NONE) {
     SetMinSize(parent->FromDIP(least));
     const wxColour ground = wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW);
     SetBackgroundColour(ground);
@@ -63,6 +65,20 @@ RichEditor::RichEditor(wxWindow* parent, wxSize least)
     basic.SetParagraphSpacingBefore(0);
     basic.SetLineSpacing(10);
     SetBasicStyle(basic);
+}
+
+RichEditor* RichEditor::InFrame(wxWindow* parent, wxSize least) {
+    auto* frame = new wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
+    auto* editor = new RichEditor(frame, least);
+    auto* sizer = new wxBoxSizer(wxVERTICAL);
+    sizer->Add(editor, 1, wxEXPAND);
+    frame->SetSizer(sizer);
+    return editor;
+}
+
+void RichEditor::DoSetSize(int x, int y, int width, int height, int flags) {
+    scrollbars_.Fit(*this, width, height);
+    wxRichTextCtrl::DoSetSize(x, y, width, height, flags);
 }
 
 void RichEditor::SetRich(const ui::RichText& text) {
