@@ -1,5 +1,7 @@
 #include "host/rich_editor.h"
 
+#include <cstdlib>
+
 #include <wx/log.h>
 #include <wx/mstream.h>
 #include <wx/panel.h>
@@ -88,13 +90,6 @@ void RichEditor::SetRich(const ui::RichText& text) {
     bool first = true;
     for (const ui::Paragraph& paragraph : text.Paragraphs()) {
         if (!std::exchange(first, false)) Newline();
-        const bool bullet = !paragraph.format.bullet.empty();
-        const bool numbered = bullet && paragraph.format.bullet.back() == u'.';
-        if (numbered) {
-            BeginNumberedBullet(static_cast<int>(std::stol("0" + ToUtf8(paragraph.format.bullet))), 40, 40);
-        } else if (bullet) {
-            BeginSymbolBullet(ui::ToWx(paragraph.format.bullet), 40, 40);
-        }
         for (const ui::Run& run : paragraph.runs) {
             if (run.picture != nullptr) {
                 WritePicture(run.picture);
@@ -104,11 +99,34 @@ void RichEditor::SetRich(const ui::RichText& text) {
             WriteText(ui::ToWx(run.text));
             EndStyle();
         }
-        if (bullet) numbered ? EndNumberedBullet() : EndSymbolBullet();
     }
+    SetBullets(text);
     EndSuppressUndo();
     SetInsertionPoint(0);
     DiscardEdits();
+}
+
+// What is begun while text is written counts for the next paragraph only.
+void RichEditor::SetBullets(const ui::RichText& text) {
+    constexpr int kIndent = 40;  // tenths of a millimetre
+    auto child = GetBuffer().GetChildren().begin();
+    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+        if (child == GetBuffer().GetChildren().end()) break;
+        wxRichTextAttr& attributes = (*child)->GetAttributes();
+        ++child;
+        const std::u16string& bullet = paragraph.format.bullet;
+        if (bullet.empty()) continue;
+        attributes.SetLeftIndent(kIndent, kIndent);
+        if (bullet.back() == u'.') {
+            attributes.SetBulletStyle(wxTEXT_ATTR_BULLET_STYLE_ARABIC | wxTEXT_ATTR_BULLET_STYLE_PERIOD);
+            attributes.SetBulletNumber(static_cast<int>(std::strtol(ToUtf8(bullet).c_str(), nullptr, 10)));
+        } else {
+            attributes.SetBulletStyle(wxTEXT_ATTR_BULLET_STYLE_SYMBOL);
+            attributes.SetBulletText(ui::ToWx(bullet));
+        }
+    }
+    GetBuffer().Invalidate(wxRICHTEXT_ALL);
+    LayoutContent();
 }
 
 void RichEditor::WritePicture(std::shared_ptr<const ui::Picture> picture) {

@@ -33,6 +33,7 @@ protected:
     void DoSetSize(int x, int y, int width, int height, int flags) override;
 
 private:
+    void SetBullets(const ui::RichText& text);
     void WritePicture(std::shared_ptr<const ui::Picture> picture);
 
     // Those in the text, each known to it by its place here: what the box keeps of a picture is not all of it.

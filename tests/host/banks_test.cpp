@@ -47,7 +47,8 @@ protected:
 
     std::string Questions(std::int32_t paper) const {
         std::string out;
-        for (const PaperQuestion& one : FindPaper(data_, paper).value().questions) out += ToUtf8(one.rec_no) + " ";
+        const Paper found = FindPaper(data_, paper).value();
+        for (const PaperQuestion& one : found.questions) out += ToUtf8(one.rec_no) + " ";
         return out;
     }
 
@@ -91,7 +92,7 @@ TEST_P(BothEditionsTest, FromAFileToTheReviewAndBack) {
     for (std::size_t i = 0; i < std::size(answers); ++i) practice.Answer(i, answers[i]);
     EXPECT_EQ(practice.HandIn().Score(), 32);
     EXPECT_EQ(Reviewed(practice.TrainID(), GetParam()),
-              "栈的特点是|线性结构有|队列先进先出|插入称【1】，删除称【2】|写出判断栈空的函数|");
+              "栈的特点是|插入称【1】，删除称【2】|队列先进先出|线性结构有|写出判断栈空的函数|");
     Note note;
     note.ClientPath(data_.path);
     std::u16string problem;
@@ -106,7 +107,7 @@ TEST_P(BothEditionsTest, FromAFileToTheReviewAndBack) {
         u",判断,栈是先进先出的,,,,错\n");
     if (net) PackPapers(data_, {number}, data_.LocalPaper());
     EXPECT_EQ(Reviewed(practice.TrainID(), GetParam()),
-              "栈的特点是|线性结构有|队列是先进先出的|插入称【1】，删除称【2】|写出判断栈空的函数|");
+              "栈的特点是|插入称【1】，删除称【2】|队列是先进先出的|线性结构有|写出判断栈空的函数|");
     const Question changed = LoadQuestion(data_, GetParam(), 1, paper.questions[0]);
     EXPECT_EQ(ToUtf8(changed.options[1].PlainText()), "后进先出");
     note.LoadFromOther(u"DS", u"DS010001", 1, false, test::kCandidate);
@@ -153,7 +154,8 @@ TEST_F(BanksTest, SeldomUsedQuestionsComeFirst) {
     rules.seldom_first = true;
     const auto used = UsesOf(data_, u"JC");
     int unused = 0;
-    for (const PaperQuestion& one : FindPaper(data_, MakePaper(data_, rules)).value().questions) {
+    const Paper paper = FindPaper(data_, MakePaper(data_, rules)).value();
+    for (const PaperQuestion& one : paper.questions) {
         unused += one.data_code == u"DS" || !used.contains(one.rec_no);
     }
     EXPECT_EQ(unused, 6);
