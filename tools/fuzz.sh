@@ -15,9 +15,11 @@ fuzz_one() {
 # fuzz_all SECONDS
 fuzz_all() {
   local seconds=$1 programs=build/fuzz/tests sample samples=${QMTRAIN_SAMPLES:-../shared/data/mdb}
-  need_packages cmake ninja-build clang libgtest-dev libsqlite3-dev libwxgtk3.2-dev
-  build fuzz -- fuzz_jet_read fuzz_jet_write fuzz_jet_journal fuzz_rtf fuzz_parser
-  mkdir -p build/fuzz/corpus/{jet_read,jet_write,jet_journal,rtf,sql}
+  need_packages cmake ninja-build clang libgtest-dev libsqlite3-dev libwxgtk3.2-dev libpugixml-dev \
+    libxml2-dev libcli11-dev libpango1.0-dev pkg-config
+  build fuzz -- fuzz_jet_read fuzz_jet_write fuzz_jet_journal fuzz_rtf fuzz_parser fuzz_gift fuzz_aiken fuzz_csv \
+    fuzz_moodlexml
+  mkdir -p build/fuzz/corpus/{jet_read,jet_write,jet_journal,rtf,sql,gift,aiken,csv,moodlexml}
   "$programs/fuzz/fuzz_jet_read" -seeds=build/fuzz/corpus/jet_read
   for sample in "$samples"/*.mdb "$samples"/*/*.mdb; do
     if [ -f "$sample" ] && [ "$(stat -c %s "$sample")" -lt 400000 ]; then cp "$sample" build/fuzz/corpus/jet_read; fi
@@ -27,4 +29,7 @@ fuzz_all() {
   fuzz_one jet_journal "$programs/fuzz/fuzz_jet_journal" "$seconds" -max_len=20000
   fuzz_one rtf "$programs/fuzz/fuzz_rtf" "$seconds" -max_len=4096 -dict=tests/fuzz/rtf.dict
   fuzz_one sql "$programs/sql/fuzz_parser" "$seconds" -max_len=1000
+  for sample in gift aiken csv moodlexml; do
+    fuzz_one "$sample" "$programs/fuzz/fuzz_$sample" "$seconds" -max_len=4096 -dict=tests/fuzz/questions.dict
+  done
 }

@@ -29,6 +29,7 @@ std::u16string QuestionTable(std::u16string_view name, std::u16string_view answe
         .append(name)
         .append(u" (C_RecNo TEXT(50), C_DataCode TEXT(50), SubjectCode LONG, M_Title MEMO, ")
         .append(answer_columns)
+        .append(u", M_Analysis MEMO, C_Category TEXT(255), I_Difficulty LONG")
         .append(u", CONSTRAINT PrimaryKey PRIMARY KEY (C_RecNo, C_DataCode, SubjectCode));");
 }
 
@@ -37,7 +38,8 @@ std::u16string BankTables() {
     for (const std::u16string_view name : {u"TBL_CHOICE", u"TBL_CHOICES", u"TBL_YESNO", u"TBL_FILL"}) {
         tables += QuestionTable(name, u"C_Answer TEXT(255)");
     }
-    return tables + QuestionTable(u"TBL_OPERATION", u"M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY");
+    return tables + QuestionTable(u"TBL_OPERATION",
+                                  u"M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY, M_Keywords MEMO");
 }
 
 }  // namespace

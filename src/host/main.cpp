@@ -1,12 +1,15 @@
 // qmtrain: the component's own host, with which a candidate practises.
 
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "core/error.h"
 #include "core/files.h"
 #include "core/log.h"
 #include "core/system.h"
 #include "core/text.h"
+#include "host/commands_exchange.h"
 #include "host/data_folder.h"
 #include "host/history_list.h"
 #include "host/options.h"
@@ -17,6 +20,17 @@ namespace {
 
 using namespace qmtrain;
 using namespace qmtrain::host;
+
+// Those that read their own words.
+struct Command {
+    const char* name;
+    int (*run)(const std::vector<std::string>& words);
+};
+constexpr Command kCommands[] = {
+    {"import", ImportCommand},
+    {"export", ExportCommand},
+    {"paper", PaperCommand},
+};
 
 int Run(const Options& options) {
     if (options.help) {
@@ -48,7 +62,11 @@ int Run(const Options& options) {
 int main(int argc, char** argv) {
     const Utf8Streams streams;
     try {
-        return Run(ParseOptions(CommandLineWords(argc, argv)));
+        const std::vector<std::string> words = CommandLineWords(argc, argv);
+        for (const Command& command : kCommands) {
+            if (!words.empty() && words[0] == command.name) return command.run({words.begin() + 1, words.end()});
+        }
+        return Run(ParseOptions(words));
     } catch (const AutomationError& error) {
         std::fprintf(stderr, "qmtrain: %s\n", error.what());
         return error.Number() == kComponentError ? 2 : 1;

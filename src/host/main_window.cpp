@@ -11,6 +11,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "host/ask.h"
+#include "host/bank_menu.h"
 #include "host/form_dialog.h"
 #include "host/look.h"
 #include "host/options.h"
@@ -298,6 +299,14 @@ void MainWindow::BuildMenu() {
     add(practice, u"练习历史(&H)…\tCtrl+H", [this] { ShowHistory(); });
     add(practice, u"笔记管理(&N)…\tCtrl+N", [this] { ShowNotes(); });
     bar->Append(practice, ui::ToWx(u"练习(&T)"));
+    const auto selected = [this]() -> std::optional<Paper> {
+        const int row = LvPapers->GetSelectedRow();
+        if (row == wxNOT_FOUND) return std::nullopt;
+        return overview_.papers[static_cast<std::size_t>(row)].paper;
+    };
+    bar->Append(
+        MakeBankMenu(*this, folder_, read_only_, {selected, [this] { return GetEdition(); }, [this] { Fill(); }}),
+        ui::ToWx(u"题库(&B)"));
     auto* help = new wxMenu;
     add(help, u"考生须知(&I)\tF1", [this] { ShowRules(); });
     add(help, u"关于(&A)", [this] { ui::Inform(this, std::u16string(kTitle) + u"\n" + FromUtf8(kVersion), u"关于"); });

@@ -39,6 +39,8 @@ const char* const kHelp =
     "  practice       练习一份试卷\n"
     "  history        打开练习历史窗口\n"
     "  notes          打开笔记管理窗口\n"
+    "  import         把文件中的试题导入题库；export：导出题库（各有 --help）\n"
+    "  paper          组卷、打包成网络版试卷库、印成 PDF（make、pack、print）\n"
     "\n"
     "选项：\n"
     "  --data 文件夹      数据库所在的文件夹\n"

@@ -1,6 +1,7 @@
 #include "host_pictures.h"
 
 #include <cstdio>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -12,12 +13,16 @@
 #include "core/log.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "host/bank_window.h"
 #include "host/form_dialog.h"
 #include "host/hand_in_dialog.h"
+#include "host/import_dialog.h"
 #include "host/keys_dialog.h"
 #include "host/main_window.h"
 #include "host/note_dialog.h"
 #include "host/practice_window.h"
+#include "host/question_editor.h"
+#include "host/rules_dialog.h"
 #include "host/sample_data.h"
 #include "ui/screenshot.h"
 
@@ -176,6 +181,49 @@ void Forms(Player& player, const DataFolder& folder) {
     player.Play([&subject] { subject.ShowModal(); });
 }
 
+// A file with a good question, two that change on the way, and two that cannot be taken.
+constexpr std::string_view kFileToImport =
+    "::栈:: 栈的特点是{~先进先出 =先进后出 ~随机存取}\n\n"
+    "十进制数 30 转换成二进制数是{#11110:1}\n\n"
+    "下列属于输入设备的有{~%70%键盘 ~%30%鼠标 ~打印机}\n\n"
+    "邮箱地址的格式是{=name@host}\n\n"
+    "没有结束的题{=甲 ~乙\n\n"
+    "在 GB 2312 编码中，一个汉字用 1 个字节表示。{T}\n";
+
+void Banks(Player& player, const DataFolder& folder, const fs::path& pictures, bool small) {
+    BankWindow window(nullptr, folder, false);
+    if (small) window.SetClientSize(window.GetMinClientSize());
+    player.Do([&window] { window.Select(u"JC010009"); });
+    player.Picture("banks", [&window] { return &window; });
+    player.Do([&window] { window.EndModal(wxID_CANCEL); });
+    player.Play([&window] { window.ShowModal(); });
+
+    BankEditing editing(folder);
+    editing.Open(u"CX");
+    for (const auto& [name, rec_no] :
+         {std::pair{"question-choice", u"CX010004"}, std::pair{"question-fill", u"CX040003"}}) {
+        QuestionEditor editor(nullptr, editing, *editing.Find(rec_no));
+        if (small) editor.SetSize(editor.FromDIP(wxSize(720, 480)));
+        player.Picture(name, [&editor] { return &editor; });
+        player.Do([&editor] { editor.EndModal(wxID_CANCEL); });
+        player.Play([&editor] { editor.ShowModal(); });
+    }
+
+    const fs::path file = pictures / "import.gift";
+    std::ofstream(file) << kFileToImport;
+    ImportDialog import(nullptr, folder, u"JC");
+    if (small) import.SetSize(import.FromDIP(wxSize(620, 460)));
+    import.Read({FromNativePath(file)});
+    player.Picture("import", [&import] { return &import; });
+    player.Do([&import] { import.EndModal(wxID_CANCEL); });
+    player.Play([&import] { import.ShowModal(); });
+
+    RulesDialog rules(nullptr, folder);
+    player.Picture("rules", [&rules] { return &rules; });
+    player.Do([&rules] { rules.EndModal(wxID_CANCEL); });
+    player.Play([&rules] { rules.ShowModal(); });
+}
+
 }  // namespace
 
 void TakeHostPictures(const fs::path& pictures, bool small) {
@@ -197,6 +245,18 @@ void TakeHostPictures(const fs::path& pictures, bool small) {
     Main(player, folder, small, "main-unfinished");
     Main(player, nothing, small, "main-empty");
     Forms(player, folder);
+}
+
+void TakeBankPictures(const fs::path& pictures, bool small) {
+    const fs::path data = pictures / "bank-data";
+    fs::remove_all(data);
+    fs::create_directories(data);
+    SetComponentFolder(data);
+    const DataFolder folder{FromNativePath(data)};
+    MakeSampleData(folder.path);
+    SeedHistory(folder.path, 1, 1, 12, 1);
+    Player player(pictures, small ? "-small" : "");
+    Banks(player, folder, pictures, small);
 }
 
 }  // namespace qmtrain::screenshots

@@ -1,5 +1,5 @@
 // Opens the component's windows on made-up data and writes a picture of each:
-//   screenshots FOLDER [host | host-small]
+//   screenshots FOLDER [host | host-small | banks | banks-small]
 // With "host" it takes those of the host's windows instead, with "host-small" at their least size.
 // Needs ImageMagick and a display; "xvfb-run -a -s '-screen 0 1600x1200x24' screenshots FOLDER" has one that nobody
 // sees.
@@ -123,8 +123,9 @@ void Empty(const Scene& scene) {
 
 int main(int argc, char** argv) {
     const std::string what = argc == 3 ? argv[2] : "";
-    if (argc < 2 || argc > 3 || (argc == 3 && what != "host" && what != "host-small")) {
-        std::fputs("usage: screenshots FOLDER [host | host-small]\n", stderr);
+    if (argc < 2 || argc > 3 ||
+        (argc == 3 && what != "host" && what != "host-small" && what != "banks" && what != "banks-small")) {
+        std::fputs("usage: screenshots FOLDER [host | host-small | banks | banks-small]\n", stderr);
         return 2;
     }
     if (!ui::StartToolkit(u"screenshots")) {
@@ -132,6 +133,10 @@ int main(int argc, char** argv) {
         return 1;
     }
     const fs::path folder = argv[1];
+    if (what.starts_with("banks")) {
+        screenshots::TakeBankPictures(folder, what == "banks-small");
+        return 0;
+    }
     if (!what.empty()) {
         screenshots::TakeHostPictures(folder, what == "host-small");
         return 0;

@@ -1,0 +1,156 @@
+#include "exchange/bank_file.h"
+
+#include <algorithm>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "core/statement_text.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "exchange/bank_rows.h"
+#include "exchange/checks.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+constexpr std::size_t kLongestCode = 20;
+constexpr std::size_t kLongestName = 255;
+
+std::u16string Catalogue(std::u16string_view folder) {
+    return InFolder(folder, u"Total.mdb");
+}
+
+std::vector<BankEntry> Entries(std::u16string_view folder, const std::u16string& condition) {
+    const dao::Connection catalogue(Catalogue(folder));
+    const auto rows =
+        catalogue->OpenRecordset(u"Select * From Tbl_Subject" + condition + u" Order By SubjectCode, C_DataCode");
+    std::vector<BankEntry> banks;
+    for (; !rows->Eof(); rows->MoveNext()) {
+        banks.push_back(
+            {TextOr(rows->Fields(u"C_DataCode").Value(), u""), TextOr(rows->Fields(u"C_DataDescription").Value(), u""),
+             TextOr(rows->Fields(u"C_DataName").Value(), u""), LongOr(rows->Fields(u"SubjectCode").Value(), 0)});
+    }
+    return banks;
+}
+
+[[noreturn]] void Refuse(std::u16string text) {
+    RaiseComponentError(u"qmtrain", std::move(text));
+}
+
+// The code begins record numbers, and names the file.
+void RequireCode(std::u16string_view code) {
+    const bool plain =
+        !code.empty() && code.size() <= kLongestCode && std::all_of(code.begin(), code.end(), [](char16_t unit) {
+            return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z') || (unit >= u'0' && unit <= u'9') ||
+                   unit == u'_';
+        });
+    if (!plain) {
+        Refuse(std::u16string(u"题库代码“").append(Brief(code)).append(u"”应当是 1 到 20 个英文字母或数字。"));
+    }
+}
+
+BankEntry Required(std::u16string_view folder, std::u16string_view code) {
+    RequireNoQuote(code);
+    std::optional<BankEntry> bank = FindBank(folder, code);
+    if (!bank) Refuse(std::u16string(u"题库目录中没有代码为“").append(Brief(code)).append(u"”的题库。"));
+    return *std::move(bank);
+}
+
+}  // namespace
+
+// A bank lies in the folder of its catalogue: what the catalogue says cannot lead out of it.
+std::u16string FileOf(std::u16string_view folder, const BankEntry& bank) {
+    const bool plain = !bank.file.empty() && bank.file != u"." && bank.file != u".." &&
+                       bank.file.find_first_of(u"\\/:*?\"<>|") == std::u16string::npos;
+    if (!plain) Raise(ErrorNumber::InvalidPath, {bank.file});
+    return InFolder(folder, bank.file);
+}
+
+std::vector<BankEntry> BanksIn(std::u16string_view folder) {
+    return Entries(folder, u"");
+}
+
+std::optional<BankEntry> FindBank(std::u16string_view folder, std::u16string_view code) {
+    RequireNoQuote(code);
+    std::vector<BankEntry> found = Entries(folder, std::u16string(u" Where C_DataCode='").append(code).append(u"'"));
+    if (found.empty()) return std::nullopt;
+    return std::move(found.front());
+}
+
+std::vector<Question> ReadBank(std::u16string_view folder, std::u16string_view code, const Progress& progress) {
+    const BankEntry bank = Required(folder, code);
+    const dao::Connection database(FileOf(folder, bank));
+    return BankRows(*database.operator->(), bank.code).Read(progress);
+}
+
+ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::span<const Question> questions,
+                      const Progress& progress) {
+    RequireCode(wanted.code);
+    ImportPlan plan;
+    plan.bank = wanted;
+    const std::optional<BankEntry> known = FindBank(folder, wanted.code);
+    plan.is_new = !known;
+    if (known) {
+        plan.bank = *known;
+        if (wanted.subject != 0 && wanted.subject != known->subject) {
+            Refuse(u"题库“" + known->name + u"”（" + known->code + u"）属于科目 " + ToText(known->subject) +
+                   u"，不是科目 " + ToText(wanted.subject) + u"。");
+        }
+        const dao::Connection database(FileOf(folder, plan.bank));
+        BankRows rows(*database.operator->(), plan.bank.code);
+        plan.existing = rows.Read(progress);
+        for (const KindInfo& kind : Kinds()) {
+            if (!rows.Info(kind.kind).table.empty()) plan.kinds.insert(kind.kind);
+        }
+        for (const Question& question : questions) {
+            if (!plan.kinds.contains(question.kind)) {
+                ++plan.impossible;
+                plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
+                                        u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。"});
+            } else if (std::u16string loss = rows.Loss(question); !loss.empty()) {
+                plan.notices.push_back(
+                    {Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()), std::move(loss)});
+            }
+        }
+    } else {
+        if (plan.bank.subject == 0) plan.bank.subject = 1;
+        if (plan.bank.name.empty()) plan.bank.name = plan.bank.code;
+        if (plan.bank.name.size() > kLongestName) Refuse(u"题库名称最多 255 个字。");
+        plan.bank.file = plan.bank.code + u".mdb";
+    }
+    plan.recognition = Recognise(plan.existing, questions);
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        if (plan.recognition.questions[i].as != Recognised::As::Repeated) continue;
+        plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
+                                u"与前面的一道题完全相同。"});
+    }
+    return plan;
+}
+
+void RemoveImpossible(const ImportPlan& plan, std::vector<Question>& questions) {
+    std::erase_if(questions, [&](const Question& one) { return !plan.is_new && !plan.kinds.contains(one.kind); });
+}
+
+std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code, const Question& question,
+                            const std::set<std::u16string>& taken) {
+    if (std::u16string problem = ProblemOf(question); !problem.empty()) Refuse(std::move(problem));
+    const BankEntry bank = Required(folder, code);
+    const dao::Connection database(FileOf(folder, bank));
+    Question saved = question;
+    database->Atomically([&] {
+        BankRows rows(*database.operator->(), bank.code);
+        if (!saved.rec_no.empty() && rows.Find(saved.rec_no)) return rows.Change(saved);
+        if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
+        rows.Add(saved, bank.subject);
+    });
+    return saved.rec_no;
+}
+
+void RemoveQuestion(std::u16string_view folder, std::u16string_view code, std::u16string_view rec_no) {
+    const BankEntry bank = Required(folder, code);
+    const dao::Connection database(FileOf(folder, bank));
+    database->Atomically([&] { BankRows(*database.operator->(), bank.code).Remove(rec_no); });
+}
+
+}  // namespace qmtrain::exchange

@@ -1,0 +1,301 @@
+#include "exchange/cloze.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/convert.h"
+#include "core/text.h"
+#include "exchange/checks.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+// What stands in the text for a field while the HTML around it is read: characters that no text has.
+constexpr char16_t kFieldBegin = 0xFDD0;
+constexpr char16_t kFieldEnd = 0xFDD1;
+constexpr std::u16string_view kOwnBlank = u"<span class=\"blank\">";
+
+enum class FieldKind : std::uint8_t { Text, Number, Choice };
+
+struct FieldType {
+    std::u16string_view name;
+    FieldKind kind;
+};
+
+constexpr FieldType kTypes[] = {
+    {u"SHORTANSWER", FieldKind::Text},
+    {u"SA", FieldKind::Text},
+    {u"MW", FieldKind::Text},
+    {u"SHORTANSWER_C", FieldKind::Text},
+    {u"SAC", FieldKind::Text},
+    {u"MWC", FieldKind::Text},
+    {u"NUMERICAL", FieldKind::Number},
+    {u"NM", FieldKind::Number},
+    {u"MULTICHOICE", FieldKind::Choice},
+    {u"MC", FieldKind::Choice},
+    {u"MULTIRESPONSE", FieldKind::Choice},
+    {u"MR", FieldKind::Choice},
+};
+
+// "_V", "_H", "_S" and their combinations say how choices are shown.
+std::optional<FieldKind> KindCalled(std::u16string_view name) {
+    for (const FieldType& type : kTypes) {
+        if (name == type.name) return type.kind;
+        if (type.kind == FieldKind::Choice && name.starts_with(type.name) && name.size() > type.name.size()) {
+            const std::u16string_view rest = name.substr(type.name.size());
+            if (rest.find_first_not_of(u"_VHS") == std::u16string_view::npos) return type.kind;
+        }
+    }
+    return std::nullopt;
+}
+
+struct Alternative {
+    std::u16string text;
+    std::u16string feedback;
+    double weight = 0;
+    bool any = false;  // "*": whatever is written
+};
+
+struct Field {
+    FieldKind kind = FieldKind::Text;
+    std::vector<Alternative> alternatives;
+    bool marked = false;  // its mark stands in the text
+};
+
+class ClozeReader {
+public:
+    ClozeReader(std::u16string_view html, TextNotes& notes) : html_(html), notes_(notes) {}
+
+    // The HTML with a place for each field.
+    std::u16string Read();
+    const std::vector<Field>& Fields() const { return fields_; }
+    const std::vector<double>& Points() const { return points_; }
+
+private:
+    std::size_t ReadField(std::size_t at, std::u16string& out);
+    Alternative ReadAlternative(std::u16string_view text);
+    std::u16string PlainText(std::u16string_view text);
+
+    std::u16string_view html_;
+    TextNotes& notes_;
+    std::vector<Field> fields_;
+    std::vector<double> points_;
+};
+
+std::u16string ClozeReader::Read() {
+    std::u16string out;
+    for (std::size_t at = 0; at < html_.size();) {
+        if (html_[at] == kFieldBegin || html_[at] == kFieldEnd) {
+            ++at;
+        } else if (html_[at] == u'{') {
+            at = ReadField(at, out);
+        } else {
+            out += html_[at++];
+        }
+    }
+    return out;
+}
+
+// "{", points, ":", type, ":", alternatives, "}"; anything else is text.
+std::size_t ClozeReader::ReadField(std::size_t at, std::u16string& out) {
+    const auto as_text = [&] {
+        out += u'{';
+        return at + 1;
+    };
+    const std::size_t type_at = html_.find(u':', at);
+    if (type_at == std::u16string_view::npos || type_at - at > 6) return as_text();
+    const std::u16string_view points = html_.substr(at + 1, type_at - at - 1);
+    if (points.find_first_not_of(u"0123456789") != std::u16string_view::npos) return as_text();
+    const std::size_t list_at = html_.find(u':', type_at + 1);
+    if (list_at == std::u16string_view::npos || list_at - type_at > 24) return as_text();
+    const std::u16string_view name = html_.substr(type_at + 1, list_at - type_at - 1);
+    const auto kind = KindCalled(name);
+    if (!kind) {
+        const bool looks_like_one = !name.empty() && std::all_of(name.begin(), name.end(), [](char16_t unit) {
+            return unit >= u'A' && unit <= u'_';
+        });
+        if (looks_like_one) notes_.Error(u"完形填空中的“" + std::u16string(name) + u"”无法识别。");
+        return as_text();
+    }
+    Field field{*kind, {}, out.ends_with(kOwnBlank)};
+    std::u16string alternative;
+    std::size_t end = list_at + 1;
+    const auto take = [&] {
+        if (!alternative.empty()) field.alternatives.push_back(ReadAlternative(alternative));
+        alternative.clear();
+    };
+    for (; end < html_.size() && html_[end] != u'}'; ++end) {
+        if (html_[end] == u'\\' && end + 1 < html_.size()) {
+            alternative += html_[end++];
+            alternative += html_[end];
+        } else if (html_[end] == u'~') {
+            take();
+        } else {
+            alternative += html_[end];
+        }
+    }
+    take();
+    if (end >= html_.size()) {
+        notes_.Error(u"完形填空的“{”没有对应的“}”。");
+        return as_text();
+    }
+    points_.push_back(points.empty() ? 1 : *ParseNumber(points));
+    fields_.push_back(std::move(field));
+    (out += kFieldBegin) += ToText(static_cast<std::int64_t>(fields_.size()));
+    out += kFieldEnd;
+    return end + 1;
+}
+
+std::u16string ClozeReader::PlainText(std::u16string_view text) {
+    std::u16string html;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        constexpr std::u16string_view kSigns = u"{}~#=%\\/\"'&*";
+        if (text[i] == u'\\' && i + 1 < text.size() && kSigns.find(text[i + 1]) != std::u16string_view::npos) ++i;
+        html += text[i];
+    }
+    return std::u16string(Trimmed(FromHtml(u"<pre>" + html + u"</pre>", {}, notes_).PlainText()));
+}
+
+Alternative ClozeReader::ReadAlternative(std::u16string_view text) {
+    Alternative one;
+    text = Trimmed(text);
+    if (text.starts_with(u"=")) {
+        one.weight = 100;
+        text.remove_prefix(1);
+    } else if (text.starts_with(u"%")) {
+        const std::size_t end = text.find(u'%', 1);
+        const auto weight = end == std::u16string_view::npos ? std::nullopt : ParseNumber(text.substr(1, end - 1));
+        if (weight) {
+            one.weight = *weight;
+            text.remove_prefix(end + 1);
+        }
+    }
+    std::size_t feedback = 0;
+    while ((feedback = text.find(u'#', feedback)) != std::u16string_view::npos) {
+        // Behind a backslash it is the answer's own, behind "&" the number of a character.
+        if (feedback == 0 || (text[feedback - 1] != u'\\' && text[feedback - 1] != u'&')) break;
+        ++feedback;
+    }
+    one.any = Trimmed(text.substr(0, feedback)) == u"*";
+    one.text = PlainText(text.substr(0, feedback));
+    if (feedback != std::u16string_view::npos) one.feedback = PlainText(text.substr(feedback + 1));
+    return one;
+}
+
+std::u16string ChoicesOf(const Field& field) {
+    std::u16string out;
+    for (const Alternative& one : field.alternatives) out.append(out.empty() ? u"（可选：" : u"；").append(one.text);
+    return out + u"）";
+}
+
+Blank AcceptedBy(const Field& field, TextNotes& notes) {
+    Blank blank;
+    for (const Alternative& one : field.alternatives) {
+        std::u16string text = one.text;
+        if (one.weight < 100) {
+            if (one.weight > 0) notes.Changed(u"只得部分分数的答案“" + Brief(text) + u"”略去。");
+            continue;
+        }
+        if (one.any) {
+            notes.Changed(u"任何文字都算对的“*”略去。");
+            continue;
+        }
+        if (field.kind == FieldKind::Number) {
+            const std::size_t colon = text.find(u':');
+            if (colon != std::u16string::npos) {
+                const auto tolerance = ParseNumber(text.substr(colon + 1));
+                text.resize(colon);
+                if (!tolerance || *tolerance != 0) notes.Changed(u"允许的误差略去：答案要与 " + text + u" 相同。");
+            }
+        }
+        blank.push_back(std::move(text));
+    }
+    return blank;
+}
+
+std::u16string EscapedField(std::u16string_view answer) {
+    std::u16string out;
+    for (const char16_t unit : EscapedHtml(answer)) {
+        if (unit == u'}' || unit == u'~' || unit == u'#' || unit == u'\\' || unit == u'*') out += u'\\';
+        out += unit;
+    }
+    return out;
+}
+
+std::u16string FieldOf(const Blank& blank) {
+    std::u16string out = std::u16string(kOwnBlank) + u"{1:SHORTANSWER:";
+    bool first = true;
+    for (const std::u16string& answer : blank) {
+        if (!std::exchange(first, false)) out += u'~';
+        out += u"=" + EscapedField(answer);
+    }
+    return out + u"}</span>";
+}
+
+std::u16string PlaceOf(std::size_t number) {
+    return kFieldBegin + ToText(static_cast<std::int64_t>(number)) + kFieldEnd;
+}
+
+}  // namespace
+
+void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& question, TextNotes& notes) {
+    ClozeReader reader(html, notes);
+    const std::u16string with_places = reader.Read();
+    question.kind = Kind::Fill;
+    question.stem = FromHtml(with_places, files, notes);
+    const std::vector<double>& points = reader.Points();
+    if (std::adjacent_find(points.begin(), points.end(), std::not_equal_to<>()) != points.end()) {
+        notes.Changed(u"各空的分数不同，改为平均分配。");
+    }
+    std::size_t from = 0;
+    for (std::size_t i = 0; i < reader.Fields().size(); ++i) {
+        const Field& field = reader.Fields()[i];
+        question.blanks.push_back(AcceptedBy(field, notes));
+        for (const Alternative& one : field.alternatives) {
+            if (one.feedback.empty()) continue;
+            AppendFeedback(question.analysis, BlankText(i + 1) + one.text + u"：", PlainRichText(one.feedback));
+            notes.Changed(u"答案的反馈并入解析。");
+        }
+        std::u16string mark = field.marked ? u"" : BlankText(i + 1);
+        if (field.kind == FieldKind::Choice) {
+            mark += ChoicesOf(field);
+            notes.Changed(u"选择的空改为填空，可选的答案列在空的后面。");
+        }
+        const std::u16string place = PlaceOf(i + 1);
+        if (const auto at = question.stem.Find(place, from, ui::RichText::Case::Sensitive)) {
+            question.stem.Replace(*at, place.size(), mark);
+            from = *at;
+        }
+    }
+    if (reader.Fields().empty() && notes.errors.empty()) notes.Error(u"完形填空中没有空。");
+}
+
+std::u16string WriteCloze(const Question& question, std::vector<PictureFile>* files) {
+    ui::RichText stem = Canonical(question.stem);
+    const std::vector<BlankMark> marks = BlankMarks(stem.PlainText());
+    const bool in_place = marks.size() == question.blanks.size();
+    // From the end, so that the places before stay where they are.
+    for (std::size_t i = marks.size(); in_place && i-- > 0;) {
+        stem.Replace(marks[i].position + marks[i].length, 0, PlaceOf(i + 1));
+    }
+    std::u16string html;
+    for (const char16_t unit : ToHtml(stem, files)) {
+        if (unit == u'{') {
+            html += u"&#123;";  // the text's own begins no field
+        } else {
+            html += unit;
+        }
+    }
+    for (std::size_t i = 0; i < question.blanks.size(); ++i) {
+        const std::u16string field = FieldOf(question.blanks[i]);
+        const std::u16string place = PlaceOf(i + 1);
+        if (const std::size_t at = html.find(place); at != std::u16string::npos) {
+            html.replace(at, place.size(), field);
+        } else {
+            html += field;
+        }
+    }
+    return html;
+}
+
+}  // namespace qmtrain::exchange

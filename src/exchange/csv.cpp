@@ -1,0 +1,68 @@
+#include "exchange/csv.h"
+
+#include <algorithm>
+
+namespace qmtrain::exchange {
+
+CsvReader::CsvReader(std::u16string_view text) : text_(text) {
+    constexpr std::u16string_view kSeparators = u",;\t";
+    std::size_t counts[3] = {};
+    bool quoted = false;
+    for (const char16_t unit : text) {
+        if (unit == u'"') quoted = !quoted;
+        if (quoted) continue;
+        if (unit == u'\n') break;
+        if (const std::size_t which = kSeparators.find(unit); which != std::u16string_view::npos) ++counts[which];
+    }
+    separator_ = kSeparators[static_cast<std::size_t>(std::max_element(counts, counts + 3) - counts)];
+}
+
+bool CsvReader::Next(CsvRow& row) {
+    row = {};
+    if (at_ >= text_.size()) return false;
+    row.line = line_;
+    while (true) {
+        row.cells.push_back(ReadCell(row.open_quote));
+        if (at_ >= text_.size()) return true;
+        if (text_[at_++] == u'\n') {
+            ++line_;
+            return true;
+        }
+    }
+}
+
+// Ends before a separator or a line end. What stands behind a closing quote belongs to the cell.
+std::u16string CsvReader::ReadCell(bool& open_quote) {
+    std::u16string cell;
+    if (at_ < text_.size() && text_[at_] == u'"') {
+        for (++at_;; ++at_) {
+            if (at_ >= text_.size()) {
+                open_quote = true;
+                return cell;
+            }
+            if (text_[at_] == u'"') {
+                if (at_ + 1 >= text_.size() || text_[at_ + 1] != u'"') break;
+                ++at_;
+            }
+            if (text_[at_] == u'\n') ++line_;
+            cell += text_[at_];
+        }
+        ++at_;
+    }
+    while (at_ < text_.size() && text_[at_] != separator_ && text_[at_] != u'\n') cell += text_[at_++];
+    return cell;
+}
+
+std::u16string CsvCell(std::u16string_view cell) {
+    const bool quoted = cell.find_first_of(u",;\t\"\n\r") != std::u16string_view::npos || cell.starts_with(u" ") ||
+                        cell.ends_with(u" ");
+    if (!quoted) return std::u16string(cell);
+    std::u16string out = u"\"";
+    for (const char16_t unit : cell) {
+        if (unit == u'"') out += u'"';
+        out += unit;
+    }
+    return out + u"\"";
+}
+
+}  // namespace qmtrain::exchange

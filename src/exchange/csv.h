@@ -1,0 +1,40 @@
+// Sheets in text files: fields between commas, semicolons or tabs, in quotes where they hold one of these.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qmtrain::exchange {
+
+struct CsvRow {
+    std::size_t line = 0;  // in which it begins
+    std::vector<std::u16string> cells;
+    bool open_quote = false;  // the text ended within quotes
+};
+
+class CsvReader {
+public:
+    // The separator is the one that the first line has most of, outside quotes.
+    explicit CsvReader(std::u16string_view text);
+
+    char16_t Separator() const { return separator_; }
+    std::size_t Position() const { return at_; }
+
+    // False at the end.
+    bool Next(CsvRow& row);
+
+private:
+    std::u16string ReadCell(bool& open_quote);
+
+    std::u16string_view text_;
+    std::size_t at_ = 0;
+    std::size_t line_ = 1;
+    char16_t separator_ = u',';
+};
+
+// The cell as it stands in a sheet with commas.
+std::u16string CsvCell(std::u16string_view cell);
+
+}  // namespace qmtrain::exchange

@@ -1,0 +1,289 @@
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "core/convert.h"
+#include "core/text.h"
+#include "core/utilities.h"
+#include "exchange/checks.h"
+#include "exchange/csv.h"
+#include "exchange/csv_columns.h"
+#include "exchange/formats.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+std::optional<Column> ColumnCalled(std::u16string_view heading) {
+    const std::u16string name = ToLower(Trimmed(heading));
+    for (const Heading& known : kHeadings) {
+        if (name == known.chinese) return known.column;
+        const std::vector<std::u16string> others = SplitAll(known.others, u"|");
+        if (std::find(others.begin(), others.end(), name) != others.end()) return known.column;
+    }
+    // "A", "选项A", "选项 A", "option_a", "选项1"
+    std::u16string_view letter = name;
+    for (const std::u16string_view word : {u"选择项", u"选项", u"备选项", u"option", u"choice"}) {
+        if (letter.starts_with(word)) letter.remove_prefix(word.size());
+    }
+    while (!letter.empty() && (letter.front() == u' ' || letter.front() == u'_')) letter.remove_prefix(1);
+    const bool worded = letter.size() < name.size();
+    std::size_t option = kMostOptions;
+    if (letter.size() == 1 && letter[0] >= u'a' && letter[0] <= u'z') option = letter[0] - u'a';
+    if (worded && letter.size() == 1 && letter[0] >= u'1' && letter[0] <= u'9') option = letter[0] - u'1';
+    if (option >= kMostOptions) return std::nullopt;
+    return static_cast<Column>(static_cast<std::size_t>(Column::FirstOption) + option);
+}
+
+std::optional<Kind> KindCalled(std::u16string_view text) {
+    static constexpr std::pair<std::u16string_view, Kind> kNames[] = {
+        {u"单选", Kind::Single},         {u"单项", Kind::Single},    {u"single", Kind::Single},
+        {u"多选", Kind::Multiple},       {u"多项", Kind::Multiple},  {u"不定项", Kind::Multiple},
+        {u"multiple", Kind::Multiple},   {u"判断", Kind::YesNo},     {u"是非", Kind::YesNo},
+        {u"true", Kind::YesNo},          {u"yes", Kind::YesNo},      {u"填空", Kind::Fill},
+        {u"fill", Kind::Fill},           {u"short", Kind::Fill},     {u"操作", Kind::Operation},
+        {u"简答", Kind::Operation},      {u"问答", Kind::Operation}, {u"论述", Kind::Operation},
+        {u"编程", Kind::Operation},      {u"程序", Kind::Operation}, {u"essay", Kind::Operation},
+        {u"operation", Kind::Operation},
+    };
+    const std::u16string name = ToLower(Trimmed(text));
+    for (const auto& [beginning, kind] : kNames) {
+        if (name.starts_with(beginning)) return kind;
+    }
+    return std::nullopt;
+}
+
+std::optional<bool> TruthOf(std::u16string_view text) {
+    const std::u16string word = ToUpper(Trimmed(text));
+    for (const std::u16string_view yes :
+         {u"对", u"正确", u"是", u"√", u"✓", u"T", u"TRUE", u"Y", u"YES", u"-1", u"1"}) {
+        if (word == yes) return true;
+    }
+    for (const std::u16string_view no : {u"错", u"错误", u"否", u"×", u"✗", u"X", u"F", u"FALSE", u"N", u"NO", u"0"}) {
+        if (word == no) return false;
+    }
+    return std::nullopt;
+}
+
+// "ACD", "A,C、D"; nothing when there is anything else.
+std::optional<std::vector<std::size_t>> LettersOf(std::u16string_view text) {
+    std::vector<std::size_t> letters;
+    for (const char16_t unit : ToUpper(text)) {
+        const char16_t letter = unit >= u'Ａ' && unit <= u'Ｚ' ? static_cast<char16_t>(unit - u'Ａ' + u'A') : unit;
+        if (letter >= u'A' && letter <= u'Z') {
+            letters.push_back(letter - u'A');
+        } else if (std::u16string_view(u" ,，、;；\n").find(letter) == std::u16string_view::npos) {
+            return std::nullopt;
+        }
+    }
+    if (letters.empty()) return std::nullopt;
+    return letters;
+}
+
+std::int32_t DifficultyOf(std::u16string_view text, TextNotes& notes) {
+    static constexpr std::pair<std::u16string_view, std::int32_t> kWords[] = {
+        {u"", 0},     {u"1", 1},    {u"2", 2},    {u"3", 3},      {u"易", 1},   {u"容易", 1},
+        {u"简单", 1}, {u"中", 2},   {u"中等", 2}, {u"一般", 2},   {u"较易", 1}, {u"较难", 3},
+        {u"难", 3},   {u"困难", 3}, {u"easy", 1}, {u"medium", 2}, {u"hard", 3},
+    };
+    const std::u16string word = ToLower(Trimmed(text));
+    for (const auto& [known, difficulty] : kWords) {
+        if (word == known) return difficulty;
+    }
+    notes.Changed(u"难度“" + Brief(word) + u"”无法识别，略去；难度应当是 1 到 3。");
+    return 0;
+}
+
+// "A. 栈" and "A、栈" without the letter.
+std::u16string_view WithoutLetter(std::u16string_view option, std::size_t place) {
+    option = Trimmed(option);
+    if (option.size() > 1 && ToUpper(option[0]) == LetterOf(place) &&
+        std::u16string_view(u".．、):：）").find(option[1]) != std::u16string_view::npos) {
+        return Trimmed(option.substr(2));
+    }
+    return option;
+}
+
+class SheetReader {
+public:
+    explicit SheetReader(std::u16string_view text) : rows_(text), size_(text.size()) {}
+    Import Read(const Progress& progress);
+
+private:
+    bool ReadHeadings(const CsvRow& row);
+    void ReadQuestion(const CsvRow& row);
+    void ReadOptions(Question& question, const CsvRow& row);
+    void ReadAnswer(Question& question, std::u16string_view answer);
+    Kind GuessedKind(const Question& question, std::u16string_view answer) const;
+    std::u16string Cell(const CsvRow& row, Column column) const;
+    ui::RichText Rich(std::u16string_view cell);
+
+    CsvReader rows_;
+    std::size_t size_;
+    Import import_;
+    std::map<Column, std::size_t> places_;
+    TextNotes notes_;
+};
+
+Import SheetReader::Read(const Progress& progress) {
+    CsvRow row;
+    const auto is_blank = [](const CsvRow& one) {
+        return std::all_of(one.cells.begin(), one.cells.end(),
+                           [](const std::u16string& cell) { return Trimmed(cell).empty(); });
+    };
+    do {
+        if (!rows_.Next(row)) {
+            import_.Tell(Notice::Kind::Error, std::size_t{1}, u"文件是空的。");
+            return std::move(import_);
+        }
+    } while (is_blank(row));
+    if (!ReadHeadings(row)) return std::move(import_);
+    std::size_t done = 0;
+    while (rows_.Next(row)) {
+        if (++done % 256 == 0) Report(progress, rows_.Position(), size_);
+        if (row.open_quote) {
+            import_.Tell(Notice::Kind::Error, row.line, u"引号没有结束；文件可能不完整。");
+        } else if (!is_blank(row)) {
+            ReadQuestion(row);
+        }
+    }
+    return std::move(import_);
+}
+
+bool SheetReader::ReadHeadings(const CsvRow& row) {
+    for (std::size_t i = 0; i < row.cells.size(); ++i) {
+        const std::u16string_view heading = Trimmed(row.cells[i]);
+        if (heading.empty()) continue;
+        const auto column = ColumnCalled(heading);
+        if (!column) {
+            import_.Tell(Notice::Kind::Changed, row.line, u"不认识的列“" + Brief(heading) + u"”，略去。");
+        } else if (!places_.try_emplace(*column, i).second) {
+            import_.Tell(Notice::Kind::Error, row.line, u"有两列都是“" + Brief(heading) + u"”。");
+            return false;
+        }
+    }
+    for (const auto& [column, name] : {std::pair{Column::Stem, u"题干"}, std::pair{Column::Answer, u"答案"}}) {
+        if (places_.contains(column)) continue;
+        import_.Tell(Notice::Kind::Error, row.line,
+                     std::u16string(u"表格没有“") + name +
+                         u"”一列。第一行应当是列的名称，例如：题型、题干、A、B、C、D、答案、解析。");
+        return false;
+    }
+    return true;
+}
+
+std::u16string SheetReader::Cell(const CsvRow& row, Column column) const {
+    const auto place = places_.find(column);
+    if (place == places_.end() || place->second >= row.cells.size()) return {};
+    return std::u16string(Trimmed(row.cells[place->second]));
+}
+
+ui::RichText SheetReader::Rich(std::u16string_view cell) {
+    if (cell.starts_with(kHtmlCell)) return FromHtml(cell.substr(kHtmlCell.size()), {}, notes_);
+    return PlainRichText(cell);
+}
+
+void SheetReader::ReadQuestion(const CsvRow& row) {
+    notes_ = {};
+    Question question;
+    question.line = row.line;
+    question.rec_no = Cell(row, Column::RecNo);
+    question.category = Cell(row, Column::Category);
+    question.stem = Rich(Cell(row, Column::Stem));
+    question.analysis = Rich(Cell(row, Column::Analysis));
+    question.difficulty = DifficultyOf(Cell(row, Column::Difficulty), notes_);
+    question.requirements = Cell(row, Column::Requirements);
+    question.keywords = Cell(row, Column::Keywords);
+    ReadOptions(question, row);
+    const std::u16string answer = Cell(row, Column::Answer);
+    const std::u16string type = Cell(row, Column::Type);
+    const std::optional<Kind> kind = KindCalled(type);
+    if (!kind && !type.empty())
+        notes_.Error(u"题型“" + Brief(type) + u"”无法识别：应当是单选、多选、判断、填空或操作。");
+    question.kind = kind ? *kind : GuessedKind(question, answer);
+    ReadAnswer(question, answer);
+    AddChecked(import_, std::move(question), notes_);
+}
+
+void SheetReader::ReadOptions(Question& question, const CsvRow& row) {
+    if (const std::u16string all = Cell(row, Column::Options); !all.empty()) {
+        for (const std::u16string& line : SplitAll(all, u"\n")) {
+            if (Trimmed(line).empty()) continue;
+            question.options.push_back({Rich(WithoutLetter(line, question.options.size())), false});
+        }
+        return;
+    }
+    std::size_t empty = 0;
+    for (std::size_t i = 0; i < kMostOptions; ++i) {
+        const std::u16string cell = Cell(row, static_cast<Column>(static_cast<std::size_t>(Column::FirstOption) + i));
+        if (cell.empty()) {
+            ++empty;
+            continue;
+        }
+        // An empty cell between two options would give the letters behind it another meaning.
+        for (; empty > 0; --empty) question.options.push_back({});
+        question.options.push_back({Rich(cell), false});
+    }
+}
+
+Kind SheetReader::GuessedKind(const Question& question, std::u16string_view answer) const {
+    if (question.options.size() > 1) {
+        const auto letters = LettersOf(answer);
+        return letters && letters->size() > 1 ? Kind::Multiple : Kind::Single;
+    }
+    const std::u16string_view word = Trimmed(answer);
+    if (word.empty()) return Kind::Operation;
+    return TruthOf(word) && word != u"1" && word != u"0" && word != u"-1" ? Kind::YesNo : Kind::Fill;
+}
+
+void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
+    switch (question.kind) {
+        case Kind::Single:
+        case Kind::Multiple: {
+            const auto letters = LettersOf(answer);
+            if (!letters) return notes_.Error(u"答案“" + Brief(answer) + u"”应当是选择项的字母，例如 A 或 ACD。");
+            for (const std::size_t letter : *letters) {
+                if (letter >= question.options.size()) {
+                    return notes_.Error(std::u16string(u"没有答案所说的选择项 ") + LetterOf(letter) + u"。");
+                }
+                question.options[letter].right = true;
+            }
+            return;
+        }
+        case Kind::YesNo: {
+            const auto truth = TruthOf(answer);
+            if (!truth) return notes_.Error(u"判断题的答案“" + Brief(answer) + u"”应当是“对”或“错”。");
+            question.is_true = *truth;
+            break;
+        }
+        case Kind::Fill: {
+            for (const std::u16string& blank : SplitAll(answer, u"@")) question.blanks.push_back(SplitAll(blank, u"#"));
+            const std::size_t marks = BlankMarks(question.stem.PlainText()).size();
+            if (marks > 0 && marks != question.blanks.size()) {
+                notes_.Error(u"题干中有 " + ToText(static_cast<std::int64_t>(marks)) + u" 个空，答案有 " +
+                             ToText(static_cast<std::int64_t>(question.blanks.size())) +
+                             u" 个：各空之间用“@”，同一空的几个答案之间用“#”，答案本身不能含有“@”和“#”。");
+            }
+            break;
+        }
+        case Kind::Operation:
+            if (question.requirements.empty()) {
+                question.requirements = answer;
+            } else if (!answer.empty()) {
+                question.requirements.append(u"\n").append(answer);
+            }
+            break;
+    }
+    if (!question.options.empty()) {
+        notes_.Changed(u"不是选择题，选择项略去。");
+        question.options.clear();
+    }
+}
+
+}  // namespace
+
+Import ReadCsv(std::u16string_view text, const Progress& progress) {
+    return SheetReader(text).Read(progress);
+}
+
+}  // namespace qmtrain::exchange

@@ -1,0 +1,47 @@
+// Files of questions in the formats of other programs.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "exchange/question.h"
+
+namespace qmtrain::exchange {
+
+enum class Format : std::uint8_t { Gift, Aiken, MoodleXml, Csv };
+
+std::u16string_view NameOf(Format format);
+std::optional<Format> FormatCalled(std::u16string_view name);  // "gift", "aiken", "xml", "csv"
+
+// By the content first, then by the ending of the name. Raises the component's error, with what the file seems to be,
+// when it is none of them.
+Format DetectFormat(std::u16string_view file_name, std::string_view bytes);
+
+// Every reader takes any bytes: what cannot be read is named in the notices. Raise the component's error when nothing
+// of it can be read, Cancelled when `progress` says so.
+Import ReadQuestions(std::string_view bytes, Format format, const Progress& progress = {});
+Import ReadGift(std::u16string_view text, const Progress& progress = {});
+Import ReadAiken(std::u16string_view text, const Progress& progress = {});
+Import ReadCsv(std::u16string_view text, const Progress& progress = {});
+Import ReadMoodleXml(std::string_view bytes, const Progress& progress = {});
+
+// The format is given, or found out.
+Import ReadFile(std::u16string_view file, std::optional<Format> format = {}, const Progress& progress = {});
+
+// In UTF-8. What the format has no place for is told in `notices`. Reading it again gives the same questions, but for
+// that. Aiken is not written: it holds too little. Requires: any other format.
+std::string WriteQuestions(std::span<const Question> questions, Format format, std::vector<Notice>& notices,
+                           const Progress& progress = {});
+std::string WriteGift(std::span<const Question> questions, std::vector<Notice>& notices, const Progress& progress = {});
+std::string WriteCsv(std::span<const Question> questions, std::vector<Notice>& notices, const Progress& progress = {});
+std::string WriteMoodleXml(std::span<const Question> questions, std::vector<Notice>& notices,
+                           const Progress& progress = {});
+
+// A sheet with the headings and a question of each kind, to be filled in.
+std::string CsvTemplate();
+
+}  // namespace qmtrain::exchange

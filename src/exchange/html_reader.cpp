@@ -1,0 +1,427 @@
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <libxml/HTMLparser.h>
+
+#include "core/convert.h"
+#include "core/text.h"
+#include "exchange/base64.h"
+#include "exchange/html.h"
+#include "exchange/question.h"
+#include "ui/document/picture_bytes.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+constexpr int kMostTwips = 31680;  // as rich texts store it
+constexpr std::int64_t kMostPixels = std::int64_t{32} << 20;
+constexpr std::size_t kDeepestList = 20;
+
+std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
+    for (; attributes != nullptr && *attributes != nullptr; attributes += 2) {
+        if (name != reinterpret_cast<const char*>(attributes[0])) continue;
+        return attributes[1] == nullptr ? u"" : FromUtf8(reinterpret_cast<const char*>(attributes[1]));
+    }
+    return {};
+}
+
+enum class Tag : std::uint8_t {
+    Other,
+    Bold,
+    Italic,
+    Underline,
+    Strike,
+    Super,
+    Sub,
+    Code,
+    Pre,
+    Block,
+    Heading,
+    Break,
+    Bullets,
+    Numbers,
+    Item,
+    Row,
+    Cell,
+    Picture,
+    Link,
+    Silent,   // its content is no text
+    Foreign,  // the same, and worth a word
+};
+
+Tag TagOf(std::string_view name) {
+    static constexpr std::pair<std::string_view, Tag> kTags[] = {
+        {"b", Tag::Bold},         {"strong", Tag::Bold},    {"i", Tag::Italic},         {"em", Tag::Italic},
+        {"cite", Tag::Italic},    {"var", Tag::Italic},     {"u", Tag::Underline},      {"ins", Tag::Underline},
+        {"s", Tag::Strike},       {"strike", Tag::Strike},  {"del", Tag::Strike},       {"sup", Tag::Super},
+        {"sub", Tag::Sub},        {"code", Tag::Code},      {"tt", Tag::Code},          {"kbd", Tag::Code},
+        {"samp", Tag::Code},      {"pre", Tag::Pre},        {"p", Tag::Block},          {"div", Tag::Block},
+        {"h1", Tag::Heading},     {"h2", Tag::Heading},     {"h3", Tag::Heading},       {"h4", Tag::Heading},
+        {"h5", Tag::Heading},     {"h6", Tag::Heading},     {"blockquote", Tag::Block}, {"section", Tag::Block},
+        {"article", Tag::Block},  {"table", Tag::Block},    {"dl", Tag::Block},         {"dt", Tag::Block},
+        {"dd", Tag::Block},       {"hr", Tag::Block},       {"figure", Tag::Block},     {"caption", Tag::Block},
+        {"br", Tag::Break},       {"ul", Tag::Bullets},     {"ol", Tag::Numbers},       {"li", Tag::Item},
+        {"tr", Tag::Row},         {"td", Tag::Cell},        {"th", Tag::Cell},          {"img", Tag::Picture},
+        {"a", Tag::Link},         {"style", Tag::Silent},   {"head", Tag::Silent},      {"title", Tag::Silent},
+        {"script", Tag::Foreign}, {"iframe", Tag::Foreign}, {"object", Tag::Foreign},   {"video", Tag::Foreign},
+        {"audio", Tag::Foreign},  {"embed", Tag::Foreign},  {"svg", Tag::Foreign},      {"math", Tag::Foreign},
+        {"form", Tag::Other},
+    };
+    for (const auto& [known, tag] : kTags) {
+        if (known == name) return tag;
+    }
+    return Tag::Other;
+}
+
+bool IsBlock(Tag tag) {
+    return tag == Tag::Block || tag == Tag::Heading || tag == Tag::Pre || tag == Tag::Bullets || tag == Tag::Numbers ||
+           tag == Tag::Item || tag == Tag::Row;
+}
+
+// Lines are begun by what stands in them, so that the ends of blocks one after the other make no empty ones.
+class HtmlText {
+public:
+    HtmlText(const PictureFiles& files, TextNotes& notes) : files_(files), notes_(notes) {}
+
+    void Start(std::string_view name, const xmlChar** attributes);
+    void End(std::string_view name);
+    void Characters(std::u16string_view text);
+    ui::RichText Take() { return std::move(text_); }
+
+private:
+    struct Element {
+        std::string name;
+        Tag tag = Tag::Other;
+        ui::CharacterFormat format;  // outside of it
+        bool keeps_blanks = false;
+        std::u16string link;
+    };
+    struct List {
+        bool numbered = false;
+        int number = 0;
+    };
+
+    void EndLine() {
+        ends_ = ends_ || begun_;
+        blank_.reset();
+    }
+    void BeginLine();
+    void Add(std::u16string_view text, const ui::CharacterFormat& format);
+    void AddPicture(const xmlChar** attributes);
+    void ReadStyle(std::u16string_view style);
+
+    const PictureFiles& files_;
+    TextNotes& notes_;
+    ui::RichText text_;
+    ui::CharacterFormat format_;
+    std::vector<Element> open_;
+    std::vector<List> lists_;
+    std::u16string bullet_;                     // of the item whose first line has not begun
+    std::optional<ui::CharacterFormat> blank_;  // of a blank that counts when something follows
+    bool begun_ = false;                        // the line has content, or stands for itself
+    bool ends_ = false;                         // what follows stands in a new line
+    bool keeps_blanks_ = false;
+    bool first_cell_ = false;
+    int silent_ = 0;
+};
+
+void HtmlText::BeginLine() {
+    if (ends_) text_.EndParagraph();
+    if (ends_ || !begun_) {
+        ui::ParagraphFormat format;
+        format.bullet = std::exchange(bullet_, {});
+        if (!format.bullet.empty()) {
+            format.left_indent = 360;
+            format.first_line_indent = -360;
+        }
+        text_.SetParagraphFormat(std::move(format));
+    }
+    ends_ = false;
+    begun_ = true;
+}
+
+void HtmlText::Add(std::u16string_view text, const ui::CharacterFormat& format) {
+    BeginLine();
+    text_.AppendText(text, format);
+}
+
+void HtmlText::Characters(std::u16string_view text) {
+    if (silent_ > 0) return;
+    std::u16string part;
+    const auto flush = [&] {
+        if (!part.empty()) Add(part, format_);
+        part.clear();
+    };
+    for (char16_t unit : text) {
+        const bool blank = unit == u' ' || unit == u'\n' || unit == u'\t' || unit == u'\r' || unit == u'\f';
+        if (blank && !keeps_blanks_) {
+            flush();
+            if (begun_ && !ends_ && !blank_) blank_ = format_;
+            continue;
+        }
+        if (unit == u'\r') continue;
+        if (unit == u'\n') {
+            flush();
+            BeginLine();
+            ends_ = true;
+            continue;
+        }
+        if (unit == u'\u00A0') unit = u' ';
+        if (unit < u' ' && unit != u'\t') continue;
+        if (blank_) {
+            const ui::CharacterFormat of_blank = *blank_;
+            blank_.reset();
+            if (of_blank == format_) {
+                part += u' ';
+            } else {
+                Add(u" ", of_blank);
+            }
+        }
+        part += unit;
+    }
+    flush();
+}
+
+void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
+    Element element{std::string(name), TagOf(name), format_, keeps_blanks_, {}};
+    switch (element.tag) {
+        case Tag::Bold: format_.bold = true; break;
+        case Tag::Italic: format_.italic = true; break;
+        case Tag::Underline: format_.underline = true; break;
+        case Tag::Strike: format_.strike_out = true; break;
+        case Tag::Super: format_.script = ui::Script::Superscript; break;
+        case Tag::Sub: format_.script = ui::Script::Subscript; break;
+        case Tag::Pre: keeps_blanks_ = true; [[fallthrough]];
+        case Tag::Code: format_.font = kProgramFont; break;
+        case Tag::Heading: format_.bold = true; break;
+        case Tag::Link: element.link = Attribute(attributes, "href"); break;
+        case Tag::Silent: ++silent_; break;
+        case Tag::Foreign:
+            ++silent_;
+            notes_.Changed(u"略去网页内容 <" + FromUtf8(name) + u">。");
+            break;
+        case Tag::Picture:
+            if (silent_ == 0) AddPicture(attributes);
+            break;
+        case Tag::Break:
+            BeginLine();
+            ends_ = true;
+            blank_.reset();
+            break;
+        default: break;
+    }
+    if (IsBlock(element.tag)) EndLine();
+    if (element.tag == Tag::Bullets || element.tag == Tag::Numbers) {
+        if (lists_.size() < kDeepestList) lists_.push_back({element.tag == Tag::Numbers, 0});
+    } else if (element.tag == Tag::Item) {
+        bullet_ = u"•";
+        if (!lists_.empty() && lists_.back().numbered) bullet_ = ToText(++lists_.back().number) + u".";
+    } else if (element.tag == Tag::Row) {
+        first_cell_ = true;
+    } else if (element.tag == Tag::Cell) {
+        if (!std::exchange(first_cell_, false)) {
+            blank_.reset();
+            if (silent_ == 0) Add(u"\t", format_);
+            notes_.Changed(u"表格改为用制表符分开的文字。");
+        }
+    }
+    ReadStyle(Attribute(attributes, "style"));
+    open_.push_back(std::move(element));
+}
+
+// Inline styles that mean what an element of their own would.
+void HtmlText::ReadStyle(std::u16string_view style) {
+    if (style.empty()) return;
+    std::u16string plain;
+    for (const char16_t unit : style) {
+        if (unit != u' ') plain += ToLower(unit);
+    }
+    const auto has = [&](std::u16string_view part) { return plain.find(part) != std::u16string::npos; };
+    if (has(u"font-weight:bold") || has(u"font-weight:700")) format_.bold = true;
+    if (has(u"font-style:italic")) format_.italic = true;
+    if (has(u"text-decoration:underline")) format_.underline = true;
+    if (has(u"text-decoration:line-through")) format_.strike_out = true;
+    if (has(u"vertical-align:super")) format_.script = ui::Script::Superscript;
+    if (has(u"vertical-align:sub") && !has(u"vertical-align:super")) format_.script = ui::Script::Subscript;
+    if (has(u"monospace") || has(u"courier")) format_.font = kProgramFont;
+    if (has(u"white-space:pre")) keeps_blanks_ = true;
+}
+
+void HtmlText::End(std::string_view name) {
+    const auto found = std::find_if(open_.rbegin(), open_.rend(), [&](const Element& one) { return one.name == name; });
+    if (found == open_.rend()) return;
+    // What was left open inside it ends with it.
+    const auto place = static_cast<std::size_t>(open_.rend() - found) - 1;
+    while (open_.size() > place) {
+        const Element element = std::move(open_.back());
+        open_.pop_back();
+        if (!element.link.empty() && silent_ == 0 && element.link.front() != u'#') {
+            Characters(u"（" + element.link + u"）");
+            notes_.Changed(u"链接改为文字。");
+        }
+        if (element.tag == Tag::Silent || element.tag == Tag::Foreign) --silent_;
+        if ((element.tag == Tag::Bullets || element.tag == Tag::Numbers) && !lists_.empty()) lists_.pop_back();
+        if (IsBlock(element.tag)) EndLine();
+        format_ = element.format;
+        keeps_blanks_ = element.keeps_blanks;
+    }
+}
+
+std::optional<Bytes> BytesOfData(std::u16string_view source) {
+    const std::size_t comma = source.find(u',');
+    if (comma == std::u16string_view::npos || source.substr(0, comma).find(u";base64") == std::u16string_view::npos) {
+        return std::nullopt;
+    }
+    return FromBase64(ToUtf8(source.substr(comma + 1)));
+}
+
+void HtmlText::AddPicture(const xmlChar** attributes) {
+    constexpr std::u16string_view kPluginFile = u"@@PLUGINFILE@@/";
+    const std::u16string source = Attribute(attributes, "src");
+    std::optional<Bytes> bytes;
+    if (source.starts_with(u"data:")) {
+        bytes = BytesOfData(source);
+        if (!bytes) return notes_.Error(u"图片的数据不完整。");
+    } else if (source.starts_with(kPluginFile)) {
+        const std::u16string file = source.substr(kPluginFile.size());
+        if (files_) bytes = files_(file);
+        if (!bytes) return notes_.Error(u"文件里没有图片“" + Brief(file) + u"”，或者它的数据不完整。");
+    } else {
+        notes_.Changed(u"图片“" + Brief(source) + u"”不在文件里，改为文字。");
+        return Characters(u"［图片：" + Brief(source, 100) + u"］");
+    }
+    std::optional<ui::Picture> picture = MakePicture(std::move(*bytes));
+    if (!picture) return notes_.Error(u"有一个图片不是完整的 PNG、JPEG 或 BMP 图片。");
+    const auto given = [&](std::string_view name, int& twips) {
+        const std::optional<double> pixels = ParseNumber(Attribute(attributes, name));
+        if (!pixels || *pixels < 1 || *pixels * ui::kTwipsPerPixel > kMostTwips) return false;
+        twips = static_cast<int>(*pixels) * ui::kTwipsPerPixel;
+        return true;
+    };
+    const double shape = static_cast<double>(picture->height) / picture->width;
+    const bool wide = given("width", picture->width);
+    const bool high = given("height", picture->height);
+    if (wide && !high) picture->height = std::clamp(static_cast<int>(picture->width * shape), 15, kMostTwips);
+    if (high && !wide) picture->width = std::clamp(static_cast<int>(picture->height / shape), 15, kMostTwips);
+    BeginLine();
+    if (blank_) text_.AppendText(u" ", *std::exchange(blank_, std::nullopt));
+    text_.AppendPicture(std::move(*picture), {});
+}
+
+void OnStart(void* text, const xmlChar* name, const xmlChar** attributes) {
+    static_cast<HtmlText*>(text)->Start(reinterpret_cast<const char*>(name), attributes);
+}
+void OnEnd(void* text, const xmlChar* name) {
+    static_cast<HtmlText*>(text)->End(reinterpret_cast<const char*>(name));
+}
+void OnCharacters(void* text, const xmlChar* characters, int length) {
+    static_cast<HtmlText*>(text)->Characters(
+        FromUtf8({reinterpret_cast<const char*>(characters), static_cast<std::size_t>(length)}));
+}
+
+struct ContextCloser {
+    void operator()(htmlParserCtxt* context) const { htmlFreeParserCtxt(context); }
+};
+
+// Signature, then chunks of length (big-endian), name, content, checksum, the last one IEND.
+bool IsWholePng(ui::ByteSpan bytes) {
+    static constexpr std::array<std::uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    if (bytes.size() < 33 || !std::equal(kSignature.begin(), kSignature.end(), bytes.begin())) return false;
+    for (std::uint64_t at = kSignature.size(); at + 12 <= bytes.size();) {
+        const auto chunk = static_cast<std::size_t>(at);
+        if (ui::Big32(bytes, chunk + 4) == 0x49454E44) return true;
+        at += std::uint64_t{12} + ui::Big32(bytes, chunk);
+    }
+    return false;
+}
+
+std::optional<ui::Picture::Kind> KindOf(Bytes& bytes) {
+    constexpr std::size_t kBitmapFileHeader = 14;
+    if (IsWholePng(bytes)) return ui::Picture::Kind::Png;
+    if (bytes.size() > 4 && ui::Big16(bytes, 0) == 0xFFD8) return ui::Picture::Kind::Jpeg;
+    if (bytes.size() > kBitmapFileHeader + 40 && ui::Big16(bytes, 0) == 0x424D) {
+        bytes.erase(bytes.begin(), bytes.begin() + kBitmapFileHeader);
+        return ui::Picture::Kind::Dib;
+    }
+    return std::nullopt;
+}
+
+// "<", perhaps "/", the name of an element of texts, attributes, perhaps "/", ">".
+bool IsTag(std::u16string_view text) {
+    std::size_t at = text.starts_with(u"</") ? 2 : 1;
+    const std::size_t begin = at;
+    while (at < text.size() && at - begin < 12 &&
+           ((ToLower(text[at]) >= u'a' && ToLower(text[at]) <= u'z') || (text[at] >= u'1' && text[at] <= u'6'))) {
+        ++at;
+    }
+    const std::string name = ToUtf8(ToLower(text.substr(begin, at - begin)));
+    if (TagOf(name) == Tag::Other && name != "span" && name != "font") return false;
+    const std::size_t end = text.find(u'>', at);
+    if (end == std::u16string_view::npos) return false;
+    const std::u16string_view inside = Trimmed(text.substr(at, end - at));
+    return inside.empty() || inside == u"/" ||
+           (text[at] == u' ' && inside.find(u'=') != std::u16string_view::npos &&
+            inside.find_first_of(u"\"'") != std::u16string_view::npos);
+}
+
+}  // namespace
+
+void TextNotes::Changed(std::u16string text) {
+    if (std::find(changed.begin(), changed.end(), text) == changed.end()) changed.push_back(std::move(text));
+}
+
+void TextNotes::Error(std::u16string text) {
+    if (std::find(errors.begin(), errors.end(), text) == errors.end()) errors.push_back(std::move(text));
+}
+
+bool HasTags(std::u16string_view text) {
+    for (std::size_t at = 0; (at = text.find(u'<', at)) != std::u16string_view::npos; ++at) {
+        if (IsTag(text.substr(at, 4096))) return true;
+    }
+    return false;
+}
+
+std::optional<ui::Picture> MakePicture(Bytes bytes) {
+    const std::optional<ui::Picture::Kind> kind = KindOf(bytes);
+    if (!kind) return std::nullopt;
+    ui::Picture picture{*kind, std::move(bytes)};
+    const std::optional<ui::PixelSize> size = ui::SizeInPixels(picture);
+    if (!size || std::int64_t{size->width} * size->height > kMostPixels) return std::nullopt;
+    const auto twips = [](int pixels) {
+        return std::min(pixels, kMostTwips / ui::kTwipsPerPixel) * ui::kTwipsPerPixel;
+    };
+    picture.width = twips(size->width);
+    picture.height = twips(size->height);
+    return picture;
+}
+
+ui::RichText FromHtml(std::u16string_view html, const PictureFiles& files, TextNotes& notes) {
+    HtmlText text(files, notes);
+    if (html.find_first_of(u"<&") == std::u16string_view::npos) {
+        text.Characters(html);
+        return text.Take();
+    }
+    std::string bytes = ToUtf8(html);
+    std::erase(bytes, '\0');
+    htmlSAXHandler handler{};
+    handler.startElement = OnStart;
+    handler.endElement = OnEnd;
+    handler.characters = OnCharacters;
+    handler.ignorableWhitespace = OnCharacters;
+    handler.cdataBlock = OnCharacters;
+    const std::unique_ptr<htmlParserCtxt, ContextCloser> context(
+        htmlCreatePushParserCtxt(&handler, &text, nullptr, 0, nullptr, XML_CHAR_ENCODING_UTF8));
+    htmlCtxtUseOptions(context.get(), HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING |
+                                          HTML_PARSE_NONET | HTML_PARSE_IGNORE_ENC);
+    // A first element keeps the parser from dropping blanks and from looking for a head.
+    constexpr std::string_view kBody = "<body>";
+    htmlParseChunk(context.get(), kBody.data(), static_cast<int>(kBody.size()), 0);
+    htmlParseChunk(context.get(), bytes.data(), static_cast<int>(bytes.size()), 1);
+    return text.Take();
+}
+
+}  // namespace qmtrain::exchange

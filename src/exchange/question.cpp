@@ -1,0 +1,301 @@
+#include "exchange/question.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "core/message_text.h"
+#include "core/text.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+constexpr KindInfo kKinds[] = {
+    {Kind::Single, u"单选题", u"01", u"TBL_CHOICE"},       {Kind::Multiple, u"多选题", u"02", u"TBL_CHOICES"},
+    {Kind::YesNo, u"是非题", u"03", u"TBL_YESNO"},         {Kind::Fill, u"填空题", u"04", u"TBL_FILL"},
+    {Kind::Operation, u"操作题", u"05", u"TBL_OPERATION"},
+};
+
+constexpr std::u16string_view kBlanks = u" \t\r\n\v\u00A0\u3000";
+
+bool IsProgramFont(std::u16string_view font) {
+    const std::u16string name = ToLower(font);
+    for (const std::u16string_view part : {u"courier", u"mono", u"consol", u"lucida console", u"terminal"}) {
+        if (name.find(part) != std::u16string::npos) return true;
+    }
+    return false;
+}
+
+std::vector<BlankMark> Numbered(std::u16string_view stem) {
+    std::vector<BlankMark> marks;
+    for (std::size_t at = 0; (at = stem.find(u'【', at)) != std::u16string_view::npos; ++at) {
+        const std::u16string mark = BlankText(marks.size() + 1);
+        if (stem.substr(at, mark.size()) == mark) marks.push_back({at, mark.size()});
+    }
+    return marks;
+}
+
+std::vector<BlankMark> Underscores(std::u16string_view stem) {
+    std::vector<BlankMark> marks;
+    for (std::size_t at = 0; (at = stem.find(u"__", at)) != std::u16string_view::npos;) {
+        const std::size_t end = std::min(stem.find_first_not_of(u'_', at), stem.size());
+        marks.push_back({at, end - at});
+        at = end;
+    }
+    return marks;
+}
+
+std::vector<BlankMark> Parentheses(std::u16string_view stem) {
+    std::vector<BlankMark> marks;
+    for (std::size_t at = 0; (at = stem.find_first_of(u"（(", at)) != std::u16string_view::npos; ++at) {
+        const std::size_t end = stem.find_first_not_of(u" \u3000", at + 1);
+        if (end == std::u16string_view::npos || end == at + 1) continue;
+        if (stem[end] == u'）' || stem[end] == u')') marks.push_back({at, end + 1 - at});
+    }
+    return marks;
+}
+
+std::u16string_view KindText(Notice::Kind kind) {
+    return kind == Notice::Kind::Error ? u"错误：" : kind == Notice::Kind::Skipped ? u"略过：" : u"";
+}
+
+}  // namespace
+
+std::span<const KindInfo> Kinds() {
+    return kKinds;
+}
+
+const KindInfo& InfoOf(Kind kind) {
+    return *std::find_if(std::begin(kKinds), std::end(kKinds), [&](const KindInfo& info) { return info.kind == kind; });
+}
+
+std::u16string Notice::Text() const {
+    std::u16string out;
+    if (line > 0) out += u"第 " + ToText(static_cast<std::int64_t>(line)) + u" 行";
+    if (!question.empty()) out += u"“" + question + u"”";
+    if (!out.empty()) out += u"：";
+    return out.append(KindText(kind)).append(text);
+}
+
+std::size_t Import::Count(Notice::Kind kind) const {
+    return static_cast<std::size_t>(
+        std::count_if(notices.begin(), notices.end(), [&](const Notice& notice) { return notice.kind == kind; }));
+}
+
+void Import::Tell(Notice::Kind kind, const Question& question, std::u16string text) {
+    std::u16string called = question.name;
+    if (called.empty()) called = Trimmed(question.stem.PlainText());
+    notices.push_back({kind, question.line, Brief(called.substr(0, called.find(u'\n'))), std::move(text)});
+}
+
+void Import::Tell(Notice::Kind kind, std::size_t line, std::u16string text) {
+    notices.push_back({kind, line, {}, std::move(text)});
+}
+
+void Report(const Progress& progress, std::size_t done, std::size_t all) {
+    if (progress && !progress(done, all)) throw Cancelled();
+}
+
+std::vector<BlankMark> BlankMarks(std::u16string_view stem) {
+    std::vector<BlankMark> marks = Numbered(stem);
+    if (marks.empty()) marks = Underscores(stem);
+    return marks.empty() ? Parentheses(stem) : marks;
+}
+
+std::u16string BlankText(std::size_t number) {
+    return u"【" + ToText(static_cast<std::int64_t>(number)) + u"】";
+}
+
+char16_t LetterOf(std::size_t option) {
+    return static_cast<char16_t>(u'A' + option);
+}
+
+std::u16string StoredAnswer(const Question& question) {
+    std::u16string out;
+    switch (question.kind) {
+        case Kind::Single:
+        case Kind::Multiple: {
+            std::int64_t bits = 0;
+            for (std::size_t i = 0; i < question.options.size(); ++i) {
+                if (question.options[i].right) bits |= std::int64_t{1} << i;
+            }
+            return ToText(bits);
+        }
+        case Kind::YesNo: return question.is_true ? u"-1" : u"0";
+        case Kind::Fill:
+            for (std::size_t i = 0; i < question.blanks.size(); ++i) {
+                if (i > 0) out += u'@';
+                for (std::size_t j = 0; j < question.blanks[i].size(); ++j) {
+                    if (j > 0) out += u'#';
+                    out += question.blanks[i][j];
+                }
+            }
+            return out;
+        case Kind::Operation: break;
+    }
+    return question.requirements;
+}
+
+std::u16string RightLetters(const Question& question) {
+    std::u16string letters;
+    for (std::size_t i = 0; i < question.options.size(); ++i) {
+        if (question.options[i].right) letters += LetterOf(i);
+    }
+    return letters;
+}
+
+namespace {
+
+ui::CharacterFormat CanonicalFormat(const ui::CharacterFormat& format) {
+    ui::CharacterFormat kept;
+    if (IsProgramFont(format.font)) kept.font = kProgramFont;
+    kept.bold = format.bold;
+    kept.italic = format.italic;
+    kept.underline = format.underline;
+    kept.strike_out = format.strike_out;
+    kept.script = format.script;
+    return kept;
+}
+
+ui::Picture CanonicalPicture(ui::Picture picture) {
+    const auto whole_pixels = [](int twips) {
+        return std::max(1, (twips + ui::kTwipsPerPixel / 2) / ui::kTwipsPerPixel) * ui::kTwipsPerPixel;
+    };
+    picture.width = whole_pixels(picture.width);
+    picture.height = whole_pixels(picture.height);
+    return picture;
+}
+
+// Hard blanks are blanks; other control characters than tabs have no place in a question.
+std::u16string CanonicalCharacters(std::u16string_view text) {
+    std::u16string out;
+    out.reserve(text.size());
+    for (const char16_t unit : text) {
+        if (unit == u'\u00A0') {
+            out += u' ';
+        } else if (unit >= u' ' || unit == u'\t') {
+            out += unit;
+        }
+    }
+    return out;
+}
+
+// Lines of runs, for a line break ends a line as a paragraph does.
+struct TextLine {
+    std::u16string bullet;
+    std::vector<ui::Run> runs;
+
+    bool IsEmpty() const { return runs.empty(); }
+
+    void TrimEnd() {
+        while (!runs.empty() && runs.back().picture == nullptr) {
+            std::u16string& text = runs.back().text;
+            text.resize(text.find_last_not_of(kBlanks) + 1);
+            if (!text.empty()) return;
+            runs.pop_back();
+        }
+    }
+    void TrimBegin() {
+        while (!runs.empty() && runs.front().picture == nullptr) {
+            std::u16string& text = runs.front().text;
+            text.erase(0, std::min(text.find_first_not_of(kBlanks), text.size()));
+            if (!text.empty()) return;
+            runs.erase(runs.begin());
+        }
+    }
+};
+
+std::vector<TextLine> LinesOf(const ui::RichText& text) {
+    std::vector<TextLine> lines;
+    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+        lines.push_back({paragraph.format.bullet, {}});
+        for (const ui::Run& run : paragraph.runs) {
+            if (run.picture != nullptr) {
+                lines.back().runs.push_back({std::u16string(1, ui::kPictureMark), {}, run.picture});
+                continue;
+            }
+            std::u16string_view rest = run.text;
+            while (true) {
+                const std::size_t end = rest.find(ui::kLineBreak);
+                std::u16string part = CanonicalCharacters(rest.substr(0, end));
+                if (!part.empty()) lines.back().runs.push_back({std::move(part), CanonicalFormat(run.format), {}});
+                if (end == std::u16string_view::npos) break;
+                lines.push_back({});
+                rest.remove_prefix(end + 1);
+            }
+        }
+    }
+    return lines;
+}
+
+}  // namespace
+
+ui::RichText Canonical(const ui::RichText& text) {
+    std::vector<TextLine> lines = LinesOf(text);
+    for (TextLine& line : lines) line.TrimEnd();
+    while (!lines.empty() && lines.back().IsEmpty()) lines.pop_back();
+    std::size_t first = 0;
+    for (; first < lines.size(); ++first) {
+        lines[first].TrimBegin();
+        if (!lines[first].IsEmpty()) break;
+    }
+    ui::RichText out;
+    for (std::size_t i = first; i < lines.size(); ++i) {
+        if (i > first) out.EndParagraph();
+        ui::ParagraphFormat format;
+        format.bullet = lines[i].IsEmpty() ? std::u16string() : lines[i].bullet;
+        if (!format.bullet.empty()) {
+            format.left_indent = 360;
+            format.first_line_indent = -360;
+        }
+        out.SetParagraphFormat(std::move(format));
+        for (ui::Run& run : lines[i].runs) {
+            if (run.picture != nullptr) {
+                out.AppendPicture(CanonicalPicture(*run.picture));
+            } else {
+                out.AppendText(run.text, run.format);
+            }
+        }
+    }
+    return out;
+}
+
+bool IsEmpty(const ui::RichText& text) {
+    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+        for (const ui::Run& run : paragraph.runs) {
+            if (run.picture != nullptr || !Trimmed(run.text).empty()) return false;
+        }
+    }
+    return true;
+}
+
+bool IsPlain(const ui::RichText& text) {
+    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+        if (paragraph.format != ui::ParagraphFormat{}) return false;
+        for (const ui::Run& run : paragraph.runs) {
+            if (run.picture != nullptr || run.format != ui::CharacterFormat{}) return false;
+        }
+    }
+    return true;
+}
+
+ui::RichText PlainRichText(std::u16string_view text) {
+    ui::RichText out;
+    out.AppendText(text);
+    return out;
+}
+
+std::u16string_view Trimmed(std::u16string_view text) {
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::u16string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::u16string Brief(std::u16string_view text, std::size_t most) {
+    const std::u16string line = ForMessage(Trimmed(text));
+    if (line.size() <= most) return line;
+    std::size_t length = most - 1;
+    if (IsHighSurrogate(line[length - 1])) --length;
+    return line.substr(0, length) + u"…";
+}
+
+}  // namespace qmtrain::exchange

@@ -1,0 +1,116 @@
+// A question as no format and no bank has it: what readers make, and writers and banks take.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ui/document/rich_text.h"
+
+namespace qmtrain::exchange {
+
+enum class Kind : std::uint8_t { Single, Multiple, YesNo, Fill, Operation };
+
+// How banks and users know a kind.
+struct KindInfo {
+    Kind kind;
+    std::u16string_view name;
+    std::u16string_view table_code;  // in banks that we make; characters 3 and 4 of a record number
+    std::u16string_view table;
+};
+std::span<const KindInfo> Kinds();
+const KindInfo& InfoOf(Kind kind);
+
+struct Option {
+    ui::RichText text;
+    bool right = false;
+};
+
+using Blank = std::vector<std::u16string>;  // the accepted answers
+
+struct Question {
+    Kind kind = Kind::Single;
+    std::size_t line = 0;     // of the file, from 1
+    std::u16string name;      // as its file calls it
+    std::u16string rec_no;    // its record number, where that is known
+    std::u16string category;  // "数据结构/栈"
+    ui::RichText stem;
+    std::vector<Option> options;  // of a choice
+    bool is_true = false;         // of a true/false question
+    std::vector<Blank> blanks;    // of a fill-in question
+    std::u16string requirements;  // of an operation question
+    std::u16string keywords;      // of an operation question, separated by "#": what an answer is marked by
+    ui::RichText analysis;
+    std::int32_t difficulty = 0;  // 1 to 3; 0: not known
+};
+
+// What is told of a file before anything is written.
+struct Notice {
+    enum class Kind : std::uint8_t {
+        Changed,  // something comes over in another form than it had
+        Skipped,  // something that is no question, or that is there already
+        Error,    // the question, or the file, cannot be taken
+    };
+    Kind kind = Kind::Changed;
+    std::size_t line = 0;  // 0: the file as a whole
+    std::u16string question;
+    std::u16string text;
+
+    // "第 12 行“栈的定义”：选项的反馈并入解析。"
+    std::u16string Text() const;
+};
+
+struct Import {
+    std::vector<Question> questions;
+    std::vector<Notice> notices;
+
+    std::size_t Count(Notice::Kind kind) const;
+    void Tell(Notice::Kind kind, const Question& question, std::u16string text);
+    void Tell(Notice::Kind kind, std::size_t line, std::u16string text);
+};
+
+// Told how much of how much is done; raises Cancelled when it returns false.
+using Progress = std::function<bool(std::size_t done, std::size_t all)>;
+class Cancelled {};
+void Report(const Progress& progress, std::size_t done, std::size_t all);
+
+// Where a fill-in answer is to be written in a stem: "【1】", "____" or "（　　）".
+struct BlankMark {
+    std::size_t position = 0;
+    std::size_t length = 0;
+};
+
+// Those of the numbered form if there are any, else underscores, else empty parentheses.
+std::vector<BlankMark> BlankMarks(std::u16string_view stem);
+
+std::u16string BlankText(std::size_t number);  // "【1】"
+
+// "A" to "Z".
+inline constexpr std::size_t kMostOptions = 26;
+char16_t LetterOf(std::size_t option);
+std::u16string RightLetters(const Question& question);
+
+// The answer as banks store it: the number of the bit set, "-1" or "0", the blanks with "@" and "#" between them, the
+// requirements of an operation question.
+std::u16string StoredAnswer(const Question& question);
+
+// The text with programs in "Courier New", and without what marks no meaning: other fonts, sizes, colours, alignments,
+// blanks at its ends.
+ui::RichText Canonical(const ui::RichText& text);
+inline constexpr const char16_t* kProgramFont = u"Courier New";
+
+bool IsEmpty(const ui::RichText& text);
+bool IsPlain(const ui::RichText& text);  // no format, no picture
+ui::RichText PlainRichText(std::u16string_view text);
+
+// Without blanks, tabs, line ends and ideographic spaces at its ends.
+std::u16string_view Trimmed(std::u16string_view text);
+
+// The text in one line, the beginning of a long one: for messages and lists.
+std::u16string Brief(std::u16string_view text, std::size_t most = 30);
+
+}  // namespace qmtrain::exchange

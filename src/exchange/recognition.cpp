@@ -1,0 +1,253 @@
+#include "exchange/recognition.h"
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+
+#include "core/text.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+constexpr double kLikeEnoughByNumber = 0.3;
+constexpr double kLikeEnoughByOptions = 0.7;
+constexpr std::size_t kTellingOptions = 16;  // characters of options that are no mere numbers
+
+// What a text says: without blanks and formats, pictures by their content.
+std::u16string KeyOf(const ui::RichText& text) {
+    std::u16string key;
+    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+        for (const ui::Run& run : paragraph.runs) {
+            if (run.picture != nullptr) {
+                const Bytes& bytes = run.picture->bytes;
+                const std::string_view content(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+                key += ui::kPictureMark + ToText(static_cast<std::int64_t>(std::hash<std::string_view>()(content)));
+                continue;
+            }
+            for (const char16_t unit : run.text) {
+                if (unit > u' ' && unit != u'\u3000' && unit != u'\u00A0') key += ToLower(unit);
+            }
+        }
+    }
+    return key;
+}
+
+struct Keys {
+    std::u16string stem;
+    std::vector<std::u16string> options;
+    std::u16string answer;
+    std::u16string all;
+
+    explicit Keys(const Question& question) {
+        const std::u16string kind(1, static_cast<char16_t>(u'0' + static_cast<int>(question.kind)));
+        stem = kind + KeyOf(question.stem);
+        for (const Option& option : question.options) options.push_back(KeyOf(option.text));
+        answer = StoredAnswer(question);
+        all = stem + u'\n' + answer;
+        for (const std::u16string& option : options) all += u'\n' + option;
+    }
+
+    std::size_t Shared(const Keys& other) const {
+        return static_cast<std::size_t>(std::count_if(options.begin(), options.end(), [&](const std::u16string& one) {
+            return std::find(other.options.begin(), other.options.end(), one) != other.options.end();
+        }));
+    }
+
+    // The options in any order, and which of them are right; empty when they tell little.
+    std::u16string OptionKey(const Question& question) const {
+        std::vector<std::u16string> sorted;
+        std::size_t length = 0;
+        for (std::size_t i = 0; i < options.size(); ++i) {
+            length += options[i].size();
+            sorted.push_back((question.options[i].right ? u"+" : u"-") + options[i]);
+        }
+        if (length < kTellingOptions) return {};
+        std::sort(sorted.begin(), sorted.end());
+        std::u16string key;
+        for (const std::u16string& one : sorted) key += one + u'\n';
+        return stem.substr(0, 1) + key;
+    }
+};
+
+using Places = std::unordered_map<std::u16string, std::vector<std::size_t>>;
+
+class Recogniser {
+public:
+    Recogniser(std::span<const Question> bank, std::span<const Question> file) : bank_(bank), file_(file) {
+        bank_keys_.reserve(bank.size());
+        for (const Question& question : bank) bank_keys_.emplace_back(question);
+        file_keys_.reserve(file.size());
+        for (const Question& question : file) file_keys_.emplace_back(question);
+        found_.resize(file.size());
+        taken_.resize(bank.size());
+    }
+
+    Recognition Run() {
+        MarkRepeated();
+        Match(&Recogniser::AllOf, [](const Keys&, const Keys&) { return std::size_t{1}; });
+        Match(&Recogniser::StemOf, [](const Keys& in_bank, const Keys& in_file) {
+            return in_bank.options.empty() ? std::size_t{1} + (in_bank.answer == in_file.answer)
+                                           : in_bank.Shared(in_file);
+        });
+        Match(&Recogniser::NumberOf, [](const Keys& in_bank, const Keys& in_file) {
+            return std::size_t{Likeness(in_bank.stem, in_file.stem) >= kLikeEnoughByNumber ? 1U : 0U};
+        });
+        Match(&Recogniser::OptionsOf, [](const Keys& in_bank, const Keys& in_file) {
+            return std::size_t{Likeness(in_bank.stem, in_file.stem) >= kLikeEnoughByOptions ? 1U : 0U};
+        });
+        return Result();
+    }
+
+private:
+    using KeyFunction = std::u16string (*)(const Question&, const Keys&);
+
+    static std::u16string AllOf(const Question&, const Keys& keys) { return keys.all; }
+    static std::u16string StemOf(const Question&, const Keys& keys) { return keys.stem; }
+    static std::u16string NumberOf(const Question& question, const Keys& keys) {
+        return question.rec_no.empty() ? u"" : keys.stem.substr(0, 1) + question.rec_no;
+    }
+    static std::u16string OptionsOf(const Question& question, const Keys& keys) { return keys.OptionKey(question); }
+
+    void MarkRepeated() {
+        Places seen;
+        for (std::size_t i = 0; i < file_.size(); ++i) {
+            std::vector<std::size_t>& places = seen[file_keys_[i].all];
+            repeated_.push_back(!places.empty());
+            places.push_back(i);
+        }
+    }
+
+    // Each question of the file that is not found yet takes the free one of the bank with the same key that has the
+    // highest score above 0.
+    template <class Score>
+    void Match(KeyFunction key, Score score) {
+        Places free;
+        for (std::size_t i = 0; i < bank_.size(); ++i) {
+            if (taken_[i]) continue;
+            if (std::u16string of = key(bank_[i], bank_keys_[i]); !of.empty()) free[std::move(of)].push_back(i);
+        }
+        for (std::size_t i = 0; i < file_.size(); ++i) {
+            if (found_[i] || repeated_[i]) continue;
+            const auto places = free.find(key(file_[i], file_keys_[i]));
+            if (places == free.end()) continue;
+            // Many questions may share a stem such as "下列说法正确的是"; a few hundred of them are enough to look at.
+            constexpr std::size_t kMostLookedAt = 500;
+            std::size_t best = 0;
+            std::size_t looked_at = 0;
+            for (const std::size_t candidate : places->second) {
+                if (taken_[candidate] || ++looked_at > kMostLookedAt) continue;
+                const std::size_t points = score(bank_keys_[candidate], file_keys_[i]);
+                if (points <= best) continue;
+                best = points;
+                found_[i] = candidate;
+            }
+            if (found_[i]) taken_[*found_[i]] = true;
+        }
+    }
+
+    Recognition Result() const {
+        Recognition result;
+        for (std::size_t i = 0; i < file_.size(); ++i) {
+            Recognised one;
+            if (repeated_[i]) {
+                one.as = Recognised::As::Repeated;
+            } else if (found_[i]) {
+                one.existing = *found_[i];
+                one.changes = Differences(bank_[one.existing], Merged(bank_[one.existing], file_[i]));
+                one.as = one.changes.empty() ? Recognised::As::Same : Recognised::As::Changed;
+            }
+            result.questions.push_back(std::move(one));
+        }
+        for (std::size_t i = 0; i < bank_.size(); ++i) {
+            if (!taken_[i]) result.not_found.push_back(i);
+        }
+        return result;
+    }
+
+    std::span<const Question> bank_;
+    std::span<const Question> file_;
+    std::vector<Keys> bank_keys_;
+    std::vector<Keys> file_keys_;
+    std::vector<std::optional<std::size_t>> found_;
+    std::vector<bool> repeated_;
+    std::vector<bool> taken_;
+};
+
+bool SameOptions(const std::vector<Option>& a, const std::vector<Option>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Option& one, const Option& other) {
+        return Canonical(one.text) == Canonical(other.text);
+    });
+}
+
+}  // namespace
+
+std::size_t Recognition::Count(Recognised::As as) const {
+    return static_cast<std::size_t>(
+        std::count_if(questions.begin(), questions.end(), [&](const Recognised& one) { return one.as == as; }));
+}
+
+std::u16string Recognition::Summary() const {
+    std::u16string out;
+    for (const auto& [as, word] :
+         {std::pair{Recognised::As::New, u"新增"}, std::pair{Recognised::As::Changed, u"修改"},
+          std::pair{Recognised::As::Same, u"不变"}, std::pair{Recognised::As::Repeated, u"重复"}}) {
+        if (!out.empty()) out += u"，";
+        out.append(word).append(u" ").append(ToText(static_cast<std::int64_t>(Count(as)))).append(u" 题");
+    }
+    return out;
+}
+
+double Likeness(std::u16string_view a, std::u16string_view b) {
+    static constexpr std::size_t kMostCompared = 2000;
+    const auto pairs_of = [](std::u16string_view text) {
+        std::vector<std::uint32_t> pairs;
+        for (std::size_t i = 0; i + 1 < std::min(text.size(), kMostCompared); ++i) {
+            pairs.push_back(std::uint32_t{text[i]} << 16 | text[i + 1]);
+        }
+        std::sort(pairs.begin(), pairs.end());
+        return pairs;
+    };
+    const std::vector<std::uint32_t> first = pairs_of(a);
+    const std::vector<std::uint32_t> second = pairs_of(b);
+    if (first.empty() && second.empty()) return a == b ? 1 : 0;
+    std::vector<std::uint32_t> both;
+    std::set_intersection(first.begin(), first.end(), second.begin(), second.end(), std::back_inserter(both));
+    return 2.0 * static_cast<double>(both.size()) / static_cast<double>(first.size() + second.size());
+}
+
+Recognition Recognise(std::span<const Question> bank, std::span<const Question> file) {
+    return Recogniser(bank, file).Run();
+}
+
+Question Merged(const Question& in_bank, const Question& in_file) {
+    Question merged = in_file;
+    merged.rec_no = in_bank.rec_no;
+    if (merged.category.empty()) merged.category = in_bank.category;
+    if (merged.requirements.empty()) merged.requirements = in_bank.requirements;
+    if (merged.keywords.empty()) merged.keywords = in_bank.keywords;
+    if (IsEmpty(merged.analysis)) merged.analysis = in_bank.analysis;
+    if (merged.difficulty == 0) merged.difficulty = in_bank.difficulty;
+    return merged;
+}
+
+std::u16string Differences(const Question& before, const Question& after) {
+    std::u16string out;
+    const auto tell = [&](bool differs, std::u16string_view what) {
+        if (differs) out.append(out.empty() ? u"" : u"、").append(what);
+    };
+    const auto lines = [](std::u16string_view text) {
+        std::u16string unified(text);
+        std::erase(unified, u'\r');
+        return std::u16string(Trimmed(unified));
+    };
+    tell(Canonical(before.stem) != Canonical(after.stem), u"题干");
+    tell(!SameOptions(before.options, after.options), u"选项");
+    tell(lines(StoredAnswer(before)) != lines(StoredAnswer(after)), u"答案");
+    tell(Canonical(before.analysis) != Canonical(after.analysis), u"解析");
+    tell(before.difficulty != after.difficulty, u"难度");
+    tell(before.category != after.category, u"分类");
+    tell(before.keywords != after.keywords, u"要点");
+    return out;
+}
+
+}  // namespace qmtrain::exchange

@@ -1,0 +1,103 @@
+#include "exchange/text_file.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "core/error.h"
+#include "core/files.h"
+#include "core/text.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+constexpr std::uint64_t kLargest = std::uint64_t{512} << 20;
+constexpr int kChinese = 936;
+
+std::u16string FromUtf16(std::string_view bytes, bool big_endian) {
+    std::u16string out(bytes.size() / 2, u'\0');
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        const auto first = static_cast<std::uint8_t>(bytes[2 * i]);
+        const auto second = static_cast<std::uint8_t>(bytes[2 * i + 1]);
+        out[i] = static_cast<char16_t>(big_endian ? first << 8 | second : second << 8 | first);
+    }
+    return out;
+}
+
+bool IsUtf8(std::string_view bytes) {
+    return bytes.find("\xEF\xBF\xBD") == std::string_view::npos
+               ? FromUtf8(bytes).find(kReplacementCharacter) == std::u16string::npos
+               : true;
+}
+
+void EndLinesWithLf(std::u16string& text) {
+    std::size_t to = 0;
+    for (std::size_t from = 0; from < text.size(); ++from) {
+        if (text[from] != u'\r') {
+            text[to++] = text[from];
+        } else if (from + 1 >= text.size() || text[from + 1] != u'\n') {
+            text[to++] = u'\n';
+        }
+    }
+    text.resize(to);
+}
+
+}  // namespace
+
+std::string ReadBytes(std::u16string_view file) {
+    if (!FileExists(file)) {
+        RaiseComponentError(u"qmtrain", std::u16string(u"文件“").append(file).append(u"”不存在。"));
+    }
+    const std::unique_ptr<File> open = FileSystem::Native().Open(ToNativePath(file), OpenMode::ReadOnly);
+    const std::uint64_t size = open->Size();
+    if (size > kLargest) {
+        RaiseComponentError(u"qmtrain", std::u16string(u"文件“").append(file).append(u"”超过 512 MB，不能导入。"));
+    }
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    bytes.resize(open->ReadAt(0, {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
+    return bytes;
+}
+
+void WriteBytes(std::u16string_view file, std::string_view bytes) {
+    FileSystem& files = FileSystem::Native();
+    const std::filesystem::path place = ToNativePath(file);
+    std::filesystem::path unfinished = place;
+    unfinished += UniqueName("-", ".new");
+    try {
+        const std::unique_ptr<File> open = files.Open(unfinished, OpenMode::CreateNew);
+        open->WriteAt(0, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+        open->Sync();
+    } catch (const AutomationError&) {
+        files.Remove(unfinished);
+        throw;
+    }
+    files.Rename(unfinished, place);
+}
+
+std::u16string DecodeText(std::string_view bytes) {
+    std::u16string text;
+    if (bytes.starts_with("\xEF\xBB\xBF")) {
+        text = FromUtf8(bytes.substr(3));
+    } else if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+        text = FromUtf16(bytes.substr(2), bytes.front() == '\xFE');
+    } else if (IsUtf8(bytes)) {
+        text = FromUtf8(bytes);
+    } else {
+        text = FromCodePage(bytes, kChinese);
+    }
+    EndLinesWithLf(text);
+    const std::size_t unreadable = text.find_first_of(std::u16string_view(u"\xFFFD\0", 2));
+    if (unreadable != std::u16string::npos) {
+        RaiseComponentError(u"qmtrain", u"第 " + ToText(static_cast<std::int64_t>(LineAt(text, unreadable))) +
+                                            u" 行不是文本：编码应当是 UTF-8 或 GBK，文件应当是文本文件。");
+    }
+    return text;
+}
+
+std::size_t LineAt(std::u16string_view text, std::size_t position) {
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(position, text.size()));
+    return static_cast<std::size_t>(std::count(text.begin(), end, u'\n')) + 1;
+}
+
+}  // namespace qmtrain::exchange

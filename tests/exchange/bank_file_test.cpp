@@ -1,0 +1,211 @@
+// Questions go into banks, are found again there, and keep their numbers.
+
+#include "exchange/bank_file.h"
+
+#include <gtest/gtest.h>
+
+#include "bank/question_item.h"
+#include "bank/schema.h"
+#include "core/error.h"
+#include "core/files.h"
+#include "dao/jet_database.h"
+#include "exchange/bank_rows.h"
+#include "exchange/formats.h"
+#include "jet/check.h"
+#include "jet/support/scratch.h"
+#include "random_questions.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+class BankFileTest : public testing::Test {
+protected:
+    BankFileTest() : folder_(FromNativePath(scratch_.Path())) { CreateCatalogue(folder_); }
+    ~BankFileTest() override {
+        for (const auto& entry : std::filesystem::directory_iterator(scratch_.Path())) {
+            if (entry.path().extension() != ".mdb") continue;
+            const jet::CheckReport report =
+                jet::CheckDatabase(dao::JetDatabase::Open(FromNativePath(entry.path()))->Storage());
+            for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
+        }
+    }
+
+    ImportPlan Import(std::u16string_view gift, ImportChoice choice = {}) {
+        const std::vector<Question> questions = ReadGift(gift).questions;
+        ImportPlan plan = PlanImport(folder_, {u"DS", u"数据结构", u"", 3}, questions);
+        CarryOut(folder_, plan, questions, choice);
+        return plan;
+    }
+    // "DS010001 题干", a line for each.
+    std::string Content() {
+        std::string out;
+        for (const Question& question : ReadBank(folder_, u"DS")) {
+            out +=
+                ToUtf8(question.rec_no) + " " + ShownText(question.stem) + " " + ToUtf8(StoredAnswer(question)) + "\n";
+        }
+        return out;
+    }
+    template <class Action>
+    static std::string Refusal(Action action) {
+        try {
+            action();
+        } catch (const AutomationError& error) {
+            return error.what();
+        }
+        return "";
+    }
+
+    test::ScratchFolder scratch_;
+    std::u16string folder_;
+};
+
+constexpr char16_t kFirst[] =
+    u"栈是{=线性表 ~树 ~图}\n\n队列是{~后进先出的表 =先进先出的表}\n\n栈满了还能入栈{F}\n\n栈顶指针叫{=top}";
+
+TEST_F(BankFileTest, ANewBankIsReadByTheComponent) {
+    EXPECT_EQ(ToUtf8(Import(kFirst).recognition.Summary()), "新增 4 题，修改 0 题，不变 0 题，重复 0 题");
+    EXPECT_EQ(Content(), "DS010001 栈是 1\nDS010002 队列是 2\nDS030001 栈满了还能入栈 0\nDS040001 栈顶指针叫 top\n");
+    const auto bank = FindBank(folder_, u"DS");
+    ASSERT_TRUE(bank);
+    EXPECT_EQ(bank->subject, 3);
+    QuestionItem item;
+    item.DataMdbPath(folder_);
+    item.DataCode(u"DS");
+    item.RecNo(u"DS010002");
+    std::u16string problem;
+    ASSERT_TRUE(item.InitQuestionItem(problem)) << ToUtf8(problem);
+    EXPECT_EQ(ToUtf8(item.QuestionType()), "单选题");
+    EXPECT_EQ(ToUtf8(item.Title()), "队列是");
+    EXPECT_EQ(item.Answer(), u"2");
+}
+
+TEST_F(BankFileTest, TheSameQuestionsKeepTheirNumbers) {
+    Import(kFirst);
+    const struct {
+        const char* name;
+        const char16_t* file;
+        const char* summary;
+    } cases[] = {
+        {"again", kFirst, "新增 0 题，修改 0 题，不变 4 题，重复 0 题"},
+        {"in another order, twice",
+         u"队列是{~后进先出的表 =先进先出的表}\n\n栈是{=线性表 ~树 ~图}\n\n栈是{=线性表 ~树 ~图}",
+         "新增 0 题，修改 0 题，不变 2 题，重复 1 题"},
+        {"another answer", u"队列是{=后进先出的表 ~先进先出的表}\n\n栈满了还能入栈{T}",
+         "新增 0 题，修改 2 题，不变 0 题，重复 0 题"},
+        {"the same stem, other options", u"栈是{=数组 ~链表}", "新增 1 题，修改 0 题，不变 0 题，重复 0 题"},
+        {"a typing error in a stem, with its number", u"// [id:DS040001]\n栈顶的指针叫{=top}",
+         "新增 0 题，修改 1 题，不变 0 题，重复 0 题"},
+        {"another question under that number", u"// [id:DS040001]\n完全不同{=x}",
+         "新增 1 题，修改 0 题，不变 0 题，重复 0 题"},
+    };
+    for (const auto& one : cases) {
+        const std::vector<Question> questions = ReadGift(one.file).questions;
+        const ImportPlan plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+        EXPECT_EQ(ToUtf8(plan.recognition.Summary()), one.summary) << one.name;
+    }
+    Import(u"下列关于队列的说法正确的是{~后进先出的一种线性表 =先进先出的一种线性表}\n\n栈是{~线性表 =树 ~图}");
+    const ImportPlan plan = Import(u"下列有关队列的说法正确的是{~后进先出的一种线性表 =先进先出的一种线性表}");
+    EXPECT_EQ(ToUtf8(plan.recognition.Summary()), "新增 0 题，修改 1 题，不变 0 题，重复 0 题");
+    EXPECT_EQ(Content(),
+              "DS010001 栈是 2\nDS010002 队列是 2\nDS010003 下列有关队列的说法正确的是 2\nDS030001 栈满了还能入栈 "
+              "0\nDS040001 栈顶指针叫 "
+              "top\n");
+}
+
+TEST_F(BankFileTest, ReplaceDropsTheOthersAndReusesNoNumber) {
+    Import(kFirst);
+    ImportChoice choice;
+    choice.replace = true;
+    choice.taken = {u"DS010007"};
+    const ImportPlan plan = Import(u"栈是{=线性表 ~树 ~图}\n\n新题{=一 ~二}", choice);
+    EXPECT_EQ(plan.recognition.not_found.size(), 3U);
+    EXPECT_EQ(Content(), "DS010001 栈是 1\nDS010008 新题 1\n");
+}
+
+TEST_F(BankFileTest, AFailureLeavesEverythingAsItWas) {
+    Import(kFirst);
+    const std::string before = Content();
+    const std::vector<Question> questions = RandomQuestions(7).Make(300, true, true);
+    const ImportPlan plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+    EXPECT_THROW(CarryOut(folder_, plan, questions, {}, [](std::size_t done, std::size_t) { return done < 200; }),
+                 Cancelled);
+    EXPECT_EQ(Content(), before);
+    const ImportPlan fresh = PlanImport(folder_, {u"NEW", u"", u"", 0}, questions);
+    EXPECT_THROW(CarryOut(folder_, fresh, questions, {}, [](std::size_t done, std::size_t) { return done < 200; }),
+                 Cancelled);
+    EXPECT_FALSE(FindBank(folder_, u"NEW"));
+    EXPECT_FALSE(FileExists(InFolder(folder_, u"NEW.mdb")));
+    EXPECT_EQ(Refusal([&] {
+                  PlanImport(folder_, {u"../x", u"", u"", 0}, questions);
+              }),
+              "题库代码“../x”应当是 1 到 20 个英文字母或数字。");
+    EXPECT_EQ(Refusal([&] {
+                  PlanImport(folder_, {u"DS", u"", u"", 4}, questions);
+              }),
+              "题库“数据结构”（DS）属于科目 3，不是科目 4。");
+}
+
+TEST_F(BankFileTest, RandomQuestionsComeBackFromTheBank) {
+    const std::vector<Question> questions = RandomQuestions(3).Make(200, true, true);
+    const ImportPlan plan = PlanImport(folder_, {u"RND", u"随机", u"", 1}, questions);
+    CarryOut(folder_, plan, questions, {});
+    std::vector<Question> stored = ReadBank(folder_, u"RND");
+    EXPECT_EQ(stored.size() + plan.recognition.Count(Recognised::As::Repeated), questions.size());
+    const Recognition again = Recognise(stored, questions);
+    EXPECT_EQ(again.Count(Recognised::As::Same) + again.Count(Recognised::As::Repeated), questions.size());
+    for (const Format format : {Format::Csv, Format::MoodleXml}) {
+        std::vector<Notice> notices;
+        const Recognition exported =
+            Recognise(stored, ReadQuestions(WriteQuestions(stored, format, notices), format).questions);
+        EXPECT_EQ(exported.Count(Recognised::As::Same), stored.size());
+    }
+}
+
+// A bank of other programs, without our columns: what has no place is told, an explanation goes into a document.
+TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
+    dao::MakeDatabase(InFolder(folder_, u"OLD.mdb"),
+                      u"CREATE TABLE Tbl_Information (C_TblCode TEXT(2), C_DataCode TEXT(50), C_Tblname TEXT(64));"
+                      u"CREATE TABLE TBL_YESNO (C_RecNo TEXT(50), C_DataCode TEXT(50), SubjectCode LONG, M_Title MEMO, "
+                      u"C_Answer TEXT(255));"
+                      u"CREATE TABLE TBL_OPERATION (C_RecNo TEXT(50), C_DataCode TEXT(50), SubjectCode LONG, M_Title "
+                      u"MEMO, M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY);"
+                      u"CREATE TABLE Tbl_ChoiceVice (C_RecNo TEXT(50), C_DataCode TEXT(50), SubjectCode LONG, "
+                      u"C_ChoiceAnswer TEXT(10), M_answercont MEMO)",
+                      [](dao::Database& bank) {
+                          bank.Execute(u"Insert Into Tbl_Information Values ('31', 'OLD', 'tbl_yesno')");
+                          bank.Execute(u"Insert Into Tbl_Information Values ('35', 'OLD', 'TBL_OPERATION')");
+                          bank.Execute(u"Insert Into TBL_YESNO Values ('XX310005', 'OLD', 9, '旧题', '0')");
+                      });
+    {
+        const dao::Connection catalogue(InFolder(folder_, u"Total.mdb"));
+        catalogue->Execute(u"Insert Into Tbl_Subject Values ('OLD', 9, 'OLD.mdb', '旧题库')");
+    }
+    const std::vector<Question> questions = ReadGift(u"新题{T####因为}\n\n写程序{####提示}\n\n选{=一 ~二}").questions;
+    ImportPlan plan = PlanImport(folder_, {u"OLD", u"", u"", 0}, questions);
+    ASSERT_EQ(plan.notices.size(), 2U);
+    EXPECT_EQ(ToUtf8(plan.notices[0].Text()), "第 1 行“新题”：这个题库没有存放解析的字段，略去。");
+    EXPECT_EQ(ToUtf8(plan.notices[1].Text()), "第 5 行“选”：错误：题库没有存放单选题的表。");
+    const std::span<const Question> good(questions.data(), 2);
+    plan = PlanImport(folder_, {u"OLD", u"", u"", 0}, good);
+    CarryOut(folder_, plan, good, {});
+    const std::vector<Question> stored = ReadBank(folder_, u"OLD");
+    ASSERT_EQ(stored.size(), 3U);
+    EXPECT_EQ(Shown(stored[1]), "是非题|新题|对|编号:XX310006");
+    EXPECT_EQ(Shown(stored[2]), "操作题|写程序|解析:提示|编号:XX350001");
+}
+
+TEST_F(BankFileTest, SingleQuestionsAreSavedAndRemoved) {
+    Import(kFirst);
+    Question question = ReadBank(folder_, u"DS")[0];
+    question.options[1].right = true;
+    EXPECT_EQ(Refusal([&] { SaveQuestion(folder_, u"DS", question); }), "单选题有几个正确的选择项。");
+    question.options[0].right = false;
+    EXPECT_EQ(SaveQuestion(folder_, u"DS", question), u"DS010001");
+    question.rec_no.clear();
+    EXPECT_EQ(SaveQuestion(folder_, u"DS", question, {u"DS010004"}), u"DS010005");
+    RemoveQuestion(folder_, u"DS", u"DS010002");
+    EXPECT_EQ(Content(), "DS010001 栈是 2\nDS010005 栈是 2\nDS030001 栈满了还能入栈 0\nDS040001 栈顶指针叫 top\n");
+}
+
+}  // namespace
+}  // namespace qmtrain::exchange

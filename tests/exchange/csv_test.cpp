@@ -1,0 +1,114 @@
+// Sheets as spreadsheets save them, in any encoding and with any separator.
+
+#include <gtest/gtest.h>
+
+#include "core/error.h"
+#include "exchange/formats.h"
+#include "exchange/text_file.h"
+#include "shown.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+struct Case {
+    const char* name;
+    const char16_t* text;
+    const char* expected;
+};
+
+void PrintTo(const Case& one, std::ostream* out) {
+    *out << one.name;
+}
+
+class CsvTest : public testing::TestWithParam<Case> {};
+
+TEST_P(CsvTest, IsReadAs) {
+    EXPECT_EQ(Shown(ReadCsv(GetParam().text)), GetParam().expected);
+}
+
+constexpr char16_t kEveryKind[] =
+    u"题型,题干,A,B,C,答案,解析,难度\n"
+    u"单选,栈是,线性表,树,,A,见第三章,易\n"
+    u"多选题,线性的有,栈,队列,树,\"A、B\",,3\n"
+    u"判断,地球是圆的,,,,√,,\n"
+    u"填空,首都【1】建于【2】,,,,北京#Beijing@1949,,\n"
+    u"操作,写程序,,,,要有循环,,\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, CsvTest,
+    testing::Values(
+        Case{"EveryKind", kEveryKind,
+             "单选题|栈是|+线性表|-树|解析:见第三章|难度:1\n"
+             "多选题|线性的有|+栈|+队列|-树|难度:3\n"
+             "是非题|地球是圆的|对\n"
+             "填空题|首都【1】建于【2】|北京#Beijing@1949\n"
+             "操作题|写程序|要求:要有循环\n"},
+        Case{"EnglishHeadings", u"type,question,option a,option b,answer\nsingle choice,1+1=,2,3,A",
+             "单选题|1+1=|+2|-3\n"},
+        Case{"TabsAndOptionsInACell", u"题干\t选项\t答案\n栈是\t\"A. 线性表\nB. 树\"\tB", "单选题|栈是|-线性表|+树\n"},
+        Case{"SemicolonsAndQuotes", u"题干;A;B;答案\n\"a;\"\"b\"\"\";x;y;B", "单选题|a;\"b\"|-x|+y\n"},
+        Case{"KindsAreGuessed", u"题干,A,B,C,答案\n甲,1,2,3,AC\n乙,,,,错\n丙,,,,42\n丁,,,,",
+             "多选题|甲|+1|-2|+3\n是非题|乙|错\n填空题|丙|42\n操作题|丁\n"},
+        Case{"Html", u"题干,答案,题型\n\"[html]H<sub>2</sub>O\",对,判断", "是非题|<p>H<sub>2</sub>O</p>|对\n"},
+        Case{"UnknownColumn", u"题干,答案,出题人\n甲,对,王", "是非题|甲|对\n第 1 行：不认识的列“出题人”，略去。\n"},
+        Case{"LinesCountAsInTheFile", u"题干,A,B,答案\n\"两\n行\",1,2,A\n坏,1,2,Z\n",
+             "单选题|两/行|+1|-2\n第 4 行“坏”：错误：没有答案所说的选择项 Z。\n"},
+        Case{"NoAnswerColumn", u"题型,题干,A,B\n单选,甲,1,2",
+             "第 1 行：错误：表格没有“答案”一列。第一行应当是列的名称，例如：题型、题干、A、B、C、D、答案、解析。\n"},
+        Case{"TwoColumnsAlike", u"题干,答案,正确答案\n甲,对,对", "第 1 行：错误：有两列都是“正确答案”。\n"},
+        Case{"GapInOptions", u"题干,A,B,C,答案\n甲,1,,3,C", "第 2 行“甲”：错误：选择项 B 是空的。\n"},
+        Case{"UnknownKind", u"题型,题干,答案\n连线,甲,乙",
+             "第 2 行“甲”：错误：题型“连线”无法识别：应当是单选、多选、判断、填空或操作。\n"},
+        Case{"RealAtSign", u"题型,题干,答案\n填空,邮箱是____,a@b.com",
+             "第 2 行“邮箱是____”：错误：题干中有 1 个空，答案有 2 "
+             "个：各空之间用“@”，同一空的几个答案之间用“#”，答案本身不能含有“@”和“#”。\n"},
+        Case{"OpenQuote", u"题干,答案\n甲,对\n\"乙,错",
+             "是非题|甲|对\n第 3 行：错误：引号没有结束；文件可能不完整。\n"},
+        Case{"Empty", u"\n,,\n", "第 1 行：错误：文件是空的。\n"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(TextFile, KnowsEncodings) {
+    const std::u16string text = u"题干,答案\n首都,北京";
+    const std::string gbk = ToCodePage(text, 936).value();
+    std::string utf16 = "\xFF\xFE";
+    for (const char16_t unit : text) {
+        utf16 += static_cast<char>(unit & 0xFF);
+        utf16 += static_cast<char>(unit >> 8);
+    }
+    EXPECT_EQ(DecodeText(ToUtf8(text)), text);
+    EXPECT_EQ(DecodeText("\xEF\xBB\xBF" + ToUtf8(text)), text);
+    EXPECT_EQ(DecodeText(gbk), text);
+    EXPECT_EQ(DecodeText(utf16), text);
+    EXPECT_EQ(DecodeText("a\r\nb\rc\n"), u"a\nb\nc\n");
+    try {
+        DecodeText("ok\nbad \xFF\x81 byte");
+        FAIL();
+    } catch (const AutomationError& error) {
+        EXPECT_EQ(ToUtf8(error.Description()).substr(0, 9), "第 2 行");
+    }
+}
+
+TEST(Formats, AreFoundOut) {
+    EXPECT_EQ(DetectFormat(u"a.txt", "x\nA. 1\nB. 2\nANSWER: A"), Format::Aiken);
+    EXPECT_EQ(DetectFormat(u"a.txt", "甲{T}"), Format::Gift);
+    EXPECT_EQ(DetectFormat(u"a.txt", "\xEF\xBB\xBF<?xml version='1.0'?><quiz/>"), Format::MoodleXml);
+    EXPECT_EQ(DetectFormat(u"A.CSV", "x"), Format::Csv);
+    for (const auto& [bytes, reason] : {std::pair{"PK\x03\x04zip", "Excel"}, std::pair{"%PDF-1.4", "PDF"},
+                                        std::pair{"", "空"}, std::pair{"just words", "看不出"}}) {
+        try {
+            DetectFormat(u"a.txt", bytes);
+            ADD_FAILURE() << reason;
+        } catch (const AutomationError& error) {
+            EXPECT_NE(ToUtf8(error.Description()).find(reason), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST(CsvTemplate, IsReadWithoutANotice) {
+    const Import import = ReadQuestions(CsvTemplate(), Format::Csv);
+    EXPECT_EQ(import.questions.size(), 5U);
+    EXPECT_TRUE(import.notices.empty()) << Shown(import);
+}
+
+}  // namespace
+}  // namespace qmtrain::exchange

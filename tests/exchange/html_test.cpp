@@ -1,0 +1,105 @@
+// Formatted texts of question files.
+
+#include "exchange/html.h"
+
+#include <gtest/gtest.h>
+
+#include "shown.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+struct Case {
+    const char16_t* html;
+    const char* expected;  // as ToHtml writes it
+};
+
+TEST(Html, IsReadAs) {
+    const Case cases[] = {
+        {u"平常 的  文字\n两行", "平常 的 文字 两行"},
+        {u"<p>一</p><p>二</p>", "一/二"},
+        {u"<div><p>一</p></div>\n<p>二<br></p>三", "一/二/三"},
+        {u"<p>一</p><p><br></p><p>三</p>", "一//三"},
+        {u"<b>粗<i>斜</b>还斜</i>", "<p><b>粗</b><b><i>斜</i></b>还斜</p>"},
+        {u"x<sup>2</sup><strong>a</strong> <u>b</u>", "<p>x<sup>2</sup><b>a</b> <u>b</u></p>"},
+        {u"a &lt; b &amp;&amp; c&nbsp;&gt; d &#20013;", "a < b && c > d 中"},
+        {u"<pre>int i;\n  i++;</pre>完",
+         "<p><code>int i;</code></p><p style=\"white-space: pre-wrap\"><code>  i++;</code></p><p>完</p>"},
+        {u"<ul><li>一</li><li>二</li></ul>尾", "<ul><li>一</li><li>二</li></ul><p>尾</p>"},
+        {u"<ol><li>一<li>二</ol>", "<ol><li>一</li><li>二</li></ol>"},
+        {u"<table><tr><td>a</td><td>b</td></tr><tr><td>c</td><td>d</td></tr></table>", "a\tb/c\td"},
+        {u"看<a href=\"http://x.cn/\">这里</a>", "看这里（http://x.cn/）"},
+        {u"<script>alert(1)</script>好<style>p{}</style>", "好"},
+        {u"<span style=\"font-weight: bold\">粗</span>", "<p><b>粗</b></p>"},
+        {u"a<unknown>b</unknown>c", "abc"},
+        {u"<b", ""},
+        {u"</p></div>x</b>", "x"},
+        {u"<img src=\"http://x.cn/a.png\">", "［图片：http://x.cn/a.png］"},
+    };
+    for (const Case& one : cases) {
+        TextNotes notes;
+        EXPECT_EQ(ShownText(Canonical(FromHtml(one.html, {}, notes))), one.expected) << ToUtf8(one.html);
+        EXPECT_TRUE(notes.errors.empty());
+    }
+}
+
+TEST(Html, WhatIsLostIsTold) {
+    TextNotes notes;
+    FromHtml(u"<a href='http://a'>x</a><table><tr><td>1<td>2</table><script>1</script><img src='http://x/y.png'>", {},
+             notes);
+    EXPECT_EQ(notes.changed,
+              (std::vector<std::u16string>{u"链接改为文字。", u"表格改为用制表符分开的文字。",
+                                           u"略去网页内容 <script>。", u"图片“http://x/y.png”不在文件里，改为文字。"}));
+}
+
+TEST(Html, PicturesComeFromTheFileOrTheText) {
+    const PictureFiles files = [](std::u16string_view name) -> std::optional<Bytes> {
+        if (name == u"dot.png") return DotBytes();
+        if (name == u"text.png") return Bytes{'n', 'o'};
+        if (name == u"half.png") {
+            Bytes half = DotBytes();
+            half.resize(40);
+            return half;
+        }
+        return std::nullopt;
+    };
+    TextNotes notes;
+    const ui::RichText text = FromHtml(u"看<img src=\"@@PLUGINFILE@@/dot.png\" width=\"20\">", files, notes);
+    const ui::Run& run = text.Paragraphs()[0].runs[1];
+    ASSERT_TRUE(notes.errors.empty()) << ToUtf8(notes.errors[0]);
+    ASSERT_NE(run.picture, nullptr);
+    EXPECT_EQ(run.picture->kind, ui::Picture::Kind::Png);
+    EXPECT_EQ(run.picture->width, 20 * ui::kTwipsPerPixel);
+    EXPECT_EQ(run.picture->height, 10 * ui::kTwipsPerPixel);
+    const std::u16string data = u"<img src=\"data:image/png;base64," + FromUtf8(kDot) + u"\">";
+    ASSERT_TRUE(notes.errors.empty()) << ToUtf8(notes.errors[0]);
+    EXPECT_NE(FromHtml(data, {}, notes).Paragraphs()[0].runs[0].picture, nullptr);
+    EXPECT_TRUE(notes.errors.empty());
+    for (const char16_t* bad : {u"@@PLUGINFILE@@/text.png", u"@@PLUGINFILE@@/half.png", u"@@PLUGINFILE@@/none.png",
+                                u"data:image/png;base64,!!", u"data:image/gif;base64,R0lGODlhAQABAAAAACw="}) {
+        TextNotes bad_notes;
+        FromHtml(u"<img src='" + std::u16string(bad) + u"'>", files, bad_notes);
+        EXPECT_EQ(bad_notes.errors.size(), 1U) << ToUtf8(bad);
+    }
+}
+
+TEST(Html, ProgramsAreNoTags) {
+    for (const char16_t* text : {u"#include <stdio.h>", u"a<b && c>d", u"x <y", u"i<s>j", u"p<"}) {
+        EXPECT_EQ(HasTags(text), std::u16string_view(text) == u"i<s>j") << ToUtf8(text);
+    }
+    EXPECT_TRUE(HasTags(u"H<sub>2</sub>"));
+    EXPECT_TRUE(HasTags(u"<p style=\"color:red\">x"));
+    EXPECT_TRUE(HasTags(u"a<br/>b"));
+}
+
+TEST(BlankMarks, AreFoundInEveryForm) {
+    const auto count = [](std::u16string_view stem) { return BlankMarks(stem).size(); };
+    EXPECT_EQ(count(u"甲【1】乙【2】"), 2U);
+    EXPECT_EQ(count(u"甲【2】乙"), 0U);
+    EXPECT_EQ(count(u"甲____乙__"), 2U);
+    EXPECT_EQ(count(u"snake_case 不算"), 0U);
+    EXPECT_EQ(count(u"甲（　　）乙( )，函数 f() 不算"), 2U);
+}
+
+}  // namespace
+}  // namespace qmtrain::exchange

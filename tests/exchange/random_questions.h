@@ -1,0 +1,128 @@
+// Questions of every kind and shape, from a seed.
+#pragma once
+
+#include <random>
+#include <vector>
+
+#include "shown.h"
+
+namespace qmtrain::exchange {
+
+class RandomQuestions {
+public:
+    explicit RandomQuestions(unsigned seed) : random_(seed) {}
+
+    // What a format cannot hold is left out: `several_blanks`, and `more` than stem, options, answer and analysis.
+    std::vector<Question> Make(int count, bool several_blanks, bool more) {
+        std::vector<Question> questions;
+        for (int i = 0; i < count; ++i) questions.push_back(One(several_blanks, more));
+        return questions;
+    }
+
+private:
+    int Number(int least, int most) { return std::uniform_int_distribution<int>(least, most)(random_); }
+
+    std::u16string Word() {
+        static constexpr const char16_t* kWords[] = {
+            u"栈",         u"队列是",
+            u"a<b && c>d", u"%d\\n",
+            u"{x: 1}",     u"~=#:",
+            u"“引号”\"'",  u"#include <stdio.h>",
+            u"线性表",     u"^p",
+            u"，",         u"->",
+            u"100%",       u"[html]",
+            u"A. 甲",      u"C:\\dir\\name",
+            u"𠮷",         u"&amp;",
+            u"]]>",        u"<b>x</b>",
+            u"//",         u"$CATEGORY: x",
+            u"::",         u"a;b,c\td",
+            u"T",          u"\u200B零",
+            u"é",          u"【x】",
+            u"**",         u"*",
+            u"  两格",     u"{1:SA:=x}",
+        };
+        return kWords[Number(0, std::size(kWords) - 1)];
+    }
+
+    ui::CharacterFormat Format() {
+        ui::CharacterFormat format;
+        if (Number(0, 2) != 0) return format;
+        format.bold = Number(0, 2) == 0;
+        format.italic = Number(0, 3) == 0;
+        format.underline = Number(0, 4) == 0;
+        format.strike_out = Number(0, 6) == 0;
+        if (Number(0, 4) == 0) format.script = Number(0, 1) == 0 ? ui::Script::Superscript : ui::Script::Subscript;
+        if (Number(0, 4) == 0) format.font = kProgramFont;
+        return format;
+    }
+
+    ui::RichText Text() {
+        const bool plain = Number(0, 1) == 0;
+        ui::RichText text;
+        int item = 0;
+        for (int line = Number(1, 3); line > 0; --line) {
+            ui::ParagraphFormat paragraph;
+            if (!plain && Number(0, 4) == 0) paragraph.bullet = Number(0, 1) == 0 ? u"•" : u"1.";
+            item = paragraph.bullet == u"1." ? item + 1 : 0;
+            if (item > 0) paragraph.bullet = ToText(item) + u".";
+            text.SetParagraphFormat(paragraph);
+            for (int run = Number(1, 3); run > 0; --run) {
+                text.AppendText(Word(), plain ? ui::CharacterFormat{} : Format());
+                if (!plain && Number(0, 9) == 0) {
+                    text.AppendPicture({ui::Picture::Kind::Png, DotBytes(), 15 * Number(1, 90), 15 * Number(1, 90)});
+                }
+            }
+            if (line > 1) text.EndParagraph();
+        }
+        text = Canonical(text);
+        if (IsEmpty(text)) text.AppendText(u"空");
+        return text;
+    }
+
+    std::u16string Answer() {
+        std::u16string answer = Word() + Word();
+        std::erase_if(answer, [](char16_t unit) { return unit == u'@' || unit == u'#' || unit == u'\t'; });
+        answer = Trimmed(answer);
+        return answer.empty() ? u"答" : answer;
+    }
+
+    Question One(bool several_blanks, bool more) {
+        Question question;
+        question.kind = static_cast<Kind>(Number(0, 4));
+        question.stem = Text();
+        if (Number(0, 2) == 0) question.analysis = Text();
+        if (Number(0, 2) == 0)
+            question.category = u"数据结构/" + std::u16string(1, static_cast<char16_t>(u'A' + Number(0, 3)));
+        if (more && Number(0, 1) == 0) question.difficulty = Number(1, 3);
+        switch (question.kind) {
+            case Kind::Single:
+            case Kind::Multiple:
+                for (int i = Number(2, 6); i > 0; --i)
+                    question.options.push_back({Text(), question.kind == Kind::Multiple && Number(0, 1) == 0});
+                question.options[static_cast<std::size_t>(Number(0, static_cast<int>(question.options.size()) - 1))]
+                    .right = true;
+                break;
+            case Kind::YesNo: question.is_true = Number(0, 1) == 0; break;
+            case Kind::Fill:
+                for (int i = several_blanks ? Number(1, 3) : 1; i > 0; --i) {
+                    Blank blank = {Answer()};
+                    if (Number(0, 1) == 0) {
+                        if (std::u16string other = Answer(); other != blank[0]) blank.push_back(std::move(other));
+                    }
+                    question.blanks.push_back(std::move(blank));
+                }
+                for (std::size_t i = 0; i < question.blanks.size(); ++i)
+                    question.stem.AppendText(u"，" + BlankText(i + 1));
+                break;
+            case Kind::Operation:
+                if (more) question.requirements = u"要求" + Answer();
+                if (more && Number(0, 1) == 0) question.keywords = u"要点#" + Answer();
+                break;
+        }
+        return question;
+    }
+
+    std::mt19937 random_;
+};
+
+}  // namespace qmtrain::exchange

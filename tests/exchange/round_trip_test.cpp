@@ -1,0 +1,64 @@
+// Random questions survive every format, and the bank itself.
+
+#include <gtest/gtest.h>
+
+#include "core/files.h"
+#include "dao/dao.h"
+#include "exchange/bank_rows.h"
+#include "exchange/formats.h"
+#include "random_questions.h"
+#include "ui/question_text.h"
+
+namespace qmtrain::exchange {
+namespace {
+
+struct FormatCase {
+    Format format;
+    bool several_blanks;
+    bool more;
+};
+
+class RoundTripTest : public testing::TestWithParam<FormatCase> {};
+
+TEST_P(RoundTripTest, GivesTheSameQuestions) {
+    const auto [format, several_blanks, more] = GetParam();
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        const std::vector<Question> questions = RandomQuestions(seed).Make(25, several_blanks, more);
+        std::vector<Notice> notices;
+        const std::string file = WriteQuestions(questions, format, notices);
+        EXPECT_TRUE(notices.empty()) << ToUtf8(notices.empty() ? u"" : notices[0].Text());
+        const Import read = ReadQuestions(file, format);
+        for (const Notice& notice : read.notices) {
+            EXPECT_NE(notice.kind, Notice::Kind::Error) << ToUtf8(notice.Text());
+        }
+        ASSERT_EQ(read.questions.size(), questions.size()) << "seed " << seed;
+        for (std::size_t i = 0; i < questions.size(); ++i) {
+            ASSERT_EQ(Shown(read.questions[i]), Shown(questions[i])) << "seed " << seed << " question " << i;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RoundTripTest,
+                         testing::Values(FormatCase{Format::Gift, false, false}, FormatCase{Format::Csv, true, true},
+                                         FormatCase{Format::MoodleXml, true, true}),
+                         [](const auto& info) {
+                             return info.param.format == Format::Gift  ? "Gift"
+                                    : info.param.format == Format::Csv ? "Csv"
+                                                                       : "MoodleXml";
+                         });
+
+// As the windows read it: "^p" in a text is no paragraph's end there, and a text that looks like RTF is none.
+TEST(StoredText, IsShownAsItWas) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        for (const Question& question : RandomQuestions(seed).Make(20, true, true)) {
+            EXPECT_EQ(Canonical(ui::StoredText(StoredText(question.stem))), Canonical(question.stem));
+        }
+    }
+    for (const char16_t* text : {u"{\\rtf1 x}", u" {\\rtf", u"a^pb", u"两\n行"}) {
+        EXPECT_EQ(Canonical(ui::StoredText(StoredText(PlainRichText(text)))), Canonical(PlainRichText(text)))
+            << ToUtf8(text);
+    }
+}
+
+}  // namespace
+}  // namespace qmtrain::exchange

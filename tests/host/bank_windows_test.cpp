@@ -1,0 +1,154 @@
+// A teacher at the screen: looks for a question, changes it, takes it back, brings a file in.
+
+#include <fstream>
+
+#include <wx/frame.h>
+
+#include "exchange/html.h"
+#include "host/bank_window.h"
+#include "host/import_dialog.h"
+#include "host/question_editor.h"
+#include "host/rich_editor.h"
+#include "host/rules_dialog.h"
+#include "host_fixture.h"
+#include "ui/support/message_boxes.h"
+#include "ui/support/window_script.h"
+#include "ui/wx_text.h"
+
+namespace qmtrain::host {
+namespace {
+
+using test::Click;
+using test::Press;
+using test::Shown;
+using test::WindowScript;
+
+std::string Utf8(const wxString& text) {
+    return ToUtf8(ui::FromWx(text));
+}
+
+class BankWindowTest : public test::WithDisplay<test::HostTest> {
+protected:
+    std::u16string Written(const char* name, std::string_view text) const {
+        std::ofstream(folder_.Path() / name) << text;
+        return InFolder(data_.path, FromUtf8(name));
+    }
+    test::MessageBoxes boxes_;
+};
+
+TEST_F(BankWindowTest, AQuestionIsFoundChangedAndTakenBack) {
+    BankWindow window(nullptr, data_, false);
+    QuestionEditor* editor = nullptr;
+    WindowScript script;
+    script.Await("the questions", [&] { return window.LvQuestions->GetItemCount() == 40; })
+        .Do([&] {
+            window.TxtSearch->SetFocus();
+            window.TxtSearch->SetValue("Cache");
+        })
+        .Await("those that have the word", [&] { return window.LvQuestions->GetItemCount() == 1; })
+        .Do([&] {
+            EXPECT_EQ(Utf8(window.LvQuestions->GetItemText(0)), "JC010009");
+            EXPECT_EQ(Utf8(window.LblAnswer->GetLabelText()), "答案：A");
+            Click(*window.BtnEdit);
+        })
+        .Await("the editor", [&] { return (editor = Shown<QuestionEditor>()) != nullptr; })
+        .Do([&] {
+            ASSERT_EQ(editor->TxtOptions.size(), 4U);
+            editor->ChkRight[0]->SetValue(false);
+            wxCommandEvent event(wxEVT_CHECKBOX);
+            event.SetEventObject(editor->ChkRight[0]);
+            editor->ChkRight[0]->ProcessWindowEvent(event);
+        })
+        .Await("what is wrong", [&] { return Utf8(editor->LblCheck->GetLabelText()) == "没有指明正确的选择项。"; })
+        .Do([&] {
+            EXPECT_FALSE(editor->BtnSave->IsEnabled());
+            Click(*editor->ChkRight[2]);
+        })
+        .Await("that it can be saved", [&] { return editor->BtnSave->IsEnabled(); })
+        .Do([&] { Click(*editor->BtnSave); })
+        .Await("the list again", [&] { return Utf8(window.LblAnswer->GetLabelText()) == "答案：C"; })
+        .Do([&] { Click(*window.BtnUndo); })
+        .Await("the answer that it had", [&] { return Utf8(window.LblAnswer->GetLabelText()) == "答案：A"; })
+        .Do([&] { EXPECT_FALSE(window.BtnUndo->IsEnabled()); });
+    script.Play(window);
+}
+
+TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
+    ui::RichText text;
+    ui::CharacterFormat bold;
+    bold.bold = true;
+    ui::CharacterFormat raised;
+    raised.script = ui::Script::Superscript;
+    ui::CharacterFormat program;
+    program.font = exchange::kProgramFont;
+    text.AppendText(u"平常");
+    text.AppendText(u"粗体", bold);
+    text.AppendText(u"2", raised);
+    text.AppendParagraph(u"int i;", program);
+    ui::ParagraphFormat item;
+    item.bullet = u"•";
+    text.AppendParagraph(u"一项", {}, item);
+    text = exchange::Canonical(text);
+    wxFrame frame(nullptr, wxID_ANY, "");
+    RichEditor* editor = RichEditor::InFrame(&frame, wxSize(300, 200));
+    editor->SetRich(text);
+    EXPECT_EQ(ToUtf8(exchange::ToHtml(editor->GetRich())), ToUtf8(exchange::ToHtml(text)));
+    for (const exchange::Question& question : exchange::ReadBank(data_.Banks(), u"JC")) {
+        editor->SetRich(question.stem);
+        EXPECT_EQ(editor->GetRich(), exchange::Canonical(question.stem)) << ToUtf8(question.rec_no);
+    }
+    frame.Show();
+    editor->SetRich(exchange::PlainRichText(u"x2"));
+    editor->SetSelection(1, 2);
+    editor->ToggleScript(true);
+    EXPECT_EQ(editor->GetRich().Paragraphs()[0].runs.back().format.script, ui::Script::Superscript);
+    editor->ToggleScript(true);
+    EXPECT_TRUE(exchange::IsPlain(editor->GetRich()));
+}
+
+TEST_F(BankWindowTest, AnImportIsShownBeforeItHappens) {
+    const std::u16string file = Written("new.gift", "栈是{=线性表 ~树}\n\n坏{=一 ~二\n");
+    ImportDialog dialog(nullptr, data_, u"");
+    WindowScript script;
+    script
+        .Do([&] {
+            dialog.Read({file});
+            EXPECT_EQ(Utf8(dialog.LblSummary->GetLabelText()), "请写上题库代码。");
+            dialog.CboBank->SetValue("DS");
+        })
+        .Await("what will happen",
+               [&] {
+                   return Utf8(dialog.LblSummary->GetLabelText()) ==
+                          "新建题库：新增 1 题，修改 0 题，不变 0 题，重复 0 题；有 1 处错误";
+               })
+        .Do([&] {
+            EXPECT_FALSE(dialog.BtnImport->IsEnabled());
+            EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 3)), "答案的“{”没有对应的“}”。");
+            EXPECT_FALSE(exchange::FindBank(data_.Banks(), u"DS"));
+            Click(*dialog.ChkKeepGoing);
+        })
+        .Await("that it can be imported", [&] { return dialog.BtnImport->IsEnabled(); })
+        .DoLast([&] { Click(*dialog.BtnImport); });
+    EXPECT_EQ(script.Play(dialog), wxID_OK);
+    EXPECT_EQ(exchange::ReadBank(data_.Banks(), u"DS").size(), 1U);
+    EXPECT_TRUE(boxes_.Said().empty());
+}
+
+TEST_F(BankWindowTest, APaperIsMadeByRules) {
+    RulesDialog dialog(nullptr, data_);
+    WindowScript script;
+    script
+        .Do([&] {
+            dialog.SpnCounts[Kind::Single]->SetValue(200);
+            boxes_.Expect(wxID_OK);
+            Click(*dialog.BtnOK);
+        })
+        .Await("why not", [&] { return !boxes_.HasSaid(); })
+        .Do([&] { dialog.SpnCounts[Kind::Single]->SetValue(4); })
+        .DoLast([&] { Click(*dialog.BtnOK); });
+    EXPECT_EQ(script.Play(dialog), wxID_OK);
+    EXPECT_EQ(FindPaper(data_, dialog.PaperNo()).value().questions.size(), 4U);
+}
+
+}  // namespace
+}  // namespace qmtrain::host
