@@ -7,6 +7,7 @@
 #include "core/log.h"
 #include "core/system.h"
 #include "core/text.h"
+#include "host/commands.h"
 #include "host/data_folder.h"
 #include "host/history_list.h"
 #include "host/options.h"
@@ -17,6 +18,16 @@ namespace {
 
 using namespace qmtrain;
 using namespace qmtrain::host;
+
+struct Command {
+    const char* name;
+    int (*run)(const CommandWords& words);
+};
+constexpr Command kCommands[] = {
+    {"export-history", &ExportCommand},
+    {"export-paper", &ExportCommand},
+    {"export-notes", &ExportCommand},
+};
 
 int Run(const Options& options) {
     if (options.help) {
@@ -48,7 +59,11 @@ int Run(const Options& options) {
 int main(int argc, char** argv) {
     const Utf8Streams streams;
     try {
-        return Run(ParseOptions(CommandLineWords(argc, argv)));
+        const CommandWords words = CommandLineWords(argc, argv);
+        for (const Command& command : kCommands) {
+            if (!words.empty() && words.front() == command.name) return command.run(words);
+        }
+        return Run(ParseOptions(words));
     } catch (const AutomationError& error) {
         std::fprintf(stderr, "qmtrain: %s\n", error.what());
         return error.Number() == kComponentError ? 2 : 1;

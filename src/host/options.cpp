@@ -39,6 +39,8 @@ const char* const kHelp =
     "  practice       练习一份试卷\n"
     "  history        打开练习历史窗口\n"
     "  notes          打开笔记管理窗口\n"
+    "  export-history | export-paper | export-notes\n"
+    "                 导出练习历史、一份试卷的回顾、笔记（--help 列出选项）\n"
     "\n"
     "选项：\n"
     "  --data 文件夹      数据库所在的文件夹\n"

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include <cairo-pdf.h>
+#include <wx/dc.h>
 #include <wx/dcgraph.h>
 #include <wx/graphics.h>
 
