@@ -301,7 +301,7 @@ void PaceChart::Paint(wxGraphicsContext& gc, wxSize size) {
     const review::ChartColours colours = review::CurrentColours();
     const wxSize label = GetTextExtent("100%");
     const double margin = FromDIP(kGap);
-    const double left = label.x + 2 * margin;
+    const double left = margin / 2 + review::RateAxisWidth(*this);
     const double top = label.y / 2.0 + margin;
     const review::PlotArea area{left, top, std::max(1.0, size.x - left - margin),
                                 std::max(1.0, size.y - top - label.y - 1.5 * margin)};
@@ -315,7 +315,11 @@ void PaceChart::Paint(wxGraphicsContext& gc, wxSize size) {
     const double step = std::max(10.0, std::round(most / 4 / 10) * 10);
     for (double seconds = 0; seconds <= most; seconds += step) {
         const double x = area.left + seconds * scale;
-        gc.DrawText(ui::ToWx(Format(seconds, u"0") + u" 秒"), x, area.top + area.height + 2);
+        const wxString text = ui::ToWx(Format(seconds, u"0") + u" 秒");
+        double width = 0;
+        double height = 0;
+        gc.GetTextExtent(text, &width, &height);
+        gc.DrawText(text, std::min(x, size.x - width), area.top + area.height + 2);
     }
     gc.SetPen(wxPen(colours.ground));
     const double radius = FromDIP(4);

@@ -25,7 +25,6 @@ const wxSize kLeastSize(680, 440);
 constexpr std::u16string_view kTitle = u"错题本";
 constexpr std::u16string_view kPlace = u"WrongWindow";
 constexpr std::u16string_view kFilterSetting = u"WrongFilter";
-constexpr int kSplit = 300;
 constexpr int kTimesColumn = 4;
 constexpr std::size_t kTimesSortCell = 7;
 
@@ -66,7 +65,7 @@ WrongWindow::WrongWindow(wxWindow* parent, const DataFolder& folder, Edition edi
     RtfQuestion = new ui::RichTextView(split_);
     SetSpokenName(*RtfQuestion, u"试题");
     split_->SetMinimumPaneSize(FromDIP(120));
-    split_->SplitHorizontally(LvWrong, RtfQuestion, FromDIP(kSplit));
+    split_->SplitHorizontally(LvWrong, RtfQuestion);
     split_->SetSashGravity(0.5);
     sizer->Add(split_, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
     sizer->Add(BuildButtons(), 0, wxEXPAND | wxALL, margin);
@@ -182,6 +181,8 @@ void WrongWindow::BindEvents() {
 }
 
 int WrongWindow::ShowModal() {
+    Layout();
+    split_->SetSashPosition(split_->GetClientSize().y / 2);
     Reload();
     LvWrong->SetFocus();
     const int result = wxDialog::ShowModal();

@@ -8,12 +8,16 @@
 namespace qmtrain::review {
 namespace {
 
-constexpr int kGridStep = 20;  // percent
-constexpr int kGap = 8;        // pixels of an unscaled screen
-constexpr int kLegendLine = 28;
+constexpr int kGridStep = 20;    // percent
+constexpr int kGap = 8;          // pixels of an unscaled screen
+constexpr int kLegendLine = 20;  // one dash
 
 bool IsDark() {
     return wxSystemSettings::GetAppearance().IsUsingDarkBackground();
+}
+
+wxString PassLabel() {
+    return wxString::FromUTF8("及格 60%");
 }
 
 wxColour Faint(const wxColour& colour, unsigned char opacity) {
@@ -44,24 +48,24 @@ void PaintRateAxis(wxGraphicsContext& gc, const wxWindow& window, const ChartGeo
     const ChartColours colours = CurrentColours();
     const PlotArea& area = geometry.Area();
     const double gap = window.FromDIP(kGap);
-    gc.SetFont(window.GetFont(), colours.text);
-    double width = 0;
-    double height = 0;
     for (int percent = 0; percent <= 100; percent += kGridStep) {
+        const bool pass = percent == static_cast<int>(kPassRate);
         const double y = geometry.Y(percent);
-        gc.SetPen(wxPen(percent == 0 ? colours.text : colours.grid));
+        gc.SetPen(pass           ? wxPen(colours.pass_line, window.FromDIP(1), wxPENSTYLE_SHORT_DASH)
+                  : percent == 0 ? wxPen(colours.text)
+                                 : wxPen(colours.grid));
         gc.StrokeLine(area.left, y, area.left + area.width, y);
-        const wxString label = wxString::Format("%d%%", percent);
+        const wxString label = pass ? PassLabel() : wxString::Format("%d%%", percent);
+        gc.SetFont(window.GetFont(), pass ? Faint(colours.pass_line, 255) : colours.text);
+        double width = 0;
+        double height = 0;
         gc.GetTextExtent(label, &width, &height);
         gc.DrawText(label, area.left - width - gap, y - height / 2);
     }
-    const double y = geometry.Y(kPassRate);
-    gc.SetPen(wxPen(colours.pass_line, window.FromDIP(1), wxPENSTYLE_SHORT_DASH));
-    gc.StrokeLine(area.left, y, area.left + area.width, y);
-    const wxString label = wxString::FromUTF8("及格 60%");
-    gc.SetFont(window.GetFont().Scaled(0.85F), Faint(colours.pass_line, 255));
-    gc.GetTextExtent(label, &width, &height);
-    gc.DrawText(label, area.left + area.width - width, y - height - 1);
+}
+
+int RateAxisWidth(const wxWindow& window) {
+    return window.GetTextExtent(PassLabel()).x + window.FromDIP(kGap);
 }
 
 void PaintAbove(wxGraphicsContext& gc, const wxString& text, double x, double y, const PlotArea& area) {

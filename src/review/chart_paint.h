@@ -30,8 +30,9 @@ ChartColours CurrentColours();
 // A bar under the mouse, on light and dark grounds.
 wxColour Raised(const wxColour& colour);
 
-// Lines at every fifth with their labels on the left, and "及格 60%" at its line on the right.
+// Lines at every fifth with their labels on the left; that of a pass says so. The room that the labels take.
 void PaintRateAxis(wxGraphicsContext& gc, const wxWindow& window, const ChartGeometry& geometry);
+int RateAxisWidth(const wxWindow& window);
 
 // A text in the middle above a point, within left and right.
 void PaintAbove(wxGraphicsContext& gc, const wxString& text, double x, double y, const PlotArea& area);

@@ -92,7 +92,7 @@ ChartGeometry ScoreChart::Geometry() const {
     const int margin = FromDIP(kMargin);
     const wxSize label = GetTextExtent("100%");
     const wxSize area = GetClientSize();
-    const double left = margin + label.x + margin / 2.0;
+    const double left = margin / 2.0 + RateAxisWidth(*this);
     const double top = margin + label.y / 2.0;
     const double width = std::max(1.0, area.x - left - margin);
     const double height = std::max(1.0, area.y - top - label.y - 1.5 * margin);
