@@ -15,7 +15,7 @@ fuzz_one() {
 # fuzz_all SECONDS
 fuzz_all() {
   local seconds=$1 programs=build/fuzz/tests sample samples=${QMTRAIN_SAMPLES:-../shared/data/mdb}
-  need_packages cmake ninja-build clang libgtest-dev libsqlite3-dev libwxgtk3.2-dev
+  need_packages cmake ninja-build clang libgtest-dev libsqlite3-dev libwxgtk3.2-dev libcairo2-dev pkg-config
   build fuzz -- fuzz_jet_read fuzz_jet_write fuzz_rtf fuzz_parser
   mkdir -p build/fuzz/corpus/{jet_read,jet_write,rtf,sql}
   "$programs/fuzz/fuzz_jet_read" -seeds=build/fuzz/corpus/jet_read

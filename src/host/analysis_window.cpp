@@ -136,11 +136,13 @@ wxWindow* AnalysisWindow::BuildCharts(wxWindow* parent) {
     PicSubjects = card(u"按科目", [&] { return new RateBars(page_, u"按科目的得分率"); });
     PicPace = card(u"每题用时与得分率", [&] { return new PaceChart(page_); });
     PicHours = card(u"什么时候练习", [&] { return new CountColumns(page_, u"每小时做题数", u" 道题"); });
-    all->Add(grid, 0, wxEXPAND | wxBOTTOM, gap);
-    caption(all, u"练习日历");
+    below_ = new wxBoxSizer(wxVERTICAL);
+    below_->Add(grid, 0, wxEXPAND | wxBOTTOM, gap);
+    caption(below_, u"练习日历");
     PicDays = new Calendar(page_);
     PassWheel(*PicDays, *page_);
-    all->Add(PicDays, 0, wxEXPAND);
+    below_->Add(PicDays, 0, wxEXPAND);
+    all->Add(below_, 0, wxEXPAND);
     auto* outer = new wxBoxSizer(wxVERTICAL);
     outer->Add(all, 1, wxEXPAND | wxALL, gap);
     page_->SetSizer(outer);
@@ -213,7 +215,9 @@ void AnalysisWindow::Fill() {
     } else {
         FillAdvice();
     }
-    BtnExport->Enable(analysis_.GetFigures().all.times > 0);
+    const bool any = analysis_.GetFigures().all.times > 0;
+    below_->ShowItems(any);
+    BtnExport->Enable(any);
     page_->FitInside();
     Layout();
 }

@@ -74,6 +74,7 @@ private:
     std::optional<Advice> chosen_;
     wxScrolledWindow* page_ = nullptr;
     wxFlexGridSizer* advice_rows_ = nullptr;
+    wxSizer* below_ = nullptr;  // charts that say nothing without answers
     int sorted_items_by_ = -1;
     bool ascending_ = true;
 };

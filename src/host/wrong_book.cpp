@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 
+#include "core/convert.h"
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
@@ -208,7 +209,7 @@ ui::RichText WrongText(WrongBook& book, const WrongEntry& entry) {
         report::AppendLine(text, u"正确答案", ShownAnswer(question.kind, question.answer));
     report::AppendLine(text, u"错误次数",
                        TimesText(entry) + u"（最近一次 " + DateText(entry.item.last_wrong) + u"，得 " +
-                           Format(entry.item.got, u"0.##") + u" / " + Format(entry.item.full, u"0.##") + u" 分）");
+                           ToText(Value(entry.item.got)) + u" / " + ToText(Value(entry.item.full)) + u" 分）");
     const std::u16string note = NoteOn(book, book.Source().Folder(), asked);
     if (!note.empty()) report::AppendLine(text, u"笔记", note);
     return text;

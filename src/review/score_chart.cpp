@@ -1,12 +1,14 @@
 #include "review/score_chart.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include <wx/dcbuffer.h>
 #include <wx/graphics.h>
 #include <wx/settings.h>
 
+#include "core/convert.h"
 #include "core/format.h"
 #include "review/chart_paint.h"
 #include "ui/wx_text.h"
@@ -155,8 +157,8 @@ void ScoreChart::PaintBars(wxGraphicsContext& gc, const ChartGeometry& geometry)
     gc.SetFont(GetFont().Scaled(0.85F), colours.text);
     for (std::size_t i = 0; i < points_.size(); ++i) {
         const double percent = std::max(0.0, points_[i].percent);
-        PaintAbove(gc, ui::ToWx(Format(percent, u"0.#")), geometry.X(static_cast<double>(i)), geometry.Y(percent),
-                   geometry.Area());
+        PaintAbove(gc, ui::ToWx(ToText(Value(std::round(percent * 10) / 10))), geometry.X(static_cast<double>(i)),
+                   geometry.Y(percent), geometry.Area());
     }
 }
 
