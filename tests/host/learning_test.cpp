@@ -227,6 +227,33 @@ TEST_F(LearningTest, WhatToPractiseNow) {
     EXPECT_EQ(teacher.Items().size(), 5U);
 }
 
+TEST_F(LearningTest, TitlesOfQuestionsWhateverTheBankHolds) {
+    QuestionSource source(data_, Edition::StandAlone);
+    EXPECT_EQ(ToUtf8(source.Title(1, u"JC", u"JC030007")), "TCP 是一种无连接的传输层协议。");
+    EXPECT_EQ(ToUtf8(source.BankName(1, u"jc")), "计算机基础与网络");
+    for (const auto& [code, rec_no] : {std::pair(u"JC", u"JC039999"),
+                                       {u"JC", u"J"},
+                                       {u"JC", u"JC99x"},
+                                       {u"NO", u"NO010001"},
+                                       {u"JC", u"JC01' Or '1'='1"},
+                                       {u"J'C", u"JC010001"}}) {
+        EXPECT_EQ(ToUtf8(source.Title(1, code, rec_no)), "") << ToUtf8(code) << " " << ToUtf8(rec_no);
+    }
+    EXPECT_EQ(ToUtf8(source.BankName(1, u"NO")), "NO");
+    EXPECT_THROW(source.Load(1, u"NO", u"NO010001"), AutomationError);
+
+    // A bank from anybody: the name of a table is no way out of the statement.
+    const dao::Connection catalogue(InFolder(data_.Banks(), u"Total.mdb"));
+    const std::u16string file = data_.Bank(TextOr(
+        catalogue->OpenRecordset(u"Select C_DataName From Tbl_Subject Where C_DataCode='JC'")->Fields(0).Value(), u""));
+    dao::Connection(file)->Execute(u"Update Tbl_Information Set C_Tblname='TBL_FILL, TBL_CHOICE' Where C_TblCode='03'");
+    EXPECT_EQ(ToUtf8(QuestionSource(data_, Edition::StandAlone).Title(1, u"JC", u"JC030007")), "");
+
+    QuestionSource net(data_, Edition::Network);
+    EXPECT_EQ(ToUtf8(net.Title(1, u"JC", u"JC030007")), "TCP 是一种无连接的传输层协议。");
+    EXPECT_EQ(ToUtf8(net.Title(2, u"JC", u"JC030007")), "") << "another subject's";
+}
+
 TEST_F(LearningTest, AFolderOfAnEarlierVersionIsReadAsItIs) {
     GoBackToTheEarlierVersion();
     EXPECT_EQ(CountDue(data_, test::kCandidate, 1, Now()), 0);
