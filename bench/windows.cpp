@@ -1,6 +1,7 @@
 // Opening the windows on a long history, a long paper and many notes, against the bare queries behind them.
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +14,11 @@
 #include "core/log.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "host/analysis_window.h"
+#include "host/review_schedule.h"
+#include "host/review_window.h"
+#include "host/schema.h"
+#include "host/wrong_window.h"
 #include "measure.h"
 #include "notes/frm_notes.h"
 #include "records/schema.h"
@@ -213,6 +219,94 @@ void QueryNotes(const std::u16string& folder) {
     Require(banks.size() == kBanks && !notes::BankRows(banks.front(), *note, kUser).empty());
 }
 
+// ---- the learning windows: a long history of long papers ----
+
+constexpr int kLongPaper = 60;
+constexpr int kDifferent = 1200;  // questions that there are
+
+// One candidate's; each question is right three times of four.
+void MakeLongPapers(const std::u16string& folder) {
+    const host::DataFolder data{folder};
+    CreateClientDatabase(folder);
+    host::CreateHostDatabase(data.Host());
+    CreateLocalPaperDatabase(data.LocalPaper());
+    dao::Engine::Instance().BeginTrans();
+    const dao::Connection paper(data.LocalPaper());
+    paper->Execute(u"INSERT INTO Tbl_Information VALUES ('01', 'KJ', 'TBL_CHOICE')");
+    paper->Execute(u"INSERT INTO Tbl_Subject VALUES ('KJ', 1, Null, '会计基础')");
+    for (int i = 0; i < kDifferent; ++i) {
+        paper->Execute(u"INSERT INTO TBL_CHOICE VALUES ('KJ01" + ToText(1000 + i) +
+                       u"', 'KJ', 1, '下列叙述中，正确的是（　　）。', '2')");
+    }
+    const dao::Connection client(ClientDatabase(folder));
+    client->Execute(u"INSERT INTO Tbl_SetUser VALUES (7, '考生', '1')");
+    client->Execute(u"INSERT INTO Tbl_SubjectBrief VALUES (1, '科目', Null, Null)");
+    client->Execute(u"INSERT INTO Tbl_QuestionType VALUES (1, '单项选择题', Null, '1')");
+    const auto trainings = client->OpenRecordset(u"Select * From TrainInfo");
+    for (std::int32_t i = 0; i < kTrainings; ++i) {
+        trainings->AddNew();
+        trainings->Fields(u"UserId").Value(kUser);
+        trainings->Fields(u"SubjectCode").Value(kSubject);
+        trainings->Fields(u"StartDate").Value(Date{44000 + i / 4.0});
+        trainings->Fields(u"TheoryNo").Value(std::int32_t{1});
+        trainings->Fields(u"UseTime").Value(900 + i % 3600);
+        trainings->Update();
+    }
+    const auto results = client->OpenRecordset(u"Select * From TrainResult Where TrainID=0");
+    for (std::int32_t i = 0; i < kTrainings * kLongPaper; ++i) {
+        const std::int32_t question = (i * 7 + i / kDifferent) % kDifferent;
+        results->AddNew();
+        results->Fields(u"TrainID").Value(i / kLongPaper + 1);
+        results->Fields(u"QuestionType").Value(std::int32_t{1});
+        results->Fields(u"DataCode").Value(u"KJ");
+        results->Fields(u"QuestionRecNo").Value(u"KJ01" + ToText(1000 + question));
+        results->Fields(u"QuestionScore").Value(1.0F);
+        results->Fields(u"AnswerScore").Value(i * 2654435761U >> 30 == 0 ? 0.0F : 1.0F);
+        results->Fields(u"Answer").Value(u"2");
+        results->Fields(u"StudentAnswer").Value(u"1");
+        results->Fields(u"Difficult").Value(question % 3 + 1);
+        results->Fields(u"QuestionNo").Value(i % kLongPaper + 1);
+        results->Update();
+    }
+    dao::Engine::Instance().CommitTrans();
+}
+
+template <class Window>
+void OpenAndClose(Window& window, wxWindow& painted) {
+    AfterPaint(painted, [&] {
+        if (window.IsModal()) window.EndModal(wxID_OK);
+    });
+    Require(window.ShowModal() == wxID_OK);
+}
+
+void OpenWrong(const host::DataFolder& data) {
+    host::WrongWindow window(nullptr, data, host::Edition::Network, kUser, kSubject, true);
+    OpenAndClose(window, RowsOf(*window.LvWrong));
+    Require(window.LvWrong->GetItemCount() == kDifferent);
+}
+
+void OpenReview(const host::DataFolder& data) {
+    host::ReviewWindow window(nullptr, data, host::Edition::Network, kUser, kSubject, false);
+    OpenAndClose(window, RowsOf(*window.LvDue));
+    Require(window.Overview().all == kDifferent);
+}
+
+void OpenAnalysis(const host::DataFolder& data, std::int32_t user) {
+    host::AnalysisWindow window(nullptr, data, host::Edition::Network, user, kSubject, false);
+    OpenAndClose(window, *window.PicRates);
+    Require(window.PicRates->RowCount() == kTrainings);
+}
+
+void ReadResults(const std::u16string& folder) {
+    const dao::Connection client(ClientDatabase(folder));
+    const auto rows = client->OpenRecordset(
+        u"Select TrainID,QuestionType,DataCode,QuestionRecNo,QuestionScore,AnswerScore,Distin,Difficult From "
+        u"TrainResult");
+    std::int32_t count = 0;
+    for (; !rows->Eof(); rows->MoveNext()) ++count;
+    Require(count == kTrainings * kLongPaper);
+}
+
 template <class Open, class Query>
 void Compare(const char* name, Open open, Query query) {
     const double opened = bench::BestOf(kRuns, open);
@@ -242,5 +336,23 @@ int main() {
         "the review of 200 questions, painted", [&] { OpenPaper(folder); }, [&] { QueryPaper(folder); });
     Compare(
         "the manager of 2000 notes in 30 banks, painted", [&] { OpenNotes(folder); }, [&] { QueryNotes(folder); });
+    const std::u16string learning = InFolder(folder, u"learning");
+    fs::create_directories(path / "learning");
+    MakeLongPapers(learning);
+    const host::DataFolder data{learning};
+    std::printf("5000 trainings of 60 questions:\n");
+    const auto first = std::chrono::steady_clock::now();
+    host::UpdateSchedule(data, kUser);
+    std::printf("the schedule of reviews worked out anew: %.3f s\n",
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - first).count());
+    const auto query = [&] { ReadResults(learning); };
+    Compare(
+        "the wrong questions, painted", [&] { OpenWrong(data); }, query);
+    Compare(
+        "today's reviews, painted", [&] { OpenReview(data); }, query);
+    Compare(
+        "the analysis, painted", [&] { OpenAnalysis(data, kUser); }, query);
+    Compare(
+        "everybody's analysis, painted", [&] { OpenAnalysis(data, -1); }, query);
     fs::remove_all(path);
 }

@@ -1,5 +1,3 @@
-#include "host/commands_exchange.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -19,6 +17,7 @@
 #include "exchange/bank_file.h"
 #include "exchange/formats.h"
 #include "exchange/text_file.h"
+#include "host/commands.h"
 #include "host/data_folder.h"
 #include "host/outcome.h"
 #include "host/paper_print.h"
@@ -39,7 +38,7 @@ void Say(std::u16string_view line) {
 }
 
 // Parses the words and runs what they say.
-int Parse(CLI::App& app, const std::vector<std::string>& words, const std::function<int()>& run) {
+int Parse(CLI::App& app, const CommandWords& words, const std::function<int()>& run) {
     const auto formatter = std::make_shared<CLI::Formatter>();
     for (const auto& [label, chinese] :
          {std::pair{"Usage", "用法"}, std::pair{"OPTIONS", "选项"}, std::pair{"Positionals", "参数"},
@@ -63,14 +62,15 @@ int Parse(CLI::App& app, const std::vector<std::string>& words, const std::funct
     const auto before = [](const std::string& text, char sign) { return FromUtf8(text.substr(0, text.find(sign))); };
     constexpr std::u16string_view kMore = u"；--help 列出用法。";
     try {
-        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+        app.parse(CommandWords(words.rbegin(), words.rend() - 1));  // from behind, without the command
     } catch (const CLI::CallForHelp&) {
         const auto chosen = app.get_subcommands();
         std::fputs((chosen.empty() ? &app : chosen.front())->help().c_str(), stdout);
         return 0;
     } catch (const CLI::RequiredError& error) {
         const bool command = std::string_view(error.what()).starts_with("A ");
-        Refuse(std::u16string(command ? u"缺少命令" : u"缺少参数 " + before(error.what(), ' ')) + std::u16string(kMore));
+        Refuse(std::u16string(command ? u"缺少命令" : u"缺少参数 " + before(error.what(), ' ')) +
+               std::u16string(kMore));
     } catch (const CLI::ArgumentMismatch& error) {
         Refuse(u"参数 " + before(error.what(), ':') + u" 后面的内容太少或太多" + std::u16string(kMore));
     } catch (const CLI::ConversionError& error) {
@@ -260,7 +260,7 @@ ChosenQuestion ChosenOf(const std::string& word) {
 
 }  // namespace
 
-int ImportCommand(const std::vector<std::string>& words) {
+int ImportCommand(const CommandWords& words) {
     CLI::App app("把 GIFT、Aiken、Moodle XML、CSV 文件中的试题导入题库", "qmtrain import");
     ImportOptions options;
     app.add_option("文件", options.files, "要导入的文件");
@@ -277,7 +277,7 @@ int ImportCommand(const std::vector<std::string>& words) {
     return Parse(app, words, [&] { return Import(options); });
 }
 
-int ExportCommand(const std::vector<std::string>& words) {
+int ExportBankCommand(const CommandWords& words) {
     CLI::App app("把题库中的试题导出为 GIFT、Moodle XML 或 CSV 文件", "qmtrain export");
     std::string bank, file, format, data;
     app.add_option("文件", file, "要写出的文件")->required();
@@ -287,7 +287,7 @@ int ExportCommand(const std::vector<std::string>& words) {
     return Parse(app, words, [&] { return Export(bank, file, format, data); });
 }
 
-int PaperCommand(const std::vector<std::string>& words) {
+int PaperCommand(const CommandWords& words) {
     CLI::App app("组卷、打包和打印试卷", "qmtrain paper");
     app.require_subcommand(1);
     std::string data, title, file, category;

@@ -9,7 +9,7 @@
 #include "core/log.h"
 #include "core/system.h"
 #include "core/text.h"
-#include "host/commands_exchange.h"
+#include "host/commands.h"
 #include "host/data_folder.h"
 #include "host/history_list.h"
 #include "host/options.h"
@@ -21,15 +21,17 @@ namespace {
 using namespace qmtrain;
 using namespace qmtrain::host;
 
-// Those that read their own words.
 struct Command {
     const char* name;
-    int (*run)(const std::vector<std::string>& words);
+    int (*run)(const CommandWords& words);
 };
 constexpr Command kCommands[] = {
-    {"import", ImportCommand},
-    {"export", ExportCommand},
-    {"paper", PaperCommand},
+    {"import", &ImportCommand},
+    {"export", &ExportBankCommand},
+    {"paper", &PaperCommand},
+    {"export-history", &ExportReportCommand},
+    {"export-paper", &ExportReportCommand},
+    {"export-notes", &ExportReportCommand},
 };
 
 int Run(const Options& options) {
@@ -62,9 +64,9 @@ int Run(const Options& options) {
 int main(int argc, char** argv) {
     const Utf8Streams streams;
     try {
-        const std::vector<std::string> words = CommandLineWords(argc, argv);
+        const CommandWords words = CommandLineWords(argc, argv);
         for (const Command& command : kCommands) {
-            if (!words.empty() && words[0] == command.name) return command.run({words.begin() + 1, words.end()});
+            if (!words.empty() && words.front() == command.name) return command.run(words);
         }
         return Run(ParseOptions(words));
     } catch (const AutomationError& error) {

@@ -10,15 +10,19 @@
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "host/analysis_window.h"
 #include "host/ask.h"
 #include "host/bank_menu.h"
 #include "host/form_dialog.h"
 #include "host/look.h"
 #include "host/options.h"
 #include "host/practice_window.h"
+#include "host/review_schedule.h"
+#include "host/review_window.h"
 #include "host/sample_data.h"
 #include "host/schema.h"
 #include "host/window_place.h"
+#include "host/wrong_window.h"
 #include "notes/ui_manage_notes.h"
 #include "review/frm_view_paper.h"
 #include "review/ui_train.h"
@@ -263,6 +267,15 @@ wxSizer* MainWindow::BuildPast(wxWindow* page) {
     buttons->Add(BtnHistory, 1, wxRIGHT, FromDIP(kGap));
     buttons->Add(BtnNotes, 1);
     box->Add(buttons, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    auto* learning = new wxBoxSizer(wxHORIZONTAL);
+    BtnWrong = new wxButton(page, wxID_ANY, ui::ToWx(u"错题本(&W)"));
+    BtnToday = new wxButton(page, wxID_ANY, ui::ToWx(u"今日复习(&Y)"));
+    BtnToday->SetToolTip(ui::ToWx(u"快要忘记的题"));
+    BtnAnalysis = new wxButton(page, wxID_ANY, ui::ToWx(u"学习分析(&A)"));
+    learning->Add(BtnWrong, 1, wxRIGHT, FromDIP(kGap));
+    learning->Add(BtnToday, 1, wxRIGHT, FromDIP(kGap));
+    learning->Add(BtnAnalysis, 1);
+    box->Add(learning, 0, wxEXPAND | wxTOP, FromDIP(kGap));
     return box;
 }
 
@@ -298,6 +311,11 @@ void MainWindow::BuildMenu() {
     practice->AppendSeparator();
     add(practice, u"练习历史(&H)…\tCtrl+H", [this] { ShowHistory(); });
     add(practice, u"笔记管理(&N)…\tCtrl+N", [this] { ShowNotes(); });
+    practice->AppendSeparator();
+    add(practice, u"错题本(&W)…\tCtrl+W", [this] { ShowWrongQuestions(); });
+    add(practice, u"今日复习(&Y)…\tCtrl+Y", [this] { ShowReview(); });
+    add(practice, u"学习分析(&A)…\tCtrl+L", [this] { ShowAnalysis(); });
+    add(practice, u"所有考生的学习分析(&T)…", [this] { ShowAnalysis(true); });
     bar->Append(practice, ui::ToWx(u"练习(&T)"));
     const auto selected = [this]() -> std::optional<Paper> {
         const int row = LvPapers->GetSelectedRow();
@@ -328,6 +346,9 @@ void MainWindow::BindEvents() {
     BtnReview->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ReviewSelected(); });
     BtnHistory->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowHistory(); });
     BtnNotes->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowNotes(); });
+    BtnWrong->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowWrongQuestions(); });
+    BtnToday->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowReview(); });
+    BtnAnalysis->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowAnalysis(); });
     LvLast->Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED, [this](wxDataViewEvent&) { ReviewSelected(); });
     LvLast->Bind(wxEVT_DATAVIEW_ITEM_CONTEXT_MENU, [this](wxDataViewEvent&) { ShowPastMenu(); });
     LvLast->Bind(wxEVT_DATAVIEW_SELECTION_CHANGED,
@@ -402,6 +423,7 @@ void MainWindow::Fill() {
     FillBand();
     FillPapers(paper);
     FillPast();
+    CountDueQuestions();
     Layout();
     LblUser->GetParent()->Layout();
 }
@@ -506,6 +528,45 @@ void MainWindow::FillPast() {
     LblFigures->SetToolTip(ui::ToWx(overview_.FiguresText()));
     PicCurve->SetRates(overview_.Rates());
     PicCurve->Show(!overview_.Rates().empty());
+}
+
+void MainWindow::CountDueQuestions() {
+    int due = 0;
+    const bool somebody = UserId() != -1 && SubjectCode() != -1;
+    try {
+        if (somebody && !read_only_) UpdateSchedule(folder_, UserId());
+        if (somebody) due = CountDue(folder_, UserId(), SubjectCode(), Now());
+    } catch (const AutomationError&) {
+        due = 0;  // the window of reviews says why
+    }
+    const std::u16string count = due > 0 ? u" " + ToText(due) : std::u16string();
+    BtnToday->SetLabel(ui::ToWx(u"今日复习" + count + u"(&Y)"));
+    for (wxButton* button : {BtnWrong, BtnToday, BtnAnalysis}) button->Enable(somebody);
+}
+
+void MainWindow::ShowWrongQuestions(const WrongFilter* filter) {
+    if (UserId() == -1) return;
+    WrongWindow window(this, folder_, GetEdition(), UserId(), SubjectCode(), read_only_);
+    if (filter != nullptr) window.SetFilter(*filter);
+    window.ShowModal();
+    Fill();
+}
+
+void MainWindow::ShowReview() {
+    if (UserId() == -1) return;
+    ReviewWindow(this, folder_, GetEdition(), UserId(), SubjectCode(), read_only_).ShowModal();
+    Fill();
+}
+
+void MainWindow::ShowAnalysis(bool everybody) {
+    AnalysisWindow window(this, folder_, GetEdition(), everybody ? -1 : UserId(), SubjectCode(), read_only_);
+    window.ShowModal();
+    if (!window.Chosen()) return;
+    switch (window.Chosen()->action) {
+        case Advice::Action::Review: return ShowReview();
+        case Advice::Action::Drill: return ShowWrongQuestions(&window.Chosen()->filter);
+        case Advice::Action::Exam: return LvPapers->SetFocus();
+    }
 }
 
 const PastPractice* MainWindow::SelectedPast() const {

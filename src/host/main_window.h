@@ -24,6 +24,8 @@
 
 namespace qmtrain::host {
 
+struct WrongFilter;
+
 class MainWindow : public wxFrame {
 public:
     // What is not given is as it was the last time. Raises the component's error for a candidate or a subject that does
@@ -40,6 +42,9 @@ public:
     void ShowHistory();
     void ShowHistory(std::int32_t user, std::int32_t subject);
     void ShowNotes();
+    void ShowWrongQuestions(const WrongFilter* filter = nullptr);
+    void ShowReview();
+    void ShowAnalysis(bool everybody = false);
     void ShowNotes(std::int32_t user, std::int32_t subject);
 
     // Reads everything anew.
@@ -67,6 +72,9 @@ public:
     wxButton* BtnReview = nullptr;
     wxButton* BtnHistory = nullptr;
     wxButton* BtnNotes = nullptr;
+    wxButton* BtnWrong = nullptr;
+    wxButton* BtnToday = nullptr;  // says how many questions are due
+    wxButton* BtnAnalysis = nullptr;
     wxStaticText* LblFolder = nullptr;
 
     std::int32_t UserId() const;
@@ -86,6 +94,7 @@ private:
     void FillBand();
     void FillPapers(std::int32_t selected);
     void FillPast();
+    void CountDueQuestions();
     void ShowNothing();
     void PractiseSelected(Mode mode);
     void AskDiscard(const UnfinishedPractice& practice);

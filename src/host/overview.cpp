@@ -7,6 +7,7 @@
 #include "core/convert.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "host/drill.h"
 #include "host/schema.h"
 #include "records/summary_query.h"
 
@@ -99,6 +100,8 @@ Overview ReadOverview(const DataFolder& folder, std::int32_t user_id, std::int32
         }
         overview.past.push_back(std::move(one));
     }
+    const std::set<std::int32_t> drills = DrillPapers(folder);
+    std::erase_if(overview.papers, [&](const PaperSummary& one) { return drills.contains(one.paper.number); });
     return overview;
 }
 

@@ -76,6 +76,7 @@ Practice::Practice(const DataFolder& folder, Paper paper, const Start& start, Pr
     RequireCandidate(folder_, start_.user_id);
     LoadQuestions();
     AddUnfinished();
+    times_.Start(states_.size(), current_, 0);
 }
 
 Practice::Practice(const DataFolder& folder, std::int32_t train_id, PracticeClock::Source now)
@@ -102,6 +103,8 @@ Practice::Practice(const DataFolder& folder, std::int32_t train_id, PracticeCloc
     clock_.Used(used + (died ? kKeepInterval : 0));
     kept_ = used;
     SaveTime(true);
+    times_.Load(*host_.operator->(), train_id_, paper_.questions);
+    times_.Start(states_.size(), current_, clock_.Used());
 }
 
 void Practice::AddUnfinished() {
@@ -202,6 +205,7 @@ QuestionOutcome Practice::OutcomeOf(std::size_t index) const {
 
 void Practice::Current(std::size_t index) {
     if (index == current_) return;
+    times_.MoveTo(index, clock_.Used());
     current_ = index;
     host_->Execute(u"Update UnfinishedState Set CurrentPlace=" + ToText(static_cast<std::int64_t>(index)) +
                    OfTraining(train_id_));
@@ -250,6 +254,8 @@ void Practice::KeepTime() {
 void Practice::Pause() {
     clock_.Stop();
     SaveTime(false);
+    times_.MoveTo(current_, clock_.Used());
+    times_.Save(*host_.operator->(), train_id_, paper_.questions);
 }
 
 Outcome Practice::HandIn() {
@@ -258,7 +264,9 @@ Outcome Practice::HandIn() {
     outcome.seconds_used = SecondsUsed();
     if (start_.mode == Mode::Exam) outcome.seconds_used = std::min(outcome.seconds_used, paper_.minutes * 60);
     outcome.rate_before = RateBefore(folder_, paper_, start_.user_id, train_id_);
+    times_.MoveTo(current_, outcome.seconds_used);
     Record(outcome);
+    times_.Save(*host_.operator->(), train_id_, paper_.questions);
     Finish();
     return outcome;
 }

@@ -15,6 +15,7 @@
 #include "host/outcome.h"
 #include "host/papers.h"
 #include "host/practice_clock.h"
+#include "host/question_times.h"
 
 namespace qmtrain::host {
 
@@ -111,6 +112,7 @@ private:
     std::vector<Question> questions_;
     std::vector<State> states_;
     PracticeClock clock_;
+    QuestionTimes times_;
     dao::Connection host_;
 };
 

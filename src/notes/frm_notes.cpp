@@ -10,6 +10,8 @@
 #include "core/text.h"
 #include "core/trap.h"
 #include "notes/note_texts.h"
+#include "notes/notes_report.h"
+#include "report/printing.h"
 #include "ui/client_problem.h"
 #include "ui/message_box.h"
 #include "ui/splitter_limits.h"
@@ -224,6 +226,9 @@ void FrmNotes::BindEvents() {
     }
     TvNotes->Bind(wxEVT_TREE_SEL_CHANGED, [this](wxTreeEvent& event) {
         if (!filling_ && event.GetItem().IsOk()) TvNotes_NodeClick(KeyOf(event.GetItem()));
+    });
+    LvNotes->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) {
+        report::ShowExportMenu(this, [this] { return NotesReport(source_); });
     });
     LvNotes->Bind(wxEVT_LIST_ITEM_ACTIVATED, [this](wxListEvent&) { LvNotes_DblClick(); });
     BtnViewAnswer->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { BtnViewAnswer_Click(); });

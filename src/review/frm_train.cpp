@@ -9,7 +9,9 @@
 
 #include "core/trap.h"
 #include "records/train_info.h"
+#include "report/printing.h"
 #include "review/frm_view_paper.h"
+#include "review/training_reports.h"
 #include "review/training_row.h"
 #include "ui/client_problem.h"
 #include "ui/rounded_corners.h"
@@ -150,6 +152,9 @@ void FrmTrain::BindEvents() {
         OptChartType[static_cast<std::size_t>(i)]->Bind(wxEVT_RADIOBUTTON,
                                                         [this, i](wxCommandEvent&) { OptChartType_Click(i); });
     }
+    LvTrainInfo->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) {
+        report::ShowExportMenu(this, [this] { return HistoryReport(client_path_, user_id_, subject_code_); });
+    });
     ChkHG->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { ChkHG_Click(); });
     BtnView->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { BtnView_Click(); });
     BtnReDo->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { BtnReDo_Click(); });

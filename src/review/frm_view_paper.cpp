@@ -10,7 +10,9 @@
 
 #include "core/trap.h"
 #include "records/train_result.h"
+#include "report/printing.h"
 #include "review/paper_layout.h"
+#include "review/training_reports.h"
 #include "ui/splitter_limits.h"
 #include "ui/twips.h"
 #include "ui/wx_text.h"
@@ -227,7 +229,10 @@ void FrmViewPaper::ShowArrangementMenu() {
     const int below = arrangement->AppendRadioItem(wxID_ANY, ui::ToWx(u"试题在下边"))->GetId();
     arrangement->Check(below_ ? below : beside, true);
     menu.AppendSubMenu(arrangement, ui::ToWx(u"排列方式"));
+    menu.AppendSeparator();
+    report::AppendExportItems(menu);
     const int chosen = GetPopupMenuSelectionFromUser(menu);
+    if (report::RunExportItem(this, chosen, [this] { return PaperReport(source_); })) return;
     if ((chosen == beside && below_) || (chosen == below && !below_)) mnuViewArr_Click();
 }
 

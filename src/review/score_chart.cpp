@@ -1,13 +1,16 @@
 #include "review/score_chart.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include <wx/dcbuffer.h>
 #include <wx/graphics.h>
 #include <wx/settings.h>
 
+#include "core/convert.h"
 #include "core/format.h"
+#include "review/chart_paint.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::review {
@@ -19,24 +22,8 @@ constexpr int kWidestBar = 40;
 constexpr int kPointRadius = 3;
 constexpr double kMostMarkedPoints = 120;  // more of them would hide the line
 
-constexpr int kGridStep = 20;  // percent
-constexpr double kPassRate = 60;
-
-const wxColour kPassLineColour(209, 52, 56, 110);
-const wxColour kPassedColour(66, 133, 200);
-const wxColour kFailedColour(224, 108, 102);
-const wxColour kRegressionColour(240, 140, 0);
-
-wxColour TextColour() {
-    return wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT);
-}
-
-// Just visible, on light and dark windows.
-wxColour GridColour() {
-    constexpr unsigned char kOpacity = 36;
-    const wxColour text = TextColour();
-    return {text.Red(), text.Green(), text.Blue(), kOpacity};
-}
+constexpr int kStub = 2;                 // of a bar for nothing, so that it is seen
+constexpr std::size_t kMostValues = 12;  // bars that say what they are worth
 
 }  // namespace
 
@@ -51,6 +38,11 @@ ScoreChart::ScoreChart(wxWindow* parent)
         Refresh();
     });
     Bind(wxEVT_MOTION, &ScoreChart::OnMotion, this);
+    Bind(wxEVT_LEAVE_WINDOW, [this](wxMouseEvent&) { Hover(std::nullopt); });
+    Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+        event.Skip();
+        Refresh();
+    });
     Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) { OnMouse(event); });
     Bind(wxEVT_LEFT_DCLICK, [this](wxMouseEvent& event) {
         OnMouse(event);
@@ -64,6 +56,7 @@ ScoreChart::ScoreChart(wxWindow* parent)
 void ScoreChart::SetPoints(std::vector<ScorePoint> points) {
     points_ = std::move(points);
     marked_.reset();
+    hovered_.reset();
     Refresh();
 }
 
@@ -101,7 +94,7 @@ ChartGeometry ScoreChart::Geometry() const {
     const int margin = FromDIP(kMargin);
     const wxSize label = GetTextExtent("100%");
     const wxSize area = GetClientSize();
-    const double left = margin + label.x + margin / 2.0;
+    const double left = margin / 2.0 + RateAxisWidth(*this);
     const double top = margin + label.y / 2.0;
     const double width = std::max(1.0, area.x - left - margin);
     const double height = std::max(1.0, area.y - top - label.y - 1.5 * margin);
@@ -115,7 +108,7 @@ void ScoreChart::Paint() {
     const std::unique_ptr<wxGraphicsContext> gc(wxGraphicsContext::Create(dc));
     if (!gc) return;
     const ChartGeometry geometry = Geometry();
-    PaintAxes(*gc, geometry);
+    PaintRateAxis(*gc, *this, geometry);
     if (points_.empty()) {
         dc.SetFont(GetFont());
         dc.SetTextForeground(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
@@ -132,26 +125,9 @@ void ScoreChart::Paint() {
     if (marked_) PaintMark(*gc, geometry);
 }
 
-void ScoreChart::PaintAxes(wxGraphicsContext& gc, const ChartGeometry& geometry) {
-    const PlotArea& area = geometry.Area();
-    gc.SetFont(GetFont(), TextColour());
-    for (int percent = 0; percent <= 100; percent += kGridStep) {
-        const double y = geometry.Y(percent);
-        gc.SetPen(wxPen(percent == 0 ? TextColour() : GridColour()));
-        gc.StrokeLine(area.left, y, area.left + area.width, y);
-        const wxString label = wxString::Format("%d%%", percent);
-        double width = 0;
-        double height = 0;
-        gc.GetTextExtent(label, &width, &height);
-        gc.DrawText(label, area.left - width - FromDIP(kMargin) / 2.0, y - height / 2);
-    }
-    gc.SetPen(wxPen(kPassLineColour, FromDIP(1), wxPENSTYLE_SHORT_DASH));
-    gc.StrokeLine(area.left, geometry.Y(kPassRate), area.left + area.width, geometry.Y(kPassRate));
-}
-
 void ScoreChart::PaintDates(wxGraphicsContext& gc, const ChartGeometry& geometry) {
     const PlotArea& area = geometry.Area();
-    gc.SetFont(GetFont(), TextColour());
+    gc.SetFont(GetFont(), CurrentColours().text);
     double widest = 0;
     double height = 0;
     gc.GetTextExtent("00-00-00", &widest, &height);
@@ -167,13 +143,22 @@ void ScoreChart::PaintDates(wxGraphicsContext& gc, const ChartGeometry& geometry
 }
 
 void ScoreChart::PaintBars(wxGraphicsContext& gc, const ChartGeometry& geometry) {
+    const ChartColours colours = CurrentColours();
     const double width = geometry.BarWidth(FromDIP(kWidestBar));
     gc.SetPen(*wxTRANSPARENT_PEN);
     for (std::size_t i = 0; i < points_.size(); ++i) {
         const double percent = std::max(0.0, points_[i].percent);
-        gc.SetBrush(wxBrush(percent >= kPassRate ? kPassedColour : kFailedColour));
-        const double top = geometry.Y(percent);
-        gc.DrawRectangle(geometry.X(static_cast<double>(i)) - width / 2, top, width, geometry.Y(0) - top);
+        const wxColour& colour = percent >= kPassRate ? colours.passed : colours.failed;
+        gc.SetBrush(wxBrush(hovered_ == i ? Raised(colour) : colour));
+        const double height = std::max<double>(FromDIP(kStub), geometry.Y(0) - geometry.Y(percent));
+        gc.DrawRectangle(geometry.X(static_cast<double>(i)) - width / 2, geometry.Y(0) - height, width, height);
+    }
+    if (points_.size() > kMostValues) return;
+    gc.SetFont(GetFont().Scaled(0.85F), colours.text);
+    for (std::size_t i = 0; i < points_.size(); ++i) {
+        const double percent = std::max(0.0, points_[i].percent);
+        PaintAbove(gc, ui::ToWx(ToText(Value(std::round(percent * 10) / 10))), geometry.X(static_cast<double>(i)),
+                   geometry.Y(percent), geometry.Area());
     }
 }
 
@@ -188,16 +173,17 @@ void ScoreChart::PaintLine(wxGraphicsContext& gc, const ChartGeometry& geometry)
             path.AddLineToPoint(x, y);
         }
     }
-    gc.SetPen(wxPen(kPassedColour, FromDIP(2)));
+    const ChartColours colours = CurrentColours();
+    gc.SetPen(wxPen(colours.passed, FromDIP(2)));
     gc.StrokePath(path);
     if (static_cast<double>(points_.size()) > kMostMarkedPoints) return;
     gc.SetPen(*wxTRANSPARENT_PEN);
     const double radius = FromDIP(kPointRadius);
     for (std::size_t i = 0; i < points_.size(); ++i) {
         const double percent = std::max(0.0, points_[i].percent);
-        gc.SetBrush(wxBrush(percent >= kPassRate ? kPassedColour : kFailedColour));
-        gc.DrawEllipse(geometry.X(static_cast<double>(i)) - radius, geometry.Y(percent) - radius, 2 * radius,
-                       2 * radius);
+        gc.SetBrush(wxBrush(percent >= kPassRate ? colours.passed : colours.failed));
+        const double size = hovered_ == i ? 1.6 * radius : radius;
+        gc.DrawEllipse(geometry.X(static_cast<double>(i)) - size, geometry.Y(percent) - size, 2 * size, 2 * size);
     }
 }
 
@@ -208,10 +194,12 @@ void ScoreChart::PaintRegression(wxGraphicsContext& gc, const ChartGeometry& geo
     const PlotArea& area = geometry.Area();
     gc.PushState();
     gc.Clip(area.left, area.top, area.width, area.height);
-    gc.SetPen(wxPen(kRegressionColour, FromDIP(2), wxPENSTYLE_LONG_DASH));
+    const wxPen pen(CurrentColours().trend, FromDIP(2), wxPENSTYLE_LONG_DASH);
+    gc.SetPen(pen);
     gc.StrokeLine(geometry.X(0), geometry.Y(line->intercept), geometry.X(last),
                   geometry.Y(line->intercept + line->slope * last));
     gc.PopState();
+    PaintLegend(gc, *this, area, pen, ui::ToWx(u"回归线"));
 }
 
 // A frame around the bar, or a ring around the point; with the focus it is as wide as the keyboard's frames are.
@@ -219,7 +207,7 @@ void ScoreChart::PaintMark(wxGraphicsContext& gc, const ChartGeometry& geometry)
     const double x = geometry.X(static_cast<double>(*marked_));
     const double y = geometry.Y(std::max(0.0, points_[*marked_].percent));
     const double gap = FromDIP(2);
-    gc.SetPen(wxPen(TextColour(), FromDIP(HasFocus() ? 2 : 1)));
+    gc.SetPen(wxPen(CurrentColours().text, FromDIP(HasFocus() ? 2 : 1)));
     gc.SetBrush(*wxTRANSPARENT_BRUSH);
     if (type_ == ChartType::Bars) {
         const double width = geometry.BarWidth(FromDIP(kWidestBar)) + 2 * gap;
@@ -262,7 +250,14 @@ void ScoreChart::OnKey(wxKeyEvent& event) {
     }
 }
 
+void ScoreChart::Hover(std::optional<std::size_t> place) {
+    if (hovered_ == place) return;
+    hovered_ = place;
+    Refresh();
+}
+
 void ScoreChart::OnMotion(wxMouseEvent& event) {
+    Hover(Geometry().At(event.GetX()));
     const wxString tip = ui::ToWx(TipAt(event.GetX()));
     if (tip.empty()) {
         UnsetToolTip();

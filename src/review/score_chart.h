@@ -35,6 +35,7 @@ public:
     // Marks a training, given by its place; none takes the mark away.
     void Mark(std::optional<std::size_t> place);
     std::optional<std::size_t> Marked() const { return marked_; }
+    std::optional<std::size_t> Hovered() const { return hovered_; }
 
     // Called with the place of the training that the user has chosen; the owner marks it. And when he wants to see it.
     std::function<void(std::size_t place)> OnChoose;
@@ -49,13 +50,13 @@ public:
 private:
     ChartGeometry Geometry() const;
     void Paint();
-    void PaintAxes(wxGraphicsContext& gc, const ChartGeometry& geometry);
     void PaintDates(wxGraphicsContext& gc, const ChartGeometry& geometry);
     void PaintBars(wxGraphicsContext& gc, const ChartGeometry& geometry);
     void PaintLine(wxGraphicsContext& gc, const ChartGeometry& geometry);
     void PaintRegression(wxGraphicsContext& gc, const ChartGeometry& geometry);
     void PaintMark(wxGraphicsContext& gc, const ChartGeometry& geometry);
     void Choose(std::size_t place);
+    void Hover(std::optional<std::size_t> place);
     void OnMotion(wxMouseEvent& event);
     void OnMouse(const wxMouseEvent& event);
     void OnKey(wxKeyEvent& event);
@@ -64,6 +65,7 @@ private:
     ChartType type_ = ChartType::Bars;
     bool regression_ = false;
     std::optional<std::size_t> marked_;
+    std::optional<std::size_t> hovered_;  // under the mouse
     std::u16string empty_text_;
 };
 

@@ -14,6 +14,8 @@
 #include "bank/text_collection.h"
 #include "core/convert.h"
 #include "core/utilities.h"
+#include "learning/train_statistics.h"
+#include "learning/wrong_questions.h"
 #include "notes/note.h"
 #include "notes/ui_manage_notes.h"
 #include "records/ncre_user.h"
@@ -440,11 +442,81 @@ const Class& ClassOf<UIManageNotes>() {
     return made;
 }
 
+// ---- learning ----
+
+template <>
+const Class& ClassOf<TrainStatistics>() {
+    using C = TrainStatistics;
+    using I = ITrainStatistics;
+    static const Class made{u"TrainStatistics",
+                            CLSID_TrainStatistics,
+                            IID_ITrainStatistics,
+                            {
+                                QMTRAIN_PROPERTY(ClientPath),     QMTRAIN_PROPERTY(UserId),
+                                QMTRAIN_PROPERTY(SubjectCode),    QMTRAIN_PROPERTY(StartDate),
+                                QMTRAIN_PROPERTY(EndDate),        QMTRAIN_CALL(Init, (&Initialise<&C::Init, C>)),
+                                QMTRAIN_METHOD(Exclude),          QMTRAIN_METHOD(Load),
+                                QMTRAIN_READ_ONLY(TrainTimes),    QMTRAIN_READ_ONLY(PassTimes),
+                                QMTRAIN_READ_ONLY(QuestionTimes), QMTRAIN_READ_ONLY(AverageRate),
+                                QMTRAIN_READ_ONLY(BestRate),      QMTRAIN_READ_ONLY(LastRate),
+                                QMTRAIN_READ_ONLY(Trend),         QMTRAIN_METHOD(Forecast),
+                                QMTRAIN_METHOD(GroupCount),       QMTRAIN_METHOD(GroupName),
+                                QMTRAIN_METHOD(GroupTimes),       QMTRAIN_METHOD(GroupRate),
+                                QMTRAIN_READ_ONLY(ItemCount),     QMTRAIN_METHOD(ItemDataCode),
+                                QMTRAIN_METHOD(ItemRecNo),        QMTRAIN_METHOD(ItemTimes),
+                                QMTRAIN_METHOD(ItemFacility),     QMTRAIN_METHOD(ItemDiscrimination),
+                            },
+                            &New<C>};
+    return made;
+}
+
+template <>
+const Class& ClassOf<WrongQuestions>() {
+    using C = WrongQuestions;
+    using I = IWrongQuestions;
+    static const Class made{u"WrongQuestions",
+                            CLSID_WrongQuestions,
+                            IID_IWrongQuestions,
+                            {
+                                QMTRAIN_PROPERTY(ClientPath),
+                                QMTRAIN_PROPERTY(UserId),
+                                QMTRAIN_PROPERTY(SubjectCode),
+                                QMTRAIN_PROPERTY(DataCode),
+                                QMTRAIN_PROPERTY(QuestionType),
+                                QMTRAIN_PROPERTY(StartDate),
+                                QMTRAIN_PROPERTY(EndDate),
+                                QMTRAIN_PROPERTY(LeastTimes),
+                                QMTRAIN_PROPERTY(OnlyOpen),
+                                QMTRAIN_CALL(Init, (&Initialise<&C::Init, C>)),
+                                QMTRAIN_METHOD(Load),
+                                QMTRAIN_READ_ONLY(Count),
+                                QMTRAIN_METHOD(LoadItem),
+                                QMTRAIN_READ_ONLY(ItemDataCode),
+                                QMTRAIN_READ_ONLY(ItemRecNo),
+                                QMTRAIN_READ_ONLY(ItemSubjectCode),
+                                QMTRAIN_READ_ONLY(ItemType),
+                                QMTRAIN_READ_ONLY(ItemTimes),
+                                QMTRAIN_READ_ONLY(ItemWrongTimes),
+                                QMTRAIN_READ_ONLY(ItemLastDate),
+                                QMTRAIN_READ_ONLY(ItemTrainID),
+                                QMTRAIN_READ_ONLY(ItemRightSince),
+                                QMTRAIN_READ_ONLY(ItemScore),
+                                QMTRAIN_READ_ONLY(ItemStudentScore),
+                                QMTRAIN_READ_ONLY(ItemAnswer),
+                                QMTRAIN_READ_ONLY(ItemStudentAnswer),
+                                QMTRAIN_METHOD(Remove),
+                                QMTRAIN_METHOD(Restore),
+                            },
+                            &New<C>};
+    return made;
+}
+
 std::span<const Class* const> CreatableClasses() {
     static const Class* const classes[] = {
-        &ClassOf<Utilities>(),   &ClassOf<TrainInfo>(), &ClassOf<TrainResult>(),    &ClassOf<NCREUser>(),
-        &ClassOf<SubjectInfo>(), &ClassOf<DataInfo>(),  &ClassOf<HostedQuestion>(), &ClassOf<QuestionType>(),
-        &ClassOf<FillAnswer>(),  &ClassOf<UITrain>(),   &ClassOf<Note>(),           &ClassOf<UIManageNotes>(),
+        &ClassOf<Utilities>(),       &ClassOf<TrainInfo>(),      &ClassOf<TrainResult>(),    &ClassOf<NCREUser>(),
+        &ClassOf<SubjectInfo>(),     &ClassOf<DataInfo>(),       &ClassOf<HostedQuestion>(), &ClassOf<QuestionType>(),
+        &ClassOf<FillAnswer>(),      &ClassOf<UITrain>(),        &ClassOf<Note>(),           &ClassOf<UIManageNotes>(),
+        &ClassOf<TrainStatistics>(), &ClassOf<WrongQuestions>(),
     };
     return classes;
 }

@@ -3,6 +3,7 @@
 #include "core/error.h"
 #include "notes/note_editing.h"
 #include "notes/note_texts.h"
+#include "notes/notes_report.h"
 #include "notes_fixture.h"
 
 namespace qmtrain::notes {
@@ -274,6 +275,19 @@ TEST_F(NoteListsTest, QuestionsOfNotes) {
     std::filesystem::remove(folder_.Path() / "LocalPaper.mdb");
     EXPECT_EQ(shown(NotesOf(true)), "||该试题无法显示。");
     EXPECT_EQ(LoggedFunctions(), "FrmNotes.GetQuestionItem");
+}
+
+TEST_F(NotesTest, TheReportHasEveryNoteOfTheCandidateWithItsQuestion) {
+    const report::Report made = NotesReport(NotesOf(false, -1, 7));
+    EXPECT_EQ(ToUtf8(made.subtitle), "共 6 条");
+    ASSERT_EQ(made.data.rows.size(), 6U);
+    for (std::size_t i = 0; i < made.sections.size(); ++i) {
+        const std::string text = ToUtf8(made.sections[i].text.PlainText());
+        EXPECT_EQ(made.data.rows[i][2], made.sections[i].heading);
+        EXPECT_NE(text.find("笔记：" + ToUtf8(made.sections[i].heading) + "\n第二行"), std::string::npos) << text;
+    }
+    EXPECT_EQ(Views(), u"4 4 4 4 4 4 4") << "to export is not to view";
+    EXPECT_TRUE(NotesReport(NotesOf(false, -1, 99)).sections.empty());
 }
 
 }  // namespace

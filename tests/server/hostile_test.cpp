@@ -509,9 +509,10 @@ private:
     UINT count_ = 0;
 };
 
-const CLSID* const kClasses[] = {&CLSID_Utilities,   &CLSID_TrainInfo, &CLSID_TrainResult,  &CLSID_NCREUser,
-                                 &CLSID_SubjectInfo, &CLSID_DataInfo,  &CLSID_QuestionItem, &CLSID_QuestionType,
-                                 &CLSID_FillAnswer,  &CLSID_UITrain,   &CLSID_Note,         &CLSID_UIManageNotes};
+const CLSID* const kClasses[] = {
+    &CLSID_Utilities, &CLSID_TrainInfo,     &CLSID_TrainResult,     &CLSID_NCREUser,      &CLSID_SubjectInfo,
+    &CLSID_DataInfo,  &CLSID_QuestionItem,  &CLSID_QuestionType,    &CLSID_FillAnswer,    &CLSID_UITrain,
+    &CLSID_Note,      &CLSID_UIManageNotes, &CLSID_TrainStatistics, &CLSID_WrongQuestions};
 
 // Through the table of methods, with no pointer leading anywhere.
 TEST_F(HostileTest, EveryMethodWithNothingInItsPlaces) {

@@ -128,9 +128,10 @@ private:
 TEST(ManifestTest, OffersEveryClassWithoutRegistration) {
     const LoadedServer server;
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    const CLSID* const classes[] = {&CLSID_Utilities,   &CLSID_TrainInfo, &CLSID_TrainResult,  &CLSID_NCREUser,
-                                    &CLSID_SubjectInfo, &CLSID_DataInfo,  &CLSID_QuestionItem, &CLSID_QuestionType,
-                                    &CLSID_FillAnswer,  &CLSID_UITrain,   &CLSID_Note,         &CLSID_UIManageNotes};
+    const CLSID* const classes[] = {
+        &CLSID_Utilities, &CLSID_TrainInfo,     &CLSID_TrainResult,     &CLSID_NCREUser,      &CLSID_SubjectInfo,
+        &CLSID_DataInfo,  &CLSID_QuestionItem,  &CLSID_QuestionType,    &CLSID_FillAnswer,    &CLSID_UITrain,
+        &CLSID_Note,      &CLSID_UIManageNotes, &CLSID_TrainStatistics, &CLSID_WrongQuestions};
     const auto create = [](const CLSID& id) {
         automation::ComPtr<IDispatch> object;
         return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.OutVoid());

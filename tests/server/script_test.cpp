@@ -44,7 +44,7 @@ TEST_F(ScriptTest, TheSampleRecordsAPracticeAndListsIt) {
     EXPECT_NE(said.find("  2/4"), std::string::npos) << said;
 }
 
-INSTANTIATE_TEST_SUITE_P(Server, MembersTest, testing::Values("utilities", "records", "banks", "notes", "hostile"),
+INSTANTIATE_TEST_SUITE_P(Server, MembersTest, testing::Values("utilities", "records", "banks", "notes", "learning", "hostile"),
                          [](const auto& script) { return std::string(script.param); });
 
 }  // namespace

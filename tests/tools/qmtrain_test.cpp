@@ -1,5 +1,6 @@
 // qmtrain as a program: a folder for a host to fill.
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -62,6 +63,78 @@ TEST(Host, SaysWhenItCannot) {
     std::ofstream(scratch.Path() / "file") << "x";
     EXPECT_FALSE(test::OutputOf({QMTRAIN_HOST, "init", (scratch.Path() / "file/data").string()}));
     EXPECT_EQ(FilesIn(scratch.Path()), (std::map<std::string, std::string>{{"file", "x"}}));
+}
+
+bool Has(const std::string& program) {
+    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+// A folder with a history of five practices.
+void Seed(const fs::path& folder) {
+    ASSERT_TRUE(test::OutputOf({QMTRAIN_HOST, "seed", "--data", folder.string(), "--trainings", "5"}));
+}
+
+TEST(Export, CsvIsReadByAnotherProgram) {
+    if (!Has("sqlite3")) GTEST_SKIP() << "There is no sqlite3.";
+    const test::ScratchFolder scratch;
+    const fs::path data = scratch.Path() / "data";
+    Seed(data);
+    struct Case {
+        const char* command;
+        const char* select;
+        const char* expected;
+    };
+    for (const Case& one :
+         {Case{"export-history", "select count(*), min(得分+0<=总分+0) from t", "5|1\n"},
+          Case{"export-paper", "select count(*), count(distinct 题目编号), min(分值)>0 from t", "20|20|1\n"},
+          Case{"export-notes", "select count(*), count(distinct 内容), max(instr(内容, char(10)))>0 from t",
+               "4|4|1\n"}}) {
+        SCOPED_TRACE(one.command);
+        const std::string file = (scratch.Path() / "export.csv").string();
+        ASSERT_TRUE(
+            test::OutputOf({QMTRAIN_HOST, one.command, "--data", data.string(), "--format", "csv", "--output", file}));
+        EXPECT_EQ(test::OutputOf({"sqlite3", ":memory:", ".import --csv " + file + " t", one.select}),
+                  std::string(one.expected));
+    }
+}
+
+TEST(Export, HtmlIsShownByABrowser) {
+    const std::string browser = Has("chromium") ? "chromium" : Has("google-chrome") ? "google-chrome" : "";
+    if (browser.empty()) GTEST_SKIP() << "There is no Chromium.";
+    const test::ScratchFolder scratch;
+    const fs::path data = scratch.Path() / "data";
+    Seed(data);
+    const fs::path file = scratch.Path() / "export.html";
+    ASSERT_TRUE(test::OutputOf(
+        {QMTRAIN_HOST, "export-paper", "--data", data.string(), "--format", "html", "--output", file.string()}));
+    const auto shown = test::OutputOf(
+        {browser, "--headless", "--no-sandbox", "--disable-gpu", "--dump-dom", "file://" + file.string()});
+    ASSERT_TRUE(shown);
+    EXPECT_NE(shown->find("<title>试卷回顾</title>"), std::string::npos);
+    std::size_t sections = 0;
+    for (std::size_t at = shown->find("<section>"); at != std::string::npos; at = shown->find("<section>", at + 1)) {
+        ++sections;
+    }
+    EXPECT_EQ(sections, 20U);
+}
+
+TEST(Export, RefusesWhatItCannotDo) {
+    const test::ScratchFolder scratch;
+    const fs::path data = scratch.Path() / "data";
+    Seed(data);
+    const std::vector<std::vector<std::string>> refused = {
+        {"export-history", "--format", "doc"}, {"export-history", "--format"},
+        {"export-history", "--format", "pdf"}, {"export-paper", "--training", "99"},
+        {"export-paper", "--training", "x"},   {"export-history", "list"},
+        {"export-notes", "--user", "99"},
+    };
+    for (std::vector<std::string> words : refused) {
+        std::string said;
+        for (const std::string& word : words) said += word + " ";
+        words.insert(words.begin(), QMTRAIN_HOST);
+        words.insert(words.end(), {"--data", data.string()});
+        EXPECT_FALSE(test::OutputOf(words)) << said;
+    }
 }
 
 }  // namespace

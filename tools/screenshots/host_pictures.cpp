@@ -13,6 +13,7 @@
 #include "core/log.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "host/analysis_window.h"
 #include "host/bank_window.h"
 #include "host/form_dialog.h"
 #include "host/hand_in_dialog.h"
@@ -22,8 +23,10 @@
 #include "host/note_dialog.h"
 #include "host/practice_window.h"
 #include "host/question_editor.h"
+#include "host/review_window.h"
 #include "host/rules_dialog.h"
 #include "host/sample_data.h"
+#include "host/wrong_window.h"
 #include "ui/screenshot.h"
 
 namespace qmtrain::screenshots {
@@ -170,6 +173,40 @@ void Main(Player& player, const DataFolder& folder, bool small, const std::strin
     });
 }
 
+// What the candidate learns, and what the teacher sees of everybody.
+void Learning(Player& player, const DataFolder& folder, bool small, const std::string& suffix) {
+    WrongWindow wrong(nullptr, folder, Edition::StandAlone, 1, 1, false);
+    Size(wrong, small);
+    player.Picture("wrong" + suffix, [&wrong] { return &wrong; });
+    player.Do([&wrong] { wrong.EndModal(wxID_CANCEL); });
+    player.Play([&wrong] { wrong.ShowModal(); });
+    ReviewWindow review(nullptr, folder, Edition::StandAlone, 1, 1, false);
+    Size(review, small);
+    player.Picture("today" + suffix, [&review] { return &review; });
+    player.Do([&review] { review.EndModal(wxID_CANCEL); });
+    player.Play([&review] { review.ShowModal(); });
+    for (const std::int32_t user : {1, -1}) {
+        AnalysisWindow analysis(nullptr, folder, Edition::StandAlone, user, user, false);
+        Size(analysis, small);
+        const std::string name = (user == -1 ? "analysis-all" : "analysis") + suffix;
+        player.Picture(name, [&analysis] { return &analysis; });
+        if (user == -1) {
+            player.Do([&analysis] { analysis.Pages->SetSelection(1); });
+            player.Picture(name + "-candidates", [&analysis] { return &analysis; });
+            player.Do([&analysis] { analysis.Pages->SetSelection(2); });
+            player.Picture(name + "-items", [&analysis] { return &analysis; });
+        } else {
+            player.Do([&analysis] {
+                auto* page = static_cast<wxScrolledWindow*>(analysis.PicDays->GetParent());
+                page->Scroll(0, 1000);
+            });
+            player.Picture(name + "-below", [&analysis] { return &analysis; });
+        }
+        player.Do([&analysis] { analysis.EndModal(wxID_CANCEL); });
+        player.Play([&analysis] { analysis.ShowModal(); });
+    }
+}
+
 void Forms(Player& player, const DataFolder& folder) {
     ComposeDialog compose(nullptr, folder, BanksOf(folder, Edition::StandAlone));
     player.Picture("compose", [&compose] { return &compose; });
@@ -244,6 +281,8 @@ void TakeHostPictures(const fs::path& pictures, bool small) {
     Crowded(player, folder, small);
     Main(player, folder, small, "main-unfinished");
     Main(player, nothing, small, "main-empty");
+    Learning(player, folder, small, "");
+    Learning(player, nothing, small, "-empty");
     Forms(player, folder);
 }
 

@@ -1,0 +1,116 @@
+// Native charts of the host's windows: rates of groups as bars, how much was practised on which day, what lies ahead,
+// and how fast against how well.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <wx/window.h>
+
+#include "core/date.h"
+
+class wxGraphicsContext;
+
+namespace qmtrain::host {
+
+// A control that draws itself, with a spoken name and a text beside the mouse.
+class Drawing : public wxWindow {
+public:
+    // What a screen reader says.
+    const std::u16string& SpokenText() const { return spoken_; }
+
+protected:
+    Drawing(wxWindow* parent, wxSize least);
+    void Say(std::u16string text);
+    virtual void Paint(wxGraphicsContext& gc, wxSize size) = 0;
+    virtual std::u16string TipAt(wxPoint place) const = 0;
+
+private:
+    std::u16string spoken_;
+};
+
+// A row for each group: name, a bar from 0 to 100 percent with the line of a pass, the rate and how many answers it is
+// of.
+class RateBars : public Drawing {
+public:
+    struct Bar {
+        std::u16string name = {};
+        double rate = 0;
+        int times = 0;
+    };
+    RateBars(wxWindow* parent, std::u16string_view name);
+    void SetBars(std::vector<Bar> bars);
+    const std::vector<Bar>& Bars() const { return bars_; }
+
+private:
+    void Paint(wxGraphicsContext& gc, wxSize size) override;
+    std::u16string TipAt(wxPoint place) const override;
+    int RowHeight() const;
+
+    std::u16string name_;
+    std::vector<Bar> bars_;
+};
+
+// The days of the last months as squares, a column for each week; the more was practised the fuller the colour.
+class Calendar : public Drawing {
+public:
+    explicit Calendar(wxWindow* parent);
+    struct Day {
+        int questions = 0;
+        int minutes = 0;
+    };
+    void SetDays(std::map<int, Day> days, Date today);
+
+private:
+    void Paint(wxGraphicsContext& gc, wxSize size) override;
+    std::u16string TipAt(wxPoint place) const override;
+    int Weeks(int width) const;
+    int Square() const;
+    int FirstDay(int width) const;  // a Monday
+
+    std::map<int, Day> days_;
+    int today_ = 0;
+};
+
+// Upright columns of counts with a label below each.
+class CountColumns : public Drawing {
+public:
+    struct Column {
+        std::u16string label = {};
+        int count = 0;
+        std::u16string tip = {};
+    };
+    CountColumns(wxWindow* parent, std::u16string_view name, std::u16string_view unit);
+    void SetColumns(std::vector<Column> columns);
+    const std::vector<Column>& All() const { return columns_; }
+
+private:
+    void Paint(wxGraphicsContext& gc, wxSize size) override;
+    std::u16string TipAt(wxPoint place) const override;
+
+    std::u16string name_;
+    std::u16string unit_;
+    std::vector<Column> columns_;
+};
+
+// A point for each paper: seconds for a question across, the rate upwards.
+class PaceChart : public Drawing {
+public:
+    explicit PaceChart(wxWindow* parent);
+    struct Point {
+        double seconds = 0;
+        double rate = 0;
+    };
+    void SetPoints(std::vector<Point> points);
+
+private:
+    void Paint(wxGraphicsContext& gc, wxSize size) override;
+    std::u16string TipAt(wxPoint place) const override;
+
+    std::vector<Point> points_;
+};
+
+}  // namespace qmtrain::host

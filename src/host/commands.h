@@ -1,0 +1,21 @@
+// Commands of qmtrain that read their own options. Each has a file commands_*.cpp and a line in main.cpp's table.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qmtrain::host {
+
+// The words of the command line from the command on; the program's exit code. Raises the component's error, for the
+// user, for what is not understood.
+using CommandWords = std::vector<std::string>;
+
+// import, export and paper: questions into banks and out of them, and papers of them.
+int ImportCommand(const CommandWords& words);
+int ExportBankCommand(const CommandWords& words);
+int PaperCommand(const CommandWords& words);
+
+// export-history, export-paper, export-notes.
+int ExportReportCommand(const CommandWords& words);
+
+}  // namespace qmtrain::host

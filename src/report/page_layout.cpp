@@ -1,0 +1,303 @@
+#include "report/page_layout.h"
+
+#include <algorithm>
+#include <map>
+#include <tuple>
+
+#include <wx/bitmap.h>
+#include <wx/dcmemory.h>
+#include <wx/font.h>
+#include <wx/image.h>
+
+#include "core/text.h"
+#include "ui/picture_decoder.h"
+#include "ui/question_text.h"
+#include "ui/wx_text.h"
+
+namespace qmtrain::report {
+namespace {
+
+constexpr int kUnitsPerPoint10 = 10;  // fonts are ten times their size, as lengths are
+constexpr int kMargin = 640;
+constexpr int kHeadRoom = 300;  // of the footer, below the text
+constexpr int kCellMargin = 60;
+constexpr int kSectionGap = 200;
+constexpr std::size_t kLongestCell = 600;  // characters; a row must fit on a page
+constexpr int kTitleHalfPoints = 36;
+constexpr int kHeadingHalfPoints = 25;
+constexpr int kSmallHalfPoints = 18;
+
+constexpr int kTextWidth = kPageWidth - 2 * kMargin;
+constexpr int kTextHeight = kPageHeight - 2 * kMargin - kHeadRoom;
+
+ui::CharacterFormat Format(int half_points, bool bold) {
+    ui::CharacterFormat format;
+    format.half_points = half_points;
+    format.bold = bold;
+    return format;
+}
+
+}  // namespace
+
+// Fonts at ten times their size, measured on a bitmap.
+class PrintMeasurer : public ui::Measurer {
+public:
+    PrintMeasurer() : bitmap_(1, 1), dc_(bitmap_) {}
+
+    const wxFont& FontOf(const ui::CharacterFormat& format) {
+        const bool small = format.script != ui::Script::Normal;
+        const Key key{format.font, format.half_points, format.bold, format.italic, format.underline, small};
+        auto found = fonts_.find(key);
+        if (found == fonts_.end()) {
+            double points = (format.half_points > 0 ? format.half_points : ui::kQuestionHalfPoints) / 2.0;
+            if (small) points *= 0.65;
+            wxFontInfo info(points * kUnitsPerPoint10);
+            info.FaceName(ui::ToWx(format.font.empty() ? std::u16string(ui::kQuestionFont) : format.font))
+                .Bold(format.bold)
+                .Italic(format.italic)
+                .Underlined(format.underline);
+            found = fonts_.emplace(key, wxFont(info)).first;
+        }
+        return found->second;
+    }
+
+    int Width(std::u16string_view text, const ui::CharacterFormat& format) override {
+        dc_.SetFont(FontOf(format));
+        return dc_.GetTextExtent(ui::ToWx(text)).x;
+    }
+    std::vector<int> Widths(std::u16string_view text, const ui::CharacterFormat& format) override {
+        dc_.SetFont(FontOf(format));
+        wxArrayInt by_character;
+        dc_.GetPartialTextExtents(ui::ToWx(text), by_character);
+        std::vector<int> widths;
+        widths.reserve(text.size());
+        std::size_t character = 0;
+        for (const char16_t unit : text) {
+            if (IsLowSurrogate(unit) && !widths.empty() && sizeof(wchar_t) == 4) {
+                widths.push_back(widths.back());
+                continue;
+            }
+            widths.push_back(character < by_character.size() ? by_character[character] : 0);
+            ++character;
+        }
+        return widths;
+    }
+    Height HeightOf(const ui::CharacterFormat& format) override {
+        int width = 0;
+        int height = 0;
+        int descent = 0;
+        dc_.SetFont(FontOf(format));
+        dc_.GetTextExtent(ui::ToWx(u"国g"), &width, &height, &descent);
+        return {height - descent, descent};
+    }
+    int Pixels(int twips) override { return twips * kUnitsPerInch / ui::kTwipsPerInch; }
+
+    // As fine as a good screen shows it; what cannot be read leaves its place empty.
+    const wxBitmap& BitmapOf(const ui::Picture& picture, wxSize size) {
+        wxBitmap& bitmap = bitmaps_[&picture];
+        if (!bitmap.IsOk()) {
+            const wxSize pixels(std::max(1, size.x / 4), std::max(1, size.y / 4));
+            const wxImage image = ui::DecodePicture(picture, pixels);
+            if (image.IsOk()) bitmap = wxBitmap(image);
+        }
+        return bitmap;
+    }
+
+private:
+    using Key = std::tuple<std::u16string, int, bool, bool, bool, bool>;
+
+    wxBitmap bitmap_;
+    wxMemoryDC dc_;
+    std::map<Key, wxFont> fonts_;
+    std::map<const ui::Picture*, wxBitmap> bitmaps_;
+};
+
+struct PageLayout::Strip {
+    struct Cell {
+        std::shared_ptr<const ui::RichText> text;
+        std::shared_ptr<const ui::DocumentLayout> layout;
+        std::size_t first = 0;  // of the layout's lines
+        std::size_t end = 0;
+        int x = 0;
+        int width = 0;  // of a table's cell
+    };
+    std::vector<Cell> cells = {};
+    int height = 0;
+    int space_before = 0;  // not at the top of a page
+    bool keeps_with_next = false;
+    bool is_row = false;
+    bool is_header = false;
+    std::shared_ptr<const Strip> header = {};  // of the table, drawn again on the next page
+};
+
+PageLayout::PageLayout(Report report) : report_(std::move(report)), measurer_(std::make_unique<PrintMeasurer>()) {
+    ui::RichText title;
+    title.AppendText(report_.title, Format(kTitleHalfPoints, true));
+    AddText(std::move(title), true);
+    if (!report_.subtitle.empty()) {
+        ui::RichText subtitle;
+        subtitle.AppendText(report_.subtitle, Format(kSmallHalfPoints, false));
+        AddText(std::move(subtitle), true);
+    }
+    for (const Section& section : report_.sections) {
+        int gap = kSectionGap;
+        if (!section.heading.empty()) {
+            ui::RichText heading;
+            heading.AppendText(section.heading, Format(kHeadingHalfPoints, true));
+            AddText(std::move(heading), true, gap);
+            gap = kCellMargin;
+        }
+        if (section.text.Length() > 0) AddText(section.text, false, gap);
+        AddTable(section.table);
+    }
+    Paginate();
+}
+
+PageLayout::~PageLayout() = default;
+
+void PageLayout::AddText(ui::RichText text, bool keeps_with_next, int space_before) {
+    const auto kept = std::make_shared<const ui::RichText>(std::move(text));
+    const auto layout = std::make_shared<const ui::DocumentLayout>(*kept, kTextWidth, *measurer_);
+    const auto& lines = layout->Lines();
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        Strip strip;
+        strip.cells.push_back({kept, layout, i, i + 1, 0, kTextWidth});
+        strip.height = std::min(lines[i].height, kTextHeight);
+        strip.keeps_with_next = keeps_with_next;
+        strip.space_before = i == 0 ? space_before : 0;
+        strips_.push_back(std::move(strip));
+    }
+}
+
+void PageLayout::AddTable(const Table& table) {
+    if (table.columns.empty()) return;
+    std::vector<std::u16string> titles;
+    for (const Column& column : table.columns) titles.push_back(column.title);
+    AddRow(table, titles, true);
+    strips_.back().space_before = kCellMargin;
+    const auto header = std::make_shared<const Strip>(strips_.back());
+    for (const std::vector<std::u16string>& row : table.rows) {
+        AddRow(table, row, false);
+        strips_.back().header = header;
+    }
+}
+
+void PageLayout::AddRow(const Table& table, const std::vector<std::u16string>& cells, bool header) {
+    int shares = 0;
+    for (const Column& column : table.columns) shares += std::max(1, column.share);
+    Strip strip;
+    strip.is_row = true;
+    strip.is_header = header;
+    strip.keeps_with_next = header;
+    int x = 0;
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+        const int width = kTextWidth * std::max(1, table.columns[i].share) / shares;
+        ui::RichText text;
+        if (table.columns[i].number) text.SetParagraphFormat({.alignment = ui::Alignment::Right});
+        if (i < cells.size()) {
+            std::u16string shown = cells[i].substr(0, kLongestCell);
+            if (shown.size() < cells[i].size()) shown += u"…";
+            text.AppendText(shown, Format(kSmallHalfPoints, header));
+        }
+        const auto kept = std::make_shared<const ui::RichText>(std::move(text));
+        const auto layout =
+            std::make_shared<const ui::DocumentLayout>(*kept, std::max(1, width - 2 * kCellMargin), *measurer_);
+        strip.height =
+            std::max(strip.height,
+                     static_cast<int>(std::min<std::int64_t>(layout->Height() + 2 * kCellMargin / 3, kTextHeight / 2)));
+        strip.cells.push_back({kept, layout, 0, layout->Lines().size(), x, width});
+        x += width;
+    }
+    strips_.push_back(std::move(strip));
+}
+
+// A heading does not stay alone at the bottom, nor a table's.
+void PageLayout::Paginate() {
+    std::size_t first = 0;
+    while (first < strips_.size()) {
+        int used = 0;
+        if (strips_[first].header) used += strips_[first].header->height;
+        std::size_t end = first;
+        while (end < strips_.size()) {
+            const int more = strips_[end].height + (end == first ? 0 : strips_[end].space_before);
+            if (used + more > kTextHeight && end > first) break;
+            used += more;
+            ++end;
+        }
+        if (end < strips_.size()) {
+            std::size_t shorter = end;
+            while (shorter > first && strips_[shorter - 1].keeps_with_next) --shorter;
+            if (shorter > first) end = shorter;
+        }
+        pages_.emplace_back(first, end);
+        first = end;
+    }
+}
+
+void PageLayout::Paint(wxDC& dc, int page) const {
+    if (page < 1 || page > PageCount()) return;
+    const auto [first, end] = pages_[static_cast<std::size_t>(page - 1)];
+    const auto paint_piece = [&](const ui::Piece& piece, const ui::Line& line, int left, int top) {
+        const int baseline = top + line.ascent;
+        if (piece.run->picture) {
+            const wxSize size(piece.width, piece.picture_height);
+            const wxBitmap& bitmap = measurer_->BitmapOf(*piece.run->picture, size);
+            if (!bitmap.IsOk()) return;
+            wxMemoryDC source;
+            source.SelectObjectAsSource(bitmap);
+            dc.StretchBlit(left + piece.x, baseline - size.y, size.x, size.y, &source, 0, 0, bitmap.GetWidth(),
+                           bitmap.GetHeight());
+            return;
+        }
+        if (piece.text == u"\t" || piece.text == u"\v") return;
+        const ui::CharacterFormat& format = piece.run->format;
+        const ui::Measurer::Height height = measurer_->HeightOf(format);
+        int y = baseline - height.ascent;
+        if (format.script == ui::Script::Superscript) y = top;
+        if (format.script == ui::Script::Subscript) y = top + line.height - height.ascent - height.descent;
+        dc.SetFont(measurer_->FontOf(format));
+        dc.SetTextForeground(format.color ? wxColour(format.color->red, format.color->green, format.color->blue)
+                                          : *wxBLACK);
+        dc.DrawText(ui::ToWx(piece.text), left + piece.x, y);
+    };
+    const auto paint_strip = [&](const Strip& strip, int y) {
+        if (strip.is_row) {
+            dc.SetPen(wxPen(wxColour(170, 170, 170), 8));
+            dc.SetBrush(strip.is_header ? wxBrush(wxColour(238, 240, 243)) : *wxTRANSPARENT_BRUSH);
+            for (const Strip::Cell& cell : strip.cells) {
+                dc.DrawRectangle(kMargin + cell.x, y, cell.width, strip.height + 8);
+            }
+        }
+        for (const Strip::Cell& cell : strip.cells) {
+            if (cell.first >= cell.layout->Lines().size()) continue;
+            const std::int64_t above = cell.layout->Lines()[cell.first].top;
+            const int left = kMargin + cell.x + (strip.is_row ? kCellMargin : 0);
+            const int inside = strip.is_row ? kCellMargin / 3 : 0;
+            for (std::size_t i = cell.first; i < cell.end; ++i) {
+                const ui::Line& line = cell.layout->Lines()[i];
+                const auto down = static_cast<int>(line.top - above);
+                if (strip.is_row && down + line.height > strip.height) break;
+                for (const ui::Piece& piece : line.pieces) paint_piece(piece, line, left, y + inside + down);
+            }
+        }
+    };
+    int y = kMargin;
+    for (std::size_t i = first; i < end; ++i) {
+        const Strip& strip = strips_[i];
+        if (i == first && strip.header) {
+            paint_strip(*strip.header, y);
+            y += strip.header->height;
+        }
+        if (i > first) y += strip.space_before;
+        paint_strip(strip, y);
+        y += strip.height;
+    }
+    const std::u16string footer =
+        report_.title + u"　　第 " + ToText(page) + u" 页，共 " + ToText(PageCount()) + u" 页";
+    dc.SetFont(measurer_->FontOf(Format(kSmallHalfPoints, false)));
+    dc.SetTextForeground(wxColour(90, 90, 90));
+    const wxSize extent = dc.GetTextExtent(ui::ToWx(footer));
+    dc.DrawText(ui::ToWx(footer), (kPageWidth - extent.x) / 2, kPageHeight - kMargin - extent.y);
+}
+
+}  // namespace qmtrain::report
