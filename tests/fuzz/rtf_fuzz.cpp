@@ -43,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     }
     RequireLaidOut(text);
-    // Long texts are measured in another way.
+    // Long texts are measured in another way; that takes longer too.
+    if (size % 16 != 0) return 0;
     ui::RichText again = text;
     while (text.Length() > 0 && again.Length() < kLong) again.Append(ui::RichText(again));
     RequireLaidOut(again);
