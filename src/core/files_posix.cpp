@@ -106,21 +106,30 @@ public:
 
     void Unlock(std::uint64_t offset, std::uint64_t length) override { SetLock(F_UNLCK, offset, length); }
 
+    // Both at one stroke: a system call less than one after the other.
+    bool TryLockThrough(std::uint64_t gate) override { return SetLock(F_RDLCK, gate, 2) && SetLock(F_UNLCK, gate, 1); }
+
     bool HasOneName() override {
         struct stat info {};
         return fstat(descriptor_, &info) == 0 && info.st_nlink <= 1;
     }
 
-    bool IsPlain() const {
+    // What the file is, of which this much never changes, and whether it has one name only.
+    struct Kind {
+        bool plain = false;
+        bool one_name = false;
+    };
+    Kind Identify() {
         struct stat info {};
-        return fstat(descriptor_, &info) == 0 && S_ISREG(info.st_mode);
+        if (fstat(descriptor_, &info) != 0) return {};
+        device_ = info.st_dev;
+        node_ = info.st_ino;
+        return {S_ISREG(info.st_mode), info.st_nlink <= 1};
     }
 
     bool IsAt(const fs::path& path) override {
-        struct stat own {};
         struct stat other {};
-        return fstat(descriptor_, &own) == 0 && stat(path.c_str(), &other) == 0 && own.st_dev == other.st_dev &&
-               own.st_ino == other.st_ino;
+        return stat(path.c_str(), &other) == 0 && device_ == other.st_dev && node_ == other.st_ino;
     }
 
 private:
@@ -140,18 +149,18 @@ private:
 
     int descriptor_;
     fs::path path_;
+    dev_t device_ = 0;
+    ino_t node_ = 0;
 };
 
 class PosixFileSystem : public FileSystem {
 public:
     std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override {
-        return OpenWith(O_NONBLOCK, path, mode);
+        return OpenWith(O_NONBLOCK, path, mode, false);
     }
 
     std::unique_ptr<File> OpenPlain(const fs::path& path, OpenMode mode) override {
-        auto file = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, mode);
-        if (!file->HasOneName()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
-        return file;
+        return OpenWith(O_NONBLOCK | O_NOFOLLOW, path, mode, true);
     }
 
     FileKind Look(const fs::path& path) override {
@@ -198,7 +207,7 @@ public:
 
 private:
     // What is no file is not opened: a pipe would keep the caller waiting, a device may do anything.
-    static std::unique_ptr<PosixFile> OpenWith(int flags, const fs::path& path, OpenMode mode) {
+    static std::unique_ptr<PosixFile> OpenWith(int flags, const fs::path& path, OpenMode mode, bool one_name) {
         flags |= O_CLOEXEC | O_NOCTTY;
         switch (mode) {
             case OpenMode::ReadOnly: flags |= O_RDONLY; break;
@@ -209,7 +218,8 @@ private:
         const int descriptor = open(path.c_str(), flags, 0666);
         if (descriptor < 0) RaiseSystemError(path, errno);
         auto file = std::make_unique<PosixFile>(descriptor, path);
-        if (!file->IsPlain()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        const PosixFile::Kind kind = file->Identify();
+        if (!kind.plain || (one_name && !kind.one_name)) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
         return file;
     }
 };

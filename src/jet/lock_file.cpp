@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint64_t kPresentByte = 0x0FFFFF00;   // shared by everybody who has the file open
 constexpr std::uint64_t kReservedByte = 0x0FFFFF01;  // the one writer
 constexpr std::uint64_t kPendingByte = 0x0FFFFF02;   // keeps new readers out while the writer waits
-constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers
+constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers, who come to it through the one before
 constexpr std::uint64_t kNextByte = 0x0FFFFF04;      // the writer whose turn it is when the present one is done
 
 // Where the users of Jet each lock a byte for being there.
@@ -59,7 +59,12 @@ LockFile::~LockFile() {
 }
 
 void LockFile::WaitFor(std::uint64_t byte, File::Lock kind) {
-    if (file_->TryLock(byte, 1, kind)) return;
+    WaitUntil([&] { return file_->TryLock(byte, 1, kind); });
+}
+
+template <class Try>
+void LockFile::WaitUntil(Try locks) {
+    if (locks()) return;
     const auto start = std::chrono::steady_clock::now();
     const auto waited_before = waited_;
     std::chrono::milliseconds pause(1);
@@ -68,20 +73,14 @@ void LockFile::WaitFor(std::uint64_t byte, File::Lock kind) {
         if (waited_ >= timeout_) Raise(ErrorNumber::LockedByOther, {database_name_});
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, std::chrono::milliseconds(5));
-    } while (!file_->TryLock(byte, 1, kind));
+    } while (!locks());
     waited_ = waited_before + (std::chrono::steady_clock::now() - start);
 }
 
 void LockFile::LockShared() {
     if (shared_ || !file_) return;
-    WaitFor(kPendingByte, File::Lock::Shared);
-    try {
-        WaitFor(kSharedByte, File::Lock::Shared);
-    } catch (...) {
-        file_->Unlock(kPendingByte, 1);
-        throw;
-    }
-    file_->Unlock(kPendingByte, 1);
+    static_assert(kSharedByte == kPendingByte + 1);
+    WaitUntil([&] { return file_->TryLockThrough(kPendingByte); });
     shared_ = true;
 }
 

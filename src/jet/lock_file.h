@@ -48,6 +48,8 @@ public:
 private:
     void Open();
     void WaitFor(std::uint64_t byte, File::Lock kind);
+    template <class Try>
+    void WaitUntil(Try locks);
 
     FileSystem& system_;
     std::filesystem::path path_;

@@ -36,6 +36,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       home_(home != nullptr ? home : this),
       durable_(options.durable),
       file_(system_, std::move(path), options.read_only),
+      journal_path_(Journal::PathFor(file_.Path())),
       share_(system_, file_, options.lock_timeout),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
       change_(system_, file_, share_, cache_, options.durable) {}
@@ -109,13 +110,13 @@ void Pager::WriteChanges(const CommonJournal::Name* common) {
     change_.WriteBack(common);
     change_.CompleteFile(page_count_);
     const std::uint8_t* counters = cache_.Load(0)->data + GetFormat().commit_counters;
-    own_counters_.assign(counters, counters + 512);
+    std::copy_n(counters, own_counters_.size(), own_counters_.begin());
 }
 
 // The change stands: nothing may fail from here on.
 void Pager::Close() noexcept {
     if (change_.HasWritten()) {
-        share_.Committed(std::move(own_counters_), std::uint64_t{page_count_} * GetFormat().page_size);
+        share_.Committed(own_counters_, std::uint64_t{page_count_} * GetFormat().page_size);
     }
     change_.Close();
 }
@@ -168,12 +169,12 @@ void Pager::NoticeUnfinished(bool to_change) {
 }
 
 std::optional<FoundJournal> Pager::FindJournal() {
-    if (system_.Look(Journal::PathFor(Path())) == FileKind::None) return std::nullopt;
+    if (system_.Look(journal_path_) == FileKind::None) return std::nullopt;
     return FoundJournal(system_, file_);
 }
 
 void Pager::ResolveJournal() {
-    if (system_.Look(Journal::PathFor(Path())) == FileKind::None) return;
+    if (system_.Look(journal_path_) == FileKind::None) return;
     const std::unique_ptr<File> own = MayChange() ? nullptr : system_.Open(Path(), OpenMode::ReadWrite);
     FoundJournal::Resolve(FoundJournal(system_, file_), system_, own ? *own : file_.Handle(), durable_);
 }
@@ -239,6 +240,7 @@ MutablePage Pager::Write(PageNumber number) {
     Frame* frame = Load(number);
     change_.KeepImage(*frame);
     cache_.MarkDirty(*frame);
+    ++frame->changes;
     ++change_count_;
     return {frame, file_.Identity()};
 }

@@ -130,6 +130,7 @@ private:
     const Pager* home_;
     bool durable_;
     PageFile file_;
+    std::filesystem::path journal_path_;
     FileShare share_;
     PageCache cache_;
     Transaction change_;
@@ -139,7 +140,7 @@ private:
     PageNumber page_count_ = 0;
     std::uint64_t generation_ = 0;
     std::uint64_t change_count_ = 0;
-    std::vector<std::uint8_t> own_counters_;  // commit counters that a commit under way has written
+    CommitCounters own_counters_{};  // that a commit under way has written
 };
 
 }  // namespace qmtrain::jet

@@ -207,26 +207,34 @@ bool RowCursor::ReadFromKey(std::size_t column, Value& value) const {
     return false;
 }
 
-void RowCursor::Read(std::size_t position, Value& value) {
-    if (mode_ == Mode::Index && !loaded_ && row_ && ReadFromKey(position, value)) return;
-    const Column& column = table_->Definition().columns[position];
-    const RowView& view = View();
+void ReadValue(const StoredTable& table, const RowView& row, std::size_t position, Value& value) {
+    const Column& column = table.Definition().columns[position];
     if (column.type == ColumnType::Boolean) {
-        value.SetNumber(view.Boolean(column));
+        value.SetNumber(row.Boolean(column));
         return;
     }
     if (column.IsFixed()) {
-        const std::uint8_t* number = view.FindFixed(column);
+        const std::uint8_t* number = row.FindFixed(column);
         if (number != nullptr && DecodeNumber(column.type, number, value)) return;
     }
-    const auto stored = view.Find(column);
+    const auto stored = row.Find(column);
     if (!stored) {
         value = Null{};
         return;
     }
-    if (!IsLongValue(column.type)) {
-        const int code_page = column.code_page != 0 ? column.code_page : pager_.GetHeader().code_page;
-        DecodeValue(column, *stored, pager_.GetFormat(), code_page, value);
+    const Pager& pager = table.GetPager();
+    const int code_page = column.code_page != 0 ? column.code_page : pager.GetHeader().code_page;
+    DecodeValue(column, *stored, pager.GetFormat(), code_page, value);
+}
+
+void RowCursor::Read(std::size_t position, Value& value) {
+    if (mode_ == Mode::Index && !loaded_ && row_ && ReadFromKey(position, value)) return;
+    const Column& column = table_->Definition().columns[position];
+    const RowView& view = View();
+    if (!IsLongValue(column.type)) return ReadValue(*table_, view, position, value);
+    const auto stored = view.Find(column);
+    if (!stored) {
+        value = Null{};
         return;
     }
     const LongValueReader reader(pager_, *stored);

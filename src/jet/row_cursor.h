@@ -85,6 +85,9 @@ private:
     Bytes long_value_;
 };
 
+// A value of a row, for every column but the long ones.
+void ReadValue(const StoredTable& table, const RowView& row, std::size_t column, Value& value);
+
 // The least byte string above all that begin with `key`; nothing when there is none.
 std::optional<Bytes> SuccessorOf(Bytes key);
 
