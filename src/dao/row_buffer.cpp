@@ -53,7 +53,10 @@ const std::uint8_t* TakeNumber(const std::uint8_t* at, Value& value) {
     return at + sizeof number;
 }
 
-const std::uint8_t* Take(Type type, const std::uint8_t* at, Value& value) {
+}  // namespace
+
+const std::uint8_t* RowBuffer::Take(const std::uint8_t* at, Value& value) {
+    const auto type = static_cast<Type>(*at++);
     std::uint32_t size = 0;
     if (HasLength(type)) {
         std::memcpy(&size, at, sizeof size);
@@ -82,7 +85,20 @@ const std::uint8_t* Take(Type type, const std::uint8_t* at, Value& value) {
     return at;
 }
 
-}  // namespace
+const std::uint8_t* RowBuffer::Take(const std::uint8_t* at, std::span<const std::uint8_t>& bytes) {
+    std::uint32_t size = 0;
+    std::memcpy(&size, at, sizeof size);
+    bytes = {at + sizeof size, size};
+    return at + sizeof size + size;
+}
+
+void RowBuffer::AppendBytes(std::span<const std::uint8_t> bytes) {
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    const std::size_t at = pending_.size();
+    pending_.resize(at + sizeof size + size);
+    std::memcpy(&pending_[at], &size, sizeof size);
+    if (size > 0) std::memcpy(&pending_[at + sizeof size], bytes.data(), size);
+}
 
 void RowBuffer::Append(const Value& value) {
     const Content content = ContentOf(value);
@@ -123,10 +139,7 @@ void RowBuffer::Clear() {
 
 void RowBuffer::Get(std::size_t number, std::vector<Value>& row) const {
     const std::uint8_t* at = rows_[number];
-    for (Value& value : row) {
-        const auto type = static_cast<Type>(*at++);
-        at = Take(type, at, value);
-    }
+    for (Value& value : row) at = Take(at, value);
 }
 
 }  // namespace qmtrain::dao

@@ -14,11 +14,12 @@ bool LookupJoin::Next() {
         if (!on_left_row_) {
             if (!left_->Next()) return false;
             right_->Open();
+            tested_ = conditions_.size() - (right_->MeetsConditions() ? last_ : 0);
             on_left_row_ = true;
             matched_ = false;
         }
         while (right_->Next()) {
-            if (!AllTrue(conditions_)) continue;
+            if (!AllTrue(std::span(conditions_).first(tested_))) continue;
             matched_ = true;
             return true;
         }

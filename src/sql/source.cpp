@@ -11,12 +11,18 @@ void RowStore::Reset(std::size_t width) {
 }
 
 Value* RowStore::Add() {
-    if (size_ % kBlockRows == 0) blocks_.push_back(std::make_unique<Value[]>(kBlockRows * width_));
+    if (size_ == 0)
+        blocks_.push_back(std::make_unique<Value[]>(kFirstRows * width_));
+    else if (size_ >= kFirstRows && (size_ - kFirstRows) % kBlockRows == 0)
+        blocks_.push_back(std::make_unique<Value[]>(kBlockRows * width_));
     return At(size_++);
 }
 
 int Source::SlotFor(int column) {
-    slot_of_column_.resize(infos_.size(), -1);
+    if (slot_of_column_.size() < infos_.size()) {
+        slot_of_column_.resize(infos_.size(), -1);
+        columns_.reserve(infos_.size());
+    }
     int& slot = slot_of_column_[static_cast<std::size_t>(column)];
     if (slot < 0) {
         slot = static_cast<int>(columns_.size());
@@ -35,6 +41,7 @@ void Source::SetNull() {
 // ---- TableSource ----
 
 TableSource::TableSource(std::shared_ptr<Table> table) : table_(std::move(table)) {
+    infos_.reserve(table_->Columns().size());
     for (const Column& column : table_->Columns()) {
         infos_.push_back({column.name, ValueTypeOf(column.type), ShapeOf(column)});
     }
