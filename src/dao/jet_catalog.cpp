@@ -196,7 +196,7 @@ public:
     void Read(int column, Value& value) override {
         cursor_.Read(layout_.positions[static_cast<std::size_t>(column)], value);
     }
-    std::span<const std::uint8_t> Image() override { return cursor_.View().Bytes().Span(); }
+    std::span<const std::uint8_t> Image() override { return cursor_.Image().Span(); }
 
 private:
     std::shared_ptr<const jet::Table> table_;

@@ -205,6 +205,7 @@ bool JetRecordset::NextKey() {
 
 void JetRecordset::Pack(sql::Query& query, RowBuffer& rows) const {
     static const qmtrain::Value kLater;
+    if (has_images_ && packed_.empty()) return rows.AddBytes(query.Image());
     rows.Begin();
     if (has_images_) rows.AppendBytes(query.Image());
     for (const int column : packed_) {

@@ -116,17 +116,28 @@ void RowBuffer::Append(const Value& value) {
 }
 
 void RowBuffer::End() {
-    const std::size_t size = pending_.size();
+    std::uint8_t* at = NewRow(pending_.size());
+    if (!pending_.empty()) std::memcpy(at, pending_.data(), pending_.size());
+}
+
+void RowBuffer::AddBytes(std::span<const std::uint8_t> bytes) {
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    std::uint8_t* at = NewRow(sizeof size + size);
+    std::memcpy(at, &size, sizeof size);
+    if (size > 0) std::memcpy(at + sizeof size, bytes.data(), size);
+}
+
+std::uint8_t* RowBuffer::NewRow(std::size_t size) {
     if (free_ < size || blocks_.empty()) {
         block_size_ = std::max({kFirstBlock, std::min(block_size_ * 2, kBlock), size});
         free_ = block_size_;
         blocks_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(free_));
     }
     std::uint8_t* at = blocks_.back().get() + block_size_ - free_;
-    if (size > 0) std::memcpy(at, pending_.data(), size);
     free_ -= size;
     bytes_ += size;
     rows_.push_back(at);
+    return at;
 }
 
 void RowBuffer::Clear() {

@@ -22,6 +22,9 @@ public:
     void Append(const Value& value);
     void End();
 
+    // Adds a row that is one piece of bytes.
+    void AddBytes(std::span<const std::uint8_t> bytes);
+
     // Requires: the row is there, and `row` is as wide as it was.
     void Get(std::size_t number, std::vector<Value>& row) const;
 
@@ -37,6 +40,8 @@ public:
     void Clear();
 
 private:
+    std::uint8_t* NewRow(std::size_t size);
+
     std::vector<std::unique_ptr<std::uint8_t[]>> blocks_;
     std::size_t block_size_ = 0;  // of the last block
     std::size_t free_ = 0;        // bytes left in it

@@ -179,6 +179,11 @@ const RowView& RowCursor::View() {
     return *view_;
 }
 
+ByteView RowCursor::Image() {
+    const bool at_hand = mode_ == Mode::Scan && plain_ && !loaded_ && data_ && page_change_ == pager_.ChangeCount();
+    return at_hand && row_ ? data_->Row(row_.slot) : View().Bytes();
+}
+
 std::optional<LongValueReader> RowCursor::OpenLongValue(std::size_t column) {
     const auto stored = View().Find(table_->Definition().columns[column]);
     if (!stored) return std::nullopt;

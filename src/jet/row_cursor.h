@@ -39,8 +39,11 @@ public:
     // A memo or OLE value without reading it; nothing when it is Null. Valid until the cursor moves.
     std::optional<LongValueReader> OpenLongValue(std::size_t column);
 
-    // The row's bytes.
+    // The row, ready to be read.
     const RowView& View();
+
+    // The row's bytes, unread.
+    ByteView Image();
 
 private:
     enum class Mode : std::uint8_t { Single, Scan, Index };

@@ -79,6 +79,7 @@ bool HashLookup::Next() {
 
 void HashLookup::Build() {
     numbers_.Clear();
+    last_number_ = kEnd;
     texts_.Clear();
     first_.clear();
     last_.clear();
@@ -100,7 +101,12 @@ std::uint32_t HashLookup::KeyNumber(bool building) {
         const Value& value = (building ? keys_[0].build : keys_[0].probe)->Evaluate();
         if (FamilyOf(value.GetType()) == Family::Any) return kEnd;
         const std::uint64_t bits = NumberBits(value);
-        return building ? numbers_.FindOrAdd(bits, added) : numbers_.Find(bits);
+        if (building) return numbers_.FindOrAdd(bits, added);
+        if (bits != last_bits_ || last_number_ == kEnd) {
+            last_bits_ = bits;
+            last_number_ = numbers_.Find(bits);
+        }
+        return last_number_;
     }
     buffer_.clear();
     for (const HashKey& key : keys_) {

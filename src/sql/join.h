@@ -70,6 +70,8 @@ private:
     bool built_ = false;
 
     NumberTable numbers_;
+    std::uint64_t last_bits_ = 0;  // of the last probe, which the next one often equals
+    std::uint32_t last_number_ = kEnd;
     KeyTable texts_;
     std::vector<std::uint8_t> buffer_;
     std::vector<std::uint32_t> first_;  // row of a key, by its number
