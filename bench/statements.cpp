@@ -2,6 +2,7 @@
 // SQLite with the same rows, the same indexes and the same durability, in one process. Prints a table of ratios.
 //
 //   bench_statements [FILTER]    only the workloads whose names contain it
+//   bench_statements --fill FOLDER, then --alone FOLDER NAME TIMES    ours by itself, for a profiler
 
 #include <algorithm>
 #include <cmath>
@@ -265,7 +266,8 @@ Workload Change(std::string name, int repeats, int rounds, const std::string& bo
 std::string KeyList(int count) {
     std::string list;
     for (int i = 0; i < count; ++i) {
-        list += (i > 0 ? "," : "") + std::to_string(Scatter(static_cast<std::uint32_t>(i + 7)) % kResults + 1);
+        if (i > 0) list += ',';
+        list += std::to_string(Scatter(static_cast<std::uint32_t>(i + 7)) % kResults + 1);
     }
     return list;
 }
@@ -526,11 +528,13 @@ double PeakMib(const fs::path& folder, const Workload& workload) {
     return static_cast<double>(run.peak_kib) / 1024;
 }
 
-int RunAlone(const fs::path& folder, const std::string& name) {
+int RunAlone(const fs::path& folder, const std::string& name, int times) {
     Peers peers{folder / "statements.mdb", {}, nullptr, nullptr};
     peers.ours = dao::Engine::Instance().OpenDatabase(FromNativePath(peers.our_file));
     for (const Workload& workload : Workloads()) {
-        if (workload.name == name) workload.ours(peers, 500);
+        if (workload.name != name) continue;
+        workload.ours(peers, 500);
+        for (int i = 1; i < times; ++i) workload.ours(peers, NumberOf(i / 20, i % 20, workload.writes));
     }
     return 0;
 }
@@ -549,7 +553,9 @@ int main(int count, char** arguments) {
         Fill(fs::path(arguments[2]) / "statements.mdb", fs::path(arguments[2]) / "statements.db");
         return 0;
     }
-    if (count == 4 && std::strcmp(arguments[1], "--alone") == 0) return RunAlone(arguments[2], arguments[3]);
+    if (count >= 4 && std::strcmp(arguments[1], "--alone") == 0) {
+        return RunAlone(arguments[2], arguments[3], count > 4 ? std::atoi(arguments[4]) : 1);
+    }
     const std::string filter = count > 1 ? arguments[1] : "";
     const fs::path folder = fs::temp_directory_path() / "qmtrain-bench-statements";
     fs::remove_all(folder);

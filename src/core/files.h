@@ -95,6 +95,15 @@ public:
     // Whether the file belongs to somebody who may write the other one, or to oneself. True where nobody can tell.
     virtual bool IsByWriterOf(File&) { return true; }
 
+    // Locks the byte behind `gate` for sharing; false while anybody has that one or the gate for himself. The gate is
+    // free again afterwards.
+    virtual bool TryLockThrough(std::uint64_t gate) {
+        if (!TryLock(gate, 1, Lock::Shared)) return false;
+        const bool locked = TryLock(gate + 1, 1, Lock::Shared);
+        Unlock(gate, 1);
+        return locked;
+    }
+
     // Whether the open file is still the one that stands at `path`.
     virtual bool IsAt(const std::filesystem::path& path) = 0;
 

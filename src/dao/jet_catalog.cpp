@@ -196,6 +196,7 @@ public:
     void Read(int column, Value& value) override {
         cursor_.Read(layout_.positions[static_cast<std::size_t>(column)], value);
     }
+    std::span<const std::uint8_t> Image() override { return cursor_.Image().Span(); }
 
 private:
     std::shared_ptr<const jet::Table> table_;
@@ -230,6 +231,17 @@ public:
     double DistinctKeys(int index) override { return table_->DistinctKeys(static_cast<std::size_t>(index)); }
 
     std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<JetCursor>(table_, *layout_); }
+
+    bool HasImages() const override { return true; }
+    void ShowImage(std::span<const std::uint8_t> image) override {
+        const jet::TableDefinition& definition = table_->Definition();
+        const jet::Pager& pager = table_->GetPager();
+        const jet::ByteView bytes(image.data(), image.size(), pager.FileName(), definition.page);
+        image_.emplace(definition, pager.GetFormat(), bytes);
+    }
+    void ReadImage(int column, Value& value) const override {
+        jet::ReadValue(*table_, *image_, layout_->positions[static_cast<std::size_t>(column)], value);
+    }
 
     bool CanSeek(int index, std::span<const Value> values) const override {
         const jet::TableDefinition& definition = table_->Definition();
@@ -328,6 +340,7 @@ private:
     std::shared_ptr<jet::Table> table_;
     std::shared_ptr<const void> hold_;
     std::shared_ptr<const Layout> layout_;
+    std::optional<jet::RowView> image_;
 };
 
 }  // namespace

@@ -11,7 +11,9 @@
 namespace qmtrain::dao {
 
 std::filesystem::path DatabaseFile(std::u16string_view name) {
-    return ToNativePath(FolderExists(name) ? InFolder(name, u"Total.mdb") : std::u16string(name));
+    std::filesystem::path path = ToNativePath(name);
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored) ? ToNativePath(InFolder(name, u"Total.mdb")) : path;
 }
 
 JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage)

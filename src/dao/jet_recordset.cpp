@@ -17,6 +17,10 @@ namespace {
 // A block has no more rows, and about no more bytes of texts.
 constexpr std::int64_t kMaxBlockRows = 256;
 constexpr std::int64_t kBlockGrowth = 4;
+
+// Where the next rows are found at once, so many come with the first one: a scope costs as much as reading some ten.
+constexpr std::int64_t kFirstCheapRows = 8;
+constexpr std::int64_t kCheapBlockGrowth = 32;
 constexpr std::size_t kMaxBlockBytes = std::size_t{256} << 10;
 
 // Rows that are only counted are looked for in one scope.
@@ -102,13 +106,21 @@ JetRecordset::JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement
     const jet::Database::Reading reading(Storage());
     query_ = OpenQuery();
     updatable_ = query_->Updatable();
-    for (std::size_t i = 0; i < query_->Columns().size(); ++i) {
+    has_images_ = query_->HasImages();
+    const std::size_t width = query_->Columns().size();
+    fields_.reserve(width);
+    is_long_.resize(width);
+    asked_for_.resize(width);
+    left_out_.resize(width);
+    current_.resize(width);
+    read_from_.resize(width);
+    for (std::size_t i = 0; i < width; ++i) {
         fields_.push_back(std::make_unique<JetField>(*this, static_cast<int>(i)));
         const sql::ColumnType type = query_->Columns()[i].type;
-        is_long_.push_back(updatable_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary));
+        is_long_[i] = updatable_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary);
+        if (!has_images_ || is_long_[i]) packed_.push_back(static_cast<int>(i));
     }
-    asked_for_.resize(is_long_.size());
-    left_out_.resize(is_long_.size());
+    keys_.reserve(kFirstCheapRows);
     Reach(0);
 }
 
@@ -216,9 +228,12 @@ bool JetRecordset::FindKey() {
 
 void JetRecordset::Pack(sql::Query& query, RowBuffer& rows) const {
     static const qmtrain::Value kLater;
+    if (has_images_ && packed_.empty()) return rows.AddBytes(query.Image());
     rows.Begin();
-    for (std::size_t i = 0; i < is_long_.size(); ++i)
-        rows.Append(left_out_[i] ? kLater : query.Get(static_cast<int>(i)));
+    if (has_images_) rows.AppendBytes(query.Image());
+    for (const int column : packed_) {
+        rows.Append(left_out_[static_cast<std::size_t>(column)] ? kLater : query.Get(column));
+    }
     rows.End();
 }
 
@@ -231,8 +246,10 @@ void JetRecordset::FillBlock(std::int64_t index) {
     const std::int64_t end = updatable_ ? block_first_ + BlockRows() : Fetched();
     const bool goes_on = index > 0 && index == end && InBlock(end - 1);
     for (std::size_t i = 0; goes_on && i < is_long_.size(); ++i) left_out_[i] = is_long_[i] && !asked_for_[i];
-    block_size_ = goes_on ? std::min(block_size_ * kBlockGrowth, kMaxBlockRows) : 1;
+    const std::int64_t growth = query_->NextIsCheap() ? kCheapBlockGrowth : kBlockGrowth;
+    block_size_ = goes_on ? std::min(block_size_ * growth, kMaxBlockRows) : 1;
     block_first_ = index;
+    loaded_ = false;
     block_.Clear();
     failure_ = nullptr;
     const Work work = database_->Begin(&spent_);
@@ -247,6 +264,9 @@ void JetRecordset::FillBlock(std::int64_t index) {
         while (at < index + block_size_ && block_.Bytes() + kept_.Bytes() - before < kMaxBlockBytes) {
             if (!FillRow(at)) return;
             ++at;
+            if (!goes_on && at == Fetched() && !complete_ && !HasLong() && query_->NextIsCheap()) {
+                block_size_ = kFirstCheapRows;
+            }
         }
         // Whoever reads the last row asks next whether there is another one.
         if (at == Fetched() && !complete_ && query_->NextIsCheap()) NextKey();
@@ -363,22 +383,27 @@ void JetRecordset::ReadRow(std::int64_t index, std::vector<Value>& values) {
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
 }
 
-std::vector<Value>& JetRecordset::Current() {
-    if (loaded_) return current_;
+void JetRecordset::LoadCurrent() {
+    if (loaded_) return;
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
     if (!InBlock(position_)) FillBlock(position_);
-    current_.resize(fields_.size());
     if (!updatable_) {
         kept_.Get(static_cast<std::size_t>(position_), current_);
     } else if (BlockRows() > 0) {
-        block_.Get(static_cast<std::size_t>(position_ - block_first_), current_);
+        const std::uint8_t* at = block_.At(static_cast<std::size_t>(position_ - block_first_));
+        if (has_images_) {
+            std::span<const std::uint8_t> image;
+            at = RowBuffer::Take(at, image);
+            query_->ShowImage(image);
+            ++image_number_;
+        }
+        for (const int column : packed_) at = RowBuffer::Take(at, current_[static_cast<std::size_t>(column)]);
     } else if (failure_) {
         std::rethrow_exception(failure_);
     } else {
         Raise(ErrorNumber::RecordDeleted);
     }
     loaded_ = true;
-    return current_;
 }
 
 void JetRecordset::LoadLong(std::size_t position, Value& value) {
@@ -391,7 +416,14 @@ const Value& JetRecordset::Get(int position) {
     RequireOpen();
     const auto place = static_cast<std::size_t>(position);
     if (editing_ != Editing::Nothing) return edited_[place];
-    Value& value = Current()[place];
+    LoadCurrent();
+    Value& value = current_[place];
+    if (has_images_ && !is_long_[place]) {
+        if (read_from_[place] == image_number_) return value;
+        query_->ReadImage(position, value);
+        read_from_[place] = image_number_;
+        return value;
+    }
     asked_for_[place] = true;
     if (left_out_[place] && value.IsEmpty()) LoadLong(place, value);
     return value;
@@ -427,7 +459,7 @@ void JetRecordset::AddNew() {
 void JetRecordset::Edit() {
     RequireOpen();
     if (!Updatable()) Raise(ErrorNumber::ReadOnly, {Storage().FileName(), u"该记录集是只读的。"});
-    Current();
+    LoadCurrent();
     ReadRow(position_, edited_);  // what others have changed meanwhile counts
     changed_.assign(fields_.size(), false);
     editing_ = Editing::Changing;

@@ -1,6 +1,7 @@
 // Record sets of our own engine.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <exception>
@@ -104,8 +105,9 @@ private:
 
     // All values of a row that has been reached. Raises RecordDeleted.
     void ReadRow(std::int64_t index, std::vector<Value>& values);
-    std::vector<Value>& Current();
+    void LoadCurrent();
     void LoadLong(std::size_t position, Value& value);
+    bool HasLong() const { return std::ranges::find(is_long_, true) != is_long_.end(); }
     const Value& Get(int position);
     void Set(int position, const Value& value);
     void Find(std::u16string_view criteria, std::int64_t from);
@@ -137,6 +139,8 @@ private:
     std::vector<bool> is_long_;
     std::vector<bool> asked_for_;
     std::vector<bool> left_out_;
+    std::vector<int> packed_;  // the columns of which a row in the buffer has the values; an image has the others
+    bool has_images_ = false;
     RowBuffer block_;  // of an updatable record set
     std::int64_t block_first_ = 0;
     std::int64_t block_size_ = 1;     // how many rows were wanted
@@ -149,8 +153,10 @@ private:
     std::exception_ptr search_failure_;  // why no row behind those fetched could be found
 
     std::int64_t position_ = 0;  // -1 before the first row, Count() behind the last
-    bool loaded_ = false;        // current_ holds the current row
+    bool loaded_ = false;        // current_ holds the current row, or the query shows its image
     std::vector<Value> current_;
+    std::uint64_t image_number_ = 0;
+    std::vector<std::uint64_t> read_from_;  // by column: the image that the value in current_ was read from
 
     Editing editing_ = Editing::Nothing;
     std::vector<Value> edited_;

@@ -53,7 +53,10 @@ const std::uint8_t* TakeNumber(const std::uint8_t* at, Value& value) {
     return at + sizeof number;
 }
 
-const std::uint8_t* Take(Type type, const std::uint8_t* at, Value& value) {
+}  // namespace
+
+const std::uint8_t* RowBuffer::Take(const std::uint8_t* at, Value& value) {
+    const auto type = static_cast<Type>(*at++);
     std::uint32_t size = 0;
     if (HasLength(type)) {
         std::memcpy(&size, at, sizeof size);
@@ -82,7 +85,20 @@ const std::uint8_t* Take(Type type, const std::uint8_t* at, Value& value) {
     return at;
 }
 
-}  // namespace
+const std::uint8_t* RowBuffer::Take(const std::uint8_t* at, std::span<const std::uint8_t>& bytes) {
+    std::uint32_t size = 0;
+    std::memcpy(&size, at, sizeof size);
+    bytes = {at + sizeof size, size};
+    return at + sizeof size + size;
+}
+
+void RowBuffer::AppendBytes(std::span<const std::uint8_t> bytes) {
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    const std::size_t at = pending_.size();
+    pending_.resize(at + sizeof size + size);
+    std::memcpy(&pending_[at], &size, sizeof size);
+    if (size > 0) std::memcpy(&pending_[at + sizeof size], bytes.data(), size);
+}
 
 void RowBuffer::Append(const Value& value) {
     const Content content = ContentOf(value);
@@ -100,17 +116,28 @@ void RowBuffer::Append(const Value& value) {
 }
 
 void RowBuffer::End() {
-    const std::size_t size = pending_.size();
+    std::uint8_t* at = NewRow(pending_.size());
+    if (!pending_.empty()) std::memcpy(at, pending_.data(), pending_.size());
+}
+
+void RowBuffer::AddBytes(std::span<const std::uint8_t> bytes) {
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    std::uint8_t* at = NewRow(sizeof size + size);
+    std::memcpy(at, &size, sizeof size);
+    if (size > 0) std::memcpy(at + sizeof size, bytes.data(), size);
+}
+
+std::uint8_t* RowBuffer::NewRow(std::size_t size) {
     if (free_ < size || blocks_.empty()) {
         block_size_ = std::max({kFirstBlock, std::min(block_size_ * 2, kBlock), size});
         free_ = block_size_;
         blocks_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(free_));
     }
     std::uint8_t* at = blocks_.back().get() + block_size_ - free_;
-    if (size > 0) std::memcpy(at, pending_.data(), size);
     free_ -= size;
     bytes_ += size;
     rows_.push_back(at);
+    return at;
 }
 
 void RowBuffer::Clear() {
@@ -123,10 +150,7 @@ void RowBuffer::Clear() {
 
 void RowBuffer::Get(std::size_t number, std::vector<Value>& row) const {
     const std::uint8_t* at = rows_[number];
-    for (Value& value : row) {
-        const auto type = static_cast<Type>(*at++);
-        at = Take(type, at, value);
-    }
+    for (Value& value : row) at = Take(at, value);
 }
 
 }  // namespace qmtrain::dao

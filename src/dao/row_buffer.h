@@ -1,9 +1,11 @@
-// Rows of values packed into bytes: what a record set that is read-only keeps of each row it has seen.
+// Rows packed into bytes: what a record set keeps of the rows it has seen. A row is any number of values, and may begin
+// with bytes of the caller's.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "core/value.h"
@@ -14,13 +16,22 @@ class RowBuffer {
 public:
     std::size_t Size() const { return rows_.size(); }
 
-    // Adds a row value by value.
+    // Adds a row piece by piece.
     void Begin() { pending_.clear(); }
+    void AppendBytes(std::span<const std::uint8_t> bytes);
     void Append(const Value& value);
     void End();
 
+    // Adds a row that is one piece of bytes.
+    void AddBytes(std::span<const std::uint8_t> bytes);
+
     // Requires: the row is there, and `row` is as wide as it was.
     void Get(std::size_t number, std::vector<Value>& row) const;
+
+    // The same piece by piece: where the row begins, and from one piece to the next. Good until Clear().
+    const std::uint8_t* At(std::size_t number) const { return rows_[number]; }
+    static const std::uint8_t* Take(const std::uint8_t* at, std::span<const std::uint8_t>& bytes);
+    static const std::uint8_t* Take(const std::uint8_t* at, Value& value);
 
     // The bytes of all rows.
     std::size_t Bytes() const { return bytes_; }
@@ -29,6 +40,8 @@ public:
     void Clear();
 
 private:
+    std::uint8_t* NewRow(std::size_t size);
+
     std::vector<std::unique_ptr<std::uint8_t[]>> blocks_;
     std::size_t block_size_ = 0;  // of the last block
     std::size_t free_ = 0;        // bytes left in it

@@ -1,9 +1,12 @@
 // The first commit counters of page 0: every user of a file, ours or not, sees from them that a page he keeps is old.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 namespace qmtrain::jet {
+
+using CommitCounters = std::array<std::uint8_t, 512>;
 
 // The first two u16 counters after one more commit. The first is never 0.
 inline std::uint32_t RaisedCounters(std::uint32_t counters) {

@@ -38,7 +38,9 @@ void DataPage::CheckAll() const {
 }
 
 DataPageEditor::DataPageEditor(MutablePage& page) : page_(page), view_(page.View(), page.GetFormat()) {
+    if (page.IsChecked()) return;
     view_.CheckAll();
+    page.SetChecked();
 }
 
 void DataPageEditor::Format(MutablePage& page, std::uint32_t owner) {

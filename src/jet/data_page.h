@@ -91,7 +91,7 @@ inline ByteView DataPage::Row(std::size_t slot) const {
 
 class DataPageEditor {
 public:
-    // Requires: `page` outlives the editor. Checks the page, see DataPage::CheckAll.
+    // Requires: `page` outlives the editor. Checks the page when it is first edited, see DataPage::CheckAll.
     explicit DataPageEditor(MutablePage& page);
 
     // Makes the page an empty data page.

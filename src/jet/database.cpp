@@ -59,12 +59,22 @@ Database::LoadedTables& Database::KnownTables() {
 // Catalogue
 
 std::vector<CatalogObject> Database::Objects() {
-    return SystemCatalog(*this).Objects();
+    return KnownObjects();
+}
+
+const std::vector<CatalogObject>& Database::KnownObjects() {
+    const std::uint64_t change = pager_->ChangeCount();
+    if (objects_change_ != change) {
+        objects_change_.reset();
+        objects_ = SystemCatalog(*this).Objects();
+        objects_change_ = change;
+    }
+    return objects_;
 }
 
 std::optional<CatalogObject> Database::FindObject(std::u16string_view name) {
-    for (CatalogObject& object : Objects()) {
-        if (object.parent == kTablesContainer && EqualNames(object.name, name)) return std::move(object);
+    for (const CatalogObject& object : KnownObjects()) {
+        if (object.parent == kTablesContainer && EqualNames(object.name, name)) return object;
     }
     return std::nullopt;
 }
@@ -128,7 +138,7 @@ std::shared_ptr<Table> Database::TableAt(PageNumber page) {
         }
         default: break;
     }
-    for (const CatalogObject& object : Objects()) {
+    for (const CatalogObject& object : KnownObjects()) {
         if (object.type == CatalogObject::kTable && object.id == static_cast<std::int32_t>(page))
             return LoadTable(object);
     }

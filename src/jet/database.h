@@ -122,6 +122,7 @@ private:
 
     using LoadedTables = std::map<PageNumber, std::shared_ptr<Table>>;
     LoadedTables& KnownTables();
+    const std::vector<CatalogObject>& KnownObjects();
     bool IsHeld(PageNumber table) const;
     std::shared_ptr<Table> LoadTable(const CatalogObject& object);
     std::shared_ptr<Table> FindTable(std::u16string_view name, int links);
@@ -136,6 +137,8 @@ private:
     PageAllocator allocator_;
     LoadedTables tables_;  // loaded ones, by the page of their definition
     std::uint64_t generation_ = 0;
+    std::vector<CatalogObject> objects_;  // of the catalogue, as it was at that ChangeCount
+    std::optional<std::uint64_t> objects_change_;
     std::map<PageNumber, std::weak_ptr<const void>> holds_;
     std::vector<std::unique_ptr<Database>> links_;  // of a home: the other files, each once
 };

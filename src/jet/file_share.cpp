@@ -20,10 +20,10 @@ void FileShare::LockToChange() {
 }
 
 bool FileShare::NoticeChanges() {
-    std::vector<std::uint8_t> counters = file_.CommitCounters();
+    const CommitCounters counters = file_.ReadCommitCounters();
     const std::uint64_t size = file_.Size();
-    if (counters == counters_ && size == size_) return false;
-    counters_ = std::move(counters);
+    if (counters_ && counters == *counters_ && size == size_) return false;
+    counters_ = counters;
     size_ = size;
     return true;
 }
@@ -32,18 +32,18 @@ void FileShare::NoticeOtherEngines() {
     const auto now = std::chrono::steady_clock::now();
     if (now - looked_for_engines_ >= kLookForEnginesEvery) {
         looked_for_engines_ = now;
-        if (std::exchange(with_other_engine_, locks_.SeesOtherEngine())) counters_.clear();
+        if (std::exchange(with_other_engine_, locks_.SeesOtherEngine())) counters_.reset();
     }
-    if (with_other_engine_) counters_.clear();
+    if (with_other_engine_) counters_.reset();
 }
 
 void FileShare::RequireNoOtherEngine() {
     if (locks_.SeesOtherEngine(true)) Raise(ErrorNumber::FileInUse, {file_.Name()});
-    if (std::exchange(with_other_engine_, false)) counters_.clear();
+    if (std::exchange(with_other_engine_, false)) counters_.reset();
 }
 
-void FileShare::Committed(std::vector<std::uint8_t> counters, std::uint64_t size) noexcept {
-    counters_ = std::move(counters);
+void FileShare::Committed(const CommitCounters& counters, std::uint64_t size) noexcept {
+    counters_ = counters;
     size_ = size;
 }
 

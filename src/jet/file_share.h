@@ -3,7 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
-#include <vector>
+#include <optional>
 
 #include "jet/lock_file.h"
 #include "jet/page_file.h"
@@ -42,10 +42,10 @@ public:
     std::uint64_t Size() const { return size_; }
 
     // The next look counts as news.
-    void ForgetSeen() { counters_.clear(); }
+    void ForgetSeen() { counters_.reset(); }
 
     // Our own commit: no news to us.
-    void Committed(std::vector<std::uint8_t> counters, std::uint64_t size) noexcept;
+    void Committed(const CommitCounters& counters, std::uint64_t size) noexcept;
 
     // Calls `body` with nobody else in the file, which is `handle`, open for writing; returns to the lock that was
     // held. No call when the file cannot be locked so.
@@ -55,7 +55,7 @@ public:
 private:
     PageFile& file_;
     LockFile locks_;
-    std::vector<std::uint8_t> counters_;  // commit counters as last seen
+    std::optional<CommitCounters> counters_;  // as last seen
     std::uint64_t size_ = 0;
     bool with_other_engine_ = false;
     std::chrono::steady_clock::time_point looked_for_engines_;

@@ -19,6 +19,7 @@ public:
 
 private:
     struct Freer {
+        bool large = false;
         void operator()(std::uint8_t* block) const;
     };
 

@@ -2,6 +2,7 @@
 // file.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -17,7 +18,7 @@ public:
     ImageStore(FileSystem& system, std::uint32_t page_size) : system_(&system), page_size_(page_size) {}
 
     bool Empty() const { return live_ == 0; }
-    bool Has(PageNumber page) const { return page < slots_.size() && slots_[page] != 0; }
+    bool Has(PageNumber page) const { return Slot(page) != 0; }
 
     // Requires: the page is not kept yet. Raises DiskFull or DiskError when the temporary file does not take it.
     void Keep(PageNumber page, std::span<const std::uint8_t> image);
@@ -30,13 +31,29 @@ public:
     std::vector<PageNumber> Pages() const;
 
 private:
+    // 0: not kept, else the image's place plus one.
+    std::uint32_t Slot(PageNumber page) const {
+        if (slots_.empty()) {
+            const auto known = std::ranges::find(few_, page, &Kept::page);
+            return known == few_.end() ? 0 : known->slot;
+        }
+        return page < slots_.size() ? slots_[page] : 0;
+    }
+    void SetSlot(PageNumber page, std::uint32_t slot);
+
+    struct Kept {
+        PageNumber page;
+        std::uint32_t slot;
+    };
+
     FileSystem* system_;
     std::uint32_t page_size_;
-    std::vector<std::uint32_t> slots_;  // by page number; 0: not kept, else the image's place plus one
+    std::vector<Kept> few_;             // as long as they are few, as they are for most levels
+    std::vector<std::uint32_t> slots_;  // by page number, when they are many
     std::vector<std::uint32_t> free_;   // places of images that were dropped
     std::uint32_t used_ = 0;            // places ever given out
     std::uint32_t live_ = 0;
-    std::vector<std::vector<std::uint8_t>> memory_;  // blocks of several images
+    std::vector<std::unique_ptr<std::uint8_t[]>> memory_;  // blocks of several images
     std::unique_ptr<File> file_;
 };
 

@@ -14,6 +14,34 @@ int CompareBytes(std::span<const std::uint8_t> a, std::span<const std::uint8_t> 
     return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
 }
 
+// A key that is compared with many entries: its first bytes are kept as a number.
+class BytesToFind {
+public:
+    explicit BytesToFind(std::span<const std::uint8_t> key) : key_(key) {
+        std::array<std::uint8_t, 8> head{};
+        std::copy_n(key.begin(), std::min<std::size_t>(key.size(), 8), head.begin());
+        head_ = Big(head.data());
+    }
+
+    // Below 0, 0 or above 0, as the key stands to the bytes. `readable` of them may be looked at.
+    int Compare(const std::uint8_t* bytes, std::size_t size, std::size_t readable) const {
+        const std::size_t common = std::min(size, key_.size());
+        if (readable < 8 || common == 0) return CompareBytes(key_, {bytes, size});
+        const std::uint64_t mask = common < 8 ? ~(~std::uint64_t{0} >> (8 * common)) : ~std::uint64_t{0};
+        const std::uint64_t own = head_ & mask;
+        const std::uint64_t other = Big(bytes) & mask;
+        if (own != other) return own < other ? -1 : 1;
+        if (common <= 8) return key_.size() < size ? -1 : key_.size() > size ? 1 : 0;
+        return CompareBytes(key_.subspan(8), {bytes + 8, size - 8});
+    }
+
+private:
+    static std::uint64_t Big(const std::uint8_t* from) { return __builtin_bswap64(Get<std::uint64_t>(from)); }
+
+    std::span<const std::uint8_t> key_;
+    std::uint64_t head_ = 0;
+};
+
 // Not every processor that this runs on has an instruction for it.
 std::size_t CountBits(std::uint64_t bits) {
     bits -= bits >> 1 & 0x5555555555555555;
@@ -177,8 +205,9 @@ IndexEntries::IndexEntries(const ByteView& page, const Format& format, PageNumbe
     if (!leaf_ && page.U8(0) != static_cast<std::uint8_t>(PageType::IndexNode)) page.Damaged(u"此页不是索引页");
     if (page.U32(4) != table) page.Damaged(u"索引页属于另一个表");
     for (std::size_t word = (format.index_mask_bytes + 7) / 8; word-- > 0;) {
-        const std::uint64_t bits = Word(word);
-        if (bits == 0) continue;
+        const std::size_t beyond = word * 8 + 8 - std::min<std::size_t>(word * 8 + 8, format.index_mask_bytes);
+        const std::uint64_t bits = Word(word) & (~std::uint64_t{0} >> (8 * beyond));
+        if (bits == 0 || (word == 0 && bits == 1)) continue;
         end_ = word * 64 + 63 - static_cast<std::size_t>(std::countl_zero(bits));
         break;
     }
@@ -232,14 +261,45 @@ int IndexEntries::Compare(std::size_t place, std::span<const std::uint8_t> key) 
     return order != 0 ? order : CompareBytes(own, key.subspan(prefix_));
 }
 
-// By bytes, not by entries: each step looks at the entry in the middle of what is left.
 std::size_t IndexEntries::LowerBound(std::span<const std::uint8_t> key) const {
-    std::size_t low = 0;
-    std::size_t high = end_;
+    return LowerBound(key, 0, end_);
+}
+
+std::size_t IndexEntries::LowerBound(std::span<const std::uint8_t> key, std::size_t from) const {
+    std::size_t low = from;
+    for (std::size_t step = 32; low + step < end_; step *= 2) {
+        const std::size_t start = StartAt(low + step);
+        if (Compare(start, key) >= 0) return LowerBound(key, low, start);
+        low = EndAfter(start);
+    }
+    return LowerBound(key, low, end_);
+}
+
+// By bytes, not by entries: each step looks at the entry in the middle of what is left.
+std::size_t IndexEntries::LowerBound(std::span<const std::uint8_t> key, std::size_t low, std::size_t high) const {
+    if (low == 0 && high > 0 && prefix_ > 0) {
+        if (Compare(0, key) >= 0) return 0;
+        low = EndAfter(0);
+    }
+    if (low >= high) return low;
+    // All but the first begin with the prefix: its place is found once.
+    if (prefix_ > 0) {
+        const int order = CompareBytes(Stored(0).first(prefix_), key.first(std::min(prefix_, key.size())));
+        if (order != 0) return order > 0 ? low : high;
+        key = key.subspan(prefix_);
+    }
+    const std::uint8_t* entries = page_.Data() + format_->index_entries;
+    const std::size_t room = format_->page_size - format_->index_entries;
+    const std::size_t child = leaf_ ? 0 : kChildBytes;
+    const std::size_t least = kRowPointerBytes + 1 + child;
+    const BytesToFind wanted(key);
     while (low < high) {
         const std::size_t start = StartAt((low + high - 1) / 2);
-        if (Compare(start, key) < 0) {
-            low = EndAfter(start);
+        const std::size_t end = EndAfter(start);
+        if (end - start + (start > 0 ? prefix_ : 0) < least) page_.Damaged(u"索引项错误");
+        const std::size_t size = end - start >= child ? end - start - child : 0;
+        if (wanted.Compare(entries + start, size, room - start) > 0) {
+            low = end;
         } else {
             high = start;
         }

@@ -97,6 +97,9 @@ public:
     // The first entry that is not below `key`. In nodes the child does not take part.
     std::size_t LowerBound(std::span<const std::uint8_t> key) const;
 
+    // The same from an entry on that is not above it, or at the end: for what is near.
+    std::size_t LowerBound(std::span<const std::uint8_t> key, std::size_t from) const;
+
     // Whether the first entry that is not below `key` must be one of this page, whatever its neighbours hold.
     bool Encloses(std::span<const std::uint8_t> key) const;
 
@@ -107,6 +110,7 @@ private:
     std::uint64_t Word(std::size_t word) const;
     std::size_t StartAt(std::size_t place) const;   // the start of the entry that has this byte
     std::size_t EndAfter(std::size_t place) const;  // the least end above
+    std::size_t LowerBound(std::span<const std::uint8_t> key, std::size_t low, std::size_t high) const;
 
     ByteView page_;
     const Format* format_;
@@ -116,16 +120,10 @@ private:
     std::size_t end_ = 0;
 };
 
-// 64 bits of the mask. Bit 0 of all stands before the first entry and means nothing.
+// 64 bits of the mask. Bit 0 of all stands before the first entry and means nothing. Behind the mask are the entries:
+// what is read of them stands for places above End().
 inline std::uint64_t IndexEntries::Word(std::size_t word) const {
-    std::uint64_t bits = 0;
-    const std::size_t byte = word * 8;
-    if (byte + 8 <= format_->index_mask_bytes) {
-        std::memcpy(&bits, mask_ + byte, 8);
-    } else {
-        std::memcpy(&bits, mask_ + byte, format_->index_mask_bytes - byte);
-    }
-    return word == 0 ? bits & ~std::uint64_t{1} : bits;
+    return Get<std::uint64_t>(mask_ + word * 8);
 }
 
 inline std::size_t IndexEntries::StartAt(std::size_t place) const {
@@ -139,12 +137,10 @@ inline std::size_t IndexEntries::StartAt(std::size_t place) const {
 }
 
 inline std::size_t IndexEntries::EndAfter(std::size_t place) const {
+    if (place >= end_) page_.Damaged(u"索引项错误");
     std::size_t word = (place + 1) / 64;
     std::uint64_t bits = Word(word) & (~std::uint64_t{0} << ((place + 1) % 64));
-    while (bits == 0) {
-        if (++word > end_ / 64) page_.Damaged(u"索引项错误");
-        bits = Word(word);
-    }
+    while (bits == 0) bits = Word(++word);  // the end's bit is there
     return word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
 }
 

@@ -210,6 +210,97 @@ bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
     return new_key;
 }
 
+std::optional<std::size_t> IndexTree::InsertSorted(std::span<const SortedEntry> entries) {
+    std::size_t new_keys = 0;
+    while (!entries.empty()) {
+        std::optional<std::size_t> merged = Merge(entries, new_keys);
+        if (!merged) return std::nullopt;
+        if (*merged == 0) {
+            const SortedEntry& entry = entries.front();
+            if (entry.unique) {
+                const auto key = entry.bytes.first(entry.bytes.size() - kRowPointerBytes);
+                const std::optional<bool> known = HintContains(key);
+                if (known ? *known : ContainsKey(key, {})) return std::nullopt;
+            }
+            new_keys += Insert(entry.bytes) ? 1 : 0;
+            merged = 1;
+        }
+        entries = entries.subspan(*merged);
+    }
+    return new_keys;
+}
+
+// How many of the entries, from the first on, belong into the leaf that the path of the first leads to.
+std::size_t IndexTree::ForLeaf(const Path& path, std::span<const SortedEntry> entries) const {
+    const PageNumber number = path.back().page;
+    const Page page = pager_.Read(number);
+    const IndexEntries leaf = Entries(page);
+    if (leaf.Next() == 0) {
+        const Path last = Descend(entries.back().bytes);
+        if (last.back().page == number && std::ranges::none_of(last, &Step::lacks_tail)) return entries.size();
+    }
+    if (leaf.Empty()) return 0;
+    const std::size_t last = leaf.Preceding(leaf.End());
+    const auto end = std::ranges::partition_point(
+        entries, [&](const SortedEntry& entry) { return leaf.Compare(last, entry.bytes) >= 0; });
+    return static_cast<std::size_t>(end - entries.begin());
+}
+
+// Puts as many of the entries into the leaf of the first one as belong and fit there, and returns how many. 0 when that
+// is no gain: each is better put in by itself. Nothing when a unique key is there already.
+std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries, std::size_t& new_keys) {
+    constexpr std::size_t kWorthwhile = 4;
+    if (entries.size() < kWorthwhile) return 0;
+    const Path path = Descend(entries.front().bytes);
+    if (std::ranges::any_of(path, &Step::lacks_tail)) return 0;
+    entries = entries.first(ForLeaf(path, entries));
+    if (entries.size() < kWorthwhile) return 0;
+    IndexContent content = IndexContent::Read(View(pager_.Read(path.back().page)));
+    const std::size_t capacity = pager_.GetFormat().IndexCapacity();
+    const Bytes reference = content.entries.empty() ? Bytes(entries.front().bytes.begin(), entries.front().bytes.end())
+                                                    : content.entries.front();
+    const auto common = [&](std::span<const std::uint8_t> entry, std::size_t most) {
+        const std::size_t size = std::min({reference.size(), entry.size(), most});
+        const auto end =
+            std::mismatch(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(size), reference.begin());
+        return static_cast<std::size_t>(end.first - entry.begin());
+    };
+    std::size_t bytes = 0;
+    for (const Bytes& entry : content.entries) bytes += entry.size();
+    std::size_t prefix = content.entries.empty() ? reference.size() : common(content.entries.back(), reference.size());
+
+    std::vector<Bytes> merged;
+    merged.reserve(content.entries.size() + entries.size());
+    std::size_t old = 0;
+    std::size_t taken = 0;
+    for (; taken < entries.size(); ++taken) {
+        const std::span<const std::uint8_t> entry = entries[taken].bytes;
+        prefix = common(entry, prefix);
+        bytes += entry.size();
+        if (bytes > capacity && bytes - prefix * (content.entries.size() + taken) > capacity) break;
+        while (old < content.entries.size() && std::ranges::lexicographical_compare(content.entries[old], entry)) {
+            merged.push_back(std::move(content.entries[old++]));
+        }
+        const Bytes* next = old < content.entries.size() ? &content.entries[old] : nullptr;
+        if (next != nullptr && std::ranges::equal(*next, entry)) pager_.Damaged(root_, u"索引中已有此行");
+        const bool known =
+            (next != nullptr && SameKey(*next, entry)) || (!merged.empty() && SameKey(merged.back(), entry));
+        // Before the first entry of a leaf the one before it may have the same key.
+        const bool twice =
+            known || (merged.empty() && ContainsKey(entry.first(entry.size() - kRowPointerBytes), RowPointer()));
+        if (entries[taken].unique && twice) return std::nullopt;
+        new_keys += known ? 0 : 1;
+        merged.emplace_back(entry.begin(), entry.end());
+    }
+    if (taken == 0) return 0;
+    std::move(content.entries.begin() + static_cast<std::ptrdiff_t>(old), content.entries.end(),
+              std::back_inserter(merged));
+    content.entries = std::move(merged);
+    MutablePage leaf = pager_.Write(path.back().page);
+    content.Store(leaf, table_);
+    return taken;
+}
+
 // Some programs leave nodes without a tail. Where a key behind all entries leads to such a node, its last child becomes
 // the tail: then a new last entry needs no change above the leaf. True when something was changed.
 bool IndexTree::GiveTails(const Path& path) {
@@ -466,26 +557,38 @@ void IndexCursor::Load(PageNumber number) {
     if (pages_walked_++ > pager.PageCount()) pager.Damaged(tree_.Root(), u"索引的页链成环");
     view_.reset();
     page_ = pager.Read(number);
+    generation_ = pager.Generation();
+    changes_ = page_.Changes();
     view_.emplace(page_.View(), pager.GetFormat(), tree_.Table());
     if (!view_->IsLeaf()) pager.Damaged(number, u"索引的页链错误");
+}
+
+void IndexCursor::SetStop() {
     stop_ = bounded_ ? view_->LowerBound(bound_) : forward_ ? view_->End() : 0;
+}
+
+void IndexCursor::GoTo(PageNumber number) {
+    Load(number);
+    SetStop();
 }
 
 // Goes to where the next entry stands: on the leaf at hand, or by the tree.
 void IndexCursor::Find() {
     pages_walked_ = 0;  // a way through the tree is no step along the chain of leaves
-    if (!to_end_ && IsFresh() && view_->Encloses(entry_)) {
-        stop_ = bounded_ ? view_->LowerBound(bound_) : forward_ ? view_->End() : 0;
-    } else {
+    if (to_end_ || !IsFresh() || !view_->Encloses(entry_)) {
         Load(to_end_ ? tree_.LastLeaf() : tree_.FindLeaf(entry_));
-        change_ = tree_.GetPager().ChangeCount();
     }
     located_ = true;
     if (to_end_) {
         position_ = view_->End();
+        SetStop();
         return;
     }
     position_ = view_->LowerBound(entry_);
+    if (forward_ && bounded_ && position_ < view_->End() && view_->Compare(position_, bound_) < 0)
+        stop_ = view_->LowerBound(bound_, position_);
+    else
+        SetStop();
     if (!forward_ || !strictly_ || position_ == view_->End()) return;
     if (view_->Compare(position_, entry_) == 0) position_ = view_->Following(position_);
 }
@@ -505,7 +608,7 @@ std::int64_t IndexCursor::CountRest() {
     for (;;) {
         entries += static_cast<std::int64_t>(view_->Count(position_, stop_));
         if (stop_ < view_->End() || view_->Next() == 0) return entries;
-        Load(view_->Next());
+        GoTo(view_->Next());
         position_ = 0;
     }
 }
@@ -514,7 +617,7 @@ bool IndexCursor::Step() {
     if (forward_) {
         while (position_ >= stop_) {
             if (stop_ < view_->End() || view_->Next() == 0) return false;
-            Load(view_->Next());
+            GoTo(view_->Next());
             position_ = 0;
         }
         view_->Entry(position_, entry_);
@@ -523,7 +626,7 @@ bool IndexCursor::Step() {
     }
     while (position_ <= stop_) {
         if (stop_ > 0 || view_->Previous() == 0) return false;
-        Load(view_->Previous());
+        GoTo(view_->Previous());
         position_ = view_->End();
     }
     position_ = view_->Preceding(position_);

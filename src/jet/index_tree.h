@@ -57,6 +57,16 @@ public:
     // Makes `page` an empty leaf.
     static void FormatRoot(MutablePage& page, PageNumber table);
 
+    // An entry, key and row pointer, of many in their order.
+    struct SortedEntry {
+        std::span<const std::uint8_t> bytes;
+        bool unique = false;  // its key may be there once only
+    };
+
+    // Puts in entries that are in order, leaf by leaf. Returns how many of their keys are new, as far as their pages
+    // show; nothing when a unique key is there already, and some of the entries may be in the tree then.
+    std::optional<std::size_t> InsertSorted(std::span<const SortedEntry> entries);
+
     // `entry` = key and row pointer. Tells whether the key is new, as far as its page shows. Raises FileDamaged when
     // the entry stands there already.
     bool Insert(std::span<const std::uint8_t> entry);
@@ -100,6 +110,8 @@ private:
     std::optional<bool> InsertIntoHint(std::span<const std::uint8_t> entry);
     bool IsNewKey(const IndexEntries& view, std::size_t place, std::span<const std::uint8_t> entry) const;
     bool GiveTails(const Path& path);
+    std::size_t ForLeaf(const Path& path, std::span<const SortedEntry> entries) const;
+    std::optional<std::size_t> Merge(std::span<const SortedEntry> entries, std::size_t& new_keys);
 
     void Put(Path& path, std::size_t level, IndexContent content, bool appended);
     void Split(Path& path, std::size_t level, IndexContent content, bool appended);
@@ -141,8 +153,12 @@ public:
     const Bytes& Entry() const { return entry_; }
 
 private:
-    bool IsFresh() const { return view_ && change_ == tree_.GetPager().ChangeCount(); }
+    bool IsFresh() const {
+        return view_ && generation_ == tree_.GetPager().Generation() && changes_ == page_.Changes();
+    }
     void Load(PageNumber page);
+    void SetStop();
+    void GoTo(PageNumber page);
     void Find();
     bool Step();
 
@@ -152,8 +168,9 @@ private:
     Bytes entry_;           // the present entry, or where to start
     bool bounded_ = false;  // by bound_
     Bytes bound_;
-    bool strictly_ = false;     // the next entry must differ from entry_
-    std::uint64_t change_ = 0;  // the pager's, when page_ was looked at
+    bool strictly_ = false;         // the next entry must differ from entry_
+    std::uint64_t generation_ = 0;  // the pager's and the page's, when page_ was looked at
+    std::uint64_t changes_ = 0;
     bool located_ = false;
     Page page_;
     std::optional<IndexEntries> view_;

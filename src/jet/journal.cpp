@@ -42,7 +42,7 @@ std::uint32_t HeaderChecksum(std::uint64_t nonce, std::span<const std::uint8_t> 
 JournalOwner JournalOwner::Of(PageFile& file, std::uint64_t length) {
     JournalOwner owner{file.GetFormat().page_size, length, {}, 0};
     file.Handle().ReadAt(kStampAt, owner.stamp);
-    owner.counters = Get<std::uint32_t>(file.CommitCounters().data());
+    owner.counters = Get<std::uint32_t>(file.ReadCommitCounters().data());
     return owner;
 }
 

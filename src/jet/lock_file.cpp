@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint64_t kPresentByte = 0x0FFFFF00;   // shared by everybody who has the file open
 constexpr std::uint64_t kReservedByte = 0x0FFFFF01;  // the one writer
 constexpr std::uint64_t kPendingByte = 0x0FFFFF02;   // keeps new readers out while the writer waits
-constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers
+constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers, who come to it through the one before
 constexpr std::uint64_t kNextByte = 0x0FFFFF04;      // the writer whose turn it is when the present one is done
 
 // Where the users of Jet each lock a byte for being there.
@@ -126,7 +126,13 @@ std::u16string_view LockFile::Problem() const {
 }
 
 void LockFile::WaitFor(File& file, std::uint64_t byte, File::Lock kind) {
-    if (file.TryLock(byte, 1, kind)) return;
+    WaitUntil(file, byte, [&] { return file.TryLock(byte, 1, kind); });
+}
+
+// `byte`: the one that is waited for, for the error that names its holder.
+template <class Try>
+void LockFile::WaitUntil(File& file, std::uint64_t byte, Try locks) {
+    if (locks()) return;
     const auto start = std::chrono::steady_clock::now();
     const auto waited_before = waited_;
     std::chrono::milliseconds pause(1);
@@ -137,7 +143,7 @@ void LockFile::WaitFor(File& file, std::uint64_t byte, File::Lock kind) {
         Work::Look();
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, std::chrono::milliseconds(5));
-    } while (!file.TryLock(byte, 1, kind));
+    } while (!locks());
     waited_ = waited_before + (std::chrono::steady_clock::now() - start);
 }
 
@@ -146,14 +152,8 @@ void LockFile::LockShared() {
     if (kind_ == Kind::InDatabase) {
         WaitFor(database_, kReadersInDatabase, File::Lock::Shared);
     } else {
-        WaitFor(*file_, kPendingByte, File::Lock::Shared);
-        try {
-            WaitFor(*file_, kSharedByte, File::Lock::Shared);
-        } catch (...) {
-            file_->Unlock(kPendingByte, 1);
-            throw;
-        }
-        file_->Unlock(kPendingByte, 1);
+        static_assert(kSharedByte == kPendingByte + 1);
+        WaitUntil(*file_, kPendingByte, [&] { return file_->TryLockThrough(kPendingByte); });
     }
     shared_ = true;
 }

@@ -64,6 +64,8 @@ private:
     bool TryOpen(OpenMode mode);
     void RemoveIfOurs();
     void WaitFor(File& file, std::uint64_t byte, File::Lock kind);
+    template <class Try>
+    void WaitUntil(File& file, std::uint64_t byte, Try locks);
 
     FileSystem& system_;
     std::filesystem::path path_;

@@ -88,6 +88,7 @@ Frame* PageCache::Put(Frame* frame, PageNumber number) {
     if (index_.size() <= number) index_.resize(std::max<std::size_t>(number + 1, index_.size() * 3 / 2), nullptr);
     frame->number = number;
     frame->used = true;
+    frame->checked = false;
     frame->referenced = true;
     index_[number] = frame;
     return frame;

@@ -34,11 +34,13 @@ struct Frame {
     std::size_t place;  // in PageCache::frames_
     std::shared_ptr<FramePool> pool;
     std::uint8_t* data;
-    int pins = 0;             // Page objects that look at it
-    bool used = false;        // holds the page `number`
-    bool dirty = false;       // differs from the file
-    bool referenced = false;  // since the clock hand last passed
-    bool orphan = false;      // given up by the cache while a Page still looked at it
+    int pins = 0;               // Page objects that look at it
+    bool used = false;          // holds the page `number`
+    bool dirty = false;         // differs from the file
+    bool referenced = false;    // since the clock hand last passed
+    bool orphan = false;        // given up by the cache while a Page still looked at it
+    bool checked = false;       // its rows have been seen to fit together, and have only been changed by us since
+    std::uint64_t changes = 0;  // grows before each change of the bytes
 };
 
 // A page in the cache. It stays where it is while a Page refers to it.
@@ -59,6 +61,9 @@ public:
     PageType Type() const { return static_cast<PageType>(Data()[0]); }
     ByteView View() const { return {Data(), file_->format->page_size, file_->name, frame_->number}; }
 
+    // Grows with each change: what was learnt from the page is good as long as this and the pager's generation stay.
+    std::uint64_t Changes() const { return frame_->changes; }
+
 protected:
     void Release();
 
@@ -72,6 +77,10 @@ public:
     using Page::Page;
     std::uint8_t* Data() { return frame_->data; }
     const std::uint8_t* Data() const { return Page::Data(); }
+
+    // Whether the page's rows have been checked already, see DataPageEditor.
+    bool IsChecked() const { return frame_->checked; }
+    void SetChecked() { frame_->checked = true; }
 };
 
 class PageSupply {

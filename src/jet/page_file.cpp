@@ -11,7 +11,6 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr std::size_t kHeaderBytes = 512;
-constexpr std::size_t kCounterBytes = 512;
 constexpr std::size_t kWriteBuffer = std::size_t{256} << 10;
 constexpr std::chrono::milliseconds kReadAgainFor(250);
 
@@ -108,8 +107,8 @@ void PageFile::Write(std::span<Frame* const> frames) {
     flush();
 }
 
-std::vector<std::uint8_t> PageFile::CommitCounters() {
-    std::vector<std::uint8_t> counters(kCounterBytes);
+CommitCounters PageFile::ReadCommitCounters() {
+    CommitCounters counters{};
     file_->ReadAt(GetFormat().commit_counters, counters);
     return counters;
 }

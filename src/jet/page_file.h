@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/files.h"
+#include "jet/commit_counter.h"
 #include "jet/header.h"
 #include "jet/page_cache.h"
 
@@ -59,8 +60,9 @@ public:
     void Resize(std::uint64_t size) { file_->Resize(size); }
     void Sync() { file_->Sync(); }
 
-    // The commit counters of page 0, by which every user of the file notices a commit of another.
-    std::vector<std::uint8_t> CommitCounters();
+    // The commit counters of page 0, by which every user of the file notices a commit of another. Zeros for what the
+    // file does not have.
+    CommitCounters ReadCommitCounters();
 
     File& Handle() { return *file_; }
     void ApplyPageCipher(PageNumber number, std::span<std::uint8_t> page) const;

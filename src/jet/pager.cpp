@@ -35,6 +35,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       durable_(options.durable),
       file_(system_, std::move(path), options.read_only),
       password_(options.password),
+      journal_path_(Journal::PathFor(file_.Path())),
       share_(system_, file_, options.lock_timeout),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
       change_(system_, file_, share_, cache_, options.durable) {
@@ -115,13 +116,13 @@ void Pager::WriteChanges(const CommonJournal::Name* common) {
     change_.WriteBack(common);
     change_.CompleteFile(page_count_);
     const std::uint8_t* counters = cache_.Load(0)->data + GetFormat().commit_counters;
-    own_counters_.assign(counters, counters + 512);
+    std::copy_n(counters, own_counters_.size(), own_counters_.begin());
 }
 
 // The change stands: nothing may fail from here on.
 void Pager::Close() noexcept {
     if (change_.HasWritten()) {
-        share_.Committed(std::move(own_counters_), std::uint64_t{page_count_} * GetFormat().page_size);
+        share_.Committed(own_counters_, std::uint64_t{page_count_} * GetFormat().page_size);
     }
     change_.Close();
     old_header_.reset();
@@ -187,12 +188,12 @@ void Pager::NoticeUnfinished(bool to_change) {
 }
 
 std::optional<FoundJournal> Pager::FindJournal() {
-    if (system_.Look(Journal::PathFor(Path())) == FileKind::None) return std::nullopt;
+    if (system_.Look(journal_path_) == FileKind::None) return std::nullopt;
     return FoundJournal(system_, file_);
 }
 
 void Pager::ResolveJournal(File& file) {
-    if (system_.Look(Journal::PathFor(Path())) == FileKind::None) return;
+    if (system_.Look(journal_path_) == FileKind::None) return;
     FoundJournal::Resolve(FoundJournal(system_, file_), system_, file, durable_);
 }
 
@@ -263,6 +264,7 @@ MutablePage Pager::Write(PageNumber number) {
     Frame* frame = Load(number);
     change_.KeepImage(*frame);
     cache_.MarkDirty(*frame);
+    ++frame->changes;
     CountChange();
     return {frame, file_.Identity()};
 }
@@ -274,7 +276,7 @@ void Pager::SetPassword(std::u16string_view password) {
     Frame* frame = Load(0);
     WritePassword(password, {frame->data, GetFormat().page_size}, FileName());
     cache_.MarkDirty(*frame);
-    ++change_count_;
+    CountChange();
     old_header_ = GetHeader();
     file_.TakeHeader({frame->data, GetFormat().page_size});
 }

@@ -148,6 +148,7 @@ private:
     PageFile file_;
     std::optional<std::u16string> password_;  // given, and not compared yet
     std::optional<Header> old_header_;        // before a change of the password that may be undone
+    std::filesystem::path journal_path_;
     FileShare share_;
     PageCache cache_;
     Transaction change_;
@@ -158,7 +159,7 @@ private:
     std::uint64_t generation_ = 0;
     std::uint64_t change_count_ = 0;
     mutable std::atomic<std::uint64_t> known_changes_ = 0;
-    std::vector<std::uint8_t> own_counters_;  // commit counters that a commit under way has written
+    CommitCounters own_counters_{};  // that a commit under way has written
 };
 
 }  // namespace qmtrain::jet

@@ -85,8 +85,8 @@ void EncodeTextValue(const Column& column, std::u16string_view text, const Forma
 
 }  // namespace
 
+// The text is overwritten where it stands: to empty it first would mean to fill it twice.
 void DecodeText(const ByteView& stored, std::u16string& text) {
-    text.clear();
     const std::uint8_t* data = stored.Data();
     const std::size_t size = stored.Size();
     if (size < 2 || stored.U16(0) != kCompressedMark) {
@@ -101,6 +101,7 @@ void DecodeText(const ByteView& stored, std::u16string& text) {
         std::copy(data + 2, data + size, text.begin());
         return;
     }
+    text.clear();
     text.reserve(size - 2);
     bool bytes = true;
     for (std::size_t at = 2; at < size;) {

@@ -182,6 +182,11 @@ const RowView& RowCursor::View() {
     return *view_;
 }
 
+ByteView RowCursor::Image() {
+    const bool at_hand = mode_ == Mode::Scan && plain_ && !loaded_ && data_ && page_change_ == pager_.ChangeCount();
+    return at_hand && row_ ? data_->Row(row_.slot) : View().Bytes();
+}
+
 std::optional<LongValueReader> RowCursor::OpenLongValue(std::size_t column) {
     const auto stored = View().Find(table_->Definition().columns[column]);
     if (!stored) return std::nullopt;
@@ -210,25 +215,33 @@ bool RowCursor::ReadFromKey(std::size_t column, Value& value) const {
     return false;
 }
 
-void RowCursor::Read(std::size_t position, Value& value) {
-    if (mode_ == Mode::Index && !loaded_ && row_ && ReadFromKey(position, value)) return;
-    const Column& column = table_->Definition().columns[position];
-    const RowView& view = View();
+void ReadValue(const StoredTable& table, const RowView& row, std::size_t position, Value& value) {
+    const Column& column = table.Definition().columns[position];
     if (column.type == ColumnType::Boolean) {
-        value.SetNumber(view.Boolean(column));
+        value.SetNumber(row.Boolean(column));
         return;
     }
     if (column.IsFixed()) {
-        const std::uint8_t* number = view.FindFixed(column);
+        const std::uint8_t* number = row.FindFixed(column);
         if (number != nullptr && DecodeNumber(column.type, number, value)) return;
     }
-    const auto stored = view.Find(column);
+    const auto stored = row.Find(column);
     if (!stored) {
         value = Null{};
         return;
     }
-    if (!IsLongValue(column.type)) {
-        DecodeValue(column, *stored, pager_.GetFormat(), CodePageOf(column, pager_.GetHeader()), value);
+    const Pager& pager = table.GetPager();
+    DecodeValue(column, *stored, pager.GetFormat(), CodePageOf(column, pager.GetHeader()), value);
+}
+
+void RowCursor::Read(std::size_t position, Value& value) {
+    if (mode_ == Mode::Index && !loaded_ && row_ && ReadFromKey(position, value)) return;
+    const Column& column = table_->Definition().columns[position];
+    const RowView& view = View();
+    if (!IsLongValue(column.type)) return ReadValue(*table_, view, position, value);
+    const auto stored = view.Find(column);
+    if (!stored) {
+        value = Null{};
         return;
     }
     const LongValueReader reader(pager_, *stored);

@@ -40,8 +40,11 @@ public:
     // A memo or OLE value without reading it; nothing when it is Null. Valid until the cursor moves.
     std::optional<LongValueReader> OpenLongValue(std::size_t column);
 
-    // The row's bytes.
+    // The row, ready to be read.
     const RowView& View();
+
+    // The row's bytes, unread.
+    ByteView Image();
 
 private:
     enum class Mode : std::uint8_t { Single, Scan, Index };
@@ -86,6 +89,9 @@ private:
     std::optional<RowView> view_;
     Bytes long_value_;
 };
+
+// A value of a row, for every column but the long ones.
+void ReadValue(const StoredTable& table, const RowView& row, std::size_t column, Value& value);
 
 // The least byte string above all that begin with `key`; nothing when there is none.
 std::optional<Bytes> SuccessorOf(Bytes key);

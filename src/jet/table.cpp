@@ -149,15 +149,15 @@ void Table::CheckUnique(std::size_t index, const Row& row, const Bytes& key, Row
 void Table::AddEntry(std::size_t index, const Bytes& key, RowPointer where) {
     Bytes entry = key;
     AppendRowPointer(where, entry);
-    if (!TreeToChange(index).Insert(entry)) return;
-    CountNewKey(index);
+    if (TreeToChange(index).Insert(entry)) CountNewKeys(index, 1);
 }
 
-void Table::CountNewKey(std::size_t index) {
+void Table::CountNewKeys(std::size_t index, std::size_t keys) {
+    if (keys == 0) return;
     MutablePage definition = pager_.Write(definition_.page);
     const Format& format = pager_.GetFormat();
     std::uint8_t* distinct = definition.Data() + format.definition_header + format.statistics_block * index + 4;
-    Put(distinct, Get<std::uint32_t>(distinct) + 1);
+    Put(distinct, Get<std::uint32_t>(distinct) + static_cast<std::uint32_t>(keys));
 }
 
 // Bulk insertion
@@ -181,39 +181,36 @@ void Table::CancelInserts() {
 }
 
 void Table::AddLater(std::size_t index, const Bytes& key, RowPointer where, bool exempt) {
-    PendingEntry entry{static_cast<std::uint32_t>(pending_bytes_.size()), 0, exempt};
+    PendingEntry entry{0, static_cast<std::uint32_t>(pending_bytes_.size()), 0, exempt};
     pending_bytes_.insert(pending_bytes_.end(), key.begin(), key.end());
     AppendRowPointer(where, pending_bytes_);
     entry.size = static_cast<std::uint16_t>(pending_bytes_.size() - entry.at);
+    for (std::size_t i = 0; i < 8; ++i) {
+        entry.head = entry.head << 8 | (i < entry.size ? pending_bytes_[entry.at + i] : 0);
+    }
     pending_[index].push_back(entry);
 }
 
-// In the order of their keys, so that neighbours go into one page one after the other.
+// In the order of their keys, leaf by leaf.
 void Table::AddPending() {
+    std::vector<IndexTree::SortedEntry> sorted;
     for (std::size_t index = 0; index < pending_.size(); ++index) {
         std::vector<PendingEntry>& entries = pending_[index];
-        const auto bytes = [&](const PendingEntry& entry) {
-            return std::span<const std::uint8_t>(pending_bytes_.data() + entry.at, entry.size);
+        const auto less = [&](const PendingEntry& a, const PendingEntry& b) {
+            if (a.head != b.head) return a.head < b.head;
+            const std::uint8_t* bytes = pending_bytes_.data();
+            const int order = std::memcmp(bytes + a.at, bytes + b.at, std::min(a.size, b.size));
+            return order != 0 ? order < 0 : a.size < b.size;
         };
-        const auto compare = [](std::span<const std::uint8_t> a, std::span<const std::uint8_t> b) {
-            const int order = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
-            return order != 0 ? order < 0 : a.size() < b.size();
-        };
-        std::ranges::sort(entries,
-                          [&](const PendingEntry& a, const PendingEntry& b) { return compare(bytes(a), bytes(b)); });
+        if (!std::ranges::is_sorted(entries, less)) std::ranges::sort(entries, less);
         const bool unique = definition_.real_indexes[index].IsUnique();
-        IndexTree tree = TreeToChange(index);
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            const auto entry = bytes(entries[i]);
-            if (unique && !entries[i].exempt) {
-                const auto key = entry.first(entry.size() - kRowPointerBytes);
-                const bool twice = i > 0 && entries[i - 1].size == entry.size() &&
-                                   std::equal(key.begin(), key.end(), bytes(entries[i - 1]).begin());
-                const std::optional<bool> known = twice ? true : tree.HintContains(key);
-                if (known ? *known : tree.ContainsKey(key, {})) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
-            }
-            if (tree.Insert(entry)) CountNewKey(index);
+        sorted.clear();
+        for (const PendingEntry& entry : entries) {
+            sorted.push_back({{pending_bytes_.data() + entry.at, entry.size}, unique && !entry.exempt});
         }
+        const std::optional<std::size_t> new_keys = TreeToChange(index).InsertSorted(sorted);
+        if (!new_keys) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+        CountNewKeys(index, *new_keys);
         entries.clear();
     }
     pending_bytes_.clear();
@@ -256,18 +253,29 @@ void Table::BuildIndex(std::size_t index) {
         entry.push_back(AllNull(index, row) ? 1 : 0);  // such a key may stand in a unique index many times
         entries.Add(entry);
     }
-    Bytes key;
-    Bytes previous;
-    for (bool first = true; entries.Next(entry); first = false) {
-        const bool exempt = entry.back() != 0;
-        entry.pop_back();
-        const RowPointer where = RowPointerOf(entry);
-        key.assign(entry.begin(), entry.end() - kRowPointerBytes);
-        if (!first && key == previous && !exempt && definition_.real_indexes[index].IsUnique()) {
-            Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+    constexpr std::size_t kBatch = std::size_t{256} << 10;
+    const bool unique = definition_.real_indexes[index].IsUnique();
+    Bytes bytes;
+    std::vector<std::size_t> ends;
+    std::vector<bool> exempt;
+    std::vector<IndexTree::SortedEntry> batch;
+    for (bool more = true; more;) {
+        bytes.clear();
+        ends.clear();
+        exempt.clear();
+        batch.clear();
+        while (bytes.size() < kBatch && (more = entries.Next(entry))) {
+            bytes.insert(bytes.end(), entry.begin(), entry.end() - 1);
+            ends.push_back(bytes.size());
+            exempt.push_back(entry.back() != 0);
         }
-        AddEntry(index, key, where);
-        std::swap(key, previous);
+        for (std::size_t i = 0; i < ends.size(); ++i) {
+            const std::size_t begin = i == 0 ? 0 : ends[i - 1];
+            batch.push_back({std::span(bytes).subspan(begin, ends[i] - begin), unique && !exempt[i]});
+        }
+        const std::optional<std::size_t> new_keys = TreeToChange(index).InsertSorted(batch);
+        if (!new_keys) Raise(ErrorNumber::DuplicateKey, {IndexName(index)});
+        CountNewKeys(index, *new_keys);
     }
 }
 

@@ -84,7 +84,7 @@ private:
     void CheckLength(const Bytes& key) const;
     bool AllNull(std::size_t index, const Row& row) const;
     void CheckRequired(std::size_t index, const Row& row) const;
-    void CountNewKey(std::size_t index);
+    void CountNewKeys(std::size_t index, std::size_t keys);
     void CheckUnique(std::size_t index, const Row& row, const Bytes& key, RowPointer except) const;
 
     void EncodeField(std::size_t column, const Value& value, RowField& field);
@@ -107,7 +107,8 @@ private:
 
     // Entries that are to be put into the indexes, of rows that are there already.
     struct PendingEntry {
-        std::uint32_t at = 0;  // in pending_bytes_
+        std::uint64_t head = 0;  // its first bytes, big end first
+        std::uint32_t at = 0;    // in pending_bytes_
         std::uint16_t size = 0;
         bool exempt = false;  // may be there twice in a unique index
     };

@@ -169,14 +169,15 @@ int FrmTrain::ShowModal() {
 
 // False when there is nothing to list because the database cannot be read: list and chart say so then.
 bool FrmTrain::FillList() {
-    rows_.Clear();
+    trainings_.clear();
     train_ids_.clear();
     const auto problem =
         ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::NewestFirst),
                         [this](const Training& training) {
                             train_ids_.push_back(training.id);
-                            rows_.Add(ToListRow(training));
+                            trainings_.push_back(training);
                         });
+    rows_.SetRows(trainings_.size(), [this](std::size_t row) { return ToListRow(trainings_[row]); });
     LvTrainInfo->Show(rows_);
     if (rows_.Size() == 0) {
         if (problem) {
@@ -190,13 +191,13 @@ bool FrmTrain::FillList() {
     return true;
 }
 
+// The same trainings: the query has them both ways, and once is enough.
 void FrmTrain::FillChart() {
     std::vector<ScorePoint> points;
-    ForEachTraining(
-        client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::OldestFirst),
-        [&](const Training& training) {
-            points.push_back(ToScorePoint(training.id, training.start, training.paper_score, training.got_score));
-        });
+    points.reserve(trainings_.size());
+    for (const Training& training : OldestFirst(trainings_)) {
+        points.push_back(ToScorePoint(training.id, training.start, training.paper_score, training.got_score));
+    }
     chart_options_ = ChartOptions(points.size());
     MSChart->SetPoints(std::move(points));
 }

@@ -17,6 +17,7 @@
 #include "review/score_chart.h"
 #include "review/score_series.h"
 #include "review/tab_strip.h"
+#include "review/training_row.h"
 #include "ui/list_model.h"
 #include "ui/list_view.h"
 
@@ -79,6 +80,7 @@ private:
     std::int32_t user_id_ = -1;
     std::int32_t subject_code_ = -1;
 
+    std::vector<Training> trainings_;  // in the order in which the list was filled
     ui::ListModel rows_;
     std::vector<std::int32_t> train_ids_;
     HistorySort sort_;

@@ -36,13 +36,30 @@ std::u16string TrainingsQuery(std::int32_t user_id, std::int32_t subject_code, T
 Training ReadTraining(dao::Recordset& rows) {
     Training training;
     training.id = ToLong(rows.Fields(u"TrainID").Value());
-    training.start = DateOr(rows.Fields(u"StartDate").Value(), {});
+    const Value& start = rows.Fields(u"StartDate").Value();
+    training.has_start = !start.IsNull();
+    training.start = DateOr(start, {});
     training.theory_no = LongOr(rows.Fields(u"TheoryNo").Value(), -1);
     training.operation_no = LongOr(rows.Fields(u"OperationNo").Value(), -1);
     training.use_time = LongOr(rows.Fields(u"UseTime").Value(), -1);
     training.paper_score = SingleOr(rows.Fields(u"PaperScore").Value(), 0);
     training.got_score = SingleOr(rows.Fields(u"GetScore").Value(), 0);
     return training;
+}
+
+std::vector<Training> OldestFirst(const std::vector<Training>& newest_first) {
+    std::vector<Training> trainings;
+    trainings.reserve(newest_first.size());
+    const auto same_time = [](const Training& a, const Training& b) {
+        return a.has_start == b.has_start && a.start == b.start;
+    };
+    for (auto end = newest_first.end(); end != newest_first.begin();) {
+        auto first = end - 1;
+        while (first != newest_first.begin() && same_time(*(first - 1), *first)) --first;
+        trainings.insert(trainings.end(), first, end);
+        end = first;
+    }
+    return trainings;
 }
 
 std::u16string_view KindText(const Training& training) {

@@ -18,6 +18,7 @@ std::u16string TrainingsQuery(std::int32_t user_id, std::int32_t subject_code, T
 
 struct Training {
     std::int32_t id = -1;
+    bool has_start = false;
     Date start = {};
     std::int32_t theory_no = -1;
     std::int32_t operation_no = -1;
@@ -28,6 +29,9 @@ struct Training {
 
 // The current row of the summary.
 Training ReadTraining(dao::Recordset& rows);
+
+// What the summary has newest first, in its order for oldest first: those of one time stay as they are.
+std::vector<Training> OldestFirst(const std::vector<Training>& newest_first);
 
 // "笔试" for a training with a written paper alone, else "上机".
 std::u16string_view KindText(const Training& training);

@@ -166,6 +166,7 @@ ExpressionPtr ExpressionBinder::BindInSelect(const ast::InSelect& in) {
 std::unique_ptr<Plan> ExpressionBinder::BindSubSelect(const ast::Select& select, bool one_column) {
     std::unique_ptr<Plan> plan = BindSelect(context_, select, &scope_);
     if (one_column && plan->outputs.size() != 1) Raise(ErrorNumber::SubqueryManyColumns);
+    context_.subqueries.push_back(plan.get());
     return plan;
 }
 

@@ -133,6 +133,7 @@ private:
     }
 
     void BindOutputs() {
+        plan_->outputs.reserve(part_.items.size());
         for (const ast::SelectItem& item : part_.items) {
             if (item.star)
                 AddStar(item);
@@ -149,16 +150,22 @@ private:
         for (const Scope::Entry& entry : scope_.Entries()) {
             if (!item.table.empty() && !EqualNames(entry.name, item.table)) continue;
             found = true;
-            for (std::size_t i = 0; i < entry.source->Columns().size(); ++i) {
-                PlanOutput output;
-                output.column.name = entry.source->Columns()[i].name;
+            const std::vector<ColumnInfo>& columns = entry.source->Columns();
+            plan_->outputs.reserve(plan_->outputs.size() + columns.size());
+            for (std::size_t i = 0; i < columns.size(); ++i) {
+                PlanOutput& output = plan_->outputs.emplace_back();
+                output.column.name = columns[i].name;
                 output.expression = std::make_unique<SlotExpression>(*entry.source, static_cast<int>(i));
-                plan_->outputs.push_back(std::move(output));
-                qualified_names_.push_back(HasSeveralTables() ? entry.name + u"." + entry.source->Columns()[i].name
-                                                              : std::u16string());
+                if (HasSeveralTables()) qualified_names_.push_back(QualifiedName(entry, columns[i].name));
             }
         }
         if (!found) Raise(item.table.empty() ? ErrorNumber::SyntaxInSelect : ErrorNumber::NoSuchTable, {item.table});
+    }
+
+    static std::u16string QualifiedName(const Scope::Entry& entry, std::u16string_view column) {
+        std::u16string name = entry.name;
+        name += u'.';
+        return name += column;
     }
 
     void AddOutput(const ast::SelectItem& item) {
@@ -172,16 +179,18 @@ private:
             Scope::Match match;
             const bool own = scope_.Find(name, match);
             output.column.name = own ? ColumnNameOf(match) : name.name;
-            if (own) qualified = scope_.Entries()[match.entry].name + u"." + output.column.name;
+            if (own && HasSeveralTables()) {
+                qualified = QualifiedName(scope_.Entries()[match.entry], output.column.name);
+            }
         } else {
             constexpr std::int64_t kFirstNumber = 1000;
             output.column.name = u"Expr" + ToText(kFirstNumber + static_cast<std::int64_t>(plan_->outputs.size()));
         }
         plan_->outputs.push_back(std::move(output));
-        qualified_names_.push_back(std::move(qualified));
+        if (HasSeveralTables()) qualified_names_.push_back(std::move(qualified));
     }
 
-    const std::u16string& ColumnNameOf(const Scope::Match& match) const {
+    std::u16string_view ColumnNameOf(const Scope::Match& match) const {
         return scope_.Entries()[match.entry].source->Columns()[static_cast<std::size_t>(match.column)].name;
     }
 
@@ -290,7 +299,7 @@ private:
     Source* CommonKeySource() const {
         TableSource* common = nullptr;
         for (const Expression* key : keys_) {
-            const auto* column = dynamic_cast<const SlotExpression*>(key);
+            const SlotExpression* column = key->AsColumn();
             auto* table = column != nullptr ? dynamic_cast<TableSource*>(&column->GetSource()) : nullptr;
             if (table == nullptr || !table->KeepsValues() || (common != nullptr && common != table)) return nullptr;
             common = table;
@@ -317,7 +326,7 @@ private:
     void AddDistinctRow() {
         std::set<Source*> shown;
         for (const PlanOutput& output : plan_->outputs) {
-            const auto* column = dynamic_cast<const SlotExpression*>(output.expression.get());
+            const SlotExpression* column = output.expression->AsColumn();
             auto* table = column != nullptr ? dynamic_cast<TableSource*>(&column->GetSource()) : nullptr;
             if (table == nullptr) return;
             shown.insert(table);
@@ -377,7 +386,7 @@ private:
         for (std::size_t i = 0; i < plan_->outputs.size(); ++i) {
             PlanOutput& output = plan_->outputs[i];
             SetShape(output.column, output.expression->GetShape());
-            const auto* column = dynamic_cast<const SlotExpression*>(output.expression.get());
+            const SlotExpression* column = output.expression->AsColumn();
             if (column == nullptr || grouped_) continue;
             const auto& sources = plan_->table_sources;
             const auto place = std::ranges::find(sources, &column->GetSource());
@@ -409,8 +418,8 @@ private:
     std::unique_ptr<JoinNode> joins_;
     std::vector<Conjunct> where_;
     std::vector<SortKey> order_;
-    bool ordered_ = false;  // the rows come in that order by themselves
-    std::vector<std::u16string> qualified_names_;
+    bool ordered_ = false;                         // the rows come in that order by themselves
+    std::vector<std::u16string> qualified_names_;  // of the outputs, when there are several tables
 
     bool grouped_ = false;
     Grouping grouping_;

@@ -23,6 +23,7 @@ struct BindContext {
     Catalog& catalog;
     std::vector<std::u16string> open_queries;  // saved queries being bound, so that none contains itself
     std::vector<std::u16string> used_tables;   // folded names
+    std::vector<const Plan*> subqueries;       // of expressions, in the order in which they were bound
     int tables = 0;
     WorkSteps steps;
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "sql/ast.h"
+#include "sql/row_operator.h"
 #include "sql/storage.h"
 
 namespace qmtrain::sql {
@@ -17,5 +18,11 @@ std::int64_t Run(Catalog& catalog, const ast::CreateIndex& create);
 std::int64_t Run(Catalog& catalog, const ast::DropTable& drop);
 std::int64_t Run(Catalog& catalog, const ast::DropIndex& drop);
 std::int64_t Run(Catalog& catalog, const ast::AlterTable& alter);
+
+// What they would do, for people.
+void Explain(Catalog& catalog, const ast::Select& select, Explanation& out);  // SELECT … INTO
+void Explain(Catalog& catalog, const ast::Insert& insert, Explanation& out);
+void Explain(Catalog& catalog, const ast::Update& update, Explanation& out);
+void Explain(Catalog& catalog, const ast::Delete& statement, Explanation& out);
 
 }  // namespace qmtrain::sql

@@ -66,6 +66,15 @@ public:
         return rows_;
     }
 
+    std::u16string TableNames() const {
+        std::u16string names;
+        for (const TableSource* source : sources_) {
+            if (!names.empty()) names += u", ";
+            names += source->GetTable()->Name();
+        }
+        return names;
+    }
+
 private:
     struct Change {
         Table* table = nullptr;
@@ -119,6 +128,22 @@ TableSource& FindDeleteTarget(const Target& target, const ast::Delete& statement
 }
 
 }  // namespace
+
+void Explain(Catalog& catalog, const ast::Update& update, Explanation& out) {
+    Target target(catalog);
+    target.joins = BindFrom(target.context, update.table, target.scope, target.plan);
+    const Updater updater(target, update);
+    target.PlanRows(update.where);
+    ExplainPlan(u"update of " + updater.TableNames(), target.plan, target.context, out);
+}
+
+void Explain(Catalog& catalog, const ast::Delete& statement, Explanation& out) {
+    Target target(catalog);
+    target.joins = BindFrom(target.context, statement.from, target.scope, target.plan);
+    const TableSource& source = FindDeleteTarget(target, statement);
+    target.PlanRows(statement.where);
+    ExplainPlan(u"deletion from " + source.GetTable()->Name(), target.plan, target.context, out);
+}
 
 std::int64_t Run(Catalog& catalog, const ast::Update& update) {
     Target target(catalog);

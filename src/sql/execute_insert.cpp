@@ -158,6 +158,26 @@ Column ColumnFor(const PlanOutput& output) {
 
 }  // namespace
 
+void Explain(Catalog& catalog, const ast::Insert& insert, Explanation& out) {
+    const std::shared_ptr<Table> table = RequireTable(catalog, insert.table);
+    std::u16string heading = u"insertion into " + table->Name();
+    if (insert.select == nullptr) {
+        out.AddHeading(heading);
+        out.AddBelow(u"a single row");
+        return;
+    }
+    BindContext context(catalog);
+    const std::unique_ptr<Plan> plan = BindSelect(context, *insert.select, nullptr);
+    if (context.UsesTable(table->Name())) heading += u", all rows held in memory first";
+    ExplainPlan(heading, *plan, context, out);
+}
+
+void Explain(Catalog& catalog, const ast::Select& select, Explanation& out) {
+    BindContext context(catalog);
+    const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
+    ExplainPlan(u"new table " + select.parts.front().into, *plan, context, out);
+}
+
 std::int64_t Run(Catalog& catalog, const ast::Insert& insert) {
     const std::shared_ptr<Table> table = RequireTable(catalog, insert.table);
     if (insert.select == nullptr) return InsertValues(catalog, insert, *table);

@@ -18,6 +18,8 @@ inline Truth MakeTruth(bool value) {
     return value ? Truth::True : Truth::False;
 }
 
+class SlotExpression;
+
 class Expression {
 public:
     explicit Expression(Value::Type type) : type_(type) {}
@@ -36,6 +38,9 @@ public:
 
     // What a column made of it looks like.
     virtual Shape GetShape() const { return ShapeOf(type_); }
+
+    // The expression itself when it is a column as it stands, else null.
+    virtual const SlotExpression* AsColumn() const { return nullptr; }
 
 private:
     Value::Type type_;
@@ -64,6 +69,8 @@ public:
 
     const Value& Evaluate() override { return source_.Get(slot_); }
     Shape GetShape() const override { return source_.Columns()[static_cast<std::size_t>(column_)].shape; }
+
+    const SlotExpression* AsColumn() const override { return this; }
 
     Source& GetSource() const { return source_; }
     int GetColumn() const { return column_; }

@@ -29,7 +29,7 @@ bool IsUniqueColumn(const Table& table, int column) {
 bool CoversUniqueIndex(const Table& table, const std::vector<const Comparison*>& equalities) {
     const auto covered = [&](const IndexColumn& key) {
         return std::ranges::any_of(equalities, [&](const Comparison* equality) {
-            const auto* column = dynamic_cast<const SlotExpression*>(equality->subject.expression);
+            const SlotExpression* column = equality->subject.expression->AsColumn();
             return column != nullptr && column->GetColumn() == key.column;
         });
     };
@@ -146,11 +146,10 @@ private:
         for (; place < index.columns.size(); ++place) {
             const int column = index.columns[place].column;
             const Comparison* equality = Find(conjuncts, column, BinaryOperator::Equal, BinaryOperator::Equal);
-            const bool exact = HasExactKeys(table_, number, place);
             if (equality != nullptr) {
                 candidate.access.equal.push_back(equality->other.expression);
                 candidate.equalities.push_back(equality);
-                if (exact) candidate.used.push_back(equality);
+                if (HasExactKeys(table_, number, place)) candidate.used.push_back(equality);
                 continue;
             }
             const Conjunct* list = candidate.access.list == nullptr ? FindList(conjuncts, column) : nullptr;
@@ -158,7 +157,7 @@ private:
             candidate.access.list = list->membership.list;
             candidate.access.list_at = static_cast<int>(place);
             candidate.access.equal.push_back(nullptr);
-            if (exact) candidate.used.push_back(list);
+            if (HasExactKeys(table_, number, place)) candidate.used.push_back(list);
         }
         candidate.narrows = place > 0;
         if (place < index.columns.size()) AddEnds(number, place, conjuncts, candidate);
@@ -169,24 +168,23 @@ private:
     void AddEnds(int number, std::size_t place, const Conjuncts& conjuncts, Candidate& candidate) const {
         const int column = table_.Indexes()[static_cast<std::size_t>(number)].columns[place].column;
         IndexAccess& access = candidate.access;
-        if (HasRanges(table_, number, place)) {
+        const Comparison* low = Find(conjuncts, column, BinaryOperator::Greater, BinaryOperator::GreaterEqual);
+        const Comparison* high = Find(conjuncts, column, BinaryOperator::Less, BinaryOperator::LessEqual);
+        if ((low != nullptr || high != nullptr) && HasRanges(table_, number, place)) {
             const bool exact = HasExactKeys(table_, number, place);
-            const auto add = [&](BinaryOperator strict, BinaryOperator inclusive, RangeEnd& end) {
-                const Comparison* comparison = Find(conjuncts, column, strict, inclusive);
+            const auto add = [&](const Comparison* comparison, BinaryOperator inclusive, RangeEnd& end) {
                 if (comparison == nullptr) return;
                 end.value = comparison->other.expression;
                 end.inclusive = comparison->op == inclusive;
                 if (exact) candidate.used.push_back(comparison);
             };
-            add(BinaryOperator::Greater, BinaryOperator::GreaterEqual, access.low);
-            add(BinaryOperator::Less, BinaryOperator::LessEqual, access.high);
+            add(low, BinaryOperator::GreaterEqual, access.low);
+            add(high, BinaryOperator::LessEqual, access.high);
         }
         const bool ended = access.low.value != nullptr || access.high.value != nullptr;
         const bool is_text = table_.Columns()[static_cast<std::size_t>(column)].type == ColumnType::Text;
-        if (!ended && is_text && table_.HasPrefixes(number, place)) {
-            const Conjunct* like = FindPattern(conjuncts, column);
-            if (like != nullptr) access.pattern = like->pattern.expression;
-        }
+        const Conjunct* like = !ended && is_text ? FindPattern(conjuncts, column) : nullptr;
+        if (like != nullptr && table_.HasPrefixes(number, place)) access.pattern = like->pattern.expression;
         candidate.narrows = candidate.narrows || ended || access.pattern != nullptr;
     }
 
@@ -337,6 +335,9 @@ private:
         const bool better = cost < best_.cost || (single && !best_.UsesIndex());
         if (!better) return;
         best_.path = {};
+        for (const Conjunct* conjunct : conjuncts) {
+            if (Follows(*conjunct, &candidate)) best_.path.met.push_back(conjunct->test);
+        }
         best_.path.parts.push_back(std::move(candidate.access));
         best_.path.exact = exact;
         best_.path.ordered = ordered;
@@ -430,7 +431,7 @@ bool IndexChoice::IsLookup() const {
 }
 
 const SlotExpression* AsColumnOf(const Expression* expression, const Source& source) {
-    const auto* column = dynamic_cast<const SlotExpression*>(expression);
+    const SlotExpression* column = expression != nullptr ? expression->AsColumn() : nullptr;
     return column != nullptr && &column->GetSource() == &source ? column : nullptr;
 }
 
@@ -448,7 +449,7 @@ double ExpectedMatches(TableSource& source, const std::vector<const Comparison*>
     if (CoversUniqueIndex(table, equalities)) return 1;
     double rows = static_cast<double>(table.EstimatedRows());
     for (const Comparison* equality : equalities) {
-        const auto* other = dynamic_cast<const SlotExpression*>(equality->other.expression);
+        const SlotExpression* other = equality->other.expression->AsColumn();
         const auto* other_source = other != nullptr ? dynamic_cast<TableSource*>(&other->GetSource()) : nullptr;
         // The other side's key says how many different values there can be.
         if (other_source != nullptr && IsUniqueColumn(*other_source->GetTable(), other->GetColumn())) {

@@ -19,11 +19,12 @@ bool LookupJoin::Next() {
         if (!on_left_row_) {
             if (!left_->Next()) return false;
             right_->Open();
+            tested_ = conditions_.size() - (right_->MeetsConditions() ? last_ : 0);
             on_left_row_ = true;
             matched_ = false;
         }
         while (right_->Next()) {
-            if (!AllTrue(conditions_)) continue;
+            if (!AllTrue(std::span(conditions_).first(tested_))) continue;
             matched_ = true;
             return true;
         }
@@ -84,6 +85,7 @@ bool HashLookup::Next() {
 
 void HashLookup::Build() {
     numbers_.Clear();
+    last_number_ = kEnd;
     texts_.Clear();
     first_.clear();
     last_.clear();
@@ -105,7 +107,12 @@ std::uint32_t HashLookup::KeyNumber(bool building) {
         const Value& value = (building ? keys_[0].build : keys_[0].probe)->Evaluate();
         if (FamilyOf(value.GetType()) == Family::Any) return kEnd;
         const std::uint64_t bits = NumberBits(value);
-        return building ? numbers_.FindOrAdd(bits, added) : numbers_.Find(bits);
+        if (building) return numbers_.FindOrAdd(bits, added);
+        if (bits != last_bits_ || last_number_ == kEnd) {
+            last_bits_ = bits;
+            last_number_ = numbers_.Find(bits);
+        }
+        return last_number_;
     }
     buffer_.clear();
     for (const HashKey& key : keys_) {

@@ -14,12 +14,14 @@ namespace qmtrain::sql {
 // HashLookup, never a scan.
 class LookupJoin : public RowOperator {
 public:
-    // With `outer_sources`, a left row without a match comes once, with these sources at Null.
-    LookupJoin(RowOperatorPtr left, RowOperatorPtr right, std::vector<Expression*> conditions,
+    // `last`: how many of the conditions, at the end, are those that MeetsConditions of the right side speaks of. With
+    // `outer_sources`, a left row without a match comes once, with these sources at Null.
+    LookupJoin(RowOperatorPtr left, RowOperatorPtr right, std::vector<Expression*> conditions, std::size_t last,
                std::vector<Source*> outer_sources)
         : left_(std::move(left)),
           right_(std::move(right)),
           conditions_(std::move(conditions)),
+          last_(last),
           outer_sources_(std::move(outer_sources)) {}
 
     void Open() override;
@@ -31,6 +33,8 @@ private:
     RowOperatorPtr left_;
     RowOperatorPtr right_;
     std::vector<Expression*> conditions_;
+    std::size_t last_;
+    std::size_t tested_ = 0;
     std::vector<Source*> outer_sources_;
     bool on_left_row_ = false;
     bool matched_ = false;
@@ -67,6 +71,8 @@ private:
     bool built_ = false;
 
     NumberTable numbers_;
+    std::uint64_t last_bits_ = 0;  // of the last probe, which the next one often equals
+    std::uint32_t last_number_ = kEnd;
     KeyTable texts_;
     std::vector<std::uint8_t> buffer_;
     std::vector<std::uint32_t> first_;  // row of a key, by its number

@@ -41,6 +41,9 @@ public:
     explicit Lexer(std::u16string_view text) : text_(text) {}
 
     std::vector<Token> Run() {
+        // Long statements are mostly lists of short values.
+        constexpr std::size_t kLong = 150;
+        tokens_.reserve(text_.size() / (text_.size() < kLong ? 5 : 3) + 4);
         for (SkipBlanks(); position_ < text_.size(); SkipBlanks()) {
             first_ = position_;
             Take();
@@ -76,14 +79,14 @@ private:
 
     void TakeName() {
         while (ContinuesName(Peek())) ++position_;
-        Add(TokenKind::Name, std::u16string(text_.substr(first_, position_ - first_)));
+        Add(TokenKind::Name, text_.substr(first_, position_ - first_));
     }
 
     void TakeQuotedName(char16_t closing) {
         const std::size_t end = text_.find(closing, first_ + 1);
         if (end == std::u16string_view::npos || end == first_ + 1) Fail();
         position_ = end + 1;
-        Add(TokenKind::QuotedName, std::u16string(text_.substr(first_ + 1, end - first_ - 1)));
+        Add(TokenKind::QuotedName, text_.substr(first_ + 1, end - first_ - 1));
     }
 
     void TakeNumber() {
@@ -117,6 +120,12 @@ private:
     }
 
     void AddNumber(std::u16string_view digits) {
+        constexpr std::size_t kSurelyLong = 9;
+        if (digits.size() <= kSurelyLong && std::ranges::all_of(digits, IsDigit)) {
+            std::int32_t number = 0;
+            for (const char16_t digit : digits) number = number * 10 + (digit - u'0');
+            return Add(TokenKind::Literal, {}, Value(number));
+        }
         const auto number = ParseNumber(digits);
         if (!number) Fail();
         const bool whole = digits.find_first_of(u".eE") == std::u16string_view::npos || digits.front() == u'&';
@@ -158,11 +167,11 @@ private:
         } else {
             Fail();
         }
-        Add(TokenKind::Symbol, std::u16string(text_.substr(first_, position_ - first_)));
+        Add(TokenKind::Symbol, text_.substr(first_, position_ - first_));
     }
 
-    void Add(TokenKind kind, std::u16string text, Value value = {}) {
-        tokens_.push_back({kind, std::move(text), std::move(value), first_});
+    void Add(TokenKind kind, std::u16string_view text, Value value = {}) {
+        tokens_.push_back({kind, text, std::move(value), first_});
     }
 
     [[noreturn]] void Fail() const { Raise(ErrorNumber::SyntaxInExpression, {text_.substr(first_, 60)}); }
@@ -189,10 +198,12 @@ bool Token::IsKeyword(std::u16string_view keyword) const {
 }
 
 bool IsReserved(std::u16string_view word) {
-    std::u16string upper(word);
-    std::ranges::transform(upper, upper.begin(), AsciiUpper);
-    return std::ranges::binary_search(kReserved, std::u16string_view(upper));
+    std::array<char16_t, 11> upper{};  // the longest of them
+    if (word.size() > upper.size()) return false;
+    std::ranges::transform(word, upper.begin(), AsciiUpper);
+    return std::ranges::binary_search(kReserved, std::u16string_view(upper.data(), word.size()));
 }
+static_assert(std::ranges::all_of(kReserved, [](std::u16string_view word) { return word.size() <= 11; }));
 
 std::vector<Token> Tokenize(std::u16string_view text) {
     return Lexer(text).Run();

@@ -8,8 +8,8 @@
 
 namespace qmtrain::sql {
 
-// All tokens, the last one being End. Raises SyntaxInExpression for an unclosed quote, bracket or date and for
-// characters that mean nothing.
+// All tokens, the last one being End; they refer to the text. Raises SyntaxInExpression for an unclosed quote, bracket
+// or date and for characters that mean nothing.
 std::vector<Token> Tokenize(std::u16string_view text);
 
 }  // namespace qmtrain::sql

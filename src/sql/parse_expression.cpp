@@ -81,6 +81,8 @@ ExpressionPtr Parser::ParseExpression() {
 }
 
 ExpressionPtr Parser::ParseOperators(int lowest) {
+    // Most items of a list are values and nothing else.
+    if (Peek().kind == TokenKind::Literal && (PeekSymbol(u",", 1) || PeekSymbol(u")", 1))) return ParsePrimary();
     const Nesting nesting(*this);
     ExpressionPtr left = ParsePrefix();
     while (true) {

@@ -160,7 +160,7 @@ std::u16string Parser::ParseAlias(ErrorNumber error) {
     if (TakeKeyword(u"AS")) return ExpectName(error);
     // A kind of join that there is not must not pass for an alias.
     const bool joins = PeekKeyword(u"OUTER") || PeekKeyword(u"FULL") || PeekKeyword(u"CROSS");
-    return PeekName() && !joins ? Take().text : std::u16string();
+    return PeekName() && !joins ? std::u16string(Take().text) : std::u16string();
 }
 
 std::vector<ast::OrderItem> Parser::ParseOrderBy() {

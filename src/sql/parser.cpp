@@ -93,7 +93,7 @@ bool Parser::PeekName() const {
 
 std::u16string Parser::ExpectName(ErrorNumber error) {
     if (!PeekName()) Fail(error);
-    return Take().text;
+    return std::u16string(Take().text);
 }
 
 std::vector<std::u16string> Parser::ExpectNameList(ErrorNumber error) {

@@ -11,6 +11,8 @@
 
 namespace qmtrain::sql {
 
+struct BindContext;
+
 struct PlanOutput {
     OutputColumn column;
     ExpressionPtr expression;
@@ -46,6 +48,10 @@ public:
         return expressions.back().get();
     }
 };
+
+// The steps of the plan, below a heading if there is one, and behind them those of the sub-queries that were bound with
+// it.
+void ExplainPlan(std::u16string_view heading, const Plan& plan, const BindContext& context, Explanation& out);
 
 inline Shape ShapeOf(const OutputColumn& column) {
     return {column.type, column.size, column.precision, column.scale};

@@ -57,12 +57,23 @@ std::vector<Expression*> Tests(const Conjuncts& conjuncts) {
     return tests;
 }
 
-RowOperatorPtr WithFilter(RowOperatorPtr rows, const Conjuncts& conjuncts) {
+// Puts the conditions last that the rows of an access path satisfy by themselves, as far as the path says so when it is
+// opened; returns how many these are.
+std::size_t PutLast(std::vector<Expression*>& tests, const std::vector<const Expression*>& met) {
+    return std::ranges::stable_partition(
+               tests, [&](const Expression* test) { return std::ranges::find(met, test) == met.end(); })
+        .size();
+}
+
+RowOperatorPtr WithFilter(RowOperatorPtr rows, const Conjuncts& conjuncts,
+                          const std::vector<const Expression*>& met = {}) {
     if (conjuncts.empty()) return rows;
     double share = 1;
     for (const Conjunct* conjunct : conjuncts) share *= Selectivity(*conjunct);
     const double estimated = std::max(1.0, rows->EstimatedRows() * share);
-    auto filter = std::make_unique<Filter>(std::move(rows), Tests(conjuncts));
+    std::vector<Expression*> tests = Tests(conjuncts);
+    const std::size_t last = PutLast(tests, met);
+    auto filter = std::make_unique<Filter>(std::move(rows), std::move(tests), last);
     filter->SetEstimatedRows(estimated);
     return filter;
 }
@@ -124,8 +135,8 @@ private:
     }
 
     static bool SameColumn(const Operand& a, const Operand& b) {
-        const auto* left = dynamic_cast<const SlotExpression*>(a.expression);
-        const auto* right = dynamic_cast<const SlotExpression*>(b.expression);
+        const SlotExpression* left = a.expression->AsColumn();
+        const SlotExpression* right = b.expression->AsColumn();
         return left != nullptr && right != nullptr && &left->GetSource() == &right->GetSource() &&
                left->GetColumn() == right->GetColumn();
     }
@@ -270,6 +281,7 @@ private:
     // ---- building ----
 
     Planned PlanInner(std::vector<Unit>& units, Conjuncts& conjuncts, const RowsWish& wish) {
+        if (units.size() == 1) return PlanSingle(units[0], conjuncts, wish);
         AddImplied(conjuncts);
         for (Unit& unit : units) Estimate(unit, conjuncts);
         const Order order = ChooseOrder(units, conjuncts);
@@ -278,7 +290,7 @@ private:
         for (Conjunct* conjunct : conjuncts) {
             if (conjunct->sources == 0) first.push_back(conjunct);
         }
-        Planned planned = PlanUnit(leader, first, units.size() == 1 ? wish : RowsWish());
+        Planned planned = PlanUnit(leader, first, {});
         SourceSet placed = leader.node->sources;
         Conjuncts waiting = Without(conjuncts, first);
         for (const Step& step : order.steps) {
@@ -288,6 +300,20 @@ private:
         }
         planned.count = order.rows;
         return planned;
+    }
+
+    // All conditions are its own, or of nothing.
+    Planned PlanSingle(Unit& unit, Conjuncts& conjuncts, const RowsWish& wish) {
+        AddImplied(conjuncts);
+        unit.all_rows = EstimateAll(*unit.node);
+        double share = 1;
+        for (const Conjunct* conjunct : conjuncts) share *= Selectivity(*conjunct);
+        unit.rows = std::max(1.0, unit.all_rows * share);
+        Conjuncts own = OwnConjuncts(unit, conjuncts);
+        for (Conjunct* conjunct : conjuncts) {
+            if (conjunct->sources == 0) own.push_back(conjunct);
+        }
+        return PlanUnit(unit, own, wish);
     }
 
     static Conjuncts Without(const Conjuncts& all, const Conjuncts& some) {
@@ -302,17 +328,20 @@ private:
     Planned PlanUnit(const Unit& unit, const Conjuncts& own, const RowsWish& wish) {
         if (unit.node->kind == JoinNode::Kind::Left) return PlanLeft(*unit.node, own);
         Planned planned;
+        std::vector<const Expression*> met;
         planned.count = unit.rows;
         if (unit.table != nullptr) {
             IndexChoice choice = ChooseIndex(*unit.table, own, 0, wish);
             if (!choice.UsesIndex() && HasOuterLink(*unit.node, own)) return PlanOuterLookup(unit, own);
             planned.ordered = choice.path.ordered;
+            if (choice.UsesIndex()) planned.count = std::max(1.0, std::min(planned.count, choice.rows));
+            met = choice.path.met;
             planned.rows = Access(*unit.table, std::move(choice));
         } else {
             auto& derived = static_cast<DerivedSource&>(*tables_[unit.node->table].source);
             planned.rows = std::make_unique<DerivedAccess>(derived);
         }
-        planned.rows = WithFilter(std::move(planned.rows), own);
+        planned.rows = WithFilter(std::move(planned.rows), own, met);
         return planned;
     }
 
@@ -361,12 +390,17 @@ private:
         }
         waiting = Without(waiting, ready);
         RowOperatorPtr right;
+        std::vector<const Expression*> met;
         if (method == Method::Index) {
-            right = Access(*unit.table, ChooseIndex(*unit.table, ready, placed));
+            IndexChoice choice = ChooseIndex(*unit.table, ready, placed);
+            met = choice.path.met;
+            right = Access(*unit.table, std::move(choice));
         } else {
             right = MakeHashLookup(*unit.node, placed, ready);
         }
-        planned.rows = std::make_unique<LookupJoin>(std::move(planned.rows), std::move(right), Tests(ready),
+        std::vector<Expression*> tests = Tests(ready);
+        const std::size_t last = PutLast(tests, met);
+        planned.rows = std::make_unique<LookupJoin>(std::move(planned.rows), std::move(right), std::move(tests), last,
                                                     std::vector<Source*>());
         planned.ordered = false;
     }
@@ -389,9 +423,7 @@ private:
         return std::make_unique<HashLookup>(std::move(child.rows), std::move(sources), keys);
     }
 
-    static bool IsPlain(const Operand& operand) {
-        return dynamic_cast<const SlotExpression*>(operand.expression) != nullptr;
-    }
+    static bool IsPlain(const Operand& operand) { return operand.expression->AsColumn() != nullptr; }
 
     // Computed keys may fail for rows that a plain key would have passed over: they are used only without plain ones.
     static std::vector<HashKey> TakeHashKeys(SourceSet unit, SourceSet placed, Conjuncts& conjuncts) {
@@ -436,23 +468,30 @@ private:
 
         Conjuncts on;
         for (Conjunct& conjunct : node.on) on.push_back(&conjunct);
-        RowOperatorPtr lookup = MakeOuterLookup(left, right, planned.count, on);
-        planned.rows =
-            std::make_unique<LookupJoin>(std::move(planned.rows), std::move(lookup), Tests(on), SourcesOf(right));
+        std::vector<const Expression*> met;
+        RowOperatorPtr lookup = MakeOuterLookup(left, right, planned.count, on, met);
+        std::vector<Expression*> tests = Tests(on);
+        const std::size_t last = PutLast(tests, met);
+        planned.rows = std::make_unique<LookupJoin>(std::move(planned.rows), std::move(lookup), std::move(tests), last,
+                                                    SourcesOf(right));
         planned.rows = WithFilter(std::move(planned.rows), above);
         planned.count = std::max(planned.count, EstimateAll(right));
         planned.ordered = false;
         return planned;
     }
 
-    RowOperatorPtr MakeOuterLookup(JoinNode& left, JoinNode& right, double left_rows, Conjuncts& on) {
+    RowOperatorPtr MakeOuterLookup(JoinNode& left, JoinNode& right, double left_rows, Conjuncts& on,
+                                   std::vector<const Expression*>& met) {
         auto* table =
             right.kind == JoinNode::Kind::Table ? dynamic_cast<TableSource*>(tables_[right.table].source) : nullptr;
         if (table != nullptr) {
             IndexChoice choice = ChooseIndex(*table, on, left.sources);
             const double by_index = left_rows * choice.cost;
             const double by_hash = EstimateAll(right) * (1 + kHashRowCost) + left_rows * kProbeCost;
-            if (choice.IsLookup() && by_index < by_hash) return Access(*table, std::move(choice));
+            if (choice.IsLookup() && by_index < by_hash) {
+                met = choice.path.met;
+                return Access(*table, std::move(choice));
+            }
         }
         return MakeHashLookup(right, left.sources, on);
     }

@@ -25,7 +25,7 @@ void Explanation::AddLine(int depth, std::u16string_view text) {
     lines_.back() += text;
 }
 
-bool AllTrue(const std::vector<Expression*>& conditions) {
+bool AllTrue(std::span<Expression* const> conditions) {
     for (Expression* condition : conditions) {
         if (condition->Test() != Truth::True) return false;
     }
@@ -40,12 +40,12 @@ std::int64_t RowOperator::CountRows() {
 
 void Filter::Open() {
     child_->Open();
-    all_meet_ = child_->MeetsConditions();
+    tested_ = conditions_.size() - (child_->MeetsConditions() ? last_ : 0);
 }
 
 bool Filter::Next() {
     while (child_->Next()) {
-        if (all_meet_ || AllTrue(conditions_)) return true;
+        if (AllTrue(std::span(conditions_).first(tested_))) return true;
     }
     return false;
 }
@@ -58,7 +58,7 @@ void Filter::Explain(Explanation& out) const {
 }
 
 std::int64_t Filter::CountRows() {
-    return all_meet_ ? child_->CountRows() : RowOperator::CountRows();
+    return tested_ == 0 ? child_->CountRows() : RowOperator::CountRows();
 }
 
 }  // namespace qmtrain::sql

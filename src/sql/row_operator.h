@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,6 +22,7 @@ class RowOperator;
 class Explanation {
 public:
     void Add(std::u16string_view text, const RowOperator& row_operator);
+    void AddHeading(std::u16string_view text) { AddLine(depth_, text); }
     void AddBelow(std::u16string_view text) { AddLine(depth_ + 1, text); }
     void AddChild(const RowOperator& child);
 
@@ -49,7 +51,7 @@ public:
     // How many rows there are; they are at their end then. Requires: Open(), and no call since.
     virtual std::int64_t CountRows();
 
-    // Whether all rows, as they have been opened, meet the conditions of the filter right above. Known from an index.
+    // Whether all rows, as they have been opened, meet the conditions that the plan expects an index to answer.
     virtual bool MeetsConditions() const { return false; }
 
     // Whether each row, or the end, is found by a look at a few. Requires: Open().
@@ -85,22 +87,29 @@ private:
 // Only the rows for which every condition is true.
 class Filter : public RowOperator {
 public:
-    Filter(RowOperatorPtr child, std::vector<Expression*> conditions)
-        : child_(std::move(child)), conditions_(std::move(conditions)) {}
+    // `last`: how many of the conditions, at the end, are those that RowOperator::MeetsConditions speaks of.
+    Filter(RowOperatorPtr child, std::vector<Expression*> conditions, std::size_t last = 0)
+        : child_(std::move(child)), conditions_(std::move(conditions)), last_(last) {}
 
     void Open() override;
     bool Next() override;
     std::int64_t CountRows() override;
-    bool NextIsCheap() const override { return all_meet_ && child_->NextIsCheap(); }
+    bool NextIsCheap() const override { return (tested_ == 0 || IsShort()) && child_->NextIsCheap(); }
     void Reset() override { child_->Reset(); }
     void Explain(Explanation& out) const override;
 
 private:
+    bool IsShort() const {
+        constexpr double kFewRows = 64;
+        return child_->EstimatedRows() >= 0 && child_->EstimatedRows() <= kFewRows;
+    }
+
     RowOperatorPtr child_;
     std::vector<Expression*> conditions_;
-    bool all_meet_ = false;
+    std::size_t last_;
+    std::size_t tested_ = 0;  // how many of the conditions the child does not meet by itself
 };
 
-bool AllTrue(const std::vector<Expression*>& conditions);
+bool AllTrue(std::span<Expression* const> conditions);
 
 }  // namespace qmtrain::sql

@@ -12,15 +12,20 @@ void RowStore::Reset(std::size_t width) {
 }
 
 Value* RowStore::Add() {
-    if (size_ % kBlockRows == 0) {
-        Work::Hold((size_ + kBlockRows) * width_ * sizeof(Value));
-        blocks_.push_back(std::make_unique<Value[]>(kBlockRows * width_));
+    const bool first = size_ == 0;
+    if (first || (size_ >= kFirstRows && (size_ - kFirstRows) % kBlockRows == 0)) {
+        const std::size_t rows = first ? kFirstRows : kBlockRows;
+        Work::Hold((size_ + rows) * width_ * sizeof(Value));
+        blocks_.push_back(std::make_unique<Value[]>(rows * width_));
     }
     return At(size_++);
 }
 
 int Source::SlotFor(int column) {
-    slot_of_column_.resize(infos_.size(), -1);
+    if (slot_of_column_.size() < infos_.size()) {
+        slot_of_column_.resize(infos_.size(), -1);
+        columns_.reserve(infos_.size());
+    }
     int& slot = slot_of_column_[static_cast<std::size_t>(column)];
     if (slot < 0) {
         slot = static_cast<int>(columns_.size());
@@ -39,6 +44,7 @@ void Source::SetNull() {
 // ---- TableSource ----
 
 TableSource::TableSource(std::shared_ptr<Table> table) : table_(std::move(table)) {
+    infos_.reserve(table_->Columns().size());
     for (const Column& column : table_->Columns()) {
         infos_.push_back({column.name, ValueTypeOf(column.type), ShapeOf(column)});
     }

@@ -25,9 +25,14 @@ public:
     // A new row of Empty values.
     Value* Add();
 
-    Value* At(std::size_t row) { return blocks_[row / kBlockRows].get() + row % kBlockRows * width_; }
+    Value* At(std::size_t row) {
+        if (row < kFirstRows) return blocks_[0].get() + row * width_;
+        row -= kFirstRows;
+        return blocks_[1 + row / kBlockRows].get() + row % kBlockRows * width_;
+    }
 
 private:
+    static constexpr std::size_t kFirstRows = 4;  // of the first block: many results are a row or two
     static constexpr std::size_t kBlockRows = 256;
 
     std::size_t width_ = 0;
@@ -99,6 +104,9 @@ public:
     const std::shared_ptr<Table>& GetTable() const { return table_; }
     sql::Cursor& GetCursor();
     RowId Row() const;
+
+    // The current row's. Requires: the table has images, and KeepValues() was not called.
+    std::span<const std::uint8_t> Image() { return cursor_->Image(); }
 
     // Told after the cursor has come to a row.
     void OnRow() {

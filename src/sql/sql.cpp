@@ -1,5 +1,7 @@
 #include "sql/sql.h"
 
+#include <algorithm>
+
 #include "core/error.h"
 #include "sql/binder.h"
 #include "sql/execute.h"
@@ -55,7 +57,11 @@ std::vector<Statement> ParseScript(std::u16string_view text) {
 // ---- Query ----
 
 Query::Query(std::unique_ptr<Plan> plan) : plan_(std::move(plan)) {
-    for (const PlanOutput& output : plan_->outputs) columns_.push_back(output.column);
+    columns_.reserve(plan_->outputs.size());
+    for (PlanOutput& output : plan_->outputs) columns_.push_back(std::move(output.column));
+    const auto is_plain = [](const OutputColumn& column) { return column.column >= 0; };
+    has_images_ = plan_->updatable && plan_->tables[0]->HasImages() && !plan_->table_sources[0]->KeepsValues() &&
+                  std::ranges::all_of(columns_, is_plain);
 }
 
 Query::~Query() = default;
@@ -76,6 +82,18 @@ void Query::Read(int column, Value& value) {
 
 const Value& Query::Get(int column) {
     return plan_->outputs[static_cast<std::size_t>(column)].expression->Evaluate();
+}
+
+std::span<const std::uint8_t> Query::Image() {
+    return plan_->table_sources[0]->Image();
+}
+
+void Query::ShowImage(std::span<const std::uint8_t> image) const {
+    plan_->tables[0]->ShowImage(image);
+}
+
+void Query::ReadImage(int column, Value& value) const {
+    plan_->tables[0]->ReadImage(columns_[static_cast<std::size_t>(column)].column, value);
 }
 
 bool Query::NextIsCheap() const {
@@ -112,12 +130,34 @@ std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement) {
     return std::make_unique<Query>(BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr));
 }
 
+void ExplainPlan(std::u16string_view heading, const Plan& plan, const BindContext& context, Explanation& out) {
+    if (heading.empty()) {
+        plan.root->Explain(out);
+    } else {
+        out.AddHeading(heading);
+        out.AddChild(*plan.root);
+    }
+    for (const Plan* subquery : context.subqueries) {
+        out.AddHeading(subquery->correlated ? u"sub-query, for each row around it" : u"sub-query, once");
+        out.AddChild(*subquery->root);
+    }
+}
+
 std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement) {
-    if (!statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
-    BindContext context(catalog);
-    const auto plan = BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr);
     Explanation explanation;
-    plan->root->Explain(explanation);
+    const auto explain = [&](const auto& node) {
+        if constexpr (requires { Explain(catalog, node, explanation); })
+            Explain(catalog, node, explanation);
+        else
+            Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
+    };
+    if (statement.YieldsRows()) {
+        BindContext context(catalog);
+        const auto plan = BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr);
+        ExplainPlan({}, *plan, context, explanation);
+    } else {
+        std::visit(explain, statement.Tree().node);
+    }
     return explanation.Lines();
 }
 

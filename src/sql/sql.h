@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -98,6 +99,17 @@ public:
     // The same where it stands, good until the query moves.
     const Value& Get(int column);
 
+    // Whether the rows can be kept as images: bytes from which any value but memos and OLE values can be read later,
+    // wherever the query has gone.
+    bool HasImages() const { return has_images_; }
+
+    // The current row's, good until the query moves. Requires: HasImages(), and Next() or MoveTo() was true.
+    std::span<const std::uint8_t> Image();
+
+    // Reads from an image, which must stay as it is from the first call to the last.
+    void ShowImage(std::span<const std::uint8_t> image) const;
+    void ReadImage(int column, Value& value) const;
+
     // Whether Next() will not look at many rows to find one, or none.
     bool NextIsCheap() const;
 
@@ -121,6 +133,7 @@ public:
 private:
     std::unique_ptr<Plan> plan_;
     std::vector<OutputColumn> columns_;
+    bool has_images_;
     bool started_ = false;
     bool ended_ = false;
 };
@@ -129,7 +142,8 @@ private:
 // Raises OperationNotSupported when the statement yields no rows.
 std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement);
 
-// How a SELECT would be run: a line for each step, indented below the step that takes its rows.
+// How a statement would be run: a line for each step, indented below the step that takes its rows. Nothing is changed.
+// Raises OperationNotSupported for a definition.
 std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement);
 
 // Runs a statement that changes something; returns the number of records affected (0 for definitions).

@@ -113,6 +113,9 @@ public:
     // Requires: the cursor stands on a row.
     virtual RowId Row() const = 0;
     virtual void Read(int column, Value& value) = 0;
+
+    // The row's bytes as they are stored, for Table::ShowImage. Requires: Table::HasImages().
+    virtual std::span<const std::uint8_t> Image() { return {}; }
 };
 
 // A change of one column; the value has the column's type or is Null.
@@ -142,6 +145,13 @@ public:
     virtual double DistinctKeys(int) { return 0; }
 
     virtual std::unique_ptr<Cursor> OpenCursor() = 0;
+
+    // Whether rows can be kept as images, and their values be read from these at any time. Memos and OLE values cannot.
+    virtual bool HasImages() const { return false; }
+
+    // The image to read from; it must stay as it is meanwhile.
+    virtual void ShowImage(std::span<const std::uint8_t>) {}
+    virtual void ReadImage(int, Value&) const {}
 
     // Whether the rows that are equal to these values, of the first columns of an index, are found in it: false where a
     // text's place is not known.

@@ -131,7 +131,7 @@ void TableAccess::Open() {
     place_count_ = 0;
     at_ = 0;
     repeats_ = false;
-    exact_ = path_.exact;
+    exact_ = !path_.met.empty();
     start_ = path_.parts.empty() ? Start::Whole : Start::Nothing;
     for (const IndexAccess& part : path_.parts) {
         const Start start = AddRanges(part);
@@ -201,6 +201,7 @@ TableAccess::Start TableAccess::AddRanges(const IndexAccess& access) {
     if (access.list != nullptr && !TakeList(access)) return Start::Whole;
     const std::size_t before = place_count_;
     const std::size_t count = access.list != nullptr ? listed_.size() : 1;
+    places_.reserve(place_count_ + count);
     for (std::size_t i = 0; i < count; ++i) {
         KeyRange& range = NewPlace(access.index).range;
         range.kind = KeyRange::Kind::Equal;

@@ -31,9 +31,10 @@ struct IndexAccess {
 
 // The rows found are at least those that satisfy the conditions behind it; the conditions themselves are tested above.
 struct AccessPath {
-    std::vector<IndexAccess> parts;  // rows that are in any of them; none: all rows
-    bool exact = false;              // the rows found are just those that satisfy the conditions
-    bool ordered = false;            // in the order of the one index
+    std::vector<IndexAccess> parts;      // rows that are in any of them; none: all rows
+    std::vector<const Expression*> met;  // conditions that the rows found are known to satisfy
+    bool exact = false;                  // these are all of them
+    bool ordered = false;                // in the order of the one index
 };
 
 class TableAccess : public RowOperator {

@@ -20,7 +20,7 @@ enum class TokenKind : std::uint8_t {
 
 struct Token {
     TokenKind kind = TokenKind::End;
-    std::u16string text;       // a name without its brackets, or the symbol
+    std::u16string_view text;  // a name without its brackets, or the symbol; part of the statement
     Value value;               // a literal's value
     std::size_t position = 0;  // where it starts in the statement
 

@@ -1,7 +1,7 @@
 // Types as the binder reasons about them before any value is seen.
 #pragma once
 
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/value.h"
@@ -19,7 +19,7 @@ struct Shape {
 
 // A column of anything that can stand in a FROM clause. `type` is Empty where it is known only row by row.
 struct ColumnInfo {
-    std::u16string name;
+    std::u16string_view name;  // belongs to the table or plan that the column comes from
     Value::Type type = Value::Type::Empty;
     Shape shape;
 };

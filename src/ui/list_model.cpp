@@ -21,16 +21,28 @@ std::u16string CellText(std::u16string_view cell) {
     return text;
 }
 
+void ListModel::SetRows(std::size_t count, std::function<ListRow(std::size_t)> make) {
+    rows_.assign(count, std::nullopt);
+    make_ = std::move(make);
+}
+
+const ListRow& ListModel::Row(std::size_t index) const {
+    std::optional<ListRow>& row = rows_[index];
+    if (!row) row = make_(index);
+    return *row;
+}
+
 std::optional<std::size_t> ListModel::Find(std::u16string_view key) const {
-    const auto found =
-        std::find_if(rows_.begin(), rows_.end(), [&](const ListRow& row) { return EqualNames(row.key, key); });
-    if (found == rows_.end()) return std::nullopt;
-    return static_cast<std::size_t>(found - rows_.begin());
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        if (EqualNames(Row(i).key, key)) return i;
+    }
+    return std::nullopt;
 }
 
 void ListModel::Sort(std::size_t column, bool ascending) {
-    const auto less = [&](const ListRow& a, const ListRow& b) {
-        const int order = collation::Compare(a.cells[column], b.cells[column]);
+    for (std::size_t i = 0; i < rows_.size(); ++i) Row(i);
+    const auto less = [&](const std::optional<ListRow>& a, const std::optional<ListRow>& b) {
+        const int order = collation::Compare(a->cells[column], b->cells[column]);
         return ascending ? order < 0 : order > 0;
     };
     std::stable_sort(rows_.begin(), rows_.end(), less);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,10 +24,13 @@ std::u16string CellText(std::u16string_view cell);
 class ListModel {
 public:
     void Clear() { rows_.clear(); }
-    void Add(ListRow row) { rows_.push_back(std::move(row)); }
+    void Add(ListRow row) { rows_.emplace_back(std::move(row)); }
+
+    // Instead: so many rows, each of which is made when it is first looked at.
+    void SetRows(std::size_t count, std::function<ListRow(std::size_t)> make);
 
     std::size_t Size() const { return rows_.size(); }
-    const ListRow& Row(std::size_t index) const { return rows_[index]; }
+    const ListRow& Row(std::size_t index) const;
 
     // Keys compare without regard to letter case.
     std::optional<std::size_t> Find(std::u16string_view key) const;
@@ -35,7 +39,8 @@ public:
     void Sort(std::size_t column, bool ascending);
 
 private:
-    std::vector<ListRow> rows_;
+    mutable std::vector<std::optional<ListRow>> rows_;
+    std::function<ListRow(std::size_t)> make_;  // by the order before any Sort, which makes them all
 };
 
 }  // namespace qmtrain::ui

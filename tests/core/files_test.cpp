@@ -104,6 +104,24 @@ TEST_F(FilesTest, LocksStandBetweenTwoHandles) {
     EXPECT_TRUE(two->TryLock(5, 1, Exclusive));  // a lock ends with its file
 }
 
+TEST_F(FilesTest, AGateKeepsNewOnesOut) {
+    using enum File::Lock;
+    const auto reader = Open(At("a.ldb"), OpenMode::Create);
+    const auto writer = Open(At("a.ldb"), OpenMode::Create);
+    ASSERT_TRUE(reader->TryLockThrough(5));
+    EXPECT_TRUE(writer->TryLock(5, 1, Exclusive)) << "who came in leaves the gate to others";
+    EXPECT_FALSE(writer->TryLock(6, 1, Exclusive)) << "he is in";
+    reader->Unlock(6, 1);
+    EXPECT_FALSE(reader->TryLockThrough(5)) << "the gate is shut";
+    EXPECT_TRUE(writer->TryLock(6, 1, Exclusive)) << "nothing stays of a try that failed";
+    writer->Unlock(5, 1);
+    EXPECT_FALSE(reader->TryLockThrough(5)) << "the gate is open, the place taken";
+    EXPECT_TRUE(writer->TryLock(5, 1, Exclusive));
+    writer->Unlock(5, 1);
+    writer->Unlock(6, 1);
+    EXPECT_TRUE(reader->TryLockThrough(5));
+}
+
 TEST_F(FilesTest, KnowsWhetherAnOpenFileStillStandsThere) {
     const auto file = Open(At("a"), OpenMode::Create);
     Make("b");

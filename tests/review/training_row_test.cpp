@@ -114,6 +114,23 @@ TEST_F(TrainingQueryTest, ListsWhatIsAskedForNewestOrOldestFirst) {
     }
 }
 
+TEST_F(TrainingQueryTest, OneOrderIsMadeOfTheOther) {
+    for (const char16_t* start : {u"#2005-04-02#", u"Null", u"#2005-04-02#", u"#1899-12-30#", u"#1890-01-01#", u"Null",
+                                  u"#2005-04-01#", u"#2005-04-02#", u"#1899-12-30#"}) {
+        Execute(u"INSERT INTO TrainInfo (UserId, StartDate) VALUES (1, " + std::u16string(start) + u")");
+    }
+    Execute(u"INSERT INTO TrainResult (TrainID) SELECT TrainID FROM TrainInfo");
+    const auto database = Open();
+    const auto rows = database->OpenRecordset(TrainingsQuery(-1, -1, TrainingOrder::NewestFirst));
+    std::vector<Training> newest_first;
+    for (; !rows->Eof(); rows->MoveNext()) newest_first.push_back(ReadTraining(*rows));
+    std::u16string oldest_first;
+    for (const Training& training : OldestFirst(newest_first)) {
+        oldest_first += (oldest_first.empty() ? u"" : u" ") + ToText(std::int64_t{training.id});
+    }
+    EXPECT_EQ(oldest_first, Column(TrainingsQuery(-1, -1, TrainingOrder::OldestFirst), u"TrainID"));
+}
+
 TEST_F(TrainingQueryTest, NullsAreReadAsWhatTheListShowsForThem) {
     Execute(
         u"INSERT INTO TrainInfo (UserId) VALUES (1);"

@@ -1,6 +1,7 @@
 // How rows are reached: which index is used, what is read, and how often.
 #include <gtest/gtest.h>
 
+#include "core/error.h"
 #include "core/text.h"
 #include "sql/support.h"
 
@@ -216,6 +217,29 @@ TEST_F(Plans, SaysWhatItWillDo) {
               "    search of Train by index PrimaryKey (ID = value), no further test  ~ 1 rows\n"
               "  search of Result by index ByTrain (TrainID = value), no further test  ~ 10 rows\n");
     EXPECT_EQ(explained(u"SELECT Max(ID) FROM Train"), "row count and ends of the indexes of Train\n");
+    EXPECT_EQ(explained(u"SELECT ID FROM Train T WHERE UserID IN (SELECT ID FROM Style) AND EXISTS (SELECT * FROM"
+                        u" Result R WHERE R.TrainID = T.ID)"),
+              "filter by 2 conditions  ~ 20 rows\n"
+              "  scan of Train  ~ 200 rows\n"
+              "sub-query, once\n"
+              "  scan of Style  ~ 2 rows\n"
+              "sub-query, for each row around it\n"
+              "  filter by 1 condition  ~ 1 rows\n"
+              "    search of Result by index ByTrain (TrainID = value), no further test  ~ 10 rows\n");
+    EXPECT_EQ(explained(u"UPDATE Train SET UserID = 3 WHERE ID = 7"),
+              "update of Train\n"
+              "  filter by 1 condition  ~ 1 rows\n"
+              "    search of Train by index PrimaryKey (ID = value), no further test  ~ 1 rows\n");
+    EXPECT_EQ(explained(u"DELETE FROM Result WHERE TrainID > 190"),
+              "deletion from Result\n"
+              "  filter by 1 condition  ~ 30 rows\n"
+              "    search of Result by index ByTrain (TrainID > value), no further test  ~ 100 rows\n");
+    EXPECT_EQ(explained(u"INSERT INTO Train SELECT ID + 500 AS ID FROM Train"),
+              "insertion into Train, all rows held in memory first\n"
+              "  scan of Train  ~ 200 rows\n");
+    EXPECT_EQ(explained(u"INSERT INTO Style VALUES (1, '1', 'one')"), "insertion into Style\n  a single row\n");
+    EXPECT_EQ(Select("SELECT Count(*) FROM Style"), std::vector<std::string>{"2"}) << "nothing was done";
+    EXPECT_THROW(explained(u"DROP TABLE Style"), AutomationError);
 }
 
 TEST_F(Plans, OnlyColumnsThatAreAskedForAreRead) {

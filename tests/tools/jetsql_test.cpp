@@ -57,7 +57,8 @@ TEST_F(JetsqlTest, ExplainsAndDoesNotRun) {
               "filter by 1 condition  ~ 1 rows\n"
               "  search of 笔记 by index PrimaryKey (NoteID = value), no further test  ~ 1 rows\n"
               "row count and ends of the indexes of 笔记\n");
-    EXPECT_FALSE(Run({"--explain", "DELETE FROM 笔记"}));
+    EXPECT_EQ(Run({"--explain", "DELETE FROM 笔记"}), "deletion from 笔记\n  scan of 笔记  ~ 2 rows\n");
+    EXPECT_FALSE(Run({"--explain", "DROP TABLE 笔记"}));
     EXPECT_EQ(Run({"--csv", "SELECT Count(*) AS N FROM 笔记"}), "\"N\"\r\n2\r\n");
 }
 

@@ -96,6 +96,24 @@ TEST(ListModel, SortsTextsAsDictionariesDoAndKeepsEqualRows) {
     EXPECT_EQ(model.Find(u"a"), std::nullopt);
 }
 
+TEST(ListModel, MakesRowsWhenTheyAreLookedAt) {
+    std::vector<std::size_t> made;
+    ListModel model;
+    model.SetRows(4, [&](std::size_t row) {
+        made.push_back(row);
+        return ListRow{std::u16string(1, static_cast<char16_t>(u'a' + row)), {row % 2 == 0 ? u"2" : u"1"}};
+    });
+    EXPECT_EQ(model.Row(2).key, u"c");
+    EXPECT_EQ(model.Row(2).key, u"c");
+    EXPECT_EQ(made, std::vector<std::size_t>{2}) << "each once, and no other";
+    EXPECT_EQ(model.Find(u"B"), 1U);
+    model.Sort(0, true);
+    EXPECT_EQ(Order(model), u"bdac");
+    EXPECT_EQ(made.size(), 4U);
+    model.SetRows(1, [](std::size_t) { return ListRow{u"z", {u""}}; });
+    EXPECT_EQ(Order(model), u"z");
+}
+
 TEST(SplitterLimits, BetweenFarEnoughFromBothEnds) {
     constexpr int kExtent = 5000;
     const std::pair<int, bool> edges[] = {{600, false},  {601, true},  {4400, true},

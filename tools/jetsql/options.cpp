@@ -124,8 +124,8 @@ Runs SQL statements on a Jet database (.mdb), and looks into it. Statements are 
   --check       walk through everything: a line for each defect, and a last line with what was seen;
                 notes on what healthy files show too go to standard error
   -f FILE       run the statements of a file in UTF-8 ("-" for standard input): all of them or none
-  --explain     do not run the SELECT statements but print how they would be run: a line for each step, with
-                the index it uses and the rows it expects, indented below the step that takes its rows
+  --explain     do not run the statements but print how they would be run: a line for each step, with the index it
+                uses and the rows it expects, indented below the step that takes its rows
   --each        with -f: each statement counts alone
   --create      make the file first; it must not exist
   --sort ORDER  its sort order: 0x409 (General, the default) or 0x804 (Chinese)

@@ -14,7 +14,7 @@ struct Options {
     std::string file;
     std::vector<std::string> statements;
     std::vector<std::string> scripts;  // files, "-" for standard input
-    bool explain = false;              // say how the selects would be run, do not run them
+    bool explain = false;              // say how the statements would be run, do not run them
     bool each = false;                 // a script's statements one by one, not all or none
     std::vector<std::string> dumps;    // names of tables
     bool create = false;

@@ -19,6 +19,15 @@ void AppendNumber(Number number, std::string& out) {
     out.append(digits.data(), end.ptr);
 }
 
+// Most are points: whole ones and halves need no search for the shortest digits.
+void AppendSingle(float number, std::string& out) {
+    constexpr float kPlain = 10000;  // from there on the shortest form may be one with an exponent
+    const auto halves = static_cast<int>(number > 0 && number < kPlain ? number * 2 : 0);
+    if (halves == 0 || static_cast<float>(halves) != number * 2) return AppendNumber(number, out);
+    AppendNumber(halves / 2, out);
+    if (halves % 2 != 0) out += ".5";
+}
+
 void AppendCurrency(Currency amount, std::string& out) {
     const bool negative = amount.scaled < 0;
     const std::uint64_t scaled = negative ? 0 - static_cast<std::uint64_t>(amount.scaled) : amount.scaled;
@@ -82,7 +91,7 @@ void AppendPlain(const Value& value, std::string& out) {
         case Value::Type::Byte: return AppendNumber(static_cast<int>(value.As<std::uint8_t>()), out);
         case Value::Type::Integer: return AppendNumber(value.As<std::int16_t>(), out);
         case Value::Type::Long: return AppendNumber(value.As<std::int32_t>(), out);
-        case Value::Type::Single: return AppendNumber(value.As<float>(), out);
+        case Value::Type::Single: return AppendSingle(value.As<float>(), out);
         case Value::Type::Double: return AppendNumber(value.As<double>(), out);
         case Value::Type::Currency: return AppendCurrency(value.As<Currency>(), out);
         case Value::Type::Date: return AppendDate(value.As<Date>(), out);

@@ -113,6 +113,7 @@ private:
             return file_->TryLock(offset, length, kind);
         }
         void Unlock(std::uint64_t offset, std::uint64_t length) override { file_->Unlock(offset, length); }
+        bool TryLockThrough(std::uint64_t gate) override { return file_->TryLockThrough(gate); }
         bool IsAt(const std::filesystem::path& path) override { return file_->IsAt(path); }
 
     private:
