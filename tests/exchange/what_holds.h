@@ -29,7 +29,13 @@ inline std::string Broken(std::string_view bytes, Format format) {
     }
     for (const Format other : {Format::Gift, Format::Csv, Format::MoodleXml}) {
         std::vector<Notice> notices;
-        const Import again = ReadQuestions(WriteQuestions(import.questions, other, notices), other);
+        const std::string file = WriteQuestions(import.questions, other, notices);
+        Import again;
+        try {
+            again = ReadQuestions(file, other);
+        } catch (const AutomationError& error) {
+            return error.what() + ("\n" + file);
+        }
         std::vector<const Question*> written;
         for (const Question& question : import.questions) {
             const bool several = question.kind == Kind::Fill && question.blanks.size() > 1;
