@@ -3,6 +3,8 @@
 #include <string>
 
 #include "core/files.h"
+#include "core/text.h"
+#include "dao/dao.h"
 
 namespace qmtrain {
 namespace {
@@ -24,12 +26,13 @@ CREATE TABLE Tbl_ChoiceVice (
 CREATE INDEX ByQuestion ON Tbl_ChoiceVice (C_RecNo, C_DataCode, SubjectCode);
 )";
 
+constexpr std::u16string_view kOperationTable = u"TBL_OPERATION";
+
 std::u16string QuestionTable(std::u16string_view name, std::u16string_view answer_columns) {
     return std::u16string(u"CREATE TABLE ")
         .append(name)
         .append(u" (C_RecNo TEXT(50), C_DataCode TEXT(50), SubjectCode LONG, M_Title MEMO, ")
         .append(answer_columns)
-        .append(u", M_Analysis MEMO, C_Category TEXT(255), I_Difficulty LONG")
         .append(u", CONSTRAINT PrimaryKey PRIMARY KEY (C_RecNo, C_DataCode, SubjectCode));");
 }
 
@@ -38,8 +41,7 @@ std::u16string BankTables() {
     for (const std::u16string_view name : {u"TBL_CHOICE", u"TBL_CHOICES", u"TBL_YESNO", u"TBL_FILL"}) {
         tables += QuestionTable(name, u"C_Answer TEXT(255)");
     }
-    return tables + QuestionTable(u"TBL_OPERATION",
-                                  u"M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY, M_Keywords MEMO");
+    return tables + QuestionTable(kOperationTable, u"M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY");
 }
 
 }  // namespace
@@ -54,6 +56,27 @@ void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill)
 
 void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill) {
     dao::MakeDatabase(file, BankTables().append(kCatalogueTables), fill);
+}
+
+void AddTeachingColumns(dao::Database& database) {
+    for (const std::u16string_view name :
+         {std::u16string_view(u"TBL_CHOICE"), std::u16string_view(u"TBL_CHOICES"), std::u16string_view(u"TBL_YESNO"),
+          std::u16string_view(u"TBL_FILL"), kOperationTable}) {
+        const std::u16string table(name);
+        const auto add = [&](std::u16string_view column, std::u16string_view type) {
+            {
+                const auto rows = database.OpenRecordset(u"Select Top 1 * From " + table);
+                for (const auto& field : rows->Fields()) {
+                    if (EqualNames(field->Name(), column)) return;
+                }
+            }
+            database.Execute((u"ALTER TABLE " + table + u" ADD COLUMN ").append(column).append(u" ").append(type));
+        };
+        add(u"M_Analysis", u"MEMO");
+        add(u"C_Category", u"TEXT(255)");
+        add(u"I_Difficulty", u"LONG");
+        if (name == kOperationTable) add(u"M_Keywords", u"MEMO");
+    }
 }
 
 }  // namespace qmtrain

@@ -19,4 +19,9 @@ void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill 
 // The local paper database of the network edition: a bank and a catalogue in one.
 void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill = {});
 
+// Adds what the component itself does not read, where it is missing: explanations (M_Analysis), categories (C_Category)
+// and difficulties (I_Difficulty) of all questions, and keywords by which operation questions are marked (M_Keywords).
+// Requires: the tables of one of the databases above.
+void AddTeachingColumns(dao::Database& database);
+
 }  // namespace qmtrain

@@ -43,6 +43,7 @@ public:
             return;
         }
         CreateQuestionBank(file, [&](dao::Database& database) {
+            AddTeachingColumns(database);
             const auto rows = database.OpenRecordset(u"Select * From Tbl_Information");
             for (const KindInfo& kind : Kinds()) {
                 rows->AddNew();

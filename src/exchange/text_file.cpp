@@ -25,10 +25,12 @@ std::u16string FromUtf16(std::string_view bytes, bool big_endian) {
     return out;
 }
 
-bool IsUtf8(std::string_view bytes) {
-    return bytes.find("\xEF\xBF\xBD") == std::string_view::npos
-               ? FromUtf8(bytes).find(kReplacementCharacter) == std::u16string::npos
-               : true;
+// The sign for what cannot be read may stand in a text itself; there must be no more of it than that.
+bool IsUtf8(std::string_view bytes, std::u16string_view text) {
+    constexpr std::string_view kSign = "\xEF\xBF\xBD";
+    std::ptrdiff_t own = 0;
+    for (std::size_t at = 0; (at = bytes.find(kSign, at)) != std::string_view::npos; at += kSign.size()) ++own;
+    return std::count(text.begin(), text.end(), kReplacementCharacter) == own;
 }
 
 void EndLinesWithLf(std::u16string& text) {
@@ -76,22 +78,22 @@ void WriteBytes(std::u16string_view file, std::string_view bytes) {
 }
 
 std::u16string DecodeText(std::string_view bytes) {
+    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
     std::u16string text;
-    if (bytes.starts_with("\xEF\xBB\xBF")) {
-        text = FromUtf8(bytes.substr(3));
-    } else if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+    std::size_t unreadable = std::u16string::npos;
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
         text = FromUtf16(bytes.substr(2), bytes.front() == '\xFE');
-    } else if (IsUtf8(bytes)) {
-        text = FromUtf8(bytes);
-    } else {
+    } else if (text = FromUtf8(bytes); !IsUtf8(bytes, text)) {
         text = FromCodePage(bytes, kChinese);
+        unreadable = text.find(kReplacementCharacter);
     }
-    EndLinesWithLf(text);
-    const std::size_t unreadable = text.find_first_of(std::u16string_view(u"\xFFFD\0", 2));
+    unreadable = std::min(unreadable, text.find(u'\0'));
     if (unreadable != std::u16string::npos) {
-        RaiseComponentError(u"qmtrain", u"第 " + ToText(static_cast<std::int64_t>(LineAt(text, unreadable))) +
+        const std::size_t line = LineAt(text, unreadable);
+        RaiseComponentError(u"qmtrain", u"第 " + ToText(static_cast<std::int64_t>(line)) +
                                             u" 行不是文本：编码应当是 UTF-8 或 GBK，文件应当是文本文件。");
     }
+    EndLinesWithLf(text);
     return text;
 }
 

@@ -148,7 +148,10 @@ std::size_t PackPapers(const DataFolder& folder, const std::vector<std::int32_t>
         }
     };
     if (!FileExists(file)) {
-        CreateLocalPaperDatabase(file, fill);
+        CreateLocalPaperDatabase(file, [&](dao::Database& target) {
+            AddTeachingColumns(target);
+            fill(target);
+        });
     } else {
         const dao::Connection target(file);
         target->Atomically([&] { fill(*target.operator->()); });

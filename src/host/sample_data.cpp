@@ -2,7 +2,9 @@
 
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "bank/schema.h"
 #include "core/client_folder.h"
@@ -100,11 +102,15 @@ public:
     TableWriter(dao::Database& database, std::u16string_view table)
         : rows_(database.OpenRecordset(std::u16string(u"Select * From ").append(table))) {}
 
-    // The values of a row's first columns; the others stay Null.
-    void Add(std::initializer_list<Value> values) {
+    // The values of a row's first columns, and of some by name if they say anything; the others stay Null.
+    void Add(std::initializer_list<Value> values,
+             std::initializer_list<std::pair<std::u16string_view, Value>> named = {}) {
         rows_->AddNew();
         int position = 0;
         for (const Value& value : values) rows_->Fields(position++).Value(value);
+        for (const auto& [name, value] : named) {
+            if (value != Value(u"")) rows_->Fields(name).Value(value);
+        }
         rows_->Update();
     }
 
@@ -135,12 +141,14 @@ void FillCatalogue(dao::Database& catalogue) {
 }
 
 void FillBank(dao::Database& database, const SampleBank& bank) {
+    AddTeachingColumns(database);
     TableWriter directory(database, u"Tbl_Information");
     for (const KindRow& kind : KindRows()) directory.Add({kind.table_code, bank.code, kind.table});
     TableWriter options(database, u"Tbl_ChoiceVice");
     for (const SampleQuestion& question : bank.questions) {
-        TableWriter(database, RowOf(question.kind).table)
-            .Add({question.rec_no, bank.code, bank.subject, question.title, question.answer});
+        TableWriter rows(database, RowOf(question.kind).table);
+        rows.Add({question.rec_no, bank.code, bank.subject, question.title, question.answer},
+                 {{u"I_Difficulty", question.difficulty}, {u"M_Keywords", question.keywords}});
         char16_t letter = u'A';
         for (const std::u16string& option : question.options) {
             options.Add({question.rec_no, bank.code, bank.subject, std::u16string(1, letter++), option});
