@@ -348,8 +348,8 @@ void AnalysisWindow::FillItems() {
         item_rows_.Add(std::move(row));
     }
     LvItems->Show(item_rows_);
-    if (item_rows_.Size() > 0) LvItems->SelectRow(0);
-    ShowAnswers();
+    if (item_rows_.Size() == 0) return ShowAnswers();
+    LvItems->SelectRow(0);  // shows its answers
 }
 
 void AnalysisWindow::ShowAnswers() {

@@ -43,7 +43,6 @@ void QuestionTimes::Save(dao::Database& host, std::int32_t train_id,
             host.Execute(u"Delete From QuestionSeconds Where TrainID=" + qmtrain::ToText(train_id));
             const auto rows = host.OpenRecordset(u"Select * From QuestionSeconds Where TrainID=0");
             for (std::size_t i = 0; i < questions.size() && i < seconds_.size(); ++i) {
-                if (seconds_[i] == 0) continue;
                 rows->AddNew();
                 rows->Fields(u"TrainID").Value(train_id);
                 rows->Fields(u"DataCode").Value(questions[i].data_code);
@@ -59,8 +58,8 @@ void QuestionTimes::Save(dao::Database& host, std::int32_t train_id,
 
 SecondsOfTraining ReadSeconds(dao::Database& host, std::int32_t train_id) {
     SecondsOfTraining seconds;
-    const auto rows = host.OpenRecordset(u"Select DataCode,RecNo,Seconds From QuestionSeconds Where TrainID=" +
-                                         qmtrain::ToText(train_id));
+    const auto rows = host.OpenRecordset(
+        u"Select DataCode,RecNo,Seconds From QuestionSeconds Where Seconds>0 And TrainID=" + qmtrain::ToText(train_id));
     for (; !rows->Eof(); rows->MoveNext()) {
         seconds[{ToUpper(TextOr(rows->Fields(0).Value(), u"")), ToUpper(TextOr(rows->Fields(1).Value(), u""))}] =
             LongOr(rows->Fields(2).Value(), 0);

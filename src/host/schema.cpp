@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "dao/dao.h"
 #include "host/data_folder.h"
+#include "host/learning_tables.h"
 
 namespace qmtrain::host {
 namespace {
@@ -75,7 +76,10 @@ void AddStates(dao::Database& host) {
 void CreateHostDatabase(std::u16string_view file, const dao::DatabaseFill& fill) {
     std::u16string tables(kTables);
     for (const std::u16string_view table : {kUnfinishedState, kFinished, kSettings}) tables.append(table).append(u";");
-    dao::MakeDatabase(file, tables, fill);
+    dao::MakeDatabase(file, tables, [&](dao::Database& host) {
+        EnsureLearningTables(host);
+        if (fill) fill(host);
+    });
 }
 
 bool HasTable(dao::Database& database, std::u16string_view table) {
@@ -91,6 +95,7 @@ bool HasTable(dao::Database& database, std::u16string_view table) {
 void UpgradeHostDatabase(std::u16string_view folder) {
     const dao::Connection host(DataFolder{std::u16string(folder)}.Host());
     dao::Database& database = Of(host);
+    EnsureLearningTables(database);
     if (HasTable(database, u"UnfinishedState")) return;
     TakeBackResults(folder, database);
     database.Atomically([&] {

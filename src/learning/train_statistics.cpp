@@ -14,8 +14,6 @@
 namespace qmtrain {
 namespace {
 
-constexpr std::size_t kIdsOfStatement = 200;
-
 void RequireIndex(std::int32_t index, std::size_t count) {
     if (index < 1 || static_cast<std::size_t>(index) > count) Raise(ErrorNumber::SubscriptOutOfRange);
 }
@@ -200,22 +198,15 @@ std::vector<TrainStatistics::WrongAnswer> TrainStatistics::WrongAnswersTo(std::u
         const PracticedQuestion& wanted = history_.questions.at(question);
         RequireNoQuote(wanted.data_code);
         RequireNoQuote(wanted.rec_no);
-        std::vector<std::int32_t> wrong;
+        std::map<std::u16string, int> counts;
         for (const PracticeTraining& training : history_.trainings) {
             const auto results = history_.ResultsOf(training);
-            const bool here = std::any_of(results.begin(), results.end(), [&](const PracticeResult& one) {
+            const bool wrong = std::any_of(results.begin(), results.end(), [&](const PracticeResult& one) {
                 return one.question == question && one.Counts() && !one.IsRight();
             });
-            if (here) wrong.push_back(training.id);
-        }
-        std::map<std::u16string, int> counts;
-        for (std::size_t i = 0; i < wrong.size(); i += kIdsOfStatement) {
-            std::u16string ids;
-            for (std::size_t j = i; j < std::min(wrong.size(), i + kIdsOfStatement); ++j) {
-                ids += (ids.empty() ? u"" : u",") + ToText(wrong[j]);
-            }
-            const auto rows = database_->OpenRecordset(u"Select StudentAnswer From TrainResult Where TrainID In (" +
-                                                       ids + u") And DataCode='" + wanted.data_code +
+            if (!wrong) continue;
+            const auto rows = database_->OpenRecordset(u"Select StudentAnswer From TrainResult Where TrainID=" +
+                                                       ToText(training.id) + u" And DataCode='" + wanted.data_code +
                                                        u"' And QuestionRecNo='" + wanted.rec_no + u"'");
             for (; !rows->Eof(); rows->MoveNext()) ++counts[TextOr(rows->Fields(0).Value(), u"")];
         }

@@ -22,8 +22,7 @@ constexpr int kWidestBar = 40;
 constexpr int kPointRadius = 3;
 constexpr double kMostMarkedPoints = 120;  // more of them would hide the line
 
-constexpr int kStub = 2;                 // of a bar for nothing, so that it is seen
-constexpr std::size_t kMostValues = 12;  // bars that say what they are worth
+constexpr int kStub = 2;  // of a bar for nothing, so that it is seen
 
 }  // namespace
 
@@ -153,8 +152,12 @@ void ScoreChart::PaintBars(wxGraphicsContext& gc, const ChartGeometry& geometry)
         const double height = std::max<double>(FromDIP(kStub), geometry.Y(0) - geometry.Y(percent));
         gc.DrawRectangle(geometry.X(static_cast<double>(i)) - width / 2, geometry.Y(0) - height, width, height);
     }
-    if (points_.size() > kMostValues) return;
+    // Few bars say what they are worth.
     gc.SetFont(GetFont().Scaled(0.85F), colours.text);
+    double widest = 0;
+    double high = 0;
+    gc.GetTextExtent("100.0", &widest, &high);
+    if (widest * static_cast<double>(points_.size()) > geometry.Area().width) return;
     for (std::size_t i = 0; i < points_.size(); ++i) {
         const double percent = std::max(0.0, points_[i].percent);
         PaintAbove(gc, ui::ToWx(ToText(Value(std::round(percent * 10) / 10))), geometry.X(static_cast<double>(i)),

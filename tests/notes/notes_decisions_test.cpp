@@ -277,7 +277,7 @@ TEST_F(NoteListsTest, QuestionsOfNotes) {
     EXPECT_EQ(LoggedFunctions(), "FrmNotes.GetQuestionItem");
 }
 
-TEST_F(NotesTest, TheReportHasEveryNoteOfTheCandidateWithItsQuestion) {
+TEST_F(NoteListsTest, TheReportHasEveryNoteOfTheCandidateWithItsQuestion) {
     const report::Report made = NotesReport(NotesOf(false, -1, 7));
     EXPECT_EQ(ToUtf8(made.subtitle), "共 6 条");
     ASSERT_EQ(made.data.rows.size(), 6U);

@@ -295,6 +295,7 @@ TEST_F(HistoryWindowTest, ATrainingIsChosenInTheChart) {
         .Await("a bar", [&] { return chart.Marked() == 1U; })
         .Do([&] {
             EXPECT_EQ(chosen(), u"NOTE2");
+            EXPECT_EQ(chart.Hovered(), 1U) << "under the mouse";
             Press(WXK_RIGHT);
         })
         .Await("the next one", [&] { return chart.Marked() == 2U && chosen() == u"NOTE3"; })
