@@ -187,12 +187,13 @@ FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
     state_ = !common_ || CommonJournal::InForce(system, *common_) ? State::InForce : State::Void;
 }
 
-// False when the journal was not begun (a power cut can leave zeros), or voided; what never was a journal is foreign.
+// False when the journal was not begun, or voided; a file that never was a journal is foreign. Zeros are what a power
+// cut leaves of a beginning that has not reached the disk.
 bool FoundJournal::ReadHeader() {
     std::array<std::uint8_t, kHeaderSize> header{};
     const std::size_t size = file_->ReadAt(0, header);
     if (std::all_of(header.begin(), header.end(), [](std::uint8_t byte) { return byte == 0; })) return false;
-    const bool is_void = size > 0 && header[0] == kVoid[0];
+    const bool is_void = header[0] == kVoid[0];
     if (is_void) header[0] = kMagic[0];
     nonce_ = Get<std::uint64_t>(&header[24]);
     const bool ours =

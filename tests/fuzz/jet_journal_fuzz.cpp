@@ -113,9 +113,13 @@ Content MakeCommon() {
 
 // What the database holds when the journal has been heeded; nothing when it is not this database's.
 std::optional<Content> Expected(const Content& database, Content journal, bool common_in_force) {
-    const bool is_void = !journal.empty() && journal[0] == 0;
+    const std::size_t begun = std::min(journal.size(), kHeader);
+    if (std::all_of(journal.begin(), journal.begin() + static_cast<std::ptrdiff_t>(begun),
+                    [](std::uint8_t byte) { return byte == 0; })) {
+        return database;
+    }
+    const bool is_void = journal[0] == 0;
     if (is_void) journal[0] = 'Q';
-    if (journal.empty()) return database;
     if (std::memcmp(journal.data(), "QmTrnJn2", std::min<std::size_t>(journal.size(), 8)) != 0) return std::nullopt;
     if (journal.size() < kHeader) return database;
     const auto nonce = jet::Get<std::uint64_t>(&journal[24]);

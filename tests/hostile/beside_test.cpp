@@ -146,9 +146,8 @@ TEST_F(BesideTest, JournalsOfOthers) {
     std::vector<std::uint8_t> noise(9000);
     for (std::size_t i = 0; i < noise.size(); ++i) noise[i] = static_cast<std::uint8_t>(i * 31);
     const std::string word = "echo";
-    for (const Case& test :
-         {Case{"a header without a right checksum", header}, Case{"noise", noise},
-          Case{"a few letters", {word.begin(), word.end()}}, Case{"zeros", std::vector<std::uint8_t>(5000)}}) {
+    for (const Case& test : {Case{"a header without a right checksum", header}, Case{"noise", noise},
+                             Case{"a few letters", {word.begin(), word.end()}}}) {
         SCOPED_TRACE(test.name);
         WriteFile(Beside("-journal"), test.bytes);
         EXPECT_EQ(Count(), 10U);
