@@ -121,15 +121,12 @@ public:
     static std::optional<PlainPattern> Make(std::u16string_view pattern) {
         if (pattern.find_first_of(u"?#[") != std::u16string_view::npos) return std::nullopt;
         PlainPattern plain;
-        std::u16string piece;
-        for (const char16_t unit : pattern) {
-            if (unit != u'*') {
-                piece.push_back(Fold(unit));
-            } else {
-                plain.pieces_.emplace_back(std::exchange(piece, {}));
-            }
+        for (std::size_t from = 0, to = 0; to != pattern.npos; from = to + 1) {
+            to = pattern.find(u'*', from);
+            std::u16string piece(pattern.substr(from, to - from));
+            std::ranges::transform(piece, piece.begin(), Fold);
+            plain.pieces_.emplace_back(piece);
         }
-        plain.pieces_.emplace_back(std::move(piece));
         return plain;
     }
 
