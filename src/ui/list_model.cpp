@@ -40,12 +40,14 @@ std::optional<std::size_t> ListModel::Find(std::u16string_view key) const {
 }
 
 void ListModel::Sort(std::size_t column, bool ascending) {
-    for (std::size_t i = 0; i < rows_.size(); ++i) Row(i);
-    const auto less = [&](const std::optional<ListRow>& a, const std::optional<ListRow>& b) {
-        const int order = collation::Compare(a->cells[column], b->cells[column]);
+    std::vector<ListRow> rows;
+    rows.reserve(rows_.size());
+    for (std::size_t i = 0; i < rows_.size(); ++i) rows.push_back(Row(i));
+    std::ranges::stable_sort(rows, [&](const ListRow& a, const ListRow& b) {
+        const int order = collation::Compare(a.cells[column], b.cells[column]);
         return ascending ? order < 0 : order > 0;
-    };
-    std::stable_sort(rows_.begin(), rows_.end(), less);
+    });
+    std::ranges::move(rows, rows_.begin());
 }
 
 }  // namespace qmtrain::ui
