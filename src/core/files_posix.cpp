@@ -282,7 +282,8 @@ public:
     }
 
     std::unique_ptr<File> OpenPlain(const fs::path& path, OpenMode mode) override {
-        auto file = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, mode);
+        // What is new is its maker's alone until it is shared like the file it stands beside.
+        auto file = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, mode, mode == OpenMode::CreateNew ? 0600 : 0666);
         if (file->Opened().st_nlink > 1) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
         return file;
     }
@@ -354,7 +355,7 @@ public:
 
 private:
     // What is no file is not opened: a pipe would keep the caller waiting, a device may do anything.
-    static std::unique_ptr<PosixFile> OpenWith(int flags, const fs::path& path, OpenMode mode) {
+    static std::unique_ptr<PosixFile> OpenWith(int flags, const fs::path& path, OpenMode mode, mode_t rights = 0666) {
         flags |= O_CLOEXEC | O_NOCTTY;
         switch (mode) {
             case OpenMode::ReadOnly: flags |= O_RDONLY; break;
@@ -362,7 +363,7 @@ private:
             case OpenMode::Create: flags |= O_RDWR | O_CREAT; break;
             case OpenMode::CreateNew: flags |= O_RDWR | O_CREAT | O_EXCL; break;
         }
-        const int descriptor = open(path.c_str(), flags, 0666);
+        const int descriptor = open(path.c_str(), flags, rights);
         if (descriptor < 0) RaiseSystemError(path, errno);
         auto file = std::make_unique<PosixFile>(descriptor, path);
         if (!S_ISREG(file->Opened().st_mode)) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
@@ -419,7 +420,7 @@ fs::path ProgramFolder() {
 }
 
 FileSystem& FileSystem::Native() {
-    static PosixFileSystem system;
+    static auto& system = *new PosixFileSystem;  // for as long as anything may use it, at the process's end too
     return system;
 }
 

@@ -525,7 +525,7 @@ fs::path ProgramFolder() {
 }
 
 FileSystem& FileSystem::Native() {
-    static WindowsFileSystem system;
+    static auto& system = *new WindowsFileSystem;  // for as long as anything may use it, at the process's end too
     return system;
 }
 

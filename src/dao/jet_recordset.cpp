@@ -166,8 +166,20 @@ bool JetRecordset::Reach(std::int64_t index) {
     return index < seen_;
 }
 
+// Rows that were fetched ahead, and have been deleted since, never belonged to the record set.
+void JetRecordset::DropDeletedAhead() {
+    if (!updatable_ || seen_ >= Fetched()) return;
+    const jet::Database::Reading reading(Storage());
+    if (block_change_ == ChangeStamp()) return;
+    const auto gone =
+        std::remove_if(keys_.begin() + seen_, keys_.end(), [&](sql::RowId row) { return !Reader().MoveTo(row); });
+    if (gone != keys_.end()) found_ = -1;
+    keys_.erase(gone, keys_.end());
+}
+
 void JetRecordset::ReachAll() {
     const Work work = database_->Begin(&spent_);
+    DropDeletedAhead();
     while (!complete_) {
         const jet::Database::Reading reading(Storage());
         for (std::int64_t rows = 0; rows < kKeysInScope && NextKey(); ++rows) {

@@ -89,6 +89,7 @@ private:
     bool Reach(std::int64_t index);
     void GoTo(std::int64_t index);
     void ReachAll();
+    void DropDeletedAhead();
 
     // ---- the block: consecutive rows whose values are at hand ----
 

@@ -127,13 +127,25 @@ void CommonJournal::Discard() noexcept {
     }
 }
 
-bool CommonJournal::InForce(FileSystem& system, const Name& name) {
+bool CommonJournal::IsByWriter(FileSystem& system, const std::filesystem::path& path, File& database) {
+    std::filesystem::path::string_type beside = path.native();
+    constexpr std::size_t kEnding = sizeof "-commit" - 1;
+    beside.resize(beside.size() - std::min(beside.size(), kEnding));
+    try {
+        return system.IsByWriterOf(path, *system.Open(beside, OpenMode::ReadOnly));
+    } catch (const AutomationError&) {
+        return system.IsByWriterOf(path, database);
+    }
+}
+
+bool CommonJournal::InForce(FileSystem& system, const Name& name, File& database) {
     if (system.Look(name.path) == FileKind::None) {
         const std::filesystem::path folder = name.path.parent_path();
         if (folder.empty() || system.Exists(folder)) return false;
         Raise(ErrorNumber::DiskError,
               {FromNativePath(name.path), u"文件夹无法访问，不能确定上一次涉及多个文件的更改是否完成。"});
     }
+    if (!IsByWriter(system, name.path, database)) return false;
     const auto file = system.OpenPlain(name.path, OpenMode::ReadOnly);
     const std::optional<Content> content = ReadWhole(*file);
     return content && content->nonce == name.nonce;

@@ -49,7 +49,11 @@ public:
 
     // Whether the transaction of that name did not come to its end. Raises DiskError when nobody can tell, for the
     // folder is out of reach.
-    static bool InForce(FileSystem& system, const Name& name);
+    // `database`: one that names it. What somebody made who may not write the databases is never in force.
+    static bool InForce(FileSystem& system, const Name& name, File& database);
+
+    // Whether somebody made it who may write the database beside which it stands, or `database` when that is gone.
+    static bool IsByWriter(FileSystem& system, const std::filesystem::path& path, File& database);
 
     // What one that was found says.
     struct Content {

@@ -198,6 +198,7 @@ void AppendTextPrefix(bool ascending, std::u16string_view text, const Header& he
     key.push_back(ascending ? kValueAscending : kValueDescending);
     const std::size_t from = key.size();
     if (header.format->version == Version::Jet3) {
+        while (!text.empty() && text.back() == u' ') text.remove_suffix(1);  // keys have none at their end
         for (const char byte : ToCodePage(text, kJet3CodePage).value_or(std::string())) {
             const Jet3Weight& weight = kJet3Weights[static_cast<std::uint8_t>(byte)];
             key.push_back(weight.first);

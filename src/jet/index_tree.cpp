@@ -267,7 +267,8 @@ std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries
     };
     std::size_t bytes = 0;
     for (const Bytes& entry : content.entries) bytes += entry.size();
-    std::size_t prefix = content.entries.empty() ? reference.size() : common(content.entries.back(), reference.size());
+    const std::size_t longest = std::min(reference.size(), pager_.GetFormat().MaxIndexPrefix());
+    std::size_t prefix = content.entries.empty() ? longest : common(content.entries.back(), longest);
 
     std::vector<Bytes> merged;
     merged.reserve(content.entries.size() + entries.size());

@@ -138,9 +138,9 @@ void Journal::Remove() noexcept {
     }
 }
 
-void Journal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common) noexcept {
+void Journal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database) noexcept {
     try {
-        if (system.Look(common) != FileKind::Plain) return;
+        if (system.Look(common) != FileKind::Plain || !CommonJournal::IsByWriter(system, common, database)) return;
         if (const auto content = CommonJournal::Read(system, common)) {
             for (const std::filesystem::path& database : content->databases) {
                 if (Names(system, database, content->nonce)) return;
@@ -184,7 +184,7 @@ FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
     if (!by_writer || (whole && !Belongs(JournalOwner::Of(file, file.Size())))) state_ = State::Foreign;
     if (!whole || state_ == State::Foreign) return;
     ReadRecords();
-    state_ = !common_ || CommonJournal::InForce(system, *common_) ? State::InForce : State::Void;
+    state_ = !common_ || CommonJournal::InForce(system, *common_, file.Handle()) ? State::InForce : State::Void;
 }
 
 // False when the journal was not begun, or voided; a file that never was a journal is foreign. Zeros are what a power
@@ -265,7 +265,7 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
         journal->Sync();
     }
     system.Remove(found.path_);
-    if (found.common_) Journal::RemoveUnusedCommon(system, found.common_->path);
+    if (found.common_) Journal::RemoveUnusedCommon(system, found.common_->path, file);
 }
 
 void FoundJournal::PlayBack(File& file) const {

@@ -65,7 +65,7 @@ public:
     void Remove() noexcept;
 
     // Removes a common journal when no journal of a file names it any more.
-    static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common) noexcept;
+    static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database) noexcept;
 
 private:
     static bool Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce);

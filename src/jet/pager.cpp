@@ -106,7 +106,7 @@ bool Pager::HasChanges() const {
 }
 
 CommonJournal Pager::StartCommon(const std::vector<std::filesystem::path>& databases) {
-    Journal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()));
+    Journal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()), file_.Handle());
     return {system_, databases, file_.Handle(), durable_};
 }
 

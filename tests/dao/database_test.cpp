@@ -7,6 +7,7 @@
 #include "dao/new_database.h"
 #include "dao/system_engine.h"
 #include "fixture.h"
+#include "jet/check.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -329,6 +330,42 @@ TEST_F(DatabaseTest, ReferencesAndDefaults) {
         u"ALTER TABLE TrainResult ADD COLUMN 备注 TEXT(20); UPDATE TrainResult SET 备注 = '好';"
         u"CREATE UNIQUE INDEX 按备注 ON TrainResult (备注 DESC) WITH IGNORE NULL");
     EXPECT_EQ(Column(u"SELECT * FROM TrainResult WHERE 备注 = '好'", u"备注"), u"好");
+}
+
+// Keys that are alike for longer than an index page of the old form can leave out, in bulk and over rows that are
+// there.
+TEST_F(DatabaseTest, LongKeysAndBlanksInOldFiles) {
+    const auto old = Engine::Instance().CreateDatabase(Name(u"Long.mdb"), kGeneralLocale, kVersion30);
+    old->ExecuteScript(
+        u"CREATE TABLE S (ID LONG, A TEXT(255), B TEXT(255)); CREATE TABLE T (ID LONG, A TEXT(255), B TEXT(255));"
+        u"CREATE INDEX I ON T (A, B); CREATE TABLE Blank (K TEXT(20)); CREATE INDEX I ON Blank (K);"
+        u"INSERT INTO Blank VALUES ('a ')");
+    for (int i = 0; i < 60; ++i) {
+        old->Execute(u"INSERT INTO S VALUES (" + ToText(std::int64_t{i}) + u", '" + std::u16string(250, u'x') +
+                     u"', '" + std::u16string(100, u'y') + ToText(std::int64_t{100 + i}) + u"')");
+    }
+    old->ExecuteScript(u"INSERT INTO T SELECT * FROM S; CREATE INDEX J ON S (A, B)");
+    for (const std::u16string_view table : {u"S", u"T"}) {
+        EXPECT_EQ(old->OpenRecordset(table)->TrueRecordCount(), 60);
+        const auto found =
+            old->OpenRecordset(u"SELECT ID FROM " + std::u16string(table) + u" WHERE A LIKE 'x*' AND B LIKE '*130'");
+        ASSERT_FALSE(found->Eof());
+        EXPECT_EQ(found->Fields(u"ID").Value(), Value(30));
+    }
+    EXPECT_EQ(old->OpenRecordset(u"SELECT * FROM Blank WHERE K LIKE 'a *'")->TrueRecordCount(), 1);
+    const jet::CheckReport report = jet::CheckDatabase(old->Storage());
+    EXPECT_TRUE(report.defects.empty());
+}
+
+// What was fetched ahead of the current row, and is deleted before anybody comes to it, is no row of the record set.
+TEST_F(DatabaseTest, RowsDeletedAhead) {
+    database_->ExecuteScript(u"CREATE TABLE Q (A LONG)");
+    for (int i = 1; i <= 5; ++i) database_->Execute(u"INSERT INTO Q VALUES (" + ToText(std::int64_t{i}) + u")");
+    const auto rows = database_->OpenRecordset(u"Q");
+    database_->Execute(u"DELETE FROM Q WHERE A = 5");
+    rows->MoveLast();
+    EXPECT_EQ(rows->Fields(u"A").Value(), Value(4));
+    EXPECT_EQ(rows->RecordCount(), 4);
 }
 
 TEST_F(DatabaseTest, TableDefs) {

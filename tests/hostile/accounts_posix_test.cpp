@@ -9,6 +9,7 @@
 
 #include "core/log.h"
 #include "core/text.h"
+#include "jet/common_journal.h"
 #include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/tables.h"
@@ -270,6 +271,17 @@ TEST_F(AccountsTest, AJournalCountsByItsOwner) {
 }
 
 // A commit that fails before it has overwritten anything needs no room to be undone, and shuts nobody out.
+// A change of several files is undone by nobody who may not write them.
+TEST_F(AccountsTest, ACommonJournalCountsByItsOwner) {
+    Set(file_, kTeacher, 0644);
+    const auto database = FileSystem::Native().Open(file_, OpenMode::ReadOnly);
+    const jet::CommonJournal common(FileSystem::Native(), {file_}, *database, false);
+    const fs::path path = jet::CommonJournal::UsualPath(file_);
+    EXPECT_TRUE(jet::CommonJournal::InForce(FileSystem::Native(), common.GetName(), *database));
+    Set(path, kCandidate, 0644);
+    EXPECT_FALSE(jet::CommonJournal::InForce(FileSystem::Native(), common.GetName(), *database));
+}
+
 TEST_F(AccountsTest, AfterAFullDiskOthersRead) {
     Set(file_, kTeacher, 0644);
     for (const bool durable : {false, true}) {

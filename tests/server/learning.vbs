@@ -28,13 +28,17 @@ For i = 1 To 6
     If i = 1 Then ok = r.Update(id, "D1", "000002", 2, "8", "", "") Else ok = r.Update(id, "D1", "000002", 4, "1", "", "")
 Next
 
+Function Hundredths(rate)
+    Hundredths = Int(CDbl(rate) * 100 + 0.5) / 100
+End Function
+
 s.ClientPath = Folder: s.UserId = 1: s.SubjectCode = 24
 Check "Init of statistics", s.Init(message), True
 Check "Load", s.Load(), True
 Check "TrainTimes", s.TrainTimes, CLng(6)
 Check "PassTimes", s.PassTimes, CLng(1)
 Check "QuestionTimes", s.QuestionTimes, CLng(12)
-Check "AverageRate", CDbl(Round(CDbl(s.AverageRate), 2)), 46.67
+Check "AverageRate", Hundredths(s.AverageRate), 46.67
 Check "BestRate", s.BestRate, CSng(100)
 Check "LastRate", s.LastRate, CSng(100)
 CheckTrue "Trend", s.Trend > 5
@@ -43,11 +47,11 @@ CheckTrue "between its bounds", low < rate And rate < high
 Check "GroupCount", s.GroupCount(4), CLng(2)
 Check "GroupName", s.GroupName(4, 2), "难度 3"
 Check "GroupTimes", s.GroupTimes(4, 2), CLng(6)
-Check "GroupRate", CDbl(Round(CDbl(s.GroupRate(4, 2)), 2)), 91.67
+Check "GroupRate", Hundredths(s.GroupRate(4, 2)), 91.67
 Check "no such group", s.GroupName(4, 3), ""
 Check "ItemCount", s.ItemCount, CLng(2)
 Check "an item", s.ItemDataCode(1) & s.ItemRecNo(1) & s.ItemTimes(1), "D10000016"
-Check "ItemFacility", CDbl(Round(CDbl(s.ItemFacility(1)), 2)), 16.67
+Check "ItemFacility", Hundredths(s.ItemFacility(1)), 16.67
 CheckTrue "ItemDiscrimination", s.ItemDiscrimination(1) > 0
 s.Exclude id
 Check "Load again", s.Load(), True

@@ -33,7 +33,7 @@ protected:
 
     std::string Script(const std::string& text) {
         const auto path = folder_.Path() / "script.sql";
-        std::ofstream(path) << text;
+        std::ofstream(path, std::ios::binary) << text;
         return path.string();
     }
 
