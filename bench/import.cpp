@@ -44,8 +44,8 @@ Bytes Picture(std::mt19937& random) {
     for (const char unit : {'I', 'D', 'A', 'T'}) bytes.push_back(static_cast<std::uint8_t>(unit));
     for (std::size_t i = 0; i < kPictureBytes + 4; ++i) bytes.push_back(static_cast<std::uint8_t>(random()));
     put(0);
-    for (const int unit : {'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82})
-        bytes.push_back(static_cast<std::uint8_t>(unit));
+    for (const std::uint8_t unit : Bytes{'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82})
+        bytes.push_back(unit);
     return bytes;
 }
 
@@ -71,32 +71,6 @@ void MakeFile(const fs::path& file) {
         out << "</question>\n";
     }
     out << "</quiz>\n";
-}
-
-struct Use {
-    double seconds = 0;
-    double mebibytes = 0;
-};
-
-// In a process of its own, so that one does not show the memory of the other.
-Use Measure(const std::function<void()>& body) {
-    Use use;
-    rusage usage{};
-    int status = 1;
-    use.seconds = Seconds([&] {
-        const pid_t child = fork();
-        if (child == 0) {
-            body();
-            _exit(0);
-        }
-        wait4(child, &status, 0, &usage);
-    });
-    if (status != 0) {
-        std::fprintf(stderr, "a workload failed\n");
-        std::exit(1);
-    }
-    use.mebibytes = static_cast<double>(usage.ru_maxrss) / 1024;
-    return use;
 }
 
 void Ours(const fs::path& folder, const fs::path& file) {

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,6 +13,7 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 extern char** environ;
 
@@ -28,6 +32,32 @@ double BestOf(int runs, Body body) {
     double best = Seconds(body);
     while (--runs > 0) best = std::min(best, Seconds(body));
     return best;
+}
+
+struct Use {
+    double seconds = 0;
+    double mebibytes = 0;
+};
+
+// In a process of its own, so that one workload does not show the memory of another.
+inline Use Measure(const std::function<void()>& body) {
+    Use use;
+    rusage usage{};
+    int status = 1;
+    use.seconds = Seconds([&] {
+        const pid_t child = fork();
+        if (child == 0) {
+            body();
+            _exit(0);
+        }
+        wait4(child, &status, 0, &usage);
+    });
+    if (status != 0) {
+        std::fprintf(stderr, "a workload failed\n");
+        std::exit(1);
+    }
+    use.mebibytes = static_cast<double>(usage.ru_maxrss) / 1024;
+    return use;
 }
 
 struct ProgramRun {

@@ -24,32 +24,6 @@ constexpr int kIndexRows = 2'000'000;
 constexpr int kBigRows = 260'000;         // with a page each
 constexpr std::size_t kBigValue = 3'900;  // bytes
 
-struct Use {
-    double seconds = 0;
-    double mebibytes = 0;
-};
-
-// In a process of its own, so that one workload does not show the memory of another.
-Use Measure(const std::function<void()>& body) {
-    Use use;
-    rusage usage{};
-    int status = 1;
-    use.seconds = Seconds([&] {
-        const pid_t child = fork();
-        if (child == 0) {
-            body();
-            _exit(0);
-        }
-        wait4(child, &status, 0, &usage);
-    });
-    if (status != 0) {
-        std::fprintf(stderr, "a workload failed\n");
-        std::exit(1);
-    }
-    use.mebibytes = static_cast<double>(usage.ru_maxrss) / 1024;
-    return use;
-}
-
 void Print(const char* name, const Use& ours, const Use& theirs) {
     std::printf("%-44s %6.1f MiB here, %6.1f MiB SQLite, time %.2f of SQLite's\n", name, ours.mebibytes,
                 theirs.mebibytes, ours.seconds / theirs.seconds);

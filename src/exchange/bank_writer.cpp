@@ -5,29 +5,12 @@
 #include "core/error.h"
 #include "core/files.h"
 #include "dao/dao.h"
+#include "dao/transaction.h"
 #include "exchange/bank_file.h"
 #include "exchange/bank_rows.h"
 
 namespace qmtrain::exchange {
 namespace {
-
-// Undone unless it is committed.
-class Transaction {
-public:
-    Transaction() { dao::Engine::Instance().BeginTrans(); }
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-    ~Transaction() {
-        if (open_) dao::Engine::Instance().Rollback();
-    }
-    void Commit() {
-        open_ = false;
-        dao::Engine::Instance().CommitTrans();
-    }
-
-private:
-    bool open_ = true;
-};
 
 // An empty bank in which the tables of our own banks are known. One that stands there already is taken only when it
 // is empty: an import that was killed has left it.
@@ -111,7 +94,7 @@ void CarryOut(std::u16string_view folder, const ImportPlan& plan, std::span<cons
     if (plan.is_new) made.emplace(file, plan.bank);
     {
         // Record sets and databases close before the transaction is undone.
-        Transaction transaction;
+        dao::Transaction transaction;
         const dao::Connection database(file);
         BankRows rows(*database.operator->(), plan.bank.code);
         WriteQuestions(rows, plan, questions, choice, progress);

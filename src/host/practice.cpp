@@ -9,10 +9,10 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "core/utilities.h"
+#include "dao/transaction.h"
 #include "host/overview.h"
 #include "host/people.h"
 #include "host/schema.h"
-#include "host/transaction.h"
 #include "host/unfinished.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
@@ -286,7 +286,7 @@ void Practice::Record(const Outcome& outcome) {
         ->Execute(u"Update TrainInfo Set UseTime=" + ToText(outcome.seconds_used) + OfTraining(train_id_));
     TrainResult result;
     result.ClientPath(folder_.path);
-    Transaction transaction;
+    dao::Transaction transaction;
     for (std::size_t i = 0; i < states_.size(); ++i) {
         const PaperQuestion& place = Place(i);
         const Mark& mark = outcome.questions[i].mark;

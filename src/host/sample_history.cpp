@@ -10,10 +10,10 @@
 #include "core/text.h"
 #include "core/utilities.h"
 #include "dao/dao.h"
+#include "dao/transaction.h"
 #include "host/papers.h"
 #include "host/sample_data.h"
 #include "host/sample_questions.h"
-#include "host/transaction.h"
 #include "notes/note.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
@@ -140,7 +140,7 @@ public:
         const Date start{day + std::floor(candidate_.Between(8 * 60, 20 * 60)) / (24 * 60)};
         const std::int32_t id = train_.AddNewTrain(start, user_, paper.theory_no, paper.operation_no, paper.subject);
         if (id == -1) Fail(u"无法记录新的练习。");
-        Transaction transaction;
+        dao::Transaction transaction;
         float score = 0;
         for (const PaperQuestion& question : paper.questions) score += RecordResult(id, question);
         transaction.Commit();

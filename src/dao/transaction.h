@@ -1,25 +1,25 @@
 // A transaction over all open databases, undone when it is not committed.
 #pragma once
 
-#include "dao/dao.h"
+#include "dao/engine.h"
 
-namespace qmtrain::host {
+namespace qmtrain::dao {
 
 class Transaction {
 public:
-    Transaction() { dao::Engine::Instance().BeginTrans(); }
+    Transaction() { Engine::Instance().BeginTrans(); }
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
     ~Transaction() {
-        if (open_) dao::Engine::Instance().Rollback();
+        if (open_) Engine::Instance().Rollback();
     }
     void Commit() {
         open_ = false;
-        dao::Engine::Instance().CommitTrans();
+        Engine::Instance().CommitTrans();
     }
 
 private:
     bool open_ = true;
 };
 
-}  // namespace qmtrain::host
+}  // namespace qmtrain::dao
