@@ -8,6 +8,7 @@
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "host/papers.h"
 #include "host/people.h"
 #include "host/sample_questions.h"
 
@@ -49,11 +50,6 @@ void ReadQuestions(const std::u16string& file, Bank& bank, bool by_subject) {
         }
         if (numbers.empty()) bank.questions.erase(*kind);
     }
-}
-
-std::int32_t NextNumber(dao::Connection& host, const std::u16string& of) {
-    const auto rows = host->OpenRecordset(u"Select Max(" + of);
-    return LongOr(rows->Fields(0).Value(), 0) + 1;
 }
 
 void RequirePlan(const Bank& bank, const PaperPlan& plan) {
@@ -121,20 +117,7 @@ std::int32_t ComposePaper(const DataFolder& folder, const Bank& bank, const Pape
     std::int32_t paper_no = 0;
     dao::Connection host(folder.Host());
     host->Atomically([&] {
-        paper_no = NextNumber(host, u"PaperNo) From Papers");
-        const auto papers = host->OpenRecordset(u"Select Top 1 * From Papers");
-        papers->AddNew();
-        papers->Fields(u"PaperNo").Value(paper_no);
-        papers->Fields(u"SubjectCode").Value(bank.subject);
-        papers->Fields(u"Title").Value(plan.title);
-        // Trainings know their paper by these: no other one of the subject may have the same.
-        papers->Fields(u"TheoryNo")
-            .Value(NextNumber(host, u"TheoryNo) From Papers Where SubjectCode=" + ToText(bank.subject)));
-        papers->Fields(u"OperationNo").Value(std::int32_t{0});
-        papers->Fields(u"Minutes").Value(plan.minutes);
-        papers->Update();
-        std::int32_t number = 0;
-        const auto rows = host->OpenRecordset(u"Select Top 1 * From PaperQuestions");
+        Paper paper{.subject = bank.subject, .title = plan.title, .minutes = plan.minutes};
         for (const Usual& usual : kUsual) {
             const auto wanted = plan.counts.find(usual.kind);
             const auto has = bank.questions.find(usual.kind);
@@ -143,18 +126,12 @@ std::int32_t ComposePaper(const DataFolder& folder, const Bank& bank, const Pape
             std::shuffle(drawn.begin(), drawn.end(), random);
             drawn.resize(std::min(drawn.size(), static_cast<std::size_t>(wanted->second)));
             for (const std::u16string& rec_no : drawn) {
-                rows->AddNew();
-                rows->Fields(u"PaperNo").Value(paper_no);
-                rows->Fields(u"QuestionNo").Value(++number);
-                rows->Fields(u"QuestionType").Value(RowOf(usual.kind).type);
-                rows->Fields(u"DataCode").Value(bank.code);
-                rows->Fields(u"RecNo").Value(rec_no);
-                rows->Fields(u"Score").Value(usual.score);
-                rows->Fields(u"Distin").Value(std::int32_t{1});
-                rows->Fields(u"Difficult").Value(std::int32_t{1});
-                rows->Update();
+                paper.questions.push_back(
+                    {.type = RowOf(usual.kind).type, .data_code = bank.code, .rec_no = rec_no, .score = usual.score});
             }
         }
+        WritePaper(*host.operator->(), paper);
+        paper_no = paper.number;
     });
     return paper_no;
 }

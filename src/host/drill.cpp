@@ -16,11 +16,6 @@ namespace {
 
 constexpr float kScoreWhenUnknown = 2;
 
-std::int32_t NextNumber(dao::Database& host, const std::u16string& what) {
-    const auto rows = host.OpenRecordset(u"Select Max(" + what);
-    return LongOr(rows->Fields(0).Value(), 0) + 1;
-}
-
 // What papers say of the marking of an operation question.
 std::u16string KeywordsOf(dao::Database& host, const DrillQuestion& question) {
     RequireNoQuote(question.data_code);
@@ -32,32 +27,7 @@ std::u16string KeywordsOf(dao::Database& host, const DrillQuestion& question) {
 
 void Write(dao::Database& host, Paper& paper) {
     host.Atomically([&] {
-        paper.number = NextNumber(host, u"PaperNo) From Papers");
-        // Trainings know their paper by these: no other one of the subject may have the same.
-        paper.theory_no = NextNumber(host, u"TheoryNo) From Papers Where SubjectCode=" + ToText(paper.subject));
-        const auto papers = host.OpenRecordset(u"Select Top 1 * From Papers");
-        papers->AddNew();
-        papers->Fields(u"PaperNo").Value(paper.number);
-        papers->Fields(u"SubjectCode").Value(paper.subject);
-        papers->Fields(u"Title").Value(paper.title);
-        papers->Fields(u"TheoryNo").Value(paper.theory_no);
-        papers->Fields(u"OperationNo").Value(std::int32_t{0});
-        papers->Fields(u"Minutes").Value(std::int32_t{0});
-        papers->Update();
-        const auto rows = host.OpenRecordset(u"Select Top 1 * From PaperQuestions");
-        for (const PaperQuestion& question : paper.questions) {
-            rows->AddNew();
-            rows->Fields(u"PaperNo").Value(paper.number);
-            rows->Fields(u"QuestionNo").Value(question.number);
-            rows->Fields(u"QuestionType").Value(question.type);
-            rows->Fields(u"DataCode").Value(question.data_code);
-            rows->Fields(u"RecNo").Value(question.rec_no);
-            rows->Fields(u"Score").Value(question.score);
-            rows->Fields(u"Distin").Value(question.distin);
-            rows->Fields(u"Difficult").Value(question.difficult);
-            rows->Fields(u"Keywords").Value(question.keywords);
-            rows->Update();
-        }
+        WritePaper(host, paper);
         host.Execute(u"Insert Into DrillPapers Values (" + ToText(paper.number) + u")");
     });
 }

@@ -62,43 +62,22 @@ void RequireHead(std::u16string_view title, std::int32_t minutes) {
     if (minutes < 1 || minutes > 600) Refuse(u"考试时间应当是 1 到 600 分钟。");
 }
 
-std::int32_t OneMore(dao::Database& host, const std::u16string& of) {
-    const auto rows = host.OpenRecordset(u"Select Max(" + of);
-    return LongOr(rows->Fields(0).Value(), 0) + 1;
-}
-
 std::int32_t AddPaper(const DataFolder& folder, std::int32_t subject, std::u16string_view title, std::int32_t minutes,
                       const std::vector<Drawn>& questions) {
     const dao::Connection host(folder.Host());
     std::int32_t paper_no = 0;
     host->Atomically([&] {
-        paper_no = OneMore(*host.operator->(), u"PaperNo) From Papers");
-        const auto papers = host->OpenRecordset(u"Select Top 1 * From Papers");
-        papers->AddNew();
-        papers->Fields(u"PaperNo").Value(paper_no);
-        papers->Fields(u"SubjectCode").Value(subject);
-        papers->Fields(u"Title").Value(std::u16string(title));
-        // Trainings know their paper by these: no other one of the subject may have the same.
-        papers->Fields(u"TheoryNo")
-            .Value(OneMore(*host.operator->(), u"TheoryNo) From Papers Where SubjectCode=" + ToText(subject)));
-        papers->Fields(u"OperationNo").Value(std::int32_t{0});
-        papers->Fields(u"Minutes").Value(minutes);
-        papers->Update();
-        std::int32_t number = 0;
-        const auto rows = host->OpenRecordset(u"Select Top 1 * From PaperQuestions");
+        Paper paper{.subject = subject, .title = std::u16string(title), .minutes = minutes};
         for (const Drawn& one : questions) {
-            rows->AddNew();
-            rows->Fields(u"PaperNo").Value(paper_no);
-            rows->Fields(u"QuestionNo").Value(++number);
-            rows->Fields(u"QuestionType").Value(RowOf(one.kind).type);
-            rows->Fields(u"DataCode").Value(one.data_code);
-            rows->Fields(u"RecNo").Value(one.rec_no);
-            rows->Fields(u"Score").Value(one.points);
-            rows->Fields(u"Distin").Value(std::int32_t{1});
-            rows->Fields(u"Difficult").Value(std::max(1, one.difficulty));
-            if (!one.keywords.empty()) rows->Fields(u"Keywords").Value(one.keywords);
-            rows->Update();
+            paper.questions.push_back({.type = RowOf(one.kind).type,
+                                       .data_code = one.data_code,
+                                       .rec_no = one.rec_no,
+                                       .score = one.points,
+                                       .difficult = std::max(1, one.difficulty),
+                                       .keywords = one.keywords});
         }
+        WritePaper(*host.operator->(), paper);
+        paper_no = paper.number;
     });
     return paper_no;
 }

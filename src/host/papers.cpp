@@ -67,6 +67,11 @@ std::vector<Paper> Papers(const DataFolder& folder, const std::u16string& condit
     return papers;
 }
 
+std::int32_t NextNumber(dao::Database& host, const std::u16string& of) {
+    const auto rows = host.OpenRecordset(u"Select Max(" + of);
+    return LongOr(rows->Fields(0).Value(), 0) + 1;
+}
+
 std::optional<Paper> First(std::vector<Paper> papers) {
     if (papers.empty()) return std::nullopt;
     return std::move(papers.front());
@@ -132,6 +137,37 @@ std::vector<ui::RichText> OptionTexts(const TextCollection* options) {
 }
 
 }  // namespace
+
+void WritePaper(dao::Database& host, Paper& paper) {
+    paper.number = NextNumber(host, u"PaperNo) From Papers");
+    // Trainings know their paper by these: no other one of the subject may have the same.
+    paper.theory_no = NextNumber(host, u"TheoryNo) From Papers Where SubjectCode=" + ToText(paper.subject));
+    const auto papers = host.OpenRecordset(u"Select Top 1 * From Papers");
+    papers->AddNew();
+    papers->Fields(u"PaperNo").Value(paper.number);
+    papers->Fields(u"SubjectCode").Value(paper.subject);
+    papers->Fields(u"Title").Value(paper.title);
+    papers->Fields(u"TheoryNo").Value(paper.theory_no);
+    papers->Fields(u"OperationNo").Value(paper.operation_no);
+    papers->Fields(u"Minutes").Value(paper.minutes);
+    papers->Update();
+    std::int32_t number = 0;
+    const auto rows = host.OpenRecordset(u"Select Top 1 * From PaperQuestions");
+    for (PaperQuestion& question : paper.questions) {
+        question.number = ++number;
+        rows->AddNew();
+        rows->Fields(u"PaperNo").Value(paper.number);
+        rows->Fields(u"QuestionNo").Value(question.number);
+        rows->Fields(u"QuestionType").Value(question.type);
+        rows->Fields(u"DataCode").Value(question.data_code);
+        rows->Fields(u"RecNo").Value(question.rec_no);
+        rows->Fields(u"Score").Value(question.score);
+        rows->Fields(u"Distin").Value(question.distin);
+        rows->Fields(u"Difficult").Value(question.difficult);
+        if (!question.keywords.empty()) rows->Fields(u"Keywords").Value(question.keywords);
+        rows->Update();
+    }
+}
 
 float Paper::FullScore() const {
     float sum = 0;

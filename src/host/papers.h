@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "dao/dao.h"
 #include "host/data_folder.h"
 #include "host/marking.h"
 #include "ui/document/rich_text.h"
@@ -22,7 +23,7 @@ struct PaperQuestion {
     float score = 0;
     std::int32_t distin = 1;
     std::int32_t difficult = 1;
-    std::u16string keywords;
+    std::u16string keywords = {};
 };
 
 struct Paper {
@@ -32,7 +33,7 @@ struct Paper {
     std::int32_t theory_no = 0;
     std::int32_t operation_no = 0;
     std::int32_t minutes = 0;
-    std::vector<PaperQuestion> questions;
+    std::vector<PaperQuestion> questions = {};
 
     float FullScore() const;
 };
@@ -40,6 +41,10 @@ struct Paper {
 // -1 means every subject. Raise what the engine raises.
 std::vector<Paper> PapersOf(const DataFolder& folder, std::int32_t subject);
 std::optional<Paper> FindPaper(const DataFolder& folder, std::int32_t number);
+
+// Writes a new paper; gives it a number, one for its trainings to know it by, and its questions theirs. Requires: in a
+// change of the host's database that is done or undone as a whole.
+void WritePaper(dao::Database& host, Paper& paper);
 
 // The questions of these numbers alone; all of them when there are none.
 Paper OnlyQuestions(Paper paper, const std::vector<std::int32_t>& numbers);
