@@ -5,6 +5,8 @@
 
 #include "core/error.h"
 #include "dao/jet_database.h"
+#include "dao/jet_engine.h"
+#include "dao/system_engine.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -36,6 +38,10 @@ std::unique_ptr<SystemEngine> ChosenEngine() {
 }
 #endif
 
+Engine::Engine() : own_(std::make_unique<JetEngine>()) {}
+
+Engine::~Engine() = default;
+
 Engine& Engine::Instance() {
     static Engine engine;
     return engine;
@@ -63,25 +69,25 @@ bool Engine::HasSystem() const {
 
 std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only) {
     if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only);
-    return own_.OpenDatabase(name, read_only);
+    return own_->OpenDatabase(name, read_only);
 }
 
-std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name) {
-    return own_.CreateDatabase(name);
+std::shared_ptr<Database> Engine::CreateDatabase(std::u16string_view name) {
+    return own_->CreateDatabase(name);
 }
 
 void Engine::BeginTrans() {
     if (SystemEngine* system = System()) system->BeginTrans();
-    own_.BeginTrans();
+    own_->BeginTrans();
 }
 
 // The machine's engine commits when ours has everything on the disk and can still go back.
 void Engine::CommitTrans() {
     SystemEngine* system = System();
-    if (system == nullptr) return own_.CommitTrans();
+    if (system == nullptr) return own_->CommitTrans();
     bool done = false;
     try {
-        own_.CommitTrans([&] {
+        own_->CommitTrans([&] {
             system->CommitTrans();
             done = true;
         });
@@ -96,11 +102,11 @@ void Engine::Rollback() {
         try {
             system->Rollback();
         } catch (...) {
-            own_.Rollback();
+            own_->Rollback();
             throw;
         }
     }
-    own_.Rollback();
+    own_->Rollback();
 }
 
 }  // namespace qmtrain::dao

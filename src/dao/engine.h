@@ -4,13 +4,11 @@
 #include <memory>
 #include <string_view>
 
-#include "dao/jet_engine.h"
-#include "dao/system_engine.h"
-
 namespace qmtrain::dao {
 
 class Database;
-class JetDatabase;
+class JetEngine;
+class SystemEngine;
 
 class Engine {
 public:
@@ -19,13 +17,14 @@ public:
 
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
+    ~Engine();
 
     // Opens a database file; a folder stands for the "Total.mdb" in it. Raises FileNotFound, UnknownFormat,
     // PasswordInvalid, FileDamaged …, and what ChosenEngine() raises.
     std::shared_ptr<Database> OpenDatabase(std::u16string_view name, bool read_only = false);
 
     // Makes a new, empty database in the General order, always with our own engine. Raises DatabaseExists.
-    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name);
+    std::shared_ptr<Database> CreateDatabase(std::u16string_view name);
 
     // Transactions over the databases that this thread has opened; they nest. A database that is opened meanwhile takes
     // part. A commit that fails has undone the transaction in all of them. CommitTrans and Rollback raise
@@ -46,13 +45,13 @@ public:
     bool HasSystem() const;
 
 private:
-    Engine() = default;
+    Engine();
 
     // The machine's engine if databases are to be opened with it. Its objects belong to the apartment in which they
     // were made, so each thread has its own.
     SystemEngine* System();
 
-    JetEngine own_;
+    std::unique_ptr<JetEngine> own_;
 };
 
 }  // namespace qmtrain::dao

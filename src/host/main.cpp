@@ -46,6 +46,7 @@ int Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    UseParentsConsole();
     const Utf8Streams streams;
     try {
         return Run(ParseOptions(CommandLineWords(argc, argv)));

@@ -10,10 +10,10 @@
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "host/about_dialog.h"
 #include "host/ask.h"
 #include "host/form_dialog.h"
 #include "host/look.h"
-#include "host/options.h"
 #include "host/practice_window.h"
 #include "host/sample_data.h"
 #include "host/schema.h"
@@ -300,7 +300,7 @@ void MainWindow::BuildMenu() {
     bar->Append(practice, ui::ToWx(u"练习(&T)"));
     auto* help = new wxMenu;
     add(help, u"考生须知(&I)\tF1", [this] { ShowRules(); });
-    add(help, u"关于(&A)", [this] { ui::Inform(this, std::u16string(kTitle) + u"\n" + FromUtf8(kVersion), u"关于"); });
+    add(help, u"关于(&A)…", [this] { AboutDialog(this).ShowModal(); });
     bar->Append(help, ui::ToWx(u"帮助(&L)"));
     SetMenuBar(bar);
 }
