@@ -32,7 +32,7 @@ public:
         V_DATE(&date.value_) = days;
         return date;
     }
-    Argument(const Argument& other) : Argument() { VariantCopy(&value_, &other.value_); }
+    Argument(const Argument& other) : Argument() { VariantCopy(&value_, const_cast<VARIANT*>(&other.value_)); }
     Argument& operator=(const Argument&) = delete;
     ~Argument() { VariantClear(&value_); }
 

@@ -19,7 +19,7 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(5);  // for a program that is just starting
+constexpr auto kPatience = std::chrono::seconds(30);  // for a program that is just starting, on a machine that is busy
 constexpr char kShown = '.';
 
 class Socket {
