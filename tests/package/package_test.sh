@@ -19,8 +19,8 @@ runs() {
   local data
   data=$(mktemp -d -p "$folder")
   [ "$(env -u DISPLAY -u WAYLAND_DISPLAY "$1" "$data")" = "1 21600" ] || fail "$1 has not recorded the practice"
-  [ "$(grep -c 函数名 "$data/QmTrainInfo.Log")" = 1 ] && grep -q "$2" "$data/QmTrainInfo.Log" ||
-    fail "$1: $(cat "$data/QmTrainInfo.Log")"
+  [ "$(grep -c 函数名 "$data/QmTrainInfo.Log")" = 1 ] || fail "$1: $(cat "$data/QmTrainInfo.Log")"
+  grep -q "$2" "$data/QmTrainInfo.Log" || fail "$1: $(cat "$data/QmTrainInfo.Log")"
 }
 without_windows=没有可以显示的训练历史窗口
 without_display=显示设备

@@ -15,7 +15,10 @@ fail() {
 host() { timeout 120 "$emulator" "$program" "$@"; }
 sql() { "$emulator" "$jetsql" "$@" | tr -d '\r'; }
 # is_picture FILE: a PNG that is more than one plain colour.
-is_picture() { [ "$(head -c 4 "$1" | tail -c 3)" = PNG ] && [ "$(stat -c %s "$1")" -gt 5000 ] || fail "$1 is no picture"; }
+is_picture() {
+  [ "$(head -c 4 "$1" | tail -c 3)" = PNG ] || fail "$1 is no picture"
+  [ "$(stat -c %s "$1")" -gt 5000 ] || fail "$1 is empty"
+}
 
 echo "the user's own folder"
 rm -rf "$WINEPREFIX"/drive_c/users/*/AppData/Local/qmtrain
