@@ -24,8 +24,12 @@ if (!train.Init("")) {
     WScript.Quit(1);
 }
 
-var now = new Date();
-var id = train.AddNewTrain(new Date(now.getTime() - 3600000).getVarDate(), UserId, 3, 0, SubjectCode);
+// Dates are days since 1899-12-30, local time.
+function daysOf(date) {
+    return (date.getTime() / 60000 - date.getTimezoneOffset()) / 1440 + 25569;
+}
+var now = daysOf(new Date());
+var id = train.AddNewTrain(now - 1 / 24, UserId, 3, 0, SubjectCode);
 if (id === -1) {
     WScript.Echo("训练没有记录，原因见日志。");
     WScript.Quit(1);
@@ -33,7 +37,7 @@ if (id === -1) {
 var result = new ActiveXObject("QmTrainInfo.TrainResult");
 result.ClientPath = folder;
 result.Add(id, 1, "D1", "0001001", 2, 2, "2", "", "", 1, 1, 1);
-train.Update(id, now.getVarDate(), 2);
+train.Update(id, now, 2);
 WScript.Echo("训练号 " + id + " 已记录。");
 
 train.UserId = UserId;

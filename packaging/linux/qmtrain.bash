@@ -15,7 +15,7 @@ _qmtrain() {
         --user | --subject | --paper | --trainings) return ;;
     esac
     if [[ $word == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(qmtrain --help 2> /dev/null | grep -o -e '--[a-z]*')" -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W "$(qmtrain --help 2> /dev/null | grep -o -e '--[a-z]*' | sort -u)" -- "$word")
     else
         mapfile -t COMPREPLY < <(compgen -W "$(qmtrain --help 2> /dev/null |
             sed -n 's/^  \([a-z][a-z-]*\)[[:space:]].*/\1/p')" -- "$word")

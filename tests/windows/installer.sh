@@ -68,15 +68,19 @@ same() { # BEFORE AFTER
 }
 
 "$wine" wineboot --init >/dev/null 2>&1
-"$wine" setup.exe /S "/D=C:\\first start" || fail "the first installation"  # what the system makes at first stays out of the comparison
-uninstall "C:\\first start" "$drive/first start"
+"$wine" setup.exe /S "/D=C:\\first" || fail "the first installation"  # what the system makes at first stays out of the comparison
+uninstall "C:\\first" "$drive/first"
 snapshot before
 
 echo "for one user, in silence"
 "$wine" setup.exe /S || fail "the installation: $?"
 user=$(echo "$drive"/users/*/AppData/Local/Programs/QmTrainInfo)
 installed "$user"
-classes
+# Wine finds no class of a user alone; the entries of both word sizes are looked at instead.
+for view in 32 64; do
+  "$wine" reg query 'HKCU\Software\Classes\CLSID\{4C2127E8-64EF-4AE2-9ED0-8A2DA0E2DA11}\InprocServer32' /ve "/reg:$view" |
+    grep -qi 'QmTrainInfo\\x[68].*\.dll' || fail "the class for $view bits"
+done
 "$wine" "$user/x64/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 64 bits"
 "$wine" "$user/x86/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 32 bits"
 "$wine" "$user/x86/qmtrain.exe" seed --data data
@@ -84,6 +88,17 @@ classes
 compgen -G "$drive/users/*/AppData/Roaming/Microsoft/Windows/Start Menu/Programs/QmTrainInfo/*.lnk" >/dev/null ||
   fail "no entries in the start menu"
 "$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null || fail "not in the list of programs"
+
+uninstall "$user" "$user"
+snapshot after
+same before after
+
+echo "for all users, in a folder of their own"
+"$wine" setup.exe /S /AllUsers '/D=C:\Everybody' || fail "the installation for all users"
+installed "$drive/Everybody"
+classes
+"$wine" reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' /reg:64 >/dev/null ||
+  fail "not in the machine's list of programs"
 
 echo "again, over a library in use"
 cat >hold.vbs <<'SCRIPT'
@@ -95,26 +110,13 @@ SCRIPT
 "$wine" cscript //nologo hold.vbs >held &
 holder=$!
 for _ in $(seq 60); do grep -q held held && break; sleep 0.5; done
-touch -d 2001-01-01 "$user/x64/QmTrainInfo.dll"
-"$wine" setup.exe /S || fail "the installation over a library in use"
+touch -d 2001-01-01 "$drive/Everybody/x64/QmTrainInfo.dll"
+"$wine" setup.exe /S /AllUsers || fail "the installation over a library in use"
 wait "$holder" || fail "the program that used the library"
 grep -q AC held || fail "the program that used the library: $(cat held)"
-[ "$(stat -c %Y "$user/x64/QmTrainInfo.dll")" -gt "$(date -d 2002-01-01 +%s)" ] || fail "the library is the old one"
+[ "$(stat -c %Y "$drive/Everybody/x64/QmTrainInfo.dll")" -gt "$(date -d 2002-01-01 +%s)" ] || fail "the library is the old one"
 classes
-mkdir -p "$drive/users/data"
-uninstall "$user" "$user"
-no_classes
-rmdir "$drive/users/data"
-snapshot after
-same before after
-
-echo "for all users, in a folder of their own"
-"$wine" setup.exe /S /AllUsers '/D=C:\All of us' || fail "the installation for all users"
-installed "$drive/All of us"
-classes
-"$wine" reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' /reg:64 >/dev/null ||
-  fail "not in the machine's list of programs"
-uninstall 'C:\All of us' "$drive/All of us"
+uninstall 'C:\Everybody' "$drive/Everybody"
 no_classes
 snapshot after
 same before after

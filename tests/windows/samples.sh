@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The samples of hosts, on the library that is registered for the user: each records or counts practices on one database.
+# The samples of hosts, on the library that is registered for the machine (Wine finds no class of a user alone): each
+# records or counts practices on one database.
 # usage: samples.sh SOURCES EMULATOR BUILD
 set -euo pipefail
 
@@ -10,7 +11,7 @@ fail() {
   exit 1
 }
 server=$build/src/server/QmTrainInfo.dll
-registered() { (cd "$(dirname "$server")" && "$emulator" regsvr32 /s "$@" /n /i:user "$(basename "$server")"); }
+registered() { (cd "$(dirname "$server")" && "$emulator" regsvr32 /s "$@" /n /i:machine "$(basename "$server")"); }
 leave() {
   registered /u || true
   rm -rf "$folder"
