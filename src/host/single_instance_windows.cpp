@@ -25,7 +25,8 @@ struct HandleCloser {
 
 // Of one folder, whatever way leads to it.
 std::wstring NameOf(std::u16string_view folder) {
-    const std::u16string real = FoldName(FromNativePath(absolute(FileSystem::Native().RealPath(ToNativePath(folder)))));
+    const std::u16string real =
+        FoldName(FromNativePath(absolute(FileSystem::Native().RealPath(ToNativePath(folder))).lexically_normal()));
     return L"qmtrain-" + std::to_wstring(std::hash<std::u16string>()(real));
 }
 

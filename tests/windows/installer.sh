@@ -19,7 +19,9 @@ drive=$WINEPREFIX/drive_c
 snapshot() {
   "$wine" regedit /E "Z:$folder\\$1.reg" >/dev/null 2>&1
   iconv -f UTF-16 -t UTF-8 "$1.reg" | tr -d '\r' | awk '
-    /^\[/ { key = $0; print; next }
+    /^\[/ { key = $0 }
+    key ~ /Control.Video|Temporary System Parameters/ { next }
+    /^\[/ { print; next }
     /^"/ && key !~ /Explorer|MountPoints|FontSubst|Fonts|Nls|Cryptography|HardwareId|VOLATILE|CurrentVersion\\Time|hardware|HARDWARE|Enum|Class|DirectX/ { print key " " $0 }
     /^"/ && key ~ /QmTrainInfo|4C2127E8/ { print key " " $0 }' | sort -u >"$1.keys"
   (cd "$drive" && find . -path ./windows -prune -o -path './users/*/Temp' -prune -o -path './users/*/AppData/Local/Temp' -prune -o -print | sort) >"$1.files"

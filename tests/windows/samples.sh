@@ -41,6 +41,6 @@ iconv -f GB18030 -t UTF-8 said | grep -qF "不存在Client.mdb" || fail "$(cat s
 registered /u
 for program in sample_late sample_host; do
   if "$emulator" "$build/samples/$program.exe" data >said 2>&1; then fail "$program without the class"; fi
-  grep -qi 80040154 said || fail "$program: $(cat said)"
+  grep -qiE '80040154|800401F3' said || fail "$program: $(cat said)"
 done
 echo "all is well"
