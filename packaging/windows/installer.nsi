@@ -367,6 +367,9 @@ Section un.Everything
   RMDir "$INSTDIR\x64"
   RMDir "$INSTDIR\x86"
   RMDir "$INSTDIR"
+  ${If} $all_users == 0
+    RMDir "$LOCALAPPDATA\Programs"  ; stays when it has anything in it
+  ${EndIf}
   Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
   RMDir "$SMPROGRAMS\QmTrainInfo"
   DeleteRegKey SHCTX "${KEY}"
