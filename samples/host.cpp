@@ -1,6 +1,6 @@
-// A host in C++: shows the training history and hears which paper the candidate wants to take again.
+// A host in C++: counts the trainings, shows their history, and hears which paper the candidate wants to take again.
 //
-//   host FOLDER
+//   host FOLDER [nowindows]
 //
 // FOLDER holds Client.mdb and the question banks. qmtraininfo.h is what widl or midl make of qmtraininfo.idl.
 #include <cstdio>
@@ -38,13 +38,37 @@ public:
     }
 };
 
+constexpr long kUser = 1;
+constexpr long kSubject = 24;
+
+// How many trainings there are; nothing is raised here, what fails has an HRESULT.
+HRESULT CountTrainings(const wchar_t* folder, long& times) {
+    ITrainInfo* train = nullptr;
+    HRESULT result = CoCreateInstance(CLSID_TrainInfo, nullptr, CLSCTX_INPROC_SERVER, IID_ITrainInfo,
+                                      reinterpret_cast<void**>(&train));
+    if (FAILED(result)) return result;
+    BSTR path = SysAllocString(folder);
+    BSTR message = nullptr;
+    VARIANT_BOOL opened = VARIANT_FALSE;
+    result = train->put_ClientPath(path);
+    if (SUCCEEDED(result)) result = train->Init(&message, &opened);
+    if (SUCCEEDED(result) && opened == VARIANT_FALSE) result = E_FAIL;
+    train->put_UserId(kUser);
+    train->put_SubjectCode(kSubject);
+    if (SUCCEEDED(result)) result = train->GetTrainTimes(&times);
+    SysFreeString(message);
+    SysFreeString(path);
+    train->Release();
+    return result;
+}
+
 void ShowHistory(IUITrain* train, const wchar_t* folder) {
     BSTR path = SysAllocString(folder);
     train->put_ClientPath(path);
     train->put_DataMdbPath(path);
     SysFreeString(path);
-    train->put_UserId(1);
-    train->put_SubjectCode(24);
+    train->put_UserId(kUser);
+    train->put_SubjectCode(kSubject);
 
     HistoryEvents events;
     IConnectionPointContainer* container = nullptr;
@@ -64,20 +88,25 @@ void ShowHistory(IUITrain* train, const wchar_t* folder) {
 }  // namespace
 
 int wmain(int argument_count, wchar_t** arguments) {
-    if (argument_count != 2) {
-        std::fputws(L"usage: host FOLDER\n", stderr);
+    const bool windows = argument_count == 2;
+    if (!windows && (argument_count != 3 || std::wstring(arguments[2]) != L"nowindows")) {
+        std::fputws(L"usage: host FOLDER [nowindows]\n", stderr);
         return 2;
     }
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    IUITrain* train = nullptr;
-    const HRESULT created =
-        CoCreateInstance(CLSID_UITrain, nullptr, CLSCTX_INPROC_SERVER, IID_IUITrain, reinterpret_cast<void**>(&train));
-    if (SUCCEEDED(created)) {
-        ShowHistory(train, arguments[1]);
-        train->Release();
-    } else {
-        std::fprintf(stderr, "QmTrainInfo.UITrain cannot be created: 0x%08lX\n", static_cast<unsigned long>(created));
+    long times = 0;
+    HRESULT result = CountTrainings(arguments[1], times);
+    if (SUCCEEDED(result)) std::printf("%ld trainings\n", times);
+    IUITrain* history = nullptr;
+    if (SUCCEEDED(result) && windows) {
+        result = CoCreateInstance(CLSID_UITrain, nullptr, CLSCTX_INPROC_SERVER, IID_IUITrain,
+                                  reinterpret_cast<void**>(&history));
     }
+    if (history != nullptr) {
+        ShowHistory(history, arguments[1]);
+        history->Release();
+    }
+    if (FAILED(result)) std::fprintf(stderr, "failed: 0x%08lX\n", static_cast<unsigned long>(result));
     CoUninitialize();
-    return SUCCEEDED(created) ? 0 : 1;
+    return SUCCEEDED(result) ? 0 : 1;
 }

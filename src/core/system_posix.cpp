@@ -40,6 +40,8 @@ bool IsTerminal(std::FILE* stream) {
     return isatty(fileno(stream)) != 0;
 }
 
+void UseParentsConsole() {}
+
 Utf8Streams::Utf8Streams() = default;
 Utf8Streams::~Utf8Streams() = default;
 

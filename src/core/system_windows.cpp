@@ -79,6 +79,14 @@ bool IsTerminal(std::FILE* stream) {
     return _isatty(_fileno(stream)) != 0;
 }
 
+void UseParentsConsole() {
+    const bool console = AttachConsole(ATTACH_PARENT_PROCESS) != 0;
+    for (std::FILE* stream : {stdout, stderr}) {
+        if (_fileno(stream) < 0) static_cast<void>(std::freopen(console ? "CONOUT$" : "NUL", "w", stream));
+    }
+    if (_fileno(stdin) < 0) static_cast<void>(std::freopen("NUL", "r", stdin));
+}
+
 Utf8Streams::Utf8Streams() : before_(GetConsoleOutputCP()) {
     SetConsoleOutputCP(CP_UTF8);
     for (std::FILE* stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);

@@ -7,6 +7,8 @@
 #include "core/files.h"
 #include "dao/database_settings.h"
 #include "dao/jet_database.h"
+#include "dao/jet_engine.h"
+#include "dao/system_engine.h"
 #include "jet/compact.h"
 #include "jet/database.h"
 #include "jet/repair.h"
@@ -41,6 +43,10 @@ std::unique_ptr<SystemEngine> ChosenEngine() {
 }
 #endif
 
+Engine::Engine() : own_(std::make_unique<JetEngine>()) {}
+
+Engine::~Engine() = default;
+
 Engine& Engine::Instance() {
     static Engine engine;
     return engine;
@@ -69,7 +75,7 @@ bool Engine::HasSystem() const {
 std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only, std::u16string_view connect,
                                                LinkRights links) {
     if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only, connect);
-    return own_.OpenDatabase(name, read_only, connect, links);
+    return own_->OpenDatabase(name, read_only, connect, links);
 }
 
 void Engine::SetOwnUse(const OwnUse& use) {
@@ -82,9 +88,9 @@ Engine::OwnUse Engine::GetOwnUse() const {
     return own_use_;
 }
 
-std::shared_ptr<JetDatabase> Engine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
-                                                    std::int32_t options) {
-    return own_.CreateDatabase(name, locale, options);
+std::shared_ptr<Database> Engine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
+                                                 std::int32_t options) {
+    return own_->CreateDatabase(name, locale, options);
 }
 
 void Engine::CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale,
@@ -99,16 +105,16 @@ void Engine::RepairDatabase(std::u16string_view name, std::u16string_view connec
 
 void Engine::BeginTrans() {
     if (SystemEngine* system = System()) system->BeginTrans();
-    own_.BeginTrans();
+    own_->BeginTrans();
 }
 
 // The machine's engine commits when ours has everything on the disk and can still go back.
 void Engine::CommitTrans() {
     SystemEngine* system = System();
-    if (system == nullptr) return own_.CommitTrans();
+    if (system == nullptr) return own_->CommitTrans();
     bool done = false;
     try {
-        own_.CommitTrans([&] {
+        own_->CommitTrans([&] {
             system->CommitTrans();
             done = true;
         });
@@ -123,11 +129,11 @@ void Engine::Rollback() {
         try {
             system->Rollback();
         } catch (...) {
-            own_.Rollback();
+            own_->Rollback();
             throw;
         }
     }
-    own_.Rollback();
+    own_->Rollback();
 }
 
 }  // namespace qmtrain::dao

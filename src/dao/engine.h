@@ -7,14 +7,13 @@
 #include <string_view>
 
 #include "core/work.h"
-#include "dao/jet_engine.h"
-#include "dao/system_engine.h"
 #include "dao/types.h"
 
 namespace qmtrain::dao {
 
 class Database;
-class JetDatabase;
+class JetEngine;
+class SystemEngine;
 
 class Engine {
 public:
@@ -23,6 +22,7 @@ public:
 
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
+    ~Engine();
 
     // Opens a database file; a folder stands for the "Total.mdb" in it. `connect`: ";PWD=" and the password of one that
     // has a password. Raises FileNotFound, UnknownFormat, PasswordInvalid, FileDamaged …, and what ChosenEngine()
@@ -41,8 +41,8 @@ public:
 
     // Makes a new, empty database, always with our own engine; see database_settings.h for the locale and the options.
     // Raises DatabaseExists.
-    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
-                                                std::int32_t options = 0);
+    std::shared_ptr<Database> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
+                                             std::int32_t options = 0);
 
     // Copies a database that nobody is changing into a new file, without what has gathered in the old one, in another
     // version, sort order or encoding, or with another password. `password`: ";PWD=" and that of the source. The source
@@ -73,13 +73,13 @@ public:
     bool HasSystem() const;
 
 private:
-    Engine() = default;
+    Engine();
 
     // The machine's engine if databases are to be opened with it. Its objects belong to the apartment in which they
     // were made, so each thread has its own.
     SystemEngine* System();
 
-    JetEngine own_;
+    std::unique_ptr<JetEngine> own_;
     mutable std::mutex mutex_;
     OwnUse own_use_;
 };

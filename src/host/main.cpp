@@ -62,6 +62,7 @@ int Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    UseParentsConsole();
     const Utf8Streams streams;
     try {
         const CommandWords words = CommandLineWords(argc, argv);

@@ -10,12 +10,12 @@
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "host/about_dialog.h"
 #include "host/analysis_window.h"
 #include "host/ask.h"
 #include "host/bank_menu.h"
 #include "host/form_dialog.h"
 #include "host/look.h"
-#include "host/options.h"
 #include "host/practice_window.h"
 #include "host/review_schedule.h"
 #include "host/review_window.h"
@@ -327,7 +327,7 @@ void MainWindow::BuildMenu() {
         ui::ToWx(u"题库(&B)"));
     auto* help = new wxMenu;
     add(help, u"考生须知(&I)\tF1", [this] { ShowRules(); });
-    add(help, u"关于(&A)", [this] { ui::Inform(this, std::u16string(kTitle) + u"\n" + FromUtf8(kVersion), u"关于"); });
+    add(help, u"关于(&A)…", [this] { AboutDialog(this).ShowModal(); });
     bar->Append(help, ui::ToWx(u"帮助(&L)"));
     SetMenuBar(bar);
 }

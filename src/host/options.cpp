@@ -57,6 +57,7 @@ const char* const kHelp =
     "  --version          显示版本\n";
 
 const char* const kVersion = "qmtrain " QMTRAIN_VERSION "\n";
+const char* const kVersionNumber = QMTRAIN_VERSION;
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
     Options options;

@@ -29,5 +29,6 @@ Options ParseOptions(const std::vector<std::string>& arguments);
 
 extern const char* const kHelp;
 extern const char* const kVersion;
+extern const char* const kVersionNumber;
 
 }  // namespace qmtrain::host

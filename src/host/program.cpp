@@ -17,6 +17,7 @@
 #include "host/practice_window.h"
 #include "host/sample_data.h"
 #include "host/schema.h"
+#include "host/single_instance.h"
 #include "host/unfinished.h"
 #include "ui/message_box.h"
 #include "ui/screenshot.h"
@@ -94,7 +95,7 @@ void PractiseOne(const DataFolder& folder, const Options& options) {
     if (!options.screenshot.empty()) Discard(folder, practice.TrainID());  // nobody has practised
 }
 
-void Open(const DataFolder& folder, const Options& options) {
+void Open(const DataFolder& folder, const Options& options, SingleInstance* instance) {
     if (options.command == "practice") return PractiseOne(folder, options);
     if (options.user_named && !options.command.empty()) RequireCandidate(folder, options.user);
     const bool main = options.command.empty();  // the other windows take every number, -1 for all
@@ -111,6 +112,7 @@ void Open(const DataFolder& folder, const Options& options) {
         window->Destroy();
     } else {
         window->Show();
+        if (instance != nullptr) instance->Serve(*window);
         wxTheApp->SetExitOnFrameDelete(true);
         wxTheApp->OnRun();
     }
@@ -124,11 +126,19 @@ int RunWindows(const Options& options) {
         return 1;
     }
     const DataFolder folder{options.data};
+    std::optional<SingleInstance> instance;
+    if (options.command.empty() && options.screenshot.empty()) {
+        instance.emplace(options.data);
+        if (!instance->IsFirst()) {
+            if (instance->ShowFirst()) return 0;
+            instance.reset();  // it hangs, which is no reason for this one to do so
+        }
+    }
     try {
         if (!Prepare(folder, options.screenshot.empty())) return 1;
         std::optional<Photographer> photographer;
         if (!options.screenshot.empty()) photographer.emplace(options.screenshot);
-        Open(folder, options);
+        Open(folder, options, instance ? &*instance : nullptr);
         return photographer && photographer->Failed() ? 1 : 0;
     } catch (const AutomationError& error) {
         if (options.screenshot.empty()) ui::Inform(nullptr, error.Description(), kTitle);

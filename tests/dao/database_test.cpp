@@ -51,8 +51,8 @@ TEST_F(DatabaseTest, AFailingStatementChangesNothing) {
 
 TEST_F(DatabaseTest, VersionsPasswordsAndCopies) {
     Engine& engine = Engine::Instance();
-    const auto old =
-        engine.CreateDatabase(Name(u"Old.mdb"), std::u16string(kChineseLocale) + u";pwd=Schule", kVersion30);
+    const auto old = std::static_pointer_cast<JetDatabase>(
+        engine.CreateDatabase(Name(u"Old.mdb"), std::u16string(kChineseLocale) + u";pwd=Schule", kVersion30));
     EXPECT_EQ(old->Storage().GetVersion(), jet::Version::Jet3);
     old->ExecuteScript(u"CREATE TABLE T (笔 LONG)");
     old->Close();
@@ -335,7 +335,8 @@ TEST_F(DatabaseTest, ReferencesAndDefaults) {
 // Keys that are alike for longer than an index page of the old form can leave out, in bulk and over rows that are
 // there.
 TEST_F(DatabaseTest, LongKeysAndBlanksInOldFiles) {
-    const auto old = Engine::Instance().CreateDatabase(Name(u"Long.mdb"), kGeneralLocale, kVersion30);
+    const auto old = std::static_pointer_cast<JetDatabase>(
+        Engine::Instance().CreateDatabase(Name(u"Long.mdb"), kGeneralLocale, kVersion30));
     old->ExecuteScript(
         u"CREATE TABLE S (ID LONG, A TEXT(255), B TEXT(255)); CREATE TABLE T (ID LONG, A TEXT(255), B TEXT(255));"
         u"CREATE INDEX I ON T (A, B); CREATE TABLE Blank (K TEXT(20)); CREATE INDEX I ON Blank (K);"

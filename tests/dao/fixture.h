@@ -21,7 +21,8 @@ namespace qmtrain::dao {
 
 class DaoTest : public testing::Test {
 protected:
-    DaoTest() : database_(Engine::Instance().CreateDatabase(Name(u"Client.mdb"))) {
+    DaoTest()
+        : database_(std::static_pointer_cast<JetDatabase>(Engine::Instance().CreateDatabase(Name(u"Client.mdb")))) {
         database_->Execute(
             u"CREATE TABLE TrainInfo (TrainID COUNTER PRIMARY KEY, UserID LONG NOT NULL, StartDate DATETIME,"
             u" Score SINGLE DEFAULT 0, Remark TEXT(10), Content MEMO)");

@@ -3,7 +3,7 @@
 
 need_cross_tools() {
   need_packages cmake ninja-build make dpkg-dev g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools \
-    wine64 libwine-dev
+    wine64 libwine-dev nsis
 }
 
 # build_for x64|x86 [CMAKE OPTION…] -- [TARGET…]

@@ -6,6 +6,8 @@ source tools/windows/wxwidgets.sh
 source tools/windows/cross.sh
 # shellcheck source=tools/windows/wine32.sh
 source tools/windows/wine32.sh
+# shellcheck source=tools/windows/package.sh
+source tools/windows/package.sh
 
 # This machine's jetsql, with which Windows programs exchange files; the tests find it in QMTRAIN_NATIVE_JETSQL.
 native_jetsql() {
@@ -14,6 +16,23 @@ native_jetsql() {
     -DBUILD_TESTING=OFF >&2
   cmake --build build/native --target jetsql >&2
   export QMTRAIN_NATIVE_JETSQL=$PWD/build/native/tools/jetsql/jetsql
+}
+
+# The installer of what has been built, in a Windows with both word sizes.
+test_installer() {
+  local root
+  windows_installer || return 1
+  # The machine's locale would be that of the root, too; it has none.
+  local command=(env WINEPREFIX="$PWD/build/wine-installer" WINEDEBUG=-all WINEARCH=win64 "WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe="
+    LC_ALL=C.UTF-8 xvfb-run -a tests/windows/installer.sh "$PWD/tools/windows/wine_both" "$PWD/build/QmTrainInfo-setup.exe")
+  rm -rf build/wine-installer
+  if compgen -G '/usr/lib/*/wine/i386-unix/ntdll.so' >/dev/null; then
+    "${command[@]}"
+  elif root=$(wine_both_root); then
+    with_wine_root "$root" "${command[@]}"
+  else
+    say "SKIPPED: the installer. build/QmTrainInfo-setup.exe is made; nothing here runs it."
+  fi
 }
 
 # Wine's server at times drops a program as it starts; such a program gets a second try.
@@ -37,11 +56,12 @@ test_windows() {
     xvfb-run -a ctest --preset windows-x86 -j "$(nproc)" --repeat until-pass:2 "$@" || failed=1
   elif wait "$making"; then
     build_for x86 -DBUILD_TESTING=ON --
-    with_wine32 "$(<"$root")" xvfb-run -a ctest --preset windows-x86 -j "$(nproc)" --repeat until-pass:2 "$@" || failed=1
+    with_wine_root "$(<"$root")" xvfb-run -a ctest --preset windows-x86 -j "$(nproc)" --repeat until-pass:2 "$@" || failed=1
   else
-    build_for x86 -DBUILD_TESTING=OFF -- qmtrain_server
+    build_for x86 -DBUILD_TESTING=OFF -- qmtrain_server qmtrain jetsql
     say "SKIPPED: the tests in 32 bits. The 32-bit library is built; nothing here runs it."
   fi
   rm -f "$root"
+  test_installer || failed=1
   return "$failed"
 }

@@ -1,0 +1,146 @@
+#!/usr/bin/env bash
+# The installer, in a Windows of its own that runs programs of both word sizes: what it puts where, that classes can be
+# created in both, what it refuses, what an update does with a library in use, and that nothing of ours is left behind.
+# usage: installer.sh WINE SETUP.EXE
+set -euo pipefail
+
+wine=$1 setup=$2
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+fail() {
+  echo "FAILED: $*" >&2
+  exit 1
+}
+cd "$folder"
+cp "$setup" setup.exe
+drive=$WINEPREFIX/drive_c
+
+# The registry and the files but for what the system itself writes all the time.
+snapshot() {
+  "$wine" regedit /E "Z:$folder\\$1.reg" >/dev/null 2>&1
+  iconv -f UTF-16 -t UTF-8 "$1.reg" | tr -d '\r' | awk '
+    /^\[/ { key = $0 }
+    key ~ /Control.Video|Temporary System Parameters/ { next }
+    /^\[/ { print; next }
+    /^"/ && key !~ /Explorer|MountPoints|FontSubst|Fonts|Nls|Cryptography|HardwareId|VOLATILE|CurrentVersion\\Time|hardware|HARDWARE|Enum|Class|DirectX/ { print key " " $0 }
+    /^"/ && key ~ /QmTrainInfo|4C2127E8/ { print key " " $0 }' | sort -u >"$1.keys"
+  (cd "$drive" && find . -path ./windows -prune -o -path './users/*/Temp' -prune -o -path './users/*/AppData/Local/Temp' -prune -o -print | sort) >"$1.files"
+}
+installed() { # FOLDER
+  local name
+  for name in x64/QmTrainInfo.dll x86/QmTrainInfo.dll x64/qmtrain.exe x86/jetsql.exe QmTrainInfo.tlb samples/practice.vbs \
+    uninstall.exe; do
+    [ -e "$1/$name" ] || fail "$name is not in $1"
+  done
+  [ ! -e "$1/new~" ] || fail "what the installation wrote first is still there"
+}
+cat >classes.vbs <<'SCRIPT'
+For Each Name In Array("Utilities", "TrainInfo", "TrainResult", "NCREUser", "SubjectInfo", "DataInfo", "QuestionItem", _
+                       "QuestionType", "FillAnswer", "Note", "UITrain", "UIManageNotes")
+    Set Made = CreateObject("QmTrainInfo." & Name)
+Next
+WScript.Echo CreateObject("QmTrainInfo.Utilities").GetChoiceAnswerString(5)
+SCRIPT
+classes() { # all of them in both word sizes
+  local system
+  for system in system32 syswow64; do
+    [ "$("$wine" "C:\\windows\\$system\\cscript.exe" //nologo classes.vbs | tr -d '\r')" = AC ] ||
+      fail "the classes with the script host of $system"
+  done
+}
+no_classes() {
+  local system
+  for system in system32 syswow64; do
+    if "$wine" "C:\\windows\\$system\\cscript.exe" //nologo classes.vbs >said 2>&1; then
+      fail "classes are there after the uninstallation ($system)"
+    fi
+  done
+}
+uninstall() { # WINDOWS-FOLDER: its program goes on as a copy, so that it can remove itself
+  "$wine" "$1\\uninstall.exe" /S
+  for _ in $(seq 60); do
+    [ -e "$2/uninstall.exe" ] || return 0
+    sleep 0.5
+  done
+  fail "the uninstaller is still there"
+}
+same() { # BEFORE AFTER
+  diff "$1.keys" "$2.keys" >changes || fail "keys are left behind:"$'\n'"$(head -n 20 changes)"
+  diff "$1.files" "$2.files" >changes || fail "files are left behind:"$'\n'"$(head -n 20 changes)"
+}
+
+"$wine" wineboot --init >/dev/null 2>&1
+"$wine" setup.exe /S "/D=C:\\first" || fail "the first installation"  # what the system makes at first stays out of the comparison
+uninstall "C:\\first" "$drive/first"
+snapshot before
+
+echo "for one user, in silence"
+"$wine" setup.exe /S || fail "the installation: $?"
+user=$(echo "$drive"/users/*/AppData/Local/Programs/QmTrainInfo)
+installed "$user"
+# Wine finds no class of a user alone; the entries of both word sizes are looked at instead.
+for view in 32 64; do
+  "$wine" reg query 'HKCU\Software\Classes\CLSID\{4C2127E8-64EF-4AE2-9ED0-8A2DA0E2DA11}\InprocServer32' /ve "/reg:$view" |
+    grep -qi 'QmTrainInfo\\x[68].*\.dll' || fail "the class for $view bits"
+done
+"$wine" "$user/x64/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 64 bits"
+"$wine" "$user/x86/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 32 bits"
+"$wine" "$user/x86/qmtrain.exe" seed --data data
+"$wine" "$user/x86/qmtrain.exe" --data data --screenshot host.png || fail "the host's window"
+compgen -G "$drive/users/*/AppData/Roaming/Microsoft/Windows/Start Menu/Programs/QmTrainInfo/*.lnk" >/dev/null ||
+  fail "no entries in the start menu"
+"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null || fail "not in the list of programs"
+
+uninstall "$user" "$user"
+snapshot after
+same before after
+
+echo "for all users, in a folder of their own"
+"$wine" setup.exe /S /AllUsers '/D=C:\Everybody' || fail "the installation for all users"
+installed "$drive/Everybody"
+classes
+"$wine" reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' /reg:64 >/dev/null ||
+  fail "not in the machine's list of programs"
+
+echo "again, over a library in use"
+cat >hold.vbs <<'SCRIPT'
+Set Held = CreateObject("QmTrainInfo.Utilities")
+WScript.Echo "held"
+WScript.Sleep 20000
+WScript.Echo Held.GetChoiceAnswerString(5)
+SCRIPT
+"$wine" cscript //nologo hold.vbs >held &
+holder=$!
+for _ in $(seq 60); do grep -q held held && break; sleep 0.5; done
+touch -d 2001-01-01 "$drive/Everybody/x64/QmTrainInfo.dll"
+"$wine" setup.exe /S /AllUsers || fail "the installation over a library in use"
+wait "$holder" || fail "the program that used the library"
+grep -q AC held || fail "the program that used the library: $(cat held)"
+[ "$(stat -c %Y "$drive/Everybody/x64/QmTrainInfo.dll")" -gt "$(date -d 2002-01-01 +%s)" ] || fail "the library is the old one"
+classes
+uninstall 'C:\Everybody' "$drive/Everybody"
+no_classes
+snapshot after
+same before after
+
+echo "where it cannot"
+small=$folder/small
+mkdir "$small"
+if mount -t tmpfs -o size=8m tmpfs "$small" 2>/dev/null; then
+  status=0
+  "$wine" setup.exe /S "/D=Z:${small//\//\\}" || status=$?
+  umount "$small"
+  [ "$status" -eq 2 ] || fail "a full disk: exit code $status"
+fi
+touch "$folder/file"
+status=0
+"$wine" setup.exe /S "/D=Z:${folder//\//\\}\\file" || status=$?
+[ "$status" -eq 2 ] || fail "a folder that cannot be made: exit code $status"
+"$wine" winecfg -v winxp
+status=0
+"$wine" setup.exe /S || status=$?
+"$wine" winecfg -v win10
+[ "$status" -eq 2 ] || fail "Windows XP: exit code $status"
+snapshot after
+same before after
+echo "all is well"
