@@ -6,12 +6,12 @@ wxwidgets_cache() { printf '%s\n' "${XDG_CACHE_HOME:-$HOME/.cache}/qmtrain"; }
 
 wxwidgets_version() { apt-cache show libwxgtk3.2-dev | sed -n 's/^Version: //p' | head -n 1; }
 
-# Static, with the core and base libraries only. Pictures are decoded by Windows itself.
+# Static, with the core, base and rich text libraries only. Pictures are decoded by Windows itself.
 wxwidgets_options=(
   --disable-shared --enable-unicode --disable-debug --enable-optimise --disable-compat30 --without-subdirs
   --disable-sys-libs --without-libpng --without-libjpeg --without-libtiff --without-zlib --without-expat
   --without-liblzma --without-regex --without-opengl --disable-xrc --disable-html --disable-aui --disable-ribbon
-  --disable-propgrid --disable-richtext --disable-stc --disable-mediactrl --disable-webview --disable-sockets --disable-svg --disable-webrequest --disable-debugreport
+  --disable-propgrid --enable-richtext --disable-stc --disable-mediactrl --disable-webview --disable-sockets --disable-svg --disable-webrequest --disable-debugreport
   --disable-precomp-headers
 )
 
