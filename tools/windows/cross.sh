@@ -14,7 +14,9 @@ build_for() {
     x64) target=x86_64-w64-mingw32 ;;
     x86) target=i686-w64-mingw32 ;;
   esac
-  local toolkit
+  local toolkit libraries
   toolkit=$(wxwidgets "$target")
-  build "windows-$word_size" -DQMTRAIN_WINDOWS=ON -DQMTRAIN_WXWIDGETS="$toolkit" "$@"
+  libraries=$(exchange_libraries "$target")
+  build "windows-$word_size" -DQMTRAIN_WINDOWS=ON -DQMTRAIN_WXWIDGETS="$toolkit" \
+    -DQMTRAIN_LIBRARIES="$libraries" "$@"
 }

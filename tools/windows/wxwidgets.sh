@@ -1,10 +1,7 @@
-# wxWidgets for Windows, cross-built from Debian's source package; sourced by build.sh.
+# wxWidgets for Windows, cross-built from Debian's source package; sourced by build.sh and by ./test.
 # shellcheck shell=bash
-
-# Where built libraries stay for the next time.
-wxwidgets_cache() { printf '%s\n' "${XDG_CACHE_HOME:-$HOME/.cache}/qmtrain"; }
-
-wxwidgets_version() { apt-cache show libwxgtk3.2-dev | sed -n 's/^Version: //p' | head -n 1; }
+# shellcheck source=tools/windows/libraries.sh
+source tools/windows/libraries.sh
 
 # Static, with the core, base and rich text libraries only. Pictures are decoded by Windows itself.
 wxwidgets_options=(
@@ -15,32 +12,17 @@ wxwidgets_options=(
   --disable-precomp-headers
 )
 
-# The source package's folder under $1. The machine's own list of package sources is left as it is.
-wxwidgets_source() {
-  local place=$1 apt
-  mkdir -p "$place/lists/partial" "$place/cache/archives/partial" "$place/sources"
-  cp /etc/apt/sources.list.d/*.sources "$place/sources" 2>/dev/null || true
-  sed -i 's/^Types:.*/Types: deb-src/' "$place"/sources/*.sources 2>/dev/null || true
-  cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list 2>/dev/null | sed -n 's/^deb /deb-src /p' \
-    >"$place/sources/plain.list"
-  apt=(apt-get -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$place/sources"
-    -o "Dir::State::lists=$place/lists" -o "Dir::Cache=$place/cache" -o APT::Sandbox::User=)
-  "${apt[@]}" update >&2 || say "apt-get update failed; trying with the indexes that are there"
-  (cd "$place" && "${apt[@]}" source wxwidgets3.2 >&2) || return 1
-  printf '%s\n' "$place"/wxwidgets3.2-*/
-}
-
 # Prints the folder of the library for a compiler prefix such as x86_64-w64-mingw32, and builds it if need be.
 wxwidgets() {
   local target=$1 key installed work source
-  key=$(printf '%s ' "$(wxwidgets_version)" "$("$target-g++-posix" -dumpfullversion)" "${wxwidgets_options[@]}" |
+  key=$(printf '%s ' "$(debian_version libwxgtk3.2-dev)" "$("$target-g++-posix" -dumpfullversion)" "${wxwidgets_options[@]}" |
     sha256sum | cut -c 1-12)
-  installed=$(wxwidgets_cache)/wx-$target-$key
+  installed=$(libraries_cache)/wx-$target-$key
   if [ ! -x "$installed/bin/wx-config" ]; then
     say "Building wxWidgets for $target (once; some minutes)"
     work=$(mktemp -d)
-    source=$(wxwidgets_source "$work") || { say "Debian's source of wxWidgets could not be fetched"; return 1; }
-    mkdir -p "$work/build" "$(wxwidgets_cache)"
+    source=$(debian_source "$work" wxwidgets3.2) || { say "Debian's source of wxWidgets could not be fetched"; return 1; }
+    mkdir -p "$work/build" "$(libraries_cache)"
     if ! (
       cd "$work/build"
       "$source/configure" --host="$target" --prefix="$installed" CC="$target-gcc-posix" CXX="$target-g++-posix" \
