@@ -3,11 +3,11 @@
 # shellcheck source=tools/windows/libraries.sh
 source tools/windows/libraries.sh
 
-# Static, with the core, base and rich text libraries only. Pictures are decoded by Windows itself.
+# Static, with the core, base and rich text libraries and what these need. Pictures are decoded by Windows itself.
 wxwidgets_options=(
   --disable-shared --enable-unicode --disable-debug --enable-optimise --disable-compat30 --without-subdirs
   --disable-sys-libs --without-libpng --without-libjpeg --without-libtiff --without-zlib --without-expat
-  --without-liblzma --without-regex --without-opengl --disable-xrc --disable-html --disable-aui --disable-ribbon
+  --without-liblzma --without-regex --without-opengl --disable-xrc --enable-html --disable-aui --disable-ribbon
   --disable-propgrid --enable-richtext --disable-stc --disable-mediactrl --disable-webview --disable-sockets --disable-svg --disable-webrequest --disable-debugreport
   --disable-precomp-headers
 )
