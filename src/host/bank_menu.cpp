@@ -1,15 +1,14 @@
 #include "host/bank_menu.h"
 
-#include <wx/filedlg.h>
-
 #include "core/error.h"
 #include "core/text.h"
 #include "host/bank_window.h"
 #include "host/import_dialog.h"
-#include "host/paper_print.h"
 #include "host/paper_rules.h"
+#include "host/paper_sheet.h"
 #include "host/rules_dialog.h"
 #include "host/work_progress.h"
+#include "report/printing.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
@@ -17,17 +16,6 @@ namespace qmtrain::host {
 namespace {
 
 constexpr std::u16string_view kTitle = u"题库和试卷";
-
-void Print(wxFrame& frame, const DataFolder& folder, const BankMenuHost& host, Answers answers) {
-    const std::optional<Paper> paper = host.selected_paper();
-    if (!paper) return ui::Inform(&frame, u"请先在主窗口中选择一份试卷。", kTitle);
-    const std::u16string name = paper->title + (answers == Answers::With ? u"（带答案）.pdf" : u".pdf");
-    wxFileDialog dialog(&frame, ui::ToWx(u"印成 PDF"), wxString(), ui::ToWx(name), "PDF (*.pdf)|*.pdf",
-                        wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
-    if (dialog.ShowModal() != wxID_OK) return;
-    PrintPaper(folder, host.edition(), *paper, answers, ui::FromWx(dialog.GetPath()));
-    ui::Inform(&frame, u"已印成 " + ui::FromWx(dialog.GetPath()) + u"。", kTitle);
-}
 
 void Pack(wxFrame& frame, const DataFolder& folder, const BankMenuHost& host) {
     const std::optional<Paper> paper = host.selected_paper();
@@ -40,6 +28,39 @@ void Pack(wxFrame& frame, const DataFolder& folder, const BankMenuHost& host) {
                kTitle);
 }
 
+// Tells the user what went wrong.
+void Guarded(wxFrame& frame, const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const AutomationError& error) {
+        ui::Inform(&frame, error.Description(), kTitle);
+    } catch (const exchange::Cancelled&) {
+        ui::Inform(&frame, u"已经停止，没有改动。", kTitle);
+    }
+}
+
+// What is done with the selected paper on paper and in files, and whether the answers stand there as well.
+wxMenu* MakeSheetMenu(wxFrame& frame, const DataFolder& folder, const BankMenuHost& host) {
+    auto* menu = new wxMenu;
+    report::AppendExportItems(*menu);
+    menu->AppendSeparator();
+    wxMenuItem* with_answers = menu->AppendCheckItem(wxID_ANY, ui::ToWx(u"带答案和解析(&A)"));
+    menu->Bind(wxEVT_MENU, [&frame, folder, host, with_answers](wxCommandEvent& event) {
+        Guarded(frame, [&] {
+            const bool ours = report::RunExportItem(&frame, event.GetId(), [&] {
+                const std::optional<Paper> paper = host.selected_paper();
+                if (!paper) RaiseComponentError(u"qmtrain", u"请先在主窗口中选择一份试卷。");
+                WorkProgress progress(&frame, kTitle);
+                return PaperSheet(folder, host.edition(), *paper,
+                                  with_answers->IsChecked() ? Answers::With : Answers::Without,
+                                  progress.Of(u"正在读试题…"));
+            });
+            if (!ours) event.Skip();
+        });
+    });
+    return menu;
+}
+
 }  // namespace
 
 wxMenu* MakeBankMenu(wxFrame& frame, const DataFolder& folder, bool read_only, BankMenuHost host) {
@@ -48,17 +69,7 @@ wxMenu* MakeBankMenu(wxFrame& frame, const DataFolder& folder, bool read_only, B
         wxMenuItem* item = menu->Append(wxID_ANY, ui::ToWx(text));
         item->Enable(!writes || !read_only);
         frame.Bind(
-            wxEVT_MENU,
-            [&frame, action](wxCommandEvent&) {
-                try {
-                    action();
-                } catch (const AutomationError& error) {
-                    ui::Inform(&frame, error.Description(), kTitle);
-                } catch (const exchange::Cancelled&) {
-                    ui::Inform(&frame, u"已经停止，没有改动。", kTitle);
-                }
-            },
-            item->GetId());
+            wxEVT_MENU, [&frame, action](wxCommandEvent&) { Guarded(frame, action); }, item->GetId());
     };
     add(u"题库管理(&M)…\tCtrl+B", false, [&frame, folder, read_only, host] {
         BankWindow(&frame, folder, read_only).ShowModal();
@@ -73,8 +84,7 @@ wxMenu* MakeBankMenu(wxFrame& frame, const DataFolder& folder, bool read_only, B
     });
     add(u"试卷写入网络版试卷库(&N)", true, [&frame, folder, host] { Pack(frame, folder, host); });
     menu->AppendSeparator();
-    add(u"试卷印成 PDF(&P)…", false, [&frame, folder, host] { Print(frame, folder, host, Answers::Without); });
-    add(u"试卷和答案印成 PDF(&A)…", false, [&frame, folder, host] { Print(frame, folder, host, Answers::With); });
+    menu->AppendSubMenu(MakeSheetMenu(frame, folder, host), ui::ToWx(u"试卷打印和导出(&P)"));
     return menu;
 }
 

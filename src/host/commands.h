@@ -2,7 +2,10 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "report/printing.h"
 
 namespace qmtrain::host {
 
@@ -17,5 +20,8 @@ int PaperCommand(const CommandWords& words);
 
 // export-history, export-paper, export-notes.
 int ExportReportCommand(const CommandWords& words);
+
+// Writes it as the others do. Raises the component's error also where PDF files need a display and there is none.
+void WriteReportFile(const report::Report& report, report::Format format, std::u16string_view file);
 
 }  // namespace qmtrain::host

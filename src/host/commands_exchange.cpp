@@ -20,8 +20,8 @@
 #include "host/commands.h"
 #include "host/data_folder.h"
 #include "host/outcome.h"
-#include "host/paper_print.h"
 #include "host/paper_rules.h"
+#include "host/paper_sheet.h"
 #include "host/question_use.h"
 
 namespace qmtrain::host {
@@ -242,6 +242,15 @@ Paper PaperOf(const DataFolder& folder, std::int32_t number) {
     return *std::move(paper);
 }
 
+report::Format SheetFormat(const std::string& file) {
+    const std::pair<const char*, report::Format> endings[] = {
+        {".pdf", report::Format::Pdf}, {".html", report::Format::Html}, {".csv", report::Format::Csv}};
+    for (const auto& [ending, format] : endings) {
+        if (file.ends_with(ending)) return format;
+    }
+    Refuse(u"可以印成 .pdf、.html 和 .csv 文件：" + FromUtf8(file));
+}
+
 // "JC:JC010001=2", "JC010001" for the bank of the record number's first characters.
 ChosenQuestion ChosenOf(const std::string& word) {
     ChosenQuestion chosen;
@@ -325,9 +334,9 @@ int PaperCommand(const CommandWords& words) {
     pack->add_option("--paper", papers, "试卷号，可以有几个")->delimiter(',')->allow_extra_args(false)->required();
     pack->add_option("文件", file, "试卷库文件（默认为数据文件夹中的 LocalPaper.mdb）");
 
-    CLI::App* print = app.add_subcommand("print", "把试卷印成 PDF");
+    CLI::App* print = app.add_subcommand("print", "把试卷印成 PDF 或网页");
     print->add_option("--paper", printed, "试卷号")->required();
-    print->add_option("文件", file, "PDF 文件")->required();
+    print->add_option("文件", file, ".pdf、.html 或 .csv 文件")->required();
     print->add_flag("--answers", answers, "带答案和解析");
     print->add_flag("--net", net, "网络版");
     for (CLI::App* one : {make, pack, print}) one->add_option("--data", data, "数据库所在的文件夹");
@@ -355,8 +364,12 @@ int PaperCommand(const CommandWords& words) {
             const std::size_t count = PackPapers(folder, papers, target);
             Say(u"已写入 " + target + u"：" + ToText(static_cast<std::int64_t>(count)) + u" 题。");
         } else {
-            PrintPaper(folder, net ? Edition::Network : Edition::StandAlone, PaperOf(folder, printed),
-                       answers ? Answers::With : Answers::Without, FromUtf8(file));
+            const report::Format format = SheetFormat(file);
+            TerminalProgress progress(u"正在读试题");
+            const report::Report sheet =
+                PaperSheet(folder, net ? Edition::Network : Edition::StandAlone, PaperOf(folder, printed),
+                           answers ? Answers::With : Answers::Without, progress.Of());
+            WriteReportFile(sheet, format, FromUtf8(file));
             Say(u"已印成 " + FromUtf8(file) + u"。");
         }
         return 0;

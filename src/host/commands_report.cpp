@@ -101,6 +101,13 @@ report::Report MakeReport(const std::string& command, const ExportOptions& optio
 
 }  // namespace
 
+void WriteReportFile(const report::Report& report, report::Format format, std::u16string_view file) {
+    if (format == report::Format::Pdf && report::CanWritePdf() && !ui::StartToolkit(u"qmtrain")) {
+        Fail(u"写 PDF 需要显示设备（没有显示器时可以用 xvfb-run）。");
+    }
+    report::WriteReport(report, format, file);
+}
+
 int ExportReportCommand(const CommandWords& words) {
     const ExportOptions options = Parse(words);
     if (options.common.help) {
@@ -111,8 +118,7 @@ int ExportReportCommand(const CommandWords& words) {
     if (options.common.user_named) RequireCandidate({options.common.data}, options.common.user);
     const report::Report made = MakeReport(words.front(), options);
     if (options.format == "pdf") {
-        if (!ui::StartToolkit(u"qmtrain")) Fail(u"写 PDF 需要显示设备（没有显示器时可以用 xvfb-run）。");
-        report::WritePdf(made, FromUtf8(options.output));
+        WriteReportFile(made, report::Format::Pdf, FromUtf8(options.output));
         return 0;
     }
     const std::string text = options.format == "csv" ? report::ToCsv(made) : report::ToHtml(made);

@@ -40,7 +40,7 @@ const char* const kHelp =
     "  history        打开练习历史窗口\n"
     "  notes          打开笔记管理窗口\n"
     "  import         把文件中的试题导入题库；export：导出题库（各有 --help）\n"
-    "  paper          组卷、打包成网络版试卷库、印成 PDF（make、pack、print）\n"
+    "  paper          组卷、打包成网络版试卷库、印成 PDF 或网页（make、pack、print）\n"
     "  export-history | export-paper | export-notes\n"
     "                 导出练习历史、一份试卷的回顾、笔记（--help 列出选项）\n"
     "\n"

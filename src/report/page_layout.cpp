@@ -22,6 +22,7 @@ constexpr int kMargin = 640;
 constexpr int kHeadRoom = 300;  // of the footer, below the text
 constexpr int kCellMargin = 60;
 constexpr int kSectionGap = 200;
+constexpr int kGapWithoutHeading = 110;
 constexpr std::size_t kLongestCell = 600;  // characters; a row must fit on a page
 constexpr int kTitleHalfPoints = 36;
 constexpr int kHeadingHalfPoints = 25;
@@ -46,7 +47,7 @@ public:
 
     const wxFont& FontOf(const ui::CharacterFormat& format) {
         const bool small = format.script != ui::Script::Normal;
-        const Key key{format.font, format.half_points, format.bold, format.italic, format.underline, small};
+        const Key key{format.font, format.half_points, format.bold, format.italic, small};
         auto found = fonts_.find(key);
         if (found == fonts_.end()) {
             double points = (format.half_points > 0 ? format.half_points : ui::kQuestionHalfPoints) / 2.0;
@@ -54,8 +55,7 @@ public:
             wxFontInfo info(points * kUnitsPerPoint10);
             info.FaceName(ui::ToWx(format.font.empty() ? std::u16string(ui::kQuestionFont) : format.font))
                 .Bold(format.bold)
-                .Italic(format.italic)
-                .Underlined(format.underline);
+                .Italic(format.italic);
             found = fonts_.emplace(key, wxFont(info)).first;
         }
         return found->second;
@@ -92,24 +92,31 @@ public:
     }
     int Pixels(int twips) override { return twips * kUnitsPerInch / ui::kTwipsPerInch; }
 
-    // As fine as a good screen shows it; what cannot be read leaves its place empty.
+    // As fine as printers show it; a decoder that leaves pixels out may leave out half of these. What cannot be read
+    // leaves its place empty.
     const wxBitmap& BitmapOf(const ui::Picture& picture, wxSize size) {
-        wxBitmap& bitmap = bitmaps_[&picture];
-        if (!bitmap.IsOk()) {
-            const wxSize pixels(std::max(1, size.x / 4), std::max(1, size.y / 4));
-            const wxImage image = ui::DecodePicture(picture, pixels);
-            if (image.IsOk()) bitmap = wxBitmap(image);
+        auto found = bitmaps_.find(&picture);
+        if (found == bitmaps_.end()) {
+            const wxImage image = ui::DecodePicture(picture, size);
+            const std::int64_t pixels = image.IsOk() ? std::int64_t{image.GetWidth()} * image.GetHeight() : 0;
+            if (pixels_ + pixels > ui::kMostPixels) {
+                bitmaps_.clear();
+                pixels_ = 0;
+            }
+            pixels_ += pixels;
+            found = bitmaps_.emplace(&picture, image.IsOk() ? wxBitmap(image) : wxBitmap()).first;
         }
-        return bitmap;
+        return found->second;
     }
 
 private:
-    using Key = std::tuple<std::u16string, int, bool, bool, bool, bool>;
+    using Key = std::tuple<std::u16string, int, bool, bool, bool>;
 
     wxBitmap bitmap_;
     wxMemoryDC dc_;
     std::map<Key, wxFont> fonts_;
     std::map<const ui::Picture*, wxBitmap> bitmaps_;
+    std::int64_t pixels_ = 0;  // of all of them
 };
 
 struct PageLayout::Strip {
@@ -133,40 +140,50 @@ struct PageLayout::Strip {
 PageLayout::PageLayout(Report report) : report_(std::move(report)), measurer_(std::make_unique<PrintMeasurer>()) {
     ui::RichText title;
     title.AppendText(report_.title, Format(kTitleHalfPoints, true));
-    AddText(std::move(title), true);
+    AddText(std::move(title), Keep::WithNext);
     if (!report_.subtitle.empty()) {
         ui::RichText subtitle;
         subtitle.AppendText(report_.subtitle, Format(kSmallHalfPoints, false));
-        AddText(std::move(subtitle), true);
+        AddText(std::move(subtitle), Keep::WithNext);
     }
     for (const Section& section : report_.sections) {
-        int gap = kSectionGap;
+        int gap = section.heading.empty() ? kGapWithoutHeading : kSectionGap;
         if (!section.heading.empty()) {
             ui::RichText heading;
             heading.AppendText(section.heading, Format(kHeadingHalfPoints, true));
-            AddText(std::move(heading), true, gap);
+            AddText(std::move(heading), Keep::WithNext, gap);
             gap = kCellMargin;
         }
-        if (section.text.Length() > 0) AddText(section.text, false, gap);
+        if (section.text.Length() > 0) AddText(section.text, section.keep_together ? Keep::Together : Keep::No, gap);
         AddTable(section.table);
+        if (section.room_below > 0) AddRoom(section.room_below);
     }
     Paginate();
 }
 
 PageLayout::~PageLayout() = default;
 
-void PageLayout::AddText(ui::RichText text, bool keeps_with_next, int space_before) {
+void PageLayout::AddText(ui::RichText text, Keep keep, int space_before) {
     const auto kept = std::make_shared<const ui::RichText>(std::move(text));
     const auto layout = std::make_shared<const ui::DocumentLayout>(*kept, kTextWidth, *measurer_);
     const auto& lines = layout->Lines();
+    if (layout->Height() > kTextHeight) keep = Keep::No;
     for (std::size_t i = 0; i < lines.size(); ++i) {
         Strip strip;
         strip.cells.push_back({kept, layout, i, i + 1, 0, kTextWidth});
         strip.height = std::min(lines[i].height, kTextHeight);
-        strip.keeps_with_next = keeps_with_next;
+        strip.keeps_with_next = keep == Keep::WithNext || (keep == Keep::Together && i + 1 < lines.size());
         strip.space_before = i == 0 ? space_before : 0;
         strips_.push_back(std::move(strip));
     }
+}
+
+// Stands with the last line above it, so that nobody writes on another page than he reads.
+void PageLayout::AddRoom(int twips) {
+    if (!strips_.empty()) strips_.back().keeps_with_next = true;
+    Strip strip;
+    strip.height = std::min(measurer_->Pixels(twips), kTextHeight / 2);
+    strips_.push_back(std::move(strip));
 }
 
 void PageLayout::AddTable(const Table& table) {
@@ -234,19 +251,20 @@ void PageLayout::Paginate() {
     }
 }
 
-void PageLayout::Paint(wxDC& dc, int page) const {
+void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
     if (page < 1 || page > PageCount()) return;
     const auto [first, end] = pages_[static_cast<std::size_t>(page - 1)];
     const auto paint_piece = [&](const ui::Piece& piece, const ui::Line& line, int left, int top) {
         const int baseline = top + line.ascent;
         if (piece.run->picture) {
             const wxSize size(piece.width, piece.picture_height);
+            const wxPoint place(left + piece.x, baseline - size.y);
+            if (draw && draw(*piece.run->picture, wxRect(place, size))) return;
             const wxBitmap& bitmap = measurer_->BitmapOf(*piece.run->picture, size);
             if (!bitmap.IsOk()) return;
             wxMemoryDC source;
             source.SelectObjectAsSource(bitmap);
-            dc.StretchBlit(left + piece.x, baseline - size.y, size.x, size.y, &source, 0, 0, bitmap.GetWidth(),
-                           bitmap.GetHeight());
+            dc.StretchBlit(place.x, place.y, size.x, size.y, &source, 0, 0, bitmap.GetWidth(), bitmap.GetHeight());
             return;
         }
         if (piece.text == u"\t" || piece.text == u"\v") return;
@@ -259,6 +277,15 @@ void PageLayout::Paint(wxDC& dc, int page) const {
         dc.SetTextForeground(format.color ? wxColour(format.color->red, format.color->green, format.color->blue)
                                           : *wxBLACK);
         dc.DrawText(ui::ToWx(piece.text), left + piece.x, y);
+        // Not the font's own lines: at this size some fonts' are somewhere else, and as thick as a letter.
+        const int thickness = std::max(1, (height.ascent + height.descent) / 18);
+        const auto stroke = [&](int at) {
+            dc.SetPen(*wxTRANSPARENT_PEN);
+            dc.SetBrush(wxBrush(dc.GetTextForeground()));
+            dc.DrawRectangle(left + piece.x, at, piece.width, thickness);
+        };
+        if (format.underline) stroke(y + height.ascent + height.descent / 3);
+        if (format.strike_out) stroke(y + height.ascent * 2 / 3);
     };
     const auto paint_strip = [&](const Strip& strip, int y) {
         if (strip.is_row) {
@@ -277,6 +304,12 @@ void PageLayout::Paint(wxDC& dc, int page) const {
                 const ui::Line& line = cell.layout->Lines()[i];
                 const auto down = static_cast<int>(line.top - above);
                 if (strip.is_row && down + line.height > strip.height) break;
+                if (line.bullet_of != nullptr) {
+                    dc.SetFont(measurer_->FontOf({}));
+                    dc.SetTextForeground(*wxBLACK);
+                    dc.DrawText(ui::ToWx(line.bullet_of->format.bullet), left + line.bullet_x,
+                                y + inside + down + line.ascent - measurer_->HeightOf({}).ascent);
+                }
                 for (const ui::Piece& piece : line.pieces) paint_piece(piece, line, left, y + inside + down);
             }
         }

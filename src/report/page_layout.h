@@ -1,6 +1,7 @@
 // A report on pages of A4, for the printer, its preview and PDF files.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -18,6 +19,9 @@ inline constexpr int kPageHeight = 11225;
 
 class PrintMeasurer;
 
+// Draws a picture by other means than the device's; false when it cannot.
+using PictureDrawer = std::function<bool(const ui::Picture& picture, const wxRect& where)>;
+
 class PageLayout {
 public:
     explicit PageLayout(Report report);
@@ -28,13 +32,15 @@ public:
     int PageCount() const { return static_cast<int>(pages_.size()); }
 
     // Draws a page, counted from 1, in black on what is there.
-    void Paint(wxDC& dc, int page) const;
+    void Paint(wxDC& dc, int page, const PictureDrawer& draw = {}) const;
 
 private:
     // What stays together: a line of text, or a row of a table.
     struct Strip;
 
-    void AddText(ui::RichText text, bool keeps_with_next = false, int space_before = 0);
+    enum class Keep : std::uint8_t { No, Together, WithNext };
+    void AddText(ui::RichText text, Keep keep, int space_before = 0);
+    void AddRoom(int twips);
     void AddTable(const Table& table);
     void AddRow(const Table& table, const std::vector<std::u16string>& cells, bool header);
     void Paginate();

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 
@@ -10,11 +11,38 @@
 #include "core/files.h"
 #include "report/page_layout.h"
 #include "report/printing.h"
+#include "ui/picture_decoder.h"
 
 namespace qmtrain::report {
 namespace {
 
 constexpr double kPointsPerUnit = 72.0 / kUnitsPerInch;
+
+// The bytes of a JPEG go into the file as they are: nothing is lost, and nothing swells.
+bool DrawJpeg(cairo_t* context, const ui::Picture& picture, const wxRect& where) {
+    const auto size = ui::SizeInPixels(picture);
+    if (picture.kind != ui::Picture::Kind::Jpeg || !size || size->width < 1 || size->height < 1) return false;
+    // Only to be sure that it is one: as small as the decoder makes it.
+    const wxSize small(std::max(1, size->width / 8), std::max(1, size->height / 8));
+    if (!ui::DecodePicture(picture, small).IsOk()) return false;
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_A1, size->width, size->height);
+    auto* bytes = new Bytes(picture.bytes);
+    const cairo_status_t status = cairo_surface_set_mime_data(
+        surface, CAIRO_MIME_TYPE_JPEG, bytes->data(), bytes->size(),
+        [](void* data) { delete static_cast<Bytes*>(data); }, bytes);
+    if (status == CAIRO_STATUS_SUCCESS) {
+        cairo_save(context);
+        cairo_translate(context, where.x, where.y);
+        cairo_scale(context, 1.0 * where.width / size->width, 1.0 * where.height / size->height);
+        cairo_set_source_surface(context, surface, 0, 0);
+        cairo_paint(context);
+        cairo_restore(context);
+    } else {
+        delete bytes;
+    }
+    cairo_surface_destroy(surface);
+    return status == CAIRO_STATUS_SUCCESS;
+}
 
 }  // namespace
 
@@ -37,7 +65,9 @@ void WritePdf(const Report& report, std::u16string_view file) {
         for (int page = 1; page <= layout.PageCount(); ++page) {
             {
                 wxGCDC dc(wxGraphicsContext::CreateFromNative(context.get()));
-                layout.Paint(dc, page);
+                layout.Paint(dc, page, [&](const ui::Picture& picture, const wxRect& where) {
+                    return DrawJpeg(context.get(), picture, where);
+                });
             }
             cairo_show_page(context.get());
         }

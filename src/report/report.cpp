@@ -130,10 +130,23 @@ void AppendRun(const ui::Run& run, std::string& out) {
     out += closed;
 }
 
+void AppendParagraphStart(const ui::ParagraphFormat& format, std::string& out) {
+    std::string style;
+    const auto add = [&](const char* name, const std::string& value) {
+        style += std::string(style.empty() ? "" : ";") + name + ":" + value;
+    };
+    const auto pixels = [](int twips) { return std::to_string(twips / ui::kTwipsPerPixel) + "px"; };
+    if (format.left_indent != 0) add("margin-left", pixels(format.left_indent));
+    if (format.first_line_indent != 0) add("text-indent", pixels(format.first_line_indent));
+    if (format.alignment == ui::Alignment::Center) add("text-align", "center");
+    if (format.alignment == ui::Alignment::Right) add("text-align", "right");
+    out += style.empty() ? "<p>" : "<p style=\"" + style + "\">";
+}
+
 void AppendHtml(const ui::RichText& text, std::string& out) {
     if (text.Length() == 0) return;
     for (const ui::Paragraph& paragraph : text.Paragraphs()) {
-        out += "<p>";
+        AppendParagraphStart(paragraph.format, out);
         if (!paragraph.format.bullet.empty()) AppendHtml(paragraph.format.bullet + u" ", out);
         for (const ui::Run& run : paragraph.runs) AppendRun(run, out);
         out += "</p>\n";
@@ -219,6 +232,9 @@ std::string ToHtml(const Report& report) {
         }
         AppendHtml(section.text, out);
         AppendHtml(section.table, out);
+        if (section.room_below > 0) {
+            out += "<div style=\"height:" + std::to_string(section.room_below / ui::kTwipsPerPixel) + "px\"></div>\n";
+        }
         out += "</section>\n";
     }
     return out + "</body>\n</html>\n";

@@ -25,6 +25,8 @@ struct Section {
     std::u16string heading = {};
     ui::RichText text = {};
     Table table = {};
+    bool keep_together = false;  // the text on one page, where it fits
+    int room_below = 0;          // twips left empty, to be written in
 };
 
 struct Report {

@@ -6,8 +6,8 @@
 #include "exchange/bank_file.h"
 #include "exchange/formats.h"
 #include "host/bank_editing.h"
-#include "host/paper_print.h"
 #include "host/paper_rules.h"
+#include "host/paper_sheet.h"
 #include "host/question_use.h"
 #include "host_fixture.h"
 #include "notes/note.h"
@@ -285,23 +285,46 @@ TEST_F(BanksTest, TheListTellsWhatHistoriesKnow) {
     EXPECT_NE(ToUtf8(editing.WarningBeforeRemoval(rec_no)).find("份试卷用到这道题"), std::string::npos);
 }
 
-TEST_F(BanksTest, APaperIsPrinted) {
+TEST_F(BanksTest, APaperOnASheet) {
     Import(kFile);
     const Paper paper = FindPaper(data_, MakePaper(data_, Rules())).value();
-    const std::u16string file = InFolder(data_.path, u"paper.pdf");
-    std::size_t sizes[2] = {};
-    for (const Answers answers : {Answers::Without, Answers::With}) {
-        PrintPaper(data_, Edition::StandAlone, paper, answers, file);
-        std::ifstream in(ToNativePath(file), std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-        EXPECT_TRUE(bytes.starts_with("%PDF-"));
-        EXPECT_NE(bytes.find("%%EOF"), std::string::npos);
-        sizes[static_cast<std::size_t>(answers)] = bytes.size();
+    const auto sheet = [&](Answers answers) { return PaperSheet(data_, Edition::StandAlone, paper, answers); };
+    std::string questions;
+    for (const auto& row : sheet(Answers::With).data.rows) {
+        std::string line;
+        for (const std::u16string& cell : row) line += (line.empty() ? "" : "|") + ToUtf8(cell);
+        std::replace(line.begin(), line.end(), '\n', '/');
+        questions += line + "\n";
     }
-    EXPECT_NE(sizes[0], sizes[1]);
+    EXPECT_EQ(questions,
+              "1|单选题|2|栈的特点是|A. 先进先出/B. 先进后出/C. 随机存取|B|只在栈顶操作\n"
+              "2|多选题|4|线性结构有|A. 栈/B. 队列/C. 树|AB|\n"
+              "3|是非题|2|队列先进先出||对|\n"
+              "4|填空题|4|插入称【1】，删除称【2】||入栈 或 push 与 出栈 或 pop|\n"
+              "5|操作题|20|写出判断栈空的函数||返回 1|\n");
+    for (const Answers answers : {Answers::Without, Answers::With}) {
+        const std::string html = report::ToHtml(sheet(answers));
+        const bool with = answers == Answers::With;
+        for (const auto& [text, shown] : {std::pair{"一、单选题", true},
+                                          {"五、操作题", true},
+                                          {"B. 先进后出", true},
+                                          {"姓名：", !with},
+                                          {"（　　）对", !with},
+                                          {"答案：", with},
+                                          {"只在栈顶操作", with},
+                                          {"push", with}}) {
+            EXPECT_EQ(html.find(text) != std::string::npos, shown) << text << " " << with;
+        }
+    }
+    int asked = 0;
+    EXPECT_THROW(PaperSheet(data_, Edition::StandAlone, paper, Answers::With,
+                            [&](std::size_t, std::size_t) { return ++asked < 3; }),
+                 exchange::Cancelled);
+    PackPapers(data_, {paper.number}, data_.LocalPaper());
+    const report::Report packed = PaperSheet(data_, Edition::Network, paper, Answers::With);
+    EXPECT_EQ(packed.data.rows, sheet(Answers::With).data.rows) << "the network edition's is the same";
     exchange::RemoveQuestion(data_.Banks(), u"DS", u"DS020001");
-    EXPECT_NE(Refusal([&] { PrintPaper(data_, Edition::StandAlone, paper, Answers::With, file); }), "");
-    EXPECT_EQ(std::filesystem::file_size(ToNativePath(file)), sizes[1]) << "the file before stays";
+    EXPECT_NE(Refusal([&] { sheet(Answers::With); }), "");
 }
 
 }  // namespace

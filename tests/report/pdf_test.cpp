@@ -3,7 +3,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <set>
+
+#include <wx/dcmemory.h>
+#include <wx/image.h>
+#include <wx/mstream.h>
 
 #include "core/files.h"
 #include "core/text.h"
@@ -68,6 +74,95 @@ TEST_F(PdfTest, EveryLineIsOnAPage) {
     std::size_t headers = 0;
     for (std::size_t at = pdf.find("编号"); at != std::string::npos; at = pdf.find("编号", at + 1)) ++headers;
     EXPECT_GE(headers, 5U) << "each page of the table has its head";
+}
+
+// A question that fits on a page is not torn; one that does not begins where there is room, and loses nothing.
+TEST_F(PdfTest, QuestionsStayTogether) {
+    if (!HasReader()) GTEST_SKIP() << "There is no pdftotext; package poppler-utils has it.";
+    Report report;
+    report.title = u"试卷";
+    constexpr int kLines[] = {20, 20, 20, 3, 200, 20, 30, 30};
+    for (int question = 0; question < 8; ++question) {
+        Section section;
+        section.keep_together = true;
+        section.room_below = question == 3 ? 6000 : 0;
+        for (int line = 0; line < kLines[question]; ++line) {
+            if (line > 0) section.text.EndParagraph();
+            section.text.AppendText(u"Q" + ToText(question) + u"L" + ToText(line) + u".");
+        }
+        report.sections.push_back(section);
+    }
+    std::vector<std::string> pages(1);
+    for (const char c : TextOf(report)) {
+        if (c == '\f') pages.emplace_back();
+        pages.back() += c;
+    }
+    for (int question = 0; question < 8; ++question) {
+        std::set<std::size_t> on;
+        for (int line = 0; line < kLines[question]; ++line) {
+            const std::string text = "Q" + std::to_string(question) + "L" + std::to_string(line) + ".";
+            std::size_t found = 0;
+            for (std::size_t i = 0; i < pages.size(); ++i) {
+                if (pages[i].find(text) == std::string::npos) continue;
+                on.insert(i);
+                ++found;
+            }
+            EXPECT_EQ(found, 1U) << text;
+        }
+        if (kLines[question] < 200) {
+            EXPECT_EQ(on.size(), 1U) << question;
+        }
+    }
+}
+
+// A JPEG's own bytes are in the file; bullets and what is struck out are drawn.
+TEST_F(PdfTest, PicturesBulletsAndStrokes) {
+    if (!HasReader()) GTEST_SKIP() << "There is no pdftotext; package poppler-utils has it.";
+    wxImage image(1200, 900);
+    for (int i = 0; i < 1200 * 900 * 3; ++i) image.GetData()[i] = static_cast<unsigned char>(i * 7919 >> 8);
+    wxMemoryOutputStream stream;
+    ASSERT_TRUE(image.SaveFile(stream, wxBITMAP_TYPE_JPEG));
+    Bytes jpeg(stream.GetSize());
+    stream.CopyTo(jpeg.data(), jpeg.size());
+    Report report;
+    report.title = u"试卷";
+    Section section;
+    section.text.AppendPicture({ui::Picture::Kind::Jpeg, jpeg, 4000, 3000});
+    section.text.AppendParagraph(u"first", {}, {.left_indent = 400, .first_line_indent = -300, .bullet = u"7)"});
+    report.sections.push_back(section);
+    EXPECT_NE(TextOf(report).find("7)"), std::string::npos);
+    std::ifstream in(folder_.Path() / "report.pdf", std::ios::binary);
+    const std::string pdf{std::istreambuf_iterator<char>(in), {}};
+    EXPECT_NE(pdf.find(std::string(jpeg.begin(), jpeg.end())), std::string::npos) << "unchanged";
+    EXPECT_LT(pdf.size(), jpeg.size() + 100'000);
+
+    // On a screen's bitmap: a little more is black when the words are struck out or underlined.
+    const auto black = [](const ui::CharacterFormat& format) {
+        Report words;
+        words.sections.emplace_back().text.AppendText(u"iiiiiiiiiiiiiiii", format);
+        wxBitmap bitmap(kPageWidth / 8, kPageHeight / 8);
+        wxMemoryDC dc(bitmap);
+        dc.SetBackground(*wxWHITE_BRUSH);
+        dc.Clear();
+        dc.SetUserScale(0.125, 0.125);
+        PageLayout(words).Paint(dc, 1);
+        dc.SelectObject(wxNullBitmap);
+        const wxImage drawn = bitmap.ConvertToImage();
+        int count = 0;
+        for (int i = 0; i < drawn.GetWidth() * drawn.GetHeight() / 2; ++i) {  // without the footer
+            if (drawn.GetData()[i * 3] < 128) ++count;
+        }
+        return count;
+    };
+    ui::CharacterFormat struck;
+    struck.strike_out = true;
+    ui::CharacterFormat underlined;
+    underlined.underline = true;
+    const int plain = black({});
+    for (const ui::CharacterFormat& format : {struck, underlined}) {
+        EXPECT_GT(black(format), plain * 9 / 8) << format.underline;
+        EXPECT_LT(black(format), plain * 3) << format.underline;
+    }
 }
 
 TEST_F(PdfTest, AFolderThatIsNotThere) {
