@@ -36,7 +36,8 @@ installed() { # FOLDER
 }
 cat >classes.vbs <<'SCRIPT'
 For Each Name In Array("Utilities", "TrainInfo", "TrainResult", "NCREUser", "SubjectInfo", "DataInfo", "QuestionItem", _
-                       "QuestionType", "FillAnswer", "Note", "UITrain", "UIManageNotes")
+                       "QuestionType", "FillAnswer", "Note", "UITrain", "UIManageNotes", "TrainStatistics", _
+                       "WrongQuestions")
     Set Made = CreateObject("QmTrainInfo." & Name)
 Next
 WScript.Echo CreateObject("QmTrainInfo.Utilities").GetChoiceAnswerString(5)
