@@ -7,17 +7,34 @@ _qmtrain() {
             compopt -o filenames
             return
             ;;
-        --screenshot)
+        --screenshot | --output | --template)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             compopt -o filenames
             return
             ;;
-        --user | --subject | --paper | --trainings) return ;;
+        --format)
+            mapfile -t COMPREPLY < <(compgen -W "gift aiken xml csv html pdf" -- "$word")
+            return
+            ;;
+        paper)
+            mapfile -t COMPREPLY < <(compgen -W "make pack print" -- "$word")
+            return
+            ;;
+        --user | --subject | --paper | --training | --trainings | --bank | --name | --title) return ;;
+    esac
+    local command=(qmtrain)
+    case ${COMP_WORDS[1]} in
+        paper) command+=(paper "${COMP_WORDS[2]}") ;;
+        import | export | export-history | export-paper | export-notes) command+=("${COMP_WORDS[1]}") ;;
     esac
     if [[ $word == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(qmtrain --help 2> /dev/null | grep -o -e '--[a-z]*' | sort -u)" -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W "$("${command[@]}" --help 2> /dev/null |
+            grep -o -e '--[a-z][a-z-]*' | sort -u)" -- "$word")
+    elif [ "$COMP_CWORD" -gt 1 ]; then
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        compopt -o filenames
     else
-        mapfile -t COMPREPLY < <(compgen -W "$(qmtrain --help 2> /dev/null |
-            sed -n 's/^  \([a-z][a-z-]*\)[[:space:]].*/\1/p')" -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W "init seed list papers practice history notes import export paper \
+            export-history export-paper export-notes" -- "$word")
     fi
 } && complete -F _qmtrain qmtrain
