@@ -246,14 +246,14 @@ public:
     bool CanSeek(int index, std::span<const Value> values) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
-        // An order that only some files show to be right is not relied on: it would hide rows where it is not.
-        const bool sure = std::all_of(
-            parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(values.size()), [&](const jet::KeyColumn& part) {
-                const auto at = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
-                const jet::Column& column = definition.columns[at];
-                return !jet::IsText(column.type) || table_->OrderOf(column) != jet::TextOrder::Jet3Ascii;
-            });
-        return sure && table_->HasKeys(static_cast<std::size_t>(index), values);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const auto at = static_cast<std::size_t>(definition.ColumnByNumber(parts[i].number));
+            const jet::Column& column = definition.columns[at];
+            // An order that only some files show to be right is not relied on: it would hide rows where it is not.
+            const bool sure = !jet::IsText(column.type) || table_->OrderOf(column) != jet::TextOrder::Jet3Ascii;
+            if (!sure || !jet::HasKeyOfEquals(column, values[i], table_->GetPager().GetHeader())) return false;
+        }
+        return true;
     }
 
     // Texts must be in the General order. Keys of memos end early, those of GUIDs are no texts, and in descending

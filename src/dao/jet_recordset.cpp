@@ -419,6 +419,7 @@ void JetRecordset::LoadCurrent() {
 }
 
 void JetRecordset::LoadLong(std::size_t position, Value& value) {
+    const Work work = database_->Begin(&spent_);
     const jet::Database::Reading reading(Storage());
     if (!Reader().MoveTo(keys_[static_cast<std::size_t>(position_)])) Raise(ErrorNumber::RecordDeleted);
     reader_->Read(static_cast<int>(position), value);

@@ -186,13 +186,14 @@ public:
         text.clear();
         if (!left.IsNull()) AppendText(left, text);
         if (!right.IsNull()) AppendText(right, text);
-        if (text.size() > kLongText) Work::Hold(text.size() * sizeof(char16_t));
+        if (text.size() > kLongText) {
+            Work::Hold(text.size() * sizeof(char16_t));
+            Work::Look();
+        }
         return result_;
     }
 
 private:
-    static constexpr std::size_t kLongText = 1 << 16;
-
     ExpressionPtr left_;
     ExpressionPtr right_;
     Value result_;

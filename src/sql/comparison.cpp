@@ -1,7 +1,10 @@
 // Comparisons and the predicates made of them.
+#include <algorithm>
+
 #include "core/collation.h"
 #include "core/convert.h"
 #include "core/error.h"
+#include "core/work.h"
 #include "sql/key.h"
 #include "sql/operators.h"
 
@@ -158,7 +161,9 @@ int CompareValues(const Value& a, const Value& b) {
     const Family family = FamilyOf(a.GetType());
     if (family != FamilyOf(b.GetType())) Raise(ErrorNumber::CriteriaTypeMismatch);
     switch (family) {
-        case Family::Text: return collation::Compare(a.Text(), b.Text());
+        case Family::Text:
+            if (std::min(a.Text().size(), b.Text().size()) > kLongText) Work::Look();
+            return collation::Compare(a.Text(), b.Text());
         case Family::Binary: return a.Binary() < b.Binary() ? -1 : a.Binary() > b.Binary() ? 1 : 0;
         default: return CompareNumbers(a, b);
     }
