@@ -12,7 +12,9 @@
 #include "exchange/bank_rows.h"
 #include "exchange/formats.h"
 #include "jet/check.h"
+#include "jet/database.h"
 #include "jet/support/scratch.h"
+#include "jet/support/scripted_files.h"
 #include "random_questions.h"
 
 namespace qmtrain::exchange {
@@ -143,6 +145,33 @@ TEST_F(BankFileTest, AFailureLeavesEverythingAsItWas) {
                   PlanImport(folder_, {u"DS", u"", u"", 4}, questions);
               }),
               "题库“数据结构”（DS）属于科目 3，不是科目 4。");
+}
+
+// The disk refuses each call of an import in turn, the bank being there or not.
+TEST_F(BankFileTest, ADiskThatFails) {
+    Import(kFirst);
+    const std::string before = Content();
+    const std::vector<Question> questions =
+        ReadGift(u"栈是{~线性表 =树 ~图}\n\n堆是{=完全二叉树 ~链表}\n\n堆顶最大{T}\n\n散列用{=函数}").questions;
+    for (const std::u16string code : {u"NEW", u"DS"}) {
+        const ImportPlan plan = PlanImport(folder_, {code, u"", u"", 0}, questions);
+        int failures = 0;
+        for (bool done = false; !done && !HasFailure();) {
+            test::ScriptedFiles files;
+            files.strike_at = ++failures;
+            jet::SetDefaultFiles(&files);
+            const std::string problem = Refusal([&] { CarryOut(folder_, plan, questions, {}); });
+            jet::SetDefaultFiles(nullptr);
+            SCOPED_TRACE(ToUtf8(code) + ", call " + std::to_string(failures) + ": " + problem);
+            done = problem.empty();  // the last calls only clear up
+            if (done) break;
+            EXPECT_EQ(Content(), before);
+            EXPECT_EQ(FindBank(folder_, u"NEW").has_value(), code == u"DS");
+            EXPECT_EQ(FileExists(InFolder(folder_, u"NEW.mdb")), code == u"DS");
+        }
+        EXPECT_GT(failures, 10);
+        EXPECT_EQ(ReadBank(folder_, code).size(), code == u"DS" ? 7U : 4U);
+    }
 }
 
 TEST_F(BankFileTest, RandomQuestionsComeBackFromTheBank) {

@@ -50,6 +50,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"KindsAreGuessed", u"题干,A,B,C,答案\n甲,1,2,3,AC\n乙,,,,错\n丙,,,,42\n丁,,,,",
              "多选题|甲|+1|-2|+3\n是非题|乙|错\n填空题|丙|42\n操作题|丁\n"},
         Case{"Html", u"题干,答案,题型\n\"[html]H<sub>2</sub>O\",对,判断", "是非题|<p>H<sub>2</sub>O</p>|对\n"},
+        Case{"FormulasAndApostrophes", u"题干,A,B,C,D,E,答案\n'=1+1 是,'+2,'3,=2,''=4,-5,B",
+             "单选题|=1+1 是|-+2|+'3|-=2|-'=4|--5\n"},
         Case{"UnknownColumn", u"题干,答案,出题人\n甲,对,王", "是非题|甲|对\n第 1 行：不认识的列“出题人”，略去。\n"},
         Case{"LinesCountAsInTheFile", u"题干,A,B,答案\n\"两\n行\",1,2,A\n坏,1,2,Z\n",
              "单选题|两/行|+1|-2\n第 4 行“坏”：错误：没有答案所说的选择项 Z。\n"},
