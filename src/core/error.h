@@ -23,11 +23,13 @@ enum class ErrorNumber : std::int32_t {
     ObjectNotSet = 91,
     InvalidUseOfNull = 94,
     KeyAlreadyInCollection = 457,
-    DatabaseTooLarge = 3001,  // the file would pass the format's limit
+    InvalidArgument = 3001,
+    DatabaseTooLarge = InvalidArgument,  // the file would pass the format's limit
     TransactionNotStarted = 3034,
     TableExists = 3010,
     ObjectNotFound = 3011,
-    TooManyIndexes = 3015,
+    IndexNotFound = 3015,  // in its table
+    TooManyIndexes = 3626,
     FieldTooLarge = 3163,
     NoUniqueIndexForReference = 3368,
     NoCurrentIndex = 3019,
@@ -55,9 +57,13 @@ enum class ErrorNumber : std::int32_t {
     RecordDeleted = 3167,
     LockedByOther = 3260,
     ObjectInUse = 3211,
+    RecordChanged = 3197,  // by another user
     RelatedRecordsExist = 3200,
     RelatedRecordRequired = 3201,
+    InvalidFieldType = 3259,
+    NoFieldDefined = 3264,
     FieldNotFound = 3265,
+    PropertyNotFound = 3270,
     OperationNotSupported = 3251,
     DatabaseExists = 3204,
     FieldInIndex = 3280,        // a field of an index cannot be dropped
@@ -68,6 +74,7 @@ enum class ErrorNumber : std::int32_t {
     RelationshipMismatch = 3366,  // the fields of the two sides do not fit
     RelationshipExists = 3012,
     FieldRequired = 3314,
+    AlreadyInCollection = 3367,
     ZeroLengthNotAllowed = 3315,
     UnknownFormat = 3343,
     TooManyFields = 3190,
@@ -84,6 +91,7 @@ enum class ErrorNumber : std::int32_t {
     SyntaxInSelect = 3141,
     SyntaxInUpdate = 3144,
     SyntaxInStatement = 3129,
+    SyntaxInParameters = 3139,
     SyntaxInCreateTable = 3290,
     SyntaxInCreateIndex = 3291,
     SyntaxInColumnDefinition = 3292,

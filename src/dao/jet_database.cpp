@@ -2,9 +2,10 @@
 
 #include "core/error.h"
 #include "core/files.h"
-#include "dao/column_types.h"
+#include "core/text.h"
 #include "dao/jet_catalog.h"
 #include "dao/jet_recordset.h"
+#include "dao/row_source.h"
 #include "jet/database.h"
 #include "sql/sql.h"
 
@@ -48,13 +49,21 @@ sql::Catalog& JetDatabase::Tables() {
     return *catalog_;
 }
 
-void JetDatabase::Execute(std::u16string_view text) {
+void JetDatabase::Execute(std::u16string_view text, std::int32_t options) {
+    constexpr std::int32_t kKnown = kDenyWrite | kInconsistent | kConsistent | kFailOnError | kSeeChanges;
+    Storage();
+    if ((options & ~kKnown) != 0)
+        Raise((options & kSqlPassThrough) != 0 ? ErrorNumber::OperationNotSupported : ErrorNumber::InvalidArgument,
+              {u"Execute 的选项 " + ToText(options) + u"。"});
+    Execute(sql::Parse(text), {});
+}
+
+void JetDatabase::Execute(const sql::Statement& statement, const sql::ParameterValues& parameters) {
     jet::Database& storage = Storage();
-    const sql::Statement statement = sql::Parse(text);
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
     const Work work = Begin();
     jet::Database::Writing writing(storage);
-    const std::int64_t affected = sql::Execute(*catalog_, statement);
+    const std::int64_t affected = sql::Execute(*catalog_, statement, parameters);
     writing.Commit();
     records_affected_ = static_cast<std::int32_t>(affected);
 }
@@ -80,41 +89,41 @@ void JetDatabase::Atomically(const std::function<void()>& body) {
 }
 
 // What is no statement may be a name.
-sql::Statement JetDatabase::StatementOf(std::u16string_view source) {
+JetDatabase::Source JetDatabase::SourceOf(std::u16string_view text) {
     jet::Database& storage = Storage();
+    constexpr std::size_t kNameSize = 256;
     try {
-        return sql::Parse(source);
+        return {sql::Parse(text), std::u16string(text.substr(0, kNameSize)), false};
     } catch (const AutomationError&) {
         const jet::Database::Reading reading(storage);
-        const auto object = storage.FindObject(source);
+        const auto object = storage.FindObject(text);
         if (!object) throw;
-        return sql::Parse(u"SELECT * FROM [" + object->name + u"]");
+        return {sql::Parse(u"SELECT * FROM [" + object->name + u"]"), object->name,
+                object->type == jet::CatalogObject::kTable};
     }
 }
 
-std::shared_ptr<Recordset> JetDatabase::OpenRecordset(std::u16string_view source) {
-    sql::Statement statement = StatementOf(source);
+std::shared_ptr<Recordset> JetDatabase::OpenRecordset(std::u16string_view text, RecordsetType type,
+                                                      std::int32_t options) {
+    Source source = SourceOf(text);
+    if (type == RecordsetType::Default && source.is_table && (options & kForwardOnly) == 0) type = RecordsetType::Table;
+    if (type == RecordsetType::Table && !source.is_table) Raise(ErrorNumber::InvalidOperation);
+    return OpenRecordset(std::move(source.statement), {}, type, options, source.name);
+}
+
+std::shared_ptr<Recordset> JetDatabase::OpenRecordset(sql::Statement statement, sql::ParameterValues parameters,
+                                                      RecordsetType type, std::int32_t options,
+                                                      std::u16string_view name) {
+    Storage();
     if (!statement.YieldsRows()) Raise(ErrorNumber::InvalidOperation);
-    return std::make_shared<JetRecordset>(shared_from_this(), std::move(statement));
-}
-
-std::vector<TableDef> JetDatabase::TableDefs() {
-    const jet::Database::Reading reading(Storage());
-    std::vector<TableDef> tables;
-    for (const jet::CatalogObject& object : storage_->Objects()) {
-        const bool linked = object.type == jet::CatalogObject::kLinkedTable;
-        if (object.type != jet::CatalogObject::kTable && !linked) continue;
-        TableDef table{object.name, object.IsSystem(), linked, {}, {}};
-        if (const auto opened = linked ? nullptr : catalog_->FindTable(object.name)) {
-            table.indexes = opened->Indexes();
-            for (const sql::Column& column : opened->Columns()) {
-                table.fields.push_back({column.name, FieldTypeOf(column.type), FieldSizeOf(column.type, column.size),
-                                        column.required, column.counter});
-            }
-        }
-        tables.push_back(std::move(table));
-    }
-    return tables;
+    const bool forward = (options & kForwardOnly) != 0;
+    if (forward && (type == RecordsetType::Default || type == RecordsetType::Snapshot))
+        type = RecordsetType::ForwardOnly;
+    else if (type == RecordsetType::Default)
+        type = RecordsetType::Dynaset;
+    RowSource source{shared_from_this(), std::make_shared<const sql::Statement>(std::move(statement)),
+                     std::make_shared<const sql::ParameterValues>(std::move(parameters))};
+    return std::make_shared<JetRecordset>(std::move(source), Opening{type, options, std::u16string(name)});
 }
 
 void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view connect,

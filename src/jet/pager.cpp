@@ -292,7 +292,7 @@ MutablePage Pager::Extend() {
     Join();
     RequireChange();
     if (std::uint64_t{page_count_ + 1} * GetFormat().page_size > GetFormat().max_file_size) {
-        Raise(ErrorNumber::DatabaseTooLarge, {FileName()});
+        Raise(ErrorNumber::DatabaseTooLarge, {u"数据库已达到格式允许的最大长度，不能再写入：" + FileName()});
     }
     Frame* frame = cache_.Take(page_count_);
     change_.DropRestored(page_count_++);

@@ -298,7 +298,14 @@ struct AlterTable {
     std::variant<ColumnDefinition, Constraint, DropColumn, DropConstraint> action;
 };
 
+// What a statement's PARAMETERS clause declares.
+struct Parameter {
+    Column column;
+    bool typed = true;
+};
+
 struct Statement {
+    std::vector<Parameter> parameters;
     std::variant<Select, Insert, Update, Delete, CreateTable, CreateIndex, DropTable, DropIndex, AlterTable> node;
 };
 

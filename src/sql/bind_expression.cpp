@@ -66,7 +66,8 @@ ExpressionPtr ExpressionBinder::BindColumn(const ast::ColumnName& name) {
     }
     if (ExpressionPtr alias = BindAlias(name)) return alias;
     if (ExpressionPtr outer = BindOuterColumn(name)) return outer;
-    Raise(ErrorNumber::MissingParameter, {name.name});
+    if (!name.table.empty()) Raise(ErrorNumber::MissingParameter, {name.name});
+    return context_.parameters.Bind(name.name);
 }
 
 ExpressionPtr ExpressionBinder::BindOuterColumn(const ast::ColumnName& name) {

@@ -6,6 +6,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "sql/binder.h"
+#include "sql/editable_join.h"
 #include "sql/group.h"
 #include "sql/index_choice.h"
 #include "sql/index_ends.h"
@@ -96,13 +97,13 @@ public:
         BindOrder();
         scope_.grouping = nullptr;
 
+        if (CanBeEdited()) FindEditable();
         PlanRows();
         if (grouped_) AddGroup(having);
         FinishOutputs();
         AddDistinct();
         AddOrderAndTop();
         plan_->correlated = scope_.outer_used;
-        plan_->updatable = !grouped_ && !part_.distinct && plan_->sources.size() == 1 && plan_->tables.size() == 1;
         return std::move(plan_);
     }
 
@@ -310,6 +311,23 @@ private:
     bool OnlyCounts() const {
         const auto counts = [](const Aggregate& aggregate) { return aggregate.Kind() == AggregateKind::CountRows; };
         return keys_.empty() && std::ranges::all_of(grouping_.aggregates, counts);
+    }
+
+    // The rows are those of tables, each as it is.
+    bool CanBeEdited() const {
+        const std::size_t tables = plan_->tables.size();
+        const bool merged = part_.distinct || (part_.distinct_row && tables > 1);
+        return !grouped_ && !merged && tables > 0 && plan_->sources.size() == tables;
+    }
+
+    void FindEditable() {
+        if (plan_->tables.size() == 1) {
+            plan_->editable = 0;
+            return;
+        }
+        EditableJoin join = FindEditableJoin(plan_->table_sources, *joins_, where_);
+        plan_->editable = join.table;
+        plan_->lookups = std::move(join.lookups);
     }
 
     void AddDistinct() {

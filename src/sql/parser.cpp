@@ -22,6 +22,7 @@ std::unique_ptr<ast::Statement> Parser::ParseStatement() {
     if (Peek().kind == TokenKind::End) return nullptr;
 
     auto statement = std::make_unique<ast::Statement>();
+    if (PeekKeyword(u"PARAMETERS")) statement->parameters = ParseParameters();
     if (PeekKeyword(u"SELECT"))
         statement->node = ParseSelect();
     else if (TakeKeyword(u"INSERT"))

@@ -86,6 +86,7 @@ private:
     ast::Delete ParseDelete();
 
     // parse_definition.cpp
+    std::vector<ast::Parameter> ParseParameters();
     ast::Statement ParseCreate();
     ast::Statement ParseDrop();
     ast::CreateTable ParseCreateTable();

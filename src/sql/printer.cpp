@@ -42,6 +42,19 @@ class Printer {
 public:
     explicit Printer(const ColumnPrinter& columns) : columns_(columns) {}
 
+    void PutParameters(const std::vector<Parameter>& parameters) {
+        if (parameters.empty()) return;
+        out += u"PARAMETERS ";
+        PutList(parameters, [this](const Parameter& parameter) {
+            out += Bracketed(parameter.column.name) + u" ";
+            if (parameter.typed)
+                PutType(parameter.column);
+            else
+                out += u"VALUE";
+        });
+        out += u"; ";
+    }
+
     void Put(const Expression& expression) {
         switch (expression.kind) {
             case ExpressionKind::Literal: return PutLiteral(static_cast<const Literal&>(expression).value);
@@ -306,17 +319,21 @@ private:
         out += u")";
     }
 
-    void PutDefinition(const ColumnDefinition& definition) {
+    void PutType(const Column& column) {
         constexpr std::array<std::u16string_view, 14> kTypes = {
             u"YESNO",    u"BYTE",   u"SHORT", u"LONG",       u"CURRENCY", u"SINGLE", u"DOUBLE",
             u"DATETIME", u"BINARY", u"TEXT",  u"LONGBINARY", u"MEMO",     u"GUID",   u"DECIMAL"};
-        const Column& column = definition.column;
-        out += Bracketed(column.name) + u" ";
         out += column.counter ? u"COUNTER" : kTypes[static_cast<std::size_t>(column.type)];
         if (column.size > 0) out += u"(" + ToText(std::int64_t{column.size}) + u")";
         if (column.type == ColumnType::Decimal) {
             out += u"(" + ToText(std::int64_t{column.precision}) + u", " + ToText(std::int64_t{column.scale}) + u")";
         }
+    }
+
+    void PutDefinition(const ColumnDefinition& definition) {
+        const Column& column = definition.column;
+        out += Bracketed(column.name) + u" ";
+        PutType(column);
         if (!column.default_expression.empty()) out += u" DEFAULT " + column.default_expression;
         if (column.required) out += u" NOT NULL";
         for (const Constraint& constraint : definition.constraints) {
@@ -371,6 +388,7 @@ private:
 std::u16string Print(const ast::Statement& statement) {
     const ColumnPrinter none;
     Printer printer(none);
+    printer.PutParameters(statement.parameters);
     std::visit([&](const auto& node) { printer.Put(node); }, statement.node);
     return std::move(printer.out);
 }

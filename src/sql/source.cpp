@@ -66,6 +66,22 @@ RowId TableSource::Row() const {
     return current_ != 0 ? kept_ids_[current_ - 1] : cursor_->Row();
 }
 
+bool TableSource::MoveTo(RowId row) {
+    if (!GetCursor().MoveTo(row)) return false;
+    OnRow();
+    return true;
+}
+
+RowIdentity& TableSource::IdentityOfRows() {
+    if (!identity_) identity_.emplace(*table_);
+    return *identity_;
+}
+
+std::uint64_t TableSource::Identity() {
+    if (current_ != 0 && !cursor_->MoveTo(kept_ids_[current_ - 1])) return 0;
+    return IdentityOfRows().Of(*cursor_);
+}
+
 bool TableSource::IsLong(std::size_t slot) const {
     const ColumnType type = infos_[static_cast<std::size_t>(ColumnOfSlot(static_cast<int>(slot)))].shape.type;
     return type == ColumnType::Memo || type == ColumnType::LongBinary;

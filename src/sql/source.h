@@ -6,9 +6,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "core/value.h"
+#include "sql/row_identity.h"
 #include "sql/storage.h"
 #include "sql/types.h"
 
@@ -108,6 +110,13 @@ public:
     // The current row's. Requires: the table has images, and KeepValues() was not called.
     std::span<const std::uint8_t> Image() { return cursor_->Image(); }
 
+    // Goes to a row of the table, wherever it has been; false when there is none.
+    bool MoveTo(RowId row);
+
+    // By which the current row is known again, see RowIdentity; 0 when it has been deleted.
+    std::uint64_t Identity();
+    bool HasKeyIdentity() { return IdentityOfRows().IsByKey(); }
+
     // Told after the cursor has come to a row.
     void OnRow() {
         ++stamp_;
@@ -130,8 +139,10 @@ protected:
 private:
     bool IsLong(std::size_t slot) const;
     const Value& Read(std::size_t slot);
+    RowIdentity& IdentityOfRows();
 
     std::shared_ptr<Table> table_;
+    std::optional<RowIdentity> identity_;
     std::unique_ptr<sql::Cursor> cursor_;
     std::vector<Value> values_;
     std::vector<std::uint64_t> stamps_;  // of the row a value was read from

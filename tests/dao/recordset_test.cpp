@@ -139,12 +139,12 @@ TEST_F(RecordsetTest, Finding) {
 
 // Seen as a table, a record set has no row where one was deleted.
 TEST_F(RecordsetTest, ADeletedRowIsNoPlaceToMoveTo) {
-    const auto rows = std::dynamic_pointer_cast<JetRecordset>(database_->OpenRecordset(u"TrainInfo"));
+    const auto rows = std::static_pointer_cast<JetRecordset>(database_->OpenRecordset(u"TrainInfo"));
     rows->MoveLast();
     rows->MoveFirst();
     rows->MoveNext();
     rows->Delete();
-    const auto catalog = CatalogOfRows(*rows, 0);
+    const auto catalog = CatalogOfRows(*rows->List(), 0);
     const auto table = catalog->FindTable(u"Rows");
     const auto cursor = table->OpenCursor();
     EXPECT_FALSE(cursor->MoveTo({2}));
