@@ -30,6 +30,10 @@ public:
     std::shared_ptr<Database> OpenDatabase(std::u16string_view name, bool read_only = false,
                                            std::u16string_view connect = {}, LinkRights links = {.write = true});
 
+    // The same with our own engine, whatever the setting says.
+    std::shared_ptr<JetDatabase> OpenOwn(std::u16string_view name, bool read_only = false,
+                                         std::u16string_view connect = {}, LinkRights links = {.write = true});
+
     // What the component's own classes open their databases with, from now on: limits for each statement, at first 30
     // seconds and 256 MiB, and the rights of links, at first none.
     struct OwnUse {

@@ -50,16 +50,17 @@ sql::Catalog& JetDatabase::Tables() {
 }
 
 void JetDatabase::Execute(std::u16string_view text, std::int32_t options) {
-    constexpr std::int32_t kKnown = kDenyWrite | kInconsistent | kConsistent | kFailOnError | kSeeChanges;
     Storage();
+    Execute(sql::Parse(text), {}, options);
+}
+
+void JetDatabase::Execute(const sql::Statement& statement, const sql::ParameterValues& parameters,
+                          std::int32_t options) {
+    constexpr std::int32_t kKnown = kDenyWrite | kInconsistent | kConsistent | kFailOnError | kSeeChanges;
+    jet::Database& storage = Storage();
     if ((options & ~kKnown) != 0)
         Raise((options & kSqlPassThrough) != 0 ? ErrorNumber::OperationNotSupported : ErrorNumber::InvalidArgument,
               {u"Execute 的选项 " + ToText(options) + u"。"});
-    Execute(sql::Parse(text), {});
-}
-
-void JetDatabase::Execute(const sql::Statement& statement, const sql::ParameterValues& parameters) {
-    jet::Database& storage = Storage();
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
     const Work work = Begin();
     jet::Database::Writing writing(storage);

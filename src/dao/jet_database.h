@@ -59,7 +59,8 @@ public:
     Work Begin(std::chrono::steady_clock::duration* spent = nullptr) const;
 
     // The same with values for parameters. `name`: what the record set is called.
-    void Execute(const sql::Statement& statement, const sql::ParameterValues& parameters);
+    void Execute(const sql::Statement& statement, const sql::ParameterValues& parameters,
+                 std::int32_t options = kFailOnError);
     std::shared_ptr<Recordset> OpenRecordset(sql::Statement statement, sql::ParameterValues parameters,
                                              RecordsetType type, std::int32_t options, std::u16string_view name);
 

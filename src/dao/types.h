@@ -22,7 +22,8 @@ enum class FieldType : std::int16_t {
     Decimal = 20,
 };
 
-// Bits of FieldDef::attributes.
+// Bits of FieldDef::attributes; a descending field is one of an index.
+inline constexpr std::int32_t kDescending = 1;
 inline constexpr std::int32_t kFixedField = 1;
 inline constexpr std::int32_t kVariableField = 2;
 inline constexpr std::int32_t kAutoIncrField = 16;
