@@ -137,13 +137,14 @@ const TableInfo* BankRows::TableOf(std::u16string_view rec_no) const {
     return found == tables_.end() ? nullptr : &*found;
 }
 
-void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out) {
+void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out, const EachRow& each) {
     const TableInfo& info = Info(kind);
     if (info.table.empty()) return;
     const auto rows =
         database_.OpenRecordset(u"Select * From " + info.table + std::u16string(condition) + u" Order By C_RecNo");
     const std::u16string_view answer_column = kind == Kind::Operation ? u"M_Answer" : u"C_Answer";
     for (; !rows->Eof(); rows->MoveNext()) {
+        if (each) each();
         Question question;
         question.kind = kind;
         question.rec_no = TextIn(*rows, u"C_RecNo");
@@ -167,7 +168,7 @@ void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Q
     }
 }
 
-void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>& questions) {
+void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>& questions, const EachRow& each) {
     std::unordered_map<std::u16string, Question*> places;
     for (Question& question : questions) {
         if (question.kind == Kind::Single || question.kind == Kind::Multiple) places[question.rec_no] = &question;
@@ -176,6 +177,7 @@ void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>&
     const auto rows = database_.OpenRecordset(u"Select C_RecNo,C_ChoiceAnswer,M_answercont From Tbl_ChoiceVice" +
                                               std::u16string(condition) + u" Order By C_RecNo,C_ChoiceAnswer");
     for (; !rows->Eof(); rows->MoveNext()) {
+        if (each) each();
         const auto place = places.find(TextOr(rows->Fields(0).Value(), u""));
         if (place != places.end()) {
             place->second->options.push_back({ui::StoredText(TextOr(rows->Fields(2).Value(), u"")), false});
@@ -189,15 +191,26 @@ void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>&
     }
 }
 
+std::size_t BankRows::CountRows(std::u16string_view table) const {
+    const auto rows = database_.OpenRecordset(std::u16string(u"Select Count(*) As N From ").append(table) + OfBank());
+    return static_cast<std::size_t>(std::max(0, LongOr(rows->Fields(0).Value(), 0)));
+}
+
 std::vector<Question> BankRows::Read(const Progress& progress) {
-    std::vector<Question> questions;
+    constexpr std::size_t kRowsOfStep = 128;
+    std::size_t all = 0;
     std::size_t done = 0;
-    for (const KindInfo& kind : Kinds()) {
-        Report(progress, done++, Kinds().size() + 1);
-        ReadTable(kind.kind, OfBank(), questions);
+    EachRow each;
+    if (progress) {
+        for (const TableInfo& info : tables_) all += info.table.empty() ? 0 : CountRows(info.table);
+        all += CountRows(u"Tbl_ChoiceVice");
+        each = [&] {
+            if (done++ % kRowsOfStep == 0) Report(progress, std::min(done, all), all);
+        };
     }
-    Report(progress, done, Kinds().size() + 1);
-    ReadOptions(OfBank(), questions);
+    std::vector<Question> questions;
+    for (const KindInfo& kind : Kinds()) ReadTable(kind.kind, OfBank(), questions, each);
+    ReadOptions(OfBank(), questions, each);
     return questions;
 }
 

@@ -1,6 +1,7 @@
 #include "host/bank_editing.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "core/error.h"
 #include "core/format.h"
@@ -47,7 +48,7 @@ void BankEditing::Within(std::u16string_view code, Change change) {
     });
 }
 
-void BankEditing::Open(std::u16string_view code) {
+void BankEditing::Open(std::u16string_view code, const exchange::Progress& progress) {
     const std::u16string wanted(code);
     code_.clear();
     questions_.clear();
@@ -56,12 +57,22 @@ void BankEditing::Open(std::u16string_view code) {
     if (!entry) RaiseComponentError(u"qmtrain", u"题库目录中没有代码为“" + wanted + u"”的题库。");
     const dao::Connection database(exchange::FileOf(folder_.Banks(), *entry));
     exchange::BankRows rows(*database.operator->(), entry->code);
-    questions_ = rows.Read();
+    std::vector<exchange::Question> questions = rows.Read(progress);
     for (const exchange::KindInfo& kind : exchange::Kinds()) {
         if (!rows.Info(kind.kind).table.empty()) kinds_.insert(kind.kind);
     }
     uses_ = UsesOf(folder_, wanted);
+    questions_ = std::move(questions);
     code_ = wanted;
+}
+
+void BankEditing::Put(std::u16string_view rec_no, std::optional<exchange::Question> question) {
+    std::erase_if(questions_, [&](const exchange::Question& one) { return one.rec_no == rec_no; });
+    if (!question) return;
+    const auto before = [](const exchange::Question& a, const exchange::Question& b) {
+        return std::tie(a.kind, a.rec_no) < std::tie(b.kind, b.rec_no);
+    };
+    questions_.insert(std::upper_bound(questions_.begin(), questions_.end(), *question, before), *std::move(question));
 }
 
 const exchange::Question* BankEditing::Find(std::u16string_view rec_no) const {
@@ -112,6 +123,7 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
     Step step;
     step.code = code_;
     const std::set<std::u16string> taken = NumbersInUse(folder_, code_);
+    std::optional<exchange::Question> now;
     Within(code_, [&](exchange::BankRows& rows, const exchange::BankEntry& entry) {
         const bool is_new = saved.rec_no.empty() || !rows.Find(saved.rec_no);
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
@@ -121,11 +133,12 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
             step.before = rows.Rows(saved.rec_no);
             rows.Change(saved);
         }
+        now = rows.Find(saved.rec_no);
     });
     step.rec_no = saved.rec_no;
     step.text = (step.before.empty() ? u"新建 " : u"修改 ") + saved.rec_no;
     steps_.push_back(std::move(step));
-    Open(code_);
+    Put(saved.rec_no, std::move(now));
     return saved.rec_no;
 }
 
@@ -136,7 +149,7 @@ void BankEditing::Remove(std::u16string_view rec_no) {
         rows.Remove(rec_no);
     });
     steps_.push_back(std::move(step));
-    Open(code_);
+    Put(rec_no, std::nullopt);
 }
 
 std::u16string BankEditing::WarningBeforeRemoval(std::u16string_view rec_no) const {
@@ -160,12 +173,18 @@ std::u16string BankEditing::UndoText() const {
 
 std::u16string BankEditing::Undo() {
     const Step step = steps_.back();
+    std::optional<exchange::Question> now;
     Within(step.code, [&](exchange::BankRows& rows, const exchange::BankEntry&) {
         if (rows.Find(step.rec_no)) rows.Remove(step.rec_no);
         rows.PutBack(step.before);
+        now = rows.Find(step.rec_no);
     });
     steps_.pop_back();
-    Open(step.code);
+    if (step.code == code_) {
+        Put(step.rec_no, std::move(now));
+    } else {
+        Open(step.code);
+    }
     return step.rec_no;
 }
 

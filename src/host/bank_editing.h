@@ -23,7 +23,7 @@ public:
     explicit BankEditing(DataFolder folder) : folder_(std::move(folder)) {}
 
     // Reads the bank. Raises what the engine raises, and nothing is open then.
-    void Open(std::u16string_view code);
+    void Open(std::u16string_view code, const exchange::Progress& progress = {});
     const std::u16string& Code() const { return code_; }
     const std::vector<exchange::Question>& Questions() const { return questions_; }
     const exchange::Question* Find(std::u16string_view rec_no) const;
@@ -58,6 +58,9 @@ private:
     // Runs the change with the rows of the bank as one.
     template <class Change>
     void Within(std::u16string_view code, Change change);
+
+    // The question as the bank has it now takes its place among the others, or goes; they are not read again.
+    void Put(std::u16string_view rec_no, std::optional<exchange::Question> question);
 
     DataFolder folder_;
     std::u16string code_;

@@ -157,7 +157,7 @@ void BankWindow::BindEvents() {
     TreeBanks->Bind(wxEVT_TREE_SEL_CHANGED, [this](wxTreeEvent& event) {
         const auto* node = dynamic_cast<Node*>(TreeBanks->GetItemData(event.GetItem()));
         if (filling_ || node == nullptr) return;
-        if (node->code != editing_.Code()) Guarded([&] { editing_.Open(node->code); });
+        if (node->code != editing_.Code()) OpenBank(node->code);
         ShowList();
     });
     TxtSearch->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { ShowList(); });
@@ -193,6 +193,13 @@ void BankWindow::BindEvents() {
     BtnPaper->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { MakePaper(); });
     BtnImport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Import(); });
     BtnExport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Export(); });
+}
+
+void BankWindow::OpenBank(std::u16string_view code) {
+    Guarded([&] {
+        WorkProgress progress(IsShown() ? this : GetParent(), kTitle);
+        editing_.Open(code, progress.Of(u"正在读题库…"));
+    });
 }
 
 void BankWindow::Fill(std::u16string_view code) {
@@ -342,7 +349,7 @@ void BankWindow::Import() {
         ImportDialog dialog(this, folder_, editing_.Code());
         if (dialog.ShowModal() != wxID_OK) return;
         const std::u16string code = dialog.Code();
-        editing_.Open(code);
+        OpenBank(code);
         Fill(code);
     });
 }

@@ -102,7 +102,7 @@ float UsualPoints(Kind kind) {
         ->points;
 }
 
-std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules) {
+std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const exchange::Progress& progress) {
     RequireHead(rules.title, rules.minutes);
     if (rules.banks.empty()) Refuse(u"请至少选择一个题库。");
     const exchange::BankEntry first = EntryOf(folder, rules.banks.front());
@@ -116,7 +116,7 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules) {
             Refuse(u"题库“" + bank.name + u"”与“" + first.name + u"”不属于同一个科目，不能组成一份试卷。");
         }
         const auto uses = UsesOf(folder, code);
-        for (exchange::Question& question : exchange::ReadBank(folder.Banks(), code)) {
+        for (exchange::Question& question : exchange::ReadBank(folder.Banks(), code, progress)) {
             const std::int32_t difficulty = std::max(1, question.difficulty);
             if (rules.least_difficulty != 0 && difficulty < rules.least_difficulty) continue;
             if (rules.most_difficulty != 0 && difficulty > rules.most_difficulty) continue;

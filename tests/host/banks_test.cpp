@@ -260,6 +260,16 @@ TEST_F(BanksTest, EveryChangeCanBeUndone) {
         undone += ToUtf8(editing.UndoText()) + " ";
         editing.Undo();
     }
+    BankEditing read_again(data_);
+    read_again.Open(u"DS");
+    ASSERT_EQ(editing.Questions().size(), read_again.Questions().size());
+    for (std::size_t i = 0; i < editing.Questions().size(); ++i) {
+        EXPECT_EQ(editing.Questions()[i].rec_no, read_again.Questions()[i].rec_no);
+        EXPECT_EQ(editing.Questions()[i].stem, read_again.Questions()[i].stem);
+    }
+    EXPECT_THROW(editing.Open(u"JC", [](std::size_t, std::size_t) { return false; }), exchange::Cancelled);
+    EXPECT_EQ(editing.Code(), u"") << "nothing is open";
+    EXPECT_TRUE(editing.Questions().empty());
     EXPECT_EQ(undone, "撤销删除 DS020001 撤销删除 DS050001 撤销新建 DS010002 撤销修改 DS010001 ");
     EXPECT_EQ(content(), before);
     const dao::Connection bank(file);

@@ -250,6 +250,21 @@ TEST_F(CommandsTest, ABankThatIsInUse) {
     Expect({"import good.csv --bank NEW", 0, {"已写入题库"}});
 }
 
+TEST_F(CommandsTest, CtrlCStopsAnImport) {
+    std::string many = "题型,题干,A,B,答案\n";
+    for (int i = 0; i < 20000; ++i) many += "单选,第 " + std::to_string(i) + " 题的题干,甲,乙,A\n";
+    Write("many.csv", many);
+    const auto before = Banks();
+    const auto [code, said] = Shell(QMTRAIN_PROGRAM
+                                    " import many.csv --bank NEW --data .. 2>progress & pid=$!;"
+                                    " while ! grep -q % progress && kill -0 $pid; do sleep 0.05; done;"
+                                    " kill -INT $pid; wait $pid",
+                                    "");
+    EXPECT_EQ(code, 1) << said;
+    EXPECT_NE(Read("progress").find("qmtrain: 已经停止，没有改动。"), std::string::npos) << Read("progress");
+    EXPECT_TRUE(Banks() == before);
+}
+
 // On a file system of its own that is nearly full.
 TEST_F(CommandsTest, AFullDisk) {
     if (Shell("unshare -rm mount -t tmpfs none /mnt", "").first != 0)
