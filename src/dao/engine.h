@@ -12,6 +12,7 @@
 namespace qmtrain::dao {
 
 class Database;
+class JetDatabase;
 class JetEngine;
 class SystemEngine;
 

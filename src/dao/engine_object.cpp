@@ -50,9 +50,12 @@ std::shared_ptr<DatabaseObject> Workspace::OpenDatabase(std::u16string_view name
 
 std::shared_ptr<DatabaseObject> Workspace::CreateDatabase(std::u16string_view name, std::u16string_view locale,
                                                           std::int32_t options) {
-    return Add(
-        std::make_shared<DatabaseObject>(session_ ? JetDatabase::Create(name, session_, NewDatabaseOf(locale, options))
-                                                  : Engine::Instance().CreateDatabase(name, locale, options)));
+    if (session_) {
+        return Add(
+            std::make_shared<DatabaseObject>(JetDatabase::Create(name, session_, NewDatabaseOf(locale, options))));
+    }
+    return Add(std::make_shared<DatabaseObject>(
+        std::static_pointer_cast<JetDatabase>(Engine::Instance().CreateDatabase(name, locale, options))));
 }
 
 void Workspace::BeginTrans() {
