@@ -21,10 +21,15 @@ bool IsNumber(std::u16string_view text) {
            std::all_of(text.begin(), text.end(), [&](char16_t unit) { return is_digit(unit) || unit == u'.'; });
 }
 
+// A formula does not end in an apostrophe; a character constant of a program does: "'+'".
+bool MayBeFormula(std::u16string_view text) {
+    return BeginsFormula(text) && !text.ends_with(kApostrophe);
+}
+
 // Where the text has apostrophes of its own before such a beginning, it needs one more, or the reader took one of them.
 bool NeedsApostrophe(std::u16string_view text) {
     const std::u16string_view rest = text.substr(std::min(text.find_first_not_of(kApostrophe), text.size()));
-    return BeginsFormula(rest) && (rest.size() < text.size() || !IsNumber(rest));
+    return MayBeFormula(rest) && (rest.size() < text.size() || !IsNumber(rest));
 }
 
 }  // namespace
@@ -46,7 +51,7 @@ std::u16string CsvCell(std::u16string_view text) {
 std::u16string_view CsvCellText(std::u16string_view cell) {
     if (!cell.starts_with(kApostrophe)) return cell;
     const std::u16string_view rest = cell.substr(std::min(cell.find_first_not_of(kApostrophe), cell.size()));
-    return BeginsFormula(rest) ? cell.substr(1) : cell;
+    return MayBeFormula(rest) ? cell.substr(1) : cell;
 }
 
 }  // namespace qmtrain

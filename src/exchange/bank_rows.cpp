@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 
@@ -52,8 +54,19 @@ void ReplaceAll(std::u16string& text, std::u16string_view wanted, std::u16string
     }
 }
 
+// None right where the answer is no such number: the question can be looked at and mended.
 std::int32_t BitsOf(std::u16string_view answer) {
-    return IsNumeric(Value(std::u16string(answer))) ? ToLong(Value(std::u16string(answer))) : 0;
+    const Value value{std::u16string(answer)};
+    if (!IsNumeric(value)) return 0;
+    const double number = ToDouble(value);
+    return number >= 0 && number <= std::numeric_limits<std::int32_t>::max() ? static_cast<std::int32_t>(number) : 0;
+}
+
+// An explanation that a bank without a column for it keeps as a document.
+std::optional<ui::RichText> AnalysisIn(const Value& document) {
+    if (document.GetType() != Value::Type::Binary) return std::nullopt;
+    const std::u16string text(document.Binary().begin(), document.Binary().end());
+    return ui::IsRtf(text) ? std::optional(ui::ReadRtf(text)) : std::nullopt;
 }
 
 void SetAnswer(Question& question, std::u16string_view answer) {
@@ -155,11 +168,8 @@ void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Q
         if (kind == Kind::Single || kind == Kind::Multiple) question.keywords = answer;
         if (info.analysis) question.analysis = ui::StoredText(TextIn(*rows, u"M_Analysis"));
         if (!info.analysis && info.documents) {
-            const Value& document = rows->Fields(u"O_RudeCont").Value();
-            if (document.GetType() == Value::Type::Binary) {
-                const std::u16string text(document.Binary().begin(), document.Binary().end());
-                if (ui::IsRtf(text)) question.analysis = ui::ReadRtf(text);
-            }
+            if (auto analysis = AnalysisIn(rows->Fields(u"O_RudeCont").Value()))
+                question.analysis = *std::move(analysis);
         }
         if (info.category) question.category = TextIn(*rows, u"C_Category");
         if (info.difficulty) question.difficulty = LongOr(rows->Fields(u"I_Difficulty").Value(), 0);
@@ -259,7 +269,9 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
     const std::u16string analysis = IsEmpty(question.analysis) ? u"" : StoredText(question.analysis);
     if (info.analysis) {
         SetOrNull(row.Fields(u"M_Analysis"), analysis);
-    } else if (info.documents && !analysis.empty() && (is_new || row.Fields(u"O_RudeCont").Value().IsNull())) {
+    } else if (info.documents && !analysis.empty() &&
+               (is_new || row.Fields(u"O_RudeCont").Value().IsNull() ||
+                AnalysisIn(row.Fields(u"O_RudeCont").Value()))) {
         const std::string rtf = ui::WriteRtf(question.analysis);
         row.Fields(u"O_RudeCont").Value(Bytes(rtf.begin(), rtf.end()));
     }

@@ -197,8 +197,10 @@ report::Report Analysis::MakeReport() {
     made.subtitle = whose;
     report::Section figures{u"概况"};
     figures.text.AppendText(FiguresText());
-    figures.text.EndParagraph();
-    figures.text.AppendText(ForecastText());
+    if (!IsTeacher()) {
+        figures.text.EndParagraph();
+        figures.text.AppendText(ForecastText());
+    }
     made.sections.push_back(std::move(figures));
     struct Named {
         TrainStatistics::GroupKind kind;
@@ -222,7 +224,8 @@ report::Report Analysis::MakeReport() {
     candidates.table.columns = {
         {u"考生", 2}, {u"试卷数", 1, true}, {u"平均", 1, true}, {u"最近", 1, true}, {u"答对", 1, true}};
     for (const CandidateRow& row : Candidates()) {
-        candidates.table.rows.push_back({row.name, ToText(row.papers), PercentText(row.average), PercentText(row.last),
+        const auto of_papers = [&](double rate) { return row.papers > 0 ? PercentText(rate) : u"—"; };
+        candidates.table.rows.push_back({row.name, ToText(row.papers), of_papers(row.average), of_papers(row.last),
                                          PercentText(row.right_share)});
     }
     made.sections.push_back(std::move(candidates));

@@ -203,6 +203,7 @@ int Import(const ImportOptions& options) {
         if (one.as != exchange::Recognised::As::Changed) continue;
         Say(u"  试题 " + plan.existing[one.existing].rec_no + u" 有改动：" + one.changes + u"。");
     }
+    if (errors > 0 && options.replace) Refuse(u"文件中有错误，不能同时删除题库中的试题。");
     const std::size_t dropped = options.replace ? plan.recognition.not_found.size() : 0;
     for (std::size_t i = 0; i < dropped; ++i) {
         const exchange::Question& gone = plan.existing[plan.recognition.not_found[i]];

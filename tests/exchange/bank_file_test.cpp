@@ -92,6 +92,9 @@ TEST_F(BankFileTest, TheSameQuestionsKeepTheirNumbers) {
         {"in another order, twice",
          u"队列是{~后进先出的表 =先进先出的表}\n\n栈是{=线性表 ~树 ~图}\n\n栈是{=线性表 ~树 ~图}",
          "新增 0 题，修改 0 题，不变 2 题，重复 1 题"},
+        {"alike but for formats and capitals",
+         u"[html]x<sup>3</sup>=8{=2 ~3}\n\n[html]x<sub>3</sub>=8{=2 ~3}\n\n类型是{=INT ~int}\n\n类型是{=int ~INT}",
+         "新增 4 题，修改 0 题，不变 0 题，重复 0 题"},
         {"another answer", u"队列是{=后进先出的表 ~先进先出的表}\n\n栈满了还能入栈{T}",
          "新增 0 题，修改 2 题，不变 0 题，重复 0 题"},
         {"the same stem, other options", u"栈是{=数组 ~链表}", "新增 1 题，修改 0 题，不变 0 题，重复 0 题"},
@@ -221,6 +224,9 @@ TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
     ASSERT_EQ(stored.size(), 3U);
     EXPECT_EQ(Shown(stored[1]), "是非题|新题|对|编号:XX310006");
     EXPECT_EQ(Shown(stored[2]), "操作题|写程序|解析:提示|编号:XX350001");
+    const std::vector<Question> better = ReadGift(u"写程序{####更好的提示}").questions;
+    CarryOut(folder_, PlanImport(folder_, {u"OLD", u"", u"", 0}, better), better, {});
+    EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|解析:更好的提示|编号:XX350001");
 }
 
 TEST_F(BankFileTest, SingleQuestionsAreSavedAndRemoved) {

@@ -128,6 +128,9 @@ TEST(Moodle, EncodingOfTheFileCounts) {
     const std::u16string text = u"<?xml version=\"1.0\" encoding=\"GB2312\"?><quiz>" +
                                 FromUtf8(Asked("truefalse", "首都", Answer("100", "true"))) + u"</quiz>";
     EXPECT_EQ(Shown(ReadMoodleXml(ToCodePage(text, 936).value())), "是非题|首都|对\n");
+    std::u16string wrong = text;
+    wrong.replace(wrong.find(u"GB2312"), 6, u"UTF-8");
+    EXPECT_EQ(Shown(ReadMoodleXml(ToCodePage(wrong, 936).value())), "是非题|首都|对\n") << "it says so itself, wrongly";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // A teacher's questions on their way: into a bank, onto papers, before a candidate, into the review, and changed.
 
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 #include "exchange/bank_file.h"
@@ -181,6 +182,18 @@ TEST_F(BanksTest, RulesThatCannotBeMetAreRefused) {
              rules.banks = {u"DS", u"XX"};
          },
          "题库“数据结构”与“数据结构”不属于同一个科目，不能组成一份试卷。"},
+        {"a bank twice",
+         [](PaperRules& rules) {
+             rules.banks = {u"DS", u"ds"};
+             rules.parts[Kind::Single].count = 2;
+         },
+         "试题不够，没有组卷：\n单选题要 2 题，符合条件的只有 1 题。"},
+        {"endless points",
+         [](PaperRules& rules) { rules.parts[Kind::Single].points = std::numeric_limits<float>::infinity(); },
+         "每题的分数应当大于 0，最多 1000。"},
+        {"points below none", [](PaperRules& rules) { rules.parts[Kind::Fill].points = -5; },
+         "每题的分数应当大于 0，最多 1000。"},
+        {"no code", [](PaperRules& rules) { rules.banks = {u"D'S"}; }, "题库目录中没有代码为“D'S”的题库。"},
         {"no title", [](PaperRules& rules) { rules.title = u" "; }, "请输入试卷名称。"},
         {"no questions", [](PaperRules& rules) { rules.parts.clear(); }, "请至少选择一道试题。"},
     };
@@ -195,9 +208,9 @@ TEST_F(BanksTest, RulesThatCannotBeMetAreRefused) {
               }),
               "题库“数据结构”中没有试题 DS010009。");
     EXPECT_EQ(Refusal([&] {
-                  MakePaper(data_, u"自选", 60, {{u"DS", u"DS010001", 0}, {u"DS", u"DS010001", 0}});
+                  MakePaper(data_, u"自选", 60, {{u"DS", u"DS010001", 0}, {u"ds", u"ds010001", 0}});
               }),
-              "试题 DS010001 选了两次。");
+              "试题 ds010001 选了两次。");
     EXPECT_EQ(PapersOf(data_, -1).size(), before);
     EXPECT_EQ(Questions(MakePaper(data_, u"自选", 60, {{u"DS", u"DS030001", 5}, {u"DS", u"DS010001", 0}})),
               "DS030001 DS010001 ");

@@ -142,6 +142,9 @@ TEST_F(CommandsTest, WhatIsImported) {
             {"文件中没有试题 DS050001“写出判断栈空的函数”，将删除。", "删除 6 题", "已写入"},
             "y\n"});
     EXPECT_EQ(Numbers(u"DS"), "DS010004 DS030001 ");
+    Expect({"import two.csv none.csv --bank DS --replace --keep-going --yes", 2, {"不能同时删除"}});
+    Expect({"import good.csv --bank CON", 2, {"不能用作文件名"}});
+    Expect({"import good.csv --bank NEW --subject -5", 2, {"科目代码应当是 1 到 9999。"}});
     Expect({"import good.gift --bank DS --replace --yes", 0, {"删除 2 题", "已写入"}});
     Expect({"import --template sheet.csv", 0, {"已写出 sheet.csv。"}});
     Expect({"import sheet.csv --bank TPL", 0, {"新增 5 题"}});
