@@ -21,12 +21,12 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr std::size_t kManyDots = 500;
 // Pixels of an unscaled screen.
 constexpr int kBarHeight = 14;
 constexpr int kSquare = 13;
 constexpr int kMostWeeks = 53;
 constexpr int kDaysOfWeek = 7;
+constexpr std::size_t kManyDots = 500;
 constexpr std::size_t kMostPoints = 1000;  // more would hide one another
 
 std::u16string Rate(double rate) {
