@@ -3,8 +3,11 @@
 #include <fstream>
 
 #include <wx/frame.h>
+#include <wx/menu.h>
+#include <wx/prntbase.h>
 
 #include "exchange/html.h"
+#include "host/bank_menu.h"
 #include "host/bank_window.h"
 #include "host/import_dialog.h"
 #include "host/question_editor.h"
@@ -148,6 +151,37 @@ TEST_F(BankWindowTest, APaperIsMadeByRules) {
         .DoLast([&] { Click(*dialog.BtnOK); });
     EXPECT_EQ(script.Play(dialog), wxID_OK);
     EXPECT_EQ(FindPaper(data_, dialog.PaperNo()).value().questions.size(), 4U);
+}
+
+// From the menu, as a user comes to it: the pages of the selected paper, and a word where none is selected.
+TEST_F(BankWindowTest, APaperIsSeenBeforeItIsPrinted) {
+    std::optional<Paper> selected;
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "host");
+    auto* bar = new wxMenuBar;
+    wxMenu* menu =
+        MakeBankMenu(*frame, data_, false, {[&] { return selected; }, [] { return Edition::StandAlone; }, [] {}});
+    bar->Append(menu, "banks");
+    frame->SetMenuBar(bar);
+    frame->Show();
+    const auto choose = [&](const char* label) {
+        for (const wxMenuItem* item : menu->GetMenuItems()) {
+            if (item->GetSubMenu() == nullptr) continue;
+            const int id = item->GetSubMenu()->FindItem(wxString::FromUTF8(label));
+            ASSERT_NE(id, wxNOT_FOUND) << label;
+            frame->ProcessCommand(id);
+        }
+    };
+    boxes_.Expect(wxID_OK);
+    choose("打印预览(V)…");
+    EXPECT_EQ(boxes_.Said(), std::vector<std::string>{"导出: 请先在主窗口中选择一份试卷。"});
+    selected = MixedPaper();
+    choose("打印预览(V)…");
+    auto* preview = Shown<wxPreviewFrame>();
+    ASSERT_NE(preview, nullptr);
+    EXPECT_EQ(Utf8(preview->GetTitle()), "打印预览：模拟练习");
+    EXPECT_EQ(Utf8(wxControl::GetLabelText(preview->FindWindow(wxID_PREVIEW_CLOSE)->GetLabel())), "关闭(C)");
+    preview->Close(true);
+    frame->Destroy();
 }
 
 }  // namespace

@@ -230,6 +230,15 @@ TEST_F(LearningTest, WhatToPractiseNow) {
     ASSERT_EQ(teacher.Candidates().size(), 1U);
     EXPECT_EQ(teacher.Candidates()[0].papers, 7);
     EXPECT_EQ(teacher.Items().size(), 5U);
+
+    Practice(data_, MixedPaper(), {2}).HandIn();
+    for (const auto& [users, papers] :
+         {std::pair{std::set<std::int32_t>{2}, 1U}, {{1}, 7U}, {{1, 2}, 8U}, {{3}, 0U}, {{}, 8U}}) {
+        teacher.SetClass(users);
+        teacher.Load();
+        EXPECT_EQ(teacher.GetFigures().papers.size(), papers);
+        EXPECT_EQ(teacher.MakeReport().subtitle.starts_with(u"所有"), users.empty());
+    }
 }
 
 TEST_F(LearningTest, TitlesOfQuestionsWhateverTheBankHolds) {
