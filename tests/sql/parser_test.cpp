@@ -34,6 +34,10 @@ constexpr const char* kGood[] = {
     "ALTER TABLE T ADD CONSTRAINT P PRIMARY KEY (A)",
     "ALTER TABLE T DROP COLUMN A",
     "ALTER TABLE T DROP CONSTRAINT P",
+    "ALTER TABLE T ALTER COLUMN A TEXT(20) DEFAULT 'x' NOT NULL",
+    "PARAMETERS [a b] TEXT(20), C DATETIME, D VALUE; SELECT [a b] FROM T WHERE A = C",
+    "SELECT A FROM T WHERE A > ANY (SELECT B FROM U) AND NOT A = ALL (SELECT B FROM U WHERE U.A = T.A)",
+    "TRANSFORM Sum(A) SELECT B FROM T WHERE C > 1 GROUP BY B ORDER BY B DESC PIVOT D & 'x' IN ('ax', 'bx')",
 };
 
 // Printing shows how a statement was understood; what is printed must be understood in the same way.
