@@ -428,6 +428,28 @@ void Database::RenameColumn(std::u16string_view table, std::u16string_view colum
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
 }
 
+void Database::CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts) {
+    CatalogObject object;
+    object.name = name;
+    CheckName(object.name, *pager_);
+    if (FindObject(name)) Raise(ErrorNumber::TableExists, {name});
+    SystemCatalog catalog(*this);
+    object.id = catalog.NewId();
+    object.parent = kTablesContainer;
+    object.type = CatalogObject::kQuery;
+    catalog.AddObject(object, catalog.UserId(User::Admin), {});
+    catalog.InheritAces(object.id, kTablesContainer);
+    catalog.AddQueryParts(object.id, parts);
+}
+
+void Database::DropQuery(std::u16string_view name) {
+    const std::optional<CatalogObject> object = FindObject(name);
+    if (!object || object->type != CatalogObject::kQuery) Raise(ErrorNumber::ObjectNotFound, {name});
+    SystemCatalog catalog(*this);
+    catalog.RemoveObject(*object);
+    catalog.RemoveQueryParts(object->id);
+}
+
 void Database::CreateRelationship(const Relationship& relationship) {
     CheckName(relationship.name, *pager_);
     for (const Relationship& other : Relationships()) {
