@@ -22,7 +22,9 @@ DatabaseObject::DatabaseObject(std::shared_ptr<JetDatabase> database)
     : database_(std::move(database)),
       tables_({[this] { return LoadTables(); }, [this](const AnyObject& object) { AppendTable(object); },
                [this](std::u16string_view name) { database_->DropTable(name); }}),
-      queries_({[this] { return LoadQueries(); }}),
+      queries_({.load = [this] { return LoadQueries(); },
+                .append = {},
+                .remove = [this](std::u16string_view name) { database_->DropQuery(name); }}),
       relations_({[this] { return LoadRelations(); }, [this](const AnyObject& object) { AppendRelation(object); },
                   [this](std::u16string_view name) { database_->DropRelation(name); }}),
       properties_({[this] { return LoadProperties(); }}) {}
@@ -79,8 +81,12 @@ std::shared_ptr<RelationObject> DatabaseObject::CreateRelation(std::u16string_vi
 }
 
 std::shared_ptr<QueryDef> DatabaseObject::CreateQueryDef(std::u16string_view name, std::u16string_view text) {
-    if (!name.empty()) Raise(ErrorNumber::OperationNotSupported, {u"保存查询“" + std::u16string(name) + u"”。"});
-    return std::make_shared<QueryDef>(database_, std::u16string(), std::u16string(text));
+    if (!name.empty()) {
+        if (queries_.Find<QueryDef>(name) != nullptr) Raise(ErrorNumber::TableExists, {name});
+        if (!text.empty()) database_->SaveQuery(name, text);
+        queries_.Refresh();
+    }
+    return std::make_shared<QueryDef>(database_, std::u16string(name), std::u16string(text));
 }
 
 void DatabaseObject::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {

@@ -57,7 +57,8 @@ public:
     void Execute(std::u16string_view statement, std::int32_t options);
     std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source, RecordsetType type, std::int32_t options);
 
-    // Objects to be appended; a query without a name is the caller's own, one with a name raises OperationNotSupported.
+    // Objects to be appended; a query without a name is the caller's own, one with a name is saved with its statement.
+    // Raises TableExists when there is a table or query of the name.
     std::shared_ptr<TableObject> CreateTableDef(std::u16string_view name, std::u16string_view source_table,
                                                 std::u16string_view connect);
     std::shared_ptr<RelationObject> CreateRelation(std::u16string_view name, std::u16string_view table,

@@ -5,8 +5,11 @@
 
 #include "core/convert.h"
 #include "core/error.h"
+#include "core/text.h"
+#include "core/work.h"
 #include "dao/saved_query.h"
 #include "jet/row_cursor.h"
+#include "sql/sql.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -97,10 +100,12 @@ jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& c
 // Which columns and indexes of a Jet table stand where in SQL: columns in the order in which they are shown.
 struct Layout {
     explicit Layout(const jet::Table& table);
+    std::uint16_t Ordinal(int position) const { return ordinals[static_cast<std::size_t>(position)]; }
 
     std::vector<sql::Column> columns;
     std::vector<std::size_t> positions;  // in the Jet definition, by SQL position
-    std::vector<sql::Index> indexes;     // by real index
+    std::vector<std::uint16_t> ordinals;
+    std::vector<sql::Index> indexes;  // by real index
 };
 
 Layout::Layout(const jet::Table& table) {
@@ -110,7 +115,10 @@ Layout::Layout(const jet::Table& table) {
         return definition.columns[a].ordinal < definition.columns[b].ordinal;
     });
     const bool jet4 = table.GetVersion() == jet::Version::Jet4;
-    for (const std::size_t position : positions) columns.push_back(ToSql(definition.columns[position], jet4));
+    for (const std::size_t position : positions) {
+        columns.push_back(ToSql(definition.columns[position], jet4));
+        ordinals.push_back(definition.columns[position].ordinal);
+    }
     for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
         const jet::RealIndex& real = definition.real_indexes[i];
         sql::Index index;
@@ -393,6 +401,70 @@ void JetCatalog::AddColumn(std::u16string_view table, const sql::Column& column)
 
 void JetCatalog::DropColumn(std::u16string_view table, std::u16string_view column) {
     database_.DropColumn(table, column);
+}
+
+bool JetCatalog::DropReference(std::u16string_view table, std::u16string_view name) {
+    for (const jet::Relationship& relationship : database_.Relationships()) {
+        if (!EqualNames(relationship.name, name) || !EqualNames(relationship.table, table)) continue;
+        database_.DropRelationship(name);
+        return true;
+    }
+    return false;
+}
+
+// The values go over into a new column, which takes the old one's name, place and indexes.
+void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted) {
+    const Layout layout(*Require(name));
+    const auto at =
+        static_cast<int>(std::ranges::find(layout.columns, wanted.name, &sql::Column::name) - layout.columns.begin());
+    const sql::Column& old = layout.columns[static_cast<std::size_t>(at)];
+    if (wanted.counter && !old.counter)
+        Raise(ErrorNumber::OperationNotSupported, {u"把字段“" + wanted.name + u"”改为自动编号。"});
+    if (wanted.counter) return;
+    for (const jet::Relationship& relationship : database_.Relationships()) {
+        const auto uses = [&](std::u16string_view table, const std::vector<std::u16string>& columns) {
+            return EqualNames(table, name) && std::ranges::any_of(columns, [&](const std::u16string& column) {
+                       return EqualNames(column, wanted.name);
+                   });
+        };
+        if (uses(relationship.table, relationship.columns) ||
+            uses(relationship.referenced_table, relationship.referenced_columns))
+            Raise(ErrorNumber::UsedInRelationship, {relationship.name});
+    }
+    std::vector<jet::IndexSpec> indexes;
+    for (const sql::Index& index : layout.indexes) {
+        const auto has = [&](const sql::IndexColumn& part) { return part.column == at; };
+        if (std::ranges::any_of(index.columns, has)) indexes.push_back(ToSpec(index, layout.columns));
+    }
+    sql::Column added = wanted;
+    added.name = u"~";
+    for (int number = 1; std::ranges::find(layout.columns, added.name, &sql::Column::name) != layout.columns.end();)
+        added.name = u"~" + ToText(std::int64_t{number++});
+    database_.AddColumn(name, ToSpec(added));
+    CopyColumn(name, at, wanted);
+    for (const jet::IndexSpec& index : indexes) database_.DropIndex(name, index.name);
+    database_.DropColumn(name, wanted.name);
+    database_.RenameColumn(name, added.name, wanted.name, layout.Ordinal(at));
+    for (const jet::IndexSpec& index : indexes) database_.CreateIndex(name, index);
+}
+
+// Into the last column.
+void JetCatalog::CopyColumn(std::u16string_view name, int from, const sql::Column& wanted) {
+    const auto table = FindTable(name);
+    const auto to = static_cast<int>(table->Columns().size()) - 1;
+    const auto cursor = table->OpenCursor();
+    std::vector<sql::RowId> rows;
+    for (cursor->Scan(); cursor->Next();) rows.push_back(cursor->Row());
+    Value value;
+    WorkSteps steps;
+    for (const sql::RowId row : rows) {
+        steps.Next();
+        if (!cursor->MoveTo(row)) continue;
+        cursor->Read(from, value);
+        if (value.IsNull() && wanted.required) Raise(ErrorNumber::FieldRequired, {wanted.name});
+        const sql::Assignment change{to, sql::ConvertToColumn(value, wanted)};
+        table->Update(row, {&change, 1});
+    }
 }
 
 void JetCatalog::AddReference(std::u16string_view name, const sql::Reference& reference) {

@@ -75,6 +75,11 @@ public:
     // A saved query as a statement. Raises ObjectNotFound.
     std::u16string QueryText(std::u16string_view name);
 
+    // Saves a select, in the place of the query that has the name. Raises OperationNotSupported for any other
+    // statement, TableExists for the name of a table.
+    void SaveQuery(std::u16string_view name, std::u16string_view text);
+    void DropQuery(std::u16string_view name);
+
     // Makes and changes structures, each wholly or not at all. They raise what the statements for it raise, and
     // InvalidFieldType.
     void CreateTable(const TableDef& table);

@@ -3,6 +3,7 @@
 #include "core/text.h"
 #include "dao/column_types.h"
 #include "dao/jet_database.h"
+#include "dao/query_parts.h"
 #include "dao/saved_query.h"
 #include "dao/table_defs.h"
 #include "jet/database.h"
@@ -66,6 +67,21 @@ std::u16string JetDatabase::QueryText(std::u16string_view name) {
     const auto text = SelectOfQuery(*storage_, name);
     if (!text) Raise(ErrorNumber::ObjectNotFound, {name});
     return *text;
+}
+
+void JetDatabase::SaveQuery(std::u16string_view name, std::u16string_view text) {
+    const std::vector<jet::QueryPart> parts = PartsOfSelect(sql::Parse(text));
+    jet::Database::Writing writing(Storage());
+    const auto known = storage_->FindObject(name);
+    if (known && known->type == jet::CatalogObject::kQuery) storage_->DropQuery(name);
+    storage_->CreateQuery(name, parts);
+    writing.Commit();
+}
+
+void JetDatabase::DropQuery(std::u16string_view name) {
+    jet::Database::Writing writing(Storage());
+    storage_->DropQuery(name);
+    writing.Commit();
 }
 
 void JetDatabase::CreateTable(const TableDef& table) {

@@ -38,7 +38,7 @@ QueryDef::QueryDef(std::shared_ptr<JetDatabase> database, std::u16string name, s
       }}) {}
 
 void QueryDef::SQL(std::u16string_view text) {
-    if (!name_.empty()) Raise(ErrorNumber::InvalidOperation);
+    if (!name_.empty()) database_->SaveQuery(name_, text);
     text_ = text;
     parameters_.Refresh();
     fields_.Refresh();

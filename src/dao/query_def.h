@@ -40,7 +40,7 @@ public:
     const std::u16string& Name() const { return name_; }
     const std::u16string& SQL() const { return text_; }
 
-    // Raises InvalidOperation for a saved query.
+    // Saves it when it has a name.
     void SQL(std::u16string_view text);
 
     // DAO's number of what the statement is.
@@ -49,7 +49,7 @@ public:
     std::int32_t RecordsAffected() const { return records_affected_; }
     Date DateCreated() const;
     Date LastUpdated() const;
-    bool Updatable() const { return name_.empty(); }
+    bool Updatable() const { return true; }
 
     // The parameters that PARAMETERS declares, and the names that nothing else explains.
     std::shared_ptr<Collection> Parameters() { return {shared_from_this(), &parameters_}; }

@@ -5,31 +5,12 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "dao/query_clauses.h"
 #include "jet/database.h"
 #include "jet/row_cursor.h"
 
 namespace qmtrain::dao {
 namespace {
-
-// The clause that a row of MSysQueries belongs to.
-enum class Clause : std::uint8_t {
-    Parameter = 2,
-    Options = 3,
-    Table = 5,
-    Output = 6,
-    Join = 7,
-    Where = 8,
-    GroupBy = 9,
-    Having = 10,
-    OrderBy = 11
-};
-
-// Bits of an Options row.
-constexpr int kAllColumns = 0x1;
-constexpr int kDistinct = 0x2;
-constexpr int kDistinctRow = 0x8;
-constexpr int kTop = 0x10;
-constexpr int kPercent = 0x20;
 
 struct Part {
     int clause = 0;

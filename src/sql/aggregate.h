@@ -14,7 +14,8 @@ enum class AggregateKind : std::uint8_t { CountRows, Count, Sum, Avg, Min, Max, 
 // The function of that name: 0 for none, else 1 + its kind. Requires: the name is in capital letters.
 bool FindAggregate(std::u16string_view name, AggregateKind& kind);
 
-// Numbers an aggregate has seen so far. Min, Max, First and Last keep theirs in the group's row instead.
+// Numbers an aggregate has seen so far. Min, Max, First and Last, and sums of decimals, keep theirs in the group's row
+// instead.
 struct AggregateState {
     std::int64_t count = 0;
     std::int64_t currency = 0;  // the sum of amounts, kept apart from `sum` so that it stays exact
@@ -38,8 +39,9 @@ public:
     void Finish(const AggregateState& state, Value& slot) const;
 
 private:
+    bool AddsDecimals() const { return argument_ != nullptr && argument_->Type() == Value::Type::Decimal; }
     bool AddsCurrency() const { return argument_ != nullptr && argument_->Type() == Value::Type::Currency; }
-    void AddTo(AggregateState& state, const Value& value) const;
+    void AddTo(AggregateState& state, const Value& value, Value& slot) const;
 
     AggregateKind kind_;
     Expression* argument_;  // null for Count(*)

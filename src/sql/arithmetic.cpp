@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "core/error.h"
 #include "core/work.h"
 #include "sql/operators.h"
@@ -12,8 +13,8 @@ namespace {
 
 using ast::BinaryOperator;
 
-// How a value takes part in arithmetic. Decimals and texts count as Doubles.
-enum class Kind : std::uint8_t { Unknown, Whole, Single, Double, Currency, Date };
+// How a value takes part in arithmetic. Texts count as Doubles.
+enum class Kind : std::uint8_t { Unknown, Whole, Single, Double, Currency, Decimal, Date };
 
 Kind KindOf(Value::Type type) {
     switch (type) {
@@ -23,6 +24,7 @@ Kind KindOf(Value::Type type) {
         case Value::Type::Long: return Kind::Whole;
         case Value::Type::Single: return Kind::Single;
         case Value::Type::Currency: return Kind::Currency;
+        case Value::Type::Decimal: return Kind::Decimal;
         case Value::Type::Date: return Kind::Date;
         case Value::Type::Empty:
         case Value::Type::Null: return Kind::Unknown;
@@ -39,6 +41,8 @@ Kind ResultKind(BinaryOperator op, Kind a, Kind b) {
         const bool difference = op == BinaryOperator::Subtract && a == b;
         return additive && !difference ? Kind::Date : Kind::Double;
     }
+    const bool inexact = a == Kind::Double || b == Kind::Double || a == Kind::Single || b == Kind::Single;
+    if (a == Kind::Decimal || b == Kind::Decimal) return inexact ? Kind::Double : Kind::Decimal;
     if (op == BinaryOperator::Divide) return a == Kind::Single && b == Kind::Single ? Kind::Single : Kind::Double;
     if (a == b) return a;
     if (a == Kind::Double || b == Kind::Double) return Kind::Double;
@@ -55,6 +59,7 @@ Value::Type TypeOf(Kind kind) {
         case Kind::Single: return Value::Type::Single;
         case Kind::Double: return Value::Type::Double;
         case Kind::Currency: return Value::Type::Currency;
+        case Kind::Decimal: return Value::Type::Decimal;
         case Kind::Date: return Value::Type::Date;
     }
     return Value::Type::Empty;
@@ -121,6 +126,15 @@ Currency CurrencyResult(BinaryOperator op, const Value& a, const Value& b) {
     return {result};
 }
 
+Decimal DecimalResult(BinaryOperator op, const Decimal& a, const Decimal& b) {
+    switch (op) {
+        case BinaryOperator::Add: return Add(a, b);
+        case BinaryOperator::Subtract: return Subtract(a, b);
+        case BinaryOperator::Multiply: return Multiply(a, b);
+        default: return Divide(a, b);
+    }
+}
+
 float SingleResult(BinaryOperator op, const Value& a, const Value& b) {
     return ToSingle(Value(CheckedDouble(DoubleResult(op, ToDouble(a), ToDouble(b)))));
 }
@@ -146,6 +160,7 @@ public:
             case Kind::Single: result_ = SingleResult(op_, left, right); break;
             case Kind::Double: result_ = CheckedDouble(DoubleResult(op_, ToDouble(left), ToDouble(right))); break;
             case Kind::Currency: result_ = CurrencyResult(op_, left, right); break;
+            case Kind::Decimal: result_ = DecimalResult(op_, ToDecimal(left), ToDecimal(right)); break;
             case Kind::Date: result_ = ToDate(Value(DoubleResult(op_, ToDouble(left), ToDouble(right)))); break;
         }
         return result_;
@@ -215,6 +230,7 @@ public:
             case Kind::Single: result_ = -value.As<float>(); break;
             case Kind::Double: result_ = -ToDouble(value); break;
             case Kind::Currency: result_ = CurrencyResult(BinaryOperator::Subtract, Value(Currency{}), value); break;
+            case Kind::Decimal: result_ = Subtract(Decimal{}, value.As<Decimal>()); break;
             case Kind::Date: result_ = ToDate(Value(-ToDouble(value))); break;
         }
         return result_;

@@ -41,6 +41,8 @@ bool ContainsAggregate(const ast::Expression& expression) {
         }
         case ExpressionKind::IsNull: return ContainsAggregate(static_cast<const ast::IsNull&>(expression).subject);
         case ExpressionKind::InSelect: return ContainsAggregate(static_cast<const ast::InSelect&>(expression).subject);
+        case ExpressionKind::Quantified:
+            return ContainsAggregate(static_cast<const ast::Quantified&>(expression).subject);
         case ExpressionKind::InList: {
             const auto& in = static_cast<const ast::InList&>(expression);
             const auto contains = [](const ast::ExpressionPtr& item) { return ContainsAggregate(item); };
@@ -547,6 +549,7 @@ private:
 }  // namespace
 
 std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent) {
+    if (select.crosstab != nullptr) return BindCrosstab(context, select);
     const int depth_before = std::exchange(context.depth, 0);
     const int deepest_before = std::exchange(context.deepest, 0);
     std::unique_ptr<Plan> plan = select.parts.size() > 1

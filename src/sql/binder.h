@@ -107,4 +107,7 @@ std::unique_ptr<JoinNode> BindFrom(BindContext& context, const ast::TableExpress
 // A whole SELECT; `parent` is the scope of the query around it.
 std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent);
 
+// One with a TRANSFORM. Which columns it has is seen by a look at the rows.
+std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& select);
+
 }  // namespace qmtrain::sql

@@ -15,8 +15,8 @@ bool IsPlain(const Select& select) {
     const ast::SelectPart& part = select.parts.front();
     const bool grouped = !part.group_by.empty() || part.having != nullptr;
     const auto renames = [](const ast::SelectItem& item) { return !item.alias.empty(); };
-    return select.parts.size() == 1 && !grouped && !part.distinct && !part.top && !part.from.empty() &&
-           std::ranges::none_of(part.items, renames);
+    return select.crosstab == nullptr && select.parts.size() == 1 && !grouped && !part.distinct && !part.top &&
+           !part.from.empty() && std::ranges::none_of(part.items, renames);
 }
 
 Select RowsOf(Select select) {

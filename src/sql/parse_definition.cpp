@@ -353,6 +353,14 @@ ast::AlterTable Parser::ParseAlterTable() {
         }
         return alter;
     }
+    if (TakeKeyword(u"ALTER")) {
+        TakeKeyword(u"COLUMN");
+        ast::AlterTable::AlterColumn change{ParseColumnDefinition()};
+        // Keys are made and dropped as such.
+        if (!change.definition.constraints.empty()) Fail(kError);
+        alter.action = std::move(change);
+        return alter;
+    }
     ExpectKeyword(u"DROP", kError);
     if (TakeKeyword(u"CONSTRAINT")) {
         alter.action = ast::AlterTable::DropConstraint{ExpectName(kError)};

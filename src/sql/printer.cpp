@@ -65,6 +65,7 @@ public:
             case ExpressionKind::IsNull: return PutIsNull(static_cast<const IsNull&>(expression));
             case ExpressionKind::InList: return PutInList(static_cast<const InList&>(expression));
             case ExpressionKind::InSelect: return PutInSelect(static_cast<const InSelect&>(expression));
+            case ExpressionKind::Quantified: return PutQuantified(static_cast<const Quantified&>(expression));
             case ExpressionKind::Exists:
                 out += u"Exists ";
                 return PutSubSelect(*static_cast<const Exists&>(expression).select);
@@ -74,6 +75,23 @@ public:
     }
 
     void Put(const Select& select) {
+        const Crosstab* crosstab = select.crosstab.get();
+        if (crosstab != nullptr) {
+            out += u"TRANSFORM ";
+            Put(*crosstab->value);
+            out += u" ";
+        }
+        PutRows(select);
+        if (crosstab == nullptr) return;
+        out += u" PIVOT ";
+        Put(*crosstab->pivot);
+        if (crosstab->headings.empty()) return;
+        out += u" IN (";
+        PutList(crosstab->headings, [this](const ExpressionPtr& heading) { Put(*heading); });
+        out += u")";
+    }
+
+    void PutRows(const Select& select) {
         for (std::size_t i = 0; i < select.parts.size(); ++i) {
             if (i > 0) out += select.parts[i].union_all ? u" UNION ALL " : u" UNION ";
             PutPart(select.parts[i]);
@@ -155,6 +173,9 @@ public:
             PutConstraint(*constraint);
         } else if (const auto* dropped = std::get_if<AlterTable::DropColumn>(&alter.action)) {
             out += u" DROP COLUMN " + Bracketed(dropped->name);
+        } else if (const auto* changed = std::get_if<AlterTable::AlterColumn>(&alter.action)) {
+            out += u" ALTER COLUMN ";
+            PutDefinition(changed->definition);
         } else {
             out += u" DROP CONSTRAINT " + Bracketed(std::get<AlterTable::DropConstraint>(alter.action).name);
         }
@@ -256,6 +277,15 @@ private:
         Put(*in.subject);
         out += in.negated ? u" Not In " : u" In ";
         PutSubSelect(*in.select);
+        out += u")";
+    }
+
+    void PutQuantified(const Quantified& quantified) {
+        out += u"(";
+        Put(*quantified.subject);
+        out += u" " + std::u16string(kBinaryText[static_cast<std::size_t>(quantified.op)]);
+        out += quantified.all ? u" ALL " : u" ANY ";
+        PutSubSelect(*quantified.select);
         out += u")";
     }
 
@@ -390,6 +420,13 @@ std::u16string Print(const ast::Statement& statement) {
     Printer printer(none);
     printer.PutParameters(statement.parameters);
     std::visit([&](const auto& node) { printer.Put(node); }, statement.node);
+    return std::move(printer.out);
+}
+
+std::u16string PrintRows(const ast::Select& select) {
+    const ColumnPrinter none;
+    Printer printer(none);
+    printer.PutRows(select);
     return std::move(printer.out);
 }
 

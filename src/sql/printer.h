@@ -11,6 +11,9 @@ namespace qmtrain::sql {
 
 std::u16string Print(const ast::Statement& statement);
 
+// Without the columns that a TRANSFORM adds to it.
+std::u16string PrintRows(const ast::Select& select);
+
 // How a column is to be written; without it, as it was named.
 using ColumnPrinter = std::function<std::u16string(const ast::ColumnName&)>;
 

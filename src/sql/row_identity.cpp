@@ -1,6 +1,7 @@
 #include "sql/row_identity.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "sql/key.h"
 
@@ -30,14 +31,6 @@ RowIdentity::RowIdentity(const Table& table)
 
 std::uint64_t RowIdentity::Of(Cursor& cursor) {
     std::uint64_t identity = 0;
-    if (columns_.size() == 1) {
-        cursor.Read(columns_[0], value_);
-        if (value_.GetType() == Value::Type::Long) {
-            constexpr std::uint64_t kAboveLongs = std::uint64_t{1} << 40;
-            return kAboveLongs + static_cast<std::uint32_t>(value_.As<std::int32_t>());
-        }
-    }
-    bytes_.clear();
     if (columns_.empty() && has_images_) {
         const std::span<const std::uint8_t> image = cursor.Image();
         identity = HashBytes(image.data(), image.size());
@@ -45,11 +38,25 @@ std::uint64_t RowIdentity::Of(Cursor& cursor) {
         const int count = columns_.empty() ? width_ : static_cast<int>(columns_.size());
         for (int i = 0; i < count; ++i) {
             cursor.Read(columns_.empty() ? i : columns_[static_cast<std::size_t>(i)], value_);
-            AppendKey(value_, bytes_);
+            identity = std::rotl(identity, 25) ^ HashOf(value_);
         }
-        identity = HashBytes(bytes_.data(), bytes_.size());
     }
     return identity != 0 ? identity : 1;
+}
+
+// Most keys are numbers and short texts, and of every row that a record set comes to this is asked.
+std::uint64_t RowIdentity::HashOf(const Value& value) {
+    if (value.GetType() == Value::Type::Long) {
+        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15U;
+        return (std::uint64_t{static_cast<std::uint32_t>(value.As<std::int32_t>())} + 1) * kSpread;
+    }
+    if (value.IsText()) {
+        const std::u16string& text = value.Text();
+        return HashBytes(reinterpret_cast<const std::uint8_t*>(text.data()), text.size() * sizeof(char16_t));
+    }
+    bytes_.clear();
+    AppendKey(value, bytes_);
+    return HashBytes(bytes_.data(), bytes_.size());
 }
 
 }  // namespace qmtrain::sql

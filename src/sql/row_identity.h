@@ -21,6 +21,8 @@ public:
     std::uint64_t Of(Cursor& cursor);
 
 private:
+    std::uint64_t HashOf(const Value& value);
+
     bool has_images_;
     int width_;
     std::vector<int> columns_;

@@ -218,6 +218,13 @@ public:
     virtual void AddColumn(std::u16string_view table, const Column& column) = 0;
     virtual void DropColumn(std::u16string_view table, std::u16string_view column) = 0;
     virtual void AddReference(std::u16string_view table, const Reference& reference) = 0;
+
+    // False when the table has no such reference.
+    virtual bool DropReference(std::u16string_view /*table*/, std::u16string_view /*name*/) { return false; }
+
+    // Gives a column another type, size or default; its values are converted. Raises DataTypeConversion, FieldTooLarge,
+    // FieldRequired for a value that the new column cannot hold, UsedInRelationship. Not everybody can.
+    virtual void AlterColumn(std::u16string_view table, const Column& column);
 };
 
 }  // namespace qmtrain::sql

@@ -142,6 +142,56 @@ TEST_F(ObjectsTest, QueriesWithParameters) {
               static_cast<int>(ErrorNumber::InvalidOperation));
 }
 
+// What is saved is taken apart; put together again it has the same rows.
+TEST_F(ObjectsTest, SavedQueries) {
+    database_->ExecuteScript(u"CREATE TABLE Users (UserID LONG, UserName TEXT(9)); INSERT INTO Users VALUES (1, '甲')");
+    const char16_t* const texts[] = {
+        u"SELECT * FROM TrainInfo",
+        u"SELECT TrainInfo.*, Score * 2 AS Twice FROM TrainInfo WHERE Score > 20 ORDER BY TrainID DESC, Score",
+        u"SELECT DISTINCT UserID FROM TrainInfo",
+        u"SELECT TOP 2 TrainID, Remark FROM TrainInfo ORDER BY TrainID DESC",
+        u"SELECT UserID, Count(*) AS N FROM TrainInfo GROUP BY UserID HAVING Count(*) > 2",
+        u"SELECT T.TrainID, U.UserName FROM TrainInfo AS T LEFT JOIN Users AS U ON T.UserID = U.UserID",
+        u"SELECT V.TrainID FROM (TrainInfo AS T INNER JOIN Users ON T.UserID = Users.UserID) RIGHT JOIN TrainInfo AS V "
+        u"ON V.TrainID = T.TrainID + 1",
+        u"SELECT Q.UserID FROM (SELECT UserID FROM TrainInfo WHERE Score > 30) AS Q, Users WHERE Q.UserID = "
+        u"Users.UserID",
+    };
+    const auto shown = [&](std::u16string_view source) {
+        std::u16string text;
+        const auto rows = database_->OpenRecordset(source, RecordsetType::Snapshot);
+        for (const auto& field : rows->Fields()) text += field->Name() + u" ";
+        for (; !rows->Eof(); rows->MoveNext()) {
+            for (const auto& field : rows->Fields())
+                text += u"|" + (field->Value().IsNull() ? u"Null" : ToText(field->Value()));
+        }
+        return text;
+    };
+    for (const char16_t* text : texts) {
+        objects_->CreateQueryDef(u"Saved", text);
+        EXPECT_EQ(shown(u"Saved"), shown(text)) << ToUtf8(text);
+        EXPECT_EQ(ErrorOf([&] { objects_->CreateQueryDef(u"saved", text); }),
+                  static_cast<int>(ErrorNumber::TableExists));
+        objects_->QueryDefs()->Delete(u"Saved");
+    }
+    const auto query = objects_->CreateQueryDef(
+        u"Saved", u"PARAMETERS [Least] LONG; SELECT TrainID FROM TrainInfo WHERE TrainID >= [Least]");
+    const auto seen = std::make_shared<DatabaseObject>(database_)->QueryDefs()->Find<QueryDef>(u"Saved");
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(ErrorOf([&] { shown(u"Saved"); }), static_cast<int>(ErrorNumber::MissingParameter));
+    seen->Parameters()->Find<ParameterObject>(u"least")->Value(u"4");
+    EXPECT_EQ(seen->OpenRecordset(RecordsetType::Default, 0)->TrueRecordCount(), 2);
+    query->SQL(u"SELECT Remark FROM TrainInfo WHERE TrainID = 2");
+    EXPECT_EQ(shown(u"Saved"), u"Remark |备注2");
+    const auto refused = [&](std::u16string_view name, std::u16string_view text) {
+        return ErrorOf([&] { objects_->CreateQueryDef(name, text); });
+    };
+    EXPECT_EQ(refused(u"Action", u"DELETE FROM TrainInfo"), static_cast<int>(ErrorNumber::OperationNotSupported));
+    EXPECT_EQ(refused(u"Both", u"SELECT 1 UNION SELECT 2"), static_cast<int>(ErrorNumber::OperationNotSupported));
+    EXPECT_EQ(refused(u"TrainInfo", u"SELECT 1"), static_cast<int>(ErrorNumber::TableExists));
+    EXPECT_EQ(refused(u"a.b", u"SELECT 1"), static_cast<int>(ErrorNumber::InvalidName));
+}
+
 TEST_F(ObjectsTest, WorkspacesHaveTransactionsOfTheirOwn) {
     const auto engine = std::make_shared<EngineObject>();
     EXPECT_EQ(engine->Workspaces()->Count(), 1);
