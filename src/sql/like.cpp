@@ -22,6 +22,13 @@ char16_t Fold(char16_t unit) {
     return unit == kLongS ? unit : ToUpper(unit);
 }
 
+char16_t UnitOf(char unit) {
+    return static_cast<unsigned char>(unit);
+}
+char16_t UnitOf(char16_t unit) {
+    return unit;
+}
+
 // Whether the unit is a letter that another program's order may know in one case only.
 bool HasOddCase(char16_t unit) {
     return unit >= 0x80 && (ToUpper(unit) != unit || ToLower(unit) != unit);
@@ -130,7 +137,9 @@ public:
         return plain;
     }
 
-    bool Matches(std::u16string_view text) const {
+    // A narrow text has a byte for each of its units.
+    template <class Unit>
+    bool Matches(std::basic_string_view<Unit> text) const {
         const std::u16string& first = pieces_.front().Wanted();
         const std::u16string& last = pieces_.back().Wanted();
         if (pieces_.size() == 1) return text.size() == first.size() && StandsAt(first, text, 0);
@@ -145,9 +154,11 @@ public:
     }
 
 private:
-    static bool StandsAt(const std::u16string& piece, std::u16string_view text, std::size_t at) {
+    template <class Unit>
+    static bool StandsAt(const std::u16string& piece, std::basic_string_view<Unit> text, std::size_t at) {
         for (std::size_t i = 0; i < piece.size(); ++i) {
-            if (text[at + i] != piece[i] && Fold(text[at + i]) != piece[i]) return false;
+            const char16_t unit = UnitOf(text[at + i]);
+            if (unit != piece[i] && Fold(unit) != piece[i]) return false;
         }
         return true;
     }
@@ -159,6 +170,20 @@ private:
         if (piece.size() > kShort) return finder.In(text, at, Fold);
         for (; at + piece.size() <= text.size(); ++at) {
             if (StandsAt(piece, text, at)) return at;
+        }
+        return Finder::kNowhere;
+    }
+
+    // A narrow text is short: it stands on one page.
+    static std::size_t FindPiece(const Finder& finder, std::string_view text, std::size_t at) {
+        const std::u16string& piece = finder.Wanted();
+        if (piece.empty()) return at;
+        const bool has_case = piece[0] >= 0x80 || ToLower(piece[0]) != piece[0];
+        while (at + piece.size() <= text.size()) {
+            if (!has_case) at = text.find(static_cast<char>(piece[0]), at);
+            if (at == text.npos || at + piece.size() > text.size()) break;
+            if (StandsAt(piece, text, at)) return at;
+            ++at;
         }
         return Finder::kNowhere;
     }
@@ -184,6 +209,9 @@ public:
     }
 
     Truth Test() override {
+        if (plain_) {
+            if (const auto narrow = subject_->NarrowText()) return MakeTruth(plain_->Matches(*narrow));
+        }
         const Value& subject = subject_->Evaluate();
         if (plain_) {
             if (subject.IsNull()) return Truth::Unknown;
