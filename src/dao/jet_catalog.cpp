@@ -204,6 +204,9 @@ public:
     void Read(int column, Value& value) override {
         cursor_.Read(layout_.positions[static_cast<std::size_t>(column)], value);
     }
+    std::optional<std::string_view> NarrowText(int column) override {
+        return cursor_.NarrowText(layout_.positions[static_cast<std::size_t>(column)]);
+    }
     std::span<const std::uint8_t> Image() override { return cursor_.Image().Span(); }
 
 private:
@@ -295,9 +298,9 @@ public:
     }
 
     sql::RowId Insert(std::span<const Value> values) override {
-        std::vector<Value> row(values.size());
-        for (std::size_t i = 0; i < values.size(); ++i) row[layout_->positions[i]] = values[i];
-        return ToRowId(Current().Insert(row));
+        inserted_.resize(values.size());
+        for (std::size_t i = 0; i < values.size(); ++i) inserted_[layout_->positions[i]] = values[i];
+        return ToRowId(Current().Insert(inserted_));
     }
 
     void BeginInserts() override { Current().BeginInserts(); }
@@ -349,6 +352,7 @@ private:
     std::shared_ptr<const void> hold_;
     std::shared_ptr<const Layout> layout_;
     std::optional<jet::RowView> image_;
+    std::vector<Value> inserted_;  // kept, so that a row costs no allocations
 };
 
 }  // namespace

@@ -14,9 +14,14 @@ constexpr std::int64_t kMaxBlockRows = 256;
 constexpr std::int64_t kBlockGrowth = 4;
 
 // Where the next rows are found at once, so many come with the first one: a scope costs as much as reading some ten.
+// The second number is for results that are short anyway.
 constexpr std::int64_t kFirstCheapRows = 8;
+constexpr std::int64_t kFirstRowsOfFew = 128;
 constexpr std::int64_t kCheapBlockGrowth = 32;
 constexpr std::size_t kMaxBlockBytes = std::size_t{256} << 10;
+
+// In the first block long values are read with their rows, as long as they are short ones.
+constexpr std::size_t kMaxFirstBytes = std::size_t{16} << 10;
 
 // Rows that are only counted are looked for in one scope.
 constexpr std::int64_t kKeysInScope = 4096;
@@ -171,11 +176,12 @@ void RowList::FillBlock(std::int64_t index) {
     std::int64_t at = index;
     try {
         const std::size_t before = kept_.Bytes();
-        while (at < index + block_size_ && block_.Bytes() + kept_.Bytes() - before < kMaxBlockBytes) {
+        const std::size_t most_bytes = goes_on || !HasLong() ? kMaxBlockBytes : kMaxFirstBytes;
+        while (at < index + block_size_ && block_.Bytes() + kept_.Bytes() - before < most_bytes) {
             if (!FillRow(at)) return;
             ++at;
-            if (!goes_on && at == Fetched() && !complete_ && !HasLong() && query_->NextIsCheap()) {
-                block_size_ = kFirstCheapRows;
+            if (!goes_on && at == Fetched() && !complete_ && query_->NextIsCheap()) {
+                block_size_ = query_->IsShort() ? kFirstRowsOfFew : kFirstCheapRows;
             }
         }
         // Whoever reads the last row asks next whether there is another one.

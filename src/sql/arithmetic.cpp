@@ -136,7 +136,9 @@ Decimal DecimalResult(BinaryOperator op, const Decimal& a, const Decimal& b) {
 }
 
 float SingleResult(BinaryOperator op, const Value& a, const Value& b) {
-    return ToSingle(Value(CheckedDouble(DoubleResult(op, ToDouble(a), ToDouble(b)))));
+    const auto single = static_cast<float>(CheckedDouble(DoubleResult(op, DoubleOf(a), DoubleOf(b))));
+    if (std::isinf(single)) Raise(ErrorNumber::Overflow);
+    return single;
 }
 
 class Arithmetic : public Expression {
@@ -154,19 +156,33 @@ public:
             JoinTexts(left.Text(), right.Text());
             return result_;
         }
-        switch (ResultKind(op_, KindOf(left.GetType()), KindOf(right.GetType()))) {
+        switch (KindFor(left.GetType(), right.GetType())) {
             case Kind::Unknown: result_ = Null{}; break;
-            case Kind::Whole: result_ = WholeResult(op_, left, right); break;
-            case Kind::Single: result_ = SingleResult(op_, left, right); break;
-            case Kind::Double: result_ = CheckedDouble(DoubleResult(op_, ToDouble(left), ToDouble(right))); break;
-            case Kind::Currency: result_ = CurrencyResult(op_, left, right); break;
+            case Kind::Whole: result_.SetNumber(WholeResult(op_, left, right)); break;
+            case Kind::Single: result_.SetNumber(SingleResult(op_, left, right)); break;
+            case Kind::Double:
+                result_.SetNumber(CheckedDouble(DoubleResult(op_, DoubleOf(left), DoubleOf(right))));
+                break;
+            case Kind::Currency: result_.SetNumber(CurrencyResult(op_, left, right)); break;
             case Kind::Decimal: result_ = DecimalResult(op_, ToDecimal(left), ToDecimal(right)); break;
-            case Kind::Date: result_ = ToDate(Value(DoubleResult(op_, ToDouble(left), ToDouble(right)))); break;
+            case Kind::Date:
+                result_.SetNumber(ToDate(Value(DoubleResult(op_, DoubleOf(left), DoubleOf(right)))));
+                break;
         }
         return result_;
     }
 
 private:
+    // Rows mostly have the types of the one before.
+    Kind KindFor(Value::Type left, Value::Type right) {
+        if (left != left_type_ || right != right_type_) {
+            kind_ = ResultKind(op_, KindOf(left), KindOf(right));
+            left_type_ = left;
+            right_type_ = right;
+        }
+        return kind_;
+    }
+
     static Value::Type StaticType(BinaryOperator op, Value::Type a, Value::Type b) {
         if (op == BinaryOperator::Add && a == Value::Type::Text && b == Value::Type::Text) return Value::Type::Text;
         return TypeOf(ResultKind(op, KindOf(a), KindOf(b)));
@@ -181,6 +197,9 @@ private:
     BinaryOperator op_;
     ExpressionPtr left_;
     ExpressionPtr right_;
+    Value::Type left_type_ = Value::Type::Empty;
+    Value::Type right_type_ = Value::Type::Empty;
+    Kind kind_ = Kind::Unknown;  // of those two
     Value result_;
 };
 

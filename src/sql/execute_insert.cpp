@@ -15,10 +15,10 @@ class Inserter {
 public:
     Inserter(Table& table, std::vector<int> columns) : table_(table), columns_(std::move(columns)) {
         const std::vector<Column>& all = table.Columns();
-        defaults_.resize(all.size());
+        row_.resize(all.size());
         for (std::size_t i = 0; i < all.size(); ++i) {
             const bool given = std::ranges::find(columns_, static_cast<int>(i)) != columns_.end();
-            if (!given) defaults_[i] = DefaultValue(all[i]);
+            if (!given) row_[i] = DefaultValue(all[i]);
         }
     }
 
@@ -27,7 +27,6 @@ public:
     // Requires: as many values as columns.
     void Add(std::span<const Value* const> values) {
         steps_.Next();
-        row_ = defaults_;
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             const auto column = static_cast<std::size_t>(columns_[i]);
             row_[column] = ConvertToColumn(*values[i], table_.Columns()[column]);
@@ -42,8 +41,7 @@ public:
 private:
     Table& table_;
     std::vector<int> columns_;
-    std::vector<Value> defaults_;
-    std::vector<Value> row_;
+    std::vector<Value> row_;  // with the defaults of the columns that are not given
     std::int64_t count_ = 0;
     WorkSteps steps_;
 };

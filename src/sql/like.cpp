@@ -27,6 +27,13 @@ char16_t Fold(char16_t unit) {
     return unit == kLongS ? unit : ToUpper(unit);
 }
 
+char16_t UnitOf(char unit) {
+    return static_cast<unsigned char>(unit);
+}
+char16_t UnitOf(char16_t unit) {
+    return unit;
+}
+
 // Whether the unit is a letter that another program's order may know in one case only.
 bool HasOddCase(char16_t unit) {
     return unit >= 0x80 && (ToUpper(unit) != unit || ToLower(unit) != unit);
@@ -107,12 +114,14 @@ public:
         for (Run& run : runs_) Prepare(run);
     }
 
-    bool Matches(std::u16string_view text) const {
+    // A narrow text has a byte for each of its units.
+    template <class Unit>
+    bool Matches(std::basic_string_view<Unit> text) const {
         const Run& first = runs_.front();
         const Run& last = runs_.back();
         if (runs_.size() == 1) return text.size() == first.Size() && StandsAt(first, text, 0);
         if (text.size() < first.Size() + last.Size() || !StandsAt(first, text, 0)) return false;
-        const std::u16string_view before_last = text.substr(0, text.size() - last.Size());
+        const std::basic_string_view<Unit> before_last = text.substr(0, text.size() - last.Size());
         std::size_t at = first.Size();
         for (std::size_t i = 1; i + 1 < runs_.size(); ++i) {
             at = FindRun(runs_[i], before_last, at);
@@ -166,10 +175,11 @@ private:
     }
 
     // Requires: there is room for it.
-    bool StandsAt(const Run& run, std::u16string_view text, std::size_t at) const {
+    template <class Unit>
+    bool StandsAt(const Run& run, std::basic_string_view<Unit> text, std::size_t at) const {
         at += run.any_before;
         for (std::size_t i = 0; i < run.elements.size(); ++i) {
-            if (!Fits(run.elements[i], text[at + i])) return false;
+            if (!Fits(run.elements[i], UnitOf(text[at + i]))) return false;
         }
         return true;
     }
@@ -187,6 +197,23 @@ private:
         for (; at < end; ++at) {
             if (StandsAt(run, text, at)) return at;
             steps.Next();
+        }
+        return Finder::kNowhere;
+    }
+
+    // A narrow text is short: it stands on one page.
+    std::size_t FindRun(const Run& run, std::string_view text, std::size_t at) const {
+        const Element first = run.elements.empty() ? kAny : run.elements.front();
+        const bool has_case = first >= 0x80 || ToLower(static_cast<char16_t>(first)) != first;
+        while (at + run.Size() <= text.size()) {
+            if (!has_case) {
+                at = text.find(static_cast<char>(first), at + run.any_before);
+                if (at == text.npos) break;
+                at -= run.any_before;
+                if (at + run.Size() > text.size()) break;
+            }
+            if (StandsAt(run, text, at)) return at;
+            ++at;
         }
         return Finder::kNowhere;
     }
@@ -280,6 +307,9 @@ public:
           constant_(dynamic_cast<const LiteralExpression*>(pattern_.get()) != nullptr) {}
 
     Truth Test() override {
+        if (read_ && constant_) {
+            if (const auto narrow = subject_->NarrowText()) return MakeTruth(read_->Matches(*narrow));
+        }
         const Value& subject = subject_->Evaluate();
         const Value& pattern = pattern_->Evaluate();
         if (subject.IsNull() || pattern.IsNull()) return Truth::Unknown;

@@ -122,6 +122,12 @@ void TableSource::Forget() {
     current_ = 0;
 }
 
+// A value that has been read already is there as it is.
+std::optional<std::string_view> TableSource::NarrowText(int slot) {
+    if (IsNullRow() || current_ != 0 || stamps_[static_cast<std::size_t>(slot)] == stamp_) return std::nullopt;
+    return cursor_->NarrowText(ColumnOfSlot(slot));
+}
+
 const Value& TableSource::Load(int slot) {
     const auto place = static_cast<std::size_t>(slot);
     if (current_ != 0 && !IsLong(place)) return kept_.At(current_ - 1)[place];

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "core/value.h"
@@ -58,6 +59,9 @@ public:
 
     // A slot's value in the current row, valid until the source moves.
     const Value& Get(int slot) { return complete_ ? row_[slot] : Load(slot); }
+
+    // The same for a text that can be looked at where it is stored, see Cursor::NarrowText.
+    virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
 
     // The current row's place; it stays good until Forget().
     virtual Place Keep() = 0;
@@ -129,6 +133,7 @@ public:
     void KeepValues() { keep_values_ = true; }
     bool KeepsValues() const { return keep_values_; }
 
+    std::optional<std::string_view> NarrowText(int slot) override;
     Place Keep() override;
     bool Restore(Place place) override;
     void Forget() override;

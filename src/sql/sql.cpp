@@ -97,6 +97,10 @@ void Query::ReadImage(int column, Value& value) const {
     plan_->tables[0]->ReadImage(columns_[static_cast<std::size_t>(column)].column, value);
 }
 
+bool Query::IsShort() const {
+    return plan_->root->IsShort();
+}
+
 bool Query::NextIsCheap() const {
     return started_ && plan_->root->NextIsCheap();
 }

@@ -113,6 +113,9 @@ public:
     // Whether Next() will not look at many rows to find one, or none.
     bool NextIsCheap() const;
 
+    // Whether few rows are expected in all.
+    bool IsShort() const;
+
     // Starts again from the beginning.
     void Restart();
 

@@ -114,6 +114,10 @@ public:
     virtual RowId Row() const = 0;
     virtual void Read(int column, Value& value) = 0;
 
+    // A text that is stored with a byte for each of its characters, all below U+0100, as it stands there; nothing where
+    // the value is another one or stored otherwise. Good until the cursor moves. Requires: as Read().
+    virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
+
     // The row's bytes as they are stored, for Table::ShowImage. Requires: Table::HasImages().
     virtual std::span<const std::uint8_t> Image() { return {}; }
 };

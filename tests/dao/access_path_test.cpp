@@ -113,6 +113,28 @@ TEST_F(AccessPathTest, FindWhatAScanFinds) {
     }
 }
 
+// A column is compared where it is stored, an expression as a value.
+TEST_F(AccessPathTest, TextsCompareAlikeWhereverTheyAre) {
+    std::size_t found = 0;
+    constexpr const char16_t* kOperators[] = {u" = '",     u" <> '",   u" < '",   u" >= '",
+                                              u" LIKE '*", u" LIKE '", u" LIKE '"};
+    for (int i = 0; i < 300; ++i) {
+        const int op = Pick(7);
+        std::u16string test = kOperators[op] + Letters();
+        if (op >= 4) test += u"*";
+        if (op == 6) test += Letters();
+        const auto rows = [&](const char16_t* text) {
+            return Column(
+                u"SELECT ID FROM Plain WHERE S IS NOT NULL AND " + std::u16string(text) + test + u"' ORDER BY ID",
+                u"ID");
+        };
+        const std::u16string stored = rows(u"S");
+        ASSERT_EQ(stored, rows(u"(S & '')")) << ToUtf8(test);
+        found += stored.size();
+    }
+    EXPECT_GT(found, 5000U);
+}
+
 // Rows of joins that look an index up for each row, and those of joins that cannot.
 TEST_F(AccessPathTest, JoinsFindWhatTheyFindWithoutIndexes) {
     std::size_t found = 0;
