@@ -59,7 +59,7 @@ public:
 
     // Whether few rows are expected in all.
     virtual bool IsShort() const {
-        constexpr double kFewRows = 128;
+        constexpr double kFewRows = 256;
         return estimated_rows_ >= 0 && estimated_rows_ <= kFewRows;
     }
 
