@@ -31,7 +31,7 @@ for word_size in x64 x86; do
     "$package/$word_size/"
 done
 cp build/windows-x86/src/server/generated/server/qmtraininfo.tlb "$package/QmTrainInfo.tlb"
-cp src/server/qmtraininfo.idl src/server/record_sets.idl samples/host.cpp "$package/samples/"
+cp src/server/qmtraininfo.idl src/server/record_sets.idl src/server/data_objects.idl samples/host.cpp "$package/samples/"
 as_windows_text samples/practice.vbs "$package/samples/practice.vbs"
 as_windows_text tools/windows/package/register.cmd "$package/register.cmd"
 as_windows_text tools/windows/package/unregister.cmd "$package/unregister.cmd"
