@@ -1,5 +1,9 @@
 #include "dao/engine_object.h"
 
+#include <map>
+#include <mutex>
+#include <thread>
+
 #include "dao/database_object.h"
 #include "dao/database_settings.h"
 #include "dao/engine.h"
@@ -9,10 +13,31 @@
 namespace qmtrain::dao {
 namespace {
 
-std::vector<AnyObject>& LastErrors() {
-    thread_local std::vector<AnyObject> errors;
-    return errors;
-}
+// By thread. None of it belongs to a thread itself: when one ends, this library may have left the process.
+class LastErrors {
+public:
+    void Set(const AutomationError& error) {
+        constexpr std::size_t kMostThreads = 256;  // those that have ended are not told
+        const std::scoped_lock lock(mutex_);
+        if (errors_.size() >= kMostThreads) errors_.clear();
+        errors_[std::this_thread::get_id()] = std::make_shared<ErrorObject>(error);
+    }
+
+    std::vector<AnyObject> Get() {
+        const std::scoped_lock lock(mutex_);
+        const auto found = errors_.find(std::this_thread::get_id());
+        return found == errors_.end() ? std::vector<AnyObject>() : std::vector<AnyObject>{found->second};
+    }
+
+    static LastErrors& Instance() {
+        static LastErrors errors;
+        return errors;
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<std::thread::id, std::shared_ptr<ErrorObject>> errors_;
+};
 
 }  // namespace
 
@@ -20,7 +45,7 @@ void RememberError(const AutomationError& error) {
     constexpr std::int32_t kFirstOfEngine = 3000;
     constexpr std::int32_t kBeyondEngine = 4000;
     if (error.Number() < kFirstOfEngine || error.Number() >= kBeyondEngine) return;
-    LastErrors() = {std::make_shared<ErrorObject>(error)};
+    LastErrors::Instance().Set(error);
 }
 
 // Workspaces
@@ -96,7 +121,7 @@ EngineObject::EngineObject()
                            if (!std::holds_alternative<std::shared_ptr<Workspace>>(object))
                                Raise(ErrorNumber::TypeMismatch);
                        }}),
-      errors_({.load = [] { return LastErrors(); }}) {
+      errors_({.load = [] { return LastErrors::Instance().Get(); }}) {
     workspaces_.Append(first_);
 }
 

@@ -6,7 +6,6 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "dao/list_navigator.h"
-#include "dao/recordset_table.h"
 #include "dao/table_defs.h"
 #include "dao/table_navigator.h"
 #include "jet/database.h"
@@ -279,56 +278,6 @@ void JetRecordset::LockEdits(bool pessimistic) {
 bool JetRecordset::Transactions() {
     RequireOpen();
     return opening_.type == RecordsetType::Table || opening_.type == RecordsetType::Dynaset;
-}
-
-// Finding
-
-void JetRecordset::FindFirst(std::u16string_view criteria) {
-    Find(ListRows(u"FindFirst"), criteria, 0, false);
-}
-
-void JetRecordset::FindLast(std::u16string_view criteria) {
-    ListNavigator& rows = ListRows(u"FindLast");
-    Find(rows, criteria, rows.All() - 1, true);
-}
-
-void JetRecordset::FindNext(std::u16string_view criteria) {
-    ListNavigator& rows = ListRows(u"FindNext");
-    Find(rows, criteria, rows.Following(), false);
-}
-
-void JetRecordset::FindPrevious(std::u16string_view criteria) {
-    ListNavigator& rows = ListRows(u"FindPrevious");
-    Find(rows, criteria, rows.Preceding(), true);
-}
-
-void JetRecordset::Find(ListNavigator& rows, std::u16string_view criteria, std::int64_t from, bool backwards) {
-    const sql::Statement condition = sql::Parse(u"SELECT * FROM [Rows] WHERE " + std::u16string(criteria));
-    const Work work = source_.database->Begin();
-    const jet::Database::Reading reading(Storage());
-    const auto catalog = CatalogOfRows(*rows.List(), from, backwards);
-    const auto matches = sql::Open(*catalog, condition);
-    no_match_ = !matches->Next();
-    if (no_match_) return;
-    edit_->Cancel();
-    rows.GoTo(static_cast<std::int64_t>(matches->Row().value) - 1);
-}
-
-std::u16string JetRecordset::Index() {
-    RequireType({RecordsetType::Table}, u"Index");
-    return rows_->Table()->Index();
-}
-
-void JetRecordset::Index(std::u16string_view name) {
-    RequireType({RecordsetType::Table}, u"Index");
-    edit_->Cancel();
-    rows_->Table()->Index(name);
-}
-
-void JetRecordset::Seek(std::u16string_view comparison, std::span<const Value> keys) {
-    RequireType({RecordsetType::Table}, u"Seek");
-    no_match_ = !rows_->Table()->Seek(comparison, keys);
-    if (!no_match_) edit_->Cancel();
 }
 
 // Record sets from this one

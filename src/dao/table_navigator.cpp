@@ -93,10 +93,12 @@ std::int64_t TableNavigator::All() {
 
 void TableNavigator::GoToEnd(bool last) {
     const jet::Database::Reading reading(Storage());
-    where_ = last ? Where::Behind : Where::Before;
+    const Where before = std::exchange(where_, last ? Where::Behind : Where::Before);
     positioned_ = false;
     Step(last);
-    if (where_ != Where::On) Raise(ErrorNumber::NoCurrentRecord);
+    if (where_ == Where::On) return;
+    where_ = before;
+    Raise(ErrorNumber::NoCurrentRecord);
 }
 
 void TableNavigator::Step(bool backwards) {
