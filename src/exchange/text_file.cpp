@@ -95,7 +95,7 @@ void WriteBytes(std::u16string_view file, std::string_view bytes) {
         if (const std::size_t at = text.find(working); at != std::u16string::npos) {
             text.replace(at, working.size(), place.filename().u16string());
         }
-        RaiseComponentError(u"qmtrain", std::move(text));
+        throw AutomationError(error.Number(), error.Source(), std::move(text));
     }
 }
 
