@@ -5,7 +5,6 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
-#include "core/statement_text.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "exchange/bank_rows.h"
@@ -60,7 +59,6 @@ void RequireCode(std::u16string_view code) {
 }
 
 BankEntry Required(std::u16string_view folder, std::u16string_view code) {
-    RequireNoQuote(code);
     std::optional<BankEntry> bank = FindBank(folder, code);
     if (!bank) Refuse(std::u16string(u"题库目录中没有代码为“").append(Brief(code)).append(u"”的题库。"));
     return *std::move(bank);

@@ -166,6 +166,7 @@ TEST_F(CommandsTest, AnExportIsTheSameBankAgain) {
         {"export --bank DS", 2, {"缺少参数"}},
         {"export none.csv", 2, {"缺少参数 --bank"}},
         {"export --bank XX none.csv", 2, {"没有代码为“XX”的题库"}},
+        {"export --bank \"J'C\" none.csv", 2, {"没有代码为“J'C”的题库"}},
         {"export --bank DS none.doc", 2, {"可以导出为 .gift、.xml 和 .csv 文件。"}},
         {"export --bank DS none.csv --format aiken", 2, {"可以导出为"}},
         {"export --bank DS none/none.csv", 1, {"none.csv"}},
