@@ -5,7 +5,6 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
-#include "core/statement_text.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "exchange/bank_rows.h"
@@ -60,7 +59,6 @@ void RequireCode(std::u16string_view code) {
 }
 
 BankEntry Required(std::u16string_view folder, std::u16string_view code) {
-    RequireNoQuote(code);
     std::optional<BankEntry> bank = FindBank(folder, code);
     if (!bank) Refuse(std::u16string(u"题库目录中没有代码为“").append(Brief(code)).append(u"”的题库。"));
     return *std::move(bank);
@@ -116,10 +114,11 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
             if (!plan.kinds.contains(question.kind)) {
                 ++plan.impossible;
                 plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
-                                        u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。"});
+                                        u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。",
+                                        question.file});
             } else if (std::u16string loss = rows.Loss(question); !loss.empty()) {
-                plan.notices.push_back(
-                    {Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()), std::move(loss)});
+                plan.notices.push_back({Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()),
+                                        std::move(loss), question.file});
             }
         }
     } else {
@@ -133,7 +132,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
     for (std::size_t i = 0; i < questions.size(); ++i) {
         if (plan.recognition.questions[i].as != Recognised::As::Repeated) continue;
         plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                u"与前面的一道题完全相同。"});
+                                u"与前面的一道题完全相同。", questions[i].file});
     }
     return plan;
 }

@@ -283,7 +283,8 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
 }
 
 void BankRows::AddOptions(const Question& question, std::int32_t subject) {
-    if (question.options.empty()) return;
+    const bool is_choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
+    if (!is_choice || question.options.empty()) return;
     if (!adding_options_) adding_options_ = database_.OpenRecordset(u"Select * From Tbl_ChoiceVice");
     for (std::size_t i = 0; i < question.options.size(); ++i) {
         adding_options_->AddNew();

@@ -33,6 +33,7 @@ struct TableInfo {
 struct StoredRow {
     std::u16string table;
     std::vector<std::pair<std::u16string, Value>> fields;
+    bool operator==(const StoredRow&) const = default;
 };
 
 // A text as banks store it: plain where it has no format, else RTF.

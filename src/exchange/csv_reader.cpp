@@ -80,6 +80,22 @@ std::optional<std::vector<std::size_t>> LettersOf(std::u16string_view text) {
     return letters;
 }
 
+// Whether the options are "对" and "错", as sheets have them that know no other kinds than choices.
+bool AreTruths(const std::vector<Option>& options) {
+    if (options.size() != 2) return false;
+    const auto first = TruthOf(options[0].text.PlainText());
+    const auto second = TruthOf(options[1].text.PlainText());
+    return first && second && *first != *second;
+}
+
+std::optional<bool> TruthByOptions(const Question& question, std::u16string_view answer) {
+    const auto letters = LettersOf(answer);
+    if (!AreTruths(question.options) || !letters || letters->size() != 1 || letters->front() > 1) {
+        return TruthOf(answer);
+    }
+    return TruthOf(question.options[letters->front()].text.PlainText());
+}
+
 std::int32_t DifficultyOf(std::u16string_view text, TextNotes& notes) {
     static constexpr std::pair<std::u16string_view, std::int32_t> kWords[] = {
         {u"", 0},     {u"1", 1},    {u"2", 2},    {u"3", 3},      {u"易", 1},   {u"容易", 1},
@@ -268,9 +284,10 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             return;
         }
         case Kind::YesNo: {
-            const auto truth = TruthOf(answer);
+            const auto truth = TruthByOptions(question, answer);
             if (!truth) return notes_.Error(u"判断题的答案“" + Brief(answer) + u"”应当是“对”或“错”。");
             question.is_true = *truth;
+            if (AreTruths(question.options)) question.options.clear();
             break;
         }
         case Kind::Fill: {

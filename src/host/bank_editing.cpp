@@ -34,6 +34,11 @@ std::vector<std::u16string> Words(std::u16string_view search) {
     return words;
 }
 
+// In any order: that of a table changes when rows are put back.
+bool SameRows(const std::vector<exchange::StoredRow>& a, const std::vector<exchange::StoredRow>& b) {
+    return std::is_permutation(a.begin(), a.end(), b.begin(), b.end());
+}
+
 }  // namespace
 
 template <class Change>
@@ -115,6 +120,17 @@ std::vector<ui::ListRow> BankEditing::Rows(std::optional<exchange::Kind> kind, s
     return rows;
 }
 
+void BankEditing::Begin(std::u16string_view rec_no) {
+    begun_.reset();
+    std::optional<exchange::Question> now;
+    Within(code_, [&](exchange::BankRows& rows, const exchange::BankEntry&) {
+        now = rows.Find(rec_no);
+        if (now) begun_.emplace(rec_no, rows.Rows(rec_no));
+    });
+    Put(rec_no, std::move(now));
+    if (!begun_) RaiseComponentError(u"qmtrain", u"试题 " + std::u16string(rec_no) + u" 已被别人删除。");
+}
+
 std::u16string BankEditing::Save(const exchange::Question& question) {
     if (std::u16string problem = exchange::ProblemOf(question); !problem.empty()) {
         RaiseComponentError(u"qmtrain", std::move(problem));
@@ -126,6 +142,10 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
     std::optional<exchange::Question> now;
     Within(code_, [&](exchange::BankRows& rows, const exchange::BankEntry& entry) {
         const bool is_new = saved.rec_no.empty() || !rows.Find(saved.rec_no);
+        if (begun_ && begun_->first == saved.rec_no && !SameRows(begun_->second, rows.Rows(saved.rec_no))) {
+            RaiseComponentError(u"qmtrain",
+                                u"这道题已被别人修改，没有保存。请先把写好的文字复制出来，关闭后重新打开这道题。");
+        }
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         if (is_new) {
             rows.Add(saved, entry.subject);
@@ -134,7 +154,9 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
             rows.Change(saved);
         }
         now = rows.Find(saved.rec_no);
+        step.after = rows.Rows(saved.rec_no);
     });
+    begun_.reset();
     step.rec_no = saved.rec_no;
     step.text = (step.before.empty() ? u"新建 " : u"修改 ") + saved.rec_no;
     steps_.push_back(std::move(step));
@@ -174,9 +196,11 @@ std::u16string BankEditing::UndoText() const {
 std::u16string BankEditing::Undo() {
     const Step step = steps_.back();
     std::optional<exchange::Question> now;
+    bool is_ours = false;
     Within(step.code, [&](exchange::BankRows& rows, const exchange::BankEntry&) {
-        if (rows.Find(step.rec_no)) rows.Remove(step.rec_no);
-        rows.PutBack(step.before);
+        is_ours = SameRows(step.after, rows.Rows(step.rec_no));
+        if (is_ours && !step.after.empty()) rows.Remove(step.rec_no);
+        if (is_ours) rows.PutBack(step.before);
         now = rows.Find(step.rec_no);
     });
     steps_.pop_back();
@@ -184,6 +208,9 @@ std::u16string BankEditing::Undo() {
         Put(step.rec_no, std::move(now));
     } else {
         Open(step.code);
+    }
+    if (!is_ours) {
+        RaiseComponentError(u"qmtrain", u"试题 " + step.rec_no + u" 已被别人修改，不能撤销“" + step.text + u"”。");
     }
     return step.rec_no;
 }

@@ -34,6 +34,10 @@ public:
     // stands. Letter case does not count.
     std::vector<ui::ListRow> Rows(std::optional<exchange::Kind> kind, std::u16string_view search) const;
 
+    // To be called before a question is changed: reads it anew. Save then refuses when somebody else has changed the
+    // question since.
+    void Begin(std::u16string_view rec_no);
+
     // Each is written at once. Save returns the question's number; one without a number is new. Raise the component's
     // error for what a bank cannot hold, and what the engine raises.
     std::u16string Save(const exchange::Question& question);
@@ -44,7 +48,8 @@ public:
 
     // "撤销删除 JC010003"; empty when there is nothing to undo.
     std::u16string UndoText() const;
-    // Takes back the last change that is not taken back yet. Returns the number of the question.
+    // Takes back the last change that is not taken back yet. Returns the number of the question. Raises the
+    // component's error, and forgets the change, when somebody else has changed the question since.
     std::u16string Undo();
 
 private:
@@ -53,6 +58,7 @@ private:
         std::u16string code;
         std::u16string rec_no;
         std::vector<exchange::StoredRow> before;  // nothing: the question was new
+        std::vector<exchange::StoredRow> after = {};
     };
 
     // Runs the change with the rows of the bank as one.
@@ -68,6 +74,7 @@ private:
     std::set<exchange::Kind> kinds_;
     std::map<std::u16string, QuestionUse> uses_;
     std::vector<Step> steps_;
+    std::optional<std::pair<std::u16string, std::vector<exchange::StoredRow>>> begun_;
 };
 
 // The question as a practice shows it.

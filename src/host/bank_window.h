@@ -56,6 +56,7 @@ private:
     void Undo();
     void Choose();
     void MakePaper();
+    void ForgetRemoved();
     void Import();
     void Export();
 

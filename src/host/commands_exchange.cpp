@@ -154,11 +154,8 @@ exchange::Import ReadFiles(const ImportOptions& options) {
         }
         Say(u"文件 " + FromUtf8(file) + u"：读出 " + ToText(static_cast<std::int64_t>(one.questions.size())) +
             u" 题。");
-        for (Notice& notice : one.notices) {
-            Say(u"  " + notice.Text());
-            all.notices.push_back(std::move(notice));
-        }
-        std::move(one.questions.begin(), one.questions.end(), std::back_inserter(all.questions));
+        for (const Notice& notice : one.notices) Say(u"  " + notice.Text());
+        all.Append(std::move(one), options.files.size() > 1 ? FromUtf8(file) : u"");
     }
     return all;
 }
@@ -239,10 +236,8 @@ int Export(const std::string& bank, const std::string& file, const std::string& 
     const DataFolder folder = FolderOf(data);
     std::optional<exchange::Format> format = FormatOf(format_name);
     if (!format) {
-        const std::string ending = file.substr(std::min(file.rfind('.'), file.size()));
-        format = exchange::FormatCalled(FromUtf8(ending == ".txt" ? "gift"
-                                                 : ending.empty() ? ending
-                                                                  : ending.substr(1)));
+        const std::u16string ending = ToLower(FromUtf8(file.substr(std::min(file.rfind('.'), file.size()))));
+        format = exchange::FormatCalled(ending == u".txt" ? u"gift" : ending.substr(ending.empty() ? 0 : 1));
     }
     if (!format || *format == exchange::Format::Aiken) Refuse(u"可以导出为 .gift、.xml 和 .csv 文件。");
     std::vector<exchange::Question> questions;
@@ -270,7 +265,7 @@ report::Format SheetFormat(const std::string& file) {
     const std::pair<const char*, report::Format> endings[] = {
         {".pdf", report::Format::Pdf}, {".html", report::Format::Html}, {".csv", report::Format::Csv}};
     for (const auto& [ending, format] : endings) {
-        if (file.ends_with(ending)) return format;
+        if (ToUtf8(ToLower(FromUtf8(file))).ends_with(ending)) return format;
     }
     Refuse(u"可以印成 .pdf、.html 和 .csv 文件：" + FromUtf8(file));
 }

@@ -290,6 +290,36 @@ TEST_F(BanksTest, EveryChangeCanBeUndone) {
               (Bytes{1, 2, 3}));
 }
 
+// Two teachers have the same bank open.
+TEST_F(BanksTest, NobodysChangeIsOverwritten) {
+    Import(kFile);
+    BankEditing first(data_), second(data_);
+    first.Open(u"DS");
+    second.Open(u"DS");
+    const auto changed = [](const BankEditing& editing, const char16_t* stem) {
+        exchange::Question question = *editing.Find(u"DS010001");
+        question.stem = exchange::PlainRichText(stem);
+        return question;
+    };
+    const auto stored = [&] { return ToUtf8(exchange::ReadBank(data_.Banks(), u"DS")[0].stem.PlainText()); };
+    first.Begin(u"DS010001");
+    second.Begin(u"DS010001");
+    first.Save(changed(first, u"甲"));
+    EXPECT_NE(Refusal([&] { second.Save(changed(second, u"乙")); }).find("这道题已被别人修改"), std::string::npos);
+    EXPECT_EQ(stored(), "甲");
+    second.Begin(u"DS010001");
+    EXPECT_EQ(ToUtf8(second.Find(u"DS010001")->stem.PlainText()), "甲") << "what the first wrote";
+    second.Save(changed(second, u"乙"));
+    EXPECT_EQ(Refusal([&] { first.Undo(); }), "试题 DS010001 已被别人修改，不能撤销“修改 DS010001”。");
+    EXPECT_EQ(stored(), "乙");
+    EXPECT_EQ(ToUtf8(first.Find(u"DS010001")->stem.PlainText()), "乙");
+    EXPECT_EQ(first.UndoText(), u"");
+    second.Undo();
+    EXPECT_EQ(stored(), "甲");
+    second.Remove(u"DS010001");
+    EXPECT_EQ(Refusal([&] { first.Begin(u"DS010001"); }), "试题 DS010001 已被别人删除。");
+}
+
 TEST_F(BanksTest, TheListTellsWhatHistoriesKnow) {
     Practice practice(data_, MixedPaper(), {test::kCandidate});
     AnswerAll(practice);

@@ -143,6 +143,7 @@ TEST_F(CommandsTest, WhatIsImported) {
             "y\n"});
     EXPECT_EQ(Numbers(u"DS"), "DS010004 DS030001 ");
     Expect({"import two.csv none.csv --bank DS --replace --keep-going --yes", 2, {"不能同时删除"}});
+    Expect({"import two.csv two.csv --bank DS --dry-run", 0, {"文件“two.csv”第 2 行", "与前面的一道题完全相同。"}});
     Expect({"import good.csv --bank CON", 2, {"不能用作文件名"}});
     Expect({"import good.csv --bank NEW --subject -5", 2, {"科目代码应当是 1 到 9999。"}});
     Expect({"import good.gift --bank DS --replace --yes", 0, {"删除 2 题", "已写入"}});
@@ -165,13 +166,16 @@ TEST_F(CommandsTest, AnExportIsTheSameBankAgain) {
         {"export --bank DS", 2, {"缺少参数"}},
         {"export none.csv", 2, {"缺少参数 --bank"}},
         {"export --bank XX none.csv", 2, {"没有代码为“XX”的题库"}},
+        {"export --bank \"J'C\" none.csv", 2, {"没有代码为“J'C”的题库"}},
         {"export --bank DS none.doc", 2, {"可以导出为 .gift、.xml 和 .csv 文件。"}},
         {"export --bank DS none.csv --format aiken", 2, {"可以导出为"}},
-        {"export --bank DS none/none.csv", 1, {"none"}},
+        {"export --bank DS none/none.csv", 1, {"none.csv"}},
     };
     for (const Called& run : refused) Expect(run);
     EXPECT_FALSE(fs::exists(work_ / "none.csv"));
     EXPECT_FALSE(fs::exists(work_ / "none.doc"));
+    EXPECT_EQ(Call("export --bank DS none/none.csv").second.find(".new"), std::string::npos) << "a name of our own";
+    Expect({"export --bank DS OUT.XML", 0, {"已导出"}});
 }
 
 TEST_F(CommandsTest, PapersAreMadePackedAndPrinted) {
