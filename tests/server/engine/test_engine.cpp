@@ -6,6 +6,7 @@
 
 #include "core/convert.h"
 #include "dao/jet_database.h"
+#include "dao/jet_engine.h"
 #include "server/factory.h"
 #include "server/module.h"
 #include "server/object.h"
