@@ -41,54 +41,54 @@ Err.Clear
 CheckTrue "Errors", e.Errors(0).Number = 3367
 On Error GoTo 0
 
-' The default type is a table; fields by default members and with "!".
+' The default type is a table; fields by default members.
 Set rs = db.OpenRecordset("Pupils")
 Check "Type", rs.Type, CInt(1)
 rs.AddNew
 rs("Name") = "Anna": rs.Fields("Born").Value = CDate("1999-05-06"): rs.Fields("Class") = 7
 rs.Update
 rs.AddNew
-rs!Name = "Berta"
-rs!Class = 8
+rs("Name").Value = "Berta"
+rs("Class").Value = 8
 Check "EditMode", rs.EditMode, CInt(2)
 rs.Update
-rs.AddNew: rs!Name = "Carl": rs!Class = 7: rs.Update
+rs.AddNew: rs("Name").Value = "Carl": rs("Class").Value = 7: rs.Update
 Check "RecordCount", rs.RecordCount, CLng(3)
 rs.Index = "ByName"
 rs.Seek "=", "berta"
 Check "Seek", rs.NoMatch, False
-Check "found", rs!Id, CLng(2)
+Check "found", rs("Id").Value, CLng(2)
 rs.Seek "=", "Dora"
 Check "Seek, none", rs.NoMatch, True
 rs.Bookmark = rs.LastModified
-Check "LastModified", rs("Name"), "Carl"
+Check "LastModified", rs("Name").Value, "Carl"
 rs.Close
 
 Set rs = db.OpenRecordset("SELECT * FROM Pupils ORDER BY Id", dbOpenDynaset)
 rs.FindLast "Class = 7"
-Check "FindLast", rs!Name, "Carl"
+Check "FindLast", rs("Name").Value, "Carl"
 rs.FindPrevious "Class = 7"
-Check "FindPrevious", rs!Name, "Anna"
+Check "FindPrevious", rs("Name").Value, "Anna"
 Check "AbsolutePosition", rs.AbsolutePosition, CLng(0)
 mark = rs.Bookmark
 Set other = rs.Clone
 other.Bookmark = mark
 other.MoveNext
-Check "Clone", other!Name & rs!Name, "BertaAnna"
+Check "Clone", other("Name").Value & rs("Name").Value, "BertaAnna"
 rs.Edit
-rs!Name = "Anne"
+rs("Name").Value = "Anne"
 Check "OriginalValue", rs.Fields("Name").OriginalValue, "Anna"
 rs.CancelUpdate
-Check "CancelUpdate", rs!Name, "Anna"
+Check "CancelUpdate", rs("Name").Value, "Anna"
 Check "SourceTable", rs.Fields("Name").SourceTable, "Pupils"
 rs.Filter = "Class = 7"
 rs.Sort = "Name DESC"
 Set other = rs.OpenRecordset()
-Check "Filter and Sort", other!Name, "Carl"
+Check "Filter and Sort", other("Name").Value, "Carl"
 rs.MoveFirst
 rows = rs.GetRows(2)
 Check "GetRows", UBound(rows, 1) & " " & UBound(rows, 2) & " " & rows(1, 1), "3 1 Berta"
-Check "rows left", rs!Name, "Carl"
+Check "rows left", rs("Name").Value, "Carl"
 On Error Resume Next
 rs.Seek "=", 1
 CheckTrue "Seek in a dynaset", Err.Number = 3251
@@ -114,7 +114,7 @@ On Error GoTo 0
 qd.Parameters("C") = 7
 qd("From").Value = 1
 Set rs = qd.OpenRecordset(dbOpenSnapshot)
-Check "with values", rs!Name, "Carl"
+Check "with values", rs("Name").Value, "Carl"
 Set qd = db.CreateQueryDef("", "UPDATE Pupils SET Class = Class + [More]")
 qd.Parameters("More") = 1
 qd.Execute dbFailOnError
