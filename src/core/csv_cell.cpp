@@ -21,22 +21,32 @@ bool IsNumber(std::u16string_view text) {
            std::all_of(text.begin(), text.end(), [&](char16_t unit) { return is_digit(unit) || unit == u'.'; });
 }
 
-// A formula does not end in an apostrophe; a character constant of a program does: "'+'".
-bool MayBeFormula(std::u16string_view text) {
-    return BeginsFormula(text) && !text.ends_with(kApostrophe);
+// How many apostrophes stand before such a beginning in a cell, when the text itself has so many there. A constant of a
+// program, "'+'", stays as people write it; so a text that lacks only its first apostrophe gets two.
+std::size_t Written(std::size_t own, bool ends_in_apostrophe) {
+    if (!ends_in_apostrophe || own > 1) return own + 1;
+    return own == 1 ? 1 : 2;
 }
 
-// Where the text has apostrophes of its own before such a beginning, it needs one more, or the reader took one of them.
-bool NeedsApostrophe(std::u16string_view text) {
-    const std::u16string_view rest = text.substr(std::min(text.find_first_not_of(kApostrophe), text.size()));
-    return MayBeFormula(rest) && (rest.size() < text.size() || !IsNumber(rest));
+// The other way round. Requires: there is one at least.
+std::size_t Own(std::size_t written, bool ends_in_apostrophe) {
+    if (!ends_in_apostrophe || written > 2) return written - 1;
+    return written == 1 ? 1 : 0;
+}
+
+std::u16string_view WithoutApostrophes(std::u16string_view text) {
+    return text.substr(std::min(text.find_first_not_of(kApostrophe), text.size()));
 }
 
 }  // namespace
 
 std::u16string CsvCell(std::u16string_view text) {
     std::u16string out;
-    if (NeedsApostrophe(text)) out += kApostrophe;
+    const std::u16string_view rest = WithoutApostrophes(text);
+    const std::size_t own = text.size() - rest.size();
+    if (BeginsFormula(rest) && (own > 0 || !IsNumber(rest))) {
+        out.append(Written(own, rest.ends_with(kApostrophe)) - own, kApostrophe);
+    }
     const bool quoted = text.find_first_of(u",;\t\"\n\r") != std::u16string_view::npos || text.starts_with(u' ') ||
                         text.ends_with(u' ');
     if (!quoted) return out.append(text);
@@ -49,9 +59,10 @@ std::u16string CsvCell(std::u16string_view text) {
 }
 
 std::u16string_view CsvCellText(std::u16string_view cell) {
-    if (!cell.starts_with(kApostrophe)) return cell;
-    const std::u16string_view rest = cell.substr(std::min(cell.find_first_not_of(kApostrophe), cell.size()));
-    return MayBeFormula(rest) ? cell.substr(1) : cell;
+    const std::u16string_view rest = WithoutApostrophes(cell);
+    const std::size_t written = cell.size() - rest.size();
+    if (written == 0 || !BeginsFormula(rest)) return cell;
+    return cell.substr(written - Own(written, rest.ends_with(kApostrophe)));
 }
 
 }  // namespace qmtrain

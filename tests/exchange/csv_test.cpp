@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/csv_cell.h"
 #include "core/error.h"
 #include "exchange/formats.h"
 #include "exchange/text_file.h"
@@ -79,6 +80,17 @@ INSTANTIATE_TEST_SUITE_P(
              "是非题|甲|对\n第 3 行：错误：引号没有结束；文件可能不完整。\n"},
         Case{"Empty", u"\n,,\n", "第 1 行：错误：文件是空的。\n"}),
     [](const auto& info) { return std::string(info.param.name); });
+
+TEST(CsvCell, NoTextIsTakenForAFormulaAndAllComeBack) {
+    for (const std::u16string_view text : {u"=1+1", u"=f'", u"-x'", u"'+'", u"''-x'", u"'''-x'", u"'=1", u"@a", u"-5",
+                                           u"+3%", u"=cmd|'/C calc'!'A0'", u"'", u"''", u"=", u"='"}) {
+        const std::u16string cell = CsvCell(text);
+        const bool is_number = text == u"-5" || text == u"+3%";
+        EXPECT_EQ(std::u16string_view(u"=+-@").find(cell.front()) != std::u16string_view::npos, is_number)
+            << ToUtf8(cell);
+        EXPECT_EQ(CsvCellText(cell), text) << ToUtf8(cell);
+    }
+}
 
 TEST(TextFile, KnowsEncodings) {
     const std::u16string text = u"题干,答案\n首都,北京";
