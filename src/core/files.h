@@ -84,6 +84,10 @@ public:
         return false;
     }
 
+    // Whether another open file has a lock of any kind in the range, where this one may have a shared one. True where
+    // nobody can tell.
+    virtual bool IsLockedByOthers(std::uint64_t, std::uint64_t) { return true; }
+
     // Who has locked something in the range, as far as the system tells.
     virtual std::optional<LockHolder> FindLockHolder(std::uint64_t, std::uint64_t) { return std::nullopt; }
 

@@ -163,8 +163,10 @@ public:
 
     void Unlock(std::uint64_t offset, std::uint64_t length) override { SetLock(F_UNLCK, offset, length); }
 
-    // Asking needs no right to write.
-    bool IsLocked(std::uint64_t offset, std::uint64_t length) override {
+    // Asking needs no right to write, and one's own locks do not count.
+    bool IsLocked(std::uint64_t offset, std::uint64_t length) override { return IsLockedByOthers(offset, length); }
+
+    bool IsLockedByOthers(std::uint64_t offset, std::uint64_t length) override {
         struct flock lock = Range(F_WRLCK, offset, length);
         if (fcntl(descriptor_, F_OFD_GETLK, &lock) != 0) RaiseLockError(errno);
         return lock.l_type != F_UNLCK;

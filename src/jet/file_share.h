@@ -23,6 +23,11 @@ public:
     void LockToWrite() { locks_.LockExclusive(file_.Handle()); }
     void Unlock() noexcept { locks_.UnlockAll(); }
 
+    // Without waiting: whether no other writer is at work, nor will be before Unlock().
+    bool TryReserve() noexcept { return locks_.TryReserve(); }
+
+    bool IsAlone() const noexcept { return locks_.IsAlone(); }
+
     // Why nobody may change the file here; empty when they may.
     std::u16string_view Problem() const { return locks_.Problem(); }
 

@@ -141,8 +141,10 @@ void EntryList::Reserve(std::size_t entries, std::size_t bytes) {
 }
 
 void EntryList::Append(Entry prefix, Entry rest) {
-    bytes_.insert(bytes_.end(), prefix.begin(), prefix.end());
-    bytes_.insert(bytes_.end(), rest.begin(), rest.end());
+    const std::size_t begin = bytes_.size();
+    bytes_.resize(begin + prefix.size() + rest.size());
+    std::copy(prefix.begin(), prefix.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(begin));
+    std::copy(rest.begin(), rest.end(), bytes_.end() - static_cast<std::ptrdiff_t>(rest.size()));
     ends_.push_back(static_cast<std::uint32_t>(bytes_.size()));
 }
 
@@ -153,6 +155,23 @@ void EntryList::Append(const EntryList& other, std::size_t from, std::size_t to)
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
     for (std::size_t i = from; i < to; ++i)
         ends_.push_back(static_cast<std::uint32_t>(before + other.ends_[i] - first));
+}
+
+std::size_t EntryList::LowerBound(Entry entry, std::size_t from) const {
+    std::size_t end = from;
+    for (std::size_t step = 1; end < Size() && CompareBytes((*this)[end], entry) < 0; step *= 2) {
+        from = end + 1;
+        end += step;
+    }
+    end = std::min(end, Size());
+    while (from < end) {
+        const std::size_t middle = from + (end - from) / 2;
+        if (CompareBytes((*this)[middle], entry) < 0)
+            from = middle + 1;
+        else
+            end = middle;
+    }
+    return from;
 }
 
 void EntryList::Shift(std::size_t from, std::ptrdiff_t by) {

@@ -159,6 +159,9 @@ public:
     Entry Front() const { return (*this)[0]; }
     Entry Back() const { return (*this)[Size() - 1]; }
 
+    // The first one, from `from` on, that is not below `entry`; soon found when it is near.
+    std::size_t LowerBound(Entry entry, std::size_t from) const;
+
     void Reserve(std::size_t entries, std::size_t bytes);
     void Append(Entry entry) { Append({}, entry); }
     void Append(Entry prefix, Entry rest);

@@ -272,8 +272,7 @@ std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries
         prefix = common(entry, prefix);
         bytes += entry.size();
         if (bytes > capacity && bytes - prefix * (old.Size() + taken) > capacity) break;
-        std::size_t behind = at;
-        while (behind < old.Size() && std::ranges::lexicographical_compare(old[behind], entry)) ++behind;
+        const std::size_t behind = old.LowerBound(entry, at);
         merged.Append(old, at, behind);
         at = behind;
         if (at < old.Size() && std::ranges::equal(old[at], entry)) pager_.Damaged(root_, u"索引中已有此行");

@@ -22,6 +22,7 @@ constexpr std::size_t kHeaderSize = 48;
 constexpr std::size_t kChecksumAt = 12;
 constexpr std::size_t kRecordHead = 8;
 constexpr std::size_t kFlushAt = 1 << 20;
+constexpr std::uint64_t kMostToKeep = 1 << 20;  // bytes of a file that stays
 constexpr std::uint32_t kCommonRecord = 0xFFFFFFFF;
 constexpr std::size_t kCommonPath = 8;  // in its record
 constexpr std::size_t kStampAt = 0x72;  // on page 0
@@ -51,13 +52,16 @@ std::filesystem::path Journal::PathFor(const std::filesystem::path& database) {
     return path += "-journal";
 }
 
-Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable)
+Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable,
+                 std::unique_ptr<File> ended)
     : system_(system),
       path_(PathFor(database.Path())),
       page_size_(database.GetFormat().page_size),
       durable_(durable),
-      file_(system.OpenPlain(path_, OpenMode::CreateNew)),
-      header_(kHeaderSize) {
+      file_(std::move(ended)),
+      header_(kHeaderSize),
+      folder_synced_(file_ != nullptr) {
+    if (!file_) file_ = system.OpenPlain(path_, OpenMode::CreateNew);
     file_->ShareLike(database.Handle(), true);
     const JournalOwner owner = JournalOwner::Of(database, length);
     std::random_device random;
@@ -126,10 +130,14 @@ void Journal::Finish() {
         file_->Sync();
         throw;
     }
-    Remove();
+}
+
+std::unique_ptr<File> Journal::Release() noexcept {
+    return durable_ && written_ <= kMostToKeep ? std::move(file_) : nullptr;
 }
 
 void Journal::Remove() noexcept {
+    if (!file_) return;
     try {
         file_.reset();
         system_.Remove(path_);

@@ -11,6 +11,9 @@
 // zero in the place of the header's first letter ends the journal's effect before the file is removed, so that the
 // removal need not reach the disk; one byte cannot be written in part. Where a common journal is named, the journal is
 // in force only as long as that one is.
+//
+// A file that has ended so may stay for the next transaction of the only session that has the database open: that saves
+// making it, and waiting for its folder. Others who come remove it.
 #pragma once
 
 #include <array>
@@ -45,8 +48,9 @@ public:
     static std::filesystem::path PathFor(const std::filesystem::path& database);
 
     // Starts a new journal of the database, whose length before the transaction was `length`. `durable` decides whether
-    // Sync reaches the disk.
-    Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable);
+    // Sync reaches the disk. `ended`: what Release() of the last one gave, still in its place; null: none.
+    Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable,
+            std::unique_ptr<File> ended = nullptr);
 
     // Whether the page's old content is not kept yet.
     bool NeedsImage(PageNumber page) const { return page >= kept_.size() || !kept_[page]; }
@@ -57,12 +61,16 @@ public:
     // dropped what it could not write, and would report success the next time.
     void Sync();
 
-    // The transaction is complete: from its return on, the journal has no effect, whatever happens to the machine. When
-    // it fails the journal is in force as before.
+    // The transaction is complete: from its return on, the journal has no effect, whatever happens to the machine, and
+    // is to be removed or released. When it fails the journal is in force as before.
     void Finish();
 
     // Removes a journal that has no effect any more. If that fails, whoever finds it there removes it.
     void Remove() noexcept;
+
+    // After Finish, instead of Remove: the file, for the next journal. None where it is not to stay, for its length or
+    // because the disk is not waited for.
+    std::unique_ptr<File> Release() noexcept;
 
     // Removes a common journal when no journal of a file names it any more.
     static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database) noexcept;

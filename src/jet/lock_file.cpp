@@ -189,6 +189,24 @@ void LockFile::LockReserved() {
     reserved_ = true;
 }
 
+bool LockFile::TryReserve() noexcept {
+    if (reserved_ || kind_ != Kind::Full) return reserved_;
+    try {
+        reserved_ = file_->TryLock(first_byte_ + kReserved, 1, File::Lock::Exclusive);
+    } catch (const AutomationError&) {
+        return false;
+    }
+    return reserved_;
+}
+
+bool LockFile::IsAlone() const noexcept {
+    try {
+        return kind_ == Kind::Full && !file_->IsLockedByOthers(kPresentByte, 1);
+    } catch (const AutomationError&) {
+        return false;
+    }
+}
+
 // Closes the gate, and waits until those behind it are gone.
 void LockFile::LockBehind(File& file, std::uint64_t gate) {
     WaitFor(file, gate, File::Lock::Exclusive);

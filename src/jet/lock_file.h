@@ -41,6 +41,9 @@ public:
     // To write the file. `database`: the same file, open for writing, which outlives the lock. Requires: reserved.
     void LockExclusive(File& database);
 
+    // As LockReserved, without waiting: false when another one has it, or when nobody may.
+    bool TryReserve() noexcept;
+
     void UnlockExclusive();  // back to reserved and shared
     void UnlockAll() noexcept;
 
@@ -51,6 +54,9 @@ public:
     bool SeesOtherEngine(bool long_look = false);
 
     bool IsReserved() const { return reserved_; }
+
+    // Whether nobody else has the database open. False where nobody can tell.
+    bool IsAlone() const noexcept;
 
 private:
     enum class Kind : std::uint8_t {

@@ -44,6 +44,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
 
 Pager::~Pager() {
     session_->Remove(*this);
+    change_.RemoveEndedJournal();
 }
 
 // Scopes
@@ -191,7 +192,7 @@ void Pager::NoticeUnfinished(bool to_change) {
 }
 
 std::optional<FoundJournal> Pager::FindJournal() {
-    if (system_.Look(journal_path_) == FileKind::None) return std::nullopt;
+    if (change_.HasEndedJournal() || system_.Look(journal_path_) == FileKind::None) return std::nullopt;
     return FoundJournal::Find(system_, file_);
 }
 

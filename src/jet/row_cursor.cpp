@@ -96,6 +96,7 @@ bool RowCursor::HasScanSlot() {
             data_.reset();
             const bool ours = page_.Type() == PageType::Data && page_.View().U32(4) == table_->Definition().page;
             if (ours) data_.emplace(page_.View(), pager_.GetFormat());
+            for (std::size_t row = 0; ours && row < kRowsAhead; ++row) data_->ExpectRow(scan_slot_ + row);
         }
         if (data_ && scan_slot_ < data_->Slots()) return true;
         scan_page_ = table_->OwnedMap().Next(scan_page_ + 1);

@@ -97,7 +97,7 @@ void Transaction::WriteBack(const CommonJournal::Name* common) {
     if (!journal_) {
         share_.RequireNoOtherEngine();
         const std::uint64_t length = std::uint64_t{old_pages} * page_size;
-        journal_ = std::make_unique<Journal>(system_, file_, length, durable_);
+        journal_ = std::make_unique<Journal>(system_, file_, length, durable_, TakeEndedJournal());
         overwritten_ = false;
     }
     std::vector<std::uint8_t> image(page_size);
@@ -119,6 +119,33 @@ void Transaction::CompleteFile(PageNumber page_count) {
     const std::uint64_t size = std::uint64_t{page_count} * file_.GetFormat().page_size;
     if (file_.Size() > size) file_.Resize(size);
     if (durable_) file_.Sync();
+}
+
+// A newcomer finds a file that stayed, and takes it away once; with others about, it would be in everybody's way.
+void Transaction::Finish() {
+    journal_->Finish();
+    if (share_.IsAlone()) ended_journal_ = journal_->Release();
+    if (!ended_journal_) journal_->Remove();
+}
+
+// Null when another file, or none, lies there by now.
+std::unique_ptr<File> Transaction::TakeEndedJournal() {
+    std::unique_ptr<File> file = std::move(ended_journal_);
+    const std::filesystem::path path = Journal::PathFor(file_.Path());
+    const bool in_place = file && file->IsAt(path) && system_.Look(path) == FileKind::Plain;
+    return in_place ? std::move(file) : nullptr;
+}
+
+// Only where no other writer can have put a journal of his own there meanwhile.
+void Transaction::RemoveEndedJournal() noexcept {
+    if (!ended_journal_) return;
+    try {
+        if (share_.TryReserve() && HasEndedJournal()) system_.Remove(Journal::PathFor(file_.Path()));
+    } catch (const AutomationError&) {
+        // Whoever finds it there removes it.
+    }
+    ended_journal_.reset();
+    share_.Unlock();
 }
 
 void Transaction::Close() {

@@ -45,11 +45,17 @@ public:
     void WriteBack(const CommonJournal::Name* common = nullptr);
     bool HasWritten() const { return journal_ != nullptr; }
 
+    // Whether what lies under the journal's name is the ended journal of the last commit here.
+    bool HasEndedJournal() const { return ended_journal_ && ended_journal_->IsAt(Journal::PathFor(file_.Path())); }
+
+    // Before the file is closed.
+    void RemoveEndedJournal() noexcept;
+
     // After the last WriteBack: the file gets its length and is safe on the disk.
     void CompleteFile(PageNumber page_count);
 
     // The change of this file alone stands when this returns.
-    void Finish() { journal_->Finish(); }
+    void Finish();
 
     // The common journal is gone: this one means nothing any more.
     void FinishInCommon() noexcept { journal_->Remove(); }
@@ -73,6 +79,7 @@ private:
     };
 
     void MergeRestored();
+    std::unique_ptr<File> TakeEndedJournal();
 
     FileSystem& system_;
     PageFile& file_;
@@ -82,6 +89,7 @@ private:
     std::vector<Level> levels_;         // outermost first; that one has no images, for the file holds them
     std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
     std::unique_ptr<Journal> journal_;
+    std::unique_ptr<File> ended_journal_;  // has no effect, and stays for the next one
     bool overwritten_ = false;  // the file, since the journal began
 };
 

@@ -2,6 +2,10 @@
 
 #include <fstream>
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
 #include <gtest/gtest.h>
 
 #include "jet/support/scratch.h"
@@ -136,10 +140,81 @@ TEST_F(PagerTest, ANewDatabaseHasNoOldJournal) {
     ExpectClean(*database);
     Write(*database, [&] { database->CreateTable({.name = u"U", .columns = {{.name = u"A"}}}); });
     ExpectClean(*database);
+    {
+        const Database::Reading reading(*database);
+        EXPECT_EQ(database->FindTable(u"T"), nullptr);
+    }
+    database.reset();
     EXPECT_FALSE(std::filesystem::exists(JournalPath()));
-    const Database::Reading reading(*database);
-    EXPECT_EQ(database->FindTable(u"T"), nullptr);
 }
+
+#ifndef _WIN32
+
+std::uint64_t FileNumber(const std::filesystem::path& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 ? info.st_ino : 0;
+}
+
+// Making and removing a file for each commit takes longer than writing it.
+TEST_F(PagerTest, TheOnlySessionKeepsItsJournalUntilItEnds) {
+    auto database = Database::Open(Path());
+    Insert(*database, u"T", RowFor(400));
+    const std::uint64_t first = FileNumber(JournalPath());
+    ASSERT_NE(first, 0U);
+    for (int key = 401; key < 404; ++key) Insert(*database, u"T", RowFor(key));
+    EXPECT_EQ(FileNumber(JournalPath()), first);
+    EXPECT_EQ(Rows(*database, u"T").size(), 54U);
+    {
+        const auto newcomer = Database::Open(Path());
+        EXPECT_EQ(Rows(*newcomer, u"T").size(), 54U);
+        EXPECT_FALSE(std::filesystem::exists(JournalPath()));
+        Insert(*database, u"T", RowFor(404));
+        Insert(*newcomer, u"T", RowFor(405));
+        EXPECT_FALSE(std::filesystem::exists(JournalPath())) << "it is in the way of the others";
+    }
+    Insert(*database, u"T", RowFor(406));
+    EXPECT_TRUE(std::filesystem::exists(JournalPath()));
+    database.reset();
+    EXPECT_FALSE(std::filesystem::exists(JournalPath()));
+    EXPECT_EQ(CountRows(), 57U);
+}
+
+// Whatever lies under the journal's name by now was put there by somebody else.
+TEST_F(PagerTest, AnotherFileInThePlaceOfTheJournalIsLeftAlone) {
+    const std::filesystem::path moved = folder_.Path() / "moved";
+    auto database = Database::Open(Path());
+    Insert(*database, u"T", RowFor(400));
+    std::filesystem::rename(JournalPath(), moved);
+    Insert(*database, u"T", RowFor(401));  // a new one
+    EXPECT_NE(FileNumber(JournalPath()), FileNumber(moved));
+    std::filesystem::rename(JournalPath(), moved);
+    std::filesystem::create_symlink(moved, JournalPath());
+    EXPECT_NE(ErrorOf([&] { Insert(*database, u"T", RowFor(402)); }), 0) << "nobody else would play it back";
+    std::filesystem::remove(JournalPath());
+    Insert(*database, u"T", RowFor(403));
+    std::filesystem::rename(JournalPath(), moved);
+    std::ofstream(JournalPath()) << "somebody else's";
+    database.reset();
+    EXPECT_TRUE(std::filesystem::exists(JournalPath()));
+    std::filesystem::remove(JournalPath());
+    EXPECT_EQ(CountRows(), 53U);
+}
+
+// The next one to come finds it without effect.
+TEST_F(PagerTest, ADeadSessionLeavesAJournalWithoutEffect) {
+    const std::filesystem::path copy = folder_.Path() / "copy";
+    {
+        auto database = Database::Open(Path());
+        Insert(*database, u"T", RowFor(400));
+        std::filesystem::copy_file(JournalPath(), copy);
+        Insert(*database, u"T", RowFor(401));
+    }
+    std::filesystem::rename(copy, JournalPath());
+    EXPECT_EQ(CountRows(), 52U);
+    EXPECT_FALSE(std::filesystem::exists(JournalPath()));
+}
+
+#endif
 
 // A table that grows through all forms of page maps: the global map lengthens and turns into references.
 TEST_F(PagerTest, BigFilesWithASmallCache) {

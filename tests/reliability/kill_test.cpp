@@ -111,10 +111,11 @@ TEST_P(KillEachCallTest, OfAStatement) {
             Child child([&](const Child::Pipe& pipe) {
                 ScriptedFiles files;
                 files.strike = [](const Change&) { raise(SIGKILL); };
-                const auto database = Open(path, &files);
+                auto database = Open(path, &files);
                 files.calls = 0;
                 files.strike_at = call;
                 statement.run(*database);
+                database.reset();  // its journal goes with it
                 pipe.Send(kFinished, 0);
             });
             EXPECT_TRUE(child.Rest().empty());

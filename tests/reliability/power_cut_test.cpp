@@ -193,8 +193,9 @@ protected:
         return disk;
     }
 
-    // Runs the story; when it fails at call `strike_at`, it is undone and run again.
-    Record Run(const Disk& healthy, const Story& story, int strike_at) {
+    // Runs the story; when it fails at call `strike_at`, it is undone and run again. `earlier`: a change that the same
+    // session has committed before.
+    Record Run(const Disk& healthy, const Story& story, int strike_at, const Story& earlier = {}) {
         MemoryFiles memory;
         std::vector<std::filesystem::path> paths;
         for (const auto& [path, content] : healthy) {
@@ -204,6 +205,16 @@ protected:
         ScriptedFiles files(memory);
         Record record{healthy, {}, healthy, {}, SIZE_MAX};
         auto databases = OpenTogether(paths, files);
+        if (earlier) {
+            earlier(databases);
+            record.before = DatabasesIn(memory, healthy);
+            record.start = record.before;
+            for (const std::filesystem::path& path : paths) {
+                const std::filesystem::path journal = path.string() + "-journal";
+                if (memory.Exists(journal)) record.start[journal] = memory.At(journal);
+            }
+            EXPECT_GT(record.start.size(), record.before.size()) << "no journal stays";
+        }
         files.calls = 0;
         files.notes = true;
         files.strike_at = strike_at;
@@ -261,6 +272,21 @@ TEST_P(PowerCutTest, LeavesAStatementDoneOrNot) {
     for (const SampleStatement& statement : SampleStatements()) {
         SCOPED_TRACE(statement.name);
         CutEverywhere(Run(samples, OnOneFile(statement), 0), OneIn(1, 4));
+        std::printf("%s: %d calls, %lld cuts so far\n", statement.name, calls_, static_cast<long long>(cuts_));
+    }
+}
+
+// Over the journal of the commit before, with its records behind those of the new one.
+TEST_P(PowerCutTest, LeavesALaterStatementOfASessionDoneOrNot) {
+    const Story earlier = [](Databases& databases) {
+        Write(*databases[0], [&] {
+            for (int i = 400; i < 420; ++i) databases[0]->FindTable(u"T")->Insert(SampleRow(*databases[0], i));
+        });
+    };
+    const Disk samples = Samples(1);
+    for (const SampleStatement& statement : SampleStatements()) {
+        SCOPED_TRACE(statement.name);
+        CutEverywhere(Run(samples, OnOneFile(statement), 0, earlier), OneIn(1, 4));
         std::printf("%s: %d calls, %lld cuts so far\n", statement.name, calls_, static_cast<long long>(cuts_));
     }
 }

@@ -24,6 +24,9 @@ public:
         return file_->TryLock(offset, length, kind);
     }
     void Unlock(std::uint64_t offset, std::uint64_t length) override { file_->Unlock(offset, length); }
+    bool IsLockedByOthers(std::uint64_t offset, std::uint64_t length) override {
+        return file_->IsLockedByOthers(offset, length);
+    }
     bool IsAt(const std::filesystem::path& path) override { return file_->IsAt(path); }
 
 private:

@@ -64,6 +64,7 @@ private:
         void Sync() override {}
         bool TryLock(std::uint64_t, std::uint64_t, Lock) override { return true; }
         void Unlock(std::uint64_t, std::uint64_t) override {}
+        bool IsLockedByOthers(std::uint64_t, std::uint64_t) override { return false; }
         bool IsAt(const std::filesystem::path&) override { return true; }
 
     private:

@@ -114,6 +114,9 @@ private:
         }
         void Unlock(std::uint64_t offset, std::uint64_t length) override { file_->Unlock(offset, length); }
         bool TryLockThrough(std::uint64_t gate) override { return file_->TryLockThrough(gate); }
+        bool IsLockedByOthers(std::uint64_t offset, std::uint64_t length) override {
+            return file_->IsLockedByOthers(offset, length);
+        }
         bool IsAt(const std::filesystem::path& path) override { return file_->IsAt(path); }
 
     private:
