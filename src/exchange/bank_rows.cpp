@@ -13,8 +13,8 @@
 #include "core/statement_text.h"
 #include "core/text.h"
 #include "core/utilities.h"
-#include "ui/document/rtf_reader.h"
-#include "ui/document/rtf_writer.h"
+#include "document/rtf_reader.h"
+#include "document/rtf_writer.h"
 #include "ui/question_text.h"
 
 namespace qmtrain::exchange {
@@ -63,10 +63,10 @@ std::int32_t BitsOf(std::u16string_view answer) {
 }
 
 // An explanation that a bank without a column for it keeps as a document.
-std::optional<ui::RichText> AnalysisIn(const Value& document) {
+std::optional<document::RichText> AnalysisIn(const Value& document) {
     if (document.GetType() != Value::Type::Binary) return std::nullopt;
     const std::u16string text(document.Binary().begin(), document.Binary().end());
-    return ui::IsRtf(text) ? std::optional(ui::ReadRtf(text)) : std::nullopt;
+    return ui::IsRtf(text) ? std::optional(document::ReadRtf(text)) : std::nullopt;
 }
 
 void SetAnswer(Question& question, std::u16string_view answer) {
@@ -92,12 +92,12 @@ void Require(bool condition, std::u16string text) {
 
 // "^p" ends a paragraph wherever a bank's text is shown, in RTF as well: there the first character is written by its
 // number.
-std::u16string StoredText(const ui::RichText& text) {
+std::u16string StoredText(const document::RichText& text) {
     const std::u16string plain = text.PlainText();
     if (IsPlain(text) && plain.find(u"^p") == std::u16string::npos && !Trimmed(plain).starts_with(u"{\\rtf")) {
         return WithCrLf(plain);
     }
-    const std::string rtf = ui::WriteRtf(text);
+    const std::string rtf = document::WriteRtf(text);
     std::u16string out(rtf.begin(), rtf.end());
     ReplaceAll(out, u"^p", u"\\'5ep");
     return out;
@@ -272,7 +272,7 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
     } else if (info.documents && !analysis.empty() &&
                (is_new || row.Fields(u"O_RudeCont").Value().IsNull() ||
                 AnalysisIn(row.Fields(u"O_RudeCont").Value()))) {
-        const std::string rtf = ui::WriteRtf(question.analysis);
+        const std::string rtf = document::WriteRtf(question.analysis);
         row.Fields(u"O_RudeCont").Value(Bytes(rtf.begin(), rtf.end()));
     }
     if (info.category) SetOrNull(row.Fields(u"C_Category"), question.category);

@@ -37,7 +37,7 @@ struct StoredRow {
 };
 
 // A text as banks store it: plain where it has no format, else RTF.
-std::u16string StoredText(const ui::RichText& text);
+std::u16string StoredText(const document::RichText& text);
 
 class BankRows {
 public:

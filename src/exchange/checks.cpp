@@ -102,7 +102,7 @@ void AddChecked(Import& import, Question question, const TextNotes& notes) {
     import.questions.push_back(std::move(question));
 }
 
-void AppendFeedback(ui::RichText& analysis, std::u16string_view label, const ui::RichText& feedback) {
+void AppendFeedback(document::RichText& analysis, std::u16string_view label, const document::RichText& feedback) {
     if (IsEmpty(feedback)) return;
     if (!IsEmpty(analysis)) {
         analysis.EndParagraph();

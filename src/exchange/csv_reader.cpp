@@ -145,7 +145,7 @@ private:
     void ReadAnswer(Question& question, std::u16string_view answer);
     Kind GuessedKind(const Question& question, std::u16string_view answer) const;
     std::u16string Cell(const CsvRow& row, Column column) const;
-    ui::RichText Rich(std::u16string_view cell);
+    document::RichText Rich(std::u16string_view cell);
 
     CsvReader rows_;
     std::size_t size_;
@@ -209,7 +209,7 @@ std::u16string SheetReader::Cell(const CsvRow& row, Column column) const {
     return std::u16string(Trimmed(row.cells[place->second]));
 }
 
-ui::RichText SheetReader::Rich(std::u16string_view cell) {
+document::RichText SheetReader::Rich(std::u16string_view cell) {
     if (cell.starts_with(kHtmlCell)) return FromHtml(cell.substr(kHtmlCell.size()), {}, notes_);
     return PlainRichText(cell);
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineEnd = "\r\n";
 
-std::u16string TextOf(const ui::RichText& text) {
+std::u16string TextOf(const document::RichText& text) {
     const std::u16string plain = text.PlainText();
     if (IsPlain(text) && !plain.starts_with(kHtmlCell)) return plain;
     return std::u16string(kHtmlCell) + ToHtml(text);

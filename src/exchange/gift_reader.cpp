@@ -107,8 +107,8 @@ private:
     void EndQuestion();
     void ReadQuestion(Part part);
     TextFormat TakeFormat(Part& part, TextFormat otherwise);
-    ui::RichText RichOf(Part part, TextFormat format);
-    ui::RichText RichOf(Part part) {
+    document::RichText RichOf(Part part, TextFormat format);
+    document::RichText RichOf(Part part) {
         const TextFormat format = TakeFormat(part, format_);
         return RichOf(part.Trim(), format);
     }
@@ -263,7 +263,7 @@ GiftReader::TextFormat GiftReader::TakeFormat(Part& part, TextFormat otherwise) 
     return otherwise;
 }
 
-ui::RichText GiftReader::RichOf(Part part, TextFormat format) {
+document::RichText GiftReader::RichOf(Part part, TextFormat format) {
     const std::u16string_view text = part.Text();
     if (format == TextFormat::Html) return FromHtml(text, {}, notes_);
     if (format == TextFormat::Plain || !HasTags(text)) return PlainRichText(text);
@@ -452,7 +452,7 @@ void GiftReader::ReadPairs(Question& question, Part part) {
             continue;
         }
         std::u16string right = PlainOf(answer.text.From(arrow + 2));
-        ui::RichText left = RichOf(answer.text.Until(arrow));
+        document::RichText left = RichOf(answer.text.Until(arrow));
         if (IsEmpty(left)) {
             more.push_back(std::move(right));
         } else {

@@ -24,7 +24,7 @@ std::u16string Escaped(std::u16string_view text) {
     return out;
 }
 
-std::u16string TextOf(const ui::RichText& text) {
+std::u16string TextOf(const document::RichText& text) {
     if (IsPlain(text)) return u"[plain]" + Escaped(text.PlainText());
     return u"[html]" + Escaped(ToHtml(text));
 }

@@ -86,7 +86,7 @@ private:
     void ReadPairs(pugi::xml_node node, Question& question);
     void ReadEssay(pugi::xml_node node, Question& question);
     double FractionOf(pugi::xml_node answer);
-    ui::RichText TextOf(pugi::xml_node element);
+    document::RichText TextOf(pugi::xml_node element);
     void NameHints(pugi::xml_node node);
     void AddFeedback(pugi::xml_node answer, std::u16string_view label, Question& question);
 
@@ -209,7 +209,7 @@ void MoodleReader::ReadByType(std::string_view type, pugi::xml_node node, Questi
     notes_.Error(u"题型“" + Brief(FromUtf8(type)) + u"”不能导入。");
 }
 
-ui::RichText MoodleReader::TextOf(pugi::xml_node element) {
+document::RichText MoodleReader::TextOf(pugi::xml_node element) {
     const std::string_view format = element.attribute("format").value();
     const std::u16string text = Content(element);
     if (format == "plain_text" || format == "markdown") {
@@ -227,7 +227,7 @@ double MoodleReader::FractionOf(pugi::xml_node answer) {
 }
 
 void MoodleReader::AddFeedback(pugi::xml_node answer, std::u16string_view label, Question& question) {
-    const ui::RichText feedback = TextOf(answer.child("feedback"));
+    const document::RichText feedback = TextOf(answer.child("feedback"));
     if (IsEmpty(feedback)) return;
     AppendFeedback(question.analysis, label, feedback);
     notes_.Changed(u"答案的反馈并入解析。");
@@ -307,7 +307,7 @@ void MoodleReader::ReadPairs(pugi::xml_node node, Question& question) {
     std::vector<Pair> pairs;
     std::vector<std::u16string> more;
     for (const pugi::xml_node one : node.children("subquestion")) {
-        ui::RichText subject = TextOf(one);
+        document::RichText subject = TextOf(one);
         std::u16string answer = PlainContent(one.child("answer"));
         if (IsEmpty(subject)) {
             more.push_back(std::move(answer));
@@ -320,10 +320,10 @@ void MoodleReader::ReadPairs(pugi::xml_node node, Question& question) {
 
 void MoodleReader::ReadEssay(pugi::xml_node node, Question& question) {
     question.kind = Kind::Operation;
-    const ui::RichText requirements = Canonical(TextOf(node.child("graderinfo")));
+    const document::RichText requirements = Canonical(TextOf(node.child("graderinfo")));
     if (!IsPlain(requirements)) notes_.Changed(u"评分要求只保留文字。");
     question.requirements = requirements.PlainText();
-    const ui::RichText beginning = TextOf(node.child("responsetemplate"));
+    const document::RichText beginning = TextOf(node.child("responsetemplate"));
     if (IsEmpty(beginning)) return;
     question.stem.EndParagraph();
     question.stem.SetParagraphFormat({});

@@ -48,7 +48,7 @@ void SetHtml(pugi::xml_node element, std::u16string_view html, const std::vector
     }
 }
 
-void SetRich(pugi::xml_node element, const ui::RichText& text) {
+void SetRich(pugi::xml_node element, const document::RichText& text) {
     std::vector<PictureFile> files;
     const std::u16string html = ToHtml(text, &files);
     SetHtml(element, html, files);

@@ -13,8 +13,8 @@
 namespace qmtrain::host {
 namespace {
 
-ui::RichText Plain(std::u16string_view text) {
-    ui::RichText out;
+document::RichText Plain(std::u16string_view text) {
+    document::RichText out;
     out.AppendText(text);
     return out;
 }
@@ -42,7 +42,7 @@ void AnswerPanel::Ask(const Question& question, std::u16string_view answer, int 
         case Kind::Multiple: {
             const auto kind = kind_ == Kind::Single ? ChoiceRow::Kind::One : ChoiceRow::Kind::Several;
             char16_t letter = u'A';
-            for (const ui::RichText& option : question.options) {
+            for (const document::RichText& option : question.options) {
                 AddRow(kind, std::u16string(1, letter++), Zoomed(option, zoom));
             }
             break;
@@ -67,7 +67,7 @@ void AnswerPanel::Ask(const Question& question, std::u16string_view answer, int 
     Fill(answer);
 }
 
-void AnswerPanel::AddRow(ChoiceRow::Kind kind, std::u16string letter, ui::RichText text) {
+void AnswerPanel::AddRow(ChoiceRow::Kind kind, std::u16string letter, document::RichText text) {
     auto* row = new ChoiceRow(this, kind, std::move(letter), std::move(text));
     const std::size_t place = Rows.size();
     row->OnChoose = [this, place] { Choose(place); };

@@ -18,7 +18,7 @@ constexpr double kRadius = 6;
 
 }  // namespace
 
-ChoiceRow::ChoiceRow(wxWindow* parent, Kind kind, std::u16string letter, ui::RichText text)
+ChoiceRow::ChoiceRow(wxWindow* parent, Kind kind, std::u16string letter, document::RichText text)
     : wxWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                wxBORDER_NONE | wxWANTS_CHARS | wxFULL_REPAINT_ON_RESIZE),
       kind_(kind),

@@ -16,7 +16,7 @@ public:
     enum class Kind : std::uint8_t { One, Several };  // of the options may be chosen
 
     // `letter` is empty where the text says it all.
-    ChoiceRow(wxWindow* parent, Kind kind, std::u16string letter, ui::RichText text);
+    ChoiceRow(wxWindow* parent, Kind kind, std::u16string letter, document::RichText text);
 
     std::function<void()> OnChoose;
     std::function<void(int direction)> OnMove;  // with the arrow keys

@@ -20,16 +20,16 @@ constexpr int kIndent = 420;          // twips, of what stands below a stem
 constexpr int kRoomForAnswer = 3000;  // below an operation question
 constexpr std::u16string_view kNumerals = u"一二三四五六七八九十";
 
-ui::CharacterFormat Bold() {
-    ui::CharacterFormat format;
+document::CharacterFormat Bold() {
+    document::CharacterFormat format;
     format.bold = true;
     return format;
 }
 
 // In paragraphs of its own, behind the label.
-void AppendBelow(ui::RichText& text, std::u16string_view label, const ui::CharacterFormat& format,
-                 const ui::RichText& more = {}) {
-    const auto begin = [&](ui::ParagraphFormat format) {
+void AppendBelow(document::RichText& text, std::u16string_view label, const document::CharacterFormat& format,
+                 const document::RichText& more = {}) {
+    const auto begin = [&](document::ParagraphFormat format) {
         if (text.Length() > 0) text.EndParagraph();
         format.left_indent += kIndent;
         text.SetParagraphFormat(std::move(format));
@@ -37,10 +37,10 @@ void AppendBelow(ui::RichText& text, std::u16string_view label, const ui::Charac
     begin({});
     text.AppendText(label, format);
     bool first = true;
-    for (const ui::Paragraph& paragraph : more.Paragraphs()) {
+    for (const document::Paragraph& paragraph : more.Paragraphs()) {
         if (!first) begin(paragraph.format);
         first = false;
-        for (const ui::Run& run : paragraph.runs) {
+        for (const document::Run& run : paragraph.runs) {
             if (run.picture) {
                 text.AppendPicture(*run.picture, run.format);
             } else {
@@ -56,12 +56,12 @@ public:
     Explanations(const DataFolder& folder, Edition edition, std::int32_t subject)
         : folder_(folder), edition_(edition), subject_(subject) {}
 
-    ui::RichText Of(const PaperQuestion& place) {
+    document::RichText Of(const PaperQuestion& place) {
         auto found = banks_.find(place.data_code);
         if (found == banks_.end()) found = banks_.emplace(place.data_code, Open(place.data_code)).first;
         if (!found->second) return {};
         const auto question = found->second->rows.Find(place.rec_no);
-        return question ? question->analysis : ui::RichText();
+        return question ? question->analysis : document::RichText();
     }
 
 private:
@@ -129,7 +129,7 @@ report::Report PaperSheet(const DataFolder& folder, Edition edition, const Paper
         section.text.Append(question.stem);
         std::u16string options;
         char16_t letter = u'A';
-        for (const ui::RichText& option : question.options) {
+        for (const document::RichText& option : question.options) {
             const std::u16string label = std::u16string(1, letter++) + u". ";
             options += (options.empty() ? u"" : u"\n") + label + option.PlainText();
             AppendBelow(section.text, label, {}, option);
@@ -139,7 +139,7 @@ report::Report PaperSheet(const DataFolder& folder, Edition edition, const Paper
         if (answers == Answers::With) {
             const std::u16string answer = AnswerOf(question);
             AppendBelow(section.text, u"答案：" + answer, Bold());
-            const ui::RichText explanation = explanations.Of(place);
+            const document::RichText explanation = explanations.Of(place);
             if (explanation.Length() > 0) AppendBelow(section.text, u"解析：", Bold(), explanation);
             row.push_back(answer);
             row.push_back(explanation.PlainText());

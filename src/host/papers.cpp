@@ -129,8 +129,8 @@ std::optional<BankEntry> EntryOf(const DataFolder& folder, Edition edition, std:
     RaiseComponentError(u"qmtrain", (bank + u"中的试题 " + place.rec_no + u" 无法使用：").append(otherwise));
 }
 
-std::vector<ui::RichText> OptionTexts(const TextCollection* options) {
-    std::vector<ui::RichText> texts;
+std::vector<document::RichText> OptionTexts(const TextCollection* options) {
+    std::vector<document::RichText> texts;
     if (options == nullptr) return texts;
     for (const TextCollection::Entry& option : *options) texts.push_back(ui::StoredText(option.item));
     return texts;

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "dao/dao.h"
+#include "document/rich_text.h"
 #include "host/data_folder.h"
 #include "host/marking.h"
-#include "ui/document/rich_text.h"
 
 namespace qmtrain::host {
 
@@ -56,10 +56,10 @@ std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t trai
 struct Question {
     Kind kind = Kind::Unknown;
     std::u16string type_name;
-    ui::RichText stem;
-    std::vector<ui::RichText> options;  // of a choice question, from A
-    int blanks = 0;                     // of a fill-in question
-    std::u16string answer;              // the standard answer
+    document::RichText stem;
+    std::vector<document::RichText> options;  // of a choice question, from A
+    int blanks = 0;                           // of a fill-in question
+    std::u16string answer;                    // the standard answer
 };
 
 // Raises the component's error when the question cannot be loaded: with the reason, the bank and the question.

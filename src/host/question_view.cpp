@@ -8,9 +8,9 @@
 
 #include "core/convert.h"
 #include "core/text.h"
+#include "document/document_layout.h"
 #include "host/look.h"
 #include "host/zoom.h"
-#include "ui/document_layout.h"
 #include "ui/screen_measurer.h"
 #include "ui/wx_text.h"
 
@@ -27,7 +27,7 @@ constexpr int kLeastText = 64;
 int StemHeight(ui::RichTextView& stem, int width) {
     ui::ScreenMeasurer measurer(stem);
     const int margin = stem.FromDIP(kStemMargin);
-    const ui::DocumentLayout layout(stem.Text(), std::max(1, width - 2 * margin), measurer);
+    const document::DocumentLayout layout(stem.Text(), std::max(1, width - 2 * margin), measurer);
     return layout.Height() + 2 * margin;
 }
 

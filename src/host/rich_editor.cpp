@@ -20,15 +20,15 @@ namespace {
 
 const wxString kPicture = "picture:";
 
-wxRichTextAttr AttributesOf(const ui::CharacterFormat& format) {
+wxRichTextAttr AttributesOf(const document::CharacterFormat& format) {
     wxRichTextAttr attributes;
     if (format.bold) attributes.SetFontWeight(wxFONTWEIGHT_BOLD);
     if (format.italic) attributes.SetFontStyle(wxFONTSTYLE_ITALIC);
     if (format.underline) attributes.SetFontUnderlined(true);
     int effects = 0;
     if (format.strike_out) effects |= wxTEXT_ATTR_EFFECT_STRIKETHROUGH;
-    if (format.script == ui::Script::Superscript) effects |= wxTEXT_ATTR_EFFECT_SUPERSCRIPT;
-    if (format.script == ui::Script::Subscript) effects |= wxTEXT_ATTR_EFFECT_SUBSCRIPT;
+    if (format.script == document::Script::Superscript) effects |= wxTEXT_ATTR_EFFECT_SUPERSCRIPT;
+    if (format.script == document::Script::Subscript) effects |= wxTEXT_ATTR_EFFECT_SUBSCRIPT;
     if (effects != 0) {
         attributes.SetTextEffects(effects);
         attributes.SetTextEffectFlags(effects);
@@ -37,15 +37,15 @@ wxRichTextAttr AttributesOf(const ui::CharacterFormat& format) {
     return attributes;
 }
 
-ui::CharacterFormat FormatOf(const wxRichTextAttr& attributes) {
-    ui::CharacterFormat format;
+document::CharacterFormat FormatOf(const wxRichTextAttr& attributes) {
+    document::CharacterFormat format;
     format.bold = attributes.HasFontWeight() && attributes.GetFontWeight() >= wxFONTWEIGHT_BOLD;
     format.italic = attributes.HasFontItalic() && attributes.GetFontStyle() == wxFONTSTYLE_ITALIC;
     format.underline = attributes.HasFontUnderlined() && attributes.GetFontUnderlined();
     const int effects = attributes.HasTextEffects() ? attributes.GetTextEffects() : 0;
     format.strike_out = (effects & wxTEXT_ATTR_EFFECT_STRIKETHROUGH) != 0;
-    if ((effects & wxTEXT_ATTR_EFFECT_SUPERSCRIPT) != 0) format.script = ui::Script::Superscript;
-    if ((effects & wxTEXT_ATTR_EFFECT_SUBSCRIPT) != 0) format.script = ui::Script::Subscript;
+    if ((effects & wxTEXT_ATTR_EFFECT_SUPERSCRIPT) != 0) format.script = document::Script::Superscript;
+    if ((effects & wxTEXT_ATTR_EFFECT_SUBSCRIPT) != 0) format.script = document::Script::Subscript;
     if (attributes.HasFontFaceName() && attributes.GetFontFaceName() == ui::ToWx(exchange::kProgramFont)) {
         format.font = exchange::kProgramFont;
     }
@@ -89,14 +89,14 @@ void RichEditor::DoSetSize(int x, int y, int width, int height, int flags) {
     wxRichTextCtrl::DoSetSize(x, y, width, height, flags);
 }
 
-void RichEditor::SetRich(const ui::RichText& text) {
+void RichEditor::SetRich(const document::RichText& text) {
     pictures_.clear();
     Clear();
     BeginSuppressUndo();
     bool first = true;
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
         if (!std::exchange(first, false)) Newline();
-        for (const ui::Run& run : paragraph.runs) {
+        for (const document::Run& run : paragraph.runs) {
             if (run.picture != nullptr) {
                 WritePicture(run.picture);
                 continue;
@@ -113,10 +113,10 @@ void RichEditor::SetRich(const ui::RichText& text) {
 }
 
 // What is begun while text is written counts for the next paragraph only.
-void RichEditor::SetBullets(const ui::RichText& text) {
+void RichEditor::SetBullets(const document::RichText& text) {
     constexpr int kIndent = 40;  // tenths of a millimetre
     auto child = GetBuffer().GetChildren().begin();
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
         if (child == GetBuffer().GetChildren().end()) break;
         wxRichTextAttr& attributes = (*child)->GetAttributes();
         ++child;
@@ -135,13 +135,13 @@ void RichEditor::SetBullets(const ui::RichText& text) {
     LayoutContent();
 }
 
-void RichEditor::WritePicture(std::shared_ptr<const ui::Picture> picture) {
-    const Bytes bytes = ui::PictureFile(*picture);
+void RichEditor::WritePicture(std::shared_ptr<const document::Picture> picture) {
+    const Bytes bytes = document::PictureFile(*picture);
     wxMemoryInputStream stream(bytes.data(), bytes.size());
     const wxLogNull quiet;
     wxImage image(stream, wxBITMAP_TYPE_ANY);
-    const int width = std::max(1, picture->width / ui::kTwipsPerPixel);
-    const int height = std::max(1, picture->height / ui::kTwipsPerPixel);
+    const int width = std::max(1, picture->width / document::kTwipsPerPixel);
+    const int height = std::max(1, picture->height / document::kTwipsPerPixel);
     if (!image.IsOk()) {
         image = wxImage(width, height);
         image.SetRGB(wxRect(0, 0, width, height), 200, 200, 200);
@@ -154,15 +154,15 @@ void RichEditor::WritePicture(std::shared_ptr<const ui::Picture> picture) {
     WriteImage(image, wxBITMAP_TYPE_PNG, attributes);
 }
 
-ui::RichText RichEditor::GetRich() {
-    ui::RichText text;
+document::RichText RichEditor::GetRich() {
+    document::RichText text;
     bool first = true;
     int number = 0;
     for (const wxRichTextObject* child : GetBuffer().GetChildren()) {
         const auto* paragraph = dynamic_cast<const wxRichTextParagraph*>(child);
         if (paragraph == nullptr) continue;
         if (!std::exchange(first, false)) text.EndParagraph();
-        ui::ParagraphFormat format;
+        document::ParagraphFormat format;
         const wxRichTextAttr& of_paragraph = paragraph->GetAttributes();
         const int style = of_paragraph.HasBulletStyle() ? of_paragraph.GetBulletStyle() : 0;
         number = (style & wxTEXT_ATTR_BULLET_STYLE_ARABIC) != 0 ? number + 1 : 0;
@@ -236,7 +236,7 @@ bool RichEditor::InsertPicture(const wxString& file) {
     const std::string bytes = exchange::ReadBytes(ui::FromWx(file));
     auto picture = exchange::MakePicture(Bytes(bytes.begin(), bytes.end()));
     if (!picture) return false;
-    WritePicture(std::make_shared<const ui::Picture>(*std::move(picture)));
+    WritePicture(std::make_shared<const document::Picture>(*std::move(picture)));
     return true;
 }
 

@@ -6,7 +6,7 @@
 
 #include <wx/richtext/richtextctrl.h>
 
-#include "ui/document/rich_text.h"
+#include "document/rich_text.h"
 #include "ui/scrollbar_room.h"
 
 namespace qmtrain::host {
@@ -19,8 +19,8 @@ public:
     static RichEditor* InFrame(wxWindow* parent, wxSize least);
     wxWindow* Frame() { return GetParent(); }
 
-    void SetRich(const ui::RichText& text);
-    ui::RichText GetRich();
+    void SetRich(const document::RichText& text);
+    document::RichText GetRich();
 
     void ToggleScript(bool super);
     void ToggleProgram();
@@ -33,11 +33,11 @@ protected:
     void DoSetSize(int x, int y, int width, int height, int flags) override;
 
 private:
-    void SetBullets(const ui::RichText& text);
-    void WritePicture(std::shared_ptr<const ui::Picture> picture);
+    void SetBullets(const document::RichText& text);
+    void WritePicture(std::shared_ptr<const document::Picture> picture);
 
     // Those in the text, each known to it by its place here: what the box keeps of a picture is not all of it.
-    std::vector<std::shared_ptr<const ui::Picture>> pictures_;
+    std::vector<std::shared_ptr<const document::Picture>> pictures_;
     ui::ScrollbarRoom scrollbars_;
 };
 

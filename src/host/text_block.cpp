@@ -8,17 +8,17 @@
 namespace qmtrain::host {
 
 int TextBlock::Arrange(int width) {
-    layout_ = ui::DocumentLayout(text_, std::max(1, width), measurer_);
+    layout_ = document::DocumentLayout(text_, std::max(1, width), measurer_);
     return layout_.Height();
 }
 
 void TextBlock::Paint(wxDC& dc, wxPoint place) {
-    for (const ui::Line& line : layout_.Lines()) {
-        for (const ui::Piece& piece : line.pieces) PaintPiece(dc, place, line, piece);
+    for (const document::Line& line : layout_.Lines()) {
+        for (const document::Piece& piece : line.pieces) PaintPiece(dc, place, line, piece);
     }
 }
 
-void TextBlock::PaintPiece(wxDC& dc, wxPoint place, const ui::Line& line, const ui::Piece& piece) {
+void TextBlock::PaintPiece(wxDC& dc, wxPoint place, const document::Line& line, const document::Piece& piece) {
     const int baseline = place.y + line.top + line.ascent;
     if (piece.run->picture) {
         const wxSize size(piece.width, piece.picture_height);
@@ -26,11 +26,12 @@ void TextBlock::PaintPiece(wxDC& dc, wxPoint place, const ui::Line& line, const 
         return;
     }
     if (piece.text == u"\t" || piece.text == u"\v") return;
-    const ui::CharacterFormat& format = piece.run->format;
-    const ui::Measurer::Height height = measurer_.HeightOf(format);
+    const document::CharacterFormat& format = piece.run->format;
+    const document::Measurer::Height height = measurer_.HeightOf(format);
     int top = baseline - height.ascent;
-    if (format.script == ui::Script::Superscript) top = place.y + line.top;
-    if (format.script == ui::Script::Subscript) top = place.y + line.top + line.height - height.ascent - height.descent;
+    if (format.script == document::Script::Superscript) top = place.y + line.top;
+    if (format.script == document::Script::Subscript)
+        top = place.y + line.top + line.height - height.ascent - height.descent;
     const wxColour colour =
         format.color ? wxColour(format.color->red, format.color->green, format.color->blue) : Colour(Tint::Text);
     dc.SetFont(measurer_.FontOf(format));

@@ -3,8 +3,8 @@
 
 #include <wx/dc.h>
 
-#include "ui/document/rich_text.h"
-#include "ui/document_layout.h"
+#include "document/document_layout.h"
+#include "document/rich_text.h"
 #include "ui/screen_measurer.h"
 
 namespace qmtrain::host {
@@ -12,20 +12,20 @@ namespace qmtrain::host {
 class TextBlock {
 public:
     // The window must outlive the block.
-    TextBlock(wxWindow& window, ui::RichText text) : text_(std::move(text)), measurer_(window) {}
+    TextBlock(wxWindow& window, document::RichText text) : text_(std::move(text)), measurer_(window) {}
 
-    const ui::RichText& Text() const { return text_; }
+    const document::RichText& Text() const { return text_; }
 
     // Lays the text out; its height. Pixels.
     int Arrange(int width);
     void Paint(wxDC& dc, wxPoint place);
 
 private:
-    void PaintPiece(wxDC& dc, wxPoint place, const ui::Line& line, const ui::Piece& piece);
+    void PaintPiece(wxDC& dc, wxPoint place, const document::Line& line, const document::Piece& piece);
 
-    ui::RichText text_;
+    document::RichText text_;
     ui::ScreenMeasurer measurer_;
-    ui::DocumentLayout layout_;
+    document::DocumentLayout layout_;
 };
 
 }  // namespace qmtrain::host

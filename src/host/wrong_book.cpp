@@ -189,15 +189,15 @@ std::vector<DrillQuestion> ToDrill(const std::vector<const WrongEntry*>& entries
     return questions;
 }
 
-ui::RichText WrongText(WrongBook& book, const WrongEntry& entry) {
+document::RichText WrongText(WrongBook& book, const WrongEntry& entry) {
     const PracticedQuestion& asked = entry.item.question;
-    ui::RichText text;
+    document::RichText text;
     Question question;
     try {
         question = book.Source().Load(asked.subject, asked.data_code, asked.rec_no);
         text = question.stem;
         char16_t letter = u'A';
-        for (const ui::RichText& option : question.options) {
+        for (const document::RichText& option : question.options) {
             text.EndParagraph();
             text.SetParagraphFormat({});
             text.AppendText(std::u16string(1, letter++) + u". ");

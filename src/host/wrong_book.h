@@ -76,7 +76,7 @@ ui::ListRow ToListRow(const WrongEntry& entry);
 std::vector<DrillQuestion> ToDrill(const std::vector<const WrongEntry*>& entries);
 
 // The question in full with both answers and the note on it.
-ui::RichText WrongText(WrongBook& book, const WrongEntry& entry);
+document::RichText WrongText(WrongBook& book, const WrongEntry& entry);
 report::Report WrongReport(WrongBook& book, const std::vector<const WrongEntry*>& entries, std::u16string_view whose);
 
 }  // namespace qmtrain::host

@@ -259,7 +259,7 @@ const WrongEntry* WrongWindow::Selected() const {
 
 void WrongWindow::ShowSelected() {
     const WrongEntry* entry = Selected();
-    RtfQuestion->SetText(entry == nullptr ? ui::RichText() : WrongText(book_, *entry));
+    RtfQuestion->SetText(entry == nullptr ? document::RichText() : WrongText(book_, *entry));
     for (wxButton* button : {BtnReview, BtnNote}) button->Enable(entry != nullptr);
     const bool can = !read_only_ && book_.User() != -1;
     BtnNote->Enable(entry != nullptr && book_.User() != -1);

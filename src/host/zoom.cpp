@@ -12,15 +12,15 @@ int NextZoom(int percent, int direction) {
     return std::clamp((percent / kStep + direction) * kStep, kLeastZoom, kMostZoom);
 }
 
-ui::RichText Zoomed(const ui::RichText& text, int percent) {
+document::RichText Zoomed(const document::RichText& text, int percent) {
     if (percent == kUsualZoom) return text;
-    ui::RichText out;
+    document::RichText out;
     bool first = true;
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
         if (!std::exchange(first, false)) out.EndParagraph();
         out.SetParagraphFormat(paragraph.format);
-        for (const ui::Run& run : paragraph.runs) {
-            ui::CharacterFormat format = run.format;
+        for (const document::Run& run : paragraph.runs) {
+            document::CharacterFormat format = run.format;
             const int size = format.half_points > 0 ? format.half_points : ui::kQuestionHalfPoints;
             format.half_points = std::max(1, (size * percent + 50) / 100);
             if (run.picture) {

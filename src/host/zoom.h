@@ -1,7 +1,7 @@
 // Larger and smaller question texts.
 #pragma once
 
-#include "ui/document/rich_text.h"
+#include "document/rich_text.h"
 
 namespace qmtrain::host {
 
@@ -13,6 +13,6 @@ inline constexpr int kMostZoom = 250;
 int NextZoom(int percent, int direction);
 
 // The text with letters of that size.
-ui::RichText Zoomed(const ui::RichText& text, int percent);
+document::RichText Zoomed(const document::RichText& text, int percent);
 
 }  // namespace qmtrain::host

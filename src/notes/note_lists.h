@@ -3,8 +3,8 @@
 
 #include <vector>
 
+#include "document/rich_text.h"
 #include "notes/notes_tree.h"
-#include "ui/document/rich_text.h"
 #include "ui/list_model.h"
 
 namespace qmtrain::notes {
@@ -24,8 +24,8 @@ std::vector<ui::ListRow> BankRows(const BankNode& bank, Note& note, std::int32_t
 struct NoteQuestion {
     bool loaded = false;
     std::u16string type;
-    std::u16string answer;  // as stored
-    ui::RichText text;      // stem and options, or why there are none
+    std::u16string answer;    // as stored
+    document::RichText text;  // stem and options, or why there are none
 };
 
 // A failure is logged.

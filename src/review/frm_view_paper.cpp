@@ -152,7 +152,7 @@ void FrmViewPaper::FlexGridQuestions_SelChange() {
 
 void FrmViewPaper::Show(const QuestionPanes& panes) {
     RtfTitle->SetText(panes.title);
-    RtfChoice->SetText(panes.options.value_or(ui::RichText()));
+    RtfChoice->SetText(panes.options.value_or(document::RichText()));
     RtfAnswer->SetText(panes.answer);
     RtfError->SetText(panes.error);
     has_options_ = panes.options.has_value();

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "dao/dao.h"
-#include "ui/document/rich_text.h"
+#include "document/rich_text.h"
 #include "ui/list_model.h"
 
 namespace qmtrain::review {
@@ -49,10 +49,10 @@ struct PaperSource {
 
 // What the panes beside the list show of one question.
 struct QuestionPanes {
-    ui::RichText title;
-    std::optional<ui::RichText> options;
-    ui::RichText answer;
-    ui::RichText error;
+    document::RichText title;
+    std::optional<document::RichText> options;
+    document::RichText answer;
+    document::RichText error;
 };
 
 // The question of a row. One that cannot be loaded shows the reason as its title, and what the training holds of it:

@@ -75,7 +75,7 @@ report::Report PaperReport(const PaperSource& source) {
         section.heading = row.cells[kNumber] + u". " + row.cells[kTypeName] + u"　得 " + row.cells[kGotScore] + u" / " +
                           row.cells[kScore] + u" 分";
         section.text = std::move(panes.title);
-        const auto add = [&](ui::RichText more) {
+        const auto add = [&](document::RichText more) {
             section.text.EndParagraph();
             section.text.SetParagraphFormat({});
             section.text.Append(std::move(more));

@@ -46,32 +46,34 @@ private:
         return kWords[Number(0, std::size(kWords) - 1)];
     }
 
-    ui::CharacterFormat Format() {
-        ui::CharacterFormat format;
+    document::CharacterFormat Format() {
+        document::CharacterFormat format;
         if (Number(0, 2) != 0) return format;
         format.bold = Number(0, 2) == 0;
         format.italic = Number(0, 3) == 0;
         format.underline = Number(0, 4) == 0;
         format.strike_out = Number(0, 6) == 0;
-        if (Number(0, 4) == 0) format.script = Number(0, 1) == 0 ? ui::Script::Superscript : ui::Script::Subscript;
+        if (Number(0, 4) == 0)
+            format.script = Number(0, 1) == 0 ? document::Script::Superscript : document::Script::Subscript;
         if (Number(0, 4) == 0) format.font = kProgramFont;
         return format;
     }
 
-    ui::RichText Text() {
+    document::RichText Text() {
         const bool plain = Number(0, 1) == 0;
-        ui::RichText text;
+        document::RichText text;
         int item = 0;
         for (int line = Number(1, 3); line > 0; --line) {
-            ui::ParagraphFormat paragraph;
+            document::ParagraphFormat paragraph;
             if (!plain && Number(0, 4) == 0) paragraph.bullet = Number(0, 1) == 0 ? u"•" : u"1.";
             item = paragraph.bullet == u"1." ? item + 1 : 0;
             if (item > 0) paragraph.bullet = ToText(item) + u".";
             text.SetParagraphFormat(paragraph);
             for (int run = Number(1, 3); run > 0; --run) {
-                text.AppendText(Word(), plain ? ui::CharacterFormat{} : Format());
+                text.AppendText(Word(), plain ? document::CharacterFormat{} : Format());
                 if (!plain && Number(0, 9) == 0) {
-                    text.AppendPicture({ui::Picture::Kind::Png, DotBytes(), 15 * Number(1, 90), 15 * Number(1, 90)});
+                    text.AppendPicture(
+                        {document::Picture::Kind::Png, DotBytes(), 15 * Number(1, 90), 15 * Number(1, 90)});
                 }
             }
             if (line > 1) text.EndParagraph();

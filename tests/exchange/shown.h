@@ -12,7 +12,7 @@
 namespace qmtrain::exchange {
 
 // The text if it is plain, else its HTML, with "/" for the ends of lines.
-inline std::string ShownText(const ui::RichText& text) {
+inline std::string ShownText(const document::RichText& text) {
     std::string out = ToUtf8(IsPlain(text) ? text.PlainText() : ToHtml(text));
     for (char& unit : out) {
         if (unit == '\n') unit = '/';

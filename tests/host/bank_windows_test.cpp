@@ -78,18 +78,18 @@ TEST_F(BankWindowTest, AQuestionIsFoundChangedAndTakenBack) {
 }
 
 TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
-    ui::RichText text;
-    ui::CharacterFormat bold;
+    document::RichText text;
+    document::CharacterFormat bold;
     bold.bold = true;
-    ui::CharacterFormat raised;
-    raised.script = ui::Script::Superscript;
-    ui::CharacterFormat program;
+    document::CharacterFormat raised;
+    raised.script = document::Script::Superscript;
+    document::CharacterFormat program;
     program.font = exchange::kProgramFont;
     text.AppendText(u"平常");
     text.AppendText(u"粗体", bold);
     text.AppendText(u"2", raised);
     text.AppendParagraph(u"int i;", program);
-    ui::ParagraphFormat item;
+    document::ParagraphFormat item;
     item.bullet = u"•";
     text.AppendParagraph(u"一项", {}, item);
     text = exchange::Canonical(text);
@@ -105,7 +105,7 @@ TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
     editor->SetRich(exchange::PlainRichText(u"x2"));
     editor->SetSelection(1, 2);
     editor->ToggleScript(true);
-    EXPECT_EQ(editor->GetRich().Paragraphs()[0].runs.back().format.script, ui::Script::Superscript);
+    EXPECT_EQ(editor->GetRich().Paragraphs()[0].runs.back().format.script, document::Script::Superscript);
     editor->ToggleScript(true);
     EXPECT_TRUE(exchange::IsPlain(editor->GetRich()));
 }

@@ -147,7 +147,7 @@ TEST(SampleQuestions, StemsLeaveNothingBehind) {
         std::vector<std::u16string> texts = question.options;
         texts.push_back(question.title);
         for (const std::u16string& stored : texts) {
-            const ui::RichText text = ui::StoredText(stored);
+            const document::RichText text = ui::StoredText(stored);
             const std::u16string plain = text.PlainText();
             EXPECT_NE(plain, u"");
             for (const char16_t* word : {u"\\rtf", u"\\par", u"\\u", u"\\'", u"\\f1", u"{\\", u"fonttbl", u"Courier",
