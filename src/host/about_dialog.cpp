@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "host/look.h"
 #include "host/options.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -43,9 +44,9 @@ AboutDialog::AboutDialog(wxWindow* parent)
     auto* words = new wxBoxSizer(wxVERTICAL);
     words->Add(MakeLabel(this, u"全国计算机等级考试模拟练习", TextSize::Large, true));
     words->Add(MakeLabel(this, u"版本 " + FromUtf8(kVersionNumber), TextSize::Body, false, Tint::Quiet), 0, wxTOP,
-               FromDIP(kTiny));
+               FromDIP(ui::kTiny));
     auto* head = new wxBoxSizer(wxHORIZONTAL);
-    head->Add(new wxStaticBitmap(this, wxID_ANY, icon), 0, wxRIGHT, FromDIP(kMargin));
+    head->Add(new wxStaticBitmap(this, wxID_ANY, icon), 0, wxRIGHT, FromDIP(ui::kMargin));
     head->Add(words, 1);
     auto* licences = new wxTextCtrl(this, wxID_ANY, ui::ToWx(kLicences), wxDefaultPosition, FromDIP(wxSize(460, 220)),
                                     wxTE_MULTILINE | wxTE_READONLY);
@@ -54,9 +55,9 @@ AboutDialog::AboutDialog(wxWindow* parent)
     auto* close = new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"));
     close->SetDefault();
     auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(head, 0, wxEXPAND | wxALL, FromDIP(kWide));
-    sizer->Add(licences, 1, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kWide));
-    sizer->Add(close, 0, wxALIGN_RIGHT | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kWide));
+    sizer->Add(head, 0, wxEXPAND | wxALL, FromDIP(ui::kWide));
+    sizer->Add(licences, 1, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(ui::kWide));
+    sizer->Add(close, 0, wxALIGN_RIGHT | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(ui::kWide));
     SetSizerAndFit(sizer);
     CentreOnParent();
     close->SetFocus();

@@ -228,13 +228,15 @@ report::Report Analysis::MakeReport() {
         {u"考生", 2}, {u"试卷数", 1, true}, {u"平均", 1, true}, {u"最近", 1, true}, {u"答对", 1, true}};
     for (const CandidateRow& row : Candidates()) {
         const auto of_papers = [&](double rate) { return row.papers > 0 ? PercentText(rate) : u"—"; };
-        candidates.table.rows.push_back({row.name, ToText(row.papers), of_papers(row.average), of_papers(row.last),
-                                         PercentText(row.right_share)});
+        candidates.table.rows.push_back(
+            {row.name, ToText(row.papers), of_papers(row.average), of_papers(row.last), PercentText(row.right_share)});
     }
     made.sections.push_back(std::move(candidates));
     report::Section items{u"每道题"};
-    items.table.columns = {{u"题号", 2},       {u"题库", 2},       {u"题型", 2},        {u"次数", 1, true},
-                           {u"答对", 1, true}, {u"易度", 1, true}, {u"区分度", 1, true}};
+    for (std::size_t i = 0; i < std::size(kItemHeaders); ++i) {
+        const bool number = i >= kItemTimes;
+        items.table.columns.push_back({kItemHeaders[i], number ? 1 : 2, number});
+    }
     for (const ItemRow& row : Items()) {
         items.table.rows.push_back(
             {row.question.rec_no, row.bank, row.type, ToText(row.figures.times), ToText(row.figures.right),

@@ -34,6 +34,10 @@ struct CandidateRow {
     Date last_day = {};
 };
 
+// The columns of questions; the ones from kItemTimes on are numbers.
+inline constexpr const char16_t* kItemHeaders[] = {u"题号", u"题库", u"题型", u"次数", u"答对", u"易度", u"区分度"};
+inline constexpr std::size_t kItemTimes = 3;
+
 struct ItemRow {
     ItemFigures figures = {};
     PracticedQuestion question = {};

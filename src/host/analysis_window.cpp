@@ -15,29 +15,21 @@
 #include "host/window_place.h"
 #include "report/printing.h"
 #include "review/answer_text.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
 
-const wxSize kFirstSize(980, 680);  // pixels of an unscaled screen
-const wxSize kLeastSize(680, 460);
 constexpr std::u16string_view kTitle = u"学习分析";
 constexpr std::u16string_view kPlace = u"AnalysisWindow";
 constexpr std::u16string_view kClass = u"Class";
 constexpr std::size_t kMostAnswers = 5;
 
-// Cells of a question's row that sort as numbers do, behind the shown ones.
+// Cells of a question's row behind the shown ones: those that sort as numbers do, and its key.
 enum ItemCell : std::size_t {
-    kItemNumber,
-    kItemBank,
-    kItemType,
-    kItemTimes,
-    kItemRight,
-    kItemFacility,
-    kItemDiscrimination,
-    kSortTimes,
+    kSortTimes = std::size(kItemHeaders),
     kSortRight,
     kSortFacility,
     kSortDiscrimination,
@@ -90,13 +82,12 @@ AnalysisWindow::AnalysisWindow(wxWindow* parent, const DataFolder& folder, Editi
       analysis_(folder, edition, user, subject) {
     SetIcons(ProgramIcon());
     Build();
-    SetMinClientSize(FromDIP(kLeastSize));
-    Place(*this, settings_.Text(kPlace), kFirstSize);
+    Place(*this, settings_.Text(kPlace), ui::kLargeWindow);
     SetEscapeId(wxID_CANCEL);
 }
 
 void AnalysisWindow::Build() {
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     LblFigures = MakeLabel(this, u"", TextSize::Body, true);
     sizer->Add(LblFigures, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, margin);
@@ -116,7 +107,7 @@ void AnalysisWindow::Build() {
     BtnExport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         report::ShowExportMenu(this, [this] { return analysis_.MakeReport(); });
     });
-    buttons->Add(BtnExport, 0, wxRIGHT, FromDIP(kGap));
+    buttons->Add(BtnExport, 0, wxRIGHT, FromDIP(ui::kGap));
     if (analysis_.IsTeacher()) {
         BtnClass = new wxButton(this, wxID_ANY, ui::ToWx(u"选择考生(&K)…"));
         BtnClass->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ChooseClass(); });
@@ -132,16 +123,16 @@ void AnalysisWindow::Build() {
 wxWindow* AnalysisWindow::BuildCharts(wxWindow* parent) {
     page_ = new wxScrolledWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                                  wxVSCROLL | wxTAB_TRAVERSAL | wxBORDER_THEME);
-    page_->SetScrollRate(0, FromDIP(kWide));
+    page_->SetScrollRate(0, FromDIP(ui::kWide));
     page_->SetBackgroundColour(Colour(Tint::Card));
-    const int gap = FromDIP(kMargin);
+    const int gap = FromDIP(ui::kMargin);
     auto* all = new wxBoxSizer(wxVERTICAL);
     const auto caption = [&](wxSizer* to, std::u16string_view text) {
-        to->Add(MakeLabel(page_, text, TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
+        to->Add(MakeLabel(page_, text, TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
     };
     if (!analysis_.IsTeacher()) {
         caption(all, u"现在最该练的");
-        advice_rows_ = new wxFlexGridSizer(2, FromDIP(kGap), gap);
+        advice_rows_ = new wxFlexGridSizer(2, FromDIP(ui::kGap), gap);
         advice_rows_->AddGrowableCol(0);
         all->Add(advice_rows_, 0, wxEXPAND | wxBOTTOM, gap);
     }
@@ -151,7 +142,7 @@ wxWindow* AnalysisWindow::BuildCharts(wxWindow* parent) {
     SetSpokenName(*CboSubject, u"科目");
     CboSubject->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { FillRates(); });
     heading->Add(CboSubject, 0, wxALIGN_CENTRE_VERTICAL);
-    all->Add(heading, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
+    all->Add(heading, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kGap));
     PicRates = new review::ScoreChart(page_);
     PicRates->SetMinSize(FromDIP(wxSize(300, 220)));
     PicRates->SetEmptyText(u"还没有成绩。\n做完一份试卷以后，这里会有曲线。");
@@ -206,13 +197,11 @@ wxWindow* AnalysisWindow::BuildItems(wxWindow* parent) {
     LvItems = new ui::ListView(panel, {});
     SetSpokenName(*LvItems, u"试题");
     LvItems->SetEmptyText(u"还没有做过的试题。");
-    LvItems->AddColumn(u"题号", FromDIP(100), kItemNumber);
-    LvItems->AddColumn(u"题库", FromDIP(130), kItemBank);
-    LvItems->AddColumn(u"题型", FromDIP(100), kItemType);
-    LvItems->AddColumn(u"次数", FromDIP(60), kItemTimes, wxLIST_FORMAT_RIGHT);
-    LvItems->AddColumn(u"答对", FromDIP(60), kItemRight, wxLIST_FORMAT_RIGHT);
-    LvItems->AddColumn(u"易度", FromDIP(70), kItemFacility, wxLIST_FORMAT_RIGHT);
-    LvItems->AddColumn(u"区分度", FromDIP(70), kItemDiscrimination, wxLIST_FORMAT_RIGHT);
+    constexpr int kWidths[std::size(kItemHeaders)] = {100, 130, 100, 60, 60, 70, 70};
+    for (std::size_t i = 0; i < std::size(kItemHeaders); ++i) {
+        LvItems->AddColumn(kItemHeaders[i], FromDIP(kWidths[i]), i,
+                           i < kItemTimes ? wxLIST_FORMAT_LEFT : wxLIST_FORMAT_RIGHT);
+    }
     LvItems->Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent&) { ShowAnswers(); });
     LvItems->Bind(wxEVT_LIST_COL_CLICK, [this](wxListEvent& event) {
         const int column = event.GetColumn();
@@ -225,7 +214,7 @@ wxWindow* AnalysisWindow::BuildItems(wxWindow* parent) {
     LblAnswers = MakeLabel(panel, u"");
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(LvItems, 1, wxEXPAND);
-    sizer->Add(LblAnswers, 0, wxEXPAND | wxALL, FromDIP(kGap));
+    sizer->Add(LblAnswers, 0, wxEXPAND | wxALL, FromDIP(ui::kGap));
     panel->SetSizer(sizer);
     return panel;
 }

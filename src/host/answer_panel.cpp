@@ -8,6 +8,7 @@
 #include "core/utilities.h"
 #include "host/look.h"
 #include "host/zoom.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -191,7 +192,7 @@ bool AnswerPanel::FocusNextBlank() {
 }
 
 int AnswerPanel::Arrange(int width) {
-    const int gap = FromDIP(kGap);
+    const int gap = FromDIP(ui::kGap);
     int y = 0;
     for (ChoiceRow* row : Rows) {
         const int height = row->HeightFor(width);

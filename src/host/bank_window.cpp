@@ -19,6 +19,7 @@
 #include "host/question_editor.h"
 #include "host/work_progress.h"
 #include "review/answer_text.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
@@ -103,11 +104,11 @@ void BankWindow::Build() {
     TxtSearch->SetDescriptiveText(ui::ToWx(u"查找题干、选项、答案、编号、分类"));
     TxtSearch->ShowCancelButton(true);
     SetSpokenName(*TxtSearch, u"查找试题");
-    row->Add(TxtSearch, 1, wxRIGHT, FromDIP(kGap));
+    row->Add(TxtSearch, 1, wxRIGHT, FromDIP(ui::kGap));
     LblCount = new wxStaticText(above, wxID_ANY, wxString(), wxDefaultPosition, FromDIP(wxSize(150, -1)));
     LblCount->SetForegroundColour(Colour(Tint::Quiet));
     row->Add(LblCount, 0, wxALIGN_CENTRE_VERTICAL);
-    list->Add(row, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
+    list->Add(row, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kGap));
     auto* frame = new wxPanel(above, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
     auto* inside = new wxBoxSizer(wxVERTICAL);
     LvQuestions = new ui::ListView(frame, {ui::Icon::Pass});
@@ -136,9 +137,9 @@ void BankWindow::Build() {
     auto* below = new wxPanel(right);
     auto* seen = new wxBoxSizer(wxVERTICAL);
     Preview = new QuestionView(below);
-    seen->Add(Preview, 1, wxEXPAND | wxTOP, FromDIP(kGap));
+    seen->Add(Preview, 1, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     LblAnswer = MakeLabel(below, u"", TextSize::Body, true);
-    seen->Add(LblAnswer, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    seen->Add(LblAnswer, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     below->SetSizer(seen);
     right->SetMinimumPaneSize(FromDIP(120));
     right->SetSashGravity(0.5);
@@ -147,29 +148,30 @@ void BankWindow::Build() {
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     const auto button = [&](std::u16string_view text, std::u16string_view tip, int gap) {
         auto* made = new wxButton(this, wxID_ANY, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
-        made->SetMinSize(wxSize(made->GetTextExtent(made->GetLabelText()).x + FromDIP(kWide), -1));
+        ui::FitToCaption(*made, ui::kGap);
         made->SetToolTip(ui::ToWx(tip));
         buttons->Add(made, 0, wxRIGHT, FromDIP(gap));
         return made;
     };
-    BtnNew = button(u"新建(&N)…", u"新建一道试题", kTiny);
-    BtnEdit = button(u"修改(&E)…", u"修改选中的试题（回车）", kTiny);
-    BtnDuplicate = button(u"复制(&D)…", u"以选中的试题为底稿新建一道", kTiny);
-    BtnDelete = button(u"删除(&R)", u"删除选中的试题（Del）", kTiny);
-    BtnUndo = button(u"撤销(&Z)", u"撤销上一次改动（Ctrl+Z）", kWide);
-    BtnChoose = button(u"选入试卷(&A)", u"把选中的试题加入要组成的试卷，或者去掉（空格）", kTiny);
-    BtnPaper = button(PaperLabel(100), u"由选入的试题组成一份试卷", kWide);
-    BtnImport = button(u"导入(&I)…", u"把文件中的试题导入题库", kTiny);
-    BtnExport = button(u"导出(&X)…", u"把题库导出为 GIFT、Moodle XML 或 CSV 文件", kTiny);
+    BtnNew = button(u"新建(&N)…", u"新建一道试题", ui::kTiny);
+    BtnEdit = button(u"修改(&E)…", u"修改选中的试题（回车）", ui::kTiny);
+    BtnDuplicate = button(u"复制(&D)…", u"以选中的试题为底稿新建一道", ui::kTiny);
+    BtnDelete = button(u"删除(&R)", u"删除选中的试题（Del）", ui::kTiny);
+    BtnUndo = button(u"撤销(&Z)", u"撤销上一次改动（Ctrl+Z）", ui::kWide);
+    BtnChoose = button(u"选入试卷(&A)", u"把选中的试题加入要组成的试卷，或者去掉（空格）", ui::kTiny);
+    BtnPaper = button(PaperLabel(100), u"由选入的试题组成一份试卷", ui::kWide);
+    BtnImport = button(u"导入(&I)…", u"把文件中的试题导入题库", ui::kTiny);
+    BtnExport = button(u"导出(&X)…", u"把题库导出为 GIFT、Moodle XML 或 CSV 文件", ui::kTiny);
     buttons->AddStretchSpacer();
     buttons->Add(
         new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT));
 
     auto* all = new wxBoxSizer(wxVERTICAL);
-    all->Add(split, 1, wxEXPAND | wxALL, FromDIP(kMargin));
-    all->Add(buttons, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kMargin));
+    all->Add(split, 1, wxEXPAND | wxALL, FromDIP(ui::kMargin));
+    all->Add(buttons, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(ui::kMargin));
     SetSizer(all);
-    SetMinClientSize(wxSize(buttons->GetMinSize().x + 2 * FromDIP(kMargin) + FromDIP(kWide), FromDIP(kLeastHeight)));
+    SetMinClientSize(
+        wxSize(buttons->GetMinSize().x + 2 * FromDIP(ui::kMargin) + FromDIP(ui::kWide), FromDIP(kLeastHeight)));
     SetSize(FromDIP(kFirstSize));
     split->SplitVertically(TreeBanks, right, FromDIP(kTreeWidth));
     right->SplitHorizontally(above, below, FromDIP(kFirstSize.y / 2 - 20));

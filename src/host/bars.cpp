@@ -16,6 +16,7 @@
 #include "host/look.h"
 #include "review/chart_geometry.h"
 #include "review/chart_paint.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -86,7 +87,7 @@ void Drawing::Say(std::u16string text) {
 RateBars::RateBars(wxWindow* parent, std::u16string_view name) : Drawing(parent, {220, 40}), name_(name) {}
 
 int RateBars::RowHeight() const {
-    return std::max(GetCharHeight(), FromDIP(kBarHeight)) + FromDIP(kGap);
+    return std::max(GetCharHeight(), FromDIP(kBarHeight)) + FromDIP(ui::kGap);
 }
 
 void RateBars::SetBars(std::vector<Bar> bars) {
@@ -110,7 +111,7 @@ void RateBars::Paint(wxGraphicsContext& gc, wxSize size) {
         label = std::max(label, width);
     }
     gc.GetTextExtent("100.0%  (99999)", &value, &height);
-    const double gap = FromDIP(kGap);
+    const double gap = FromDIP(ui::kGap);
     label = std::min(label, size.x * 0.34);
     const double left = label + gap;
     const double width = std::max(10.0, size.x - left - value - gap);
@@ -199,7 +200,7 @@ void Calendar::Paint(wxGraphicsContext& gc, wxSize size) {
                 double height = 0;
                 gc.GetTextExtent(name, &width, &height);
                 gc.DrawText(name, x, 0);
-                free_from = x + width + FromDIP(kTiny);
+                free_from = x + width + FromDIP(ui::kTiny);
             }
         }
         const auto found = days_.find(day);
@@ -252,12 +253,12 @@ void CountColumns::Paint(wxGraphicsContext& gc, wxSize size) {
     }
     int most = 1;
     for (const Column& column : columns_) most = std::max(most, column.count);
-    const double top = height + FromDIP(kTiny);
+    const double top = height + FromDIP(ui::kTiny);
     const review::PlotArea area{0, top, static_cast<double>(size.x),
-                                std::max(1.0, size.y - top - height - FromDIP(kTiny))};
+                                std::max(1.0, size.y - top - height - FromDIP(ui::kTiny))};
     const review::ChartGeometry geometry(area, columns_.size());
     const double width = geometry.BarWidth(FromDIP(36));
-    const std::size_t step = geometry.LabelStep(widest + FromDIP(kTiny));
+    const std::size_t step = geometry.LabelStep(widest + FromDIP(ui::kTiny));
     gc.SetPen(wxPen(colours.text));
     gc.StrokeLine(0, geometry.Y(0), size.x, geometry.Y(0));
     for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -303,7 +304,7 @@ void PaceChart::SetPoints(std::vector<Point> points) {
 void PaceChart::Paint(wxGraphicsContext& gc, wxSize size) {
     const review::ChartColours colours = review::CurrentColours();
     const wxSize label = GetTextExtent("100%");
-    const double margin = FromDIP(kGap);
+    const double margin = FromDIP(ui::kGap);
     const double left = margin / 2 + review::RateAxisWidth(*this);
     const double top = label.y / 2.0 + margin;
     const review::PlotArea area{left, top, std::max(1.0, size.x - left - margin),

@@ -6,6 +6,7 @@
 #include <wx/graphics.h>
 
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -91,12 +92,12 @@ void ChoiceRow::Say() {
 }
 
 int ChoiceRow::RemarkWidth() const {
-    return right_ ? GetTextExtent(ui::ToWx(u"✓ 正确答案")).x + FromDIP(kMargin) : 0;
+    return right_ ? GetTextExtent(ui::ToWx(u"✓ 正确答案")).x + FromDIP(ui::kMargin) : 0;
 }
 
 int ChoiceRow::HeightFor(int width) {
-    const int around = FromDIP(kMargin + kBadge + kMargin + kMargin) + RemarkWidth();
-    return std::max(FromDIP(kLeastHeight), text_.Arrange(width - around) + FromDIP(2 * kGap));
+    const int around = FromDIP(ui::kMargin + kBadge + ui::kMargin + ui::kMargin) + RemarkWidth();
+    return std::max(FromDIP(kLeastHeight), text_.Arrange(width - around) + FromDIP(2 * ui::kGap));
 }
 
 void ChoiceRow::Paint() {
@@ -119,9 +120,9 @@ void ChoiceRow::Paint() {
             graphics->DrawRoundedRectangle(1, 1, size.x - 2, size.y - 2, radius + 1);
         }
     }
-    PaintBadge(dc, wxPoint(FromDIP(kMargin + kBadge / 2), size.y / 2));
-    const int left = FromDIP(kMargin + kBadge + kMargin);
-    const int height = text_.Arrange(size.x - left - FromDIP(kMargin) - RemarkWidth());
+    PaintBadge(dc, wxPoint(FromDIP(ui::kMargin + kBadge / 2), size.y / 2));
+    const int left = FromDIP(ui::kMargin + kBadge + ui::kMargin);
+    const int height = text_.Arrange(size.x - left - FromDIP(ui::kMargin) - RemarkWidth());
     text_.Paint(dc, wxPoint(left, (size.y - height) / 2));
     PaintRemark(dc);
 }
@@ -134,7 +135,7 @@ void ChoiceRow::PaintBadge(wxDC& dc, wxPoint centre) {
         graphics->SetBrush(chosen_ ? wxBrush(Colour(Tint::Accent)) : *wxTRANSPARENT_BRUSH);
         graphics->SetPen(
             graphics->CreatePen(wxGraphicsPenInfo(Colour(chosen_ ? Tint::Accent : Tint::Quiet)).Width(1.5)));
-        const double radius = kind_ == Kind::One ? size / 2.0 : FromDIP(kTiny);
+        const double radius = kind_ == Kind::One ? size / 2.0 : FromDIP(ui::kTiny);
         graphics->DrawRoundedRectangle(centre.x - size / 2.0, centre.y - size / 2.0, size, size, radius);
     }
     const wxString text = ui::ToWx(letter_.empty() ? (chosen_ ? u"✓" : u"") : letter_);
@@ -150,7 +151,8 @@ void ChoiceRow::PaintRemark(wxDC& dc) {
     dc.SetFont(GetFont());
     dc.SetTextForeground(Colour(*right_ ? Tint::Good : Tint::Bad));
     const wxSize extent = dc.GetTextExtent(ui::ToWx(remark));
-    dc.DrawText(ui::ToWx(remark), GetClientSize().x - extent.x - FromDIP(kMargin), (GetClientSize().y - extent.y) / 2);
+    dc.DrawText(ui::ToWx(remark), GetClientSize().x - extent.x - FromDIP(ui::kMargin),
+                (GetClientSize().y - extent.y) / 2);
 }
 
 }  // namespace qmtrain::host

@@ -8,6 +8,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -39,7 +40,7 @@ void Curve::SetRates(std::vector<float> rates) {
 
 void Curve::Paint() {
     wxPaintDC dc(this);
-    const double margin = FromDIP(kTiny);
+    const double margin = FromDIP(ui::kTiny);
     const wxString label = "60%";
     dc.SetFont(FontOf(TextSize::Small));
     dc.SetTextForeground(Colour(Tint::Quiet));
@@ -68,7 +69,7 @@ void Curve::Paint() {
     graphics->SetPen(graphics->CreatePen(wxGraphicsPenInfo(Colour(Tint::Accent)).Width(2)));
     graphics->StrokePath(path);
     graphics->SetBrush(Colour(Tint::Accent));
-    const double dot = FromDIP(kTiny) * 0.75;
+    const double dot = FromDIP(ui::kTiny) * 0.75;
     const std::size_t last = rates_.size() - 1;
     graphics->DrawEllipse(x_of(last) - dot, y_of(rates_[last]) - dot, 2 * dot, 2 * dot);
 }

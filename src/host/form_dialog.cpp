@@ -7,6 +7,7 @@
 #include "exchange/question.h"
 #include "host/look.h"
 #include "host/outcome.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
@@ -26,10 +27,10 @@ std::u16string WithoutAccelerator(std::u16string_view caption) {
 FormDialog::FormDialog(wxWindow* parent, std::u16string_view title)
     : wxDialog(parent, wxID_ANY, ui::ToWx(title), wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
-      grid_(new wxFlexGridSizer(2, FromDIP(wxSize(kMargin, kGap)))),
+      grid_(new wxFlexGridSizer(2, FromDIP(wxSize(ui::kMargin, ui::kGap)))),
       sizer_(new wxBoxSizer(wxVERTICAL)) {
     grid_->AddGrowableCol(1);
-    sizer_->Add(grid_, 1, wxEXPAND | wxALL, FromDIP(kWide));
+    sizer_->Add(grid_, 1, wxEXPAND | wxALL, FromDIP(ui::kWide));
 }
 
 void FormDialog::AddControl(std::u16string_view caption, wxWindow* control, bool grows) {
@@ -56,11 +57,10 @@ wxSpinCtrl* FormDialog::AddNumber(std::u16string_view caption, int value, int le
 }
 
 void FormDialog::AddLine(wxStaticText* line) {
-    sizer_->Add(line, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kWide));
+    sizer_->Add(line, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(ui::kWide));
 }
 
 void FormDialog::Finish(std::u16string_view ok, std::function<void()> keep) {
-    auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     BtnOK = new wxButton(this, wxID_OK, ui::ToWx(ok));
     auto* cancel = new wxButton(this, wxID_CANCEL, ui::ToWx(u"取消(&C)"));
     BtnOK->SetDefault();
@@ -74,10 +74,8 @@ void FormDialog::Finish(std::u16string_view ok, std::function<void()> keep) {
         }
         EndModal(wxID_OK);
     });
-    buttons->AddStretchSpacer();
-    buttons->Add(BtnOK, 0, wxRIGHT, FromDIP(kGap));
-    buttons->Add(cancel);
-    sizer_->Add(buttons, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kWide));
+    sizer_->Add(ui::ControlRow(*this, {}, {BtnOK, cancel}), 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM,
+                FromDIP(ui::kWide));
     SetSizerAndFit(sizer_);
     CentreOnParent();
 }

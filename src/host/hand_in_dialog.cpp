@@ -3,13 +3,13 @@
 #include <wx/sizer.h>
 
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
 
-const wxSize kFirstSize(440, 340);  // pixels of an unscaled screen
-const wxSize kLeastSize(360, 180);
+const ui::WindowSizes kSizes{{360, 180}, {440, 340}};
 
 }  // namespace
 
@@ -20,39 +20,31 @@ HandInDialog::HandInDialog(wxWindow* parent, const Practice& practice)
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     auto* text = new wxStaticText(this, wxID_ANY, ui::ToWx(OpenText(practice)));
     text->SetFont(FontOf(TextSize::Body, true));
-    text->Wrap(FromDIP(kFirstSize.x - 2 * kWide));
-    sizer->Add(text, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(kWide));
+    text->Wrap(FromDIP(kSizes.first.x - 2 * ui::kWide));
+    sizer->Add(text, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(ui::kWide));
     if (!open_.empty()) {
         LstOpen = new wxListBox(this, wxID_ANY);
         SetSpokenName(*LstOpen, u"没有答完或做了标记的题");
         for (const OpenQuestion& question : open_) LstOpen->Append(ui::ToWx(question.text));
         LstOpen->SetSelection(0);
         LstOpen->Bind(wxEVT_LISTBOX_DCLICK, [this](wxCommandEvent&) { GoToSelected(); });
-        sizer->Add(LstOpen, 1, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(kWide));
-        sizer->AddSpacer(FromDIP(kGap));
+        sizer->Add(LstOpen, 1, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(ui::kWide));
+        sizer->AddSpacer(FromDIP(ui::kGap));
         sizer->Add(
             MakeLabel(this, u"双击一题，或选中后按回车键，可以回到那一题。", TextSize::Small, false, Tint::Quiet), 0,
-            wxEXPAND | wxLEFT | wxRIGHT, FromDIP(kWide));
+            wxEXPAND | wxLEFT | wxRIGHT, FromDIP(ui::kWide));
         Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
             const bool enter = event.GetKeyCode() == WXK_RETURN || event.GetKeyCode() == WXK_NUMPAD_ENTER;
             if (enter && LstOpen->HasFocus()) return GoToSelected();
             event.Skip();
         });
     }
-    auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     BtnHandIn = new wxButton(this, wxID_OK, ui::ToWx(u"交卷(&H)"));
     BtnBack = new wxButton(this, wxID_CANCEL, ui::ToWx(u"返回作答(&B)"));
-    buttons->AddStretchSpacer();
-    buttons->Add(BtnHandIn, 0, wxRIGHT, FromDIP(kGap));
-    buttons->Add(BtnBack);
-    sizer->Add(buttons, 0, wxEXPAND | wxALL, FromDIP(kWide));
+    sizer->Add(ui::ControlRow(*this, {}, {BtnHandIn, BtnBack}), 0, wxEXPAND | wxALL, FromDIP(ui::kWide));
     SetSizer(sizer);
-    SetMinClientSize(FromDIP(kLeastSize));
-    if (open_.empty()) {
-        Fit();
-    } else {
-        SetClientSize(FromDIP(kFirstSize));
-    }
+    ui::SetSizes(*this, kSizes);
+    if (open_.empty()) Fit();
     CentreOnParent();
     BtnBack->SetDefault();
     SetAffirmativeId(wxID_NONE);

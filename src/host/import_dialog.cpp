@@ -13,13 +13,13 @@
 #include "host/look.h"
 #include "host/question_use.h"
 #include "host/work_progress.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
 
-const wxSize kFirstSize(820, 560);  // pixels of an unscaled screen
 constexpr std::u16string_view kTitle = u"导入试题";
 
 std::u16string Number(std::size_t number) {
@@ -48,7 +48,7 @@ ImportDialog::ImportDialog(wxWindow* parent, DataFolder folder, std::u16string_v
 
 void ImportDialog::Build(std::u16string_view code) {
     auto* box = new wxBoxSizer(wxVERTICAL);
-    auto* grid = new wxFlexGridSizer(2, FromDIP(wxSize(kMargin, kGap)));
+    auto* grid = new wxFlexGridSizer(2, FromDIP(wxSize(ui::kMargin, ui::kGap)));
     grid->AddGrowableCol(1);
     const auto field = [&](std::u16string_view caption, wxWindow* control, bool grows = true) {
         grid->Add(new wxStaticText(this, wxID_ANY, ui::ToWx(std::u16string(caption) + u"：")), 0,
@@ -60,7 +60,7 @@ void ImportDialog::Build(std::u16string_view code) {
     auto* files_row = new wxBoxSizer(wxHORIZONTAL);
     BtnFiles = new wxButton(files, wxID_ANY, ui::ToWx(u"选择文件(&F)…"));
     LblFiles = MakeLabel(files, u"GIFT、Aiken、Moodle XML 或 CSV 文件", TextSize::Body, false, Tint::Quiet);
-    files_row->Add(BtnFiles, 0, wxRIGHT, FromDIP(kGap));
+    files_row->Add(BtnFiles, 0, wxRIGHT, FromDIP(ui::kGap));
     files_row->Add(LblFiles, 1, wxALIGN_CENTRE_VERTICAL);
     files->SetSizer(files_row);
     field(u"文件", files);
@@ -74,10 +74,10 @@ void ImportDialog::Build(std::u16string_view code) {
     SpnSubject =
         new wxSpinCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxSP_ARROW_KEYS, 1, 9999, 1);
     field(u"新题库的科目(&U)", SpnSubject, false);
-    box->Add(grid, 0, wxEXPAND | wxALL, FromDIP(kWide));
+    box->Add(grid, 0, wxEXPAND | wxALL, FromDIP(ui::kWide));
 
     LblSummary = MakeLabel(this, u"", TextSize::Body, true);
-    box->Add(LblSummary, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kWide));
+    box->Add(LblSummary, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(ui::kWide));
     auto* frame = new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
     auto* inside = new wxBoxSizer(wxVERTICAL);
     LvNotices = new ui::ListView(frame, {ui::Icon::Pass, ui::Icon::Fail});
@@ -86,21 +86,21 @@ void ImportDialog::Build(std::u16string_view code) {
     LvNotices->SetEmptyText(u"没有需要说明的改动");
     inside->Add(LvNotices, 1, wxEXPAND);
     frame->SetSizer(inside);
-    box->Add(frame, 1, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(kWide));
+    box->Add(frame, 1, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(ui::kWide));
 
     ChkKeepGoing = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"略过有错误的试题，导入其余的(&K)"));
     ChkReplace = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"删除题库中有而文件中没有的试题(&D)"));
     auto* foot = new wxBoxSizer(wxHORIZONTAL);
     auto* checks = new wxBoxSizer(wxVERTICAL);
-    checks->Add(ChkKeepGoing, 0, wxBOTTOM, FromDIP(kTiny));
+    checks->Add(ChkKeepGoing, 0, wxBOTTOM, FromDIP(ui::kTiny));
     checks->Add(ChkReplace);
     foot->Add(checks, 1, wxALIGN_CENTRE_VERTICAL);
     BtnImport = new wxButton(this, wxID_OK, ui::ToWx(u"导入(&I)"));
-    foot->Add(BtnImport, 0, wxALIGN_BOTTOM | wxRIGHT, FromDIP(kGap));
+    foot->Add(BtnImport, 0, wxALIGN_BOTTOM | wxRIGHT, FromDIP(ui::kGap));
     foot->Add(new wxButton(this, wxID_CANCEL, ui::ToWx(u"取消(&C)")), 0, wxALIGN_BOTTOM);
-    box->Add(foot, 0, wxEXPAND | wxALL, FromDIP(kWide));
+    box->Add(foot, 0, wxEXPAND | wxALL, FromDIP(ui::kWide));
     SetSizer(box);
-    SetSize(FromDIP(kFirstSize));
+    SetSize(FromDIP(ui::kMediumWindow.first));
     CentreOnParent();
 
     BtnFiles->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ChooseFiles(); });

@@ -6,6 +6,7 @@
 #include <wx/sizer.h>
 
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -33,7 +34,7 @@ constexpr KeyRow kKeys[] = {
 
 KeysDialog::KeysDialog(wxWindow* parent)
     : wxDialog(parent, wxID_ANY, ui::ToWx(u"键盘操作"), wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE) {
-    auto* grid = new wxFlexGridSizer(2, FromDIP(wxSize(kWide, kGap)));
+    auto* grid = new wxFlexGridSizer(2, FromDIP(wxSize(ui::kWide, ui::kGap)));
     for (const KeyRow& row : kKeys) {
         grid->Add(MakeLabel(this, row.keys, TextSize::Body, true));
         grid->Add(MakeLabel(this, row.what));
@@ -41,8 +42,8 @@ KeysDialog::KeysDialog(wxWindow* parent)
     auto* close = new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"));
     close->SetDefault();
     auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(grid, 1, wxEXPAND | wxALL, FromDIP(kWide));
-    sizer->Add(close, 0, wxALIGN_RIGHT | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kWide));
+    sizer->Add(grid, 1, wxEXPAND | wxALL, FromDIP(ui::kWide));
+    sizer->Add(close, 0, wxALIGN_RIGHT | wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(ui::kWide));
     SetSizerAndFit(sizer);
     CentreOnParent();
     close->SetFocus();

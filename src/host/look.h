@@ -1,4 +1,4 @@
-// How the host's windows look: distances, sizes of text, colours, names for screen readers, the program's icon.
+// How the host's windows look: sizes of text, colours, names for screen readers, the program's icon.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,6 @@
 #include <wx/textctrl.h>
 
 namespace qmtrain::host {
-
-// Distances in pixels of an unscaled screen.
-inline constexpr int kTiny = 4;
-inline constexpr int kGap = 8;
-inline constexpr int kMargin = 12;
-inline constexpr int kWide = 16;
 
 enum class TextSize : std::uint8_t { Small, Body, Large };
 wxFont FontOf(TextSize size, bool bold = false);

@@ -1,6 +1,7 @@
 #include <dlfcn.h>
 
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -102,7 +103,7 @@ void SetSpokenName(wxWindow& window, std::u16string_view name, Role role) {
 }
 
 void SetInnerMargin(wxTextCtrl& text) {
-    Toolkit::Instance().Margin(text.GetHandle(), kGap, kTiny);
+    Toolkit::Instance().Margin(text.GetHandle(), ui::kGap, ui::kTiny);
 }
 
 }  // namespace qmtrain::host

@@ -4,6 +4,7 @@
 
 #include "automation/com_ptr.h"
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -49,7 +50,7 @@ void SetSpokenName(wxWindow& window, std::u16string_view name, Role role) {
 }
 
 void SetInnerMargin(wxTextCtrl& text) {
-    text.SetMargins(text.FromDIP(wxPoint(kTiny, kTiny)));
+    text.SetMargins(text.FromDIP(wxPoint(ui::kTiny, ui::kTiny)));
 }
 
 }  // namespace qmtrain::host

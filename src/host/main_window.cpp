@@ -26,6 +26,7 @@
 #include "notes/ui_manage_notes.h"
 #include "review/frm_view_paper.h"
 #include "review/ui_train.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
@@ -33,8 +34,6 @@ namespace qmtrain::host {
 namespace {
 
 // Pixels of an unscaled screen.
-const wxSize kFirstSize(980, 640);
-const wxSize kLeastSize(680, 460);
 constexpr int kLeastPapers = 280;
 constexpr int kBandRow = 44;
 constexpr std::size_t kLastShown = 100;  // the history window has all of them
@@ -84,7 +83,7 @@ public:
             if (column.IsHidden() != left_out) column.SetHidden(left_out);
         }
         const int least = list_.FromDIP(columns_[flexible_].width);
-        const int room = std::max(least, width - (all - least) - list_.FromDIP(kWide));
+        const int room = std::max(least, width - (all - least) - list_.FromDIP(ui::kWide));
         list_.GetColumn(static_cast<unsigned>(flexible_))->SetWidth(room);
     }
 
@@ -131,8 +130,7 @@ MainWindow::MainWindow(DataFolder folder, const Choices& choices)
     SetIcons(ProgramIcon());
     Build();
     BuildMenu();
-    SetMinClientSize(FromDIP(kLeastSize));
-    Place(*this, settings_.Text(kPlace), kFirstSize);
+    Place(*this, settings_.Text(kPlace), ui::kLargeWindow);
     BindEvents();
     if (!read_only_) {
         Guarded([this] {
@@ -146,20 +144,20 @@ MainWindow::MainWindow(DataFolder folder, const Choices& choices)
 }
 
 void MainWindow::Build() {
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     auto* page = new wxPanel(this);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(BuildChoices(page), 0, wxEXPAND | wxALL, margin);
     Band = new wxScrolledWindow(page, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                                 wxVSCROLL | wxTAB_TRAVERSAL | wxBORDER_THEME);
-    Band->SetScrollRate(0, FromDIP(kWide));
+    Band->SetScrollRate(0, FromDIP(ui::kWide));
     Band->SetBackgroundColour(Mixed(Colour(Tint::Caution), Colour(Tint::Card), 0.12));
     SetSpokenName(*Band, u"还没有交卷的练习");
     sizer->Add(Band, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, margin);
     auto* middle = new wxBoxSizer(wxHORIZONTAL);
     wxSizer* papers = BuildPapers(page);
     papers->SetMinSize(FromDIP(wxSize(kLeastPapers, -1)));
-    middle->Add(papers, 5, wxEXPAND | wxRIGHT, FromDIP(kWide));
+    middle->Add(papers, 5, wxEXPAND | wxRIGHT, FromDIP(ui::kWide));
     middle->Add(BuildPast(page), 6, wxEXPAND);
     sizer->Add(middle, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
     LblFolder = new wxStaticText(
@@ -174,35 +172,36 @@ void MainWindow::Build() {
 wxSizer* MainWindow::BuildChoices(wxWindow* page) {
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     const auto caption = [&](std::u16string_view text) {
-        row->Add(new wxStaticText(page, wxID_ANY, ui::ToWx(text)), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+        row->Add(new wxStaticText(page, wxID_ANY, ui::ToWx(text)), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT,
+                 FromDIP(ui::kGap));
     };
     caption(u"考生(&U)");
     CboUser = new wxChoice(page, wxID_ANY);
     SetSpokenName(*CboUser, u"考生");
     CboUser->SetMinSize(FromDIP(wxSize(90, -1)));
-    row->Add(CboUser, 2, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    row->Add(CboUser, 2, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
     LblUser = MakeLabel(page, u"", TextSize::Small, false, Tint::Quiet);
-    row->Add(LblUser, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kWide));
+    row->Add(LblUser, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kWide));
     caption(u"科目(&S)");
     CboSubject = new wxChoice(page, wxID_ANY);
     SetSpokenName(*CboSubject, u"科目");
     CboSubject->SetMinSize(FromDIP(wxSize(110, -1)));
-    row->Add(CboSubject, 3, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    row->Add(CboSubject, 3, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
     BtnRules = new wxButton(page, wxID_ANY, ui::ToWx(u"须知(&I)"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
-    BtnRules->SetMinSize(wxSize(BtnRules->GetTextExtent(BtnRules->GetLabelText()).x + FromDIP(2 * kMargin), -1));
+    ui::FitToCaption(*BtnRules);
     BtnRules->SetToolTip(ui::ToWx(u"这个科目的考生须知"));
-    row->Add(BtnRules, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kWide));
+    row->Add(BtnRules, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kWide));
     OptStandAlone =
         new wxRadioButton(page, wxID_ANY, ui::ToWx(u"单机版"), wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
     OptNet = new wxRadioButton(page, wxID_ANY, ui::ToWx(u"网络版"));
-    row->Add(OptStandAlone, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    row->Add(OptStandAlone, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
     row->Add(OptNet, 0, wxALIGN_CENTRE_VERTICAL);
     return row;
 }
 
 wxSizer* MainWindow::BuildPapers(wxWindow* page) {
     auto* box = new wxBoxSizer(wxVERTICAL);
-    box->Add(MakeLabel(page, u"试卷", TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
+    box->Add(MakeLabel(page, u"试卷", TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
     LvPapers = MakeList(page, u"试卷",
                         {{u"试卷号", 56, wxALIGN_RIGHT},
                          {u"名称", 96, wxALIGN_LEFT},
@@ -218,8 +217,8 @@ wxSizer* MainWindow::BuildPapers(wxWindow* page) {
     BtnNothing = new wxButton(Nothing, wxID_ANY, wxString());
     auto* inside = new wxBoxSizer(wxVERTICAL);
     inside->AddStretchSpacer();
-    inside->Add(LblNothing, 0, wxALIGN_CENTRE_HORIZONTAL | wxALL, FromDIP(kGap));
-    inside->Add(BtnNothing, 0, wxALIGN_CENTRE_HORIZONTAL | wxALL, FromDIP(kGap));
+    inside->Add(LblNothing, 0, wxALIGN_CENTRE_HORIZONTAL | wxALL, FromDIP(ui::kGap));
+    inside->Add(BtnNothing, 0, wxALIGN_CENTRE_HORIZONTAL | wxALL, FromDIP(ui::kGap));
     inside->AddStretchSpacer();
     Nothing->SetSizer(inside);
     box->Add(Nothing, 1, wxEXPAND);
@@ -228,9 +227,9 @@ wxSizer* MainWindow::BuildPapers(wxWindow* page) {
     BtnExam->SetToolTip(ui::ToWx(u"计时，交卷以后看答案"));
     BtnExercise = new wxButton(page, wxID_ANY, ui::ToWx(u"开始练习(&P)"));
     BtnExercise->SetToolTip(ui::ToWx(u"不计时，每题作答以后就可以看答案"));
-    buttons->Add(BtnExam, 1, wxRIGHT, FromDIP(kGap));
+    buttons->Add(BtnExam, 1, wxRIGHT, FromDIP(ui::kGap));
     buttons->Add(BtnExercise, 1);
-    box->Add(buttons, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    box->Add(buttons, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     return box;
 }
 
@@ -238,15 +237,15 @@ wxSizer* MainWindow::BuildPast(wxWindow* page) {
     auto* box = new wxBoxSizer(wxVERTICAL);
     auto* figures = new wxBoxSizer(wxHORIZONTAL);
     auto* words = new wxBoxSizer(wxVERTICAL);
-    words->Add(MakeLabel(page, u"我的成绩", TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
+    words->Add(MakeLabel(page, u"我的成绩", TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
     LblFigures = MakeLabel(page, u"");
     LblFigures->SetMinSize(FromDIP(wxSize(kBandRow, -1)));
     words->Add(LblFigures, 0, wxEXPAND);
-    figures->Add(words, 1, wxRIGHT, FromDIP(kMargin));
+    figures->Add(words, 1, wxRIGHT, FromDIP(ui::kMargin));
     PicCurve = new Curve(page);
     figures->Add(PicCurve, 0, wxALIGN_CENTRE_VERTICAL);
-    box->Add(figures, 0, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
-    box->Add(MakeLabel(page, u"最近的练习", TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
+    box->Add(figures, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kMargin));
+    box->Add(MakeLabel(page, u"最近的练习", TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
     LvLast = MakeList(page, u"最近的练习",
                       {{u"日期", 112, wxALIGN_LEFT},
                        {u"试卷", 72, wxALIGN_LEFT},
@@ -258,24 +257,24 @@ wxSizer* MainWindow::BuildPast(wxWindow* page) {
     box->Add(LvLast, 1, wxEXPAND);
     LblNoLast =
         MakeLabel(page, u"还没有练习记录。选一份试卷，按“开始考试”或“开始练习”。", TextSize::Small, false, Tint::Quiet);
-    box->Add(LblNoLast, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    box->Add(LblNoLast, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     BtnReview = new wxButton(page, wxID_ANY, ui::ToWx(u"查看试卷(&R)"));
     BtnHistory = new wxButton(page, wxID_ANY, ui::ToWx(u"练习历史(&H)"));
     BtnNotes = new wxButton(page, wxID_ANY, ui::ToWx(u"笔记管理(&N)"));
-    buttons->Add(BtnReview, 1, wxRIGHT, FromDIP(kGap));
-    buttons->Add(BtnHistory, 1, wxRIGHT, FromDIP(kGap));
+    buttons->Add(BtnReview, 1, wxRIGHT, FromDIP(ui::kGap));
+    buttons->Add(BtnHistory, 1, wxRIGHT, FromDIP(ui::kGap));
     buttons->Add(BtnNotes, 1);
-    box->Add(buttons, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    box->Add(buttons, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     auto* learning = new wxBoxSizer(wxHORIZONTAL);
     BtnWrong = new wxButton(page, wxID_ANY, ui::ToWx(u"错题本(&W)"));
     BtnToday = new wxButton(page, wxID_ANY, ui::ToWx(u"今日复习(&Y)"));
     BtnToday->SetToolTip(ui::ToWx(u"快要忘记的题"));
     BtnAnalysis = new wxButton(page, wxID_ANY, ui::ToWx(u"学习分析(&A)"));
-    learning->Add(BtnWrong, 1, wxRIGHT, FromDIP(kGap));
-    learning->Add(BtnToday, 1, wxRIGHT, FromDIP(kGap));
+    learning->Add(BtnWrong, 1, wxRIGHT, FromDIP(ui::kGap));
+    learning->Add(BtnToday, 1, wxRIGHT, FromDIP(ui::kGap));
     learning->Add(BtnAnalysis, 1);
-    box->Add(learning, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    box->Add(learning, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     return box;
 }
 
@@ -439,7 +438,7 @@ void MainWindow::FillBand() {
     auto* rows = new wxBoxSizer(wxVERTICAL);
     for (const UnfinishedPractice& one : all) {
         auto* row = new wxBoxSizer(wxHORIZONTAL);
-        row->Add(MakeLabel(Band, one.Text()), 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+        row->Add(MakeLabel(Band, one.Text()), 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
         auto* resume = new wxButton(Band, wxID_ANY, ui::ToWx(u"继续"));
         auto* discard = new wxButton(Band, wxID_ANY, ui::ToWx(u"放弃"));
         SetSpokenName(*resume, u"继续：" + one.Text());
@@ -449,16 +448,16 @@ void MainWindow::FillBand() {
         resume->Bind(wxEVT_BUTTON,
                      [this, id = one.train_id](wxCommandEvent&) { CallAfter([this, id] { Resume(id); }); });
         discard->Bind(wxEVT_BUTTON, [this, one](wxCommandEvent&) { CallAfter([this, one] { AskDiscard(one); }); });
-        row->Add(resume, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+        row->Add(resume, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
         row->Add(discard, 0, wxALIGN_CENTRE_VERTICAL);
-        rows->Add(row, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(kGap));
+        rows->Add(row, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(ui::kGap));
         BtnResume.push_back(resume);
         BtnDiscard.push_back(discard);
     }
-    rows->AddSpacer(FromDIP(kGap));
+    rows->AddSpacer(FromDIP(ui::kGap));
     Band->SetSizer(rows);
     const int shown = std::min(kBandRows, static_cast<int>(all.size()));
-    Band->SetMinSize(wxSize(-1, FromDIP(shown * kBandRow + kGap)));
+    Band->SetMinSize(wxSize(-1, FromDIP(shown * kBandRow + ui::kGap)));
     Band->FitInside();
     Band->Show(!all.empty());
 }

@@ -8,6 +8,7 @@
 
 #include "core/text.h"
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -103,7 +104,8 @@ void NavigatorView::Show(std::size_t index) {
     if (index >= layout_.cells.size()) return;
     const Box& box = layout_.cells[index];
     const int top = GetViewStart().y * kScroll;
-    if (box.y < top) Scroll(-1, std::max(0, box.y - GetCharHeight() - FromDIP(kTiny)) / kScroll);  // with its caption
+    if (box.y < top)
+        Scroll(-1, std::max(0, box.y - GetCharHeight() - FromDIP(ui::kTiny)) / kScroll);  // with its caption
     if (box.y + box.height > top + GetClientSize().y) {
         Scroll(-1, (box.y + box.height - GetClientSize().y + kScroll - 1) / kScroll);
     }
@@ -133,8 +135,8 @@ std::optional<std::size_t> NavigatorView::CellAt(wxPoint place) const {
 }
 
 void NavigatorView::Arrange() {
-    const NavigatorMeasures measures{GetClientSize().x - FromDIP(kTiny), FromDIP(kCell.x), FromDIP(kCell.y),
-                                     FromDIP(kTiny), GetCharHeight()};
+    const NavigatorMeasures measures{GetClientSize().x - FromDIP(ui::kTiny), FromDIP(kCell.x), FromDIP(kCell.y),
+                                     FromDIP(ui::kTiny), GetCharHeight()};
     layout_ = LayOutNavigator(groups_, measures);
     SetVirtualSize(GetClientSize().x, layout_.height);
     Refresh();

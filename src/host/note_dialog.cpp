@@ -7,14 +7,14 @@
 #include "core/error.h"
 #include "host/ask.h"
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
 
-const wxSize kFirstSize(460, 320);  // pixels of an unscaled screen
-const wxSize kLeastSize(320, 220);
+const ui::WindowSizes kSizes{{320, 220}, {460, 320}};
 constexpr std::u16string_view kTitle = u"记笔记";
 
 }  // namespace
@@ -55,7 +55,7 @@ void NoteDialog::Build() {
     });
     cancel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Leave(); });
     Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) { Leave(); });
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     if (read_only_) {
         TxtName->SetEditable(false);
@@ -66,19 +66,18 @@ void NoteDialog::Build() {
     } else {
         buttons->AddStretchSpacer();
     }
-    buttons->Add(BtnSave, 0, wxRIGHT, FromDIP(kGap));
+    buttons->Add(BtnSave, 0, wxRIGHT, FromDIP(ui::kGap));
     buttons->Add(cancel);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(name_caption, 0, wxLEFT | wxRIGHT | wxTOP, margin);
-    sizer->AddSpacer(FromDIP(kTiny));
+    sizer->AddSpacer(FromDIP(ui::kTiny));
     sizer->Add(TxtName, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, margin);
     sizer->Add(content_caption, 0, wxLEFT | wxRIGHT, margin);
-    sizer->AddSpacer(FromDIP(kTiny));
+    sizer->AddSpacer(FromDIP(ui::kTiny));
     sizer->Add(TxtContent, 1, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, margin);
     sizer->Add(buttons, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, margin);
     SetSizer(sizer);
-    SetMinClientSize(FromDIP(kLeastSize));
-    SetClientSize(FromDIP(kFirstSize));
+    ui::SetSizes(*this, kSizes);
     CentreOnParent();
     (read_only_ ? cancel : BtnSave)->SetDefault();
 }

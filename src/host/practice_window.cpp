@@ -18,6 +18,7 @@
 #include "host/zoom.h"
 #include "notes/note.h"
 #include "records/ncre_user.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
@@ -25,8 +26,6 @@ namespace qmtrain::host {
 namespace {
 
 // Pixels of an unscaled screen.
-const wxSize kFirstSize(980, 660);
-const wxSize kLeastSize(680, 460);
 constexpr int kNavigatorWidth = 204;
 constexpr int kProgressHeight = 4;
 
@@ -86,8 +85,7 @@ PracticeWindow::PracticeWindow(wxWindow* parent, const DataFolder& folder, Pract
     reminded_ = practice_.SecondsLeft() <= kLastMinutes;
     Build();
     BindEvents();
-    SetMinClientSize(FromDIP(kLeastSize));
-    Place(*this, settings_.Text(kPlace), kFirstSize);
+    Place(*this, settings_.Text(kPlace), ui::kLargeWindow);
     ShowCells();
     ShowTime();
     ShowQuestion();
@@ -95,7 +93,7 @@ PracticeWindow::PracticeWindow(wxWindow* parent, const DataFolder& folder, Pract
 }
 
 void PracticeWindow::Build() {
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     Notice = new wxInfoBar(this);
     sizer->Add(Notice, 0, wxEXPAND);
@@ -121,26 +119,26 @@ wxSizer* PracticeWindow::BuildHeader() {
     const auto tool = [this](std::u16string_view caption, std::u16string_view tip) {
         auto* button = new wxButton(this, wxID_ANY, ui::ToWx(caption), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
         button->SetFont(FontOf(TextSize::Small));
-        button->SetMinSize(wxSize(button->GetTextExtent(ui::ToWx(caption)).x + FromDIP(2 * kGap), -1));
+        ui::FitToCaption(*button, ui::kGap);
         button->SetToolTip(ui::ToWx(tip));
         SetSpokenName(*button, tip);
         return button;
     };
     auto* first = new wxBoxSizer(wxHORIZONTAL);
-    first->Add(LblTitle, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kMargin));
-    first->Add(LblKind, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kMargin));
+    first->Add(LblTitle, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kMargin));
+    first->Add(LblKind, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kMargin));
     first->Add(LblTime, 0, wxALIGN_CENTRE_VERTICAL);
     auto* second = new wxBoxSizer(wxHORIZONTAL);
-    second->Add(LblPaper, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kMargin));
+    second->Add(LblPaper, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kMargin));
     BtnTime = tool(time_hidden_ ? u"显示时间" : u"隐藏时间", u"显示或隐藏时间");
     BtnSmaller = tool(u"A－", u"缩小题目文字（Ctrl －）");
     BtnLarger = tool(u"A＋", u"放大题目文字（Ctrl ＋）");
     BtnHelp = tool(u"帮助", u"键盘操作说明（F1）");
     for (wxButton* button : {BtnTime, BtnSmaller, BtnLarger, BtnHelp}) {
-        second->Add(button, 0, wxALIGN_CENTRE_VERTICAL | wxLEFT, FromDIP(kTiny));
+        second->Add(button, 0, wxALIGN_CENTRE_VERTICAL | wxLEFT, FromDIP(ui::kTiny));
     }
     auto* both = new wxBoxSizer(wxVERTICAL);
-    both->Add(first, 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
+    both->Add(first, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kTiny));
     both->Add(second, 0, wxEXPAND);
     return both;
 }
@@ -153,7 +151,7 @@ wxSizer* PracticeWindow::BuildNavigator() {
     LblCounts = new wxStaticText(this, wxID_ANY, wxString());
     LblCounts->SetForegroundColour(Colour(Tint::Quiet));
     LblCounts->SetFont(FontOf(TextSize::Small));
-    box->Add(LblCounts, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    box->Add(LblCounts, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     return box;
 }
 
@@ -161,9 +159,9 @@ wxSizer* PracticeWindow::BuildButtons() {
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     const auto button = [&](std::u16string_view caption, std::u16string_view tip) {
         auto* one = new wxButton(this, wxID_ANY, ui::ToWx(caption));
-        one->SetMinSize(wxSize(one->GetTextExtent(one->GetLabelText()).x + FromDIP(2 * kMargin), -1));
+        ui::FitToCaption(*one);
         one->SetToolTip(ui::ToWx(tip));
-        row->Add(one, 0, wxRIGHT, FromDIP(kGap));
+        row->Add(one, 0, wxRIGHT, FromDIP(ui::kGap));
         return one;
     };
     BtnPrevious = button(u"上一题(&P)", u"PageUp");
@@ -347,9 +345,9 @@ void PracticeWindow::ShowState() {
     const bool checked = practice_.IsChecked(current_);
     BtnPrevious->Enable(current_ > 0);
     BtnNext->SetLabel(ui::ToWx(IsLast() ? u"检查并交卷(&N)" : u"下一题(&N)"));
-    BtnNext->SetMinSize(wxSize(BtnNext->GetTextExtent(BtnNext->GetLabelText()).x + FromDIP(2 * kMargin), -1));
+    ui::FitToCaption(*BtnNext);
     BtnMark->SetLabel(ui::ToWx(practice_.IsMarked(current_) ? u"取消标记(&M)" : u"标记(&M)"));
-    BtnMark->SetMinSize(wxSize(BtnMark->GetTextExtent(BtnMark->GetLabelText()).x + FromDIP(2 * kMargin), -1));
+    ui::FitToCaption(*BtnMark);
     BtnClear->Enable(!checked);
     if (BtnCheck != nullptr) BtnCheck->Enable(!checked);
 }
@@ -377,7 +375,7 @@ void PracticeWindow::ShowNoteState() {
     const bool has = note.Init(problem) &&
                      note.IsExistNote(place.data_code, practice_.GetPaper().subject, place.rec_no, practice_.UserId());
     BtnNote->SetLabel(ui::ToWx(has ? u"笔记 ✓(&B)" : u"笔记(&B)"));
-    BtnNote->SetMinSize(wxSize(BtnNote->GetTextExtent(BtnNote->GetLabelText()).x + FromDIP(2 * kMargin), -1));
+    ui::FitToCaption(*BtnNote);
     BtnNote->SetToolTip(ui::ToWx(has ? u"这一题有笔记；打开它" : u"写一条关于这一题的笔记"));
 }
 
@@ -519,27 +517,27 @@ void PracticeWindow::Finished() {
     ShowTime();
     Summary = new ResultView(this, *result_,
                              practice_.GetPaper().title + u"　" + std::u16string(ModeText(practice_.GetMode())));
-    body_->Insert(0, Summary, 1, wxEXPAND | wxRIGHT, FromDIP(kMargin));
+    body_->Insert(0, Summary, 1, wxEXPAND | wxRIGHT, FromDIP(ui::kMargin));
     Summary->MoveBeforeInTabOrder(Navigator);
 
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     const auto button = [&](std::u16string_view caption) {
         auto* one = new wxButton(this, wxID_ANY, ui::ToWx(caption));
-        row->Add(one, 0, wxRIGHT, FromDIP(kGap));
+        row->Add(one, 0, wxRIGHT, FromDIP(ui::kGap));
         return one;
     };
     const bool mistakes = !result_->Mistakes().empty();
     BtnSummary = button(u"成绩单(&S)");
     ChkMistakes = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"只看错题(&M)"));
     ChkMistakes->Enable(mistakes);
-    row->Insert(1, ChkMistakes, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    row->Insert(1, ChkMistakes, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
     row->AddStretchSpacer();
     BtnRedoMistakes = button(u"重做错题(&W)");
     BtnRedoMistakes->Enable(mistakes);
     BtnRedoPaper = button(u"重做试卷(&R)");
     BtnClose = button(u"关闭(&C)");
     row->GetItem(row->GetItemCount() - 1)->SetBorder(0);
-    buttons_->Add(row, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    buttons_->Add(row, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
     BtnSummary->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowSummary(); });
     ChkMistakes->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) {
         ShowCells();

@@ -11,6 +11,7 @@
 #include "exchange/checks.h"
 #include "host/ask.h"
 #include "host/look.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
@@ -49,14 +50,14 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
     if (wxImage::FindHandler(wxBITMAP_TYPE_JPEG) == nullptr) wxInitAllImageHandlers();
     auto* split = new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxSP_LIVE_UPDATE);
     page_ = new wxScrolledWindow(split, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL | wxTAB_TRAVERSAL);
-    page_->SetScrollRate(0, FromDIP(kWide));
+    page_->SetScrollRate(0, FromDIP(ui::kWide));
     auto* box = new wxBoxSizer(wxVERTICAL);
 
     auto* head = new wxBoxSizer(wxHORIZONTAL);
     const auto field = [&](std::u16string_view caption, wxWindow* control) {
-        head->Add(Caption(page_, caption), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kTiny));
+        head->Add(Caption(page_, caption), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kTiny));
         head->Add(control, control->IsKindOf(wxCLASSINFO(wxTextCtrl)) ? 1 : 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT,
-                  FromDIP(kGap));
+                  FromDIP(ui::kGap));
         SetSpokenName(*control, caption);
     };
     CboKind = new wxChoice(page_, wxID_ANY);
@@ -70,30 +71,30 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
     field(u"难度", CboDifficulty);
     TxtCategory = new wxTextCtrl(page_, wxID_ANY, ui::ToWx(question_.category));
     field(u"分类", TxtCategory);
-    box->Add(head, 0, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
+    box->Add(head, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kMargin));
 
     BuildTools(box);
-    box->Add(Caption(page_, u"题干（填空题的空写作 ____ 或【1】【2】…）"), 0, wxBOTTOM, FromDIP(kTiny));
+    box->Add(Caption(page_, u"题干（填空题的空写作 ____ 或【1】【2】…）"), 0, wxBOTTOM, FromDIP(ui::kTiny));
     TxtStem = RichEditor::InFrame(page_, kStemSize);
     SetSpokenName(*TxtStem, u"题干");
     TxtStem->SetRich(question_.stem);
-    box->Add(TxtStem->Frame(), 3, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
+    box->Add(TxtStem->Frame(), 3, wxEXPAND | wxBOTTOM, FromDIP(ui::kMargin));
     answer_ = new wxBoxSizer(wxVERTICAL);
-    box->Add(answer_, 0, wxEXPAND | wxBOTTOM, FromDIP(kMargin));
-    box->Add(Caption(page_, u"解析"), 0, wxBOTTOM, FromDIP(kTiny));
+    box->Add(answer_, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kMargin));
+    box->Add(Caption(page_, u"解析"), 0, wxBOTTOM, FromDIP(ui::kTiny));
     TxtAnalysis = RichEditor::InFrame(page_, kAnalysisSize);
     SetSpokenName(*TxtAnalysis, u"解析");
     TxtAnalysis->SetRich(question_.analysis);
     box->Add(TxtAnalysis->Frame(), 1, wxEXPAND);
     auto* margin = new wxBoxSizer(wxVERTICAL);
-    margin->Add(box, 1, wxEXPAND | wxALL, FromDIP(kMargin));
+    margin->Add(box, 1, wxEXPAND | wxALL, FromDIP(ui::kMargin));
     page_->SetSizer(margin);
 
     auto* right = new wxPanel(split);
     auto* beside = new wxBoxSizer(wxVERTICAL);
-    beside->Add(MakeLabel(right, u"考生看到的样子", TextSize::Body, true), 0, wxALL, FromDIP(kMargin));
+    beside->Add(MakeLabel(right, u"考生看到的样子", TextSize::Body, true), 0, wxALL, FromDIP(ui::kMargin));
     Preview = new QuestionView(right);
-    beside->Add(Preview, 1, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(kMargin));
+    beside->Add(Preview, 1, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(ui::kMargin));
     right->SetSizer(beside);
     split->SetMinimumPaneSize(FromDIP(280));
     split->SetSashGravity(0.5);
@@ -102,11 +103,11 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
     all->Add(split, 1, wxEXPAND);
     auto* foot = new wxBoxSizer(wxHORIZONTAL);
     LblCheck = MakeLabel(this, u"");
-    foot->Add(LblCheck, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    foot->Add(LblCheck, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
     BtnSave = new wxButton(this, wxID_SAVE, ui::ToWx(u"保存(&S)"));
-    foot->Add(BtnSave, 0, wxRIGHT, FromDIP(kGap));
+    foot->Add(BtnSave, 0, wxRIGHT, FromDIP(ui::kGap));
     foot->Add(new wxButton(this, wxID_CANCEL, ui::ToWx(u"取消(&C)")));
-    all->Add(foot, 0, wxEXPAND | wxALL, FromDIP(kMargin));
+    all->Add(foot, 0, wxEXPAND | wxALL, FromDIP(ui::kMargin));
     SetSizer(all);
     SetSize(FromDIP(kFirstSize));
     split->SplitVertically(page_, right, FromDIP(kFirstSize.x) / 2);
@@ -147,7 +148,7 @@ void QuestionEditor::BuildTools(wxSizer* box) {
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     const auto add = [&](std::u16string_view text, std::u16string_view tip, auto action) {
         auto* button = new wxButton(page_, wxID_ANY, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
-        button->SetMinSize(wxSize(button->GetTextExtent(button->GetLabelText()).x + FromDIP(kWide), -1));
+        ui::FitToCaption(*button, ui::kGap);
         button->SetToolTip(ui::ToWx(tip));
         SetSpokenName(*button, tip);
         button->Bind(wxEVT_BUTTON, [this, action](wxCommandEvent&) {
@@ -156,7 +157,7 @@ void QuestionEditor::BuildTools(wxSizer* box) {
             editor->SetFocus();
             check_later_.StartOnce(kCheckDelay);
         });
-        row->Add(button, 0, wxRIGHT, FromDIP(kTiny));
+        row->Add(button, 0, wxRIGHT, FromDIP(ui::kTiny));
     };
     add(u"粗", u"粗体（Ctrl+B）", [](RichEditor& editor) { editor.ApplyBoldToSelection(); });
     add(u"斜", u"斜体（Ctrl+I）", [](RichEditor& editor) { editor.ApplyItalicToSelection(); });
@@ -174,7 +175,7 @@ void QuestionEditor::BuildTools(wxSizer* box) {
             ui::Inform(this, u"这个文件不是完整的 PNG、JPEG 或 BMP 图片。", kTitle);
         }
     });
-    box->Add(row, 0, wxBOTTOM, FromDIP(kGap));
+    box->Add(row, 0, wxBOTTOM, FromDIP(ui::kGap));
 }
 
 exchange::Kind QuestionEditor::KindNow() const {
@@ -190,13 +191,13 @@ void QuestionEditor::BuildAnswer() {
     BtnMoreOptions = nullptr;
     OptTrue = OptFalse = nullptr;
     TxtAnswer = TxtKeywords = nullptr;
-    answer_->Add(Caption(page_, CaptionOfAnswer(KindNow())), 0, wxBOTTOM, FromDIP(kTiny));
+    answer_->Add(Caption(page_, CaptionOfAnswer(KindNow())), 0, wxBOTTOM, FromDIP(ui::kTiny));
     const auto text = [&](std::u16string_view name, std::u16string_view content, int height) {
         auto* control = new wxTextCtrl(page_, wxID_ANY, ui::ToWx(content), wxDefaultPosition,
                                        FromDIP(wxSize(320, height)), wxTE_MULTILINE);
         SetInnerMargin(*control);
         SetSpokenName(*control, name);
-        answer_->Add(control, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
+        answer_->Add(control, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kGap));
         return control;
     };
     switch (KindNow()) {
@@ -219,7 +220,7 @@ void QuestionEditor::BuildAnswer() {
             OptTrue = new wxRadioButton(page_, wxID_ANY, ui::ToWx(u"对"), wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
             OptFalse = new wxRadioButton(page_, wxID_ANY, ui::ToWx(u"错"));
             (question_.is_true ? OptTrue : OptFalse)->SetValue(true);
-            row->Add(OptTrue, 0, wxRIGHT, FromDIP(kWide));
+            row->Add(OptTrue, 0, wxRIGHT, FromDIP(ui::kWide));
             row->Add(OptFalse);
             answer_->Add(row);
             break;
@@ -232,7 +233,7 @@ void QuestionEditor::BuildAnswer() {
         }
         case exchange::Kind::Operation: {
             TxtAnswer = text(u"要求", question_.requirements, 90);
-            answer_->Add(Caption(page_, u"评分要点：每行一个，答案中有它就得分"), 0, wxBOTTOM, FromDIP(kTiny));
+            answer_->Add(Caption(page_, u"评分要点：每行一个，答案中有它就得分"), 0, wxBOTTOM, FromDIP(ui::kTiny));
             std::u16string lines = question_.keywords;
             std::replace(lines.begin(), lines.end(), u'#', u'\n');
             TxtKeywords = text(u"评分要点", lines, 60);
@@ -264,9 +265,9 @@ void QuestionEditor::AddOption(const exchange::Option& option) {
     auto* text = RichEditor::InFrame(page_, kOptionSize);
     SetSpokenName(*text, u"选项 " + letter);
     text->SetRich(option.text);
-    row->Add(right, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    row->Add(right, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
     row->Add(text->Frame(), 1, wxEXPAND);
-    answer_->Add(row, 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
+    answer_->Add(row, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kTiny));
     ChkRight.push_back(right);
     TxtOptions.push_back(text);
 }

@@ -11,6 +11,7 @@
 #include "document/document_layout.h"
 #include "host/look.h"
 #include "host/zoom.h"
+#include "ui/layout.h"
 #include "ui/screen_measurer.h"
 #include "ui/wx_text.h"
 
@@ -91,9 +92,9 @@ std::u16string Feedback::Wrapped(int width) {
 }
 
 int Feedback::HeightFor(int width) {
-    const std::u16string text = Wrapped(width - FromDIP(kBar + 2 * kMargin));
+    const std::u16string text = Wrapped(width - FromDIP(kBar + 2 * ui::kMargin));
     const auto lines = std::count(text.begin(), text.end(), u'\n') + 2;
-    return static_cast<int>(lines) * (GetCharHeight() + FromDIP(kTiny)) + FromDIP(2 * kGap);
+    return static_cast<int>(lines) * (GetCharHeight() + FromDIP(ui::kTiny)) + FromDIP(2 * ui::kGap);
 }
 
 void Feedback::Paint() {
@@ -104,15 +105,15 @@ void Feedback::Paint() {
     dc.SetPen(*wxTRANSPARENT_PEN);
     dc.SetBrush(colour);
     dc.DrawRectangle(0, 0, FromDIP(kBar), GetClientSize().y);
-    const int left = FromDIP(kBar + kMargin);
-    int y = FromDIP(kGap);
-    const int step = GetCharHeight() + FromDIP(kTiny);
+    const int left = FromDIP(kBar + ui::kMargin);
+    int y = FromDIP(ui::kGap);
+    const int step = GetCharHeight() + FromDIP(ui::kTiny);
     dc.SetFont(GetFont().Bold());
     dc.SetTextForeground(colour);
     dc.DrawText(ui::ToWx(heading_), left, y);
     dc.SetFont(GetFont());
     dc.SetTextForeground(Colour(Tint::Text));
-    const std::u16string text = Wrapped(GetClientSize().x - FromDIP(kBar + 2 * kMargin));
+    const std::u16string text = Wrapped(GetClientSize().x - FromDIP(kBar + 2 * ui::kMargin));
     for (std::size_t at = 0; at <= text.size();) {
         const std::size_t end = std::min(text.find(u'\n', at), text.size());
         y += step;
@@ -126,7 +127,7 @@ QuestionView::QuestionView(wxWindow* parent)
     SetBackgroundColour(Colour(Tint::Card));
     page_ = new Page(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL | wxTAB_TRAVERSAL);
     page_->SetBackgroundColour(Colour(Tint::Card));
-    page_->SetScrollRate(0, FromDIP(kWide));
+    page_->SetScrollRate(0, FromDIP(ui::kWide));
     page_stem_ = new ui::RichTextView(page_);
     page_answers_ = new AnswerPanel(page_);
     page_->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
@@ -235,7 +236,7 @@ void QuestionView::ShowFeedback() {
 
 void QuestionView::ArrangePage() {
     if (is_text_) return;
-    const int margin = FromDIP(kGap);
+    const int margin = FromDIP(ui::kGap);
     const int width = std::min(page_->GetClientSize().x - 2 * margin, FromDIP(kColumn));
     if (width < margin) return;
     int y = 0;
@@ -256,7 +257,7 @@ void QuestionView::ArrangePage() {
 
 void QuestionView::ArrangeText() {
     if (!is_text_ || text_answers_->Texts.empty()) return;
-    const int margin = FromDIP(kGap);
+    const int margin = FromDIP(ui::kGap);
     const wxSize area = text_pane_->GetClientSize();
     const int width = std::max(1, area.x - 2 * margin);
     int below = margin;
@@ -272,7 +273,7 @@ void QuestionView::ArrangeText() {
 
 // What has the focus is seen whole, if it fits.
 void QuestionView::ScrollTo(const wxWindow& control) {
-    const int unit = FromDIP(kWide);
+    const int unit = FromDIP(ui::kWide);
     const int top = page_->CalcUnscrolledPosition(page_->ScreenToClient(control.GetScreenPosition())).y;
     const int bottom = top + control.GetSize().y;
     const int seen_from = page_->GetViewStart().y * unit;

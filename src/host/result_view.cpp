@@ -12,6 +12,7 @@
 #include "core/convert.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -70,7 +71,7 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
     for (wxWindow* window : std::initializer_list<wxWindow*>{this, page}) {
         window->SetBackgroundColour(Colour(Tint::Card));
     }
-    page->SetScrollRate(0, FromDIP(kWide));
+    page->SetScrollRate(0, FromDIP(ui::kWide));
     const bool passed = outcome.Passed();
     const std::u16string verdict = passed ? u"✓ 及格" : u"✗ 不及格";
     const std::u16string score = Points(outcome.Score()) + u" / " + Points(outcome.FullScore()) + u" 分";
@@ -79,16 +80,16 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
     if (const std::u16string change = ChangeText(outcome); !change.empty()) time += u"　·　" + change;
 
     auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(MakeLabel(page, title, TextSize::Body, false, Tint::Quiet), 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
+    sizer->Add(MakeLabel(page, title, TextSize::Body, false, Tint::Quiet), 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kTiny));
     auto* head = new wxBoxSizer(wxHORIZONTAL);
-    head->Add(MakeLabel(page, score, TextSize::Large, true), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kWide));
+    head->Add(MakeLabel(page, score, TextSize::Large, true), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kWide));
     head->Add(MakeLabel(page, verdict, TextSize::Large, true, passed ? Tint::Good : Tint::Bad), 0,
               wxALIGN_CENTRE_VERTICAL);
-    sizer->Add(head, 0, wxBOTTOM, FromDIP(kGap));
-    sizer->Add(MakeLabel(page, rate), 0, wxEXPAND | wxBOTTOM, FromDIP(kTiny));
-    sizer->Add(MakeLabel(page, time), 0, wxEXPAND | wxBOTTOM, FromDIP(kWide));
-    sizer->Add(MakeLabel(page, u"各题型得分", TextSize::Body, true), 0, wxBOTTOM, FromDIP(kGap));
-    auto* grid = new wxFlexGridSizer(3, FromDIP(wxSize(kMargin, kMargin)));
+    sizer->Add(head, 0, wxBOTTOM, FromDIP(ui::kGap));
+    sizer->Add(MakeLabel(page, rate), 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kTiny));
+    sizer->Add(MakeLabel(page, time), 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kWide));
+    sizer->Add(MakeLabel(page, u"各题型得分", TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
+    auto* grid = new wxFlexGridSizer(3, FromDIP(wxSize(ui::kMargin, ui::kMargin)));
     grid->AddGrowableCol(1);
     text_ = u"总分 " + Points(outcome.FullScore()) + u"，得分 " + Points(outcome.Score()) + u"，" +
             (passed ? u"及格" : u"不及格") + u"。" + time + u"。";
@@ -105,7 +106,7 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
     }
     sizer->Add(grid, 0, wxEXPAND);
     auto* column = new wxBoxSizer(wxVERTICAL);
-    column->Add(sizer, 0, wxEXPAND | wxALL, FromDIP(kWide));
+    column->Add(sizer, 0, wxEXPAND | wxALL, FromDIP(ui::kWide));
     sizer->SetMinSize(FromDIP(wxSize(300, -1)));
     page->SetSizer(column);
     page->FitInside();

@@ -12,14 +12,13 @@
 #include "host/look.h"
 #include "host/start_drill.h"
 #include "host/window_place.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
 
-const wxSize kFirstSize(820, 560);  // pixels of an unscaled screen
-const wxSize kLeastSize(600, 420);
 constexpr std::u16string_view kTitle = u"今日复习";
 constexpr std::u16string_view kPlace = u"ReviewWindow";
 constexpr std::size_t kListed = 500;  // more are not to be done in a day
@@ -58,33 +57,32 @@ ReviewWindow::ReviewWindow(wxWindow* parent, const DataFolder& folder, Edition e
       source_(folder, edition) {
     SetIcons(ProgramIcon());
     Build();
-    SetMinClientSize(FromDIP(kLeastSize));
-    Place(*this, settings_.Text(kPlace), kFirstSize);
+    Place(*this, settings_.Text(kPlace), ui::kMediumWindow);
     SetEscapeId(wxID_CANCEL);
 }
 
 void ReviewWindow::Build() {
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     auto* top = new wxBoxSizer(wxHORIZONTAL);
     auto* words = new wxBoxSizer(wxVERTICAL);
     LblDue = MakeLabel(this, u"", TextSize::Large, true);
-    words->Add(LblDue, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
+    words->Add(LblDue, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kGap));
     LblKnown = MakeLabel(this, u"", TextSize::Body, false, Tint::Quiet);
-    words->Add(LblKnown, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
+    words->Add(LblKnown, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kGap));
     auto* exam = new wxBoxSizer(wxHORIZONTAL);
     ChkExam = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"考试日期(&D)"));
     ChkExam->SetToolTip(ui::ToWx(u"复习安排到这一天为止"));
     DtpExam = new wxDatePickerCtrl(this, wxID_ANY, wxDefaultDateTime, wxDefaultPosition, wxDefaultSize,
                                    wxDP_DROPDOWN | wxDP_SHOWCENTURY);
     SetSpokenName(*DtpExam, u"考试日期");
-    exam->Add(ChkExam, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    exam->Add(ChkExam, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
     exam->Add(DtpExam, 0, wxALIGN_CENTRE_VERTICAL);
     words->Add(exam);
-    top->Add(words, 1, wxRIGHT, FromDIP(kWide));
+    top->Add(words, 1, wxRIGHT, FromDIP(ui::kWide));
     auto* ahead = new wxBoxSizer(wxVERTICAL);
     ahead->Add(MakeLabel(this, u"接下来七天要复习的题", TextSize::Small, false, Tint::Quiet), 0, wxBOTTOM,
-               FromDIP(kTiny));
+               FromDIP(ui::kTiny));
     PicAhead = new CountColumns(this, u"接下来七天要复习的题", u" 题");
     ahead->Add(PicAhead, 1, wxEXPAND);
     top->Add(ahead, 1, wxEXPAND);
@@ -98,13 +96,10 @@ void ReviewWindow::Build() {
     LvDue->AddColumn(u"还记得", FromDIP(70), 4, wxLIST_FORMAT_RIGHT);
     LvDue->AddColumn(u"上次", FromDIP(90), 5);
     sizer->Add(LvDue, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
-    auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     BtnStart = new wxButton(this, wxID_ANY, ui::ToWx(u"开始复习(&S)"));
     BtnStart->SetToolTip(ui::ToWx(u"每次最多 20 题，最快忘记的在前面"));
-    buttons->Add(BtnStart);
-    buttons->AddStretchSpacer();
-    buttons->Add(new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)")));
-    sizer->Add(buttons, 0, wxEXPAND | wxALL, margin);
+    auto* close = new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"));
+    sizer->Add(ui::ControlRow(*this, {BtnStart}, {close}), 0, wxEXPAND | wxALL, margin);
     SetSizer(sizer);
     BtnStart->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Start(); });
     ChkExam->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { KeepExam(); });

@@ -9,6 +9,7 @@
 #include "host/look.h"
 #include "host/outcome.h"
 #include "host/work_progress.h"
+#include "ui/layout.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -35,7 +36,7 @@ RulesDialog::RulesDialog(wxWindow* parent, const DataFolder& folder)
         SetSpokenName(*SpnPoints[kind], name + u"每题的分数");
         const auto word = [&](std::u16string_view text) {
             sizer->Add(new wxStaticText(row, wxID_ANY, ui::ToWx(text)), 0, wxALIGN_CENTRE_VERTICAL | wxLEFT | wxRIGHT,
-                       FromDIP(kTiny));
+                       FromDIP(ui::kTiny));
         };
         sizer->Add(SpnCounts[kind], 1);
         word(u"题，每题");

@@ -8,8 +8,9 @@
 
 namespace qmtrain::host {
 
-void Place(wxTopLevelWindow& window, std::u16string_view known, wxSize first) {
-    const WindowPlace place = WindowPlace::FromText(known, {first.x, first.y, false});
+void Place(wxTopLevelWindow& window, std::u16string_view known, const ui::WindowSizes& sizes) {
+    window.SetMinClientSize(window.FromDIP(sizes.least));
+    const WindowPlace place = WindowPlace::FromText(known, {sizes.first.x, sizes.first.y, false});
     const wxSize screen = wxDisplay(0U).GetClientArea().GetSize();
     wxSize size = window.FromDIP(wxSize(place.width, place.height));
     size.DecTo(screen);

@@ -6,10 +6,13 @@
 
 #include <wx/toplevel.h>
 
+#include "ui/layout.h"
+
 namespace qmtrain::host {
 
-// Gives the window the size it is known to have had, `first` otherwise, in the middle of the screen and within it.
-void Place(wxTopLevelWindow& window, std::u16string_view known, wxSize first);
+// Gives the window the size it is known to have had, its first one otherwise, in the middle of the screen and within
+// it.
+void Place(wxTopLevelWindow& window, std::u16string_view known, const ui::WindowSizes& sizes);
 
 std::u16string PlaceOf(const wxTopLevelWindow& window);
 

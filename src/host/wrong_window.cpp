@@ -14,14 +14,13 @@
 #include "host/window_place.h"
 #include "report/printing.h"
 #include "review/frm_view_paper.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
 
-const wxSize kFirstSize(980, 620);  // pixels of an unscaled screen
-const wxSize kLeastSize(680, 440);
 constexpr std::u16string_view kTitle = u"错题本";
 constexpr std::u16string_view kPlace = u"WrongWindow";
 constexpr std::u16string_view kFilterSetting = u"WrongFilter";
@@ -51,7 +50,7 @@ WrongWindow::WrongWindow(wxWindow* parent, const DataFolder& folder, Edition edi
       settings_(folder),
       book_(folder, edition, user, subject) {
     SetIcons(ProgramIcon());
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(BuildFilter(), 0, wxEXPAND | wxALL, margin);
     split_ = new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxSP_LIVE_UPDATE | wxSP_3DSASH);
@@ -70,8 +69,7 @@ WrongWindow::WrongWindow(wxWindow* parent, const DataFolder& folder, Edition edi
     sizer->Add(split_, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
     sizer->Add(BuildButtons(), 0, wxEXPAND | wxALL, margin);
     SetSizer(sizer);
-    SetMinClientSize(FromDIP(kLeastSize));
-    Place(*this, settings_.Text(kPlace), kFirstSize);
+    Place(*this, settings_.Text(kPlace), ui::kLargeWindow);
     BindEvents();
     SetEscapeId(wxID_CANCEL);
 }
@@ -79,7 +77,7 @@ WrongWindow::WrongWindow(wxWindow* parent, const DataFolder& folder, Edition edi
 wxSizer* WrongWindow::BuildFilter() {
     auto* row = new wxWrapSizer(wxHORIZONTAL);
     const auto add = [&](wxWindow* control) {
-        row->Add(control, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT | wxBOTTOM, FromDIP(kGap));
+        row->Add(control, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT | wxBOTTOM, FromDIP(ui::kGap));
     };
     CboBank = new wxChoice(this, wxID_ANY);
     SetSpokenName(*CboBank, u"题库");
@@ -127,7 +125,7 @@ wxSizer* WrongWindow::BuildButtons() {
     const auto add = [&](std::u16string_view text, std::u16string_view tip) {
         auto* button = new wxButton(this, wxID_ANY, ui::ToWx(text));
         if (!tip.empty()) button->SetToolTip(ui::ToWx(tip));
-        row->Add(button, 0, wxRIGHT, FromDIP(kGap));
+        row->Add(button, 0, wxRIGHT, FromDIP(ui::kGap));
         return button;
     };
     BtnDrill = add(u"再练一遍(&P)", u"用列出的题组成一份试卷来练习，最多 50 题");

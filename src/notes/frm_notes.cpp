@@ -13,6 +13,7 @@
 #include "notes/notes_report.h"
 #include "report/printing.h"
 #include "ui/client_problem.h"
+#include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/splitter_limits.h"
 #include "ui/twips.h"
@@ -22,10 +23,8 @@ namespace qmtrain::notes {
 namespace {
 
 // Pixels of an unscaled screen.
-constexpr int kMargin = 12;
-constexpr int kGap = 6;
 const wxSize kFirstSize(940, 640);
-const wxSize kLeastSize(600, 400);  // 9000 by 6000 twips
+const wxSize kLeastSize(600, 400);  // with its frame: 9000 by 6000 twips
 
 // Twips that stay on both sides of a bar.
 constexpr int kLeastBeside = 600;
@@ -70,12 +69,6 @@ wxStaticText* Label(wxWindow* parent, std::u16string_view text = {}) {
     return new wxStaticText(parent, wxID_ANY, ui::ToWx(text));
 }
 
-wxStaticText* BoldLabel(wxWindow* parent) {
-    wxStaticText* label = Label(parent);
-    label->SetFont(label->GetFont().Bold());
-    return label;
-}
-
 // A line of any length, cut off where there is no more room.
 wxStaticText* GreyLine(wxWindow* parent) {
     auto* line = new wxStaticText(parent, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
@@ -114,18 +107,18 @@ FrmNotes::FrmNotes(NotesSource source)
     auto* right = new wxBoxSizer(wxVERTICAL);
     right->Add(PicList, 1, wxEXPAND);
     right->Add(PicPane, 1, wxEXPAND);
-    right->Add(LblFailed, 0, wxEXPAND | wxTOP, FromDIP(kGap));
+    right->Add(LblFailed, 0, wxEXPAND | wxTOP, FromDIP(ui::kNarrow));
     PicRight->SetSizer(right);
     PicBottom = new wxPanel(this);
     LblBottom = GreyLine(PicBottom);
     auto* bottom = new wxBoxSizer(wxHORIZONTAL);
-    bottom->Add(LblBottom, 1, wxALL, FromDIP(kGap));
+    bottom->Add(LblBottom, 1, wxALL, FromDIP(ui::kNarrow));
     PicBottom->SetSizer(bottom);
 
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(ToolbarNotes, 0, wxEXPAND);
-    sizer->Add(PicContent, 1, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(kMargin));
-    sizer->Add(PicBottom, 0, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(kMargin));
+    sizer->Add(PicContent, 1, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(ui::kMargin));
+    sizer->Add(PicBottom, 0, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(ui::kMargin));
     SetSizer(sizer);
     SetMinSize(FromDIP(kLeastSize));
     SetClientSize(FromDIP(kFirstSize));
@@ -162,15 +155,15 @@ void FrmNotes::BuildLeft() {
 void FrmNotes::BuildListPane() {
     PicList = new wxPanel(PicRight, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
     PicList->SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW));
-    LblModuleTitle = BoldLabel(PicList);
+    LblModuleTitle = ui::BoldCaption(PicList);
     LvNotes = new ui::ListView(PicList, {ui::Icon::Bank, ui::Icon::Note});
     LblNoNote =
         new wxStaticText(PicList, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxALIGN_CENTRE_HORIZONTAL);
     LblNoNote->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
     auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(LblModuleTitle, 0, wxEXPAND | wxALL, FromDIP(kGap));
+    sizer->Add(LblModuleTitle, 0, wxEXPAND | wxALL, FromDIP(ui::kNarrow));
     sizer->Add(LvNotes, 1, wxEXPAND);
-    sizer->Add(LblNoNote, 1, wxEXPAND | wxTOP, FromDIP(10 * kGap));
+    sizer->Add(LblNoNote, 1, wxEXPAND | wxTOP, FromDIP(10 * ui::kNarrow));
     PicList->SetSizer(sizer);
 }
 
@@ -191,29 +184,29 @@ void FrmNotes::BuildQuestion() {
     top->Add(LblQuestionType, 1, wxALIGN_CENTRE_VERTICAL);
     top->Add(BtnViewAnswer, 0, wxRESERVE_SPACE_EVEN_IF_HIDDEN);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(top, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
+    sizer->Add(top, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kNarrow));
     sizer->Add(RtfQuestion, 1, wxEXPAND);
     PicQuestion->SetSizer(sizer);
 }
 
 void FrmNotes::BuildNote() {
-    LblNoteName = BoldLabel(PicNote);
+    LblNoteName = ui::BoldCaption(PicNote);
     LblNoteCreateDate = Label(PicNote);
     TxtNoteName = new wxTextCtrl(PicNote, wxID_ANY);
     TxtNoteName->SetMaxLength(kLongestName);
     LblViewTimes = Label(PicNote);
     TxtNote = new wxTextCtrl(PicNote, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                              wxTE_MULTILINE | wxBORDER_THEME);
-    TxtNote->SetMargins(FromDIP(kGap), FromDIP(kGap));
+    TxtNote->SetMargins(FromDIP(ui::kNarrow), FromDIP(ui::kNarrow));
     LblNoteName->Hide();
     auto* facts = new wxBoxSizer(wxHORIZONTAL);
-    facts->Add(LblNoteCreateDate, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
-    facts->Add(TxtNoteName, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+    facts->Add(LblNoteCreateDate, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kNarrow));
+    facts->Add(TxtNoteName, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kNarrow));
     facts->AddStretchSpacer(0);
-    facts->Add(LblViewTimes, 0, wxALIGN_CENTRE_VERTICAL | wxLEFT, FromDIP(kGap));
+    facts->Add(LblViewTimes, 0, wxALIGN_CENTRE_VERTICAL | wxLEFT, FromDIP(ui::kNarrow));
     auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(LblNoteName, 0, wxEXPAND | wxTOP | wxBOTTOM, FromDIP(kGap));
-    sizer->Add(facts, 0, wxEXPAND | wxBOTTOM, FromDIP(kGap));
+    sizer->Add(LblNoteName, 0, wxEXPAND | wxTOP | wxBOTTOM, FromDIP(ui::kNarrow));
+    sizer->Add(facts, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kNarrow));
     sizer->Add(TxtNote, 1, wxEXPAND);
     PicNote->SetSizer(sizer);
 }

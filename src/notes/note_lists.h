@@ -10,6 +10,7 @@
 namespace qmtrain::notes {
 
 inline constexpr const char16_t* kRootColumns[] = {u"模块名称", u"笔记数"};
+enum BankColumn : std::size_t { kNameColumn, kViewTimesColumn, kCreateDateColumn };
 inline constexpr const char16_t* kBankColumns[] = {u"笔记名称", u"查看次数", u"创建日期"};
 
 inline constexpr int kBankIcon = 1;
