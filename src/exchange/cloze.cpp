@@ -245,7 +245,7 @@ std::u16string PlaceOf(std::size_t number) {
 void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& question, TextNotes& notes) {
     ClozeReader reader(html, notes);
     const std::u16string with_places = reader.Read();
-    question.kind = Kind::Fill;
+    question.kind = QuestionKind::Fill;
     question.stem = FromHtml(with_places, files, notes);
     const std::vector<double>& points = reader.Points();
     if (std::adjacent_find(points.begin(), points.end(), std::not_equal_to<>()) != points.end()) {

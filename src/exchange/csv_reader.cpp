@@ -35,16 +35,19 @@ std::optional<Column> ColumnCalled(std::u16string_view heading) {
     return static_cast<Column>(static_cast<std::size_t>(Column::FirstOption) + option);
 }
 
-std::optional<Kind> KindCalled(std::u16string_view text) {
-    static constexpr std::pair<std::u16string_view, Kind> kNames[] = {
-        {u"单选", Kind::Single},         {u"单项", Kind::Single},    {u"single", Kind::Single},
-        {u"多选", Kind::Multiple},       {u"多项", Kind::Multiple},  {u"不定项", Kind::Multiple},
-        {u"multiple", Kind::Multiple},   {u"判断", Kind::YesNo},     {u"是非", Kind::YesNo},
-        {u"true", Kind::YesNo},          {u"yes", Kind::YesNo},      {u"填空", Kind::Fill},
-        {u"fill", Kind::Fill},           {u"short", Kind::Fill},     {u"操作", Kind::Operation},
-        {u"简答", Kind::Operation},      {u"问答", Kind::Operation}, {u"论述", Kind::Operation},
-        {u"编程", Kind::Operation},      {u"程序", Kind::Operation}, {u"essay", Kind::Operation},
-        {u"operation", Kind::Operation},
+std::optional<QuestionKind> KindCalled(std::u16string_view text) {
+    static constexpr std::pair<std::u16string_view, QuestionKind> kNames[] = {
+        {u"单选", QuestionKind::Single},       {u"单项", QuestionKind::Single},
+        {u"single", QuestionKind::Single},     {u"多选", QuestionKind::Multiple},
+        {u"多项", QuestionKind::Multiple},     {u"不定项", QuestionKind::Multiple},
+        {u"multiple", QuestionKind::Multiple}, {u"判断", QuestionKind::YesNo},
+        {u"是非", QuestionKind::YesNo},        {u"true", QuestionKind::YesNo},
+        {u"yes", QuestionKind::YesNo},         {u"填空", QuestionKind::Fill},
+        {u"fill", QuestionKind::Fill},         {u"short", QuestionKind::Fill},
+        {u"操作", QuestionKind::Operation},    {u"简答", QuestionKind::Operation},
+        {u"问答", QuestionKind::Operation},    {u"论述", QuestionKind::Operation},
+        {u"编程", QuestionKind::Operation},    {u"程序", QuestionKind::Operation},
+        {u"essay", QuestionKind::Operation},   {u"operation", QuestionKind::Operation},
     };
     const std::u16string name = ToLower(Trimmed(text));
     for (const auto& [beginning, kind] : kNames) {
@@ -143,7 +146,7 @@ private:
     void ReadQuestion(const CsvRow& row);
     void ReadOptions(Question& question, const CsvRow& row);
     void ReadAnswer(Question& question, std::u16string_view answer);
-    Kind GuessedKind(const Question& question, std::u16string_view answer) const;
+    QuestionKind GuessedKind(const Question& question, std::u16string_view answer) const;
     std::u16string Cell(const CsvRow& row, Column column) const;
     document::RichText Rich(std::u16string_view cell);
 
@@ -233,7 +236,7 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
     ReadOptions(question, row);
     const std::u16string answer = Cell(row, Column::Answer);
     const std::u16string type = Cell(row, Column::Type);
-    const std::optional<Kind> kind = KindCalled(type);
+    const std::optional<QuestionKind> kind = KindCalled(type);
     if (!kind && !type.empty())
         notes_.Error(u"题型“" + Brief(type) + u"”无法识别：应当是单选、多选、判断、填空或操作。");
     question.kind = kind ? *kind : GuessedKind(question, answer);
@@ -259,20 +262,20 @@ void SheetReader::ReadOptions(Question& question, const CsvRow& row) {
     }
 }
 
-Kind SheetReader::GuessedKind(const Question& question, std::u16string_view answer) const {
+QuestionKind SheetReader::GuessedKind(const Question& question, std::u16string_view answer) const {
     if (question.options.size() > 1) {
         const auto letters = LettersOf(answer);
-        return letters && letters->size() > 1 ? Kind::Multiple : Kind::Single;
+        return letters && letters->size() > 1 ? QuestionKind::Multiple : QuestionKind::Single;
     }
     const std::u16string_view word = Trimmed(answer);
-    if (word.empty()) return Kind::Operation;
-    return TruthOf(word) && word != u"1" && word != u"0" && word != u"-1" ? Kind::YesNo : Kind::Fill;
+    if (word.empty()) return QuestionKind::Operation;
+    return TruthOf(word) && word != u"1" && word != u"0" && word != u"-1" ? QuestionKind::YesNo : QuestionKind::Fill;
 }
 
 void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
     switch (question.kind) {
-        case Kind::Single:
-        case Kind::Multiple: {
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: {
             const auto letters = LettersOf(answer);
             if (!letters) return notes_.Error(u"答案“" + Brief(answer) + u"”应当是选择项的字母，例如 A 或 ACD。");
             for (const std::size_t letter : *letters) {
@@ -283,14 +286,14 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             }
             return;
         }
-        case Kind::YesNo: {
+        case QuestionKind::YesNo: {
             const auto truth = TruthByOptions(question, answer);
             if (!truth) return notes_.Error(u"判断题的答案“" + Brief(answer) + u"”应当是“对”或“错”。");
             question.is_true = *truth;
             if (AreTruths(question.options)) question.options.clear();
             break;
         }
-        case Kind::Fill: {
+        case QuestionKind::Fill: {
             for (const std::u16string& blank : SplitAll(answer, u"@")) question.blanks.push_back(SplitAll(blank, u"#"));
             const std::size_t marks = BlankMarks(question.stem.PlainText()).size();
             if (marks > 0 && marks != question.blanks.size()) {
@@ -300,13 +303,14 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             }
             break;
         }
-        case Kind::Operation:
+        case QuestionKind::Operation:
             if (question.requirements.empty()) {
                 question.requirements = answer;
             } else if (!answer.empty()) {
                 question.requirements.append(u"\n").append(answer);
             }
             break;
+        case QuestionKind::Unknown: break;
     }
     if (!question.options.empty()) {
         notes_.Changed(u"不是选择题，选择项略去。");

@@ -21,11 +21,12 @@ std::u16string TextOf(const document::RichText& text) {
 
 std::u16string AnswerOf(const Question& question) {
     switch (question.kind) {
-        case Kind::Single:
-        case Kind::Multiple: return RightLetters(question);
-        case Kind::YesNo: return question.is_true ? u"对" : u"错";
-        case Kind::Fill: return StoredAnswer(question);
-        case Kind::Operation: return question.requirements;
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: return RightLetters(question);
+        case QuestionKind::YesNo: return question.is_true ? u"对" : u"错";
+        case QuestionKind::Fill: return StoredAnswer(question);
+        case QuestionKind::Operation: return question.requirements;
+        case QuestionKind::Unknown: break;
     }
     return {};
 }
@@ -84,7 +85,7 @@ private:
     bool first_ = true;
 };
 
-Question Example(Kind kind, std::u16string_view stem) {
+Question Example(QuestionKind kind, std::u16string_view stem) {
     Question question;
     question.kind = kind;
     question.category = u"数据结构/栈";
@@ -116,17 +117,17 @@ std::string CsvTemplate() {
         }
         return out;
     };
-    Question single = Example(Kind::Single, u"栈的特点是（　　）。");
+    Question single = Example(QuestionKind::Single, u"栈的特点是（　　）。");
     single.options = options({u"先进先出", u"先进后出", u"随机存取", u"按值存取"}, u"B");
     single.analysis = PlainRichText(u"栈只在栈顶插入和删除。");
-    Question multiple = Example(Kind::Multiple, u"下列属于线性结构的有（　　）。");
+    Question multiple = Example(QuestionKind::Multiple, u"下列属于线性结构的有（　　）。");
     multiple.options = options({u"栈", u"队列", u"二叉树", u"线性表"}, u"ABD");
-    Question truth = Example(Kind::YesNo, u"队列是先进先出的线性表。");
+    Question truth = Example(QuestionKind::YesNo, u"队列是先进先出的线性表。");
     truth.is_true = true;
-    Question fill =
-        Example(Kind::Fill, u"栈的插入称为【1】，删除称为【2】。各空的答案之间用“@”，同一空的几个答案之间用“#”。");
+    Question fill = Example(QuestionKind::Fill,
+                            u"栈的插入称为【1】，删除称为【2】。各空的答案之间用“@”，同一空的几个答案之间用“#”。");
     fill.blanks = {{u"入栈", u"进栈", u"push"}, {u"出栈", u"退栈", u"pop"}};
-    Question operation = Example(Kind::Operation, u"写出判断栈是否为空的函数。");
+    Question operation = Example(QuestionKind::Operation, u"写出判断栈是否为空的函数。");
     operation.requirements = u"函数名为 IsEmpty，栈空时返回 1。";
     operation.keywords = u"IsEmpty#return";
     for (const Question& question : {single, multiple, truth, fill, operation}) sheet.Add(question, false);

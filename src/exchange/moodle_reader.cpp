@@ -183,7 +183,7 @@ void MoodleReader::ReadQuestion(pugi::xml_node node) {
     if (type == "description") return import_.Tell(Notice::Kind::Skipped, question, u"说明文字不是试题。");
     if (type == "cloze") {
         const pugi::xml_node text = node.child("questiontext");
-        question.kind = Kind::Fill;
+        question.kind = QuestionKind::Fill;
         question.analysis = TextOf(node.child("generalfeedback"));
         ReadCloze(Content(text), FilesOf(text), question, notes_);
     } else {
@@ -257,11 +257,11 @@ void MoodleReader::ReadChoice(pugi::xml_node node, Question& question) {
         single = false;
         notes_.Changed(u"有几个全对的选择项，改为多选题。");
     }
-    question.kind = single ? Kind::Single : Kind::Multiple;
+    question.kind = single ? QuestionKind::Single : QuestionKind::Multiple;
 }
 
 void MoodleReader::ReadTruth(pugi::xml_node node, Question& question) {
-    question.kind = Kind::YesNo;
+    question.kind = QuestionKind::YesNo;
     std::size_t place = 0;
     bool known = false;
     for (const pugi::xml_node answer : node.children("answer")) {
@@ -278,7 +278,7 @@ void MoodleReader::ReadTruth(pugi::xml_node node, Question& question) {
 }
 
 void MoodleReader::ReadShortAnswers(pugi::xml_node node, Question& question, bool numbers) {
-    question.kind = Kind::Fill;
+    question.kind = QuestionKind::Fill;
     Blank blank;
     for (const pugi::xml_node answer : node.children("answer")) {
         std::u16string text = PlainContent(answer);
@@ -319,7 +319,7 @@ void MoodleReader::ReadPairs(pugi::xml_node node, Question& question) {
 }
 
 void MoodleReader::ReadEssay(pugi::xml_node node, Question& question) {
-    question.kind = Kind::Operation;
+    question.kind = QuestionKind::Operation;
     const document::RichText requirements = Canonical(TextOf(node.child("graderinfo")));
     if (!IsPlain(requirements)) notes_.Changed(u"评分要求只保留文字。");
     question.requirements = requirements.PlainText();

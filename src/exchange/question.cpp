@@ -9,12 +9,6 @@
 namespace qmtrain::exchange {
 namespace {
 
-constexpr KindInfo kKinds[] = {
-    {Kind::Single, u"单选题", u"01", u"TBL_CHOICE"},       {Kind::Multiple, u"多选题", u"02", u"TBL_CHOICES"},
-    {Kind::YesNo, u"是非题", u"03", u"TBL_YESNO"},         {Kind::Fill, u"填空题", u"04", u"TBL_FILL"},
-    {Kind::Operation, u"操作题", u"05", u"TBL_OPERATION"},
-};
-
 constexpr std::u16string_view kBlanks = u" \t\r\n\v\u00A0\u3000";
 
 bool IsProgramFont(std::u16string_view font) {
@@ -59,14 +53,6 @@ std::u16string_view KindText(Notice::Kind kind) {
 }
 
 }  // namespace
-
-std::span<const KindInfo> Kinds() {
-    return kKinds;
-}
-
-const KindInfo& InfoOf(Kind kind) {
-    return *std::find_if(std::begin(kKinds), std::end(kKinds), [&](const KindInfo& info) { return info.kind == kind; });
-}
 
 std::u16string Notice::Text() const {
     std::u16string out;
@@ -124,16 +110,16 @@ char16_t LetterOf(std::size_t option) {
 std::u16string StoredAnswer(const Question& question) {
     std::u16string out;
     switch (question.kind) {
-        case Kind::Single:
-        case Kind::Multiple: {
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: {
             std::int64_t bits = 0;
             for (std::size_t i = 0; i < question.options.size(); ++i) {
                 if (question.options[i].right) bits |= std::int64_t{1} << i;
             }
             return ToText(bits);
         }
-        case Kind::YesNo: return question.is_true ? u"-1" : u"0";
-        case Kind::Fill:
+        case QuestionKind::YesNo: return question.is_true ? u"-1" : u"0";
+        case QuestionKind::Fill:
             for (std::size_t i = 0; i < question.blanks.size(); ++i) {
                 if (i > 0) out += u'@';
                 for (std::size_t j = 0; j < question.blanks[i].size(); ++j) {
@@ -142,7 +128,8 @@ std::u16string StoredAnswer(const Question& question) {
                 }
             }
             return out;
-        case Kind::Operation: break;
+        case QuestionKind::Operation:
+        case QuestionKind::Unknown: break;
     }
     return question.requirements;
 }

@@ -9,21 +9,10 @@
 #include <string_view>
 #include <vector>
 
+#include "bank/question_kind.h"
 #include "document/rich_text.h"
 
 namespace qmtrain::exchange {
-
-enum class Kind : std::uint8_t { Single, Multiple, YesNo, Fill, Operation };
-
-// How banks and users know a kind.
-struct KindInfo {
-    Kind kind;
-    std::u16string_view name;
-    std::u16string_view table_code;  // in banks that we make; characters 3 and 4 of a record number
-    std::u16string_view table;
-};
-std::span<const KindInfo> Kinds();
-const KindInfo& InfoOf(Kind kind);
 
 struct Option {
     document::RichText text;
@@ -33,7 +22,7 @@ struct Option {
 using Blank = std::vector<std::u16string>;  // the accepted answers
 
 struct Question {
-    Kind kind = Kind::Single;
+    QuestionKind kind = QuestionKind::Single;
     std::size_t line = 0;     // of the file, from 1
     std::u16string file;      // where questions of several come together
     std::u16string name;      // as its file calls it

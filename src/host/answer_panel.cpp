@@ -39,20 +39,20 @@ void AnswerPanel::Ask(const Question& question, std::u16string_view answer, int 
     first_ = nullptr;
     kind_ = question.kind;
     switch (kind_) {
-        case Kind::Single:
-        case Kind::Multiple: {
-            const auto kind = kind_ == Kind::Single ? ChoiceRow::Kind::One : ChoiceRow::Kind::Several;
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: {
+            const auto kind = kind_ == QuestionKind::Single ? ChoiceRow::Kind::One : ChoiceRow::Kind::Several;
             char16_t letter = u'A';
             for (const document::RichText& option : question.options) {
                 AddRow(kind, std::u16string(1, letter++), Zoomed(option, zoom));
             }
             break;
         }
-        case Kind::YesNo:
+        case QuestionKind::YesNo:
             AddRow(ChoiceRow::Kind::One, u"", Zoomed(Plain(u"对"), zoom));
             AddRow(ChoiceRow::Kind::One, u"", Zoomed(Plain(u"错"), zoom));
             break;
-        case Kind::Fill:
+        case QuestionKind::Fill:
             for (int i = 1; i <= question.blanks; ++i) {
                 const std::u16string caption = u"【" + ToText(i) + u"】";
                 captions_.push_back(new wxStaticText(this, wxID_ANY, ui::ToWx(caption)));
@@ -101,7 +101,7 @@ void AnswerPanel::MoveFrom(std::size_t place, int direction) {
 
 bool AnswerPanel::Choose(std::size_t place) {
     if (place >= Rows.size() || locked_) return false;
-    if (kind_ == Kind::Multiple) {
+    if (kind_ == QuestionKind::Multiple) {
         Rows[place]->Choose(!Rows[place]->IsChosen());
     } else {
         for (std::size_t i = 0; i < Rows.size(); ++i) Rows[i]->Choose(i == place);
@@ -113,12 +113,12 @@ bool AnswerPanel::Choose(std::size_t place) {
 
 // The bit set of a choice, "-1" or "0", or the texts of the blanks.
 void AnswerPanel::Fill(std::u16string_view answer) {
-    const bool choice = kind_ == Kind::Single || kind_ == Kind::Multiple;
+    const bool choice = kind_ == QuestionKind::Single || kind_ == QuestionKind::Multiple;
     const std::int32_t bits = choice && IsNumeric(answer) ? ToLong(answer) : 0;
     for (std::size_t i = 0; i < Rows.size(); ++i) {
         Rows[i]->Choose(choice ? (bits >> i & 1) != 0 : !answer.empty() && (answer == u"-1") == (i == 0));
     }
-    if (kind_ == Kind::Fill) {
+    if (kind_ == QuestionKind::Fill) {
         const std::vector<std::u16string> parts = SplitAll(answer, u"@");
         for (std::size_t i = 0; i < Texts.size(); ++i) {
             Texts[i]->ChangeValue(ui::ToWx(i < parts.size() ? parts[i] : u""));
@@ -135,7 +135,7 @@ void AnswerPanel::Enter(std::u16string_view answer) {
 }
 
 std::u16string AnswerPanel::Answer() const {
-    if (kind_ == Kind::YesNo) {
+    if (kind_ == QuestionKind::YesNo) {
         if (Rows[0]->IsChosen()) return u"-1";
         return Rows[1]->IsChosen() ? u"0" : u"";
     }
@@ -149,7 +149,8 @@ std::u16string AnswerPanel::Answer() const {
         if (i > 0) answer += u"@";
         std::u16string blank = ui::StoredLines(Texts[i]->GetValue());
         // "@" and "#" separate blanks and alternatives: no answer can hold them.
-        if (kind_ == Kind::Fill) std::erase_if(blank, [](char16_t unit) { return unit == u'@' || unit == u'#'; });
+        if (kind_ == QuestionKind::Fill)
+            std::erase_if(blank, [](char16_t unit) { return unit == u'@' || unit == u'#'; });
         answer += blank;
     }
     return answer.find_first_not_of(u'@') == std::u16string::npos ? u"" : answer;
@@ -160,7 +161,8 @@ void AnswerPanel::Reveal(std::u16string_view standard_answer) {
     const std::int32_t bits = IsNumeric(standard_answer) ? ToLong(standard_answer) : 0;
     for (std::size_t i = 0; i < Rows.size(); ++i) {
         Rows[i]->Lock();
-        Rows[i]->ShowRight(kind_ == Kind::YesNo ? (standard_answer == u"-1") == (i == 0) : (bits >> i & 1) != 0);
+        Rows[i]->ShowRight(kind_ == QuestionKind::YesNo ? (standard_answer == u"-1") == (i == 0)
+                                                        : (bits >> i & 1) != 0);
     }
     for (wxTextCtrl* text : Texts) text->SetEditable(false);
 }

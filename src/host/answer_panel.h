@@ -56,7 +56,7 @@ private:
     void Fill(std::u16string_view answer);
     void TellFocus(wxWindow& control);
 
-    Kind kind_ = Kind::Unknown;
+    QuestionKind kind_ = QuestionKind::Unknown;
     std::vector<wxStaticText*> captions_;
     bool locked_ = false;
     wxWindow* first_ = nullptr;  // what FocusAnswer has given the focus

@@ -15,7 +15,7 @@ namespace {
 std::u16string SearchedText(const exchange::Question& question) {
     std::u16string text = question.rec_no + u'\n' + question.stem.PlainText() + u'\n' + question.category;
     for (const exchange::Option& option : question.options) text += u'\n' + option.text.PlainText();
-    if (question.kind == exchange::Kind::Fill || question.kind == exchange::Kind::Operation) {
+    if (question.kind == QuestionKind::Fill || question.kind == QuestionKind::Operation) {
         text += u'\n' + exchange::StoredAnswer(question);
     }
     return ToLower(text);
@@ -63,7 +63,7 @@ void BankEditing::Open(std::u16string_view code, const exchange::Progress& progr
     const dao::Connection database(exchange::FileOf(folder_.Banks(), *entry));
     exchange::BankRows rows(*database.operator->(), entry->code);
     std::vector<exchange::Question> questions = rows.Read(progress);
-    for (const exchange::KindInfo& kind : exchange::Kinds()) {
+    for (const QuestionKindInfo& kind : QuestionKinds()) {
         if (!rows.Info(kind.kind).table.empty()) kinds_.insert(kind.kind);
     }
     uses_ = UsesOf(folder_, wanted);
@@ -91,7 +91,7 @@ QuestionUse BankEditing::UseOf(std::u16string_view rec_no) const {
     return found == uses_.end() ? QuestionUse() : found->second;
 }
 
-std::vector<ui::ListRow> BankEditing::Rows(std::optional<exchange::Kind> kind, std::u16string_view search) const {
+std::vector<ui::ListRow> BankEditing::Rows(std::optional<QuestionKind> kind, std::u16string_view search) const {
     const std::vector<std::u16string> words = Words(search);
     std::vector<ui::ListRow> rows;
     for (const exchange::Question& question : questions_) {
@@ -108,7 +108,7 @@ std::vector<ui::ListRow> BankEditing::Rows(std::optional<exchange::Kind> kind, s
         ui::ListRow row;
         row.key = u"q" + question.rec_no;
         row.cells = {question.rec_no,
-                     std::u16string(exchange::InfoOf(question.kind).name),
+                     std::u16string(InfoOf(question.kind).name),
                      exchange::Brief(question.stem.PlainText(), 120),
                      kDifficulties[std::clamp(question.difficulty, 0, 3)],
                      use.times == 0 ? u"" : ToText(use.times),
@@ -217,8 +217,7 @@ std::u16string BankEditing::Undo() {
 
 Question Shown(const exchange::Question& question) {
     Question shown;
-    shown.kind = KindOf(question.kind);
-    shown.type_name = exchange::InfoOf(question.kind).name;
+    shown.kind = question.kind;
     shown.stem = question.stem;
     for (const exchange::Option& option : question.options) shown.options.push_back(option.text);
     shown.blanks = static_cast<int>(question.blanks.size());

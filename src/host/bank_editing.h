@@ -28,11 +28,11 @@ public:
     const std::vector<exchange::Question>& Questions() const { return questions_; }
     const exchange::Question* Find(std::u16string_view rec_no) const;
     QuestionUse UseOf(std::u16string_view rec_no) const;
-    bool CanHold(exchange::Kind kind) const { return kinds_.contains(kind); }
+    bool CanHold(QuestionKind kind) const { return kinds_.contains(kind); }
 
     // Those of the kind, or of all kinds, in whose number, stem, options, answer or category every word of the search
     // stands. Letter case does not count.
-    std::vector<ui::ListRow> Rows(std::optional<exchange::Kind> kind, std::u16string_view search) const;
+    std::vector<ui::ListRow> Rows(std::optional<QuestionKind> kind, std::u16string_view search) const;
 
     // To be called before a question is changed: reads it anew. Save then refuses when somebody else has changed the
     // question since.
@@ -71,7 +71,7 @@ private:
     DataFolder folder_;
     std::u16string code_;
     std::vector<exchange::Question> questions_;
-    std::set<exchange::Kind> kinds_;
+    std::set<QuestionKind> kinds_;
     std::map<std::u16string, QuestionUse> uses_;
     std::vector<Step> steps_;
     std::optional<std::pair<std::u16string, std::vector<exchange::StoredRow>>> begun_;

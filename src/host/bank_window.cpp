@@ -35,9 +35,9 @@ constexpr std::u16string_view kTitle = u"题库管理";
 // What a node of the tree stands for.
 class Node : public wxTreeItemData {
 public:
-    Node(std::u16string code, std::optional<exchange::Kind> kind) : code(std::move(code)), kind(kind) {}
+    Node(std::u16string code, std::optional<QuestionKind> kind) : code(std::move(code)), kind(kind) {}
     std::u16string code;
-    std::optional<exchange::Kind> kind;
+    std::optional<QuestionKind> kind;
 };
 
 std::u16string Number(std::size_t number) {
@@ -203,7 +203,7 @@ void BankWindow::BindEvents() {
     });
     BtnNew->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         exchange::Question question;
-        question.kind = SelectedKind().value_or(exchange::Kind::Single);
+        question.kind = SelectedKind().value_or(QuestionKind::Single);
         Edit(std::move(question));
     });
     BtnEdit->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Edit(*Selected()); });
@@ -236,7 +236,7 @@ void BankWindow::Fill(std::u16string_view code) {
         for (const exchange::BankEntry& bank : exchange::BanksIn(folder_.Banks())) {
             const wxTreeItemId item = TreeBanks->AppendItem(root, ui::ToWx(bank.name + u"（" + bank.code + u"）"), -1,
                                                             -1, new Node(bank.code, std::nullopt));
-            for (const exchange::KindInfo& kind : exchange::Kinds()) {
+            for (const QuestionKindInfo& kind : QuestionKinds()) {
                 TreeBanks->AppendItem(item, ui::ToWx(kind.name), -1, -1, new Node(bank.code, kind.kind));
             }
             if (!selected.IsOk() || bank.code == code) selected = item;
@@ -250,7 +250,7 @@ void BankWindow::Fill(std::u16string_view code) {
     ShowList();
 }
 
-std::optional<exchange::Kind> BankWindow::SelectedKind() const {
+std::optional<QuestionKind> BankWindow::SelectedKind() const {
     const wxTreeItemId item = TreeBanks->GetSelection();
     const auto* node = item.IsOk() ? dynamic_cast<Node*>(TreeBanks->GetItemData(item)) : nullptr;
     return node == nullptr ? std::nullopt : node->kind;
@@ -288,8 +288,8 @@ void BankWindow::ShowQuestion() {
     if (question != nullptr) {
         const Question shown = Shown(*question);
         Preview->Ask(shown, u"", 100);
-        answer = question->kind == exchange::Kind::Fill ? review::FillText(shown.answer)
-                                                        : review::PaneAnswer(shown.type_name, shown.answer);
+        answer = question->kind == QuestionKind::Fill ? review::FillText(shown.answer)
+                                                      : review::PaneAnswer(shown.kind, shown.answer);
         answer = u"答案：" + exchange::Brief(answer, 200);
         if (!exchange::IsEmpty(question->analysis)) {
             answer += u"    解析：" + exchange::Brief(question->analysis.PlainText(), 200);

@@ -50,7 +50,7 @@ private:
     void ShowQuestion();
     void Arm();
     const exchange::Question* Selected() const;
-    std::optional<exchange::Kind> SelectedKind() const;
+    std::optional<QuestionKind> SelectedKind() const;
     void Edit(exchange::Question question);
     void Delete();
     void Undo();

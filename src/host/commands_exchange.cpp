@@ -329,11 +329,11 @@ int PaperCommand(const CommandWords& words) {
     make->add_option("--title", title, "试卷名称")->required();
     make->add_option("--minutes", rules.minutes, "考试时间（分钟，默认 60）");
     make->add_option("--bank", banks, "题库代码，可以有几个")->delimiter(',')->allow_extra_args(false);
-    const std::pair<const char*, Kind> kinds[] = {{"single", Kind::Single},
-                                                  {"multiple", Kind::Multiple},
-                                                  {"yesno", Kind::YesNo},
-                                                  {"fill", Kind::Fill},
-                                                  {"operation", Kind::Operation}};
+    const std::pair<const char*, QuestionKind> kinds[] = {{"single", QuestionKind::Single},
+                                                          {"multiple", QuestionKind::Multiple},
+                                                          {"yesno", QuestionKind::YesNo},
+                                                          {"fill", QuestionKind::Fill},
+                                                          {"operation", QuestionKind::Operation}};
     for (const auto& [word, kind] : kinds) {
         const std::string name = ToUtf8(KindName(kind));
         make->add_option(std::string("--") + word, rules.parts[kind].count, name + "题数");

@@ -10,26 +10,21 @@
 #include "dao/dao.h"
 #include "host/papers.h"
 #include "host/people.h"
-#include "host/sample_questions.h"
 
 namespace qmtrain::host {
 namespace {
 
 struct Usual {
-    Kind kind;
+    QuestionKind kind;
     int count;
     float score;  // of each
 };
 
-constexpr Usual kUsual[] = {{Kind::Single, 20, 2}, {Kind::Multiple, 5, 4}, {Kind::YesNo, 10, 2}, {Kind::Fill, 5, 4}};
+constexpr Usual kUsual[] = {{QuestionKind::Single, 20, 2},
+                            {QuestionKind::Multiple, 5, 4},
+                            {QuestionKind::YesNo, 10, 2},
+                            {QuestionKind::Fill, 5, 4}};
 constexpr std::size_t kLongestTitle = 100;
-
-std::optional<Kind> KindOfTable(std::u16string_view table) {
-    for (const KindRow& kind : KindRows()) {
-        if (EqualNames(kind.table, table)) return kind.kind;
-    }
-    return std::nullopt;
-}
 
 void ReadQuestions(const std::u16string& file, Bank& bank, bool by_subject) {
     const dao::Connection database(file);
@@ -39,16 +34,16 @@ void ReadQuestions(const std::u16string& file, Bank& bank, bool by_subject) {
     for (; !tables->Eof(); tables->MoveNext()) {
         const std::u16string table = TextOr(tables->Fields(u"C_Tblname").Value(), u"");
         const std::u16string code = TextOr(tables->Fields(u"C_TblCode").Value(), u"");
-        const std::optional<Kind> kind = KindOfTable(table);
-        if (!kind || *kind == Kind::Operation) continue;
-        std::vector<std::u16string>& numbers = bank.questions[*kind];
+        const QuestionKind kind = KindOfTable(table);
+        if (kind == QuestionKind::Unknown || kind == QuestionKind::Operation) continue;
+        std::vector<std::u16string>& numbers = bank.questions[kind];
         const auto rows = database->OpenRecordset(u"Select C_RecNo From " + table + u" Where C_DataCode=" + of_bank +
                                                   u" Order By C_RecNo");
         for (; !rows->Eof(); rows->MoveNext()) {
             std::u16string number = TextOr(rows->Fields(0).Value(), u"");
             if (number.size() > 4 && EqualNames(number.substr(2, 2), code)) numbers.push_back(std::move(number));
         }
-        if (numbers.empty()) bank.questions.erase(*kind);
+        if (numbers.empty()) bank.questions.erase(kind);
     }
 }
 
@@ -127,7 +122,7 @@ std::int32_t ComposePaper(const DataFolder& folder, const Bank& bank, const Pape
             drawn.resize(std::min(drawn.size(), static_cast<std::size_t>(wanted->second)));
             for (const std::u16string& rec_no : drawn) {
                 paper.questions.push_back(
-                    {.type = RowOf(usual.kind).type, .data_code = bank.code, .rec_no = rec_no, .score = usual.score});
+                    {.type = InfoOf(usual.kind).type, .data_code = bank.code, .rec_no = rec_no, .score = usual.score});
             }
         }
         WritePaper(*host.operator->(), paper);

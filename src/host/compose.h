@@ -15,8 +15,8 @@ struct Bank {
     std::u16string name;
     std::u16string file;  // empty in the network edition
     std::int32_t subject = 0;
-    std::map<Kind, std::vector<std::u16string>> questions;  // their numbers
-    std::u16string problem;                                 // why it has none
+    std::map<QuestionKind, std::vector<std::u16string>> questions;  // their numbers
+    std::u16string problem;                                         // why it has none
 };
 
 // The banks of the edition's catalogue with their questions. Those that need keywords to be marked are left out.
@@ -26,7 +26,7 @@ std::vector<Bank> BanksOf(const DataFolder& folder, Edition edition);
 struct PaperPlan {
     std::u16string title;
     std::int32_t minutes = 60;
-    std::map<Kind, int> counts;
+    std::map<QuestionKind, int> counts;
 };
 
 // Half an hour's worth of what the bank has.

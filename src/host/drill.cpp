@@ -55,7 +55,7 @@ Drill MakeDrill(const DataFolder& folder, Edition edition, std::int32_t subject,
         place.difficult = one.difficult;
         try {
             const Question content = LoadQuestion(folder, edition, subject, place);
-            if (content.kind == Kind::Operation) {
+            if (content.kind == QuestionKind::Operation) {
                 place.keywords = KeywordsOf(host, one);
                 if (place.keywords.empty()) RaiseComponentError(u"qmtrain", u"操作题没有评分关键字。");
             }

@@ -112,7 +112,8 @@ ComposeDialog::ComposeDialog(wxWindow* parent, const DataFolder& folder, std::ve
     AddControl(u"题库(&B)", CboBank);
     TxtTitle = AddText(u"试卷名称(&N)", u"");
     SpnMinutes = AddNumber(u"考试时间（分钟）", 30, 1, 600);
-    for (const Kind kind : {Kind::Single, Kind::Multiple, Kind::YesNo, Kind::Fill}) {
+    for (const QuestionKind kind :
+         {QuestionKind::Single, QuestionKind::Multiple, QuestionKind::YesNo, QuestionKind::Fill}) {
         SpnCounts[kind] = AddNumber(std::u16string(KindName(kind)) + u"题数", 0, 0, 0);
     }
     LblProblem = new wxStaticText(this, wxID_ANY, wxString());

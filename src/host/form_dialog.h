@@ -75,7 +75,7 @@ public:
     wxChoice* CboBank;
     wxTextCtrl* TxtTitle;
     wxSpinCtrl* SpnMinutes;
-    std::map<Kind, wxSpinCtrl*> SpnCounts;
+    std::map<QuestionKind, wxSpinCtrl*> SpnCounts;
     wxStaticText* LblProblem;
 
 private:

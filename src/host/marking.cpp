@@ -116,20 +116,12 @@ Mark MarkOperation(const Task& task, std::u16string_view answer) {
 
 }  // namespace
 
-Kind KindOf(std::u16string_view type_name) {
-    if (type_name == u"单选题") return Kind::Single;
-    if (type_name == u"多选题") return Kind::Multiple;
-    if (type_name == u"是非题") return Kind::YesNo;
-    if (type_name == u"填空题") return Kind::Fill;
-    return type_name == u"操作题" ? Kind::Operation : Kind::Unknown;
-}
-
-Answered IsAnswered(Kind kind, int blanks, std::u16string_view answer) {
+Answered IsAnswered(QuestionKind kind, int blanks, std::u16string_view answer) {
     const auto all = [](bool answered) { return answered ? Answered::Yes : Answered::No; };
     switch (kind) {
-        case Kind::Single:
-        case Kind::Multiple: return all(IsNumeric(answer) && ToLong(answer) > 0);
-        case Kind::Fill: {
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: return all(IsNumeric(answer) && ToLong(answer) > 0);
+        case QuestionKind::Fill: {
             const std::vector<std::u16string> given = SplitAll(answer, u"@");
             const auto filled = std::count_if(given.begin(), given.end(),
                                               [](const std::u16string& blank) { return !Trimmed(blank).empty(); });
@@ -156,12 +148,12 @@ Mark MarkAnswer(const Task& task, std::u16string_view answer) {
         return errors.With(0);
     }
     switch (task.kind) {
-        case Kind::Single:
-        case Kind::Multiple: return MarkChoice(task, answer);
-        case Kind::YesNo: return MarkYesNo(task, answer);
-        case Kind::Fill: return MarkFill(task, answer);
-        case Kind::Operation: return MarkOperation(task, answer);
-        case Kind::Unknown: break;
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: return MarkChoice(task, answer);
+        case QuestionKind::YesNo: return MarkYesNo(task, answer);
+        case QuestionKind::Fill: return MarkFill(task, answer);
+        case QuestionKind::Operation: return MarkOperation(task, answer);
+        case QuestionKind::Unknown: break;
     }
     return {};
 }

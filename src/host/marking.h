@@ -4,12 +4,9 @@
 #include <string>
 #include <string_view>
 
+#include "bank/question_kind.h"
+
 namespace qmtrain::host {
-
-enum class Kind { Single, Multiple, YesNo, Fill, Operation, Unknown };
-
-// By the display name of a loaded question: "单选题" …
-Kind KindOf(std::u16string_view type_name);
 
 struct Mark {
     float score = 0;
@@ -18,7 +15,7 @@ struct Mark {
 };
 
 struct Task {
-    Kind kind = Kind::Unknown;
+    QuestionKind kind = QuestionKind::Unknown;
     std::u16string standard_answer;  // as the bank stores it
     std::u16string keywords;         // of an operation question, separated by "#"
     float full_score = 0;
@@ -32,7 +29,7 @@ Mark MarkAnswer(const Task& task, std::u16string_view answer);
 enum class Answered { No, Partly, Yes };
 
 // `blanks` counts those of a fill-in question: it is answered when every one of them is.
-Answered IsAnswered(Kind kind, int blanks, std::u16string_view answer);
+Answered IsAnswered(QuestionKind kind, int blanks, std::u16string_view answer);
 
 // "未作答", "部分作答", "已作答".
 std::u16string_view AnsweredText(Answered answered);

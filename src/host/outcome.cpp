@@ -68,18 +68,6 @@ std::vector<std::size_t> Outcome::Mistakes() const {
     return places;
 }
 
-std::u16string_view KindName(Kind kind) {
-    switch (kind) {
-        case Kind::Single: return u"单选题";
-        case Kind::Multiple: return u"多选题";
-        case Kind::YesNo: return u"是非题";
-        case Kind::Fill: return u"填空题";
-        case Kind::Operation: return u"操作题";
-        case Kind::Unknown: break;
-    }
-    return u"其他";
-}
-
 std::u16string ChangeText(const Outcome& outcome) {
     if (!outcome.rate_before) return {};
     const double change = std::round((outcome.Rate() - *outcome.rate_before) * 10) / 10;
@@ -87,9 +75,9 @@ std::u16string ChangeText(const Outcome& outcome) {
     return (change > 0 ? u"比上次提高 " : u"比上次降低 ") + Format(std::abs(change), u"0.0") + u" 个百分点";
 }
 
-std::u16string ShownAnswer(Kind kind, std::u16string_view stored) {
+std::u16string ShownAnswer(QuestionKind kind, std::u16string_view stored) {
     if (IsAnswered(kind, 1, stored) == Answered::No) return u"（未作答）";
-    if (kind != Kind::Fill) return review::PaneAnswer(KindName(kind), stored);
+    if (kind != QuestionKind::Fill) return review::PaneAnswer(kind, stored);
     std::u16string text;
     for (const std::u16string& blank : SplitAll(stored, u"@")) {
         if (!text.empty()) text += u"；";

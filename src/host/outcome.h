@@ -18,7 +18,7 @@ enum class Verdict { Right, Partly, Wrong };
 std::u16string_view VerdictText(Verdict verdict);
 
 struct QuestionOutcome {
-    Kind kind = Kind::Unknown;
+    QuestionKind kind = QuestionKind::Unknown;
     float full_score = 0;
     Mark mark = {};
 
@@ -26,7 +26,7 @@ struct QuestionOutcome {
 };
 
 struct KindOutcome {
-    Kind kind = Kind::Unknown;
+    QuestionKind kind = QuestionKind::Unknown;
     int questions = 0;
     int right = 0;
     float score = 0;
@@ -50,14 +50,11 @@ struct Outcome {
     std::vector<std::size_t> Mistakes() const;
 };
 
-// "单选题" …
-std::u16string_view KindName(Kind kind);
-
 // "比上次提高 5.0 个百分点", "与上次相同"; empty when there was no time before.
 std::u16string ChangeText(const Outcome& outcome);
 
 // An answer as candidates read it: letters, "对", the blanks. "（未作答）" for none.
-std::u16string ShownAnswer(Kind kind, std::u16string_view stored);
+std::u16string ShownAnswer(QuestionKind kind, std::u16string_view stored);
 
 // "1 分 05 秒", "1 小时 02 分".
 std::u16string DurationText(std::int32_t seconds);

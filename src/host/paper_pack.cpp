@@ -30,7 +30,7 @@ public:
         Source& source = SourceOf(place.data_code, subject);
         const std::u16string of_question = OfQuestion(place, subject);
         const exchange::TableInfo* info = nullptr;
-        for (const exchange::KindInfo& kind : exchange::Kinds()) {
+        for (const QuestionKindInfo& kind : QuestionKinds()) {
             const exchange::TableInfo& one = source.rows->Info(kind.kind);
             if (!one.table.empty() &&
                 EqualNames(one.table_code, place.rec_no.substr(std::min<std::size_t>(2, place.rec_no.size()), 2))) {

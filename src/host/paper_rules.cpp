@@ -13,7 +13,6 @@
 #include "host/drill.h"
 #include "host/outcome.h"
 #include "host/question_use.h"
-#include "host/sample_questions.h"
 
 namespace qmtrain::host {
 namespace {
@@ -22,12 +21,15 @@ constexpr std::size_t kLongestTitle = 100;
 constexpr float kMostPoints = 1000;
 
 struct Usual {
-    Kind kind;
+    QuestionKind kind;
     float points;
 };
 // In the order of papers.
-constexpr Usual kUsual[] = {
-    {Kind::Single, 2}, {Kind::Multiple, 4}, {Kind::YesNo, 2}, {Kind::Fill, 4}, {Kind::Operation, 20}};
+constexpr Usual kUsual[] = {{QuestionKind::Single, 2},
+                            {QuestionKind::Multiple, 4},
+                            {QuestionKind::YesNo, 2},
+                            {QuestionKind::Fill, 4},
+                            {QuestionKind::Operation, 20}};
 
 [[noreturn]] void Refuse(std::u16string text) {
     RaiseComponentError(u"qmtrain", std::move(text));
@@ -46,7 +48,7 @@ struct Candidate {
 struct Drawn {
     std::u16string data_code;
     std::u16string rec_no;
-    Kind kind;
+    QuestionKind kind;
     float points;
     std::int32_t difficulty;
     std::u16string keywords;
@@ -76,7 +78,7 @@ std::int32_t AddPaper(const DataFolder& folder, std::int32_t subject, std::u16st
     host->Atomically([&] {
         Paper paper{.subject = subject, .title = std::u16string(title), .minutes = minutes};
         for (const Drawn& one : questions) {
-            paper.questions.push_back({.type = RowOf(one.kind).type,
+            paper.questions.push_back({.type = InfoOf(one.kind).type,
                                        .data_code = one.data_code,
                                        .rec_no = one.rec_no,
                                        .score = one.points,
@@ -109,7 +111,7 @@ std::set<std::pair<std::u16string, std::u16string>> QuestionsOfLast(const DataFo
 
 }  // namespace
 
-float UsualPoints(Kind kind) {
+float UsualPoints(QuestionKind kind) {
     return std::find_if(std::begin(kUsual), std::end(kUsual), [&](const Usual& one) { return one.kind == kind; })
         ->points;
 }
@@ -137,7 +139,7 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
             if (rules.most_difficulty != 0 && difficulty > rules.most_difficulty) continue;
             if (!question.category.starts_with(rules.category)) continue;
             if (last.contains({ToUpper(code), ToUpper(question.rec_no)})) continue;
-            if (question.kind == exchange::Kind::Operation && question.keywords.empty()) {
+            if (question.kind == QuestionKind::Operation && question.keywords.empty()) {
                 ++without_keywords;
                 continue;
             }
@@ -154,7 +156,7 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
         RequirePoints(part->second.points);
         std::vector<const Candidate*> candidates;
         for (const Candidate& one : all) {
-            if (KindOf(one.question.kind) == usual.kind) candidates.push_back(&one);
+            if (one.question.kind == usual.kind) candidates.push_back(&one);
         }
         Shuffle(candidates, random);
         if (rules.seldom_first) {
@@ -165,7 +167,8 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
         if (candidates.size() < wanted) {
             missing += u"\n" + std::u16string(KindName(usual.kind)) + u"要 " + Number(wanted) +
                        u" 题，符合条件的只有 " + Number(candidates.size()) + u" 题。";
-            if (usual.kind == Kind::Operation && without_keywords > 0) missing += u"没有评分要点的操作题不能自动组卷。";
+            if (usual.kind == QuestionKind::Operation && without_keywords > 0)
+                missing += u"没有评分要点的操作题不能自动组卷。";
             continue;
         }
         for (std::size_t i = 0; i < wanted; ++i) {
@@ -198,8 +201,8 @@ std::int32_t MakePaper(const DataFolder& folder, std::u16string_view title, std:
         const dao::Connection database(exchange::FileOf(folder.Banks(), bank));
         const auto question = exchange::BankRows(*database.operator->(), bank.code).Find(chosen.rec_no);
         if (!question) Refuse(u"题库“" + bank.name + u"”中没有试题 " + chosen.rec_no + u"。");
-        const Kind kind = KindOf(question->kind);
-        if (kind == Kind::Operation && question->keywords.empty()) {
+        const QuestionKind kind = question->kind;
+        if (kind == QuestionKind::Operation && question->keywords.empty()) {
             Refuse(u"操作题 " + chosen.rec_no + u" 没有评分要点，不能评分；请先在题库中写上要点。");
         }
         drawn.push_back({bank.code, question->rec_no, kind, chosen.points > 0 ? chosen.points : UsualPoints(kind),

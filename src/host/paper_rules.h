@@ -21,7 +21,7 @@ struct PaperRules {
     std::u16string title;
     std::int32_t minutes = 60;
     std::vector<std::u16string> banks;  // codes; all of one subject
-    std::map<Kind, Part> parts;
+    std::map<QuestionKind, Part> parts;
     std::int32_t least_difficulty = 0;  // 1 to 3; 0: any. Questions without one count as 1.
     std::int32_t most_difficulty = 0;
     std::u16string category;  // what the questions' category begins with
@@ -43,7 +43,7 @@ struct ChosenQuestion {
 std::int32_t MakePaper(const DataFolder& folder, std::u16string_view title, std::int32_t minutes,
                        const std::vector<ChosenQuestion>& questions);
 
-float UsualPoints(Kind kind);
+float UsualPoints(QuestionKind kind);
 
 // Puts the papers' questions, with everything that the network edition reads, into a local paper database. A file that
 // is there keeps its other questions; all or nothing. Returns how many questions there are in the papers. Raises the

@@ -86,8 +86,8 @@ private:
 };
 
 std::u16string AnswerOf(const Question& question) {
-    if (question.kind == Kind::Fill) return review::FillText(question.answer);
-    return review::PaneAnswer(question.type_name, question.answer);
+    if (question.kind == QuestionKind::Fill) return review::FillText(question.answer);
+    return review::PaneAnswer(question.kind, question.answer);
 }
 
 std::u16string Numeral(std::size_t number) {
@@ -113,7 +113,7 @@ report::Report PaperSheet(const DataFolder& folder, Edition edition, const Paper
         sheet.sections.push_back(std::move(person));
     }
     Explanations explanations(folder, edition, paper.subject);
-    std::optional<Kind> kind;
+    std::optional<QuestionKind> kind;
     std::size_t parts = 0;
     std::size_t done = 0;
     for (const PaperQuestion& place : paper.questions) {
@@ -143,9 +143,9 @@ report::Report PaperSheet(const DataFolder& folder, Edition edition, const Paper
             if (explanation.Length() > 0) AppendBelow(section.text, u"解析：", Bold(), explanation);
             row.push_back(answer);
             row.push_back(explanation.PlainText());
-        } else if (question.kind == Kind::YesNo) {
+        } else if (question.kind == QuestionKind::YesNo) {
             AppendBelow(section.text, u"（　　）对　　（　　）错", {});
-        } else if (question.kind == Kind::Operation) {
+        } else if (question.kind == QuestionKind::Operation) {
             section.room_below = kRoomForAnswer;
         }
         sheet.sections.push_back(std::move(section));

@@ -220,19 +220,18 @@ Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t su
     if (item.Title().empty() && item.Answer().empty()) missing(u"题库中没有这个题号。");
 
     Question question;
-    question.type_name = item.QuestionType();
-    question.kind = KindOf(question.type_name);
+    question.kind = item.Kind();
     question.answer = item.Answer();
-    if (question.kind == Kind::Unknown) missing(u"题型无法识别。");
+    if (question.kind == QuestionKind::Unknown) missing(u"题型无法识别。");
     std::shared_ptr<TextCollection> options = item.ChoiceItems();
-    const bool choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
+    const bool choice = IsChoice(question.kind);
     if (choice && !options) options = OptionsInBank(folder, place);
     question.stem = ui::StoredText(item.Title());
     question.options = OptionTexts(options.get());
     if (choice && question.options.empty()) missing(u"没有选择项。");
     if (choice && question.options.size() > kMostOptions) missing(u"选择项太多。");
     if (choice && !IsLongOrNone(question.answer)) missing(u"标准答案无法识别。");
-    if (question.kind == Kind::Fill) {
+    if (question.kind == QuestionKind::Fill) {
         FillAnswer answer;
         answer.Answer(item.Answer());
         question.blanks = answer.GetFillCount();

@@ -54,8 +54,7 @@ std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t trai
 
 // A question as it is shown to be answered.
 struct Question {
-    Kind kind = Kind::Unknown;
-    std::u16string type_name;
+    QuestionKind kind = QuestionKind::Unknown;
     document::RichText stem;
     std::vector<document::RichText> options;  // of a choice question, from A
     int blanks = 0;                           // of a fill-in question

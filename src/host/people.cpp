@@ -1,11 +1,11 @@
 #include "host/people.h"
 
+#include "bank/question_kind.h"
 #include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
 #include "dao/dao.h"
-#include "host/sample_questions.h"
 #include "records/ncre_user.h"
 
 namespace qmtrain::host {
@@ -112,7 +112,7 @@ void AddQuestionTypes(const DataFolder& folder, std::int32_t subject) {
         const auto rows =
             client->OpenRecordset(u"Select * From Tbl_QuestionType Where SubjectCode='" + ToText(subject) + u"'");
         if (HasRow(*rows)) return;
-        for (const KindRow& kind : KindRows()) {
+        for (const QuestionKindInfo& kind : QuestionKinds()) {
             rows->AddNew();
             rows->Fields(u"I_TypeID").Value(kind.type);
             rows->Fields(u"C_TestStyle").Value(kind.type_name);

@@ -310,7 +310,8 @@ void PracticeWindow::ShowQuestion() {
     const host::Question& question = practice_.Content(current_);
     const PaperQuestion& place = practice_.Place(current_);
     LblTitle->SetLabelText(ui::ToWx(u"第 " + Number(current_ + 1) + u" / " + Number(practice_.Size()) + u" 题"));
-    LblKind->SetLabelText(ui::ToWx(question.type_name + u" · " + ToText(Value(place.score)) + u" 分"));
+    LblKind->SetLabelText(
+        ui::ToWx(std::u16string(KindName(question.kind)) + u" · " + ToText(Value(place.score)) + u" 分"));
     LblPaper->SetLabelText(ui::ToWx(practice_.GetPaper().title + u"　" + candidate_ + u"　" +
                                     std::u16string(ModeText(practice_.GetMode())) +
                                     (practice_.GetEdition() == Edition::Network ? u"　网络版" : u"")));

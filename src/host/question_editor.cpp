@@ -27,13 +27,14 @@ constexpr int kCheckDelay = 300;  // milliseconds behind the last key
 
 constexpr std::u16string_view kTitle = u"编辑试题";
 
-std::u16string_view CaptionOfAnswer(exchange::Kind kind) {
+std::u16string_view CaptionOfAnswer(QuestionKind kind) {
     switch (kind) {
-        case exchange::Kind::Single: return u"选项（标出正确的一项）";
-        case exchange::Kind::Multiple: return u"选项（标出所有正确的项）";
-        case exchange::Kind::YesNo: return u"答案";
-        case exchange::Kind::Fill: return u"答案：每空一行，同一空的几个答案之间用“#”";
-        case exchange::Kind::Operation: break;
+        case QuestionKind::Single: return u"选项（标出正确的一项）";
+        case QuestionKind::Multiple: return u"选项（标出所有正确的项）";
+        case QuestionKind::YesNo: return u"答案";
+        case QuestionKind::Fill: return u"答案：每空一行，同一空的几个答案之间用“#”";
+        case QuestionKind::Operation:
+        case QuestionKind::Unknown: break;
     }
     return u"要求（评分的依据）";
 }
@@ -61,7 +62,7 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
         SetSpokenName(*control, caption);
     };
     CboKind = new wxChoice(page_, wxID_ANY);
-    for (const exchange::KindInfo& kind : exchange::Kinds()) CboKind->Append(ui::ToWx(kind.name));
+    for (const QuestionKindInfo& kind : QuestionKinds()) CboKind->Append(ui::ToWx(kind.name));
     CboKind->SetSelection(static_cast<int>(question_.kind));
     CboKind->Enable(question_.rec_no.empty());  // a number says which table the question is in
     field(u"题型", CboKind);
@@ -124,7 +125,7 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
     Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Check(); });
     CboKind->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) {
         question_ = Written();
-        question_.kind = static_cast<exchange::Kind>(CboKind->GetSelection());
+        question_.kind = static_cast<QuestionKind>(CboKind->GetSelection());
         BuildAnswer();
     });
     BtnSave->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Save(); });
@@ -178,7 +179,7 @@ void QuestionEditor::BuildTools(wxSizer* box) {
     box->Add(row, 0, wxBOTTOM, FromDIP(ui::kGap));
 }
 
-exchange::Kind QuestionEditor::KindNow() const {
+QuestionKind QuestionEditor::KindNow() const {
     return question_.kind;
 }
 
@@ -201,8 +202,8 @@ void QuestionEditor::BuildAnswer() {
         return control;
     };
     switch (KindNow()) {
-        case exchange::Kind::Single:
-        case exchange::Kind::Multiple:
+        case QuestionKind::Single:
+        case QuestionKind::Multiple:
             for (const exchange::Option& option : question_.options) AddOption(option);
             while (TxtOptions.size() < kUsualOptions && question_.rec_no.empty()) AddOption({});
             BtnMoreOptions = new wxButton(page_, wxID_ANY, ui::ToWx(u"增加一个选项(&A)"));
@@ -215,7 +216,7 @@ void QuestionEditor::BuildAnswer() {
             });
             answer_->Add(BtnMoreOptions);
             break;
-        case exchange::Kind::YesNo: {
+        case QuestionKind::YesNo: {
             auto* row = new wxBoxSizer(wxHORIZONTAL);
             OptTrue = new wxRadioButton(page_, wxID_ANY, ui::ToWx(u"对"), wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
             OptFalse = new wxRadioButton(page_, wxID_ANY, ui::ToWx(u"错"));
@@ -225,13 +226,13 @@ void QuestionEditor::BuildAnswer() {
             answer_->Add(row);
             break;
         }
-        case exchange::Kind::Fill: {
+        case QuestionKind::Fill: {
             std::u16string lines = exchange::StoredAnswer(question_);
             std::replace(lines.begin(), lines.end(), u'@', u'\n');
             TxtAnswer = text(u"答案", lines, 80);
             break;
         }
-        case exchange::Kind::Operation: {
+        case QuestionKind::Operation: {
             TxtAnswer = text(u"要求", question_.requirements, 90);
             answer_->Add(Caption(page_, u"评分要点：每行一个，答案中有它就得分"), 0, wxBOTTOM, FromDIP(ui::kTiny));
             std::u16string lines = question_.keywords;
@@ -239,6 +240,7 @@ void QuestionEditor::BuildAnswer() {
             TxtKeywords = text(u"评分要点", lines, 60);
             break;
         }
+        case QuestionKind::Unknown: break;
     }
     // Controls made later stand later in the order of the Tab key.
     wxWindow* last = page_->GetChildren().GetLast()->GetData();
@@ -257,7 +259,7 @@ void QuestionEditor::AddOption(const exchange::Option& option) {
     // One of a single choice takes the mark from the others.
     right->Bind(wxEVT_CHECKBOX, [this, right](wxCommandEvent& event) {
         event.Skip();
-        if (KindNow() != exchange::Kind::Single || !right->GetValue()) return;
+        if (KindNow() != QuestionKind::Single || !right->GetValue()) return;
         for (wxCheckBox* other : ChkRight) {
             if (other != right) other->SetValue(false);
         }
@@ -296,8 +298,8 @@ exchange::Question QuestionEditor::Written() {
         return out;
     };
     switch (KindNow()) {
-        case exchange::Kind::Single:
-        case exchange::Kind::Multiple:
+        case QuestionKind::Single:
+        case QuestionKind::Multiple:
             written.options.clear();
             for (std::size_t i = 0; i < TxtOptions.size(); ++i) {
                 written.options.push_back({TxtOptions[i]->GetRich(), ChkRight[i]->GetValue()});
@@ -307,12 +309,12 @@ exchange::Question QuestionEditor::Written() {
                 written.options.pop_back();
             }
             break;
-        case exchange::Kind::YesNo: written.is_true = OptTrue->GetValue(); break;
-        case exchange::Kind::Fill:
+        case QuestionKind::YesNo: written.is_true = OptTrue->GetValue(); break;
+        case QuestionKind::Fill:
             written.blanks.clear();
             for (const std::u16string& line : lines(*TxtAnswer)) written.blanks.push_back(SplitAll(line, u"#"));
             break;
-        case exchange::Kind::Operation: {
+        case QuestionKind::Operation: {
             written.requirements = exchange::Trimmed(ui::FromWx(TxtAnswer->GetValue()));
             written.keywords.clear();
             for (const std::u16string& line : lines(*TxtKeywords)) {
@@ -320,6 +322,7 @@ exchange::Question QuestionEditor::Written() {
             }
             break;
         }
+        case QuestionKind::Unknown: break;
     }
     return written;
 }

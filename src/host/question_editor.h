@@ -49,7 +49,7 @@ private:
     void BuildAnswer();
     void AddOption(const exchange::Option& option);
     RichEditor* FocusedEditor();
-    exchange::Kind KindNow() const;
+    QuestionKind KindNow() const;
     exchange::Question Written();
     bool IsChanged();
     void Check();

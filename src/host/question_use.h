@@ -10,15 +10,8 @@
 #include "core/date.h"
 #include "exchange/bank_file.h"
 #include "host/data_folder.h"
-#include "host/marking.h"
 
 namespace qmtrain::host {
-
-// The kinds of the two rooms.
-constexpr Kind KindOf(exchange::Kind kind) {
-    return static_cast<Kind>(kind);
-}
-static_assert(KindOf(exchange::Kind::Single) == Kind::Single && KindOf(exchange::Kind::Operation) == Kind::Operation);
 
 struct QuestionUse {
     int times = 0;  // in practices that are handed in

@@ -180,7 +180,7 @@ AnswerPanel& QuestionView::Answers() {
 void QuestionView::Ask(const Question& question, std::u16string_view answer, int zoom) {
     question_ = question;
     answer_ = answer;
-    is_text_ = question.kind == Kind::Operation;
+    is_text_ = question.kind == QuestionKind::Operation;
     shown_feedback_.clear();
     if (page_feedback_ != nullptr) page_feedback_->Destroy();
     page_feedback_ = nullptr;
@@ -206,12 +206,12 @@ void QuestionView::Reveal(const QuestionOutcome& outcome) {
                                    ToText(Value(outcome.mark.score)) + u" 分（满分 " +
                                    ToText(Value(outcome.full_score)) + u" 分）";
     std::u16string lines;
-    if (question_.kind == Kind::Operation) {
+    if (question_.kind == QuestionKind::Operation) {
         lines = outcome.mark.error.empty() ? u"要点都写到了。" : outcome.mark.error;
     } else {
         lines = u"正确答案：" + ShownAnswer(question_.kind, question_.answer) + u"\n你的答案：" +
                 ShownAnswer(question_.kind, answer_);
-        const bool told = question_.kind == Kind::Fill && !outcome.mark.error.empty();
+        const bool told = question_.kind == QuestionKind::Fill && !outcome.mark.error.empty();
         if (told) lines += u"\n" + outcome.mark.error;
     }
     shown_feedback_ = heading + u"\n" + lines;

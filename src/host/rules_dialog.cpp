@@ -24,12 +24,13 @@ RulesDialog::RulesDialog(wxWindow* parent, const DataFolder& folder)
     AddControl(u"题库(&B)", LstBanks);
     TxtTitle = AddText(u"试卷名称(&N)", u"测验");
     SpnMinutes = AddNumber(u"考试时间（分钟）", 60, 1, 600);
-    for (const Kind kind : {Kind::Single, Kind::Multiple, Kind::YesNo, Kind::Fill, Kind::Operation}) {
+    for (const QuestionKind kind : {QuestionKind::Single, QuestionKind::Multiple, QuestionKind::YesNo,
+                                    QuestionKind::Fill, QuestionKind::Operation}) {
         auto* row = new wxPanel(this);
         auto* sizer = new wxBoxSizer(wxHORIZONTAL);
         const std::u16string name(KindName(kind));
         SpnCounts[kind] = new wxSpinCtrl(row, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxSP_ARROW_KEYS,
-                                         0, 500, kind == Kind::Single ? 10 : 0);
+                                         0, 500, kind == QuestionKind::Single ? 10 : 0);
         SpnPoints[kind] = new wxSpinCtrlDouble(row, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                                                wxSP_ARROW_KEYS, 0.5, 100, UsualPoints(kind), 0.5);
         SetSpokenName(*SpnCounts[kind], name + u"题数");

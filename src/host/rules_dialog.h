@@ -22,8 +22,8 @@ public:
     wxCheckListBox* LstBanks;
     wxTextCtrl* TxtTitle;
     wxSpinCtrl* SpnMinutes;
-    std::map<Kind, wxSpinCtrl*> SpnCounts;
-    std::map<Kind, wxSpinCtrlDouble*> SpnPoints;
+    std::map<QuestionKind, wxSpinCtrl*> SpnCounts;
+    std::map<QuestionKind, wxSpinCtrlDouble*> SpnPoints;
     wxChoice* CboLeast;
     wxChoice* CboMost;
     wxCheckBox* ChkSeldom;

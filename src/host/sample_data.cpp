@@ -55,7 +55,7 @@ constexpr SubjectRow kSubjects[] = {
 
 // A run of questions of one kind as they stand in a bank.
 struct PartRow {
-    Kind kind;
+    QuestionKind kind;
     int first;
     int count;
     float score;  // of each
@@ -75,22 +75,28 @@ const PaperRow kPapers[] = {
      1,
      0,
      60,
-     {{Kind::Single, 1, 10, 4}, {Kind::Multiple, 1, 3, 6}, {Kind::YesNo, 1, 4, 3}, {Kind::Fill, 1, 3, 10}}},
+     {{QuestionKind::Single, 1, 10, 4},
+      {QuestionKind::Multiple, 1, 3, 6},
+      {QuestionKind::YesNo, 1, 4, 3},
+      {QuestionKind::Fill, 1, 3, 10}}},
     {u"笔试练习二",
      2,
      0,
      60,
-     {{Kind::Single, 7, 10, 4}, {Kind::Multiple, 4, 3, 6}, {Kind::YesNo, 5, 4, 3}, {Kind::Fill, 4, 3, 10}}},
-    {u"上机练习", 0, 1, 60, {{Kind::Operation, 1, 4, 25}}},
+     {{QuestionKind::Single, 7, 10, 4},
+      {QuestionKind::Multiple, 4, 3, 6},
+      {QuestionKind::YesNo, 5, 4, 3},
+      {QuestionKind::Fill, 4, 3, 10}}},
+    {u"上机练习", 0, 1, 60, {{QuestionKind::Operation, 1, 4, 25}}},
     {u"模拟练习",
      3,
      2,
      10,
-     {{Kind::Single, 4, 1, 10},
-      {Kind::Multiple, 3, 1, 20},
-      {Kind::YesNo, 7, 1, 10},
-      {Kind::Fill, 2, 1, 20},
-      {Kind::Operation, 1, 1, 40}}},
+     {{QuestionKind::Single, 4, 1, 10},
+      {QuestionKind::Multiple, 3, 1, 20},
+      {QuestionKind::YesNo, 7, 1, 10},
+      {QuestionKind::Fill, 2, 1, 20},
+      {QuestionKind::Operation, 1, 1, 40}}},
 };
 
 bool IsEmpty(dao::Database& database, std::u16string_view table) {
@@ -130,7 +136,8 @@ void FillClient(dao::Database& client) {
     if (!IsEmpty(client, u"Tbl_QuestionType")) return;
     TableWriter types(client, u"Tbl_QuestionType");
     for (const SubjectRow& subject : kSubjects) {
-        for (const KindRow& kind : KindRows()) types.Add({kind.type, kind.type_name, Null(), ToText(subject.code)});
+        for (const QuestionKindInfo& kind : QuestionKinds())
+            types.Add({kind.type, kind.type_name, Null(), ToText(subject.code)});
     }
 }
 
@@ -143,10 +150,10 @@ void FillCatalogue(dao::Database& catalogue) {
 void FillBank(dao::Database& database, const SampleBank& bank) {
     AddTeachingColumns(database);
     TableWriter directory(database, u"Tbl_Information");
-    for (const KindRow& kind : KindRows()) directory.Add({kind.table_code, bank.code, kind.table});
+    for (const QuestionKindInfo& kind : QuestionKinds()) directory.Add({kind.table_code, bank.code, kind.table});
     TableWriter options(database, u"Tbl_ChoiceVice");
     for (const SampleQuestion& question : bank.questions) {
-        TableWriter rows(database, RowOf(question.kind).table);
+        TableWriter rows(database, InfoOf(question.kind).table);
         rows.Add({question.rec_no, bank.code, bank.subject, question.title, question.answer},
                  {{u"I_Difficulty", question.difficulty}, {u"M_Keywords", question.keywords}});
         char16_t letter = u'A';
@@ -167,7 +174,7 @@ void FillPaper(TableWriter& questions, std::int32_t paper_no, const PaperRow& pa
     for (const PartRow& part : paper.parts) {
         for (int i = part.first; i < part.first + part.count; ++i) {
             const SampleQuestion& question = *FindSampleQuestion(SampleRecNo(bank.code, part.kind, i));
-            questions.Add({paper_no, ++number, RowOf(part.kind).type, bank.code, question.rec_no, part.score,
+            questions.Add({paper_no, ++number, InfoOf(part.kind).type, bank.code, question.rec_no, part.score,
                            question.distinction, question.difficulty, question.keywords});
         }
     }

@@ -72,12 +72,12 @@ public:
         if (Happens(0.03)) return {};
         const bool knows = Happens(skill_ + 0.08 * (2 - question.difficulty));
         switch (question.kind) {
-            case Kind::Single: return knows ? question.answer : OtherOption(question);
-            case Kind::Multiple: return knows ? question.answer : OneOptionWrong(question);
-            case Kind::YesNo: return (question.answer == u"0") == knows ? u"0" : u"-1";
-            case Kind::Fill: return Blanks(question);
-            case Kind::Operation: return Lines(question.candidate);
-            case Kind::Unknown: break;
+            case QuestionKind::Single: return knows ? question.answer : OtherOption(question);
+            case QuestionKind::Multiple: return knows ? question.answer : OneOptionWrong(question);
+            case QuestionKind::YesNo: return (question.answer == u"0") == knows ? u"0" : u"-1";
+            case QuestionKind::Fill: return Blanks(question);
+            case QuestionKind::Operation: return Lines(question.candidate);
+            case QuestionKind::Unknown: break;
         }
         return {};
     }

@@ -8,14 +8,6 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr KindRow kKinds[] = {
-    {Kind::Single, 1, u"单项选择题", u"01", u"TBL_CHOICE"},
-    {Kind::Multiple, 27, u"多项选择题", u"02", u"TBL_CHOICES"},
-    {Kind::YesNo, 26, u"判断题", u"03", u"TBL_YESNO"},
-    {Kind::Fill, 11, u"填空题", u"04", u"TBL_FILL"},
-    {Kind::Operation, 30, u"操作题", u"05", u"TBL_OPERATION"},
-};
-
 constexpr int kCodePage = 936;
 
 // "宋体" for the text, "Courier New" for programs.
@@ -80,11 +72,11 @@ public:
     explicit BankBuilder(SampleBank& bank) : bank_(bank) {}
 
     void Add(const BankRows& rows) {
-        AddChoices(Kind::Single, rows.single);
-        AddChoices(Kind::Multiple, rows.multiple);
-        for (const YesNoRow& row : rows.yes_no) Add(Kind::YesNo, row).answer = row.right ? u"-1" : u"0";
+        AddChoices(QuestionKind::Single, rows.single);
+        AddChoices(QuestionKind::Multiple, rows.multiple);
+        for (const YesNoRow& row : rows.yes_no) Add(QuestionKind::YesNo, row).answer = row.right ? u"-1" : u"0";
         for (const FillRow& row : rows.fill) {
-            SampleQuestion& question = Add(Kind::Fill, row);
+            SampleQuestion& question = Add(QuestionKind::Fill, row);
             question.answer = row.answer;
             question.candidate = row.mistakes;
         }
@@ -93,7 +85,7 @@ public:
 
 private:
     template <class Row>
-    SampleQuestion& Add(Kind kind, const Row& row) {
+    SampleQuestion& Add(QuestionKind kind, const Row& row) {
         if (kind != kind_) number_ = 0;
         kind_ = kind;
         SampleQuestion& question = bank_.questions.emplace_back();
@@ -104,7 +96,7 @@ private:
         return question;
     }
 
-    void AddChoices(Kind kind, std::span<const ChoiceRow> rows) {
+    void AddChoices(QuestionKind kind, std::span<const ChoiceRow> rows) {
         for (const ChoiceRow& row : rows) {
             SampleQuestion& question = Add(kind, row);
             question.options.assign(std::begin(row.options), std::end(row.options));
@@ -113,7 +105,7 @@ private:
     }
 
     void AddOperation(const OperationRow& row) {
-        SampleQuestion& question = Add(Kind::Operation, row);
+        SampleQuestion& question = Add(QuestionKind::Operation, row);
         question.distinction = row.distinction;
         question.answer = PlainText(row.requirements);
         question.keywords = row.keywords;
@@ -121,7 +113,7 @@ private:
     }
 
     SampleBank& bank_;
-    Kind kind_ = Kind::Unknown;
+    QuestionKind kind_ = QuestionKind::Unknown;
     int number_ = 0;
 };
 
@@ -134,14 +126,6 @@ std::vector<SampleBank> MakeBanks() {
 }
 
 }  // namespace
-
-std::span<const KindRow> KindRows() {
-    return kKinds;
-}
-
-const KindRow& RowOf(Kind kind) {
-    return *std::find_if(std::begin(kKinds), std::end(kKinds), [&](const KindRow& row) { return row.kind == kind; });
-}
 
 const std::vector<SampleBank>& SampleBanks() {
     static const std::vector<SampleBank> banks = MakeBanks();
@@ -157,9 +141,9 @@ const SampleQuestion* FindSampleQuestion(std::u16string_view rec_no) {
     return nullptr;
 }
 
-std::u16string SampleRecNo(std::u16string_view bank, Kind kind, int number) {
+std::u16string SampleRecNo(std::u16string_view bank, QuestionKind kind, int number) {
     const std::u16string digits = ToText(10000 + number).substr(1);
-    return std::u16string(bank).append(RowOf(kind).table_code).append(digits);
+    return std::u16string(bank).append(InfoOf(kind).table_code).append(digits);
 }
 
 }  // namespace qmtrain::host

@@ -2,31 +2,16 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/marking.h"
+#include "bank/question_kind.h"
 
 namespace qmtrain::host {
 
-// How the databases know a kind of question.
-struct KindRow {
-    Kind kind;
-    std::int32_t type;
-    std::u16string_view type_name;
-    std::u16string_view table_code;  // characters 3 and 4 of a record number
-    std::u16string_view table;
-};
-
-std::span<const KindRow> KindRows();
-
-// Requires: a known kind.
-const KindRow& RowOf(Kind kind);
-
 struct SampleQuestion {
-    Kind kind = Kind::Unknown;
+    QuestionKind kind = QuestionKind::Unknown;
     std::u16string rec_no;
     std::u16string title;                 // plain text or RTF
     std::vector<std::u16string> options;  // of a choice question, from A
@@ -54,6 +39,6 @@ const std::vector<SampleBank>& SampleBanks();
 const SampleQuestion* FindSampleQuestion(std::u16string_view rec_no);
 
 // "JC010003" for the third question of a kind in the bank JC.
-std::u16string SampleRecNo(std::u16string_view bank, Kind kind, int number);
+std::u16string SampleRecNo(std::u16string_view bank, QuestionKind kind, int number);
 
 }  // namespace qmtrain::host

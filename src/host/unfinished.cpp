@@ -39,7 +39,7 @@ std::int32_t AnsweredIn(dao::Connection& host, std::int32_t train_id) {
     std::int32_t count = 0;
     const auto rows = host->OpenRecordset(u"Select Answer From UnfinishedAnswers" + OfTraining(train_id));
     for (; !rows->Eof(); rows->MoveNext()) {
-        if (IsAnswered(Kind::Fill, 1, TextOr(rows->Fields(u"Answer").Value(), u"")) != Answered::No) ++count;
+        if (IsAnswered(QuestionKind::Fill, 1, TextOr(rows->Fields(u"Answer").Value(), u"")) != Answered::No) ++count;
     }
     return count;
 }

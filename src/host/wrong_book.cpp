@@ -208,7 +208,7 @@ document::RichText WrongText(WrongBook& book, const WrongEntry& entry) {
     }
     text.EndParagraph();
     report::AppendLine(text, u"我的答案", ShownAnswer(question.kind, book.StudentAnswer(entry)));
-    if (question.kind != Kind::Unknown)
+    if (question.kind != QuestionKind::Unknown)
         report::AppendLine(text, u"正确答案", ShownAnswer(question.kind, question.answer));
     report::AppendLine(text, u"错误次数",
                        TimesText(entry) + u"（最近一次 " + DateText(entry.item.last_wrong) + u"，得 " +

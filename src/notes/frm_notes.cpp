@@ -450,14 +450,17 @@ bool FrmNotes::ShowNote(const std::u16string& key) {
 void FrmNotes::ShowQuestion() {
     const bool now = BtnViewAnswer->IsShown();
     question_ = GetQuestionItem(source_, *note_);
-    SetText(LblQuestionType, question_.loaded ? u"试题类型：" + question_.type : std::u16string());
-    BtnViewAnswer->Show(question_.loaded && ShowsAnswerButton(question_.type, now));
+    const bool known = question_.kind != QuestionKind::Unknown;
+    std::u16string type;
+    if (question_.loaded) type.append(u"试题类型：").append(known ? KindName(question_.kind) : u"");
+    SetText(LblQuestionType, type);
+    BtnViewAnswer->Show(question_.loaded && ShowsAnswerButton(question_.kind, now));
     RtfQuestion->SetText(question_.text);
 }
 
 void FrmNotes::BtnViewAnswer_Click() {
     Trapped(u"FrmNotes.BtnViewAnswer_Click", [&] {
-        const std::u16string text = AnswerText(question_.type, question_.answer);
+        const std::u16string text = AnswerText(question_.kind, question_.answer);
         if (!text.empty()) ui::Inform(this, text, kAnswerTitle);
     });
 }

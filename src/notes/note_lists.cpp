@@ -48,7 +48,7 @@ NoteQuestion GetQuestionItem(const NotesSource& source, const Note& note) {
             result.text.AppendText(problem);
             return;
         }
-        result.type = question.QuestionType();
+        result.kind = question.Kind();
         result.answer = question.Answer();
         result.text = ui::QuestionText(question.Title(), question.ChoiceItems().get());
         result.loaded = true;

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "bank/question_kind.h"
 #include "document/rich_text.h"
 #include "notes/notes_tree.h"
 #include "ui/list_model.h"
@@ -24,7 +25,7 @@ std::vector<ui::ListRow> BankRows(const BankNode& bank, Note& note, std::int32_t
 // The question that a note was written on.
 struct NoteQuestion {
     bool loaded = false;
-    std::u16string type;
+    QuestionKind kind = QuestionKind::Unknown;
     std::u16string answer;    // as stored
     document::RichText text;  // stem and options, or why there are none
 };

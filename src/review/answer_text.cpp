@@ -90,12 +90,12 @@ AnswerKind KindOfType(std::int32_t question_type, std::u16string_view type_name)
     return Contains(type_name, u"是非") || Contains(type_name, u"判断") ? AnswerKind::YesNo : AnswerKind::Text;
 }
 
-AnswerKind KindOfQuestion(std::u16string_view kind) {
-    if (kind == u"单选题" || kind == u"多选题") return AnswerKind::Choice;
-    return kind == u"是非题" ? AnswerKind::YesNo : AnswerKind::Text;
+AnswerKind KindOfQuestion(QuestionKind kind) {
+    if (IsChoice(kind)) return AnswerKind::Choice;
+    return kind == QuestionKind::YesNo ? AnswerKind::YesNo : AnswerKind::Text;
 }
 
-std::u16string PaneAnswer(std::u16string_view kind, std::u16string_view stored) {
+std::u16string PaneAnswer(QuestionKind kind, std::u16string_view stored) {
     constexpr std::int32_t kAnyType = 1;
     return ShownAnswer(kAnyType, KindOfQuestion(kind), stored);
 }

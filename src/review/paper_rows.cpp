@@ -109,7 +109,7 @@ QuestionPanes ShowQuestionItem(const PaperSource& source, const ui::ListRow& row
         }
         panes.title = ui::StoredText(question.Title());
         if (question.ChoiceItems()) panes.options = ui::OptionsText(*question.ChoiceItems());
-        panes.answer = AnswerPane(type, KindOfQuestion(question.QuestionType()), question.Answer(), student_answer);
+        panes.answer = AnswerPane(type, KindOfQuestion(question.Kind()), question.Answer(), student_answer);
     });
 }
 

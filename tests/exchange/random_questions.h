@@ -92,22 +92,22 @@ private:
 
     Question One(bool several_blanks, bool more) {
         Question question;
-        question.kind = static_cast<Kind>(Number(0, 4));
+        question.kind = static_cast<QuestionKind>(Number(0, 4));
         question.stem = Text();
         if (Number(0, 2) == 0) question.analysis = Text();
         if (Number(0, 2) == 0)
             question.category = u"数据结构/" + std::u16string(1, static_cast<char16_t>(u'A' + Number(0, 3)));
         if (more && Number(0, 1) == 0) question.difficulty = Number(1, 3);
         switch (question.kind) {
-            case Kind::Single:
-            case Kind::Multiple:
+            case QuestionKind::Single:
+            case QuestionKind::Multiple:
                 for (int i = Number(2, 6); i > 0; --i)
-                    question.options.push_back({Text(), question.kind == Kind::Multiple && Number(0, 1) == 0});
+                    question.options.push_back({Text(), question.kind == QuestionKind::Multiple && Number(0, 1) == 0});
                 question.options[static_cast<std::size_t>(Number(0, static_cast<int>(question.options.size()) - 1))]
                     .right = true;
                 break;
-            case Kind::YesNo: question.is_true = Number(0, 1) == 0; break;
-            case Kind::Fill:
+            case QuestionKind::YesNo: question.is_true = Number(0, 1) == 0; break;
+            case QuestionKind::Fill:
                 for (int i = several_blanks ? Number(1, 3) : 1; i > 0; --i) {
                     Blank blank = {Answer()};
                     if (Number(0, 1) == 0) {
@@ -118,10 +118,11 @@ private:
                 for (std::size_t i = 0; i < question.blanks.size(); ++i)
                     question.stem.AppendText(u"，" + BlankText(i + 1));
                 break;
-            case Kind::Operation:
+            case QuestionKind::Operation:
                 if (more) question.requirements = u"要求" + Answer();
                 if (more && Number(0, 1) == 0) question.keywords = u"要点#" + Answer();
                 break;
+            case QuestionKind::Unknown: break;
         }
         return question;
     }

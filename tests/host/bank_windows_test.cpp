@@ -176,7 +176,7 @@ TEST_F(BankWindowTest, WrittenTextIsNotLostAndTabLeadsOn) {
         .Do([&] { Press(WXK_TAB); })
         .Await("the analysis", [&] { return editor.TxtAnalysis->HasFocus(); })
         .Do([&] {
-            editor.CboKind->SetSelection(static_cast<int>(exchange::Kind::Fill));
+            editor.CboKind->SetSelection(static_cast<int>(QuestionKind::Fill));
             wxCommandEvent event(wxEVT_CHOICE);
             editor.CboKind->ProcessWindowEvent(event);
             Press(WXK_ESCAPE);
@@ -227,12 +227,12 @@ TEST_F(BankWindowTest, APaperIsMadeByRules) {
     WindowScript script;
     script
         .Do([&] {
-            dialog.SpnCounts[Kind::Single]->SetValue(200);
+            dialog.SpnCounts[QuestionKind::Single]->SetValue(200);
             boxes_.Expect(wxID_OK);
             Click(*dialog.BtnOK);
         })
         .Await("why not", [&] { return !boxes_.HasSaid(); })
-        .Do([&] { dialog.SpnCounts[Kind::Single]->SetValue(4); })
+        .Do([&] { dialog.SpnCounts[QuestionKind::Single]->SetValue(4); })
         .DoLast([&] { Click(*dialog.BtnOK); });
     EXPECT_EQ(script.Play(dialog), wxID_OK);
     EXPECT_EQ(FindPaper(data_, dialog.PaperNo()).value().questions.size(), 4U);

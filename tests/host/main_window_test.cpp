@@ -292,7 +292,7 @@ TEST_F(HostWindowTest, AnEmptyFolderSaysWhatToDo) {
     EXPECT_EQ(LabelOf(*main.LblNothing), "这个科目还没有试卷。");
     ComposeDialog* compose = nullptr;
     In(compose)
-        .Do([&] { compose->SpnCounts[Kind::Single]->SetValue(2); })
+        .Do([&] { compose->SpnCounts[QuestionKind::Single]->SetValue(2); })
         .DoLast([&] { Click(*compose->BtnOK); })
         .Play([&] { main.BtnNothing->ProcessWindowEvent(click); });
     ASSERT_EQ(main.LvPapers->GetItemCount(), 1);

@@ -58,37 +58,39 @@ TEST(NotesQueries, HoldTheFiltersThatAreOn) {
 
 TEST(NotesTexts, AnswerBoxes) {
     struct Case {
-        std::u16string_view type;
+        QuestionKind kind;
         std::u16string_view answer;
         std::u16string_view text;
     };
     const Case cases[] = {
-        {u"单选题", u"2", u"答案为:[B]"},
-        {u"多选题", u"5", u"答案为:[A、C]"},
-        {u"多选题", u"15", u"答案为:[A、B、C、D]"},
-        {u"单选题", u"", u"答案为空!"},
-        {u"多选题", u"AC", u"答案为空!"},
-        {u"填空题", u"a#b@c", u"第[1]空答案：[a]或[b]\r\n第[2]空答案：[c]"},
-        {u"填空题", u"a", u"答案：[a]"},
-        {u"是非题", u"-1", u"答案为：[正确]"},
-        {u"是非题", u"1", u"答案为：[正确]"},
-        {u"是非题", u"true", u"答案为：[正确]"},
-        {u"是非题", u"0", u"答案为：[错误]"},
-        {u"是非题", u"False", u"答案为：[错误]"},
-        {u"是非题", u"", u"答案为：[错误]"},
-        {u"操作题", u"5", u""},
-        {u"", u"5", u""},
+        {QuestionKind::Single, u"2", u"答案为:[B]"},
+        {QuestionKind::Multiple, u"5", u"答案为:[A、C]"},
+        {QuestionKind::Multiple, u"15", u"答案为:[A、B、C、D]"},
+        {QuestionKind::Single, u"", u"答案为空!"},
+        {QuestionKind::Multiple, u"AC", u"答案为空!"},
+        {QuestionKind::Fill, u"a#b@c", u"第[1]空答案：[a]或[b]\r\n第[2]空答案：[c]"},
+        {QuestionKind::Fill, u"a", u"答案：[a]"},
+        {QuestionKind::YesNo, u"-1", u"答案为：[正确]"},
+        {QuestionKind::YesNo, u"1", u"答案为：[正确]"},
+        {QuestionKind::YesNo, u"true", u"答案为：[正确]"},
+        {QuestionKind::YesNo, u"0", u"答案为：[错误]"},
+        {QuestionKind::YesNo, u"False", u"答案为：[错误]"},
+        {QuestionKind::YesNo, u"", u"答案为：[错误]"},
+        {QuestionKind::Operation, u"5", u""},
+        {QuestionKind::Unknown, u"5", u""},
     };
-    for (const Case& c : cases) EXPECT_EQ(AnswerText(c.type, c.answer), c.text) << ToUtf8(c.type) << ToUtf8(c.answer);
+    for (const Case& c : cases)
+        EXPECT_EQ(AnswerText(c.kind, c.answer), c.text) << ToUtf8(KindName(c.kind)) << ToUtf8(c.answer);
 }
 
 TEST(NotesTexts, TheAnswerButtonIsThereForTypesThatHaveAnAnswer) {
     for (const bool now : {false, true}) {
-        for (const std::u16string_view type : {u"单选题", u"多选题", u"填空题", u"是非题"}) {
-            EXPECT_TRUE(ShowsAnswerButton(type, now));
+        for (const QuestionKind kind :
+             {QuestionKind::Single, QuestionKind::Multiple, QuestionKind::Fill, QuestionKind::YesNo}) {
+            EXPECT_TRUE(ShowsAnswerButton(kind, now));
         }
-        EXPECT_FALSE(ShowsAnswerButton(u"操作题", now));
-        EXPECT_EQ(ShowsAnswerButton(u"问答题", now), now);
+        EXPECT_FALSE(ShowsAnswerButton(QuestionKind::Operation, now));
+        EXPECT_EQ(ShowsAnswerButton(QuestionKind::Unknown, now), now);
     }
 }
 
