@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "host/form_dialog.h"
-#include "host/hand_in_dialog.h"
-#include "host/note_dialog.h"
+#include "host/practice/hand_in_dialog.h"
+#include "host/widgets/form_dialog.h"
+#include "host/widgets/note_dialog.h"
 #include "host_window_fixture.h"
 #include "notes/frm_notes.h"
 #include "review/frm_train.h"

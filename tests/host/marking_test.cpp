@@ -1,6 +1,6 @@
 // Marking answers.
 
-#include "host/marking.h"
+#include "host/papers/marking.h"
 
 #include <tuple>
 

@@ -1,13 +1,13 @@
 // What the windows say without being windows: figures, cells, open questions, own papers, names.
 
-#include "host/overview.h"
+#include "host/practice/overview.h"
 
 #include "core/format.h"
-#include "host/compose.h"
-#include "host/navigator.h"
-#include "host/people.h"
-#include "host/schema.h"
-#include "host/settings.h"
+#include "host/data/people.h"
+#include "host/data/schema.h"
+#include "host/data/settings.h"
+#include "host/papers/compose.h"
+#include "host/practice/navigator.h"
 #include "host_fixture.h"
 
 namespace qmtrain::host {

@@ -2,8 +2,8 @@
 // alone.
 
 #include "core/client_folder.h"
-#include "host/hand_in_dialog.h"
-#include "host/note_dialog.h"
+#include "host/practice/hand_in_dialog.h"
+#include "host/widgets/note_dialog.h"
 #include "host_window_fixture.h"
 #include "review/frm_train.h"
 #include "review/frm_view_paper.h"

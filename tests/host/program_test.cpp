@@ -3,8 +3,8 @@
 #include <fstream>
 
 #include "bank/bank_fixture.h"
-#include "host/history_list.h"
-#include "host/options.h"
+#include "host/commands/history_list.h"
+#include "host/commands/options.h"
 #include "host_fixture.h"
 #include "review/review_fixture.h"
 

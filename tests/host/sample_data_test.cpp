@@ -1,6 +1,6 @@
 // The sample questions, papers and histories.
 
-#include "host/sample_data.h"
+#include "host/samples/sample_data.h"
 
 #include <algorithm>
 #include <bit>
@@ -23,9 +23,9 @@
 #include "dao/dao.h"
 #include "dao/jet_database.h"
 #include "dao/new_database.h"
-#include "host/data_folder.h"
-#include "host/papers.h"
-#include "host/sample_questions.h"
+#include "host/data/data_folder.h"
+#include "host/papers/papers.h"
+#include "host/samples/sample_questions.h"
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"

@@ -1,0 +1,133 @@
+#include <cstdio>
+#include <optional>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/text.h"
+#include "host/commands/commands.h"
+#include "host/commands/options.h"
+#include "host/data/data_folder.h"
+#include "host/data/people.h"
+#include "notes/notes_report.h"
+#include "records/train_info.h"
+#include "report/printing.h"
+#include "review/training_reports.h"
+#include "review/training_row.h"
+#include "ui/toolkit.h"
+
+namespace qmtrain::host {
+namespace {
+
+constexpr const char* kUsage =
+    "用法：qmtrain export-history | export-paper --training N | export-notes [选项]\n"
+    "  --format html|csv|pdf  格式（默认 html）\n"
+    "  --output 文件          写到文件；不给时写到标准输出（PDF 必须给）\n"
+    "  --training N           export-paper：练习编号（默认为最近一次）\n"
+    "  --data、--user、--subject、--net 与其他命令相同\n";
+
+[[noreturn]] void Fail(std::u16string reason) {
+    RaiseComponentError(u"qmtrain", std::move(reason));
+}
+
+struct ExportOptions {
+    Options common;
+    std::string format = "html";
+    std::string output;
+    std::int32_t training = -1;
+};
+
+ExportOptions Parse(const CommandWords& words) {
+    ExportOptions options;
+    CommandWords rest;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const std::string& word = words[i];
+        if (word != "--format" && word != "--output" && word != "--training") {
+            rest.push_back(word);
+            continue;
+        }
+        if (i + 1 >= words.size()) Fail(FromUtf8(word) + u" 后面缺少内容。");
+        const std::string& value = words[++i];
+        if (word == "--format") options.format = value;
+        if (word == "--output") options.output = value;
+        if (word != "--training") continue;
+        const auto number = ParseNumber(FromUtf8(value));
+        if (!number || *number < 1 || *number > 2147483647.0)
+            Fail(u"--training 后面应当是一个练习编号：" + FromUtf8(value));
+        options.training = static_cast<std::int32_t>(*number);
+    }
+    if (options.format != "html" && options.format != "csv" && options.format != "pdf") {
+        Fail(u"--format 只能是 html、csv 或 pdf：" + FromUtf8(options.format));
+    }
+    if (options.format == "pdf" && options.output.empty()) Fail(u"PDF 要写到文件，请用 --output 指定。");
+    options.common = ParseOptions(rest);
+    if (!options.common.command.empty()) Fail(u"不认识的参数：" + FromUtf8(options.common.command));
+    return options;
+}
+
+std::int32_t LastTraining(const Options& options) {
+    TrainInfo train;
+    train.ClientPath(options.data);
+    std::u16string problem;
+    if (!train.Init(problem)) Fail(problem);
+    const auto rows =
+        train.GetRecordset(review::TrainingsQuery(options.user, options.subject, review::TrainingOrder::NewestFirst));
+    if (!rows || rows->Eof()) Fail(u"还没有练习记录。");
+    return review::ReadTraining(*rows).id;
+}
+
+report::Report MakeReport(const std::string& command, const ExportOptions& options) {
+    const DataFolder folder{options.common.data};
+    const Options& common = options.common;
+    if (command == "export-history") return review::HistoryReport(folder.path, common.user, common.subject);
+    if (command == "export-notes") {
+        notes::NotesSource source;
+        source.client_path = folder.path;
+        source.data_mdb_path = folder.Banks();
+        source.total_path = folder.Banks();
+        source.local_paper_path = folder.LocalPaper();
+        source.is_net = common.net;
+        source.subject_code = common.subject;
+        source.user_id = common.user;
+        return notes::NotesReport(source);
+    }
+    review::PaperSource source;
+    source.client_path = folder.path;
+    source.data_mdb_path = folder.Banks();
+    source.local_paper_mdb = folder.LocalPaper();
+    source.is_net = common.net;
+    source.train_id = options.training != -1 ? options.training : LastTraining(common);
+    return review::PaperReport(source);
+}
+
+}  // namespace
+
+void WriteReportFile(const report::Report& report, report::Format format, std::u16string_view file) {
+    if (format == report::Format::Pdf && report::CanWritePdf() && !ui::StartToolkit(u"qmtrain")) {
+        Fail(u"写 PDF 需要显示设备（没有显示器时可以用 xvfb-run）。");
+    }
+    report::WriteReport(report, format, file);
+}
+
+int ExportReportCommand(const CommandWords& words) {
+    const ExportOptions options = Parse(words);
+    if (options.common.help) {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    RequireReadable({options.common.data});
+    if (options.common.user_named) RequireCandidate({options.common.data}, options.common.user);
+    const report::Report made = MakeReport(words.front(), options);
+    if (options.format == "pdf") {
+        WriteReportFile(made, report::Format::Pdf, FromUtf8(options.output));
+        return 0;
+    }
+    const std::string text = options.format == "csv" ? report::ToCsv(made) : report::ToHtml(made);
+    if (options.output.empty()) {
+        std::fwrite(text.data(), 1, text.size(), stdout);
+    } else {
+        report::WriteWhole(FromUtf8(options.output), text);
+    }
+    return 0;
+}
+
+}  // namespace qmtrain::host
