@@ -93,7 +93,7 @@ std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note,
         catalogue.IsNet(source.is_net);
         // A missing catalogue takes the banks' names away, not the notes.
         Trapped(u"FrmNotes.LoadAllNotes", [&] {
-            catalogue.LocalMdbPath(source.local_paper_path);
+            catalogue.LocalMdbPath(source.local_paper_mdb);
             catalogue.TotalPath(source.total_path);
             catalogue.InitDb();
         });

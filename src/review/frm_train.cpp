@@ -60,9 +60,10 @@ std::optional<AutomationError> ForEachTraining(std::u16string_view client_path, 
 
 }  // namespace
 
-FrmTrain::FrmTrain()
+FrmTrain::FrmTrain(PracticeSource source)
     : wxDialog(nullptr, wxID_ANY, ui::ToWx(u"练习历史"), wxDefaultPosition, wxDefaultSize,
-               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX) {
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX),
+      source_(std::move(source)) {
     Piclst = new TabStrip(this);
     BuildPanels();
     const int margin = FromDIP(ui::kMargin);
@@ -142,7 +143,8 @@ void FrmTrain::BindEvents() {
                                                         [this, i](wxCommandEvent&) { OptChartType_Click(i); });
     }
     LvTrainInfo->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) {
-        report::ShowExportMenu(this, [this] { return HistoryReport(client_path_, user_id_, subject_code_); });
+        report::ShowExportMenu(
+            this, [this] { return HistoryReport(source_.client_path, source_.user_id, source_.subject_code); });
     });
     ChkHG->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { ChkHG_Click(); });
     BtnView->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { BtnView_Click(); });
@@ -160,12 +162,12 @@ int FrmTrain::ShowModal() {
 bool FrmTrain::FillList() {
     trainings_.clear();
     train_ids_.clear();
-    const auto problem =
-        ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::NewestFirst),
-                        [this](const Training& training) {
-                            train_ids_.push_back(training.id);
-                            trainings_.push_back(training);
-                        });
+    const auto problem = ForEachTraining(
+        source_.client_path, TrainingsQuery(source_.user_id, source_.subject_code, TrainingOrder::NewestFirst),
+        [this](const Training& training) {
+            train_ids_.push_back(training.id);
+            trainings_.push_back(training);
+        });
     rows_.SetRows(trainings_.size(), [this](std::size_t row) { return ToListRow(trainings_[row]); });
     LvTrainInfo->Show(rows_);
     if (rows_.Size() == 0) {
@@ -246,13 +248,7 @@ void FrmTrain::BtnView_Click() {
     const ui::ListRow* row = LvTrainInfo->SelectedRow();
     const std::int32_t train_id = row != nullptr ? TrainingOf(row->key) : -1;
     if (train_id == -1) return;
-    FrmViewPaper window;
-    window.ClientPath(client_path_);
-    window.DataMdbPath(data_mdb_path_);
-    window.LocalMdbPath(local_paper_mdb_path_);
-    window.IsNet(is_net_);
-    window.SubjectCode(subject_code_);
-    window.TrainID(train_id);
+    FrmViewPaper window({source_, train_id});
     window.ShowModal();
 }
 

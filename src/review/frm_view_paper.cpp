@@ -46,9 +46,10 @@ int Share(double share, int extent) {
 
 }  // namespace
 
-FrmViewPaper::FrmViewPaper()
+FrmViewPaper::FrmViewPaper(PaperSource source)
     : wxDialog(nullptr, wxID_ANY, ui::ToWx(u"查看试卷"), wxDefaultPosition, wxDefaultSize,
-               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX) {
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX),
+      source_(std::move(source)) {
     BuildGrid();
     BuildPanes();
     SetClientSize(FromDIP(kFirstSize));

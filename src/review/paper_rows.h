@@ -7,6 +7,7 @@
 
 #include "dao/dao.h"
 #include "document/rich_text.h"
+#include "records/practice_source.h"
 #include "ui/list_model.h"
 
 namespace qmtrain::review {
@@ -37,13 +38,8 @@ inline constexpr const char16_t* kPaperHeaders[kPaperColumns] = {
 // The current row of a training's results; `number` counts from 1.
 ui::ListRow ReadPaperRow(dao::Recordset& rows, std::int32_t number);
 
-// Where the questions of a training are.
-struct PaperSource {
-    std::u16string client_path;
-    std::u16string data_mdb_path;    // stand-alone edition: the folder of the banks
-    std::u16string local_paper_mdb;  // network edition: the file
-    bool is_net = false;
-    std::int32_t subject_code = -1;  // -1: that of the training
+// The training whose questions are shown. Its subject is the result's where any subject is meant.
+struct PaperSource : PracticeSource {
     std::int32_t train_id = -1;
 };
 

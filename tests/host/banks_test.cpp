@@ -61,8 +61,7 @@ protected:
         const auto rows = results.GetRecordset(train_id);
         std::string out;
         for (; !rows->Eof(); rows->MoveNext()) {
-            const review::PaperSource source{data_.path, data_.Banks(), data_.LocalPaper(), edition == Edition::Network,
-                                             -1,         train_id};
+            const review::PaperSource source{SourceIn(data_, edition, -1, -1), train_id};
             out += ToUtf8(review::ShowQuestionItem(source, review::ReadPaperRow(*rows, 1)).title.PlainText()) + "|";
         }
         return out;

@@ -609,14 +609,9 @@ void MainWindow::AskDiscard(const UnfinishedPractice& practice) {
 void MainWindow::ReviewSelected() {
     const PastPractice* past = SelectedPast();
     if (past == nullptr) return;
-    review::FrmViewPaper window;
+    const Edition edition = past->edition.value_or(GetEdition());
+    review::FrmViewPaper window({SourceIn(folder_, edition, UserId(), SubjectCode()), past->training.id});
     window.SetIcons(ProgramIcon());
-    window.ClientPath(folder_.path);
-    window.DataMdbPath(folder_.Banks());
-    window.LocalMdbPath(folder_.LocalPaper());
-    window.IsNet(past->edition.value_or(GetEdition()) == Edition::Network);
-    window.SubjectCode(SubjectCode());
-    window.TrainID(past->training.id);
     window.ShowModal();
     LvLast->SetFocus();
 }
@@ -727,12 +722,7 @@ void MainWindow::ShowHistory() {
 
 void MainWindow::ShowHistory(std::int32_t user, std::int32_t subject) {
     UITrain history;
-    history.ClientPath(folder_.path);
-    history.DataMdbPath(folder_.Banks());
-    history.LocalPaperMdbPath(folder_.LocalPaper());
-    history.IsNet(GetEdition() == Edition::Network);
-    history.UserId(user);
-    history.SubjectCode(subject);
+    history.Source(SourceIn(folder_, GetEdition(), user, subject));
     history.ReDoQuestionPaper = [this](std::int32_t train_id, bool) {
         Guarded([&] {
             const auto paper = PaperOfTraining(folder_, train_id);
@@ -750,13 +740,8 @@ void MainWindow::ShowNotes() {
 
 void MainWindow::ShowNotes(std::int32_t user, std::int32_t subject) {
     UIManageNotes notes;
-    notes.ClientPath(folder_.path);
-    notes.DataMdbPath(folder_.Banks());
+    notes.Source(SourceIn(folder_, GetEdition(), user, subject));
     notes.TotalPath(folder_.Banks());
-    notes.LocalPaperPath(folder_.LocalPaper());
-    notes.IsNet(GetEdition() == Edition::Network);
-    notes.SubjectCode(subject);
-    notes.UserId(user);
     notes.ShowDlg();
 }
 

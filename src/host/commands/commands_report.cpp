@@ -8,6 +8,7 @@
 #include "host/commands/options.h"
 #include "host/data/data_folder.h"
 #include "host/data/people.h"
+#include "host/papers/papers.h"
 #include "notes/notes_report.h"
 #include "records/train_info.h"
 #include "report/printing.h"
@@ -78,25 +79,13 @@ std::int32_t LastTraining(const Options& options) {
 report::Report MakeReport(const std::string& command, const ExportOptions& options) {
     const DataFolder folder{options.common.data};
     const Options& common = options.common;
+    const Edition edition = common.net ? Edition::Network : Edition::StandAlone;
     if (command == "export-history") return review::HistoryReport(folder.path, common.user, common.subject);
     if (command == "export-notes") {
-        notes::NotesSource source;
-        source.client_path = folder.path;
-        source.data_mdb_path = folder.Banks();
-        source.total_path = folder.Banks();
-        source.local_paper_path = folder.LocalPaper();
-        source.is_net = common.net;
-        source.subject_code = common.subject;
-        source.user_id = common.user;
-        return notes::NotesReport(source);
+        return notes::NotesReport({SourceIn(folder, edition, common.user, common.subject), folder.Banks()});
     }
-    review::PaperSource source;
-    source.client_path = folder.path;
-    source.data_mdb_path = folder.Banks();
-    source.local_paper_mdb = folder.LocalPaper();
-    source.is_net = common.net;
-    source.train_id = options.training != -1 ? options.training : LastTraining(common);
-    return review::PaperReport(source);
+    const std::int32_t training = options.training != -1 ? options.training : LastTraining(common);
+    return review::PaperReport({SourceIn(folder, edition, -1, -1), training});
 }
 
 }  // namespace

@@ -275,14 +275,9 @@ void WrongWindow::Drill() {
 void WrongWindow::ReviewPaper() {
     const WrongEntry* entry = Selected();
     if (entry == nullptr) return;
-    review::FrmViewPaper window;
+    const WrongQuestion& item = entry->item;
+    review::FrmViewPaper window({SourceIn(folder_, edition_, book_.User(), item.question.subject), item.last_train_id});
     window.SetIcons(ProgramIcon());
-    window.ClientPath(folder_.path);
-    window.DataMdbPath(folder_.Banks());
-    window.LocalMdbPath(folder_.LocalPaper());
-    window.IsNet(edition_ == Edition::Network);
-    window.SubjectCode(entry->item.question.subject);
-    window.TrainID(entry->item.last_train_id);
     window.ShowModal();
     LvWrong->SetFocus();
 }

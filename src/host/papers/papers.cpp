@@ -169,6 +169,10 @@ void WritePaper(dao::Database& host, Paper& paper) {
     }
 }
 
+PracticeSource SourceIn(const DataFolder& folder, Edition edition, std::int32_t user, std::int32_t subject) {
+    return {folder.path, folder.Banks(), folder.LocalPaper(), edition == Edition::Network, user, subject};
+}
+
 float Paper::FullScore() const {
     float sum = 0;
     for (const PaperQuestion& question : questions) sum += question.score;

@@ -10,10 +10,14 @@
 #include "document/rich_text.h"
 #include "host/data/data_folder.h"
 #include "host/papers/marking.h"
+#include "records/practice_source.h"
 
 namespace qmtrain::host {
 
 enum class Edition { StandAlone, Network };
+
+// The practice in the folder, as the component's windows take it; -1: all candidates, any subject.
+PracticeSource SourceIn(const DataFolder& folder, Edition edition, std::int32_t user, std::int32_t subject);
 
 struct PaperQuestion {
     std::int32_t number = 0;  // from 1
