@@ -10,8 +10,8 @@
 
 #include <wx/dialog.h>
 
+#include "bank/client_folder.h"
 #include "bank/schema.h"
-#include "core/client_folder.h"
 #include "core/files.h"
 #include "core/log.h"
 #include "core/text.h"

@@ -12,7 +12,6 @@
 #include "core/message_text.h"
 #include "core/statement_text.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "document/rtf_reader.h"
 #include "document/rtf_writer.h"
 #include "ui/question_text.h"
@@ -73,7 +72,7 @@ void SetAnswer(Question& question, std::u16string_view answer) {
     switch (question.kind) {
         case QuestionKind::YesNo: question.is_true = Trimmed(answer) == u"-1"; break;
         case QuestionKind::Fill:
-            for (const std::u16string& blank : SplitAll(answer, u"@")) question.blanks.push_back(SplitAll(blank, u"#"));
+            for (const std::u16string& blank : Split(answer, u'@')) question.blanks.push_back(Split(blank, u'#'));
             break;
         case QuestionKind::Operation: {
             question.requirements = answer;

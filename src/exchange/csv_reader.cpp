@@ -5,7 +5,6 @@
 
 #include "core/convert.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "exchange/checks.h"
 #include "exchange/csv.h"
 #include "exchange/csv_columns.h"
@@ -18,7 +17,7 @@ std::optional<Column> ColumnCalled(std::u16string_view heading) {
     const std::u16string name = ToLower(Trimmed(heading));
     for (const Heading& known : kHeadings) {
         if (name == known.chinese) return known.column;
-        const std::vector<std::u16string> others = SplitAll(known.others, u"|");
+        const std::vector<std::u16string> others = Split(known.others, u'|');
         if (std::find(others.begin(), others.end(), name) != others.end()) return known.column;
     }
     // "A", "选项A", "选项 A", "option_a", "选项1"
@@ -125,7 +124,7 @@ bool HasLetter(std::u16string_view option, std::size_t place) {
 std::vector<std::u16string> OptionsIn(std::u16string_view cell) {
     std::vector<std::u16string> options;
     bool lettered = true;
-    for (const std::u16string& line : SplitAll(cell, u"\n")) {
+    for (const std::u16string& line : Split(cell, u'\n')) {
         if (Trimmed(line).empty()) continue;
         lettered = lettered && HasLetter(Trimmed(line), options.size());
         options.emplace_back(Trimmed(line));
@@ -294,7 +293,7 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             break;
         }
         case QuestionKind::Fill: {
-            for (const std::u16string& blank : SplitAll(answer, u"@")) question.blanks.push_back(SplitAll(blank, u"#"));
+            for (const std::u16string& blank : Split(answer, u'@')) question.blanks.push_back(Split(blank, u'#'));
             const std::size_t marks = BlankMarks(question.stem.PlainText()).size();
             if (marks > 0 && marks != question.blanks.size()) {
                 notes_.Error(u"题干中有 " + ToText(static_cast<std::int64_t>(marks)) + u" 个空，答案有 " +

@@ -3,8 +3,8 @@
 #include "bank/fill_answer.h"
 #include "core/convert.h"
 #include "core/format.h"
+#include "core/stored_text.h"
 #include "core/text.h"
-#include "core/utilities.h"
 
 namespace qmtrain::notes {
 namespace {
@@ -12,8 +12,7 @@ namespace {
 std::u16string ChoiceAnswer(std::u16string_view answer) {
     if (!IsNumeric(answer)) return u"答案为空!";
     std::u16string letters;
-    const Value all = Utilities().GetChoiceAnswerString(ToLong(answer));
-    for (const char16_t letter : ToText(all)) {
+    for (const char16_t letter : ChoiceLetters(ToLong(answer))) {
         if (!letters.empty()) letters += u"、";
         letters += letter;
     }

@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "core/stored_text.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "document/rtf_reader.h"
 
 namespace qmtrain::ui {
@@ -65,9 +65,8 @@ bool IsRtf(std::u16string_view stored) {
 }
 
 document::RichText StoredText(std::u16string_view stored, Placeholders placeholders) {
-    document::RichText text =
-        document::ReadRtf(IsRtf(stored) ? WithParagraphs(Utilities().DeleteRtfTxtColorMark(stored), u"\\par ")
-                                        : WithParagraphs(stored, u"\r\n"));
+    document::RichText text = document::ReadRtf(
+        IsRtf(stored) ? WithParagraphs(WithoutBlackColorTables(stored), u"\\par ") : WithParagraphs(stored, u"\r\n"));
     const std::size_t first = placeholders == Placeholders::Go ? 0 : kFirstFoundPosition;
     Remove(text, u"[%user%]", first);
     Remove(text, u"%user%", first);

@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include "bank/client_folder.h"
 #include "bank/fill_answer.h"
 #include "bank/question_item.h"
-#include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

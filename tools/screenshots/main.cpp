@@ -11,7 +11,7 @@
 
 #include <wx/timer.h>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/files.h"
 #include "core/log.h"
 #include "dao/dao.h"

@@ -7,7 +7,6 @@
 
 #include "core/error.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "exchange/checks.h"
 #include "host/widgets/ask.h"
 #include "host/widgets/look.h"
@@ -292,7 +291,7 @@ exchange::Question QuestionEditor::Written() {
     written.category = exchange::Trimmed(ui::FromWx(TxtCategory->GetValue()));
     const auto lines = [](const wxTextCtrl& control) {
         std::vector<std::u16string> out;
-        for (const std::u16string& line : SplitAll(ui::FromWx(control.GetValue()), u"\n")) {
+        for (const std::u16string& line : Split(ui::FromWx(control.GetValue()), u'\n')) {
             if (!exchange::Trimmed(line).empty()) out.emplace_back(exchange::Trimmed(line));
         }
         return out;
@@ -312,7 +311,7 @@ exchange::Question QuestionEditor::Written() {
         case QuestionKind::YesNo: written.is_true = OptTrue->GetValue(); break;
         case QuestionKind::Fill:
             written.blanks.clear();
-            for (const std::u16string& line : lines(*TxtAnswer)) written.blanks.push_back(SplitAll(line, u"#"));
+            for (const std::u16string& line : lines(*TxtAnswer)) written.blanks.push_back(Split(line, u'#'));
             break;
         case QuestionKind::Operation: {
             written.requirements = exchange::Trimmed(ui::FromWx(TxtAnswer->GetValue()));

@@ -14,7 +14,6 @@
 #include "core/files.h"
 #include "core/log.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "exchange/bank_file.h"
 #include "exchange/formats.h"
 #include "exchange/text_file.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "bank/client_folder.h"
 #include "bank/schema.h"
-#include "core/client_folder.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/system.h"

@@ -1,7 +1,7 @@
 #include "host/data/people.h"
 
+#include "bank/client_folder.h"
 #include "bank/question_kind.h"
-#include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"

@@ -6,7 +6,6 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "dao/dao.h"
 
 namespace qmtrain::host {
@@ -54,7 +53,7 @@ std::int32_t Settings::Number(std::u16string_view name, std::int32_t otherwise) 
 }
 
 WindowPlace WindowPlace::FromText(std::u16string_view text, WindowPlace otherwise) {
-    const std::vector<std::u16string> parts = SplitAll(text, u" ");
+    const std::vector<std::u16string> parts = Split(text, u' ');
     if (parts.size() != 3) return otherwise;
     for (const std::u16string& part : parts) {
         const auto number = ParseNumber(part);

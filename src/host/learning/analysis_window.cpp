@@ -7,7 +7,6 @@
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "host/data/people.h"
 #include "host/learning/review_schedule.h"
 #include "host/papers/outcome.h"
@@ -39,7 +38,7 @@ enum ItemCell : std::size_t {
 // "1,4,7".
 std::set<std::int32_t> NumbersIn(const std::u16string& text) {
     std::set<std::int32_t> numbers;
-    for (const std::u16string& word : SplitAll(text, u",")) {
+    for (const std::u16string& word : Split(text, u',')) {
         const auto number = ParseNumber(word);
         if (number && *number > 0 && *number < 2147483648.0) numbers.insert(static_cast<std::int32_t>(*number));
     }

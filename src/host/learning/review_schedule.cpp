@@ -6,7 +6,7 @@
 #include <set>
 #include <tuple>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/format.h"

@@ -5,7 +5,6 @@
 
 #include "core/convert.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "host/widgets/look.h"
 #include "host/widgets/zoom.h"
 #include "ui/layout.h"
@@ -119,7 +118,7 @@ void AnswerPanel::Fill(std::u16string_view answer) {
         Rows[i]->Choose(choice ? (bits >> i & 1) != 0 : !answer.empty() && (answer == u"-1") == (i == 0));
     }
     if (kind_ == QuestionKind::Fill) {
-        const std::vector<std::u16string> parts = SplitAll(answer, u"@");
+        const std::vector<std::u16string> parts = Split(answer, u'@');
         for (std::size_t i = 0; i < Texts.size(); ++i) {
             Texts[i]->ChangeValue(ui::ToWx(i < parts.size() ? parts[i] : u""));
         }

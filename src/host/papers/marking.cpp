@@ -6,8 +6,8 @@
 
 #include "bank/fill_answer.h"
 #include "core/convert.h"
+#include "core/stored_text.h"
 #include "core/text.h"
-#include "core/utilities.h"
 
 namespace qmtrain::host {
 namespace {
@@ -21,7 +21,7 @@ std::u16string_view Trimmed(std::u16string_view text) {
 }
 
 std::u16string Letters(std::u16string_view answer) {
-    return ToText(Utilities().GetChoiceAnswerString(IsNumeric(answer) ? ToLong(answer) : 0));
+    return ChoiceLetters(IsNumeric(answer) ? ToLong(answer) : 0);
 }
 
 std::u16string Escaped(std::u16string_view text) {
@@ -80,7 +80,7 @@ Mark MarkYesNo(const Task& task, std::u16string_view answer) {
 Mark MarkFill(const Task& task, std::u16string_view answer) {
     FillAnswer standard;
     standard.Answer(task.standard_answer);
-    const std::vector<std::u16string> given = SplitAll(answer, u"@");
+    const std::vector<std::u16string> given = Split(answer, u'@');
     const auto blanks = static_cast<std::size_t>(standard.GetFillCount());
     std::size_t right = 0;
     Errors errors;
@@ -101,7 +101,7 @@ Mark MarkFill(const Task& task, std::u16string_view answer) {
 }
 
 Mark MarkOperation(const Task& task, std::u16string_view answer) {
-    const std::vector<std::u16string> keywords = SplitAll(task.keywords, u"#");
+    const std::vector<std::u16string> keywords = Split(task.keywords, u'#');
     std::size_t right = 0;
     Errors errors;
     for (const std::u16string& keyword : keywords) {
@@ -122,7 +122,7 @@ Answered IsAnswered(QuestionKind kind, int blanks, std::u16string_view answer) {
         case QuestionKind::Single:
         case QuestionKind::Multiple: return all(IsNumeric(answer) && ToLong(answer) > 0);
         case QuestionKind::Fill: {
-            const std::vector<std::u16string> given = SplitAll(answer, u"@");
+            const std::vector<std::u16string> given = Split(answer, u'@');
             const auto filled = std::count_if(given.begin(), given.end(),
                                               [](const std::u16string& blank) { return !Trimmed(blank).empty(); });
             if (filled == 0) return Answered::No;

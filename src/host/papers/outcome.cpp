@@ -6,7 +6,6 @@
 
 #include "core/format.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "review/answer_text.h"
 #include "review/training_row.h"
 
@@ -79,10 +78,10 @@ std::u16string ShownAnswer(QuestionKind kind, std::u16string_view stored) {
     if (IsAnswered(kind, 1, stored) == Answered::No) return u"（未作答）";
     if (kind != QuestionKind::Fill) return review::PaneAnswer(kind, stored);
     std::u16string text;
-    for (const std::u16string& blank : SplitAll(stored, u"@")) {
+    for (const std::u16string& blank : Split(stored, u'@')) {
         if (!text.empty()) text += u"；";
         bool first = true;
-        for (const std::u16string& one : SplitAll(blank, u"#")) {
+        for (const std::u16string& one : Split(blank, u'#')) {
             if (!std::exchange(first, false)) text += u" 或 ";
             text += one.find_first_not_of(u' ') == std::u16string::npos ? u"（空）" : one;
         }

@@ -1,7 +1,7 @@
 #include "host/papers/question_source.h"
 
+#include "bank/client_folder.h"
 #include "bank/data_info.h"
-#include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/format.h"
 #include "core/text.h"

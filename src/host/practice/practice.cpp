@@ -4,11 +4,10 @@
 #include <set>
 #include <utility>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "dao/transaction.h"
 #include "host/data/people.h"
 #include "host/data/schema.h"

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "host/data/schema.h"
 
 namespace qmtrain::host {
@@ -145,7 +144,7 @@ std::u16string ToNumberList(const std::vector<std::int32_t>& numbers) {
 
 std::vector<std::int32_t> ToNumbers(std::u16string_view list) {
     std::vector<std::int32_t> numbers;
-    for (const std::u16string& one : SplitAll(list, u",")) {
+    for (const std::u16string& one : Split(list, u',')) {
         if (IsNumeric(one)) numbers.push_back(ToLong(one));
     }
     return numbers;

@@ -6,8 +6,8 @@
 #include <system_error>
 #include <utility>
 
+#include "bank/client_folder.h"
 #include "bank/schema.h"
-#include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

@@ -8,7 +8,6 @@
 #include "core/date.h"
 #include "core/error.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "dao/dao.h"
 #include "dao/transaction.h"
 #include "host/papers/papers.h"
@@ -100,11 +99,11 @@ private:
     }
 
     std::u16string Blanks(const SampleQuestion& question) {
-        const std::vector<std::u16string> mistakes = SplitAll(question.candidate, u"@");
+        const std::vector<std::u16string> mistakes = Split(question.candidate, u'@');
         std::u16string text;
         std::size_t blank = 0;
-        for (const std::u16string& accepted : SplitAll(question.answer, u"@")) {
-            const std::vector<std::u16string> right = SplitAll(accepted, u"#");
+        for (const std::u16string& accepted : Split(question.answer, u'@')) {
+            const std::vector<std::u16string> right = Split(accepted, u'#');
             if (blank > 0) text += u'@';
             text += Happens(skill_) ? right[Pick(static_cast<std::uint32_t>(right.size()))] : mistakes[blank];
             ++blank;

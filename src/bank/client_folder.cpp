@@ -1,4 +1,4 @@
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 
 #include "core/error.h"
 #include "core/files.h"
