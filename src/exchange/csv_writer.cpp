@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "core/csv_cell.h"
+#include "core/csv.h"
 #include "core/text.h"
 #include "exchange/csv_columns.h"
 #include "exchange/formats.h"
@@ -8,10 +8,6 @@
 
 namespace qmtrain::exchange {
 namespace {
-
-// Spreadsheets take a file for UTF-8 by it.
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kLineEnd = "\r\n";
 
 std::u16string TextOf(const document::RichText& text) {
     const std::u16string plain = text.PlainText();
@@ -34,55 +30,48 @@ std::u16string AnswerOf(const Question& question) {
 class SheetWriter {
 public:
     explicit SheetWriter(std::size_t options) : options_(options) {
-        out_ = kByteOrderMark;
+        out_ = kUtf8Mark;
         for (const Heading& heading : kHeadings) {
             if (heading.column == Column::Options) {
-                for (std::size_t i = 0; i < options_; ++i) Cell(std::u16string(1, LetterOf(i)));
+                for (std::size_t i = 0; i < options_; ++i) csv_.Cell(std::u16string(1, LetterOf(i)));
             } else if (heading.column != Column::Requirements) {
-                Cell(heading.chinese);
+                csv_.Cell(heading.chinese);
             }
         }
-        EndRow();
+        csv_.EndRow();
     }
 
     void Add(const Question& question, bool with_number) {
         for (const Heading& heading : kHeadings) {
             switch (heading.column) {
-                case Column::RecNo: Cell(with_number ? question.rec_no : u""); break;
-                case Column::Type: Cell(std::u16string(InfoOf(question.kind).name).substr(0, 2)); break;
-                case Column::Category: Cell(question.category); break;
-                case Column::Stem: Cell(TextOf(question.stem)); break;
+                case Column::RecNo: csv_.Cell(with_number ? question.rec_no : u""); break;
+                case Column::Type: csv_.Cell(std::u16string(InfoOf(question.kind).name).substr(0, 2)); break;
+                case Column::Category: csv_.Cell(question.category); break;
+                case Column::Stem: csv_.Cell(TextOf(question.stem)); break;
                 case Column::Options:
                     for (std::size_t i = 0; i < options_; ++i) {
-                        Cell(i < question.options.size() ? TextOf(question.options[i].text) : u"");
+                        csv_.Cell(i < question.options.size() ? TextOf(question.options[i].text) : u"");
                     }
                     break;
-                case Column::Answer: Cell(AnswerOf(question)); break;
-                case Column::Analysis: Cell(IsEmpty(question.analysis) ? u"" : TextOf(question.analysis)); break;
-                case Column::Difficulty: Cell(question.difficulty == 0 ? u"" : ToText(question.difficulty)); break;
-                case Column::Keywords: Cell(question.keywords); break;
+                case Column::Answer: csv_.Cell(AnswerOf(question)); break;
+                case Column::Analysis: csv_.Cell(IsEmpty(question.analysis) ? u"" : TextOf(question.analysis)); break;
+                case Column::Difficulty: csv_.Cell(question.difficulty == 0 ? u"" : ToText(question.difficulty)); break;
+                case Column::Keywords: csv_.Cell(question.keywords); break;
                 default: break;
             }
         }
-        EndRow();
+        csv_.EndRow();
     }
+
+    SheetWriter(const SheetWriter&) = delete;
+    SheetWriter& operator=(const SheetWriter&) = delete;
 
     std::string Take() { return std::move(out_); }
 
 private:
-    void Cell(std::u16string_view text) {
-        if (!first_) out_ += ',';
-        first_ = false;
-        AppendUtf8(CsvCell(text), out_);
-    }
-    void EndRow() {
-        out_ += kLineEnd;
-        first_ = true;
-    }
-
     std::size_t options_;
     std::string out_;
-    bool first_ = true;
+    CsvWriter csv_{out_};
 };
 
 Question Example(QuestionKind kind, std::u16string_view stem) {

@@ -4,15 +4,13 @@
 #include <filesystem>
 #include <fstream>
 
-#include "core/csv_cell.h"
+#include "core/csv.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
 
 namespace qmtrain::report {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 constexpr std::string_view kStyle =
     "body{font:15px/1.7 'Noto Sans CJK SC','Microsoft YaHei','PingFang SC',sans-serif;max-width:60em;margin:2em auto;"
@@ -28,19 +26,12 @@ constexpr std::string_view kStyle =
     "@media print{body{max-width:none;margin:0;color:#000;background:#fff;font-size:11pt}th{background:#eee}}\n";
 
 void AppendCsv(const Table& table, std::string& out) {
-    bool first = true;
-    for (const Column& column : table.columns) {
-        if (!first) out += ',';
-        first = false;
-        AppendUtf8(CsvCell(column.title), out);
-    }
-    out += "\r\n";
+    CsvWriter csv(out);
+    for (const Column& column : table.columns) csv.Cell(column.title);
+    csv.EndRow();
     for (const std::vector<std::u16string>& row : table.rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            if (i > 0) out += ',';
-            AppendUtf8(CsvCell(row[i]), out);
-        }
-        out += "\r\n";
+        for (const std::u16string& cell : row) csv.Cell(cell);
+        csv.EndRow();
     }
 }
 
@@ -178,7 +169,7 @@ void AppendLine(document::RichText& text, std::u16string_view name, std::u16stri
 }
 
 std::string ToCsv(const Report& report) {
-    std::string out(kByteOrderMark);
+    std::string out(kUtf8Mark);
     if (!report.data.columns.empty()) {
         AppendCsv(report.data, out);
         return out;
@@ -189,8 +180,9 @@ std::string ToCsv(const Report& report) {
         if (!first) out += "\r\n";
         first = false;
         if (!section.heading.empty()) {
-            AppendUtf8(CsvCell(section.heading), out);
-            out += "\r\n";
+            CsvWriter csv(out);
+            csv.Cell(section.heading);
+            csv.EndRow();
         }
         AppendCsv(section.table, out);
     }

@@ -35,12 +35,12 @@ constexpr Command kCommands[] = {
 };
 
 int Run(const Options& options) {
-    if (options.help) {
-        std::fputs(kHelp, stdout);
+    if (!options.help.empty()) {
+        std::fputs(options.help.c_str(), stdout);
         return 0;
     }
     if (options.version) {
-        std::fputs(kVersion, stdout);
+        std::printf("qmtrain %s\n", kVersionNumber);
         return 0;
     }
     SetComponentFolder(ToNativePath(options.data));  // where the user may write

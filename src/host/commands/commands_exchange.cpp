@@ -5,10 +5,6 @@
 #include <functional>
 #include <iostream>
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
@@ -17,6 +13,7 @@
 #include "exchange/bank_file.h"
 #include "exchange/formats.h"
 #include "exchange/text_file.h"
+#include "host/commands/command_line.h"
 #include "host/commands/commands.h"
 #include "host/data/data_folder.h"
 #include "host/papers/outcome.h"
@@ -37,46 +34,11 @@ void Say(std::u16string_view line) {
     std::fputs((ToUtf8(line) + "\n").c_str(), stdout);
 }
 
-// Parses the words and runs what they say.
+// Parses the words behind the command and runs what they say.
 int Parse(CLI::App& app, const CommandWords& words, const std::function<int()>& run) {
-    const auto formatter = std::make_shared<CLI::Formatter>();
-    for (const auto& [label, chinese] :
-         {std::pair{"Usage", "用法"}, std::pair{"OPTIONS", "选项"}, std::pair{"Positionals", "参数"},
-          std::pair{"REQUIRED", "（必需）"}, std::pair{"SUBCOMMAND", "命令"}, std::pair{"TEXT", "文字"},
-          std::pair{"INT", "整数"}, std::pair{"UINT", "整数"}, std::pair{"FLOAT", "数"}}) {
-        formatter->label(label, chinese);
-    }
-    std::vector<CLI::App*> all = app.get_subcommands({});
-    all.push_back(&app);
-    for (CLI::App* one : all) {
-        one->formatter(formatter)->group("命令");
-        one->set_help_flag("-h,--help", "显示用法");
-        for (CLI::Option* option : one->get_options()) {
-            if (!option->get_positional()) option->group("选项");
-        }
-    }
-    const auto after = [](const std::string& text, std::string_view sign) {
-        const std::size_t at = text.find(sign);
-        return FromUtf8(at == std::string::npos ? text : text.substr(at + sign.size()));
-    };
-    const auto before = [](const std::string& text, char sign) { return FromUtf8(text.substr(0, text.find(sign))); };
-    constexpr std::u16string_view kMore = u"；--help 列出用法。";
-    try {
-        app.parse(CommandWords(words.rbegin(), words.rend() - 1));  // from behind, without the command
-    } catch (const CLI::CallForHelp&) {
-        const auto chosen = app.get_subcommands();
-        std::fputs((chosen.empty() ? &app : chosen.front())->help().c_str(), stdout);
+    if (const auto help = ParseWords(app, {words.begin() + 1, words.end()})) {
+        std::fputs(help->c_str(), stdout);
         return 0;
-    } catch (const CLI::RequiredError& error) {
-        const bool command = std::string_view(error.what()).starts_with("A ");
-        Refuse(std::u16string(command ? u"缺少命令" : u"缺少参数 " + before(error.what(), ' ')) +
-               std::u16string(kMore));
-    } catch (const CLI::ArgumentMismatch& error) {
-        Refuse(u"参数 " + before(error.what(), ':') + u" 后面的内容太少或太多" + std::u16string(kMore));
-    } catch (const CLI::ConversionError& error) {
-        Refuse(u"参数无法识别：" + after(error.what(), ": ") + std::u16string(kMore));
-    } catch (const CLI::ParseError& error) {
-        Refuse(u"不认识的参数：" + after(error.what(), ": ") + std::u16string(kMore));
     }
     try {
         return run();
@@ -290,7 +252,7 @@ ChosenQuestion ChosenOf(const std::string& word) {
 int ImportCommand(const CommandWords& words) {
     CLI::App app("把 GIFT、Aiken、Moodle XML、CSV 文件中的试题导入题库", "qmtrain import");
     ImportOptions options;
-    app.add_option("文件", options.files, "要导入的文件");
+    app.add_option("文件", options.files, "要导入的文件")->expected(-1)->allow_extra_args(false);
     app.add_option("--bank", options.bank, "题库代码；没有这个题库时新建");
     app.add_option("--name", options.name, "新题库的名称");
     app.add_option("--subject", options.subject, "新题库的科目");

@@ -1,9 +1,10 @@
 #include <cstdio>
+#include <limits>
 #include <optional>
 
-#include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "host/commands/command_line.h"
 #include "host/commands/commands.h"
 #include "host/commands/options.h"
 #include "host/data/data_folder.h"
@@ -19,13 +20,6 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr const char* kUsage =
-    "用法：qmtrain export-history | export-paper --training N | export-notes [选项]\n"
-    "  --format html|csv|pdf  格式（默认 html）\n"
-    "  --output 文件          写到文件；不给时写到标准输出（PDF 必须给）\n"
-    "  --training N           export-paper：练习编号（默认为最近一次）\n"
-    "  --data、--user、--subject、--net 与其他命令相同\n";
-
 [[noreturn]] void Fail(std::u16string reason) {
     RaiseComponentError(u"qmtrain", std::move(reason));
 }
@@ -39,29 +33,29 @@ struct ExportOptions {
 
 ExportOptions Parse(const CommandWords& words) {
     ExportOptions options;
-    CommandWords rest;
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        if (word != "--format" && word != "--output" && word != "--training") {
-            rest.push_back(word);
-            continue;
-        }
-        if (i + 1 >= words.size()) Fail(FromUtf8(word) + u" 后面缺少内容。");
-        const std::string& value = words[++i];
-        if (word == "--format") options.format = value;
-        if (word == "--output") options.output = value;
-        if (word != "--training") continue;
-        const auto number = ParseNumber(FromUtf8(value));
-        if (!number || *number < 1 || *number > 2147483647.0)
-            Fail(u"--training 后面应当是一个练习编号：" + FromUtf8(value));
-        options.training = static_cast<std::int32_t>(*number);
-    }
+    std::vector<std::string> folders;
+    CLI::App app("导出练习历史（export-history）、一份试卷的回顾（export-paper）、笔记（export-notes）",
+                 "qmtrain " + words.front());
+    app.add_option("--format", options.format, "html、csv 或 pdf（默认 html）")->type_name("格式")->take_last();
+    app.add_option("--output", options.output, "写到文件；不给时写到标准输出（PDF 必须给）")
+        ->type_name("文件")
+        ->take_last();
+    app.add_option_function<std::string>(
+           "--training",
+           [&](const std::string& text) {
+               options.training = NumberBehind("--training", text, 1, std::numeric_limits<std::int32_t>::max());
+           },
+           "export-paper：练习编号（默认为最近一次）")
+        ->type_name("整数")
+        ->take_last();
+    AddCommonOptions(app, options.common, folders);
+    options.common.help = ParseWords(app, {words.begin() + 1, words.end()}).value_or("");
+    if (!options.common.help.empty()) return options;
+    options.common.data = OnlyFolder(folders);
     if (options.format != "html" && options.format != "csv" && options.format != "pdf") {
         Fail(u"--format 只能是 html、csv 或 pdf：" + FromUtf8(options.format));
     }
     if (options.format == "pdf" && options.output.empty()) Fail(u"PDF 要写到文件，请用 --output 指定。");
-    options.common = ParseOptions(rest);
-    if (!options.common.command.empty()) Fail(u"不认识的参数：" + FromUtf8(options.common.command));
     return options;
 }
 
@@ -99,8 +93,8 @@ void WriteReportFile(const report::Report& report, report::Format format, std::u
 
 int ExportReportCommand(const CommandWords& words) {
     const ExportOptions options = Parse(words);
-    if (options.common.help) {
-        std::fputs(kUsage, stdout);
+    if (!options.common.help.empty()) {
+        std::fputs(options.common.help.c_str(), stdout);
         return 0;
     }
     RequireReadable({options.common.data});

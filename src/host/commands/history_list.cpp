@@ -1,8 +1,9 @@
 #include "host/commands/history_list.h"
 
-#include <array>
+#include <nlohmann/json.hpp>
 
 #include "core/convert.h"
+#include "core/csv.h"
 #include "core/error.h"
 #include "core/text.h"
 #include "host/data/data_folder.h"
@@ -14,38 +15,29 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr std::array<const char*, 6> kColumns = {"日期", "类型", "练习时间", "总分", "得分", "得分率(%)"};
-
-std::string Quoted(const std::string& text, char quote_mark) {
-    std::string out = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == quote_mark) out += quote_mark;
-        out += c;
-    }
-    return out + "\"";
-}
+using review::kTrainingHeaders;
 
 std::string Csv(const std::vector<ui::ListRow>& rows) {
     std::string out;
-    for (std::size_t i = 0; i < kColumns.size(); ++i) out += (i > 0 ? "," : "") + Quoted(kColumns[i], '"');
-    out += "\r\n";
+    CsvWriter csv(out);
+    for (const std::u16string_view header : kTrainingHeaders) csv.Quoted(header);
+    csv.EndRow();
     for (const ui::ListRow& row : rows) {
-        for (std::size_t i = 0; i < kColumns.size(); ++i) {
-            out += (i > 0 ? "," : "") + Quoted(ToUtf8(row.cells[i]), '"');
-        }
-        out += "\r\n";
+        for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) csv.Quoted(row.cells[i]);
+        csv.EndRow();
     }
     return out;
 }
 
+// A line for each training.
 std::string Json(const std::vector<ui::ListRow>& rows) {
     std::string out = "[";
-    for (std::size_t r = 0; r < rows.size(); ++r) {
-        out += r > 0 ? ",\n{" : "\n{";
-        for (std::size_t i = 0; i < kColumns.size(); ++i) {
-            out += (i > 0 ? "," : "") + Quoted(kColumns[i], '\\') + ":" + Quoted(ToUtf8(rows[r].cells[i]), '\\');
+    for (const ui::ListRow& row : rows) {
+        nlohmann::ordered_json training;
+        for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) {
+            training[ToUtf8(kTrainingHeaders[i])] = ToUtf8(row.cells[i]);
         }
-        out += "}";
+        out += (out.size() > 1 ? ",\n" : "\n") + training.dump();
     }
     return out + "\n]\n";
 }
@@ -53,7 +45,7 @@ std::string Json(const std::vector<ui::ListRow>& rows) {
 std::string Text(const std::vector<ui::ListRow>& rows) {
     std::string out;
     for (const ui::ListRow& row : rows) {
-        for (std::size_t i = 0; i < kColumns.size(); ++i) out += (i > 0 ? "\t" : "") + ToUtf8(row.cells[i]);
+        for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) out += (i > 0 ? "\t" : "") + ToUtf8(row.cells[i]);
         out += "\n";
     }
     return out;

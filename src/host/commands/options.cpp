@@ -1,115 +1,98 @@
 #include "host/commands/options.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
+#include <utility>
 
-#include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "host/commands/command_line.h"
 #include "host/data/data_folder.h"
 
 namespace qmtrain::host {
 namespace {
 
-constexpr std::array<const char*, 7> kCommands = {"init", "seed", "list", "papers", "practice", "history", "notes"};
+constexpr std::int32_t kMostNumber = 1000000;
 
-std::int32_t Number(const std::string& option, const std::string& text, int least) {
-    const auto number = ParseNumber(FromUtf8(text));
-    if (!number || *number < least || *number > 1e6 || *number != std::floor(*number)) {
-        RaiseComponentError(u"qmtrain", FromUtf8(option) + u" 后面应当是一个整数：" + FromUtf8(text));
-    }
-    return static_cast<std::int32_t>(*number);
-}
+constexpr const char* kOtherCommands =
+    "其他命令（各有 --help）：\n"
+    "  import, export              把文件中的试题导入题库；导出题库\n"
+    "  paper                       组卷、打包成网络版试卷库、印成 PDF 或网页（make、pack、print）\n"
+    "  export-history, export-paper, export-notes\n"
+    "                              导出练习历史、一份试卷的回顾、笔记";
 
-bool IsCommand(const std::string& word) {
-    return std::find(kCommands.begin(), kCommands.end(), word) != kCommands.end();
+template <class Set>
+void AddNumber(CLI::App& app, const std::string& name, std::int32_t least, Set set, const std::string& description) {
+    app.add_option_function<std::string>(
+           name, [=](const std::string& text) { set(NumberBehind(name, text, least, kMostNumber)); }, description)
+        ->type_name("整数")
+        ->take_last();
 }
 
 }  // namespace
 
-const char* const kHelp =
-    "用法：qmtrain [命令] [选项]\n"
-    "\n"
-    "不带命令时打开主窗口。命令：\n"
-    "  init [文件夹]  建立空的数据库；已有的文件不变\n"
-    "  seed           建立示例题库和试卷，并加入练习记录\n"
-    "  list           列出练习历史，与窗口中显示的一致\n"
-    "  papers         列出试卷及其试卷号\n"
-    "  practice       练习一份试卷\n"
-    "  history        打开练习历史窗口\n"
-    "  notes          打开笔记管理窗口\n"
-    "  import         把文件中的试题导入题库；export：导出题库（各有 --help）\n"
-    "  paper          组卷、打包成网络版试卷库、印成 PDF 或网页（make、pack、print）\n"
-    "  export-history | export-paper | export-notes\n"
-    "                 导出练习历史、一份试卷的回顾、笔记（--help 列出选项）\n"
-    "\n"
-    "选项：\n"
-    "  --data 文件夹      数据库所在的文件夹\n"
-    "  --user N           考生（默认 1；主窗口默认为上次的考生）；查看和导出历史、笔记时 -1 表示所有考生\n"
-    "  --subject N        科目，-1 表示所有科目（默认 1；主窗口默认为上次的科目）\n"
-    "  --net              网络版\n"
-    "  --paper N          practice：试卷号（见 papers；默认为科目的第一份试卷）\n"
-    "  --exercise         practice：练习方式，不计时，每题作答后显示答案\n"
-    "  --trainings N      seed：加入的练习次数（默认 12）\n"
-    "  --csv | --json     list：输出格式\n"
-    "  --screenshot 文件  把窗口存成 PNG 图片后退出\n"
-    "  --version          显示版本\n";
-
-const char* const kVersion = "qmtrain " QMTRAIN_VERSION "\n";
 const char* const kVersionNumber = QMTRAIN_VERSION;
+
+void AddCommonOptions(CLI::App& app, Options& options, std::vector<std::string>& folders) {
+    app.add_option("--data", folders, "数据库所在的文件夹")->type_name("文件夹")->allow_extra_args(false);
+    const auto set_user = [&options](std::int32_t number) {
+        options.user = number;
+        options.user_named = true;
+    };
+    AddNumber(app, "--user", -1, set_user,
+              "考生（默认 1；主窗口默认为上次的考生）；查看和导出历史、笔记时 -1 表示所有考生");
+    const auto set_subject = [&options](std::int32_t number) {
+        options.subject = number;
+        options.subject_named = true;
+    };
+    AddNumber(app, "--subject", -1, set_subject, "科目，-1 表示所有科目（默认 1；主窗口默认为上次的科目）");
+    app.add_flag("--net", options.net, "网络版");
+}
+
+std::u16string OnlyFolder(const std::vector<std::string>& folders) {
+    if (folders.empty()) return UserDataFolder();
+    if (folders.size() > 1) {
+        RaiseComponentError(u"qmtrain", u"只能有一个文件夹：" + FromUtf8(folders[0]) + u"、" + FromUtf8(folders[1]));
+    }
+    return FromUtf8(folders.front());
+}
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
     Options options;
-    options.data = UserDataFolder();
-    bool folder_named = false;
-    const auto name_folder = [&](const std::string& folder) {
-        if (folder_named) {
-            RaiseComponentError(u"qmtrain", u"只能有一个文件夹：" + options.data + u"、" + FromUtf8(folder));
-        }
-        options.data = FromUtf8(folder);
-        folder_named = true;
-    };
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& word = arguments[i];
-        const auto value = [&]() -> const std::string& {
-            if (i + 1 >= arguments.size()) RaiseComponentError(u"qmtrain", FromUtf8(word) + u" 后面缺少内容。");
-            return arguments[++i];
-        };
-        if (word == "--help" || word == "-h") {
-            options.help = true;
-        } else if (word == "--version") {
-            options.version = true;
-        } else if (word == "--data") {
-            name_folder(value());
-        } else if (word == "--user") {
-            options.user = Number(word, value(), -1);
-            options.user_named = true;
-        } else if (word == "--subject") {
-            options.subject = Number(word, value(), -1);
-            options.subject_named = true;
-        } else if (word == "--paper") {
-            options.paper = Number(word, value(), 1);
-        } else if (word == "--trainings") {
-            options.trainings = Number(word, value(), 0);
-        } else if (word == "--screenshot") {
-            options.screenshot = value();
-        } else if (word == "--exercise") {
-            options.exercise = true;
-        } else if (word == "--net") {
-            options.net = true;
-        } else if (word == "--csv") {
-            options.output = Options::Output::Csv;
-        } else if (word == "--json") {
-            options.output = Options::Output::Json;
-        } else if (options.command.empty() && IsCommand(word)) {
-            options.command = word;
-        } else if (options.command == "init" && !word.starts_with("-")) {
-            name_folder(word);
-        } else {
-            RaiseComponentError(u"qmtrain", u"不认识的参数：" + FromUtf8(word));
-        }
+    CLI::App app("不带命令时打开主窗口。", "qmtrain");
+    app.require_subcommand(0, 1);
+    app.footer(kOtherCommands);
+    for (const auto& [name, description] : {std::pair{"init", "建立空的数据库；已有的文件不变"},
+                                            {"seed", "建立示例题库和试卷，并加入练习记录"},
+                                            {"list", "列出练习历史，与窗口中显示的一致"},
+                                            {"papers", "列出试卷及其试卷号"},
+                                            {"practice", "练习一份试卷"},
+                                            {"history", "打开练习历史窗口"},
+                                            {"notes", "打开笔记管理窗口"}}) {
+        app.add_subcommand(name, description)->fallthrough();  // options may stand before the command and behind it
     }
+    std::vector<std::string> folders;
+    std::vector<std::string> made;
+    AddCommonOptions(app, options, folders);
+    app.get_subcommand("init")
+        ->add_option("文件夹", made, "数据库所在的文件夹")
+        ->type_name("")
+        ->allow_extra_args(false);
+    AddNumber(
+        app, "--paper", 1, [&](std::int32_t number) { options.paper = number; },
+        "practice：试卷号（见 papers；默认为科目的第一份试卷）");
+    app.add_flag("--exercise", options.exercise, "practice：练习方式，不计时，每题作答后显示答案");
+    AddNumber(
+        app, "--trainings", 0, [&](std::int32_t number) { options.trainings = number; },
+        "seed：加入的练习次数（默认 12）");
+    app.add_flag_callback(
+        "--csv", [&] { options.output = Options::Output::Csv; }, "list：输出格式");
+    app.add_flag_callback(
+        "--json", [&] { options.output = Options::Output::Json; }, "list：输出格式");
+    app.add_option("--screenshot", options.screenshot, "把窗口存成 PNG 图片后退出")->type_name("文件")->take_last();
+    app.add_flag("--version", options.version, "显示版本");
+    options.help = ParseWords(app, arguments).value_or("");
+    for (const CLI::App* command : app.get_subcommands()) options.command = command->get_name();
+    folders.insert(folders.end(), made.begin(), made.end());
+    options.data = OnlyFolder(folders);
     return options;
 }
 

@@ -1,9 +1,13 @@
-// The command line of qmtrain.
+// The command line of qmtrain, as far as its commands do not read their own.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace qmtrain::host {
 
@@ -20,15 +24,20 @@ struct Options {
     bool exercise = false;
     enum class Output { Text, Csv, Json } output = Output::Text;
     std::string screenshot;  // a file to write and leave
-    bool help = false;
+    std::string help;        // the text, where it was asked for
     bool version = false;
 };
 
 // Raises the component's error, for the user, for what is not understood.
 Options ParseOptions(const std::vector<std::string>& arguments);
 
-extern const char* const kHelp;
-extern const char* const kVersion;
+// The folder, the candidate, the subject and the edition, for a command that reads its own options. Both arguments must
+// outlive the parsing.
+void AddCommonOptions(CLI::App& app, Options& options, std::vector<std::string>& folders);
+
+// The user's own folder when none is named. Raises the component's error for more than one.
+std::u16string OnlyFolder(const std::vector<std::string>& folders);
+
 extern const char* const kVersionNumber;
 
 }  // namespace qmtrain::host

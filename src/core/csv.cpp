@@ -1,6 +1,8 @@
-#include "core/csv_cell.h"
+#include "core/csv.h"
 
 #include <algorithm>
+
+#include "core/text.h"
 
 namespace qmtrain {
 namespace {
@@ -40,22 +42,37 @@ std::u16string_view WithoutApostrophes(std::u16string_view text) {
 
 }  // namespace
 
-std::u16string CsvCell(std::u16string_view text) {
-    std::u16string out;
+void CsvWriter::AppendQuoted(std::u16string_view text) {
+    out_.push_back('"');
+    for (std::size_t quote; (quote = text.find(u'"')) != text.npos; text.remove_prefix(quote + 1)) {
+        AppendUtf8(text.substr(0, quote), out_);
+        out_ += "\"\"";
+    }
+    AppendUtf8(text, out_);
+    out_.push_back('"');
+}
+
+void CsvWriter::Quoted(std::u16string_view text) {
+    Separate();
+    AppendQuoted(text);
+}
+
+void CsvWriter::Cell(std::u16string_view text) {
+    Separate();
+    std::u16string guarded;
     const std::u16string_view rest = WithoutApostrophes(text);
     const std::size_t own = text.size() - rest.size();
     if (BeginsFormula(rest) && (own > 0 || !IsNumber(rest))) {
-        out.append(Written(own, rest.ends_with(kApostrophe)) - own, kApostrophe);
+        guarded.assign(Written(own, rest.ends_with(kApostrophe)) - own, kApostrophe);
     }
     const bool quoted = text.find_first_of(u",;\t\"\n\r") != std::u16string_view::npos || text.starts_with(u' ') ||
                         text.ends_with(u' ');
-    if (!quoted) return out.append(text);
-    out.insert(0, 1, u'"');
-    for (const char16_t unit : text) {
-        if (unit == u'"') out += u'"';
-        out += unit;
+    guarded.append(text);
+    if (quoted) {
+        AppendQuoted(guarded);
+    } else {
+        AppendUtf8(guarded, out_);
     }
-    return out + u'"';
 }
 
 std::u16string_view CsvCellText(std::u16string_view cell) {
