@@ -13,6 +13,23 @@ constexpr std::size_t kKindLength = 4;
 constexpr std::size_t kLongName = 40;
 constexpr std::size_t kShownOfLongName = 38;
 
+std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id) {
+    const std::u16string subject = subject_code == -1 ? u"" : u" SubjectCode=" + ToText(subject_code);
+    const std::u16string user = user_id == -1 ? u"" : u"CreateUserId=" + ToText(user_id);
+    const std::u16string both = subject.empty() || user.empty() ? u"" : u" And ";
+    const std::u16string filters = subject + both + user;
+    return u"Select DataCode From Notes " + (filters.empty() ? filters : u" Where " + filters) + u" Group by DataCode";
+}
+
+std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id) {
+    RequireNoQuote(data_code);
+    std::u16string query = u"Select * From Notes Where DataCode='";
+    query.append(data_code).append(u"'");
+    if (user_id != -1) query += u" And CreateUserId=" + ToText(user_id);
+    if (subject_code != -1) query += u" And SubjectCode=" + ToText(subject_code);
+    return query += u" Order By CreateDate";
+}
+
 std::vector<NoteNode> LoadDataCodeNotes(const NotesSource& source, std::u16string_view data_code) {
     return Trapped(u"FrmNotes.LoadDataCodeNotes", std::vector<NoteNode>(), [&](std::vector<NoteNode>& nodes) {
         const auto note = InitNoteObject(source);
@@ -53,23 +70,6 @@ std::optional<std::int32_t> NoteOf(std::u16string_view key) {
 std::u16string ShortName(std::u16string_view name) {
     if (name.size() < kLongName) return std::u16string(name);
     return std::u16string(name.substr(0, kShownOfLongName)).append(u"...");
-}
-
-std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id) {
-    const std::u16string subject = subject_code == -1 ? u"" : u" SubjectCode=" + ToText(subject_code);
-    const std::u16string user = user_id == -1 ? u"" : u"CreateUserId=" + ToText(user_id);
-    const std::u16string both = subject.empty() || user.empty() ? u"" : u" And ";
-    const std::u16string filters = subject + both + user;
-    return u"Select DataCode From Notes " + (filters.empty() ? filters : u" Where " + filters) + u" Group by DataCode";
-}
-
-std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id) {
-    RequireNoQuote(data_code);
-    std::u16string query = u"Select * From Notes Where DataCode='";
-    query.append(data_code).append(u"'");
-    if (user_id != -1) query += u" And CreateUserId=" + ToText(user_id);
-    if (subject_code != -1) query += u" And SubjectCode=" + ToText(subject_code);
-    return query += u" Order By CreateDate";
 }
 
 std::shared_ptr<Note> InitNoteObject(const NotesSource& source) {

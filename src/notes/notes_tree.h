@@ -45,9 +45,6 @@ struct BankNode {
     std::vector<NoteNode> notes;
 };
 
-std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id);
-std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id);
-
 // A note object on the source's client database; empty, and logged, when that cannot be opened.
 std::shared_ptr<Note> InitNoteObject(const NotesSource& source);
 

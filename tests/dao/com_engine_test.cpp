@@ -28,6 +28,7 @@
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "support/environment.h"
+#include "support/raised.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -82,12 +83,6 @@ public:
     const std::vector<std::string>& Lines() const { return lines_; }
 
 private:
-    static std::string Shown(const Value& value) {
-        if (value.IsNull()) return "Null";
-        if (value.GetType() == Value::Type::Binary) return std::to_string(value.Binary().size()) + " bytes";
-        return ToUtf8(ToText(value));
-    }
-
     std::vector<std::string> lines_;
 };
 

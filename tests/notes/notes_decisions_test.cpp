@@ -45,17 +45,6 @@ TEST(NotesKeys, LongNamesAreShortened) {
     EXPECT_EQ(ShortName(text), text.substr(0, 38) + u"...");
 }
 
-TEST(NotesQueries, HoldTheFiltersThatAreOn) {
-    EXPECT_EQ(BanksQuery(-1, -1), u"Select DataCode From Notes  Group by DataCode");
-    EXPECT_EQ(BanksQuery(3, -1), u"Select DataCode From Notes  Where  SubjectCode=3 Group by DataCode");
-    EXPECT_EQ(BanksQuery(-1, 7), u"Select DataCode From Notes  Where CreateUserId=7 Group by DataCode");
-    EXPECT_EQ(BanksQuery(3, 7),
-              u"Select DataCode From Notes  Where  SubjectCode=3 And CreateUserId=7 Group by DataCode");
-    EXPECT_EQ(BankNotesQuery(u"VB", -1, -1), u"Select * From Notes Where DataCode='VB' Order By CreateDate");
-    EXPECT_EQ(BankNotesQuery(u"VB", 3, 7),
-              u"Select * From Notes Where DataCode='VB' And CreateUserId=7 And SubjectCode=3 Order By CreateDate");
-}
-
 TEST(NotesTexts, AnswerBoxes) {
     struct Case {
         QuestionKind kind;
@@ -92,18 +81,6 @@ TEST(NotesTexts, TheAnswerButtonIsThereForTypesThatHaveAnAnswer) {
         EXPECT_FALSE(ShowsAnswerButton(QuestionKind::Operation, now));
         EXPECT_EQ(ShowsAnswerButton(QuestionKind::Unknown, now), now);
     }
-}
-
-TEST(NotesTexts, QuestionsAndLines) {
-    EXPECT_EQ(CreateDateText({}), u"不祥");
-    EXPECT_EQ(CreateDateText(FromCivil({2005, 4, 2, 8, 30, 0})), u"2005年04月02日");
-    EXPECT_EQ(ViewTimesText(4), u"查看次数：5次");
-    EXPECT_EQ(ViewTimesText(2147483647), u"查看次数：2147483648次");
-    EXPECT_EQ(SaveQuestion(u"名"), u"笔记[名]已改变\r\n是否保存？");
-    EXPECT_EQ(DeleteQuestion(u"名"), u"是否真的删除\r\n[名]笔记？");
-    EXPECT_EQ(NoNotesInBank(u"VB"), u"模块[VB]没有笔记！");
-    EXPECT_EQ(SaveLogText(12, true), u"对笔记[12]修改保存成功");
-    EXPECT_EQ(SaveLogText(12, false), u"对笔记[12]修改保存失败");
 }
 
 // l: a list is shown, n: a note is shown, m, s: "Modify", "Save", t: a key, L: leaves the node, y: saves on leaving,
