@@ -93,7 +93,7 @@ public:
         layout_.height_ += measurer_.Pixels(paragraph_.format.space_before);
         BeginLine(first_left_);
         if (!paragraph_.format.bullet.empty()) PlaceBullet();
-        for (const ui::Run& run : paragraph_.runs) {
+        for (const document::Run& run : paragraph_.runs) {
             if (run.picture) {
                 PlacePicture(run);
             } else {
@@ -131,7 +131,7 @@ private:
         x_ = std::max(left_, x_ + measurer_.Width(paragraph_.format.bullet + u" ", FormatHere()));
     }
 
-    void PlacePicture(const ui::Run& run) {
+    void PlacePicture(const document::Run& run) {
         int width = std::max(1, measurer_.Pixels(run.picture->width));
         int height = std::max(1, measurer_.Pixels(run.picture->height));
         const int room = std::max(1, right_ - left_);
@@ -147,7 +147,7 @@ private:
         position_ += run.text.size();
     }
 
-    void PlaceText(const ui::Run& run) {
+    void PlaceText(const document::Run& run) {
         std::u16string_view rest = run.text;
         while (!rest.empty()) {
             if (rest.front() == kLineBreak) {
@@ -166,7 +166,7 @@ private:
     }
 
     // Text without tabs and line breaks: as much as fits, then a new line.
-    void PlaceWords(const ui::Run& run, std::u16string_view text) {
+    void PlaceWords(const document::Run& run, std::u16string_view text) {
         MeasuredText measured(text, run.format, measurer_);
         for (std::size_t at = 0; at < text.size();) {
             const std::u16string_view rest = text.substr(at);
@@ -247,7 +247,7 @@ private:
         return (x_ / step + 1) * step;
     }
 
-    void Place(const ui::Run& run, std::u16string_view text, int width) {
+    void Place(const document::Run& run, std::u16string_view text, int width) {
         Grow(run.format);
         line_.pieces.push_back({&run, text, position_, x_, width, 0});
         x_ += width;

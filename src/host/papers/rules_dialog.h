@@ -6,6 +6,7 @@
 
 #include <wx/checkbox.h>
 #include <wx/checklst.h>
+#include <wx/choice.h>
 
 #include "exchange/bank_file.h"
 #include "host/papers/paper_rules.h"

@@ -8,12 +8,12 @@ namespace qmtrain::test {
 inline constexpr int kLetter = 10;
 
 // The height says the size: 10 above the base line and 4 below, or twice as much for large characters.
-class FixedMeasurer : public ui::Measurer {
+class FixedMeasurer : public document::Measurer {
 public:
-    int Width(std::u16string_view text, const ui::CharacterFormat& format) override {
+    int Width(std::u16string_view text, const document::CharacterFormat& format) override {
         return text.empty() ? 0 : Widths(text, format).back();
     }
-    std::vector<int> Widths(std::u16string_view text, const ui::CharacterFormat&) override {
+    std::vector<int> Widths(std::u16string_view text, const document::CharacterFormat&) override {
         std::vector<int> widths;
         int width = 0;
         for (const char16_t unit : text) {
@@ -23,7 +23,7 @@ public:
         }
         return widths;
     }
-    Height HeightOf(const ui::CharacterFormat& format) override {
+    Height HeightOf(const document::CharacterFormat& format) override {
         return format.half_points > 40 ? Height{20, 8} : Height{10, 4};
     }
     int Pixels(int twips) override { return twips / 15; }
