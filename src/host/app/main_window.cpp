@@ -3,30 +3,16 @@
 #include <algorithm>
 #include <span>
 
-#include <wx/menu.h>
 #include <wx/wupdlock.h>
 
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
-#include "host/app/about_dialog.h"
-#include "host/app/people_dialogs.h"
-#include "host/banks/bank_menu.h"
 #include "host/data/schema.h"
-#include "host/learning/analysis_window.h"
 #include "host/learning/review_schedule.h"
-#include "host/learning/review_window.h"
-#include "host/learning/wrong_window.h"
-#include "host/papers/compose_dialog.h"
-#include "host/practice/practice_window.h"
-#include "host/samples/sample_data.h"
-#include "host/widgets/ask.h"
 #include "host/widgets/look.h"
 #include "host/widgets/window_place.h"
-#include "notes/ui_manage_notes.h"
-#include "review/frm_view_paper.h"
-#include "review/ui_train.h"
 #include "ui/layout.h"
 #include "ui/message_box.h"
 #include "ui/wx_text.h"
@@ -34,13 +20,9 @@
 namespace qmtrain::host {
 namespace {
 
-// Pixels of an unscaled screen.
-constexpr int kLeastPapers = 280;
-constexpr int kBandRow = 44;
 constexpr std::size_t kLastShown = 100;  // the history window has all of them
 constexpr int kBandRows = 2;             // more of them scroll
 
-constexpr std::u16string_view kTitle = u"全国计算机等级考试模拟练习";
 constexpr std::u16string_view kPlace = u"MainWindow";
 constexpr std::u16string_view kUserSetting = u"User";
 constexpr std::u16string_view kSubjectSetting = u"Subject";
@@ -53,78 +35,22 @@ int PlaceOf(const People& people, std::int32_t wanted, Number number) {
     return found == people.end() ? -1 : static_cast<int>(found - people.begin());
 }
 
-struct ListColumn {
-    std::u16string_view title;
-    int width;  // the least one
-    wxAlignment alignment;
-    bool spare = false;
-};
-
-// The column of names takes what the others leave, and ends with an ellipsis. Where there is no room for all, spare
-// columns are left out, the last one first.
-class Columns {
-public:
-    Columns(wxDataViewListCtrl& list, const std::vector<ListColumn>& all, std::size_t flexible)
-        : list_(list), columns_(all), flexible_(flexible) {
-        for (const ListColumn& one : columns_) {
-            wxDataViewColumn* column =
-                list_.AppendTextColumn(ui::ToWx(one.title), wxDATAVIEW_CELL_INERT, list_.FromDIP(one.width),
-                                       one.alignment, wxDATAVIEW_COL_RESIZABLE);
-            column->GetRenderer()->EnableEllipsize(wxELLIPSIZE_END);
-        }
-    }
-    void Fit() const {
-        const int width = list_.GetClientSize().x;
-        int all = 0;
-        for (const ListColumn& one : columns_) all += list_.FromDIP(one.width);
-        for (std::size_t i = columns_.size(); i-- > 0;) {
-            const bool left_out = columns_[i].spare && all > width;
-            if (left_out) all -= list_.FromDIP(columns_[i].width);
-            wxDataViewColumn& column = *list_.GetColumn(static_cast<unsigned>(i));
-            if (column.IsHidden() != left_out) column.SetHidden(left_out);
-        }
-        const int least = list_.FromDIP(columns_[flexible_].width);
-        const int room = std::max(least, width - (all - least) - list_.FromDIP(ui::kWide));
-        list_.GetColumn(static_cast<unsigned>(flexible_))->SetWidth(room);
-    }
-
-private:
-    wxDataViewListCtrl& list_;
-    std::vector<ListColumn> columns_;
-    std::size_t flexible_;
-};
-
-wxDataViewListCtrl* MakeList(wxWindow* parent, std::u16string_view name, const std::vector<ListColumn>& all,
-                             std::size_t flexible) {
-    auto* list = new wxDataViewListCtrl(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
-                                        wxDV_SINGLE | wxDV_ROW_LINES | wxBORDER_THEME);
-    SetSpokenName(*list, name);
-    const Columns columns(*list, all, flexible);
-    list->SetMinSize(parent->FromDIP(wxSize(200, 60)));
-    list->Bind(wxEVT_SIZE, [columns](wxSizeEvent& event) {
-        event.Skip();
-        columns.Fit();
-    });
-    return list;
-}
-
 std::u16string Percent(float rate) {
     return Format(rate, u"0.0") + u"%";
 }
 
 }  // namespace
 
-template <class Body>
-void MainWindow::Guarded(Body body) {
+void MainWindow::Guarded(const std::function<void()>& body) {
     try {
         body();
     } catch (const AutomationError& error) {
-        ui::Inform(this, error.Description(), kTitle);
+        ui::Inform(this, error.Description(), kMainTitle);
     }
 }
 
 MainWindow::MainWindow(DataFolder folder, const Choices& choices)
-    : wxFrame(nullptr, wxID_ANY, ui::ToWx(kTitle)),
+    : wxFrame(nullptr, wxID_ANY, ui::ToWx(kMainTitle)),
       folder_(std::move(folder)),
       read_only_(Examine(folder_).read_only),
       settings_(folder_) {
@@ -142,221 +68,6 @@ MainWindow::MainWindow(DataFolder folder, const Choices& choices)
     }
     Choose(choices);
     Fill();
-}
-
-void MainWindow::Build() {
-    const int margin = FromDIP(ui::kMargin);
-    auto* page = new wxPanel(this);
-    auto* sizer = new wxBoxSizer(wxVERTICAL);
-    sizer->Add(BuildChoices(page), 0, wxEXPAND | wxALL, margin);
-    Band = new wxScrolledWindow(page, wxID_ANY, wxDefaultPosition, wxDefaultSize,
-                                wxVSCROLL | wxTAB_TRAVERSAL | wxBORDER_THEME);
-    Band->SetScrollRate(0, FromDIP(ui::kWide));
-    Band->SetBackgroundColour(Mixed(Colour(Tint::Caution), Colour(Tint::Card), 0.12));
-    SetSpokenName(*Band, u"还没有交卷的练习");
-    sizer->Add(Band, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, margin);
-    auto* middle = new wxBoxSizer(wxHORIZONTAL);
-    wxSizer* papers = BuildPapers(page);
-    papers->SetMinSize(FromDIP(wxSize(kLeastPapers, -1)));
-    middle->Add(papers, 5, wxEXPAND | wxRIGHT, FromDIP(ui::kWide));
-    middle->Add(BuildPast(page), 6, wxEXPAND);
-    sizer->Add(middle, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
-    LblFolder = new wxStaticText(
-        page, wxID_ANY, ui::ToWx(u"数据文件夹：" + folder_.path + (read_only_ ? u"（只读：可以查看，不能练习）" : u"")),
-        wxDefaultPosition, wxDefaultSize, wxST_ELLIPSIZE_MIDDLE);
-    LblFolder->SetForegroundColour(Colour(Tint::Quiet));
-    LblFolder->SetFont(FontOf(TextSize::Small));
-    sizer->Add(LblFolder, 0, wxEXPAND | wxALL, margin);
-    page->SetSizer(sizer);
-}
-
-wxSizer* MainWindow::BuildChoices(wxWindow* page) {
-    auto* row = new wxBoxSizer(wxHORIZONTAL);
-    const auto caption = [&](std::u16string_view text) {
-        row->Add(new wxStaticText(page, wxID_ANY, ui::ToWx(text)), 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT,
-                 FromDIP(ui::kGap));
-    };
-    caption(u"考生(&U)");
-    CboUser = new wxChoice(page, wxID_ANY);
-    SetSpokenName(*CboUser, u"考生");
-    CboUser->SetMinSize(FromDIP(wxSize(90, -1)));
-    row->Add(CboUser, 2, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
-    LblUser = MakeLabel(page, u"", TextSize::Small, false, Tint::Quiet);
-    row->Add(LblUser, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kWide));
-    caption(u"科目(&S)");
-    CboSubject = new wxChoice(page, wxID_ANY);
-    SetSpokenName(*CboSubject, u"科目");
-    CboSubject->SetMinSize(FromDIP(wxSize(110, -1)));
-    row->Add(CboSubject, 3, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
-    BtnRules = new wxButton(page, wxID_ANY, ui::ToWx(u"须知(&I)"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
-    ui::FitToCaption(*BtnRules);
-    BtnRules->SetToolTip(ui::ToWx(u"这个科目的考生须知"));
-    row->Add(BtnRules, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kWide));
-    OptStandAlone =
-        new wxRadioButton(page, wxID_ANY, ui::ToWx(u"单机版"), wxDefaultPosition, wxDefaultSize, wxRB_GROUP);
-    OptNet = new wxRadioButton(page, wxID_ANY, ui::ToWx(u"网络版"));
-    row->Add(OptStandAlone, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
-    row->Add(OptNet, 0, wxALIGN_CENTRE_VERTICAL);
-    return row;
-}
-
-wxSizer* MainWindow::BuildPapers(wxWindow* page) {
-    auto* box = new wxBoxSizer(wxVERTICAL);
-    box->Add(MakeLabel(page, u"试卷", TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
-    LvPapers = MakeList(page, u"试卷",
-                        {{u"试卷号", 56, wxALIGN_RIGHT},
-                         {u"名称", 96, wxALIGN_LEFT},
-                         {u"题数", 44, wxALIGN_RIGHT},
-                         {u"分钟", 44, wxALIGN_RIGHT, true},
-                         {u"最好", 60, wxALIGN_RIGHT},
-                         {u"次数", 48, wxALIGN_CENTRE, true}},
-                        1);
-    box->Add(LvPapers, 1, wxEXPAND);
-    Nothing = new wxPanel(page, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_THEME);
-    LblNothing =
-        new wxStaticText(Nothing, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize, wxALIGN_CENTRE_HORIZONTAL);
-    BtnNothing = new wxButton(Nothing, wxID_ANY, wxString());
-    auto* inside = new wxBoxSizer(wxVERTICAL);
-    inside->AddStretchSpacer();
-    inside->Add(LblNothing, 0, wxALIGN_CENTRE_HORIZONTAL | wxALL, FromDIP(ui::kGap));
-    inside->Add(BtnNothing, 0, wxALIGN_CENTRE_HORIZONTAL | wxALL, FromDIP(ui::kGap));
-    inside->AddStretchSpacer();
-    Nothing->SetSizer(inside);
-    box->Add(Nothing, 1, wxEXPAND);
-    auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-    BtnExam = new wxButton(page, wxID_ANY, ui::ToWx(u"开始考试(&E)"));
-    BtnExam->SetToolTip(ui::ToWx(u"计时，交卷以后看答案"));
-    BtnExercise = new wxButton(page, wxID_ANY, ui::ToWx(u"开始练习(&P)"));
-    BtnExercise->SetToolTip(ui::ToWx(u"不计时，每题作答以后就可以看答案"));
-    buttons->Add(BtnExam, 1, wxRIGHT, FromDIP(ui::kGap));
-    buttons->Add(BtnExercise, 1);
-    box->Add(buttons, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
-    return box;
-}
-
-wxSizer* MainWindow::BuildPast(wxWindow* page) {
-    auto* box = new wxBoxSizer(wxVERTICAL);
-    auto* figures = new wxBoxSizer(wxHORIZONTAL);
-    auto* words = new wxBoxSizer(wxVERTICAL);
-    words->Add(MakeLabel(page, u"我的成绩", TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
-    LblFigures = MakeLabel(page, u"");
-    LblFigures->SetMinSize(FromDIP(wxSize(kBandRow, -1)));
-    words->Add(LblFigures, 0, wxEXPAND);
-    figures->Add(words, 1, wxRIGHT, FromDIP(ui::kMargin));
-    PicCurve = new Curve(page);
-    figures->Add(PicCurve, 0, wxALIGN_CENTRE_VERTICAL);
-    box->Add(figures, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kMargin));
-    box->Add(MakeLabel(page, u"最近的练习", TextSize::Body, true), 0, wxBOTTOM, FromDIP(ui::kGap));
-    LvLast = MakeList(page, u"最近的练习",
-                      {{u"日期", 112, wxALIGN_LEFT},
-                       {u"试卷", 72, wxALIGN_LEFT},
-                       {u"方式", 56, wxALIGN_LEFT, true},
-                       {u"用时", 64, wxALIGN_RIGHT, true},
-                       {u"得分", 88, wxALIGN_RIGHT},
-                       {u"结果", 72, wxALIGN_LEFT}},
-                      1);
-    box->Add(LvLast, 1, wxEXPAND);
-    LblNoLast =
-        MakeLabel(page, u"还没有练习记录。选一份试卷，按“开始考试”或“开始练习”。", TextSize::Small, false, Tint::Quiet);
-    box->Add(LblNoLast, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
-    auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-    BtnReview = new wxButton(page, wxID_ANY, ui::ToWx(u"查看试卷(&R)"));
-    BtnHistory = new wxButton(page, wxID_ANY, ui::ToWx(u"练习历史(&H)"));
-    BtnNotes = new wxButton(page, wxID_ANY, ui::ToWx(u"笔记管理(&N)"));
-    buttons->Add(BtnReview, 1, wxRIGHT, FromDIP(ui::kGap));
-    buttons->Add(BtnHistory, 1, wxRIGHT, FromDIP(ui::kGap));
-    buttons->Add(BtnNotes, 1);
-    box->Add(buttons, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
-    auto* learning = new wxBoxSizer(wxHORIZONTAL);
-    BtnWrong = new wxButton(page, wxID_ANY, ui::ToWx(u"错题本(&W)"));
-    BtnToday = new wxButton(page, wxID_ANY, ui::ToWx(u"今日复习(&Y)"));
-    BtnToday->SetToolTip(ui::ToWx(u"快要忘记的题"));
-    BtnAnalysis = new wxButton(page, wxID_ANY, ui::ToWx(u"学习分析(&A)"));
-    learning->Add(BtnWrong, 1, wxRIGHT, FromDIP(ui::kGap));
-    learning->Add(BtnToday, 1, wxRIGHT, FromDIP(ui::kGap));
-    learning->Add(BtnAnalysis, 1);
-    box->Add(learning, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
-    return box;
-}
-
-void MainWindow::BuildMenu() {
-    auto* bar = new wxMenuBar;
-    const auto add = [this](wxMenu* menu, std::u16string_view text, auto action, bool writes = false) {
-        wxMenuItem* item = menu->Append(wxID_ANY, ui::ToWx(text));
-        if (writes && read_only_) item->Enable(false);
-        Bind(
-            wxEVT_MENU, [action](wxCommandEvent&) { action(); }, item->GetId());
-    };
-    auto* file = new wxMenu;
-    add(
-        file, u"新建考生(&C)…", [this] { EditCandidate(true); }, true);
-    add(
-        file, u"修改考生(&M)…", [this] { EditCandidate(false); }, true);
-    add(
-        file, u"新建科目(&S)…", [this] { EditSubject(true); }, true);
-    add(
-        file, u"修改科目(&D)…", [this] { EditSubject(false); }, true);
-    file->AppendSeparator();
-    add(
-        file, u"从题库组卷(&B)…", [this] { ComposeFromBank(); }, true);
-    file->AppendSeparator();
-    add(file, u"刷新(&R)\tF5", [this] { Fill(); });
-    add(file, u"退出(&X)\tCtrl+Q", [this] { Close(); });
-    bar->Append(file, ui::ToWx(u"文件(&F)"));
-    auto* practice = new wxMenu;
-    add(
-        practice, u"开始考试(&E)\tCtrl+E", [this] { PractiseSelected(Mode::Exam); }, true);
-    add(
-        practice, u"开始练习(&P)\tCtrl+P", [this] { PractiseSelected(Mode::Exercise); }, true);
-    practice->AppendSeparator();
-    add(practice, u"练习历史(&H)…\tCtrl+H", [this] { ShowHistory(); });
-    add(practice, u"笔记管理(&N)…\tCtrl+N", [this] { ShowNotes(); });
-    practice->AppendSeparator();
-    add(practice, u"错题本(&W)…\tCtrl+W", [this] { ShowWrongQuestions(); });
-    add(practice, u"今日复习(&Y)…\tCtrl+Y", [this] { ShowReview(); });
-    add(practice, u"学习分析(&A)…\tCtrl+L", [this] { ShowAnalysis(); });
-    add(practice, u"所有考生的学习分析(&T)…", [this] { ShowAnalysis(true); });
-    bar->Append(practice, ui::ToWx(u"练习(&T)"));
-    const auto selected = [this]() -> std::optional<Paper> {
-        const int row = LvPapers->GetSelectedRow();
-        if (row == wxNOT_FOUND) return std::nullopt;
-        return overview_.papers[static_cast<std::size_t>(row)].paper;
-    };
-    bar->Append(
-        MakeBankMenu(*this, folder_, read_only_, {selected, [this] { return GetEdition(); }, [this] { Fill(); }}),
-        ui::ToWx(u"题库(&B)"));
-    auto* help = new wxMenu;
-    add(help, u"考生须知(&I)\tF1", [this] { ShowRules(); });
-    add(help, u"关于(&A)…", [this] { AboutDialog(this).ShowModal(); });
-    bar->Append(help, ui::ToWx(u"帮助(&L)"));
-    SetMenuBar(bar);
-}
-
-void MainWindow::BindEvents() {
-    const auto refill = [this](wxCommandEvent&) { Fill(); };
-    CboUser->Bind(wxEVT_CHOICE, refill);
-    CboSubject->Bind(wxEVT_CHOICE, refill);
-    BtnRules->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowRules(); });
-    BtnExam->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { PractiseSelected(Mode::Exam); });
-    BtnExercise->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { PractiseSelected(Mode::Exercise); });
-    BtnNothing->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-        if (when_nothing_) when_nothing_();
-    });
-    LvPapers->Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED, [this](wxDataViewEvent&) { PractiseSelected(Mode::Exam); });
-    BtnReview->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ReviewSelected(); });
-    BtnHistory->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowHistory(); });
-    BtnNotes->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowNotes(); });
-    BtnWrong->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowWrongQuestions(); });
-    BtnToday->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowReview(); });
-    BtnAnalysis->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowAnalysis(); });
-    LvLast->Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED, [this](wxDataViewEvent&) { ReviewSelected(); });
-    LvLast->Bind(wxEVT_DATAVIEW_ITEM_CONTEXT_MENU, [this](wxDataViewEvent&) { ShowPastMenu(); });
-    LvLast->Bind(wxEVT_DATAVIEW_SELECTION_CHANGED,
-                 [this](wxDataViewEvent&) { BtnReview->Enable(SelectedPast() != nullptr); });
-    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
-        Remember();
-        event.Skip();
-    });
 }
 
 void MainWindow::Choose(const Choices& choices) {
@@ -544,168 +255,9 @@ void MainWindow::CountDueQuestions() {
     for (wxButton* button : {BtnWrong, BtnToday, BtnAnalysis}) button->Enable(somebody);
 }
 
-void MainWindow::ShowWrongQuestions(const WrongFilter* filter) {
-    if (UserId() == -1) return;
-    WrongWindow window(this, folder_, GetEdition(), UserId(), SubjectCode(), read_only_);
-    if (filter != nullptr) window.SetFilter(*filter);
-    window.ShowModal();
-    Fill();
-}
-
-void MainWindow::ShowReview() {
-    if (UserId() == -1) return;
-    ReviewWindow(this, folder_, GetEdition(), UserId(), SubjectCode(), read_only_).ShowModal();
-    Fill();
-}
-
-void MainWindow::ShowAnalysis(bool everybody) {
-    AnalysisWindow window(this, folder_, GetEdition(), everybody ? -1 : UserId(), SubjectCode(), read_only_);
-    window.ShowModal();
-    if (!window.Chosen()) return;
-    switch (window.Chosen()->action) {
-        case Advice::Action::Review: return ShowReview();
-        case Advice::Action::Drill: return ShowWrongQuestions(&window.Chosen()->filter);
-        case Advice::Action::Exam: return LvPapers->SetFocus();
-    }
-}
-
 const PastPractice* MainWindow::SelectedPast() const {
     const int row = LvLast->GetSelectedRow();
     return row == wxNOT_FOUND ? nullptr : &overview_.past[static_cast<std::size_t>(row)];
-}
-
-void MainWindow::PractiseSelected(Mode mode) {
-    const int row = LvPapers->GetSelectedRow();
-    if (row == wxNOT_FOUND || read_only_ || !BtnExam->IsEnabled()) return;
-    StartPaper(overview_.papers[static_cast<std::size_t>(row)].paper, mode);
-}
-
-void MainWindow::StartPaper(const Paper& paper, Mode mode) {
-    Guarded([&] {
-        Practice practice(folder_, paper, {UserId(), GetEdition(), mode});
-        Practise(this, folder_, practice);
-    });
-    Fill();
-}
-
-void MainWindow::Resume(std::int32_t train_id) {
-    Guarded([&] {
-        Practice practice(folder_, train_id);
-        Practise(this, folder_, practice);
-    });
-    Fill();
-    LvPapers->SetFocus();  // the button that was pressed is gone
-}
-
-void MainWindow::AskDiscard(const UnfinishedPractice& practice) {
-    const std::u16string question = practice.Text() + u"\n放弃以后，答案就没有了。要放弃这次练习吗？";
-    if (!Confirm(this, question, kTitle, u"放弃(&D)", u"保留(&K)")) return;
-    Guarded([&] { Discard(folder_, practice.train_id); });
-    Fill();
-    if (BtnDiscard.empty()) return LvPapers->SetFocus();
-    BtnDiscard.front()->SetFocus();  // the button that was pressed is gone
-}
-
-void MainWindow::ReviewSelected() {
-    const PastPractice* past = SelectedPast();
-    if (past == nullptr) return;
-    const Edition edition = past->edition.value_or(GetEdition());
-    review::FrmViewPaper window({SourceIn(folder_, edition, UserId(), SubjectCode()), past->training.id});
-    window.SetIcons(ProgramIcon());
-    window.ShowModal();
-    LvLast->SetFocus();
-}
-
-void MainWindow::RedoSelected() {
-    const PastPractice* past = SelectedPast();
-    if (past == nullptr || read_only_) return;
-    Guarded([&] {
-        const auto paper = PaperOfTraining(folder_, past->training.id);
-        if (!paper) RaiseComponentError(u"qmtrain", u"找不到这次练习的试卷。");
-        const Mode mode = past->mode == Mode::Exercise ? Mode::Exercise : Mode::Exam;
-        StartPaper(*paper, mode);
-    });
-}
-
-void MainWindow::ShowPastMenu() {
-    if (SelectedPast() == nullptr) return;
-    wxMenu menu;
-    const auto add = [&](std::u16string_view text, auto action, bool enabled = true) {
-        wxMenuItem* item = menu.Append(wxID_ANY, ui::ToWx(text));
-        item->Enable(enabled);
-        menu.Bind(
-            wxEVT_MENU, [this, action](wxCommandEvent&) { CallAfter(action); }, item->GetId());
-    };
-    add(u"查看试卷(&V)", [this] { ReviewSelected(); });
-    add(
-        u"重做试卷(&R)", [this] { RedoSelected(); }, !read_only_ && UserId() != -1);
-    menu.AppendSeparator();
-    add(u"练习历史(&H)…", [this] { ShowHistory(); });
-    PopupMenu(&menu);
-}
-
-void MainWindow::ShowRules() {
-    const int chosen = CboSubject->GetSelection();
-    if (chosen < 0) return;
-    const Subject& subject = subjects_[static_cast<std::size_t>(chosen)];
-    ui::Inform(this, subject.instructions.empty() ? std::u16string(u"这个科目没有考生须知。") : subject.instructions,
-               u"考生须知：" + subject.name);
-}
-
-void MainWindow::EditCandidate(bool is_new) {
-    const int chosen = CboUser->GetSelection();
-    if (!is_new && chosen < 0) return;
-    CandidateDialog dialog(this, folder_, is_new ? Candidate{} : users_[static_cast<std::size_t>(chosen)]);
-    if (dialog.ShowModal() != wxID_OK) return;
-    Guarded([&] {
-        users_ = CandidatesOf(folder_);
-        FillPeople(dialog.Id(), SubjectCode());
-    });
-    Fill();
-}
-
-void MainWindow::EditSubject(bool is_new) {
-    const int chosen = CboSubject->GetSelection();
-    if (!is_new && chosen < 0) return;
-    SubjectDialog dialog(this, folder_, is_new ? Subject{} : subjects_[static_cast<std::size_t>(chosen)]);
-    if (dialog.ShowModal() != wxID_OK) return;
-    Guarded([&] {
-        const std::int32_t user = UserId();
-        subjects_ = SubjectsOf(folder_);
-        FillPeople(user, dialog.Code());
-    });
-    Fill();
-}
-
-void MainWindow::ComposeFromBank() {
-    Guarded([this] {
-        std::vector<Bank> banks = BanksOf(folder_, GetEdition());
-        if (banks.empty()) {
-            RaiseComponentError(u"qmtrain", std::u16string(u"题库目录中还没有题库：") +
-                                                (GetEdition() == Edition::Network ? folder_.LocalPaper()
-                                                                                  : folder_.Banks() + u"\\Total.mdb"));
-        }
-        ComposeDialog dialog(this, folder_, std::move(banks));
-        if (dialog.ShowModal() != wxID_OK) return;
-        const std::int32_t user = UserId();
-        subjects_ = SubjectsOf(folder_);
-        FillPeople(user, dialog.SubjectCode());
-        Fill();
-        const auto& papers = overview_.papers;
-        const auto made = std::find_if(papers.begin(), papers.end(),
-                                       [&](const PaperSummary& one) { return one.paper.number == dialog.PaperNo(); });
-        if (made != papers.end()) LvPapers->SelectRow(static_cast<unsigned>(made - papers.begin()));
-    });
-}
-
-void MainWindow::MakeExamples() {
-    Guarded([this] {
-        MakeSampleData(folder_.path);
-        const std::int32_t user = UserId();
-        subjects_ = SubjectsOf(folder_);
-        FillPeople(user, -1);
-    });
-    Fill();
 }
 
 void MainWindow::Remember() {
@@ -714,35 +266,6 @@ void MainWindow::Remember() {
     if (UserId() != -1) settings_.Set(kUserSetting, ToText(UserId()));
     if (SubjectCode() != -1) settings_.Set(kSubjectSetting, ToText(SubjectCode()));
     settings_.Set(kEditionSetting, OptNet->GetValue() ? u"1" : u"0");
-}
-
-void MainWindow::ShowHistory() {
-    ShowHistory(UserId(), SubjectCode());
-}
-
-void MainWindow::ShowHistory(std::int32_t user, std::int32_t subject) {
-    UITrain history;
-    history.Source(SourceIn(folder_, GetEdition(), user, subject));
-    history.ReDoQuestionPaper = [this](std::int32_t train_id, bool) {
-        Guarded([&] {
-            const auto paper = PaperOfTraining(folder_, train_id);
-            if (!paper) return ui::Inform(this, u"找不到这次练习的试卷。", kTitle);
-            if (read_only_) return ui::Inform(this, u"数据文件夹是只读的，不能练习。", kTitle);
-            StartPaper(*paper, Mode::Exam);
-        });
-    };
-    history.ShowUI();
-}
-
-void MainWindow::ShowNotes() {
-    ShowNotes(UserId(), SubjectCode());
-}
-
-void MainWindow::ShowNotes(std::int32_t user, std::int32_t subject) {
-    UIManageNotes notes;
-    notes.Source(SourceIn(folder_, GetEdition(), user, subject));
-    notes.TotalPath(folder_.Banks());
-    notes.ShowDlg();
 }
 
 }  // namespace qmtrain::host

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,6 +27,9 @@
 namespace qmtrain::host {
 
 struct WrongFilter;
+
+inline constexpr std::u16string_view kMainTitle = u"全国计算机等级考试模拟练习";
+inline constexpr int kBandRow = 44;  // the height of a practice that is not handed in; pixels of an unscaled screen
 
 class MainWindow : public wxFrame {
 public:
@@ -109,8 +114,8 @@ private:
     void Remember();
     const PastPractice* SelectedPast() const;
 
-    template <class Body>
-    void Guarded(Body body);
+    // Tells the user why the body has failed.
+    void Guarded(const std::function<void()>& body);
 
     DataFolder folder_;
     bool read_only_;

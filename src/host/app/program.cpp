@@ -27,7 +27,6 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr std::u16string_view kTitle = u"全国计算机等级考试模拟练习";
 constexpr int kDrawingTime = 500;  // milliseconds in which an open window is drawn
 
 // Takes a picture of the window that is open when it has been drawn, and closes it.
@@ -64,13 +63,13 @@ bool Prepare(const DataFolder& folder, bool ask) {
     FolderReport report = Examine(folder);
     if (report.state == FolderState::Missing) {
         const std::u16string question = report.problem + u"\n要在这个文件夹中建立示例题库和试卷吗？";
-        if (ask && ui::AskYesNo(nullptr, question, kTitle) != ui::Answer::Yes) return false;
+        if (ask && ui::AskYesNo(nullptr, question, kMainTitle) != ui::Answer::Yes) return false;
         MakeSampleData(folder.path);
         report = Examine(folder);
     }
     if (report.state == FolderState::Ready) return true;
     std::fprintf(stderr, "qmtrain: %s\n", ToUtf8(report.problem).c_str());
-    if (ask) ui::Inform(nullptr, report.problem + u"\n文件没有改动。", kTitle);
+    if (ask) ui::Inform(nullptr, report.problem + u"\n文件没有改动。", kMainTitle);
     return false;
 }
 
@@ -141,7 +140,7 @@ int RunWindows(const Options& options) {
         Open(folder, options, instance ? &*instance : nullptr);
         return photographer && photographer->Failed() ? 1 : 0;
     } catch (const AutomationError& error) {
-        if (options.screenshot.empty()) ui::Inform(nullptr, error.Description(), kTitle);
+        if (options.screenshot.empty()) ui::Inform(nullptr, error.Description(), kMainTitle);
         throw;
     }
 }

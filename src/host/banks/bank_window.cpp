@@ -12,10 +12,10 @@
 #include "exchange/formats.h"
 #include "exchange/text_file.h"
 #include "host/banks/import_dialog.h"
+#include "host/banks/paper_title_dialog.h"
 #include "host/banks/question_editor.h"
 #include "host/papers/paper_rules.h"
 #include "host/widgets/ask.h"
-#include "host/widgets/form_dialog.h"
 #include "host/widgets/look.h"
 #include "host/widgets/work_progress.h"
 #include "review/answer_text.h"
@@ -29,7 +29,6 @@ namespace {
 const wxSize kFirstSize(1040, 680);  // pixels of an unscaled screen
 constexpr int kLeastHeight = 420;
 constexpr int kTreeWidth = 210;
-constexpr int kMinutes = 60;
 constexpr std::u16string_view kTitle = u"题库管理";
 
 // What a node of the tree stands for.
@@ -47,25 +46,6 @@ std::u16string Number(std::size_t number) {
 std::u16string PaperLabel(std::size_t chosen) {
     return chosen == 0 ? u"组成试卷(&P)…" : u"组成试卷（" + Number(chosen) + u" 题）(&P)…";
 }
-
-// Asks for the title, and stays while no paper can be made.
-class PaperDialog : public FormDialog {
-public:
-    PaperDialog(wxWindow* parent, const DataFolder& folder, const std::vector<ChosenQuestion>& questions)
-        : FormDialog(parent, u"组成试卷") {
-        title_ = AddText(u"试卷名称(&N)", u"自选试卷");
-        Finish(u"组成试卷(&P)",
-               [this, folder, questions] { number_ = host::MakePaper(folder, Title(), kMinutes, questions); });
-        title_->SetFocus();
-        title_->SelectAll();
-    }
-    std::u16string Title() const { return ui::FromWx(title_->GetValue()); }
-    std::int32_t PaperNo() const { return number_; }
-
-private:
-    wxTextCtrl* title_;
-    std::int32_t number_ = -1;
-};
 
 }  // namespace
 
@@ -373,7 +353,7 @@ void BankWindow::Choose() {
 void BankWindow::MakePaper() {
     std::vector<ChosenQuestion> questions;
     for (const auto& [code, rec_no] : chosen_) questions.push_back({code, rec_no, 0});
-    PaperDialog dialog(this, folder_, questions);
+    PaperTitleDialog dialog(this, folder_, questions);
     if (dialog.ShowModal() != wxID_OK) return;
     chosen_.clear();
     ShowList();

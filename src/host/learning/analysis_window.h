@@ -6,7 +6,6 @@
 #include <vector>
 
 #include <wx/button.h>
-#include <wx/checklst.h>
 #include <wx/choice.h>
 #include <wx/dialog.h>
 #include <wx/notebook.h>
@@ -14,27 +13,13 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
-#include "host/data/people.h"
 #include "host/data/settings.h"
 #include "host/learning/analysis.h"
 #include "host/widgets/bars.h"
-#include "host/widgets/form_dialog.h"
 #include "review/score_chart.h"
 #include "ui/list_view.h"
 
 namespace qmtrain::host {
-
-// Whose figures a teacher looks at; with every one marked, or none, they are everybody's.
-class ClassDialog : public FormDialog {
-public:
-    ClassDialog(wxWindow* parent, std::vector<Candidate> candidates, const std::set<std::int32_t>& chosen);
-    std::set<std::int32_t> Chosen() const;
-
-    wxCheckListBox* LstCandidates;
-
-private:
-    std::vector<Candidate> candidates_;
-};
 
 class AnalysisWindow : public wxDialog {
 public:

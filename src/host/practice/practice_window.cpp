@@ -3,14 +3,12 @@
 #include <algorithm>
 #include <utility>
 
-#include <wx/textentry.h>
 #include <wx/wupdlock.h>
 
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
 #include "host/practice/hand_in_dialog.h"
-#include "host/practice/keys_dialog.h"
 #include "host/widgets/ask.h"
 #include "host/widgets/look.h"
 #include "host/widgets/note_dialog.h"
@@ -25,27 +23,11 @@
 namespace qmtrain::host {
 namespace {
 
-// Pixels of an unscaled screen.
-constexpr int kNavigatorWidth = 204;
-constexpr int kProgressHeight = 4;
-
 constexpr std::u16string_view kTitle = u"模拟练习";
 constexpr std::u16string_view kPlace = u"PracticeWindow";
 constexpr std::u16string_view kZoomSetting = u"Zoom";
 constexpr std::u16string_view kTimeSetting = u"TimeHidden";
 constexpr int kLastMinutes = 5 * 60;  // seconds from which on the time is short
-
-// While it lives, something is open over the window.
-class Covering {
-public:
-    explicit Covering(int& count) : count_(count) { ++count_; }
-    Covering(const Covering&) = delete;
-    Covering& operator=(const Covering&) = delete;
-    ~Covering() { --count_; }
-
-private:
-    int& count_;
-};
 
 std::u16string Number(std::size_t number) {
     return ToText(static_cast<std::int64_t>(number));
@@ -60,8 +42,7 @@ std::u16string NameOf(const DataFolder& folder, std::int32_t user_id) {
 
 }  // namespace
 
-template <class Body>
-void PracticeWindow::Guarded(Body body) {
+void PracticeWindow::Guarded(const std::function<void()>& body) {
     try {
         body();
     } catch (const AutomationError& error) {
@@ -90,184 +71,6 @@ PracticeWindow::PracticeWindow(wxWindow* parent, const DataFolder& folder, Pract
     ShowTime();
     ShowQuestion();
     timer_.Start(1000);
-}
-
-void PracticeWindow::Build() {
-    const int margin = FromDIP(ui::kMargin);
-    auto* sizer = new wxBoxSizer(wxVERTICAL);
-    Notice = new wxInfoBar(this);
-    sizer->Add(Notice, 0, wxEXPAND);
-    sizer->Add(BuildHeader(), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, margin);
-    Progress = new ShareBar(this, 0, Tint::Accent, u"", kProgressHeight);
-    sizer->Add(Progress, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, margin);
-    Question = new QuestionView(this);
-    body_ = new wxBoxSizer(wxHORIZONTAL);
-    body_->Add(Question, 1, wxEXPAND | wxRIGHT, margin);
-    body_->Add(BuildNavigator(), 0, wxEXPAND);
-    sizer->Add(body_, 1, wxEXPAND | wxALL, margin);
-    buttons_ = new wxBoxSizer(wxVERTICAL);
-    buttons_->Add(BuildButtons(), 0, wxEXPAND);
-    sizer->Add(buttons_, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, margin);
-    SetSizer(sizer);
-}
-
-wxSizer* PracticeWindow::BuildHeader() {
-    LblTitle = MakeLabel(this, u"", TextSize::Large, true);
-    LblKind = MakeLabel(this, u"");
-    LblTime = MakeLabel(this, u"", TextSize::Large, true);
-    LblPaper = MakeLabel(this, u"", TextSize::Small, false, Tint::Quiet);
-    const auto tool = [this](std::u16string_view caption, std::u16string_view tip) {
-        auto* button = new wxButton(this, wxID_ANY, ui::ToWx(caption), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
-        button->SetFont(FontOf(TextSize::Small));
-        ui::FitToCaption(*button, ui::kGap);
-        button->SetToolTip(ui::ToWx(tip));
-        SetSpokenName(*button, tip);
-        return button;
-    };
-    auto* first = new wxBoxSizer(wxHORIZONTAL);
-    first->Add(LblTitle, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kMargin));
-    first->Add(LblKind, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kMargin));
-    first->Add(LblTime, 0, wxALIGN_CENTRE_VERTICAL);
-    auto* second = new wxBoxSizer(wxHORIZONTAL);
-    second->Add(LblPaper, 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kMargin));
-    BtnTime = tool(time_hidden_ ? u"显示时间" : u"隐藏时间", u"显示或隐藏时间");
-    BtnSmaller = tool(u"A－", u"缩小题目文字（Ctrl －）");
-    BtnLarger = tool(u"A＋", u"放大题目文字（Ctrl ＋）");
-    BtnHelp = tool(u"帮助", u"键盘操作说明（F1）");
-    for (wxButton* button : {BtnTime, BtnSmaller, BtnLarger, BtnHelp}) {
-        second->Add(button, 0, wxALIGN_CENTRE_VERTICAL | wxLEFT, FromDIP(ui::kTiny));
-    }
-    auto* both = new wxBoxSizer(wxVERTICAL);
-    both->Add(first, 0, wxEXPAND | wxBOTTOM, FromDIP(ui::kTiny));
-    both->Add(second, 0, wxEXPAND);
-    return both;
-}
-
-wxSizer* PracticeWindow::BuildNavigator() {
-    auto* box = new wxBoxSizer(wxVERTICAL);
-    Navigator = new NavigatorView(this, GroupsOf(practice_), practice_.Size());
-    Navigator->SetMinSize(FromDIP(wxSize(kNavigatorWidth, -1)));
-    box->Add(Navigator, 1, wxEXPAND);
-    LblCounts = new wxStaticText(this, wxID_ANY, wxString());
-    LblCounts->SetForegroundColour(Colour(Tint::Quiet));
-    LblCounts->SetFont(FontOf(TextSize::Small));
-    box->Add(LblCounts, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
-    return box;
-}
-
-wxSizer* PracticeWindow::BuildButtons() {
-    auto* row = new wxBoxSizer(wxHORIZONTAL);
-    const auto button = [&](std::u16string_view caption, std::u16string_view tip) {
-        auto* one = new wxButton(this, wxID_ANY, ui::ToWx(caption));
-        ui::FitToCaption(*one);
-        one->SetToolTip(ui::ToWx(tip));
-        row->Add(one, 0, wxRIGHT, FromDIP(ui::kGap));
-        return one;
-    };
-    BtnPrevious = button(u"上一题(&P)", u"PageUp");
-    BtnNext = button(u"下一题(&N)", u"回车或 PageDown");
-    if (practice_.GetMode() != Mode::Exam) BtnCheck = button(u"核对(&K)", u"显示这一题的答案；核对以后不能再改");
-    BtnMark = button(u"标记(&M)", u"做标记，以后再看");
-    BtnClear = button(u"清除(&C)", u"清除这一题的答案");
-    BtnNote = button(u"笔记(&B)", u"写一条关于这一题的笔记");
-    row->AddStretchSpacer();
-    BtnLeave = button(u"暂停离开(&L)", u"保存答案，停止计时，以后继续（Esc）");
-    BtnHandIn = button(u"交卷(&H)", u"检查没有答完的题，然后交卷");
-    row->GetItem(row->GetItemCount() - 1)->SetBorder(0);
-    return row;
-}
-
-void PracticeWindow::BindEvents() {
-    Question->OnChange = [this] { KeepAnswer(); };
-    Navigator->OnGo = [this](std::size_t index) { GoTo(index); };
-    const auto on = [this](wxButton* button, void (PracticeWindow::*step)()) {
-        if (button != nullptr) button->Bind(wxEVT_BUTTON, [this, step](wxCommandEvent&) { (this->*step)(); });
-    };
-    BtnPrevious->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Step(-1); });
-    BtnNext->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Step(1); });
-    BtnSmaller->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Zoom(-1); });
-    BtnLarger->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Zoom(1); });
-    BtnHelp->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-        const Covering covering(covered_);
-        KeysDialog(this).ShowModal();
-    });
-    BtnClear->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-        Question->Answers().Enter(u"");
-        Question->Answers().FocusAnswer();
-    });
-    on(BtnTime, &PracticeWindow::ToggleTime);
-    on(BtnCheck, &PracticeWindow::Check);
-    on(BtnMark, &PracticeWindow::ToggleMark);
-    on(BtnNote, &PracticeWindow::WriteNote);
-    on(BtnLeave, &PracticeWindow::Leave);
-    on(BtnHandIn, &PracticeWindow::AskHandIn);
-    Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Tick(); });
-    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) { Leave(); });
-    Bind(wxEVT_CHAR_HOOK, [this](wxKeyEvent& event) {
-        if (!HandleKey(event)) event.Skip();
-    });
-}
-
-// Steps that rebuild the answer come after the key: the control that got it must not be gone before.
-bool PracticeWindow::HandleKey(const wxKeyEvent& event) {
-    wxWindow* focus = FindFocus();
-    const bool in_text = dynamic_cast<wxTextEntry*>(focus) != nullptr;
-    const bool in_box = in_text && focus->HasFlag(wxTE_MULTILINE);
-    const bool on_button = dynamic_cast<wxAnyButton*>(focus) != nullptr || dynamic_cast<wxCheckBox*>(focus) != nullptr;
-    const int key = event.GetKeyCode();
-    if (event.AltDown()) return false;
-    switch (key) {
-        case WXK_ESCAPE: CallAfter([this] { Leave(); }); return true;
-        case WXK_F1: {
-            wxCommandEvent click(wxEVT_BUTTON, BtnHelp->GetId());
-            BtnHelp->ProcessWindowEvent(click);
-            return true;
-        }
-        case WXK_PAGEUP:
-        case WXK_PAGEDOWN:
-            if (in_text && !event.ControlDown()) return false;
-            CallAfter([this, key] { Step(key == WXK_PAGEUP ? -1 : 1); });
-            return true;
-        case WXK_RETURN:
-        case WXK_NUMPAD_ENTER:
-            if (on_button || (in_box && !event.ControlDown())) return false;
-            CallAfter([this] { Enter(); });
-            return true;
-        default: break;
-    }
-    if (event.ControlDown()) {
-        switch (key) {
-            case '+':
-            case '=':
-            case WXK_NUMPAD_ADD: Zoom(1); return true;
-            case '-':
-            case WXK_NUMPAD_SUBTRACT: Zoom(-1); return true;
-            case '0':
-            case WXK_NUMPAD0: Zoom(0); return true;
-            default: return false;
-        }
-    }
-    return !in_text && ChooseByKey(key);
-}
-
-bool PracticeWindow::ChooseByKey(int key) {
-    if (IsOver()) return false;
-    if (key >= 'A' && key <= 'H') return Question->Answers().Choose(static_cast<std::size_t>(key - 'A'));
-    if (key >= '1' && key <= '8') return Question->Answers().Choose(static_cast<std::size_t>(key - '1'));
-    if (key >= WXK_NUMPAD1 && key <= WXK_NUMPAD8) {
-        return Question->Answers().Choose(static_cast<std::size_t>(key - WXK_NUMPAD1));
-    }
-    return false;
-}
-
-// The next blank, the answer of an exercise, the next question, handing in: whatever comes next.
-void PracticeWindow::Enter() {
-    const auto* focus = FindFocus();
-    if (focus == Navigator && Navigator->Cursor() != current_) return GoTo(Navigator->Cursor());
-    if (!IsOver() && Question->Answers().FocusNextBlank()) return;
-    const bool answered = practice_.HowAnswered(current_) != Answered::No;
-    if (!IsOver() && answered && BtnCheck != nullptr && BtnCheck->IsEnabled()) return Check();
-    Step(1);
 }
 
 void PracticeWindow::Step(int direction) {
@@ -503,78 +306,6 @@ void PracticeWindow::HandIn() {
         Finished();
     });
     if (!IsOver() && !time_over_ && !timer_.IsRunning()) timer_.Start(1000);  // it can be handed in again
-}
-
-// From now on the window shows what came out.
-void PracticeWindow::Finished() {
-    const wxWindowUpdateLocker locker(this);
-    Notice->Dismiss();
-    for (wxButton* button : {BtnCheck, BtnMark, BtnClear, BtnLeave, BtnHandIn, BtnTime}) {
-        if (button != nullptr) button->Hide();
-    }
-    Progress->Hide();
-    BtnPrevious->Enable();
-    BtnNext->SetLabel(ui::ToWx(u"下一题(&N)"));
-    ShowTime();
-    Summary = new ResultView(this, *result_,
-                             practice_.GetPaper().title + u"　" + std::u16string(ModeText(practice_.GetMode())));
-    body_->Insert(0, Summary, 1, wxEXPAND | wxRIGHT, FromDIP(ui::kMargin));
-    Summary->MoveBeforeInTabOrder(Navigator);
-
-    auto* row = new wxBoxSizer(wxHORIZONTAL);
-    const auto button = [&](std::u16string_view caption) {
-        auto* one = new wxButton(this, wxID_ANY, ui::ToWx(caption));
-        row->Add(one, 0, wxRIGHT, FromDIP(ui::kGap));
-        return one;
-    };
-    const bool mistakes = !result_->Mistakes().empty();
-    BtnSummary = button(u"成绩单(&S)");
-    ChkMistakes = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"只看错题(&M)"));
-    ChkMistakes->Enable(mistakes);
-    row->Insert(1, ChkMistakes, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
-    row->AddStretchSpacer();
-    BtnRedoMistakes = button(u"重做错题(&W)");
-    BtnRedoMistakes->Enable(mistakes);
-    BtnRedoPaper = button(u"重做试卷(&R)");
-    BtnClose = button(u"关闭(&C)");
-    row->GetItem(row->GetItemCount() - 1)->SetBorder(0);
-    buttons_->Add(row, 0, wxEXPAND | wxTOP, FromDIP(ui::kGap));
-    BtnSummary->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ShowSummary(); });
-    ChkMistakes->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) {
-        ShowCells();
-        const std::vector<std::size_t> wrong = result_->Mistakes();
-        if (!ChkMistakes->GetValue() || wrong.empty()) return;
-        const auto next = std::lower_bound(wrong.begin(), wrong.end(), Summary->IsShown() ? 0 : current_);
-        GoTo(next == wrong.end() ? wrong.front() : *next);
-    });
-    BtnRedoMistakes->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Redo(Mode::Mistakes); });
-    BtnRedoPaper->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-        Redo(practice_.GetMode() == Mode::Exam ? Mode::Exam : Mode::Exercise);  // all of it
-    });
-    BtnClose->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Leave(); });
-    ShowCells();
-    ShowSummary();
-}
-
-void PracticeWindow::ShowSummary() {
-    LblTitle->SetLabelText(ui::ToWx(u"练习成绩"));
-    LblKind->SetLabelText(wxString());
-    LblPaper->SetLabelText(ui::ToWx(candidate_));
-    Question->Hide();
-    Summary->Show();
-    ShowState();
-    Navigator->SetCurrent(practice_.Size());
-    Layout();
-    BtnNext->SetFocus();
-}
-
-void PracticeWindow::Redo(Mode mode) {
-    Practice::Start start{practice_.UserId(), practice_.GetEdition(), mode};
-    if (mode == Mode::Mistakes) {
-        for (const std::size_t i : result_->Mistakes()) start.questions.push_back(practice_.Place(i).number);
-    }
-    again_ = start;
-    Leave();
 }
 
 // The answers are safe; the practice goes on when the candidate wants.

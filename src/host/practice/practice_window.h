@@ -1,6 +1,7 @@
 // The window in which a paper is practised, and in which it is looked through when it has been handed in.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -98,9 +99,20 @@ private:
     bool IsOver() const { return result_.has_value(); }
     bool IsLast() const { return current_ + 1 >= practice_.Size(); }
 
+    // While it lives, something is open over the window.
+    class Covering {
+    public:
+        explicit Covering(int& count) : count_(count) { ++count_; }
+        Covering(const Covering&) = delete;
+        Covering& operator=(const Covering&) = delete;
+        ~Covering() { --count_; }
+
+    private:
+        int& count_;
+    };
+
     // Runs a step that may fail, and tells the user why it did.
-    template <class Body>
-    void Guarded(Body body);
+    void Guarded(const std::function<void()>& body);
 
     DataFolder folder_;
     Practice& practice_;
