@@ -1,6 +1,6 @@
 // The keys of the practice window.
 
-#include <wx/textentry.h>
+#include <wx/textctrl.h>
 
 #include "host/practice/practice_window.h"
 
