@@ -44,8 +44,7 @@ Bytes Picture(std::mt19937& random) {
     for (const char unit : {'I', 'D', 'A', 'T'}) bytes.push_back(static_cast<std::uint8_t>(unit));
     for (std::size_t i = 0; i < kPictureBytes + 4; ++i) bytes.push_back(static_cast<std::uint8_t>(random()));
     put(0);
-    for (const std::uint8_t unit : Bytes{'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82})
-        bytes.push_back(unit);
+    for (const std::uint8_t unit : Bytes{'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82}) bytes.push_back(unit);
     return bytes;
 }
 
@@ -58,7 +57,7 @@ void MakeFile(const fs::path& file) {
             << "</text></name><questiontext format=\"html\"><text><![CDATA[<p>第 " << i
             << " 题：下列关于<b>线性表</b>的叙述中，正确的是（　　）。</p>";
         const bool picture = i % (kQuestions / kPictures) == 0;
-        if (picture) out << "<p><img src=\"@@PLUGINFILE@@/p.png\"></p>";
+        if (picture) out << "<p><img src=\"KindPLUGINFILEKind/p.png\"></p>";
         out << "]]></text>";
         if (picture)
             out << "<file name=\"p.png\" encoding=\"base64\">" << exchange::ToBase64(Picture(random)) << "</file>";

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "core/text.h"
+#include "document/rtf_reader.h"
 #include "measure.h"
-#include "ui/document/rtf_reader.h"
 
 namespace {
 
@@ -53,7 +53,7 @@ int main() {
         std::u16string copy;
         const double copying = bench::BestOf(20, [&] { copy = std::u16string(c.rtf); });
         std::size_t length = 0;
-        const double reading = bench::BestOf(10, [&] { length = ui::ReadRtf(c.rtf).Length(); });
+        const double reading = bench::BestOf(10, [&] { length = document::ReadRtf(c.rtf).Length(); });
         std::printf("1 MB of RTF, %s: %zu positions in %.2f ms, %.0f times a copy's time\n", c.name, length,
                     reading * 1e3, reading / copying);
     }

@@ -10,17 +10,17 @@
 
 #include <wx/dialog.h>
 
+#include "bank/client_folder.h"
 #include "bank/schema.h"
-#include "core/client_folder.h"
 #include "core/files.h"
 #include "core/log.h"
 #include "core/text.h"
 #include "dao/dao.h"
-#include "host/analysis_window.h"
-#include "host/review_schedule.h"
-#include "host/review_window.h"
-#include "host/schema.h"
-#include "host/wrong_window.h"
+#include "host/data/schema.h"
+#include "host/learning/analysis_window.h"
+#include "host/learning/review_schedule.h"
+#include "host/learning/review_window.h"
+#include "host/learning/wrong_window.h"
 #include "measure.h"
 #include "notes/frm_notes.h"
 #include "records/schema.h"
@@ -152,12 +152,13 @@ void OpenEmpty() {
     Require(window.ShowModal() == wxID_OK);
 }
 
+PracticeSource NetworkSource(const std::u16string& folder) {
+    return {folder, u"", InFolder(folder, u"LocalPaper.mdb"), true, kUser, kSubject};
+}
+
 // To the first paint of the list; or to that of the chart behind it as well.
 void OpenHistory(const std::u16string& folder, bool with_chart) {
-    review::FrmTrain window;
-    window.ClientPath(folder);
-    window.UserId(kUser);
-    window.SubjectCode(kSubject);
+    review::FrmTrain window({.client_path = folder, .user_id = kUser, .subject_code = kSubject});
     const auto close = [&] {
         if (window.IsModal()) window.EndModal(wxID_OK);
     };
@@ -182,12 +183,7 @@ void QueryHistory(const std::u16string& folder) {
 }
 
 void OpenPaper(const std::u16string& folder) {
-    review::FrmViewPaper window;
-    window.ClientPath(folder);
-    window.LocalMdbPath(InFolder(folder, u"LocalPaper.mdb"));
-    window.IsNet(true);
-    window.SubjectCode(kSubject);
-    window.TrainID(kTrainings);
+    review::FrmViewPaper window({NetworkSource(folder), kTrainings});
     AfterPaint(*window.RtfTitle, [&] {
         if (window.IsModal()) window.EndModal(wxID_OK);
     });
@@ -204,19 +200,9 @@ void QueryPaper(const std::u16string& folder) {
     Require(count == kQuestions);
 }
 
-notes::NotesSource NotesIn(const std::u16string& folder) {
-    notes::NotesSource source;
-    source.client_path = folder;
-    source.local_paper_path = InFolder(folder, u"LocalPaper.mdb");
-    source.is_net = true;
-    source.subject_code = kSubject;
-    source.user_id = kUser;
-    return source;
-}
-
 // Shows all banks, then the notes of one.
 void OpenNotes(const std::u16string& folder) {
-    notes::FrmNotes window(NotesIn(folder));
+    notes::FrmNotes window({NetworkSource(folder), u""});
     AfterPaint(RowsOf(*window.LvNotes), [&] {
         if (window.SelectedKey() == notes::kRootKey) {
             window.SelectKey(u"DataB0");
@@ -230,7 +216,7 @@ void OpenNotes(const std::u16string& folder) {
 }
 
 void QueryNotes(const std::u16string& folder) {
-    const notes::NotesSource source = NotesIn(folder);
+    const notes::NotesSource source{NetworkSource(folder), u""};
     const auto note = notes::InitNoteObject(source);
     const auto banks = notes::LoadAllNotes(source, *note);
     Require(banks.size() == kBanks && !notes::BankRows(banks.front(), *note, kUser).empty());

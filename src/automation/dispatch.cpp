@@ -8,33 +8,32 @@ namespace qmtrain::automation {
 namespace {
 
 constexpr std::uint32_t kNumbered = 0x800A0000;
-constexpr std::int32_t kAutomationError = 440;
 
 struct Failure {
     HRESULT code;
-    std::int32_t number;
-    std::u16string_view description;
+    ErrorNumber number;
+    std::u16string_view detail = {};
 };
 
 constexpr Failure kFailures[] = {
-    {E_OUTOFMEMORY, 7, u"内存不足。"},
-    {DISP_E_OVERFLOW, 6, u"溢出。"},
-    {DISP_E_DIVBYZERO, 11, u"除数为零。"},
-    {DISP_E_TYPEMISMATCH, 13, u"类型不匹配。"},
-    {DISP_E_BADINDEX, 9, u"下标越界。"},
-    {DISP_E_ARRAYISLOCKED, 10, u"该数组大小固定，或暂时被锁定。"},
-    {CLASS_E_CLASSNOTAVAILABLE, 429, u"不能创建对象。"},
-    {REGDB_E_CLASSNOTREG, 429, u"不能创建对象：它没有注册。"},
-    {CO_E_CLASSSTRING, 429, u"不能创建对象：它没有注册。"},
-    {E_NOINTERFACE, 430, u"对象不支持所需的接口。"},
-    {DISP_E_UNKNOWNNAME, 438, u"对象不支持此属性或方法。"},
-    {DISP_E_MEMBERNOTFOUND, 438, u"对象不支持此属性或方法。"},
-    {DISP_E_NONAMEDARGS, 446, u"对象不支持命名参数。"},
-    {DISP_E_UNKNOWNLCID, 447, u"对象不支持当前的区域设置。"},
-    {DISP_E_PARAMNOTFOUND, 448, u"找不到命名参数。"},
-    {DISP_E_PARAMNOTOPTIONAL, 449, u"缺少必需的参数。"},
-    {DISP_E_BADPARAMCOUNT, 450, u"参数的个数不对。"},
-    {DISP_E_BADVARTYPE, 458, u"变量使用了不支持的自动化类型。"},
+    {DISP_E_OVERFLOW, ErrorNumber::Overflow},
+    {E_OUTOFMEMORY, ErrorNumber::OutOfMemory},
+    {DISP_E_BADINDEX, ErrorNumber::SubscriptOutOfRange},
+    {DISP_E_ARRAYISLOCKED, ErrorNumber::ArrayFixedOrLocked},
+    {DISP_E_DIVBYZERO, ErrorNumber::DivisionByZero},
+    {DISP_E_TYPEMISMATCH, ErrorNumber::TypeMismatch},
+    {CLASS_E_CLASSNOTAVAILABLE, ErrorNumber::CannotCreateObject, u"没有这个类。"},
+    {REGDB_E_CLASSNOTREG, ErrorNumber::CannotCreateObject, u"它没有注册。"},
+    {CO_E_CLASSSTRING, ErrorNumber::CannotCreateObject, u"它没有注册。"},
+    {E_NOINTERFACE, ErrorNumber::InterfaceNotSupported},
+    {DISP_E_UNKNOWNNAME, ErrorNumber::MemberNotFound},
+    {DISP_E_MEMBERNOTFOUND, ErrorNumber::MemberNotFound},
+    {DISP_E_NONAMEDARGS, ErrorNumber::NamedArgumentsNotSupported},
+    {DISP_E_UNKNOWNLCID, ErrorNumber::LocaleNotSupported},
+    {DISP_E_PARAMNOTFOUND, ErrorNumber::NamedArgumentNotFound},
+    {DISP_E_PARAMNOTOPTIONAL, ErrorNumber::ArgumentNotOptional},
+    {DISP_E_BADPARAMCOUNT, ErrorNumber::ArgumentCountWrong},
+    {DISP_E_BADVARTYPE, ErrorNumber::AutomationTypeNotSupported},
 };
 
 std::u16string Hexadecimal(HRESULT code) {
@@ -42,6 +41,10 @@ std::u16string Hexadecimal(HRESULT code) {
     std::u16string text = u"0x";
     for (int shift = 28; shift >= 0; shift -= 4) text += kDigits[static_cast<std::uint32_t>(code) >> shift & 0xF];
     return text;
+}
+
+std::u16string UnknownFailure(HRESULT code) {
+    return DescriptionOf(ErrorNumber::AutomationFailed, {Hexadecimal(code)});
 }
 
 std::u16string With(std::u16string_view what, std::u16string_view description) {
@@ -65,9 +68,10 @@ public:
     [[noreturn]] void Raise(std::u16string_view name) {
         if (info_.pfnDeferredFillIn != nullptr) info_.pfnDeferredFillIn(&info_);
         std::int32_t number = info_.scode != 0 ? NumberOf(info_.scode) : std::int32_t{info_.wCode};
-        if (number == 0) number = kAutomationError;  // it failed, and does not say how
+        // It failed, and does not say how.
+        if (number == 0) number = static_cast<std::int32_t>(ErrorNumber::AutomationFailed);
         std::u16string description = FromBstr(info_.bstrDescription);
-        if (description.empty()) description = With(name, u"自动化错误 " + Hexadecimal(CodeOf(number)) + u"。");
+        if (description.empty()) description = With(name, UnknownFailure(CodeOf(number)));
         throw AutomationError(number, FromBstr(info_.bstrSource), std::move(description));
     }
 
@@ -90,10 +94,11 @@ std::int32_t NumberOf(HRESULT code) {
 void Check(HRESULT code, std::u16string_view what) {
     if (SUCCEEDED(code)) return;
     for (const Failure& failure : kFailures) {
-        if (failure.code == code)
-            throw AutomationError(failure.number, u"QmTrainInfo", With(what, failure.description));
+        if (failure.code != code) continue;
+        throw AutomationError(static_cast<std::int32_t>(failure.number), u"QmTrainInfo",
+                              With(what, DescriptionOf(failure.number, {failure.detail})));
     }
-    throw AutomationError(NumberOf(code), u"QmTrainInfo", With(what, u"自动化错误 " + Hexadecimal(code) + u"。"));
+    throw AutomationError(NumberOf(code), u"QmTrainInfo", With(what, UnknownFailure(code)));
 }
 
 void FillException(const AutomationError& error, EXCEPINFO& exception) {

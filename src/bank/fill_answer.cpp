@@ -4,7 +4,6 @@
 
 #include "core/error.h"
 #include "core/text.h"
-#include "core/utilities.h"
 
 namespace qmtrain {
 
@@ -13,7 +12,7 @@ std::int32_t FillAnswer::GetFillCount() const {
 }
 
 std::u16string FillAnswer::Blank(std::int32_t index) const {
-    const std::vector<std::u16string> pieces = SplitAll(answer_, u"@");
+    const std::vector<std::u16string> pieces = Split(answer_, u'@');
     if (index > static_cast<std::int32_t>(pieces.size())) return {};
     if (index < 1) Raise(ErrorNumber::SubscriptOutOfRange);
     return pieces[static_cast<std::size_t>(index - 1)];
@@ -21,16 +20,16 @@ std::u16string FillAnswer::Blank(std::int32_t index) const {
 
 bool FillAnswer::GetAnswer(std::int32_t nIndex, std::vector<std::u16string>& strAnswers) const {
     if (nIndex > GetFillCount()) return false;
-    strAnswers = SplitAll(Blank(nIndex), u"#");
+    strAnswers = Split(Blank(nIndex), u'#');
     return true;
 }
 
 std::u16string FillAnswer::ToString() const {
-    const std::vector<std::u16string> blanks = SplitAll(answer_, u"@");
+    const std::vector<std::u16string> blanks = Split(answer_, u'@');
     std::u16string result;
     for (std::size_t i = 0; i < blanks.size(); ++i) {
         std::u16string line;
-        for (const std::u16string& answer : SplitAll(blanks[i], u"#")) {
+        for (const std::u16string& answer : Split(blanks[i], u'#')) {
             line += (line.empty() ? u"[" : u"或[") + answer + u"]";
         }
         if (!result.empty()) result += u"\r\n";

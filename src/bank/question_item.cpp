@@ -16,26 +16,6 @@ namespace {
 
 const Bytes kNoDocument = {0};
 
-struct Kind {
-    std::u16string_view table;  // upper case
-    std::u16string_view name;
-};
-
-constexpr std::u16string_view kChoice = u"TBL_CHOICE";
-constexpr std::u16string_view kChoices = u"TBL_CHOICES";
-constexpr std::u16string_view kOperation = u"TBL_OPERATION";
-constexpr Kind kKinds[] = {
-    {kChoice, u"单选题"},     {kChoices, u"多选题"},   {u"TBL_YESNO", u"是非题"},
-    {u"TBL_FILL", u"填空题"}, {kOperation, u"操作题"},
-};
-
-std::u16string_view KindName(std::u16string_view table) {
-    for (const Kind& kind : kKinds) {
-        if (kind.table == table) return kind.name;
-    }
-    return {};
-}
-
 Bytes DocumentOf(const Value& value) {
     if (value.IsNull()) return kNoDocument;
     if (value.GetType() != Value::Type::Binary) Raise(ErrorNumber::TypeMismatch);
@@ -157,15 +137,15 @@ bool QuestionItem::LoadQuesitonFromRecNo(std::u16string_view rec_no, std::u16str
         query.append(rec_no).append(u"'").append(TextCondition(u"C_DataCode", data_code)).append(SubjectCondition());
         const auto rows = (*questions_)->OpenRecordset(query);
 
-        const std::u16string kind = ToUpper(table);
-        const bool is_operation = kind == kOperation;
+        const QuestionKind kind = KindOfTable(table);
+        const bool is_operation = kind == QuestionKind::Operation;
         if (HasRow(*rows)) {
             title_ = TextOr(rows->Fields(u"M_Title").Value(), u"");
             if (!is_operation) is_theory_ = true;
             answer_ = TextOr(rows->Fields(is_operation ? u"M_Answer" : u"C_Answer").Value(), u"");
         }
-        if (kind == kChoice || kind == kChoices) choice_items_ = GetChoiceVice(rec_no, data_code);
-        if (const std::u16string_view name = KindName(kind); !name.empty()) question_type_ = name;
+        if (IsChoice(kind)) choice_items_ = GetChoiceVice(rec_no, data_code);
+        if (kind != QuestionKind::Unknown) question_type_ = KindName(kind);
         if (is_operation) {  // the columns are crossed; without a row this ends in the trap
             result_document_ = DocumentOf(rows->Fields(u"O_RudeCont").Value());
             init_document_ = DocumentOf(rows->Fields(u"O_AimCont").Value());

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "bank/question_kind.h"
 #include "bank/text_collection.h"
 #include "core/value.h"
 #include "dao/dao.h"
@@ -21,6 +22,7 @@ public:
     // "单选题", "多选题", "是非题", "填空题" or "操作题"; kept from the question before when the table is another one.
     const std::u16string& QuestionType() const { return question_type_; }
     void QuestionType(std::u16string_view value) { question_type_ = value; }
+    QuestionKind Kind() const { return KindNamed(question_type_); }
     const std::u16string& Title() const { return title_; }
     void Title(std::u16string_view value) { title_ = value; }
     const std::u16string& Answer() const { return answer_; }

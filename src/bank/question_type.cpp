@@ -1,6 +1,6 @@
 #include "bank/question_type.h"
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/text.h"
 #include "core/trap.h"

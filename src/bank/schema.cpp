@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "bank/question_kind.h"
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
@@ -26,8 +27,6 @@ CREATE TABLE Tbl_ChoiceVice (
 CREATE INDEX ByQuestion ON Tbl_ChoiceVice (C_RecNo, C_DataCode, SubjectCode);
 )";
 
-constexpr std::u16string_view kOperationTable = u"TBL_OPERATION";
-
 std::u16string QuestionTable(std::u16string_view name, std::u16string_view answer_columns) {
     return std::u16string(u"CREATE TABLE ")
         .append(name)
@@ -38,10 +37,12 @@ std::u16string QuestionTable(std::u16string_view name, std::u16string_view answe
 
 std::u16string BankTables() {
     std::u16string tables(kDirectoryTables);
-    for (const std::u16string_view name : {u"TBL_CHOICE", u"TBL_CHOICES", u"TBL_YESNO", u"TBL_FILL"}) {
-        tables += QuestionTable(name, u"C_Answer TEXT(255)");
+    for (const QuestionKindInfo& kind : QuestionKinds()) {
+        const bool operation = kind.kind == QuestionKind::Operation;
+        tables += QuestionTable(kind.table, operation ? u"M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY"
+                                                      : u"C_Answer TEXT(255)");
     }
-    return tables + QuestionTable(kOperationTable, u"M_Answer MEMO, O_RudeCont LONGBINARY, O_AimCont LONGBINARY");
+    return tables;
 }
 
 }  // namespace
@@ -59,10 +60,8 @@ void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill&
 }
 
 void AddTeachingColumns(dao::Database& database) {
-    for (const std::u16string_view name :
-         {std::u16string_view(u"TBL_CHOICE"), std::u16string_view(u"TBL_CHOICES"), std::u16string_view(u"TBL_YESNO"),
-          std::u16string_view(u"TBL_FILL"), kOperationTable}) {
-        const std::u16string table(name);
+    for (const QuestionKindInfo& kind : QuestionKinds()) {
+        const std::u16string table(kind.table);
         const auto add = [&](std::u16string_view column, std::u16string_view type) {
             {
                 const auto rows = database.OpenRecordset(u"Select Top 1 * From " + table);
@@ -75,7 +74,7 @@ void AddTeachingColumns(dao::Database& database) {
         add(u"M_Analysis", u"MEMO");
         add(u"C_Category", u"TEXT(255)");
         add(u"I_Difficulty", u"LONG");
-        if (name == kOperationTable) add(u"M_Keywords", u"MEMO");
+        if (kind.kind == QuestionKind::Operation) add(u"M_Keywords", u"MEMO");
     }
 }
 

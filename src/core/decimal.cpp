@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "core/convert.h"
 #include "core/error.h"
+#include "core/magnitude.h"
 
 namespace qmtrain {
 namespace {
@@ -174,6 +176,27 @@ Decimal Divide(const Decimal& a, const Decimal& b) {
         --scale;
     }
     return quotient.Round(a.negative != b.negative, scale);
+}
+
+Decimal Rescale(const Decimal& value, int scale) {
+    Magnitude magnitude{value.high, value.low};
+    int current = value.scale;
+    while (current < scale) {
+        if (!magnitude.Append(0)) Raise(ErrorNumber::Overflow);
+        ++current;
+    }
+    unsigned cut = 0;
+    bool more = false;  // anything but zeros behind the last digit cut off
+    while (current > scale) {
+        more = more || cut != 0;
+        cut = magnitude.CutDigit();
+        --current;
+    }
+    const bool odd = (magnitude.low & 1U) != 0;
+    if (cut > 5 || (cut == 5 && (more || odd))) {
+        if (++magnitude.low == 0) ++magnitude.high;
+    }
+    return MakeDecimal(value.negative, scale, magnitude);
 }
 
 }  // namespace qmtrain

@@ -12,26 +12,34 @@
 
 namespace qmtrain {
 
-// Numbers of Visual Basic (below 1000) and of DAO (3000 and up); the names say what they mean there.
+// Numbers of Visual Basic (below 1000) and of DAO (3000 and up), in their order.
 enum class ErrorNumber : std::int32_t {
     InvalidProcedureCall = 5,
     Overflow = 6,
+    OutOfMemory = 7,
     SubscriptOutOfRange = 9,
     ArrayFixedOrLocked = 10,
     DivisionByZero = 11,
     TypeMismatch = 13,
     ObjectNotSet = 91,
     InvalidUseOfNull = 94,
+    CannotCreateObject = 429,
+    InterfaceNotSupported = 430,
+    MemberNotFound = 438,
+    AutomationFailed = 440,
+    NamedArgumentsNotSupported = 446,
+    LocaleNotSupported = 447,
+    NamedArgumentNotFound = 448,
+    ArgumentNotOptional = 449,
+    ArgumentCountWrong = 450,
     KeyAlreadyInCollection = 457,
+    AutomationTypeNotSupported = 458,
     InvalidArgument = 3001,
     DatabaseTooLarge = InvalidArgument,  // the file would pass the format's limit
-    TransactionNotStarted = 3034,
     TableExists = 3010,
     ObjectNotFound = 3011,
+    RelationshipExists = 3012,
     IndexNotFound = 3015,  // in its table
-    TooManyIndexes = 3626,
-    FieldTooLarge = 3163,
-    NoUniqueIndexForReference = 3368,
     NoCurrentIndex = 3019,
     UpdateWithoutEdit = 3020,
     NoCurrentRecord = 3021,
@@ -40,78 +48,81 @@ enum class ErrorNumber : std::int32_t {
     DiskFull = 3026,
     ReadOnly = 3027,
     PasswordInvalid = 3031,
-    FileInUse = 3045,
+    TransactionNotStarted = 3034,
     SystemResourceExceeded = 3035,
     DiskError = 3043,
     InvalidPath = 3044,
+    FileInUse = 3045,
+    RecordTooLarge = 3047,
     FileDamaged = 3049,
     CannotLockFile = 3050,
     CannotOpenFile = 3051,
     IndexKeyNull = 3058,
     OperationCancelled = 3059,
     MissingParameter = 3061,
+    CannotExecuteSelect = 3065,
     SyntaxInExpression = 3075,
+    ArgumentCount = 3077,
     NoSuchTable = 3078,
     FieldNameAmbiguous = 3079,
+    UndefinedFunction = 3085,
+    AggregateNotAllowed = 3096,
+    CircularReference = 3102,
     AggregateMissing = 3122,
-    RecordDeleted = 3167,
-    LockedByOther = 3260,
-    ObjectInUse = 3211,
-    RecordChanged = 3197,  // by another user
-    RelatedRecordsExist = 3200,
-    RelatedRecordRequired = 3201,
-    InvalidFieldType = 3259,
-    NoFieldDefined = 3264,
-    FieldNotFound = 3265,
-    PropertyNotFound = 3270,
-    OperationNotSupported = 3251,
-    DatabaseExists = 3204,
-    FieldInIndex = 3280,        // a field of an index cannot be dropped
-    UsedInRelationship = 3281,  // an index or table that a relationship needs cannot be dropped
-    PrimaryKeyExists = 3283,
-    IndexExists = 3284,
     InvalidName = 3125,
-    RelationshipMismatch = 3366,  // the fields of the two sides do not fit
-    RelationshipExists = 3012,
-    FieldRequired = 3314,
-    AlreadyInCollection = 3367,
-    ZeroLengthNotAllowed = 3315,
-    UnknownFormat = 3343,
-    TooManyFields = 3190,
-    FieldExists = 3191,
-    RecordTooLarge = 3047,
-    ObjectInvalid = 3420,
-    DataTypeConversion = 3421,
-    CriteriaTypeMismatch = 3464,
-    TextOrderUnsupported = 3605,  // no key can be computed for this text in this sort order
+    UnknownInsertField = 3127,
+    DeleteTargetMissing = 3128,
+    SyntaxInStatement = 3129,
     SyntaxInFromClause = 3131,
     SyntaxInInsert = 3134,
     SyntaxInJoin = 3135,
     SyntaxInOrderBy = 3138,
-    SyntaxInSelect = 3141,
-    SyntaxInUpdate = 3144,
-    SyntaxInStatement = 3129,
     SyntaxInParameters = 3139,
+    SyntaxInSelect = 3141,
+    SyntaxInUnion = 3142,
+    SyntaxInUpdate = 3144,
+    InvalidBookmark = 3159,
+    FieldTooLarge = 3163,
+    RecordDeleted = 3167,
+    TooManyFields = 3190,
+    FieldExists = 3191,
+    RecordChanged = 3197,  // by another user
+    RelatedRecordsExist = 3200,
+    RelatedRecordRequired = 3201,
+    DatabaseExists = 3204,
+    ObjectInUse = 3211,
+    InvalidOperation = 3219,
+    OperationNotSupported = 3251,
+    InvalidFieldType = 3259,
+    LockedByOther = 3260,
+    NoFieldDefined = 3264,
+    FieldNotFound = 3265,
+    PropertyNotFound = 3270,
+    FieldInIndex = 3280,        // a field of an index cannot be dropped
+    UsedInRelationship = 3281,  // an index or table that a relationship needs cannot be dropped
+    PrimaryKeyExists = 3283,
+    IndexExists = 3284,
     SyntaxInCreateTable = 3290,
     SyntaxInCreateIndex = 3291,
     SyntaxInColumnDefinition = 3292,
     SyntaxInAlterTable = 3293,
     SyntaxInDrop = 3295,
-    SyntaxInUnion = 3142,
-    ColumnCountMismatch = 3307,
-    InsertCountMismatch = 3346,
-    UndefinedFunction = 3085,
-    ArgumentCount = 3077,
-    SubqueryManyRows = 3354,
-    CannotExecuteSelect = 3065,
-    InvalidBookmark = 3159,
-    InvalidOperation = 3219,
-    QueryTooComplex = 3360,
-    AggregateNotAllowed = 3096,
-    CircularReference = 3102,
     SubqueryManyColumns = 3306,
-    UnknownInsertField = 3127,
-    DeleteTargetMissing = 3128,
+    ColumnCountMismatch = 3307,
+    FieldRequired = 3314,
+    ZeroLengthNotAllowed = 3315,
+    UnknownFormat = 3343,
+    InsertCountMismatch = 3346,
+    SubqueryManyRows = 3354,
+    QueryTooComplex = 3360,
+    RelationshipMismatch = 3366,  // the fields of the two sides do not fit
+    AlreadyInCollection = 3367,
+    NoUniqueIndexForReference = 3368,
+    ObjectInvalid = 3420,
+    DataTypeConversion = 3421,
+    CriteriaTypeMismatch = 3464,
+    TextOrderUnsupported = 3605,  // no key can be computed for this text in this sort order
+    TooManyIndexes = 3626,
 };
 
 class AutomationError : public std::exception {
@@ -134,8 +145,11 @@ private:
     std::string utf8_;
 };
 
-// Throws the error with the table's Chinese description; "%1", "%2" … in it are replaced by `details`, each as
-// ForMessage (message_text.h) makes it.
+// The table's Chinese description of the error; "%1", "%2" … in it are replaced by `details`, each as ForMessage
+// (message_text.h) makes it.
+std::u16string DescriptionOf(ErrorNumber number, std::initializer_list<std::u16string_view> details = {});
+
+// Throws the error with that description.
 [[noreturn]] void Raise(ErrorNumber number, std::initializer_list<std::u16string_view> details = {});
 
 // The component's own error: vbObjectError + 1, for a folder or file that a property refuses.

@@ -9,11 +9,11 @@
 #include <vector>
 
 #include <windows.h>
-#include <aclapi.h>
 
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
+#include "core/windows_calls.h"
 #include "core/windows_text.h"
 
 namespace qmtrain {
@@ -21,62 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr DWORD kSuccess = ERROR_SUCCESS;
-constexpr DWORD kQuotaExceeded = 1295;
-// Longer paths need the form that starts with "\\?\"; what is appended to a name still fits.
-constexpr std::size_t kShortPath = 200;
-constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
-constexpr std::wstring_view kLongSharePrefix = L"\\\\?\\UNC\\";
-constexpr DWORD kSharedWithAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr std::size_t kPiece = std::size_t{16} << 20;  // shares refuse much longer ones
-
-// The path in a form of any length.
-std::wstring Extended(const std::wstring& path) {
-    if (path.size() < kShortPath || path.starts_with(kLongPrefix) || path.starts_with(L"\\\\.\\")) return path;
-    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
-    full.resize(std::min<std::size_t>(
-        full.size(), GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr)));
-    if (full.empty()) return path;
-    if (full.starts_with(L"\\\\")) return std::wstring(kLongSharePrefix) + full.substr(2);
-    return std::wstring(kLongPrefix) + full;
-}
-
-std::u16string ErrorText(DWORD code) {
-    std::array<wchar_t, 512> text{};
-    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                                        text.data(), static_cast<DWORD>(text.size()), nullptr);
-    std::u16string message = FromWide({text.data(), length});
-    while (!message.empty() && message.back() <= u' ') message.pop_back();
-    return message.empty() ? u"错误 " + ToText(std::int64_t{code}) : message;
-}
-
-[[noreturn]] void RaiseSystemError(const fs::path& path, DWORD code) {
-    const std::u16string name = FromNativePath(path);
-    switch (code) {
-        case ERROR_FILE_NOT_FOUND: Raise(ErrorNumber::FileNotFound, {name});
-        case ERROR_PATH_NOT_FOUND:
-        case ERROR_INVALID_NAME:
-        case ERROR_INVALID_DRIVE:
-        case ERROR_BAD_PATHNAME:
-        case ERROR_BAD_NETPATH:
-        case ERROR_BAD_NET_NAME:
-        case ERROR_DIRECTORY:
-        case ERROR_FILENAME_EXCED_RANGE: Raise(ErrorNumber::InvalidPath, {name});
-        case ERROR_ACCESS_DENIED:
-        case ERROR_WRITE_PROTECT:
-        case ERROR_SHARING_VIOLATION:
-        case ERROR_LOCK_VIOLATION:
-        case ERROR_DELETE_PENDING:
-        case ERROR_USER_MAPPED_FILE:
-        case ERROR_FILE_EXISTS:
-        case ERROR_ALREADY_EXISTS: Raise(ErrorNumber::CannotOpenFile, {name});
-        case ERROR_DISK_FULL:
-        case ERROR_HANDLE_DISK_FULL:
-        case kQuotaExceeded:
-        case ERROR_FILE_TOO_LARGE: Raise(ErrorNumber::DiskFull, {name});
-        default: Raise(ErrorNumber::DiskError, {name, ErrorText(code)});
-    }
-}
 
 // Whether the last call met a file that is deleted but still open somewhere. The error alone does not tell it from a
 // missing right.
@@ -101,76 +46,6 @@ DWORD Patiently(const Attempt& attempt) {
         if (!may_pass || std::chrono::steady_clock::now() > give_up) return code;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-}
-
-class Handle {
-public:
-    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE) : handle_(handle) {}
-    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
-    Handle& operator=(Handle&& other) noexcept {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    ~Handle() {
-        if (IsOpen()) CloseHandle(handle_);
-    }
-
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-    HANDLE Get() const { return handle_; }
-
-private:
-    HANDLE handle_;
-};
-
-// A pipe that somebody has put there learns nothing of who opens it.
-DWORD TryOpen(const std::wstring& path, DWORD access, DWORD disposition, Handle& out, DWORD flags = 0) {
-    constexpr DWORD kNoIdentity = SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS;
-    out = Handle(CreateFileW(path.c_str(), access, kSharedWithAll, nullptr, disposition,
-                             FILE_ATTRIBUTE_NORMAL | kNoIdentity | flags, nullptr));
-    return out.IsOpen() ? kSuccess : GetLastError();
-}
-
-DWORD ErrorUnless(BOOL done) {
-    return done != FALSE ? kSuccess : GetLastError();
-}
-
-OVERLAPPED At(std::uint64_t offset) {
-    OVERLAPPED place{};
-    place.Offset = static_cast<DWORD>(offset);
-    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
-    return place;
-}
-
-// What the system says of an open file's owner and rights.
-class Owner {
-public:
-    explicit Owner(HANDLE file) {
-        GetSecurityInfo(file, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner_, nullptr,
-                        &rights_, nullptr, &descriptor_);
-    }
-    Owner(const Owner&) = delete;
-    Owner& operator=(const Owner&) = delete;
-    ~Owner() { LocalFree(descriptor_); }
-
-    PSID Account() const { return owner_; }
-    PACL Rights() const { return rights_; }
-
-private:
-    PSECURITY_DESCRIPTOR descriptor_ = nullptr;
-    PSID owner_ = nullptr;
-    PACL rights_ = nullptr;
-};
-
-// Whether the account may write the file, for its own or by its groups; yes where the system does not tell.
-bool MayWrite(const Owner& account, HANDLE file) {
-    const Owner target(file);
-    if (account.Account() == nullptr || target.Account() == nullptr || target.Rights() == nullptr) return true;
-    if (EqualSid(account.Account(), target.Account()) != FALSE) return true;
-    TRUSTEE_W trustee{};
-    BuildTrusteeWithSidW(&trustee, account.Account());
-    ACCESS_MASK rights = 0;
-    if (GetEffectiveRightsFromAclW(target.Rights(), &trustee, &rights) != kSuccess) return true;
-    return (rights & FILE_WRITE_DATA) != 0;
 }
 
 class WindowsFile : public File {
@@ -485,44 +360,7 @@ private:
     std::map<DWORD, bool> keeps_locks_;
 };
 
-DWORD AttributesOf(std::u16string_view path) {
-    return path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(ToNativePath(path).c_str());
-}
-
 }  // namespace
-
-fs::path ToNativePath(std::u16string_view path) {
-    return Extended(ToWide(path));
-}
-
-std::u16string FromNativePath(const fs::path& path) {
-    const std::wstring_view native = path.native();
-    if (native.starts_with(kLongSharePrefix)) return u"\\\\" + FromWide(native.substr(kLongSharePrefix.size()));
-    if (native.starts_with(kLongPrefix)) return FromWide(native.substr(kLongPrefix.size()));
-    return FromWide(native);
-}
-
-bool FileExists(std::u16string_view path) {
-    const DWORD attributes = AttributesOf(path);
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
-
-bool FolderExists(std::u16string_view path) {
-    const DWORD attributes = AttributesOf(path);
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-fs::path ProgramFolder() {
-    std::wstring name(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
-        if (length < name.size()) {
-            name.resize(length);
-            return fs::path(name).parent_path();
-        }
-        name.resize(name.size() * 2);
-    }
-}
 
 FileSystem& FileSystem::Native() {
     static auto& system = *new WindowsFileSystem;  // for as long as anything may use it, at the process's end too

@@ -188,4 +188,13 @@ std::u16string ToText(std::int64_t number) {
     return {digits.data(), result.ptr};
 }
 
+std::vector<std::u16string> Split(std::u16string_view text, char16_t delimiter) {
+    std::vector<std::u16string> items;
+    for (std::size_t end = 0; (end = text.find(delimiter)) != std::u16string_view::npos; text.remove_prefix(end + 1)) {
+        items.emplace_back(text.substr(0, end));
+    }
+    items.emplace_back(text);
+    return items;
+}
+
 }  // namespace qmtrain

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qmtrain {
 
@@ -57,6 +58,9 @@ bool EqualNames(std::u16string_view a, std::u16string_view b);
 
 // A name folded so that two names are the same exactly when their folded forms are equal.
 std::u16string FoldName(std::u16string_view name);
+
+// The items between the delimiters; one empty item for an empty text.
+std::vector<std::u16string> Split(std::u16string_view text, char16_t delimiter);
 
 // Decimal text of an integer.
 std::u16string ToText(std::int64_t number);

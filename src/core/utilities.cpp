@@ -5,6 +5,7 @@
 
 #include "core/error.h"
 #include "core/log.h"
+#include "core/stored_text.h"
 #include "core/text.h"
 
 namespace qmtrain {
@@ -19,13 +20,6 @@ Case CaseOf(std::int32_t compare) {
 
 bool Equal(std::u16string_view a, std::u16string_view b, bool ignore_case) {
     return ignore_case ? EqualNames(a, b) : a == b;
-}
-
-std::u16string WithoutFirst(std::u16string_view text, std::u16string_view part) {
-    std::u16string out(text);
-    const std::size_t found = Find(text, part, 0, Case::Ignored);
-    if (found != kNotFound) out.erase(found, part.size());
-    return out;
 }
 
 std::u16string_view LineBreakOr(std::u16string_view text) {
@@ -98,41 +92,16 @@ std::u16string Utilities::RTrimStr(std::u16string_view strSrc, std::u16string_vi
 
 std::u16string Utilities::ReplaceStr(std::u16string_view strSrc, std::u16string_view strFind,
                                      std::u16string_view strRepl, std::int16_t nType) const {
-    constexpr std::size_t kLastPosition = std::numeric_limits<std::int16_t>::max();
-    const Case letter_case = CaseOf(nType);
-    const std::u16string_view find = LineBreakOr(strFind);
-    const std::u16string_view replacement = LineBreakOr(strRepl);
-    if (find.empty()) Raise(ErrorNumber::InvalidProcedureCall);
-    std::u16string out;
-    std::size_t from = 0;
-    std::size_t found = 0;
-    while ((found = Find(strSrc, find, from, letter_case)) != kNotFound) {
-        out.append(strSrc.substr(from, found - from));
-        if (out.size() + 1 > kLastPosition) Raise(ErrorNumber::Overflow);
-        out.append(replacement);
-        from = found + find.size();
-    }
-    return out.append(strSrc.substr(from));
+    return ReplaceEach(strSrc, LineBreakOr(strFind), LineBreakOr(strRepl), CaseOf(nType));
 }
 
 std::u16string Utilities::DeleteRtfTxtColorMark(std::u16string_view strSource) const {
-    return WithoutFirst(WithoutFirst(strSource, u"{\\colortbl ;\\red0\\green0\\blue0;}"),
-                        u"{\\colortbl\\red0\\green0\\blue0;}");
+    return WithoutBlackColorTables(strSource);
 }
 
 Value Utilities::GetChoiceAnswerString(std::int32_t nAnswer) const {
     if (nAnswer <= 0) return {};
-    std::u16string letters;
-    for (int bit = 0; nAnswer >> bit != 0; ++bit) {
-        if ((nAnswer >> bit & 1) != 0) letters += static_cast<char16_t>(65 + bit);
-    }
-    return letters;
-}
-
-std::vector<std::u16string> SplitAll(std::u16string_view text, std::u16string_view delimiter) {
-    std::vector<std::u16string> items;
-    Utilities().SplitVB5(text, delimiter, items, -1, 0);
-    return items;
+    return ChoiceLetters(nAnswer);
 }
 
 }  // namespace qmtrain

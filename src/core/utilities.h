@@ -58,7 +58,4 @@ public:
     Value GetChoiceAnswerString(std::int32_t nAnswer) const;
 };
 
-// All items of a text, letter case counting: SplitVB5 without a limit.
-std::vector<std::u16string> SplitAll(std::u16string_view text, std::u16string_view delimiter);
-
 }  // namespace qmtrain

@@ -69,7 +69,7 @@ void AikenReader::Line(std::u16string_view line, std::size_t number) {
 }
 
 void AikenReader::Answer(std::u16string_view letter) {
-    question_.kind = Kind::Single;
+    question_.kind = QuestionKind::Single;
     question_.stem = PlainRichText(stem_);
     if (letter.size() != 1 || letter[0] < u'A' || letter[0] > u'Z') {
         notes_.Error(u"“ANSWER:”后面应当是一个大写字母。");

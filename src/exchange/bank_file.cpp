@@ -107,7 +107,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         const dao::Connection database(FileOf(folder, plan.bank));
         BankRows rows(*database.operator->(), plan.bank.code);
         plan.existing = rows.Read(progress);
-        for (const KindInfo& kind : Kinds()) {
+        for (const QuestionKindInfo& kind : QuestionKinds()) {
             if (!rows.Info(kind.kind).table.empty()) plan.kinds.insert(kind.kind);
         }
         for (const Question& question : questions) {

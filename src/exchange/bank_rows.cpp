@@ -12,9 +12,8 @@
 #include "core/message_text.h"
 #include "core/statement_text.h"
 #include "core/text.h"
-#include "core/utilities.h"
-#include "ui/document/rtf_reader.h"
-#include "ui/document/rtf_writer.h"
+#include "document/rtf_reader.h"
+#include "document/rtf_writer.h"
 #include "ui/question_text.h"
 
 namespace qmtrain::exchange {
@@ -63,19 +62,19 @@ std::int32_t BitsOf(std::u16string_view answer) {
 }
 
 // An explanation that a bank without a column for it keeps as a document.
-std::optional<ui::RichText> AnalysisIn(const Value& document) {
+std::optional<document::RichText> AnalysisIn(const Value& document) {
     if (document.GetType() != Value::Type::Binary) return std::nullopt;
     const std::u16string text(document.Binary().begin(), document.Binary().end());
-    return ui::IsRtf(text) ? std::optional(ui::ReadRtf(text)) : std::nullopt;
+    return ui::IsRtf(text) ? std::optional(document::ReadRtf(text)) : std::nullopt;
 }
 
 void SetAnswer(Question& question, std::u16string_view answer) {
     switch (question.kind) {
-        case Kind::YesNo: question.is_true = Trimmed(answer) == u"-1"; break;
-        case Kind::Fill:
-            for (const std::u16string& blank : SplitAll(answer, u"@")) question.blanks.push_back(SplitAll(blank, u"#"));
+        case QuestionKind::YesNo: question.is_true = Trimmed(answer) == u"-1"; break;
+        case QuestionKind::Fill:
+            for (const std::u16string& blank : Split(answer, u'@')) question.blanks.push_back(Split(blank, u'#'));
             break;
-        case Kind::Operation: {
+        case QuestionKind::Operation: {
             question.requirements = answer;
             std::erase(question.requirements, u'\r');
             break;
@@ -92,12 +91,12 @@ void Require(bool condition, std::u16string text) {
 
 // "^p" ends a paragraph wherever a bank's text is shown, in RTF as well: there the first character is written by its
 // number.
-std::u16string StoredText(const ui::RichText& text) {
+std::u16string StoredText(const document::RichText& text) {
     const std::u16string plain = text.PlainText();
     if (IsPlain(text) && plain.find(u"^p") == std::u16string::npos && !Trimmed(plain).starts_with(u"{\\rtf")) {
         return WithCrLf(plain);
     }
-    const std::string rtf = ui::WriteRtf(text);
+    const std::string rtf = document::WriteRtf(text);
     std::u16string out(rtf.begin(), rtf.end());
     ReplaceAll(out, u"^p", u"\\'5ep");
     return out;
@@ -109,10 +108,9 @@ BankRows::BankRows(dao::Database& database, std::u16string code, std::optional<s
     const auto directory = database_.OpenRecordset(u"Select * From Tbl_Information");
     for (; !directory->Eof(); directory->MoveNext()) {
         const std::u16string table = TextIn(*directory, u"C_Tblname");
-        const auto known = std::find_if(Kinds().begin(), Kinds().end(),
-                                        [&](const KindInfo& info) { return EqualNames(info.table, table); });
-        if (known == Kinds().end()) continue;
-        TableInfo& info = tables_[static_cast<std::size_t>(known->kind)];
+        const QuestionKind kind = KindOfTable(table);
+        if (kind == QuestionKind::Unknown) continue;
+        TableInfo& info = tables_[static_cast<std::size_t>(kind)];
         if (!info.table.empty()) continue;
         const auto rows = database_.OpenRecordset(u"Select Top 1 * From " + table);
         info = {table,
@@ -150,12 +148,13 @@ const TableInfo* BankRows::TableOf(std::u16string_view rec_no) const {
     return found == tables_.end() ? nullptr : &*found;
 }
 
-void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out, const EachRow& each) {
+void BankRows::ReadTable(QuestionKind kind, std::u16string_view condition, std::vector<Question>& out,
+                         const EachRow& each) {
     const TableInfo& info = Info(kind);
     if (info.table.empty()) return;
     const auto rows =
         database_.OpenRecordset(u"Select * From " + info.table + std::u16string(condition) + u" Order By C_RecNo");
-    const std::u16string_view answer_column = kind == Kind::Operation ? u"M_Answer" : u"C_Answer";
+    const std::u16string_view answer_column = kind == QuestionKind::Operation ? u"M_Answer" : u"C_Answer";
     for (; !rows->Eof(); rows->MoveNext()) {
         if (each) each();
         Question question;
@@ -165,7 +164,7 @@ void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Q
         const std::u16string answer = TextIn(*rows, answer_column);
         SetAnswer(question, answer);
         // The options come later, and then the answer's bits are wanted.
-        if (kind == Kind::Single || kind == Kind::Multiple) question.keywords = answer;
+        if (kind == QuestionKind::Single || kind == QuestionKind::Multiple) question.keywords = answer;
         if (info.analysis) question.analysis = ui::StoredText(TextIn(*rows, u"M_Analysis"));
         if (!info.analysis && info.documents) {
             if (auto analysis = AnalysisIn(rows->Fields(u"O_RudeCont").Value()))
@@ -181,7 +180,8 @@ void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Q
 void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>& questions, const EachRow& each) {
     std::unordered_map<std::u16string, Question*> places;
     for (Question& question : questions) {
-        if (question.kind == Kind::Single || question.kind == Kind::Multiple) places[question.rec_no] = &question;
+        if (question.kind == QuestionKind::Single || question.kind == QuestionKind::Multiple)
+            places[question.rec_no] = &question;
     }
     if (places.empty()) return;
     const auto rows = database_.OpenRecordset(u"Select C_RecNo,C_ChoiceAnswer,M_answercont From Tbl_ChoiceVice" +
@@ -219,7 +219,7 @@ std::vector<Question> BankRows::Read(const Progress& progress) {
         };
     }
     std::vector<Question> questions;
-    for (const KindInfo& kind : Kinds()) ReadTable(kind.kind, OfBank(), questions, each);
+    for (const QuestionKindInfo& kind : QuestionKinds()) ReadTable(kind.kind, OfBank(), questions, each);
     ReadOptions(OfBank(), questions, each);
     return questions;
 }
@@ -228,13 +228,13 @@ std::optional<Question> BankRows::Find(std::u16string_view rec_no) {
     const TableInfo* table = TableOf(rec_no);
     if (table == nullptr) return std::nullopt;
     std::vector<Question> found;
-    ReadTable(static_cast<Kind>(table - tables_.data()), OfQuestion(rec_no), found);
+    ReadTable(static_cast<QuestionKind>(table - tables_.data()), OfQuestion(rec_no), found);
     if (found.empty()) return std::nullopt;
     ReadOptions(OfQuestion(rec_no), found);
     return std::move(found.front());
 }
 
-std::int32_t BankRows::LastNumber(Kind kind, const std::set<std::u16string>& taken) {
+std::int32_t BankRows::LastNumber(QuestionKind kind, const std::set<std::u16string>& taken) {
     std::int32_t last = 0;
     const std::u16string beginning = prefix_ + Info(kind).table_code;
     const auto look = [&](std::u16string_view rec_no) {
@@ -249,7 +249,7 @@ std::int32_t BankRows::LastNumber(Kind kind, const std::set<std::u16string>& tak
     return last;
 }
 
-std::u16string BankRows::NewNumber(Kind kind, const std::set<std::u16string>& taken) {
+std::u16string BankRows::NewNumber(QuestionKind kind, const std::set<std::u16string>& taken) {
     constexpr std::size_t kDigits = 4;
     std::int32_t& last = last_numbers_[static_cast<std::size_t>(kind)];
     if (last < 0) last = LastNumber(kind, taken);
@@ -261,7 +261,7 @@ std::u16string BankRows::NewNumber(Kind kind, const std::set<std::u16string>& ta
 void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) {
     const TableInfo& info = Info(question.kind);
     row.Fields(u"M_Title").Value(StoredText(question.stem));
-    if (question.kind == Kind::Operation) {
+    if (question.kind == QuestionKind::Operation) {
         SetOrNull(row.Fields(u"M_Answer"), WithCrLf(question.requirements));
     } else {
         row.Fields(u"C_Answer").Value(StoredAnswer(question));
@@ -272,7 +272,7 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
     } else if (info.documents && !analysis.empty() &&
                (is_new || row.Fields(u"O_RudeCont").Value().IsNull() ||
                 AnalysisIn(row.Fields(u"O_RudeCont").Value()))) {
-        const std::string rtf = ui::WriteRtf(question.analysis);
+        const std::string rtf = document::WriteRtf(question.analysis);
         row.Fields(u"O_RudeCont").Value(Bytes(rtf.begin(), rtf.end()));
     }
     if (info.category) SetOrNull(row.Fields(u"C_Category"), question.category);
@@ -283,7 +283,7 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
 }
 
 void BankRows::AddOptions(const Question& question, std::int32_t subject) {
-    const bool is_choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
+    const bool is_choice = question.kind == QuestionKind::Single || question.kind == QuestionKind::Multiple;
     if (!is_choice || question.options.empty()) return;
     if (!adding_options_) adding_options_ = database_.OpenRecordset(u"Select * From Tbl_ChoiceVice");
     for (std::size_t i = 0; i < question.options.size(); ++i) {
@@ -319,7 +319,7 @@ void BankRows::Change(const Question& question) {
     rows->Edit();
     Fill(*rows, question, false);
     rows->Update();
-    if (question.kind != Kind::Single && question.kind != Kind::Multiple) return;
+    if (question.kind != QuestionKind::Single && question.kind != QuestionKind::Multiple) return;
     database_.Execute(u"Delete From Tbl_ChoiceVice" + OfQuestion(question.rec_no));
     AddOptions(question, subject);
 }

@@ -37,7 +37,7 @@ struct StoredRow {
 };
 
 // A text as banks store it: plain where it has no format, else RTF.
-std::u16string StoredText(const ui::RichText& text);
+std::u16string StoredText(const document::RichText& text);
 
 class BankRows {
 public:
@@ -45,14 +45,14 @@ public:
     // its tables. The database must outlive the object.
     BankRows(dao::Database& database, std::u16string code, std::optional<std::int32_t> subject = {});
 
-    const TableInfo& Info(Kind kind) const { return tables_[static_cast<std::size_t>(kind)]; }
+    const TableInfo& Info(QuestionKind kind) const { return tables_[static_cast<std::size_t>(kind)]; }
 
     // In the order of record numbers.
     std::vector<Question> Read(const Progress& progress = {});
     std::optional<Question> Find(std::u16string_view rec_no);
 
     // Record numbers of questions that follow each other, none of them in the bank or in `taken`.
-    std::u16string NewNumber(Kind kind, const std::set<std::u16string>& taken);
+    std::u16string NewNumber(QuestionKind kind, const std::set<std::u16string>& taken);
 
     // Under question.rec_no. `subject` is what goes into the rows.
     void Add(const Question& question, std::int32_t subject);
@@ -73,12 +73,13 @@ private:
     std::u16string OfQuestion(std::u16string_view rec_no) const;
     const TableInfo* TableOf(std::u16string_view rec_no) const;
     using EachRow = std::function<void()>;
-    void ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out, const EachRow& each = {});
+    void ReadTable(QuestionKind kind, std::u16string_view condition, std::vector<Question>& out,
+                   const EachRow& each = {});
     void ReadOptions(std::u16string_view condition, std::vector<Question>& questions, const EachRow& each = {});
     std::size_t CountRows(std::u16string_view table) const;
     void Fill(dao::Recordset& row, const Question& question, bool is_new);
     void AddOptions(const Question& question, std::int32_t subject);
-    std::int32_t LastNumber(Kind kind, const std::set<std::u16string>& taken);
+    std::int32_t LastNumber(QuestionKind kind, const std::set<std::u16string>& taken);
 
     dao::Database& database_;
     std::u16string code_;
@@ -86,7 +87,7 @@ private:
     std::u16string prefix_;  // the first two characters of record numbers
     std::array<TableInfo, 5> tables_;
     std::array<std::int32_t, 5> last_numbers_{-1, -1, -1, -1, -1};
-    std::map<Kind, std::shared_ptr<dao::Recordset>> adding_;
+    std::map<QuestionKind, std::shared_ptr<dao::Recordset>> adding_;
     std::shared_ptr<dao::Recordset> adding_options_;
 };
 

@@ -28,7 +28,7 @@ public:
         CreateQuestionBank(file, [&](dao::Database& database) {
             AddTeachingColumns(database);
             const auto rows = database.OpenRecordset(u"Select * From Tbl_Information");
-            for (const KindInfo& kind : Kinds()) {
+            for (const QuestionKindInfo& kind : QuestionKinds()) {
                 rows->AddNew();
                 rows->Fields(u"C_TblCode").Value(std::u16string(kind.table_code));
                 rows->Fields(u"C_DataCode").Value(bank.code);

@@ -12,10 +12,6 @@ namespace {
 
 constexpr std::size_t kLongestAnswer = 255;  // of the column in banks
 
-bool IsChoice(Kind kind) {
-    return kind == Kind::Single || kind == Kind::Multiple;
-}
-
 std::u16string Number(std::size_t number) {
     return ToText(static_cast<std::int64_t>(number));
 }
@@ -26,7 +22,7 @@ std::u16string ProblemOfOptions(const Question& question) {
     const auto right = std::count_if(question.options.begin(), question.options.end(),
                                      [](const Option& option) { return option.right; });
     if (right == 0) return u"没有指明正确的选择项。";
-    if (question.kind == Kind::Single && right > 1) return u"单选题有几个正确的选择项。";
+    if (question.kind == QuestionKind::Single && right > 1) return u"单选题有几个正确的选择项。";
     for (std::size_t i = 0; i < question.options.size(); ++i) {
         if (IsEmpty(question.options[i].text)) return std::u16string(u"选择项 ") + LetterOf(i) + u" 是空的。";
     }
@@ -63,14 +59,14 @@ std::u16string ProblemOfBlanks(const Question& question) {
 std::u16string ProblemOf(const Question& question) {
     if (IsEmpty(question.stem)) return u"没有题干。";
     if (IsChoice(question.kind)) return ProblemOfOptions(question);
-    if (question.kind == Kind::Fill) return ProblemOfBlanks(question);
+    if (question.kind == QuestionKind::Fill) return ProblemOfBlanks(question);
     return {};
 }
 
 std::u16string WarningOf(const Question& question) {
     const std::u16string stem = question.stem.PlainText();
     if (ToLower(stem).find(u"%user%") != std::u16string::npos) return u"题干中的“%user%”显示时会被去掉。";
-    if (question.kind != Kind::Fill) return {};
+    if (question.kind != QuestionKind::Fill) return {};
     const std::size_t marks = BlankMarks(stem).size();
     if (marks == question.blanks.size() || (marks == 0 && question.blanks.size() == 1)) return {};
     return u"题干中有 " + Number(marks) + u" 个空，答案有 " + Number(question.blanks.size()) + u" 个，请核对。";
@@ -102,7 +98,7 @@ void AddChecked(Import& import, Question question, const TextNotes& notes) {
     import.questions.push_back(std::move(question));
 }
 
-void AppendFeedback(ui::RichText& analysis, std::u16string_view label, const ui::RichText& feedback) {
+void AppendFeedback(document::RichText& analysis, std::u16string_view label, const document::RichText& feedback) {
     if (IsEmpty(feedback)) return;
     if (!IsEmpty(analysis)) {
         analysis.EndParagraph();
@@ -114,7 +110,7 @@ void AppendFeedback(ui::RichText& analysis, std::u16string_view label, const ui:
 
 void SetPairs(Question& question, const std::vector<Pair>& pairs, const std::vector<std::u16string>& more_answers,
               TextNotes& notes) {
-    question.kind = Kind::Fill;
+    question.kind = QuestionKind::Fill;
     std::set<std::u16string> answers(more_answers.begin(), more_answers.end());
     std::size_t number = 0;
     for (const Pair& pair : pairs) {

@@ -21,11 +21,11 @@ std::u16string ProblemOf(const Question& question);
 std::u16string WarningOf(const Question& question);
 
 // The feedback on an answer, as a line of the explanation.
-void AppendFeedback(ui::RichText& analysis, std::u16string_view label, const ui::RichText& feedback);
+void AppendFeedback(document::RichText& analysis, std::u16string_view label, const document::RichText& feedback);
 
 // Turns pairs that belong together into a fill-in question with a blank for each. The answers stand below the stem.
 struct Pair {
-    ui::RichText subject;
+    document::RichText subject;
     std::u16string answer;
 };
 void SetPairs(Question& question, const std::vector<Pair>& pairs, const std::vector<std::u16string>& more_answers,

@@ -245,7 +245,7 @@ std::u16string PlaceOf(std::size_t number) {
 void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& question, TextNotes& notes) {
     ClozeReader reader(html, notes);
     const std::u16string with_places = reader.Read();
-    question.kind = Kind::Fill;
+    question.kind = QuestionKind::Fill;
     question.stem = FromHtml(with_places, files, notes);
     const std::vector<double>& points = reader.Points();
     if (std::adjacent_find(points.begin(), points.end(), std::not_equal_to<>()) != points.end()) {
@@ -269,7 +269,7 @@ void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& qu
             }
         }
         const std::u16string place = PlaceOf(i + 1);
-        if (const auto at = question.stem.Find(place, from, ui::RichText::Case::Sensitive)) {
+        if (const auto at = question.stem.Find(place, from, document::RichText::Case::Sensitive)) {
             question.stem.Replace(*at, place.size(), mark);
             from = *at;
         }
@@ -278,7 +278,7 @@ void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& qu
 }
 
 std::u16string WriteCloze(const Question& question, std::vector<PictureFile>* files) {
-    ui::RichText stem = Canonical(question.stem);
+    document::RichText stem = Canonical(question.stem);
     const std::vector<BlankMark> marks = BlankMarks(stem.PlainText());
     const bool in_place = marks.size() == question.blanks.size();
     // From the end, so that the places before stay where they are.

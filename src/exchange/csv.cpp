@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/csv_cell.h"
+#include "core/csv.h"
 
 namespace qmtrain::exchange {
 

@@ -5,7 +5,6 @@
 
 #include "core/convert.h"
 #include "core/text.h"
-#include "core/utilities.h"
 #include "exchange/checks.h"
 #include "exchange/csv.h"
 #include "exchange/csv_columns.h"
@@ -18,7 +17,7 @@ std::optional<Column> ColumnCalled(std::u16string_view heading) {
     const std::u16string name = ToLower(Trimmed(heading));
     for (const Heading& known : kHeadings) {
         if (name == known.chinese) return known.column;
-        const std::vector<std::u16string> others = SplitAll(known.others, u"|");
+        const std::vector<std::u16string> others = Split(known.others, u'|');
         if (std::find(others.begin(), others.end(), name) != others.end()) return known.column;
     }
     // "A", "选项A", "选项 A", "option_a", "选项1"
@@ -35,16 +34,19 @@ std::optional<Column> ColumnCalled(std::u16string_view heading) {
     return static_cast<Column>(static_cast<std::size_t>(Column::FirstOption) + option);
 }
 
-std::optional<Kind> KindCalled(std::u16string_view text) {
-    static constexpr std::pair<std::u16string_view, Kind> kNames[] = {
-        {u"单选", Kind::Single},         {u"单项", Kind::Single},    {u"single", Kind::Single},
-        {u"多选", Kind::Multiple},       {u"多项", Kind::Multiple},  {u"不定项", Kind::Multiple},
-        {u"multiple", Kind::Multiple},   {u"判断", Kind::YesNo},     {u"是非", Kind::YesNo},
-        {u"true", Kind::YesNo},          {u"yes", Kind::YesNo},      {u"填空", Kind::Fill},
-        {u"fill", Kind::Fill},           {u"short", Kind::Fill},     {u"操作", Kind::Operation},
-        {u"简答", Kind::Operation},      {u"问答", Kind::Operation}, {u"论述", Kind::Operation},
-        {u"编程", Kind::Operation},      {u"程序", Kind::Operation}, {u"essay", Kind::Operation},
-        {u"operation", Kind::Operation},
+std::optional<QuestionKind> KindCalled(std::u16string_view text) {
+    static constexpr std::pair<std::u16string_view, QuestionKind> kNames[] = {
+        {u"单选", QuestionKind::Single},       {u"单项", QuestionKind::Single},
+        {u"single", QuestionKind::Single},     {u"多选", QuestionKind::Multiple},
+        {u"多项", QuestionKind::Multiple},     {u"不定项", QuestionKind::Multiple},
+        {u"multiple", QuestionKind::Multiple}, {u"判断", QuestionKind::YesNo},
+        {u"是非", QuestionKind::YesNo},        {u"true", QuestionKind::YesNo},
+        {u"yes", QuestionKind::YesNo},         {u"填空", QuestionKind::Fill},
+        {u"fill", QuestionKind::Fill},         {u"short", QuestionKind::Fill},
+        {u"操作", QuestionKind::Operation},    {u"简答", QuestionKind::Operation},
+        {u"问答", QuestionKind::Operation},    {u"论述", QuestionKind::Operation},
+        {u"编程", QuestionKind::Operation},    {u"程序", QuestionKind::Operation},
+        {u"essay", QuestionKind::Operation},   {u"operation", QuestionKind::Operation},
     };
     const std::u16string name = ToLower(Trimmed(text));
     for (const auto& [beginning, kind] : kNames) {
@@ -122,7 +124,7 @@ bool HasLetter(std::u16string_view option, std::size_t place) {
 std::vector<std::u16string> OptionsIn(std::u16string_view cell) {
     std::vector<std::u16string> options;
     bool lettered = true;
-    for (const std::u16string& line : SplitAll(cell, u"\n")) {
+    for (const std::u16string& line : Split(cell, u'\n')) {
         if (Trimmed(line).empty()) continue;
         lettered = lettered && HasLetter(Trimmed(line), options.size());
         options.emplace_back(Trimmed(line));
@@ -143,9 +145,9 @@ private:
     void ReadQuestion(const CsvRow& row);
     void ReadOptions(Question& question, const CsvRow& row);
     void ReadAnswer(Question& question, std::u16string_view answer);
-    Kind GuessedKind(const Question& question, std::u16string_view answer) const;
+    QuestionKind GuessedKind(const Question& question, std::u16string_view answer) const;
     std::u16string Cell(const CsvRow& row, Column column) const;
-    ui::RichText Rich(std::u16string_view cell);
+    document::RichText Rich(std::u16string_view cell);
 
     CsvReader rows_;
     std::size_t size_;
@@ -209,7 +211,7 @@ std::u16string SheetReader::Cell(const CsvRow& row, Column column) const {
     return std::u16string(Trimmed(row.cells[place->second]));
 }
 
-ui::RichText SheetReader::Rich(std::u16string_view cell) {
+document::RichText SheetReader::Rich(std::u16string_view cell) {
     if (cell.starts_with(kHtmlCell)) return FromHtml(cell.substr(kHtmlCell.size()), {}, notes_);
     return PlainRichText(cell);
 }
@@ -233,7 +235,7 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
     ReadOptions(question, row);
     const std::u16string answer = Cell(row, Column::Answer);
     const std::u16string type = Cell(row, Column::Type);
-    const std::optional<Kind> kind = KindCalled(type);
+    const std::optional<QuestionKind> kind = KindCalled(type);
     if (!kind && !type.empty())
         notes_.Error(u"题型“" + Brief(type) + u"”无法识别：应当是单选、多选、判断、填空或操作。");
     question.kind = kind ? *kind : GuessedKind(question, answer);
@@ -259,20 +261,20 @@ void SheetReader::ReadOptions(Question& question, const CsvRow& row) {
     }
 }
 
-Kind SheetReader::GuessedKind(const Question& question, std::u16string_view answer) const {
+QuestionKind SheetReader::GuessedKind(const Question& question, std::u16string_view answer) const {
     if (question.options.size() > 1) {
         const auto letters = LettersOf(answer);
-        return letters && letters->size() > 1 ? Kind::Multiple : Kind::Single;
+        return letters && letters->size() > 1 ? QuestionKind::Multiple : QuestionKind::Single;
     }
     const std::u16string_view word = Trimmed(answer);
-    if (word.empty()) return Kind::Operation;
-    return TruthOf(word) && word != u"1" && word != u"0" && word != u"-1" ? Kind::YesNo : Kind::Fill;
+    if (word.empty()) return QuestionKind::Operation;
+    return TruthOf(word) && word != u"1" && word != u"0" && word != u"-1" ? QuestionKind::YesNo : QuestionKind::Fill;
 }
 
 void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
     switch (question.kind) {
-        case Kind::Single:
-        case Kind::Multiple: {
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: {
             const auto letters = LettersOf(answer);
             if (!letters) return notes_.Error(u"答案“" + Brief(answer) + u"”应当是选择项的字母，例如 A 或 ACD。");
             for (const std::size_t letter : *letters) {
@@ -283,15 +285,15 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             }
             return;
         }
-        case Kind::YesNo: {
+        case QuestionKind::YesNo: {
             const auto truth = TruthByOptions(question, answer);
             if (!truth) return notes_.Error(u"判断题的答案“" + Brief(answer) + u"”应当是“对”或“错”。");
             question.is_true = *truth;
             if (AreTruths(question.options)) question.options.clear();
             break;
         }
-        case Kind::Fill: {
-            for (const std::u16string& blank : SplitAll(answer, u"@")) question.blanks.push_back(SplitAll(blank, u"#"));
+        case QuestionKind::Fill: {
+            for (const std::u16string& blank : Split(answer, u'@')) question.blanks.push_back(Split(blank, u'#'));
             const std::size_t marks = BlankMarks(question.stem.PlainText()).size();
             if (marks > 0 && marks != question.blanks.size()) {
                 notes_.Error(u"题干中有 " + ToText(static_cast<std::int64_t>(marks)) + u" 个空，答案有 " +
@@ -300,13 +302,14 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             }
             break;
         }
-        case Kind::Operation:
+        case QuestionKind::Operation:
             if (question.requirements.empty()) {
                 question.requirements = answer;
             } else if (!answer.empty()) {
                 question.requirements.append(u"\n").append(answer);
             }
             break;
+        case QuestionKind::Unknown: break;
     }
     if (!question.options.empty()) {
         notes_.Changed(u"不是选择题，选择项略去。");

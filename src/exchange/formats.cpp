@@ -40,11 +40,11 @@ std::u16string_view ForeignKind(std::string_view bytes) {
     return {};
 }
 
-bool HasMetafile(const ui::RichText& text) {
-    const auto draws = [](const ui::Run& run) {
-        return run.picture != nullptr && run.picture->kind == ui::Picture::Kind::Metafile;
+bool HasMetafile(const document::RichText& text) {
+    const auto draws = [](const document::Run& run) {
+        return run.picture != nullptr && run.picture->kind == document::Picture::Kind::Metafile;
     };
-    return std::any_of(text.Paragraphs().begin(), text.Paragraphs().end(), [&](const ui::Paragraph& paragraph) {
+    return std::any_of(text.Paragraphs().begin(), text.Paragraphs().end(), [&](const document::Paragraph& paragraph) {
         return std::any_of(paragraph.runs.begin(), paragraph.runs.end(), draws);
     });
 }

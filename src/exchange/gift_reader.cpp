@@ -107,8 +107,8 @@ private:
     void EndQuestion();
     void ReadQuestion(Part part);
     TextFormat TakeFormat(Part& part, TextFormat otherwise);
-    ui::RichText RichOf(Part part, TextFormat format);
-    ui::RichText RichOf(Part part) {
+    document::RichText RichOf(Part part, TextFormat format);
+    document::RichText RichOf(Part part) {
         const TextFormat format = TakeFormat(part, format_);
         return RichOf(part.Trim(), format);
     }
@@ -263,7 +263,7 @@ GiftReader::TextFormat GiftReader::TakeFormat(Part& part, TextFormat otherwise) 
     return otherwise;
 }
 
-ui::RichText GiftReader::RichOf(Part part, TextFormat format) {
+document::RichText GiftReader::RichOf(Part part, TextFormat format) {
     const std::u16string_view text = part.Text();
     if (format == TextFormat::Html) return FromHtml(text, {}, notes_);
     if (format == TextFormat::Plain || !HasTags(text)) return PlainRichText(text);
@@ -314,7 +314,7 @@ void GiftReader::ReadAnswers(Question& question, Part part) {
         part = part.Until(general).Trim();
     }
     if (part.Size() == 0) {
-        question.kind = Kind::Operation;
+        question.kind = QuestionKind::Operation;
     } else if (part.IsSign(0, u'#')) {
         ReadNumbers(question, part.From(1).Trim());
     } else if (part.Has(u"~")) {
@@ -331,7 +331,7 @@ void GiftReader::ReadAnswers(Question& question, Part part) {
 
 // The first feedback is for a wrong answer, the second for a right one.
 void GiftReader::ReadTruth(Question& question, Part part) {
-    question.kind = Kind::YesNo;
+    question.kind = QuestionKind::YesNo;
     question.is_true = part.Text().front() == u'T';
     std::size_t at = part.Find(u"#");
     for (const std::u16string_view label : {u"答错时：", u"答对时："}) {
@@ -365,15 +365,15 @@ void GiftReader::ReadChoice(Question& question, Part part) {
             notes_.Changed(u"选择项的反馈并入解析。");
         }
     }
-    question.kind = single ? Kind::Single : Kind::Multiple;
+    question.kind = single ? QuestionKind::Single : QuestionKind::Multiple;
     if (single && right > 1) {
-        question.kind = Kind::Multiple;
+        question.kind = QuestionKind::Multiple;
         notes_.Changed(u"有几个全对的选择项，改为多选题。");
     }
 }
 
 void GiftReader::ReadShortAnswers(Question& question, Part part) {
-    question.kind = Kind::Fill;
+    question.kind = QuestionKind::Fill;
     Blank blank;
     if (!part.IsSign(0, u'=')) {
         notes_.Error(u"答案既不是“=”“~”开头，也不是 T、F：“" + Brief(part.Text()) + u"”。");
@@ -395,7 +395,7 @@ void GiftReader::ReadShortAnswers(Question& question, Part part) {
 }
 
 void GiftReader::ReadNumbers(Question& question, Part part) {
-    question.kind = Kind::Fill;
+    question.kind = QuestionKind::Fill;
     Blank blank;
     if (part.Has(u"=")) {
         for (const Weighted& answer : AnswersOf(part, u"=")) {
@@ -452,7 +452,7 @@ void GiftReader::ReadPairs(Question& question, Part part) {
             continue;
         }
         std::u16string right = PlainOf(answer.text.From(arrow + 2));
-        ui::RichText left = RichOf(answer.text.Until(arrow));
+        document::RichText left = RichOf(answer.text.Until(arrow));
         if (IsEmpty(left)) {
             more.push_back(std::move(right));
         } else {

@@ -24,7 +24,7 @@ std::u16string Escaped(std::u16string_view text) {
     return out;
 }
 
-std::u16string TextOf(const ui::RichText& text) {
+std::u16string TextOf(const document::RichText& text) {
     if (IsPlain(text)) return u"[plain]" + Escaped(text.PlainText());
     return u"[html]" + Escaped(ToHtml(text));
 }
@@ -48,21 +48,22 @@ std::u16string AnswerText(const std::u16string& plain) {
 std::u16string Answers(const Question& question) {
     std::u16string out;
     switch (question.kind) {
-        case Kind::Single:
+        case QuestionKind::Single:
             for (const Option& option : question.options)
                 out += u"\n" + std::u16string(option.right ? u"=" : u"~") + TextOf(option.text);
             break;
-        case Kind::Multiple:
+        case QuestionKind::Multiple:
             for (const Option& option : question.options) {
                 out += u"\n~%" + (option.right ? ShareOf(RightLetters(question).size()) : std::u16string(u"-100")) +
                        u"%" + TextOf(option.text);
             }
             break;
-        case Kind::YesNo: out = question.is_true ? u"TRUE" : u"FALSE"; break;
-        case Kind::Fill:
+        case QuestionKind::YesNo: out = question.is_true ? u"TRUE" : u"FALSE"; break;
+        case QuestionKind::Fill:
             for (const std::u16string& answer : question.blanks.front()) out += AnswerText(answer);
             break;
-        case Kind::Operation: break;
+        case QuestionKind::Operation:
+        case QuestionKind::Unknown: break;
     }
     if (!IsEmpty(question.analysis)) out += u"\n####" + TextOf(question.analysis);
     return out;
@@ -79,7 +80,7 @@ std::string WriteGift(std::span<const Question> questions, std::vector<Notice>& 
         const auto tell = [&](Notice::Kind kind, std::u16string text) {
             notices.push_back({kind, 0, question.rec_no, std::move(text)});
         };
-        if (question.kind == Kind::Fill && question.blanks.size() > 1) {
+        if (question.kind == QuestionKind::Fill && question.blanks.size() > 1) {
             tell(Notice::Kind::Skipped, u"GIFT 没有几个空的填空题。");
             continue;
         }

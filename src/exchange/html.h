@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/value.h"
-#include "ui/document/rich_text.h"
+#include "document/rich_text.h"
 
 namespace qmtrain::exchange {
 
@@ -28,7 +28,7 @@ using PictureFiles = std::function<std::optional<Bytes>(std::u16string_view name
 // Bold, italic, underlined, struck out, super- and subscript, programs in kProgramFont; lists with bullets; the cells
 // of tables with tabs between them; PNG, JPEG, BMP and WMF, from data: addresses and "@@PLUGINFILE@@/name"; links as
 // text. What has no place is named in `notes`.
-ui::RichText FromHtml(std::u16string_view html, const PictureFiles& files, TextNotes& notes);
+document::RichText FromHtml(std::u16string_view html, const PictureFiles& files, TextNotes& notes);
 
 // Whether a text that may be either has tags in it: "a < b" and "#include <stdio.h>" have none.
 bool HasTags(std::u16string_view text);
@@ -40,11 +40,11 @@ struct PictureFile {
 
 // FromHtml makes a text of it whose Canonical is that of this one. Pictures are put into `files`, or into the text
 // itself when there are none.
-std::u16string ToHtml(const ui::RichText& text, std::vector<PictureFile>* files = nullptr);
+std::u16string ToHtml(const document::RichText& text, std::vector<PictureFile>* files = nullptr);
 
 std::u16string EscapedHtml(std::u16string_view text);
 
 // A picture of these bytes at its own size; nothing when they are no whole picture of a kind that texts have.
-std::optional<ui::Picture> MakePicture(Bytes bytes);
+std::optional<document::Picture> MakePicture(Bytes bytes);
 
 }  // namespace qmtrain::exchange

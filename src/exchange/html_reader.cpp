@@ -9,18 +9,18 @@
 
 #include "core/convert.h"
 #include "core/text.h"
+#include "document/metafile.h"
+#include "document/picture_bytes.h"
 #include "exchange/base64.h"
 #include "exchange/html.h"
 #include "exchange/question.h"
-#include "ui/document/metafile.h"
-#include "ui/document/picture_bytes.h"
 
 namespace qmtrain::exchange {
 namespace {
 
 constexpr int kMostTwips = 31680;  // as rich texts store it
 constexpr std::int64_t kMostPixels = std::int64_t{32} << 20;
-constexpr ui::PixelSize kSizeOfDrawing{96, 96};
+constexpr document::PixelSize kSizeOfDrawing{96, 96};
 constexpr std::size_t kDeepestList = 20;
 
 std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
@@ -92,13 +92,13 @@ public:
     void Start(std::string_view name, const xmlChar** attributes);
     void End(std::string_view name);
     void Characters(std::u16string_view text);
-    ui::RichText Take() { return std::move(text_); }
+    document::RichText Take() { return std::move(text_); }
 
 private:
     struct Element {
         std::string name;
         Tag tag = Tag::Other;
-        ui::CharacterFormat format;  // outside of it
+        document::CharacterFormat format;  // outside of it
         bool keeps_blanks = false;
         std::u16string link;
     };
@@ -112,20 +112,20 @@ private:
         blank_.reset();
     }
     void BeginLine();
-    void Add(std::u16string_view text, const ui::CharacterFormat& format);
+    void Add(std::u16string_view text, const document::CharacterFormat& format);
     void AddPicture(const xmlChar** attributes);
     void ReadStyle(std::u16string_view style);
 
     const PictureFiles& files_;
     TextNotes& notes_;
-    ui::RichText text_;
-    ui::CharacterFormat format_;
+    document::RichText text_;
+    document::CharacterFormat format_;
     std::vector<Element> open_;
     std::vector<List> lists_;
-    std::u16string bullet_;                     // of the item whose first line has not begun
-    std::optional<ui::CharacterFormat> blank_;  // of a blank that counts when something follows
-    bool begun_ = false;                        // the line has content, or stands for itself
-    bool ends_ = false;                         // what follows stands in a new line
+    std::u16string bullet_;                           // of the item whose first line has not begun
+    std::optional<document::CharacterFormat> blank_;  // of a blank that counts when something follows
+    bool begun_ = false;                              // the line has content, or stands for itself
+    bool ends_ = false;                               // what follows stands in a new line
     bool keeps_blanks_ = false;
     bool first_cell_ = false;
     int silent_ = 0;
@@ -134,7 +134,7 @@ private:
 void HtmlText::BeginLine() {
     if (ends_) text_.EndParagraph();
     if (ends_ || !begun_) {
-        ui::ParagraphFormat format;
+        document::ParagraphFormat format;
         format.bullet = std::exchange(bullet_, {});
         if (!format.bullet.empty()) {
             format.left_indent = 360;
@@ -146,7 +146,7 @@ void HtmlText::BeginLine() {
     begun_ = true;
 }
 
-void HtmlText::Add(std::u16string_view text, const ui::CharacterFormat& format) {
+void HtmlText::Add(std::u16string_view text, const document::CharacterFormat& format) {
     BeginLine();
     text_.AppendText(text, format);
 }
@@ -175,7 +175,7 @@ void HtmlText::Characters(std::u16string_view text) {
         if (unit == u'\u00A0') unit = u' ';
         if (unit < u' ' && unit != u'\t') continue;
         if (blank_) {
-            const ui::CharacterFormat of_blank = *blank_;
+            const document::CharacterFormat of_blank = *blank_;
             blank_.reset();
             if (of_blank == format_) {
                 part += u' ';
@@ -195,8 +195,8 @@ void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
         case Tag::Italic: format_.italic = true; break;
         case Tag::Underline: format_.underline = true; break;
         case Tag::Strike: format_.strike_out = true; break;
-        case Tag::Super: format_.script = ui::Script::Superscript; break;
-        case Tag::Sub: format_.script = ui::Script::Subscript; break;
+        case Tag::Super: format_.script = document::Script::Superscript; break;
+        case Tag::Sub: format_.script = document::Script::Subscript; break;
         case Tag::Pre: keeps_blanks_ = true; [[fallthrough]];
         case Tag::Code: format_.font = kProgramFont; break;
         case Tag::Heading: format_.bold = true; break;
@@ -247,8 +247,8 @@ void HtmlText::ReadStyle(std::u16string_view style) {
     if (has(u"font-style:italic")) format_.italic = true;
     if (has(u"text-decoration:underline")) format_.underline = true;
     if (has(u"text-decoration:line-through")) format_.strike_out = true;
-    if (has(u"vertical-align:super")) format_.script = ui::Script::Superscript;
-    if (has(u"vertical-align:sub") && !has(u"vertical-align:super")) format_.script = ui::Script::Subscript;
+    if (has(u"vertical-align:super")) format_.script = document::Script::Superscript;
+    if (has(u"vertical-align:sub") && !has(u"vertical-align:super")) format_.script = document::Script::Subscript;
     if (has(u"monospace") || has(u"courier")) format_.font = kProgramFont;
     if (has(u"white-space:pre")) keeps_blanks_ = true;
 }
@@ -296,12 +296,12 @@ void HtmlText::AddPicture(const xmlChar** attributes) {
         notes_.Changed(u"图片“" + Brief(source) + u"”不在文件里，改为文字。");
         return Characters(u"［图片：" + Brief(source, 100) + u"］");
     }
-    std::optional<ui::Picture> picture = MakePicture(std::move(*bytes));
+    std::optional<document::Picture> picture = MakePicture(std::move(*bytes));
     if (!picture) return notes_.Error(u"有一个图片不是完整的 PNG、JPEG 或 BMP 图片。");
     const auto given = [&](std::string_view name, int& twips) {
         const std::optional<double> pixels = ParseNumber(Attribute(attributes, name));
-        if (!pixels || *pixels < 1 || *pixels * ui::kTwipsPerPixel > kMostTwips) return false;
-        twips = static_cast<int>(*pixels) * ui::kTwipsPerPixel;
+        if (!pixels || *pixels < 1 || *pixels * document::kTwipsPerPixel > kMostTwips) return false;
+        twips = static_cast<int>(*pixels) * document::kTwipsPerPixel;
         return true;
     };
     const double shape = static_cast<double>(picture->height) / picture->width;
@@ -330,30 +330,30 @@ struct ContextCloser {
 };
 
 // Signature, then chunks of length (big-endian), name, content, checksum, the last one IEND.
-bool IsWholePng(ui::ByteSpan bytes) {
+bool IsWholePng(document::ByteSpan bytes) {
     static constexpr std::array<std::uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
     if (bytes.size() < 33 || !std::equal(kSignature.begin(), kSignature.end(), bytes.begin())) return false;
     for (std::uint64_t at = kSignature.size(); at + 12 <= bytes.size();) {
         const auto chunk = static_cast<std::size_t>(at);
-        if (ui::Big32(bytes, chunk + 4) == 0x49454E44) return true;
-        at += std::uint64_t{12} + ui::Big32(bytes, chunk);
+        if (document::Big32(bytes, chunk + 4) == 0x49454E44) return true;
+        at += std::uint64_t{12} + document::Big32(bytes, chunk);
     }
     return false;
 }
 
-std::optional<ui::Picture::Kind> KindOf(Bytes& bytes) {
+std::optional<document::Picture::Kind> KindOf(Bytes& bytes) {
     constexpr std::size_t kBitmapFileHeader = 14;
-    if (IsWholePng(bytes)) return ui::Picture::Kind::Png;
-    if (bytes.size() > 4 && ui::Big16(bytes, 0) == 0xFFD8) return ui::Picture::Kind::Jpeg;
-    if (bytes.size() > kBitmapFileHeader + 40 && ui::Big16(bytes, 0) == 0x424D) {
+    if (IsWholePng(bytes)) return document::Picture::Kind::Png;
+    if (bytes.size() > 4 && document::Big16(bytes, 0) == 0xFFD8) return document::Picture::Kind::Jpeg;
+    if (bytes.size() > kBitmapFileHeader + 40 && document::Big16(bytes, 0) == 0x424D) {
         bytes.erase(bytes.begin(), bytes.begin() + kBitmapFileHeader);
-        return ui::Picture::Kind::Dib;
+        return document::Picture::Kind::Dib;
     }
-    if (ui::IsMetafile(bytes)) {
-        const auto bitmap = ui::BitmapInMetafile(bytes);
-        const ui::ByteSpan kept = bitmap ? *bitmap : ui::WithoutFileHeader(bytes);
+    if (document::IsMetafile(bytes)) {
+        const auto bitmap = document::BitmapInMetafile(bytes);
+        const document::ByteSpan kept = bitmap ? *bitmap : document::WithoutFileHeader(bytes);
         bytes = Bytes(kept.begin(), kept.end());
-        return bitmap ? ui::Picture::Kind::Dib : ui::Picture::Kind::Metafile;
+        return bitmap ? document::Picture::Kind::Dib : document::Picture::Kind::Metafile;
     }
     return std::nullopt;
 }
@@ -393,22 +393,22 @@ bool HasTags(std::u16string_view text) {
     return false;
 }
 
-std::optional<ui::Picture> MakePicture(Bytes bytes) {
-    const std::optional<ui::Picture::Kind> kind = KindOf(bytes);
+std::optional<document::Picture> MakePicture(Bytes bytes) {
+    const std::optional<document::Picture::Kind> kind = KindOf(bytes);
     if (!kind) return std::nullopt;
-    ui::Picture picture{*kind, std::move(bytes)};
-    std::optional<ui::PixelSize> size = ui::SizeInPixels(picture);
-    if (*kind == ui::Picture::Kind::Metafile) size = kSizeOfDrawing;  // the tag tells its own
+    document::Picture picture{*kind, std::move(bytes)};
+    std::optional<document::PixelSize> size = document::SizeInPixels(picture);
+    if (*kind == document::Picture::Kind::Metafile) size = kSizeOfDrawing;  // the tag tells its own
     if (!size || std::int64_t{size->width} * size->height > kMostPixels) return std::nullopt;
     const auto twips = [](int pixels) {
-        return std::min(pixels, kMostTwips / ui::kTwipsPerPixel) * ui::kTwipsPerPixel;
+        return std::min(pixels, kMostTwips / document::kTwipsPerPixel) * document::kTwipsPerPixel;
     };
     picture.width = twips(size->width);
     picture.height = twips(size->height);
     return picture;
 }
 
-ui::RichText FromHtml(std::u16string_view html, const PictureFiles& files, TextNotes& notes) {
+document::RichText FromHtml(std::u16string_view html, const PictureFiles& files, TextNotes& notes) {
     HtmlText text(files, notes);
     if (html.find_first_of(u"<&") == std::u16string_view::npos) {
         text.Characters(html);

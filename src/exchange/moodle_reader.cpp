@@ -86,7 +86,7 @@ private:
     void ReadPairs(pugi::xml_node node, Question& question);
     void ReadEssay(pugi::xml_node node, Question& question);
     double FractionOf(pugi::xml_node answer);
-    ui::RichText TextOf(pugi::xml_node element);
+    document::RichText TextOf(pugi::xml_node element);
     void NameHints(pugi::xml_node node);
     void AddFeedback(pugi::xml_node answer, std::u16string_view label, Question& question);
 
@@ -183,7 +183,7 @@ void MoodleReader::ReadQuestion(pugi::xml_node node) {
     if (type == "description") return import_.Tell(Notice::Kind::Skipped, question, u"说明文字不是试题。");
     if (type == "cloze") {
         const pugi::xml_node text = node.child("questiontext");
-        question.kind = Kind::Fill;
+        question.kind = QuestionKind::Fill;
         question.analysis = TextOf(node.child("generalfeedback"));
         ReadCloze(Content(text), FilesOf(text), question, notes_);
     } else {
@@ -209,7 +209,7 @@ void MoodleReader::ReadByType(std::string_view type, pugi::xml_node node, Questi
     notes_.Error(u"题型“" + Brief(FromUtf8(type)) + u"”不能导入。");
 }
 
-ui::RichText MoodleReader::TextOf(pugi::xml_node element) {
+document::RichText MoodleReader::TextOf(pugi::xml_node element) {
     const std::string_view format = element.attribute("format").value();
     const std::u16string text = Content(element);
     if (format == "plain_text" || format == "markdown") {
@@ -227,7 +227,7 @@ double MoodleReader::FractionOf(pugi::xml_node answer) {
 }
 
 void MoodleReader::AddFeedback(pugi::xml_node answer, std::u16string_view label, Question& question) {
-    const ui::RichText feedback = TextOf(answer.child("feedback"));
+    const document::RichText feedback = TextOf(answer.child("feedback"));
     if (IsEmpty(feedback)) return;
     AppendFeedback(question.analysis, label, feedback);
     notes_.Changed(u"答案的反馈并入解析。");
@@ -257,11 +257,11 @@ void MoodleReader::ReadChoice(pugi::xml_node node, Question& question) {
         single = false;
         notes_.Changed(u"有几个全对的选择项，改为多选题。");
     }
-    question.kind = single ? Kind::Single : Kind::Multiple;
+    question.kind = single ? QuestionKind::Single : QuestionKind::Multiple;
 }
 
 void MoodleReader::ReadTruth(pugi::xml_node node, Question& question) {
-    question.kind = Kind::YesNo;
+    question.kind = QuestionKind::YesNo;
     std::size_t place = 0;
     bool known = false;
     for (const pugi::xml_node answer : node.children("answer")) {
@@ -278,7 +278,7 @@ void MoodleReader::ReadTruth(pugi::xml_node node, Question& question) {
 }
 
 void MoodleReader::ReadShortAnswers(pugi::xml_node node, Question& question, bool numbers) {
-    question.kind = Kind::Fill;
+    question.kind = QuestionKind::Fill;
     Blank blank;
     for (const pugi::xml_node answer : node.children("answer")) {
         std::u16string text = PlainContent(answer);
@@ -307,7 +307,7 @@ void MoodleReader::ReadPairs(pugi::xml_node node, Question& question) {
     std::vector<Pair> pairs;
     std::vector<std::u16string> more;
     for (const pugi::xml_node one : node.children("subquestion")) {
-        ui::RichText subject = TextOf(one);
+        document::RichText subject = TextOf(one);
         std::u16string answer = PlainContent(one.child("answer"));
         if (IsEmpty(subject)) {
             more.push_back(std::move(answer));
@@ -319,11 +319,11 @@ void MoodleReader::ReadPairs(pugi::xml_node node, Question& question) {
 }
 
 void MoodleReader::ReadEssay(pugi::xml_node node, Question& question) {
-    question.kind = Kind::Operation;
-    const ui::RichText requirements = Canonical(TextOf(node.child("graderinfo")));
+    question.kind = QuestionKind::Operation;
+    const document::RichText requirements = Canonical(TextOf(node.child("graderinfo")));
     if (!IsPlain(requirements)) notes_.Changed(u"评分要求只保留文字。");
     question.requirements = requirements.PlainText();
-    const ui::RichText beginning = TextOf(node.child("responsetemplate"));
+    const document::RichText beginning = TextOf(node.child("responsetemplate"));
     if (IsEmpty(beginning)) return;
     question.stem.EndParagraph();
     question.stem.SetParagraphFormat({});

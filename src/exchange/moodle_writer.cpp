@@ -48,7 +48,7 @@ void SetHtml(pugi::xml_node element, std::u16string_view html, const std::vector
     }
 }
 
-void SetRich(pugi::xml_node element, const ui::RichText& text) {
+void SetRich(pugi::xml_node element, const document::RichText& text) {
     std::vector<PictureFile> files;
     const std::u16string html = ToHtml(text, &files);
     SetHtml(element, html, files);
@@ -62,20 +62,21 @@ pugi::xml_node AddAnswer(pugi::xml_node question, const std::string& fraction) {
 
 const char* TypeOf(const Question& question) {
     switch (question.kind) {
-        case Kind::Single:
-        case Kind::Multiple: return "multichoice";
-        case Kind::YesNo: return "truefalse";
-        case Kind::Fill: return question.blanks.size() == 1 ? "shortanswer" : "cloze";
-        case Kind::Operation: break;
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: return "multichoice";
+        case QuestionKind::YesNo: return "truefalse";
+        case QuestionKind::Fill: return question.blanks.size() == 1 ? "shortanswer" : "cloze";
+        case QuestionKind::Operation:
+        case QuestionKind::Unknown: break;
     }
     return "essay";
 }
 
 void WriteAnswers(const Question& question, pugi::xml_node node) {
     switch (question.kind) {
-        case Kind::Single:
-        case Kind::Multiple: {
-            const bool single = question.kind == Kind::Single;
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: {
+            const bool single = question.kind == QuestionKind::Single;
             node.append_child("single").text().set(single ? "true" : "false");
             node.append_child("shuffleanswers").text().set("0");
             node.append_child("answernumbering").text().set("ABCD");
@@ -89,23 +90,24 @@ void WriteAnswers(const Question& question, pugi::xml_node node) {
             }
             break;
         }
-        case Kind::YesNo:
+        case QuestionKind::YesNo:
             AddAnswer(node, question.is_true ? "100" : "0").append_child("text").text().set("true");
             AddAnswer(node, question.is_true ? "0" : "100").append_child("text").text().set("false");
             break;
-        case Kind::Fill:
+        case QuestionKind::Fill:
             if (question.blanks.size() > 1) break;  // they stand in the stem
             node.append_child("usecase").text().set("0");
             for (const std::u16string& answer : question.blanks.front()) {
                 AddAnswer(node, "100").append_child("text").text().set(ToUtf8(WithStars(answer)).c_str());
             }
             break;
-        case Kind::Operation: {
+        case QuestionKind::Operation: {
             pugi::xml_node info = node.append_child("graderinfo");
             info.append_attribute("format") = "plain_text";
             AppendCdata(info.append_child("text"), ToUtf8(question.requirements));
             break;
         }
+        case QuestionKind::Unknown: break;
     }
 }
 
@@ -114,7 +116,7 @@ void WriteQuestion(const Question& question, pugi::xml_node quiz) {
     node.append_attribute("type") = TypeOf(question);
     SetPlain(node, "name", question.rec_no.empty() ? Brief(question.stem.PlainText()) : question.rec_no);
     pugi::xml_node text = node.append_child("questiontext");
-    if (question.kind == Kind::Fill && question.blanks.size() > 1) {
+    if (question.kind == QuestionKind::Fill && question.blanks.size() > 1) {
         std::vector<PictureFile> files;
         const std::u16string html = WriteCloze(question, &files);
         SetHtml(text, html, files);

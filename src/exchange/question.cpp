@@ -9,12 +9,6 @@
 namespace qmtrain::exchange {
 namespace {
 
-constexpr KindInfo kKinds[] = {
-    {Kind::Single, u"单选题", u"01", u"TBL_CHOICE"},       {Kind::Multiple, u"多选题", u"02", u"TBL_CHOICES"},
-    {Kind::YesNo, u"是非题", u"03", u"TBL_YESNO"},         {Kind::Fill, u"填空题", u"04", u"TBL_FILL"},
-    {Kind::Operation, u"操作题", u"05", u"TBL_OPERATION"},
-};
-
 constexpr std::u16string_view kBlanks = u" \t\r\n\v\u00A0\u3000";
 
 bool IsProgramFont(std::u16string_view font) {
@@ -59,14 +53,6 @@ std::u16string_view KindText(Notice::Kind kind) {
 }
 
 }  // namespace
-
-std::span<const KindInfo> Kinds() {
-    return kKinds;
-}
-
-const KindInfo& InfoOf(Kind kind) {
-    return *std::find_if(std::begin(kKinds), std::end(kKinds), [&](const KindInfo& info) { return info.kind == kind; });
-}
 
 std::u16string Notice::Text() const {
     std::u16string out;
@@ -124,16 +110,16 @@ char16_t LetterOf(std::size_t option) {
 std::u16string StoredAnswer(const Question& question) {
     std::u16string out;
     switch (question.kind) {
-        case Kind::Single:
-        case Kind::Multiple: {
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: {
             std::int64_t bits = 0;
             for (std::size_t i = 0; i < question.options.size(); ++i) {
                 if (question.options[i].right) bits |= std::int64_t{1} << i;
             }
             return ToText(bits);
         }
-        case Kind::YesNo: return question.is_true ? u"-1" : u"0";
-        case Kind::Fill:
+        case QuestionKind::YesNo: return question.is_true ? u"-1" : u"0";
+        case QuestionKind::Fill:
             for (std::size_t i = 0; i < question.blanks.size(); ++i) {
                 if (i > 0) out += u'@';
                 for (std::size_t j = 0; j < question.blanks[i].size(); ++j) {
@@ -142,7 +128,8 @@ std::u16string StoredAnswer(const Question& question) {
                 }
             }
             return out;
-        case Kind::Operation: break;
+        case QuestionKind::Operation:
+        case QuestionKind::Unknown: break;
     }
     return question.requirements;
 }
@@ -157,8 +144,8 @@ std::u16string RightLetters(const Question& question) {
 
 namespace {
 
-ui::CharacterFormat CanonicalFormat(const ui::CharacterFormat& format) {
-    ui::CharacterFormat kept;
+document::CharacterFormat CanonicalFormat(const document::CharacterFormat& format) {
+    document::CharacterFormat kept;
     if (IsProgramFont(format.font)) kept.font = kProgramFont;
     kept.bold = format.bold;
     kept.italic = format.italic;
@@ -168,9 +155,10 @@ ui::CharacterFormat CanonicalFormat(const ui::CharacterFormat& format) {
     return kept;
 }
 
-ui::Picture CanonicalPicture(ui::Picture picture) {
+document::Picture CanonicalPicture(document::Picture picture) {
     const auto whole_pixels = [](int twips) {
-        return std::max(1, (twips + ui::kTwipsPerPixel / 2) / ui::kTwipsPerPixel) * ui::kTwipsPerPixel;
+        return std::max(1, (twips + document::kTwipsPerPixel / 2) / document::kTwipsPerPixel) *
+               document::kTwipsPerPixel;
     };
     picture.width = whole_pixels(picture.width);
     picture.height = whole_pixels(picture.height);
@@ -194,7 +182,7 @@ std::u16string CanonicalCharacters(std::u16string_view text) {
 // Lines of runs, for a line break ends a line as a paragraph does.
 struct TextLine {
     std::u16string bullet;
-    std::vector<ui::Run> runs;
+    std::vector<document::Run> runs;
 
     bool IsEmpty() const { return runs.empty(); }
 
@@ -216,18 +204,18 @@ struct TextLine {
     }
 };
 
-std::vector<TextLine> LinesOf(const ui::RichText& text) {
+std::vector<TextLine> LinesOf(const document::RichText& text) {
     std::vector<TextLine> lines;
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
         lines.push_back({paragraph.format.bullet, {}});
-        for (const ui::Run& run : paragraph.runs) {
+        for (const document::Run& run : paragraph.runs) {
             if (run.picture != nullptr) {
-                lines.back().runs.push_back({std::u16string(1, ui::kPictureMark), {}, run.picture});
+                lines.back().runs.push_back({std::u16string(1, document::kPictureMark), {}, run.picture});
                 continue;
             }
             std::u16string_view rest = run.text;
             while (true) {
-                const std::size_t end = rest.find(ui::kLineBreak);
+                const std::size_t end = rest.find(document::kLineBreak);
                 std::u16string part = CanonicalCharacters(rest.substr(0, end));
                 if (!part.empty()) lines.back().runs.push_back({std::move(part), CanonicalFormat(run.format), {}});
                 if (end == std::u16string_view::npos) break;
@@ -241,7 +229,7 @@ std::vector<TextLine> LinesOf(const ui::RichText& text) {
 
 }  // namespace
 
-ui::RichText Canonical(const ui::RichText& text) {
+document::RichText Canonical(const document::RichText& text) {
     std::vector<TextLine> lines = LinesOf(text);
     for (TextLine& line : lines) line.TrimEnd();
     while (!lines.empty() && lines.back().IsEmpty()) lines.pop_back();
@@ -250,17 +238,17 @@ ui::RichText Canonical(const ui::RichText& text) {
         lines[first].TrimBegin();
         if (!lines[first].IsEmpty()) break;
     }
-    ui::RichText out;
+    document::RichText out;
     for (std::size_t i = first; i < lines.size(); ++i) {
         if (i > first) out.EndParagraph();
-        ui::ParagraphFormat format;
+        document::ParagraphFormat format;
         format.bullet = lines[i].IsEmpty() ? std::u16string() : lines[i].bullet;
         if (!format.bullet.empty()) {
             format.left_indent = 360;
             format.first_line_indent = -360;
         }
         out.SetParagraphFormat(std::move(format));
-        for (ui::Run& run : lines[i].runs) {
+        for (document::Run& run : lines[i].runs) {
             if (run.picture != nullptr) {
                 out.AppendPicture(CanonicalPicture(*run.picture));
             } else {
@@ -271,27 +259,27 @@ ui::RichText Canonical(const ui::RichText& text) {
     return out;
 }
 
-bool IsEmpty(const ui::RichText& text) {
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
-        for (const ui::Run& run : paragraph.runs) {
+bool IsEmpty(const document::RichText& text) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
+        for (const document::Run& run : paragraph.runs) {
             if (run.picture != nullptr || !Trimmed(run.text).empty()) return false;
         }
     }
     return true;
 }
 
-bool IsPlain(const ui::RichText& text) {
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
-        if (paragraph.format != ui::ParagraphFormat{}) return false;
-        for (const ui::Run& run : paragraph.runs) {
-            if (run.picture != nullptr || run.format != ui::CharacterFormat{}) return false;
+bool IsPlain(const document::RichText& text) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
+        if (paragraph.format != document::ParagraphFormat{}) return false;
+        for (const document::Run& run : paragraph.runs) {
+            if (run.picture != nullptr || run.format != document::CharacterFormat{}) return false;
         }
     }
     return true;
 }
 
-ui::RichText PlainRichText(std::u16string_view text) {
-    ui::RichText out;
+document::RichText PlainRichText(std::u16string_view text) {
+    document::RichText out;
     out.AppendText(text);
     return out;
 }

@@ -9,43 +9,32 @@
 #include <string_view>
 #include <vector>
 
-#include "ui/document/rich_text.h"
+#include "bank/question_kind.h"
+#include "document/rich_text.h"
 
 namespace qmtrain::exchange {
 
-enum class Kind : std::uint8_t { Single, Multiple, YesNo, Fill, Operation };
-
-// How banks and users know a kind.
-struct KindInfo {
-    Kind kind;
-    std::u16string_view name;
-    std::u16string_view table_code;  // in banks that we make; characters 3 and 4 of a record number
-    std::u16string_view table;
-};
-std::span<const KindInfo> Kinds();
-const KindInfo& InfoOf(Kind kind);
-
 struct Option {
-    ui::RichText text;
+    document::RichText text;
     bool right = false;
 };
 
 using Blank = std::vector<std::u16string>;  // the accepted answers
 
 struct Question {
-    Kind kind = Kind::Single;
+    QuestionKind kind = QuestionKind::Single;
     std::size_t line = 0;     // of the file, from 1
     std::u16string file;      // where questions of several come together
     std::u16string name;      // as its file calls it
     std::u16string rec_no;    // its record number, where that is known
     std::u16string category;  // "数据结构/栈"
-    ui::RichText stem;
+    document::RichText stem;
     std::vector<Option> options;  // of a choice
     bool is_true = false;         // of a true/false question
     std::vector<Blank> blanks;    // of a fill-in question
     std::u16string requirements;  // of an operation question
     std::u16string keywords;      // of an operation question, separated by "#": what an answer is marked by
-    ui::RichText analysis;
+    document::RichText analysis;
     std::int32_t difficulty = 0;  // 1 to 3; 0: not known
 };
 
@@ -105,12 +94,12 @@ std::u16string StoredAnswer(const Question& question);
 
 // The text with programs in "Courier New", and without what marks no meaning: other fonts, sizes, colours, alignments,
 // blanks at its ends.
-ui::RichText Canonical(const ui::RichText& text);
+document::RichText Canonical(const document::RichText& text);
 inline constexpr const char16_t* kProgramFont = u"Courier New";
 
-bool IsEmpty(const ui::RichText& text);
-bool IsPlain(const ui::RichText& text);  // no format, no picture
-ui::RichText PlainRichText(std::u16string_view text);
+bool IsEmpty(const document::RichText& text);
+bool IsPlain(const document::RichText& text);  // no format, no picture
+document::RichText PlainRichText(std::u16string_view text);
 
 // Without blanks, tabs, line ends and ideographic spaces at its ends.
 std::u16string_view Trimmed(std::u16string_view text);

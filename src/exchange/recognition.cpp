@@ -14,14 +14,15 @@ constexpr double kLikeEnoughByOptions = 0.7;
 constexpr std::size_t kTellingOptions = 16;  // characters of options that are no mere numbers
 
 // What a text says: without blanks and formats, pictures by their content.
-std::u16string KeyOf(const ui::RichText& text) {
+std::u16string KeyOf(const document::RichText& text) {
     std::u16string key;
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
-        for (const ui::Run& run : paragraph.runs) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
+        for (const document::Run& run : paragraph.runs) {
             if (run.picture != nullptr) {
                 const Bytes& bytes = run.picture->bytes;
                 const std::string_view content(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-                key += ui::kPictureMark + ToText(static_cast<std::int64_t>(std::hash<std::string_view>()(content)));
+                key +=
+                    document::kPictureMark + ToText(static_cast<std::int64_t>(std::hash<std::string_view>()(content)));
                 continue;
             }
             for (const char16_t unit : run.text) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

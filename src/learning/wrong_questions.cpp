@@ -4,7 +4,7 @@
 #include <map>
 #include <tuple>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

@@ -67,6 +67,7 @@ public:
     wxStaticText* LblBottom = nullptr;
 
 private:
+    static int ToolId(std::u16string_view key);  // of the tool bar's button of that key
     void BuildToolbar();
     void BuildLeft();
     void BuildListPane();

@@ -1,6 +1,6 @@
 #include "notes/note.h"
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

@@ -1,16 +1,18 @@
 // What can be pressed and typed in the notes manager, as clicks and keys change it.
 #pragma once
 
+#include <cstdint>
+
 namespace qmtrain::notes {
 
 class NoteEditing {
 public:
     // The root or a bank was selected; a note was.
-    void ListShown();
-    void NoteShown();
+    void ListShown() { state_ = State::List; }
+    void NoteShown() { state_ = State::Shown; }
 
     // It could not be loaded: what the pane shows is another note's, which must not be saved under this one.
-    void NoteNotLoaded() { modify_enabled_ = false; }
+    void NoteNotLoaded() { state_ = State::NotEditable; }
 
     // The tool bar's buttons.
     void Modify();
@@ -25,34 +27,33 @@ public:
     void SavedOnLeaving() { save_enabled_ = false; }
 
     // What was typed could not be saved, so that it can be changed and saved again.
-    void SaveFailed() {
-        modify_enabled_ = true;
-        save_failed_ = true;
-    }
+    void SaveFailed() { state_ = State::SaveFailed; }
 
     // Whether closing the window would drop what was typed into the note.
-    bool Unsaved() const { return save_failed_ || (modifying_ && changed_); }
+    bool Unsaved() const { return state_ == State::SaveFailed || state_ == State::Changed; }
 
     // The note has been deleted and another node takes its place.
-    void Deleted();
+    void Deleted() { Save(); }
 
-    bool ModifyEnabled() const { return modify_enabled_; }
+    bool ModifyEnabled() const { return state_ == State::Shown || state_ == State::SaveFailed; }
     bool SaveEnabled() const { return save_enabled_; }
-    bool DeleteEnabled() const { return delete_enabled_; }
-    bool TextLocked() const { return text_locked_; }
-    bool NameShown() const { return name_shown_; }
+    bool DeleteEnabled() const { return state_ != State::List; }
+    bool TextLocked() const { return !IsModifying(); }
+    bool NameShown() const { return IsModifying(); }
 
 private:
-    void EndEditing();
+    enum class State : std::uint8_t {
+        List,
+        Shown,
+        NotEditable,  // it was not loaded, or it was saved: it must be selected anew
+        Modifying,
+        Changed,
+        SaveFailed,
+    };
+    bool IsModifying() const { return state_ == State::Modifying || state_ == State::Changed; }
 
-    bool modify_enabled_ = false;
-    bool save_enabled_ = false;
-    bool delete_enabled_ = false;
-    bool text_locked_ = true;
-    bool name_shown_ = false;
-    bool modifying_ = false;
-    bool changed_ = false;
-    bool save_failed_ = false;
+    State state_ = State::List;
+    bool save_enabled_ = false;  // stays on where a changed note is left without saving
 };
 
 }  // namespace qmtrain::notes

@@ -39,7 +39,7 @@ NoteQuestion GetQuestionItem(const NotesSource& source, const Note& note) {
         question.DataCode(note.DataCode());
         question.IsNet(source.is_net);
         question.DataMdbPath(source.data_mdb_path);
-        if (source.is_net) question.LocalPaperMdb(source.local_paper_path);
+        if (source.is_net) question.LocalPaperMdb(source.local_paper_mdb);
         question.SubjectCode(source.subject_code == -1 ? note.mSubjectCode() : source.subject_code);
         question.RecNo(note.QuestionRecNo());
         std::u16string problem;
@@ -48,7 +48,7 @@ NoteQuestion GetQuestionItem(const NotesSource& source, const Note& note) {
             result.text.AppendText(problem);
             return;
         }
-        result.type = question.QuestionType();
+        result.kind = question.Kind();
         result.answer = question.Answer();
         result.text = ui::QuestionText(question.Title(), question.ChoiceItems().get());
         result.loaded = true;

@@ -3,13 +3,15 @@
 
 #include <vector>
 
+#include "bank/question_kind.h"
+#include "document/rich_text.h"
 #include "notes/notes_tree.h"
-#include "ui/document/rich_text.h"
 #include "ui/list_model.h"
 
 namespace qmtrain::notes {
 
 inline constexpr const char16_t* kRootColumns[] = {u"模块名称", u"笔记数"};
+enum BankColumn : std::size_t { kNameColumn, kViewTimesColumn, kCreateDateColumn };
 inline constexpr const char16_t* kBankColumns[] = {u"笔记名称", u"查看次数", u"创建日期"};
 
 inline constexpr int kBankIcon = 1;
@@ -23,9 +25,9 @@ std::vector<ui::ListRow> BankRows(const BankNode& bank, Note& note, std::int32_t
 // The question that a note was written on.
 struct NoteQuestion {
     bool loaded = false;
-    std::u16string type;
-    std::u16string answer;  // as stored
-    ui::RichText text;      // stem and options, or why there are none
+    QuestionKind kind = QuestionKind::Unknown;
+    std::u16string answer;    // as stored
+    document::RichText text;  // stem and options, or why there are none
 };
 
 // A failure is logged.

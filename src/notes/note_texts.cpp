@@ -3,8 +3,8 @@
 #include "bank/fill_answer.h"
 #include "core/convert.h"
 #include "core/format.h"
+#include "core/stored_text.h"
 #include "core/text.h"
-#include "core/utilities.h"
 
 namespace qmtrain::notes {
 namespace {
@@ -12,8 +12,7 @@ namespace {
 std::u16string ChoiceAnswer(std::u16string_view answer) {
     if (!IsNumeric(answer)) return u"答案为空!";
     std::u16string letters;
-    const Value all = Utilities().GetChoiceAnswerString(ToLong(answer));
-    for (const char16_t letter : ToText(all)) {
+    for (const char16_t letter : ChoiceLetters(ToLong(answer))) {
         if (!letters.empty()) letters += u"、";
         letters += letter;
     }
@@ -30,10 +29,6 @@ std::u16string Failure(std::u16string_view short_name, std::u16string_view what,
 
 bool ReadsAsTrue(std::u16string_view answer) {
     return IsNumeric(answer) ? ToDouble(answer) != 0 : EqualNames(answer, u"True");
-}
-
-bool IsChoice(std::u16string_view type) {
-    return type == u"单选题" || type == u"多选题";
 }
 
 }  // namespace
@@ -70,20 +65,24 @@ std::u16string NotDeletedText(std::u16string_view short_name, std::u16string_vie
     return Failure(short_name, u"没有删除：", reason);
 }
 
-std::u16string AnswerText(std::u16string_view type, std::u16string_view answer) {
-    if (IsChoice(type)) return ChoiceAnswer(answer);
-    if (type == u"填空题") {
-        FillAnswer fill;
-        fill.InitClass(answer);
-        return fill.ToString();
+std::u16string AnswerText(QuestionKind kind, std::u16string_view answer) {
+    switch (kind) {
+        case QuestionKind::Single:
+        case QuestionKind::Multiple: return ChoiceAnswer(answer);
+        case QuestionKind::Fill: {
+            FillAnswer fill;
+            fill.InitClass(answer);
+            return fill.ToString();
+        }
+        case QuestionKind::YesNo: return ReadsAsTrue(answer) ? u"答案为：[正确]" : u"答案为：[错误]";
+        case QuestionKind::Operation:
+        case QuestionKind::Unknown: break;
     }
-    if (type == u"是非题") return ReadsAsTrue(answer) ? u"答案为：[正确]" : u"答案为：[错误]";
     return {};
 }
 
-bool ShowsAnswerButton(std::u16string_view type, bool now) {
-    if (type == u"操作题") return false;
-    return now || IsChoice(type) || type == u"填空题" || type == u"是非题";
+bool ShowsAnswerButton(QuestionKind kind, bool now) {
+    return kind == QuestionKind::Unknown ? now : kind != QuestionKind::Operation;
 }
 
 }  // namespace qmtrain::notes

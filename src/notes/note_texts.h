@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "bank/question_kind.h"
 #include "core/date.h"
 
 namespace qmtrain::notes {
@@ -30,11 +31,11 @@ std::u16string SaveLogText(std::int32_t note_id, bool saved);
 std::u16string NotSavedText(std::u16string_view short_name, std::u16string_view reason);
 std::u16string NotDeletedText(std::u16string_view short_name, std::u16string_view reason);
 
-// The answer box of a question; empty for types that have none.
-std::u16string AnswerText(std::u16string_view type, std::u16string_view answer);
+// The answer box of a question; empty for kinds that have none.
+std::u16string AnswerText(QuestionKind kind, std::u16string_view answer);
 inline constexpr std::u16string_view kAnswerTitle = u"全国计算机等级考试";
 
-// Whether the button that opens the answer box is shown for a type; types that are not known leave it as it was.
-bool ShowsAnswerButton(std::u16string_view type, bool now);
+// Whether the button that opens the answer box is shown for a kind; an unknown one leaves it as it was.
+bool ShowsAnswerButton(QuestionKind kind, bool now);
 
 }  // namespace qmtrain::notes

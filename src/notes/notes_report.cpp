@@ -15,7 +15,12 @@ report::Report NotesReport(const NotesSource& source) {
     if (problem) RaiseComponentError(u"qmtrain", ui::ClientProblem(*problem));
     report::Report made;
     made.title = u"笔记";
-    made.data.columns = {{u"题库"}, {u"题目编号"}, {u"笔记名称"}, {u"内容"}, {u"创建日期"}, {u"查看次数"}};
+    made.data.columns = {{u"题库"},
+                         {u"题目编号"},
+                         {kBankColumns[kNameColumn]},
+                         {u"内容"},
+                         {kBankColumns[kCreateDateColumn]},
+                         {kBankColumns[kViewTimesColumn]}};
     for (const BankNode& bank : banks) {
         for (const NoteNode& node : bank.notes) {
             if (!note->LoadFromID(node.id, false, source.user_id)) continue;

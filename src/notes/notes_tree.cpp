@@ -13,6 +13,23 @@ constexpr std::size_t kKindLength = 4;
 constexpr std::size_t kLongName = 40;
 constexpr std::size_t kShownOfLongName = 38;
 
+std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id) {
+    const std::u16string subject = subject_code == -1 ? u"" : u" SubjectCode=" + ToText(subject_code);
+    const std::u16string user = user_id == -1 ? u"" : u"CreateUserId=" + ToText(user_id);
+    const std::u16string both = subject.empty() || user.empty() ? u"" : u" And ";
+    const std::u16string filters = subject + both + user;
+    return u"Select DataCode From Notes " + (filters.empty() ? filters : u" Where " + filters) + u" Group by DataCode";
+}
+
+std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id) {
+    RequireNoQuote(data_code);
+    std::u16string query = u"Select * From Notes Where DataCode='";
+    query.append(data_code).append(u"'");
+    if (user_id != -1) query += u" And CreateUserId=" + ToText(user_id);
+    if (subject_code != -1) query += u" And SubjectCode=" + ToText(subject_code);
+    return query += u" Order By CreateDate";
+}
+
 std::vector<NoteNode> LoadDataCodeNotes(const NotesSource& source, std::u16string_view data_code) {
     return Trapped(u"FrmNotes.LoadDataCodeNotes", std::vector<NoteNode>(), [&](std::vector<NoteNode>& nodes) {
         const auto note = InitNoteObject(source);
@@ -55,23 +72,6 @@ std::u16string ShortName(std::u16string_view name) {
     return std::u16string(name.substr(0, kShownOfLongName)).append(u"...");
 }
 
-std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id) {
-    const std::u16string subject = subject_code == -1 ? u"" : u" SubjectCode=" + ToText(subject_code);
-    const std::u16string user = user_id == -1 ? u"" : u"CreateUserId=" + ToText(user_id);
-    const std::u16string both = subject.empty() || user.empty() ? u"" : u" And ";
-    const std::u16string filters = subject + both + user;
-    return u"Select DataCode From Notes " + (filters.empty() ? filters : u" Where " + filters) + u" Group by DataCode";
-}
-
-std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id) {
-    RequireNoQuote(data_code);
-    std::u16string query = u"Select * From Notes Where DataCode='";
-    query.append(data_code).append(u"'");
-    if (user_id != -1) query += u" And CreateUserId=" + ToText(user_id);
-    if (subject_code != -1) query += u" And SubjectCode=" + ToText(subject_code);
-    return query += u" Order By CreateDate";
-}
-
 std::shared_ptr<Note> InitNoteObject(const NotesSource& source) {
     return Trapped(u"FrmNotes.InitNoteObject:", std::shared_ptr<Note>(), [&](std::shared_ptr<Note>& result) {
         auto note = std::make_shared<Note>();
@@ -93,7 +93,7 @@ std::vector<BankNode> LoadAllNotes(const NotesSource& source, const Note& note,
         catalogue.IsNet(source.is_net);
         // A missing catalogue takes the banks' names away, not the notes.
         Trapped(u"FrmNotes.LoadAllNotes", [&] {
-            catalogue.LocalMdbPath(source.local_paper_path);
+            catalogue.LocalMdbPath(source.local_paper_mdb);
             catalogue.TotalPath(source.total_path);
             catalogue.InitDb();
         });

@@ -9,18 +9,13 @@
 
 #include "core/error.h"
 #include "notes/note.h"
+#include "records/practice_source.h"
 
 namespace qmtrain::notes {
 
 // What a host tells the notes manager.
-struct NotesSource {
-    std::u16string data_mdb_path;     // the folder of the question banks
-    std::u16string client_path;       // the folder of Client.mdb
-    std::u16string total_path;        // the folder of Total.mdb
-    std::u16string local_paper_path;  // the local paper database (network edition)
-    bool is_net = false;
-    std::int32_t subject_code = -1;  // -1: all
-    std::int32_t user_id = -1;       // -1: all
+struct NotesSource : PracticeSource {
+    std::u16string total_path;  // the folder of Total.mdb
 };
 
 // A node's kind stands in the first four characters of its key.
@@ -49,9 +44,6 @@ struct BankNode {
     std::u16string text;
     std::vector<NoteNode> notes;
 };
-
-std::u16string BanksQuery(std::int32_t subject_code, std::int32_t user_id);
-std::u16string BankNotesQuery(std::u16string_view data_code, std::int32_t subject_code, std::int32_t user_id);
 
 // A note object on the source's client database; empty, and logged, when that cannot be opened.
 std::shared_ptr<Note> InitNoteObject(const NotesSource& source);

@@ -1,6 +1,6 @@
 #include "records/ncre_user.h"
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/text.h"
 #include "dao/dao.h"

@@ -1,6 +1,6 @@
 #include "records/schema.h"
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 
 namespace qmtrain {
 namespace {

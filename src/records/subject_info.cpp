@@ -1,6 +1,6 @@
 #include "records/subject_info.h"
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/text.h"
 #include "core/trap.h"

@@ -1,6 +1,6 @@
 #include "records/train_info.h"
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/files.h"
 #include "core/format.h"

@@ -1,6 +1,6 @@
 #include "records/train_result.h"
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/statement_text.h"
 #include "core/text.h"

@@ -31,8 +31,8 @@ constexpr int kSmallHalfPoints = 18;
 constexpr int kTextWidth = kPageWidth - 2 * kMargin;
 constexpr int kTextHeight = kPageHeight - 2 * kMargin - kHeadRoom;
 
-ui::CharacterFormat Format(int half_points, bool bold) {
-    ui::CharacterFormat format;
+document::CharacterFormat Format(int half_points, bool bold) {
+    document::CharacterFormat format;
     format.half_points = half_points;
     format.bold = bold;
     return format;
@@ -41,12 +41,12 @@ ui::CharacterFormat Format(int half_points, bool bold) {
 }  // namespace
 
 // Fonts at ten times their size, measured on a bitmap.
-class PrintMeasurer : public ui::Measurer {
+class PrintMeasurer : public document::Measurer {
 public:
     PrintMeasurer() : bitmap_(1, 1), dc_(bitmap_) {}
 
-    const wxFont& FontOf(const ui::CharacterFormat& format) {
-        const bool small = format.script != ui::Script::Normal;
+    const wxFont& FontOf(const document::CharacterFormat& format) {
+        const bool small = format.script != document::Script::Normal;
         const Key key{format.font, format.half_points, format.bold, format.italic, small};
         auto found = fonts_.find(key);
         if (found == fonts_.end()) {
@@ -61,11 +61,11 @@ public:
         return found->second;
     }
 
-    int Width(std::u16string_view text, const ui::CharacterFormat& format) override {
+    int Width(std::u16string_view text, const document::CharacterFormat& format) override {
         dc_.SetFont(FontOf(format));
         return dc_.GetTextExtent(ui::ToWx(text)).x;
     }
-    std::vector<int> Widths(std::u16string_view text, const ui::CharacterFormat& format) override {
+    std::vector<int> Widths(std::u16string_view text, const document::CharacterFormat& format) override {
         dc_.SetFont(FontOf(format));
         wxArrayInt by_character;
         dc_.GetPartialTextExtents(ui::ToWx(text), by_character);
@@ -82,7 +82,7 @@ public:
         }
         return widths;
     }
-    Height HeightOf(const ui::CharacterFormat& format) override {
+    Height HeightOf(const document::CharacterFormat& format) override {
         int width = 0;
         int height = 0;
         int descent = 0;
@@ -90,11 +90,11 @@ public:
         dc_.GetTextExtent(ui::ToWx(u"国g"), &width, &height, &descent);
         return {height - descent, descent};
     }
-    int Pixels(int twips) override { return twips * kUnitsPerInch / ui::kTwipsPerInch; }
+    int Pixels(int twips) override { return twips * kUnitsPerInch / document::kTwipsPerInch; }
 
     // As fine as printers show it; a decoder that leaves pixels out may leave out half of these. What cannot be read
     // leaves its place empty.
-    const wxBitmap& BitmapOf(const ui::Picture& picture, wxSize size) {
+    const wxBitmap& BitmapOf(const document::Picture& picture, wxSize size) {
         auto found = bitmaps_.find(&picture);
         if (found == bitmaps_.end()) {
             const wxImage image = ui::DecodePicture(picture, size);
@@ -115,14 +115,14 @@ private:
     wxBitmap bitmap_;
     wxMemoryDC dc_;
     std::map<Key, wxFont> fonts_;
-    std::map<const ui::Picture*, wxBitmap> bitmaps_;
+    std::map<const document::Picture*, wxBitmap> bitmaps_;
     std::int64_t pixels_ = 0;  // of all of them
 };
 
 struct PageLayout::Strip {
     struct Cell {
-        std::shared_ptr<const ui::RichText> text;
-        std::shared_ptr<const ui::DocumentLayout> layout;
+        std::shared_ptr<const document::RichText> text;
+        std::shared_ptr<const document::DocumentLayout> layout;
         std::size_t first = 0;  // of the layout's lines
         std::size_t end = 0;
         int x = 0;
@@ -138,18 +138,18 @@ struct PageLayout::Strip {
 };
 
 PageLayout::PageLayout(Report report) : report_(std::move(report)), measurer_(std::make_unique<PrintMeasurer>()) {
-    ui::RichText title;
+    document::RichText title;
     title.AppendText(report_.title, Format(kTitleHalfPoints, true));
     AddText(std::move(title), Keep::WithNext);
     if (!report_.subtitle.empty()) {
-        ui::RichText subtitle;
+        document::RichText subtitle;
         subtitle.AppendText(report_.subtitle, Format(kSmallHalfPoints, false));
         AddText(std::move(subtitle), Keep::WithNext);
     }
     for (const Section& section : report_.sections) {
         int gap = section.heading.empty() ? kGapWithoutHeading : kSectionGap;
         if (!section.heading.empty()) {
-            ui::RichText heading;
+            document::RichText heading;
             heading.AppendText(section.heading, Format(kHeadingHalfPoints, true));
             AddText(std::move(heading), Keep::WithNext, gap);
             gap = kCellMargin;
@@ -163,9 +163,9 @@ PageLayout::PageLayout(Report report) : report_(std::move(report)), measurer_(st
 
 PageLayout::~PageLayout() = default;
 
-void PageLayout::AddText(ui::RichText text, Keep keep, int space_before) {
-    const auto kept = std::make_shared<const ui::RichText>(std::move(text));
-    const auto layout = std::make_shared<const ui::DocumentLayout>(*kept, kTextWidth, *measurer_);
+void PageLayout::AddText(document::RichText text, Keep keep, int space_before) {
+    const auto kept = std::make_shared<const document::RichText>(std::move(text));
+    const auto layout = std::make_shared<const document::DocumentLayout>(*kept, kTextWidth, *measurer_);
     const auto& lines = layout->Lines();
     if (layout->Height() > kTextHeight) keep = Keep::No;
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -209,16 +209,16 @@ void PageLayout::AddRow(const Table& table, const std::vector<std::u16string>& c
     int x = 0;
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
         const int width = kTextWidth * std::max(1, table.columns[i].share) / shares;
-        ui::RichText text;
-        if (table.columns[i].number) text.SetParagraphFormat({.alignment = ui::Alignment::Right});
+        document::RichText text;
+        if (table.columns[i].number) text.SetParagraphFormat({.alignment = document::Alignment::Right});
         if (i < cells.size()) {
             std::u16string shown = cells[i].substr(0, kLongestCell);
             if (shown.size() < cells[i].size()) shown += u"…";
             text.AppendText(shown, Format(kSmallHalfPoints, header));
         }
-        const auto kept = std::make_shared<const ui::RichText>(std::move(text));
+        const auto kept = std::make_shared<const document::RichText>(std::move(text));
         const auto layout =
-            std::make_shared<const ui::DocumentLayout>(*kept, std::max(1, width - 2 * kCellMargin), *measurer_);
+            std::make_shared<const document::DocumentLayout>(*kept, std::max(1, width - 2 * kCellMargin), *measurer_);
         strip.height =
             std::max(strip.height,
                      static_cast<int>(std::min<std::int64_t>(layout->Height() + 2 * kCellMargin / 3, kTextHeight / 2)));
@@ -254,7 +254,7 @@ void PageLayout::Paginate() {
 void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
     if (page < 1 || page > PageCount()) return;
     const auto [first, end] = pages_[static_cast<std::size_t>(page - 1)];
-    const auto paint_piece = [&](const ui::Piece& piece, const ui::Line& line, int left, int top) {
+    const auto paint_piece = [&](const document::Piece& piece, const document::Line& line, int left, int top) {
         const int baseline = top + line.ascent;
         if (piece.run->picture) {
             const wxSize size(piece.width, piece.picture_height);
@@ -268,11 +268,11 @@ void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
             return;
         }
         if (piece.text == u"\t" || piece.text == u"\v") return;
-        const ui::CharacterFormat& format = piece.run->format;
-        const ui::Measurer::Height height = measurer_->HeightOf(format);
+        const document::CharacterFormat& format = piece.run->format;
+        const document::Measurer::Height height = measurer_->HeightOf(format);
         int y = baseline - height.ascent;
-        if (format.script == ui::Script::Superscript) y = top;
-        if (format.script == ui::Script::Subscript) y = top + line.height - height.ascent - height.descent;
+        if (format.script == document::Script::Superscript) y = top;
+        if (format.script == document::Script::Subscript) y = top + line.height - height.ascent - height.descent;
         dc.SetFont(measurer_->FontOf(format));
         dc.SetTextForeground(format.color ? wxColour(format.color->red, format.color->green, format.color->blue)
                                           : *wxBLACK);
@@ -301,7 +301,7 @@ void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
             const int left = kMargin + cell.x + (strip.is_row ? kCellMargin : 0);
             const int inside = strip.is_row ? kCellMargin / 3 : 0;
             for (std::size_t i = cell.first; i < cell.end; ++i) {
-                const ui::Line& line = cell.layout->Lines()[i];
+                const document::Line& line = cell.layout->Lines()[i];
                 const auto down = static_cast<int>(line.top - above);
                 if (strip.is_row && down + line.height > strip.height) break;
                 if (line.bullet_of != nullptr) {
@@ -310,7 +310,7 @@ void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
                     dc.DrawText(ui::ToWx(line.bullet_of->format.bullet), left + line.bullet_x,
                                 y + inside + down + line.ascent - measurer_->HeightOf({}).ascent);
                 }
-                for (const ui::Piece& piece : line.pieces) paint_piece(piece, line, left, y + inside + down);
+                for (const document::Piece& piece : line.pieces) paint_piece(piece, line, left, y + inside + down);
             }
         }
     };

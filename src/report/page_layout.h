@@ -7,8 +7,8 @@
 
 #include <wx/dc.h>
 
+#include "document/document_layout.h"
 #include "report/report.h"
-#include "ui/document_layout.h"
 
 namespace qmtrain::report {
 
@@ -20,7 +20,7 @@ inline constexpr int kPageHeight = 11225;
 class PrintMeasurer;
 
 // Draws a picture by other means than the device's; false when it cannot.
-using PictureDrawer = std::function<bool(const ui::Picture& picture, const wxRect& where)>;
+using PictureDrawer = std::function<bool(const document::Picture& picture, const wxRect& where)>;
 
 class PageLayout {
 public:
@@ -39,7 +39,7 @@ private:
     struct Strip;
 
     enum class Keep : std::uint8_t { No, Together, WithNext };
-    void AddText(ui::RichText text, Keep keep, int space_before = 0);
+    void AddText(document::RichText text, Keep keep, int space_before = 0);
     void AddRoom(int twips);
     void AddTable(const Table& table);
     void AddRow(const Table& table, const std::vector<std::u16string>& cells, bool header);

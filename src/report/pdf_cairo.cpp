@@ -19,9 +19,9 @@ namespace {
 constexpr double kPointsPerUnit = 72.0 / kUnitsPerInch;
 
 // The bytes of a JPEG go into the file as they are: nothing is lost, and nothing swells.
-bool DrawJpeg(cairo_t* context, const ui::Picture& picture, const wxRect& where) {
-    const auto size = ui::SizeInPixels(picture);
-    if (picture.kind != ui::Picture::Kind::Jpeg || !size || size->width < 1 || size->height < 1) return false;
+bool DrawJpeg(cairo_t* context, const document::Picture& picture, const wxRect& where) {
+    const auto size = document::SizeInPixels(picture);
+    if (picture.kind != document::Picture::Kind::Jpeg || !size || size->width < 1 || size->height < 1) return false;
     // Only to be sure that it is one: as small as the decoder makes it.
     const wxSize small(std::max(1, size->width / 8), std::max(1, size->height / 8));
     if (!ui::DecodePicture(picture, small).IsOk()) return false;
@@ -65,7 +65,7 @@ void WritePdf(const Report& report, std::u16string_view file) {
         for (int page = 1; page <= layout.PageCount(); ++page) {
             {
                 wxGCDC dc(wxGraphicsContext::CreateFromNative(context.get()));
-                layout.Paint(dc, page, [&](const ui::Picture& picture, const wxRect& where) {
+                layout.Paint(dc, page, [&](const document::Picture& picture, const wxRect& where) {
                     return DrawJpeg(context.get(), picture, where);
                 });
             }

@@ -4,15 +4,13 @@
 #include <filesystem>
 #include <fstream>
 
-#include "core/csv_cell.h"
+#include "core/csv.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
 
 namespace qmtrain::report {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 constexpr std::string_view kStyle =
     "body{font:15px/1.7 'Noto Sans CJK SC','Microsoft YaHei','PingFang SC',sans-serif;max-width:60em;margin:2em auto;"
@@ -28,19 +26,12 @@ constexpr std::string_view kStyle =
     "@media print{body{max-width:none;margin:0;color:#000;background:#fff;font-size:11pt}th{background:#eee}}\n";
 
 void AppendCsv(const Table& table, std::string& out) {
-    bool first = true;
-    for (const Column& column : table.columns) {
-        if (!first) out += ',';
-        first = false;
-        AppendUtf8(CsvCell(column.title), out);
-    }
-    out += "\r\n";
+    CsvWriter csv(out);
+    for (const Column& column : table.columns) csv.Cell(column.title);
+    csv.EndRow();
     for (const std::vector<std::u16string>& row : table.rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            if (i > 0) out += ',';
-            AppendUtf8(CsvCell(row[i]), out);
-        }
-        out += "\r\n";
+        for (const std::u16string& cell : row) csv.Cell(cell);
+        csv.EndRow();
     }
 }
 
@@ -54,7 +45,7 @@ void AppendHtml(std::u16string_view text, std::string& out) {
             case u'&': plain += u"&amp;"; break;
             case u'"': plain += u"&quot;"; break;
             case u'\t': plain += u"&emsp;"; break;
-            case ui::kLineBreak:
+            case document::kLineBreak:
             case u'\n': plain += u"<br>"; break;
             default: plain += unit < 0x20 ? u' ' : unit;
         }
@@ -74,22 +65,22 @@ void AppendBase64(const Bytes& bytes, std::string& out) {
     }
 }
 
-void AppendPicture(const ui::Picture& picture, std::string& out) {
+void AppendPicture(const document::Picture& picture, std::string& out) {
     const char* type = "image/png";
     switch (picture.kind) {
-        case ui::Picture::Kind::Png: break;
-        case ui::Picture::Kind::Jpeg: type = "image/jpeg"; break;
-        case ui::Picture::Kind::Dib: type = "image/bmp"; break;
-        case ui::Picture::Kind::Metafile: out += "[图]"; return;  // no browser draws it
+        case document::Picture::Kind::Png: break;
+        case document::Picture::Kind::Jpeg: type = "image/jpeg"; break;
+        case document::Picture::Kind::Dib: type = "image/bmp"; break;
+        case document::Picture::Kind::Metafile: out += "[图]"; return;  // no browser draws it
     }
     out += std::string("<img alt=\"图\" src=\"data:") + type + ";base64,";
-    AppendBase64(ui::PictureFile(picture), out);
+    AppendBase64(document::PictureFile(picture), out);
     out += '"';
-    if (picture.width > 0) out += " width=\"" + std::to_string(picture.width / ui::kTwipsPerPixel) + "\"";
+    if (picture.width > 0) out += " width=\"" + std::to_string(picture.width / document::kTwipsPerPixel) + "\"";
     out += '>';
 }
 
-void AppendRun(const ui::Run& run, std::string& out) {
+void AppendRun(const document::Run& run, std::string& out) {
     if (run.picture) return AppendPicture(*run.picture, out);
     std::string opened;
     std::string closed;
@@ -98,15 +89,15 @@ void AppendRun(const ui::Run& run, std::string& out) {
         opened += "<" + tag + ">";
         closed = "</" + tag + ">" + closed;
     };
-    const ui::CharacterFormat& format = run.format;
+    const document::CharacterFormat& format = run.format;
     wrap(format.bold, "b");
     wrap(format.italic, "i");
     wrap(format.underline, "u");
     wrap(format.strike_out, "s");
-    wrap(format.script == ui::Script::Superscript, "sup");
-    wrap(format.script == ui::Script::Subscript, "sub");
+    wrap(format.script == document::Script::Superscript, "sup");
+    wrap(format.script == document::Script::Subscript, "sub");
     out += opened;
-    if (format.color && *format.color != ui::Rgb{}) {  // black is what the reader's colours say
+    if (format.color && *format.color != document::Rgb{}) {  // black is what the reader's colours say
         std::array<char, 8> colour{};
         std::snprintf(colour.data(), colour.size(), "#%02x%02x%02x", format.color->red, format.color->green,
                       format.color->blue);
@@ -117,25 +108,25 @@ void AppendRun(const ui::Run& run, std::string& out) {
     out += closed;
 }
 
-void AppendParagraphStart(const ui::ParagraphFormat& format, std::string& out) {
+void AppendParagraphStart(const document::ParagraphFormat& format, std::string& out) {
     std::string style;
     const auto add = [&](const char* name, const std::string& value) {
         style += std::string(style.empty() ? "" : ";") + name + ":" + value;
     };
-    const auto pixels = [](int twips) { return std::to_string(twips / ui::kTwipsPerPixel) + "px"; };
+    const auto pixels = [](int twips) { return std::to_string(twips / document::kTwipsPerPixel) + "px"; };
     if (format.left_indent != 0) add("margin-left", pixels(format.left_indent));
     if (format.first_line_indent != 0) add("text-indent", pixels(format.first_line_indent));
-    if (format.alignment == ui::Alignment::Center) add("text-align", "center");
-    if (format.alignment == ui::Alignment::Right) add("text-align", "right");
+    if (format.alignment == document::Alignment::Center) add("text-align", "center");
+    if (format.alignment == document::Alignment::Right) add("text-align", "right");
     out += style.empty() ? "<p>" : "<p style=\"" + style + "\">";
 }
 
-void AppendHtml(const ui::RichText& text, std::string& out) {
+void AppendHtml(const document::RichText& text, std::string& out) {
     if (text.Length() == 0) return;
-    for (const ui::Paragraph& paragraph : text.Paragraphs()) {
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
         AppendParagraphStart(paragraph.format, out);
         if (!paragraph.format.bullet.empty()) AppendHtml(paragraph.format.bullet + u" ", out);
-        for (const ui::Run& run : paragraph.runs) AppendRun(run, out);
+        for (const document::Run& run : paragraph.runs) AppendRun(run, out);
         out += "</p>\n";
     }
 }
@@ -162,8 +153,8 @@ void AppendHtml(const Table& table, std::string& out) {
 
 }  // namespace
 
-void AppendLine(ui::RichText& text, std::u16string_view name, ui::RichText value) {
-    ui::CharacterFormat bold;
+void AppendLine(document::RichText& text, std::u16string_view name, document::RichText value) {
+    document::CharacterFormat bold;
     bold.bold = true;
     if (text.Length() > 0) text.EndParagraph();
     text.SetParagraphFormat({});
@@ -171,14 +162,14 @@ void AppendLine(ui::RichText& text, std::u16string_view name, ui::RichText value
     text.Append(std::move(value));
 }
 
-void AppendLine(ui::RichText& text, std::u16string_view name, std::u16string_view value) {
-    ui::RichText plain;
+void AppendLine(document::RichText& text, std::u16string_view name, std::u16string_view value) {
+    document::RichText plain;
     plain.AppendText(value);
     AppendLine(text, name, std::move(plain));
 }
 
 std::string ToCsv(const Report& report) {
-    std::string out(kByteOrderMark);
+    std::string out(kUtf8Mark);
     if (!report.data.columns.empty()) {
         AppendCsv(report.data, out);
         return out;
@@ -189,8 +180,9 @@ std::string ToCsv(const Report& report) {
         if (!first) out += "\r\n";
         first = false;
         if (!section.heading.empty()) {
-            AppendUtf8(CsvCell(section.heading), out);
-            out += "\r\n";
+            CsvWriter csv(out);
+            csv.Cell(section.heading);
+            csv.EndRow();
         }
         AppendCsv(section.table, out);
     }
@@ -220,7 +212,8 @@ std::string ToHtml(const Report& report) {
         AppendHtml(section.text, out);
         AppendHtml(section.table, out);
         if (section.room_below > 0) {
-            out += "<div style=\"height:" + std::to_string(section.room_below / ui::kTwipsPerPixel) + "px\"></div>\n";
+            out += "<div style=\"height:" + std::to_string(section.room_below / document::kTwipsPerPixel) +
+                   "px\"></div>\n";
         }
         out += "</section>\n";
     }

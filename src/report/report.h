@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ui/document/rich_text.h"
+#include "document/rich_text.h"
 
 namespace qmtrain::report {
 
@@ -23,7 +23,7 @@ struct Table {
 // A heading, a text below it, a table below that; each may be empty.
 struct Section {
     std::u16string heading = {};
-    ui::RichText text = {};
+    document::RichText text = {};
     Table table = {};
     bool keep_together = false;  // the text on one page, where it fits
     int room_below = 0;          // twips left empty, to be written in
@@ -37,8 +37,8 @@ struct Report {
 };
 
 // "名称：值" with the name in bold, as a paragraph of its own.
-void AppendLine(ui::RichText& text, std::u16string_view name, std::u16string_view value);
-void AppendLine(ui::RichText& text, std::u16string_view name, ui::RichText value);
+void AppendLine(document::RichText& text, std::u16string_view name, std::u16string_view value);
+void AppendLine(document::RichText& text, std::u16string_view name, document::RichText value);
 
 // UTF-8 with a byte order mark, so that spreadsheets know it; fields with commas, quotes or line ends in quotes; lines
 // end with CR LF.

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "core/convert.h"
-#include "core/utilities.h"
+#include "core/stored_text.h"
 
 namespace qmtrain::review {
 namespace {
@@ -56,7 +56,7 @@ std::u16string Joined(const std::vector<std::u16string>& parts, std::u16string_v
 // A number as its letters, none for no choice; anything else as it stands.
 std::u16string ChoiceText(std::u16string_view stored) {
     if (!IsNumeric(stored)) return std::u16string(stored);
-    return ToText(Utilities().GetChoiceAnswerString(ToLong(stored)));
+    return ChoiceLetters(ToLong(stored));
 }
 
 bool IsFillType(std::int32_t question_type) {
@@ -77,10 +77,10 @@ std::u16string QuestionTypeName(std::int32_t question_type, std::u16string_view 
 std::u16string FillText(std::u16string_view stored) {
     std::u16string text(stored);
     for (const std::u16string_view marker : {u"[YN]", u"[NN]", u"[YY]", u"[NN]"}) {
-        text = Utilities().ReplaceStr(text, marker, u"", 0);
+        text = ReplaceEach(text, marker, u"");
     }
-    std::vector<std::u16string> blanks = SplitAll(text, u"@");
-    for (std::u16string& blank : blanks) blank = Joined(SplitAll(blank, u"#"), u" 或 ");
+    std::vector<std::u16string> blanks = Split(text, u'@');
+    for (std::u16string& blank : blanks) blank = Joined(Split(blank, u'#'), u" 或 ");
     return Joined(blanks, u" 与 ");
 }
 
@@ -90,12 +90,12 @@ AnswerKind KindOfType(std::int32_t question_type, std::u16string_view type_name)
     return Contains(type_name, u"是非") || Contains(type_name, u"判断") ? AnswerKind::YesNo : AnswerKind::Text;
 }
 
-AnswerKind KindOfQuestion(std::u16string_view kind) {
-    if (kind == u"单选题" || kind == u"多选题") return AnswerKind::Choice;
-    return kind == u"是非题" ? AnswerKind::YesNo : AnswerKind::Text;
+AnswerKind KindOfQuestion(QuestionKind kind) {
+    if (IsChoice(kind)) return AnswerKind::Choice;
+    return kind == QuestionKind::YesNo ? AnswerKind::YesNo : AnswerKind::Text;
 }
 
-std::u16string PaneAnswer(std::u16string_view kind, std::u16string_view stored) {
+std::u16string PaneAnswer(QuestionKind kind, std::u16string_view stored) {
     constexpr std::int32_t kAnyType = 1;
     return ShownAnswer(kAnyType, KindOfQuestion(kind), stored);
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "bank/question_kind.h"
+
 namespace qmtrain::review {
 
 // A question type's display name, from the result's type and distinction and the type's own name and subject. Empty
@@ -18,15 +20,15 @@ std::u16string FillText(std::u16string_view stored);
 // How an answer is to be read.
 enum class AnswerKind : std::uint8_t { Choice, YesNo, Text };
 
-// From a question type and its display name, or from the kind of a question that has been loaded ("单选题" …).
+// From a question type and its display name, or from the kind of a question that has been loaded.
 AnswerKind KindOfType(std::int32_t question_type, std::u16string_view type_name);
-AnswerKind KindOfQuestion(std::u16string_view kind);
+AnswerKind KindOfQuestion(QuestionKind kind);
 
 // A stored answer as both the grid and the pane beside it show it. "-1" is "对" for every type from 1 to 27, any other
 // yes/no answer "错"; the number of a choice is its letters, and no choice nothing.
 std::u16string ShownAnswer(std::int32_t question_type, AnswerKind kind, std::u16string_view stored);
 
-// For a question of which only the kind ("单选题" …) is known.
-std::u16string PaneAnswer(std::u16string_view kind, std::u16string_view stored);
+// For a question of which only the kind is known.
+std::u16string PaneAnswer(QuestionKind kind, std::u16string_view stored);
 
 }  // namespace qmtrain::review

@@ -14,6 +14,7 @@
 #include "review/training_reports.h"
 #include "review/training_row.h"
 #include "ui/client_problem.h"
+#include "ui/layout.h"
 #include "ui/rounded_corners.h"
 #include "ui/twips.h"
 #include "ui/wx_text.h"
@@ -22,28 +23,21 @@ namespace qmtrain::review {
 namespace {
 
 // Pixels of an unscaled screen.
-constexpr int kMargin = 12;
-constexpr int kGap = 8;
-const wxSize kLeastSize(640, 420);
-const wxSize kFirstSize(760, 520);
+const ui::WindowSizes kSizes{{640, 420}, {760, 520}};
 
 constexpr int kColumnSlack = 200;  // twips beside a header's text
 
 struct Column {
-    const char16_t* title;
-    const char16_t* widest;  // the text that must fit
-    int slack;               // twips
+    std::u16string_view widest;  // the text that must fit, where that is not the header
+    int slack;                   // twips
     wxListColumnFormat format;
 };
 
 // Their smallest widths, and the proportions in which they share a wider list.
-constexpr Column kColumns[] = {
-    {u"日期", u"05-04-12 12:00", 0, wxLIST_FORMAT_LEFT},
-    {u"类型", u"类型", 0, wxLIST_FORMAT_LEFT},
-    {u"练习时间", u"练习时间", kColumnSlack, wxLIST_FORMAT_LEFT},
-    {u"总分", u"总分", kColumnSlack, wxLIST_FORMAT_RIGHT},
-    {u"得分", u"得分", kColumnSlack, wxLIST_FORMAT_RIGHT},
-    {u"得分率(%)", u"得分率(%)", kColumnSlack, wxLIST_FORMAT_RIGHT},
+constexpr Column kColumns[kTrainingHeaders.size()] = {
+    {u"05-04-12 12:00", 0, wxLIST_FORMAT_LEFT}, {u"", 0, wxLIST_FORMAT_LEFT},
+    {u"", kColumnSlack, wxLIST_FORMAT_LEFT},    {u"", kColumnSlack, wxLIST_FORMAT_RIGHT},
+    {u"", kColumnSlack, wxLIST_FORMAT_RIGHT},   {u"", kColumnSlack, wxLIST_FORMAT_RIGHT},
 };
 
 const std::vector<ui::Icon> kIcons = {ui::Icon::Pass, ui::Icon::Fail, ui::Icon::Ascending, ui::Icon::Descending};
@@ -66,12 +60,13 @@ std::optional<AutomationError> ForEachTraining(std::u16string_view client_path, 
 
 }  // namespace
 
-FrmTrain::FrmTrain()
+FrmTrain::FrmTrain(PracticeSource source)
     : wxDialog(nullptr, wxID_ANY, ui::ToWx(u"练习历史"), wxDefaultPosition, wxDefaultSize,
-               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX) {
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX),
+      source_(std::move(source)) {
     Piclst = new TabStrip(this);
     BuildPanels();
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     sizer->Add(Piclst, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, margin);
     sizer->Add(PicLv, 1, wxEXPAND | wxLEFT | wxRIGHT, margin);
@@ -79,8 +74,7 @@ FrmTrain::FrmTrain()
     BuildButtons(*sizer);
     PicChart->Hide();
     SetSizer(sizer);
-    SetMinClientSize(FromDIP(kLeastSize));
-    SetClientSize(FromDIP(kFirstSize));
+    ui::SetSizes(*this, kSizes);
     BindEvents();
     CentreOnScreen();
 }
@@ -105,7 +99,7 @@ void FrmTrain::BuildPanels() {
     ChkHG = new wxCheckBox(PicChart, wxID_ANY, ui::ToWx(u"回归线"));
     ChkHG->Disable();
     auto* options = new wxBoxSizer(wxHORIZONTAL);
-    const int gap = FromDIP(kGap);
+    const int gap = FromDIP(ui::kGap);
     options->Add(OptChartType[0], 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, 2 * gap);
     options->Add(OptChartType[1], 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, 2 * gap);
     options->Add(ChkHG, 0, wxALIGN_CENTRE_VERTICAL);
@@ -116,10 +110,11 @@ void FrmTrain::BuildPanels() {
 }
 
 void FrmTrain::BuildColumns() {
-    std::size_t cell = 0;
-    for (const Column& column : kColumns) {
-        const int width = LvTrainInfo->GetTextExtent(ui::ToWx(column.widest)).x + ui::ToPixels(*this, column.slack);
-        LvTrainInfo->AddColumn(column.title, width, cell++, column.format);
+    for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) {
+        const Column& column = kColumns[i];
+        const std::u16string_view widest = column.widest.empty() ? kTrainingHeaders[i] : column.widest;
+        const int width = LvTrainInfo->GetTextExtent(ui::ToWx(widest)).x + ui::ToPixels(*this, column.slack);
+        LvTrainInfo->AddColumn(kTrainingHeaders[i], width, i, column.format);
     }
 }
 
@@ -129,12 +124,7 @@ void FrmTrain::BuildButtons(wxSizer& sizer) {
     auto* close = new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭"));
     BtnView->Disable();
     BtnReDo->Disable();
-    auto* row = new wxBoxSizer(wxHORIZONTAL);
-    row->Add(BtnView, 0, wxRIGHT, FromDIP(kGap));
-    row->Add(BtnReDo);
-    row->AddStretchSpacer();
-    row->Add(close);
-    sizer.Add(row, 0, wxEXPAND | wxALL, FromDIP(kMargin));
+    sizer.Add(ui::ControlRow(*this, {BtnView, BtnReDo}, {close}), 0, wxEXPAND | wxALL, FromDIP(ui::kMargin));
 }
 
 void FrmTrain::BindEvents() {
@@ -153,7 +143,8 @@ void FrmTrain::BindEvents() {
                                                         [this, i](wxCommandEvent&) { OptChartType_Click(i); });
     }
     LvTrainInfo->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) {
-        report::ShowExportMenu(this, [this] { return HistoryReport(client_path_, user_id_, subject_code_); });
+        report::ShowExportMenu(
+            this, [this] { return HistoryReport(source_.client_path, source_.user_id, source_.subject_code); });
     });
     ChkHG->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { ChkHG_Click(); });
     BtnView->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { BtnView_Click(); });
@@ -171,12 +162,12 @@ int FrmTrain::ShowModal() {
 bool FrmTrain::FillList() {
     trainings_.clear();
     train_ids_.clear();
-    const auto problem =
-        ForEachTraining(client_path_, TrainingsQuery(user_id_, subject_code_, TrainingOrder::NewestFirst),
-                        [this](const Training& training) {
-                            train_ids_.push_back(training.id);
-                            trainings_.push_back(training);
-                        });
+    const auto problem = ForEachTraining(
+        source_.client_path, TrainingsQuery(source_.user_id, source_.subject_code, TrainingOrder::NewestFirst),
+        [this](const Training& training) {
+            train_ids_.push_back(training.id);
+            trainings_.push_back(training);
+        });
     rows_.SetRows(trainings_.size(), [this](std::size_t row) { return ToListRow(trainings_[row]); });
     LvTrainInfo->Show(rows_);
     if (rows_.Size() == 0) {
@@ -257,13 +248,7 @@ void FrmTrain::BtnView_Click() {
     const ui::ListRow* row = LvTrainInfo->SelectedRow();
     const std::int32_t train_id = row != nullptr ? TrainingOf(row->key) : -1;
     if (train_id == -1) return;
-    FrmViewPaper window;
-    window.ClientPath(client_path_);
-    window.DataMdbPath(data_mdb_path_);
-    window.LocalMdbPath(local_paper_mdb_path_);
-    window.IsNet(is_net_);
-    window.SubjectCode(subject_code_);
-    window.TrainID(train_id);
+    FrmViewPaper window({source_, train_id});
     window.ShowModal();
 }
 

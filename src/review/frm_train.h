@@ -13,6 +13,7 @@
 #include <wx/dialog.h>
 #include <wx/radiobut.h>
 
+#include "records/practice_source.h"
 #include "review/history_sort.h"
 #include "review/score_chart.h"
 #include "review/score_series.h"
@@ -25,14 +26,7 @@ namespace qmtrain::review {
 
 class FrmTrain : public wxDialog {
 public:
-    FrmTrain();
-
-    void LocalPaperMdbPath(std::u16string_view value) { local_paper_mdb_path_ = value; }
-    void ClientPath(std::u16string_view value) { client_path_ = value; }
-    void DataMdbPath(std::u16string_view value) { data_mdb_path_ = value; }
-    void IsNet(bool value) { is_net_ = value; }
-    void UserId(std::int32_t value) { user_id_ = value; }
-    void SubjectCode(std::int32_t value) { subject_code_ = value; }
+    explicit FrmTrain(PracticeSource source = {});
 
     // Fills list and chart, and shows the window until it is closed.
     int ShowModal() override;
@@ -73,13 +67,7 @@ private:
     void EnableButtons();
     void ApplyChartOptions();
 
-    std::u16string local_paper_mdb_path_;
-    std::u16string client_path_;
-    std::u16string data_mdb_path_;
-    bool is_net_ = false;
-    std::int32_t user_id_ = -1;
-    std::int32_t subject_code_ = -1;
-
+    PracticeSource source_;
     std::vector<Training> trainings_;  // in the order in which the list was filled
     ui::ListModel rows_;
     std::vector<std::int32_t> train_ids_;

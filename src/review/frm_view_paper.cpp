@@ -13,6 +13,7 @@
 #include "report/printing.h"
 #include "review/paper_layout.h"
 #include "review/training_reports.h"
+#include "ui/layout.h"
 #include "ui/splitter_limits.h"
 #include "ui/twips.h"
 #include "ui/wx_text.h"
@@ -21,8 +22,6 @@ namespace qmtrain::review {
 namespace {
 
 // Pixels of an unscaled screen.
-constexpr int kMargin = 12;
-constexpr int kGap = 6;
 const wxSize kFirstSize(1160, 660);
 const wxSize kLeastPane(40, 40);
 constexpr int kCellMargins = 12;
@@ -30,19 +29,13 @@ constexpr int kCellMargins = 12;
 // Four narrow columns and five wide ones: each has room for that many of the character "#".
 constexpr std::size_t kColumnSizes[kPaperColumns] = {5, 5, 5, 5, 9, 9, 9, 9, 8};
 
-wxStaticText* Caption(wxWindow* parent, std::u16string_view text) {
-    auto* caption = new wxStaticText(parent, wxID_ANY, ui::ToWx(text));
-    caption->SetFont(caption->GetFont().Bold());
-    return caption;
-}
-
 // A pane with a view that fills it, below a caption if there is one.
 void Fill(wxPanel& pane, std::initializer_list<wxWindow*> parts) {
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     for (wxWindow* part : parts) {
         const bool view = dynamic_cast<ui::RichTextView*>(part) != nullptr;
         if (view) part->SetMinSize(pane.FromDIP(kLeastPane));
-        sizer->Add(part, view ? 1 : 0, wxEXPAND | (view ? 0 : wxTOP | wxBOTTOM), pane.FromDIP(kGap) / 2);
+        sizer->Add(part, view ? 1 : 0, wxEXPAND | (view ? 0 : wxTOP | wxBOTTOM), pane.FromDIP(ui::kNarrow) / 2);
     }
     pane.SetSizer(sizer);
 }
@@ -53,9 +46,10 @@ int Share(double share, int extent) {
 
 }  // namespace
 
-FrmViewPaper::FrmViewPaper()
+FrmViewPaper::FrmViewPaper(PaperSource source)
     : wxDialog(nullptr, wxID_ANY, ui::ToWx(u"查看试卷"), wxDefaultPosition, wxDefaultSize,
-               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX) {
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX),
+      source_(std::move(source)) {
     BuildGrid();
     BuildPanes();
     SetClientSize(FromDIP(kFirstSize));
@@ -82,17 +76,17 @@ void FrmViewPaper::BuildPanes() {
     PicLeftRight = new ui::SplitterBar(this, Direction::LeftRight);
     PicTitle = new wxPanel(PicRight);
     RtfTitle = new ui::RichTextView(PicTitle);
-    Fill(*PicTitle, {Caption(PicTitle, u"试题："), RtfTitle});
+    Fill(*PicTitle, {ui::BoldCaption(PicTitle, u"试题："), RtfTitle});
     PicChoice = new wxPanel(PicRight);
-    LblChoice = Caption(PicChoice, u"选择项：");
+    LblChoice = ui::BoldCaption(PicChoice, u"选择项：");
     RtfChoice = new ui::RichTextView(PicChoice);
     Fill(*PicChoice, {LblChoice, RtfChoice});
     PicChoice->Hide();
     PicAnswer = new wxPanel(PicRight);
     PicTopBottom = new ui::SplitterBar(PicRight, Direction::TopBottom);
-    LblAnswer = Caption(PicAnswer, u"答案：");
+    LblAnswer = ui::BoldCaption(PicAnswer, u"答案：");
     RtfAnswer = new ui::RichTextView(PicAnswer);
-    LblError = Caption(PicAnswer, u"错误信息：");
+    LblError = ui::BoldCaption(PicAnswer, u"错误信息：");
     RtfError = new ui::RichTextView(PicAnswer);
     Fill(*PicAnswer, {LblAnswer, RtfAnswer, LblError, RtfError});
 }
@@ -152,7 +146,7 @@ void FrmViewPaper::FlexGridQuestions_SelChange() {
 
 void FrmViewPaper::Show(const QuestionPanes& panes) {
     RtfTitle->SetText(panes.title);
-    RtfChoice->SetText(panes.options.value_or(ui::RichText()));
+    RtfChoice->SetText(panes.options.value_or(document::RichText()));
     RtfAnswer->SetText(panes.answer);
     RtfError->SetText(panes.error);
     has_options_ = panes.options.has_value();
@@ -169,7 +163,7 @@ void FrmViewPaper::Form_Resize() {
 }
 
 void FrmViewPaper::LayOut() {
-    const int margin = FromDIP(kMargin);
+    const int margin = FromDIP(ui::kMargin);
     const wxRect area = wxRect(GetClientSize()).Deflate(margin);
     const int bar = FromDIP(ui::SplitterBar::kThickness);
     PicLeftRight->SetDirection(below_ ? ui::SplitterBar::Direction::TopBottom : ui::SplitterBar::Direction::LeftRight);
@@ -201,13 +195,13 @@ void FrmViewPaper::LayOutQuestion() {
 }
 
 void FrmViewPaper::DragLeftRight(int edge) {
-    const int margin = ui::ToTwips(*this, FromDIP(kMargin));
-    const wxSize area = GetClientSize() - 2 * FromDIP(wxSize(kMargin, kMargin));
+    const int margin = ui::ToTwips(*this, FromDIP(ui::kMargin));
+    const wxSize area = GetClientSize() - 2 * FromDIP(wxSize(ui::kMargin, ui::kMargin));
     const int extent = ui::ToTwips(*this, below_ ? area.y : area.x);
     if (!ui::AcceptsEdge(edge - margin, extent)) return;
     left_right_ = static_cast<double>(edge - margin) / extent;
-    const int place = FromDIP(kMargin) + Share(left_right_, below_ ? area.y : area.x);
-    PicLeftRight->Move(below_ ? wxPoint(FromDIP(kMargin), place) : wxPoint(place, FromDIP(kMargin)));
+    const int place = FromDIP(ui::kMargin) + Share(left_right_, below_ ? area.y : area.x);
+    PicLeftRight->Move(below_ ? wxPoint(FromDIP(ui::kMargin), place) : wxPoint(place, FromDIP(ui::kMargin)));
 }
 
 void FrmViewPaper::DragTopBottom(int edge) {

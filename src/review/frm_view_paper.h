@@ -18,14 +18,7 @@ namespace qmtrain::review {
 
 class FrmViewPaper : public wxDialog {
 public:
-    FrmViewPaper();
-
-    void SubjectCode(std::int32_t value) { source_.subject_code = value; }
-    void DataMdbPath(std::u16string_view value) { source_.data_mdb_path = value; }
-    void LocalMdbPath(std::u16string_view value) { source_.local_paper_mdb = value; }
-    void IsNet(bool value) { source_.is_net = value; }
-    void ClientPath(std::u16string_view value) { source_.client_path = value; }
-    void TrainID(std::int32_t value) { source_.train_id = value; }
+    explicit FrmViewPaper(PaperSource source);
 
     int ShowModal() override;
 
@@ -46,7 +39,6 @@ public:
 
     // Puts the question beside the list, or below it.
     void mnuViewArr_Click();
-    bool QuestionIsBelow() const { return below_; }
 
 private:
     void BuildGrid();

@@ -19,23 +19,23 @@ std::u16string ScoreText(dao::Recordset& rows, std::u16string_view name) {
     return ToText(Value(SingleOr(rows.Fields(name).Value(), 0)));
 }
 
-ui::RichText PlainText(std::u16string_view text) {
-    ui::RichText out;
+document::RichText PlainText(std::u16string_view text) {
+    document::RichText out;
     out.AppendText(text);
     return out;
 }
 
 // A stored answer that cannot be put into words stands as it is, so that the rest of the paper is listed. It may be a
 // whole document.
-ui::RichText AnswerText(std::int32_t type, AnswerKind kind, std::u16string_view stored) {
+document::RichText AnswerText(std::int32_t type, AnswerKind kind, std::u16string_view stored) {
     if (ui::IsRtf(stored)) return ui::StoredText(stored);
     return PlainText(Trapped(u"FrmViewPaper.Form_Load", std::u16string(stored),
                              [&](std::u16string& text) { text = ShownAnswer(type, kind, stored); }));
 }
 
-ui::RichText AnswerPane(std::int32_t type, AnswerKind kind, std::u16string_view answer,
-                        std::u16string_view student_answer) {
-    ui::RichText pane = PlainText(u"标准答案：");
+document::RichText AnswerPane(std::int32_t type, AnswerKind kind, std::u16string_view answer,
+                              std::u16string_view student_answer) {
+    document::RichText pane = PlainText(u"标准答案：");
     pane.Append(AnswerText(type, kind, answer));
     pane.EndParagraph();
     pane.AppendText(u"考生答案：");
@@ -109,7 +109,7 @@ QuestionPanes ShowQuestionItem(const PaperSource& source, const ui::ListRow& row
         }
         panes.title = ui::StoredText(question.Title());
         if (question.ChoiceItems()) panes.options = ui::OptionsText(*question.ChoiceItems());
-        panes.answer = AnswerPane(type, KindOfQuestion(question.QuestionType()), question.Answer(), student_answer);
+        panes.answer = AnswerPane(type, KindOfQuestion(question.Kind()), question.Answer(), student_answer);
     });
 }
 

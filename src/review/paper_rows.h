@@ -6,7 +6,8 @@
 #include <string>
 
 #include "dao/dao.h"
-#include "ui/document/rich_text.h"
+#include "document/rich_text.h"
+#include "records/practice_source.h"
 #include "ui/list_model.h"
 
 namespace qmtrain::review {
@@ -37,22 +38,17 @@ inline constexpr const char16_t* kPaperHeaders[kPaperColumns] = {
 // The current row of a training's results; `number` counts from 1.
 ui::ListRow ReadPaperRow(dao::Recordset& rows, std::int32_t number);
 
-// Where the questions of a training are.
-struct PaperSource {
-    std::u16string client_path;
-    std::u16string data_mdb_path;    // stand-alone edition: the folder of the banks
-    std::u16string local_paper_mdb;  // network edition: the file
-    bool is_net = false;
-    std::int32_t subject_code = -1;  // -1: that of the training
+// The training whose questions are shown. Its subject is the result's where any subject is meant.
+struct PaperSource : PracticeSource {
     std::int32_t train_id = -1;
 };
 
 // What the panes beside the list show of one question.
 struct QuestionPanes {
-    ui::RichText title;
-    std::optional<ui::RichText> options;
-    ui::RichText answer;
-    ui::RichText error;
+    document::RichText title;
+    std::optional<document::RichText> options;
+    document::RichText answer;
+    document::RichText error;
 };
 
 // The question of a row. One that cannot be loaded shows the reason as its title, and what the training holds of it:

@@ -19,7 +19,6 @@ public:
 
     // As if the tab were clicked; nothing for the active one.
     void Click(int tab);
-    const TabPair& Tabs() const { return tabs_; }
 
     wxRect TabRect(int tab) const;
 

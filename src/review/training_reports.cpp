@@ -30,8 +30,10 @@ report::Report HistoryReport(std::u16string_view client_path, std::int32_t user_
     report::Report made;
     made.title = u"练习历史";
     report::Section section;
-    section.table.columns = {{u"日期", 3},       {u"类型", 1},       {u"练习时间", 2, true},
-                             {u"总分", 1, true}, {u"得分", 1, true}, {u"得分率(%)", 2, true}};
+    constexpr int kShares[kTrainingHeaders.size()] = {3, 1, 2, 1, 1, 2};
+    for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) {
+        section.table.columns.push_back({std::u16string(kTrainingHeaders[i]), kShares[i], i > kKindColumn});
+    }
     for (; !rows->Eof(); rows->MoveNext()) {
         const Training training = ReadTraining(*rows);
         ui::ListRow row = ToListRow(training);
@@ -62,8 +64,16 @@ report::Report PaperReport(const PaperSource& source) {
 
     report::Report made;
     made.title = u"试卷回顾";
-    made.data.columns = {{u"题号"},     {u"题库"},     {u"题目编号"}, {u"分值"},     {u"考生得分"},
-                         {u"试题类型"}, {u"标准答案"}, {u"考生答案"}, {u"错误信息"}, {u"笔记"}};
+    made.data.columns = {{kPaperHeaders[kNumber]},
+                         {u"题库"},
+                         {u"题目编号"},
+                         {kPaperHeaders[kScore]},
+                         {kPaperHeaders[kGotScore]},
+                         {kPaperHeaders[kTypeName]},
+                         {kPaperHeaders[kStandardAnswer]},
+                         {kPaperHeaders[kStudentAnswer]},
+                         {u"错误信息"},
+                         {u"笔记"}};
     float paper_score = 0;
     float got_score = 0;
     for (std::int32_t number = 1; !rows->Eof(); rows->MoveNext()) {
@@ -75,7 +85,7 @@ report::Report PaperReport(const PaperSource& source) {
         section.heading = row.cells[kNumber] + u". " + row.cells[kTypeName] + u"　得 " + row.cells[kGotScore] + u" / " +
                           row.cells[kScore] + u" 分";
         section.text = std::move(panes.title);
-        const auto add = [&](ui::RichText more) {
+        const auto add = [&](document::RichText more) {
             section.text.EndParagraph();
             section.text.SetParagraphFormat({});
             section.text.Append(std::move(more));

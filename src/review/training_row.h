@@ -1,8 +1,10 @@
 // Trainings as the history window lists them.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/date.h"
@@ -50,7 +52,10 @@ std::u16string UseTimeText(std::int32_t seconds);
 inline constexpr int kPassIcon = 1;
 inline constexpr int kFailIcon = 2;
 
-// Date, kind, time used, total, score, rate, and behind them what the last three sort by: texts with leading zeros.
+inline constexpr std::array<std::u16string_view, 6> kTrainingHeaders = {u"日期", u"类型", u"练习时间",
+                                                                        u"总分", u"得分", u"得分率(%)"};
+
+// A cell for each header, and behind them what the last three sort by: texts with leading zeros.
 inline constexpr std::size_t kKindColumn = 1;
 ui::ListRow ToListRow(const Training& training);
 

@@ -11,13 +11,7 @@ namespace qmtrain {
 void UITrain::ShowUI() {
     const ui::ToolkitUse toolkit(u"UITrain.ShowUI");
     if (!toolkit) return;
-    review::FrmTrain window;
-    window.ClientPath(client_path_);
-    window.DataMdbPath(data_mdb_path_);
-    window.LocalPaperMdbPath(local_paper_mdb_path_);
-    window.IsNet(is_net_);
-    window.UserId(user_id_);
-    window.SubjectCode(subject_code_);
+    review::FrmTrain window(source_);
     window.RdDoQuestionPaper = [this](std::int32_t train_id, bool written) {
         wxYield();
         if (ReDoQuestionPaper) ReDoQuestionPaper(train_id, written);

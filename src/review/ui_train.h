@@ -5,27 +5,33 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "records/practice_source.h"
 
 namespace qmtrain {
 
 class UITrain {
 public:
     // The file of the local paper database (network edition).
-    const std::u16string& LocalPaperMdbPath() const { return local_paper_mdb_path_; }
-    void LocalPaperMdbPath(std::u16string_view value) { local_paper_mdb_path_ = value; }
+    const std::u16string& LocalPaperMdbPath() const { return source_.local_paper_mdb; }
+    void LocalPaperMdbPath(std::u16string_view value) { source_.local_paper_mdb = value; }
     // The folder of Client.mdb.
-    const std::u16string& ClientPath() const { return client_path_; }
-    void ClientPath(std::u16string_view value) { client_path_ = value; }
+    const std::u16string& ClientPath() const { return source_.client_path; }
+    void ClientPath(std::u16string_view value) { source_.client_path = value; }
     // The folder of the question banks (stand-alone edition).
-    const std::u16string& DataMdbPath() const { return data_mdb_path_; }
-    void DataMdbPath(std::u16string_view value) { data_mdb_path_ = value; }
-    bool IsNet() const { return is_net_; }
-    void IsNet(bool value) { is_net_ = value; }
+    const std::u16string& DataMdbPath() const { return source_.data_mdb_path; }
+    void DataMdbPath(std::u16string_view value) { source_.data_mdb_path = value; }
+    bool IsNet() const { return source_.is_net; }
+    void IsNet(bool value) { source_.is_net = value; }
     // Whose trainings, in which subject; -1 means all.
-    std::int32_t UserId() const { return user_id_; }
-    void UserId(std::int32_t value) { user_id_ = value; }
-    std::int32_t SubjectCode() const { return subject_code_; }
-    void SubjectCode(std::int32_t value) { subject_code_ = value; }
+    std::int32_t UserId() const { return source_.user_id; }
+    void UserId(std::int32_t value) { source_.user_id = value; }
+    std::int32_t SubjectCode() const { return source_.subject_code; }
+    void SubjectCode(std::int32_t value) { source_.subject_code = value; }
+
+    // All of these at once.
+    void Source(PracticeSource value) { source_ = std::move(value); }
 
     // Shows the training history and returns when it is closed. Without a display nothing is shown, which is logged.
     void ShowUI();
@@ -35,12 +41,7 @@ public:
     std::function<void(std::int32_t TrainID, bool lblnBS)> ReDoQuestionPaper;
 
 private:
-    std::u16string local_paper_mdb_path_;
-    std::u16string client_path_;
-    std::u16string data_mdb_path_;
-    bool is_net_ = false;
-    std::int32_t user_id_ = -1;
-    std::int32_t subject_code_ = -1;
+    PracticeSource source_;
 };
 
 // Lets TrainInfo::ShowDlg show the history window. A program that links all windows need not call it.

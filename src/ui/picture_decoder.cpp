@@ -6,12 +6,12 @@
 namespace qmtrain::ui {
 namespace {
 
-wxBitmapType TypeOf(Picture::Kind kind) {
+wxBitmapType TypeOf(document::Picture::Kind kind) {
     switch (kind) {
-        case Picture::Kind::Png: return wxBITMAP_TYPE_PNG;
-        case Picture::Kind::Jpeg: return wxBITMAP_TYPE_JPEG;
-        case Picture::Kind::Dib: return wxBITMAP_TYPE_BMP;
-        case Picture::Kind::Metafile: break;
+        case document::Picture::Kind::Png: return wxBITMAP_TYPE_PNG;
+        case document::Picture::Kind::Jpeg: return wxBITMAP_TYPE_JPEG;
+        case document::Picture::Kind::Dib: return wxBITMAP_TYPE_BMP;
+        case document::Picture::Kind::Metafile: break;
     }
     return wxBITMAP_TYPE_INVALID;
 }
@@ -20,12 +20,12 @@ wxBitmapType TypeOf(Picture::Kind kind) {
 
 // The size is read first, and of the kind that the document says: bytes of another kind would be decoded at a size that
 // nobody has looked at.
-wxImage DecodePicture(const Picture& picture, wxSize shown) {
-    const auto size = SizeInPixels(picture);
+wxImage DecodePicture(const document::Picture& picture, wxSize shown) {
+    const auto size = document::SizeInPixels(picture);
     const wxBitmapType type = TypeOf(picture.kind);
     if (!size || type == wxBITMAP_TYPE_INVALID || std::int64_t{size->width} * size->height > kMostPixels) return {};
     const wxLogNull silent;
-    const Bytes file = PictureFile(picture);
+    const Bytes file = document::PictureFile(picture);
     wxMemoryInputStream stream(file.data(), file.size());
     wxImage image;
     if (type == wxBITMAP_TYPE_JPEG && size->width > shown.x && size->height > shown.y) {

@@ -3,7 +3,7 @@
 
 #include <wx/image.h>
 
-#include "ui/document/picture.h"
+#include "document/picture.h"
 
 namespace qmtrain::ui {
 
@@ -12,6 +12,6 @@ inline constexpr std::int64_t kMostPixels = 32'000'000;
 
 // The picture, for an area of that size: where the decoder can, a large one comes as small as it will be shown. Not
 // IsOk() when it cannot be read or has too many pixels.
-wxImage DecodePicture(const Picture& picture, wxSize shown);
+wxImage DecodePicture(const document::Picture& picture, wxSize shown);
 
 }  // namespace qmtrain::ui

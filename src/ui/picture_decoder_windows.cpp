@@ -49,9 +49,9 @@ ComPtr<IWICFormatConverter> Converted(const Frame& frame, UINT width, UINT heigh
 
 }  // namespace
 
-wxImage DecodePicture(const Picture& picture, wxSize shown) {
-    if (picture.kind == Picture::Kind::Metafile) return {};
-    const Bytes file = PictureFile(picture);
+wxImage DecodePicture(const document::Picture& picture, wxSize shown) {
+    if (picture.kind == document::Picture::Kind::Metafile) return {};
+    const Bytes file = document::PictureFile(picture);
     const Frame frame = OpenPicture(file);
     UINT width = 0;
     UINT height = 0;

@@ -2,9 +2,9 @@
 
 #include <vector>
 
+#include "core/stored_text.h"
 #include "core/text.h"
-#include "core/utilities.h"
-#include "ui/document/rtf_reader.h"
+#include "document/rtf_reader.h"
 
 namespace qmtrain::ui {
 namespace {
@@ -34,7 +34,7 @@ std::vector<std::size_t> Fallbacks(std::u16string_view wanted) {
 
 // Takes out one occurrence after the other from the left, also those that fall together when others have gone; letter
 // case does not count. The first one that stands before `first_position` ends it. Takes time as the text is long.
-void Remove(RichText& text, std::u16string_view placeholder, std::size_t first_position) {
+void Remove(document::RichText& text, std::u16string_view placeholder, std::size_t first_position) {
     const std::u16string wanted = ToLower(placeholder);
     const std::vector<std::size_t> fallbacks = Fallbacks(wanted);
     const std::u16string plain = text.PlainText();
@@ -64,17 +64,17 @@ bool IsRtf(std::u16string_view stored) {
     return stored.starts_with(u"{\\rtf");
 }
 
-RichText StoredText(std::u16string_view stored, Placeholders placeholders) {
-    RichText text = ReadRtf(IsRtf(stored) ? WithParagraphs(Utilities().DeleteRtfTxtColorMark(stored), u"\\par ")
-                                          : WithParagraphs(stored, u"\r\n"));
+document::RichText StoredText(std::u16string_view stored, Placeholders placeholders) {
+    document::RichText text = document::ReadRtf(
+        IsRtf(stored) ? WithParagraphs(WithoutBlackColorTables(stored), u"\\par ") : WithParagraphs(stored, u"\r\n"));
     const std::size_t first = placeholders == Placeholders::Go ? 0 : kFirstFoundPosition;
     Remove(text, u"[%user%]", first);
     Remove(text, u"%user%", first);
     return text;
 }
 
-RichText OptionsText(const TextCollection& options, Placeholders placeholders) {
-    RichText text;
+document::RichText OptionsText(const TextCollection& options, Placeholders placeholders) {
+    document::RichText text;
     text.AppendText(u"选择项:");
     std::int32_t place = 0;
     for (const TextCollection::Entry& option : options) {
@@ -86,8 +86,8 @@ RichText OptionsText(const TextCollection& options, Placeholders placeholders) {
     return text;
 }
 
-RichText QuestionText(std::u16string_view title, const TextCollection* options) {
-    RichText text = StoredText(title, Placeholders::Go);
+document::RichText QuestionText(std::u16string_view title, const TextCollection* options) {
+    document::RichText text = StoredText(title, Placeholders::Go);
     if (options == nullptr || options->Count() == 0) return text;
     text.EndParagraph();
     text.EndParagraph();

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "bank/text_collection.h"
-#include "ui/document/rich_text.h"
+#include "document/rich_text.h"
 
 namespace qmtrain::ui {
 
@@ -21,12 +21,13 @@ bool IsRtf(std::u16string_view stored);
 
 // A text from a question bank, RTF or plain, in which "^p" ends a paragraph: without the black colour tables that text
 // boxes leave behind, and without placeholders.
-RichText StoredText(std::u16string_view stored, Placeholders placeholders = Placeholders::GoUpToTheBeginning);
+document::RichText StoredText(std::u16string_view stored, Placeholders placeholders = Placeholders::GoUpToTheBeginning);
 
 // "选择项:" and the options, each in a paragraph of its own behind its letter.
-RichText OptionsText(const TextCollection& options, Placeholders placeholders = Placeholders::GoUpToTheBeginning);
+document::RichText OptionsText(const TextCollection& options,
+                               Placeholders placeholders = Placeholders::GoUpToTheBeginning);
 
 // The stem and, if there are any, the options below it; all placeholders go.
-RichText QuestionText(std::u16string_view title, const TextCollection* options);
+document::RichText QuestionText(std::u16string_view title, const TextCollection* options);
 
 }  // namespace qmtrain::ui

@@ -21,12 +21,12 @@ constexpr std::size_t kLongText = 20000;
 // The most that can be scrolled; a text of a few megabytes can ask for more than toolkits count.
 constexpr std::int64_t kMostHeight = 1 << 30;
 
-wxColour ToColour(const std::optional<Rgb>& color, wxSystemColour automatic) {
+wxColour ToColour(const std::optional<document::Rgb>& color, wxSystemColour automatic) {
     return color ? wxColour(color->red, color->green, color->blue) : wxSystemSettings::GetColour(automatic);
 }
 
 // Documents are written for white paper: on a dark window their dark letters could not be read.
-wxColour LetterColour(const CharacterFormat& format) {
+wxColour LetterColour(const document::CharacterFormat& format) {
     constexpr double kLeastContrast = 0.25;
     const wxColour own = ToColour(format.color, wxSYS_COLOUR_WINDOWTEXT);
     const wxColour paper = ToColour(format.background, wxSYS_COLOUR_WINDOW);
@@ -66,7 +66,7 @@ RichTextView::RichTextView(wxWindow* parent)
 
 RichTextView::~RichTextView() = default;
 
-void RichTextView::SetText(RichText text) {
+void RichTextView::SetText(document::RichText text) {
     text_ = std::move(text);
     anchor_ = caret_ = 0;
     measurer_->ForgetPictures();
@@ -84,7 +84,7 @@ void RichTextView::DoSetSize(int x, int y, int width, int height, int flags) {
 void RichTextView::Arrange() {
     const int margin = FromDIP(kMargin);
     const int width = std::max(1, GetClientSize().x - 2 * margin);
-    layout_ = DocumentLayout(text_, width, *measurer_);
+    layout_ = document::DocumentLayout(text_, width, *measurer_);
     SetVirtualSize(width, static_cast<int>(std::min(layout_.Height() + std::int64_t{2} * margin, kMostHeight)));
     Refresh();
 }
@@ -96,25 +96,26 @@ void RichTextView::Paint() {
     const int margin = FromDIP(kMargin);
     const int top = CalcUnscrolledPosition(wxPoint(0, 0)).y - margin;
     dc.SetDeviceOrigin(margin, 0);
-    const std::vector<Line>& lines = layout_.Lines();
+    const std::vector<document::Line>& lines = layout_.Lines();
     for (std::size_t i = layout_.LineAt(top); i < lines.size() && lines[i].top < top + GetClientSize().y; ++i) {
         PaintLine(dc, lines[i], static_cast<int>(lines[i].top - top));
     }
 }
 
-void RichTextView::PaintLine(wxDC& dc, const Line& line, int top) {
+void RichTextView::PaintLine(wxDC& dc, const document::Line& line, int top) {
     PaintSelection(dc, line, top);
     if (line.bullet_of != nullptr) {
-        const CharacterFormat format = line.pieces.empty() ? CharacterFormat{} : line.pieces.front().run->format;
+        const document::CharacterFormat format =
+            line.pieces.empty() ? document::CharacterFormat{} : line.pieces.front().run->format;
         dc.SetFont(measurer_->FontOf(format));
         dc.SetTextForeground(LetterColour(format));
         dc.DrawText(ToWx(line.bullet_of->format.bullet), line.bullet_x,
                     top + line.ascent - measurer_->HeightOf(format).ascent);
     }
-    for (const Piece& piece : line.pieces) PaintPiece(dc, line, piece, top);
+    for (const document::Piece& piece : line.pieces) PaintPiece(dc, line, piece, top);
 }
 
-void RichTextView::PaintPiece(wxDC& dc, const Line& line, const Piece& piece, int line_top) {
+void RichTextView::PaintPiece(wxDC& dc, const document::Line& line, const document::Piece& piece, int line_top) {
     const int baseline = line_top + line.ascent;
     if (piece.run->picture) {
         const wxSize size(piece.width, piece.picture_height);
@@ -122,11 +123,11 @@ void RichTextView::PaintPiece(wxDC& dc, const Line& line, const Piece& piece, in
         return;
     }
     if (piece.text == u"\t" || piece.text == u"\v") return;
-    const CharacterFormat& format = piece.run->format;
-    const Measurer::Height height = measurer_->HeightOf(format);
+    const document::CharacterFormat& format = piece.run->format;
+    const document::Measurer::Height height = measurer_->HeightOf(format);
     int top = baseline - height.ascent;
-    if (format.script == Script::Superscript) top = line_top;
-    if (format.script == Script::Subscript) top = line_top + line.height - height.ascent - height.descent;
+    if (format.script == document::Script::Superscript) top = line_top;
+    if (format.script == document::Script::Subscript) top = line_top + line.height - height.ascent - height.descent;
     if (format.background) {
         dc.SetPen(*wxTRANSPARENT_PEN);
         dc.SetBrush(ToColour(format.background, wxSYS_COLOUR_WINDOW));
@@ -143,12 +144,12 @@ void RichTextView::PaintPiece(wxDC& dc, const Line& line, const Piece& piece, in
 }
 
 // Behind the text, so that it shows through.
-void RichTextView::PaintSelection(wxDC& dc, const Line& line, int top) {
+void RichTextView::PaintSelection(wxDC& dc, const document::Line& line, int top) {
     const auto [from, to] = std::minmax(anchor_, caret_);
     wxColour colour = wxSystemSettings::GetColour(wxSYS_COLOUR_HIGHLIGHT);
     dc.SetPen(*wxTRANSPARENT_PEN);
     dc.SetBrush(colour.ChangeLightness(160));
-    for (const Piece& piece : line.pieces) {
+    for (const document::Piece& piece : line.pieces) {
         const std::size_t begin = std::max(from, piece.position);
         const std::size_t end = std::min(to, piece.position + piece.text.size());
         if (begin >= end) continue;

@@ -6,8 +6,8 @@
 
 #include <wx/scrolwin.h>
 
-#include "ui/document/rich_text.h"
-#include "ui/document_layout.h"
+#include "document/document_layout.h"
+#include "document/rich_text.h"
 #include "ui/scrollbar_room.h"
 
 namespace qmtrain::ui {
@@ -19,8 +19,8 @@ public:
     explicit RichTextView(wxWindow* parent);
     ~RichTextView() override;
 
-    void SetText(RichText text);
-    const RichText& Text() const { return text_; }
+    void SetText(document::RichText text);
+    const document::RichText& Text() const { return text_; }
 
     // What is selected, as plain text.
     std::u16string Selection() const;
@@ -33,15 +33,15 @@ private:
     void Arrange();
     void Paint();
     // `top` is the line's, in the window.
-    void PaintLine(wxDC& dc, const Line& line, int top);
-    void PaintPiece(wxDC& dc, const Line& line, const Piece& piece, int line_top);
-    void PaintSelection(wxDC& dc, const Line& line, int top);
+    void PaintLine(wxDC& dc, const document::Line& line, int top);
+    void PaintPiece(wxDC& dc, const document::Line& line, const document::Piece& piece, int line_top);
+    void PaintSelection(wxDC& dc, const document::Line& line, int top);
     void OnKey(wxKeyEvent& event);
     std::size_t PositionOf(const wxMouseEvent& event);
     void CopySelection() const;
 
-    RichText text_;
-    DocumentLayout layout_;
+    document::RichText text_;
+    document::DocumentLayout layout_;
     std::unique_ptr<ScreenMeasurer> measurer_;
     ScrollbarRoom scrollbars_;
     std::size_t anchor_ = 0;  // the selection lies between the two

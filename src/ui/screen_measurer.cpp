@@ -26,9 +26,9 @@ wxBitmap Frame(wxSize size) {
 
 }  // namespace
 
-ScreenMeasurer::Face& ScreenMeasurer::FaceOf(const CharacterFormat& format) {
+ScreenMeasurer::Face& ScreenMeasurer::FaceOf(const document::CharacterFormat& format) {
     if (last_face_ != nullptr && last_format_ == format) return *last_face_;
-    const bool small = format.script != Script::Normal;
+    const bool small = format.script != document::Script::Normal;
     const FontKey key{format.font, format.half_points, format.bold, format.italic, format.underline, small};
     auto found = faces_.find(key);
     if (found == faces_.end()) {
@@ -64,7 +64,7 @@ int ScreenMeasurer::WidthOf(char16_t unit, Face& face) {
     return known - 1;
 }
 
-int ScreenMeasurer::Width(std::u16string_view text, const CharacterFormat& format) {
+int ScreenMeasurer::Width(std::u16string_view text, const document::CharacterFormat& format) {
     if (!by_character_) return WidthOnScreen(text, FaceOf(format));
     Face& face = FaceOf(format);
     int width = 0;
@@ -72,7 +72,7 @@ int ScreenMeasurer::Width(std::u16string_view text, const CharacterFormat& forma
     return width;
 }
 
-std::vector<int> ScreenMeasurer::Widths(std::u16string_view text, const CharacterFormat& format) {
+std::vector<int> ScreenMeasurer::Widths(std::u16string_view text, const document::CharacterFormat& format) {
     std::vector<int> widths;
     widths.reserve(text.size());
     Face& face = FaceOf(format);
@@ -97,7 +97,7 @@ std::vector<int> ScreenMeasurer::Widths(std::u16string_view text, const Characte
     return widths;
 }
 
-Measurer::Height ScreenMeasurer::HeightOf(const CharacterFormat& format) {
+document::Measurer::Height ScreenMeasurer::HeightOf(const document::CharacterFormat& format) {
     Face& face = FaceOf(format);
     if (face.height.ascent < 0) {
         int width = 0;
@@ -113,7 +113,7 @@ int ScreenMeasurer::Pixels(int twips) {
     return twips == 0 ? 0 : ToPixels(window_, twips);
 }
 
-const wxBitmap& ScreenMeasurer::BitmapOf(const Picture& picture, wxSize size) {
+const wxBitmap& ScreenMeasurer::BitmapOf(const document::Picture& picture, wxSize size) {
     wxBitmap& bitmap = bitmaps_[{&picture, size.x, size.y}];
     if (bitmap.IsOk()) return bitmap;
     const wxImage image = DecodePicture(picture, size);

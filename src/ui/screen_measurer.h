@@ -11,27 +11,27 @@
 #include <wx/dcclient.h>
 #include <wx/font.h>
 
-#include "ui/document_layout.h"
+#include "document/document_layout.h"
 
 namespace qmtrain::ui {
 
-class ScreenMeasurer : public Measurer {
+class ScreenMeasurer : public document::Measurer {
 public:
     explicit ScreenMeasurer(wxWindow& window) : window_(window) {}
 
-    int Width(std::u16string_view text, const CharacterFormat& format) override;
-    std::vector<int> Widths(std::u16string_view text, const CharacterFormat& format) override;
-    Height HeightOf(const CharacterFormat& format) override;
+    int Width(std::u16string_view text, const document::CharacterFormat& format) override;
+    std::vector<int> Widths(std::u16string_view text, const document::CharacterFormat& format) override;
+    Height HeightOf(const document::CharacterFormat& format) override;
     int Pixels(int twips) override;
 
-    const wxFont& FontOf(const CharacterFormat& format) { return FaceOf(format).font; }
+    const wxFont& FontOf(const document::CharacterFormat& format) { return FaceOf(format).font; }
 
     // A long text is measured by the widths of its characters, each asked for once: to ask the screen for every line of
     // it takes seconds. What that leaves out, kerning and ligatures, is a pixel here and there.
     void MeasureCharacters(bool by_character) { by_character_ = by_character; }
 
     // The picture at that size; an empty frame when it cannot be read.
-    const wxBitmap& BitmapOf(const Picture& picture, wxSize size);
+    const wxBitmap& BitmapOf(const document::Picture& picture, wxSize size);
 
     // Pictures of a text that is gone.
     void ForgetPictures() { bitmaps_.clear(); }
@@ -48,16 +48,16 @@ private:
         std::map<unsigned, WidthsOfPage> widths{};
     };
 
-    Face& FaceOf(const CharacterFormat& format);
+    Face& FaceOf(const document::CharacterFormat& format);
     int WidthOnScreen(std::u16string_view text, const Face& face);
     int WidthOf(char16_t unit, Face& face);
 
     wxWindow& window_;
     std::map<FontKey, Face> faces_;
-    CharacterFormat last_format_;  // of last_face_
+    document::CharacterFormat last_format_;  // of last_face_
     Face* last_face_ = nullptr;
     bool by_character_ = false;
-    std::map<std::tuple<const Picture*, int, int>, wxBitmap> bitmaps_;
+    std::map<std::tuple<const document::Picture*, int, int>, wxBitmap> bitmaps_;
 };
 
 }  // namespace qmtrain::ui

@@ -3,16 +3,16 @@
 
 #include <wx/window.h>
 
-#include "ui/document/picture.h"
+#include "document/picture.h"
 
 namespace qmtrain::ui {
 
 inline int ToPixels(const wxWindow& window, int twips) {
-    return window.FromDIP(twips / kTwipsPerPixel);
+    return window.FromDIP(twips / document::kTwipsPerPixel);
 }
 
 inline int ToTwips(const wxWindow& window, int pixels) {
-    return window.ToDIP(pixels) * kTwipsPerPixel;
+    return window.ToDIP(pixels) * document::kTwipsPerPixel;
 }
 
 }  // namespace qmtrain::ui

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "automation/scripted_object.h"
+#include "support/raised.h"
 
 namespace qmtrain::automation {
 namespace {
@@ -17,15 +18,6 @@ using test::ScriptedObject;
 
 Object ObjectOf(const ComPtr<ScriptedObject>& scripted) {
     return Object(scripted.As<IDispatch>());
-}
-
-AutomationError ErrorOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const AutomationError& error) {
-        return error;
-    }
-    return {0, u"", u""};
 }
 
 TEST(DispatchTest, PassesAndAnswers) {
@@ -47,8 +39,8 @@ TEST(DispatchTest, PassesAndAnswers) {
         object.Set(u"Value", Null{});
         object.Get(u"Count");
         EXPECT_EQ(scripted->Lookups(), 3) << "a name is looked up once";
-        EXPECT_EQ(ErrorOf([&] { object.Call(u"NoSuchMember"); }).Number(), 438);
-        EXPECT_EQ(ErrorOf([&] { Object().Call(u"Open"); }).Number(), 91);
+        EXPECT_EQ(ErrorOf([&] { object.Call(u"NoSuchMember"); }), 438);
+        EXPECT_EQ(ErrorOf([&] { Object().Call(u"Open"); }), 91);
     }
     EXPECT_EQ(scripted->References(), 1);
     ASSERT_EQ(calls.size(), 4U);
@@ -71,7 +63,7 @@ TEST(DispatchTest, AnObjectInAResult) {
         EXPECT_EQ(fields.Get(), inner.Get());
     }
     EXPECT_EQ(inner->References(), 1);
-    EXPECT_EQ(ErrorOf([&] { Object(object.Get(u"Count")); }).Number(), 91);
+    EXPECT_EQ(ErrorOf([&] { Object(object.Get(u"Count")); }), 91);
 }
 
 HRESULT STDMETHODCALLTYPE FillInLate(EXCEPINFO* exception) {
@@ -110,7 +102,7 @@ TEST(DispatchTest, ErrorsOfTheObject) {
             exception = c.exception;
             return c.result;
         });
-        const AutomationError error = ErrorOf([&] { ObjectOf(scripted).Call(u"Open"); });
+        const AutomationError error = RaisedBy([&] { ObjectOf(scripted).Call(u"Open"); });
         EXPECT_EQ(error.Number(), c.number) << c.name;
         EXPECT_NE(error.Description().find(u"Open"), std::u16string::npos) << c.name << ": " << error.what();
     }
@@ -122,7 +114,7 @@ TEST(DispatchTest, AnErrorArrivesAsItWasRaised) {
             FillException(AutomationError(number, u"来源", u"说明"), exception);
             return DISP_E_EXCEPTION;
         });
-        const AutomationError error = ErrorOf([&] { ObjectOf(scripted).Call(u"Open"); });
+        const AutomationError error = RaisedBy([&] { ObjectOf(scripted).Call(u"Open"); });
         EXPECT_EQ(error.Number(), number);
         EXPECT_EQ(error.Source(), u"来源");
         EXPECT_EQ(error.Description(), u"说明");
@@ -137,7 +129,7 @@ TEST(DispatchTest, AFailureNeverLooksLikeSuccess) {
     for (const auto& [number, code] : codes) EXPECT_EQ(static_cast<std::uint32_t>(CodeOf(number)), code) << number;
     const auto silent =
         ScriptedObject::Make([](const ScriptedCall&, VARIANT&, EXCEPINFO&) { return DISP_E_EXCEPTION; });
-    EXPECT_EQ(ErrorOf([&] { ObjectOf(silent).Call(u"Open"); }).Number(), 440);
+    EXPECT_EQ(ErrorOf([&] { ObjectOf(silent).Call(u"Open"); }), 440);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "automation/scripted_object.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "support/raised.h"
 
 namespace qmtrain::automation {
 namespace {
@@ -24,15 +25,6 @@ VARIANT Of(VARTYPE type, const std::function<void(VARIANT&)>& fill = {}) {
     if (fill) fill(variant);
     variant.vt = type;
     return variant;
-}
-
-std::int32_t ErrorOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const AutomationError& error) {
-        return error.Number();
-    }
-    return 0;
 }
 
 TEST(VariantTest, WhatOtherProgramsPass) {

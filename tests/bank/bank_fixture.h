@@ -17,6 +17,7 @@
 #include "dao/jet_database.h"
 #include "jet/support/scratch.h"
 #include "support/ordinary_user.h"
+#include "support/raised.h"
 
 namespace qmtrain::test {
 
@@ -25,17 +26,6 @@ inline constexpr auto kRefused = static_cast<std::int32_t>(0x80040001);
 
 inline Bytes BytesOf(std::string_view text) {
     return {text.begin(), text.end()};
-}
-
-// The error that the body raises; number 0 for none.
-template <class Body>
-AutomationError ErrorOf(Body body) {
-    try {
-        body();
-    } catch (const AutomationError& error) {
-        return error;
-    }
-    return {0, u"", u""};
 }
 
 class BankTest : public testing::Test {

@@ -113,7 +113,7 @@ TEST_F(DataInfoTest, PathsAreTestedInTheirEditionOnly) {
         SCOPED_TRACE(c.name);
         DataInfo info;
         info.IsNet(c.is_net);
-        const AutomationError error = ErrorOf([&] {
+        const AutomationError error = RaisedBy([&] {
             if (c.is_net)
                 info.LocalMdbPath(c.local_path);
             else

@@ -338,7 +338,7 @@ TEST_F(QuestionItemTest, PathsAreThoseOfWindows) {
     EXPECT_EQ(item.LocalPaperMdb(), Path(u"BANKS\\vb.MDB"));
     for (const std::u16string& path : {Path(u"Banks"), Path(u"x.mdb"), std::u16string()}) {
         item.IsNet(!item.IsNet());  // tested in both editions
-        const AutomationError error = ErrorOf([&] { item.LocalPaperMdb(path); });
+        const AutomationError error = RaisedBy([&] { item.LocalPaperMdb(path); });
         EXPECT_EQ(error.Number(), kRefused);
         EXPECT_EQ(error.Source(), u"QuestionItem");
         EXPECT_EQ(error.Description(), u"指定的文件[" + path + u"]不存在!");

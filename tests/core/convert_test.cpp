@@ -7,22 +7,10 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "support/raised.h"
 
 namespace qmtrain {
 namespace {
-
-std::string Shown(const Value& value) {
-    return ToUtf8(ToText(value));
-}
-
-int ErrorOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const AutomationError& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 TEST(ToTextOf, Numbers) {
     struct Case {

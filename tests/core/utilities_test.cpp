@@ -9,6 +9,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "support/raised.h"
 
 namespace qmtrain {
 namespace {
@@ -18,15 +19,6 @@ using Items = std::vector<std::u16string>;
 constexpr auto kInvalidCall = static_cast<std::int32_t>(ErrorNumber::InvalidProcedureCall);
 constexpr auto kOverflow = static_cast<std::int32_t>(ErrorNumber::Overflow);
 const Utilities kUtilities;
-
-std::int32_t ErrorOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const AutomationError& error) {
-        return error.Number();
-    }
-    return 0;
-}
 
 TEST(Utilities, ReverseSearch) {
     const Value none = std::int16_t{0};

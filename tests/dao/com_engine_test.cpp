@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include "automation/scripted_object.h"
-#include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
@@ -29,6 +28,7 @@
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "support/environment.h"
+#include "support/raised.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -83,12 +83,6 @@ public:
     const std::vector<std::string>& Lines() const { return lines_; }
 
 private:
-    static std::string Shown(const Value& value) {
-        if (value.IsNull()) return "Null";
-        if (value.GetType() == Value::Type::Binary) return std::to_string(value.Binary().size()) + " bytes";
-        return ToUtf8(ToText(value));
-    }
-
     std::vector<std::string> lines_;
 };
 
@@ -152,7 +146,7 @@ void Notes(const std::u16string& folder, Tale& tale) {
 }
 
 void RecordSets(const std::u16string& folder, Tale& tale) {
-    const Connection database(ClientDatabase(folder));
+    const Connection database(InFolder(folder, u"Client.mdb"));
     const auto rows = database->OpenRecordset(u"Select * From Tbl_SubjectBrief Order By SubjectCode");
     const auto current = [&] { return rows->Fields(u"subjectcode").Value(); };
     tale.Tell("name", [&] { return database->Name().substr(folder.size()); });
@@ -255,7 +249,7 @@ void RecordSets(const std::u16string& folder, Tale& tale) {
 }
 
 void Statements(const std::u16string& folder, Tale& tale) {
-    const auto database = Engine::Instance().OpenDatabase(ClientDatabase(folder));
+    const auto database = Engine::Instance().OpenDatabase(InFolder(folder, u"Client.mdb"));
     const auto execute = [&](const char16_t* statement) {
         return [&database, statement] { database->Execute(statement); };
     };
@@ -308,7 +302,7 @@ void Statements(const std::u16string& folder, Tale& tale) {
 }
 
 void AfterTheDatabase(const std::u16string& folder, Tale& tale) {
-    const auto database = Engine::Instance().OpenDatabase(ClientDatabase(folder));
+    const auto database = Engine::Instance().OpenDatabase(InFolder(folder, u"Client.mdb"));
     const auto rows = database->OpenRecordset(u"Tbl_SubjectBrief");
     Field& field = rows->Fields(0);
     tale.Do("close", [&] { database->Close(); });
@@ -348,7 +342,7 @@ protected:
         Engine::Instance().Use(std::move(engine));
         story.run(folder, tale);
         Engine::Instance().Use(nullptr);
-        const auto database = JetDatabase::Open(ClientDatabase(folder));
+        const auto database = JetDatabase::Open(InFolder(folder, u"Client.mdb"));
         const jet::CheckReport report = jet::CheckDatabase(database->Storage());
         for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
         for (const char16_t* table : {u"TrainInfo", u"TrainResult", u"Notes", u"Tbl_SubjectBrief"}) {
@@ -482,13 +476,13 @@ TEST(ChosenEngineTest, EachApartmentHasItsOwn) {
     test::SetEnvironment("QMTRAININFO_DAO_PROGID", "QmTrainTest.DBEngine");
     const ScratchFolder scratch;
     const std::u16string folder = FromNativePath(scratch.Path());
-    CreateClientDatabase(folder);
+    Create(folder, u"Client.mdb");
     Engine::Instance().ReleaseSystem();
     for (int round = 0; round < 2; ++round) {
         std::thread([&] {
             EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
             {
-                const auto database = Engine::Instance().OpenDatabase(ClientDatabase(folder));
+                const auto database = Engine::Instance().OpenDatabase(InFolder(folder, u"Client.mdb"));
                 EXPECT_EQ(dynamic_cast<JetDatabase*>(database.get()), nullptr) << "not the machine's";
                 database->OpenRecordset(u"Select * From Notes");
             }

@@ -16,6 +16,7 @@
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"
+#include "support/raised.h"
 
 namespace qmtrain::dao {
 
@@ -44,17 +45,6 @@ protected:
 
     std::u16string Name(std::u16string_view file) const {
         return FromNativePath(folder_.Path()) + u"\\" + std::u16string(file);
-    }
-
-    // Number of the error that the body raises, 0 for none.
-    static std::int32_t ErrorOf(const std::function<void()>& body) {
-        try {
-            body();
-        } catch (const AutomationError& error) {
-            EXPECT_FALSE(error.Description().empty());
-            return error.Number();
-        }
-        return 0;
     }
 
     // The values of one column, joined with blanks.

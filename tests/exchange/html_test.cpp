@@ -64,13 +64,13 @@ TEST(Html, PicturesComeFromTheFileOrTheText) {
         return std::nullopt;
     };
     TextNotes notes;
-    const ui::RichText text = FromHtml(u"看<img src=\"@@PLUGINFILE@@/dot.png\" width=\"20\">", files, notes);
-    const ui::Run& run = text.Paragraphs()[0].runs[1];
+    const document::RichText text = FromHtml(u"看<img src=\"@@PLUGINFILE@@/dot.png\" width=\"20\">", files, notes);
+    const document::Run& run = text.Paragraphs()[0].runs[1];
     ASSERT_TRUE(notes.errors.empty()) << ToUtf8(notes.errors[0]);
     ASSERT_NE(run.picture, nullptr);
-    EXPECT_EQ(run.picture->kind, ui::Picture::Kind::Png);
-    EXPECT_EQ(run.picture->width, 20 * ui::kTwipsPerPixel);
-    EXPECT_EQ(run.picture->height, 10 * ui::kTwipsPerPixel);
+    EXPECT_EQ(run.picture->kind, document::Picture::Kind::Png);
+    EXPECT_EQ(run.picture->width, 20 * document::kTwipsPerPixel);
+    EXPECT_EQ(run.picture->height, 10 * document::kTwipsPerPixel);
     const std::u16string data = u"<img src=\"data:image/png;base64," + FromUtf8(kDot) + u"\">";
     ASSERT_TRUE(notes.errors.empty()) << ToUtf8(notes.errors[0]);
     EXPECT_NE(FromHtml(data, {}, notes).Paragraphs()[0].runs[0].picture, nullptr);

@@ -46,32 +46,34 @@ private:
         return kWords[Number(0, std::size(kWords) - 1)];
     }
 
-    ui::CharacterFormat Format() {
-        ui::CharacterFormat format;
+    document::CharacterFormat Format() {
+        document::CharacterFormat format;
         if (Number(0, 2) != 0) return format;
         format.bold = Number(0, 2) == 0;
         format.italic = Number(0, 3) == 0;
         format.underline = Number(0, 4) == 0;
         format.strike_out = Number(0, 6) == 0;
-        if (Number(0, 4) == 0) format.script = Number(0, 1) == 0 ? ui::Script::Superscript : ui::Script::Subscript;
+        if (Number(0, 4) == 0)
+            format.script = Number(0, 1) == 0 ? document::Script::Superscript : document::Script::Subscript;
         if (Number(0, 4) == 0) format.font = kProgramFont;
         return format;
     }
 
-    ui::RichText Text() {
+    document::RichText Text() {
         const bool plain = Number(0, 1) == 0;
-        ui::RichText text;
+        document::RichText text;
         int item = 0;
         for (int line = Number(1, 3); line > 0; --line) {
-            ui::ParagraphFormat paragraph;
+            document::ParagraphFormat paragraph;
             if (!plain && Number(0, 4) == 0) paragraph.bullet = Number(0, 1) == 0 ? u"•" : u"1.";
             item = paragraph.bullet == u"1." ? item + 1 : 0;
             if (item > 0) paragraph.bullet = ToText(item) + u".";
             text.SetParagraphFormat(paragraph);
             for (int run = Number(1, 3); run > 0; --run) {
-                text.AppendText(Word(), plain ? ui::CharacterFormat{} : Format());
+                text.AppendText(Word(), plain ? document::CharacterFormat{} : Format());
                 if (!plain && Number(0, 9) == 0) {
-                    text.AppendPicture({ui::Picture::Kind::Png, DotBytes(), 15 * Number(1, 90), 15 * Number(1, 90)});
+                    text.AppendPicture(
+                        {document::Picture::Kind::Png, DotBytes(), 15 * Number(1, 90), 15 * Number(1, 90)});
                 }
             }
             if (line > 1) text.EndParagraph();
@@ -90,22 +92,22 @@ private:
 
     Question One(bool several_blanks, bool more) {
         Question question;
-        question.kind = static_cast<Kind>(Number(0, 4));
+        question.kind = static_cast<QuestionKind>(Number(0, 4));
         question.stem = Text();
         if (Number(0, 2) == 0) question.analysis = Text();
         if (Number(0, 2) == 0)
             question.category = u"数据结构/" + std::u16string(1, static_cast<char16_t>(u'A' + Number(0, 3)));
         if (more && Number(0, 1) == 0) question.difficulty = Number(1, 3);
         switch (question.kind) {
-            case Kind::Single:
-            case Kind::Multiple:
+            case QuestionKind::Single:
+            case QuestionKind::Multiple:
                 for (int i = Number(2, 6); i > 0; --i)
-                    question.options.push_back({Text(), question.kind == Kind::Multiple && Number(0, 1) == 0});
+                    question.options.push_back({Text(), question.kind == QuestionKind::Multiple && Number(0, 1) == 0});
                 question.options[static_cast<std::size_t>(Number(0, static_cast<int>(question.options.size()) - 1))]
                     .right = true;
                 break;
-            case Kind::YesNo: question.is_true = Number(0, 1) == 0; break;
-            case Kind::Fill:
+            case QuestionKind::YesNo: question.is_true = Number(0, 1) == 0; break;
+            case QuestionKind::Fill:
                 for (int i = several_blanks ? Number(1, 3) : 1; i > 0; --i) {
                     Blank blank = {Answer()};
                     if (Number(0, 1) == 0) {
@@ -116,10 +118,11 @@ private:
                 for (std::size_t i = 0; i < question.blanks.size(); ++i)
                     question.stem.AppendText(u"，" + BlankText(i + 1));
                 break;
-            case Kind::Operation:
+            case QuestionKind::Operation:
                 if (more) question.requirements = u"要求" + Answer();
                 if (more && Number(0, 1) == 0) question.keywords = u"要点#" + Answer();
                 break;
+            case QuestionKind::Unknown: break;
         }
         return question;
     }

@@ -53,7 +53,7 @@ TEST(Metafiles, ComeBackFromEveryFormat) {
                      0, 5, 0, 0, 0, 0x13, 2,  1, 0, 2, 0, 3, 0, 0, 0, 0, 0};
     Question question;
     question.stem = PlainRichText(u"图");
-    question.stem.AppendPicture({ui::Picture::Kind::Metafile, drawing, 600, 300});
+    question.stem.AppendPicture({document::Picture::Kind::Metafile, drawing, 600, 300});
     question.options = {{PlainRichText(u"一"), true}, {PlainRichText(u"二"), false}};
     for (const Format format : {Format::Gift, Format::Csv, Format::MoodleXml}) {
         std::vector<Notice> notices;

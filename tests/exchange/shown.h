@@ -12,7 +12,7 @@
 namespace qmtrain::exchange {
 
 // The text if it is plain, else its HTML, with "/" for the ends of lines.
-inline std::string ShownText(const ui::RichText& text) {
+inline std::string ShownText(const document::RichText& text) {
     std::string out = ToUtf8(IsPlain(text) ? text.PlainText() : ToHtml(text));
     for (char& unit : out) {
         if (unit == '\n') unit = '/';
@@ -24,8 +24,8 @@ inline std::string ShownText(const ui::RichText& text) {
 inline std::string Shown(const Question& question) {
     std::string out = ToUtf8(InfoOf(question.kind).name) + "|" + ShownText(question.stem);
     for (const Option& option : question.options) out += (option.right ? "|+" : "|-") + ShownText(option.text);
-    if (question.kind == Kind::YesNo) out += question.is_true ? "|对" : "|错";
-    if (question.kind == Kind::Fill) out += "|" + ToUtf8(StoredAnswer(question));
+    if (question.kind == QuestionKind::YesNo) out += question.is_true ? "|对" : "|错";
+    if (question.kind == QuestionKind::Fill) out += "|" + ToUtf8(StoredAnswer(question));
     if (!question.requirements.empty()) out += "|要求:" + ToUtf8(question.requirements);
     if (!IsEmpty(question.analysis)) out += "|解析:" + ShownText(question.analysis);
     if (!question.category.empty()) out += "|分类:" + ToUtf8(question.category);

@@ -24,7 +24,7 @@ inline std::string Broken(std::string_view bytes, Format format) {
     for (const Question& question : import.questions) {
         if (!ProblemOf(question).empty()) return "a question that no bank can hold";
         if (Canonical(question.stem) != question.stem) return "a stem that is not canonical";
-        const ui::RichText shown = ui::StoredText(StoredText(question.stem), ui::Placeholders::Go);
+        const document::RichText shown = ui::StoredText(StoredText(question.stem), ui::Placeholders::Go);
         if (Canonical(shown) != question.stem && WarningOf(question).empty()) return "a stem that is shown otherwise";
     }
     for (const Format other : {Format::Gift, Format::Csv, Format::MoodleXml}) {
@@ -38,7 +38,7 @@ inline std::string Broken(std::string_view bytes, Format format) {
         }
         std::vector<const Question*> written;
         for (const Question& question : import.questions) {
-            const bool several = question.kind == Kind::Fill && question.blanks.size() > 1;
+            const bool several = question.kind == QuestionKind::Fill && question.blanks.size() > 1;
             if (other != Format::Gift || !several) written.push_back(&question);
         }
         // In a sheet a mark in the stem that is no blank's makes the answer look wrong: the question is refused there.
@@ -50,7 +50,8 @@ inline std::string Broken(std::string_view bytes, Format format) {
         if (again.questions.size() != written.size()) return "a question that a format loses";
         for (std::size_t i = 0; i < written.size(); ++i) {
             if (Canonical(again.questions[i].stem) != written[i]->stem) return "another stem";
-            if (written[i]->kind != Kind::Operation && StoredAnswer(again.questions[i]) != StoredAnswer(*written[i])) {
+            if (written[i]->kind != QuestionKind::Operation &&
+                StoredAnswer(again.questions[i]) != StoredAnswer(*written[i])) {
                 return "another answer";
             }
         }

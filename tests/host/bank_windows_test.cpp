@@ -7,13 +7,13 @@
 #include <wx/prntbase.h>
 
 #include "exchange/html.h"
-#include "host/bank_menu.h"
-#include "host/bank_window.h"
-#include "host/form_dialog.h"
-#include "host/import_dialog.h"
-#include "host/question_editor.h"
-#include "host/rich_editor.h"
-#include "host/rules_dialog.h"
+#include "host/banks/bank_menu.h"
+#include "host/banks/bank_window.h"
+#include "host/banks/import_dialog.h"
+#include "host/banks/question_editor.h"
+#include "host/papers/rules_dialog.h"
+#include "host/widgets/form_dialog.h"
+#include "host/widgets/rich_editor.h"
 #include "host_fixture.h"
 #include "ui/support/message_boxes.h"
 #include "ui/support/window_script.h"
@@ -78,18 +78,18 @@ TEST_F(BankWindowTest, AQuestionIsFoundChangedAndTakenBack) {
 }
 
 TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
-    ui::RichText text;
-    ui::CharacterFormat bold;
+    document::RichText text;
+    document::CharacterFormat bold;
     bold.bold = true;
-    ui::CharacterFormat raised;
-    raised.script = ui::Script::Superscript;
-    ui::CharacterFormat program;
+    document::CharacterFormat raised;
+    raised.script = document::Script::Superscript;
+    document::CharacterFormat program;
     program.font = exchange::kProgramFont;
     text.AppendText(u"平常");
     text.AppendText(u"粗体", bold);
     text.AppendText(u"2", raised);
     text.AppendParagraph(u"int i;", program);
-    ui::ParagraphFormat item;
+    document::ParagraphFormat item;
     item.bullet = u"•";
     text.AppendParagraph(u"一项", {}, item);
     text = exchange::Canonical(text);
@@ -105,7 +105,7 @@ TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
     editor->SetRich(exchange::PlainRichText(u"x2"));
     editor->SetSelection(1, 2);
     editor->ToggleScript(true);
-    EXPECT_EQ(editor->GetRich().Paragraphs()[0].runs.back().format.script, ui::Script::Superscript);
+    EXPECT_EQ(editor->GetRich().Paragraphs()[0].runs.back().format.script, document::Script::Superscript);
     editor->ToggleScript(true);
     EXPECT_TRUE(exchange::IsPlain(editor->GetRich()));
 }
@@ -176,7 +176,7 @@ TEST_F(BankWindowTest, WrittenTextIsNotLostAndTabLeadsOn) {
         .Do([&] { Press(WXK_TAB); })
         .Await("the analysis", [&] { return editor.TxtAnalysis->HasFocus(); })
         .Do([&] {
-            editor.CboKind->SetSelection(static_cast<int>(exchange::Kind::Fill));
+            editor.CboKind->SetSelection(static_cast<int>(QuestionKind::Fill));
             wxCommandEvent event(wxEVT_CHOICE);
             editor.CboKind->ProcessWindowEvent(event);
             Press(WXK_ESCAPE);
@@ -227,12 +227,12 @@ TEST_F(BankWindowTest, APaperIsMadeByRules) {
     WindowScript script;
     script
         .Do([&] {
-            dialog.SpnCounts[Kind::Single]->SetValue(200);
+            dialog.SpnCounts[QuestionKind::Single]->SetValue(200);
             boxes_.Expect(wxID_OK);
             Click(*dialog.BtnOK);
         })
         .Await("why not", [&] { return !boxes_.HasSaid(); })
-        .Do([&] { dialog.SpnCounts[Kind::Single]->SetValue(4); })
+        .Do([&] { dialog.SpnCounts[QuestionKind::Single]->SetValue(4); })
         .DoLast([&] { Click(*dialog.BtnOK); });
     EXPECT_EQ(script.Play(dialog), wxID_OK);
     EXPECT_EQ(FindPaper(data_, dialog.PaperNo()).value().questions.size(), 4U);

@@ -6,10 +6,10 @@
 
 #include "exchange/bank_file.h"
 #include "exchange/formats.h"
-#include "host/bank_editing.h"
-#include "host/paper_rules.h"
-#include "host/paper_sheet.h"
-#include "host/question_use.h"
+#include "host/banks/bank_editing.h"
+#include "host/papers/paper_rules.h"
+#include "host/papers/paper_sheet.h"
+#include "host/papers/question_use.h"
 #include "host_fixture.h"
 #include "notes/note.h"
 #include "records/train_result.h"
@@ -40,7 +40,8 @@ protected:
         PaperRules rules;
         rules.title = u"测验";
         rules.banks = {u"DS"};
-        for (const Kind kind : {Kind::Single, Kind::Multiple, Kind::YesNo, Kind::Fill, Kind::Operation}) {
+        for (const QuestionKind kind : {QuestionKind::Single, QuestionKind::Multiple, QuestionKind::YesNo,
+                                        QuestionKind::Fill, QuestionKind::Operation}) {
             rules.parts[kind].count = 1;
         }
         return rules;
@@ -60,8 +61,7 @@ protected:
         const auto rows = results.GetRecordset(train_id);
         std::string out;
         for (; !rows->Eof(); rows->MoveNext()) {
-            const review::PaperSource source{data_.path, data_.Banks(), data_.LocalPaper(), edition == Edition::Network,
-                                             -1,         train_id};
+            const review::PaperSource source{SourceIn(data_, edition, -1, -1), train_id};
             out += ToUtf8(review::ShowQuestionItem(source, review::ReadPaperRow(*rows, 1)).title.PlainText()) + "|";
         }
         return out;
@@ -123,8 +123,8 @@ TEST_F(BanksTest, TheSameRulesGiveTheSamePaper) {
     PaperRules rules;
     rules.title = u"测验";
     rules.banks = {u"JC"};
-    rules.parts[Kind::Single] = {5, 3};
-    rules.parts[Kind::YesNo].count = 3;
+    rules.parts[QuestionKind::Single] = {5, 3};
+    rules.parts[QuestionKind::YesNo].count = 3;
     rules.seed = 7;
     const std::string first = Questions(MakePaper(data_, rules));
     EXPECT_EQ(Questions(MakePaper(data_, rules)), first);
@@ -151,7 +151,7 @@ TEST_F(BanksTest, SeldomUsedQuestionsComeFirst) {
     PaperRules rules;
     rules.title = u"少用的";
     rules.banks = {u"JC", u"DS"};
-    rules.parts[Kind::Single].count = 6;
+    rules.parts[QuestionKind::Single].count = 6;
     rules.seldom_first = true;
     const auto used = UsesOf(data_, u"JC");
     int unused = 0;
@@ -170,7 +170,7 @@ TEST_F(BanksTest, RulesThatCannotBeMetAreRefused) {
         std::function<void(PaperRules&)> change;
         const char* reason;
     } cases[] = {
-        {"too many", [](PaperRules& rules) { rules.parts[Kind::Single].count = 9; },
+        {"too many", [](PaperRules& rules) { rules.parts[QuestionKind::Single].count = 9; },
          "试题不够，没有组卷：\n单选题要 9 题，符合条件的只有 1 题。"},
         {"too hard", [](PaperRules& rules) { rules.least_difficulty = 3; },
          "试题不够，没有组卷：\n单选题要 1 题，符合条件的只有 0 题。\n多选题要 1 题，符合条件的只有 0 题。\n填空题要 1 "
@@ -185,13 +185,13 @@ TEST_F(BanksTest, RulesThatCannotBeMetAreRefused) {
         {"a bank twice",
          [](PaperRules& rules) {
              rules.banks = {u"DS", u"ds"};
-             rules.parts[Kind::Single].count = 2;
+             rules.parts[QuestionKind::Single].count = 2;
          },
          "试题不够，没有组卷：\n单选题要 2 题，符合条件的只有 1 题。"},
         {"endless points",
-         [](PaperRules& rules) { rules.parts[Kind::Single].points = std::numeric_limits<float>::infinity(); },
+         [](PaperRules& rules) { rules.parts[QuestionKind::Single].points = std::numeric_limits<float>::infinity(); },
          "每题的分数应当大于 0，最多 1000。"},
-        {"points below none", [](PaperRules& rules) { rules.parts[Kind::Fill].points = -5; },
+        {"points below none", [](PaperRules& rules) { rules.parts[QuestionKind::Fill].points = -5; },
          "每题的分数应当大于 0，最多 1000。"},
         {"no code", [](PaperRules& rules) { rules.banks = {u"D'S"}; }, "题库目录中没有代码为“D'S”的题库。"},
         {"no title", [](PaperRules& rules) { rules.title = u" "; }, "请输入试卷名称。"},
@@ -328,11 +328,11 @@ TEST_F(BanksTest, TheListTellsWhatHistoriesKnow) {
     const std::u16string rec_no = practice.Place(0).rec_no;
     BankEditing editing(data_);
     editing.Open(u"JC");
-    const auto rows = editing.Rows(exchange::Kind::Single, rec_no);
+    const auto rows = editing.Rows(QuestionKind::Single, rec_no);
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(ToUtf8(rows[0].cells[static_cast<std::size_t>(BankCell::Times)]), "1");
     EXPECT_EQ(ToUtf8(rows[0].cells[static_cast<std::size_t>(BankCell::Rate)]), "0%");
-    EXPECT_EQ(editing.Rows(exchange::Kind::Multiple, u"").size(), 6U);
+    EXPECT_EQ(editing.Rows(QuestionKind::Multiple, u"").size(), 6U);
     EXPECT_EQ(editing.Rows({}, u"cpu　缓冲").size(), 1U) << "in the stem and in an option";
     EXPECT_NE(ToUtf8(editing.WarningBeforeRemoval(rec_no)).find("出现过 1 次"), std::string::npos);
     EXPECT_NE(ToUtf8(editing.WarningBeforeRemoval(rec_no)).find("份试卷用到这道题"), std::string::npos);

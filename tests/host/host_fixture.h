@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
@@ -17,12 +17,12 @@
 #include "dao/dao.h"
 #include "dao/jet_database.h"
 #include "dao/new_database.h"
-#include "host/data_folder.h"
-#include "host/papers.h"
-#include "host/practice.h"
-#include "host/sample_data.h"
-#include "host/sample_questions.h"
-#include "host/unfinished.h"
+#include "host/data/data_folder.h"
+#include "host/papers/papers.h"
+#include "host/practice/practice.h"
+#include "host/practice/unfinished.h"
+#include "host/samples/sample_data.h"
+#include "host/samples/sample_questions.h"
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "host/main_window.h"
-#include "host/practice_window.h"
+#include "host/app/main_window.h"
+#include "host/practice/practice_window.h"
 #include "host_fixture.h"
 #include "ui/support/message_boxes.h"
 #include "ui/support/toolkit_complaints.h"

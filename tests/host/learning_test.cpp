@@ -2,13 +2,13 @@
 
 #include <cmath>
 
-#include "host/analysis.h"
-#include "host/learning_tables.h"
-#include "host/overview.h"
-#include "host/question_times.h"
-#include "host/review_schedule.h"
-#include "host/schema.h"
-#include "host/wrong_book.h"
+#include "host/data/learning_tables.h"
+#include "host/data/schema.h"
+#include "host/learning/analysis.h"
+#include "host/learning/review_schedule.h"
+#include "host/learning/wrong_book.h"
+#include "host/practice/overview.h"
+#include "host/practice/question_times.h"
 #include "host_fixture.h"
 #include "learning/practice_history.h"
 

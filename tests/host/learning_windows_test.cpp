@@ -1,11 +1,11 @@
 // A candidate's wrong questions appear, are practised and disappear; the schedule moves; the analysis leads on.
 
-#include "host/analysis_window.h"
-#include "host/hand_in_dialog.h"
-#include "host/main_window.h"
-#include "host/practice_window.h"
-#include "host/review_window.h"
-#include "host/wrong_window.h"
+#include "host/app/main_window.h"
+#include "host/learning/analysis_window.h"
+#include "host/learning/review_window.h"
+#include "host/learning/wrong_window.h"
+#include "host/practice/hand_in_dialog.h"
+#include "host/practice/practice_window.h"
 #include "host_fixture.h"
 #include "ui/support/message_boxes.h"
 #include "ui/support/window_script.h"

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "host/form_dialog.h"
-#include "host/hand_in_dialog.h"
-#include "host/note_dialog.h"
+#include "host/practice/hand_in_dialog.h"
+#include "host/widgets/form_dialog.h"
+#include "host/widgets/note_dialog.h"
 #include "host_window_fixture.h"
 #include "notes/frm_notes.h"
 #include "review/frm_train.h"
@@ -292,7 +292,7 @@ TEST_F(HostWindowTest, AnEmptyFolderSaysWhatToDo) {
     EXPECT_EQ(LabelOf(*main.LblNothing), "这个科目还没有试卷。");
     ComposeDialog* compose = nullptr;
     In(compose)
-        .Do([&] { compose->SpnCounts[Kind::Single]->SetValue(2); })
+        .Do([&] { compose->SpnCounts[QuestionKind::Single]->SetValue(2); })
         .DoLast([&] { Click(*compose->BtnOK); })
         .Play([&] { main.BtnNothing->ProcessWindowEvent(click); });
     ASSERT_EQ(main.LvPapers->GetItemCount(), 1);

@@ -1,6 +1,6 @@
 // Marking answers.
 
-#include "host/marking.h"
+#include "host/papers/marking.h"
 
 #include <tuple>
 
@@ -19,13 +19,13 @@ TEST(Marking, Answers) {
         float score;
         std::u16string_view error;
     };
-    const Task single{Kind::Single, u"2", u"", 2};
-    const Task multiple{Kind::Multiple, u"5", u"", 6};
-    const Task yes{Kind::YesNo, u"-1", u"", 3};
-    const Task no{Kind::YesNo, u"0", u"", 3};
-    const Task fill{Kind::Fill, u"a#b@C D", u"", 5};
-    const Task three{Kind::Fill, u"a@b@c", u"", 10};
-    const Task operation{Kind::Operation, u"", u"md LX#copy#+r", 40};
+    const Task single{QuestionKind::Single, u"2", u"", 2};
+    const Task multiple{QuestionKind::Multiple, u"5", u"", 6};
+    const Task yes{QuestionKind::YesNo, u"-1", u"", 3};
+    const Task no{QuestionKind::YesNo, u"0", u"", 3};
+    const Task fill{QuestionKind::Fill, u"a#b@C D", u"", 5};
+    const Task three{QuestionKind::Fill, u"a@b@c", u"", 10};
+    const Task operation{QuestionKind::Operation, u"", u"md LX#copy#+r", 40};
     const std::u16string_view none = u"没有作答。";
     const Case cases[] = {
         {"right choice", single, u"2", 2, u""},
@@ -54,7 +54,7 @@ TEST(Marking, Answers) {
         {"all keywords", operation, u"MD lx\r\nCOPY a b\r\nattrib +r b", 40, u""},
         {"a keyword missing", operation, u"md LX, copy", 26.67F, u"缺少要点：+r。"},
         {"nothing written", operation, u" \r\n　", 0, none},
-        {"a kind that nobody marks", {Kind::Unknown, u"1", u"", 5}, u"1", 0, u""},
+        {"a kind that nobody marks", {QuestionKind::Unknown, u"1", u"", 5}, u"1", 0, u""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -67,13 +67,13 @@ TEST(Marking, Answers) {
 }
 
 TEST(Marking, HowMuchIsAnswered) {
-    const std::tuple<Kind, int, std::u16string_view, Answered> cases[] = {
-        {Kind::Single, 0, u"4", Answered::Yes},       {Kind::Single, 0, u"0", Answered::No},
-        {Kind::YesNo, 0, u"0", Answered::Yes},        {Kind::YesNo, 0, u"", Answered::No},
-        {Kind::Fill, 2, u"", Answered::No},           {Kind::Fill, 2, u" @　", Answered::No},
-        {Kind::Fill, 2, u"a@ ", Answered::Partly},    {Kind::Fill, 2, u"@b", Answered::Partly},
-        {Kind::Fill, 2, u"a@b", Answered::Yes},       {Kind::Fill, 3, u"a@b", Answered::Partly},
-        {Kind::Operation, 0, u" \r\n", Answered::No}, {Kind::Operation, 0, u"md", Answered::Yes},
+    const std::tuple<QuestionKind, int, std::u16string_view, Answered> cases[] = {
+        {QuestionKind::Single, 0, u"4", Answered::Yes},       {QuestionKind::Single, 0, u"0", Answered::No},
+        {QuestionKind::YesNo, 0, u"0", Answered::Yes},        {QuestionKind::YesNo, 0, u"", Answered::No},
+        {QuestionKind::Fill, 2, u"", Answered::No},           {QuestionKind::Fill, 2, u" @　", Answered::No},
+        {QuestionKind::Fill, 2, u"a@ ", Answered::Partly},    {QuestionKind::Fill, 2, u"@b", Answered::Partly},
+        {QuestionKind::Fill, 2, u"a@b", Answered::Yes},       {QuestionKind::Fill, 3, u"a@b", Answered::Partly},
+        {QuestionKind::Operation, 0, u" \r\n", Answered::No}, {QuestionKind::Operation, 0, u"md", Answered::Yes},
     };
     for (const auto& [kind, blanks, answer, answered] : cases) {
         EXPECT_EQ(IsAnswered(kind, blanks, answer), answered) << ToUtf8(answer);
@@ -81,7 +81,7 @@ TEST(Marking, HowMuchIsAnswered) {
 }
 
 TEST(Marking, ErrorsForPrograms) {
-    const Task task{Kind::Operation, u"", u"<h2>#a&b", 2};
+    const Task task{QuestionKind::Operation, u"", u"<h2>#a&b", 2};
     EXPECT_EQ(ToUtf8(MarkAnswer(task, u"x").error_xml),
               "<errors><error>缺少要点：&lt;h2&gt;。</error><error>缺少要点：a&amp;b。</error></errors>");
 }

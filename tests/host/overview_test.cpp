@@ -1,13 +1,13 @@
 // What the windows say without being windows: figures, cells, open questions, own papers, names.
 
-#include "host/overview.h"
+#include "host/practice/overview.h"
 
 #include "core/format.h"
-#include "host/compose.h"
-#include "host/navigator.h"
-#include "host/people.h"
-#include "host/schema.h"
-#include "host/settings.h"
+#include "host/data/people.h"
+#include "host/data/schema.h"
+#include "host/data/settings.h"
+#include "host/papers/compose.h"
+#include "host/practice/navigator.h"
 #include "host_fixture.h"
 
 namespace qmtrain::host {
@@ -80,10 +80,10 @@ TEST_F(OverviewTest, OutcomesByKind) {
         outcome.rate_before = before;
         EXPECT_EQ(ToUtf8(ChangeText(outcome)), text);
     }
-    EXPECT_EQ(ToUtf8(ShownAnswer(Kind::Fill, u"a#b@ ")), "a 或 b；（空）");
-    EXPECT_EQ(
-        ToUtf8(ShownAnswer(Kind::Multiple, u"5") + ShownAnswer(Kind::YesNo, u"") + ShownAnswer(Kind::YesNo, u"0")),
-        "AC（未作答）错");
+    EXPECT_EQ(ToUtf8(ShownAnswer(QuestionKind::Fill, u"a#b@ ")), "a 或 b；（空）");
+    EXPECT_EQ(ToUtf8(ShownAnswer(QuestionKind::Multiple, u"5") + ShownAnswer(QuestionKind::YesNo, u"") +
+                     ShownAnswer(QuestionKind::YesNo, u"0")),
+              "AC（未作答）错");
     EXPECT_EQ(ToUtf8(DurationText(65) + u" " + DurationText(3725) + u" " + ClockText(59) + u" " + ClockText(3605)),
               "1 分 05 秒 1 小时 02 分 00:59 1:00:05");
 }
@@ -129,12 +129,12 @@ TEST_F(OverviewTest, PapersAreDrawnFromABank) {
     const std::vector<Bank> banks = BanksOf(own, Edition::StandAlone);
     ASSERT_EQ(banks.size(), 3U);
     EXPECT_EQ(banks[0].name, u"计算机基础与网络");
-    EXPECT_EQ(banks[0].questions.count(Kind::Operation), 0U);
+    EXPECT_EQ(banks[0].questions.count(QuestionKind::Operation), 0U);
     EXPECT_NE(banks[1].problem, u"");
     PaperPlan plan = UsualPlan(banks[0]);
-    EXPECT_GT(plan.counts[Kind::Single], 10);
-    plan.counts[Kind::Single] = 3;
-    plan.counts[Kind::Fill] = 1000;
+    EXPECT_GT(plan.counts[QuestionKind::Single], 10);
+    plan.counts[QuestionKind::Single] = 3;
+    plan.counts[QuestionKind::Fill] = 1000;
     const std::int32_t paper_no = ComposePaper(own, banks[0], plan, 7);
     const std::int32_t second = ComposePaper(own, banks[0], plan, 8);
     const Paper paper = FindPaper(own, paper_no).value();
@@ -142,12 +142,12 @@ TEST_F(OverviewTest, PapersAreDrawnFromABank) {
     EXPECT_EQ(SubjectsOf(own).size(), 1U);
     const std::int32_t candidate = SaveCandidate(own, {-1, u"周舟", u"28"});
     Practice practice(own, paper, {candidate});
-    EXPECT_EQ(practice.Content(0).kind, Kind::Single);
-    EXPECT_EQ(practice.Content(3).kind, Kind::Multiple);
+    EXPECT_EQ(practice.Content(0).kind, QuestionKind::Single);
+    EXPECT_EQ(practice.Content(3).kind, QuestionKind::Multiple);
     practice.HandIn();
     EXPECT_EQ(ReadOverview(own, candidate, 1).papers[0].times, 1);
     for (const PaperPlan& bad : {PaperPlan{u" ", 30, plan.counts}, PaperPlan{u"x", 0, plan.counts},
-                                 PaperPlan{u"x", 30, {{Kind::Operation, 3}}}}) {
+                                 PaperPlan{u"x", 30, {{QuestionKind::Operation, 3}}}}) {
         EXPECT_THROW(ComposePaper(own, banks[0], bad, 1), AutomationError);
     }
     EXPECT_EQ(BanksOf(data_, Edition::Network).size(), 2U);

@@ -7,7 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "host/practice.h"
+#include "host/practice/practice.h"
 #include "host_fixture.h"
 
 namespace {

@@ -1,10 +1,10 @@
 // Practising: answers are kept, a practice that was broken off goes on, and results are recorded.
 
-#include "host/practice.h"
+#include "host/practice/practice.h"
 
-#include "host/compose.h"
-#include "host/schema.h"
-#include "host/settings.h"
+#include "host/data/schema.h"
+#include "host/data/settings.h"
+#include "host/papers/compose.h"
 #include "host_fixture.h"
 
 namespace qmtrain::host {

@@ -1,9 +1,9 @@
 // A candidate at the screen: practises, looks at what came out, reviews the paper; with the mouse and with the keyboard
 // alone.
 
-#include "core/client_folder.h"
-#include "host/hand_in_dialog.h"
-#include "host/note_dialog.h"
+#include "bank/client_folder.h"
+#include "host/practice/hand_in_dialog.h"
+#include "host/widgets/note_dialog.h"
 #include "host_window_fixture.h"
 #include "review/frm_train.h"
 #include "review/frm_view_paper.h"

@@ -3,8 +3,8 @@
 #include <fstream>
 
 #include "bank/bank_fixture.h"
-#include "host/history_list.h"
-#include "host/options.h"
+#include "host/commands/history_list.h"
+#include "host/commands/options.h"
 #include "host_fixture.h"
 #include "review/review_fixture.h"
 
@@ -14,7 +14,7 @@ namespace {
 using Words = std::vector<std::string>;
 
 std::string Refusal(const Words& words) {
-    const AutomationError error = test::ErrorOf([&] { ParseOptions(words); });
+    const AutomationError error = RaisedBy([&] { ParseOptions(words); });
     EXPECT_TRUE(error.Number() == 0 || error.Number() == kComponentError);
     return ToUtf8(error.Description());
 }
@@ -36,23 +36,23 @@ TEST(Options, AreRead) {
     EXPECT_EQ(all.output, Options::Output::Json);
     EXPECT_EQ(ParseOptions({"init", "F"}).data, u"F");
     EXPECT_EQ(ParseOptions({"seed", "--trainings", "0"}).trainings, 0);
-    EXPECT_TRUE(ParseOptions({"list", "-h"}).help);
+    EXPECT_NE(ParseOptions({"list", "-h"}).help, "");
     EXPECT_TRUE(ParseOptions({"--version"}).version);
     EXPECT_FALSE(none.user_named);
     EXPECT_TRUE(all.user_named);
     for (const char* command : {"init", "seed", "list", "papers", "practice", "history", "notes"}) {
-        EXPECT_NE(std::string(kHelp).find(std::string("  ") + command), std::string::npos) << command;
+        EXPECT_NE(ParseOptions({"--help"}).help.find(std::string("  ") + command), std::string::npos) << command;
     }
 }
 
 TEST(Options, AreRefused) {
-    EXPECT_EQ(Refusal({"exam"}), "不认识的参数：exam");
-    EXPECT_EQ(Refusal({"list", "notes"}), "不认识的参数：notes");
-    EXPECT_EQ(Refusal({"list", "F"}), "不认识的参数：F");
-    EXPECT_EQ(Refusal({"--quick"}), "不认识的参数：--quick");
+    EXPECT_EQ(Refusal({"exam"}), "不认识的参数：exam；--help 列出用法。");
+    EXPECT_EQ(Refusal({"list", "notes"}), "不认识的参数：notes；--help 列出用法。");
+    EXPECT_EQ(Refusal({"list", "F"}), "不认识的参数：F；--help 列出用法。");
+    EXPECT_EQ(Refusal({"--quick"}), "不认识的参数：--quick；--help 列出用法。");
     EXPECT_EQ(Refusal({"init", "A", "B"}), "只能有一个文件夹：A、B");
     EXPECT_EQ(Refusal({"init", "--data", "A", "B"}), "只能有一个文件夹：A、B");
-    EXPECT_EQ(Refusal({"--user"}), "--user 后面缺少内容。");
+    EXPECT_EQ(Refusal({"--user"}), "参数 --user 后面的内容太少或太多；--help 列出用法。");
     for (const char* text : {"x", "", "1.5", "-2", "1e9", "--net"}) {
         EXPECT_EQ(Refusal({"--user", text}), std::string("--user 后面应当是一个整数：") + text);
     }
@@ -137,7 +137,7 @@ TEST_F(DataFolderTest, ListTellsWhatIsWrong) {
     const std::string whole = test::ReadText(At("Client.mdb"));
     for (const std::string& content : {whole.substr(0, 9000), std::string("no database")}) {
         std::ofstream(At("Client.mdb"), std::ios::binary) << content;
-        const AutomationError error = test::ErrorOf([&] { HistoryText(options); });
+        const AutomationError error = RaisedBy([&] { HistoryText(options); });
         EXPECT_EQ(error.Number(), kComponentError);
         EXPECT_NE(ToUtf8(error.Description()).find("Client.mdb"), std::string::npos) << error.what();
     }
@@ -173,7 +173,7 @@ TEST_F(HistoryTextTest, ListsWhatTheWindowLists) {
     options.user = 8;
     EXPECT_EQ(HistoryText(options), "");
     options.data = Path() + u"\\x";
-    EXPECT_EQ(ErrorOf([&] { HistoryText(options); }).Number(), kComponentError);
+    EXPECT_EQ(ErrorOf([&] { HistoryText(options); }), kComponentError);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The sample questions, papers and histories.
 
-#include "host/sample_data.h"
+#include "host/samples/sample_data.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include "bank/client_folder.h"
 #include "bank/fill_answer.h"
 #include "bank/question_item.h"
-#include "core/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
@@ -23,21 +23,22 @@
 #include "dao/dao.h"
 #include "dao/jet_database.h"
 #include "dao/new_database.h"
-#include "host/data_folder.h"
-#include "host/papers.h"
-#include "host/sample_questions.h"
+#include "host/data/data_folder.h"
+#include "host/papers/papers.h"
+#include "host/samples/sample_questions.h"
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"
 #include "records/summary_query.h"
 #include "ui/question_text.h"
 
-namespace qmtrain::host {
+namespace qmtrain {
 
-void PrintTo(Kind kind, std::ostream* out) {
-    *out << ToUtf8(RowOf(kind).type_name);
+void PrintTo(QuestionKind kind, std::ostream* out) {
+    *out << ToUtf8(KindName(kind));
 }
 
+namespace host {
 namespace {
 
 using test::ScratchFolder;
@@ -64,13 +65,13 @@ std::size_t CountOf(std::u16string_view text, std::u16string_view wanted) {
 
 TEST(SampleQuestions, EnoughOfEachKind) {
     for (const SampleBank& bank : SampleBanks()) {
-        std::map<Kind, int> counts;
+        std::map<QuestionKind, int> counts;
         for (const SampleQuestion& question : bank.questions) ++counts[question.kind];
-        EXPECT_GE(counts[Kind::Single], 12);
-        EXPECT_GE(counts[Kind::Multiple], 5);
-        EXPECT_GE(counts[Kind::YesNo], 6);
-        EXPECT_GE(counts[Kind::Fill], 6);
-        EXPECT_GE(counts[Kind::Operation], 4);
+        EXPECT_GE(counts[QuestionKind::Single], 12);
+        EXPECT_GE(counts[QuestionKind::Multiple], 5);
+        EXPECT_GE(counts[QuestionKind::YesNo], 6);
+        EXPECT_GE(counts[QuestionKind::Fill], 6);
+        EXPECT_GE(counts[QuestionKind::Operation], 4);
     }
     std::set<std::u16string> numbers;
     std::set<std::u16string> titles;
@@ -78,7 +79,7 @@ TEST(SampleQuestions, EnoughOfEachKind) {
         EXPECT_TRUE(numbers.insert(question.rec_no).second);
         EXPECT_TRUE(titles.insert(question.title).second);
         EXPECT_EQ(question.rec_no.substr(0, 2), bank.code);
-        EXPECT_EQ(question.rec_no.substr(2, 2), RowOf(question.kind).table_code);
+        EXPECT_EQ(question.rec_no.substr(2, 2), InfoOf(question.kind).table_code);
         EXPECT_EQ(question.rec_no.size(), 8U);
         EXPECT_EQ(FindSampleQuestion(question.rec_no), &question);
     });
@@ -90,7 +91,7 @@ void CheckChoice(const SampleQuestion& question) {
     EXPECT_EQ(std::set(question.options.begin(), question.options.end()).size(), 4U);
     const auto bits = static_cast<unsigned>(ToLong(question.answer));
     EXPECT_LT(bits, 1U << question.options.size());
-    if (question.kind == Kind::Single) {
+    if (question.kind == QuestionKind::Single) {
         EXPECT_EQ(std::popcount(bits), 1);
     } else {
         EXPECT_GE(std::popcount(bits), 2);
@@ -132,12 +133,12 @@ TEST(SampleQuestions, AnswersAreWellFormed) {
         EXPECT_GE(question.distinction, 1);
         EXPECT_LE(question.distinction, 3);
         switch (question.kind) {
-            case Kind::Single:
-            case Kind::Multiple: CheckChoice(question); break;
-            case Kind::YesNo: EXPECT_TRUE(question.answer == u"-1" || question.answer == u"0"); break;
-            case Kind::Fill: CheckFill(question); break;
-            case Kind::Operation: CheckOperation(question); break;
-            case Kind::Unknown: ADD_FAILURE() << "no kind"; break;
+            case QuestionKind::Single:
+            case QuestionKind::Multiple: CheckChoice(question); break;
+            case QuestionKind::YesNo: EXPECT_TRUE(question.answer == u"-1" || question.answer == u"0"); break;
+            case QuestionKind::Fill: CheckFill(question); break;
+            case QuestionKind::Operation: CheckOperation(question); break;
+            case QuestionKind::Unknown: ADD_FAILURE() << "no kind"; break;
         }
     });
 }
@@ -147,7 +148,7 @@ TEST(SampleQuestions, StemsLeaveNothingBehind) {
         std::vector<std::u16string> texts = question.options;
         texts.push_back(question.title);
         for (const std::u16string& stored : texts) {
-            const ui::RichText text = ui::StoredText(stored);
+            const document::RichText text = ui::StoredText(stored);
             const std::u16string plain = text.PlainText();
             EXPECT_NE(plain, u"");
             for (const char16_t* word : {u"\\rtf", u"\\par", u"\\u", u"\\'", u"\\f1", u"{\\", u"fonttbl", u"Courier",
@@ -259,7 +260,7 @@ TEST_F(SampleDataTest, EveryQuestionLoadsInBothEditions) {
             ASSERT_TRUE(item.InitQuestionItem(problem)) << ToUtf8(problem);
             EXPECT_EQ(item.Title(), question.title);
             EXPECT_EQ(item.Answer(), question.answer);
-            EXPECT_EQ(KindOf(item.QuestionType()), question.kind);
+            EXPECT_EQ(item.Kind(), question.kind);
             const bool has_options = is_net && !question.options.empty();
             ASSERT_EQ(item.ChoiceItems() != nullptr, has_options);
             if (!has_options) return;
@@ -285,7 +286,7 @@ TEST_F(SampleDataTest, PapersAreComplete) {
             EXPECT_TRUE(numbers.emplace(paper.theory_no, paper.operation_no).second);
             sizes.insert(paper.questions.size());
             std::set<std::u16string> rec_nos;
-            std::set<Kind> kinds;
+            std::set<QuestionKind> kinds;
             std::int32_t number = 0;
             for (const PaperQuestion& place : paper.questions) {
                 SCOPED_TRACE(ToUtf8(place.rec_no));
@@ -293,14 +294,15 @@ TEST_F(SampleDataTest, PapersAreComplete) {
                 EXPECT_TRUE(rec_nos.insert(place.rec_no).second);
                 for (const Edition edition : {Edition::Network, Edition::StandAlone}) {
                     const Question question = LoadQuestion(folder_, edition, bank.subject, place);
-                    const bool choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
+                    const bool choice =
+                        question.kind == QuestionKind::Single || question.kind == QuestionKind::Multiple;
                     EXPECT_EQ(question.options.size(), choice ? 4 : 0);
-                    EXPECT_EQ(place.type, RowOf(question.kind).type);
-                    EXPECT_EQ(place.keywords.empty(), question.kind != Kind::Operation);
+                    EXPECT_EQ(place.type, InfoOf(question.kind).type);
+                    EXPECT_EQ(place.keywords.empty(), question.kind != QuestionKind::Operation);
                     kinds.insert(question.kind);
                 }
             }
-            EXPECT_EQ(kinds.contains(Kind::Operation), paper.operation_no > 0);
+            EXPECT_EQ(kinds.contains(QuestionKind::Operation), paper.operation_no > 0);
             EXPECT_EQ(kinds.size() > 1, paper.theory_no > 0);
             if (paper.title != u"模拟练习") continue;
             EXPECT_EQ(kinds.size(), 5U);
@@ -352,4 +354,5 @@ TEST_F(SampleDataTest, HistoryIsOneOfFinishedTrainings) {
 }
 
 }  // namespace
-}  // namespace qmtrain::host
+}  // namespace host
+}  // namespace qmtrain

@@ -1,8 +1,8 @@
 // What a screen reader says of the host's windows.
 
-#include "host/form_dialog.h"
-#include "host/hand_in_dialog.h"
-#include "host/note_dialog.h"
+#include "host/practice/hand_in_dialog.h"
+#include "host/widgets/form_dialog.h"
+#include "host/widgets/note_dialog.h"
 #include "host_window_fixture.h"
 #include "ui/support/accessible_tree.h"
 

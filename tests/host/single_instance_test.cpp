@@ -1,5 +1,5 @@
 // A folder that is opened twice.
-#include "host/single_instance.h"
+#include "host/app/single_instance.h"
 
 #include <atomic>
 #include <thread>

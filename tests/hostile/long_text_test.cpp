@@ -7,8 +7,8 @@
 
 #include "bank/fill_answer.h"
 #include "core/text.h"
+#include "document/support/fixed_measurer.h"
 #include "ui/question_text.h"
-#include "ui/support/fixed_measurer.h"
 
 namespace qmtrain::test {
 namespace {
@@ -25,7 +25,7 @@ std::u16string Repeated(std::u16string_view part, std::size_t units = kLong) {
 // Counts the units that it is asked for: that says more than a clock on a busy machine.
 class CountingMeasurer : public FixedMeasurer {
 public:
-    std::vector<int> Widths(std::u16string_view text, const ui::CharacterFormat& format) override {
+    std::vector<int> Widths(std::u16string_view text, const document::CharacterFormat& format) override {
         units += text.size();
         return FixedMeasurer::Widths(text, format);
     }
@@ -46,17 +46,18 @@ private:
 };
 
 // Lines and pieces follow one another without a gap, and no line but one of a single character is too wide.
-void ExpectWhole(const ui::RichText& text, const ui::DocumentLayout& layout, int width) {
+void ExpectWhole(const document::RichText& text, const document::DocumentLayout& layout, int width) {
     const std::u16string plain = text.PlainText();
     std::size_t position = 0;
     std::int64_t top = 0;
-    for (const ui::Line& line : layout.Lines()) {
+    for (const document::Line& line : layout.Lines()) {
         ASSERT_GE(line.top, top);
         top = line.top + line.height;
-        if (position < plain.size() && plain[position] == ui::kParagraphEnd && line.position > position) ++position;
+        if (position < plain.size() && plain[position] == document::kParagraphEnd && line.position > position)
+            ++position;
         ASSERT_EQ(line.position, position);
         int right = 0;
-        for (const ui::Piece& piece : line.pieces) {
+        for (const document::Piece& piece : line.pieces) {
             ASSERT_EQ(piece.position, position);
             position += piece.text.size();
             const bool blank = piece.text.find_first_not_of(u" \t\v") == std::u16string_view::npos;
@@ -81,11 +82,11 @@ TEST(LongTexts, AreLaidOut) {
     };
     for (const auto& [name, plain] : texts) {
         SCOPED_TRACE(name);
-        ui::RichText text;
+        document::RichText text;
         text.AppendText(plain);
         for (const int width : {407, 1}) {
             CountingMeasurer measurer;
-            const ui::DocumentLayout layout(text, width, measurer);
+            const document::DocumentLayout layout(text, width, measurer);
             EXPECT_LT(measurer.units, 4 * plain.size());
             ExpectWhole(text, layout, width);
         }
@@ -93,20 +94,20 @@ TEST(LongTexts, AreLaidOut) {
 }
 
 TEST(LongTexts, OfManyFormatsAreLaidOut) {
-    ui::RichText text;
+    document::RichText text;
     for (std::size_t i = 0; i < kLong / 4; ++i) text.AppendText(u"ab中，", {.bold = i % 2 == 0});
     CountingMeasurer measurer;
-    const ui::DocumentLayout layout(text, 407, measurer);
+    const document::DocumentLayout layout(text, 407, measurer);
     EXPECT_LT(measurer.units, 4 * text.Length());
     ExpectWhole(text, layout, 407);
 }
 
 TEST(LongTexts, MayBeHigherThanAnIntCounts) {
-    ui::RichText text;
+    document::RichText text;
     text.SetParagraphFormat({.space_before = 31680, .space_after = 31680});
     text.AppendText(Repeated(u"\n", 700000));
     FixedMeasurer measurer;
-    const ui::DocumentLayout layout(text, 400, measurer);
+    const document::DocumentLayout layout(text, 400, measurer);
     EXPECT_GT(layout.Height(), std::numeric_limits<int>::max());
     ExpectWhole(text, layout, 400);
     EXPECT_EQ(layout.LineAt(layout.Lines().back().top), layout.Lines().size() - 1);

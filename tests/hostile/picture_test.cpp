@@ -6,8 +6,8 @@
 #include <wx/dialog.h>
 #include <wx/mstream.h>
 
+#include "document/rtf_reader.h"
 #include "support/peak_memory.h"
-#include "ui/document/rtf_reader.h"
 #include "ui/picture_decoder.h"
 #include "ui/rich_text_view.h"
 #include "ui/support/window_script.h"
@@ -15,7 +15,7 @@
 namespace qmtrain::test {
 namespace {
 
-using Kind = ui::Picture::Kind;
+using Kind = document::Picture::Kind;
 
 Bytes Saved(const wxImage& image, wxBitmapType type) {
     wxMemoryOutputStream stream;
@@ -89,7 +89,7 @@ TEST_F(HostilePictureTest, AMegabyteIsShownAtOnce) {
     for (const auto& [name, part] : parts) {
         std::u16string plain;
         while (plain.size() < (std::size_t{1} << 20)) plain += part;
-        ui::RichText text;
+        document::RichText text;
         text.AppendText(plain);
         const auto start = std::chrono::steady_clock::now();
         view->SetText(std::move(text));
@@ -106,8 +106,8 @@ TEST_F(HostilePictureTest, AnUnreadablePictureIsAFrame) {
     WindowScript script;
     script.Do([&] {
         view->SetText(
-            ui::ReadRtf(u"{\\rtf1 {\\pict\\pngblip\\picwgoal3000\\pichgoal3000 89504e470d0a1a0a0000000d49484452"
-                        u"00004e2000004e200806000000}\\par}"));
+            document::ReadRtf(u"{\\rtf1 {\\pict\\pngblip\\picwgoal3000\\pichgoal3000 89504e470d0a1a0a0000000d49484452"
+                              u"00004e2000004e200806000000}\\par}"));
         view->Update();
     });
     const std::size_t before = PeakMemory();

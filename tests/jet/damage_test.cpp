@@ -174,10 +174,9 @@ TEST_P(DamageOfOurs, FilesThatCannotBeOpened) {
         SCOPED_TRACE(test.name);
         files.At(kFile) = healthy;
         test.damage(files.At(kFile));
-        EXPECT_EQ(test::ErrorOf([&] { Database::Open(kFile, {.system = &files}); }),
-                  static_cast<std::int32_t>(test.number));
+        EXPECT_EQ(ErrorOf([&] { Database::Open(kFile, {.system = &files}); }), static_cast<std::int32_t>(test.number));
     }
-    EXPECT_EQ(test::ErrorOf([&] { Database::Open(u"没有.mdb", {.system = &files}); }),
+    EXPECT_EQ(ErrorOf([&] { Database::Open(u"没有.mdb", {.system = &files}); }),
               static_cast<std::int32_t>(ErrorNumber::FileNotFound));
 }
 
@@ -305,7 +304,7 @@ TEST_P(DamageOfOurs, FilesThatAreOnlyRead) {
         files.At(kFile) = anatomy.content;
         const auto database = Database::Open(kFile, {.durable = false, .system = &files});
         EXPECT_EQ(test::Rows(*database, notes).size(), 900U);
-        EXPECT_EQ(test::ErrorOf([&] {
+        EXPECT_EQ(ErrorOf([&] {
                       test::Insert(*database, notes, {Value(), u"new", u"new"});
                   }),
                   static_cast<std::int32_t>(test.number));

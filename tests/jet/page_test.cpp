@@ -168,7 +168,7 @@ TEST(StoredText, Decode) {
     }
     for (const char* damaged : {"61", "61 00 62", "FF FE 00 2D"}) {
         std::u16string text;
-        EXPECT_EQ(test::ErrorOf([&] { DecodeText(ViewOf(FromHex(damaged)), text); }),
+        EXPECT_EQ(ErrorOf([&] { DecodeText(ViewOf(FromHex(damaged)), text); }),
                   static_cast<std::int32_t>(ErrorNumber::FileDamaged))
             << damaged;
     }

@@ -15,7 +15,6 @@
 namespace qmtrain::jet {
 namespace {
 
-using test::ErrorOf;
 using test::ExpectClean;
 using test::Insert;
 using test::PagesOf;

@@ -11,7 +11,6 @@
 namespace qmtrain::jet {
 namespace {
 
-using test::ErrorOf;
 using test::Rows;
 using test::Write;
 

@@ -17,8 +17,6 @@
 namespace qmtrain::jet {
 namespace {
 
-using test::ErrorOf;
-
 constexpr std::size_t kPlace = 100;  // of a page's value
 
 // A database used page by page, and what its pages should hold.

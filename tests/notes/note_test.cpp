@@ -259,7 +259,7 @@ TEST_F(NoteTest, TheClientDatabaseMustBeThere) {
     EXPECT_FALSE(note.Init(error));
     EXPECT_EQ(error, u"\\Client.mdb数据库不存在!");
     for (const std::u16string& path : {Path() + u"\\x", Path() + u"\\x\\", std::u16string()}) {
-        const AutomationError refused = ErrorOf([&] { note.ClientPath(path); });
+        const AutomationError refused = RaisedBy([&] { note.ClientPath(path); });
         EXPECT_EQ(refused.Number(), static_cast<std::int32_t>(0x80040001));
         EXPECT_EQ(refused.Source(), u"Note.ClientPath");
         EXPECT_EQ(refused.Description(), u"目录[" + path + u"]不存在Client.mdb");

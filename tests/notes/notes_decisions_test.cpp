@@ -45,63 +45,42 @@ TEST(NotesKeys, LongNamesAreShortened) {
     EXPECT_EQ(ShortName(text), text.substr(0, 38) + u"...");
 }
 
-TEST(NotesQueries, HoldTheFiltersThatAreOn) {
-    EXPECT_EQ(BanksQuery(-1, -1), u"Select DataCode From Notes  Group by DataCode");
-    EXPECT_EQ(BanksQuery(3, -1), u"Select DataCode From Notes  Where  SubjectCode=3 Group by DataCode");
-    EXPECT_EQ(BanksQuery(-1, 7), u"Select DataCode From Notes  Where CreateUserId=7 Group by DataCode");
-    EXPECT_EQ(BanksQuery(3, 7),
-              u"Select DataCode From Notes  Where  SubjectCode=3 And CreateUserId=7 Group by DataCode");
-    EXPECT_EQ(BankNotesQuery(u"VB", -1, -1), u"Select * From Notes Where DataCode='VB' Order By CreateDate");
-    EXPECT_EQ(BankNotesQuery(u"VB", 3, 7),
-              u"Select * From Notes Where DataCode='VB' And CreateUserId=7 And SubjectCode=3 Order By CreateDate");
-}
-
 TEST(NotesTexts, AnswerBoxes) {
     struct Case {
-        std::u16string_view type;
+        QuestionKind kind;
         std::u16string_view answer;
         std::u16string_view text;
     };
     const Case cases[] = {
-        {u"单选题", u"2", u"答案为:[B]"},
-        {u"多选题", u"5", u"答案为:[A、C]"},
-        {u"多选题", u"15", u"答案为:[A、B、C、D]"},
-        {u"单选题", u"", u"答案为空!"},
-        {u"多选题", u"AC", u"答案为空!"},
-        {u"填空题", u"a#b@c", u"第[1]空答案：[a]或[b]\r\n第[2]空答案：[c]"},
-        {u"填空题", u"a", u"答案：[a]"},
-        {u"是非题", u"-1", u"答案为：[正确]"},
-        {u"是非题", u"1", u"答案为：[正确]"},
-        {u"是非题", u"true", u"答案为：[正确]"},
-        {u"是非题", u"0", u"答案为：[错误]"},
-        {u"是非题", u"False", u"答案为：[错误]"},
-        {u"是非题", u"", u"答案为：[错误]"},
-        {u"操作题", u"5", u""},
-        {u"", u"5", u""},
+        {QuestionKind::Single, u"2", u"答案为:[B]"},
+        {QuestionKind::Multiple, u"5", u"答案为:[A、C]"},
+        {QuestionKind::Multiple, u"15", u"答案为:[A、B、C、D]"},
+        {QuestionKind::Single, u"", u"答案为空!"},
+        {QuestionKind::Multiple, u"AC", u"答案为空!"},
+        {QuestionKind::Fill, u"a#b@c", u"第[1]空答案：[a]或[b]\r\n第[2]空答案：[c]"},
+        {QuestionKind::Fill, u"a", u"答案：[a]"},
+        {QuestionKind::YesNo, u"-1", u"答案为：[正确]"},
+        {QuestionKind::YesNo, u"1", u"答案为：[正确]"},
+        {QuestionKind::YesNo, u"true", u"答案为：[正确]"},
+        {QuestionKind::YesNo, u"0", u"答案为：[错误]"},
+        {QuestionKind::YesNo, u"False", u"答案为：[错误]"},
+        {QuestionKind::YesNo, u"", u"答案为：[错误]"},
+        {QuestionKind::Operation, u"5", u""},
+        {QuestionKind::Unknown, u"5", u""},
     };
-    for (const Case& c : cases) EXPECT_EQ(AnswerText(c.type, c.answer), c.text) << ToUtf8(c.type) << ToUtf8(c.answer);
+    for (const Case& c : cases)
+        EXPECT_EQ(AnswerText(c.kind, c.answer), c.text) << ToUtf8(KindName(c.kind)) << ToUtf8(c.answer);
 }
 
 TEST(NotesTexts, TheAnswerButtonIsThereForTypesThatHaveAnAnswer) {
     for (const bool now : {false, true}) {
-        for (const std::u16string_view type : {u"单选题", u"多选题", u"填空题", u"是非题"}) {
-            EXPECT_TRUE(ShowsAnswerButton(type, now));
+        for (const QuestionKind kind :
+             {QuestionKind::Single, QuestionKind::Multiple, QuestionKind::Fill, QuestionKind::YesNo}) {
+            EXPECT_TRUE(ShowsAnswerButton(kind, now));
         }
-        EXPECT_FALSE(ShowsAnswerButton(u"操作题", now));
-        EXPECT_EQ(ShowsAnswerButton(u"问答题", now), now);
+        EXPECT_FALSE(ShowsAnswerButton(QuestionKind::Operation, now));
+        EXPECT_EQ(ShowsAnswerButton(QuestionKind::Unknown, now), now);
     }
-}
-
-TEST(NotesTexts, QuestionsAndLines) {
-    EXPECT_EQ(CreateDateText({}), u"不祥");
-    EXPECT_EQ(CreateDateText(FromCivil({2005, 4, 2, 8, 30, 0})), u"2005年04月02日");
-    EXPECT_EQ(ViewTimesText(4), u"查看次数：5次");
-    EXPECT_EQ(ViewTimesText(2147483647), u"查看次数：2147483648次");
-    EXPECT_EQ(SaveQuestion(u"名"), u"笔记[名]已改变\r\n是否保存？");
-    EXPECT_EQ(DeleteQuestion(u"名"), u"是否真的删除\r\n[名]笔记？");
-    EXPECT_EQ(NoNotesInBank(u"VB"), u"模块[VB]没有笔记！");
-    EXPECT_EQ(SaveLogText(12, true), u"对笔记[12]修改保存成功");
-    EXPECT_EQ(SaveLogText(12, false), u"对笔记[12]修改保存失败");
 }
 
 // l: a list is shown, n: a note is shown, m, s: "Modify", "Save", t: a key, L: leaves the node, y: saves on leaving,

@@ -45,13 +45,13 @@ protected:
     }
 
     notes::NotesSource NotesOf(bool is_net, std::int32_t subject = -1, std::int32_t user = -1) const {
-        return {.data_mdb_path = Path(),
-                .client_path = Path(),
-                .total_path = Path(),
-                .local_paper_path = File(u"LocalPaper.mdb"),
-                .is_net = is_net,
-                .subject_code = subject,
-                .user_id = user};
+        return {{.client_path = Path(),
+                 .data_mdb_path = Path(),
+                 .local_paper_mdb = File(u"LocalPaper.mdb"),
+                 .is_net = is_net,
+                 .user_id = user,
+                 .subject_code = subject},
+                Path()};
     }
 
     std::u16string Views() const { return Column(u"Select ViewTimes From Notes Order By NoteID", u"ViewTimes"); }

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
@@ -24,6 +24,7 @@
 #include "jet/database.h"
 #include "jet/support/scratch.h"
 #include "records/schema.h"
+#include "support/raised.h"
 
 namespace qmtrain::test {
 
@@ -77,16 +78,6 @@ protected:
     }
 
     std::vector<LogEntry> Log() const { return ReadLog(LogFile()); }
-
-    // The error that the body raises; number 0 for none.
-    static AutomationError ErrorOf(const std::function<void()>& body) {
-        try {
-            body();
-        } catch (const AutomationError& error) {
-            return error;
-        }
-        return {0, u"", u""};
-    }
 
     ScratchFolder folder_;
 };

@@ -1,6 +1,5 @@
 // Candidates, subjects and question types; the folder that all classes share.
 
-
 #include "bank/question_type.h"
 #include "dao/new_database.h"
 #include "records/ncre_user.h"
@@ -63,8 +62,8 @@ TEST_F(LookupTest, ASubjectCodeIsAText) {
     SubjectInfo subject;
     subject.SubjectCode(u" 12 ");
     EXPECT_EQ(subject.SubjectCode(), u"12");
-    EXPECT_EQ(ErrorOf([&] { subject.SubjectCode(u"二"); }).Number(), static_cast<int>(ErrorNumber::TypeMismatch));
-    EXPECT_EQ(ErrorOf([&] { subject.SubjectCode(u"9999999999"); }).Number(), static_cast<int>(ErrorNumber::Overflow));
+    EXPECT_EQ(ErrorOf([&] { subject.SubjectCode(u"二"); }), static_cast<int>(ErrorNumber::TypeMismatch));
+    EXPECT_EQ(ErrorOf([&] { subject.SubjectCode(u"9999999999"); }), static_cast<int>(ErrorNumber::Overflow));
     EXPECT_EQ(subject.SubjectCode(), u"12");
 }
 
@@ -73,7 +72,7 @@ TEST_F(LookupTest, ACandidateIsLookedUpWithoutATrap) {
     user.ClientPath(Path());
     AddTrain();
     Execute(u"ALTER TABLE Tbl_SetUser DROP COLUMN 考号");
-    const AutomationError error = ErrorOf([&] { user.Init(7); });
+    const AutomationError error = RaisedBy([&] { user.Init(7); });
     EXPECT_EQ(error.Number(), static_cast<int>(ErrorNumber::FieldNotFound));
     EXPECT_EQ(Texts(user), (std::vector<std::u16string>{u"7", u"王小明", u""})) << "what was read before";
     EXPECT_EQ(Log(), std::vector<LogEntry>());
@@ -112,7 +111,7 @@ TEST_F(LookupTest, ClientPathsAreTestedAndStoredAsGiven) {
         }
         const std::u16string before = path.get();
         for (const std::u16string& bad : {Path(), folder + u"\\Empty", folder + u"x\\", std::u16string()}) {
-            const AutomationError error = ErrorOf([&] { path.set(bad); });
+            const AutomationError error = RaisedBy([&] { path.set(bad); });
             EXPECT_EQ(static_cast<std::uint32_t>(error.Number()), 0x80040001U);
             EXPECT_EQ(error.Source(), u"QmTrainInfo");
             EXPECT_EQ(error.Description(), u"路径[" + bad + u"]错误,路径下不存在Client.mdb数据库");
@@ -136,12 +135,9 @@ TEST_F(LookupTest, ANewDatabaseIsWholeOrNotThere) {
     CreateClientDatabase(folder);
     EXPECT_EQ(names(fresh.Path()), std::vector<std::string>{"Client.mdb"});
     const auto before = fs::last_write_time(fresh.Path() / "Client.mdb");
-    EXPECT_EQ(ErrorOf([&] { CreateClientDatabase(folder + u"\\"); }).Number(),
-              static_cast<int>(ErrorNumber::DatabaseExists));
+    EXPECT_EQ(ErrorOf([&] { CreateClientDatabase(folder + u"\\"); }), static_cast<int>(ErrorNumber::DatabaseExists));
     EXPECT_EQ(fs::last_write_time(fresh.Path() / "Client.mdb"), before);
-    EXPECT_NE(
-        ErrorOf([&] { dao::MakeDatabase(folder + u"\\Bad.mdb", u"CREATE TABLE A (B LONG); DROP TABLE C"); }).Number(),
-        0);
+    EXPECT_NE(ErrorOf([&] { dao::MakeDatabase(folder + u"\\Bad.mdb", u"CREATE TABLE A (B LONG); DROP TABLE C"); }), 0);
     EXPECT_EQ(names(fresh.Path()), std::vector<std::string>{"Client.mdb"});
 }
 
@@ -154,7 +150,7 @@ TEST_F(LookupTest, AllThatIsDoneAtomicallyOrNothing) {
                       add();
                       Raise(ErrorNumber::TypeMismatch);
                   });
-              }).Number(),
+              }),
               static_cast<int>(ErrorNumber::TypeMismatch));
     EXPECT_EQ(Column(u"Select Count(*) As N From TrainInfo", u"N"), u"0");
     database->Atomically([&] {

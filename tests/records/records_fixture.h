@@ -6,6 +6,26 @@
 #include "records/train_info.h"
 #include "records/train_result.h"
 
+namespace qmtrain {
+
+inline std::string Shown(std::initializer_list<Value> values) {
+    std::string text;
+    for (const Value& value : values) text += (text.empty() ? "" : "|") + Shown(value);
+    return text;
+}
+
+inline std::string Shown(const TrainInfo& info) {
+    return Shown({info.TrainID(), info.SubjectCode(), info.startDate(), info.endDate(), info.UserTime(),
+                  info.TheoryNo(), info.OperationNo(), info.AnswerScore()});
+}
+
+inline std::string Shown(const TrainResult& result) {
+    return Shown({result.TrainID(), result.ErrInfo(), result.ErrInfoXml(), result.StudentAnswer(),
+                  result.QuestionScore(), result.StudentScore(), result.Distin(), result.Difficult()});
+}
+
+}  // namespace qmtrain
+
 namespace qmtrain::test {
 
 inline const Date kStart = FromCivil({2005, 4, 12, 8, 30, 59});
@@ -34,21 +54,6 @@ protected:
     bool AddResult(std::int32_t train, std::int32_t type, std::u16string_view rec_no, std::int32_t distin,
                    std::int32_t number) {
         return result_.Add(train, type, u"B1", rec_no, 2.5F, 1, u"答", u"错", u"<e/>", distin, 3, number);
-    }
-
-    static std::string Shown(const Value& value) { return value.IsNull() ? "Null" : ToUtf8(ToText(value)); }
-    static std::string Shown(std::initializer_list<Value> values) {
-        std::string text;
-        for (const Value& value : values) text += (text.empty() ? "" : "|") + Shown(value);
-        return text;
-    }
-    static std::string Shown(const TrainInfo& info) {
-        return Shown({info.TrainID(), info.SubjectCode(), info.startDate(), info.endDate(), info.UserTime(),
-                      info.TheoryNo(), info.OperationNo(), info.AnswerScore()});
-    }
-    static std::string Shown(const TrainResult& result) {
-        return Shown({result.TrainID(), result.ErrInfo(), result.ErrInfoXml(), result.StudentAnswer(),
-                      result.QuestionScore(), result.StudentScore(), result.Distin(), result.Difficult()});
     }
 
     // The row's fields under these names, from a select that yields one row.

@@ -178,7 +178,7 @@ TEST_F(TrainInfoTest, InitOpensTheFolderAnew) {
     EXPECT_TRUE(info_.Init(message));
     EXPECT_EQ(message, u"");
     EXPECT_EQ(info_.GetTrainTimes(), 0);
-    EXPECT_EQ(ErrorOf([&] { rows->MoveNext(); }).Number(), static_cast<int>(ErrorNumber::ObjectInvalid));
+    EXPECT_EQ(ErrorOf([&] { rows->MoveNext(); }), static_cast<int>(ErrorNumber::ObjectInvalid));
 
     FileSystem::Native().Remove(other.Path() / "Client.mdb");
     EXPECT_FALSE(info_.Init(message));

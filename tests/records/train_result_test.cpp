@@ -108,7 +108,7 @@ TEST_F(TrainResultTest, ColumnsOfNumbersTakeNoWords) {
             rows->Fields(column).Value(u"True");
             rows->Update();
         };
-        EXPECT_EQ(ErrorOf(write).Number(), static_cast<std::int32_t>(ErrorNumber::DataTypeConversion));
+        EXPECT_EQ(ErrorOf(write), static_cast<std::int32_t>(ErrorNumber::DataTypeConversion));
     }
     EXPECT_EQ(Column(u"Select UserId From TrainInfo", u"UserId"), u"7");
 }

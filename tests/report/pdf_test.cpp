@@ -50,15 +50,15 @@ TEST_F(PdfTest, EveryLineIsOnAPage) {
     }
     report.sections.push_back(table);
     Section text{u"一道题"};
-    ui::CharacterFormat raised;
-    raised.script = ui::Script::Superscript;
+    document::CharacterFormat raised;
+    raised.script = document::Script::Superscript;
     text.text.AppendText(u"二的十次方是 2");
     text.text.AppendText(u"10", raised);
     for (int i = 0; i < 60; ++i) {
         text.text.EndParagraph();
         text.text.AppendText(u"paragraph" + ToText(i));
     }
-    text.text.AppendPicture({ui::Picture::Kind::Png, {1, 2, 3}, 1500, 1500});  // cannot be read
+    text.text.AppendPicture({document::Picture::Kind::Png, {1, 2, 3}, 1500, 1500});  // cannot be read
     report.sections.push_back(text);
     const std::string pdf = TextOf(report);
     for (int i = 0; i < 300; ++i) {
@@ -127,7 +127,7 @@ TEST_F(PdfTest, PicturesBulletsAndStrokes) {
     Report report;
     report.title = u"试卷";
     Section section;
-    section.text.AppendPicture({ui::Picture::Kind::Jpeg, jpeg, 4000, 3000});
+    section.text.AppendPicture({document::Picture::Kind::Jpeg, jpeg, 4000, 3000});
     section.text.AppendParagraph(u"first", {}, {.left_indent = 400, .first_line_indent = -300, .bullet = u"7)"});
     report.sections.push_back(section);
     EXPECT_NE(TextOf(report).find("7)"), std::string::npos);
@@ -137,7 +137,7 @@ TEST_F(PdfTest, PicturesBulletsAndStrokes) {
     EXPECT_LT(pdf.size(), jpeg.size() + 100'000);
 
     // On a screen's bitmap: a little more is black when the words are struck out or underlined.
-    const auto black = [](const ui::CharacterFormat& format) {
+    const auto black = [](const document::CharacterFormat& format) {
         Report words;
         words.sections.emplace_back().text.AppendText(u"iiiiiiiiiiiiiiii", format);
         wxBitmap bitmap(kPageWidth / 8, kPageHeight / 8);
@@ -154,12 +154,12 @@ TEST_F(PdfTest, PicturesBulletsAndStrokes) {
         }
         return count;
     };
-    ui::CharacterFormat struck;
+    document::CharacterFormat struck;
     struck.strike_out = true;
-    ui::CharacterFormat underlined;
+    document::CharacterFormat underlined;
     underlined.underline = true;
     const int plain = black({});
-    for (const ui::CharacterFormat& format : {struck, underlined}) {
+    for (const document::CharacterFormat& format : {struck, underlined}) {
         EXPECT_GT(black(format), plain * 9 / 8) << format.underline;
         EXPECT_LT(black(format), plain * 3) << format.underline;
     }

@@ -109,19 +109,19 @@ TEST(Html, NothingOfATextBecomesMarkup) {
 }
 
 TEST(Html, FormatsAndPictures) {
-    ui::CharacterFormat raised;
-    raised.script = ui::Script::Superscript;
-    ui::CharacterFormat loud;
+    document::CharacterFormat raised;
+    raised.script = document::Script::Superscript;
+    document::CharacterFormat loud;
     loud.bold = true;
-    loud.color = ui::Rgb{255, 0, 16};
+    loud.color = document::Rgb{255, 0, 16};
     Report report;
     Section section;
     section.text.AppendText(u"2");
     section.text.AppendText(u"10", raised);
     section.text.AppendText(u"!", loud);
     // Bytes of a length that is no multiple of three; base64 by hand.
-    section.text.AppendPicture({ui::Picture::Kind::Png, {0x89, 'P', 'N', 'G'}, 1500, 300});
-    section.text.AppendPicture({ui::Picture::Kind::Metafile, {1}, 15, 15});
+    section.text.AppendPicture({document::Picture::Kind::Png, {0x89, 'P', 'N', 'G'}, 1500, 300});
+    section.text.AppendPicture({document::Picture::Kind::Metafile, {1}, 15, 15});
     report.sections.push_back(section);
     const std::string html = ToHtml(report);
     EXPECT_NE(html.find("2<sup>10</sup><b><span style=\"color:#ff0010\">!</span></b>"), std::string::npos) << html;

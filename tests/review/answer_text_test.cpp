@@ -77,20 +77,22 @@ TEST(AnswerText, InTheGrid) {
 TEST(AnswerText, BesideTheQuestion) {
     struct Case {
         std::int32_t type;
-        const char16_t* kind;
+        QuestionKind kind;
         const char16_t* stored;
         std::u16string text;
     };
     for (const Case& c :
-         {Case{1, u"单选题", u"8", u"D"}, Case{27, u"多选题", u"3", u"AB"}, Case{1, u"单选题", u"A", u"A"},
-          Case{1, u"单选题", u"0", u""}, Case{30, u"单选题", u"2", u"B"}, Case{1, u"单选题", u"", u""},
-          Case{26, u"是非题", u"-1", u"对"}, Case{26, u"是非题", u"0", u"错"}, Case{26, u"是非题", u"", u""},
-          Case{11, u"填空题", u"a#b@c", u"a 或 b 与 c"}, Case{30, u"操作题", u"[YY]x", u"x"},
+         {Case{1, QuestionKind::Single, u"8", u"D"}, Case{27, QuestionKind::Multiple, u"3", u"AB"},
+          Case{1, QuestionKind::Single, u"A", u"A"}, Case{1, QuestionKind::Single, u"0", u""},
+          Case{30, QuestionKind::Single, u"2", u"B"}, Case{1, QuestionKind::Single, u"", u""},
+          Case{26, QuestionKind::YesNo, u"-1", u"对"}, Case{26, QuestionKind::YesNo, u"0", u"错"},
+          Case{26, QuestionKind::YesNo, u"", u""}, Case{11, QuestionKind::Fill, u"a#b@c", u"a 或 b 与 c"},
+          Case{30, QuestionKind::Operation, u"[YY]x", u"x"},
           // As in the grid.
-          Case{11, u"填空题", u"-1", u"对"}, Case{30, u"操作题", u"-1", u"-1"}}) {
-        EXPECT_EQ(ShownAnswer(c.type, KindOfQuestion(c.kind), c.stored), c.text)
-            << ToUtf8(c.kind) << " " << ToUtf8(c.stored);
-        EXPECT_TRUE(c.type == 30 || PaneAnswer(c.kind, c.stored) == c.text) << ToUtf8(c.kind);
+          Case{11, QuestionKind::Fill, u"-1", u"对"}, Case{30, QuestionKind::Operation, u"-1", u"-1"}}) {
+        const std::string shown = ToUtf8(KindName(c.kind)) + " " + ToUtf8(c.stored);
+        EXPECT_EQ(ShownAnswer(c.type, KindOfQuestion(c.kind), c.stored), c.text) << shown;
+        EXPECT_TRUE(c.type == 30 || PaneAnswer(c.kind, c.stored) == c.text) << shown;
     }
 }
 

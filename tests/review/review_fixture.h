@@ -73,12 +73,13 @@ INSERT INTO Tbl_ChoiceVice VALUES ('000101', 'VB', 1, 'A', '甲'))");
     }
 
     review::PaperSource Source(bool is_net) const {
-        return {.client_path = Path(),
-                .data_mdb_path = Path(),
-                .local_paper_mdb = File(u"LocalPaper.mdb"),
-                .is_net = is_net,
-                .subject_code = kSubject,
-                .train_id = 1};
+        return {{.client_path = Path(),
+                 .data_mdb_path = Path(),
+                 .local_paper_mdb = File(u"LocalPaper.mdb"),
+                 .is_net = is_net,
+                 .user_id = kUser,
+                 .subject_code = kSubject},
+                1};
     }
 };
 

@@ -56,8 +56,8 @@ TEST_F(ReportsTest, APaperWithItsAnswersErrorsAndNotes) {
         EXPECT_EQ(Row(made.data.rows[0]), "1|VB|000101|2|0.5|单项选择题|B|C|选错了|我的笔记\n第一行\r\n第二行|");
         const report::Section& rich = made.sections[4];
         const auto find_bold = [&] {
-            for (const ui::Paragraph& paragraph : rich.text.Paragraphs()) {
-                for (const ui::Run& run : paragraph.runs) {
+            for (const document::Paragraph& paragraph : rich.text.Paragraphs()) {
+                for (const document::Run& run : paragraph.runs) {
                     if (run.text == u"4" && run.format.bold) return true;
                 }
             }

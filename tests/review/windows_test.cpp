@@ -91,15 +91,6 @@ void ClickHeader(const ui::ListView& list, int column) {
 
 class HistoryWindowTest : public test::WithDisplay<test::ReviewTest> {
 protected:
-    void Configure(FrmTrain& window) const {
-        window.ClientPath(Path());
-        window.DataMdbPath(Path());
-        window.LocalPaperMdbPath(File(u"LocalPaper.mdb"));
-        window.IsNet(true);
-        window.UserId(test::kUser);
-        window.SubjectCode(test::kSubject);
-    }
-
     void AddThreeTrainings() const {
         AddTraining(2, 100, 59);
         AddTraining(3, 80, 78, 1, 2);
@@ -115,8 +106,7 @@ protected:
 
 TEST_F(HistoryWindowTest, ListsTrainingsNewestFirst) {
     AddThreeTrainings();
-    FrmTrain window;
-    Configure(window);
+    FrmTrain window(Source(true));
     const ui::ListView& list = *window.LvTrainInfo;
     EXPECT_FALSE(window.BtnView->IsEnabled());
     WindowScript script;
@@ -157,8 +147,7 @@ TEST_F(HistoryWindowTest, AHostThatNamesNobodySeesAllTrainings) {
 
 TEST_F(HistoryWindowTest, HeadersSortAndTheSelectionStaysWithItsTraining) {
     AddThreeTrainings();
-    FrmTrain window;
-    Configure(window);
+    FrmTrain window(Source(true));
     const ui::ListView& list = *window.LvTrainInfo;
     constexpr int kTotal = 3;
     constexpr int kGot = 4;
@@ -214,8 +203,7 @@ TEST_F(HistoryWindowTest, AnEmptyListSaysWhyItIsEmpty) {
         SCOPED_TRACE(c.name);
         c.damage();
         std::filesystem::remove(LogFile());
-        FrmTrain window;
-        Configure(window);
+        FrmTrain window(Source(true));
         WindowScript script;
         script.Do([&] {
             EXPECT_EQ(window.LvTrainInfo->GetItemCount(), 0);
@@ -236,8 +224,7 @@ TEST_F(HistoryWindowTest, AnEmptyListSaysWhyItIsEmpty) {
 
 TEST_F(HistoryWindowTest, WhatTheUserDragsStays) {
     AddThreeTrainings();
-    FrmTrain window;
-    Configure(window);
+    FrmTrain window(Source(true));
     ui::ListView& list = *window.LvTrainInfo;
     const int rule = list.GetTextExtent(ui::ToWx(u"类型")).x;
     int stretched = 0;
@@ -274,8 +261,7 @@ TEST_F(HistoryWindowTest, WhatTheUserDragsStays) {
 
 TEST_F(HistoryWindowTest, ATrainingIsChosenInTheChart) {
     AddThreeTrainings();
-    FrmTrain window;
-    Configure(window);
+    FrmTrain window(Source(true));
     const ScoreChart& chart = *window.MSChart;
     const auto chosen = [&] { return window.LvTrainInfo->SelectedRow()->key; };
     std::vector<std::int32_t> wanted;
@@ -309,8 +295,7 @@ TEST_F(HistoryWindowTest, ATrainingIsChosenInTheChart) {
 
 TEST_F(HistoryWindowTest, TabsSwitchPanels) {
     AddThreeTrainings();
-    FrmTrain window;
-    Configure(window);
+    FrmTrain window(Source(true));
     int switches = 0;
     const auto on_switch = window.Piclst->OnSwitch;
     window.Piclst->OnSwitch = [&](int tab) {
@@ -358,8 +343,7 @@ TEST_F(HistoryWindowTest, ChartOptionsFollowTheNumberOfTrainings) {
             AddTraining(3, 100, 59);
             AddTraining(4, 50, 60);
         }
-        FrmTrain window;
-        Configure(window);
+        FrmTrain window(Source(true));
         const ScoreChart& chart = *window.MSChart;
         WindowScript script;
         script.Do([&] { window.Piclst->Click(kChartTab); })
@@ -418,8 +402,7 @@ TEST_F(HistoryWindowTest, ViewOpensTheReviewOfTheSelectedTraining) {
         {"another row", 1, [](FrmTrain& window) { Click(*window.BtnView); }},
         {"Enter", 0, [](FrmTrain&) { Press(WXK_RETURN); }},
     };
-    FrmTrain window;
-    Configure(window);
+    FrmTrain window(Source(true));
     std::vector<int> questions;
     std::unique_ptr<ModalWindows> hook;
     WindowScript script;
@@ -496,8 +479,7 @@ TEST_F(HistoryWindowTest, ThousandsOfTrainingsAreAllThere) {
             u" TrainID FROM TrainInfo");
         dao::Engine::Instance().CommitTrans();
     }
-    FrmTrain window;
-    Configure(window);
+    FrmTrain window(Source(true));
     WindowScript script;
     script.Do([&] {
         EXPECT_EQ(window.LvTrainInfo->GetItemCount(), kTrainings);
@@ -514,15 +496,6 @@ class ReviewWindowTest : public test::WithDisplay<test::ReviewTest> {
 protected:
     ReviewWindowTest() { AddPaper(); }
 
-    void Configure(FrmViewPaper& window) const {
-        window.ClientPath(Path());
-        window.DataMdbPath(Path());
-        window.LocalMdbPath(File(u"LocalPaper.mdb"));
-        window.IsNet(true);
-        window.SubjectCode(test::kSubject);
-        window.TrainID(1);
-    }
-
     static std::u16string Panes(const FrmViewPaper& window) {
         std::u16string text;
         for (const ui::RichTextView* pane : {window.RtfTitle, window.RtfChoice, window.RtfAnswer, window.RtfError}) {
@@ -533,8 +506,7 @@ protected:
 };
 
 TEST_F(ReviewWindowTest, RowsShowTheirQuestions) {
-    FrmViewPaper window;
-    Configure(window);
+    FrmViewPaper window(Source(true));
     const ui::ListView& grid = *window.FlexGridQuestions;
     struct Choice {
         const char* name;
@@ -570,8 +542,7 @@ TEST_F(ReviewWindowTest, RowsShowTheirQuestions) {
 }
 
 TEST_F(ReviewWindowTest, FourColumnsAreNarrowAndAllBeginAtTheLeft) {
-    FrmViewPaper window;
-    Configure(window);
+    FrmViewPaper window(Source(true));
     const ui::ListView& grid = *window.FlexGridQuestions;
     WindowScript script;
     script.Do([&] {
@@ -589,9 +560,9 @@ TEST_F(ReviewWindowTest, FourColumnsAreNarrowAndAllBeginAtTheLeft) {
 }
 
 TEST_F(ReviewWindowTest, ATrainingWithoutQuestionsLeavesThePanesEmpty) {
-    FrmViewPaper window;
-    Configure(window);
-    window.TrainID(99);
+    PaperSource source = Source(true);
+    source.train_id = 99;
+    FrmViewPaper window(source);
     WindowScript script;
     script.Do([&] {
         EXPECT_EQ(window.FlexGridQuestions->GetItemCount(), 0);
@@ -601,8 +572,7 @@ TEST_F(ReviewWindowTest, ATrainingWithoutQuestionsLeavesThePanesEmpty) {
 }
 
 TEST_F(ReviewWindowTest, BarsAreDraggedWithinTheirLimits) {
-    auto window = std::make_unique<FrmViewPaper>();
-    Configure(*window);
+    auto window = std::make_unique<FrmViewPaper>(Source(true));
     const wxWindow& grid = *window->FlexGridQuestions;
     const ui::SplitterBar& across = *window->PicLeftRight;
     const ui::SplitterBar& down = *window->PicTopBottom;
@@ -659,8 +629,7 @@ TEST_F(ReviewWindowTest, BarsAreDraggedWithinTheirLimits) {
 }
 
 TEST_F(ReviewWindowTest, WidthHasALimitHeightHasNone) {
-    FrmViewPaper window;
-    Configure(window);
+    FrmViewPaper window(Source(true));
     const wxSize wanted(ui::ToPixels(window, 8000), ui::ToPixels(window, 5000));
     const int least = ui::ToPixels(window, 9600);
     WindowScript script;
@@ -672,8 +641,7 @@ TEST_F(ReviewWindowTest, WidthHasALimitHeightHasNone) {
 }
 
 TEST_F(ReviewWindowTest, TheQuestionStandsBesideOrBelowTheList) {
-    FrmViewPaper window;
-    Configure(window);
+    FrmViewPaper window(Source(true));
     const wxWindow& grid = *window.FlexGridQuestions;
     const wxWindow& question = *window.PicRight;
     const auto beside = [&] {

@@ -46,7 +46,7 @@ TEST(ListCells, AreOneLine) {
 }
 
 TEST(QuestionText, BlackColourTablesAreLeftOut) {
-    const RichText text = StoredText(u"{\\rtf1{\\colortbl ;\\red0\\green0\\blue0;}\\cf1 x}");
+    const document::RichText text = StoredText(u"{\\rtf1{\\colortbl ;\\red0\\green0\\blue0;}\\cf1 x}");
     EXPECT_EQ(text.PlainText(), u"x");
     EXPECT_FALSE(text.Paragraphs()[0].runs[0].format.color);
     EXPECT_TRUE(
@@ -59,7 +59,7 @@ TEST(QuestionText, OptionsStandInOrderBehindTheirLetters) {
     options.Add(u"{\\rtf1 {\\b 甲}\\par }", u"A");
     options.Add(u"", u"B");
     options.Add(u"丙^p丁", u"C");
-    const RichText text = OptionsText(options);
+    const document::RichText text = OptionsText(options);
     EXPECT_EQ(text.PlainText(), u"选择项:\nA. 甲、\nB. 、\nC. 丙\n丁");
     ASSERT_EQ(text.Paragraphs()[1].runs.size(), 3U);
     EXPECT_TRUE(text.Paragraphs()[1].runs[1].format.bold);

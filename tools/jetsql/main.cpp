@@ -47,8 +47,8 @@ Layout LayoutFor(const Options& options) {
 
 int Run(const std::vector<std::string>& arguments) {
     const Options options = ParseOptions(arguments);
-    if (options.help) {
-        std::fputs(kHelp, stdout);
+    if (!options.help.empty()) {
+        std::fputs(options.help.c_str(), stdout);
         return 0;
     }
     dao::JetDatabase database(FromUtf8(options.file), OpenFile(options));

@@ -4,6 +4,10 @@
 #include <stdexcept>
 #include <string_view>
 
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
 namespace qmtrain::jetsql {
 namespace {
 
@@ -24,130 +28,103 @@ jet::Version ParseVersion(std::string_view text) {
     throw std::invalid_argument("--format wants jet3 or jet4");
 }
 
-class Parser {
-public:
-    explicit Parser(const std::vector<std::string>& arguments) : arguments_(arguments) {}
+// What an option takes has the name that stands in its help.
+template <class Target>
+CLI::Option* Named(CLI::App& app, const char* name, Target& target, const char* what, const char* help) {
+    return app.add_option(name, target, help)->type_name(what)->take_last();
+}
 
-    Options Parse() {
-        bool only_words = false;
-        for (; at_ < arguments_.size(); ++at_) {
-            const std::string& argument = arguments_[at_];
-            if (only_words || argument.size() < 2 || argument[0] != '-') {
-                TakeWord(argument);
-            } else if (argument == "--") {
-                only_words = true;
-            } else {
-                TakeOption(argument);
-            }
+// One word each time, so that the words behind it stay statements.
+CLI::Option* Repeated(CLI::App& app, const char* name, std::vector<std::string>& target, const char* what,
+                      const char* help) {
+    return app.add_option(name, target, help)->type_name(what)->allow_extra_args(false);
+}
+
+void AddStatements(CLI::App& app, Options& options) {
+    app.add_option("FILE", options.file, "the database")->type_name("")->required();
+    app.add_option("SQL", options.statements, "statements to be run, one after the other")
+        ->type_name("")
+        ->expected(-1)
+        ->allow_extra_args(false);
+    Repeated(app, "-f", options.scripts, "FILE",
+             "run the statements of a file in UTF-8 (\"-\": standard input), all of them or none");
+    app.add_flag("--each", options.each, "with -f: each statement counts alone");
+    app.add_flag("--explain", options.explain,
+                 "do not run the statements but print how they would be run: a line for each step,\nwith the index it "
+                 "uses and the rows it expects, indented below the step that takes its rows");
+}
+
+void AddViews(CLI::App& app, Options& options) {
+    app.add_flag("--tables", options.tables,
+                 "the user tables with their numbers of rows and columns, and what links refer to");
+    app.add_flag("--schema", options.schema, "the structure as SQL statements");
+    app.add_flag("--system", options.system, "with --tables and --schema: system tables too");
+    Repeated(app, "--dump", options.dumps, "TABLE", "all rows of a table, system tables included; may be given again");
+    app.add_flag("--check", options.check,
+                 "walk through everything: a line for each defect, and a last line with what was seen;\nnotes on what "
+                 "healthy files show too go to standard error");
+}
+
+void AddFiles(CLI::App& app, Options& options) {
+    app.add_flag("--create", options.create, "make the file first; it must not exist");
+    app.add_option_function<std::string>(
+           "--sort", [&](const std::string& text) { options.sort_order = ParseSortOrder(text); },
+           "its sort order: 0x409 (General, the default) or 0x804 (Chinese)")
+        ->type_name("ORDER")
+        ->take_last();
+    app.add_option_function<std::string>(
+           "--format", [&](const std::string& text) { options.version = ParseVersion(text); },
+           "its format: jet4 (the default) or jet3")
+        ->type_name("VERSION")
+        ->take_last();
+    Named(app, "--password", options.password, "P",
+          "the database's password; with --create it gets this one. Others may see it in the list\nof processes, so "
+          "rather give it in the environment variable QMTRAININFO_PASSWORD, or with");
+    Named(app, "--password-file", options.password_file, "FILE", "the first line of a file in UTF-8");
+    CLI::Option* link = Named(app, "--link", options.link, "NAME",
+                              "make a link to a table of another file, with --connect and --source");
+    CLI::Option* connect = Named(app, "--connect", options.connect, "\";DATABASE=PATH\"",
+                                 "the other file; a relative path counts from FILE's folder");
+    CLI::Option* source = Named(app, "--source", options.source, "TABLE", "the table there");
+    for (CLI::Option* one : {link, connect, source}) {
+        for (CLI::Option* other : {link, connect, source}) {
+            if (one != other) one->needs(other);
         }
-        if (!options_.help && options_.file.empty()) throw std::invalid_argument("which file?");
-        const int parts = !options_.link.empty() + !options_.connect.empty() + !options_.source.empty();
-        if (parts != 0 && parts != 3) throw std::invalid_argument("--link, --connect and --source go together");
-        return std::move(options_);
     }
+}
 
-private:
-    void TakeWord(const std::string& word) {
-        if (options_.file.empty()) {
-            options_.file = word;
-        } else {
-            options_.statements.push_back(word);
-        }
-    }
-
-    void TakeOption(const std::string& option) {
-        if (option == "--tables")
-            options_.tables = true;
-        else if (option == "--schema")
-            options_.schema = true;
-        else if (option == "--dump")
-            options_.dumps.push_back(Argument());
-        else if (option == "--check")
-            options_.check = true;
-        else if (option == "-f")
-            options_.scripts.push_back(Argument());
-        else if (option == "--explain")
-            options_.explain = true;
-        else if (option == "--each")
-            options_.each = true;
-        else if (option == "--create")
-            options_.create = true;
-        else if (option == "--link")
-            options_.link = Argument();
-        else if (option == "--connect")
-            options_.connect = Argument();
-        else if (option == "--source")
-            options_.source = Argument();
-        else if (option == "--sort")
-            options_.sort_order = ParseSortOrder(Argument());
-        else if (option == "--format")
-            options_.version = ParseVersion(Argument());
-        else if (option == "--password")
-            options_.password = Argument();
-        else if (option == "--password-file")
-            options_.password_file = Argument();
-        else if (option == "--system")
-            options_.system = true;
-        else if (option == "--csv")
-            options_.layout = Layout::Csv;
-        else if (option == "--json")
-            options_.layout = Layout::Json;
-        else if (option == "--aligned")
-            options_.layout = Layout::Aligned;
-        else if (option == "--help" || option == "-h")
-            options_.help = true;
-        else
-            throw std::invalid_argument("unknown option " + option);
-    }
-
-    const std::string& Argument() {
-        if (at_ + 1 == arguments_.size()) throw std::invalid_argument(arguments_[at_] + " wants an argument");
-        return arguments_[++at_];
-    }
-
-    const std::vector<std::string>& arguments_;
-    std::size_t at_ = 0;
-    Options options_;
-};
+void AddLayouts(CLI::App& app, Options& options) {
+    const auto add = [&](const char* name, Layout layout, const char* help) {
+        app.add_flag_callback(
+               name, [&options, layout] { options.layout = layout; }, help)
+            ->group("How rows are written, always in UTF-8");
+    };
+    add("--csv", Layout::Csv, "RFC 4180 with a line of names; the default when the output is no terminal");
+    add("--json", Layout::Json, "an array of objects");
+    add("--aligned", Layout::Aligned, "columns for reading; the default on a terminal");
+}
 
 }  // namespace
 
-const char* const kHelp =
-    R"(jetsql FILE [OPTION...] [SQL...]
-
-Runs SQL statements on a Jet database (.mdb), and looks into it. Statements are separated by ";".
-
-  --tables      the user tables with their numbers of rows and columns, and what links refer to
-  --schema      the structure as SQL statements
-  --system      with --tables and --schema: system tables too
-  --dump TABLE  all rows of a table, system tables included; may be given again
-  --check       walk through everything: a line for each defect, and a last line with what was seen;
-                notes on what healthy files show too go to standard error
-  -f FILE       run the statements of a file in UTF-8 ("-" for standard input): all of them or none
-  --explain     do not run the statements but print how they would be run: a line for each step, with the index it
-                uses and the rows it expects, indented below the step that takes its rows
-  --each        with -f: each statement counts alone
-  --create      make the file first; it must not exist
-  --sort ORDER  its sort order: 0x409 (General, the default) or 0x804 (Chinese)
-  --format VERSION
-                its format: jet4 (the default) or jet3
-  --password P  the database's password; with --create it gets this one. Others may see it in the list of processes,
-                so rather give it in the environment variable QMTRAININFO_PASSWORD, or with
-  --password-file NAME
-                the first line of a file in UTF-8
-  --link NAME --connect ";DATABASE=PATH" --source TABLE
-                make a link to a table of another file; a relative path counts from FILE's folder
-
-How rows are written, always in UTF-8:
-  --csv         RFC 4180 with a line of names; the default when the output is no terminal
-  --json        an array of objects
-  --aligned     columns for reading; the default on a terminal
-
-Exit status: 0, or 1 after an error or when --check finds a defect.
-)";
-
 Options ParseOptions(const std::vector<std::string>& arguments) {
-    return Parser(arguments).Parse();
+    Options options;
+    CLI::App app("Runs SQL statements on a Jet database (.mdb), and looks into it. Statements are separated by \";\".",
+                 "jetsql");
+    app.allow_windows_style_options(false);
+    app.set_help_flag("-h,--help", "this text");
+    app.footer("Exit status: 0, or 1 after an error or when --check finds a defect.");
+    AddStatements(app, options);
+    AddViews(app, options);
+    AddFiles(app, options);
+    AddLayouts(app, options);
+    try {
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // it takes them from behind
+    } catch (const CLI::CallForHelp&) {
+        options.help = app.help();
+    } catch (const CLI::ParseError& error) {
+        throw std::invalid_argument(error.what());
+    }
+    return options;
 }
 
 }  // namespace qmtrain::jetsql

@@ -1,6 +1,7 @@
 // The command line.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,17 +26,15 @@ struct Options {
     bool schema = false;
     bool check = false;
     bool system = false;  // system tables too
-    bool help = false;
     std::uint16_t sort_order = 0x0409;
     jet::Version version = jet::Version::Jet4;
     std::string password;
     std::string password_file;
     std::optional<Layout> layout;
+    std::string help;  // the text, where it was asked for
 };
 
 // Throws std::invalid_argument with what is wrong.
 Options ParseOptions(const std::vector<std::string>& arguments);
-
-extern const char* const kHelp;
 
 }  // namespace qmtrain::jetsql

@@ -5,59 +5,43 @@
 #include <cmath>
 #include <vector>
 
+#include "core/csv.h"
 #include "core/text.h"
 #include "value_text.h"
 
 namespace qmtrain::jetsql {
 namespace {
 
-class CsvWriter : public TableWriter {
+class CsvTable : public TableWriter {
 public:
-    explicit CsvWriter(Output& output) : output_(output) {}
+    explicit CsvTable(Output& output) : output_(output), csv_(output.Text()) {}
 
     void Begin(std::span<const std::u16string> columns) override {
-        for (const std::u16string& name : columns) {
-            PutText(name);
-            output_.Text().push_back(',');
-        }
-        EndLine();
+        for (const std::u16string& name : columns) csv_.Quoted(name);
+        EndRow();
     }
 
     void Row(std::span<const Value> values) override {
         for (const Value& value : values) {
             if (value.IsText()) {
-                PutText(value.Text());
+                csv_.Quoted(value.Text());
             } else {
-                AppendPlain(value, output_.Text());
+                AppendPlain(value, csv_.Unquoted());
             }
-            output_.Text().push_back(',');
         }
-        EndLine();
+        EndRow();
     }
 
     void End() override { output_.Flush(); }
 
 private:
-    void PutText(std::u16string_view text) {
-        std::string& out = output_.Text();
-        out.push_back('"');
-        for (std::size_t quote; (quote = text.find(u'"')) != text.npos; text.remove_prefix(quote + 1)) {
-            AppendUtf8(text.substr(0, quote), out);
-            out += "\"\"";
-        }
-        AppendUtf8(text, out);
-        out.push_back('"');
-    }
-
-    // In place of the last comma.
-    void EndLine() {
-        std::string& out = output_.Text();
-        if (!out.empty() && out.back() == ',') out.pop_back();
-        out += "\r\n";
+    void EndRow() {
+        csv_.EndRow();
         output_.Breathe();
     }
 
     Output& output_;
+    CsvWriter csv_;
 };
 
 class JsonWriter : public TableWriter {
@@ -302,7 +286,7 @@ private:
 
 std::unique_ptr<TableWriter> MakeTableWriter(Layout layout, Output& output) {
     switch (layout) {
-        case Layout::Csv: return std::make_unique<CsvWriter>(output);
+        case Layout::Csv: return std::make_unique<CsvTable>(output);
         case Layout::Json: return std::make_unique<JsonWriter>(output);
         case Layout::Aligned: break;
     }

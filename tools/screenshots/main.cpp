@@ -11,7 +11,7 @@
 
 #include <wx/timer.h>
 
-#include "core/client_folder.h"
+#include "bank/client_folder.h"
 #include "core/files.h"
 #include "core/log.h"
 #include "dao/dao.h"
@@ -53,11 +53,12 @@ struct Scene {
     std::u16string data;
 };
 
+PracticeSource SourceOf(const Scene& scene) {
+    return {scene.data, u"", InFolder(scene.data, u"LocalPaper.mdb"), true, 1, 1};
+}
+
 void History(const Scene& scene) {
-    review::FrmTrain window;
-    window.ClientPath(scene.data);
-    window.UserId(1);
-    window.SubjectCode(1);
+    review::FrmTrain window(SourceOf(scene));
     const auto picture = [&](const char* name) {
         return [&window, &scene, name] { Save(window, scene.pictures / name); };
     };
@@ -75,12 +76,7 @@ void History(const Scene& scene) {
 }
 
 void Review(const Scene& scene) {
-    review::FrmViewPaper window;
-    window.ClientPath(scene.data);
-    window.LocalMdbPath(InFolder(scene.data, u"LocalPaper.mdb"));
-    window.IsNet(true);
-    window.SubjectCode(1);
-    window.TrainID(1);
+    review::FrmViewPaper window({SourceOf(scene), 1});
     const auto show = [&](long row) { return [&window, row] { window.FlexGridQuestions->SelectRow(row); }; };
     const auto picture = [&](const char* name) {
         return [&window, &scene, name] { Save(window, scene.pictures / name); };
@@ -90,13 +86,7 @@ void Review(const Scene& scene) {
 }
 
 void Notes(const Scene& scene) {
-    notes::NotesSource source;
-    source.client_path = scene.data;
-    source.local_paper_path = InFolder(scene.data, u"LocalPaper.mdb");
-    source.is_net = true;
-    source.subject_code = 1;
-    source.user_id = 1;
-    notes::FrmNotes window(source);
+    notes::FrmNotes window({SourceOf(scene), u""});
     const auto show = [&](const char16_t* key) { return [&window, key] { window.SelectKey(key); }; };
     const auto picture = [&](const char* name) {
         return [&window, &scene, name] { Save(window, scene.pictures / name); };

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
+#include "bank/client_folder.h"
 #include "bank/schema.h"
-#include "core/client_folder.h"
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"

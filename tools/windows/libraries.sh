@@ -26,13 +26,14 @@ debian_source() {
   printf '%s\n' "$place/$package"-*/
 }
 
-exchange_packages=(libxml2 pugixml cli11)
+exchange_packages=(libxml2 pugixml cli11 nlohmann-json3)
 
 # Prints the folder of what reads and writes questions of other programs, for a compiler prefix such as
-# x86_64-w64-mingw32: pugixml, the HTML reader of libxml2, CLI11. Builds it if need be.
+# x86_64-w64-mingw32: pugixml, the HTML reader of libxml2, CLI11, nlohmann-json. Builds it if need be.
 exchange_libraries() {
   local target=$1 key installed work package part source options
   key=$(printf '%s ' "$(debian_version libxml2)" "$(debian_version libpugixml-dev)" "$(debian_version libcli11-dev)" \
+    "$(debian_version nlohmann-json3-dev)" \
     "$("$target-g++-posix" -dumpfullversion)" | sha256sum | cut -c 1-12)
   installed=$(libraries_cache)/exchange-$target-$key
   if [ ! -e "$installed/built" ]; then
@@ -49,6 +50,7 @@ exchange_libraries() {
           done
           ;;
         pugixml) options=(-DPUGIXML_BUILD_TESTS=OFF) ;;
+        nlohmann-json3) options=(-DJSON_BuildTests=OFF) ;;
         cli11) options=(-DCLI11_BUILD_TESTS=OFF -DCLI11_BUILD_EXAMPLES=OFF -DCLI11_BUILD_DOCS=OFF) ;;
       esac
       if ! {

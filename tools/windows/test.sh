@@ -42,7 +42,7 @@ test_installer() {
 # test_windows [CTEST OPTION…]
 test_windows() {
   need_cross_tools
-  need_packages wine wine64 libgtest-dev locales xvfb xauth fonts-wqy-microhei g++ mdbtools
+  need_packages wine wine64 libgtest-dev locales xvfb xauth fonts-wqy-microhei g++ mdbtools libcli11-dev nlohmann-json3-dev
   local werror=OFF failed=0 own_wine=no root making
   [ "${CI:-}" = true ] && werror=ON  # in 64 bits only: the other compiler sees faults in the library's vectors
   compgen -G '/usr/lib/*/wine/i386-unix/ntdll.so' >/dev/null && own_wine=yes

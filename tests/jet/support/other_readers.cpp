@@ -14,6 +14,7 @@
 #include "jet/row_cursor.h"
 #include "jet/support/program.h"
 #include "jet/support/samples.h"
+#include "support/raised.h"
 
 namespace qmtrain::test {
 namespace {
@@ -119,12 +120,6 @@ class MdbReaderReader : public Reader {
         return std::abs(date.days - Number(cell)) * 86400000 < 1.001;
     }
 };
-
-std::string Shown(const Value& value) {
-    if (value.IsNull()) return "Null";
-    if (value.GetType() == Value::Type::Binary) return Hex(value.Binary()).substr(0, 200);
-    return ToUtf8(ToText(value)).substr(0, 200);
-}
 
 // `lines`: the names of the columns, then the rows. A row that was moved may stand elsewhere: some readers list it
 // where its bytes are.

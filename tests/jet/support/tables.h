@@ -11,6 +11,7 @@
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/row_cursor.h"
+#include "support/raised.h"
 
 namespace qmtrain::test {
 
@@ -63,17 +64,6 @@ inline void ExpectClean(jet::Database& database, bool ours = true) {
     for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
     if (!ours) return;
     for (const std::u16string& line : report.notes) ADD_FAILURE() << ToUtf8(line);
-}
-
-// The number of the error that the body raises, 0 for none. The description must say something.
-inline std::int32_t ErrorOf(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const AutomationError& error) {
-        EXPECT_FALSE(error.Description().empty());
-        return error.Number();
-    }
-    return 0;
 }
 
 }  // namespace qmtrain::test

@@ -1,0 +1,51 @@
+// Sheets as text: fields between commas, lines that end with CR LF (RFC 4180).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qmtrain {
+
+// Makes spreadsheets take a file for UTF-8.
+inline constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
+// Writes rows, field by field, to the end of a text in UTF-8.
+class CsvWriter {
+public:
+    // The text must outlive the writer.
+    explicit CsvWriter(std::string& out) : out_(out) {}
+
+    // For spreadsheets: in quotes where it holds a separator, a quote or a line end. What a spreadsheet would take for
+    // a formula gets an apostrophe before it: a text may come from anybody, and a formula can read other files; and a
+    // text that begins with "=" would be lost. Numbers stay numbers.
+    void Cell(std::u16string_view text);
+
+    // For programs: the text as it is, in quotes.
+    void Quoted(std::u16string_view text);
+
+    // The place where a field without quotes is to be appended.
+    std::string& Unquoted() {
+        Separate();
+        return out_;
+    }
+
+    void EndRow() {
+        out_ += "\r\n";
+        first_ = true;
+    }
+
+private:
+    void Separate() {
+        if (!first_) out_.push_back(',');
+        first_ = false;
+    }
+    void AppendQuoted(std::u16string_view text);
+
+    std::string& out_;
+    bool first_ = true;
+};
+
+// The text of a spreadsheet's cell whose quotes have been taken off: without the apostrophe before a formula.
+std::u16string_view CsvCellText(std::u16string_view cell);
+
+}  // namespace qmtrain

@@ -1,0 +1,36 @@
+// What histories, notes and papers know of a bank's questions.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "core/date.h"
+#include "exchange/bank_file.h"
+#include "host/data/data_folder.h"
+
+namespace qmtrain::host {
+
+struct QuestionUse {
+    int times = 0;  // in practices that are handed in
+    Date last;      // the start of the last one; 0 without any
+    double got = 0;
+    double full = 0;
+    bool has_notes = false;
+
+    // Percent of the points.
+    int Rate() const { return full > 0 ? static_cast<int>(got / full * 100 + 0.5) : 0; }
+};
+
+// By record number. Raise what the engine raises.
+std::map<std::u16string, QuestionUse> UsesOf(const DataFolder& folder, std::u16string_view data_code);
+
+// The record numbers that histories, notes and papers point at.
+std::set<std::u16string> NumbersInUse(const DataFolder& folder, std::u16string_view data_code);
+
+// The folder's client database has the subject and its types of questions.
+void RequireSubject(const DataFolder& folder, std::int32_t subject, std::u16string_view name);
+
+}  // namespace qmtrain::host
