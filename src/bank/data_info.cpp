@@ -9,7 +9,7 @@
 
 namespace qmtrain {
 
-// The error's source names the other property; hosts know it so.
+// The error's source is the name of the other property: hosts rely on it.
 void DataInfo::TotalPath(std::u16string_view value) {
     if (is_net_) return;
     if (!FileExists(InFolder(value, u"Total.mdb"))) {

@@ -28,7 +28,7 @@ public:
     const std::u16string& Answer() const { return answer_; }
     void Answer(std::u16string_view value) { answer_ = value; }
 
-    // Set by every question that is no operation question; nothing clears it.
+    // Set by loading any question but an operation question; never cleared.
     bool IsTheory() const { return is_theory_; }
     void IsTheory(bool value) { is_theory_ = value; }
 

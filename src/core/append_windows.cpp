@@ -43,7 +43,7 @@ private:
 
 }  // namespace
 
-// The lock makes the end of the file ours, so that a write which got through only in part can be taken back.
+// The lock makes the end of the file ours, so that a partial write can be cut off again.
 void AppendToFile(const fs::path& path, std::string_view bytes) {
     constexpr std::uint64_t kLockedByte = std::uint64_t{1} << 40;  // nobody reads there
     constexpr auto kPatience = std::chrono::seconds(2);

@@ -11,13 +11,13 @@
 
 namespace qmtrain::collation {
 
-// Units of a text that take part in an index key; what follows them does not count.
+// Only so many units of a text take part in an index key.
 inline constexpr std::size_t kKeyUnits = 255;
 
 // Appends the key of `text` without a leading flag byte; the end marker is included. Two keys compare as byte strings.
 void AppendKey(std::u16string_view text, std::vector<std::uint8_t>& key);
 
-// Appends the bytes with which the keys of all texts begin that begin with `text`, letters of both cases being one.
+// Appends the common prefix of the keys of all texts that begin with `text`, without regard to letter case.
 void AppendPrefix(std::u16string_view text, std::vector<std::uint8_t>& key);
 
 // Negative, zero or positive. Trailing blanks do not count. Not limited to kKeyUnits.

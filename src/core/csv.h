@@ -6,7 +6,7 @@
 
 namespace qmtrain {
 
-// Makes spreadsheets take a file for UTF-8.
+// The byte order mark by which spreadsheets recognise UTF-8.
 inline constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 // Writes rows, field by field, to the end of a text in UTF-8.

@@ -69,8 +69,8 @@ public:
 
     // Locks a range for this open file, replacing a lock of the other kind that it holds there; false when another open
     // file, of this process or another, stands in the way, and what was held is held still. A shared lock cannot be
-    // made exclusive at one stroke everywhere: whoever takes a lock at that moment keeps it, and CannotLockFile is
-    // raised when the shared one is lost to him. A lock ends with the file or its process. Others may be kept from
+    // upgraded atomically on every system: another process may take a lock in between, and CannotLockFile is raised
+    // when the shared one is lost to it. A lock ends with the file or its process. Others may be kept from
     // reading and writing in the range. Raises OperationNotSupported when the file system knows no locks. Requires:
     // ranges that this file holds are equal or apart, and are given back whole; a file that is locked exclusively may
     // be written.
@@ -150,7 +150,7 @@ public:
     // The one path of the file that a path leads to, through links and short names. The path itself when there is none.
     virtual std::filesystem::path RealPath(const std::filesystem::path& path) { return path; }
 
-    // The name is free afterwards, even while the file is open somewhere. To remove what is not there does nothing.
+    // The name is free afterwards, even while the file is open somewhere. Removing a missing file does nothing.
     virtual void Remove(const std::filesystem::path& path) = 0;
 
     // Replaces the file that stands at `to`.

@@ -46,7 +46,7 @@ namespace fs = std::filesystem;
     }
 }
 
-// What a system says of something that this file or file system does not know.
+// Whether the error means that the file, or its file system, does not support the operation.
 bool IsUnsupported(int code) {
     return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == ENOLCK;
 }

@@ -1,5 +1,5 @@
-// One text, to be looked for in others. That takes the time that they are long, whatever they say: after a mismatch no
-// unit of the other text is read again.
+// Looks for one text in others, in linear time whatever they contain: after a mismatch no unit of the text that is
+// searched is read again.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ public:
 
     const std::u16string& Wanted() const { return wanted_; }
 
-    // Where the text stands at `from` or behind it. `fold` makes of a unit of the other text what stands for it here.
+    // Where the text stands at `from` or behind it. `fold` maps a unit of the searched text to its folded form.
     template <class Fold>
     std::size_t In(std::u16string_view text, std::size_t from, Fold fold) const {
         if (from > text.size()) return kNowhere;

@@ -35,7 +35,7 @@ void SetComponentFolder(std::filesystem::path folder) {
 void WriteLog(std::int32_t type, std::u16string_view message, std::u16string_view function) noexcept {
     try {
         AppendToFile(LogFile(), ToAnsi(Entry(type, message, function)));
-    } catch (...) {  // an entry is not worth more than the work that it tells of
+    } catch (...) {  // a failure to log must not fail the operation
     }
 }
 

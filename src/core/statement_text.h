@@ -7,8 +7,8 @@
 
 namespace qmtrain {
 
-// Texts stand between quotes as they are. One with a quote would end there and say more than a text may: whatever the
-// rest of it makes of the statement, that is refused. Raises SyntaxInExpression.
+// Texts stand between quotes without any escape. One that contains a quote would end there, and the rest of it would
+// be part of the statement: it is refused. Raises SyntaxInExpression.
 inline void RequireNoQuote(std::u16string_view text) {
     if (text.find(u'\'') != std::u16string_view::npos) Raise(ErrorNumber::SyntaxInExpression, {text});
 }

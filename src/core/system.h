@@ -13,17 +13,17 @@ namespace qmtrain {
 // A variable of the environment; empty when it is not set. Requires: the name is ASCII.
 std::u16string EnvironmentVariable(std::string_view name);
 
-// The same for a setting of the component. A process with more rights than its user has by himself goes by none: they
-// come from somebody who may do less than it may.
+// The same for a setting of the component. An elevated process ignores it, because the environment comes from a user
+// with fewer rights than the process has.
 std::u16string Setting(std::string_view name);
 
-// From now on settings count whatever rights the process has: for a program that has made its environment itself.
+// From now on even an elevated process heeds its settings: for a program that has made its environment itself.
 void TrustEnvironment();
 
 // The words of the command line behind the program's name, in UTF-8. The arguments are those of main.
 std::vector<std::string> CommandLineWords(int count, const char* const* words);
 
-// Whether somebody reads what is written there.
+// Whether what is written there goes to a terminal.
 bool IsTerminal(std::FILE* stream);
 
 // For a program that has no console of its own: its output goes to that of the program that has started it, if there is

@@ -28,7 +28,7 @@ IconvHandle OpenConverter(const std::string& to, const std::string& from, int co
     return IconvHandle(handle);
 }
 
-// To open a converter costs more than to use it, so each thread keeps one for texts that follow each other.
+// Opening a converter costs more than using it, so each thread keeps its last one.
 class KeptConverter {
 public:
     iconv_t Get(const std::string& to, const std::string& from, int code_page) {

@@ -1,6 +1,6 @@
 // Work that may take long. It ends early when somebody cancels it, or when it takes more than it may.
 //
-// Loops that may run long look up from their work now and then; they need not know whose work it is.
+// Long loops check for that now and then; they need not know whose work they do.
 #pragma once
 
 #include <atomic>
@@ -43,7 +43,7 @@ private:
     Work* outer_;
 };
 
-// Counts the steps of a loop, and looks up now and then.
+// Counts the steps of a loop, and checks every so many of them.
 class WorkSteps {
 public:
     void Next() {

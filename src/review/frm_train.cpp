@@ -182,7 +182,7 @@ bool FrmTrain::FillList() {
     return true;
 }
 
-// The same trainings: the query has them both ways, and once is enough.
+// The chart shows the same trainings oldest first, so the database is not read again.
 void FrmTrain::FillChart() {
     std::vector<ScorePoint> points;
     points.reserve(trainings_.size());

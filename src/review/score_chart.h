@@ -32,7 +32,7 @@ public:
     // What stands in the place of trainings when there are none.
     void SetEmptyText(std::u16string_view text);
 
-    // Marks a training, given by its place; none takes the mark away.
+    // Marks the training at that place; no place removes the mark.
     void Mark(std::optional<std::size_t> place);
     std::optional<std::size_t> Marked() const { return marked_; }
     std::optional<std::size_t> Hovered() const { return hovered_; }

@@ -32,7 +32,7 @@ struct Training {
 // The current row of the summary.
 Training ReadTraining(dao::Recordset& rows);
 
-// What the summary has newest first, in its order for oldest first: those of one time stay as they are.
+// The summary, read newest first, in its order for oldest first: trainings of the same time keep their order.
 std::vector<Training> OldestFirst(const std::vector<Training>& newest_first);
 
 // "笔试" for a training with a written paper alone, else "上机".

@@ -1,4 +1,4 @@
-// The host's main window: who practises what, and how it went so far.
+// The host's main window: candidate, subject, papers and past results.
 #pragma once
 
 #include <cstdint>

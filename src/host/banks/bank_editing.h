@@ -1,4 +1,4 @@
-// Changes to the questions of banks, one by one, and back again.
+// Changes to the questions of a bank, one at a time, with undo.
 #pragma once
 
 #include <map>
@@ -43,7 +43,7 @@ public:
     std::u16string Save(const exchange::Question& question);
     void Remove(std::u16string_view rec_no);
 
-    // What a user is to know before the question goes; empty when nothing points at it.
+    // A warning to be shown before the question is deleted; empty when nothing refers to it.
     std::u16string WarningBeforeRemoval(std::u16string_view rec_no) const;
 
     // "撤销删除 JC010003"; empty when there is nothing to undo.

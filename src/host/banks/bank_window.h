@@ -1,4 +1,4 @@
-// The banks and their questions: to look through, to change, to make papers of.
+// The banks and their questions: browsing, editing, choosing questions for papers.
 #pragma once
 
 #include <optional>

@@ -1,4 +1,4 @@
-// Brings questions of files into a bank: what will happen is shown before anything is written.
+// Imports questions from files into a bank, with a preview before anything is written.
 #pragma once
 
 #include <optional>

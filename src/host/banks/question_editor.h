@@ -1,4 +1,4 @@
-// A question of a bank while it is written: stem, options, answer, and how a candidate will see it.
+// Editor of a question: stem, options, answer, and a preview of what a candidate will see.
 #pragma once
 
 #include <vector>

@@ -19,10 +19,10 @@ struct DataFolder {
     std::u16string Host() const;        // the host's own: papers, and practices that have not been handed in
 };
 
-// The user's own: $XDG_DATA_HOME/qmtrain or what stands for it.
+// The user's own: $XDG_DATA_HOME/qmtrain, or its equivalent on the system.
 std::u16string UserDataFolder();
 
-// Makes the folder and its databases, empty, where they are missing. What is there stays as it is. Raises what the
+// Makes the folder and its databases, empty, where they are missing. Existing ones stay as they are. Raises what the
 // engine raises.
 void MakeEmptyFolder(std::u16string_view folder);
 

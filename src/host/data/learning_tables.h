@@ -1,4 +1,4 @@
-// What the host's database knows of learning: the cards of the review schedule, how long questions took, and papers
+// The learning tables of the host's database: the cards of the review schedule, how long questions took, and papers
 // drawn for practice alone. The tables are made when they are first needed.
 #pragma once
 

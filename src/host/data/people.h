@@ -1,4 +1,4 @@
-// Candidates and subjects, as the host's user names and adds them.
+// Candidates and subjects, as the user of the host manages them.
 #pragma once
 
 #include <cstdint>
@@ -28,12 +28,12 @@ std::vector<Subject> SubjectsOf(const DataFolder& folder);
 // Raises the component's error when there is no candidate of that number; -1 stands for all of them.
 void RequireCandidate(const DataFolder& folder, std::int32_t user_id);
 
-// Adds a new one, or changes what is there; returns its number. Raises the component's error for a name that is empty
+// Adds a new one, or updates an existing one; returns its number. Raises the component's error for a name that is empty
 // or too long, and for one that is gone.
 std::int32_t SaveCandidate(const DataFolder& folder, const Candidate& candidate);
 std::int32_t SaveSubject(const DataFolder& folder, const Subject& subject);
 
-// Adds a subject under a number of its own.
+// Adds a subject under the number that it has.
 void AddSubject(const DataFolder& folder, const Subject& subject);
 
 // Makes sure that the subject has its types of questions; without them no paper of it can be reviewed.

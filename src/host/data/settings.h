@@ -1,4 +1,4 @@
-// What the windows remember from one time to the next: sizes and choices. It lies in the host's own database.
+// What the windows remember between sessions: sizes and choices. It is kept in the host's own database.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ class Settings {
 public:
     explicit Settings(const DataFolder& folder) : folder_(folder) {}
 
-    // Empty for what has not been set. What cannot be read or written is forgotten: no window fails for it.
+    // Empty for what has not been set. Failures to read or write are ignored: no window fails for them.
     std::u16string Text(std::u16string_view name) const;
     std::int32_t Number(std::u16string_view name, std::int32_t otherwise) const;
     void Set(std::u16string_view name, std::u16string_view value) const;

@@ -1,4 +1,4 @@
-// What the analysis window says of a history: figures in words, groups, what to practise now; for a teacher the
+// The contents of the analysis window: figures in words, groups, what to practise now; for a teacher the
 // candidates and the questions of their papers.
 #pragma once
 
@@ -67,7 +67,7 @@ public:
     // "共 12 份试卷，平均 71.2%，最好 92.5%，及格 9 次；做题 240 道次。"
     std::u16string FiguresText() const;
 
-    // Honest when there are too few papers.
+    // Says so when there are too few papers for a forecast.
     std::u16string ForecastText() const;
 
     // Banks by their names.

@@ -28,7 +28,7 @@ struct ScheduledQuestion {
     fsrs::Card card = {};
 };
 
-// Takes in what the candidate has handed in since the last time. Raises what the engine raises.
+// Takes in the papers that the candidate has handed in since the last call. Raises what the engine raises.
 void UpdateSchedule(const DataFolder& folder, std::int32_t user);
 
 // As it stands; nothing where there is no schedule yet. -1 means any subject. Raise what the engine raises.

@@ -1,4 +1,4 @@
-// The book of wrong questions: which they are, each in full, and what is done about them.
+// The window of wrong questions: the list, the selected one in full, and what can be done with them.
 #pragma once
 
 #include <wx/button.h>

@@ -1,4 +1,4 @@
-// Papers out of a bank's questions.
+// Papers drawn at random from a bank.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ struct PaperPlan {
     std::map<QuestionKind, int> counts;
 };
 
-// Half an hour's worth of what the bank has.
+// A plan for half an hour, as far as the bank has questions for it.
 PaperPlan UsualPlan(const Bank& bank);
 
 // Draws the questions and adds the paper, and the bank's subject where it is new; returns the paper's number. The same

@@ -1,4 +1,4 @@
-// Papers of questions that a candidate should practise: wrong ones, and those that are due again. They are practised
+// Papers of questions that a candidate should practise: wrong ones, and those that are due for review. They are taken
 // and recorded like any other, but the main window does not offer them a second time.
 #pragma once
 

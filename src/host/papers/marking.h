@@ -21,7 +21,7 @@ struct Task {
     float full_score = 0;
 };
 
-// `answer` is in the form in which results store it: a choice as the number of its bit set, "-1" or "0", blanks
+// `answer` is in the form in which results store it: a choice as the number of its bits, "-1" or "0", blanks
 // separated by "@", or text.
 Mark MarkAnswer(const Task& task, std::u16string_view answer);
 

@@ -1,4 +1,4 @@
-// What came out of a paper: of each question, of each kind of question, and against the time before.
+// The result of a paper: by question, by kind of question, and compared with the previous attempt.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +36,7 @@ struct KindOutcome {
 struct Outcome {
     std::vector<QuestionOutcome> questions;
     std::int32_t seconds_used = 0;
-    std::optional<float> rate_before;  // percent, of the same paper's last time
+    std::optional<float> rate_before;  // percent, of the previous attempt at the same paper
 
     float Score() const;
     float FullScore() const;
@@ -50,7 +50,7 @@ struct Outcome {
     std::vector<std::size_t> Mistakes() const;
 };
 
-// "比上次提高 5.0 个百分点", "与上次相同"; empty when there was no time before.
+// "比上次提高 5.0 个百分点", "与上次相同"; empty when there was no previous attempt.
 std::u16string ChangeText(const Outcome& outcome);
 
 // An answer as candidates read it: letters, "对", the blanks. "（未作答）" for none.

@@ -1,4 +1,4 @@
-// Papers by rules or by hand, out of one bank or several, and their way to the network edition.
+// Papers made by rules or by hand from one bank or several, and packed for the network edition.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// A paper as it is handed out: its questions to be answered by hand, or with their answers.
+// A paper for printing: with space for answers by hand, or with the standard answers.
 #pragma once
 
 #include "exchange/question.h"

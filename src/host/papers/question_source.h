@@ -1,4 +1,4 @@
-// Texts of questions for lists: beginnings of stems, names of banks and of types.
+// What lists show of questions: the beginnings of their stems, the names of their banks and types.
 //
 // Banks are opened once, when the first of their questions is asked for; of one that cannot be read nothing is known.
 #pragma once

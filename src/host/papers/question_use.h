@@ -1,4 +1,4 @@
-// What histories, notes and papers know of a bank's questions.
+// Where histories, notes and papers refer to a bank's questions.
 #pragma once
 
 #include <cstdint>

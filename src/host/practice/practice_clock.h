@@ -32,8 +32,8 @@ public:
     // What has been used, in whole seconds that are over.
     std::int32_t Used() const { return Seconds(std::chrono::floor<std::chrono::seconds>(Passed())); }
 
-    // What is kept of it for the next time: a second that has begun counts, or leaving often enough would stop the
-    // time.
+    // What is stored when the practice is left: a second that has begun counts, or leaving often enough would stop
+    // the time.
     std::int32_t UsedToKeep() const { return Seconds(std::chrono::ceil<std::chrono::seconds>(Passed())); }
 
 private:

@@ -20,7 +20,7 @@ public:
 
     std::int32_t Seconds(std::size_t place) const { return seconds_[place]; }
 
-    // What is kept is for the schedule of reviews alone: where it cannot be, nothing else suffers.
+    // The times serve the review schedule alone: a failure to store them is ignored.
     void Load(dao::Database& host, std::int32_t train_id, const std::vector<PaperQuestion>& questions);
     void Save(dao::Database& host, std::int32_t train_id, const std::vector<PaperQuestion>& questions) const;
 

@@ -1,4 +1,4 @@
-// What came out of a paper: the score, whether it is a pass, the time, and how each kind of question went.
+// The result of a paper: the score, whether it is a pass, the time, and how each kind of question went.
 #pragma once
 
 #include <wx/panel.h>
@@ -19,7 +19,7 @@ private:
     std::u16string text_;
 };
 
-// A bar that is filled by a share from 0 to 1, with a line where a share is reached.
+// A bar filled to a share from 0 to 1, with a line at another share.
 class ShareBar : public wxWindow {
 public:
     ShareBar(wxWindow* parent, double share, Tint tint, std::u16string_view name, int height);

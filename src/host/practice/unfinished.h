@@ -31,14 +31,14 @@ struct UnfinishedPractice {
 // Those of the candidate in the subject, newest first; -1 means any subject. Raise what the engine raises.
 std::vector<UnfinishedPractice> UnfinishedOf(const DataFolder& folder, std::int32_t user_id, std::int32_t subject);
 
-// Gives a practice up: its answers are deleted, and its training when it has no results.
+// Abandons a practice: its answers are deleted, and its training when it has no results.
 void Discard(const DataFolder& folder, std::int32_t train_id);
 
 // Whether the training has its results.
 bool IsHandedIn(const DataFolder& folder, std::int32_t train_id);
 
-// What a process that ended at the wrong moment left: practices that have been handed in are no longer unfinished, and
-// those of a paper without questions are discarded.
+// Cleans up after a process that was killed: practices that have been handed in are no longer unfinished, and those of
+// a paper without questions are discarded.
 void SettleHandedIn(const DataFolder& folder);
 void DiscardEmpty(const DataFolder& folder);
 

@@ -1,4 +1,4 @@
-// Questions to the user whose usual answer changes nothing.
+// Confirmations whose default answer changes nothing.
 #pragma once
 
 #include <string_view>

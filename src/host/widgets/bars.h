@@ -1,5 +1,5 @@
-// Native charts of the host's windows: rates of groups as bars, how much was practised on which day, what lies ahead,
-// and how fast against how well.
+// Native charts of the host's windows: rates of groups as bars, a calendar of practice, upcoming reviews, and pace
+// against rate.
 #pragma once
 
 #include <functional>
@@ -16,7 +16,7 @@ class wxGraphicsContext;
 
 namespace qmtrain::host {
 
-// A control that draws itself, with a spoken name and a text beside the mouse.
+// A control that draws itself, with an accessible name and tooltips.
 class Drawing : public wxWindow {
 public:
     // What a screen reader says.
@@ -32,8 +32,8 @@ private:
     std::u16string spoken_;
 };
 
-// A row for each group: name, a bar from 0 to 100 percent with the line of a pass, the rate and how many answers it is
-// of.
+// A row for each group: its name, a bar from 0 to 100 percent with a line at the pass mark, the rate, and the number of
+// answers.
 class RateBars : public Drawing {
 public:
     struct Bar {

@@ -1,4 +1,4 @@
-// A small curve of rates, with the line from which on they are a pass.
+// A small curve of rates, with a line at the pass mark.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,4 @@
-// A dialog with a few fields, and what is done with them.
+// A dialog with a few fields and an action for them.
 #pragma once
 
 #include <functional>

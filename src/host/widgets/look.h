@@ -13,7 +13,7 @@ namespace qmtrain::host {
 enum class TextSize : std::uint8_t { Small, Body, Large };
 wxFont FontOf(TextSize size, bool bold = false);
 
-// Good, Bad and Caution stand for meanings only, and never without a word or a shape.
+// Good, Bad and Caution carry meaning, and never without a word or a shape beside them.
 enum class Tint : std::uint8_t { Text, Quiet, Accent, OnAccent, Good, Bad, Caution, Ground, Card, Line, Hover, Chosen };
 wxColour Colour(Tint tint);
 
@@ -24,11 +24,11 @@ wxColour Mixed(const wxColour& first, const wxColour& second, double share);
 wxStaticText* MakeLabel(wxWindow* parent, std::u16string_view text, TextSize size = TextSize::Body, bool bold = false,
                         Tint tint = Tint::Text);
 
-// What a screen reader says of a control that has no caption of its own, and of one that draws itself.
+// The accessible name and role of a control without a caption of its own, or of one that draws itself.
 enum class Role : std::uint8_t { Own, RadioButton, CheckBox, List, Bar, Picture };
 void SetSpokenName(wxWindow& window, std::u16string_view name, Role role = Role::Own);
 
-// The wheel over a part of something that scrolls scrolls the whole.
+// The mouse wheel over the part scrolls the whole.
 void PassWheel(wxWindow& part, wxWindow& whole);
 
 // Room between the frame of a large text box and its text.

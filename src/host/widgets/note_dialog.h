@@ -1,4 +1,4 @@
-// Writes a note on a question; in a folder that cannot be written it shows it.
+// Edits the note on a question; shows it read-only where the folder cannot be written.
 #pragma once
 
 #include <string>

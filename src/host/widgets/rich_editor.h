@@ -1,4 +1,4 @@
-// A box in which a formatted text is written.
+// A text box for formatted text.
 #pragma once
 
 #include <memory>

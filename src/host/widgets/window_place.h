@@ -1,4 +1,4 @@
-// Where and how large a window was the last time.
+// The size of a window when it was last open.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// A bar and a button to stop, for work that takes more than half a second.
+// A progress bar with a button to cancel, for work that takes more than half a second.
 #pragma once
 
 #include <chrono>
