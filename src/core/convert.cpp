@@ -1,6 +1,8 @@
 #include "core/convert.h"
 
+#include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "core/error.h"
@@ -12,10 +14,28 @@ namespace {
 
 constexpr double kCurrencyScale = 10000.0;
 
+// The nearest Double: equal decimals have the same one, whatever their scale.
 double DecimalToDouble(const Decimal& value) {
-    const double magnitude = std::ldexp(static_cast<double>(value.high), 64) + static_cast<double>(value.low);
-    const double number = magnitude / std::pow(10.0, value.scale);
-    return value.negative ? -number : number;
+    constexpr std::uint64_t kExactNumber = std::uint64_t{1} << 53U;
+    constexpr double kExactPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                       1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    double number = 0;
+    if (value.high == 0 && value.low <= kExactNumber && value.scale < std::size(kExactPowers)) {
+        number = static_cast<double>(value.low) / kExactPowers[value.scale];
+        return value.negative ? -number : number;
+    }
+    std::u16string text;
+    AppendNumber(value, text);
+    const std::string digits(text.begin(), text.end());
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return number;
+}
+
+double CurrencyToDouble(Currency value) {
+    constexpr std::int64_t kExactNumber = std::int64_t{1} << 53U;
+    if (value.scaled >= -kExactNumber && value.scaled <= kExactNumber)
+        return static_cast<double>(value.scaled) / kCurrencyScale;
+    return DecimalToDouble(ToDecimal(Value(value)));
 }
 
 void AppendPadded(int number, int width, std::u16string& out) {
@@ -143,7 +163,7 @@ double ToDouble(const Value& value) {
         case Value::Type::Long: return value.As<std::int32_t>();
         case Value::Type::Single: return value.As<float>();
         case Value::Type::Double: return value.As<double>();
-        case Value::Type::Currency: return static_cast<double>(value.As<Currency>().scaled) / kCurrencyScale;
+        case Value::Type::Currency: return CurrencyToDouble(value.As<Currency>());
         case Value::Type::Date: return value.As<Date>().days;
         case Value::Type::Decimal: return DecimalToDouble(value.As<Decimal>());
         case Value::Type::Text: return TextToNumber(value.Text());
@@ -169,11 +189,17 @@ Date ToDate(const Value& value) {
 }
 
 Decimal ToDecimal(const Value& value) {
-    if (value.GetType() == Value::Type::Decimal) return value.As<Decimal>();
-    if (value.GetType() == Value::Type::Currency) {
-        const std::int64_t scaled = value.As<Currency>().scaled;
-        const auto bits = static_cast<std::uint64_t>(scaled);
-        return {scaled < 0, 4, 0, scaled < 0 ? ~bits + 1 : bits};
+    const auto scaled = [](std::int64_t number, std::uint8_t scale) -> Decimal {
+        const auto bits = static_cast<std::uint64_t>(number);
+        return {number < 0, scale, 0, number < 0 ? ~bits + 1 : bits};
+    };
+    switch (value.GetType()) {
+        case Value::Type::Decimal: return value.As<Decimal>();
+        case Value::Type::Currency: return scaled(value.As<Currency>().scaled, 4);
+        case Value::Type::Byte: return scaled(value.As<std::uint8_t>(), 0);
+        case Value::Type::Integer: return scaled(value.As<std::int16_t>(), 0);
+        case Value::Type::Long: return scaled(value.As<std::int32_t>(), 0);
+        default: break;
     }
     std::string plain;
     if (value.IsText()) plain = PlainNumber(WithoutBlanks(value.Text()));

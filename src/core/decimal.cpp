@@ -1,7 +1,7 @@
 #include "core/decimal.h"
 
 #include <algorithm>
-#include <array>
+#include <span>
 
 #include "core/convert.h"
 #include "core/error.h"
@@ -72,10 +72,6 @@ public:
         }
     }
 
-    bool IsBelow(const Wide& other) const {
-        return std::lexicographical_compare(parts_.rbegin(), parts_.rend(), other.parts_.rbegin(), other.parts_.rend());
-    }
-
     Wide Times(const Wide& other) const {
         Wide product;
         for (std::size_t i = 0; i < kParts; ++i) {
@@ -96,7 +92,7 @@ public:
         for (std::size_t bit = kParts * 32; bit-- > 0;) {
             rest.Scale(2, parts_[bit / 32] >> bit % 32 & 1U);
             quotient.Scale(2);
-            if (rest.IsBelow(divisor)) continue;
+            if (rest < divisor) continue;
             rest.Subtract(divisor);
             quotient.parts_[0] |= 1U;
         }
@@ -121,11 +117,26 @@ public:
         return {negative && !left.IsZero(), static_cast<std::uint8_t>(scale), left.parts_[2], low};
     }
 
+    std::strong_ordering operator<=>(const Wide& other) const {
+        return std::lexicographical_compare_three_way(parts_.rbegin(), parts_.rend(), other.parts_.rbegin(),
+                                                      other.parts_.rend());
+    }
+
+    // The last bytes of the number, big end first.
+    void Store(std::span<std::uint8_t> bytes) const {
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            bytes[bytes.size() - 1 - i] = static_cast<std::uint8_t>(parts_[i / 4] >> 8 * (i % 4));
+    }
+
 private:
     static constexpr std::size_t kParts = 8;
 
     std::array<std::uint32_t, kParts> parts_{};
 };
+
+bool IsNegative(const Decimal& value) {
+    return value.negative && (value.high != 0 || value.low != 0);
+}
 
 }  // namespace
 
@@ -139,7 +150,7 @@ Decimal Add(const Decimal& a, const Decimal& b) {
         left.Add(right);
         return left.Round(a.negative, scale);
     }
-    if (left.IsBelow(right)) {
+    if (left < right) {
         right.Subtract(left);
         return right.Round(b.negative, scale);
     }
@@ -197,6 +208,30 @@ Decimal Rescale(const Decimal& value, int scale) {
         if (++magnitude.low == 0) ++magnitude.high;
     }
     return MakeDecimal(value.negative, scale, magnitude);
+}
+
+std::strong_ordering Compare(const Decimal& a, const Decimal& b) {
+    const bool negative = IsNegative(a);
+    if (negative != IsNegative(b)) return negative ? std::strong_ordering::less : std::strong_ordering::greater;
+    Wide left(a);
+    Wide right(b);
+    left.ScaleByTens(b.scale - a.scale);
+    right.ScaleByTens(a.scale - b.scale);
+    return negative ? right <=> left : left <=> right;
+}
+
+// The number in units of the last digit that there may be, its sign in the first bit.
+std::array<std::uint8_t, 24> OrderedBytes(const Decimal& value) {
+    constexpr std::uint8_t kNotNegative = 0x80;
+    Wide scaled(value);
+    scaled.ScaleByTens(kMostDigits - value.scale);
+    std::array<std::uint8_t, 24> bytes{};
+    scaled.Store(bytes);
+    bytes[0] |= kNotNegative;
+    if (IsNegative(value)) {
+        for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(~byte);
+    }
+    return bytes;
 }
 
 }  // namespace qmtrain

@@ -1,6 +1,10 @@
 // Exact arithmetic of decimals: up to 28 digits, rounded half to even where a result has more behind the point.
 #pragma once
 
+#include <array>
+#include <compare>
+#include <cstdint>
+
 #include "core/value.h"
 
 namespace qmtrain {
@@ -12,5 +16,11 @@ Decimal Multiply(const Decimal& a, const Decimal& b);
 
 // Raises DivisionByZero too.
 Decimal Divide(const Decimal& a, const Decimal& b);
+
+// By their size; digits behind the point that say nothing make no difference.
+std::strong_ordering Compare(const Decimal& a, const Decimal& b);
+
+// Bytes that compare as the decimals do.
+std::array<std::uint8_t, 24> OrderedBytes(const Decimal& value);
 
 }  // namespace qmtrain

@@ -478,6 +478,19 @@ private:
         for (const auto& part : parts_) TakeColumns(*part);
     }
 
+    // As many digits behind the point as either has.
+    static Shape WidestDecimal(const Shape& a, const Shape& b) {
+        const auto scale = [](const Shape& shape) {
+            constexpr int kOfCurrency = 4;
+            return shape.type == ColumnType::Decimal    ? shape.scale
+                   : shape.type == ColumnType::Currency ? kOfCurrency
+                                                        : 0;
+        };
+        Shape widest = ShapeOf(Value::Type::Decimal);
+        widest.scale = std::max(scale(a), scale(b));
+        return widest;
+    }
+
     // Types that have nothing in common meet as text.
     void TakeColumns(const Plan& part) {
         for (std::size_t i = 0; i < part.outputs.size(); ++i) {
@@ -491,7 +504,9 @@ private:
             Value::Type common = CommonType(column.type, type);
             if (common == Value::Type::Empty) common = Value::Type::Text;
             const bool same_shape = column.type == type && column.shape.type == output.column.type;
-            if (same_shape)
+            if (common == Value::Type::Decimal)
+                column.shape = WidestDecimal(column.shape, output.expression->GetShape());
+            else if (same_shape)
                 column.shape.size = std::max(column.shape.size, output.column.size);
             else
                 column.shape = common == type          ? output.expression->GetShape()

@@ -3,6 +3,7 @@
 
 #include "core/collation.h"
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "core/error.h"
 #include "core/work.h"
 #include "sql/key.h"
@@ -23,7 +24,10 @@ int CompareNumbers(const Value& a, const Value& b) {
         if (a.GetType() == Value::Type::Long) return Order(a.As<std::int32_t>(), b.As<std::int32_t>());
         if (a.GetType() == Value::Type::Currency) return Order(a.As<Currency>().scaled, b.As<Currency>().scaled);
     }
-    return Order(DoubleOf(a), DoubleOf(b));
+    const bool decimal = a.GetType() == Value::Type::Decimal || b.GetType() == Value::Type::Decimal;
+    if (!decimal || IsInexact(a.GetType()) || IsInexact(b.GetType())) return Order(DoubleOf(a), DoubleOf(b));
+    const auto order = Compare(ToDecimal(a), ToDecimal(b));
+    return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 
 bool Holds(BinaryOperator op, int order) {

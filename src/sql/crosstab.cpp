@@ -25,7 +25,7 @@ public:
         bool added = false;
         for (const Value& heading : headings) {
             key_.clear();
-            AppendKey(heading, key_);
+            AppendKey(heading, key_, true);
             headings_.FindOrAdd(key_, added);
         }
     }
@@ -59,7 +59,7 @@ public:
 private:
     void SetKey(Plan& plan, std::size_t first) {
         key_.clear();
-        for (std::size_t i = 0; i < groups_; ++i) AppendKey(plan.outputs[first + i].expression->Evaluate(), key_);
+        for (std::size_t i = 0; i < groups_; ++i) AppendKey(plan.outputs[first + i].expression->Evaluate(), key_, true);
     }
 
     void ReadCells() {
@@ -74,7 +74,7 @@ private:
             if (added) values_.resize(values_.size() + width_, Value(Null{}));
             Work::Hold(values_.size() * sizeof(Value));
             key_.clear();
-            AppendKey(cells_->outputs[groups_].expression->Evaluate(), key_);
+            AppendKey(cells_->outputs[groups_].expression->Evaluate(), key_, true);
             const std::uint32_t heading = headings_.Find(key_);
             if (heading != KeyTable::kNone)
                 values_[row * width_ + heading] = cells_->outputs[groups_ + 1].expression->Evaluate();
@@ -146,7 +146,7 @@ std::vector<Value> HeadingsOf(BindContext& context, const ast::Crosstab& crossta
         const Value& heading = cells.outputs[groups].expression->Evaluate();
         bool added = false;
         key.clear();
-        AppendKey(heading, key);
+        AppendKey(heading, key, true);
         seen.FindOrAdd(key, added);
         if (added) headings.push_back(heading);
     }

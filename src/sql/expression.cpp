@@ -2,6 +2,7 @@
 
 #include "core/convert.h"
 #include "core/error.h"
+#include "sql/key.h"
 
 namespace qmtrain::sql {
 
@@ -15,6 +16,10 @@ Truth Expression::Test() {
         case Value::Type::Binary: Raise(ErrorNumber::CriteriaTypeMismatch);
         default: return MakeTruth(ToDouble(value) != 0);
     }
+}
+
+void AppendKeyOf(Expression& expression, std::vector<std::uint8_t>& key) {
+    AppendKey(expression.Evaluate(), key, NeedsExactKeys(expression.Type()));
 }
 
 const Value& Condition::Evaluate() {

@@ -54,6 +54,9 @@ private:
 
 using ExpressionPtr = std::unique_ptr<Expression>;
 
+// Appends the key of its value (see key.h) such that what is equal has equal keys, and nothing else.
+void AppendKeyOf(Expression& expression, std::vector<std::uint8_t>& key);
+
 class LiteralExpression : public Expression {
 public:
     explicit LiteralExpression(Value value) : Expression(value.GetType()), value_(std::move(value)) {}

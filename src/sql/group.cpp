@@ -55,7 +55,7 @@ std::uint32_t Group::LookUpGroup() {
 
 std::uint32_t Group::FindGroup() {
     key_.clear();
-    for (Expression* key : keys_) AppendKey(key->Evaluate(), key_);
+    for (Expression* key : keys_) AppendKeyOf(*key, key_);
     bool added = false;
     const std::uint32_t group = groups_.FindOrAdd(key_, added);
     return added ? AddGroup() : group;

@@ -62,7 +62,6 @@ bool HasRanges(const Table& table, int index, std::size_t place) {
     const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(index)].columns[place];
     switch (table.Columns()[static_cast<std::size_t>(key.column)].type) {
         case ColumnType::Boolean:  // too few values to be worth while
-        case ColumnType::Decimal:
         case ColumnType::Guid:
         case ColumnType::LongBinary:
         case ColumnType::Memo: return false;

@@ -6,6 +6,7 @@
 
 #include "core/collation.h"
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "core/work.h"
 #include "sql/types.h"
 
@@ -32,6 +33,33 @@ void AppendEscaped(const Bytes& bytes, std::vector<std::uint8_t>& key) {
     key.push_back(0);
 }
 
+// Whether the number is the one decimal of up to 15 digits that its Double stands for.
+bool IsShort(const Value& value) {
+    constexpr std::uint64_t kShort = 1'000'000'000'000'000;
+    switch (value.GetType()) {
+        case Value::Type::Decimal: return value.As<Decimal>().high == 0 && value.As<Decimal>().low < kShort;
+        case Value::Type::Currency: {
+            const std::int64_t scaled = value.As<Currency>().scaled;
+            return scaled < static_cast<std::int64_t>(kShort) && scaled > -static_cast<std::int64_t>(kShort);
+        }
+        default: return true;
+    }
+}
+
+// What tells numbers with one Double apart: how they stand to the decimal that the Double stands for.
+void AppendRest(const Value& value, std::vector<std::uint8_t>& key) {
+    constexpr std::uint8_t kBelow = 0x7F;
+    constexpr std::uint8_t kSame = 0x80;
+    constexpr std::uint8_t kAbove = 0x81;
+    if (IsShort(value)) return key.push_back(kSame);
+    const Decimal number = ToDecimal(value);
+    const auto order = Compare(number, ToDecimal(Value(ToDouble(value))));
+    key.push_back(order < 0 ? kBelow : order > 0 ? kAbove : kSame);
+    if (order == 0) return;
+    const auto bytes = OrderedBytes(number);
+    key.insert(key.end(), bytes.begin(), bytes.end());
+}
+
 std::uint64_t Mix(std::uint64_t bits) {
     bits *= 0x9E3779B97F4A7C15U;
     bits ^= bits >> 32U;
@@ -53,13 +81,14 @@ std::uint64_t NumberBits(const Value& value) {
     return std::bit_cast<std::uint64_t>(number + 0.0);  // minus zero becomes zero
 }
 
-void AppendKey(const Value& value, std::vector<std::uint8_t>& key) {
+void AppendKey(const Value& value, std::vector<std::uint8_t>& key, bool exact) {
     switch (FamilyOf(value.GetType())) {
         case Family::Any: key.push_back(kNullTag); break;
         case Family::Number: {
             key.push_back(kNumberTag);
             const std::uint64_t bits = NumberBits(value);
             AppendBigEndian((bits & kSignBit) != 0 ? ~bits : bits | kSignBit, key);
+            if (exact) AppendRest(value, key);
             break;
         }
         case Family::Text:

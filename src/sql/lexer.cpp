@@ -119,6 +119,17 @@ private:
         AddNumber(text_.substr(first_, position_ - first_));
     }
 
+    // More digits than a Double has, and no exponent.
+    static bool IsLongDecimal(std::u16string_view digits) {
+        constexpr std::ptrdiff_t kDoubleDigits = 15;
+        constexpr std::ptrdiff_t kMostDigits = 28;
+        if (!std::ranges::all_of(digits, [](char16_t unit) { return IsDigit(unit) || unit == u'.'; })) return false;
+        const auto first = std::ranges::find_if(digits, [](char16_t unit) { return unit != u'0' && unit != u'.'; });
+        const auto count = std::count_if(first, digits.end(), IsDigit);
+        const auto behind_point = digits.end() - std::ranges::find(digits, u'.');
+        return count > kDoubleDigits && count <= kMostDigits && behind_point <= kMostDigits + 1;
+    }
+
     void AddNumber(std::u16string_view digits) {
         constexpr std::size_t kSurelyLong = 9;
         if (digits.size() <= kSurelyLong && std::ranges::all_of(digits, IsDigit)) {
@@ -126,6 +137,7 @@ private:
             for (const char16_t digit : digits) number = number * 10 + (digit - u'0');
             return Add(TokenKind::Literal, {}, Value(number));
         }
+        if (IsLongDecimal(digits)) return Add(TokenKind::Literal, {}, ToDecimal(Value(digits)));
         const auto number = ParseNumber(digits);
         if (!number) Fail();
         const bool whole = digits.find_first_of(u".eE") == std::u16string_view::npos || digits.front() == u'&';

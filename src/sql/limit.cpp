@@ -35,7 +35,7 @@ void Limit::Explain(Explanation& out) const {
 
 void Limit::MakeKey(std::vector<std::uint8_t>& key) const {
     key.clear();
-    for (Expression* tie : ties_) AppendKey(tie->Evaluate(), key);
+    for (Expression* tie : ties_) AppendKeyOf(*tie, key);
 }
 
 void Distinct::Open() {
@@ -51,7 +51,7 @@ void Distinct::Explain(Explanation& out) const {
 bool Distinct::Next() {
     while (child_->Next()) {
         key_.clear();
-        for (Expression* value : values_) AppendKey(value->Evaluate(), key_);
+        for (Expression* value : values_) AppendKeyOf(*value, key_);
         for (Source* source : sources_) {
             const Place place = source->Keep();
             for (unsigned shift = 0; shift < 32; shift += 8) key_.push_back(static_cast<std::uint8_t>(place >> shift));

@@ -55,7 +55,7 @@ std::uint64_t RowIdentity::HashOf(const Value& value) {
         return HashBytes(reinterpret_cast<const std::uint8_t*>(text.data()), text.size() * sizeof(char16_t));
     }
     bytes_.clear();
-    AppendKey(value, bytes_);
+    AppendKey(value, bytes_, true);
     return HashBytes(bytes_.data(), bytes_.size());
 }
 

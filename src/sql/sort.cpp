@@ -64,7 +64,7 @@ bool Sort::AddRow() {
     row.key = keys_.size();
     for (std::size_t i = 0; i < sort_keys_.size(); ++i) {
         buffer_.clear();
-        AppendKey(sort_keys_[i].expression->Evaluate(), buffer_);
+        AppendKeyOf(*sort_keys_[i].expression, buffer_);
         if (sort_keys_[i].descending) {
             for (std::uint8_t& byte : buffer_) byte = static_cast<std::uint8_t>(~byte);
         }

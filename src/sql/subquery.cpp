@@ -54,7 +54,11 @@ private:
 class InSelectCondition : public Condition, public ValueList {
 public:
     InSelectCondition(ExpressionPtr subject, std::unique_ptr<Plan> plan, bool negated)
-        : subject_(std::move(subject)), plan_(std::move(plan)), negated_(negated) {}
+        : subject_(std::move(subject)), plan_(std::move(plan)), negated_(negated) {
+        const Value::Type items = plan_->outputs[0].expression->Type();
+        const bool exact = NeedsExactKeys(subject_->Type()) || NeedsExactKeys(items);
+        exact_ = exact && !IsInexact(subject_->Type()) && !IsInexact(items);
+    }
 
     bool Collect(std::size_t most, std::vector<Value>& values) override {
         if (!built_) Build();
@@ -94,7 +98,7 @@ private:
         if (empty_) return Truth::False;
         if (subject.IsNull()) return Truth::Unknown;
         key_.clear();
-        AppendKey(subject, key_);
+        AppendKey(subject, key_, exact_);
         if (items_.Find(key_) != KeyTable::kNone) return Truth::True;
         return has_null_ ? Truth::Unknown : Truth::False;
     }
@@ -107,7 +111,7 @@ private:
             empty_ = false;
             has_null_ = has_null_ || item.IsNull();
             key_.clear();
-            AppendKey(item, key_);
+            AppendKey(item, key_, exact_);
             if (item.IsNull()) continue;
             items_.FindOrAdd(key_, added);
             if (!added || too_many_) continue;
@@ -125,6 +129,7 @@ private:
     ExpressionPtr subject_;
     std::unique_ptr<Plan> plan_;
     bool negated_;
+    bool exact_;                 // its keys
     std::vector<Value> values_;  // each once, as long as there are not too many
     bool too_many_ = false;
     bool built_ = false;

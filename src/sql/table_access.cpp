@@ -8,6 +8,7 @@
 
 #include "core/collation.h"
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "sql/index_choice.h"
 #include "sql/like.h"
 #include "sql/plan.h"
@@ -71,13 +72,36 @@ Key CurrencyKey(const Value& value, const Wanted& wanted) {
     return {Key::Kind::Found, Value(Currency{wanted.equal ? nearest : nearest + (wanted.low ? -1 : 1)})};
 }
 
+// With a Double the column's decimals are compared as Doubles, and one with more than 15 digits may be equal to several
+// of them.
 Key DecimalKey(const Value& value, const Column& column, const Wanted& wanted) {
     constexpr int kDoubleDigits = 15;
-    if (!wanted.equal || column.precision == 0 || column.precision > kDoubleDigits) return {Key::Kind::Unknown};
-    const double number = ToDouble(value);
-    if (std::abs(number) >= std::pow(10.0, column.precision - column.scale)) return {Key::Kind::Nothing};
-    const Decimal nearest = Rescale(ToDecimal(Value(number)), column.scale);
-    return {Key::Kind::Found, Value(nearest)};
+    constexpr int kMostDigits = 28;
+    constexpr double kMostDecimal = 7.9e28;
+    constexpr double kDoubleStep = 1e-14;
+    const bool inexact = IsInexact(value.GetType());
+    double number = ToDouble(value);
+    const bool known = column.precision > 0 && column.precision <= kMostDigits && column.scale <= column.precision;
+    if (!known || std::isnan(number)) return {Key::Kind::Unknown};
+    if (inexact && column.precision > kDoubleDigits) {
+        if (wanted.equal) return {Key::Kind::Unknown};
+        number += std::abs(number) * (wanted.low ? -kDoubleStep : kDoubleStep);
+    }
+    bool beyond = std::abs(number) >= kMostDecimal;
+    Decimal exact;
+    if (!beyond) {
+        exact = ToDecimal(inexact ? Value(number) : value);
+        const Decimal above = Rescale(Decimal{false, 0, 0, 1}, column.precision - column.scale);
+        const Decimal magnitude{false, exact.scale, exact.high, exact.low};
+        beyond = Compare(magnitude, Decimal{false, 0, above.high, above.low}) >= 0;
+    }
+    if (beyond) return {wanted.equal || (number > 0) == wanted.low ? Key::Kind::Nothing : Key::Kind::All};
+    const Decimal nearest = Rescale(exact, column.scale);
+    if (inexact) return {Key::Kind::Found, Value(nearest)};
+    const auto order = Compare(nearest, exact);
+    if (order == 0) return {Key::Kind::Found, Value(nearest), wanted.inclusive};
+    if (wanted.equal) return {Key::Kind::Nothing};
+    return {Key::Kind::Found, Value(nearest), wanted.low ? order > 0 : order < 0};
 }
 
 // "{XXXXXXXX-…}": only what is written so is found by its bytes.
@@ -247,13 +271,13 @@ bool TableAccess::TakeList(const IndexAccess& access) {
     if (listed_.size() < 2) return true;
     const bool descending = KeyColumn(access, static_cast<std::size_t>(access.list_at)).descending;
     const bool backwards = descending != access.backwards;
-    const auto is_number = [](const Value& value) { return FamilyOf(value.GetType()) == Family::Number; };
-    if (std::ranges::all_of(listed_, is_number)) {
+    const auto is_double = [](const Value& value) { return IsExactAsDouble(value.GetType()); };
+    if (std::ranges::all_of(listed_, is_double)) {
         listed_ = InOrderOnce(listed_, OrderedNumber, backwards);
     } else {
         const auto key = [](const Value& value) {
             std::vector<std::uint8_t> bytes;
-            AppendKey(value, bytes);
+            AppendKey(value, bytes, true);
             return std::string(bytes.begin(), bytes.end());
         };
         listed_ = InOrderOnce(listed_, key, backwards);
@@ -362,7 +386,7 @@ void TableAccess::Arrange() {
         order[i].second = i;
         for (std::size_t column = 0; column < width; ++column) {
             part.clear();
-            AppendKey(places_[i].range.low->values[column], part);
+            AppendKey(places_[i].range.low->values[column], part, true);
             const Index& index = table.Indexes()[static_cast<std::size_t>(first.index)];
             const bool invert = index.columns[column].descending != path_.parts[0].backwards;
             for (const std::uint8_t byte : part) {

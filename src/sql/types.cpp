@@ -52,11 +52,8 @@ Value::Type CommonType(Value::Type a, Value::Type b) {
     if (!IsNumberType(a) || !IsNumberType(b)) return Value::Type::Empty;
     const bool whole = a <= Value::Type::Long && b <= Value::Type::Long;
     if (whole) return std::max({a, b, Value::Type::Integer});
-    return Value::Type::Double;
-}
-
-bool IsExactAsDouble(Value::Type type) {
-    return (type >= Value::Type::Boolean && type <= Value::Type::Double) || type == Value::Type::Date;
+    const bool decimal = a == Value::Type::Decimal || b == Value::Type::Decimal;
+    return decimal && !IsInexact(a) && !IsInexact(b) ? Value::Type::Decimal : Value::Type::Double;
 }
 
 }  // namespace qmtrain::sql

@@ -58,6 +58,19 @@ Shape ShapeOf(const Column& column);
 Value::Type CommonType(Value::Type a, Value::Type b);
 
 // Whether equality of two values of the type is equality of their numbers as a Double.
-bool IsExactAsDouble(Value::Type type);
+inline bool IsExactAsDouble(Value::Type type) {
+    return (type >= Value::Type::Boolean && type <= Value::Type::Double) || type == Value::Type::Date;
+}
+
+// Whether numbers of the type are Doubles of some kind: a decimal is compared with one as a Double, with any other
+// number exactly.
+inline bool IsInexact(Value::Type type) {
+    return type == Value::Type::Single || type == Value::Type::Double || type == Value::Type::Date;
+}
+
+// Whether keys of such values have to tell numbers apart that have the same Double. Empty: of any type.
+inline bool NeedsExactKeys(Value::Type type) {
+    return type == Value::Type::Decimal || type == Value::Type::Currency || type == Value::Type::Empty;
+}
 
 }  // namespace qmtrain::sql

@@ -68,7 +68,8 @@ bool UnionRows::Next() {
 
 bool UnionRows::IsNew() {
     key_.clear();
-    for (std::size_t i = 0; i < source_.Columns().size(); ++i) AppendKey(source_.Get(static_cast<int>(i)), key_);
+    for (std::size_t i = 0; i < source_.Columns().size(); ++i)
+        AppendKey(source_.Get(static_cast<int>(i)), key_, NeedsExactKeys(source_.Columns()[i].type));
     bool added = false;
     seen_.FindOrAdd(key_, added);
     return added;

@@ -2,6 +2,8 @@
 
 #include "core/decimal.h"
 
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "core/convert.h"
@@ -58,6 +60,37 @@ TEST(DecimalTest, Arithmetic) {
         }
     }
     EXPECT_THROW(Divide(Decimal{false, 0, 0, 1}, Decimal{}), AutomationError);
+}
+
+// In the order of the table; those of one line are equal.
+TEST(DecimalTest, Order) {
+    const std::vector<std::vector<Decimal>> ordered = {
+        {ToDecimal(Value(u"-79228162514264337593543950335"))},
+        {ToDecimal(Value(u"-1234567890123456.7892"))},
+        {ToDecimal(Value(u"-1234567890123456.7891")), ToDecimal(Value(u"-1234567890123456.789100"))},
+        {ToDecimal(Value(u"-0.0000000000000000000000000001"))},
+        {Decimal{}, {true, 5, 0, 0}, {false, 28, 0, 0}},
+        {ToDecimal(Value(u"0.0000000000000000000000000001"))},
+        {{false, 1, 0, 1}, {false, 2, 0, 10}, {false, 18, 0, 100000000000000000}},
+        {ToDecimal(Value(u"9007199254740992"))},
+        {ToDecimal(Value(u"9007199254740993"))},
+        {ToDecimal(Value(u"79228162514264337593543950335"))},
+    };
+    for (std::size_t i = 0; i < ordered.size(); ++i) {
+        for (std::size_t j = 0; j < ordered.size(); ++j) {
+            for (const Decimal& a : ordered[i]) {
+                for (const Decimal& b : ordered[j]) {
+                    const std::string name = ToUtf8(ToText(Value(a)) + u" and " + ToText(Value(b)));
+                    EXPECT_EQ(Compare(a, b), i <=> j) << name;
+                    EXPECT_EQ(OrderedBytes(a) <=> OrderedBytes(b), i <=> j) << name;
+                    const bool doubles = i == j  ? ToDouble(Value(a)) == ToDouble(Value(b))
+                                         : i < j ? ToDouble(Value(a)) <= ToDouble(Value(b))
+                                                 : ToDouble(Value(a)) >= ToDouble(Value(b));
+                    EXPECT_TRUE(doubles) << name;
+                }
+            }
+        }
+    }
 }
 
 }  // namespace

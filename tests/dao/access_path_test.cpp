@@ -1,5 +1,6 @@
 // The same conditions on a table with indexes and on one without: both must find the same rows, in the same order.
 
+#include <algorithm>
 #include <random>
 
 #include "fixture.h"
@@ -210,6 +211,60 @@ TEST_F(AccessPathTest, ChangesOfManyRowsKeepTheIndexes) {
     database_->Execute(u"CREATE INDEX Later ON Indexed (S, N DESC, ID)");
     EXPECT_EQ(ErrorOf([&] { database_->Execute(u"CREATE UNIQUE INDEX Twice ON Indexed (A)"); }),
               static_cast<int>(ErrorNumber::DuplicateKey));
+}
+
+// Numbers of which many have one Double, found as whole numbers of their last digit tell.
+TEST_F(AccessPathTest, DecimalsAreFoundExactly) {
+    database_->ExecuteScript(
+        u"CREATE TABLE Decimals (ID LONG, P DECIMAL(28, 8), Q DECIMAL(28, 8), R DECIMAL(28, 8));"
+        u"CREATE INDEX ByQ ON Decimals (Q); CREATE INDEX ByR ON Decimals (R DESC)");
+    const auto number = [](int units) {
+        const std::u16string digits = ToText(std::int64_t{units < 0 ? -units : units});
+        return std::u16string(units < 0 ? u"-" : u"") + u"12345678901234567890.000000" +
+               std::u16string(2 - digits.size(), u'0') + digits;
+    };
+    std::vector<int> units;
+    database_->Atomically([&] {
+        for (int id = 0; id < 150; ++id) {
+            units.push_back(Pick(61) - 30);
+            const std::u16string value = number(units.back());
+            database_->Execute(u"INSERT INTO Decimals VALUES (" + ToText(std::int64_t{id}) + u", '" + value + u"', '" +
+                               value + u"', '" + value + u"')");
+        }
+    });
+    // Of two numbers below zero the one with more units is the smaller one.
+    const auto rank = [](int unit) { return unit < 0 ? unit - 1000 : unit; };
+    constexpr const char16_t* kOperators[] = {u" = ", u" < ", u" > ", u" <= ", u" >= ", u" <> "};
+    for (int i = 0; i < 120; ++i) {
+        const int op = Pick(6);
+        const int unit = Pick(61) - 30;
+        std::u16string expected;
+        for (std::size_t id = 0; id < units.size(); ++id) {
+            const int order = rank(units[id]) - rank(unit);
+            const bool holds[] = {order == 0, order<0, order> 0, order <= 0, order >= 0, order != 0};
+            if (holds[op]) expected += (expected.empty() ? u"" : u" ") + ToText(static_cast<std::int64_t>(id));
+        }
+        for (const char16_t* column : {u"P", u"Q", u"R"}) {
+            const std::u16string where = std::u16string(column) + kOperators[op] + number(unit);
+            ASSERT_EQ(Column(u"SELECT ID FROM Decimals WHERE " + where + u" ORDER BY ID", u"ID"), expected)
+                << ToUtf8(where);
+        }
+    }
+    for (const char16_t* order : {u" ASC", u" DESC"}) {
+        const auto rows = [&](const char16_t* column) {
+            return Column(u"SELECT ID FROM Decimals ORDER BY " + std::u16string(column) + order + u", ID", u"ID");
+        };
+        std::vector<int> ids(units.size());
+        for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = static_cast<int>(i);
+        std::ranges::stable_sort(ids, [&](int a, int b) {
+            const int first = rank(units[static_cast<std::size_t>(a)]);
+            const int second = rank(units[static_cast<std::size_t>(b)]);
+            return order[1] == u'A' ? first < second : first > second;
+        });
+        std::u16string expected;
+        for (const int id : ids) expected += (expected.empty() ? u"" : u" ") + ToText(std::int64_t{id});
+        for (const char16_t* column : {u"P", u"Q", u"R"}) EXPECT_EQ(rows(column), expected) << ToUtf8(column);
+    }
 }
 
 // In Jet 3 the thorn is a letter of its own to the index, and "th" to those who compare texts.

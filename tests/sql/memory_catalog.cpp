@@ -4,6 +4,7 @@
 
 #include "core/collation.h"
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "core/error.h"
 #include "core/text.h"
 
@@ -19,7 +20,12 @@ int CompareKeys(const Value& a, const Value& b) {
     if (rank(a) != rank(b)) return rank(a) - rank(b);
     switch (rank(a)) {
         case 0: return 0;
-        case 1: return ToDouble(a) < ToDouble(b) ? -1 : ToDouble(a) > ToDouble(b) ? 1 : 0;
+        case 1:
+            if (a.GetType() == Value::Type::Decimal && b.GetType() == Value::Type::Decimal) {
+                const auto order = Compare(a.As<Decimal>(), b.As<Decimal>());
+                return order < 0 ? -1 : order > 0 ? 1 : 0;
+            }
+            return ToDouble(a) < ToDouble(b) ? -1 : ToDouble(a) > ToDouble(b) ? 1 : 0;
         case 2: return collation::Compare(a.Text(), b.Text());
         default: return a.Binary() < b.Binary() ? -1 : a.Binary() > b.Binary() ? 1 : 0;
     }
