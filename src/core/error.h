@@ -25,6 +25,12 @@ enum class ErrorNumber : std::int32_t {
     KeyAlreadyInCollection = 457,
     DatabaseTooLarge = 3001,  // the file would pass the format's limit
     TransactionNotStarted = 3034,
+    OdbcCallFailed = 3146,
+    OdbcConnectionFailed = 3151,
+    OdbcInsertFailed = 3155,
+    OdbcDeleteFailed = 3156,
+    OdbcUpdateFailed = 3157,
+    ChangedByOther = 3197,  // since it was read
     TableExists = 3010,
     ObjectNotFound = 3011,
     TooManyIndexes = 3015,

@@ -5,6 +5,8 @@
 
 #include "core/convert.h"
 #include "core/error.h"
+#include "dao/jet_columns.h"
+#include "dao/odbc_links.h"
 #include "dao/saved_query.h"
 #include "jet/row_cursor.h"
 
@@ -37,12 +39,16 @@ sql::ColumnType ToSql(jet::ColumnType type) {
     return sql::ColumnType::Binary;  // opaque bytes
 }
 
+}  // namespace
+
 jet::ColumnType ToJet(sql::ColumnType type) {
     for (const auto& [own, other] : kTypes) {
         if (other == type) return own;
     }
     return jet::ColumnType::Binary;
 }
+
+namespace {
 
 sql::RowId ToRowId(jet::RowPointer row) {
     return {row.ToStored()};
@@ -93,15 +99,6 @@ jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& c
 }
 
 }  // namespace
-
-// Which columns and indexes of a Jet table stand where in SQL: columns in the order in which they are shown.
-struct Layout {
-    explicit Layout(const jet::Table& table);
-
-    std::vector<sql::Column> columns;
-    std::vector<std::size_t> positions;  // in the Jet definition, by SQL position
-    std::vector<sql::Index> indexes;     // by real index
-};
 
 Layout::Layout(const jet::Table& table) {
     const jet::TableDefinition& definition = table.Definition();
@@ -352,6 +349,7 @@ std::shared_ptr<jet::Table> JetCatalog::Require(std::u16string_view name) {
 }
 
 std::shared_ptr<sql::Table> JetCatalog::FindTable(std::u16string_view name) {
+    if (auto linked = links_.FindTable(name)) return linked;
     auto table = database_.FindTable(name);
     if (!table) return nullptr;
     std::erase_if(known_, [](const Known& known) { return known.table.expired(); });
@@ -364,6 +362,19 @@ std::shared_ptr<sql::Table> JetCatalog::FindTable(std::u16string_view name) {
 
 std::optional<std::u16string> JetCatalog::FindQuery(std::u16string_view name) {
     return SelectOfQuery(database_, name);
+}
+
+// While the links look into a statement they ask this catalogue themselves.
+std::shared_ptr<const sql::ast::Select> JetCatalog::Delegate(const sql::ast::Select& select) {
+    if (delegating_) return nullptr;
+    const Delegating now(delegating_);
+    return links_.Delegate(*this, select);
+}
+
+std::optional<sql::DelegatedChange> JetCatalog::DelegateChange(const sql::ast::Statement& statement) {
+    if (delegating_) return std::nullopt;
+    const Delegating now(delegating_);
+    return links_.DelegateChange(*this, statement);
 }
 
 void JetCatalog::CreateTable(const sql::TableDefinition& definition) {

@@ -5,10 +5,50 @@
 #include "dao/column_types.h"
 #include "dao/jet_catalog.h"
 #include "dao/jet_recordset.h"
+#include "dao/odbc_links.h"
 #include "jet/database.h"
 #include "sql/sql.h"
 
 namespace qmtrain::dao {
+namespace {
+
+// A transaction of the session, undone when it is not committed.
+class SessionTransaction {
+public:
+    explicit SessionTransaction(jet::Database& storage) : storage_(storage) { storage_.BeginTransaction(); }
+    SessionTransaction(const SessionTransaction&) = delete;
+    SessionTransaction& operator=(const SessionTransaction&) = delete;
+    ~SessionTransaction() {
+        if (open_) storage_.RollbackTransaction();
+    }
+    void Commit() {
+        open_ = false;
+        storage_.CommitTransaction();
+    }
+
+private:
+    jet::Database& storage_;
+    bool open_ = true;
+};
+
+// The server keeps what the body reads as it was, and refuses the change when somebody else was first: then it is tried
+// again, unless a transaction around it has seen the old state already.
+void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& body) {
+    constexpr int kMostTries = 10;
+    const bool alone = !storage.SharedSession()->IsInTransaction();
+    for (int tries = 1;; ++tries) {
+        try {
+            SessionTransaction transaction(storage);
+            body();
+            transaction.Commit();
+            return;
+        } catch (const AutomationError& error) {
+            if (!error.Is(ErrorNumber::ChangedByOther) || !alone || tries == kMostTries) throw;
+        }
+    }
+}
+
+}  // namespace
 
 std::filesystem::path DatabaseFile(std::u16string_view name) {
     std::filesystem::path path = ToNativePath(name);
@@ -16,8 +56,11 @@ std::filesystem::path DatabaseFile(std::u16string_view name) {
     return std::filesystem::is_directory(path, ignored) ? ToNativePath(InFolder(name, u"Total.mdb")) : path;
 }
 
-JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage)
-    : name_(std::move(name)), storage_(std::move(storage)), catalog_(std::make_unique<JetCatalog>(*storage_)) {}
+JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage, LinkRights links)
+    : name_(std::move(name)),
+      storage_(std::move(storage)),
+      links_(std::make_unique<OdbcLinks>(*storage_, links)),
+      catalog_(std::make_unique<JetCatalog>(*storage_, *links_)) {}
 
 JetDatabase::~JetDatabase() = default;
 
@@ -29,7 +72,8 @@ std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool re
                                                                                   .password = std::u16string(password),
                                                                                   .session = std::move(session),
                                                                                   .links_read_only = !links.write,
-                                                                                  .links_in_network = links.network}));
+                                                                                  .links_in_network = links.network}),
+                                         links);
 }
 
 std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session,
@@ -53,10 +97,34 @@ void JetDatabase::Execute(std::u16string_view text) {
     const sql::Statement statement = sql::Parse(text);
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
     const Work work = Begin();
+    if (const auto affected = ExecuteOnServers(statement)) {
+        records_affected_ = static_cast<std::int32_t>(*affected);
+        return;
+    }
     jet::Database::Writing writing(storage);
     const std::int64_t affected = sql::Execute(*catalog_, statement);
     writing.Commit();
     records_affected_ = static_cast<std::int32_t>(affected);
+}
+
+// A change of tables on servers alone, without the file's locks: in one message where possible, else as a transaction.
+std::optional<std::int64_t> JetDatabase::ExecuteOnServers(const sql::Statement& statement) {
+    if (!links_->MayHaveAny()) return std::nullopt;
+    const jet::Database::Reading reading(*storage_);
+    if (!links_->ChangesOnlyServers(statement.Tree())) return std::nullopt;
+    const auto* insert = std::get_if<sql::ast::Insert>(&statement.Tree().node);
+    const bool one_row = insert != nullptr && insert->select == nullptr;
+    if (one_row || catalog_->DelegateChange(statement.Tree())) return sql::Execute(*catalog_, statement);
+    SessionTransaction transaction(*storage_);
+    const std::int64_t affected = sql::Execute(*catalog_, statement);
+    transaction.Commit();
+    return affected;
+}
+
+bool JetDatabase::HasOnlyServerLinks() {
+    if (!links_->MayHaveAny()) return false;
+    const jet::Database::Reading reading(*storage_);
+    return links_->HasOnlyLinks();
 }
 
 void JetDatabase::ExecuteScript(std::u16string_view statements) {
@@ -74,6 +142,8 @@ void JetDatabase::ExecuteScript(std::u16string_view statements) {
 
 void JetDatabase::Atomically(const std::function<void()>& body) {
     const Work work({}, cancellations_);
+    Storage();
+    if (HasOnlyServerLinks()) return AtomicallyOnServers(*storage_, body);
     jet::Database::Writing writing(Storage());
     body();
     writing.Commit();
@@ -102,7 +172,7 @@ std::vector<TableDef> JetDatabase::TableDefs() {
     const jet::Database::Reading reading(Storage());
     std::vector<TableDef> tables;
     for (const jet::CatalogObject& object : storage_->Objects()) {
-        const bool linked = object.type == jet::CatalogObject::kLinkedTable;
+        const bool linked = object.IsLink();
         if (object.type != jet::CatalogObject::kTable && !linked) continue;
         TableDef table{object.name, object.IsSystem(), linked, {}, {}};
         if (const auto opened = linked ? nullptr : catalog_->FindTable(object.name)) {
@@ -118,13 +188,30 @@ std::vector<TableDef> JetDatabase::TableDefs() {
 }
 
 void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view connect,
-                                 std::u16string_view source_table) {
+                                 std::u16string_view source_table, bool save_password) {
+    Storage();
+    if (odbc::ConnectString::IsOdbc(connect)) return links_->Create(name, connect, source_table, save_password);
     jet::Database::Writing writing(Storage());
     storage_->CreateLink(name, connect, source_table);
     writing.Commit();
 }
 
+void JetDatabase::RefreshLink(std::u16string_view name, std::u16string_view connect) {
+    Storage();
+    links_->Refresh(name, connect);
+}
+
+std::uint64_t JetDatabase::KnownChanges() {
+    return Storage().KnownChanges() + links_->Changes();
+}
+
+void JetDatabase::Cancel() noexcept {
+    ++cancellations_;
+    links_->Cancel();
+}
+
 void JetDatabase::Limits(const WorkLimits& limits) {
+    links_->TimeLimit(limits.time);
     const std::scoped_lock lock(limits_mutex_);
     limits_ = limits;
 }
@@ -136,6 +223,8 @@ Work JetDatabase::Begin(std::chrono::steady_clock::duration* spent) const {
 
 bool JetDatabase::HasTable(std::u16string_view name) {
     const jet::Database::Reading reading(Storage());
+    const auto object = storage_->FindObject(name);
+    if (object && object->type == jet::CatalogObject::kLinkedOdbc) return true;  // to say so asks no server
     return storage_->FindTable(name) != nullptr;
 }
 
@@ -145,6 +234,7 @@ void JetDatabase::NewPassword(std::u16string_view old_password, std::u16string_v
 
 void JetDatabase::Close() {
     Storage();
+    links_->Close();
     catalog_.reset();
     storage_.reset();
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "core/convert.h"
@@ -31,6 +32,24 @@ Bytes ToBookmark(std::int64_t position) {
     std::memcpy(bookmark.data(), &position, sizeof position);
     return bookmark;
 }
+
+// A scope in which a row is changed: the file is kept for writing unless the row is elsewhere.
+class ChangeScope {
+public:
+    ChangeScope(jet::Database& storage, bool elsewhere) {
+        if (elsewhere)
+            reading_.emplace(storage);
+        else
+            writing_.emplace(storage);
+    }
+    void Commit() {
+        if (writing_) writing_->Commit();
+    }
+
+private:
+    std::optional<jet::Database::Reading> reading_;
+    std::optional<jet::Database::Writing> writing_;
+};
 
 }  // namespace
 
@@ -144,12 +163,16 @@ jet::Database& JetRecordset::Storage() const {
 }
 
 std::uint64_t JetRecordset::ChangeStamp() const {
-    return Storage().KnownChanges();
+    return database_->KnownChanges();
+}
+
+bool JetRecordset::IsRemote() const {
+    return query_->Tables()[0]->IsRemote();
 }
 
 bool JetRecordset::Updatable() {
     RequireOpen();
-    return updatable_ && Storage().ReadOnlyReason().empty();
+    return updatable_ && (IsRemote() || Storage().ReadOnlyReason().empty());
 }
 
 bool JetRecordset::Reach(std::int64_t index) {
@@ -483,7 +506,7 @@ void JetRecordset::Update() {
     if (editing_ == Editing::Nothing) Raise(ErrorNumber::UpdateWithoutEdit);
     sql::Table& table = *query_->Tables()[0];
     const Work work = database_->Begin();
-    jet::Database::Writing writing(Storage());
+    ChangeScope writing(Storage(), IsRemote());
     if (editing_ == Editing::Changing) {
         std::vector<sql::Assignment> changes;
         for (std::size_t i = 0; i < fields_.size(); ++i) {
@@ -525,7 +548,7 @@ void JetRecordset::Delete() {
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
     editing_ = Editing::Nothing;
     const Work work = database_->Begin();
-    jet::Database::Writing writing(Storage());
+    ChangeScope writing(Storage(), IsRemote());
     query_->Tables()[0]->Delete(keys_[static_cast<std::size_t>(position_)]);
     writing.Commit();
     loaded_ = false;

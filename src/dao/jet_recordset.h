@@ -78,6 +78,7 @@ private:
     void RequireOpen() const;
     jet::Database& Storage() const;
     std::uint64_t ChangeStamp() const;
+    bool IsRemote() const;  // requires that it is updatable
 
     // Rows that have been fetched: those of the record set, and a few ahead.
     std::int64_t Fetched() const { return static_cast<std::int64_t>(updatable_ ? keys_.size() : kept_.Size()); }

@@ -26,6 +26,7 @@ enum class FieldType : std::int16_t {
 struct LinkRights {
     bool write = false;    // their tables may be changed
     bool network = false;  // files on other machines ("\\host\share"), which learn who asks
+    bool servers = false;  // tables on database servers, which learn who asks and decide who may write
 };
 
 }  // namespace qmtrain::dao

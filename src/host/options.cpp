@@ -43,6 +43,7 @@ const char* const kHelp =
     "  paper          组卷、打包成网络版试卷库、印成 PDF 或网页（make、pack、print）\n"
     "  export-history | export-paper | export-notes\n"
     "                 导出练习历史、一份试卷的回顾、笔记（--help 列出选项）\n"
+    "  server         把考生数据库放到 PostgreSQL 服务器上（init、copy、link；--help 列出选项）\n"
     "\n"
     "选项：\n"
     "  --data 文件夹      数据库所在的文件夹\n"

@@ -18,11 +18,11 @@
 namespace qmtrain::sql {
 namespace {
 
-bool ContainsAggregate(const ast::Expression& expression);
-
 bool ContainsAggregate(const ast::ExpressionPtr& expression) {
-    return expression != nullptr && ContainsAggregate(*expression);
+    return expression != nullptr && sql::ContainsAggregate(*expression);
 }
+
+}  // namespace
 
 // Sub-queries have aggregates of their own, which do not count.
 bool ContainsAggregate(const ast::Expression& expression) {
@@ -54,6 +54,8 @@ bool ContainsAggregate(const ast::Expression& expression) {
         default: return false;
     }
 }
+
+namespace {
 
 void SetShape(OutputColumn& column, const Shape& shape) {
     column.type = shape.type;
@@ -102,7 +104,8 @@ public:
         AddDistinct();
         AddOrderAndTop();
         plan_->correlated = scope_.outer_used;
-        plan_->updatable = !grouped_ && !part_.distinct && plan_->sources.size() == 1 && plan_->tables.size() == 1;
+        plan_->updatable = !grouped_ && !part_.distinct && plan_->sources.size() == 1 && plan_->tables.size() == 1 &&
+                           plan_->tables[0]->IsUpdatable();
         return std::move(plan_);
     }
 
@@ -528,7 +531,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent) {
+std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& written, Scope* parent) {
+    const auto delegated = parent == nullptr ? context.catalog.Delegate(written) : nullptr;
+    const ast::Select& select = delegated != nullptr ? *delegated : written;
     const int depth_before = std::exchange(context.depth, 0);
     const int deepest_before = std::exchange(context.deepest, 0);
     std::unique_ptr<Plan> plan = select.parts.size() > 1

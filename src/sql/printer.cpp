@@ -375,6 +375,13 @@ std::u16string Print(const ast::Statement& statement) {
     return std::move(printer.out);
 }
 
+std::u16string Print(const ast::Select& select) {
+    const ColumnPrinter none;
+    Printer printer(none);
+    printer.Put(select);
+    return std::move(printer.out);
+}
+
 std::u16string Print(const ast::Expression& expression, const ColumnPrinter& columns) {
     Printer printer(columns);
     printer.Put(expression);

@@ -10,6 +10,7 @@
 namespace qmtrain::sql {
 
 std::u16string Print(const ast::Statement& statement);
+std::u16string Print(const ast::Select& select);
 
 // How a column is to be written; without it, as it was named.
 using ColumnPrinter = std::function<std::u16string(const ast::ColumnName&)>;

@@ -130,6 +130,14 @@ std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement) {
     return std::make_unique<Query>(BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr));
 }
 
+std::vector<OutputColumn> ColumnsOf(Catalog& catalog, const ast::Select& select) {
+    BindContext context(catalog);
+    std::vector<OutputColumn> columns;
+    const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
+    for (PlanOutput& output : plan->outputs) columns.push_back(std::move(output.column));
+    return columns;
+}
+
 void ExplainPlan(std::u16string_view heading, const Plan& plan, const BindContext& context, Explanation& out) {
     if (heading.empty()) {
         plan.root->Explain(out);
@@ -155,6 +163,8 @@ std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement
         BindContext context(catalog);
         const auto plan = BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr);
         ExplainPlan({}, *plan, context, explanation);
+    } else if (const auto change = catalog.DelegateChange(statement.Tree())) {
+        explanation.AddHeading(change->request);
     } else {
         std::visit(explain, statement.Tree().node);
     }
@@ -163,6 +173,7 @@ std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement
 
 std::int64_t Execute(Catalog& catalog, const Statement& statement) {
     if (statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
+    if (const auto change = catalog.DelegateChange(statement.Tree())) return change->run();
     return std::visit([&](const auto& node) { return Run(catalog, node); }, statement.Tree().node);
 }
 

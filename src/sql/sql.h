@@ -22,8 +22,9 @@
 namespace qmtrain::sql {
 
 namespace ast {
+struct Select;
 struct Statement;
-}
+}  // namespace ast
 class Plan;
 
 enum class StatementKind : std::uint8_t {
@@ -141,6 +142,9 @@ private:
 // Binds and plans a SELECT; the first row is looked for by Next(). The catalogue must outlive the query.
 // Raises OperationNotSupported when the statement yields no rows.
 std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement);
+
+// What the columns of a select are.
+std::vector<OutputColumn> ColumnsOf(Catalog& catalog, const ast::Select& select);
 
 // How a statement would be run: a line for each step, indented below the step that takes its rows. Nothing is changed.
 // Raises OperationNotSupported for a definition.

@@ -6,6 +6,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -16,6 +17,11 @@
 #include "core/value.h"
 
 namespace qmtrain::sql {
+
+namespace ast {
+struct Select;
+struct Statement;
+}  // namespace ast
 
 // A column's type as CREATE TABLE names it.
 enum class ColumnType : std::uint8_t {
@@ -114,6 +120,9 @@ public:
     virtual RowId Row() const = 0;
     virtual void Read(int column, Value& value) = 0;
 
+    // Told that the row will be gone back to as it is now: where that takes a message to a server, it is kept.
+    virtual void Keep() {}
+
     // The row's bytes as they are stored, for Table::ShowImage. Requires: Table::HasImages().
     virtual std::span<const std::uint8_t> Image() { return {}; }
 };
@@ -131,6 +140,15 @@ public:
     virtual const std::u16string& Name() const = 0;
     virtual const std::vector<Column>& Columns() const = 0;
     virtual const std::vector<Index>& Indexes() const = 0;
+
+    // Whether its rows can be told apart and changed one by one.
+    virtual bool IsUpdatable() const { return true; }
+
+    // Whether its rows are elsewhere than the catalogue: whatever locks that has are not needed to change them.
+    virtual bool IsRemote() const { return false; }
+
+    // What is asked of whoever has the rows, for people; empty where nobody is asked.
+    virtual std::u16string Request() const { return {}; }
 
     // Exact, without reading rows where the storage keeps count.
     virtual std::int64_t RowCount() = 0;
@@ -201,9 +219,22 @@ struct TableDefinition {
     std::vector<Reference> references;
 };
 
+// A change that whoever has the rows makes by himself.
+struct DelegatedChange {
+    std::u16string request;             // for people
+    std::function<std::int64_t()> run;  // returns the number of records affected
+};
+
 class Catalog {
 public:
     virtual ~Catalog() = default;
+
+    // The same select with work given to those who have the rows; null when there is none to give. The binder asks
+    // before it binds one that depends on no other.
+    virtual std::shared_ptr<const ast::Select> Delegate(const ast::Select&) { return nullptr; }
+
+    // The same for a whole change; nothing when it is to be made row by row.
+    virtual std::optional<DelegatedChange> DelegateChange(const ast::Statement&) { return std::nullopt; }
 
     // By name, without regard to case; empty when there is none.
     virtual std::shared_ptr<Table> FindTable(std::u16string_view name) = 0;

@@ -1,6 +1,5 @@
 // Candidates, subjects and question types; the folder that all classes share.
 
-
 #include "bank/question_type.h"
 #include "dao/new_database.h"
 #include "records/ncre_user.h"

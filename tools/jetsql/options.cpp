@@ -78,6 +78,8 @@ private:
             options_.connect = Argument();
         else if (option == "--source")
             options_.source = Argument();
+        else if (option == "--save-password")
+            options_.save_password = true;
         else if (option == "--sort")
             options_.sort_order = ParseSortOrder(Argument());
         else if (option == "--format")
@@ -137,6 +139,11 @@ Runs SQL statements on a Jet database (.mdb), and looks into it. Statements are 
                 the first line of a file in UTF-8
   --link NAME --connect ";DATABASE=PATH" --source TABLE
                 make a link to a table of another file; a relative path counts from FILE's folder
+  --link NAME --connect "ODBC;DRIVER={PostgreSQL Unicode};SERVER=HOST;DATABASE=NAME;UID=USER" --source SCHEMA.TABLE
+                make a link to a table on a PostgreSQL server. A password is taken from --connect, from
+                QMTRAININFO_PASSWORD, or from where the driver looks for one; the link does not keep it
+  --save-password
+                with --link: the link keeps the password, where whoever can read the file can read it
 
 How rows are written, always in UTF-8:
   --csv         RFC 4180 with a line of names; the default when the output is no terminal
