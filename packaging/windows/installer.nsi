@@ -122,6 +122,7 @@ Var all_button
   !insertmacro ${ACTION} "samples\" "late.cpp"
   !insertmacro ${ACTION} "samples\" "qmtraininfo.idl"
   !insertmacro ${ACTION} "samples\" "record_sets.idl"
+  !insertmacro ${ACTION} "samples\" "data_objects.idl"
 !macroend
 !macro Remove FOLDER FILE
   Delete "$INSTDIR\${FOLDER}${FILE}"

@@ -53,6 +53,9 @@ public:
     Variant Call(std::u16string_view name, const Arguments&... arguments) {
         return CallWith(name, DISPATCH_METHOD, arguments...);
     }
+    Variant CallAll(std::u16string_view name, std::span<const Variant> arguments) {
+        return Invoke(object_.Get(), Member(name), DISPATCH_METHOD, arguments, name);
+    }
     void Set(std::u16string_view name, const Value& value) { CallWith(name, DISPATCH_PROPERTYPUT, value); }
 
 private:

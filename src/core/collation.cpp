@@ -112,9 +112,17 @@ const WeightTable& Weights() {
     return *table;
 }
 
-std::u16string_view WithoutTrailingBlanks(std::u16string_view text) {
-    while (!text.empty() && text.back() == u' ') text.remove_suffix(1);
+template <class Unit>
+std::basic_string_view<Unit> WithoutTrailingBlanks(std::basic_string_view<Unit> text) {
+    while (!text.empty() && text.back() == Unit(' ')) text.remove_suffix(1);
     return text;
+}
+
+char16_t UnitOf(char unit) {
+    return static_cast<unsigned char>(unit);
+}
+char16_t UnitOf(char16_t unit) {
+    return unit;
 }
 
 // Collects the four levels of a key while the text is read once.
@@ -200,10 +208,11 @@ private:
     std::size_t leading_modifier_ = 0;
 };
 
-void AppendWholeKey(std::u16string_view text, std::vector<std::uint8_t>& key) {
+template <class Unit>
+void AppendWholeKey(std::basic_string_view<Unit> text, std::vector<std::uint8_t>& key) {
     const WeightTable& weights = Weights();
     KeyBuilder builder(key);
-    for (const char16_t unit : text) builder.Add(weights[unit]);
+    for (const Unit unit : text) builder.Add(weights[UnitOf(unit)]);
     builder.Finish();
 }
 
@@ -215,12 +224,36 @@ bool SameWeight(const Weight& a, const Weight& b) {
     return a.kind == b.kind && a.length == b.length && a.bytes == b.bytes && a.extra == b.extra && a.flag == b.flag;
 }
 
-int CompareKeys(std::u16string_view a, std::u16string_view b) {
+template <class Unit>
+int CompareKeys(std::basic_string_view<Unit> a, std::u16string_view b) {
     std::vector<std::uint8_t> key_a;
     std::vector<std::uint8_t> key_b;
     AppendWholeKey(a, key_a);
     AppendWholeKey(b, key_b);
     return key_a < key_b ? -1 : key_b < key_a ? 1 : 0;
+}
+
+// Base weights come first in the keys: the first two that differ decide, whatever follows. Only where no base weight
+// decides are the keys made.
+template <class Unit>
+int CompareTexts(std::basic_string_view<Unit> a, std::u16string_view b) {
+    a = WithoutTrailingBlanks(a);
+    b = WithoutTrailingBlanks(b);
+    const WeightTable& weights = Weights();
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        const char16_t unit = UnitOf(a[i]);
+        if (unit == b[i]) continue;
+        const Weight& x = weights[unit];
+        const Weight& y = weights[b[i]];
+        if (SameWeight(x, y)) continue;
+        if (!HasBase(x) || !HasBase(y)) return CompareKeys(a, b);
+        const int order = std::memcmp(x.bytes.data(), y.bytes.data(), std::min(x.length, y.length));
+        return order != 0 ? order : CompareKeys(a, b);
+    }
+    if (a.size() == b.size()) return 0;
+    const bool decides = HasBase(weights[a.size() > common ? UnitOf(a[common]) : b[common]]);
+    return !decides ? CompareKeys(a, b) : a.size() < b.size() ? -1 : 1;
 }
 
 }  // namespace
@@ -237,25 +270,12 @@ void AppendPrefix(std::u16string_view text, std::vector<std::uint8_t>& key) {
     }
 }
 
-// Base weights come first in the keys: the first two that differ decide, whatever follows. Only where no base weight
-// decides are the keys made.
 int Compare(std::u16string_view a, std::u16string_view b) {
-    a = WithoutTrailingBlanks(a);
-    b = WithoutTrailingBlanks(b);
-    const WeightTable& weights = Weights();
-    const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        if (a[i] == b[i]) continue;
-        const Weight& x = weights[a[i]];
-        const Weight& y = weights[b[i]];
-        if (SameWeight(x, y)) continue;
-        if (!HasBase(x) || !HasBase(y)) return CompareKeys(a, b);
-        const int order = std::memcmp(x.bytes.data(), y.bytes.data(), std::min(x.length, y.length));
-        return order != 0 ? order : CompareKeys(a, b);
-    }
-    if (a.size() == b.size()) return 0;
-    const bool decides = HasBase(weights[a.size() > common ? a[common] : b[common]]);
-    return !decides ? CompareKeys(a, b) : a.size() < b.size() ? -1 : 1;
+    return CompareTexts(a, b);
+}
+
+int Compare(std::string_view a, std::u16string_view b) {
+    return CompareTexts(a, b);
 }
 
 std::size_t Hash(std::u16string_view text) {

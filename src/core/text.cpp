@@ -80,6 +80,15 @@ const CaseTable& Cases() {
 }  // namespace
 
 void AppendUtf8(std::u16string_view text, std::string& out) {
+    char16_t bits = 0;
+    for (const char16_t unit : text) bits |= unit;
+    if (bits < 0x80) {
+        const std::size_t before = out.size();
+        out.resize(before + text.size());
+        std::transform(text.begin(), text.end(), out.begin() + static_cast<std::ptrdiff_t>(before),
+                       [](char16_t unit) { return static_cast<char>(unit); });
+        return;
+    }
     const std::size_t from = out.size();
     out.resize(from + 3 * text.size());  // no unit needs more
     char* to = out.data() + from;

@@ -22,6 +22,15 @@ FieldType FieldTypeOf(sql::ColumnType type) {
     return FieldType::Decimal;
 }
 
+std::optional<sql::ColumnType> ColumnTypeOf(FieldType type) {
+    constexpr auto kLast = static_cast<int>(sql::ColumnType::Decimal);
+    for (int i = 0; i <= kLast; ++i) {
+        const auto column = static_cast<sql::ColumnType>(i);
+        if (FieldTypeOf(column) == type) return column;
+    }
+    return std::nullopt;
+}
+
 int FieldSizeOf(sql::ColumnType type, int size) {
     switch (type) {
         case sql::ColumnType::Boolean:

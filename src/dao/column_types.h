@@ -1,12 +1,17 @@
 // Field types of SQL's columns.
 #pragma once
 
+#include <optional>
+
 #include "dao/types.h"
 #include "sql/storage.h"
 
 namespace qmtrain::dao {
 
 FieldType FieldTypeOf(sql::ColumnType type);
+
+// Nothing where no column has that type.
+std::optional<sql::ColumnType> ColumnTypeOf(FieldType type);
 
 // Bytes of a number, characters of a text; 0 for memo and OLE.
 int FieldSizeOf(sql::ColumnType type, int size);

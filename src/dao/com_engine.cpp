@@ -19,10 +19,6 @@ namespace {
 using automation::ComPtr;
 using automation::Object;
 
-// DAO's names for these numbers begin with "db".
-constexpr std::int32_t kOpenDynaset = 2;
-constexpr std::int32_t kFailOnError = 128;
-
 class ComDatabase;
 
 class ComField : public Field {
@@ -31,6 +27,9 @@ public:
 
     const std::u16string& Name() const override { return name_; }
     FieldType Type() const override { return static_cast<FieldType>(Number(u"Type")); }
+    FieldDef Definition() const override;
+    qmtrain::Value OriginalValue() const override { return field_.Get(u"OriginalValue").ToValue(); }
+    bool DataUpdatable() const override { return ToBoolean(field_.Get(u"DataUpdatable").ToValue()); }
     int Size() const override { return Number(u"Size"); }
     const qmtrain::Value& Value() const override { return value_ = field_.Get(u"Value").ToValue(); }
     void Value(const qmtrain::Value& value) override { field_.Set(u"Value", value); }
@@ -42,6 +41,8 @@ public:
 
 private:
     std::int32_t Number(std::u16string_view name) const { return ToLong(field_.Get(name).ToValue()); }
+    bool Flag(std::u16string_view name) const { return ToBoolean(field_.Get(name).ToValue()); }
+    std::u16string Text(std::u16string_view name) const { return TextOr(field_.Get(name).ToValue(), {}); }
 
     mutable Object field_;
     std::u16string name_;
@@ -54,15 +55,21 @@ public:
         : database_(std::move(database)), rows_(std::move(rows)) {}
     ~ComRecordset() override;
 
+    RecordsetType Type() override { return static_cast<RecordsetType>(ToInteger(Get(u"Type"))); }
+    std::u16string Name() override { return ToText(Get(u"Name")); }
     bool Eof() override { return Flag(u"EOF"); }
     bool Bof() override { return Flag(u"BOF"); }
     void MoveFirst() override { Call(u"MoveFirst"); }
     void MoveLast() override { Call(u"MoveLast"); }
     void MoveNext() override { Call(u"MoveNext"); }
     void MovePrevious() override { Call(u"MovePrevious"); }
-    void Move(std::int32_t rows) override { Call(u"Move", rows); }
+    void Move(std::int32_t rows, const Bytes& start) override;
     std::int32_t RecordCount() override { return ToLong(Get(u"RecordCount")); }
     std::int32_t TrueRecordCount() override;
+    std::int32_t AbsolutePosition() override { return ToLong(Get(u"AbsolutePosition")); }
+    void AbsolutePosition(std::int32_t position) override { Opened().Set(u"AbsolutePosition", position); }
+    float PercentPosition() override { return ToSingle(Get(u"PercentPosition")); }
+    void PercentPosition(float percent) override { Opened().Set(u"PercentPosition", percent); }
     bool Updatable() override { return Flag(u"Updatable"); }
     const std::vector<std::unique_ptr<Field>>& Fields() override;
     Field& Fields(std::u16string_view name) override;
@@ -72,12 +79,40 @@ public:
     void Update() override { Call(u"Update"); }
     void CancelUpdate() override { Call(u"CancelUpdate"); }
     void Delete() override { Call(u"Delete"); }
+    dao::EditMode EditMode() override { return static_cast<dao::EditMode>(ToInteger(Get(u"EditMode"))); }
+    bool LockEdits() override { return Flag(u"LockEdits"); }
+    void LockEdits(bool pessimistic) override { Opened().Set(u"LockEdits", pessimistic); }
+    bool Bookmarkable() override { return Flag(u"Bookmarkable"); }
     Bytes Bookmark() override { return Place(u"Bookmark"); }
     void Bookmark(const Bytes& bookmark) override { Opened().Set(u"Bookmark", bookmark); }
     Bytes LastModified() override { return Place(u"LastModified"); }
     void FindFirst(std::u16string_view criteria) override { Call(u"FindFirst", criteria); }
+    void FindLast(std::u16string_view criteria) override { Call(u"FindLast", criteria); }
     void FindNext(std::u16string_view criteria) override { Call(u"FindNext", criteria); }
+    void FindPrevious(std::u16string_view criteria) override { Call(u"FindPrevious", criteria); }
     bool NoMatch() const override { return Flag(u"NoMatch"); }
+    std::u16string Index() override { return ToText(Get(u"Index")); }
+    void Index(std::u16string_view name) override { Opened().Set(u"Index", name); }
+    void Seek(std::u16string_view comparison, std::span<const Value> keys) override;
+    std::u16string Filter() override { return ToText(Get(u"Filter")); }
+    void Filter(std::u16string_view condition) override { Opened().Set(u"Filter", condition); }
+    std::u16string Sort() override { return ToText(Get(u"Sort")); }
+    void Sort(std::u16string_view columns) override { Opened().Set(u"Sort", columns); }
+    std::shared_ptr<Recordset> OpenRecordset(RecordsetType type, std::int32_t options) override;
+    std::shared_ptr<Recordset> Clone() override;
+    void Requery() override { Call(u"Requery"); }
+    bool Restartable() override { return Flag(u"Restartable"); }
+    std::vector<std::vector<Value>> GetRows(std::int32_t rows) override;
+    Date DateCreated() override { return ToDate(Get(u"DateCreated")); }
+    Date LastUpdated() override { return ToDate(Get(u"LastUpdated")); }
+    std::u16string ValidationRule() override { return ToText(Get(u"ValidationRule")); }
+    std::u16string ValidationText() override { return ToText(Get(u"ValidationText")); }
+    bool Transactions() override { return Flag(u"Transactions"); }
+    std::int32_t CacheSize() override { return ToLong(Get(u"CacheSize")); }
+    void CacheSize(std::int32_t rows) override { Opened().Set(u"CacheSize", rows); }
+    Bytes CacheStart() override { return Place(u"CacheStart"); }
+    void CacheStart(const Bytes& bookmark) override { Opened().Set(u"CacheStart", bookmark); }
+    void FillCache() override { Call(u"FillCache"); }
     void Close() override;
     bool IsOpen() const override { return static_cast<bool>(rows_); }
 
@@ -103,10 +138,11 @@ public:
     ~ComDatabase() override;
 
     const std::u16string& Name() const override { return name_; }
-    void Execute(std::u16string_view statement) override;
+    void Execute(std::u16string_view statement, std::int32_t options) override;
     std::int32_t RecordsAffected() const override { return records_affected_; }
     void Atomically(const std::function<void()>& body) override;
-    std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) override;
+    std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source, RecordsetType type,
+                                             std::int32_t options) override;
     void NewPassword(std::u16string_view old_password, std::u16string_view new_password) override {
         Opened().Call(u"NewPassword", old_password, new_password);
     }
@@ -186,6 +222,26 @@ private:
     std::shared_ptr<Object> engine_;
 };
 
+// Fields
+
+FieldDef ComField::Definition() const {
+    FieldDef field;
+    field.name = name_;
+    field.type = Type();
+    field.size = Size();
+    field.attributes = Number(u"Attributes");
+    field.required = Flag(u"Required");
+    field.allow_zero_length = Flag(u"AllowZeroLength");
+    field.default_value = Text(u"DefaultValue");
+    field.validation_rule = Text(u"ValidationRule");
+    field.validation_text = Text(u"ValidationText");
+    field.ordinal = Number(u"OrdinalPosition");
+    field.collating_order = Number(u"CollatingOrder");
+    field.source_table = Text(u"SourceTable");
+    field.source_field = Text(u"SourceField");
+    return field;
+}
+
 // Record sets
 
 // The other side may be gone already; then there is nothing left to close.
@@ -204,6 +260,41 @@ ComRecordset::~ComRecordset() {
 Object& ComRecordset::Opened() const {
     if (!rows_ || !database_->IsOpen()) Raise(ErrorNumber::ObjectInvalid);
     return rows_;
+}
+
+void ComRecordset::Move(std::int32_t rows, const Bytes& start) {
+    if (start.empty()) return Call(u"Move", rows);
+    Call(u"Move", rows, start);
+}
+
+// The engine takes as many keys as its indexes may have columns.
+void ComRecordset::Seek(std::u16string_view comparison, std::span<const Value> keys) {
+    std::vector<automation::Variant> arguments;
+    arguments.emplace_back(Value(comparison));
+    for (const Value& key : keys) arguments.emplace_back(key);
+    Opened().CallAll(u"Seek", arguments);
+}
+
+std::shared_ptr<Recordset> ComRecordset::OpenRecordset(RecordsetType type, std::int32_t options) {
+    const auto number = static_cast<std::int32_t>(type);
+    Object rows(type == RecordsetType::Default ? Opened().Call(u"OpenRecordset")
+                : options == 0                 ? Opened().Call(u"OpenRecordset", number)
+                                               : Opened().Call(u"OpenRecordset", number, options));
+    return std::make_shared<ComRecordset>(database_, std::move(rows));
+}
+
+std::shared_ptr<Recordset> ComRecordset::Clone() {
+    return std::make_shared<ComRecordset>(database_, Object(Opened().Call(u"Clone")));
+}
+
+// Row by row: the array that the engine's own member makes has values that only it can tell apart.
+std::vector<std::vector<Value>> ComRecordset::GetRows(std::int32_t rows) {
+    std::vector<std::vector<Value>> taken;
+    for (; rows > 0 && !Eof(); --rows, MoveNext()) {
+        std::vector<Value>& row = taken.emplace_back();
+        for (const auto& field : Fields()) row.push_back(field->Value());
+    }
+    return taken;
 }
 
 // By way of the last row and back to the current one.
@@ -278,9 +369,9 @@ Object& ComDatabase::Opened() {
     return database_;
 }
 
-void ComDatabase::Execute(std::u16string_view statement) {
+void ComDatabase::Execute(std::u16string_view statement, std::int32_t options) {
     Object& database = Opened();
-    database.Call(u"Execute", statement, kFailOnError);
+    database.Call(u"Execute", statement, options);
     records_affected_ = ToLong(database.Get(u"RecordsAffected").ToValue());
 }
 
@@ -296,9 +387,14 @@ void ComDatabase::Atomically(const std::function<void()>& body) {
     }
 }
 
-std::shared_ptr<Recordset> ComDatabase::OpenRecordset(std::u16string_view source) {
-    return std::make_shared<ComRecordset>(shared_from_this(),
-                                          Object(Opened().Call(u"OpenRecordset", source, kOpenDynaset)));
+std::shared_ptr<Recordset> ComDatabase::OpenRecordset(std::u16string_view source, RecordsetType type,
+                                                      std::int32_t options) {
+    Object& database = Opened();
+    const auto number = static_cast<std::int32_t>(type);
+    Object rows(type == RecordsetType::Default ? database.Call(u"OpenRecordset", source)
+                : options == 0                 ? database.Call(u"OpenRecordset", source, number)
+                                               : database.Call(u"OpenRecordset", source, number, options));
+    return std::make_shared<ComRecordset>(shared_from_this(), std::move(rows));
 }
 
 void ComDatabase::Close() {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "core/work.h"
+#include "dao/types.h"
 
 namespace qmtrain::dao {
 
@@ -23,8 +24,9 @@ public:
     // As it was opened.
     virtual const std::u16string& Name() const = 0;
 
-    // Runs a statement that changes something: wholly, or not at all. Raises CannotExecuteSelect for a select.
-    virtual void Execute(std::u16string_view statement) = 0;
+    // Runs a statement that changes something: wholly, or not at all, whether kFailOnError is given or not.
+    // Raises CannotExecuteSelect for a select.
+    virtual void Execute(std::u16string_view statement, std::int32_t options = kFailOnError) = 0;
 
     // Rows that the last Execute changed.
     virtual std::int32_t RecordsAffected() const = 0;
@@ -34,8 +36,15 @@ public:
     // body runs again when somebody else has been first.
     virtual void Atomically(const std::function<void()>& body) = 0;
 
-    // The rows of a select, of a table or of a saved query.
-    virtual std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) = 0;
+    // The same for a body that may go on beside others who add rows: on a server it sees none of those added since its
+    // first statement, and nobody has to begin again.
+    virtual void AtomicallyBeside(const std::function<void()>& body) { Atomically(body); }
+
+    // The rows of a select, of a table or of a saved query. Raises InvalidOperation for what cannot be opened as a
+    // table.
+    virtual std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source,
+                                                     RecordsetType type = RecordsetType::Dynaset,
+                                                     std::int32_t options = 0) = 0;
 
     // What each statement may take, and each record set in all its calls together: what takes more ends with
     // OperationCancelled or SystemResourceExceeded, and has changed nothing. No limits unless they are set; they hold

@@ -82,6 +82,11 @@ std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool re
     return own_->OpenDatabase(name, read_only, connect, links);
 }
 
+std::shared_ptr<JetDatabase> Engine::OpenOwn(std::u16string_view name, bool read_only, std::u16string_view connect,
+                                             LinkRights links) {
+    return own_->OpenDatabase(name, read_only, connect, links);
+}
+
 void Engine::SetOwnUse(const OwnUse& use) {
     const std::scoped_lock lock(mutex_);
     own_use_ = use;

@@ -12,6 +12,7 @@
 namespace qmtrain::dao {
 
 class Database;
+class JetDatabase;
 class JetEngine;
 class SystemEngine;
 
@@ -29,6 +30,10 @@ public:
     // raises. `links` is for our own engine. A host that opens files of others should grant none of them.
     std::shared_ptr<Database> OpenDatabase(std::u16string_view name, bool read_only = false,
                                            std::u16string_view connect = {}, LinkRights links = {.write = true});
+
+    // The same with our own engine, whatever the setting says.
+    std::shared_ptr<JetDatabase> OpenOwn(std::u16string_view name, bool read_only = false,
+                                         std::u16string_view connect = {}, LinkRights links = {.write = true});
 
     // What the component's own classes open their databases with, from now on: limits for each statement, at first 30
     // seconds and 256 MiB, and the rights of links, at first none; those to servers are given too where the setting

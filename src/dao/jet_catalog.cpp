@@ -5,10 +5,13 @@
 
 #include "core/convert.h"
 #include "core/error.h"
+#include "core/text.h"
+#include "core/work.h"
 #include "dao/jet_columns.h"
 #include "dao/odbc_links.h"
 #include "dao/saved_query.h"
 #include "jet/row_cursor.h"
+#include "sql/sql.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -107,7 +110,10 @@ Layout::Layout(const jet::Table& table) {
         return definition.columns[a].ordinal < definition.columns[b].ordinal;
     });
     const bool jet4 = table.GetVersion() == jet::Version::Jet4;
-    for (const std::size_t position : positions) columns.push_back(ToSql(definition.columns[position], jet4));
+    for (const std::size_t position : positions) {
+        columns.push_back(ToSql(definition.columns[position], jet4));
+        ordinals.push_back(definition.columns[position].ordinal);
+    }
     for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
         const jet::RealIndex& real = definition.real_indexes[i];
         sql::Index index;
@@ -193,6 +199,9 @@ public:
     void Read(int column, Value& value) override {
         cursor_.Read(layout_.positions[static_cast<std::size_t>(column)], value);
     }
+    std::optional<std::string_view> NarrowText(int column) override {
+        return cursor_.NarrowText(layout_.positions[static_cast<std::size_t>(column)]);
+    }
     std::span<const std::uint8_t> Image() override { return cursor_.Image().Span(); }
 
 private:
@@ -243,14 +252,14 @@ public:
     bool CanSeek(int index, std::span<const Value> values) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
-        // An order that only some files show to be right is not relied on: it would hide rows where it is not.
-        const bool sure = std::all_of(
-            parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(values.size()), [&](const jet::KeyColumn& part) {
-                const auto at = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
-                const jet::Column& column = definition.columns[at];
-                return !jet::IsText(column.type) || table_->OrderOf(column) != jet::TextOrder::Jet3Ascii;
-            });
-        return sure && table_->HasKeys(static_cast<std::size_t>(index), values);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const auto at = static_cast<std::size_t>(definition.ColumnByNumber(parts[i].number));
+            const jet::Column& column = definition.columns[at];
+            // An order that only some files show to be right is not relied on: it would hide rows where it is not.
+            const bool sure = !jet::IsText(column.type) || table_->OrderOf(column) != jet::TextOrder::Jet3Ascii;
+            if (!sure || !jet::HasKeyOfEquals(column, values[i], table_->GetPager().GetHeader())) return false;
+        }
+        return true;
     }
 
     // Texts must be in the General order. Keys of memos end early, those of GUIDs are no texts, and in descending
@@ -284,9 +293,9 @@ public:
     }
 
     sql::RowId Insert(std::span<const Value> values) override {
-        std::vector<Value> row(values.size());
-        for (std::size_t i = 0; i < values.size(); ++i) row[layout_->positions[i]] = values[i];
-        return ToRowId(Current().Insert(row));
+        inserted_.resize(values.size());
+        for (std::size_t i = 0; i < values.size(); ++i) inserted_[layout_->positions[i]] = values[i];
+        return ToRowId(Current().Insert(inserted_));
     }
 
     void BeginInserts() override { Current().BeginInserts(); }
@@ -338,11 +347,14 @@ private:
     std::shared_ptr<const void> hold_;
     std::shared_ptr<const Layout> layout_;
     std::optional<jet::RowView> image_;
+    std::vector<Value> inserted_;  // kept, so that a row costs no allocations
 };
 
 }  // namespace
 
 std::shared_ptr<jet::Table> JetCatalog::Require(std::u16string_view name) {
+    if (const auto link = links_.FindLink(name))
+        Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + link->name + u"”的结构只能在服务器上更改。"});
     auto table = database_.FindTable(name);
     if (!table) Raise(ErrorNumber::NoSuchTable, {name});
     return table;
@@ -404,6 +416,70 @@ void JetCatalog::AddColumn(std::u16string_view table, const sql::Column& column)
 
 void JetCatalog::DropColumn(std::u16string_view table, std::u16string_view column) {
     database_.DropColumn(table, column);
+}
+
+bool JetCatalog::DropReference(std::u16string_view table, std::u16string_view name) {
+    for (const jet::Relationship& relationship : database_.Relationships()) {
+        if (!EqualNames(relationship.name, name) || !EqualNames(relationship.table, table)) continue;
+        database_.DropRelationship(name);
+        return true;
+    }
+    return false;
+}
+
+// The values go over into a new column, which takes the old one's name, place and indexes.
+void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted) {
+    const Layout layout(*Require(name));
+    const auto at =
+        static_cast<int>(std::ranges::find(layout.columns, wanted.name, &sql::Column::name) - layout.columns.begin());
+    const sql::Column& old = layout.columns[static_cast<std::size_t>(at)];
+    if (wanted.counter && !old.counter)
+        Raise(ErrorNumber::OperationNotSupported, {u"把字段“" + wanted.name + u"”改为自动编号。"});
+    if (wanted.counter) return;
+    for (const jet::Relationship& relationship : database_.Relationships()) {
+        const auto uses = [&](std::u16string_view table, const std::vector<std::u16string>& columns) {
+            return EqualNames(table, name) && std::ranges::any_of(columns, [&](const std::u16string& column) {
+                       return EqualNames(column, wanted.name);
+                   });
+        };
+        if (uses(relationship.table, relationship.columns) ||
+            uses(relationship.referenced_table, relationship.referenced_columns))
+            Raise(ErrorNumber::UsedInRelationship, {relationship.name});
+    }
+    std::vector<jet::IndexSpec> indexes;
+    for (const sql::Index& index : layout.indexes) {
+        const auto has = [&](const sql::IndexColumn& part) { return part.column == at; };
+        if (std::ranges::any_of(index.columns, has)) indexes.push_back(ToSpec(index, layout.columns));
+    }
+    sql::Column added = wanted;
+    added.name = u"~";
+    for (int number = 1; std::ranges::find(layout.columns, added.name, &sql::Column::name) != layout.columns.end();)
+        added.name = u"~" + ToText(std::int64_t{number++});
+    database_.AddColumn(name, ToSpec(added));
+    CopyColumn(name, at, wanted);
+    for (const jet::IndexSpec& index : indexes) database_.DropIndex(name, index.name);
+    database_.DropColumn(name, wanted.name);
+    database_.RenameColumn(name, added.name, wanted.name, layout.Ordinal(at));
+    for (const jet::IndexSpec& index : indexes) database_.CreateIndex(name, index);
+}
+
+// Into the last column.
+void JetCatalog::CopyColumn(std::u16string_view name, int from, const sql::Column& wanted) {
+    const auto table = FindTable(name);
+    const auto to = static_cast<int>(table->Columns().size()) - 1;
+    const auto cursor = table->OpenCursor();
+    std::vector<sql::RowId> rows;
+    for (cursor->Scan(); cursor->Next();) rows.push_back(cursor->Row());
+    Value value;
+    WorkSteps steps;
+    for (const sql::RowId row : rows) {
+        steps.Next();
+        if (!cursor->MoveTo(row)) continue;
+        cursor->Read(from, value);
+        if (value.IsNull() && wanted.required) Raise(ErrorNumber::FieldRequired, {wanted.name});
+        const sql::Assignment change{to, sql::ConvertToColumn(value, wanted)};
+        table->Update(row, {&change, 1});
+    }
 }
 
 void JetCatalog::AddReference(std::u16string_view name, const sql::Reference& reference) {

@@ -28,9 +28,12 @@ public:
     void AddColumn(std::u16string_view table, const sql::Column& column) override;
     void DropColumn(std::u16string_view table, std::u16string_view column) override;
     void AddReference(std::u16string_view table, const sql::Reference& reference) override;
+    bool DropReference(std::u16string_view table, std::u16string_view name) override;
+    void AlterColumn(std::u16string_view table, const sql::Column& column) override;
 
 private:
     std::shared_ptr<jet::Table> Require(std::u16string_view name);
+    void CopyColumn(std::u16string_view table, int from, const sql::Column& wanted);
 
     // What has been made of a table, for as long as the table lives.
     struct Known {

@@ -1,11 +1,17 @@
 #include "dao/jet_database.h"
 
+#include <algorithm>
+#include <chrono>
+#include <random>
+#include <thread>
+
 #include "core/error.h"
 #include "core/files.h"
-#include "dao/column_types.h"
+#include "core/text.h"
 #include "dao/jet_catalog.h"
 #include "dao/jet_recordset.h"
 #include "dao/odbc_links.h"
+#include "dao/row_source.h"
 #include "jet/database.h"
 #include "sql/sql.h"
 
@@ -31,11 +37,13 @@ private:
     bool open_ = true;
 };
 
-// The server keeps what the body reads as it was, and refuses the change when somebody else was first: then it is tried
-// again, unless a transaction around it has seen the old state already.
+// The server refuses the change when somebody else was first: then it is tried again, unless a transaction around it has
+// seen the old state already.
 void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& body) {
-    constexpr int kMostTries = 10;
+    constexpr int kMostTries = 50;
+    constexpr int kLongestPause = 20;  // milliseconds, of the first one
     const bool alone = !storage.SharedSession()->IsInTransaction();
+    std::minstd_rand random(std::random_device{}());
     for (int tries = 1;; ++tries) {
         try {
             SessionTransaction transaction(storage);
@@ -43,8 +51,10 @@ void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& bo
             transaction.Commit();
             return;
         } catch (const AutomationError& error) {
-            if (!error.Is(ErrorNumber::ChangedByOther) || !alone || tries == kMostTries) throw;
+            if (!error.Is(ErrorNumber::RecordChanged) || !alone || tries == kMostTries) throw;
         }
+        const int longest = kLongestPause * std::min(tries, 10);
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::uniform_int_distribution<>(0, longest)(random)));
     }
 }
 
@@ -92,31 +102,42 @@ sql::Catalog& JetDatabase::Tables() {
     return *catalog_;
 }
 
-void JetDatabase::Execute(std::u16string_view text) {
+void JetDatabase::Execute(std::u16string_view text, std::int32_t options) {
+    Storage();
+    Execute(sql::Parse(text), {}, options);
+}
+
+void JetDatabase::Execute(const sql::Statement& statement, const sql::ParameterValues& parameters,
+                          std::int32_t options) {
+    constexpr std::int32_t kKnown = kDenyWrite | kInconsistent | kConsistent | kFailOnError | kSeeChanges;
     jet::Database& storage = Storage();
-    const sql::Statement statement = sql::Parse(text);
+    if ((options & ~kKnown) != 0)
+        Raise((options & kSqlPassThrough) != 0 ? ErrorNumber::OperationNotSupported : ErrorNumber::InvalidArgument,
+              {u"Execute 的选项 " + ToText(options) + u"。"});
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
     const Work work = Begin();
-    if (const auto affected = ExecuteOnServers(statement)) {
+    if (const auto affected = ExecuteOnServers(statement, parameters)) {
         records_affected_ = static_cast<std::int32_t>(*affected);
         return;
     }
     jet::Database::Writing writing(storage);
-    const std::int64_t affected = sql::Execute(*catalog_, statement);
+    const std::int64_t affected = sql::Execute(*catalog_, statement, parameters);
     writing.Commit();
     records_affected_ = static_cast<std::int32_t>(affected);
 }
 
 // A change of tables on servers alone, without the file's locks: in one message where possible, else as a transaction.
-std::optional<std::int64_t> JetDatabase::ExecuteOnServers(const sql::Statement& statement) {
+std::optional<std::int64_t> JetDatabase::ExecuteOnServers(const sql::Statement& statement,
+                                                          const sql::ParameterValues& parameters) {
     if (!links_->MayHaveAny()) return std::nullopt;
     const jet::Database::Reading reading(*storage_);
     if (!links_->ChangesOnlyServers(statement.Tree())) return std::nullopt;
     const auto* insert = std::get_if<sql::ast::Insert>(&statement.Tree().node);
     const bool one_row = insert != nullptr && insert->select == nullptr;
-    if (one_row || catalog_->DelegateChange(statement.Tree())) return sql::Execute(*catalog_, statement);
+    if (one_row) return sql::Execute(*catalog_, statement, parameters);
+    if (const auto change = catalog_->DelegateChange(statement.Tree())) return change->run();
     SessionTransaction transaction(*storage_);
-    const std::int64_t affected = sql::Execute(*catalog_, statement);
+    const std::int64_t affected = sql::Execute(*catalog_, statement, parameters);
     transaction.Commit();
     return affected;
 }
@@ -143,48 +164,58 @@ void JetDatabase::ExecuteScript(std::u16string_view statements) {
 void JetDatabase::Atomically(const std::function<void()>& body) {
     const Work work({}, cancellations_);
     Storage();
-    if (HasOnlyServerLinks()) return AtomicallyOnServers(*storage_, body);
+    if (HasOnlyServerLinks()) {
+        const OdbcLinks::Serial serial(*links_);
+        return AtomicallyOnServers(*storage_, body);
+    }
     jet::Database::Writing writing(Storage());
     body();
     writing.Commit();
 }
 
+void JetDatabase::AtomicallyBeside(const std::function<void()>& body) {
+    Storage();
+    if (!HasOnlyServerLinks()) return Atomically(body);
+    const Work work({}, cancellations_);
+    AtomicallyOnServers(*storage_, body);
+}
+
 // What is no statement may be a name.
-sql::Statement JetDatabase::StatementOf(std::u16string_view source) {
+JetDatabase::Source JetDatabase::SourceOf(std::u16string_view text) {
     jet::Database& storage = Storage();
+    constexpr std::size_t kNameSize = 256;
     try {
-        return sql::Parse(source);
+        return {sql::Parse(text), std::u16string(text.substr(0, kNameSize)), false};
     } catch (const AutomationError&) {
         const jet::Database::Reading reading(storage);
-        const auto object = storage.FindObject(source);
+        const auto object = storage.FindObject(text);
         if (!object) throw;
-        return sql::Parse(u"SELECT * FROM [" + object->name + u"]");
+        return {sql::Parse(u"SELECT * FROM [" + object->name + u"]"), object->name,
+                object->type == jet::CatalogObject::kTable};
     }
 }
 
-std::shared_ptr<Recordset> JetDatabase::OpenRecordset(std::u16string_view source) {
-    sql::Statement statement = StatementOf(source);
+std::shared_ptr<Recordset> JetDatabase::OpenRecordset(std::u16string_view text, RecordsetType type,
+                                                      std::int32_t options) {
+    Source source = SourceOf(text);
+    if (type == RecordsetType::Default && source.is_table && (options & kForwardOnly) == 0) type = RecordsetType::Table;
+    if (type == RecordsetType::Table && !source.is_table) Raise(ErrorNumber::InvalidOperation);
+    return OpenRecordset(std::move(source.statement), {}, type, options, source.name);
+}
+
+std::shared_ptr<Recordset> JetDatabase::OpenRecordset(sql::Statement statement, sql::ParameterValues parameters,
+                                                      RecordsetType type, std::int32_t options,
+                                                      std::u16string_view name) {
+    Storage();
     if (!statement.YieldsRows()) Raise(ErrorNumber::InvalidOperation);
-    return std::make_shared<JetRecordset>(shared_from_this(), std::move(statement));
-}
-
-std::vector<TableDef> JetDatabase::TableDefs() {
-    const jet::Database::Reading reading(Storage());
-    std::vector<TableDef> tables;
-    for (const jet::CatalogObject& object : storage_->Objects()) {
-        const bool linked = object.IsLink();
-        if (object.type != jet::CatalogObject::kTable && !linked) continue;
-        TableDef table{object.name, object.IsSystem(), linked, {}, {}};
-        if (const auto opened = linked ? nullptr : catalog_->FindTable(object.name)) {
-            table.indexes = opened->Indexes();
-            for (const sql::Column& column : opened->Columns()) {
-                table.fields.push_back({column.name, FieldTypeOf(column.type), FieldSizeOf(column.type, column.size),
-                                        column.required, column.counter});
-            }
-        }
-        tables.push_back(std::move(table));
-    }
-    return tables;
+    const bool forward = (options & kForwardOnly) != 0;
+    if (forward && (type == RecordsetType::Default || type == RecordsetType::Snapshot))
+        type = RecordsetType::ForwardOnly;
+    else if (type == RecordsetType::Default)
+        type = RecordsetType::Dynaset;
+    RowSource source{shared_from_this(), std::make_shared<const sql::Statement>(std::move(statement)),
+                     std::make_shared<const sql::ParameterValues>(std::move(parameters))};
+    return std::make_shared<JetRecordset>(std::move(source), Opening{type, options, std::u16string(name)});
 }
 
 void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view connect,

@@ -14,6 +14,7 @@
 
 #include "core/work.h"
 #include "dao/database.h"
+#include "dao/definitions.h"
 #include "dao/types.h"
 #include "jet/schema.h"
 #include "sql/sql.h"
@@ -28,22 +29,6 @@ namespace qmtrain::dao {
 
 // The file that a name stands for: a folder for the "Total.mdb" in it.
 std::filesystem::path DatabaseFile(std::u16string_view name);
-
-struct FieldDef {
-    std::u16string name;
-    FieldType type = FieldType::Text;
-    int size = 0;  // bytes of a number, characters of a text, 0 for memo and OLE
-    bool required = false;
-    bool autonumber = false;
-};
-
-struct TableDef {
-    std::u16string name;
-    bool system = false;
-    bool linked = false;
-    std::vector<FieldDef> fields;  // neither these nor indexes for a linked table: to list it opens no other file
-    std::vector<sql::Index> indexes;
-};
 
 class OdbcLinks;
 
@@ -61,10 +46,12 @@ public:
                                                const jet::NewDatabase& settings = {});
 
     const std::u16string& Name() const override { return name_; }
-    void Execute(std::u16string_view statement) override;
+    void Execute(std::u16string_view statement, std::int32_t options = kFailOnError) override;
     std::int32_t RecordsAffected() const override { return records_affected_; }
     void Atomically(const std::function<void()>& body) override;
-    std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source) override;
+    void AtomicallyBeside(const std::function<void()>& body) override;
+    std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source, RecordsetType type = RecordsetType::Dynaset,
+                                             std::int32_t options = 0) override;
     void Limits(const WorkLimits& limits) override;
     void Cancel() noexcept override;
     bool HasTable(std::u16string_view name) override;
@@ -75,10 +62,38 @@ public:
     // A part of a statement, or of a record set's calls, of which `spent` remembers how long they took.
     Work Begin(std::chrono::steady_clock::duration* spent = nullptr) const;
 
+    // The same with values for parameters. `name`: what the record set is called.
+    void Execute(const sql::Statement& statement, const sql::ParameterValues& parameters,
+                 std::int32_t options = kFailOnError);
+    std::shared_ptr<Recordset> OpenRecordset(sql::Statement statement, sql::ParameterValues parameters,
+                                             RecordsetType type, std::int32_t options, std::u16string_view name);
+
     // Runs several statements separated by ";", all or none.
     void ExecuteScript(std::u16string_view statements);
 
+    // What is in the file.
     std::vector<TableDef> TableDefs();
+    std::vector<RelationDef> Relations();
+    std::vector<std::u16string> QueryNames();
+
+    // A saved query as a statement. Raises ObjectNotFound.
+    std::u16string QueryText(std::u16string_view name);
+
+    // Saves a select, in the place of the query that has the name. Raises OperationNotSupported for any other
+    // statement, TableExists for the name of a table.
+    void SaveQuery(std::u16string_view name, std::u16string_view text);
+    void DropQuery(std::u16string_view name);
+
+    // Makes and changes structures, each wholly or not at all. They raise what the statements for it raise, and
+    // InvalidFieldType.
+    void CreateTable(const TableDef& table);
+    void AddField(std::u16string_view table, const FieldDef& field);
+    void CreateIndex(std::u16string_view table, const IndexDef& index);
+    void CreateRelation(const RelationDef& relation);
+    void DropTable(std::u16string_view name);
+    void DropField(std::u16string_view table, std::u16string_view field);
+    void DropIndex(std::u16string_view table, std::u16string_view index);
+    void DropRelation(std::u16string_view name);
 
     // Makes a link to a table of another Access file. `connect`: ";DATABASE=path"; a path that is not absolute counts
     // from this file's folder. "ODBC;…" makes one to a table on a server, "schema.table"; a password in it is kept only
@@ -98,8 +113,15 @@ public:
     sql::Catalog& Tables();
 
 private:
-    sql::Statement StatementOf(std::u16string_view source);
-    std::optional<std::int64_t> ExecuteOnServers(const sql::Statement& statement);
+    // A statement, or the name of something that has rows.
+    struct Source {
+        sql::Statement statement;
+        std::u16string name;
+        bool is_table = false;  // of this file
+    };
+    Source SourceOf(std::u16string_view text);
+    std::optional<std::int64_t> ExecuteOnServers(const sql::Statement& statement,
+                                                 const sql::ParameterValues& parameters);
     bool HasOnlyServerLinks();
 
     std::u16string name_;

@@ -1,57 +1,50 @@
 // Record sets of our own engine.
 #pragma once
 
-#include <algorithm>
-#include <chrono>
 #include <cstdint>
-#include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
-#include "dao/jet_database.h"
+#include "dao/jet_field.h"
+#include "dao/navigator.h"
 #include "dao/recordset.h"
-#include "dao/row_buffer.h"
-#include "sql/sql.h"
+#include "dao/row_edit.h"
+#include "dao/row_source.h"
 
 namespace qmtrain::dao {
 
-class JetRecordset;
+class ListNavigator;
 
-class JetField : public Field {
-public:
-    JetField(JetRecordset& recordset, int position) : recordset_(recordset), position_(position) {}
-
-    const std::u16string& Name() const override;
-    FieldType Type() const override;
-    int Size() const override;
-    const qmtrain::Value& Value() const override;
-    void Value(const qmtrain::Value& value) override;
-    std::int32_t FieldSize() const override;
-    qmtrain::Value GetChunk(std::int32_t offset, std::int32_t count) const override;
-    void AppendChunk(const qmtrain::Value& chunk) override;
-
-private:
-    JetRecordset& recordset_;
-    int position_;
+// How a record set is opened.
+struct Opening {
+    RecordsetType type = RecordsetType::Dynaset;  // not Default
+    std::int32_t options = 0;
+    std::u16string name;
 };
 
 class JetRecordset : public Recordset {
 public:
-    JetRecordset(std::shared_ptr<JetDatabase> database, sql::Statement statement);
-    ~JetRecordset() override;
+    // Raises OperationNotSupported or InvalidArgument for options that there are not.
+    JetRecordset(RowSource source, Opening opening);
 
-    bool Eof() override;
-    bool Bof() override;
+    RecordsetType Type() override;
+    std::u16string Name() override;
+    bool Eof() override { return Rows().Eof(); }
+    bool Bof() override { return Rows().Bof(); }
     void MoveFirst() override;
     void MoveLast() override;
-    void MoveNext() override;
+    void MoveNext() override { Moving().MoveNext(); }
     void MovePrevious() override;
-    void Move(std::int32_t rows) override;
-    std::int32_t RecordCount() override;
-    std::int32_t TrueRecordCount() override;
+    void Move(std::int32_t rows, const Bytes& start) override;
+    std::int32_t RecordCount() override { return static_cast<std::int32_t>(Rows().Seen()); }
+    std::int32_t TrueRecordCount() override { return static_cast<std::int32_t>(Rows().All()); }
+    std::int32_t AbsolutePosition() override;
+    void AbsolutePosition(std::int32_t position) override;
+    float PercentPosition() override;
+    void PercentPosition(float percent) override;
     bool Updatable() override;
     const std::vector<std::unique_ptr<Field>>& Fields() override;
     Field& Fields(std::u16string_view name) override;
@@ -61,110 +54,96 @@ public:
     void Update() override;
     void CancelUpdate() override;
     void Delete() override;
+    dao::EditMode EditMode() override;
+    bool LockEdits() override;
+    void LockEdits(bool pessimistic) override;
+    bool Bookmarkable() override;
     Bytes Bookmark() override;
     void Bookmark(const Bytes& bookmark) override;
     Bytes LastModified() override;
     void FindFirst(std::u16string_view criteria) override;
+    void FindLast(std::u16string_view criteria) override;
     void FindNext(std::u16string_view criteria) override;
+    void FindPrevious(std::u16string_view criteria) override;
     bool NoMatch() const override { return no_match_; }
+    std::u16string Index() override;
+    void Index(std::u16string_view name) override;
+    void Seek(std::u16string_view comparison, std::span<const Value> keys) override;
+    std::u16string Filter() override;
+    void Filter(std::u16string_view condition) override;
+    std::u16string Sort() override;
+    void Sort(std::u16string_view columns) override;
+    std::shared_ptr<Recordset> OpenRecordset(RecordsetType type, std::int32_t options) override;
+    std::shared_ptr<Recordset> Clone() override;
+    void Requery() override;
+    bool Restartable() override;
+    std::vector<std::vector<Value>> GetRows(std::int32_t rows) override;
+    Date DateCreated() override;
+    Date LastUpdated() override;
+    std::u16string ValidationRule() override;
+    std::u16string ValidationText() override;
+    bool Transactions() override;
+    std::int32_t CacheSize() override;
+    void CacheSize(std::int32_t rows) override;
+    Bytes CacheStart() override;
+    void CacheStart(const Bytes& bookmark) override;
+    void FillCache() override;
     void Close() override;
-    bool IsOpen() const override { return query_ != nullptr; }
+    bool IsOpen() const override { return rows_ != nullptr; }
+
+    // Its rows, where they are a list.
+    RowList* List() const { return rows_->List(); }
 
 private:
     friend class JetField;
-    friend class RecordsetTable;
-    enum class Editing : std::uint8_t { Nothing, Adding, Changing };
+
+    // A clone.
+    JetRecordset(const JetRecordset& other, std::unique_ptr<Navigator> rows);
 
     void RequireOpen() const;
-    jet::Database& Storage() const;
-    std::uint64_t ChangeStamp() const;
-    bool IsRemote() const;  // requires that it is updatable
+    jet::Database& Storage() const { return source_.Storage(); }
+    std::unique_ptr<Navigator> MakeRows() const;
+    void MakeFields();
 
-    // Rows that have been fetched: those of the record set, and a few ahead.
-    std::int64_t Fetched() const { return static_cast<std::int64_t>(updatable_ ? keys_.size() : kept_.Size()); }
+    Navigator& Rows() const {
+        RequireOpen();
+        return *rows_;
+    }
 
-    // Rows that belong to the record set so far.
-    std::int64_t Count() const { return seen_; }
+    // Ends an edit, as every move does.
+    Navigator& Moving() {
+        RequireOpen();
+        edit_->Cancel();
+        return *rows_;
+    }
 
-    // Makes sure that row `index` has been looked for; false when there are fewer rows.
-    bool Reach(std::int64_t index);
-    void GoTo(std::int64_t index);
-    void ReachAll();
-    void DropDeletedAhead();
+    // Raises OperationNotSupported when the record set is not of these types.
+    void RequireType(std::initializer_list<RecordsetType> types, std::u16string_view member) const;
+    void RequireNotForwardOnly() const;
+    void RequireUpdatable();
+    ListNavigator& ListRows(std::u16string_view member);
+    void Find(ListNavigator& rows, std::u16string_view criteria, std::int64_t from, bool backwards);
 
-    // ---- the block: consecutive rows whose values are at hand ----
-
-    bool InBlock(std::int64_t index) const;
-
-    // Fetches a block that begins with the row, a longer one each time the last one was read through.
-    void FillBlock(std::int64_t index);
-    bool FillRow(std::int64_t index);
-    bool NextKey();
-    bool FindKey();
-    void Pack(sql::Query& query, RowBuffer& rows) const;
-    std::int64_t BlockRows() const { return static_cast<std::int64_t>(block_.Size()); }
-    sql::Query& Reader();
-
-    // All values of a row that has been reached. Raises RecordDeleted.
-    void ReadRow(std::int64_t index, std::vector<Value>& values);
-    void LoadCurrent();
-    void LoadLong(std::size_t position, Value& value);
-    bool HasLong() const { return std::ranges::find(is_long_, true) != is_long_.end(); }
+    // For fields.
+    const sql::OutputColumn& Output(int position) const;
+    const sql::Table* TableOf(const sql::OutputColumn& output) const;
     const Value& Get(int position);
+    Value Original(int position);
     void Set(int position, const Value& value);
-    void Find(std::u16string_view criteria, std::int64_t from);
+    bool CanSet(int position);
+    bool HasChanged(int position) const { return edit_->HasChanged(position); }
 
-    std::shared_ptr<JetDatabase> database_;
-    std::unique_ptr<sql::Statement> statement_;
-
-    // A query refers to pages that other threads may be using.
-    struct EndQuery {
-        std::shared_ptr<jet::Session> session;
-        void operator()(sql::Query* query) const;
-    };
-    std::unique_ptr<sql::Query, EndQuery> OpenQuery() const;
-
-    std::unique_ptr<sql::Query, EndQuery> query_;  // finds the rows
-    std::unique_ptr<sql::Query, EndQuery>
-        reader_;  // goes back to a row of an updatable record set; made when it is needed
+    RowSource source_;
+    Opening opening_;
+    std::unique_ptr<Navigator> rows_;
+    std::optional<RowEdit> edit_;
     std::vector<std::unique_ptr<Field>> fields_;
-    bool updatable_ = false;
-    bool complete_ = false;  // all rows have been fetched
-    std::int64_t seen_ = 0;
-    std::vector<sql::RowId> keys_;             // of an updatable record set
-    std::unordered_set<std::uint32_t> added_;  // by AddNew: they are in keys_ already
-    RowBuffer kept_;                           // the rows of any other
-    std::int64_t found_ = -1;                  // the row that the query stands on
-    std::uint64_t found_change_ = 0;           // when that was so
-
-    // Long values that nobody asks for are left out from the second block on: they are Empty there.
-    std::vector<bool> is_long_;
-    std::vector<bool> asked_for_;
-    std::vector<bool> left_out_;
-    std::vector<int> packed_;  // the columns of which a row in the buffer has the values; an image has the others
-    bool has_images_ = false;
-    RowBuffer block_;  // of an updatable record set
-    std::int64_t block_first_ = 0;
-    std::int64_t block_size_ = 1;     // how many rows were wanted
-    std::uint64_t block_change_ = 0;  // what has been changed here since makes it old
-
-    std::chrono::steady_clock::duration spent_{};  // in all calls
-
-    std::exception_ptr failure_;         // why the block's first row could not be read
-    std::exception_ptr called_off_;      // why the search for rows has ended
-    std::exception_ptr search_failure_;  // why no row behind those fetched could be found
-
-    std::int64_t position_ = 0;  // -1 before the first row, Count() behind the last
-    bool loaded_ = false;        // current_ holds the current row, or the query shows its image
-    std::vector<Value> current_;
-    std::uint64_t image_number_ = 0;
-    std::vector<std::uint64_t> read_from_;  // by column: the image that the value in current_ was read from
-
-    Editing editing_ = Editing::Nothing;
-    std::vector<Value> edited_;
-    std::vector<bool> changed_;
-    std::int64_t last_modified_ = -1;
     bool no_match_ = false;
+    bool lock_edits_ = true;
+    std::u16string filter_;
+    std::u16string sort_;
+    std::int32_t cache_size_ = 0;
+    Bytes cache_start_;
 };
 
 }  // namespace qmtrain::dao

@@ -17,7 +17,7 @@ using sql::ast::ExpressionPtr;
 
 // A copy that may be changed.
 sql::ast::Select CopyOf(const sql::ast::Select& select) {
-    const auto statement = sql::Parser(sql::Print(select)).ParseStatement();
+    const auto statement = sql::Parser(sql::PrintRows(select)).ParseStatement();
     return std::move(std::get<sql::ast::Select>(statement->node));
 }
 
@@ -146,17 +146,18 @@ std::shared_ptr<OdbcServer> OdbcLinks::ServerFor(const odbc::ConnectString& conn
     const std::scoped_lock lock(servers_mutex_);
     auto known = std::ranges::find(servers_, text, &KnownServer::connect);
     if (known == servers_.end()) {
-        servers_.push_back({text, std::make_shared<OdbcServer>(connect, database_.SharedSession())});
+        servers_.push_back({text, OdbcServer::Of(connect, database_.SharedSession())});
         known = servers_.end() - 1;
     }
-    known->server->TimeLimit(time_limit_);
+    Prepare(*known->server);
     return known->server;
 }
 
 std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
     if (!rights_.servers) {
-        Raise(ErrorNumber::OperationNotSupported,
-              {u"链接表“" + object.name + u"”在数据库服务器上，而没有允许链接到服务器。"});
+        Raise(
+            ErrorNumber::OperationNotSupported,
+            {u"链接表“" + object.name + u"”在数据库服务器上，而没有允许链接到服务器（QMTRAININFO_SERVER_LINKS=on）。"});
     }
     auto link = std::make_shared<OdbcLink>();
     link->name = object.name;
@@ -188,7 +189,7 @@ std::shared_ptr<OdbcLink> OdbcLinks::FindLink(std::u16string_view name) {
     };
     const auto known = std::ranges::find_if(links_, is_it);
     if (known != links_.end()) {
-        (*known)->server->TimeLimit(time_limit_);
+        Prepare(*(*known)->server);
         return *known;
     }
     std::erase_if(links_, [&](const auto& link) { return EqualNames(link->name, name); });
@@ -374,10 +375,11 @@ std::optional<sql::DelegatedChange> OdbcLinks::DelegateChange(sql::Catalog& cata
     const RemoteText condition = where == nullptr ? RemoteText(std::u16string()) : remote.Condition(*where);
     if (!condition) return std::nullopt;
     sql::Explanation unused;  // names that are wrong are told as anywhere
+    sql::Parameters parameters(statement);
     if (update != nullptr)
-        sql::Explain(catalog, *update, unused);
+        sql::Explain(catalog, parameters, *update, unused);
     else
-        sql::Explain(catalog, *removal, unused);
+        sql::Explain(catalog, parameters, *removal, unused);
     const std::u16string what = update != nullptr ? u"UPDATE " : u"DELETE FROM ";
     sql::DelegatedChange change;
     change.request = what + link->remote + AliasText() + set + (where == nullptr ? u"" : u" WHERE " + *condition);

@@ -58,6 +58,18 @@ public:
 
     void TimeLimit(std::chrono::milliseconds limit) { time_limit_ = limit; }
 
+    // While it lives, transactions that begin are as if each had been alone.
+    class Serial {
+    public:
+        explicit Serial(OdbcLinks& links) : links_(links) { links_.serial_ = true; }
+        Serial(const Serial&) = delete;
+        Serial& operator=(const Serial&) = delete;
+        ~Serial() { links_.serial_ = false; }
+
+    private:
+        OdbcLinks& links_;
+    };
+
     // From any thread.
     void Cancel() noexcept;
 
@@ -70,6 +82,7 @@ private:
         std::shared_ptr<OdbcServer> server;
     };
 
+    void Prepare(OdbcServer& server) const { server.Use(time_limit_, serial_); }
     std::shared_ptr<OdbcServer> ServerFor(const odbc::ConnectString& connect);
     const jet::CatalogObject* Find(std::u16string_view name);
     std::shared_ptr<OdbcLink> Load(const jet::CatalogObject& object);
@@ -88,6 +101,7 @@ private:
     std::vector<KnownServer> servers_;
     std::vector<std::shared_ptr<OdbcLink>> links_;  // those that have been used
     std::atomic<bool> any_ = true;
+    bool serial_ = false;
 };
 
 }  // namespace qmtrain::dao

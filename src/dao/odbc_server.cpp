@@ -1,6 +1,8 @@
 #include "dao/odbc_server.h"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 #include "core/error.h"
 #include "core/system.h"
@@ -15,6 +17,22 @@ std::u16string Savepoint(std::size_t level) {
 }
 
 }  // namespace
+
+std::shared_ptr<OdbcServer> OdbcServer::Of(const odbc::ConnectString& connect,
+                                           const std::shared_ptr<jet::Session>& session) {
+    using Key = std::pair<const jet::Session*, std::u16string>;
+    static std::mutex mutex;
+    static std::map<Key, std::weak_ptr<OdbcServer>>& known = *new std::map<Key, std::weak_ptr<OdbcServer>>;
+    const std::scoped_lock lock(mutex);
+    std::erase_if(known, [](const auto& one) { return one.second.expired(); });
+    std::weak_ptr<OdbcServer>& place = known[{session.get(), connect.Text()}];
+    std::shared_ptr<OdbcServer> server = place.lock();
+    if (server == nullptr) {
+        server.reset(new OdbcServer(connect, session));
+        place = server;
+    }
+    return server;
+}
 
 OdbcServer::OdbcServer(odbc::ConnectString connect, std::shared_ptr<jet::Session> session)
     : connect_(std::move(connect)), session_(std::move(session)) {}
@@ -32,24 +50,35 @@ std::shared_ptr<odbc::Connection> ConnectTo(const odbc::ConnectString& connect) 
     return odbc::TakeConnection(whole);
 }
 
-odbc::Connection& OdbcServer::Reach() {
-    if (connection_ && !connection_->IsAlive()) {
-        if (levels_ > 0) RaiseLost();
-        const std::scoped_lock lock(mutex_);
-        connection_ = nullptr;
-    }
-    if (!connection_) {
-        auto connection = ConnectTo(connect_);
-        const std::scoped_lock lock(mutex_);
-        connection_ = std::move(connection);
-    }
+void OdbcServer::Connect() {
+    auto connection = ConnectTo(connect_);
+    const std::scoped_lock lock(mutex_);
+    connection_ = std::move(connection);
+}
+
+void OdbcServer::Disconnect() {
+    const std::scoped_lock lock(mutex_);
+    connection_ = nullptr;
+}
+
+void OdbcServer::OpenLevels() {
     connection_->TimeLimit(time_limit_);
     if (session_->Levels() > 0 && levels_ == 0) {
-        connection_->Begin();
+        connection_->Begin(serial_);
         session_->Join(*this);
         levels_ = 1;
+        used_ = false;
     }
-    for (; levels_ < session_->Levels(); ++levels_) connection_->Execute(u"SAVEPOINT " + Savepoint(levels_ + 1));
+    for (; levels_ < session_->Levels(); ++levels_) connection_->Savepoint(Savepoint(levels_ + 1));
+}
+
+odbc::Connection& OdbcServer::Reach() {
+    if (IsLost()) {
+        if (levels_ > 0) RaiseLost();
+        Disconnect();
+    }
+    if (!connection_) Connect();
+    OpenLevels();
     return *connection_;
 }
 
@@ -57,13 +86,35 @@ void OdbcServer::RaiseLost() const {
     Raise(ErrorNumber::OdbcConnectionFailed, {connect_.Place(), u"连接已中断，事务没有完成。"});
 }
 
+// A connection that has waited for a while may have been lost meanwhile: as long as nothing has been done with it,
+// there is another.
+template <class Body>
+auto OdbcServer::Run(bool changes, const Body& body) {
+    constexpr int kMostTries = 10;
+    for (int tries = 1;; ++tries) {
+        try {
+            auto result = body(Reach());
+            used_ = levels_ > 0;
+            return result;
+        } catch (const AutomationError& error) {
+            const bool nothing_done = levels_ > 0 ? !used_ : !changes;
+            const bool anew = IsLost() && nothing_done && tries == 1;
+            const bool again = error.Is(ErrorNumber::RecordChanged) && levels_ == 0 && tries < kMostTries;
+            if (!anew && !again) throw;
+            if (anew) levels_ = 0;
+        }
+    }
+}
+
 OdbcServer::Answer OdbcServer::Query(std::u16string_view sql, const odbc::Doing& doing) {
-    auto rows = Reach().Query(sql, doing);
-    return {connection_, std::move(rows)};
+    return Run(doing.failure != ErrorNumber::OdbcCallFailed, [&](odbc::Connection& connection) {
+        auto rows = connection.Query(sql, doing);
+        return Answer{connection_, std::move(rows)};
+    });
 }
 
 std::int64_t OdbcServer::Execute(std::u16string_view sql, const odbc::Doing& doing) {
-    const std::int64_t rows = Reach().Execute(sql, doing);
+    const std::int64_t rows = Run(true, [&](odbc::Connection& connection) { return connection.Execute(sql, doing); });
     ++changes_;
     return rows;
 }
@@ -83,7 +134,7 @@ void OdbcServer::Undo(std::size_t levels) noexcept {
     levels_ = levels;
     try {
         if (levels > 0)
-            connection_->Execute(u"ROLLBACK TO SAVEPOINT " + Savepoint(levels + 1));
+            connection_->RollbackTo(Savepoint(levels + 1));
         else
             connection_->Rollback();
     } catch (const AutomationError&) {

@@ -1,4 +1,4 @@
-// A database server that links of one database lead to, and our part in its transactions.
+// A database server that links lead to, and our part in its transactions.
 #pragma once
 
 #include <atomic>
@@ -19,8 +19,11 @@ std::shared_ptr<odbc::Connection> ConnectTo(const odbc::ConnectString& connect);
 
 class OdbcServer : public jet::SessionPartner {
 public:
-    // Connects when it is first needed.
-    OdbcServer(odbc::ConnectString connect, std::shared_ptr<jet::Session> session);
+    // The session's one for this place: its databases see what they have changed there in an open transaction, and
+    // commit it at once. Connects when it is first needed.
+    static std::shared_ptr<OdbcServer> Of(const odbc::ConnectString& connect,
+                                          const std::shared_ptr<jet::Session>& session);
+
     OdbcServer(const OdbcServer&) = delete;
     OdbcServer& operator=(const OdbcServer&) = delete;
     ~OdbcServer() override;
@@ -33,7 +36,12 @@ public:
     Answer Query(std::u16string_view sql, const odbc::Doing& doing = {});
     std::int64_t Execute(std::u16string_view sql, const odbc::Doing& doing);
 
-    void TimeLimit(std::chrono::milliseconds limit) { time_limit_ = limit; }
+    // How it is used from now on: how long a statement may take, and whether a transaction that begins is as if it were
+    // alone.
+    void Use(std::chrono::milliseconds limit, bool serial) {
+        time_limit_ = limit;
+        serial_ = serial;
+    }
 
     // From any thread.
     void Cancel() noexcept;
@@ -47,8 +55,18 @@ public:
     void Commit() override;
 
 private:
-    // The connection, inside the levels that the session has opened.
+    OdbcServer(odbc::ConnectString connect, std::shared_ptr<jet::Session> session);
+
+    // Calls `body(connection)`, inside the levels that the session has opened. It is called again with a new connection
+    // where the old one turns out to be lost and nothing has been done with it, and where somebody else's change has
+    // come before one that is a transaction of its own.
+    template <class Body>
+    auto Run(bool changes, const Body& body);
     odbc::Connection& Reach();
+    void Connect();
+    void Disconnect();
+    void OpenLevels();
+    bool IsLost() const { return connection_ != nullptr && !connection_->IsAlive(); }
     [[noreturn]] void RaiseLost() const;
 
     odbc::ConnectString connect_;
@@ -56,7 +74,9 @@ private:
     std::mutex mutex_;  // for connection_
     std::shared_ptr<odbc::Connection> connection_;
     std::size_t levels_ = 0;  // of the session that the server knows: a transaction, and savepoints in it
+    bool used_ = false;       // something has been done in them
     std::chrono::milliseconds time_limit_{0};
+    bool serial_ = false;
     std::atomic<std::uint64_t> changes_ = 0;
 };
 

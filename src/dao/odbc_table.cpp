@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <optional>
 
 #include "core/convert.h"
 #include "core/error.h"
@@ -131,6 +132,14 @@ private:
     std::uint32_t number_ = 0;
 };
 
+std::u16string KeyText(const OdbcLink& link, const std::vector<Value>& row) {
+    std::u16string text;
+    for (const int column : link.key) {
+        text = Joined(std::move(text), u", ", QuotedValue(row[static_cast<std::size_t>(column)]));
+    }
+    return text;
+}
+
 class LinkCursor : public RequestCursor {
 public:
     LinkCursor(std::shared_ptr<OdbcLink> link, std::u16string request)
@@ -140,44 +149,55 @@ public:
         kept_.clear();
         Ask(request_);
     }
-    bool Next() override { return Take(); }
+    bool Next() override {
+        row_id_ = {};
+        return Take();
+    }
 
     // Without a key a row is known by its place among those kept.
     void Keep() override {
-        if (link_->key.empty()) unkeyed_ = {static_cast<std::uint32_t>(kept_.size() + 1)};
+        if (link_->key.empty()) row_id_ = {static_cast<std::uint32_t>(kept_.size() + 1)};
         kept_.try_emplace(Row().value, *shown_);
     }
-    sql::RowId Row() const override { return link_->key.empty() ? unkeyed_ : link_->rows.NumberOf(KeyText()); }
+    sql::RowId Row() const override {
+        if (row_id_.value == 0 && !link_->key.empty()) row_id_ = link_->rows.NumberOf(KeyText(*link_, *shown_));
+        return row_id_;
+    }
 
     // A row that was kept is shown as it was; of any other the server is asked.
     bool MoveTo(sql::RowId row) override {
+        row_id_ = row;
         if (const auto kept = kept_.find(row.value); kept != kept_.end()) {
-            unkeyed_ = row;
             shown_ = &kept->second;
             return true;
         }
         if (link_->key.empty()) return false;
-        Ask(OdbcTable::SelectFrom(*link_, u" WHERE " + link_->rows.KeyOf(row)));
-        if (!Take()) return false;
-        link_->rows.SetSeen(row, row_);
-        return true;
+        if (const auto fetched = fetched_.find(row.value); fetched != fetched_.end()) {
+            const std::optional<std::vector<Value>> values = std::move(fetched->second);
+            fetched_.erase(fetched);
+            if (!values) return false;
+            row_ = *values;
+            shown_ = &row_;
+            return true;
+        }
+        Ask(OdbcTable::SelectFrom(*link_, u" WHERE " + link_->IsRow(row)));
+        return Take();
+    }
+
+    void Prefetch(std::span<const sql::RowId> rows) override {
+        fetched_.clear();
+        if (rows.empty()) return;
+        Ask(OdbcTable::SelectFrom(*link_, u" WHERE " + link_->IsOneOf(rows)));
+        for (const sql::RowId row : rows) fetched_[row.value];
+        while (Take()) fetched_[link_->rows.NumberOf(KeyText(*link_, row_)).value] = row_;
     }
 
 private:
-    std::u16string KeyText() const {
-        std::u16string text;
-        for (const int column : link_->key) {
-            const auto at = static_cast<std::size_t>(column);
-            text = Joined(std::move(text), u" AND ",
-                          QuotedName(link_->columns[at].name) + u" = " + QuotedValue((*shown_)[at]));
-        }
-        return text;
-    }
-
     std::shared_ptr<OdbcLink> link_;
     std::u16string request_;
     std::map<std::uint32_t, std::vector<Value>> kept_;
-    sql::RowId unkeyed_;
+    std::map<std::uint32_t, std::optional<std::vector<Value>>> fetched_;  // nothing: the row is no longer there
+    mutable sql::RowId row_id_;                                           // none: it is not known yet
 };
 
 }  // namespace
@@ -195,26 +215,36 @@ std::u16string QuotedValue(const Value& value) {
     return text + u"'";
 }
 
-// ---- OdbcRowNumbers ----
+// ---- OdbcRowNumbers, OdbcLink ----
 
-sql::RowId OdbcRowNumbers::NumberOf(const std::u16string& key) {
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(key.data());
-    bool added = false;
-    const std::uint32_t number =
-        numbers_.FindOrAdd(std::vector<std::uint8_t>(bytes, bytes + key.size() * sizeof(char16_t)), added);
-    if (added) keys_.push_back(key);
-    return {number + 1};
+sql::RowId OdbcRowNumbers::NumberOf(std::u16string key) {
+    const auto next = static_cast<std::uint32_t>(keys_.size() + 1);
+    const auto [known, added] = numbers_.try_emplace(std::move(key), next);
+    if (added) keys_.push_back(&known->first);
+    return {known->second};
 }
 
-void OdbcRowNumbers::SetSeen(sql::RowId row, const std::vector<Value>& values) {
-    constexpr std::size_t kMost = 1024;
-    if (seen_.size() == kMost) seen_.clear();
-    seen_[row.value] = values;
+void OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
+    const auto known = numbers_.insert_or_assign(std::move(key), row.value).first;
+    keys_[row.value - 1] = &known->first;
 }
 
-const std::vector<Value>* OdbcRowNumbers::Seen(sql::RowId row) const {
-    const auto seen = seen_.find(row.value);
-    return seen == seen_.end() ? nullptr : &seen->second;
+std::u16string OdbcLink::KeyNames() const {
+    std::u16string names;
+    for (const int column : key) {
+        names = Joined(std::move(names), u", ", QuotedName(columns[static_cast<std::size_t>(column)].name));
+    }
+    return u"(" + names + u")";
+}
+
+std::u16string OdbcLink::IsRow(sql::RowId row) const {
+    return KeyNames() + u" = (" + rows.KeyOf(row) + u")";
+}
+
+std::u16string OdbcLink::IsOneOf(std::span<const sql::RowId> wanted) const {
+    std::u16string keys;
+    for (const sql::RowId row : wanted) keys = Joined(std::move(keys), u", ", u"(" + rows.KeyOf(row) + u")");
+    return KeyNames() + u" IN (" + keys + u")";
 }
 
 // ---- OdbcTable ----
@@ -279,11 +309,10 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
         const sql::Column& column = link_->columns[static_cast<std::size_t>(wanted[i])];
         Value value;
         answer.rows->Read(static_cast<int>(i), ToOdbc(column.type), value);
-        if (i < link_->key.size())
-            key = Joined(std::move(key), u" AND ", QuotedName(column.name) + u" = " + QuotedValue(value));
+        if (i < link_->key.size()) key = Joined(std::move(key), u", ", QuotedValue(value));
         if (column.counter && !value.IsNull()) last_counter_ = ToLong(value);
     }
-    return link_->rows.NumberOf(key);
+    return link_->rows.NumberOf(std::move(key));
 }
 
 // Rows of one statement travel together.
@@ -322,14 +351,29 @@ void OdbcTable::CancelInserts() {
 }
 
 void OdbcTable::RaiseNotThere(sql::RowId row) {
-    const auto answer = link_->server->Query(u"SELECT 1 FROM " + link_->remote + u" WHERE " + link_->rows.KeyOf(row));
-    const bool there = answer.rows->Next();
-    link_->rows.ForgetSeen(row);
-    Raise(there ? ErrorNumber::ChangedByOther : ErrorNumber::RecordDeleted);
+    const auto answer = link_->server->Query(u"SELECT 1 FROM " + link_->remote + u" WHERE " + link_->IsRow(row));
+    Raise(answer.rows->Next() ? ErrorNumber::RecordChanged : ErrorNumber::RecordDeleted);
 }
 
+namespace {
+
+// Whether a column still holds what was seen in it. Texts that differ in case alone are others here, whatever the
+// column's order says, and there may be more of a time than its seconds.
+std::u16string IsStill(const sql::Column& column, const Value& value) {
+    const std::u16string name = QuotedName(column.name);
+    if (value.IsNull()) return name + u" IS NULL";
+    switch (column.type) {
+        case sql::ColumnType::Text: return name + u" COLLATE \"C\" = " + QuotedValue(value);
+        case sql::ColumnType::Date: return u"date_trunc('second', " + name + u") = " + QuotedValue(value);
+        default: return name + u" = " + QuotedValue(value);
+    }
+}
+
+}  // namespace
+
 // Only if the row is as it was seen; long values are not compared.
-void OdbcTable::Update(sql::RowId row, std::span<const sql::Assignment> changes) {
+void OdbcTable::UpdateSeen(sql::RowId row, std::span<const sql::Assignment> changes,
+                           std::span<const sql::Assignment> seen) {
     RequireKey();
     if (changes.empty()) return;
     std::u16string set;
@@ -337,29 +381,41 @@ void OdbcTable::Update(sql::RowId row, std::span<const sql::Assignment> changes)
         const sql::Column& column = link_->columns[static_cast<std::size_t>(change.column)];
         set = Joined(std::move(set), u", ", QuotedName(column.name) + u" = " + QuotedValue(change.value));
     }
-    std::u16string condition = link_->rows.KeyOf(row);
-    const std::vector<Value>* seen = link_->rows.Seen(row);
-    for (std::size_t i = 0; seen != nullptr && i < seen->size(); ++i) {
-        const sql::Column& column = link_->columns[i];
-        if (IsLong(column)) continue;
-        const std::u16string name = QuotedName(column.name);
-        const bool date = column.type == sql::ColumnType::Date;  // there may be more of it than its seconds
-        const std::u16string compared = date ? u"date_trunc('second', " + name + u")" : name;
-        condition +=
-            u" AND " + ((*seen)[i].IsNull() ? name + u" IS NULL" : compared + u" = " + QuotedValue((*seen)[i]));
+    std::u16string condition = link_->IsRow(row);
+    for (const sql::Assignment& known : seen) {
+        const sql::Column& column = link_->columns[static_cast<std::size_t>(known.column)];
+        if (!IsLong(column)) condition += u" AND " + IsStill(column, known.value);
     }
     const std::int64_t affected =
         link_->server->Execute(u"UPDATE " + link_->remote + u" SET " + set + u" WHERE " + condition,
                                {ErrorNumber::OdbcUpdateFailed, link_->name});
     if (affected == 0) RaiseNotThere(row);
-    link_->rows.ForgetSeen(row);
+    FollowKey(row, changes, seen);
+}
+
+// A row whose key was changed is the same row for those who have its number.
+void OdbcTable::FollowKey(sql::RowId row, std::span<const sql::Assignment> changes,
+                          std::span<const sql::Assignment> seen) {
+    const auto find = [](std::span<const sql::Assignment> among, int column) {
+        const auto found = std::ranges::find(among, column, &sql::Assignment::column);
+        return found == among.end() ? nullptr : &found->value;
+    };
+    bool moved = false;
+    std::u16string key;
+    for (const int column : link_->key) {
+        const Value* changed = find(changes, column);
+        const Value* value = changed != nullptr ? changed : find(seen, column);
+        if (value == nullptr) return;
+        moved = moved || changed != nullptr;
+        key = Joined(std::move(key), u", ", QuotedValue(*value));
+    }
+    if (moved) link_->rows.SetKey(row, std::move(key));
 }
 
 void OdbcTable::Delete(sql::RowId row) {
     RequireKey();
-    const std::int64_t affected =
-        link_->server->Execute(u"DELETE FROM " + link_->remote + u" WHERE " + link_->rows.KeyOf(row),
-                               {ErrorNumber::OdbcDeleteFailed, link_->name});
+    const std::int64_t affected = link_->server->Execute(
+        u"DELETE FROM " + link_->remote + u" WHERE " + link_->IsRow(row), {ErrorNumber::OdbcDeleteFailed, link_->name});
     if (affected == 0) RaiseNotThere(row);
 }
 

@@ -4,32 +4,30 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "dao/odbc_server.h"
-#include "sql/key.h"
 #include "sql/storage.h"
 
 namespace qmtrain::dao {
 
-// What is known of the rows of a link that somebody has to go back to. A row is known by its key, written as a
-// condition, and has a number for as long as the database is open.
+// The rows of a link that somebody has to go back to. A row is known by its key, written as the server is given it, and
+// has a number for as long as the database is open.
 class OdbcRowNumbers {
 public:
-    sql::RowId NumberOf(const std::u16string& key);
-    const std::u16string& KeyOf(sql::RowId row) const { return keys_[row.value - 1]; }
+    sql::RowId NumberOf(std::u16string key);
+    const std::u16string& KeyOf(sql::RowId row) const { return *keys_[row.value - 1]; }
 
-    // What was seen when the row was last gone back to: a change compares it with what is there now.
-    void SetSeen(sql::RowId row, const std::vector<Value>& values);
-    const std::vector<Value>* Seen(sql::RowId row) const;
-    void ForgetSeen(sql::RowId row) { seen_.erase(row.value); }
+    // The row has another key from now on.
+    void SetKey(sql::RowId row, std::u16string key);
 
 private:
-    sql::KeyTable numbers_;
-    std::vector<std::u16string> keys_;
-    std::map<std::uint32_t, std::vector<Value>> seen_;
+    std::unordered_map<std::u16string, std::uint32_t> numbers_;
+    std::vector<const std::u16string*> keys_;  // of numbers_
 };
 
 // A link.
@@ -43,6 +41,13 @@ struct OdbcLink {
     std::vector<sql::Column> columns;
     std::vector<int> key;  // empty: none, and nothing can be changed
     OdbcRowNumbers rows;
+
+    // What stands behind WHERE for one row, and for some of them.
+    std::u16string IsRow(sql::RowId row) const;
+    std::u16string IsOneOf(std::span<const sql::RowId> wanted) const;
+
+private:
+    std::u16string KeyNames() const;
 };
 
 // Rows of a link, all or those that a request asks for.
@@ -68,7 +73,9 @@ public:
     void BeginInserts() override { collecting_ = true; }
     void EndInserts() override;
     void CancelInserts() override;
-    void Update(sql::RowId row, std::span<const sql::Assignment> changes) override;
+    void Update(sql::RowId row, std::span<const sql::Assignment> changes) override { UpdateSeen(row, changes, {}); }
+    void UpdateSeen(sql::RowId row, std::span<const sql::Assignment> changes,
+                    std::span<const sql::Assignment> seen) override;
     void Delete(sql::RowId row) override;
     std::int32_t LastCounter() const override { return last_counter_; }
 
@@ -81,6 +88,7 @@ private:
     std::u16string ColumnList(std::span<const int> columns) const;
     void Collect(std::vector<int> given, std::u16string row);
     void SendCollected();
+    void FollowKey(sql::RowId row, std::span<const sql::Assignment> changes, std::span<const sql::Assignment> seen);
     void RequireKey() const;
     [[noreturn]] void RaiseNotThere(sql::RowId row);
 

@@ -1,14 +1,15 @@
 #include "dao/recordset_table.h"
 
 #include "core/error.h"
-#include "dao/jet_recordset.h"
+#include "dao/row_list.h"
 
 namespace qmtrain::dao {
 
 class RecordsetTable : public sql::Table {
 public:
-    RecordsetTable(JetRecordset& recordset, std::int64_t first) : recordset_(recordset), first_(first) {
-        for (const sql::OutputColumn& output : recordset.query_->Columns()) {
+    RecordsetTable(RowList& rows, std::int64_t first, bool backwards)
+        : rows_(rows), first_(first), backwards_(backwards) {
+        for (const sql::OutputColumn& output : rows.GetQuery().Columns()) {
             sql::Column column;
             column.name = output.name;
             column.type = output.type;
@@ -20,7 +21,7 @@ public:
     const std::u16string& Name() const override { return name_; }
     const std::vector<sql::Column>& Columns() const override { return columns_; }
     const std::vector<sql::Index>& Indexes() const override { return indexes_; }
-    std::int64_t RowCount() override { return recordset_.Count(); }
+    std::int64_t RowCount() override { return rows_.Count(); }
     double EstimatedRows(int, const sql::KeyRange&) override { return 0; }
     bool CanSeek(int, std::span<const Value>) const override { return false; }
     bool InOrder(int, std::size_t) const override { return false; }
@@ -34,14 +35,16 @@ public:
 private:
     class Cursor : public sql::Cursor {
     public:
-        explicit Cursor(RecordsetTable& table) : table_(table), at_(table.first_ - 1) {}
+        explicit Cursor(RecordsetTable& table) : table_(table), next_(table.first_) {}
 
-        void Scan() override { at_ = table_.first_ - 1; }
+        void Scan() override { next_ = table_.first_; }
         void Range(int, const sql::KeyRange&, bool) override { Raise(ErrorNumber::NoCurrentIndex); }
 
         // Rows that were deleted meanwhile meet no condition.
         bool Next() override {
-            while (table_.recordset_.Reach(++at_)) {
+            while (next_ >= 0 && table_.rows_.Reach(next_)) {
+                at_ = next_;
+                next_ += table_.backwards_ ? -1 : 1;
                 if (ReadRow()) return true;
             }
             return false;
@@ -49,7 +52,7 @@ private:
 
         bool MoveTo(sql::RowId row) override {
             at_ = static_cast<std::int64_t>(row.value) - 1;
-            return table_.recordset_.Reach(at_) && ReadRow();
+            return table_.rows_.Reach(at_) && ReadRow();
         }
         sql::RowId Row() const override { return {static_cast<std::uint32_t>(at_ + 1)}; }
         void Read(int column, Value& value) override { value = row_[static_cast<std::size_t>(column)]; }
@@ -58,7 +61,7 @@ private:
         // False when the row has been deleted.
         bool ReadRow() {
             try {
-                table_.recordset_.ReadRow(at_, row_);
+                table_.rows_.LookAt(at_, row_);
                 return true;
             } catch (const AutomationError& error) {
                 if (!error.Is(ErrorNumber::RecordDeleted)) throw;
@@ -67,12 +70,14 @@ private:
         }
 
         RecordsetTable& table_;
-        std::int64_t at_;
+        std::int64_t next_;
+        std::int64_t at_ = -1;
         std::vector<Value> row_;
     };
 
-    JetRecordset& recordset_;
+    RowList& rows_;
     std::int64_t first_;
+    bool backwards_;
     std::u16string name_ = u"Rows";
     std::vector<sql::Column> columns_;
     std::vector<sql::Index> indexes_;
@@ -102,8 +107,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<sql::Catalog> CatalogOfRows(JetRecordset& recordset, std::int64_t first) {
-    return std::make_unique<RowsCatalog>(std::make_shared<RecordsetTable>(recordset, first));
+std::unique_ptr<sql::Catalog> CatalogOfRows(RowList& rows, std::int64_t first, bool backwards) {
+    return std::make_unique<RowsCatalog>(std::make_shared<RecordsetTable>(rows, first, backwards));
 }
 
 }  // namespace qmtrain::dao

@@ -7,9 +7,10 @@
 
 namespace qmtrain::dao {
 
-class JetRecordset;
+class RowList;
 
-// A catalogue with one table, "Rows": the rows of the record set from `first` on, RowId = position + 1.
-std::unique_ptr<sql::Catalog> CatalogOfRows(JetRecordset& recordset, std::int64_t first);
+// A catalogue with one table, "Rows": the rows of the list from `first` on, up to its end or back to its beginning,
+// RowId = position + 1.
+std::unique_ptr<sql::Catalog> CatalogOfRows(RowList& rows, std::int64_t first, bool backwards = false);
 
 }  // namespace qmtrain::dao

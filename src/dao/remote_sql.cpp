@@ -493,6 +493,7 @@ RemoteSql::Piece RemoteSql::PutAggregate(std::u16string_view name, const sql::as
 }
 
 RemoteSql::Piece RemoteSql::PutChoice(const Piece& condition, const Piece& yes, const Piece& no) {
+    if (yes.kind == Kind::Null && no.kind == Kind::Null) return {u"NULL", Kind::Null};
     const bool numbers = IsNumber(yes.kind) && IsNumber(no.kind) && yes.kind != no.kind;
     if (yes.kind != no.kind && yes.kind != Kind::Null && no.kind != Kind::Null && !numbers) return Cannot();
     const Kind kind = numbers ? Kind::Number : yes.kind == Kind::Null ? no.kind : yes.kind;

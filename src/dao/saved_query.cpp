@@ -5,30 +5,12 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "dao/query_clauses.h"
 #include "jet/database.h"
 #include "jet/row_cursor.h"
 
 namespace qmtrain::dao {
 namespace {
-
-// The clause that a row of MSysQueries belongs to.
-enum class Clause : std::uint8_t {
-    Options = 3,
-    Table = 5,
-    Output = 6,
-    Join = 7,
-    Where = 8,
-    GroupBy = 9,
-    Having = 10,
-    OrderBy = 11
-};
-
-// Bits of an Options row.
-constexpr int kAllColumns = 0x1;
-constexpr int kDistinct = 0x2;
-constexpr int kDistinctRow = 0x8;
-constexpr int kTop = 0x10;
-constexpr int kPercent = 0x20;
 
 struct Part {
     int clause = 0;
@@ -88,7 +70,7 @@ public:
     explicit SelectBuilder(std::vector<Part> parts) : parts_(std::move(parts)) {}
 
     std::u16string Build() {
-        std::u16string text = u"SELECT " + Options();
+        std::u16string text = Parameters() + u"SELECT " + Options();
         std::u16string outputs = List(Clause::Output, [](const Part& part) {
             return part.name1.empty() ? part.expression : part.expression + u" AS " + Bracketed(part.name1);
         });
@@ -122,6 +104,18 @@ private:
     void Append(std::u16string& text, std::u16string_view keyword, Clause clause) {
         const std::u16string list = List(clause, [](const Part& part) { return part.expression; });
         if (!list.empty()) text.append(keyword).append(list);
+    }
+
+    // Their types are DAO's numbers.
+    std::u16string Parameters() {
+        constexpr std::u16string_view kTypes[] = {u"VALUE",    u"BIT",        u"BYTE",   u"SHORT",    u"LONG",
+                                                  u"CURRENCY", u"SINGLE",     u"DOUBLE", u"DATETIME", u"BINARY",
+                                                  u"TEXT",     u"LONGBINARY", u"MEMO"};
+        const std::u16string list = List(Clause::Parameter, [&](const Part& part) {
+            const auto type = part.flag > 0 && part.flag < static_cast<int>(std::size(kTypes)) ? part.flag : 0;
+            return Bracketed(part.name1) + u" " + std::u16string(kTypes[type]);
+        });
+        return list.empty() ? list : u"PARAMETERS " + list + u"; ";
     }
 
     std::u16string Options() {

@@ -1,4 +1,4 @@
-// Field types by DAO's numbers.
+// Types and options by DAO's numbers.
 #pragma once
 
 #include <cstdint>
@@ -22,10 +22,39 @@ enum class FieldType : std::int16_t {
     Decimal = 20,
 };
 
+// Bits of FieldDef::attributes; a descending field is one of an index.
+inline constexpr std::int32_t kDescending = 1;
+inline constexpr std::int32_t kFixedField = 1;
+inline constexpr std::int32_t kVariableField = 2;
+inline constexpr std::int32_t kAutoIncrField = 16;
+inline constexpr std::int32_t kUpdatableField = 32;
+
+enum class RecordsetType : std::int16_t {
+    Default = 0,  // a table where the source is one of this file, else a dynaset
+    Table = 1,    // the rows as they stand in an index now
+    Dynaset = 2,  // which rows it has is fixed as they are seen; what they hold is read when it is asked for
+    Snapshot = 4,
+    ForwardOnly = 8,
+};
+
+// Options of record sets.
+inline constexpr std::int32_t kDenyWrite = 1;
+inline constexpr std::int32_t kDenyRead = 2;
+inline constexpr std::int32_t kReadOnly = 4;
+inline constexpr std::int32_t kAppendOnly = 8;
+inline constexpr std::int32_t kInconsistent = 16;
+inline constexpr std::int32_t kConsistent = 32;
+inline constexpr std::int32_t kSqlPassThrough = 64;
+inline constexpr std::int32_t kFailOnError = 128;
+inline constexpr std::int32_t kForwardOnly = 256;
+inline constexpr std::int32_t kSeeChanges = 512;
+
+enum class EditMode : std::int16_t { None = 0, InProgress = 1, Add = 2 };
+
 // What the links of a database that is opened may lead to; the files themselves are opened when they are used.
 struct LinkRights {
     bool write = false;    // their tables may be changed
-    bool network = false;  // files on other machines ("\\host\share"), which learn who asks
+    bool network = false;  // files on other machines ("\\\\host\\share"), which learn who asks
     bool servers = false;  // tables on database servers, which learn who asks and decide who may write
 };
 

@@ -5,7 +5,6 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
-#include "core/statement_text.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "exchange/bank_rows.h"
@@ -16,6 +15,7 @@ namespace {
 
 constexpr std::size_t kLongestCode = 20;
 constexpr std::size_t kLongestName = 255;
+constexpr std::int32_t kMostSubjects = 9999;
 
 std::u16string Catalogue(std::u16string_view folder) {
     return InFolder(folder, u"Total.mdb");
@@ -48,10 +48,17 @@ void RequireCode(std::u16string_view code) {
     if (!plain) {
         Refuse(std::u16string(u"题库代码“").append(Brief(code)).append(u"”应当是 1 到 20 个英文字母或数字。"));
     }
+    // The catalogue's own name, and those of Windows' devices.
+    const std::u16string upper = ToUpper(code);
+    const std::u16string_view head = std::u16string_view(upper).substr(0, 3);
+    const bool numbered =
+        upper.size() == 4 && (head == u"COM" || head == u"LPT") && upper[3] >= u'0' && upper[3] <= u'9';
+    if (numbered || upper == u"TOTAL" || upper == u"CON" || upper == u"PRN" || upper == u"AUX" || upper == u"NUL") {
+        Refuse(std::u16string(u"题库代码“").append(code).append(u"”不能用作文件名，请换一个。"));
+    }
 }
 
 BankEntry Required(std::u16string_view folder, std::u16string_view code) {
-    RequireNoQuote(code);
     std::optional<BankEntry> bank = FindBank(folder, code);
     if (!bank) Refuse(std::u16string(u"题库目录中没有代码为“").append(Brief(code)).append(u"”的题库。"));
     return *std::move(bank);
@@ -72,7 +79,7 @@ std::vector<BankEntry> BanksIn(std::u16string_view folder) {
 }
 
 std::optional<BankEntry> FindBank(std::u16string_view folder, std::u16string_view code) {
-    RequireNoQuote(code);
+    if (code.find(u'\'') != std::u16string_view::npos) return std::nullopt;
     std::vector<BankEntry> found = Entries(folder, std::u16string(u" Where C_DataCode='").append(code).append(u"'"));
     if (found.empty()) return std::nullopt;
     return std::move(found.front());
@@ -107,14 +114,16 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
             if (!plan.kinds.contains(question.kind)) {
                 ++plan.impossible;
                 plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
-                                        u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。"});
+                                        u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。",
+                                        question.file});
             } else if (std::u16string loss = rows.Loss(question); !loss.empty()) {
-                plan.notices.push_back(
-                    {Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()), std::move(loss)});
+                plan.notices.push_back({Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()),
+                                        std::move(loss), question.file});
             }
         }
     } else {
         if (plan.bank.subject == 0) plan.bank.subject = 1;
+        if (plan.bank.subject < 1 || plan.bank.subject > kMostSubjects) Refuse(u"科目代码应当是 1 到 9999。");
         if (plan.bank.name.empty()) plan.bank.name = plan.bank.code;
         if (plan.bank.name.size() > kLongestName) Refuse(u"题库名称最多 255 个字。");
         plan.bank.file = plan.bank.code + u".mdb";
@@ -123,7 +132,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
     for (std::size_t i = 0; i < questions.size(); ++i) {
         if (plan.recognition.questions[i].as != Recognised::As::Repeated) continue;
         plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                u"与前面的一道题完全相同。"});
+                                u"与前面的一道题完全相同。", questions[i].file});
     }
     return plan;
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 
@@ -52,8 +54,19 @@ void ReplaceAll(std::u16string& text, std::u16string_view wanted, std::u16string
     }
 }
 
+// None right where the answer is no such number: the question can be looked at and mended.
 std::int32_t BitsOf(std::u16string_view answer) {
-    return IsNumeric(Value(std::u16string(answer))) ? ToLong(Value(std::u16string(answer))) : 0;
+    const Value value{std::u16string(answer)};
+    if (!IsNumeric(value)) return 0;
+    const double number = ToDouble(value);
+    return number >= 0 && number <= std::numeric_limits<std::int32_t>::max() ? static_cast<std::int32_t>(number) : 0;
+}
+
+// An explanation that a bank without a column for it keeps as a document.
+std::optional<ui::RichText> AnalysisIn(const Value& document) {
+    if (document.GetType() != Value::Type::Binary) return std::nullopt;
+    const std::u16string text(document.Binary().begin(), document.Binary().end());
+    return ui::IsRtf(text) ? std::optional(ui::ReadRtf(text)) : std::nullopt;
 }
 
 void SetAnswer(Question& question, std::u16string_view answer) {
@@ -137,13 +150,14 @@ const TableInfo* BankRows::TableOf(std::u16string_view rec_no) const {
     return found == tables_.end() ? nullptr : &*found;
 }
 
-void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out) {
+void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out, const EachRow& each) {
     const TableInfo& info = Info(kind);
     if (info.table.empty()) return;
     const auto rows =
         database_.OpenRecordset(u"Select * From " + info.table + std::u16string(condition) + u" Order By C_RecNo");
     const std::u16string_view answer_column = kind == Kind::Operation ? u"M_Answer" : u"C_Answer";
     for (; !rows->Eof(); rows->MoveNext()) {
+        if (each) each();
         Question question;
         question.kind = kind;
         question.rec_no = TextIn(*rows, u"C_RecNo");
@@ -154,11 +168,8 @@ void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Q
         if (kind == Kind::Single || kind == Kind::Multiple) question.keywords = answer;
         if (info.analysis) question.analysis = ui::StoredText(TextIn(*rows, u"M_Analysis"));
         if (!info.analysis && info.documents) {
-            const Value& document = rows->Fields(u"O_RudeCont").Value();
-            if (document.GetType() == Value::Type::Binary) {
-                const std::u16string text(document.Binary().begin(), document.Binary().end());
-                if (ui::IsRtf(text)) question.analysis = ui::ReadRtf(text);
-            }
+            if (auto analysis = AnalysisIn(rows->Fields(u"O_RudeCont").Value()))
+                question.analysis = *std::move(analysis);
         }
         if (info.category) question.category = TextIn(*rows, u"C_Category");
         if (info.difficulty) question.difficulty = LongOr(rows->Fields(u"I_Difficulty").Value(), 0);
@@ -167,7 +178,7 @@ void BankRows::ReadTable(Kind kind, std::u16string_view condition, std::vector<Q
     }
 }
 
-void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>& questions) {
+void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>& questions, const EachRow& each) {
     std::unordered_map<std::u16string, Question*> places;
     for (Question& question : questions) {
         if (question.kind == Kind::Single || question.kind == Kind::Multiple) places[question.rec_no] = &question;
@@ -176,6 +187,7 @@ void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>&
     const auto rows = database_.OpenRecordset(u"Select C_RecNo,C_ChoiceAnswer,M_answercont From Tbl_ChoiceVice" +
                                               std::u16string(condition) + u" Order By C_RecNo,C_ChoiceAnswer");
     for (; !rows->Eof(); rows->MoveNext()) {
+        if (each) each();
         const auto place = places.find(TextOr(rows->Fields(0).Value(), u""));
         if (place != places.end()) {
             place->second->options.push_back({ui::StoredText(TextOr(rows->Fields(2).Value(), u"")), false});
@@ -189,15 +201,26 @@ void BankRows::ReadOptions(std::u16string_view condition, std::vector<Question>&
     }
 }
 
+std::size_t BankRows::CountRows(std::u16string_view table) const {
+    const auto rows = database_.OpenRecordset(std::u16string(u"Select Count(*) As N From ").append(table) + OfBank());
+    return static_cast<std::size_t>(std::max(0, LongOr(rows->Fields(0).Value(), 0)));
+}
+
 std::vector<Question> BankRows::Read(const Progress& progress) {
-    std::vector<Question> questions;
+    constexpr std::size_t kRowsOfStep = 128;
+    std::size_t all = 0;
     std::size_t done = 0;
-    for (const KindInfo& kind : Kinds()) {
-        Report(progress, done++, Kinds().size() + 1);
-        ReadTable(kind.kind, OfBank(), questions);
+    EachRow each;
+    if (progress) {
+        for (const TableInfo& info : tables_) all += info.table.empty() ? 0 : CountRows(info.table);
+        all += CountRows(u"Tbl_ChoiceVice");
+        each = [&] {
+            if (done++ % kRowsOfStep == 0) Report(progress, std::min(done, all), all);
+        };
     }
-    Report(progress, done, Kinds().size() + 1);
-    ReadOptions(OfBank(), questions);
+    std::vector<Question> questions;
+    for (const KindInfo& kind : Kinds()) ReadTable(kind.kind, OfBank(), questions, each);
+    ReadOptions(OfBank(), questions, each);
     return questions;
 }
 
@@ -246,7 +269,9 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
     const std::u16string analysis = IsEmpty(question.analysis) ? u"" : StoredText(question.analysis);
     if (info.analysis) {
         SetOrNull(row.Fields(u"M_Analysis"), analysis);
-    } else if (info.documents && !analysis.empty() && (is_new || row.Fields(u"O_RudeCont").Value().IsNull())) {
+    } else if (info.documents && !analysis.empty() &&
+               (is_new || row.Fields(u"O_RudeCont").Value().IsNull() ||
+                AnalysisIn(row.Fields(u"O_RudeCont").Value()))) {
         const std::string rtf = ui::WriteRtf(question.analysis);
         row.Fields(u"O_RudeCont").Value(Bytes(rtf.begin(), rtf.end()));
     }
@@ -258,7 +283,8 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
 }
 
 void BankRows::AddOptions(const Question& question, std::int32_t subject) {
-    if (question.options.empty()) return;
+    const bool is_choice = question.kind == Kind::Single || question.kind == Kind::Multiple;
+    if (!is_choice || question.options.empty()) return;
     if (!adding_options_) adding_options_ = database_.OpenRecordset(u"Select * From Tbl_ChoiceVice");
     for (std::size_t i = 0; i < question.options.size(); ++i) {
         adding_options_->AddNew();

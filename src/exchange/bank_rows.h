@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -32,6 +33,7 @@ struct TableInfo {
 struct StoredRow {
     std::u16string table;
     std::vector<std::pair<std::u16string, Value>> fields;
+    bool operator==(const StoredRow&) const = default;
 };
 
 // A text as banks store it: plain where it has no format, else RTF.
@@ -70,8 +72,10 @@ private:
     std::u16string OfBank(std::u16string_view more = {}) const;
     std::u16string OfQuestion(std::u16string_view rec_no) const;
     const TableInfo* TableOf(std::u16string_view rec_no) const;
-    void ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out);
-    void ReadOptions(std::u16string_view condition, std::vector<Question>& questions);
+    using EachRow = std::function<void()>;
+    void ReadTable(Kind kind, std::u16string_view condition, std::vector<Question>& out, const EachRow& each = {});
+    void ReadOptions(std::u16string_view condition, std::vector<Question>& questions, const EachRow& each = {});
+    std::size_t CountRows(std::u16string_view table) const;
     void Fill(dao::Recordset& row, const Question& question, bool is_new);
     void AddOptions(const Question& question, std::int32_t subject);
     std::int32_t LastNumber(Kind kind, const std::set<std::u16string>& taken);

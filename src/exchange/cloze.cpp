@@ -15,7 +15,7 @@ constexpr char16_t kFieldBegin = 0xFDD0;
 constexpr char16_t kFieldEnd = 0xFDD1;
 constexpr std::u16string_view kOwnBlank = u"<span class=\"blank\">";
 
-enum class FieldKind : std::uint8_t { Text, Number, Choice };
+enum class FieldKind : std::uint8_t { Text, Number, Choice, Choices };
 
 struct FieldType {
     std::u16string_view name;
@@ -33,15 +33,19 @@ constexpr FieldType kTypes[] = {
     {u"NM", FieldKind::Number},
     {u"MULTICHOICE", FieldKind::Choice},
     {u"MC", FieldKind::Choice},
-    {u"MULTIRESPONSE", FieldKind::Choice},
-    {u"MR", FieldKind::Choice},
+    {u"MULTIRESPONSE", FieldKind::Choices},
+    {u"MR", FieldKind::Choices},
 };
+
+bool IsChoice(FieldKind kind) {
+    return kind == FieldKind::Choice || kind == FieldKind::Choices;
+}
 
 // "_V", "_H", "_S" and their combinations say how choices are shown.
 std::optional<FieldKind> KindCalled(std::u16string_view name) {
     for (const FieldType& type : kTypes) {
         if (name == type.name) return type.kind;
-        if (type.kind == FieldKind::Choice && name.starts_with(type.name) && name.size() > type.name.size()) {
+        if (IsChoice(type.kind) && name.starts_with(type.name) && name.size() > type.name.size()) {
             const std::u16string_view rest = name.substr(type.name.size());
             if (rest.find_first_not_of(u"_VHS") == std::u16string_view::npos) return type.kind;
         }
@@ -257,9 +261,12 @@ void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& qu
             notes.Changed(u"答案的反馈并入解析。");
         }
         std::u16string mark = field.marked ? u"" : BlankText(i + 1);
-        if (field.kind == FieldKind::Choice) {
+        if (IsChoice(field.kind)) {
             mark += ChoicesOf(field);
             notes.Changed(u"选择的空改为填空，可选的答案列在空的后面。");
+            if (field.kind == FieldKind::Choices && question.blanks.back().size() > 1) {
+                notes.Changed(u"要选几项的空改为填空以后，填写其中一项就算对。");
+            }
         }
         const std::u16string place = PlaceOf(i + 1);
         if (const auto at = question.stem.Find(place, from, ui::RichText::Case::Sensitive)) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/csv_cell.h"
+
 namespace qmtrain::exchange {
 
 CsvReader::CsvReader(std::u16string_view text) : text_(text) {
@@ -22,7 +24,7 @@ bool CsvReader::Next(CsvRow& row) {
     if (at_ >= text_.size()) return false;
     row.line = line_;
     while (true) {
-        row.cells.push_back(ReadCell(row.open_quote));
+        row.cells.emplace_back(CsvCellText(ReadCell(row.open_quote)));
         if (at_ >= text_.size()) return true;
         if (text_[at_++] == u'\n') {
             ++line_;
@@ -51,18 +53,6 @@ std::u16string CsvReader::ReadCell(bool& open_quote) {
     }
     while (at_ < text_.size() && text_[at_] != separator_ && text_[at_] != u'\n') cell += text_[at_++];
     return cell;
-}
-
-std::u16string CsvCell(std::u16string_view cell) {
-    const bool quoted = cell.find_first_of(u",;\t\"\n\r") != std::u16string_view::npos || cell.starts_with(u" ") ||
-                        cell.ends_with(u" ");
-    if (!quoted) return std::u16string(cell);
-    std::u16string out = u"\"";
-    for (const char16_t unit : cell) {
-        if (unit == u'"') out += u'"';
-        out += unit;
-    }
-    return out + u"\"";
 }
 
 }  // namespace qmtrain::exchange

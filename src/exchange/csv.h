@@ -34,7 +34,4 @@ private:
     char16_t separator_ = u',';
 };
 
-// The cell as it stands in a sheet with commas.
-std::u16string CsvCell(std::u16string_view cell);
-
 }  // namespace qmtrain::exchange

@@ -80,6 +80,22 @@ std::optional<std::vector<std::size_t>> LettersOf(std::u16string_view text) {
     return letters;
 }
 
+// Whether the options are "对" and "错", as sheets have them that know no other kinds than choices.
+bool AreTruths(const std::vector<Option>& options) {
+    if (options.size() != 2) return false;
+    const auto first = TruthOf(options[0].text.PlainText());
+    const auto second = TruthOf(options[1].text.PlainText());
+    return first && second && *first != *second;
+}
+
+std::optional<bool> TruthByOptions(const Question& question, std::u16string_view answer) {
+    const auto letters = LettersOf(answer);
+    if (!AreTruths(question.options) || !letters || letters->size() != 1 || letters->front() > 1) {
+        return TruthOf(answer);
+    }
+    return TruthOf(question.options[letters->front()].text.PlainText());
+}
+
 std::int32_t DifficultyOf(std::u16string_view text, TextNotes& notes) {
     static constexpr std::pair<std::u16string_view, std::int32_t> kWords[] = {
         {u"", 0},     {u"1", 1},    {u"2", 2},    {u"3", 3},      {u"易", 1},   {u"容易", 1},
@@ -94,14 +110,27 @@ std::int32_t DifficultyOf(std::u16string_view text, TextNotes& notes) {
     return 0;
 }
 
-// "A. 栈" and "A、栈" without the letter.
-std::u16string_view WithoutLetter(std::u16string_view option, std::size_t place) {
-    option = Trimmed(option);
-    if (option.size() > 1 && ToUpper(option[0]) == LetterOf(place) &&
-        std::u16string_view(u".．、):：）").find(option[1]) != std::u16string_view::npos) {
-        return Trimmed(option.substr(2));
+// "A. 栈" and "A、栈", but not "a.out" and "C:\\Windows".
+bool HasLetter(std::u16string_view option, std::size_t place) {
+    if (option.size() < 2 || ToUpper(option[0]) != LetterOf(place)) return false;
+    if (std::u16string_view(u"．、：）").find(option[1]) != std::u16string_view::npos) return true;
+    const bool marked = std::u16string_view(u".:)").find(option[1]) != std::u16string_view::npos;
+    return marked && (option.size() == 2 || option[2] == u' ' || option[2] == u'\t' || option[2] >= 0x80);
+}
+
+// The lines of a cell, without the letters before them if every one has its own.
+std::vector<std::u16string> OptionsIn(std::u16string_view cell) {
+    std::vector<std::u16string> options;
+    bool lettered = true;
+    for (const std::u16string& line : SplitAll(cell, u"\n")) {
+        if (Trimmed(line).empty()) continue;
+        lettered = lettered && HasLetter(Trimmed(line), options.size());
+        options.emplace_back(Trimmed(line));
     }
-    return option;
+    if (lettered) {
+        for (std::u16string& option : options) option = Trimmed(option.substr(2));
+    }
+    return options;
 }
 
 class SheetReader {
@@ -122,6 +151,7 @@ private:
     std::size_t size_;
     Import import_;
     std::map<Column, std::size_t> places_;
+    std::size_t headings_ = 0;  // cells of their row
     TextNotes notes_;
 };
 
@@ -151,6 +181,7 @@ Import SheetReader::Read(const Progress& progress) {
 }
 
 bool SheetReader::ReadHeadings(const CsvRow& row) {
+    headings_ = row.cells.size();
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
         const std::u16string_view heading = Trimmed(row.cells[i]);
         if (heading.empty()) continue;
@@ -187,6 +218,11 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
     notes_ = {};
     Question question;
     question.line = row.line;
+    for (std::size_t i = headings_; i < row.cells.size(); ++i) {
+        if (Trimmed(row.cells[i]).empty()) continue;
+        notes_.Error(u"这一行比标题多出几格：文字中的分隔符要放在引号里。");
+        break;
+    }
     question.rec_no = Cell(row, Column::RecNo);
     question.category = Cell(row, Column::Category);
     question.stem = Rich(Cell(row, Column::Stem));
@@ -207,10 +243,7 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
 
 void SheetReader::ReadOptions(Question& question, const CsvRow& row) {
     if (const std::u16string all = Cell(row, Column::Options); !all.empty()) {
-        for (const std::u16string& line : SplitAll(all, u"\n")) {
-            if (Trimmed(line).empty()) continue;
-            question.options.push_back({Rich(WithoutLetter(line, question.options.size())), false});
-        }
+        for (const std::u16string& option : OptionsIn(all)) question.options.push_back({Rich(option), false});
         return;
     }
     std::size_t empty = 0;
@@ -251,9 +284,10 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             return;
         }
         case Kind::YesNo: {
-            const auto truth = TruthOf(answer);
+            const auto truth = TruthByOptions(question, answer);
             if (!truth) return notes_.Error(u"判断题的答案“" + Brief(answer) + u"”应当是“对”或“错”。");
             question.is_true = *truth;
+            if (AreTruths(question.options)) question.options.clear();
             break;
         }
         case Kind::Fill: {

@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "core/csv_cell.h"
 #include "core/text.h"
-#include "exchange/csv.h"
 #include "exchange/csv_columns.h"
 #include "exchange/formats.h"
 #include "exchange/html.h"

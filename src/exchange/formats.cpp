@@ -40,6 +40,15 @@ std::u16string_view ForeignKind(std::string_view bytes) {
     return {};
 }
 
+bool HasMetafile(const ui::RichText& text) {
+    const auto draws = [](const ui::Run& run) {
+        return run.picture != nullptr && run.picture->kind == ui::Picture::Kind::Metafile;
+    };
+    return std::any_of(text.Paragraphs().begin(), text.Paragraphs().end(), [&](const ui::Paragraph& paragraph) {
+        return std::any_of(paragraph.runs.begin(), paragraph.runs.end(), draws);
+    });
+}
+
 bool HasLine(std::string_view bytes, std::string_view beginning) {
     return bytes.starts_with(beginning) || bytes.find("\n" + std::string(beginning)) != std::string_view::npos;
 }
@@ -53,8 +62,9 @@ std::u16string_view NameOf(Format format) {
 }
 
 std::optional<Format> FormatCalled(std::u16string_view name) {
+    const std::u16string word = ToLower(name);
     for (const FormatRow& row : kFormats) {
-        if (row.word == name) return row.format;
+        if (row.word == word) return row.format;
     }
     return std::nullopt;
 }
@@ -100,6 +110,14 @@ Import ReadFile(std::u16string_view file, std::optional<Format> format, const Pr
 
 std::string WriteQuestions(std::span<const Question> questions, Format format, std::vector<Notice>& notices,
                            const Progress& progress) {
+    for (const Question& question : questions) {
+        bool draws = HasMetafile(question.stem) || HasMetafile(question.analysis);
+        for (const Option& option : question.options) draws = draws || HasMetafile(option.text);
+        if (draws) {
+            notices.push_back(
+                {Notice::Kind::Changed, 0, question.rec_no, u"有 WMF 格式的图片，许多程序不能显示，建议换成 PNG。"});
+        }
+    }
     switch (format) {
         case Format::Gift: return WriteGift(questions, notices, progress);
         case Format::MoodleXml: return WriteMoodleXml(questions, notices, progress);

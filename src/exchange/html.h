@@ -26,8 +26,8 @@ struct TextNotes {
 using PictureFiles = std::function<std::optional<Bytes>(std::u16string_view name)>;
 
 // Bold, italic, underlined, struck out, super- and subscript, programs in kProgramFont; lists with bullets; the cells
-// of tables with tabs between them; PNG, JPEG and BMP, from data: addresses and "@@PLUGINFILE@@/name"; links as text.
-// What has no place is named in `notes`.
+// of tables with tabs between them; PNG, JPEG, BMP and WMF, from data: addresses and "@@PLUGINFILE@@/name"; links as
+// text. What has no place is named in `notes`.
 ui::RichText FromHtml(std::u16string_view html, const PictureFiles& files, TextNotes& notes);
 
 // Whether a text that may be either has tags in it: "a < b" and "#include <stdio.h>" have none.
@@ -44,7 +44,7 @@ std::u16string ToHtml(const ui::RichText& text, std::vector<PictureFile>* files 
 
 std::u16string EscapedHtml(std::u16string_view text);
 
-// A picture of these bytes at its own size; nothing when they are no whole picture of a kind that windows show.
+// A picture of these bytes at its own size; nothing when they are no whole picture of a kind that texts have.
 std::optional<ui::Picture> MakePicture(Bytes bytes);
 
 }  // namespace qmtrain::exchange

@@ -12,6 +12,7 @@
 #include "exchange/base64.h"
 #include "exchange/html.h"
 #include "exchange/question.h"
+#include "ui/document/metafile.h"
 #include "ui/document/picture_bytes.h"
 
 namespace qmtrain::exchange {
@@ -19,6 +20,7 @@ namespace {
 
 constexpr int kMostTwips = 31680;  // as rich texts store it
 constexpr std::int64_t kMostPixels = std::int64_t{32} << 20;
+constexpr ui::PixelSize kSizeOfDrawing{96, 96};
 constexpr std::size_t kDeepestList = 20;
 
 std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
@@ -347,6 +349,12 @@ std::optional<ui::Picture::Kind> KindOf(Bytes& bytes) {
         bytes.erase(bytes.begin(), bytes.begin() + kBitmapFileHeader);
         return ui::Picture::Kind::Dib;
     }
+    if (ui::IsMetafile(bytes)) {
+        const auto bitmap = ui::BitmapInMetafile(bytes);
+        const ui::ByteSpan kept = bitmap ? *bitmap : ui::WithoutFileHeader(bytes);
+        bytes = Bytes(kept.begin(), kept.end());
+        return bitmap ? ui::Picture::Kind::Dib : ui::Picture::Kind::Metafile;
+    }
     return std::nullopt;
 }
 
@@ -389,7 +397,8 @@ std::optional<ui::Picture> MakePicture(Bytes bytes) {
     const std::optional<ui::Picture::Kind> kind = KindOf(bytes);
     if (!kind) return std::nullopt;
     ui::Picture picture{*kind, std::move(bytes)};
-    const std::optional<ui::PixelSize> size = ui::SizeInPixels(picture);
+    std::optional<ui::PixelSize> size = ui::SizeInPixels(picture);
+    if (*kind == ui::Picture::Kind::Metafile) size = kSizeOfDrawing;  // the tag tells its own
     if (!size || std::int64_t{size->width} * size->height > kMostPixels) return std::nullopt;
     const auto twips = [](int pixels) {
         return std::min(pixels, kMostTwips / ui::kTwipsPerPixel) * ui::kTwipsPerPixel;

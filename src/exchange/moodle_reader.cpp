@@ -345,20 +345,11 @@ void MoodleReader::NameHints(pugi::xml_node node) {
     }
 }
 
-// The encoding that the file names itself counts; without one it is looked at like any text.
-std::string AsUtf8(std::string_view bytes) {
-    const std::string_view head = bytes.substr(0, std::min(bytes.find('>'), std::size_t{200}));
-    if (head.find("UTF-8") != std::string_view::npos || head.find("utf-8") != std::string_view::npos) {
-        if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-        return std::string(bytes);
-    }
-    return ToUtf8(DecodeText(bytes));
-}
-
 }  // namespace
 
 Import ReadMoodleXml(std::string_view bytes, const Progress& progress) {
-    const std::string text = AsUtf8(bytes);
+    // What encoding a file names is often not the one it is in.
+    const std::string text = ToUtf8(DecodeText(bytes));
     return MoodleReader(text, progress).Read();
 }
 

@@ -70,6 +70,7 @@ const KindInfo& InfoOf(Kind kind) {
 
 std::u16string Notice::Text() const {
     std::u16string out;
+    if (!file.empty()) out += u"文件“" + file + u"”";
     if (line > 0) out += u"第 " + ToText(static_cast<std::int64_t>(line)) + u" 行";
     if (!question.empty()) out += u"“" + question + u"”";
     if (!out.empty()) out += u"：";
@@ -89,6 +90,17 @@ void Import::Tell(Notice::Kind kind, const Question& question, std::u16string te
 
 void Import::Tell(Notice::Kind kind, std::size_t line, std::u16string text) {
     notices.push_back({kind, line, {}, std::move(text)});
+}
+
+void Import::Append(Import other, std::u16string_view file) {
+    for (Question& question : other.questions) {
+        question.file = file;
+        questions.push_back(std::move(question));
+    }
+    for (Notice& notice : other.notices) {
+        notice.file = file;
+        notices.push_back(std::move(notice));
+    }
 }
 
 void Report(const Progress& progress, std::size_t done, std::size_t all) {

@@ -35,6 +35,7 @@ using Blank = std::vector<std::u16string>;  // the accepted answers
 struct Question {
     Kind kind = Kind::Single;
     std::size_t line = 0;     // of the file, from 1
+    std::u16string file;      // where questions of several come together
     std::u16string name;      // as its file calls it
     std::u16string rec_no;    // its record number, where that is known
     std::u16string category;  // "数据结构/栈"
@@ -59,6 +60,7 @@ struct Notice {
     std::size_t line = 0;  // 0: the file as a whole
     std::u16string question;
     std::u16string text;
+    std::u16string file = {};  // where those of several come together
 
     // "第 12 行“栈的定义”：选项的反馈并入解析。"
     std::u16string Text() const;
@@ -71,6 +73,9 @@ struct Import {
     std::size_t Count(Notice::Kind kind) const;
     void Tell(Notice::Kind kind, const Question& question, std::u16string text);
     void Tell(Notice::Kind kind, std::size_t line, std::u16string text);
+
+    // What another file gave comes behind; a name of the file goes with each of its questions and notices.
+    void Append(Import other, std::u16string_view file);
 };
 
 // Told how much of how much is done; raises Cancelled when it returns false.

@@ -69,6 +69,18 @@ struct Keys {
     }
 };
 
+bool SameOptions(const std::vector<Option>& a, const std::vector<Option>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Option& one, const Option& other) {
+        return Canonical(one.text) == Canonical(other.text);
+    });
+}
+
+// To the letter and to the format, in what a candidate sees of it.
+bool AsksTheSame(const Question& a, const Question& b) {
+    return Canonical(a.stem) == Canonical(b.stem) && SameOptions(a.options, b.options) &&
+           StoredAnswer(a) == StoredAnswer(b);
+}
+
 using Places = std::unordered_map<std::u16string, std::vector<std::size_t>>;
 
 class Recogniser {
@@ -84,16 +96,21 @@ public:
 
     Recognition Run() {
         MarkRepeated();
-        Match(&Recogniser::AllOf, [](const Keys&, const Keys&) { return std::size_t{1}; });
-        Match(&Recogniser::StemOf, [](const Keys& in_bank, const Keys& in_file) {
+        Match(&Recogniser::AllOf, [this](std::size_t bank, std::size_t file) {
+            return std::size_t{1} + AsksTheSame(bank_[bank], file_[file]);
+        });
+        Match(&Recogniser::StemOf, [this](std::size_t bank, std::size_t file) {
+            const Keys& in_bank = bank_keys_[bank];
+            const Keys& in_file = file_keys_[file];
             return in_bank.options.empty() ? std::size_t{1} + (in_bank.answer == in_file.answer)
                                            : in_bank.Shared(in_file);
         });
-        Match(&Recogniser::NumberOf, [](const Keys& in_bank, const Keys& in_file) {
-            return std::size_t{Likeness(in_bank.stem, in_file.stem) >= kLikeEnoughByNumber ? 1U : 0U};
+        Match(&Recogniser::NumberOf, [this](std::size_t bank, std::size_t file) {
+            return std::size_t{Likeness(bank_keys_[bank].stem, file_keys_[file].stem) >= kLikeEnoughByNumber ? 1U : 0U};
         });
-        Match(&Recogniser::OptionsOf, [](const Keys& in_bank, const Keys& in_file) {
-            return std::size_t{Likeness(in_bank.stem, in_file.stem) >= kLikeEnoughByOptions ? 1U : 0U};
+        Match(&Recogniser::OptionsOf, [this](std::size_t bank, std::size_t file) {
+            return std::size_t{Likeness(bank_keys_[bank].stem, file_keys_[file].stem) >= kLikeEnoughByOptions ? 1U
+                                                                                                              : 0U};
         });
         return Result();
     }
@@ -112,7 +129,9 @@ private:
         Places seen;
         for (std::size_t i = 0; i < file_.size(); ++i) {
             std::vector<std::size_t>& places = seen[file_keys_[i].all];
-            repeated_.push_back(!places.empty());
+            repeated_.push_back(std::any_of(places.begin(), places.end(), [&](std::size_t earlier) {
+                return AsksTheSame(file_[earlier], file_[i]);
+            }));
             places.push_back(i);
         }
     }
@@ -136,7 +155,7 @@ private:
             std::size_t looked_at = 0;
             for (const std::size_t candidate : places->second) {
                 if (taken_[candidate] || ++looked_at > kMostLookedAt) continue;
-                const std::size_t points = score(bank_keys_[candidate], file_keys_[i]);
+                const std::size_t points = score(candidate, i);
                 if (points <= best) continue;
                 best = points;
                 found_[i] = candidate;
@@ -172,12 +191,6 @@ private:
     std::vector<bool> repeated_;
     std::vector<bool> taken_;
 };
-
-bool SameOptions(const std::vector<Option>& a, const std::vector<Option>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Option& one, const Option& other) {
-        return Canonical(one.text) == Canonical(other.text);
-    });
-}
 
 }  // namespace
 

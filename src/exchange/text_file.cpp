@@ -33,6 +33,20 @@ bool IsUtf8(std::string_view bytes, std::u16string_view text) {
     return std::count(text.begin(), text.end(), kReplacementCharacter) == own;
 }
 
+// Whether the bytes are UTF-8 but for a last character that is cut off.
+bool IsCutOff(std::string_view bytes) {
+    constexpr std::size_t kLongest = 4;
+    for (std::size_t back = 1; back < kLongest && back <= bytes.size(); ++back) {
+        const auto byte = static_cast<std::uint8_t>(bytes[bytes.size() - back]);
+        if (byte < 0x80) return false;
+        if (byte < 0xC0) continue;
+        const std::string_view whole = bytes.substr(0, bytes.size() - back);
+        const std::u16string text = FromUtf8(whole);
+        return IsUtf8(whole, text) && std::any_of(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x80; });
+    }
+    return false;
+}
+
 void EndLinesWithLf(std::u16string& text) {
     std::size_t to = 0;
     for (std::size_t from = 0; from < text.size(); ++from) {
@@ -67,31 +81,40 @@ void WriteBytes(std::u16string_view file, std::string_view bytes) {
     std::filesystem::path unfinished = place;
     unfinished += UniqueName("-", ".new");
     try {
-        const std::unique_ptr<File> open = files.Open(unfinished, OpenMode::CreateNew);
-        open->WriteAt(0, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-        open->Sync();
-    } catch (const AutomationError&) {
+        {
+            const std::unique_ptr<File> open = files.Open(unfinished, OpenMode::CreateNew);
+            open->WriteAt(0, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+            open->Sync();
+        }
+        files.Rename(unfinished, place);
+    } catch (const AutomationError& error) {
         files.Remove(unfinished);
-        throw;
+        // Users know the file by the name that it would have had.
+        std::u16string text = error.Description();
+        const std::u16string working = unfinished.filename().u16string();
+        if (const std::size_t at = text.find(working); at != std::u16string::npos) {
+            text.replace(at, working.size(), place.filename().u16string());
+        }
+        throw AutomationError(error.Number(), error.Source(), std::move(text));
     }
-    files.Rename(unfinished, place);
 }
 
 std::u16string DecodeText(std::string_view bytes) {
-    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+    const bool marked = bytes.starts_with("\xEF\xBB\xBF");
+    if (marked) bytes.remove_prefix(3);
     std::u16string text;
     std::size_t unreadable = std::u16string::npos;
     if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
         text = FromUtf16(bytes.substr(2), bytes.front() == '\xFE');
     } else if (text = FromUtf8(bytes); !IsUtf8(bytes, text)) {
-        text = FromCodePage(bytes, kChinese);
+        if (!marked && !IsCutOff(bytes)) text = FromCodePage(bytes, kChinese);
         unreadable = text.find(kReplacementCharacter);
     }
     unreadable = std::min(unreadable, text.find(u'\0'));
     if (unreadable != std::u16string::npos) {
         const std::size_t line = LineAt(text, unreadable);
         RaiseComponentError(u"qmtrain", u"第 " + ToText(static_cast<std::int64_t>(line)) +
-                                            u" 行不是文本：编码应当是 UTF-8 或 GBK，文件应当是文本文件。");
+                                            u" 行不是文本：编码应当是 UTF-8 或 GBK，文件应当是完整的文本文件。");
     }
     EndLinesWithLf(text);
     return text;

@@ -58,6 +58,7 @@ void Analysis::Load() {
     if (!statistics_.Init(problem) && !problem.empty()) RaiseComponentError(u"qmtrain", problem);
     statistics_.UserId(user_);
     statistics_.SubjectCode(subject_);
+    statistics_.OnlyUsers(class_);
     for (const std::int32_t id : TrainingsOfMistakes(source_.Folder())) statistics_.Exclude(id);
     statistics_.Load();
     if (watch.First()) RaiseComponentError(u"qmtrain", ui::ClientProblem(*watch.First()));
@@ -65,6 +66,7 @@ void Analysis::Load() {
 
 std::u16string Analysis::FiguresText() const {
     const Figures& figures = GetFigures();
+    if (figures.all.times == 0 && !class_.empty()) return u"选定的考生还没有练习记录。";
     if (figures.all.times == 0) return u"还没有练习记录。做完一份试卷以后，这里会有分析。";
     std::u16string text = u"共 " + ToText(static_cast<std::int64_t>(figures.papers.size())) + u" 份试卷";
     if (!figures.papers.empty()) {
@@ -190,15 +192,18 @@ std::vector<ItemRow> Analysis::Items() {
 report::Report Analysis::MakeReport() {
     report::Report made;
     made.title = u"学习分析";
-    std::u16string whose = u"所有考生";
+    std::u16string whose =
+        class_.empty() ? u"所有考生" : u"选定的 " + ToText(static_cast<std::int64_t>(class_.size())) + u" 个考生";
     for (const Candidate& one : CandidatesOf(source_.Folder())) {
         if (one.id == user_) whose = one.name;
     }
     made.subtitle = whose;
     report::Section figures{u"概况"};
     figures.text.AppendText(FiguresText());
-    figures.text.EndParagraph();
-    figures.text.AppendText(ForecastText());
+    if (!IsTeacher()) {
+        figures.text.EndParagraph();
+        figures.text.AppendText(ForecastText());
+    }
     made.sections.push_back(std::move(figures));
     struct Named {
         TrainStatistics::GroupKind kind;
@@ -222,7 +227,8 @@ report::Report Analysis::MakeReport() {
     candidates.table.columns = {
         {u"考生", 2}, {u"试卷数", 1, true}, {u"平均", 1, true}, {u"最近", 1, true}, {u"答对", 1, true}};
     for (const CandidateRow& row : Candidates()) {
-        candidates.table.rows.push_back({row.name, ToText(row.papers), PercentText(row.average), PercentText(row.last),
+        const auto of_papers = [&](double rate) { return row.papers > 0 ? PercentText(rate) : u"—"; };
+        candidates.table.rows.push_back({row.name, ToText(row.papers), of_papers(row.average), of_papers(row.last),
                                          PercentText(row.right_share)});
     }
     made.sections.push_back(std::move(candidates));

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,10 @@ public:
     // Reads everything once. Raises the component's error when the client database cannot be read.
     void Load();
 
+    // For all candidates: these alone, until the next call; every one when there are none. To be called before Load.
+    void SetClass(std::set<std::int32_t> users) { class_ = std::move(users); }
+    const std::set<std::int32_t>& Class() const { return class_; }
+
     bool IsTeacher() const { return user_ == -1; }
     std::int32_t User() const { return user_; }
     std::int32_t Subject() const { return subject_; }
@@ -77,6 +82,7 @@ private:
     QuestionSource source_;
     std::int32_t user_;
     std::int32_t subject_;
+    std::set<std::int32_t> class_;
     TrainStatistics statistics_;
 };
 

@@ -7,6 +7,7 @@
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "core/utilities.h"
 #include "host/look.h"
 #include "host/outcome.h"
 #include "host/people.h"
@@ -24,6 +25,7 @@ const wxSize kFirstSize(980, 680);  // pixels of an unscaled screen
 const wxSize kLeastSize(680, 460);
 constexpr std::u16string_view kTitle = u"学习分析";
 constexpr std::u16string_view kPlace = u"AnalysisWindow";
+constexpr std::u16string_view kClass = u"Class";
 constexpr std::size_t kMostAnswers = 5;
 
 // Cells of a question's row that sort as numbers do, behind the shown ones.
@@ -42,11 +44,41 @@ enum ItemCell : std::size_t {
     kItemKey
 };
 
+// "1,4,7".
+std::set<std::int32_t> NumbersIn(const std::u16string& text) {
+    std::set<std::int32_t> numbers;
+    for (const std::u16string& word : SplitAll(text, u",")) {
+        const auto number = ParseNumber(word);
+        if (number && *number > 0 && *number < 2147483648.0) numbers.insert(static_cast<std::int32_t>(*number));
+    }
+    return numbers;
+}
+
 std::u16string Sortable(double number) {
     return Format(number + 1000, u"00000.000");
 }
 
 }  // namespace
+
+ClassDialog::ClassDialog(wxWindow* parent, std::vector<Candidate> candidates, const std::set<std::int32_t>& chosen)
+    : FormDialog(parent, u"选择考生"), candidates_(std::move(candidates)) {
+    LstCandidates = new wxCheckListBox(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(280, 260)));
+    for (const Candidate& one : candidates_) {
+        const int place = LstCandidates->Append(ui::ToWx(one.name + u"（" + one.exam_number + u"）"));
+        LstCandidates->Check(static_cast<unsigned>(place), chosen.empty() || chosen.contains(one.id));
+    }
+    AddControl(u"考生(&K)", LstCandidates);
+    Finish(u"确定(&O)", [] {});
+}
+
+std::set<std::int32_t> ClassDialog::Chosen() const {
+    std::set<std::int32_t> chosen;
+    for (std::size_t i = 0; i < candidates_.size(); ++i) {
+        if (LstCandidates->IsChecked(static_cast<unsigned>(i))) chosen.insert(candidates_[i].id);
+    }
+    if (chosen.size() == candidates_.size()) chosen.clear();
+    return chosen;
+}
 
 AnalysisWindow::AnalysisWindow(wxWindow* parent, const DataFolder& folder, Edition edition, std::int32_t user,
                                std::int32_t subject, bool read_only)
@@ -84,7 +116,13 @@ void AnalysisWindow::Build() {
     BtnExport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         report::ShowExportMenu(this, [this] { return analysis_.MakeReport(); });
     });
-    buttons->Add(BtnExport);
+    buttons->Add(BtnExport, 0, wxRIGHT, FromDIP(kGap));
+    if (analysis_.IsTeacher()) {
+        BtnClass = new wxButton(this, wxID_ANY, ui::ToWx(u"选择考生(&K)…"));
+        BtnClass->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ChooseClass(); });
+        buttons->Add(BtnClass);
+        analysis_.SetClass(NumbersIn(settings_.Text(kClass)));
+    }
     buttons->AddStretchSpacer();
     buttons->Add(new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)")));
     sizer->Add(buttons, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, margin);
@@ -350,6 +388,20 @@ void AnalysisWindow::FillItems() {
     LvItems->Show(item_rows_);
     if (item_rows_.Size() == 0) return ShowAnswers();
     LvItems->SelectRow(0);  // shows its answers
+}
+
+void AnalysisWindow::ChooseClass() {
+    try {
+        ClassDialog dialog(this, CandidatesOf(folder_), analysis_.Class());
+        if (dialog.ShowModal() != wxID_OK) return;
+        analysis_.SetClass(dialog.Chosen());
+    } catch (const AutomationError& error) {
+        return ui::Inform(this, error.Description(), kTitle);
+    }
+    std::u16string kept;
+    for (const std::int32_t user : analysis_.Class()) kept += (kept.empty() ? u"" : u",") + ToText(user);
+    if (!read_only_) settings_.Set(kClass, kept);
+    Fill();
 }
 
 void AnalysisWindow::ShowAnswers() {

@@ -2,9 +2,11 @@
 // question.
 #pragma once
 
+#include <set>
 #include <vector>
 
 #include <wx/button.h>
+#include <wx/checklst.h>
 #include <wx/choice.h>
 #include <wx/dialog.h>
 #include <wx/notebook.h>
@@ -14,11 +16,25 @@
 
 #include "host/analysis.h"
 #include "host/bars.h"
+#include "host/form_dialog.h"
+#include "host/people.h"
 #include "host/settings.h"
 #include "review/score_chart.h"
 #include "ui/list_view.h"
 
 namespace qmtrain::host {
+
+// Whose figures a teacher looks at; with every one marked, or none, they are everybody's.
+class ClassDialog : public FormDialog {
+public:
+    ClassDialog(wxWindow* parent, std::vector<Candidate> candidates, const std::set<std::int32_t>& chosen);
+    std::set<std::int32_t> Chosen() const;
+
+    wxCheckListBox* LstCandidates;
+
+private:
+    std::vector<Candidate> candidates_;
+};
 
 class AnalysisWindow : public wxDialog {
 public:
@@ -48,6 +64,7 @@ public:
     std::vector<wxStaticText*> LblAdvice;
     std::vector<wxButton*> BtnAdvice;
     wxButton* BtnExport = nullptr;
+    wxButton* BtnClass = nullptr;  // of all candidates
 
 private:
     void Build();
@@ -61,6 +78,7 @@ private:
     void FillCandidates();
     void FillItems();
     void ShowAnswers();
+    void ChooseClass();
 
     DataFolder folder_;
     bool read_only_;

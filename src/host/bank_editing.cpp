@@ -1,6 +1,7 @@
 #include "host/bank_editing.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "core/error.h"
 #include "core/format.h"
@@ -33,6 +34,11 @@ std::vector<std::u16string> Words(std::u16string_view search) {
     return words;
 }
 
+// In any order: that of a table changes when rows are put back.
+bool SameRows(const std::vector<exchange::StoredRow>& a, const std::vector<exchange::StoredRow>& b) {
+    return std::is_permutation(a.begin(), a.end(), b.begin(), b.end());
+}
+
 }  // namespace
 
 template <class Change>
@@ -47,7 +53,7 @@ void BankEditing::Within(std::u16string_view code, Change change) {
     });
 }
 
-void BankEditing::Open(std::u16string_view code) {
+void BankEditing::Open(std::u16string_view code, const exchange::Progress& progress) {
     const std::u16string wanted(code);
     code_.clear();
     questions_.clear();
@@ -56,12 +62,22 @@ void BankEditing::Open(std::u16string_view code) {
     if (!entry) RaiseComponentError(u"qmtrain", u"题库目录中没有代码为“" + wanted + u"”的题库。");
     const dao::Connection database(exchange::FileOf(folder_.Banks(), *entry));
     exchange::BankRows rows(*database.operator->(), entry->code);
-    questions_ = rows.Read();
+    std::vector<exchange::Question> questions = rows.Read(progress);
     for (const exchange::KindInfo& kind : exchange::Kinds()) {
         if (!rows.Info(kind.kind).table.empty()) kinds_.insert(kind.kind);
     }
     uses_ = UsesOf(folder_, wanted);
+    questions_ = std::move(questions);
     code_ = wanted;
+}
+
+void BankEditing::Put(std::u16string_view rec_no, std::optional<exchange::Question> question) {
+    std::erase_if(questions_, [&](const exchange::Question& one) { return one.rec_no == rec_no; });
+    if (!question) return;
+    const auto before = [](const exchange::Question& a, const exchange::Question& b) {
+        return std::tie(a.kind, a.rec_no) < std::tie(b.kind, b.rec_no);
+    };
+    questions_.insert(std::upper_bound(questions_.begin(), questions_.end(), *question, before), *std::move(question));
 }
 
 const exchange::Question* BankEditing::Find(std::u16string_view rec_no) const {
@@ -104,6 +120,17 @@ std::vector<ui::ListRow> BankEditing::Rows(std::optional<exchange::Kind> kind, s
     return rows;
 }
 
+void BankEditing::Begin(std::u16string_view rec_no) {
+    begun_.reset();
+    std::optional<exchange::Question> now;
+    Within(code_, [&](exchange::BankRows& rows, const exchange::BankEntry&) {
+        now = rows.Find(rec_no);
+        if (now) begun_.emplace(rec_no, rows.Rows(rec_no));
+    });
+    Put(rec_no, std::move(now));
+    if (!begun_) RaiseComponentError(u"qmtrain", u"试题 " + std::u16string(rec_no) + u" 已被别人删除。");
+}
+
 std::u16string BankEditing::Save(const exchange::Question& question) {
     if (std::u16string problem = exchange::ProblemOf(question); !problem.empty()) {
         RaiseComponentError(u"qmtrain", std::move(problem));
@@ -112,8 +139,13 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
     Step step;
     step.code = code_;
     const std::set<std::u16string> taken = NumbersInUse(folder_, code_);
+    std::optional<exchange::Question> now;
     Within(code_, [&](exchange::BankRows& rows, const exchange::BankEntry& entry) {
         const bool is_new = saved.rec_no.empty() || !rows.Find(saved.rec_no);
+        if (begun_ && begun_->first == saved.rec_no && !SameRows(begun_->second, rows.Rows(saved.rec_no))) {
+            RaiseComponentError(u"qmtrain",
+                                u"这道题已被别人修改，没有保存。请先把写好的文字复制出来，关闭后重新打开这道题。");
+        }
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         if (is_new) {
             rows.Add(saved, entry.subject);
@@ -121,11 +153,14 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
             step.before = rows.Rows(saved.rec_no);
             rows.Change(saved);
         }
+        now = rows.Find(saved.rec_no);
+        step.after = rows.Rows(saved.rec_no);
     });
+    begun_.reset();
     step.rec_no = saved.rec_no;
     step.text = (step.before.empty() ? u"新建 " : u"修改 ") + saved.rec_no;
     steps_.push_back(std::move(step));
-    Open(code_);
+    Put(saved.rec_no, std::move(now));
     return saved.rec_no;
 }
 
@@ -136,7 +171,7 @@ void BankEditing::Remove(std::u16string_view rec_no) {
         rows.Remove(rec_no);
     });
     steps_.push_back(std::move(step));
-    Open(code_);
+    Put(rec_no, std::nullopt);
 }
 
 std::u16string BankEditing::WarningBeforeRemoval(std::u16string_view rec_no) const {
@@ -160,12 +195,23 @@ std::u16string BankEditing::UndoText() const {
 
 std::u16string BankEditing::Undo() {
     const Step step = steps_.back();
+    std::optional<exchange::Question> now;
+    bool is_ours = false;
     Within(step.code, [&](exchange::BankRows& rows, const exchange::BankEntry&) {
-        if (rows.Find(step.rec_no)) rows.Remove(step.rec_no);
-        rows.PutBack(step.before);
+        is_ours = SameRows(step.after, rows.Rows(step.rec_no));
+        if (is_ours && !step.after.empty()) rows.Remove(step.rec_no);
+        if (is_ours) rows.PutBack(step.before);
+        now = rows.Find(step.rec_no);
     });
     steps_.pop_back();
-    Open(step.code);
+    if (step.code == code_) {
+        Put(step.rec_no, std::move(now));
+    } else {
+        Open(step.code);
+    }
+    if (!is_ours) {
+        RaiseComponentError(u"qmtrain", u"试题 " + step.rec_no + u" 已被别人修改，不能撤销“" + step.text + u"”。");
+    }
     return step.rec_no;
 }
 

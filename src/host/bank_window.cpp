@@ -6,13 +6,13 @@
 #include <wx/filedlg.h>
 #include <wx/sizer.h>
 #include <wx/splitter.h>
-#include <wx/textdlg.h>
 
 #include "core/error.h"
 #include "core/text.h"
 #include "exchange/formats.h"
 #include "exchange/text_file.h"
 #include "host/ask.h"
+#include "host/form_dialog.h"
 #include "host/import_dialog.h"
 #include "host/look.h"
 #include "host/paper_rules.h"
@@ -42,6 +42,29 @@ public:
 std::u16string Number(std::size_t number) {
     return ToText(static_cast<std::int64_t>(number));
 }
+
+std::u16string PaperLabel(std::size_t chosen) {
+    return chosen == 0 ? u"组成试卷(&P)…" : u"组成试卷（" + Number(chosen) + u" 题）(&P)…";
+}
+
+// Asks for the title, and stays while no paper can be made.
+class PaperDialog : public FormDialog {
+public:
+    PaperDialog(wxWindow* parent, const DataFolder& folder, const std::vector<ChosenQuestion>& questions)
+        : FormDialog(parent, u"组成试卷") {
+        title_ = AddText(u"试卷名称(&N)", u"自选试卷");
+        Finish(u"组成试卷(&P)",
+               [this, folder, questions] { number_ = host::MakePaper(folder, Title(), kMinutes, questions); });
+        title_->SetFocus();
+        title_->SelectAll();
+    }
+    std::u16string Title() const { return ui::FromWx(title_->GetValue()); }
+    std::int32_t PaperNo() const { return number_; }
+
+private:
+    wxTextCtrl* title_;
+    std::int32_t number_ = -1;
+};
 
 }  // namespace
 
@@ -135,7 +158,7 @@ void BankWindow::Build() {
     BtnDelete = button(u"删除(&R)", u"删除选中的试题（Del）", kTiny);
     BtnUndo = button(u"撤销(&Z)", u"撤销上一次改动（Ctrl+Z）", kWide);
     BtnChoose = button(u"选入试卷(&A)", u"把选中的试题加入要组成的试卷，或者去掉（空格）", kTiny);
-    BtnPaper = button(u"组成试卷(&P)…", u"由选入的试题组成一份试卷", kWide);
+    BtnPaper = button(PaperLabel(100), u"由选入的试题组成一份试卷", kWide);
     BtnImport = button(u"导入(&I)…", u"把文件中的试题导入题库", kTiny);
     BtnExport = button(u"导出(&X)…", u"把题库导出为 GIFT、Moodle XML 或 CSV 文件", kTiny);
     buttons->AddStretchSpacer();
@@ -157,7 +180,7 @@ void BankWindow::BindEvents() {
     TreeBanks->Bind(wxEVT_TREE_SEL_CHANGED, [this](wxTreeEvent& event) {
         const auto* node = dynamic_cast<Node*>(TreeBanks->GetItemData(event.GetItem()));
         if (filling_ || node == nullptr) return;
-        if (node->code != editing_.Code()) Guarded([&] { editing_.Open(node->code); });
+        if (node->code != editing_.Code()) OpenBank(node->code);
         ShowList();
     });
     TxtSearch->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { ShowList(); });
@@ -195,6 +218,13 @@ void BankWindow::BindEvents() {
     BtnExport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Export(); });
 }
 
+void BankWindow::OpenBank(std::u16string_view code) {
+    Guarded([&] {
+        WorkProgress progress(IsShown() ? this : GetParent(), kTitle);
+        editing_.Open(code, progress.Of(u"正在读题库…"));
+    });
+}
+
 void BankWindow::Fill(std::u16string_view code) {
     filling_ = true;
     TreeBanks->DeleteAllItems();
@@ -224,7 +254,14 @@ std::optional<exchange::Kind> BankWindow::SelectedKind() const {
     return node == nullptr ? std::nullopt : node->kind;
 }
 
+// A question that is no more cannot be on a paper.
+void BankWindow::ForgetRemoved() {
+    std::erase_if(
+        chosen_, [&](const auto& one) { return one.first == editing_.Code() && editing_.Find(one.second) == nullptr; });
+}
+
 void BankWindow::ShowList() {
+    ForgetRemoved();
     rows_.Clear();
     for (ui::ListRow& row : editing_.Rows(SelectedKind(), ui::FromWx(TxtSearch->GetValue()))) {
         const std::pair of_paper(editing_.Code(), row.cells[0]);
@@ -271,8 +308,7 @@ void BankWindow::Arm() {
     BtnUndo->SetToolTip(ui::ToWx(editing_.UndoText().empty() ? u"没有可以撤销的改动" : editing_.UndoText()));
     BtnChoose->Enable(selected && !read_only_);
     BtnPaper->Enable(!chosen_.empty() && !read_only_);
-    BtnPaper->SetLabel(
-        ui::ToWx(chosen_.empty() ? u"组成试卷(&P)…" : u"组成试卷（" + Number(chosen_.size()) + u" 题）(&P)…"));
+    BtnPaper->SetLabel(ui::ToWx(PaperLabel(chosen_.size())));
     BtnImport->Enable(!read_only_);
     BtnExport->Enable(has_bank);
     Layout();
@@ -285,6 +321,16 @@ void BankWindow::Select(std::u16string_view rec_no) {
 }
 
 void BankWindow::Edit(exchange::Question question) {
+    if (!question.rec_no.empty()) {
+        const std::u16string rec_no = question.rec_no;
+        bool begun = false;
+        Guarded([&] {
+            editing_.Begin(rec_no);
+            question = *editing_.Find(rec_no);
+            begun = true;
+        });
+        if (!begun) return ShowList();
+    }
     QuestionEditor editor(this, editing_, std::move(question));
     if (editor.ShowModal() != wxID_SAVE) return;
     ShowList();
@@ -304,11 +350,10 @@ void BankWindow::Delete() {
 }
 
 void BankWindow::Undo() {
-    Guarded([&] {
-        const std::u16string rec_no = editing_.Undo();
-        ShowList();
-        Select(rec_no);
-    });
+    std::u16string rec_no;
+    Guarded([&] { rec_no = editing_.Undo(); });
+    ShowList();
+    if (!rec_no.empty()) Select(rec_no);
 }
 
 void BankWindow::Choose() {
@@ -324,17 +369,13 @@ void BankWindow::Choose() {
 }
 
 void BankWindow::MakePaper() {
-    const std::u16string title =
-        ui::FromWx(wxGetTextFromUser(ui::ToWx(u"试卷名称："), ui::ToWx(u"组成试卷"), ui::ToWx(u"自选试卷"), this));
-    if (title.empty()) return;
-    Guarded([&] {
-        std::vector<ChosenQuestion> questions;
-        for (const auto& [code, rec_no] : chosen_) questions.push_back({code, rec_no, 0});
-        const std::int32_t number = host::MakePaper(folder_, title, kMinutes, questions);
-        chosen_.clear();
-        ShowList();
-        ui::Inform(this, u"已组成试卷 " + ToText(number) + u"“" + title + u"”。", kTitle);
-    });
+    std::vector<ChosenQuestion> questions;
+    for (const auto& [code, rec_no] : chosen_) questions.push_back({code, rec_no, 0});
+    PaperDialog dialog(this, folder_, questions);
+    if (dialog.ShowModal() != wxID_OK) return;
+    chosen_.clear();
+    ShowList();
+    ui::Inform(this, u"已组成试卷 " + ToText(dialog.PaperNo()) + u"“" + dialog.Title() + u"”。", kTitle);
 }
 
 void BankWindow::Import() {
@@ -342,7 +383,7 @@ void BankWindow::Import() {
         ImportDialog dialog(this, folder_, editing_.Code());
         if (dialog.ShowModal() != wxID_OK) return;
         const std::u16string code = dialog.Code();
-        editing_.Open(code);
+        OpenBank(code);
         Fill(code);
     });
 }
@@ -358,7 +399,7 @@ void BankWindow::Export() {
         constexpr const char* kEndings[] = {".xml", ".csv", ".gift"};
         const int kind = std::clamp(dialog.GetFilterIndex(), 0, 2);
         wxString file = dialog.GetPath();
-        if (!file.EndsWith(kEndings[kind])) file += kEndings[kind];
+        if (!file.Lower().EndsWith(kEndings[kind])) file += kEndings[kind];
         std::vector<exchange::Notice> notices;
         WorkProgress progress(this, u"导出题库");
         exchange::WriteBytes(ui::FromWx(file), exchange::WriteQuestions(editing_.Questions(), kFormats[kind], notices,

@@ -23,6 +23,7 @@ public:
     BankWindow(wxWindow* parent, DataFolder folder, bool read_only);
 
     // Reads everything anew and shows the bank.
+    void OpenBank(std::u16string_view code);
     void Fill(std::u16string_view code);
     void Select(std::u16string_view rec_no);
 
@@ -55,6 +56,7 @@ private:
     void Undo();
     void Choose();
     void MakePaper();
+    void ForgetRemoved();
     void Import();
     void Export();
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <set>
+#include <utility>
 
 #include <wx/brush.h>
 #include <wx/dcbuffer.h>
@@ -24,6 +26,7 @@ constexpr int kBarHeight = 14;
 constexpr int kSquare = 13;
 constexpr int kMostWeeks = 53;
 constexpr int kDaysOfWeek = 7;
+constexpr std::size_t kManyDots = 500;
 constexpr std::size_t kMostPoints = 1000;  // more would hide one another
 
 std::u16string Rate(double rate) {
@@ -321,12 +324,17 @@ void PaceChart::Paint(wxGraphicsContext& gc, wxSize size) {
         gc.GetTextExtent(text, &width, &height);
         gc.DrawText(text, std::min(x, size.x - width), area.top + area.height + 2);
     }
-    gc.SetPen(wxPen(colours.ground));
+    // Of dots that hide each other one is drawn: each is a request to the display.
+    const bool many = points_.size() > kManyDots;
+    gc.SetPen(many ? *wxTRANSPARENT_PEN : wxPen(colours.ground));
     const double radius = FromDIP(4);
+    std::set<std::pair<int, int>> drawn;
     for (const Point& point : points_) {
+        const double x = area.left + point.seconds * scale;
+        const double y = geometry.Y(point.rate);
+        if (many && !drawn.emplace(static_cast<int>(x / radius), static_cast<int>(y / radius)).second) continue;
         gc.SetBrush(wxBrush(point.rate >= review::kPassRate ? colours.passed : colours.failed));
-        gc.DrawEllipse(area.left + point.seconds * scale - radius, geometry.Y(point.rate) - radius, 2 * radius,
-                       2 * radius);
+        gc.DrawEllipse(x - radius, y - radius, 2 * radius, 2 * radius);
     }
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <iostream>
@@ -78,21 +79,30 @@ int Parse(CLI::App& app, const CommandWords& words, const std::function<int()>& 
     } catch (const CLI::ParseError& error) {
         Refuse(u"不认识的参数：" + after(error.what(), ": ") + std::u16string(kMore));
     }
-    return run();
+    try {
+        return run();
+    } catch (const exchange::Cancelled&) {
+        std::fputs("qmtrain: 已经停止，没有改动。\n", stderr);
+        return 1;
+    }
 }
 
-// A line that tells on a terminal how far work is that takes its time.
+// A line that tells on a terminal how far work is that takes its time. Ctrl+C stops the work at its next step.
 class TerminalProgress {
 public:
-    explicit TerminalProgress(std::u16string_view what) : what_(ToUtf8(what)) {}
+    explicit TerminalProgress(std::u16string_view what) : what_(ToUtf8(what)) {
+        before_ = std::signal(SIGINT, [](int) { stopped_ = 1; });
+    }
     TerminalProgress(const TerminalProgress&) = delete;
     TerminalProgress& operator=(const TerminalProgress&) = delete;
     ~TerminalProgress() {
+        std::signal(SIGINT, before_);
         if (shown_ >= 0) std::fputs("\n", stderr);
     }
 
     exchange::Progress Of() {
         return [this](std::size_t done, std::size_t all) {
+            if (stopped_ != 0) return false;
             const auto percent = static_cast<int>(all == 0 ? 100 : done * 100 / all);
             if (percent == shown_ || std::chrono::steady_clock::now() - start_ < std::chrono::milliseconds(500))
                 return true;
@@ -103,7 +113,10 @@ public:
     }
 
 private:
+    static inline volatile std::sig_atomic_t stopped_ = 0;
+
     std::string what_;
+    void (*before_)(int) = nullptr;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     int shown_ = -1;
 };
@@ -141,11 +154,8 @@ exchange::Import ReadFiles(const ImportOptions& options) {
         }
         Say(u"文件 " + FromUtf8(file) + u"：读出 " + ToText(static_cast<std::int64_t>(one.questions.size())) +
             u" 题。");
-        for (Notice& notice : one.notices) {
-            Say(u"  " + notice.Text());
-            all.notices.push_back(std::move(notice));
-        }
-        std::move(one.questions.begin(), one.questions.end(), std::back_inserter(all.questions));
+        for (const Notice& notice : one.notices) Say(u"  " + notice.Text());
+        all.Append(std::move(one), options.files.size() > 1 ? FromUtf8(file) : u"");
     }
     return all;
 }
@@ -171,7 +181,10 @@ int Import(const ImportOptions& options) {
     MakeEmptyFolder(folder.path);
     exchange::Import import = ReadFiles(options);
     const exchange::BankEntry wanted{FromUtf8(options.bank), FromUtf8(options.name), u"", options.subject};
-    exchange::ImportPlan plan = exchange::PlanImport(folder.Banks(), wanted, import.questions);
+    exchange::ImportPlan plan = [&] {
+        TerminalProgress progress(u"正在与题库比较");
+        return exchange::PlanImport(folder.Banks(), wanted, import.questions, progress.Of());
+    }();
     std::size_t errors = import.Count(Notice::Kind::Error);
     for (const Notice& notice : plan.notices) {
         Say(u"  " + notice.Text());
@@ -187,6 +200,7 @@ int Import(const ImportOptions& options) {
         if (one.as != exchange::Recognised::As::Changed) continue;
         Say(u"  试题 " + plan.existing[one.existing].rec_no + u" 有改动：" + one.changes + u"。");
     }
+    if (errors > 0 && options.replace) Refuse(u"文件中有错误，不能同时删除题库中的试题。");
     const std::size_t dropped = options.replace ? plan.recognition.not_found.size() : 0;
     for (std::size_t i = 0; i < dropped; ++i) {
         const exchange::Question& gone = plan.existing[plan.recognition.not_found[i]];
@@ -222,15 +236,20 @@ int Export(const std::string& bank, const std::string& file, const std::string& 
     const DataFolder folder = FolderOf(data);
     std::optional<exchange::Format> format = FormatOf(format_name);
     if (!format) {
-        const std::string ending = file.substr(std::min(file.rfind('.'), file.size()));
-        format = exchange::FormatCalled(FromUtf8(ending == ".txt" ? "gift"
-                                                 : ending.empty() ? ending
-                                                                  : ending.substr(1)));
+        const std::u16string ending = ToLower(FromUtf8(file.substr(std::min(file.rfind('.'), file.size()))));
+        format = exchange::FormatCalled(ending == u".txt" ? u"gift" : ending.substr(ending.empty() ? 0 : 1));
     }
     if (!format || *format == exchange::Format::Aiken) Refuse(u"可以导出为 .gift、.xml 和 .csv 文件。");
-    const std::vector<exchange::Question> questions = exchange::ReadBank(folder.Banks(), FromUtf8(bank));
+    std::vector<exchange::Question> questions;
+    {
+        TerminalProgress progress(u"正在读题库");
+        questions = exchange::ReadBank(folder.Banks(), FromUtf8(bank), progress.Of());
+    }
     std::vector<Notice> notices;
-    exchange::WriteBytes(FromUtf8(file), exchange::WriteQuestions(questions, *format, notices));
+    {
+        TerminalProgress progress(u"正在导出");
+        exchange::WriteBytes(FromUtf8(file), exchange::WriteQuestions(questions, *format, notices, progress.Of()));
+    }
     for (const Notice& notice : notices) Say(u"  " + notice.Text());
     Say(u"已导出 " + ToText(static_cast<std::int64_t>(questions.size())) + u" 题到 " + FromUtf8(file) + u"。");
     return 0;
@@ -246,7 +265,7 @@ report::Format SheetFormat(const std::string& file) {
     const std::pair<const char*, report::Format> endings[] = {
         {".pdf", report::Format::Pdf}, {".html", report::Format::Html}, {".csv", report::Format::Csv}};
     for (const auto& [ending, format] : endings) {
-        if (file.ends_with(ending)) return format;
+        if (ToUtf8(ToLower(FromUtf8(file))).ends_with(ending)) return format;
     }
     Refuse(u"可以印成 .pdf、.html 和 .csv 文件：" + FromUtf8(file));
 }
@@ -353,7 +372,8 @@ int PaperCommand(const CommandWords& words) {
                 rules.title = FromUtf8(title);
                 rules.category = FromUtf8(category);
                 for (const std::string& bank : banks) rules.banks.push_back(FromUtf8(bank));
-                number = MakePaper(folder, rules);
+                TerminalProgress progress(u"正在读题库");
+                number = MakePaper(folder, rules, progress.Of());
             }
             const Paper paper = PaperOf(folder, number);
             Say(u"已组成试卷 " + ToText(number) + u"“" + paper.title + u"”：" +
@@ -361,7 +381,8 @@ int PaperCommand(const CommandWords& words) {
                 ToText(Value(paper.FullScore())) + u" 分。");
         } else if (pack->parsed()) {
             const std::u16string target = file.empty() ? folder.LocalPaper() : FromUtf8(file);
-            const std::size_t count = PackPapers(folder, papers, target);
+            TerminalProgress progress(u"正在写入试卷库");
+            const std::size_t count = PackPapers(folder, papers, target, progress.Of());
             Say(u"已写入 " + target + u"：" + ToText(static_cast<std::int64_t>(count)) + u" 题。");
         } else {
             const report::Format format = SheetFormat(file);

@@ -11,6 +11,7 @@
 #include "dao/new_database.h"
 #include "dao/odbc_server.h"
 #include "host/commands.h"
+#include "jet/database.h"
 #include "records/server_tables.h"
 
 namespace qmtrain::host {
@@ -68,8 +69,10 @@ void Copy(const ServerOptions& options, odbc::Connection& server) {
     RequireClientDatabase(options.folder);
     const auto client = dao::JetDatabase::Open(ClientDatabase(options.folder), true);
     CopyToServer(*client, server, [](std::u16string_view table, std::int64_t rows) {
-        std::printf("%s: %lld\n", ToUtf8(table).c_str(), static_cast<long long>(rows));
+        std::printf("%s：%lld 行\n", ToUtf8(table).c_str(), static_cast<long long>(rows));
+        std::fflush(stdout);
     });
+    std::fputs("服务器上的记录与文件相同。\n", stdout);
 }
 
 // The file is new, or holds nothing but links to servers.
@@ -78,13 +81,19 @@ void Link(const ServerOptions& options) {
     std::error_code failed;
     std::filesystem::create_directories(ToNativePath(options.folder), failed);
     if (failed) Raise(ErrorNumber::InvalidPath, {options.folder});
-    if (!FileExists(file)) dao::Engine::Instance().CreateDatabase(file)->Close();
+    if (!FileExists(file)) {
+        return dao::MakeDatabase(file, {}, [&](dao::Database& made) {
+            LinkServerTables(static_cast<dao::JetDatabase&>(made), options.connect);
+        });
+    }
     const auto client = dao::JetDatabase::Open(file, false, nullptr, {}, {.write = true, .servers = true});
     for (const dao::TableDef& table : client->TableDefs()) {
         if (table.system || table.linked) continue;
         Fail(u"“" + file + u"”有自己的表。请先用 copy 把记录送到服务器，再把它改名。");
     }
+    jet::Database::Writing writing(client->Storage());
     LinkServerTables(*client, options.connect);
+    writing.Commit();
 }
 
 }  // namespace
@@ -95,7 +104,9 @@ int ServerCommand(const CommandWords& words) {
         return 0;
     }
     const ServerOptions options = Parse(words);
-    const auto server = dao::ConnectTo(odbc::ConnectString(options.connect));
+    odbc::ConnectString connect(options.connect);
+    connect.SetDefault(u"UseDeclareFetch", u"1");  // tables of any size are read through
+    const auto server = dao::ConnectTo(connect);
     if (options.command == "init") MakeServerTables(*server, options.role);
     if (options.command == "copy") Copy(options, *server);
     if (options.command == "link") Link(options);

@@ -4,6 +4,7 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "exchange/question.h"
 #include "host/look.h"
 #include "host/outcome.h"
 #include "ui/message_box.h"
@@ -68,6 +69,8 @@ void FormDialog::Finish(std::u16string_view ok, std::function<void()> keep) {
             keep();
         } catch (const AutomationError& error) {
             return ui::Inform(this, error.Description(), ui::FromWx(GetTitle()));
+        } catch (const exchange::Cancelled&) {
+            return;  // the form stays open
         }
         EndModal(wxID_OK);
     });

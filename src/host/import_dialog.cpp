@@ -82,10 +82,7 @@ void ImportDialog::Build(std::u16string_view code) {
     auto* inside = new wxBoxSizer(wxVERTICAL);
     LvNotices = new ui::ListView(frame, {ui::Icon::Pass, ui::Icon::Fail});
     SetSpokenName(*LvNotices, u"将要发生的改动", Role::List);
-    LvNotices->AddColumn(u"", FromDIP(72), 0);
-    LvNotices->AddColumn(u"行", FromDIP(56), 1, wxLIST_FORMAT_RIGHT);
-    LvNotices->AddColumn(u"试题", FromDIP(200), 2);
-    LvNotices->AddColumn(u"说明", FromDIP(420), 3);
+    ShowColumns(false);
     LvNotices->SetEmptyText(u"没有需要说明的改动");
     inside->Add(LvNotices, 1, wxEXPAND);
     frame->SetSizer(inside);
@@ -117,6 +114,15 @@ void ImportDialog::Build(std::u16string_view code) {
     BtnImport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Import(); });
 }
 
+void ImportDialog::ShowColumns(bool several_files) {
+    LvNotices->ClearColumns();
+    LvNotices->AddColumn(u"", FromDIP(72), 0);
+    if (several_files) LvNotices->AddColumn(u"文件", FromDIP(130), 4);
+    LvNotices->AddColumn(u"行", FromDIP(56), 1, wxLIST_FORMAT_RIGHT);
+    LvNotices->AddColumn(u"试题", FromDIP(several_files ? 140 : 200), 2);
+    LvNotices->AddColumn(u"说明", FromDIP(several_files ? 350 : 420), 3);
+}
+
 void ImportDialog::ChooseFiles() {
     wxFileDialog dialog(
         this, ui::ToWx(u"选择要导入的文件"), wxString(), wxString(),
@@ -136,19 +142,21 @@ void ImportDialog::Read(const std::vector<std::u16string>& files) {
     std::u16string names;
     WorkProgress progress(this, kTitle);
     for (const std::u16string& file : files) {
-        names.append(names.empty() ? u"" : u"、").append(file.substr(file.find_last_of(u"\\/") + 1));
+        const std::u16string name = file.substr(file.find_last_of(u"\\/") + 1);
+        names.append(names.empty() ? u"" : u"、").append(name);
+        exchange::Import one;
         try {
-            exchange::Import one = exchange::ReadFile(file, {}, progress.Of(u"正在读文件…"));
-            std::move(one.questions.begin(), one.questions.end(), std::back_inserter(read_.questions));
-            std::move(one.notices.begin(), one.notices.end(), std::back_inserter(read_.notices));
+            one = exchange::ReadFile(file, {}, progress.Of(u"正在读文件…"));
         } catch (const AutomationError& error) {
-            read_.Tell(exchange::Notice::Kind::Error, std::size_t{0}, error.Description());
+            one.Tell(exchange::Notice::Kind::Error, std::size_t{0}, error.Description());
         } catch (const exchange::Cancelled&) {
             read_ = {};
             problem_ = u"已经停止。";
             break;
         }
+        read_.Append(std::move(one), name);
     }
+    ShowColumns(files.size() > 1);
     LblFiles->SetLabelText(ui::ToWx(names));
     Plan();
 }
@@ -188,10 +196,10 @@ void ImportDialog::ShowPlan() {
     errors_ = 0;
     std::size_t number = 0;
     const auto add = [&](std::u16string_view word, std::u16string line, std::u16string question, std::u16string text,
-                         bool error) {
+                         std::u16string file, bool error) {
         ui::ListRow row;
         row.key = u"n" + Number(++number);
-        row.cells = {std::u16string(word), std::move(line), std::move(question), std::move(text)};
+        row.cells = {std::u16string(word), std::move(line), std::move(question), std::move(text), std::move(file)};
         row.warning = error;
         rows_.Add(std::move(row));
     };
@@ -199,19 +207,24 @@ void ImportDialog::ShowPlan() {
         for (const exchange::Notice& notice : *notices) {
             const bool error = notice.kind == exchange::Notice::Kind::Error;
             if (error) ++errors_;
-            add(WordOf(notice.kind), notice.line == 0 ? u"" : Number(notice.line), notice.question, notice.text, error);
+            add(WordOf(notice.kind), notice.line == 0 ? u"" : Number(notice.line), notice.question, notice.text,
+                notice.file, error);
         }
     }
     for (std::size_t i = 0; i < plan_.recognition.questions.size(); ++i) {
         const exchange::Recognised& one = plan_.recognition.questions[i];
         if (one.as != exchange::Recognised::As::Changed) continue;
         add(u"修改", Number(read_.questions[i].line), plan_.existing[one.existing].rec_no,
-            u"改动：" + one.changes + u"。", false);
+            u"改动：" + one.changes + u"。", read_.questions[i].file, false);
     }
+    // What could not be read may be what the bank has.
+    const bool can_replace = problem_.empty() && !plan_.is_new && errors_ == 0;
+    ChkReplace->Enable(can_replace);
+    if (!can_replace) ChkReplace->SetValue(false);
     if (ChkReplace->GetValue()) {
         for (const std::size_t gone : plan_.recognition.not_found) {
             add(u"删除", u"", plan_.existing[gone].rec_no,
-                u"文件中没有这道题：" + exchange::Brief(plan_.existing[gone].stem.PlainText(), 60), true);
+                u"文件中没有这道题：" + exchange::Brief(plan_.existing[gone].stem.PlainText(), 60), u"", true);
         }
     }
     LvNotices->Show(rows_);
@@ -224,7 +237,6 @@ void ImportDialog::ShowPlan() {
     LblSummary->SetLabelText(ui::ToWx(summary));
     LblSummary->SetForegroundColour(Colour(errors_ > 0 ? Tint::Bad : Tint::Text));
     ChkKeepGoing->Enable(errors_ > 0);
-    ChkReplace->Enable(problem_.empty() && !plan_.is_new);
     BtnImport->Enable(problem_.empty() && !read_.questions.empty() && (errors_ == 0 || ChkKeepGoing->GetValue()));
 }
 

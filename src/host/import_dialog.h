@@ -44,6 +44,7 @@ public:
 private:
     void Build(std::u16string_view code);
     void ChooseFiles();
+    void ShowColumns(bool several_files);
     void Plan();
     void ShowPlan();
     void Import();

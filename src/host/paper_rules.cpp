@@ -10,6 +10,7 @@
 #include "dao/dao.h"
 #include "exchange/bank_file.h"
 #include "exchange/bank_rows.h"
+#include "host/drill.h"
 #include "host/outcome.h"
 #include "host/question_use.h"
 #include "host/sample_questions.h"
@@ -18,6 +19,7 @@ namespace qmtrain::host {
 namespace {
 
 constexpr std::size_t kLongestTitle = 100;
+constexpr float kMostPoints = 1000;
 
 struct Usual {
     Kind kind;
@@ -62,6 +64,11 @@ void RequireHead(std::u16string_view title, std::int32_t minutes) {
     if (minutes < 1 || minutes > 600) Refuse(u"考试时间应当是 1 到 600 分钟。");
 }
 
+// 0: the usual ones of the kind.
+void RequirePoints(float points) {
+    if (points != 0 && !(points > 0 && points <= kMostPoints)) Refuse(u"每题的分数应当大于 0，最多 1000。");
+}
+
 std::int32_t AddPaper(const DataFolder& folder, std::int32_t subject, std::u16string_view title, std::int32_t minutes,
                       const std::vector<Drawn>& questions) {
     const dao::Connection host(folder.Host());
@@ -89,9 +96,14 @@ void Shuffle(std::vector<const Candidate*>& candidates, std::mt19937& random) {
 
 std::set<std::pair<std::u16string, std::u16string>> QuestionsOfLast(const DataFolder& folder, std::int32_t subject) {
     std::set<std::pair<std::u16string, std::u16string>> questions;
+    const std::set<std::int32_t> drills = DrillPapers(folder);
     const std::vector<Paper> papers = PapersOf(folder, subject);
-    if (papers.empty()) return questions;
-    for (const PaperQuestion& one : papers.back().questions) questions.emplace(one.data_code, one.rec_no);
+    const auto last =
+        std::find_if(papers.rbegin(), papers.rend(), [&](const Paper& one) { return !drills.contains(one.number); });
+    if (last == papers.rend()) return questions;
+    for (const PaperQuestion& one : last->questions) {
+        questions.emplace(ToUpper(one.data_code), ToUpper(one.rec_no));
+    }
     return questions;
 }
 
@@ -102,7 +114,7 @@ float UsualPoints(Kind kind) {
         ->points;
 }
 
-std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules) {
+std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const exchange::Progress& progress) {
     RequireHead(rules.title, rules.minutes);
     if (rules.banks.empty()) Refuse(u"请至少选择一个题库。");
     const exchange::BankEntry first = EntryOf(folder, rules.banks.front());
@@ -110,18 +122,21 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules) {
                                            : std::set<std::pair<std::u16string, std::u16string>>();
     std::vector<Candidate> all;
     std::size_t without_keywords = 0;
-    for (const std::u16string& code : rules.banks) {
-        const exchange::BankEntry bank = EntryOf(folder, code);
+    std::set<std::u16string> read;
+    for (const std::u16string& named : rules.banks) {
+        const exchange::BankEntry bank = EntryOf(folder, named);
+        const std::u16string& code = bank.code;
+        if (!read.insert(code).second) continue;
         if (bank.subject != first.subject) {
             Refuse(u"题库“" + bank.name + u"”与“" + first.name + u"”不属于同一个科目，不能组成一份试卷。");
         }
         const auto uses = UsesOf(folder, code);
-        for (exchange::Question& question : exchange::ReadBank(folder.Banks(), code)) {
+        for (exchange::Question& question : exchange::ReadBank(folder.Banks(), code, progress)) {
             const std::int32_t difficulty = std::max(1, question.difficulty);
             if (rules.least_difficulty != 0 && difficulty < rules.least_difficulty) continue;
             if (rules.most_difficulty != 0 && difficulty > rules.most_difficulty) continue;
             if (!question.category.starts_with(rules.category)) continue;
-            if (last.contains({code, question.rec_no})) continue;
+            if (last.contains({ToUpper(code), ToUpper(question.rec_no)})) continue;
             if (question.kind == exchange::Kind::Operation && question.keywords.empty()) {
                 ++without_keywords;
                 continue;
@@ -136,6 +151,7 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules) {
     for (const Usual& usual : kUsual) {
         const auto part = rules.parts.find(usual.kind);
         if (part == rules.parts.end() || part->second.count < 1) continue;
+        RequirePoints(part->second.points);
         std::vector<const Candidate*> candidates;
         for (const Candidate& one : all) {
             if (KindOf(one.question.kind) == usual.kind) candidates.push_back(&one);
@@ -177,7 +193,8 @@ std::int32_t MakePaper(const DataFolder& folder, std::u16string_view title, std:
         if (bank.subject != first.subject) {
             Refuse(u"题库“" + bank.name + u"”与“" + first.name + u"”不属于同一个科目，不能组成一份试卷。");
         }
-        if (!seen.emplace(chosen.data_code, chosen.rec_no).second) Refuse(u"试题 " + chosen.rec_no + u" 选了两次。");
+        if (!seen.emplace(bank.code, ToUpper(chosen.rec_no)).second) Refuse(u"试题 " + chosen.rec_no + u" 选了两次。");
+        RequirePoints(chosen.points);
         const dao::Connection database(exchange::FileOf(folder.Banks(), bank));
         const auto question = exchange::BankRows(*database.operator->(), bank.code).Find(chosen.rec_no);
         if (!question) Refuse(u"题库“" + bank.name + u"”中没有试题 " + chosen.rec_no + u"。");

@@ -33,7 +33,7 @@ struct PaperRules {
 // Adds the paper and returns its number. The same rules give the same paper as long as banks, and where they count
 // histories and the last paper, are the same. Raises the component's error for rules that cannot be met, with what is
 // missing, and what the engine raises.
-std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules);
+std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const exchange::Progress& progress = {});
 
 struct ChosenQuestion {
     std::u16string data_code;

@@ -44,6 +44,7 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
                wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER | wxMAXIMIZE_BOX),
       editing_(editing),
       question_(std::move(question)),
+      original_(question_),
       check_later_(this) {
     if (wxImage::FindHandler(wxBITMAP_TYPE_JPEG) == nullptr) wxInitAllImageHandlers();
     auto* split = new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxSP_LIVE_UPDATE);
@@ -129,8 +130,8 @@ QuestionEditor::QuestionEditor(wxWindow* parent, BankEditing& editing, exchange:
     Bind(
         wxEVT_BUTTON, [this](wxCommandEvent&) { Close(); }, wxID_CANCEL);
     Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent&) {
-        const bool changed = !exchange::Differences(question_, Written()).empty();
-        if (changed && !Confirm(this, u"试题有改动，还没有保存。\n要放弃这些改动吗？", kTitle, u"放弃", u"继续编辑"))
+        if (IsChanged() &&
+            !Confirm(this, u"试题有改动，还没有保存。\n要放弃这些改动吗？", kTitle, u"放弃", u"继续编辑"))
             return;
         EndModal(wxID_CANCEL);
     });
@@ -238,6 +239,9 @@ void QuestionEditor::BuildAnswer() {
             break;
         }
     }
+    // Controls made later stand later in the order of the Tab key.
+    wxWindow* last = page_->GetChildren().GetLast()->GetData();
+    if (last != TxtAnalysis->Frame()) TxtAnalysis->Frame()->MoveAfterInTabOrder(last);
     page_->Layout();
     page_->FitInside();
     Check();
@@ -317,6 +321,15 @@ exchange::Question QuestionEditor::Written() {
         }
     }
     return written;
+}
+
+// Another kind alone is no work that could be lost.
+bool QuestionEditor::IsChanged() {
+    const exchange::Question written = Written();
+    exchange::Question original = original_;
+    original.kind = written.kind;
+    return !exchange::Differences(original, written).empty() ||
+           (original_.kind != written.kind && !exchange::IsEmpty(written.stem));
 }
 
 // Shows the question as it now is, and what is wrong with it.

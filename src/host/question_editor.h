@@ -51,12 +51,14 @@ private:
     RichEditor* FocusedEditor();
     exchange::Kind KindNow() const;
     exchange::Question Written();
+    bool IsChanged();
     void Check();
     void Save();
     wxStaticText* Caption(wxWindow* parent, std::u16string_view text);
 
     BankEditing& editing_;
-    exchange::Question question_;
+    exchange::Question question_;        // what the boxes show was made of it
+    const exchange::Question original_;  // as it was when the editor opened
     wxScrolledWindow* page_ = nullptr;
     wxBoxSizer* answer_ = nullptr;
     RichEditor* focused_ = nullptr;

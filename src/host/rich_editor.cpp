@@ -67,6 +67,12 @@ RichEditor::RichEditor(wxWindow* parent, wxSize least)
     basic.SetParagraphSpacingBefore(0);
     basic.SetLineSpacing(10);
     SetBasicStyle(basic);
+    // Tab leads on, as in other boxes; with Ctrl it is written.
+    Bind(wxEVT_KEY_DOWN, [this](wxKeyEvent& event) {
+        if (event.GetKeyCode() != WXK_TAB || event.AltDown()) return event.Skip();
+        if (event.ControlDown()) return WriteText("\t");
+        Navigate(event.ShiftDown() ? wxNavigationKeyEvent::IsBackward : wxNavigationKeyEvent::IsForward);
+    });
 }
 
 RichEditor* RichEditor::InFrame(wxWindow* parent, wxSize least) {

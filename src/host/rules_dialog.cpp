@@ -8,6 +8,7 @@
 #include "core/text.h"
 #include "host/look.h"
 #include "host/outcome.h"
+#include "host/work_progress.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -57,7 +58,10 @@ RulesDialog::RulesDialog(wxWindow* parent, const DataFolder& folder)
     ChkNotFromLast = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"不选这个科目上一份试卷的试题(&L)"));
     AddControl(u"排除", ChkNotFromLast);
     SpnSeed = AddNumber(u"随机数（相同则试卷相同）", static_cast<int>(std::random_device()() % 100000), 0, 1000000);
-    Finish(u"组卷(&M)", [this, folder] { paper_no_ = MakePaper(folder, Rules()); });
+    Finish(u"组卷(&M)", [this, folder] {
+        WorkProgress progress(this, u"按规则组卷");
+        paper_no_ = MakePaper(folder, Rules(), progress.Of(u"正在读题库…"));
+    });
 }
 
 PaperRules RulesDialog::Rules() const {

@@ -76,6 +76,7 @@ void WrongBook::Load() {
             std::move(entry));
     }
     all_.clear();
+    within_.clear();
     for (WrongQuestion& item : found) {
         WrongEntry entry;
         const auto before = known.find({item.question.subject, item.question.data_code + u"|" + item.question.rec_no});
@@ -95,9 +96,11 @@ void WrongBook::Load() {
 std::vector<const WrongEntry*> WrongBook::Filtered(const WrongFilter& filter, Date today) {
     const std::vector<WrongEntry>* entries = &all_;
     const Date from = FirstDay(filter.period, today);
-    if (from.days != 0) {
-        std::vector<WrongQuestion> found;
-        Find(from, found);
+    // Answers are looked up in what was found last.
+    std::vector<WrongQuestion> found;
+    const bool is_new = from.days != wrong_.StartDate().days;
+    if (is_new) Find(from, found);
+    if (from.days != 0 && is_new) {
         std::map<std::pair<std::int32_t, std::u16string>, const WrongEntry*> texts;
         for (const WrongEntry& entry : all_) {
             texts[{entry.item.question.subject, entry.item.question.data_code + u"|" + entry.item.question.rec_no}] =
@@ -112,8 +115,8 @@ std::vector<const WrongEntry*> WrongBook::Filtered(const WrongFilter& filter, Da
             entry.item = std::move(item);
             within_.push_back(std::move(entry));
         }
-        entries = &within_;
     }
+    if (from.days != 0) entries = &within_;
     std::vector<const WrongEntry*> shown;
     const auto has = [&](const std::u16string& text) {
         return qmtrain::Find(text, filter.search, 0, Case::Ignored) != std::u16string::npos;

@@ -65,10 +65,7 @@ public:
 
     ByteView Part(std::size_t at, std::size_t size) const {
         if (at > size_ || size > size_ - at) Damaged(u"数据不完整");
-        ByteView part = *this;
-        part.data_ = data_ + at;
-        part.size_ = size;
-        return part;
+        return {data_ + at, size, file_, page_};
     }
     ByteView From(std::size_t at) const { return Part(at, at <= size_ ? size_ - at : 0); }
 
@@ -78,6 +75,9 @@ public:
     }
 
 private:
+    ByteView(const std::uint8_t* data, std::size_t size, const std::u16string* file, PageNumber page)
+        : data_(data), size_(size), file_(file), page_(page) {}
+
     const std::uint8_t* data_ = nullptr;
     std::size_t size_ = 0;
     const std::u16string* file_ = nullptr;

@@ -15,6 +15,7 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'C', 'm', 't'};
+constexpr std::array<std::uint8_t, 1> kVoid = {0};  // in the place of the first letter
 constexpr std::size_t kHead = 24;
 constexpr std::uint32_t kMaxLength = 1 << 20;
 
@@ -53,12 +54,13 @@ std::optional<Content> ReadWhole(File& file) {
     return content;
 }
 
-// One of ours that has come to its end, or was not written whole and so never named.
+// One of ours that has come to its end, or was not written whole and so never named. An empty file and zeros may be
+// what a power cut has left of one, or anybody's.
 bool IsOurs(File& file) {
-    std::vector<std::uint8_t> bytes(sizeof kMagic);
-    bytes.resize(file.ReadAt(0, bytes));
-    const bool begun = bytes.size() == sizeof kMagic && std::memcmp(bytes.data(), kMagic, sizeof kMagic) == 0;
-    return begun || std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+    std::array<std::uint8_t, sizeof kMagic> bytes{};
+    if (file.ReadAt(0, bytes) != bytes.size()) return false;
+    if (bytes[0] == kVoid[0]) bytes[0] = kMagic[0];
+    return std::memcmp(bytes.data(), kMagic, sizeof kMagic) == 0;
 }
 
 // Without links: what stands above the folder depends on the way that led to it.
@@ -70,6 +72,15 @@ std::filesystem::path FolderOf(const std::filesystem::path& file) {
 }
 
 }  // namespace
+
+std::unique_ptr<File> OpenIfThere(FileSystem& system, const std::filesystem::path& path, OpenMode mode) {
+    try {
+        return system.OpenPlain(path, mode);
+    } catch (const AutomationError& error) {
+        if (!error.Is(ErrorNumber::FileNotFound)) throw;
+        return nullptr;
+    }
+}
 
 std::filesystem::path PathFrom(const std::filesystem::path& holder, const std::filesystem::path& target) {
     const std::filesystem::path folder = FolderOf(target);
@@ -106,7 +117,7 @@ void CommonJournal::Finish() {
         return system_.Remove(name_.path);
     }
     try {
-        file_->WriteAt(0, std::vector<std::uint8_t>(kHead));
+        file_->WriteAt(0, kVoid);
         file_->Sync();
     } catch (const AutomationError&) {
         undecided_ = true;
@@ -146,8 +157,8 @@ bool CommonJournal::InForce(FileSystem& system, const Name& name, File& database
               {FromNativePath(name.path), u"文件夹无法访问，不能确定上一次涉及多个文件的更改是否完成。"});
     }
     if (!IsByWriter(system, name.path, database)) return false;
-    const auto file = system.OpenPlain(name.path, OpenMode::ReadOnly);
-    const std::optional<Content> content = ReadWhole(*file);
+    const auto file = OpenIfThere(system, name.path, OpenMode::ReadOnly);
+    const std::optional<Content> content = file ? ReadWhole(*file) : std::nullopt;
     return content && content->nonce == name.nonce;
 }
 

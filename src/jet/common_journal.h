@@ -4,12 +4,14 @@
 //
 //   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
 //
+// A zero in the place of the first letter ends its effect before the file is removed.
+//
 // Paths in journals count from the folder of the journal where they can, so that folders may be moved or copied
 // together.
 //
 // It lies beside the first of the databases: "Client.mdb-commit". One that a crash has left there before any journal
-// named it is removed by the next; one that a file still needs, which has not been opened since, stays and the next
-// gets another name.
+// named it is removed by the next. One that a file still needs, which has not been opened since, stays, and so does
+// what does not show that it is one; then the next gets another name.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +26,9 @@ namespace qmtrain::jet {
 
 // How a file that stands at `holder` names another: from its own folder, else absolute.
 std::filesystem::path PathFrom(const std::filesystem::path& holder, const std::filesystem::path& target);
+
+// Opens a file of ours; nothing when there is none, or no longer.
+std::unique_ptr<File> OpenIfThere(FileSystem& system, const std::filesystem::path& path, OpenMode mode);
 
 class CommonJournal {
 public:
@@ -61,7 +66,7 @@ public:
         std::vector<std::filesystem::path> databases;
     };
 
-    // Nothing when it has come to its end or was never complete, and so needs no heed. Raises FileDamaged for a file
+    // Nothing when it has come to its end or is not complete, and so needs no heed. Raises FileDamaged for a file
     // that is no common journal.
     static std::optional<Content> Read(FileSystem& system, const std::filesystem::path& path);
 

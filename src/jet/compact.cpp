@@ -258,8 +258,9 @@ void Compact(const std::filesystem::path& source, const std::filesystem::path& t
     made.encoded = settings.encoded.value_or(header.page_key != 0);
     PagerOptions writing = options;
     writing.session = nullptr;
-    MakeDatabaseFile(target, made, writing,
-                     [&](Database& fresh) { Compaction(*old, fresh, !settings.sort_order).Run(); });
+    MakeDatabaseFile(
+        target, made, writing, [&](Database& fresh) { Compaction(*old, fresh, !settings.sort_order).Run(); },
+        &old->GetPager().Handle());
 }
 
 }  // namespace qmtrain::jet

@@ -105,8 +105,9 @@ std::uint16_t UsualCodePage(std::uint16_t sort_order) {
 
 class DatabaseBuilder {
 public:
-    DatabaseBuilder(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options)
-        : settings_(settings), format_(FormatOf(settings.version)), options_(options), path_(path) {
+    DatabaseBuilder(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
+                    File* like)
+        : settings_(settings), format_(FormatOf(settings.version)), options_(options), path_(path), like_(like) {
         if (settings_.code_page == 0) settings_.code_page = UsualCodePage(settings_.sort_order);
     }
 
@@ -150,7 +151,10 @@ private:
         for (PageNumber page = 1; page_key != 0 && page < FirstFreePage(); ++page) {
             ApplyCipher(page_key ^ page, std::span(pages).subspan(page * page_size, page_size));
         }
-        system.Open(path_, OpenMode::CreateNew)->WriteAt(0, pages);
+        const auto file =
+            like_ != nullptr ? system.OpenPlain(path_, OpenMode::CreateNew) : system.Open(path_, OpenMode::CreateNew);
+        if (like_ != nullptr) file->ShareLike(*like_, true);
+        file->WriteAt(0, pages);
     }
 
     // Page 1 by hand: everything else needs the map of free pages.
@@ -291,20 +295,21 @@ private:
     const Format& format_;
     PagerOptions options_;
     std::filesystem::path path_;
+    File* like_;
     std::size_t maps_used_ = 0;
     PageNumber roots_used_ = 0;
 };
 
 // Built under another name and renamed when it is complete, so that nobody ever sees half a database.
 void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
-                      const DatabaseFill& fill) {
+                      const DatabaseFill& fill, File* like) {
     FileSystem& system = options.system != nullptr ? *options.system : DefaultFiles();
     if (system.Exists(path)) Raise(ErrorNumber::DatabaseExists, {FromNativePath(path)});
     std::filesystem::path unfinished = path;
     unfinished.replace_extension();
     unfinished += UniqueName("-", ".new");
     try {
-        DatabaseBuilder(unfinished, settings, options).Build(fill);
+        DatabaseBuilder(unfinished, settings, options, like).Build(fill);
         system.RenameToNew(unfinished, path);
     } catch (...) {
         try {

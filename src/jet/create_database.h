@@ -16,8 +16,8 @@ using DatabaseFill = std::function<void(Database&)>;
 
 // Makes a database with the four system tables; `fill` puts all rows into it, in one scope. Without it the system
 // tables get the rows that every database has. The file gets its name when it is complete. Raises DatabaseExists when
-// there is a file of that name.
+// there is a file of that name. `like`: the file that this one is a copy of, and whose owner and rights it gets.
 void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
-                      const DatabaseFill& fill = {});
+                      const DatabaseFill& fill = {}, File* like = nullptr);
 
 }  // namespace qmtrain::jet

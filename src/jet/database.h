@@ -103,6 +103,10 @@ public:
     void DropIndex(std::u16string_view table, std::u16string_view index);
     void AddColumn(std::u16string_view table, const ColumnSpec& spec);
     void DropColumn(std::u16string_view table, std::u16string_view column);
+    void RenameColumn(std::u16string_view table, std::u16string_view column, std::u16string_view name,
+                      std::uint16_t ordinal);
+    void CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts);
+    void DropQuery(std::u16string_view name);
     void CreateRelationship(const Relationship& relationship);
     void DropRelationship(std::u16string_view name);
 

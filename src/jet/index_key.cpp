@@ -185,6 +185,15 @@ bool HasKey(const Column& column, const Value& value, const Header& header) {
     return false;
 }
 
+bool HasKeyOfEquals(const Column& column, const Value& value, const Header& header) {
+    if (!HasKey(column, value, header)) return false;
+    if (!IsText(column.type) || value.IsNull() || header.format->version != Version::Jet3) return true;
+    constexpr char16_t kThorns[] = {u'\u00DE', u'\u00FE', u'\0'};
+    const std::u16string& text = value.Text();
+    return text.find_first_of(kThorns, 0, std::size(kThorns)) == text.npos &&
+           Find(text, u"th", 0, Case::Ignored) == text.npos;
+}
+
 void AppendKeyPart(const Column& column, bool ascending, const Value& value, const Header& header, Bytes& key) {
     if (value.IsNull() || value.IsEmpty()) {
         key.push_back(ascending ? kNullAscending : kNullDescending);

@@ -31,6 +31,10 @@ TextOrder TextOrderOf(const Column& column, const Header& header);
 // Whether the key of this value can be computed.
 bool HasKey(const Column& column, const Value& value, const Header& header);
 
+// Whether all texts that compare equal to the value have its key. In Jet 3 the thorn is a letter of its own, while it
+// compares as "th", and a zero character counts.
+bool HasKeyOfEquals(const Column& column, const Value& value, const Header& header);
+
 // Appends the part of one column. Requires: HasKey.
 void AppendKeyPart(const Column& column, bool ascending, const Value& value, const Header& header, Bytes& key);
 

@@ -53,14 +53,6 @@ void SetFree(MutablePage& page, const Format& format, std::size_t used) {
     Put(page.Data() + 2, static_cast<std::uint16_t>(format.IndexCapacity() - used));
 }
 
-// Sets the end marks of `ends` from entry `from` on; the marks below `keep_below` stay.
-void RewriteMask(MutablePage& page, const Format& format, std::size_t keep_below, std::span<const std::uint16_t> ends) {
-    std::uint8_t* mask = page.Data() + format.index_mask;
-    mask[keep_below / 8] &= static_cast<std::uint8_t>((1 << (keep_below % 8)) - 1);
-    std::memset(mask + keep_below / 8 + 1, 0, format.index_mask_bytes - keep_below / 8 - 1);
-    for (const std::uint16_t end : ends) mask[end / 8] |= static_cast<std::uint8_t>(1 << (end % 8));
-}
-
 }  // namespace
 
 void AppendRowPointer(RowPointer row, Bytes& entry) {
@@ -141,37 +133,81 @@ std::size_t IndexPage::LowerBound(std::span<const std::uint8_t> key) const {
     return low;
 }
 
-IndexContent IndexContent::Read(const IndexPage& page) {
-    IndexContent content{page.IsLeaf(), page.Previous(), page.Next(), page.Tail(), {}};
-    content.entries.resize(page.Count());
-    for (std::size_t i = 0; i < page.Count(); ++i) page.Entry(i, content.entries[i]);
-    return content;
+// EntryList
+
+void EntryList::Reserve(std::size_t entries, std::size_t bytes) {
+    ends_.reserve(entries);
+    bytes_.reserve(bytes);
 }
 
-std::size_t IndexContent::TotalBytes(std::size_t from, std::size_t to) const {
-    std::size_t total = 0;
-    for (std::size_t i = from; i < to; ++i) total += entries[i].size();
-    return total;
+void EntryList::Append(Entry prefix, Entry rest) {
+    bytes_.insert(bytes_.end(), prefix.begin(), prefix.end());
+    bytes_.insert(bytes_.end(), rest.begin(), rest.end());
+    ends_.push_back(static_cast<std::uint32_t>(bytes_.size()));
+}
+
+void EntryList::Append(const EntryList& other, std::size_t from, std::size_t to) {
+    const std::size_t first = other.Begin(from);
+    const std::size_t before = bytes_.size();
+    const auto bytes = std::span(other.bytes_).subspan(first, other.Begin(to) - first);
+    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    for (std::size_t i = from; i < to; ++i)
+        ends_.push_back(static_cast<std::uint32_t>(before + other.ends_[i] - first));
+}
+
+void EntryList::Shift(std::size_t from, std::ptrdiff_t by) {
+    for (std::size_t i = from; i < ends_.size(); ++i) ends_[i] = static_cast<std::uint32_t>(ends_[i] + by);
+}
+
+void EntryList::Insert(std::size_t at, Entry entry) {
+    const std::size_t begin = Begin(at);
+    bytes_.insert(bytes_.begin() + static_cast<std::ptrdiff_t>(begin), entry.begin(), entry.end());
+    Shift(at, static_cast<std::ptrdiff_t>(entry.size()));
+    ends_.insert(ends_.begin() + static_cast<std::ptrdiff_t>(at), static_cast<std::uint32_t>(begin + entry.size()));
+}
+
+void EntryList::Erase(std::size_t from, std::size_t to) {
+    const auto begin = static_cast<std::ptrdiff_t>(Begin(from));
+    const auto end = static_cast<std::ptrdiff_t>(Begin(to));
+    bytes_.erase(bytes_.begin() + begin, bytes_.begin() + end);
+    ends_.erase(ends_.begin() + static_cast<std::ptrdiff_t>(from), ends_.begin() + static_cast<std::ptrdiff_t>(to));
+    Shift(from, begin - end);
+}
+
+void EntryList::Replace(std::size_t at, Entry entry) {
+    Erase(at, at + 1);
+    Insert(at, entry);
+}
+
+// IndexContent
+
+IndexContent IndexContent::Read(const IndexPage& page) {
+    IndexContent content{page.IsLeaf(), page.Previous(), page.Next(), page.Tail(), {}};
+    const std::size_t count = page.Count();
+    content.entries.Reserve(count + 1, page.UsedBytes() + count * page.Prefix());
+    const auto prefix = count > 0 ? page.Stored(0).first(page.Prefix()) : EntryList::Entry();
+    for (std::size_t i = 0; i < count; ++i) content.entries.Append(i > 0 ? prefix : EntryList::Entry(), page.Stored(i));
+    return content;
 }
 
 // Entries are sorted, so what the first and the last share all share.
 std::size_t IndexContent::CommonPrefix(const Format& format, std::size_t from, std::size_t to) const {
-    const Bytes& first = entries[from];
-    const Bytes& last = entries[to - 1];
+    const auto first = entries[from];
+    const auto last = entries[to - 1];
     const auto [end, other] = std::mismatch(first.begin(), first.end(), last.begin(), last.end());
     return std::min(static_cast<std::size_t>(end - first.begin()), format.MaxIndexPrefix());
 }
 
 bool IndexContent::Fits(const Format& format, std::size_t from, std::size_t to) const {
-    const std::size_t total = TotalBytes(from, to);
+    const std::size_t total = entries.TotalBytes(from, to);
     if (total <= format.IndexCapacity()) return true;
     return leaf && to > from && total - CommonPrefix(format, from, to) * (to - from - 1) <= format.IndexCapacity();
 }
 
 void IndexContent::Store(MutablePage& page, PageNumber table) const {
     const Format& format = page.GetFormat();
-    const bool plain = TotalBytes(0, entries.size()) <= format.IndexCapacity();
-    const std::size_t prefix = plain ? 0 : CommonPrefix(format, 0, entries.size());
+    const bool plain = entries.TotalBytes() <= format.IndexCapacity();
+    const std::size_t prefix = plain ? 0 : CommonPrefix(format, 0, entries.Size());
     std::uint8_t* data = page.Data();
     std::memset(data, 0, format.page_size);
     data[0] = static_cast<std::uint8_t>(leaf ? PageType::IndexLeaf : PageType::IndexNode);
@@ -182,15 +218,14 @@ void IndexContent::Store(MutablePage& page, PageNumber table) const {
     Put(data + format.index_previous + 8, tail);
     Put(data + format.index_prefix, static_cast<std::uint16_t>(prefix));
     data[format.index_prefix + format.index_prefix_size] = leaf ? 0 : 1;
-    std::vector<std::uint16_t> ends;
+    std::uint8_t* mask = data + format.index_mask;
     std::size_t at = 0;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const auto own = std::span(entries[i]).subspan(i > 0 ? prefix : 0);
+    for (std::size_t i = 0; i < entries.Size(); ++i) {
+        const auto own = entries[i].subspan(i > 0 ? prefix : 0);
         std::memcpy(data + format.index_entries + at, own.data(), own.size());
         at += own.size();
-        ends.push_back(static_cast<std::uint16_t>(at));
+        mask[at / 8] |= static_cast<std::uint8_t>(1 << (at % 8));
     }
-    RewriteMask(page, format, 0, ends);
     SetFree(page, format, at);
 }
 

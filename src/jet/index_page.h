@@ -144,24 +144,56 @@ inline std::size_t IndexEntries::EndAfter(std::size_t place) const {
     return word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
 }
 
+// Whole entries one behind the other.
+class EntryList {
+public:
+    using Entry = std::span<const std::uint8_t>;
+
+    std::size_t Size() const { return ends_.size(); }
+    bool Empty() const { return ends_.empty(); }
+    std::size_t TotalBytes() const { return bytes_.size(); }
+    std::size_t TotalBytes(std::size_t from, std::size_t to) const { return Begin(to) - Begin(from); }
+
+    // Good until the list changes.
+    Entry operator[](std::size_t i) const { return {bytes_.data() + Begin(i), ends_[i] - Begin(i)}; }
+    Entry Front() const { return (*this)[0]; }
+    Entry Back() const { return (*this)[Size() - 1]; }
+
+    void Reserve(std::size_t entries, std::size_t bytes);
+    void Append(Entry entry) { Append({}, entry); }
+    void Append(Entry prefix, Entry rest);
+    void Append(const EntryList& other, std::size_t from, std::size_t to);
+
+    // The entry must not be one of the list.
+    void Insert(std::size_t at, Entry entry);
+    void Replace(std::size_t at, Entry entry);
+    void Erase(std::size_t from, std::size_t to);
+
+private:
+    std::size_t Begin(std::size_t i) const { return i == 0 ? 0 : ends_[i - 1]; }
+    void Shift(std::size_t from, std::ptrdiff_t by);
+
+    Bytes bytes_;
+    std::vector<std::uint32_t> ends_;
+};
+
 // A page's content taken apart, to be changed and put back.
 struct IndexContent {
     bool leaf = true;
     PageNumber previous = 0;
     PageNumber next = 0;
     PageNumber tail = 0;
-    std::vector<Bytes> entries;
+    EntryList entries;
 
     static IndexContent Read(const IndexPage& page);
 
     // Leaves may be stored with a prefix when they do not fit otherwise.
-    bool Fits(const Format& format) const { return Fits(format, 0, entries.size()); }
+    bool Fits(const Format& format) const { return Fits(format, 0, entries.Size()); }
     bool Fits(const Format& format, std::size_t from, std::size_t to) const;
     void Store(MutablePage& page, PageNumber table) const;
 
 private:
     std::size_t CommonPrefix(const Format& format, std::size_t from, std::size_t to) const;
-    std::size_t TotalBytes(std::size_t from, std::size_t to) const;
 };
 
 // Changes a page in place where no other entry has to be rewritten; false when that cannot be.

@@ -9,8 +9,8 @@ namespace {
 
 constexpr std::size_t kMaxDepth = 16;
 
-PageNumber ChildOf(const Bytes& node_entry) {
-    return GetBig32(&node_entry[node_entry.size() - kChildBytes]);
+PageNumber ChildOf(std::span<const std::uint8_t> node_entry) {
+    return GetBig32(node_entry.last(kChildBytes).data());
 }
 
 Bytes NodeEntry(std::span<const std::uint8_t> leaf_entry, PageNumber child) {
@@ -18,11 +18,6 @@ Bytes NodeEntry(std::span<const std::uint8_t> leaf_entry, PageNumber child) {
     entry.resize(entry.size() + kChildBytes);
     PutBig32(&entry[entry.size() - kChildBytes], child);
     return entry;
-}
-
-Bytes WithoutChild(Bytes node_entry) {
-    node_entry.resize(node_entry.size() - kChildBytes);
-    return node_entry;
 }
 
 bool SameKey(std::span<const std::uint8_t> a, std::span<const std::uint8_t> b) {
@@ -203,9 +198,8 @@ bool IndexTree::Insert(std::span<const std::uint8_t> entry) {
         at = view.Count(0, place);
         content = IndexContent::Read(View(leaf));
     }
-    content.entries.insert(content.entries.begin() + static_cast<std::ptrdiff_t>(at),
-                           Bytes(entry.begin(), entry.end()));
-    const bool appended = at + 1 == content.entries.size();
+    content.entries.Insert(at, entry);
+    const bool appended = at + 1 == content.entries.Size();
     Put(path, path.size() - 1, std::move(content), appended);
     return new_key;
 }
@@ -256,46 +250,44 @@ std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries
     entries = entries.first(ForLeaf(path, entries));
     if (entries.size() < kWorthwhile) return 0;
     IndexContent content = IndexContent::Read(View(pager_.Read(path.back().page)));
+    const EntryList& old = content.entries;
     const std::size_t capacity = pager_.GetFormat().IndexCapacity();
-    const Bytes reference = content.entries.empty() ? Bytes(entries.front().bytes.begin(), entries.front().bytes.end())
-                                                    : content.entries.front();
+    const auto reference = old.Empty() ? entries.front().bytes : old.Front();
     const auto common = [&](std::span<const std::uint8_t> entry, std::size_t most) {
         const std::size_t size = std::min({reference.size(), entry.size(), most});
         const auto end =
             std::mismatch(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(size), reference.begin());
         return static_cast<std::size_t>(end.first - entry.begin());
     };
-    std::size_t bytes = 0;
-    for (const Bytes& entry : content.entries) bytes += entry.size();
+    std::size_t bytes = old.TotalBytes();
     const std::size_t longest = std::min(reference.size(), pager_.GetFormat().MaxIndexPrefix());
-    std::size_t prefix = content.entries.empty() ? longest : common(content.entries.back(), longest);
+    std::size_t prefix = old.Empty() ? longest : common(old.Back(), longest);
 
-    std::vector<Bytes> merged;
-    merged.reserve(content.entries.size() + entries.size());
-    std::size_t old = 0;
+    EntryList merged;
+    merged.Reserve(old.Size() + std::min(entries.size(), capacity), old.TotalBytes() + capacity);
+    std::size_t at = 0;  // in the old ones
     std::size_t taken = 0;
     for (; taken < entries.size(); ++taken) {
         const std::span<const std::uint8_t> entry = entries[taken].bytes;
         prefix = common(entry, prefix);
         bytes += entry.size();
-        if (bytes > capacity && bytes - prefix * (content.entries.size() + taken) > capacity) break;
-        while (old < content.entries.size() && std::ranges::lexicographical_compare(content.entries[old], entry)) {
-            merged.push_back(std::move(content.entries[old++]));
-        }
-        const Bytes* next = old < content.entries.size() ? &content.entries[old] : nullptr;
-        if (next != nullptr && std::ranges::equal(*next, entry)) pager_.Damaged(root_, u"索引中已有此行");
+        if (bytes > capacity && bytes - prefix * (old.Size() + taken) > capacity) break;
+        std::size_t behind = at;
+        while (behind < old.Size() && std::ranges::lexicographical_compare(old[behind], entry)) ++behind;
+        merged.Append(old, at, behind);
+        at = behind;
+        if (at < old.Size() && std::ranges::equal(old[at], entry)) pager_.Damaged(root_, u"索引中已有此行");
         const bool known =
-            (next != nullptr && SameKey(*next, entry)) || (!merged.empty() && SameKey(merged.back(), entry));
+            (at < old.Size() && SameKey(old[at], entry)) || (!merged.Empty() && SameKey(merged.Back(), entry));
         // Before the first entry of a leaf the one before it may have the same key.
         const bool twice =
-            known || (merged.empty() && ContainsKey(entry.first(entry.size() - kRowPointerBytes), RowPointer()));
+            known || (merged.Empty() && ContainsKey(entry.first(entry.size() - kRowPointerBytes), RowPointer()));
         if (entries[taken].unique && twice) return std::nullopt;
         new_keys += known ? 0 : 1;
-        merged.emplace_back(entry.begin(), entry.end());
+        merged.Append(entry);
     }
     if (taken == 0) return 0;
-    std::move(content.entries.begin() + static_cast<std::ptrdiff_t>(old), content.entries.end(),
-              std::back_inserter(merged));
+    merged.Append(old, at, old.Size());
     content.entries = std::move(merged);
     MutablePage leaf = pager_.Write(path.back().page);
     content.Store(leaf, table_);
@@ -310,8 +302,9 @@ bool IndexTree::GiveTails(const Path& path) {
         if (!step.lacks_tail) continue;
         MutablePage page = pager_.Write(step.page);
         IndexContent content = IndexContent::Read(View(page));
-        content.tail = ChildOf(content.entries.back());
-        content.entries.pop_back();
+        const std::size_t last = content.entries.Size() - 1;
+        content.tail = ChildOf(content.entries[last]);
+        content.entries.Erase(last, last + 1);
         content.Store(page, table_);
         changed = true;
     }
@@ -343,12 +336,10 @@ namespace {
 
 // Where to cut: as near to the middle as both halves fit.
 std::size_t CutOf(const IndexContent& content, const Format& format, bool appended) {
-    const std::size_t count = content.entries.size();
+    const std::size_t count = content.entries.Size();
     if (appended && content.leaf && content.Fits(format, 0, count - 1)) return count - 1;
-    std::size_t total = 0;
-    for (const Bytes& entry : content.entries) total += entry.size();
     std::size_t middle = 0;
-    for (std::size_t bytes = 0; bytes < total / 2; ++middle) bytes += content.entries[middle].size();
+    while (content.entries.TotalBytes(0, middle) < content.entries.TotalBytes() / 2) ++middle;
     for (std::size_t distance = 0; distance < count; ++distance) {
         for (const std::size_t cut : {middle - std::min(distance, middle), middle + distance}) {
             if (cut > 0 && cut < count && content.Fits(format, 0, cut) && content.Fits(format, cut, count)) return cut;
@@ -372,19 +363,18 @@ void IndexTree::Split(Path& path, std::size_t level, IndexContent upper, bool ap
     const PageNumber fresh = NewPage();
     const PageNumber old = path[level].page;
     IndexContent lower{upper.leaf, upper.previous, old, 0, {}};
-    const auto border = upper.entries.begin() + static_cast<std::ptrdiff_t>(cut);
-    lower.entries.assign(std::make_move_iterator(upper.entries.begin()), std::make_move_iterator(border));
-    upper.entries.erase(upper.entries.begin(), border);
+    lower.entries.Append(upper.entries, 0, cut);
+    upper.entries.Erase(0, cut);
     if (upper.previous != 0) SetNext(upper.previous, fresh);
     upper.previous = fresh;
 
-    Bytes separator = lower.entries.back();
+    Bytes separator(lower.entries.Back().begin(), lower.entries.Back().end());
     if (!lower.leaf) {
         lower.tail = ChildOf(separator);
-        lower.entries.pop_back();
-        separator = WithoutChild(std::move(separator));
+        lower.entries.Erase(cut - 1, cut);
+        separator.resize(separator.size() - kChildBytes);
         // Pages of a level are linked as far as they share a parent; leaves always are.
-        const PageNumber first = !upper.entries.empty() ? ChildOf(upper.entries.front()) : upper.tail;
+        const PageNumber first = !upper.entries.Empty() ? ChildOf(upper.entries.Front()) : upper.tail;
         if (IsNode(pager_.Read(first))) {
             SetNext(lower.tail, 0);
             SetPrevious(first, 0);
@@ -398,8 +388,7 @@ void IndexTree::Split(Path& path, std::size_t level, IndexContent upper, bool ap
     }
     Step& parent = path[level - 1];
     IndexContent above = IndexContent::Read(View(pager_.Read(parent.page)));
-    above.entries.insert(above.entries.begin() + static_cast<std::ptrdiff_t>(parent.child),
-                         NodeEntry(separator, fresh));
+    above.entries.Insert(parent.child, NodeEntry(separator, fresh));
     ++parent.child;
     Put(path, level - 1, std::move(above), false);
 }
@@ -437,7 +426,7 @@ bool IndexTree::Erase(std::span<const std::uint8_t> entry) {
         MutablePage changed = pager_.Write(leaf.Number());
         if (!EraseInPlace(changed, view, place)) {
             IndexContent content = IndexContent::Read(View(leaf));
-            content.entries.erase(content.entries.begin());
+            content.entries.Erase(0, 1);
             content.Store(changed, table_);
         }
     }
@@ -473,15 +462,16 @@ void IndexTree::RemovePage(Path& path, std::size_t level) {
 
     const Step& step = path[level - 1];
     IndexContent parent = IndexContent::Read(View(pager_.Read(step.page)));
-    if (step.child < parent.entries.size()) {
-        parent.entries.erase(parent.entries.begin() + static_cast<std::ptrdiff_t>(step.child));
-    } else if (parent.entries.empty()) {
+    if (step.child < parent.entries.Size()) {
+        parent.entries.Erase(step.child, step.child + 1);
+    } else if (parent.entries.Empty()) {
         parent.tail = 0;
     } else {
-        parent.tail = ChildOf(parent.entries.back());
-        parent.entries.pop_back();
+        const std::size_t last = parent.entries.Size() - 1;
+        parent.tail = ChildOf(parent.entries[last]);
+        parent.entries.Erase(last, last + 1);
     }
-    const bool empty = parent.entries.empty() && parent.tail == 0;
+    const bool empty = parent.entries.Empty() && parent.tail == 0;
     if (empty && level == 1) parent = IndexContent{};  // the root becomes an empty leaf
     {
         MutablePage page = pager_.Write(step.page);
@@ -501,10 +491,9 @@ void IndexTree::CorrectSeparators(Path& path, std::size_t level) {
     while (level-- > 0) {
         const Step& step = path[level];
         IndexContent node = IndexContent::Read(View(pager_.Read(step.page)));
-        if (step.child >= node.entries.size()) continue;  // a tail has no entry
-        Bytes& entry = node.entries[step.child];
-        entry = NodeEntry(*last, ChildOf(entry));
-        const bool also_last = node.tail == 0 && step.child + 1 == node.entries.size();
+        if (step.child >= node.entries.Size()) continue;  // a tail has no entry
+        node.entries.Replace(step.child, NodeEntry(*last, ChildOf(node.entries[step.child])));
+        const bool also_last = node.tail == 0 && step.child + 1 == node.entries.Size();
         const std::size_t depth = path.size();
         Put(path, level, std::move(node), false);
         if (!also_last) return;

@@ -158,21 +158,23 @@ bool Journal::Names(FileSystem& system, const std::filesystem::path& database, s
     if (kind == FileKind::None) return !system.Exists(database);
     if (kind != FileKind::Plain) return false;
     FoundJournal found(system, PathFor(database), nullptr);
-    if (!found.ReadHeader()) return false;
+    if (!found.file_ || !found.ReadHeader()) return false;
     found.ReadRecords();
     return found.common_ && found.common_->nonce == nonce;
 }
 
 // FoundJournal
 
-FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database)
-    : path_(journal), state_(State::Foreign) {
-    if (system.Look(path_) != FileKind::Plain) return;
+// Void and without a file when there is none.
+FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database) : path_(journal) {
+    const FileKind kind = system.Look(path_);
+    if (kind == FileKind::Other) state_ = State::Foreign;
+    if (kind != FileKind::Plain) return;
     try {
-        file_ = system.OpenPlain(path_, OpenMode::ReadOnly);
-        state_ = State::Void;
+        file_ = OpenIfThere(system, path_, OpenMode::ReadOnly);
     } catch (const AutomationError&) {
         if (database == nullptr || system.IsByWriterOf(path_, *database)) throw;
+        state_ = State::Foreign;
     }
 }
 
@@ -185,6 +187,13 @@ FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
     if (!whole || state_ == State::Foreign) return;
     ReadRecords();
     state_ = !common_ || CommonJournal::InForce(system, *common_, file.Handle()) ? State::InForce : State::Void;
+}
+
+// A reader who can have no lock may look while a writer's commit comes to its end.
+std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file) {
+    FoundJournal found(system, file);
+    if (!found.file_ && found.state_ != State::Foreign) return std::nullopt;
+    return found;
 }
 
 // False when the journal was not begun, or voided; a file that never was a journal is foreign. Zeros are what a power

@@ -95,7 +95,8 @@ public:
         Foreign,  // it is no journal, or that of another database
     };
 
-    FoundJournal(FileSystem& system, PageFile& file);
+    // What lies under the name of the file's journal; nothing when nothing does, or no longer.
+    static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file);
 
     State GetState() const { return state_; }
     std::uint64_t Nonce() const { return nonce_; }
@@ -114,6 +115,7 @@ public:
 private:
     friend class Journal;
     FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database);
+    FoundJournal(FileSystem& system, PageFile& file);
 
     bool ReadHeader();
     void ReadRecords();

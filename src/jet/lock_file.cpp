@@ -13,19 +13,37 @@ namespace qmtrain::jet {
 namespace {
 
 // Far beyond any record of the file, and apart from the ranges that Jet itself is said to lock there.
-constexpr std::uint64_t kPresentByte = 0x0FFFFF00;   // shared by everybody who has the file open
-constexpr std::uint64_t kReservedByte = 0x0FFFFF01;  // the one writer
-constexpr std::uint64_t kPendingByte = 0x0FFFFF02;   // keeps new readers out while the writer waits
-constexpr std::uint64_t kSharedByte = 0x0FFFFF03;    // the readers, who come to it through the one before
-constexpr std::uint64_t kNextByte = 0x0FFFFF04;      // the writer whose turn it is when the present one is done
+constexpr std::uint64_t kPresentByte = 0x0FFFFF00;  // shared by everybody who has the file open
+
+// Bytes of each database whose lock file it is, by their places behind the first one.
+constexpr std::uint64_t kReserved = 0;  // the one writer
+constexpr std::uint64_t kGate = 1;      // keeps new readers out while the writer waits
+constexpr std::uint64_t kReaders = 2;   // the readers, who come to it through the gate
+constexpr std::uint64_t kNext = 3;      // the writer whose turn it is when the present one is done
+
+// "Client.mdb" and "Client.mde" have one lock file. The first of its bytes for a database of that name, as folded
+// names tell: others than ".mdb" have places of their own before those of that one.
+std::uint64_t FirstByteOf(const std::filesystem::path& database) {
+    constexpr std::uint64_t kFirstOfMdb = 0x0FFFFF01;
+    constexpr std::uint64_t kFirstOfOthers = 0x0E000000;
+    constexpr std::uint64_t kPlaces = 1 << 20;
+    constexpr std::uint64_t kBytes = 8;
+    const std::u16string extension = FoldName(FromNativePath(database.extension()));
+    if (extension == u".MDB") return kFirstOfMdb;
+    std::uint64_t hash = 0;
+    for (const char16_t unit : extension) hash = hash * 31 + unit;
+    return kFirstOfOthers + hash % kPlaces * kBytes;
+}
 
 // Where the users of Jet each lock a byte for being there.
 constexpr std::uint64_t kOtherUsers = 0x10000001;
 constexpr std::uint64_t kOtherUserSlots = 255;
 constexpr std::chrono::milliseconds kLongLook(250);
 
-// Of the database itself, far beyond its end: shared by readers who have no lock file.
-constexpr std::uint64_t kReadersInDatabase = std::uint64_t{1} << 40;
+// Of the database itself, far beyond its end: the same two for readers who have no lock file.
+constexpr std::uint64_t kGateInDatabase = std::uint64_t{1} << 40;
+constexpr std::uint64_t kReadersInDatabase = kGateInDatabase + 1;
+static_assert(kReaders == kGate + 1);
 
 // Whether locks in the file itself hold.
 bool KeepsLockIn(FileSystem& system, File& file, const std::filesystem::path& path) {
@@ -52,6 +70,7 @@ LockFile::LockFile(FileSystem& system, const std::filesystem::path& path, File& 
       path_(path),
       database_path_(path),
       database_name_(FromNativePath(path)),
+      first_byte_(FirstByteOf(path)),
       database_(database),
       timeout_(timeout) {
     path_.replace_extension(".ldb");
@@ -62,7 +81,9 @@ LockFile::LockFile(FileSystem& system, const std::filesystem::path& path, File& 
 }
 
 void LockFile::Open() {
-    if (TryOpen(OpenMode::Create)) {
+    // In a folder where all may make files, to make what is there already may be forbidden where to write it is not;
+    // by then it may be gone.
+    if (TryOpen(OpenMode::Create) || TryOpen(OpenMode::ReadWrite) || TryOpen(OpenMode::Create)) {
         kind_ = Kind::Full;
     } else if (TryOpen(OpenMode::ReadOnly)) {
         kind_ = Kind::SharedOnly;
@@ -149,65 +170,75 @@ void LockFile::WaitUntil(File& file, std::uint64_t byte, Try locks) {
 
 void LockFile::LockShared() {
     if (shared_ || kind_ == Kind::None) return;
-    if (kind_ == Kind::InDatabase) {
-        WaitFor(database_, kReadersInDatabase, File::Lock::Shared);
-    } else {
-        static_assert(kSharedByte == kPendingByte + 1);
-        WaitUntil(*file_, kPendingByte, [&] { return file_->TryLockThrough(kPendingByte); });
-    }
+    File& file = kind_ == Kind::InDatabase ? database_ : *file_;
+    const std::uint64_t gate = kind_ == Kind::InDatabase ? kGateInDatabase : first_byte_ + kGate;
+    WaitUntil(file, gate, [&] { return file.TryLockThrough(gate); });
     shared_ = true;
 }
 
 void LockFile::LockReserved() {
     if (reserved_) return;
-    WaitFor(*file_, kNextByte, File::Lock::Exclusive);
+    WaitFor(*file_, first_byte_ + kNext, File::Lock::Exclusive);
     try {
-        WaitFor(*file_, kReservedByte, File::Lock::Exclusive);
+        WaitFor(*file_, first_byte_ + kReserved, File::Lock::Exclusive);
     } catch (...) {
-        file_->Unlock(kNextByte, 1);
+        file_->Unlock(first_byte_ + kNext, 1);
         throw;
     }
-    file_->Unlock(kNextByte, 1);
+    file_->Unlock(first_byte_ + kNext, 1);
     reserved_ = true;
+}
+
+// Closes the gate, and waits until those behind it are gone.
+void LockFile::LockBehind(File& file, std::uint64_t gate) {
+    WaitFor(file, gate, File::Lock::Exclusive);
+    try {
+        WaitFor(file, gate + 1, File::Lock::Exclusive);
+    } catch (...) {
+        file.Unlock(gate, 1);
+        throw;
+    }
 }
 
 void LockFile::LockExclusive(File& database) {
     if (exclusive_) return;
-    WaitFor(*file_, kPendingByte, File::Lock::Exclusive);
+    LockBehind(*file_, first_byte_ + kGate);
+    exclusive_ = true;
     try {
-        WaitFor(*file_, kSharedByte, File::Lock::Exclusive);
-        exclusive_ = true;
-        WaitFor(database, kReadersInDatabase, File::Lock::Exclusive);
-        writing_ = &database;
+        LockBehind(database, kGateInDatabase);
     } catch (...) {
-        if (exclusive_) {
-            UnlockExclusive();
-        } else {
-            file_->Unlock(kPendingByte, 1);
-        }
+        UnlockExclusive();
         throw;
     }
+    writing_ = &database;
+}
+
+void LockFile::UnlockDatabase() {
+    if (writing_ == nullptr) return;
+    File& database = *std::exchange(writing_, nullptr);
+    database.Unlock(kReadersInDatabase, 1);
+    database.Unlock(kGateInDatabase, 1);
 }
 
 void LockFile::UnlockExclusive() {
     if (!exclusive_) return;
-    if (writing_ != nullptr) std::exchange(writing_, nullptr)->Unlock(kReadersInDatabase, 1);
+    UnlockDatabase();
     if (shared_) {
-        file_->TryLock(kSharedByte, 1, File::Lock::Shared);
+        file_->TryLock(first_byte_ + kReaders, 1, File::Lock::Shared);
     } else {
-        file_->Unlock(kSharedByte, 1);
+        file_->Unlock(first_byte_ + kReaders, 1);
     }
-    file_->Unlock(kPendingByte, 1);
+    file_->Unlock(first_byte_ + kGate, 1);
     exclusive_ = false;
 }
 
 void LockFile::UnlockAll() noexcept {
     try {
-        if (writing_ != nullptr) std::exchange(writing_, nullptr)->Unlock(kReadersInDatabase, 1);
+        UnlockDatabase();
         if (shared_ && kind_ == Kind::InDatabase) database_.Unlock(kReadersInDatabase, 1);
-        if (file_ && (exclusive_ || shared_)) file_->Unlock(kSharedByte, 1);
-        if (exclusive_) file_->Unlock(kPendingByte, 1);
-        if (reserved_) file_->Unlock(kReservedByte, 1);
+        if (file_ && (exclusive_ || shared_)) file_->Unlock(first_byte_ + kReaders, 1);
+        if (exclusive_) file_->Unlock(first_byte_ + kGate, 1);
+        if (reserved_) file_->Unlock(first_byte_ + kReserved, 1);
     } catch (const AutomationError&) {
         // The system keeps the locks until the file is closed; the next one that asks for them gets its error.
     }

@@ -4,8 +4,9 @@
 // reader is gone and keeps new ones out. Of those who wait to write one is next, so that the one who has just written
 // does not overtake them all again. A process that dies loses its locks. The file goes with its last user.
 //
-// Who may only read the lock file, or have none, may still read the database: without a lock file readers lock a byte
-// of the database itself, which writers lock as well before they write to it.
+// Who may only read the lock file, or have none, may still read the database: without a lock file readers lock bytes
+// of the database itself, which writers lock as well before they write to it. Databases whose names differ in their
+// extensions only have one lock file and keep apart in it.
 #pragma once
 
 #include <chrono>
@@ -63,6 +64,8 @@ private:
     bool OpenFile(OpenMode mode);
     bool TryOpen(OpenMode mode);
     void RemoveIfOurs();
+    void LockBehind(File& file, std::uint64_t gate);
+    void UnlockDatabase();
     void WaitFor(File& file, std::uint64_t byte, File::Lock kind);
     template <class Try>
     void WaitUntil(File& file, std::uint64_t byte, Try locks);
@@ -71,12 +74,13 @@ private:
     std::filesystem::path path_;
     std::filesystem::path database_path_;
     std::u16string database_name_;
+    std::uint64_t first_byte_;  // of those in the lock file that are this database's
     File& database_;
     std::chrono::milliseconds timeout_;
     std::chrono::steady_clock::duration waited_{};  // in this operation
     Kind kind_ = Kind::None;
     std::unique_ptr<File> file_;  // of the first two kinds
-    File* writing_ = nullptr;     // the database in which a byte is locked exclusively
+    File* writing_ = nullptr;     // the database in which bytes are locked exclusively
     bool shared_ = false;
     bool reserved_ = false;
     bool exclusive_ = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "core/work.h"
 #include "jet/code_page_text.h"
 #include "jet/row.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::size_t kReferenceSize = 12;
 constexpr std::uint32_t kLengthBits = 0x3FFFFFFF;
+constexpr std::size_t kLong = 8192;
 constexpr std::uint32_t kInlineKind = 0x80000000;
 constexpr std::uint32_t kSingleKind = 0x40000000;
 
@@ -90,7 +92,10 @@ void LongValueReader::Read(Bytes& value) const {
         }
         return;
     }
+    if (length_ > kLong) Work::Look();  // the looks between the rows would come late
+    WorkSteps steps;
     ForEachSlot([&](RowPointer, const ByteView& bytes) {
+        steps.Next();
         const std::size_t take = std::min<std::size_t>(bytes.Size(), length_ - value.size());
         value.insert(value.end(), bytes.Data(), bytes.Data() + take);
         return value.size() < length_;

@@ -9,6 +9,12 @@ namespace {
 constexpr std::size_t kMinimumFrames = 64;
 constexpr PageNumber kMaxReadAhead = 32;
 
+// Misses are in order also where they leave out so many pages, of an index between those of rows.
+constexpr PageNumber kMaxGap = 4;
+
+// Frames for pages that are read in passing: a piece that is being fetched, and the one that is being read.
+constexpr std::size_t kPassing = std::size_t{2} * kMaxReadAhead;
+
 }  // namespace
 
 Page& Page::operator=(Page&& other) noexcept {
@@ -45,7 +51,8 @@ Frame* PageCache::Load(PageNumber number) {
         frame->referenced = true;
         return frame;
     }
-    read_ahead_ = number == expected_miss_ ? std::min(read_ahead_ * 2, kMaxReadAhead) : 1;
+    const bool in_order = number >= expected_miss_ && number - expected_miss_ <= kMaxGap;
+    read_ahead_ = in_order ? std::min(read_ahead_ * 2, kMaxReadAhead) : 1;
     PageNumber count = 1;
     while (count < read_ahead_ && supply_.MayReadAhead(number + count) && Find(number + count) == nullptr) ++count;
     Fetch(number, count);
@@ -59,7 +66,7 @@ void PageCache::Fetch(PageNumber number, PageNumber count) {
     std::vector<std::span<std::uint8_t>> parts;
     try {
         for (PageNumber i = 0; i < count; ++i) {
-            frames.push_back(Take(number + i));
+            frames.push_back(read_ahead_ == kMaxReadAhead ? TakeInPassing(number + i) : Take(number + i));
             ++frames.back()->pins;  // so that the next ones do not take its place
             parts.emplace_back(frames.back()->data, page_size_);
         }
@@ -79,6 +86,31 @@ Frame* PageCache::Take(PageNumber number) {
     return Put(frame != nullptr ? frame : Add(), number);
 }
 
+Frame* PageCache::TakeInPassing(PageNumber number) {
+    if (number < passed_.size() && passed_[number]) return Take(number);
+    if (passing_.size() < kPassing) {
+        passing_.push_back(Take(number)->place);
+    } else {
+        std::size_t& place = passing_[next_passing_];
+        next_passing_ = (next_passing_ + 1) % kPassing;
+        Frame* old = frames_[place].get();
+        if (old != nullptr && old->passing && old->pins == 0 && !old->dirty) {
+            if (old->used) {
+                if (passed_.size() <= old->number) passed_.resize(index_.size());
+                passed_[old->number] = true;
+                Forget(old);
+            }
+            Put(old, number);
+        } else {
+            if (old != nullptr) old->passing = false;
+            place = Take(number)->place;
+        }
+    }
+    Frame* frame = Find(number);
+    frame->passing = true;
+    return frame;
+}
+
 Frame* PageCache::Add() {
     frames_.push_back(std::make_unique<Frame>(pool_, frames_.size()));
     return frames_.back().get();
@@ -89,6 +121,7 @@ Frame* PageCache::Put(Frame* frame, PageNumber number) {
     frame->number = number;
     frame->used = true;
     frame->checked = false;
+    frame->passing = false;
     frame->referenced = true;
     index_[number] = frame;
     return frame;

@@ -39,6 +39,7 @@ struct Frame {
     bool dirty = false;         // differs from the file
     bool referenced = false;    // since the clock hand last passed
     bool orphan = false;        // given up by the cache while a Page still looked at it
+    bool passing = false;       // its page was read in passing, see PageCache::passing_
     bool checked = false;       // its rows have been seen to fit together, and have only been changed by us since
     std::uint64_t changes = 0;  // grows before each change of the bytes
 };
@@ -106,7 +107,8 @@ public:
 
     Frame* Find(PageNumber number) const { return number < index_.size() ? index_[number] : nullptr; }
 
-    // The page, fetched when it is not there. Pages that are missed in order are fetched ahead.
+    // The page, fetched when it is not there. Pages that are missed in order are fetched ahead, and those of a long run
+    // do not stay when they are read for the first time: who reads a file once needs no memory for it.
     Frame* Load(PageNumber number);
 
     // A frame for a page that is not there, its bytes undefined.
@@ -127,6 +129,7 @@ private:
     Frame* Add();
     Frame* EvictOne();
     void Fetch(PageNumber number, PageNumber count);
+    Frame* TakeInPassing(PageNumber number);
 
     std::uint32_t page_size_;
     PageSupply& supply_;
@@ -136,6 +139,9 @@ private:
     std::size_t max_frames_;
     std::size_t clock_hand_ = 0;
     std::size_t dirty_count_ = 0;
+    std::vector<std::size_t> passing_;  // places of the frames for pages that are read in passing, used in turn
+    std::size_t next_passing_ = 0;
+    std::vector<bool> passed_;      // the pages that have lost their frame so: read again, they stay
     PageNumber expected_miss_ = 0;  // the page behind the last one that was fetched
     PageNumber read_ahead_ = 1;     // pages to fetch at once when pages are missed in order
 };

@@ -165,8 +165,11 @@ void Pager::NoticeUnfinished(bool to_change) {
     if (!found && !unfinished_) return;
     const auto is_known = [&] { return found && unfinished_ && found->Nonce() == unfinished_->Nonce(); };
     const auto counts = [&] { return found && found->GetState() == FoundJournal::State::InForce; };
-    const bool may_resolve = MayChange() ? found && found->GetState() != FoundJournal::State::Foreign : counts();
-    if (found && (to_change || (may_resolve && !is_known()))) {
+    // Of a file with several names others may look under another one, with another lock file.
+    const auto may_resolve = [&] {
+        return (MayChange() ? found->GetState() != FoundJournal::State::Foreign : counts()) && file_.HasOneName();
+    };
+    if (found && (to_change || (!is_known() && may_resolve()))) {
         found.reset();
         std::unique_ptr<File> own;
         try {
@@ -189,12 +192,11 @@ void Pager::NoticeUnfinished(bool to_change) {
 
 std::optional<FoundJournal> Pager::FindJournal() {
     if (system_.Look(journal_path_) == FileKind::None) return std::nullopt;
-    return FoundJournal(system_, file_);
+    return FoundJournal::Find(system_, file_);
 }
 
 void Pager::ResolveJournal(File& file) {
-    if (system_.Look(journal_path_) == FileKind::None) return;
-    FoundJournal::Resolve(FoundJournal(system_, file_), system_, file, durable_);
+    if (auto found = FindJournal()) FoundJournal::Resolve(std::move(*found), system_, file, durable_);
 }
 
 void Pager::NoticeChanges() {
@@ -290,7 +292,7 @@ MutablePage Pager::Extend() {
     Join();
     RequireChange();
     if (std::uint64_t{page_count_ + 1} * GetFormat().page_size > GetFormat().max_file_size) {
-        Raise(ErrorNumber::DatabaseTooLarge, {FileName()});
+        Raise(ErrorNumber::DatabaseTooLarge, {u"数据库已达到格式允许的最大长度，不能再写入：" + FileName()});
     }
     Frame* frame = cache_.Take(page_count_);
     change_.DropRestored(page_count_++);

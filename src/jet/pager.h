@@ -63,6 +63,7 @@ public:
     const std::filesystem::path& Path() const override { return file_.Path(); }
     const std::u16string& FileName() const { return file_.Name(); }
     FileSystem& Files() const { return system_; }
+    File& Handle() { return file_.Handle(); }
     Session& GetSession() const { return *session_; }
     const std::shared_ptr<Session>& SharedSession() const { return session_; }
     const Pager& Home() const override { return *home_; }

@@ -85,6 +85,13 @@ void EncodeTextValue(const Column& column, std::u16string_view text, const Forma
 
 }  // namespace
 
+std::optional<std::string_view> NarrowTextOf(const ByteView& stored) {
+    const std::size_t size = stored.Size();
+    if (size < 2 || stored.U16(0) != kCompressedMark) return std::nullopt;
+    if (std::memchr(stored.Data() + 2, 0, size - 2) != nullptr) return std::nullopt;
+    return std::string_view(reinterpret_cast<const char*>(stored.Data()) + 2, size - 2);
+}
+
 // The text is overwritten where it stands: to empty it first would mean to fill it twice.
 void DecodeText(const ByteView& stored, std::u16string& text) {
     const std::uint8_t* data = stored.Data();
@@ -95,8 +102,7 @@ void DecodeText(const ByteView& stored, std::u16string& text) {
         if (size > 0) std::memcpy(text.data(), data, size);
         return;
     }
-    // Mostly single bytes to the end.
-    if (std::memchr(data + 2, 0, size - 2) == nullptr) {
+    if (NarrowTextOf(stored)) {
         text.resize(size - 2);
         std::copy(data + 2, data + size, text.begin());
         return;

@@ -24,6 +24,9 @@ namespace qmtrain::jet {
 void DecodeText(const ByteView& stored, std::u16string& text);
 void EncodeText(std::u16string_view text, bool may_compress, Bytes& stored);
 
+// The bytes of a text of Jet 4 that is single bytes to its end, each of them a character.
+std::optional<std::string_view> NarrowTextOf(const ByteView& stored);
+
 inline std::size_t MaskBytes(std::size_t columns) {
     return (columns + 7) / 8;
 }

@@ -9,6 +9,9 @@ namespace {
 
 constexpr int kMaxHops = 8;
 
+// A scan lets so many rows come nearer in memory before it is their turn.
+constexpr std::size_t kRowsAhead = 4;
+
 }  // namespace
 
 std::optional<Bytes> SuccessorOf(Bytes key) {
@@ -108,6 +111,7 @@ bool RowCursor::HasScanSlot() {
 bool RowCursor::NextInScan() {
     while (HasScanSlot()) {
         const std::size_t slot = scan_slot_++;
+        data_->ExpectRow(slot + kRowsAhead);
         const SlotKind kind = data_->Kind(slot);
         if (kind != SlotKind::Row && kind != SlotKind::Header) continue;
         row_ = {scan_page_, static_cast<std::uint8_t>(slot)};
@@ -140,7 +144,7 @@ bool RowCursor::Load() {
     if (mode_ == Mode::Scan && plain_ && page_change_ == change) {  // the page of the scan is at hand
         view_.emplace(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
         loaded_ = true;
-        row_page_ = {};
+        if (row_page_) row_page_ = {};
         row_change_ = change;
         return true;
     }
@@ -191,6 +195,13 @@ std::optional<LongValueReader> RowCursor::OpenLongValue(std::size_t column) {
     const auto stored = View().Find(table_->Definition().columns[column]);
     if (!stored) return std::nullopt;
     return LongValueReader(pager_, *stored);
+}
+
+std::optional<std::string_view> RowCursor::NarrowText(std::size_t position) {
+    const Column& column = table_->Definition().columns[position];
+    if (column.type != ColumnType::Text || pager_.GetFormat().version != Version::Jet4) return std::nullopt;
+    const auto stored = View().Find(column);
+    return stored ? NarrowTextOf(*stored) : std::nullopt;
 }
 
 // A value of the row that the index walk has come to.

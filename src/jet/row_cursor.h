@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 #include "core/work.h"
 #include "jet/long_value.h"
@@ -36,6 +37,9 @@ public:
 
     // Raises RecordDeleted when the row is gone.
     void Read(std::size_t column, Value& value);
+
+    // A text of the row whose stored bytes are its characters, as sql::Cursor has it.
+    std::optional<std::string_view> NarrowText(std::size_t column);
 
     // A memo or OLE value without reading it; nothing when it is Null. Valid until the cursor moves.
     std::optional<LongValueReader> OpenLongValue(std::size_t column);

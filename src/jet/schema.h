@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,15 @@ struct Relationship {
     bool enforced = true;
     bool cascade_update = false;
     bool cascade_delete = false;
+};
+
+// A part of a saved query: a clause of its statement, or one item of a clause.
+struct QueryPart {
+    std::uint8_t attribute = 0;  // which clause
+    std::u16string name1 = {};
+    std::u16string name2 = {};
+    std::u16string expression = {};
+    std::optional<std::int16_t> flag = {};
 };
 
 // A row of the catalogue.

@@ -53,8 +53,8 @@ public:
         column.name = spec.name;
         column.type = spec.type;
         column.number = definition.max_columns++;
-        column.ordinal =
-            definition.columns.empty() ? 0 : static_cast<std::uint16_t>(definition.columns.back().ordinal + 1);
+        for (const Column& other : definition.columns)  // which need not be in that order
+            column.ordinal = std::max(column.ordinal, static_cast<std::uint16_t>(other.ordinal + 1));
         column.sort_order = pager_.GetHeader().sort_order;
         column.sort_version = pager_.GetHeader().sort_version;
         column.code_page = pager_.GetHeader().code_page;
@@ -426,6 +426,48 @@ void Database::DropColumn(std::u16string_view name, std::u16string_view column) 
     editor.RemoveColumn(static_cast<std::size_t>(position));
     editor.Write();
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
+}
+
+// `ordinal`: where it is shown.
+void Database::RenameColumn(std::u16string_view table, std::u16string_view column, std::u16string_view name,
+                            std::uint16_t ordinal) {
+    const CatalogObject object = RequireTable(*this, table);
+    CheckName(std::u16string(name), *pager_);
+    Properties properties = ReadProperties(table);
+    DefinitionEditor editor(*this, object.name, static_cast<PageNumber>(object.id));
+    const int position = editor.definition.FindColumn(column);
+    if (position < 0) Raise(ErrorNumber::FieldNotFound, {column});
+    if (editor.definition.FindColumn(name) >= 0) Raise(ErrorNumber::FieldExists, {name});
+    editor.definition.columns[position].name = name;
+    editor.definition.columns[position].ordinal = ordinal;
+    editor.Write();
+    auto owner = properties.owners.extract(std::u16string(column));
+    if (owner.empty()) return;
+    owner.key() = name;
+    properties.owners.insert(std::move(owner));
+    SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
+}
+
+void Database::CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts) {
+    CatalogObject object;
+    object.name = name;
+    CheckName(object.name, *pager_);
+    if (FindObject(name)) Raise(ErrorNumber::TableExists, {name});
+    SystemCatalog catalog(*this);
+    object.id = catalog.NewId();
+    object.parent = kTablesContainer;
+    object.type = CatalogObject::kQuery;
+    catalog.AddObject(object, catalog.UserId(User::Admin), {});
+    catalog.InheritAces(object.id, kTablesContainer);
+    catalog.AddQueryParts(object.id, parts);
+}
+
+void Database::DropQuery(std::u16string_view name) {
+    const std::optional<CatalogObject> object = FindObject(name);
+    if (!object || object->type != CatalogObject::kQuery) Raise(ErrorNumber::ObjectNotFound, {name});
+    SystemCatalog catalog(*this);
+    catalog.RemoveObject(*object);
+    catalog.RemoveQueryParts(object->id);
 }
 
 void Database::CreateRelationship(const Relationship& relationship) {

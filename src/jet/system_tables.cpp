@@ -195,6 +195,27 @@ void SystemCatalog::WriteProperties(const CatalogObject& object, const Bytes& pr
     objects->Update(object.row, std::span(&change, 1));
 }
 
+// Those of a clause are numbered from 1 on, the highest byte first.
+void SystemCatalog::AddQueryParts(std::int32_t query, const std::vector<QueryPart>& parts) {
+    std::array<std::uint32_t, 256> numbers{};
+    for (const QueryPart& part : parts) {
+        const std::uint32_t number = ++numbers[part.attribute];
+        const Bytes order = {static_cast<std::uint8_t>(number >> 24U), static_cast<std::uint8_t>(number >> 16U),
+                             static_cast<std::uint8_t>(number >> 8U), static_cast<std::uint8_t>(number)};
+        NewRow row(tables_.TableAt(kQueriesPage));
+        row.Set(u"ObjectId", query).Set(u"Attribute", part.attribute).Set(u"Order", order);
+        if (!part.name1.empty()) row.Set(u"Name1", part.name1);
+        if (!part.name2.empty()) row.Set(u"Name2", part.name2);
+        if (!part.expression.empty()) row.Set(u"Expression", part.expression);
+        if (part.flag) row.Set(u"Flag", *part.flag);
+        row.Insert();
+    }
+}
+
+void SystemCatalog::RemoveQueryParts(std::int32_t query) {
+    RemoveRows(kQueriesPage, u"ObjectId", query);
+}
+
 std::vector<Relationship> SystemCatalog::Relationships() {
     struct Part {
         std::int32_t place;

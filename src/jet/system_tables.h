@@ -43,6 +43,9 @@ public:
     Bytes ReadProperties(const CatalogObject& object);
     void WriteProperties(const CatalogObject& object, const Bytes& properties);
 
+    void AddQueryParts(std::int32_t query, const std::vector<QueryPart>& parts);
+    void RemoveQueryParts(std::int32_t query);
+
     std::vector<Relationship> Relationships();
     void AddRelationship(const Relationship& relationship);
     void RemoveRelationship(std::u16string_view name);

@@ -142,7 +142,9 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     cache_.ForgetAll();  // what was written back early is in the file, and in clean frames
     try {
         journal_.reset();
-        FoundJournal::Resolve(FoundJournal(system_, file_), system_, file_.Handle(), durable_);
+        auto found = FoundJournal::Find(system_, file_);
+        undone.complete = found.has_value();
+        if (found) FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
     } catch (const AutomationError&) {
         undone.complete = false;
     }

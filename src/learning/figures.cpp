@@ -8,6 +8,7 @@ namespace qmtrain {
 namespace {
 
 constexpr std::size_t kMostForForecast = 20;
+constexpr double kLeastMargin = 3;  // percent: a question or two of a paper
 
 // Between minus and plus this lie four of five values of Student's t distribution, by degrees of freedom from 1.
 constexpr std::array<double, 18> kStudent = {3.078, 1.886, 1.638, 1.533, 1.476, 1.440, 1.415, 1.397, 1.383,
@@ -86,10 +87,10 @@ std::optional<Forecast> ForecastOf(const std::vector<double>& rates) {
     }
     const double ahead = n - (n - 1) / 2;
     const double spread = std::sqrt(residues / (n - 2) * (1 + 1 / n + ahead * ahead / squares));
-    const double expected = trend.intercept + trend.slope * n;
-    const double margin = kStudent[count - 3] * spread;
-    return Forecast{std::clamp(expected, 0.0, 100.0), std::clamp(expected - margin, 0.0, 100.0),
-                    std::clamp(expected + margin, 0.0, 100.0)};
+    // No line goes on beyond what a paper can come to, and a few papers alike do not make the next one certain.
+    const double expected = std::clamp(trend.intercept + trend.slope * n, 0.0, 100.0);
+    const double margin = std::max(kStudent[count - 3] * spread, kLeastMargin);
+    return Forecast{expected, std::clamp(expected - margin, 0.0, 100.0), std::clamp(expected + margin, 0.0, 100.0)};
 }
 
 std::vector<double> Figures::Rates() const {

@@ -177,7 +177,9 @@ bool IsWithin(const HistoryFilter& filter, Date start) {
 
 PracticeHistory ReadPracticeHistory(dao::Database& client, const HistoryFilter& filter) {
     std::vector<PracticeTraining> trainings = SelectTrainings(client, ConditionOf(filter));
-    std::erase_if(trainings, [&](const PracticeTraining& one) { return !IsWithin(filter, one.start); });
+    std::erase_if(trainings, [&](const PracticeTraining& one) {
+        return !IsWithin(filter, one.start) || (!filter.users.empty() && !filter.users.contains(one.user));
+    });
     const auto counted = client.OpenRecordset(u"Select Count(*) As N From TrainInfo");
     const auto all = static_cast<std::size_t>(LongOr(counted->Fields(u"N").Value(), 0));
     if (trainings.size() * kShareWorthAScan < all) return ReadEach(client, std::move(trainings));

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -58,7 +59,8 @@ struct HistoryFilter {
     std::int32_t user = -1;
     std::int32_t subject = -1;
     Date from = {};
-    Date to = {};  // that day is still within
+    Date to = {};                       // that day is still within
+    std::set<std::int32_t> users = {};  // these alone; none: any
 };
 
 struct PracticeHistory {

@@ -14,6 +14,8 @@
 namespace qmtrain {
 namespace {
 
+constexpr std::size_t kIdsOfStatement = 200;
+
 void RequireIndex(std::int32_t index, std::size_t count) {
     if (index < 1 || static_cast<std::size_t>(index) > count) Raise(ErrorNumber::SubscriptOutOfRange);
 }
@@ -198,15 +200,21 @@ std::vector<TrainStatistics::WrongAnswer> TrainStatistics::WrongAnswersTo(std::u
         const PracticedQuestion& wanted = history_.questions.at(question);
         RequireNoQuote(wanted.data_code);
         RequireNoQuote(wanted.rec_no);
-        std::map<std::u16string, int> counts;
+        std::vector<std::u16string> lists;  // of trainings in which it was wrong
+        std::size_t listed = 0;
         for (const PracticeTraining& training : history_.trainings) {
             const auto results = history_.ResultsOf(training);
             const bool wrong = std::any_of(results.begin(), results.end(), [&](const PracticeResult& one) {
                 return one.question == question && one.Counts() && !one.IsRight();
             });
             if (!wrong) continue;
-            const auto rows = database_->OpenRecordset(u"Select StudentAnswer From TrainResult Where TrainID=" +
-                                                       ToText(training.id) + u" And DataCode='" + wanted.data_code +
+            if (listed++ % kIdsOfStatement == 0) lists.emplace_back();
+            lists.back() += (lists.back().empty() ? u"" : u",") + ToText(training.id);
+        }
+        std::map<std::u16string, int> counts;
+        for (const std::u16string& list : lists) {
+            const auto rows = database_->OpenRecordset(u"Select StudentAnswer From TrainResult Where TrainID In (" +
+                                                       list + u") And DataCode='" + wanted.data_code +
                                                        u"' And QuestionRecNo='" + wanted.rec_no + u"'");
             for (; !rows->Eof(); rows->MoveNext()) ++counts[TextOr(rows->Fields(0).Value(), u"")];
         }

@@ -83,7 +83,8 @@ public:
     float ItemFacility(std::int32_t nIndex) const;
     Value ItemDiscrimination(std::int32_t nIndex) const;
 
-    // The same for C++.
+    // The same for C++. A class: these candidates alone, or any when there are none; to be called before Load.
+    void OnlyUsers(std::set<std::int32_t> users) { filter_.users = std::move(users); }
     struct Group {
         std::u16string name = {};
         int times = 0;

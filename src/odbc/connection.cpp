@@ -49,9 +49,11 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
     ConnectString whole = connect;
     whole.SetDefault(u"BoolsAsChar", u"0");   // a boolean is no text
     whole.SetDefault(u"LFConversion", u"0");  // texts stay as they are
-    whole.SetDefault(u"Protocol", u"7.4-2");  // a statement that fails leaves its transaction as it was
+    whole.Set(u"Protocol", u"7.4-0");         // what becomes of a transaction in which something fails we say
     whole.SetDefault(u"KeepaliveTime", u"30");
     whole.SetDefault(u"KeepaliveInterval", u"10");
+    whole.SetDefault(u"Pqopt",
+                     u"tcp_user_timeout=15000");  // milliseconds until a network that swallows all is given up
     auto handles = std::make_unique<Handles>();
     const Library& library = handles->library;
     library.SetConnectAttr(handles->connection, SQL_ATTR_LOGIN_TIMEOUT, Number(static_cast<SQLULEN>(limit.count())), 0);
@@ -79,8 +81,11 @@ void Connection::SetUp() {
     if (!EqualNames(product, u"PostgreSQL")) {
         Raise(ErrorNumber::OperationNotSupported, {u"链接到 " + product + u" 服务器。只支持 PostgreSQL。"});
     }
-    // Our texts are written for a server that takes a backslash for what it is.
-    Execute(u"SET standard_conforming_strings = on");
+    // Our texts are written for a server that takes a backslash for what it is. In the middle of a transaction that the
+    // driver has begun it would be too late to say what the transaction is to see.
+    Execute(
+        u"SET standard_conforming_strings = on;"
+        u"SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ");
 }
 
 std::u16string Connection::PropertyOf(int info) const {
@@ -113,7 +118,7 @@ void Connection::TimeLimit(std::chrono::milliseconds limit) {
 
 // Transactions
 
-void Connection::Begin() {
+void Connection::Begin(bool serial) {
     const SQLRETURN result =
         handles_->library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_OFF), 0);
     if (!Succeeded(result)) {
@@ -121,11 +126,41 @@ void Connection::Begin() {
         RaiseFor(DiagnosticsOf(handles_->library, SQL_HANDLE_DBC, handles_->connection), {}, place_);
     }
     in_transaction_ = true;
+    if (serial) before_.emplace_back(u"SET TRANSACTION ISOLATION LEVEL SERIALIZABLE");
+}
+
+void Connection::Savepoint(std::u16string_view name) {
+    before_.push_back(u"SAVEPOINT " + std::u16string(name));
+}
+
+void Connection::RollbackTo(std::u16string_view name) {
+    const auto waiting = std::ranges::find(before_, u"SAVEPOINT " + std::u16string(name));
+    if (waiting != before_.end()) return (void)before_.erase(waiting, before_.end());
+    before_.clear();
+    guarded_ = false;
+    Statement(*this).Send(u"ROLLBACK TO SAVEPOINT " + std::u16string(name), {});
+}
+
+// What has to go with the next statement of a transaction, in one message.
+std::vector<std::u16string> Connection::TakeBefore() {
+    std::vector<std::u16string> before = std::move(before_);
+    before_.clear();
+    if (guarded_) before.insert(before.begin(), u"RELEASE SAVEPOINT statement");
+    if (begun_ || !before.empty()) before.emplace_back(u"SAVEPOINT statement");
+    return before;
+}
+
+// Takes back what a statement that failed has left.
+void Connection::UndoStatement(bool guarded) noexcept {
+    guarded_ = guarded;
+    if (!alive_) return;
+    if (!guarded) {
+        handles_->library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
+        return;
+    }
     try {
-        Execute(u"SET TRANSACTION ISOLATION LEVEL REPEATABLE READ");
-    } catch (...) {
-        Rollback();
-        throw;
+        Statement(*this).Send(u"ROLLBACK TO SAVEPOINT statement", {});
+    } catch (const AutomationError&) {  // the transaction is lost, which its next statement tells
     }
 }
 
@@ -142,6 +177,9 @@ void Connection::Rollback() noexcept {
 
 void Connection::EndTransaction(bool commit) {
     const Library& library = handles_->library;
+    before_.clear();
+    guarded_ = begun_ = false;
+    const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes
     const SQLRETURN result = library.EndTran(SQL_HANDLE_DBC, handles_->connection, commit ? SQL_COMMIT : SQL_ROLLBACK);
     Diagnostics diagnostics;
     if (!Succeeded(result)) {
@@ -152,6 +190,7 @@ void Connection::EndTransaction(bool commit) {
     in_transaction_ = false;
     library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
     if (!Succeeded(result)) RaiseFor(diagnostics, {}, place_);
+    if (lost && commit) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"连接已中断，事务没有完成。"});
 }
 
 void Connection::Cancel() noexcept {
@@ -201,10 +240,28 @@ bool Statement::Check(SQLRETURN result, const Doing& doing) {
     RaiseFor(diagnostics, doing, connection_.place_);
 }
 
+void Statement::Send(std::u16string_view sql, const Doing& doing) {
+    Run([&] { return library_.ExecDirect(handle_, ToWide(sql), static_cast<SQLINTEGER>(sql.size())); }, doing);
+}
+
+// In a transaction a statement that fails leaves it as it was.
 void Statement::Execute(std::u16string_view sql, const Doing& doing) {
     // The server takes it for the end of the text.
     if (sql.find(u'\0') != sql.npos) Raise(doing.failure, {doing.table, u"文本中有字符 U+0000。"});
-    Run([&] { return library_.ExecDirect(handle_, ToWide(sql), static_cast<SQLINTEGER>(sql.size())); }, doing);
+    if (!connection_.in_transaction_) return Send(sql, doing);
+    const std::vector<std::u16string> before = connection_.TakeBefore();
+    std::u16string all;
+    for (const std::u16string& one : before) all.append(one).append(u";");
+    try {
+        Send(all.append(sql), doing);
+    } catch (const AutomationError&) {
+        connection_.UndoStatement(!before.empty());
+        throw;
+    }
+    connection_.begun_ = true;
+    connection_.guarded_ = !before.empty();
+    // The results of the others come first.
+    for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
 }
 
 }  // namespace qmtrain::odbc

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/error.h"
 #include "core/value.h"
@@ -62,11 +63,17 @@ public:
     std::int64_t Execute(std::u16string_view sql, const Doing& doing = {});
     std::unique_ptr<Rows> Query(std::u16string_view sql, const Doing& doing = {});
 
-    // A transaction sees one state of the database. Commit() raises, and has undone it then.
-    void Begin();
+    // A transaction sees one state of the database, and where it is serial it is as if it had been alone; the server
+    // hears of it with its first statement. Commit() raises, and has undone it then, unless the connection is lost:
+    // nobody knows then.
+    void Begin(bool serial = false);
     void Commit();
     void Rollback() noexcept;
     bool InTransaction() const { return in_transaction_; }
+
+    // Places in a transaction to go back to. The server hears of one with the next statement.
+    void Savepoint(std::u16string_view name);
+    void RollbackTo(std::u16string_view name);
 
     // How long each statement may take, rounded up to seconds; none when it is zero.
     void TimeLimit(std::chrono::milliseconds limit);
@@ -88,11 +95,16 @@ private:
     void SetUp();
     std::u16string PropertyOf(int info) const;
     void EndTransaction(bool commit);
+    std::vector<std::u16string> TakeBefore();
+    void UndoStatement(bool guarded) noexcept;
 
     std::unique_ptr<Handles> handles_;
     std::u16string place_;
     long time_limit_ = 0;  // seconds
     bool in_transaction_ = false;
+    bool begun_ = false;                  // the server knows of the transaction
+    bool guarded_ = false;                // there is a savepoint from before the last statement
+    std::vector<std::u16string> before_;  // what the next statement of the transaction takes with it
     std::atomic<bool> alive_ = true;
     std::mutex running_mutex_;
     Statement* running_ = nullptr;

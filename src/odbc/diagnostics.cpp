@@ -20,7 +20,7 @@ constexpr Meaning kMeanings[] = {
     {u"22007", ErrorNumber::DataTypeConversion}, {u"22008", ErrorNumber::DataTypeConversion},
     {u"42501", ErrorNumber::ReadOnly},           {u"25006", ErrorNumber::ReadOnly},
     {u"42P01", ErrorNumber::NoSuchTable},        {u"42S02", ErrorNumber::NoSuchTable},
-    {u"40", ErrorNumber::ChangedByOther},        {u"57014", ErrorNumber::OperationCancelled},
+    {u"40", ErrorNumber::RecordChanged},         {u"57014", ErrorNumber::OperationCancelled},
     {u"HY008", ErrorNumber::OperationCancelled}, {u"HYT00", ErrorNumber::OperationCancelled},
 };
 
@@ -61,8 +61,9 @@ void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string
     }
     const auto meaning = std::ranges::find_if(
         kMeanings, [&](const Meaning& known) { return diagnostics.state.starts_with(known.state); });
-    if (meaning == std::end(kMeanings)) {
-        if (doing.failure == ErrorNumber::OdbcCallFailed) Raise(doing.failure, {text});
+    const bool only_reads = doing.failure == ErrorNumber::OdbcCallFailed;
+    if (meaning == std::end(kMeanings) || (meaning->number == ErrorNumber::ReadOnly && only_reads)) {
+        if (only_reads) Raise(doing.failure, {text});
         Raise(doing.failure, {doing.table, text});
     }
     switch (meaning->number) {

@@ -30,6 +30,7 @@ Library Loaded() {
     Load(library.ExecDirect, "SQLExecDirectW");
     Load(library.NumResultCols, "SQLNumResultCols");
     Load(library.RowCount, "SQLRowCount");
+    Load(library.MoreResults, "SQLMoreResults");
     Load(library.Fetch, "SQLFetch");
     Load(library.GetData, "SQLGetData");
     Load(library.Cancel, "SQLCancel");

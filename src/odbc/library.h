@@ -31,6 +31,7 @@ struct Library {
     decltype(&::SQLExecDirectW) ExecDirect = nullptr;
     decltype(&::SQLNumResultCols) NumResultCols = nullptr;
     decltype(&::SQLRowCount) RowCount = nullptr;
+    decltype(&::SQLMoreResults) MoreResults = nullptr;
     decltype(&::SQLFetch) Fetch = nullptr;
     decltype(&::SQLGetData) GetData = nullptr;
     decltype(&::SQLCancel) Cancel = nullptr;

@@ -16,6 +16,10 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kMostIdle = 8;
 constexpr std::chrono::seconds kLongestIdle{60};
 
+// Who has waited in vain for a server need not be followed by others: for so long they get the same answer.
+constexpr std::chrono::seconds kInVain{1};
+constexpr std::chrono::seconds kNoNewAttempt{15};
+
 // A process that forks shares its connections with the new one, where they must not be touched.
 long CurrentProcess() {
 #ifdef _WIN32
@@ -53,7 +57,25 @@ public:
         idle_.push_back({text, std::move(connection), Clock::now()});
     }
 
+    void RaiseIfSilent(const std::u16string& text) {
+        const std::scoped_lock lock(mutex_);
+        std::erase_if(silent_, [](const Silent& silent) { return Clock::now() - silent.since > kNoNewAttempt; });
+        const auto found = std::ranges::find_if(silent_, [&](const Silent& silent) { return silent.text == text; });
+        if (found != silent_.end()) throw AutomationError(found->error);
+    }
+
+    void NoteSilent(const std::u16string& text, const AutomationError& error) {
+        const std::scoped_lock lock(mutex_);
+        silent_.push_back({text, error, Clock::now()});
+    }
+
 private:
+    struct Silent {
+        std::u16string text;
+        AutomationError error;
+        Clock::time_point since;
+    };
+
     struct Idle {
         std::u16string text;
         std::unique_ptr<Connection> connection;
@@ -71,6 +93,7 @@ private:
 
     std::mutex mutex_;
     std::vector<Idle> idle_;
+    std::vector<Silent> silent_;
     long process_ = CurrentProcess();
 };
 
@@ -80,12 +103,23 @@ Pool& ThePool() {
     return pool;
 }
 
+std::unique_ptr<Connection> OpenNew(const ConnectString& connect, const std::u16string& text) {
+    ThePool().RaiseIfSilent(text);
+    const Clock::time_point begin = Clock::now();
+    try {
+        return Connection::Open(connect);
+    } catch (const AutomationError& error) {
+        if (Clock::now() - begin >= kInVain) ThePool().NoteSilent(text, error);
+        throw;
+    }
+}
+
 }  // namespace
 
 std::shared_ptr<Connection> TakeConnection(const ConnectString& connect) {
     const std::u16string text = connect.Text();
     std::unique_ptr<Connection> connection = ThePool().Take(text);
-    if (connection == nullptr) connection = Connection::Open(connect);
+    if (connection == nullptr) connection = OpenNew(connect, text);
     return {connection.release(),
             [text](Connection* done) { ThePool().Give(text, std::unique_ptr<Connection>(done)); }};
 }

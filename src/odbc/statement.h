@@ -44,6 +44,9 @@ public:
     bool Check(SQLRETURN result, const Doing& doing);
     void Execute(std::u16string_view sql, const Doing& doing);
 
+    // The same with nothing around it.
+    void Send(std::u16string_view sql, const Doing& doing);
+
 private:
     class Running {
     public:

@@ -108,50 +108,66 @@ public:
         }
     }
 
+    // An attempt that was broken off has left the first rows of the file there, and nothing else may be there: so much
+    // is known before anything is written.
     void Run(const CopyProgress& progress) {
         constexpr std::int64_t kRowsTogether = 500;
+        const Content there = ReadServer();
+        Content here;
         std::u16string together;
         std::vector<Value> values(types_.size());
         for (; !rows_->Eof(); rows_->MoveNext()) {
             for (std::size_t i = 0; i < values.size(); ++i) values[i] = rows_->Fields(static_cast<int>(i)).Value();
             std::u16string row = RowText(values);
-            here_.Add(row);
-            if (table_.only_there) row += u", " + ToText(here_.rows);
+            here.Add(row);
+            if (here.rows == there.rows && here != there) RaiseDiffers(there);
+            if (here.rows <= there.rows) continue;
+            if (table_.only_there) row += u", " + ToText(here.rows);
             together += (together.empty() ? u"(" : u", (") + row + u")";
-            if (here_.rows % kRowsTogether != 0) continue;
+            if (here.rows % kRowsTogether != 0) continue;
             Send(together);
-            progress(table_.name, here_.rows);
+            progress(table_.name, here.rows);
         }
+        if (here.rows < there.rows) RaiseDiffers(there);
         Send(together);
-        if (!table_.number.empty()) {
-            server_.Query(u"SELECT setval(" + Sequence(table_) + u", greatest((SELECT max(" +
-                          dao::QuotedName(table_.number) + u") FROM " + Remote(table_) + u"), 1))");
+        if (here.rows > there.rows) {
+            SetNextNumber();
+            const Content after = ReadServer();
+            if (after != here) RaiseDiffers(after);
         }
-        Compare();
-        progress(table_.name, here_.rows);
+        progress(table_.name, here.rows);
     }
 
 private:
     void Send(std::u16string& rows) {
         if (rows.empty()) return;
         const std::u16string more = table_.only_there ? u", " + dao::QuotedName(table_.number) : std::u16string();
-        server_.Execute(u"INSERT INTO " + Remote(table_) + u" (" + columns_ + more + u") VALUES " + rows +
-                            u" ON CONFLICT DO NOTHING",
+        server_.Execute(u"INSERT INTO " + Remote(table_) + u" (" + columns_ + more + u") VALUES " + rows,
                         {ErrorNumber::OdbcInsertFailed, table_.name});
         rows.clear();
     }
 
-    void Compare() {
-        Content there;
+    void SetNextNumber() {
+        if (table_.number.empty()) return;
+        const std::u16string highest =
+            u"(SELECT max(" + dao::QuotedName(table_.number) + u") FROM " + Remote(table_) + u")";
+        server_.Query(u"SELECT setval(" + Sequence(table_) + u", " + highest + u")");
+    }
+
+    Content ReadServer() {
+        Content content;
         std::vector<Value> values(types_.size());
         const auto rows = server_.Query(u"SELECT " + columns_ + u" FROM " + Remote(table_));
         while (rows->Next()) {
             for (std::size_t i = 0; i < values.size(); ++i) rows->Read(static_cast<int>(i), types_[i], values[i]);
-            there.Add(RowText(values));
+            content.Add(RowText(values));
         }
-        if (there == here_) return;
+        return content;
+    }
+
+    [[noreturn]] void RaiseDiffers(const Content& there) {
         RaiseComponentError(u"qmtrain", u"表“" + std::u16string(table_.name) + u"”在服务器上有 " + ToText(there.rows) +
-                                            u" 行，文件中有 " + ToText(here_.rows) + u" 行，内容不相同。");
+                                            u" 行，它们不是这个文件中的记录。");
     }
 
     odbc::Connection& server_;
@@ -159,12 +175,12 @@ private:
     std::shared_ptr<dao::Recordset> rows_;
     std::u16string columns_;
     std::vector<odbc::ColumnType> types_;
-    Content here_;
 };
 
 }  // namespace
 
 void MakeServerTables(odbc::Connection& server, std::u16string_view role) {
+    server.Begin();
     const std::u16string quoted = dao::QuotedName(role);
     if (!HasRole(server, role)) server.Execute(u"CREATE ROLE " + quoted + u" NOLOGIN");
     server.Execute(
@@ -179,8 +195,13 @@ void MakeServerTables(odbc::Connection& server, std::u16string_view role) {
                            name + u" (" + std::u16string(table.index) + u")");
         }
         server.Execute(u"GRANT SELECT, INSERT, UPDATE, DELETE ON " + name + u" TO " + quoted);
+        if (table.number.empty()) continue;
+        Value sequence;
+        const auto named = server.Query(u"SELECT " + Sequence(table));
+        if (named->Next()) named->Read(0, odbc::ColumnType::Text, sequence);
+        if (sequence.IsText()) server.Execute(u"GRANT USAGE ON SEQUENCE " + sequence.Text() + u" TO " + quoted);
     }
-    server.Execute(u"GRANT USAGE ON ALL SEQUENCES IN SCHEMA public TO " + quoted);
+    server.Commit();
 }
 
 void LinkServerTables(dao::JetDatabase& client, std::u16string_view connect) {

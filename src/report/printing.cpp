@@ -1,6 +1,7 @@
 #include "report/printing.h"
 
 #include <memory>
+#include <utility>
 
 #include <wx/filedlg.h>
 #include <wx/printdlg.h>
@@ -48,6 +49,19 @@ wxPrintData A4() {
     return data;
 }
 
+// The toolkit's own words are in the language of its translations, if these are installed.
+void SpeakChinese(wxPreviewFrame& frame) {
+    static constexpr std::pair<int, std::u16string_view> kTips[] = {
+        {wxID_PREVIEW_PRINT, u"打印"},    {wxID_PREVIEW_FIRST, u"第一页"},  {wxID_PREVIEW_PREVIOUS, u"上一页"},
+        {wxID_PREVIEW_NEXT, u"下一页"},   {wxID_PREVIEW_LAST, u"最后一页"}, {wxID_PREVIEW_GOTO, u"第几页"},
+        {wxID_PREVIEW_ZOOM_OUT, u"缩小"}, {wxID_PREVIEW_ZOOM, u"显示比例"}, {wxID_PREVIEW_ZOOM_IN, u"放大"},
+    };
+    for (const auto& [id, text] : kTips) {
+        if (wxWindow* control = frame.FindWindow(id)) control->SetToolTip(ui::ToWx(text));
+    }
+    if (wxWindow* close = frame.FindWindow(wxID_PREVIEW_CLOSE)) close->SetLabel(ui::ToWx(u"关闭(&C)"));
+}
+
 struct FileKind {
     Format format;
     const char16_t* ending;
@@ -92,6 +106,7 @@ void ShowPreview(wxWindow* parent, const Report& report) {
     preview->SetZoom(kZoom);
     auto* frame = new wxPreviewFrame(preview, parent, ui::ToWx(u"打印预览：" + report.title));
     frame->InitializeWithModality(wxPreviewFrame_WindowModal);
+    SpeakChinese(*frame);
     frame->SetClientSize(frame->FromDIP(wxSize(820, 720)));
     frame->CentreOnParent();
     frame->Show();

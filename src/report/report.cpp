@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "core/csv_cell.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
@@ -26,32 +27,18 @@ constexpr std::string_view kStyle =
     "th,td,h2{border-color:#4a4f57}p.subtitle{color:#a0a6b0}img{background:#fff}}\n"
     "@media print{body{max-width:none;margin:0;color:#000;background:#fff;font-size:11pt}th{background:#eee}}\n";
 
-void AppendCsvField(std::u16string_view text, std::string& out) {
-    const std::string field = ToUtf8(text);
-    if (field.find_first_of(",\"\r\n") == std::string::npos) {
-        out += field;
-        return;
-    }
-    out += '"';
-    for (const char c : field) {
-        if (c == '"') out += '"';
-        out += c;
-    }
-    out += '"';
-}
-
 void AppendCsv(const Table& table, std::string& out) {
     bool first = true;
     for (const Column& column : table.columns) {
         if (!first) out += ',';
         first = false;
-        AppendCsvField(column.title, out);
+        AppendUtf8(CsvCell(column.title), out);
     }
     out += "\r\n";
     for (const std::vector<std::u16string>& row : table.rows) {
         for (std::size_t i = 0; i < row.size(); ++i) {
             if (i > 0) out += ',';
-            AppendCsvField(row[i], out);
+            AppendUtf8(CsvCell(row[i]), out);
         }
         out += "\r\n";
     }
@@ -202,7 +189,7 @@ std::string ToCsv(const Report& report) {
         if (!first) out += "\r\n";
         first = false;
         if (!section.heading.empty()) {
-            AppendCsvField(section.heading, out);
+            AppendUtf8(CsvCell(section.heading), out);
             out += "\r\n";
         }
         AppendCsv(section.table, out);

@@ -110,6 +110,14 @@ struct Abi<Value> {
     static void Put(const Value& value, VARIANT& place) { automation::ToVariant(value, place); }
 };
 
+// What only automation has, such as an array of rows: a result.
+template <>
+struct Abi<automation::Variant> {
+    using Type = VARIANT;
+    static constexpr VARTYPE kType = VT_VARIANT;
+    static void Put(automation::Variant value, VARIANT& place) { place = value.Detach(); }
+};
+
 template <class C>
 struct Abi<std::shared_ptr<C>> {
     using Type = IDispatch*;

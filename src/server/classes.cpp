@@ -23,6 +23,7 @@
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "review/ui_train.h"
+#include "server/data_objects.h"
 #include "server/host_modal.h"
 #include "server/object.h"
 #include "server/qmtraininfo.h"
@@ -513,20 +514,22 @@ const Class& ClassOf<WrongQuestions>() {
 
 std::span<const Class* const> CreatableClasses() {
     static const Class* const classes[] = {
-        &ClassOf<Utilities>(),       &ClassOf<TrainInfo>(),      &ClassOf<TrainResult>(),    &ClassOf<NCREUser>(),
-        &ClassOf<SubjectInfo>(),     &ClassOf<DataInfo>(),       &ClassOf<HostedQuestion>(), &ClassOf<QuestionType>(),
-        &ClassOf<FillAnswer>(),      &ClassOf<UITrain>(),        &ClassOf<Note>(),           &ClassOf<UIManageNotes>(),
-        &ClassOf<TrainStatistics>(), &ClassOf<WrongQuestions>(),
+        &ClassOf<Utilities>(),       &ClassOf<TrainInfo>(),      &ClassOf<TrainResult>(),
+        &ClassOf<NCREUser>(),        &ClassOf<SubjectInfo>(),    &ClassOf<DataInfo>(),
+        &ClassOf<HostedQuestion>(),  &ClassOf<QuestionType>(),   &ClassOf<FillAnswer>(),
+        &ClassOf<UITrain>(),         &ClassOf<Note>(),           &ClassOf<UIManageNotes>(),
+        &ClassOf<TrainStatistics>(), &ClassOf<WrongQuestions>(), &ClassOf<dao::EngineObject>(),
     };
     return classes;
 }
 
 std::span<const Class* const> OtherClasses() {
     static const Class* const classes[] = {
-        &ClassOf<TextCollection>(),
-        &ClassOf<dao::Recordset>(),
-        &ClassOf<FieldCollection>(),
-        &ClassOf<dao::Field>(),
+        &ClassOf<TextCollection>(),      &ClassOf<dao::Recordset>(),   &ClassOf<FieldCollection>(),
+        &ClassOf<dao::Field>(),          &ClassOf<dao::Workspace>(),   &ClassOf<dao::DatabaseObject>(),
+        &ClassOf<dao::TableObject>(),    &ClassOf<dao::FieldObject>(), &ClassOf<dao::IndexObject>(),
+        &ClassOf<dao::RelationObject>(), &ClassOf<dao::QueryDef>(),    &ClassOf<dao::ParameterObject>(),
+        &ClassOf<dao::PropertyObject>(), &ClassOf<dao::ErrorObject>(), &ClassOf<dao::Collection>(),
     };
     return classes;
 }

@@ -11,6 +11,7 @@
 #include "automation/variant.h"
 #include "core/text.h"
 #include "core/windows_text.h"
+#include "dao/engine_object.h"
 #include "server/call.h"
 #include "server/events.h"
 #include "server/module.h"
@@ -194,6 +195,7 @@ HRESULT AnswerException(const Object& object) noexcept {
         throw;
     } catch (const AutomationError& error) {
         try {
+            dao::RememberError(error);
             SetThreadError(object, error);
         } catch (const std::bad_alloc&) {
             return E_OUTOFMEMORY;

@@ -21,6 +21,21 @@ std::shared_ptr<dao::Field> FieldAt(FieldCollection& fields, Value index) {
     return {fields.rows, &field};
 }
 
+// Keys that are left out are the last ones.
+void Seek(dao::Recordset& rows, std::u16string_view comparison, Value k1, Value k2, Value k3, Value k4, Value k5,
+          Value k6, Value k7, Value k8, Value k9, Value k10, Value k11, Value k12, Value k13) {
+    std::vector<Value> keys;
+    for (Value* key : {&k1, &k2, &k3, &k4, &k5, &k6, &k7, &k8, &k9, &k10, &k11, &k12, &k13}) {
+        if (key->IsEmpty()) break;
+        keys.push_back(std::move(*key));
+    }
+    rows.Seek(comparison, keys);
+}
+
+std::shared_ptr<dao::Recordset> OpenFrom(dao::Recordset& rows, std::int32_t type, std::int32_t options) {
+    return rows.OpenRecordset(static_cast<dao::RecordsetType>(type), options);
+}
+
 ComPtr<IUnknown> FieldsIn(FieldCollection& fields) {
     std::vector<Variant> objects;
     for (const auto& field : fields.rows->Fields()) {
@@ -55,7 +70,7 @@ const Class& ClassOf<dao::Recordset>() {
             QMTRAIN_METHOD(MoveLast),
             QMTRAIN_METHOD(MoveNext),
             QMTRAIN_METHOD(MovePrevious),
-            QMTRAIN_METHOD(Move),
+            QMTRAIN_CALL(Move, [](C& rows, std::int32_t count) { rows.Move(count); }),
             QMTRAIN_METHOD(FindFirst),
             QMTRAIN_METHOD(FindNext),
             QMTRAIN_METHOD(AddNew),
@@ -64,6 +79,40 @@ const Class& ClassOf<dao::Recordset>() {
             QMTRAIN_METHOD(CancelUpdate),
             QMTRAIN_METHOD(Delete),
             QMTRAIN_METHOD(Close),
+            QMTRAIN_READ(Name, &C::Name),
+            QMTRAIN_READ(Type, [](C& rows) { return static_cast<std::int16_t>(rows.Type()); }),
+            QMTRAIN_READ(Bookmarkable, &C::Bookmarkable),
+            QMTRAIN_READ(EditMode, [](C& rows) { return static_cast<std::int16_t>(rows.EditMode()); }),
+            QMTRAIN_READ(LockEdits, [](C& rows) { return rows.LockEdits(); }),
+            QMTRAIN_WRITE(LockEdits, [](C& rows, bool value) { rows.LockEdits(value); }),
+            QMTRAIN_READ(AbsolutePosition, [](C& rows) { return rows.AbsolutePosition(); }),
+            QMTRAIN_WRITE(AbsolutePosition, [](C& rows, std::int32_t value) { rows.AbsolutePosition(value); }),
+            QMTRAIN_READ(PercentPosition, [](C& rows) { return rows.PercentPosition(); }),
+            QMTRAIN_WRITE(PercentPosition, [](C& rows, float value) { rows.PercentPosition(value); }),
+            QMTRAIN_METHOD(FindLast),
+            QMTRAIN_METHOD(FindPrevious),
+            QMTRAIN_READ(Index, [](C& rows) { return rows.Index(); }),
+            QMTRAIN_WRITE(Index, [](C& rows, std::u16string_view value) { rows.Index(value); }),
+            QMTRAIN_CALL(Seek, &Seek),
+            QMTRAIN_READ(Filter, [](C& rows) { return rows.Filter(); }),
+            QMTRAIN_WRITE(Filter, [](C& rows, std::u16string_view value) { rows.Filter(value); }),
+            QMTRAIN_READ(Sort, [](C& rows) { return rows.Sort(); }),
+            QMTRAIN_WRITE(Sort, [](C& rows, std::u16string_view value) { rows.Sort(value); }),
+            QMTRAIN_CALL(OpenRecordset, &OpenFrom),
+            QMTRAIN_METHOD(Clone),
+            QMTRAIN_METHOD(Requery),
+            QMTRAIN_READ(Restartable, &C::Restartable),
+            QMTRAIN_CALL(GetRows, [](C& rows, std::int32_t count) { return ToVariantTable(rows.GetRows(count)); }),
+            QMTRAIN_READ(DateCreated, &C::DateCreated),
+            QMTRAIN_READ(LastUpdated, &C::LastUpdated),
+            QMTRAIN_READ(ValidationRule, &C::ValidationRule),
+            QMTRAIN_READ(ValidationText, &C::ValidationText),
+            QMTRAIN_READ(Transactions, &C::Transactions),
+            QMTRAIN_READ(CacheSize, [](C& rows) { return rows.CacheSize(); }),
+            QMTRAIN_WRITE(CacheSize, [](C& rows, std::int32_t value) { rows.CacheSize(value); }),
+            QMTRAIN_READ(CacheStart, [](C& rows) { return rows.CacheStart(); }),
+            QMTRAIN_WRITE(CacheStart, [](C& rows, Bytes value) { rows.CacheStart(value); }),
+            QMTRAIN_CALL(FillCache, [](C& rows, Value, Value) { rows.FillCache(); }),
         }};
     return made;
 }
@@ -101,6 +150,19 @@ const Class& ClassOf<dao::Field>() {
             QMTRAIN_METHOD(FieldSize),
             QMTRAIN_METHOD(GetChunk),
             QMTRAIN_CALL(AppendChunk, [](C& field, qmtrain::Value chunk) { field.AppendChunk(chunk); }),
+            QMTRAIN_READ(Attributes, [](C& field) { return field.Definition().attributes; }),
+            QMTRAIN_READ(Required, [](C& field) { return field.Definition().required; }),
+            QMTRAIN_READ(AllowZeroLength, [](C& field) { return field.Definition().allow_zero_length; }),
+            QMTRAIN_READ(DefaultValue, [](C& field) { return field.Definition().default_value; }),
+            QMTRAIN_READ(ValidationRule, [](C& field) { return field.Definition().validation_rule; }),
+            QMTRAIN_READ(ValidationText, [](C& field) { return field.Definition().validation_text; }),
+            QMTRAIN_READ(OrdinalPosition,
+                         [](C& field) { return static_cast<std::int16_t>(field.Definition().ordinal); }),
+            QMTRAIN_READ(SourceField, [](C& field) { return field.Definition().source_field; }),
+            QMTRAIN_READ(SourceTable, [](C& field) { return field.Definition().source_table; }),
+            QMTRAIN_READ(CollatingOrder, [](C& field) { return std::int32_t{field.Definition().collating_order}; }),
+            QMTRAIN_READ(OriginalValue, &C::OriginalValue),
+            QMTRAIN_READ(DataUpdatable, &C::DataUpdatable),
         }};
     return made;
 }

@@ -172,4 +172,23 @@ void GiveSafeArray(OwnedSafeArray given, SAFEARRAY*& variable) {
     variable = given.release();
 }
 
+automation::Variant ToVariantTable(const std::vector<std::vector<Value>>& rows) {
+    const auto width = static_cast<ULONG>(rows.empty() ? 0 : rows.front().size());
+    SAFEARRAYBOUND bounds[] = {{width, 0}, {static_cast<ULONG>(rows.size()), 0}};
+    OwnedSafeArray table(SafeArrayCreate(VT_VARIANT, 2, bounds));
+    if (!table) throw std::bad_alloc();
+    for (LONG row = 0; row < static_cast<LONG>(rows.size()); ++row) {
+        for (LONG column = 0; column < static_cast<LONG>(width); ++column) {
+            const automation::Variant value(rows[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)]);
+            LONG place[] = {column, row};
+            automation::Check(SafeArrayPutElement(table.get(), place, const_cast<VARIANT*>(&value.Get())));
+        }
+    }
+    automation::Variant made;
+    VARIANT& place = *made.Out();
+    V_VT(&place) = VT_ARRAY | VT_VARIANT;
+    V_ARRAY(&place) = table.release();
+    return made;
+}
+
 }  // namespace qmtrain::server

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "automation/com.h"
+#include "automation/variant.h"
 
 namespace qmtrain::server {
 
@@ -37,5 +38,9 @@ bool KeepsItsSize(const SAFEARRAY* array);
 // many of them; otherwise ArrayFixedOrLocked is raised. Raises TypeMismatch for an array of
 // other elements. The variable is as it was when anything is raised.
 void GiveSafeArray(OwnedSafeArray given, SAFEARRAY*& variable);
+
+// An array of variants, a first index for the columns and a second one for the rows, both from 0. Requires: the rows
+// are of one width.
+automation::Variant ToVariantTable(const std::vector<std::vector<Value>>& rows);
 
 }  // namespace qmtrain::server

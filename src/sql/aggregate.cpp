@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "core/error.h"
 #include "sql/operators.h"
 
@@ -61,7 +62,9 @@ Value::Type Aggregate::ResultType() const {
         case AggregateKind::CountRows:
         case AggregateKind::Count: return Value::Type::Long;
         case AggregateKind::Sum:
-        case AggregateKind::Avg: return AddsCurrency() ? Value::Type::Currency : Value::Type::Double;
+        case AggregateKind::Avg:
+            if (AddsDecimals()) return Value::Type::Decimal;
+            return AddsCurrency() ? Value::Type::Currency : Value::Type::Double;
         case AggregateKind::Min:
         case AggregateKind::Max:
         case AggregateKind::First:
@@ -72,6 +75,10 @@ Value::Type Aggregate::ResultType() const {
 
 Shape Aggregate::ResultShape() const {
     const bool own = kind_ >= AggregateKind::Min && kind_ <= AggregateKind::Last;
+    if (kind_ == AggregateKind::Sum && AddsDecimals()) {
+        constexpr int kMostDigits = 28;
+        return {ColumnType::Decimal, 0, kMostDigits, argument_->GetShape().scale};
+    }
     return own ? argument_->GetShape() : ShapeOf(ResultType());
 }
 
@@ -97,13 +104,15 @@ void Aggregate::Step(AggregateState& state, Value& slot) {
             if (state.count == 1 || CompareValues(value, slot) > 0) slot = value;
             break;
         case AggregateKind::Sum:
-        case AggregateKind::Avg: AddTo(state, value); break;
+        case AggregateKind::Avg: AddTo(state, value, slot); break;
         default: AddToSpread(state, NumberOf(value));
     }
 }
 
-void Aggregate::AddTo(AggregateState& state, const Value& value) const {
-    if (!AddsCurrency()) {
+void Aggregate::AddTo(AggregateState& state, const Value& value, Value& slot) const {
+    if (AddsDecimals()) {
+        slot = state.count == 1 ? value : Value(qmtrain::Add(slot.As<Decimal>(), value.As<Decimal>()));
+    } else if (!AddsCurrency()) {
         state.sum += NumberOf(value);
     } else if (__builtin_add_overflow(state.currency, ToCurrency(value).scaled, &state.currency)) {
         Raise(ErrorNumber::Overflow);
@@ -126,12 +135,14 @@ void Aggregate::Finish(const AggregateState& state, Value& slot) const {
                 slot = Null{};
             else if (AddsCurrency())
                 slot = Currency{state.currency};
-            else
+            else if (!AddsDecimals())
                 slot = state.sum;
             break;
         case AggregateKind::Avg:
             if (state.count == 0)
                 slot = Null{};
+            else if (AddsDecimals())
+                slot = Divide(slot.As<Decimal>(), ToDecimal(Value(static_cast<std::int32_t>(state.count))));
             else if (AddsCurrency())
                 slot = Currency{static_cast<std::int64_t>(std::nearbyint(static_cast<double>(state.currency) / count))};
             else

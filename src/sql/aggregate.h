@@ -21,7 +21,8 @@ bool FindAggregate(std::u16string_view name, AggregateKind& kind);
 // Whether an expression of a select has an aggregate of that select in it.
 bool ContainsAggregate(const ast::Expression& expression);
 
-// Numbers an aggregate has seen so far. Min, Max, First and Last keep theirs in the group's row instead.
+// Numbers an aggregate has seen so far. Min, Max, First and Last, and sums of decimals, keep theirs in the group's row
+// instead.
 struct AggregateState {
     std::int64_t count = 0;
     std::int64_t currency = 0;  // the sum of amounts, kept apart from `sum` so that it stays exact
@@ -45,8 +46,9 @@ public:
     void Finish(const AggregateState& state, Value& slot) const;
 
 private:
+    bool AddsDecimals() const { return argument_ != nullptr && argument_->Type() == Value::Type::Decimal; }
     bool AddsCurrency() const { return argument_ != nullptr && argument_->Type() == Value::Type::Currency; }
-    void AddTo(AggregateState& state, const Value& value) const;
+    void AddTo(AggregateState& state, const Value& value, Value& slot) const;
 
     AggregateKind kind_;
     Expression* argument_;  // null for Count(*)

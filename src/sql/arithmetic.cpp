@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "core/error.h"
 #include "core/work.h"
 #include "sql/operators.h"
@@ -12,8 +13,8 @@ namespace {
 
 using ast::BinaryOperator;
 
-// How a value takes part in arithmetic. Decimals and texts count as Doubles.
-enum class Kind : std::uint8_t { Unknown, Whole, Single, Double, Currency, Date };
+// How a value takes part in arithmetic. Texts count as Doubles.
+enum class Kind : std::uint8_t { Unknown, Whole, Single, Double, Currency, Decimal, Date };
 
 Kind KindOf(Value::Type type) {
     switch (type) {
@@ -23,6 +24,7 @@ Kind KindOf(Value::Type type) {
         case Value::Type::Long: return Kind::Whole;
         case Value::Type::Single: return Kind::Single;
         case Value::Type::Currency: return Kind::Currency;
+        case Value::Type::Decimal: return Kind::Decimal;
         case Value::Type::Date: return Kind::Date;
         case Value::Type::Empty:
         case Value::Type::Null: return Kind::Unknown;
@@ -39,6 +41,8 @@ Kind ResultKind(BinaryOperator op, Kind a, Kind b) {
         const bool difference = op == BinaryOperator::Subtract && a == b;
         return additive && !difference ? Kind::Date : Kind::Double;
     }
+    const bool inexact = a == Kind::Double || b == Kind::Double || a == Kind::Single || b == Kind::Single;
+    if (a == Kind::Decimal || b == Kind::Decimal) return inexact ? Kind::Double : Kind::Decimal;
     if (op == BinaryOperator::Divide) return a == Kind::Single && b == Kind::Single ? Kind::Single : Kind::Double;
     if (a == b) return a;
     if (a == Kind::Double || b == Kind::Double) return Kind::Double;
@@ -55,6 +59,7 @@ Value::Type TypeOf(Kind kind) {
         case Kind::Single: return Value::Type::Single;
         case Kind::Double: return Value::Type::Double;
         case Kind::Currency: return Value::Type::Currency;
+        case Kind::Decimal: return Value::Type::Decimal;
         case Kind::Date: return Value::Type::Date;
     }
     return Value::Type::Empty;
@@ -121,8 +126,19 @@ Currency CurrencyResult(BinaryOperator op, const Value& a, const Value& b) {
     return {result};
 }
 
+Decimal DecimalResult(BinaryOperator op, const Decimal& a, const Decimal& b) {
+    switch (op) {
+        case BinaryOperator::Add: return Add(a, b);
+        case BinaryOperator::Subtract: return Subtract(a, b);
+        case BinaryOperator::Multiply: return Multiply(a, b);
+        default: return Divide(a, b);
+    }
+}
+
 float SingleResult(BinaryOperator op, const Value& a, const Value& b) {
-    return ToSingle(Value(CheckedDouble(DoubleResult(op, ToDouble(a), ToDouble(b)))));
+    const auto single = static_cast<float>(CheckedDouble(DoubleResult(op, DoubleOf(a), DoubleOf(b))));
+    if (std::isinf(single)) Raise(ErrorNumber::Overflow);
+    return single;
 }
 
 class Arithmetic : public Expression {
@@ -140,18 +156,33 @@ public:
             JoinTexts(left.Text(), right.Text());
             return result_;
         }
-        switch (ResultKind(op_, KindOf(left.GetType()), KindOf(right.GetType()))) {
+        switch (KindFor(left.GetType(), right.GetType())) {
             case Kind::Unknown: result_ = Null{}; break;
-            case Kind::Whole: result_ = WholeResult(op_, left, right); break;
-            case Kind::Single: result_ = SingleResult(op_, left, right); break;
-            case Kind::Double: result_ = CheckedDouble(DoubleResult(op_, ToDouble(left), ToDouble(right))); break;
-            case Kind::Currency: result_ = CurrencyResult(op_, left, right); break;
-            case Kind::Date: result_ = ToDate(Value(DoubleResult(op_, ToDouble(left), ToDouble(right)))); break;
+            case Kind::Whole: result_.SetNumber(WholeResult(op_, left, right)); break;
+            case Kind::Single: result_.SetNumber(SingleResult(op_, left, right)); break;
+            case Kind::Double:
+                result_.SetNumber(CheckedDouble(DoubleResult(op_, DoubleOf(left), DoubleOf(right))));
+                break;
+            case Kind::Currency: result_.SetNumber(CurrencyResult(op_, left, right)); break;
+            case Kind::Decimal: result_ = DecimalResult(op_, ToDecimal(left), ToDecimal(right)); break;
+            case Kind::Date:
+                result_.SetNumber(ToDate(Value(DoubleResult(op_, DoubleOf(left), DoubleOf(right)))));
+                break;
         }
         return result_;
     }
 
 private:
+    // Rows mostly have the types of the one before.
+    Kind KindFor(Value::Type left, Value::Type right) {
+        if (left != left_type_ || right != right_type_) {
+            kind_ = ResultKind(op_, KindOf(left), KindOf(right));
+            left_type_ = left;
+            right_type_ = right;
+        }
+        return kind_;
+    }
+
     static Value::Type StaticType(BinaryOperator op, Value::Type a, Value::Type b) {
         if (op == BinaryOperator::Add && a == Value::Type::Text && b == Value::Type::Text) return Value::Type::Text;
         return TypeOf(ResultKind(op, KindOf(a), KindOf(b)));
@@ -166,6 +197,9 @@ private:
     BinaryOperator op_;
     ExpressionPtr left_;
     ExpressionPtr right_;
+    Value::Type left_type_ = Value::Type::Empty;
+    Value::Type right_type_ = Value::Type::Empty;
+    Kind kind_ = Kind::Unknown;  // of those two
     Value result_;
 };
 
@@ -186,13 +220,14 @@ public:
         text.clear();
         if (!left.IsNull()) AppendText(left, text);
         if (!right.IsNull()) AppendText(right, text);
-        if (text.size() > kLongText) Work::Hold(text.size() * sizeof(char16_t));
+        if (text.size() > kLongText) {
+            Work::Hold(text.size() * sizeof(char16_t));
+            Work::Look();
+        }
         return result_;
     }
 
 private:
-    static constexpr std::size_t kLongText = 1 << 16;
-
     ExpressionPtr left_;
     ExpressionPtr right_;
     Value result_;
@@ -214,6 +249,7 @@ public:
             case Kind::Single: result_ = -value.As<float>(); break;
             case Kind::Double: result_ = -ToDouble(value); break;
             case Kind::Currency: result_ = CurrencyResult(BinaryOperator::Subtract, Value(Currency{}), value); break;
+            case Kind::Decimal: result_ = Subtract(Decimal{}, value.As<Decimal>()); break;
             case Kind::Date: result_ = ToDate(Value(-ToDouble(value))); break;
         }
         return result_;

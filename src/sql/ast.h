@@ -27,6 +27,7 @@ enum class ExpressionKind : std::uint8_t {
     InList,
     InSelect,
     Exists,
+    Quantified,
     SubSelect,
     Call,
 };
@@ -131,6 +132,15 @@ struct Exists : Expression {
     std::unique_ptr<Select> select;
 };
 
+// "subject op ANY (select)", or ALL.
+struct Quantified : Expression {
+    Quantified() : Expression(ExpressionKind::Quantified) {}
+    BinaryOperator op = BinaryOperator::Equal;
+    ExpressionPtr subject;
+    std::unique_ptr<Select> select;
+    bool all = false;
+};
+
 struct SubSelect : Expression {
     SubSelect() : Expression(ExpressionKind::SubSelect) {}
     std::unique_ptr<Select> select;
@@ -205,8 +215,16 @@ struct SelectPart {
     bool union_all = false;  // joined with UNION ALL to the part before
 };
 
+// "TRANSFORM value SELECT … PIVOT pivot IN (headings)": a column for each value of the pivot.
+struct Crosstab {
+    ExpressionPtr value;
+    ExpressionPtr pivot;
+    std::vector<ExpressionPtr> headings;  // empty: all that there are
+};
+
 struct Select {
-    std::vector<SelectPart> parts;  // never empty
+    std::unique_ptr<Crosstab> crosstab;  // null when there is none
+    std::vector<SelectPart> parts;       // never empty
     std::vector<OrderItem> order_by;
 };
 
@@ -296,10 +314,20 @@ struct AlterTable {
     struct DropConstraint {
         std::u16string name;
     };
-    std::variant<ColumnDefinition, Constraint, DropColumn, DropConstraint> action;
+    struct AlterColumn {
+        ColumnDefinition definition;
+    };
+    std::variant<ColumnDefinition, Constraint, DropColumn, DropConstraint, AlterColumn> action;
+};
+
+// What a statement's PARAMETERS clause declares.
+struct Parameter {
+    Column column;
+    bool typed = true;
 };
 
 struct Statement {
+    std::vector<Parameter> parameters;
     std::variant<Select, Insert, Update, Delete, CreateTable, CreateIndex, DropTable, DropIndex, AlterTable> node;
 };
 

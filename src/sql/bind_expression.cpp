@@ -38,6 +38,12 @@ ExpressionPtr ExpressionBinder::Bind(const ast::Expression& expression) {
         }
         case ExpressionKind::InList: return BindInList(static_cast<const ast::InList&>(expression));
         case ExpressionKind::InSelect: return BindInSelect(static_cast<const ast::InSelect&>(expression));
+        case ExpressionKind::Quantified: {
+            const auto& quantified = static_cast<const ast::Quantified&>(expression);
+            ExpressionPtr subject = Bind(*quantified.subject);
+            return MakeQuantified(quantified.op, std::move(subject), BindSubSelect(*quantified.select, true),
+                                  quantified.all);
+        }
         case ExpressionKind::Exists:
             return MakeExists(BindSubSelect(*static_cast<const ast::Exists&>(expression).select, false));
         case ExpressionKind::SubSelect:
@@ -66,7 +72,8 @@ ExpressionPtr ExpressionBinder::BindColumn(const ast::ColumnName& name) {
     }
     if (ExpressionPtr alias = BindAlias(name)) return alias;
     if (ExpressionPtr outer = BindOuterColumn(name)) return outer;
-    Raise(ErrorNumber::MissingParameter, {name.name});
+    if (!name.table.empty()) Raise(ErrorNumber::MissingParameter, {name.name});
+    return context_.parameters.Bind(name.name);
 }
 
 ExpressionPtr ExpressionBinder::BindOuterColumn(const ast::ColumnName& name) {

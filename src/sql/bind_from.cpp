@@ -50,6 +50,7 @@ private:
         const Statement statement = Parse(text);
         const auto* select = std::get_if<ast::Select>(&statement.Tree().node);
         if (select == nullptr || !statement.YieldsRows()) Raise(ErrorNumber::NoSuchTable, {name});
+        context_.parameters.Declare(statement.Tree().parameters);
         context_.open_queries.push_back(std::move(folded));
         std::unique_ptr<Plan> plan = BindSelect(context_, *select, nullptr);
         context_.open_queries.pop_back();

@@ -6,6 +6,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "sql/binder.h"
+#include "sql/editable_join.h"
 #include "sql/group.h"
 #include "sql/index_choice.h"
 #include "sql/index_ends.h"
@@ -40,6 +41,8 @@ bool ContainsAggregate(const ast::Expression& expression) {
         }
         case ExpressionKind::IsNull: return ContainsAggregate(static_cast<const ast::IsNull&>(expression).subject);
         case ExpressionKind::InSelect: return ContainsAggregate(static_cast<const ast::InSelect&>(expression).subject);
+        case ExpressionKind::Quantified:
+            return ContainsAggregate(static_cast<const ast::Quantified&>(expression).subject);
         case ExpressionKind::InList: {
             const auto& in = static_cast<const ast::InList&>(expression);
             const auto contains = [](const ast::ExpressionPtr& item) { return ContainsAggregate(item); };
@@ -98,14 +101,13 @@ public:
         BindOrder();
         scope_.grouping = nullptr;
 
+        if (CanBeEdited()) FindEditable();
         PlanRows();
         if (grouped_) AddGroup(having);
         FinishOutputs();
         AddDistinct();
         AddOrderAndTop();
         plan_->correlated = scope_.outer_used;
-        plan_->updatable = !grouped_ && !part_.distinct && plan_->sources.size() == 1 && plan_->tables.size() == 1 &&
-                           plan_->tables[0]->IsUpdatable();
         return std::move(plan_);
     }
 
@@ -313,6 +315,24 @@ private:
     bool OnlyCounts() const {
         const auto counts = [](const Aggregate& aggregate) { return aggregate.Kind() == AggregateKind::CountRows; };
         return keys_.empty() && std::ranges::all_of(grouping_.aggregates, counts);
+    }
+
+    // The rows are those of tables, each as it is.
+    bool CanBeEdited() const {
+        const std::size_t tables = plan_->tables.size();
+        const bool merged = part_.distinct || (part_.distinct_row && tables > 1);
+        return !grouped_ && !merged && tables > 0 && plan_->sources.size() == tables &&
+               std::ranges::all_of(plan_->tables, [](const auto& table) { return table->IsUpdatable(); });
+    }
+
+    void FindEditable() {
+        if (plan_->tables.size() == 1) {
+            plan_->editable = 0;
+            return;
+        }
+        EditableJoin join = FindEditableJoin(plan_->table_sources, *joins_, where_);
+        plan_->editable = join.table;
+        plan_->lookups = std::move(join.lookups);
     }
 
     void AddDistinct() {
@@ -532,6 +552,7 @@ private:
 }  // namespace
 
 std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& written, Scope* parent) {
+    if (written.crosstab != nullptr) return BindCrosstab(context, written);
     const auto delegated = parent == nullptr ? context.catalog.Delegate(written) : nullptr;
     const ast::Select& select = delegated != nullptr ? *delegated : written;
     const int depth_before = std::exchange(context.depth, 0);

@@ -7,6 +7,7 @@
 
 #include "core/work.h"
 #include "sql/ast.h"
+#include "sql/parameters.h"
 #include "sql/plan.h"
 #include "sql/planner.h"
 #include "sql/scope.h"
@@ -15,12 +16,13 @@ namespace qmtrain::sql {
 
 // What one statement's binding shares, sub-queries and saved queries included.
 struct BindContext {
-    explicit BindContext(Catalog& its_catalog) : catalog(its_catalog) {}
+    BindContext(Catalog& its_catalog, Parameters& its_parameters) : catalog(its_catalog), parameters(its_parameters) {}
 
     // Whether the statement reads that table anywhere.
     bool UsesTable(std::u16string_view name) const;
 
     Catalog& catalog;
+    Parameters& parameters;
     std::vector<std::u16string> open_queries;  // saved queries being bound, so that none contains itself
     std::vector<std::u16string> used_tables;   // folded names
     std::vector<const Plan*> subqueries;       // of expressions, in the order in which they were bound
@@ -104,5 +106,8 @@ std::unique_ptr<JoinNode> BindFrom(BindContext& context, const ast::TableExpress
 
 // A whole SELECT; `parent` is the scope of the query around it.
 std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent);
+
+// One with a TRANSFORM. Which columns it has is seen by a look at the rows.
+std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& select);
 
 }  // namespace qmtrain::sql

@@ -100,7 +100,10 @@ Value DefaultValue(const Column& column) {
         void AddReference(std::u16string_view, const Reference&) override {}
     };
     NoTables catalog;
-    BindContext context(catalog);
+    const ast::Statement no_statement;
+    const ParameterValues no_values;
+    Parameters parameters(no_statement, no_values);
+    BindContext context(catalog, parameters);
     Scope scope(nullptr);
     const ast::ExpressionPtr tree = Parser(text).ParseWholeExpression();
     return ConvertToColumn(ExpressionBinder(context, scope).Bind(*tree)->Evaluate(), column);

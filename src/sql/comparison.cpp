@@ -1,7 +1,10 @@
 // Comparisons and the predicates made of them.
+#include <algorithm>
+
 #include "core/collation.h"
 #include "core/convert.h"
 #include "core/error.h"
+#include "core/work.h"
 #include "sql/key.h"
 #include "sql/operators.h"
 
@@ -20,7 +23,7 @@ int CompareNumbers(const Value& a, const Value& b) {
         if (a.GetType() == Value::Type::Long) return Order(a.As<std::int32_t>(), b.As<std::int32_t>());
         if (a.GetType() == Value::Type::Currency) return Order(a.As<Currency>().scaled, b.As<Currency>().scaled);
     }
-    return Order(ToDouble(a), ToDouble(b));
+    return Order(DoubleOf(a), DoubleOf(b));
 }
 
 bool Holds(BinaryOperator op, int order) {
@@ -35,8 +38,11 @@ bool Holds(BinaryOperator op, int order) {
 }
 
 Truth TestOrder(BinaryOperator op, const Value& a, const Value& b) {
-    if (FamilyOf(a.GetType()) == Family::Any || FamilyOf(b.GetType()) == Family::Any) return Truth::Unknown;
-    return MakeTruth(Holds(op, CompareValues(a, b)));
+    const Family family = FamilyOf(a.GetType());
+    const Family other = FamilyOf(b.GetType());
+    if (family == Family::Any || other == Family::Any) return Truth::Unknown;
+    const bool numbers = family == Family::Number && other == Family::Number;
+    return MakeTruth(Holds(op, numbers ? CompareNumbers(a, b) : CompareValues(a, b)));
 }
 
 class Comparison : public Condition {
@@ -54,6 +60,28 @@ private:
     ExpressionPtr left_;
     ExpressionPtr right_;
 };
+
+// A column and a text that is written out: most rows are told from it where they are stored.
+class TextComparison : public Condition {
+public:
+    TextComparison(BinaryOperator op, ExpressionPtr column, ExpressionPtr literal)
+        : op_(op), column_(std::move(column)), literal_(std::move(literal)), text_(literal_->Evaluate().Text()) {}
+
+    Truth Test() override {
+        if (const auto narrow = column_->NarrowText()) return MakeTruth(Holds(op_, collation::Compare(*narrow, text_)));
+        return TestOrder(op_, column_->Evaluate(), literal_->Evaluate());
+    }
+
+private:
+    BinaryOperator op_;
+    ExpressionPtr column_;
+    ExpressionPtr literal_;
+    std::u16string_view text_;
+};
+
+bool IsTextLiteral(const Expression& expression) {
+    return expression.Type() == Value::Type::Text && dynamic_cast<const LiteralExpression*>(&expression) != nullptr;
+}
 
 Truth Both(Truth a, Truth b) {
     if (a == Truth::False || b == Truth::False) return Truth::False;
@@ -158,7 +186,9 @@ int CompareValues(const Value& a, const Value& b) {
     const Family family = FamilyOf(a.GetType());
     if (family != FamilyOf(b.GetType())) Raise(ErrorNumber::CriteriaTypeMismatch);
     switch (family) {
-        case Family::Text: return collation::Compare(a.Text(), b.Text());
+        case Family::Text:
+            if (std::min(a.Text().size(), b.Text().size()) > kLongText) Work::Look();
+            return collation::Compare(a.Text(), b.Text());
         case Family::Binary: return a.Binary() < b.Binary() ? -1 : a.Binary() > b.Binary() ? 1 : 0;
         default: return CompareNumbers(a, b);
     }
@@ -176,6 +206,9 @@ bool IsComparison(BinaryOperator op) {
 
 ExpressionPtr MakeComparison(BinaryOperator op, ExpressionPtr left, ExpressionPtr right) {
     CheckComparable(left->Type(), right->Type());
+    if (left->AsColumn() != nullptr && left->Type() == Value::Type::Text && IsTextLiteral(*right)) {
+        return std::make_unique<TextComparison>(op, std::move(left), std::move(right));
+    }
     return std::make_unique<Comparison>(op, std::move(left), std::move(right));
 }
 

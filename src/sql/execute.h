@@ -4,15 +4,16 @@
 #include <cstdint>
 
 #include "sql/ast.h"
+#include "sql/parameters.h"
 #include "sql/row_operator.h"
 #include "sql/storage.h"
 
 namespace qmtrain::sql {
 
-std::int64_t Run(Catalog& catalog, const ast::Select& select);  // SELECT … INTO
-std::int64_t Run(Catalog& catalog, const ast::Insert& insert);
-std::int64_t Run(Catalog& catalog, const ast::Update& update);
-std::int64_t Run(Catalog& catalog, const ast::Delete& statement);
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& select);  // SELECT … INTO
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Insert& insert);
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Update& update);
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Delete& statement);
 std::int64_t Run(Catalog& catalog, const ast::CreateTable& create);
 std::int64_t Run(Catalog& catalog, const ast::CreateIndex& create);
 std::int64_t Run(Catalog& catalog, const ast::DropTable& drop);
@@ -20,9 +21,9 @@ std::int64_t Run(Catalog& catalog, const ast::DropIndex& drop);
 std::int64_t Run(Catalog& catalog, const ast::AlterTable& alter);
 
 // What they would do, for people.
-void Explain(Catalog& catalog, const ast::Select& select, Explanation& out);  // SELECT … INTO
-void Explain(Catalog& catalog, const ast::Insert& insert, Explanation& out);
-void Explain(Catalog& catalog, const ast::Update& update, Explanation& out);
-void Explain(Catalog& catalog, const ast::Delete& statement, Explanation& out);
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Select& select, Explanation& out);  // SELECT … INTO
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Insert& insert, Explanation& out);
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Update& update, Explanation& out);
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Delete& statement, Explanation& out);
 
 }  // namespace qmtrain::sql

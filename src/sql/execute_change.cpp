@@ -14,7 +14,7 @@ constexpr std::size_t kRowsBetweenLooks = 1024;
 
 // A statement's tables, joined and narrowed down by its condition.
 struct Target {
-    explicit Target(Catalog& catalog) : context(catalog), scope(nullptr) {}
+    Target(Catalog& catalog, Parameters& parameters) : context(catalog, parameters), scope(nullptr) {}
 
     void PlanRows(const ast::ExpressionPtr& condition) {
         if (condition != nullptr) ExpressionBinder(context, scope).BindConjuncts(*condition, plan, where);
@@ -129,32 +129,32 @@ TableSource& FindDeleteTarget(const Target& target, const ast::Delete& statement
 
 }  // namespace
 
-void Explain(Catalog& catalog, const ast::Update& update, Explanation& out) {
-    Target target(catalog);
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Update& update, Explanation& out) {
+    Target target(catalog, parameters);
     target.joins = BindFrom(target.context, update.table, target.scope, target.plan);
     const Updater updater(target, update);
     target.PlanRows(update.where);
     ExplainPlan(u"update of " + updater.TableNames(), target.plan, target.context, out);
 }
 
-void Explain(Catalog& catalog, const ast::Delete& statement, Explanation& out) {
-    Target target(catalog);
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Delete& statement, Explanation& out) {
+    Target target(catalog, parameters);
     target.joins = BindFrom(target.context, statement.from, target.scope, target.plan);
     const TableSource& source = FindDeleteTarget(target, statement);
     target.PlanRows(statement.where);
     ExplainPlan(u"deletion from " + source.GetTable()->Name(), target.plan, target.context, out);
 }
 
-std::int64_t Run(Catalog& catalog, const ast::Update& update) {
-    Target target(catalog);
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Update& update) {
+    Target target(catalog, parameters);
     target.joins = BindFrom(target.context, update.table, target.scope, target.plan);
     Updater updater(target, update);
     target.PlanRows(update.where);
     return updater.Run();
 }
 
-std::int64_t Run(Catalog& catalog, const ast::Delete& statement) {
-    Target target(catalog);
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Delete& statement) {
+    Target target(catalog, parameters);
     target.joins = BindFrom(target.context, statement.from, target.scope, target.plan);
     TableSource& source = FindDeleteTarget(target, statement);
     target.PlanRows(statement.where);

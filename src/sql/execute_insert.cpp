@@ -15,10 +15,10 @@ class Inserter {
 public:
     Inserter(Table& table, std::vector<int> columns) : table_(table), columns_(std::move(columns)) {
         const std::vector<Column>& all = table.Columns();
-        defaults_.resize(all.size());
+        row_.resize(all.size());
         for (std::size_t i = 0; i < all.size(); ++i) {
             const bool given = std::ranges::find(columns_, static_cast<int>(i)) != columns_.end();
-            if (!given) defaults_[i] = DefaultValue(all[i]);
+            if (!given) row_[i] = DefaultValue(all[i]);
         }
     }
 
@@ -27,7 +27,6 @@ public:
     // Requires: as many values as columns.
     void Add(std::span<const Value* const> values) {
         steps_.Next();
-        row_ = defaults_;
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             const auto column = static_cast<std::size_t>(columns_[i]);
             row_[column] = ConvertToColumn(*values[i], table_.Columns()[column]);
@@ -42,8 +41,7 @@ public:
 private:
     Table& table_;
     std::vector<int> columns_;
-    std::vector<Value> defaults_;
-    std::vector<Value> row_;
+    std::vector<Value> row_;  // with the defaults of the columns that are not given
     std::int64_t count_ = 0;
     WorkSteps steps_;
 };
@@ -130,10 +128,10 @@ void InsertRows(Plan& plan, Inserter& inserter, bool collect) {
     inserts.End();
 }
 
-std::int64_t InsertValues(Catalog& catalog, const ast::Insert& insert, Table& table) {
+std::int64_t InsertValues(Catalog& catalog, Parameters& parameters, const ast::Insert& insert, Table& table) {
     Inserter inserter(table, TargetColumns(table, insert.columns));
     if (insert.values.size() != inserter.Width()) Raise(ErrorNumber::InsertCountMismatch);
-    BindContext context(catalog);
+    BindContext context(catalog, parameters);
     Scope scope(nullptr);
     ExpressionBinder binder(context, scope);
     std::vector<ExpressionPtr> values;
@@ -158,7 +156,7 @@ Column ColumnFor(const PlanOutput& output) {
 
 }  // namespace
 
-void Explain(Catalog& catalog, const ast::Insert& insert, Explanation& out) {
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Insert& insert, Explanation& out) {
     const std::shared_ptr<Table> table = RequireTable(catalog, insert.table);
     std::u16string heading = u"insertion into " + table->Name();
     if (insert.select == nullptr) {
@@ -166,23 +164,23 @@ void Explain(Catalog& catalog, const ast::Insert& insert, Explanation& out) {
         out.AddBelow(u"a single row");
         return;
     }
-    BindContext context(catalog);
+    BindContext context(catalog, parameters);
     const std::unique_ptr<Plan> plan = BindSelect(context, *insert.select, nullptr);
     if (context.UsesTable(table->Name())) heading += u", all rows held in memory first";
     ExplainPlan(heading, *plan, context, out);
 }
 
-void Explain(Catalog& catalog, const ast::Select& select, Explanation& out) {
-    BindContext context(catalog);
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Select& select, Explanation& out) {
+    BindContext context(catalog, parameters);
     const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
     ExplainPlan(u"new table " + select.parts.front().into, *plan, context, out);
 }
 
-std::int64_t Run(Catalog& catalog, const ast::Insert& insert) {
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Insert& insert) {
     const std::shared_ptr<Table> table = RequireTable(catalog, insert.table);
-    if (insert.select == nullptr) return InsertValues(catalog, insert, *table);
+    if (insert.select == nullptr) return InsertValues(catalog, parameters, insert, *table);
 
-    BindContext context(catalog);
+    BindContext context(catalog, parameters);
     const std::unique_ptr<Plan> plan = BindSelect(context, *insert.select, nullptr);
     Inserter inserter(*table,
                       insert.columns.empty() ? MatchingColumns(*table, *plan) : TargetColumns(*table, insert.columns));
@@ -191,10 +189,10 @@ std::int64_t Run(Catalog& catalog, const ast::Insert& insert) {
     return inserter.Count();
 }
 
-std::int64_t Run(Catalog& catalog, const ast::Select& select) {
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& select) {
     const std::u16string& name = select.parts.front().into;
     if (catalog.FindTable(name) != nullptr) Raise(ErrorNumber::TableExists, {name});
-    BindContext context(catalog);
+    BindContext context(catalog, parameters);
     const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
     TableDefinition definition;
     definition.name = name;

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "core/value.h"
@@ -32,6 +34,10 @@ public:
 
     // The value as a condition.
     virtual Truth Test();
+
+    // The value, where it is a text that can be looked at as it is stored, see Cursor::NarrowText. Nothing says nothing
+    // about the value.
+    virtual std::optional<std::string_view> NarrowText() { return std::nullopt; }
 
     // The type of every value that is not Null; Empty where it is known only row by row.
     Value::Type Type() const { return type_; }
@@ -68,6 +74,7 @@ public:
           column_(column) {}
 
     const Value& Evaluate() override { return source_.Get(slot_); }
+    std::optional<std::string_view> NarrowText() override { return source_.NarrowText(slot_); }
     Shape GetShape() const override { return source_.Columns()[static_cast<std::size_t>(column_)].shape; }
 
     const SlotExpression* AsColumn() const override { return this; }

@@ -6,9 +6,15 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "core/work.h"
+#include "sql/operators.h"
 
 namespace qmtrain::sql {
 namespace {
+
+bool IsLong(const Value& value) {
+    return value.IsText() && value.Text().size() > kLongText;
+}
 
 class CallExpression : public Expression {
 public:
@@ -24,6 +30,10 @@ public:
             }
         }
         info_.function(values_, result_);
+        if (IsLong(result_)) Work::Hold(result_.Text().size() * sizeof(char16_t));
+        if (IsLong(result_) || std::ranges::any_of(values_, [](const Value* value) { return IsLong(*value); })) {
+            Work::Look();
+        }
         return result_;
     }
 

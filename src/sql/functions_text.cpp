@@ -6,6 +6,7 @@
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "core/work.h"
 #include "sql/functions.h"
 
 namespace qmtrain::sql {
@@ -33,8 +34,10 @@ std::size_t Position(const Value& value) {
     return position - 1;
 }
 
+// Before a text of that length is made.
 void CheckLength(std::size_t length) {
     if (length > kLongestText) Raise(ErrorNumber::SystemResourceExceeded);
+    Work::Hold(length * sizeof(char16_t));
 }
 
 // `text` must not be part of `result`.
@@ -156,12 +159,14 @@ void ReplaceText(Arguments a, Value& result) {
     const Case letter_case = IgnoresCase(a, 5) ? Case::Ignored : Case::Counts;
     std::u16string out;
     std::size_t place = 0;
+    WorkSteps steps;
     while (left != 0 && !wanted.empty()) {
         const std::size_t found = Find(text, wanted, place, letter_case);
         if (found == std::u16string_view::npos) break;
         out += text.substr(place, found - place);
         out += replacement;
         CheckLength(out.size());
+        steps.Next();
         place = found + wanted.size();
         if (left > 0) --left;
     }

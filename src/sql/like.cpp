@@ -1,7 +1,12 @@
 #include "sql/like.h"
 
 #include <algorithm>
+#include <bit>
+#include <compare>
+#include <iterator>
+#include <map>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -22,176 +27,296 @@ char16_t Fold(char16_t unit) {
     return unit == kLongS ? unit : ToUpper(unit);
 }
 
+char16_t UnitOf(char unit) {
+    return static_cast<unsigned char>(unit);
+}
+char16_t UnitOf(char16_t unit) {
+    return unit;
+}
+
 // Whether the unit is a letter that another program's order may know in one case only.
 bool HasOddCase(char16_t unit) {
     return unit >= 0x80 && (ToUpper(unit) != unit || ToLower(unit) != unit);
 }
 
-bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
-}
-
-class Matcher {
+// Letters of one set, folded.
+class UnitSet {
 public:
-    Matcher(std::u16string_view text, std::u16string_view pattern) : text_(text), pattern_(pattern) {}
-
-    // Going back to the last "*" is enough: what an earlier one could take, the last one can take as well.
-    bool Run() {
-        constexpr std::size_t kNone = std::u16string_view::npos;
-        std::size_t star = kNone;  // the pattern behind the last "*"
-        std::size_t star_text = 0;
-        std::size_t t = 0;
-        std::size_t p = 0;
-        WorkSteps steps;
-        while (t < text_.size()) {
-            steps.Next();
-            if (p < pattern_.size() && pattern_[p] == u'*') {
-                star = ++p;
-                star_text = t;
-            } else if (std::size_t next = p; p < pattern_.size() && MatchesUnit(text_[t], next)) {
-                p = next;
-                ++t;
-            } else if (star != kNone) {
-                p = star;
-                t = ++star_text;
-            } else {
-                return false;
-            }
+    // `text`: what stands between the brackets. False when a range runs backwards.
+    bool Read(std::u16string_view text) {
+        negated_ = text.size() > 1 && text.front() == u'!';
+        if (negated_) text.remove_prefix(1);
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const bool range = i + 2 < text.size() && text[i + 1] == u'-';
+            ranges_.emplace_back(Fold(text[i]), Fold(text[range ? i + 2 : i]));
+            if (ranges_.back().second < ranges_.back().first) return false;
+            if (range) i += 2;
         }
-        while (p < pattern_.size()) {
-            // "[]" stands for nothing.
-            if (pattern_[p] == u'*')
-                ++p;
-            else if (pattern_.substr(p, 2) == u"[]")
-                p += 2;
-            else
-                return false;
-        }
+        Order();
         return true;
     }
 
+    bool Has(char16_t folded) const {
+        const auto behind = std::ranges::upper_bound(ranges_, folded, {}, &Range::first);
+        return (behind != ranges_.begin() && folded <= std::prev(behind)->second) != negated_;
+    }
+
+    auto operator<=>(const UnitSet&) const = default;
+
 private:
-    // One unit of the text against one element of the pattern at `p`, which then moves behind it.
-    bool MatchesUnit(char16_t unit, std::size_t& p) const {
-        while (pattern_.substr(p, 2) == u"[]") p += 2;
-        if (p >= pattern_.size() || pattern_[p] == u'*') return false;
-        const char16_t element = pattern_[p];
-        if (element == u'[') return MatchesSet(unit, p);
-        ++p;
-        if (element == u'?') return true;
-        if (element == u'#') return IsDigit(unit);
-        return Fold(element) == Fold(unit);
-    }
+    using Range = std::pair<char16_t, char16_t>;
 
-    bool MatchesSet(char16_t unit, std::size_t& p) const {
-        const std::size_t end = pattern_.find(u']', p + 1);
-        if (end == std::u16string_view::npos) Fail();
-        std::u16string_view set = pattern_.substr(p + 1, end - p - 1);
-        p = end + 1;
-        const bool negated = set.size() > 1 && set.front() == u'!';
-        if (negated) set.remove_prefix(1);
-        return Contains(set, Fold(unit)) != negated;
-    }
-
-    bool Contains(std::u16string_view set, char16_t unit) const {
-        for (std::size_t i = 0; i < set.size(); ++i) {
-            const char16_t low = Fold(set[i]);
-            if (i + 2 < set.size() && set[i + 1] == u'-') {
-                const char16_t high = Fold(set[i + 2]);
-                if (high < low) Fail();
-                if (unit >= low && unit <= high) return true;
-                i += 2;
-            } else if (unit == low) {
-                return true;
+    // None begins before the end of another one.
+    void Order() {
+        std::ranges::sort(ranges_);
+        std::size_t count = 0;
+        for (const Range& range : ranges_) {
+            if (count > 0 && range.first <= ranges_[count - 1].second) {
+                ranges_[count - 1].second = std::max(ranges_[count - 1].second, range.second);
+            } else {
+                ranges_[count++] = range;
             }
         }
-        return false;
+        ranges_.resize(count);
     }
 
-    [[noreturn]] void Fail() const { Raise(ErrorNumber::SyntaxInExpression, {pattern_}); }
-
-    std::u16string_view text_;
-    std::u16string_view pattern_;
+    bool negated_ = false;
+    std::vector<Range> ranges_;
 };
 
-// A pattern with no other signs than "*", taken apart once: its pieces are looked for one behind the other.
-class PlainPattern {
+// A pattern, taken apart once: its runs between the "*" are looked for one behind the other. The earliest place is
+// always good enough, for it leaves most to those behind.
+class Pattern {
 public:
-    // Nothing when the pattern has other signs.
-    static std::optional<PlainPattern> Make(std::u16string_view pattern) {
-        if (pattern.find_first_of(u"?#[") != std::u16string_view::npos) return std::nullopt;
-        PlainPattern plain;
-        for (std::size_t from = 0, to = 0; to != pattern.npos; from = to + 1) {
-            to = pattern.find(u'*', from);
-            std::u16string piece(pattern.substr(from, to - from));
-            std::ranges::transform(piece, piece.begin(), Fold);
-            plain.pieces_.emplace_back(piece);
+    // Raises SyntaxInExpression.
+    explicit Pattern(std::u16string_view pattern) : runs_(1) {
+        std::map<UnitSet, Element> known;
+        for (std::size_t i = 0; i < pattern.size(); ++i) {
+            const char16_t sign = pattern[i];
+            if (sign == u'*') {
+                runs_.emplace_back();
+            } else if (sign == u'[') {
+                const std::size_t end = pattern.find(u']', i);
+                UnitSet set;
+                if (end == pattern.npos || !set.Read(pattern.substr(i + 1, end - i - 1))) {
+                    Raise(ErrorNumber::SyntaxInExpression, {pattern});
+                }
+                if (end > i + 1) AddSet(std::move(set), known);  // "[]" stands for nothing
+                i = end;
+            } else if (sign == u'#') {
+                UnitSet digits;
+                digits.Read(u"0-9");
+                AddSet(std::move(digits), known);
+            } else {
+                runs_.back().elements.push_back(sign == u'?' ? kAny : Fold(sign));
+            }
         }
-        return plain;
+        for (Run& run : runs_) Prepare(run);
     }
 
-    bool Matches(std::u16string_view text) const {
-        const std::u16string& first = pieces_.front().Wanted();
-        const std::u16string& last = pieces_.back().Wanted();
-        if (pieces_.size() == 1) return text.size() == first.size() && StandsAt(first, text, 0);
-        if (text.size() < first.size() + last.size() || !StandsAt(first, text, 0)) return false;
-        std::size_t at = first.size();
-        for (std::size_t i = 1; i + 1 < pieces_.size(); ++i) {
-            at = FindPiece(pieces_[i], text, at);
+    // A narrow text has a byte for each of its units.
+    template <class Unit>
+    bool Matches(std::basic_string_view<Unit> text) const {
+        const Run& first = runs_.front();
+        const Run& last = runs_.back();
+        if (runs_.size() == 1) return text.size() == first.Size() && StandsAt(first, text, 0);
+        if (text.size() < first.Size() + last.Size() || !StandsAt(first, text, 0)) return false;
+        const std::basic_string_view<Unit> before_last = text.substr(0, text.size() - last.Size());
+        std::size_t at = first.Size();
+        for (std::size_t i = 1; i + 1 < runs_.size(); ++i) {
+            at = FindRun(runs_[i], before_last, at);
             if (at == Finder::kNowhere) return false;
-            at += pieces_[i].Wanted().size();
+            at += runs_[i].Size();
         }
-        return at + last.size() <= text.size() && StandsAt(last, text, text.size() - last.size());
+        return StandsAt(last, text, before_last.size());
     }
 
 private:
-    static bool StandsAt(const std::u16string& piece, std::u16string_view text, std::size_t at) {
-        for (std::size_t i = 0; i < piece.size(); ++i) {
-            if (text[at + i] != piece[i] && Fold(text[at + i]) != piece[i]) return false;
+    // A folded unit, or one of these; from kFirstSet on a set by its number.
+    using Element = std::uint32_t;
+    static constexpr Element kAny = 0x10000;
+    static constexpr Element kFirstSet = 0x10001;
+
+    struct Run {
+        std::vector<Element> elements;  // without "?" at the ends
+        std::size_t any_before = 0;
+        std::size_t any_behind = 0;
+        bool plain = true;             // letters only
+        std::optional<Finder> finder;  // of a long plain one
+
+        std::size_t Size() const { return any_before + elements.size() + any_behind; }
+    };
+
+    // From this length on it matters that no place is compared whole.
+    static constexpr std::size_t kLongPlain = 16;
+    static constexpr std::size_t kLong = 64;
+
+    void AddSet(UnitSet set, std::map<UnitSet, Element>& known) {
+        const auto [place, added] = known.try_emplace(set, kFirstSet + static_cast<Element>(sets_.size()));
+        if (added) sets_.push_back(std::move(set));
+        runs_.back().elements.push_back(place->second);
+    }
+
+    static void Prepare(Run& run) {
+        const auto is_sign = [](Element element) { return element != kAny; };
+        const auto begin = std::ranges::find_if(run.elements, is_sign);
+        run.any_before = static_cast<std::size_t>(begin - run.elements.begin());
+        run.elements.erase(run.elements.begin(), begin);
+        for (; !run.elements.empty() && run.elements.back() == kAny; ++run.any_behind) run.elements.pop_back();
+        run.plain = std::ranges::all_of(run.elements, [](Element element) { return element < kAny; });
+        if (run.plain && run.elements.size() > kLongPlain) {
+            run.finder.emplace(std::u16string(run.elements.begin(), run.elements.end()));
+        }
+    }
+
+    bool Fits(Element element, char16_t unit) const {
+        if (element < kAny) return unit == element || Fold(unit) == element;
+        return element == kAny || sets_[element - kFirstSet].Has(Fold(unit));
+    }
+
+    // Requires: there is room for it.
+    template <class Unit>
+    bool StandsAt(const Run& run, std::basic_string_view<Unit> text, std::size_t at) const {
+        at += run.any_before;
+        for (std::size_t i = 0; i < run.elements.size(); ++i) {
+            if (!Fits(run.elements[i], UnitOf(text[at + i]))) return false;
         }
         return true;
     }
 
-    // A short piece is found faster by looking for it everywhere.
-    static std::size_t FindPiece(const Finder& finder, std::u16string_view text, std::size_t at) {
-        constexpr std::size_t kShort = 16;
-        const std::u16string& piece = finder.Wanted();
-        if (piece.size() > kShort) return finder.In(text, at, Fold);
-        for (; at + piece.size() <= text.size(); ++at) {
-            if (StandsAt(piece, text, at)) return at;
+    std::size_t FindRun(const Run& run, std::u16string_view text, std::size_t at) const {
+        if (text.size() < at + run.Size()) return Finder::kNowhere;
+        const std::size_t end = text.size() - run.Size() + 1;
+        if (run.finder) {
+            const std::size_t found = run.finder->In(text, at + run.any_before, Fold);
+            return found == Finder::kNowhere || found - run.any_before >= end ? Finder::kNowhere
+                                                                              : found - run.any_before;
+        }
+        if (run.elements.size() > kLong && end - at > kLong) return FindAtOnce(run, text, at);
+        WorkSteps steps;
+        for (; at < end; ++at) {
+            if (StandsAt(run, text, at)) return at;
+            steps.Next();
         }
         return Finder::kNowhere;
     }
 
-    std::vector<Finder> pieces_;  // before, between and behind the "*"
-};
-
-// Other signs than "*" are compared with the text over and over again at worst, and can be stopped.
-bool MatchesOnce(std::u16string_view text, std::u16string_view pattern) {
-    constexpr std::size_t kShort = 64;
-    if (pattern.size() > kShort) {
-        if (const auto plain = PlainPattern::Make(pattern)) return plain->Matches(text);
+    // A narrow text is short: it stands on one page.
+    std::size_t FindRun(const Run& run, std::string_view text, std::size_t at) const {
+        const Element first = run.elements.empty() ? kAny : run.elements.front();
+        const bool has_case = first >= 0x80 || ToLower(static_cast<char16_t>(first)) != first;
+        while (at + run.Size() <= text.size()) {
+            if (!has_case) {
+                at = text.find(static_cast<char>(first), at + run.any_before);
+                if (at == text.npos) break;
+                at -= run.any_before;
+                if (at + run.Size() > text.size()) break;
+            }
+            if (StandsAt(run, text, at)) return at;
+            ++at;
+        }
+        return Finder::kNowhere;
     }
-    return Matcher(text, pattern).Run();
-}
+
+    // Tries many places of the text at once, a bit for each: element after element those are struck out where it does
+    // not fit.
+    std::size_t FindAtOnce(const Run& run, std::u16string_view text, std::size_t from) const {
+        const Kinds kinds = KindsOf(run);
+        const std::size_t end = text.size() - run.Size() + 1;
+        const std::size_t most = std::max(4 * run.Size(), std::size_t{1} << 20);
+        std::size_t step = 4 * run.Size();
+        for (; from < end; from += step, step = std::min(2 * step, most)) {
+            const std::size_t count = std::min(step, end - from);
+            const std::u16string_view part = text.substr(from + run.any_before, count + run.elements.size() - 1);
+            const std::vector<std::vector<std::uint64_t>> fitting = WhereKindsFit(kinds, part);
+            std::vector<std::uint64_t> places((count + 63) / 64, ~std::uint64_t{0});
+            if (count % 64 != 0) places.back() >>= 64 - count % 64;
+            for (std::size_t i = 0; i < run.elements.size(); ++i) {
+                if (i % kLong == 0) Work::Look();
+                const auto kind = kinds.numbers.find(run.elements[i]);
+                if (kind != kinds.numbers.end() && !StrikeOut(places, fitting[kind->second], i)) break;
+            }
+            for (std::size_t i = 0; i < places.size(); ++i) {
+                for (std::uint64_t left = places[i]; left != 0; left &= left - 1) {
+                    const std::size_t at = from + 64 * i + static_cast<std::size_t>(std::countr_zero(left));
+                    if (StandsAt(run, text, at)) return at;
+                    Work::Look();
+                }
+            }
+        }
+        return Finder::kNowhere;
+    }
+
+    // The different elements of a run, each with a bit. Of very many the first ones are enough to strike out most.
+    struct Kinds {
+        std::unordered_map<Element, std::size_t> numbers;
+        std::vector<std::uint64_t> of_unit;  // by folded unit: to which it fits
+    };
+
+    Kinds KindsOf(const Run& run) const {
+        Kinds kinds;
+        kinds.of_unit.resize(kAny);
+        for (const Element element : run.elements) {
+            if (element == kAny || kinds.numbers.size() == 64) continue;
+            const auto [place, added] = kinds.numbers.try_emplace(element, kinds.numbers.size());
+            if (!added) continue;
+            const std::uint64_t bit = std::uint64_t{1} << place->second;
+            if (element < kAny) kinds.of_unit[element] |= bit;
+            for (Element unit = 0; element > kAny && unit < kAny; ++unit) {
+                if (sets_[element - kFirstSet].Has(static_cast<char16_t>(unit))) kinds.of_unit[unit] |= bit;
+            }
+        }
+        return kinds;
+    }
+
+    // For each kind a bit for each unit of the text, and room behind it.
+    static std::vector<std::vector<std::uint64_t>> WhereKindsFit(const Kinds& kinds, std::u16string_view text) {
+        const std::size_t words = text.size() / 64 + 2;
+        Work::Hold(kinds.numbers.size() * words * sizeof(std::uint64_t));
+        std::vector<std::vector<std::uint64_t>> fitting(kinds.numbers.size(), std::vector<std::uint64_t>(words));
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            for (std::uint64_t left = kinds.of_unit[Fold(text[i])]; left != 0; left &= left - 1) {
+                fitting[static_cast<std::size_t>(std::countr_zero(left))][i / 64] |= std::uint64_t{1} << (i % 64);
+            }
+        }
+        return fitting;
+    }
+
+    // False when no place is left.
+    static bool StrikeOut(std::vector<std::uint64_t>& places, const std::vector<std::uint64_t>& fitting,
+                          std::size_t shift) {
+        const std::uint64_t* from = &fitting[shift / 64];
+        const unsigned low = shift % 64;
+        std::uint64_t left = 0;
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            // Two shifts, for one by 64 is none.
+            left |= places[i] &= from[i] >> low | from[i + 1] << 1U << (63U - low);
+        }
+        return left != 0;
+    }
+
+    std::vector<Run> runs_;
+    std::vector<UnitSet> sets_;
+};
 
 class LikeCondition : public Condition {
 public:
     LikeCondition(ExpressionPtr subject, ExpressionPtr pattern)
-        : subject_(std::move(subject)), pattern_(std::move(pattern)) {
-        const auto* literal = dynamic_cast<const LiteralExpression*>(pattern_.get());
-        if (literal != nullptr && literal->GetValue().IsText()) plain_ = PlainPattern::Make(literal->GetValue().Text());
-    }
+        : subject_(std::move(subject)),
+          pattern_(std::move(pattern)),
+          constant_(dynamic_cast<const LiteralExpression*>(pattern_.get()) != nullptr) {}
 
     Truth Test() override {
-        const Value& subject = subject_->Evaluate();
-        if (plain_) {
-            if (subject.IsNull()) return Truth::Unknown;
-            return MakeTruth(plain_->Matches(Text(subject, subject_text_)));
+        if (read_ && constant_) {
+            if (const auto narrow = subject_->NarrowText()) return MakeTruth(read_->Matches(*narrow));
         }
+        const Value& subject = subject_->Evaluate();
         const Value& pattern = pattern_->Evaluate();
         if (subject.IsNull() || pattern.IsNull()) return Truth::Unknown;
-        return MakeTruth(MatchesLike(Text(subject, subject_text_), Text(pattern, pattern_text_)));
+        if (!read_ || !constant_) Read(Text(pattern, pattern_text_));
+        const std::u16string_view text = Text(subject, subject_text_);
+        if (text.size() > kLongText) Work::Look();
+        return MakeTruth(read_->Matches(text));
     }
 
 private:
@@ -202,9 +327,19 @@ private:
         return buffer;
     }
 
+    // One row's pattern is often that of the row before.
+    void Read(std::u16string_view pattern) {
+        if (read_ && pattern == read_text_) return;
+        read_.reset();
+        read_.emplace(pattern);
+        read_text_ = pattern;
+    }
+
     ExpressionPtr subject_;
     ExpressionPtr pattern_;
-    std::optional<PlainPattern> plain_;
+    bool constant_;
+    std::optional<Pattern> read_;
+    std::u16string read_text_;
     std::u16string subject_text_;
     std::u16string pattern_text_;
 };
@@ -220,7 +355,7 @@ std::u16string_view FixedPrefix(std::u16string_view pattern) {
 }
 
 bool MatchesLike(std::u16string_view text, std::u16string_view pattern) {
-    return MatchesOnce(text, pattern);
+    return Pattern(pattern).Matches(text);
 }
 
 ExpressionPtr MakeLike(ExpressionPtr subject, ExpressionPtr pattern) {

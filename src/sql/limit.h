@@ -23,9 +23,12 @@ public:
     bool Next() override;
     void Reset() override { child_->Reset(); }
     bool NextIsCheap() const override { return (yielded_ >= wanted_ && ties_.empty()) || child_->NextIsCheap(); }
+    bool IsShort() const override { return (all_ == nullptr && count_ <= kFewRows) || child_->IsShort(); }
     void Explain(Explanation& out) const override;
 
 private:
+    static constexpr std::size_t kFewRows = 128;
+
     void MakeKey(std::vector<std::uint8_t>& key) const;
 
     RowOperatorPtr child_;

@@ -6,6 +6,9 @@
 
 namespace qmtrain::sql {
 
+// Whoever works on a text of more units looks up from it: the looks between the rows would come late.
+inline constexpr std::size_t kLongText = 4096;
+
 // Negative, zero or positive; numbers and dates by size, texts in the database's order. Raises CriteriaTypeMismatch
 // when the two are of different families. Requires: neither is Null.
 int CompareValues(const Value& a, const Value& b);

@@ -84,6 +84,21 @@ const TypeName* FindType(std::u16string_view name) {
 
 }  // namespace
 
+// "PARAMETERS name type, …;" before a statement.
+std::vector<ast::Parameter> Parser::ParseParameters() {
+    constexpr ErrorNumber kError = ErrorNumber::SyntaxInParameters;
+    std::vector<ast::Parameter> parameters;
+    Take();
+    do {
+        ast::Parameter& parameter = parameters.emplace_back();
+        parameter.column.name = ExpectName(kError);
+        parameter.typed = !TakeKeyword(u"VALUE");
+        if (parameter.typed) ParseColumnType(parameter.column);
+    } while (TakeSymbol(u","));
+    ExpectSymbol(u";", kError);
+    return parameters;
+}
+
 ast::Statement Parser::ParseCreate() {
     ast::Statement statement;
     if (TakeKeyword(u"TABLE")) {
@@ -336,6 +351,14 @@ ast::AlterTable Parser::ParseAlterTable() {
             TakeKeyword(u"COLUMN");
             alter.action = ParseColumnDefinition();
         }
+        return alter;
+    }
+    if (TakeKeyword(u"ALTER")) {
+        TakeKeyword(u"COLUMN");
+        ast::AlterTable::AlterColumn change{ParseColumnDefinition()};
+        // Keys are made and dropped as such.
+        if (!change.definition.constraints.empty()) Fail(kError);
+        alter.action = std::move(change);
         return alter;
     }
     ExpectKeyword(u"DROP", kError);

@@ -80,6 +80,10 @@ ExpressionPtr Parser::ParseExpression() {
     return ParseOperators(kImp);
 }
 
+ExpressionPtr Parser::ParseOperand() {
+    return ParseOperators(kConcatenate);
+}
+
 ExpressionPtr Parser::ParseOperators(int lowest) {
     // Most items of a list are values and nothing else.
     if (Peek().kind == TokenKind::Literal && (PeekSymbol(u",", 1) || PeekSymbol(u")", 1))) return ParsePrimary();
@@ -95,6 +99,10 @@ ExpressionPtr Parser::ParseOperators(int lowest) {
         const OperatorInfo* info = FindOperator(Peek());
         if (info == nullptr || info->precedence < lowest) return left;
         Take();
+        if (info->precedence == kComparison && info->op != BinaryOperator::Like && PeekQuantifier()) {
+            left = Checked(ParseQuantified(std::move(left), info->op));
+            continue;
+        }
         ExpressionPtr right = ParseOperators(info->precedence + 1);
         left = Checked(std::make_unique<ast::Binary>(info->op, std::move(left), std::move(right)));
     }
@@ -228,6 +236,22 @@ ExpressionPtr Parser::ParseIn(ExpressionPtr subject, bool negated) {
     } while (TakeSymbol(u","));
     ExpectSymbol(u")", ErrorNumber::SyntaxInExpression);
     return in;
+}
+
+bool Parser::PeekQuantifier() const {
+    const bool quantifier = PeekKeyword(u"ANY") || PeekKeyword(u"SOME") || PeekKeyword(u"ALL");
+    return quantifier && PeekSymbol(u"(", 1) && PeekKeyword(u"SELECT", 2);
+}
+
+ExpressionPtr Parser::ParseQuantified(ExpressionPtr subject, BinaryOperator op) {
+    auto quantified = std::make_unique<ast::Quantified>();
+    quantified->op = op;
+    quantified->all = Take().IsKeyword(u"ALL");
+    Take();
+    quantified->height = subject->height + 1;
+    quantified->subject = std::move(subject);
+    quantified->select = ParseSubSelect();
+    return quantified;
 }
 
 ExpressionPtr Parser::ParseIs(ExpressionPtr subject) {

@@ -28,6 +28,27 @@ ast::Select Parser::ParseSelect() {
     return select;
 }
 
+ast::Select Parser::ParseTransform() {
+    constexpr ErrorNumber kError = ErrorNumber::SyntaxInStatement;
+    auto crosstab = std::make_unique<ast::Crosstab>();
+    Take();
+    crosstab->value = ParseExpression();
+    if (!PeekKeyword(u"SELECT")) Fail(kError);
+    ast::Select select = ParseSelect();
+    if (select.parts.size() > 1 || select.parts[0].group_by.empty() || !select.parts[0].into.empty()) Fail(kError);
+    ExpectKeyword(u"PIVOT", kError);
+    crosstab->pivot = ParseOperand();
+    if (TakeKeyword(u"IN")) {
+        ExpectSymbol(u"(", kError);
+        do {
+            crosstab->headings.push_back(ParseExpression());
+        } while (TakeSymbol(u","));
+        ExpectSymbol(u")", kError);
+    }
+    select.crosstab = std::move(crosstab);
+    return select;
+}
+
 std::unique_ptr<ast::Select> Parser::ParseSubSelect() {
     if (!PeekKeyword(u"SELECT")) Fail(ErrorNumber::SyntaxInExpression);
     auto select = std::make_unique<ast::Select>(ParseSelect());

@@ -22,8 +22,11 @@ std::unique_ptr<ast::Statement> Parser::ParseStatement() {
     if (Peek().kind == TokenKind::End) return nullptr;
 
     auto statement = std::make_unique<ast::Statement>();
+    if (PeekKeyword(u"PARAMETERS")) statement->parameters = ParseParameters();
     if (PeekKeyword(u"SELECT"))
         statement->node = ParseSelect();
+    else if (PeekKeyword(u"TRANSFORM"))
+        statement->node = ParseTransform();
     else if (TakeKeyword(u"INSERT"))
         statement->node = ParseInsert();
     else if (TakeKeyword(u"UPDATE"))

@@ -56,6 +56,7 @@ private:
 
     // parse_expression.cpp
     ast::ExpressionPtr ParseExpression();
+    ast::ExpressionPtr ParseOperand();  // no comparison
     ast::ExpressionPtr ParseOperators(int lowest);
     ast::ExpressionPtr ParsePrefix();
     ast::ExpressionPtr ParsePrimary();
@@ -65,10 +66,13 @@ private:
     ast::ExpressionPtr ParsePredicate(ast::ExpressionPtr subject, bool negated);
     ast::ExpressionPtr ParseIn(ast::ExpressionPtr subject, bool negated);
     ast::ExpressionPtr ParseIs(ast::ExpressionPtr subject);
+    bool PeekQuantifier() const;
+    ast::ExpressionPtr ParseQuantified(ast::ExpressionPtr subject, ast::BinaryOperator op);
     ast::ExpressionPtr Checked(ast::ExpressionPtr expression) const;
 
     // parse_select.cpp
     ast::Select ParseSelect();
+    ast::Select ParseTransform();
     std::unique_ptr<ast::Select> ParseSubSelect();  // behind "(", up to and with ")"
     ast::SelectPart ParseSelectPart();
     void ParseQuantifiers(ast::SelectPart& part);
@@ -86,6 +90,7 @@ private:
     ast::Delete ParseDelete();
 
     // parse_definition.cpp
+    std::vector<ast::Parameter> ParseParameters();
     ast::Statement ParseCreate();
     ast::Statement ParseDrop();
     ast::CreateTable ParseCreateTable();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "sql/expression.h"
+#include "sql/row_lookup.h"
 #include "sql/row_operator.h"
 #include "sql/source.h"
 #include "sql/sql.h"
@@ -30,9 +31,10 @@ public:
     std::vector<std::shared_ptr<Table>> tables;
     std::vector<TableSource*> table_sources;
 
-    bool updatable = false;
-    bool correlated = false;  // depends on rows of a query around it
-    bool rebuilds = false;    // so do tables of its FROM clause, and what is kept of them is good for one run only
+    int editable = -1;               // the table of which each row is in one row of the result at most
+    std::vector<RowLookup> lookups;  // of the other tables' rows that belong to it
+    bool correlated = false;         // depends on rows of a query around it
+    bool rebuilds = false;  // so do tables of its FROM clause, and what is kept of them is good for one run only
 
     int depth = 0;  // how many evaluations stand within each other, at most
 

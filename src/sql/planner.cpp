@@ -60,9 +60,8 @@ std::vector<Expression*> Tests(const Conjuncts& conjuncts) {
 // Puts the conditions last that the rows of an access path satisfy by themselves, as far as the path says so when it is
 // opened; returns how many these are.
 std::size_t PutLast(std::vector<Expression*>& tests, const std::vector<const Expression*>& met) {
-    return std::ranges::stable_partition(
-               tests, [&](const Expression* test) { return std::ranges::find(met, test) == met.end(); })
-        .size();
+    const auto open = [&](const Expression* test) { return std::ranges::find(met, test) == met.end(); };
+    return static_cast<std::size_t>(tests.end() - std::stable_partition(tests.begin(), tests.end(), open));
 }
 
 RowOperatorPtr WithFilter(RowOperatorPtr rows, const Conjuncts& conjuncts,

@@ -42,6 +42,19 @@ class Printer {
 public:
     explicit Printer(const ColumnPrinter& columns) : columns_(columns) {}
 
+    void PutParameters(const std::vector<Parameter>& parameters) {
+        if (parameters.empty()) return;
+        out += u"PARAMETERS ";
+        PutList(parameters, [this](const Parameter& parameter) {
+            out += Bracketed(parameter.column.name) + u" ";
+            if (parameter.typed)
+                PutType(parameter.column);
+            else
+                out += u"VALUE";
+        });
+        out += u"; ";
+    }
+
     void Put(const Expression& expression) {
         switch (expression.kind) {
             case ExpressionKind::Literal: return PutLiteral(static_cast<const Literal&>(expression).value);
@@ -52,6 +65,7 @@ public:
             case ExpressionKind::IsNull: return PutIsNull(static_cast<const IsNull&>(expression));
             case ExpressionKind::InList: return PutInList(static_cast<const InList&>(expression));
             case ExpressionKind::InSelect: return PutInSelect(static_cast<const InSelect&>(expression));
+            case ExpressionKind::Quantified: return PutQuantified(static_cast<const Quantified&>(expression));
             case ExpressionKind::Exists:
                 out += u"Exists ";
                 return PutSubSelect(*static_cast<const Exists&>(expression).select);
@@ -61,6 +75,23 @@ public:
     }
 
     void Put(const Select& select) {
+        const Crosstab* crosstab = select.crosstab.get();
+        if (crosstab != nullptr) {
+            out += u"TRANSFORM ";
+            Put(*crosstab->value);
+            out += u" ";
+        }
+        PutRows(select);
+        if (crosstab == nullptr) return;
+        out += u" PIVOT ";
+        Put(*crosstab->pivot);
+        if (crosstab->headings.empty()) return;
+        out += u" IN (";
+        PutList(crosstab->headings, [this](const ExpressionPtr& heading) { Put(*heading); });
+        out += u")";
+    }
+
+    void PutRows(const Select& select) {
         for (std::size_t i = 0; i < select.parts.size(); ++i) {
             if (i > 0) out += select.parts[i].union_all ? u" UNION ALL " : u" UNION ";
             PutPart(select.parts[i]);
@@ -142,6 +173,9 @@ public:
             PutConstraint(*constraint);
         } else if (const auto* dropped = std::get_if<AlterTable::DropColumn>(&alter.action)) {
             out += u" DROP COLUMN " + Bracketed(dropped->name);
+        } else if (const auto* changed = std::get_if<AlterTable::AlterColumn>(&alter.action)) {
+            out += u" ALTER COLUMN ";
+            PutDefinition(changed->definition);
         } else {
             out += u" DROP CONSTRAINT " + Bracketed(std::get<AlterTable::DropConstraint>(alter.action).name);
         }
@@ -246,6 +280,15 @@ private:
         out += u")";
     }
 
+    void PutQuantified(const Quantified& quantified) {
+        out += u"(";
+        Put(*quantified.subject);
+        out += u" " + std::u16string(kBinaryText[static_cast<std::size_t>(quantified.op)]);
+        out += quantified.all ? u" ALL " : u" ANY ";
+        PutSubSelect(*quantified.select);
+        out += u")";
+    }
+
     void PutSubSelect(const Select& select) {
         out += u"(";
         Put(select);
@@ -306,17 +349,21 @@ private:
         out += u")";
     }
 
-    void PutDefinition(const ColumnDefinition& definition) {
+    void PutType(const Column& column) {
         constexpr std::array<std::u16string_view, 14> kTypes = {
             u"YESNO",    u"BYTE",   u"SHORT", u"LONG",       u"CURRENCY", u"SINGLE", u"DOUBLE",
             u"DATETIME", u"BINARY", u"TEXT",  u"LONGBINARY", u"MEMO",     u"GUID",   u"DECIMAL"};
-        const Column& column = definition.column;
-        out += Bracketed(column.name) + u" ";
         out += column.counter ? u"COUNTER" : kTypes[static_cast<std::size_t>(column.type)];
         if (column.size > 0) out += u"(" + ToText(std::int64_t{column.size}) + u")";
         if (column.type == ColumnType::Decimal) {
             out += u"(" + ToText(std::int64_t{column.precision}) + u", " + ToText(std::int64_t{column.scale}) + u")";
         }
+    }
+
+    void PutDefinition(const ColumnDefinition& definition) {
+        const Column& column = definition.column;
+        out += Bracketed(column.name) + u" ";
+        PutType(column);
         if (!column.default_expression.empty()) out += u" DEFAULT " + column.default_expression;
         if (column.required) out += u" NOT NULL";
         for (const Constraint& constraint : definition.constraints) {
@@ -371,14 +418,15 @@ private:
 std::u16string Print(const ast::Statement& statement) {
     const ColumnPrinter none;
     Printer printer(none);
+    printer.PutParameters(statement.parameters);
     std::visit([&](const auto& node) { printer.Put(node); }, statement.node);
     return std::move(printer.out);
 }
 
-std::u16string Print(const ast::Select& select) {
+std::u16string PrintRows(const ast::Select& select) {
     const ColumnPrinter none;
     Printer printer(none);
-    printer.Put(select);
+    printer.PutRows(select);
     return std::move(printer.out);
 }
 

@@ -10,7 +10,9 @@
 namespace qmtrain::sql {
 
 std::u16string Print(const ast::Statement& statement);
-std::u16string Print(const ast::Select& select);
+
+// Without the columns that a TRANSFORM adds to it.
+std::u16string PrintRows(const ast::Select& select);
 
 // How a column is to be written; without it, as it was named.
 using ColumnPrinter = std::function<std::u16string(const ast::ColumnName&)>;

@@ -57,6 +57,12 @@ public:
     // Whether each row, or the end, is found by a look at a few. Requires: Open().
     virtual bool NextIsCheap() const { return false; }
 
+    // Whether few rows are expected in all.
+    virtual bool IsShort() const {
+        constexpr double kFewRows = 256;
+        return estimated_rows_ >= 0 && estimated_rows_ <= kFewRows;
+    }
+
     // Drops everything that was kept to be used by more than one Open().
     virtual void Reset() {}
 
@@ -94,16 +100,12 @@ public:
     void Open() override;
     bool Next() override;
     std::int64_t CountRows() override;
-    bool NextIsCheap() const override { return (tested_ == 0 || IsShort()) && child_->NextIsCheap(); }
+    bool NextIsCheap() const override { return (tested_ == 0 || child_->IsShort()) && child_->NextIsCheap(); }
+    bool IsShort() const override { return child_->IsShort() || RowOperator::IsShort(); }
     void Reset() override { child_->Reset(); }
     void Explain(Explanation& out) const override;
 
 private:
-    bool IsShort() const {
-        constexpr double kFewRows = 64;
-        return child_->EstimatedRows() >= 0 && child_->EstimatedRows() <= kFewRows;
-    }
-
     RowOperatorPtr child_;
     std::vector<Expression*> conditions_;
     std::size_t last_;

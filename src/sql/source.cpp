@@ -66,6 +66,22 @@ RowId TableSource::Row() const {
     return current_ != 0 ? kept_ids_[current_ - 1] : cursor_->Row();
 }
 
+bool TableSource::MoveTo(RowId row) {
+    if (!GetCursor().MoveTo(row)) return false;
+    OnRow();
+    return true;
+}
+
+RowIdentity& TableSource::IdentityOfRows() {
+    if (!identity_) identity_.emplace(*table_);
+    return *identity_;
+}
+
+std::uint64_t TableSource::Identity() {
+    if (current_ != 0 && !cursor_->MoveTo(kept_ids_[current_ - 1])) return 0;
+    return IdentityOfRows().Of(*cursor_);
+}
+
 bool TableSource::IsLong(std::size_t slot) const {
     const ColumnType type = infos_[static_cast<std::size_t>(ColumnOfSlot(static_cast<int>(slot)))].shape.type;
     return type == ColumnType::Memo || type == ColumnType::LongBinary;
@@ -105,6 +121,12 @@ void TableSource::Forget() {
     kept_.Reset(SlotCount());
     kept_ids_.clear();
     current_ = 0;
+}
+
+// A value that has been read already is there as it is.
+std::optional<std::string_view> TableSource::NarrowText(int slot) {
+    if (IsNullRow() || current_ != 0 || stamps_[static_cast<std::size_t>(slot)] == stamp_) return std::nullopt;
+    return cursor_->NarrowText(ColumnOfSlot(slot));
 }
 
 const Value& TableSource::Load(int slot) {

@@ -6,9 +6,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "core/value.h"
+#include "sql/row_identity.h"
 #include "sql/storage.h"
 #include "sql/types.h"
 
@@ -56,6 +59,9 @@ public:
 
     // A slot's value in the current row, valid until the source moves.
     const Value& Get(int slot) { return complete_ ? row_[slot] : Load(slot); }
+
+    // The same for a text that can be looked at where it is stored, see Cursor::NarrowText.
+    virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
 
     // The current row's place; it stays good until Forget().
     virtual Place Keep() = 0;
@@ -108,6 +114,16 @@ public:
     // The current row's. Requires: the table has images, and KeepValues() was not called.
     std::span<const std::uint8_t> Image() { return cursor_->Image(); }
 
+    // Goes to a row of the table, wherever it has been; false when there is none.
+    bool MoveTo(RowId row);
+
+    // Told which rows MoveTo() will be asked for next.
+    void Prefetch(std::span<const RowId> rows) { GetCursor().Prefetch(rows); }
+
+    // By which the current row is known again, see RowIdentity; 0 when it has been deleted.
+    std::uint64_t Identity();
+    bool HasKeyIdentity() { return IdentityOfRows().IsByKey(); }
+
     // Told after the cursor has come to a row.
     void OnRow() {
         ++stamp_;
@@ -120,6 +136,7 @@ public:
     void KeepValues() { keep_values_ = true; }
     bool KeepsValues() const { return keep_values_; }
 
+    std::optional<std::string_view> NarrowText(int slot) override;
     Place Keep() override;
     bool Restore(Place place) override;
     void Forget() override;
@@ -130,8 +147,10 @@ protected:
 private:
     bool IsLong(std::size_t slot) const;
     const Value& Read(std::size_t slot);
+    RowIdentity& IdentityOfRows();
 
     std::shared_ptr<Table> table_;
+    std::optional<RowIdentity> identity_;
     std::unique_ptr<sql::Cursor> cursor_;
     std::vector<Value> values_;
     std::vector<std::uint64_t> stamps_;  // of the row a value was read from

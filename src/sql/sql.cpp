@@ -5,6 +5,7 @@
 #include "core/error.h"
 #include "sql/binder.h"
 #include "sql/execute.h"
+#include "sql/parameters.h"
 #include "sql/parser.h"
 #include "sql/plan.h"
 #include "sql/printer.h"
@@ -60,8 +61,8 @@ Query::Query(std::unique_ptr<Plan> plan) : plan_(std::move(plan)) {
     columns_.reserve(plan_->outputs.size());
     for (PlanOutput& output : plan_->outputs) columns_.push_back(std::move(output.column));
     const auto is_plain = [](const OutputColumn& column) { return column.column >= 0; };
-    has_images_ = plan_->updatable && plan_->tables[0]->HasImages() && !plan_->table_sources[0]->KeepsValues() &&
-                  std::ranges::all_of(columns_, is_plain);
+    has_images_ = plan_->editable >= 0 && plan_->tables.size() == 1 && plan_->tables[0]->HasImages() &&
+                  !plan_->table_sources[0]->KeepsValues() && std::ranges::all_of(columns_, is_plain);
 }
 
 Query::~Query() = default;
@@ -96,6 +97,10 @@ void Query::ReadImage(int column, Value& value) const {
     plan_->tables[0]->ReadImage(columns_[static_cast<std::size_t>(column)].column, value);
 }
 
+bool Query::IsShort() const {
+    return plan_->root->IsShort();
+}
+
 bool Query::NextIsCheap() const {
     return started_ && plan_->root->NextIsCheap();
 }
@@ -110,28 +115,44 @@ const std::vector<std::shared_ptr<Table>>& Query::Tables() const {
     return plan_->tables;
 }
 
-bool Query::Updatable() const {
-    return plan_->updatable;
+int Query::EditableTable() const {
+    return plan_->editable;
+}
+
+std::uint64_t Query::Identity() {
+    return plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->Identity();
+}
+
+bool Query::HasKeyIdentity() const {
+    return plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->HasKeyIdentity();
 }
 
 RowId Query::Row(int table) const {
     return plan_->table_sources[static_cast<std::size_t>(table)]->Row();
 }
 
+void Query::Prefetch(std::span<const RowId> rows) {
+    plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->Prefetch(rows);
+}
+
 bool Query::MoveTo(RowId row) {
     started_ = true;
     ended_ = true;
-    return plan_->table_sources[0]->Restore(row.value);
+    return plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->MoveTo(row) &&
+           std::ranges::all_of(plan_->lookups, [](RowLookup& lookup) { return lookup.Find(); });
 }
 
-std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement) {
+std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement, const ParameterValues& parameters) {
     if (!statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
-    BindContext context(catalog);
+    Parameters known(statement.Tree(), parameters);
+    BindContext context(catalog, known);
     return std::make_unique<Query>(BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr));
 }
 
 std::vector<OutputColumn> ColumnsOf(Catalog& catalog, const ast::Select& select) {
-    BindContext context(catalog);
+    const ast::Statement no_parameters;
+    Parameters parameters(no_parameters);
+    BindContext context(catalog, parameters);
     std::vector<OutputColumn> columns;
     const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
     for (PlanOutput& output : plan->outputs) columns.push_back(std::move(output.column));
@@ -151,30 +172,57 @@ void ExplainPlan(std::u16string_view heading, const Plan& plan, const BindContex
     }
 }
 
+namespace {
+
+// False for a definition, of which there is nothing to explain.
+bool ExplainAny(Catalog& catalog, Parameters& parameters, const Statement& statement, Explanation& out) {
+    if (statement.YieldsRows()) {
+        BindContext context(catalog, parameters);
+        const auto plan = BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr);
+        ExplainPlan({}, *plan, context, out);
+        return true;
+    }
+    const auto explain = [&](const auto& node) {
+        constexpr bool kCan = requires {
+            Explain(catalog, parameters, node, out);
+        };
+        if constexpr (kCan) Explain(catalog, parameters, node, out);
+        return kCan;
+    };
+    return std::visit(explain, statement.Tree().node);
+}
+
+}  // namespace
+
 std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement) {
     Explanation explanation;
-    const auto explain = [&](const auto& node) {
-        if constexpr (requires { Explain(catalog, node, explanation); })
-            Explain(catalog, node, explanation);
-        else
-            Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
-    };
-    if (statement.YieldsRows()) {
-        BindContext context(catalog);
-        const auto plan = BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr);
-        ExplainPlan({}, *plan, context, explanation);
-    } else if (const auto change = catalog.DelegateChange(statement.Tree())) {
+    const ParameterValues none;
+    Parameters parameters(statement.Tree(), none);
+    if (const auto change = catalog.DelegateChange(statement.Tree()))
         explanation.AddHeading(change->request);
-    } else {
-        std::visit(explain, statement.Tree().node);
-    }
+    else if (!ExplainAny(catalog, parameters, statement, explanation))
+        Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
     return explanation.Lines();
 }
 
-std::int64_t Execute(Catalog& catalog, const Statement& statement) {
+std::vector<Parameter> ParametersOf(Catalog& catalog, const Statement& statement) {
+    Explanation unused;
+    Parameters parameters(statement.Tree());
+    ExplainAny(catalog, parameters, statement, unused);
+    return parameters.Known();
+}
+
+std::int64_t Execute(Catalog& catalog, const Statement& statement, const ParameterValues& values) {
     if (statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
     if (const auto change = catalog.DelegateChange(statement.Tree())) return change->run();
-    return std::visit([&](const auto& node) { return Run(catalog, node); }, statement.Tree().node);
+    Parameters parameters(statement.Tree(), values);
+    const auto run = [&](const auto& node) {
+        if constexpr (requires { Run(catalog, parameters, node); })
+            return Run(catalog, parameters, node);
+        else
+            return Run(catalog, node);
+    };
+    return std::visit(run, statement.Tree().node);
 }
 
 }  // namespace qmtrain::sql

@@ -114,22 +114,38 @@ public:
     // Whether Next() will not look at many rows to find one, or none.
     bool NextIsCheap() const;
 
+    // Whether few rows are expected in all.
+    bool IsShort() const;
+
     // Starts again from the beginning.
     void Restart();
 
     // The tables of the FROM clause, in its order; those of sub-queries, saved queries and UNIONs are not among them.
     const std::vector<std::shared_ptr<Table>>& Tables() const;
 
-    // True when every row of the result is one row of a single table, so that it can be edited through Row().
-    bool Updatable() const;
+    // True when each row of one table is in one row of the result at most, so that it can be edited through Row(): of
+    // the only table, or of the many side of a join.
+    bool Updatable() const { return EditableTable() >= 0; }
+
+    // That table, in Tables(); -1 when there is none.
+    int EditableTable() const;
+
+    // By which its current row is known again (see RowIdentity), and whether that stays the same when columns other
+    // than its key change. Requires: Updatable().
+    std::uint64_t Identity();
+    bool HasKeyIdentity() const;
 
     // The current row's place in one of Tables(); RowId{} where an outer join found none. Requires: Next() or MoveTo()
     // was true, and the query neither groups nor unites.
     RowId Row(int table = 0) const;
 
-    // Goes to a row of the table without regard to the query's conditions and order, and Next() has no meaning any
-    // more until Restart(). False when that row no longer exists. Requires: Updatable().
+    // Goes to a row of the editable table, and the rows of others that belong to it, without regard to the query's
+    // conditions and order, and Next() has no meaning any more until Restart(). False when that row no longer exists.
+    // Requires: Updatable().
     bool MoveTo(RowId row);
+
+    // Told which rows MoveTo() will be asked for next, see Cursor::Prefetch. Requires: Updatable().
+    void Prefetch(std::span<const RowId> rows);
 
 private:
     std::unique_ptr<Plan> plan_;
@@ -139,9 +155,24 @@ private:
     bool ended_ = false;
 };
 
+// The value of a parameter; names count without regard to case.
+struct ParameterValue {
+    std::u16string name;
+    Value value;
+};
+using ParameterValues = std::vector<ParameterValue>;
+
 // Binds and plans a SELECT; the first row is looked for by Next(). The catalogue must outlive the query.
-// Raises OperationNotSupported when the statement yields no rows.
-std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement);
+// Raises OperationNotSupported when the statement yields no rows, MissingParameter for a name that is no column and has
+// no value.
+std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement, const ParameterValues& parameters = {});
+
+// A name in a statement that its tables do not explain, or that its PARAMETERS clause declares.
+struct Parameter {
+    Column column;       // its name, and what values it takes
+    bool typed = false;  // else it takes any
+};
+std::vector<Parameter> ParametersOf(Catalog& catalog, const Statement& statement);
 
 // What the columns of a select are.
 std::vector<OutputColumn> ColumnsOf(Catalog& catalog, const ast::Select& select);
@@ -152,7 +183,11 @@ std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement
 
 // Runs a statement that changes something; returns the number of records affected (0 for definitions).
 // Raises OperationNotSupported for a SELECT.
-std::int64_t Execute(Catalog& catalog, const Statement& statement);
+std::int64_t Execute(Catalog& catalog, const Statement& statement, const ParameterValues& parameters = {});
+
+// The rows of a SELECT that meet a condition, and in an order of their own: either may be empty. Raises SyntaxIn… for
+// what is no condition, or no list of columns as ORDER BY has it.
+Statement Narrowed(const Statement& select, std::u16string_view condition, std::u16string_view order);
 
 // A value as the column holds it. Raises DataTypeConversion when it cannot be read as the column's type, Overflow when
 // the number is too large, FieldTooLarge when the text is too long. Null stays Null.

@@ -123,6 +123,13 @@ public:
     // Told that the row will be gone back to as it is now: where that takes a message to a server, it is kept.
     virtual void Keep() {}
 
+    // Told which rows MoveTo() will be asked for next, once each: a server gives them all in one answer.
+    virtual void Prefetch(std::span<const RowId>) {}
+
+    // A text that is stored with a byte for each of its characters, all below U+0100, as it stands there; nothing where
+    // the value is another one or stored otherwise. Good until the cursor moves. Requires: as Read().
+    virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
+
     // The row's bytes as they are stored, for Table::ShowImage. Requires: Table::HasImages().
     virtual std::span<const std::uint8_t> Image() { return {}; }
 };
@@ -144,7 +151,8 @@ public:
     // Whether its rows can be told apart and changed one by one.
     virtual bool IsUpdatable() const { return true; }
 
-    // Whether its rows are elsewhere than the catalogue: whatever locks that has are not needed to change them.
+    // Whether its rows are on a server: no lock of the catalogue's keeps them as they are, to go to one takes a message,
+    // and a RowId belongs to one key for ever.
     virtual bool IsRemote() const { return false; }
 
     // What is asked of whoever has the rows, for people; empty where nobody is asked.
@@ -196,6 +204,12 @@ public:
     virtual void CancelInserts() {}
 
     virtual void Update(RowId row, std::span<const Assignment> changes) = 0;
+
+    // The same for a row of which somebody has seen these values. Raises RecordChanged where it has others by now; where
+    // locks keep it as it is nobody compares.
+    virtual void UpdateSeen(RowId row, std::span<const Assignment> changes, std::span<const Assignment>) {
+        Update(row, changes);
+    }
     virtual void Delete(RowId row) = 0;
 
     // The number that the last Insert gave to the counter column, 0 if there is none.
@@ -249,6 +263,13 @@ public:
     virtual void AddColumn(std::u16string_view table, const Column& column) = 0;
     virtual void DropColumn(std::u16string_view table, std::u16string_view column) = 0;
     virtual void AddReference(std::u16string_view table, const Reference& reference) = 0;
+
+    // False when the table has no such reference.
+    virtual bool DropReference(std::u16string_view /*table*/, std::u16string_view /*name*/) { return false; }
+
+    // Gives a column another type, size or default; its values are converted. Raises DataTypeConversion, FieldTooLarge,
+    // FieldRequired for a value that the new column cannot hold, UsedInRelationship. Not everybody can.
+    virtual void AlterColumn(std::u16string_view table, const Column& column);
 };
 
 }  // namespace qmtrain::sql

@@ -134,7 +134,74 @@ private:
     std::vector<std::uint8_t> key_;
 };
 
+class QuantifiedCondition : public Condition {
+public:
+    QuantifiedCondition(ast::BinaryOperator op, ExpressionPtr subject, std::unique_ptr<Plan> plan, bool all)
+        : subject_(std::move(subject)),
+          plan_(std::move(plan)),
+          comparison_(MakeComparison(op, std::make_unique<Held>(left_, subject_->Type()),
+                                     std::make_unique<Held>(right_, plan_->outputs[0].expression->Type()))),
+          all_(all) {}
+
+    // One comparison that is false settles ALL, one that is true ANY; one that is unknown leaves either open.
+    Truth Test() override {
+        left_ = subject_->Evaluate();
+        const Truth settles = MakeTruth(!all_);
+        Truth result = MakeTruth(all_);
+        if (plan_->correlated) {
+            plan_->Start();
+            while (plan_->root->Next()) {
+                if (Take(plan_->outputs[0].expression->Evaluate(), settles, result)) return settles;
+            }
+            return result;
+        }
+        if (!built_) Build();
+        for (std::size_t i = 0; i < values_.Size(); ++i) {
+            if (Take(*values_.At(i), settles, result)) return settles;
+        }
+        return result;
+    }
+
+private:
+    // What stands for a value that is set from outside.
+    class Held : public Expression {
+    public:
+        Held(const Value& value, Value::Type type) : Expression(type), value_(value) {}
+        const Value& Evaluate() override { return value_; }
+
+    private:
+        const Value& value_;
+    };
+
+    bool Take(const Value& value, Truth settles, Truth& result) {
+        right_ = value;
+        const Truth truth = comparison_->Test();
+        if (truth == Truth::Unknown) result = Truth::Unknown;
+        return truth == settles;
+    }
+
+    void Build() {
+        values_.Reset(1);
+        plan_->Start();
+        while (plan_->root->Next()) *values_.Add() = plan_->outputs[0].expression->Evaluate();
+        built_ = true;
+    }
+
+    ExpressionPtr subject_;
+    std::unique_ptr<Plan> plan_;
+    Value left_;
+    Value right_;
+    ExpressionPtr comparison_;
+    bool all_;
+    bool built_ = false;
+    RowStore values_;
+};
+
 }  // namespace
+
+ExpressionPtr MakeQuantified(ast::BinaryOperator op, ExpressionPtr subject, std::unique_ptr<Plan> plan, bool all) {
+    return std::make_unique<QuantifiedCondition>(op, std::move(subject), std::move(plan), all);
+}
 
 ExpressionPtr MakeSubqueryValue(std::unique_ptr<Plan> plan) {
     return std::make_unique<SubqueryValue>(std::move(plan));

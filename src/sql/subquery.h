@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "sql/ast.h"
 #include "sql/expression.h"
 
 namespace qmtrain::sql {
@@ -14,6 +15,8 @@ ExpressionPtr MakeSubqueryValue(std::unique_ptr<Plan> plan);
 
 ExpressionPtr MakeExists(std::unique_ptr<Plan> plan);
 
+// `subject op` every value of the plan, or any of them.
+ExpressionPtr MakeQuantified(ast::BinaryOperator op, ExpressionPtr subject, std::unique_ptr<Plan> plan, bool all);
 ExpressionPtr MakeInSelect(ExpressionPtr subject, std::unique_ptr<Plan> plan, bool negated);
 
 }  // namespace qmtrain::sql

@@ -118,6 +118,29 @@ Key KeyFor(const Column& column, const Value& value, const Wanted& wanted) {
     }
 }
 
+// Bits that compare as the numbers do.
+std::uint64_t OrderedNumber(const Value& value) {
+    constexpr std::uint64_t kSign = std::uint64_t{1} << 63U;
+    const std::uint64_t bits = NumberBits(value);
+    return (bits & kSign) != 0 ? ~bits : bits | kSign;
+}
+
+// The values in the order of their keys, of those with the same key one.
+template <class Key>
+std::vector<Value> InOrderOnce(std::vector<Value>& values, Key key, bool backwards) {
+    std::vector<std::pair<decltype(key(values[0])), std::size_t>> order;
+    order.reserve(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) order.emplace_back(key(values[i]), i);
+    std::ranges::sort(order);
+    const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
+    order.erase(std::unique(order.begin(), order.end(), same), order.end());
+    if (backwards) std::ranges::reverse(order);
+    std::vector<Value> sorted;
+    sorted.reserve(order.size());
+    for (const auto& [unused, place] : order) sorted.push_back(std::move(values[place]));
+    return sorted;
+}
+
 void Engage(std::optional<KeyBound>& bound) {
     if (!bound) bound.emplace();
     bound->values.clear();
@@ -222,22 +245,19 @@ bool TableAccess::TakeList(const IndexAccess& access) {
     if (!access.list->Collect(static_cast<std::size_t>(std::max(kAlwaysSome, rows / kSeekCost)), listed_)) return false;
     std::erase_if(listed_, [](const Value& value) { return FamilyOf(value.GetType()) == Family::Any; });
     if (listed_.size() < 2) return true;
-    std::vector<std::pair<std::string, std::size_t>> order(listed_.size());
-    std::vector<std::uint8_t> key;
-    for (std::size_t i = 0; i < listed_.size(); ++i) {
-        key.clear();
-        AppendKey(listed_[i], key);
-        order[i] = {std::string(key.begin(), key.end()), i};
-    }
-    std::ranges::sort(order);
-    const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
-    order.erase(std::unique(order.begin(), order.end(), same), order.end());
     const bool descending = KeyColumn(access, static_cast<std::size_t>(access.list_at)).descending;
-    if (descending != access.backwards) std::ranges::reverse(order);
-    std::vector<Value> sorted;
-    sorted.reserve(order.size());
-    for (const auto& [key, place] : order) sorted.push_back(std::move(listed_[place]));
-    listed_ = std::move(sorted);
+    const bool backwards = descending != access.backwards;
+    const auto is_number = [](const Value& value) { return FamilyOf(value.GetType()) == Family::Number; };
+    if (std::ranges::all_of(listed_, is_number)) {
+        listed_ = InOrderOnce(listed_, OrderedNumber, backwards);
+    } else {
+        const auto key = [](const Value& value) {
+            std::vector<std::uint8_t> bytes;
+            AppendKey(value, bytes);
+            return std::string(bytes.begin(), bytes.end());
+        };
+        listed_ = InOrderOnce(listed_, key, backwards);
+    }
     return true;
 }
 

@@ -6,16 +6,6 @@
 
 namespace qmtrain::sql {
 
-Family FamilyOf(Value::Type type) {
-    switch (type) {
-        case Value::Type::Empty:
-        case Value::Type::Null: return Family::Any;
-        case Value::Type::Text: return Family::Text;
-        case Value::Type::Binary: return Family::Binary;
-        default: return Family::Number;
-    }
-}
-
 Value::Type ValueTypeOf(ColumnType type) {
     switch (type) {
         case ColumnType::Boolean: return Value::Type::Boolean;

@@ -10,7 +10,10 @@
 namespace qmtrain::ui {
 namespace {
 
-const wxColour kWarningColour(255, 0, 0);
+// Red, and on dark a red that can be read.
+wxColour WarningColour() {
+    return wxSystemSettings::GetAppearance().IsUsingDarkBackground() ? wxColour(255, 110, 100) : wxColour(255, 0, 0);
+}
 
 // A list that draws its own header sends nothing for the second of two quick clicks on it.
 void CountEveryClick(wxListCtrl& list) {
@@ -31,7 +34,7 @@ ListView::ListView(wxWindow* parent, const std::vector<Icon>& icons)
     wxVector<wxBitmapBundle> images;
     for (const Icon icon : icons) images.push_back(GetIcon(icon));
     SetSmallImages(images);
-    warning_.SetTextColour(kWarningColour);
+    warning_.SetTextColour(WarningColour());
     warning_.SetFont(GetFont().Bold());
     empty_text_ = new wxStaticText(this, wxID_ANY, wxString(), wxDefaultPosition, wxDefaultSize,
                                    wxALIGN_CENTRE_HORIZONTAL | wxST_NO_AUTORESIZE);

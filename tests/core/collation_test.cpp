@@ -84,6 +84,22 @@ TEST(Collation, KeysCompareAsTexts) {
     EXPECT_GT(equal, 1000U);
 }
 
+// A text kept as single bytes compares as its characters do.
+TEST(Collation, NarrowTextsCompareAlike) {
+    std::mt19937 random(11);
+    constexpr std::u16string_view kNarrow = u"aAbBzZ09 -'!éÉßæ÷\x1\xAD";
+    constexpr std::u16string_view kUnits = u"aAbB09 -'éßæœｂ中\x0301";
+    for (int i = 0; i < 20000; ++i) {
+        std::u16string a(random() % 6, u' ');
+        for (char16_t& unit : a) unit = kNarrow[random() % kNarrow.size()];
+        std::u16string b(random() % 6, u' ');
+        for (char16_t& unit : b) unit = kUnits[random() % kUnits.size()];
+        if (i % 3 == 0) b = ToUpper(a);
+        const std::string narrow(a.begin(), a.end());
+        ASSERT_EQ(Sign(Compare(narrow, b)), Sign(Compare(a, b))) << ToUtf8(a) << " and " << ToUtf8(b);
+    }
+}
+
 TEST(Collation, ComparesBeyondTheKey) {
     const std::u16string start(kKeyUnits, u'x');
     EXPECT_LT(Compare(start + u"a", start + u"b"), 0);

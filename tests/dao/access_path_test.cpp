@@ -113,6 +113,28 @@ TEST_F(AccessPathTest, FindWhatAScanFinds) {
     }
 }
 
+// A column is compared where it is stored, an expression as a value.
+TEST_F(AccessPathTest, TextsCompareAlikeWhereverTheyAre) {
+    std::size_t found = 0;
+    constexpr const char16_t* kOperators[] = {u" = '",     u" <> '",   u" < '",   u" >= '",
+                                              u" LIKE '*", u" LIKE '", u" LIKE '"};
+    for (int i = 0; i < 300; ++i) {
+        const int op = Pick(7);
+        std::u16string test = kOperators[op] + Letters();
+        if (op >= 4) test += u"*";
+        if (op == 6) test += Letters();
+        const auto rows = [&](const char16_t* text) {
+            return Column(
+                u"SELECT ID FROM Plain WHERE S IS NOT NULL AND " + std::u16string(text) + test + u"' ORDER BY ID",
+                u"ID");
+        };
+        const std::u16string stored = rows(u"S");
+        ASSERT_EQ(stored, rows(u"(S & '')")) << ToUtf8(test);
+        found += stored.size();
+    }
+    EXPECT_GT(found, 5000U);
+}
+
 // Rows of joins that look an index up for each row, and those of joins that cannot.
 TEST_F(AccessPathTest, JoinsFindWhatTheyFindWithoutIndexes) {
     std::size_t found = 0;
@@ -188,6 +210,32 @@ TEST_F(AccessPathTest, ChangesOfManyRowsKeepTheIndexes) {
     database_->Execute(u"CREATE INDEX Later ON Indexed (S, N DESC, ID)");
     EXPECT_EQ(ErrorOf([&] { database_->Execute(u"CREATE UNIQUE INDEX Twice ON Indexed (A)"); }),
               static_cast<int>(ErrorNumber::DuplicateKey));
+}
+
+// In Jet 3 the thorn is a letter of its own to the index, and "th" to those who compare texts.
+TEST(AccessPathInJet3, TextsThatCompareEqualAreFound) {
+    const test::ScratchFolder folder;
+    const std::filesystem::path file = folder.Path() / "Old.mdb";
+    jet::Database::Create(file, {.version = jet::Version::Jet3}, {.durable = false});
+    const auto database = JetDatabase::Open(FromNativePath(file));
+    std::u16string found[2];
+    for (const std::u16string_view index : {u"", u" UNIQUE"}) {
+        database->Execute(u"CREATE TABLE T (S TEXT(20)" + std::u16string(index) + u", N LONG)");
+        std::int64_t number = 0;
+        for (const std::u16string_view text : {u"th", u"\u00FE", u"mo\u00DE", u"MOTH", u"b\u00FCro", u"t"}) {
+            database->Execute(u"INSERT INTO T VALUES ('" + std::u16string(text) + u"', " + ToText(++number) + u")");
+        }
+        for (const std::u16string_view text : {u"TH", u"\u00DE", u"moth", u"mo\u00FE", u"B\u00DCRO", u"T"}) {
+            const auto rows =
+                database->OpenRecordset(u"SELECT N FROM T WHERE S='" + std::u16string(text) + u"' ORDER BY N");
+            found[index.empty() ? 0 : 1] += u"/";
+            for (; !rows->Eof(); rows->MoveNext())
+                found[index.empty() ? 0 : 1] += ToText(rows->Fields(0).Value().As<std::int32_t>());
+        }
+        database->Execute(u"DROP TABLE T");
+    }
+    EXPECT_EQ(found[0], u"/12/12/34/34/5/6");
+    EXPECT_EQ(found[1], found[0]);
 }
 
 }  // namespace

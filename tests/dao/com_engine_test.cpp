@@ -185,6 +185,32 @@ void RecordSets(const std::u16string& folder, Tale& tale) {
     tale.Do("find none", [&] { rows->FindNext(u"SubjectCode = 77"); });
     tale.Tell("no match", [&] { return rows->NoMatch(); });
     tale.Do("bad condition", [&] { rows->FindFirst(u"SubjectCode = = 1"); });
+    tale.Do("find the last", [&] { rows->FindLast(u"SubjectCode > 0"); });
+    tale.Do("find the one before", [&] { rows->FindPrevious(u"SubjectCode > 0"); });
+    tale.Tell("found before", current);
+    tale.Tell("place", [&] { return rows->AbsolutePosition(); });
+    tale.Tell("type", [&] { return static_cast<std::int32_t>(rows->Type()); });
+    tale.Do("seek in a dynaset", [&] { rows->Seek(u"=", std::vector<Value>{1}); });
+    tale.Tell("of a clone", [&] {
+        const auto clone = rows->Clone();
+        clone->Bookmark(rows->Bookmark());
+        return clone->Fields(0).Value();
+    });
+    tale.Tell("filtered", [&] {
+        rows->Filter(u"SubjectCode > 1");
+        rows->Sort(u"SubjectCode Desc");
+        return rows->OpenRecordset()->Fields(0).Value();
+    });
+    tale.Tell("rows at once", [&] { return static_cast<std::int32_t>(rows->GetRows(9).size()); });
+    tale.Do("requery", [&] { rows->Requery(); });
+    tale.Tell("sought", [&] {
+        const auto table = database->OpenRecordset(u"Tbl_SubjectBrief", RecordsetType::Table);
+        table->Index(u"PrimaryKey");
+        table->Seek(u">=", std::vector<Value>{2});
+        return table->NoMatch() ? Value() : table->Fields(u"SubjectCode").Value();
+    });
+    tale.Do("back in a forward-only one",
+            [&] { database->OpenRecordset(u"Tbl_SubjectBrief", RecordsetType::ForwardOnly)->MovePrevious(); });
     tale.Tell("unknown field", [&] { return rows->Fields(u"Missing").Value(); });
     tale.Tell("field 9", [&] { return rows->Fields(9).Value(); });
     tale.Do("set without edit", [&] { rows->Fields(u"ExameBrief").Value(u"x"); });

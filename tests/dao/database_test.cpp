@@ -376,7 +376,7 @@ TEST_F(DatabaseTest, TableDefs) {
     ASSERT_NE(found, tables.end());
     EXPECT_FALSE(found->system);
     ASSERT_EQ(found->fields.size(), 6U);
-    EXPECT_TRUE(found->fields[0].autonumber);
+    EXPECT_TRUE(found->fields[0].IsAutonumber());
     EXPECT_TRUE(found->fields[1].required);
     EXPECT_EQ(found->fields[4].type, FieldType::Text);
     EXPECT_EQ(found->fields[4].size, 10);

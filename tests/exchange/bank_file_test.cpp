@@ -12,7 +12,9 @@
 #include "exchange/bank_rows.h"
 #include "exchange/formats.h"
 #include "jet/check.h"
+#include "jet/database.h"
 #include "jet/support/scratch.h"
+#include "jet/support/scripted_files.h"
 #include "random_questions.h"
 
 namespace qmtrain::exchange {
@@ -90,6 +92,9 @@ TEST_F(BankFileTest, TheSameQuestionsKeepTheirNumbers) {
         {"in another order, twice",
          u"队列是{~后进先出的表 =先进先出的表}\n\n栈是{=线性表 ~树 ~图}\n\n栈是{=线性表 ~树 ~图}",
          "新增 0 题，修改 0 题，不变 2 题，重复 1 题"},
+        {"alike but for formats and capitals",
+         u"[html]x<sup>3</sup>=8{=2 ~3}\n\n[html]x<sub>3</sub>=8{=2 ~3}\n\n类型是{=INT ~int}\n\n类型是{=int ~INT}",
+         "新增 4 题，修改 0 题，不变 0 题，重复 0 题"},
         {"another answer", u"队列是{=后进先出的表 ~先进先出的表}\n\n栈满了还能入栈{T}",
          "新增 0 题，修改 2 题，不变 0 题，重复 0 题"},
         {"the same stem, other options", u"栈是{=数组 ~链表}", "新增 1 题，修改 0 题，不变 0 题，重复 0 题"},
@@ -145,6 +150,33 @@ TEST_F(BankFileTest, AFailureLeavesEverythingAsItWas) {
               "题库“数据结构”（DS）属于科目 3，不是科目 4。");
 }
 
+// The disk refuses each call of an import in turn, the bank being there or not.
+TEST_F(BankFileTest, ADiskThatFails) {
+    Import(kFirst);
+    const std::string before = Content();
+    const std::vector<Question> questions =
+        ReadGift(u"栈是{~线性表 =树 ~图}\n\n堆是{=完全二叉树 ~链表}\n\n堆顶最大{T}\n\n散列用{=函数}").questions;
+    for (const std::u16string code : {u"NEW", u"DS"}) {
+        const ImportPlan plan = PlanImport(folder_, {code, u"", u"", 0}, questions);
+        int failures = 0;
+        for (bool done = false; !done && !HasFailure();) {
+            test::ScriptedFiles files;
+            files.strike_at = ++failures;
+            jet::SetDefaultFiles(&files);
+            const std::string problem = Refusal([&] { CarryOut(folder_, plan, questions, {}); });
+            jet::SetDefaultFiles(nullptr);
+            SCOPED_TRACE(ToUtf8(code) + ", call " + std::to_string(failures) + ": " + problem);
+            done = problem.empty();  // the last calls only clear up
+            if (done) break;
+            EXPECT_EQ(Content(), before);
+            EXPECT_EQ(FindBank(folder_, u"NEW").has_value(), code == u"DS");
+            EXPECT_EQ(FileExists(InFolder(folder_, u"NEW.mdb")), code == u"DS");
+        }
+        EXPECT_GT(failures, 10);
+        EXPECT_EQ(ReadBank(folder_, code).size(), code == u"DS" ? 7U : 4U);
+    }
+}
+
 TEST_F(BankFileTest, RandomQuestionsComeBackFromTheBank) {
     const std::vector<Question> questions = RandomQuestions(3).Make(200, true, true);
     const ImportPlan plan = PlanImport(folder_, {u"RND", u"随机", u"", 1}, questions);
@@ -192,6 +224,9 @@ TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
     ASSERT_EQ(stored.size(), 3U);
     EXPECT_EQ(Shown(stored[1]), "是非题|新题|对|编号:XX310006");
     EXPECT_EQ(Shown(stored[2]), "操作题|写程序|解析:提示|编号:XX350001");
+    const std::vector<Question> better = ReadGift(u"写程序{####更好的提示}").questions;
+    CarryOut(folder_, PlanImport(folder_, {u"OLD", u"", u"", 0}, better), better, {});
+    EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|解析:更好的提示|编号:XX350001");
 }
 
 TEST_F(BankFileTest, SingleQuestionsAreSavedAndRemoved) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/csv_cell.h"
 #include "core/error.h"
 #include "exchange/formats.h"
 #include "exchange/text_file.h"
@@ -50,6 +51,19 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"KindsAreGuessed", u"题干,A,B,C,答案\n甲,1,2,3,AC\n乙,,,,错\n丙,,,,42\n丁,,,,",
              "多选题|甲|+1|-2|+3\n是非题|乙|错\n填空题|丙|42\n操作题|丁\n"},
         Case{"Html", u"题干,答案,题型\n\"[html]H<sub>2</sub>O\",对,判断", "是非题|<p>H<sub>2</sub>O</p>|对\n"},
+        Case{"FormulasAndApostrophes", u"题干,A,B,C,D,E,答案\n'=1+1 是,'+2,'3,=2,''=4,-5,B",
+             "单选题|=1+1 是|-+2|+'3|-=2|-'=4|--5\n"},
+        Case{"CharactersOfAProgram", u"题干,A,B,C,D,答案\nC 的字符,'+','=','-1',''a',A",
+             "单选题|C 的字符|+'+'|-'='|-'-1'|-''a'\n"},
+        Case{"LettersOfTheOptionsThemselves",
+             u"题干,选项,答案\n甲,\"a.out\nb.out\",A\n乙,\"A.x\nB. y\",A\n丙,\"A. 一\n其他\",B\n丁,\"a) 1\nB、2\",B",
+             "单选题|甲|+a.out|-b.out\n单选题|乙|+A.x|-B. y\n单选题|丙|-A. 一|+其他\n单选题|丁|-1|+2\n"},
+        Case{"MoreCellsThanHeadings", u"题型,题干,答案,解析\n填空,你好,世界____,答案,解析\n判断,甲,对,,,",
+             "是非题|甲|对\n第 2 行“你好”：错误：这一行比标题多出几格：文字中的分隔符要放在引号里。\n"},
+        Case{"TruthsAsOptions",
+             u"题型,题干,A,B,答案\n判断,甲,对,错,A\n判断,乙,错误,正确,A\n判断,丙,对,错,错\n判断,丁,甲,乙,A",
+             "是非题|甲|对\n是非题|乙|错\n是非题|丙|错\n"
+             "第 5 行“丁”：错误：判断题的答案“A”应当是“对”或“错”。\n"},
         Case{"UnknownColumn", u"题干,答案,出题人\n甲,对,王", "是非题|甲|对\n第 1 行：不认识的列“出题人”，略去。\n"},
         Case{"LinesCountAsInTheFile", u"题干,A,B,答案\n\"两\n行\",1,2,A\n坏,1,2,Z\n",
              "单选题|两/行|+1|-2\n第 4 行“坏”：错误：没有答案所说的选择项 Z。\n"},
@@ -67,6 +81,17 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Empty", u"\n,,\n", "第 1 行：错误：文件是空的。\n"}),
     [](const auto& info) { return std::string(info.param.name); });
 
+TEST(CsvCell, NoTextIsTakenForAFormulaAndAllComeBack) {
+    for (const std::u16string_view text : {u"=1+1", u"=f'", u"-x'", u"'+'", u"''-x'", u"'''-x'", u"'=1", u"@a", u"-5",
+                                           u"+3%", u"=cmd|'/C calc'!'A0'", u"'", u"''", u"=", u"='"}) {
+        const std::u16string cell = CsvCell(text);
+        const bool is_number = text == u"-5" || text == u"+3%";
+        EXPECT_EQ(std::u16string_view(u"=+-@").find(cell.front()) != std::u16string_view::npos, is_number)
+            << ToUtf8(cell);
+        EXPECT_EQ(CsvCellText(cell), text) << ToUtf8(cell);
+    }
+}
+
 TEST(TextFile, KnowsEncodings) {
     const std::u16string text = u"题干,答案\n首都,北京";
     const std::string gbk = ToCodePage(text, 936).value();
@@ -80,11 +105,15 @@ TEST(TextFile, KnowsEncodings) {
     EXPECT_EQ(DecodeText(gbk), text);
     EXPECT_EQ(DecodeText(utf16), text);
     EXPECT_EQ(DecodeText("a\r\nb\rc\n"), u"a\nb\nc\n");
-    try {
-        DecodeText("ok\nbad \xFF\x81 byte");
-        FAIL();
-    } catch (const AutomationError& error) {
-        EXPECT_EQ(ToUtf8(error.Description()).substr(0, 9), "第 2 行");
+    const std::string whole = ToUtf8(u"甲\n题");
+    // No bytes of text; and UTF-8 that is cut off, which GBK would make other characters of.
+    for (const std::string& bytes : {std::string("ok\nbad \xFF\x81 byte"), whole.substr(0, whole.size() - 1),
+                                     "\xEF\xBB\xBF" + whole.substr(0, whole.size() - 2)}) {
+        try {
+            ADD_FAILURE() << ToUtf8(DecodeText(bytes));
+        } catch (const AutomationError& error) {
+            EXPECT_EQ(ToUtf8(error.Description()).substr(0, 9), "第 2 行");
+        }
     }
 }
 

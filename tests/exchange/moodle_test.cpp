@@ -74,6 +74,9 @@ INSTANTIATE_TEST_SUITE_P(
              "填空题|首都【1】建于【2】，【3】（可选：一；二）；{不是空}|北京#Beijing@1949@二|解析:【1】京：差点\n"
              "第 3 行“甲”：各空的分数不同，改为平均分配。\n第 3 行“甲”：只得部分分数的答案“京”略去。\n"
              "第 3 行“甲”：答案的反馈并入解析。\n第 3 行“甲”：选择的空改为填空，可选的答案列在空的后面。\n"},
+        Case{"ClozeSeveralChoices", Asked("cloze", "有{1:MR:=a~=b~c}", ""),
+             "填空题|有【1】（可选：a；b；c）|a#b\n第 3 行“甲”：选择的空改为填空，可选的答案列在空的后面。\n"
+             "第 3 行“甲”：要选几项的空改为填空以后，填写其中一项就算对。\n"},
         Case{"ClozeEscapes", Asked("cloze", "集合{:SA:=\\{a\\}~=x\\~y~=a&lt;b}", ""), "填空题|集合【1】|{a}#x~y#a<b\n"},
         Case{"Category",
              "<question type=\"category\"><category><text>$course$/top/数据结构/栈</text></category></question>" +
@@ -128,6 +131,9 @@ TEST(Moodle, EncodingOfTheFileCounts) {
     const std::u16string text = u"<?xml version=\"1.0\" encoding=\"GB2312\"?><quiz>" +
                                 FromUtf8(Asked("truefalse", "首都", Answer("100", "true"))) + u"</quiz>";
     EXPECT_EQ(Shown(ReadMoodleXml(ToCodePage(text, 936).value())), "是非题|首都|对\n");
+    std::u16string wrong = text;
+    wrong.replace(wrong.find(u"GB2312"), 6, u"UTF-8");
+    EXPECT_EQ(Shown(ReadMoodleXml(ToCodePage(wrong, 936).value())), "是非题|首都|对\n") << "it says so itself, wrongly";
 }
 
 }  // namespace

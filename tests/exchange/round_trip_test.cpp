@@ -47,6 +47,25 @@ INSTANTIATE_TEST_SUITE_P(Formats, RoundTripTest,
                                                                        : "MoodleXml";
                          });
 
+// Drawing orders, as old rich-text boxes stored formulas: kept through every format, and told of.
+TEST(Metafiles, ComeBackFromEveryFormat) {
+    Bytes drawing = {1, 0, 9, 0, 0, 3,    14, 0, 0, 0, 0, 0, 5, 0, 0, 0, 0,
+                     0, 5, 0, 0, 0, 0x13, 2,  1, 0, 2, 0, 3, 0, 0, 0, 0, 0};
+    Question question;
+    question.stem = PlainRichText(u"图");
+    question.stem.AppendPicture({ui::Picture::Kind::Metafile, drawing, 600, 300});
+    question.options = {{PlainRichText(u"一"), true}, {PlainRichText(u"二"), false}};
+    for (const Format format : {Format::Gift, Format::Csv, Format::MoodleXml}) {
+        std::vector<Notice> notices;
+        const std::string file = WriteQuestions(std::span(&question, 1), format, notices);
+        ASSERT_EQ(notices.size(), 1U);
+        EXPECT_NE(ToUtf8(notices[0].text).find("WMF"), std::string::npos);
+        const Import read = ReadQuestions(file, format);
+        ASSERT_EQ(read.questions.size(), 1U) << ToUtf8(NameOf(format));
+        EXPECT_EQ(read.questions[0].stem, Canonical(question.stem)) << ToUtf8(NameOf(format));
+    }
+}
+
 // As the windows read it: "^p" in a text is no paragraph's end there, and a text that looks like RTF is none.
 TEST(StoredText, IsShownAsItWas) {
     for (unsigned seed = 1; seed <= 20; ++seed) {

@@ -171,7 +171,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const Content healthy = test::SmallDatabase(true);
+    static const Content healthy = test::SmallDatabase(true, jet::Version::Jet4);
     Input input(data, size);
     const std::uint8_t kind = input.Take();
     const bool common = (kind & 2) != 0;

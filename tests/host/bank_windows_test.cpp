@@ -3,9 +3,13 @@
 #include <fstream>
 
 #include <wx/frame.h>
+#include <wx/menu.h>
+#include <wx/prntbase.h>
 
 #include "exchange/html.h"
+#include "host/bank_menu.h"
 #include "host/bank_window.h"
+#include "host/form_dialog.h"
 #include "host/import_dialog.h"
 #include "host/question_editor.h"
 #include "host/rich_editor.h"
@@ -134,6 +138,90 @@ TEST_F(BankWindowTest, AnImportIsShownBeforeItHappens) {
     EXPECT_TRUE(boxes_.Said().empty());
 }
 
+// Which file a line is of; and nothing goes from the bank while a file has errors: what could not be read may be there.
+TEST_F(BankWindowTest, FilesAreNamedAndErrorsDeleteNothing) {
+    const std::u16string good = Written("a.gift", "栈是{=线性表 ~树}\n");
+    const std::u16string bad = Written("b.gift", "好{=一 ~二}\n\n坏{=一 ~二\n");
+    ImportDialog dialog(nullptr, data_, u"JC");
+    dialog.Read({good});
+    EXPECT_TRUE(dialog.ChkReplace->IsEnabled());
+    EXPECT_EQ(dialog.LvNotices->GetColumnCount(), 4);
+    dialog.ChkReplace->SetValue(true);
+    dialog.Read({good, bad});
+    EXPECT_FALSE(dialog.ChkReplace->IsEnabled());
+    EXPECT_FALSE(dialog.ChkReplace->GetValue());
+    EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 1)), "b.gift");
+    EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 2)), "3");
+}
+
+// Text that is written is asked about whatever is done between; the keyboard leads through the boxes in their order.
+TEST_F(BankWindowTest, WrittenTextIsNotLostAndTabLeadsOn) {
+    BankEditing editing(data_);
+    editing.Open(u"JC");
+    QuestionEditor editor(nullptr, editing, {});
+    boxes_.Expect(wxID_NO);
+    WindowScript script;
+    script.Await("the stem's caret", [&] { return editor.TxtStem->HasFocus(); })
+        .Do([&] {
+            editor.TxtStem->WriteText("A");
+            Press(WXK_TAB);
+        })
+        .Await("the first option's mark", [&] { return editor.ChkRight[0]->HasFocus(); })
+        .Do([&] {
+            EXPECT_EQ(Utf8(editor.TxtStem->GetValue()), "A");
+            editor.TxtOptions.back()->SetFocus();
+            Press(WXK_TAB);
+        })
+        .Await("the button behind the options", [&] { return editor.BtnMoreOptions->HasFocus(); })
+        .Do([&] { Press(WXK_TAB); })
+        .Await("the analysis", [&] { return editor.TxtAnalysis->HasFocus(); })
+        .Do([&] {
+            editor.CboKind->SetSelection(static_cast<int>(exchange::Kind::Fill));
+            wxCommandEvent event(wxEVT_CHOICE);
+            editor.CboKind->ProcessWindowEvent(event);
+            Press(WXK_ESCAPE);
+        })
+        .Await("the question", [&] { return boxes_.HasSaid(); });
+    script.Play(editor);
+}
+
+TEST_F(BankWindowTest, ADeletedQuestionIsOnNoPaper) {
+    exchange::Question question;
+    question.stem = exchange::PlainRichText(u"新的一题");
+    question.options = {{exchange::PlainRichText(u"一"), true}, {exchange::PlainRichText(u"二"), false}};
+    const std::u16string added = exchange::SaveQuestion(data_.Banks(), u"JC", question, {});
+    BankWindow window(nullptr, data_, false);
+    FormDialog* form = nullptr;
+    WindowScript script;
+    script.Await("the questions", [&] { return window.LvQuestions->GetItemCount() == 41; })
+        .Do([&] {
+            window.Select(u"JC010003");
+            Click(*window.BtnChoose);
+        })
+        .Await("one", [&] { return Utf8(window.BtnPaper->GetLabelText()) == "组成试卷（1 题）(P)…"; })
+        .Do([&] {
+            window.Select(added);
+            Click(*window.BtnChoose);
+        })
+        .Await("two", [&] { return Utf8(window.BtnPaper->GetLabelText()) == "组成试卷（2 题）(P)…"; })
+        .Do([&] {
+            EXPECT_GE(window.BtnPaper->GetSize().x, window.BtnPaper->GetBestSize().x) << "nothing is cut off";
+            Click(*window.BtnDelete);
+        })
+        .Await("one left", [&] { return Utf8(window.BtnPaper->GetLabelText()) == "组成试卷（1 题）(P)…"; })
+        .Do([&] { Click(*window.BtnPaper); })
+        .Await("its title", [&] { return (form = Shown<FormDialog>()) != nullptr; })
+        .Do([&] {
+            boxes_.Expect(wxID_OK);
+            Click(*form->BtnOK);
+        })
+        .Await("that it is made", [&] { return boxes_.HasSaid() && !window.BtnPaper->IsEnabled(); });
+    script.Play(window);
+    const std::vector<std::string> said = boxes_.Said();
+    ASSERT_EQ(said.size(), 1U);
+    EXPECT_NE(said[0].find("“自选试卷”"), std::string::npos) << said[0];
+}
+
 TEST_F(BankWindowTest, APaperIsMadeByRules) {
     RulesDialog dialog(nullptr, data_);
     WindowScript script;
@@ -148,6 +236,37 @@ TEST_F(BankWindowTest, APaperIsMadeByRules) {
         .DoLast([&] { Click(*dialog.BtnOK); });
     EXPECT_EQ(script.Play(dialog), wxID_OK);
     EXPECT_EQ(FindPaper(data_, dialog.PaperNo()).value().questions.size(), 4U);
+}
+
+// From the menu, as a user comes to it: the pages of the selected paper, and a word where none is selected.
+TEST_F(BankWindowTest, APaperIsSeenBeforeItIsPrinted) {
+    std::optional<Paper> selected;
+    auto* frame = new wxFrame(nullptr, wxID_ANY, "host");
+    auto* bar = new wxMenuBar;
+    wxMenu* menu =
+        MakeBankMenu(*frame, data_, false, {[&] { return selected; }, [] { return Edition::StandAlone; }, [] {}});
+    bar->Append(menu, "banks");
+    frame->SetMenuBar(bar);
+    frame->Show();
+    const auto choose = [&](const char* label) {
+        for (const wxMenuItem* item : menu->GetMenuItems()) {
+            if (item->GetSubMenu() == nullptr) continue;
+            const int id = item->GetSubMenu()->FindItem(wxString::FromUTF8(label));
+            ASSERT_NE(id, wxNOT_FOUND) << label;
+            frame->ProcessCommand(id);
+        }
+    };
+    boxes_.Expect(wxID_OK);
+    choose("打印预览(V)…");
+    EXPECT_EQ(boxes_.Said(), std::vector<std::string>{"导出: 请先在主窗口中选择一份试卷。"});
+    selected = MixedPaper();
+    choose("打印预览(V)…");
+    auto* preview = Shown<wxPreviewFrame>();
+    ASSERT_NE(preview, nullptr);
+    EXPECT_EQ(Utf8(preview->GetTitle()), "打印预览：模拟练习");
+    EXPECT_EQ(Utf8(wxControl::GetLabelText(preview->FindWindow(wxID_PREVIEW_CLOSE)->GetLabel())), "关闭(C)");
+    preview->Close(true);
+    frame->Destroy();
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // A teacher's questions on their way: into a bank, onto papers, before a candidate, into the review, and changed.
 
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 #include "exchange/bank_file.h"
@@ -181,6 +182,18 @@ TEST_F(BanksTest, RulesThatCannotBeMetAreRefused) {
              rules.banks = {u"DS", u"XX"};
          },
          "题库“数据结构”与“数据结构”不属于同一个科目，不能组成一份试卷。"},
+        {"a bank twice",
+         [](PaperRules& rules) {
+             rules.banks = {u"DS", u"ds"};
+             rules.parts[Kind::Single].count = 2;
+         },
+         "试题不够，没有组卷：\n单选题要 2 题，符合条件的只有 1 题。"},
+        {"endless points",
+         [](PaperRules& rules) { rules.parts[Kind::Single].points = std::numeric_limits<float>::infinity(); },
+         "每题的分数应当大于 0，最多 1000。"},
+        {"points below none", [](PaperRules& rules) { rules.parts[Kind::Fill].points = -5; },
+         "每题的分数应当大于 0，最多 1000。"},
+        {"no code", [](PaperRules& rules) { rules.banks = {u"D'S"}; }, "题库目录中没有代码为“D'S”的题库。"},
         {"no title", [](PaperRules& rules) { rules.title = u" "; }, "请输入试卷名称。"},
         {"no questions", [](PaperRules& rules) { rules.parts.clear(); }, "请至少选择一道试题。"},
     };
@@ -195,9 +208,9 @@ TEST_F(BanksTest, RulesThatCannotBeMetAreRefused) {
               }),
               "题库“数据结构”中没有试题 DS010009。");
     EXPECT_EQ(Refusal([&] {
-                  MakePaper(data_, u"自选", 60, {{u"DS", u"DS010001", 0}, {u"DS", u"DS010001", 0}});
+                  MakePaper(data_, u"自选", 60, {{u"DS", u"DS010001", 0}, {u"ds", u"ds010001", 0}});
               }),
-              "试题 DS010001 选了两次。");
+              "试题 ds010001 选了两次。");
     EXPECT_EQ(PapersOf(data_, -1).size(), before);
     EXPECT_EQ(Questions(MakePaper(data_, u"自选", 60, {{u"DS", u"DS030001", 5}, {u"DS", u"DS010001", 0}})),
               "DS030001 DS010001 ");
@@ -260,11 +273,51 @@ TEST_F(BanksTest, EveryChangeCanBeUndone) {
         undone += ToUtf8(editing.UndoText()) + " ";
         editing.Undo();
     }
+    BankEditing read_again(data_);
+    read_again.Open(u"DS");
+    ASSERT_EQ(editing.Questions().size(), read_again.Questions().size());
+    for (std::size_t i = 0; i < editing.Questions().size(); ++i) {
+        EXPECT_EQ(editing.Questions()[i].rec_no, read_again.Questions()[i].rec_no);
+        EXPECT_EQ(editing.Questions()[i].stem, read_again.Questions()[i].stem);
+    }
+    EXPECT_THROW(editing.Open(u"JC", [](std::size_t, std::size_t) { return false; }), exchange::Cancelled);
+    EXPECT_EQ(editing.Code(), u"") << "nothing is open";
+    EXPECT_TRUE(editing.Questions().empty());
     EXPECT_EQ(undone, "撤销删除 DS020001 撤销删除 DS050001 撤销新建 DS010002 撤销修改 DS010001 ");
     EXPECT_EQ(content(), before);
     const dao::Connection bank(file);
     EXPECT_EQ(bank->OpenRecordset(u"Select O_AimCont From TBL_OPERATION")->Fields(0).Value().Binary(),
               (Bytes{1, 2, 3}));
+}
+
+// Two teachers have the same bank open.
+TEST_F(BanksTest, NobodysChangeIsOverwritten) {
+    Import(kFile);
+    BankEditing first(data_), second(data_);
+    first.Open(u"DS");
+    second.Open(u"DS");
+    const auto changed = [](const BankEditing& editing, const char16_t* stem) {
+        exchange::Question question = *editing.Find(u"DS010001");
+        question.stem = exchange::PlainRichText(stem);
+        return question;
+    };
+    const auto stored = [&] { return ToUtf8(exchange::ReadBank(data_.Banks(), u"DS")[0].stem.PlainText()); };
+    first.Begin(u"DS010001");
+    second.Begin(u"DS010001");
+    first.Save(changed(first, u"甲"));
+    EXPECT_NE(Refusal([&] { second.Save(changed(second, u"乙")); }).find("这道题已被别人修改"), std::string::npos);
+    EXPECT_EQ(stored(), "甲");
+    second.Begin(u"DS010001");
+    EXPECT_EQ(ToUtf8(second.Find(u"DS010001")->stem.PlainText()), "甲") << "what the first wrote";
+    second.Save(changed(second, u"乙"));
+    EXPECT_EQ(Refusal([&] { first.Undo(); }), "试题 DS010001 已被别人修改，不能撤销“修改 DS010001”。");
+    EXPECT_EQ(stored(), "乙");
+    EXPECT_EQ(ToUtf8(first.Find(u"DS010001")->stem.PlainText()), "乙");
+    EXPECT_EQ(first.UndoText(), u"");
+    second.Undo();
+    EXPECT_EQ(stored(), "甲");
+    second.Remove(u"DS010001");
+    EXPECT_EQ(Refusal([&] { first.Begin(u"DS010001"); }), "试题 DS010001 已被别人删除。");
 }
 
 TEST_F(BanksTest, TheListTellsWhatHistoriesKnow) {

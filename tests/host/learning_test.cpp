@@ -185,6 +185,7 @@ TEST_F(LearningTest, WrongQuestionsAreDrilledAndTheDrillIsNoPaperToChoose) {
 TEST_F(LearningTest, FiltersOfTheWrongBook) {
     MoveBack(Practise({0, 1, 2}), 20);
     Practise({1, 3});
+    dao::Connection(ClientDatabase(data_.path))->Execute(u"Update TrainResult Set StudentAnswer='9'");
     WrongBook book(data_, Edition::StandAlone, test::kCandidate, 1);
     book.Load();
     const Paper paper = MixedPaper();
@@ -194,6 +195,8 @@ TEST_F(LearningTest, FiltersOfTheWrongBook) {
     EXPECT_EQ(Listed(book, {.period = WrongPeriod::Week}).size(), 2U);
     EXPECT_EQ(Listed(book, {.period = WrongPeriod::Week, .least_times = 2}).size(), 0U);
     EXPECT_EQ(Listed(book, {.period = WrongPeriod::Month}).size(), 4U);
+    Listed(book, {.period = WrongPeriod::Week});
+    for (const WrongEntry* entry : book.Filtered({}, Now())) EXPECT_EQ(book.StudentAnswer(*entry), u"9");
     EXPECT_EQ(Listed(book, {.type = paper.questions[3].type}), (std::vector<std::string>{number(3)}));
     EXPECT_EQ(Listed(book, {.search = u"没有这样的题"}).size(), 0U);
     EXPECT_EQ(Listed(book, {.search = ToLower(paper.questions[2].rec_no)}), (std::vector<std::string>{number(2)}));
@@ -227,6 +230,15 @@ TEST_F(LearningTest, WhatToPractiseNow) {
     ASSERT_EQ(teacher.Candidates().size(), 1U);
     EXPECT_EQ(teacher.Candidates()[0].papers, 7);
     EXPECT_EQ(teacher.Items().size(), 5U);
+
+    Practice(data_, MixedPaper(), {2}).HandIn();
+    for (const auto& [users, papers] :
+         {std::pair{std::set<std::int32_t>{2}, 1U}, {{1}, 7U}, {{1, 2}, 8U}, {{3}, 0U}, {{}, 8U}}) {
+        teacher.SetClass(users);
+        teacher.Load();
+        EXPECT_EQ(teacher.GetFigures().papers.size(), papers);
+        EXPECT_EQ(teacher.MakeReport().subtitle.starts_with(u"所有"), users.empty());
+    }
 }
 
 TEST_F(LearningTest, TitlesOfQuestionsWhateverTheBankHolds) {

@@ -180,6 +180,7 @@ TEST_F(LearningWindowTest, TheAnalysisLeadsToWhatShouldBePractised) {
         })
         .Play([&] { main.ShowAnalysis(); });
 
+    ClassDialog* chosen = nullptr;
     WindowScript teacher;
     teacher.Await("everybody's", [&] { return (analysis = Shown<AnalysisWindow>()) != nullptr; })
         .Do([&] {
@@ -188,7 +189,21 @@ TEST_F(LearningWindowTest, TheAnalysisLeadsToWhatShouldBePractised) {
             EXPECT_EQ(Cell(*analysis->LvItems, 0, 5), "0.0%");
             EXPECT_NE(Utf8(analysis->LblAnswers->GetLabelText()).find("错误答案：（未作答） × 5"), std::string::npos)
                 << Utf8(analysis->LblAnswers->GetLabelText());
+            analysis->CallAfter([&] { Click(*analysis->BtnClass); });
         })
+        .Await("the candidates", [&] { return (chosen = Shown<ClassDialog>()) != nullptr; })
+        .Do([&] {
+            ASSERT_GT(chosen->LstCandidates->GetCount(), 1U);
+            EXPECT_TRUE(chosen->LstCandidates->IsChecked(0));
+            chosen->LstCandidates->Check(0, false);
+            Click(*chosen->BtnOK);
+        })
+        .Await("nobody of them has practised", [&] { return analysis->LvCandidates->GetItemCount() == 0; })
+        .Do([&] { EXPECT_EQ(Utf8(analysis->LblFigures->GetLabelText()), "选定的考生还没有练习记录。"); })
+        .Play([&] { main.ShowAnalysis(true); });
+    WindowScript again;
+    again.Await("the same class", [&] { return (analysis = Shown<AnalysisWindow>()) != nullptr; })
+        .Do([&] { EXPECT_EQ(analysis->LvCandidates->GetItemCount(), 0); })
         .Play([&] { main.ShowAnalysis(true); });
 }
 

@@ -10,6 +10,7 @@
 #include "core/log.h"
 #include "core/text.h"
 #include "jet/common_journal.h"
+#include "jet/compact.h"
 #include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/tables.h"
@@ -270,7 +271,6 @@ TEST_F(AccountsTest, AJournalCountsByItsOwner) {
     WriteFile(file_, before);
 }
 
-// A commit that fails before it has overwritten anything needs no room to be undone, and shuts nobody out.
 // A change of several files is undone by nobody who may not write them.
 TEST_F(AccountsTest, ACommonJournalCountsByItsOwner) {
     Set(file_, kTeacher, 0644);
@@ -282,6 +282,28 @@ TEST_F(AccountsTest, ACommonJournalCountsByItsOwner) {
     EXPECT_FALSE(jet::CommonJournal::InForce(FileSystem::Native(), common.GetName(), *database));
 }
 
+// A copy may be read by those who may read what it was made from.
+TEST_F(AccountsTest, ACompactedCopyHasTheRightsOfItsSource) {
+    const Rights secret{kTeacher.user, kTeacher.group, 0600};
+    const Rights shared{kTeacher.user, kTeacher.group, 0660};
+    for (const Rights& rights : {secret, shared}) {
+        Set(file_, kTeacher, rights.mode);
+        for (const Account& account : {kTeacher, Account{0, 0}}) {
+            const fs::path copy = folder_.Path() / "Copy.mdb";
+            EXPECT_EQ(As(account,
+                         [&] {
+                             umask(022);
+                             jet::Compact(file_, copy, {}, {.durable = false});
+                             return 0;
+                         }),
+                      0);
+            EXPECT_EQ(RightsOf(copy), rights) << rights.mode << " by " << account.user;
+            fs::remove(copy);
+        }
+    }
+}
+
+// A commit that fails before it has overwritten anything needs no room to be undone, and shuts nobody out.
 TEST_F(AccountsTest, AfterAFullDiskOthersRead) {
     Set(file_, kTeacher, 0644);
     for (const bool durable : {false, true}) {

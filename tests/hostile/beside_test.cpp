@@ -11,6 +11,7 @@
 #include "jet/support/scratch.h"
 #include "jet/support/tables.h"
 #include "support/at_once.h"
+#include "support/other_files.h"
 
 #ifndef _WIN32
 #include <sys/stat.h>
@@ -80,6 +81,36 @@ TEST_F(BesideTest, AFileWithTwoHardLinksIsReadOnly) {
     EXPECT_EQ(ErrorOf([&] { Insert(*late, u"T", {12}); }), static_cast<int>(ErrorNumber::ReadOnly));
     fs::remove(folder_.Path() / "Twin.mdb");
     Insert(*early, u"T", {12});
+}
+
+// A half-written file is read as it was before. Nothing is put back while others may look at it under another name.
+TEST_F(BesideTest, AFileWithTwoHardLinksIsNotRolledBack) {
+    const fs::path journal = Beside("-journal");
+    std::vector<std::uint8_t> torn;
+    std::vector<std::uint8_t> images;
+    {
+        const auto database = jet::Database::Open(file_, {.cache_bytes = 0, .durable = false});
+        Write(*database, [&] {
+            database->CreateTable({.name = u"M", .columns = {{.name = u"X", .type = jet::ColumnType::Memo}}});
+        });
+        database->BeginTransaction();
+        Insert(*database, u"T", {11});
+        for (int i = 0; i < 200; ++i) Insert(*database, u"M", {std::u16string(1500, u'长')});
+        torn = ReadFile(file_);
+        ASSERT_TRUE(fs::exists(journal));
+        images = ReadFile(journal);
+    }
+    WriteFile(file_, torn);
+    WriteFile(journal, images);
+    fs::create_hard_link(file_, folder_.Path() / "Twin.mdb");
+    for (const bool read_only : {true, false}) {
+        const auto database = jet::Database::Open(file_, {.read_only = read_only, .durable = false});
+        EXPECT_EQ(Rows(*database, u"T").size(), 10U);
+        EXPECT_TRUE(ReadFile(file_) == torn && ReadFile(journal) == images);
+    }
+    fs::remove(folder_.Path() / "Twin.mdb");
+    EXPECT_EQ(Count(), 10U);
+    EXPECT_FALSE(fs::exists(journal));
 }
 
 // What stands under our names is neither followed nor waited for nor destroyed, and the database goes on working.
@@ -165,6 +196,119 @@ TEST_F(BesideTest, JournalsOfOthers) {
         EXPECT_EQ(kept, 1U);
         WriteFile(file_, before);
     }
+}
+
+// A file under the name of the common journal stays unless it shows that it is one.
+TEST_F(BesideTest, CommonJournalsOfOthers) {
+    const fs::path other = folder_.Path() / "Other.mdb";
+    fs::copy_file(file_, other);
+    const std::string voided("\0mTrnCmt", 8);
+    struct Case {
+        const char* name;
+        std::string bytes;
+        bool ours = false;
+    };
+    const Case cases[] = {
+        {"an empty file", ""},
+        {"zeros", std::string(24, '\0')},
+        {"many zeros", std::string(5000, '\0')},
+        {"a few letters", "QmTrn"},
+        {"letters", std::string(100, 'x')},
+        {"one that was not written whole", "QmTrnCmt" + std::string(3, 'x'), true},
+        {"one that has come to its end", voided + std::string(40, 'x'), true},
+    };
+    int key = 100;
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        for (const char* end : {"Client.mdb-commit", "Other.mdb-commit"}) {
+            std::ofstream(folder_.Path() / end, std::ios::binary) << test.bytes;
+        }
+        ++key;
+        {
+            const auto session = std::make_shared<jet::Session>();
+            const auto a = jet::Database::Open(file_, {.durable = false, .session = session});
+            const auto b = jet::Database::Open(other, {.durable = false, .session = session});
+            a->BeginTransaction();
+            Insert(*a, u"T", {key});
+            Insert(*b, u"T", {key});
+            a->CommitTransaction();
+        }
+        std::size_t kept = 0;
+        for (const auto& entry : fs::directory_iterator(folder_.Path())) {
+            if (entry.path().filename().string().find("-commit") == std::string::npos) continue;
+            const auto bytes = ReadFile(entry.path());
+            EXPECT_EQ(std::string(bytes.begin(), bytes.end()), test.bytes) << "nothing of our own stays";
+            ++kept;
+        }
+        EXPECT_EQ(kept, test.ours ? 1U : 2U) << "that of the first database is looked at";
+    }
+}
+
+// "Client.mdb" and "Client.mde" have the same lock file. That keeps neither from the other.
+TEST_F(BesideTest, DatabasesOfOneStem) {
+    const fs::path compiled = folder_.Path() / "Client.mde";
+    fs::copy_file(file_, compiled);
+    {
+        const auto a = Open(file_);
+        const auto b = Open(compiled);
+        b->BeginTransaction();
+        Insert(*b, u"T", {11});
+        Insert(*a, u"T", {13});
+        const auto second = Open(compiled);
+        EXPECT_EQ(ErrorOf([&] { Insert(*second, u"T", {12}); }), static_cast<int>(ErrorNumber::LockedByOther));
+        const jet::Database::Reading reading(*a);
+        EXPECT_EQ(a->FindTable(u"T")->RowCount(), 11U);
+        b->CommitTransaction();
+        EXPECT_TRUE(fs::exists(folder_.Path() / "Client.ldb"));
+    }
+    EXPECT_EQ(Count(), 11U);
+    EXPECT_EQ(Rows(*Open(compiled), u"T").size(), 11U);
+    EXPECT_FALSE(fs::exists(folder_.Path() / "Client.ldb"));
+}
+
+// Where the lock file cannot be made, or not by those who did not make it.
+class LockFileRefused : public WrappedFiles {
+public:
+    explicit LockFileRefused(bool always) : always_(always) {}
+
+    std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override {
+        const bool refused = path.extension() == ".ldb" && (always_ || mode == OpenMode::Create);
+        if (refused) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        return WrappedFiles::Open(path, mode);
+    }
+
+private:
+    bool always_;
+};
+
+TEST_F(BesideTest, ALockFileOfAnotherIsUsedWhereItCannotBeMade) {
+    std::ofstream(folder_.Path() / "Client.ldb").flush();
+    LockFileRefused files(false);
+    const auto database = jet::Database::Open(file_, {.durable = false, .system = &files});
+    Insert(*database, u"T", {11});
+    EXPECT_EQ(Count(), 11U);
+}
+
+// Readers without a lock file, of whom one is always there, do not keep a writer out.
+TEST_F(BesideTest, ReadersInTurnLetAWriterIn) {
+    LockFileRefused files(true);
+    std::vector<std::jthread> readers;
+    readers.reserve(4);
+    for (int i = 0; i < 4; ++i) {
+        readers.emplace_back([&](const std::stop_token& done) {
+            const auto database = jet::Database::Open(file_, {.durable = false, .system = &files});
+            while (!done.stop_requested()) {
+                const jet::Database::Reading reading(*database);
+                EXPECT_GE(database->FindTable(u"T")->RowCount(), 10U);
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+        });
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const auto writer = jet::Database::Open(file_, {.lock_timeout = std::chrono::seconds(3), .durable = false});
+    for (int key = 11; key <= 15; ++key) Insert(*writer, u"T", {key});
+    readers.clear();
+    EXPECT_EQ(Count(), 15U);
 }
 
 // A file that was put in the place of an open one gets no rows behind its user's back, and the user is told.

@@ -89,5 +89,23 @@ TEST(OddFilesTest, AreReadOnly) {
     }
 }
 
+// A reader who can have no lock may see a journal that is gone before he opens it.
+TEST(OddFilesTest, AJournalMayVanish) {
+    class Vanishing : public OddFiles {
+    public:
+        using OddFiles::OddFiles;
+        FileKind Look(const std::filesystem::path& path) override {
+            return path.string().ends_with("-journal") ? FileKind::Plain : OddFiles::Look(path);
+        }
+    };
+    ScratchFolder folder;
+    const std::filesystem::path file = folder.Path() / "Client.mdb";
+    jet::Database::Create(file, {}, {.durable = false});
+    const Odd odd{.name = "no locks", .grants_none = true, .reason = {}};
+    Vanishing files(odd);
+    const auto database = jet::Database::Open(file, {.system = &files});
+    EXPECT_GT(Rows(*database, u"MSysObjects").size(), 0U);
+}
+
 }  // namespace
 }  // namespace qmtrain::test

@@ -178,7 +178,7 @@ TEST(Forecasts, FromAStraightLineAndFromScatter) {
     const auto straight = ForecastOf({50, 55, 60, 65, 70});
     ASSERT_TRUE(straight);
     EXPECT_NEAR(straight->expected, 75, 1e-9);
-    EXPECT_NEAR(straight->high - straight->low, 0, 1e-9);
+    EXPECT_NEAR(straight->high - straight->low, 6, 1e-9) << "nothing is as certain as that";
 
     // Mean 60, slope 0, residues 10, -10, 0, -10, 10: s = sqrt(400 / 3); t(3) = 1.638; sqrt(1 + 1/5 + 9/10).
     const auto scattered = ForecastOf({70, 50, 60, 50, 70});
@@ -190,6 +190,7 @@ TEST(Forecasts, FromAStraightLineAndFromScatter) {
     const auto beyond = ForecastOf({80, 85, 90, 95, 100});
     EXPECT_EQ(beyond->expected, 100);
     EXPECT_EQ(beyond->high, 100);
+    EXPECT_EQ(beyond->low, 97);
     // What lies far back counts no more.
     std::vector<double> rates(100, 0);
     for (int i = 0; i < 20; ++i) rates.push_back(80);

@@ -177,6 +177,8 @@ TEST_F(RowsTest, AreAddedChangedAndDeleted) {
     rows->Delete();
     EXPECT_EQ(NumberOf([&] { rows->Fields(u"id").Value(); }), N(Number::RecordDeleted));
     rows->MoveNext();
+    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{6})) << "the new one stands behind those seen before it";
+    rows->MoveNext();
     EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{3}));
     EXPECT_EQ(server_->Psql("SELECT id, remark FROM train WHERE userid = 1 ORDER BY id"), "1|备注1\n3|备注3\n6|改");
     rows->FindFirst(u"id = 1");
@@ -192,7 +194,7 @@ TEST_F(RowsTest, AreNotOverwrittenWhenAnotherUserWasFirst) {
     };
     rows->Edit();
     server_->Psql("UPDATE train SET score = 9 WHERE id = 1");
-    EXPECT_EQ(NumberOf(change), N(Number::ChangedByOther));
+    EXPECT_EQ(NumberOf(change), N(Number::RecordChanged));
     EXPECT_EQ(server_->Psql("SELECT remark FROM train WHERE id = 1"), "备注1");
     rows->Edit();
     change();

@@ -22,6 +22,18 @@ namespace qmtrain::test {
 
 inline constexpr dao::LinkRights kServerRights{.write = true, .servers = true};
 
+inline AutomationError ErrorOf(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const AutomationError& error) {
+        return error;
+    }
+    return {0, u"", u""};
+}
+inline std::int32_t NumberOf(const std::function<void()>& body) {
+    return ErrorOf(body).Number();
+}
+
 class OdbcTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -75,16 +87,6 @@ protected:
         }
         return text;
     }
-
-    static AutomationError ErrorOf(const std::function<void()>& body) {
-        try {
-            body();
-        } catch (const AutomationError& error) {
-            return error;
-        }
-        return {0, u"", u""};
-    }
-    static std::int32_t NumberOf(const std::function<void()>& body) { return ErrorOf(body).Number(); }
 
     // How a statement would be run.
     std::string Explained(std::u16string_view sql) {

@@ -60,6 +60,34 @@ TEST(Csv, EveryFieldComesBack) {
     EXPECT_EQ(ReadCsv(text), expected);
 }
 
+// What a spreadsheet would calculate stays the text that it is; numbers are not touched.
+TEST(Csv, NoTextBecomesAFormula) {
+    const struct {
+        const char16_t* text;
+        const char* cell;
+    } cases[] = {
+        {u"=1+1", "'=1+1"},
+        {u"=HYPERLINK(\"http://x\",\"y\")", "\"'=HYPERLINK(\"\"http://x\"\",\"\"y\"\")\""},
+        {u"@SUM(A1)", "'@SUM(A1)"},
+        {u"+cmd|' /C calc'!A0", "'+cmd|' /C calc'!A0"},
+        {u"-2+3", "'-2+3"},
+        {u"-", "'-"},
+        {u"-3.5%", "-3.5%"},
+        {u"+12", "+12"},
+        {u"a;=1", "\"a;=1\""},
+        {u"'=x", "''=x"},
+        {u"'x", "'x"},
+        {u"1=1", "1=1"},
+        {u"", ""},
+    };
+    for (const auto& one : cases) {
+        Report report;
+        report.data.columns = {{u"笔记"}};
+        report.data.rows = {{one.text}};
+        EXPECT_EQ(ToCsv(report), std::string("\xEF\xBB\xBF笔记\r\n") + one.cell + "\r\n");
+    }
+}
+
 TEST(Html, NothingOfATextBecomesMarkup) {
     Report report;
     report.title = u"<script>alert(1)</script>";

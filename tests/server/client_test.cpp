@@ -207,7 +207,7 @@ TEST_F(ClientTest, DescribesItsClasses) {
         }
         type->ReleaseTypeAttr(attributes);
     }
-    EXPECT_EQ(creatable.size(), 14U);
+    EXPECT_EQ(creatable.size(), 15U);
 }
 
 TEST_F(ClientTest, StaysLoadedWhileAnObjectLives) {

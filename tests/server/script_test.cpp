@@ -17,8 +17,9 @@ std::string Read(const std::filesystem::path& file) {
 class ScriptTest : public ServerTest {
 protected:
     // What the script says when it is run on the folder of the test.
-    std::string Run(const std::string& script, const std::wstring& arguments = L"") const {
-        const std::filesystem::path file = folder_.Path() / "script.vbs";
+    std::string Run(const std::string& script, const std::wstring& arguments = L"",
+                    const char* name = "script.vbs") const {
+        const std::filesystem::path file = folder_.Path() / name;
         const std::filesystem::path output = folder_.Path() / "output.txt";
         std::ofstream(file, std::ios::binary) << ToAnsi(FromUtf8(script));
         const std::wstring command = L"cscript //nologo \"" + file.wstring() + L"\" \"" + folder_.Path().wstring() +
@@ -44,7 +45,15 @@ TEST_F(ScriptTest, TheSampleRecordsAPracticeAndListsIt) {
     EXPECT_NE(said.find("  2/4"), std::string::npos) << said;
 }
 
-INSTANTIATE_TEST_SUITE_P(Server, MembersTest, testing::Values("utilities", "records", "banks", "notes", "learning", "hostile"),
+// Another language, which has no default members to write to.
+TEST_F(ScriptTest, DataObjectsInJScript) {
+    const std::string said = Run(Read(sources_ / "tests" / "server" / "data_objects.js"), L"", "script.js");
+    EXPECT_NE(said.find(" checks, 0 failures"), std::string::npos) << said;
+}
+
+INSTANTIATE_TEST_SUITE_P(Server, MembersTest,
+                         testing::Values("utilities", "records", "banks", "notes", "learning", "data_objects",
+                                         "hostile"),
                          [](const auto& script) { return std::string(script.param); });
 
 }  // namespace

@@ -1,4 +1,6 @@
 // Expressions without tables: operators, conversions between types, functions.
+#include <random>
+
 #include <gtest/gtest.h>
 
 #include "core/collation.h"
@@ -234,6 +236,74 @@ TEST(ExpressionErrors, AreRaised) {
     for (const BadCase& c : kCases) {
         EXPECT_EQ(ErrorOf(catalog, std::string("SELECT ") + c.expression), c.error) << c.expression;
     }
+}
+
+// Whether the text from `t` on is one of the pattern from `p` on, tried in every way. `known`: what is known of both.
+bool FitsSlowly(std::u16string_view text, std::u16string_view pattern, std::size_t t, std::size_t p,
+                std::vector<signed char>& known) {
+    signed char& fits = known[t * (pattern.size() + 1) + p];
+    if (fits != 0) return fits > 0;
+    bool found = false;
+    if (p == pattern.size()) {
+        found = t == text.size();
+    } else if (pattern[p] == u'*') {
+        found = FitsSlowly(text, pattern, t, p + 1, known) ||
+                (t < text.size() && FitsSlowly(text, pattern, t + 1, p, known));
+    } else {
+        const std::size_t next = pattern[p] == u'[' ? pattern.find(u']', p) + 1 : p + 1;
+        const std::u16string_view element = pattern.substr(p, next - p);
+        const auto fits_unit = [&](char16_t unit) {
+            if (element == u"?") return true;
+            if (element == u"#") return unit >= u'0' && unit <= u'9';
+            if (element == u"[a-b]") return unit == u'a' || unit == u'b';
+            if (element == u"[!A1]") return unit != u'a' && unit != u'1';
+            return ToUpper(element[0]) == ToUpper(unit);
+        };
+        found = element == u"[]"
+                    ? FitsSlowly(text, pattern, t, next, known)
+                    : t < text.size() && fits_unit(text[t]) && FitsSlowly(text, pattern, t + 1, next, known);
+    }
+    fits = found ? 1 : -1;
+    return found;
+}
+
+// Patterns of all lengths, made from their texts so that many fit and the others nearly do.
+TEST(Like, FindsWhatTryingEverythingFinds) {
+    std::mt19937 random(16);
+    const auto pick = [&](std::size_t count) { return random() % count; };
+    std::size_t fitting = 0;
+    constexpr std::size_t kTries = 3000;
+    for (std::size_t i = 0; i < kTries; ++i) {
+        const std::size_t longest = i % 10 == 0 ? 400 : 12;
+        const std::u16string_view letters = std::u16string_view(u"ab1中").substr(0, 1 + pick(4));
+        std::u16string text;
+        for (std::size_t length = pick(longest); length > 0; --length) text += letters[pick(letters.size())];
+        std::u16string pattern;
+        const std::size_t stars = 2 + pick(longest);
+        for (std::size_t at = 0; at < text.size(); ++at) {
+            if (pick(stars) == 0) {
+                pattern += u'*';
+                at += pick(4);
+            }
+            if (at >= text.size()) break;
+            const char16_t unit = text[at];
+            switch (pick(4)) {
+                case 0: pattern += u'?'; break;
+                case 1: pattern += unit == u'1' ? u"#" : unit == u'中' ? u"[!A1]" : u"[a-b]"; break;
+                case 2: pattern += ToUpper(unit); break;
+                default: pattern += unit; break;
+            }
+            if (pick(50) == 0) pattern += u"[]";
+        }
+        if (pick(3) == 0) pattern += pick(2) == 0 ? u"*" : u"a";
+        if (pick(3) == 0) pattern.insert(0, u"*?");
+        std::vector<signed char> known((text.size() + 1) * (pattern.size() + 1));
+        const bool expected = FitsSlowly(text, pattern, 0, 0, known);
+        fitting += expected ? 1 : 0;
+        EXPECT_EQ(MatchesLike(text, pattern), expected) << ToUtf8(text) << " Like " << ToUtf8(pattern);
+    }
+    EXPECT_GT(fitting, kTries / 4);
+    EXPECT_LT(fitting, kTries * 3 / 4);
 }
 
 // What a pattern begins with is looked for in indexes: every text that matches must stand there.

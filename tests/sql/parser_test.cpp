@@ -34,6 +34,10 @@ constexpr const char* kGood[] = {
     "ALTER TABLE T ADD CONSTRAINT P PRIMARY KEY (A)",
     "ALTER TABLE T DROP COLUMN A",
     "ALTER TABLE T DROP CONSTRAINT P",
+    "ALTER TABLE T ALTER COLUMN A TEXT(20) DEFAULT 'x' NOT NULL",
+    "PARAMETERS [a b] TEXT(20), C DATETIME, D VALUE; SELECT [a b] FROM T WHERE A = C",
+    "SELECT A FROM T WHERE A > ANY (SELECT B FROM U) AND NOT A = ALL (SELECT B FROM U WHERE U.A = T.A)",
+    "TRANSFORM Sum(A) SELECT B FROM T WHERE C > 1 GROUP BY B ORDER BY B DESC PIVOT D & 'x' IN ('ax', 'bx')",
 };
 
 // Printing shows how a statement was understood; what is printed must be understood in the same way.
@@ -282,7 +286,13 @@ constexpr const char* kBad[] = {
     "ALTER TABLE T DROP",
     "ALTER TABLE T DROP COLUMN",
     "ALTER TABLE T ADD CONSTRAINT",
-    "ALTER TABLE T ALTER COLUMN A LONG",
+    "ALTER TABLE T ALTER COLUMN A",
+    "ALTER TABLE T ALTER COLUMN A LONG PRIMARY KEY",
+    "PARAMETERS A LONG",
+    "PARAMETERS ; SELECT A FROM T",
+    "TRANSFORM Sum(A) SELECT B FROM T PIVOT C",
+    "TRANSFORM Sum(A) SELECT B FROM T GROUP BY B PIVOT",
+    "SELECT A FROM T WHERE A > ALL (1, 2)",
 };
 
 bool IsRefused(std::u16string_view text) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 
 #include <arpa/inet.h>
@@ -21,17 +22,23 @@ namespace {
 
 std::string why_none;
 
-// Nobody else gets it in the next moments, most likely.
+// Nobody else gets it in the next moments, most likely. The driver's field for ports has room for two of four digits.
 int FreePort() {
-    const int handle = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    bind(handle, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(handle, reinterpret_cast<sockaddr*>(&address), &size);
-    close(handle);
-    return ntohs(address.sin_port);
+    constexpr int kFirst = 5500;
+    constexpr int kCount = 4000;
+    std::minstd_rand random(static_cast<unsigned>(getpid()));
+    for (int tries = 0; tries < kCount; ++tries) {
+        const int port = kFirst + static_cast<int>(random() % kCount);
+        const int handle = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        const bool bound = bind(handle, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        close(handle);
+        if (bound) return port;
+    }
+    throw std::runtime_error("no free port");
 }
 
 std::string FindPrograms() {
@@ -51,12 +58,14 @@ std::string Quoted(const std::string& text) {
 
 }  // namespace
 
+std::unique_ptr<TestServer> TestServer::Another() {
+    std::unique_ptr<TestServer> made(new TestServer);
+    if (!made->SetUp(why_none)) made.reset();
+    return made;
+}
+
 TestServer* TestServer::Get() {
-    static const std::unique_ptr<TestServer> server = [] {
-        std::unique_ptr<TestServer> made(new TestServer);
-        if (!made->SetUp(why_none)) made.reset();
-        return made;
-    }();
+    static const std::unique_ptr<TestServer> server = Another();
     return server.get();
 }
 
@@ -89,8 +98,8 @@ bool TestServer::SetUp(std::string& why) {
             good);
     if (!good) return why = "initdb: " + said, false;
     // The server's owner comes through the socket in the folder, everybody else with a password.
-    Run("sh -c 'printf \"local all owner trust\\nhost all all 127.0.0.1/32 scram-sha-256\\n\" > " + folder_ +
-            "/data/pg_hba.conf'",
+    Run("sh -c 'printf \"local all,replication owner trust\\nhost all all 127.0.0.1/32 scram-sha-256\\n\" > " +
+            folder_ + "/data/pg_hba.conf'",
         good);
     port_ = FreePort();
     Start();
@@ -130,6 +139,48 @@ void TestServer::Start() {
 void TestServer::Stop() {
     bool good = false;
     Run(programs_ + "pg_ctl -w -D " + folder_ + "/data -m immediate stop > /dev/null 2>&1", good);
+}
+
+void TestServer::MustRun(const std::string& command) const {
+    bool good = false;
+    const std::string said = Run("sh -c " + Quoted("exec 2>&1; " + command), good);
+    if (!good) throw std::runtime_error(command + ": " + said);
+}
+
+std::unique_ptr<TestServer> TestServer::Follow() {
+    std::unique_ptr<TestServer> other(new TestServer);
+    other->process_ = process_;
+    other->programs_ = programs_;
+    other->as_user_ = as_user_;
+    other->databases_ = databases_;
+    other->folder_ = folder_ + "-standby";
+    other->port_ = FreePort();
+    MustRun("mkdir " + other->folder_ + " && " + programs_ + "pg_basebackup -h " + folder_ + " -p " +
+            std::to_string(port_) + " -U owner -D " + other->folder_ + "/data -R -X stream -c fast --no-sync");
+    other->Start();
+    // Only when it is there: nobody else could commit.
+    Psql("ALTER SYSTEM SET synchronous_standby_names = '*'");
+    Psql("SELECT pg_reload_conf()");
+    return other;
+}
+
+void TestServer::Promote() {
+    MustRun(programs_ + "pg_ctl promote -w -D " + folder_ + "/data > /dev/null");
+    Psql("ALTER SYSTEM RESET synchronous_standby_names");
+    Psql("SELECT pg_reload_conf()");
+}
+
+std::string TestServer::UseTls() {
+    MustRun("cd " + folder_ +
+            " && openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj '/CN=Test Authority' -keyout ca.key -out "
+            "ca.crt && openssl req -newkey rsa:2048 -nodes -subj /CN=localhost -addext "
+            "subjectAltName=DNS:localhost -keyout data/server.key -out server.csr && openssl x509 -req -in server.csr "
+            "-CA ca.crt -CAkey ca.key -CAcreateserial -days 2 -copy_extensions copy -out data/server.crt && chmod 600 "
+            "data/server.key && chmod 755 . && chmod 644 ca.crt && printf 'local all,replication owner trust\nhostssl "
+            "all all 127.0.0.1/32 scram-sha-256\n' > data/pg_hba.conf");
+    Psql("ALTER SYSTEM SET ssl = on");
+    Psql("SELECT pg_reload_conf()");
+    return folder_ + "/ca.crt";
 }
 
 std::string TestServer::Psql(const std::string& statements) const {

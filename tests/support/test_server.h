@@ -12,6 +12,9 @@ class TestServer {
 public:
     // The process's one, started on first use; null where the machine has not what it takes, and WhyNone() says what.
     static TestServer* Get();
+
+    // One for a test that does to it what others would not like.
+    static std::unique_ptr<TestServer> Another();
     static const std::string& WhyNone();
 
     TestServer(const TestServer&) = delete;
@@ -28,14 +31,28 @@ public:
     // "|".
     std::string Psql(const std::string& statements) const;
 
+    // As if its machine had lost power, but for the disk's cache.
     void Stop();
     void Start();
+
+    // Another one that follows it, and takes part in every commit from now on. It becomes a server of its own with
+    // Promote(), and is gone with the object.
+    std::unique_ptr<TestServer> Follow();
+    void Promote();
+
+    // Takes TLS from now on, with a certificate for "localhost" of an authority of its own, and nothing else from
+    // others. Returns the authority's certificate.
+    std::string UseTls();
     int Port() const { return port_; }
+
+    // The name of the database that was made last.
+    std::string Database() const { return "db" + std::to_string(databases_); }
 
 private:
     TestServer() = default;
     bool SetUp(std::string& why);
     std::string Run(const std::string& command, bool& good) const;
+    void MustRun(const std::string& command) const;
 
     std::string programs_;  // where they are
     std::string folder_;

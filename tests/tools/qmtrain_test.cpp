@@ -20,7 +20,7 @@ std::map<std::string, std::string> FilesIn(const fs::path& folder) {
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         if (!entry.is_regular_file()) continue;
         std::ifstream file(entry.path(), std::ios::binary);
-        files[fs::relative(entry.path(), folder).string()] = {std::istreambuf_iterator<char>(file), {}};
+        files[fs::relative(entry.path(), folder).generic_string()] = {std::istreambuf_iterator<char>(file), {}};
     }
     return files;
 }

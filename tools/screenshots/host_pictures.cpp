@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <wx/app.h>
+#include <wx/prntbase.h>
 #include <wx/timer.h>
 
 #include "core/files.h"
@@ -21,12 +22,14 @@
 #include "host/keys_dialog.h"
 #include "host/main_window.h"
 #include "host/note_dialog.h"
+#include "host/paper_sheet.h"
 #include "host/practice_window.h"
 #include "host/question_editor.h"
 #include "host/review_window.h"
 #include "host/rules_dialog.h"
 #include "host/sample_data.h"
 #include "host/wrong_window.h"
+#include "report/printing.h"
 #include "ui/screenshot.h"
 
 namespace qmtrain::screenshots {
@@ -232,6 +235,13 @@ void Banks(Player& player, const DataFolder& folder, const fs::path& pictures, b
     if (small) window.SetClientSize(window.GetMinClientSize());
     player.Do([&window] { window.Select(u"JC010009"); });
     player.Picture("banks", [&window] { return &window; });
+    player.Do([&] {
+        const Paper paper = FindPaper(folder, 101).value();
+        report::ShowPreview(&window, PaperSheet(folder, Edition::StandAlone, paper, Answers::Without));
+    });
+    for (int i = 0; i < 5; ++i) player.Do([] {});  // the page is drawn when there is nothing else to do
+    player.Picture("preview", [] { return Shown<wxPreviewFrame>(); });
+    player.Do([] { Shown<wxPreviewFrame>()->Close(true); });
     player.Do([&window] { window.EndModal(wxID_CANCEL); });
     player.Play([&window] { window.ShowModal(); });
 

@@ -14,7 +14,7 @@ source tools/windows/package.sh
 if [ $# -ne 0 ]; then
   say "usage: tools/windows/build.sh"
   say "Installs the cross compilers (Debian packages, as root or with sudo), builds wxWidgets once into a cache"
-  say "($(wxwidgets_cache)), the libraries and programs of both word sizes, build/QmTrainInfo-setup.exe and"
+  say "($(libraries_cache)), the libraries and programs of both word sizes, build/QmTrainInfo-setup.exe and"
   say "build/QmTrainInfo-windows.zip."
   exit 2
 fi

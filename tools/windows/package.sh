@@ -15,7 +15,7 @@ windows_payload() {
       "$built/tools/jetsql/jetsql.exe" "$folder/$word_size/"
   done
   cp build/windows-x86/src/server/generated/server/qmtraininfo.tlb "$folder/QmTrainInfo.tlb"
-  cp src/server/qmtraininfo.idl src/server/record_sets.idl samples/host.cpp samples/late.cpp samples/practice.cs \
+  cp src/server/qmtraininfo.idl src/server/record_sets.idl src/server/data_objects.idl samples/host.cpp samples/late.cpp samples/practice.cs \
     "$folder/samples/"
   for name in practice.vbs practice.js practice.bas; do as_windows_text "samples/$name" "$folder/samples/$name"; done
   as_windows_text tools/windows/package/readme.txt "$folder/readme.txt"

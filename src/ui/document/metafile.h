@@ -7,6 +7,12 @@
 
 namespace qmtrain::ui {
 
+// Whether the bytes begin as a metafile does.
+bool IsMetafile(ByteSpan bytes);
+
+// Without the header that files alone have.
+ByteSpan WithoutFileHeader(ByteSpan metafile);
+
 // The largest bitmap that the metafile draws (a mask comes before its picture and is smaller); nothing when it draws
 // none. A view into `metafile`.
 std::optional<ByteSpan> BitmapInMetafile(ByteSpan metafile);

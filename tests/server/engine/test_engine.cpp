@@ -4,7 +4,9 @@
 #include <memory>
 #include <string>
 
+#include "core/convert.h"
 #include "dao/jet_database.h"
+#include "dao/jet_engine.h"
 #include "server/factory.h"
 #include "server/module.h"
 #include "server/object.h"
@@ -50,9 +52,14 @@ const Class& server::ClassOf<dao::Database>() {
         {
             QMTRAIN_READ_ONLY(Name),
             QMTRAIN_READ_ONLY(RecordsAffected),
-            QMTRAIN_CALL(Execute, [](C& data, std::u16string_view query, Value) { data.Execute(query); }),
-            QMTRAIN_CALL(OpenRecordset, [](C& data, std::u16string_view name, Value, Value,
-                                           Value) { return data.OpenRecordset(name); }),
+            QMTRAIN_CALL(Execute, [](C& data, std::u16string_view query,
+                                     Value options) { data.Execute(query, options.IsEmpty() ? 0 : ToLong(options)); }),
+            QMTRAIN_CALL(OpenRecordset,
+                         [](C& data, std::u16string_view name, Value type, Value options, Value) {
+                             const std::int32_t number = type.IsEmpty() ? 0 : ToLong(type);
+                             return data.OpenRecordset(name, static_cast<dao::RecordsetType>(number),
+                                                       options.IsEmpty() ? 0 : ToLong(options));
+                         }),
             QMTRAIN_METHOD(Close),
         });
     return made;

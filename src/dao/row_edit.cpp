@@ -1,0 +1,163 @@
+#include "dao/row_edit.h"
+
+#include <optional>
+
+#include "core/error.h"
+#include "jet/database.h"
+
+namespace qmtrain::dao {
+namespace {
+
+// A scope in which a row is changed: the file is kept for writing unless the row is on a server.
+class ChangeScope {
+public:
+    ChangeScope(jet::Database& storage, const sql::Table& table) {
+        if (table.IsRemote())
+            reading_.emplace(storage);
+        else
+            writing_.emplace(storage);
+    }
+    void Commit() {
+        if (writing_) writing_->Commit();
+    }
+
+private:
+    std::optional<jet::Database::Reading> reading_;
+    std::optional<jet::Database::Writing> writing_;
+};
+
+}  // namespace
+
+sql::Table& RowEdit::EditedTable() const {
+    return *Query().Tables()[static_cast<std::size_t>(Query().EditableTable())];
+}
+
+// Of the table that is edited; null for any other.
+const sql::Column* RowEdit::ColumnOf(int column) const {
+    const sql::OutputColumn& output = Query().Columns()[static_cast<std::size_t>(column)];
+    if (output.column < 0 || output.table != Query().EditableTable()) return nullptr;
+    return &EditedTable().Columns()[static_cast<std::size_t>(output.column)];
+}
+
+bool RowEdit::CanSet(int column) const {
+    return ColumnOf(column) != nullptr;
+}
+
+void RowEdit::Add() {
+    values_.assign(Width(), Null{});
+    originals_.assign(Width(), Value());
+    changed_.assign(Width(), false);
+    for (std::size_t i = 0; i < Width(); ++i) {
+        const sql::Column* column = ColumnOf(static_cast<int>(i));
+        if (column == nullptr) continue;
+        const Value value = sql::DefaultValue(*column);
+        if (!value.IsEmpty()) values_[i] = value;
+    }
+    mode_ = EditMode::Add;
+}
+
+// What others have changed meanwhile counts.
+void RowEdit::Change() {
+    {
+        const jet::Database::Reading reading(source_.Storage());
+        rows_.Recognise();
+        rows_.ReadAll(values_);
+    }
+    originals_.assign(Width(), Value());
+    changed_.assign(Width(), false);
+    mode_ = EditMode::InProgress;
+}
+
+const Value& RowEdit::Original(int column) const {
+    const auto place = static_cast<std::size_t>(column);
+    return changed_[place] ? originals_[place] : values_[place];
+}
+
+void RowEdit::Set(int position, const Value& value) {
+    if (!IsActive()) Raise(ErrorNumber::UpdateWithoutEdit);
+    const auto place = static_cast<std::size_t>(position);
+    const sql::OutputColumn& output = Query().Columns()[place];
+    if (output.column < 0) Raise(ErrorNumber::ReadOnly, {output.name, u"它是计算出来的。"});
+    const sql::Column* column = ColumnOf(position);
+    if (column == nullptr) Raise(ErrorNumber::ReadOnly, {output.name, u"它属于联接中“一”方的表。"});
+    Value converted = sql::ConvertToColumn(value, *column);
+    if (!changed_[place]) originals_[place] = values_[place];
+    values_[place] = std::move(converted);
+    changed_[place] = true;
+}
+
+void RowEdit::Update() {
+    if (!IsActive()) Raise(ErrorNumber::UpdateWithoutEdit);
+    const Work work = source_.database->Begin();
+    if (mode_ == EditMode::InProgress)
+        UpdateRow(EditedTable());
+    else
+        InsertRow(EditedTable());
+    mode_ = EditMode::None;
+}
+
+// Nobody has kept the row as it was when the edit began.
+std::vector<sql::Assignment> RowEdit::Seen() const {
+    std::vector<sql::Assignment> seen;
+    for (std::size_t i = 0; i < Width(); ++i) {
+        const int column = static_cast<int>(i);
+        if (CanSet(column)) seen.push_back({Query().Columns()[i].column, Original(column)});
+    }
+    return seen;
+}
+
+void RowEdit::UpdateRow(sql::Table& table) {
+    std::vector<sql::Assignment> changes;
+    for (std::size_t i = 0; i < Width(); ++i) {
+        if (changed_[i]) changes.push_back({Query().Columns()[i].column, values_[i]});
+    }
+    std::uint64_t identity = 0;
+    {
+        ChangeScope writing(source_.Storage(), table);
+        const sql::RowId row = rows_.Recognise();
+        if (table.IsRemote())
+            table.UpdateSeen(row, changes, Seen());
+        else
+            table.Update(row, changes);
+        identity = rows_.IdentityOf(row);
+        writing.Commit();
+    }
+    rows_.Changed(identity);
+    last_modified_ = rows_.Bookmark();
+}
+
+void RowEdit::InsertRow(sql::Table& table) {
+    std::vector<Value> row;
+    for (const sql::Column& column : table.Columns()) row.push_back(sql::DefaultValue(column));
+    for (std::size_t i = 0; i < Width(); ++i) {
+        if (changed_[i]) row[static_cast<std::size_t>(Query().Columns()[i].column)] = values_[i];
+    }
+    sql::RowId added;
+    std::uint64_t identity = 0;
+    {
+        ChangeScope writing(source_.Storage(), table);
+        added = table.Insert(row);
+        identity = rows_.IdentityOf(added);
+        writing.Commit();
+    }
+    last_modified_ = rows_.Added(added, identity);
+}
+
+// The deleted row stays current until the record set moves, but can no longer be read.
+void RowEdit::Delete() {
+    Cancel();
+    const Work work = source_.database->Begin();
+    {
+        ChangeScope writing(source_.Storage(), EditedTable());
+        EditedTable().Delete(rows_.Recognise());
+        writing.Commit();
+    }
+    rows_.Deleted();
+}
+
+const Bytes& RowEdit::LastModified() const {
+    if (last_modified_.empty()) Raise(ErrorNumber::NoCurrentRecord);
+    return last_modified_;
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,61 @@
+// A row that is being added or changed: its values until Update.
+#pragma once
+
+#include <vector>
+
+#include "core/value.h"
+#include "dao/navigator.h"
+#include "dao/row_source.h"
+#include "dao/types.h"
+
+namespace qmtrain::dao {
+
+class RowEdit {
+public:
+    // Changes the rows that the navigator goes to, which must outlive it.
+    RowEdit(const RowSource& source, Navigator& rows) : source_(source), rows_(rows) {}
+
+    EditMode Mode() const { return mode_; }
+    bool IsActive() const { return mode_ != EditMode::None; }
+
+    void Add();
+    void Change();
+    void Cancel() { mode_ = EditMode::None; }
+
+    // While a row is being added or changed.
+    const Value& Get(int column) const { return values_[static_cast<std::size_t>(column)]; }
+    bool HasChanged(int column) const { return changed_[static_cast<std::size_t>(column)]; }
+    const Value& Original(int column) const;
+    void Set(int column, const Value& value);
+
+    // Whether a column is one of the table that is edited.
+    bool CanSet(int column) const;
+
+    // Writes the row. When it fails the edit goes on, so that it can be corrected or given up.
+    void Update();
+
+    // Deletes the current row.
+    void Delete();
+
+    // Of the row written last. Raises NoCurrentRecord when there is none.
+    const Bytes& LastModified() const;
+
+private:
+    const sql::Query& Query() const { return rows_.GetQuery(); }
+    sql::Table& EditedTable() const;
+    const sql::Column* ColumnOf(int column) const;
+    std::size_t Width() const { return Query().Columns().size(); }
+    std::vector<sql::Assignment> Seen() const;
+    void UpdateRow(sql::Table& table);
+    void InsertRow(sql::Table& table);
+
+    const RowSource& source_;
+    Navigator& rows_;
+    EditMode mode_ = EditMode::None;
+    std::vector<Value> values_;
+    std::vector<Value> originals_;  // of changed columns
+    std::vector<bool> changed_;
+    Bytes last_modified_;
+};
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,22 @@
+#include "dao/row_source.h"
+
+#include "jet/database.h"
+
+namespace qmtrain::dao {
+
+void EndQuery::operator()(sql::Query* query) const {
+    const auto lock = session->Lock();
+    delete query;
+}
+
+std::uint64_t RowSource::ChangeStamp() const {
+    return database->KnownChanges();
+}
+
+QueryPtr RowSource::Open() const {
+    static const sql::ParameterValues kNone;
+    auto query = sql::Open(database->Tables(), *statement, parameters ? *parameters : kNone);
+    return {query.release(), EndQuery{Storage().SharedSession()}};
+}
+
+}  // namespace qmtrain::dao
