@@ -16,7 +16,7 @@ fuzz_one() {
 fuzz_all() {
   local seconds=$1 programs=build/fuzz/tests sample samples=${QMTRAIN_SAMPLES:-../shared/data/mdb}
   need_packages cmake ninja-build clang libgtest-dev libsqlite3-dev libwxgtk3.2-dev libpugixml-dev \
-    libxml2-dev libcli11-dev nlohmann-json3-dev libcairo2-dev pkg-config
+    libxml2-dev libcli11-dev nlohmann-json3-dev libcairo2-dev pkg-config unixodbc-dev
   build fuzz -- fuzz_jet_read fuzz_jet_write fuzz_jet_journal fuzz_rtf fuzz_parser fuzz_gift fuzz_aiken fuzz_csv \
     fuzz_moodlexml
   mkdir -p build/fuzz/corpus/{jet_read,jet_write,jet_journal,rtf,sql,gift,aiken,csv,moodlexml}

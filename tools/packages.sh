@@ -5,7 +5,7 @@
 test_packages() {
   # shellcheck source=tools/windows/wine32.sh
   source tools/windows/wine32.sh  # roots
-  need_packages cmake ninja-build g++ libwxgtk3.2-dev libpugixml-dev libxml2-dev libcli11-dev nlohmann-json3-dev libcairo2-dev pkg-config \
+  need_packages cmake ninja-build g++ libwxgtk3.2-dev libpugixml-dev libxml2-dev libcli11-dev nlohmann-json3-dev libcairo2-dev pkg-config unixodbc-dev \
     dpkg-dev file lintian debootstrap desktop-file-utils xvfb xauth \
     imagemagick
   build release -DBUILD_TESTING=OFF -DQMTRAIN_BENCH=OFF -DCMAKE_INSTALL_PREFIX=/usr \

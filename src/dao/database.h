@@ -32,8 +32,13 @@ public:
     virtual std::int32_t RecordsAffected() const = 0;
 
     // Runs the body as one change: all that it changes happens or nothing. Our own engine keeps the file locked for
-    // writing meanwhile, so that what the body reads stays true until its end.
+    // writing meanwhile, so that what the body reads stays true until its end; where the tables are on a server, the
+    // body runs again when somebody else has been first.
     virtual void Atomically(const std::function<void()>& body) = 0;
+
+    // The same for a body that may go on beside others who add rows: on a server it sees none of those added since its
+    // first statement, and nobody has to begin again.
+    virtual void AtomicallyBeside(const std::function<void()>& body) { Atomically(body); }
 
     // The rows of a select, of a table or of a saved query. Raises InvalidOperation for what cannot be opened as a
     // table.

@@ -5,6 +5,7 @@
 
 #include "core/error.h"
 #include "core/files.h"
+#include "core/system.h"
 #include "dao/database_settings.h"
 #include "dao/jet_database.h"
 #include "dao/jet_engine.h"
@@ -43,7 +44,10 @@ std::unique_ptr<SystemEngine> ChosenEngine() {
 }
 #endif
 
-Engine::Engine() : own_(std::make_unique<JetEngine>()) {}
+// Whoever runs a host that knows nothing of servers allows them through its environment.
+Engine::Engine() : own_(std::make_unique<JetEngine>()) {
+    own_use_.links.servers = Setting("QMTRAININFO_SERVER_LINKS") == u"on";
+}
 
 Engine::~Engine() = default;
 

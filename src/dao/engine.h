@@ -36,7 +36,8 @@ public:
                                          std::u16string_view connect = {}, LinkRights links = {.write = true});
 
     // What the component's own classes open their databases with, from now on: limits for each statement, at first 30
-    // seconds and 256 MiB, and the rights of links, at first none.
+    // seconds and 256 MiB, and the rights of links, at first none; those to servers are given too where the setting
+    // QMTRAININFO_SERVER_LINKS is "on".
     struct OwnUse {
         WorkLimits limits{std::chrono::seconds(30), std::size_t{256} << 20};
         LinkRights links;

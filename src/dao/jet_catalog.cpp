@@ -7,6 +7,8 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "core/work.h"
+#include "dao/jet_columns.h"
+#include "dao/odbc_links.h"
 #include "dao/saved_query.h"
 #include "jet/row_cursor.h"
 #include "sql/sql.h"
@@ -40,12 +42,16 @@ sql::ColumnType ToSql(jet::ColumnType type) {
     return sql::ColumnType::Binary;  // opaque bytes
 }
 
+}  // namespace
+
 jet::ColumnType ToJet(sql::ColumnType type) {
     for (const auto& [own, other] : kTypes) {
         if (other == type) return own;
     }
     return jet::ColumnType::Binary;
 }
+
+namespace {
 
 sql::RowId ToRowId(jet::RowPointer row) {
     return {row.ToStored()};
@@ -96,17 +102,6 @@ jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& c
 }
 
 }  // namespace
-
-// Which columns and indexes of a Jet table stand where in SQL: columns in the order in which they are shown.
-struct Layout {
-    explicit Layout(const jet::Table& table);
-    std::uint16_t Ordinal(int position) const { return ordinals[static_cast<std::size_t>(position)]; }
-
-    std::vector<sql::Column> columns;
-    std::vector<std::size_t> positions;  // in the Jet definition, by SQL position
-    std::vector<std::uint16_t> ordinals;
-    std::vector<sql::Index> indexes;  // by real index
-};
 
 Layout::Layout(const jet::Table& table) {
     const jet::TableDefinition& definition = table.Definition();
@@ -358,12 +353,15 @@ private:
 }  // namespace
 
 std::shared_ptr<jet::Table> JetCatalog::Require(std::u16string_view name) {
+    if (const auto link = links_.FindLink(name))
+        Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + link->name + u"”的结构只能在服务器上更改。"});
     auto table = database_.FindTable(name);
     if (!table) Raise(ErrorNumber::NoSuchTable, {name});
     return table;
 }
 
 std::shared_ptr<sql::Table> JetCatalog::FindTable(std::u16string_view name) {
+    if (auto linked = links_.FindTable(name)) return linked;
     auto table = database_.FindTable(name);
     if (!table) return nullptr;
     std::erase_if(known_, [](const Known& known) { return known.table.expired(); });
@@ -376,6 +374,19 @@ std::shared_ptr<sql::Table> JetCatalog::FindTable(std::u16string_view name) {
 
 std::optional<std::u16string> JetCatalog::FindQuery(std::u16string_view name) {
     return SelectOfQuery(database_, name);
+}
+
+// While the links look into a statement they ask this catalogue themselves.
+std::shared_ptr<const sql::ast::Select> JetCatalog::Delegate(const sql::ast::Select& select) {
+    if (delegating_) return nullptr;
+    const Delegating now(delegating_);
+    return links_.Delegate(*this, select);
+}
+
+std::optional<sql::DelegatedChange> JetCatalog::DelegateChange(const sql::ast::Statement& statement) {
+    if (delegating_) return std::nullopt;
+    const Delegating now(delegating_);
+    return links_.DelegateChange(*this, statement);
 }
 
 void JetCatalog::CreateTable(const sql::TableDefinition& definition) {

@@ -5,18 +5,22 @@
 #include <vector>
 
 #include "jet/database.h"
+#include "sql/ast.h"
 #include "sql/storage.h"
 
 namespace qmtrain::dao {
 
 struct Layout;
+class OdbcLinks;
 
 class JetCatalog : public sql::Catalog {
 public:
-    explicit JetCatalog(jet::Database& database) : database_(database) {}
+    JetCatalog(jet::Database& database, OdbcLinks& links) : database_(database), links_(links) {}
 
     std::shared_ptr<sql::Table> FindTable(std::u16string_view name) override;
     std::optional<std::u16string> FindQuery(std::u16string_view name) override;
+    std::shared_ptr<const sql::ast::Select> Delegate(const sql::ast::Select& select) override;
+    std::optional<sql::DelegatedChange> DelegateChange(const sql::ast::Statement& statement) override;
     void CreateTable(const sql::TableDefinition& definition) override;
     void DropTable(std::u16string_view name) override;
     void CreateIndex(std::u16string_view table, const sql::Index& index) override;
@@ -37,7 +41,20 @@ private:
         std::shared_ptr<const Layout> layout;
     };
 
+    class Delegating {
+    public:
+        explicit Delegating(bool& flag) : flag_(flag) { flag_ = true; }
+        Delegating(const Delegating&) = delete;
+        Delegating& operator=(const Delegating&) = delete;
+        ~Delegating() { flag_ = false; }
+
+    private:
+        bool& flag_;
+    };
+
     jet::Database& database_;
+    OdbcLinks& links_;
+    bool delegating_ = false;
     std::vector<Known> known_;
 };
 

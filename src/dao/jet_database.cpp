@@ -1,15 +1,64 @@
 #include "dao/jet_database.h"
 
+#include <algorithm>
+#include <chrono>
+#include <random>
+#include <thread>
+
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/jet_catalog.h"
 #include "dao/jet_recordset.h"
+#include "dao/odbc_links.h"
 #include "dao/row_source.h"
 #include "jet/database.h"
 #include "sql/sql.h"
 
 namespace qmtrain::dao {
+namespace {
+
+// A transaction of the session, undone when it is not committed.
+class SessionTransaction {
+public:
+    explicit SessionTransaction(jet::Database& storage) : storage_(storage) { storage_.BeginTransaction(); }
+    SessionTransaction(const SessionTransaction&) = delete;
+    SessionTransaction& operator=(const SessionTransaction&) = delete;
+    ~SessionTransaction() {
+        if (open_) storage_.RollbackTransaction();
+    }
+    void Commit() {
+        open_ = false;
+        storage_.CommitTransaction();
+    }
+
+private:
+    jet::Database& storage_;
+    bool open_ = true;
+};
+
+// The server refuses the change when somebody else was first: then it is tried again, unless a transaction around it has
+// seen the old state already.
+void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& body) {
+    constexpr int kMostTries = 50;
+    constexpr int kLongestPause = 20;  // milliseconds, of the first one
+    const bool alone = !storage.SharedSession()->IsInTransaction();
+    std::minstd_rand random(std::random_device{}());
+    for (int tries = 1;; ++tries) {
+        try {
+            SessionTransaction transaction(storage);
+            body();
+            transaction.Commit();
+            return;
+        } catch (const AutomationError& error) {
+            if (!error.Is(ErrorNumber::RecordChanged) || !alone || tries == kMostTries) throw;
+        }
+        const int longest = kLongestPause * std::min(tries, 10);
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::uniform_int_distribution<>(0, longest)(random)));
+    }
+}
+
+}  // namespace
 
 std::filesystem::path DatabaseFile(std::u16string_view name) {
     std::filesystem::path path = ToNativePath(name);
@@ -17,8 +66,11 @@ std::filesystem::path DatabaseFile(std::u16string_view name) {
     return std::filesystem::is_directory(path, ignored) ? ToNativePath(InFolder(name, u"Total.mdb")) : path;
 }
 
-JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage)
-    : name_(std::move(name)), storage_(std::move(storage)), catalog_(std::make_unique<JetCatalog>(*storage_)) {}
+JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage, LinkRights links)
+    : name_(std::move(name)),
+      storage_(std::move(storage)),
+      links_(std::make_unique<OdbcLinks>(*storage_, links)),
+      catalog_(std::make_unique<JetCatalog>(*storage_, *links_)) {}
 
 JetDatabase::~JetDatabase() = default;
 
@@ -30,7 +82,8 @@ std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool re
                                                                                   .password = std::u16string(password),
                                                                                   .session = std::move(session),
                                                                                   .links_read_only = !links.write,
-                                                                                  .links_in_network = links.network}));
+                                                                                  .links_in_network = links.network}),
+                                         links);
 }
 
 std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session,
@@ -63,10 +116,36 @@ void JetDatabase::Execute(const sql::Statement& statement, const sql::ParameterV
               {u"Execute 的选项 " + ToText(options) + u"。"});
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
     const Work work = Begin();
+    if (const auto affected = ExecuteOnServers(statement, parameters)) {
+        records_affected_ = static_cast<std::int32_t>(*affected);
+        return;
+    }
     jet::Database::Writing writing(storage);
     const std::int64_t affected = sql::Execute(*catalog_, statement, parameters);
     writing.Commit();
     records_affected_ = static_cast<std::int32_t>(affected);
+}
+
+// A change of tables on servers alone, without the file's locks: in one message where possible, else as a transaction.
+std::optional<std::int64_t> JetDatabase::ExecuteOnServers(const sql::Statement& statement,
+                                                          const sql::ParameterValues& parameters) {
+    if (!links_->MayHaveAny()) return std::nullopt;
+    const jet::Database::Reading reading(*storage_);
+    if (!links_->ChangesOnlyServers(statement.Tree())) return std::nullopt;
+    const auto* insert = std::get_if<sql::ast::Insert>(&statement.Tree().node);
+    const bool one_row = insert != nullptr && insert->select == nullptr;
+    if (one_row) return sql::Execute(*catalog_, statement, parameters);
+    if (const auto change = catalog_->DelegateChange(statement.Tree())) return change->run();
+    SessionTransaction transaction(*storage_);
+    const std::int64_t affected = sql::Execute(*catalog_, statement, parameters);
+    transaction.Commit();
+    return affected;
+}
+
+bool JetDatabase::HasOnlyServerLinks() {
+    if (!links_->MayHaveAny()) return false;
+    const jet::Database::Reading reading(*storage_);
+    return links_->HasOnlyLinks();
 }
 
 void JetDatabase::ExecuteScript(std::u16string_view statements) {
@@ -84,9 +163,21 @@ void JetDatabase::ExecuteScript(std::u16string_view statements) {
 
 void JetDatabase::Atomically(const std::function<void()>& body) {
     const Work work({}, cancellations_);
+    Storage();
+    if (HasOnlyServerLinks()) {
+        const OdbcLinks::Serial serial(*links_);
+        return AtomicallyOnServers(*storage_, body);
+    }
     jet::Database::Writing writing(Storage());
     body();
     writing.Commit();
+}
+
+void JetDatabase::AtomicallyBeside(const std::function<void()>& body) {
+    Storage();
+    if (!HasOnlyServerLinks()) return Atomically(body);
+    const Work work({}, cancellations_);
+    AtomicallyOnServers(*storage_, body);
 }
 
 // What is no statement may be a name.
@@ -128,13 +219,30 @@ std::shared_ptr<Recordset> JetDatabase::OpenRecordset(sql::Statement statement, 
 }
 
 void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view connect,
-                                 std::u16string_view source_table) {
+                                 std::u16string_view source_table, bool save_password) {
+    Storage();
+    if (odbc::ConnectString::IsOdbc(connect)) return links_->Create(name, connect, source_table, save_password);
     jet::Database::Writing writing(Storage());
     storage_->CreateLink(name, connect, source_table);
     writing.Commit();
 }
 
+void JetDatabase::RefreshLink(std::u16string_view name, std::u16string_view connect) {
+    Storage();
+    links_->Refresh(name, connect);
+}
+
+std::uint64_t JetDatabase::KnownChanges() {
+    return Storage().KnownChanges() + links_->Changes();
+}
+
+void JetDatabase::Cancel() noexcept {
+    ++cancellations_;
+    links_->Cancel();
+}
+
 void JetDatabase::Limits(const WorkLimits& limits) {
+    links_->TimeLimit(limits.time);
     const std::scoped_lock lock(limits_mutex_);
     limits_ = limits;
 }
@@ -146,6 +254,8 @@ Work JetDatabase::Begin(std::chrono::steady_clock::duration* spent) const {
 
 bool JetDatabase::HasTable(std::u16string_view name) {
     const jet::Database::Reading reading(Storage());
+    const auto object = storage_->FindObject(name);
+    if (object && object->type == jet::CatalogObject::kLinkedOdbc) return true;  // to say so asks no server
     return storage_->FindTable(name) != nullptr;
 }
 
@@ -155,6 +265,7 @@ void JetDatabase::NewPassword(std::u16string_view old_password, std::u16string_v
 
 void JetDatabase::Close() {
     Storage();
+    links_->Close();
     catalog_.reset();
     storage_.reset();
 }

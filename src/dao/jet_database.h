@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,9 +30,11 @@ namespace qmtrain::dao {
 // The file that a name stands for: a folder for the "Total.mdb" in it.
 std::filesystem::path DatabaseFile(std::u16string_view name);
 
+class OdbcLinks;
+
 class JetDatabase : public Database, public std::enable_shared_from_this<JetDatabase> {
 public:
-    JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage);
+    JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage, LinkRights links = {.write = true});
     ~JetDatabase() override;
 
     // Without a session they are outside the transactions of any engine. They raise what the Engine's functions raise.
@@ -46,10 +49,11 @@ public:
     void Execute(std::u16string_view statement, std::int32_t options = kFailOnError) override;
     std::int32_t RecordsAffected() const override { return records_affected_; }
     void Atomically(const std::function<void()>& body) override;
+    void AtomicallyBeside(const std::function<void()>& body) override;
     std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source, RecordsetType type = RecordsetType::Dynaset,
                                              std::int32_t options = 0) override;
     void Limits(const WorkLimits& limits) override;
-    void Cancel() noexcept override { ++cancellations_; }
+    void Cancel() noexcept override;
     bool HasTable(std::u16string_view name) override;
     void NewPassword(std::u16string_view old_password, std::u16string_view new_password) override;
     void Close() override;
@@ -92,9 +96,17 @@ public:
     void DropRelation(std::u16string_view name);
 
     // Makes a link to a table of another Access file. `connect`: ";DATABASE=path"; a path that is not absolute counts
-    // from this file's folder. Raises TableExists, FileNotFound, NoSuchTable, OperationNotSupported for a link to
-    // anything but an Access file …
-    void CreateTableDef(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table);
+    // from this file's folder. "ODBC;…" makes one to a table on a server, "schema.table"; a password in it is kept only
+    // when `save_password` says so. Raises TableExists, FileNotFound, NoSuchTable, OdbcConnectionFailed,
+    // OperationNotSupported for a link to anything else …
+    void CreateTableDef(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table,
+                        bool save_password = false);
+
+    // Takes columns and key of a link to a server from there anew. `connect` as above, empty: as it is.
+    void RefreshLink(std::u16string_view name, std::u16string_view connect = {});
+
+    // Grows with each change that is known here, on servers too. May be asked by any thread.
+    std::uint64_t KnownChanges();
 
     // The engine below and its tables as SQL sees them. Raises ObjectInvalid when closed.
     jet::Database& Storage();
@@ -108,9 +120,13 @@ private:
         bool is_table = false;  // of this file
     };
     Source SourceOf(std::u16string_view text);
+    std::optional<std::int64_t> ExecuteOnServers(const sql::Statement& statement,
+                                                 const sql::ParameterValues& parameters);
+    bool HasOnlyServerLinks();
 
     std::u16string name_;
     std::unique_ptr<jet::Database> storage_;
+    std::unique_ptr<OdbcLinks> links_;
     std::unique_ptr<sql::Catalog> catalog_;
     std::atomic<std::int32_t> records_affected_ = 0;  // threads may share the database
     Work::Cancellations cancellations_ = 0;

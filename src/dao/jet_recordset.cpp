@@ -221,7 +221,9 @@ bool JetRecordset::CanSet(int position) {
 // Editing
 
 bool JetRecordset::Updatable() {
-    return Rows().Updatable() && (opening_.options & kReadOnly) == 0 && Storage().ReadOnlyReason().empty();
+    if (!Rows().Updatable() || (opening_.options & kReadOnly) != 0) return false;
+    const RowList* list = rows_->List();
+    return (list != nullptr && list->IsRemote()) || Storage().ReadOnlyReason().empty();
 }
 
 void JetRecordset::RequireUpdatable() {

@@ -61,7 +61,7 @@ private:
         // False when the row has been deleted.
         bool ReadRow() {
             try {
-                table_.rows_.ReadRow(at_, row_);
+                table_.rows_.LookAt(at_, row_);
                 return true;
             } catch (const AutomationError& error) {
                 if (!error.Is(ErrorNumber::RecordDeleted)) throw;

@@ -1,9 +1,32 @@
 #include "dao/row_edit.h"
 
+#include <optional>
+
 #include "core/error.h"
 #include "jet/database.h"
 
 namespace qmtrain::dao {
+namespace {
+
+// A scope in which a row is changed: the file is kept for writing unless the row is on a server.
+class ChangeScope {
+public:
+    ChangeScope(jet::Database& storage, const sql::Table& table) {
+        if (table.IsRemote())
+            reading_.emplace(storage);
+        else
+            writing_.emplace(storage);
+    }
+    void Commit() {
+        if (writing_) writing_->Commit();
+    }
+
+private:
+    std::optional<jet::Database::Reading> reading_;
+    std::optional<jet::Database::Writing> writing_;
+};
+
+}  // namespace
 
 sql::Table& RowEdit::EditedTable() const {
     return *Query().Tables()[static_cast<std::size_t>(Query().EditableTable())];
@@ -73,6 +96,16 @@ void RowEdit::Update() {
     mode_ = EditMode::None;
 }
 
+// Nobody has kept the row as it was when the edit began.
+std::vector<sql::Assignment> RowEdit::Seen() const {
+    std::vector<sql::Assignment> seen;
+    for (std::size_t i = 0; i < Width(); ++i) {
+        const int column = static_cast<int>(i);
+        if (CanSet(column)) seen.push_back({Query().Columns()[i].column, Original(column)});
+    }
+    return seen;
+}
+
 void RowEdit::UpdateRow(sql::Table& table) {
     std::vector<sql::Assignment> changes;
     for (std::size_t i = 0; i < Width(); ++i) {
@@ -80,9 +113,12 @@ void RowEdit::UpdateRow(sql::Table& table) {
     }
     std::uint64_t identity = 0;
     {
-        jet::Database::Writing writing(source_.Storage());
+        ChangeScope writing(source_.Storage(), table);
         const sql::RowId row = rows_.Recognise();
-        table.Update(row, changes);
+        if (table.IsRemote())
+            table.UpdateSeen(row, changes, Seen());
+        else
+            table.Update(row, changes);
         identity = rows_.IdentityOf(row);
         writing.Commit();
     }
@@ -99,7 +135,7 @@ void RowEdit::InsertRow(sql::Table& table) {
     sql::RowId added;
     std::uint64_t identity = 0;
     {
-        jet::Database::Writing writing(source_.Storage());
+        ChangeScope writing(source_.Storage(), table);
         added = table.Insert(row);
         identity = rows_.IdentityOf(added);
         writing.Commit();
@@ -112,7 +148,7 @@ void RowEdit::Delete() {
     Cancel();
     const Work work = source_.database->Begin();
     {
-        jet::Database::Writing writing(source_.Storage());
+        ChangeScope writing(source_.Storage(), EditedTable());
         EditedTable().Delete(rows_.Recognise());
         writing.Commit();
     }

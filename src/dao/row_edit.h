@@ -45,6 +45,7 @@ private:
     sql::Table& EditedTable() const;
     const sql::Column* ColumnOf(int column) const;
     std::size_t Width() const { return Query().Columns().size(); }
+    std::vector<sql::Assignment> Seen() const;
     void UpdateRow(sql::Table& table);
     void InsertRow(sql::Table& table);
 

@@ -18,6 +18,9 @@ constexpr std::int64_t kBlockGrowth = 4;
 constexpr std::int64_t kFirstCheapRows = 8;
 constexpr std::int64_t kFirstRowsOfFew = 128;
 constexpr std::int64_t kCheapBlockGrowth = 32;
+
+// A server is asked for so many rows at least that have been fetched before.
+constexpr std::int64_t kRowsOfAnswer = 16;
 constexpr std::size_t kMaxBlockBytes = std::size_t{256} << 10;
 
 // In the first block long values are read with their rows, as long as they are short ones.
@@ -39,6 +42,7 @@ RowList::RowList(RowSource source, Keep keep, bool empty)
     const jet::Database::Reading reading(Storage());
     query_ = source_.Open();
     has_places_ = keep == Keep::Places && query_->Updatable();
+    is_remote_ = has_places_ && query_->Tables()[static_cast<std::size_t>(query_->EditableTable())]->IsRemote();
     has_images_ = has_places_ && query_->HasImages();
     const std::size_t width = query_->Columns().size();
     is_long_.resize(width);
@@ -48,7 +52,7 @@ RowList::RowList(RowSource source, Keep keep, bool empty)
     read_from_.resize(width);
     for (std::size_t i = 0; i < width; ++i) {
         const sql::ColumnType type = query_->Columns()[i].type;
-        is_long_[i] = has_places_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary);
+        is_long_[i] = has_places_ && !is_remote_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary);
         if (!has_images_ || is_long_[i]) packed_.push_back(static_cast<int>(i));
     }
     places_.reserve(kFirstCheapRows);
@@ -74,6 +78,7 @@ void RowList::DropDeletedAhead() {
     if (!has_places_ || seen_ >= Fetched()) return;
     const jet::Database::Reading reading(Storage());
     if (block_change_ == ChangeStamp()) return;
+    Prefetch(seen_, Fetched() - seen_);
     const auto gone =
         std::remove_if(places_.begin() + seen_, places_.end(), [&](const Place& place) { return !MoveTo(place); });
     if (gone != places_.end()) found_ = -1;
@@ -177,6 +182,10 @@ void RowList::FillBlock(std::int64_t index) {
     try {
         const std::size_t before = kept_.Bytes();
         const std::size_t most_bytes = goes_on || !HasLong() ? kMaxBlockBytes : kMaxFirstBytes;
+        if (is_remote_ && index < Fetched() && !(found_ == index && found_change_ == block_change_)) {
+            block_size_ = std::max(block_size_, kRowsOfAnswer);
+            Prefetch(index, block_size_);
+        }
         while (at < index + block_size_ && block_.Bytes() + kept_.Bytes() - before < most_bytes) {
             if (!FillRow(at)) return;
             ++at;
@@ -216,8 +225,19 @@ bool RowList::FillRow(std::int64_t index) {
     return true;
 }
 
+void RowList::Prefetch(std::int64_t from, std::int64_t rows) {
+    if (!is_remote_) return;
+    std::vector<sql::RowId> wanted;
+    for (std::int64_t i = from; i < std::min(from + rows, Fetched()); ++i) {
+        const Place& place = places_[static_cast<std::size_t>(i)];
+        if (place.row.value != 0) wanted.push_back(place.row);
+    }
+    Reader().Prefetch(wanted);
+}
+
 bool RowList::MoveTo(const Place& place) {
     if (place.row.value == 0 || !Reader().MoveTo(place.row)) return false;
+    if (is_remote_) return true;
     const std::uint64_t identity = reader_->Identity();
     if (identity == place.identity) return true;
     // Where only its content tells a row, a changed one counts as the same until it is to be changed here.
@@ -235,6 +255,12 @@ void RowList::ReadRow(std::int64_t index, std::vector<Value>& values) {
     const jet::Database::Reading reading(Storage());
     if (!MoveTo(places_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
+}
+
+void RowList::LookAt(std::int64_t index, std::vector<Value>& values) {
+    if (!is_remote_) return ReadRow(index, values);
+    if (loaded_ != index) Load(index);
+    values = current_;
 }
 
 void RowList::Load(std::int64_t index) {
@@ -284,6 +310,7 @@ const Value& RowList::Get(std::int64_t index, int column) {
 
 sql::RowId RowList::Recognise(std::int64_t index) {
     Place& place = places_[static_cast<std::size_t>(index)];
+    if (is_remote_ && place.row.value != 0) return place.row;
     if (!MoveTo(place)) Raise(ErrorNumber::RecordDeleted);
     const std::uint64_t identity = reader_->Identity();
     if (identity != place.identity) {
@@ -296,6 +323,7 @@ sql::RowId RowList::Recognise(std::int64_t index) {
 }
 
 std::uint64_t RowList::IdentityOf(sql::RowId row) {
+    if (is_remote_) return 1;
     return Reader().MoveTo(row) ? reader_->Identity() : 0;
 }
 

@@ -37,6 +37,9 @@ public:
     // Whether it keeps places, so that its rows can be changed.
     bool HasPlaces() const { return has_places_; }
 
+    // Whether these are on a server.
+    bool IsRemote() const { return is_remote_; }
+
     // Rows that belong to the record set so far.
     std::int64_t Count() const { return seen_; }
 
@@ -52,9 +55,12 @@ public:
     // All values of a row that has been reached, as they are now. Raises RecordDeleted.
     void ReadRow(std::int64_t index, std::vector<Value>& values);
 
+    // The same for whoever looks at many rows: those of a server come in blocks, and are as fresh as these.
+    void LookAt(std::int64_t index, std::vector<Value>& values);
+
     // ---- changes of a list of places; they need a scope ----
 
-    // The row, if it is still the one that was fetched. Raises RecordDeleted; RecordChanged when nothing but its
+    // The row, if it is still the one that was fetched; one of a server without asking that. Raises RecordDeleted; RecordChanged when nothing but its
     // content tells it, and that has changed.
     sql::RowId Recognise(std::int64_t index);
 
@@ -102,6 +108,9 @@ private:
     // Goes to the place of a row with the reader; false when the row is gone.
     bool MoveTo(const Place& place);
 
+    // Asks a server for some of the rows from this one on, which MoveTo() is asked for next.
+    void Prefetch(std::int64_t from, std::int64_t rows);
+
     void Load(std::int64_t index);
     void LoadLong(std::int64_t index, std::size_t column, Value& value);
     bool HasLong() const { return std::ranges::find(is_long_, true) != is_long_.end(); }
@@ -111,6 +120,7 @@ private:
     QueryPtr query_;   // finds the rows
     QueryPtr reader_;  // goes back to a row; made when it is needed
     bool has_places_ = false;
+    bool is_remote_ = false;
     bool is_window_ = false;
     bool complete_ = false;  // all rows have been fetched
     std::int64_t seen_ = 0;

@@ -10,7 +10,7 @@ void EndQuery::operator()(sql::Query* query) const {
 }
 
 std::uint64_t RowSource::ChangeStamp() const {
-    return Storage().KnownChanges();
+    return database->KnownChanges();
 }
 
 QueryPtr RowSource::Open() const {

@@ -117,12 +117,13 @@ TableDef TableDefOf(jet::Database& database, sql::Catalog& catalog, const jet::C
     TableDef table;
     table.name = object.name;
     table.system = object.IsSystem();
-    table.linked = object.type == jet::CatalogObject::kLinkedTable;
+    table.linked = object.IsLink();
     const ObjectDates dates = DatesOf(database, object);
     table.created = dates.created;
     table.updated = dates.updated;
     if (table.linked) {
-        table.connect = object.connect + u";DATABASE=" + object.database;
+        table.connect = object.type == jet::CatalogObject::kLinkedOdbc ? u"ODBC;" + object.connect
+                                                                       : object.connect + u";DATABASE=" + object.database;
         table.source_table = object.foreign_name;
         return table;
     }
@@ -146,7 +147,7 @@ TableDef TableDefOf(jet::Database& database, sql::Catalog& catalog, const jet::C
 std::vector<TableDef> ReadTableDefs(jet::Database& database, sql::Catalog& catalog) {
     std::vector<TableDef> tables;
     for (const jet::CatalogObject& object : database.Objects()) {
-        if (object.type != jet::CatalogObject::kTable && object.type != jet::CatalogObject::kLinkedTable) continue;
+        if (object.type != jet::CatalogObject::kTable && !object.IsLink()) continue;
         tables.push_back(TableDefOf(database, catalog, object));
     }
     return tables;

@@ -55,6 +55,7 @@ enum class EditMode : std::int16_t { None = 0, InProgress = 1, Add = 2 };
 struct LinkRights {
     bool write = false;    // their tables may be changed
     bool network = false;  // files on other machines ("\\\\host\\share"), which learn who asks
+    bool servers = false;  // tables on database servers, which learn who asks and decide who may write
 };
 
 }  // namespace qmtrain::dao

@@ -391,13 +391,18 @@ CheckReport CheckDatabase(Database& database) {
         }
         std::set<std::int32_t> seen;
         for (const CatalogObject& object : database.Objects()) {
-            if (object.type != CatalogObject::kTable) continue;
+            const bool link = object.type == CatalogObject::kLinkedOdbc && object.id > 0;
+            if (object.type != CatalogObject::kTable && !link) continue;
             if (!seen.insert(object.id).second) {
                 report.defects.push_back(u"表“" + object.name + u"”与另一个表共用表定义。");
                 continue;
             }
-            Attempt(report, u"表“" + object.name + u"”",
-                    [&] { TableChecker(database.TableAt(static_cast<PageNumber>(object.id)), use, report).Check(); });
+            Attempt(report, u"表“" + object.name + u"”", [&] {
+                TableChecker(
+                    link ? database.LinkDefinition(object) : database.TableAt(static_cast<PageNumber>(object.id)), use,
+                    report)
+                    .Check();
+            });
         }
         Attempt(report, database.FileName(), [&] { CheckFreeMap(database, use, report); });
     });

@@ -67,6 +67,10 @@ const std::vector<CatalogObject>& Database::KnownObjects() {
     if (objects_change_ != change) {
         objects_change_.reset();
         objects_ = SystemCatalog(*this).Objects();
+        odbc_links_.clear();
+        std::ranges::copy_if(objects_, std::back_inserter(odbc_links_), [](const CatalogObject& object) {
+            return object.type == CatalogObject::kLinkedOdbc && object.id > 0;
+        });
         objects_change_ = change;
     }
     return objects_;
@@ -93,6 +97,17 @@ Properties Database::ReadProperties(std::u16string_view name) {
 
 Bytes Database::BlobOf(const Properties& properties) const {
     return properties.Write(pager_->GetFormat(), pager_->GetHeader().code_page);
+}
+
+const std::vector<CatalogObject>& Database::OdbcLinks() {
+    KnownObjects();
+    return odbc_links_;
+}
+
+// It is none of the tables that have a name here.
+std::shared_ptr<Table> Database::LinkDefinition(const CatalogObject& link) {
+    return std::make_shared<Table>(*this, *pager_, allocator_, static_cast<PageNumber>(link.id), link.name,
+                                   SystemCatalog(*this).ReadProperties(link));
 }
 
 std::shared_ptr<Table> Database::FindTable(std::u16string_view name) {

@@ -78,6 +78,11 @@ public:
     // link into a missing file, OperationNotSupported for a link to anything but an Access file.
     std::shared_ptr<Table> FindTable(std::u16string_view name);
 
+    // Links to tables of servers. Their definition has columns and a key as they were when the link was made, and no
+    // rows.
+    const std::vector<CatalogObject>& OdbcLinks();
+    std::shared_ptr<Table> LinkDefinition(const CatalogObject& link);
+
     std::shared_ptr<Table> TableAt(PageNumber page) override;
     std::shared_ptr<const StoredTable> FindStored(PageNumber page) override { return TableAt(page); }
     std::shared_ptr<const void> Hold(const StoredTable& table) override;
@@ -92,6 +97,8 @@ public:
     void CreateTable(const TableSpec& spec);
     void DropTable(std::u16string_view name);  // or link
     void CreateLink(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table);
+    void CreateOdbcLink(const TableSpec& spec, std::u16string_view connect, std::u16string_view source_table,
+                        bool saved_password, const Bytes& remote_columns);
     void CreateIndex(std::u16string_view table, const IndexSpec& spec);
     void DropIndex(std::u16string_view table, std::u16string_view index);
     void AddColumn(std::u16string_view table, const ColumnSpec& spec);
@@ -129,6 +136,7 @@ private:
     const std::vector<CatalogObject>& KnownObjects();
     bool IsHeld(PageNumber table) const;
     std::shared_ptr<Table> LoadTable(const CatalogObject& object);
+    PageNumber AddTable(const TableSpec& spec, Properties& properties);
     std::shared_ptr<Table> FindTable(std::u16string_view name, int links);
     std::shared_ptr<Table> LinkedTable(const CatalogObject& object, int links = 0);
     Bytes BlobOf(const Properties& properties) const;
@@ -141,7 +149,8 @@ private:
     PageAllocator allocator_;
     LoadedTables tables_;  // loaded ones, by the page of their definition
     std::uint64_t generation_ = 0;
-    std::vector<CatalogObject> objects_;  // of the catalogue, as it was at that ChangeCount
+    std::vector<CatalogObject> objects_;     // of the catalogue, as it was at that ChangeCount
+    std::vector<CatalogObject> odbc_links_;  // among them
     std::optional<std::uint64_t> objects_change_;
     std::map<PageNumber, std::weak_ptr<const void>> holds_;
     std::vector<std::unique_ptr<Database>> links_;  // of a home: the other files, each once

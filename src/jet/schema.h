@@ -79,6 +79,8 @@ struct CatalogObject {
     static constexpr std::int16_t kLinkedTable = 6;
     static constexpr std::int16_t kRelationship = 8;
     static constexpr std::int32_t kLinkFlag = 0x200000;
+    static constexpr std::int32_t kOdbcLinkFlag = 0x100000;
+    static constexpr std::int32_t kSavedPasswordFlag = 0x20000000;  // in the connection string of an ODBC link
 
     std::int32_t id = 0;
     std::int32_t parent = 0;
@@ -88,10 +90,13 @@ struct CatalogObject {
     std::u16string database;  // linked tables
     std::u16string connect;
     std::u16string foreign_name;
+    Bytes
+        remote_columns;  // of a new ODBC link: type (2 bytes), size (2) and scale (2) of each column, as ODBC has them
     RowPointer row;
 
     bool IsSystem() const { return (static_cast<std::uint32_t>(flags) & 0x80000002U) != 0; }
-    bool IsUserTable() const { return (type == kTable || type == kLinkedTable) && !IsSystem(); }
+    bool IsLink() const { return type == kLinkedTable || type == kLinkedOdbc; }
+    bool IsUserTable() const { return (type == kTable || IsLink()) && !IsSystem(); }
 };
 
 }  // namespace qmtrain::jet

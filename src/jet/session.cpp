@@ -89,6 +89,18 @@ void Session::Remove(SessionFile& file) noexcept {
     if (file.TakesPart()) file.End();
 }
 
+// Partners
+
+void Session::Join(SessionPartner& partner) {
+    if (std::ranges::find(partners_, &partner) == partners_.end()) partners_.push_back(&partner);
+}
+
+// What it has changed in a transaction that is open is undone.
+void Session::Remove(SessionPartner& partner) noexcept {
+    const std::scoped_lock lock(mutex_);
+    if (std::erase(partners_, &partner) > 0) partner.Undo(0);
+}
+
 // Levels
 
 std::size_t Session::OpenLevel(const SessionFile* home) {
@@ -108,7 +120,10 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     while (levels_.size() > level + 1) UndoLevel(levels_.size() - 1);
     try {
         if (level == 0) {
-            CommitFiles(other);
+            CommitFiles([&] {
+                if (other) other();
+                for (SessionPartner* partner : partners_) partner->Commit();
+            });
         } else {
             for (SessionFile* file : changing_) file->MergeLevel();
             if (other) other();
@@ -120,10 +135,12 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     if (level > 0) {
         for (SessionFile* file : changing_) file->CommitLevel();
         levels_.pop_back();
+        for (SessionPartner* partner : partners_) partner->Merge(level);
         return;
     }
     for (SessionFile* file : changing_) file->Close();
     levels_.clear();
+    partners_.clear();
     LeaveChanging();
 }
 
@@ -131,9 +148,11 @@ void Session::UndoLevel(std::size_t level) noexcept {
     for (; levels_.size() > std::max<std::size_t>(level, 1); levels_.pop_back()) {
         for (SessionFile* file : changing_) file->UndoLevel();
     }
+    for (SessionPartner* partner : partners_) partner->Undo(level);
     if (level > 0) return;
     UndoFiles();
     levels_.clear();
+    partners_.clear();
     LeaveChanging();
 }
 
@@ -146,7 +165,7 @@ void Session::CommitFiles(const std::function<void()>& other) {
     }
     if (changed.size() < 2) {
         for (SessionFile* file : changed) file->WriteChanges(nullptr);
-        if (other) other();
+        other();
         for (SessionFile* file : changed) file->Finish();
         return;
     }
@@ -155,7 +174,7 @@ void Session::CommitFiles(const std::function<void()>& other) {
     CommonJournal common = changed.front()->StartCommon(paths);
     try {
         for (SessionFile* file : changed) file->WriteChanges(&common.GetName());
-        if (other) other();
+        other();
         common.Finish();
     } catch (...) {
         if (common.IsUndecided()) {

@@ -66,6 +66,20 @@ public:
     virtual void Abandon() noexcept = 0;
 };
 
+// Somebody else's part in what a session changes, such as a server's. It knows the levels by their number: those that
+// it has not met yet are none of its business.
+class SessionPartner {
+public:
+    virtual ~SessionPartner() = default;
+
+    // Only so many levels are left, and what it did in those behind them is kept, or undone.
+    virtual void Merge(std::size_t levels) noexcept = 0;
+    virtual void Undo(std::size_t levels) noexcept = 0;
+
+    // The end of the outermost level: all files are safe on the disk and can still be undone. When it raises they are.
+    virtual void Commit() = 0;
+};
+
 class Session {
 public:
     Session() = default;
@@ -89,6 +103,13 @@ public:
     // For files: the first look inside a scope, and the end of the file.
     void Join(SessionFile& file);
     void Remove(SessionFile& file) noexcept;
+
+    // For partners: the first change inside a level, until the outermost one ends; and the partner's own end.
+    void Join(SessionPartner& partner);
+    void Remove(SessionPartner& partner) noexcept;
+
+    // How many levels are open, scopes of change among them. Requires: inside a scope.
+    std::size_t Levels() const { return levels_.size(); }
 
 private:
     friend class ReadScope;
@@ -121,9 +142,10 @@ private:
     std::recursive_mutex mutex_;
     std::vector<Level> levels_;           // outermost first
     std::vector<SessionFile*> changing_;  // files with as many levels as there are here
-    std::vector<SessionFile*> reading_;   // files locked for reading until the last scope ends
-    int scopes_ = 0;                      // ReadScopes and WriteScopes that are open
-    int read_scopes_ = 0;                 // the ReadScopes among them
+    std::vector<SessionPartner*> partners_;
+    std::vector<SessionFile*> reading_;  // files locked for reading until the last scope ends
+    int scopes_ = 0;                     // ReadScopes and WriteScopes that are open
+    int read_scopes_ = 0;                // the ReadScopes among them
 };
 
 class ReadScope {

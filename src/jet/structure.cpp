@@ -276,22 +276,26 @@ void CheckRelated(const Table& table, const Table& referenced, const Relationshi
 
 }  // namespace
 
-void Database::CreateTable(const TableSpec& spec) {
+// Writes a new table's definition.
+PageNumber Database::AddTable(const TableSpec& spec, Properties& properties) {
     CheckName(spec.name, *pager_);
     if (FindObject(spec.name)) Raise(ErrorNumber::TableExists, {spec.name});
     if (spec.columns.empty()) Raise(ErrorNumber::SyntaxInCreateTable, {spec.name});
     DefinitionEditor editor(*this, spec.name, 0);
-    Properties properties;
     for (const ColumnSpec& column : spec.columns) {
         editor.AddColumn(column);
         AddColumnProperties(column, *pager_, properties);
     }
     for (const IndexSpec& index : spec.indexes) editor.AddIndex(index);
     editor.Write();
+    return editor.definition.page;
+}
 
-    SystemCatalog catalog(*this);
+void Database::CreateTable(const TableSpec& spec) {
+    Properties properties;
     CatalogObject object;
-    object.id = static_cast<std::int32_t>(editor.definition.page);
+    object.id = static_cast<std::int32_t>(AddTable(spec, properties));
+    SystemCatalog catalog(*this);
     object.parent = kTablesContainer;
     object.name = spec.name;
     object.type = CatalogObject::kTable;
@@ -321,15 +325,31 @@ void Database::CreateLink(std::u16string_view name, std::u16string_view connect,
     catalog.InheritAces(link.id, kTablesContainer);
 }
 
+void Database::CreateOdbcLink(const TableSpec& spec, std::u16string_view connect, std::u16string_view source_table,
+                              bool saved_password, const Bytes& remote_columns) {
+    Properties properties;
+    CatalogObject link;
+    link.id = static_cast<std::int32_t>(AddTable(spec, properties));
+    link.parent = kTablesContainer;
+    link.name = spec.name;
+    link.type = CatalogObject::kLinkedOdbc;
+    link.flags = CatalogObject::kOdbcLinkFlag | (saved_password ? CatalogObject::kSavedPasswordFlag : 0);
+    link.connect = connect;
+    link.foreign_name = source_table;
+    link.remote_columns = remote_columns;
+    SystemCatalog catalog(*this);
+    catalog.AddObject(link, catalog.UserId(User::Admin), BlobOf(properties));
+    catalog.InheritAces(link.id, kTablesContainer);
+}
+
 void Database::DropTable(std::u16string_view name) {
-    if (const auto link = FindObject(name); link && link->type == CatalogObject::kLinkedTable) {
-        SystemCatalog(*this).RemoveObject(*link);
-        return;
-    }
-    const CatalogObject object = RequireTable(*this, name);
+    const auto link = FindObject(name);
+    if (link && link->type == CatalogObject::kLinkedTable) return SystemCatalog(*this).RemoveObject(*link);
+    const bool linked = link && link->type == CatalogObject::kLinkedOdbc && link->id > 0;
+    const CatalogObject object = linked ? *link : RequireTable(*this, name);
     const auto page = static_cast<PageNumber>(object.id);
     {
-        const std::shared_ptr<Table> table = TableAt(page);
+        const std::shared_ptr<Table> table = linked ? LinkDefinition(object) : TableAt(page);
         if (IsHeld(page)) Raise(ErrorNumber::ObjectInUse, {name});
         for (const LogicalIndex& index : table->Definition().logical_indexes) {
             if (index.side != LogicalIndex::Side::None) Raise(ErrorNumber::UsedInRelationship, {name});

@@ -101,7 +101,7 @@ std::vector<CatalogObject> SystemCatalog::Objects() {
         object.name = rows.Text(u"Name");
         object.type = static_cast<std::int16_t>(rows.Number(u"Type"));
         object.flags = rows.Number(u"Flags");
-        if (object.type == CatalogObject::kLinkedTable || object.type == CatalogObject::kLinkedOdbc) {
+        if (object.IsLink()) {
             object.database = rows.Text(u"Database");
             object.connect = rows.Text(u"Connect");
             object.foreign_name = rows.Text(u"ForeignName");
@@ -137,6 +137,7 @@ RowPointer SystemCatalog::AddObject(const CatalogObject& object, const Bytes& ow
     if (!object.database.empty()) row.Set(u"Database", object.database);
     if (!object.connect.empty()) row.Set(u"Connect", object.connect);
     if (!object.foreign_name.empty()) row.Set(u"ForeignName", object.foreign_name);
+    if (!object.remote_columns.empty()) row.Set(u"RmtInfoLong", object.remote_columns);
     return row.Insert();
 }
 

@@ -9,10 +9,17 @@
 
 namespace qmtrain::sql {
 
+namespace ast {
+struct Expression;
+}
+
 enum class AggregateKind : std::uint8_t { CountRows, Count, Sum, Avg, Min, Max, First, Last, StDev, StDevP, Var, VarP };
 
-// The function of that name: 0 for none, else 1 + its kind. Requires: the name is in capital letters.
+// The function of that name; false when there is none. Requires: the name is in capital letters.
 bool FindAggregate(std::u16string_view name, AggregateKind& kind);
+
+// Whether an expression of a select has an aggregate of that select in it.
+bool ContainsAggregate(const ast::Expression& expression);
 
 // Numbers an aggregate has seen so far. Min, Max, First and Last, and sums of decimals, keep theirs in the group's row
 // instead.

@@ -157,7 +157,8 @@ struct Call : Expression {
 
 struct NamedTable {
     std::u16string name;
-    std::u16string alias;  // empty when not given
+    std::u16string alias;          // empty when not given
+    std::shared_ptr<Table> table;  // where it has been found already
 };
 
 struct DerivedTable {

@@ -28,7 +28,7 @@ private:
     std::unique_ptr<JoinNode> BindNamed(const ast::NamedTable& named) {
         if (++context_.tables > kMaxTables) Raise(ErrorNumber::QueryTooComplex, {named.name});
         const std::u16string& name = named.alias.empty() ? named.name : named.alias;
-        if (auto table = context_.catalog.FindTable(named.name)) {
+        if (auto table = named.table ? named.table : context_.catalog.FindTable(named.name)) {
             context_.used_tables.push_back(FoldName(table->Name()));
             auto source = std::make_unique<TableSource>(table);
             plan_.tables.push_back(std::move(table));

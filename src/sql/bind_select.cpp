@@ -19,11 +19,11 @@
 namespace qmtrain::sql {
 namespace {
 
-bool ContainsAggregate(const ast::Expression& expression);
-
 bool ContainsAggregate(const ast::ExpressionPtr& expression) {
-    return expression != nullptr && ContainsAggregate(*expression);
+    return expression != nullptr && sql::ContainsAggregate(*expression);
 }
+
+}  // namespace
 
 // Sub-queries have aggregates of their own, which do not count.
 bool ContainsAggregate(const ast::Expression& expression) {
@@ -57,6 +57,8 @@ bool ContainsAggregate(const ast::Expression& expression) {
         default: return false;
     }
 }
+
+namespace {
 
 void SetShape(OutputColumn& column, const Shape& shape) {
     column.type = shape.type;
@@ -319,7 +321,8 @@ private:
     bool CanBeEdited() const {
         const std::size_t tables = plan_->tables.size();
         const bool merged = part_.distinct || (part_.distinct_row && tables > 1);
-        return !grouped_ && !merged && tables > 0 && plan_->sources.size() == tables;
+        return !grouped_ && !merged && tables > 0 && plan_->sources.size() == tables &&
+               std::ranges::all_of(plan_->tables, [](const auto& table) { return table->IsUpdatable(); });
     }
 
     void FindEditable() {
@@ -563,8 +566,10 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent) {
-    if (select.crosstab != nullptr) return BindCrosstab(context, select);
+std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& written, Scope* parent) {
+    if (written.crosstab != nullptr) return BindCrosstab(context, written);
+    const auto delegated = parent == nullptr ? context.catalog.Delegate(written) : nullptr;
+    const ast::Select& select = delegated != nullptr ? *delegated : written;
     const int depth_before = std::exchange(context.depth, 0);
     const int deepest_before = std::exchange(context.deepest, 0);
     std::unique_ptr<Plan> plan = select.parts.size() > 1

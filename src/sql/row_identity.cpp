@@ -20,7 +20,7 @@ bool IdentifiesRows(const Table& table, const Index& index) {
 }  // namespace
 
 RowIdentity::RowIdentity(const Table& table)
-    : has_images_(table.HasImages()), width_(static_cast<int>(table.Columns().size())) {
+    : by_place_(table.IsRemote()), has_images_(table.HasImages()), width_(static_cast<int>(table.Columns().size())) {
     const Index* chosen = nullptr;
     for (const Index& index : table.Indexes()) {
         if (IdentifiesRows(table, index) && (chosen == nullptr || index.primary)) chosen = &index;
@@ -30,6 +30,7 @@ RowIdentity::RowIdentity(const Table& table)
 }
 
 std::uint64_t RowIdentity::Of(Cursor& cursor) {
+    if (by_place_) return 1;
     std::uint64_t identity = 0;
     if (columns_.empty() && has_images_) {
         const std::span<const std::uint8_t> image = cursor.Image();

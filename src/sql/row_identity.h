@@ -9,13 +9,13 @@
 namespace qmtrain::sql {
 
 // A number by which a row is known again: of the values of its primary key, or another unique index without Nulls; of
-// all it holds where the table has neither.
+// all it holds where the table has neither. A server's row is known by its place.
 class RowIdentity {
 public:
     explicit RowIdentity(const Table& table);
 
     // Whether it stays the same when other columns change.
-    bool IsByKey() const { return !columns_.empty(); }
+    bool IsByKey() const { return by_place_ || !columns_.empty(); }
 
     // Of the row that the cursor stands on; never 0.
     std::uint64_t Of(Cursor& cursor);
@@ -23,6 +23,7 @@ public:
 private:
     std::uint64_t HashOf(const Value& value);
 
+    bool by_place_;
     bool has_images_;
     int width_;
     std::vector<int> columns_;

@@ -90,6 +90,7 @@ bool TableSource::IsLong(std::size_t slot) const {
 Place TableSource::Keep() {
     if (IsNullRow()) return 0;
     if (current_ != 0) return current_;
+    if (!keep_values_ || has_long_) cursor_->Keep();
     if (!keep_values_) return cursor_->Row().value;
     Value* row = kept_.Add();
     for (std::size_t slot = 0; slot < SlotCount(); ++slot) {

@@ -117,6 +117,9 @@ public:
     // Goes to a row of the table, wherever it has been; false when there is none.
     bool MoveTo(RowId row);
 
+    // Told which rows MoveTo() will be asked for next.
+    void Prefetch(std::span<const RowId> rows) { GetCursor().Prefetch(rows); }
+
     // By which the current row is known again, see RowIdentity; 0 when it has been deleted.
     std::uint64_t Identity();
     bool HasKeyIdentity() { return IdentityOfRows().IsByKey(); }

@@ -131,6 +131,10 @@ RowId Query::Row(int table) const {
     return plan_->table_sources[static_cast<std::size_t>(table)]->Row();
 }
 
+void Query::Prefetch(std::span<const RowId> rows) {
+    plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->Prefetch(rows);
+}
+
 bool Query::MoveTo(RowId row) {
     started_ = true;
     ended_ = true;
@@ -143,6 +147,16 @@ std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement, const 
     Parameters known(statement.Tree(), parameters);
     BindContext context(catalog, known);
     return std::make_unique<Query>(BindSelect(context, std::get<ast::Select>(statement.Tree().node), nullptr));
+}
+
+std::vector<OutputColumn> ColumnsOf(Catalog& catalog, const ast::Select& select) {
+    const ast::Statement no_parameters;
+    Parameters parameters(no_parameters);
+    BindContext context(catalog, parameters);
+    std::vector<OutputColumn> columns;
+    const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
+    for (PlanOutput& output : plan->outputs) columns.push_back(std::move(output.column));
+    return columns;
 }
 
 void ExplainPlan(std::u16string_view heading, const Plan& plan, const BindContext& context, Explanation& out) {
@@ -184,7 +198,9 @@ std::vector<std::u16string> Explain(Catalog& catalog, const Statement& statement
     Explanation explanation;
     const ParameterValues none;
     Parameters parameters(statement.Tree(), none);
-    if (!ExplainAny(catalog, parameters, statement, explanation))
+    if (const auto change = catalog.DelegateChange(statement.Tree()))
+        explanation.AddHeading(change->request);
+    else if (!ExplainAny(catalog, parameters, statement, explanation))
         Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
     return explanation.Lines();
 }
@@ -198,6 +214,7 @@ std::vector<Parameter> ParametersOf(Catalog& catalog, const Statement& statement
 
 std::int64_t Execute(Catalog& catalog, const Statement& statement, const ParameterValues& values) {
     if (statement.YieldsRows()) Raise(ErrorNumber::OperationNotSupported, {statement.ToSql()});
+    if (const auto change = catalog.DelegateChange(statement.Tree())) return change->run();
     Parameters parameters(statement.Tree(), values);
     const auto run = [&](const auto& node) {
         if constexpr (requires { Run(catalog, parameters, node); })

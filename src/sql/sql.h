@@ -22,8 +22,9 @@
 namespace qmtrain::sql {
 
 namespace ast {
+struct Select;
 struct Statement;
-}
+}  // namespace ast
 class Plan;
 
 enum class StatementKind : std::uint8_t {
@@ -143,6 +144,9 @@ public:
     // Requires: Updatable().
     bool MoveTo(RowId row);
 
+    // Told which rows MoveTo() will be asked for next, see Cursor::Prefetch. Requires: Updatable().
+    void Prefetch(std::span<const RowId> rows);
+
 private:
     std::unique_ptr<Plan> plan_;
     std::vector<OutputColumn> columns_;
@@ -169,6 +173,9 @@ struct Parameter {
     bool typed = false;  // else it takes any
 };
 std::vector<Parameter> ParametersOf(Catalog& catalog, const Statement& statement);
+
+// What the columns of a select are.
+std::vector<OutputColumn> ColumnsOf(Catalog& catalog, const ast::Select& select);
 
 // How a statement would be run: a line for each step, indented below the step that takes its rows. Nothing is changed.
 // Raises OperationNotSupported for a definition.

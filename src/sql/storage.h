@@ -6,6 +6,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -16,6 +17,11 @@
 #include "core/value.h"
 
 namespace qmtrain::sql {
+
+namespace ast {
+struct Select;
+struct Statement;
+}  // namespace ast
 
 // A column's type as CREATE TABLE names it.
 enum class ColumnType : std::uint8_t {
@@ -114,6 +120,12 @@ public:
     virtual RowId Row() const = 0;
     virtual void Read(int column, Value& value) = 0;
 
+    // Told that the row will be gone back to as it is now: where that takes a message to a server, it is kept.
+    virtual void Keep() {}
+
+    // Told which rows MoveTo() will be asked for next, once each: a server gives them all in one answer.
+    virtual void Prefetch(std::span<const RowId>) {}
+
     // A text that is stored with a byte for each of its characters, all below U+0100, as it stands there; nothing where
     // the value is another one or stored otherwise. Good until the cursor moves. Requires: as Read().
     virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
@@ -135,6 +147,16 @@ public:
     virtual const std::u16string& Name() const = 0;
     virtual const std::vector<Column>& Columns() const = 0;
     virtual const std::vector<Index>& Indexes() const = 0;
+
+    // Whether its rows can be told apart and changed one by one.
+    virtual bool IsUpdatable() const { return true; }
+
+    // Whether its rows are on a server: no lock of the catalogue's keeps them as they are, to go to one takes a message,
+    // and a RowId belongs to one key for ever.
+    virtual bool IsRemote() const { return false; }
+
+    // What is asked of whoever has the rows, for people; empty where nobody is asked.
+    virtual std::u16string Request() const { return {}; }
 
     // Exact, without reading rows where the storage keeps count.
     virtual std::int64_t RowCount() = 0;
@@ -182,6 +204,12 @@ public:
     virtual void CancelInserts() {}
 
     virtual void Update(RowId row, std::span<const Assignment> changes) = 0;
+
+    // The same for a row of which somebody has seen these values. Raises RecordChanged where it has others by now; where
+    // locks keep it as it is nobody compares.
+    virtual void UpdateSeen(RowId row, std::span<const Assignment> changes, std::span<const Assignment>) {
+        Update(row, changes);
+    }
     virtual void Delete(RowId row) = 0;
 
     // The number that the last Insert gave to the counter column, 0 if there is none.
@@ -205,9 +233,22 @@ struct TableDefinition {
     std::vector<Reference> references;
 };
 
+// A change that whoever has the rows makes by himself.
+struct DelegatedChange {
+    std::u16string request;             // for people
+    std::function<std::int64_t()> run;  // returns the number of records affected
+};
+
 class Catalog {
 public:
     virtual ~Catalog() = default;
+
+    // The same select with work given to those who have the rows; null when there is none to give. The binder asks
+    // before it binds one that depends on no other.
+    virtual std::shared_ptr<const ast::Select> Delegate(const ast::Select&) { return nullptr; }
+
+    // The same for a whole change; nothing when it is to be made row by row.
+    virtual std::optional<DelegatedChange> DelegateChange(const ast::Statement&) { return std::nullopt; }
 
     // By name, without regard to case; empty when there is none.
     virtual std::shared_ptr<Table> FindTable(std::u16string_view name) = 0;

@@ -414,7 +414,8 @@ std::optional<double> TableAccess::CountInIndex(TableSource& source, const Index
 void TableAccess::Explain(Explanation& out) const {
     const Table& table = *source_.GetTable();
     if (path_.parts.empty()) {
-        out.Add(u"scan of " + table.Name(), *this);
+        const std::u16string request = table.Request();
+        out.Add(request.empty() ? u"scan of " + table.Name() : u"rows of " + table.Name() + u" by " + request, *this);
         return;
     }
     if (path_.parts.size() > 1) out.Add(u"union of searches in " + table.Name(), *this);

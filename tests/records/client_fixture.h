@@ -28,12 +28,23 @@
 
 namespace qmtrain::test {
 
+// Makes a folder's client database on a server; server_client.cpp has it for the programs whose tests can run there.
+inline std::function<void(const std::u16string& folder)>& ServerClientMaker() {
+    static std::function<void(const std::u16string&)> maker;
+    return maker;
+}
+
 class ClientTest : public testing::Test {
 protected:
     ClientTest() {
         LogTo(folder_.Path());
-        CreateClientDatabase(Path(), {}, ClientFormat());
+        if (OnServer())
+            ServerClientMaker()(Path());
+        else
+            CreateClientDatabase(Path(), {}, ClientFormat());
     }
+
+    static bool OnServer() { return EnvironmentVariable("QMTRAIN_CLIENT_FORMAT") == u"server"; }
 
     ~ClientTest() override {
         SetComponentFolder(ProgramFolder());
@@ -48,7 +59,8 @@ protected:
         for (const std::u16string& line : report.notes) ADD_FAILURE() << ToUtf8(line);
     }
 
-    // Jet 4, or the older form when QMTRAIN_CLIENT_FORMAT says "jet3": the tests run with both.
+    // Jet 4, or the older form when QMTRAIN_CLIENT_FORMAT says "jet3": the tests run with both, and with tables on a
+    // server when it says "server".
     static jet::NewDatabase ClientFormat() {
         if (EnvironmentVariable("QMTRAIN_CLIENT_FORMAT") != u"jet3") return {};
         return {.sort_order = jet::kChineseOrder, .version = jet::Version::Jet3};
@@ -58,11 +70,13 @@ protected:
     std::u16string Path() const { return FromNativePath(folder_.Path()); }
     std::filesystem::path ClientFile() const { return folder_.Path() / "Client.mdb"; }
     std::shared_ptr<dao::Database> Open() const {
-        return dao::Engine::Instance().OpenDatabase(InFolder(Path(), u"Client.mdb"));
+        return dao::Engine::Instance().OpenDatabase(InFolder(Path(), u"Client.mdb"), false, {}, kRights);
     }
 
     // Statements separated by ";".
-    void Execute(std::u16string_view sql) const { dao::JetDatabase::Open(ClientDatabase(Path()))->ExecuteScript(sql); }
+    void Execute(std::u16string_view sql) const {
+        dao::JetDatabase::Open(ClientDatabase(Path()), false, nullptr, {}, kRights)->ExecuteScript(sql);
+    }
 
     // The values of one column, joined with blanks.
     std::u16string Column(std::u16string_view sql, std::u16string_view field) const {
@@ -78,6 +92,8 @@ protected:
     }
 
     std::vector<LogEntry> Log() const { return ReadLog(LogFile()); }
+
+    static constexpr dao::LinkRights kRights{.write = true, .servers = true};
 
     ScratchFolder folder_;
 };

@@ -68,6 +68,7 @@ TEST_F(LookupTest, ASubjectCodeIsAText) {
 }
 
 TEST_F(LookupTest, ACandidateIsLookedUpWithoutATrap) {
+    if (OnServer()) GTEST_SKIP() << "the structure of tables on a server is not changed through links";
     NCREUser user;
     user.ClientPath(Path());
     AddTrain();

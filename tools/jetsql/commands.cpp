@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "jet/check.h"
 #include "jet/row_cursor.h"
+#include "odbc/connect_string.h"
 #include "schema_text.h"
 #include "sql_runner.h"
 
@@ -23,6 +24,12 @@ void Note(std::u16string_view text) {
 std::u16string KindOf(const jet::CatalogObject& object) {
     if (object.IsSystem()) return u"system";
     return object.type == jet::CatalogObject::kTable ? u"table" : u"link";
+}
+
+// Where a link leads; a password in it is nobody's business.
+std::u16string PlaceOf(const jet::CatalogObject& object) {
+    const bool server = object.type == jet::CatalogObject::kLinkedOdbc;
+    return server ? odbc::ConnectString(object.connect).Place() : object.database;
 }
 
 std::u16string ReadScript(const std::string& name) {
@@ -47,7 +54,8 @@ std::u16string Counted(std::int64_t count, std::u16string_view what) {
 int Commands::Run() {
     bool healthy = true;
     if (!options_.link.empty()) {
-        dao_.CreateTableDef(FromUtf8(options_.link), FromUtf8(options_.connect), FromUtf8(options_.source));
+        dao_.CreateTableDef(FromUtf8(options_.link), FromUtf8(options_.connect), FromUtf8(options_.source),
+                            options_.save_password);
     }
     RunSql();
     if (options_.tables) ListTables();
@@ -86,7 +94,7 @@ void Commands::ListTables() {
     writer_.Begin(names);
     for (const jet::CatalogObject& object : Tables()) {
         Value row[5] = {object.name, KindOf(object), Null{}, Null{}, Null{}};
-        if (!object.foreign_name.empty()) row[4] = object.database + u" : " + object.foreign_name;
+        if (!object.foreign_name.empty()) row[4] = PlaceOf(object) + u" : " + object.foreign_name;
         try {
             const bool linked = object.type != jet::CatalogObject::kTable;  // to list a link opens no other file
             if (const auto table = linked ? nullptr : database_.FindTable(object.name)) {

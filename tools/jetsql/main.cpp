@@ -51,7 +51,7 @@ int Run(const std::vector<std::string>& arguments) {
         std::fputs(options.help.c_str(), stdout);
         return 0;
     }
-    dao::JetDatabase database(FromUtf8(options.file), OpenFile(options));
+    dao::JetDatabase database(FromUtf8(options.file), OpenFile(options), {.write = true, .servers = true});
     Output output(stdout);
     const auto writer = MakeTableWriter(LayoutFor(options), output);
     try {

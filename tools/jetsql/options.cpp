@@ -81,11 +81,18 @@ void AddFiles(CLI::App& app, Options& options) {
           "the database's password; with --create it gets this one. Others may see it in the list\nof processes, so "
           "rather give it in the environment variable QMTRAININFO_PASSWORD, or with");
     Named(app, "--password-file", options.password_file, "FILE", "the first line of a file in UTF-8");
-    CLI::Option* link = Named(app, "--link", options.link, "NAME",
-                              "make a link to a table of another file, with --connect and --source");
-    CLI::Option* connect = Named(app, "--connect", options.connect, "\";DATABASE=PATH\"",
-                                 "the other file; a relative path counts from FILE's folder");
-    CLI::Option* source = Named(app, "--source", options.source, "TABLE", "the table there");
+    CLI::Option* link =
+        Named(app, "--link", options.link, "NAME", "make a link to a table elsewhere, with --connect and --source");
+    CLI::Option* connect =
+        Named(app, "--connect", options.connect, "TEXT",
+              "where it is: \";DATABASE=PATH\" for another file, a relative path counting from "
+              "FILE's folder;\n\"ODBC;DRIVER={PostgreSQL Unicode};SERVER=HOST;DATABASE=NAME;UID=USER\" "
+              "for a server. Its password\nis taken from here, from QMTRAININFO_PASSWORD, or from "
+              "where the driver looks for one");
+    CLI::Option* source = Named(app, "--source", options.source, "TABLE", "the table there; SCHEMA.TABLE on a server");
+    app.add_flag("--save-password", options.save_password,
+                 "with --link: the link keeps the password, where whoever can read the file can read it")
+        ->needs(link);
     for (CLI::Option* one : {link, connect, source}) {
         for (CLI::Option* other : {link, connect, source}) {
             if (one != other) one->needs(other);

@@ -22,6 +22,7 @@ struct Options {
     std::string link;  // the name of a link to be made
     std::string connect;
     std::string source;
+    bool save_password = false;  // in the link
     bool tables = false;
     bool schema = false;
     bool check = false;

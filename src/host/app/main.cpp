@@ -32,6 +32,7 @@ constexpr Command kCommands[] = {
     {"export-history", &ExportReportCommand},
     {"export-paper", &ExportReportCommand},
     {"export-notes", &ExportReportCommand},
+    {"server", &ServerCommand},
 };
 
 int Run(const Options& options) {

@@ -21,6 +21,9 @@ int PaperCommand(const CommandWords& words);
 // export-history, export-paper, export-notes.
 int ExportReportCommand(const CommandWords& words);
 
+// server: the client database on a PostgreSQL server.
+int ServerCommand(const CommandWords& words);
+
 // Writes it as the others do. Raises the component's error also where PDF files need a display and there is none.
 void WriteReportFile(const report::Report& report, report::Format format, std::u16string_view file);
 

@@ -17,7 +17,8 @@ constexpr const char* kOtherCommands =
     "  import, export              把文件中的试题导入题库；导出题库\n"
     "  paper                       组卷、打包成网络版试卷库、印成 PDF 或网页（make、pack、print）\n"
     "  export-history, export-paper, export-notes\n"
-    "                              导出练习历史、一份试卷的回顾、笔记";
+    "                              导出练习历史、一份试卷的回顾、笔记\n"
+    "  server                      把考生数据库放到 PostgreSQL 服务器上（init、copy、link）";
 
 template <class Set>
 void AddNumber(CLI::App& app, const std::string& name, std::int32_t least, Set set, const std::string& description) {

@@ -1,0 +1,321 @@
+// Candidates who record their practices on a database server all at once, through the classes and by libpq with the
+// same statements; and the summary of all trainings against psql.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <libpq-fe.h>
+#include <unistd.h>
+
+#include "bank/client_folder.h"
+#include "core/files.h"
+#include "core/log.h"
+#include "core/text.h"
+#include "dao/dao.h"
+#include "dao/jet_database.h"
+#include "jet/database.h"
+#include "measure.h"
+#include "records/server_tables.h"
+#include "records/summary_query.h"
+#include "records/train_info.h"
+#include "records/train_result.h"
+#include "support/test_server.h"
+
+namespace {
+
+using namespace qmtrain;
+using test::TestServer;
+namespace fs = std::filesystem;
+
+constexpr int kProcesses = 4;
+constexpr int kThreads = 50;  // candidates of each process
+constexpr int kQuestions = 60;
+constexpr Date kStart{38454.5};
+constexpr Date kEnd{38454.55};
+constexpr int kResults = 2'000'000;
+
+void Require(bool succeeded) {
+    if (!succeeded) throw std::runtime_error("the work was not done");
+}
+
+std::string Number(int number) {
+    return std::to_string(number);
+}
+std::string RecNo(int question) {
+    return "0102" + Number(1000 + question);
+}
+
+// The milliseconds of each operation.
+using Times = std::vector<double>;
+
+class Stopwatch {
+public:
+    explicit Stopwatch(Times& times) : times_(times) {}
+    template <class Body>
+    void operator()(Body body) {
+        times_.push_back(1000 * bench::Seconds(body));
+    }
+
+private:
+    Times& times_;
+};
+
+void RecordByClasses(const std::u16string& folder, int user, Times& times) {
+    Stopwatch timed(times);
+    TrainInfo train;
+    TrainResult results;
+    train.ClientPath(folder);
+    results.ClientPath(folder);
+    std::u16string problem;
+    Require(train.Init(problem));
+    std::int32_t id = -1;
+    timed([&] { id = train.AddNewTrain(kStart, user, 1, 0, 2); });
+    Require(id != -1);
+    for (int i = 0; i < kQuestions; ++i) {
+        const std::u16string rec_no = FromUtf8(RecNo(i));
+        timed([&] { Require(results.Add(id, 1, u"NCRE2VB", rec_no, 2, 0, u"A", u"", u"", 1, 1, i)); });
+    }
+    timed([&] { Require(train.Update(id, kEnd, 60)); });
+    for (int i = 0; i < kQuestions; ++i) {
+        const std::u16string rec_no = FromUtf8(RecNo(i));
+        timed([&] { Require(results.Update(id, u"NCRE2VB", rec_no, 1.5F, u"B", u"错误信息", u"<err/>")); });
+    }
+}
+
+struct EndConnection {
+    void operator()(PGconn* connection) const { PQfinish(connection); }
+};
+
+// What RecordByClasses has been seen to send.
+class Peer {
+public:
+    explicit Peer(const std::string& place) : connection_(PQconnectdb(place.c_str())) {
+        Require(PQstatus(connection_.get()) == CONNECTION_OK);
+    }
+
+    std::string Ask(const std::string& statement) {
+        PGresult* result = PQexec(connection_.get(), statement.c_str());
+        const ExecStatusType status = PQresultStatus(result);
+        std::string value = PQntuples(result) > 0 ? PQgetvalue(result, 0, 0) : "";
+        PQclear(result);
+        if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
+            throw std::runtime_error(PQerrorMessage(connection_.get()));
+        return value;
+    }
+
+private:
+    std::unique_ptr<PGconn, EndConnection> connection_;
+};
+
+constexpr const char* kTrainings =
+    "SELECT \"TrainID\", \"UserId\", \"SubjectCode\", \"StartDate\", \"EndDate\", \"UseTime\", \"TheoryNo\", "
+    "\"OperationNo\", \"AnswerScore\", \"Score\" FROM public.traininfo AS t0 ";
+constexpr const char* kRows =
+    "SELECT \"TrainID\", \"QuestionType\", \"DataCode\", \"QuestionRecNo\", \"QuestionScore\", \"AnswerScore\", "
+    "\"Answer\", \"StudentAnswer\", \"ErrInfo\", \"ErrInfoXml\", \"Distin\", \"Difficult\", \"QuestionNo\", "
+    "\"ResultID\" FROM public.trainresult AS t0 ";
+
+void RecordByPeer(const std::string& place, int user, Times& times) {
+    Stopwatch timed(times);
+    Peer peer(place);
+    std::string id;
+    timed([&] {
+        peer.Ask("BEGIN ISOLATION LEVEL REPEATABLE READ");
+        peer.Ask(
+            "INSERT INTO public.traininfo (\"UserId\", \"SubjectCode\", \"StartDate\", \"TheoryNo\", \"OperationNo\") "
+            "VALUES ('" +
+            Number(user) + "', '2', '2005-04-12 12:00:00', '1', '0') RETURNING \"TrainID\", \"TrainID\"");
+        id = peer.Ask(kTrainings + std::string("ORDER BY t0.\"TrainID\" DESC FETCH FIRST 1 ROWS WITH TIES"));
+        peer.Ask("COMMIT");
+    });
+    for (int i = 0; i < kQuestions; ++i) {
+        timed([&] {
+            peer.Ask(kRows + std::string("LIMIT 1"));
+            peer.Ask(
+                "INSERT INTO public.trainresult (\"TrainID\", \"QuestionType\", \"DataCode\", \"QuestionRecNo\", "
+                "\"QuestionScore\", \"AnswerScore\", \"Answer\", \"ErrInfo\", \"ErrInfoXml\", \"Distin\", "
+                "\"Difficult\", \"QuestionNo\") VALUES ('" +
+                id + "', '1', 'NCRE2VB', '" + RecNo(i) + "', '2', '0', 'A', '', '', '1', '1', '" + Number(i) +
+                "') RETURNING \"ResultID\", \"ResultID\"");
+        });
+    }
+    timed([&] {
+        peer.Ask(kTrainings + ("WHERE (t0.\"TrainID\" = " + id + ")"));
+        peer.Ask(kTrainings + ("WHERE (\"TrainID\") = ('" + id + "')"));
+        peer.Ask(
+            "UPDATE public.traininfo SET \"EndDate\" = '2005-04-12 13:12:00', \"Score\" = '60', \"UseTime\" = '4320' "
+            "WHERE (\"TrainID\") = ('" +
+            id + "') AND \"EndDate\" IS NULL");
+    });
+    for (int i = 0; i < kQuestions; ++i) {
+        timed([&] {
+            const std::string key = peer.Ask(
+                "SELECT \"ResultID\" FROM (" + std::string(kRows) + "WHERE (t0.\"TrainID\" = " + id +
+                ") AND (t0.\"DataCode\" = 'NCRE2VB') AND (t0.\"QuestionRecNo\" = '" + RecNo(i) + "')) AS found");
+            peer.Ask(kRows + ("WHERE (\"ResultID\") = ('" + key + "')"));
+            peer.Ask(
+                "UPDATE public.trainresult SET \"AnswerScore\" = '1.5', \"StudentAnswer\" = 'B', \"ErrInfo\" = "
+                "'错误信息', \"ErrInfoXml\" = '<err/>' WHERE (\"ResultID\") = ('" +
+                key + "') AND \"AnswerScore\" = '0'");
+        });
+    }
+}
+
+struct Report {
+    double seconds = 0;
+    Times times;
+};
+
+// All candidates at once. The processes write what they have measured into a folder.
+Report Storm(const fs::path& folder, const std::function<void(int user, Times& times)>& record) {
+    Report report;
+    report.seconds = bench::Seconds([&] {
+        std::vector<pid_t> children;
+        for (int process = 0; process < kProcesses; ++process) {
+            const pid_t child = fork();
+            if (child != 0) {
+                children.push_back(child);
+                continue;
+            }
+            std::vector<Times> times(kThreads);
+            std::vector<std::thread> threads;
+            for (int i = 0; i < kThreads; ++i) {
+                threads.emplace_back([&, i] {
+                    try {
+                        record(process * kThreads + i + 1, times[static_cast<std::size_t>(i)]);
+                    } catch (const std::exception& error) {
+                        std::fprintf(stderr, "%s\n", error.what());
+                        _exit(1);
+                    }
+                });
+            }
+            for (std::thread& thread : threads) thread.join();
+            std::ofstream out(folder / ("times" + Number(process)));
+            for (const Times& some : times)
+                for (const double time : some) out << time << '\n';
+            out.close();
+            _exit(0);
+        }
+        for (const pid_t child : children) {
+            int status = 1;
+            waitpid(child, &status, 0);
+            Require(status == 0);
+        }
+    });
+    for (int process = 0; process < kProcesses; ++process) {
+        std::ifstream in(folder / ("times" + Number(process)));
+        for (double time = 0; in >> time;) report.times.push_back(time);
+    }
+    std::ranges::sort(report.times);
+    return report;
+}
+
+void Print(const char* name, const Report& report) {
+    const auto at = [&](double share) {
+        return report.times[static_cast<std::size_t>(share * static_cast<double>(report.times.size() - 1))];
+    };
+    std::printf("%-28s %8.0f operations/s   median %7.2f ms   99th percentile %7.2f ms\n", name,
+                static_cast<double>(report.times.size()) / report.seconds, at(0.5), at(0.99));
+}
+
+void Summary(TestServer& server, const std::u16string& folder) {
+    server.Psql("TRUNCATE traininfo, trainresult");
+    server.Psql(
+        "INSERT INTO traininfo (\"TrainID\", \"UserId\", \"SubjectCode\", \"StartDate\") SELECT n, n % 1000, 2, "
+        "'2005-04-12 12:00:00' FROM generate_series(1, " +
+        Number(kResults / kQuestions) + ") n");
+    server.Psql(
+        "INSERT INTO trainresult (\"TrainID\", \"QuestionType\", \"DataCode\", \"QuestionRecNo\", "
+        "\"QuestionScore\", \"AnswerScore\", \"Answer\") SELECT 1 + n / " +
+        Number(kQuestions) + ", 1, 'NCRE2VB', (1000 + n % " + Number(kQuestions) +
+        ")::text, 2, n % 3, 'A' FROM generate_series(0, " + Number(kResults - 1) + ") n");
+    server.Psql("VACUUM ANALYZE");
+    std::string statement;
+    {
+        const auto client = dao::JetDatabase::Open(ClientDatabase(folder), true, nullptr, {}, {.servers = true});
+        const jet::Database::Reading reading(client->Storage());
+        statement = ToUtf8(sql::Explain(client->Tables(), sql::Parse(SummaryQuery())).front());
+    }
+    statement.erase(0, statement.find(" by ") + 4);
+    const auto summary = [&](int* rows) {
+        TrainInfo train;
+        train.ClientPath(folder);
+        std::u16string problem;
+        Require(train.Init(problem));
+        const auto found = train.GetRecordset({});
+        Require(found != nullptr);
+        int count = 0;
+        for (; !found->Eof(); found->MoveNext()) {
+            for (const auto& field : found->Fields()) (void)field->Value();
+            ++count;
+        }
+        if (rows != nullptr) *rows = count;
+    };
+    constexpr int kRuns = 5;
+    double ours = 0;
+    double theirs = 0;
+    double memory = 0;
+    for (int run = 0; run < kRuns; ++run) {
+        const bench::Use use = bench::Measure([&] { summary(nullptr); });
+        const double peer = bench::Seconds([&] { server.Psql(statement); });
+        ours = run == 0 ? use.seconds : std::min(ours, use.seconds);
+        theirs = run == 0 ? peer : std::min(theirs, peer);
+        memory = std::max(memory, use.mebibytes);
+    }
+    std::printf("summary over %d results: %.3f s, %.0f MiB; psql %.3f s; ratio %.2f\n", kResults, ours, memory, theirs,
+                ours / theirs);
+}
+
+}  // namespace
+
+int main() {
+    TestServer* server = TestServer::Get();
+    if (server == nullptr) {
+        std::printf("skipped: %s\n", TestServer::WhyNone().c_str());
+        return 0;
+    }
+    const fs::path place = fs::temp_directory_path() / ("qmtrain-bench-" + std::to_string(getpid()));
+    fs::create_directories(place);
+    const std::u16string folder = FromNativePath(place);
+    SetComponentFolder(place);
+    setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+    dao::Engine::OwnUse use = dao::Engine::Instance().GetOwnUse();
+    use.links.servers = true;
+    dao::Engine::Instance().SetOwnUse(use);
+
+    const std::u16string connect = server->NewDatabase();
+    server->Psql("CREATE ROLE qmtrain_host NOLOGIN");
+    MakeServerTables(*odbc::Connection::Open(odbc::ConnectString(connect)));
+    {
+        const auto client = dao::JetDatabase::Create(ClientDatabase(folder));
+        LinkServerTables(*client, connect);
+    }
+    const std::string peer_place = "host=127.0.0.1 port=" + std::to_string(server->Port()) +
+                                   " user=exam password='secret;{}' dbname=" + server->Database();
+    const auto ours = [&](int user, Times& times) { RecordByClasses(folder, user, times); };
+    const auto theirs = [&](int user, Times& times) { RecordByPeer(peer_place, user, times); };
+    double best = 0;
+    for (int round = 0; round < 3; ++round) {
+        server->Psql("TRUNCATE traininfo, trainresult");
+        const Report peer = Storm(place, theirs);
+        server->Psql("TRUNCATE traininfo, trainresult");
+        const Report own = Storm(place, ours);
+        Print("libpq, the same statements", peer);
+        Print("the classes", own);
+        std::printf("%-28s %8.2f\n", "ratio of the times", own.seconds / peer.seconds);
+        best = round == 0 ? own.seconds / peer.seconds : std::min(best, own.seconds / peer.seconds);
+    }
+    std::printf("best ratio %.2f\n", best);
+    Summary(*server, folder);
+    fs::remove_all(place);
+    return 0;
+}

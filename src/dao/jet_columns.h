@@ -1,0 +1,26 @@
+// Columns of Jet tables in the form in which the SQL room wants them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "jet/table.h"
+#include "sql/storage.h"
+
+namespace qmtrain::dao {
+
+// Which columns and indexes of a Jet table stand where in SQL: columns in the order in which they are shown.
+struct Layout {
+    explicit Layout(const jet::Table& table);
+    std::uint16_t Ordinal(int position) const { return ordinals[static_cast<std::size_t>(position)]; }
+
+    std::vector<sql::Column> columns;
+    std::vector<std::size_t> positions;  // in the Jet definition, by SQL position
+    std::vector<std::uint16_t> ordinals;
+    std::vector<sql::Index> indexes;  // by real index
+};
+
+jet::ColumnType ToJet(sql::ColumnType type);
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,409 @@
+#include "dao/odbc_links.h"
+
+#include <algorithm>
+
+#include "core/error.h"
+#include "core/text.h"
+#include "dao/jet_columns.h"
+#include "sql/aggregate.h"
+#include "sql/execute.h"
+#include "sql/parser.h"
+#include "sql/printer.h"
+
+namespace qmtrain::dao {
+namespace {
+
+using sql::ast::ExpressionPtr;
+
+// A copy that may be changed.
+sql::ast::Select CopyOf(const sql::ast::Select& select) {
+    const auto statement = sql::Parser(sql::PrintRows(select)).ParseStatement();
+    return std::move(std::get<sql::ast::Select>(statement->node));
+}
+
+// The parts of a condition joined by And.
+void Split(ExpressionPtr condition, std::vector<ExpressionPtr>& parts) {
+    if (condition == nullptr) return;
+    if (condition->kind == sql::ast::ExpressionKind::Binary) {
+        auto& binary = static_cast<sql::ast::Binary&>(*condition);
+        if (binary.op == sql::ast::BinaryOperator::And) {
+            Split(std::move(binary.left), parts);
+            Split(std::move(binary.right), parts);
+            return;
+        }
+    }
+    parts.push_back(std::move(condition));
+}
+
+ExpressionPtr Join(std::vector<ExpressionPtr> parts) {
+    ExpressionPtr joined;
+    for (ExpressionPtr& part : parts) {
+        joined = joined == nullptr ? std::move(part)
+                                   : std::make_unique<sql::ast::Binary>(sql::ast::BinaryOperator::And,
+                                                                        std::move(joined), std::move(part));
+    }
+    return joined;
+}
+
+// Moves what can be said to the server over there.
+std::u16string TakeConditions(RemoteSql& remote, std::vector<ExpressionPtr>& conditions, bool of_columns) {
+    std::u16string text;
+    std::erase_if(conditions, [&](const ExpressionPtr& condition) {
+        const RemoteText said = remote.Condition(*condition);
+        if (!said || (of_columns && !remote.UsedColumns())) return false;
+        text += (text.empty() ? u" WHERE " : u" AND ") + *said;
+        return true;
+    });
+    return text;
+}
+
+std::u16string AliasText() {
+    return u" AS " + std::u16string(RemoteSql::TableAlias());
+}
+
+const std::u16string& NameOf(const sql::ast::NamedTable& table) {
+    return table.alias.empty() ? table.name : table.alias;
+}
+
+bool HasAggregates(const sql::ast::Select& select) {
+    const auto aggregates = [](const auto& item) {
+        return item.expression != nullptr && sql::ContainsAggregate(*item.expression);
+    };
+    return std::ranges::any_of(select.parts.front().items, aggregates) ||
+           std::ranges::any_of(select.order_by, aggregates);
+}
+
+jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& table) {
+    jet::TableSpec spec{.name = std::u16string(name)};
+    bool counted = false;
+    for (const odbc::Column& column : table.columns) {
+        jet::ColumnSpec made{.name = column.name,
+                             .type = ToJet(static_cast<sql::ColumnType>(column.type)),
+                             .size = column.size,
+                             .precision = column.precision,
+                             .scale = column.scale,
+                             .autonumber = column.counter && !counted,
+                             .required = column.required};
+        counted = counted || column.counter;
+        spec.columns.push_back(std::move(made));
+    }
+    jet::IndexSpec key{.name = table.key_name.empty() ? u"Key" : table.key_name, .unique = true, .primary = true};
+    for (const int at : table.key) {
+        const odbc::Column& column = table.columns[static_cast<std::size_t>(at)];
+        key.columns.push_back({column.name});
+        // The file could not hold such keys.
+        if (column.type == odbc::ColumnType::LongBinary) return spec;
+    }
+    if (!key.columns.empty()) spec.indexes.push_back(std::move(key));
+    return spec;
+}
+
+void AppendShort(Bytes& bytes, std::uint32_t number) {
+    bytes.push_back(static_cast<std::uint8_t>(number));
+    bytes.push_back(static_cast<std::uint8_t>(number >> 8));
+}
+
+Bytes RemoteColumnsOf(const odbc::TableDescription& table) {
+    Bytes bytes;
+    for (const odbc::Column& column : table.columns) {
+        AppendShort(bytes, static_cast<std::uint16_t>(column.odbc_type));
+        AppendShort(bytes, std::min<std::uint32_t>(column.odbc_size, 0xFFFF));
+        AppendShort(bytes, static_cast<std::uint16_t>(column.odbc_scale));
+    }
+    return bytes;
+}
+
+}  // namespace
+
+// ---- what there is ----
+
+bool OdbcLinks::Any() {
+    any_ = !database_.OdbcLinks().empty();
+    return any_;
+}
+
+void OdbcLinks::Close() {
+    links_.clear();
+    const std::scoped_lock lock(servers_mutex_);
+    servers_.clear();
+}
+
+bool OdbcLinks::HasOnlyLinks() {
+    return Any() && std::ranges::none_of(database_.Objects(), [](const jet::CatalogObject& object) {
+               return object.IsUserTable() && object.type != jet::CatalogObject::kLinkedOdbc;
+           });
+}
+
+const jet::CatalogObject* OdbcLinks::Find(std::u16string_view name) {
+    const std::vector<jet::CatalogObject>& links = database_.OdbcLinks();
+    const auto found =
+        std::ranges::find_if(links, [&](const jet::CatalogObject& link) { return EqualNames(link.name, name); });
+    return found == links.end() ? nullptr : &*found;
+}
+
+std::shared_ptr<OdbcServer> OdbcLinks::ServerFor(const odbc::ConnectString& connect) {
+    const std::u16string text = connect.Text();
+    const std::scoped_lock lock(servers_mutex_);
+    auto known = std::ranges::find(servers_, text, &KnownServer::connect);
+    if (known == servers_.end()) {
+        servers_.push_back({text, OdbcServer::Of(connect, database_.SharedSession())});
+        known = servers_.end() - 1;
+    }
+    Prepare(*known->server);
+    return known->server;
+}
+
+std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
+    if (!rights_.servers) {
+        Raise(
+            ErrorNumber::OperationNotSupported,
+            {u"链接表“" + object.name + u"”在数据库服务器上，而没有允许链接到服务器（QMTRAININFO_SERVER_LINKS=on）。"});
+    }
+    auto link = std::make_shared<OdbcLink>();
+    link->name = object.name;
+    link->id = object.id;
+    link->connect = object.connect;
+    link->source = object.foreign_name;
+    const std::u16string& source = object.foreign_name;
+    const std::size_t point = source.find(u'.');
+    link->remote = point == source.npos
+                       ? QuotedName(source)
+                       : QuotedName(source.substr(0, point)) + u"." + QuotedName(source.substr(point + 1));
+    link->server = ServerFor(odbc::ConnectString(object.connect));
+    const auto definition = database_.LinkDefinition(object);
+    const Layout layout(*definition);
+    link->columns = layout.columns;
+    for (const sql::Index& index : layout.indexes) {
+        if (!index.unique || !link->key.empty()) continue;
+        for (const sql::IndexColumn& part : index.columns) link->key.push_back(part.column);
+    }
+    return link;
+}
+
+std::shared_ptr<OdbcLink> OdbcLinks::FindLink(std::u16string_view name) {
+    const jet::CatalogObject* object = Find(name);
+    if (object == nullptr) return nullptr;
+    const auto is_it = [&](const std::shared_ptr<OdbcLink>& link) {
+        return link->name == object->name && link->id == object->id && link->connect == object->connect &&
+               link->source == object->foreign_name;
+    };
+    const auto known = std::ranges::find_if(links_, is_it);
+    if (known != links_.end()) {
+        Prepare(*(*known)->server);
+        return *known;
+    }
+    std::erase_if(links_, [&](const auto& link) { return EqualNames(link->name, name); });
+    links_.push_back(Load(*object));
+    return links_.back();
+}
+
+std::shared_ptr<sql::Table> OdbcLinks::FindTable(std::u16string_view name) {
+    auto link = FindLink(name);
+    return link == nullptr ? nullptr : std::make_shared<OdbcTable>(std::move(link), std::u16string_view());
+}
+
+std::uint64_t OdbcLinks::Changes() {
+    const std::scoped_lock lock(servers_mutex_);
+    std::uint64_t changes = 0;
+    for (const KnownServer& known : servers_) changes += known.server->Changes();
+    return changes;
+}
+
+void OdbcLinks::Cancel() noexcept {
+    const std::scoped_lock lock(servers_mutex_);
+    for (const KnownServer& known : servers_) known.server->Cancel();
+}
+
+// ---- making them ----
+
+void OdbcLinks::Create(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table,
+                       bool save_password, bool replace) {
+    odbc::ConnectString stored(connect);
+    const odbc::TableDescription table = ConnectTo(stored)->Describe(source_table);
+    const auto password = stored.TakePassword();
+    const bool saved = save_password && password;
+    if (saved) stored.Set(u"PWD", *password);
+    const std::u16string source = table.schema.empty() ? table.name : table.schema + u"." + table.name;
+    jet::Database::Writing writing(database_);
+    if (replace) database_.DropTable(name);
+    database_.CreateOdbcLink(SpecOf(name, table), stored.Text(), source, saved, RemoteColumnsOf(table));
+    writing.Commit();
+    links_.clear();
+}
+
+void OdbcLinks::Refresh(std::u16string_view name, std::u16string_view connect) {
+    jet::CatalogObject object;
+    {
+        const jet::Database::Reading reading(database_);
+        const jet::CatalogObject* found = Find(name);
+        if (found == nullptr) Raise(ErrorNumber::NoSuchTable, {name});
+        object = *found;
+    }
+    const bool saved = (object.flags & jet::CatalogObject::kSavedPasswordFlag) != 0;
+    Create(object.name, connect.empty() ? object.connect : connect, object.foreign_name, saved, true);
+}
+
+// ---- what the servers do ----
+
+std::shared_ptr<OdbcLink> OdbcLinks::LinkOf(const sql::ast::TableExpression& table) {
+    const auto* named = std::get_if<sql::ast::NamedTable>(&table.node);
+    return named == nullptr || named->table ? nullptr : FindLink(named->name);
+}
+
+bool OdbcLinks::NamesLink(const sql::ast::TableExpression& table) {
+    if (const auto* named = std::get_if<sql::ast::NamedTable>(&table.node)) {
+        return !named->table && Find(named->name) != nullptr;
+    }
+    const auto* join = std::get_if<sql::ast::JoinedTable>(&table.node);
+    return join != nullptr && (NamesLink(*join->left) || NamesLink(*join->right));
+}
+
+std::shared_ptr<const sql::ast::Select> OdbcLinks::Delegate(sql::Catalog& catalog, const sql::ast::Select& select) {
+    if (!Any()) return nullptr;
+    const auto names_link = [&](const sql::ast::SelectPart& part) {
+        return std::ranges::any_of(part.from, [&](const auto& table) { return NamesLink(table); });
+    };
+    if (std::ranges::none_of(select.parts, names_link)) return nullptr;
+    if (auto delegated = DelegateTable(select)) return delegated;
+    if (auto delegated = DelegateWhole(catalog, select)) return delegated;
+    return DelegateConditions(select);
+}
+
+// Rows of one table, which can be changed afterwards: the server finds and orders them, and what is computed from them
+// is computed here.
+std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateTable(const sql::ast::Select& select) {
+    const sql::ast::SelectPart& written = select.parts.front();
+    const bool plain = select.parts.size() == 1 && written.from.size() == 1 && !written.distinct &&
+                       written.group_by.empty() && written.having == nullptr && !HasAggregates(select);
+    const auto link = plain ? LinkOf(written.from[0]) : nullptr;
+    if (link == nullptr) return nullptr;
+    auto copy = std::make_shared<sql::ast::Select>(CopyOf(select));
+    sql::ast::SelectPart& part = copy->parts.front();
+    auto& named = std::get<sql::ast::NamedTable>(part.from[0].node);
+    RemoteSql remote(*this);
+    remote.UseTable(link, NameOf(named));
+    std::vector<ExpressionPtr> conditions;
+    Split(std::move(part.where), conditions);
+    std::u16string request = AliasText() + TakeConditions(remote, conditions, false);
+    const RemoteText order = conditions.empty() ? remote.Order(part, copy->order_by) : std::nullopt;
+    if (order && !(part.top && part.top->percent)) {
+        if (!order->empty()) request += u" ORDER BY " + *order;
+        if (part.top) request += RemoteSql::Top(*part.top, !order->empty());
+        part.top.reset();
+        copy->order_by.clear();
+    }
+    part.where = Join(std::move(conditions));
+    named.alias = NameOf(named);
+    named.table = std::make_shared<OdbcTable>(link, request);
+    return copy;
+}
+
+std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateWhole(sql::Catalog& catalog,
+                                                                 const sql::ast::Select& select) {
+    RemoteSql remote(*this);
+    RemoteText request = remote.Select(select);
+    if (!request) return nullptr;
+    std::vector<sql::Column> columns;
+    for (const sql::OutputColumn& output : sql::ColumnsOf(catalog, select)) {
+        sql::Column& column = columns.emplace_back();
+        column.name = output.name;
+        column.type = output.type;
+        column.size = output.size;
+        column.precision = output.precision;
+        column.scale = output.scale;
+    }
+    auto result = std::make_shared<OdbcResult>(remote.Server(), std::move(*request), std::move(columns));
+    auto all = std::make_shared<sql::ast::Select>();
+    sql::ast::SelectPart& part = all->parts.emplace_back();
+    part.items.emplace_back().star = true;
+    part.from.emplace_back().node = sql::ast::NamedTable{result->Name(), {}, result};
+    return all;
+}
+
+// The join is made here, of no more rows than each table's own conditions leave.
+std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateConditions(const sql::ast::Select& select) {
+    auto copy = std::make_shared<sql::ast::Select>(CopyOf(select));
+    for (sql::ast::SelectPart& part : copy->parts) {
+        std::vector<ExpressionPtr> conditions;
+        Split(std::move(part.where), conditions);
+        for (sql::ast::TableExpression& table : part.from) Narrow(table, conditions);
+        part.where = Join(std::move(conditions));
+    }
+    return copy;
+}
+
+// A condition behind an outer join sees the rows of Nulls that this adds: it cannot be asked of that table before.
+void OdbcLinks::Narrow(sql::ast::TableExpression& table, std::vector<ExpressionPtr>& conditions) {
+    if (auto* join = std::get_if<sql::ast::JoinedTable>(&table.node)) {
+        if (join->type != sql::ast::JoinType::Right) Narrow(*join->left, conditions);
+        if (join->type != sql::ast::JoinType::Left) Narrow(*join->right, conditions);
+        return;
+    }
+    const auto link = LinkOf(table);
+    if (link == nullptr) return;
+    auto& named = std::get<sql::ast::NamedTable>(table.node);
+    RemoteSql remote(*this);
+    remote.UseTable(link, NameOf(named));
+    const std::u16string asked = TakeConditions(remote, conditions, true);
+    if (asked.empty()) return;
+    named.alias = NameOf(named);
+    named.table = std::make_shared<OdbcTable>(link, AliasText() + asked);
+}
+
+std::optional<sql::DelegatedChange> OdbcLinks::DelegateChange(sql::Catalog& catalog,
+                                                              const sql::ast::Statement& statement) {
+    if (!Any()) return std::nullopt;
+    const auto* update = std::get_if<sql::ast::Update>(&statement.node);
+    const auto* removal = std::get_if<sql::ast::Delete>(&statement.node);
+    const sql::ast::TableExpression* table = update != nullptr                                 ? &update->table
+                                             : removal != nullptr && removal->from.size() == 1 ? &removal->from[0]
+                                                                                               : nullptr;
+    const auto link = table == nullptr ? nullptr : LinkOf(*table);
+    if (link == nullptr || link->key.empty()) return std::nullopt;
+    const ExpressionPtr& where = update != nullptr ? update->where : removal->where;
+    RemoteSql remote(*this);
+    remote.UseTable(link, NameOf(std::get<sql::ast::NamedTable>(table->node)));
+    std::u16string set;
+    for (std::size_t i = 0; update != nullptr && i < update->items.size(); ++i) {
+        const sql::ast::SetItem& item = update->items[i];
+        const auto column = std::ranges::find_if(
+            link->columns, [&](const sql::Column& known) { return EqualNames(known.name, item.column->name); });
+        const RemoteText value = column == link->columns.end() ? std::nullopt : remote.Assigned(*item.value, *column);
+        if (!value) return std::nullopt;
+        set += (i == 0 ? u" SET " : u", ") + QuotedName(column->name) + u" = " + *value;
+    }
+    const RemoteText condition = where == nullptr ? RemoteText(std::u16string()) : remote.Condition(*where);
+    if (!condition) return std::nullopt;
+    sql::Explanation unused;  // names that are wrong are told as anywhere
+    sql::Parameters parameters(statement);
+    if (update != nullptr)
+        sql::Explain(catalog, parameters, *update, unused);
+    else
+        sql::Explain(catalog, parameters, *removal, unused);
+    const std::u16string what = update != nullptr ? u"UPDATE " : u"DELETE FROM ";
+    sql::DelegatedChange change;
+    change.request = what + link->remote + AliasText() + set + (where == nullptr ? u"" : u" WHERE " + *condition);
+    const ErrorNumber failure = update != nullptr ? ErrorNumber::OdbcUpdateFailed : ErrorNumber::OdbcDeleteFailed;
+    change.run = [link, request = change.request, failure] {
+        return link->server->Execute(request, {failure, link->name});
+    };
+    return change;
+}
+
+bool OdbcLinks::ChangesOnlyServers(const sql::ast::Statement& statement) {
+    if (!Any()) return false;
+    const auto only_links = [&](const auto& self, const sql::ast::TableExpression& table) -> bool {
+        if (const auto* join = std::get_if<sql::ast::JoinedTable>(&table.node)) {
+            return self(self, *join->left) && self(self, *join->right);
+        }
+        return NamesLink(table);
+    };
+    if (const auto* insert = std::get_if<sql::ast::Insert>(&statement.node)) return Find(insert->table) != nullptr;
+    if (const auto* update = std::get_if<sql::ast::Update>(&statement.node))
+        return only_links(only_links, update->table);
+    const auto* removal = std::get_if<sql::ast::Delete>(&statement.node);
+    return removal != nullptr &&
+           std::ranges::all_of(removal->from, [&](const auto& table) { return only_links(only_links, table); });
+}
+
+}  // namespace qmtrain::dao

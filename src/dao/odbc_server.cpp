@@ -1,0 +1,154 @@
+#include "dao/odbc_server.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "core/error.h"
+#include "core/system.h"
+#include "core/text.h"
+#include "odbc/pool.h"
+
+namespace qmtrain::dao {
+namespace {
+
+std::u16string Savepoint(std::size_t level) {
+    return u"level_" + ToText(static_cast<std::int64_t>(level));
+}
+
+}  // namespace
+
+std::shared_ptr<OdbcServer> OdbcServer::Of(const odbc::ConnectString& connect,
+                                           const std::shared_ptr<jet::Session>& session) {
+    using Key = std::pair<const jet::Session*, std::u16string>;
+    static std::mutex mutex;
+    static std::map<Key, std::weak_ptr<OdbcServer>>& known = *new std::map<Key, std::weak_ptr<OdbcServer>>;
+    const std::scoped_lock lock(mutex);
+    std::erase_if(known, [](const auto& one) { return one.second.expired(); });
+    std::weak_ptr<OdbcServer>& place = known[{session.get(), connect.Text()}];
+    std::shared_ptr<OdbcServer> server = place.lock();
+    if (server == nullptr) {
+        server.reset(new OdbcServer(connect, session));
+        place = server;
+    }
+    return server;
+}
+
+OdbcServer::OdbcServer(odbc::ConnectString connect, std::shared_ptr<jet::Session> session)
+    : connect_(std::move(connect)), session_(std::move(session)) {}
+
+OdbcServer::~OdbcServer() {
+    session_->Remove(*this);
+}
+
+// A password that is in no link comes from the environment; without one, drivers look where they are used to.
+std::shared_ptr<odbc::Connection> ConnectTo(const odbc::ConnectString& connect) {
+    odbc::ConnectString whole = connect;
+    auto password = whole.TakePassword();
+    if (!password) password = Setting("QMTRAININFO_PASSWORD");
+    if (!password->empty()) whole.Set(u"PWD", *password);
+    return odbc::TakeConnection(whole);
+}
+
+void OdbcServer::Connect() {
+    auto connection = ConnectTo(connect_);
+    const std::scoped_lock lock(mutex_);
+    connection_ = std::move(connection);
+}
+
+void OdbcServer::Disconnect() {
+    const std::scoped_lock lock(mutex_);
+    connection_ = nullptr;
+}
+
+void OdbcServer::OpenLevels() {
+    connection_->TimeLimit(time_limit_);
+    if (session_->Levels() > 0 && levels_ == 0) {
+        connection_->Begin(serial_);
+        session_->Join(*this);
+        levels_ = 1;
+        used_ = false;
+    }
+    for (; levels_ < session_->Levels(); ++levels_) connection_->Savepoint(Savepoint(levels_ + 1));
+}
+
+odbc::Connection& OdbcServer::Reach() {
+    if (IsLost()) {
+        if (levels_ > 0) RaiseLost();
+        Disconnect();
+    }
+    if (!connection_) Connect();
+    OpenLevels();
+    return *connection_;
+}
+
+void OdbcServer::RaiseLost() const {
+    Raise(ErrorNumber::OdbcConnectionFailed, {connect_.Place(), u"连接已中断，事务没有完成。"});
+}
+
+// A connection that has waited for a while may have been lost meanwhile: as long as nothing has been done with it,
+// there is another.
+template <class Body>
+auto OdbcServer::Run(bool changes, const Body& body) {
+    constexpr int kMostTries = 10;
+    for (int tries = 1;; ++tries) {
+        try {
+            auto result = body(Reach());
+            used_ = levels_ > 0;
+            return result;
+        } catch (const AutomationError& error) {
+            const bool nothing_done = levels_ > 0 ? !used_ : !changes;
+            const bool anew = IsLost() && nothing_done && tries == 1;
+            const bool again = error.Is(ErrorNumber::RecordChanged) && levels_ == 0 && tries < kMostTries;
+            if (!anew && !again) throw;
+            if (anew) levels_ = 0;
+        }
+    }
+}
+
+OdbcServer::Answer OdbcServer::Query(std::u16string_view sql, const odbc::Doing& doing) {
+    return Run(doing.failure != ErrorNumber::OdbcCallFailed, [&](odbc::Connection& connection) {
+        auto rows = connection.Query(sql, doing);
+        return Answer{connection_, std::move(rows)};
+    });
+}
+
+std::int64_t OdbcServer::Execute(std::u16string_view sql, const odbc::Doing& doing) {
+    const std::int64_t rows = Run(true, [&](odbc::Connection& connection) { return connection.Execute(sql, doing); });
+    ++changes_;
+    return rows;
+}
+
+void OdbcServer::Cancel() noexcept {
+    const std::scoped_lock lock(mutex_);
+    if (connection_) connection_->Cancel();
+}
+
+void OdbcServer::Merge(std::size_t levels) noexcept {
+    levels_ = std::min(levels_, levels);
+}
+
+void OdbcServer::Undo(std::size_t levels) noexcept {
+    if (levels_ <= levels) return;
+    ++changes_;
+    levels_ = levels;
+    try {
+        if (levels > 0)
+            connection_->RollbackTo(Savepoint(levels + 1));
+        else
+            connection_->Rollback();
+    } catch (const AutomationError&) {
+        // The server has undone it all, or does so when it notices that nobody is there. What follows is told by
+        // Reach().
+    }
+}
+
+void OdbcServer::Commit() {
+    if (levels_ == 0) return;
+    levels_ = 0;
+    if (connection_->IsAlive()) return connection_->Commit();
+    connection_->Rollback();
+    RaiseLost();
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,83 @@
+// A database server that links lead to, and our part in its transactions.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "jet/session.h"
+#include "odbc/connection.h"
+
+namespace qmtrain::dao {
+
+// A connection for which a password that is missing has been looked for.
+std::shared_ptr<odbc::Connection> ConnectTo(const odbc::ConnectString& connect);
+
+class OdbcServer : public jet::SessionPartner {
+public:
+    // The session's one for this place: its databases see what they have changed there in an open transaction, and
+    // commit it at once. Connects when it is first needed.
+    static std::shared_ptr<OdbcServer> Of(const odbc::ConnectString& connect,
+                                          const std::shared_ptr<jet::Session>& session);
+
+    OdbcServer(const OdbcServer&) = delete;
+    OdbcServer& operator=(const OdbcServer&) = delete;
+    ~OdbcServer() override;
+
+    // The rows, with the connection that they come from.
+    struct Answer {
+        std::shared_ptr<odbc::Connection> connection;
+        std::unique_ptr<odbc::Rows> rows;
+    };
+    Answer Query(std::u16string_view sql, const odbc::Doing& doing = {});
+    std::int64_t Execute(std::u16string_view sql, const odbc::Doing& doing);
+
+    // How it is used from now on: how long a statement may take, and whether a transaction that begins is as if it were
+    // alone.
+    void Use(std::chrono::milliseconds limit, bool serial) {
+        time_limit_ = limit;
+        serial_ = serial;
+    }
+
+    // From any thread.
+    void Cancel() noexcept;
+
+    // Grows with each change.
+    std::uint64_t Changes() const { return changes_; }
+    void NoteChange() { ++changes_; }
+
+    void Merge(std::size_t levels) noexcept override;
+    void Undo(std::size_t levels) noexcept override;
+    void Commit() override;
+
+private:
+    OdbcServer(odbc::ConnectString connect, std::shared_ptr<jet::Session> session);
+
+    // Calls `body(connection)`, inside the levels that the session has opened. It is called again with a new connection
+    // where the old one turns out to be lost and nothing has been done with it, and where somebody else's change has
+    // come before one that is a transaction of its own.
+    template <class Body>
+    auto Run(bool changes, const Body& body);
+    odbc::Connection& Reach();
+    void Connect();
+    void Disconnect();
+    void OpenLevels();
+    bool IsLost() const { return connection_ != nullptr && !connection_->IsAlive(); }
+    [[noreturn]] void RaiseLost() const;
+
+    odbc::ConnectString connect_;
+    std::shared_ptr<jet::Session> session_;
+    std::mutex mutex_;  // for connection_
+    std::shared_ptr<odbc::Connection> connection_;
+    std::size_t levels_ = 0;  // of the session that the server knows: a transaction, and savepoints in it
+    bool used_ = false;       // something has been done in them
+    std::chrono::milliseconds time_limit_{0};
+    bool serial_ = false;
+    std::atomic<std::uint64_t> changes_ = 0;
+};
+
+}  // namespace qmtrain::dao

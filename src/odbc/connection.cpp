@@ -1,0 +1,267 @@
+#include "odbc/connection.h"
+
+#include <algorithm>
+#include <array>
+
+#include "core/text.h"
+#include "odbc/statement.h"
+
+namespace qmtrain::odbc {
+namespace {
+
+SQLPOINTER Number(SQLULEN number) {
+    return reinterpret_cast<SQLPOINTER>(number);
+}
+
+constexpr int kMaxName = 256;
+
+// The driver's texts may repeat what it was given.
+std::u16string Without(std::u16string text, std::u16string_view secret) {
+    if (secret.empty()) return text;
+    for (std::size_t at = text.find(secret); at != text.npos; at = text.find(secret, at))
+        text.replace(at, secret.size(), u"***");
+    return text;
+}
+
+}  // namespace
+
+// Handles
+
+Connection::Handles::Handles() : library(Library::Get()) {
+    library.AllocHandle(SQL_HANDLE_DBC, library.environment, &connection);
+}
+
+Connection::Handles::~Handles() {
+    if (connected) library.Disconnect(connection);
+    library.FreeHandle(SQL_HANDLE_DBC, connection);
+}
+
+// Opening
+
+Connection::Connection(std::unique_ptr<Handles> handles, std::u16string place)
+    : handles_(std::move(handles)), place_(std::move(place)) {}
+
+Connection::~Connection() {
+    if (in_transaction_) Rollback();
+}
+
+std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::chrono::seconds limit) {
+    ConnectString whole = connect;
+    whole.SetDefault(u"BoolsAsChar", u"0");   // a boolean is no text
+    whole.SetDefault(u"LFConversion", u"0");  // texts stay as they are
+    whole.Set(u"Protocol", u"7.4-0");         // what becomes of a transaction in which something fails we say
+    whole.SetDefault(u"KeepaliveTime", u"30");
+    whole.SetDefault(u"KeepaliveInterval", u"10");
+    whole.SetDefault(u"Pqopt",
+                     u"tcp_user_timeout=15000");  // milliseconds until a network that swallows all is given up
+    auto handles = std::make_unique<Handles>();
+    const Library& library = handles->library;
+    library.SetConnectAttr(handles->connection, SQL_ATTR_LOGIN_TIMEOUT, Number(static_cast<SQLULEN>(limit.count())), 0);
+    const std::u16string text = whole.Text();
+    const SQLRETURN result =
+        library.DriverConnect(handles->connection, nullptr, ToWide(text), static_cast<SQLSMALLINT>(text.size()),
+                              nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+    if (!Succeeded(result)) {
+        const Diagnostics diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles->connection);
+        const std::u16string said = Without(diagnostics.text, ConnectString(connect).TakePassword().value_or(u""));
+        const bool no_driver = diagnostics.state == u"IM002" || diagnostics.state == u"IM003" ||
+                               diagnostics.text.find(u"Can't open lib") != std::u16string::npos;
+        const std::u16string driver = connect.Get(u"DRIVER").value_or(connect.Get(u"DSN").value_or(u""));
+        Raise(ErrorNumber::OdbcConnectionFailed,
+              {connect.Place(), no_driver ? u"本机没有 ODBC 驱动程序或数据源“" + driver + u"”：" + said : said});
+    }
+    handles->connected = true;
+    std::unique_ptr<Connection> connection(new Connection(std::move(handles), connect.Place()));
+    connection->SetUp();
+    return connection;
+}
+
+void Connection::SetUp() {
+    const std::u16string product = PropertyOf(SQL_DBMS_NAME);
+    if (!EqualNames(product, u"PostgreSQL")) {
+        Raise(ErrorNumber::OperationNotSupported, {u"链接到 " + product + u" 服务器。只支持 PostgreSQL。"});
+    }
+    // Our texts are written for a server that takes a backslash for what it is. In the middle of a transaction that the
+    // driver has begun it would be too late to say what the transaction is to see.
+    Execute(
+        u"SET standard_conforming_strings = on;"
+        u"SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ");
+}
+
+std::u16string Connection::PropertyOf(int info) const {
+    std::array<char16_t, kMaxName> text{};
+    SQLSMALLINT length = 0;
+    handles_->library.GetInfo(handles_->connection, static_cast<SQLUSMALLINT>(info), text.data(),
+                              static_cast<SQLSMALLINT>(sizeof text), &length);
+    return text.data();
+}
+
+// Statements
+
+std::int64_t Connection::Execute(std::u16string_view sql, const Doing& doing) {
+    Statement statement(*this);
+    statement.Execute(sql, doing);
+    SQLLEN rows = 0;
+    statement.Check(statement.Functions().RowCount(statement.Handle(), &rows), doing);
+    return std::max<std::int64_t>(rows, 0);
+}
+
+std::unique_ptr<Rows> Connection::Query(std::u16string_view sql, const Doing& doing) {
+    auto statement = std::make_unique<Statement>(*this);
+    statement->Execute(sql, doing);
+    return std::make_unique<Rows>(std::move(statement));
+}
+
+void Connection::TimeLimit(std::chrono::milliseconds limit) {
+    time_limit_ = static_cast<long>(std::chrono::ceil<std::chrono::seconds>(limit).count());
+}
+
+// Transactions
+
+void Connection::Begin(bool serial) {
+    const SQLRETURN result =
+        handles_->library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_OFF), 0);
+    if (!Succeeded(result)) {
+        alive_ = false;
+        RaiseFor(DiagnosticsOf(handles_->library, SQL_HANDLE_DBC, handles_->connection), {}, place_);
+    }
+    in_transaction_ = true;
+    if (serial) before_.emplace_back(u"SET TRANSACTION ISOLATION LEVEL SERIALIZABLE");
+}
+
+void Connection::Savepoint(std::u16string_view name) {
+    before_.push_back(u"SAVEPOINT " + std::u16string(name));
+}
+
+void Connection::RollbackTo(std::u16string_view name) {
+    const auto waiting = std::ranges::find(before_, u"SAVEPOINT " + std::u16string(name));
+    if (waiting != before_.end()) return (void)before_.erase(waiting, before_.end());
+    before_.clear();
+    guarded_ = false;
+    Statement(*this).Send(u"ROLLBACK TO SAVEPOINT " + std::u16string(name), {});
+}
+
+// What has to go with the next statement of a transaction, in one message.
+std::vector<std::u16string> Connection::TakeBefore() {
+    std::vector<std::u16string> before = std::move(before_);
+    before_.clear();
+    if (guarded_) before.insert(before.begin(), u"RELEASE SAVEPOINT statement");
+    if (begun_ || !before.empty()) before.emplace_back(u"SAVEPOINT statement");
+    return before;
+}
+
+// Takes back what a statement that failed has left.
+void Connection::UndoStatement(bool guarded) noexcept {
+    guarded_ = guarded;
+    if (!alive_) return;
+    if (!guarded) {
+        handles_->library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
+        return;
+    }
+    try {
+        Statement(*this).Send(u"ROLLBACK TO SAVEPOINT statement", {});
+    } catch (const AutomationError&) {  // the transaction is lost, which its next statement tells
+    }
+}
+
+void Connection::Commit() {
+    EndTransaction(true);
+}
+
+void Connection::Rollback() noexcept {
+    try {
+        EndTransaction(false);
+    } catch (const AutomationError&) {  // it is gone with its connection
+    }
+}
+
+void Connection::EndTransaction(bool commit) {
+    const Library& library = handles_->library;
+    before_.clear();
+    guarded_ = begun_ = false;
+    const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes
+    const SQLRETURN result = library.EndTran(SQL_HANDLE_DBC, handles_->connection, commit ? SQL_COMMIT : SQL_ROLLBACK);
+    Diagnostics diagnostics;
+    if (!Succeeded(result)) {
+        diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles_->connection);
+        if (commit) library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
+        if (MeansLost(diagnostics) || !commit) alive_ = false;
+    }
+    in_transaction_ = false;
+    library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
+    if (!Succeeded(result)) RaiseFor(diagnostics, {}, place_);
+    if (lost && commit) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"连接已中断，事务没有完成。"});
+}
+
+void Connection::Cancel() noexcept {
+    const std::scoped_lock lock(running_mutex_);
+    if (running_ != nullptr) handles_->library.Cancel(running_->Handle());
+}
+
+// Statement
+
+Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
+    const SQLHDBC handle = connection.handles_->connection;
+    if (!Succeeded(library_.AllocHandle(SQL_HANDLE_STMT, handle, &handle_))) {
+        const Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_DBC, handle);
+        if (MeansLost(diagnostics)) connection.alive_ = false;
+        RaiseFor(diagnostics, {}, connection.place_);
+    }
+    library_.SetStmtAttr(handle_, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
+    if (connection.time_limit_ > 0) {
+        library_.SetStmtAttr(handle_, SQL_ATTR_QUERY_TIMEOUT, Number(static_cast<SQLULEN>(connection.time_limit_)), 0);
+    }
+}
+
+Statement::~Statement() {
+    library_.FreeHandle(SQL_HANDLE_STMT, handle_);
+}
+
+Statement::Running::Running(Statement& statement) : connection_(statement.connection_) {
+    const std::scoped_lock lock(connection_.running_mutex_);
+    connection_.running_ = &statement;
+}
+
+Statement::Running::~Running() {
+    const std::scoped_lock lock(connection_.running_mutex_);
+    connection_.running_ = nullptr;
+}
+
+bool Statement::Check(SQLRETURN result, const Doing& doing) {
+    if (Succeeded(result)) return true;
+    if (result == SQL_NO_DATA) return false;
+    Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_STMT, handle_);
+    // Not every driver says so by the error's state.
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    library_.GetConnectAttr(connection_.handles_->connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER,
+                            nullptr);
+    if (dead == SQL_CD_TRUE) diagnostics.state = u"08S01";
+    if (MeansLost(diagnostics)) connection_.alive_ = false;
+    RaiseFor(diagnostics, doing, connection_.place_);
+}
+
+void Statement::Send(std::u16string_view sql, const Doing& doing) {
+    Run([&] { return library_.ExecDirect(handle_, ToWide(sql), static_cast<SQLINTEGER>(sql.size())); }, doing);
+}
+
+// In a transaction a statement that fails leaves it as it was.
+void Statement::Execute(std::u16string_view sql, const Doing& doing) {
+    // The server takes it for the end of the text.
+    if (sql.find(u'\0') != sql.npos) Raise(doing.failure, {doing.table, u"文本中有字符 U+0000。"});
+    if (!connection_.in_transaction_) return Send(sql, doing);
+    const std::vector<std::u16string> before = connection_.TakeBefore();
+    std::u16string all;
+    for (const std::u16string& one : before) all.append(one).append(u";");
+    try {
+        Send(all.append(sql), doing);
+    } catch (const AutomationError&) {
+        connection_.UndoStatement(!before.empty());
+        throw;
+    }
+    connection_.begun_ = true;
+    connection_.guarded_ = !before.empty();
+    // The results of the others come first.
+    for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
+}
+
+}  // namespace qmtrain::odbc

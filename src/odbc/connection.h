@@ -1,0 +1,113 @@
+// A connection to a database server through the system's ODBC.
+//
+// Failures are errors of DAO with a Chinese text and the server's own text behind it; passwords are in neither.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/error.h"
+#include "core/value.h"
+#include "odbc/connect_string.h"
+#include "odbc/types.h"
+
+namespace qmtrain::odbc {
+
+class Connection;
+class Statement;
+
+// What is being done, for the error when the server refuses it.
+struct Doing {
+    ErrorNumber failure = ErrorNumber::OdbcCallFailed;
+    std::u16string_view table{};
+};
+
+// The rows of a select, read once from the first to the last.
+class Rows {
+public:
+    explicit Rows(std::unique_ptr<Statement> statement);
+    ~Rows();
+
+    bool Next();
+
+    // As a column of this type holds it. Requires: Next() was true, and columns are read in their order.
+    void Read(int column, ColumnType type, Value& value);
+
+private:
+    void ReadText(int column, std::u16string& text, bool& null);
+    void ReadBytes(int column, Value& value);
+    template <class T>
+    bool ReadFixed(int column, int c_type, T& value);
+
+    std::unique_ptr<Statement> statement_;
+};
+
+class Connection {
+public:
+    // Raises OdbcConnectionFailed, also when the server has not answered within the time. A part of the text that is
+    // missing counts as the usual one for links.
+    static std::unique_ptr<Connection> Open(const ConnectString& connect,
+                                            std::chrono::seconds limit = std::chrono::seconds(5));
+
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection();
+
+    // Returns how many rows were affected.
+    std::int64_t Execute(std::u16string_view sql, const Doing& doing = {});
+    std::unique_ptr<Rows> Query(std::u16string_view sql, const Doing& doing = {});
+
+    // A transaction sees one state of the database, and where it is serial it is as if it had been alone; the server
+    // hears of it with its first statement. Commit() raises, and has undone it then, unless the connection is lost:
+    // nobody knows then.
+    void Begin(bool serial = false);
+    void Commit();
+    void Rollback() noexcept;
+    bool InTransaction() const { return in_transaction_; }
+
+    // Places in a transaction to go back to. The server hears of one with the next statement.
+    void Savepoint(std::u16string_view name);
+    void RollbackTo(std::u16string_view name);
+
+    // How long each statement may take, rounded up to seconds; none when it is zero.
+    void TimeLimit(std::chrono::milliseconds limit);
+
+    // From any thread: the statement that is running ends with OperationCancelled.
+    void Cancel() noexcept;
+
+    // False once the server has been found gone.
+    bool IsAlive() const { return alive_; }
+
+    // "schema.table", or a table of the usual schema. Raises NoSuchTable.
+    TableDescription Describe(std::u16string_view table);
+
+private:
+    friend class Statement;
+    struct Handles;
+
+    Connection(std::unique_ptr<Handles> handles, std::u16string place);
+    void SetUp();
+    std::u16string PropertyOf(int info) const;
+    void EndTransaction(bool commit);
+    std::vector<std::u16string> TakeBefore();
+    void UndoStatement(bool guarded) noexcept;
+
+    std::unique_ptr<Handles> handles_;
+    std::u16string place_;
+    long time_limit_ = 0;  // seconds
+    bool in_transaction_ = false;
+    bool begun_ = false;                  // the server knows of the transaction
+    bool guarded_ = false;                // there is a savepoint from before the last statement
+    std::vector<std::u16string> before_;  // what the next statement of the transaction takes with it
+    std::atomic<bool> alive_ = true;
+    std::mutex running_mutex_;
+    Statement* running_ = nullptr;
+};
+
+}  // namespace qmtrain::odbc

@@ -1,0 +1,127 @@
+#include "odbc/pool.h"
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+#ifndef _WIN32
+#include <unistd.h>
+#endif
+
+namespace qmtrain::odbc {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kMostIdle = 8;
+constexpr std::chrono::seconds kLongestIdle{60};
+
+// Who has waited in vain for a server need not be followed by others: for so long they get the same answer.
+constexpr std::chrono::seconds kInVain{1};
+constexpr std::chrono::seconds kNoNewAttempt{15};
+
+// A process that forks shares its connections with the new one, where they must not be touched.
+long CurrentProcess() {
+#ifdef _WIN32
+    return 0;
+#else
+    return getpid();
+#endif
+}
+
+class Pool {
+public:
+    std::unique_ptr<Connection> Take(const std::u16string& text) {
+        const std::scoped_lock lock(mutex_);
+        Tidy();
+        const auto found = std::ranges::find_if(idle_, [&](const Idle& idle) { return idle.text == text; });
+        if (found == idle_.end()) return nullptr;
+        std::unique_ptr<Connection> connection = std::move(found->connection);
+        idle_.erase(found);
+        return connection;
+    }
+
+    // When one has been lost, those that have waited beside it have been lost too.
+    void Give(const std::u16string& text, std::unique_ptr<Connection> connection) {
+        std::vector<Idle> gone;
+        const std::scoped_lock lock(mutex_);
+        Tidy();
+        if (!connection->IsAlive()) {
+            const auto same = std::ranges::partition(idle_, [&](const Idle& idle) { return idle.text != text; });
+            std::ranges::move(same, std::back_inserter(gone));
+            idle_.erase(same.begin(), same.end());
+            return;
+        }
+        if (connection->InTransaction() || idle_.size() == kMostIdle) return;
+        connection->TimeLimit({});
+        idle_.push_back({text, std::move(connection), Clock::now()});
+    }
+
+    void RaiseIfSilent(const std::u16string& text) {
+        const std::scoped_lock lock(mutex_);
+        std::erase_if(silent_, [](const Silent& silent) { return Clock::now() - silent.since > kNoNewAttempt; });
+        const auto found = std::ranges::find_if(silent_, [&](const Silent& silent) { return silent.text == text; });
+        if (found != silent_.end()) throw AutomationError(found->error);
+    }
+
+    void NoteSilent(const std::u16string& text, const AutomationError& error) {
+        const std::scoped_lock lock(mutex_);
+        silent_.push_back({text, error, Clock::now()});
+    }
+
+private:
+    struct Silent {
+        std::u16string text;
+        AutomationError error;
+        Clock::time_point since;
+    };
+
+    struct Idle {
+        std::u16string text;
+        std::unique_ptr<Connection> connection;
+        Clock::time_point since;
+    };
+
+    void Tidy() {
+        if (process_ != CurrentProcess()) {
+            for (Idle& idle : idle_) (void)idle.connection.release();
+            idle_.clear();
+            process_ = CurrentProcess();
+        }
+        std::erase_if(idle_, [](const Idle& idle) { return Clock::now() - idle.since > kLongestIdle; });
+    }
+
+    std::mutex mutex_;
+    std::vector<Idle> idle_;
+    std::vector<Silent> silent_;
+    long process_ = CurrentProcess();
+};
+
+// Never destroyed: when the process ends, the library behind the connections may have left it.
+Pool& ThePool() {
+    static Pool& pool = *new Pool;
+    return pool;
+}
+
+std::unique_ptr<Connection> OpenNew(const ConnectString& connect, const std::u16string& text) {
+    ThePool().RaiseIfSilent(text);
+    const Clock::time_point begin = Clock::now();
+    try {
+        return Connection::Open(connect);
+    } catch (const AutomationError& error) {
+        if (Clock::now() - begin >= kInVain) ThePool().NoteSilent(text, error);
+        throw;
+    }
+}
+
+}  // namespace
+
+std::shared_ptr<Connection> TakeConnection(const ConnectString& connect) {
+    const std::u16string text = connect.Text();
+    std::unique_ptr<Connection> connection = ThePool().Take(text);
+    if (connection == nullptr) connection = OpenNew(connect, text);
+    return {connection.release(),
+            [text](Connection* done) { ThePool().Give(text, std::unique_ptr<Connection>(done)); }};
+}
+
+}  // namespace qmtrain::odbc

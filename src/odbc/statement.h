@@ -1,0 +1,79 @@
+// Handles of ODBC and what their errors mean. For this room alone.
+#pragma once
+
+#include <string_view>
+
+#include "odbc/connection.h"
+#include "odbc/library.h"
+
+namespace qmtrain::odbc {
+
+struct Connection::Handles {
+    Handles();
+    Handles(const Handles&) = delete;
+    Handles& operator=(const Handles&) = delete;
+    ~Handles();
+
+    const Library& library;
+    SQLHDBC connection = SQL_NULL_HANDLE;
+    bool connected = false;
+};
+
+class Statement {
+public:
+    explicit Statement(Connection& connection);
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+    ~Statement();
+
+    const Library& Functions() const { return library_; }
+    SQLHSTMT Handle() const { return handle_; }
+
+    // Runs a call of the library on this statement; another thread may call it off. Raises what the server says, but
+    // for "no data", of which it returns false.
+    template <class Call>
+    bool Run(const Call& call, const Doing& doing) {
+        SQLRETURN result = SQL_ERROR;
+        {
+            const Running running(*this);
+            result = call();
+        }
+        return Check(result, doing);
+    }
+
+    bool Check(SQLRETURN result, const Doing& doing);
+    void Execute(std::u16string_view sql, const Doing& doing);
+
+    // The same with nothing around it.
+    void Send(std::u16string_view sql, const Doing& doing);
+
+private:
+    class Running {
+    public:
+        explicit Running(Statement& statement);
+        Running(const Running&) = delete;
+        Running& operator=(const Running&) = delete;
+        ~Running();
+
+    private:
+        Connection& connection_;
+    };
+
+    Connection& connection_;
+    const Library& library_;
+    SQLHSTMT handle_ = SQL_NULL_HANDLE;
+};
+
+// What the library says about its last failure on a handle.
+struct Diagnostics {
+    std::u16string state;  // SQLSTATE
+    std::u16string text;
+};
+Diagnostics DiagnosticsOf(const Library& library, SQLSMALLINT kind, SQLHANDLE handle);
+
+// Whether the connection is lost with it.
+bool MeansLost(const Diagnostics& diagnostics);
+
+[[noreturn]] void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string_view place);
+
+}  // namespace qmtrain::odbc

@@ -1,0 +1,50 @@
+// What a server says of its tables, in the types of Access.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qmtrain::odbc {
+
+enum class ColumnType : std::uint8_t {
+    Boolean,
+    Byte,
+    Integer,  // 16 bits
+    Long,
+    Currency,
+    Single,
+    Double,
+    Date,
+    Binary,
+    Text,
+    LongBinary,
+    Memo,
+    Guid,
+    Decimal,
+};
+
+struct Column {
+    std::u16string name;
+    ColumnType type = ColumnType::Text;
+    int size = 0;  // Text: characters, Binary: bytes; else 0
+    int precision = 0;
+    int scale = 0;
+    bool required = false;
+    bool counter = false;  // the server numbers it
+
+    // As ODBC has it.
+    std::int16_t odbc_type = 0;
+    std::uint32_t odbc_size = 0;
+    std::int16_t odbc_scale = 0;
+};
+
+struct TableDescription {
+    std::u16string schema;
+    std::u16string name;
+    std::vector<Column> columns;
+    std::u16string key_name;
+    std::vector<int> key;  // positions of columns; empty: no unique index
+};
+
+}  // namespace qmtrain::odbc

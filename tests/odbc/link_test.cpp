@@ -1,0 +1,451 @@
+// Links to tables on a server: how they are stored, what comes through them, and what goes wrong.
+
+#include <chrono>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "jet/compact.h"
+#include "odbc/connect_string.h"
+#include "odbc_fixture.h"
+#include "support/at_once.h"
+
+namespace qmtrain::test {
+namespace {
+
+using Number = ErrorNumber;
+
+std::int32_t N(ErrorNumber number) {
+    return static_cast<std::int32_t>(number);
+}
+
+TEST(ConnectString, PartsWithAndWithoutBraces) {
+    odbc::ConnectString text(u"ODBC;driver={A} b};Server = db ;PWD={a;}}b};x;UID=u");
+    EXPECT_EQ(text.Get(u"DRIVER"), u"A");
+    EXPECT_EQ(text.Get(u"server"), u"db");
+    EXPECT_EQ(text.Get(u"UID"), u"u");
+    EXPECT_EQ(text.Place(), u"db");
+    EXPECT_EQ(text.TakePassword(), u"a;}b");
+    EXPECT_EQ(text.TakePassword(), std::nullopt);
+    EXPECT_EQ(text.Text().find(u"a;"), std::u16string::npos);
+    text.Set(u"PWD", u"p}+;");
+    EXPECT_EQ(odbc::ConnectString(text.Text()).Get(u"pwd"), u"p}+;");
+    EXPECT_TRUE(odbc::ConnectString::IsOdbc(u"odbc;DSN=x"));
+    EXPECT_FALSE(odbc::ConnectString::IsOdbc(u";DATABASE=x"));
+}
+
+class LinkTest : public OdbcTest {
+protected:
+    jet::CatalogObject Stored(std::u16string_view name) {
+        const jet::Database::Reading reading(database_->Storage());
+        return *database_->Storage().FindObject(name);
+    }
+};
+
+TEST_F(LinkTest, IsStoredWithItsColumnsAndKeyAndWithoutThePassword) {
+    MakeTable("train", "id serial PRIMARY KEY, \"名\" varchar(20) NOT NULL, score real, content text");
+    const jet::CatalogObject link = Stored(u"train");
+    EXPECT_EQ(link.type, jet::CatalogObject::kLinkedOdbc);
+    EXPECT_EQ(link.flags, 0x100000);
+    EXPECT_EQ(link.foreign_name, u"public.train");
+    EXPECT_TRUE(link.connect.starts_with(u"DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1")) << ToUtf8(link.connect);
+    EXPECT_EQ(link.connect.find(u"secret"), std::u16string::npos);
+    {
+        const jet::Database::Reading reading(database_->Storage());
+        const auto definition = database_->Storage().LinkDefinition(link);
+        ASSERT_EQ(definition->Definition().columns.size(), 4U);
+        EXPECT_EQ(definition->Definition().columns[1].name, u"名");
+        EXPECT_TRUE(definition->Definition().columns[0].IsAutonumber());
+        EXPECT_EQ(definition->Definition().columns[3].type, jet::ColumnType::Memo);
+        EXPECT_EQ(definition->RowCount(), 0U);
+    }
+    EXPECT_TRUE(database_->HasTable(u"TRAIN"));
+    EXPECT_TRUE(database_->TableDefs().back().linked);
+
+    // The password comes from elsewhere then.
+    database_->CreateTableDef(u"kept", connect_, u"train", true);
+    EXPECT_EQ(Stored(u"kept").flags, 0x20100000);
+    EXPECT_NE(Stored(u"kept").connect.find(u"secret"), std::u16string::npos);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM kept", u"N"), u"0");
+    EXPECT_EQ(ErrorOf([&] { database_->OpenRecordset(u"SELECT * FROM train"); }), N(Number::OdbcConnectionFailed));
+    setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM train", u"N"), u"0");
+
+    // A compacted copy has them too; a link that is dropped leaves nothing behind.
+    const std::u16string copy = InFolder(FromNativePath(folder_.Path()), u"Copy.mdb");
+    dao::Engine::Instance().CompactDatabase(File(), copy);
+    const auto compacted = dao::Engine::Instance().OpenDatabase(copy, false, {}, kServerRights);
+    EXPECT_FALSE(HasRow(*compacted->OpenRecordset(u"SELECT * FROM train")));
+    database_->Execute(u"DROP TABLE kept");
+    EXPECT_FALSE(database_->HasTable(u"kept"));
+}
+
+TEST_F(LinkTest, IsRefreshedWhenTheServersTableHasChanged) {
+    setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+    MakeTable("train", "id serial PRIMARY KEY, a integer");
+    server_->Psql(
+        "ALTER TABLE train ADD b integer DEFAULT 7; ALTER TABLE train DROP a; INSERT INTO train DEFAULT VALUES");
+    EXPECT_NE(ErrorOf([&] { database_->OpenRecordset(u"train"); }), 0);
+    database_->RefreshLink(u"train");
+    EXPECT_EQ(Column(u"SELECT b FROM train", u"b"), u"7");
+    EXPECT_EQ(Stored(u"train").foreign_name, u"public.train");
+}
+
+TEST_F(LinkTest, HostsThatGrantNoServersGetNone) {
+    setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+    MakeTrainings();
+    const auto strict = dao::Engine::Instance().OpenDatabase(File(), false, {}, {.write = true, .network = true});
+    EXPECT_TRUE(strict->HasTable(u"train"));
+    EXPECT_EQ(ErrorOf([&] { strict->OpenRecordset(u"train"); }), N(Number::OperationNotSupported));
+    EXPECT_EQ(ErrorOf([&] { strict->Execute(u"DELETE FROM train"); }), N(Number::OperationNotSupported));
+}
+
+class RowsTest : public OdbcTest {
+protected:
+    void SetUp() override {
+        setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+        OdbcTest::SetUp();
+        if (!IsSkipped()) MakeTrainings();
+    }
+};
+
+TEST_F(RowsTest, ValuesComeBackAsTheyWere) {
+    MakeTable("kinds",
+              "k integer PRIMARY KEY, yes boolean, small smallint, whole integer, single real, number double precision,"
+              " money numeric(19,4), moment timestamp, day date, short varchar(255), long varchar(300), memo text,"
+              " bytes bytea, id uuid, big bigint");
+    std::u16string text = u"它's \"好\"\\ ?{}%\r\n\t" + std::u16string(100000, u'文') + u"\xD83D\xDE00";
+    const Bytes bytes = {0, 1, 39, 92, 255};
+    struct Case {
+        const char16_t* field;
+        Value value;
+    };
+    const Case cases[] = {
+        {u"yes", true},
+        {u"small", std::int16_t{-32768}},
+        {u"whole", std::int32_t{2147483647}},
+        {u"single", 0.1F},
+        {u"number", 1.0 / 3},
+        {u"moment", FromCivil({100, 1, 2, 3, 4, 5})},
+        {u"moment", FromCivil({9999, 12, 31, 23, 59, 59})},
+        {u"day", FromCivil({1899, 12, 30, 0, 0, 0})},
+        {u"short", u"' \\"},
+        {u"short", u""},
+        {u"long", std::u16string(300, u'x')},
+        {u"memo", text},
+        {u"bytes", bytes},
+        {u"id", u"{00112233-4455-6677-8899-AABBCCDDEEFF}"},
+        {u"yes", Null{}},
+        {u"moment", Null{}},
+        {u"memo", Null{}},
+        {u"bytes", Null{}},
+    };
+    database_->Execute(u"INSERT INTO kinds (k) VALUES (1)");
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM kinds");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(ToUtf8(c.field));
+        rows->Edit();
+        rows->Fields(c.field).Value(c.value);
+        rows->Update();
+        EXPECT_EQ(rows->Fields(c.field).Value(), c.value);
+        EXPECT_EQ(database_->OpenRecordset(u"SELECT * FROM kinds")->Fields(c.field).Value(), c.value);
+    }
+    server_->Psql("UPDATE kinds SET money = 922337203685477.5807, big = -9223372036854775808");
+    EXPECT_EQ(Column(u"kinds", u"money"), u"922337203685477.5807");
+    EXPECT_EQ(Column(u"kinds", u"big"), u"-9223372036854775808");
+}
+
+TEST_F(RowsTest, AreAddedChangedAndDeleted) {
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM train WHERE userid = 1 ORDER BY id DESC");
+    ASSERT_TRUE(rows->Updatable());
+    rows->AddNew();
+    rows->Fields(u"userid").Value(std::int32_t{1});
+    rows->Fields(u"remark").Value(u"新");
+    rows->Update();
+    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{5})) << "the row from before stays current";
+    rows->Bookmark(rows->LastModified());
+    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{6})) << "the number that the server gave";
+    EXPECT_EQ(rows->Fields(u"shared").Value(), Value(false)) << "its own default";
+    rows->Edit();
+    rows->Fields(u"remark").Value(u"改");
+    rows->Update();
+    EXPECT_EQ(rows->Fields(u"remark").Value(), Value(u"改"));
+    rows->MoveFirst();
+    rows->Delete();
+    EXPECT_EQ(ErrorOf([&] { rows->Fields(u"id").Value(); }), N(Number::RecordDeleted));
+    rows->MoveNext();
+    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{6})) << "the new one stands behind those seen before it";
+    rows->MoveNext();
+    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{3}));
+    EXPECT_EQ(server_->Psql("SELECT id, remark FROM train WHERE userid = 1 ORDER BY id"), "1|备注1\n3|备注3\n6|改");
+    rows->FindFirst(u"id = 1");
+    EXPECT_FALSE(rows->NoMatch());
+    EXPECT_EQ(rows->Fields(u"remark").Value(), Value(u"备注1"));
+}
+
+TEST_F(RowsTest, AreNotOverwrittenWhenAnotherUserWasFirst) {
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM train WHERE id = 1");
+    const auto change = [&] {
+        rows->Fields(u"remark").Value(u"我");
+        rows->Update();
+    };
+    rows->Edit();
+    server_->Psql("UPDATE train SET score = 9 WHERE id = 1");
+    EXPECT_EQ(ErrorOf(change), N(Number::RecordChanged));
+    EXPECT_EQ(server_->Psql("SELECT remark FROM train WHERE id = 1"), "备注1");
+    rows->Edit();
+    change();
+    EXPECT_EQ(server_->Psql("SELECT remark, score FROM train WHERE id = 1"), "我|9");
+    rows->Edit();
+    server_->Psql("DELETE FROM train WHERE id = 1");
+    EXPECT_EQ(ErrorOf(change), N(Number::RecordDeleted));
+}
+
+TEST_F(RowsTest, StatementsChangeAllOrNothing) {
+    database_->Execute(u"UPDATE train SET score = score + 1 WHERE userid = 1");
+    EXPECT_EQ(database_->RecordsAffected(), 3);
+    EXPECT_EQ(Column(u"SELECT score FROM train ORDER BY id", u"score"), u"2.1 2.1 4.1 4.1 6.1");
+    // The server has no words for this one, so rows are changed one by one: the third does not take it.
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE train SET remark = String(id * 5, 'x')"); }),
+              N(Number::FieldTooLarge));
+    EXPECT_EQ(Column(u"SELECT remark FROM train ORDER BY id", u"remark"), u"备注1 备注2 备注3 备注4 备注5");
+    database_->Execute(u"UPDATE train SET remark = String(id, 'x')");
+    EXPECT_EQ(Column(u"SELECT remark FROM train ORDER BY id", u"remark"), u"x xx xxx xxxx xxxxx");
+    database_->Execute(u"DELETE FROM train WHERE id > 3");
+    EXPECT_EQ(database_->RecordsAffected(), 2);
+    // Many rows, from here to there.
+    database_->Execute(u"CREATE TABLE here (n LONG)");
+    for (int i = 0; i < 3; ++i) database_->Execute(u"INSERT INTO here VALUES (" + ToText(std::int64_t{i}) + u")");
+    database_->Execute(u"INSERT INTO train (userid, remark) SELECT a.n + 100, 'neu' FROM here a, here b, here c");
+    EXPECT_EQ(database_->RecordsAffected(), 27);
+    EXPECT_EQ(server_->Psql("SELECT count(*), sum(userid) FROM train WHERE remark = 'neu'"), "27|2727");
+    database_->Execute(u"SELECT * INTO copy FROM train WHERE id <= 3");
+    EXPECT_EQ(Column(u"SELECT remark FROM copy ORDER BY id", u"remark"), u"x xx xxx");
+}
+
+TEST_F(RowsTest, JoinTransactionsOfTheSession) {
+    database_->Execute(u"CREATE TABLE here (n LONG)");
+    dao::Engine& engine = dao::Engine::Instance();
+    const auto both = [&](std::u16string_view n) {
+        database_->Execute(u"INSERT INTO here VALUES (" + std::u16string(n) + u")");
+        database_->Execute(u"INSERT INTO train (userid) VALUES (" + std::u16string(n) + u")");
+    };
+    const auto numbers = [&] {
+        return Column(u"SELECT n FROM here ORDER BY n", u"n") + u"/" +
+               Column(u"SELECT userid FROM train WHERE userid > 9 ORDER BY userid", u"userid");
+    };
+    engine.BeginTrans();
+    both(u"10");
+    engine.BeginTrans();
+    both(u"11");
+    EXPECT_EQ(numbers(), u"10 11/10 11");
+    engine.Rollback();
+    EXPECT_EQ(numbers(), u"10/10");
+    engine.BeginTrans();
+    both(u"12");
+    engine.CommitTrans();
+    EXPECT_EQ(server_->Psql("SELECT count(*) FROM train WHERE userid > 9"), "0") << "nobody else sees it yet";
+    engine.CommitTrans();
+    EXPECT_EQ(numbers(), u"10 12/10 12");
+    engine.BeginTrans();
+    both(u"13");
+    engine.Rollback();
+    EXPECT_EQ(numbers(), u"10 12/10 12");
+    // A statement that fails leaves the transaction as it was.
+    engine.BeginTrans();
+    both(u"14");
+    EXPECT_NE(ErrorOf([&] { database_->Execute(u"INSERT INTO train (id, userid) VALUES (1, 15)"); }), 0);
+    engine.CommitTrans();
+    EXPECT_EQ(numbers(), u"10 12 14/10 12 14");
+}
+
+// What the server cannot commit must not stand in the file either.
+TEST_F(RowsTest, ACommitThatTheServerRefusesIsUndoneHere) {
+    server_->Psql("ALTER TABLE train ADD CONSTRAINT one UNIQUE (remark) DEFERRABLE INITIALLY DEFERRED");
+    database_->Execute(u"CREATE TABLE here (n LONG)");
+    dao::Engine& engine = dao::Engine::Instance();
+    engine.BeginTrans();
+    database_->Execute(u"INSERT INTO here VALUES (1)");
+    database_->Execute(u"INSERT INTO train (userid, remark) VALUES (1, '备注1')");
+    EXPECT_EQ(ErrorOf([&] { engine.CommitTrans(); }), N(Number::DuplicateKey));
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM here", u"N"), u"0");
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM train", u"N"), u"5");
+}
+
+// As AddNewTrain does it: the highest number is one's own.
+TEST_F(RowsTest, ManyGetNumbersOfTheirOwnAtOnce) {
+    constexpr int kEach = 20;
+    const auto add = [&](int user) {
+        const auto own = Open();
+        for (int i = 0; i < kEach; ++i) {
+            std::int32_t number = -1;
+            own->Atomically([&] {
+                own->Execute(u"Insert Into train (userid,remark) Values(" + ToText(std::int64_t{user}) + u",'" +
+                             ToText(std::int64_t{i}) + u"')");
+                number =
+                    ToLong(own->OpenRecordset(u"Select Top 1 * From train Order by id Desc")->Fields(u"id").Value());
+            });
+            const auto row = own->OpenRecordset(u"Select * From train Where id=" + ToText(number));
+            if (row->Fields(u"userid").Value() != Value(std::int32_t{user}) ||
+                row->Fields(u"remark").Value() != Value(ToText(std::int64_t{i}))) {
+                return 1;
+            }
+        }
+        return 0;
+    };
+    // And the same count raised by all of them: none is lost.
+    const auto count = [&](int) {
+        const auto own = Open();
+        for (int i = 0; i < kEach; ++i) {
+            const auto row = own->OpenRecordset(u"Select * From train Where id=1");
+            own->Atomically([&] {
+                row->Edit();
+                row->Fields(u"score").Value(ToSingle(row->Fields(u"score").Value()) + 1);
+                row->Update();
+            });
+        }
+        return 0;
+    };
+    server_->Psql("UPDATE train SET score = 0 WHERE id = 1");
+    database_->Close();
+    EXPECT_EQ(AtOnce({[&] { return add(101); }, [&] { return add(102); }, [&] { return add(103); },
+                      [&] { return count(1); }, [&] { return count(2); }}),
+              (std::vector<int>{0, 0, 0, 0, 0}));
+    EXPECT_EQ(server_->Psql("SELECT count(*) FROM train WHERE userid > 100"), "60");
+    EXPECT_EQ(server_->Psql("SELECT score FROM train WHERE id = 1"), "40");
+    database_ = Open();
+}
+
+TEST_F(RowsTest, NoFileLockIsTakenForAServersRows) {
+    const auto other = dao::JetDatabase::Open(File());  // of a session of its own
+    const jet::Database::Writing writing(other->Storage());
+    database_->Execute(u"UPDATE train SET score = 7 WHERE id = 1");
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM train WHERE id = 2");
+    rows->Edit();
+    rows->Fields(u"score").Value(8.0F);
+    rows->Update();
+    database_->Atomically([&] { database_->Execute(u"UPDATE train SET score = 9 WHERE id = 3"); });
+    EXPECT_EQ(server_->Psql("SELECT score FROM train WHERE id < 4 ORDER BY id"), "7\n8\n9");
+}
+
+TEST_F(RowsTest, ATableWithoutAKeyIsReadOnly) {
+    MakeTable("loose", "a integer");
+    server_->Psql("INSERT INTO loose VALUES (1), (2)");
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM loose ORDER BY a");
+    EXPECT_FALSE(rows->Updatable());
+    EXPECT_EQ(ErrorOf([&] { rows->AddNew(); }), N(Number::ReadOnly));
+    for (const char16_t* sql : {u"DELETE FROM loose", u"UPDATE loose SET a = 3", u"INSERT INTO loose VALUES (3)"}) {
+        EXPECT_EQ(ErrorOf([&] { database_->Execute(sql); }), N(Number::ReadOnly)) << ToUtf8(sql);
+    }
+    EXPECT_EQ(Column(u"SELECT a FROM loose ORDER BY a", u"a"), u"1 2");
+}
+
+TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
+    server_->Psql(
+        "CREATE TABLE child (id serial PRIMARY KEY, train integer REFERENCES train, n smallint NOT NULL);"
+        "ALTER TABLE child OWNER TO exam; CREATE TABLE closed (id integer PRIMARY KEY); GRANT SELECT ON closed TO exam;"
+        "INSERT INTO closed VALUES (1); CREATE VIEW slow AS SELECT 1 AS id, pg_sleep(30)::text AS s;"
+        "GRANT SELECT ON slow TO exam; INSERT INTO child (train, n) VALUES (1, 1)");
+    for (const char16_t* name : {u"child", u"closed", u"slow"}) database_->CreateTableDef(name, connect_, name);
+    database_->Limits({std::chrono::seconds(1), 0});
+    struct Case {
+        const char16_t* sql;
+        Number error;
+    };
+    const Case cases[] = {
+        {u"INSERT INTO train (id, userid) VALUES (1, 1)", Number::DuplicateKey},
+        {u"INSERT INTO train (remark) VALUES ('x')", Number::FieldRequired},
+        {u"INSERT INTO child (train, n) VALUES (99, 1)", Number::RelatedRecordRequired},
+        {u"DELETE FROM train WHERE id = 1", Number::RelatedRecordsExist},
+        {u"UPDATE train SET remark = remark & '一二三四五六七八九十'", Number::FieldTooLarge},
+        {u"UPDATE child SET n = n * 40000", Number::Overflow},
+        {u"UPDATE train SET score = score / (id - 1)", Number::DivisionByZero},
+        {u"DELETE FROM closed", Number::ReadOnly},
+        {u"INSERT INTO closed VALUES (2)", Number::ReadOnly},
+        {u"UPDATE train SET nothing = 1", Number::MissingParameter},
+        {u"DELETE FROM train WHERE nothing = 1", Number::MissingParameter},
+        {u"UPDATE train SET remark = 'a' WHERE id = 'x'", Number::CriteriaTypeMismatch},
+    };
+    for (const Case& c : cases) {
+        const AutomationError error = RaisedBy([&] { database_->Execute(c.sql); });
+        EXPECT_EQ(error.Number(), N(c.error)) << ToUtf8(c.sql) << ": " << error.what();
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(ErrorOf([&] { Column(u"SELECT * FROM slow", u"s"); }), N(Number::OperationCancelled));
+    database_->Limits({});
+    std::thread canceller([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        database_->Cancel();
+    });
+    EXPECT_EQ(ErrorOf([&] { Column(u"SELECT * FROM slow", u"s"); }), N(Number::OperationCancelled));
+    canceller.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    EXPECT_EQ(server_->Psql("SELECT count(*), sum(id) FROM train"), "5|15") << "nothing half done";
+}
+
+TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
+    // A server that takes a call and never says anything.
+    const int silent = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    bind(silent, reinterpret_cast<sockaddr*>(&address), size);
+    listen(silent, 1);
+    getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size);
+    const std::u16string port = u"PORT=" + ToText(std::int64_t{server_->Port()});
+    const auto with = [&](std::u16string_view what, std::u16string_view instead) {
+        std::u16string connect = connect_;
+        return connect.replace(connect.find(what), what.size(), instead);
+    };
+    struct Case {
+        const char* name;
+        std::u16string connect;
+        std::u16string source;
+        Number error;
+        const char* says;
+    };
+    const Case cases[] = {
+        {"no driver", with(u"{PostgreSQL Unicode}", u"{No Such}"), u"train", Number::OdbcConnectionFailed, "No Such"},
+        {"nobody there", with(port, u"PORT=1"), u"train", Number::OdbcConnectionFailed, "127.0.0.1"},
+        {"silent", with(port, u"PORT=" + ToText(std::int64_t{ntohs(address.sin_port)})), u"train",
+         Number::OdbcConnectionFailed, "127.0.0.1"},
+        {"wrong password", server_->Connect(u"exam", u"hidden words"), u"train", Number::OdbcConnectionFailed, "exam"},
+        {"no such database", with(u"DATABASE=db", u"DATABASE=no"), u"train", Number::OdbcConnectionFailed, "no"},
+        {"no such table", connect_, u"public.nothing", Number::NoSuchTable, "public.nothing"},
+        {"no data source", u"ODBC;DSN=nowhere;PWD=hidden words", u"train", Number::OdbcConnectionFailed, "nowhere"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto begin = std::chrono::steady_clock::now();
+        const AutomationError error = RaisedBy([&] { database_->CreateTableDef(u"new", c.connect, c.source); });
+        EXPECT_EQ(error.Number(), N(c.error)) << error.what();
+        EXPECT_NE(std::string(error.what()).find(c.says), std::string::npos) << error.what();
+        EXPECT_EQ(std::string(error.what()).find("hidden"), std::string::npos) << error.what();
+        EXPECT_EQ(std::string(error.what()).find("secret"), std::string::npos) << error.what();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+        EXPECT_FALSE(database_->HasTable(u"new"));
+    }
+    close(silent);
+}
+
+TEST_F(RowsTest, GoOnWhenTheServerIsBack) {
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM train ORDER BY id");
+    dao::Engine::Instance().BeginTrans();
+    database_->Execute(u"UPDATE train SET score = 0");
+    server_->Stop();
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE train SET score = 1"); }), N(Number::OdbcConnectionFailed));
+    EXPECT_EQ(ErrorOf([&] { database_->OpenRecordset(u"train"); }), N(Number::OdbcConnectionFailed));
+    EXPECT_EQ(ErrorOf([] { dao::Engine::Instance().CommitTrans(); }), N(Number::OdbcConnectionFailed));
+    EXPECT_EQ(ErrorOf([&] { database_->OpenRecordset(u"train"); }), N(Number::OdbcConnectionFailed));
+    server_->Start();
+    EXPECT_EQ(Column(u"SELECT score FROM train ORDER BY id", u"score"), u"1.1 2.1 3.1 4.1 5.1") << "it was undone";
+    rows->MoveLast();
+    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{5}));
+}
+
+}  // namespace
+}  // namespace qmtrain::test

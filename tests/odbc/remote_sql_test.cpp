@@ -1,0 +1,223 @@
+// Statements whose tables are on a server: what it is asked, and that the answer is that of a file.
+
+#include <random>
+
+#include "odbc_fixture.h"
+
+namespace qmtrain::test {
+namespace {
+
+class RemoteSqlTest : public OdbcTest {
+protected:
+    void SetUp() override {
+        setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+        OdbcTest::SetUp();
+        if (IsSkipped()) return;
+        MakeTable("ti",
+                  "trainid serial PRIMARY KEY, userid integer, subject integer, startdate timestamp(0), shared "
+                  "boolean NOT NULL DEFAULT false, score real");
+        MakeTable("tr", "id serial PRIMARY KEY, trainid integer, code varchar(20), score real, content text");
+        file_ = std::static_pointer_cast<dao::JetDatabase>(
+            dao::Engine::Instance().CreateDatabase(InFolder(FromNativePath(folder_.Path()), u"File.mdb")));
+        file_->Execute(
+            u"CREATE TABLE ti (trainid COUNTER PRIMARY KEY, userid LONG, subject LONG, startdate DATETIME, shared "
+            u"YESNO,"
+            u" score SINGLE)");
+        file_->Execute(
+            u"CREATE TABLE tr (id COUNTER PRIMARY KEY, trainid LONG, code TEXT(20), score SINGLE, content MEMO)");
+        for (dao::JetDatabase* database : {database_.get(), file_.get()}) {
+            database->Execute(u"CREATE TABLE here (n LONG, word TEXT(20))");
+            for (int i = 0; i < 4; ++i) {
+                database->Execute(u"INSERT INTO here VALUES (" + ToText(std::int64_t{i}) + u", 'w" +
+                                  ToText(std::int64_t{i}) + u"')");
+            }
+            for (const char16_t* row : {u"7, 2, #2005-04-12 08:30:00#, True, 1.5", u"7, 3, #2005-05-01#, False, 0.1",
+                                        u"8, 2, Null, False, Null", u"Null, Null, #2006-01-01 23:59:59#, True, 2.5"}) {
+                database->Execute(u"INSERT INTO ti (userid, subject, startdate, shared, score) VALUES (" +
+                                  std::u16string(row) + u")");
+            }
+            for (const char16_t* row : {u"1, 'a1', 2.5, 'x'", u"1, 'a2', 0.5, Null", u"2, 'b_1', 1, '100%'",
+                                        u"2, '', Null, 'it''s'", u"9, Null, 4, '\\n'", u"3, '12', 3.5, '文'"}) {
+                database->Execute(u"INSERT INTO tr (trainid, code, score, content) VALUES (" + std::u16string(row) +
+                                  u")");
+            }
+        }
+    }
+
+    static std::string RowsOf(dao::JetDatabase& database, std::u16string_view sql) {
+        std::string text;
+        try {
+            const auto rows = database.OpenRecordset(sql);
+            for (const auto& field : rows->Fields())
+                text += ToUtf8(field->Name()) + ":" + std::to_string(static_cast<int>(field->Type())) + " ";
+            for (; !rows->Eof(); rows->MoveNext()) {
+                text += "\n";
+                for (const auto& field : rows->Fields()) {
+                    const Value& value = field->Value();
+                    text += (value.IsNull() ? "Null" : ToUtf8(ToText(value))) + "|";
+                }
+            }
+        } catch (const AutomationError& error) {
+            text += "error " + std::to_string(error.Number());
+        }
+        return text;
+    }
+
+    std::shared_ptr<dao::JetDatabase> file_;
+};
+
+// All: the server does the whole statement. Rows: it finds and orders them. Part: it does a part.
+enum class Share : std::uint8_t { All, Rows, Part };
+
+TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
+    struct Case {
+        Share share;
+        const char16_t* sql;
+    };
+    const Case cases[] = {
+        // The data classes' own.
+        {Share::Rows, u"Select * From ti Where TrainId=2"},
+        {Share::Rows, u"Select Top 1 * From ti Order by TrainID Desc"},
+        {Share::Rows, u"Select top 1 * From tr"},
+        {Share::Rows, u"Select * From tr Where TrainID=1 And Code='a1' And Content='x'"},
+        {Share::All, u"Select Count(*) As RowsCount From ti  Where  UserId=7 And  Subject=2"},
+        {Share::All, u"Select Sum(score) As TrainScore From tr Where TrainID=1"},
+        {Share::All, u"Select Sum(score) As TrainScore From tr Where TrainID=77"},
+        {Share::All,
+         u"SELECT TI.TrainID,TI.UserID,TI.StartDate, Sum(TR.score) As PaperScore From ti TI,tr TR Where "
+         u"TI.TrainID = TR.TrainID  Group By TI.TrainID,TI.UserID,TI.StartDate"},
+        {Share::All,
+         u"SELECT TR.*,TI.subject From ti TI,tr TR Where TI.TrainID = TR.TrainID And TR.TrainID =1 Order by "
+         u"TI.Subject, TR.Code"},
+        // One table.
+        {Share::Rows, u"SELECT trainid, shared, Not shared AS n FROM ti WHERE shared = True ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE shared = -1 ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE shared ORDER BY trainid"},
+        {Share::Rows, u"SELECT * FROM ti ORDER BY shared, score DESC, trainid"},
+        {Share::Rows, u"SELECT TOP 2 userid FROM ti ORDER BY userid DESC"},
+        {Share::Rows, u"SELECT TOP 1 userid, trainid FROM ti WHERE userid = 7 ORDER BY userid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE startdate >= #2005-05-01# ORDER BY 1"},
+        {Share::Rows,
+         u"SELECT trainid FROM ti WHERE startdate Between #4/1/2005# And #2005-04-30# AND userid IN (7, 9)"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE score = 1.5 OR score IS NULL ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE score = 0.1"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE Nz(userid, 0) = 0"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE Not (userid = 7)"},
+        {Share::Rows, u"SELECT id FROM tr WHERE code Like 'A*' ORDER BY id"},
+        {Share::Rows,
+         u"SELECT id FROM tr WHERE code Like '?_?' OR content Like '*%' OR content Like '\\*' ORDER BY id"},
+        {Share::Rows, u"SELECT id FROM tr WHERE code = '' ORDER BY id"},
+        {Share::Rows, u"SELECT id FROM tr WHERE content = 'it''s'"},
+        {Share::Rows, u"SELECT id FROM tr WHERE score IS NOT NULL AND CInt(score) = 2 AND trainid < 9 ORDER BY id"},
+        {Share::Rows, u"SELECT id FROM tr WHERE Len(content) = 1 AND Left(code, 1) = 'a'"},
+        {Share::Rows, u"SELECT id FROM tr WHERE Exists (SELECT * FROM ti WHERE ti.trainid = tr.trainid) ORDER BY id"},
+        {Share::Rows, u"SELECT id, Format(score, '0.00') AS f, String(id, 'x') AS s FROM tr ORDER BY id"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE Year(startdate) = 2005 AND Month(startdate) > 4"},
+        {Share::Rows, u"SELECT trainid, Format(startdate, 'yyyy-mm-dd') AS d FROM ti ORDER BY d, trainid"},
+        {Share::Part, u"SELECT id FROM tr WHERE code Like '[a-b]#' AND trainid = 1 ORDER BY id"},
+        {Share::Part, u"SELECT TOP 2 id FROM tr WHERE InStr(code, '1') > 0 AND id > 0 ORDER BY id DESC"},
+        // Several.
+        {Share::All,
+         u"SELECT TI.trainid, TR.code FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid ORDER BY "
+         u"TI.trainid, TR.id"},
+        {Share::All, u"SELECT TI.trainid FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid WHERE TR.id IS NULL"},
+        {Share::All, u"SELECT DISTINCT userid FROM ti"},
+        {Share::All,
+         u"SELECT userid, Count(*) AS n, Avg(score) AS a, Max(startdate) AS m FROM ti GROUP BY userid HAVING "
+         u"Count(*) > 0"},
+        {Share::All, u"SELECT Year(startdate) AS y, Count(score) AS n FROM ti GROUP BY Year(startdate)"},
+        {Share::All, u"SELECT Sum(IIf(shared, 1, 0)) AS n, Sum(trainid * 1000000) AS s, Min(score / 2) AS h FROM ti"},
+        {Share::All, u"SELECT userid & '-' & subject AS t, Count(*) AS n FROM ti GROUP BY userid & '-' & subject"},
+        {Share::All, u"SELECT trainid Mod 2 AS m, Sum(trainid \\ 2) AS s FROM ti GROUP BY trainid Mod 2"},
+        {Share::Part,
+         u"SELECT h.word, TI.trainid FROM here h, ti TI WHERE h.n = TI.trainid AND TI.userid = 7 ORDER BY "
+         u"h.n"},
+        {Share::Part,
+         u"SELECT h.n, TR.id FROM here h LEFT JOIN tr TR ON h.n = TR.trainid WHERE TR.id IS NULL ORDER BY "
+         u"h.n"},
+        {Share::Part, u"SELECT First(content) AS c FROM tr WHERE id = 1"},
+        {Share::Part, u"SELECT trainid FROM ti WHERE userid = 7 UNION SELECT n FROM here"},
+        {Share::All, u"SELECT q.n FROM (SELECT Count(*) AS n FROM tr WHERE trainid = 1) AS q"},
+        // What is wrong is told alike.
+        {Share::Part, u"SELECT nothing FROM ti"},
+        {Share::Part, u"SELECT trainid FROM ti, tr"},
+        {Share::Part, u"SELECT * FROM ti WHERE userid = 'x'"},
+        {Share::Part, u"SELECT code FROM tr GROUP BY trainid"},
+        {Share::Part, u"SELECT CLng(code) AS c FROM tr WHERE id = 1"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(ToUtf8(c.sql));
+        const std::string expected = RowsOf(*file_, c.sql);
+        EXPECT_EQ(RowsOf(*database_, c.sql), expected);
+        if (expected.find("error") != std::string::npos) continue;
+        const std::string plan = Explained(c.sql);
+        const bool filters = plan.find("filter") != std::string::npos || plan.find("sort") != std::string::npos;
+        EXPECT_NE(plan.find(" by SELECT "), std::string::npos) << plan;
+        if (c.share == Share::Rows) {
+            EXPECT_FALSE(filters) << plan;
+        }
+        if (c.share != Share::Part) {
+            EXPECT_EQ(plan.find("scan"), std::string::npos) << plan;
+            EXPECT_EQ(plan.find("join"), std::string::npos) << plan;
+        }
+    }
+}
+
+TEST_F(RemoteSqlTest, WhatTheServerIsAsked) {
+    EXPECT_EQ(
+        Explained(u"SELECT TOP 2 trainid FROM ti WHERE shared AND startdate > #2005-04-12# ORDER BY userid DESC"),
+        "rows of ti by SELECT \"trainid\", \"userid\", \"subject\", \"startdate\", \"shared\", \"score\" FROM "
+        "\"public\".\"ti\" AS t0 WHERE t0.\"shared\" AND (t0.\"startdate\" > TIMESTAMP '2005-04-12 00:00:00') ORDER "
+        "BY t0.\"userid\" DESC NULLS LAST FETCH FIRST 2 ROWS WITH TIES  ~ 1000 rows\n");
+    EXPECT_EQ(Explained(u"UPDATE tr SET score = score + 1, code = 'x' & id WHERE trainid = 1"),
+              "UPDATE \"public\".\"tr\" AS t0 SET \"score\" = CAST((CAST(t0.\"score\" AS double precision) + CAST(1 AS "
+              "double "
+              "precision)) AS real), \"code\" = concat('x', t0.\"id\") WHERE (t0.\"trainid\" = 1)\n");
+    EXPECT_EQ(Explained(u"DELETE FROM tr"), "DELETE FROM \"public\".\"tr\" AS t0\n");
+}
+
+// Random conditions over random rows.
+TEST_F(RemoteSqlTest, RandomConditionsFindTheSameRows) {
+    std::mt19937 random(20051224);
+    const auto pick = [&](std::initializer_list<const char16_t*> choices) {
+        return std::u16string(choices.begin()[random() % choices.size()]);
+    };
+    for (int i = 0; i < 60; ++i) {
+        const std::u16string number = random() % 5 == 0 ? u"Null" : ToText(static_cast<std::int64_t>(random() % 7) - 3);
+        const std::u16string row = number + u", " + pick({u"1", u"2", u"Null"}) + u", " +
+                                   pick({u"#2005-04-12#", u"#1899-12-29 06:00:00#", u"Null"}) + u", " +
+                                   pick({u"True", u"False"}) + u", " + pick({u"0.1", u"2.5", u"-1", u"Null"});
+        for (dao::JetDatabase* database : {database_.get(), file_.get()}) {
+            database->Execute(u"INSERT INTO ti (userid, subject, startdate, shared, score) VALUES (" + row + u")");
+        }
+    }
+    const std::function<std::u16string(int)> number = [&](int depth) -> std::u16string {
+        if (depth == 0 || random() % 3 == 0)
+            return pick({u"userid", u"subject", u"score", u"2", u"0.5", u"shared", u"Null"});
+        switch (random() % 5) {
+            case 0:
+                return u"IIf(" + pick({u"shared", u"userid > 0"}) + u", " + number(depth - 1) + u", " +
+                       number(depth - 1) + u")";
+            case 1: return u"Nz(" + pick({u"userid", u"subject"}) + u", 1)";
+            case 2: return u"Abs(" + number(depth - 1) + u")";
+            default: return u"(" + number(depth - 1) + pick({u" + ", u" - ", u" * "}) + number(depth - 1) + u")";
+        }
+    };
+    const std::function<std::u16string(int)> condition = [&](int depth) -> std::u16string {
+        switch (depth == 0 ? 2 + random() % 4 : random() % 6) {
+            case 0: return u"(" + condition(depth - 1) + pick({u" And ", u" Or "}) + condition(depth - 1) + u")";
+            case 1: return u"Not (" + condition(depth - 1) + u")";
+            case 2: return number(1) + pick({u" Is Null", u" Is Not Null"});
+            case 3: return u"startdate " + pick({u">", u"<=", u"<>"}) + u" #2000-01-01#";
+            case 4: return number(1) + pick({u" In (1, 2, -3)", u" Between -1 And 2"});
+            default: return number(2) + pick({u" = ", u" < ", u" >= ", u" <> "}) + number(2);
+        }
+    };
+    for (int i = 0; i < 300; ++i) {
+        const std::u16string sql = u"SELECT trainid FROM ti WHERE " + condition(2) + u" ORDER BY trainid";
+        ASSERT_EQ(RowsOf(*database_, sql), RowsOf(*file_, sql)) << ToUtf8(sql);
+    }
+}
+
+}  // namespace
+}  // namespace qmtrain::test
