@@ -57,7 +57,7 @@ protected:
     // What earns all points of a question.
     static std::u16string RightAnswer(const host::PaperQuestion& place) {
         const host::SampleQuestion& question = *host::FindSampleQuestion(place.rec_no);
-        if (question.kind == host::Kind::Operation) return question.candidate;
+        if (question.kind == QuestionKind::Operation) return question.candidate;
         std::u16string answer;
         bool accepted = true;  // the first one of each blank
         for (const char16_t unit : question.answer) {

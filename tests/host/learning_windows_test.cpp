@@ -2,6 +2,7 @@
 
 #include "host/app/main_window.h"
 #include "host/learning/analysis_window.h"
+#include "host/learning/class_dialog.h"
 #include "host/learning/review_window.h"
 #include "host/learning/wrong_window.h"
 #include "host/practice/hand_in_dialog.h"

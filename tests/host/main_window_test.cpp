@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
+#include "host/app/people_dialogs.h"
+#include "host/papers/compose_dialog.h"
 #include "host/practice/hand_in_dialog.h"
-#include "host/widgets/form_dialog.h"
 #include "host/widgets/note_dialog.h"
 #include "host_window_fixture.h"
 #include "notes/frm_notes.h"

@@ -1,5 +1,7 @@
 // What a screen reader says of the host's windows.
 
+#include "host/app/people_dialogs.h"
+#include "host/papers/compose_dialog.h"
 #include "host/practice/hand_in_dialog.h"
 #include "host/widgets/form_dialog.h"
 #include "host/widgets/note_dialog.h"

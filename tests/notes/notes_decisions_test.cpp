@@ -240,8 +240,9 @@ TEST_F(NoteListsTest, QuestionsOfNotes) {
     ASSERT_TRUE(note.Init(problem));
     const auto shown = [&](const NotesSource& source) {
         const NoteQuestion question = GetQuestionItem(source, note);
-        EXPECT_EQ(question.loaded, !question.type.empty());
-        return ToUtf8(question.type + u"|" + question.answer + u"|" + question.text.PlainText());
+        EXPECT_EQ(question.loaded, question.kind != QuestionKind::Unknown);
+        const std::u16string kind(question.loaded ? KindName(question.kind) : u"");
+        return ToUtf8(kind + u"|" + question.answer + u"|" + question.text.PlainText());
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

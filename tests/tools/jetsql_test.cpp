@@ -50,6 +50,7 @@ TEST_F(JetsqlTest, WritesRows) {
         Run({"--json", "SELECT NoteID, 标题, CreateDate, Data FROM 笔记 WHERE NoteID = 1"}),
         "[\n{\"NoteID\":1,\"标题\":\"他说\\\"好\\\",\",\"CreateDate\":\"2005-04-12 12:00:00\",\"Data\":null}\n]\n");
     EXPECT_EQ(Run({"--csv", "--dump", "笔记"}), Run({"--csv", select}));
+    EXPECT_EQ(Run({"SELECT 1 AS A", "--csv", "SELECT 2 AS B"}), "\"A\"\r\n1\r\n\"B\"\r\n2\r\n");
 }
 
 TEST_F(JetsqlTest, ExplainsAndDoesNotRun) {

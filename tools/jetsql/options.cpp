@@ -42,10 +42,7 @@ CLI::Option* Repeated(CLI::App& app, const char* name, std::vector<std::string>&
 
 void AddStatements(CLI::App& app, Options& options) {
     app.add_option("FILE", options.file, "the database")->type_name("")->required();
-    app.add_option("SQL", options.statements, "statements to be run, one after the other")
-        ->type_name("")
-        ->expected(-1)
-        ->allow_extra_args(false);
+    app.add_option("SQL", options.statements, "statements to be run, one after the other")->type_name("");
     Repeated(app, "-f", options.scripts, "FILE",
              "run the statements of a file in UTF-8 (\"-\": standard input), all of them or none");
     app.add_flag("--each", options.each, "with -f: each statement counts alone");

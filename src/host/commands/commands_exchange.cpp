@@ -252,7 +252,7 @@ ChosenQuestion ChosenOf(const std::string& word) {
 int ImportCommand(const CommandWords& words) {
     CLI::App app("把 GIFT、Aiken、Moodle XML、CSV 文件中的试题导入题库", "qmtrain import");
     ImportOptions options;
-    app.add_option("文件", options.files, "要导入的文件")->expected(-1)->allow_extra_args(false);
+    app.add_option("文件", options.files, "要导入的文件");
     app.add_option("--bank", options.bank, "题库代码；没有这个题库时新建");
     app.add_option("--name", options.name, "新题库的名称");
     app.add_option("--subject", options.subject, "新题库的科目");

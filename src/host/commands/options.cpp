@@ -73,10 +73,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     std::vector<std::string> folders;
     std::vector<std::string> made;
     AddCommonOptions(app, options, folders);
-    app.get_subcommand("init")
-        ->add_option("文件夹", made, "数据库所在的文件夹")
-        ->type_name("")
-        ->allow_extra_args(false);
+    app.get_subcommand("init")->add_option("文件夹", made, "数据库所在的文件夹")->type_name("");
     AddNumber(
         app, "--paper", 1, [&](std::int32_t number) { options.paper = number; },
         "practice：试卷号（见 papers；默认为科目的第一份试卷）");
