@@ -74,6 +74,9 @@ enum class ErrorNumber : std::int32_t {
     RelationshipMismatch = 3366,  // the fields of the two sides do not fit
     RelationshipExists = 3012,
     FieldRequired = 3314,
+    TableRuleBroken = 3316,
+    FieldRuleBroken = 3317,
+    OpenedExclusively = 3356,
     AlreadyInCollection = 3367,
     ZeroLengthNotAllowed = 3315,
     UnknownFormat = 3343,
