@@ -16,7 +16,6 @@
 #include "core/files.h"
 #include "core/log.h"
 #include "core/log_reader.h"
-#include "core/system.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "dao/jet_database.h"
@@ -24,6 +23,7 @@
 #include "jet/database.h"
 #include "jet/support/scratch.h"
 #include "records/schema.h"
+#include "support/database_format.h"
 
 namespace qmtrain::test {
 
@@ -31,7 +31,7 @@ class ClientTest : public testing::Test {
 protected:
     ClientTest() {
         LogTo(folder_.Path());
-        CreateClientDatabase(Path(), {}, ClientFormat());
+        CreateClientDatabase(Path(), {}, DatabaseFormat());
     }
 
     ~ClientTest() override {
@@ -45,12 +45,6 @@ protected:
         const jet::CheckReport report = jet::CheckDatabase(database->Storage());
         for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
         for (const std::u16string& line : report.notes) ADD_FAILURE() << ToUtf8(line);
-    }
-
-    // Jet 4, or the older form when QMTRAIN_CLIENT_FORMAT says "jet3": the tests run with both.
-    static jet::NewDatabase ClientFormat() {
-        if (EnvironmentVariable("QMTRAIN_CLIENT_FORMAT") != u"jet3") return {};
-        return {.sort_order = jet::kChineseOrder, .version = jet::Version::Jet3};
     }
 
     // As a host gives it: without a separator at its end.
