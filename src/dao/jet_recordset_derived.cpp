@@ -51,6 +51,7 @@ bool JetRecordset::Restartable() {
 void JetRecordset::Requery() {
     RequireType({RecordsetType::Dynaset, RecordsetType::Snapshot, RecordsetType::ForwardOnly}, u"Requery");
     auto rows = MakeRows();
+    RequireSameColumns(rows->GetQuery(), rows_->GetQuery());
     edit_.reset();
     rows_ = std::move(rows);
     edit_.emplace(source_, *rows_);

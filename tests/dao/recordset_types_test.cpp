@@ -445,6 +445,17 @@ TEST_F(RecordsetTypesTest, FiltersClonesAndRequeries) {
     EXPECT_EQ(Rest(*all), u"2 3 4 5 6");
 }
 
+TEST_F(RecordsetTypesTest, TablesThatOthersChangeMeanwhile) {
+    const auto other = JetDatabase::Open(Name(u"Client.mdb"));
+    const auto rows = Open(RecordsetType::Dynaset, u"SELECT * FROM TrainInfo");
+    other->Execute(u"ALTER TABLE TrainInfo DROP COLUMN Content");
+    EXPECT_EQ(ErrorOf([&] { rows->Edit(); }), static_cast<int>(ErrorNumber::ObjectInvalid));
+    EXPECT_EQ(ErrorOf([&] { rows->Requery(); }), static_cast<int>(ErrorNumber::ObjectInvalid));
+    other->Execute(u"ALTER TABLE TrainInfo ADD COLUMN Content MEMO");
+    rows->Requery();
+    EXPECT_EQ(Rest(*rows), u"1 2 3 4 5");
+}
+
 TEST_F(RecordsetTypesTest, RowsAtOnce) {
     const auto rows = Open(RecordsetType::ForwardOnly, u"Select TrainID, Remark From TrainInfo");
     auto taken = rows->GetRows(2);

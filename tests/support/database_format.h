@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/system.h"
-#include "jet/format.h"
+#include "jet/index_key.h"
 #include "jet/schema.h"
 
 namespace qmtrain::test {
