@@ -47,16 +47,17 @@ std::u16string BankTables() {
 
 }  // namespace
 
-void CreateCatalogue(std::u16string_view folder, const dao::DatabaseFill& fill) {
-    dao::MakeDatabase(InFolder(folder, u"Total.mdb"), kCatalogueTables, fill);
+void CreateCatalogue(std::u16string_view folder, const dao::DatabaseFill& fill, const jet::NewDatabase& settings) {
+    dao::MakeDatabase(InFolder(folder, u"Total.mdb"), kCatalogueTables, fill, settings);
 }
 
-void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill) {
-    dao::MakeDatabase(file, BankTables(), fill);
+void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill, const jet::NewDatabase& settings) {
+    dao::MakeDatabase(file, BankTables(), fill, settings);
 }
 
-void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill) {
-    dao::MakeDatabase(file, BankTables().append(kCatalogueTables), fill);
+void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill,
+                              const jet::NewDatabase& settings) {
+    dao::MakeDatabase(file, BankTables().append(kCatalogueTables), fill, settings);
 }
 
 void AddTeachingColumns(dao::Database& database) {

@@ -11,13 +11,16 @@ namespace qmtrain {
 // nothing behind when anything fails.
 
 // Total.mdb in the folder: the catalogue of the stand-alone edition.
-void CreateCatalogue(std::u16string_view folder, const dao::DatabaseFill& fill = {});
+void CreateCatalogue(std::u16string_view folder, const dao::DatabaseFill& fill = {},
+                     const jet::NewDatabase& settings = {});
 
 // A bank of the stand-alone edition: the table directory and the five kinds of questions.
-void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill = {});
+void CreateQuestionBank(std::u16string_view file, const dao::DatabaseFill& fill = {},
+                        const jet::NewDatabase& settings = {});
 
 // The local paper database of the network edition: a bank and a catalogue in one.
-void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill = {});
+void CreateLocalPaperDatabase(std::u16string_view file, const dao::DatabaseFill& fill = {},
+                              const jet::NewDatabase& settings = {});
 
 // Adds what the component itself does not read, where it is missing: explanations (M_Analysis), categories (C_Category)
 // and difficulties (I_Difficulty) of all questions, and keywords by which operation questions are marked (M_Keywords).

@@ -1,7 +1,7 @@
 #include "core/decimal.h"
 
 #include <algorithm>
-#include <span>
+#include <array>
 
 #include "core/convert.h"
 #include "core/error.h"
@@ -123,7 +123,8 @@ public:
     }
 
     // The last bytes of the number, big end first.
-    void Store(std::span<std::uint8_t> bytes) const {
+    template <std::size_t kSize>
+    void Store(std::array<std::uint8_t, kSize>& bytes) const {
         for (std::size_t i = 0; i < bytes.size(); ++i)
             bytes[bytes.size() - 1 - i] = static_cast<std::uint8_t>(parts_[i / 4] >> 8 * (i % 4));
     }
@@ -139,6 +140,30 @@ bool IsNegative(const Decimal& value) {
 }
 
 }  // namespace
+
+std::strong_ordering Compare(const Decimal& a, const Decimal& b) {
+    const bool negative = IsNegative(a);
+    if (negative != IsNegative(b)) return negative ? std::strong_ordering::less : std::strong_ordering::greater;
+    Wide left(a);
+    Wide right(b);
+    left.ScaleByTens(b.scale - a.scale);
+    right.ScaleByTens(a.scale - b.scale);
+    return negative ? right <=> left : left <=> right;
+}
+
+// The number in units of the last digit that there may be, its sign in the first bit.
+std::array<std::uint8_t, 24> OrderedBytes(const Decimal& value) {
+    constexpr std::uint8_t kNotNegative = 0x80;
+    Wide scaled(value);
+    scaled.ScaleByTens(kMostDigits - value.scale);
+    std::array<std::uint8_t, 24> bytes{};
+    scaled.Store(bytes);
+    bytes[0] |= kNotNegative;
+    if (IsNegative(value)) {
+        for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(~byte);
+    }
+    return bytes;
+}
 
 Decimal Add(const Decimal& a, const Decimal& b) {
     const int scale = std::max(a.scale, b.scale);
@@ -208,30 +233,6 @@ Decimal Rescale(const Decimal& value, int scale) {
         if (++magnitude.low == 0) ++magnitude.high;
     }
     return MakeDecimal(value.negative, scale, magnitude);
-}
-
-std::strong_ordering Compare(const Decimal& a, const Decimal& b) {
-    const bool negative = IsNegative(a);
-    if (negative != IsNegative(b)) return negative ? std::strong_ordering::less : std::strong_ordering::greater;
-    Wide left(a);
-    Wide right(b);
-    left.ScaleByTens(b.scale - a.scale);
-    right.ScaleByTens(a.scale - b.scale);
-    return negative ? right <=> left : left <=> right;
-}
-
-// The number in units of the last digit that there may be, its sign in the first bit.
-std::array<std::uint8_t, 24> OrderedBytes(const Decimal& value) {
-    constexpr std::uint8_t kNotNegative = 0x80;
-    Wide scaled(value);
-    scaled.ScaleByTens(kMostDigits - value.scale);
-    std::array<std::uint8_t, 24> bytes{};
-    scaled.Store(bytes);
-    bytes[0] |= kNotNegative;
-    if (IsNegative(value)) {
-        for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(~byte);
-    }
-    return bytes;
 }
 
 }  // namespace qmtrain

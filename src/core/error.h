@@ -116,9 +116,12 @@ enum class ErrorNumber : std::int32_t {
     ColumnCountMismatch = 3307,
     FieldRequired = 3314,
     ZeroLengthNotAllowed = 3315,
+    TableRuleBroken = 3316,
+    FieldRuleBroken = 3317,
     UnknownFormat = 3343,
     InsertCountMismatch = 3346,
     SubqueryManyRows = 3354,
+    OpenedExclusively = 3356,
     QueryTooComplex = 3360,
     RelationshipMismatch = 3366,  // the fields of the two sides do not fit
     AlreadyInCollection = 3367,

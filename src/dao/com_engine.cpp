@@ -3,133 +3,21 @@
 #include <vector>
 
 #include "automation/dispatch.h"
+#include "automation/unknown.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/system.h"
 #include "core/text.h"
 #include "core/windows_text.h"
-#include "dao/database.h"
+#include "dao/com_recordset.h"
 #include "dao/engine.h"
-#include "dao/recordset.h"
 
 namespace qmtrain::dao {
 namespace {
 
 using automation::ComPtr;
 using automation::Object;
-
-class ComDatabase;
-
-class ComField : public Field {
-public:
-    explicit ComField(Object field) : field_(std::move(field)), name_(ToText(field_.Get(u"Name").ToValue())) {}
-
-    const std::u16string& Name() const override { return name_; }
-    FieldType Type() const override { return static_cast<FieldType>(Number(u"Type")); }
-    FieldDef Definition() const override;
-    qmtrain::Value OriginalValue() const override { return field_.Get(u"OriginalValue").ToValue(); }
-    bool DataUpdatable() const override { return ToBoolean(field_.Get(u"DataUpdatable").ToValue()); }
-    int Size() const override { return Number(u"Size"); }
-    const qmtrain::Value& Value() const override { return value_ = field_.Get(u"Value").ToValue(); }
-    void Value(const qmtrain::Value& value) override { field_.Set(u"Value", value); }
-    std::int32_t FieldSize() const override { return Number(u"FieldSize"); }
-    qmtrain::Value GetChunk(std::int32_t offset, std::int32_t count) const override {
-        return field_.Get(u"GetChunk", offset, count).ToValue();
-    }
-    void AppendChunk(const qmtrain::Value& chunk) override { field_.Call(u"AppendChunk", chunk); }
-
-private:
-    std::int32_t Number(std::u16string_view name) const { return ToLong(field_.Get(name).ToValue()); }
-    bool Flag(std::u16string_view name) const { return ToBoolean(field_.Get(name).ToValue()); }
-    std::u16string Text(std::u16string_view name) const { return TextOr(field_.Get(name).ToValue(), {}); }
-
-    mutable Object field_;
-    std::u16string name_;
-    mutable qmtrain::Value value_;
-};
-
-class ComRecordset : public Recordset {
-public:
-    ComRecordset(std::shared_ptr<ComDatabase> database, Object rows)
-        : database_(std::move(database)), rows_(std::move(rows)) {}
-    ~ComRecordset() override;
-
-    RecordsetType Type() override { return static_cast<RecordsetType>(ToInteger(Get(u"Type"))); }
-    std::u16string Name() override { return ToText(Get(u"Name")); }
-    bool Eof() override { return Flag(u"EOF"); }
-    bool Bof() override { return Flag(u"BOF"); }
-    void MoveFirst() override { Call(u"MoveFirst"); }
-    void MoveLast() override { Call(u"MoveLast"); }
-    void MoveNext() override { Call(u"MoveNext"); }
-    void MovePrevious() override { Call(u"MovePrevious"); }
-    void Move(std::int32_t rows, const Bytes& start) override;
-    std::int32_t RecordCount() override { return ToLong(Get(u"RecordCount")); }
-    std::int32_t TrueRecordCount() override;
-    std::int32_t AbsolutePosition() override { return ToLong(Get(u"AbsolutePosition")); }
-    void AbsolutePosition(std::int32_t position) override { Opened().Set(u"AbsolutePosition", position); }
-    float PercentPosition() override { return ToSingle(Get(u"PercentPosition")); }
-    void PercentPosition(float percent) override { Opened().Set(u"PercentPosition", percent); }
-    bool Updatable() override { return Flag(u"Updatable"); }
-    const std::vector<std::unique_ptr<Field>>& Fields() override;
-    Field& Fields(std::u16string_view name) override;
-    Field& Fields(int position) override;
-    void AddNew() override { Call(u"AddNew"); }
-    void Edit() override { Call(u"Edit"); }
-    void Update() override { Call(u"Update"); }
-    void CancelUpdate() override { Call(u"CancelUpdate"); }
-    void Delete() override { Call(u"Delete"); }
-    dao::EditMode EditMode() override { return static_cast<dao::EditMode>(ToInteger(Get(u"EditMode"))); }
-    bool LockEdits() override { return Flag(u"LockEdits"); }
-    void LockEdits(bool pessimistic) override { Opened().Set(u"LockEdits", pessimistic); }
-    bool Bookmarkable() override { return Flag(u"Bookmarkable"); }
-    Bytes Bookmark() override { return Place(u"Bookmark"); }
-    void Bookmark(const Bytes& bookmark) override { Opened().Set(u"Bookmark", bookmark); }
-    Bytes LastModified() override { return Place(u"LastModified"); }
-    void FindFirst(std::u16string_view criteria) override { Call(u"FindFirst", criteria); }
-    void FindLast(std::u16string_view criteria) override { Call(u"FindLast", criteria); }
-    void FindNext(std::u16string_view criteria) override { Call(u"FindNext", criteria); }
-    void FindPrevious(std::u16string_view criteria) override { Call(u"FindPrevious", criteria); }
-    bool NoMatch() const override { return Flag(u"NoMatch"); }
-    std::u16string Index() override { return ToText(Get(u"Index")); }
-    void Index(std::u16string_view name) override { Opened().Set(u"Index", name); }
-    void Seek(std::u16string_view comparison, std::span<const Value> keys) override;
-    std::u16string Filter() override { return ToText(Get(u"Filter")); }
-    void Filter(std::u16string_view condition) override { Opened().Set(u"Filter", condition); }
-    std::u16string Sort() override { return ToText(Get(u"Sort")); }
-    void Sort(std::u16string_view columns) override { Opened().Set(u"Sort", columns); }
-    std::shared_ptr<Recordset> OpenRecordset(RecordsetType type, std::int32_t options) override;
-    std::shared_ptr<Recordset> Clone() override;
-    void Requery() override { Call(u"Requery"); }
-    bool Restartable() override { return Flag(u"Restartable"); }
-    std::vector<std::vector<Value>> GetRows(std::int32_t rows) override;
-    Date DateCreated() override { return ToDate(Get(u"DateCreated")); }
-    Date LastUpdated() override { return ToDate(Get(u"LastUpdated")); }
-    std::u16string ValidationRule() override { return ToText(Get(u"ValidationRule")); }
-    std::u16string ValidationText() override { return ToText(Get(u"ValidationText")); }
-    bool Transactions() override { return Flag(u"Transactions"); }
-    std::int32_t CacheSize() override { return ToLong(Get(u"CacheSize")); }
-    void CacheSize(std::int32_t rows) override { Opened().Set(u"CacheSize", rows); }
-    Bytes CacheStart() override { return Place(u"CacheStart"); }
-    void CacheStart(const Bytes& bookmark) override { Opened().Set(u"CacheStart", bookmark); }
-    void FillCache() override { Call(u"FillCache"); }
-    void Close() override;
-    bool IsOpen() const override { return static_cast<bool>(rows_); }
-
-private:
-    Object& Opened() const;
-    Value Get(std::u16string_view name) const { return Opened().Get(name).ToValue(); }
-    bool Flag(std::u16string_view name) const { return ToBoolean(Get(name)); }
-    Bytes Place(std::u16string_view name) const;
-    template <class... Arguments>
-    void Call(std::u16string_view name, const Arguments&... arguments) {
-        Opened().Call(name, arguments...);
-    }
-
-    std::shared_ptr<ComDatabase> database_;
-    mutable Object rows_;
-    std::vector<std::unique_ptr<Field>> fields_;  // of which a record set has at least one, once they are known
-};
 
 class ComDatabase : public Database, public std::enable_shared_from_this<ComDatabase> {
 public:
@@ -159,20 +47,8 @@ private:
 };
 
 // Lets go of the thread's engine when the thread's apartment is about to end: it is gone with it.
-class ApartmentSpy final : public IInitializeSpy {
+class ApartmentSpy final : public automation::Unknown<IInitializeSpy> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) override {
-        const bool known = IsEqualIID(id, IID_IUnknown) || IsEqualIID(id, __uuidof(IInitializeSpy));
-        *out = known ? this : nullptr;
-        if (known) AddRef();
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) delete this;
-        return left;
-    }
     HRESULT STDMETHODCALLTYPE PreInitialize(DWORD, DWORD) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE PostInitialize(HRESULT result, DWORD, DWORD) override { return result; }
     HRESULT STDMETHODCALLTYPE PreUninitialize(DWORD uses) override {
@@ -180,9 +56,6 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE PostUninitialize(DWORD) override { return S_OK; }
-
-private:
-    ULONG references_ = 1;
 };
 
 class ApartmentWatch {
@@ -221,142 +94,6 @@ private:
     ApartmentWatch watch_;
     std::shared_ptr<Object> engine_;
 };
-
-// Fields
-
-FieldDef ComField::Definition() const {
-    FieldDef field;
-    field.name = name_;
-    field.type = Type();
-    field.size = Size();
-    field.attributes = Number(u"Attributes");
-    field.required = Flag(u"Required");
-    field.allow_zero_length = Flag(u"AllowZeroLength");
-    field.default_value = Text(u"DefaultValue");
-    field.validation_rule = Text(u"ValidationRule");
-    field.validation_text = Text(u"ValidationText");
-    field.ordinal = Number(u"OrdinalPosition");
-    field.collating_order = Number(u"CollatingOrder");
-    field.source_table = Text(u"SourceTable");
-    field.source_field = Text(u"SourceField");
-    return field;
-}
-
-// Record sets
-
-// The other side may be gone already; then there is nothing left to close.
-template <class Closable>
-void CloseQuietly(Closable& object) {
-    try {
-        if (object.IsOpen()) object.Close();
-    } catch (const AutomationError&) {
-    }
-}
-
-ComRecordset::~ComRecordset() {
-    CloseQuietly(*this);
-}
-
-Object& ComRecordset::Opened() const {
-    if (!rows_ || !database_->IsOpen()) Raise(ErrorNumber::ObjectInvalid);
-    return rows_;
-}
-
-void ComRecordset::Move(std::int32_t rows, const Bytes& start) {
-    if (start.empty()) return Call(u"Move", rows);
-    Call(u"Move", rows, start);
-}
-
-// The engine takes as many keys as its indexes may have columns.
-void ComRecordset::Seek(std::u16string_view comparison, std::span<const Value> keys) {
-    std::vector<automation::Variant> arguments;
-    arguments.emplace_back(Value(comparison));
-    for (const Value& key : keys) arguments.emplace_back(key);
-    Opened().CallAll(u"Seek", arguments);
-}
-
-std::shared_ptr<Recordset> ComRecordset::OpenRecordset(RecordsetType type, std::int32_t options) {
-    const auto number = static_cast<std::int32_t>(type);
-    Object rows(type == RecordsetType::Default ? Opened().Call(u"OpenRecordset")
-                : options == 0                 ? Opened().Call(u"OpenRecordset", number)
-                                               : Opened().Call(u"OpenRecordset", number, options));
-    return std::make_shared<ComRecordset>(database_, std::move(rows));
-}
-
-std::shared_ptr<Recordset> ComRecordset::Clone() {
-    return std::make_shared<ComRecordset>(database_, Object(Opened().Call(u"Clone")));
-}
-
-// Row by row: the array that the engine's own member makes has values that only it can tell apart.
-std::vector<std::vector<Value>> ComRecordset::GetRows(std::int32_t rows) {
-    std::vector<std::vector<Value>> taken;
-    for (; rows > 0 && !Eof(); --rows, MoveNext()) {
-        std::vector<Value>& row = taken.emplace_back();
-        for (const auto& field : Fields()) row.push_back(field->Value());
-    }
-    return taken;
-}
-
-// By way of the last row and back to the current one.
-std::int32_t ComRecordset::TrueRecordCount() {
-    const bool at_end = Eof();
-    const bool at_begin = Bof();
-    if (at_end && at_begin) return 0;
-    const bool on_row = !at_end && !at_begin;
-    const Bytes place = on_row ? Bookmark() : Bytes();
-    MoveLast();
-    const std::int32_t count = RecordCount();
-    if (on_row) {
-        Bookmark(place);
-    } else if (at_end) {
-        MoveNext();
-    } else {
-        MoveFirst();
-        MovePrevious();
-    }
-    return count;
-}
-
-const std::vector<std::unique_ptr<Field>>& ComRecordset::Fields() {
-    if (!fields_.empty()) {
-        Opened();
-        return fields_;
-    }
-    Object fields(Opened().Get(u"Fields"));
-    const std::int32_t count = ToLong(fields.Get(u"Count").ToValue());
-    std::vector<std::unique_ptr<Field>> found;
-    for (std::int32_t i = 0; i < count; ++i)
-        found.push_back(std::make_unique<ComField>(Object(fields.Get(u"Item", i))));
-    fields_ = std::move(found);
-    return fields_;
-}
-
-Field& ComRecordset::Fields(std::u16string_view name) {
-    for (const auto& field : Fields()) {
-        if (EqualNames(field->Name(), name)) return *field;
-    }
-    Raise(ErrorNumber::FieldNotFound, {name});
-}
-
-Field& ComRecordset::Fields(int position) {
-    const std::vector<std::unique_ptr<Field>>& fields = Fields();
-    if (position < 0 || static_cast<std::size_t>(position) >= fields.size()) {
-        Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
-    }
-    return *fields[static_cast<std::size_t>(position)];
-}
-
-Bytes ComRecordset::Place(std::u16string_view name) const {
-    const Value place = Get(name);
-    if (place.GetType() != Value::Type::Binary) Raise(ErrorNumber::InvalidBookmark);
-    return place.Binary();
-}
-
-void ComRecordset::Close() {
-    Object rows = std::exchange(Opened(), Object());
-    fields_.clear();
-    rows.Call(u"Close");
-}
 
 // Databases
 

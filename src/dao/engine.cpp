@@ -44,8 +44,10 @@ std::unique_ptr<SystemEngine> ChosenEngine() {
 }
 #endif
 
-// Whoever runs a host that knows nothing of servers allows them through its environment.
-Engine::Engine() : own_(std::make_unique<JetEngine>()) {
+// Our own engine is there as long as this one. Whoever runs a host that knows nothing of servers allows them through
+// its environment.
+Engine::Engine() {
+    JetEngine::Instance();
     own_use_.links.servers = Setting("QMTRAININFO_SERVER_LINKS") == u"on";
 }
 
@@ -79,12 +81,7 @@ bool Engine::HasSystem() const {
 std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only, std::u16string_view connect,
                                                LinkRights links) {
     if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only, connect);
-    return own_->OpenDatabase(name, read_only, connect, links);
-}
-
-std::shared_ptr<JetDatabase> Engine::OpenOwn(std::u16string_view name, bool read_only, std::u16string_view connect,
-                                             LinkRights links) {
-    return own_->OpenDatabase(name, read_only, connect, links);
+    return JetEngine::Instance().OpenDatabase(name, read_only, connect, links);
 }
 
 void Engine::SetOwnUse(const OwnUse& use) {
@@ -99,7 +96,7 @@ Engine::OwnUse Engine::GetOwnUse() const {
 
 std::shared_ptr<Database> Engine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
                                                  std::int32_t options) {
-    return own_->CreateDatabase(name, locale, options);
+    return JetEngine::Instance().CreateDatabase(name, locale, options);
 }
 
 void Engine::CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale,
@@ -114,16 +111,16 @@ void Engine::RepairDatabase(std::u16string_view name, std::u16string_view connec
 
 void Engine::BeginTrans() {
     if (SystemEngine* system = System()) system->BeginTrans();
-    own_->BeginTrans();
+    JetEngine::Instance().BeginTrans();
 }
 
 // The machine's engine commits when ours has everything on the disk and can still go back.
 void Engine::CommitTrans() {
     SystemEngine* system = System();
-    if (system == nullptr) return own_->CommitTrans();
+    if (system == nullptr) return JetEngine::Instance().CommitTrans();
     bool done = false;
     try {
-        own_->CommitTrans([&] {
+        JetEngine::Instance().CommitTrans([&] {
             system->CommitTrans();
             done = true;
         });
@@ -138,11 +135,11 @@ void Engine::Rollback() {
         try {
             system->Rollback();
         } catch (...) {
-            own_->Rollback();
+            JetEngine::Instance().Rollback();
             throw;
         }
     }
-    own_->Rollback();
+    JetEngine::Instance().Rollback();
 }
 
 }  // namespace qmtrain::dao

@@ -12,8 +12,6 @@
 namespace qmtrain::dao {
 
 class Database;
-class JetDatabase;
-class JetEngine;
 class SystemEngine;
 
 class Engine {
@@ -26,14 +24,11 @@ public:
     ~Engine();
 
     // Opens a database file; a folder stands for the "Total.mdb" in it. `connect`: ";PWD=" and the password of one that
-    // has a password. Raises FileNotFound, UnknownFormat, PasswordInvalid, FileDamaged …, and what ChosenEngine()
-    // raises. `links` is for our own engine. A host that opens files of others should grant none of them.
+    // has a password. Raises FileNotFound, UnknownFormat, PasswordInvalid, FileDamaged, OpenedExclusively …, and what
+    // ChosenEngine() raises. `links` is for our own engine. A host that opens files of others should grant none of
+    // them.
     std::shared_ptr<Database> OpenDatabase(std::u16string_view name, bool read_only = false,
                                            std::u16string_view connect = {}, LinkRights links = {.write = true});
-
-    // The same with our own engine, whatever the setting says.
-    std::shared_ptr<JetDatabase> OpenOwn(std::u16string_view name, bool read_only = false,
-                                         std::u16string_view connect = {}, LinkRights links = {.write = true});
 
     // What the component's own classes open their databases with, from now on: limits for each statement, at first 30
     // seconds and 256 MiB, and the rights of links, at first none; those to servers are given too where the setting
@@ -85,7 +80,6 @@ private:
     // were made, so each thread has its own.
     SystemEngine* System();
 
-    std::unique_ptr<JetEngine> own_;
     mutable std::mutex mutex_;
     OwnUse own_use_;
 };

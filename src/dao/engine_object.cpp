@@ -8,6 +8,7 @@
 #include "dao/database_settings.h"
 #include "dao/engine.h"
 #include "dao/jet_database.h"
+#include "dao/jet_engine.h"
 #include "jet/session.h"
 
 namespace qmtrain::dao {
@@ -67,20 +68,17 @@ std::shared_ptr<DatabaseObject> Workspace::Add(std::shared_ptr<DatabaseObject> d
 
 std::shared_ptr<DatabaseObject> Workspace::OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
                                                         std::u16string_view connect) {
-    if (exclusive) Raise(ErrorNumber::OperationNotSupported, {u"以独占方式打开数据库。"});
-    return Add(std::make_shared<DatabaseObject>(session_
-                                                    ? JetDatabase::Open(name, read_only, session_, PasswordIn(connect))
-                                                    : Engine::Instance().OpenOwn(name, read_only, connect)));
+    const LinkRights links{.write = true};
+    return Add(std::make_shared<DatabaseObject>(
+        session_ ? JetDatabase::Open(name, read_only, session_, PasswordIn(connect), links, exclusive)
+                 : JetEngine::Instance().OpenDatabase(name, read_only, connect, links, exclusive)));
 }
 
 std::shared_ptr<DatabaseObject> Workspace::CreateDatabase(std::u16string_view name, std::u16string_view locale,
                                                           std::int32_t options) {
-    if (session_) {
-        return Add(
-            std::make_shared<DatabaseObject>(JetDatabase::Create(name, session_, NewDatabaseOf(locale, options))));
-    }
-    return Add(std::make_shared<DatabaseObject>(
-        std::static_pointer_cast<JetDatabase>(Engine::Instance().CreateDatabase(name, locale, options))));
+    return Add(
+        std::make_shared<DatabaseObject>(session_ ? JetDatabase::Create(name, session_, NewDatabaseOf(locale, options))
+                                                  : JetEngine::Instance().CreateDatabase(name, locale, options)));
 }
 
 void Workspace::BeginTrans() {

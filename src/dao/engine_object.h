@@ -46,7 +46,8 @@ public:
         return {shared_from_this(), &databases_};
     }
 
-    // Raises OperationNotSupported for exclusive use.
+    // Raises what Engine::OpenDatabase raises; `exclusive` keeps others from opening the database: FileInUse when
+    // somebody has it open, OperationNotSupported where they cannot be kept out.
     std::shared_ptr<DatabaseObject> OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
                                                  std::u16string_view connect);
     std::shared_ptr<DatabaseObject> CreateDatabase(std::u16string_view name, std::u16string_view locale,

@@ -11,6 +11,7 @@
 #include "dao/odbc_links.h"
 #include "dao/saved_query.h"
 #include "jet/row_cursor.h"
+#include "sql/row_rules.h"
 #include "sql/sql.h"
 
 namespace qmtrain::dao {
@@ -73,6 +74,7 @@ sql::Column ToSql(const jet::Column& column, bool jet4) {
     out.allow_zero_length = column.allow_zero_length;
     out.default_expression = column.default_value;
     if (!out.default_expression.empty() && out.default_expression.front() == u'=') out.default_expression.erase(0, 1);
+    out.validation = column.validation;
     return out;
 }
 
@@ -85,7 +87,8 @@ jet::ColumnSpec ToSpec(const sql::Column& column) {
             .autonumber = column.counter,
             .required = column.required,
             .allow_zero_length = column.allow_zero_length,
-            .default_value = column.default_expression};
+            .default_value = column.default_expression,
+            .validation = column.validation};
 }
 
 jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& columns) {
@@ -293,6 +296,7 @@ public:
     }
 
     sql::RowId Insert(std::span<const Value> values) override {
+        if (HasRules()) Rules().Check(values);
         inserted_.resize(values.size());
         for (std::size_t i = 0; i < values.size(); ++i) inserted_[layout_->positions[i]] = values[i];
         return ToRowId(Current().Insert(inserted_));
@@ -303,6 +307,7 @@ public:
     void CancelInserts() override { table_->CancelInserts(); }
 
     void Update(sql::RowId row, std::span<const sql::Assignment> changes) override {
+        if (HasRules() && Rules().Concern(changes)) CheckChange(row, changes);
         std::vector<jet::ColumnChange> stored;
         for (const sql::Assignment& change : changes) {
             stored.push_back(
@@ -313,6 +318,7 @@ public:
 
     void Delete(sql::RowId row) override { Current().Delete(ToPointer(row)); }
 
+    std::optional<std::int32_t> TakeCounter() override { return Current().TakeAutonumber(); }
     std::int32_t LastCounter() const override { return table_->LastAutonumber(); }
 
 private:
@@ -325,6 +331,30 @@ private:
             case jet::ColumnType::Decimal: return ascending;
             default: return true;
         }
+    }
+
+    bool HasRules() {
+        const auto has_rule = [](const sql::Column& column) { return !column.validation.condition.empty(); };
+        if (!has_rules_) {
+            has_rules_ =
+                !table_->Definition().validation.condition.empty() || std::ranges::any_of(layout_->columns, has_rule);
+        }
+        return *has_rules_;
+    }
+
+    sql::RowRules& Rules() {
+        const ValidationRule& of_rows = table_->Definition().validation;
+        if (!rules_) rules_ = std::make_unique<sql::RowRules>(Name(), layout_->columns, of_rows);
+        return *rules_;
+    }
+
+    void CheckChange(sql::RowId row, std::span<const sql::Assignment> changes) {
+        const auto cursor = OpenCursor();
+        if (!cursor->MoveTo(row)) Raise(ErrorNumber::RecordDeleted);
+        std::vector<Value> values(layout_->columns.size());
+        for (std::size_t i = 0; i < values.size(); ++i) cursor->Read(static_cast<int>(i), values[i]);
+        for (const sql::Assignment& change : changes) values[static_cast<std::size_t>(change.column)] = change.value;
+        Rules().CheckChange(values, changes);
     }
 
     // The table as the file has it now. Another process may have changed its structure since it was opened here; then
@@ -346,6 +376,8 @@ private:
     std::shared_ptr<jet::Table> table_;
     std::shared_ptr<const void> hold_;
     std::shared_ptr<const Layout> layout_;
+    std::optional<bool> has_rules_;
+    std::unique_ptr<sql::RowRules> rules_;  // once they are needed
     std::optional<jet::RowView> image_;
     std::vector<Value> inserted_;  // kept, so that a row costs no allocations
 };
@@ -390,7 +422,7 @@ std::optional<sql::DelegatedChange> JetCatalog::DelegateChange(const sql::ast::S
 }
 
 void JetCatalog::CreateTable(const sql::TableDefinition& definition) {
-    jet::TableSpec spec{.name = definition.name};
+    jet::TableSpec spec{.name = definition.name, .validation = definition.validation};
     for (const sql::Column& column : definition.columns) spec.columns.push_back(ToSpec(column));
     for (const sql::Index& index : definition.indexes) spec.indexes.push_back(ToSpec(index, definition.columns));
     database_.CreateTable(spec);
@@ -460,6 +492,7 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
     for (const jet::IndexSpec& index : indexes) database_.DropIndex(name, index.name);
     database_.DropColumn(name, wanted.name);
     database_.RenameColumn(name, added.name, wanted.name, layout.Ordinal(at));
+    if (!old.validation.condition.empty()) database_.SetColumnRule(name, wanted.name, old.validation);
     for (const jet::IndexSpec& index : indexes) database_.CreateIndex(name, index);
 }
 

@@ -76,9 +76,10 @@ JetDatabase::~JetDatabase() = default;
 
 std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only,
                                                std::shared_ptr<jet::Session> session, std::u16string_view password,
-                                               LinkRights links) {
+                                               LinkRights links, bool exclusive) {
     return std::make_shared<JetDatabase>(std::u16string(name),
                                          jet::Database::Open(DatabaseFile(name), {.read_only = read_only,
+                                                                                  .exclusive = exclusive,
                                                                                   .password = std::u16string(password),
                                                                                   .session = std::move(session),
                                                                                   .links_read_only = !links.write,
@@ -180,7 +181,7 @@ void JetDatabase::AtomicallyBeside(const std::function<void()>& body) {
     AtomicallyOnServers(*storage_, body);
 }
 
-// What is no statement may be a name.
+// What is no statement may be a name, also in brackets.
 JetDatabase::Source JetDatabase::SourceOf(std::u16string_view text) {
     jet::Database& storage = Storage();
     constexpr std::size_t kNameSize = 256;
@@ -188,7 +189,8 @@ JetDatabase::Source JetDatabase::SourceOf(std::u16string_view text) {
         return {sql::Parse(text), std::u16string(text.substr(0, kNameSize)), false};
     } catch (const AutomationError&) {
         const jet::Database::Reading reading(storage);
-        const auto object = storage.FindObject(text);
+        const bool bracketed = text.size() > 2 && text.front() == u'[' && text.back() == u']';
+        const auto object = storage.FindObject(bracketed ? text.substr(1, text.size() - 2) : text);
         if (!object) throw;
         return {sql::Parse(u"SELECT * FROM [" + object->name + u"]"), object->name,
                 object->type == jet::CatalogObject::kTable};

@@ -40,7 +40,8 @@ public:
     // Without a session they are outside the transactions of any engine. They raise what the Engine's functions raise.
     static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false,
                                              std::shared_ptr<jet::Session> session = nullptr,
-                                             std::u16string_view password = {}, LinkRights links = {.write = true});
+                                             std::u16string_view password = {}, LinkRights links = {.write = true},
+                                             bool exclusive = false);
     static std::shared_ptr<JetDatabase> Create(std::u16string_view name,
                                                std::shared_ptr<jet::Session> session = nullptr,
                                                const jet::NewDatabase& settings = {});

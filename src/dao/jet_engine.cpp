@@ -6,6 +6,11 @@
 
 namespace qmtrain::dao {
 
+JetEngine& JetEngine::Instance() {
+    static JetEngine engine;
+    return engine;
+}
+
 // Of the thread that calls. Those that nobody uses any more are forgotten.
 std::shared_ptr<jet::Session> JetEngine::OwnSession() {
     const std::scoped_lock lock(mutex_);
@@ -17,8 +22,8 @@ std::shared_ptr<jet::Session> JetEngine::OwnSession() {
 }
 
 std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, bool read_only,
-                                                     std::u16string_view connect, LinkRights links) {
-    return JetDatabase::Open(name, read_only, OwnSession(), PasswordIn(connect), links);
+                                                     std::u16string_view connect, LinkRights links, bool exclusive) {
+    return JetDatabase::Open(name, read_only, OwnSession(), PasswordIn(connect), links, exclusive);
 }
 
 std::shared_ptr<JetDatabase> JetEngine::CreateDatabase(std::u16string_view name, std::u16string_view locale,

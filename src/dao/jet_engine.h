@@ -24,8 +24,14 @@ class JetDatabase;
 
 class JetEngine {
 public:
+    // The process's, made on first use.
+    static JetEngine& Instance();
+
+    // What the Engine's functions of these names do when it is our own, and more: `exclusive` keeps others from opening
+    // the database.
     std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, bool read_only = false,
-                                              std::u16string_view connect = {}, LinkRights links = {.write = true});
+                                              std::u16string_view connect = {}, LinkRights links = {.write = true},
+                                              bool exclusive = false);
     std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
                                                 std::int32_t options = 0);
 

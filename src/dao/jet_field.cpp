@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/convert.h"
 #include "core/error.h"
 #include "dao/column_types.h"
 #include "dao/jet_recordset.h"
@@ -68,16 +69,28 @@ std::int32_t JetField::FieldSize() const {
     return value.IsNull() || value.IsEmpty() ? 0 : Size();
 }
 
+// Only texts and bytes have parts.
+bool JetField::IsBinary() const {
+    switch (Type()) {
+        case FieldType::Text:
+        case FieldType::Memo: return false;
+        case FieldType::Binary:
+        case FieldType::LongBinary: return true;
+        default: Raise(ErrorNumber::InvalidFieldType, {Name()});
+    }
+}
+
 qmtrain::Value JetField::GetChunk(std::int32_t offset, std::int32_t count) const {
     if (offset < 0 || count < 0) Raise(ErrorNumber::InvalidProcedureCall);
+    const bool binary = IsBinary();
     const qmtrain::Value& value = Value();
+    if (value.IsNull()) return value;
     const auto from = static_cast<std::size_t>(offset);
-    if (value.IsText()) {
+    if (!binary) {
         const std::u16string_view text = value.Text();
         return from >= text.size() ? qmtrain::Value(u"")
                                    : qmtrain::Value(text.substr(from, static_cast<std::size_t>(count)));
     }
-    if (value.GetType() != qmtrain::Value::Type::Binary) return Null{};
     const Bytes& bytes = value.Binary();
     const std::size_t begin = std::min(from, bytes.size());
     const std::size_t end = std::min(begin + static_cast<std::size_t>(count), bytes.size());
@@ -87,17 +100,15 @@ qmtrain::Value JetField::GetChunk(std::int32_t offset, std::int32_t count) const
 // The first chunk of an edit replaces what was there.
 void JetField::AppendChunk(const qmtrain::Value& chunk) {
     if (recordset_.EditMode() == EditMode::None) Raise(ErrorNumber::UpdateWithoutEdit);
-    const bool first = !recordset_.HasChanged(position_);
+    const bool binary = IsBinary();
+    if (binary && chunk.GetType() != qmtrain::Value::Type::Binary) Raise(ErrorNumber::DataTypeConversion, {Name()});
+    const qmtrain::Value added = binary ? chunk : qmtrain::Value(ToText(chunk));
     const qmtrain::Value& before = recordset_.Get(position_);
-    if (first || before.GetType() != chunk.GetType()) {
-        Value(chunk);
-    } else if (chunk.IsText()) {
-        Value(before.Text() + chunk.Text());
-    } else {
-        Bytes joined = before.Binary();
-        joined.insert(joined.end(), chunk.Binary().begin(), chunk.Binary().end());
-        Value(std::move(joined));
-    }
+    if (!recordset_.HasChanged(position_) || before.IsNull()) return Value(added);
+    if (!binary) return Value(before.Text() + added.Text());
+    Bytes joined = before.Binary();
+    joined.insert(joined.end(), added.Binary().begin(), added.Binary().end());
+    Value(std::move(joined));
 }
 
 }  // namespace qmtrain::dao

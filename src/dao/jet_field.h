@@ -24,6 +24,8 @@ public:
     void AppendChunk(const qmtrain::Value& chunk) override;
 
 private:
+    bool IsBinary() const;
+
     JetRecordset& recordset_;
     int position_;
 };

@@ -14,6 +14,15 @@ namespace qmtrain::dao {
 namespace {
 
 void CheckOptions(const Opening& opening) {
+    switch (opening.type) {
+        case RecordsetType::Table:
+        case RecordsetType::Dynaset:
+        case RecordsetType::Snapshot:
+        case RecordsetType::ForwardOnly: break;
+        default:
+            Raise(ErrorNumber::InvalidArgument,
+                  {u"记录集类型 " + ToText(static_cast<std::int64_t>(opening.type)) + u"。"});
+    }
     constexpr std::int32_t kRefused = kDenyWrite | kDenyRead | kInconsistent | kSqlPassThrough;
     constexpr std::int32_t kKnown =
         kRefused | kReadOnly | kAppendOnly | kConsistent | kFailOnError | kForwardOnly | kSeeChanges;
@@ -158,6 +167,7 @@ void JetRecordset::Bookmark(const Bytes& bookmark) {
 
 std::vector<std::vector<Value>> JetRecordset::GetRows(std::int32_t rows) {
     if (rows < 0) Raise(ErrorNumber::InvalidArgument, {u"GetRows"});
+    Moving();
     if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
     std::vector<std::vector<Value>> taken;
     for (; rows > 0 && !Eof(); --rows, MoveNext()) {
@@ -280,57 +290,6 @@ void JetRecordset::LockEdits(bool pessimistic) {
 bool JetRecordset::Transactions() {
     RequireOpen();
     return opening_.type == RecordsetType::Table || opening_.type == RecordsetType::Dynaset;
-}
-
-// Record sets from this one
-
-std::u16string JetRecordset::Filter() {
-    RequireType({RecordsetType::Dynaset, RecordsetType::Snapshot, RecordsetType::ForwardOnly}, u"Filter");
-    return filter_;
-}
-
-void JetRecordset::Filter(std::u16string_view condition) {
-    RequireType({RecordsetType::Dynaset, RecordsetType::Snapshot, RecordsetType::ForwardOnly}, u"Filter");
-    filter_ = condition;
-}
-
-std::u16string JetRecordset::Sort() {
-    RequireType({RecordsetType::Dynaset, RecordsetType::Snapshot}, u"Sort");
-    return sort_;
-}
-
-void JetRecordset::Sort(std::u16string_view columns) {
-    RequireType({RecordsetType::Dynaset, RecordsetType::Snapshot}, u"Sort");
-    sort_ = columns;
-}
-
-std::shared_ptr<Recordset> JetRecordset::OpenRecordset(RecordsetType type, std::int32_t options) {
-    RequireType({RecordsetType::Table, RecordsetType::Dynaset, RecordsetType::Snapshot}, u"OpenRecordset");
-    if (type == RecordsetType::Table) Raise(ErrorNumber::InvalidOperation);
-    const bool is_table = opening_.type == RecordsetType::Table;
-    if (type == RecordsetType::Default) type = is_table ? RecordsetType::Dynaset : opening_.type;
-    RowSource narrowed = source_;
-    if (!filter_.empty() || !sort_.empty())
-        narrowed.statement = std::make_shared<const sql::Statement>(sql::Narrowed(*source_.statement, filter_, sort_));
-    return std::make_shared<JetRecordset>(std::move(narrowed), Opening{type, options, opening_.name});
-}
-
-std::shared_ptr<Recordset> JetRecordset::Clone() {
-    RequireType({RecordsetType::Table, RecordsetType::Dynaset, RecordsetType::Snapshot}, u"Clone");
-    return std::shared_ptr<Recordset>(new JetRecordset(*this, rows_->Clone()));
-}
-
-bool JetRecordset::Restartable() {
-    RequireOpen();
-    return opening_.type != RecordsetType::Table;
-}
-
-void JetRecordset::Requery() {
-    RequireType({RecordsetType::Dynaset, RecordsetType::Snapshot, RecordsetType::ForwardOnly}, u"Requery");
-    auto rows = MakeRows();
-    edit_.reset();
-    rows_ = std::move(rows);
-    edit_.emplace(source_, *rows_);
 }
 
 // About the table

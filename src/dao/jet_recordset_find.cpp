@@ -28,7 +28,9 @@ void JetRecordset::FindPrevious(std::u16string_view criteria) {
 }
 
 void JetRecordset::Find(ListNavigator& rows, std::u16string_view criteria, std::int64_t from, bool backwards) {
-    const sql::Statement condition = sql::Parse(u"SELECT * FROM [Rows] WHERE " + std::u16string(criteria));
+    static const sql::Statement all = sql::Parse(u"SELECT * FROM [Rows]");
+    if (criteria.empty()) Raise(ErrorNumber::SyntaxInExpression, {criteria});
+    const sql::Statement condition = sql::Narrowed(all, criteria, {});
     const Work work = source_.database->Begin();
     const jet::Database::Reading reading(Storage());
     const auto catalog = CatalogOfRows(*rows.List(), from, backwards);

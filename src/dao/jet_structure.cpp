@@ -24,6 +24,7 @@ sql::Column ColumnOf(const FieldDef& field) {
     column.required = field.required;
     column.allow_zero_length = field.allow_zero_length;
     column.default_expression = field.default_value;
+    column.validation = {field.validation_rule, field.validation_text};
     return column;
 }
 
@@ -86,7 +87,7 @@ void JetDatabase::DropQuery(std::u16string_view name) {
 
 void JetDatabase::CreateTable(const TableDef& table) {
     if (table.fields.empty()) Raise(ErrorNumber::NoFieldDefined, {table.name});
-    sql::TableDefinition definition{table.name, {}, {}, {}};
+    sql::TableDefinition definition{table.name, {}, {}, {}, {table.validation_rule, table.validation_text}};
     for (const FieldDef& field : table.fields) definition.columns.push_back(ColumnOf(field));
     for (const IndexDef& index : table.indexes) definition.indexes.push_back(IndexOf(index, definition.columns));
     jet::Database::Writing writing(Storage());

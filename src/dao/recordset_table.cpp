@@ -1,6 +1,7 @@
 #include "dao/recordset_table.h"
 
 #include "core/error.h"
+#include "core/text.h"
 #include "dao/row_list.h"
 
 namespace qmtrain::dao {
@@ -87,10 +88,12 @@ namespace {
 
 class RowsCatalog : public sql::Catalog {
 public:
-    explicit RowsCatalog(std::shared_ptr<sql::Table> rows) : rows_(std::move(rows)) {}
+    RowsCatalog(std::shared_ptr<sql::Table> rows, sql::Catalog& others) : rows_(std::move(rows)), others_(others) {}
 
-    std::shared_ptr<sql::Table> FindTable(std::u16string_view) override { return rows_; }
-    std::optional<std::u16string> FindQuery(std::u16string_view) override { return std::nullopt; }
+    std::shared_ptr<sql::Table> FindTable(std::u16string_view name) override {
+        return EqualNames(name, rows_->Name()) ? rows_ : others_.FindTable(name);
+    }
+    std::optional<std::u16string> FindQuery(std::u16string_view name) override { return others_.FindQuery(name); }
     void CreateTable(const sql::TableDefinition&) override { Refuse(); }
     void DropTable(std::u16string_view) override { Refuse(); }
     void CreateIndex(std::u16string_view, const sql::Index&) override { Refuse(); }
@@ -103,12 +106,14 @@ private:
     [[noreturn]] void Refuse() { Raise(ErrorNumber::ReadOnly, {rows_->Name()}); }
 
     std::shared_ptr<sql::Table> rows_;
+    sql::Catalog& others_;
 };
 
 }  // namespace
 
 std::unique_ptr<sql::Catalog> CatalogOfRows(RowList& rows, std::int64_t first, bool backwards) {
-    return std::make_unique<RowsCatalog>(std::make_shared<RecordsetTable>(rows, first, backwards));
+    return std::make_unique<RowsCatalog>(std::make_shared<RecordsetTable>(rows, first, backwards),
+                                         rows.Source().database->Tables());
 }
 
 }  // namespace qmtrain::dao

@@ -9,8 +9,8 @@ namespace qmtrain::dao {
 
 class RowList;
 
-// A catalogue with one table, "Rows": the rows of the list from `first` on, up to its end or back to its beginning,
-// RowId = position + 1.
+// The database's tables, and in the place of one of that name "Rows": the rows of the list from `first` on, up to its
+// end or back to its beginning, RowId = position + 1.
 std::unique_ptr<sql::Catalog> CatalogOfRows(RowList& rows, std::int64_t first, bool backwards = false);
 
 }  // namespace qmtrain::dao

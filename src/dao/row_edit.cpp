@@ -68,6 +68,25 @@ void RowEdit::Change() {
     mode_ = EditMode::InProgress;
 }
 
+const Value& RowEdit::Get(int column) {
+    const auto place = static_cast<std::size_t>(column);
+    if (mode_ == EditMode::Add && !changed_[place]) {
+        const sql::Column* counter = ColumnOf(column);
+        if (counter != nullptr && counter->counter) TakeCounter(place);
+    }
+    return values_[place];
+}
+
+void RowEdit::TakeCounter(std::size_t place) {
+    const Work work = source_.database->Begin();
+    jet::Database::Writing writing(source_.Storage());
+    const auto number = EditedTable().TakeCounter();
+    writing.Commit();
+    if (!number) return;
+    values_[place] = *number;
+    changed_[place] = true;
+}
+
 const Value& RowEdit::Original(int column) const {
     const auto place = static_cast<std::size_t>(column);
     return changed_[place] ? originals_[place] : values_[place];

@@ -22,8 +22,8 @@ public:
     void Change();
     void Cancel() { mode_ = EditMode::None; }
 
-    // While a row is being added or changed.
-    const Value& Get(int column) const { return values_[static_cast<std::size_t>(column)]; }
+    // While a row is being added or changed. A new row's counter has its number from the first look on.
+    const Value& Get(int column);
     bool HasChanged(int column) const { return changed_[static_cast<std::size_t>(column)]; }
     const Value& Original(int column) const;
     void Set(int column, const Value& value);
@@ -46,6 +46,7 @@ private:
     const sql::Column* ColumnOf(int column) const;
     std::size_t Width() const { return Query().Columns().size(); }
     std::vector<sql::Assignment> Seen() const;
+    void TakeCounter(std::size_t place);
     void UpdateRow(sql::Table& table);
     void InsertRow(sql::Table& table);
 

@@ -156,7 +156,10 @@ void RowList::DropWindow() {
 }
 
 sql::Query& RowList::Reader() {
-    if (!reader_) reader_ = source_.Open();
+    if (reader_) return *reader_;
+    QueryPtr reader = source_.Open();
+    RequireSameColumns(*query_, *reader);
+    reader_ = std::move(reader);
     return *reader_;
 }
 

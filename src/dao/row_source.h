@@ -15,6 +15,10 @@ struct EndQuery {
 };
 using QueryPtr = std::unique_ptr<sql::Query, EndQuery>;
 
+// Others may have changed the tables since the first of two queries of one statement was opened: raises ObjectInvalid
+// when the second one has other columns.
+void RequireSameColumns(const sql::Query& first, const sql::Query& second);
+
 struct RowSource {
     std::shared_ptr<JetDatabase> database;
     std::shared_ptr<const sql::Statement> statement;

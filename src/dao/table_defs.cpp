@@ -77,8 +77,8 @@ FieldDef FieldDefOf(const sql::Column& column, const Details& details) {
     field.required = column.required;
     field.allow_zero_length = column.allow_zero_length;
     field.default_value = column.default_expression;
-    field.validation_rule = details.Text(column.name, u"ValidationRule");
-    field.validation_text = details.Text(column.name, u"ValidationText");
+    field.validation_rule = column.validation.condition;
+    field.validation_text = column.validation.text;
     field.collating_order = details.CollatingOrder(column.name);
     field.precision = column.precision;
     field.scale = column.scale;

@@ -39,7 +39,9 @@ public:
     const std::u16string& DefaultValue() const { return definition_.default_value; }
     void DefaultValue(std::u16string_view value) { Open().default_value = value; }
     const std::u16string& ValidationRule() const { return definition_.validation_rule; }
+    void ValidationRule(std::u16string_view value) { Open().validation_rule = value; }
     const std::u16string& ValidationText() const { return definition_.validation_text; }
+    void ValidationText(std::u16string_view value) { Open().validation_text = value; }
     std::int16_t OrdinalPosition() const { return static_cast<std::int16_t>(definition_.ordinal); }
     void OrdinalPosition(std::int16_t value) { Open().ordinal = value; }
     std::int32_t CollatingOrder() const { return definition_.collating_order; }
@@ -111,7 +113,9 @@ public:
     Date LastUpdated() const { return definition_.updated; }
     bool Updatable() const { return !definition_.linked; }
     const std::u16string& ValidationRule() const { return definition_.validation_rule; }
+    void ValidationRule(std::u16string_view value) { Open().validation_rule = value; }
     const std::u16string& ValidationText() const { return definition_.validation_text; }
+    void ValidationText(std::u16string_view value) { Open().validation_text = value; }
 
     // -1 for a linked table, as DAO has it.
     std::int32_t RecordCount() const;

@@ -33,6 +33,7 @@ Database::Database(const std::filesystem::path& path, const PagerOptions& option
       allocator_(*pager_) {
     options_.session = pager_->SharedSession();
     options_.password.clear();  // that of the files it links to is another
+    options_.exclusive = false;
 }
 
 std::unique_ptr<Database> Database::Open(const std::filesystem::path& path, const PagerOptions& options) {

@@ -9,8 +9,8 @@ constexpr std::chrono::milliseconds kLookForEnginesEvery(50);
 
 }  // namespace
 
-FileShare::FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout)
-    : file_(file), locks_(system, file.Path(), file.Handle(), timeout) {}
+FileShare::FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout, bool alone)
+    : file_(file), locks_(system, file.Path(), file.Handle(), timeout, alone) {}
 
 // A writer asks for his lock before he reads, so a reader never waits for a writer that waits for readers.
 void FileShare::LockToChange() {
@@ -38,7 +38,8 @@ void FileShare::NoticeOtherEngines() {
 }
 
 void FileShare::RequireNoOtherEngine() {
-    if (locks_.SeesOtherEngine(true)) Raise(ErrorNumber::FileInUse, {file_.Name()});
+    if (locks_.SeesOtherEngine(true))
+        Raise(ErrorNumber::FileInUse, {file_.Name(), u"它正被另一种数据库程序打开，现在不能写入；请先关闭那个程序。"});
     if (std::exchange(with_other_engine_, false)) counters_.reset();
 }
 

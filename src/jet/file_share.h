@@ -12,7 +12,8 @@ namespace qmtrain::jet {
 
 class FileShare {
 public:
-    FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout);
+    // `alone`: see LockFile.
+    FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout, bool alone);
 
     // Within an operation nobody waits longer than the time limit, however often he has to wait.
     void BeginOperation() { locks_.BeginOperation(); }

@@ -20,6 +20,7 @@ constexpr std::uint64_t kReserved = 0;  // the one writer
 constexpr std::uint64_t kGate = 1;      // keeps new readers out while the writer waits
 constexpr std::uint64_t kReaders = 2;   // the readers, who come to it through the gate
 constexpr std::uint64_t kNext = 3;      // the writer whose turn it is when the present one is done
+constexpr std::uint64_t kOpen = 4;      // shared by those who have the database open; or one has it alone
 
 // "Client.mdb" and "Client.mde" have one lock file. The first of its bytes for a database of that name, as folded
 // names tell: others than ".mdb" have places of their own before those of that one.
@@ -40,10 +41,23 @@ constexpr std::uint64_t kOtherUsers = 0x10000001;
 constexpr std::uint64_t kOtherUserSlots = 255;
 constexpr std::chrono::milliseconds kLongLook(250);
 
-// Of the database itself, far beyond its end: the same two for readers who have no lock file.
+// Of the database itself, far beyond its end: the same for readers who have no lock file.
 constexpr std::uint64_t kGateInDatabase = std::uint64_t{1} << 40;
 constexpr std::uint64_t kReadersInDatabase = kGateInDatabase + 1;
+constexpr std::uint64_t kOpenInDatabase = kGateInDatabase + 2;
 static_assert(kReaders == kGate + 1);
+
+// Tries again for a moment: others open a database, or try to have it alone, and let go of it at once.
+template <class Try>
+bool SucceedsSoon(Try attempt) {
+    const auto deadline = std::chrono::steady_clock::now() + kLongLook;
+    while (!attempt()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        Work::Look();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
 
 // Whether locks in the file itself hold.
 bool KeepsLockIn(FileSystem& system, File& file, const std::filesystem::path& path) {
@@ -65,7 +79,7 @@ std::u16string Describe(const std::optional<LockHolder>& holder) {
 }  // namespace
 
 LockFile::LockFile(FileSystem& system, const std::filesystem::path& path, File& database,
-                   std::chrono::milliseconds timeout)
+                   std::chrono::milliseconds timeout, bool alone)
     : system_(system),
       path_(path),
       database_path_(path),
@@ -78,6 +92,38 @@ LockFile::LockFile(FileSystem& system, const std::filesystem::path& path, File& 
         Raise(ErrorNumber::UnknownFormat, {database_name_, u"扩展名“.ldb”属于锁文件。"});
     }
     Open();
+    if (alone)
+        EnterAlone();
+    else
+        Enter();
+}
+
+void LockFile::Enter() {
+    if (kind_ == Kind::None) return;
+    File& file = kind_ == Kind::InDatabase ? database_ : *file_;
+    const std::uint64_t byte = kind_ == Kind::InDatabase ? kOpenInDatabase : first_byte_ + kOpen;
+    if (SucceedsSoon([&] { return file.TryLock(byte, 1, File::Lock::Shared); })) return;
+    Raise(ErrorNumber::OpenedExclusively, {database_name_, Describe(file.FindLockHolder(byte, 1))});
+}
+
+void LockFile::EnterAlone() {
+    if (kind_ != Kind::Full)
+        Raise(ErrorNumber::OperationNotSupported, {u"以独占方式打开数据库。" + std::u16string(Problem())});
+    TakeAlone(*file_, first_byte_ + kOpen, 1);
+    try {
+        alone_ = system_.Open(database_path_, OpenMode::ReadWrite);
+    } catch (const AutomationError& error) {
+        if (!error.Is(ErrorNumber::CannotOpenFile)) throw;
+        Raise(ErrorNumber::OperationNotSupported, {u"以独占方式打开数据库。文件没有写入权限。"});
+    }
+    TakeAlone(*alone_, kOpenInDatabase, 1);
+    TakeAlone(*file_, kOtherUsers, kOtherUserSlots);
+}
+
+void LockFile::TakeAlone(File& file, std::uint64_t byte, std::uint64_t length) {
+    if (SucceedsSoon([&] { return file.TryLock(byte, length, File::Lock::Exclusive); })) return;
+    Raise(ErrorNumber::FileInUse, {database_name_, u"不能以独占方式打开，因为已有其他用户打开它。" +
+                                                       Describe(file.FindLockHolder(byte, length))});
 }
 
 void LockFile::Open() {
@@ -123,6 +169,8 @@ LockFile::~LockFile() {
     if (!file_) return;
     try {
         UnlockAll();
+        if (alone_) file_->Unlock(kOtherUsers, kOtherUserSlots);
+        alone_.reset();
         const bool last = kind_ == Kind::Full && file_->TryLock(kPresentByte, 1, File::Lock::Exclusive);
         if (last && !SeesOtherEngine()) RemoveIfOurs();
     } catch (const AutomationError&) {
@@ -265,6 +313,7 @@ void LockFile::UnlockAll() noexcept {
 
 // Without a lock file of our own its presence is all there is to see.
 bool LockFile::SeesOtherEngine(bool long_look) {
+    if (alone_) return false;
     if (!file_) return kind_ == Kind::None || system_.Exists(path_);
     const auto deadline = std::chrono::steady_clock::now() + (long_look ? kLongLook : std::chrono::milliseconds(0));
     while (file_->IsLocked(kOtherUsers, kOtherUserSlots)) {

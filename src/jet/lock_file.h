@@ -7,6 +7,8 @@
 // Who may only read the lock file, or have none, may still read the database: without a lock file readers lock bytes
 // of the database itself, which writers lock as well before they write to it. Databases whose names differ in their
 // extensions only have one lock file and keep apart in it.
+//
+// Whoever opens the database for himself alone keeps all others from opening it, those of another engine too.
 #pragma once
 
 #include <chrono>
@@ -21,8 +23,11 @@ namespace qmtrain::jet {
 
 class LockFile {
 public:
-    // `database`: the open file at the path. Raises LockedByOther.
-    LockFile(FileSystem& system, const std::filesystem::path& path, File& database, std::chrono::milliseconds timeout);
+    // `database`: the open file at the path. Raises LockedByOther, and OpenedExclusively when somebody has it for
+    // himself alone. `alone` asks for that: FileInUse is raised when somebody has it open, OperationNotSupported when
+    // others cannot be kept out.
+    LockFile(FileSystem& system, const std::filesystem::path& path, File& database, std::chrono::milliseconds timeout,
+             bool alone = false);
     LockFile(const LockFile&) = delete;
     LockFile& operator=(const LockFile&) = delete;
     ~LockFile();
@@ -67,6 +72,9 @@ private:
     };
 
     void Open();
+    void Enter();
+    void EnterAlone();
+    void TakeAlone(File& file, std::uint64_t byte, std::uint64_t length);
     bool OpenFile(OpenMode mode);
     bool TryOpen(OpenMode mode);
     void RemoveIfOurs();
@@ -85,8 +93,9 @@ private:
     std::chrono::milliseconds timeout_;
     std::chrono::steady_clock::duration waited_{};  // in this operation
     Kind kind_ = Kind::None;
-    std::unique_ptr<File> file_;  // of the first two kinds
-    File* writing_ = nullptr;     // the database in which bytes are locked exclusively
+    std::unique_ptr<File> file_;   // of the first two kinds
+    std::unique_ptr<File> alone_;  // the database once more, when others are kept out
+    File* writing_ = nullptr;      // the database in which bytes are locked exclusively
     bool shared_ = false;
     bool reserved_ = false;
     bool exclusive_ = false;

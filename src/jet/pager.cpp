@@ -36,7 +36,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       file_(system_, std::move(path), options.read_only),
       password_(options.password),
       journal_path_(Journal::PathFor(file_.Path())),
-      share_(system_, file_, options.lock_timeout),
+      share_(system_, file_, options.lock_timeout, options.exclusive),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
       change_(system_, file_, share_, cache_, options.durable) {
     if (MayChange() && !share_.Problem().empty()) file_.SetReadOnly(share_.Problem());

@@ -38,6 +38,7 @@ struct PagerOptions {
     std::size_t cache_bytes = std::size_t{32} << 20;
     std::chrono::milliseconds lock_timeout{10000};
     bool read_only = false;
+    bool exclusive = false;  // nobody else may have it open; not the databases that links lead to
     bool durable = SyncsByDefault();
     std::u16string password = {};                // of a database that has one
     FileSystem* system = nullptr;                // empty: DefaultFiles()
@@ -51,8 +52,9 @@ struct PagerOptions {
 class Pager : public SessionFile, private PageSupply {
 public:
     // Opens an existing file. `home`: the pager through whose links this one was reached; null: itself. Raises
-    // FileNotFound, UnknownFormat … Whether the password is right shows with the first look at a page, when what others
-    // have left unfinished is rolled back: that raises PasswordInvalid.
+    // FileNotFound, UnknownFormat, OpenedExclusively, for exclusive use FileInUse, OperationNotSupported … Whether the
+    // password is right shows with the first look at a page, when what others have left unfinished is rolled back: that
+    // raises PasswordInvalid.
     Pager(std::filesystem::path path, const PagerOptions& options, const Pager* home = nullptr);
     Pager(const Pager&) = delete;
     Pager& operator=(const Pager&) = delete;

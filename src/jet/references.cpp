@@ -96,7 +96,9 @@ bool SidesFit(const StoredTable& table, std::size_t real, const StoredTable& oth
     const std::vector<int> own = Positions(table, real);
     const std::vector<int> others = Positions(other, other_real);
     return std::equal(own.begin(), own.end(), others.begin(), others.end(), [&](int a, int b) {
-        return ValueTypeOf(table.Definition().columns[a].type) == ValueTypeOf(other.Definition().columns[b].type);
+        const Column& first = table.Definition().columns[a];
+        const Column& second = other.Definition().columns[b];
+        return ValueTypeOf(first.type) == ValueTypeOf(second.type) && first.scale == second.scale;
     });
 }
 

@@ -29,6 +29,7 @@ struct ColumnSpec {
     bool required = false;
     bool allow_zero_length = true;
     std::u16string default_value = {};  // an expression
+    ValidationRule validation = {};
 };
 
 struct IndexColumnSpec {
@@ -49,6 +50,7 @@ struct TableSpec {
     std::u16string name = {};
     std::vector<ColumnSpec> columns = {};
     std::vector<IndexSpec> indexes = {};
+    ValidationRule validation = {};
 };
 
 struct Relationship {

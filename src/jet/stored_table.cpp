@@ -8,17 +8,25 @@
 namespace qmtrain::jet {
 namespace {
 
-// What the object's properties say of its columns.
+// What the object's properties say of the table and its columns.
 void ApplyProperties(TableDefinition& definition, const Properties& properties, const Pager& pager) {
+    const auto text = [&](std::u16string_view owner, std::u16string_view name) {
+        const Property* found = properties.Find(owner, name);
+        return found == nullptr ? std::u16string() : found->AsText(pager.GetFormat(), pager.GetHeader().code_page);
+    };
+    const auto rule = [&](std::u16string_view owner) {
+        return ValidationRule{text(owner, u"ValidationRule"), text(owner, u"ValidationText")};
+    };
+    if (properties.owners.empty()) return;
+    definition.validation = rule({});
     for (Column& column : definition.columns) {
         if (const Property* required = properties.Find(column.name, u"Required"))
             column.required = required->AsBoolean();
         if (const Property* allowed = properties.Find(column.name, u"AllowZeroLength")) {
             column.allow_zero_length = allowed->AsBoolean();
         }
-        if (const Property* value = properties.Find(column.name, u"DefaultValue")) {
-            column.default_value = value->AsText(pager.GetFormat(), pager.GetHeader().code_page);
-        }
+        column.default_value = text(column.name, u"DefaultValue");
+        column.validation = rule(column.name);
     }
 }
 

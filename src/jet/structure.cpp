@@ -224,13 +224,24 @@ private:
     std::u16string name_;
 };
 
+void SetText(Properties& properties, const std::u16string& owner, std::u16string name, const std::u16string& value,
+             const Pager& pager) {
+    if (value.empty()) return;
+    properties.Set(owner, TextProperty(std::move(name), value, pager.GetFormat(), pager.GetHeader().code_page));
+}
+
+void SetValidation(Properties& properties, const std::u16string& owner, const ValidationRule& rule,
+                   const Pager& pager) {
+    SetText(properties, owner, u"ValidationRule", rule.condition, pager);
+    SetText(properties, owner, u"ValidationText", rule.text, pager);
+}
+
 void AddColumnProperties(const ColumnSpec& spec, const Pager& pager, Properties& properties) {
     if (spec.required) properties.Set(spec.name, BooleanProperty(u"Required", true));
     const bool text = IsText(spec.type);
     if (text) properties.Set(spec.name, BooleanProperty(u"AllowZeroLength", spec.allow_zero_length));
-    if (spec.default_value.empty()) return;
-    properties.Set(spec.name,
-                   TextProperty(u"DefaultValue", spec.default_value, pager.GetFormat(), pager.GetHeader().code_page));
+    SetText(properties, spec.name, u"DefaultValue", spec.default_value, pager);
+    SetValidation(properties, spec.name, spec.validation, pager);
 }
 
 // ".rB", ".rC" …: the name of a relationship's index on the side that is referred to.
@@ -286,6 +297,7 @@ PageNumber Database::AddTable(const TableSpec& spec, Properties& properties) {
         editor.AddColumn(column);
         AddColumnProperties(column, *pager_, properties);
     }
+    SetValidation(properties, {}, spec.validation, *pager_);
     for (const IndexSpec& index : spec.indexes) editor.AddIndex(index);
     editor.Write();
     return editor.definition.page;
@@ -446,6 +458,14 @@ void Database::RenameColumn(std::u16string_view table, std::u16string_view colum
     owner.key() = name;
     properties.owners.insert(std::move(owner));
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
+}
+
+void Database::SetColumnRule(std::u16string_view table, const std::u16string& column, const ValidationRule& rule) {
+    const CatalogObject object = RequireTable(*this, table);
+    Properties properties = ReadProperties(table);
+    SetValidation(properties, column, rule, *pager_);
+    SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
+    Forget(static_cast<PageNumber>(object.id));
 }
 
 void Database::CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts) {

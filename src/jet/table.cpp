@@ -296,6 +296,15 @@ void Table::AssignAutonumber(Row& row) {
     }
 }
 
+std::int32_t Table::TakeAutonumber() {
+    MutablePage definition = pager_.Write(definition_.page);
+    std::uint8_t* stored = definition.Data() + pager_.GetFormat().definition_autonumber;
+    const auto last = Get<std::int32_t>(stored);
+    if (last == std::numeric_limits<std::int32_t>::max()) Raise(ErrorNumber::Overflow);
+    Put(stored, last + 1);
+    return last + 1;
+}
+
 void Table::CheckValue(const Column& column, const Value& value) const {
     if (value.IsNull()) {
         if (column.required) Raise(ErrorNumber::FieldRequired, {name_ + u"." + column.name});

@@ -46,6 +46,9 @@ public:
     void Update(RowPointer row, std::span<const ColumnChange> changes);
     void Delete(RowPointer row);
 
+    // Takes the next number of the counter column, for a row that comes later.
+    std::int32_t TakeAutonumber();
+
     // The number that the last Insert gave to the counter column; 0 when it gave none.
     std::int32_t LastAutonumber() const { return last_autonumber_; }
 

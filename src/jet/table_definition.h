@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "core/validation_rule.h"
 #include "core/value.h"
 #include "jet/format.h"
 #include "jet/pager.h"
@@ -77,6 +78,7 @@ struct Column {
     bool required = false;
     bool allow_zero_length = true;
     std::u16string default_value;
+    ValidationRule validation;
 
     bool IsFixed() const { return (flags & kFixed) != 0; }
     bool IsAutonumber() const { return (flags & kAutonumber) != 0 && type == ColumnType::Long; }
@@ -145,6 +147,7 @@ struct TableDefinition {
     std::vector<Column> columns;  // by number
     std::vector<RealIndex> real_indexes;
     std::vector<LogicalIndex> logical_indexes;
+    ValidationRule validation;  // from the object's properties
 
     // Positions; -1 when there is none.
     int FindColumn(std::u16string_view name) const;

@@ -42,6 +42,10 @@ struct Method {
 
     // Calls with arguments of exactly these types; `result` is Empty before.
     HRESULT (*call)(Object& object, VARIANT* arguments, VARIANT& result);
+
+    // The method that takes its place in a call by name with more arguments than it has, of which the first ones are
+    // the same: what has been published keeps its arguments. None: there is no such method.
+    const char16_t* with_more = nullptr;
 };
 
 using Create = std::shared_ptr<void> (*)();
@@ -274,6 +278,11 @@ Method Row(const char16_t* name, INVOKEKIND kind) {
                       &Made::CallByName};
     };
     return make(typename Called::Parameters());
+}
+
+inline Method WithMore(Method method, const char16_t* with_more) {
+    method.with_more = with_more;
+    return method;
 }
 
 // What a property's setter takes.

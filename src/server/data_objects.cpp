@@ -150,25 +150,28 @@ template <>
 const Class& ClassOf<dao::FieldObject>() {
     using C = dao::FieldObject;
     using I = IDaoField;
-    static const Class made{u"FieldDef",
-                            CLSID_FieldDef,
-                            IID_IDaoField,
-                            {
-                                QMTRAIN_PROPERTY(Name),
-                                QMTRAIN_PROPERTY(Type),
-                                QMTRAIN_PROPERTY(Size),
-                                QMTRAIN_PROPERTY(Attributes),
-                                QMTRAIN_PROPERTY(Required),
-                                QMTRAIN_PROPERTY(AllowZeroLength),
-                                QMTRAIN_PROPERTY(DefaultValue),
-                                QMTRAIN_READ_ONLY(ValidationRule),
-                                QMTRAIN_READ_ONLY(ValidationText),
-                                QMTRAIN_PROPERTY(OrdinalPosition),
-                                QMTRAIN_READ_ONLY(CollatingOrder),
-                                QMTRAIN_READ_ONLY(SourceTable),
-                                QMTRAIN_READ_ONLY(SourceField),
-                                QMTRAIN_PROPERTY(ForeignName),
-                            }};
+    static const Class made{
+        u"FieldDef",
+        CLSID_FieldDef,
+        IID_IDaoField,
+        {
+            QMTRAIN_PROPERTY(Name),
+            QMTRAIN_PROPERTY(Type),
+            QMTRAIN_PROPERTY(Size),
+            QMTRAIN_PROPERTY(Attributes),
+            QMTRAIN_PROPERTY(Required),
+            QMTRAIN_PROPERTY(AllowZeroLength),
+            QMTRAIN_PROPERTY(DefaultValue),
+            QMTRAIN_READ_ONLY(ValidationRule),
+            QMTRAIN_READ_ONLY(ValidationText),
+            QMTRAIN_PROPERTY(OrdinalPosition),
+            QMTRAIN_READ_ONLY(CollatingOrder),
+            QMTRAIN_READ_ONLY(SourceTable),
+            QMTRAIN_READ_ONLY(SourceField),
+            QMTRAIN_PROPERTY(ForeignName),
+            QMTRAIN_WRITE(ValidationRule, [](C& object, std::u16string_view value) { object.ValidationRule(value); }),
+            QMTRAIN_WRITE(ValidationText, [](C& object, std::u16string_view value) { object.ValidationText(value); }),
+        }};
     return made;
 }
 
@@ -217,6 +220,8 @@ const Class& ClassOf<dao::TableObject>() {
             QMTRAIN_METHOD(CreateField),
             QMTRAIN_CALL(CreateIndex, [](C& table, Value name) { return table.CreateIndex(TextIn(name)); }),
             QMTRAIN_CALL(OpenRecordset, &OpenRows<C>),
+            QMTRAIN_WRITE(ValidationRule, [](C& object, std::u16string_view value) { object.ValidationRule(value); }),
+            QMTRAIN_WRITE(ValidationText, [](C& object, std::u16string_view value) { object.ValidationText(value); }),
         }};
     return made;
 }

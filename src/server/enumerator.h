@@ -6,14 +6,15 @@
 #include <utility>
 #include <vector>
 
-#include "server/unknown.h"
+#include "automation/unknown.h"
+#include "server/module.h"
 
 namespace qmtrain::server {
 
 // Goes through `Held` values; `Given` is what the interface hands out: kGive fills it and is false when it cannot,
 // kTake ends what was filled.
 template <class Interface, class Held, class Given, bool (*kGive)(const Held&, Given&), void (*kTake)(Given&)>
-class Enumerator : public Unknown<Interface> {
+class Enumerator : public automation::Unknown<Interface> {
 public:
     using Items = std::shared_ptr<const std::vector<Held>>;
 
@@ -51,6 +52,7 @@ public:
     }
 
 private:
+    ModuleLock lock_;
     Items items_;
     std::size_t position_;
 };

@@ -10,6 +10,7 @@
 namespace qmtrain::server {
 
 using automation::ComPtr;
+using automation::Guarded;
 
 namespace {
 

@@ -8,12 +8,12 @@
 #include <olectl.h>
 
 #include "automation/com_ptr.h"
+#include "automation/unknown.h"
 #include "core/value.h"
-#include "server/unknown.h"
 
 namespace qmtrain::server {
 
-class Events final : public Face<IConnectionPointContainer> {
+class Events final : public automation::Face<IConnectionPointContainer> {
 public:
     // `interface_id` is that of the listeners.
     Events(IUnknown* owner, const IID& interface_id);
@@ -30,7 +30,7 @@ private:
         automation::ComPtr<IUnknown> sink;
     };
 
-    class Point final : public Face<IConnectionPoint> {
+    class Point final : public automation::Face<IConnectionPoint> {
     public:
         Point(Events& events, IUnknown* owner) : Face(owner), events_(events) {}
 

@@ -5,6 +5,7 @@
 namespace qmtrain::server {
 
 using automation::ComPtr;
+using automation::Guarded;
 
 HRESULT STDMETHODCALLTYPE Factory::CreateInstance(IUnknown* outer, REFIID id, void** out) {
     if (out == nullptr) return E_POINTER;

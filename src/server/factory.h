@@ -1,12 +1,13 @@
 // The class objects: what creates the objects of a class.
 #pragma once
 
+#include "automation/unknown.h"
 #include "server/class.h"
-#include "server/unknown.h"
+#include "server/module.h"
 
 namespace qmtrain::server {
 
-class Factory final : public Unknown<IClassFactory> {
+class Factory final : public automation::Unknown<IClassFactory> {
 public:
     explicit Factory(const Class& makes) : class_(makes) {}
 
@@ -14,6 +15,7 @@ public:
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override;
 
 private:
+    ModuleLock lock_;
     const Class& class_;
 };
 

@@ -20,10 +20,11 @@
 namespace qmtrain::server {
 
 using automation::ComPtr;
+using automation::Guarded;
 
 namespace {
 
-class ErrorInformation final : public Face<ISupportErrorInfo> {
+class ErrorInformation final : public automation::Face<ISupportErrorInfo> {
 public:
     ErrorInformation(IUnknown* owner, const Class& made_of) : Face(owner), class_(made_of) {}
 
@@ -35,7 +36,7 @@ private:
     const Class& class_;
 };
 
-class ClassDescription final : public Face<IProvideClassInfo2> {
+class ClassDescription final : public automation::Face<IProvideClassInfo2> {
 public:
     ClassDescription(IUnknown* owner, const Class& made_of) : Face(owner), class_(made_of) {}
 
@@ -265,10 +266,12 @@ HRESULT STDMETHODCALLTYPE Object::GetIDsOfNames(Object* self, REFIID reserved, L
     bool all_known = false;
     const HRESULT code = Answer(*self, [&] {
         std::fill_n(out, count, DISPID_UNKNOWN);
-        const Member* member = InformationOn(self->class_).Find(FromWide(names[0]));
+        const ClassInformation& members = InformationOn(self->class_);
+        const Member* member = members.Find(FromWide(names[0]));
         if (member == nullptr) return;
         out[0] = member->id;
         all_known = true;
+        member = &members.Widest(*member);
         for (UINT i = 1; i < count; ++i) {
             const std::u16string wanted = FoldName(FromWide(names[i]));
             const auto found = std::ranges::find(member->arguments, wanted, &Argument::name);
@@ -321,6 +324,7 @@ HRESULT Object::Dispatch(DISPID id, WORD flags, DISPPARAMS& given, VARIANT& resu
     if (beyond && getter->method->leads_on != nullptr && getter->method->leads_on())
         return InvokeResult(*getter, given, flags, result, exception, wrong_argument);
     if (member == nullptr) return DISP_E_MEMBERNOTFOUND;
+    if (given.cArgs > member->arguments.size()) member = &members.Widest(*member);
     const HRESULT code = InvokeMember(*member, given, result);
     return FAILED(code) ? MoveThreadError(code, exception) : S_OK;
 }

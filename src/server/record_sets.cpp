@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "core/convert.h"
+#include "core/error.h"
 #include "server/object.h"
 #include "server/qmtraininfo.h"
 #include "server/variant_enumerator.h"
@@ -30,6 +31,12 @@ void Seek(dao::Recordset& rows, std::u16string_view comparison, Value k1, Value 
         keys.push_back(std::move(*key));
     }
     rows.Seek(comparison, keys);
+}
+
+void MoveFrom(dao::Recordset& rows, std::int32_t count, Value start) {
+    if (start.IsEmpty()) return rows.Move(count);
+    if (start.GetType() != Value::Type::Binary) Raise(ErrorNumber::InvalidBookmark);
+    rows.Move(count, start.Binary());
 }
 
 std::shared_ptr<dao::Recordset> OpenFrom(dao::Recordset& rows, std::int32_t type, std::int32_t options) {
@@ -70,7 +77,7 @@ const Class& ClassOf<dao::Recordset>() {
             QMTRAIN_METHOD(MoveLast),
             QMTRAIN_METHOD(MoveNext),
             QMTRAIN_METHOD(MovePrevious),
-            QMTRAIN_CALL(Move, [](C& rows, std::int32_t count) { rows.Move(count); }),
+            WithMore(QMTRAIN_CALL(Move, [](C& rows, std::int32_t count) { rows.Move(count); }), u"MoveFrom"),
             QMTRAIN_METHOD(FindFirst),
             QMTRAIN_METHOD(FindNext),
             QMTRAIN_METHOD(AddNew),
@@ -113,6 +120,7 @@ const Class& ClassOf<dao::Recordset>() {
             QMTRAIN_READ(CacheStart, [](C& rows) { return rows.CacheStart(); }),
             QMTRAIN_WRITE(CacheStart, [](C& rows, Bytes value) { rows.CacheStart(value); }),
             QMTRAIN_CALL(FillCache, [](C& rows, Value, Value) { rows.FillCache(); }),
+            QMTRAIN_CALL(MoveFrom, &MoveFrom),
         }};
     return made;
 }

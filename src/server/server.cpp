@@ -47,7 +47,7 @@ BOOL WINAPI DllMain(HINSTANCE handle, DWORD reason, void*) {
 STDAPI DllGetClassObject(REFCLSID class_id, REFIID id, void** out) {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
-    return Guarded([&]() -> HRESULT {
+    return automation::Guarded([&]() -> HRESULT {
         PrepareModule();
         const Class* made = FindClass(class_id);
         if (made == nullptr) return CLASS_E_CLASSNOTAVAILABLE;

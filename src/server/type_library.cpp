@@ -114,6 +114,11 @@ const Member* ClassInformation::Find(std::u16string_view name) const {
     return found == members_.end() ? nullptr : &*found;
 }
 
+const Member& ClassInformation::Widest(const Member& member) const {
+    const Member* wider = member.method->with_more != nullptr ? Find(member.method->with_more) : nullptr;
+    return wider != nullptr ? *wider : member;
+}
+
 const Member* ClassInformation::Find(DISPID id, INVOKEKIND kind) const {
     const auto found = std::find_if(members_.begin(), members_.end(), [&](const Member& member) {
         return member.id == id && member.method->kind == kind;

@@ -39,6 +39,9 @@ public:
 
     // None when there is no such member.
     const Member* Find(std::u16string_view name) const;
+
+    // The member that a call with all arguments there are is for.
+    const Member& Widest(const Member& member) const;
     const Member* Find(DISPID id, INVOKEKIND kind) const;
 
 private:

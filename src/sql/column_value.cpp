@@ -5,6 +5,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "sql/binder.h"
+#include "sql/no_tables.h"
 #include "sql/parser.h"
 #include "sql/sql.h"
 #include "sql/types.h"
@@ -88,17 +89,6 @@ Value DefaultValue(const Column& column) {
     if (text.starts_with(u'=')) text.remove_prefix(1);
     if (text.empty() || column.counter) return {};
 
-    struct NoTables : Catalog {
-        std::shared_ptr<Table> FindTable(std::u16string_view) override { return nullptr; }
-        std::optional<std::u16string> FindQuery(std::u16string_view) override { return std::nullopt; }
-        void CreateTable(const TableDefinition&) override {}
-        void DropTable(std::u16string_view) override {}
-        void CreateIndex(std::u16string_view, const Index&) override {}
-        void DropIndex(std::u16string_view, std::u16string_view) override {}
-        void AddColumn(std::u16string_view, const Column&) override {}
-        void DropColumn(std::u16string_view, std::u16string_view) override {}
-        void AddReference(std::u16string_view, const Reference&) override {}
-    };
     NoTables catalog;
     const ast::Statement no_statement;
     const ParameterValues no_values;

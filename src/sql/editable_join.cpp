@@ -88,7 +88,7 @@ private:
     const SlotExpression* EqualTo(const TableSource& source, int column, const std::vector<bool>& reached) const {
         const auto fits = [&](const SlotExpression* own, const SlotExpression* other) {
             return &own->GetSource() == &source && own->GetColumn() == column && IsReached(*other, reached) &&
-                   own->Type() == other->Type();
+                   own->Type() == other->Type() && own->GetShape().scale == other->GetShape().scale;
         };
         for (const Equality& equality : equalities_) {
             if (fits(equality.a, equality.b)) return equality.b;

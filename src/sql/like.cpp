@@ -354,10 +354,6 @@ std::u16string_view FixedPrefix(std::u16string_view pattern) {
     return pattern.substr(0, static_cast<std::size_t>(end - pattern.begin()));
 }
 
-bool MatchesLike(std::u16string_view text, std::u16string_view pattern) {
-    return Pattern(pattern).Matches(text);
-}
-
 ExpressionPtr MakeLike(ExpressionPtr subject, ExpressionPtr pattern) {
     return std::make_unique<LikeCondition>(std::move(subject), std::move(pattern));
 }

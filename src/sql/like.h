@@ -9,7 +9,4 @@ namespace qmtrain::sql {
 // is not the same in the order of texts.
 std::u16string_view FixedPrefix(std::u16string_view pattern);
 
-// Without regard to case. Raises SyntaxInExpression for a set that is not closed or a range that runs backwards.
-bool MatchesLike(std::u16string_view text, std::u16string_view pattern);
-
 }  // namespace qmtrain::sql

@@ -88,7 +88,7 @@ ExpressionPtr Parser::ParseOperators(int lowest) {
     // Most items of a list are values and nothing else.
     if (Peek().kind == TokenKind::Literal && (PeekSymbol(u",", 1) || PeekSymbol(u")", 1))) return ParsePrimary();
     const Nesting nesting(*this);
-    ExpressionPtr left = ParsePrefix();
+    ExpressionPtr left = LacksSubject(lowest) ? Subject() : ParsePrefix();
     while (true) {
         const bool negated = PeekKeyword(u"NOT") && StartsPredicate(Peek(1));
         if (lowest <= kComparison && (negated || (StartsPredicate(Peek()) && !PeekKeyword(u"LIKE")))) {
@@ -106,6 +106,46 @@ ExpressionPtr Parser::ParseOperators(int lowest) {
         ExpressionPtr right = ParseOperators(info->precedence + 1);
         left = Checked(std::make_unique<ast::Binary>(info->op, std::move(left), std::move(right)));
     }
+}
+
+// Whether a comparison begins here without its left side.
+bool Parser::LacksSubject(int lowest) const {
+    if (subject_.empty() || lowest > kComparison) return false;
+    const OperatorInfo* info = FindOperator(Peek());
+    return StartsPredicate(Peek()) || (info != nullptr && info->precedence == kComparison) ||
+           (PeekKeyword(u"NOT") && StartsPredicate(Peek(1)));
+}
+
+ExpressionPtr Parser::Subject() const {
+    auto column = std::make_unique<ast::ColumnName>();
+    column->name = subject_;
+    return column;
+}
+
+ExpressionPtr Parser::ParseColumnRule(std::u16string_view column) {
+    subject_ = column;
+    return AsRule(ParseWholeExpression());
+}
+
+ExpressionPtr Parser::AsRule(ExpressionPtr expression) const {
+    if (expression->kind == ast::ExpressionKind::Binary) {
+        auto& binary = static_cast<ast::Binary&>(*expression);
+        if (binary.op < BinaryOperator::And) return expression;
+        binary.left = AsRule(std::move(binary.left));
+        binary.right = AsRule(std::move(binary.right));
+        return expression;
+    }
+    const ast::Expression* value = expression.get();
+    if (expression->kind == ast::ExpressionKind::Unary) {
+        auto& unary = static_cast<ast::Unary&>(*expression);
+        if (unary.op == ast::UnaryOperator::Not) {
+            unary.operand = AsRule(std::move(unary.operand));
+            return expression;
+        }
+        value = unary.operand.get();
+    }
+    if (value->kind != ast::ExpressionKind::Literal) return expression;
+    return std::make_unique<ast::Binary>(BinaryOperator::Equal, Subject(), std::move(expression));
 }
 
 ExpressionPtr Parser::ParsePrefix() {

@@ -25,6 +25,10 @@ public:
     // A single expression, as a column's default has it.
     ast::ExpressionPtr ParseWholeExpression();
 
+    // A condition on a column, which may be left out where it is on the left of a comparison (">= 1 And < 5"). A value
+    // that stands alone is one that the column may have ("1 Or 2").
+    ast::ExpressionPtr ParseColumnRule(std::u16string_view column);
+
 private:
     // Counts how deep the text nests, so that no input can exhaust the stack.
     class Nesting {
@@ -67,6 +71,9 @@ private:
     ast::ExpressionPtr ParseIn(ast::ExpressionPtr subject, bool negated);
     ast::ExpressionPtr ParseIs(ast::ExpressionPtr subject);
     bool PeekQuantifier() const;
+    bool LacksSubject(int lowest) const;
+    ast::ExpressionPtr Subject() const;
+    ast::ExpressionPtr AsRule(ast::ExpressionPtr expression) const;
     ast::ExpressionPtr ParseQuantified(ast::ExpressionPtr subject, ast::BinaryOperator op);
     ast::ExpressionPtr Checked(ast::ExpressionPtr expression) const;
 
@@ -111,6 +118,7 @@ private:
     std::vector<Token> tokens_;
     std::size_t position_ = 0;
     int depth_ = 0;
+    std::u16string_view subject_;  // of a column's rule; else empty
 };
 
 }  // namespace qmtrain::sql

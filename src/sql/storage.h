@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/validation_rule.h"
 #include "core/value.h"
 
 namespace qmtrain::sql {
@@ -51,6 +52,7 @@ struct Column {
     bool required = false;  // refuses Null
     bool allow_zero_length = true;
     std::u16string default_expression;  // in SQL, empty when there is none
+    ValidationRule validation;          // about this column alone, which need not be named in it
 };
 
 struct IndexColumn {
@@ -212,6 +214,10 @@ public:
     }
     virtual void Delete(RowId row) = 0;
 
+    // Takes the next number of the counter column for a row that is still to come; nothing where numbers are given by
+    // the insertion alone.
+    virtual std::optional<std::int32_t> TakeCounter() { return std::nullopt; }
+
     // The number that the last Insert gave to the counter column, 0 if there is none.
     virtual std::int32_t LastCounter() const = 0;
 };
@@ -231,6 +237,7 @@ struct TableDefinition {
     std::vector<Column> columns;
     std::vector<Index> indexes;
     std::vector<Reference> references;
+    ValidationRule validation = {};
 };
 
 // A change that whoever has the rows makes by himself.

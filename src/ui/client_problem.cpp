@@ -15,6 +15,7 @@ std::u16string_view Problem(const AutomationError& error) {
         case ErrorNumber::MissingParameter: return u"练习记录数据库 Client.mdb 已损坏：其中缺少需要的表或字段。";
         case ErrorNumber::CannotLockFile:
         case ErrorNumber::LockedByOther:
+        case ErrorNumber::OpenedExclusively:
         case ErrorNumber::FileInUse: return u"练习记录数据库 Client.mdb 正被其他程序锁定，请稍后再打开本窗口。";
         case ErrorNumber::CannotOpenFile:
             return u"练习记录数据库 Client.mdb 不能打开：没有权限，或它正被其他程序锁定。";

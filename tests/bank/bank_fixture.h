@@ -16,6 +16,7 @@
 #include "dao/dao.h"
 #include "dao/jet_database.h"
 #include "jet/support/scratch.h"
+#include "support/database_format.h"
 #include "support/ordinary_user.h"
 #include "support/raised.h"
 

@@ -15,8 +15,8 @@ constexpr std::u16string_view kEntries =
 class DataInfoTest : public BankTest {
 protected:
     DataInfoTest() {
-        CreateCatalogue(Path());
-        CreateLocalPaperDatabase(Path(u"Paper.mdb"));
+        CreateCatalogue(Path(), {}, DatabaseFormat());
+        CreateLocalPaperDatabase(Path(u"Paper.mdb"), {}, DatabaseFormat());
         Execute(u"Total.mdb", kEntries);
         Execute(u"Paper.mdb", kEntries);
     }

@@ -54,8 +54,8 @@ INSERT INTO Tbl_ChoiceVice VALUES ('000201', 'VB', 2, NULL, '无字母')
 class QuestionItemTest : public BankTest {
 protected:
     QuestionItemTest() {
-        CreateCatalogue(Path());
-        CreateQuestionBank(Path(u"Vb.mdb"));
+        CreateCatalogue(Path(), {}, DatabaseFormat());
+        CreateQuestionBank(Path(u"Vb.mdb"), {}, DatabaseFormat());
         Execute(u"Total.mdb", u"INSERT INTO Tbl_Subject VALUES ('VB', 2, 'Vb.mdb', NULL)");
         Execute(u"Vb.mdb", kQuestions);
         const dao::Connection bank(Path(u"Vb.mdb"));

@@ -288,6 +288,121 @@ TEST_F(RecordsetTypesTest, FindingBothWays) {
     }
 }
 
+// A condition, and nothing more; it may ask other tables.
+TEST_F(RecordsetTypesTest, WhatFindTakes) {
+    database_->ExecuteScript(u"CREATE TABLE Marks (K LONG); INSERT INTO Marks VALUES (4)");
+    struct Case {
+        const char16_t* criteria;
+        ErrorNumber error;
+        std::int32_t found;
+    };
+    constexpr auto kSyntax = ErrorNumber::SyntaxInExpression;
+    const Case cases[] = {
+        {u"True UNION SELECT * FROM TrainInfo", kSyntax, 1},
+        {u"True GROUP BY TrainID", kSyntax, 1},
+        {u"True ORDER BY TrainID DESC", kSyntax, 1},
+        {u"TrainID = 2; DELETE FROM TrainInfo", kSyntax, 1},
+        {u"", kSyntax, 1},
+        {u"Count(*) > 1", ErrorNumber::AggregateNotAllowed, 1},
+        {u"Missing = 1", ErrorNumber::MissingParameter, 1},
+        {u"TrainID = (SELECT Max(TrainID) FROM TrainInfo)", {}, 5},
+        {u"TrainID IN (SELECT K FROM Marks)", {}, 4},
+        {u"EXISTS (SELECT * FROM Marks WHERE K = TrainID + 1)", {}, 3},
+    };
+    for (const RecordsetType type : {RecordsetType::Dynaset, RecordsetType::Snapshot}) {
+        for (const Case& test : cases) {
+            const auto rows = Open(type);
+            EXPECT_EQ(ErrorOf([&] { rows->FindFirst(test.criteria); }), static_cast<int>(test.error))
+                << ToUtf8(test.criteria);
+            EXPECT_EQ(Number(*rows), test.found) << ToUtf8(test.criteria);
+        }
+    }
+    EXPECT_EQ(Column(u"TrainInfo", u"TrainID"), u"1 2 3 4 5");
+}
+
+TEST_F(RecordsetTypesTest, TypesThatThereAreNot) {
+    for (const int number : {3, 5, 16, -1}) {
+        const auto type = static_cast<RecordsetType>(number);
+        EXPECT_EQ(ErrorOf([&] { Open(type); }), static_cast<int>(ErrorNumber::InvalidArgument)) << number;
+        const auto rows = Open(RecordsetType::Snapshot);
+        EXPECT_EQ(ErrorOf([&] { rows->OpenRecordset(type); }), static_cast<int>(ErrorNumber::InvalidArgument))
+            << number;
+    }
+    const auto forward = Open(RecordsetType::Snapshot)->OpenRecordset(RecordsetType::Default, kForwardOnly);
+    EXPECT_EQ(forward->Type(), RecordsetType::ForwardOnly);
+    EXPECT_EQ(Open(RecordsetType::Default, u"[TrainInfo]")->Type(), RecordsetType::Table);
+    EXPECT_NE(ErrorOf([&] { Open(RecordsetType::Default, u"[]"); }), 0);
+}
+
+// The number of a new row is known before it is written, and nobody else gets it.
+TEST_F(RecordsetTypesTest, ANewRowHasItsNumber) {
+    const auto other = JetDatabase::Open(Name(u"Client.mdb"));
+    for (const RecordsetType type : {RecordsetType::Table, RecordsetType::Dynaset}) {
+        database_->ExecuteScript(u"DELETE FROM TrainInfo WHERE TrainID > 5");
+        const auto rows = Open(type);
+        rows->AddNew();
+        const std::int32_t number = Number(*rows);
+        EXPECT_EQ(Number(*rows), number) << "once";
+        other->Execute(u"INSERT INTO TrainInfo (UserID) VALUES (8)");
+        rows->Fields(u"UserID").Value(std::int32_t{7});
+        rows->Update();
+        EXPECT_EQ(Column(u"SELECT TrainID FROM TrainInfo WHERE UserID = 7", u"TrainID"), ToText(number));
+        EXPECT_EQ(Column(u"SELECT TrainID FROM TrainInfo WHERE UserID = 8", u"TrainID"), ToText(number + 1));
+        rows->AddNew();
+        EXPECT_EQ(Number(*rows), number + 2);
+        rows->CancelUpdate();
+        rows->AddNew();
+        rows->Fields(u"UserID").Value(std::int32_t{9});
+        rows->Update();
+        EXPECT_EQ(Column(u"SELECT TrainID FROM TrainInfo WHERE UserID = 9", u"TrainID"), ToText(number + 3))
+            << "a number that was given is not given again";
+    }
+}
+
+TEST_F(RecordsetTypesTest, PartsOfValues) {
+    database_->Execute(u"CREATE TABLE Parts (T TEXT(9), M MEMO, B BINARY(9), O LONGBINARY, L LONG)");
+    const auto rows = Open(RecordsetType::Dynaset, u"Parts");
+    struct Case {
+        const char16_t* field;
+        std::vector<Value> chunks;
+        ErrorNumber error;  // of the last one
+        Value whole;
+    };
+    const Case cases[] = {
+        {u"T", {u"甲", u"乙"}, {}, u"甲乙"},
+        {u"T", {u"123456", u"7890"}, ErrorNumber::FieldTooLarge, u"123456"},
+        {u"M", {u"a", std::int32_t{5}}, {}, u"a5"},
+        {u"M", {u"a", Null{}}, ErrorNumber::InvalidUseOfNull, u"a"},
+        {u"B", {Bytes{1, 2}, Bytes{3}}, {}, Bytes{1, 2, 3}},
+        {u"O", {Bytes{1}, u"b"}, ErrorNumber::DataTypeConversion, Bytes{1}},
+        {u"L", {std::int32_t{5}}, ErrorNumber::InvalidFieldType, Null{}},
+    };
+    for (const Case& test : cases) {
+        rows->AddNew();
+        Field& field = rows->Fields(test.field);
+        std::int32_t error = 0;
+        for (const Value& chunk : test.chunks) error = ErrorOf([&] { field.AppendChunk(chunk); });
+        EXPECT_EQ(error, static_cast<int>(test.error)) << ToUtf8(test.field);
+        EXPECT_EQ(field.Value(), test.whole) << ToUtf8(test.field);
+        rows->CancelUpdate();
+        EXPECT_EQ(ErrorOf([&] { field.AppendChunk(test.chunks[0]); }),
+                  static_cast<int>(ErrorNumber::UpdateWithoutEdit));
+    }
+    rows->AddNew();
+    rows->Fields(u"M").Value(u"0123456789");
+    rows->Update();
+    rows->MoveFirst();
+    EXPECT_EQ(rows->Fields(u"M").GetChunk(8, 5), Value(u"89"));
+    EXPECT_EQ(rows->Fields(u"M").GetChunk(10, 5), Value(u""));
+    EXPECT_TRUE(rows->Fields(u"O").GetChunk(0, 5).IsNull());
+    EXPECT_EQ(ErrorOf([&] { rows->Fields(u"L").GetChunk(0, 5); }), static_cast<int>(ErrorNumber::InvalidFieldType));
+    EXPECT_EQ(ErrorOf([&] { rows->Fields(u"M").GetChunk(-1, 5); }),
+              static_cast<int>(ErrorNumber::InvalidProcedureCall));
+    rows->Edit();
+    rows->Fields(u"M").Value(u"unwritten");
+    EXPECT_EQ(rows->GetRows(1)[0][1], Value(u"0123456789")) << "what is not written is given up";
+}
+
 TEST_F(RecordsetTypesTest, FiltersClonesAndRequeries) {
     const auto rows = Open(RecordsetType::Dynaset, u"Select TrainID, UserID, Score From TrainInfo Where TrainID < 5");
     rows->Filter(u"UserID = 0 Or Score > 30");
@@ -328,6 +443,17 @@ TEST_F(RecordsetTypesTest, FiltersClonesAndRequeries) {
     database_->Execute(u"DELETE FROM TrainInfo WHERE TrainID = 1");
     all->Requery();
     EXPECT_EQ(Rest(*all), u"2 3 4 5 6");
+}
+
+TEST_F(RecordsetTypesTest, TablesThatOthersChangeMeanwhile) {
+    const auto other = JetDatabase::Open(Name(u"Client.mdb"));
+    const auto rows = Open(RecordsetType::Dynaset, u"SELECT * FROM TrainInfo");
+    other->Execute(u"ALTER TABLE TrainInfo DROP COLUMN Content");
+    EXPECT_EQ(ErrorOf([&] { rows->Edit(); }), static_cast<int>(ErrorNumber::ObjectInvalid));
+    EXPECT_EQ(ErrorOf([&] { rows->Requery(); }), static_cast<int>(ErrorNumber::ObjectInvalid));
+    other->Execute(u"ALTER TABLE TrainInfo ADD COLUMN Content MEMO");
+    rows->Requery();
+    EXPECT_EQ(Rest(*rows), u"1 2 3 4 5");
 }
 
 TEST_F(RecordsetTypesTest, RowsAtOnce) {

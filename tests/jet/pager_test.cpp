@@ -110,6 +110,36 @@ TEST_F(PagerTest, AReadOnlyFolderCanBeRead) {
     EXPECT_TRUE(std::filesystem::exists(JournalPath()));
 }
 
+// Those who may only read the lock file, and those who have none, are kept out of it like all others, and keep it out.
+TEST_F(PagerTest, ADatabaseIsOpenedForOneAlone) {
+    struct NoLockFiles : ReadOnlyFiles {
+        std::unique_ptr<File> OpenPlain(const std::filesystem::path& path, OpenMode) override {
+            Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        }
+    };
+    ReadOnlyFiles read_only;
+    NoLockFiles without;
+    test::ScriptedFiles all;
+    const auto open = [&](FileSystem& files, bool exclusive) {
+        return Database::Open(Path(), {.exclusive = exclusive, .system = &files});
+    };
+    for (FileSystem* files :
+         {static_cast<FileSystem*>(&all), static_cast<FileSystem*>(&read_only), static_cast<FileSystem*>(&without)}) {
+        {
+            const auto other = open(*files, false);
+            EXPECT_EQ(ErrorOf([&] { open(all, true); }), static_cast<int>(ErrorNumber::FileInUse));
+        }
+        const auto alone = open(all, true);
+        EXPECT_EQ(ErrorOf([&] { open(*files, false); }), static_cast<int>(ErrorNumber::OpenedExclusively));
+        const int refused =
+            static_cast<int>(files == &all ? ErrorNumber::FileInUse : ErrorNumber::OperationNotSupported);
+        EXPECT_EQ(ErrorOf([&] { open(*files, true); }), refused);
+        Insert(*alone, u"T", RowFor(400 + (files == &all ? 0 : files == &read_only ? 1 : 2)));
+    }
+    EXPECT_EQ(CountRows(), 53U);
+    EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "test.ldb"));
+}
+
 TEST_F(PagerTest, OpenedReadOnlyIsNotChanged) {
     auto database = Database::Open(Path(), {.read_only = true});
     EXPECT_EQ(ErrorOf([&] { Insert(*database, u"T", RowFor(400)); }), static_cast<int>(ErrorNumber::ReadOnly));

@@ -16,7 +16,6 @@
 #include "core/files.h"
 #include "core/log.h"
 #include "core/log_reader.h"
-#include "core/system.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "dao/jet_database.h"
@@ -24,6 +23,7 @@
 #include "jet/database.h"
 #include "jet/support/scratch.h"
 #include "records/schema.h"
+#include "support/database_format.h"
 #include "support/raised.h"
 
 namespace qmtrain::test {
@@ -41,7 +41,7 @@ protected:
         if (OnServer())
             ServerClientMaker()(Path());
         else
-            CreateClientDatabase(Path(), {}, ClientFormat());
+            CreateClientDatabase(Path(), {}, DatabaseFormat());
     }
 
     static bool OnServer() { return EnvironmentVariable("QMTRAIN_CLIENT_FORMAT") == u"server"; }
@@ -57,13 +57,6 @@ protected:
         const jet::CheckReport report = jet::CheckDatabase(database->Storage());
         for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
         for (const std::u16string& line : report.notes) ADD_FAILURE() << ToUtf8(line);
-    }
-
-    // Jet 4, or the older form when QMTRAIN_CLIENT_FORMAT says "jet3": the tests run with both, and with tables on a
-    // server when it says "server".
-    static jet::NewDatabase ClientFormat() {
-        if (EnvironmentVariable("QMTRAIN_CLIENT_FORMAT") != u"jet3") return {};
-        return {.sort_order = jet::kChineseOrder, .version = jet::Version::Jet3};
     }
 
     // As a host gives it: without a separator at its end.

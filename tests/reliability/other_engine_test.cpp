@@ -88,6 +88,21 @@ TEST_F(OtherEngineTest, EndsATransaction) {
     EXPECT_TRUE(Rows(*database, u"Tbl_SetUser").empty());
 }
 
+// Neither comes in while the other has the database alone.
+TEST_F(OtherEngineTest, AndOneWhoWantsTheDatabaseAlone) {
+    {
+        const Child session = Session(kFirstSlot + 3, F_WRLCK);
+        Await(session);
+        EXPECT_EQ(ErrorOf([&] { jet::Database::Open(File(), {.exclusive = true}); }),
+                  static_cast<std::int32_t>(ErrorNumber::FileInUse));
+    }
+    const auto alone = jet::Database::Open(File(), {.exclusive = true});
+    Insert(*alone, u"Tbl_SetUser", {std::int32_t{1}, u"名", u"号"});
+    const Child session = Session(kFirstSlot, F_WRLCK);
+    Report report{};
+    EXPECT_FALSE(session.Next(report));
+}
+
 // It changes pages without telling anybody, and while it does one is broken for a moment.
 TEST_F(OtherEngineTest, ChangesPagesUnderAReader) {
     constexpr std::size_t kPage = 4096;

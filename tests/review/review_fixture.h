@@ -49,10 +49,10 @@ INSERT INTO TrainResult VALUES (1, 26, 'VB', '000301', 2, Null, '-1', '0', Null,
 INSERT INTO TrainResult VALUES (1, 11, 'VB', '000401', 4, 2, 'a#b@c', 'a@', Null, Null, 1, 2, 4);
 INSERT INTO TrainResult VALUES (1, 30, 'VB', '000501', 16, 12, Null, Null, '{\rtf1 扣 {\b 4} 分\par }', Null, 2, 2, 5);
 INSERT INTO TrainResult VALUES (1, 30, 'NO', '000501', 16, 0, Null, Null, '没有题库', Null, 3, 2, 6))");
-        CreateCatalogue(Path());
+        CreateCatalogue(Path(), {}, DatabaseFormat());
         dao::Connection(File(u"Total.mdb"))->Execute(u"INSERT INTO Tbl_Subject VALUES ('VB', 1, 'Vb.mdb', Null)");
-        CreateQuestionBank(File(u"Vb.mdb"));
-        CreateLocalPaperDatabase(File(u"LocalPaper.mdb"));
+        CreateQuestionBank(File(u"Vb.mdb"), {}, DatabaseFormat());
+        CreateLocalPaperDatabase(File(u"LocalPaper.mdb"), {}, DatabaseFormat());
         for (const std::u16string_view bank : {u"Vb.mdb", u"LocalPaper.mdb"}) {
             dao::JetDatabase::Open(File(bank))
                 ->ExecuteScript(

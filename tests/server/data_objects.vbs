@@ -75,6 +75,11 @@ Set other = rs.Clone
 other.Bookmark = mark
 other.MoveNext
 Check "Clone", other("Name").Value & rs("Name").Value, "BertaAnna"
+other.MoveLast
+other.Move 1, mark
+Check "Move from a bookmark", other("Name").Value, "Berta"
+other.Move -1
+Check "Move", other("Name").Value, "Anna"
 rs.Edit
 rs("Name").Value = "Anne"
 Check "OriginalValue", rs.Fields("Name").OriginalValue, "Anna"
@@ -120,6 +125,27 @@ qd.Parameters("More") = 1
 qd.Execute dbFailOnError
 Check "RecordsAffected", qd.RecordsAffected, CLng(3)
 
+' Rules, and a database for oneself alone.
+Set td = db.CreateTableDef("Marks")
+Set fd = td.CreateField("Mark", dbLong)
+fd.ValidationRule = ">= 0 And <= 100"
+fd.ValidationText = "0 - 100"
+td.Fields.Append fd
+td.ValidationRule = "[Mark] <> 13"
+db.TableDefs.Append td
+db.Execute "INSERT INTO Marks VALUES (100)", dbFailOnError
+On Error Resume Next
+db.Execute "INSERT INTO Marks VALUES (101)", dbFailOnError
+CheckTrue "rule of a field", Err.Number = 3317 And Err.Description = "0 - 100"
+Err.Clear
+db.Execute "UPDATE Marks SET Mark = 13", dbFailOnError
+CheckTrue "rule of a table", Err.Number = 3316
+Err.Clear
+Set other = e.OpenDatabase(Folder & "\Own.mdb", True)
+CheckTrue "not alone", Err.Number = 3045
+Err.Clear
+On Error GoTo 0
+
 ' Relations, transactions, several workspaces.
 db.Execute "CREATE TABLE Classes (Class LONG PRIMARY KEY)"
 db.Execute "INSERT INTO Classes SELECT DISTINCT Class FROM Pupils"
@@ -146,5 +172,12 @@ e.CompactDatabase Folder & "\Own.mdb", Folder & "\Small.mdb"
 Set db = e.OpenDatabase(Folder & "\Small.mdb", False, True)
 Check "Updatable", db.Updatable, False
 Check "compacted", db.OpenRecordset("Pupils").RecordCount, CLng(3)
+db.Close
+Set db = e.OpenDatabase(Folder & "\Small.mdb", True)
+On Error Resume Next
+Set other = e.OpenDatabase(Folder & "\Small.mdb")
+CheckTrue "kept out", Err.Number = 3356
+Err.Clear
+On Error GoTo 0
 db.Close
 Finish

@@ -6,6 +6,7 @@
 #include "core/collation.h"
 #include "core/text.h"
 #include "sql/like.h"
+#include "sql/operators.h"
 #include "sql/support.h"
 
 namespace qmtrain::sql {
@@ -265,6 +266,12 @@ bool FitsSlowly(std::u16string_view text, std::u16string_view pattern, std::size
     }
     fits = found ? 1 : -1;
     return found;
+}
+
+bool MatchesLike(std::u16string_view text, std::u16string_view pattern) {
+    return MakeLike(std::make_unique<LiteralExpression>(Value(text)),
+                    std::make_unique<LiteralExpression>(Value(pattern)))
+               ->Test() == Truth::True;
 }
 
 // Patterns of all lengths, made from their texts so that many fit and the others nearly do.

@@ -5,9 +5,8 @@
 #include <new>
 
 #include "automation/com.h"
-#include "server/module.h"
 
-namespace qmtrain::server {
+namespace qmtrain::automation {
 
 // Runs what stands behind an interface; no C++ exception may leave through it.
 template <class Body>
@@ -48,7 +47,6 @@ protected:
 
 private:
     std::atomic<ULONG> references_ = 1;
-    ModuleLock lock_;
 };
 
 // An interface of an object that counts its references itself.
@@ -69,4 +67,4 @@ protected:
     IUnknown* owner_;
 };
 
-}  // namespace qmtrain::server
+}  // namespace qmtrain::automation
