@@ -39,6 +39,7 @@ constexpr int kLeastPapers = 280;
 constexpr int kBandRow = 44;
 constexpr std::size_t kLastShown = 100;  // the history window has all of them
 constexpr int kBandRows = 2;             // more of them scroll
+constexpr int kUploadInterval = 60'000;  // milliseconds
 
 constexpr std::u16string_view kTitle = u"全国计算机等级考试模拟练习";
 constexpr std::u16string_view kPlace = u"MainWindow";
@@ -137,6 +138,7 @@ MainWindow::MainWindow(DataFolder folder, const Choices& choices)
     if (!read_only_) {
         Guarded([this] {
             UpgradeHostDatabase(folder_.path);
+            UploadWaiting(folder_);
             SettleHandedIn(folder_);
             DiscardEmpty(folder_);
         });
@@ -353,6 +355,11 @@ void MainWindow::BindEvents() {
     LvLast->Bind(wxEVT_DATAVIEW_ITEM_CONTEXT_MENU, [this](wxDataViewEvent&) { ShowPastMenu(); });
     LvLast->Bind(wxEVT_DATAVIEW_SELECTION_CHANGED,
                  [this](wxDataViewEvent&) { BtnReview->Enable(SelectedPast() != nullptr); });
+    // Nobody who is working in another window should have to wait for a server that does not answer.
+    upload_timer_.SetOwner(this);
+    Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+        if (IsEnabled()) Upload();
+    });
     Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
         Remember();
         event.Skip();
@@ -436,10 +443,20 @@ void MainWindow::FillBand() {
     if (!read_only_ && UserId() != -1) {
         Guarded([&] { all = UnfinishedOf(folder_, UserId(), SubjectCode()); });
     }
+    bool waits = false;
     auto* rows = new wxBoxSizer(wxVERTICAL);
     for (const UnfinishedPractice& one : all) {
         auto* row = new wxBoxSizer(wxHORIZONTAL);
         row->Add(MakeLabel(Band, one.Text()), 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(kGap));
+        if (one.waiting) {
+            auto* upload = new wxButton(Band, wxID_ANY, ui::ToWx(u"上传"));
+            SetSpokenName(*upload, u"上传：" + one.Text());
+            upload->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { CallAfter([this] { Upload(); }); });
+            row->Add(upload, 0, wxALIGN_CENTRE_VERTICAL);
+            rows->Add(row, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(kGap));
+            waits = true;
+            continue;
+        }
         auto* resume = new wxButton(Band, wxID_ANY, ui::ToWx(u"继续"));
         auto* discard = new wxButton(Band, wxID_ANY, ui::ToWx(u"放弃"));
         SetSpokenName(*resume, u"继续：" + one.Text());
@@ -461,6 +478,14 @@ void MainWindow::FillBand() {
     Band->SetMinSize(wxSize(-1, FromDIP(shown * kBandRow + kGap)));
     Band->FitInside();
     Band->Show(!all.empty());
+    if (waits && !upload_timer_.IsRunning()) upload_timer_.Start(kUploadInterval);
+}
+
+void MainWindow::Upload() {
+    int left = 0;
+    Guarded([&] { left = UploadWaiting(folder_); });
+    if (left == 0) upload_timer_.Stop();
+    Fill();
 }
 
 void MainWindow::FillPapers(std::int32_t selected) {

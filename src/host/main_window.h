@@ -14,6 +14,7 @@
 #include <wx/scrolwin.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
+#include <wx/timer.h>
 
 #include "host/curve.h"
 #include "host/data_folder.h"
@@ -92,6 +93,7 @@ private:
     void Choose(const Choices& choices);
     void FillPeople(std::int32_t user, std::int32_t subject);
     void FillBand();
+    void Upload();
     void FillPapers(std::int32_t selected);
     void FillPast();
     void CountDueQuestions();
@@ -119,6 +121,7 @@ private:
     std::vector<Subject> subjects_;
     Overview overview_;
     std::function<void()> when_nothing_;  // what the button in the place of papers does
+    wxTimer upload_timer_;                // runs while practices wait for the server
 };
 
 }  // namespace qmtrain::host
