@@ -176,46 +176,96 @@ TEST_F(RemoteSqlTest, WhatTheServerIsAsked) {
     EXPECT_EQ(Explained(u"DELETE FROM tr"), "DELETE FROM \"public\".\"tr\" AS t0\n");
 }
 
-// Random conditions over random rows.
-TEST_F(RemoteSqlTest, RandomConditionsFindTheSameRows) {
-    std::mt19937 random(20051224);
-    const auto pick = [&](std::initializer_list<const char16_t*> choices) {
-        return std::u16string(choices.begin()[random() % choices.size()]);
-    };
-    for (int i = 0; i < 60; ++i) {
-        const std::u16string number = random() % 5 == 0 ? u"Null" : ToText(static_cast<std::int64_t>(random() % 7) - 3);
-        const std::u16string row = number + u", " + pick({u"1", u"2", u"Null"}) + u", " +
-                                   pick({u"#2005-04-12#", u"#1899-12-29 06:00:00#", u"Null"}) + u", " +
-                                   pick({u"True", u"False"}) + u", " + pick({u"0.1", u"2.5", u"-1", u"Null"});
-        for (dao::JetDatabase* database : {database_.get(), file_.get()}) {
-            database->Execute(u"INSERT INTO ti (userid, subject, startdate, shared, score) VALUES (" + row + u")");
+// Random statements over random rows.
+class RandomSqlTest : public RemoteSqlTest {
+protected:
+    void SetUp() override {
+        RemoteSqlTest::SetUp();
+        if (IsSkipped()) return;
+        constexpr int kRows = 60;
+        for (int i = 0; i < kRows; ++i) {
+            const std::u16string number = Pick(5) == 0 ? u"Null" : ToText(std::int64_t{Pick(7)} - 3);
+            const std::u16string row = number + u", " + Pick({u"1", u"2", u"Null"}) + u", " +
+                                       Pick({u"#2005-04-12#", u"#1899-12-29 06:00:00#", u"Null"}) + u", " +
+                                       Pick({u"True", u"False"}) + u", " + Pick({u"0.1", u"2.5", u"-1", u"Null"});
+            OnBoth(u"INSERT INTO ti (userid, subject, startdate, shared, score) VALUES (" + row + u")");
         }
     }
-    const std::function<std::u16string(int)> number = [&](int depth) -> std::u16string {
-        if (depth == 0 || random() % 3 == 0)
-            return pick({u"userid", u"subject", u"score", u"2", u"0.5", u"shared", u"Null"});
-        switch (random() % 5) {
+
+    int Pick(int choices) { return static_cast<int>(random_() % static_cast<unsigned>(choices)); }
+    std::u16string Pick(std::initializer_list<const char16_t*> choices) {
+        return choices.begin()[Pick(static_cast<int>(choices.size()))];
+    }
+
+    std::u16string Number(int depth) {
+        if (depth == 0 || Pick(3) == 0)
+            return Pick({u"userid", u"subject", u"score", u"2", u"0.5", u"shared", u"Null"});
+        switch (Pick(5)) {
             case 0:
-                return u"IIf(" + pick({u"shared", u"userid > 0"}) + u", " + number(depth - 1) + u", " +
-                       number(depth - 1) + u")";
-            case 1: return u"Nz(" + pick({u"userid", u"subject"}) + u", 1)";
-            case 2: return u"Abs(" + number(depth - 1) + u")";
-            default: return u"(" + number(depth - 1) + pick({u" + ", u" - ", u" * "}) + number(depth - 1) + u")";
+                return u"IIf(" + Pick({u"shared", u"userid > 0"}) + u", " + Number(depth - 1) + u", " +
+                       Number(depth - 1) + u")";
+            case 1: return u"Nz(" + Pick({u"userid", u"subject"}) + u", 1)";
+            case 2: return u"Abs(" + Number(depth - 1) + u")";
+            default: return u"(" + Number(depth - 1) + Pick({u" + ", u" - ", u" * "}) + Number(depth - 1) + u")";
         }
-    };
-    const std::function<std::u16string(int)> condition = [&](int depth) -> std::u16string {
-        switch (depth == 0 ? 2 + random() % 4 : random() % 6) {
-            case 0: return u"(" + condition(depth - 1) + pick({u" And ", u" Or "}) + condition(depth - 1) + u")";
-            case 1: return u"Not (" + condition(depth - 1) + u")";
-            case 2: return number(1) + pick({u" Is Null", u" Is Not Null"});
-            case 3: return u"startdate " + pick({u">", u"<=", u"<>"}) + u" #2000-01-01#";
-            case 4: return number(1) + pick({u" In (1, 2, -3)", u" Between -1 And 2"});
-            default: return number(2) + pick({u" = ", u" < ", u" >= ", u" <> "}) + number(2);
+    }
+
+    std::u16string Condition(int depth) {
+        switch (depth == 0 ? 2 + Pick(4) : Pick(6)) {
+            case 0: return u"(" + Condition(depth - 1) + Pick({u" And ", u" Or "}) + Condition(depth - 1) + u")";
+            case 1: return u"Not (" + Condition(depth - 1) + u")";
+            case 2: return Number(1) + Pick({u" Is Null", u" Is Not Null"});
+            case 3: return u"startdate " + Pick({u">", u"<=", u"<>"}) + u" #2000-01-01#";
+            case 4: return Number(1) + Pick({u" In (1, 2, -3)", u" Between -1 And 2"});
+            default: return Number(2) + Pick({u" = ", u" < ", u" >= ", u" <> "}) + Number(2);
         }
-    };
-    for (int i = 0; i < 300; ++i) {
-        const std::u16string sql = u"SELECT trainid FROM ti WHERE " + condition(2) + u" ORDER BY trainid";
+    }
+
+    // Changes both databases. Returns what came of it, which must be the same.
+    std::string OnBoth(const std::u16string& sql) {
+        const auto run = [&](dao::JetDatabase& database) {
+            const std::int32_t error = NumberOf([&] { database.Execute(sql); });
+            return error != 0 ? "error " + std::to_string(error) : std::to_string(database.RecordsAffected());
+        };
+        const std::string expected = run(*file_);
+        EXPECT_EQ(run(*database_), expected) << ToUtf8(sql);
+        return expected;
+    }
+
+    std::mt19937 random_{20051224};
+};
+
+TEST_F(RandomSqlTest, SelectsFindTheSameRows) {
+    constexpr int kStatements = 300;
+    for (int i = 0; i < kStatements; ++i) {
+        const std::u16string where = u" WHERE " + Condition(2);
+        const std::u16string sql =
+            Pick(3) > 0   ? u"SELECT trainid FROM ti" + where + u" ORDER BY trainid"
+            : Pick(2) > 0 ? u"SELECT userid, shared, Count(*) AS n, Sum(ti.trainid) AS s, Max(startdate) AS d FROM ti" +
+                                where + u" GROUP BY userid, shared"
+                          : u"SELECT ti.trainid, code FROM ti " + Pick({u"LEFT", u"INNER"}) +
+                                u" JOIN tr ON ti.trainid = tr.trainid WHERE " + Pick({u"ti.userid", u"tr.id"}) +
+                                Pick({u" > 0", u" Is Null", u" <> 2"}) + u" ORDER BY ti.trainid, tr.id";
         ASSERT_EQ(RowsOf(*database_, sql), RowsOf(*file_, sql)) << ToUtf8(sql);
+    }
+}
+
+TEST_F(RandomSqlTest, ChangesLeaveTheSameRows) {
+    constexpr int kStatements = 60;
+    for (int i = 0; i < kStatements; ++i) {
+        const std::u16string where = u" WHERE " + Condition(1);
+        switch (Pick(6)) {
+            case 0: OnBoth(u"DELETE FROM ti WHERE trainid Mod 17 = 3 And " + Condition(1)); break;
+            case 1:
+                OnBoth(u"INSERT INTO ti (userid, subject, score) SELECT subject, userid, " +
+                       Pick({u"score", u"score / 2", u"Len(code)"}) + u" FROM ti, tr" +
+                       u" WHERE ti.trainid = tr.trainid And ti.trainid < 9");
+                break;
+            case 2: OnBoth(u"UPDATE ti SET shared = " + Pick({u"Not shared", u"userid > 0", u"True"}) + where); break;
+            default: OnBoth(u"UPDATE ti SET " + Pick({u"userid", u"subject", u"score"}) + u" = " + Number(1) + where);
+        }
+        const std::u16string all = u"SELECT * FROM ti ORDER BY trainid";
+        ASSERT_EQ(RowsOf(*database_, all), RowsOf(*file_, all));
     }
 }
 

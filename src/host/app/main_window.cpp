@@ -22,6 +22,7 @@ namespace {
 
 constexpr std::size_t kLastShown = 100;  // the history window has all of them
 constexpr int kBandRows = 2;             // more of them scroll
+constexpr int kUploadInterval = 60'000;  // milliseconds
 
 constexpr std::u16string_view kPlace = u"MainWindow";
 constexpr std::u16string_view kUserSetting = u"User";
@@ -62,6 +63,7 @@ MainWindow::MainWindow(DataFolder folder, const Choices& choices)
     if (!read_only_) {
         Guarded([this] {
             UpgradeHostDatabase(folder_.path);
+            UploadWaiting(folder_);
             SettleHandedIn(folder_);
             DiscardEmpty(folder_);
         });
@@ -147,10 +149,20 @@ void MainWindow::FillBand() {
     if (!read_only_ && UserId() != -1) {
         Guarded([&] { all = UnfinishedOf(folder_, UserId(), SubjectCode()); });
     }
+    bool waits = false;
     auto* rows = new wxBoxSizer(wxVERTICAL);
     for (const UnfinishedPractice& one : all) {
         auto* row = new wxBoxSizer(wxHORIZONTAL);
         row->Add(MakeLabel(Band, one.Text()), 1, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
+        if (one.waiting) {
+            auto* upload = new wxButton(Band, wxID_ANY, ui::ToWx(u"上传"));
+            SetSpokenName(*upload, u"上传：" + one.Text());
+            upload->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { CallAfter([this] { Upload(); }); });
+            row->Add(upload, 0, wxALIGN_CENTRE_VERTICAL);
+            rows->Add(row, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(ui::kGap));
+            waits = true;
+            continue;
+        }
         auto* resume = new wxButton(Band, wxID_ANY, ui::ToWx(u"继续"));
         auto* discard = new wxButton(Band, wxID_ANY, ui::ToWx(u"放弃"));
         SetSpokenName(*resume, u"继续：" + one.Text());
@@ -172,6 +184,14 @@ void MainWindow::FillBand() {
     Band->SetMinSize(wxSize(-1, FromDIP(shown * kBandRow + ui::kGap)));
     Band->FitInside();
     Band->Show(!all.empty());
+    if (waits && !upload_timer_.IsRunning()) upload_timer_.Start(kUploadInterval);
+}
+
+void MainWindow::Upload() {
+    int left = 0;
+    Guarded([&] { left = UploadWaiting(folder_); });
+    if (left == 0) upload_timer_.Stop();
+    Fill();
 }
 
 void MainWindow::FillPapers(std::int32_t selected) {

@@ -16,6 +16,7 @@
 #include <wx/scrolwin.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
+#include <wx/timer.h>
 
 #include "host/data/data_folder.h"
 #include "host/data/people.h"
@@ -97,6 +98,7 @@ private:
     void Choose(const Choices& choices);
     void FillPeople(std::int32_t user, std::int32_t subject);
     void FillBand();
+    void Upload();
     void FillPapers(std::int32_t selected);
     void FillPast();
     void CountDueQuestions();
@@ -124,6 +126,7 @@ private:
     std::vector<Subject> subjects_;
     Overview overview_;
     std::function<void()> when_nothing_;  // what the button in the place of papers does
+    wxTimer upload_timer_;                // runs while practices wait for the server
 };
 
 }  // namespace qmtrain::host

@@ -226,6 +226,11 @@ void MainWindow::BindEvents() {
     LvLast->Bind(wxEVT_DATAVIEW_ITEM_CONTEXT_MENU, [this](wxDataViewEvent&) { ShowPastMenu(); });
     LvLast->Bind(wxEVT_DATAVIEW_SELECTION_CHANGED,
                  [this](wxDataViewEvent&) { BtnReview->Enable(SelectedPast() != nullptr); });
+    // Nobody who is working in another window should have to wait for a server that does not answer.
+    upload_timer_.SetOwner(this);
+    Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+        if (IsEnabled()) Upload();
+    });
     Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
         Remember();
         event.Skip();

@@ -75,6 +75,7 @@ bool Prepare(const DataFolder& folder, bool ask) {
 
 void PractiseOne(const DataFolder& folder, const Options& options) {
     UpgradeHostDatabase(folder.path);
+    UploadWaiting(folder);
     SettleHandedIn(folder);
     DiscardEmpty(folder);
     std::optional<Paper> paper;

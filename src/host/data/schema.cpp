@@ -40,6 +40,8 @@ constexpr std::u16string_view kUnfinishedState =
     u" CurrentPlace LONG, Questions MEMO, Running YESNO)";
 constexpr std::u16string_view kFinished =
     u"CREATE TABLE Finished (TrainID LONG CONSTRAINT PrimaryKey PRIMARY KEY, PaperNo LONG, Mode LONG, IsNet YESNO)";
+constexpr std::u16string_view kWaiting =
+    u"CREATE TABLE Waiting (TrainID LONG CONSTRAINT PrimaryKey PRIMARY KEY, EndDate DATETIME, SecondsUsed LONG)";
 constexpr std::u16string_view kSettings =
     u"CREATE TABLE Settings (Name TEXT(50) CONSTRAINT PrimaryKey PRIMARY KEY, Content MEMO)";
 
@@ -75,7 +77,8 @@ void AddStates(dao::Database& host) {
 
 void CreateHostDatabase(std::u16string_view file, const dao::DatabaseFill& fill) {
     std::u16string tables(kTables);
-    for (const std::u16string_view table : {kUnfinishedState, kFinished, kSettings}) tables.append(table).append(u";");
+    for (const std::u16string_view table : {kUnfinishedState, kFinished, kWaiting, kSettings})
+        tables.append(table).append(u";");
     dao::MakeDatabase(file, tables, [&](dao::Database& host) {
         EnsureLearningTables(host);
         if (fill) fill(host);
@@ -96,6 +99,7 @@ void UpgradeHostDatabase(std::u16string_view folder) {
     const dao::Connection host(DataFolder{std::u16string(folder)}.Host());
     dao::Database& database = Of(host);
     EnsureLearningTables(database);
+    if (!HasTable(database, u"Waiting")) database.Execute(kWaiting);
     if (HasTable(database, u"UnfinishedState")) return;
     TakeBackResults(folder, database);
     database.Atomically([&] {

@@ -37,6 +37,7 @@ struct Outcome {
     std::vector<QuestionOutcome> questions;
     std::int32_t seconds_used = 0;
     std::optional<float> rate_before;  // percent, of the previous attempt at the same paper
+    bool recorded = true;              // else the server could not be reached, and the practice waits for it
 
     float Score() const;
     float FullScore() const;

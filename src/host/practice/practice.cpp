@@ -8,6 +8,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "core/trap.h"
 #include "dao/transaction.h"
 #include "host/data/people.h"
 #include "host/data/schema.h"
@@ -32,6 +33,8 @@ void OpenTrainings(TrainInfo& train, const DataFolder& folder) {
 std::u16string OfTraining(std::int32_t train_id) {
     return u" Where TrainID=" + ToText(train_id);
 }
+
+constexpr std::u16string_view kAgain = u"答案仍然保留，可以再次交卷。";
 
 // Results know a question by its bank and number.
 void RequireOnce(const Paper& paper) {
@@ -80,13 +83,32 @@ Practice::Practice(const DataFolder& folder, Paper paper, const Start& start, Pr
 
 Practice::Practice(const DataFolder& folder, std::int32_t train_id, PracticeClock::Source now)
     : folder_(folder), train_id_(train_id), clock_(0, std::move(now)), host_(UpgradedHost(folder)) {
-    const auto rows = host_->OpenRecordset(u"Select * From Unfinished" + OfTraining(train_id));
+    if (IsWaiting(*host_.operator->(), train_id)) Fail(u"这次练习已经交卷，尚未上传。");
+    Load();
+    const auto state = host_->OpenRecordset(u"Select * From UnfinishedState" + OfTraining(train_id));
+    const std::int32_t used = LongOr(state->Fields(u"SecondsUsed").Value(), 0);
+    const bool died = ToBoolean(state->Fields(u"Running").Value());
+    clock_.Used(used + (died ? kKeepInterval : 0));
+    kept_ = used;
+    SaveTime(true);
+    times_.Load(*host_.operator->(), train_id_, paper_.questions);
+    times_.Start(states_.size(), current_, clock_.Used());
+}
+
+Practice::Practice(const DataFolder& folder, std::int32_t train_id, ForUpload)
+    : folder_(folder), train_id_(train_id), clock_(0, SystemClock()), host_(folder.Host()) {
+    Load();
+}
+
+// What the host's database has of the practice.
+void Practice::Load() {
+    const auto rows = host_->OpenRecordset(u"Select * From Unfinished" + OfTraining(train_id_));
     if (!HasRow(*rows)) Fail(u"这次练习已经交卷。");
-    auto paper = FindPaper(folder, ToLong(rows->Fields(u"PaperNo").Value()));
+    auto paper = FindPaper(folder_, ToLong(rows->Fields(u"PaperNo").Value()));
     if (!paper) Fail(u"找不到这次练习的试卷，只能放弃这次练习。");
     start_.user_id = ToLong(rows->Fields(u"UserID").Value());
     start_.edition = ToBoolean(rows->Fields(u"IsNet").Value()) ? Edition::Network : Edition::StandAlone;
-    const auto state = host_->OpenRecordset(u"Select * From UnfinishedState" + OfTraining(train_id));
+    const auto state = host_->OpenRecordset(u"Select * From UnfinishedState" + OfTraining(train_id_));
     if (!HasRow(*state)) Fail(u"这次练习的状态不完整，只能放弃这次练习。");
     start_.mode = static_cast<Mode>(LongOr(state->Fields(u"Mode").Value(), 0));
     start_.questions = ToNumbers(TextOr(state->Fields(u"Questions").Value(), u""));
@@ -97,13 +119,6 @@ Practice::Practice(const DataFolder& folder, std::int32_t train_id, PracticeCloc
                         states_.size() - 1);
     LoadAnswers();
     LoadQuestions();
-    const std::int32_t used = LongOr(state->Fields(u"SecondsUsed").Value(), 0);
-    const bool died = ToBoolean(state->Fields(u"Running").Value());
-    clock_.Used(used + (died ? kKeepInterval : 0));
-    kept_ = used;
-    SaveTime(true);
-    times_.Load(*host_.operator->(), train_id_, paper_.questions);
-    times_.Start(states_.size(), current_, clock_.Used());
 }
 
 void Practice::AddUnfinished() {
@@ -257,32 +272,69 @@ void Practice::Pause() {
     times_.Save(*host_.operator->(), train_id_, paper_.questions);
 }
 
-Outcome Practice::HandIn() {
+Outcome Practice::Marked() const {
     Outcome outcome;
     for (std::size_t i = 0; i < states_.size(); ++i) outcome.questions.push_back(OutcomeOf(i));
-    outcome.seconds_used = SecondsUsed();
-    if (start_.mode == Mode::Exam) outcome.seconds_used = std::min(outcome.seconds_used, paper_.minutes * 60);
-    outcome.rate_before = RateBefore(folder_, paper_, start_.user_id, train_id_);
-    times_.MoveTo(current_, outcome.seconds_used);
-    Record(outcome);
-    times_.Save(*host_.operator->(), train_id_, paper_.questions);
-    Finish();
     return outcome;
 }
 
+Outcome Practice::HandIn() {
+    Outcome outcome = Marked();
+    outcome.seconds_used = SecondsUsed();
+    if (start_.mode == Mode::Exam) outcome.seconds_used = std::min(outcome.seconds_used, paper_.minutes * 60);
+    times_.MoveTo(current_, outcome.seconds_used);
+    const Date end = Now();
+    try {
+        outcome.rate_before = RateBefore(folder_, paper_, start_.user_id, train_id_);
+        if (IsHandedIn(folder_, train_id_)) Fail(u"这次练习已经在另一个窗口中交卷。");
+        SaveTime(true);
+        Record(outcome, end);
+    } catch (const AutomationError& error) {
+        if (!IsServerAway(error)) throw;
+        Wait(outcome, end);
+        outcome.recorded = false;
+    }
+    times_.Save(*host_.operator->(), train_id_, paper_.questions);
+    Finish(outcome.recorded);
+    return outcome;
+}
+
+void Practice::Upload(const DataFolder& folder, std::int32_t train_id) {
+    if (!IsHandedIn(folder, train_id)) {
+        Practice practice(folder, train_id, ForUpload());
+        const auto rows = practice.host_->OpenRecordset(u"Select * From Waiting" + OfTraining(train_id));
+        if (!HasRow(*rows)) return;
+        Outcome outcome = practice.Marked();
+        outcome.seconds_used = LongOr(rows->Fields(u"SecondsUsed").Value(), 0);
+        practice.Record(outcome, DateOr(rows->Fields(u"EndDate").Value(), Now()));
+    }
+    SettleHandedIn(folder);
+}
+
 // The training first: it is listed from the moment in which its results are there, all at once.
-void Practice::Record(const Outcome& outcome) {
-    if (IsHandedIn(folder_, train_id_)) Fail(u"这次练习已经在另一个窗口中交卷。");
-    SaveTime(true);
-    const std::u16string again = u"答案仍然保留，可以再次交卷。";
+void Practice::Record(const Outcome& outcome, Date end) {
+    const TrapWatch watch;
+    try {
+        RecordTraining(outcome, end);
+        RecordResults(outcome);
+    } catch (const AutomationError&) {
+        if (watch.First() && IsServerAway(*watch.First())) throw AutomationError(*watch.First());
+        throw;
+    }
+}
+
+void Practice::RecordTraining(const Outcome& outcome, Date end) {
     {
         TrainInfo train;
         OpenTrainings(train, folder_);
-        if (!train.Update(train_id_, Now(), outcome.Score())) Fail(u"无法记录成绩，" + again);
+        if (!train.Update(train_id_, end, outcome.Score())) Fail(u"无法记录成绩，" + std::u16string(kAgain));
     }
     // A practice that was left for a while took less time than lies between its start and its end.
     dao::Connection(ClientDatabase(folder_.path))
         ->Execute(u"Update TrainInfo Set UseTime=" + ToText(outcome.seconds_used) + OfTraining(train_id_));
+}
+
+void Practice::RecordResults(const Outcome& outcome) {
     TrainResult result;
     result.ClientPath(folder_.path);
     dao::Transaction transaction;
@@ -293,14 +345,28 @@ void Practice::Record(const Outcome& outcome) {
             result.Add(train_id_, place.type, place.data_code, place.rec_no, place.score, 0, Content(i).answer, u"",
                        u"", place.distin, place.difficult, place.number) &&
             result.Update(train_id_, place.data_code, place.rec_no, mark.score, Answer(i), mark.error, mark.error_xml);
-        if (!recorded) Fail(u"无法记录第 " + ToText(place.number) + u" 题的成绩，" + again);
+        if (!recorded) Fail(u"无法记录第 " + ToText(place.number) + u" 题的成绩，" + std::u16string(kAgain));
     }
     transaction.Commit();
 }
 
+void Practice::Wait(const Outcome& outcome, Date end) {
+    host_->Atomically([&] {
+        SaveTime(false);
+        const auto rows = host_->OpenRecordset(u"Select * From Waiting" + OfTraining(train_id_));
+        if (HasRow(*rows)) return;
+        rows->AddNew();
+        rows->Fields(u"TrainID").Value(train_id_);
+        rows->Fields(u"EndDate").Value(end);
+        rows->Fields(u"SecondsUsed").Value(outcome.seconds_used);
+        rows->Update();
+    });
+}
+
 // The practice is handed in whether this comes true or not: the next start makes up for it.
-void Practice::Finish() {
+void Practice::Finish(bool recorded) {
     clock_.Stop();
+    if (!recorded) return;
     try {
         SettleHandedIn(folder_);
     } catch (const AutomationError&) {

@@ -83,8 +83,13 @@ public:
     // Stops the clock until the practice goes on.
     void Pause();
 
-    // Marks and records. Raises the component's error when that fails; the practice can then be handed in again.
+    // Marks and records. Where the database server cannot be reached, the answers wait in the host's database: see
+    // Upload(). Raises the component's error when anything else fails; the practice can then be handed in again.
     Outcome HandIn();
+
+    // Records a practice that waits, as it was handed in. Raises OdbcConnectionFailed or OperationCancelled while the
+    // server still cannot be reached.
+    static void Upload(const DataFolder& folder, std::int32_t train_id);
 
 private:
     struct State {
@@ -93,15 +98,24 @@ private:
         bool checked = false;
     };
 
+    // One that waits, only to be uploaded.
+    struct ForUpload {};
+    Practice(const DataFolder& folder, std::int32_t train_id, ForUpload);
+
     static PracticeClock::Source SystemClock() { return std::chrono::steady_clock::now; }
 
+    void Load();
     void LoadQuestions();
     void LoadAnswers();
     void AddUnfinished();
     void Save(std::size_t index);
     void SaveTime(bool running);
-    void Record(const Outcome& outcome);
-    void Finish();
+    Outcome Marked() const;
+    void Record(const Outcome& outcome, Date end);
+    void RecordTraining(const Outcome& outcome, Date end);
+    void RecordResults(const Outcome& outcome);
+    void Wait(const Outcome& outcome, Date end);
+    void Finish(bool recorded);
 
     DataFolder folder_;
     Paper paper_;

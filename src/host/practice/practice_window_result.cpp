@@ -60,6 +60,8 @@ void PracticeWindow::Finished() {
     BtnClose->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Leave(); });
     ShowCells();
     ShowSummary();
+    if (result_->recorded) return;
+    Notice->ShowMessage(ui::ToWx(u"尚未上传：服务器现在不能使用。答案保存在本机，会自动再次上传。"), wxICON_WARNING);
 }
 
 void PracticeWindow::ShowSummary() {

@@ -19,6 +19,7 @@ bool HasResults(dao::Connection& client, std::int32_t train_id) {
 }
 
 void Forget(dao::Connection& host, std::int32_t train_id) {
+    host->Execute(u"Delete From Waiting" + OfTraining(train_id));
     host->Execute(u"Delete From UnfinishedAnswers" + OfTraining(train_id));
     host->Execute(u"Delete From UnfinishedState" + OfTraining(train_id));
     host->Execute(u"Delete From Unfinished" + OfTraining(train_id));
@@ -53,6 +54,7 @@ std::vector<std::int32_t> Numbers(dao::Connection& host, std::u16string_view que
 }  // namespace
 
 std::u16string UnfinishedPractice::Text() const {
+    if (waiting) return (u"“" + title + u"”（").append(ModeText(mode)) + u"）已经交卷，尚未上传";
     if (!has_paper) return u"一次练习的试卷已经不存在，只能放弃。";
     std::u16string text = (u"“" + title + u"”（").append(ModeText(mode)) + u"）还没有交卷：已答 " + ToText(answered) +
                           u" / " + ToText(questions) + u" 题，";
@@ -64,6 +66,7 @@ std::vector<UnfinishedPractice> UnfinishedOf(const DataFolder& folder, std::int3
     dao::Connection host(folder.Host());
     std::vector<UnfinishedPractice> all;
     if (!HasTable(*host.operator->(), u"UnfinishedState")) return all;  // an earlier version's that cannot be changed
+    const bool has_waiting = HasTable(*host.operator->(), u"Waiting");
     const std::u16string in_subject = subject == -1 ? u"" : u" And U.SubjectCode=" + ToText(subject);
     const auto rows = host->OpenRecordset(
         u"Select U.TrainID, U.PaperNo, U.IsNet, U.StartDate, S.SecondsUsed, S.Mode, S.Questions"
@@ -74,6 +77,7 @@ std::vector<UnfinishedPractice> UnfinishedOf(const DataFolder& folder, std::int3
         one.train_id = ToLong(rows->Fields(u"TrainID").Value());
         one.mode = static_cast<Mode>(LongOr(rows->Fields(u"Mode").Value(), 0));
         one.edition = ToBoolean(rows->Fields(u"IsNet").Value()) ? Edition::Network : Edition::StandAlone;
+        one.waiting = has_waiting && IsWaiting(*host.operator->(), one.train_id);
         one.start = DateOr(rows->Fields(u"StartDate").Value(), {});
         one.seconds_used = LongOr(rows->Fields(u"SecondsUsed").Value(), 0);
         const std::int32_t paper_no = LongOr(rows->Fields(u"PaperNo").Value(), 0);
@@ -98,6 +102,40 @@ void Discard(const DataFolder& folder, std::int32_t train_id) {
     client->Atomically([&] {
         if (!HasResults(client, train_id)) client->Execute(u"Delete From TrainInfo" + OfTraining(train_id));
     });
+}
+
+bool IsWaiting(dao::Database& host, std::int32_t train_id) {
+    return HasRow(*host.OpenRecordset(u"Select TrainID From Waiting" + OfTraining(train_id)));
+}
+
+bool IsServerAway(const AutomationError& error) {
+    return error.Is(ErrorNumber::OdbcConnectionFailed) || error.Is(ErrorNumber::OperationCancelled);
+}
+
+// The first that the server does not answer ends it: the others would only wait too. One that can no longer be recorded
+// for another reason does not keep back the others.
+int UploadWaiting(const DataFolder& folder) {
+    std::vector<std::int32_t> waiting;
+    {
+        dao::Connection host(folder.Host());
+        waiting = Numbers(host, u"Select TrainID From Waiting Order By TrainID");
+    }
+    if (waiting.empty()) return 0;
+    int left = static_cast<int>(waiting.size());
+    try {
+        SettleHandedIn(folder);
+        for (const std::int32_t train_id : waiting) {
+            try {
+                Practice::Upload(folder, train_id);
+                --left;
+            } catch (const AutomationError& error) {
+                if (IsServerAway(error)) throw;
+            }
+        }
+    } catch (const AutomationError& error) {
+        if (!IsServerAway(error)) throw;
+    }
+    return left;
 }
 
 bool IsHandedIn(const DataFolder& folder, std::int32_t train_id) {

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "core/date.h"
+#include "core/error.h"
+#include "dao/dao.h"
 #include "host/data/data_folder.h"
 #include "host/practice/practice.h"
 
@@ -16,6 +18,7 @@ struct UnfinishedPractice {
     std::int32_t train_id = -1;
     std::u16string title;  // of the paper
     bool has_paper = true;
+    bool waiting = false;  // handed in, but the server has not taken it yet
     Mode mode = Mode::Exam;
     Edition edition = Edition::StandAlone;
     Date start = {};
@@ -36,6 +39,15 @@ void Discard(const DataFolder& folder, std::int32_t train_id);
 
 // Whether the training has its results.
 bool IsHandedIn(const DataFolder& folder, std::int32_t train_id);
+
+// Whether a practice was handed in that the server has not taken yet.
+bool IsWaiting(dao::Database& host, std::int32_t train_id);
+
+// Whether an error means that the database server cannot be reached now.
+bool IsServerAway(const AutomationError& error);
+
+// Records the practices that wait. Returns how many still do.
+int UploadWaiting(const DataFolder& folder);
 
 // Cleans up after a process that was killed: practices that have been handed in are no longer unfinished, and those of
 // a paper without questions are discarded.
