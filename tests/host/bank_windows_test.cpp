@@ -231,7 +231,7 @@ TEST_F(BankWindowTest, APaperIsMadeByRules) {
             boxes_.Expect(wxID_OK);
             Click(*dialog.BtnOK);
         })
-        .Await("why not", [&] { return !boxes_.HasSaid(); })
+        .Await("why not", [&] { return boxes_.HasSaid(); })
         .Do([&] { dialog.SpnCounts[Kind::Single]->SetValue(4); })
         .DoLast([&] { Click(*dialog.BtnOK); });
     EXPECT_EQ(script.Play(dialog), wxID_OK);
