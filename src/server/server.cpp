@@ -51,6 +51,7 @@ STDAPI DllGetClassObject(REFCLSID class_id, REFIID id, void** out) {
         PrepareModule();
         const Class* made = FindClass(class_id);
         if (made == nullptr) return CLASS_E_CLASSNOTAVAILABLE;
+        OpenTypeLibrary();
         const auto factory = automation::ComPtr<IClassFactory>::Attach(new Factory(*made));
         return factory->QueryInterface(id, out);
     });

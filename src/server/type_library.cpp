@@ -87,6 +87,13 @@ ComPtr<ITypeInfo> TypeInformation(const GUID& id) {
     return information;
 }
 
+void OpenTypeLibrary() noexcept {
+    try {
+        TypeLibrary();
+    } catch (...) {  // NOLINT: told to who asks for a description
+    }
+}
+
 void CloseTypeLibrary() {
     const std::lock_guard lock(type_library_mutex);
     type_library = {};

@@ -1,5 +1,7 @@
 // Objects, threads and the library itself over a long time.
 #include <atomic>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -86,6 +88,25 @@ TEST(UnloadingTest, TheLibraryComesAndGoes) {
             EXPECT_TRUE(server.CanUnload()) << round;
         }
         EXPECT_EQ(GetModuleHandleW(L"QmTrainInfo.dll"), nullptr) << round;
+    }
+    CoUninitialize();
+}
+
+// An update moves the file of a library in use aside and puts another one in its place: who has the old one goes on
+// with all of it, and reads nothing from the new file.
+TEST(ReplacedTest, TheLibraryInUseGoesOn) {
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    const ScratchFolder folder;
+    const std::filesystem::path file = folder.Path() / "QmTrainInfo.dll";
+    std::filesystem::copy_file(ServerFile(), file);
+    {
+        const LoadedServer server(file);
+        Object answer(server.Create(CLSID_FillAnswer));
+        std::filesystem::rename(file, folder.Path() / "QmTrainInfo.dll.old");
+        std::ofstream(file) << "another one";
+        answer.Call(u"InitClass", u"a#b@c");
+        Object helper(server.Create(CLSID_Utilities));
+        EXPECT_EQ(helper.Call(u"GetChoiceAnswerString", std::int32_t{5}).ToValue(), Value(u"AC"));
     }
     CoUninitialize();
 }

@@ -25,9 +25,9 @@ struct HandleCloser {
 
 // Of one folder, whatever way leads to it.
 std::wstring NameOf(std::u16string_view folder) {
-    const std::u16string real =
-        FoldName(FromNativePath(absolute(FileSystem::Native().RealPath(ToNativePath(folder))).lexically_normal()));
-    return L"qmtrain-" + std::to_wstring(std::hash<std::u16string>()(real));
+    auto real = absolute(FileSystem::Native().RealPath(ToNativePath(folder))).lexically_normal();
+    if (!real.has_filename()) real = real.parent_path();  // it ended with a separator
+    return L"qmtrain-" + std::to_wstring(std::hash<std::u16string>()(FoldName(FromNativePath(real))));
 }
 
 struct Wanted {

@@ -5,6 +5,27 @@
 #include "host/practice/practice_window.h"
 
 namespace qmtrain::host {
+namespace {
+
+// Presses the button whose caption underlines the letter. Not every Windows looks for it beyond the panel that has the
+// keyboard.
+bool PressByLetter(const wxWindow& window, int letter) {
+    for (wxWindow* child : window.GetChildren()) {
+        if (!child->IsShown()) continue;
+        if (auto* button = dynamic_cast<wxButton*>(child); button != nullptr && button->IsEnabled()) {
+            if (button->GetLabel().Upper().Contains(wxString("&") + static_cast<wxChar>(letter))) {
+                auto* click = new wxCommandEvent(wxEVT_BUTTON, button->GetId());
+                click->SetEventObject(button);
+                button->GetEventHandler()->QueueEvent(click);
+                return true;
+            }
+        }
+        if (PressByLetter(*child, letter)) return true;
+    }
+    return false;
+}
+
+}  // namespace
 
 // Steps that rebuild the answer come after the key: the control that got it must not be gone before.
 bool PracticeWindow::HandleKey(const wxKeyEvent& event) {
@@ -13,7 +34,7 @@ bool PracticeWindow::HandleKey(const wxKeyEvent& event) {
     const bool in_box = in_text && focus->HasFlag(wxTE_MULTILINE);
     const bool on_button = dynamic_cast<wxAnyButton*>(focus) != nullptr || dynamic_cast<wxCheckBox*>(focus) != nullptr;
     const int key = event.GetKeyCode();
-    if (event.AltDown()) return false;
+    if (event.AltDown()) return PressByLetter(*this, key);
     switch (key) {
         case WXK_ESCAPE: CallAfter([this] { Leave(); }); return true;
         case WXK_F1: {

@@ -2,8 +2,7 @@
 
 #include <cstdlib>
 
-#include <wx/log.h>
-#include <wx/mstream.h>
+#include <wx/dcmemory.h>
 #include <wx/panel.h>
 #include <wx/settings.h>
 #include <wx/sizer.h>
@@ -13,6 +12,7 @@
 #include "exchange/html.h"
 #include "exchange/question.h"
 #include "exchange/text_file.h"
+#include "ui/picture_decoder.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
@@ -50,6 +50,19 @@ document::CharacterFormat FormatOf(const wxRichTextAttr& attributes) {
         format.font = exchange::kProgramFont;
     }
     return format;
+}
+
+// What the box shows is a bitmap, the one kind of picture that the toolkit writes on every system; it knows nothing
+// that one could see through.
+wxImage OnGround(const wxImage& image, const wxColour& ground) {
+    if (!image.HasAlpha() && !image.HasMask()) return image;
+    wxBitmap whole(image.GetSize());
+    wxMemoryDC dc(whole);
+    dc.SetBackground(ground);
+    dc.Clear();
+    dc.DrawBitmap(wxBitmap(image), 0, 0, true);
+    dc.SelectObject(wxNullBitmap);
+    return whole.ConvertToImage();
 }
 
 }  // namespace
@@ -136,13 +149,12 @@ void RichEditor::SetBullets(const document::RichText& text) {
 }
 
 void RichEditor::WritePicture(std::shared_ptr<const document::Picture> picture) {
-    const Bytes bytes = document::PictureFile(*picture);
-    wxMemoryInputStream stream(bytes.data(), bytes.size());
-    const wxLogNull quiet;
-    wxImage image(stream, wxBITMAP_TYPE_ANY);
     const int width = std::max(1, picture->width / document::kTwipsPerPixel);
     const int height = std::max(1, picture->height / document::kTwipsPerPixel);
-    if (!image.IsOk()) {
+    wxImage image = ui::DecodePicture(*picture, wxSize(width, height));
+    if (image.IsOk()) {
+        image = OnGround(image, GetBackgroundColour());
+    } else {
         image = wxImage(width, height);
         image.SetRGB(wxRect(0, 0, width, height), 200, 200, 200);
     }
@@ -151,7 +163,7 @@ void RichEditor::WritePicture(std::shared_ptr<const document::Picture> picture) 
     attributes.GetTextBoxAttr().GetWidth().SetValue(width, wxTEXT_ATTR_UNITS_PIXELS);
     attributes.GetTextBoxAttr().GetHeight().SetValue(height, wxTEXT_ATTR_UNITS_PIXELS);
     pictures_.push_back(std::move(picture));
-    WriteImage(image, wxBITMAP_TYPE_PNG, attributes);
+    WriteImage(image, wxBITMAP_TYPE_BMP, attributes);
 }
 
 document::RichText RichEditor::GetRich() {

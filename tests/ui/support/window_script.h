@@ -109,7 +109,11 @@ private:
             auto* dialog = dynamic_cast<wxDialog*>(window);
             if (dialog != nullptr && dialog->IsModal()) innermost = dialog;
         }
-        if (innermost != nullptr) innermost->EndModal(wxID_CANCEL);
+        if (innermost != nullptr) {
+            innermost->EndModal(wxID_CANCEL);
+        } else {
+            wxTheApp->ExitMainLoop();  // of a main window
+        }
     }
 
     std::vector<Entry> entries_;
