@@ -4,7 +4,7 @@ namespace qmtrain::notes {
 
 void NoteEditing::Modify() {
     save_enabled_ = false;
-    state_ = State::Modifying;
+    state_ = state_ == State::SaveFailed ? State::ModifyingUnsaved : State::Modifying;
 }
 
 void NoteEditing::Save() {

@@ -30,7 +30,9 @@ public:
     void SaveFailed() { state_ = State::SaveFailed; }
 
     // Whether closing the window would drop what was typed into the note.
-    bool Unsaved() const { return state_ == State::SaveFailed || state_ == State::Changed; }
+    bool Unsaved() const {
+        return state_ == State::SaveFailed || state_ == State::Changed || state_ == State::ModifyingUnsaved;
+    }
 
     // The note has been deleted and another node takes its place.
     void Deleted() { Save(); }
@@ -49,8 +51,11 @@ private:
         Modifying,
         Changed,
         SaveFailed,
+        ModifyingUnsaved,  // "Modify" after a failed save: what was typed before is still there
     };
-    bool IsModifying() const { return state_ == State::Modifying || state_ == State::Changed; }
+    bool IsModifying() const {
+        return state_ == State::Modifying || state_ == State::Changed || state_ == State::ModifyingUnsaved;
+    }
 
     State state_ = State::List;
     bool save_enabled_ = false;  // stays on where a changed note is left without saving
