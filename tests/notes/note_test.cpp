@@ -20,7 +20,7 @@ protected:
         Execute(
             u"INSERT INTO Notes (Name, Content, CreateUserID, CreateDate, ViewTimes, IsShared, DataCode, QuestionRecNo,"
             u" SubjectCode) VALUES ('名', '内容', 7, #2005-04-12 08:30:00#, 4, True, 'VB', '0001', 2);"
-            u"INSERT INTO Notes (DataCode) VALUES ('空')");
+            u"INSERT INTO Notes (DataCode) VALUES ('NO')");
     }
 
     void Open(Note& note) const {
@@ -130,7 +130,7 @@ TEST_F(NoteTest, LoadsByNumberAndByQuestion) {
         {"number of the user", by_id(1, 7), stored},
         {"number of another user", by_id(1, 8), none},
         {"no such number", by_id(99, -1), none},
-        {"Nulls", by_id(2, -1), u"2||" + kNoDate + u"|own||1|空||0|0"},
+        {"Nulls", by_id(2, -1), u"2||" + kNoDate + u"|own||1|NO||0|0"},
         {"question", by_question(u"0001", 2, 7), stored},
         {"question of anybody", by_question(u"0001", -1, -1), stored},
         {"question in another subject", by_question(u"0001", 3, -1), none},
@@ -189,7 +189,7 @@ TEST_F(NoteTest, UpdatesAndDeletes) {
     EXPECT_EQ(Texts(note), u"1|新名|" + ToText(Value(*ParseDate(u"2005-04-12 08:30:00"))) + u"|own||41|VB|0001|7|2");
     const auto rows = note.GetRecordset(u"Select * From Notes Where NoteID > 1");
     ASSERT_NE(rows, nullptr);
-    EXPECT_EQ(Column(*rows, u"DataCode"), u"空");
+    EXPECT_EQ(Column(*rows, u"DataCode"), u"NO");
     EXPECT_FALSE(note.Delete(99));
     EXPECT_TRUE(note.Delete(1));
     EXPECT_FALSE(note.Delete(1));

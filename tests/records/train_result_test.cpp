@@ -119,7 +119,7 @@ TEST_F(TrainResultTest, LongTextsAndQuotes) {
     std::u16string text;
     for (int i = 0; i < 5000; ++i) text += static_cast<char16_t>(u'一' + i);
     std::u16string quoted = u"他说'好'\"\r\n<&>";
-    if (ClientFormat().version == jet::Version::Jet4) quoted += u"\xD83D\xDE00";
+    if (DatabaseFormat().version == jet::Version::Jet4) quoted += u"\xD83D\xDE00";
     ASSERT_TRUE(result_.Add(1, 1, u"B1", u"A1", 2, 1, text + quoted, text, quoted, 1, 1, 1));
     ASSERT_TRUE(result_.Update(1, u"B1", u"A1", 2, quoted + text, text + text, text));
     ASSERT_TRUE(result_.LoadTrainResultItem(1, u"B1", u"A1"));
