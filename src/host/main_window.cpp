@@ -358,7 +358,7 @@ void MainWindow::BindEvents() {
     // Nobody who is working in another window should have to wait for a server that does not answer.
     upload_timer_.SetOwner(this);
     Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
-        if (IsEnabled()) Upload();
+        if (IsEnabled()) Upload(false);
     });
     Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
         Remember();
@@ -451,7 +451,7 @@ void MainWindow::FillBand() {
         if (one.waiting) {
             auto* upload = new wxButton(Band, wxID_ANY, ui::ToWx(u"上传"));
             SetSpokenName(*upload, u"上传：" + one.Text());
-            upload->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { CallAfter([this] { Upload(); }); });
+            upload->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { CallAfter([this] { Upload(true); }); });
             row->Add(upload, 0, wxALIGN_CENTRE_VERTICAL);
             rows->Add(row, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(kGap));
             waits = true;
@@ -481,10 +481,12 @@ void MainWindow::FillBand() {
     if (waits && !upload_timer_.IsRunning()) upload_timer_.Start(kUploadInterval);
 }
 
-void MainWindow::Upload() {
-    int left = 0;
-    Guarded([&] { left = UploadWaiting(folder_); });
-    if (left == 0) upload_timer_.Stop();
+void MainWindow::Upload(bool asked) {
+    upload_timer_.Stop();
+    Guarded([&] {
+        const Uploaded uploaded = UploadWaiting(folder_);
+        if (asked && !uploaded.problem.empty()) ui::Inform(this, u"尚未上传：" + uploaded.problem, kTitle);
+    });
     Fill();
 }
 
