@@ -37,8 +37,8 @@ private:
     bool open_ = true;
 };
 
-// The server refuses the change when somebody else was first: then it is tried again, unless a transaction around it has
-// seen the old state already.
+// The server refuses the change when somebody else was first: then it is tried again, unless a transaction around it
+// has seen the old state already.
 void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& body) {
     constexpr int kMostTries = 50;
     constexpr int kLongestPause = 20;  // milliseconds, of the first one

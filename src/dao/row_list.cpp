@@ -52,7 +52,8 @@ RowList::RowList(RowSource source, Keep keep, bool empty)
     read_from_.resize(width);
     for (std::size_t i = 0; i < width; ++i) {
         const sql::ColumnType type = query_->Columns()[i].type;
-        is_long_[i] = has_places_ && !is_remote_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary);
+        is_long_[i] =
+            has_places_ && !is_remote_ && (type == sql::ColumnType::Memo || type == sql::ColumnType::LongBinary);
         if (!has_images_ || is_long_[i]) packed_.push_back(static_cast<int>(i));
     }
     places_.reserve(kFirstCheapRows);

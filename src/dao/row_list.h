@@ -60,8 +60,8 @@ public:
 
     // ---- changes of a list of places; they need a scope ----
 
-    // The row, if it is still the one that was fetched; one of a server without asking that. Raises RecordDeleted; RecordChanged when nothing but its
-    // content tells it, and that has changed.
+    // The row, if it is still the one that was fetched; one of a server without asking that. Raises RecordDeleted;
+    // RecordChanged when nothing but its content tells it, and that has changed.
     sql::RowId Recognise(std::int64_t index);
 
     // By which a row is known again.

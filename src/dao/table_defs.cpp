@@ -122,8 +122,9 @@ TableDef TableDefOf(jet::Database& database, sql::Catalog& catalog, const jet::C
     table.created = dates.created;
     table.updated = dates.updated;
     if (table.linked) {
-        table.connect = object.type == jet::CatalogObject::kLinkedOdbc ? u"ODBC;" + object.connect
-                                                                       : object.connect + u";DATABASE=" + object.database;
+        table.connect = object.type == jet::CatalogObject::kLinkedOdbc
+                            ? u"ODBC;" + object.connect
+                            : object.connect + u";DATABASE=" + object.database;
         table.source_table = object.foreign_name;
         return table;
     }

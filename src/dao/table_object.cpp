@@ -2,6 +2,7 @@
 
 #include "core/error.h"
 #include "dao/jet_database.h"
+#include "odbc/connect_string.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -165,7 +166,9 @@ void TableObject::SetAppended() {
 std::int32_t TableObject::Attributes() const {
     constexpr std::int32_t kSystemObject = static_cast<std::int32_t>(0x80000002);
     constexpr std::int32_t kAttachedTable = 0x40000000;
-    return (definition_.system ? kSystemObject : 0) | (definition_.linked ? kAttachedTable : 0);
+    constexpr std::int32_t kAttachedOdbc = 0x20000000;
+    const std::int32_t link = odbc::ConnectString::IsOdbc(definition_.connect) ? kAttachedOdbc : kAttachedTable;
+    return (definition_.system ? kSystemObject : 0) | (definition_.linked ? link : 0);
 }
 
 std::int32_t TableObject::RecordCount() const {

@@ -153,7 +153,7 @@ public:
     // Whether its rows can be told apart and changed one by one.
     virtual bool IsUpdatable() const { return true; }
 
-    // Whether its rows are on a server: no lock of the catalogue's keeps them as they are, to go to one takes a message,
+    // Whether its rows are on a server: no lock of the catalogue's keeps them as they are, to go to one is a message,
     // and a RowId belongs to one key for ever.
     virtual bool IsRemote() const { return false; }
 
@@ -207,7 +207,7 @@ public:
 
     virtual void Update(RowId row, std::span<const Assignment> changes) = 0;
 
-    // The same for a row of which somebody has seen these values. Raises RecordChanged where it has others by now; where
+    // The same for a row of which somebody has seen these values. Raises RecordChanged if it has others by now; where
     // locks keep it as it is nobody compares.
     virtual void UpdateSeen(RowId row, std::span<const Assignment> changes, std::span<const Assignment>) {
         Update(row, changes);

@@ -66,16 +66,16 @@ TEST_F(HostServerTest, APracticeThatIsHandedInWithoutTheServerIsRecordedOnceWhen
     EXPECT_TRUE(waiting[0].waiting);
     EXPECT_NE(waiting[0].Text().find(u"尚未上传"), std::u16string::npos);
     EXPECT_THROW(Practice(data_, id), AutomationError) << "it is over";
-    EXPECT_EQ(UploadWaiting(data_), 1);
+    EXPECT_EQ(UploadWaiting(data_).left, 1);
 
     server_->Start();
-    EXPECT_EQ(UploadWaiting(data_), 0);
+    EXPECT_EQ(UploadWaiting(data_).left, 0);
     const std::string results = Results(id);
     EXPECT_EQ(results, "5|100");
     const std::string training = Training(id);
     EXPECT_NE(training.find("|75|100"), std::string::npos) << training;
     EXPECT_TRUE(UnfinishedOf(data_, kCandidate, -1).empty());
-    EXPECT_EQ(UploadWaiting(data_), 0);
+    EXPECT_EQ(UploadWaiting(data_).left, 0);
     EXPECT_EQ(Results(id), results);
 }
 
@@ -92,7 +92,7 @@ TEST_F(HostServerTest, WhatTheServerHasIsNotRecordedAgain) {
     std::filesystem::copy_file(folder_.Path() / "before.mdb", host, std::filesystem::copy_options::overwrite_existing);
     dao::Connection(data_.Host())
         ->Execute(u"Insert Into Waiting (TrainID, EndDate, SecondsUsed) Values (" + ToText(id) + u", Now(), 3)");
-    EXPECT_EQ(UploadWaiting(data_), 0);
+    EXPECT_EQ(UploadWaiting(data_).left, 0);
     EXPECT_EQ(Results(id), results);
     EXPECT_EQ(Training(id), training);
     EXPECT_TRUE(UnfinishedOf(data_, kCandidate, -1).empty());
@@ -110,7 +110,7 @@ TEST_F(HostServerTest, ResultsAreThereOnceWheneverTheServerIsKilled) {
         const bool recorded = practice.HandIn().recorded;
         killer.join();
         server_->Start();
-        EXPECT_EQ(UploadWaiting(data_), 0) << milliseconds;
+        EXPECT_EQ(UploadWaiting(data_).left, 0) << milliseconds;
         EXPECT_EQ(Results(id), "5|100") << milliseconds << " ms, recorded: " << recorded;
         SettleHandedIn(data_);
         EXPECT_TRUE(UnfinishedOf(data_, kCandidate, -1).empty()) << milliseconds;

@@ -64,6 +64,7 @@ TEST_F(LinkTest, IsStoredWithItsColumnsAndKeyAndWithoutThePassword) {
     }
     EXPECT_TRUE(database_->HasTable(u"TRAIN"));
     EXPECT_TRUE(database_->TableDefs().back().linked);
+    EXPECT_EQ(database_->TableDefs().back().connect, u"ODBC;" + link.connect);
 
     // The password comes from elsewhere then.
     database_->CreateTableDef(u"kept", connect_, u"train", true);

@@ -157,7 +157,7 @@ void MainWindow::FillBand() {
         if (one.waiting) {
             auto* upload = new wxButton(Band, wxID_ANY, ui::ToWx(u"上传"));
             SetSpokenName(*upload, u"上传：" + one.Text());
-            upload->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { CallAfter([this] { Upload(); }); });
+            upload->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { CallAfter([this] { Upload(true); }); });
             row->Add(upload, 0, wxALIGN_CENTRE_VERTICAL);
             rows->Add(row, 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, FromDIP(ui::kGap));
             waits = true;
@@ -187,10 +187,12 @@ void MainWindow::FillBand() {
     if (waits && !upload_timer_.IsRunning()) upload_timer_.Start(kUploadInterval);
 }
 
-void MainWindow::Upload() {
-    int left = 0;
-    Guarded([&] { left = UploadWaiting(folder_); });
-    if (left == 0) upload_timer_.Stop();
+void MainWindow::Upload(bool asked) {
+    upload_timer_.Stop();
+    Guarded([&] {
+        const Uploaded uploaded = UploadWaiting(folder_);
+        if (asked && !uploaded.problem.empty()) ui::Inform(this, u"尚未上传：" + uploaded.problem, kTitle);
+    });
     Fill();
 }
 

@@ -98,7 +98,7 @@ private:
     void Choose(const Choices& choices);
     void FillPeople(std::int32_t user, std::int32_t subject);
     void FillBand();
-    void Upload();
+    void Upload(bool asked);
     void FillPapers(std::int32_t selected);
     void FillPast();
     void CountDueQuestions();

@@ -229,7 +229,7 @@ void MainWindow::BindEvents() {
     // Nobody who is working in another window should have to wait for a server that does not answer.
     upload_timer_.SetOwner(this);
     Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
-        if (IsEnabled()) Upload();
+        if (IsEnabled()) Upload(false);
     });
     Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
         Remember();

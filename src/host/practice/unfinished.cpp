@@ -114,28 +114,27 @@ bool IsServerAway(const AutomationError& error) {
 
 // The first that the server does not answer ends it: the others would only wait too. One that can no longer be recorded
 // for another reason does not keep back the others.
-int UploadWaiting(const DataFolder& folder) {
+Uploaded UploadWaiting(const DataFolder& folder) {
     std::vector<std::int32_t> waiting;
     {
         dao::Connection host(folder.Host());
         waiting = Numbers(host, u"Select TrainID From Waiting Order By TrainID");
     }
-    if (waiting.empty()) return 0;
-    int left = static_cast<int>(waiting.size());
+    Uploaded uploaded{static_cast<int>(waiting.size()), {}};
     try {
-        SettleHandedIn(folder);
         for (const std::int32_t train_id : waiting) {
             try {
                 Practice::Upload(folder, train_id);
-                --left;
+                --uploaded.left;
             } catch (const AutomationError& error) {
                 if (IsServerAway(error)) throw;
+                uploaded.problem = error.Description();
             }
         }
     } catch (const AutomationError& error) {
         if (!IsServerAway(error)) throw;
     }
-    return left;
+    return uploaded;
 }
 
 bool IsHandedIn(const DataFolder& folder, std::int32_t train_id) {

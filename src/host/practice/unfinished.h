@@ -46,8 +46,12 @@ bool IsWaiting(dao::Database& host, std::int32_t train_id);
 // Whether an error means that the database server cannot be reached now.
 bool IsServerAway(const AutomationError& error);
 
-// Records the practices that wait. Returns how many still do.
-int UploadWaiting(const DataFolder& folder);
+// Records the practices that wait.
+struct Uploaded {
+    int left = 0;            // how many still wait
+    std::u16string problem;  // why, where there is another reason than the server's absence
+};
+Uploaded UploadWaiting(const DataFolder& folder);
 
 // Cleans up after a process that was killed: practices that have been handed in are no longer unfinished, and those of
 // a paper without questions are discarded.
