@@ -80,6 +80,7 @@ private:
 
     void MergeRestored();
     std::unique_ptr<File> TakeEndedJournal();
+    std::unique_ptr<Journal> BeginJournal(std::uint64_t length);
 
     FileSystem& system_;
     PageFile& file_;
@@ -90,7 +91,7 @@ private:
     std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
     std::unique_ptr<Journal> journal_;
     std::unique_ptr<File> ended_journal_;  // has no effect, and stays for the next one
-    bool overwritten_ = false;  // the file, since the journal began
+    bool overwritten_ = false;             // the file, since the journal began
 };
 
 }  // namespace qmtrain::jet
