@@ -94,7 +94,11 @@ public:
     // Gives this file, which has just been made beside the other one, to those who may use that one: its owner where
     // possible, its group, its rights. What cannot be had so is kept to fewer people where the content is secret; where
     // it is not, the other file's owner gets his rights in any case.
+    // A file that has content is left as it is.
     virtual void ShareLike(File&, bool /*secret*/) {}
+
+    // Everybody may read the file, which has just been made.
+    virtual void LetAllRead() {}
 
     // Whether the file belongs to somebody who may write the other one, or to oneself. True where nobody can tell.
     virtual bool IsByWriterOf(File&) { return true; }
@@ -108,7 +112,7 @@ public:
         return locked;
     }
 
-    // Whether the open file is still the one that stands at `path`.
+    // Whether the open file is still the one that stands at `path`, itself: a link to it is another thing.
     virtual bool IsAt(const std::filesystem::path& path) = 0;
 
     // False when hard links give the file more names than one.
@@ -145,6 +149,7 @@ public:
     // As File::IsByWriterOf, for a file that cannot be opened.
     virtual bool IsByWriterOf(const std::filesystem::path&, File&) { return true; }
 
+    // Raises CannotOpenFile where the system does not let this process see whether anything stands there.
     virtual FileKind Look(const std::filesystem::path& path) { return Exists(path) ? FileKind::Plain : FileKind::None; }
 
     // The one path of the file that a path leads to, through links and short names. The path itself when there is none.

@@ -15,6 +15,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include "core/access_list_posix.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
@@ -51,19 +52,25 @@ bool IsUnsupported(int code) {
     return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == ENOLCK;
 }
 
-// Whether the account that made something, which then had the group `made_in`, belongs to the group. The system's lists
-// need not know the accounts of other machines: nobody but its members can give a file a group.
-bool IsInGroup(uid_t user, gid_t made_in, gid_t group) {
+// Whether the account that made what stands at the path belongs to the group. The system's lists need not know the
+// accounts of other machines: then the group of what it made speaks for it, for nobody but its members can give a file
+// a group; but the folder can, to files of anybody's.
+bool IsInGroup(const struct stat& made, const fs::path& path, gid_t group) {
     std::vector<char> buffer(std::size_t{1} << 16);
     passwd entry{};
     passwd* found = nullptr;
-    if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-        return made_in == group;
-    }
+    const bool is_known =
+        getpwuid_r(made.st_uid, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr;
     std::vector<gid_t> groups(1024);
     int count = static_cast<int>(groups.size());
-    if (getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) < 0) return made_in == group;
-    return std::find(groups.begin(), groups.begin() + count, group) != groups.begin() + count;
+    if (is_known && getgrouplist(found->pw_name, found->pw_gid, groups.data(), &count) >= 0) {
+        return std::find(groups.begin(), groups.begin() + count, group) != groups.begin() + count;
+    }
+    struct stat folder {};
+    const fs::path parent = path.parent_path();
+    const bool folder_gives_groups =
+        stat(parent.empty() ? "." : parent.c_str(), &folder) != 0 || (folder.st_mode & S_ISGID) != 0;
+    return made.st_gid == group && !folder_gives_groups;
 }
 
 std::string FirstLine(const fs::path& path) {
@@ -199,6 +206,7 @@ public:
         const auto* other = dynamic_cast<const PosixFile*>(&like);
         struct stat model {};
         struct stat own = opened_;
+        if (own.st_size > 0) return;  // somebody has had it before, under whatever name
         if (other == nullptr || fstat(other->descriptor_, &model) != 0) return;
         if (own.st_uid == model.st_uid && own.st_gid == model.st_gid && RightsOf(own) == RightsOf(model)) return;
         if (own.st_uid != geteuid() && geteuid() != 0) return;
@@ -212,20 +220,34 @@ public:
         if (own.st_gid != model.st_gid) mode = (mode & ~mode_t{S_IRWXG}) | (mode & S_IRWXO) << 3U;
         if (own.st_uid != model.st_uid && !secret) mode |= (mode & S_IRWXU) >> 6U;
         mode |= S_IRUSR | S_IWUSR;
+        if (auto list = AccessList::Of(other->descriptor_)) {
+            if (own.st_uid != model.st_uid) list->LetUser(model.st_uid, list->OwnersRights());
+            if (own.st_gid != model.st_gid) list->MoveGroup(model.st_gid);
+            list->LetOwner(S_IROTH | S_IWOTH);
+            if (list->GiveTo(descriptor_)) return;
+        }
         if (mode != (own.st_mode & mode_t{07777})) [[maybe_unused]]
             const int ignored = fchmod(descriptor_, mode);
     }
 
-    bool IsByWriterOf(File& other) override { return IsWriter(opened_, other); }
+    void LetAllRead() override {
+        struct stat info {};
+        if (fstat(descriptor_, &info) == 0) [[maybe_unused]]
+            const int ignored = fchmod(descriptor_, RightsOf(info) | S_IRUSR | S_IRGRP | S_IROTH);
+    }
 
-    // Whether the account that made something may write the file.
-    static bool IsWriter(const struct stat& made, File& file) {
+    bool IsByWriterOf(File& other) override { return IsWriter(opened_, path_, other); }
+
+    // Whether the account that made something, which stands at the path, may write the file.
+    static bool IsWriter(const struct stat& made, const fs::path& path, File& file) {
         const auto* target = dynamic_cast<const PosixFile*>(&file);
         struct stat info {};
         if (target == nullptr || fstat(target->descriptor_, &info) != 0) return true;
         if (made.st_uid == info.st_uid || made.st_uid == geteuid() || made.st_uid == 0) return true;
-        if ((info.st_mode & S_IWOTH) != 0) return true;
-        return (info.st_mode & S_IWGRP) != 0 && IsInGroup(made.st_uid, made.st_gid, info.st_gid);
+        const auto is_in = [&](gid_t group) { return IsInGroup(made, path, group); };
+        if (const auto list = AccessList::Of(target->descriptor_))
+            return list->MayWrite(made.st_uid, info.st_gid, is_in);
+        return (info.st_mode & S_IWOTH) != 0 || ((info.st_mode & S_IWGRP) != 0 && is_in(info.st_gid));
     }
 
     // As it was when it was opened.
@@ -240,7 +262,7 @@ public:
 
     bool IsAt(const fs::path& path) override {
         struct stat other {};
-        return stat(path.c_str(), &other) == 0 && opened_.st_dev == other.st_dev && opened_.st_ino == other.st_ino;
+        return lstat(path.c_str(), &other) == 0 && opened_.st_dev == other.st_dev && opened_.st_ino == other.st_ino;
     }
 
 private:
@@ -310,12 +332,15 @@ public:
 
     bool IsByWriterOf(const fs::path& path, File& other) override {
         struct stat info {};
-        return lstat(path.c_str(), &info) != 0 || PosixFile::IsWriter(info, other);
+        return lstat(path.c_str(), &info) != 0 || PosixFile::IsWriter(info, path, other);
     }
 
     FileKind Look(const fs::path& path) override {
         struct stat info {};
-        if (lstat(path.c_str(), &info) != 0) return FileKind::None;
+        if (lstat(path.c_str(), &info) != 0) {
+            if (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG) return FileKind::None;
+            RaiseSystemError(path, errno);
+        }
         return S_ISREG(info.st_mode) && info.st_nlink <= 1 ? FileKind::Plain : FileKind::Other;
     }
 

@@ -136,8 +136,10 @@ public:
 
     bool IsByWriterOf(File& other) override {
         const auto* database = dynamic_cast<const WindowsFile*>(&other);
-        return database == nullptr || MayWrite(Owner(handle_.Get()), database->handle_.Get());
+        return database == nullptr || database->MayBeWrittenBy(Owner(handle_.Get()));
     }
+
+    bool MayBeWrittenBy(const Owner& account) const { return MayWrite(account, handle_.Get()); }
 
     DWORD Volume() const {
         BY_HANDLE_FILE_INFORMATION info{};
@@ -149,17 +151,19 @@ public:
         return GetFileInformationByHandle(handle_.Get(), &info) == FALSE || info.nNumberOfLinks <= 1;
     }
 
+    bool IsOnDisk() const { return GetFileType(handle_.Get()) == FILE_TYPE_DISK; }
+
     // No pipe, folder or link.
     bool IsPlain() const {
         BY_HANDLE_FILE_INFORMATION info{};
         constexpr DWORD kOther = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
-        return GetFileType(handle_.Get()) == FILE_TYPE_DISK &&
-               GetFileInformationByHandle(handle_.Get(), &info) != FALSE && (info.dwFileAttributes & kOther) == 0;
+        return IsOnDisk() && GetFileInformationByHandle(handle_.Get(), &info) != FALSE &&
+               (info.dwFileAttributes & kOther) == 0;
     }
 
     bool IsAt(const fs::path& path) override {
         Handle other;
-        TryOpen(Extended(path.native()), FILE_READ_ATTRIBUTES, OPEN_EXISTING, other);
+        TryOpen(Extended(path.native()), FILE_READ_ATTRIBUTES, OPEN_EXISTING, other, FILE_FLAG_OPEN_REPARSE_POINT);
         BY_HANDLE_FILE_INFORMATION ours{};
         BY_HANDLE_FILE_INFORMATION theirs{};
         return other.IsOpen() && GetFileInformationByHandle(handle_.Get(), &ours) != FALSE &&
@@ -263,6 +267,14 @@ public:
         return file;
     }
 
+    // What shows nobody its owner was made so that nobody sees it.
+    bool IsByWriterOf(const fs::path& path, File& other) override {
+        const auto* database = dynamic_cast<const WindowsFile*>(&other);
+        if (database == nullptr) return true;
+        const Owner owner(Extended(path.native()));
+        return owner.Account() != nullptr && database->MayBeWrittenBy(owner);
+    }
+
     // Once for each volume: it costs more than a lock.
     bool KeepsLocks(File& file, const fs::path& path, std::uint64_t offset) override {
         const auto* locked = dynamic_cast<const WindowsFile*>(&file);
@@ -279,10 +291,28 @@ public:
     }
 
     FileKind Look(const fs::path& path) override {
-        const DWORD attributes = GetFileAttributesW(Extended(path.native()).c_str());
-        if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::None;
+        const std::wstring name = Extended(path.native());
+        DWORD attributes = INVALID_FILE_ATTRIBUTES;
+        const DWORD code = Patiently([&] {
+            attributes = GetFileAttributesW(name.c_str());
+            return ErrorUnless(attributes != INVALID_FILE_ATTRIBUTES);
+        });
+        switch (code) {
+            case kSuccess: break;
+            case ERROR_FILE_NOT_FOUND:
+            case ERROR_PATH_NOT_FOUND:
+            case ERROR_INVALID_NAME:
+            case ERROR_FILENAME_EXCED_RANGE: return FileKind::None;
+            default: RaiseSystemError(path, code);
+        }
         constexpr DWORD kOther = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
-        return (attributes & kOther) == 0 ? FileKind::Plain : FileKind::Other;
+        if ((attributes & kOther) != 0) return FileKind::Other;
+        Handle file;
+        BY_HANDLE_FILE_INFORMATION info{};
+        const bool counted =
+            TryOpen(name, FILE_READ_ATTRIBUTES, OPEN_EXISTING, file, FILE_FLAG_OPEN_REPARSE_POINT) == kSuccess &&
+            GetFileInformationByHandle(file.Get(), &info) != FALSE;
+        return counted && info.nNumberOfLinks > 1 ? FileKind::Other : FileKind::Plain;
     }
 
     fs::path RealPath(const fs::path& path) override {
@@ -353,7 +383,9 @@ private:
         Handle handle;
         const DWORD code = Patiently([&] { return TryOpen(name, access, disposition, handle, flags); });
         if (code != kSuccess) RaiseSystemError(path, code);
-        return std::make_unique<WindowsFile>(std::move(handle), path);
+        auto file = std::make_unique<WindowsFile>(std::move(handle), path);
+        if (!file->IsOnDisk()) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});  // a device may never answer
+        return file;
     }
 
     std::mutex mutex_;

@@ -71,6 +71,11 @@ DWORD TryOpen(const std::wstring& path, DWORD access, DWORD disposition, Handle&
     return out.IsOpen() ? kSuccess : GetLastError();
 }
 
+Owner::Owner(const std::wstring& path) {
+    GetNamedSecurityInfoW(path.c_str(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner_,
+                          nullptr, &rights_, nullptr, &descriptor_);
+}
+
 Owner::Owner(HANDLE file) {
     GetSecurityInfo(file, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner_, nullptr,
                     &rights_, nullptr, &descriptor_);

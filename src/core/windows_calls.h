@@ -57,10 +57,11 @@ inline OVERLAPPED At(std::uint64_t offset) {
     return place;
 }
 
-// What the system says of an open file's owner and rights.
+// What the system says of a file's owner and rights; null where it says nothing.
 class Owner {
 public:
     explicit Owner(HANDLE file);
+    explicit Owner(const std::wstring& path);
     Owner(const Owner&) = delete;
     Owner& operator=(const Owner&) = delete;
     ~Owner() { LocalFree(descriptor_); }

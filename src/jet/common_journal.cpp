@@ -100,6 +100,7 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     bytes_ = Write(content);
     file_ = system.OpenPlain(name_.path, OpenMode::CreateNew);
     file_->ShareLike(first, true);
+    file_->LetAllRead();
     try {
         file_->WriteAt(0, bytes_);
         if (!durable) return;
@@ -112,17 +113,15 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
 }
 
 void CommonJournal::Finish() {
-    if (!durable_) {
-        file_.reset();
-        return system_.Remove(name_.path);
-    }
+    const auto write = [&](std::span<const std::uint8_t> bytes) {
+        file_->WriteAt(0, bytes);
+        if (durable_) file_->Sync();
+    };
     try {
-        file_->WriteAt(0, kVoid);
-        file_->Sync();
+        write(kVoid);
     } catch (const AutomationError&) {
         undecided_ = true;
-        file_->WriteAt(0, bytes_);  // all of it is written anew, so this sync speaks of it again
-        file_->Sync();
+        write(bytes_);  // all of it is written anew, so this sync speaks of it again
         undecided_ = false;
         throw;
     }
@@ -150,12 +149,19 @@ bool CommonJournal::IsByWriter(FileSystem& system, const std::filesystem::path& 
 }
 
 bool CommonJournal::InForce(FileSystem& system, const Name& name, File& database) {
-    if (system.Look(name.path) == FileKind::None) {
-        const std::filesystem::path folder = name.path.parent_path();
-        if (folder.empty() || system.Exists(folder)) return false;
+    const auto kind = [&]() -> std::optional<FileKind> {
+        try {
+            return system.Look(name.path);
+        } catch (const AutomationError&) {
+            return std::nullopt;
+        }
+    }();
+    const std::filesystem::path folder = name.path.parent_path();
+    if (!kind || (kind == FileKind::None && !folder.empty() && !system.Exists(folder))) {
         Raise(ErrorNumber::DiskError,
               {FromNativePath(name.path), u"文件夹无法访问，不能确定上一次涉及多个文件的更改是否完成。"});
     }
+    if (kind == FileKind::None) return false;
     if (!IsByWriter(system, name.path, database)) return false;
     const auto file = OpenIfThere(system, name.path, OpenMode::ReadOnly);
     const std::optional<Content> content = file ? ReadWhole(*file) : std::nullopt;

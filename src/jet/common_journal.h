@@ -4,7 +4,8 @@
 //
 //   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
 //
-// A zero in the place of the first letter ends its effect before the file is removed.
+// A zero in the place of the first letter ends its effect before the file is removed. It holds names only, so that
+// everybody may read it: whoever may use one of the databases must know whether their changes stand.
 //
 // Paths in journals count from the folder of the journal where they can, so that folders may be moved or copied
 // together.

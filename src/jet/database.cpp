@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "jet/connect_text.h"
+#include "jet/network_path.h"
 #include "jet/row_cursor.h"
 #include "jet/system_tables.h"
 
@@ -15,13 +16,6 @@ constexpr int kMaxLinks = 8;  // from table to table
 bool IsSameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
     std::error_code ignored;
     return a == b || std::filesystem::equivalent(a, b, ignored);
-}
-
-// "\\host\share\file", also with "/", and all else that begins so: devices, and paths in the system's own form. To
-// open such a file tells the other machine who asks.
-bool IsInNetwork(std::u16string_view path) {
-    const auto separates = [](char16_t unit) { return unit == u'\\' || unit == u'/'; };
-    return path.size() > 1 && separates(path[0]) && separates(path[1]);
 }
 
 }  // namespace

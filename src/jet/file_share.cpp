@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "core/error.h"
+
 namespace qmtrain::jet {
 namespace {
 
@@ -14,7 +16,7 @@ FileShare::FileShare(FileSystem& system, PageFile& file, std::chrono::millisecon
 
 // A writer asks for his lock before he reads, so a reader never waits for a writer that waits for readers.
 void FileShare::LockToChange() {
-    locks_.LockReserved();
+    locks_.LockReserved(file_.Handle());
     RequireNoOtherEngine();
     locks_.LockShared();
 }
@@ -32,12 +34,15 @@ void FileShare::NoticeOtherEngines() {
     const auto now = std::chrono::steady_clock::now();
     if (now - looked_for_engines_ >= kLookForEnginesEvery) {
         looked_for_engines_ = now;
+        locks_.ReturnToPlace();
         if (std::exchange(with_other_engine_, locks_.SeesOtherEngine())) counters_.reset();
     }
     if (with_other_engine_) counters_.reset();
 }
 
 void FileShare::RequireNoOtherEngine() {
+    locks_.ReturnToPlace();
+    if (!locks_.Problem().empty()) Raise(ErrorNumber::ReadOnly, {file_.Name(), locks_.Problem()});
     if (locks_.SeesOtherEngine(true))
         Raise(ErrorNumber::FileInUse, {file_.Name(), u"它正被另一种数据库程序打开，现在不能写入；请先关闭那个程序。"});
     if (std::exchange(with_other_engine_, false)) counters_.reset();

@@ -21,7 +21,7 @@ public:
     // Each raises LockedByOther when the time limit passes; what was locked before is then still locked.
     void LockToRead() { locks_.LockShared(); }
     void LockToChange();  // one at a time. Raises FileInUse when another engine has the file open
-    void LockToWrite() { locks_.LockExclusive(file_.Handle()); }
+    void LockToWrite() { locks_.LockExclusive(); }
     void Unlock() noexcept { locks_.UnlockAll(); }
 
     // Without waiting: whether no other writer is at work, nor will be before Unlock().
@@ -38,7 +38,7 @@ public:
     // Looks whether another engine has the file open, now and then only.
     void NoticeOtherEngines();
 
-    // Raises FileInUse: nobody could keep two engines that write apart.
+    // Raises FileInUse: nobody could keep two engines that write apart. Raises ReadOnly where nobody could see one.
     void RequireNoOtherEngine();
 
     // Another engine has the file open and writes as it likes.
@@ -73,10 +73,10 @@ void FileShare::Alone(File& handle, Body body) {
     const bool reserved = locks_.IsReserved();
     if (!reserved) {
         locks_.UnlockAll();
-        locks_.LockReserved();
+        locks_.LockReserved(handle);
     }
     RequireNoOtherEngine();
-    locks_.LockExclusive(handle);
+    locks_.LockExclusive();
     body();
     locks_.UnlockExclusive();
     if (!reserved) locks_.UnlockAll();

@@ -8,9 +8,11 @@
 #include "core/files.h"
 #include "core/log.h"
 #include "core/message_text.h"
+#include "core/text.h"
 #include "jet/bytes.h"
 #include "jet/checksum.h"
 #include "jet/commit_counter.h"
+#include "jet/network_path.h"
 #include "jet/page_file.h"
 
 namespace qmtrain::jet {
@@ -26,6 +28,9 @@ constexpr std::uint64_t kMostToKeep = 1 << 20;  // bytes of a file that stays
 constexpr std::uint32_t kCommonRecord = 0xFFFFFFFF;
 constexpr std::size_t kCommonPath = 8;  // in its record
 constexpr std::size_t kStampAt = 0x72;  // on page 0
+constexpr std::size_t kSamplesAt = 44;
+constexpr std::size_t kSamples = 8;
+constexpr std::size_t kSampleBytes = 512;  // the end of a page, where its first rows lie
 
 std::uint32_t RecordChecksum(std::uint64_t nonce, std::uint32_t page, std::span<const std::uint8_t> image) {
     return Checksum(nonce + page * 0xC2B2AE3D27D4EB4FULL, image);
@@ -38,10 +43,32 @@ std::uint32_t HeaderChecksum(std::uint64_t nonce, std::span<const std::uint8_t> 
     return Checksum(nonce, copy);
 }
 
+// Stamp, counters and length may be those of another database too, made at the same time in the same way: the content
+// tells the two apart. `read(page, bytes)` fills in the end of a page as it was before.
+template <class Read>
+std::uint32_t SampleChecksum(std::uint64_t nonce, PageNumber page_count, const Read& read) {
+    std::array<std::uint8_t, kSamples * kSampleBytes> bytes{};
+    for (std::size_t i = 0; i < kSamples; ++i) {  // pages 1, 2, the last one, and some between
+        const std::uint64_t page = i == 0 ? 1 : 2 + (std::uint64_t{page_count} - 3) * (i - 1) / (kSamples - 2);
+        read(static_cast<PageNumber>(page), std::span(bytes).subspan(i * kSampleBytes, kSampleBytes));
+    }
+    return Checksum(nonce, bytes);
+}
+
+void ReadSample(File& file, std::uint32_t page_size, PageNumber page, std::span<std::uint8_t> bytes) {
+    file.ReadAt((std::uint64_t{page} + 1) * page_size - bytes.size(), bytes);
+}
+
+// In the system's own form.
+std::u16string FromPath(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return FromUtf8(std::string(text.begin(), text.end()));
+}
+
 }  // namespace
 
 JournalOwner JournalOwner::Of(PageFile& file, std::uint64_t length) {
-    JournalOwner owner{file.GetFormat().page_size, length, {}, 0};
+    JournalOwner owner{file.GetFormat().page_size, length, {}, 0, 0};
     file.Handle().ReadAt(kStampAt, owner.stamp);
     owner.counters = Get<std::uint32_t>(file.ReadCommitCounters().data());
     return owner;
@@ -72,6 +99,10 @@ Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, b
     Put(&header_[24], nonce_);
     std::copy(owner.stamp.begin(), owner.stamp.end(), header_.begin() + 32);
     Put(&header_[40], owner.counters);
+    Put(&header_[kSamplesAt], SampleChecksum(nonce_, static_cast<PageNumber>(length / page_size_),
+                                             [&](PageNumber page, std::span<std::uint8_t> bytes) {
+                                                 ReadSample(database.Handle(), page_size_, page, bytes);
+                                             }));
     Put(&header_[kChecksumAt], HeaderChecksum(nonce_, header_));
     buffer_ = header_;
 }
@@ -118,16 +149,14 @@ void Journal::Sync() {
 }
 
 void Journal::Finish() {
-    if (!durable_) {
-        file_.reset();
-        return system_.Remove(path_);
-    }
+    const auto write = [&](std::span<const std::uint8_t> bytes) {
+        file_->WriteAt(0, bytes);
+        if (durable_) file_->Sync();
+    };
     try {
-        file_->WriteAt(0, kVoid);
-        file_->Sync();
+        write(kVoid);
     } catch (const AutomationError&) {
-        file_->WriteAt(0, header_);  // the whole header is written anew, so this sync speaks of it again
-        file_->Sync();
+        write(header_);  // the whole header is written anew, so this sync speaks of it again
         throw;
     }
 }
@@ -151,6 +180,8 @@ void Journal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path
         if (system.Look(common) != FileKind::Plain || !CommonJournal::IsByWriter(system, common, database)) return;
         if (const auto content = CommonJournal::Read(system, common)) {
             for (const std::filesystem::path& database : content->databases) {
+                const std::u16string text = FromPath(database);
+                if (IsInNetwork(text) && !IsOnMachineOf(text, FromPath(common))) return;
                 if (Names(system, database, content->nonce)) return;
             }
         }
@@ -194,6 +225,15 @@ FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
     if (!by_writer || (whole && !Belongs(JournalOwner::Of(file, file.Size())))) state_ = State::Foreign;
     if (!whole || state_ == State::Foreign) return;
     ReadRecords();
+    if (!FitsSamples(file.Handle())) {
+        state_ = State::Foreign;
+        return;
+    }
+    if (common_is_elsewhere_ && !file.MayAskNetwork()) {
+        Raise(ErrorNumber::OperationNotSupported,
+              {u"数据库“" + file.Name() + u"”的日志指向网络上的文件“" + FromNativePath(common_->path) +
+               u"”，没有得到允许，不能确定上一次涉及多个文件的更改是否完成。"});
+    }
     state_ = !common_ || CommonJournal::InForce(system, *common_, file.Handle()) ? State::InForce : State::Void;
 }
 
@@ -222,6 +262,7 @@ bool FoundJournal::ReadHeader() {
     owner_.length = Get<std::uint64_t>(&header[16]);
     std::copy_n(header.begin() + 32, owner_.stamp.size(), owner_.stamp.begin());
     owner_.counters = Get<std::uint32_t>(&header[40]);
+    owner_.samples = Get<std::uint32_t>(&header[kSamplesAt]);
     if (owner_.page_size == kJet3.page_size || owner_.page_size == kJet4.page_size) return true;
     state_ = State::Foreign;
     return false;
@@ -232,6 +273,17 @@ bool FoundJournal::Belongs(const JournalOwner& now) const {
     return owner_.page_size == now.page_size && owner_.stamp == now.stamp && owner_.length <= now.length &&
            owner_.length >= 3 * owner_.page_size &&
            (now.counters == owner_.counters || now.counters == RaisedCounters(owner_.counters));
+}
+
+// What has been overwritten since is in the journal.
+bool FoundJournal::FitsSamples(File& file) const {
+    std::vector<std::uint8_t> image(owner_.page_size);
+    const auto read = [&](PageNumber page, std::span<std::uint8_t> bytes) {
+        if (!Has(page)) return ReadSample(file, owner_.page_size, page, bytes);
+        ReadImage(page, image);
+        std::copy(image.end() - static_cast<std::ptrdiff_t>(bytes.size()), image.end(), bytes.begin());
+    };
+    return owner_.samples == SampleChecksum(nonce_, PageCount(), read);
 }
 
 void FoundJournal::ReadRecords() {
@@ -245,6 +297,8 @@ void FoundJournal::ReadRecords() {
         if (page == kCommonRecord) {
             const auto end = std::find(image.begin() + kCommonPath, image.end(), 0);
             const std::filesystem::path stored(std::u8string(image.begin() + kCommonPath, end));
+            const std::u16string text = FromUtf8(std::string(image.begin() + kCommonPath, end));
+            common_is_elsewhere_ = IsInNetwork(text) && !IsOnMachineOf(text, FromPath(path_));
             common_ = {path_.parent_path() / stored.lexically_normal(), Get<std::uint64_t>(image.data())};
             continue;
         }

@@ -1,7 +1,7 @@
 // The rollback journal beside a database: what its pages held before a commit overwrote them.
 //
 //   header   "QmTrnJn2" | u32 page size | u32 checksum | u64 old file length | u64 nonce | 8 bytes creation stamp |
-//            u32 commit counters before | u32 0
+//            u32 commit counters before | u32 checksum of samples of the pages as they were before
 //   record   u32 page | u32 checksum | page image as it stood in the file
 //   record   u32 0xFFFFFFFF | u32 checksum | u64 nonce of the common journal | its path, UTF-8, ended by a zero byte,
 //            filled up to a page
@@ -38,6 +38,7 @@ struct JournalOwner {
     std::uint64_t length = 0;             // bytes of the file before the transaction
     std::array<std::uint8_t, 8> stamp{};  // when the database was made, as page 0 stores it
     std::uint32_t counters = 0;           // the first commit counters
+    std::uint32_t samples = 0;            // a checksum of parts of pages; 0 as the file is now
 
     // As the file is now.
     static JournalOwner Of(PageFile& file, std::uint64_t length);
@@ -47,7 +48,8 @@ class Journal {
 public:
     static std::filesystem::path PathFor(const std::filesystem::path& database);
 
-    // Starts a new journal of the database, whose length before the transaction was `length`. `durable` decides whether
+    // Starts a new journal of the database, whose length before the transaction was `length`, and into which nothing
+    // has been written since. Raises CannotOpenFile when something stands under its name. `durable` decides whether
     // Sync reaches the disk. `ended`: what Release() of the last one gave, still in its place; null: none.
     Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable,
             std::unique_ptr<File> ended = nullptr);
@@ -103,7 +105,8 @@ public:
         Foreign,  // it is no journal, or that of another database
     };
 
-    // What lies under the name of the file's journal; nothing when nothing does, or no longer.
+    // What lies under the name of the file's journal; nothing when nothing does, or no longer. Raises
+    // OperationNotSupported where another machine would have to be asked that may not be.
     static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file);
 
     State GetState() const { return state_; }
@@ -129,6 +132,7 @@ private:
     void ReadRecords();
     void PlayBack(File& file) const;
     bool Belongs(const JournalOwner& now) const;
+    bool FitsSamples(File& file) const;
 
     std::filesystem::path path_;
     std::unique_ptr<File> file_;
@@ -137,6 +141,7 @@ private:
     std::uint64_t nonce_ = 0;
     std::vector<std::uint32_t> places_;  // of images by page number: the record's number plus one
     std::optional<CommonJournal::Name> common_;
+    bool common_is_elsewhere_ = false;  // on another machine than the database
 };
 
 }  // namespace qmtrain::jet

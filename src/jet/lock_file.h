@@ -1,12 +1,13 @@
-// Who may read and write a database now: byte locks on the ".ldb" file beside it.
+// Who may read and write a database now: locks of bytes of the database itself, far beyond its end, and the ".ldb" file
+// beside it.
 //
 // Readers share; one writer prepares its changes while they read; to bring them into the file it waits until the last
 // reader is gone and keeps new ones out. Of those who wait to write one is next, so that the one who has just written
-// does not overtake them all again. A process that dies loses its locks. The file goes with its last user.
+// does not overtake them all again. A process that dies loses its locks. They lie in the database so that they hold
+// whatever becomes of other files, and by whatever way the database was reached.
 //
-// Who may only read the lock file, or have none, may still read the database: without a lock file readers lock bytes
-// of the database itself, which writers lock as well before they write to it. Databases whose names differ in their
-// extensions only have one lock file and keep apart in it.
+// The lock file is where other engines lock, and see ours. It goes with its last user. Who cannot have one, or may only
+// read it, may read the database, but not write it.
 //
 // Whoever opens the database for himself alone keeps all others from opening it, those of another engine too.
 #pragma once
@@ -40,13 +41,14 @@ public:
 
     // Each raises LockedByOther when the time limit passes, and OperationCancelled. Asking for what is held already
     // does nothing.
-    void LockShared();    // to read
-    void LockReserved();  // to prepare changes: one at a time. Requires: no Problem(); not shared, or reserved already
+    void LockShared();  // to read
 
-    // To write the file. `database`: the same file, open for writing, which outlives the lock. Requires: reserved.
-    void LockExclusive(File& database);
+    // To prepare changes: one at a time. `database`: the same file, open for writing, which outlives the lock.
+    // Requires: no Problem(); not shared by another handle, or reserved already
+    void LockReserved(File& database);
+    void LockExclusive();  // to write the file. Requires: reserved
 
-    // As LockReserved, without waiting: false when another one has it, or when nobody may.
+    // As LockReserved, by the file that reads, without waiting: false when another one has it, or when nobody may.
     bool TryReserve() noexcept;
 
     void UnlockExclusive();  // back to reserved and shared
@@ -58,46 +60,47 @@ public:
     // may be there.
     bool SeesOtherEngine(bool long_look = false);
 
-    bool IsReserved() const { return reserved_; }
+    // Opens the lock file anew when somebody has taken it away: another engine comes to the one that is there.
+    // Problem() may change. Raises LockedByOther and OperationCancelled.
+    void ReturnToPlace();
+
+    bool IsReserved() const { return writing_ != nullptr; }
 
     // Whether nobody else has the database open. False where nobody can tell.
     bool IsAlone() const noexcept;
 
 private:
     enum class Kind : std::uint8_t {
-        Full,        // all locks, in the lock file
-        SharedOnly,  // the lock file may only be read
-        InDatabase,  // there is none: readers lock the database
-        None,        // nothing can be locked
+        Full,      // the lock file can be written
+        ReadOnly,  // it may only be read
+        None,      // there is none for us
     };
 
     void Open();
     void Enter();
-    void EnterAlone();
+    void EnterAlone(const std::filesystem::path& database);
     void TakeAlone(File& file, std::uint64_t byte, std::uint64_t length);
     bool OpenFile(OpenMode mode);
     bool TryOpen(OpenMode mode);
     void RemoveIfOurs();
-    void LockBehind(File& file, std::uint64_t gate);
-    void UnlockDatabase();
+    // The handle that has the locks.
+    File& Locked() { return writing_ != nullptr ? *writing_ : database_; }
     void WaitFor(File& file, std::uint64_t byte, File::Lock kind);
     template <class Try>
     void WaitUntil(File& file, std::uint64_t byte, Try locks);
 
     FileSystem& system_;
     std::filesystem::path path_;
-    std::filesystem::path database_path_;
     std::u16string database_name_;
-    std::uint64_t first_byte_;  // of those in the lock file that are this database's
     File& database_;
     std::chrono::milliseconds timeout_;
     std::chrono::steady_clock::duration waited_{};  // in this operation
+    bool locks_hold_ = false;                       // in the database: else nobody is kept out
     Kind kind_ = Kind::None;
     std::unique_ptr<File> file_;   // of the first two kinds
     std::unique_ptr<File> alone_;  // the database once more, when others are kept out
-    File* writing_ = nullptr;      // the database in which bytes are locked exclusively
+    File* writing_ = nullptr;      // the database by which it is reserved
     bool shared_ = false;
-    bool reserved_ = false;
     bool exclusive_ = false;
 };
 

@@ -16,8 +16,8 @@ constexpr std::chrono::milliseconds kReadAgainFor(250);
 
 }  // namespace
 
-PageFile::PageFile(FileSystem& system, std::filesystem::path path, bool read_only)
-    : system_(system), path_(std::move(path)) {
+PageFile::PageFile(FileSystem& system, std::filesystem::path path, bool read_only, bool network)
+    : system_(system), path_(std::move(path)), network_(network) {
     identity_.name = FromNativePath(path_);
     Open(read_only);
     ReadFileHeader();

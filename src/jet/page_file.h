@@ -19,8 +19,8 @@ inline constexpr char16_t kManyNames[] = u"文件有多个名称（硬链接）�
 class PageFile {
 public:
     // Opens for reading only when `read_only` says so, or when the system does not allow more. Raises FileNotFound,
-    // UnknownFormat …
-    PageFile(FileSystem& system, std::filesystem::path path, bool read_only);
+    // UnknownFormat … `network`: see MayAskNetwork().
+    PageFile(FileSystem& system, std::filesystem::path path, bool read_only, bool network);
 
     const std::filesystem::path& Path() const { return path_; }
     const FileIdentity& Identity() const { return identity_; }
@@ -35,6 +35,9 @@ public:
     // Why the file is not to be written; empty when it is.
     const std::u16string& ReadOnlyReason() const { return read_only_reason_; }
     void SetReadOnly(std::u16string_view reason) { read_only_reason_ = reason; }
+
+    // Whether files on other machines may be opened on behalf of this one.
+    bool MayAskNetwork() const { return network_; }
 
     // Page images as they stand in the file. The first one returns what could be read.
     std::size_t ReadStored(PageNumber first, std::span<const std::span<std::uint8_t>> parts);
@@ -74,6 +77,7 @@ private:
 
     FileSystem& system_;
     std::filesystem::path path_;
+    bool network_;
     FileIdentity identity_;
     std::u16string read_only_reason_;
     std::unique_ptr<File> file_;

@@ -9,6 +9,8 @@
 namespace qmtrain::jet {
 namespace {
 
+constexpr char16_t kReplaced[] = u"文件已被移走或替换，请重新打开。";
+
 FileSystem*& FilesInPlace() {
     static FileSystem* files = nullptr;
     return files;
@@ -33,7 +35,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       session_(options.session ? options.session : std::make_shared<Session>()),
       home_(home != nullptr ? home : this),
       durable_(options.durable),
-      file_(system_, std::move(path), options.read_only),
+      file_(system_, std::move(path), options.read_only, options.links_in_network),
       password_(options.password),
       journal_path_(Journal::PathFor(file_.Path())),
       share_(system_, file_, options.lock_timeout, options.exclusive),
@@ -72,7 +74,7 @@ void Pager::BeginReading() {
 void Pager::BeginChanging() {
     if (!MayChange()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
     if (!file_.HasOneName()) Raise(ErrorNumber::ReadOnly, {FileName(), kManyNames});
-    if (!file_.IsInPlace()) Raise(ErrorNumber::DiskError, {FileName(), u"文件已被移走或替换，请重新打开。"});
+    RequireInPlace();
     share_.BeginOperation();
     try {
         share_.LockToChange();
@@ -166,9 +168,11 @@ void Pager::NoticeUnfinished(bool to_change) {
     if (!found && !unfinished_) return;
     const auto is_known = [&] { return found && unfinished_ && found->Nonce() == unfinished_->Nonce(); };
     const auto counts = [&] { return found && found->GetState() == FoundJournal::State::InForce; };
-    // Of a file with several names others may look under another one, with another lock file.
+    // Of a file with several names others may look under another one. Where another file stands by now, the journal may
+    // be that one's.
     const auto may_resolve = [&] {
-        return (MayChange() ? found->GetState() != FoundJournal::State::Foreign : counts()) && file_.HasOneName();
+        const bool may = MayChange() ? found->GetState() != FoundJournal::State::Foreign : counts();
+        return may && file_.HasOneName() && file_.IsInPlace();
     };
     if (found && (to_change || (!is_known() && may_resolve()))) {
         found.reset();
@@ -196,8 +200,15 @@ std::optional<FoundJournal> Pager::FindJournal() {
     return FoundJournal::Find(system_, file_);
 }
 
+// The journal was compared with our file, and has its effect on the one that stands there, which is `file`.
 void Pager::ResolveJournal(File& file) {
+    RequireInPlace();
+    if (!file.IsAt(Path())) Raise(ErrorNumber::DiskError, {FileName(), kReplaced});
     if (auto found = FindJournal()) FoundJournal::Resolve(std::move(*found), system_, file, durable_);
+}
+
+void Pager::RequireInPlace() {
+    if (!file_.IsInPlace()) Raise(ErrorNumber::DiskError, {FileName(), kReplaced});
 }
 
 void Pager::NoticeChanges() {

@@ -46,7 +46,7 @@ struct PagerOptions {
 
     // Of the databases that links lead to.
     bool links_read_only = false;
-    bool links_in_network = false;  // whether another machine may be asked for them
+    bool links_in_network = false;  // whether another machine may be asked for them, and for journals of several files
 };
 
 class Pager : public SessionFile, private PageSupply {
@@ -138,6 +138,7 @@ private:
     void NoticeUnfinished(bool to_change);
     std::optional<FoundJournal> FindJournal();
     void ResolveJournal(File& file);
+    void RequireInPlace();
     void NoticeChanges();
     void RequirePassword();
     void TakeSize(std::uint64_t size);

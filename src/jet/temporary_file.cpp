@@ -10,8 +10,8 @@ std::unique_ptr<File> OpenTemporaryFile(FileSystem& system) {
     const std::filesystem::path folder = std::filesystem::temp_directory_path(failed);
     if (failed) Raise(ErrorNumber::DiskError, {u"临时文件", u"系统的临时文件夹不存在。"});
     const std::filesystem::path path = folder / UniqueName("qmtrain-", ".tmp");
-    auto file = system.Open(path, OpenMode::CreateNew);
-    system.Remove(path);  // the file stays as long as it is open
+    auto file = system.OpenPlain(path, OpenMode::CreateNew);  // nobody else may read it
+    system.Remove(path);                                      // the file stays as long as it is open
     return file;
 }
 

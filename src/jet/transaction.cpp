@@ -2,10 +2,14 @@
 
 #include <algorithm>
 
+#include "core/error.h"
+#include "core/work.h"
+
 namespace qmtrain::jet {
 namespace {
 
 constexpr std::size_t kMaxRestored = 4;
+constexpr int kTries = 100;  // to make a journal where somebody makes files of its name
 
 }  // namespace
 
@@ -97,7 +101,7 @@ void Transaction::WriteBack(const CommonJournal::Name* common) {
     if (!journal_) {
         share_.RequireNoOtherEngine();
         const std::uint64_t length = std::uint64_t{old_pages} * page_size;
-        journal_ = std::make_unique<Journal>(system_, file_, length, durable_, TakeEndedJournal());
+        journal_ = BeginJournal(length);
         overwritten_ = false;
     }
     std::vector<std::uint8_t> image(page_size);
@@ -112,6 +116,23 @@ void Transaction::WriteBack(const CommonJournal::Name* common) {
     file_.Write(dirty);
     for (Frame* frame : dirty) {
         if (frame->pins == 0) cache_.MarkClean(*frame);  // one in somebody's hands may change after this moment
+    }
+}
+
+// Whoever may make files in the folder can put one under the journal's name at any moment: it is set aside.
+std::unique_ptr<Journal> Transaction::BeginJournal(std::uint64_t length) {
+    std::unique_ptr<File> ended = TakeEndedJournal();
+    for (int tries = 1;; ++tries) {
+        try {
+            return std::make_unique<Journal>(system_, file_, length, durable_, std::move(ended));
+        } catch (const AutomationError& error) {
+            if (!error.Is(ErrorNumber::CannotOpenFile) || tries == kTries) throw;
+            Work::Look();
+        }
+        auto found = FoundJournal::Find(system_, file_);
+        if (found && found->GetState() == FoundJournal::State::Foreign) {
+            FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
+        }
     }
 }
 

@@ -80,6 +80,7 @@ private:
 
     void MergeRestored();
     std::unique_ptr<File> TakeEndedJournal();
+    std::unique_ptr<Journal> BeginJournal(std::uint64_t length);
 
     FileSystem& system_;
     PageFile& file_;

@@ -129,6 +129,11 @@ TEST_F(FilesTest, KnowsWhetherAnOpenFileStillStandsThere) {
     EXPECT_FALSE(file->IsAt(At("b")));
     FileSystem::Native().Rename(At("b"), At("a"));
     EXPECT_FALSE(file->IsAt(At("a")));
+    fs::create_hard_link(At("a"), At("twin"));
+    EXPECT_EQ(FileSystem::Native().Look(At("a")), FileKind::Other);
+    fs::remove(At("twin"));
+    EXPECT_EQ(FileSystem::Native().Look(At("a")), FileKind::Plain);
+    EXPECT_EQ(FileSystem::Native().Look(At("none/a")), FileKind::None);
     FileSystem::Native().Remove(At("a"));
     FileSystem::Native().Remove(At("a"));  // once is enough
     EXPECT_FALSE(FileSystem::Native().Exists(At("a")));

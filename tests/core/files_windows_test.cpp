@@ -26,6 +26,17 @@ TEST_F(FilesTest, PathsStayAsTheyAreWritten) {
     EXPECT_EQ(FromNativePath(ToNativePath(u"x:\\half \xD83D pair")), u"x:\\half \xD83D pair");
 }
 
+// What a folder holds may be called like a device.
+TEST_F(FilesTest, DevicesAreNoFiles) {
+    for (const char16_t* name : {u"NUL", u"COM1", u"nul.mdb", u"CONIN$"}) {
+        try {
+            const auto file = FileSystem::Native().Open(ToNativePath(name), OpenMode::ReadOnly);
+            ADD_FAILURE() << ToUtf8(name);
+        } catch (const AutomationError&) {
+        }
+    }
+}
+
 TEST_F(FilesTest, PathsMayBeLong) {
     std::u16string folder = FromNativePath(folder_.Path());
     for (int i = 0; i < 30; ++i) {

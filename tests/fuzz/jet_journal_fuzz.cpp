@@ -68,8 +68,54 @@ void AddRecord(Content& journal, std::uint32_t page, const Content& image, bool 
     journal.insert(journal.end(), image.begin(), image.end());
 }
 
+// What the database held before, as the records say, and whether a common journal that they name is in force.
+struct Before {
+    Content content;
+    bool in_force = true;
+};
+
+Before ReadRecords(const Content& database, const Content& journal, bool common_in_force) {
+    const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
+    Before before{database};
+    std::vector<bool> done(jet::Get<std::uint64_t>(&journal[16]) / kPage);
+    for (std::size_t at = kHeader; at + 8 + kPage <= journal.size(); at += 8 + kPage) {
+        const auto page = jet::Get<std::uint32_t>(&journal[at]);
+        const std::span image(&journal[at + 8], kPage);
+        if (jet::Get<std::uint32_t>(&journal[at + 4]) != RecordChecksum(nonce, page, image)) break;
+        if (page == 0xFFFFFFFF) {
+            const bool named = std::memcmp(&image[8], kCommon, std::strlen(kCommon) + 1) == 0;
+            before.in_force = common_in_force && named && jet::Get<std::uint64_t>(image.data()) == kCommonNonce;
+        } else if (page < done.size()) {
+            if (!done[page]) std::copy(image.begin(), image.end(), before.content.begin() + page * kPage);
+            done[page] = true;
+        } else {
+            break;
+        }
+    }
+    return before;
+}
+
+// Requires: the length is one that the database may have had.
+std::uint32_t Samples(const Content& before, const Content& journal) {
+    constexpr std::size_t kBytes = 512;
+    const std::uint64_t pages = jet::Get<std::uint64_t>(&journal[16]) / kPage;
+    Content samples;
+    for (std::uint64_t i = 0; i < 8; ++i) {
+        const std::uint64_t page = i == 0 ? 1 : 2 + (pages - 3) * (i - 1) / 6;
+        const auto end = before.begin() + static_cast<std::ptrdiff_t>((page + 1) * kPage);
+        samples.insert(samples.end(), end - kBytes, end);
+    }
+    return jet::Checksum(jet::Get<std::uint64_t>(&journal[24]), samples);
+}
+
+bool HasPossibleLength(const Content& database, const Content& journal) {
+    const auto length = jet::Get<std::uint64_t>(&journal[16]);
+    return length >= 3 * kPage && length <= database.size();
+}
+
 Content MakeJournal(const Content& database, Input& input) {
     Content journal(kHeader);
+    bool right_samples = true;
     std::memcpy(journal.data(), "QmTrnJn2", 8);
     jet::Put(&journal[8], static_cast<std::uint32_t>(kPage));
     jet::Put(&journal[16], static_cast<std::uint64_t>(database.size()));
@@ -79,8 +125,8 @@ Content MakeJournal(const Content& database, Input& input) {
     for (int wrong = input.Take() % 4; wrong > 0; --wrong) {
         const std::size_t at = input.Take() % kHeader;
         journal[at] = static_cast<std::uint8_t>(journal[at] + input.Take());
+        right_samples = right_samples && at < 44;
     }
-    jet::Put(&journal[12], HeaderChecksum(journal, jet::Get<std::uint64_t>(&journal[24])));
     for (int records = 0; !input.AtEnd() && records < 40; ++records) {
         const std::uint8_t kind = input.Take();
         std::uint32_t page = input.Take();
@@ -97,6 +143,10 @@ Content MakeJournal(const Content& database, Input& input) {
         }
         AddRecord(journal, page, image, kind < 240);
     }
+    if (right_samples && HasPossibleLength(database, journal)) {
+        jet::Put(&journal[44], Samples(ReadRecords(database, journal, false).content, journal));
+    }
+    jet::Put(&journal[12], HeaderChecksum(journal, jet::Get<std::uint64_t>(&journal[24])));
     return journal;
 }
 
@@ -129,31 +179,15 @@ std::optional<Content> Expected(const Content& database, Content journal, bool c
     const bool same_counters = now == counters || (now & 0xFFFF) == ((counters + 1) & 0xFFFF);
     if (jet::Get<std::uint32_t>(&journal[12]) != HeaderChecksum(journal, nonce)) return std::nullopt;
     if (is_void) return database;
-    const bool belongs = jet::Get<std::uint32_t>(&journal[8]) == kPage && length >= 3 * kPage &&
-                         length <= database.size() &&
+    const bool belongs = jet::Get<std::uint32_t>(&journal[8]) == kPage && HasPossibleLength(database, journal) &&
                          std::equal(journal.begin() + 32, journal.begin() + 40, database.begin() + kStampAt) &&
                          same_counters && now >> 16 == counters >> 16;
     if (!belongs) return std::nullopt;
-    Content after = database;
-    std::vector<bool> done(length / kPage);
-    bool in_force = true;
-    for (std::size_t at = kHeader; at + 8 + kPage <= journal.size(); at += 8 + kPage) {
-        const auto page = jet::Get<std::uint32_t>(&journal[at]);
-        const std::span image(&journal[at + 8], kPage);
-        if (jet::Get<std::uint32_t>(&journal[at + 4]) != RecordChecksum(nonce, page, image)) break;
-        if (page == 0xFFFFFFFF) {
-            const bool named = std::memcmp(&image[8], kCommon, std::strlen(kCommon) + 1) == 0;
-            in_force = common_in_force && named && jet::Get<std::uint64_t>(image.data()) == kCommonNonce;
-        } else if (page < done.size()) {
-            if (!done[page]) std::copy(image.begin(), image.end(), after.begin() + page * kPage);
-            done[page] = true;
-        } else {
-            break;
-        }
-    }
-    if (!in_force) return database;
-    after.resize(length);
-    return after;
+    Before before = ReadRecords(database, journal, common_in_force);
+    if (jet::Get<std::uint32_t>(&journal[44]) != Samples(before.content, journal)) return std::nullopt;
+    if (!before.in_force) return database;
+    before.content.resize(length);
+    return before.content;
 }
 
 void Attempt(const std::function<void()>& body) {

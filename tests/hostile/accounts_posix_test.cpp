@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include "core/log.h"
 #include "core/text.h"
@@ -14,8 +15,10 @@
 #include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/tables.h"
+#include "jet/temporary_file.h"
 #include "reliability/child.h"
 #include "support/accounts.h"
+#include "support/other_files.h"
 
 namespace qmtrain::test {
 namespace {
@@ -234,7 +237,9 @@ TEST_F(AccountsTest, AJournalCountsByItsOwner) {
         mode_t database;
         mode_t journal;
         bool counts;
+        mode_t folder = 0777;
     };
+    const Account elsewhere{kCandidate.user, daemon.group};
     const Case cases[] = {
         {"the owner's", kTeacher, 0644, 0644, true},
         {"a stranger's", kCandidate, 0644, 0644, false},
@@ -243,9 +248,12 @@ TEST_F(AccountsTest, AJournalCountsByItsOwner) {
         {"one of the group's", daemon, 0664, 0644, true},
         {"one of the group's, who may not write", daemon, 0644, 0644, false},
         {"anybody's, where all may write", kCandidate, 0666, 0644, true},
+        {"one of the group's, on another machine", elsewhere, 0664, 0644, true},
+        {"anybody's, to which the folder gives the group", elsewhere, 0664, 0644, false, 02777},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
+        Set(folder_.Path(), {0, 0}, test.folder);
         WriteFile(file_, after);
         Set(file_, {kTeacher.user, daemon.group}, test.database);
         WriteFile(Journal(), journal);
@@ -269,6 +277,135 @@ TEST_F(AccountsTest, AJournalCountsByItsOwner) {
         EXPECT_EQ(fs::exists(LogFile()), !test.counts) << "it is reported";
     }
     WriteFile(file_, before);
+}
+
+// The rights of a file as a list of accounts; false where the file system keeps none.
+bool SetAccessList(const fs::path& path, const Account& writer, const Account& group) {
+    struct Entry {
+        std::uint16_t tag;
+        std::uint16_t rights;
+        std::uint32_t id;
+    };
+    constexpr std::uint32_t kNone = 0xFFFFFFFF;
+    struct {
+        std::uint32_t version = 2;
+        Entry entries[6];
+    } const list{
+        2,
+        {{1, 6, kNone}, {2, 6, writer.user}, {4, 4, kNone}, {8, 6, group.group}, {0x10, 6, kNone}, {0x20, 4, kNone}}};
+    return setxattr(path.c_str(), "system.posix_acl_access", &list, sizeof list, 0) == 0;
+}
+
+// Who may write by an access list is a writer like any other, and nobody else is. What he leaves is open to the others.
+TEST_F(AccountsTest, WritersByAnAccessList) {
+    const Account listed{65512, 65522};
+    const Account in_listed_group{65513, 65524};
+    Set(file_, kTeacher, 0640);
+    if (!SetAccessList(file_, listed, {0, 65524})) GTEST_SKIP() << "no access lists here";
+    const auto before = ReadFile(file_);
+    for (const Account& writer : {listed, kTeacher, in_listed_group}) {
+        SCOPED_TRACE(writer.user);
+        EXPECT_EQ(As(writer,
+                     [&]() -> int {
+                         umask(077);
+                         const auto database = Open();
+                         database->BeginTransaction();
+                         FillCache(*database);
+                         _exit(ReadFile(file_) == before ? 1 : 0);
+                     }),
+                  0);
+        ASSERT_TRUE(fs::exists(Journal()));
+        EXPECT_EQ(As(kCandidate, [&] { return ReadAll(); }), 0);
+        EXPECT_EQ(As(writer.user == listed.user ? kTeacher : listed, [&] { return ReadAll(); }), 0);
+        EXPECT_FALSE(fs::exists(Journal()));
+        EXPECT_TRUE(ReadFile(file_) == before);
+    }
+    const auto database = FileSystem::Native().Open(file_, OpenMode::ReadOnly);
+    std::ofstream(Journal()) << "x";
+    const Account group_of_file{65514, kTeacher.group};
+    for (const auto& [owner, writes] : {std::pair{kCandidate, false}, std::pair{group_of_file, false},
+                                        std::pair{listed, true}, std::pair{Account{65515, 65524}, true}}) {
+        Set(Journal(), owner, 0644);
+        EXPECT_EQ(FileSystem::Native().IsByWriterOf(Journal(), *database), writes) << owner.user;
+    }
+}
+
+// A change of a shared database and one in a folder that only its owner may enter is broken off.
+TEST_F(AccountsTest, WhoCannotSeeTheCommonJournalDoesNotDecide) {
+    const fs::path inner = folder_.Path() / "private" / "B.mdb";
+    fs::create_directory(inner.parent_path());
+    fs::copy_file(file_, inner);
+    const Account assistant{65512, 65522, {kTeacher.group}};
+    struct Case {
+        const char* name;
+        mode_t folder;
+        bool seen;
+    };
+    for (const Case& test : {Case{"it may not be entered", 0700, false}, Case{"it may be passed", 0711, true}}) {
+        SCOPED_TRACE(test.name);
+        Set(file_, kTeacher, 0664);
+        Set(inner, kTeacher, 0600);
+        Set(inner.parent_path(), kTeacher, test.folder);
+        EXPECT_EQ(As(kTeacher,
+                     [&] {
+                         umask(077);
+                         const auto session = std::make_shared<jet::Session>();
+                         const auto b = jet::Database::Open(inner, {.session = session});
+                         const auto a = jet::Database::Open(file_, {.session = session});
+                         session->BeginTransaction();
+                         for (int i = 0; i < 200; ++i) {
+                             Insert(*b, u"T", {i, std::u16string(1500, u'新')});
+                             Insert(*a, u"T", {i, std::u16string(1500, u'新')});
+                         }
+                         session->CommitTransaction([] { _exit(0); });
+                         return 1;
+                     }),
+                  0);
+        constexpr int kDiskError = static_cast<int>(ErrorNumber::DiskError) % 100;
+        for (const Account& account : {kCandidate, assistant}) {
+            EXPECT_EQ(As(account, [&] { return ErrorOf([&] { ReadAll(); }) % 100; }), test.seen ? 0 : kDiskError);
+        }
+        EXPECT_EQ(As(kTeacher, [&] { return ReadAll(); }), 0);
+        EXPECT_EQ(As(kTeacher,
+                     [&] {
+                         const auto database = jet::Database::Open(inner, {});
+                         return Rows(*database, u"T").size() == kRows ? 0 : 1;
+                     }),
+                  0);
+        EXPECT_FALSE(fs::exists(Journal()) || fs::exists(inner.string() + "-journal"));
+    }
+}
+
+// A secret file that somebody puts under the lock file's name stays secret.
+TEST_F(AccountsTest, AFileWithContentGetsNoOtherRights) {
+    Set(file_, kTeacher, 0644);
+    std::ofstream(Lock()) << "marks";
+    Set(Lock(), kTeacher, 0600);
+    EXPECT_EQ(As(kTeacher, [&] { return AddRow(); }), 0);
+    EXPECT_EQ(RightsOf(Lock()), (Rights{kTeacher.user, kTeacher.group, 0600}));
+}
+
+// Rows that are held for a while are for nobody else.
+class NotesRights : public WrappedFiles {
+public:
+    mode_t rights = 07777;
+
+    void Remove(const fs::path& path) override {
+        struct stat info {};
+        if (stat(path.c_str(), &info) == 0) rights = info.st_mode & mode_t{0777};
+        WrappedFiles::Remove(path);
+    }
+    std::unique_ptr<File> OpenPlain(const fs::path& path, OpenMode mode) override {
+        return Native().OpenPlain(path, mode);
+    }
+};
+
+TEST_F(AccountsTest, TemporaryFilesAreTheirMakersAlone) {
+    const mode_t before = umask(0);
+    NotesRights files;
+    jet::OpenTemporaryFile(files);
+    umask(before);
+    EXPECT_EQ(files.rights, mode_t{0600});
 }
 
 // A change of several files is undone by nobody who may not write them.

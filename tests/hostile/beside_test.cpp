@@ -46,6 +46,31 @@ protected:
 
     fs::path Beside(const char* end) const { return file_.string() + end; }
 
+    // A database as a process leaves it that dies in a commit, and its journal.
+    struct Torn {
+        std::vector<std::uint8_t> file;
+        std::vector<std::uint8_t> journal;
+    };
+    static Torn Tear(const fs::path& path) {
+        const auto database = jet::Database::Open(path, {.cache_bytes = 0, .durable = false});
+        Write(*database, [&] {
+            database->CreateTable({.name = u"M", .columns = {{.name = u"X", .type = jet::ColumnType::Memo}}});
+        });
+        database->BeginTransaction();
+        Insert(*database, u"T", {11});
+        for (int i = 0; i < 200; ++i) Insert(*database, u"M", {std::u16string(1500, u'x')});
+        return {ReadFile(path), ReadFile(path.string() + "-journal")};
+    }
+
+    // What lies beside the database under its journal's name and some more.
+    std::size_t SetAside() const {
+        std::size_t count = 0;
+        for (const auto& entry : fs::directory_iterator(folder_.Path())) {
+            count += entry.path().filename().string().starts_with("Client.mdb-journal-") ? 1 : 0;
+        }
+        return count;
+    }
+
     ScratchFolder folder_;
     fs::path file_ = folder_.Path() / "Client.mdb";
 };
@@ -86,20 +111,7 @@ TEST_F(BesideTest, AFileWithTwoHardLinksIsReadOnly) {
 // A half-written file is read as it was before. Nothing is put back while others may look at it under another name.
 TEST_F(BesideTest, AFileWithTwoHardLinksIsNotRolledBack) {
     const fs::path journal = Beside("-journal");
-    std::vector<std::uint8_t> torn;
-    std::vector<std::uint8_t> images;
-    {
-        const auto database = jet::Database::Open(file_, {.cache_bytes = 0, .durable = false});
-        Write(*database, [&] {
-            database->CreateTable({.name = u"M", .columns = {{.name = u"X", .type = jet::ColumnType::Memo}}});
-        });
-        database->BeginTransaction();
-        Insert(*database, u"T", {11});
-        for (int i = 0; i < 200; ++i) Insert(*database, u"M", {std::u16string(1500, u'长')});
-        torn = ReadFile(file_);
-        ASSERT_TRUE(fs::exists(journal));
-        images = ReadFile(journal);
-    }
+    const auto [torn, images] = Tear(file_);
     WriteFile(file_, torn);
     WriteFile(journal, images);
     fs::create_hard_link(file_, folder_.Path() / "Twin.mdb");
@@ -111,6 +123,137 @@ TEST_F(BesideTest, AFileWithTwoHardLinksIsNotRolledBack) {
     fs::remove(folder_.Path() / "Twin.mdb");
     EXPECT_EQ(Count(), 10U);
     EXPECT_FALSE(fs::exists(journal));
+}
+
+// Locks hold though somebody takes the lock file away, and who comes then makes another one.
+TEST_F(BesideTest, WithoutTheLockFileUsersKeepApart) {
+    const fs::path lock = folder_.Path() / "Client.ldb";
+    auto early = Open(file_);
+    fs::remove(lock);
+    const auto late = Open(file_);
+    ASSERT_TRUE(fs::exists(lock));
+    early->BeginTransaction();
+    Insert(*early, u"T", {11});
+    EXPECT_EQ(ErrorOf([&] { Insert(*late, u"T", {12}); }), static_cast<int>(ErrorNumber::LockedByOther));
+    early->CommitTransaction();
+    {
+        const jet::Database::Reading reading(*early);
+        EXPECT_EQ(early->FindTable(u"T")->RowCount(), 11U);
+        EXPECT_EQ(ErrorOf([&] { Insert(*late, u"T", {12}); }), static_cast<int>(ErrorNumber::LockedByOther));
+    }
+    Insert(*late, u"T", {12});
+    Insert(*early, u"T", {13});
+    early.reset();
+    EXPECT_TRUE(fs::exists(lock)) << "another one has it open";
+    EXPECT_EQ(Count(), 13U);
+}
+
+// It is the new lock file in which another engine is to be seen, and the end of a user removes only his own.
+TEST_F(BesideTest, ALockFileThatWasTakenAwayIsOpenedAnew) {
+    constexpr std::uint64_t kOtherUser = 0x10000001;
+    const fs::path lock = folder_.Path() / "Client.ldb";
+    auto database = Open(file_);
+    fs::remove(lock);
+    auto engine = FileSystem::Native().Open(lock, OpenMode::Create);
+    ASSERT_TRUE(engine->TryLock(kOtherUser, 1, File::Lock::Exclusive));
+    EXPECT_EQ(ErrorOf([&] { Insert(*database, u"T", {11}); }), static_cast<int>(ErrorNumber::FileInUse));
+    engine->Unlock(kOtherUser, 1);
+    Insert(*database, u"T", {11});
+    fs::remove(lock);
+    std::ofstream(lock).flush();
+    database.reset();
+    EXPECT_TRUE(fs::exists(lock));
+}
+
+// One file in two places, as a container may see it.
+class TwoPlaces : public WrappedFiles {
+public:
+    TwoPlaces(fs::path other, fs::path file) : other_(std::move(other)), file_(std::move(file)) {}
+
+    std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override {
+        return std::make_unique<OtherPlace>(WrappedFiles::Open(path == other_ ? file_ : path, mode), *this);
+    }
+    bool Exists(const fs::path& path) override { return WrappedFiles::Exists(path == other_ ? file_ : path); }
+
+private:
+    class OtherPlace : public WrappedFile {
+    public:
+        OtherPlace(std::unique_ptr<File> file, const TwoPlaces& places)
+            : WrappedFile(std::move(file)), places_(places) {}
+        bool IsAt(const fs::path& path) override {
+            return WrappedFile::IsAt(path == places_.other_ ? places_.file_ : path);
+        }
+
+    private:
+        const TwoPlaces& places_;
+    };
+
+    fs::path other_;
+    fs::path file_;
+};
+
+TEST_F(BesideTest, OneFileInTwoPlaces) {
+    const fs::path other = folder_.Path() / "box" / "Client.mdb";
+    fs::create_directory(other.parent_path());
+    TwoPlaces places(other, file_);
+    const auto here = Open(file_);
+    const auto there = jet::Database::Open(
+        other, {.lock_timeout = std::chrono::milliseconds(200), .durable = false, .system = &places});
+    here->BeginTransaction();
+    Insert(*here, u"T", {11});
+    EXPECT_EQ(ErrorOf([&] { Insert(*there, u"T", {12}); }), static_cast<int>(ErrorNumber::LockedByOther));
+    here->CommitTransaction();
+    {
+        const jet::Database::Reading reading(*there);
+        EXPECT_EQ(there->FindTable(u"T")->RowCount(), 11U);
+        EXPECT_EQ(ErrorOf([&] { Insert(*here, u"T", {13}); }), static_cast<int>(ErrorNumber::LockedByOther));
+    }
+    Insert(*there, u"T", {12});
+    EXPECT_EQ(Count(), 12U);
+}
+
+// Others find the file by its new path, with another journal.
+TEST_F(BesideTest, AFileMovedBehindALinkIsNotWritten) {
+    const fs::path place = folder_.Path() / "new" / "Client.mdb";
+    fs::create_directory(place.parent_path());
+    const auto early = Open(file_);
+    fs::rename(file_, place);
+    fs::create_symlink(place, file_);
+    EXPECT_EQ(ErrorOf([&] { Insert(*early, u"T", {11}); }), static_cast<int>(ErrorNumber::DiskError));
+    Insert(*Open(file_), u"T", {11});
+    EXPECT_EQ(Count(), 11U);
+}
+
+// Who has a file open that another one has replaced does nothing to that one or its journal.
+TEST_F(BesideTest, AJournalIsNotPlayedIntoAnotherFile) {
+    const auto [torn, images] = Tear(file_);
+    const fs::path journal = Beside("-journal");
+    const fs::path next = folder_.Path() / "next.mdb";
+    const auto before = ReadFile(file_);
+    jet::Database::Create(next, {}, {.durable = false});
+    const auto other = ReadFile(next);
+    struct Case {
+        const char* name;
+        bool read_only;  // the old user
+        bool same;       // it is a copy that took its place, torn since
+    };
+    for (const Case& test : {Case{"a reader, another file", true, false}, Case{"a writer, another file", false, false},
+                             Case{"a reader, a copy", true, true}, Case{"a writer, a copy", false, true}}) {
+        SCOPED_TRACE(test.name);
+        WriteFile(file_, before);
+        const auto old = jet::Database::Open(file_, {.read_only = test.read_only, .durable = false});
+        if (!test.same) WriteFile(file_, torn);
+        WriteFile(next, test.same ? torn : other);
+        fs::rename(next, file_);
+        WriteFile(journal, images);
+        EXPECT_EQ(Rows(*old, u"T").size(), 10U);
+        EXPECT_TRUE(ReadFile(file_) == (test.same ? torn : other));
+        ASSERT_TRUE(fs::exists(journal));
+        if (test.same) {
+            EXPECT_EQ(Count(), 10U);
+        }
+        fs::remove(journal);
+    }
 }
 
 // What stands under our names is neither followed nor waited for nor destroyed, and the database goes on working.
@@ -195,6 +338,101 @@ TEST_F(BesideTest, JournalsOfOthers) {
         }
         EXPECT_EQ(kept, 1U);
         WriteFile(file_, before);
+    }
+}
+
+// Stamp, counters and length of two databases may be the same: their content is not.
+TEST_F(BesideTest, TheJournalOfATwin) {
+    constexpr std::size_t kStampAt = 0x72;
+    for (const jet::Version version : {jet::Version::Jet3, jet::Version::Jet4}) {
+        std::vector<std::uint8_t> files[2];
+        Torn torn;
+        for (int i = 0; i < 2; ++i) {
+            const fs::path path = folder_.Path() / "twin.mdb";
+            jet::Database::Create(path, {.version = version}, {.durable = false});
+            const auto database = Open(path);
+            Write(*database, [&] {
+                database->CreateTable({.name = u"T", .columns = {{.name = u"K", .type = jet::ColumnType::Long}}});
+                for (int key = 0; key < 500; ++key) {
+                    database->FindTable(u"T")->Insert(std::vector<Value>{key * (i + 1)});
+                }
+            });
+            torn = Tear(path);
+            files[i] = ReadFile(path);
+            fs::remove(path);
+        }
+        ASSERT_EQ(files[0].size(), files[1].size());
+        std::copy_n(files[1].begin() + kStampAt, 8, files[0].begin() + kStampAt);
+        WriteFile(file_, files[0]);
+        WriteFile(Beside("-journal"), torn.journal);
+        const auto database = Open(file_);
+        EXPECT_EQ(Rows(*database, u"T").size(), 500U);
+        EXPECT_TRUE(ReadFile(file_) == files[0]);
+        Write(*database, [] {});
+        EXPECT_EQ(SetAside(), version == jet::Version::Jet3 ? 1U : 2U);
+        WriteFile(file_, torn.file);
+        WriteFile(Beside("-journal"), torn.journal);
+        EXPECT_EQ(Rows(*Open(file_), u"T").size(), 500U) << "its own counts";
+        EXPECT_FALSE(fs::exists(Beside("-journal")));
+    }
+}
+
+// Somebody makes files of the journal's name, faster than they can be set aside.
+class JournalsInTheWay : public WrappedFiles {
+public:
+    int left = 0;
+
+    std::unique_ptr<File> Open(const fs::path& path, OpenMode mode) override {
+        const bool journal = path.string().ends_with("-journal");
+        if (journal && mode == OpenMode::CreateNew && left > 0) {
+            --left;
+            std::ofstream(path) << "x";
+        }
+        return WrappedFiles::Open(path, mode);
+    }
+};
+
+TEST_F(BesideTest, FilesInTheJournalsWayAreSetAside) {
+    JournalsInTheWay files;
+    const auto database = jet::Database::Open(file_, {.durable = false, .system = &files});
+    files.left = 20;
+    Insert(*database, u"T", {11});
+    EXPECT_EQ(files.left, 0);
+    EXPECT_EQ(SetAside(), 20U);
+    EXPECT_EQ(Count(), 11U);
+}
+
+// Somebody takes the journals of a commit out of its way, and puts them back when it is done: that undoes nothing.
+class JournalsThatStay : public WrappedFiles {
+public:
+    void Remove(const fs::path& path) override {
+        if (path.extension() == ".ldb") WrappedFiles::Remove(path);
+    }
+};
+
+TEST_F(BesideTest, AJournalThatComesBackUndoesNothing) {
+    const fs::path other = folder_.Path() / "Other.mdb";
+    fs::copy_file(file_, other);
+    JournalsThatStay files;
+    int key = 10;
+    for (const bool durable : {false, true}) {
+        SCOPED_TRACE(durable);
+        fs::copy_file(file_, other, fs::copy_options::overwrite_existing);
+        {
+            const auto session = std::make_shared<jet::Session>();
+            const auto a = jet::Database::Open(file_, {.durable = durable, .system = &files, .session = session});
+            const auto b = jet::Database::Open(other, {.durable = durable, .system = &files, .session = session});
+            a->BeginTransaction();
+            Insert(*a, u"T", {++key});
+            Insert(*b, u"T", {key});
+            a->CommitTransaction();
+        }
+        EXPECT_TRUE(fs::exists(Beside("-journal")) && fs::exists(Beside("-commit")));
+        EXPECT_EQ(Rows(*Open(other), u"T").size(), static_cast<std::size_t>(key));
+        EXPECT_EQ(Count(), static_cast<std::size_t>(key));
+        Insert(*jet::Database::Open(file_, {.durable = durable, .system = &files}), u"T", {++key});
+        EXPECT_TRUE(fs::exists(Beside("-journal")));
+        EXPECT_EQ(Count(), static_cast<std::size_t>(key));
     }
 }
 

@@ -191,7 +191,7 @@ void MainWindow::Upload(bool asked) {
     upload_timer_.Stop();
     Guarded([&] {
         const Uploaded uploaded = UploadWaiting(folder_);
-        if (asked && !uploaded.problem.empty()) ui::Inform(this, u"尚未上传：" + uploaded.problem, kTitle);
+        if (asked && !uploaded.problem.empty()) ui::Inform(this, u"尚未上传：" + uploaded.problem, kMainTitle);
     });
     Fill();
 }
