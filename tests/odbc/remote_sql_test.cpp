@@ -224,7 +224,7 @@ protected:
     // Changes both databases. Returns what came of it, which must be the same.
     std::string OnBoth(const std::u16string& sql) {
         const auto run = [&](dao::JetDatabase& database) {
-            const std::int32_t error = NumberOf([&] { database.Execute(sql); });
+            const std::int32_t error = ErrorOf([&] { database.Execute(sql); });
             return error != 0 ? "error " + std::to_string(error) : std::to_string(database.RecordsAffected());
         };
         const std::string expected = run(*file_);

@@ -69,10 +69,12 @@ std::optional<std::string> ParseWords(CLI::App& app, const std::vector<std::stri
     return std::nullopt;
 }
 
-std::int32_t NumberBehind(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most) {
+std::int32_t NumberBehind(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most,
+                          std::u16string_view what) {
     const auto number = ParseNumber(FromUtf8(text));
     if (!number || *number < least || *number > most || *number != std::floor(*number)) {
-        RaiseComponentError(u"qmtrain", FromUtf8(option) + u" 后面应当是一个整数：" + FromUtf8(text));
+        RaiseComponentError(u"qmtrain",
+                            FromUtf8(option) + u" 后面应当是一个" + std::u16string(what) + u"：" + FromUtf8(text));
     }
     return static_cast<std::int32_t>(*number);
 }

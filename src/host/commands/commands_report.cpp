@@ -43,7 +43,8 @@ ExportOptions Parse(const CommandWords& words) {
     app.add_option_function<std::string>(
            "--training",
            [&](const std::string& text) {
-               options.training = NumberBehind("--training", text, 1, std::numeric_limits<std::int32_t>::max());
+               options.training =
+                   NumberBehind("--training", text, 1, std::numeric_limits<std::int32_t>::max(), u"练习编号");
            },
            "export-paper：练习编号（默认为最近一次）")
         ->type_name("整数")
