@@ -36,8 +36,8 @@ using namespace qmtrain;
 using test::TestServer;
 namespace fs = std::filesystem;
 
-constexpr int kProcesses = 4;
-constexpr int kThreads = 50;  // candidates of each process
+int processes = 4;
+int threads_each = 50;  // candidates of each process
 constexpr int kQuestions = 60;
 constexpr Date kStart{38454.5};
 constexpr Date kEnd{38454.55};
@@ -180,18 +180,18 @@ Report Storm(const fs::path& folder, const std::function<void(int user, Times& t
     Report report;
     report.seconds = bench::Seconds([&] {
         std::vector<pid_t> children;
-        for (int process = 0; process < kProcesses; ++process) {
+        for (int process = 0; process < processes; ++process) {
             const pid_t child = fork();
             if (child != 0) {
                 children.push_back(child);
                 continue;
             }
-            std::vector<Times> times(kThreads);
+            std::vector<Times> times(static_cast<std::size_t>(threads_each));
             std::vector<std::thread> threads;
-            for (int i = 0; i < kThreads; ++i) {
+            for (int i = 0; i < threads_each; ++i) {
                 threads.emplace_back([&, i] {
                     try {
-                        record(process * kThreads + i + 1, times[static_cast<std::size_t>(i)]);
+                        record(process * threads_each + i + 1, times[static_cast<std::size_t>(i)]);
                     } catch (const std::exception& error) {
                         std::fprintf(stderr, "%s\n", error.what());
                         _exit(1);
@@ -211,7 +211,7 @@ Report Storm(const fs::path& folder, const std::function<void(int user, Times& t
             Require(status == 0);
         }
     });
-    for (int process = 0; process < kProcesses; ++process) {
+    for (int process = 0; process < processes; ++process) {
         std::ifstream in(folder / ("times" + Number(process)));
         for (double time = 0; in >> time;) report.times.push_back(time);
     }
@@ -246,6 +246,7 @@ void Summary(TestServer& server, const std::u16string& folder) {
         statement = ToUtf8(sql::Explain(client->Tables(), sql::Parse(SummaryQuery())).front());
     }
     statement.erase(0, statement.find(" by ") + 4);
+    statement.resize(std::min(statement.size(), statement.rfind("  ~ ")));  // how many rows are expected
     const auto summary = [&](int* rows) {
         TrainInfo train;
         train.ClientPath(folder);
@@ -277,7 +278,13 @@ void Summary(TestServer& server, const std::u16string& folder) {
 
 }  // namespace
 
-int main() {
+// With numbers: so many processes, and candidates of each.
+int main(int count, char** words) {
+    if (count > 2) {
+        processes = std::max(1, std::atoi(words[1]));
+        threads_each = std::max(1, std::atoi(words[2]));
+    }
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     TestServer* server = TestServer::Get();
     if (server == nullptr) {
         std::printf("skipped: %s\n", TestServer::WhyNone().c_str());
