@@ -20,7 +20,7 @@ snapshot() {
   "$wine" regedit /E "Z:$folder\\$1.reg" >/dev/null 2>&1
   iconv -f UTF-16 -t UTF-8 "$1.reg" | tr -d '\r' | awk '
     /^\[/ { key = $0 }
-    key ~ /Control.Video|Temporary System Parameters/ { next }
+    key ~ /Control.Video|Temporary System Parameters|NetworkCards|1000.Console/ { next }
     /^\[/ { print; next }
     /^"/ && key !~ /Explorer|MountPoints|FontSubst|Fonts|Nls|Cryptography|HardwareId|VOLATILE|CurrentVersion\\Time|hardware|HARDWARE|Enum|Class|DirectX/ { print key " " $0 }
     /^"/ && key ~ /QmTrainInfo|4C2127E8/ { print key " " $0 }' | sort -u >"$1.keys"
@@ -35,6 +35,7 @@ installed() { # FOLDER
   [ ! -e "$1/new~" ] || fail "what the installation wrote first is still there"
 }
 cat >classes.vbs <<'SCRIPT'
+WScript.Echo CreateObject("WScript.Shell").ExpandEnvironmentStrings("%PROCESSOR_ARCHITECTURE%")
 For Each Name In Array("Utilities", "TrainInfo", "TrainResult", "NCREUser", "SubjectInfo", "DataInfo", "QuestionItem", _
                        "QuestionType", "FillAnswer", "Note", "UITrain", "UIManageNotes", "TrainStatistics", _
                        "WrongQuestions")
@@ -42,19 +43,26 @@ For Each Name In Array("Utilities", "TrainInfo", "TrainResult", "NCREUser", "Sub
 Next
 WScript.Echo CreateObject("QmTrainInfo.Utilities").GetChoiceAnswerString(5)
 SCRIPT
+# script x64|x86 FILE: by the script host of that word size. To a 32-bit program, and Wine may start as one, system32 is
+# the other folder, and sysnative this; a program in there is started by another one only.
+script() {
+  local system=syswow64
+  [ "$1" = x86 ] || system=$native
+  "$wine" cmd /c "C:\\windows\\$system\\cscript.exe" //nologo "$2" | tr -d '\r'
+}
+architecture() { if [ "$1" = x64 ]; then echo AMD64; else echo x86; fi; }
 classes() { # all of them in both word sizes
-  local system
-  for system in system32 syswow64; do
-    [ "$("$wine" "C:\\windows\\$system\\cscript.exe" //nologo classes.vbs | tr -d '\r')" = AC ] ||
-      fail "the classes with the script host of $system"
+  local word_size said
+  for word_size in x64 x86; do
+    said=$(script "$word_size" classes.vbs)
+    [ "$said" = "$(architecture "$word_size")"$'\nAC' ] || fail "the classes with the script host for $word_size: $said"
   done
 }
 no_classes() {
-  local system
-  for system in system32 syswow64; do
-    if "$wine" "C:\\windows\\$system\\cscript.exe" //nologo classes.vbs >said 2>&1; then
-      fail "classes are there after the uninstallation ($system)"
-    fi
+  local word_size said
+  for word_size in x64 x86; do
+    said=$(script "$word_size" classes.vbs || true)
+    [ "$said" = "$(architecture "$word_size")" ] || fail "classes after the uninstallation ($word_size): $said"
   done
 }
 uninstall() { # WINDOWS-FOLDER: its program goes on as a copy, so that it can remove itself
@@ -71,8 +79,11 @@ same() { # BEFORE AFTER
 }
 
 "$wine" wineboot --init >/dev/null 2>&1
+native=sysnative
+"$wine" cmd /c 'if not exist C:\windows\sysnative\cscript.exe exit 1' || native=system32
 "$wine" setup.exe /S "/D=C:\\first" || fail "the first installation"  # what the system makes at first stays out of the comparison
 uninstall "C:\\first" "$drive/first"
+no_classes  # and what the script hosts register of their own is there
 snapshot before
 
 echo "for one user, in silence"
@@ -104,19 +115,34 @@ classes
   fail "not in the machine's list of programs"
 
 echo "again, over a library in use"
+# Wine's script host knows no Sleep, and would end with a script that asks for it.
 cat >hold.vbs <<'SCRIPT'
 Set Held = CreateObject("QmTrainInfo.Utilities")
+Set Files = CreateObject("Scripting.FileSystemObject")
 WScript.Echo "held"
-WScript.Sleep 20000
+For i = 1 To 120
+    If Files.FileExists("replaced") Then Exit For
+    CreateObject("WScript.Shell").Run "ping -n 2 127.0.0.1", 0, True
+Next
 WScript.Echo Held.GetChoiceAnswerString(5)
 SCRIPT
-"$wine" cscript //nologo hold.vbs >held &
-holder=$!
-for _ in $(seq 60); do grep -q held held && break; sleep 0.5; done
+holders=()
+for word_size in x64 x86; do
+  script "$word_size" hold.vbs >"held.$word_size" &
+  holders+=($!)
+done
+for _ in $(seq 60); do [ "$(cat held.* | grep -c held)" = 2 ] && break; sleep 0.5; done
 touch -d 2001-01-01 "$drive/Everybody/x64/QmTrainInfo.dll"
 "$wine" setup.exe /S /AllUsers || fail "the installation over a library in use"
-wait "$holder" || fail "the program that used the library"
-grep -q AC held || fail "the program that used the library: $(cat held)"
+for word_size in x64 x86; do
+  compgen -G "$drive/Everybody/$word_size/QmTrainInfo.dll.old*" >/dev/null ||
+    fail "the library was not in use ($word_size): $(cat held.*)"
+done
+touch replaced
+wait "${holders[@]}" || fail "a program that used the library"
+for word_size in x64 x86; do
+  grep -q AC "held.$word_size" || fail "the program that used the library ($word_size): $(cat "held.$word_size")"
+done
 [ "$(stat -c %Y "$drive/Everybody/x64/QmTrainInfo.dll")" -gt "$(date -d 2002-01-01 +%s)" ] || fail "the library is the old one"
 classes
 uninstall 'C:\Everybody' "$drive/Everybody"
@@ -127,10 +153,11 @@ same before after
 echo "where it cannot"
 small=$folder/small
 mkdir "$small"
-if mount -t tmpfs -o size=8m tmpfs "$small" 2>/dev/null; then
+there=${QMTRAIN_WINE_ROOT:-}$small  # as Wine sees it
+if mount -t tmpfs -o size=8m tmpfs "$there" 2>/dev/null; then
   status=0
   "$wine" setup.exe /S "/D=Z:${small//\//\\}" || status=$?
-  umount "$small"
+  umount "$there"
   [ "$status" -eq 2 ] || fail "a full disk: exit code $status"
 fi
 touch "$folder/file"

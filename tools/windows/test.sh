@@ -25,8 +25,9 @@ test_installer() {
   need_packages wine wine64 xvfb xauth
   for word_size in x64 x86; do build_for "$word_size" -DBUILD_TESTING=OFF -- qmtrain_server qmtrain jetsql; done
   windows_installer || return 1
-  # The machine's locale would be that of the root, too; it has none.
-  local command=(env WINEPREFIX="$PWD/build/wine-installer" WINEDEBUG=-all WINEARCH=win64 "WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe="
+  # The machine's locale would be that of the root, too; it has none. Wine keeps notes of menu entries that it makes for
+  # this machine's desktop; here it makes none.
+  local command=(env WINEPREFIX="$PWD/build/wine-installer" WINEDEBUG=-all WINEARCH=win64 "WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe,winemenubuilder.exe="
     LC_ALL=C.UTF-8 xvfb-run -a tests/windows/installer.sh "$PWD/tools/windows/wine_both" "$PWD/build/QmTrainInfo-setup.exe")
   rm -rf build/wine-installer
   if compgen -G '/usr/lib/*/wine/i386-unix/ntdll.so' >/dev/null; then
