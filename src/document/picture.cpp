@@ -19,7 +19,12 @@ std::optional<PixelSize> Size(std::int64_t width, std::int64_t height) {
     return PixelSize{static_cast<int>(width), static_cast<int>(height)};
 }
 
+// Behind the signature the header must be the first chunk, of its one length: a reader that meets another one there
+// goes on to a header that nobody has looked at.
 std::optional<PixelSize> PngSize(ByteSpan bytes) {
+    constexpr std::uint32_t kHeaderLength = 13;
+    constexpr std::uint32_t kHeader = 0x49484452;  // IHDR
+    if (Big32(bytes, 8) != kHeaderLength || Big32(bytes, 12) != kHeader) return std::nullopt;
     return Size(Big32(bytes, 16), Big32(bytes, 20));
 }
 
@@ -27,11 +32,18 @@ bool IsFrameHeader(std::uint32_t marker) {
     return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
-// Segments after the two bytes of the start: FF, marker, length (big-endian, with its own two bytes), content. The
-// frame header's content is precision, height, width.
+// Of a segment with a length, such as stand before the frame header.
+bool HasLength(std::uint32_t marker) {
+    return marker >= 0xC0 && (marker < 0xD0 || marker > 0xD9);
+}
+
+// Segments after the two bytes of the start: any number of FF, marker, length (big-endian, with its own two bytes),
+// content. The frame header's content is precision, height, width.
 std::optional<PixelSize> JpegSize(ByteSpan bytes) {
     for (std::size_t at = 2; at + 9 <= bytes.size() && bytes[at] == 0xFF; at += 2 + Big16(bytes, at + 2)) {
+        while (at + 9 < bytes.size() && bytes[at + 1] == 0xFF) ++at;
         if (IsFrameHeader(bytes[at + 1])) return Size(Big16(bytes, at + 7), Big16(bytes, at + 5));
+        if (!HasLength(bytes[at + 1])) break;
     }
     return std::nullopt;
 }

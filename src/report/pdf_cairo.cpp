@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <filesystem>
 #include <memory>
+#include <string>
 
 #include <cairo-pdf.h>
 #include <wx/dc.h>
@@ -8,7 +8,6 @@
 #include <wx/graphics.h>
 
 #include "core/error.h"
-#include "core/files.h"
 #include "report/page_layout.h"
 #include "report/printing.h"
 #include "ui/picture_decoder.h"
@@ -51,13 +50,14 @@ bool CanWritePdf() {
 }
 
 void WritePdf(const Report& report, std::u16string_view file) {
-    namespace fs = std::filesystem;
     const PageLayout layout(report);
-    const fs::path path = ToNativePath(std::u16string(file));
-    fs::path unfinished = path;
-    unfinished += ".part";
+    std::string bytes;
+    const auto append = [](void* target, const unsigned char* data, unsigned length) {
+        static_cast<std::string*>(target)->append(reinterpret_cast<const char*>(data), length);
+        return CAIRO_STATUS_SUCCESS;
+    };
     const std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> surface(
-        cairo_pdf_surface_create(unfinished.c_str(), kPageWidth * kPointsPerUnit, kPageHeight * kPointsPerUnit),
+        cairo_pdf_surface_create_for_stream(append, &bytes, kPageWidth * kPointsPerUnit, kPageHeight * kPointsPerUnit),
         cairo_surface_destroy);
     {
         const std::unique_ptr<cairo_t, void (*)(cairo_t*)> context(cairo_create(surface.get()), cairo_destroy);
@@ -73,13 +73,10 @@ void WritePdf(const Report& report, std::u16string_view file) {
         }
     }
     cairo_surface_finish(surface.get());
-    std::error_code error;
-    if (cairo_surface_status(surface.get()) == CAIRO_STATUS_SUCCESS) {
-        fs::rename(unfinished, path, error);
-        if (!error) return;
+    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) {
+        RaiseComponentError(u"qmtrain", u"无法写入文件：" + std::u16string(file));
     }
-    fs::remove(unfinished, error);
-    RaiseComponentError(u"qmtrain", u"无法写入文件：" + std::u16string(file));
+    WriteWhole(file, bytes);
 }
 
 }  // namespace qmtrain::report

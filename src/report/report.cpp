@@ -1,13 +1,11 @@
 #include "report/report.h"
 
 #include <array>
-#include <filesystem>
-#include <fstream>
 
 #include "core/csv.h"
 #include "core/error.h"
-#include "core/files.h"
 #include "core/text.h"
+#include "core/whole_file.h"
 
 namespace qmtrain::report {
 namespace {
@@ -221,25 +219,11 @@ std::string ToHtml(const Report& report) {
 }
 
 void WriteWhole(std::u16string_view file, std::string_view content) {
-    namespace fs = std::filesystem;
-    const fs::path path = ToNativePath(std::u16string(file));
-    fs::path unfinished = path;
-    unfinished += ".part";
-    const auto fail = [&](const std::string& reason) {
-        std::error_code ignored;
-        fs::remove(unfinished, ignored);
-        RaiseComponentError(u"qmtrain", u"无法写入文件：" + std::u16string(file) +
-                                            (reason.empty() ? u"" : u"（" + FromUtf8(reason) + u"）"));
-    };
-    {
-        std::ofstream out(unfinished, std::ios::binary | std::ios::trunc);
-        out.write(content.data(), static_cast<std::streamsize>(content.size()));
-        out.close();
-        if (!out) fail("");
+    try {
+        WriteWholeFile(file, content);
+    } catch (const AutomationError& error) {
+        RaiseComponentError(u"qmtrain", u"无法写入文件：" + std::u16string(file) + u"（" + error.Description() + u"）");
     }
-    std::error_code error;
-    fs::rename(unfinished, path, error);
-    if (error) fail(error.message());
 }
 
 }  // namespace qmtrain::report

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <compare>
+#include <cstdint>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -59,6 +60,21 @@ public:
     bool Has(char16_t folded) const {
         const auto behind = std::ranges::upper_bound(ranges_, folded, {}, &Range::first);
         return (behind != ranges_.begin() && folded <= std::prev(behind)->second) != negated_;
+    }
+
+    // Calls `body` with each folded unit that it has.
+    template <class Body>
+    void ForEach(const Body& body) const {
+        std::uint32_t next = 0;
+        const auto to = [&](std::uint32_t end, bool has) {
+            for (; has && next < end; ++next) body(static_cast<char16_t>(next));
+            next = std::max(next, end);
+        };
+        for (const Range& range : ranges_) {
+            to(range.first, negated_);
+            to(std::uint32_t{range.second} + 1, !negated_);
+        }
+        if (negated_) to(0x10000, true);
     }
 
     auto operator<=>(const UnitSet&) const = default;
@@ -219,7 +235,7 @@ private:
     }
 
     // Tries many places of the text at once, a bit for each: element after element those are struck out where it does
-    // not fit.
+    // not fit. What is left is found.
     std::size_t FindAtOnce(const Run& run, std::u16string_view text, std::size_t from) const {
         const Kinds kinds = KindsOf(run);
         const std::size_t end = text.size() - run.Size() + 1;
@@ -228,54 +244,72 @@ private:
         for (; from < end; from += step, step = std::min(2 * step, most)) {
             const std::size_t count = std::min(step, end - from);
             const std::u16string_view part = text.substr(from + run.any_before, count + run.elements.size() - 1);
-            const std::vector<std::vector<std::uint64_t>> fitting = WhereKindsFit(kinds, part);
             std::vector<std::uint64_t> places((count + 63) / 64, ~std::uint64_t{0});
             if (count % 64 != 0) places.back() >>= 64 - count % 64;
-            for (std::size_t i = 0; i < run.elements.size(); ++i) {
-                if (i % kLong == 0) Work::Look();
-                const auto kind = kinds.numbers.find(run.elements[i]);
-                if (kind != kinds.numbers.end() && !StrikeOut(places, fitting[kind->second], i)) break;
-            }
-            for (std::size_t i = 0; i < places.size(); ++i) {
-                for (std::uint64_t left = places[i]; left != 0; left &= left - 1) {
-                    const std::size_t at = from + 64 * i + static_cast<std::size_t>(std::countr_zero(left));
-                    if (StandsAt(run, text, at)) return at;
-                    Work::Look();
+            bool left = true;
+            for (std::size_t first = 0; left && first < kinds.elements.size(); first += kBatch) {
+                const Fitting fitting = WhereKindsFit(UnitsOf(kinds, first), part);
+                for (std::size_t i = 0; left && i < run.elements.size(); ++i) {
+                    if (i % kLong == 0) Work::Look();
+                    const std::size_t kind = kinds.numbers[i] - first;  // those before are very large
+                    if (kind < fitting.size()) left = StrikeOut(places, fitting[kind], i);
                 }
             }
+            if (!left) continue;
+            std::size_t word = 0;
+            while (places[word] == 0) ++word;
+            return from + 64 * word + static_cast<std::size_t>(std::countr_zero(places[word]));
         }
         return Finder::kNowhere;
     }
 
-    // The different elements of a run, each with a bit. Of very many the first ones are enough to strike out most.
+    // The different elements of a run.
     struct Kinds {
-        std::unordered_map<Element, std::size_t> numbers;
-        std::vector<std::uint64_t> of_unit;  // by folded unit: to which it fits
+        std::vector<Element> elements;
+        std::vector<std::size_t> numbers;  // by place in the run; none for "?"
     };
+    static constexpr std::size_t kBatch = 64;  // as many as a unit has bits
+    static constexpr std::size_t kNoKind = SIZE_MAX;
 
-    Kinds KindsOf(const Run& run) const {
+    static Kinds KindsOf(const Run& run) {
         Kinds kinds;
-        kinds.of_unit.resize(kAny);
+        std::unordered_map<Element, std::size_t> known{{kAny, kNoKind}};
         for (const Element element : run.elements) {
-            if (element == kAny || kinds.numbers.size() == 64) continue;
-            const auto [place, added] = kinds.numbers.try_emplace(element, kinds.numbers.size());
-            if (!added) continue;
-            const std::uint64_t bit = std::uint64_t{1} << place->second;
-            if (element < kAny) kinds.of_unit[element] |= bit;
-            for (Element unit = 0; element > kAny && unit < kAny; ++unit) {
-                if (sets_[element - kFirstSet].Has(static_cast<char16_t>(unit))) kinds.of_unit[unit] |= bit;
-            }
+            const auto [place, added] = known.try_emplace(element, kinds.elements.size());
+            if (added) kinds.elements.push_back(element);
+            kinds.numbers.push_back(place->second);
         }
         return kinds;
     }
 
+    // By folded unit: which of a batch of kinds it fits, with a bit for each.
+    struct Units {
+        std::size_t count = 0;
+        std::vector<std::uint64_t> kinds;
+    };
+
+    Units UnitsOf(const Kinds& kinds, std::size_t first) const {
+        Units units{std::min(kBatch, kinds.elements.size() - first), std::vector<std::uint64_t>(kAny)};
+        for (std::size_t i = 0; i < units.count; ++i) {
+            const Element element = kinds.elements[first + i];
+            const std::uint64_t bit = std::uint64_t{1} << i;
+            if (element < kAny) units.kinds[element] |= bit;
+            if (element >= kFirstSet) {
+                sets_[element - kFirstSet].ForEach([&](char16_t unit) { units.kinds[unit] |= bit; });
+            }
+        }
+        return units;
+    }
+
     // For each kind a bit for each unit of the text, and room behind it.
-    static std::vector<std::vector<std::uint64_t>> WhereKindsFit(const Kinds& kinds, std::u16string_view text) {
+    using Fitting = std::vector<std::vector<std::uint64_t>>;
+
+    static Fitting WhereKindsFit(const Units& units, std::u16string_view text) {
         const std::size_t words = text.size() / 64 + 2;
-        Work::Hold(kinds.numbers.size() * words * sizeof(std::uint64_t));
-        std::vector<std::vector<std::uint64_t>> fitting(kinds.numbers.size(), std::vector<std::uint64_t>(words));
+        Work::Hold(units.count * words * sizeof(std::uint64_t));
+        Fitting fitting(units.count, std::vector<std::uint64_t>(words));
         for (std::size_t i = 0; i < text.size(); ++i) {
-            for (std::uint64_t left = kinds.of_unit[Fold(text[i])]; left != 0; left &= left - 1) {
+            for (std::uint64_t left = units.kinds[Fold(text[i])]; left != 0; left &= left - 1) {
                 fitting[static_cast<std::size_t>(std::countr_zero(left))][i / 64] |= std::uint64_t{1} << (i % 64);
             }
         }

@@ -1,5 +1,8 @@
 #include "ui/screen_measurer.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include <wx/dcmemory.h>
 #include <wx/image.h>
 
@@ -12,7 +15,9 @@
 namespace qmtrain::ui {
 namespace {
 
-constexpr double kScriptScale = 0.65;  // of superscripts and subscripts
+constexpr double kScriptScale = 0.65;    // of superscripts and subscripts
+constexpr std::size_t kMostFaces = 256;  // to make and measure one takes milliseconds
+constexpr std::int64_t kMostPixelsOfAll = 4 * kMostPixels;
 
 wxBitmap Frame(wxSize size) {
     wxBitmap bitmap;
@@ -31,6 +36,11 @@ ScreenMeasurer::Face& ScreenMeasurer::FaceOf(const document::CharacterFormat& fo
     const bool small = format.script != document::Script::Normal;
     const FontKey key{format.font, format.half_points, format.bold, format.italic, format.underline, small};
     auto found = faces_.find(key);
+    if (found == faces_.end() && faces_.size() >= kMostFaces) {
+        last_format_ = format;
+        last_face_ = &NearestFace(key);
+        return *last_face_;
+    }
     if (found == faces_.end()) {
         const std::u16string& name = format.font.empty() ? kQuestionFont : format.font;
         double points = (format.half_points > 0 ? format.half_points : kQuestionHalfPoints) / 2.0;
@@ -44,6 +54,23 @@ ScreenMeasurer::Face& ScreenMeasurer::FaceOf(const document::CharacterFormat& fo
     last_format_ = format;
     last_face_ = &found->second;
     return *last_face_;
+}
+
+// A text in hundreds of sizes looks much the same with those that are there.
+ScreenMeasurer::Face& ScreenMeasurer::NearestFace(const FontKey& key) {
+    Face*& nearest = nearest_[key];
+    if (nearest != nullptr) return *nearest;
+    const auto distance = [&](const FontKey& other) {
+        const auto& [name, size, bold, italic, underline, small] = other;
+        const int others = (name != std::get<0>(key) ? 8 : 0) + (bold != std::get<2>(key) ? 2 : 0) +
+                           (italic != std::get<3>(key) ? 2 : 0) + (underline != std::get<4>(key) ? 4 : 0) +
+                           (small != std::get<5>(key) ? 16 : 0);
+        return std::abs(size - std::get<1>(key)) + others;
+    };
+    nearest = &std::min_element(faces_.begin(), faces_.end(), [&](const auto& a, const auto& b) {
+                   return distance(a.first) < distance(b.first);
+               })->second;
+    return *nearest;
 }
 
 int ScreenMeasurer::WidthOnScreen(std::u16string_view text, const Face& face) {
@@ -113,10 +140,20 @@ int ScreenMeasurer::Pixels(int twips) {
     return twips == 0 ? 0 : ToPixels(window_, twips);
 }
 
+bool ScreenMeasurer::MayDecode(const document::Picture& picture) {
+    const auto [known, is_new] = decoded_.try_emplace(&picture, false);
+    if (!is_new) return known->second;
+    const document::PixelSize size = document::SizeInPixels(picture).value_or(document::PixelSize{});
+    const std::int64_t pixels = std::int64_t{size.width} * size.height;
+    known->second = pixels <= kMostPixels && pixels_ + pixels <= kMostPixelsOfAll;
+    if (known->second) pixels_ += pixels;
+    return known->second;
+}
+
 const wxBitmap& ScreenMeasurer::BitmapOf(const document::Picture& picture, wxSize size) {
     wxBitmap& bitmap = bitmaps_[{&picture, size.x, size.y}];
     if (bitmap.IsOk()) return bitmap;
-    const wxImage image = DecodePicture(picture, size);
+    const wxImage image = MayDecode(picture) ? DecodePicture(picture, size) : wxImage();
     bitmap = image.IsOk() ? wxBitmap(image.Scale(size.x, size.y, wxIMAGE_QUALITY_HIGH)) : Frame(size);
     return bitmap;
 }

@@ -30,11 +30,16 @@ public:
     // it takes seconds. What that leaves out, kerning and ligatures, is a pixel here and there.
     void MeasureCharacters(bool by_character) { by_character_ = by_character; }
 
-    // The picture at that size; an empty frame when it cannot be read.
+    // The picture at that size; an empty frame when it cannot be read, or when those before it have so many pixels that
+    // whoever looks at the text would wait.
     const wxBitmap& BitmapOf(const document::Picture& picture, wxSize size);
 
     // Pictures of a text that is gone.
-    void ForgetPictures() { bitmaps_.clear(); }
+    void ForgetPictures() {
+        bitmaps_.clear();
+        decoded_.clear();
+        pixels_ = 0;
+    }
 
 private:
     using FontKey = std::tuple<std::u16string, int, bool, bool, bool, bool>;
@@ -49,15 +54,20 @@ private:
     };
 
     Face& FaceOf(const document::CharacterFormat& format);
+    Face& NearestFace(const FontKey& key);
+    bool MayDecode(const document::Picture& picture);
     int WidthOnScreen(std::u16string_view text, const Face& face);
     int WidthOf(char16_t unit, Face& face);
 
     wxWindow& window_;
     std::map<FontKey, Face> faces_;
-    document::CharacterFormat last_format_;  // of last_face_
+    std::map<FontKey, Face*> nearest_;  // of formats for which no face is made any more
+    document::CharacterFormat last_format_;       // of last_face_
     Face* last_face_ = nullptr;
     bool by_character_ = false;
     std::map<std::tuple<const document::Picture*, int, int>, wxBitmap> bitmaps_;
+    std::map<const document::Picture*, bool> decoded_;  // or not, for there were too many before it
+    std::int64_t pixels_ = 0;                 // of those that are
 };
 
 }  // namespace qmtrain::ui

@@ -194,6 +194,41 @@ TEST(Picture, BitmapsBecomeFiles) {
     EXPECT_EQ(PictureFile({.kind = Kind::Png, .bytes = FromHex(kPng), .width = 15, .height = 15}), FromHex(kPng));
 }
 
+// The size is that of the header which a decoder takes, or there is none.
+TEST(Picture, SizesStandWhereDecodersFindThem) {
+    const Bytes signature = {0x89, 'P', 'N', 'G', 13, 10, 26, 10};
+    const Bytes header = {0, 0, 0, 13, 'I', 'H', 'D', 'R', 0, 0, 0, 10, 0, 0, 0, 20};
+    const Bytes unknown = {0, 0, 0, 8, 'x', 'x', 'X', 'x', 0, 0, 0, 5, 0, 0, 0, 5};
+    const Bytes frame = {0xFF, 0xC0, 0, 11, 8, 0, 20, 0, 10};
+    const auto join = [](std::initializer_list<Bytes> parts) {
+        Bytes all;
+        for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+        return all;
+    };
+    struct Case {
+        const char* name;
+        Kind kind;
+        Bytes bytes;
+        bool known;
+    };
+    const Case cases[] = {
+        {"PNG", Kind::Png, join({signature, header}), true},
+        {"PNG, another chunk first", Kind::Png, join({signature, unknown, header}), false},
+        {"PNG, a header of another length", Kind::Png,
+         join({signature, {0, 0, 0, 14}, {header.begin() + 4, header.end()}}), false},
+        {"JPEG", Kind::Jpeg, join({{0xFF, 0xD8}, frame}), true},
+        {"JPEG, a segment before", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 1, 2}, frame}), true},
+        {"JPEG, filled up", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0xFF, 0xFF, 0xE0, 0, 4, 1, 2, 0xFF, 0xFF}, frame}),
+         true},
+        {"JPEG, a size behind a sign without length", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0x01, 0, 2}, frame}), false},
+        {"JPEG, begun twice", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0xD8, 0, 2}, frame}), false},
+    };
+    for (const Case& c : cases) {
+        const auto size = SizeInPixels({.kind = c.kind, .bytes = c.bytes, .width = 0, .height = 0});
+        EXPECT_EQ(size, c.known ? std::optional(PixelSize{10, 20}) : std::nullopt) << c.name;
+    }
+}
+
 TEST(Picture, RowsMayRunDownwards) {
     Bytes dib = FromHex(kDib);
     dib[8] = 0xFE;

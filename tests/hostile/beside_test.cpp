@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "dao/new_database.h"
+#include "jet/bytes.h"
+#include "jet/checksum.h"
 #include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/tables.h"
@@ -374,6 +376,38 @@ TEST_F(BesideTest, TheJournalOfATwin) {
         WriteFile(Beside("-journal"), torn.journal);
         EXPECT_EQ(Rows(*Open(file_), u"T").size(), 500U) << "its own counts";
         EXPECT_FALSE(fs::exists(Beside("-journal")));
+    }
+}
+
+// To look for a common journal on another machine tells that machine who asks.
+TEST_F(BesideTest, NoOtherMachineIsAskedForACommonJournal) {
+    constexpr std::size_t kHeader = 48;
+    constexpr std::size_t kPage = 4096;
+    const auto [torn, images] = Tear(file_);
+    for (const std::string path : {"\\\\host\\share\\B.mdb-commit", "//host/share/B.mdb-commit",
+                                   "\\??\\UNC\\host\\share\\B.mdb-commit", "\\\\?\\UNC\\host\\B.mdb-commit"}) {
+        SCOPED_TRACE(path);
+        std::vector<std::uint8_t> journal = images;
+        const std::size_t at = journal.size() - (journal.size() - kHeader) % (kPage + 8);
+        journal.resize(at + 8 + kPage);
+        std::fill(journal.begin() + static_cast<std::ptrdiff_t>(at), journal.end(), std::uint8_t{0});
+        std::copy(path.begin(), path.end(), journal.begin() + static_cast<std::ptrdiff_t>(at + 16));
+        const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
+        constexpr std::uint32_t kCommon = 0xFFFFFFFF;
+        jet::Put(&journal[at], kCommon);
+        jet::Put(&journal[at + 4],
+                 jet::Checksum(nonce + kCommon * 0xC2B2AE3D27D4EB4FULL, std::span(journal).subspan(at + 8)));
+        WriteFile(file_, torn);
+        WriteFile(Beside("-journal"), journal);
+        WrappedFiles files;
+        jet::PagerOptions options{.durable = false, .system = &files};
+        EXPECT_EQ(ErrorOf([&] { jet::Database::Open(file_, options); }),
+                  static_cast<int>(ErrorNumber::OperationNotSupported));
+        for (const fs::path& opened : files.opened) EXPECT_EQ(opened.parent_path(), folder_.Path());
+        EXPECT_TRUE(ReadFile(file_) == torn && ReadFile(Beside("-journal")) == journal);
+        options.links_in_network = true;
+        EXPECT_NE(ErrorOf([&] { jet::Database::Open(file_, options); }),
+                  static_cast<int>(ErrorNumber::OperationNotSupported));
     }
 }
 

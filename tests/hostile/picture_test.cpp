@@ -1,6 +1,9 @@
 // Pictures that say of themselves that they fill the memory, and long texts on a real screen.
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
+#include <set>
 
 #include <gtest/gtest.h>
 #include <wx/dialog.h>
@@ -10,6 +13,7 @@
 #include "support/peak_memory.h"
 #include "ui/picture_decoder.h"
 #include "ui/rich_text_view.h"
+#include "ui/screen_measurer.h"
 #include "ui/support/window_script.h"
 
 namespace qmtrain::test {
@@ -97,6 +101,38 @@ TEST_F(HostilePictureTest, AMegabyteIsShownAtOnce) {
         EXPECT_LT(took.count(), 5) << name;
         std::printf("%s: %.0f ms\n", name, took.count() * 1000);
     }
+}
+
+// Many pictures, each of which is not too large, and texts in many sizes.
+TEST_F(HostilePictureTest, WhatATextMayAskOfTheScreenIsLimited) {
+    wxDialog window(nullptr, wxID_ANY, "text");
+    ui::ScreenMeasurer measurer(window);
+    const document::Picture black{Kind::Png, Saved(wxImage(5000, 5000), wxBITMAP_TYPE_PNG), 600, 600};
+    const std::vector<document::Picture> pictures(12, black);
+    const auto shown = [&] {
+        return std::count_if(pictures.begin(), pictures.end(), [&](const document::Picture& picture) {
+            return measurer.BitmapOf(picture, {40, 40}).ConvertToImage().GetRed(20, 20) < 128;
+        });
+    };
+    const auto first = shown();
+    EXPECT_GE(first, 2);
+    EXPECT_LE(first, 6);
+    EXPECT_EQ(shown(), first) << "looking again costs nothing";
+    measurer.ForgetPictures();
+    EXPECT_EQ(measurer.BitmapOf(pictures.back(), {40, 40}).ConvertToImage().GetRed(20, 20), 0) << "of another text";
+
+    std::set<std::pair<int, bool>> fonts;
+    int furthest = 0;
+    for (int size = 2; size < 2000; ++size) {
+        for (const bool bold : {false, true}) {
+            const wxFont& font = measurer.FontOf({.half_points = size, .bold = bold});
+            fonts.emplace(font.GetFractionalPointSize() * 2, font.GetNumericWeight() > wxFONTWEIGHT_NORMAL);
+            if (size < 100)
+                furthest = std::max(furthest, std::abs(size - static_cast<int>(font.GetFractionalPointSize() * 2)));
+        }
+    }
+    EXPECT_LE(fonts.size(), 400U);
+    EXPECT_LE(furthest, 1) << "the usual ones come first here, and are as asked for";
 }
 
 TEST_F(HostilePictureTest, AnUnreadablePictureIsAFrame) {

@@ -25,8 +25,12 @@ class PdfTest : public test::WithDisplay<testing::Test> {
 protected:
     std::string TextOf(const Report& report) {
         const auto file = folder_.Path() / "report.pdf";
+        const auto victim = folder_.Path() / "victim";
+        std::ofstream(victim) << "old";
+        std::filesystem::create_symlink(victim, folder_.Path() / "report.pdf.part");
         WriteReport(report, Format::Pdf, FromNativePath(file));
-        EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "report.pdf.part"));
+        EXPECT_EQ(std::filesystem::file_size(victim), 3U) << "no link is written through";
+        std::filesystem::remove(folder_.Path() / "report.pdf.part");
         const std::string command = "pdftotext -layout '" + file.string() + "' -";
         const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(popen(command.c_str(), "r"), pclose);
         std::string text;

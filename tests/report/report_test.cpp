@@ -3,6 +3,8 @@
 #include "report/report.h"
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include <gtest/gtest.h>
 
@@ -131,8 +133,7 @@ TEST(Html, FormatsAndPictures) {
 TEST(Files, AFailureLeavesWhatWasThere) {
     const test::ScratchFolder folder;
     const auto file = FromNativePath(folder.Path() / "report.html");
-    WriteWhole(file, "old");
-    std::filesystem::create_directory(folder.Path() / "report.html.part");  // in the way
+    std::filesystem::create_directories(folder.Path() / "report.html" / "inner");  // in the way
     try {
         WriteWhole(file, "new");
         ADD_FAILURE() << "written";
@@ -140,8 +141,25 @@ TEST(Files, AFailureLeavesWhatWasThere) {
         EXPECT_EQ(error.Number(), kComponentError);
         EXPECT_TRUE(error.Description().starts_with(u"无法写入文件：" + file)) << error.what();
     }
-    EXPECT_EQ(std::filesystem::file_size(folder.Path() / "report.html"), 3U);
+    EXPECT_TRUE(std::filesystem::exists(folder.Path() / "report.html" / "inner"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
+
+#ifndef _WIN32
+// Whatever stands beside the file, or at its place, is not written through.
+TEST(Files, LinksAreNotFollowed) {
+    const test::ScratchFolder folder;
+    const auto file = folder.Path() / "report.html";
+    const auto victim = folder.Path() / "victim";
+    std::ofstream(victim) << "old";
+    std::filesystem::create_symlink(victim, folder.Path() / "report.html.part");
+    std::filesystem::create_symlink(victim, file);
+    WriteWhole(FromNativePath(file), "new content");
+    EXPECT_EQ(std::filesystem::file_size(victim), 3U);
+    EXPECT_FALSE(std::filesystem::is_symlink(file));
+    EXPECT_EQ(std::filesystem::file_size(file), 11U);
+}
+#endif
 
 }  // namespace
 }  // namespace qmtrain::report

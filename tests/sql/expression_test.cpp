@@ -257,7 +257,8 @@ bool FitsSlowly(std::u16string_view text, std::u16string_view pattern, std::size
             if (element == u"?") return true;
             if (element == u"#") return unit >= u'0' && unit <= u'9';
             if (element == u"[a-b]") return unit == u'a' || unit == u'b';
-            if (element == u"[!A1]") return unit != u'a' && unit != u'1';
+            if (element == u"[!A1]" || element == u"[!a]") return unit != u'a' && (unit != u'1' || element[2] == u'a');
+            if (element[0] == u'[') return element.find(unit, 1) < element.size() - 1;
             return ToUpper(element[0]) == ToUpper(unit);
         };
         found = element == u"[]"
@@ -311,6 +312,18 @@ TEST(Like, FindsWhatTryingEverythingFinds) {
     }
     EXPECT_GT(fitting, kTries / 4);
     EXPECT_LT(fitting, kTries * 3 / 4);
+}
+
+// More kinds of elements than are tried at once, of which the last one decides.
+TEST(Like, ManyKindsInOneRun) {
+    std::u16string sets;
+    for (char16_t other = 0x4E00; other < 0x4E00 + 150; ++other) sets += {u'[', u'a', other, u']'};
+    const std::u16string text = std::u16string(1000, u'a') + u"b" + std::u16string(1000, u'a');
+    for (const std::u16string_view end : {u"b", u"?b", u"b?", u"b[!a]", u"bb"}) {
+        const std::u16string pattern = u"*" + sets + std::u16string(end) + u"*";
+        std::vector<signed char> known((text.size() + 1) * (pattern.size() + 1));
+        EXPECT_EQ(MatchesLike(text, pattern), FitsSlowly(text, pattern, 0, 0, known)) << ToUtf8(end);
+    }
 }
 
 // What a pattern begins with is looked for in indexes: every text that matches must stand there.

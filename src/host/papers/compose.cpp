@@ -6,6 +6,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
+#include "core/statement_text.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "host/data/people.h"
@@ -27,6 +28,7 @@ constexpr Usual kUsual[] = {{QuestionKind::Single, 20, 2},
 constexpr std::size_t kLongestTitle = 100;
 
 void ReadQuestions(const std::u16string& file, Bank& bank, bool by_subject) {
+    RequireNoQuote(bank.code);
     const dao::Connection database(file);
     const std::u16string of_bank =
         u"'" + bank.code + u"'" + (by_subject ? u" And SubjectCode=" + ToText(bank.subject) : std::u16string());

@@ -8,6 +8,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
+#include "core/statement_text.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "records/train_info.h"
@@ -79,6 +80,7 @@ std::optional<Paper> First(std::vector<Paper> papers) {
 
 // The stand-alone edition of the component leaves options alone; they stand in the bank all the same.
 std::shared_ptr<TextCollection> OptionsInBank(const DataFolder& folder, const PaperQuestion& place) {
+    RequireNoQuote(place.rec_no);
     DataInfo catalogue;
     catalogue.TotalPath(folder.Banks());
     if (!catalogue.InitDb() || !catalogue.LoadFromDataCode(place.data_code, -1)) return nullptr;
