@@ -140,6 +140,16 @@ Function .onInit
   ${IfNot} ${AtLeastWin7}
     !insertmacro Fail T_OLD
   ${EndIf}
+  ; A folder that can be none is dropped before we see it; what was wanted is not the usual place, then.
+  ${If} $INSTDIR == ""
+    System::Call "kernel32::GetCommandLine() t .r0"
+    ClearErrors
+    ${GetOptions} $0 "/D=" $1
+    ${IfNot} ${Errors}
+      StrCpy $INSTDIR $1
+      !insertmacro Fail T_FOLDER
+    ${EndIf}
+  ${EndIf}
   Call ApplyScope
   ${If} $all_users == 1
     UserInfo::GetAccountType
