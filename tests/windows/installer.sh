@@ -164,11 +164,11 @@ touch "$folder/file"
 status=0
 "$wine" setup.exe /S "/D=Z:${folder//\//\\}\\file" || status=$?
 [ "$status" -eq 2 ] || fail "a folder that cannot be made: exit code $status"
+snapshot after
+same before after
 "$wine" winecfg -v vista
 status=0
 "$wine" setup.exe /S || status=$?
-"$wine" winecfg -v win10
 [ "$status" -eq 2 ] || fail "Windows Vista: exit code $status"
-snapshot after
-same before after
+[ ! -e "$user" ] || fail "something was installed on Windows Vista"
 echo "all is well"
