@@ -476,7 +476,7 @@ TEST(ChosenEngineTest, EachApartmentHasItsOwn) {
     test::SetEnvironment("QMTRAININFO_DAO_PROGID", "QmTrainTest.DBEngine");
     const ScratchFolder scratch;
     const std::u16string folder = FromNativePath(scratch.Path());
-    Create(folder, u"Client.mdb");
+    CreateClientDatabase(folder);
     Engine::Instance().ReleaseSystem();
     for (int round = 0; round < 2; ++round) {
         std::thread([&] {
