@@ -349,7 +349,9 @@ public:
                 MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
         };
         DWORD code = Patiently(move);
-        if (code == ERROR_ACCESS_DENIED && Exists(to)) {  // it is open elsewhere, and cannot be replaced as it stands
+        const DWORD attributes = GetFileAttributesW(target.c_str());
+        const bool is_file = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+        if (code == ERROR_ACCESS_DENIED && is_file) {  // it is open elsewhere, and cannot be replaced as it stands
             Remove(to);
             code = Patiently(move);
         }
