@@ -78,7 +78,7 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
     bool counted = false;
     for (const odbc::Column& column : table.columns) {
         jet::ColumnSpec made{.name = column.name,
-                             .type = ToJet(static_cast<sql::ColumnType>(column.type)),
+                             .type = ToJet(column.type),
                              .size = column.size,
                              .precision = column.precision,
                              .scale = column.scale,
@@ -92,7 +92,7 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
         const odbc::Column& column = table.columns[static_cast<std::size_t>(at)];
         key.columns.push_back({column.name});
         // The file could not hold such keys.
-        if (column.type == odbc::ColumnType::LongBinary) return spec;
+        if (column.type == sql::ColumnType::LongBinary) return spec;
     }
     if (!key.columns.empty()) spec.indexes.push_back(std::move(key));
     return spec;

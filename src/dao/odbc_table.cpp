@@ -14,14 +14,6 @@
 namespace qmtrain::dao {
 namespace {
 
-// Both rooms name the types alike, and in one order.
-static_assert(static_cast<int>(odbc::ColumnType::Boolean) == static_cast<int>(sql::ColumnType::Boolean));
-static_assert(static_cast<int>(odbc::ColumnType::Date) == static_cast<int>(sql::ColumnType::Date));
-static_assert(static_cast<int>(odbc::ColumnType::Decimal) == static_cast<int>(sql::ColumnType::Decimal));
-odbc::ColumnType ToOdbc(sql::ColumnType type) {
-    return static_cast<odbc::ColumnType>(type);
-}
-
 std::u16string Joined(std::u16string text, std::u16string_view between, std::u16string_view more) {
     if (!text.empty()) text += between;
     return text.append(more);
@@ -84,7 +76,7 @@ protected:
         }
         row_.resize(columns_.size());
         for (std::size_t i = 0; i < columns_.size(); ++i) {
-            answer_.rows->Read(static_cast<int>(i), ToOdbc(columns_[i].type), row_[i]);
+            answer_.rows->Read(static_cast<int>(i), columns_[i].type, row_[i]);
         }
         shown_ = &row_;
         return true;
@@ -261,7 +253,7 @@ OdbcTable::OdbcTable(std::shared_ptr<OdbcLink> link, std::u16string_view narrowe
 std::int64_t OdbcTable::RowCount() {
     const auto answer = link_->server->Query(u"SELECT count(*) FROM (" + request_ + u") AS rows");
     Value count;
-    if (answer.rows->Next()) answer.rows->Read(0, odbc::ColumnType::Double, count);
+    if (answer.rows->Next()) answer.rows->Read(0, sql::ColumnType::Double, count);
     return static_cast<std::int64_t>(ToDouble(count));
 }
 
@@ -308,7 +300,7 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         const sql::Column& column = link_->columns[static_cast<std::size_t>(wanted[i])];
         Value value;
-        answer.rows->Read(static_cast<int>(i), ToOdbc(column.type), value);
+        answer.rows->Read(static_cast<int>(i), column.type, value);
         if (i < link_->key.size()) key = Joined(std::move(key), u", ", QuotedValue(value));
         if (column.counter && !value.IsNull()) last_counter_ = ToLong(value);
     }

@@ -57,11 +57,12 @@ RemoteText LikePattern(std::u16string_view pattern) {
     return text;
 }
 
-struct Format {
+// What the server has under another name.
+struct Renamed {
     std::u16string_view ours;
     std::u16string_view remote;
 };
-constexpr Format kFormats[] = {
+constexpr Renamed kFormats[] = {
     {u"yyyy", u"YYYY"},
     {u"yyyy-mm", u"YYYY-MM"},
     {u"yyyy-mm-dd", u"YYYY-MM-DD"},
@@ -69,11 +70,7 @@ constexpr Format kFormats[] = {
     {u"hh:nn:ss", u"HH24:MI:SS"},
 };
 
-// Functions of one argument that the server has under another name.
-struct Renamed {
-    std::u16string_view ours;
-    std::u16string_view remote;
-};
+// Functions of one argument.
 constexpr Renamed kTextFunctions[] = {
     {u"UCASE", u"upper"}, {u"LCASE", u"lower"}, {u"TRIM", u"btrim"}, {u"LTRIM", u"ltrim"}, {u"RTRIM", u"rtrim"},
 };
@@ -516,7 +513,7 @@ RemoteSql::Piece RemoteSql::PutFunction(std::u16string_view name, const sql::ast
     }
     if (name == u"FORMAT" && arguments.size() == 2 && first.kind == Kind::Date) {
         const Value* wanted = LiteralIn(*call.arguments[1]);
-        for (const Format& format : kFormats) {
+        for (const Renamed& format : kFormats) {
             if (wanted == nullptr || !wanted->IsText() || !EqualNames(wanted->Text(), format.ours)) continue;
             return {u"coalesce(to_char(" + first.text + u", '" + std::u16string(format.remote) + u"'), '')", Kind::Text,
                     true};

@@ -8,7 +8,6 @@
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
-#include "core/whole_file.h"
 
 namespace qmtrain::exchange {
 namespace {
@@ -74,10 +73,6 @@ std::string ReadBytes(std::u16string_view file) {
     std::string bytes(static_cast<std::size_t>(size), '\0');
     bytes.resize(open->ReadAt(0, {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
     return bytes;
-}
-
-void WriteBytes(std::u16string_view file, std::string_view bytes) {
-    WriteWholeFile(file, bytes);
 }
 
 std::u16string DecodeText(std::string_view bytes) {

@@ -10,9 +10,6 @@ namespace qmtrain::exchange {
 // The file's bytes. Raises the component's error when it cannot be read or is beyond 512 MB.
 std::string ReadBytes(std::u16string_view file);
 
-// Writes the file anew, whole or not at all. Raises what FileSystem raises.
-void WriteBytes(std::u16string_view file, std::string_view bytes);
-
 // The text, with LF for every line end. Raises the component's error, with the line, for bytes that are text in none of
 // the encodings.
 std::u16string DecodeText(std::string_view bytes);

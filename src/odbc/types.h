@@ -5,24 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace qmtrain::odbc {
+#include "core/column_type.h"
 
-enum class ColumnType : std::uint8_t {
-    Boolean,
-    Byte,
-    Integer,  // 16 bits
-    Long,
-    Currency,
-    Single,
-    Double,
-    Date,
-    Binary,
-    Text,
-    LongBinary,
-    Memo,
-    Guid,
-    Decimal,
-};
+namespace qmtrain::odbc {
 
 struct Column {
     std::u16string name;

@@ -174,7 +174,7 @@ private:
     const ServerTable& table_;
     std::shared_ptr<dao::Recordset> rows_;
     std::u16string columns_;
-    std::vector<odbc::ColumnType> types_;
+    std::vector<ColumnType> types_;
 };
 
 }  // namespace
@@ -198,7 +198,7 @@ void MakeServerTables(odbc::Connection& server, std::u16string_view role) {
         if (table.number.empty()) continue;
         Value sequence;
         const auto named = server.Query(u"SELECT " + Sequence(table));
-        if (named->Next()) named->Read(0, odbc::ColumnType::Text, sequence);
+        if (named->Next()) named->Read(0, ColumnType::Text, sequence);
         if (sequence.IsText()) server.Execute(u"GRANT USAGE ON SEQUENCE " + sequence.Text() + u" TO " + quoted);
     }
     server.Commit();

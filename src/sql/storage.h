@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/column_type.h"
 #include "core/validation_rule.h"
 #include "core/value.h"
 
@@ -24,23 +25,7 @@ struct Select;
 struct Statement;
 }  // namespace ast
 
-// A column's type as CREATE TABLE names it.
-enum class ColumnType : std::uint8_t {
-    Boolean,
-    Byte,
-    Integer,  // 16 bits
-    Long,
-    Currency,
-    Single,
-    Double,
-    Date,
-    Binary,
-    Text,
-    LongBinary,
-    Memo,
-    Guid,  // its values are texts "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}"
-    Decimal,
-};
+using qmtrain::ColumnType;
 
 struct Column {
     std::u16string name;

@@ -9,8 +9,8 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "core/whole_file.h"
 #include "exchange/formats.h"
-#include "exchange/text_file.h"
 #include "host/banks/import_dialog.h"
 #include "host/banks/paper_title_dialog.h"
 #include "host/banks/question_editor.h"
@@ -384,8 +384,8 @@ void BankWindow::Export() {
         if (!file.Lower().EndsWith(kEndings[kind])) file += kEndings[kind];
         std::vector<exchange::Notice> notices;
         WorkProgress progress(this, u"导出题库");
-        exchange::WriteBytes(ui::FromWx(file), exchange::WriteQuestions(editing_.Questions(), kFormats[kind], notices,
-                                                                        progress.Of(u"正在导出…")));
+        WriteWholeFile(ui::FromWx(file), exchange::WriteQuestions(editing_.Questions(), kFormats[kind], notices,
+                                                                  progress.Of(u"正在导出…")));
         std::u16string told = u"已导出 " + Number(editing_.Questions().size()) + u" 题。";
         constexpr std::size_t kMostTold = 10;
         for (std::size_t i = 0; i < std::min(notices.size(), kMostTold); ++i) told += u"\n" + notices[i].Text();

@@ -10,9 +10,9 @@
 #include "core/files.h"
 #include "core/log.h"
 #include "core/text.h"
+#include "core/whole_file.h"
 #include "exchange/bank_file.h"
 #include "exchange/formats.h"
-#include "exchange/text_file.h"
 #include "host/commands/command_line.h"
 #include "host/commands/commands.h"
 #include "host/data/data_folder.h"
@@ -132,7 +132,7 @@ bool Confirmed(const ImportOptions& options) {
 
 int Import(const ImportOptions& options) {
     if (!options.template_file.empty()) {
-        exchange::WriteBytes(FromUtf8(options.template_file), exchange::CsvTemplate());
+        WriteWholeFile(FromUtf8(options.template_file), exchange::CsvTemplate());
         Say(u"已写出 " + FromUtf8(options.template_file) + u"。");
         return 0;
     }
@@ -209,7 +209,7 @@ int Export(const std::string& bank, const std::string& file, const std::string& 
     std::vector<Notice> notices;
     {
         TerminalProgress progress(u"正在导出");
-        exchange::WriteBytes(FromUtf8(file), exchange::WriteQuestions(questions, *format, notices, progress.Of()));
+        WriteWholeFile(FromUtf8(file), exchange::WriteQuestions(questions, *format, notices, progress.Of()));
     }
     for (const Notice& notice : notices) Say(u"  " + notice.Text());
     Say(u"已导出 " + ToText(static_cast<std::int64_t>(questions.size())) + u" 题到 " + FromUtf8(file) + u"。");
