@@ -182,6 +182,7 @@ TEST_F(CommandsTest, PapersAreMadePackedAndPrinted) {
     Expect({"import good.csv --bank DS --name 数据结构", 0, {"已写入"}});
     const Called runs[] = {
         {"paper", 2, {"缺少命令"}},
+        {"paper frob", 2, {"不认识的命令：frob"}},
         {"paper make --bank DS --single 1", 2, {"缺少参数 --title"}},
         {"paper make --title 多 --bank DS --single 3", 2, {"单选题", "3", "1"}},
         {"paper make --title 无 --bank XX --single 1", 2, {"XX"}},

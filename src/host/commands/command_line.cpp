@@ -58,6 +58,9 @@ std::optional<std::string> ParseWords(CLI::App& app, const std::vector<std::stri
             &described, own ? app.get_name() + " " + described.get_name() : app.get_name(), CLI::AppFormatMode::Normal);
     } catch (const CLI::RequiredError& error) {
         const bool command = std::string_view(error.what()).starts_with("A ");
+        const std::vector<std::string> left = app.remaining();
+        if (command && !left.empty() && !left.front().starts_with('-'))
+            Refuse(u"不认识的命令：" + FromUtf8(left.front()));
         Refuse(command ? std::u16string(u"缺少命令") : u"缺少参数 " + Before(error.what(), ' '));
     } catch (const CLI::ArgumentMismatch& error) {
         Refuse(u"参数 " + Before(error.what(), ':') + u" 后面的内容太少或太多");

@@ -19,6 +19,7 @@ void PracticeWindow::Build() {
     const int margin = FromDIP(ui::kMargin);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     Notice = new wxInfoBar(this);
+    Notice->AddButton(wxWindow::NewControlId(), ui::ToWx(u"知道了"));  // its own would speak the system's language
     sizer->Add(Notice, 0, wxEXPAND);
     sizer->Add(BuildHeader(), 0, wxEXPAND | wxLEFT | wxRIGHT | wxTOP, margin);
     Progress = new ShareBar(this, 0, Tint::Accent, u"", kProgressHeight);
