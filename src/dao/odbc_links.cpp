@@ -5,21 +5,13 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "dao/jet_columns.h"
-#include "sql/aggregate.h"
-#include "sql/execute.h"
-#include "sql/parser.h"
-#include "sql/printer.h"
+#include "sql/aggregate_calls.h"
+#include "sql/print.h"
 
 namespace qmtrain::dao {
 namespace {
 
 using sql::ast::ExpressionPtr;
-
-// A copy that may be changed.
-sql::ast::Select CopyOf(const sql::ast::Select& select) {
-    const auto statement = sql::Parser(sql::PrintRows(select)).ParseStatement();
-    return std::move(std::get<sql::ast::Select>(statement->node));
-}
 
 // The parts of a condition joined by And.
 void Split(ExpressionPtr condition, std::vector<ExpressionPtr>& parts) {
@@ -277,7 +269,7 @@ std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateTable(const sql::ast:
                        written.group_by.empty() && written.having == nullptr && !HasAggregates(select);
     const auto link = plain ? LinkOf(written.from[0]) : nullptr;
     if (link == nullptr) return nullptr;
-    auto copy = std::make_shared<sql::ast::Select>(CopyOf(select));
+    auto copy = std::make_shared<sql::ast::Select>(sql::CopyOf(select));
     sql::ast::SelectPart& part = copy->parts.front();
     auto& named = std::get<sql::ast::NamedTable>(part.from[0].node);
     RemoteSql remote(*this);
@@ -322,7 +314,7 @@ std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateWhole(sql::Catalog& c
 
 // The join is made here, of no more rows than each table's own conditions leave.
 std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateConditions(const sql::ast::Select& select) {
-    auto copy = std::make_shared<sql::ast::Select>(CopyOf(select));
+    auto copy = std::make_shared<sql::ast::Select>(sql::CopyOf(select));
     for (sql::ast::SelectPart& part : copy->parts) {
         std::vector<ExpressionPtr> conditions;
         Split(std::move(part.where), conditions);
@@ -374,12 +366,7 @@ std::optional<sql::DelegatedChange> OdbcLinks::DelegateChange(sql::Catalog& cata
     }
     const RemoteText condition = where == nullptr ? RemoteText(std::u16string()) : remote.Condition(*where);
     if (!condition) return std::nullopt;
-    sql::Explanation unused;  // names that are wrong are told as anywhere
-    sql::Parameters parameters(statement);
-    if (update != nullptr)
-        sql::Explain(catalog, parameters, *update, unused);
-    else
-        sql::Explain(catalog, parameters, *removal, unused);
+    sql::ParametersOf(catalog, statement);  // names that are wrong are told as anywhere
     const std::u16string what = update != nullptr ? u"UPDATE " : u"DELETE FROM ";
     sql::DelegatedChange change;
     change.request = what + link->remote + AliasText() + set + (where == nullptr ? u"" : u" WHERE " + *condition);

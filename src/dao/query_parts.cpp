@@ -5,7 +5,7 @@
 #include "dao/column_types.h"
 #include "dao/query_clauses.h"
 #include "sql/ast.h"
-#include "sql/printer.h"
+#include "sql/print.h"
 
 namespace qmtrain::dao {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "core/convert.h"
 #include "core/text.h"
-#include "sql/aggregate.h"
+#include "sql/aggregate_calls.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -466,8 +466,7 @@ RemoteSql::Piece RemoteSql::PutLike(const Piece& subject, const sql::ast::Expres
 
 RemoteSql::Piece RemoteSql::PutCall(const sql::ast::Call& call) {
     std::u16string name = ToUpper(call.name);
-    sql::AggregateKind aggregate = sql::AggregateKind::Count;
-    if (sql::FindAggregate(name, aggregate)) return PutAggregate(name, call);
+    if (sql::IsAggregate(name)) return PutAggregate(name, call);
     if (name.ends_with(u'$')) name.pop_back();
     std::vector<Piece> arguments;
     for (const sql::ast::ExpressionPtr& argument : call.arguments) arguments.push_back(Put(*argument));

@@ -7,7 +7,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "jet/database.h"
-#include "sql/operators.h"
+#include "sql/values.h"
 
 namespace qmtrain::dao {
 namespace {

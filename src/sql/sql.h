@@ -17,7 +17,10 @@
 #include <vector>
 
 #include "core/value.h"
+#include "sql/output_column.h"
+#include "sql/parameter.h"
 #include "sql/storage.h"
+#include "sql/values.h"
 
 namespace qmtrain::sql {
 
@@ -68,20 +71,6 @@ Statement Parse(std::u16string_view text);
 // Any number of statements, separated by semicolons.
 std::vector<Statement> ParseScript(std::u16string_view text);
 
-// A column of a query's result.
-struct OutputColumn {
-    std::u16string name;  // alias, column name, "Table.Column" where two have one name, else "Expr1000", "Expr1001" …
-    ColumnType type = ColumnType::Text;
-    int size = 0;  // Text: characters, Binary: bytes; else 0
-    int precision = 0;
-    int scale = 0;
-
-    // Where the column is a plain column of a table: the position in Query::Tables(), and in that table's Columns().
-    // Else both are -1.
-    int table = -1;
-    int column = -1;
-};
-
 // A running SELECT. Rows are made one by one as far as the statement allows: a select without grouping, DISTINCT and
 // sorting reads only as much as it has yielded.
 class Query {
@@ -117,9 +106,6 @@ public:
     // Whether few rows are expected in all.
     bool IsShort() const;
 
-    // Starts again from the beginning.
-    void Restart();
-
     // The tables of the FROM clause, in its order; those of sub-queries, saved queries and UNIONs are not among them.
     const std::vector<std::shared_ptr<Table>>& Tables() const;
 
@@ -140,8 +126,8 @@ public:
     RowId Row(int table = 0) const;
 
     // Goes to a row of the editable table, and the rows of others that belong to it, without regard to the query's
-    // conditions and order, and Next() has no meaning any more until Restart(). False when that row no longer exists.
-    // Requires: Updatable().
+    // conditions and order; Next() has no meaning any more. False when that row no longer exists. Requires:
+    // Updatable().
     bool MoveTo(RowId row);
 
     // Told which rows MoveTo() will be asked for next, see Cursor::Prefetch. Requires: Updatable().
@@ -155,24 +141,17 @@ private:
     bool ended_ = false;
 };
 
-// The value of a parameter; names count without regard to case.
-struct ParameterValue {
-    std::u16string name;
-    Value value;
-};
-using ParameterValues = std::vector<ParameterValue>;
-
 // Binds and plans a SELECT; the first row is looked for by Next(). The catalogue must outlive the query.
 // Raises OperationNotSupported when the statement yields no rows, MissingParameter for a name that is no column and has
 // no value.
 std::unique_ptr<Query> Open(Catalog& catalog, const Statement& statement, const ParameterValues& parameters = {});
 
-// A name in a statement that its tables do not explain, or that its PARAMETERS clause declares.
-struct Parameter {
-    Column column;       // its name, and what values it takes
-    bool typed = false;  // else it takes any
-};
-std::vector<Parameter> ParametersOf(Catalog& catalog, const Statement& statement);
+// The names in a statement that its tables do not explain, or that its PARAMETERS clause declares. Raises what Open()
+// and Execute() raise for names that are wrong.
+std::vector<Parameter> ParametersOf(Catalog& catalog, const ast::Statement& statement);
+inline std::vector<Parameter> ParametersOf(Catalog& catalog, const Statement& statement) {
+    return ParametersOf(catalog, statement.Tree());
+}
 
 // What the columns of a select are.
 std::vector<OutputColumn> ColumnsOf(Catalog& catalog, const ast::Select& select);
@@ -188,12 +167,5 @@ std::int64_t Execute(Catalog& catalog, const Statement& statement, const Paramet
 // The rows of a SELECT that meet a condition, and in an order of their own: either may be empty. Raises SyntaxIn… for
 // what is no condition, or no list of columns as ORDER BY has it.
 Statement Narrowed(const Statement& select, std::u16string_view condition, std::u16string_view order);
-
-// A value as the column holds it. Raises DataTypeConversion when it cannot be read as the column's type, Overflow when
-// the number is too large, FieldTooLarge when the text is too long. Null stays Null.
-Value ConvertToColumn(const Value& value, const Column& column);
-
-// What a new row gets in a column that is not given: its default expression evaluated and converted, else Empty.
-Value DefaultValue(const Column& column);
 
 }  // namespace qmtrain::sql

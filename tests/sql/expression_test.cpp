@@ -5,8 +5,8 @@
 
 #include "core/collation.h"
 #include "core/text.h"
-#include "sql/like.h"
-#include "sql/operators.h"
+#include "sql/expressions/like.h"
+#include "sql/expressions/make_expression.h"
 #include "sql/support.h"
 
 namespace qmtrain::sql {

@@ -3,7 +3,7 @@
 
 #include "core/error.h"
 #include "core/text.h"
-#include "sql/lexer.h"
+#include "sql/parse/lexer.h"
 #include "sql/support.h"
 
 namespace qmtrain::sql {

@@ -95,24 +95,6 @@ TEST_F(Queries, MoveToARow) {
     EXPECT_EQ(value, Value(u"c!"));
     EXPECT_FALSE(query->MoveTo(RowId{9}));
     EXPECT_FALSE(query->Next());
-    query->Restart();
-    ASSERT_TRUE(query->Next());
-    query->Read(0, value);
-    EXPECT_EQ(value, Value(u"a!"));
-    EXPECT_FALSE(query->Next());
-}
-
-TEST_F(Queries, RestartSeesWhatHasChanged) {
-    const auto query = Open("SELECT T.Name FROM T, U WHERE T.ID = U.ID ORDER BY T.ID");
-    const auto count = [&] {
-        int rows = 0;
-        while (query->Next()) ++rows;
-        return rows;
-    };
-    EXPECT_EQ(count(), 2);
-    RunSql(catalog_, "INSERT INTO U VALUES (2, 'y'); DELETE FROM T WHERE ID = 1; INSERT INTO U VALUES (3, 'w')");
-    query->Restart();
-    EXPECT_EQ(count(), 3);
 }
 
 TEST_F(Queries, SortedRowsThatAreDeletedMeanwhileAreLeftOut) {

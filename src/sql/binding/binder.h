@@ -1,0 +1,113 @@
+// From trees to plans: names become sources and slots, types are checked, and the way to the rows is chosen.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/work.h"
+#include "sql/ast.h"
+#include "sql/binding/parameters.h"
+#include "sql/binding/scope.h"
+#include "sql/planning/join_tree.h"
+#include "sql/running/plan.h"
+
+namespace qmtrain::sql {
+
+// What one statement's binding shares, sub-queries and saved queries included.
+struct BindContext {
+    BindContext(Catalog& its_catalog, Parameters& its_parameters) : catalog(its_catalog), parameters(its_parameters) {}
+
+    // Whether the statement reads that table anywhere.
+    bool UsesTable(std::u16string_view name) const;
+
+    Catalog& catalog;
+    Parameters& parameters;
+    std::vector<std::u16string> open_queries;  // saved queries being bound, so that none contains itself
+    std::vector<std::u16string> used_tables;   // folded names
+    std::vector<const Plan*> subqueries;       // of expressions, in the order in which they were bound
+    int tables = 0;
+    WorkSteps steps;
+
+    // How many evaluations stand within each other where binding has come to, tables of the FROM clause included, and
+    // how many there have been at most in this select: what is shallow by itself may become deep by aliases and saved
+    // queries.
+    int depth = 0;
+    int deepest = 0;
+
+    // Raises QueryTooComplex when so many more are too many.
+    void Reach(int more);
+};
+
+// One evaluation within another.
+class Deeper {
+public:
+    explicit Deeper(BindContext& context) : context_(context) {
+        context_.steps.Next();
+        context_.Reach(1);
+        ++context_.depth;
+    }
+    Deeper(const Deeper&) = delete;
+    Deeper& operator=(const Deeper&) = delete;
+    ~Deeper() { --context_.depth; }
+
+private:
+    BindContext& context_;
+};
+
+// Binds expressions in a scope.
+class ExpressionBinder {
+public:
+    ExpressionBinder(BindContext& context, Scope& scope) : context_(context), scope_(scope) {}
+
+    // The aliases of this select list are names too, behind those of the columns.
+    void SetAliases(const std::vector<ast::SelectItem>* items) { aliases_ = items; }
+
+    ExpressionPtr Bind(const ast::Expression& expression);
+
+    // Each part of a condition joined by And, with what it depends on. Expressions go into the plan's keeping.
+    void BindConjuncts(const ast::Expression& condition, Plan& plan, std::vector<Conjunct>& conjuncts);
+
+private:
+    ExpressionPtr BindColumn(const ast::ColumnName& name);
+    ExpressionPtr BindOuterColumn(const ast::ColumnName& name);
+    ExpressionPtr BindAlias(const ast::ColumnName& name);
+    ExpressionPtr BindCall(const ast::Call& call);
+    ExpressionPtr BindAggregate(const ast::Call& call, AggregateKind kind);
+    ExpressionPtr BindGroupKey(const ast::Expression& expression);
+    ExpressionPtr BindBetween(const ast::Between& between);
+    ExpressionPtr BindInList(const ast::InList& in);
+    ExpressionPtr BindInSelect(const ast::InSelect& in);
+    std::unique_ptr<Plan> BindSubSelect(const ast::Select& select, bool one_column);
+
+    Operand BindOperand(const ast::Expression& expression, ExpressionPtr& bound);
+
+    // Binds a condition, and adds to `parts` what holds when it does.
+    ExpressionPtr BindCondition(const ast::Expression& expression, std::vector<Conjunct>& parts);
+    ExpressionPtr BindAnd(const ast::Binary& binary, std::vector<Conjunct>& parts);
+    ExpressionPtr BindOr(const ast::Binary& binary, std::vector<Conjunct>& parts);
+    ExpressionPtr BindComparison(const ast::Binary& binary, Conjunct& conjunct);
+    ExpressionPtr BindLike(const ast::Binary& binary, Conjunct& conjunct);
+    ExpressionPtr BindBetween(const ast::Between& between, Conjunct& conjunct);
+    ExpressionPtr BindInList(const ast::InList& in, Conjunct& conjunct);
+    ExpressionPtr BindInSelect(const ast::InSelect& in, Conjunct& conjunct);
+
+    BindContext& context_;
+    Scope& scope_;
+    const std::vector<ast::SelectItem>* aliases_ = nullptr;
+    std::vector<const ast::SelectItem*> open_aliases_;
+    int bound_aliases_ = 0;
+};
+
+// The FROM clause: fills the scope and the plan's sources; returns how the tables are joined (null without tables).
+std::unique_ptr<JoinNode> BindFrom(BindContext& context, const std::vector<ast::TableExpression>& from, Scope& scope,
+                                   Plan& plan);
+std::unique_ptr<JoinNode> BindFrom(BindContext& context, const ast::TableExpression& table, Scope& scope, Plan& plan);
+
+// A whole SELECT; `parent` is the scope of the query around it.
+std::unique_ptr<Plan> BindSelect(BindContext& context, const ast::Select& select, Scope* parent);
+
+// One with a TRANSFORM. Which columns it has is seen by a look at the rows.
+std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& select);
+
+}  // namespace qmtrain::sql

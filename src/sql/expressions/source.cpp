@@ -1,0 +1,160 @@
+#include "sql/expressions/source.h"
+
+namespace qmtrain::sql {
+
+int Source::SlotFor(int column) {
+    if (slot_of_column_.size() < infos_.size()) {
+        slot_of_column_.resize(infos_.size(), -1);
+        columns_.reserve(infos_.size());
+    }
+    int& slot = slot_of_column_[static_cast<std::size_t>(column)];
+    if (slot < 0) {
+        slot = static_cast<int>(columns_.size());
+        columns_.push_back(column);
+    }
+    return slot;
+}
+
+void Source::SetNull() {
+    nulls_.resize(columns_.size(), Value(Null{}));
+    row_ = nulls_.data();
+    complete_ = true;
+    null_row_ = true;
+}
+
+// ---- TableSource ----
+
+TableSource::TableSource(std::shared_ptr<Table> table) : table_(std::move(table)) {
+    infos_.reserve(table_->Columns().size());
+    for (const Column& column : table_->Columns()) {
+        infos_.push_back({column.name, ValueTypeOf(column.type), ShapeOf(column)});
+    }
+}
+
+sql::Cursor& TableSource::GetCursor() {
+    if (cursor_ == nullptr) {
+        cursor_ = table_->OpenCursor();
+        values_.resize(SlotCount());
+        stamps_.resize(SlotCount(), 0);
+        for (std::size_t slot = 0; slot < SlotCount(); ++slot) has_long_ = has_long_ || IsLong(slot);
+        kept_.Reset(SlotCount());
+    }
+    return *cursor_;
+}
+
+RowId TableSource::Row() const {
+    if (IsNullRow()) return {};
+    return current_ != 0 ? kept_ids_[current_ - 1] : cursor_->Row();
+}
+
+bool TableSource::MoveTo(RowId row) {
+    if (!GetCursor().MoveTo(row)) return false;
+    OnRow();
+    return true;
+}
+
+RowIdentity& TableSource::IdentityOfRows() {
+    if (!identity_) identity_.emplace(*table_);
+    return *identity_;
+}
+
+std::uint64_t TableSource::Identity() {
+    if (current_ != 0 && !cursor_->MoveTo(kept_ids_[current_ - 1])) return 0;
+    return IdentityOfRows().Of(*cursor_);
+}
+
+bool TableSource::IsLong(std::size_t slot) const {
+    const ColumnType type = infos_[static_cast<std::size_t>(ColumnOfSlot(static_cast<int>(slot)))].shape.type;
+    return type == ColumnType::Memo || type == ColumnType::LongBinary;
+}
+
+Place TableSource::Keep() {
+    if (IsNullRow()) return 0;
+    if (current_ != 0) return current_;
+    if (!keep_values_ || has_long_) cursor_->Keep();
+    if (!keep_values_) return cursor_->Row().value;
+    Value* row = kept_.Add();
+    for (std::size_t slot = 0; slot < SlotCount(); ++slot) {
+        if (!IsLong(slot)) row[slot] = Get(static_cast<int>(slot));
+    }
+    kept_ids_.push_back(cursor_->Row());
+    return static_cast<Place>(kept_ids_.size());
+}
+
+bool TableSource::Restore(Place place) {
+    if (place == 0) {
+        SetNull();
+    } else if (keep_values_) {
+        current_ = place;
+        ++stamp_;
+        if (has_long_)
+            ShowPartly();
+        else
+            Show(kept_.At(place - 1));
+    } else {
+        if (!GetCursor().MoveTo(RowId{place})) return false;
+        OnRow();
+    }
+    return true;
+}
+
+void TableSource::Forget() {
+    kept_.Reset(SlotCount());
+    kept_ids_.clear();
+    current_ = 0;
+}
+
+// A value that has been read already is there as it is.
+std::optional<std::string_view> TableSource::NarrowText(int slot) {
+    if (IsNullRow() || current_ != 0 || stamps_[static_cast<std::size_t>(slot)] == stamp_) return std::nullopt;
+    return cursor_->NarrowText(ColumnOfSlot(slot));
+}
+
+const Value& TableSource::Load(int slot) {
+    const auto place = static_cast<std::size_t>(slot);
+    if (current_ != 0 && !IsLong(place)) return kept_.At(current_ - 1)[place];
+    return stamps_[place] == stamp_ ? values_[place] : Read(place);
+}
+
+const Value& TableSource::Read(std::size_t slot) {
+    Value& value = values_[slot];
+    if (current_ != 0 && !(cursor_->MoveTo(kept_ids_[current_ - 1])))
+        value = Null{};
+    else
+        cursor_->Read(ColumnOfSlot(static_cast<int>(slot)), value);
+    stamps_[slot] = stamp_;
+    return value;
+}
+
+// ---- RowsSource ----
+
+RowsSource::RowsSource(std::vector<ColumnInfo> columns) {
+    for (ColumnInfo& column : columns) AddColumn(std::move(column));
+}
+
+int RowsSource::AddColumn(ColumnInfo column) {
+    infos_.push_back(std::move(column));
+    return SlotFor(static_cast<int>(infos_.size()) - 1);
+}
+
+void RowsSource::Clear() {
+    rows_.Reset(SlotCount());
+    current_ = 0;
+}
+
+bool RowsSource::Restore(Place place) {
+    if (place == 0) {
+        SetNull();
+    } else {
+        current_ = place;
+        Show(rows_.At(place - 1));
+    }
+    return true;
+}
+
+const Value& RowsSource::Load(int) {
+    static const Value kNone = Null{};
+    return kNone;
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,165 @@
+// Where the columns of a running query come from: each table of the FROM clause is a Source, and so is the result of
+// a grouping. Operators move sources from row to row; expressions read their slots.
+//
+// A slot is a column that the query uses. Columns that are not used have no slot and are never read.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "core/value.h"
+#include "sql/expressions/row_buffer.h"
+#include "sql/expressions/types.h"
+#include "sql/row_identity.h"
+#include "sql/storage.h"
+
+namespace qmtrain::sql {
+
+// A row of a source that can be gone back to. 0 is the row of Nulls that an outer join adds.
+using Place = std::uint32_t;
+
+class Source {
+public:
+    virtual ~Source() = default;
+
+    const std::vector<ColumnInfo>& Columns() const { return infos_; }
+
+    // The slot of a column, made when there is none yet. Only while the query is being bound.
+    int SlotFor(int column);
+    int ColumnOfSlot(int slot) const { return columns_[static_cast<std::size_t>(slot)]; }
+    std::size_t SlotCount() const { return columns_.size(); }
+
+    // A slot's value in the current row, valid until the source moves.
+    const Value& Get(int slot) { return complete_ ? row_[slot] : Load(slot); }
+
+    // The same for a text that can be looked at where it is stored, see Cursor::NarrowText.
+    virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
+
+    // The current row's place; it stays good until Forget().
+    virtual Place Keep() = 0;
+
+    // Goes back to a kept row; false when the row has been deleted since.
+    virtual bool Restore(Place place) = 0;
+
+    // Drops what Keep() holds.
+    virtual void Forget() {}
+
+    // Makes every slot Null.
+    void SetNull();
+    bool IsNullRow() const { return null_row_; }
+
+protected:
+    // A slot of a row that is not wholly in `row_`.
+    virtual const Value& Load(int slot) = 0;
+
+    // `row` has a value for each slot.
+    void Show(const Value* row) {
+        row_ = row;
+        complete_ = true;
+        null_row_ = false;
+    }
+    void ShowPartly() {
+        complete_ = false;
+        null_row_ = false;
+    }
+
+    std::vector<ColumnInfo> infos_;
+
+private:
+    std::vector<int> columns_;         // of the slots
+    std::vector<int> slot_of_column_;  // -1 where there is none
+    std::vector<Value> nulls_;
+    const Value* row_ = nullptr;
+    bool complete_ = false;
+    bool null_row_ = false;
+};
+
+// A table of the catalogue, read through a cursor. A slot is read when it is first asked for.
+class TableSource : public Source {
+public:
+    explicit TableSource(std::shared_ptr<Table> table);
+
+    const std::shared_ptr<Table>& GetTable() const { return table_; }
+    sql::Cursor& GetCursor();
+    RowId Row() const;
+
+    // The current row's. Requires: the table has images, and KeepValues() was not called.
+    std::span<const std::uint8_t> Image() { return cursor_->Image(); }
+
+    // Goes to a row of the table, wherever it has been; false when there is none.
+    bool MoveTo(RowId row);
+
+    // Told which rows MoveTo() will be asked for next.
+    void Prefetch(std::span<const RowId> rows) { GetCursor().Prefetch(rows); }
+
+    // By which the current row is known again, see RowIdentity; 0 when it has been deleted.
+    std::uint64_t Identity();
+    bool HasKeyIdentity() { return IdentityOfRows().IsByKey(); }
+
+    // Told after the cursor has come to a row.
+    void OnRow() {
+        ++stamp_;
+        current_ = 0;
+        ShowPartly();
+    }
+
+    // Keep() copies the values, except long ones, instead of only noting the row: for rows that are gone back to again
+    // and again.
+    void KeepValues() { keep_values_ = true; }
+    bool KeepsValues() const { return keep_values_; }
+
+    std::optional<std::string_view> NarrowText(int slot) override;
+    Place Keep() override;
+    bool Restore(Place place) override;
+    void Forget() override;
+
+protected:
+    const Value& Load(int slot) override;
+
+private:
+    bool IsLong(std::size_t slot) const;
+    const Value& Read(std::size_t slot);
+    RowIdentity& IdentityOfRows();
+
+    std::shared_ptr<Table> table_;
+    std::optional<RowIdentity> identity_;
+    std::unique_ptr<sql::Cursor> cursor_;
+    std::vector<Value> values_;
+    std::vector<std::uint64_t> stamps_;  // of the row a value was read from
+    std::uint64_t stamp_ = 0;
+
+    bool keep_values_ = false;
+    bool has_long_ = false;
+    RowBuffer kept_;
+    std::vector<RowId> kept_ids_;
+    Place current_ = 0;  // the kept row shown, 0 when the cursor's row is
+};
+
+// Rows made up in memory: what GROUP BY and UNION have put together.
+class RowsSource : public Source {
+public:
+    // Every column has the slot of its own number.
+    explicit RowsSource(std::vector<ColumnInfo> columns);
+
+    // Adds a column while the query is being bound; returns its slot.
+    int AddColumn(ColumnInfo column);
+
+    RowBuffer& Rows() { return rows_; }
+    void Clear();
+
+    Place Keep() override { return current_; }
+    bool Restore(Place place) override;
+
+protected:
+    const Value& Load(int slot) override;
+
+private:
+    RowBuffer rows_;
+    Place current_ = 0;
+};
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,59 @@
+#include "sql/expressions/types.h"
+
+#include <algorithm>
+
+#include "core/convert.h"
+
+namespace qmtrain::sql {
+
+Value::Type ValueTypeOf(ColumnType type) {
+    switch (type) {
+        case ColumnType::Boolean: return Value::Type::Boolean;
+        case ColumnType::Byte: return Value::Type::Byte;
+        case ColumnType::Integer: return Value::Type::Integer;
+        case ColumnType::Long: return Value::Type::Long;
+        case ColumnType::Currency: return Value::Type::Currency;
+        case ColumnType::Single: return Value::Type::Single;
+        case ColumnType::Double: return Value::Type::Double;
+        case ColumnType::Date: return Value::Type::Date;
+        case ColumnType::Decimal: return Value::Type::Decimal;
+        case ColumnType::Binary:
+        case ColumnType::LongBinary: return Value::Type::Binary;
+        case ColumnType::Text:
+        case ColumnType::Memo:
+        case ColumnType::Guid: return Value::Type::Text;
+    }
+    return Value::Type::Empty;
+}
+
+Shape ShapeOf(Value::Type type) {
+    switch (type) {
+        case Value::Type::Boolean: return {ColumnType::Boolean};
+        case Value::Type::Byte: return {ColumnType::Byte};
+        case Value::Type::Integer: return {ColumnType::Integer};
+        case Value::Type::Long: return {ColumnType::Long};
+        case Value::Type::Single: return {ColumnType::Single};
+        case Value::Type::Double: return {ColumnType::Double};
+        case Value::Type::Currency: return {ColumnType::Currency};
+        case Value::Type::Date: return {ColumnType::Date};
+        case Value::Type::Decimal: return {ColumnType::Decimal, 0, 28, 10};
+        case Value::Type::Binary: return {ColumnType::LongBinary};
+        default: return {ColumnType::Text, 255};
+    }
+}
+
+Shape ShapeOf(const Column& column) {
+    return {column.type, column.size, column.precision, column.scale};
+}
+
+Value::Type CommonType(Value::Type a, Value::Type b) {
+    if (a == b || b == Value::Type::Null) return a;
+    if (a == Value::Type::Null) return b;
+    if (!IsNumberType(a) || !IsNumberType(b)) return Value::Type::Empty;
+    const bool whole = a <= Value::Type::Long && b <= Value::Type::Long;
+    if (whole) return std::max({a, b, Value::Type::Integer});
+    const bool decimal = a == Value::Type::Decimal || b == Value::Type::Decimal;
+    return decimal && !IsInexact(a) && !IsInexact(b) ? Value::Type::Decimal : Value::Type::Double;
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,33 @@
+// Which way to the rows of a table serves a set of conditions best.
+#pragma once
+
+#include <vector>
+
+#include "sql/planning/conditions.h"
+#include "sql/planning/rows_wish.h"
+#include "sql/running/access_path.h"
+
+namespace qmtrain::sql {
+
+struct IndexChoice {
+    AccessPath path;  // without parts: all rows, by a scan
+    double rows = 0;  // expected for one set of values
+    double cost = 0;  // in rows of a scan
+
+    bool UsesIndex() const { return !path.parts.empty(); }
+
+    // A search for one key or several, which is cheap enough to be made again and again.
+    bool IsLookup() const;
+};
+
+// The best choice among the conditions whose other side depends on `available` only (and on outer queries).
+IndexChoice ChooseIndex(TableSource& source, const std::vector<Conjunct*>& conjuncts, SourceSet available,
+                        const RowsWish& wish = {});
+
+// How many rows a value of these columns is expected to have: 1 when they are unique, fewer the more columns.
+double ExpectedMatches(TableSource& source, const std::vector<const Comparison*>& equalities);
+
+// About which part of all rows meets the condition.
+double Selectivity(const Conjunct& conjunct);
+
+}  // namespace qmtrain::sql

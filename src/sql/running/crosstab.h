@@ -1,0 +1,42 @@
+// The rows of a crosstab.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "core/work.h"
+#include "sql/expressions/key.h"
+#include "sql/running/plan.h"
+#include "sql/running/row_operator.h"
+
+namespace qmtrain::sql {
+
+class CrosstabRows : public RowOperator {
+public:
+    // Both selects show the row's groups: `rows` behind its columns, `cells` before the pivot and the value.
+    CrosstabRows(RowsSource& source, std::unique_ptr<Plan> rows, std::unique_ptr<Plan> cells, std::size_t groups,
+                 const std::vector<Value>& headings);
+
+    void Open() override;
+    bool Next() override;
+    void Explain(Explanation& out) const override;
+
+private:
+    void SetKey(Plan& plan, std::size_t first);
+    void ReadCells();
+
+    RowsSource& source_;
+    std::unique_ptr<Plan> rows_;
+    std::unique_ptr<Plan> cells_;
+    std::size_t groups_;
+    std::size_t width_;
+    KeyTable headings_;
+    KeyTable keys_;
+    std::vector<Value> values_;  // as many as headings for each key
+    std::vector<std::uint8_t> key_;
+    WorkSteps steps_;
+};
+
+}  // namespace qmtrain::sql

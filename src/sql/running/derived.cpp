@@ -1,0 +1,70 @@
+#include "sql/running/derived.h"
+
+namespace qmtrain::sql {
+
+// ---- DerivedSource ----
+
+DerivedSource::DerivedSource(std::unique_ptr<Plan> plan) : plan_(std::move(plan)) {
+    for (const PlanOutput& output : plan_->outputs) {
+        infos_.push_back({output.column.name, output.expression->Type(), ShapeOf(output.column)});
+    }
+}
+
+Place DerivedSource::Keep() {
+    if (IsNullRow()) return 0;
+    if (current_ != 0) return current_;
+    Value* row = kept_.Add();
+    for (std::size_t slot = 0; slot < SlotCount(); ++slot) row[slot] = Get(static_cast<int>(slot));
+    return static_cast<Place>(kept_.Size());
+}
+
+bool DerivedSource::Restore(Place place) {
+    if (place == 0) {
+        SetNull();
+    } else {
+        current_ = place;
+        Show(kept_.At(place - 1));
+    }
+    return true;
+}
+
+void DerivedSource::Forget() {
+    kept_.Reset(SlotCount());
+    values_.resize(SlotCount());
+    stamps_.resize(SlotCount(), 0);
+    current_ = 0;
+}
+
+const Value& DerivedSource::Load(int slot) {
+    const auto place = static_cast<std::size_t>(slot);
+    if (stamps_[place] != stamp_) {
+        const auto column = static_cast<std::size_t>(ColumnOfSlot(slot));
+        values_[place] = &plan_->outputs[column].expression->Evaluate();
+        stamps_[place] = stamp_;
+    }
+    return *values_[place];
+}
+
+// ---- DerivedAccess ----
+
+void DerivedAccess::Open() {
+    source_.Forget();
+    source_.GetPlan().Start();
+}
+
+bool DerivedAccess::Next() {
+    if (!source_.GetPlan().root->Next()) return false;
+    source_.OnRow();
+    return true;
+}
+
+void DerivedAccess::Reset() {
+    source_.GetPlan().root->Reset();
+}
+
+void DerivedAccess::Explain(Explanation& out) const {
+    out.Add(u"rows of a query", *this);
+    out.AddChild(*source_.GetPlan().root);
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,56 @@
+// A bound and planned SELECT, ready to run. The plan owns everything that takes part.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "sql/expressions/expression.h"
+#include "sql/expressions/source.h"
+#include "sql/output_column.h"
+#include "sql/running/row_lookup.h"
+#include "sql/running/row_operator.h"
+
+namespace qmtrain::sql {
+
+struct PlanOutput {
+    OutputColumn column;
+    ExpressionPtr expression;
+};
+
+class Plan {
+public:
+    // Destroyed from the last to the first: operators borrow from expressions, and expressions from sources.
+    std::vector<std::unique_ptr<Source>> sources;
+    std::vector<ExpressionPtr> expressions;  // conditions, keys and arguments
+    std::vector<PlanOutput> outputs;
+    RowOperatorPtr root;
+
+    // The tables whose columns come out as they are, with the sources that read them.
+    std::vector<std::shared_ptr<Table>> tables;
+    std::vector<TableSource*> table_sources;
+
+    int editable = -1;               // the table of which each row is in one row of the result at most
+    std::vector<RowLookup> lookups;  // of the other tables' rows that belong to it
+    bool correlated = false;         // depends on rows of a query around it
+    bool rebuilds = false;  // so do tables of its FROM clause, and what is kept of them is good for one run only
+
+    int depth = 0;  // how many evaluations stand within each other, at most
+
+    // Starts from the beginning, with the outer rows as they stand now.
+    void Start() {
+        if (rebuilds) root->Reset();
+        root->Open();
+    }
+
+    // Gives the expression into the plan's keeping.
+    Expression* Own(ExpressionPtr expression) {
+        expressions.push_back(std::move(expression));
+        return expressions.back().get();
+    }
+};
+
+inline Shape ShapeOf(const OutputColumn& column) {
+    return {column.type, column.size, column.precision, column.scale};
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,471 @@
+#include "sql/running/table_access.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "core/collation.h"
+#include "core/convert.h"
+#include "core/decimal.h"
+#include "sql/expressions/like.h"
+
+namespace qmtrain::sql {
+namespace {
+
+// What to look for in an index to find the rows that compare with a value in some way.
+struct Key {
+    enum class Kind : std::uint8_t {
+        Found,    // `value`
+        Nothing,  // no row compares so
+        All,      // every row that is not Null does
+        Unknown,  // the index does not say
+    };
+    Kind kind = Kind::Found;
+    Value value{};
+    bool inclusive = true;
+};
+
+// The comparison that a row's value must stand in.
+struct Wanted {
+    bool equal = true;
+    bool low = false;  // of a range: the lower end
+    bool inclusive = true;
+};
+
+constexpr double kExactDoubles = 9007199254740992.0;  // whole numbers below it are exact
+
+template <class T>
+Key WholeKey(double number, const Wanted& wanted) {
+    const auto least = static_cast<double>(std::numeric_limits<T>::min());
+    const auto most = static_cast<double>(std::numeric_limits<T>::max());
+    const bool whole = std::floor(number) == number;
+    if (wanted.equal && (!whole || number < least || number > most)) return {Key::Kind::Nothing};
+    if (!wanted.equal) {
+        if (wanted.low ? number > most : number < least) return {Key::Kind::Nothing};
+        if (wanted.low ? number < least : number > most) return {Key::Kind::All};
+    }
+    const double nearest = wanted.low ? std::ceil(number) : std::floor(number);
+    return {Key::Kind::Found, Value(static_cast<T>(nearest)), wanted.inclusive || !whole};
+}
+
+Key SingleKey(double number, const Wanted& wanted) {
+    constexpr double kMost = std::numeric_limits<float>::max();
+    const auto nearest = static_cast<float>(std::clamp(number, -kMost, kMost));
+    const double back = nearest;
+    if (back == number) return {Key::Kind::Found, Value(nearest), wanted.inclusive};
+    if (wanted.equal) return {Key::Kind::Nothing};
+    // The nearest one itself is either wholly inside or wholly outside.
+    return {Key::Kind::Found, Value(nearest), wanted.low ? back > number : back < number};
+}
+
+// Amounts beyond what a double counts exactly are left to the comparison.
+Key CurrencyKey(const Value& value, const Wanted& wanted) {
+    if (value.GetType() == Value::Type::Currency && wanted.equal) return {Key::Kind::Found, value};
+    const double scaled = ToDouble(value) * 10000.0;
+    if (!(std::abs(scaled) < kExactDoubles / 4)) return {Key::Kind::Unknown};
+    const auto nearest = static_cast<std::int64_t>(std::nearbyint(scaled));
+    // Multiplying may have moved the number a little: ranges take one step more.
+    return {Key::Kind::Found, Value(Currency{wanted.equal ? nearest : nearest + (wanted.low ? -1 : 1)})};
+}
+
+// With a Double the column's decimals are compared as Doubles, and one with more than 15 digits may be equal to several
+// of them.
+Key DecimalKey(const Value& value, const Column& column, const Wanted& wanted) {
+    constexpr int kDoubleDigits = 15;
+    constexpr int kMostDigits = 28;
+    constexpr double kMostDecimal = 7.9e28;
+    constexpr double kDoubleStep = 1e-14;
+    const bool inexact = IsInexact(value.GetType());
+    double number = ToDouble(value);
+    const bool known = column.precision > 0 && column.precision <= kMostDigits && column.scale <= column.precision;
+    if (!known || std::isnan(number)) return {Key::Kind::Unknown};
+    if (inexact && column.precision > kDoubleDigits) {
+        if (wanted.equal) return {Key::Kind::Unknown};
+        number += std::abs(number) * (wanted.low ? -kDoubleStep : kDoubleStep);
+    }
+    bool beyond = std::abs(number) >= kMostDecimal;
+    Decimal exact;
+    if (!beyond) {
+        exact = ToDecimal(inexact ? Value(number) : value);
+        const Decimal above = Rescale(Decimal{false, 0, 0, 1}, column.precision - column.scale);
+        const Decimal magnitude{false, exact.scale, exact.high, exact.low};
+        beyond = Compare(magnitude, Decimal{false, 0, above.high, above.low}) >= 0;
+    }
+    if (beyond) return {wanted.equal || (number > 0) == wanted.low ? Key::Kind::Nothing : Key::Kind::All};
+    const Decimal nearest = Rescale(exact, column.scale);
+    if (inexact) return {Key::Kind::Found, Value(nearest)};
+    const auto order = Compare(nearest, exact);
+    if (order == 0) return {Key::Kind::Found, Value(nearest), wanted.inclusive};
+    if (wanted.equal) return {Key::Kind::Nothing};
+    return {Key::Kind::Found, Value(nearest), wanted.low ? order > 0 : order < 0};
+}
+
+// "{XXXXXXXX-…}": only what is written so is found by its bytes.
+bool IsPlainGuid(std::u16string_view text) {
+    constexpr std::u16string_view kPattern = u"{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
+    const auto is_hex = [](char16_t unit) {
+        return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'F') || (unit >= u'a' && unit <= u'f');
+    };
+    return text.size() == kPattern.size() && std::equal(text.begin(), text.end(), kPattern.begin(),
+                                                        [&](auto a, auto b) { return b == u'X' ? is_hex(a) : a == b; });
+}
+
+Key KeyFor(const Column& column, const Value& value, const Wanted& wanted) {
+    switch (column.type) {
+        case ColumnType::Text:
+        case ColumnType::Memo:
+            // The key of a long text is that of its beginning.
+            return {Key::Kind::Found, value, wanted.inclusive || value.Text().size() > collation::kKeyUnits};
+        case ColumnType::Guid:
+            if (!wanted.equal || !IsPlainGuid(value.Text())) return {Key::Kind::Unknown};
+            return {Key::Kind::Found, value};
+        case ColumnType::Binary:
+        case ColumnType::LongBinary: return {Key::Kind::Found, value};
+        case ColumnType::Currency: return CurrencyKey(value, wanted);
+        case ColumnType::Decimal: return DecimalKey(value, column, wanted);
+        default: break;
+    }
+    const double number = ToDouble(value);
+    if (std::isnan(number)) return {Key::Kind::Unknown};
+    switch (column.type) {
+        case ColumnType::Boolean: return {Key::Kind::Found, Value(number != 0)};
+        case ColumnType::Byte: return WholeKey<std::uint8_t>(number, wanted);
+        case ColumnType::Integer: return WholeKey<std::int16_t>(number, wanted);
+        case ColumnType::Long: return WholeKey<std::int32_t>(number, wanted);
+        case ColumnType::Single: return SingleKey(number, wanted);
+        case ColumnType::Date: return {Key::Kind::Found, Value(Date{number}), wanted.inclusive};
+        default: return {Key::Kind::Found, Value(number), wanted.inclusive};
+    }
+}
+
+// Bits that compare as the numbers do.
+std::uint64_t OrderedNumber(const Value& value) {
+    constexpr std::uint64_t kSign = std::uint64_t{1} << 63U;
+    const std::uint64_t bits = NumberBits(value);
+    return (bits & kSign) != 0 ? ~bits : bits | kSign;
+}
+
+// The values in the order of their keys, of those with the same key one.
+template <class Key>
+std::vector<Value> InOrderOnce(std::vector<Value>& values, Key key, bool backwards) {
+    std::vector<std::pair<decltype(key(values[0])), std::size_t>> order;
+    order.reserve(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) order.emplace_back(key(values[i]), i);
+    std::ranges::sort(order);
+    const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
+    order.erase(std::unique(order.begin(), order.end(), same), order.end());
+    if (backwards) std::ranges::reverse(order);
+    std::vector<Value> sorted;
+    sorted.reserve(order.size());
+    for (const auto& [unused, place] : order) sorted.push_back(std::move(values[place]));
+    return sorted;
+}
+
+void Engage(std::optional<KeyBound>& bound) {
+    if (!bound) bound.emplace();
+    bound->values.clear();
+    bound->inclusive = true;
+}
+
+}  // namespace
+
+void TableAccess::Open() {
+    cursor_ = &source_.GetCursor();
+    place_count_ = 0;
+    at_ = 0;
+    repeats_ = false;
+    exact_ = !path_.met.empty();
+    start_ = path_.parts.empty() ? Start::Whole : Start::Nothing;
+    for (const IndexAccess& part : path_.parts) {
+        const Start start = AddRanges(part);
+        if (start == Start::Nothing) continue;
+        start_ = start;
+        if (start == Start::Whole) break;
+    }
+    if (start_ == Start::Ranges && place_count_ > 1) Arrange();
+    if (start_ == Start::Ranges) {
+        OpenRange();
+    } else if (start_ == Start::Whole && path_.ordered) {
+        cursor_->Range(path_.parts[0].index, {}, path_.parts[0].backwards);
+    } else if (start_ == Start::Whole) {
+        cursor_->Scan();
+    }
+}
+
+void TableAccess::OpenRange() {
+    const Place& place = places_[at_];
+    cursor_->Range(place.index, place.range, path_.parts[0].backwards);
+}
+
+bool TableAccess::Next() {
+    if (start_ == Start::Nothing) return false;
+    for (;;) {
+        if (!cursor_->Next()) {
+            if (start_ != Start::Ranges || ++at_ >= place_count_) return false;
+            OpenRange();
+            continue;
+        }
+        bool added = true;
+        if (repeats_) seen_.FindOrAdd(cursor_->Row().value, added);
+        if (!added) continue;
+        source_.OnRow();
+        return true;
+    }
+}
+
+std::int64_t TableAccess::CountRows() {
+    if (repeats_) return RowOperator::CountRows();
+    if (start_ == Start::Nothing) return 0;
+    if (start_ == Start::Whole) return source_.GetTable()->RowCount();
+    std::int64_t rows = cursor_->CountRest();
+    while (++at_ < place_count_) {
+        OpenRange();
+        rows += cursor_->CountRest();
+    }
+    return rows;
+}
+
+const IndexColumn& TableAccess::KeyColumn(const IndexAccess& access, std::size_t place) const {
+    return source_.GetTable()->Indexes()[static_cast<std::size_t>(access.index)].columns[place];
+}
+
+const Column& TableAccess::ColumnOf(const IndexAccess& access, std::size_t place) const {
+    return source_.GetTable()->Columns()[static_cast<std::size_t>(KeyColumn(access, place).column)];
+}
+
+TableAccess::Place& TableAccess::NewPlace(int index) {
+    if (place_count_ == places_.size()) places_.emplace_back();
+    Place& place = places_[place_count_++];
+    place.index = index;
+    return place;
+}
+
+TableAccess::Start TableAccess::AddRanges(const IndexAccess& access) {
+    if (access.list != nullptr && !TakeList(access)) return Start::Whole;
+    const std::size_t before = place_count_;
+    const std::size_t count = access.list != nullptr ? listed_.size() : 1;
+    places_.reserve(place_count_ + count);
+    for (std::size_t i = 0; i < count; ++i) {
+        KeyRange& range = NewPlace(access.index).range;
+        range.kind = KeyRange::Kind::Equal;
+        range.high.reset();
+        Engage(range.low);
+        Start start = SetFixed(access, *range.low, access.list != nullptr ? &listed_[i] : nullptr);
+        if (start == Start::Ranges) start = SetEnds(access, range);
+        if (start == Start::Whole) return start;
+        if (start == Start::Nothing) --place_count_;
+    }
+    return place_count_ > before ? Start::Ranges : Start::Nothing;
+}
+
+// The values of the list in the order of the index, each of them once. False when a scan is as good.
+bool TableAccess::TakeList(const IndexAccess& access) {
+    const auto rows = static_cast<double>(source_.GetTable()->EstimatedRows());
+    constexpr double kAlwaysSome = 10;
+    if (!access.list->Collect(static_cast<std::size_t>(std::max(kAlwaysSome, rows / kSeekCost)), listed_)) return false;
+    std::erase_if(listed_, [](const Value& value) { return FamilyOf(value.GetType()) == Family::Any; });
+    if (listed_.size() < 2) return true;
+    const bool descending = KeyColumn(access, static_cast<std::size_t>(access.list_at)).descending;
+    const bool backwards = descending != access.backwards;
+    const auto is_double = [](const Value& value) { return IsExactAsDouble(value.GetType()); };
+    if (std::ranges::all_of(listed_, is_double)) {
+        listed_ = InOrderOnce(listed_, OrderedNumber, backwards);
+    } else {
+        const auto key = [](const Value& value) {
+            std::vector<std::uint8_t> bytes;
+            AppendKey(value, bytes, true);
+            return std::string(bytes.begin(), bytes.end());
+        };
+        listed_ = InOrderOnce(listed_, key, backwards);
+    }
+    return true;
+}
+
+TableAccess::Start TableAccess::SetFixed(const IndexAccess& access, KeyBound& bound, const Value* listed) {
+    for (std::size_t i = 0; i < access.equal.size(); ++i) {
+        const Column& column = ColumnOf(access, i);
+        const Value& value = access.equal[i] != nullptr ? access.equal[i]->Evaluate() : *listed;
+        const Family family = FamilyOf(value.GetType());
+        if (family == Family::Any) return Start::Nothing;
+        // A type that does not compare is an error, but only for a row that is there: let the condition find it.
+        if (family != FamilyOf(ValueTypeOf(column.type))) return Start::Whole;
+        Key key = KeyFor(column, value, {});
+        if (key.kind == Key::Kind::Unknown) return Start::Whole;
+        if (key.kind == Key::Kind::Nothing) return Start::Nothing;
+        if (key.value.IsText() && key.value.Text().size() > collation::kKeyUnits) exact_ = false;
+        bound.values.push_back(std::move(key.value));
+    }
+    return source_.GetTable()->CanSeek(access.index, bound.values) ? Start::Ranges : Start::Whole;
+}
+
+TableAccess::Start TableAccess::SetEnds(const IndexAccess& access, KeyRange& range) {
+    if (access.pattern != nullptr) return SetPrefix(access, range);
+    if (access.low.value == nullptr && access.high.value == nullptr) return Start::Ranges;
+    range.kind = KeyRange::Kind::Between;
+    range.high = range.low;
+    const Start low = SetEnd(access, access.low, true, range);
+    if (low != Start::Ranges) return low;
+    const Start high = SetEnd(access, access.high, false, range);
+    if (high != Start::Ranges) return high;
+    const Table& table = *source_.GetTable();
+    const bool found =
+        table.CanSeek(access.index, range.low->values) && table.CanSeek(access.index, range.high->values);
+    return found ? Start::Ranges : Start::Whole;
+}
+
+// A missing end is the place of the Nulls, which are in no range, on one side, and that of all other values on the
+// other.
+TableAccess::Start TableAccess::SetEnd(const IndexAccess& access, const RangeEnd& end, bool low, KeyRange& range) {
+    const std::size_t place = access.equal.size();
+    const Column& column = ColumnOf(access, place);
+    KeyBound& bound = low != KeyColumn(access, place).descending ? *range.low : *range.high;
+    if (end.value != nullptr) {
+        const Value& value = end.value->Evaluate();
+        const Family family = FamilyOf(value.GetType());
+        if (family == Family::Any) return Start::Nothing;
+        if (family != FamilyOf(ValueTypeOf(column.type))) return Start::Whole;
+        Key key = KeyFor(column, value, {false, low, end.inclusive});
+        if (key.kind == Key::Kind::Unknown) return Start::Whole;
+        if (key.kind == Key::Kind::Nothing) return Start::Nothing;
+        if (key.kind == Key::Kind::Found) {
+            if (key.value.IsText() && key.value.Text().size() > collation::kKeyUnits) exact_ = false;
+            bound.values.push_back(std::move(key.value));
+            bound.inclusive = key.inclusive;
+            return Start::Ranges;
+        }
+    }
+    if (low) {
+        bound.values.emplace_back(Null{});
+        bound.inclusive = false;
+    }
+    return Start::Ranges;
+}
+
+TableAccess::Start TableAccess::SetPrefix(const IndexAccess& access, KeyRange& range) {
+    const Value& pattern = access.pattern->Evaluate();
+    if (pattern.IsNull()) return Start::Nothing;
+    if (!pattern.IsText()) return Start::Whole;
+    const std::u16string_view prefix = FixedPrefix(pattern.Text());
+    if (prefix.empty()) return Start::Whole;
+    range.kind = KeyRange::Kind::Prefix;
+    range.low->values.emplace_back(prefix);
+    return source_.GetTable()->CanSeek(access.index, range.low->values) ? Start::Ranges : Start::Whole;
+}
+
+// Several ranges: single keys of one index are put in its order, each once; other ranges may have rows in common.
+void TableAccess::Arrange() {
+    const auto rows = static_cast<double>(source_.GetTable()->EstimatedRows());
+    constexpr std::size_t kAlwaysSome = 10;
+    if (place_count_ > kAlwaysSome && static_cast<double>(place_count_) * kSeekCost > rows) {
+        start_ = Start::Whole;
+        return;
+    }
+    const Table& table = *source_.GetTable();
+    const auto end = places_.begin() + static_cast<std::ptrdiff_t>(place_count_);
+    const Place& first = places_.front();
+    const std::size_t width = first.range.low ? first.range.low->values.size() : 0;
+    const bool one_list = path_.parts.size() == 1;
+    const bool in_order = table.InOrder(first.index, width);
+    if (one_list && in_order) return;  // sorted as the list was taken
+    const bool points = std::all_of(places_.begin(), end, [&](const Place& place) {
+        return place.index == first.index && place.range.kind == KeyRange::Kind::Equal &&
+               place.range.low->values.size() == width;
+    });
+    if (!points || !in_order) {
+        repeats_ = true;
+        seen_.Clear();
+        return;
+    }
+    std::vector<std::pair<std::string, std::size_t>> order(place_count_);
+    std::vector<std::uint8_t> part;
+    for (std::size_t i = 0; i < place_count_; ++i) {
+        order[i].second = i;
+        for (std::size_t column = 0; column < width; ++column) {
+            part.clear();
+            AppendKey(places_[i].range.low->values[column], part, true);
+            const Index& index = table.Indexes()[static_cast<std::size_t>(first.index)];
+            const bool invert = index.columns[column].descending != path_.parts[0].backwards;
+            for (const std::uint8_t byte : part) {
+                order[i].first.push_back(static_cast<char>(invert ? ~byte : byte));
+            }
+        }
+    }
+    std::ranges::sort(order);
+    const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
+    order.erase(std::unique(order.begin(), order.end(), same), order.end());
+    std::vector<Place> sorted;
+    for (const auto& [key, place] : order) sorted.push_back(std::move(places_[place]));
+    places_ = std::move(sorted);
+    place_count_ = places_.size();
+}
+
+std::optional<double> TableAccess::CountInIndex(TableSource& source, const IndexAccess& access) {
+    TableAccess look(source, {});
+    const Start start = look.AddRanges(access);
+    if (start == Start::Nothing) return 0;
+    if (start == Start::Whole) return std::nullopt;
+    return source.GetTable()->EstimatedRows(access.index, look.places_[0].range);
+}
+
+void TableAccess::Explain(Explanation& out) const {
+    const Table& table = *source_.GetTable();
+    if (path_.parts.empty()) {
+        const std::u16string request = table.Request();
+        out.Add(request.empty() ? u"scan of " + table.Name() : u"rows of " + table.Name() + u" by " + request, *this);
+        return;
+    }
+    if (path_.parts.size() > 1) out.Add(u"union of searches in " + table.Name(), *this);
+    for (const IndexAccess& part : path_.parts) {
+        const Index& index = table.Indexes()[static_cast<std::size_t>(part.index)];
+        std::u16string text;
+        const auto name = [&](std::size_t place) {
+            const int column = index.columns[place].column;
+            return (text.empty() ? u"" : u", ") + table.Columns()[static_cast<std::size_t>(column)].name;
+        };
+        for (std::size_t i = 0; i < part.equal.size(); ++i) {
+            text += name(i) + (part.equal[i] != nullptr ? u" = value" : u" in list");
+        }
+        const std::size_t behind = part.equal.size();
+        if (part.pattern != nullptr) text += name(behind) + u" with prefix";
+        if (part.low.value != nullptr) text += name(behind) + (part.low.inclusive ? u" >= value" : u" > value");
+        if (part.high.value != nullptr) text += name(behind) + (part.high.inclusive ? u" <= value" : u" < value");
+        const bool all = text.empty();
+        text = (all ? u"walk of " : u"search of ") + table.Name() + u" by index " + index.name +
+               (all ? u"" : u" (" + text + u")");
+        if (path_.ordered) text += u", in its order";
+        if (part.backwards) text += u", backwards";
+        if (path_.exact && !all) text += u", no further test";
+        if (path_.parts.size() > 1)
+            out.AddBelow(text);
+        else
+            out.Add(text, *this);
+    }
+}
+
+// ---- DistinctAccess ----
+
+bool DistinctAccess::Next() {
+    KeyRange range;
+    if (last_) {
+        KeyBound behind{{*last_}, false};
+        range.low = std::move(behind);
+    }
+    Cursor& cursor = source_.GetCursor();
+    cursor.Range(index_, range);
+    if (!cursor.Next()) return false;
+    source_.OnRow();
+    last_.emplace();
+    cursor.Read(source_.GetTable()->Indexes()[static_cast<std::size_t>(index_)].columns[0].column, *last_);
+    return true;
+}
+
+void DistinctAccess::Explain(Explanation& out) const {
+    const Table& table = *source_.GetTable();
+    out.Add(
+        u"different keys of " + table.Name() + u" by index " + table.Indexes()[static_cast<std::size_t>(index_)].name,
+        *this);
+}
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,56 @@
+// UNION: the rows of several selects behind each other.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "sql/expressions/key.h"
+#include "sql/running/plan.h"
+#include "sql/running/row_operator.h"
+
+namespace qmtrain::sql {
+
+// The row of whichever select is being read, its values in the type that the column has in all of them.
+class UnionSource : public Source {
+public:
+    UnionSource(std::vector<std::unique_ptr<Plan>> plans, std::vector<ColumnInfo> columns);
+
+    std::size_t PlanCount() const { return plans_.size(); }
+    Plan& GetPlan(std::size_t number) { return *plans_[number]; }
+    void OnRow(std::size_t plan);
+
+    Place Keep() override;
+    bool Restore(Place place) override;
+    void Forget() override;
+
+protected:
+    const Value& Load(int slot) override;
+
+private:
+    std::vector<std::unique_ptr<Plan>> plans_;
+    std::vector<Value> row_;
+    RowBuffer kept_;
+    Place current_ = 0;
+};
+
+class UnionRows : public RowOperator {
+public:
+    // Up to and with the select `distinct_until`, every row comes only once; -1 for none.
+    UnionRows(UnionSource& source, int distinct_until) : source_(source), distinct_until_(distinct_until) {}
+
+    void Open() override;
+    bool Next() override;
+    void Reset() override;
+    void Explain(Explanation& out) const override;
+
+private:
+    bool IsNew();
+
+    UnionSource& source_;
+    int distinct_until_;
+    std::size_t plan_ = 0;
+    KeyTable seen_;
+    std::vector<std::uint8_t> key_;
+};
+
+}  // namespace qmtrain::sql

@@ -1,0 +1,181 @@
+// UPDATE and DELETE: the rows are found first and changed afterwards, so that no change can be met again.
+#include <algorithm>
+
+#include "core/error.h"
+#include "core/text.h"
+#include "core/work.h"
+#include "sql/planning/join_planner.h"
+#include "sql/statements/execute.h"
+#include "sql/values.h"
+
+namespace qmtrain::sql {
+namespace {
+
+constexpr std::size_t kRowsBetweenLooks = 1024;
+
+// A statement's tables, joined and narrowed down by its condition.
+struct Target {
+    Target(Catalog& catalog, Parameters& parameters) : context(catalog, parameters), scope(nullptr) {}
+
+    void PlanRows(const ast::ExpressionPtr& condition) {
+        if (condition != nullptr) ExpressionBinder(context, scope).BindConjuncts(*condition, plan, where);
+        plan.root = PlanJoins(plan, scope.Sources(), *joins, where, {}).rows;
+    }
+
+    BindContext context;
+    Scope scope;
+    Plan plan;
+    std::unique_ptr<JoinNode> joins;
+    std::vector<Conjunct> where;
+};
+
+TableSource& RequireTableSource(const Target& target, std::size_t entry) {
+    auto* source = dynamic_cast<TableSource*>(target.scope.Entries()[entry].source);
+    if (source == nullptr) Raise(ErrorNumber::ReadOnly, {target.scope.Entries()[entry].name});
+    return *source;
+}
+
+// ---- UPDATE ----
+
+struct BoundItem {
+    TableSource* source = nullptr;
+    int column = 0;
+    ExpressionPtr value;
+};
+
+class Updater {
+public:
+    Updater(Target& target, const ast::Update& update) : target_(target) {
+        ExpressionBinder binder(target.context, target.scope);
+        for (const ast::SetItem& item : update.items) {
+            Scope::Match match;
+            if (!target.scope.Find(*item.column, match)) Raise(ErrorNumber::MissingParameter, {item.column->name});
+            items_.push_back({&RequireTableSource(target, match.entry), match.column, binder.Bind(*item.value)});
+        }
+        for (const BoundItem& item : items_) {
+            if (std::ranges::find(sources_, item.source) == sources_.end()) sources_.push_back(item.source);
+        }
+    }
+
+    std::int64_t Run() {
+        Collect();
+        WorkSteps steps;
+        for (const Change& change : changes_) {
+            steps.Next();
+            change.table->Update(change.row, change.values);
+        }
+        return rows_;
+    }
+
+    std::u16string TableNames() const {
+        std::u16string names;
+        for (const TableSource* source : sources_) {
+            if (!names.empty()) names += u", ";
+            names += source->GetTable()->Name();
+        }
+        return names;
+    }
+
+private:
+    struct Change {
+        Table* table = nullptr;
+        RowId row;
+        std::vector<Assignment> values;
+    };
+
+    void Collect() {
+        target_.plan.root->Open();
+        while (target_.plan.root->Next()) {
+            for (TableSource* source : sources_) CollectRow(*source);
+            ++rows_;
+        }
+    }
+
+    void CollectRow(TableSource& source) {
+        // An outer join may have found no row to change.
+        if (source.IsNullRow()) return;
+        Change change{source.GetTable().get(), source.Row(), {}};
+        for (const BoundItem& item : items_) {
+            if (item.source != &source) continue;
+            const Column& column = change.table->Columns()[static_cast<std::size_t>(item.column)];
+            change.values.push_back({item.column, ConvertToColumn(item.value->Evaluate(), column)});
+        }
+        changes_.push_back(std::move(change));
+        if (changes_.size() % kRowsBetweenLooks == 0) Work::Hold(changes_.size() * (sizeof(Change) + BytesOfItems()));
+    }
+
+    std::size_t BytesOfItems() const { return items_.size() * sizeof(Assignment); }
+
+    Target& target_;
+    std::vector<BoundItem> items_;
+    std::vector<TableSource*> sources_;
+    std::vector<Change> changes_;
+    std::int64_t rows_ = 0;
+};
+
+// ---- DELETE ----
+
+// The table that rows are deleted from: the one named, or the only one.
+TableSource& FindDeleteTarget(const Target& target, const ast::Delete& statement) {
+    const auto& entries = target.scope.Entries();
+    if (statement.target.empty()) {
+        if (entries.size() != 1) Raise(ErrorNumber::DeleteTargetMissing);
+        return RequireTableSource(target, 0);
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (EqualNames(entries[i].name, statement.target)) return RequireTableSource(target, i);
+    }
+    Raise(ErrorNumber::NoSuchTable, {statement.target});
+}
+
+}  // namespace
+
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Update& update, Explanation& out) {
+    Target target(catalog, parameters);
+    target.joins = BindFrom(target.context, update.table, target.scope, target.plan);
+    const Updater updater(target, update);
+    target.PlanRows(update.where);
+    ExplainPlan(u"update of " + updater.TableNames(), target.plan, target.context, out);
+}
+
+void Explain(Catalog& catalog, Parameters& parameters, const ast::Delete& statement, Explanation& out) {
+    Target target(catalog, parameters);
+    target.joins = BindFrom(target.context, statement.from, target.scope, target.plan);
+    const TableSource& source = FindDeleteTarget(target, statement);
+    target.PlanRows(statement.where);
+    ExplainPlan(u"deletion from " + source.GetTable()->Name(), target.plan, target.context, out);
+}
+
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Update& update) {
+    Target target(catalog, parameters);
+    target.joins = BindFrom(target.context, update.table, target.scope, target.plan);
+    Updater updater(target, update);
+    target.PlanRows(update.where);
+    return updater.Run();
+}
+
+std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Delete& statement) {
+    Target target(catalog, parameters);
+    target.joins = BindFrom(target.context, statement.from, target.scope, target.plan);
+    TableSource& source = FindDeleteTarget(target, statement);
+    target.PlanRows(statement.where);
+
+    std::vector<RowId> rows;
+    target.plan.root->Open();
+    while (target.plan.root->Next()) {
+        if (!source.IsNullRow()) rows.push_back(source.Row());
+    }
+    // A join may come to a row more than once.
+    if (target.scope.Entries().size() > 1) {
+        std::ranges::sort(rows);
+        rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    }
+    WorkSteps steps;
+    for (const RowId row : rows) {
+        steps.Next();
+        source.GetTable()->Delete(row);
+    }
+    return static_cast<std::int64_t>(rows.size());
+}
+
+}  // namespace qmtrain::sql
