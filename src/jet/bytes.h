@@ -55,7 +55,6 @@ public:
     std::uint8_t U8(std::size_t at) const { return Read<std::uint8_t>(at); }
     std::uint16_t U16(std::size_t at) const { return Read<std::uint16_t>(at); }
     std::uint32_t U32(std::size_t at) const { return Read<std::uint32_t>(at); }
-    std::uint64_t U64(std::size_t at) const { return Read<std::uint64_t>(at); }
 
     template <class T>
     T Read(std::size_t at) const {

@@ -112,7 +112,6 @@ public:
     State GetState() const { return state_; }
     std::uint64_t Nonce() const { return nonce_; }
     PageNumber PageCount() const;
-    const std::optional<CommonJournal::Name>& Common() const { return common_; }
 
     bool Has(PageNumber page) const { return page < places_.size() && places_[page] != 0; }
 

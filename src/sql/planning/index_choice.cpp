@@ -1,99 +1,35 @@
 #include "sql/planning/index_choice.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <optional>
 
-#include "sql/running/table_access.h"
+#include "sql/planning/index_candidate.h"
+#include "sql/planning/selectivity.h"
 
 namespace qmtrain::sql {
 namespace {
 
-using ast::BinaryOperator;
-
-constexpr double kOneEnd = 0.3;
-constexpr double kTwoEnds = 0.1;
-constexpr double kPrefixShare = 0.05;
 constexpr double kIndexOnlyCost = 0.5;  // of a row that is not visited
 constexpr double kCountCost = 0.01;     // of a row that is only counted
 constexpr double kSortCost = 3;
-constexpr double kTopCost = 1;       // of a row that may be among the first few
-constexpr double kWorthALook = 200;  // rows from which on an estimate is checked in the index
-
-bool IsUniqueColumn(const Table& table, int column) {
-    return std::ranges::any_of(table.Indexes(), [column](const Index& index) {
-        return index.unique && index.columns.size() == 1 && index.columns[0].column == column;
-    });
-}
-
-bool CoversUniqueIndex(const Table& table, const std::vector<const Comparison*>& equalities) {
-    const auto covered = [&](const IndexColumn& key) {
-        return std::ranges::any_of(equalities, [&](const Comparison* equality) {
-            const SlotExpression* column = equality->subject.expression->AsColumn();
-            return column != nullptr && column->GetColumn() == key.column;
-        });
-    };
-    return std::ranges::any_of(table.Indexes(), [&](const Index& index) {
-        return index.unique && std::ranges::all_of(index.columns, covered);
-    });
-}
-
-bool IsLiteral(const Expression* expression) {
-    return expression == nullptr || dynamic_cast<const LiteralExpression*>(expression) != nullptr;
-}
-
-// Whether every key of the column is the value itself, and compares as it does.
-bool HasExactKeys(const Table& table, int index, std::size_t place) {
-    const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(index)].columns[place];
-    switch (table.Columns()[static_cast<std::size_t>(key.column)].type) {
-        case ColumnType::Byte:
-        case ColumnType::Integer:
-        case ColumnType::Long:
-        case ColumnType::Single:
-        case ColumnType::Double:
-        case ColumnType::Date: return true;
-        case ColumnType::Text: return table.InOrder(index, place + 1);
-        default: return false;
-    }
-}
-
-// Whether a range of the column's values is a range of its keys.
-bool HasRanges(const Table& table, int index, std::size_t place) {
-    const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(index)].columns[place];
-    switch (table.Columns()[static_cast<std::size_t>(key.column)].type) {
-        case ColumnType::Boolean:  // too few values to be worth while
-        case ColumnType::Guid:
-        case ColumnType::LongBinary:
-        case ColumnType::Memo: return false;
-        default: return table.InOrder(index, place + 1);
-    }
-}
-
-// One way through one index.
-struct Candidate {
-    IndexAccess access;
-    std::vector<const void*> used;  // comparisons and conditions that the access answers wholly
-    std::vector<const Comparison*> equalities;
-    double rows = 0;
-    bool narrows = false;
-};
+constexpr double kTopCost = 1;  // of a row that may be among the first few
 
 class Chooser {
 public:
     Chooser(TableSource& source, SourceSet available, const RowsWish& wish)
         : source_(source),
           table_(*source.GetTable()),
-          available_(available),
           wish_(wish),
-          all_rows_(std::max(1.0, static_cast<double>(table_.EstimatedRows()))) {}
+          all_rows_(std::max(1.0, static_cast<double>(table_.EstimatedRows()))),
+          candidates_(source, available, all_rows_) {}
 
     IndexChoice Run(const Conjuncts& conjuncts) {
         best_.rows = all_rows_;
         best_.cost = all_rows_ + SortCost(all_rows_ * Share(conjuncts, nullptr));
         if (wish_.count && conjuncts.empty()) best_.cost = 0;
         for (std::size_t i = 0; i < table_.Indexes().size(); ++i) {
-            Candidate candidate = Make(static_cast<int>(i), conjuncts);
+            IndexCandidate candidate = candidates_.Make(static_cast<int>(i), conjuncts);
             if (!CanUse(candidate)) continue;
             Consider(std::move(candidate), conjuncts);
         }
@@ -102,136 +38,16 @@ public:
     }
 
 private:
-    // ---- one index ----
-
-    bool IsUsable(const Operand& other) const { return Contains(available_, other.sources); }
-
-    bool IsColumn(const Operand& subject, int column) const {
-        const SlotExpression* slot = AsColumnOf(subject.expression, source_);
-        return slot != nullptr && slot->GetColumn() == column;
-    }
-
-    const Comparison* Find(const Conjuncts& conjuncts, int column, BinaryOperator op, BinaryOperator other_op) const {
-        for (const Conjunct* conjunct : conjuncts) {
-            for (const Comparison& comparison : conjunct->comparisons) {
-                const bool fits = comparison.op == op || comparison.op == other_op;
-                if (fits && IsUsable(comparison.other) && IsColumn(comparison.subject, column)) return &comparison;
-            }
-        }
-        return nullptr;
-    }
-
-    const Conjunct* FindList(const Conjuncts& conjuncts, int column) const {
-        for (const Conjunct* conjunct : conjuncts) {
-            const Membership& membership = conjunct->membership;
-            if (membership.list == nullptr || !Contains(available_, membership.sources)) continue;
-            if (IsColumn(membership.subject, column)) return conjunct;
-        }
-        return nullptr;
-    }
-
-    const Conjunct* FindPattern(const Conjuncts& conjuncts, int column) const {
-        for (const Conjunct* conjunct : conjuncts) {
-            if (conjunct->liked.expression == nullptr || !IsUsable(conjunct->pattern)) continue;
-            if (IsColumn(conjunct->liked, column)) return conjunct;
-        }
-        return nullptr;
-    }
-
-    Candidate Make(int number, const Conjuncts& conjuncts) {
-        const Index& index = table_.Indexes()[static_cast<std::size_t>(number)];
-        Candidate candidate;
-        candidate.access.index = number;
-        std::size_t place = 0;
-        for (; place < index.columns.size(); ++place) {
-            const int column = index.columns[place].column;
-            const Comparison* equality = Find(conjuncts, column, BinaryOperator::Equal, BinaryOperator::Equal);
-            if (equality != nullptr) {
-                candidate.access.equal.push_back(equality->other.expression);
-                candidate.equalities.push_back(equality);
-                if (HasExactKeys(table_, number, place)) candidate.used.push_back(equality);
-                continue;
-            }
-            const Conjunct* list = candidate.access.list == nullptr ? FindList(conjuncts, column) : nullptr;
-            if (list == nullptr) break;
-            candidate.access.list = list->membership.list;
-            candidate.access.list_at = static_cast<int>(place);
-            candidate.access.equal.push_back(nullptr);
-            if (HasExactKeys(table_, number, place)) candidate.used.push_back(list);
-        }
-        candidate.narrows = place > 0;
-        if (place < index.columns.size()) AddEnds(number, place, conjuncts, candidate);
-        candidate.rows = Estimate(candidate);
-        return candidate;
-    }
-
-    void AddEnds(int number, std::size_t place, const Conjuncts& conjuncts, Candidate& candidate) const {
-        const int column = table_.Indexes()[static_cast<std::size_t>(number)].columns[place].column;
-        IndexAccess& access = candidate.access;
-        const Comparison* low = Find(conjuncts, column, BinaryOperator::Greater, BinaryOperator::GreaterEqual);
-        const Comparison* high = Find(conjuncts, column, BinaryOperator::Less, BinaryOperator::LessEqual);
-        if ((low != nullptr || high != nullptr) && HasRanges(table_, number, place)) {
-            const bool exact = HasExactKeys(table_, number, place);
-            const auto add = [&](const Comparison* comparison, BinaryOperator inclusive, RangeEnd& end) {
-                if (comparison == nullptr) return;
-                end.value = comparison->other.expression;
-                end.inclusive = comparison->op == inclusive;
-                if (exact) candidate.used.push_back(comparison);
-            };
-            add(low, BinaryOperator::GreaterEqual, access.low);
-            add(high, BinaryOperator::LessEqual, access.high);
-        }
-        const bool ended = access.low.value != nullptr || access.high.value != nullptr;
-        const bool is_text = table_.Columns()[static_cast<std::size_t>(column)].type == ColumnType::Text;
-        const Conjunct* like = !ended && is_text ? FindPattern(conjuncts, column) : nullptr;
-        if (like != nullptr && table_.HasPrefixes(number, place)) access.pattern = like->pattern.expression;
-        candidate.narrows = candidate.narrows || ended || access.pattern != nullptr;
-    }
-
-    // ---- estimates ----
-
-    double Estimate(const Candidate& candidate) {
-        const IndexAccess& access = candidate.access;
-        if (!candidate.narrows) return all_rows_;
-        const Index& index = table_.Indexes()[static_cast<std::size_t>(access.index)];
-        double rows = all_rows_;
-        if (!access.equal.empty()) {
-            const bool unique = index.unique && access.equal.size() == index.columns.size();
-            rows = unique ? 1 : MatchesOfKey(access.index, access.equal.size(), candidate.equalities);
-            if (access.list != nullptr) rows *= access.list->ExpectedSize();
-        }
-        const bool two = access.low.value != nullptr && access.high.value != nullptr;
-        const bool one = access.low.value != nullptr || access.high.value != nullptr;
-        if (one) rows *= two ? kTwoEnds : kOneEnd;
-        if (access.pattern != nullptr) rows *= kPrefixShare;
-        rows = std::clamp(rows, 1.0, all_rows_);
-        const bool literal = access.list == nullptr && std::ranges::all_of(access.equal, IsLiteral) &&
-                             IsLiteral(access.low.value) && IsLiteral(access.high.value) && IsLiteral(access.pattern);
-        if (rows < kWorthALook || !literal) return rows;
-        return std::max(1.0, TableAccess::CountInIndex(source_, access).value_or(rows));
-    }
-
-    // The definition says how many keys there are; a part of a key has fewer.
-    double MatchesOfKey(int index, std::size_t columns, const std::vector<const Comparison*>& equalities) {
-        const double keys = table_.DistinctKeys(index);
-        if (keys < 1) return ExpectedMatches(source_, equalities);
-        const auto all = static_cast<double>(table_.Indexes()[static_cast<std::size_t>(index)].columns.size());
-        return std::max(1.0, all_rows_ / std::pow(std::min(keys, all_rows_), static_cast<double>(columns) / all));
-    }
-
-    static bool IsUsed(const Candidate* candidate, const void* what) {
-        return candidate != nullptr && std::ranges::find(candidate->used, what) != candidate->used.end();
-    }
-
     // Whether the rows that the candidate comes to are known to meet the condition.
-    static bool Follows(const Conjunct& conjunct, const Candidate* candidate) {
-        if (IsUsed(candidate, &conjunct)) return true;
-        std::size_t used = 0;
-        for (const Comparison& comparison : conjunct.comparisons) used += IsUsed(candidate, &comparison) ? 1 : 0;
-        return used > (conjunct.is_range ? 1U : 0U);
+    static bool Follows(const Conjunct& conjunct, const IndexCandidate& candidate) {
+        if (std::ranges::find(candidate.answered_lists, &conjunct) != candidate.answered_lists.end()) return true;
+        const auto answered = std::ranges::count_if(conjunct.comparisons, [&](const Comparison& comparison) {
+            return std::ranges::find(candidate.answered, &comparison) != candidate.answered.end();
+        });
+        return answered > (conjunct.is_range ? 1 : 0);
     }
 
-    static bool Concerns(const Conjunct& conjunct, const Candidate* candidate) {
+    static bool Concerns(const Conjunct& conjunct, const IndexCandidate* candidate) {
         if (candidate == nullptr) return false;
         const IndexAccess& access = candidate->access;
         const auto is_end = [&](const Comparison& comparison) {
@@ -239,13 +55,13 @@ private:
             return other == access.low.value || other == access.high.value ||
                    std::ranges::find(access.equal, other) != access.equal.end();
         };
-        return Follows(conjunct, candidate) || std::ranges::any_of(conjunct.comparisons, is_end) ||
+        return Follows(conjunct, *candidate) || std::ranges::any_of(conjunct.comparisons, is_end) ||
                (access.pattern != nullptr && conjunct.pattern.expression == access.pattern) ||
                (access.list != nullptr && conjunct.membership.list == access.list);
     }
 
     // Which part of the rows is left when the conditions have been tested that the candidate does not look at.
-    static double Share(const Conjuncts& conjuncts, const Candidate* candidate) {
+    static double Share(const Conjuncts& conjuncts, const IndexCandidate* candidate) {
         double share = 1;
         for (const Conjunct* conjunct : conjuncts) {
             if (!Concerns(*conjunct, candidate)) share *= Selectivity(*conjunct);
@@ -274,7 +90,7 @@ private:
     // ---- order ----
 
     // Columns that are fixed to one value do not count.
-    bool SetOrder(Candidate& candidate) const {
+    bool SetOrder(IndexCandidate& candidate) const {
         if (wish_.order.empty()) return false;
         const Index& index = table_.Indexes()[static_cast<std::size_t>(candidate.access.index)];
         const IndexAccess& access = candidate.access;
@@ -309,18 +125,18 @@ private:
                            [column](const IndexColumn& key) { return key.column == column; });
     }
 
-    bool CanUse(Candidate& candidate) const {
+    bool CanUse(IndexCandidate& candidate) const {
         const Index& index = table_.Indexes()[static_cast<std::size_t>(candidate.access.index)];
         // Without a condition on it, an index without entries for Nulls does not have every row.
         return candidate.narrows || (!index.ignore_nulls && !wish_.order.empty());
     }
 
-    void Consider(Candidate candidate, const Conjuncts& conjuncts) {
+    void Consider(IndexCandidate candidate, const Conjuncts& conjuncts) {
         const bool ordered = SetOrder(candidate);
         if (!candidate.narrows && !ordered) return;
         const double share = Share(conjuncts, &candidate);
         const bool exact =
-            std::ranges::all_of(conjuncts, [&](const Conjunct* conjunct) { return Follows(*conjunct, &candidate); });
+            std::ranges::all_of(conjuncts, [&](const Conjunct* conjunct) { return Follows(*conjunct, candidate); });
         double read = candidate.rows;
         if (ordered && wish_.limit > 0) {
             read = std::min(read, (static_cast<double>(wish_.limit) + 1) / std::max(share, 1e-6));
@@ -336,7 +152,7 @@ private:
         if (!better) return;
         best_.path = {};
         for (const Conjunct* conjunct : conjuncts) {
-            if (Follows(*conjunct, &candidate)) best_.path.met.push_back(conjunct->test);
+            if (Follows(*conjunct, candidate)) best_.path.met.push_back(conjunct->test);
         }
         best_.path.parts.push_back(std::move(candidate.access));
         best_.path.exact = exact;
@@ -369,9 +185,9 @@ private:
             if (AddNested(conditions, path, rows, cost)) continue;
             // The conditions around it hold as well, and may help.
             conditions.insert(conditions.end(), around.begin(), around.end());
-            std::optional<Candidate> best;
+            std::optional<IndexCandidate> best;
             for (std::size_t i = 0; i < table_.Indexes().size(); ++i) {
-                Candidate candidate = Make(static_cast<int>(i), conditions);
+                IndexCandidate candidate = candidates_.Make(static_cast<int>(i), conditions);
                 if (candidate.narrows && (!best || candidate.rows < best->rows)) best = std::move(candidate);
             }
             if (!best) return false;
@@ -409,7 +225,7 @@ private:
             const bool has_ends = part.low.value != nullptr || part.high.value != nullptr || part.pattern != nullptr;
             if (part.index != number || has_ends || part.equal.size() != path.parts[0].equal.size()) return false;
         }
-        Candidate walk;
+        IndexCandidate walk;
         walk.access.index = number;
         if (!SetOrder(walk) || !table_.InOrder(number, path.parts[0].equal.size())) return false;
         for (IndexAccess& part : path.parts) part.backwards = walk.access.backwards;
@@ -418,9 +234,9 @@ private:
 
     TableSource& source_;
     Table& table_;
-    SourceSet available_;
     const RowsWish& wish_;
     double all_rows_;
+    IndexCandidates candidates_;
     IndexChoice best_;
 };
 
@@ -428,32 +244,6 @@ private:
 
 bool IndexChoice::IsLookup() const {
     return path.parts.size() == 1 && !path.parts[0].equal.empty() && path.parts[0].list == nullptr;
-}
-
-double Selectivity(const Conjunct& conjunct) {
-    if (!conjunct.alternatives.empty()) return 0.3;
-    if (conjunct.membership.list != nullptr) return 0.2;
-    if (conjunct.comparisons.empty()) return 0.5;
-    if (conjunct.is_range) return kTwoEnds;
-    const BinaryOperator op = conjunct.comparisons[0].op;
-    return op == BinaryOperator::Equal ? 0.1 : op == BinaryOperator::NotEqual ? 0.9 : kOneEnd;
-}
-
-double ExpectedMatches(TableSource& source, const std::vector<const Comparison*>& equalities) {
-    Table& table = *source.GetTable();
-    if (CoversUniqueIndex(table, equalities)) return 1;
-    double rows = static_cast<double>(table.EstimatedRows());
-    for (const Comparison* equality : equalities) {
-        const SlotExpression* other = equality->other.expression->AsColumn();
-        const auto* other_source = other != nullptr ? dynamic_cast<TableSource*>(&other->GetSource()) : nullptr;
-        // The other side's key says how many different values there can be.
-        if (other_source != nullptr && IsUniqueColumn(*other_source->GetTable(), other->GetColumn())) {
-            rows /= std::max(1.0, static_cast<double>(other_source->GetTable()->EstimatedRows()));
-        } else {
-            rows = std::sqrt(rows);
-        }
-    }
-    return std::max(1.0, rows);
 }
 
 IndexChoice ChooseIndex(TableSource& source, const std::vector<Conjunct*>& conjuncts, SourceSet available,

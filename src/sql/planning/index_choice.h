@@ -24,10 +24,4 @@ struct IndexChoice {
 IndexChoice ChooseIndex(TableSource& source, const std::vector<Conjunct*>& conjuncts, SourceSet available,
                         const RowsWish& wish = {});
 
-// How many rows a value of these columns is expected to have: 1 when they are unique, fewer the more columns.
-double ExpectedMatches(TableSource& source, const std::vector<const Comparison*>& equalities);
-
-// About which part of all rows meets the condition.
-double Selectivity(const Conjunct& conjunct);
-
 }  // namespace qmtrain::sql

@@ -1,12 +1,12 @@
 #include "sql/planning/join_planner.h"
 
 #include <algorithm>
-#include <cmath>
 #include <deque>
-#include <optional>
 
 #include "sql/expressions/make_expression.h"
 #include "sql/planning/index_choice.h"
+#include "sql/planning/join_order.h"
+#include "sql/planning/selectivity.h"
 #include "sql/running/derived.h"
 #include "sql/running/join.h"
 #include "sql/running/table_access.h"
@@ -16,40 +16,10 @@ namespace {
 
 using ast::BinaryOperator;
 
-// What things cost, in rows read by a plain scan.
-constexpr double kHashRowCost = 2;
-constexpr double kProbeCost = 0.7;
-
-// Above this many tables only one order is tried for each leading table that looks small.
-constexpr std::size_t kMaxLeaders = 12;
-
 struct Planned {
     RowOperatorPtr rows;
     double count = 0;
     bool ordered = false;
-};
-
-// A member of an inner join: a table, or an outer join as a whole.
-struct Unit {
-    JoinNode* node = nullptr;
-    TableSource* table = nullptr;  // null for anything but a table of the catalogue
-    double all_rows = 1;
-    double rows = 1;         // after its own conditions
-    double access_cost = 1;  // of reading those
-};
-
-enum class Method : std::uint8_t { Index, Hash };
-
-struct Step {
-    std::size_t unit = 0;
-    Method method = Method::Hash;
-};
-
-struct Order {
-    std::size_t leader = 0;
-    std::vector<Step> steps;
-    double cost = 0;
-    double rows = 0;
 };
 
 std::vector<Expression*> Tests(const Conjuncts& conjuncts) {
@@ -80,20 +50,20 @@ RowOperatorPtr WithFilter(RowOperatorPtr rows, const Conjuncts& conjuncts,
 
 class JoinPlanner {
 public:
-    JoinPlanner(Plan& plan, std::span<Source* const> tables) : plan_(plan), tables_(tables) {}
+    JoinPlanner(Plan& plan, Tables tables) : plan_(plan), tables_(tables) {}
 
     Planned PlanNode(JoinNode& node, Conjuncts conjuncts, const RowsWish& wish = {}) {
         if (node.kind == JoinNode::Kind::Left) return PlanLeft(node, conjuncts);
-        std::vector<Unit> units;
+        std::vector<JoinMember> units;
         Flatten(node, units, conjuncts);
         return PlanInner(units, conjuncts, wish);
     }
 
 private:
     // Tables, and outer joins as a whole, that are inner joined; what joins them becomes plain conditions.
-    void Flatten(JoinNode& node, std::vector<Unit>& units, Conjuncts& conjuncts) {
+    void Flatten(JoinNode& node, std::vector<JoinMember>& units, Conjuncts& conjuncts) {
         if (node.kind != JoinNode::Kind::Inner) {
-            Unit unit;
+            JoinMember unit;
             unit.node = &node;
             if (node.kind == JoinNode::Kind::Table) unit.table = dynamic_cast<TableSource*>(tables_[node.table]);
             units.push_back(unit);
@@ -148,144 +118,12 @@ private:
         return (IsExactAsDouble(a) && IsExactAsDouble(b)) || (a == Value::Type::Text && b == Value::Type::Text);
     }
 
-    // ---- estimates ----
-
-    double EstimateAll(const JoinNode& node) const {
-        if (node.kind == JoinNode::Kind::Table) {
-            const auto* table = dynamic_cast<TableSource*>(tables_[node.table]);
-            constexpr double kUnknown = 1000;
-            return table != nullptr ? std::max(1.0, static_cast<double>(table->GetTable()->EstimatedRows())) : kUnknown;
-        }
-        double rows = 1;
-        for (const auto& child : node.children) rows = std::max(rows, EstimateAll(*child));
-        return rows;
-    }
-
-    void Estimate(Unit& unit, const Conjuncts& conjuncts) const {
-        unit.all_rows = unit.rows = unit.access_cost = EstimateAll(*unit.node);
-        const Conjuncts own = OwnConjuncts(unit, conjuncts);
-        double share = 1;
-        for (const Conjunct* conjunct : own) share *= Selectivity(*conjunct);
-        unit.rows = std::max(1.0, unit.all_rows * share);
-        if (unit.table == nullptr) return;
-        const IndexChoice choice = ChooseIndex(*unit.table, own, 0);
-        if (!choice.UsesIndex()) return;
-        unit.rows = std::max(1.0, std::min(unit.rows, choice.rows));
-        unit.access_cost = std::min(unit.access_cost, choice.cost);
-    }
-
-    static Conjuncts OwnConjuncts(const Unit& unit, const Conjuncts& conjuncts) {
-        Conjuncts own;
-        for (Conjunct* conjunct : conjuncts) {
-            if (conjunct->sources != 0 && Contains(unit.node->sources, conjunct->sources)) own.push_back(conjunct);
-        }
-        return own;
-    }
-
-    // Equalities between the unit and what is there already.
-    static std::vector<const Comparison*> Links(SourceSet unit, const Conjuncts& conjuncts, SourceSet placed) {
-        std::vector<const Comparison*> links;
-        for (const Conjunct* conjunct : conjuncts) {
-            for (const Comparison& comparison : conjunct->comparisons) {
-                const bool own = comparison.subject.sources != 0 && Contains(unit, comparison.subject.sources);
-                const bool other = comparison.other.sources != 0 && Contains(placed, comparison.other.sources);
-                const bool hashable = !comparison.subject.outer;
-                if (comparison.op == BinaryOperator::Equal && own && other && hashable) links.push_back(&comparison);
-            }
-        }
-        return links;
-    }
-
-    // Rows of the join with the unit. Where no key is known to be unique, it is taken for one of the smaller side.
-    static double JoinedRows(const Unit& unit, const std::vector<const Comparison*>& links, double rows) {
-        if (links.empty()) return rows * unit.rows;
-        const bool unique = unit.table != nullptr && ExpectedMatches(*unit.table, links) <= 1;
-        const double all = unique ? rows : std::max(rows, unit.all_rows);
-        return std::max(1.0, all * unit.rows / unit.all_rows);
-    }
-
-    // ---- the order of an inner join ----
-
-    Order ChooseOrder(const std::vector<Unit>& units, const Conjuncts& conjuncts) const {
-        std::vector<std::size_t> leaders(units.size());
-        for (std::size_t i = 0; i < units.size(); ++i) leaders[i] = i;
-        std::ranges::sort(leaders, {}, [&](std::size_t i) { return units[i].rows; });
-        if (leaders.size() > kMaxLeaders) leaders.erase(leaders.begin() + 1, leaders.end());
-        std::optional<Order> best;
-        for (const std::size_t leader : leaders) {
-            Order order = OrderFrom(leader, units, conjuncts);
-            if (!best || order.cost < best->cost) best = std::move(order);
-        }
-        return *best;
-    }
-
-    Order OrderFrom(std::size_t leader, const std::vector<Unit>& units, const Conjuncts& conjuncts) const {
-        Order order;
-        order.leader = leader;
-        order.cost = units[leader].access_cost;
-        order.rows = units[leader].rows;
-        SourceSet placed = units[leader].node->sources;
-        std::vector<bool> done(units.size(), false);
-        done[leader] = true;
-        for (std::size_t left = units.size() - 1; left > 0; --left) {
-            const Candidate next = NextUnit(units, done, conjuncts, placed, order.rows);
-            order.steps.push_back(next.step);
-            order.cost += next.cost;
-            order.rows = next.rows;
-            done[next.step.unit] = true;
-            placed |= units[next.step.unit].node->sources;
-        }
-        return order;
-    }
-
-    struct Candidate {
-        Step step;
-        bool linked = false;
-        double cost = 0;
-        double rows = 0;  // of the join so far, with it
-    };
-
-    Candidate NextUnit(const std::vector<Unit>& units, const std::vector<bool>& done, const Conjuncts& conjuncts,
-                       SourceSet placed, double rows) const {
-        std::optional<Candidate> best;
-        for (std::size_t i = 0; i < units.size(); ++i) {
-            if (done[i]) continue;
-            Candidate candidate = Try(units[i], conjuncts, placed, rows);
-            candidate.step.unit = i;
-            // Tables that nothing links come last: each row would meet each row.
-            const bool better =
-                !best || (candidate.linked && !best->linked) ||
-                (candidate.linked == best->linked && candidate.cost + candidate.rows < best->cost + best->rows);
-            if (better) best = candidate;
-        }
-        return *best;
-    }
-
-    Candidate Try(const Unit& unit, const Conjuncts& conjuncts, SourceSet placed, double rows) const {
-        Candidate candidate;
-        const auto links = Links(unit.node->sources, conjuncts, placed);
-        candidate.linked = !links.empty();
-        candidate.rows = JoinedRows(unit, links, rows);
-        candidate.cost = unit.access_cost + unit.rows * kHashRowCost + rows * kProbeCost + candidate.rows;
-        if (unit.table == nullptr || !candidate.linked) return candidate;
-        const IndexChoice choice = ChooseIndex(*unit.table, conjuncts, placed);
-        if (!choice.IsLookup()) return candidate;
-        const double cost = rows * choice.cost;
-        if (cost < candidate.cost) {
-            candidate.cost = cost;
-            candidate.step.method = Method::Index;
-        }
-        return candidate;
-    }
-
-    // ---- building ----
-
-    Planned PlanInner(std::vector<Unit>& units, Conjuncts& conjuncts, const RowsWish& wish) {
+    Planned PlanInner(std::vector<JoinMember>& units, Conjuncts& conjuncts, const RowsWish& wish) {
         if (units.size() == 1) return PlanSingle(units[0], conjuncts, wish);
         AddImplied(conjuncts);
-        for (Unit& unit : units) Estimate(unit, conjuncts);
-        const Order order = ChooseOrder(units, conjuncts);
-        Unit& leader = units[order.leader];
+        for (JoinMember& unit : units) Estimate(tables_, unit, conjuncts);
+        const JoinOrder order = ChooseOrder(units, conjuncts);
+        JoinMember& leader = units[order.leader];
         Conjuncts first = OwnConjuncts(leader, conjuncts);
         for (Conjunct* conjunct : conjuncts) {
             if (conjunct->sources == 0) first.push_back(conjunct);
@@ -293,7 +131,7 @@ private:
         Planned planned = PlanUnit(leader, first, {});
         SourceSet placed = leader.node->sources;
         Conjuncts waiting = Without(conjuncts, first);
-        for (const Step& step : order.steps) {
+        for (const JoinStep& step : order.steps) {
             AddStep(units[step.unit], step.method, placed, planned, waiting);
             placed |= units[step.unit].node->sources;
             planned.rows->SetEstimatedRows(order.rows);
@@ -303,9 +141,9 @@ private:
     }
 
     // All conditions are its own, or of nothing.
-    Planned PlanSingle(Unit& unit, Conjuncts& conjuncts, const RowsWish& wish) {
+    Planned PlanSingle(JoinMember& unit, Conjuncts& conjuncts, const RowsWish& wish) {
         AddImplied(conjuncts);
-        unit.all_rows = EstimateAll(*unit.node);
+        unit.all_rows = EstimateRows(tables_, *unit.node);
         double share = 1;
         for (const Conjunct* conjunct : conjuncts) share *= Selectivity(*conjunct);
         unit.rows = std::max(1.0, unit.all_rows * share);
@@ -325,7 +163,7 @@ private:
     }
 
     // A unit by itself with its own conditions.
-    Planned PlanUnit(const Unit& unit, const Conjuncts& own, const RowsWish& wish) {
+    Planned PlanUnit(const JoinMember& unit, const Conjuncts& own, const RowsWish& wish) {
         if (unit.node->kind == JoinNode::Kind::Left) return PlanLeft(*unit.node, own);
         Planned planned;
         std::vector<const Expression*> met;
@@ -365,7 +203,7 @@ private:
     }
 
     // A table that is looked up again and again for rows of an outer query, and has no index for it, is read once.
-    Planned PlanOuterLookup(const Unit& unit, const Conjuncts& own) {
+    Planned PlanOuterLookup(const JoinMember& unit, const Conjuncts& own) {
         Conjuncts inner;
         std::vector<HashKey> keys;
         for (Conjunct* conjunct : own) {
@@ -382,7 +220,7 @@ private:
         return planned;
     }
 
-    void AddStep(const Unit& unit, Method method, SourceSet placed, Planned& planned, Conjuncts& waiting) {
+    void AddStep(const JoinMember& unit, JoinMethod method, SourceSet placed, Planned& planned, Conjuncts& waiting) {
         const SourceSet now = placed | unit.node->sources;
         Conjuncts ready;
         for (Conjunct* conjunct : waiting) {
@@ -391,7 +229,7 @@ private:
         waiting = Without(waiting, ready);
         RowOperatorPtr right;
         std::vector<const Expression*> met;
-        if (method == Method::Index) {
+        if (method == JoinMethod::Index) {
             IndexChoice choice = ChooseIndex(*unit.table, ready, placed);
             met = choice.path.met;
             right = Access(*unit.table, std::move(choice));
@@ -475,7 +313,7 @@ private:
         planned.rows = std::make_unique<LookupJoin>(std::move(planned.rows), std::move(lookup), std::move(tests), last,
                                                     SourcesOf(right));
         planned.rows = WithFilter(std::move(planned.rows), above);
-        planned.count = std::max(planned.count, EstimateAll(right));
+        planned.count = std::max(planned.count, EstimateRows(tables_, right));
         planned.ordered = false;
         return planned;
     }
@@ -486,7 +324,7 @@ private:
         if (table != nullptr) {
             IndexChoice choice = ChooseIndex(*table, on, left.sources);
             const double by_index = left_rows * choice.cost;
-            const double by_hash = EstimateAll(right) * (1 + kHashRowCost) + left_rows * kProbeCost;
+            const double by_hash = EstimateRows(tables_, right) * (1 + kHashRowCost) + left_rows * kProbeCost;
             if (choice.IsLookup() && by_index < by_hash) {
                 met = choice.path.met;
                 return Access(*table, std::move(choice));
@@ -496,14 +334,13 @@ private:
     }
 
     Plan& plan_;
-    std::span<Source* const> tables_;
+    Tables tables_;
     std::deque<Conjunct> implied_;
 };
 
 }  // namespace
 
-JoinPlan PlanJoins(Plan& plan, std::span<Source* const> tables, JoinNode& root, std::vector<Conjunct>& where,
-                   const RowsWish& wish) {
+JoinPlan PlanJoins(Plan& plan, Tables tables, JoinNode& root, std::vector<Conjunct>& where, const RowsWish& wish) {
     Conjuncts conjuncts;
     for (Conjunct& conjunct : where) conjuncts.push_back(&conjunct);
     Planned planned = JoinPlanner(plan, tables).PlanNode(root, std::move(conjuncts), wish);

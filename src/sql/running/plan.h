@@ -42,6 +42,12 @@ public:
         root->Open();
     }
 
+    std::vector<Expression*> OutputExpressions() const {
+        std::vector<Expression*> all;
+        for (const PlanOutput& output : outputs) all.push_back(output.expression.get());
+        return all;
+    }
+
     // Gives the expression into the plan's keeping.
     Expression* Own(ExpressionPtr expression) {
         expressions.push_back(std::move(expression));
@@ -51,6 +57,13 @@ public:
 
 inline Shape ShapeOf(const OutputColumn& column) {
     return {column.type, column.size, column.precision, column.scale};
+}
+
+inline void SetShape(OutputColumn& column, const Shape& shape) {
+    column.type = shape.type;
+    column.size = shape.size;
+    column.precision = shape.precision;
+    column.scale = shape.scale;
 }
 
 }  // namespace qmtrain::sql

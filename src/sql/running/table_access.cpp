@@ -1,144 +1,15 @@
 #include "sql/running/table_access.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <string>
 #include <utility>
 
 #include "core/collation.h"
-#include "core/convert.h"
-#include "core/decimal.h"
 #include "sql/expressions/like.h"
+#include "sql/running/search_key.h"
 
 namespace qmtrain::sql {
 namespace {
-
-// What to look for in an index to find the rows that compare with a value in some way.
-struct Key {
-    enum class Kind : std::uint8_t {
-        Found,    // `value`
-        Nothing,  // no row compares so
-        All,      // every row that is not Null does
-        Unknown,  // the index does not say
-    };
-    Kind kind = Kind::Found;
-    Value value{};
-    bool inclusive = true;
-};
-
-// The comparison that a row's value must stand in.
-struct Wanted {
-    bool equal = true;
-    bool low = false;  // of a range: the lower end
-    bool inclusive = true;
-};
-
-constexpr double kExactDoubles = 9007199254740992.0;  // whole numbers below it are exact
-
-template <class T>
-Key WholeKey(double number, const Wanted& wanted) {
-    const auto least = static_cast<double>(std::numeric_limits<T>::min());
-    const auto most = static_cast<double>(std::numeric_limits<T>::max());
-    const bool whole = std::floor(number) == number;
-    if (wanted.equal && (!whole || number < least || number > most)) return {Key::Kind::Nothing};
-    if (!wanted.equal) {
-        if (wanted.low ? number > most : number < least) return {Key::Kind::Nothing};
-        if (wanted.low ? number < least : number > most) return {Key::Kind::All};
-    }
-    const double nearest = wanted.low ? std::ceil(number) : std::floor(number);
-    return {Key::Kind::Found, Value(static_cast<T>(nearest)), wanted.inclusive || !whole};
-}
-
-Key SingleKey(double number, const Wanted& wanted) {
-    constexpr double kMost = std::numeric_limits<float>::max();
-    const auto nearest = static_cast<float>(std::clamp(number, -kMost, kMost));
-    const double back = nearest;
-    if (back == number) return {Key::Kind::Found, Value(nearest), wanted.inclusive};
-    if (wanted.equal) return {Key::Kind::Nothing};
-    // The nearest one itself is either wholly inside or wholly outside.
-    return {Key::Kind::Found, Value(nearest), wanted.low ? back > number : back < number};
-}
-
-// Amounts beyond what a double counts exactly are left to the comparison.
-Key CurrencyKey(const Value& value, const Wanted& wanted) {
-    if (value.GetType() == Value::Type::Currency && wanted.equal) return {Key::Kind::Found, value};
-    const double scaled = ToDouble(value) * 10000.0;
-    if (!(std::abs(scaled) < kExactDoubles / 4)) return {Key::Kind::Unknown};
-    const auto nearest = static_cast<std::int64_t>(std::nearbyint(scaled));
-    // Multiplying may have moved the number a little: ranges take one step more.
-    return {Key::Kind::Found, Value(Currency{wanted.equal ? nearest : nearest + (wanted.low ? -1 : 1)})};
-}
-
-// With a Double the column's decimals are compared as Doubles, and one with more than 15 digits may be equal to several
-// of them.
-Key DecimalKey(const Value& value, const Column& column, const Wanted& wanted) {
-    constexpr int kDoubleDigits = 15;
-    constexpr int kMostDigits = 28;
-    constexpr double kMostDecimal = 7.9e28;
-    constexpr double kDoubleStep = 1e-14;
-    const bool inexact = IsInexact(value.GetType());
-    double number = ToDouble(value);
-    const bool known = column.precision > 0 && column.precision <= kMostDigits && column.scale <= column.precision;
-    if (!known || std::isnan(number)) return {Key::Kind::Unknown};
-    if (inexact && column.precision > kDoubleDigits) {
-        if (wanted.equal) return {Key::Kind::Unknown};
-        number += std::abs(number) * (wanted.low ? -kDoubleStep : kDoubleStep);
-    }
-    bool beyond = std::abs(number) >= kMostDecimal;
-    Decimal exact;
-    if (!beyond) {
-        exact = ToDecimal(inexact ? Value(number) : value);
-        const Decimal above = Rescale(Decimal{false, 0, 0, 1}, column.precision - column.scale);
-        const Decimal magnitude{false, exact.scale, exact.high, exact.low};
-        beyond = Compare(magnitude, Decimal{false, 0, above.high, above.low}) >= 0;
-    }
-    if (beyond) return {wanted.equal || (number > 0) == wanted.low ? Key::Kind::Nothing : Key::Kind::All};
-    const Decimal nearest = Rescale(exact, column.scale);
-    if (inexact) return {Key::Kind::Found, Value(nearest)};
-    const auto order = Compare(nearest, exact);
-    if (order == 0) return {Key::Kind::Found, Value(nearest), wanted.inclusive};
-    if (wanted.equal) return {Key::Kind::Nothing};
-    return {Key::Kind::Found, Value(nearest), wanted.low ? order > 0 : order < 0};
-}
-
-// "{XXXXXXXX-…}": only what is written so is found by its bytes.
-bool IsPlainGuid(std::u16string_view text) {
-    constexpr std::u16string_view kPattern = u"{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
-    const auto is_hex = [](char16_t unit) {
-        return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'F') || (unit >= u'a' && unit <= u'f');
-    };
-    return text.size() == kPattern.size() && std::equal(text.begin(), text.end(), kPattern.begin(),
-                                                        [&](auto a, auto b) { return b == u'X' ? is_hex(a) : a == b; });
-}
-
-Key KeyFor(const Column& column, const Value& value, const Wanted& wanted) {
-    switch (column.type) {
-        case ColumnType::Text:
-        case ColumnType::Memo:
-            // The key of a long text is that of its beginning.
-            return {Key::Kind::Found, value, wanted.inclusive || value.Text().size() > collation::kKeyUnits};
-        case ColumnType::Guid:
-            if (!wanted.equal || !IsPlainGuid(value.Text())) return {Key::Kind::Unknown};
-            return {Key::Kind::Found, value};
-        case ColumnType::Binary:
-        case ColumnType::LongBinary: return {Key::Kind::Found, value};
-        case ColumnType::Currency: return CurrencyKey(value, wanted);
-        case ColumnType::Decimal: return DecimalKey(value, column, wanted);
-        default: break;
-    }
-    const double number = ToDouble(value);
-    if (std::isnan(number)) return {Key::Kind::Unknown};
-    switch (column.type) {
-        case ColumnType::Boolean: return {Key::Kind::Found, Value(number != 0)};
-        case ColumnType::Byte: return WholeKey<std::uint8_t>(number, wanted);
-        case ColumnType::Integer: return WholeKey<std::int16_t>(number, wanted);
-        case ColumnType::Long: return WholeKey<std::int32_t>(number, wanted);
-        case ColumnType::Single: return SingleKey(number, wanted);
-        case ColumnType::Date: return {Key::Kind::Found, Value(Date{number}), wanted.inclusive};
-        default: return {Key::Kind::Found, Value(number), wanted.inclusive};
-    }
-}
 
 // Bits that compare as the numbers do.
 std::uint64_t OrderedNumber(const Value& value) {
@@ -291,9 +162,9 @@ TableAccess::Start TableAccess::SetFixed(const IndexAccess& access, KeyBound& bo
         if (family == Family::Any) return Start::Nothing;
         // A type that does not compare is an error, but only for a row that is there: let the condition find it.
         if (family != FamilyOf(ValueTypeOf(column.type))) return Start::Whole;
-        Key key = KeyFor(column, value, {});
-        if (key.kind == Key::Kind::Unknown) return Start::Whole;
-        if (key.kind == Key::Kind::Nothing) return Start::Nothing;
+        SearchKey key = SearchKeyFor(column, value, {});
+        if (key.kind == SearchKey::Kind::Unknown) return Start::Whole;
+        if (key.kind == SearchKey::Kind::Nothing) return Start::Nothing;
         if (key.value.IsText() && key.value.Text().size() > collation::kKeyUnits) exact_ = false;
         bound.values.push_back(std::move(key.value));
     }
@@ -326,10 +197,10 @@ TableAccess::Start TableAccess::SetEnd(const IndexAccess& access, const RangeEnd
         const Family family = FamilyOf(value.GetType());
         if (family == Family::Any) return Start::Nothing;
         if (family != FamilyOf(ValueTypeOf(column.type))) return Start::Whole;
-        Key key = KeyFor(column, value, {false, low, end.inclusive});
-        if (key.kind == Key::Kind::Unknown) return Start::Whole;
-        if (key.kind == Key::Kind::Nothing) return Start::Nothing;
-        if (key.kind == Key::Kind::Found) {
+        SearchKey key = SearchKeyFor(column, value, {false, low, end.inclusive});
+        if (key.kind == SearchKey::Kind::Unknown) return Start::Whole;
+        if (key.kind == SearchKey::Kind::Nothing) return Start::Nothing;
+        if (key.kind == SearchKey::Kind::Found) {
             if (key.value.IsText() && key.value.Text().size() > collation::kKeyUnits) exact_ = false;
             bound.values.push_back(std::move(key.value));
             bound.inclusive = key.inclusive;
@@ -442,30 +313,6 @@ void TableAccess::Explain(Explanation& out) const {
         else
             out.Add(text, *this);
     }
-}
-
-// ---- DistinctAccess ----
-
-bool DistinctAccess::Next() {
-    KeyRange range;
-    if (last_) {
-        KeyBound behind{{*last_}, false};
-        range.low = std::move(behind);
-    }
-    Cursor& cursor = source_.GetCursor();
-    cursor.Range(index_, range);
-    if (!cursor.Next()) return false;
-    source_.OnRow();
-    last_.emplace();
-    cursor.Read(source_.GetTable()->Indexes()[static_cast<std::size_t>(index_)].columns[0].column, *last_);
-    return true;
-}
-
-void DistinctAccess::Explain(Explanation& out) const {
-    const Table& table = *source_.GetTable();
-    out.Add(
-        u"different keys of " + table.Name() + u" by index " + table.Indexes()[static_cast<std::size_t>(index_)].name,
-        *this);
 }
 
 }  // namespace qmtrain::sql

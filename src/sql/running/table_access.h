@@ -61,20 +61,4 @@ private:
     std::vector<Value> listed_;
 };
 
-// One row for each different value of a column, by jumps through an index.
-class DistinctAccess : public RowOperator {
-public:
-    DistinctAccess(TableSource& source, int index) : source_(source), index_(index) {}
-
-    void Open() override { last_.reset(); }
-    bool Next() override;
-    bool NextIsCheap() const override { return true; }
-    void Explain(Explanation& out) const override;
-
-private:
-    TableSource& source_;
-    int index_;
-    std::optional<Value> last_;
-};
-
 }  // namespace qmtrain::sql
