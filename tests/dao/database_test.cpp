@@ -278,7 +278,8 @@ TEST_F(DatabaseTest, LinkedTables) {
     other->Execute(u"INSERT INTO Bank VALUES ('RJ')");  // the table itself is still there
 }
 
-// A transaction of one thread does not take in what another thread does; two threads may share a database.
+// A transaction of one thread does not take in what another thread does; threads may share a database, or have the same
+// file open each for itself.
 TEST_F(DatabaseTest, Threads) {
     Engine& engine = Engine::Instance();
     engine.BeginTrans();
@@ -290,27 +291,32 @@ TEST_F(DatabaseTest, Threads) {
     engine.Rollback();
     EXPECT_EQ(JetDatabase::Open(Name(u"Own.mdb"))->OpenRecordset(u"T")->TrueRecordCount(), 1);
 
-    const auto work = [&](std::int32_t user) {
+    const auto work = [](Database& database, std::int32_t user) {
         const std::u16string number = ToText(std::int64_t{user});
         for (int i = 0; i < 20; ++i) {
-            database_->Execute(u"INSERT INTO TrainInfo (UserID) VALUES (" + number + u")");
-            const auto rows = database_->OpenRecordset(u"SELECT * FROM TrainInfo WHERE UserID = " + number);
+            database.Execute(u"INSERT INTO TrainInfo (UserID) VALUES (" + number + u")");
+            database.Execute(u"UPDATE TrainInfo SET Score = Score + 1 WHERE TrainID = 1");
+            const auto rows = database.OpenRecordset(u"SELECT * FROM TrainInfo WHERE UserID = " + number);
             rows->MoveLast();
             rows->Edit();
             rows->Fields(u"Score").Value(static_cast<float>(i));
             rows->Update();
-            for (const auto all = database_->OpenRecordset(u"SELECT UserID, Score FROM TrainInfo"); !all->Eof();
+            for (const auto all = database.OpenRecordset(u"SELECT UserID, Score FROM TrainInfo"); !all->Eof();
                  all->MoveNext()) {
                 if (all->Fields(u"UserID").Value().IsNull()) ADD_FAILURE() << "a row was read in part";
             }
         }
     };
+    const auto work_alone = [&](std::int32_t user) { work(*engine.OpenDatabase(Name(u"Client.mdb")), user); };
     {
-        const std::jthread first([&] { work(71); });
-        const std::jthread second([&] { work(72); });
+        const std::jthread first([&] { work(*database_, 71); });
+        const std::jthread second([&] { work(*database_, 72); });
+        const std::jthread third([&] { work_alone(73); });
+        const std::jthread fourth([&] { work_alone(74); });
     }
     EXPECT_EQ(Column(u"SELECT Count(*) AS N, Sum(Score) AS S FROM TrainInfo WHERE UserID > 70 GROUP BY UserID", u"S"),
-              u"190 190");
+              u"190 190 190 190");
+    EXPECT_EQ(Column(u"SELECT Score FROM TrainInfo WHERE TrainID = 1", u"Score"), u"90.5") << "10.5, and 80 times 1";
 }
 
 TEST_F(DatabaseTest, ReferencesAndDefaults) {

@@ -10,10 +10,38 @@
 #include "host/practice/overview.h"
 #include "host/practice/question_times.h"
 #include "host_fixture.h"
+#include "jet/pager.h"
 #include "learning/practice_history.h"
+#include "support/other_files.h"
 
 namespace qmtrain::host {
 namespace {
+
+// Counts the locks: who reads or writes a database in one go takes them once.
+class CountedFiles : public test::WrappedFiles {
+public:
+    CountedFiles() { jet::SetDefaultFiles(this); }
+    ~CountedFiles() override { jet::SetDefaultFiles(nullptr); }
+
+    int locks = 0;
+
+private:
+    class Counted : public test::WrappedFile {
+    public:
+        Counted(std::unique_ptr<File> file, int& locks) : WrappedFile(std::move(file)), locks_(locks) {}
+        bool TryLock(std::uint64_t offset, std::uint64_t length, Lock kind) override {
+            ++locks_;
+            return WrappedFile::TryLock(offset, length, kind);
+        }
+
+    private:
+        int& locks_;
+    };
+
+    std::unique_ptr<File> Wrap(std::unique_ptr<File> file) override {
+        return std::make_unique<Counted>(std::move(file), locks);
+    }
+};
 
 class LearningTest : public test::HostTest {
 protected:
@@ -51,6 +79,39 @@ protected:
         return numbers;
     }
 };
+
+TEST_F(LearningTest, ManyPracticesTakeNoMoreStatementsThanFew) {
+    struct Operation {
+        const char* name;
+        std::function<void()> run;
+    };
+    const Operation operations[] = {
+        {"overview", [&] { ReadOverview(data_, test::kCandidate, 1); }},
+        {"unfinished", [&] { UnfinishedOf(data_, test::kCandidate, 1); }},
+        {"schedule", [&] { ReadSchedule(data_, test::kCandidate, 1); }},
+        {"new papers of the schedule", [&] { UpdateSchedule(data_, test::kCandidate); }},
+        {"wrong questions", [&] { WrongBook(data_, Edition::StandAlone, test::kCandidate, 1).Load(); }},
+        {"analysis", [&] { Analysis(data_, Edition::StandAlone, test::kCandidate, 1).Load(); }},
+    };
+    const auto locks = [&] {
+        std::map<std::string, int> locks;
+        for (const Operation& operation : operations) {
+            CountedFiles files;
+            operation.run();
+            locks[operation.name] = files.locks;
+            EXPECT_GT(files.locks, 0) << operation.name;
+        }
+        return locks;
+    };
+    Practise({1, 3});
+    UpdateSchedule(data_, test::kCandidate);
+    const auto few = locks();
+    constexpr int kMore = 8;
+    for (int i = 0; i < kMore; ++i) Practise({1, 3});
+    UpdateSchedule(data_, test::kCandidate);
+    // The rows of a statement may come in a block more; a statement for each practice takes two locks each.
+    for (const auto& [name, many] : locks()) EXPECT_LT(many, few.at(name) + kMore) << name;
+}
 
 TEST_F(LearningTest, TheScheduleFollowsTheHistoryAndIsMadeAnewWhenItIsGone) {
     const std::int32_t first = Practise({1, 3});
