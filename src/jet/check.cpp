@@ -1,10 +1,9 @@
 #include "jet/check.h"
 
 #include <algorithm>
-#include <functional>
-#include <optional>
 #include <set>
 
+#include "jet/check_tree.h"
 #include "jet/data_page.h"
 #include "jet/database.h"
 #include "jet/references.h"
@@ -12,39 +11,6 @@
 
 namespace qmtrain::jet {
 namespace {
-
-constexpr std::size_t kMaxDepth = 16;
-
-// Who uses which page. Map pages are shared, all others have one owner.
-class PageUse {
-public:
-    PageUse(PageNumber pages, CheckReport& report) : owners_(pages), report_(report) {}
-
-    void Claim(PageNumber page, const std::u16string& owner) { Mark(page, owner, false); }
-    void Share(PageNumber page, const std::u16string& owner) { Mark(page, owner, true); }
-    bool IsUsed(PageNumber page) const { return owners_[page].used; }
-
-private:
-    struct Owner {
-        bool used = false;
-        bool shared = false;
-    };
-
-    void Mark(PageNumber page, const std::u16string& owner, bool shared) {
-        if (page == 0 || page >= owners_.size()) {
-            report_.defects.push_back(owner + u"：页号 " + ToText(page) + u" 超出文件范围。");
-            return;
-        }
-        Owner& entry = owners_[page];
-        if (entry.used && !(shared && entry.shared)) {
-            report_.defects.push_back(u"第 " + ToText(page) + u" 页被重复使用：" + owner + u"。");
-        }
-        entry = {true, shared};
-    }
-
-    std::vector<Owner> owners_;
-    CheckReport& report_;
-};
 
 // Runs one part of the check; what it throws becomes a defect, and the next part goes on.
 template <class Part>
@@ -57,85 +23,6 @@ bool Attempt(CheckReport& report, const std::u16string& where, Part part) {
         return false;
     }
 }
-
-class TreeChecker {
-public:
-    TreeChecker(const Table& table, std::size_t index, PageUse& use, CheckReport& report, std::u16string where)
-        : table_(table),
-          pager_(table.GetPager()),
-          real_(table.Definition().real_indexes[index]),
-          use_(use),
-          report_(report),
-          where_(std::move(where)) {}
-
-    // Calls `visit` with every leaf entry.
-    void Walk(const std::function<void(const Bytes&)>& visit) {
-        visit_ = visit;
-        Descend(real_.root, 0);
-        const UsageMap map(pager_, table_.Allocator(), real_.map);
-        map.Check();
-        for (const PageNumber page : map.MapPages()) use_.Claim(page, where_);
-        std::set<PageNumber> listed;
-        for (PageNumber page = map.Next(1); page != 0; page = map.Next(page + 1)) listed.insert(page);
-        if (listed != pages_) Defect(u"索引的页面分布图与索引树不符");
-    }
-
-private:
-    void Defect(std::u16string_view what) { report_.defects.push_back(where_ + u"：" + std::u16string(what) + u"。"); }
-
-    // Walks a subtree and gives its last leaf entry.
-    std::optional<Bytes> Descend(PageNumber number, std::size_t depth) {
-        if (depth > kMaxDepth) pager_.Damaged(number, u"索引的层数错误");
-        if (!pages_.insert(number).second) pager_.Damaged(number, u"索引的页链成环");
-        use_.Claim(number, where_);
-        const Page page = pager_.Read(number);
-        const IndexPage view(page.View(), pager_.GetFormat(), table_.Definition().page);
-        if (view.StoredFree() != view.ActualFree()) Defect(u"第 " + ToText(number) + u" 页的空闲空间与实际不符");
-        if (view.IsLeaf()) return Leaf(view, number, depth);
-        std::optional<Bytes> last;
-        for (std::size_t i = 0; i < view.Count(); ++i) {
-            Bytes entry;
-            view.Entry(i, entry);
-            entry.resize(entry.size() - kChildBytes);
-            last = Descend(view.Child(i), depth + 1);
-            if (last != entry) Defect(u"第 " + ToText(number) + u" 页的节点项与子页不符");
-        }
-        if (view.Tail() != 0) last = Descend(view.Tail(), depth + 1);
-        return last;
-    }
-
-    std::optional<Bytes> Leaf(const IndexPage& view, PageNumber number, std::size_t depth) {
-        if (leaf_depth_.value_or(depth) != depth) Defect(u"索引的叶页不在同一层");
-        leaf_depth_ = depth;
-        if (view.Previous() != previous_leaf_ || (previous_leaf_ != 0 && expected_ != number)) {
-            Defect(u"第 " + ToText(number) + u" 页的前后链接错误");
-        }
-        previous_leaf_ = number;
-        expected_ = view.Next();
-        Bytes entry;
-        for (std::size_t i = 0; i < view.Count(); ++i) {
-            view.Entry(i, entry);
-            if (!last_entry_.empty() && entry <= last_entry_) Defect(u"第 " + ToText(number) + u" 页的索引项次序错误");
-            visit_(entry);
-            last_entry_ = entry;
-        }
-        if (view.Count() == 0) return std::nullopt;
-        return last_entry_;
-    }
-
-    const Table& table_;
-    Pager& pager_;
-    const RealIndex& real_;
-    PageUse& use_;
-    CheckReport& report_;
-    std::u16string where_;
-    std::function<void(const Bytes&)> visit_;
-    std::set<PageNumber> pages_;
-    std::optional<std::size_t> leaf_depth_;
-    PageNumber previous_leaf_ = 0;
-    PageNumber expected_ = 0;
-    Bytes last_entry_;
-};
 
 class TableChecker {
 public:

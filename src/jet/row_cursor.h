@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "core/work.h"
+#include "jet/index_cursor.h"
 #include "jet/long_value.h"
 #include "jet/row.h"
 #include "jet/stored_table.h"
