@@ -14,7 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "bank/create_bank.h"
 #include "bank/question_item.h"
-#include "bank/schema.h"
 #include "core/files.h"
 #include "core/log.h"
 #include "core/text.h"

@@ -12,7 +12,7 @@
 #include "core/text.h"
 #include "dao/dao.h"
 #include "measure.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "sqlite.h"

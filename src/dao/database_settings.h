@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "jet/compact.h"
-#include "jet/schema.h"
+#include "jet/table_spec.h"
 
 namespace qmtrain::dao {
 

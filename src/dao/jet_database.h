@@ -16,7 +16,7 @@
 #include "dao/database.h"
 #include "dao/definitions.h"
 #include "dao/types.h"
-#include "jet/schema.h"
+#include "jet/table_spec.h"
 #include "sql/sql.h"
 #include "sql/storage.h"
 

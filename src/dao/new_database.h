@@ -4,7 +4,7 @@
 #include <functional>
 #include <string_view>
 
-#include "jet/schema.h"
+#include "jet/table_spec.h"
 
 namespace qmtrain::dao {
 

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "jet/schema.h"
+#include "jet/table_spec.h"
 #include "sql/sql.h"
 
 namespace qmtrain::dao {

@@ -1,7 +1,7 @@
 #include <optional>
 #include <system_error>
 
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "dao/dao.h"

@@ -14,7 +14,7 @@
 
 #include "core/error.h"
 #include "core/text.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 
 namespace qmtrain::jet {
 

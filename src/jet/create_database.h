@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "jet/pager.h"
-#include "jet/schema.h"
+#include "jet/table_spec.h"
 
 namespace qmtrain::jet {
 

@@ -11,7 +11,7 @@
 #include <span>
 
 #include "jet/bytes.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 #include "jet/page_cache.h"
 
 namespace qmtrain::jet {

@@ -12,9 +12,9 @@
 
 #include "jet/pager.h"
 #include "jet/properties.h"
-#include "jet/schema.h"
 #include "jet/session.h"
 #include "jet/table.h"
+#include "jet/table_spec.h"
 
 namespace qmtrain::jet {
 

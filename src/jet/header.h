@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/date.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 
 namespace qmtrain::jet {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/files.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 
 namespace qmtrain::jet {
 

@@ -16,7 +16,7 @@
 
 #include "core/value.h"
 #include "jet/bytes.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 #include "jet/page_cache.h"
 
 namespace qmtrain::jet {

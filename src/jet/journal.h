@@ -26,7 +26,7 @@
 
 #include "core/files.h"
 #include "jet/common_journal.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 
 namespace qmtrain::jet {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "jet/bytes.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 #include "jet/frame_pool.h"
 
 namespace qmtrain::jet {

@@ -6,7 +6,7 @@
 
 #include "core/text.h"
 #include "jet/check.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 
 namespace qmtrain::jet {
 

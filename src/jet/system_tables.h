@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/schema.h"
 #include "jet/table.h"
+#include "jet/table_spec.h"
 
 namespace qmtrain::jet {
 

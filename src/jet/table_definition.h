@@ -12,7 +12,7 @@
 
 #include "core/validation_rule.h"
 #include "core/value.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 #include "jet/pager.h"
 #include "jet/usage_map.h"
 

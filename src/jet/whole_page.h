@@ -2,7 +2,7 @@
 #pragma once
 
 #include "jet/bytes.h"
-#include "jet/format.h"
+#include "jet/file_format.h"
 
 namespace qmtrain::jet {
 

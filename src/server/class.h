@@ -19,7 +19,7 @@
 
 namespace qmtrain::server {
 
-class Object;
+class ServedObject;
 struct Class;
 
 // How an argument is passed.
@@ -41,7 +41,7 @@ struct Method {
     bool (*leads_on)();
 
     // Calls with arguments of exactly these types; `result` is Empty before.
-    HRESULT (*call)(Object& object, VARIANT* arguments, VARIANT& result);
+    HRESULT (*call)(ServedObject& object, VARIANT* arguments, VARIANT& result);
 
     // The method that takes its place in a call by name with more arguments than it has, of which the first ones are
     // the same: what has been published keeps its arguments. None: there is no such method.
@@ -49,7 +49,7 @@ struct Method {
 };
 
 using Create = std::shared_ptr<void> (*)();
-using Connect = void (*)(Object& object);
+using Connect = void (*)(ServedObject& object);
 
 struct Class {
     // `create` is none for a class whose objects only others make; `events` is the interface of what its objects raise,
@@ -75,23 +75,23 @@ const Class& ClassOf();
 
 // The exception that is being handled as a result code, with the error's source and description as the thread's error
 // information.
-HRESULT AnswerException(const Object& object) noexcept;
+HRESULT AnswerException(const ServedObject& object) noexcept;
 
 // Keeps an object while a client's call is in it: the client may let go of it meanwhile, from an event for example.
 class Held {
 public:
-    explicit Held(Object& object);
+    explicit Held(ServedObject& object);
     Held(const Held&) = delete;
     Held& operator=(const Held&) = delete;
     ~Held();
 
 private:
-    Object& object_;
+    ServedObject& object_;
 };
 
 // Runs what a client has called.
 template <class Body>
-HRESULT Answer(Object& object, Body body) noexcept {
+HRESULT Answer(ServedObject& object, Body body) noexcept {
     const Held held(object);
     try {
         body();
@@ -105,7 +105,7 @@ HRESULT Answer(Object& object, Body body) noexcept {
 bool HasDefaultMember(const Class& described);
 
 // The C++ object of an automation object.
-const std::shared_ptr<void>& InstanceOf(const Object& object);
+const std::shared_ptr<void>& InstanceOf(const ServedObject& object);
 
 // How a parameter of a C++ member is passed: a reference is one in the interface too.
 template <class P>
@@ -201,7 +201,7 @@ struct Entry {
     static_assert(DeclaredMethod<Declared>::template Fits<typename Parameter<P>::Passed..., ResultPlace*>(),
                   "the type library declares the member otherwise");
 
-    static HRESULT STDMETHODCALLTYPE Call(Object* object, typename Parameter<P>::Passed... passed,
+    static HRESULT STDMETHODCALLTYPE Call(ServedObject* object, typename Parameter<P>::Passed... passed,
                                           ResultPlace* result) {
         if (result == nullptr) return E_POINTER;
         *result = ResultPlace();
@@ -218,13 +218,13 @@ struct Entry {
     }
 
     template <std::size_t... I>
-    static HRESULT CallWith(Object& object, VARIANT* arguments, VARIANT& result, std::index_sequence<I...>) {
+    static HRESULT CallWith(ServedObject& object, VARIANT* arguments, VARIANT& result, std::index_sequence<I...>) {
         const HRESULT code = Call(&object, Parameter<P>::FromVariant(arguments[I])..., &PlaceIn<ResultPlace>(result));
         if (SUCCEEDED(code) && Abi<Result>::kType != VT_VARIANT) V_VT(&result) = Abi<Result>::kType;
         return code;
     }
 
-    static HRESULT CallByName(Object& object, VARIANT* arguments, VARIANT& result) {
+    static HRESULT CallByName(ServedObject& object, VARIANT* arguments, VARIANT& result) {
         return CallWith(object, arguments, result, std::index_sequence_for<P...>());
     }
 };
@@ -234,7 +234,7 @@ struct Entry<C, kFunction, Declared, void, P...> {
     static_assert(DeclaredMethod<Declared>::template Fits<typename Parameter<P>::Passed...>(),
                   "the type library declares the member otherwise");
 
-    static HRESULT STDMETHODCALLTYPE Call(Object* object, typename Parameter<P>::Passed... passed) {
+    static HRESULT STDMETHODCALLTYPE Call(ServedObject* object, typename Parameter<P>::Passed... passed) {
         return Answer(*object, [&] {
             std::tuple<Parameter<P>...> parameters(passed...);
             std::apply(
@@ -247,11 +247,11 @@ struct Entry<C, kFunction, Declared, void, P...> {
     }
 
     template <std::size_t... I>
-    static HRESULT CallWith(Object& object, VARIANT* arguments, std::index_sequence<I...>) {
+    static HRESULT CallWith(ServedObject& object, VARIANT* arguments, std::index_sequence<I...>) {
         return Call(&object, Parameter<P>::FromVariant(arguments[I])...);
     }
 
-    static HRESULT CallByName(Object& object, VARIANT* arguments, VARIANT&) {
+    static HRESULT CallByName(ServedObject& object, VARIANT* arguments, VARIANT&) {
         return CallWith(object, arguments, std::index_sequence_for<P...>());
     }
 };

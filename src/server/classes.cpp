@@ -141,7 +141,7 @@ void ShowNotes(UIManageNotes& notes) {
 
 constexpr DISPID kReDoQuestionPaper = 1;
 
-void ConnectUITrain(Object& object) {
+void ConnectUITrain(ServedObject& object) {
     static_cast<UITrain*>(InstanceOf(object).get())->ReDoQuestionPaper = [&object](std::int32_t train, bool written) {
         HostModal::Suspend();  // the host may well show a window of its own
         const Value arguments[] = {train, written};

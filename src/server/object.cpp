@@ -62,9 +62,9 @@ private:
 
 }  // namespace
 
-class Object {
+class ServedObject {
 public:
-    Object(const Class& made_of, std::shared_ptr<void> instance)
+    ServedObject(const Class& made_of, std::shared_ptr<void> instance)
         : methods_(made_of.entries.data()),
           class_(made_of),
           instance_(std::move(instance)),
@@ -73,8 +73,8 @@ public:
         if (class_.events != nullptr) events_ = std::make_unique<Events>(Identity(), *class_.events);
         if (class_.connect != nullptr) class_.connect(*this);
     }
-    Object(const Object&) = delete;
-    Object& operator=(const Object&) = delete;
+    ServedObject(const ServedObject&) = delete;
+    ServedObject& operator=(const ServedObject&) = delete;
 
     // Requires: the list of objects is locked.
     IDispatch* Retain() {
@@ -87,14 +87,14 @@ public:
     Events* Listeners() { return events_.get(); }
 
     // The methods that every interface of ours begins with.
-    static HRESULT STDMETHODCALLTYPE QueryInterface(Object* self, REFIID id, void** out);
-    static ULONG STDMETHODCALLTYPE AddRef(Object* self);
-    static ULONG STDMETHODCALLTYPE Release(Object* self);
-    static HRESULT STDMETHODCALLTYPE GetTypeInfoCount(Object* self, UINT* out);
-    static HRESULT STDMETHODCALLTYPE GetTypeInfo(Object* self, UINT index, LCID, ITypeInfo** out);
-    static HRESULT STDMETHODCALLTYPE GetIDsOfNames(Object* self, REFIID reserved, LPOLESTR* names, UINT count, LCID,
-                                                   DISPID* out);
-    static HRESULT STDMETHODCALLTYPE Invoke(Object* self, DISPID id, REFIID reserved, LCID, WORD flags,
+    static HRESULT STDMETHODCALLTYPE QueryInterface(ServedObject* self, REFIID id, void** out);
+    static ULONG STDMETHODCALLTYPE AddRef(ServedObject* self);
+    static ULONG STDMETHODCALLTYPE Release(ServedObject* self);
+    static HRESULT STDMETHODCALLTYPE GetTypeInfoCount(ServedObject* self, UINT* out);
+    static HRESULT STDMETHODCALLTYPE GetTypeInfo(ServedObject* self, UINT index, LCID, ITypeInfo** out);
+    static HRESULT STDMETHODCALLTYPE GetIDsOfNames(ServedObject* self, REFIID reserved, LPOLESTR* names, UINT count,
+                                                   LCID, DISPID* out);
+    static HRESULT STDMETHODCALLTYPE Invoke(ServedObject* self, DISPID id, REFIID reserved, LCID, WORD flags,
                                             DISPPARAMS* given, VARIANT* result, EXCEPINFO* exception,
                                             UINT* wrong_argument);
 
@@ -121,7 +121,7 @@ namespace {
 
 // The objects that clients hold, by instance.
 std::mutex objects_mutex;
-std::unordered_map<const void*, Object*> objects;
+std::unordered_map<const void*, ServedObject*> objects;
 
 // Automation takes texts up to the first zero.
 std::wstring WithoutZeros(std::u16string_view text) {
@@ -131,7 +131,7 @@ std::wstring WithoutZeros(std::u16string_view text) {
 }
 
 // Leaves the error where the caller of a method, or Invoke, looks for it.
-void SetThreadError(const Object& object, const AutomationError& error) {
+void SetThreadError(const ServedObject& object, const AutomationError& error) {
     ComPtr<ICreateErrorInfo> made;
     if (FAILED(CreateErrorInfo(made.Out()))) return;
     const std::u16string source =
@@ -166,19 +166,19 @@ Class::Class(const char16_t* name, const CLSID& id, const IID& interface_id, std
       events(events),
       connect(connect) {
     const auto entry = [](auto function) { return reinterpret_cast<void*>(function); };
-    entries = {entry(&Object::QueryInterface), entry(&Object::AddRef),
-               entry(&Object::Release),        entry(&Object::GetTypeInfoCount),
-               entry(&Object::GetTypeInfo),    entry(&Object::GetIDsOfNames),
-               entry(&Object::Invoke)};
+    entries = {entry(&ServedObject::QueryInterface), entry(&ServedObject::AddRef),
+               entry(&ServedObject::Release),        entry(&ServedObject::GetTypeInfoCount),
+               entry(&ServedObject::GetTypeInfo),    entry(&ServedObject::GetIDsOfNames),
+               entry(&ServedObject::Invoke)};
     for (const Method& method : this->methods) entries.push_back(method.entry);
 }
 
-Held::Held(Object& object) : object_(object) {
-    Object::AddRef(&object_);
+Held::Held(ServedObject& object) : object_(object) {
+    ServedObject::AddRef(&object_);
 }
 
 Held::~Held() {
-    Object::Release(&object_);
+    ServedObject::Release(&object_);
 }
 
 bool HasDefaultMember(const Class& described) {
@@ -187,11 +187,11 @@ bool HasDefaultMember(const Class& described) {
                                [&](INVOKEKIND kind) { return members.Find(DISPID_VALUE, kind) != nullptr; });
 }
 
-const std::shared_ptr<void>& InstanceOf(const Object& object) {
+const std::shared_ptr<void>& InstanceOf(const ServedObject& object) {
     return object.Instance();
 }
 
-HRESULT AnswerException(const Object& object) noexcept {
+HRESULT AnswerException(const ServedObject& object) noexcept {
     try {
         throw;
     } catch (const AutomationError& error) {
@@ -211,7 +211,7 @@ HRESULT AnswerException(const Object& object) noexcept {
     }
 }
 
-IUnknown* Object::FaceOf(REFIID id) {
+IUnknown* ServedObject::FaceOf(REFIID id) {
     if (IsEqualIID(id, IID_IUnknown) || IsEqualIID(id, IID_IDispatch) || IsEqualIID(id, class_.interface_id))
         return Identity();
     if (IsEqualIID(id, IID_ISupportErrorInfo)) return &errors_;
@@ -220,7 +220,7 @@ IUnknown* Object::FaceOf(REFIID id) {
     return nullptr;
 }
 
-HRESULT STDMETHODCALLTYPE Object::QueryInterface(Object* self, REFIID id, void** out) {
+HRESULT STDMETHODCALLTYPE ServedObject::QueryInterface(ServedObject* self, REFIID id, void** out) {
     if (out == nullptr) return E_POINTER;
     IUnknown* face = self->FaceOf(id);
     *out = face;
@@ -229,13 +229,13 @@ HRESULT STDMETHODCALLTYPE Object::QueryInterface(Object* self, REFIID id, void**
     return S_OK;
 }
 
-ULONG STDMETHODCALLTYPE Object::AddRef(Object* self) {
+ULONG STDMETHODCALLTYPE ServedObject::AddRef(ServedObject* self) {
     const std::lock_guard lock(objects_mutex);
     return ++self->references_;
 }
 
 // The object ends outside the lock: what it holds may hold others.
-ULONG STDMETHODCALLTYPE Object::Release(Object* self) {
+ULONG STDMETHODCALLTYPE ServedObject::Release(ServedObject* self) {
     {
         const std::lock_guard lock(objects_mutex);
         if (--self->references_ != 0) return self->references_;
@@ -245,21 +245,21 @@ ULONG STDMETHODCALLTYPE Object::Release(Object* self) {
     return 0;
 }
 
-HRESULT STDMETHODCALLTYPE Object::GetTypeInfoCount(Object*, UINT* out) {
+HRESULT STDMETHODCALLTYPE ServedObject::GetTypeInfoCount(ServedObject*, UINT* out) {
     if (out == nullptr) return E_POINTER;
     *out = 1;
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE Object::GetTypeInfo(Object* self, UINT index, LCID, ITypeInfo** out) {
+HRESULT STDMETHODCALLTYPE ServedObject::GetTypeInfo(ServedObject* self, UINT index, LCID, ITypeInfo** out) {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
     if (index != 0) return DISP_E_BADINDEX;
     return Answer(*self, [&] { *out = TypeInformation(self->class_.interface_id).Detach(); });
 }
 
-HRESULT STDMETHODCALLTYPE Object::GetIDsOfNames(Object* self, REFIID reserved, LPOLESTR* names, UINT count, LCID,
-                                                DISPID* out) {
+HRESULT STDMETHODCALLTYPE ServedObject::GetIDsOfNames(ServedObject* self, REFIID reserved, LPOLESTR* names, UINT count,
+                                                      LCID, DISPID* out) {
     if (!IsEqualIID(reserved, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     if (names == nullptr || out == nullptr || count == 0) return E_INVALIDARG;
     if (std::find(names, names + count, nullptr) != names + count) return E_INVALIDARG;
@@ -285,7 +285,7 @@ HRESULT STDMETHODCALLTYPE Object::GetIDsOfNames(Object* self, REFIID reserved, L
     return all_known ? S_OK : DISP_E_UNKNOWNNAME;
 }
 
-HRESULT Object::InvokeMember(const Member& member, const DISPPARAMS& given, VARIANT& result) {
+HRESULT ServedObject::InvokeMember(const Member& member, const DISPPARAMS& given, VARIANT& result) {
     Arguments arguments(member, given);
     const HRESULT code = member.method->call(*this, arguments.Values(), result);
     if (SUCCEEDED(code)) arguments.WriteBack();
@@ -293,8 +293,8 @@ HRESULT Object::InvokeMember(const Member& member, const DISPPARAMS& given, VARI
 }
 
 // Arguments for a property that takes none are for the default member of the object in it: Fields("Name").
-HRESULT Object::InvokeResult(const Member& getter, DISPPARAMS& given, WORD flags, VARIANT& result, EXCEPINFO* exception,
-                             UINT* wrong_argument) {
+HRESULT ServedObject::InvokeResult(const Member& getter, DISPPARAMS& given, WORD flags, VARIANT& result,
+                                   EXCEPINFO* exception, UINT* wrong_argument) {
     const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
     const UINT taken = static_cast<UINT>(getter.arguments.size());
     const UINT values = sets ? 1 : 0;
@@ -310,8 +310,8 @@ HRESULT Object::InvokeResult(const Member& getter, DISPPARAMS& given, WORD flags
                                exception, wrong_argument);
 }
 
-HRESULT Object::Dispatch(DISPID id, WORD flags, DISPPARAMS& given, VARIANT& result, EXCEPINFO* exception,
-                         UINT* wrong_argument) {
+HRESULT ServedObject::Dispatch(DISPID id, WORD flags, DISPPARAMS& given, VARIANT& result, EXCEPINFO* exception,
+                               UINT* wrong_argument) {
     const ClassInformation& members = InformationOn(class_);
     const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
     const Member* getter = members.Find(id, INVOKE_PROPERTYGET);
@@ -329,8 +329,9 @@ HRESULT Object::Dispatch(DISPID id, WORD flags, DISPPARAMS& given, VARIANT& resu
     return FAILED(code) ? MoveThreadError(code, exception) : S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE Object::Invoke(Object* self, DISPID id, REFIID reserved, LCID, WORD flags, DISPPARAMS* given,
-                                         VARIANT* result, EXCEPINFO* exception, UINT* wrong_argument) {
+HRESULT STDMETHODCALLTYPE ServedObject::Invoke(ServedObject* self, DISPID id, REFIID reserved, LCID, WORD flags,
+                                               DISPPARAMS* given, VARIANT* result, EXCEPINFO* exception,
+                                               UINT* wrong_argument) {
     constexpr WORD kKinds = DISPATCH_METHOD | DISPATCH_PROPERTYGET | DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
     if (!IsEqualIID(reserved, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     if (given == nullptr || (given->cArgs != 0 && given->rgvarg == nullptr) || given->cNamedArgs > given->cArgs ||
@@ -357,7 +358,7 @@ IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance) {
     const auto known = objects.find(instance.get());
     if (known != objects.end()) return known->second->Retain();
     const void* key = instance.get();
-    auto object = std::make_unique<Object>(made_of, std::move(instance));
+    auto object = std::make_unique<ServedObject>(made_of, std::move(instance));
     objects[key] = object.get();
     return object.release()->AsDispatch();
 }
@@ -365,10 +366,10 @@ IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance) {
 std::shared_ptr<void> UnwrapInstance(const Class& made_of, IDispatch* object) {
     const std::lock_guard lock(objects_mutex);
     const bool ours = *reinterpret_cast<void* const**>(object) == made_of.entries.data();
-    return ours ? reinterpret_cast<Object*>(object)->Instance() : nullptr;
+    return ours ? reinterpret_cast<ServedObject*>(object)->Instance() : nullptr;
 }
 
-void RaiseEvent(Object& object, DISPID event, std::span<const Value> arguments) {
+void RaiseEvent(ServedObject& object, DISPID event, std::span<const Value> arguments) {
     object.Listeners()->Raise(event, arguments);
 }
 

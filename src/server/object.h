@@ -22,7 +22,7 @@ IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance);
 std::shared_ptr<void> UnwrapInstance(const Class& made_of, IDispatch* object);
 
 // Raises the event of an object of a class that has events, with whoever is listening.
-void RaiseEvent(Object& object, DISPID event, std::span<const Value> arguments);
+void RaiseEvent(ServedObject& object, DISPID event, std::span<const Value> arguments);
 
 template <class C>
 IDispatch* Wrap(std::shared_ptr<C> instance) {

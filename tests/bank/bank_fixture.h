@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/log_reader.h"

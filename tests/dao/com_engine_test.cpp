@@ -24,7 +24,7 @@
 #include "jet/database.h"
 #include "jet/support/scratch.h"
 #include "notes/note.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "support/environment.h"

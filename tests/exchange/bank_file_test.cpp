@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "bank/create_bank.h"
 #include "bank/question_item.h"
-#include "bank/schema.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "dao/jet_database.h"

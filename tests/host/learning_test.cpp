@@ -2,8 +2,8 @@
 
 #include <cmath>
 
+#include "host/data/host_tables.h"
 #include "host/data/learning_tables.h"
-#include "host/data/schema.h"
 #include "host/learning/analysis.h"
 #include "host/learning/review_schedule.h"
 #include "host/learning/wrong_book.h"

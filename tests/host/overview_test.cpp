@@ -3,8 +3,8 @@
 #include "host/practice/overview.h"
 
 #include "core/format.h"
+#include "host/data/host_tables.h"
 #include "host/data/people.h"
-#include "host/data/schema.h"
 #include "host/data/settings.h"
 #include "host/papers/compose.h"
 #include "host/practice/navigator.h"

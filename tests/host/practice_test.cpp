@@ -2,7 +2,7 @@
 
 #include "host/practice/practice.h"
 
-#include "host/data/schema.h"
+#include "host/data/host_tables.h"
 #include "host/data/settings.h"
 #include "host/papers/compose.h"
 #include "host_fixture.h"

@@ -13,7 +13,7 @@
 #include "core/log.h"
 #include "dao/odbc_server.h"
 #include "odbc_fixture.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 #include "records/server_tables.h"
 #include "records/train_info.h"
 #include "records/train_result.h"

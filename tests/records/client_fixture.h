@@ -22,7 +22,7 @@
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 #include "support/database_format.h"
 #include "support/raised.h"
 

@@ -15,7 +15,7 @@
 #include "jet/support/scratch.h"
 #include "jet/support/tables.h"
 #include "notes/note.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "reliability/child.h"

@@ -3,11 +3,11 @@
 
 #include <optional>
 
+#include "bank/create_bank.h"
 #include "bank/data_info.h"
 #include "bank/fill_answer.h"
 #include "bank/question_item.h"
 #include "bank/question_type.h"
-#include "bank/schema.h"
 #include "core/utilities.h"
 #include "dao/jet_database.h"
 #include "reliability/practice.h"

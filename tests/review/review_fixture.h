@@ -1,7 +1,7 @@
 // A candidate's history: Client.mdb with trainings, and the questions of one paper in banks of both editions.
 #pragma once
 
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "records/client_fixture.h"
 #include "review/paper_rows.h"
 

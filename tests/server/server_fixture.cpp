@@ -1,10 +1,10 @@
 #include "server/server_fixture.h"
 
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "dao/jet_database.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 
 namespace qmtrain::test {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "core/system.h"
 #include "jet/index_key.h"
-#include "jet/schema.h"
+#include "jet/table_spec.h"
 
 namespace qmtrain::test {
 

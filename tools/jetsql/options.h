@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/format.h"
+#include "jet/file_format.h"
 #include "table_writer.h"
 
 namespace qmtrain::jetsql {

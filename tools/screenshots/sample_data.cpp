@@ -3,12 +3,12 @@
 #include <cmath>
 
 #include "bank/client_folder.h"
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "notes/note.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
 

@@ -9,7 +9,7 @@
 #include "core/error.h"
 #include "core/format.h"
 #include "core/text.h"
-#include "host/data/schema.h"
+#include "host/data/host_tables.h"
 #include "host/learning/review_schedule.h"
 #include "host/widgets/look.h"
 #include "host/widgets/window_place.h"

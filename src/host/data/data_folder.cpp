@@ -4,13 +4,13 @@
 #include <system_error>
 
 #include "bank/client_folder.h"
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/system.h"
 #include "dao/dao.h"
-#include "host/data/schema.h"
-#include "records/schema.h"
+#include "host/data/host_tables.h"
+#include "records/create_client.h"
 
 namespace qmtrain::host {
 namespace {

@@ -1,6 +1,6 @@
 #include "host/data/learning_tables.h"
 
-#include "host/data/schema.h"
+#include "host/data/host_tables.h"
 
 namespace qmtrain::host {
 namespace {

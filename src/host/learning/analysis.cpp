@@ -10,8 +10,8 @@
 #include "core/text.h"
 #include "core/trap.h"
 #include "dao/dao.h"
+#include "host/data/host_tables.h"
 #include "host/data/people.h"
-#include "host/data/schema.h"
 #include "host/practice/practice.h"
 #include "ui/client_problem.h"
 

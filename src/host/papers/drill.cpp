@@ -7,9 +7,9 @@
 #include "core/statement_text.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "host/data/host_tables.h"
 #include "host/data/learning_tables.h"
 #include "host/data/people.h"
-#include "host/data/schema.h"
 
 namespace qmtrain::host {
 namespace {

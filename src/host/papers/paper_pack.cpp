@@ -1,6 +1,6 @@
 #include <map>
 
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"

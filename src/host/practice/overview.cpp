@@ -7,7 +7,7 @@
 #include "core/convert.h"
 #include "core/format.h"
 #include "core/text.h"
-#include "host/data/schema.h"
+#include "host/data/host_tables.h"
 #include "host/papers/drill.h"
 #include "records/summary_query.h"
 

@@ -5,7 +5,7 @@
 #include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/text.h"
-#include "host/data/schema.h"
+#include "host/data/host_tables.h"
 
 namespace qmtrain::host {
 namespace {

@@ -7,16 +7,16 @@
 #include <utility>
 
 #include "bank/client_folder.h"
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
 #include "host/data/data_folder.h"
-#include "host/data/schema.h"
+#include "host/data/host_tables.h"
 #include "host/samples/sample_questions.h"
-#include "records/schema.h"
+#include "records/create_client.h"
 
 namespace qmtrain::host {
 namespace {

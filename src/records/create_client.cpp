@@ -1,4 +1,4 @@
-#include "records/schema.h"
+#include "records/create_client.h"
 
 #include "bank/client_folder.h"
 

@@ -1,4 +1,4 @@
-#include "host/data/schema.h"
+#include "host/data/host_tables.h"
 
 #include <algorithm>
 #include <string>

@@ -1,4 +1,4 @@
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 
 #include <string>
 
