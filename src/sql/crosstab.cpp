@@ -6,7 +6,6 @@
 
 #include "core/convert.h"
 #include "core/error.h"
-#include "core/work.h"
 #include "sql/binder.h"
 #include "sql/key.h"
 #include "sql/operators.h"
@@ -65,6 +64,7 @@ private:
     void ReadCells() {
         keys_.Clear();
         values_.clear();
+        beside_ = 0;
         cells_->Start();
         while (cells_->root->Next()) {
             steps_.Next();
@@ -72,12 +72,15 @@ private:
             SetKey(*cells_, 0);
             const std::uint32_t row = keys_.FindOrAdd(key_, added);
             if (added) values_.resize(values_.size() + width_, Value(Null{}));
-            Work::Hold(values_.size() * sizeof(Value));
             key_.clear();
             AppendKey(cells_->outputs[groups_].expression->Evaluate(), key_, true);
             const std::uint32_t heading = headings_.Find(key_);
-            if (heading != KeyTable::kNone)
-                values_[row * width_ + heading] = cells_->outputs[groups_ + 1].expression->Evaluate();
+            if (heading != KeyTable::kNone) {
+                const Value& value = cells_->outputs[groups_ + 1].expression->Evaluate();
+                values_[row * width_ + heading] = value;
+                beside_ += BytesBeside(value);
+            }
+            held_.Cover(values_.capacity() * sizeof(Value) + beside_);
         }
     }
 
@@ -89,6 +92,8 @@ private:
     KeyTable headings_;
     KeyTable keys_;
     std::vector<Value> values_;  // as many as headings for each key
+    std::size_t beside_ = 0;     // the bytes of their texts
+    HeldMemory held_;
     std::vector<std::uint8_t> key_;
     WorkSteps steps_;
 };

@@ -1,21 +1,28 @@
 #include "sql/source.h"
 
-#include "core/work.h"
+#include "sql/operators.h"
 #include "sql/plan.h"
 
 namespace qmtrain::sql {
 
 void RowStore::Reset(std::size_t width) {
     blocks_.clear();
+    held_.Release();
     width_ = width;
     size_ = 0;
+    bytes_ = 0;
 }
 
 Value* RowStore::Add() {
     const bool first = size_ == 0;
+    if (!first) {
+        const Value* last = At(size_ - 1);
+        for (std::size_t i = 0; i < width_; ++i) bytes_ += BytesBeside(last[i]);
+        held_.Cover(bytes_);
+    }
     if (first || (size_ >= kFirstRows && (size_ - kFirstRows) % kBlockRows == 0)) {
         const std::size_t rows = first ? kFirstRows : kBlockRows;
-        Work::Hold((size_ + rows) * width_ * sizeof(Value));
+        Grown(rows * width_ * sizeof(Value));
         blocks_.push_back(std::make_unique<Value[]>(rows * width_));
     }
     return At(size_++);
@@ -142,6 +149,11 @@ const Value& TableSource::Read(std::size_t slot) {
     else
         cursor_->Read(ColumnOfSlot(static_cast<int>(slot)), value);
     stamps_[slot] = stamp_;
+    if (BytesBeside(value) > kLongText) {
+        std::size_t bytes = 0;
+        for (const Value& read : values_) bytes += BytesBeside(read);
+        long_values_.Cover(bytes);
+    }
     return value;
 }
 
