@@ -65,7 +65,7 @@ Value::Type ResultType(const FunctionInfo& info, const std::vector<ExpressionPtr
     if (info.type != Value::Type::Empty) return info.type;
     const Value::Type first = arguments.front()->Type();
     if (first == Value::Type::Boolean) return Value::Type::Integer;
-    return IsNumberType(first) && first != Value::Type::Decimal ? first : Value::Type::Double;
+    return IsNumberType(first) ? first : Value::Type::Double;
 }
 
 }  // namespace

@@ -38,6 +38,16 @@ struct Wanted {
 
 constexpr double kExactDoubles = 9007199254740992.0;  // whole numbers below it are exact
 
+// The number as a Double, but between two whole numbers where a decimal is, which may be so near to one of them that no
+// Double tells them apart.
+double DoubleBetweenWholes(const Value& value) {
+    if (value.GetType() != Value::Type::Decimal) return ToDouble(value);
+    const auto& number = value.As<Decimal>();
+    const Decimal nearest = Rescale(number, 0);
+    const auto order = Compare(number, nearest);
+    return ToDouble(Value(nearest)) + (order > 0 ? 0.5 : order < 0 ? -0.5 : 0);
+}
+
 template <class T>
 Key WholeKey(double number, const Wanted& wanted) {
     const auto least = static_cast<double>(std::numeric_limits<T>::min());
@@ -133,9 +143,9 @@ Key KeyFor(const Column& column, const Value& value, const Wanted& wanted) {
     if (std::isnan(number)) return {Key::Kind::Unknown};
     switch (column.type) {
         case ColumnType::Boolean: return {Key::Kind::Found, Value(number != 0)};
-        case ColumnType::Byte: return WholeKey<std::uint8_t>(number, wanted);
-        case ColumnType::Integer: return WholeKey<std::int16_t>(number, wanted);
-        case ColumnType::Long: return WholeKey<std::int32_t>(number, wanted);
+        case ColumnType::Byte: return WholeKey<std::uint8_t>(DoubleBetweenWholes(value), wanted);
+        case ColumnType::Integer: return WholeKey<std::int16_t>(DoubleBetweenWholes(value), wanted);
+        case ColumnType::Long: return WholeKey<std::int32_t>(DoubleBetweenWholes(value), wanted);
         case ColumnType::Single: return SingleKey(number, wanted);
         case ColumnType::Date: return {Key::Kind::Found, Value(Date{number}), wanted.inclusive};
         default: return {Key::Kind::Found, Value(number), wanted.inclusive};
