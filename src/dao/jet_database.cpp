@@ -249,9 +249,9 @@ void JetDatabase::Limits(const WorkLimits& limits) {
     limits_ = limits;
 }
 
-Work JetDatabase::Begin(std::chrono::steady_clock::duration* spent) const {
+Work JetDatabase::Begin(WorkTaken* taken) const {
     const std::scoped_lock lock(limits_mutex_);
-    return {limits_, cancellations_, spent};
+    return {limits_, cancellations_, taken};
 }
 
 bool JetDatabase::HasTable(std::u16string_view name) {

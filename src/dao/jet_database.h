@@ -61,7 +61,7 @@ public:
     bool IsOpen() const override { return storage_ != nullptr; }
 
     // A part of a statement, or of a record set's calls, of which `spent` remembers how long they took.
-    Work Begin(std::chrono::steady_clock::duration* spent = nullptr) const;
+    Work Begin(WorkTaken* taken = nullptr) const;
 
     // The same with values for parameters. `name`: what the record set is called.
     void Execute(const sql::Statement& statement, const sql::ParameterValues& parameters,
@@ -89,6 +89,12 @@ public:
     // InvalidFieldType.
     void CreateTable(const TableDef& table);
     void AddField(std::u16string_view table, const FieldDef& field);
+
+    // What is said of a field besides its name and type: whether it is required, its default value, its rule; the same
+    // of a table. The rows that are there are not looked at. Raises SyntaxInExpression and the like for what cannot be
+    // read.
+    void ChangeField(std::u16string_view table, const FieldDef& field);
+    void ChangeRule(std::u16string_view table, const ValidationRule& rule);
     void CreateIndex(std::u16string_view table, const IndexDef& index);
     void CreateRelation(const RelationDef& relation);
     void DropTable(std::u16string_view name);

@@ -38,7 +38,7 @@ std::uint32_t NextNumber() {
 
 RowList::RowList(RowSource source, Keep keep, bool empty)
     : source_(std::move(source)), number_(NextNumber()), is_window_(keep == Keep::Window), complete_(empty) {
-    const Work work = source_.database->Begin(&spent_);
+    const Work work = source_.database->Begin(&taken_);
     const jet::Database::Reading reading(Storage());
     query_ = source_.Open();
     has_places_ = keep == Keep::Places && query_->Updatable();
@@ -87,7 +87,7 @@ void RowList::DropDeletedAhead() {
 }
 
 void RowList::ReachAll() {
-    const Work work = source_.database->Begin(&spent_);
+    const Work work = source_.database->Begin(&taken_);
     DropDeletedAhead();
     while (!complete_) {
         const jet::Database::Reading reading(Storage());
@@ -124,7 +124,7 @@ bool RowList::FindKey() {
     while (!complete_ && query_->Next()) {
         if (!has_places_) {
             Pack(*query_, kept_);
-            if (kept_.Size() % kMaxBlockRows == 0) Work::Hold(kept_.Bytes());
+            Cover();
             return true;
         }
         const Place place{query_->Row(query_->EditableTable()), query_->Identity()};
@@ -133,6 +133,7 @@ bool RowList::FindKey() {
         }
         found_ = Fetched();
         places_.push_back(place);
+        Cover();
         found_change_ = ChangeStamp();
         return true;
     }
@@ -149,6 +150,10 @@ void RowList::Pack(sql::Query& query, RowBuffer& rows) const {
         rows.Append(left_out_[static_cast<std::size_t>(column)] ? kLater : query.Get(column));
     }
     rows.End();
+}
+
+void RowList::Cover() {
+    held_.Cover(kept_.Bytes() + block_.Bytes() + places_.capacity() * sizeof(Place));
 }
 
 void RowList::DropWindow() {
@@ -175,7 +180,7 @@ void RowList::FillBlock(std::int64_t index) {
     block_.Clear();
     if (is_window_) DropWindow();
     failure_ = nullptr;
-    const Work work = source_.database->Begin(&spent_);
+    const Work work = source_.database->Begin(&taken_);
     const jet::Database::Reading reading(Storage());
     block_change_ = ChangeStamp();
     while (Fetched() < index && NextKey()) {
@@ -192,6 +197,7 @@ void RowList::FillBlock(std::int64_t index) {
         }
         while (at < index + block_size_ && block_.Bytes() + kept_.Bytes() - before < most_bytes) {
             if (!FillRow(at)) return;
+            Cover();
             ++at;
             if (!goes_on && at == Fetched() && !complete_ && query_->NextIsCheap()) {
                 block_size_ = query_->IsShort() ? kFirstRowsOfFew : kFirstCheapRows;
@@ -289,7 +295,7 @@ void RowList::Load(std::int64_t index) {
 }
 
 void RowList::LoadLong(std::int64_t index, std::size_t column, Value& value) {
-    const Work work = source_.database->Begin(&spent_);
+    const Work work = source_.database->Begin(&taken_);
     const jet::Database::Reading reading(Storage());
     if (!MoveTo(places_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
     reader_->Read(static_cast<int>(column), value);

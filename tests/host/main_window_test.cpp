@@ -37,7 +37,7 @@ TEST_F(HostWindowTest, ANoteIsFoundInTheNotesManager) {
             })
             .Await("it is written", [&] { return Shown<NoteDialog>() == nullptr; })
             .Do([&] {
-                EXPECT_EQ(Utf8(window->BtnNote->GetLabelText()), "笔记 ✓(B)");
+                EXPECT_EQ(Utf8(window->BtnNote->GetLabelText()), "笔记 √(B)");
                 Click(*window->BtnNote);
             });  // there is one now
     }

@@ -12,6 +12,7 @@
 #include "host/data/host_tables.h"
 #include "host/learning/review_schedule.h"
 #include "host/widgets/look.h"
+#include "host/widgets/signs.h"
 #include "host/widgets/window_place.h"
 #include "ui/layout.h"
 #include "ui/message_box.h"
@@ -249,7 +250,7 @@ void MainWindow::FillPast() {
              {Format(training.start, u"yy-mm-dd hh:nn"), one.paper.empty() ? std::u16string(u"（未知）") : one.paper,
               kind, training.use_time < 0 ? std::u16string() : ClockText(training.use_time),
               ToText(Value(training.got_score)) + u" / " + ToText(Value(training.paper_score)),
-              std::u16string(passed ? u"✓ 及格" : u"✗ 不及格")}) {
+              passed ? WithSign(kRightSign, u"及格") : WithSign(kWrongSign, u"不及格")}) {
             cells.push_back(wxVariant(ui::ToWx(cell)));
         }
         LvLast->AppendItem(cells);

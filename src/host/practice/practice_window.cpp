@@ -12,6 +12,7 @@
 #include "host/widgets/ask.h"
 #include "host/widgets/look.h"
 #include "host/widgets/note_dialog.h"
+#include "host/widgets/signs.h"
 #include "host/widgets/window_place.h"
 #include "host/widgets/zoom.h"
 #include "notes/note.h"
@@ -141,8 +142,8 @@ void PracticeWindow::ShowState() {
                        u"已作答 " + Number(answered) + u" / " + Number(practice_.Size()) + u" 题");
     if (IsOver()) {
         const auto mistakes = result_->Mistakes();
-        LblCounts->SetLabelText(
-            ui::ToWx(u"✓ 正确 " + Number(practice_.Size() - mistakes.size()) + u"　✗ 有错 " + Number(mistakes.size())));
+        LblCounts->SetLabelText(ui::ToWx(WithSign(kRightSign, u"正确 ") + Number(practice_.Size() - mistakes.size()) +
+                                         u"　" + WithSign(kWrongSign, u"有错 ") + Number(mistakes.size())));
         return;
     }
     LblCounts->SetLabelText(ui::ToWx(CountsText(practice_)));
@@ -178,7 +179,7 @@ void PracticeWindow::ShowNoteState() {
     std::u16string problem;
     const bool has = note.Init(problem) &&
                      note.IsExistNote(place.data_code, practice_.GetPaper().subject, place.rec_no, practice_.UserId());
-    BtnNote->SetLabel(ui::ToWx(has ? u"笔记 ✓(&B)" : u"笔记(&B)"));
+    BtnNote->SetLabel(ui::ToWx(has ? WithSign(u"笔记", kRightSign) + u"(&B)" : std::u16string(u"笔记(&B)")));
     ui::FitToCaption(*BtnNote);
     BtnNote->SetToolTip(ui::ToWx(has ? u"这一题有笔记；打开它" : u"写一条关于这一题的笔记"));
 }
