@@ -10,6 +10,8 @@
 #include "dao/jet_database.h"
 #include "dao/jet_engine.h"
 #include "jet/session.h"
+#include "odbc/connect_string.h"
+#include "odbc/pool.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -69,10 +71,15 @@ std::shared_ptr<DatabaseObject> Workspace::Add(std::shared_ptr<DatabaseObject> d
 std::shared_ptr<DatabaseObject> Workspace::OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
                                                         std::u16string_view connect) {
     RequireOpen();
-    const LinkRights links{.write = true};
-    return Add(std::make_shared<DatabaseObject>(
-        session_ ? JetDatabase::Open(name, read_only, session_, PasswordIn(connect), links, exclusive)
-                 : JetEngine::Instance().OpenDatabase(name, read_only, connect, links, exclusive)));
+    // Who gives a login for servers wants to go there.
+    const bool login = odbc::ConnectString::IsOdbc(connect);
+    const LinkRights links{.write = true, .servers = login || Engine::Instance().GetOwnUse().links.servers};
+    if (!session_)
+        return Add(std::make_shared<DatabaseObject>(
+            JetEngine::Instance().OpenDatabase(name, read_only, connect, links, exclusive)));
+    auto database = JetDatabase::Open(name, read_only, session_, PasswordIn(connect), links, exclusive);
+    if (login) database->ServerLogin(connect);
+    return Add(std::make_shared<DatabaseObject>(std::move(database)));
 }
 
 std::shared_ptr<DatabaseObject> Workspace::CreateDatabase(std::u16string_view name, std::u16string_view locale,
@@ -135,6 +142,15 @@ EngineObject::EngineObject()
                        }}),
       errors_({.load = [] { return LastErrors::Instance().Get(); }}) {
     workspaces_.Append(first_);
+}
+
+std::int16_t EngineObject::LoginTimeout() const {
+    return static_cast<std::int16_t>(odbc::LoginTimeout().count());
+}
+
+void EngineObject::LoginTimeout(std::int16_t seconds) {
+    if (seconds < 0) Raise(ErrorNumber::InvalidArgument, {u"LoginTimeout"});
+    odbc::LoginTimeout(std::chrono::seconds(seconds));
 }
 
 std::shared_ptr<Workspace> EngineObject::CreateWorkspace(std::u16string_view name, std::u16string_view user,

@@ -84,8 +84,9 @@ public:
 
     // The version of DAO whose members these are.
     std::u16string Version() const { return u"3.6"; }
-    std::int16_t LoginTimeout() const { return login_timeout_; }
-    void LoginTimeout(std::int16_t seconds) { login_timeout_ = seconds; }
+    // In seconds, for the servers that links lead to.
+    std::int16_t LoginTimeout() const;
+    void LoginTimeout(std::int16_t seconds);
     std::shared_ptr<Collection> Workspaces() { return {shared_from_this(), &workspaces_}; }
     std::shared_ptr<Collection> Errors() {
         errors_.Refresh();
@@ -115,7 +116,6 @@ public:
     void Idle(std::int32_t) const {}
 
 private:
-    std::int16_t login_timeout_ = 20;
     std::shared_ptr<Workspace> first_;
     Collection workspaces_;
     Collection errors_;

@@ -109,8 +109,13 @@ public:
     void CreateTableDef(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table,
                         bool save_password = false);
 
-    // Takes columns and key of a link to a server from there anew. `connect` as above, empty: as it is.
+    // Makes a link anew: one to a server takes columns and key from there. `connect` as above, empty: as it is. Raises
+    // NoSuchTable when there is no such link.
     void RefreshLink(std::u16string_view name, std::u16string_view connect = {});
+
+    // User and password for links to servers that have none of their own: "ODBC;UID=…;PWD=…". Where it says more, it is
+    // for links to that place alone.
+    void ServerLogin(std::u16string_view connect);
 
     // Grows with each change that is known here, on servers too. May be asked by any thread.
     std::uint64_t KnownChanges();

@@ -26,6 +26,9 @@ constexpr std::size_t kMaxBlockBytes = std::size_t{256} << 10;
 // In the first block long values are read with their rows, as long as they are short ones.
 constexpr std::size_t kMaxFirstBytes = std::size_t{16} << 10;
 
+// For so long a row of a server may be edited as it was fetched; an update compares it anyway.
+constexpr std::chrono::seconds kFresh{1};
+
 // Rows that are only counted are looked for in one scope.
 constexpr std::int64_t kKeysInScope = 4096;
 
@@ -180,6 +183,7 @@ void RowList::FillBlock(std::int64_t index) {
     block_.Clear();
     if (is_window_) DropWindow();
     failure_ = nullptr;
+    if (is_remote_) fresh_until_ = std::chrono::steady_clock::now() + kFresh;
     const Work work = source_.database->Begin(&taken_);
     const jet::Database::Reading reading(Storage());
     block_change_ = ChangeStamp();
@@ -262,9 +266,19 @@ void RowList::ReadRow(std::int64_t index, std::vector<Value>& values) {
         kept_.Get(static_cast<std::size_t>(index - kept_first_), values);
         return;
     }
+    if (TakeFresh(index, values)) return;
     const jet::Database::Reading reading(Storage());
     if (!MoveTo(places_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
+}
+
+// What a server has said a moment ago is said again only to those who ask once more, such as an edit that was refused.
+bool RowList::TakeFresh(std::int64_t index, std::vector<Value>& values) {
+    if (!is_remote_ || std::chrono::steady_clock::now() > std::exchange(fresh_until_, {}) || !InBlock(index))
+        return false;
+    if (loaded_ != index) Load(index);
+    values = current_;
+    return true;
 }
 
 void RowList::LookAt(std::int64_t index, std::vector<Value>& values) {

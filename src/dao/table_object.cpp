@@ -176,6 +176,16 @@ void TableObject::SetAppended() {
     for (const AnyObject& object : indexes_.Objects()) Expect<IndexObject>(object)->SetAppended();
 }
 
+// A link that is there leads elsewhere with RefreshLink.
+void TableObject::Connect(std::u16string_view value) {
+    (appended_ && definition_.linked ? definition_ : Open()).connect = value;
+}
+
+void TableObject::RefreshLink() {
+    if (!appended_ || !definition_.linked) Raise(ErrorNumber::InvalidOperation);
+    database_->RefreshLink(Name(), definition_.connect);
+}
+
 std::int32_t TableObject::Attributes() const {
     constexpr std::int32_t kSystemObject = static_cast<std::int32_t>(0x80000002);
     constexpr std::int32_t kAttachedTable = 0x40000000;

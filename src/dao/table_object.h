@@ -131,12 +131,15 @@ public:
     void Name(std::u16string_view value) { Open().name = value; }
     std::int32_t Attributes() const;
     const std::u16string& Connect() const { return definition_.connect; }
-    void Connect(std::u16string_view value) { Open().connect = value; }
+    void Connect(std::u16string_view value);
     const std::u16string& SourceTableName() const { return definition_.source_table; }
     void SourceTableName(std::u16string_view value) { Open().source_table = value; }
     Date DateCreated() const { return definition_.created; }
     Date LastUpdated() const { return definition_.updated; }
     bool Updatable() const { return !definition_.linked; }
+
+    // Makes the link anew, to the place that Connect has been set to. Raises InvalidOperation for any other table.
+    void RefreshLink();
     const std::u16string& ValidationRule() const { return definition_.validation_rule; }
     void ValidationRule(std::u16string_view value) { SetRule({std::u16string(value), definition_.validation_text}); }
     const std::u16string& ValidationText() const { return definition_.validation_text; }
