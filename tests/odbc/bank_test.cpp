@@ -4,7 +4,7 @@
 
 #include "bank/data_info.h"
 #include "bank/question_item.h"
-#include "bank/schema.h"
+#include "bank/create_bank.h"
 #include "core/log.h"
 #include "dao/odbc_table.h"
 #include "odbc_fixture.h"
