@@ -134,6 +134,8 @@ td.Fields.Append fd
 td.ValidationRule = "[Mark] <> 13"
 db.TableDefs.Append td
 db.Execute "INSERT INTO Marks VALUES (100)", dbFailOnError
+fd.ValidationRule = ">= -5 And <= 100"
+db.Execute "INSERT INTO Marks VALUES (-5)", dbFailOnError
 On Error Resume Next
 db.Execute "INSERT INTO Marks VALUES (101)", dbFailOnError
 CheckTrue "rule of a field", Err.Number = 3317 And Err.Description = "0 - 100"
@@ -166,6 +168,7 @@ e.Workspaces.Append w
 Set other = w.OpenDatabase(Folder & "\Own.mdb")
 Check "another workspace", other.OpenRecordset("Pupils").RecordCount, CLng(3)
 w.Close
+Check "a closed workspace has gone", e.Workspaces.Count, CLng(1)
 Check "Properties", db.Properties("Version").Value, "4.0"
 db.Close
 e.CompactDatabase Folder & "\Own.mdb", Folder & "\Small.mdb"
