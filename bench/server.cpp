@@ -2,12 +2,14 @@
 // same statements; and the summary of all trainings against psql.
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -36,8 +38,8 @@ using namespace qmtrain;
 using test::TestServer;
 namespace fs = std::filesystem;
 
-int processes = 4;
-int threads_each = 50;  // candidates of each process
+int processes = 200;  // each candidate has one, and a connection
+int threads_each = 1;
 constexpr int kQuestions = 60;
 constexpr Date kStart{38454.5};
 constexpr Date kEnd{38454.55};
@@ -102,10 +104,11 @@ public:
         Require(PQstatus(connection_.get()) == CONNECTION_OK);
     }
 
-    std::string Ask(const std::string& statement) {
+    // Returns a column of the first row.
+    std::string Ask(const std::string& statement, int column = 0) {
         PGresult* result = PQexec(connection_.get(), statement.c_str());
         const ExecStatusType status = PQresultStatus(result);
-        std::string value = PQntuples(result) > 0 ? PQgetvalue(result, 0, 0) : "";
+        std::string value = PQntuples(result) > 0 ? PQgetvalue(result, 0, column) : "";
         PQclear(result);
         if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK)
             throw std::runtime_error(PQerrorMessage(connection_.get()));
@@ -126,46 +129,56 @@ constexpr const char* kRows =
 
 void RecordByPeer(const std::string& place, int user, Times& times) {
     Stopwatch timed(times);
-    Peer peer(place);
+    std::optional<Peer> peer;
     std::string id;
     timed([&] {
-        peer.Ask("BEGIN ISOLATION LEVEL REPEATABLE READ");
-        peer.Ask(
+        peer.emplace(place);
+        peer->Ask("BEGIN ISOLATION LEVEL REPEATABLE READ");
+        peer->Ask(
             "INSERT INTO public.traininfo (\"UserId\", \"SubjectCode\", \"StartDate\", \"TheoryNo\", \"OperationNo\") "
             "VALUES ('" +
-            Number(user) + "', '2', '2005-04-12 12:00:00', '1', '0') RETURNING \"TrainID\", \"TrainID\"");
-        id = peer.Ask(kTrainings + std::string("ORDER BY t0.\"TrainID\" DESC FETCH FIRST 1 ROWS WITH TIES"));
-        peer.Ask("COMMIT");
+            Number(user) + "', '2', '2005-04-12 12:00:00', '1', '0') RETURNING \"TrainID\"");
+        id = peer->Ask(kTrainings + std::string("ORDER BY t0.\"TrainID\" DESC FETCH FIRST 1 ROWS WITH TIES"));
+        peer->Ask("COMMIT");
     });
     for (int i = 0; i < kQuestions; ++i) {
         timed([&] {
-            peer.Ask(kRows + std::string("LIMIT 1"));
-            peer.Ask(
+            peer->Ask(kRows + std::string("LIMIT 1"));
+            peer->Ask(
                 "INSERT INTO public.trainresult (\"TrainID\", \"QuestionType\", \"DataCode\", \"QuestionRecNo\", "
                 "\"QuestionScore\", \"AnswerScore\", \"Answer\", \"ErrInfo\", \"ErrInfoXml\", \"Distin\", "
                 "\"Difficult\", \"QuestionNo\") VALUES ('" +
                 id + "', '1', 'NCRE2VB', '" + RecNo(i) + "', '2', '0', 'A', '', '', '1', '1', '" + Number(i) +
-                "') RETURNING \"ResultID\", \"ResultID\"");
+                "') RETURNING \"ResultID\"");
         });
     }
     timed([&] {
-        peer.Ask(kTrainings + ("WHERE (t0.\"TrainID\" = " + id + ")"));
-        peer.Ask(kTrainings + ("WHERE (\"TrainID\") = ('" + id + "')"));
-        peer.Ask(
-            "UPDATE public.traininfo SET \"EndDate\" = '2005-04-12 13:12:00', \"Score\" = '60', \"UseTime\" = '4320' "
+        peer->Ask(kTrainings + ("WHERE (t0.\"TrainID\" = " + id + ")"));
+        peer->Ask(
+            "UPDATE public.traininfo SET \"EndDate\" = '2005-04-12 13:12:00', \"UseTime\" = '4320', \"Score\" = '60' "
             "WHERE (\"TrainID\") = ('" +
-            id + "') AND \"EndDate\" IS NULL");
+            id + "') AND \"UserId\" = '" + Number(user) +
+            "' AND \"SubjectCode\" = '2' AND date_trunc('second', \"StartDate\") = '2005-04-12 12:00:00' AND "
+            "\"EndDate\" IS NULL AND \"UseTime\" IS NULL AND \"TheoryNo\" = '1' AND \"OperationNo\" = '0' AND "
+            "\"AnswerScore\" IS NULL AND \"Score\" IS NULL");
     });
     for (int i = 0; i < kQuestions; ++i) {
         timed([&] {
-            const std::string key = peer.Ask(
-                "SELECT \"ResultID\" FROM (" + std::string(kRows) + "WHERE (t0.\"TrainID\" = " + id +
-                ") AND (t0.\"DataCode\" = 'NCRE2VB') AND (t0.\"QuestionRecNo\" = '" + RecNo(i) + "')) AS found");
-            peer.Ask(kRows + ("WHERE (\"ResultID\") = ('" + key + "')"));
-            peer.Ask(
+            constexpr int kResultID = 13;
+            const std::string key = peer->Ask(
+                kRows + ("WHERE (t0.\"TrainID\" = " + id +
+                         ") AND (t0.\"DataCode\" = 'NCRE2VB') AND (t0.\"QuestionRecNo\" = '" + RecNo(i) + "')"),
+                kResultID);
+            peer->Ask(
                 "UPDATE public.trainresult SET \"AnswerScore\" = '1.5', \"StudentAnswer\" = 'B', \"ErrInfo\" = "
                 "'错误信息', \"ErrInfoXml\" = '<err/>' WHERE (\"ResultID\") = ('" +
-                key + "') AND \"AnswerScore\" = '0'");
+                key + "') AND \"TrainID\" = '" + id +
+                "' AND \"QuestionType\" = '1' AND \"DataCode\" COLLATE \"C\" = 'NCRE2VB' AND \"QuestionRecNo\" "
+                "COLLATE \"C\" = '" +
+                RecNo(i) +
+                "' AND \"QuestionScore\" = '2' AND \"AnswerScore\" = '0' AND \"Distin\" = '1' AND "
+                "\"Difficult\" = '1' AND \"QuestionNo\" = '" +
+                Number(i) + "'");
         });
     }
 }
@@ -175,41 +188,52 @@ struct Report {
     Times times;
 };
 
-// All candidates at once. The processes write what they have measured into a folder.
+// All candidates at once, from the moment in which all processes are there. They write what they have measured into a
+// folder.
 Report Storm(const fs::path& folder, const std::function<void(int user, Times& times)>& record) {
+    int gate[2];
+    Require(pipe(gate) == 0);
+    std::vector<pid_t> children;
+    for (int process = 0; process < processes; ++process) {
+        const pid_t child = fork();
+        if (child != 0) {
+            children.push_back(child);
+            continue;
+        }
+        close(gate[1]);
+        char unused = 0;
+        Require(read(gate[0], &unused, 1) == 0);
+        std::vector<Times> times(static_cast<std::size_t>(threads_each));
+        std::vector<std::thread> threads;
+        for (int i = 0; i < threads_each; ++i) {
+            threads.emplace_back([&, i] {
+                try {
+                    record(process * threads_each + i + 1, times[static_cast<std::size_t>(i)]);
+                } catch (const std::exception& error) {
+                    std::fprintf(stderr, "%s\n", error.what());
+                    _exit(1);
+                }
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        std::ofstream out(folder / ("times" + Number(process)));
+        for (const Times& some : times)
+            for (const double time : some) out << time << '\n';
+        out.close();
+        _exit(0);
+    }
+    close(gate[0]);
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));  // until they all wait
     Report report;
     report.seconds = bench::Seconds([&] {
-        std::vector<pid_t> children;
-        for (int process = 0; process < processes; ++process) {
-            const pid_t child = fork();
-            if (child != 0) {
-                children.push_back(child);
-                continue;
-            }
-            std::vector<Times> times(static_cast<std::size_t>(threads_each));
-            std::vector<std::thread> threads;
-            for (int i = 0; i < threads_each; ++i) {
-                threads.emplace_back([&, i] {
-                    try {
-                        record(process * threads_each + i + 1, times[static_cast<std::size_t>(i)]);
-                    } catch (const std::exception& error) {
-                        std::fprintf(stderr, "%s\n", error.what());
-                        _exit(1);
-                    }
-                });
-            }
-            for (std::thread& thread : threads) thread.join();
-            std::ofstream out(folder / ("times" + Number(process)));
-            for (const Times& some : times)
-                for (const double time : some) out << time << '\n';
-            out.close();
-            _exit(0);
-        }
+        close(gate[1]);
+        bool done = true;
         for (const pid_t child : children) {
             int status = 1;
             waitpid(child, &status, 0);
-            Require(status == 0);
+            done = done && status == 0;
         }
+        Require(done);
     });
     for (int process = 0; process < processes; ++process) {
         std::ifstream in(folder / ("times" + Number(process)));
@@ -278,12 +302,13 @@ void Summary(TestServer& server, const std::u16string& folder) {
 
 }  // namespace
 
-// With numbers: so many processes, and candidates of each.
+// With numbers: so many processes, and candidates of each. A third word leaves the summary out.
 int main(int count, char** words) {
     if (count > 2) {
         processes = std::max(1, std::atoi(words[1]));
         threads_each = std::max(1, std::atoi(words[2]));
     }
+    const bool summary = count <= 3;
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     TestServer* server = TestServer::Get();
     if (server == nullptr) {
@@ -308,7 +333,14 @@ int main(int count, char** words) {
     }
     const std::string peer_place = "host=127.0.0.1 port=" + std::to_string(server->Port()) +
                                    " user=exam password='secret;{}' dbname=" + server->Database();
-    const auto ours = [&](int user, Times& times) { RecordByClasses(folder, user, times); };
+    // Each candidate's machine has a file of its own.
+    for (int user = 1; user <= processes * threads_each; ++user) {
+        fs::create_directory(place / Number(user));
+        fs::copy_file(ToNativePath(ClientDatabase(folder)), place / Number(user) / "Client.mdb");
+    }
+    const auto ours = [&](int user, Times& times) {
+        RecordByClasses(FromNativePath(place / Number(user)), user, times);
+    };
     const auto theirs = [&](int user, Times& times) { RecordByPeer(peer_place, user, times); };
     double best = 0;
     for (int round = 0; round < 3; ++round) {
@@ -322,7 +354,7 @@ int main(int count, char** words) {
         best = round == 0 ? own.seconds / peer.seconds : std::min(best, own.seconds / peer.seconds);
     }
     std::printf("best ratio %.2f\n", best);
-    Summary(*server, folder);
+    if (summary) Summary(*server, folder);
     fs::remove_all(place);
     return 0;
 }

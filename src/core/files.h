@@ -97,6 +97,9 @@ public:
     // A file that has content is left as it is.
     virtual void ShareLike(File&, bool /*secret*/) {}
 
+    // Whether all who may write the other file may write this one, which lies beside it. Where nobody can tell, true.
+    virtual bool HasRightsOf(File&) { return true; }
+
     // Everybody may read the file, which has just been made.
     virtual void LetAllRead() {}
 

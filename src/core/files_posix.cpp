@@ -230,6 +230,16 @@ public:
             const int ignored = fchmod(descriptor_, mode);
     }
 
+    bool HasRightsOf(File& other) override {
+        const auto* like = dynamic_cast<const PosixFile*>(&other);
+        struct stat model {};
+        struct stat own {};
+        if (like == nullptr || fstat(like->descriptor_, &model) != 0 || fstat(descriptor_, &own) != 0) return true;
+        const bool same_owner = own.st_uid == model.st_uid || (own.st_mode & S_IWGRP) != 0;
+        return same_owner && own.st_gid == model.st_gid && RightsOf(own) == RightsOf(model) &&
+               !AccessList::Of(like->descriptor_);
+    }
+
     void LetAllRead() override {
         struct stat info {};
         if (fstat(descriptor_, &info) == 0) [[maybe_unused]]

@@ -1,6 +1,7 @@
 // What the operating system tells a program, and how it takes text from it.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ std::u16string Setting(std::string_view name);
 
 // From now on even an elevated process heeds its settings: for a program that has made its environment itself.
 void TrustEnvironment();
+
+// The bytes of memory that the machine has.
+std::uint64_t MachineMemory();
 
 // The words of the command line behind the program's name, in UTF-8. The arguments are those of main.
 std::vector<std::string> CommandLineWords(int count, const char* const* words);

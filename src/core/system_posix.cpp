@@ -31,6 +31,10 @@ void TrustEnvironment() {
     environment_is_trusted = true;
 }
 
+std::uint64_t MachineMemory() {
+    return static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
 std::vector<std::string> CommandLineWords(int count, const char* const* words) {
     if (count == 0) return {};
     return {words + 1, words + count};

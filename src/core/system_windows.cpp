@@ -63,6 +63,12 @@ void TrustEnvironment() {
     environment_is_trusted = true;
 }
 
+std::uint64_t MachineMemory() {
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof status;
+    return GlobalMemoryStatusEx(&status) != FALSE ? status.ullTotalPhys : std::uint64_t{1} << 30;
+}
+
 // What main gets has been through the ANSI code page.
 std::vector<std::string> CommandLineWords(int, const char* const*) {
     struct Freer {

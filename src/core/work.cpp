@@ -1,6 +1,9 @@
 #include "core/work.h"
 
+#include <algorithm>
+
 #include "core/error.h"
+#include "core/system.h"
 #include "core/text.h"
 
 namespace qmtrain {
@@ -15,21 +18,40 @@ std::u16string Seconds(std::chrono::milliseconds time) {
     return ToText((time.count() + 50) / 1000) + (tenths == u"0" ? u"" : u"." + tenths) + u" 秒";
 }
 
+[[noreturn]] void RaiseTooMuch(std::size_t limit) {
+    Raise(ErrorNumber::SystemResourceExceeded,
+          {u"语句需要的内存超过了 " + ToText(static_cast<std::int64_t>(limit >> 20)) + u" MiB 的限制。"});
+}
+
 }  // namespace
 
-Work::Work(const WorkLimits& limits, const Cancellations& cancellations, Clock::duration* spent)
+std::size_t UsualMemoryLimit() {
+    constexpr std::uint64_t kMost = sizeof(void*) > 4 ? std::uint64_t{1} << 62 : std::uint64_t{512} << 20;
+    static const auto limit = static_cast<std::size_t>(std::min(MachineMemory() / 2, kMost));
+    return limit;
+}
+
+Work::Work(const WorkLimits& limits, const Cancellations& cancellations, WorkTaken* taken)
     : limits_(limits),
       cancellations_(cancellations),
       cancellations_before_(cancellations.load(std::memory_order_relaxed)),
-      spent_(spent),
-      outer_(current) {
-    if (limits_.time.count() > 0) start_ = Clock::now() - (spent_ != nullptr ? *spent_ : Clock::duration());
+      taken_(taken),
+      outer_(current),
+      memory_limit_(limits.memory > 0 ? limits.memory : UsualMemoryLimit()) {
+    if (limits_.time.count() > 0) start_ = Clock::now() - (taken != nullptr ? taken->time : Clock::duration());
+    if (taken == nullptr && outer_ != nullptr) memory_limit_ = std::min(memory_limit_, outer_->memory_limit_);
     current = this;
 }
 
 Work::~Work() {
     current = outer_;
-    if (spent_ != nullptr && limits_.time.count() > 0) *spent_ = Clock::now() - start_;
+    if (taken_ != nullptr && limits_.time.count() > 0) taken_->time = Clock::now() - start_;
+}
+
+const HeldBytes& Work::Held() {
+    if (taken_ == nullptr && outer_ != nullptr) return outer_->Held();
+    if (held_ == nullptr) held_ = taken_ != nullptr ? taken_->memory : std::make_shared<HeldBytes::element_type>(0);
+    return held_;
 }
 
 void Work::Look() {
@@ -43,12 +65,36 @@ void Work::Look() {
     }
 }
 
-void Work::Hold(std::size_t bytes) {
-    for (const Work* work = current; work != nullptr; work = work->outer_) {
-        if (work->limits_.memory > 0 && bytes > work->limits_.memory) {
-            Raise(ErrorNumber::SystemResourceExceeded, {u"语句需要的内存超过了限制。"});
+void Work::RequireRoom(std::size_t bytes) {
+    if (current == nullptr) return;
+    const std::size_t limit = current->memory_limit_;
+    const std::size_t held = current->Held()->load(std::memory_order_relaxed);
+    if (held > limit || bytes > limit - held) RaiseTooMuch(limit);
+}
+
+// Takes a little ahead, where there is room for it: what has grown grows further.
+void HeldMemory::Grow(std::size_t bytes) {
+    const std::size_t ahead = std::max(bytes + std::min(bytes / 4, 4 * kLittle), kLittle);
+    if (held_ == nullptr) {
+        bytes_ = 0;
+        if (current == nullptr) {
+            bytes_ = ahead;
+            return;
         }
+        held_ = current->Held();
     }
+    const std::size_t limit = current != nullptr ? current->memory_limit_ : SIZE_MAX;
+    const std::size_t others = held_->load(std::memory_order_relaxed) - bytes_;
+    if (others > limit || bytes > limit - others) RaiseTooMuch(limit);
+    const std::size_t taken = std::min(ahead, limit - others);
+    held_->fetch_add(taken - bytes_, std::memory_order_relaxed);
+    bytes_ = taken;
+}
+
+void HeldMemory::GiveBack() {
+    if (held_ != nullptr) held_->fetch_sub(bytes_, std::memory_order_relaxed);
+    held_ = nullptr;
+    bytes_ = 0;
 }
 
 }  // namespace qmtrain

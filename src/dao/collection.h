@@ -62,6 +62,9 @@ public:
     void Append(const AnyObject& object);
     void Delete(std::u16string_view name);
 
+    // Takes out what has ended by itself.
+    void Drop(const AnyObject& object) { std::erase(objects_, object); }
+
     // Looks again at what there is.
     void Refresh() { loaded_ = !hooks_.load; }
 

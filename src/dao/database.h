@@ -47,8 +47,8 @@ public:
                                                      std::int32_t options = 0) = 0;
 
     // What each statement may take, and each record set in all its calls together: what takes more ends with
-    // OperationCancelled or SystemResourceExceeded, and has changed nothing. No limits unless they are set; they hold
-    // for what begins afterwards. Under the machine's engine they mean nothing.
+    // OperationCancelled or SystemResourceExceeded, and has changed nothing. Of time there is none unless it is set.
+    // They hold for what begins afterwards; under the machine's engine they mean nothing.
     virtual void Limits(const WorkLimits& /*limits*/) {}
 
     // From any thread, at any time: what is running on this database ends with OperationCancelled, one that waits for a

@@ -65,8 +65,10 @@ std::shared_ptr<Recordset> DatabaseObject::OpenRecordset(std::u16string_view sou
 }
 
 std::shared_ptr<TableObject> DatabaseObject::CreateTableDef(std::u16string_view name, std::u16string_view source_table,
-                                                            std::u16string_view connect) {
+                                                            std::u16string_view connect, std::int32_t attributes) {
+    constexpr std::int32_t kSavePassword = 0x20000;
     TableDef table;
+    table.save_password = (attributes & kSavePassword) != 0;
     table.name = name;
     table.source_table = source_table;
     table.connect = connect;
@@ -159,7 +161,8 @@ void DatabaseObject::AppendTable(const AnyObject& object) {
     const auto table = Expect<TableObject>(object);
     const TableDef definition = table->Definition();
     if (!definition.connect.empty())
-        database_->CreateTableDef(definition.name, definition.connect, definition.source_table);
+        database_->CreateTableDef(definition.name, definition.connect, definition.source_table,
+                                  definition.save_password);
     else
         database_->CreateTable(definition);
     table->SetAppended();

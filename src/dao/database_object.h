@@ -60,7 +60,7 @@ public:
     // Objects to be appended; a query without a name is the caller's own, one with a name is saved with its statement.
     // Raises TableExists when there is a table or query of the name.
     std::shared_ptr<TableObject> CreateTableDef(std::u16string_view name, std::u16string_view source_table,
-                                                std::u16string_view connect);
+                                                std::u16string_view connect, std::int32_t attributes = 0);
     std::shared_ptr<RelationObject> CreateRelation(std::u16string_view name, std::u16string_view table,
                                                    std::u16string_view foreign_table, std::int32_t attributes) const;
     std::shared_ptr<QueryDef> CreateQueryDef(std::u16string_view name, std::u16string_view text);

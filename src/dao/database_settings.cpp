@@ -5,6 +5,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "jet/connect_text.h"
+#include "odbc/connect_string.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -51,6 +52,7 @@ jet::NewDatabase NewDatabaseOf(std::u16string_view locale, std::int32_t options)
 }
 
 std::u16string PasswordIn(std::u16string_view connect) {
+    if (odbc::ConnectString::IsOdbc(connect)) return {};  // for a server
     return jet::ConnectValue(connect, u"PWD").value_or(std::u16string());
 }
 

@@ -51,6 +51,7 @@ struct TableDef {
     bool linked = false;
     std::u16string connect;       // of a linked table
     std::u16string source_table;  // the same
+    bool save_password = false;   // of a new link: keep the one in `connect`
     Date created;
     Date updated;
     std::u16string validation_rule;

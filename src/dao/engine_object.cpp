@@ -10,6 +10,8 @@
 #include "dao/jet_database.h"
 #include "dao/jet_engine.h"
 #include "jet/session.h"
+#include "odbc/connect_string.h"
+#include "odbc/pool.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -68,20 +70,32 @@ std::shared_ptr<DatabaseObject> Workspace::Add(std::shared_ptr<DatabaseObject> d
 
 std::shared_ptr<DatabaseObject> Workspace::OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
                                                         std::u16string_view connect) {
-    const LinkRights links{.write = true};
-    return Add(std::make_shared<DatabaseObject>(
-        session_ ? JetDatabase::Open(name, read_only, session_, PasswordIn(connect), links, exclusive)
-                 : JetEngine::Instance().OpenDatabase(name, read_only, connect, links, exclusive)));
+    RequireOpen();
+    // Who gives a login for servers wants to go there.
+    const bool login = odbc::ConnectString::IsOdbc(connect);
+    const LinkRights links{.write = true, .servers = login || Engine::Instance().GetOwnUse().links.servers};
+    if (!session_)
+        return Add(std::make_shared<DatabaseObject>(
+            JetEngine::Instance().OpenDatabase(name, read_only, connect, links, exclusive)));
+    auto database = JetDatabase::Open(name, read_only, session_, PasswordIn(connect), links, exclusive);
+    if (login) database->ServerLogin(connect);
+    return Add(std::make_shared<DatabaseObject>(std::move(database)));
 }
 
 std::shared_ptr<DatabaseObject> Workspace::CreateDatabase(std::u16string_view name, std::u16string_view locale,
                                                           std::int32_t options) {
+    RequireOpen();
     return Add(
         std::make_shared<DatabaseObject>(session_ ? JetDatabase::Create(name, session_, NewDatabaseOf(locale, options))
                                                   : JetEngine::Instance().CreateDatabase(name, locale, options)));
 }
 
+void Workspace::RequireOpen() const {
+    if (closed_) Raise(ErrorNumber::ObjectInvalid);
+}
+
 void Workspace::BeginTrans() {
+    RequireOpen();
     if (session_)
         session_->BeginTransaction();
     else
@@ -89,6 +103,7 @@ void Workspace::BeginTrans() {
 }
 
 void Workspace::CommitTrans() {
+    RequireOpen();
     if (session_)
         session_->CommitTransaction();
     else
@@ -96,6 +111,7 @@ void Workspace::CommitTrans() {
 }
 
 void Workspace::Rollback() {
+    RequireOpen();
     if (session_)
         session_->RollbackTransaction();
     else
@@ -103,11 +119,15 @@ void Workspace::Rollback() {
 }
 
 void Workspace::Close() {
+    RequireOpen();
     for (const auto& opened : opened_) {
         if (auto database = opened.lock(); database && database->Jet().IsOpen()) database->Close();
     }
     opened_.clear();
-    while (session_ && session_->IsInTransaction()) session_->RollbackTransaction();
+    if (!session_) return;
+    while (session_->IsInTransaction()) session_->RollbackTransaction();
+    closed_ = true;
+    if (const auto engine = engine_.lock()) engine->Drop(shared_from_this());
 }
 
 // The engine
@@ -115,12 +135,22 @@ void Workspace::Close() {
 EngineObject::EngineObject()
     : first_(std::make_shared<Workspace>(u"#Default Workspace#", u"admin", nullptr)),
       workspaces_({.append =
-                       [](const AnyObject& object) {
-                           if (!std::holds_alternative<std::shared_ptr<Workspace>>(object))
-                               Raise(ErrorNumber::TypeMismatch);
+                       [this](const AnyObject& object) {
+                           const auto* workspace = std::get_if<std::shared_ptr<Workspace>>(&object);
+                           if (workspace == nullptr) Raise(ErrorNumber::TypeMismatch);
+                           (*workspace)->SetEngine(weak_from_this());
                        }}),
       errors_({.load = [] { return LastErrors::Instance().Get(); }}) {
     workspaces_.Append(first_);
+}
+
+std::int16_t EngineObject::LoginTimeout() const {
+    return static_cast<std::int16_t>(odbc::LoginTimeout().count());
+}
+
+void EngineObject::LoginTimeout(std::int16_t seconds) {
+    if (seconds < 0) Raise(ErrorNumber::InvalidArgument, {u"LoginTimeout"});
+    odbc::LoginTimeout(std::chrono::seconds(seconds));
 }
 
 std::shared_ptr<Workspace> EngineObject::CreateWorkspace(std::u16string_view name, std::u16string_view user,

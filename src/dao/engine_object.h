@@ -32,7 +32,9 @@ private:
 // The error of the last call on this thread that failed with one of the engine's; what clients find in Errors.
 void RememberError(const AutomationError& error);
 
-// Databases whose transactions are one.
+class EngineObject;
+
+// Databases whose transactions are one. Raises ObjectInvalid when it has been closed.
 class Workspace : public std::enable_shared_from_this<Workspace> {
 public:
     // Without a session: the thread's own, in which the component's databases are too.
@@ -56,15 +58,22 @@ public:
     void CommitTrans();
     void Rollback();
 
-    // Closes its databases; what is in a transaction is undone.
+    // Closes its databases; what is in a transaction is undone. It leaves Workspaces; the first one stays there and can
+    // be used further.
     void Close();
+
+    // It is in that engine's Workspaces from now on.
+    void SetEngine(std::weak_ptr<EngineObject> engine) { engine_ = std::move(engine); }
 
 private:
     std::shared_ptr<DatabaseObject> Add(std::shared_ptr<DatabaseObject> database);
+    void RequireOpen() const;
 
     std::u16string name_;
     std::u16string user_;
     std::shared_ptr<jet::Session> session_;
+    std::weak_ptr<EngineObject> engine_;
+    bool closed_ = false;
     std::vector<std::weak_ptr<DatabaseObject>> opened_;
     Collection databases_;
 };
@@ -75,8 +84,9 @@ public:
 
     // The version of DAO whose members these are.
     std::u16string Version() const { return u"3.6"; }
-    std::int16_t LoginTimeout() const { return login_timeout_; }
-    void LoginTimeout(std::int16_t seconds) { login_timeout_ = seconds; }
+    // In seconds, for the servers that links lead to.
+    std::int16_t LoginTimeout() const;
+    void LoginTimeout(std::int16_t seconds);
     std::shared_ptr<Collection> Workspaces() { return {shared_from_this(), &workspaces_}; }
     std::shared_ptr<Collection> Errors() {
         errors_.Refresh();
@@ -86,6 +96,9 @@ public:
     // Is in Workspaces when it is appended.
     std::shared_ptr<Workspace> CreateWorkspace(std::u16string_view name, std::u16string_view user,
                                                std::u16string_view password) const;
+
+    // A workspace has been closed.
+    void Drop(const std::shared_ptr<Workspace>& workspace) { workspaces_.Drop(workspace); }
 
     // The same in the first workspace.
     std::shared_ptr<DatabaseObject> OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
@@ -103,7 +116,6 @@ public:
     void Idle(std::int32_t) const {}
 
 private:
-    std::int16_t login_timeout_ = 20;
     std::shared_ptr<Workspace> first_;
     Collection workspaces_;
     Collection errors_;

@@ -296,10 +296,11 @@ public:
     }
 
     sql::RowId Insert(std::span<const Value> values) override {
+        jet::Table& current = Current();
         if (HasRules()) Rules().Check(values);
         inserted_.resize(values.size());
         for (std::size_t i = 0; i < values.size(); ++i) inserted_[layout_->positions[i]] = values[i];
-        return ToRowId(Current().Insert(inserted_));
+        return ToRowId(current.Insert(inserted_));
     }
 
     void BeginInserts() override { Current().BeginInserts(); }
@@ -307,13 +308,14 @@ public:
     void CancelInserts() override { table_->CancelInserts(); }
 
     void Update(sql::RowId row, std::span<const sql::Assignment> changes) override {
+        jet::Table& current = Current();
         if (HasRules() && Rules().Concern(changes)) CheckChange(row, changes);
         std::vector<jet::ColumnChange> stored;
         for (const sql::Assignment& change : changes) {
             stored.push_back(
                 {static_cast<int>(layout_->positions[static_cast<std::size_t>(change.column)]), change.value});
         }
-        Current().Update(ToPointer(row), stored);
+        current.Update(ToPointer(row), stored);
     }
 
     void Delete(sql::RowId row) override { Current().Delete(ToPointer(row)); }
@@ -336,15 +338,15 @@ private:
     bool HasRules() {
         const auto has_rule = [](const sql::Column& column) { return !column.validation.condition.empty(); };
         if (!has_rules_) {
-            has_rules_ =
-                !table_->Definition().validation.condition.empty() || std::ranges::any_of(layout_->columns, has_rule);
+            has_rules_ = !table_->Definition().validation.condition.empty() ||
+                         std::ranges::any_of(rules_layout_->columns, has_rule);
         }
         return *has_rules_;
     }
 
     sql::RowRules& Rules() {
         const ValidationRule& of_rows = table_->Definition().validation;
-        if (!rules_) rules_ = std::make_unique<sql::RowRules>(Name(), layout_->columns, of_rows);
+        if (!rules_) rules_ = std::make_unique<sql::RowRules>(Name(), rules_layout_->columns, of_rows);
         return *rules_;
     }
 
@@ -369,6 +371,9 @@ private:
             const auto& is = current->Definition().columns;
             if (!std::equal(was.begin(), was.end(), is.begin(), is.end(), same)) Raise(ErrorNumber::ObjectInvalid);
             table_ = std::move(current);
+            rules_.reset();
+            has_rules_.reset();
+            rules_layout_ = std::make_shared<const Layout>(*table_);
         }
         return *table_;
     }
@@ -376,6 +381,7 @@ private:
     std::shared_ptr<jet::Table> table_;
     std::shared_ptr<const void> hold_;
     std::shared_ptr<const Layout> layout_;
+    std::shared_ptr<const Layout> rules_layout_ = layout_;  // as the file has it now
     std::optional<bool> has_rules_;
     std::unique_ptr<sql::RowRules> rules_;  // once they are needed
     std::optional<jet::RowView> image_;
@@ -492,7 +498,11 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
     for (const jet::IndexSpec& index : indexes) database_.DropIndex(name, index.name);
     database_.DropColumn(name, wanted.name);
     database_.RenameColumn(name, added.name, wanted.name, layout.Ordinal(at));
-    if (!old.validation.condition.empty()) database_.SetColumnRule(name, wanted.name, old.validation);
+    if (!old.validation.condition.empty()) {
+        sql::Column ruled = wanted;
+        ruled.validation = old.validation;
+        database_.SetColumnSettings(name, ToSpec(ruled));
+    }
     for (const jet::IndexSpec& index : indexes) database_.CreateIndex(name, index);
 }
 

@@ -230,8 +230,25 @@ void JetDatabase::CreateTableDef(std::u16string_view name, std::u16string_view c
 }
 
 void JetDatabase::RefreshLink(std::u16string_view name, std::u16string_view connect) {
+    jet::CatalogObject link;
+    {
+        const jet::Database::Reading reading(Storage());
+        const auto object = storage_->FindObject(name);
+        if (!object || !object->IsLink()) Raise(ErrorNumber::NoSuchTable, {name});
+        link = *object;
+    }
+    if (link.type == jet::CatalogObject::kLinkedOdbc) return links_->Refresh(name, connect);
+    const std::u16string where =
+        connect.empty() ? link.connect + u";DATABASE=" + link.database : std::u16string(connect);
+    jet::Database::Writing writing(*storage_);
+    storage_->DropTable(link.name);
+    storage_->CreateLink(link.name, where, link.foreign_name);
+    writing.Commit();
+}
+
+void JetDatabase::ServerLogin(std::u16string_view connect) {
     Storage();
-    links_->Refresh(name, connect);
+    links_->Login(connect);
 }
 
 std::uint64_t JetDatabase::KnownChanges() {
@@ -249,9 +266,9 @@ void JetDatabase::Limits(const WorkLimits& limits) {
     limits_ = limits;
 }
 
-Work JetDatabase::Begin(std::chrono::steady_clock::duration* spent) const {
+Work JetDatabase::Begin(WorkTaken* taken) const {
     const std::scoped_lock lock(limits_mutex_);
-    return {limits_, cancellations_, spent};
+    return {limits_, cancellations_, taken};
 }
 
 bool JetDatabase::HasTable(std::u16string_view name) {

@@ -61,7 +61,7 @@ public:
     bool IsOpen() const override { return storage_ != nullptr; }
 
     // A part of a statement, or of a record set's calls, of which `spent` remembers how long they took.
-    Work Begin(std::chrono::steady_clock::duration* spent = nullptr) const;
+    Work Begin(WorkTaken* taken = nullptr) const;
 
     // The same with values for parameters. `name`: what the record set is called.
     void Execute(const sql::Statement& statement, const sql::ParameterValues& parameters,
@@ -89,6 +89,12 @@ public:
     // InvalidFieldType.
     void CreateTable(const TableDef& table);
     void AddField(std::u16string_view table, const FieldDef& field);
+
+    // What is said of a field besides its name and type: whether it is required, its default value, its rule; the same
+    // of a table. The rows that are there are not looked at. Raises SyntaxInExpression and the like for what cannot be
+    // read.
+    void ChangeField(std::u16string_view table, const FieldDef& field);
+    void ChangeRule(std::u16string_view table, const ValidationRule& rule);
     void CreateIndex(std::u16string_view table, const IndexDef& index);
     void CreateRelation(const RelationDef& relation);
     void DropTable(std::u16string_view name);
@@ -103,8 +109,13 @@ public:
     void CreateTableDef(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table,
                         bool save_password = false);
 
-    // Takes columns and key of a link to a server from there anew. `connect` as above, empty: as it is.
+    // Makes a link anew: one to a server takes columns and key from there. `connect` as above, empty: as it is. Raises
+    // NoSuchTable when there is no such link.
     void RefreshLink(std::u16string_view name, std::u16string_view connect = {});
+
+    // User and password for links to servers that have none of their own: "ODBC;UID=…;PWD=…". Where it says more, it is
+    // for links to that place alone.
+    void ServerLogin(std::u16string_view connect);
 
     // Grows with each change that is known here, on servers too. May be asked by any thread.
     std::uint64_t KnownChanges();

@@ -3,6 +3,7 @@
 #include "dao/database_settings.h"
 #include "dao/jet_database.h"
 #include "jet/database.h"
+#include "odbc/connect_string.h"
 
 namespace qmtrain::dao {
 
@@ -23,7 +24,9 @@ std::shared_ptr<jet::Session> JetEngine::OwnSession() {
 
 std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, bool read_only,
                                                      std::u16string_view connect, LinkRights links, bool exclusive) {
-    return JetDatabase::Open(name, read_only, OwnSession(), PasswordIn(connect), links, exclusive);
+    auto database = JetDatabase::Open(name, read_only, OwnSession(), PasswordIn(connect), links, exclusive);
+    if (odbc::ConnectString::IsOdbc(connect)) database->ServerLogin(connect);
+    return database;
 }
 
 std::shared_ptr<JetDatabase> JetEngine::CreateDatabase(std::u16string_view name, std::u16string_view locale,

@@ -1,12 +1,16 @@
 // A database's structure: what there is, and changes of it.
+#include <algorithm>
+
 #include "core/error.h"
 #include "core/text.h"
 #include "dao/column_types.h"
+#include "dao/jet_columns.h"
 #include "dao/jet_database.h"
 #include "dao/query_parts.h"
 #include "dao/saved_query.h"
 #include "dao/table_defs.h"
 #include "jet/database.h"
+#include "sql/row_rules.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -40,6 +44,26 @@ sql::Index IndexOf(const IndexDef& index, const std::vector<sql::Column>& column
         made.columns.push_back({at, part.descending});
     }
     return made;
+}
+
+// Raises SyntaxInExpression and the like for a rule that nobody can read.
+void CheckRules(const std::u16string& table, const std::vector<sql::Column>& columns, const ValidationRule& of_rows) {
+    const sql::RowRules rules(table, columns, of_rows);
+}
+
+// The rule of a column that the table has, or is to have; those of others may be what they are.
+void CheckRules(sql::Catalog& catalog, std::u16string_view name, const sql::Column& column) {
+    const auto table = catalog.FindTable(name);
+    if (!table) Raise(ErrorNumber::NoSuchTable, {name});
+    std::vector<sql::Column> columns = table->Columns();
+    for (sql::Column& other : columns) other.validation = {};
+    const auto own =
+        std::ranges::find_if(columns, [&](const sql::Column& other) { return EqualNames(other.name, column.name); });
+    if (own != columns.end())
+        own->validation = column.validation;
+    else
+        columns.push_back(column);
+    CheckRules(std::u16string(name), columns, {});
 }
 
 }  // namespace
@@ -90,6 +114,7 @@ void JetDatabase::CreateTable(const TableDef& table) {
     sql::TableDefinition definition{table.name, {}, {}, {}, {table.validation_rule, table.validation_text}};
     for (const FieldDef& field : table.fields) definition.columns.push_back(ColumnOf(field));
     for (const IndexDef& index : table.indexes) definition.indexes.push_back(IndexOf(index, definition.columns));
+    CheckRules(table.name, definition.columns, definition.validation);
     jet::Database::Writing writing(Storage());
     catalog_->CreateTable(definition);
     writing.Commit();
@@ -97,7 +122,36 @@ void JetDatabase::CreateTable(const TableDef& table) {
 
 void JetDatabase::AddField(std::u16string_view table, const FieldDef& field) {
     jet::Database::Writing writing(Storage());
-    catalog_->AddColumn(table, ColumnOf(field));
+    const sql::Column column = ColumnOf(field);
+    CheckRules(*catalog_, table, column);
+    catalog_->AddColumn(table, column);
+    writing.Commit();
+}
+
+void JetDatabase::ChangeField(std::u16string_view table, const FieldDef& field) {
+    jet::Database::Writing writing(Storage());
+    const sql::Column column = ColumnOf(field);
+    CheckRules(*catalog_, table, column);
+    sql::DefaultValue(column);
+    jet::ColumnSpec spec;
+    spec.name = column.name;
+    spec.type = ToJet(column.type);
+    spec.required = column.required;
+    spec.allow_zero_length = column.allow_zero_length;
+    spec.default_value = column.default_expression;
+    spec.validation = column.validation;
+    storage_->SetColumnSettings(table, spec);
+    writing.Commit();
+}
+
+void JetDatabase::ChangeRule(std::u16string_view name, const ValidationRule& rule) {
+    jet::Database::Writing writing(Storage());
+    const auto table = catalog_->FindTable(name);
+    if (!table) Raise(ErrorNumber::NoSuchTable, {name});
+    std::vector<sql::Column> columns = table->Columns();
+    for (sql::Column& column : columns) column.validation = {};
+    CheckRules(std::u16string(name), columns, rule);
+    storage_->SetTableRule(name, rule);
     writing.Commit();
 }
 

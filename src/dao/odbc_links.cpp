@@ -133,12 +133,17 @@ const jet::CatalogObject* OdbcLinks::Find(std::u16string_view name) {
     return found == links.end() ? nullptr : &*found;
 }
 
+odbc::ConnectString OdbcLinks::WithLogin(odbc::ConnectString connect) const {
+    if (login_) connect.Complete(*login_);
+    return connect;
+}
+
 std::shared_ptr<OdbcServer> OdbcLinks::ServerFor(const odbc::ConnectString& connect) {
     const std::u16string text = connect.Text();
     const std::scoped_lock lock(servers_mutex_);
     auto known = std::ranges::find(servers_, text, &KnownServer::connect);
     if (known == servers_.end()) {
-        servers_.push_back({text, OdbcServer::Of(connect, database_.SharedSession())});
+        servers_.push_back({text, OdbcServer::Of(WithLogin(connect), database_.SharedSession())});
         known = servers_.end() - 1;
     }
     Prepare(*known->server);
@@ -191,7 +196,9 @@ std::shared_ptr<OdbcLink> OdbcLinks::FindLink(std::u16string_view name) {
 
 std::shared_ptr<sql::Table> OdbcLinks::FindTable(std::u16string_view name) {
     auto link = FindLink(name);
-    return link == nullptr ? nullptr : std::make_shared<OdbcTable>(std::move(link), std::u16string_view());
+    return link == nullptr
+               ? nullptr
+               : std::make_shared<OdbcTable>(std::move(link), std::u16string_view(), OdbcTable::Extent::Whole);
 }
 
 std::uint64_t OdbcLinks::Changes() {
@@ -211,7 +218,7 @@ void OdbcLinks::Cancel() noexcept {
 void OdbcLinks::Create(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table,
                        bool save_password, bool replace) {
     odbc::ConnectString stored(connect);
-    const odbc::TableDescription table = ConnectTo(stored)->Describe(source_table);
+    const odbc::TableDescription table = ConnectTo(WithLogin(stored))->Describe(source_table);
     const auto password = stored.TakePassword();
     const bool saved = save_password && password;
     if (saved) stored.Set(u"PWD", *password);
@@ -286,7 +293,8 @@ std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateTable(const sql::ast:
     }
     part.where = Join(std::move(conditions));
     named.alias = NameOf(named);
-    named.table = std::make_shared<OdbcTable>(link, request);
+    const auto extent = request == AliasText() ? OdbcTable::Extent::Whole : OdbcTable::Extent::Some;
+    named.table = std::make_shared<OdbcTable>(link, request, extent);
     return copy;
 }
 
@@ -339,7 +347,7 @@ void OdbcLinks::Narrow(sql::ast::TableExpression& table, std::vector<ExpressionP
     const std::u16string asked = TakeConditions(remote, conditions, true);
     if (asked.empty()) return;
     named.alias = NameOf(named);
-    named.table = std::make_shared<OdbcTable>(link, AliasText() + asked);
+    named.table = std::make_shared<OdbcTable>(link, AliasText() + asked, OdbcTable::Extent::Some);
 }
 
 std::optional<sql::DelegatedChange> OdbcLinks::DelegateChange(sql::Catalog& catalog,

@@ -58,6 +58,9 @@ public:
 
     void TimeLimit(std::chrono::milliseconds limit) { time_limit_ = limit; }
 
+    // User and password for the links that have none of their own, "ODBC;UID=…;PWD=…".
+    void Login(std::u16string_view connect) { login_.emplace(connect); }
+
     // While it lives, transactions that begin are as if each had been alone.
     class Serial {
     public:
@@ -82,6 +85,7 @@ private:
         std::shared_ptr<OdbcServer> server;
     };
 
+    odbc::ConnectString WithLogin(odbc::ConnectString connect) const;
     void Prepare(OdbcServer& server) const { server.Use(time_limit_, serial_); }
     std::shared_ptr<OdbcServer> ServerFor(const odbc::ConnectString& connect);
     const jet::CatalogObject* Find(std::u16string_view name);
@@ -97,6 +101,7 @@ private:
     jet::Database& database_;
     LinkRights rights_;
     std::chrono::milliseconds time_limit_{0};
+    std::optional<odbc::ConnectString> login_;
     std::mutex servers_mutex_;
     std::vector<KnownServer> servers_;
     std::vector<std::shared_ptr<OdbcLink>> links_;  // those that have been used

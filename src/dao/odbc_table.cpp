@@ -66,6 +66,9 @@ protected:
     void Ask(std::u16string_view request) {
         answer_.rows.reset();
         answer_ = server_.Query(request);
+        std::vector<odbc::Shape> shapes;
+        for (const sql::Column& column : columns_) shapes.push_back({column.type, column.size});
+        answer_.rows->Expect(std::move(shapes));
     }
 
     bool Take() {
@@ -134,16 +137,30 @@ std::u16string KeyText(const OdbcLink& link, const std::vector<Value>& row) {
 
 class LinkCursor : public RequestCursor {
 public:
-    LinkCursor(std::shared_ptr<OdbcLink> link, std::u16string request)
-        : RequestCursor(*link->server, link->columns), link_(std::move(link)), request_(std::move(request)) {}
+    // `in_pages`: a whole table is not asked for at once. Most who open one look at its beginning, or add to it.
+    LinkCursor(std::shared_ptr<OdbcLink> link, std::u16string request, bool in_pages)
+        : RequestCursor(*link->server, link->columns),
+          link_(std::move(link)),
+          request_(std::move(request)),
+          in_pages_(in_pages) {}
 
     void Scan() override {
+        constexpr std::int64_t kFirstPage = 256;
         kept_.clear();
-        Ask(request_);
+        if (!in_pages_) return Ask(request_);
+        page_ = left_in_page_ = kFirstPage;
+        Ask(request_ + link_->Page({}, page_));
     }
     bool Next() override {
+        constexpr std::int64_t kLargestPage = 4096;
         row_id_ = {};
-        return Take();
+        if (in_pages_ && left_in_page_ == 0) {
+            page_ = left_in_page_ = std::min(page_ * 4, kLargestPage);
+            Ask(request_ + link_->Page(KeyText(*link_, row_), page_));
+        }
+        if (!Take()) return false;
+        --left_in_page_;
+        return true;
     }
 
     // Without a key a row is known by its place among those kept.
@@ -187,6 +204,9 @@ public:
 private:
     std::shared_ptr<OdbcLink> link_;
     std::u16string request_;
+    bool in_pages_;
+    std::int64_t page_ = 0;
+    std::int64_t left_in_page_ = 0;
     std::map<std::uint32_t, std::vector<Value>> kept_;
     std::map<std::uint32_t, std::optional<std::vector<Value>>> fetched_;  // nothing: the row is no longer there
     mutable sql::RowId row_id_;                                           // none: it is not known yet
@@ -221,12 +241,16 @@ void OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
     keys_[row.value - 1] = &known->first;
 }
 
-std::u16string OdbcLink::KeyNames() const {
+std::u16string OdbcLink::KeyList() const {
     std::u16string names;
     for (const int column : key) {
         names = Joined(std::move(names), u", ", QuotedName(columns[static_cast<std::size_t>(column)].name));
     }
-    return u"(" + names + u")";
+    return names;
+}
+
+std::u16string OdbcLink::KeyNames() const {
+    return u"(" + KeyList() + u")";
 }
 
 std::u16string OdbcLink::IsRow(sql::RowId row) const {
@@ -239,6 +263,12 @@ std::u16string OdbcLink::IsOneOf(std::span<const sql::RowId> wanted) const {
     return KeyNames() + u" IN (" + keys + u")";
 }
 
+std::u16string OdbcLink::Page(std::u16string_view after, std::int64_t wanted) const {
+    std::u16string text;
+    if (!after.empty()) text = (u" WHERE " + KeyNames() + u" > (").append(after).append(u")");
+    return text + u" ORDER BY " + KeyList() + u" LIMIT " + ToText(wanted);
+}
+
 // ---- OdbcTable ----
 
 std::u16string OdbcTable::SelectFrom(const OdbcLink& link, std::u16string_view rest) {
@@ -247,8 +277,8 @@ std::u16string OdbcTable::SelectFrom(const OdbcLink& link, std::u16string_view r
     return (u"SELECT " + columns + u" FROM " + link.remote).append(rest);
 }
 
-OdbcTable::OdbcTable(std::shared_ptr<OdbcLink> link, std::u16string_view narrowed)
-    : link_(std::move(link)), request_(SelectFrom(*link_, narrowed)) {}
+OdbcTable::OdbcTable(std::shared_ptr<OdbcLink> link, std::u16string_view narrowed, Extent extent)
+    : link_(std::move(link)), request_(SelectFrom(*link_, narrowed)), extent_(extent) {}
 
 std::int64_t OdbcTable::RowCount() {
     const auto answer = link_->server->Query(u"SELECT count(*) FROM (" + request_ + u") AS rows");
@@ -258,7 +288,7 @@ std::int64_t OdbcTable::RowCount() {
 }
 
 std::unique_ptr<sql::Cursor> OdbcTable::OpenCursor() {
-    return std::make_unique<LinkCursor>(link_, request_);
+    return std::make_unique<LinkCursor>(link_, request_, extent_ == Extent::Whole && !link_->key.empty());
 }
 
 std::u16string OdbcTable::ColumnList(std::span<const int> columns) const {
@@ -288,7 +318,8 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     }
     std::vector<int> wanted = link_->key;
     const auto counter = std::ranges::find_if(link_->columns, &sql::Column::counter);
-    if (counter != link_->columns.end()) wanted.push_back(static_cast<int>(counter - link_->columns.begin()));
+    const int counted = counter == link_->columns.end() ? -1 : static_cast<int>(counter - link_->columns.begin());
+    if (counted >= 0 && std::ranges::find(wanted, counted) == wanted.end()) wanted.push_back(counted);
     const std::u16string what =
         given.empty() ? u" DEFAULT VALUES" : u" (" + ColumnList(given) + u") VALUES (" + row + u")";
     const auto answer =
@@ -376,7 +407,9 @@ void OdbcTable::UpdateSeen(sql::RowId row, std::span<const sql::Assignment> chan
     std::u16string condition = link_->IsRow(row);
     for (const sql::Assignment& known : seen) {
         const sql::Column& column = link_->columns[static_cast<std::size_t>(known.column)];
-        if (!IsLong(column)) condition += u" AND " + IsStill(column, known.value);
+        const bool is_number_of_key = std::ranges::find(link_->key, known.column) != link_->key.end() &&
+                                      column.type == sql::ColumnType::Long;  // by which the row is found
+        if (!IsLong(column) && !is_number_of_key) condition += u" AND " + IsStill(column, known.value);
     }
     const std::int64_t affected =
         link_->server->Execute(u"UPDATE " + link_->remote + u" SET " + set + u" WHERE " + condition,

@@ -46,15 +46,20 @@ struct OdbcLink {
     std::u16string IsRow(sql::RowId row) const;
     std::u16string IsOneOf(std::span<const sql::RowId> wanted) const;
 
+    // A page of the rows in the order of their keys, behind the one with this key; empty: the first.
+    std::u16string Page(std::u16string_view after, std::int64_t rows) const;
+
 private:
+    std::u16string KeyList() const;
     std::u16string KeyNames() const;
 };
 
 // Rows of a link, all or those that a request asks for.
 class OdbcTable : public sql::Table {
 public:
-    // What stands behind FROM; empty: nothing.
-    OdbcTable(std::shared_ptr<OdbcLink> link, std::u16string_view narrowed);
+    // What stands behind FROM; empty: nothing. `Extent::Whole`: it asks for all rows, in whatever order.
+    enum class Extent : std::uint8_t { Whole, Some };
+    OdbcTable(std::shared_ptr<OdbcLink> link, std::u16string_view narrowed, Extent extent);
 
     const std::u16string& Name() const override { return link_->name; }
     const std::vector<sql::Column>& Columns() const override { return link_->columns; }
@@ -94,6 +99,7 @@ private:
 
     std::shared_ptr<OdbcLink> link_;
     std::u16string request_;
+    Extent extent_;
     std::vector<sql::Index> no_indexes_;
     std::int32_t last_counter_ = 0;
 

@@ -26,6 +26,9 @@ constexpr std::size_t kMaxBlockBytes = std::size_t{256} << 10;
 // In the first block long values are read with their rows, as long as they are short ones.
 constexpr std::size_t kMaxFirstBytes = std::size_t{16} << 10;
 
+// For so long a row of a server may be edited as it was fetched; an update compares it anyway.
+constexpr std::chrono::seconds kFresh{1};
+
 // Rows that are only counted are looked for in one scope.
 constexpr std::int64_t kKeysInScope = 4096;
 
@@ -38,7 +41,7 @@ std::uint32_t NextNumber() {
 
 RowList::RowList(RowSource source, Keep keep, bool empty)
     : source_(std::move(source)), number_(NextNumber()), is_window_(keep == Keep::Window), complete_(empty) {
-    const Work work = source_.database->Begin(&spent_);
+    const Work work = source_.database->Begin(&taken_);
     const jet::Database::Reading reading(Storage());
     query_ = source_.Open();
     has_places_ = keep == Keep::Places && query_->Updatable();
@@ -87,7 +90,7 @@ void RowList::DropDeletedAhead() {
 }
 
 void RowList::ReachAll() {
-    const Work work = source_.database->Begin(&spent_);
+    const Work work = source_.database->Begin(&taken_);
     DropDeletedAhead();
     while (!complete_) {
         const jet::Database::Reading reading(Storage());
@@ -124,7 +127,7 @@ bool RowList::FindKey() {
     while (!complete_ && query_->Next()) {
         if (!has_places_) {
             Pack(*query_, kept_);
-            if (kept_.Size() % kMaxBlockRows == 0) Work::Hold(kept_.Bytes());
+            Cover();
             return true;
         }
         const Place place{query_->Row(query_->EditableTable()), query_->Identity()};
@@ -133,6 +136,7 @@ bool RowList::FindKey() {
         }
         found_ = Fetched();
         places_.push_back(place);
+        Cover();
         found_change_ = ChangeStamp();
         return true;
     }
@@ -149,6 +153,10 @@ void RowList::Pack(sql::Query& query, RowBuffer& rows) const {
         rows.Append(left_out_[static_cast<std::size_t>(column)] ? kLater : query.Get(column));
     }
     rows.End();
+}
+
+void RowList::Cover() {
+    held_.Cover(kept_.Bytes() + block_.Bytes() + places_.capacity() * sizeof(Place));
 }
 
 void RowList::DropWindow() {
@@ -175,7 +183,8 @@ void RowList::FillBlock(std::int64_t index) {
     block_.Clear();
     if (is_window_) DropWindow();
     failure_ = nullptr;
-    const Work work = source_.database->Begin(&spent_);
+    if (is_remote_) fresh_until_ = std::chrono::steady_clock::now() + kFresh;
+    const Work work = source_.database->Begin(&taken_);
     const jet::Database::Reading reading(Storage());
     block_change_ = ChangeStamp();
     while (Fetched() < index && NextKey()) {
@@ -192,6 +201,7 @@ void RowList::FillBlock(std::int64_t index) {
         }
         while (at < index + block_size_ && block_.Bytes() + kept_.Bytes() - before < most_bytes) {
             if (!FillRow(at)) return;
+            Cover();
             ++at;
             if (!goes_on && at == Fetched() && !complete_ && query_->NextIsCheap()) {
                 block_size_ = query_->IsShort() ? kFirstRowsOfFew : kFirstCheapRows;
@@ -256,9 +266,19 @@ void RowList::ReadRow(std::int64_t index, std::vector<Value>& values) {
         kept_.Get(static_cast<std::size_t>(index - kept_first_), values);
         return;
     }
+    if (TakeFresh(index, values)) return;
     const jet::Database::Reading reading(Storage());
     if (!MoveTo(places_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
+}
+
+// What a server has said a moment ago is said again only to those who ask once more, such as an edit that was refused.
+bool RowList::TakeFresh(std::int64_t index, std::vector<Value>& values) {
+    if (!is_remote_ || std::chrono::steady_clock::now() > std::exchange(fresh_until_, {}) || !InBlock(index))
+        return false;
+    if (loaded_ != index) Load(index);
+    values = current_;
+    return true;
 }
 
 void RowList::LookAt(std::int64_t index, std::vector<Value>& values) {
@@ -289,7 +309,7 @@ void RowList::Load(std::int64_t index) {
 }
 
 void RowList::LoadLong(std::int64_t index, std::size_t column, Value& value) {
-    const Work work = source_.database->Begin(&spent_);
+    const Work work = source_.database->Begin(&taken_);
     const jet::Database::Reading reading(Storage());
     if (!MoveTo(places_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
     reader_->Read(static_cast<int>(column), value);

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <unordered_map>
@@ -98,6 +97,7 @@ private:
     // Fetches a block that begins with the row, a longer one each time the last one was read through.
     void FillBlock(std::int64_t index);
     void DropWindow();
+    void Cover();
     bool FillRow(std::int64_t index);
     bool NextKey();
     bool FindKey();
@@ -111,11 +111,14 @@ private:
     // Asks a server for some of the rows from this one on, which MoveTo() is asked for next.
     void Prefetch(std::int64_t from, std::int64_t rows);
 
+    bool TakeFresh(std::int64_t index, std::vector<Value>& values);
     void Load(std::int64_t index);
     void LoadLong(std::int64_t index, std::size_t column, Value& value);
     bool HasLong() const { return std::ranges::find(is_long_, true) != is_long_.end(); }
 
     RowSource source_;
+    WorkTaken taken_;  // in all calls
+    HeldMemory held_;  // by what follows
     std::uint32_t number_;
     QueryPtr query_;   // finds the rows
     QueryPtr reader_;  // goes back to a row; made when it is needed
@@ -139,10 +142,9 @@ private:
     bool has_images_ = false;
     RowBuffer block_;  // with places
     std::int64_t block_first_ = 0;
-    std::int64_t block_size_ = 1;     // how many rows were wanted
-    std::uint64_t block_change_ = 0;  // what has been changed here since makes it old
-
-    std::chrono::steady_clock::duration spent_{};  // in all calls
+    std::int64_t block_size_ = 1;                        // how many rows were wanted
+    std::uint64_t block_change_ = 0;                     // what has been changed here since makes it old
+    std::chrono::steady_clock::time_point fresh_until_;  // of a server
 
     std::exception_ptr failure_;         // why the block's first row could not be read
     std::exception_ptr called_off_;      // why the search for rows has ended

@@ -115,14 +115,14 @@ TableObject::TableObject(std::shared_ptr<JetDatabase> database, TableDef definit
       fields_({[this] {
                    std::vector<AnyObject> objects;
                    for (const FieldDef& field : definition_.fields)
-                       objects.emplace_back(std::make_shared<FieldObject>(field, true));
+                       objects.emplace_back(std::make_shared<FieldObject>(field, ChangeOfFields()));
                    return objects;
                },
                [this](const AnyObject& object) {
                    const auto field = Expect<FieldObject>(object);
                    if (!appended_) return;
                    database_->AddField(Name(), field->Definition());
-                   field->SetAppended();
+                   field->SetAppended(ChangeOfFields());
                },
                [this](std::u16string_view name) {
                    if (appended_) database_->DropField(Name(), name);
@@ -147,6 +147,19 @@ TableDef& TableObject::Open() {
     return RequireNew(definition_, appended_);
 }
 
+void TableObject::SetRule(const qmtrain::ValidationRule& rule) {
+    if (appended_) {
+        if (definition_.linked) Raise(ErrorNumber::InvalidOperation);
+        database_->ChangeRule(Name(), rule);
+    }
+    definition_.validation_rule = rule.condition;
+    definition_.validation_text = rule.text;
+}
+
+FieldObject::Change TableObject::ChangeOfFields() const {
+    return [database = database_, table = Name()](const FieldDef& field) { database->ChangeField(table, field); };
+}
+
 TableDef TableObject::Definition() {
     TableDef whole = definition_;
     whole.fields.clear();
@@ -159,8 +172,18 @@ TableDef TableObject::Definition() {
 
 void TableObject::SetAppended() {
     appended_ = true;
-    for (const AnyObject& object : fields_.Objects()) Expect<FieldObject>(object)->SetAppended();
+    for (const AnyObject& object : fields_.Objects()) Expect<FieldObject>(object)->SetAppended(ChangeOfFields());
     for (const AnyObject& object : indexes_.Objects()) Expect<IndexObject>(object)->SetAppended();
+}
+
+// A link that is there leads elsewhere with RefreshLink.
+void TableObject::Connect(std::u16string_view value) {
+    (appended_ && definition_.linked ? definition_ : Open()).connect = value;
+}
+
+void TableObject::RefreshLink() {
+    if (!appended_ || !definition_.linked) Raise(ErrorNumber::InvalidOperation);
+    database_->RefreshLink(Name(), definition_.connect);
 }
 
 std::int32_t TableObject::Attributes() const {

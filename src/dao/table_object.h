@@ -1,13 +1,16 @@
 // TableDef, Index, Relation and their fields, as DAO has them: put together first, then appended to a database.
 //
 // What is in a database already says how it is, and raises InvalidOperation when it is set; statements change it.
+// Rules, default values, Required and AllowZeroLength of its fields can be set.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "core/validation_rule.h"
 #include "dao/collection.h"
 #include "dao/definitions.h"
 #include "dao/recordset.h"
@@ -18,11 +21,20 @@ class JetDatabase;
 
 class FieldObject {
 public:
+    // Writes what has been set of a field that is in a database.
+    using Change = std::function<void(const FieldDef&)>;
+
     explicit FieldObject(FieldDef definition, bool appended = false, std::u16string foreign_name = {})
         : definition_(std::move(definition)), foreign_name_(std::move(foreign_name)), appended_(appended) {}
+    FieldObject(FieldDef definition, Change change) : FieldObject(std::move(definition), true) {
+        change_ = std::move(change);
+    }
 
     const FieldDef& Definition() const { return definition_; }
-    void SetAppended() { appended_ = true; }
+    void SetAppended(Change change = {}) {
+        appended_ = true;
+        change_ = std::move(change);
+    }
 
     const std::u16string& Name() const { return definition_.name; }
     void Name(std::u16string_view value) { Open().name = value; }
@@ -33,15 +45,15 @@ public:
     std::int32_t Attributes() const { return definition_.attributes; }
     void Attributes(std::int32_t value) { Open().attributes = value; }
     bool Required() const { return definition_.required; }
-    void Required(bool value) { Open().required = value; }
+    void Required(bool value) { Set(&FieldDef::required, value); }
     bool AllowZeroLength() const { return definition_.allow_zero_length; }
-    void AllowZeroLength(bool value) { Open().allow_zero_length = value; }
+    void AllowZeroLength(bool value) { Set(&FieldDef::allow_zero_length, value); }
     const std::u16string& DefaultValue() const { return definition_.default_value; }
-    void DefaultValue(std::u16string_view value) { Open().default_value = value; }
+    void DefaultValue(std::u16string_view value) { Set(&FieldDef::default_value, std::u16string(value)); }
     const std::u16string& ValidationRule() const { return definition_.validation_rule; }
-    void ValidationRule(std::u16string_view value) { Open().validation_rule = value; }
+    void ValidationRule(std::u16string_view value) { Set(&FieldDef::validation_rule, std::u16string(value)); }
     const std::u16string& ValidationText() const { return definition_.validation_text; }
-    void ValidationText(std::u16string_view value) { Open().validation_text = value; }
+    void ValidationText(std::u16string_view value) { Set(&FieldDef::validation_text, std::u16string(value)); }
     std::int16_t OrdinalPosition() const { return static_cast<std::int16_t>(definition_.ordinal); }
     void OrdinalPosition(std::int16_t value) { Open().ordinal = value; }
     std::int32_t CollatingOrder() const { return definition_.collating_order; }
@@ -58,6 +70,19 @@ public:
 private:
     FieldDef& Open();
 
+    template <class T>
+    void Set(T FieldDef::*member, T value) {
+        if (!change_) {
+            Open().*member = std::move(value);
+            return;
+        }
+        FieldDef changed = definition_;
+        changed.*member = std::move(value);
+        change_(changed);
+        definition_ = std::move(changed);
+    }
+
+    Change change_;
     FieldDef definition_;
     std::u16string foreign_name_;
     bool appended_;
@@ -106,16 +131,19 @@ public:
     void Name(std::u16string_view value) { Open().name = value; }
     std::int32_t Attributes() const;
     const std::u16string& Connect() const { return definition_.connect; }
-    void Connect(std::u16string_view value) { Open().connect = value; }
+    void Connect(std::u16string_view value);
     const std::u16string& SourceTableName() const { return definition_.source_table; }
     void SourceTableName(std::u16string_view value) { Open().source_table = value; }
     Date DateCreated() const { return definition_.created; }
     Date LastUpdated() const { return definition_.updated; }
     bool Updatable() const { return !definition_.linked; }
+
+    // Makes the link anew, to the place that Connect has been set to. Raises InvalidOperation for any other table.
+    void RefreshLink();
     const std::u16string& ValidationRule() const { return definition_.validation_rule; }
-    void ValidationRule(std::u16string_view value) { Open().validation_rule = value; }
+    void ValidationRule(std::u16string_view value) { SetRule({std::u16string(value), definition_.validation_text}); }
     const std::u16string& ValidationText() const { return definition_.validation_text; }
-    void ValidationText(std::u16string_view value) { Open().validation_text = value; }
+    void ValidationText(std::u16string_view value) { SetRule({definition_.validation_rule, std::u16string(value)}); }
 
     // -1 for a linked table, as DAO has it.
     std::int32_t RecordCount() const;
@@ -127,6 +155,8 @@ public:
 
 private:
     TableDef& Open();
+    void SetRule(const qmtrain::ValidationRule& rule);
+    FieldObject::Change ChangeOfFields() const;
 
     std::shared_ptr<JetDatabase> database_;
     TableDef definition_;

@@ -90,18 +90,19 @@ Format DetectFormat(std::u16string_view file_name, std::string_view bytes) {
     RaiseComponentError(u"qmtrain", u"看不出文件的格式；可以导入 GIFT、Aiken、Moodle XML 和 CSV 文件。");
 }
 
-Import ReadQuestions(std::string_view bytes, Format format, const Progress& progress) {
-    if (format == Format::MoodleXml) return ReadMoodleXml(bytes, progress);
+Import ReadQuestions(std::string bytes, Format format, const Progress& progress) {
+    if (format == Format::MoodleXml) return ReadMoodleXml(std::move(bytes), progress);
     const std::u16string text = DecodeText(bytes);
+    bytes = {};
     if (format == Format::Gift) return ReadGift(text, progress);
     return format == Format::Aiken ? ReadAiken(text, progress) : ReadCsv(text, progress);
 }
 
 Import ReadFile(std::u16string_view file, std::optional<Format> format, const Progress& progress) {
-    const std::string bytes = ReadBytes(file);
+    std::string bytes = ReadBytes(file);
     try {
         const Format found = DetectFormat(file, bytes);
-        return ReadQuestions(bytes, format.value_or(found), progress);
+        return ReadQuestions(std::move(bytes), format.value_or(found), progress);
     } catch (const AutomationError& error) {
         RaiseComponentError(u"qmtrain",
                             std::u16string(u"文件“").append(file).append(u"”：").append(error.Description()));

@@ -23,11 +23,11 @@ Format DetectFormat(std::u16string_view file_name, std::string_view bytes);
 
 // Every reader takes any bytes: what cannot be read is named in the notices. Raise the component's error when nothing
 // of it can be read, Cancelled when `progress` says so.
-Import ReadQuestions(std::string_view bytes, Format format, const Progress& progress = {});
+Import ReadQuestions(std::string bytes, Format format, const Progress& progress = {});
 Import ReadGift(std::u16string_view text, const Progress& progress = {});
 Import ReadAiken(std::u16string_view text, const Progress& progress = {});
 Import ReadCsv(std::u16string_view text, const Progress& progress = {});
-Import ReadMoodleXml(std::string_view bytes, const Progress& progress = {});
+Import ReadMoodleXml(std::string bytes, const Progress& progress = {});
 
 // The format is given, or found out.
 Import ReadFile(std::u16string_view file, std::optional<Format> format = {}, const Progress& progress = {});

@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <pugixml.hpp>
 
@@ -71,13 +72,40 @@ PictureFiles FilesOf(pugi::xml_node element) {
     };
 }
 
+// Where the lines of a text end, after the text itself has been taken apart.
+class LineEnds {
+public:
+    explicit LineEnds(std::string_view text) : ends_(text.size()) {
+        for (std::size_t at = text.find('\n'); at != text.npos; at = text.find('\n', at + 1)) ends_[at] = true;
+    }
+
+    std::size_t Size() const { return ends_.size(); }
+
+    // The number of the line, from 1, that this byte is in. Quick when the bytes are asked for in their order.
+    std::size_t LineOf(std::ptrdiff_t byte) {
+        const std::size_t offset = std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, byte)), ends_.size());
+        if (offset < last_offset_) {
+            last_offset_ = 0;
+            last_line_ = 1;
+        }
+        for (; last_offset_ < offset; ++last_offset_) last_line_ += ends_[last_offset_] ? 1 : 0;
+        return last_line_;
+    }
+
+private:
+    std::vector<bool> ends_;
+    std::size_t last_offset_ = 0;
+    std::size_t last_line_ = 1;
+};
+
 class MoodleReader {
 public:
-    MoodleReader(std::string_view bytes, const Progress& progress) : bytes_(bytes), progress_(progress) {}
+    // The tree of elements is made in the text, which is of no use afterwards.
+    MoodleReader(std::string& text, const Progress& progress) : text_(text), lines_(text), progress_(progress) {}
     Import Read();
 
 private:
-    std::size_t LineOf(pugi::xml_node node);
+    std::size_t LineOf(pugi::xml_node node) { return lines_.LineOf(node.offset_debug()); }
     void ReadQuestion(pugi::xml_node node);
     void ReadByType(std::string_view type, pugi::xml_node node, Question& question);
     void ReadChoice(pugi::xml_node node, Question& question);
@@ -90,10 +118,9 @@ private:
     void NameHints(pugi::xml_node node);
     void AddFeedback(pugi::xml_node answer, std::u16string_view label, Question& question);
 
-    std::string_view bytes_;
+    std::string& text_;
+    LineEnds lines_;
     const Progress& progress_;
-    std::size_t last_offset_ = 0;
-    std::size_t last_line_ = 1;
     Import import_;
     std::u16string category_;
     TextNotes notes_;
@@ -115,32 +142,14 @@ std::u16string PlainContent(pugi::xml_node element) {
     return std::u16string(Trimmed(Content(element)));
 }
 
-// Elements come in the order of the file.
-std::size_t MoodleReader::LineOf(pugi::xml_node node) {
-    const auto offset = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, node.offset_debug()));
-    if (offset < last_offset_) {
-        last_offset_ = 0;
-        last_line_ = 1;
-    }
-    const std::string_view between = bytes_.substr(last_offset_, offset - last_offset_);
-    last_line_ += static_cast<std::size_t>(std::count(between.begin(), between.end(), '\n'));
-    last_offset_ = std::min(offset, bytes_.size());
-    return last_line_;
-}
-
 Import MoodleReader::Read() {
     pugi::xml_document document;
     const pugi::xml_parse_result result =
-        document.load_buffer(bytes_.data(), bytes_.size(), pugi::parse_default, pugi::encoding_utf8);
-    const pugi::xml_node quiz = document.child("quiz");
+        document.load_buffer_inplace(text_.data(), text_.size(), pugi::parse_default, pugi::encoding_utf8);
+    pugi::xml_node quiz = document.child("quiz");
     std::optional<Notice> broken;
     if (!result) {
-        const auto offset =
-            std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, result.offset)), bytes_.size());
-        const auto line = static_cast<std::size_t>(
-                              std::count(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset), '\n')) +
-                          1;
-        broken = Notice{Notice::Kind::Error, line, {}, std::u16string(ReasonOf(result.status))};
+        broken = Notice{Notice::Kind::Error, lines_.LineOf(result.offset), {}, std::u16string(ReasonOf(result.status))};
     }
     if (!quiz) {
         if (!broken) broken = Notice{Notice::Kind::Error, 1, {}, u"不是 Moodle 的题库：没有 <quiz> 元素。"};
@@ -148,7 +157,9 @@ Import MoodleReader::Read() {
         return std::move(import_);
     }
     std::size_t done = 0;
-    for (const pugi::xml_node node : quiz.children()) {
+    // What has been read makes room for the questions.
+    for (pugi::xml_node node = quiz.first_child(), before; node;
+         before = node, node = node.next_sibling(), quiz.remove_child(before)) {
         if (node.type() != pugi::node_element) continue;
         // What stood open when the file broke off is not whole.
         if (broken && !node.next_sibling()) break;
@@ -156,7 +167,7 @@ Import MoodleReader::Read() {
             import_.Tell(Notice::Kind::Skipped, LineOf(node), u"不认识的元素 <" + FromUtf8(node.name()) + u">。");
             continue;
         }
-        if (++done % 64 == 0) Report(progress_, last_offset_, bytes_.size());
+        if (++done % 64 == 0) Report(progress_, static_cast<std::size_t>(node.offset_debug()), lines_.Size());
         ReadQuestion(node);
     }
     if (broken) import_.notices.push_back(*broken);
@@ -347,9 +358,9 @@ void MoodleReader::NameHints(pugi::xml_node node) {
 
 }  // namespace
 
-Import ReadMoodleXml(std::string_view bytes, const Progress& progress) {
+Import ReadMoodleXml(std::string bytes, const Progress& progress) {
     // What encoding a file names is often not the one it is in.
-    const std::string text = ToUtf8(DecodeText(bytes));
+    std::string text = DecodeToUtf8(std::move(bytes));
     return MoodleReader(text, progress).Read();
 }
 

@@ -47,16 +47,30 @@ bool IsCutOff(std::string_view bytes) {
     return false;
 }
 
-void EndLinesWithLf(std::u16string& text) {
+template <class Text>
+void EndLinesWithLf(Text& text) {
     std::size_t to = 0;
     for (std::size_t from = 0; from < text.size(); ++from) {
-        if (text[from] != u'\r') {
+        if (text[from] != '\r') {
             text[to++] = text[from];
-        } else if (from + 1 >= text.size() || text[from + 1] != u'\n') {
-            text[to++] = u'\n';
+        } else if (from + 1 >= text.size() || text[from + 1] != '\n') {
+            text[to++] = '\n';
         }
     }
     text.resize(to);
+}
+
+// Whether it is text in UTF-8, looked at piece by piece; each ends behind a character.
+bool IsUtf8Text(std::string_view bytes) {
+    constexpr std::size_t kPiece = std::size_t{64} << 10;
+    while (!bytes.empty()) {
+        std::size_t size = std::min(kPiece, bytes.size());
+        while (size < bytes.size() && static_cast<std::uint8_t>(bytes[size]) >= 0x80) ++size;
+        const std::string_view piece = bytes.substr(0, size);
+        if (piece.find('\0') != piece.npos || !IsUtf8(piece, FromUtf8(piece))) return false;
+        bytes.remove_prefix(size);
+    }
+    return true;
 }
 
 }  // namespace
@@ -94,6 +108,14 @@ std::u16string DecodeText(std::string_view bytes) {
     }
     EndLinesWithLf(text);
     return text;
+}
+
+std::string DecodeToUtf8(std::string bytes) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (!IsUtf8Text(bytes)) return ToUtf8(DecodeText(bytes));
+    if (bytes.starts_with(kMark)) bytes.erase(0, kMark.size());
+    EndLinesWithLf(bytes);
+    return bytes;
 }
 
 std::size_t LineAt(std::u16string_view text, std::size_t position) {

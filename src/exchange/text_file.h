@@ -14,6 +14,9 @@ std::string ReadBytes(std::u16string_view file);
 // the encodings.
 std::u16string DecodeText(std::string_view bytes);
 
+// The same in UTF-8. Takes the bytes, and works in them where they are in UTF-8: a large file is not there twice.
+std::string DecodeToUtf8(std::string bytes);
+
 // The number of the line, from 1, in which the position lies.
 std::size_t LineAt(std::u16string_view text, std::size_t position);
 

@@ -94,11 +94,17 @@ bool DataPageEditor::Replace(std::size_t slot, std::span<const std::uint8_t> row
     return true;
 }
 
-void DataPageEditor::Delete(std::size_t slot) {
+void DataPageEditor::Delete(std::size_t slot, bool keep_slots) {
     Resize(slot, 0);
     SetEntry(slot, view_.Offset(slot + 1), SlotKind::Deleted);
     std::size_t slots = view_.slots_;
-    while (slots > 0 && view_.Kind(slots - 1) == SlotKind::Deleted) --slots;
+    while (!keep_slots && slots > 0 && view_.Kind(slots - 1) == SlotKind::Deleted) --slots;
+    Put(page_.Data() + view_.format_->data_slot_count, static_cast<std::uint16_t>(slots));
+    Refresh();
+}
+
+void DataPageEditor::AddDeleted(std::size_t slots) {
+    for (std::size_t slot = 0; slot < slots; ++slot) SetEntry(slot, view_.format_->page_size, SlotKind::Deleted);
     Put(page_.Data() + view_.format_->data_slot_count, static_cast<std::uint16_t>(slots));
     Refresh();
 }

@@ -110,8 +110,11 @@ public:
     // Puts other bytes in the row's place, moving the rows below; false when they do not fit.
     bool Replace(std::size_t slot, std::span<const std::uint8_t> row, SlotKind kind);
 
-    // Leaves a deleted slot of length 0; deleted slots at the end of the table are dropped.
-    void Delete(std::size_t slot);
+    // Leaves a deleted slot of length 0. Deleted slots at the end of the table are dropped unless `keep_slots`.
+    void Delete(std::size_t slot, bool keep_slots = false);
+
+    // Makes that many deleted slots. Requires: the page has no slots, and room for them.
+    void AddDeleted(std::size_t slots);
 
 private:
     void Resize(std::size_t slot, std::size_t length);

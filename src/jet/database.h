@@ -105,7 +105,10 @@ public:
     void DropColumn(std::u16string_view table, std::u16string_view column);
     void RenameColumn(std::u16string_view table, std::u16string_view column, std::u16string_view name,
                       std::uint16_t ordinal);
-    void SetColumnRule(std::u16string_view table, const std::u16string& column, const ValidationRule& rule);
+    // Whether the column is required, its default value and its rule; whether a text may be empty. The rows that are
+    // there are not looked at.
+    void SetColumnSettings(std::u16string_view table, const ColumnSpec& column);
+    void SetTableRule(std::u16string_view table, const ValidationRule& rule);
     void CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts);
     void DropQuery(std::u16string_view name);
     void CreateRelationship(const Relationship& relationship);

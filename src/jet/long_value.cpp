@@ -92,7 +92,10 @@ void LongValueReader::Read(Bytes& value) const {
         }
         return;
     }
-    if (length_ > kLong) Work::Look();  // the looks between the rows would come late
+    if (length_ > kLong) {
+        Work::Look();  // the looks between the rows would come late
+        Work::RequireRoom(length_);
+    }
     WorkSteps steps;
     ForEachSlot([&](RowPointer, const ByteView& bytes) {
         steps.Next();

@@ -37,7 +37,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       durable_(options.durable),
       file_(system_, std::move(path), options.read_only, options.links_in_network),
       password_(options.password),
-      journal_path_(Journal::PathFor(file_.Path())),
+      journal_path_(JournalPath(file_.Path())),
       share_(system_, file_, options.lock_timeout, options.exclusive),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
       change_(system_, file_, share_, cache_, options.durable) {
@@ -46,7 +46,7 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
 
 Pager::~Pager() {
     session_->Remove(*this);
-    change_.RemoveEndedJournal();
+    change_.RemoveKeptJournal();
 }
 
 // Scopes
@@ -109,14 +109,14 @@ bool Pager::HasChanges() const {
 }
 
 CommonJournal Pager::StartCommon(const std::vector<std::filesystem::path>& databases) {
-    Journal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()), file_.Handle());
+    FoundJournal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()), file_.Handle());
     return {system_, databases, file_.Handle(), durable_};
 }
 
-void Pager::WriteChanges(const CommonJournal::Name* common) {
+void Pager::WriteChanges(bool decides, const CommonJournal::Name* common) {
     RaiseCommitCounter();
     for (const PageNumber page : change_.Restored()) Load(page);
-    change_.WriteBack(common);
+    change_.WriteBack(decides, common);
     change_.CompleteFile(page_count_);
     const std::uint8_t* counters = cache_.Load(0)->data + GetFormat().commit_counters;
     std::copy_n(counters, own_counters_.size(), own_counters_.begin());
@@ -196,8 +196,12 @@ void Pager::NoticeUnfinished(bool to_change) {
 }
 
 std::optional<FoundJournal> Pager::FindJournal() {
-    if (change_.HasEndedJournal() || system_.Look(journal_path_) == FileKind::None) return std::nullopt;
-    return FoundJournal::Find(system_, file_);
+    KeptJournal& kept = change_.GetKeptJournal();
+    if (kept.IsEnded() || system_.Look(journal_path_) == FileKind::None) return std::nullopt;
+    std::optional<FoundJournal> found = FoundJournal::Find(system_, file_);
+    if (!found || found->GetState() != FoundJournal::State::Ended) return found;
+    kept.Keep(found->Release(), false);
+    return std::nullopt;
 }
 
 // The journal was compared with our file, and has its effect on the one that stands there, which is `file`.

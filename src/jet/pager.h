@@ -18,6 +18,7 @@
 
 #include "core/files.h"
 #include "jet/file_share.h"
+#include "jet/found_journal.h"
 #include "jet/page_cache.h"
 #include "jet/page_file.h"
 #include "jet/session.h"
@@ -116,7 +117,7 @@ private:
     void UndoLevel() noexcept override;
     bool HasChanges() const override;
     CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) override;
-    void WriteChanges(const CommonJournal::Name* common) override;
+    void WriteChanges(bool decides, const CommonJournal::Name* common) override;
     void Finish() override { change_.Finish(); }
     void FinishInCommon() noexcept override { change_.FinishInCommon(); }
     void Close() noexcept override;

@@ -122,6 +122,13 @@ void Properties::Set(const std::u16string& owner, Property property) {
     list.push_back(std::move(property));
 }
 
+void Properties::Remove(const std::u16string& owner, std::u16string_view name) {
+    const auto list = owners.find(owner);
+    if (list == owners.end()) return;
+    std::erase_if(list->second, [&](const Property& property) { return EqualNames(property.name, name); });
+    if (list->second.empty()) owners.erase(list);
+}
+
 Properties Properties::Read(const ByteView& blob, const Format& format, int code_page) {
     if (blob.Empty()) return {};
     const bool known =

@@ -33,6 +33,7 @@ struct Properties {
 
     const Property* Find(std::u16string_view owner, std::u16string_view name) const;
     void Set(const std::u16string& owner, Property property);
+    void Remove(const std::u16string& owner, std::u16string_view name);
 
     // Raises FileDamaged when the blob is malformed.
     static Properties Read(const ByteView& blob, const Format& format, int code_page);

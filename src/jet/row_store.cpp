@@ -42,9 +42,20 @@ PageNumber RowStore::FindRoom(std::size_t length) {
     return 0;
 }
 
+// Of a page that was this store's before, the slots that it had; 0 when few are left.
+std::size_t RowStore::SlotsUsed(const Bytes& freed) const {
+    constexpr std::size_t kFew = 32;
+    if (freed.empty() || freed[0] != static_cast<std::uint8_t>(PageType::FreedData)) return 0;
+    if (Get<std::uint32_t>(&freed[4]) != owner_) return 0;
+    const std::size_t used = Get<std::uint16_t>(&freed[pager_.GetFormat().data_slot_count]);
+    return used + kFew <= kMaxSlots ? used : 0;
+}
+
 MutablePage RowStore::NewPage(bool listed) {
-    MutablePage page = allocator_.Allocate();
+    Bytes freed;
+    MutablePage page = allocator_.Allocate(slots_ == Slots::Kept ? &freed : nullptr);
     DataPageEditor::Format(page, owner_);
+    if (const std::size_t used = SlotsUsed(freed); used > 0) DataPageEditor(page).AddDeleted(used);
     OwnedMap().Add(page.Number());
     if (listed && free_map_) UsageMap(pager_, allocator_, free_map_).Add(page.Number());
     return page;
@@ -75,7 +86,7 @@ void RowStore::Delete(RowPointer where) {
     MutablePage page = pager_.Write(where.page);
     ViewOf(page);
     DataPageEditor editor(page);
-    editor.Delete(where.slot);
+    editor.Delete(where.slot, slots_ == Slots::Kept);
     if (editor.View().HasLiveRows()) {
         ListIfRoomy(where.page, editor.View());
         return;

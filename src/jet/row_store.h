@@ -12,9 +12,21 @@ namespace qmtrain::jet {
 
 class RowStore {
 public:
+    // How soon the slot of a row that is gone is another row's.
+    enum class Slots : std::uint8_t {
+        Reused,  // at once
+        Kept,    // when all slots of its page have been used: rows that nothing but their place tells apart
+    };
+
     // `owner` is what the pages' headers name. `free_map` may be missing: then every new slot takes a page of its own.
-    RowStore(Pager& pager, PageAllocator& allocator, std::uint32_t owner, RowPointer owned_map, RowPointer free_map)
-        : pager_(pager), allocator_(allocator), owner_(owner), owned_map_(owned_map), free_map_(free_map) {}
+    RowStore(Pager& pager, PageAllocator& allocator, std::uint32_t owner, RowPointer owned_map, RowPointer free_map,
+             Slots slots = Slots::Reused)
+        : pager_(pager),
+          allocator_(allocator),
+          owner_(owner),
+          owned_map_(owned_map),
+          free_map_(free_map),
+          slots_(slots) {}
 
     UsageMap OwnedMap() const { return {pager_, allocator_, owned_map_}; }
 
@@ -35,6 +47,7 @@ public:
 
 private:
     MutablePage NewPage(bool listed);
+    std::size_t SlotsUsed(const Bytes& freed) const;
     PageNumber FindRoom(std::size_t length);
     bool TryPage(PageNumber number, std::size_t length);
     void ListIfRoomy(PageNumber number, const DataPage& page);
@@ -44,6 +57,7 @@ private:
     std::uint32_t owner_;
     RowPointer owned_map_;
     RowPointer free_map_;
+    Slots slots_;
     PageNumber last_used_ = 0;  // where the last row went: the first to be tried
 };
 

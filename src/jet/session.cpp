@@ -120,7 +120,7 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     while (levels_.size() > level + 1) UndoLevel(levels_.size() - 1);
     try {
         if (level == 0) {
-            CommitFiles([&] {
+            CommitFiles(!other && partners_.empty(), [&] {
                 if (other) other();
                 for (SessionPartner* partner : partners_) partner->Commit();
             });
@@ -157,14 +157,14 @@ void Session::UndoLevel(std::size_t level) noexcept {
 }
 
 // Several files: each one's journal names the common journal before the file is overwritten. While that one is in force
-// all journals are; its end is the moment of the commit.
-void Session::CommitFiles(const std::function<void()>& other) {
+// all journals are; its end is the moment of the commit. `alone`: `other` does nothing.
+void Session::CommitFiles(bool alone, const std::function<void()>& other) {
     std::vector<SessionFile*> changed;
     for (SessionFile* file : changing_) {
         if (file->HasChanges()) changed.push_back(file);
     }
     if (changed.size() < 2) {
-        for (SessionFile* file : changed) file->WriteChanges(nullptr);
+        for (SessionFile* file : changed) file->WriteChanges(alone, nullptr);
         other();
         for (SessionFile* file : changed) file->Finish();
         return;
@@ -173,7 +173,7 @@ void Session::CommitFiles(const std::function<void()>& other) {
     for (const SessionFile* file : changed) paths.push_back(file->Path());
     CommonJournal common = changed.front()->StartCommon(paths);
     try {
-        for (SessionFile* file : changed) file->WriteChanges(&common.GetName());
+        for (SessionFile* file : changed) file->WriteChanges(false, &common.GetName());
         other();
         common.Finish();
     } catch (...) {

@@ -50,11 +50,12 @@ public:
     virtual void CommitLevel() noexcept = 0;
     virtual void UndoLevel() noexcept = 0;
 
-    // The outermost level. A commit is WriteChanges, then one of the two Finish, then Close. `common`: the journal of
-    // the commit when other files take part; null: none do.
+    // The outermost level. A commit is WriteChanges, then one of the two Finish, then Close. `decides`: nobody else
+    // takes part, and the change stands when WriteChanges returns. `common`: the journal of the commit when other files
+    // take part; null: none do.
     virtual bool HasChanges() const = 0;
     virtual CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) = 0;
-    virtual void WriteChanges(const CommonJournal::Name* common) = 0;
+    virtual void WriteChanges(bool decides, const CommonJournal::Name* common) = 0;
     virtual void Finish() = 0;
     virtual void FinishInCommon() noexcept = 0;
     virtual void Close() noexcept = 0;
@@ -131,7 +132,7 @@ private:
     std::size_t OpenLevel(const SessionFile* home);
     void CommitLevel(std::size_t level, const std::function<void()>& other = {});
     void UndoLevel(std::size_t level) noexcept;
-    void CommitFiles(const std::function<void()>& other);
+    void CommitFiles(bool alone, const std::function<void()>& other);
     bool UndoFiles() noexcept;
     void LeaveChanging() noexcept;
 

@@ -45,7 +45,8 @@ StoredTable::StoredTable(Pager& pager, PageAllocator& allocator, PageNumber page
       allocator_(allocator),
       name_(std::move(name)),
       definition_(LoadDefinition(pager_, page, properties)),
-      store_(pager_, allocator_, page, definition_.owned_map, definition_.free_map),
+      store_(pager_, allocator_, page, definition_.owned_map, definition_.free_map,
+             definition_.HasKey() ? RowStore::Slots::Reused : RowStore::Slots::Kept),
       order_checked_(definition_.real_indexes.size()) {}
 
 std::int64_t StoredTable::RowCount() const {

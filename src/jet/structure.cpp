@@ -460,10 +460,22 @@ void Database::RenameColumn(std::u16string_view table, std::u16string_view colum
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
 }
 
-void Database::SetColumnRule(std::u16string_view table, const std::u16string& column, const ValidationRule& rule) {
+void Database::SetColumnSettings(std::u16string_view table, const ColumnSpec& column) {
     const CatalogObject object = RequireTable(*this, table);
     Properties properties = ReadProperties(table);
-    SetValidation(properties, column, rule, *pager_);
+    for (const std::u16string_view name :
+         {u"Required", u"AllowZeroLength", u"DefaultValue", u"ValidationRule", u"ValidationText"})
+        properties.Remove(column.name, name);
+    AddColumnProperties(column, *pager_, properties);
+    SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
+    Forget(static_cast<PageNumber>(object.id));
+}
+
+void Database::SetTableRule(std::u16string_view table, const ValidationRule& rule) {
+    const CatalogObject object = RequireTable(*this, table);
+    Properties properties = ReadProperties(table);
+    for (const std::u16string_view name : {u"ValidationRule", u"ValidationText"}) properties.Remove({}, name);
+    SetValidation(properties, {}, rule, *pager_);
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
     Forget(static_cast<PageNumber>(object.id));
 }

@@ -383,6 +383,22 @@ int TableDefinition::FindColumn(std::u16string_view name) const {
     return FindPosition(columns, [&](const Column& column) { return EqualNames(column.name, name); });
 }
 
+bool TableDefinition::HasKey() const {
+    for (std::size_t i = 0; i < real_indexes.size(); ++i) {
+        const RealIndex& index = real_indexes[i];
+        const bool primary = std::ranges::any_of(logical_indexes, [&](const LogicalIndex& logical) {
+            return logical.real == i && logical.role == IndexRole::Primary;
+        });
+        const bool in_long_values = std::ranges::any_of(index.columns, [&](const KeyColumn& part) {
+            const int column = ColumnByNumber(part.number);
+            const ColumnType type = columns[static_cast<std::size_t>(column)].type;
+            return type == ColumnType::Memo || type == ColumnType::LongBinary;
+        });
+        if (index.IsUnique() && (primary || index.IsRequired()) && !in_long_values) return true;
+    }
+    return false;
+}
+
 int TableDefinition::ColumnByNumber(std::uint16_t number) const {
     return FindPosition(columns, [&](const Column& column) { return column.number == number; });
 }

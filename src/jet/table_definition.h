@@ -151,6 +151,9 @@ struct TableDefinition {
 
     // Positions; -1 when there is none.
     int FindColumn(std::u16string_view name) const;
+
+    // Whether an index tells all rows apart.
+    bool HasKey() const;
     int ColumnByNumber(std::uint16_t number) const;
     int FindLogicalIndex(std::u16string_view name) const;
     int LogicalByNumber(std::uint32_t number) const;

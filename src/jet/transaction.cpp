@@ -4,6 +4,7 @@
 
 #include "core/error.h"
 #include "core/work.h"
+#include "jet/found_journal.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -93,7 +94,7 @@ PageNumber Transaction::UndoLevel() noexcept {
     return page_count;
 }
 
-void Transaction::WriteBack(const CommonJournal::Name* common) {
+void Transaction::WriteBack(bool decides, const CommonJournal::Name* common) {
     const std::vector<Frame*> dirty = cache_.DirtyInOrder();
     share_.LockToWrite();
     const std::uint32_t page_size = file_.GetFormat().page_size;
@@ -103,6 +104,7 @@ void Transaction::WriteBack(const CommonJournal::Name* common) {
         const std::uint64_t length = std::uint64_t{old_pages} * page_size;
         journal_ = BeginJournal(length);
         overwritten_ = false;
+        if (decides) TellOutcome(dirty);
     }
     std::vector<std::uint8_t> image(page_size);
     for (const Frame* frame : dirty) {
@@ -119,19 +121,35 @@ void Transaction::WriteBack(const CommonJournal::Name* common) {
     }
 }
 
-// Whoever may make files in the folder can put one under the journal's name at any moment: it is set aside.
+// What the file will hold, where that is little enough to be told.
+void Transaction::TellOutcome(std::span<Frame* const> frames) {
+    const std::uint32_t page_size = file_.GetFormat().page_size;
+    if (!durable_ || frames.size() > Journal::MostOutcomes(page_size)) return;
+    std::vector<std::uint8_t> image(page_size);
+    for (const Frame* frame : frames) {
+        std::copy_n(frame->data, page_size, image.begin());
+        file_.ApplyPageCipher(frame->number, image);
+        journal_->AddOutcome(frame->number, image);
+    }
+}
+
+// Whoever may make files in the folder can put one under the journal's name at any moment: it is set aside. One that
+// another account has left, and that may not be written, makes room.
 std::unique_ptr<Journal> Transaction::BeginJournal(std::uint64_t length) {
-    std::unique_ptr<File> ended = TakeEndedJournal();
+    std::unique_ptr<File> kept = kept_journal_.Take();
     for (int tries = 1;; ++tries) {
         try {
-            return std::make_unique<Journal>(system_, file_, length, durable_, std::move(ended));
+            return std::make_unique<Journal>(system_, file_, length, durable_, std::move(kept));
         } catch (const AutomationError& error) {
             if (!error.Is(ErrorNumber::CannotOpenFile) || tries == kTries) throw;
             Work::Look();
         }
         auto found = FoundJournal::Find(system_, file_);
-        if (found && found->GetState() == FoundJournal::State::Foreign) {
+        if (!found) continue;
+        if (found->GetState() == FoundJournal::State::Foreign) {
             FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
+        } else if (found->GetState() == FoundJournal::State::Ended) {
+            system_.Remove(JournalPath(file_.Path()));
         }
     }
 }
@@ -142,30 +160,41 @@ void Transaction::CompleteFile(PageNumber page_count) {
     if (durable_) file_.Sync();
 }
 
-// A newcomer finds a file that stayed, and takes it away once; with others about, it would be in everybody's way.
 void Transaction::Finish() {
     journal_->Finish();
-    if (share_.IsAlone()) ended_journal_ = journal_->Release();
-    if (!ended_journal_) journal_->Remove();
+    KeepJournal();
 }
 
-// Null when another file, or none, lies there by now.
-std::unique_ptr<File> Transaction::TakeEndedJournal() {
-    std::unique_ptr<File> file = std::move(ended_journal_);
-    const std::filesystem::path path = Journal::PathFor(file_.Path());
-    const bool in_place = file && file->IsAt(path) && system_.Look(path) == FileKind::Plain;
-    return in_place ? std::move(file) : nullptr;
+void Transaction::FinishInCommon() noexcept {
+    journal_->Void();
+    KeepJournal();
 }
 
-// Only where no other writer can have put a journal of his own there meanwhile.
-void Transaction::RemoveEndedJournal() noexcept {
-    if (!ended_journal_) return;
+// Its file stays where all who may write the database may write it.
+void Transaction::KeepJournal() noexcept {
+    std::unique_ptr<File> file = journal_->Release();
     try {
-        if (share_.TryReserve() && HasEndedJournal()) system_.Remove(Journal::PathFor(file_.Path()));
+        if (share_.IsAlone() || file->HasRightsOf(file_.Handle())) return kept_journal_.Keep(std::move(file), true);
+        system_.Remove(JournalPath(file_.Path()));
     } catch (const AutomationError&) {
-        // Whoever finds it there removes it.
+        // Whoever finds it there ends it.
     }
-    ended_journal_.reset();
+}
+
+// The last one; and only where no other writer can have put a journal of his own there meanwhile.
+void Transaction::RemoveKeptJournal() noexcept {
+    try {
+        const bool there = system_.Look(JournalPath(file_.Path())) == FileKind::Plain;
+        if (there && share_.IsAlone() && share_.TryReserve()) {
+            auto found = FoundJournal::Find(system_, file_);
+            if (found && found->GetState() == FoundJournal::State::Ended) {
+                kept_journal_.Keep(found->Release(), false);
+                kept_journal_.Remove();
+            }
+        }
+    } catch (const AutomationError&) {
+        // Whoever finds it there ends it.
+    }
     share_.Unlock();
 }
 
@@ -183,16 +212,18 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     restored_.clear();
     if (!journal_) return undone;
     if (!overwritten_) {  // the disk may be full, and need not take anything for this
-        journal_->Remove();
+        journal_->Void();
+        KeepJournal();
         journal_.reset();
         return undone;
     }
     cache_.ForgetAll();  // what was written back early is in the file, and in clean frames
+    journal_->Disown();
+    journal_.reset();
     try {
-        journal_.reset();
         auto found = FoundJournal::Find(system_, file_);
-        undone.complete = found.has_value();
-        if (found) FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
+        undone.complete = found && found->GetState() == FoundJournal::State::InForce;
+        if (undone.complete) FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
     } catch (const AutomationError&) {
         undone.complete = false;
     }

@@ -4,11 +4,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "jet/file_share.h"
 #include "jet/image_store.h"
 #include "jet/journal.h"
+#include "jet/journal_format.h"
+#include "jet/kept_journal.h"
 #include "jet/page_cache.h"
 #include "jet/page_file.h"
 
@@ -17,7 +20,12 @@ namespace qmtrain::jet {
 class Transaction {
 public:
     Transaction(FileSystem& system, PageFile& file, FileShare& share, PageCache& cache, bool durable)
-        : system_(system), file_(file), share_(share), cache_(cache), durable_(durable) {}
+        : system_(system),
+          file_(file),
+          share_(share),
+          cache_(cache),
+          durable_(durable),
+          kept_journal_(system, JournalPath(file.Path())) {}
 
     bool IsOpen() const { return !levels_.empty(); }
     bool IsNested() const { return levels_.size() > 1; }
@@ -40,16 +48,17 @@ public:
     void CommitLevel() noexcept { levels_.pop_back(); }
     PageNumber UndoLevel() noexcept;
 
-    // Brings the changed pages into the file, their old content safe in the journal. `common`: the journal of the
-    // transaction over several files of which this is a part; null: none, or not yet.
-    void WriteBack(const CommonJournal::Name* common = nullptr);
+    // Brings the changed pages into the file, their old content safe in the journal. `decides`: these are the last
+    // ones, and the transaction stands when they are safe. `common`: the journal of the transaction over several files
+    // of which this is a part; null: none, or not yet.
+    void WriteBack(bool decides = false, const CommonJournal::Name* common = nullptr);
     bool HasWritten() const { return journal_ != nullptr; }
 
-    // Whether what lies under the journal's name is the ended journal of the last commit here.
-    bool HasEndedJournal() const { return ended_journal_ && ended_journal_->IsAt(Journal::PathFor(file_.Path())); }
+    // What lies under the journal's name at the end of a change.
+    KeptJournal& GetKeptJournal() { return kept_journal_; }
 
     // Before the file is closed.
-    void RemoveEndedJournal() noexcept;
+    void RemoveKeptJournal() noexcept;
 
     // After the last WriteBack: the file gets its length and is safe on the disk.
     void CompleteFile(PageNumber page_count);
@@ -58,7 +67,7 @@ public:
     void Finish();
 
     // The common journal is gone: this one means nothing any more.
-    void FinishInCommon() noexcept { journal_->Remove(); }
+    void FinishInCommon() noexcept;
 
     // The commit is complete, and what the cache holds is what the file holds.
     void Close();
@@ -79,8 +88,9 @@ private:
     };
 
     void MergeRestored();
-    std::unique_ptr<File> TakeEndedJournal();
     std::unique_ptr<Journal> BeginJournal(std::uint64_t length);
+    void TellOutcome(std::span<Frame* const> frames);
+    void KeepJournal() noexcept;
 
     FileSystem& system_;
     PageFile& file_;
@@ -90,8 +100,8 @@ private:
     std::vector<Level> levels_;         // outermost first; that one has no images, for the file holds them
     std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
     std::unique_ptr<Journal> journal_;
-    std::unique_ptr<File> ended_journal_;  // has no effect, and stays for the next one
-    bool overwritten_ = false;             // the file, since the journal began
+    KeptJournal kept_journal_;
+    bool overwritten_ = false;  // the file, since the journal began
 };
 
 }  // namespace qmtrain::jet

@@ -258,7 +258,7 @@ MutablePage PageAllocator::AllocateUnmapped() {
     return pager_.Extend();
 }
 
-MutablePage PageAllocator::Allocate() {
+MutablePage PageAllocator::Allocate(Bytes* before) {
     if (generation_ != pager_.Generation()) {
         search_from_ = 1;
         generation_ = pager_.Generation();
@@ -271,6 +271,7 @@ MutablePage PageAllocator::Allocate() {
     MutablePage page;
     if (found != 0) {
         page = pager_.Write(found);
+        if (before != nullptr) before->assign(page.Data(), page.Data() + pager_.GetFormat().page_size);
         std::memset(page.Data(), 0, pager_.GetFormat().page_size);
     } else {
         page = pager_.Extend();

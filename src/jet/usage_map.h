@@ -6,6 +6,7 @@
 
 #include <functional>
 
+#include "core/value.h"
 #include "jet/pager.h"
 
 namespace qmtrain::jet {
@@ -58,8 +59,8 @@ class PageAllocator {
 public:
     explicit PageAllocator(Pager& pager) : pager_(pager) {}
 
-    // A page of zeros, counted as used.
-    MutablePage Allocate();
+    // A page of zeros, counted as used. `before` gets what it held when it was freed, nothing for a page that is new.
+    MutablePage Allocate(Bytes* before = nullptr);
 
     // The page must not belong to any map any more. `type` is what the freed page says of itself.
     void Free(PageNumber page, PageType type);

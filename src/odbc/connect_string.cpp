@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 #include "core/text.h"
 
@@ -10,6 +11,8 @@ namespace {
 
 constexpr std::u16string_view kPrefix = u"ODBC;";
 constexpr std::array<std::u16string_view, 2> kPasswordKeys = {u"PWD", u"Password"};
+constexpr std::array<std::u16string_view, 7> kPlaceKeys = {u"DSN",        u"FILEDSN", u"DRIVER",  u"SERVER",
+                                                           u"Servername", u"PORT",    u"DATABASE"};
 
 std::u16string_view Trimmed(std::u16string_view text) {
     while (!text.empty() && text.front() == u' ') text.remove_prefix(1);
@@ -42,8 +45,12 @@ bool NeedsBraces(std::u16string_view value) {
     return value.find_first_of(u";{}[]()?*=!@+% ") != std::u16string_view::npos;
 }
 
+bool IsIn(std::span<const std::u16string_view> keys, std::u16string_view key) {
+    return std::ranges::any_of(keys, [&](std::u16string_view known) { return EqualNames(known, key); });
+}
+
 bool IsPasswordKey(std::u16string_view key) {
-    return std::ranges::any_of(kPasswordKeys, [&](std::u16string_view known) { return EqualNames(known, key); });
+    return IsIn(kPasswordKeys, key);
 }
 
 }  // namespace
@@ -84,6 +91,20 @@ void ConnectString::Set(std::u16string_view key, std::u16string_view value) {
 
 void ConnectString::SetDefault(std::u16string_view key, std::u16string_view value) {
     if (Find(key) == nullptr) Set(key, value);
+}
+
+void ConnectString::Complete(const ConnectString& login) {
+    const auto contradicts = [&](const Part& part) {
+        const Part* own = Find(part.key);
+        if (IsIn(kPlaceKeys, part.key)) return own == nullptr || !EqualNames(own->value, part.value);
+        return EqualNames(part.key, u"UID") && own != nullptr && own->value != part.value;
+    };
+    if (std::ranges::any_of(login.parts_, contradicts)) return;
+    const bool has_password = std::ranges::any_of(parts_, [](const Part& part) { return IsPasswordKey(part.key); });
+    for (const Part& part : login.parts_) {
+        if (EqualNames(part.key, u"UID")) SetDefault(u"UID", part.value);
+        if (IsPasswordKey(part.key) && !has_password) Set(u"PWD", part.value);
+    }
 }
 
 std::optional<std::u16string> ConnectString::TakePassword() {

@@ -9,10 +9,6 @@
 namespace qmtrain::odbc {
 namespace {
 
-SQLPOINTER Number(SQLULEN number) {
-    return reinterpret_cast<SQLPOINTER>(number);
-}
-
 constexpr int kMaxName = 256;
 
 // The driver's texts may repeat what it was given.
@@ -201,20 +197,39 @@ void Connection::Cancel() noexcept {
 // Statement
 
 Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
-    const SQLHDBC handle = connection.handles_->connection;
-    if (!Succeeded(library_.AllocHandle(SQL_HANDLE_STMT, handle, &handle_))) {
-        const Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_DBC, handle);
-        if (MeansLost(diagnostics)) connection.alive_ = false;
-        RaiseFor(diagnostics, {}, connection.place_);
+    std::vector<Connection::Handles::Ended>& ended = connection.handles_->ended;
+    if (ended.empty()) {
+        Allocate();
+    } else {
+        handle_ = ended.back().handle;
+        time_limit_ = ended.back().time_limit;
+        ended.pop_back();
     }
-    library_.SetStmtAttr(handle_, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
-    if (connection.time_limit_ > 0) {
-        library_.SetStmtAttr(handle_, SQL_ATTR_QUERY_TIMEOUT, Number(static_cast<SQLULEN>(connection.time_limit_)), 0);
+    if (time_limit_ != connection.time_limit_) {
+        time_limit_ = connection.time_limit_;
+        library_.SetStmtAttr(handle_, SQL_ATTR_QUERY_TIMEOUT, Number(static_cast<SQLULEN>(time_limit_)), 0);
     }
 }
 
+void Statement::Allocate() {
+    const SQLHDBC handle = connection_.handles_->connection;
+    if (!Succeeded(library_.AllocHandle(SQL_HANDLE_STMT, handle, &handle_))) {
+        const Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_DBC, handle);
+        if (MeansLost(diagnostics)) connection_.alive_ = false;
+        RaiseFor(diagnostics, {}, connection_.place_);
+    }
+    library_.SetStmtAttr(handle_, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
+}
+
 Statement::~Statement() {
-    library_.FreeHandle(SQL_HANDLE_STMT, handle_);
+    constexpr std::size_t kMostEnded = 4;
+    std::vector<Connection::Handles::Ended>& ended = connection_.handles_->ended;
+    const bool keep =
+        keep_ && connection_.alive_ && ended.size() < kMostEnded && Succeeded(library_.FreeStmt(handle_, SQL_CLOSE));
+    if (keep)
+        ended.push_back({handle_, time_limit_});
+    else
+        library_.FreeHandle(SQL_HANDLE_STMT, handle_);
 }
 
 Statement::Running::Running(Statement& statement) : connection_(statement.connection_) {

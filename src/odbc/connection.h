@@ -34,18 +34,28 @@ public:
     explicit Rows(std::unique_ptr<Statement> statement);
     ~Rows();
 
+    // Told what all columns are like, so that many rows come faster: in blocks, unless some are long.
+    void Expect(std::vector<Shape> shapes);
+
     bool Next();
 
-    // As a column of this type holds it. Requires: Next() was true, and columns are read in their order.
+    // As a column of this type, the one expected, holds it. Requires: Next() was true, and columns are read in their
+    // order.
     void Read(int column, ColumnType type, Value& value);
 
 private:
+    struct Block;
+
+    bool FetchBlock();
     void ReadText(int column, std::u16string& text, bool& null);
     void ReadBytes(int column, Value& value);
-    template <class T>
-    bool ReadFixed(int column, int c_type, T& value);
+    bool ReadFixed(int column, int c_type, void* bytes, std::size_t size);
+    void ReadFromBlock(int column, Value& value) const;
 
     std::unique_ptr<Statement> statement_;
+    std::vector<Shape> shapes_;
+    int rows_alone_ = 0;  // fetched one by one
+    std::unique_ptr<Block> block_;
 };
 
 class Connection {

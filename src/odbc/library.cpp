@@ -19,6 +19,7 @@ Library Loaded() {
     Library library;
     Load(library.AllocHandle, "SQLAllocHandle");
     Load(library.FreeHandle, "SQLFreeHandle");
+    Load(library.FreeStmt, "SQLFreeStmt");
     Load(library.SetEnvAttr, "SQLSetEnvAttr");
     Load(library.SetConnectAttr, "SQLSetConnectAttrW");
     Load(library.GetConnectAttr, "SQLGetConnectAttrW");
@@ -32,6 +33,7 @@ Library Loaded() {
     Load(library.RowCount, "SQLRowCount");
     Load(library.MoreResults, "SQLMoreResults");
     Load(library.Fetch, "SQLFetch");
+    Load(library.BindCol, "SQLBindCol");
     Load(library.GetData, "SQLGetData");
     Load(library.Cancel, "SQLCancel");
     Load(library.GetDiagRec, "SQLGetDiagRecW");

@@ -20,6 +20,7 @@ struct Library {
 
     decltype(&::SQLAllocHandle) AllocHandle = nullptr;
     decltype(&::SQLFreeHandle) FreeHandle = nullptr;
+    decltype(&::SQLFreeStmt) FreeStmt = nullptr;
     decltype(&::SQLSetEnvAttr) SetEnvAttr = nullptr;
     decltype(&::SQLSetConnectAttrW) SetConnectAttr = nullptr;
     decltype(&::SQLGetConnectAttrW) GetConnectAttr = nullptr;
@@ -33,6 +34,7 @@ struct Library {
     decltype(&::SQLRowCount) RowCount = nullptr;
     decltype(&::SQLMoreResults) MoreResults = nullptr;
     decltype(&::SQLFetch) Fetch = nullptr;
+    decltype(&::SQLBindCol) BindCol = nullptr;
     decltype(&::SQLGetData) GetData = nullptr;
     decltype(&::SQLCancel) Cancel = nullptr;
     decltype(&::SQLGetDiagRecW) GetDiagRec = nullptr;
@@ -59,6 +61,11 @@ inline SQLWCHAR* ToWide(char16_t* text) {
 // The functions do not write where they are given text to read.
 inline SQLWCHAR* ToWide(std::u16string_view text) {
     return ToWide(const_cast<char16_t*>(text.data()));
+}
+
+// The value of an attribute that is a number.
+inline SQLPOINTER Number(SQLULEN number) {
+    return reinterpret_cast<SQLPOINTER>(number);
 }
 
 inline bool Succeeded(SQLRETURN result) {

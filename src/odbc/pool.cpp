@@ -1,7 +1,10 @@
 #include "odbc/pool.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
+#include <random>
+#include <thread>
 #include <vector>
 
 #ifndef _WIN32
@@ -103,18 +106,48 @@ Pool& ThePool() {
     return pool;
 }
 
+std::atomic<std::chrono::seconds> login_timeout{std::chrono::seconds(20)};
+
+// Those who have come together do not come back together.
+void Pause() {
+    constexpr int kLongest = 1000;  // milliseconds
+    thread_local std::minstd_rand random(std::random_device{}());
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::uniform_int_distribution<>(0, kLongest)(random)));
+}
+
 std::unique_ptr<Connection> OpenNew(const ConnectString& connect, const std::u16string& text) {
+    constexpr std::chrono::seconds kAttempt{5};
     ThePool().RaiseIfSilent(text);
-    const Clock::time_point begin = Clock::now();
-    try {
-        return Connection::Open(connect);
-    } catch (const AutomationError& error) {
-        if (Clock::now() - begin >= kInVain) ThePool().NoteSilent(text, error);
-        throw;
+    const std::chrono::seconds limit = login_timeout;
+    const Clock::time_point first = Clock::now();
+    while (true) {
+        const Clock::time_point begin = Clock::now();
+        const auto rest = std::chrono::ceil<std::chrono::seconds>(first + limit - begin);
+        const std::chrono::seconds attempt = limit.count() == 0 ? kAttempt : std::min(kAttempt, rest);
+        try {
+            return Connection::Open(connect, attempt);
+        } catch (const AutomationError& error) {
+            const Clock::time_point now = Clock::now();
+            const bool time_left = limit.count() == 0 || now + kInVain < first + limit;
+            const bool silent = now - begin >= attempt;
+            if (!silent || !time_left) {
+                if (now - begin >= kInVain) ThePool().NoteSilent(text, error);
+                throw;
+            }
+        }
+        Pause();
     }
 }
 
 }  // namespace
+
+void LoginTimeout(std::chrono::seconds limit) {
+    login_timeout = limit;
+}
+
+std::chrono::seconds LoginTimeout() {
+    return login_timeout;
+}
 
 std::shared_ptr<Connection> TakeConnection(const ConnectString& connect) {
     const std::u16string text = connect.Text();

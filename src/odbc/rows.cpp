@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 
 #include "core/convert.h"
 #include "core/text.h"
@@ -8,20 +9,128 @@
 
 namespace qmtrain::odbc {
 
+namespace {
+
+// How a value travels, and how many bytes it takes.
+struct Transfer {
+    SQLSMALLINT c_type = 0;
+    std::size_t size = 0;  // 0: it is long
+};
+
+Transfer TransferOf(const Shape& shape) {
+    switch (shape.type) {
+        case ColumnType::Boolean: return {SQL_C_BIT, sizeof(unsigned char)};
+        case ColumnType::Byte: return {SQL_C_UTINYINT, sizeof(std::uint8_t)};
+        case ColumnType::Integer: return {SQL_C_SSHORT, sizeof(std::int16_t)};
+        case ColumnType::Long: return {SQL_C_SLONG, sizeof(std::int32_t)};
+        case ColumnType::Single: return {SQL_C_FLOAT, sizeof(float)};
+        case ColumnType::Double: return {SQL_C_DOUBLE, sizeof(double)};
+        case ColumnType::Date: return {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
+        case ColumnType::Text:
+            // A character may be two units.
+            return {SQL_C_WCHAR,
+                    shape.size == 0 ? 0 : (static_cast<std::size_t>(shape.size) * 2 + 1) * sizeof(char16_t)};
+        default: return {};
+    }
+}
+
+template <class T>
+void Take(const std::uint8_t* bytes, Value& value) {
+    T number;
+    std::memcpy(&number, bytes, sizeof number);
+    value.SetNumber(number);
+}
+
+void TakeFixed(ColumnType type, const std::uint8_t* bytes, Value& value) {
+    switch (type) {
+        case ColumnType::Boolean: return value.SetNumber(*bytes != 0);
+        case ColumnType::Byte: return Take<std::uint8_t>(bytes, value);
+        case ColumnType::Integer: return Take<std::int16_t>(bytes, value);
+        case ColumnType::Long: return Take<std::int32_t>(bytes, value);
+        case ColumnType::Single: return Take<float>(bytes, value);
+        case ColumnType::Double: return Take<double>(bytes, value);
+        default: break;
+    }
+    SQL_TIMESTAMP_STRUCT time;
+    std::memcpy(&time, bytes, sizeof time);
+    value.SetNumber(FromCivil({time.year, time.month, time.day, time.hour, time.minute, time.second}));
+}
+
+}  // namespace
+
+// Where the library puts rows that come together.
+struct Rows::Block {
+    struct Column {
+        Transfer transfer;
+        std::vector<std::uint8_t> values;
+        std::vector<SQLLEN> lengths;
+    };
+
+    std::vector<Column> columns;
+    std::vector<SQLUSMALLINT> states;
+    SQLULEN fetched = 0;
+    std::size_t at = 0;
+};
+
 Rows::Rows(std::unique_ptr<Statement> statement) : statement_(std::move(statement)) {}
 
 Rows::~Rows() = default;
 
+void Rows::Expect(std::vector<Shape> shapes) {
+    const bool short_ones = std::ranges::all_of(shapes, [](const Shape& shape) { return TransferOf(shape).size > 0; });
+    if (short_ones) shapes_ = std::move(shapes);
+}
+
 bool Rows::Next() {
+    constexpr int kMostAlone = 4;
+    if (block_ != nullptr && ++block_->at < block_->fetched) return true;
+    if (!shapes_.empty() && rows_alone_++ >= kMostAlone) return FetchBlock();
     return statement_->Run([&] { return statement_->Functions().Fetch(statement_->Handle()); }, {});
 }
 
-template <class T>
-bool Rows::ReadFixed(int column, int c_type, T& value) {
+bool Rows::FetchBlock() {
+    const Library& library = statement_->Functions();
+    if (block_ == nullptr) {
+        constexpr std::size_t kMostRows = 128;
+        constexpr std::size_t kMostBytes = std::size_t{64} << 10;
+        std::size_t row_size = 0;
+        for (const Shape& shape : shapes_) row_size += TransferOf(shape).size;
+        const std::size_t rows = std::clamp<std::size_t>(kMostBytes / row_size, 1, kMostRows);
+        statement_->DoNotKeep();
+        block_ = std::make_unique<Block>();
+        block_->states.resize(rows);
+        block_->columns.resize(shapes_.size());
+        for (std::size_t i = 0; i < shapes_.size(); ++i) {
+            Block::Column& column = block_->columns[i];
+            column.transfer = TransferOf(shapes_[i]);
+            column.values.resize(column.transfer.size * rows);
+            column.lengths.resize(rows);
+            statement_->Check(
+                library.BindCol(statement_->Handle(), static_cast<SQLUSMALLINT>(i + 1), column.transfer.c_type,
+                                column.values.data(), static_cast<SQLLEN>(column.transfer.size), column.lengths.data()),
+                {});
+        }
+        const auto set = [&](SQLINTEGER attribute, SQLPOINTER value) {
+            statement_->Check(library.SetStmtAttr(statement_->Handle(), attribute, value, 0), {});
+        };
+        set(SQL_ATTR_ROW_ARRAY_SIZE, Number(rows));
+        set(SQL_ATTR_ROWS_FETCHED_PTR, &block_->fetched);
+        set(SQL_ATTR_ROW_STATUS_PTR, block_->states.data());
+    }
+    block_->at = 0;
+    block_->fetched = 0;
+    if (!statement_->Run([&] { return library.Fetch(statement_->Handle()); }, {})) return false;
+    // A row that cannot be had is no failure of the call.
+    const std::span<const SQLUSMALLINT> states(block_->states.data(), block_->fetched);
+    if (std::ranges::find(states, SQL_ROW_ERROR) != states.end()) statement_->Check(SQL_ERROR, {});
+    return block_->fetched > 0;
+}
+
+bool Rows::ReadFixed(int column, int c_type, void* bytes, std::size_t size) {
     SQLLEN length = 0;
     const SQLRETURN result =
         statement_->Functions().GetData(statement_->Handle(), static_cast<SQLUSMALLINT>(column + 1),
-                                        static_cast<SQLSMALLINT>(c_type), &value, sizeof value, &length);
+                                        static_cast<SQLSMALLINT>(c_type), bytes, static_cast<SQLLEN>(size), &length);
     statement_->Check(result, {});
     return length != SQL_NULL_DATA;
 }
@@ -69,38 +178,34 @@ void Rows::ReadBytes(int column, Value& value) {
     }
 }
 
+void Rows::ReadFromBlock(int column, Value& value) const {
+    const Block::Column& from = block_->columns[static_cast<std::size_t>(column)];
+    const ColumnType type = shapes_[static_cast<std::size_t>(column)].type;
+    const std::uint8_t* bytes = &from.values[block_->at * from.transfer.size];
+    const SQLLEN length = from.lengths[block_->at];
+    if (length == SQL_NULL_DATA) {
+        value = Null{};
+    } else if (type != ColumnType::Text) {
+        TakeFixed(type, bytes, value);
+    } else if (length < 0 || static_cast<std::size_t>(length) + sizeof(char16_t) > from.transfer.size) {
+        Raise(ErrorNumber::FieldTooLarge, {u"ODBC", u"服务器上的字段变长了，请刷新链接。"});
+    } else {
+        std::u16string& text = value.ReuseText();
+        text.resize(static_cast<std::size_t>(length) / sizeof(char16_t));
+        std::memcpy(text.data(), bytes, static_cast<std::size_t>(length));
+    }
+}
+
 void Rows::Read(int column, ColumnType type, Value& value) {
-    const auto take = [&](int c_type, auto number) {
-        if (ReadFixed(column, c_type, number))
-            value.SetNumber(number);
+    if (block_ != nullptr) return ReadFromBlock(column, value);
+    if (type == ColumnType::Binary || type == ColumnType::LongBinary) return ReadBytes(column, value);
+    if (const Transfer transfer = TransferOf({type}); transfer.size > 0) {
+        std::array<std::uint8_t, sizeof(SQL_TIMESTAMP_STRUCT)> bytes;
+        if (ReadFixed(column, transfer.c_type, bytes.data(), transfer.size))
+            TakeFixed(type, bytes.data(), value);
         else
             value = Null{};
-    };
-    switch (type) {
-        case ColumnType::Boolean: {
-            unsigned char bit = 0;
-            if (ReadFixed(column, SQL_C_BIT, bit))
-                value.SetNumber(bit != 0);
-            else
-                value = Null{};
-            return;
-        }
-        case ColumnType::Byte: return take(SQL_C_UTINYINT, std::uint8_t{});
-        case ColumnType::Integer: return take(SQL_C_SSHORT, std::int16_t{});
-        case ColumnType::Long: return take(SQL_C_SLONG, std::int32_t{});
-        case ColumnType::Single: return take(SQL_C_FLOAT, float{});
-        case ColumnType::Double: return take(SQL_C_DOUBLE, double{});
-        case ColumnType::Date: {
-            SQL_TIMESTAMP_STRUCT time{};
-            if (ReadFixed(column, SQL_C_TYPE_TIMESTAMP, time))
-                value.SetNumber(FromCivil({time.year, time.month, time.day, time.hour, time.minute, time.second}));
-            else
-                value = Null{};
-            return;
-        }
-        case ColumnType::Binary:
-        case ColumnType::LongBinary: return ReadBytes(column, value);
-        default: break;
+        return;
     }
     bool null = false;
     ReadText(column, value.ReuseText(), null);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 #include "odbc/connection.h"
 #include "odbc/library.h"
@@ -17,6 +18,14 @@ struct Connection::Handles {
     const Library& library;
     SQLHDBC connection = SQL_NULL_HANDLE;
     bool connected = false;
+
+    // Statements that have ended, kept for the next ones: to make one costs as much as a small query. They are gone
+    // with the connection.
+    struct Ended {
+        SQLHSTMT handle = SQL_NULL_HANDLE;
+        long time_limit = 0;
+    };
+    std::vector<Ended> ended;
 };
 
 class Statement {
@@ -44,6 +53,9 @@ public:
     bool Check(SQLRETURN result, const Doing& doing);
     void Execute(std::u16string_view sql, const Doing& doing);
 
+    // It has buffers that end before it does not.
+    void DoNotKeep() { keep_ = false; }
+
     // The same with nothing around it.
     void Send(std::u16string_view sql, const Doing& doing);
 
@@ -59,9 +71,13 @@ private:
         Connection& connection_;
     };
 
+    void Allocate();
+
     Connection& connection_;
     const Library& library_;
     SQLHSTMT handle_ = SQL_NULL_HANDLE;
+    long time_limit_ = 0;  // seconds
+    bool keep_ = true;     // for another one, when it has ended
 };
 
 // What the library says about its last failure on a handle.

@@ -24,6 +24,12 @@ struct Column {
     std::int16_t odbc_scale = 0;
 };
 
+// A column of a result, as it will be read.
+struct Shape {
+    ColumnType type = ColumnType::Text;
+    int size = 0;  // Text: characters; 0 when nobody knows
+};
+
 struct TableDescription {
     std::u16string schema;
     std::u16string name;

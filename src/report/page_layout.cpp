@@ -10,7 +10,7 @@
 #include <wx/image.h>
 
 #include "core/text.h"
-#include "ui/picture_decoder.h"
+#include "ui/picture_budget.h"
 #include "ui/question_text.h"
 #include "ui/wx_text.h"
 
@@ -92,6 +92,9 @@ public:
     }
     int Pixels(int twips) override { return twips * kUnitsPerInch / document::kTwipsPerInch; }
 
+    // A thousand pictures of a megapixel each: who prints does not wait for ever.
+    bool MayDraw(const document::Picture& picture) { return budget_.Allows(picture); }
+
     // As fine as printers show it; a decoder that leaves pixels out may leave out half of these. What cannot be read
     // leaves its place empty.
     const wxBitmap& BitmapOf(const document::Picture& picture, wxSize size) {
@@ -117,6 +120,7 @@ private:
     std::map<Key, wxFont> fonts_;
     std::map<const document::Picture*, wxBitmap> bitmaps_;
     std::int64_t pixels_ = 0;  // of all of them
+    ui::PictureBudget budget_{32 * ui::kMostPixels};
 };
 
 struct PageLayout::Strip {
@@ -259,6 +263,12 @@ void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
         if (piece.run->picture) {
             const wxSize size(piece.width, piece.picture_height);
             const wxPoint place(left + piece.x, baseline - size.y);
+            if (!measurer_->MayDraw(*piece.run->picture)) {
+                dc.SetPen(wxPen(wxColour(170, 170, 170), 8));
+                dc.SetBrush(*wxTRANSPARENT_BRUSH);
+                dc.DrawRectangle(wxRect(place, size));
+                return;
+            }
             if (draw && draw(*piece.run->picture, wxRect(place, size))) return;
             const wxBitmap& bitmap = measurer_->BitmapOf(*piece.run->picture, size);
             if (!bitmap.IsOk()) return;

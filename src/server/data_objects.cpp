@@ -101,10 +101,10 @@ std::shared_ptr<dao::Recordset> OpenNamed(dao::DatabaseObject& database, std::u1
     return rows;
 }
 
-// Attributes say how a link is kept, and are the engine's own business here.
-std::shared_ptr<dao::TableObject> CreateTable(dao::DatabaseObject& database, Value name, Value, Value source,
+// Of the attributes one counts: whether a link keeps the password.
+std::shared_ptr<dao::TableObject> CreateTable(dao::DatabaseObject& database, Value name, Value attributes, Value source,
                                               Value connect) {
-    return database.CreateTableDef(TextIn(name), TextIn(source), TextIn(connect));
+    return database.CreateTableDef(TextIn(name), TextIn(source), TextIn(connect), NumberIn(attributes));
 }
 
 std::shared_ptr<dao::QueryDef> CreateQuery(dao::DatabaseObject& database, Value name, Value text) {
@@ -222,6 +222,7 @@ const Class& ClassOf<dao::TableObject>() {
             QMTRAIN_CALL(OpenRecordset, &OpenRows<C>),
             QMTRAIN_WRITE(ValidationRule, [](C& object, std::u16string_view value) { object.ValidationRule(value); }),
             QMTRAIN_WRITE(ValidationText, [](C& object, std::u16string_view value) { object.ValidationText(value); }),
+            QMTRAIN_METHOD(RefreshLink),
         }};
     return made;
 }

@@ -7,7 +7,6 @@
 #include <wx/image.h>
 
 #include "core/text.h"
-#include "ui/picture_decoder.h"
 #include "ui/question_text.h"
 #include "ui/twips.h"
 #include "ui/wx_text.h"
@@ -17,7 +16,6 @@ namespace {
 
 constexpr double kScriptScale = 0.65;    // of superscripts and subscripts
 constexpr std::size_t kMostFaces = 256;  // to make and measure one takes milliseconds
-constexpr std::int64_t kMostPixelsOfAll = 4 * kMostPixels;
 
 wxBitmap Frame(wxSize size) {
     wxBitmap bitmap;
@@ -140,20 +138,10 @@ int ScreenMeasurer::Pixels(int twips) {
     return twips == 0 ? 0 : ToPixels(window_, twips);
 }
 
-bool ScreenMeasurer::MayDecode(const document::Picture& picture) {
-    const auto [known, is_new] = decoded_.try_emplace(&picture, false);
-    if (!is_new) return known->second;
-    const document::PixelSize size = document::SizeInPixels(picture).value_or(document::PixelSize{});
-    const std::int64_t pixels = std::int64_t{size.width} * size.height;
-    known->second = pixels <= kMostPixels && pixels_ + pixels <= kMostPixelsOfAll;
-    if (known->second) pixels_ += pixels;
-    return known->second;
-}
-
 const wxBitmap& ScreenMeasurer::BitmapOf(const document::Picture& picture, wxSize size) {
     wxBitmap& bitmap = bitmaps_[{&picture, size.x, size.y}];
     if (bitmap.IsOk()) return bitmap;
-    const wxImage image = MayDecode(picture) ? DecodePicture(picture, size) : wxImage();
+    const wxImage image = budget_.Allows(picture) ? DecodePicture(picture, size) : wxImage();
     bitmap = image.IsOk() ? wxBitmap(image.Scale(size.x, size.y, wxIMAGE_QUALITY_HIGH)) : Frame(size);
     return bitmap;
 }

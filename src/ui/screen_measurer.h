@@ -12,6 +12,7 @@
 #include <wx/font.h>
 
 #include "document/document_layout.h"
+#include "ui/picture_budget.h"
 
 namespace qmtrain::ui {
 
@@ -37,8 +38,7 @@ public:
     // Pictures of a text that is gone.
     void ForgetPictures() {
         bitmaps_.clear();
-        decoded_.clear();
-        pixels_ = 0;
+        budget_.Forget();
     }
 
 private:
@@ -55,19 +55,17 @@ private:
 
     Face& FaceOf(const document::CharacterFormat& format);
     Face& NearestFace(const FontKey& key);
-    bool MayDecode(const document::Picture& picture);
     int WidthOnScreen(std::u16string_view text, const Face& face);
     int WidthOf(char16_t unit, Face& face);
 
     wxWindow& window_;
     std::map<FontKey, Face> faces_;
-    std::map<FontKey, Face*> nearest_;  // of formats for which no face is made any more
-    document::CharacterFormat last_format_;       // of last_face_
+    std::map<FontKey, Face*> nearest_;       // of formats for which no face is made any more
+    document::CharacterFormat last_format_;  // of last_face_
     Face* last_face_ = nullptr;
     bool by_character_ = false;
     std::map<std::tuple<const document::Picture*, int, int>, wxBitmap> bitmaps_;
-    std::map<const document::Picture*, bool> decoded_;  // or not, for there were too many before it
-    std::int64_t pixels_ = 0;                 // of those that are
+    PictureBudget budget_{4 * kMostPixels};
 };
 
 }  // namespace qmtrain::ui

@@ -38,7 +38,7 @@ TEST_F(ObjectsTest, ATableIsPutTogetherAndAppended) {
     key->Fields()->Append(key->CreateField(u"Id"));
     table->Indexes()->Append(key);
     append();
-    EXPECT_EQ(ErrorOf([&] { name->Required(false); }), static_cast<int>(ErrorNumber::InvalidOperation));
+    EXPECT_EQ(ErrorOf([&] { name->Size(5); }), static_cast<int>(ErrorNumber::InvalidOperation));
     EXPECT_EQ(ErrorOf(append), static_cast<int>(ErrorNumber::AlreadyInCollection));
 
     database_->Execute(u"INSERT INTO Bank (Odd) VALUES (#2005-04-12#)");
@@ -220,6 +220,18 @@ TEST_F(ObjectsTest, WorkspacesHaveTransactionsOfTheirOwn) {
     EXPECT_EQ(ErrorOf([&] { theirs->Execute(u"DELETE FROM TrainInfo", kFailOnError); }),
               static_cast<int>(ErrorNumber::ObjectInvalid));
     EXPECT_EQ(Column(u"TrainInfo", u"TrainID"), u"1 2 3 4 5");
+    EXPECT_EQ(engine->Workspaces()->Count(), 1) << "it has gone";
+    for (const std::function<void()>& use : std::vector<std::function<void()>>{
+             [&] { own->BeginTrans(); }, [&] { own->OpenDatabase(Name(u"Client.mdb"), false, false, u""); },
+             [&] { own->Close(); }})
+        EXPECT_EQ(ErrorOf(use), static_cast<int>(ErrorNumber::ObjectInvalid));
+    engine->Workspaces()->Append(engine->CreateWorkspace(u"Own", u"admin", u""));
+    const auto first = std::get<std::shared_ptr<Workspace>>(engine->Workspaces()->Item(0));
+    const auto ours = first->OpenDatabase(Name(u"Client.mdb"), false, false, u"");
+    first->Close();
+    EXPECT_FALSE(ours->Jet().IsOpen());
+    EXPECT_EQ(engine->Workspaces()->Count(), 2) << "the first one stays";
+    EXPECT_EQ(engine->OpenDatabase(Name(u"Client.mdb"), false, false, u"")->Version(), u"4.0");
     RememberError(AutomationError(3021, u"Q", u"没有当前记录。"));
     ASSERT_EQ(engine->Errors()->Count(), 1);
     EXPECT_EQ(std::get<std::shared_ptr<ErrorObject>>(engine->Errors()->Item(0))->Number(), 3021);

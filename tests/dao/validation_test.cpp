@@ -48,6 +48,9 @@ protected:
     std::int32_t Run(const std::u16string& statement) {
         return NumberOf([&] { database_->Execute(statement); });
     }
+    std::shared_ptr<Collection> FieldsOf(std::u16string_view table) {
+        return std::make_shared<DatabaseObject>(database_)->TableDefs()->Find<TableObject>(table)->Fields();
+    }
     std::int32_t Count(std::u16string_view table) {
         return database_->OpenRecordset(table, RecordsetType::Table)->RecordCount();
     }
@@ -171,7 +174,8 @@ TEST_P(ValidationTest, RulesStay) {
     EXPECT_EQ(NumberOf([&] { small->Execute(u"UPDATE T SET B = 'B'"); }), kTable);
 }
 
-// A rule that nobody can read keeps rows out, and says why.
+// A rule that nobody can read is refused; one that a file has all the same keeps rows out, says why, and can be
+// replaced.
 TEST_P(ValidationTest, RulesThatCannotBeRead) {
     struct Case {
         const char16_t* rule;
@@ -183,15 +187,33 @@ TEST_P(ValidationTest, RulesThatCannotBeRead) {
         {u"Count(*) > 1", ErrorNumber::AggregateNotAllowed}, {u"In (SELECT K FROM Other)", ErrorNumber::NoSuchTable},
         {u"> 'text'", ErrorNumber::CriteriaTypeMismatch}};
     for (const Case& test : cases) {
-        Create(u"T", {{u"A", FieldType::Long, test.rule}});
-        EXPECT_EQ(Run(u"INSERT INTO T VALUES (1)"), static_cast<std::int32_t>(test.error)) << ToUtf8(test.rule);
-        EXPECT_EQ(Count(u"T"), 0);
+        SCOPED_TRACE(ToUtf8(test.rule));
+        const auto error = static_cast<std::int32_t>(test.error);
+        EXPECT_EQ(NumberOf([&] { Create(u"T", {{u"A", FieldType::Long, test.rule}}); }), error);
+        Create(u"T", {{u"A", FieldType::Long, u"< 5", u"太大"}, {u"B", FieldType::Long}});
+        EXPECT_EQ(Run(u"INSERT INTO T VALUES (1, 1)"), 0);
+        const auto field = FieldsOf(u"T")->Find<FieldObject>(u"A");
+        EXPECT_EQ(NumberOf([&] { field->ValidationRule(test.rule); }), error);
+        EXPECT_EQ(field->ValidationRule(), u"< 5");
+        {
+            jet::Database::Writing writing(database_->Storage());
+            database_->Storage().SetColumnSettings(
+                u"T", {.name = u"A", .type = jet::ColumnType::Long, .validation = {test.rule, u""}});
+            writing.Commit();
+        }
+        EXPECT_EQ(FieldsOf(u"T")->Find<FieldObject>(u"A")->ValidationRule(), test.rule);
+        EXPECT_EQ(Run(u"INSERT INTO T VALUES (2, 2)"), error);
+        EXPECT_EQ(Run(u"UPDATE T SET A = 2"), error);
+        EXPECT_EQ(Count(u"T"), 1);
+        EXPECT_EQ(Run(u"DELETE FROM T"), 0);
+        FieldsOf(u"T")->Find<FieldObject>(u"A")->ValidationRule(u"");
+        EXPECT_EQ(Run(u"INSERT INTO T VALUES (9, 2)"), 0);
         database_->DropTable(u"T");
     }
 }
 
-// As hosts set them: on what is put together, and told of what is there.
-TEST_P(ValidationTest, AreSetBeforeATableIsAppended) {
+// As hosts set them: on what is put together, and on what is there.
+TEST_P(ValidationTest, AreSetOnFieldsAndTables) {
     const auto objects = std::make_shared<DatabaseObject>(database_);
     const auto table = objects->CreateTableDef(u"T", u"", u"");
     const auto field = table->CreateField(u"A", static_cast<std::int32_t>(FieldType::Long), 0);
@@ -200,17 +222,50 @@ TEST_P(ValidationTest, AreSetBeforeATableIsAppended) {
     table->Fields()->Append(field);
     table->ValidationRule(u"[A] <> 13");
     objects->TableDefs()->Append(table);
-    EXPECT_EQ(NumberOf([&] { field->ValidationRule(u""); }), static_cast<int>(ErrorNumber::InvalidOperation));
-    const auto more = table->CreateField(u"B", static_cast<std::int32_t>(FieldType::Long), 0);
-    more->ValidationRule(u"< 5");
+    const auto more = table->CreateField(u"B", static_cast<std::int32_t>(FieldType::Text), 20);
+    more->ValidationRule(u"< 'm'");
     table->Fields()->Append(more);
     const auto seen = std::make_shared<DatabaseObject>(database_)->TableDefs()->Find<TableObject>(u"T");
     ASSERT_TRUE(seen);
     EXPECT_EQ(seen->ValidationRule(), u"[A] <> 13");
-    EXPECT_EQ(seen->Fields()->Find<FieldObject>(u"A")->ValidationText(), u"负数");
-    EXPECT_EQ(Run(u"INSERT INTO T VALUES (13, 1)"), kTable);
-    EXPECT_EQ(Run(u"INSERT INTO T VALUES (1, 5)"), kField);
-    EXPECT_EQ(Run(u"INSERT INTO T VALUES (1, 4)"), 0);
+    EXPECT_EQ(FieldsOf(u"T")->Find<FieldObject>(u"A")->ValidationText(), u"负数");
+    EXPECT_EQ(Run(u"INSERT INTO T VALUES (13, 'a')"), kTable);
+    EXPECT_EQ(Run(u"INSERT INTO T VALUES (1, 'x')"), kField);
+    EXPECT_EQ(Run(u"INSERT INTO T VALUES (1, 'a')"), 0);
+
+    // What is in the file is changed for everybody, those who have the table open as well.
+    const auto rows = JetDatabase::Open(file_)->OpenRecordset(u"T");
+    const auto add = [&](std::int32_t a) {
+        return NumberOf([&] {
+            rows->AddNew();
+            rows->Fields(u"A").Value(a);
+            rows->Update();
+        });
+    };
+    EXPECT_EQ(add(-1), kField);
+    rows->CancelUpdate();
+    field->ValidationRule(u"Between -5 And 5");
+    field->ValidationText(u"");
+    EXPECT_EQ(add(-1), 0);
+    EXPECT_EQ(add(6), kField);
+    rows->CancelUpdate();
+    seen->ValidationRule(u"[A] <> 3");
+    seen->ValidationText(u"不能是 3");
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"INSERT INTO T (A) VALUES (3)"); }).Description(), u"不能是 3");
+    EXPECT_EQ(NumberOf([&] { seen->ValidationRule(u"[C] = 1"); }), static_cast<int>(ErrorNumber::MissingParameter));
+    EXPECT_EQ(seen->ValidationRule(), u"[A] <> 3");
+    more->Required(true);
+    EXPECT_EQ(Run(u"INSERT INTO T (A) VALUES (2)"), static_cast<int>(ErrorNumber::FieldRequired));
+    more->DefaultValue(u"'d'");
+    EXPECT_EQ(Run(u"INSERT INTO T (A) VALUES (2)"), 0);
+    EXPECT_EQ(Run(u"INSERT INTO T VALUES (2, '')"), static_cast<int>(ErrorNumber::ZeroLengthNotAllowed));
+    more->AllowZeroLength(true);
+    EXPECT_EQ(Run(u"INSERT INTO T VALUES (2, '')"), 0);
+    EXPECT_EQ(NumberOf([&] { more->DefaultValue(u"nobody("); }), static_cast<int>(ErrorNumber::SyntaxInExpression));
+    EXPECT_EQ(more->DefaultValue(), u"'d'");
+    for (const std::function<void()>& fixed : std::vector<std::function<void()>>{
+             [&] { more->Name(u"C"); }, [&] { more->Size(5); }, [&] { seen->Name(u"U"); }})
+        EXPECT_EQ(NumberOf(fixed), static_cast<int>(ErrorNumber::InvalidOperation));
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, ValidationTest, testing::Values(jet::Version::Jet3, jet::Version::Jet4),

@@ -136,5 +136,33 @@ TEST(Moodle, EncodingOfTheFileCounts) {
     EXPECT_EQ(Shown(ReadMoodleXml(ToCodePage(wrong, 936).value())), "是非题|首都|对\n") << "it says so itself, wrongly";
 }
 
+// The text is taken apart where it stands, after a look at it piece by piece: lines are those of the file all the same.
+TEST(Moodle, LinesOfALongFile) {
+    constexpr std::size_t kQuestions = 1000;
+    std::string text = "<quiz>\r\n<!-- ";
+    for (int i = 0; i < 50'000; ++i) text += "题";
+    text += " -->\r\n";
+    for (std::size_t i = 0; i < kQuestions; ++i) {
+        text += "<question type=\"truefalse\"><name><text>&lt;a&gt; &amp;\r\nb</text></name><questiontext\n><text>" +
+                std::to_string(i) +
+                "&#x9898;</text></questiontext><answer fraction=\"100\"><text>true</text></answer>"
+                "</question>\r";
+    }
+    text += "<odd/>\r\n</quiz>";
+    for (const std::string& bytes : {text, "\xEF\xBB\xBF" + text, ToCodePage(FromUtf8(text), 936).value()}) {
+        const Import import = ReadMoodleXml(bytes);
+        ASSERT_EQ(import.questions.size(), kQuestions);
+        for (std::size_t i = 0; i < kQuestions; ++i) {
+            ASSERT_EQ(import.questions[i].line, 3 + 3 * i);
+            ASSERT_EQ(ToUtf8(import.questions[i].stem.PlainText()), std::to_string(i) + "题");
+        }
+        ASSERT_EQ(import.notices.size(), 1U);
+        EXPECT_EQ(import.notices[0].line, 3 + 3 * kQuestions);
+    }
+    const Import broken = ReadMoodleXml(text.substr(0, text.size() - 20));
+    EXPECT_EQ(broken.notices.back().kind, Notice::Kind::Error);
+    EXPECT_EQ(broken.notices.back().line, 2 + 3 * kQuestions);
+}
+
 }  // namespace
 }  // namespace qmtrain::exchange

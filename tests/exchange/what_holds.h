@@ -17,7 +17,7 @@ namespace qmtrain::exchange {
 inline std::string Broken(std::string_view bytes, Format format) {
     Import import;
     try {
-        import = ReadQuestions(bytes, format);
+        import = ReadQuestions(std::string(bytes), format);
     } catch (const AutomationError&) {
         return "";
     }

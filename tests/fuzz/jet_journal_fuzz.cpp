@@ -68,11 +68,35 @@ void AddRecord(Content& journal, std::uint32_t page, const Content& image, bool 
     journal.insert(journal.end(), image.begin(), image.end());
 }
 
-// What the database held before, as the records say, and whether a common journal that they name is in force.
+// What the database held before, as the records say, whether a common journal that they name is in force, and whether
+// the outcome, when the journal goes by it, leaves anything to undo.
 struct Before {
     Content content;
     bool in_force = true;
 };
+
+constexpr std::uint32_t kOutcome = 0xFFFFFFFE;
+
+bool GoesByOutcome(const Content& journal) {
+    return journal[7] == '3';
+}
+
+// Nothing: the first record is no outcome, or torn.
+std::optional<bool> IsComplete(const Content& database, const Content& journal) {
+    if (journal.size() < kHeader + 8 + kPage) return std::nullopt;
+    const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
+    const std::span record(&journal[kHeader + 8], kPage);
+    const bool right = jet::Get<std::uint32_t>(&journal[kHeader + 4]) == RecordChecksum(nonce, kOutcome, record);
+    if (!right || jet::Get<std::uint32_t>(&journal[kHeader]) != kOutcome) return std::nullopt;
+    const auto count = std::min<std::size_t>(jet::Get<std::uint32_t>(record.data()), (kPage - 4) / 8);
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto page = jet::Get<std::uint32_t>(&record[4 + i * 8]);
+        if ((std::uint64_t{page} + 1) * kPage > database.size()) return false;
+        const std::span image(&database[std::size_t{page} * kPage], kPage);
+        if (jet::Get<std::uint32_t>(&record[8 + i * 8]) != RecordChecksum(nonce, page, image)) return false;
+    }
+    return count > 0;
+}
 
 Before ReadRecords(const Content& database, const Content& journal, bool common_in_force) {
     const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
@@ -85,6 +109,8 @@ Before ReadRecords(const Content& database, const Content& journal, bool common_
         if (page == 0xFFFFFFFF) {
             const bool named = std::memcmp(&image[8], kCommon, std::strlen(kCommon) + 1) == 0;
             before.in_force = common_in_force && named && jet::Get<std::uint64_t>(image.data()) == kCommonNonce;
+        } else if (page == kOutcome && at == kHeader) {
+            continue;
         } else if (page < done.size()) {
             if (!done[page]) std::copy(image.begin(), image.end(), before.content.begin() + page * kPage);
             done[page] = true;
@@ -126,6 +152,18 @@ Content MakeJournal(const Content& database, Input& input) {
         const std::size_t at = input.Take() % kHeader;
         journal[at] = static_cast<std::uint8_t>(journal[at] + input.Take());
         right_samples = right_samples && at < 44;
+    }
+    if (const std::uint8_t outcome = input.Take(); outcome % 4 == 1) {  // of two pages, as they are or not
+        journal[7] = '3';
+        Content content(kPage);
+        jet::Put(content.data(), std::uint32_t{2});
+        for (std::uint32_t i = 0; i < 2; ++i) {
+            const std::uint32_t page = input.Take() % (database.size() / kPage);
+            const std::span image(&database[page * kPage], kPage);
+            jet::Put(&content[4 + i * 8], page);
+            jet::Put(&content[8 + i * 8], RecordChecksum(kNonce, page, image) + (outcome >> (4 + i) & 1));
+        }
+        AddRecord(journal, kOutcome, content, outcome < 250);
     }
     for (int records = 0; !input.AtEnd() && records < 40; ++records) {
         const std::uint8_t kind = input.Take();
@@ -170,7 +208,10 @@ std::optional<Content> Expected(const Content& database, Content journal, bool c
     }
     const bool is_void = journal[0] == 0;
     if (is_void) journal[0] = 'Q';
-    if (std::memcmp(journal.data(), "QmTrnJn2", std::min<std::size_t>(journal.size(), 8)) != 0) return std::nullopt;
+    Content magic(journal.begin(),
+                  journal.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(journal.size(), 8)));
+    if (magic.size() == 8 && magic[7] == '3') magic[7] = '2';
+    if (std::memcmp(magic.data(), "QmTrnJn2", magic.size()) != 0) return std::nullopt;
     if (journal.size() < kHeader) return database;
     const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
     const auto length = jet::Get<std::uint64_t>(&journal[16]);
@@ -183,6 +224,7 @@ std::optional<Content> Expected(const Content& database, Content journal, bool c
                          std::equal(journal.begin() + 32, journal.begin() + 40, database.begin() + kStampAt) &&
                          same_counters && now >> 16 == counters >> 16;
     if (!belongs) return std::nullopt;
+    if (GoesByOutcome(journal) && IsComplete(database, journal).value_or(true)) return database;
     Before before = ReadRecords(database, journal, common_in_force);
     if (jet::Get<std::uint32_t>(&journal[44]) != Samples(before.content, journal)) return std::nullopt;
     if (!before.in_force) return database;

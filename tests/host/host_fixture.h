@@ -1,6 +1,7 @@
 // The sample folder, and a candidate who knows the answers.
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@
 #include "core/log_reader.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/database_settings.h"
 #include "dao/jet_database.h"
 #include "dao/new_database.h"
 #include "host/data/data_folder.h"
@@ -26,6 +28,7 @@
 #include "jet/check.h"
 #include "jet/database.h"
 #include "jet/support/scratch.h"
+#include "support/database_format.h"
 
 namespace qmtrain::test {
 
@@ -37,10 +40,25 @@ protected:
     HostTest() : data_{FromNativePath(folder_.Path())} {
         LogTo(folder_.Path());
         host::MakeSampleData(data_.path);
+        if (DatabaseFormat().version == jet::Version::Jet3) MakeJet3();
     }
     ~HostTest() override {
         SetComponentFolder(ProgramFolder());
         CheckFiles();
+    }
+
+    // As a folder is whose databases come from programs of that time.
+    void MakeJet3() const {
+        std::vector<std::filesystem::path> files;
+        for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
+            if (entry.path().extension() == ".mdb") files.push_back(entry.path());
+        }
+        for (const std::filesystem::path& file : files) {
+            const std::filesystem::path older = file.parent_path() / "older.tmp";
+            dao::Engine::Instance().CompactDatabase(FromNativePath(file), FromNativePath(older), dao::kChineseLocale,
+                                                    dao::kVersion30);
+            std::filesystem::rename(older, file);
+        }
     }
 
     void CheckFiles() const {

@@ -92,7 +92,7 @@ TEST_F(LearningWindowTest, WrongQuestionsAppearArePractisedAndDisappear) {
     script.Await("the book", [&] { return (wrong = Shown<WrongWindow>()) != nullptr; }).Do([&] {
         ASSERT_EQ(wrong->LvWrong->GetItemCount(), 2);
         EXPECT_EQ(Cell(*wrong->LvWrong, 0, 4), "1 / 1");
-        EXPECT_EQ(Cell(*wrong->LvWrong, 0, 6), "✗ 还没做对");
+        EXPECT_EQ(Cell(*wrong->LvWrong, 0, 6), "× 还没做对");
         EXPECT_NE(wrong->RtfQuestion->Text().PlainText().find(u"我的答案：（未作答）"), std::u16string::npos)
             << ToUtf8(wrong->RtfQuestion->Text().PlainText());
         EXPECT_FALSE(wrong->BtnRestore->IsEnabled());
@@ -103,7 +103,7 @@ TEST_F(LearningWindowTest, WrongQuestionsAppearArePractisedAndDisappear) {
         .Do([&] {
             ASSERT_EQ(wrong->LvWrong->GetItemCount(), 2) << "ever wrong";
             EXPECT_EQ(Cell(*wrong->LvWrong, 0, 4), "1 / 2");
-            EXPECT_EQ(Cell(*wrong->LvWrong, 0, 6), "✓ 已做对");
+            EXPECT_EQ(Cell(*wrong->LvWrong, 0, 6), "√ 已做对");
             Check(*wrong->ChkOpen, true);
             EXPECT_EQ(wrong->LvWrong->GetItemCount(), 0) << "all of them are right now";
             EXPECT_FALSE(wrong->BtnDrill->IsEnabled());

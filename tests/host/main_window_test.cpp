@@ -1,12 +1,19 @@
 // The main window and what stands around a practice: notes, what is unfinished, sizes, files that go missing.
 
 #include <algorithm>
+#include <filesystem>
+#include <utility>
 
+#include "bank/client_folder.h"
+#include "core/files.h"
+#include "dao/jet_database.h"
 #include "host/app/people_dialogs.h"
 #include "host/papers/compose_dialog.h"
 #include "host/practice/hand_in_dialog.h"
+#include "host/practice/unfinished.h"
 #include "host/widgets/note_dialog.h"
 #include "host_window_fixture.h"
+#include "jet/database.h"
 #include "notes/frm_notes.h"
 #include "review/frm_train.h"
 #include "review/frm_view_paper.h"
@@ -37,7 +44,7 @@ TEST_F(HostWindowTest, ANoteIsFoundInTheNotesManager) {
             })
             .Await("it is written", [&] { return Shown<NoteDialog>() == nullptr; })
             .Do([&] {
-                EXPECT_EQ(Utf8(window->BtnNote->GetLabelText()), "笔记 ✓(B)");
+                EXPECT_EQ(Utf8(window->BtnNote->GetLabelText()), "笔记 √(B)");
                 Click(*window->BtnNote);
             });  // there is one now
     }
@@ -319,6 +326,62 @@ TEST_F(HostWindowTest, FilesThatGoMissingAreTold) {
     EXPECT_EQ(boxes_.Said().size(), 1U);
     EXPECT_EQ(main.LvLast->GetItemCount(), 0);
     wxYield();  // the lists are drawn
+}
+
+// The client database's links lead to a server that nobody runs.
+void TakeServerAway(const std::u16string& client) {
+    const auto database = dao::JetDatabase::Create(client);
+    jet::Database::Writing writing(database->Storage());
+    constexpr std::pair<std::u16string_view, std::u16string_view> kTables[] = {{u"TrainInfo", u"TrainID"},
+                                                                               {u"TrainResult", u"TrainID"},
+                                                                               {u"Tbl_SetUser", u"UserID"},
+                                                                               {u"Tbl_SubjectBrief", u"SubjectCode"}};
+    for (const auto& [name, key] : kTables) {
+        jet::TableSpec spec{.name = std::u16string(name)};
+        spec.columns.push_back({.name = std::u16string(key), .type = jet::ColumnType::Long});
+        database->Storage().CreateOdbcLink(spec, u"DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=1;DATABASE=x",
+                                           name, false, Bytes(6));
+    }
+    writing.Commit();
+}
+
+TEST_F(HostWindowTest, WithoutTheServerUnfinishedPracticesGoOnAndItIsSaidWhatDoesNot) {
+    {
+        Practice practice(data_, main_paper_, {test::kCandidate});
+        practice.Answer(0, u"2");
+        practice.Pause();
+    }
+    const dao::Engine::OwnUse use = dao::Engine::Instance().GetOwnUse();
+    dao::Engine::OwnUse servers = use;
+    servers.links.servers = true;
+    dao::Engine::Instance().SetOwnUse(servers);
+    const std::filesystem::path client = ToNativePath(ClientDatabase(data_.path));
+    std::filesystem::rename(client, folder_.Path() / "there.mdb");
+    TakeServerAway(ClientDatabase(data_.path));
+
+    EXPECT_EQ(Examine(data_).state, FolderState::Ready);
+    MainWindow main(data_, {test::kCandidate, 1, Edition::StandAlone});
+    EXPECT_EQ(boxes_.Said(), Texts{}) << "nothing to click away";
+    EXPECT_TRUE(main.Nothing->IsShown());
+    EXPECT_TRUE(LabelOf(*main.LblNothing).starts_with("数据库服务器现在不能使用。")) << LabelOf(*main.LblNothing);
+    EXPECT_FALSE(main.BtnExam->IsEnabled());
+    ASSERT_EQ(main.BtnResume.size(), 1U);
+    PracticeWindow* window = nullptr;
+    In(window)
+        .Do([&] {
+            EXPECT_EQ(ToUtf8(window->Navigator->CellText(0)), "1 题，已作答，当前题");
+            boxes_.Expect(wxID_YES);  // to leave it
+        })
+        .DoLast([] { Press(WXK_ESCAPE); })
+        .Play([&] { main.Resume(UnfinishedOf(data_, -1, -1).front().train_id); });
+
+    std::filesystem::remove(client);
+    std::filesystem::rename(folder_.Path() / "there.mdb", client);
+    wxCommandEvent click(wxEVT_BUTTON);
+    main.BtnNothing->ProcessWindowEvent(click);
+    EXPECT_FALSE(main.Nothing->IsShown());
+    EXPECT_TRUE(main.BtnExam->IsEnabled());
+    dao::Engine::Instance().SetOwnUse(use);
 }
 
 }  // namespace

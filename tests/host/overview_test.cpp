@@ -8,6 +8,7 @@
 #include "host/data/settings.h"
 #include "host/papers/compose.h"
 #include "host/practice/navigator.h"
+#include "host/widgets/signs.h"
 #include "host_fixture.h"
 
 namespace qmtrain::host {
@@ -165,6 +166,15 @@ TEST_F(OverviewTest, PeopleAreAddedAndRenamed) {
         EXPECT_THROW(SaveCandidate(data_, bad), AutomationError);
     }
     EXPECT_EQ(CandidatesOf(data_).size(), 4U);
+}
+
+// In the code page they are where GB 2312 has its signs.
+TEST(Signs, AreInEveryChineseFont) {
+    for (const std::u16string_view sign : {kRightSign, kWrongSign, kPartlySign, kMarkedSign}) {
+        const auto bytes = ToCodePage(sign, 936);
+        ASSERT_TRUE(bytes && bytes->size() == 2) << ToUtf8(sign);
+        for (const char byte : *bytes) EXPECT_GE(static_cast<unsigned char>(byte), 0xA1) << ToUtf8(sign);
+    }
 }
 
 TEST(WindowPlaces, AreRead) {

@@ -70,7 +70,7 @@ protected:
                 window->ChkMistakes->ProcessWindowEvent(event);
                 EXPECT_EQ(window->Current(), kYesNoPlace) << "the first mistake";
                 EXPECT_EQ(ToUtf8(window->Question->FeedbackText()),
-                          "✗ 错误　得 0 分（满分 10 分）\n正确答案：错\n你的答案：（未作答）");
+                          "× 错误　得 0 分（满分 10 分）\n正确答案：错\n你的答案：（未作答）");
                 Press(WXK_PAGEDOWN);
             });
         AwaitAt(script, window, kFillPlace);
@@ -268,7 +268,7 @@ TEST_F(PracticeWindowTest, AnExerciseShowsEachAnswer) {
         .Await("the answer", [&] { return practice.IsChecked(0); })
         .Do([&] {
             EXPECT_EQ(ToUtf8(window.Question->FeedbackText()),
-                      "✗ 错误　得 0 分（满分 10 分）\n正确答案：C\n你的答案：A");
+                      "× 错误　得 0 分（满分 10 分）\n正确答案：C\n你的答案：A");
             EXPECT_EQ(LabelOf(*window.LblTime).substr(0, 6), "已用");
             Press('C');
         })

@@ -1,7 +1,13 @@
 // Practices whose records are on a database server that is not always there.
 
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
 #include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "dao/odbc_server.h"
 #include "host_fixture.h"
@@ -115,6 +121,36 @@ TEST_F(HostServerTest, ResultsAreThereOnceWheneverTheServerIsKilled) {
         SettleHandedIn(data_);
         EXPECT_TRUE(UnfinishedOf(data_, kCandidate, -1).empty()) << milliseconds;
     }
+}
+
+// The next start hands in what the dead one had not, and records nothing again.
+TEST_F(HostServerTest, ResultsAreThereOnceWheneverTheHostIsKilled) {
+    constexpr int kStep = 7;  // milliseconds
+    const int times = std::getenv("QMTRAIN_LONG") != nullptr ? 60 : 6;
+    int unfinished = 0;
+    for (int i = 0; i < times; ++i) {
+        auto practice = std::make_unique<Practice>(data_, MixedPaper(), Practice::Start{kCandidate});
+        const std::int32_t id = practice->TrainID();
+        AnswerAll(*practice);
+        practice.reset();
+        const pid_t child = fork();
+        if (child == 0) {
+            Practice(data_, id).HandIn();
+            _exit(0);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20 + i % 20 * kStep));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        EXPECT_EQ(UploadWaiting(data_).left, 0);
+        SettleHandedIn(data_);
+        if (!UnfinishedOf(data_, kCandidate, -1).empty()) {
+            ++unfinished;
+            EXPECT_TRUE(Practice(data_, id).HandIn().recorded);
+        }
+        EXPECT_EQ(Results(id), "5|100") << i;
+        EXPECT_TRUE(UnfinishedOf(data_, kCandidate, -1).empty()) << i;
+    }
+    EXPECT_GT(unfinished, 0) << "some were killed before the end";
 }
 
 }  // namespace

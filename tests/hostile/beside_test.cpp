@@ -54,10 +54,14 @@ protected:
         std::vector<std::uint8_t> journal;
     };
     static Torn Tear(const fs::path& path) {
-        const auto database = jet::Database::Open(path, {.cache_bytes = 0, .durable = false});
-        Write(*database, [&] {
-            database->CreateTable({.name = u"M", .columns = {{.name = u"X", .type = jet::ColumnType::Memo}}});
-        });
+        const jet::PagerOptions options{.cache_bytes = 0, .durable = false};
+        {
+            const auto first = jet::Database::Open(path, options);
+            Write(*first, [&] {
+                first->CreateTable({.name = u"M", .columns = {{.name = u"X", .type = jet::ColumnType::Memo}}});
+            });
+        }
+        const auto database = jet::Database::Open(path, options);
         database->BeginTransaction();
         Insert(*database, u"T", {11});
         for (int i = 0; i < 200; ++i) Insert(*database, u"M", {std::u16string(1500, u'x')});
@@ -367,10 +371,12 @@ TEST_F(BesideTest, TheJournalOfATwin) {
         std::copy_n(files[1].begin() + kStampAt, 8, files[0].begin() + kStampAt);
         WriteFile(file_, files[0]);
         WriteFile(Beside("-journal"), torn.journal);
-        const auto database = Open(file_);
-        EXPECT_EQ(Rows(*database, u"T").size(), 500U);
-        EXPECT_TRUE(ReadFile(file_) == files[0]);
-        Write(*database, [] {});
+        {
+            const auto database = Open(file_);
+            EXPECT_EQ(Rows(*database, u"T").size(), 500U);
+            EXPECT_TRUE(ReadFile(file_) == files[0]);
+            Write(*database, [] {});
+        }
         EXPECT_EQ(SetAside(), version == jet::Version::Jet3 ? 1U : 2U);
         WriteFile(file_, torn.file);
         WriteFile(Beside("-journal"), torn.journal);

@@ -102,6 +102,62 @@ TEST_F(EndlessTest, MemoryHasItsLimit) {
     EXPECT_EQ(Run(u"SELECT A.K FROM N A, N B WHERE A.K = B.K ORDER BY A.C"), 0);
 }
 
+// All that a statement holds counts together, texts too: none of these has a large table.
+TEST_F(EndlessTest, MemoryIsThatOfTheWholeStatement) {
+    std::u16string spaces = u"Space(300000)";
+    for (int i = 1; i < 8; ++i) spaces += u", Space(300000)";
+    const std::u16string texts = u"SELECT Space(20000) & K AS X, K AS Y FROM N";
+    const std::pair<const char*, std::u16string> cases[] = {
+        {"texts of a row", u"SELECT " + spaces},
+        {"texts of a derived table",
+         u"SELECT Count(*) FROM (" + texts + u") P INNER JOIN (" + texts + u") Q ON P.Y<>Q.Y AND Len(Q.X)>0"},
+        {"texts of groups", u"SELECT K, Max(Space(20000) & C) FROM N GROUP BY K"},
+        {"growing texts of groups",
+         u"SELECT Y, Max(String(10, 'a') & String(X, 'b')) FROM (SELECT A.K Mod 200 AS Y, "
+         u"B.K * 20000 AS X FROM N A, N B WHERE B.K < 2) GROUP BY Y"},
+        {"texts of a union", u"SELECT Space(20000) & K FROM N UNION ALL SELECT C FROM N ORDER BY 1"},
+        {"texts to be written", u"UPDATE N SET M = Space(20000) & K"},
+        {"texts to be inserted", u"INSERT INTO N (K, M) SELECT K + 1000, Space(20000) & K FROM N"},
+    };
+    for (const auto& [name, statement] : cases) {
+        database_->Limits({.memory = std::size_t{4} << 20});
+        EXPECT_EQ(Run(statement), kTooMuch) << name;
+        database_->Limits({.memory = std::size_t{256} << 20});
+        EXPECT_EQ(Run(statement.starts_with(u"INSERT") ? statement + u" WHERE K<0" : statement), 0) << name;
+    }
+    // Two sets, either of which would be small enough.
+    database_->Limits({.memory = std::size_t{4} << 20});
+    const std::u16string one = u"K IN (SELECT A.K + B.K * 400 FROM N A, N B WHERE B.K < 100)";
+    const std::u16string other = u"K IN (SELECT A.K + B.K * 401 FROM N A, N B WHERE B.K < 100)";
+    EXPECT_EQ(Run(u"SELECT K FROM N WHERE " + one), 0);
+    EXPECT_EQ(Run(u"SELECT K FROM N WHERE " + other), 0);
+    EXPECT_EQ(Run(u"SELECT K FROM N WHERE " + one + u" AND " + other), kTooMuch);
+    // What one statement has held the next one may.
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(Run(u"SELECT DISTINCT Space(3000) & K FROM N"), 0);
+    const auto rows = database_->OpenRecordset(u"SELECT Space(3000) & K FROM N");
+    for (int i = 0; i < 20; ++i) {
+        rows->MoveLast();
+        rows->Requery();
+    }
+}
+
+// Without a limit that somebody has set a statement takes no more than half of the machine's memory, and no text may
+// double again and again.
+TEST_F(EndlessTest, MemoryHasAlwaysALimit) {
+    database_->Limits({});
+    std::u16string doubled = u"SELECT Space(30000000) AS X FROM N WHERE K=1";
+    for (int i = 0; i < 12; ++i) doubled = u"SELECT X & X AS X FROM (" + doubled + u")";
+    const std::u16string added = u"SELECT X + X FROM (SELECT X + X AS X FROM (SELECT Space(30000000) AS X))";
+    for (const std::u16string& statement : {doubled, added, std::u16string(u"SELECT String(2000000000, 'x')"),
+                                            std::u16string(u"SELECT Replace(Space(10000000), ' ', 'abcdefghi')")}) {
+        EXPECT_EQ(Run(statement), kTooMuch) << ToUtf8(statement.substr(0, 40));
+    }
+    const Work::Cancellations none = 0;
+    const Work work({}, none);
+    EXPECT_EQ(ErrorOf([] { Work::RequireRoom(UsualMemoryLimit() + 1); }), kTooMuch);
+    EXPECT_EQ(ErrorOf([] { Work::RequireRoom(std::size_t{100} << 20); }), 0);
+}
+
 // What has been called off gives no further rows, of which some might be missing; the database goes on.
 TEST_F(EndlessTest, ARecordSetThatIsCalledOffStaysSo) {
     const auto rows = database_->OpenRecordset(u"SELECT A.K, B.K, C.K FROM N A, N B, N C WHERE A.K+B.K+C.K Mod 97 = 1");

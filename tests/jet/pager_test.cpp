@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/scripted_files.h"
 #include "jet/support/tables.h"
@@ -184,28 +185,51 @@ std::uint64_t FileNumber(const std::filesystem::path& path) {
     return stat(path.c_str(), &info) == 0 ? info.st_ino : 0;
 }
 
-// Making and removing a file for each commit takes longer than writing it.
-TEST_F(PagerTest, TheOnlySessionKeepsItsJournalUntilItEnds) {
+// Making and removing a file for each commit takes longer than writing it: one serves all sessions until the last ends.
+TEST_F(PagerTest, SessionsKeepTheJournalsFileUntilTheLastEnds) {
     auto database = Database::Open(Path());
     Insert(*database, u"T", RowFor(400));
     const std::uint64_t first = FileNumber(JournalPath());
     ASSERT_NE(first, 0U);
-    for (int key = 401; key < 404; ++key) Insert(*database, u"T", RowFor(key));
-    EXPECT_EQ(FileNumber(JournalPath()), first);
-    EXPECT_EQ(Rows(*database, u"T").size(), 54U);
-    {
-        const auto newcomer = Database::Open(Path());
-        EXPECT_EQ(Rows(*newcomer, u"T").size(), 54U);
-        EXPECT_FALSE(std::filesystem::exists(JournalPath()));
-        Insert(*database, u"T", RowFor(404));
-        Insert(*newcomer, u"T", RowFor(405));
-        EXPECT_FALSE(std::filesystem::exists(JournalPath())) << "it is in the way of the others";
+    auto newcomer = Database::Open(Path());
+    for (int key = 401; key < 405; ++key) {
+        Insert(*database, u"T", RowFor(key));
+        Insert(*newcomer, u"T", RowFor(key + 100));
+        EXPECT_EQ(FileNumber(JournalPath()), first);
     }
-    Insert(*database, u"T", RowFor(406));
-    EXPECT_TRUE(std::filesystem::exists(JournalPath()));
+    EXPECT_EQ(Rows(*Database::Open(Path(), {.read_only = true}), u"T").size(), 59U);
     database.reset();
+    EXPECT_EQ(FileNumber(JournalPath()), first);
+    Insert(*newcomer, u"T", RowFor(600));
+    newcomer.reset();
     EXPECT_FALSE(std::filesystem::exists(JournalPath()));
-    EXPECT_EQ(CountRows(), 57U);
+    EXPECT_EQ(CountRows(), 60U);
+}
+
+// All pages of the change are in the file, and the journal still in force: it stands, once the file is safe.
+TEST_F(PagerTest, AChangeWhoseEndIsMissingStands) {
+    std::vector<std::uint8_t> before = test::ReadFile(Path());
+    std::vector<std::uint8_t> journal;
+    {
+        const auto database = Database::Open(Path());
+        Insert(*database, u"T", RowFor(400));
+        journal = test::ReadFile(JournalPath());
+    }
+    ASSERT_EQ(journal[0], 0);
+    journal[0] = 'Q';
+    const std::vector<std::uint8_t> after = test::ReadFile(Path());
+    before.resize(after.size());
+    for (const bool whole : {true, false}) {
+        SCOPED_TRACE(whole);
+        auto file = after;
+        if (!whole) std::copy(before.end() - 2048, before.end(), file.end() - 2048);
+        for (const auto& [path, bytes] : {std::pair(Path(), file), std::pair(JournalPath(), journal)}) {
+            std::ofstream(path, std::ios::binary)
+                .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        }
+        EXPECT_EQ(CountRows(), whole ? 51U : 50U);
+        EXPECT_FALSE(std::filesystem::exists(JournalPath()));
+    }
 }
 
 // Whatever lies under the journal's name by now was put there by somebody else.

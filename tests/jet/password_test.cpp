@@ -148,7 +148,7 @@ TEST_P(PasswordTest, IsChangedAsAWholeOrNotAtAll) {
             EXPECT_TRUE(test::ReadFile(Path()) == before);
         }
     }
-    EXPECT_GT(call, 5);
+    EXPECT_GT(call, 4);
     EXPECT_EQ(ErrorWith(u"new"), 0);
     ExpectClean(*database);
 }

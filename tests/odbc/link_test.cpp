@@ -1,6 +1,7 @@
 // Links to tables on a server: how they are stored, what comes through them, and what goes wrong.
 
 #include <chrono>
+#include <set>
 #include <thread>
 
 #include <arpa/inet.h>
@@ -8,8 +9,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "dao/database_object.h"
+#include "dao/engine_object.h"
+#include "dao/table_object.h"
 #include "jet/compact.h"
 #include "odbc/connect_string.h"
+#include "odbc/pool.h"
 #include "odbc_fixture.h"
 #include "support/at_once.h"
 
@@ -37,6 +42,34 @@ TEST(ConnectString, PartsWithAndWithoutBraces) {
     EXPECT_FALSE(odbc::ConnectString::IsOdbc(u";DATABASE=x"));
 }
 
+TEST(ConnectString, TakesALoginThatIsMeantForItsPlace) {
+    struct Case {
+        const char16_t* login;
+        const char16_t* user;
+        const char16_t* password;
+    };
+    const Case cases[] = {
+        {u"ODBC;UID=a;PWD=p", u"a", u"p"},
+        {u"ODBC;PWD=p", u"", u"p"},
+        {u"ODBC;server=DB;UID=a;Password=p", u"a", u"p"},
+        {u"ODBC;SERVER=other;UID=a;PWD=p", u"", u""},
+        {u"ODBC;DSN=x;UID=a;PWD=p", u"", u""},
+        {u"ODBC;UID=a;PWD=p;SSLmode=disable", u"a", u"p"},
+    };
+    for (const Case& c : cases) {
+        odbc::ConnectString text(u"ODBC;DRIVER={A};SERVER=db;DATABASE=x");
+        text.Complete(odbc::ConnectString(c.login));
+        EXPECT_EQ(text.Get(u"UID").value_or(u""), c.user) << ToUtf8(c.login);
+        EXPECT_EQ(text.TakePassword().value_or(u""), c.password) << ToUtf8(c.login);
+        EXPECT_EQ(text.Get(u"SSLmode"), std::nullopt);
+    }
+    odbc::ConnectString own(u"ODBC;SERVER=db;UID=me;PWD=mine");
+    own.Complete(odbc::ConnectString(u"ODBC;UID=me;PWD=p"));
+    EXPECT_EQ(own.TakePassword(), u"mine");
+    own.Complete(odbc::ConnectString(u"ODBC;UID=you;PWD=p"));
+    EXPECT_EQ(own.TakePassword(), std::nullopt) << "somebody else's";
+}
+
 class LinkTest : public OdbcTest {
 protected:
     jet::CatalogObject Stored(std::u16string_view name) {
@@ -46,6 +79,7 @@ protected:
 };
 
 TEST_F(LinkTest, IsStoredWithItsColumnsAndKeyAndWithoutThePassword) {
+    unsetenv("QMTRAININFO_PASSWORD");
     MakeTable("train", "id serial PRIMARY KEY, \"名\" varchar(20) NOT NULL, score real, content text");
     const jet::CatalogObject link = Stored(u"train");
     EXPECT_EQ(link.type, jet::CatalogObject::kLinkedOdbc);
@@ -93,6 +127,46 @@ TEST_F(LinkTest, IsRefreshedWhenTheServersTableHasChanged) {
     database_->RefreshLink(u"train");
     EXPECT_EQ(Column(u"SELECT b FROM train", u"b"), u"7");
     EXPECT_EQ(Stored(u"train").foreign_name, u"public.train");
+}
+
+TEST_F(LinkTest, ALoginGivenWithTheDatabaseReachesItsLinks) {
+    unsetenv("QMTRAININFO_PASSWORD");
+    MakeTable("train", "id serial PRIMARY KEY, a integer");
+    const auto engine = std::make_shared<dao::EngineObject>();
+    struct Case {
+        const char16_t* connect;
+        std::int32_t error;
+    };
+    const Case cases[] = {
+        {u"ODBC;UID=exam;PWD={secret;{}}}", 0},
+        {u"ODBC;SERVER=127.0.0.1;PWD={secret;{}}}", 0},
+        {u"ODBC;SERVER=elsewhere;UID=exam;PWD={secret;{}}}", N(Number::OdbcConnectionFailed)},
+        {u"ODBC;UID=exam;PWD=wrong", N(Number::OdbcConnectionFailed)},
+        {u"", N(Number::OperationNotSupported)},
+    };
+    for (const Case& c : cases) {
+        const auto database = engine->OpenDatabase(File(), false, false, c.connect);
+        const auto read = [&] { (void)database->OpenRecordset(u"train", dao::RecordsetType::Default, 0); };
+        EXPECT_EQ(ErrorOf(read), c.error) << ToUtf8(c.connect);
+        database->Close();
+    }
+}
+
+TEST_F(LinkTest, LeadsElsewhereWhenItIsRefreshed) {
+    setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+    MakeTable("train", "id serial PRIMARY KEY, a integer");
+    const std::u16string other = server_->NewDatabase();
+    server_->Psql(
+        "CREATE TABLE train (n integer PRIMARY KEY, b text); INSERT INTO train VALUES (3, 'x');"
+        "ALTER TABLE train OWNER TO exam");
+    dao::TableObject link(database_, database_->TableDefs().back(), true);
+    link.Connect(other);
+    link.RefreshLink();
+    EXPECT_EQ(Column(u"SELECT n & b AS both FROM train", u"both"), u"3x");
+    EXPECT_EQ(Stored(u"train").connect.find(u"secret"), std::u16string::npos);
+    link.Connect(server_->Connect(u"exam", u"wrong"));
+    EXPECT_EQ(ErrorOf([&] { link.RefreshLink(); }), N(Number::OdbcConnectionFailed));
+    EXPECT_EQ(Column(u"SELECT b FROM train", u"b"), u"x") << "it is as it was";
 }
 
 TEST_F(LinkTest, HostsThatGrantNoServersGetNone) {
@@ -203,6 +277,26 @@ TEST_F(RowsTest, AreNotOverwrittenWhenAnotherUserWasFirst) {
     rows->Edit();
     server_->Psql("DELETE FROM train WHERE id = 1");
     EXPECT_EQ(ErrorOf(change), N(Number::RecordDeleted));
+}
+
+TEST_F(RowsTest, OfAWholeTableComeInPages) {
+    MakeTable("pairs", "a varchar(5), b integer, c text, PRIMARY KEY (a, b)");
+    server_->Psql("INSERT INTO pairs SELECT 'k' || n % 7, n, 'x' FROM generate_series(1, 3000) n");
+    const auto rows = database_->OpenRecordset(u"pairs");
+    std::set<std::int32_t> seen;
+    int count = 0;
+    for (; !rows->Eof(); rows->MoveNext(), ++count) seen.insert(ToLong(rows->Fields(u"b").Value()));
+    EXPECT_EQ(count, 3000);
+    EXPECT_EQ(seen.size(), 3000U);
+    // Many columns of fixed sizes, which come in blocks, are those of single rows.
+    EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM (SELECT a, b, a & b AS t FROM pairs WHERE b <= 500) AS p", u"N"),
+              u"500");
+    const auto some = database_->OpenRecordset(u"SELECT a, b FROM pairs WHERE b <= 500 ORDER BY b DESC");
+    for (int b = 500; b > 0; --b, some->MoveNext()) {
+        ASSERT_EQ(some->Fields(u"a").Value(), Value(u"k" + ToText(std::int64_t{b % 7})));
+        ASSERT_EQ(some->Fields(u"b").Value(), Value(std::int32_t{b}));
+    }
+    EXPECT_TRUE(some->Eof());
 }
 
 TEST_F(RowsTest, StatementsChangeAllOrNothing) {
@@ -388,6 +482,7 @@ TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
 }
 
 TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
+    odbc::LoginTimeout(std::chrono::seconds(5));
     // A server that takes a call and never says anything.
     const int silent = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
@@ -431,6 +526,7 @@ TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
         EXPECT_FALSE(database_->HasTable(u"new"));
     }
     close(silent);
+    odbc::LoginTimeout(std::chrono::seconds(20));
 }
 
 TEST_F(RowsTest, GoOnWhenTheServerIsBack) {

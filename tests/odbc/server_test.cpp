@@ -2,12 +2,20 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <map>
 #include <mutex>
+#include <random>
 #include <set>
 #include <sstream>
 #include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "bank/client_folder.h"
 #include "core/log.h"
@@ -154,6 +162,31 @@ TEST_F(ServerTest, LinksAreMadeAnewAndGiveTheRightsOfHostsAlone) {
     EXPECT_EQ(train.AddNewTrain(kStart, 7, 1, 0, 2), 1);
 }
 
+// What has returned, and must be there.
+struct Said {
+    std::map<std::int32_t, std::pair<int, int>> trainings;  // candidate and count, by number
+    std::set<std::string> added;
+    std::set<std::string> changed;
+
+    void Check(const TestServer& server) const {
+        std::map<std::string, int> rows;
+        std::map<std::string, int> all;
+        std::istringstream lines(server.Psql("SELECT \"QuestionRecNo\", \"StudentAnswer\" FROM trainresult"));
+        for (std::string line; std::getline(lines, line);) {
+            ++rows[line];
+            ++all[line.substr(0, line.find('|'))];
+        }
+        for (const auto& [rec_no, count] : all) EXPECT_EQ(count, 1) << rec_no << " is there twice";
+        for (const std::string& rec_no : added) EXPECT_EQ(all[rec_no], 1) << rec_no;
+        for (const std::string& rec_no : changed) EXPECT_EQ(rows[rec_no + "|甲"], 1) << rec_no;
+        std::istringstream numbers(server.Psql("SELECT \"TrainID\", \"UserId\", \"TheoryNo\" FROM traininfo"));
+        std::map<std::int32_t, std::pair<int, int>> there;
+        char bar = 0;
+        for (std::int32_t id = 0, user = 0, n = 0; numbers >> id >> bar >> user >> bar >> n;) there[id] = {user, n};
+        for (const auto& [id, whose] : trainings) EXPECT_EQ(there[id], whose) << id;
+    }
+};
+
 // Candidates record while the server is killed and started again: what was said to be recorded is there, once.
 class StormTest : public ServerTest {
 protected:
@@ -182,9 +215,9 @@ protected:
                     const bool added = id != -1 && result.Add(id, 1, u"B", rec_no, 2, 0, u"A", u"", u"", 1, 1, n);
                     const bool changed = added && result.Update(id, u"B", rec_no, 1, u"甲", u"", u"");
                     const std::scoped_lock lock(mutex_);
-                    if (id != -1) trainings_[id] = {i, n};
-                    if (added) added_.insert(ToUtf8(rec_no));
-                    if (changed) changed_.insert(ToUtf8(rec_no));
+                    if (id != -1) said_.trainings[id] = {i, n};
+                    if (added) said_.added.insert(ToUtf8(rec_no));
+                    if (changed) said_.changed.insert(ToUtf8(rec_no));
                     if (changed && was_over) ++after;
                     if (id != -1 && !was_over) ++before_;
                 }
@@ -200,23 +233,8 @@ protected:
         EXPECT_GT(before_, kCandidates);
     }
 
-    void Check(const TestServer& server) {
-        std::map<std::string, int> rows;
-        std::istringstream lines(server.Psql("SELECT \"QuestionRecNo\", \"StudentAnswer\" FROM trainresult"));
-        for (std::string line; std::getline(lines, line);) ++rows[line];
-        for (const std::string& rec_no : added_) EXPECT_EQ(rows[rec_no + "|"] + rows[rec_no + "|甲"], 1) << rec_no;
-        for (const std::string& rec_no : changed_) EXPECT_EQ(rows[rec_no + "|甲"], 1) << rec_no;
-        std::istringstream numbers(server.Psql("SELECT \"TrainID\", \"UserId\", \"TheoryNo\" FROM traininfo"));
-        std::map<std::int32_t, std::pair<int, int>> there;
-        char bar = 0;
-        for (std::int32_t id = 0, user = 0, n = 0; numbers >> id >> bar >> user >> bar >> n;) there[id] = {user, n};
-        for (const auto& [id, whose] : trainings_) EXPECT_EQ(there[id], whose) << id;
-    }
-
     std::mutex mutex_;
-    std::map<std::int32_t, std::pair<int, int>> trainings_;  // candidate and count, by number
-    std::set<std::string> added_;
-    std::set<std::string> changed_;
+    Said said_;
     int before_ = 0;
     int finished_ = 0;
 };
@@ -228,7 +246,7 @@ TEST_F(StormTest, NothingIsLostOrDoubledWhenTheServerIsKilled) {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         server_->Start();
     });
-    Check(*server_);
+    said_.Check(*server_);
 }
 
 TEST_F(StormTest, GoesOnWithTheStandbyWhenThePrimaryIsKilled) {
@@ -252,7 +270,82 @@ TEST_F(StormTest, GoesOnWithTheStandbyWhenThePrimaryIsKilled) {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         standby->Promote();
     });
-    Check(*standby);
+    said_.Check(*standby);
+}
+
+// Candidates in processes of their own, who say what has returned before they go on, and are killed whatever they do.
+class KilledHostTest : public ServerTest {
+protected:
+    static constexpr int kCandidates = 3;
+
+    pid_t Start(const std::u16string& folder, int candidate) const {
+        const pid_t child = fork();
+        if (child != 0) return child;
+        const int said = open((folder_.Path() / "said").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        const auto say = [&](const std::string& line) {
+            if (write(said, line.data(), line.size()) < 0) _exit(1);
+        };
+        TrainInfo train;
+        TrainResult result;
+        train.ClientPath(folder);
+        result.ClientPath(folder);
+        std::u16string problem;
+        train.Init(problem);
+        for (int n = 0;; ++n) {
+            const std::int32_t id = train.AddNewTrain(kStart, candidate, n, 0, 2);
+            if (id == -1) continue;
+            const std::string rec_no = std::to_string(candidate) + "-" + std::to_string(n);
+            const std::u16string wide = FromUtf8(rec_no);
+            say("t " + std::to_string(id) + " " + std::to_string(candidate) + " " + std::to_string(n) + "\n");
+            if (!result.Add(id, 1, u"B", wide, 2, 0, u"A", u"", u"", 1, 1, n)) continue;
+            say("a " + rec_no + "\n");
+            if (result.Update(id, u"B", wide, 1, u"甲", u"", u"")) say("c " + rec_no + "\n");
+        }
+    }
+
+    Said WhatWasSaid() const {
+        Said all;
+        std::ifstream lines(folder_.Path() / "said");
+        for (char kind = 0; lines >> kind;) {
+            std::string rec_no;
+            std::int32_t id = 0;
+            if (kind == 't') {
+                lines >> id;
+                lines >> all.trainings[id].first >> all.trainings[id].second;
+            } else if (lines >> rec_no) {
+                (kind == 'a' ? all.added : all.changed).insert(rec_no);
+            }
+        }
+        return all;
+    }
+};
+
+TEST_F(KilledHostTest, WhatHasReturnedIsThereOnce) {
+    const std::u16string folder = LinkedFolder();
+    const int rounds = std::getenv("QMTRAIN_LONG") != nullptr ? 200 : 8;
+    constexpr int kServerToo = 4;  // each fourth time
+    std::minstd_rand random(20051224);
+    for (int round = 0; round < rounds; ++round) {
+        std::vector<pid_t> children;
+        for (int i = 0; i < kCandidates; ++i) children.push_back(Start(folder, round * kCandidates + i));
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::uniform_int_distribution<>(100, 500)(random)));
+        if (round % kServerToo == kServerToo - 1) {
+            server_->Stop();
+            server_->Start();
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        }
+        for (const pid_t child : children) kill(child, SIGKILL);
+        for (const pid_t child : children) waitpid(child, nullptr, 0);
+    }
+    const Said said = WhatWasSaid();
+    EXPECT_GT(said.changed.size(), static_cast<std::size_t>(rounds)) << "they had time to record";
+    said.Check(*server_);
+    // Nothing that the dead held keeps others waiting.
+    TrainInfo train;
+    train.ClientPath(folder);
+    std::u16string problem;
+    ASSERT_TRUE(train.Init(problem));
+    EXPECT_NE(train.AddNewTrain(kStart, 1, 1, 0, 2), -1);
 }
 
 TEST_F(ServerTest, TlsIsTakenWithACertificateOfTheRightAuthority) {

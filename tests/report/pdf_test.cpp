@@ -169,6 +169,42 @@ TEST_F(PdfTest, PicturesBulletsAndStrokes) {
     }
 }
 
+// Who prints a report of many large pictures gets the first ones, and frames for the rest. These say of themselves that
+// they are large, and end there.
+TEST_F(PdfTest, PicturesBeyondTheBudgetAreFrames) {
+    wxMemoryOutputStream stream;
+    ASSERT_TRUE(wxImage(2000, 2000).SaveFile(stream, wxBITMAP_TYPE_PNG));
+    Bytes black(stream.GetSize());
+    stream.CopyTo(black.data(), black.size());
+    constexpr std::size_t kHead = 33;
+    Bytes large(black.begin(), black.begin() + kHead);
+    for (const std::size_t at : {std::size_t{16}, std::size_t{20}}) {
+        large[at + 2] = 0x15;  // 5,400
+        large[at + 3] = 0x18;
+    }
+    const auto shows_last = [&](int larger) {
+        Report report;
+        document::RichText& text = report.sections.emplace_back().text;
+        for (int i = 0; i < larger; ++i) text.AppendPicture({document::Picture::Kind::Png, large, 100, 100});
+        text.AppendPicture({document::Picture::Kind::Png, black, 3000, 3000});
+        wxBitmap bitmap(kPageWidth / 8, kPageHeight / 8);
+        wxMemoryDC dc(bitmap);
+        dc.SetBackground(*wxWHITE_BRUSH);
+        dc.Clear();
+        dc.SetUserScale(0.125, 0.125);
+        const PageLayout layout(report);
+        EXPECT_EQ(layout.PageCount(), 1);
+        layout.Paint(dc, 1);
+        dc.SelectObject(wxNullBitmap);
+        const wxImage drawn = bitmap.ConvertToImage();
+        int count = 0;
+        for (int i = 0; i < drawn.GetWidth() * drawn.GetHeight(); ++i) count += drawn.GetData()[i * 3] < 64 ? 1 : 0;
+        return count > 10'000;
+    };
+    EXPECT_TRUE(shows_last(30));
+    EXPECT_FALSE(shows_last(40));
+}
+
 TEST_F(PdfTest, AFolderThatIsNotThere) {
     Report report;
     report.title = u"题";

@@ -3,6 +3,7 @@
 // A generated piece is written in both dialects at once. What the two mean differently is not generated: booleans as
 // results, division, comparisons across types, ties of TOP.
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -69,6 +70,15 @@ public:
         }
         sqlite3_finalize(statement);
         return rows;
+    }
+
+    // One row; the question marks stand for the numbers, whose last digit no text changes on its way.
+    void Insert(const std::string& sql, const std::vector<double>& numbers) {
+        sqlite3_stmt* statement = nullptr;
+        EXPECT_EQ(sqlite3_prepare_v2(database_, sql.c_str(), -1, &statement, nullptr), SQLITE_OK) << sql;
+        for (std::size_t i = 0; i < numbers.size(); ++i) sqlite3_bind_double(statement, int(i) + 1, numbers[i]);
+        EXPECT_EQ(sqlite3_step(statement), SQLITE_DONE) << sql;
+        sqlite3_finalize(statement);
     }
 
 private:
@@ -545,6 +555,252 @@ TEST(Differential, AccessPathsAgreeWithScansAndSqlite) {
             sqlite.Rows("INSERT INTO Plain" + row);
         }
         for (int i = 0; i < 700; ++i) {
+            const Select select = generator.MakeSelect();
+            const auto theirs = Folded(sqlite.Rows(OverTable(select.text.theirs, "Plain")), select.ordered);
+            for (const char* table : {"Indexed", "Plain"}) {
+                const std::string sql = OverTable(select.text.ours, table);
+                std::vector<std::string> ours;
+                try {
+                    ours = Folded(OurRows(catalog, sql), select.ordered);
+                } catch (const AutomationError& error) {
+                    ours = {std::string("error ") + error.what()};
+                }
+                ASSERT_EQ(ours, theirs) << "seed " << seed << "\n" << sql << "\n" << select.text.theirs;
+            }
+            rows += theirs.size();
+        }
+    }
+    EXPECT_GT(rows, 10000U);
+}
+
+// ---- decimals ----
+
+// SQLite has none: there an exact number is a text of as many digits as any other, so that texts compare as the numbers
+// do, and beside it stands its Double, which is what counts against a Double.
+struct Number {
+    bool negative = false;
+    std::int64_t whole = 0;
+    int behind = 0;  // hundred-millionths
+
+    std::string Text() const {
+        std::string text = (negative ? "-" : "") + std::to_string(whole);
+        std::string digits = Padded(behind, kBehind);
+        digits.erase(digits.find_last_not_of('0') + 1);
+        return digits.empty() ? text : text + "." + digits;
+    }
+    double Nearest() const { return std::strtod(Text().c_str(), nullptr); }
+    std::string Key() const {
+        std::string digits = Padded(whole, 20) + Padded(behind, kBehind);
+        for (char& digit : digits) digit = negative ? static_cast<char>('0' + '9' - digit) : digit;
+        return (negative ? "'-" : "'0") + digits + "'";
+    }
+
+    // How a statement takes what is written so.
+    enum class Kind : std::uint8_t { Long, Double, Decimal };
+    Kind Written() const {
+        const std::string text = Text();
+        if (IsLong()) return Kind::Long;
+        const auto first = text.find_first_of("123456789");
+        const auto digits = std::count_if(text.begin() + static_cast<std::ptrdiff_t>(first), text.end(),
+                                          [](char c) { return c != '.'; });
+        return digits > 15 ? Kind::Decimal : Kind::Double;
+    }
+    bool IsCurrency() const { return behind % 10000 == 0 && whole < 922337203685477; }
+    bool IsLong() const { return behind == 0 && whole <= 2147483647; }
+
+private:
+    static constexpr std::size_t kBehind = 8;
+
+    static std::string Padded(std::int64_t number, std::size_t width) {
+        const std::string digits = std::to_string(number);
+        return std::string(width - std::min(width, digits.size()), '0') + digits;
+    }
+};
+
+// Numbers of 1 to 28 digits in clusters that have one Double, and their like.
+std::vector<Number> Numbers() {
+    const std::pair<std::int64_t, int> bases[] = {
+        {0, 0},
+        {0, 10'000'000},
+        {1, 0},
+        {3, 50'000'000},
+        {2147483647, 0},
+        {2147483648, 0},
+        {99999999999, 0},
+        {123456789012345, 50'000'000},
+        {900719925474099, 25'000'000},
+        {9007199254740992, 0},
+        {9007199254740993, 0},
+        {1234567890123456789, 0},
+        {1234567890123456790, 0},
+    };
+    std::vector<Number> numbers;
+    for (const auto& [whole, behind] : bases) {
+        for (const int more : {0, 1, 2, 10000}) {
+            numbers.push_back({false, whole, behind + more});
+            if (whole + behind + more > 0) numbers.push_back({true, whole, behind + more});
+        }
+    }
+    return numbers;
+}
+
+class DecimalGenerator {
+public:
+    explicit DecimalGenerator(unsigned seed) : random_(seed) {}
+
+    int Pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
+    bool Chance(int percent) { return Pick(100) < percent; }
+    const Number& AnyNumber() { return numbers_[static_cast<std::size_t>(Pick(static_cast<int>(numbers_.size())))]; }
+    const std::vector<Number>& All() const { return numbers_; }
+
+    // "%" stands for the table.
+    Select MakeSelect() {
+        switch (Pick(9)) {
+            case 0: {
+                const Operand key = Exact("t");
+                return {Both("SELECT Count(*), Min(t.ID) FROM % AS t GROUP BY ") + Both(key.ours, key.exact), false};
+            }
+            case 1: {
+                const Operand key = Column("t");
+                const std::string direction = Chance(50) ? " DESC" : "";
+                return {Both("SELECT t.ID FROM % AS t ORDER BY ") + Both(key.ours, key.inexact ? key.real : key.exact) +
+                            direction + ", t.ID",
+                        true};
+            }
+            case 2:
+                return {Both("SELECT t.ID, u.ID FROM % AS t ") + (Chance(50) ? "INNER" : "LEFT") + " JOIN % AS u ON " +
+                            Compared(Column("t"), Chance(80) ? " = " : " < ", Column("u")),
+                        false};
+            case 3: {
+                const Operand key = Exact("t");
+                return {
+                    Both("SELECT Count(*) FROM (SELECT DISTINCT ") + Both(key.ours, key.exact) + " FROM % AS t) AS q",
+                    true};
+            }
+            case 4: {
+                const Operand a = Exact("t");
+                const Operand b = Column("u");
+                const bool inexact = b.inexact;
+                return {Both("SELECT Count(*) FROM (SELECT ") + Both(a.ours, inexact ? a.real : a.exact) +
+                            " FROM % AS t UNION SELECT " + Both(b.ours, inexact ? b.real : b.exact) +
+                            " FROM % AS u) AS q",
+                        true};
+            }
+            case 5: {
+                const Operand a = Exact("t");
+                const Operand b = {"Max(u.P)", "max(u.P)", "max(u.PR)", false};
+                return {Both("SELECT t.ID FROM % AS t WHERE ") + Both(a.ours, a.exact) + (Chance(50) ? " = " : " < ") +
+                            "(SELECT " + Both(b.ours, b.exact) + " FROM % AS u WHERE " +
+                            Compared(Column("u"), " < ", Literal()) + ")",
+                        false};
+            }
+            default: return {Both("SELECT t.ID FROM % AS t WHERE ") + Condition(2) + " ORDER BY t.ID", true};
+        }
+    }
+
+private:
+    struct Operand {
+        std::string ours;
+        std::string exact;
+        std::string real;
+        bool inexact;
+    };
+
+    Operand Exact(const std::string& table) {
+        const std::string name = table + "." + std::vector{"P", "P", "C", "L"}[static_cast<std::size_t>(Pick(4))];
+        return {name, name, name + "R", false};
+    }
+    Operand Column(const std::string& table) {
+        return Chance(20) ? Operand{table + ".X", "", table + ".X", true} : Exact(table);
+    }
+    Operand Literal() {
+        const int at = Pick(static_cast<int>(numbers_.size()));
+        const Number& number = numbers_[static_cast<std::size_t>(at)];
+        return {number.Text(), number.Key(), "(SELECT V FROM N WHERE K = " + std::to_string(at) + ")",
+                number.Written() == Number::Kind::Double};
+    }
+
+    static Both Compared(const Operand& a, const std::string& op, const Operand& b) {
+        const bool inexact = a.inexact || b.inexact;
+        return {"(" + a.ours + op + b.ours + ")",
+                "(" + (inexact ? a.real : a.exact) + op + (inexact ? b.real : b.exact) + ")"};
+    }
+
+    Both Condition(int depth) {
+        constexpr const char* kOperators[] = {" = ", " = ", " = ", " < ", " > ", " <= ", " >= ", " <> "};
+        if (depth > 0 && Chance(30)) return Both("(") + Condition(depth - 1) + " AND " + Condition(depth - 1) + ")";
+        if (depth > 0 && Chance(40)) return Both("(") + Condition(depth - 1) + " OR " + Condition(depth - 1) + ")";
+        const Operand subject = Column("t");
+        switch (Pick(7)) {
+            case 0: {
+                Both list = Both("(" + subject.ours + " IN (", "(");
+                for (int i = Pick(11); i >= 0; --i) {
+                    const Operand item = Literal();
+                    list +=
+                        Both(item.ours, Compared(subject, " = ", item).theirs) + (i > 0 ? Both(", ", " OR ") : Both());
+                }
+                return list + Both("))", ")");
+            }
+            case 1: {
+                Operand low = Literal();
+                Operand high = Literal();
+                const Both within = Compared(subject, " >= ", low) + " AND " + Compared(subject, " <= ", high);
+                const Both swapped = Compared(subject, " >= ", high) + " AND " + Compared(subject, " <= ", low);
+                const std::string wrong = Compared(low, " > ", high).theirs;
+                return {"(" + subject.ours + " BETWEEN " + low.ours + " AND " + high.ours + ")",
+                        "(CASE WHEN " + wrong + " THEN " + swapped.theirs + " ELSE " + within.theirs + " END)"};
+            }
+            case 2: {
+                const Operand item = Column("v");
+                const bool inexact = subject.inexact || item.inexact;
+                return Both("(") + Both(subject.ours, inexact ? subject.real : subject.exact) + " IN (SELECT " +
+                       Both(item.ours, inexact ? item.real : item.exact) + " FROM % AS v WHERE v.ID < " +
+                       std::to_string(Pick(30)) + "))";
+            }
+            case 3: return Compared(subject, kOperators[Pick(8)], Column("t"));
+            default: return Compared(subject, kOperators[Pick(8)], Literal());
+        }
+    }
+
+    std::mt19937 random_;
+    std::vector<Number> numbers_ = Numbers();
+};
+
+TEST(Differential, DecimalsAgreeWithSqlite) {
+    const unsigned seed = 28 + static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
+    DecimalGenerator generator(seed);
+    std::size_t rows = 0;
+    for (int set = 0; set < 3; ++set) {
+        MemoryCatalog catalog;
+        Sqlite sqlite;
+        const std::string columns = " (ID LONG, P DECIMAL(28,8), C CURRENCY, L LONG, X DOUBLE)";
+        RunSql(catalog, "CREATE TABLE Indexed" + columns + "; CREATE TABLE Plain" + columns +
+                            "; CREATE INDEX I1 ON Indexed (P); CREATE INDEX I2 ON Indexed (C DESC);"
+                            "CREATE INDEX I3 ON Indexed (L); CREATE INDEX I4 ON Indexed (X, P);");
+        sqlite.Rows("CREATE TABLE Plain (ID INTEGER, P TEXT, PR REAL, C TEXT, CR REAL, L TEXT, LR REAL, X REAL)");
+        sqlite.Rows("CREATE TABLE N (K INTEGER, V REAL)");
+        for (std::size_t i = 0; i < generator.All().size(); ++i)
+            sqlite.Insert("INSERT INTO N VALUES (" + std::to_string(i) + ", ?)", {generator.All()[i].Nearest()});
+        for (int id = 0; id < 20 + 30 * set; ++id) {
+            std::string ours = std::to_string(id);
+            std::string theirs = ours;
+            std::vector<double> doubles;
+            const auto add = [&](bool (*fits)(const Number&), bool exact) {
+                const Number& number = generator.AnyNumber();
+                const bool none = !fits(number) || generator.Chance(5);
+                ours += none ? ", NULL" : ", '" + number.Text() + "'";
+                if (exact) theirs += none ? ", NULL" : ", " + number.Key();
+                theirs += none ? ", NULL" : ", ?";
+                if (!none) doubles.push_back(number.Nearest());
+            };
+            add([](const Number&) { return true; }, true);
+            add([](const Number& number) { return number.IsCurrency(); }, true);
+            add([](const Number& number) { return number.IsLong(); }, true);
+            add([](const Number&) { return true; }, false);
+            RunSql(catalog, "INSERT INTO Indexed VALUES (" + ours + "); INSERT INTO Plain VALUES (" + ours + ")");
+            sqlite.Insert("INSERT INTO Plain VALUES (" + theirs + ")", doubles);
+        }
+        for (int i = 0; i < 500; ++i) {
             const Select select = generator.MakeSelect();
             const auto theirs = Folded(sqlite.Rows(OverTable(select.text.theirs, "Plain")), select.ordered);
             for (const char* table : {"Indexed", "Plain"}) {

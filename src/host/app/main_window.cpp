@@ -10,8 +10,10 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "host/data/host_tables.h"
+#include "host/data/server_away.h"
 #include "host/learning/review_schedule.h"
 #include "host/widgets/look.h"
+#include "host/widgets/signs.h"
 #include "host/widgets/window_place.h"
 #include "ui/layout.h"
 #include "ui/message_box.h"
@@ -23,6 +25,7 @@ namespace {
 constexpr std::size_t kLastShown = 100;  // the history window has all of them
 constexpr int kBandRows = 2;             // more of them scroll
 constexpr int kUploadInterval = 60'000;  // milliseconds
+const std::u16string kServerAway = u"数据库服务器现在不能使用。\n";
 
 constexpr std::u16string_view kPlace = u"MainWindow";
 constexpr std::u16string_view kUserSetting = u"User";
@@ -46,8 +49,20 @@ void MainWindow::Guarded(const std::function<void()>& body) {
     try {
         body();
     } catch (const AutomationError& error) {
-        ui::Inform(this, error.Description(), kMainTitle);
+        const bool away = IsServerAway(error);
+        ui::Inform(this, (away ? kServerAway + error.Description() : error.Description()), kMainTitle);
     }
+}
+
+void MainWindow::AtServer(const std::function<void()>& body) {
+    Guarded([&] {
+        try {
+            body();
+        } catch (const AutomationError& error) {
+            if (!IsServerAway(error)) throw;
+            server_away_ = error.Description();
+        }
+    });
 }
 
 MainWindow::MainWindow(DataFolder folder, const Choices& choices)
@@ -61,7 +76,7 @@ MainWindow::MainWindow(DataFolder folder, const Choices& choices)
     Place(*this, settings_.Text(kPlace), ui::kLargeWindow);
     BindEvents();
     if (!read_only_) {
-        Guarded([this] {
+        AtServer([this] {
             UpgradeHostDatabase(folder_.path);
             UploadWaiting(folder_);
             SettleHandedIn(folder_);
@@ -73,13 +88,13 @@ MainWindow::MainWindow(DataFolder folder, const Choices& choices)
 }
 
 void MainWindow::Choose(const Choices& choices) {
-    Guarded([this] {
+    AtServer([this] {
         users_ = CandidatesOf(folder_);
         subjects_ = SubjectsOf(folder_);
     });
-    const auto require = [](const auto& people, std::optional<std::int32_t> wanted, auto number,
-                            std::u16string_view what) {
-        if (!wanted || PlaceOf(people, *wanted, number) >= 0) return;
+    const auto require = [this](const auto& people, std::optional<std::int32_t> wanted, auto number,
+                                std::u16string_view what) {
+        if (!wanted || !server_away_.empty() || PlaceOf(people, *wanted, number) >= 0) return;
         RaiseComponentError(u"qmtrain", u"没有编号为 " + ToText(*wanted) + u" 的" + std::u16string(what) + u"。");
     };
     require(
@@ -118,13 +133,15 @@ std::int32_t MainWindow::SubjectCode() const {
 
 void MainWindow::Fill() {
     const wxWindowUpdateLocker locker(this);
-    const std::int32_t user = UserId();  // their places may be others' afterwards
-    const std::int32_t subject = SubjectCode();
+    // Their places may be others' afterwards.
+    const std::int32_t user = users_.empty() ? settings_.Number(kUserSetting, -1) : UserId();
+    const std::int32_t subject = subjects_.empty() ? settings_.Number(kSubjectSetting, -1) : SubjectCode();
     const int row = LvPapers->GetSelectedRow();
     const bool selected = row >= 0 && static_cast<std::size_t>(row) < overview_.papers.size();
     const std::int32_t paper = selected ? overview_.papers[static_cast<std::size_t>(row)].paper.number : -1;
     overview_ = {};
-    Guarded([&] {
+    server_away_.clear();
+    AtServer([&] {
         users_ = CandidatesOf(folder_);
         subjects_ = SubjectsOf(folder_);
         FillPeople(user, subject);
@@ -146,7 +163,7 @@ void MainWindow::FillBand() {
     BtnResume.clear();
     BtnDiscard.clear();
     std::vector<UnfinishedPractice> all;
-    if (!read_only_ && UserId() != -1) {
+    if (!read_only_ && (UserId() != -1 || !server_away_.empty())) {
         Guarded([&] { all = UnfinishedOf(folder_, UserId(), SubjectCode()); });
     }
     bool waits = false;
@@ -184,7 +201,7 @@ void MainWindow::FillBand() {
     Band->SetMinSize(wxSize(-1, FromDIP(shown * kBandRow + ui::kGap)));
     Band->FitInside();
     Band->Show(!all.empty());
-    if (waits && !upload_timer_.IsRunning()) upload_timer_.Start(kUploadInterval);
+    if ((waits || !server_away_.empty()) && !upload_timer_.IsRunning()) upload_timer_.Start(kUploadInterval);
 }
 
 void MainWindow::Upload(bool asked) {
@@ -218,7 +235,8 @@ void MainWindow::FillPapers(std::int32_t selected) {
 
 // What is missing first stands in the way of everything else.
 void MainWindow::ShowNothing() {
-    const bool nothing = overview_.papers.empty() || UserId() == -1;
+    const bool away = !server_away_.empty();
+    const bool nothing = away || overview_.papers.empty() || UserId() == -1;
     Nothing->Show(nothing);
     LvPapers->Show(!nothing);
     if (!nothing) return;
@@ -227,14 +245,19 @@ void MainWindow::ShowNothing() {
         BtnNothing->SetLabel(ui::ToWx(button));
         when_nothing_ = std::move(action);
     };
-    if (users_.empty()) {
+    if (away) {
+        tell(kServerAway +
+                 u"没有做完的练习可以继续做，答案保存在本机，服务器恢复后再上传；新的练习要等服务器恢复才能开始。\n" +
+                 server_away_,
+             u"重新连接", [this] { Upload(false); });
+    } else if (users_.empty()) {
         tell(u"还没有考生。", u"新建考生…", [this] { EditCandidate(true); });
     } else if (subjects_.empty()) {
         tell(u"还没有科目和试卷。\n可以先用示例题库试一试。", u"建立示例题库和试卷", [this] { MakeExamples(); });
     } else {
         tell(u"这个科目还没有试卷。", u"从题库组卷…", [this] { ComposeFromBank(); });
     }
-    BtnNothing->Enable(!read_only_);
+    BtnNothing->Enable(!read_only_ || away);
     Nothing->Layout();
 }
 
@@ -249,7 +272,7 @@ void MainWindow::FillPast() {
              {Format(training.start, u"yy-mm-dd hh:nn"), one.paper.empty() ? std::u16string(u"（未知）") : one.paper,
               kind, training.use_time < 0 ? std::u16string() : ClockText(training.use_time),
               ToText(Value(training.got_score)) + u" / " + ToText(Value(training.paper_score)),
-              std::u16string(passed ? u"✓ 及格" : u"✗ 不及格")}) {
+              passed ? WithSign(kRightSign, u"及格") : WithSign(kWrongSign, u"不及格")}) {
             cells.push_back(wxVariant(ui::ToWx(cell)));
         }
         LvLast->AppendItem(cells);

@@ -119,14 +119,18 @@ private:
     // Tells the user why the body has failed.
     void Guarded(const std::function<void()>& body);
 
+    // The same for what happens by itself: that the database server is away stands in the window.
+    void AtServer(const std::function<void()>& body);
+
     DataFolder folder_;
     bool read_only_;
     Settings settings_;
     std::vector<Candidate> users_;
     std::vector<Subject> subjects_;
     Overview overview_;
+    std::u16string server_away_;          // why; empty: it is there, or there is none
     std::function<void()> when_nothing_;  // what the button in the place of papers does
-    wxTimer upload_timer_;                // runs while practices wait for the server
+    wxTimer upload_timer_;                // runs while practices wait for the server, or the window does
 };
 
 }  // namespace qmtrain::host

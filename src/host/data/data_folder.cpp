@@ -10,6 +10,7 @@
 #include "core/system.h"
 #include "dao/dao.h"
 #include "host/data/host_tables.h"
+#include "host/data/server_away.h"
 #include "records/create_client.h"
 
 namespace qmtrain::host {
@@ -76,8 +77,12 @@ FolderReport Examine(const DataFolder& folder) {
                 u"文件夹“" + folder.path + u"”中没有数据库 " + file.substr(file.rfind(u'\\') + 1) + u"。"};
     }
     try {
-        Look(ClientDatabase(folder.path), u"TrainInfo", report.read_only);
-        Look(ClientDatabase(folder.path), u"TrainResult", report.read_only);
+        try {
+            Look(ClientDatabase(folder.path), u"TrainInfo", report.read_only);
+            Look(ClientDatabase(folder.path), u"TrainResult", report.read_only);
+        } catch (const AutomationError& error) {
+            if (!IsServerAway(error)) throw;  // then there are the practices that are kept here
+        }
         for (const std::u16string_view table : {u"Papers", u"PaperQuestions", u"Unfinished", u"UnfinishedAnswers"}) {
             Look(folder.Host(), table, report.read_only);
         }

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "core/trap.h"
 #include "host/papers/outcome.h"
+#include "host/widgets/signs.h"
 #include "notes/note.h"
 #include "ui/client_problem.h"
 
@@ -17,7 +18,7 @@ namespace qmtrain::host {
 namespace {
 
 std::u16string StateText(const WrongEntry& entry) {
-    return entry.item.right_since ? u"✓ 已做对" : u"✗ 还没做对";
+    return entry.item.right_since ? WithSign(kRightSign, u"已做对") : WithSign(kWrongSign, u"还没做对");
 }
 
 std::u16string TimesText(const WrongEntry& entry) {

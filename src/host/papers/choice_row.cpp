@@ -6,6 +6,7 @@
 #include <wx/graphics.h>
 
 #include "host/widgets/look.h"
+#include "host/widgets/signs.h"
 #include "ui/layout.h"
 #include "ui/wx_text.h"
 
@@ -80,8 +81,8 @@ void ChoiceRow::ShowRight(bool right) {
 
 std::u16string ChoiceRow::Remark() const {
     if (!right_) return {};
-    if (chosen_) return *right_ ? u"✓ 你的答案" : u"✗ 你的答案";
-    return *right_ ? u"✓ 正确答案" : u"";
+    if (chosen_) return WithSign(*right_ ? kRightSign : kWrongSign, u"你的答案");
+    return *right_ ? WithSign(kRightSign, u"正确答案") : u"";
 }
 
 void ChoiceRow::Say() {
@@ -92,7 +93,7 @@ void ChoiceRow::Say() {
 }
 
 int ChoiceRow::RemarkWidth() const {
-    return right_ ? GetTextExtent(ui::ToWx(u"✓ 正确答案")).x + FromDIP(ui::kMargin) : 0;
+    return right_ ? GetTextExtent(ui::ToWx(WithSign(kRightSign, u"正确答案"))).x + FromDIP(ui::kMargin) : 0;
 }
 
 int ChoiceRow::HeightFor(int width) {
@@ -138,7 +139,7 @@ void ChoiceRow::PaintBadge(wxDC& dc, wxPoint centre) {
         const double radius = kind_ == Kind::One ? size / 2.0 : FromDIP(ui::kTiny);
         graphics->DrawRoundedRectangle(centre.x - size / 2.0, centre.y - size / 2.0, size, size, radius);
     }
-    const wxString text = ui::ToWx(letter_.empty() ? (chosen_ ? u"✓" : u"") : letter_);
+    const wxString text = ui::ToWx(letter_.empty() ? std::u16string(chosen_ ? kRightSign : u"") : letter_);
     dc.SetFont(FontOf(TextSize::Body, true));
     dc.SetTextForeground(Colour(chosen_ ? Tint::OnAccent : Tint::Text));
     const wxSize extent = dc.GetTextExtent(text);

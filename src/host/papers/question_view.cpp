@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "document/document_layout.h"
 #include "host/widgets/look.h"
+#include "host/widgets/signs.h"
 #include "host/widgets/zoom.h"
 #include "ui/layout.h"
 #include "ui/screen_measurer.h"
@@ -43,11 +44,11 @@ Tint TintOf(Verdict verdict) {
 
 std::u16string_view SignOf(Verdict verdict) {
     switch (verdict) {
-        case Verdict::Right: return u"✓ ";
-        case Verdict::Partly: return u"◐ ";
+        case Verdict::Right: return kRightSign;
+        case Verdict::Partly: return kPartlySign;
         case Verdict::Wrong: break;
     }
-    return u"✗ ";
+    return kWrongSign;
 }
 
 // Moves for the keyboard alone: a new question is shown from its beginning.
@@ -202,7 +203,7 @@ void QuestionView::Ask(const Question& question, std::u16string_view answer, int
 void QuestionView::Reveal(const QuestionOutcome& outcome) {
     Answers().Reveal(question_.answer);
     const Verdict verdict = outcome.GetVerdict();
-    const std::u16string heading = std::u16string(SignOf(verdict)).append(VerdictText(verdict)) + u"　得 " +
+    const std::u16string heading = WithSign(SignOf(verdict), VerdictText(verdict)) + u"　得 " +
                                    ToText(Value(outcome.mark.score)) + u" 分（满分 " +
                                    ToText(Value(outcome.full_score)) + u" 分）";
     std::u16string lines;

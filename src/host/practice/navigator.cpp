@@ -5,6 +5,7 @@
 
 #include "core/convert.h"
 #include "core/text.h"
+#include "host/widgets/signs.h"
 
 namespace qmtrain::host {
 namespace {
@@ -104,7 +105,7 @@ std::vector<OpenQuestion> OpenQuestions(const Practice& practice) {
         if (answered == Answered::Yes && !practice.IsMarked(i)) continue;
         std::u16string text = u"第 " + Number(i + 1) + u" 题　";
         text.append(KindName(practice.Content(i).kind)).append(u"　").append(AnsweredText(answered));
-        if (practice.IsMarked(i)) text += u"　★ 已标记";
+        if (practice.IsMarked(i)) text += u"　" + WithSign(kMarkedSign, u"已标记");
         open.push_back({i, std::move(text)});
     }
     return open;

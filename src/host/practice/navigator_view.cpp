@@ -8,6 +8,7 @@
 
 #include "core/text.h"
 #include "host/widgets/look.h"
+#include "host/widgets/signs.h"
 #include "ui/layout.h"
 #include "ui/wx_text.h"
 
@@ -25,8 +26,8 @@ Tint TintOf(Verdict verdict) {
 }
 
 std::u16string_view SignOf(Verdict verdict) {
-    if (verdict == Verdict::Right) return u"✓";
-    return verdict == Verdict::Partly ? u"◐" : u"✗";
+    if (verdict == Verdict::Right) return kRightSign;
+    return verdict == Verdict::Partly ? kPartlySign : kWrongSign;
 }
 
 }  // namespace
@@ -192,14 +193,14 @@ void NavigatorView::PaintCell(wxDC& dc, std::size_t index) {
     dc.DrawText(text, at.x + (at.width - extent.x) / 2, at.y + (at.height - extent.y) / 2);
     dc.SetFont(FontOf(TextSize::Small));
     if (cell.verdict || cell.answered == Answered::Yes) {
-        const wxString sign = ui::ToWx(cell.verdict ? SignOf(*cell.verdict) : u"✓");
+        const wxString sign = ui::ToWx(cell.verdict ? SignOf(*cell.verdict) : kRightSign);
         const wxSize size = dc.GetTextExtent(sign);
         dc.SetTextForeground(state);
         dc.DrawText(sign, at.x + at.width - size.x - FromDIP(3), at.y + at.height - size.y);
     }
     if (!cell.marked) return;
     dc.SetTextForeground(Colour(Tint::Caution));
-    dc.DrawText(ui::ToWx(u"★"), at.x + FromDIP(3), at.y);
+    dc.DrawText(ui::ToWx(kMarkedSign), at.x + FromDIP(3), at.y);
 }
 
 }  // namespace qmtrain::host

@@ -12,6 +12,7 @@
 #include "dao/transaction.h"
 #include "host/data/host_tables.h"
 #include "host/data/people.h"
+#include "host/data/server_away.h"
 #include "host/practice/overview.h"
 #include "host/practice/unfinished.h"
 #include "records/train_info.h"
@@ -125,7 +126,9 @@ void Practice::AddUnfinished() {
     TrainInfo train;
     OpenTrainings(train, folder_);
     const Date start = Now();
+    const TrapWatch watch;
     train_id_ = train.AddNewTrain(start, start_.user_id, paper_.theory_no, paper_.operation_no, paper_.subject);
+    if (watch.First() && IsServerAway(*watch.First())) throw AutomationError(*watch.First());
     if (train_id_ == -1) Fail(u"无法记录新的练习，请检查数据文件夹是否可以写入、磁盘是否已满。");
     clock_.Used(0);
     host_->Atomically([&] {

@@ -1,6 +1,7 @@
 #include "host/practice/practice_window.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <wx/wupdlock.h>
@@ -8,10 +9,13 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "core/trap.h"
+#include "host/data/server_away.h"
 #include "host/practice/hand_in_dialog.h"
 #include "host/widgets/ask.h"
 #include "host/widgets/look.h"
 #include "host/widgets/note_dialog.h"
+#include "host/widgets/signs.h"
 #include "host/widgets/window_place.h"
 #include "host/widgets/zoom.h"
 #include "notes/note.h"
@@ -27,7 +31,8 @@ constexpr std::u16string_view kTitle = u"模拟练习";
 constexpr std::u16string_view kPlace = u"PracticeWindow";
 constexpr std::u16string_view kZoomSetting = u"Zoom";
 constexpr std::u16string_view kTimeSetting = u"TimeHidden";
-constexpr int kLastMinutes = 5 * 60;  // seconds from which on the time is short
+constexpr int kLastMinutes = 5 * 60;             // seconds from which on the time is short
+constexpr std::chrono::minutes kServerPause{1};  // before a server that was away is asked for notes again
 
 std::u16string Number(std::size_t number) {
     return ToText(static_cast<std::int64_t>(number));
@@ -62,7 +67,13 @@ PracticeWindow::PracticeWindow(wxWindow* parent, const DataFolder& folder, Pract
     SetIcons(ProgramIcon());
     zoom_ = std::clamp(settings_.Number(kZoomSetting, kUsualZoom), kLeastZoom, kMostZoom);
     time_hidden_ = settings_.Number(kTimeSetting, 0) != 0;
-    Guarded([this] { candidate_ = NameOf(folder_, practice_.UserId()); });
+    Guarded([this] {
+        try {
+            candidate_ = NameOf(folder_, practice_.UserId());
+        } catch (const AutomationError& error) {
+            if (!IsServerAway(error)) throw;  // a practice goes on without the server
+        }
+    });
     reminded_ = practice_.SecondsLeft() <= kLastMinutes;
     Build();
     BindEvents();
@@ -141,8 +152,8 @@ void PracticeWindow::ShowState() {
                        u"已作答 " + Number(answered) + u" / " + Number(practice_.Size()) + u" 题");
     if (IsOver()) {
         const auto mistakes = result_->Mistakes();
-        LblCounts->SetLabelText(
-            ui::ToWx(u"✓ 正确 " + Number(practice_.Size() - mistakes.size()) + u"　✗ 有错 " + Number(mistakes.size())));
+        LblCounts->SetLabelText(ui::ToWx(WithSign(kRightSign, u"正确 ") + Number(practice_.Size() - mistakes.size()) +
+                                         u"　" + WithSign(kWrongSign, u"有错 ") + Number(mistakes.size())));
         return;
     }
     LblCounts->SetLabelText(ui::ToWx(CountsText(practice_)));
@@ -173,12 +184,18 @@ void PracticeWindow::ShowCell(std::size_t index) {
 
 void PracticeWindow::ShowNoteState() {
     const PaperQuestion& place = practice_.Place(current_);
-    Note note;
-    note.ClientPath(folder_.path);
-    std::u16string problem;
-    const bool has = note.Init(problem) &&
-                     note.IsExistNote(place.data_code, practice_.GetPaper().subject, place.rec_no, practice_.UserId());
-    BtnNote->SetLabel(ui::ToWx(has ? u"笔记 ✓(&B)" : u"笔记(&B)"));
+    bool has = false;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= ask_for_notes_) {
+        const TrapWatch watch;
+        Note note;
+        note.ClientPath(folder_.path);
+        std::u16string problem;
+        has = note.Init(problem) &&
+              note.IsExistNote(place.data_code, practice_.GetPaper().subject, place.rec_no, practice_.UserId());
+        if (watch.First() && IsServerAway(*watch.First())) ask_for_notes_ = now + kServerPause;
+    }
+    BtnNote->SetLabel(ui::ToWx(has ? WithSign(u"笔记", kRightSign) + u"(&B)" : std::u16string(u"笔记(&B)")));
     ui::FitToCaption(*BtnNote);
     BtnNote->SetToolTip(ui::ToWx(has ? u"这一题有笔记；打开它" : u"写一条关于这一题的笔记"));
 }

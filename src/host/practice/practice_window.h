@@ -1,6 +1,7 @@
 // The window in which a paper is practised, and in which it is looked through when it has been handed in.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -121,6 +122,7 @@ private:
     std::optional<Outcome> result_;
     std::optional<Practice::Start> again_;
     std::u16string candidate_;
+    std::chrono::steady_clock::time_point ask_for_notes_;  // not before: the server is away
     int zoom_ = 100;
     bool time_hidden_ = false;
     bool told_ = false;       // a failing save is reported once for each question

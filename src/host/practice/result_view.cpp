@@ -12,6 +12,7 @@
 #include "core/convert.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "host/widgets/signs.h"
 #include "ui/layout.h"
 #include "ui/wx_text.h"
 
@@ -73,7 +74,7 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
     }
     page->SetScrollRate(0, FromDIP(ui::kWide));
     const bool passed = outcome.Passed();
-    const std::u16string verdict = passed ? u"✓ 及格" : u"✗ 不及格";
+    const std::u16string verdict = passed ? WithSign(kRightSign, u"及格") : WithSign(kWrongSign, u"不及格");
     const std::u16string score = Points(outcome.Score()) + u" / " + Points(outcome.FullScore()) + u" 分";
     const std::u16string rate = u"得分率 " + Format(outcome.Rate(), u"0.0") + u"%（60% 及格）";
     std::u16string time = u"用时 " + DurationText(outcome.seconds_used);

@@ -6,6 +6,7 @@
 #include "core/convert.h"
 #include "core/text.h"
 #include "host/data/host_tables.h"
+#include "host/data/server_away.h"
 
 namespace qmtrain::host {
 namespace {
@@ -67,11 +68,12 @@ std::vector<UnfinishedPractice> UnfinishedOf(const DataFolder& folder, std::int3
     std::vector<UnfinishedPractice> all;
     if (!HasTable(*host.operator->(), u"UnfinishedState")) return all;  // an earlier version's that cannot be changed
     const bool has_waiting = HasTable(*host.operator->(), u"Waiting");
+    const std::u16string of_user = user_id == -1 ? u"" : u" And U.UserID=" + ToText(user_id);
     const std::u16string in_subject = subject == -1 ? u"" : u" And U.SubjectCode=" + ToText(subject);
     const auto rows = host->OpenRecordset(
         u"Select U.TrainID, U.PaperNo, U.IsNet, U.StartDate, S.SecondsUsed, S.Mode, S.Questions"
-        u" From Unfinished U, UnfinishedState S Where U.TrainID=S.TrainID And U.UserID=" +
-        ToText(user_id) + in_subject + u" Order By U.TrainID Desc");
+        u" From Unfinished U, UnfinishedState S Where U.TrainID=S.TrainID" +
+        of_user + in_subject + u" Order By U.TrainID Desc");
     for (; !rows->Eof(); rows->MoveNext()) {
         UnfinishedPractice one;
         one.train_id = ToLong(rows->Fields(u"TrainID").Value());
@@ -106,10 +108,6 @@ void Discard(const DataFolder& folder, std::int32_t train_id) {
 
 bool IsWaiting(dao::Database& host, std::int32_t train_id) {
     return HasRow(*host.OpenRecordset(u"Select TrainID From Waiting" + OfTraining(train_id)));
-}
-
-bool IsServerAway(const AutomationError& error) {
-    return error.Is(ErrorNumber::OdbcConnectionFailed) || error.Is(ErrorNumber::OperationCancelled);
 }
 
 // The first that the server does not answer ends it: the others would only wait too. One that can no longer be recorded

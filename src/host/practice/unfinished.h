@@ -31,7 +31,7 @@ struct UnfinishedPractice {
     std::u16string Text() const;
 };
 
-// Those of the candidate in the subject, newest first; -1 means any subject. Raise what the engine raises.
+// Those of the candidate in the subject, newest first; -1 means any. Raise what the engine raises.
 std::vector<UnfinishedPractice> UnfinishedOf(const DataFolder& folder, std::int32_t user_id, std::int32_t subject);
 
 // Abandons a practice: its answers are deleted, and its training when it has no results.
@@ -42,9 +42,6 @@ bool IsHandedIn(const DataFolder& folder, std::int32_t train_id);
 
 // Whether a practice was handed in that the server has not taken yet.
 bool IsWaiting(dao::Database& host, std::int32_t train_id);
-
-// Whether an error means that the database server cannot be reached now.
-bool IsServerAway(const AutomationError& error);
 
 // Records the practices that wait.
 struct Uploaded {

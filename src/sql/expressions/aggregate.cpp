@@ -111,7 +111,8 @@ void Aggregate::Step(AggregateState& state, Value& slot) {
 
 void Aggregate::AddTo(AggregateState& state, const Value& value, Value& slot) const {
     if (AddsDecimals()) {
-        slot = state.count == 1 ? value : Value(qmtrain::Add(slot.As<Decimal>(), value.As<Decimal>()));
+        const Decimal more = ToDecimal(value);
+        slot = state.count == 1 ? more : qmtrain::Add(slot.As<Decimal>(), more);
     } else if (!AddsCurrency()) {
         state.sum += NumberOf(value);
     } else if (__builtin_add_overflow(state.currency, ToCurrency(value).scaled, &state.currency)) {

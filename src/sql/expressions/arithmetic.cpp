@@ -6,6 +6,7 @@
 #include "core/decimal.h"
 #include "core/error.h"
 #include "core/work.h"
+#include "sql/expressions/functions.h"
 #include "sql/expressions/make_expression.h"
 
 namespace qmtrain::sql {
@@ -189,6 +190,11 @@ private:
     }
 
     void JoinTexts(const std::u16string& left, const std::u16string& right) {
+        const std::size_t length = left.size() + right.size();
+        if (length > kLongText) {
+            CheckLength(length);
+            held_.Cover(length * sizeof(char16_t));
+        }
         std::u16string& text = result_.ReuseText();
         text.assign(left);
         text += right;
@@ -201,6 +207,7 @@ private:
     Value::Type right_type_ = Value::Type::Empty;
     Kind kind_ = Kind::Unknown;  // of those two
     Value result_;
+    HeldMemory held_;
 };
 
 // Null counts as "" unless both are Null.
@@ -221,7 +228,8 @@ public:
         if (!left.IsNull()) AppendText(left, text);
         if (!right.IsNull()) AppendText(right, text);
         if (text.size() > kLongText) {
-            Work::Hold(text.size() * sizeof(char16_t));
+            CheckLength(text.size());
+            held_.Cover(text.capacity() * sizeof(char16_t));
             Work::Look();
         }
         return result_;
@@ -231,6 +239,7 @@ private:
     ExpressionPtr left_;
     ExpressionPtr right_;
     Value result_;
+    HeldMemory held_;
 };
 
 Value::Type NegatedType(Value::Type type) {

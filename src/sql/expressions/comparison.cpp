@@ -153,7 +153,9 @@ public:
     Truth Test() override {
         const Value& subject = subject_->Evaluate();
         if (numbers_only_ && FamilyOf(subject.GetType()) == Family::Number) {
-            return Negated(MakeTruth(numbers_.Find(NumberBits(subject)) != NumberTable::kNone), negated_);
+            const bool is_there = numbers_.Find(NumberBits(subject)) != NumberTable::kNone;
+            // Of several decimals that have the Double of a whole number one is that number.
+            if (!is_there || subject.GetType() != Value::Type::Decimal) return Negated(MakeTruth(is_there), negated_);
         }
         Truth found = Truth::False;
         for (const ExpressionPtr& item : items_) {

@@ -30,7 +30,7 @@ public:
             }
         }
         info_.function(values_, result_);
-        if (IsLong(result_)) Work::Hold(result_.Text().size() * sizeof(char16_t));
+        if (IsLong(result_)) held_.Cover(BytesBeside(result_));
         if (IsLong(result_) || std::ranges::any_of(values_, [](const Value* value) { return IsLong(*value); })) {
             Work::Look();
         }
@@ -42,6 +42,7 @@ private:
     std::vector<ExpressionPtr> arguments_;
     std::vector<const Value*> values_;
     Value result_;
+    HeldMemory held_;
 };
 
 // "Left$" is "Left".
@@ -64,7 +65,7 @@ Value::Type ResultType(const FunctionInfo& info, const std::vector<ExpressionPtr
     if (info.type != Value::Type::Empty) return info.type;
     const Value::Type first = arguments.front()->Type();
     if (first == Value::Type::Boolean) return Value::Type::Integer;
-    return IsNumberType(first) && first != Value::Type::Decimal ? first : Value::Type::Double;
+    return IsNumberType(first) ? first : Value::Type::Double;
 }
 
 }  // namespace

@@ -33,6 +33,9 @@ std::span<const FunctionInfo> DateFunctions();
 // IIf, Nz, Switch and Choose evaluate only what they need. Empty when the name is none of them.
 ExpressionPtr MakeChoice(std::u16string_view name, std::vector<ExpressionPtr>& arguments);
 
+// Before a text of that length is made by a statement. Raises SystemResourceExceeded.
+void CheckLength(std::size_t length);
+
 // A call of any function that is no aggregate. Raises UndefinedFunction or ArgumentCount.
 ExpressionPtr MakeCall(const std::u16string& name, std::vector<ExpressionPtr> arguments);
 

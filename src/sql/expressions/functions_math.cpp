@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "core/convert.h"
+#include "core/decimal.h"
 #include "core/error.h"
 #include "sql/expressions/functions.h"
 
@@ -14,7 +15,26 @@ namespace {
 Value::Type OwnType(const Value& value) {
     const Value::Type type = value.GetType();
     if (type == Value::Type::Boolean) return Value::Type::Integer;
-    return IsNumberType(type) && type != Value::Type::Decimal ? type : Value::Type::Double;
+    return IsNumberType(type) ? type : Value::Type::Double;
+}
+
+// Whether a Double may be too small for it.
+bool IsExact(const Value& value) {
+    return value.GetType() == Value::Type::Decimal || value.GetType() == Value::Type::Currency;
+}
+
+bool IsNegative(const Value& value) {
+    return ToDouble(value) < 0;
+}
+
+Decimal Opposite(const Decimal& value) {
+    return Subtract(Decimal{}, value);
+}
+
+// The greatest whole number that is not greater.
+Decimal WholeBelow(const Decimal& value) {
+    const Decimal nearest = Rescale(value, 0);
+    return Compare(nearest, value) > 0 ? Subtract(nearest, Decimal{.low = 1}) : nearest;
 }
 
 void SetNumber(double number, Value::Type type, Value& result) {
@@ -22,7 +42,15 @@ void SetNumber(double number, Value::Type type, Value& result) {
     result = Convert(Value(number), type);
 }
 
+void SetExact(const Decimal& number, Value::Type type, Value& result) {
+    result = Convert(Value(number), type);
+}
+
 void Absolute(Arguments a, Value& result) {
+    if (IsExact(*a[0])) {
+        const Decimal number = ToDecimal(*a[0]);
+        return SetExact(IsNegative(*a[0]) ? Opposite(number) : number, OwnType(*a[0]), result);
+    }
     SetNumber(std::abs(ToDouble(*a[0])), OwnType(*a[0]), result);
 }
 
@@ -32,10 +60,16 @@ void Sign(Arguments a, Value& result) {
 }
 
 void Floor(Arguments a, Value& result) {
+    if (IsExact(*a[0])) return SetExact(WholeBelow(ToDecimal(*a[0])), OwnType(*a[0]), result);
     SetNumber(std::floor(ToDouble(*a[0])), OwnType(*a[0]), result);
 }
 
 void Truncate(Arguments a, Value& result) {
+    if (IsExact(*a[0])) {
+        const Decimal number = ToDecimal(*a[0]);
+        const Decimal whole = IsNegative(*a[0]) ? Opposite(WholeBelow(Opposite(number))) : WholeBelow(number);
+        return SetExact(whole, OwnType(*a[0]), result);
+    }
     SetNumber(std::trunc(ToDouble(*a[0])), OwnType(*a[0]), result);
 }
 
@@ -43,6 +77,10 @@ void Truncate(Arguments a, Value& result) {
 void RoundNumber(Arguments a, Value& result) {
     const std::int32_t digits = a.size() > 1 ? ToLong(*a[1]) : 0;
     if (digits < 0 || digits > 22) Raise(ErrorNumber::InvalidProcedureCall);
+    if (IsExact(*a[0])) {
+        const Decimal exact = ToDecimal(*a[0]);
+        return SetExact(digits < exact.scale ? Rescale(exact, digits) : exact, OwnType(*a[0]), result);
+    }
     const double number = ToDouble(*a[0]);
     const double scale = std::pow(10.0, digits);
     const double scaled = number * scale;

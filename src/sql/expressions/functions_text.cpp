@@ -34,12 +34,6 @@ std::size_t Position(const Value& value) {
     return position - 1;
 }
 
-// Before a text of that length is made.
-void CheckLength(std::size_t length) {
-    if (length > kLongestText) Raise(ErrorNumber::SystemResourceExceeded);
-    Work::Hold(length * sizeof(char16_t));
-}
-
 // `text` must not be part of `result`.
 void SetText(std::u16string_view text, Value& result) {
     result.ReuseText().assign(text);
@@ -204,6 +198,11 @@ constexpr FunctionInfo kFunctions[] = {
 };
 
 }  // namespace
+
+void CheckLength(std::size_t length) {
+    if (length > kLongestText) Raise(ErrorNumber::SystemResourceExceeded, {u"语句算出的文本太长。"});
+    Work::RequireRoom(length * sizeof(char16_t));
+}
 
 std::span<const FunctionInfo> TextFunctions() {
     return kFunctions;

@@ -7,7 +7,6 @@
 #include "core/collation.h"
 #include "core/convert.h"
 #include "core/decimal.h"
-#include "core/work.h"
 #include "sql/expressions/types.h"
 
 namespace qmtrain::sql {
@@ -150,12 +149,12 @@ std::uint32_t KeyTable::FindOrAdd(const std::vector<std::uint8_t>& key, bool& ad
         entries_.push_back({hash, bytes_.size(), key.size()});
         bytes_.insert(bytes_.end(), key.begin(), key.end());
         slots_[slot] = static_cast<std::uint32_t>(entries_.size());
+        held_.Cover(bytes_.capacity() + entries_.capacity() * sizeof(Entry) + slots_.size() * sizeof(slots_[0]));
     }
     return slots_[slot] - 1;
 }
 
 void KeyTable::Grow() {
-    Work::Hold(bytes_.size() + entries_.size() * (sizeof(Entry) + 2 * sizeof(slots_[0])));
     slots_.assign(std::max(kFirstSlots, slots_.size() * 2), 0);
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t i = 0; i < entries_.size(); ++i) {
@@ -196,6 +195,7 @@ std::uint32_t NumberTable::FindOrAdd(std::uint64_t bits, bool& added) {
 
 void NumberTable::Grow() {
     slots_.assign(std::max(kFirstSlots, slots_.size() * 2), 0);
+    held_.Cover(slots_.size() * (sizeof(slots_[0]) + sizeof(entries_[0]) / 2));
     for (std::size_t i = 0; i < entries_.size(); ++i) slots_[Slot(entries_[i])] = static_cast<std::uint32_t>(i + 1);
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/value.h"
+#include "core/work.h"
 
 namespace qmtrain::sql {
 
@@ -45,6 +46,7 @@ private:
     std::vector<std::uint32_t> slots_;  // entry number + 1, 0 for none
     std::vector<Entry> entries_;
     std::vector<std::uint8_t> bytes_;
+    HeldMemory held_;
 };
 
 // The same for numbers, by their bits.
@@ -62,6 +64,7 @@ private:
 
     std::vector<std::uint32_t> slots_;
     std::vector<std::uint64_t> entries_;
+    HeldMemory held_;
 };
 
 }  // namespace qmtrain::sql

@@ -306,7 +306,7 @@ private:
 
     static Fitting WhereKindsFit(const Units& units, std::u16string_view text) {
         const std::size_t words = text.size() / 64 + 2;
-        Work::Hold(units.count * words * sizeof(std::uint64_t));
+        Work::RequireRoom(units.count * words * sizeof(std::uint64_t));
         Fitting fitting(units.count, std::vector<std::uint64_t>(words));
         for (std::size_t i = 0; i < text.size(); ++i) {
             for (std::uint64_t left = units.kinds[Fold(text[i])]; left != 0; left &= left - 1) {

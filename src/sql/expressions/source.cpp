@@ -1,5 +1,7 @@
 #include "sql/expressions/source.h"
 
+#include "sql/expressions/make_expression.h"
+
 namespace qmtrain::sql {
 
 int Source::SlotFor(int column) {
@@ -123,6 +125,11 @@ const Value& TableSource::Read(std::size_t slot) {
     else
         cursor_->Read(ColumnOfSlot(static_cast<int>(slot)), value);
     stamps_[slot] = stamp_;
+    if (BytesBeside(value) > kLongText) {
+        std::size_t bytes = 0;
+        for (const Value& read : values_) bytes += BytesBeside(read);
+        long_values_.Cover(bytes);
+    }
     return value;
 }
 

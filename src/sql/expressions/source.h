@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "core/value.h"
+#include "core/work.h"
 #include "sql/expressions/row_buffer.h"
 #include "sql/expressions/types.h"
 #include "sql/row_identity.h"
@@ -132,6 +133,8 @@ private:
     std::vector<Value> values_;
     std::vector<std::uint64_t> stamps_;  // of the row a value was read from
     std::uint64_t stamp_ = 0;
+
+    HeldMemory long_values_;
 
     bool keep_values_ = false;
     bool has_long_ = false;

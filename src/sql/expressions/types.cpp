@@ -52,6 +52,10 @@ Value::Type CommonType(Value::Type a, Value::Type b) {
     if (!IsNumberType(a) || !IsNumberType(b)) return Value::Type::Empty;
     const bool whole = a <= Value::Type::Long && b <= Value::Type::Long;
     if (whole) return std::max({a, b, Value::Type::Integer});
+    const Value::Type other = a == Value::Type::Currency ? b : a;
+    if ((a == Value::Type::Currency || b == Value::Type::Currency) && other <= Value::Type::Long) {
+        return Value::Type::Currency;
+    }
     const bool decimal = a == Value::Type::Decimal || b == Value::Type::Decimal;
     return decimal && !IsInexact(a) && !IsInexact(b) ? Value::Type::Decimal : Value::Type::Double;
 }

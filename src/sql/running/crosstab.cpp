@@ -49,6 +49,7 @@ void CrosstabRows::SetKey(Plan& plan, std::size_t first) {
 void CrosstabRows::ReadCells() {
     keys_.Clear();
     values_.clear();
+    beside_ = 0;
     cells_->Start();
     while (cells_->root->Next()) {
         steps_.Next();
@@ -56,12 +57,15 @@ void CrosstabRows::ReadCells() {
         SetKey(*cells_, 0);
         const std::uint32_t row = keys_.FindOrAdd(key_, added);
         if (added) values_.resize(values_.size() + width_, Value(Null{}));
-        Work::Hold(values_.size() * sizeof(Value));
         key_.clear();
         AppendKey(cells_->outputs[groups_].expression->Evaluate(), key_, true);
         const std::uint32_t heading = headings_.Find(key_);
-        if (heading != KeyTable::kNone)
-            values_[row * width_ + heading] = cells_->outputs[groups_ + 1].expression->Evaluate();
+        if (heading != KeyTable::kNone) {
+            const Value& value = cells_->outputs[groups_ + 1].expression->Evaluate();
+            values_[row * width_ + heading] = value;
+            beside_ += BytesBeside(value);
+        }
+        held_.Cover(values_.capacity() * sizeof(Value) + beside_);
     }
 }
 

@@ -35,6 +35,8 @@ private:
     KeyTable headings_;
     KeyTable keys_;
     std::vector<Value> values_;  // as many as headings for each key
+    std::size_t beside_ = 0;     // the bytes of their texts
+    HeldMemory held_;
     std::vector<std::uint8_t> key_;
     WorkSteps steps_;
 };

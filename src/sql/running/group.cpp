@@ -42,7 +42,15 @@ void Group::TakeRow() {
     const std::uint32_t group = keys_.empty() ? 0 : key_source_ != nullptr ? LookUpGroup() : FindGroup();
     Value* slots = output_.Rows().At(group) + keys_.size();
     AggregateState* states = states_.data() + group * aggregates_.size();
-    for (std::size_t i = 0; i < aggregates_.size(); ++i) aggregates_[i].Step(states[i], slots[i]);
+    for (std::size_t i = 0; i < aggregates_.size(); ++i) Step(i, states[i], slots[i]);
+}
+
+// The least or the last text may be a longer one than the first.
+void Group::Step(std::size_t aggregate, AggregateState& state, Value& slot) {
+    const std::size_t before = BytesBeside(slot);
+    aggregates_[aggregate].Step(state, slot);
+    const std::size_t after = BytesBeside(slot);
+    if (after > before && state.count > 1) output_.Rows().Grown(after - before);
 }
 
 std::uint32_t Group::LookUpGroup() {
@@ -66,6 +74,7 @@ std::uint32_t Group::AddGroup() {
     Value* row = output_.Rows().Add();
     for (std::size_t i = 0; i < keys_.size(); ++i) row[i] = keys_[i]->Evaluate();
     states_.resize(states_.size() + aggregates_.size());
+    held_.Cover(states_.capacity() * sizeof(AggregateState));
     return group;
 }
 

@@ -32,6 +32,7 @@ private:
     std::uint32_t FindGroup();
     std::uint32_t LookUpGroup();
     std::uint32_t AddGroup();
+    void Step(std::size_t aggregate, AggregateState& state, Value& slot);
 
     RowOperatorPtr child_;
     RowsSource& output_;
@@ -44,6 +45,7 @@ private:
     std::vector<AggregateState> states_;         // as many as aggregates for each group
     std::vector<std::uint32_t> group_of_place_;  // + 1, 0 where not known yet
     std::vector<std::uint8_t> key_;
+    HeldMemory held_;
     std::size_t position_ = 0;
 };
 

@@ -1,11 +1,7 @@
 #include "sql/running/join.h"
 
 namespace qmtrain::sql {
-namespace {
-
-constexpr std::uint32_t kRowsBetweenLooks = 1024;
-
-}  // namespace
+namespace {}  // namespace
 
 // ---- LookupJoin ----
 
@@ -125,7 +121,7 @@ std::uint32_t HashLookup::KeyNumber(bool building) {
 
 void HashLookup::AddRow(std::uint32_t key) {
     const auto row = static_cast<std::uint32_t>(following_.size());
-    if (row % kRowsBetweenLooks == 0) Work::Hold(places_.size() * sizeof(Place) + row * 3 * sizeof(row));
+    held_.Cover(places_.capacity() * sizeof(Place) + following_.capacity() * 3 * sizeof(row));
     following_.push_back(kEnd);
     for (Source* source : sources_) places_.push_back(source->Keep());
     if (key == first_.size()) {

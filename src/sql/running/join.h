@@ -80,6 +80,7 @@ private:
     std::vector<std::uint32_t> following_;  // row of the same key, by row
     std::vector<Place> places_;             // as many as sources for each row
     std::uint32_t next_row_ = kEnd;
+    HeldMemory held_;
     WorkSteps steps_;
 };
 

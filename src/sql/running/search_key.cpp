@@ -14,6 +14,16 @@ namespace {
 
 constexpr double kExactDoubles = 9007199254740992.0;  // whole numbers below it are exact
 
+// The number as a Double, but between two whole numbers where a decimal is, which may be so near to one of them that no
+// Double tells them apart.
+double DoubleBetweenWholes(const Value& value) {
+    if (value.GetType() != Value::Type::Decimal) return ToDouble(value);
+    const auto& number = value.As<Decimal>();
+    const Decimal nearest = Rescale(number, 0);
+    const auto order = Compare(number, nearest);
+    return ToDouble(Value(nearest)) + (order > 0 ? 0.5 : order < 0 ? -0.5 : 0);
+}
+
 template <class T>
 SearchKey WholeKey(double number, const Wanted& wanted) {
     const auto least = static_cast<double>(std::numeric_limits<T>::min());
@@ -111,9 +121,9 @@ SearchKey SearchKeyFor(const Column& column, const Value& value, const Wanted& w
     if (std::isnan(number)) return {SearchKey::Kind::Unknown};
     switch (column.type) {
         case ColumnType::Boolean: return {SearchKey::Kind::Found, Value(number != 0)};
-        case ColumnType::Byte: return WholeKey<std::uint8_t>(number, wanted);
-        case ColumnType::Integer: return WholeKey<std::int16_t>(number, wanted);
-        case ColumnType::Long: return WholeKey<std::int32_t>(number, wanted);
+        case ColumnType::Byte: return WholeKey<std::uint8_t>(DoubleBetweenWholes(value), wanted);
+        case ColumnType::Integer: return WholeKey<std::int16_t>(DoubleBetweenWholes(value), wanted);
+        case ColumnType::Long: return WholeKey<std::int32_t>(DoubleBetweenWholes(value), wanted);
         case ColumnType::Single: return SingleKey(number, wanted);
         case ColumnType::Date: return {SearchKey::Kind::Found, Value(Date{number}), wanted.inclusive};
         default: return {SearchKey::Kind::Found, Value(number), wanted.inclusive};

@@ -9,7 +9,6 @@ namespace qmtrain::sql {
 namespace {
 
 constexpr std::size_t kPruneRows = 256;
-constexpr std::size_t kRowsBetweenLooks = 1024;
 
 }  // namespace
 
@@ -82,7 +81,7 @@ bool Sort::AddRow() {
     row.number = static_cast<std::uint32_t>(sources_.empty() ? rows_.size() : places_.size() / sources_.size());
     for (Source* source : sources_) places_.push_back(source->Keep());
     rows_.push_back(row);
-    if (rows_.size() % kRowsBetweenLooks == 0) Work::Hold(keys_.size() + rows_.size() * sizeof(Row));
+    held_.Cover(keys_.capacity() + rows_.capacity() * sizeof(Row) + places_.capacity() * sizeof(Place));
     return true;
 }
 

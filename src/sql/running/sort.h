@@ -60,6 +60,7 @@ private:
     std::vector<std::uint8_t> buffer_;
     std::vector<Place> places_;
     std::size_t position_ = 0;
+    HeldMemory held_;
     WorkSteps steps_;
 };
 

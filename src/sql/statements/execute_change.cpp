@@ -11,8 +11,6 @@
 namespace qmtrain::sql {
 namespace {
 
-constexpr std::size_t kRowsBetweenLooks = 1024;
-
 // A statement's tables, joined and narrowed down by its condition.
 struct Target {
     Target(Catalog& catalog, Parameters& parameters) : context(catalog, parameters), scope(nullptr) {}
@@ -99,17 +97,18 @@ private:
             if (item.source != &source) continue;
             const Column& column = change.table->Columns()[static_cast<std::size_t>(item.column)];
             change.values.push_back({item.column, ConvertToColumn(item.value->Evaluate(), column)});
+            bytes_ += sizeof(Assignment) + BytesBeside(change.values.back().value);
         }
         changes_.push_back(std::move(change));
-        if (changes_.size() % kRowsBetweenLooks == 0) Work::Hold(changes_.size() * (sizeof(Change) + BytesOfItems()));
+        held_.Cover(bytes_ + changes_.capacity() * sizeof(Change));
     }
-
-    std::size_t BytesOfItems() const { return items_.size() * sizeof(Assignment); }
 
     Target& target_;
     std::vector<BoundItem> items_;
     std::vector<TableSource*> sources_;
     std::vector<Change> changes_;
+    std::size_t bytes_ = 0;  // of their values
+    HeldMemory held_;
     std::int64_t rows_ = 0;
 };
 
@@ -161,9 +160,11 @@ std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Delete& st
     target.PlanRows(statement.where);
 
     std::vector<RowId> rows;
+    HeldMemory held;
     target.plan.root->Open();
     while (target.plan.root->Next()) {
         if (!source.IsNullRow()) rows.push_back(source.Row());
+        held.Cover(rows.capacity() * sizeof(RowId));
     }
     // A join may come to a row more than once.
     if (target.scope.Entries().size() > 1) {

@@ -1,0 +1,246 @@
+#include "jet/found_journal.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/error.h"
+#include "core/log.h"
+#include "core/message_text.h"
+#include "core/text.h"
+#include "jet/bytes.h"
+#include "jet/commit_counter.h"
+#include "jet/network_path.h"
+#include "jet/page_file.h"
+
+namespace qmtrain::jet {
+
+using namespace journal;
+
+namespace {
+
+// In the system's own form.
+std::u16string FromPath(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return FromUtf8(std::string(text.begin(), text.end()));
+}
+
+}  // namespace
+
+// Void and without a file when there is none.
+FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database) : path_(journal) {
+    const FileKind kind = system.Look(path_);
+    if (kind == FileKind::Other) state_ = State::Foreign;
+    if (kind != FileKind::Plain) return;
+    try {
+        file_ = OpenIfThere(system, path_, OpenMode::ReadOnly);
+    } catch (const AutomationError&) {
+        if (database == nullptr || system.IsByWriterOf(path_, *database)) throw;
+        state_ = State::Foreign;
+    }
+}
+
+FoundJournal::FoundJournal(FileSystem& system, PageFile& file)
+    : FoundJournal(system, JournalPath(file.Path()), &file.Handle()) {
+    if (file_) state_ = Judge(system, file);
+}
+
+FoundJournal::State FoundJournal::Judge(FileSystem& system, PageFile& file) {
+    const bool by_writer = file_->IsByWriterOf(file.Handle());
+    const bool whole = ReadHeader();
+    if (!by_writer || (whole && !Belongs(JournalOwner::Of(file, file.Size())))) return State::Foreign;
+    if (!whole) return state_;
+    ReadRecords();
+    if (decides_by_outcome_ && outcome_.empty()) return State::Void;
+    if (decides_by_outcome_ && IsComplete(file.Handle())) return State::Complete;
+    if (!FitsSamples(file)) return State::Foreign;
+    if (common_is_elsewhere_ && !file.MayAskNetwork()) {
+        Raise(ErrorNumber::OperationNotSupported,
+              {u"数据库“" + file.Name() + u"”的日志指向网络上的文件“" + FromNativePath(common_->path) +
+               u"”，没有得到允许，不能确定上一次涉及多个文件的更改是否完成。"});
+    }
+    return !common_ || CommonJournal::InForce(system, *common_, file.Handle()) ? State::InForce : State::Void;
+}
+
+// A reader who can have no lock may look while a writer's commit comes to its end.
+std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file) {
+    FoundJournal found(system, file);
+    if (!found.file_ && found.state_ != State::Foreign) return std::nullopt;
+    return found;
+}
+
+// False when the journal was not begun, or ended; a file that never was a journal is foreign. Zeros are what a power
+// cut leaves of a beginning that has not reached the disk.
+bool FoundJournal::ReadHeader() {
+    std::array<std::uint8_t, kHeaderSize> header{};
+    const std::size_t size = file_->ReadAt(0, header);
+    const bool is_void = header[0] == kVoid[0];
+    if (std::all_of(header.begin(), header.end(), [](std::uint8_t byte) { return byte == 0; })) {
+        state_ = State::Ended;
+        return false;
+    }
+    if (is_void) header[0] = kMagic[0];
+    decides_by_outcome_ = header[kKindAt] == kByOutcome;
+    std::array<std::uint8_t, sizeof kMagic> magic{};
+    std::copy_n(header.begin(), magic.size(), magic.begin());
+    if (decides_by_outcome_) magic[kKindAt] = kByImages;
+    nonce_ = Get<std::uint64_t>(&header[kNonceAt]);
+    const bool ours =
+        std::memcmp(magic.data(), kMagic, std::min(size, sizeof kMagic)) == 0 &&
+        (size < kHeaderSize || Get<std::uint32_t>(&header[kChecksumAt]) == HeaderChecksum(nonce_, header));
+    if (!ours) state_ = State::Foreign;
+    if (ours && is_void) state_ = State::Ended;
+    if (!ours || is_void || size < kHeaderSize) return false;
+    owner_.page_size = Get<std::uint32_t>(&header[kPageSizeAt]);
+    owner_.length = Get<std::uint64_t>(&header[kLengthAt]);
+    std::copy_n(header.begin() + kStampAt, owner_.stamp.size(), owner_.stamp.begin());
+    owner_.counters = Get<std::uint32_t>(&header[kCountersAt]);
+    owner_.samples = Get<std::uint32_t>(&header[kSamplesAt]);
+    if (owner_.page_size == kJet3.page_size || owner_.page_size == kJet4.page_size) return true;
+    state_ = State::Foreign;
+    return false;
+}
+
+// A file only grows until a commit, which raises the commit counter once.
+bool FoundJournal::Belongs(const JournalOwner& now) const {
+    return owner_.page_size == now.page_size && owner_.stamp == now.stamp && owner_.length <= now.length &&
+           owner_.length >= 3 * owner_.page_size &&
+           (now.counters == owner_.counters || now.counters == RaisedCounters(owner_.counters));
+}
+
+// What has been overwritten since is in the journal.
+bool FoundJournal::FitsSamples(PageFile& file) const {
+    std::vector<std::uint8_t> image(owner_.page_size);
+    const auto read = [&](PageNumber page, std::span<std::uint8_t> bytes) {
+        if (!Has(page)) return ReadSample(file, page, bytes);
+        ReadImage(page, image);
+        std::copy(image.end() - static_cast<std::ptrdiff_t>(bytes.size()), image.end(), bytes.begin());
+    };
+    return owner_.samples == SampleChecksum(nonce_, PageCount(), read);
+}
+
+// Whether the file holds what the outcome says.
+bool FoundJournal::IsComplete(File& file) const {
+    std::vector<std::uint8_t> image(owner_.page_size);
+    const std::size_t count =
+        std::min<std::size_t>(Get<std::uint32_t>(outcome_.data()), (outcome_.size() - kOutcomeHead) / kOutcomePage);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint8_t* entry = &outcome_[kOutcomeHead + i * kOutcomePage];
+        const auto page = Get<std::uint32_t>(entry);
+        if (file.ReadAt(std::uint64_t{page} * owner_.page_size, image) != image.size()) return false;
+        if (Get<std::uint32_t>(entry + 4) != ImageChecksum(nonce_, page, image)) return false;
+    }
+    return count > 0;
+}
+
+void FoundJournal::ReadRecords() {
+    std::vector<std::uint8_t> record(kRecordHead + owner_.page_size);
+    const auto image = std::span(record).subspan(kRecordHead);
+    std::uint32_t place = 0;
+    for (std::uint64_t at = kHeaderSize; file_->ReadAt(at, record) == record.size(); at += record.size()) {
+        ++place;
+        const auto page = Get<std::uint32_t>(record.data());
+        if (Get<std::uint32_t>(&record[4]) != ImageChecksum(nonce_, page, image)) break;
+        if (page == kCommonRecord) {
+            TakeCommon(image);
+            continue;
+        }
+        if (page == kOutcomeRecord && place == 1) {
+            outcome_.assign(image.begin(), image.end());
+            continue;
+        }
+        if (page >= PageCount()) break;  // no journal of ours says this
+        if (places_.size() <= page) places_.resize(page + 1);
+        if (places_[page] == 0) places_[page] = place;
+    }
+}
+
+void FoundJournal::TakeCommon(std::span<const std::uint8_t> content) {
+    const auto end = std::find(content.begin() + kCommonPath, content.end(), 0);
+    const std::filesystem::path stored(std::u8string(content.begin() + kCommonPath, end));
+    const std::u16string text = FromUtf8(std::string(content.begin() + kCommonPath, end));
+    common_is_elsewhere_ = IsInNetwork(text) && !IsOnMachineOf(text, FromPath(path_));
+    common_ = {path_.parent_path() / stored.lexically_normal(), Get<std::uint64_t>(content.data())};
+}
+
+PageNumber FoundJournal::PageCount() const {
+    return static_cast<PageNumber>(owner_.length / owner_.page_size);
+}
+
+void FoundJournal::ReadImage(PageNumber page, std::span<std::uint8_t> image) const {
+    const std::uint64_t record = kRecordHead + owner_.page_size;
+    if (file_->ReadAt(kHeaderSize + (places_[page] - 1) * record + kRecordHead, image) != image.size()) {
+        Raise(ErrorNumber::DiskError, {FromNativePath(path_), u"日志文件不完整。"});
+    }
+}
+
+void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, bool durable) {
+    if (found.state_ == State::InForce) found.PlayBack(file);
+    if (found.state_ == State::Complete && durable) file.Sync();
+    found.file_.reset();
+    if (found.state_ == State::Foreign) {
+        std::filesystem::path aside = found.path_;
+        system.Rename(found.path_, aside += UniqueName("-", ""));
+        return WriteLog(kLogError,
+                        u"“" + ForMessage(FromNativePath(found.path_)) + u"”不是此数据库的日志，已改名为“" +
+                            FromNativePath(aside.filename()) + u"”。",
+                        u"");
+    }
+    End(system, found.path_, durable);
+    if (found.common_) RemoveUnusedCommon(system, found.common_->path, file);
+}
+
+// One that may not be written goes, for it may lie in a folder where it may be removed.
+void FoundJournal::End(FileSystem& system, const std::filesystem::path& path, bool durable) {
+    std::unique_ptr<File> journal;
+    try {
+        journal = system.OpenPlain(path, OpenMode::ReadWrite);
+    } catch (const AutomationError& error) {
+        if (!error.Is(ErrorNumber::CannotOpenFile)) throw;
+        system.Remove(path);
+        if (durable) system.SyncFolder(path.parent_path());
+        return;
+    }
+    journal->WriteAt(0, kVoid);
+    if (durable) journal->Sync();
+}
+
+void FoundJournal::PlayBack(File& file) const {
+    std::vector<std::uint8_t> image(owner_.page_size);
+    for (PageNumber page = 0; page < places_.size(); ++page) {
+        if (places_[page] == 0) continue;
+        ReadImage(page, image);
+        file.WriteAt(static_cast<std::uint64_t>(page) * owner_.page_size, image);
+    }
+    if (file.Size() > owner_.length) file.Resize(owner_.length);
+    file.Sync();
+}
+
+void FoundJournal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common,
+                                      File& database) noexcept {
+    try {
+        if (system.Look(common) != FileKind::Plain || !CommonJournal::IsByWriter(system, common, database)) return;
+        if (const auto content = CommonJournal::Read(system, common)) {
+            for (const std::filesystem::path& database : content->databases) {
+                const std::u16string text = FromPath(database);
+                if (IsInNetwork(text) && !IsOnMachineOf(text, FromPath(common))) return;
+                if (Names(system, database, content->nonce)) return;
+            }
+        }
+        system.Remove(common);
+    } catch (const AutomationError&) {
+        // It stays, and does no harm.
+    }
+}
+
+// Whether the database's journal names the common journal with this nonce. One that is out of reach may.
+bool FoundJournal::Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce) {
+    const FileKind kind = system.Look(JournalPath(database));
+    if (kind == FileKind::None) return !system.Exists(database);
+    if (kind != FileKind::Plain) return false;
+    FoundJournal found(system, JournalPath(database), nullptr);
+    if (!found.file_ || !found.ReadHeader()) return false;
+    found.ReadRecords();
+    return found.common_ && found.common_->nonce == nonce;
+}
+
+}  // namespace qmtrain::jet

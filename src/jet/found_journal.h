@@ -1,0 +1,80 @@
+// A journal that was found beside a database: whether it has an effect, and how that is ended.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "core/files.h"
+#include "jet/common_journal.h"
+#include "jet/file_format.h"
+#include "jet/journal_format.h"
+
+namespace qmtrain::jet {
+
+class PageFile;
+
+class FoundJournal {
+public:
+    enum class State : std::uint8_t {
+        Ended,     // it has been ended, and its file may serve again
+        Void,      // no effect: nothing was overwritten yet, or the transaction over several files is complete
+        Complete,  // no effect once the file is safe on the disk: it holds all that the transaction was to write
+        InForce,   // the database has to be rolled back
+        Foreign,   // it is no journal, or that of another database
+    };
+
+    // What lies under the name of the file's journal; nothing when nothing does, or no longer. Raises
+    // OperationNotSupported where another machine would have to be asked that may not be.
+    static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file);
+
+    State GetState() const { return state_; }
+    std::uint64_t Nonce() const { return nonce_; }
+    PageNumber PageCount() const;
+
+    bool Has(PageNumber page) const { return page < places_.size() && places_[page] != 0; }
+
+    // Requires: Has(page).
+    void ReadImage(PageNumber page, std::span<std::uint8_t> image) const;
+
+    // The file, open for reading. Requires: Ended
+    std::unique_ptr<File> Release() { return std::move(file_); }
+
+    // Ends its effect for good: puts the old images back where it is in force; what is no journal of this database is
+    // set aside under another name. `file` is the database, open for writing.
+    static void Resolve(FoundJournal found, FileSystem& system, File& file, bool durable);
+
+    // Removes a common journal when no journal of a file names it any more.
+    static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database) noexcept;
+
+private:
+    FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database);
+    FoundJournal(FileSystem& system, PageFile& file);
+
+    static bool Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce);
+    bool ReadHeader();
+    void ReadRecords();
+    void TakeCommon(std::span<const std::uint8_t> content);
+    State Judge(FileSystem& system, PageFile& file);
+    static void End(FileSystem& system, const std::filesystem::path& path, bool durable);
+    void PlayBack(File& file) const;
+    bool Belongs(const JournalOwner& now) const;
+    bool FitsSamples(PageFile& file) const;
+    bool IsComplete(File& file) const;
+
+    std::filesystem::path path_;
+    std::unique_ptr<File> file_;
+    State state_ = State::Void;
+    JournalOwner owner_;
+    std::uint64_t nonce_ = 0;
+    bool decides_by_outcome_ = false;
+    std::vector<std::uint8_t> outcome_;  // the record's content; empty: none
+    std::vector<std::uint32_t> places_;  // of images by page number: the record's number plus one
+    std::optional<CommonJournal::Name> common_;
+    bool common_is_elsewhere_ = false;  // on another machine than the database
+};
+
+}  // namespace qmtrain::jet
