@@ -96,16 +96,6 @@ private:
 
 }  // namespace
 
-void BindContext::Reach(int more) {
-    constexpr int kMaxDepth = 1000;
-    deepest = std::max(deepest, depth + more);
-    if (deepest > kMaxDepth) Raise(ErrorNumber::QueryTooComplex);
-}
-
-bool BindContext::UsesTable(std::u16string_view name) const {
-    return std::ranges::find(used_tables, FoldName(name)) != used_tables.end();
-}
-
 std::unique_ptr<JoinNode> BindFrom(BindContext& context, const ast::TableExpression& table, Scope& scope, Plan& plan) {
     return FromBinder(context, scope, plan).Bind(table);
 }

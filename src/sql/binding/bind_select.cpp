@@ -127,7 +127,7 @@ private:
     }
 
     std::u16string_view ColumnNameOf(const Scope::Match& match) const {
-        return scope_.Entries()[match.entry].source->Columns()[static_cast<std::size_t>(match.column)].name;
+        return scope_.Entries()[match.entry].source->ColumnAt(match.column).name;
     }
 
     Expression* BindHaving() {

@@ -71,14 +71,11 @@ private:
 class SlotExpression : public Expression {
 public:
     SlotExpression(Source& source, int column)
-        : Expression(source.Columns()[static_cast<std::size_t>(column)].type),
-          source_(source),
-          slot_(source.SlotFor(column)),
-          column_(column) {}
+        : Expression(source.ColumnAt(column).type), source_(source), slot_(source.SlotFor(column)), column_(column) {}
 
     const Value& Evaluate() override { return source_.Get(slot_); }
     std::optional<std::string_view> NarrowText() override { return source_.NarrowText(slot_); }
-    Shape GetShape() const override { return source_.Columns()[static_cast<std::size_t>(column_)].shape; }
+    Shape GetShape() const override { return source_.ColumnAt(column_).shape; }
 
     const SlotExpression* AsColumn() const override { return this; }
 

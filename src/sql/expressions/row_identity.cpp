@@ -11,7 +11,7 @@ namespace {
 bool IdentifiesRows(const Table& table, const Index& index) {
     if (!index.unique) return false;
     return std::ranges::all_of(index.columns, [&](const IndexColumn& part) {
-        const Column& column = table.Columns()[static_cast<std::size_t>(part.column)];
+        const Column& column = table.ColumnAt(part.column);
         const bool is_long = column.type == ColumnType::Memo || column.type == ColumnType::LongBinary;
         return !is_long && (index.primary || index.required || column.required);
     });

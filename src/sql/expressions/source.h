@@ -28,6 +28,7 @@ public:
     virtual ~Source() = default;
 
     const std::vector<ColumnInfo>& Columns() const { return infos_; }
+    const ColumnInfo& ColumnAt(int column) const { return infos_[static_cast<std::size_t>(column)]; }
 
     // The slot of a column, made when there is none yet. Only while the query is being bound.
     int SlotFor(int column);

@@ -20,8 +20,8 @@ bool IsLiteral(const Expression* expression) {
 
 // Whether every key of the column is the value itself, and compares as it does.
 bool HasExactKeys(const Table& table, int index, std::size_t place) {
-    const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(index)].columns[place];
-    switch (table.Columns()[static_cast<std::size_t>(key.column)].type) {
+    const IndexColumn& key = table.IndexAt(index).columns[place];
+    switch (table.ColumnAt(key.column).type) {
         case ColumnType::Byte:
         case ColumnType::Integer:
         case ColumnType::Long:
@@ -35,8 +35,8 @@ bool HasExactKeys(const Table& table, int index, std::size_t place) {
 
 // Whether a range of the column's values is a range of its keys.
 bool HasRanges(const Table& table, int index, std::size_t place) {
-    const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(index)].columns[place];
-    switch (table.Columns()[static_cast<std::size_t>(key.column)].type) {
+    const IndexColumn& key = table.IndexAt(index).columns[place];
+    switch (table.ColumnAt(key.column).type) {
         case ColumnType::Boolean:  // too few values to be worth while
         case ColumnType::Guid:
         case ColumnType::LongBinary:
@@ -48,7 +48,7 @@ bool HasRanges(const Table& table, int index, std::size_t place) {
 }  // namespace
 
 IndexCandidate IndexCandidates::Make(int number, const Conjuncts& conjuncts) const {
-    const Index& index = table_.Indexes()[static_cast<std::size_t>(number)];
+    const Index& index = table_.IndexAt(number);
     IndexCandidate candidate;
     candidate.access.index = number;
     std::size_t place = 0;
@@ -109,7 +109,7 @@ const Conjunct* IndexCandidates::FindPattern(const Conjuncts& conjuncts, int col
 
 void IndexCandidates::AddEnds(int number, std::size_t place, const Conjuncts& conjuncts,
                               IndexCandidate& candidate) const {
-    const int column = table_.Indexes()[static_cast<std::size_t>(number)].columns[place].column;
+    const int column = table_.IndexAt(number).columns[place].column;
     IndexAccess& access = candidate.access;
     const Comparison* low = Find(conjuncts, column, BinaryOperator::Greater, BinaryOperator::GreaterEqual);
     const Comparison* high = Find(conjuncts, column, BinaryOperator::Less, BinaryOperator::LessEqual);
@@ -125,7 +125,7 @@ void IndexCandidates::AddEnds(int number, std::size_t place, const Conjuncts& co
         add(high, BinaryOperator::LessEqual, access.high);
     }
     const bool ended = access.low.value != nullptr || access.high.value != nullptr;
-    const bool is_text = table_.Columns()[static_cast<std::size_t>(column)].type == ColumnType::Text;
+    const bool is_text = table_.ColumnAt(column).type == ColumnType::Text;
     const Conjunct* like = !ended && is_text ? FindPattern(conjuncts, column) : nullptr;
     if (like != nullptr && table_.HasPrefixes(number, place)) access.pattern = like->pattern.expression;
     candidate.narrows = candidate.narrows || ended || access.pattern != nullptr;
@@ -134,7 +134,7 @@ void IndexCandidates::AddEnds(int number, std::size_t place, const Conjuncts& co
 double IndexCandidates::Estimate(const IndexCandidate& candidate) const {
     const IndexAccess& access = candidate.access;
     if (!candidate.narrows) return all_rows_;
-    const Index& index = table_.Indexes()[static_cast<std::size_t>(access.index)];
+    const Index& index = table_.IndexAt(access.index);
     double rows = all_rows_;
     if (!access.equal.empty()) {
         const bool unique = index.unique && access.equal.size() == index.columns.size();
@@ -157,7 +157,7 @@ double IndexCandidates::MatchesOfKey(int index, std::size_t columns,
                                      const std::vector<const Comparison*>& equalities) const {
     const double keys = table_.DistinctKeys(index);
     if (keys < 1) return ExpectedMatches(source_, equalities);
-    const auto all = static_cast<double>(table_.Indexes()[static_cast<std::size_t>(index)].columns.size());
+    const auto all = static_cast<double>(table_.IndexAt(index).columns.size());
     return std::max(1.0, all_rows_ / std::pow(std::min(keys, all_rows_), static_cast<double>(columns) / all));
 }
 

@@ -76,7 +76,7 @@ private:
 
     // All columns that the statement looks at are in the index.
     bool IsCovering(int number) const {
-        const Index& index = table_.Indexes()[static_cast<std::size_t>(number)];
+        const Index& index = table_.IndexAt(number);
         for (std::size_t slot = 0; slot < source_.SlotCount(); ++slot) {
             const int column = source_.ColumnOfSlot(static_cast<int>(slot));
             const auto key =
@@ -92,7 +92,7 @@ private:
     // Columns that are fixed to one value do not count.
     bool SetOrder(IndexCandidate& candidate) const {
         if (wish_.order.empty()) return false;
-        const Index& index = table_.Indexes()[static_cast<std::size_t>(candidate.access.index)];
+        const Index& index = table_.IndexAt(candidate.access.index);
         const IndexAccess& access = candidate.access;
         // Several ranges come in the order of their keys if each is for one value.
         const bool has_ends = access.low.value != nullptr || access.high.value != nullptr || access.pattern != nullptr;
@@ -126,7 +126,7 @@ private:
     }
 
     bool CanUse(IndexCandidate& candidate) const {
-        const Index& index = table_.Indexes()[static_cast<std::size_t>(candidate.access.index)];
+        const Index& index = table_.IndexAt(candidate.access.index);
         // Without a condition on it, an index without entries for Nulls does not have every row.
         return candidate.narrows || (!index.ignore_nulls && !wish_.order.empty());
     }
@@ -229,7 +229,7 @@ private:
         walk.access.index = number;
         if (!SetOrder(walk) || !table_.InOrder(number, path.parts[0].equal.size())) return false;
         for (IndexAccess& part : path.parts) part.backwards = walk.access.backwards;
-        return !table_.Indexes()[static_cast<std::size_t>(number)].ignore_nulls;
+        return !table_.IndexAt(number).ignore_nulls;
     }
 
     TableSource& source_;

@@ -61,7 +61,7 @@ private:
         if (source == nullptr || !only_values || source->SlotCount() != 1) return;
         Table& table = *source->GetTable();
         const int index = IndexOrderedBy(table, source->ColumnOfSlot(0));
-        if (index < 0 || table.Indexes()[static_cast<std::size_t>(index)].ignore_nulls) return;
+        if (index < 0 || table.IndexAt(index).ignore_nulls) return;
         const double keys = table.DistinctKeys(index);
         if (keys < 1 || keys * kSeekCost > static_cast<double>(table.EstimatedRows())) return;
         plan_.root = std::make_unique<DistinctAccess>(*source, index);
@@ -69,7 +69,7 @@ private:
         const auto rises = [&](const SortKey& key) {
             return !key.descending && AsColumnOf(key.expression, *source) != nullptr;
         };
-        ordered_ = !select_.grouped && !table.Indexes()[static_cast<std::size_t>(index)].columns[0].descending &&
+        ordered_ = !select_.grouped && !table.IndexAt(index).columns[0].descending &&
                    AsColumnOf(plan_.outputs[0].expression.get(), *source) != nullptr &&
                    std::ranges::all_of(select_.order, rises);
     }

@@ -13,15 +13,13 @@ bool DistinctAccess::Next() {
     if (!cursor.Next()) return false;
     source_.OnRow();
     last_.emplace();
-    cursor.Read(source_.GetTable()->Indexes()[static_cast<std::size_t>(index_)].columns[0].column, *last_);
+    cursor.Read(source_.GetTable()->IndexAt(index_).columns[0].column, *last_);
     return true;
 }
 
 void DistinctAccess::Explain(Explanation& out) const {
     const Table& table = *source_.GetTable();
-    out.Add(
-        u"different keys of " + table.Name() + u" by index " + table.Indexes()[static_cast<std::size_t>(index_)].name,
-        *this);
+    out.Add(u"different keys of " + table.Name() + u" by index " + table.IndexAt(index_).name, *this);
 }
 
 }  // namespace qmtrain::sql

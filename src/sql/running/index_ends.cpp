@@ -34,7 +34,7 @@ void IndexEnds::ReadEnd(const Aggregate& aggregate, Value& value) {
     const Table& table = *source_.GetTable();
     const int column = static_cast<const SlotExpression*>(aggregate.Argument())->GetColumn();
     const int number = IndexOrderedBy(table, column);
-    const IndexColumn& key = table.Indexes()[static_cast<std::size_t>(number)].columns[0];
+    const IndexColumn& key = table.IndexAt(number).columns[0];
     KeyRange not_null;
     const KeyBound null{{Value(Null{})}, false};
     (key.descending ? not_null.high : not_null.low) = null;

@@ -25,7 +25,7 @@ bool RowLookup::Find() {
 
 // For texts whose place in the index is not known.
 bool RowLookup::FindByScan() {
-    const std::vector<IndexColumn>& parts = source_.GetTable()->Indexes()[static_cast<std::size_t>(index_)].columns;
+    const std::vector<IndexColumn>& parts = source_.GetTable()->IndexAt(index_).columns;
     Cursor& cursor = source_.GetCursor();
     Value value;
     for (cursor.Scan(); cursor.Next();) {

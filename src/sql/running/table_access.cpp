@@ -99,11 +99,11 @@ std::int64_t TableAccess::CountRows() {
 }
 
 const IndexColumn& TableAccess::KeyColumn(const IndexAccess& access, std::size_t place) const {
-    return source_.GetTable()->Indexes()[static_cast<std::size_t>(access.index)].columns[place];
+    return source_.GetTable()->IndexAt(access.index).columns[place];
 }
 
 const Column& TableAccess::ColumnOf(const IndexAccess& access, std::size_t place) const {
-    return source_.GetTable()->Columns()[static_cast<std::size_t>(KeyColumn(access, place).column)];
+    return source_.GetTable()->ColumnAt(KeyColumn(access, place).column);
 }
 
 TableAccess::Place& TableAccess::NewPlace(int index) {
@@ -256,7 +256,7 @@ void TableAccess::Arrange() {
         for (std::size_t column = 0; column < width; ++column) {
             part.clear();
             AppendKey(places_[i].range.low->values[column], part, true);
-            const Index& index = table.Indexes()[static_cast<std::size_t>(first.index)];
+            const Index& index = table.IndexAt(first.index);
             const bool invert = index.columns[column].descending != path_.parts[0].backwards;
             for (const std::uint8_t byte : part) {
                 order[i].first.push_back(static_cast<char>(invert ? ~byte : byte));
@@ -289,11 +289,11 @@ void TableAccess::Explain(Explanation& out) const {
     }
     if (path_.parts.size() > 1) out.Add(u"union of searches in " + table.Name(), *this);
     for (const IndexAccess& part : path_.parts) {
-        const Index& index = table.Indexes()[static_cast<std::size_t>(part.index)];
+        const Index& index = table.IndexAt(part.index);
         std::u16string text;
         const auto name = [&](std::size_t place) {
             const int column = index.columns[place].column;
-            return (text.empty() ? u"" : u", ") + table.Columns()[static_cast<std::size_t>(column)].name;
+            return (text.empty() ? u"" : u", ") + table.ColumnAt(column).name;
         };
         for (std::size_t i = 0; i < part.equal.size(); ++i) {
             text += name(i) + (part.equal[i] != nullptr ? u" = value" : u" in list");

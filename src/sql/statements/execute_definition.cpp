@@ -98,7 +98,7 @@ void AddColumn(Catalog& catalog, const std::u16string& table, const ast::ColumnD
 
 // What the statement does not speak of stays.
 void AlterColumn(Catalog& catalog, const Table& table, Column column) {
-    const Column& old = table.Columns()[static_cast<std::size_t>(RequireColumn(table.Columns(), column.name))];
+    const Column& old = table.ColumnAt(RequireColumn(table.Columns(), column.name));
     column.name = old.name;
     column.required = column.required || old.required;
     column.allow_zero_length = old.allow_zero_length;

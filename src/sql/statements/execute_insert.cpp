@@ -204,8 +204,7 @@ std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& se
         // A column that counted by itself goes on doing so, and takes the numbers given.
         if (output.column.table >= 0) {
             const Table& source = *plan->tables[static_cast<std::size_t>(output.column.table)];
-            definition.columns.back().counter =
-                source.Columns()[static_cast<std::size_t>(output.column.column)].counter;
+            definition.columns.back().counter = source.ColumnAt(output.column.column).counter;
         }
         const auto same = [&](const Column& column) { return &column != &last && EqualNames(column.name, last.name); };
         if (std::ranges::any_of(definition.columns, same)) Raise(ErrorNumber::FieldExists, {last.name});

@@ -1,9 +1,8 @@
 #include "sql/row_rules.h"
 
 #include "core/error.h"
-#include "sql/binding/binder.h"
 #include "sql/parse/parser.h"
-#include "sql/statements/no_tables.h"
+#include "sql/statements/without_tables.h"
 
 namespace qmtrain::sql {
 namespace {
@@ -31,22 +30,17 @@ struct RowRules::Impl {
 
     Impl(const std::u16string& table, const std::vector<Column>& its_columns, const ValidationRule& of_rows)
         : columns(its_columns), source(InfosOf(its_columns)), of_columns(its_columns.size()) {
-        const ast::Statement no_statement;
-        const ParameterValues no_values;
-        NoTables catalog;
-        Parameters parameters(no_statement, no_values);
-        BindContext context(catalog, parameters);
+        WithoutTables binder;
         Scope scope(nullptr);
         scope.Add(table, source);
-        ExpressionBinder binder(context, scope);
         for (std::size_t i = 0; i < columns.size(); ++i) {
             const Column& column = columns[i];
             if (column.validation.condition.empty()) continue;
             const ast::ExpressionPtr tree = Parser(column.validation.condition).ParseColumnRule(column.name);
-            of_columns[i] = {binder.Bind(*tree), MessageOf(column.validation, table + u"." + column.name)};
+            of_columns[i] = {binder.Bind(*tree, scope), MessageOf(column.validation, table + u"." + column.name)};
         }
         if (of_rows.condition.empty()) return;
-        of_whole = {binder.Bind(*Parser(of_rows.condition).ParseWholeExpression()), MessageOf(of_rows, table)};
+        of_whole = {binder.Bind(*Parser(of_rows.condition).ParseWholeExpression(), scope), MessageOf(of_rows, table)};
     }
 
     void Show(std::span<const Value> row) {

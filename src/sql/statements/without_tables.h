@@ -1,7 +1,7 @@
-// A catalogue without tables, for expressions that know none.
+// Binding of expressions that stand alone, as a column's default and rule do.
 #pragma once
 
-#include "sql/storage.h"
+#include "sql/binding/binder.h"
 
 namespace qmtrain::sql {
 
@@ -16,6 +16,21 @@ public:
     void AddColumn(std::u16string_view, const Column&) override {}
     void DropColumn(std::u16string_view, std::u16string_view) override {}
     void AddReference(std::u16string_view, const Reference&) override {}
+};
+
+// Every name in them must be one of the scope.
+class WithoutTables {
+public:
+    ExpressionPtr Bind(const ast::Expression& expression, Scope& scope) {
+        return ExpressionBinder(context_, scope).Bind(expression);
+    }
+
+private:
+    const ast::Statement no_statement_;
+    const ParameterValues no_values_;
+    NoTables catalog_;
+    Parameters parameters_{no_statement_, no_values_};
+    BindContext context_{catalog_, parameters_};
 };
 
 }  // namespace qmtrain::sql
