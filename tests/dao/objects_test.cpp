@@ -63,6 +63,29 @@ TEST_F(ObjectsTest, ATableIsPutTogetherAndAppended) {
     EXPECT_FALSE(database_->HasTable(u"Bank"));
 }
 
+TEST_F(ObjectsTest, ALinkLeadsElsewhereWhenItIsRefreshed) {
+    for (const char16_t* file : {u"First.mdb", u"Second.mdb"}) {
+        const auto other = JetDatabase::Create(Name(file));
+        other->Execute(u"CREATE TABLE Bank (Code TEXT(10))");
+        other->Execute(u"INSERT INTO Bank VALUES ('" + std::u16string(file).substr(0, 3) + u"')");
+    }
+    objects_->TableDefs()->Append(objects_->CreateTableDef(u"Banks", u"Bank", u";DATABASE=First.mdb"));
+    const auto link = std::make_shared<DatabaseObject>(database_)->TableDefs()->Find<TableObject>(u"Banks");
+    link->Connect(u";DATABASE=Second.mdb");
+    EXPECT_EQ(Column(u"Banks", u"Code"), u"Fir");
+    link->RefreshLink();
+    EXPECT_EQ(Column(u"Banks", u"Code"), u"Sec");
+    EXPECT_EQ(link->SourceTableName(), u"Bank");
+    link->Connect(u";DATABASE=Missing.mdb");
+    EXPECT_EQ(ErrorOf([&] { link->RefreshLink(); }), static_cast<int>(ErrorNumber::FileNotFound));
+    EXPECT_EQ(Column(u"Banks", u"Code"), u"Sec") << "it is as it was";
+    const auto own = objects_->CreateTableDef(u"Own", u"", u"");
+    Field(*own, u"Id", FieldType::Long);
+    objects_->TableDefs()->Append(own);
+    EXPECT_EQ(ErrorOf([&] { own->RefreshLink(); }), static_cast<int>(ErrorNumber::InvalidOperation));
+    EXPECT_EQ(ErrorOf([&] { own->Connect(u";DATABASE=x.mdb"); }), static_cast<int>(ErrorNumber::InvalidOperation));
+}
+
 TEST_F(ObjectsTest, Relations) {
     database_->Execute(u"CREATE TABLE Users (UserID LONG PRIMARY KEY)");
     database_->Execute(u"INSERT INTO Users VALUES (0)");

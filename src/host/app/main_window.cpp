@@ -245,11 +245,14 @@ void MainWindow::ShowNothing() {
         BtnNothing->SetLabel(ui::ToWx(button));
         when_nothing_ = std::move(action);
     };
+    LblNothing->SetToolTip(ui::ToWx(server_away_));
     if (away) {
         tell(kServerAway +
-                 u"没有做完的练习可以继续做，答案保存在本机，服务器恢复后再上传；新的练习要等服务器恢复才能开始。\n" +
-                 server_away_,
-             u"重新连接", [this] { Upload(false); });
+                 u"没有做完的练习可以继续做：答案保存在本机，\n服务器恢复后再上传。\n新的练习要等服务器恢复才能开始。",
+             u"重新连接", [this] {
+                 Upload(false);
+                 if (!server_away_.empty()) ui::Inform(this, kServerAway + server_away_, kMainTitle);
+             });
     } else if (users_.empty()) {
         tell(u"还没有考生。", u"新建考生…", [this] { EditCandidate(true); });
     } else if (subjects_.empty()) {
@@ -279,8 +282,9 @@ void MainWindow::FillPast() {
     }
     if (!overview_.past.empty()) LvLast->SelectRow(0);
     BtnReview->Enable(!overview_.past.empty());
-    LblNoLast->Show(overview_.past.empty());
-    LblFigures->SetLabelText(ui::ToWx(overview_.FiguresText()));
+    const bool away = !server_away_.empty();
+    LblNoLast->Show(overview_.past.empty() && !away);
+    LblFigures->SetLabelText(away ? wxString() : ui::ToWx(overview_.FiguresText()));
     LblFigures->SetToolTip(ui::ToWx(overview_.FiguresText()));
     PicCurve->SetRates(overview_.Rates());
     PicCurve->Show(!overview_.Rates().empty());
