@@ -5,7 +5,7 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr ChoiceRow kSingle[] = {
+constexpr ChoiceQuestion kSingle[] = {
     {uR"(在计算机中，{\b 字节}（Byte）是存储容量的基本单位，1 字节等于（　　）个二进制位。)",
      {u"4", u"8", u"16", u"32"},
      u"B",
@@ -77,7 +77,7 @@ constexpr ChoiceRow kSingle[] = {
      1},
 };
 
-constexpr ChoiceRow kMultiple[] = {
+constexpr ChoiceQuestion kMultiple[] = {
     {u"下列设备中，属于输入设备的有（　　）。", {u"鼠标", u"绘图仪", u"扫描仪", u"麦克风"}, u"ACD", 1},
     {uR"(操作系统的主要功能{\ul 包括}（　　）。)",
      {u"处理机管理", u"存储管理", u"文件管理", u"把源程序翻译成目标程序"},

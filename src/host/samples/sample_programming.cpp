@@ -5,7 +5,7 @@
 namespace qmtrain::host {
 namespace {
 
-constexpr ChoiceRow kSingle[] = {
+constexpr ChoiceQuestion kSingle[] = {
     {u"一个 C 语言程序总是从（　　）开始执行。",
      {u"程序中的第一个函数", u"main 函数", u"程序中的第一条语句", u"第一个头文件"},
      u"B",
@@ -71,7 +71,7 @@ printf("%d", k);})",
      3},
 };
 
-constexpr ChoiceRow kMultiple[] = {
+constexpr ChoiceQuestion kMultiple[] = {
     {u"下列语句中，属于 C 语言循环语句的有（　　）。", {u"while", u"do-while", u"if", u"for"}, u"ABD", 1},
     {u"下列关键字中，用来说明 C 语言基本数据类型的有（　　）。", {u"int", u"string", u"char", u"double"}, u"ACD", 1},
     {u"设有 int a[5], *p = a; 下列表达式中，表示数组元素 a[2] 的有（　　）。",

@@ -96,8 +96,8 @@ private:
         return question;
     }
 
-    void AddChoices(QuestionKind kind, std::span<const ChoiceRow> rows) {
-        for (const ChoiceRow& row : rows) {
+    void AddChoices(QuestionKind kind, std::span<const ChoiceQuestion> rows) {
+        for (const ChoiceQuestion& row : rows) {
             SampleQuestion& question = Add(kind, row);
             question.options.assign(std::begin(row.options), std::end(row.options));
             question.answer = BitSet(row.letters);

@@ -9,7 +9,7 @@ namespace qmtrain::host {
 // \f1 is the font of programs, and characters beyond ASCII are turned into \uN or into bytes of code page 936.
 enum class Stem { Plain, Rtf, RtfBytes };
 
-struct ChoiceRow {
+struct ChoiceQuestion {
     const char16_t* title;
     const char16_t* options[4];
     const char16_t* letters;  // of the right options
@@ -43,8 +43,8 @@ struct OperationRow {
 };
 
 struct BankRows {
-    std::span<const ChoiceRow> single;
-    std::span<const ChoiceRow> multiple;
+    std::span<const ChoiceQuestion> single;
+    std::span<const ChoiceQuestion> multiple;
     std::span<const YesNoRow> yes_no;
     std::span<const FillRow> fill;
     std::span<const OperationRow> operation;
