@@ -71,9 +71,8 @@ std::shared_ptr<DatabaseObject> Workspace::Add(std::shared_ptr<DatabaseObject> d
 std::shared_ptr<DatabaseObject> Workspace::OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
                                                         std::u16string_view connect) {
     RequireOpen();
-    // Who gives a login for servers wants to go there.
     const bool login = odbc::ConnectString::IsOdbc(connect);
-    const LinkRights links{.write = true, .servers = login || Engine::Instance().GetOwnUse().links.servers};
+    const LinkRights links{.write = true, .servers = Engine::Instance().GetOwnUse().links.servers};
     if (!session_)
         return Add(std::make_shared<DatabaseObject>(
             JetEngine::Instance().OpenDatabase(name, read_only, connect, links, exclusive)));

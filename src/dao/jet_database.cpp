@@ -1,7 +1,10 @@
 #include "dao/jet_database.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <map>
+#include <mutex>
 #include <random>
 #include <thread>
 
@@ -58,6 +61,39 @@ void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& bo
     }
 }
 
+// By file. Kept until the process ends: those who have logged in stay so.
+class ServerLogins {
+public:
+    void Set(const std::filesystem::path& file, std::u16string_view connect) {
+        const std::scoped_lock lock(mutex_);
+        logins_[file] = connect;
+        any_ = true;
+    }
+    bool Any() const { return any_; }
+    std::u16string Get(const std::filesystem::path& file) {
+        const std::scoped_lock lock(mutex_);
+        const auto known = logins_.find(file);
+        return known == logins_.end() ? std::u16string() : known->second;
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<std::filesystem::path, std::u16string> logins_;
+    std::atomic<bool> any_ = false;
+};
+
+ServerLogins& Logins() {
+    static ServerLogins logins;
+    return logins;
+}
+
+// Whatever way leads to it.
+std::filesystem::path TrueName(const std::filesystem::path& file) {
+    std::error_code failed;
+    std::filesystem::path name = std::filesystem::canonical(file, failed);
+    return failed ? file : name;
+}
+
 }  // namespace
 
 std::filesystem::path DatabaseFile(std::u16string_view name) {
@@ -77,14 +113,20 @@ JetDatabase::~JetDatabase() = default;
 std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only,
                                                std::shared_ptr<jet::Session> session, std::u16string_view password,
                                                LinkRights links, bool exclusive) {
-    return std::make_shared<JetDatabase>(std::u16string(name),
-                                         jet::Database::Open(DatabaseFile(name), {.read_only = read_only,
-                                                                                  .exclusive = exclusive,
-                                                                                  .password = std::u16string(password),
-                                                                                  .session = std::move(session),
-                                                                                  .links_read_only = !links.write,
-                                                                                  .links_in_network = links.network}),
-                                         links);
+    auto database =
+        std::make_shared<JetDatabase>(std::u16string(name),
+                                      jet::Database::Open(DatabaseFile(name), {.read_only = read_only,
+                                                                               .exclusive = exclusive,
+                                                                               .password = std::u16string(password),
+                                                                               .session = std::move(session),
+                                                                               .links_read_only = !links.write,
+                                                                               .links_in_network = links.network}),
+                                      links);
+    if (Logins().Any()) {
+        const std::u16string login = Logins().Get(TrueName(DatabaseFile(name)));
+        if (!login.empty()) database->links_->Login(login);
+    }
+    return database;
 }
 
 std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session,
@@ -249,6 +291,7 @@ void JetDatabase::RefreshLink(std::u16string_view name, std::u16string_view conn
 void JetDatabase::ServerLogin(std::u16string_view connect) {
     Storage();
     links_->Login(connect);
+    Logins().Set(TrueName(DatabaseFile(name_)), connect);
 }
 
 std::uint64_t JetDatabase::KnownChanges() {

@@ -114,7 +114,7 @@ public:
     void RefreshLink(std::u16string_view name, std::u16string_view connect = {});
 
     // User and password for links to servers that have none of their own: "ODBC;UID=…;PWD=…". Where it says more, it is
-    // for links to that place alone.
+    // for links to that place alone. Whoever opens the file in this process from now on has it too, as with DAO.
     void ServerLogin(std::u16string_view connect);
 
     // Grows with each change that is known here, on servers too. May be asked by any thread.

@@ -151,7 +151,8 @@ std::shared_ptr<OdbcServer> OdbcLinks::ServerFor(const odbc::ConnectString& conn
 }
 
 std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
-    if (!rights_.servers) {
+    const odbc::ConnectString connect(object.connect);
+    if (!rights_.servers && !(login_ && odbc::ConnectString(connect).Complete(*login_))) {
         Raise(
             ErrorNumber::OperationNotSupported,
             {u"链接表“" + object.name + u"”在数据库服务器上，而没有允许链接到服务器（QMTRAININFO_SERVER_LINKS=on）。"});
@@ -166,7 +167,7 @@ std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
     link->remote = point == source.npos
                        ? QuotedName(source)
                        : QuotedName(source.substr(0, point)) + u"." + QuotedName(source.substr(point + 1));
-    link->server = ServerFor(odbc::ConnectString(object.connect));
+    link->server = ServerFor(connect);
     const auto definition = database_.LinkDefinition(object);
     const Layout layout(*definition);
     link->columns = layout.columns;

@@ -58,7 +58,8 @@ public:
 
     void TimeLimit(std::chrono::milliseconds limit) { time_limit_ = limit; }
 
-    // User and password for the links that have none of their own, "ODBC;UID=…;PWD=…".
+    // User and password for the links that have none of their own, "ODBC;UID=…;PWD=…". Who gives them for a link's
+    // place allows it to lead there.
     void Login(std::u16string_view connect) { login_.emplace(connect); }
 
     // While it lives, transactions that begin are as if each had been alone.

@@ -93,18 +93,19 @@ void ConnectString::SetDefault(std::u16string_view key, std::u16string_view valu
     if (Find(key) == nullptr) Set(key, value);
 }
 
-void ConnectString::Complete(const ConnectString& login) {
+bool ConnectString::Complete(const ConnectString& login) {
     const auto contradicts = [&](const Part& part) {
         const Part* own = Find(part.key);
         if (IsIn(kPlaceKeys, part.key)) return own == nullptr || !EqualNames(own->value, part.value);
         return EqualNames(part.key, u"UID") && own != nullptr && own->value != part.value;
     };
-    if (std::ranges::any_of(login.parts_, contradicts)) return;
+    if (std::ranges::any_of(login.parts_, contradicts)) return false;
     const bool has_password = std::ranges::any_of(parts_, [](const Part& part) { return IsPasswordKey(part.key); });
     for (const Part& part : login.parts_) {
         if (EqualNames(part.key, u"UID")) SetDefault(u"UID", part.value);
         if (IsPasswordKey(part.key) && !has_password) Set(u"PWD", part.value);
     }
+    return true;
 }
 
 std::optional<std::u16string> ConnectString::TakePassword() {

@@ -24,9 +24,9 @@ public:
     // Only where the key is not there yet.
     void SetDefault(std::u16string_view key, std::u16string_view value);
 
-    // Takes user and password from a login that is meant for this place: what it says of the place is said here too,
-    // and of the user nothing else.
-    void Complete(const ConnectString& login);
+    // Takes user and password from a login. False when it is meant for another place: what it says of the place is not
+    // what is said here, or it is somebody else's.
+    bool Complete(const ConnectString& login);
 
     // Takes the password out; nothing when there was none.
     std::optional<std::u16string> TakePassword();

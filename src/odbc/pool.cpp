@@ -106,7 +106,7 @@ Pool& ThePool() {
     return pool;
 }
 
-std::atomic<std::chrono::seconds> login_timeout{std::chrono::seconds(20)};
+std::atomic<int> login_timeout = 20;  // seconds
 
 // Those who have come together do not come back together.
 void Pause() {
@@ -118,7 +118,7 @@ void Pause() {
 std::unique_ptr<Connection> OpenNew(const ConnectString& connect, const std::u16string& text) {
     constexpr std::chrono::seconds kAttempt{5};
     ThePool().RaiseIfSilent(text);
-    const std::chrono::seconds limit = login_timeout;
+    const std::chrono::seconds limit(login_timeout);
     const Clock::time_point first = Clock::now();
     while (true) {
         const Clock::time_point begin = Clock::now();
@@ -142,11 +142,11 @@ std::unique_ptr<Connection> OpenNew(const ConnectString& connect, const std::u16
 }  // namespace
 
 void LoginTimeout(std::chrono::seconds limit) {
-    login_timeout = limit;
+    login_timeout = static_cast<int>(limit.count());
 }
 
 std::chrono::seconds LoginTimeout() {
-    return login_timeout;
+    return std::chrono::seconds(login_timeout);
 }
 
 std::shared_ptr<Connection> TakeConnection(const ConnectString& connect) {

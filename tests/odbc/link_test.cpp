@@ -133,16 +133,20 @@ TEST_F(LinkTest, ALoginGivenWithTheDatabaseReachesItsLinks) {
     unsetenv("QMTRAININFO_PASSWORD");
     MakeTable("train", "id serial PRIMARY KEY, a integer");
     const auto engine = std::make_shared<dao::EngineObject>();
+    dao::Engine::OwnUse use = dao::Engine::Instance().GetOwnUse();
+    use.links.servers = false;
+    dao::Engine::Instance().SetOwnUse(use);
     struct Case {
         const char16_t* connect;
         std::int32_t error;
     };
     const Case cases[] = {
+        {u"", N(Number::OperationNotSupported)},
+        {u"ODBC;SERVER=elsewhere;UID=exam;PWD={secret;{}}}", N(Number::OperationNotSupported)},
+        {u"ODBC;UID=exam;PWD=wrong", N(Number::OdbcConnectionFailed)},
         {u"ODBC;UID=exam;PWD={secret;{}}}", 0},
         {u"ODBC;SERVER=127.0.0.1;PWD={secret;{}}}", 0},
-        {u"ODBC;SERVER=elsewhere;UID=exam;PWD={secret;{}}}", N(Number::OdbcConnectionFailed)},
-        {u"ODBC;UID=exam;PWD=wrong", N(Number::OdbcConnectionFailed)},
-        {u"", N(Number::OperationNotSupported)},
+        {u"", 0},  // as the one before
     };
     for (const Case& c : cases) {
         const auto database = engine->OpenDatabase(File(), false, false, c.connect);
