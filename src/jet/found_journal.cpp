@@ -9,6 +9,7 @@
 #include "core/text.h"
 #include "jet/bytes.h"
 #include "jet/commit_counter.h"
+#include "jet/kept_journal.h"
 #include "jet/network_path.h"
 #include "jet/page_file.h"
 
@@ -66,6 +67,13 @@ std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& fil
     FoundJournal found(system, file);
     if (!found.file_ && found.state_ != State::Foreign) return std::nullopt;
     return found;
+}
+
+std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file, KeptJournal& kept) {
+    std::optional<FoundJournal> found = Find(system, file);
+    if (!found || found->state_ != State::Ended) return found;
+    kept.Keep(std::move(found->file_), false);
+    return std::nullopt;
 }
 
 // False when the journal was not begun, or ended; a file that never was a journal is foreign. Zeros are what a power

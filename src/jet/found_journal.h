@@ -15,6 +15,7 @@
 
 namespace qmtrain::jet {
 
+class KeptJournal;
 class PageFile;
 
 class FoundJournal {
@@ -31,6 +32,9 @@ public:
     // OperationNotSupported where another machine would have to be asked that may not be.
     static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file);
 
+    // The same; the file of one that has ended goes to `kept`, and nothing is found.
+    static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file, KeptJournal& kept);
+
     State GetState() const { return state_; }
     std::uint64_t Nonce() const { return nonce_; }
     PageNumber PageCount() const;
@@ -39,9 +43,6 @@ public:
 
     // Requires: Has(page).
     void ReadImage(PageNumber page, std::span<std::uint8_t> image) const;
-
-    // The file, open for reading. Requires: Ended
-    std::unique_ptr<File> Release() { return std::move(file_); }
 
     // Ends its effect for good: puts the old images back where it is in force; what is no journal of this database is
     // set aside under another name. `file` is the database, open for writing.

@@ -198,10 +198,7 @@ void Pager::NoticeUnfinished(bool to_change) {
 std::optional<FoundJournal> Pager::FindJournal() {
     KeptJournal& kept = change_.GetKeptJournal();
     if (kept.IsEnded() || system_.Look(journal_path_) == FileKind::None) return std::nullopt;
-    std::optional<FoundJournal> found = FoundJournal::Find(system_, file_);
-    if (!found || found->GetState() != FoundJournal::State::Ended) return found;
-    kept.Keep(found->Release(), false);
-    return std::nullopt;
+    return FoundJournal::Find(system_, file_, kept);
 }
 
 // The journal was compared with our file, and has its effect on the one that stands there, which is `file`.

@@ -186,11 +186,8 @@ void Transaction::RemoveKeptJournal() noexcept {
     try {
         const bool there = system_.Look(JournalPath(file_.Path())) == FileKind::Plain;
         if (there && share_.IsAlone() && share_.TryReserve()) {
-            auto found = FoundJournal::Find(system_, file_);
-            if (found && found->GetState() == FoundJournal::State::Ended) {
-                kept_journal_.Keep(found->Release(), false);
-                kept_journal_.Remove();
-            }
+            FoundJournal::Find(system_, file_, kept_journal_);
+            kept_journal_.Remove();
         }
     } catch (const AutomationError&) {
         // Whoever finds it there ends it.
