@@ -72,7 +72,7 @@ std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& fil
 std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file, KeptJournal& kept) {
     std::optional<FoundJournal> found = Find(system, file);
     if (!found || found->state_ != State::Ended) return found;
-    kept.Keep(std::move(found->file_), false);
+    kept.Keep(std::move(found->file_), false, false);
     return std::nullopt;
 }
 
@@ -129,15 +129,22 @@ bool FoundJournal::FitsSamples(PageFile& file) const {
 // Whether the file holds what the outcome says.
 bool FoundJournal::IsComplete(File& file) const {
     std::vector<std::uint8_t> image(owner_.page_size);
-    const std::size_t count =
-        std::min<std::size_t>(Get<std::uint32_t>(outcome_.data()), (outcome_.size() - kOutcomeHead) / kOutcomePage);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint8_t* entry = &outcome_[kOutcomeHead + i * kOutcomePage];
-        const auto page = Get<std::uint32_t>(entry);
+    for (std::size_t i = 0; i < OutcomeCount(); ++i) {
+        const auto [page, checksum] = OutcomeOf(i);
         if (file.ReadAt(std::uint64_t{page} * owner_.page_size, image) != image.size()) return false;
-        if (Get<std::uint32_t>(entry + 4) != ImageChecksum(nonce_, page, image)) return false;
+        if (checksum != ImageChecksum(nonce_, page, image)) return false;
     }
-    return count > 0;
+    return OutcomeCount() > 0;
+}
+
+std::size_t FoundJournal::OutcomeCount() const {
+    return std::min<std::size_t>(Get<std::uint32_t>(outcome_.data()), (outcome_.size() - kOutcomeHead) / kOutcomePage);
+}
+
+// A page, and the checksum of its image.
+std::array<std::uint32_t, 2> FoundJournal::OutcomeOf(std::size_t number) const {
+    const std::uint8_t* entry = &outcome_[kOutcomeHead + number * kOutcomePage];
+    return {Get<std::uint32_t>(entry), Get<std::uint32_t>(entry + 4)};
 }
 
 void FoundJournal::ReadRecords() {
@@ -183,7 +190,7 @@ void FoundJournal::ReadImage(PageNumber page, std::span<std::uint8_t> image) con
 
 void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, bool durable) {
     if (found.state_ == State::InForce) found.PlayBack(file);
-    if (found.state_ == State::Complete && durable) file.Sync();
+    if (found.state_ == State::Complete) found.WriteAgain(file);
     found.file_.reset();
     if (found.state_ == State::Foreign) {
         std::filesystem::path aside = found.path_;
@@ -195,6 +202,16 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
     }
     End(system, found.path_, durable);
     if (found.common_) RemoveUnusedCommon(system, found.common_->path, file);
+}
+
+// What the system says it has may never have reached the disk, when somebody's sync has failed.
+void FoundJournal::WriteAgain(File& file) const {
+    std::vector<std::uint8_t> image(owner_.page_size);
+    for (std::size_t i = 0; i < OutcomeCount(); ++i) {
+        const std::uint64_t at = std::uint64_t{OutcomeOf(i)[0]} * owner_.page_size;
+        if (file.ReadAt(at, image) == image.size()) file.WriteAt(at, image);
+    }
+    file.Sync();
 }
 
 // One that may not be written goes, for it may lie in a folder where it may be removed.

@@ -1,6 +1,7 @@
 // A journal that was found beside a database: whether it has an effect, and how that is ended.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -44,6 +45,11 @@ public:
     // Requires: Has(page).
     void ReadImage(PageNumber page, std::span<std::uint8_t> image) const;
 
+    // The change did not return, whatever is in the file: it is to be rolled back.
+    void Disown() {
+        if (state_ == State::Complete) state_ = State::InForce;
+    }
+
     // Ends its effect for good: puts the old images back where it is in force; what is no journal of this database is
     // set aside under another name. `file` is the database, open for writing.
     static void Resolve(FoundJournal found, FileSystem& system, File& file, bool durable);
@@ -62,6 +68,9 @@ private:
     State Judge(FileSystem& system, PageFile& file);
     static void End(FileSystem& system, const std::filesystem::path& path, bool durable);
     void PlayBack(File& file) const;
+    void WriteAgain(File& file) const;
+    std::size_t OutcomeCount() const;
+    std::array<std::uint32_t, 2> OutcomeOf(std::size_t number) const;
     bool Belongs(const JournalOwner& now) const;
     bool FitsSamples(PageFile& file) const;
     bool IsComplete(File& file) const;

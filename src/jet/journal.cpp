@@ -20,14 +20,15 @@ constexpr std::uint64_t kMostToKeep = 1 << 20;  // bytes of a file that stays
 
 }  // namespace
 
-Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable, std::unique_ptr<File> kept)
+Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable, std::unique_ptr<File> kept,
+                 bool named)
     : system_(system),
       path_(JournalPath(database.Path())),
       page_size_(database.GetFormat().page_size),
       durable_(durable),
       file_(std::move(kept)),
       header_(kHeaderSize),
-      folder_synced_(file_ != nullptr) {
+      folder_synced_(file_ != nullptr && named) {
     if (!file_) file_ = system.OpenPlain(path_, OpenMode::CreateNew);
     file_->ShareLike(database.Handle(), true);
     const JournalOwner owner = JournalOwner::Of(database, length);
@@ -99,7 +100,6 @@ void Journal::AddRecord(std::uint32_t page, std::span<const std::uint8_t> image)
 }
 
 void Journal::Flush() {
-    begun_ = true;
     file_->WriteAt(written_, buffer_);
     written_ += buffer_.size();
     buffer_.clear();
@@ -118,15 +118,15 @@ void Journal::Sync() {
 }
 
 void Journal::Finish() {
-    if (TellsOutcome()) return Void();
     const auto write = [&](std::span<const std::uint8_t> bytes) {
         file_->WriteAt(0, bytes);
-        if (durable_) file_->Sync();
+        if (durable_ && !TellsOutcome()) file_->Sync();
     };
     try {
         write(kVoid);
     } catch (const AutomationError&) {
-        write(header_);  // the whole header is written anew, so this sync speaks of it again
+        if (TellsOutcome()) return;  // whoever finds it there sees that the file is complete
+        write(header_);              // the whole header is written anew, so this sync speaks of it again
         throw;
     }
 }
@@ -143,21 +143,23 @@ void Journal::Disown() noexcept {
     }
 }
 
-void Journal::Void() noexcept {
-    try {
-        if (begun_) file_->WriteAt(0, kVoid);
-    } catch (const AutomationError&) {
-        // Whoever finds it there ends it.
-    }
-}
-
 std::unique_ptr<File> Journal::Release() noexcept {
     try {
-        if (written_ > kMostToKeep) file_->Resize(kHeaderSize);
+        if (written_ > kMostToKeep) file_->Resize(0);
     } catch (const AutomationError&) {
         // It stays as long as it is.
     }
     return std::move(file_);
+}
+
+void Journal::Remove() noexcept {
+    try {
+        const bool in_place = file_ && file_->IsAt(path_);
+        file_.reset();
+        if (in_place) system_.Remove(path_);
+    } catch (const AutomationError&) {
+        // Whoever finds it there ends it.
+    }
 }
 
 }  // namespace qmtrain::jet

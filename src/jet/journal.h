@@ -27,9 +27,10 @@ class Journal {
 public:
     // Starts a new journal of the database, whose length before the transaction was `length`, and into which nothing
     // has been written since. Raises CannotOpenFile when something stands under its name. `durable` decides whether
-    // Sync reaches the disk. `kept`: the file of one that has ended, still in its place; null: none.
+    // Sync reaches the disk. `kept`: the file of one that has ended, still in its place; null: none. `named`: that
+    // its folder has it on the disk.
     Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable,
-            std::unique_ptr<File> kept = nullptr);
+            std::unique_ptr<File> kept = nullptr, bool named = false);
 
     // Of so many pages the outcome can be told.
     static std::size_t MostOutcomes(std::uint32_t page_size);
@@ -55,11 +56,18 @@ public:
     // The transaction is not to stand, whatever is in the file: it is rolled back. As far as the disk takes it.
     void Disown() noexcept;
 
-    // Ends a journal that has no effect any more, or behind which nothing was overwritten.
-    void Void() noexcept;
+    // Whether all who may write the database may write it, too.
+    bool HasRightsOf(File& database) { return file_->HasRightsOf(database); }
 
-    // The file, for the next journal, once this one has no effect. The disk is not waited for.
+    // The file, for the next journal, after Finish().
     std::unique_ptr<File> Release() noexcept;
+
+    // Whether the folder has it on the disk.
+    bool IsNamed() const { return folder_synced_; }
+
+    // Removes a journal that has no effect any more, or behind which nothing was overwritten. If that fails, whoever
+    // finds it there ends it.
+    void Remove() noexcept;
 
 private:
     bool TellsOutcome() const { return !outcome_.empty(); }
@@ -79,7 +87,6 @@ private:
     std::vector<std::uint8_t> header_;
     std::vector<std::uint8_t> outcome_;  // its record's content so far
     std::vector<bool> kept_;             // by page number
-    bool begun_ = false;                 // something of it may be in the file
     bool folder_synced_ = false;
     bool sync_failed_ = false;
 };

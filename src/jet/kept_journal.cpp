@@ -8,9 +8,10 @@
 
 namespace qmtrain::jet {
 
-void KeptJournal::Keep(std::unique_ptr<File> file, bool writable) {
+void KeptJournal::Keep(std::unique_ptr<File> file, bool writable, bool named) {
     file_ = std::move(file);
     writable_ = writable;
+    named_ = named;
 }
 
 bool KeptJournal::IsEnded() {

@@ -14,8 +14,10 @@ class KeptJournal {
 public:
     KeptJournal(FileSystem& system, std::filesystem::path path) : system_(system), path_(std::move(path)) {}
 
-    // An ended journal that lies under the name. `writable`: opened for that, too.
-    void Keep(std::unique_ptr<File> file, bool writable);
+    // An ended journal that lies under the name. `writable`: opened for that, too. `named`: the folder has it on the
+    // disk.
+    void Keep(std::unique_ptr<File> file, bool writable, bool named);
+    bool IsNamed() const { return named_; }
 
     // Whether nothing but the file that is known here lies under the name, and is at its end still: a look that costs
     // less than reading a journal.
@@ -33,6 +35,7 @@ private:
     std::filesystem::path path_;
     std::unique_ptr<File> file_;
     bool writable_ = false;
+    bool named_ = false;
 };
 
 }  // namespace qmtrain::jet

@@ -136,10 +136,15 @@ void Transaction::TellOutcome(std::span<Frame* const> frames) {
 // Whoever may make files in the folder can put one under the journal's name at any moment: it is set aside. One that
 // another account has left, and that may not be written, makes room.
 std::unique_ptr<Journal> Transaction::BeginJournal(std::uint64_t length) {
+    const bool named = kept_journal_.IsNamed();
     std::unique_ptr<File> kept = kept_journal_.Take();
+    if (kept && !kept->HasRightsOf(file_.Handle())) {  // the database has lost or got some since
+        kept.reset();
+        system_.Remove(JournalPath(file_.Path()));
+    }
     for (int tries = 1;; ++tries) {
         try {
-            return std::make_unique<Journal>(system_, file_, length, durable_, std::move(kept));
+            return std::make_unique<Journal>(system_, file_, length, durable_, std::move(kept), named);
         } catch (const AutomationError& error) {
             if (!error.Is(ErrorNumber::CannotOpenFile) || tries == kTries) throw;
             Work::Look();
@@ -165,26 +170,17 @@ void Transaction::Finish() {
     KeepJournal();
 }
 
-void Transaction::FinishInCommon() noexcept {
-    journal_->Void();
-    KeepJournal();
-}
-
 // Its file stays where all who may write the database may write it.
 void Transaction::KeepJournal() noexcept {
-    std::unique_ptr<File> file = journal_->Release();
-    try {
-        if (share_.IsAlone() || file->HasRightsOf(file_.Handle())) return kept_journal_.Keep(std::move(file), true);
-        system_.Remove(JournalPath(file_.Path()));
-    } catch (const AutomationError&) {
-        // Whoever finds it there ends it.
-    }
+    const bool named = journal_->IsNamed();
+    if (!journal_->HasRightsOf(file_.Handle())) return journal_->Remove();
+    kept_journal_.Keep(journal_->Release(), true, named);
 }
 
 // The last one; and only where no other writer can have put a journal of his own there meanwhile.
 void Transaction::RemoveKeptJournal() noexcept {
     try {
-        const bool there = system_.Look(JournalPath(file_.Path())) == FileKind::Plain;
+        const bool there = file_.IsInPlace() && system_.Look(JournalPath(file_.Path())) == FileKind::Plain;
         if (there && share_.IsAlone() && share_.TryReserve()) {
             FoundJournal::Find(system_, file_, kept_journal_);
             kept_journal_.Remove();
@@ -209,8 +205,7 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     restored_.clear();
     if (!journal_) return undone;
     if (!overwritten_) {  // the disk may be full, and need not take anything for this
-        journal_->Void();
-        KeepJournal();
+        journal_->Remove();
         journal_.reset();
         return undone;
     }
@@ -219,6 +214,7 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     journal_.reset();
     try {
         auto found = FoundJournal::Find(system_, file_);
+        if (found) found->Disown();
         undone.complete = found && found->GetState() == FoundJournal::State::InForce;
         if (undone.complete) FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
     } catch (const AutomationError&) {

@@ -67,7 +67,7 @@ public:
     void Finish();
 
     // The common journal is gone: this one means nothing any more.
-    void FinishInCommon() noexcept;
+    void FinishInCommon() noexcept { journal_->Remove(); }
 
     // The commit is complete, and what the cache holds is what the file holds.
     void Close();
