@@ -161,6 +161,9 @@ public:
                (info.dwFileAttributes & kOther) == 0;
     }
 
+    // Nobody can tell here; nor who else has it open, so that nothing is kept for others.
+    bool HasRightsOf(File&) override { return false; }
+
     bool IsAt(const fs::path& path) override {
         Handle other;
         TryOpen(Extended(path.native()), FILE_READ_ATTRIBUTES, OPEN_EXISTING, other, FILE_FLAG_OPEN_REPARSE_POINT);

@@ -62,6 +62,8 @@ public:
     // The file, for the next journal, after Finish().
     std::unique_ptr<File> Release() noexcept;
 
+    std::uint64_t Nonce() const { return nonce_; }
+
     // Whether the folder has it on the disk.
     bool IsNamed() const { return folder_synced_; }
 

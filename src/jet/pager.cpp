@@ -198,7 +198,9 @@ void Pager::NoticeUnfinished(bool to_change) {
 std::optional<FoundJournal> Pager::FindJournal() {
     KeptJournal& kept = change_.GetKeptJournal();
     if (kept.IsEnded() || system_.Look(journal_path_) == FileKind::None) return std::nullopt;
-    return FoundJournal::Find(system_, file_, kept);
+    std::optional<FoundJournal> found = FoundJournal::Find(system_, file_, kept);
+    if (found && change_.HasDisowned(*found)) found->Disown();
+    return found;
 }
 
 // The journal was compared with our file, and has its effect on the one that stands there, which is `file`.

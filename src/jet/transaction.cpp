@@ -181,7 +181,8 @@ void Transaction::KeepJournal() noexcept {
 void Transaction::RemoveKeptJournal() noexcept {
     try {
         const bool there = file_.IsInPlace() && system_.Look(JournalPath(file_.Path())) == FileKind::Plain;
-        if (there && share_.IsAlone() && share_.TryReserve()) {
+        const bool others_keep_it = file_.Handle().HasRightsOf(file_.Handle()) && !share_.IsAlone();
+        if (there && !others_keep_it && share_.TryReserve()) {
             FoundJournal::Find(system_, file_, kept_journal_);
             kept_journal_.Remove();
         }
@@ -211,6 +212,7 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     }
     cache_.ForgetAll();  // what was written back early is in the file, and in clean frames
     journal_->Disown();
+    disowned_ = journal_->Nonce();
     journal_.reset();
     try {
         auto found = FoundJournal::Find(system_, file_);

@@ -4,10 +4,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "jet/file_share.h"
+#include "jet/found_journal.h"
 #include "jet/image_store.h"
 #include "jet/journal.h"
 #include "jet/journal_format.h"
@@ -57,6 +59,9 @@ public:
     // What lies under the journal's name at the end of a change.
     KeptJournal& GetKeptJournal() { return kept_journal_; }
 
+    // Whether the journal is that of a commit here which failed, and could not be undone yet.
+    bool HasDisowned(const FoundJournal& found) const { return disowned_ == found.Nonce(); }
+
     // Before the file is closed.
     void RemoveKeptJournal() noexcept;
 
@@ -101,7 +106,8 @@ private:
     std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
     std::unique_ptr<Journal> journal_;
     KeptJournal kept_journal_;
-    bool overwritten_ = false;  // the file, since the journal began
+    bool overwritten_ = false;               // the file, since the journal began
+    std::optional<std::uint64_t> disowned_;  // nonce of the last journal to be rolled back
 };
 
 }  // namespace qmtrain::jet
