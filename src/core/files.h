@@ -97,7 +97,8 @@ public:
     // A file that has content is left as it is.
     virtual void ShareLike(File&, bool /*secret*/) {}
 
-    // Whether all who may write the other file may write this one, which lies beside it. A system may say no for all its files.
+    // Whether all who may write the other file may write this one, which lies beside it. A system may say no for all
+    // its files.
     virtual bool HasRightsOf(File&) { return true; }
 
     // Everybody may read the file, which has just been made.

@@ -69,8 +69,10 @@ std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& fil
     return found;
 }
 
-std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file, KeptJournal& kept) {
+std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file, KeptJournal& kept,
+                                               std::optional<std::uint64_t> disowned) {
     std::optional<FoundJournal> found = Find(system, file);
+    if (found && found->state_ == State::Complete && found->nonce_ == disowned) found->state_ = State::InForce;
     if (!found || found->state_ != State::Ended) return found;
     kept.Keep(std::move(found->file_), false, false);
     return std::nullopt;

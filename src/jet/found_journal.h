@@ -33,8 +33,10 @@ public:
     // OperationNotSupported where another machine would have to be asked that may not be.
     static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file);
 
-    // The same; the file of one that has ended goes to `kept`, and nothing is found.
-    static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file, KeptJournal& kept);
+    // The same; the file of one that has ended goes to `kept`, and nothing is found. `disowned`: the nonce of one whose
+    // change did not return, which is to be rolled back whatever is in the file.
+    static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file, KeptJournal& kept,
+                                            std::optional<std::uint64_t> disowned);
 
     State GetState() const { return state_; }
     std::uint64_t Nonce() const { return nonce_; }
@@ -44,11 +46,6 @@ public:
 
     // Requires: Has(page).
     void ReadImage(PageNumber page, std::span<std::uint8_t> image) const;
-
-    // The change did not return, whatever is in the file: it is to be rolled back.
-    void Disown() {
-        if (state_ == State::Complete) state_ = State::InForce;
-    }
 
     // Ends its effect for good: puts the old images back where it is in force; what is no journal of this database is
     // set aside under another name. `file` is the database, open for writing.

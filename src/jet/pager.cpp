@@ -196,11 +196,8 @@ void Pager::NoticeUnfinished(bool to_change) {
 }
 
 std::optional<FoundJournal> Pager::FindJournal() {
-    KeptJournal& kept = change_.GetKeptJournal();
-    if (kept.IsEnded() || system_.Look(journal_path_) == FileKind::None) return std::nullopt;
-    std::optional<FoundJournal> found = FoundJournal::Find(system_, file_, kept);
-    if (found && change_.HasDisowned(*found)) found->Disown();
-    return found;
+    if (change_.GetKeptJournal().IsEnded() || system_.Look(journal_path_) == FileKind::None) return std::nullopt;
+    return change_.FindJournal();
 }
 
 // The journal was compared with our file, and has its effect on the one that stands there, which is `file`.

@@ -183,7 +183,7 @@ void Transaction::RemoveKeptJournal() noexcept {
         const bool there = file_.IsInPlace() && system_.Look(JournalPath(file_.Path())) == FileKind::Plain;
         const bool others_keep_it = file_.Handle().HasRightsOf(file_.Handle()) && !share_.IsAlone();
         if (there && !others_keep_it && share_.TryReserve()) {
-            FoundJournal::Find(system_, file_, kept_journal_);
+            FindJournal();
             kept_journal_.Remove();
         }
     } catch (const AutomationError&) {
@@ -215,8 +215,7 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     disowned_ = journal_->Nonce();
     journal_.reset();
     try {
-        auto found = FoundJournal::Find(system_, file_);
-        if (found) found->Disown();
+        auto found = FindJournal();
         undone.complete = found && found->GetState() == FoundJournal::State::InForce;
         if (undone.complete) FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
     } catch (const AutomationError&) {

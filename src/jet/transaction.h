@@ -59,8 +59,8 @@ public:
     // What lies under the journal's name at the end of a change.
     KeptJournal& GetKeptJournal() { return kept_journal_; }
 
-    // Whether the journal is that of a commit here which failed, and could not be undone yet.
-    bool HasDisowned(const FoundJournal& found) const { return disowned_ == found.Nonce(); }
+    // What lies under the journal's name with something to be done about it.
+    std::optional<FoundJournal> FindJournal() { return FoundJournal::Find(system_, file_, kept_journal_, disowned_); }
 
     // Before the file is closed.
     void RemoveKeptJournal() noexcept;
@@ -107,7 +107,7 @@ private:
     std::unique_ptr<Journal> journal_;
     KeptJournal kept_journal_;
     bool overwritten_ = false;               // the file, since the journal began
-    std::optional<std::uint64_t> disowned_;  // nonce of the last journal to be rolled back
+    std::optional<std::uint64_t> disowned_;  // nonce of the journal of the last commit that failed
 };
 
 }  // namespace qmtrain::jet
