@@ -3,8 +3,8 @@
 
 # Builds build/packages/*.deb, asks lintian, installs them in a fresh system, uses and removes them there.
 test_packages() {
-  # shellcheck source=tools/windows/wine32.sh
-  source tools/windows/wine32.sh  # roots
+  # shellcheck source=tools/windows/roots.sh
+  source tools/windows/roots.sh  # roots
   need_packages cmake ninja-build g++ libwxgtk3.2-dev libpugixml-dev libxml2-dev libcli11-dev nlohmann-json3-dev libcairo2-dev pkg-config unixodbc-dev \
     dpkg-dev file lintian debootstrap desktop-file-utils xvfb xauth \
     imagemagick

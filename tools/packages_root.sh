@@ -4,8 +4,8 @@
 set -euo pipefail
 root=$1 pictures=$2
 cd "$(dirname "$0")/.."
-# shellcheck source=tools/windows/wine32.sh
-source tools/windows/wine32.sh
+# shellcheck source=tools/windows/roots.sh
+source tools/windows/roots.sh
 
 as_root install -m 600 "$XAUTHORITY" "$root/packages/authority"
 # shellcheck disable=SC2016  # expanded by the inner shell

@@ -15,7 +15,8 @@ fail() {
 }
 initdb=$(ls /usr/lib/postgresql/*/bin/initdb 2>/dev/null | tail -n 1) || true
 [ -n "$initdb" ] || skip "PostgreSQL is not installed (package postgresql)"
-grep -qsF "[PostgreSQL Unicode]" /etc/odbcinst.ini || skip "PostgreSQL's ODBC driver is not installed (package odbc-postgresql)"
+# The ODBC driver is of the system that Wine runs in, which may be a root folder of its own.
+grep -qsF "[PostgreSQL Unicode]" "${QMTRAIN_WINE_ROOT:-}/etc/odbcinst.ini" || skip "PostgreSQL's ODBC driver is not installed (package odbc-postgresql)"
 programs=$(dirname "$initdb")
 as_user=()
 if [ "$(id -u)" = 0 ]; then

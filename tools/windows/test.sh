@@ -4,8 +4,8 @@
 source tools/windows/wxwidgets.sh
 # shellcheck source=tools/windows/cross.sh
 source tools/windows/cross.sh
-# shellcheck source=tools/windows/wine32.sh
-source tools/windows/wine32.sh
+# shellcheck source=tools/windows/roots.sh
+source tools/windows/roots.sh
 # shellcheck source=tools/windows/package.sh
 source tools/windows/package.sh
 
@@ -28,7 +28,7 @@ test_installer() {
   # The machine's locale would be that of the root, too; it has none. Wine keeps notes of menu entries that it makes for
   # this machine's desktop; here it makes none.
   local command=(env WINEPREFIX="$PWD/build/wine-installer" WINEDEBUG=-all WINEARCH=win64 "WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe,winemenubuilder.exe="
-    LC_ALL=C.UTF-8 xvfb-run -a tests/windows/installer.sh "$PWD/tools/windows/wine_both" "$PWD/build/QmTrainInfo-setup.exe")
+    LC_ALL=C.UTF-8 xvfb-run -a tests/windows/installer.sh "$PWD/tools/windows/wine" "$PWD/build/QmTrainInfo-setup.exe")
   rm -rf build/wine-installer
   if compgen -G '/usr/lib/*/wine/i386-unix/ntdll.so' >/dev/null; then
     "${command[@]}"

@@ -12,7 +12,12 @@ if(EXISTS ${locale})
   list(APPEND wine_environment LOCPATH=${PROJECT_BINARY_DIR}/locale LC_ALL=zh_CN.UTF-8)
 endif()
 
+# What stands before a test that uses Wine, and before a program of ours that is a test.
+set(end_alone)
+set(run_windows)
 if(CMAKE_CROSSCOMPILING_EMULATOR)
-  add_test(NAME wine COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} wineboot --init)
+  set(end_alone ${CMAKE_CURRENT_LIST_DIR}/end_alone)
+  set(run_windows ${end_alone} ${CMAKE_CROSSCOMPILING_EMULATOR})
+  add_test(NAME wine COMMAND ${run_windows} wineboot --init)
   set_tests_properties(wine PROPERTIES FIXTURES_SETUP wine TIMEOUT 600 ENVIRONMENT "${wine_environment}")
 endif()

@@ -9,7 +9,7 @@ wxwidgets_options=(
   --disable-sys-libs --without-libpng --without-libjpeg --without-libtiff --without-zlib --without-expat
   --without-liblzma --without-regex --without-opengl --disable-xrc --enable-html --disable-aui --disable-ribbon
   --disable-propgrid --enable-richtext --disable-stc --disable-mediactrl --disable-webview --disable-sockets --disable-svg --disable-webrequest --disable-debugreport
-  --disable-precomp-headers
+  --enable-precomp-headers
 )
 
 # Prints the folder of the library for a compiler prefix such as x86_64-w64-mingw32, and builds it if need be.

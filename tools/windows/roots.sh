@@ -72,7 +72,8 @@ bootstrap() {
     debootstrap --variant=minbase "$@" "$(root_suite)" "$folder" ${mirror:+"$mirror"}
 }
 make_bare() { bootstrap "$1"; }
-make_wine32() { bootstrap "$1" --arch=i386 --include=wine32; }
+# With what its ODBC needs to reach the servers that the tests use.
+make_wine32() { bootstrap "$1" --arch=i386 --include=wine32,libodbc2,odbc-postgresql; }
 make_wine_both() {
   bootstrap "$1" --arch=amd64 || return 1
   as_root cp /etc/resolv.conf "$1/etc/resolv.conf"
@@ -85,11 +86,10 @@ make_wine_both() {
 }
 
 bare_root() { made_root debian bin/sh make_bare; }
-wine32_root() { made_root wine32 usr/lib/wine/wine make_wine32; }
+wine32_root() { made_root wine32 usr/lib/i386-linux-gnu/libodbc.so.2 make_wine32; }
 wine_both_root() { made_root wine-both usr/bin/wine make_wine_both; }
 
-# with_wine_root ROOT COMMAND…: runs the command, as the present user, where tools/windows/wine32 or wine_both finds the
-# root.
+# with_wine_root ROOT COMMAND…: runs the command, as the present user, where tools/windows/wine finds the root.
 with_wine_root() {
   local root=$1
   shift
