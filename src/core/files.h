@@ -150,6 +150,9 @@ public:
     // system that grants locks does.
     virtual bool KeepsLocks(File& /*file*/, const std::filesystem::path&, std::uint64_t /*offset*/) { return true; }
 
+    // What KeepsLocks has found where the file lies, without a lock; nothing while it was not asked there.
+    virtual std::optional<bool> KnownToKeepLocks(File& /*file*/) { return std::nullopt; }
+
     // As File::IsByWriterOf, for a file that cannot be opened.
     virtual bool IsByWriterOf(const std::filesystem::path&, File&) { return true; }
 

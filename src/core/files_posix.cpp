@@ -322,14 +322,21 @@ public:
         return file;
     }
 
+    std::optional<bool> KnownToKeepLocks(File& file) override {
+        const auto* opened = dynamic_cast<const PosixFile*>(&file);
+        if (opened == nullptr) return std::nullopt;
+        const std::scoped_lock lock(mutex_);
+        const auto known = keeps_locks_.find(opened->Opened().st_dev);
+        return known == keeps_locks_.end() ? std::nullopt : std::optional(known->second);
+    }
+
     // Once for each device: it costs more than a lock.
     bool KeepsLocks(File& file, const fs::path& path, std::uint64_t offset) override {
+        if (const auto known = KnownToKeepLocks(file)) return *known;
         const auto* locked = dynamic_cast<const PosixFile*>(&file);
         if (locked == nullptr) return true;
         const dev_t device = locked->Opened().st_dev;
         const std::scoped_lock lock(mutex_);
-        const auto known = keeps_locks_.find(device);
-        if (known != keeps_locks_.end()) return known->second;
         try {
             const auto second = OpenWith(O_NONBLOCK | O_NOFOLLOW, path, OpenMode::ReadOnly);
             if (!second->IsAt(path) || !file.IsAt(path)) return true;

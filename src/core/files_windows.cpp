@@ -278,14 +278,21 @@ public:
         return owner.Account() != nullptr && database->MayBeWrittenBy(owner);
     }
 
+    std::optional<bool> KnownToKeepLocks(File& file) override {
+        const auto* opened = dynamic_cast<const WindowsFile*>(&file);
+        if (opened == nullptr) return std::nullopt;
+        const std::scoped_lock lock(mutex_);
+        const auto known = keeps_locks_.find(opened->Volume());
+        return known == keeps_locks_.end() ? std::nullopt : std::optional(known->second);
+    }
+
     // Once for each volume: it costs more than a lock.
     bool KeepsLocks(File& file, const fs::path& path, std::uint64_t offset) override {
+        if (const auto known = KnownToKeepLocks(file)) return *known;
         const auto* locked = dynamic_cast<const WindowsFile*>(&file);
         if (locked == nullptr) return true;
         const DWORD volume = locked->Volume();
         const std::scoped_lock lock(mutex_);
-        const auto known = keeps_locks_.find(volume);
-        if (known != keeps_locks_.end()) return known->second;
         try {
             return keeps_locks_[volume] = OpenWith(0, path, OpenMode::ReadOnly)->IsLocked(offset, 1);
         } catch (const AutomationError& error) {

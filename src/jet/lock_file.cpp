@@ -41,6 +41,7 @@ bool SucceedsSoon(Try attempt) {
 
 // Whether locks in the file itself hold.
 bool KeepsLockIn(FileSystem& system, File& file, const std::filesystem::path& path) {
+    if (const auto known = system.KnownToKeepLocks(file)) return *known;
     try {
         if (!file.TryLock(kReaders, 1, File::Lock::Shared)) return true;  // a writer has it
         const bool keeps = system.KeepsLocks(file, path, kReaders);
