@@ -1,6 +1,7 @@
 #include "jet/image_store.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/error.h"
 #include "jet/temporary_file.h"
@@ -20,7 +21,7 @@ void ImageStore::Keep(PageNumber page, std::span<const std::uint8_t> image) {
     if (at < kInMemory) {
         const auto block = static_cast<std::size_t>(at / kBlock);
         if (block == memory_.size()) memory_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(kBlock));
-        std::ranges::copy(image, memory_[block].get() + at % kBlock);
+        std::memcpy(memory_[block].get() + at % kBlock, image.data(), image.size());  // in wider steps than std::copy
     } else {
         if (!file_) file_ = OpenTemporaryFile(*system_);
         file_->WriteAt(at - kInMemory, image);
