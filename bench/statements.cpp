@@ -450,7 +450,7 @@ std::vector<Workload> Workloads() {
         Change("INSERT of a row", 1, 20, "INSERT INTO Copy VALUES (5000{}, {}, 'JC5', 1.5)"),
         Change("UPDATE by key", 1, 20, "UPDATE TrainResult SET AnswerScore = AnswerScore + 1 WHERE ResultID = {}"),
         Change("DELETE by key", 1, 20, "DELETE FROM TrainResult WHERE ResultID = 9{}0"),
-        Change("INSERT of a select, 10,000 rows", 1, 3,
+        Change("INSERT of a select, 10,000 rows", 1, 7,
                "INSERT INTO Copy SELECT ResultID + {} * 1000000 AS ResultID, TrainID, QuestionRecNo, AnswerScore FROM"
                " TrainResult WHERE ResultID <= 10000",
                "INSERT INTO Copy SELECT ResultID + {} * 1000000 AS ResultID, TrainID, QuestionRecNo, AnswerScore FROM"

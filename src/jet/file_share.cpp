@@ -33,8 +33,8 @@ bool FileShare::NoticeChanges() {
 void FileShare::NoticeOtherEngines() {
     const auto now = std::chrono::steady_clock::now();
     if (now - looked_for_engines_ >= kLookForEnginesEvery) {
-        looked_for_engines_ = now;
-        locks_.ReturnToPlace();
+        // At the first look the lock file has just been opened.
+        if (std::exchange(looked_for_engines_, now) != std::chrono::steady_clock::time_point()) locks_.ReturnToPlace();
         if (std::exchange(with_other_engine_, locks_.SeesOtherEngine())) counters_.reset();
     }
     if (with_other_engine_) counters_.reset();

@@ -1,6 +1,7 @@
 #include "jet/index_page.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace qmtrain::jet {
 
@@ -104,12 +105,27 @@ void EntryList::Reserve(std::size_t entries, std::size_t bytes) {
     bytes_.reserve(bytes);
 }
 
-void EntryList::Append(Entry prefix, Entry rest) {
-    const std::size_t begin = bytes_.size();
-    bytes_.resize(begin + prefix.size() + rest.size());
-    std::copy(prefix.begin(), prefix.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(begin));
-    std::copy(rest.begin(), rest.end(), bytes_.end() - static_cast<std::ptrdiff_t>(rest.size()));
+void EntryList::Append(Entry entry) {
+    bytes_.insert(bytes_.end(), entry.begin(), entry.end());
     ends_.push_back(static_cast<std::uint32_t>(bytes_.size()));
+}
+
+// In one piece of memory, for it is done for every leaf that many rows go into.
+void EntryList::Append(const IndexPage& page) {
+    const std::size_t count = page.Count();
+    if (count == 0) return;
+    const auto prefix = page.Stored(0).first(page.Prefix());
+    std::size_t end = bytes_.size();
+    bytes_.resize(end + page.UsedBytes() + (count - 1) * prefix.size());
+    const auto put = [&](Entry part) {
+        std::memcpy(bytes_.data() + end, part.data(), part.size());
+        end += part.size();
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i > 0 && !prefix.empty()) put(prefix);
+        put(page.Stored(i));
+        ends_.push_back(static_cast<std::uint32_t>(end));
+    }
 }
 
 void EntryList::Append(const EntryList& other, std::size_t from, std::size_t to) {
@@ -168,8 +184,7 @@ IndexContent IndexContent::Read(const IndexPage& page) {
     IndexContent content{page.IsLeaf(), page.Previous(), page.Next(), page.Tail(), {}};
     const std::size_t count = page.Count();
     content.entries.Reserve(count + 1, page.UsedBytes() + count * page.Prefix());
-    const auto prefix = count > 0 ? page.Stored(0).first(page.Prefix()) : EntryList::Entry();
-    for (std::size_t i = 0; i < count; ++i) content.entries.Append(i > 0 ? prefix : EntryList::Entry(), page.Stored(i));
+    content.entries.Append(page);
     return content;
 }
 

@@ -98,8 +98,8 @@ public:
     std::size_t LowerBound(Entry entry, std::size_t from) const;
 
     void Reserve(std::size_t entries, std::size_t bytes);
-    void Append(Entry entry) { Append({}, entry); }
-    void Append(Entry prefix, Entry rest);
+    void Append(Entry entry);
+    void Append(const IndexPage& page);
     void Append(const EntryList& other, std::size_t from, std::size_t to);
 
     // The entry must not be one of the list.

@@ -177,12 +177,13 @@ void Transaction::KeepJournal() noexcept {
     kept_journal_.Keep(journal_->Release(), true, named);
 }
 
-// The last one; and only where no other writer can have put a journal of his own there meanwhile.
+// The last one; and only where no other writer can have put a journal of his own there meanwhile. Most who leave find
+// none, so that is what is looked for first.
 void Transaction::RemoveKeptJournal() noexcept {
     try {
-        const bool there = file_.IsInPlace() && system_.Look(JournalPath(file_.Path())) == FileKind::Plain;
-        const bool others_keep_it = file_.Handle().HasRightsOf(file_.Handle()) && !share_.IsAlone();
-        if (there && !others_keep_it && share_.TryReserve()) {
+        const bool there = system_.Look(JournalPath(file_.Path())) == FileKind::Plain && file_.IsInPlace();
+        const auto others_keep_it = [&] { return !share_.IsAlone() && file_.Handle().HasRightsOf(file_.Handle()); };
+        if (there && !others_keep_it() && share_.TryReserve()) {
             FindJournal();
             kept_journal_.Remove();
         }
