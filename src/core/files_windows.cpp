@@ -1,17 +1,15 @@
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <map>
 #include <mutex>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include <windows.h>
 
 #include "core/error.h"
-#include "core/files.h"
+#include "core/file_windows.h"
 #include "core/text.h"
 #include "core/windows_calls.h"
 #include "core/windows_text.h"
@@ -20,8 +18,6 @@ namespace qmtrain {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::size_t kPiece = std::size_t{16} << 20;  // shares refuse much longer ones
 
 // Whether the last call met a file that is deleted but still open somewhere. The error alone does not tell it from a
 // missing right.
@@ -47,197 +43,6 @@ DWORD Patiently(const Attempt& attempt) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
-
-class WindowsFile : public File {
-public:
-    WindowsFile(Handle handle, fs::path path) : handle_(std::move(handle)), path_(std::move(path)) {}
-    WindowsFile(const WindowsFile&) = delete;
-    WindowsFile& operator=(const WindowsFile&) = delete;
-
-    // The system gives locks of a closed file back at its leisure.
-    ~WindowsFile() override {
-        for (const Range& range : held_) Release(range);
-    }
-
-    std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
-        std::size_t done = 0;
-        while (done < out.size()) {
-            OVERLAPPED place = At(offset + done);
-            DWORD count = 0;
-            const auto wanted = static_cast<DWORD>(std::min(out.size() - done, kPiece));
-            const DWORD code = ErrorUnless(ReadFile(handle_.Get(), out.data() + done, wanted, &count, &place));
-            if (code == ERROR_HANDLE_EOF || (code == kSuccess && count == 0)) break;
-            if (code != kSuccess) RaiseSystemError(path_, code);
-            done += count;
-        }
-        return done;
-    }
-
-    // One call for all parts; to copy them costs less than a call for each.
-    std::size_t ReadParts(std::uint64_t offset, std::span<const std::span<std::uint8_t>> parts) override {
-        if (parts.size() == 1) return ReadAt(offset, parts.front());
-        std::size_t wanted = 0;
-        for (const std::span<std::uint8_t> part : parts) wanted += part.size();
-        std::vector<std::uint8_t> whole(wanted);
-        const std::size_t count = ReadAt(offset, whole);
-        std::size_t done = 0;
-        for (const std::span<std::uint8_t> part : parts) {
-            const std::size_t length = std::min(part.size(), count - done);
-            std::copy_n(whole.begin() + static_cast<std::ptrdiff_t>(done), length, part.begin());
-            done += length;
-        }
-        return count;
-    }
-
-    void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
-        std::size_t done = 0;
-        while (done < bytes.size()) {
-            OVERLAPPED place = At(offset + done);
-            DWORD count = 0;
-            const auto wanted = static_cast<DWORD>(std::min(bytes.size() - done, kPiece));
-            Check(WriteFile(handle_.Get(), bytes.data() + done, wanted, &count, &place));
-            if (count == 0) RaiseSystemError(path_, ERROR_HANDLE_DISK_FULL);
-            done += count;
-        }
-    }
-
-    std::uint64_t Size() override {
-        LARGE_INTEGER size{};
-        Check(GetFileSizeEx(handle_.Get(), &size));
-        return static_cast<std::uint64_t>(size.QuadPart);
-    }
-
-    void Resize(std::uint64_t size) override {
-        LARGE_INTEGER place{};
-        place.QuadPart = static_cast<LONGLONG>(size);
-        Check(SetFilePointerEx(handle_.Get(), place, nullptr, FILE_BEGIN));
-        Check(SetEndOfFile(handle_.Get()));
-    }
-
-    void Sync() override { Check(FlushFileBuffers(handle_.Get())); }
-
-    bool TryLock(std::uint64_t offset, std::uint64_t length, Lock kind) override {
-        const auto held = FindHeld(offset, length);
-        if (held == held_.end()) {
-            if (!Take({offset, length, kind})) return false;
-            held_.push_back({offset, length, kind});
-            return true;
-        }
-        if (held->kind == kind) return true;
-        return kind == Lock::Shared ? Weaken(*held) : Strengthen(held);
-    }
-
-    void Unlock(std::uint64_t offset, std::uint64_t length) override {
-        const auto held = FindHeld(offset, length);
-        if (held == held_.end()) return;
-        Release(*held);
-        held_.erase(held);
-    }
-
-    bool IsByWriterOf(File& other) override {
-        const auto* database = dynamic_cast<const WindowsFile*>(&other);
-        return database == nullptr || database->MayBeWrittenBy(Owner(handle_.Get()));
-    }
-
-    bool MayBeWrittenBy(const Owner& account) const { return MayWrite(account, handle_.Get()); }
-
-    DWORD Volume() const {
-        BY_HANDLE_FILE_INFORMATION info{};
-        return GetFileInformationByHandle(handle_.Get(), &info) != FALSE ? info.dwVolumeSerialNumber : 0;
-    }
-
-    bool HasOneName() override {
-        BY_HANDLE_FILE_INFORMATION info{};
-        return GetFileInformationByHandle(handle_.Get(), &info) == FALSE || info.nNumberOfLinks <= 1;
-    }
-
-    bool IsOnDisk() const { return GetFileType(handle_.Get()) == FILE_TYPE_DISK; }
-
-    // No pipe, folder or link.
-    bool IsPlain() const {
-        BY_HANDLE_FILE_INFORMATION info{};
-        constexpr DWORD kOther = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
-        return IsOnDisk() && GetFileInformationByHandle(handle_.Get(), &info) != FALSE &&
-               (info.dwFileAttributes & kOther) == 0;
-    }
-
-    // Nobody can tell here; nor who else has it open, so that nothing is kept for others.
-    bool HasRightsOf(File&) override { return false; }
-
-    bool IsAt(const fs::path& path) override {
-        Handle other;
-        TryOpen(Extended(path.native()), FILE_READ_ATTRIBUTES, OPEN_EXISTING, other, FILE_FLAG_OPEN_REPARSE_POINT);
-        BY_HANDLE_FILE_INFORMATION ours{};
-        BY_HANDLE_FILE_INFORMATION theirs{};
-        return other.IsOpen() && GetFileInformationByHandle(handle_.Get(), &ours) != FALSE &&
-               GetFileInformationByHandle(other.Get(), &theirs) != FALSE &&
-               ours.dwVolumeSerialNumber == theirs.dwVolumeSerialNumber &&
-               ours.nFileIndexHigh == theirs.nFileIndexHigh && ours.nFileIndexLow == theirs.nFileIndexLow;
-    }
-
-private:
-    struct Range {
-        std::uint64_t offset;
-        std::uint64_t length;
-        Lock kind;
-    };
-
-    void Check(BOOL done) const {
-        if (done == FALSE) RaiseSystemError(path_, GetLastError());
-    }
-
-    std::vector<Range>::iterator FindHeld(std::uint64_t offset, std::uint64_t length) {
-        return std::find_if(held_.begin(), held_.end(),
-                            [&](const Range& range) { return range.offset == offset && range.length == length; });
-    }
-
-    bool Take(const Range& range) const {
-        OVERLAPPED place = At(range.offset);
-        const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (range.kind == Lock::Exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
-        const DWORD code = ErrorUnless(LockFileEx(handle_.Get(), flags, 0, static_cast<DWORD>(range.length),
-                                                  static_cast<DWORD>(range.length >> 32), &place));
-        if (code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING) return false;
-        if (code == ERROR_NOT_SUPPORTED || code == ERROR_INVALID_FUNCTION) {
-            Raise(ErrorNumber::OperationNotSupported,
-                  {u"“" + FromNativePath(path_) + u"”所在的文件系统不能锁定文件。"});
-        }
-        if (code != kSuccess) RaiseSystemError(path_, code);
-        return true;
-    }
-
-    void Release(const Range& range) const {
-        OVERLAPPED place = At(range.offset);
-        UnlockFileEx(handle_.Get(), 0, static_cast<DWORD>(range.length), static_cast<DWORD>(range.length >> 32),
-                     &place);
-    }
-
-    // A shared lock may lie over the owner's exclusive one, and it is the exclusive one that the first release ends:
-    // nobody can step in between.
-    bool Weaken(Range& held) {
-        const Range wanted = {held.offset, held.length, Lock::Shared};
-        if (!Take(wanted)) return false;
-        Release(wanted);
-        held = wanted;
-        return true;
-    }
-
-    // The other way round the owner's shared lock stands in the way of the exclusive one and must go first.
-    bool Strengthen(std::vector<Range>::iterator held) {
-        Release(*held);
-        const Range wanted = {held->offset, held->length, Lock::Exclusive};
-        if (Take(wanted)) {
-            *held = wanted;
-            return true;
-        }
-        if (Take(*held)) return false;
-        held_.erase(held);
-        Raise(ErrorNumber::CannotLockFile, {FromNativePath(path_)});
-    }
-
-    Handle handle_;
-    fs::path path_;
-    std::vector<Range> held_;
-};
 
 // Removes the name at once even while the file is open elsewhere; not every Windows and not every volume can.
 bool RemoveAtOnce(const std::wstring& path) {

@@ -7,86 +7,14 @@
 #include "core/text.h"
 #include "exchange/checks.h"
 #include "exchange/formats.h"
+#include "exchange/gift_text.h"
 #include "exchange/html.h"
 
 namespace qmtrain::exchange {
 namespace {
 
-// A text in which every character knows whether a backslash stood before it: then it means itself.
-class MarkedText {
-public:
-    void Append(char16_t unit, bool escaped, std::size_t line) {
-        units_ += unit;
-        escaped_.push_back(escaped);
-        lines_.push_back(line);
-    }
-    void RemoveLast() {
-        units_.pop_back();
-        escaped_.pop_back();
-        lines_.pop_back();
-    }
-    const std::u16string& Units() const { return units_; }
-    const std::vector<bool>& Escaped() const { return escaped_; }
-    std::size_t Line(std::size_t place) const {
-        return lines_.empty() ? 0 : lines_[std::min(place, lines_.size() - 1)];
-    }
-
-private:
-    std::u16string units_;
-    std::vector<bool> escaped_;
-    std::vector<std::size_t> lines_;
-};
-
-// A part of a MarkedText.
-class Part {
-public:
-    explicit Part(const MarkedText& text) : Part(text, 0, text.Units().size()) {}
-    Part(const MarkedText& text, std::size_t begin, std::size_t end) : text_(&text), begin_(begin), end_(end) {}
-
-    std::u16string_view Text() const { return std::u16string_view(text_->Units()).substr(begin_, end_ - begin_); }
-    std::size_t Size() const { return end_ - begin_; }
-    std::size_t Line() const { return text_->Line(begin_); }
-    bool IsSign(std::size_t at, char16_t sign) const {
-        return begin_ + at < end_ && text_->Units()[begin_ + at] == sign && !text_->Escaped()[begin_ + at];
-    }
-    bool StartsWith(std::u16string_view signs) const {
-        for (std::size_t i = 0; i < signs.size(); ++i) {
-            if (!IsSign(i, signs[i])) return false;
-        }
-        return true;
-    }
-    std::size_t Find(std::u16string_view signs, std::size_t from = 0) const {
-        for (std::size_t at = from; at + signs.size() <= Size(); ++at) {
-            if (From(at).StartsWith(signs)) return at;
-        }
-        return std::u16string_view::npos;
-    }
-    std::size_t FindAny(std::u16string_view signs, std::size_t from = 0) const {
-        for (std::size_t at = from; at < Size(); ++at) {
-            for (const char16_t sign : signs) {
-                if (IsSign(at, sign)) return at;
-            }
-        }
-        return std::u16string_view::npos;
-    }
-    bool Has(std::u16string_view signs) const { return Find(signs) != std::u16string_view::npos; }
-    Part From(std::size_t at) const { return {*text_, std::min(begin_ + at, end_), end_}; }
-    Part Until(std::size_t at) const {
-        return {*text_, begin_, at == std::u16string_view::npos ? end_ : std::min(begin_ + at, end_)};
-    }
-    Part Trim() const {
-        const std::u16string_view all = Text();
-        const std::u16string_view inside = Trimmed(all);
-        if (inside.empty()) return {*text_, begin_, begin_};
-        const auto offset = static_cast<std::size_t>(inside.data() - all.data());
-        return {*text_, begin_ + offset, begin_ + offset + inside.size()};
-    }
-
-private:
-    const MarkedText* text_;
-    std::size_t begin_;
-    std::size_t end_;
-};
+using gift::MarkedText;
+using gift::Part;
 
 struct Weighted {
     Part text;
@@ -163,26 +91,7 @@ Import GiftReader::Read() {
             category_ = Trimmed(content.substr(kCategory.size()));
             continue;
         }
-        broken_escape_ = false;
-        for (std::size_t i = 0; i < line.size(); ++i) {
-            if (line[i] != u'\\') {
-                question_.Append(line[i], false, line_number);
-                continue;
-            }
-            constexpr std::u16string_view kSigns = u":#={}~\\";
-            if (i + 1 == line.size()) {
-                broken_escape_ = true;
-                question_.Append(u'\\', true, line_number);
-            } else if (line[i + 1] == u'n') {
-                question_.Append(u'\n', true, line_number);
-                ++i;
-            } else if (kSigns.find(line[i + 1]) != std::u16string_view::npos) {
-                question_.Append(line[++i], true, line_number);
-            } else {
-                question_.Append(u'\\', true, line_number);
-            }
-        }
-        question_.Append(u'\n', false, line_number);
+        broken_escape_ = !question_.AppendLine(line, line_number);
     }
     EndQuestion();
     return std::move(import_);

@@ -44,7 +44,4 @@ std::u16string ToHtml(const document::RichText& text, std::vector<PictureFile>* 
 
 std::u16string EscapedHtml(std::u16string_view text);
 
-// A picture of these bytes at its own size; nothing when they are no whole picture of a kind that texts have.
-std::optional<document::Picture> MakePicture(Bytes bytes);
-
 }  // namespace qmtrain::exchange

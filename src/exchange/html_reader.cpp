@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -9,18 +8,14 @@
 
 #include "core/convert.h"
 #include "core/text.h"
-#include "document/metafile.h"
-#include "document/picture_bytes.h"
 #include "exchange/base64.h"
 #include "exchange/html.h"
+#include "exchange/pictures.h"
 #include "exchange/question.h"
 
 namespace qmtrain::exchange {
 namespace {
 
-constexpr int kMostTwips = 31680;  // as rich texts store it
-constexpr std::int64_t kMostPixels = std::int64_t{32} << 20;
-constexpr document::PixelSize kSizeOfDrawing{96, 96};
 constexpr std::size_t kDeepestList = 20;
 
 std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
@@ -300,15 +295,15 @@ void HtmlText::AddPicture(const xmlChar** attributes) {
     if (!picture) return notes_.Error(u"有一个图片不是完整的 PNG、JPEG 或 BMP 图片。");
     const auto given = [&](std::string_view name, int& twips) {
         const std::optional<double> pixels = ParseNumber(Attribute(attributes, name));
-        if (!pixels || *pixels < 1 || *pixels * document::kTwipsPerPixel > kMostTwips) return false;
+        if (!pixels || *pixels < 1 || *pixels * document::kTwipsPerPixel > kLongestSide) return false;
         twips = static_cast<int>(*pixels) * document::kTwipsPerPixel;
         return true;
     };
     const double shape = static_cast<double>(picture->height) / picture->width;
     const bool wide = given("width", picture->width);
     const bool high = given("height", picture->height);
-    if (wide && !high) picture->height = std::clamp(static_cast<int>(picture->width * shape), 15, kMostTwips);
-    if (high && !wide) picture->width = std::clamp(static_cast<int>(picture->height / shape), 15, kMostTwips);
+    if (wide && !high) picture->height = std::clamp(static_cast<int>(picture->width * shape), 15, kLongestSide);
+    if (high && !wide) picture->width = std::clamp(static_cast<int>(picture->height / shape), 15, kLongestSide);
     BeginLine();
     if (blank_) text_.AppendText(u" ", *std::exchange(blank_, std::nullopt));
     text_.AppendPicture(std::move(*picture), {});
@@ -328,35 +323,6 @@ void OnCharacters(void* text, const xmlChar* characters, int length) {
 struct ContextCloser {
     void operator()(htmlParserCtxt* context) const { htmlFreeParserCtxt(context); }
 };
-
-// Signature, then chunks of length (big-endian), name, content, checksum, the last one IEND.
-bool IsWholePng(document::ByteSpan bytes) {
-    static constexpr std::array<std::uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    if (bytes.size() < 33 || !std::equal(kSignature.begin(), kSignature.end(), bytes.begin())) return false;
-    for (std::uint64_t at = kSignature.size(); at + 12 <= bytes.size();) {
-        const auto chunk = static_cast<std::size_t>(at);
-        if (document::Big32(bytes, chunk + 4) == 0x49454E44) return true;
-        at += std::uint64_t{12} + document::Big32(bytes, chunk);
-    }
-    return false;
-}
-
-std::optional<document::Picture::Kind> KindOf(Bytes& bytes) {
-    constexpr std::size_t kBitmapFileHeader = 14;
-    if (IsWholePng(bytes)) return document::Picture::Kind::Png;
-    if (bytes.size() > 4 && document::Big16(bytes, 0) == 0xFFD8) return document::Picture::Kind::Jpeg;
-    if (bytes.size() > kBitmapFileHeader + 40 && document::Big16(bytes, 0) == 0x424D) {
-        bytes.erase(bytes.begin(), bytes.begin() + kBitmapFileHeader);
-        return document::Picture::Kind::Dib;
-    }
-    if (document::IsMetafile(bytes)) {
-        const auto bitmap = document::BitmapInMetafile(bytes);
-        const document::ByteSpan kept = bitmap ? *bitmap : document::WithoutFileHeader(bytes);
-        bytes = Bytes(kept.begin(), kept.end());
-        return bitmap ? document::Picture::Kind::Dib : document::Picture::Kind::Metafile;
-    }
-    return std::nullopt;
-}
 
 // "<", perhaps "/", the name of an element of texts, attributes, perhaps "/", ">".
 bool IsTag(std::u16string_view text) {
@@ -391,21 +357,6 @@ bool HasTags(std::u16string_view text) {
         if (IsTag(text.substr(at, 4096))) return true;
     }
     return false;
-}
-
-std::optional<document::Picture> MakePicture(Bytes bytes) {
-    const std::optional<document::Picture::Kind> kind = KindOf(bytes);
-    if (!kind) return std::nullopt;
-    document::Picture picture{*kind, std::move(bytes)};
-    std::optional<document::PixelSize> size = document::SizeInPixels(picture);
-    if (*kind == document::Picture::Kind::Metafile) size = kSizeOfDrawing;  // the tag tells its own
-    if (!size || std::int64_t{size->width} * size->height > kMostPixels) return std::nullopt;
-    const auto twips = [](int pixels) {
-        return std::min(pixels, kMostTwips / document::kTwipsPerPixel) * document::kTwipsPerPixel;
-    };
-    picture.width = twips(size->width);
-    picture.height = twips(size->height);
-    return picture;
 }
 
 document::RichText FromHtml(std::u16string_view html, const PictureFiles& files, TextNotes& notes) {

@@ -9,7 +9,7 @@
 
 #include "core/error.h"
 #include "core/text.h"
-#include "exchange/html.h"
+#include "exchange/pictures.h"
 #include "exchange/question.h"
 #include "exchange/text_file.h"
 #include "ui/picture_decoder.h"
