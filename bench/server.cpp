@@ -1,7 +1,8 @@
-// Candidates who record their practices on a database server all at once, through the classes and by libpq with the
-// same statements; and the summary of all trainings against psql.
+// Candidates who record their practices on a database server all at once, through the classes and by programs that send
+// the same statements themselves; and the summary of all trainings against psql.
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,8 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <libpq-fe.h>
@@ -99,16 +102,53 @@ struct EndConnection {
     void operator()(PGconn* connection) const { PQfinish(connection); }
 };
 
-// What RecordByClasses has been seen to send.
+// Another program's connection.
 class Peer {
 public:
-    explicit Peer(const std::string& place) : connection_(PQconnectdb(place.c_str())) {
+    virtual ~Peer() = default;
+
+    // Returns a column of the first row. "$1" and so on in the statement stand for the values.
+    virtual std::string Ask(const std::string& statement, const std::vector<std::string>& values = {},
+                            int column = 0) = 0;
+};
+
+std::string WithValues(const std::string& statement, const std::vector<std::string>& values) {
+    std::string whole;
+    for (std::size_t at = 0; at < statement.size(); ++at) {
+        if (statement[at] != '$') {
+            whole += statement[at];
+            continue;
+        }
+        std::size_t number = 0;
+        for (; at + 1 < statement.size() && std::isdigit(statement[at + 1]) != 0; ++at)
+            number = number * 10 + static_cast<std::size_t>(statement[at + 1] - '0');
+        whole += "'" + values[number - 1] + "'";
+    }
+    return whole;
+}
+
+class LibpqPeer : public Peer {
+public:
+    // `prepares`: each statement once, and from then on its values are all that is sent.
+    LibpqPeer(const std::string& place, bool prepares) : connection_(PQconnectdb(place.c_str())), prepares_(prepares) {
         Require(PQstatus(connection_.get()) == CONNECTION_OK);
     }
 
-    // Returns a column of the first row.
-    std::string Ask(const std::string& statement, int column = 0) {
-        PGresult* result = PQexec(connection_.get(), statement.c_str());
+    std::string Ask(const std::string& statement, const std::vector<std::string>& values, int column) override {
+        if (!prepares_ || values.empty())
+            return Take(PQexec(connection_.get(), WithValues(statement, values).c_str()), column);
+        const auto [known, added] = names_.try_emplace(statement, "s" + std::to_string(names_.size()));
+        const char* name = known->second.c_str();
+        if (added) Take(PQprepare(connection_.get(), name, statement.c_str(), 0, nullptr), column);
+        std::vector<const char*> texts;
+        for (const std::string& value : values) texts.push_back(value.c_str());
+        return Take(
+            PQexecPrepared(connection_.get(), name, static_cast<int>(texts.size()), texts.data(), nullptr, nullptr, 0),
+            column);
+    }
+
+private:
+    std::string Take(PGresult* result, int column) {
         const ExecStatusType status = PQresultStatus(result);
         std::string value = PQntuples(result) > 0 ? PQgetvalue(result, 0, column) : "";
         PQclear(result);
@@ -117,8 +157,32 @@ public:
         return value;
     }
 
-private:
     std::unique_ptr<PGconn, EndConnection> connection_;
+    bool prepares_;
+    std::unordered_map<std::string, std::string> names_;
+};
+
+// What the driver itself takes.
+class OdbcPeer : public Peer {
+public:
+    explicit OdbcPeer(const std::u16string& connect)
+        : connection_(odbc::Connection::Open(odbc::ConnectString(connect), std::chrono::seconds(60))) {}
+
+    std::string Ask(const std::string& statement, const std::vector<std::string>& values, int column) override {
+        const std::u16string sql = FromUtf8(WithValues(statement, values));
+        if (!statement.starts_with("SELECT") && !statement.starts_with("INSERT")) {
+            connection_->Execute(sql);
+            return {};
+        }
+        const auto rows = connection_->Query(sql);
+        Value value;
+        if (!rows->Next()) return {};
+        for (int i = 0; i <= column; ++i) rows->Read(i, ColumnType::Memo, value);
+        return ToUtf8(value.Text());
+    }
+
+private:
+    std::unique_ptr<odbc::Connection> connection_;
 };
 
 constexpr const char* kTrainings =
@@ -129,18 +193,20 @@ constexpr const char* kRows =
     "\"Answer\", \"StudentAnswer\", \"ErrInfo\", \"ErrInfoXml\", \"Distin\", \"Difficult\", \"QuestionNo\", "
     "\"ResultID\" FROM public.trainresult AS t0 ";
 
-void RecordByPeer(const std::string& place, int user, Times& times) {
+// The statements that RecordByClasses has been seen to send.
+void RecordByPeer(const std::function<std::unique_ptr<Peer>()>& connect, int user, Times& times) {
     Stopwatch timed(times);
-    std::optional<Peer> peer;
+    std::unique_ptr<Peer> peer;
     std::string id;
     timed([&] {
-        peer.emplace(place);
+        peer = connect();
         peer->Ask("BEGIN ISOLATION LEVEL REPEATABLE READ");
         peer->Ask(
             "INSERT INTO public.traininfo (\"UserId\", \"SubjectCode\", \"StartDate\", \"TheoryNo\", \"OperationNo\") "
-            "VALUES ('" +
-            Number(user) + "', '2', '2005-04-12 12:00:00', '1', '0') RETURNING \"TrainID\"");
-        id = peer->Ask(kTrainings + std::string("ORDER BY t0.\"TrainID\" DESC FETCH FIRST 1 ROWS WITH TIES"));
+            "VALUES ($1, $2, $3, $4, $5) RETURNING \"TrainID\"",
+            {Number(user), "2", "2005-04-12 12:00:00", "1", "0"});
+        id = peer->Ask("SELECT * FROM (" + std::string(kTrainings) +
+                       "ORDER BY t0.\"TrainID\" DESC FETCH FIRST 1 ROWS WITH TIES) AS rows LIMIT 2001");
         peer->Ask("COMMIT");
     });
     for (int i = 0; i < kQuestions; ++i) {
@@ -148,38 +214,33 @@ void RecordByPeer(const std::string& place, int user, Times& times) {
             peer->Ask(
                 "INSERT INTO public.trainresult (\"TrainID\", \"QuestionType\", \"DataCode\", \"QuestionRecNo\", "
                 "\"QuestionScore\", \"AnswerScore\", \"Answer\", \"ErrInfo\", \"ErrInfoXml\", \"Distin\", "
-                "\"Difficult\", \"QuestionNo\") VALUES ('" +
-                id + "', '1', 'NCRE2VB', '" + RecNo(i) + "', '2', '0', 'A', '', '', '1', '1', '" + Number(i) +
-                "') RETURNING \"ResultID\"");
+                "\"Difficult\", \"QuestionNo\") VALUES ($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12) "
+                "RETURNING \"ResultID\"",
+                {id, "1", "NCRE2VB", RecNo(i), "2", "0", "A", "", "", "1", "1", Number(i)});
         });
     }
     timed([&] {
-        peer->Ask(kTrainings + ("WHERE (t0.\"TrainID\" = " + id + ")"));
+        peer->Ask(kTrainings + std::string("WHERE (t0.\"TrainID\" = $1) LIMIT 2001"), {id});
         peer->Ask(
-            "UPDATE public.traininfo SET \"EndDate\" = '2005-04-12 13:12:00', \"UseTime\" = '4320', \"Score\" = '60' "
-            "WHERE (\"TrainID\") = ('" +
-            id + "') AND \"UserId\" = '" + Number(user) +
-            "' AND \"SubjectCode\" = '2' AND date_trunc('second', \"StartDate\") = '2005-04-12 12:00:00' AND "
-            "\"EndDate\" IS NULL AND \"UseTime\" IS NULL AND \"TheoryNo\" = '1' AND \"OperationNo\" = '0' AND "
-            "\"AnswerScore\" IS NULL AND \"Score\" IS NULL");
+            "UPDATE public.traininfo SET \"EndDate\" = $1, \"UseTime\" = $2, \"Score\" = $3 WHERE (\"TrainID\") = ($4) "
+            "AND \"UserId\" = $5 AND \"SubjectCode\" = $6 AND date_trunc('second', \"StartDate\") = $7 AND "
+            "\"EndDate\" IS NULL AND \"UseTime\" IS NULL AND \"TheoryNo\" = $8 AND \"OperationNo\" = $9 AND "
+            "\"AnswerScore\" IS NULL AND \"Score\" IS NULL",
+            {"2005-04-12 13:12:00", "4320", "60", id, Number(user), "2", "2005-04-12 12:00:00", "1", "0"});
     });
     for (int i = 0; i < kQuestions; ++i) {
         timed([&] {
             constexpr int kResultID = 13;
-            const std::string key = peer->Ask(
-                kRows + ("WHERE (t0.\"TrainID\" = " + id +
-                         ") AND (t0.\"DataCode\" = 'NCRE2VB') AND (t0.\"QuestionRecNo\" = '" + RecNo(i) + "')"),
-                kResultID);
+            const std::string key =
+                peer->Ask(kRows + std::string("WHERE (t0.\"TrainID\" = $1) AND (t0.\"DataCode\" = $2) AND "
+                                              "(t0.\"QuestionRecNo\" = $3) LIMIT 2001"),
+                          {id, "NCRE2VB", RecNo(i)}, kResultID);
             peer->Ask(
-                "UPDATE public.trainresult SET \"AnswerScore\" = '1.5', \"StudentAnswer\" = 'B', \"ErrInfo\" = "
-                "'错误信息', \"ErrInfoXml\" = '<err/>' WHERE (\"ResultID\") = ('" +
-                key + "') AND \"TrainID\" = '" + id +
-                "' AND \"QuestionType\" = '1' AND \"DataCode\" COLLATE \"C\" = 'NCRE2VB' AND \"QuestionRecNo\" "
-                "COLLATE \"C\" = '" +
-                RecNo(i) +
-                "' AND \"QuestionScore\" = '2' AND \"AnswerScore\" = '0' AND \"Distin\" = '1' AND "
-                "\"Difficult\" = '1' AND \"QuestionNo\" = '" +
-                Number(i) + "'");
+                "UPDATE public.trainresult SET \"AnswerScore\" = $1, \"StudentAnswer\" = $2, \"ErrInfo\" = $3, "
+                "\"ErrInfoXml\" = $4 WHERE (\"ResultID\") = ($5) AND \"TrainID\" = $6 AND \"QuestionType\" = $7 AND "
+                "\"DataCode\" COLLATE \"C\" = $8 AND \"QuestionRecNo\" COLLATE \"C\" = $9 AND \"QuestionScore\" = $10 "
+                "AND \"AnswerScore\" = $11 AND \"Distin\" = $12 AND \"Difficult\" = $13 AND \"QuestionNo\" = $14",
+                {"1.5", "B", "错误信息", "<err/>", key, id, "1", "NCRE2VB", RecNo(i), "2", "0", "1", "1", Number(i)});
         });
     }
 }
@@ -382,20 +443,31 @@ int main(int count, char** words) {
     const auto ours = [&](int user, Times& times) {
         RecordByClasses(FromNativePath(place / Number(user)), user, times);
     };
-    const auto theirs = [&](int user, Times& times) { RecordByPeer(peer_place, user, times); };
-    double best = 0;
-    for (int round = 0; round < 3; ++round) {
+    using Connecting = std::function<std::unique_ptr<Peer>()>;
+    const std::pair<const char*, Connecting> peers[] = {
+        {"libpq", [&] { return std::make_unique<LibpqPeer>(peer_place, false); }},
+        {"libpq, prepared statements", [&] { return std::make_unique<LibpqPeer>(peer_place, true); }},
+        {"the driver for ODBC", [&] { return std::make_unique<OdbcPeer>(connect); }},
+    };
+    std::vector<Report> best(std::size(peers) + 1);
+    const auto storm = [&](std::size_t which, const std::function<void(int, Times&)>& record) {
         server->Psql("TRUNCATE traininfo, trainresult");
-        const Report peer = Storm(*server, place, theirs);
-        server->Psql("TRUNCATE traininfo, trainresult");
-        const Report own = Storm(*server, place, ours);
-        Print("libpq, the same statements", peer);
-        Print("the classes", own);
-        std::printf("%-28s %8.2f   of the processors' times %.2f\n", "ratio of the times", own.seconds / peer.seconds,
-                    own.work.All() / peer.work.All());
-        best = round == 0 ? own.seconds / peer.seconds : std::min(best, own.seconds / peer.seconds);
+        Report report = Storm(*server, place, record);
+        if (best[which].times.empty() || report.seconds < best[which].seconds) best[which] = std::move(report);
+    };
+    constexpr int kRounds = 3;
+    for (int round = 0; round < kRounds; ++round) {
+        for (std::size_t i = 0; i < std::size(peers); ++i)
+            storm(i, [&](int user, Times& times) { RecordByPeer(peers[i].second, user, times); });
+        storm(std::size(peers), ours);
     }
-    std::printf("best ratio %.2f\n", best);
+    const Report& own = best.back();
+    for (std::size_t i = 0; i < std::size(peers); ++i) {
+        Print(peers[i].first, best[i]);
+        std::printf("%-28s %8.2f   of the processors' times %.2f\n", "ours to it", own.seconds / best[i].seconds,
+                    own.work.All() / best[i].work.All());
+    }
+    Print("the classes", own);
     if (summary) Summary(*server, folder);
     fs::remove_all(place);
     return 0;

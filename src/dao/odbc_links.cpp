@@ -5,6 +5,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "dao/jet_columns.h"
+#include "dao/odbc_table.h"
 #include "sql/aggregate_calls.h"
 #include "sql/print.h"
 
@@ -55,6 +56,12 @@ std::u16string AliasText() {
 
 const std::u16string& NameOf(const sql::ast::NamedTable& table) {
     return table.alias.empty() ? table.name : table.alias;
+}
+
+// Many rows may be equal to the last of the first ones.
+Extent ExtentOf(const sql::ast::Top& top, bool ordered) {
+    constexpr int kFew = 1000;
+    return ordered || top.count > kFew ? Extent::Limited : Extent::Few;
 }
 
 bool HasAggregates(const sql::ast::Select& select) {
@@ -157,24 +164,18 @@ std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
             ErrorNumber::OperationNotSupported,
             {u"链接表“" + object.name + u"”在数据库服务器上，而没有允许链接到服务器（QMTRAININFO_SERVER_LINKS=on）。"});
     }
-    auto link = std::make_shared<OdbcLink>();
+    const auto definition = database_.LinkDefinition(object);
+    const Layout layout(*definition);
+    std::vector<int> key;
+    for (const sql::Index& index : layout.indexes) {
+        if (!index.unique || !key.empty()) continue;
+        for (const sql::IndexColumn& part : index.columns) key.push_back(part.column);
+    }
+    auto link = std::make_shared<OdbcLink>(object.foreign_name, layout.columns, std::move(key));
     link->name = object.name;
     link->id = object.id;
     link->connect = object.connect;
-    link->source = object.foreign_name;
-    const std::u16string& source = object.foreign_name;
-    const std::size_t point = source.find(u'.');
-    link->remote = point == source.npos
-                       ? QuotedName(source)
-                       : QuotedName(source.substr(0, point)) + u"." + QuotedName(source.substr(point + 1));
     link->server = ServerFor(connect);
-    const auto definition = database_.LinkDefinition(object);
-    const Layout layout(*definition);
-    link->columns = layout.columns;
-    for (const sql::Index& index : layout.indexes) {
-        if (!index.unique || !link->key.empty()) continue;
-        for (const sql::IndexColumn& part : index.columns) link->key.push_back(part.column);
-    }
     return link;
 }
 
@@ -197,9 +198,7 @@ std::shared_ptr<OdbcLink> OdbcLinks::FindLink(std::u16string_view name) {
 
 std::shared_ptr<sql::Table> OdbcLinks::FindTable(std::u16string_view name) {
     auto link = FindLink(name);
-    return link == nullptr
-               ? nullptr
-               : std::make_shared<OdbcTable>(std::move(link), std::u16string_view(), OdbcTable::Extent::Whole);
+    return link == nullptr ? nullptr : std::make_shared<OdbcTable>(std::move(link), odbc::Request(), Extent::Whole);
 }
 
 std::uint64_t OdbcLinks::Changes() {
@@ -211,7 +210,7 @@ std::uint64_t OdbcLinks::Changes() {
 
 void OdbcLinks::Cancel() noexcept {
     const std::scoped_lock lock(servers_mutex_);
-    for (const KnownServer& known : servers_) known.server->Cancel();
+    for (const KnownServer& known : servers_) known.server->Cancel(this);
 }
 
 // ---- making them ----
@@ -286,16 +285,18 @@ std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateTable(const sql::ast:
     Split(std::move(part.where), conditions);
     std::u16string request = AliasText() + TakeConditions(remote, conditions, false);
     const RemoteText order = conditions.empty() ? remote.Order(part, copy->order_by) : std::nullopt;
+    Extent extent = request == AliasText() ? Extent::Whole : Extent::Some;
     if (order && !(part.top && part.top->percent)) {
         if (!order->empty()) request += u" ORDER BY " + *order;
+        if (!order->empty()) extent = Extent::Some;
         if (part.top) request += RemoteSql::Top(*part.top, !order->empty());
+        if (part.top) extent = ExtentOf(*part.top, !order->empty());
         part.top.reset();
         copy->order_by.clear();
     }
     part.where = Join(std::move(conditions));
     named.alias = NameOf(named);
-    const auto extent = request == AliasText() ? OdbcTable::Extent::Whole : OdbcTable::Extent::Some;
-    named.table = std::make_shared<OdbcTable>(link, request, extent);
+    named.table = std::make_shared<OdbcTable>(link, odbc::Request{std::move(request), remote.Values()}, extent);
     return copy;
 }
 
@@ -313,7 +314,10 @@ std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateWhole(sql::Catalog& c
         column.precision = output.precision;
         column.scale = output.scale;
     }
-    auto result = std::make_shared<OdbcResult>(remote.Server(), std::move(*request), std::move(columns));
+    const auto& top = select.parts.front().top;
+    auto result =
+        std::make_shared<OdbcResult>(remote.Server(), odbc::Request{std::move(*request), {}},
+                                     top ? ExtentOf(*top, !select.order_by.empty()) : Extent::Some, std::move(columns));
     auto all = std::make_shared<sql::ast::Select>();
     sql::ast::SelectPart& part = all->parts.emplace_back();
     part.items.emplace_back().star = true;
@@ -348,7 +352,7 @@ void OdbcLinks::Narrow(sql::ast::TableExpression& table, std::vector<ExpressionP
     const std::u16string asked = TakeConditions(remote, conditions, true);
     if (asked.empty()) return;
     named.alias = NameOf(named);
-    named.table = std::make_shared<OdbcTable>(link, AliasText() + asked, OdbcTable::Extent::Some);
+    named.table = std::make_shared<OdbcTable>(link, odbc::Request{AliasText() + asked, remote.Values()}, Extent::Some);
 }
 
 std::optional<sql::DelegatedChange> OdbcLinks::DelegateChange(sql::Catalog& catalog,
@@ -377,12 +381,12 @@ std::optional<sql::DelegatedChange> OdbcLinks::DelegateChange(sql::Catalog& cata
     if (!condition) return std::nullopt;
     sql::ParametersOf(catalog, statement);  // names that are wrong are told as anywhere
     const std::u16string what = update != nullptr ? u"UPDATE " : u"DELETE FROM ";
+    const odbc::Request request{
+        what + link->remote + AliasText() + set + (where == nullptr ? u"" : u" WHERE " + *condition), remote.Values()};
     sql::DelegatedChange change;
-    change.request = what + link->remote + AliasText() + set + (where == nullptr ? u"" : u" WHERE " + *condition);
+    change.request = request.Whole();
     const ErrorNumber failure = update != nullptr ? ErrorNumber::OdbcUpdateFailed : ErrorNumber::OdbcDeleteFailed;
-    change.run = [link, request = change.request, failure] {
-        return link->server->Execute(request, {failure, link->name});
-    };
+    change.run = [link, request, failure] { return link->server->Execute(request, {failure, link->name}); };
     return change;
 }
 

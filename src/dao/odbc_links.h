@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dao/odbc_table.h"
+#include "dao/odbc_link.h"
 #include "dao/remote_sql.h"
 #include "dao/types.h"
 #include "jet/database.h"
@@ -87,7 +87,7 @@ private:
     };
 
     odbc::ConnectString WithLogin(odbc::ConnectString connect) const;
-    void Prepare(OdbcServer& server) const { server.Use(time_limit_, serial_); }
+    void Prepare(OdbcServer& server) const { server.Use(this, time_limit_, serial_); }
     std::shared_ptr<OdbcServer> ServerFor(const odbc::ConnectString& connect);
     const jet::CatalogObject* Find(std::u16string_view name);
     std::shared_ptr<OdbcLink> Load(const jet::CatalogObject& object);

@@ -106,22 +106,32 @@ auto OdbcServer::Run(bool changes, const Body& body) {
     }
 }
 
-OdbcServer::Answer OdbcServer::Query(std::u16string_view sql, const odbc::Doing& doing) {
+OdbcServer::Answer OdbcServer::Query(const odbc::Request& request, const odbc::Doing& doing) {
     return Run(doing.failure != ErrorNumber::OdbcCallFailed, [&](odbc::Connection& connection) {
-        auto rows = connection.Query(sql, doing);
+        auto rows = connection.Query(request, doing);
         return Answer{connection_, std::move(rows)};
     });
 }
 
-std::int64_t OdbcServer::Execute(std::u16string_view sql, const odbc::Doing& doing) {
-    const std::int64_t rows = Run(true, [&](odbc::Connection& connection) { return connection.Execute(sql, doing); });
+void OdbcServer::QueryInParts(const odbc::Request& request, const std::function<void()>& start,
+                              const std::function<void(odbc::Rows&)>& take) {
+    Run(false, [&](odbc::Connection& connection) {
+        start();
+        connection.QueryInParts(request, take);
+        return true;
+    });
+}
+
+std::int64_t OdbcServer::Execute(const odbc::Request& request, const odbc::Doing& doing) {
+    const std::int64_t rows =
+        Run(true, [&](odbc::Connection& connection) { return connection.Execute(request, doing); });
     ++changes_;
     return rows;
 }
 
-void OdbcServer::Cancel() noexcept {
+void OdbcServer::Cancel(const void* user) noexcept {
     const std::scoped_lock lock(mutex_);
-    if (connection_) connection_->Cancel();
+    if (connection_ && user_ == user) connection_->Cancel();
 }
 
 void OdbcServer::Merge(std::size_t levels) noexcept {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -33,18 +34,24 @@ public:
         std::shared_ptr<odbc::Connection> connection;
         std::unique_ptr<odbc::Rows> rows;
     };
-    Answer Query(std::u16string_view sql, const odbc::Doing& doing = {});
-    std::int64_t Execute(std::u16string_view sql, const odbc::Doing& doing);
+    Answer Query(const odbc::Request& request, const odbc::Doing& doing = {});
 
-    // How it is used from now on: how long a statement may take, and whether a transaction that begins is as if it were
-    // alone.
-    void Use(std::chrono::milliseconds limit, bool serial) {
+    // All rows of a request that yields many, some at a time. `start` is called before the first, and again when they
+    // have to be asked for once more.
+    void QueryInParts(const odbc::Request& request, const std::function<void()>& start,
+                      const std::function<void(odbc::Rows&)>& take);
+    std::int64_t Execute(const odbc::Request& request, const odbc::Doing& doing);
+
+    // How it is used from now on, and by whom: how long a statement may take, and whether a transaction that begins is
+    // as if it were alone.
+    void Use(const void* user, std::chrono::milliseconds limit, bool serial) {
+        user_ = user;
         time_limit_ = limit;
         serial_ = serial;
     }
 
-    // From any thread.
-    void Cancel() noexcept;
+    // From any thread: ends the statement that is running, if it is that user's.
+    void Cancel(const void* user) noexcept;
 
     // Grows with each change.
     std::uint64_t Changes() const { return changes_; }
@@ -75,6 +82,7 @@ private:
     std::shared_ptr<odbc::Connection> connection_;
     std::size_t levels_ = 0;  // of the session that the server knows: a transaction, and savepoints in it
     bool used_ = false;       // something has been done in them
+    std::atomic<const void*> user_ = nullptr;
     std::chrono::milliseconds time_limit_{0};
     bool serial_ = false;
     std::atomic<std::uint64_t> changes_ = 0;

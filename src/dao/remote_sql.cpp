@@ -5,38 +5,13 @@
 
 #include "core/convert.h"
 #include "core/text.h"
-#include "sql/aggregate_calls.h"
+#include "dao/remote_text.h"
 
 namespace qmtrain::dao {
 namespace {
 
 using sql::ast::BinaryOperator;
 using sql::ast::ExpressionKind;
-
-std::u16string InParentheses(std::u16string_view text) {
-    return (u"(" + std::u16string(text)).append(u")");
-}
-
-std::u16string Cast(std::u16string_view text, std::u16string_view type) {
-    return u"CAST(" + std::u16string(text).append(u" AS ").append(type).append(u")");
-}
-
-std::u16string CallOf(std::u16string_view function, std::u16string_view arguments) {
-    return std::u16string(function).append(InParentheses(arguments));
-}
-
-constexpr std::u16string_view kDouble = u"double precision";
-
-// A literal's value where an expression is no more than that.
-const Value* LiteralIn(const sql::ast::Expression& expression) {
-    if (expression.kind != ExpressionKind::Literal) return nullptr;
-    return &static_cast<const sql::ast::Literal&>(expression).value;
-}
-
-bool IsWholeFrom(const sql::ast::Expression& expression, std::int32_t least) {
-    const Value* value = LiteralIn(expression);
-    return value != nullptr && value->GetType() == Value::Type::Long && value->As<std::int32_t>() >= least;
-}
 
 // "*" and "?" only: digits and sets are left to our own engine.
 RemoteText LikePattern(std::u16string_view pattern) {
@@ -55,42 +30,6 @@ RemoteText LikePattern(std::u16string_view pattern) {
         }
     }
     return text;
-}
-
-// What the server has under another name.
-struct Renamed {
-    std::u16string_view ours;
-    std::u16string_view remote;
-};
-constexpr Renamed kFormats[] = {
-    {u"yyyy", u"YYYY"},
-    {u"yyyy-mm", u"YYYY-MM"},
-    {u"yyyy-mm-dd", u"YYYY-MM-DD"},
-    {u"yyyy-mm-dd hh:nn:ss", u"YYYY-MM-DD HH24:MI:SS"},
-    {u"hh:nn:ss", u"HH24:MI:SS"},
-};
-
-// Functions of one argument.
-constexpr Renamed kTextFunctions[] = {
-    {u"UCASE", u"upper"}, {u"LCASE", u"lower"}, {u"TRIM", u"btrim"}, {u"LTRIM", u"ltrim"}, {u"RTRIM", u"rtrim"},
-};
-constexpr Renamed kNumberFunctions[] = {{u"INT", u"floor"}, {u"FIX", u"trunc"}, {u"ABS", u"abs"}};
-constexpr Renamed kDateParts[] = {
-    {u"YEAR", u"year"}, {u"MONTH", u"month"},   {u"DAY", u"day"},
-    {u"HOUR", u"hour"}, {u"MINUTE", u"minute"}, {u"SECOND", u"second"},
-};
-
-const Renamed* FindIn(std::span<const Renamed> functions, std::u16string_view name) {
-    const auto found = std::ranges::find(functions, name, &Renamed::ours);
-    return found == functions.end() ? nullptr : &*found;
-}
-
-bool IsGrouped(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order) {
-    const auto aggregates = [](const auto& item) {
-        return item.expression != nullptr && sql::ContainsAggregate(*item.expression);
-    };
-    return !part.group_by.empty() || part.having != nullptr || std::ranges::any_of(part.items, aggregates) ||
-           std::ranges::any_of(order, aggregates);
 }
 
 }  // namespace
@@ -141,10 +80,13 @@ RemoteSql::Piece RemoteSql::Cannot() {
 void RemoteSql::Start() {
     possible_ = true;
     used_columns_ = false;
+    values_before_ = values_.size();
 }
 
 RemoteText RemoteSql::Result(std::u16string text) {
-    return possible_ ? RemoteText(std::move(text)) : std::nullopt;
+    if (possible_) return text;
+    values_.resize(values_before_);
+    return std::nullopt;
 }
 
 // ---- selects ----
@@ -158,13 +100,14 @@ void RemoteSql::UseTable(const std::shared_ptr<OdbcLink>& link, std::u16string_v
     scopes_.assign(1, {});
     tables_ = 0;
     server_ = nullptr;
+    takes_values_ = true;
     AddTable(link, name);
 }
 
 RemoteText RemoteSql::Condition(const sql::ast::Expression& condition) {
     Start();
     const Piece piece = Put(condition);
-    if (piece.kind != Kind::Boolean && !IsNumber(piece.kind)) return std::nullopt;
+    if (piece.kind != Kind::Boolean && !IsNumber(piece.kind)) Cannot();
     return Result(AsCondition(piece));
 }
 
@@ -179,133 +122,16 @@ std::u16string RemoteSql::Top(const sql::ast::Top& top, bool ordered) {
     return ordered ? u" FETCH FIRST " + count + u" ROWS WITH TIES" : u" LIMIT " + count;
 }
 
-std::u16string RemoteSql::AddTable(const std::shared_ptr<OdbcLink>& link, std::u16string_view name) {
-    if (server_ == nullptr) server_ = link->server;
-    if (server_ != link->server) Cannot();
-    const std::u16string alias = u"t" + ToText(std::int64_t{tables_++});
-    scopes_.back().push_back({std::u16string(name), alias, link});
-    return link->remote + u" AS " + alias;
-}
-
-std::u16string RemoteSql::PutFrom(const sql::ast::TableExpression& table) {
-    if (const auto* named = std::get_if<sql::ast::NamedTable>(&table.node)) {
-        const auto link = named->table ? nullptr : links_.FindLink(named->name);
-        if (link == nullptr) return Cannot().text;
-        return AddTable(link, named->alias.empty() ? named->name : named->alias);
-    }
-    const auto* join = std::get_if<sql::ast::JoinedTable>(&table.node);
-    if (join == nullptr) return Cannot().text;
-    constexpr std::u16string_view kJoins[] = {u" JOIN ", u" LEFT JOIN ", u" RIGHT JOIN "};
-    const std::u16string left = PutFrom(*join->left);
-    const std::u16string right = PutFrom(*join->right);
-    return InParentheses(left + std::u16string(kJoins[static_cast<std::size_t>(join->type)]) + right + u" ON " +
-                         AsCondition(Put(*join->on)));
-}
-
-std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {
-    std::u16string items;
-    const auto add = [&](std::u16string_view item) { items.append(items.empty() ? u"" : u", ").append(item); };
-    for (const sql::ast::SelectItem& item : part.items) {
-        if (!item.star) {
-            const Piece piece = Put(*item.expression);
-            if (piece.kind == Kind::Null) Cannot();  // of what type?
-            add(piece.text);
-            continue;
-        }
-        for (const TableName& table : scopes_.back()) {
-            if (!item.table.empty() && !EqualNames(table.name, item.table)) continue;
-            for (const sql::Column& column : table.link->columns) add(table.alias + u"." + QuotedName(column.name));
-        }
-    }
-    return items;
-}
-
-// Null is the least of values.
-std::u16string RemoteSql::PutKey(const Piece& key, bool descending) {
-    if (key.kind == Kind::Other) Cannot();
-    std::u16string text = AsNumber(key);
-    if (descending) text += u" DESC";
-    if (!key.required) text += descending ? u" NULLS LAST" : u" NULLS FIRST";
-    return text;
-}
-
-// A position, an alias, or an expression.
-RemoteSql::Piece RemoteSql::OrderKey(const sql::ast::SelectPart& part, const sql::ast::Expression& expression) {
-    if (const Value* value = LiteralIn(expression)) {
-        if (value->GetType() != Value::Type::Long) return Cannot();
-        const auto place = static_cast<std::size_t>(value->As<std::int32_t>()) - 1;
-        if (place >= part.items.size() || std::ranges::any_of(part.items, &sql::ast::SelectItem::star)) return Cannot();
-        return Put(*part.items[place].expression);
-    }
-    if (expression.kind == ExpressionKind::ColumnName) {
-        const auto& name = static_cast<const sql::ast::ColumnName&>(expression);
-        for (const sql::ast::SelectItem& item : part.items) {
-            if (item.star) break;
-            if (name.table.empty() && !item.alias.empty() && EqualNames(item.alias, name.name)) {
-                return Put(*item.expression);
-            }
-        }
-    }
-    return Put(expression);
-}
-
-std::u16string RemoteSql::PutOrder(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order) {
-    std::u16string keys;
-    for (const sql::ast::OrderItem& item : order) {
-        keys += (keys.empty() ? u"" : u", ") + PutKey(OrderKey(part, *item.expression), item.descending);
-    }
-    return keys;
-}
-
-std::u16string RemoteSql::Put(const sql::ast::Select& select) {
-    const sql::ast::SelectPart& part = select.parts.front();
-    const bool grouped = IsGrouped(part, select.order_by);
-    const bool ties = part.top && !select.order_by.empty();
-    if (select.parts.size() > 1 || part.from.empty() || part.distinct_row || !part.into.empty() ||
-        (part.top && part.top->percent) || (grouped && (ties || part.distinct))) {
-        return Cannot().text;
-    }
-    scopes_.emplace_back();
-    std::u16string from;
-    for (const sql::ast::TableExpression& table : part.from) from += (from.empty() ? u"" : u", ") + PutFrom(table);
-    const std::u16string items = PutItems(part);
-    std::u16string text = (part.distinct ? u"SELECT DISTINCT " : u"SELECT ") + items + u" FROM " + from;
-    if (part.where != nullptr) text += u" WHERE " + AsCondition(Put(*part.where));
-    std::u16string groups;
-    std::u16string order = PutOrder(part, select.order_by);
-    for (const sql::ast::ExpressionPtr& key : part.group_by) {
-        const Piece piece = Put(*key);
-        groups += (groups.empty() ? u"" : u", ") + piece.text;
-        // Groups come in the order of their keys when nothing else is said.
-        order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
-    }
-    if (part.distinct) {
-        // The server orders distinct rows by what they show alone.
-        if (!select.order_by.empty()) Cannot();
-        for (const sql::ast::SelectItem& item : part.items) {
-            const Piece piece = item.star ? Cannot() : Put(*item.expression);
-            if (piece.kind == Kind::Boolean) Cannot();
-            order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
-        }
-    }
-    if (!groups.empty()) text += u" GROUP BY " + groups;
-    if (part.having != nullptr) text += u" HAVING " + AsCondition(Put(*part.having));
-    if (!order.empty()) text += u" ORDER BY " + order;
-    if (part.top) text += Top(*part.top, ties);
-    scopes_.pop_back();
-    return text;
-}
-
 RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Column& column) {
     Start();
-    const Piece piece = Put(value);
+    const Piece piece = PutValue(value);
     const Kind kind = KindOf(column.type);
     if (piece.kind == Kind::Null || (piece.kind == kind && !IsNumber(kind) && kind != Kind::Other)) {
         return Result(piece.text);
     }
-    if (!IsNumber(piece.kind) || !IsNumber(kind) || kind == Kind::Exact) return std::nullopt;
+    if (!IsNumber(piece.kind) || !IsNumber(kind) || kind == Kind::Exact) Cannot();
     constexpr std::u16string_view kTypes[] = {u"", u"smallint", u"smallint", u"integer", u"", u"real", kDouble};
-    return Result(Cast(piece.text, kTypes[static_cast<std::size_t>(column.type)]));
+    return Result(possible_ ? Cast(piece.text, kTypes[static_cast<std::size_t>(column.type)]) : std::u16string());
 }
 
 // ---- expressions ----
@@ -371,6 +197,23 @@ RemoteSql::Piece RemoteSql::PutLiteral(const Value& value) {
     }
 }
 
+// A literal that the server is given as a value beside the statement: next to a column, or alone.
+RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression) {
+    const Value* value = takes_values_ && scopes_.size() == 1 ? LiteralIn(expression) : nullptr;
+    if (value == nullptr) return Put(expression);
+    std::u16string_view type;
+    switch (value->GetType()) {
+        case Value::Type::Text: type = u"unknown"; break;  // that of the column's texts
+        case Value::Type::Date: type = u"timestamp"; break;
+        case Value::Type::Long: type = u"integer"; break;
+        default: return Put(expression);
+    }
+    Piece piece = Put(expression);
+    values_.push_back({std::move(piece.text), type});
+    piece.text = u"$" + ToText(static_cast<std::int64_t>(values_.size()));
+    return piece;
+}
+
 RemoteSql::Piece RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
     for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope) {
         for (const TableName& table : *scope) {
@@ -400,9 +243,11 @@ RemoteSql::Piece RemoteSql::PutUnary(const sql::ast::Unary& unary) {
 }
 
 RemoteSql::Piece RemoteSql::PutBinary(const sql::ast::Binary& binary) {
+    const bool compares = binary.op >= BinaryOperator::Equal && binary.op <= BinaryOperator::GreaterEqual;
     const Piece left = Put(*binary.left);
     if (binary.op == BinaryOperator::Like) return PutLike(left, *binary.right);
-    const Piece right = Put(*binary.right);
+    const bool beside_column = compares && binary.left->kind == ExpressionKind::ColumnName;
+    const Piece right = beside_column ? PutValue(*binary.right) : Put(*binary.right);
     const auto comparison = [&](std::u16string_view op) -> Piece {
         if (!Compare(left, right)) return Cannot();
         const bool equality = binary.op == BinaryOperator::Equal || binary.op == BinaryOperator::NotEqual;
@@ -462,92 +307,6 @@ RemoteSql::Piece RemoteSql::PutLike(const Piece& subject, const sql::ast::Expres
     const RemoteText text = LikePattern(value->Text());
     if (!text) return Cannot();
     return {InParentheses(subject.text + u" COLLATE \"default\" ILIKE " + QuotedValue(Value(*text))), Kind::Boolean};
-}
-
-RemoteSql::Piece RemoteSql::PutCall(const sql::ast::Call& call) {
-    std::u16string name = ToUpper(call.name);
-    if (sql::IsAggregate(name)) return PutAggregate(name, call);
-    if (name.ends_with(u'$')) name.pop_back();
-    std::vector<Piece> arguments;
-    for (const sql::ast::ExpressionPtr& argument : call.arguments) arguments.push_back(Put(*argument));
-    return PutFunction(name, call, arguments);
-}
-
-RemoteSql::Piece RemoteSql::PutAggregate(std::u16string_view name, const sql::ast::Call& call) {
-    if (call.star) return {u"count(*)", Kind::Whole, true};
-    if (call.arguments.size() != 1) return Cannot();
-    const Piece argument = Put(*call.arguments[0]);
-    if (name == u"COUNT") return {CallOf(u"count", argument.text), Kind::Whole, true};
-    const bool sum = name == u"SUM";
-    if (sum || name == u"AVG") {
-        if (argument.kind != Kind::Whole && argument.kind != Kind::Number) return Cannot();
-        return {CallOf(sum ? u"sum" : u"avg", AsDouble(argument)), Kind::Number};
-    }
-    if (name != u"MIN" && name != u"MAX") return Cannot();
-    if (argument.kind == Kind::Boolean || argument.kind == Kind::Other) return Cannot();
-    return {CallOf(name == u"MIN" ? u"min" : u"max", argument.text), argument.kind};
-}
-
-RemoteSql::Piece RemoteSql::PutChoice(const Piece& condition, const Piece& yes, const Piece& no) {
-    if (yes.kind == Kind::Null && no.kind == Kind::Null) return {u"NULL", Kind::Null};
-    const bool numbers = IsNumber(yes.kind) && IsNumber(no.kind) && yes.kind != no.kind;
-    if (yes.kind != no.kind && yes.kind != Kind::Null && no.kind != Kind::Null && !numbers) return Cannot();
-    const Kind kind = numbers ? Kind::Number : yes.kind == Kind::Null ? no.kind : yes.kind;
-    const auto shown = [&](const Piece& piece) { return numbers ? AsDouble(piece) : piece.text; };
-    return {u"(CASE WHEN " + AsCondition(condition) + u" THEN " + shown(yes) + u" ELSE " + shown(no) + u" END)", kind};
-}
-
-RemoteSql::Piece RemoteSql::PutFunction(std::u16string_view name, const sql::ast::Call& call,
-                                        const std::vector<Piece>& arguments) {
-    if (name == u"NOW" && arguments.empty()) return PutLiteral(Now());
-    if (name == u"DATE" && arguments.empty())
-        return PutLiteral(Date{static_cast<double>(static_cast<long>(Now().days))});
-    if (arguments.empty()) return Cannot();
-    const Piece& first = arguments[0];
-    if (name == u"IIF" && arguments.size() == 3 && (first.kind == Kind::Boolean || IsNumber(first.kind))) {
-        return PutChoice(first, arguments[1], arguments[2]);
-    }
-    if (name == u"NZ" && arguments.size() == 2 && first.kind != Kind::Null && arguments[1].kind == first.kind) {
-        return {CallOf(u"coalesce", first.text + u", " + arguments[1].text), first.kind, arguments[1].required};
-    }
-    if (name == u"FORMAT" && arguments.size() == 2 && first.kind == Kind::Date) {
-        const Value* wanted = LiteralIn(*call.arguments[1]);
-        for (const Renamed& format : kFormats) {
-            if (wanted == nullptr || !wanted->IsText() || !EqualNames(wanted->Text(), format.ours)) continue;
-            return {u"coalesce(to_char(" + first.text + u", '" + std::u16string(format.remote) + u"'), '')", Kind::Text,
-                    true};
-        }
-    }
-    const bool text = first.kind == Kind::Text;
-    if ((name == u"LEFT" || name == u"RIGHT") && text && arguments.size() == 2 && IsWholeFrom(*call.arguments[1], 0)) {
-        return {CallOf(name == u"LEFT" ? u"left" : u"right", first.text + u", " + arguments[1].text), Kind::Text};
-    }
-    if (name == u"MID" && text && arguments.size() > 1 && IsWholeFrom(*call.arguments[1], 1) &&
-        (arguments.size() == 2 || IsWholeFrom(*call.arguments[2], 0))) {
-        const std::u16string length = arguments.size() == 2 ? std::u16string() : u", " + arguments[2].text;
-        return {CallOf(u"substr", first.text + u", " + arguments[1].text + length), Kind::Text};
-    }
-    if (arguments.size() != 1) return Cannot();
-    if (name == u"ISNULL") return {InParentheses(first.text + u" IS NULL"), Kind::Boolean, true};
-    if (name == u"LEN" && text) return {CallOf(u"length", first.text), Kind::Whole};
-    if (const Renamed* function = FindIn(kTextFunctions, name); function != nullptr && text) {
-        return {CallOf(function->remote, first.text), Kind::Text};
-    }
-    if (const Renamed* function = FindIn(kNumberFunctions, name); function != nullptr) {
-        if (first.kind == Kind::Number) return {CallOf(function->remote, AsDouble(first)), Kind::Number};
-        if (first.kind == Kind::Whole) return {CallOf(function->remote, first.text), Kind::Whole};
-    }
-    if (const Renamed* part = FindIn(kDateParts, name); part != nullptr && first.kind == Kind::Date) {
-        return {Cast(u"extract(" + std::u16string(part->remote) + u" FROM " + first.text + u")", u"integer"),
-                Kind::Whole};
-    }
-    // A Double is rounded half to even, as here.
-    const bool readable = text || IsNumber(first.kind);
-    if (name == u"CINT" && readable) return {Cast(AsDouble(first), u"smallint"), Kind::Whole};
-    if (name == u"CLNG" && readable) return {Cast(AsDouble(first), u"integer"), Kind::Whole};
-    if (name == u"CDBL" && readable) return {AsDouble(first), Kind::Number};
-    if (name == u"CSTR" && first.kind == Kind::Whole) return {Cast(first.text, u"text"), Kind::Text};
-    return Cannot();
 }
 
 }  // namespace qmtrain::dao

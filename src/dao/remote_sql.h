@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dao/odbc_table.h"
+#include "dao/odbc_link.h"
 #include "sql/ast.h"
 
 namespace qmtrain::dao {
@@ -46,6 +46,9 @@ public:
 
     // Whether what was translated last named any column.
     bool UsedColumns() const { return used_columns_; }
+
+    // The values that have their places in what was translated since UseTable(): see odbc::Request.
+    const std::vector<odbc::GivenValue>& Values() const { return values_; }
 
     const std::shared_ptr<OdbcServer>& Server() const { return server_; }
 
@@ -85,6 +88,7 @@ private:
 
     Piece Put(const sql::ast::Expression& expression);
     Piece PutLiteral(const Value& value);
+    Piece PutValue(const sql::ast::Expression& expression);
     Piece PutColumn(const sql::ast::ColumnName& name);
     Piece PutUnary(const sql::ast::Unary& unary);
     Piece PutBinary(const sql::ast::Binary& binary);
@@ -101,6 +105,9 @@ private:
     int tables_ = 0;
     bool possible_ = true;
     bool used_columns_ = false;
+    bool takes_values_ = false;
+    std::vector<odbc::GivenValue> values_;
+    std::size_t values_before_ = 0;  // what is being translated
 };
 
 }  // namespace qmtrain::dao

@@ -100,12 +100,12 @@ void RowBuffer::AppendBytes(std::span<const std::uint8_t> bytes) {
     if (size > 0) std::memcpy(&pending_[at + sizeof size], bytes.data(), size);
 }
 
-void RowBuffer::Append(const Value& value) {
+void RowBuffer::Append(const Value& value, std::vector<std::uint8_t>& bytes) {
     const Content content = ContentOf(value);
     const bool has_length = HasLength(value.GetType());
-    const std::size_t at = pending_.size();
-    pending_.resize(at + 1 + (has_length ? sizeof(std::uint32_t) : 0) + content.size);
-    std::uint8_t* to = &pending_[at];
+    const std::size_t at = bytes.size();
+    bytes.resize(at + 1 + (has_length ? sizeof(std::uint32_t) : 0) + content.size);
+    std::uint8_t* to = &bytes[at];
     *to++ = static_cast<std::uint8_t>(value.GetType());
     if (has_length) {
         const auto length = static_cast<std::uint32_t>(content.size);
@@ -146,11 +146,6 @@ void RowBuffer::Clear() {
     if (blocks_.empty()) return;
     blocks_.erase(blocks_.begin(), blocks_.end() - 1);
     free_ = block_size_;
-}
-
-void RowBuffer::Get(std::size_t number, std::vector<Value>& row) const {
-    const std::uint8_t* at = rows_[number];
-    for (Value& value : row) at = Take(at, value);
 }
 
 }  // namespace qmtrain::dao

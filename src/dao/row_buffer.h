@@ -19,16 +19,16 @@ public:
     // Adds a row piece by piece.
     void Begin() { pending_.clear(); }
     void AppendBytes(std::span<const std::uint8_t> bytes);
-    void Append(const Value& value);
+    void Append(const Value& value) { Append(value, pending_); }
     void End();
+
+    // Adds a value to bytes from which Take() takes it.
+    static void Append(const Value& value, std::vector<std::uint8_t>& bytes);
 
     // Adds a row that is one piece of bytes.
     void AddBytes(std::span<const std::uint8_t> bytes);
 
-    // Requires: the row is there, and `row` is as wide as it was.
-    void Get(std::size_t number, std::vector<Value>& row) const;
-
-    // The same piece by piece: where the row begins, and from one piece to the next. Good until Clear().
+    // Where a row begins, and from one piece of it to the next. Good until Clear().
     const std::uint8_t* At(std::size_t number) const { return rows_[number]; }
     static const std::uint8_t* Take(const std::uint8_t* at, std::span<const std::uint8_t>& bytes);
     static const std::uint8_t* Take(const std::uint8_t* at, Value& value);

@@ -8,12 +8,12 @@
 namespace qmtrain::dao {
 namespace {
 
-// A scope in which a row is changed: the file is kept for writing unless the row is on a server.
+// A scope in which a row is changed: the file is kept for writing. For a row on a server nobody looks at the file.
 class ChangeScope {
 public:
     ChangeScope(jet::Database& storage, const sql::Table& table) {
         if (table.IsRemote())
-            reading_.emplace(storage);
+            lock_ = storage.SharedSession()->Lock();
         else
             writing_.emplace(storage);
     }
@@ -22,7 +22,7 @@ public:
     }
 
 private:
-    std::optional<jet::Database::Reading> reading_;
+    std::unique_lock<std::recursive_mutex> lock_;
     std::optional<jet::Database::Writing> writing_;
 };
 
@@ -59,7 +59,8 @@ void RowEdit::Add() {
 // What others have changed meanwhile counts.
 void RowEdit::Change() {
     {
-        const jet::Database::Reading reading(source_.Storage());
+        std::optional<jet::Database::Reading> reading;
+        if (!EditedTable().IsRemote()) reading.emplace(source_.Storage());
         rows_.Recognise();
         rows_.ReadAll(values_);
     }

@@ -126,7 +126,7 @@ bool RowList::NextKey() {
 bool RowList::FindKey() {
     while (!complete_ && query_->Next()) {
         if (!has_places_) {
-            Pack(*query_, kept_);
+            KeepRow();
             Cover();
             return true;
         }
@@ -144,19 +144,25 @@ bool RowList::FindKey() {
     return false;
 }
 
-void RowList::Pack(sql::Query& query, RowBuffer& rows) const {
+void RowList::Pack(sql::Query& query) {
     static const qmtrain::Value kLater;
-    if (has_images_ && packed_.empty()) return rows.AddBytes(query.Image());
-    rows.Begin();
-    if (has_images_) rows.AppendBytes(query.Image());
+    if (has_images_ && packed_.empty()) return block_.AddBytes(query.Image());
+    block_.Begin();
+    if (has_images_) block_.AppendBytes(query.Image());
     for (const int column : packed_) {
-        rows.Append(left_out_[static_cast<std::size_t>(column)] ? kLater : query.Get(column));
+        block_.Append(left_out_[static_cast<std::size_t>(column)] ? kLater : query.Get(column));
     }
-    rows.End();
+    block_.End();
+}
+
+void RowList::KeepRow() {
+    kept_.Begin();
+    for (const int column : packed_) kept_.Append(query_->Get(column));
+    kept_.End();
 }
 
 void RowList::Cover() {
-    held_.Cover(kept_.Bytes() + block_.Bytes() + places_.capacity() * sizeof(Place));
+    held_.Cover(kept_.HeldBytes() + block_.Bytes() + places_.capacity() * sizeof(Place));
 }
 
 void RowList::DropWindow() {
@@ -222,12 +228,12 @@ bool RowList::FillRow(std::int64_t index) {
         if (!has_places_) return true;
         // The row that was found last is still at hand if nothing has changed since.
         if (found_ == index && found_change_ == block_change_) {
-            Pack(*query_, block_);
+            Pack(*query_);
             return true;
         }
         if (Place& place = places_[static_cast<std::size_t>(index)]; MoveTo(place)) {
             if (!reader_->HasKeyIdentity()) place.identity = reader_->Identity();
-            Pack(*reader_, block_);
+            Pack(*reader_);
             return true;
         }
         if (index < seen_) return false;
@@ -235,7 +241,7 @@ bool RowList::FillRow(std::int64_t index) {
         places_.erase(places_.begin() + index);  // deleted before it was reached
     }
     if (!NextKey()) return false;
-    if (has_places_) Pack(*query_, block_);
+    if (has_places_) Pack(*query_);
     return true;
 }
 

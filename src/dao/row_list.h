@@ -11,6 +11,7 @@
 
 #include "dao/row_buffer.h"
 #include "dao/row_source.h"
+#include "dao/row_store.h"
 
 namespace qmtrain::dao {
 
@@ -101,7 +102,8 @@ private:
     bool FillRow(std::int64_t index);
     bool NextKey();
     bool FindKey();
-    void Pack(sql::Query& query, RowBuffer& rows) const;
+    void Pack(sql::Query& query);
+    void KeepRow();
     std::int64_t BlockRows() const { return static_cast<std::int64_t>(block_.Size()); }
     sql::Query& Reader();
 
@@ -129,7 +131,7 @@ private:
     std::int64_t seen_ = 0;
     std::vector<Place> places_;
     std::unordered_map<std::uint32_t, std::uint64_t> added_;  // with their identities: they are in places_ already
-    RowBuffer kept_;                                          // without places
+    RowStore kept_;                                           // without places
     std::int64_t kept_first_ = 0;                             // the row that it begins with
     std::int64_t found_ = -1;                                 // the row that the query stands on
     std::uint64_t found_change_ = 0;                          // when that was so

@@ -94,18 +94,50 @@ std::u16string Connection::PropertyOf(int info) const {
 
 // Statements
 
-std::int64_t Connection::Execute(std::u16string_view sql, const Doing& doing) {
+std::int64_t Connection::Execute(const Request& request, const Doing& doing) {
     Statement statement(*this);
-    statement.Execute(sql, doing);
+    statement.Execute(request, doing);
     SQLLEN rows = 0;
     statement.Check(statement.Functions().RowCount(statement.Handle(), &rows), doing);
     return std::max<std::int64_t>(rows, 0);
 }
 
-std::unique_ptr<Rows> Connection::Query(std::u16string_view sql, const Doing& doing) {
+std::unique_ptr<Rows> Connection::Query(const Request& request, const Doing& doing) {
     auto statement = std::make_unique<Statement>(*this);
-    statement->Execute(sql, doing);
+    statement->Execute(request, doing);
     return std::make_unique<Rows>(std::move(statement));
+}
+
+void Connection::QueryInParts(const Request& request, const std::function<void(Rows&)>& take) {
+    if (in_transaction_) return FetchInParts(request, take);
+    Begin();
+    try {
+        FetchInParts(request, take);
+    } catch (...) {
+        Rollback();
+        throw;
+    }
+    Commit();
+}
+
+void Connection::FetchInParts(const Request& request, const std::function<void(Rows&)>& take) {
+    constexpr std::int64_t kRowsTogether = 1000;
+    const std::u16string fetch = u"FETCH " + ToText(kRowsTogether) + u" FROM qm_rows";
+    Execute(u"DECLARE qm_rows NO SCROLL CURSOR FOR " + request.Whole());
+    try {
+        for (std::int64_t rows = kRowsTogether; rows == kRowsTogether;) {
+            const auto some = Query(fetch);
+            rows = some->Count().value_or(0);
+            take(*some);
+        }
+    } catch (...) {
+        try {
+            if (alive_) Execute(u"CLOSE qm_rows");
+        } catch (const AutomationError&) {  // the transaction is lost, which its next statement tells
+        }
+        throw;
+    }
+    Execute(u"CLOSE qm_rows");
 }
 
 void Connection::TimeLimit(std::chrono::milliseconds limit) {
@@ -252,6 +284,7 @@ bool Statement::Check(SQLRETURN result, const Doing& doing) {
                             nullptr);
     if (dead == SQL_CD_TRUE) diagnostics.state = u"08S01";
     if (MeansLost(diagnostics)) connection_.alive_ = false;
+    failed_state_ = diagnostics.state;
     RaiseFor(diagnostics, doing, connection_.place_);
 }
 
@@ -259,24 +292,47 @@ void Statement::Send(std::u16string_view sql, const Doing& doing) {
     Run([&] { return library_.ExecDirect(handle_, ToWide(sql), static_cast<SQLINTEGER>(sql.size())); }, doing);
 }
 
-// In a transaction a statement that fails leaves it as it was.
-void Statement::Execute(std::u16string_view sql, const Doing& doing) {
+void Statement::Execute(const Request& request, const Doing& doing) {
+    PreparedStatements::Entry* prepared = connection_.prepared_.Use(request);
+    if (prepared == nullptr) return Execute({}, request.Whole(), doing);
+    try {
+        Execute(prepared->Preparing(request), prepared->Calling(request), doing);
+        prepared->Called();
+        return;
+    } catch (const AutomationError&) {
+        if (!connection_.alive_ || !prepared->Correct(failed_state_)) throw;
+    }
+    Execute({}, request.Whole(), doing);
+}
+
+// In a transaction a statement that fails leaves it as it was. `first`: what goes before it in the same message.
+void Statement::Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing) {
     // The server takes it for the end of the text.
     if (sql.find(u'\0') != sql.npos) Raise(doing.failure, {doing.table, u"文本中有字符 U+0000。"});
-    if (!connection_.in_transaction_) return Send(sql, doing);
-    const std::vector<std::u16string> before = connection_.TakeBefore();
-    std::u16string all;
-    for (const std::u16string& one : before) all.append(one).append(u";");
+    std::vector<std::u16string> before;
+    if (connection_.in_transaction_) before = connection_.TakeBefore();
+    const bool guarded = !before.empty();
+    before.insert(before.end(), first.begin(), first.end());
     try {
-        Send(all.append(sql), doing);
+        SendAll(before, sql, doing);
     } catch (const AutomationError&) {
-        connection_.UndoStatement(!before.empty());
+        if (connection_.in_transaction_) connection_.UndoStatement(guarded);
         throw;
     }
-    connection_.begun_ = true;
-    connection_.guarded_ = !before.empty();
+    if (connection_.in_transaction_) {
+        connection_.begun_ = true;
+        connection_.guarded_ = guarded;
+    }
     // The results of the others come first.
     for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
+}
+
+// In one message.
+void Statement::SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing) {
+    if (before.empty()) return Send(sql, doing);
+    std::u16string all;
+    for (const std::u16string& one : before) all.append(one).append(u";");
+    Send(all.append(sql), doing);
 }
 
 }  // namespace qmtrain::odbc

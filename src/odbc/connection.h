@@ -6,8 +6,10 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +17,8 @@
 #include "core/error.h"
 #include "core/value.h"
 #include "odbc/connect_string.h"
+#include "odbc/prepared.h"
+#include "odbc/request.h"
 #include "odbc/types.h"
 
 namespace qmtrain::odbc {
@@ -38,6 +42,9 @@ public:
     void Expect(std::vector<Shape> shapes);
 
     bool Next();
+
+    // How many there are in all; nothing where the library does not know.
+    std::optional<std::int64_t> Count();
 
     // As a column of this type, the one expected, holds it. Requires: Next() was true, and columns are read in their
     // order.
@@ -70,8 +77,16 @@ public:
     ~Connection();
 
     // Returns how many rows were affected.
-    std::int64_t Execute(std::u16string_view sql, const Doing& doing = {});
-    std::unique_ptr<Rows> Query(std::u16string_view sql, const Doing& doing = {});
+    std::int64_t Execute(const Request& request, const Doing& doing = {});
+    std::int64_t Execute(std::u16string_view sql, const Doing& doing = {}) { return Execute(AsRequest(sql), doing); }
+    std::unique_ptr<Rows> Query(const Request& request, const Doing& doing = {});
+    std::unique_ptr<Rows> Query(std::u16string_view sql, const Doing& doing = {}) {
+        return Query(AsRequest(sql), doing);
+    }
+
+    // For a request that yields more rows than the library should hold at once: some at a time, all of one state of the
+    // database.
+    void QueryInParts(const Request& request, const std::function<void(Rows&)>& take);
 
     // A transaction sees one state of the database, and where it is serial it is as if it had been alone; the server
     // hears of it with its first statement. Commit() raises, and has undone it then, unless the connection is lost:
@@ -102,9 +117,11 @@ private:
     struct Handles;
 
     Connection(std::unique_ptr<Handles> handles, std::u16string place);
+    static Request AsRequest(std::u16string_view sql) { return {std::u16string(sql), {}}; }
     void SetUp();
     std::u16string PropertyOf(int info) const;
     void EndTransaction(bool commit);
+    void FetchInParts(const Request& request, const std::function<void(Rows&)>& take);
     std::vector<std::u16string> TakeBefore();
     void UndoStatement(bool guarded) noexcept;
 
@@ -115,6 +132,7 @@ private:
     bool begun_ = false;                  // the server knows of the transaction
     bool guarded_ = false;                // there is a savepoint from before the last statement
     std::vector<std::u16string> before_;  // what the next statement of the transaction takes with it
+    PreparedStatements prepared_;
     std::atomic<bool> alive_ = true;
     std::mutex running_mutex_;
     Statement* running_ = nullptr;

@@ -122,7 +122,7 @@ std::unique_ptr<Connection> OpenNew(const ConnectString& connect, const std::u16
     const Clock::time_point first = Clock::now();
     while (true) {
         const Clock::time_point begin = Clock::now();
-        const auto rest = std::chrono::ceil<std::chrono::seconds>(first + limit - begin);
+        const auto rest = std::max(kInVain, std::chrono::ceil<std::chrono::seconds>(first + limit - begin));
         const std::chrono::seconds attempt = limit.count() == 0 ? kAttempt : std::min(kAttempt, rest);
         try {
             return Connection::Open(connect, attempt);

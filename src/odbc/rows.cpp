@@ -81,6 +81,12 @@ void Rows::Expect(std::vector<Shape> shapes) {
     if (short_ones) shapes_ = std::move(shapes);
 }
 
+std::optional<std::int64_t> Rows::Count() {
+    SQLLEN rows = -1;
+    statement_->Check(statement_->Functions().RowCount(statement_->Handle(), &rows), {});
+    return rows < 0 ? std::nullopt : std::optional<std::int64_t>(rows);
+}
+
 bool Rows::Next() {
     constexpr int kMostAlone = 4;
     if (block_ != nullptr && ++block_->at < block_->fetched) return true;

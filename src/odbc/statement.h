@@ -51,7 +51,7 @@ public:
     }
 
     bool Check(SQLRETURN result, const Doing& doing);
-    void Execute(std::u16string_view sql, const Doing& doing);
+    void Execute(const Request& request, const Doing& doing);
 
     // It has buffers that end before it does not.
     void DoNotKeep() { keep_ = false; }
@@ -71,6 +71,8 @@ private:
         Connection& connection_;
     };
 
+    void Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing);
+    void SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing);
     void Allocate();
 
     Connection& connection_;
@@ -78,6 +80,7 @@ private:
     SQLHSTMT handle_ = SQL_NULL_HANDLE;
     long time_limit_ = 0;  // seconds
     bool keep_ = true;     // for another one, when it has ended
+    std::u16string failed_state_;
 };
 
 // What the library says about its last failure on a handle.

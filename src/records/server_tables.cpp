@@ -6,7 +6,7 @@
 
 #include "core/error.h"
 #include "core/text.h"
-#include "dao/odbc_table.h"
+#include "dao/odbc_link.h"
 #include "dao/recordset.h"
 
 namespace qmtrain {

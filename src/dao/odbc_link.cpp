@@ -1,0 +1,149 @@
+#include "dao/odbc_link.h"
+
+#include <charconv>
+#include <cmath>
+#include <utility>
+
+#include "core/convert.h"
+#include "core/error.h"
+#include "core/format.h"
+#include "core/text.h"
+
+namespace qmtrain::dao {
+namespace {
+
+template <class T>
+std::u16string ShortestText(T number) {
+    if (!std::isfinite(number)) Raise(ErrorNumber::Overflow);
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number);
+    return FromUtf8({digits, static_cast<std::size_t>(end.ptr - digits)});
+}
+
+std::u16string HexText(const Bytes& bytes) {
+    constexpr std::u16string_view kDigits = u"0123456789abcdef";
+    std::u16string text = u"\\x";
+    for (const std::uint8_t byte : bytes) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 15];
+    }
+    return text;
+}
+
+std::u16string PlainText(const Value& value) {
+    switch (value.GetType()) {
+        case Value::Type::Boolean: return value.As<bool>() ? u"true" : u"false";
+        case Value::Type::Single: return ShortestText(value.As<float>());
+        case Value::Type::Double: return ShortestText(value.As<double>());
+        case Value::Type::Date: return Format(value.As<Date>(), u"yyyy-mm-dd hh:nn:ss");
+        case Value::Type::Binary: return HexText(value.Binary());
+        default: return ToText(value);
+    }
+}
+
+std::u16string InQuotes(std::u16string_view text, char16_t quote) {
+    std::u16string quoted;
+    quoted.reserve(text.size() + 2);
+    quoted += quote;
+    for (const char16_t unit : text) quoted.append(unit == quote ? 2 : 1, unit);
+    return quoted += quote;
+}
+
+// Takes the first of several values off their list.
+std::u16string TakeValue(std::u16string_view& list) {
+    bool inside = false;
+    std::size_t end = 0;
+    for (; end < list.size() && (inside || list[end] != u','); ++end) {
+        if (list[end] == u'\'') inside = !inside;
+    }
+    std::u16string value(list.substr(0, end));
+    list.remove_prefix(std::min(list.size(), end + 2));
+    return value;
+}
+
+}  // namespace
+
+std::u16string QuotedName(std::u16string_view name) {
+    return InQuotes(name, u'"');
+}
+
+std::u16string QuotedValue(const Value& value) {
+    if (value.IsNull() || value.IsEmpty()) return u"NULL";
+    if (value.IsText()) return InQuotes(value.Text(), u'\'');
+    return InQuotes(PlainText(value), u'\'');
+}
+
+// ---- OdbcRowNumbers ----
+
+sql::RowId OdbcRowNumbers::NumberOf(std::u16string key) {
+    const auto next = static_cast<std::uint32_t>(keys_.size() + 1);
+    const auto [known, added] = numbers_.try_emplace(std::move(key), next);
+    if (added) keys_.push_back(&known->first);
+    return {known->second};
+}
+
+void OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
+    const auto known = numbers_.insert_or_assign(std::move(key), row.value).first;
+    keys_[row.value - 1] = &known->first;
+}
+
+// ---- OdbcLink ----
+
+OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> columns_there, std::vector<int> key_there)
+    : source(source_there), columns(std::move(columns_there)), key(std::move(key_there)) {
+    const std::size_t point = source.find(u'.');
+    remote = point == source.npos ? QuotedName(source)
+                                  : QuotedName(source.substr(0, point)) + u"." + QuotedName(source.substr(point + 1));
+    select_ = u"SELECT ";
+    for (const sql::Column& column : columns) {
+        if (!quoted_.empty()) select_ += u", ";
+        select_ += quoted_.emplace_back(QuotedName(column.name));
+    }
+    select_ += u" FROM " + remote;
+    key_list_ = QuotedList(key);
+}
+
+std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
+    std::u16string names;
+    for (const int column : wanted) {
+        if (!names.empty()) names += u", ";
+        names += Quoted(column);
+    }
+    return names;
+}
+
+void OdbcLink::AddIsRow(odbc::Request& request, sql::RowId row) const {
+    request.text.append(u"(").append(key_list_).append(u") = (");
+    std::u16string_view values = rows.KeyOf(row);
+    for (std::size_t i = 0; i < key.size(); ++i) {
+        if (i > 0) request.text += u", ";
+        request.Add(TakeValue(values));
+    }
+    request.text += u")";
+}
+
+std::u16string OdbcLink::IsOneOf(std::span<const sql::RowId> wanted) const {
+    std::u16string text = u"(" + key_list_ + u") IN (";
+    bool first = true;
+    for (const sql::RowId row : wanted) {
+        text.append(std::exchange(first, false) ? u"(" : u", (").append(rows.KeyOf(row)).append(u")");
+    }
+    return text + u")";
+}
+
+std::u16string OdbcLink::Page(std::u16string_view after, std::int64_t wanted) const {
+    std::u16string text;
+    if (!after.empty()) text = (u" WHERE (" + key_list_ + u") > (").append(after).append(u")");
+    return text + u" ORDER BY " + key_list_ + u" LIMIT " + ToText(wanted);
+}
+
+std::u16string OdbcLink::KeyText(std::span<const Value> row) const {
+    std::u16string text;
+    for (const int column : key) {
+        if (!text.empty()) text += u", ";
+        text += QuotedValue(row[static_cast<std::size_t>(column)]);
+    }
+    return text;
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,74 @@
+// A link to a table on a server, and the pieces of the statements that the server is sent.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "dao/odbc_server.h"
+#include "sql/storage.h"
+
+namespace qmtrain::dao {
+
+// The rows of a link that somebody has to go back to. A row is known by its key, written as the server is given it, and
+// has a number for as long as the database is open.
+class OdbcRowNumbers {
+public:
+    sql::RowId NumberOf(std::u16string key);
+    const std::u16string& KeyOf(sql::RowId row) const { return *keys_[row.value - 1]; }
+
+    // The row has another key from now on.
+    void SetKey(sql::RowId row, std::u16string key);
+
+private:
+    std::unordered_map<std::u16string, std::uint32_t> numbers_;
+    std::vector<const std::u16string*> keys_;  // of numbers_
+};
+
+class OdbcLink {
+public:
+    OdbcLink(std::u16string_view source, std::vector<sql::Column> columns_there, std::vector<int> key_there);
+
+    std::u16string name;
+    std::int32_t id = 0;
+    std::u16string connect;
+    std::u16string source;
+    std::u16string remote;  // schema and table in quotes
+    std::shared_ptr<OdbcServer> server;
+    std::vector<sql::Column> columns;
+    std::vector<int> key;  // empty: none, and nothing can be changed
+    OdbcRowNumbers rows;
+
+    // The column's name in quotes.
+    const std::u16string& Quoted(int column) const { return quoted_[static_cast<std::size_t>(column)]; }
+    std::u16string QuotedList(std::span<const int> columns) const;
+
+    // "SELECT" of all columns, up to the table's name.
+    const std::u16string& Select() const { return select_; }
+
+    // Adds what stands behind WHERE for one row; for some of them.
+    void AddIsRow(odbc::Request& request, sql::RowId row) const;
+    std::u16string IsOneOf(std::span<const sql::RowId> wanted) const;
+
+    // A page of the rows in the order of their keys, behind the one with this key; empty: the first.
+    std::u16string Page(std::u16string_view after, std::int64_t rows) const;
+
+    // A row's key as OdbcRowNumbers has it.
+    std::u16string KeyText(std::span<const Value> row) const;
+
+private:
+    std::vector<std::u16string> quoted_;
+    std::u16string key_list_;
+    std::u16string select_;
+};
+
+std::u16string QuotedName(std::u16string_view name);
+
+// A value between single quotes, from which the server makes the type that it needs there.
+std::u16string QuotedValue(const Value& value);
+
+}  // namespace qmtrain::dao

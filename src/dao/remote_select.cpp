@@ -1,0 +1,141 @@
+// Selects in the server's words.
+#include <algorithm>
+
+#include "core/text.h"
+#include "dao/remote_sql.h"
+#include "dao/remote_text.h"
+#include "sql/aggregate_calls.h"
+
+namespace qmtrain::dao {
+namespace {
+
+using sql::ast::ExpressionKind;
+
+bool IsGrouped(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order) {
+    const auto aggregates = [](const auto& item) {
+        return item.expression != nullptr && sql::ContainsAggregate(*item.expression);
+    };
+    return !part.group_by.empty() || part.having != nullptr || std::ranges::any_of(part.items, aggregates) ||
+           std::ranges::any_of(order, aggregates);
+}
+
+}  // namespace
+
+std::u16string RemoteSql::AddTable(const std::shared_ptr<OdbcLink>& link, std::u16string_view name) {
+    if (server_ == nullptr) server_ = link->server;
+    if (server_ != link->server) Cannot();
+    const std::u16string alias = u"t" + ToText(std::int64_t{tables_++});
+    scopes_.back().push_back({std::u16string(name), alias, link});
+    return link->remote + u" AS " + alias;
+}
+
+std::u16string RemoteSql::PutFrom(const sql::ast::TableExpression& table) {
+    if (const auto* named = std::get_if<sql::ast::NamedTable>(&table.node)) {
+        const auto link = named->table ? nullptr : links_.FindLink(named->name);
+        if (link == nullptr) return Cannot().text;
+        return AddTable(link, named->alias.empty() ? named->name : named->alias);
+    }
+    const auto* join = std::get_if<sql::ast::JoinedTable>(&table.node);
+    if (join == nullptr) return Cannot().text;
+    constexpr std::u16string_view kJoins[] = {u" JOIN ", u" LEFT JOIN ", u" RIGHT JOIN "};
+    const std::u16string left = PutFrom(*join->left);
+    const std::u16string right = PutFrom(*join->right);
+    return InParentheses(left + std::u16string(kJoins[static_cast<std::size_t>(join->type)]) + right + u" ON " +
+                         AsCondition(Put(*join->on)));
+}
+
+std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {
+    std::u16string items;
+    const auto add = [&](std::u16string_view item) { items.append(items.empty() ? u"" : u", ").append(item); };
+    for (const sql::ast::SelectItem& item : part.items) {
+        if (!item.star) {
+            const Piece piece = Put(*item.expression);
+            if (piece.kind == Kind::Null) Cannot();  // of what type?
+            add(piece.text);
+            continue;
+        }
+        for (const TableName& table : scopes_.back()) {
+            if (!item.table.empty() && !EqualNames(table.name, item.table)) continue;
+            for (const sql::Column& column : table.link->columns) add(table.alias + u"." + QuotedName(column.name));
+        }
+    }
+    return items;
+}
+
+// Null is the least of values.
+std::u16string RemoteSql::PutKey(const Piece& key, bool descending) {
+    if (key.kind == Kind::Other) Cannot();
+    std::u16string text = AsNumber(key);
+    if (descending) text += u" DESC";
+    if (!key.required) text += descending ? u" NULLS LAST" : u" NULLS FIRST";
+    return text;
+}
+
+// A position, an alias, or an expression.
+RemoteSql::Piece RemoteSql::OrderKey(const sql::ast::SelectPart& part, const sql::ast::Expression& expression) {
+    if (const Value* value = LiteralIn(expression)) {
+        if (value->GetType() != Value::Type::Long) return Cannot();
+        const auto place = static_cast<std::size_t>(value->As<std::int32_t>()) - 1;
+        if (place >= part.items.size() || std::ranges::any_of(part.items, &sql::ast::SelectItem::star)) return Cannot();
+        return Put(*part.items[place].expression);
+    }
+    if (expression.kind == ExpressionKind::ColumnName) {
+        const auto& name = static_cast<const sql::ast::ColumnName&>(expression);
+        for (const sql::ast::SelectItem& item : part.items) {
+            if (item.star) break;
+            if (name.table.empty() && !item.alias.empty() && EqualNames(item.alias, name.name)) {
+                return Put(*item.expression);
+            }
+        }
+    }
+    return Put(expression);
+}
+
+std::u16string RemoteSql::PutOrder(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order) {
+    std::u16string keys;
+    for (const sql::ast::OrderItem& item : order) {
+        keys += (keys.empty() ? u"" : u", ") + PutKey(OrderKey(part, *item.expression), item.descending);
+    }
+    return keys;
+}
+
+std::u16string RemoteSql::Put(const sql::ast::Select& select) {
+    const sql::ast::SelectPart& part = select.parts.front();
+    const bool grouped = IsGrouped(part, select.order_by);
+    const bool ties = part.top && !select.order_by.empty();
+    if (select.parts.size() > 1 || part.from.empty() || part.distinct_row || !part.into.empty() ||
+        (part.top && part.top->percent) || (grouped && (ties || part.distinct))) {
+        return Cannot().text;
+    }
+    scopes_.emplace_back();
+    std::u16string from;
+    for (const sql::ast::TableExpression& table : part.from) from += (from.empty() ? u"" : u", ") + PutFrom(table);
+    const std::u16string items = PutItems(part);
+    std::u16string text = (part.distinct ? u"SELECT DISTINCT " : u"SELECT ") + items + u" FROM " + from;
+    if (part.where != nullptr) text += u" WHERE " + AsCondition(Put(*part.where));
+    std::u16string groups;
+    std::u16string order = PutOrder(part, select.order_by);
+    for (const sql::ast::ExpressionPtr& key : part.group_by) {
+        const Piece piece = Put(*key);
+        groups += (groups.empty() ? u"" : u", ") + piece.text;
+        // Groups come in the order of their keys when nothing else is said.
+        order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
+    }
+    if (part.distinct) {
+        // The server orders distinct rows by what they show alone.
+        if (!select.order_by.empty()) Cannot();
+        for (const sql::ast::SelectItem& item : part.items) {
+            const Piece piece = item.star ? Cannot() : Put(*item.expression);
+            if (piece.kind == Kind::Boolean) Cannot();
+            order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
+        }
+    }
+    if (!groups.empty()) text += u" GROUP BY " + groups;
+    if (part.having != nullptr) text += u" HAVING " + AsCondition(Put(*part.having));
+    if (!order.empty()) text += u" ORDER BY " + order;
+    if (part.top) text += Top(*part.top, ties);
+    scopes_.pop_back();
+    return text;
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,92 @@
+#include "dao/row_store.h"
+
+#include <algorithm>
+#include <span>
+
+#include "dao/row_buffer.h"
+#include "jet/temporary_file.h"
+
+namespace qmtrain::dao {
+namespace {
+
+constexpr std::size_t kChunk = std::size_t{128} << 10;
+constexpr std::size_t kMostHeld = std::size_t{8} << 20;
+
+template <class T>
+std::span<std::uint8_t> BytesOf(std::vector<T>& items) {
+    return {reinterpret_cast<std::uint8_t*>(items.data()), items.size() * sizeof(T)};
+}
+
+}  // namespace
+
+void RowStore::Append(const Value& value) {
+    RowBuffer::Append(value, pending_);
+}
+
+void RowStore::End() {
+    if (chunks_.empty() || chunks_.back().bytes.size() >= kChunk) {
+        if (held_ > kMostHeld) WriteOut(chunks_.back());
+        chunks_.emplace_back().first_row = size_;
+    }
+    Chunk& chunk = chunks_.back();
+    chunk.begins.push_back(static_cast<std::uint32_t>(chunk.bytes.size()));
+    chunk.bytes.insert(chunk.bytes.end(), pending_.begin(), pending_.end());
+    ++size_;
+    bytes_ += pending_.size();
+    held_ += pending_.size() + sizeof chunk.begins.back();
+}
+
+void RowStore::WriteOut(Chunk& chunk) {
+    if (file_ == nullptr) file_ = jet::OpenTemporaryFile(FileSystem::Native());
+    file_->WriteAt(file_size_, BytesOf(chunk.begins));
+    file_->WriteAt(file_size_ + BytesOf(chunk.begins).size(), chunk.bytes);
+    chunk.place = file_size_;
+    chunk.rows_in_file = static_cast<std::uint32_t>(chunk.begins.size());
+    chunk.bytes_in_file = static_cast<std::uint32_t>(chunk.bytes.size());
+    file_size_ += BytesOf(chunk.begins).size() + chunk.bytes.size();
+    held_ -= BytesOf(chunk.begins).size() + chunk.bytes.size();
+    chunk.begins = {};
+    chunk.bytes = {};
+}
+
+const RowStore::Chunk& RowStore::Load(std::size_t number) const {
+    const Chunk& chunk = chunks_[number];
+    if (chunk.rows_in_file == 0) return chunk;
+    if (loaded_.begins.empty() || loaded_from_ != number) {
+        loaded_.begins.resize(chunk.rows_in_file);
+        loaded_.bytes.resize(chunk.bytes_in_file);
+        const std::span<std::uint8_t> parts[] = {BytesOf(loaded_.begins), loaded_.bytes};
+        file_->ReadParts(chunk.place, parts);
+        loaded_from_ = number;
+    }
+    return loaded_;
+}
+
+void RowStore::Get(std::size_t number, std::vector<Value>& row) const {
+    const auto holds = [&](std::size_t chunk) {
+        return chunk < chunks_.size() && chunks_[chunk].first_row <= number &&
+               (chunk + 1 == chunks_.size() || number < chunks_[chunk + 1].first_row);
+    };
+    if (!holds(looked_at_)) {
+        const auto behind = std::ranges::upper_bound(chunks_, number, {}, &Chunk::first_row);
+        looked_at_ = static_cast<std::size_t>(behind - chunks_.begin()) - 1;
+    }
+    const Chunk& chunk = Load(looked_at_);
+    const std::uint8_t* at = chunk.bytes.data() + chunk.begins[number - chunks_[looked_at_].first_row];
+    for (Value& value : row) at = RowBuffer::Take(at, value);
+}
+
+void RowStore::Clear() {
+    chunks_.resize(std::min<std::size_t>(chunks_.size(), 1));
+    for (Chunk& chunk : chunks_) {
+        chunk = {.first_row = 0, .begins = std::move(chunk.begins), .bytes = std::move(chunk.bytes)};
+        chunk.begins.clear();
+        chunk.bytes.clear();
+    }
+    size_ = bytes_ = held_ = 0;
+    file_.reset();
+    file_size_ = 0;
+    loaded_ = {};
+}
+
+}  // namespace qmtrain::dao

@@ -1,0 +1,85 @@
+#include "odbc/prepared.h"
+
+#include <cstdint>
+
+namespace qmtrain::odbc {
+namespace {
+
+constexpr std::size_t kMostTexts = 256;
+constexpr std::size_t kMostPrepared = 64;  // each takes some memory of the server's
+
+// The same in every process.
+std::uint64_t HashOf(std::u16string_view text) {
+    std::uint64_t hash = 0xCBF29CE484222325;
+    for (const char16_t unit : text) {
+        hash = (hash ^ (unit & 0xFF)) * 0x100000001B3;
+        hash = (hash ^ (unit >> 8)) * 0x100000001B3;
+    }
+    return hash;
+}
+
+}  // namespace
+
+PreparedStatements::Entry::Entry(const std::u16string& text) : name_(u"qm_") {
+    constexpr std::u16string_view kDigits = u"0123456789abcdef";
+    for (std::uint64_t rest = HashOf(text); rest != 0; rest >>= 4) name_ += kDigits[rest & 15];
+}
+
+std::vector<std::u16string> PreparedStatements::Entry::Preparing(const Request& request) const {
+    std::vector<std::u16string> statements;
+    if (is_old_) statements.push_back(u"DEALLOCATE " + name_);
+    if (is_there_) return statements;
+    std::u16string& prepare = statements.emplace_back(u"PREPARE " + name_);
+    for (const GivenValue& value : request.values) {
+        prepare += &value == request.values.data() ? u'(' : u',';
+        prepare += value.type;
+    }
+    prepare.append(u") AS ").append(request.text);
+    return statements;
+}
+
+std::u16string PreparedStatements::Entry::Calling(const Request& request) const {
+    std::u16string text = u"EXECUTE " + name_;
+    for (const GivenValue& value : request.values) {
+        text += &value == request.values.data() ? u'(' : u',';
+        text += value.text;
+    }
+    return text + u")";
+}
+
+void PreparedStatements::Entry::Called() {
+    is_there_ = true;
+    is_old_ = false;
+}
+
+bool PreparedStatements::Entry::Correct(std::u16string_view state) {
+    if (state == u"42P05") {  // somebody else has prepared it
+        is_there_ = true;
+        return true;
+    }
+    if (state == u"26000") {  // it is not there
+        is_there_ = is_old_ = false;
+        return true;
+    }
+    if (state == u"0A000" && is_there_) {  // a column that it yields has another type now
+        is_there_ = false;
+        is_old_ = true;
+        return true;
+    }
+    return false;
+}
+
+PreparedStatements::Entry* PreparedStatements::Use(const Request& request) {
+    if (request.values.empty()) return nullptr;
+    if (entries_.size() >= kMostTexts && !entries_.contains(request.text)) {
+        std::erase_if(entries_, [](const auto& entry) { return entry.second.uses_ < 2; });
+    }
+    Entry& entry = entries_.try_emplace(request.text, request.text).first->second;
+    if (entry.uses_ == 2) return &entry;
+    if (entry.uses_ == 1 && prepared_ == kMostPrepared) return nullptr;
+    if (++entry.uses_ < 2) return nullptr;
+    ++prepared_;
+    return &entry;
+}
+
+}  // namespace qmtrain::odbc

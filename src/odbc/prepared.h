@@ -1,0 +1,52 @@
+// Statements that a server keeps ready under a name: it need not read and plan them again, and the driver, which looks
+// at each character of what it sends, has less to look at.
+//
+// A statement is prepared when it comes for the second time. Its name comes from its text, for behind a pool of
+// connections each message may meet another one: what that has under the name means the same, or it has nothing.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "odbc/request.h"
+
+namespace qmtrain::odbc {
+
+class PreparedStatements {
+public:
+    class Entry {
+    public:
+        explicit Entry(const std::u16string& text);
+
+        // What has to be sent before it is called.
+        std::vector<std::u16string> Preparing(const Request& request) const;
+        std::u16string Calling(const Request& request) const;
+
+        // It was called, and is there now.
+        void Called();
+
+        // Told the state of an error. True: the server has not under this name what was thought, nothing has been
+        // done, and the next call takes that into account.
+        bool Correct(std::u16string_view state);
+
+    private:
+        friend class PreparedStatements;
+
+        std::u16string name_;
+        int uses_ = 0;
+        bool is_there_ = false;
+        bool is_old_ = false;  // and no longer fits the tables
+    };
+
+    // Null: the request is better sent as a whole. Good until the next call.
+    Entry* Use(const Request& request);
+
+private:
+    std::unordered_map<std::u16string, Entry> entries_;  // by text
+    std::size_t prepared_ = 0;
+};
+
+}  // namespace qmtrain::odbc
