@@ -50,9 +50,10 @@ public:
         const std::scoped_lock lock(mutex_);
         Tidy();
         if (!connection->IsAlive()) {
-            const auto same = std::ranges::partition(idle_, [&](const Idle& idle) { return idle.text != text; });
-            std::ranges::move(same, std::back_inserter(gone));
-            idle_.erase(same.begin(), same.end());
+            const auto same =
+                std::partition(idle_.begin(), idle_.end(), [&](const Idle& idle) { return idle.text != text; });
+            std::move(same, idle_.end(), std::back_inserter(gone));
+            idle_.erase(same, idle_.end());
             return;
         }
         if (connection->InTransaction() || idle_.size() == kMostIdle) return;
