@@ -314,10 +314,11 @@ std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateWhole(sql::Catalog& c
         column.precision = output.precision;
         column.scale = output.scale;
     }
-    const auto& top = select.parts.front().top;
-    auto result =
-        std::make_shared<OdbcResult>(remote.Server(), odbc::Request{std::move(*request), {}},
-                                     top ? ExtentOf(*top, !select.order_by.empty()) : Extent::Some, std::move(columns));
+    const sql::ast::SelectPart& part_there = select.parts.front();
+    const bool one_row = part_there.group_by.empty() && HasAggregates(select);
+    const bool few = one_row || (part_there.top && ExtentOf(*part_there.top, !select.order_by.empty()) == Extent::Few);
+    auto result = std::make_shared<OdbcResult>(remote.Server(), odbc::Request{std::move(*request), {}},
+                                               few ? Extent::Few : Extent::Work, std::move(columns));
     auto all = std::make_shared<sql::ast::Select>();
     sql::ast::SelectPart& part = all->parts.emplace_back();
     part.items.emplace_back().star = true;
