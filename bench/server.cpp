@@ -400,6 +400,22 @@ void Summary(TestServer& server, const std::u16string& folder) {
                 ours / theirs);
 }
 
+// All columns of all results, which the driver alone would hold in memory.
+void LargeSelects(const std::u16string& folder) {
+    for (const auto& [name, type] : {std::pair("forward-only", dao::RecordsetType::ForwardOnly),
+                                     std::pair("snapshot", dao::RecordsetType::Snapshot)}) {
+        const bench::Use use = bench::Measure([&] {
+            const auto client = dao::JetDatabase::Open(ClientDatabase(folder), true, nullptr, {}, {.servers = true});
+            const auto rows = client->OpenRecordset(u"SELECT * FROM TrainResult WHERE QuestionType = 1", type);
+            int count = 0;
+            for (; !rows->Eof(); rows->MoveNext(), ++count)
+                for (const auto& field : rows->Fields()) (void)field->Value();
+            Require(count == kResults);
+        });
+        std::printf("select of %d rows, %-12s %6.2f s, %4.0f MiB\n", kResults, name, use.seconds, use.mebibytes);
+    }
+}
+
 }  // namespace
 
 // With numbers: so many processes, and candidates of each. A third word leaves the summary out.
@@ -468,7 +484,10 @@ int main(int count, char** words) {
                     own.work.All() / best[i].work.All());
     }
     Print("the classes", own);
-    if (summary) Summary(*server, folder);
+    if (summary) {
+        Summary(*server, folder);
+        LargeSelects(folder);
+    }
     fs::remove_all(place);
     return 0;
 }

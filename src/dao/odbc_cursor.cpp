@@ -31,26 +31,19 @@ protected:
     }
 
     // Of a request whose rows nobody has counted, so many at first; if there are more, all of them, which wait here
-    // then: no transaction stays open for them.
+    // then: no transaction stays open for them. Where the server has to calculate them more come at first, for to
+    // calculate them again costs more than they do, and for a cursor it does not take several processors.
     void AskForAny(const odbc::Request& request, Extent extent) {
         if (extent == Extent::Few) return Ask(request);
         constexpr std::int64_t kMostAtOnce = 2000;
-        const std::u16string limit = u" LIMIT " + ToText(kMostAtOnce + 1);
-        Ask({extent == Extent::Limited ? u"SELECT * FROM (" + request.text + u") AS rows" + limit
-                                       : request.text + limit,
-             request.values});
-        if (answer_.rows->Count().value_or(kMostAtOnce + 1) <= kMostAtOnce) return;
+        constexpr std::int64_t kMostOfWork = 50'000;
+        const std::int64_t most = extent == Extent::Work ? kMostOfWork : kMostAtOnce;
+        const std::u16string limit = u" LIMIT " + ToText(most + 1);
+        const bool plain = extent == Extent::Whole || extent == Extent::Some;
+        Ask({plain ? request.text + limit : u"SELECT * FROM (" + request.text + u") AS rows" + limit, request.values});
+        if (answer_.rows->Count().value_or(most + 1) <= most) return;
         answer_ = {};
-        server_.QueryInParts(
-            request,
-            [&] {
-                many_.emplace();
-                taken_ = 0;
-            },
-            [&](odbc::Rows& rows) {
-                Expect(rows);
-                while (rows.Next()) Store(rows);
-            });
+        AskForMany(request);
     }
 
     bool Take() {
@@ -91,6 +84,19 @@ private:
         for (const Value& value : row_) many_->Append(value);
         many_->End();
         held_.Cover(many_->HeldBytes());
+    }
+
+    void AskForMany(const odbc::Request& request) {
+        server_.QueryInParts(
+            request,
+            [&] {
+                many_.emplace();
+                taken_ = 0;
+            },
+            [&](odbc::Rows& rows) {
+                Expect(rows);
+                while (rows.Next()) Store(rows);
+            });
     }
 
     OdbcServer::Answer answer_;

@@ -17,6 +17,7 @@ enum class Extent : std::uint8_t {
     Some,   // any number of rows
     Limited,  // the same, by a limit in its text
     Few,      // no more than are read at once
+    Work,     // any number of rows, which the server has to calculate
 };
 
 // Over the rows of a link that a request asks for.

@@ -45,8 +45,8 @@ void RowStore::WriteOut(Chunk& chunk) {
     chunk.bytes_in_file = static_cast<std::uint32_t>(chunk.bytes.size());
     file_size_ += BytesOf(chunk.begins).size() + chunk.bytes.size();
     held_ -= BytesOf(chunk.begins).size() + chunk.bytes.size();
-    chunk.begins = {};
-    chunk.bytes = {};
+    std::vector<std::uint32_t>().swap(chunk.begins);
+    std::vector<std::uint8_t>().swap(chunk.bytes);
 }
 
 const RowStore::Chunk& RowStore::Load(std::size_t number) const {

@@ -109,7 +109,11 @@ std::unique_ptr<Rows> Connection::Query(const Request& request, const Doing& doi
 }
 
 void Connection::QueryInParts(const Request& request, const std::function<void(Rows&)>& take) {
-    if (in_transaction_) return FetchInParts(request, take);
+    if (in_transaction_) {
+        FetchInParts(request, take);
+        Execute(u"CLOSE qm_rows");
+        return;
+    }
     Begin();
     try {
         FetchInParts(request, take);
@@ -120,15 +124,21 @@ void Connection::QueryInParts(const Request& request, const std::function<void(R
     Commit();
 }
 
+// The first rows come with the message that asks for them.
 void Connection::FetchInParts(const Request& request, const std::function<void(Rows&)>& take) {
     constexpr std::int64_t kRowsTogether = 1000;
     const std::u16string fetch = u"FETCH " + ToText(kRowsTogether) + u" FROM qm_rows";
-    Execute(u"DECLARE qm_rows NO SCROLL CURSOR FOR " + request.Whole());
+    auto statement = std::make_unique<Statement>(*this);
+    statement->Execute({u"SET LOCAL cursor_tuple_fraction = 1",  // all of them will be read
+                        u"DECLARE qm_rows NO SCROLL CURSOR FOR " + request.Whole()},
+                       fetch, {});
+    auto some = std::make_unique<Rows>(std::move(statement));
     try {
-        for (std::int64_t rows = kRowsTogether; rows == kRowsTogether;) {
-            const auto some = Query(fetch);
-            rows = some->Count().value_or(0);
+        while (true) {
+            const bool last = some->Count().value_or(0) < kRowsTogether;
             take(*some);
+            if (last) break;
+            some = Query(fetch);
         }
     } catch (...) {
         try {
@@ -137,7 +147,6 @@ void Connection::FetchInParts(const Request& request, const std::function<void(R
         }
         throw;
     }
-    Execute(u"CLOSE qm_rows");
 }
 
 void Connection::TimeLimit(std::chrono::milliseconds limit) {
@@ -305,7 +314,7 @@ void Statement::Execute(const Request& request, const Doing& doing) {
     Execute({}, request.Whole(), doing);
 }
 
-// In a transaction a statement that fails leaves it as it was. `first`: what goes before it in the same message.
+// In a transaction a statement that fails leaves it as it was.
 void Statement::Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing) {
     // The server takes it for the end of the text.
     if (sql.find(u'\0') != sql.npos) Raise(doing.failure, {doing.table, u"文本中有字符 U+0000。"});

@@ -53,6 +53,9 @@ public:
     bool Check(SQLRETURN result, const Doing& doing);
     void Execute(const Request& request, const Doing& doing);
 
+    // `first`: what goes before it in the same message.
+    void Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing);
+
     // It has buffers that end before it does not.
     void DoNotKeep() { keep_ = false; }
 
@@ -71,7 +74,6 @@ private:
         Connection& connection_;
     };
 
-    void Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing);
     void SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing);
     void Allocate();
 

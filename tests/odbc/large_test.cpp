@@ -95,6 +95,13 @@ TEST_F(LargeTest, AllRowsComeInTheirOrder) {
         for (const Case& c : cases)
             EXPECT_EQ(Read(*database_->OpenRecordset(c.sql, type), c.first, c.step), c.rows) << ToUtf8(c.sql);
     }
+    // More than are calculated at once.
+    const auto many = database_->OpenRecordset(u"SELECT big.n, d FROM big, digits WHERE d < 6 ORDER BY d, big.n",
+                                               dao::RecordsetType::ForwardOnly);
+    std::int32_t count = 0;
+    for (; !many->Eof(); many->MoveNext(), ++count)
+        ASSERT_EQ(many->Fields(u"n").Value(), Value(std::int32_t{count % kRows + 1})) << count;
+    EXPECT_EQ(count, 6 * kRows);
     const auto ties = database_->OpenRecordset(u"SELECT TOP 1 * FROM big, digits WHERE n > 0 AND d = 1 ORDER BY d");
     ties->MoveLast();
     EXPECT_EQ(ties->RecordCount(), kRows) << "rows that are equal to the last one";
