@@ -43,7 +43,7 @@ void MakeOurs(const std::filesystem::path& path) {
     const auto database = jet::Database::Create(path, {}, {.durable = false});
     Write(*database, [&] {
         database->CreateTable(
-            {.name = u"Many", .columns = {{.name = u"K", .type = jet::ColumnType::Long}, {.name = u"A", .size = 20}}});
+            {.name = u"Many", .columns = {{.name = u"K", .type = ColumnType::Long}, {.name = u"A", .size = 20}}});
         const auto table = database->FindTable(u"Many");
         for (int i = 0; i < kIndexRows; ++i) {
             const std::int32_t key = static_cast<std::int32_t>(static_cast<std::uint32_t>(i) * 2654435761U);
@@ -51,9 +51,9 @@ void MakeOurs(const std::filesystem::path& path) {
         }
     });
     Write(*database, [&] {
-        database->CreateTable({.name = u"Big",
-                               .columns = {{.name = u"K", .type = jet::ColumnType::Long},
-                                           {.name = u"B", .type = jet::ColumnType::LongBinary}}});
+        database->CreateTable(
+            {.name = u"Big",
+             .columns = {{.name = u"K", .type = ColumnType::Long}, {.name = u"B", .type = ColumnType::LongBinary}}});
         const auto table = database->FindTable(u"Big");
         for (int i = 0; i < kBigRows; ++i) table->Insert(std::vector<Value>{i, Bytes(kBigValue)});
     });

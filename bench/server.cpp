@@ -365,7 +365,8 @@ void Summary(TestServer& server, const std::u16string& folder) {
     server.Psql("VACUUM ANALYZE");
     std::string statement;
     {
-        const auto client = dao::JetDatabase::Open(ClientDatabase(folder), true, nullptr, {}, {.servers = true});
+        const auto client =
+            dao::JetDatabase::Open(ClientDatabase(folder), {.read_only = true, .links = {.servers = true}});
         const jet::Database::Reading reading(client->Storage());
         statement = ToUtf8(sql::Explain(client->Tables(), sql::Parse(SummaryQuery())).front());
     }

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "core/value.h"
+
 namespace qmtrain {
 
 enum class ColumnType : std::uint8_t {
@@ -21,5 +23,15 @@ enum class ColumnType : std::uint8_t {
     Guid,  // its values are texts "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}"
     Decimal,
 };
+
+inline bool IsLongValue(ColumnType type) {
+    return type == ColumnType::Memo || type == ColumnType::LongBinary;
+}
+inline bool IsText(ColumnType type) {
+    return type == ColumnType::Text || type == ColumnType::Memo;
+}
+
+// The type of the values that a column holds.
+Value::Type ValueTypeOf(ColumnType type);
 
 }  // namespace qmtrain

@@ -8,12 +8,12 @@
 
 namespace qmtrain::dao {
 
-FieldType FieldTypeOf(sql::ColumnType type);
+FieldType FieldTypeOf(ColumnType type);
 
 // Nothing where no column has that type.
-std::optional<sql::ColumnType> ColumnTypeOf(FieldType type);
+std::optional<ColumnType> ColumnTypeOf(FieldType type);
 
 // Bytes of a number, characters of a text; 0 for memo and OLE.
-int FieldSizeOf(sql::ColumnType type, int size);
+int FieldSizeOf(ColumnType type, int size);
 
 }  // namespace qmtrain::dao

@@ -81,7 +81,7 @@ bool Engine::HasSystem() const {
 std::shared_ptr<Database> Engine::OpenDatabase(std::u16string_view name, bool read_only, std::u16string_view connect,
                                                LinkRights links) {
     if (SystemEngine* system = System()) return system->OpenDatabase(name, DatabaseFile(name), read_only, connect);
-    return JetEngine::Instance().OpenDatabase(name, read_only, connect, links);
+    return JetEngine::Instance().OpenDatabase(name, connect, {.read_only = read_only, .links = links});
 }
 
 void Engine::SetOwnUse(const OwnUse& use) {
@@ -96,17 +96,18 @@ Engine::OwnUse Engine::GetOwnUse() const {
 
 std::shared_ptr<Database> Engine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
                                                  std::int32_t options) {
-    return JetEngine::Instance().CreateDatabase(name, locale, options);
+    return JetEngine::Instance().CreateDatabase(name, NewDatabaseOf(locale, options));
 }
 
 void Engine::CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale,
                              std::int32_t options, std::u16string_view password) {
     jet::Compact(DatabaseFile(source), ToNativePath(target), SettingsOf(locale, options),
-                 {.password = PasswordIn(password)});
+                 {.durable = JetEngine::Instance().IsDurable(), .password = PasswordIn(password)});
 }
 
 void Engine::RepairDatabase(std::u16string_view name, std::u16string_view connect) {
-    jet::Repair(*jet::Database::Open(DatabaseFile(name), {.password = PasswordIn(connect)}));
+    const bool durable = JetEngine::Instance().IsDurable();
+    jet::Repair(*jet::Database::Open(DatabaseFile(name), {.durable = durable, .password = PasswordIn(connect)}));
 }
 
 void Engine::BeginTrans() {

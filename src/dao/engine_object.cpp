@@ -71,22 +71,16 @@ std::shared_ptr<DatabaseObject> Workspace::Add(std::shared_ptr<DatabaseObject> d
 std::shared_ptr<DatabaseObject> Workspace::OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
                                                         std::u16string_view connect) {
     RequireOpen();
-    const bool login = odbc::ConnectString::IsOdbc(connect);
     const LinkRights links{.write = true, .servers = Engine::Instance().GetOwnUse().links.servers};
-    if (!session_)
-        return Add(std::make_shared<DatabaseObject>(
-            JetEngine::Instance().OpenDatabase(name, read_only, connect, links, exclusive)));
-    auto database = JetDatabase::Open(name, read_only, session_, PasswordIn(connect), links, exclusive);
-    if (login) database->ServerLogin(connect);
-    return Add(std::make_shared<DatabaseObject>(std::move(database)));
+    return Add(std::make_shared<DatabaseObject>(JetEngine::Instance().OpenDatabase(
+        name, connect, {.read_only = read_only, .exclusive = exclusive, .links = links, .session = session_})));
 }
 
 std::shared_ptr<DatabaseObject> Workspace::CreateDatabase(std::u16string_view name, std::u16string_view locale,
                                                           std::int32_t options) {
     RequireOpen();
-    return Add(
-        std::make_shared<DatabaseObject>(session_ ? JetDatabase::Create(name, session_, NewDatabaseOf(locale, options))
-                                                  : JetEngine::Instance().CreateDatabase(name, locale, options)));
+    return Add(std::make_shared<DatabaseObject>(
+        JetEngine::Instance().CreateDatabase(name, NewDatabaseOf(locale, options), {.session = session_})));
 }
 
 void Workspace::RequireOpen() const {

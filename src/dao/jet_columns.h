@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "jet/table.h"
+#include "jet/table_spec.h"
 #include "sql/storage.h"
 
 namespace qmtrain::dao {
@@ -21,6 +22,7 @@ struct Layout {
     std::vector<sql::Index> indexes;  // by real index
 };
 
-jet::ColumnType ToJet(sql::ColumnType type);
+// An index of a table with these columns, as Jet is asked for it.
+jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& columns);
 
 }  // namespace qmtrain::dao

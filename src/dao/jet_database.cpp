@@ -94,6 +94,17 @@ std::filesystem::path TrueName(const std::filesystem::path& file) {
     return failed ? file : name;
 }
 
+jet::PagerOptions StorageOptions(const DatabaseOptions& options) {
+    return {.read_only = options.read_only,
+            .exclusive = options.exclusive,
+            .durable = options.durable,
+            .password = options.password,
+            .system = options.files,
+            .session = options.session,
+            .links_read_only = !options.links.write,
+            .links_in_network = options.links.network};
+}
+
 }  // namespace
 
 std::filesystem::path DatabaseFile(std::u16string_view name) {
@@ -110,18 +121,9 @@ JetDatabase::JetDatabase(std::u16string name, std::unique_ptr<jet::Database> sto
 
 JetDatabase::~JetDatabase() = default;
 
-std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool read_only,
-                                               std::shared_ptr<jet::Session> session, std::u16string_view password,
-                                               LinkRights links, bool exclusive) {
-    auto database =
-        std::make_shared<JetDatabase>(std::u16string(name),
-                                      jet::Database::Open(DatabaseFile(name), {.read_only = read_only,
-                                                                               .exclusive = exclusive,
-                                                                               .password = std::u16string(password),
-                                                                               .session = std::move(session),
-                                                                               .links_read_only = !links.write,
-                                                                               .links_in_network = links.network}),
-                                      links);
+std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, const DatabaseOptions& options) {
+    auto database = std::make_shared<JetDatabase>(
+        std::u16string(name), jet::Database::Open(DatabaseFile(name), StorageOptions(options)), options.links);
     if (Logins().Any()) {
         const std::u16string login = Logins().Get(TrueName(DatabaseFile(name)));
         if (!login.empty()) database->links_->Login(login);
@@ -129,10 +131,11 @@ std::shared_ptr<JetDatabase> JetDatabase::Open(std::u16string_view name, bool re
     return database;
 }
 
-std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, std::shared_ptr<jet::Session> session,
-                                                 const jet::NewDatabase& settings) {
-    return std::make_shared<JetDatabase>(
-        std::u16string(name), jet::Database::Create(ToNativePath(name), settings, {.session = std::move(session)}));
+std::shared_ptr<JetDatabase> JetDatabase::Create(std::u16string_view name, const jet::NewDatabase& settings,
+                                                 const DatabaseOptions& options) {
+    return std::make_shared<JetDatabase>(std::u16string(name),
+                                         jet::Database::Create(ToNativePath(name), settings, StorageOptions(options)),
+                                         options.links);
 }
 
 jet::Database& JetDatabase::Storage() {

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/files.h"
 #include "core/work.h"
 #include "dao/database.h"
 #include "dao/definitions.h"
@@ -32,19 +33,26 @@ std::filesystem::path DatabaseFile(std::u16string_view name);
 
 class OdbcLinks;
 
+// How a file is opened or made.
+struct DatabaseOptions {
+    bool read_only = false;
+    bool exclusive = false;  // nobody else may have it open
+    std::u16string password = {};
+    LinkRights links = {.write = true};
+    std::shared_ptr<jet::Session> session = nullptr;  // empty: one of its own
+    FileSystem* files = &FileSystem::Native();        // where it is
+    bool durable = true;                              // commits wait for the disk
+};
+
 class JetDatabase : public Database, public std::enable_shared_from_this<JetDatabase> {
 public:
     JetDatabase(std::u16string name, std::unique_ptr<jet::Database> storage, LinkRights links = {.write = true});
     ~JetDatabase() override;
 
     // Without a session they are outside the transactions of any engine. They raise what the Engine's functions raise.
-    static std::shared_ptr<JetDatabase> Open(std::u16string_view name, bool read_only = false,
-                                             std::shared_ptr<jet::Session> session = nullptr,
-                                             std::u16string_view password = {}, LinkRights links = {.write = true},
-                                             bool exclusive = false);
-    static std::shared_ptr<JetDatabase> Create(std::u16string_view name,
-                                               std::shared_ptr<jet::Session> session = nullptr,
-                                               const jet::NewDatabase& settings = {});
+    static std::shared_ptr<JetDatabase> Open(std::u16string_view name, const DatabaseOptions& options = {});
+    static std::shared_ptr<JetDatabase> Create(std::u16string_view name, const jet::NewDatabase& settings = {},
+                                               const DatabaseOptions& options = {});
 
     const std::u16string& Name() const override { return name_; }
     void Execute(std::u16string_view statement, std::int32_t options = kFailOnError) override;

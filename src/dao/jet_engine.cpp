@@ -1,11 +1,15 @@
 #include "dao/jet_engine.h"
 
+#include <utility>
+
+#include "core/system.h"
 #include "dao/database_settings.h"
-#include "dao/jet_database.h"
 #include "jet/database.h"
 #include "odbc/connect_string.h"
 
 namespace qmtrain::dao {
+
+JetEngine::JetEngine() : durable_(Setting("QMTRAININFO_SYNC") != u"off") {}
 
 JetEngine& JetEngine::Instance() {
     static JetEngine engine;
@@ -22,16 +26,23 @@ std::shared_ptr<jet::Session> JetEngine::OwnSession() {
     return session;
 }
 
-std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, bool read_only,
-                                                     std::u16string_view connect, LinkRights links, bool exclusive) {
-    auto database = JetDatabase::Open(name, read_only, OwnSession(), PasswordIn(connect), links, exclusive);
+DatabaseOptions JetEngine::Completed(DatabaseOptions options) {
+    if (!options.session) options.session = OwnSession();
+    options.durable = options.durable && durable_;
+    return options;
+}
+
+std::shared_ptr<JetDatabase> JetEngine::OpenDatabase(std::u16string_view name, std::u16string_view connect,
+                                                     DatabaseOptions options) {
+    options.password = PasswordIn(connect);
+    auto database = JetDatabase::Open(name, Completed(std::move(options)));
     if (odbc::ConnectString::IsOdbc(connect)) database->ServerLogin(connect);
     return database;
 }
 
-std::shared_ptr<JetDatabase> JetEngine::CreateDatabase(std::u16string_view name, std::u16string_view locale,
-                                                       std::int32_t options) {
-    return JetDatabase::Create(name, OwnSession(), NewDatabaseOf(locale, options));
+std::shared_ptr<JetDatabase> JetEngine::CreateDatabase(std::u16string_view name, const jet::NewDatabase& settings,
+                                                       DatabaseOptions options) {
+    return JetDatabase::Create(name, settings, Completed(std::move(options)));
 }
 
 void JetEngine::BeginTrans() {

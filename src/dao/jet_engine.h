@@ -12,28 +12,27 @@
 #include <string_view>
 #include <thread>
 
-#include "dao/types.h"
-
-namespace qmtrain::jet {
-class Session;
-}
+#include "dao/jet_database.h"
 
 namespace qmtrain::dao {
 
-class JetDatabase;
-
 class JetEngine {
 public:
+    JetEngine();
+
     // The process's, made on first use.
     static JetEngine& Instance();
 
-    // What the Engine's functions of these names do when it is our own, and more: `exclusive` keeps others from opening
-    // the database.
-    std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, bool read_only = false,
-                                              std::u16string_view connect = {}, LinkRights links = {.write = true},
-                                              bool exclusive = false);
-    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
-                                                std::int32_t options = 0);
+    // What the Engine's functions of these names do when it is our own, and more: without a session the options mean
+    // the thread's own one. `connect` may have the password, or be a login for servers.
+    std::shared_ptr<JetDatabase> OpenDatabase(std::u16string_view name, std::u16string_view connect = {},
+                                              DatabaseOptions options = {});
+    std::shared_ptr<JetDatabase> CreateDatabase(std::u16string_view name, const jet::NewDatabase& settings = {},
+                                                DatabaseOptions options = {});
+
+    // Whether commits wait for the disk: yes, unless the setting QMTRAININFO_SYNC says "off". That is for bulk work: a
+    // power cut may then lose commits or tear one; a process that dies does no more harm than otherwise.
+    bool IsDurable() const { return durable_; }
 
     void BeginTrans();
 
@@ -43,7 +42,9 @@ public:
 
 private:
     std::shared_ptr<jet::Session> OwnSession();
+    DatabaseOptions Completed(DatabaseOptions options);
 
+    const bool durable_;
     std::mutex mutex_;
     std::map<std::thread::id, std::shared_ptr<jet::Session>> sessions_;
 };

@@ -54,7 +54,7 @@ JetRecordset::JetRecordset(const JetRecordset& other, std::unique_ptr<Navigator>
 std::unique_ptr<Navigator> JetRecordset::MakeRows() const {
     const auto list = [&](RowList::Keep keep) {
         const bool empty = (opening_.options & kAppendOnly) != 0;
-        return std::make_unique<ListNavigator>(std::make_shared<RowList>(source_, keep, empty));
+        return std::make_unique<ListNavigator>(RowList::Open(source_, keep, empty));
     };
     switch (opening_.type) {
         case RecordsetType::Table: return std::make_unique<TableNavigator>(source_);
@@ -232,8 +232,8 @@ bool JetRecordset::CanSet(int position) {
 
 bool JetRecordset::Updatable() {
     if (!Rows().Updatable() || (opening_.options & kReadOnly) != 0) return false;
-    const RowList* list = rows_->List();
-    return (list != nullptr && list->IsRemote()) || Storage().ReadOnlyReason().empty();
+    RowList* const list = rows_->List();
+    return (list != nullptr && list->Places()->IsRemote()) || Storage().ReadOnlyReason().empty();
 }
 
 void JetRecordset::RequireUpdatable() {

@@ -21,7 +21,7 @@ sql::Column ColumnOf(const FieldDef& field) {
     if (!type) Raise(ErrorNumber::InvalidFieldType, {field.name});
     column.name = field.name;
     column.type = *type;
-    if (*type == sql::ColumnType::Text || *type == sql::ColumnType::Binary) column.size = field.size;
+    if (*type == ColumnType::Text || *type == ColumnType::Binary) column.size = field.size;
     column.precision = field.precision;
     column.scale = field.scale;
     column.counter = field.IsAutonumber();
@@ -133,14 +133,7 @@ void JetDatabase::ChangeField(std::u16string_view table, const FieldDef& field) 
     const sql::Column column = ColumnOf(field);
     CheckRules(*catalog_, table, column);
     sql::DefaultValue(column);
-    jet::ColumnSpec spec;
-    spec.name = column.name;
-    spec.type = ToJet(column.type);
-    spec.required = column.required;
-    spec.allow_zero_length = column.allow_zero_length;
-    spec.default_value = column.default_expression;
-    spec.validation = column.validation;
-    storage_->SetColumnSettings(table, spec);
+    storage_->SetColumnSettings(table, column);
     writing.Commit();
 }
 

@@ -108,7 +108,7 @@ void ListNavigator::ReadAll(std::vector<Value>& values) {
 }
 
 Bytes ListNavigator::Added(sql::RowId row, std::uint64_t identity) {
-    return BookmarkOf(list_->Added(row, identity));
+    return BookmarkOf(list_->Places()->Added(row, identity));
 }
 
 }  // namespace qmtrain::dao

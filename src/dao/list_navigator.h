@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dao/navigator.h"
-#include "dao/row_list.h"
+#include "dao/place_list.h"
 
 namespace qmtrain::dao {
 
@@ -11,7 +11,7 @@ public:
     explicit ListNavigator(std::shared_ptr<RowList> list, bool on_first = true);
 
     const sql::Query& GetQuery() const override { return list_->GetQuery(); }
-    bool Updatable() const override { return list_->HasPlaces(); }
+    bool Updatable() const override { return list_->Places() != nullptr; }
     bool Eof() override { return IsEmpty() || position_ == kBehind; }
     bool Bof() override { return IsEmpty() || position_ == kBefore; }
     void MoveFirst() override;
@@ -27,11 +27,11 @@ public:
     void Percent(float percent) override;
     const Value& Get(int column) override;
     void ReadAll(std::vector<Value>& values) override;
-    sql::RowId Recognise() override { return list_->Recognise(Current()); }
-    std::uint64_t IdentityOf(sql::RowId row) override { return list_->IdentityOf(row); }
-    void Changed(std::uint64_t identity) override { list_->Changed(position_, identity); }
+    sql::RowId Recognise() override { return list_->Places()->Recognise(Current()); }
+    std::uint64_t IdentityOf(sql::RowId row) override { return list_->Places()->IdentityOf(row); }
+    void Changed(std::uint64_t identity) override { list_->Places()->Changed(position_, identity); }
     Bytes Added(sql::RowId row, std::uint64_t identity) override;
-    void Deleted() override { list_->Deleted(position_); }
+    void Deleted() override { list_->Places()->Deleted(position_); }
     std::unique_ptr<Navigator> Clone() override { return std::make_unique<ListNavigator>(list_, false); }
     RowList* List() override { return list_.get(); }
 

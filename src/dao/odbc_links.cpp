@@ -14,13 +14,13 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
     jet::TableSpec spec{.name = std::u16string(name)};
     bool counted = false;
     for (const odbc::Column& column : table.columns) {
-        jet::ColumnSpec made{.name = column.name,
-                             .type = ToJet(column.type),
-                             .size = column.size,
-                             .precision = column.precision,
-                             .scale = column.scale,
-                             .autonumber = column.counter && !counted,
-                             .required = column.required};
+        Column made{.name = column.name,
+                    .type = column.type,
+                    .size = column.size,
+                    .precision = column.precision,
+                    .scale = column.scale,
+                    .counter = column.counter && !counted,
+                    .required = column.required};
         counted = counted || column.counter;
         spec.columns.push_back(std::move(made));
     }
@@ -29,7 +29,7 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
         const odbc::Column& column = table.columns[static_cast<std::size_t>(at)];
         key.columns.push_back({column.name});
         // The file could not hold such keys.
-        if (column.type == sql::ColumnType::LongBinary) return spec;
+        if (column.type == ColumnType::LongBinary) return spec;
     }
     if (!key.columns.empty()) spec.indexes.push_back(std::move(key));
     return spec;

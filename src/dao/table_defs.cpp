@@ -70,8 +70,8 @@ FieldDef FieldDefOf(const sql::Column& column, const Details& details) {
     field.name = column.name;
     field.type = FieldTypeOf(column.type);
     field.size = FieldSizeOf(column.type, column.size);
-    const bool varies = column.type == sql::ColumnType::Text || column.type == sql::ColumnType::Memo ||
-                        column.type == sql::ColumnType::Binary || column.type == sql::ColumnType::LongBinary;
+    const bool varies = column.type == ColumnType::Text || column.type == ColumnType::Memo ||
+                        column.type == ColumnType::Binary || column.type == ColumnType::LongBinary;
     field.attributes =
         (varies ? kVariableField : kFixedField) | kUpdatableField | (column.counter ? kAutoIncrField : 0);
     field.required = column.required;

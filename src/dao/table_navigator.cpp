@@ -20,7 +20,7 @@ struct TableBookmark {
 constexpr std::size_t kBookmarkSize = sizeof(std::uint64_t) + sizeof(std::uint32_t);
 
 bool IsLong(const sql::Column& column) {
-    return column.type == sql::ColumnType::Memo || column.type == sql::ColumnType::LongBinary;
+    return IsLongValue(column.type);
 }
 
 }  // namespace

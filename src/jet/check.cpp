@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    std::u16string Where(const Column& column) const { return where_ + u"的列“" + column.name + u"”"; }
+    std::u16string Where(const StoredColumn& column) const { return where_ + u"的列“" + column.name + u"”"; }
     void Defect(const std::u16string& what) { report_.defects.push_back(where_ + u"：" + what + u"。"); }
     void Note(const std::u16string& what) { report_.notes.push_back(where_ + u"：" + what + u"。"); }
 
@@ -104,7 +104,7 @@ private:
     void CheckRow(RowCursor& cursor) {
         std::vector<Value> values(definition_.columns.size());
         for (std::size_t i = 0; i < values.size(); ++i) {
-            const Column& column = definition_.columns[i];
+            const StoredColumn& column = definition_.columns[i];
             Attempt(report_, Where(column), [&] { cursor.Read(i, values[i]); });
             if (!IsLongValue(column.type) || values[i].IsNull()) continue;
             ++report_.long_values;

@@ -11,7 +11,7 @@
 namespace qmtrain::jet {
 
 // That of a column's texts.
-inline int CodePageOf(const Column& column, const Header& header) {
+inline int CodePageOf(const StoredColumn& column, const Header& header) {
     return column.code_page != 0 ? column.code_page : header.code_page;
 }
 

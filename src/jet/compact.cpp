@@ -64,7 +64,7 @@ private:
         copied.from = std::make_shared<Table>(source_, source_.GetPager(), source_.Allocator(),
                                               static_cast<PageNumber>(object.id), object.name, Bytes());
         const TableDefinition& from = copied.from->Definition();
-        const auto internal = [](const Column& column) { return column.type == ColumnType::Internal; };
+        const auto internal = [](const StoredColumn& column) { return column.foreign_type == kInternalType; };
         if (TargetFormat().version == Version::Jet3 && std::ranges::any_of(from.columns, internal)) {
             known_.erase(object.id);
             return;
@@ -76,7 +76,7 @@ private:
         to.type = from.type;
         to.owned_map = maps.Add(0);
         to.free_map = maps.Add(0);
-        for (const Column& column : from.columns) {
+        for (const StoredColumn& column : from.columns) {
             copied.numbers[column.number] = to.max_columns;
             AddColumn(to, column, maps);
         }
@@ -87,10 +87,10 @@ private:
     }
 
     // The next free number and place.
-    void AddColumn(TableDefinition& table, const Column& from, MapRows& maps) {
+    void AddColumn(TableDefinition& table, const StoredColumn& from, MapRows& maps) {
         const Format& format = TargetFormat();
         const Header& header = target_.GetPager().GetHeader();
-        Column column = from;
+        StoredColumn column = from;
         column.number = table.max_columns++;
         column.code_page = header.code_page;
         if (!keeps_order_ || ChangesVersion()) {
@@ -103,7 +103,7 @@ private:
             column.variable_index = table.variable_columns++;
         } else if (column.type != ColumnType::Boolean) {
             column.fixed_offset = 0;
-            for (const Column& other : table.columns) {
+            for (const StoredColumn& other : table.columns) {
                 if (!other.IsFixed() || other.type == ColumnType::Boolean) continue;
                 column.fixed_offset =
                     std::max(column.fixed_offset, static_cast<std::uint16_t>(other.fixed_offset + other.fixed_size));
@@ -113,13 +113,13 @@ private:
             column.owned_map = maps.Add(table.owned_map.page);
             column.free_map = maps.Add(table.owned_map.page);
         }
-        if (column.type == ColumnType::Binary && column.length > format.max_binary) {
+        if (column.type == ColumnType::Binary && !column.foreign_type && column.length > format.max_binary) {
             Raise(ErrorNumber::FieldTooLarge, {column.name});
         }
         table.columns.push_back(std::move(column));
     }
 
-    void Convert(Column& column) const {
+    void Convert(StoredColumn& column) const {
         const Format& format = TargetFormat();
         if (column.type == ColumnType::Decimal) {
             Raise(ErrorNumber::OperationNotSupported, {u"Jet 3（Access 97）格式没有小数字段“" + column.name + u"”。"});
@@ -128,7 +128,7 @@ private:
         if (column.type != ColumnType::Text) return;
         const std::size_t characters = column.length / source_.GetPager().GetFormat().text_unit;
         column.length = static_cast<std::uint16_t>(characters * format.text_unit);
-        if (format.version == Version::Jet4 && !column.IsFixed()) column.extended_flags = Column::kCompressed;
+        if (format.version == Version::Jet4 && !column.IsFixed()) column.extended_flags = StoredColumn::kCompressed;
     }
 
     void CopyRows(const Table& from, const std::shared_ptr<Table>& to) {
@@ -143,8 +143,8 @@ private:
     // User ids are masked with each file's own key.
     void ReadValue(RowCursor& cursor, std::size_t column, Value& value) const {
         cursor.Read(column, value);
-        const Column& definition = cursor.GetTable().Definition().columns[column];
-        if ((definition.flags & Column::kMasked) == 0 || value.GetType() != Value::Type::Binary) return;
+        const StoredColumn& definition = cursor.GetTable().Definition().columns[column];
+        if ((definition.flags & StoredColumn::kMasked) == 0 || value.GetType() != Value::Type::Binary) return;
         for (const Database* database : {&source_, &target_}) {
             if (database->GetVersion() == Version::Jet4) {
                 ApplyCipher(database->GetPager().GetHeader().user_key, value.ReuseBinary());
@@ -220,8 +220,8 @@ private:
         Properties properties = Properties::Read(blob, from, from_page);
         for (auto& [owner, list] : properties.owners) {
             for (Property& property : list) {
-                const auto type = static_cast<ColumnType>(property.type);
-                if (!IsText(type)) continue;
+                const auto type = TypeOfStored(property.type);
+                if (!type || !IsText(*type)) continue;
                 Property converted =
                     TextProperty(property.name, property.AsText(from, from_page), TargetFormat(), target_.CodePage());
                 property.value = std::move(converted.value);

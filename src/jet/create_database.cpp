@@ -135,7 +135,7 @@ private:
     PageNumber FirstFreePage() const { return FirstRoot() + kRoots; }
 
     void WriteFirstPages() {
-        FileSystem& system = options_.system != nullptr ? *options_.system : DefaultFiles();
+        FileSystem& system = *options_.system;
         const std::u16string name = FromNativePath(path_);
         const std::size_t page_size = format_.page_size;
         Bytes pages(FirstFreePage() * page_size);
@@ -199,21 +199,21 @@ private:
         WriteDefinition(database.GetPager(), database.Allocator(), table);
     }
 
-    Column MakeColumn(TableDefinition& table, const SystemColumn& spec, std::uint16_t& fixed_offset) const {
-        Column column;
+    StoredColumn MakeColumn(TableDefinition& table, const SystemColumn& spec, std::uint16_t& fixed_offset) const {
+        StoredColumn column;
         column.name = spec.name;
         column.type = spec.type;
         column.number = table.max_columns++;
         column.sort_order = settings_.sort_order;
         column.code_page = settings_.code_page;
-        column.flags = Column::kAlways | Column::kSystem | (spec.masked ? Column::kMasked : 0);
+        column.flags = StoredColumn::kAlways | StoredColumn::kSystem | (spec.masked ? StoredColumn::kMasked : 0);
         const std::size_t size = FixedSize(spec.type);
         if (size == 0) {
             column.variable_index = table.variable_columns++;
             column.length = static_cast<std::uint16_t>(IsLongValue(spec.type) ? 0 : 255 * format_.text_unit);
             return column;
         }
-        column.flags |= Column::kFixed;
+        column.flags |= StoredColumn::kFixed;
         column.length = static_cast<std::uint16_t>(size);
         SetFixedSize(column);
         if (spec.type == ColumnType::Boolean) return column;
@@ -303,7 +303,7 @@ private:
 // Built under another name and renamed when it is complete, so that nobody ever sees half a database.
 void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
                       const DatabaseFill& fill, File* like) {
-    FileSystem& system = options.system != nullptr ? *options.system : DefaultFiles();
+    FileSystem& system = *options.system;
     if (system.Exists(path)) Raise(ErrorNumber::DatabaseExists, {FromNativePath(path)});
     std::filesystem::path unfinished = path;
     unfinished.replace_extension();

@@ -224,8 +224,9 @@ void Database::MaskAnew(Table& table, std::uint32_t old_key) {
     for (cursor.Scan(); cursor.Next();) {
         std::vector<ColumnChange> changes;
         for (std::size_t i = 0; i < definition.columns.size(); ++i) {
-            const Column& column = definition.columns[i];
-            if ((column.flags & Column::kMasked) == 0 || column.type != ColumnType::Binary) continue;
+            const StoredColumn& column = definition.columns[i];
+            if ((column.flags & StoredColumn::kMasked) == 0 || column.type != ColumnType::Binary || column.foreign_type)
+                continue;
             Value value;
             cursor.Read(i, value);
             if (value.IsNull()) continue;

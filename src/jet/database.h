@@ -101,13 +101,13 @@ public:
                         bool saved_password, const Bytes& remote_columns);
     void CreateIndex(std::u16string_view table, const IndexSpec& spec);
     void DropIndex(std::u16string_view table, std::u16string_view index);
-    void AddColumn(std::u16string_view table, const ColumnSpec& spec);
+    void AddColumn(std::u16string_view table, const Column& spec);
     void DropColumn(std::u16string_view table, std::u16string_view column);
     void RenameColumn(std::u16string_view table, std::u16string_view column, std::u16string_view name,
                       std::uint16_t ordinal);
     // Whether the column is required, its default value and its rule; whether a text may be empty. The rows that are
     // there are not looked at.
-    void SetColumnSettings(std::u16string_view table, const ColumnSpec& column);
+    void SetColumnSettings(std::u16string_view table, const Column& column);
     void SetTableRule(std::u16string_view table, const ValidationRule& rule);
     void CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts);
     void DropQuery(std::u16string_view name);

@@ -41,14 +41,14 @@ public:
         ReadHeader();
         at_ = format_.definition_header;
         for (RealIndex& index : table_.real_indexes) ReadStatistics(index);
-        for (Column& column : table_.columns) ReadColumn(column);
-        for (Column& column : table_.columns) column.name = ReadName();
+        for (StoredColumn& column : table_.columns) ReadColumn(column);
+        for (StoredColumn& column : table_.columns) column.name = ReadName();
         for (RealIndex& index : table_.real_indexes) ReadRealIndex(index);
         for (LogicalIndex& index : table_.logical_indexes) ReadLogicalIndex(index);
         for (LogicalIndex& index : table_.logical_indexes) index.name = ReadName();
-        for (Column& column : table_.columns) SetFixedSize(column);
+        for (StoredColumn& column : table_.columns) SetFixedSize(column);
         std::sort(table_.columns.begin(), table_.columns.end(),
-                  [](const Column& a, const Column& b) { return a.number < b.number; });
+                  [](const StoredColumn& a, const StoredColumn& b) { return a.number < b.number; });
         ReadLongValueMaps();
         Check();
         return std::move(table_);
@@ -93,10 +93,16 @@ private:
         index.distinct_keys = block.U32(4);
     }
 
-    void ReadColumn(Column& column) {
+    static void SetType(StoredColumn& column, std::uint8_t byte) {
+        const std::optional<ColumnType> type = TypeOfStored(byte);
+        column.type = type.value_or(ColumnType::Binary);
+        if (!type) column.foreign_type = byte;
+    }
+
+    void ReadColumn(StoredColumn& column) {
         const ByteView block = Take(format_.column_block);
         const std::size_t shift = IsJet4() ? 4 : 0;  // the magic number behind the type
-        column.type = static_cast<ColumnType>(block.U8(0));
+        SetType(column, block.U8(0));
         column.number = block.U16(1 + shift);
         column.variable_index = block.U16(3 + shift);
         column.ordinal = block.U16(5 + shift);
@@ -169,7 +175,7 @@ private:
     void Check() const {
         std::set<unsigned> variable;
         for (std::size_t i = 0; i < table_.columns.size(); ++i) {
-            const Column& column = table_.columns[i];
+            const StoredColumn& column = table_.columns[i];
             const bool twice = i > 0 && table_.columns[i - 1].number == column.number;
             if (twice || column.number >= table_.max_columns) bytes_.Damaged(u"列的编号错误");
             const bool placed = column.IsFixed() ? column.fixed_offset + column.fixed_size <= format_.page_size
@@ -207,12 +213,12 @@ public:
             U32(index.distinct_keys);
             if (IsJet4()) U32(0);
         }
-        for (const Column& column : table.columns) WriteColumn(table, column);
-        for (const Column& column : table.columns) Name(column.name);
+        for (const StoredColumn& column : table.columns) WriteColumn(table, column);
+        for (const StoredColumn& column : table.columns) Name(column.name);
         for (const RealIndex& index : table.real_indexes) WriteRealIndex(index);
         for (const LogicalIndex& index : table.logical_indexes) WriteLogicalIndex(index);
         for (const LogicalIndex& index : table.logical_indexes) Name(index.name);
-        for (const Column& column : table.columns) {
+        for (const StoredColumn& column : table.columns) {
             if (!IsLongValue(column.type) || !column.owned_map) continue;
             U16(column.number);
             U32(column.owned_map.ToStored());
@@ -267,15 +273,15 @@ private:
         U32(table.free_map.ToStored());
     }
 
-    void WriteColumn(const TableDefinition& table, const Column& column) {
-        U8(static_cast<unsigned>(column.type));
+    void WriteColumn(const TableDefinition& table, const StoredColumn& column) {
+        U8(column.foreign_type.value_or(StoredType(column.type)));
         if (IsJet4()) U32(kDefinitionMagic);
         U16(column.number);
         // For fixed columns: how many variable ones have a lower number.
         U16(column.IsFixed()
                 ? static_cast<unsigned>(std::count_if(
                       table.columns.begin(), table.columns.end(),
-                      [&](const Column& other) { return !other.IsFixed() && other.number < column.number; }))
+                      [&](const StoredColumn& other) { return !other.IsFixed() && other.number < column.number; }))
                 : column.variable_index);
         U16(column.ordinal);
         if (!IsJet4()) {

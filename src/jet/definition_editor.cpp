@@ -8,6 +8,7 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr int kMaxTextSize = 255;
+constexpr int kUsualPrecision = 18;
 
 }  // namespace
 
@@ -42,15 +43,15 @@ DefinitionEditor::DefinitionEditor(Database& database, std::u16string table_name
     definition.free_map = maps_.Add(0);
 }
 
-Column& DefinitionEditor::AddColumn(const ColumnSpec& spec) {
+StoredColumn& DefinitionEditor::AddColumn(const Column& spec) {
     CheckName(spec.name, pager_);
     if (definition.FindColumn(spec.name) >= 0) Raise(ErrorNumber::FieldExists, {spec.name});
     if (definition.max_columns >= kMaxColumns) Raise(ErrorNumber::TooManyFields, {name_});
-    Column column;
+    StoredColumn column;
     column.name = spec.name;
     column.type = spec.type;
     column.number = definition.max_columns++;
-    for (const Column& other : definition.columns)  // which need not be in that order
+    for (const StoredColumn& other : definition.columns)  // which need not be in that order
         column.ordinal = std::max(column.ordinal, static_cast<std::uint16_t>(other.ordinal + 1));
     column.sort_order = pager_.GetHeader().sort_order;
     column.sort_version = pager_.GetHeader().sort_version;
@@ -115,7 +116,7 @@ void DefinitionEditor::RemoveLogical(std::size_t position) {
 }
 
 void DefinitionEditor::RemoveColumn(std::size_t position) {
-    const Column column = definition.columns[position];
+    const StoredColumn column = definition.columns[position];
     database_.TableAt(definition.page)->FreeLongValues(position);
     maps_.Remove(column.owned_map);
     maps_.Remove(column.free_map);
@@ -126,7 +127,7 @@ void DefinitionEditor::RemoveMaps() {
     maps_.Remove(definition.owned_map);
     maps_.Remove(definition.free_map);
     for (const RealIndex& index : definition.real_indexes) maps_.Remove(index.map);
-    for (const Column& column : definition.columns) {
+    for (const StoredColumn& column : definition.columns) {
         maps_.Remove(column.owned_map);
         maps_.Remove(column.free_map);
     }
@@ -148,7 +149,7 @@ std::uint16_t DefinitionEditor::KeyColumnNumber(const std::u16string& name) cons
     return definition.columns[position].number;
 }
 
-void DefinitionEditor::SetLayout(Column& column, const ColumnSpec& spec) {
+void DefinitionEditor::SetLayout(StoredColumn& column, const Column& spec) {
     const Format& format = pager_.GetFormat();
     const std::size_t size = FixedSize(spec.type);
     if (size == 0) {
@@ -157,7 +158,7 @@ void DefinitionEditor::SetLayout(Column& column, const ColumnSpec& spec) {
             const int characters = spec.size == 0 ? kMaxTextSize : spec.size;
             if (characters < 0 || characters > kMaxTextSize) Raise(ErrorNumber::FieldTooLarge, {spec.name});
             column.length = static_cast<std::uint16_t>(characters * format.text_unit);
-            if (format.version == Version::Jet4) column.extended_flags = Column::kCompressed;
+            if (format.version == Version::Jet4) column.extended_flags = StoredColumn::kCompressed;
         } else if (spec.type == ColumnType::Binary) {
             const auto most = static_cast<int>(format.max_binary);
             const int bytes = spec.size == 0 ? most : spec.size;
@@ -166,28 +167,29 @@ void DefinitionEditor::SetLayout(Column& column, const ColumnSpec& spec) {
         }
         return;
     }
-    column.flags |= Column::kFixed;
+    column.flags |= StoredColumn::kFixed;
     column.length = static_cast<std::uint16_t>(size);
     SetFixedSize(column);
-    if (spec.autonumber) {
-        const auto counter = [](const Column& other) { return other.IsAutonumber(); };
+    if (spec.counter) {
+        const auto counter = [](const StoredColumn& other) { return other.IsAutonumber(); };
         const bool second = std::any_of(definition.columns.begin(), definition.columns.end(), counter);
         if (spec.type != ColumnType::Long || second)
             Raise(ErrorNumber::OperationNotSupported, {u"自动编号字段“" + spec.name + u"”。"});
-        column.flags |= Column::kAutonumber;
+        column.flags |= StoredColumn::kAutonumber;
     }
     if (spec.type == ColumnType::Decimal) {
         if (format.version == Version::Jet3) {
             Raise(ErrorNumber::OperationNotSupported, {u"Jet 3（Access 97）格式没有小数字段“" + spec.name + u"”。"});
         }
-        if (spec.precision < 1 || spec.precision > 28 || spec.scale < 0 || spec.scale > spec.precision) {
+        const int precision = spec.precision == 0 ? kUsualPrecision : spec.precision;
+        if (precision < 1 || precision > 28 || spec.scale < 0 || spec.scale > precision) {
             Raise(ErrorNumber::FieldTooLarge, {spec.name});
         }
-        column.precision = static_cast<std::uint8_t>(spec.precision);
+        column.precision = static_cast<std::uint8_t>(precision);
         column.scale = static_cast<std::uint8_t>(spec.scale);
     }
     if (spec.type == ColumnType::Boolean) return;
-    for (const Column& other : definition.columns) {
+    for (const StoredColumn& other : definition.columns) {
         if (!other.IsFixed() || other.type == ColumnType::Boolean) continue;
         column.fixed_offset =
             std::max(column.fixed_offset, static_cast<std::uint16_t>(other.fixed_offset + other.fixed_size));

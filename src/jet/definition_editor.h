@@ -22,7 +22,7 @@ public:
     // `page` 0: a new table.
     DefinitionEditor(Database& database, std::u16string table_name, PageNumber page);
 
-    Column& AddColumn(const ColumnSpec& spec);
+    StoredColumn& AddColumn(const Column& spec);
 
     // Adds the logical index and, unless one with the same columns and rules is there, its tree. True when the tree is
     // new and has to be filled.
@@ -43,7 +43,7 @@ public:
 
 private:
     std::uint16_t KeyColumnNumber(const std::u16string& name) const;
-    void SetLayout(Column& column, const ColumnSpec& spec);
+    void SetLayout(StoredColumn& column, const Column& spec);
     void AddTree(const std::vector<KeyColumn>& columns, std::uint8_t flags);
 
     Database& database_;

@@ -133,7 +133,7 @@ bool IsAscii(std::u16string_view text) {
     return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
 }
 
-void AppendValue(const Column& column, bool ascending, const Value& value, const Header& header, Bytes& key) {
+void AppendValue(const StoredColumn& column, bool ascending, const Value& value, const Header& header, Bytes& key) {
     const std::size_t from = key.size();
     switch (column.type) {
         case ColumnType::Boolean: key.push_back(value.As<bool>() ? 0 : 0xFF); break;
@@ -161,7 +161,7 @@ void AppendValue(const Column& column, bool ascending, const Value& value, const
 
 }  // namespace
 
-TextOrder TextOrderOf(const Column& column, const Header& header) {
+TextOrder TextOrderOf(const StoredColumn& column, const Header& header) {
     const std::uint16_t order = column.sort_order != 0 ? column.sort_order : header.sort_order;
     if (header.format->version == Version::Jet3) {
         const std::uint16_t code_page = column.code_page != 0 ? column.code_page : header.code_page;
@@ -173,7 +173,7 @@ TextOrder TextOrderOf(const Column& column, const Header& header) {
     return order == kChineseOrder ? TextOrder::AsciiOnly : TextOrder::Unknown;
 }
 
-bool HasKey(const Column& column, const Value& value, const Header& header) {
+bool HasKey(const StoredColumn& column, const Value& value, const Header& header) {
     if (!IsText(column.type) || value.IsNull()) return true;
     switch (TextOrderOf(column, header)) {
         case TextOrder::General: return true;
@@ -185,7 +185,7 @@ bool HasKey(const Column& column, const Value& value, const Header& header) {
     return false;
 }
 
-bool HasKeyOfEquals(const Column& column, const Value& value, const Header& header) {
+bool HasKeyOfEquals(const StoredColumn& column, const Value& value, const Header& header) {
     if (!HasKey(column, value, header)) return false;
     if (!IsText(column.type) || value.IsNull() || header.format->version != Version::Jet3) return true;
     constexpr char16_t kThorns[] = {u'\u00DE', u'\u00FE', u'\0'};
@@ -194,7 +194,7 @@ bool HasKeyOfEquals(const Column& column, const Value& value, const Header& head
            Find(text, u"th", 0, Case::Ignored) == text.npos;
 }
 
-void AppendKeyPart(const Column& column, bool ascending, const Value& value, const Header& header, Bytes& key) {
+void AppendKeyPart(const StoredColumn& column, bool ascending, const Value& value, const Header& header, Bytes& key) {
     if (value.IsNull() || value.IsEmpty()) {
         key.push_back(ascending ? kNullAscending : kNullDescending);
         return;

@@ -26,17 +26,17 @@ enum class TextOrder : std::uint8_t {
     Jet3Ascii,    // other code pages of Jet 3: perhaps as its General for ASCII, which each file has to show
     Unknown,
 };
-TextOrder TextOrderOf(const Column& column, const Header& header);
+TextOrder TextOrderOf(const StoredColumn& column, const Header& header);
 
 // Whether the key of this value can be computed.
-bool HasKey(const Column& column, const Value& value, const Header& header);
+bool HasKey(const StoredColumn& column, const Value& value, const Header& header);
 
 // Whether all texts that compare equal to the value have its key. In Jet 3 the thorn is a letter of its own, while it
 // compares as "th", and a zero character counts.
-bool HasKeyOfEquals(const Column& column, const Value& value, const Header& header);
+bool HasKeyOfEquals(const StoredColumn& column, const Value& value, const Header& header);
 
 // Appends the part of one column. Requires: HasKey.
-void AppendKeyPart(const Column& column, bool ascending, const Value& value, const Header& header, Bytes& key);
+void AppendKeyPart(const StoredColumn& column, bool ascending, const Value& value, const Header& header, Bytes& key);
 
 // Appends the beginning that the parts of all texts share that begin with `text`, letters of both cases being one.
 // Requires: a text order of which the weights are known.

@@ -117,7 +117,7 @@ std::vector<RowPointer> LongValueReader::Slots() const {
     return slots;
 }
 
-LongValueWriter::LongValueWriter(Pager& pager, PageAllocator& allocator, const Column& column)
+LongValueWriter::LongValueWriter(Pager& pager, PageAllocator& allocator, const StoredColumn& column)
     : pager_(pager), column_(column), store_(pager, allocator, kLongValueOwner, column.owned_map, column.free_map) {}
 
 Bytes LongValueWriter::Write(std::span<const std::uint8_t> value, bool may_be_inline) {
@@ -156,7 +156,7 @@ void LongValueWriter::Free(const ByteView& reference) {
     for (const RowPointer slot : LongValueReader(pager_, reference).Slots()) store_.Delete(slot);
 }
 
-void DecodeMemo(const Bytes& stored, const Pager& pager, const Column& column, std::u16string& text) {
+void DecodeMemo(const Bytes& stored, const Pager& pager, const StoredColumn& column, std::u16string& text) {
     const ByteView bytes(stored.data(), stored.size(), pager.FileName(), 0);
     if (pager.GetFormat().version == Version::Jet3) {
         text = FromStored(bytes, CodePageOf(column, pager.GetHeader()));
@@ -165,7 +165,7 @@ void DecodeMemo(const Bytes& stored, const Pager& pager, const Column& column, s
     }
 }
 
-void EncodeMemo(std::u16string_view text, const Pager& pager, const Column& column, Bytes& stored) {
+void EncodeMemo(std::u16string_view text, const Pager& pager, const StoredColumn& column, Bytes& stored) {
     if (pager.GetFormat().version == Version::Jet3) {
         const std::string bytes =
             ToStored(text, CodePageOf(column, pager.GetHeader()), ErrorNumber::DataTypeConversion, column.name);

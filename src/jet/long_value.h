@@ -45,7 +45,7 @@ private:
 
 class LongValueWriter {
 public:
-    LongValueWriter(Pager& pager, PageAllocator& allocator, const Column& column);
+    LongValueWriter(Pager& pager, PageAllocator& allocator, const StoredColumn& column);
 
     // Stores the value and gives the reference to put into the row. With `may_be_inline` false the value is kept out of
     // the row however short it is. Raises FieldTooLarge beyond 1 GiB.
@@ -56,13 +56,13 @@ public:
 
 private:
     Pager& pager_;
-    const Column& column_;
+    const StoredColumn& column_;
     RowStore store_;
 };
 
 // A memo's stored bytes as text and back, as they stand outside a row. Raises DataTypeConversion for a character that
 // the code page of a Jet 3 file lacks.
-void DecodeMemo(const Bytes& stored, const Pager& pager, const Column& column, std::u16string& text);
-void EncodeMemo(std::u16string_view text, const Pager& pager, const Column& column, Bytes& stored);
+void DecodeMemo(const Bytes& stored, const Pager& pager, const StoredColumn& column, std::u16string& text);
+void EncodeMemo(std::u16string_view text, const Pager& pager, const StoredColumn& column, Bytes& stored);
 
 }  // namespace qmtrain::jet

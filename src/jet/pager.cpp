@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/system.h"
 #include "jet/commit_counter.h"
 
 namespace qmtrain::jet {
@@ -11,27 +10,10 @@ namespace {
 
 constexpr char16_t kReplaced[] = u"文件已被移走或替换，请重新打开。";
 
-FileSystem*& FilesInPlace() {
-    static FileSystem* files = nullptr;
-    return files;
-}
-
 }  // namespace
 
-bool SyncsByDefault() {
-    return Setting("QMTRAININFO_SYNC") != u"off";
-}
-
-FileSystem& DefaultFiles() {
-    return FilesInPlace() != nullptr ? *FilesInPlace() : FileSystem::Native();
-}
-
-void SetDefaultFiles(FileSystem* files) {
-    FilesInPlace() = files;
-}
-
 Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Pager* home)
-    : system_(options.system != nullptr ? *options.system : DefaultFiles()),
+    : system_(*options.system),
       session_(options.session ? options.session : std::make_shared<Session>()),
       home_(home != nullptr ? home : this),
       durable_(options.durable),

@@ -26,23 +26,17 @@
 
 namespace qmtrain::jet {
 
-// Whether commits wait for the disk: yes, unless the environment variable QMTRAININFO_SYNC says "off". That is for bulk
-// work: a power cut may then lose commits or tear one; a process that dies does no more harm than otherwise.
-bool SyncsByDefault();
-
-// The files that options without a system mean: the operating system's. A test puts others in their place; null ends
-// that.
-FileSystem& DefaultFiles();
-void SetDefaultFiles(FileSystem* files);
-
 struct PagerOptions {
     std::size_t cache_bytes = std::size_t{32} << 20;
     std::chrono::milliseconds lock_timeout{10000};
     bool read_only = false;
     bool exclusive = false;  // nobody else may have it open; not the databases that links lead to
-    bool durable = SyncsByDefault();
-    std::u16string password = {};                // of a database that has one
-    FileSystem* system = nullptr;                // empty: DefaultFiles()
+
+    // Whether commits wait for the disk. Where they do not, a power cut may lose some or tear one; a process that dies
+    // does no more harm than otherwise.
+    bool durable = true;
+    std::u16string password = {};  // of a database that has one
+    FileSystem* system = &FileSystem::Native();
     std::shared_ptr<Session> session = nullptr;  // empty: one of its own
 
     // Of the databases that links lead to.

@@ -167,13 +167,12 @@ Bytes Properties::Write(const Format& format, int code_page) const {
 }
 
 Property BooleanProperty(std::u16string name, bool value) {
-    return {
-        std::move(name), static_cast<std::uint8_t>(ColumnType::Boolean), 0, {static_cast<std::uint8_t>(value ? 1 : 0)}};
+    return {std::move(name), StoredType(ColumnType::Boolean), 0, {static_cast<std::uint8_t>(value ? 1 : 0)}};
 }
 
 Property TextProperty(std::u16string name, std::u16string_view value, const Format& format, int code_page) {
     Bytes bytes = BytesOf(value, format, code_page, ErrorNumber::DataTypeConversion, name);
-    return {std::move(name), static_cast<std::uint8_t>(ColumnType::Memo), 0, std::move(bytes)};
+    return {std::move(name), StoredType(ColumnType::Memo), 0, std::move(bytes)};
 }
 
 }  // namespace qmtrain::jet

@@ -66,7 +66,7 @@ bool FindRelated(const Relation& relation, const Row& row, RowCursor& cursor) {
         Raise(ErrorNumber::TextOrderUnsupported, {other.Name(), other.IndexName(relation.other_real), u"关系的键。"});
     }
     for (const int column : relation.other_columns) {
-        const Column& part = other.Definition().columns[static_cast<std::size_t>(column)];
+        const StoredColumn& part = other.Definition().columns[static_cast<std::size_t>(column)];
         const bool unsure = IsText(part.type) && other.OrderOf(part) == TextOrder::Jet3Ascii;
         if (unsure) other.CheckStoredOrder(relation.other_real);
     }
@@ -96,8 +96,8 @@ bool SidesFit(const StoredTable& table, std::size_t real, const StoredTable& oth
     const std::vector<int> own = Positions(table, real);
     const std::vector<int> others = Positions(other, other_real);
     return std::equal(own.begin(), own.end(), others.begin(), others.end(), [&](int a, int b) {
-        const Column& first = table.Definition().columns[a];
-        const Column& second = other.Definition().columns[b];
+        const StoredColumn& first = table.Definition().columns[a];
+        const StoredColumn& second = other.Definition().columns[b];
         return ValueTypeOf(first.type) == ValueTypeOf(second.type) && first.scale == second.scale;
     });
 }

@@ -64,8 +64,8 @@ void Database::CreateRelationship(const Relationship& relationship) {
         const int b = other->Definition().FindColumn(relationship.referenced_columns[i]);
         if (a < 0) Raise(ErrorNumber::FieldNotFound, {relationship.columns[i]});
         if (b < 0) Raise(ErrorNumber::FieldNotFound, {relationship.referenced_columns[i]});
-        const Column& from = own->Definition().columns[a];
-        const Column& to = other->Definition().columns[b];
+        const StoredColumn& from = own->Definition().columns[a];
+        const StoredColumn& to = other->Definition().columns[b];
         if (from.type != to.type || from.scale != to.scale) {
             Raise(ErrorNumber::RelationshipMismatch, {relationship.name});
         }

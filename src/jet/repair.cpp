@@ -14,7 +14,7 @@ namespace {
 
 bool HasKnownOrder(const Table& table, const RealIndex& index) {
     return std::ranges::all_of(index.columns, [&](const KeyColumn& part) {
-        const Column& column = table.Definition().columns[table.Definition().ColumnByNumber(part.number)];
+        const StoredColumn& column = table.Definition().columns[table.Definition().ColumnByNumber(part.number)];
         if (!IsText(column.type)) return true;
         const TextOrder order = table.OrderOf(column);
         return order == TextOrder::General || order == TextOrder::Jet3General;
@@ -43,7 +43,7 @@ MapUse UsedMaps(Database& database, const std::vector<CatalogObject>& objects) {
         const TableDefinition table = ReadDefinition(database.GetPager(), static_cast<PageNumber>(object.id));
         ++use[table.owned_map];
         ++use[table.free_map];
-        for (const Column& column : table.columns) {
+        for (const StoredColumn& column : table.columns) {
             ++use[column.owned_map];
             ++use[column.free_map];
         }

@@ -14,7 +14,7 @@ constexpr std::uint16_t kCompressedMark = 0xFEFF;
 // End of the fixed area, from the row's start.
 std::size_t FixedEnd(const TableDefinition& table, const Format& format) {
     std::size_t end = 0;
-    for (const Column& column : table.columns) {
+    for (const StoredColumn& column : table.columns) {
         if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
         end = std::max<std::size_t>(end, column.fixed_offset + column.fixed_size);
     }
@@ -68,7 +68,7 @@ void EncodeNumber(T value, Bytes& stored) {
     Put(stored.data(), value);
 }
 
-void EncodeTextValue(const Column& column, std::u16string_view text, const Format& format, int code_page,
+void EncodeTextValue(const StoredColumn& column, std::u16string_view text, const Format& format, int code_page,
                      Bytes& stored) {
     if (text.size() * format.text_unit > column.length) Raise(ErrorNumber::FieldTooLarge, {column.name});
     if (format.version == Version::Jet3) {
@@ -78,7 +78,7 @@ void EncodeTextValue(const Column& column, std::u16string_view text, const Forma
         if (column.IsFixed()) stored.resize(column.length, ' ');
         return;
     }
-    EncodeText(text, !column.IsFixed() && (column.extended_flags & Column::kCompressed) != 0, stored);
+    EncodeText(text, !column.IsFixed() && (column.extended_flags & StoredColumn::kCompressed) != 0, stored);
     if (!column.IsFixed()) return;
     while (stored.size() + 1 < column.length) stored.insert(stored.end(), {u' ', 0});
 }
@@ -151,7 +151,8 @@ bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value) {
     }
 }
 
-void DecodeValue(const Column& column, const ByteView& stored, const Format& format, int code_page, Value& value) {
+void DecodeValue(const StoredColumn& column, const ByteView& stored, const Format& format, int code_page,
+                 Value& value) {
     const std::size_t expected = FixedSize(column.type);
     if (expected != 0 && stored.Size() != expected) stored.Damaged(u"值的长度错误");
     if (DecodeNumber(column.type, stored.Data(), value)) return;
@@ -169,7 +170,7 @@ void DecodeValue(const Column& column, const ByteView& stored, const Format& for
     }
 }
 
-void EncodeValue(const Column& column, const Value& value, const Format& format, int code_page, Bytes& stored) {
+void EncodeValue(const StoredColumn& column, const Value& value, const Format& format, int code_page, Bytes& stored) {
     switch (column.type) {
         case ColumnType::Byte: EncodeNumber(value.As<std::uint8_t>(), stored); return;
         case ColumnType::Integer: EncodeNumber(value.As<std::int16_t>(), stored); return;
@@ -247,7 +248,7 @@ void EncodeRow(const TableDefinition& table, const Format& format, const std::u1
     std::array<int, kMaxColumns> variable;
     variable.fill(-1);
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        const Column& column = table.columns[i];
+        const StoredColumn& column = table.columns[i];
         if (!column.IsFixed()) variable[column.variable_index] = static_cast<int>(i);
         if (!fields[i].present) continue;
         row[mask_at + column.number / 8] |= static_cast<std::uint8_t>(1 << (column.number % 8));

@@ -38,11 +38,11 @@ public:
     RowView(const TableDefinition& table, const Format& format, const ByteView& row);
 
     // The stored bytes of a column that is not Null; none for a Null. Booleans have no bytes, see Boolean().
-    std::optional<ByteView> Find(const Column& column) const;
-    bool Boolean(const Column& column) const { return IsPresent(column.number); }
+    std::optional<ByteView> Find(const StoredColumn& column) const;
+    bool Boolean(const StoredColumn& column) const { return IsPresent(column.number); }
 
     // The same for a fixed column, null for a Null: its size is column.fixed_size.
-    const std::uint8_t* FindFixed(const Column& column) const {
+    const std::uint8_t* FindFixed(const StoredColumn& column) const {
         if (!IsPresent(column.number)) return nullptr;
         const std::size_t at = format_->row_number_size + column.fixed_offset;
         if (at + column.fixed_size > trailer_at_) row_.Damaged(u"固定列超出行尾");
@@ -102,7 +102,7 @@ inline std::size_t RowView::VariableOffset(std::size_t index) const {
     return row_.U8(offsets_at_ - index) + 256 * passed;
 }
 
-inline std::optional<ByteView> RowView::Find(const Column& column) const {
+inline std::optional<ByteView> RowView::Find(const StoredColumn& column) const {
     if (!IsPresent(column.number)) return std::nullopt;
     if (column.IsFixed()) {
         const std::uint8_t* stored = FindFixed(column);
@@ -116,14 +116,14 @@ inline std::optional<ByteView> RowView::Find(const Column& column) const {
 }
 
 // The value in stored bytes, for every type but the long values. `code_page` is that of Jet 3 texts.
-void DecodeValue(const Column& column, const ByteView& stored, const Format& format, int code_page, Value& value);
+void DecodeValue(const StoredColumn& column, const ByteView& stored, const Format& format, int code_page, Value& value);
 
 // The same for the numbers and dates among the fixed columns; false for other types.
 bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value);
 
 // The bytes to store. Requires: the value has the column's type, see ValueTypeOf; not for long values and Booleans.
 // Raises FieldTooLarge, or DataTypeConversion for a text that is no GUID or that the code page lacks.
-void EncodeValue(const Column& column, const Value& value, const Format& format, int code_page, Bytes& stored);
+void EncodeValue(const StoredColumn& column, const Value& value, const Format& format, int code_page, Bytes& stored);
 
 // "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" and its 16 bytes as stored.
 std::u16string GuidToText(const std::uint8_t* stored);

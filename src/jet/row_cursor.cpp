@@ -199,7 +199,7 @@ std::optional<LongValueReader> RowCursor::OpenLongValue(std::size_t column) {
 }
 
 std::optional<std::string_view> RowCursor::NarrowText(std::size_t position) {
-    const Column& column = table_->Definition().columns[position];
+    const StoredColumn& column = table_->Definition().columns[position];
     if (column.type != ColumnType::Text || pager_.GetFormat().version != Version::Jet4) return std::nullopt;
     const auto stored = View().Find(column);
     return stored ? NarrowTextOf(*stored) : std::nullopt;
@@ -228,7 +228,7 @@ bool RowCursor::ReadFromKey(std::size_t column, Value& value) const {
 }
 
 void ReadValue(const StoredTable& table, const RowView& row, std::size_t position, Value& value) {
-    const Column& column = table.Definition().columns[position];
+    const StoredColumn& column = table.Definition().columns[position];
     if (column.type == ColumnType::Boolean) {
         value.SetNumber(row.Boolean(column));
         return;
@@ -248,7 +248,7 @@ void ReadValue(const StoredTable& table, const RowView& row, std::size_t positio
 
 void RowCursor::Read(std::size_t position, Value& value) {
     if (mode_ == Mode::Index && !loaded_ && row_ && ReadFromKey(position, value)) return;
-    const Column& column = table_->Definition().columns[position];
+    const StoredColumn& column = table_->Definition().columns[position];
     const RowView& view = View();
     if (!IsLongValue(column.type)) return ReadValue(*table_, view, position, value);
     const auto stored = view.Find(column);

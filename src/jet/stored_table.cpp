@@ -19,13 +19,13 @@ void ApplyProperties(TableDefinition& definition, const Properties& properties, 
     };
     if (properties.owners.empty()) return;
     definition.validation = rule({});
-    for (Column& column : definition.columns) {
+    for (StoredColumn& column : definition.columns) {
         if (const Property* required = properties.Find(column.name, u"Required"))
             column.required = required->AsBoolean();
         if (const Property* allowed = properties.Find(column.name, u"AllowZeroLength")) {
             column.allow_zero_length = allowed->AsBoolean();
         }
-        column.default_value = text(column.name, u"DefaultValue");
+        column.default_expression = text(column.name, u"DefaultValue");
         column.validation = rule(column.name);
     }
 }
@@ -70,14 +70,14 @@ std::u16string StoredTable::IndexName(std::size_t index) const {
     return u"#" + ToText(static_cast<std::int64_t>(index));
 }
 
-TextOrder StoredTable::OrderOf(const Column& column) const {
+TextOrder StoredTable::OrderOf(const StoredColumn& column) const {
     return TextOrderOf(column, pager_.GetHeader());
 }
 
 bool StoredTable::HasKeys(std::size_t index, std::span<const Value> values) const {
     const RealIndex& real = definition_.real_indexes[index];
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
+        const StoredColumn& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
         if (!HasKey(column, values[i], pager_.GetHeader())) return false;
     }
     return true;
@@ -111,7 +111,7 @@ void StoredTable::CheckStoredOrder(std::size_t index) const {
 void StoredTable::AppendKey(std::size_t index, std::span<const Value> values, Bytes& key) const {
     const RealIndex& real = definition_.real_indexes[index];
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const Column& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
+        const StoredColumn& column = definition_.columns[definition_.ColumnByNumber(real.columns[i].number)];
         AppendKeyPart(column, real.columns[i].ascending, values[i], pager_.GetHeader(), key);
     }
 }

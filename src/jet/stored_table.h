@@ -38,7 +38,7 @@ public:
     std::uint32_t DistinctKeys(std::size_t index) const;
 
     // The order of a column's texts in an index.
-    TextOrder OrderOf(const Column& column) const;
+    TextOrder OrderOf(const StoredColumn& column) const;
 
     // Whether the keys of these leading columns of an index can be computed.
     bool HasKeys(std::size_t index, std::span<const Value> values) const;

@@ -22,11 +22,11 @@ void SetValidation(Properties& properties, const std::u16string& owner, const Va
     SetText(properties, owner, u"ValidationText", rule.text, pager);
 }
 
-void AddColumnProperties(const ColumnSpec& spec, const Pager& pager, Properties& properties) {
+void AddColumnProperties(const Column& spec, const Pager& pager, Properties& properties) {
     if (spec.required) properties.Set(spec.name, BooleanProperty(u"Required", true));
     const bool text = IsText(spec.type);
     if (text) properties.Set(spec.name, BooleanProperty(u"AllowZeroLength", spec.allow_zero_length));
-    SetText(properties, spec.name, u"DefaultValue", spec.default_value, pager);
+    SetText(properties, spec.name, u"DefaultValue", spec.default_expression, pager);
     SetValidation(properties, spec.name, spec.validation, pager);
 }
 
@@ -38,7 +38,7 @@ PageNumber Database::AddTable(const TableSpec& spec, Properties& properties) {
     if (FindObject(spec.name)) Raise(ErrorNumber::TableExists, {spec.name});
     if (spec.columns.empty()) Raise(ErrorNumber::SyntaxInCreateTable, {spec.name});
     DefinitionEditor editor(*this, spec.name, 0);
-    for (const ColumnSpec& column : spec.columns) {
+    for (const Column& column : spec.columns) {
         editor.AddColumn(column);
         AddColumnProperties(column, *pager_, properties);
     }
@@ -140,7 +140,7 @@ void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
     editor.Write();
 }
 
-void Database::AddColumn(std::u16string_view name, const ColumnSpec& spec) {
+void Database::AddColumn(std::u16string_view name, const Column& spec) {
     const CatalogObject object = RequireTable(*this, name);
     const auto page = static_cast<PageNumber>(object.id);
     Properties properties = ReadProperties(name);
@@ -151,7 +151,7 @@ void Database::AddColumn(std::u16string_view name, const ColumnSpec& spec) {
     editor.Write();
     AddColumnProperties(spec, *pager_, properties);
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
-    if (!spec.autonumber) return;
+    if (!spec.counter) return;
     // A counter numbers the rows that are there.
     const std::shared_ptr<Table> table = TableAt(page);
     std::vector<RowPointer> rows;
@@ -205,7 +205,7 @@ void Database::RenameColumn(std::u16string_view table, std::u16string_view colum
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
 }
 
-void Database::SetColumnSettings(std::u16string_view table, const ColumnSpec& column) {
+void Database::SetColumnSettings(std::u16string_view table, const Column& column) {
     const CatalogObject object = RequireTable(*this, table);
     Properties properties = ReadProperties(table);
     for (const std::u16string_view name :

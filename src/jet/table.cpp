@@ -39,7 +39,7 @@ int ShortestIndex(const TableDefinition& definition) {
         if (real.IgnoresNulls()) continue;
         std::size_t size = 0;
         for (const KeyColumn& part : real.columns) {
-            const Column& column = definition.columns[definition.ColumnByNumber(part.number)];
+            const StoredColumn& column = definition.columns[definition.ColumnByNumber(part.number)];
             size += HasReadableKey(column.type) ? 1 + KeySize(column.type) : 1 + std::size_t{column.length};
         }
         if (best >= 0 && size >= best_size) continue;
@@ -71,7 +71,7 @@ IndexTree Table::TreeToChange(std::size_t index) {
     return {pager_, allocator_, definition_.page, definition_.real_indexes[index], &hints_, index};
 }
 
-LongValueWriter Table::LongValues(const Column& column) const {
+LongValueWriter Table::LongValues(const StoredColumn& column) const {
     return {pager_, allocator_, column};
 }
 
@@ -104,7 +104,7 @@ RowPointer Table::Insert(std::span<const Value> values) {
     row_.assign(values.begin(), values.end());
     AssignAutonumber(row_);
     for (std::size_t i = 0; i < row_.size(); ++i) {
-        const Column& column = definition_.columns[i];
+        const StoredColumn& column = definition_.columns[i];
         if (row_[i].IsEmpty()) row_[i] = Null{};
         if (column.type == ColumnType::Boolean && row_[i].IsNull()) row_[i] = false;
         DropByteOrderMark(row_[i]);
@@ -156,7 +156,7 @@ void Table::ReplaceRow(RowPointer row, const Bytes& bytes) {
 void Table::StoredFields(const RowView& row, std::vector<RowField>& fields) const {
     fields.assign(definition_.columns.size(), {});
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        const Column& column = definition_.columns[i];
+        const StoredColumn& column = definition_.columns[i];
         if (column.type == ColumnType::Boolean) {
             fields[i].present = row.Boolean(column);
         } else if (const auto stored = row.Find(column)) {
@@ -174,7 +174,7 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
     Row new_row = old_row;
     std::vector<bool> changed(definition_.columns.size());
     for (const ColumnChange& change : changes) {
-        const Column& column = definition_.columns[change.column];
+        const StoredColumn& column = definition_.columns[change.column];
         Value value = change.value;
         if (column.type == ColumnType::Boolean && value.IsNull()) value = false;
         DropByteOrderMark(value);

@@ -80,7 +80,7 @@ private:
     std::vector<bool> KeyColumns() const;
 
     void AssignAutonumber(Row& row);
-    void CheckValue(const Column& column, const Value& value) const;
+    void CheckValue(const StoredColumn& column, const Value& value) const;
     void CheckTextOrder(std::size_t index, const Row& row);
     void CheckCatalogueOrder();
     bool KeyOf(std::size_t index, const Row& row, Bytes& key) const;
@@ -101,7 +101,7 @@ private:
     void AddPending();
     void CountRows(int change);
     void Follow(const std::vector<Cascade>& cascades);
-    LongValueWriter LongValues(const Column& column) const;
+    LongValueWriter LongValues(const StoredColumn& column) const;
 
     Tables& tables_;
     mutable std::optional<std::uint64_t>

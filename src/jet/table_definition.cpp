@@ -11,7 +11,20 @@ int FindPosition(const List& list, Matches matches) {
     return found == list.end() ? -1 : static_cast<int>(found - list.begin());
 }
 
+// In the order of ColumnType.
+constexpr std::uint8_t kStoredTypes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 15, 16};
+
 }  // namespace
+
+std::uint8_t StoredType(ColumnType type) {
+    return kStoredTypes[static_cast<std::size_t>(type)];
+}
+
+std::optional<ColumnType> TypeOfStored(std::uint8_t byte) {
+    const auto* const found = std::ranges::find(kStoredTypes, byte);
+    if (found == std::end(kStoredTypes)) return std::nullopt;
+    return static_cast<ColumnType>(found - std::begin(kStoredTypes));
+}
 
 std::size_t FixedSize(ColumnType type) {
     switch (type) {
@@ -29,31 +42,13 @@ std::size_t FixedSize(ColumnType type) {
     }
 }
 
-void SetFixedSize(Column& column) {
+void SetFixedSize(StoredColumn& column) {
     const std::size_t size = FixedSize(column.type);
     column.fixed_size = size != 0 ? static_cast<std::uint16_t>(size) : column.length;
 }
 
-Value::Type ValueTypeOf(ColumnType type) {
-    switch (type) {
-        case ColumnType::Boolean: return Value::Type::Boolean;
-        case ColumnType::Byte: return Value::Type::Byte;
-        case ColumnType::Integer: return Value::Type::Integer;
-        case ColumnType::Long: return Value::Type::Long;
-        case ColumnType::Currency: return Value::Type::Currency;
-        case ColumnType::Single: return Value::Type::Single;
-        case ColumnType::Double: return Value::Type::Double;
-        case ColumnType::Date: return Value::Type::Date;
-        case ColumnType::Decimal: return Value::Type::Decimal;
-        case ColumnType::Text:
-        case ColumnType::Memo:
-        case ColumnType::Guid: return Value::Type::Text;
-        default: return Value::Type::Binary;
-    }
-}
-
 int TableDefinition::FindColumn(std::u16string_view name) const {
-    return FindPosition(columns, [&](const Column& column) { return EqualNames(column.name, name); });
+    return FindPosition(columns, [&](const StoredColumn& column) { return EqualNames(column.name, name); });
 }
 
 bool TableDefinition::HasKey() const {
@@ -65,7 +60,7 @@ bool TableDefinition::HasKey() const {
         const bool in_long_values = std::ranges::any_of(index.columns, [&](const KeyColumn& part) {
             const int column = ColumnByNumber(part.number);
             const ColumnType type = columns[static_cast<std::size_t>(column)].type;
-            return type == ColumnType::Memo || type == ColumnType::LongBinary;
+            return IsLongValue(type);
         });
         if (index.IsUnique() && (primary || index.IsRequired()) && !in_long_values) return true;
     }
@@ -73,7 +68,7 @@ bool TableDefinition::HasKey() const {
 }
 
 int TableDefinition::ColumnByNumber(std::uint16_t number) const {
-    return FindPosition(columns, [&](const Column& column) { return column.number == number; });
+    return FindPosition(columns, [&](const StoredColumn& column) { return column.number == number; });
 }
 
 int TableDefinition::FindLogicalIndex(std::u16string_view name) const {

@@ -7,48 +7,30 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "core/column_type.h"
 #include "core/validation_rule.h"
-#include "core/value.h"
 #include "jet/file_format.h"
 #include "jet/pager.h"
 #include "jet/usage_map.h"
 
 namespace qmtrain::jet {
 
-enum class ColumnType : std::uint8_t {
-    Boolean = 1,
-    Byte = 2,
-    Integer = 3,
-    Long = 4,
-    Currency = 5,
-    Single = 6,
-    Double = 7,
-    Date = 8,
-    Binary = 9,
-    Text = 10,
-    LongBinary = 11,
-    Memo = 12,
-    Guid = 15,
-    Decimal = 16,
-    Internal = 17,  // raw bytes in a table of Access
-};
-
 // Bytes of a value of fixed length; 0 for types whose length varies.
 std::size_t FixedSize(ColumnType type);
-inline bool IsLongValue(ColumnType type) {
-    return type == ColumnType::Memo || type == ColumnType::LongBinary;
-}
-inline bool IsText(ColumnType type) {
-    return type == ColumnType::Text || type == ColumnType::Memo;
-}
+// The byte by which a file names a type, in the definitions of its columns and in its properties, and back. Nothing for
+// a byte that names no type of ours.
+std::uint8_t StoredType(ColumnType type);
+std::optional<ColumnType> TypeOfStored(std::uint8_t byte);
 
-// The kind of value that a column of this type holds.
-Value::Type ValueTypeOf(ColumnType type);
+// The byte of raw bytes in tables of Access's own. Files of Jet 3 have no such columns.
+inline constexpr std::uint8_t kInternalType = 17;
 
-struct Column {
+// A column as its table's definition has it.
+struct StoredColumn {
     static constexpr std::uint8_t kFixed = 0x01;
     static constexpr std::uint8_t kAlways = 0x02;
     static constexpr std::uint8_t kAutonumber = 0x04;
@@ -58,6 +40,7 @@ struct Column {
 
     std::u16string name;
     ColumnType type = ColumnType::Text;
+    std::optional<std::uint8_t> foreign_type;  // the byte of a type that is not ours: its values are taken for Binary
     std::uint8_t flags = kAlways;
     std::uint8_t extended_flags = 0;
     std::uint16_t number = 0;
@@ -77,7 +60,7 @@ struct Column {
     // From the object's properties.
     bool required = false;
     bool allow_zero_length = true;
-    std::u16string default_value;
+    std::u16string default_expression;
     ValidationRule validation;
 
     bool IsFixed() const { return (flags & kFixed) != 0; }
@@ -85,7 +68,7 @@ struct Column {
 };
 
 // Sets `fixed_size` from type and length.
-void SetFixedSize(Column& column);
+void SetFixedSize(StoredColumn& column);
 
 struct KeyColumn {
     std::uint16_t number = 0;
@@ -144,7 +127,7 @@ struct TableDefinition {
     std::uint16_t variable_columns = 0;  // deleted ones included
     RowPointer owned_map;
     RowPointer free_map;
-    std::vector<Column> columns;  // by number
+    std::vector<StoredColumn> columns;  // by number
     std::vector<RealIndex> real_indexes;
     std::vector<LogicalIndex> logical_indexes;
     ValidationRule validation;  // from the object's properties

@@ -34,7 +34,7 @@ std::vector<bool> Table::KeyColumns() const {
 void Table::CheckTextOrder(std::size_t index, const Row& row) {
     for (const KeyColumn& part : definition_.real_indexes[index].columns) {
         const int position = definition_.ColumnByNumber(part.number);
-        const Column& column = definition_.columns[position];
+        const StoredColumn& column = definition_.columns[position];
         if (!IsText(column.type)) continue;
         const TextOrder order = TextOrderOf(column, pager_.GetHeader());
         if (order == TextOrder::General) continue;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/column.h"
 #include "core/date.h"
 #include "jet/table_definition.h"
 
@@ -17,19 +18,6 @@ struct NewDatabase {
     Version version = Version::Jet4;
     std::u16string password = {};  // empty: none
     bool encoded = false;          // its pages are no plain text
-};
-
-struct ColumnSpec {
-    std::u16string name = {};
-    ColumnType type = ColumnType::Text;
-    int size = 0;        // Text: characters (up to 255), Binary: bytes (up to 510)
-    int precision = 18;  // Decimal
-    int scale = 0;       // Decimal
-    bool autonumber = false;
-    bool required = false;
-    bool allow_zero_length = true;
-    std::u16string default_value = {};  // an expression
-    ValidationRule validation = {};
 };
 
 struct IndexColumnSpec {
@@ -48,7 +36,7 @@ struct IndexSpec {
 
 struct TableSpec {
     std::u16string name = {};
-    std::vector<ColumnSpec> columns = {};
+    std::vector<Column> columns = {};
     std::vector<IndexSpec> indexes = {};
     ValidationRule validation = {};
 };

@@ -9,7 +9,7 @@ namespace qmtrain::jet {
 void Table::AssignAutonumber(Row& row) {
     last_autonumber_ = 0;
     for (std::size_t i = 0; i < row.size(); ++i) {
-        const Column& column = definition_.columns[i];
+        const StoredColumn& column = definition_.columns[i];
         if (!column.IsAutonumber()) continue;
         const std::size_t at = pager_.GetFormat().definition_autonumber;
         const auto stored = pager_.Read(definition_.page).View().Read<std::int32_t>(at);
@@ -30,7 +30,7 @@ std::int32_t Table::TakeAutonumber() {
     return last + 1;
 }
 
-void Table::CheckValue(const Column& column, const Value& value) const {
+void Table::CheckValue(const StoredColumn& column, const Value& value) const {
     if (value.IsNull()) {
         if (column.required) Raise(ErrorNumber::FieldRequired, {name_ + u"." + column.name});
         return;
@@ -47,7 +47,7 @@ void Table::CheckValue(const Column& column, const Value& value) const {
 
 // Writes a long value out already: what is stored for it in the row is a reference.
 void Table::EncodeField(std::size_t position, const Value& value, RowField& field) {
-    const Column& column = definition_.columns[position];
+    const StoredColumn& column = definition_.columns[position];
     field.present = !value.IsNull();
     field.bytes.clear();
     if (!field.present) return;
@@ -74,7 +74,7 @@ void Table::FitRow(std::vector<RowField>& fields) {
             if (longest == fields.size() || fields[i].bytes.size() > fields[longest].bytes.size()) longest = i;
         }
         if (longest == fields.size()) Raise(ErrorNumber::RecordTooLarge, {name_});
-        const Column& column = definition_.columns[longest];
+        const StoredColumn& column = definition_.columns[longest];
         Bytes& bytes = fields[longest].bytes;
         Bytes value;
         LongValueReader(pager_, ByteView(bytes.data(), bytes.size(), pager_.FileName(), definition_.page)).Read(value);

@@ -14,8 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/column_type.h"
-#include "core/validation_rule.h"
+#include "core/column.h"
 #include "core/value.h"
 
 namespace qmtrain::sql {
@@ -25,20 +24,8 @@ struct Select;
 struct Statement;
 }  // namespace ast
 
+using qmtrain::Column;
 using qmtrain::ColumnType;
-
-struct Column {
-    std::u16string name;
-    ColumnType type = ColumnType::Text;
-    int size = 0;           // Text: characters, Binary: bytes; else 0
-    int precision = 0;      // Decimal: digits in all
-    int scale = 0;          // Decimal: digits behind the point
-    bool counter = false;   // numbers itself
-    bool required = false;  // refuses Null
-    bool allow_zero_length = true;
-    std::u16string default_expression;  // in SQL, empty when there is none
-    ValidationRule validation;          // about this column alone, which need not be named in it
-};
 
 struct IndexColumn {
     int column = 0;  // position in Table::Columns()

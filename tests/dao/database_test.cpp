@@ -8,6 +8,7 @@
 #include "dao/system_engine.h"
 #include "fixture.h"
 #include "jet/check.h"
+#include "jet/support/scripted_files.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -109,6 +110,26 @@ TEST_F(DatabaseTest, ANewDatabaseIsNoPartOfATransaction) {
     Engine::Instance().Rollback();
     EXPECT_EQ(Engine::Instance().OpenDatabase(Name(u"New.mdb"))->OpenRecordset(u"T")->Fields().size(), 1U);
     EXPECT_EQ(ErrorOf([&] { MakeDatabase(Name(u"NEW.mdb"), u""); }), static_cast<int>(ErrorNumber::DatabaseExists));
+}
+
+// The disk refuses each call in turn.
+TEST_F(DatabaseTest, ANewDatabaseIsWholeOrNotThere) {
+    const std::u16string name = Name(u"New.mdb");
+    int failures = 0;
+    for (bool struck = true; struck && !HasFailure();) {
+        SCOPED_TRACE(++failures);
+        test::ScriptedFiles files;
+        files.strike_at = failures;
+        const int error = ErrorOf([&] { MakeDatabase(name, u"CREATE TABLE T (A LONG)", {}, {}, files); });
+        struck = files.calls >= failures;
+        EXPECT_TRUE(struck || error == 0);
+        const bool made = FileExists(name);
+        EXPECT_TRUE(made || error != 0);
+        if (!made) continue;
+        EXPECT_EQ(JetDatabase::Open(name)->OpenRecordset(u"T")->Fields().size(), 1U);
+        FileSystem::Native().Remove(ToNativePath(name));
+    }
+    EXPECT_GT(failures, 10);
 }
 
 // Counted in the index where the conditions say nothing else; what stands inside a function is tested on every row.
@@ -403,7 +424,7 @@ TEST_F(DatabaseTest, AFolderStandsForItsCatalogue) {
 TEST_F(DatabaseTest, SavedQueriesOfOtherPrograms) {
     const std::filesystem::path sample = std::filesystem::path(QMTRAIN_SAMPLE_DIR) / "nwind.mdb";
     if (!std::filesystem::exists(sample)) GTEST_SKIP() << "no sample database at " << sample;
-    const auto northwind = JetDatabase::Open(FromNativePath(sample), true);
+    const auto northwind = JetDatabase::Open(FromNativePath(sample), {.read_only = true});
     int ran = 0;
     int refused = 0;
     for (const jet::CatalogObject& object : [&] {

@@ -98,7 +98,7 @@ TEST_F(RowIdentityTest, PlacesOfRowsWithoutAKey) {
     const auto deleted = static_cast<int>(ErrorNumber::RecordDeleted);
     for (const jet::Version version : {jet::Version::Jet3, jet::Version::Jet4}) {
         const std::u16string name = Name(version == jet::Version::Jet3 ? u"Three.mdb" : u"Four.mdb");
-        database_ = JetDatabase::Create(name, nullptr, {.sort_order = jet::kChineseOrder, .version = version});
+        database_ = JetDatabase::Create(name, {.sort_order = jet::kChineseOrder, .version = version});
         database_->Execute(u"CREATE TABLE T (N LONG, S TEXT(20))");
         other_ = JetDatabase::Open(name);
         for (const RecordsetType type : {RecordsetType::Dynaset, RecordsetType::Table}) {

@@ -58,7 +58,7 @@ protected:
     test::ScratchFolder folder_;
     std::u16string file_ = FromNativePath(folder_.Path() / "Rules.mdb");
     std::shared_ptr<JetDatabase> database_ =
-        JetDatabase::Create(file_, nullptr, {.sort_order = jet::kChineseOrder, .version = GetParam()});
+        JetDatabase::Create(file_, {.sort_order = jet::kChineseOrder, .version = GetParam()});
 };
 
 constexpr auto kField = static_cast<std::int32_t>(ErrorNumber::FieldRuleBroken);
@@ -198,7 +198,7 @@ TEST_P(ValidationTest, RulesThatCannotBeRead) {
         {
             jet::Database::Writing writing(database_->Storage());
             database_->Storage().SetColumnSettings(
-                u"T", {.name = u"A", .type = jet::ColumnType::Long, .validation = {test.rule, u""}});
+                u"T", {.name = u"A", .type = ColumnType::Long, .validation = {test.rule, u""}});
             writing.Commit();
         }
         EXPECT_EQ(FieldsOf(u"T")->Find<FieldObject>(u"A")->ValidationRule(), test.rule);

@@ -16,6 +16,7 @@
 #include "jet/support/scratch.h"
 #include "jet/support/scripted_files.h"
 #include "random_questions.h"
+#include "support/own_files.h"
 
 namespace qmtrain::exchange {
 namespace {
@@ -162,9 +163,10 @@ TEST_F(BankFileTest, ADiskThatFails) {
         for (bool done = false; !done && !HasFailure();) {
             test::ScriptedFiles files;
             files.strike_at = ++failures;
-            jet::SetDefaultFiles(&files);
-            const std::string problem = Refusal([&] { CarryOut(folder_, plan, questions, {}); });
-            jet::SetDefaultFiles(nullptr);
+            const std::string problem = Refusal([&] {
+                const test::OwnFiles own(files);
+                CarryOut(folder_, plan, questions, {});
+            });
             SCOPED_TRACE(ToUtf8(code) + ", call " + std::to_string(failures) + ": " + problem);
             done = problem.empty();  // the last calls only clear up
             if (done) break;

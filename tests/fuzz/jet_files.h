@@ -12,7 +12,6 @@ inline constexpr const char* kFuzzedFile = "fuzz.mdb";
 
 // A table with every kind of column and some of its rows, a second that refers to it, and one whose definition is long.
 inline MemoryFiles::Content SmallDatabase(bool with_tables, jet::Version version) {
-    using jet::ColumnType;
     MemoryFiles files;
     {
         const auto database =
@@ -21,7 +20,7 @@ inline MemoryFiles::Content SmallDatabase(bool with_tables, jet::Version version
         jet::Database::Writing writing(*database);
         if (with_tables) {
             database->CreateTable({.name = u"A",
-                                   .columns = {{.name = u"N", .type = ColumnType::Long, .autonumber = true},
+                                   .columns = {{.name = u"N", .type = ColumnType::Long, .counter = true},
                                                {.name = u"T", .size = 50},
                                                {.name = u"M", .type = ColumnType::Memo},
                                                {.name = u"O", .type = ColumnType::LongBinary},

@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         });
     };
     structure([&] { database->CreateTable({.name = u"N", .columns = {{.name = u"A"}}}); });
-    structure([&] { database->AddColumn(u"A", {.name = u"Z", .type = jet::ColumnType::Long}); });
+    structure([&] { database->AddColumn(u"A", {.name = u"Z", .type = ColumnType::Long}); });
     structure([&] { database->DropIndex(u"A", u"I"); });
     structure([&] { database->DropRelationship(u"AR"); });
     structure([&] { database->DropTable(u"A"); });

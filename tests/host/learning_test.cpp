@@ -10,9 +10,9 @@
 #include "host/practice/overview.h"
 #include "host/practice/question_times.h"
 #include "host_fixture.h"
-#include "jet/pager.h"
 #include "learning/practice_history.h"
 #include "support/other_files.h"
+#include "support/own_files.h"
 
 namespace qmtrain::host {
 namespace {
@@ -20,9 +20,6 @@ namespace {
 // Counts the locks: who reads or writes a database in one go takes them once.
 class CountedFiles : public test::WrappedFiles {
 public:
-    CountedFiles() { jet::SetDefaultFiles(this); }
-    ~CountedFiles() override { jet::SetDefaultFiles(nullptr); }
-
     int locks = 0;
 
 private:
@@ -97,6 +94,7 @@ TEST_F(LearningTest, ManyPracticesTakeNoMoreStatementsThanFew) {
         std::map<std::string, int> locks;
         for (const Operation& operation : operations) {
             CountedFiles files;
+            const test::OwnFiles own(files);
             operation.run();
             locks[operation.name] = files.locks;
             EXPECT_GT(files.locks, 0) << operation.name;

@@ -338,7 +338,7 @@ void TakeServerAway(const std::u16string& client) {
                                                                                {u"Tbl_SubjectBrief", u"SubjectCode"}};
     for (const auto& [name, key] : kTables) {
         jet::TableSpec spec{.name = std::u16string(name)};
-        spec.columns.push_back({.name = std::u16string(key), .type = jet::ColumnType::Long});
+        spec.columns.push_back({.name = std::u16string(key), .type = ColumnType::Long});
         database->Storage().CreateOdbcLink(spec, u"DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=1;DATABASE=x",
                                            name, false, Bytes(6));
     }

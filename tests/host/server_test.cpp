@@ -37,7 +37,8 @@ protected:
         const auto owner = dao::ConnectTo(odbc::ConnectString(connect));
         MakeServerTables(*owner);
         const std::u16string file = ClientDatabase(data_.path);
-        CopyToServer(*dao::JetDatabase::Open(file, true), *owner, [](std::u16string_view, std::int64_t) {});
+        CopyToServer(*dao::JetDatabase::Open(file, {.read_only = true}), *owner,
+                     [](std::u16string_view, std::int64_t) {});
         std::filesystem::remove(ToNativePath(file));
         LinkServerTables(*dao::JetDatabase::Create(file), connect);
     }

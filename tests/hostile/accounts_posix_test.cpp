@@ -35,9 +35,9 @@ protected:
         SetComponentFolder(folder_.Path());
         const auto database = jet::Database::Create(file_, {}, {.durable = false});
         Write(*database, [&] {
-            database->CreateTable({.name = u"T",
-                                   .columns = {{.name = u"K", .type = jet::ColumnType::Long},
-                                               {.name = u"M", .type = jet::ColumnType::Memo}}});
+            database->CreateTable(
+                {.name = u"T",
+                 .columns = {{.name = u"K", .type = ColumnType::Long}, {.name = u"M", .type = ColumnType::Memo}}});
             for (std::size_t key = 0; key < kRows; ++key) {
                 database->FindTable(u"T")->Insert(
                     std::vector<Value>{static_cast<std::int32_t>(key), std::u16string(1500, u'长')});

@@ -30,7 +30,7 @@ protected:
         const auto database = jet::Database::Create(file_, {}, {.durable = false});
         Write(*database, [&] {
             database->CreateTable({.name = u"T",
-                                   .columns = {{.name = u"K", .type = jet::ColumnType::Long}},
+                                   .columns = {{.name = u"K", .type = ColumnType::Long}},
                                    .indexes = {{.name = u"PrimaryKey", .columns = {{u"K"}}, .primary = true}}});
             for (int key = 1; key <= 10; ++key) database->FindTable(u"T")->Insert(std::vector<Value>{key});
         });
@@ -57,9 +57,8 @@ protected:
         const jet::PagerOptions options{.cache_bytes = 0, .durable = false};
         {
             const auto first = jet::Database::Open(path, options);
-            Write(*first, [&] {
-                first->CreateTable({.name = u"M", .columns = {{.name = u"X", .type = jet::ColumnType::Memo}}});
-            });
+            Write(*first,
+                  [&] { first->CreateTable({.name = u"M", .columns = {{.name = u"X", .type = ColumnType::Memo}}}); });
         }
         const auto database = jet::Database::Open(path, options);
         database->BeginTransaction();
@@ -358,7 +357,7 @@ TEST_F(BesideTest, TheJournalOfATwin) {
             jet::Database::Create(path, {.version = version}, {.durable = false});
             const auto database = Open(path);
             Write(*database, [&] {
-                database->CreateTable({.name = u"T", .columns = {{.name = u"K", .type = jet::ColumnType::Long}}});
+                database->CreateTable({.name = u"T", .columns = {{.name = u"K", .type = ColumnType::Long}}});
                 for (int key = 0; key < 500; ++key) {
                     database->FindTable(u"T")->Insert(std::vector<Value>{key * (i + 1)});
                 }

@@ -15,7 +15,6 @@ protected:
         JetDatabase::Create(Name(u"Other.mdb"))->Execute(u"CREATE TABLE Mine (K LONG PRIMARY KEY)");
         database_->CreateTableDef(u"Theirs", u";DATABASE=Other.mdb", u"Mine");
     }
-    ~HostileLinkTest() override { jet::SetDefaultFiles(nullptr); }
 
     std::int32_t Insert(Database& database, int key) {
         return ErrorOf([&] { database.Execute(u"INSERT INTO Theirs VALUES (" + ToText(std::int64_t{key}) + u")"); });
@@ -24,8 +23,7 @@ protected:
 
 TEST_F(HostileLinkTest, ListingOpensNothing) {
     test::WrappedFiles files;
-    jet::SetDefaultFiles(&files);
-    const auto database = JetDatabase::Open(Name(u"Client.mdb"));
+    const auto database = JetDatabase::Open(Name(u"Client.mdb"), {.files = &files});
     bool listed = false;
     for (const TableDef& table : database->TableDefs()) listed = listed || (table.name == u"Theirs" && table.linked);
     EXPECT_TRUE(listed);
@@ -63,8 +61,7 @@ TEST_F(HostileLinkTest, RightsOfLinks) {
 // To open a file on another machine tells that machine who asks.
 TEST_F(HostileLinkTest, NoOtherMachineIsAsked) {
     test::WrappedFiles files;
-    jet::SetDefaultFiles(&files);
-    const auto stored = JetDatabase::Open(Name(u"Client.mdb"));
+    const auto stored = JetDatabase::Open(Name(u"Client.mdb"), {.files = &files});
     const auto rows = stored->OpenRecordset(u"SELECT * FROM MSysObjects WHERE Name='Theirs'");
     ASSERT_FALSE(rows->Eof());
     for (const std::u16string_view path : {u"\\\\host\\share\\x.mdb", u"//host/share/x.mdb", u"\\/host\\share\\x.mdb",
@@ -76,7 +73,8 @@ TEST_F(HostileLinkTest, NoOtherMachineIsAsked) {
         rows->Update();
         files.opened.clear();
         const auto use = [&](bool network) {
-            const auto database = Engine::Instance().OpenDatabase(Name(u"Client.mdb"), false, {}, {.network = network});
+            const auto database =
+                JetDatabase::Open(Name(u"Client.mdb"), {.links = {.network = network}, .files = &files});
             return ErrorOf([&] { database->OpenRecordset(u"Theirs"); });
         };
         EXPECT_EQ(use(false), static_cast<int>(ErrorNumber::OperationNotSupported));

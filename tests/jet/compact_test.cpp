@@ -30,10 +30,11 @@ struct Shape {
     bool operator==(const Shape&) const = default;
 };
 
-std::u16string Described(const Column& column, const Format& format) {
+std::u16string Described(const StoredColumn& column, const Format& format) {
     const std::size_t unit = column.type == ColumnType::Text ? format.text_unit : 1;
-    return column.name + u" " + ToText(static_cast<int>(column.type)) + u" " + ToText(column.flags) + u" " +
-           ToText(column.ordinal) + u" " + ToText(static_cast<std::int64_t>(column.length / unit));
+    return column.name + u" " + ToText(column.foreign_type.value_or(StoredType(column.type))) + u" " +
+           ToText(column.flags) + u" " + ToText(column.ordinal) + u" " +
+           ToText(static_cast<std::int64_t>(column.length / unit));
 }
 
 Shape ShapeOf(Database& database, std::u16string_view name) {
@@ -43,7 +44,7 @@ Shape ShapeOf(Database& database, std::u16string_view name) {
     const auto table = database.FindTable(name);
     const TableDefinition& definition = table->Definition();
     shape.autonumber = definition.autonumber;
-    for (const Column& column : definition.columns) {
+    for (const StoredColumn& column : definition.columns) {
         shape.columns.push_back(Described(column, database.GetPager().GetFormat()));
     }
     for (const LogicalIndex& logical : definition.logical_indexes) {
@@ -97,7 +98,7 @@ std::vector<std::u16string> PropertiesOf(Database& database) {
         for (const auto& [owner, list] : properties.owners) {
             for (const Property& property : list) {
                 std::u16string text = object.name + u"." + owner + u"." + property.name;
-                const bool is_text = IsText(static_cast<ColumnType>(property.type));
+                const bool is_text = IsText(TypeOfStored(property.type).value_or(ColumnType::Binary));
                 text += is_text ? u"=" + property.AsText(database.GetPager().GetFormat(), database.CodePage())
                                 : u" " + ToText(static_cast<std::int64_t>(property.value.size()));
                 texts.push_back(text);
@@ -187,7 +188,7 @@ TEST_F(CompactTest, LeavesTheGapsBehind) {
             const auto database = Database::Create(Old(), {.version = version}, {.durable = false});
             Write(*database, [&] {
                 database->CreateTable({.name = u"Notes",
-                                       .columns = {{.name = u"NoteID", .type = ColumnType::Long, .autonumber = true},
+                                       .columns = {{.name = u"NoteID", .type = ColumnType::Long, .counter = true},
                                                    {.name = u"Gone", .type = ColumnType::Double},
                                                    {.name = u"Name", .required = true},
                                                    {.name = u"Content", .type = ColumnType::Memo}},

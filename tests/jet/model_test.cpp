@@ -24,7 +24,7 @@ TableSpec EveryType(Version version) {
     using enum ColumnType;
     TableSpec table;
     table.name = u"全部类型";
-    table.columns = {{.name = u"编号", .type = Long, .autonumber = true},
+    table.columns = {{.name = u"编号", .type = Long, .counter = true},
                      {.name = u"是否", .type = Boolean},
                      {.name = u"字节", .type = Byte},
                      {.name = u"整数", .type = Integer},
@@ -49,7 +49,7 @@ TableSpec EveryType(Version version) {
     // Other names, and no decimals.
     table.columns.pop_back();
     const auto rename = [](std::u16string& name) { name = test::Fitting(name, Version::Jet3); };
-    for (ColumnSpec& column : table.columns) rename(column.name);
+    for (Column& column : table.columns) rename(column.name);
     for (IndexSpec& index : table.indexes) {
         rename(index.name);
         for (IndexColumnSpec& part : index.columns) rename(part.column);
@@ -139,7 +139,7 @@ private:
         }
     }
 
-    Value RandomValue(const Column& column) {
+    Value RandomValue(const StoredColumn& column) {
         if (column.type != ColumnType::Boolean && Pick(6) == 0) return Null{};
         switch (column.type) {
             case ColumnType::Boolean: return Pick(2) == 0;
@@ -176,7 +176,7 @@ private:
         const auto table = database_->FindTable(spec_.name);
         for (int count = Pick(30); count >= 0; --count) {
             Row row;
-            for (const Column& column : table->Definition().columns) {
+            for (const StoredColumn& column : table->Definition().columns) {
                 row.push_back(column.IsAutonumber() ? Value() : RandomValue(column));
             }
             const RowPointer where = table->Insert(row);

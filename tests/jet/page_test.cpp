@@ -46,7 +46,7 @@ Bytes KeyOf(ColumnType type, bool ascending, const Value& value) {
     Header header;
     header.format = &kJet4;
     header.sort_order = kGeneralOrder;
-    Column column;
+    StoredColumn column;
     column.type = type;
     Bytes key;
     EXPECT_TRUE(HasKey(column, value, header));
@@ -251,7 +251,7 @@ TEST(Jet3Row, LongRowsHaveJumps) {
     table.max_columns = 3;
     table.variable_columns = 3;
     for (std::uint16_t i = 0; i < 3; ++i) {
-        Column& column = table.columns.emplace_back();
+        StoredColumn& column = table.columns.emplace_back();
         column.number = column.variable_index = i;
         column.length = 255;
     }

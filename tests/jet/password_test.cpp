@@ -40,7 +40,7 @@ protected:
         return database;
     }
 
-    std::unique_ptr<Database> Open(std::u16string_view password, FileSystem* files = nullptr) const {
+    std::unique_ptr<Database> Open(std::u16string_view password, FileSystem* files = &FileSystem::Native()) const {
         return Database::Open(Path(), {.password = std::u16string(password), .system = files});
     }
 

@@ -36,7 +36,7 @@ protected:
         Write(*database, [&] { database->CreateLink(u"L", u";DATABASE=B.mdb", u"T"); });
     }
 
-    static std::unique_ptr<Database> Open(const std::filesystem::path& path, FileSystem* system = nullptr,
+    static std::unique_ptr<Database> Open(const std::filesystem::path& path, FileSystem* system = &FileSystem::Native(),
                                           std::shared_ptr<Session> session = nullptr) {
         return Database::Open(
             path, {.lock_timeout = std::chrono::milliseconds(50), .system = system, .session = std::move(session)});

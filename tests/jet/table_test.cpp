@@ -58,7 +58,7 @@ TEST_P(TableTest, RefusesWhatBreaksAConstraintAndChangesNothing) {
     auto database = Create();
     Write(*database, [&] {
         database->CreateTable({.name = u"Notes",
-                               .columns = {{.name = u"NoteID", .type = ColumnType::Long, .autonumber = true},
+                               .columns = {{.name = u"NoteID", .type = ColumnType::Long, .counter = true},
                                            {.name = u"Code", .size = 5, .required = true, .allow_zero_length = false},
                                            {.name = u"Name", .size = 10},
                                            {.name = u"Kind", .type = ColumnType::Byte},
@@ -183,8 +183,8 @@ TEST_P(TableTest, StructureChangesKeepTheRows) {
               duplicate);
     Write(*database, [&] {
         database->CreateIndex(u"T", {.name = u"IA", .columns = {{u"A", false}, {u"B"}}, .unique = true});
-        database->AddColumn(u"T", {.name = u"N", .type = ColumnType::Long, .autonumber = true});
-        database->AddColumn(u"T", {.name = u"D", .type = ColumnType::Double, .default_value = u"1.5"});
+        database->AddColumn(u"T", {.name = u"N", .type = ColumnType::Long, .counter = true});
+        database->AddColumn(u"T", {.name = u"D", .type = ColumnType::Double, .default_expression = u"1.5"});
         database->AddColumn(u"T", {.name = u"M2", .type = ColumnType::Memo});
     });
     ExpectClean(*database);
@@ -447,7 +447,7 @@ TEST(SampleTables, StayCleanUnderChanges) {
             for (std::size_t i = 0; i < 2000; ++i) {
                 std::vector<Value> row = before[i % before.size()];
                 for (std::size_t j = 0; j < row.size(); ++j) {
-                    const Column& column = table->Definition().columns[j];
+                    const StoredColumn& column = table->Definition().columns[j];
                     if (column.type != ColumnType::Long) continue;
                     row[j] = column.IsAutonumber() ? Value() : Value(100000 + static_cast<int>(i));
                 }
@@ -487,7 +487,7 @@ TEST(Jet3Limits, AreRefused) {
     });
     const std::u16string long_text(9000, u'x');
     const auto insert = [&](std::vector<Value> row) { database->FindTable(u"T")->Insert(row); };
-    const auto add = [&](ColumnSpec column) { database->AddColumn(u"T", column); };
+    const auto add = [&](Column column) { database->AddColumn(u"T", column); };
     struct Case {
         const char* name;
         std::function<void()> run;
@@ -515,7 +515,7 @@ TEST(Jet3Limits, AreRefused) {
         {"column", [&] { add({.name = u"列"}); }, ErrorNumber::InvalidName, u"“列”"},
         {"index", [&] { database->CreateIndex(u"T", {.name = u"引", .columns = {{u"K"}}}); }, ErrorNumber::InvalidName,
          u"“引”"},
-        {"default value", [&] { add({.name = u"D", .default_value = u"'值'"}); }, ErrorNumber::DataTypeConversion,
+        {"default value", [&] { add({.name = u"D", .default_expression = u"'值'"}); }, ErrorNumber::DataTypeConversion,
          u"“值”"},
         {"binary", [&] { add({.name = u"B", .type = ColumnType::Binary, .size = 256}); }, ErrorNumber::FieldTooLarge,
          u"“B”"},

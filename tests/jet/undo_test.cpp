@@ -24,7 +24,7 @@ class Pages {
 public:
     using Values = std::vector<std::uint32_t>;
 
-    explicit Pages(const std::filesystem::path& path, FileSystem* system = nullptr,
+    explicit Pages(const std::filesystem::path& path, FileSystem* system = &FileSystem::Native(),
                    std::shared_ptr<Session> session = nullptr, std::size_t cache = 0)
         : database_(Database::Create(path, {}, {.durable = false})) {
         database_ = Database::Open(

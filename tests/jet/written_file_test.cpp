@@ -30,7 +30,7 @@ protected:
     void MakeTables() {
         using enum ColumnType;
         TableSpec results = {.name = u"TrainResult",
-                             .columns = {{.name = u"ResultID", .type = Long, .autonumber = true},
+                             .columns = {{.name = u"ResultID", .type = Long, .counter = true},
                                          {.name = u"题号", .size = 40},
                                          {.name = u"答案", .size = 200},
                                          {.name = u"Done", .type = Boolean},
@@ -57,7 +57,7 @@ protected:
     // In Jet 3 there are no decimals.
     static void MakeFit(TableSpec& table) {
         table.columns.pop_back();
-        for (ColumnSpec& column : table.columns) column.name = Own(column.name);
+        for (Column& column : table.columns) column.name = Own(column.name);
         for (IndexSpec& index : table.indexes) {
             for (IndexColumnSpec& part : index.columns) part.column = Own(part.column);
         }

@@ -2,9 +2,9 @@
 
 #include <map>
 
+#include "bank/create_bank.h"
 #include "bank/data_info.h"
 #include "bank/question_item.h"
-#include "bank/create_bank.h"
 #include "core/log.h"
 #include "dao/odbc_table.h"
 #include "odbc_fixture.h"
@@ -71,7 +71,7 @@ protected:
     // The tables of the file go to the server, and links take their place.
     void MoveToServer(std::u16string_view file) const {
         const auto owner = odbc::Connection::Open(odbc::ConnectString(connect_));
-        const auto bank = dao::JetDatabase::Open(file, false, nullptr, {}, kServerRights);
+        const auto bank = dao::JetDatabase::Open(file, {.links = kServerRights});
         for (const dao::TableDef& table : bank->TableDefs()) {
             if (table.system) continue;
             std::u16string columns;

@@ -93,7 +93,7 @@ TEST_F(LinkTest, IsStoredWithItsColumnsAndKeyAndWithoutThePassword) {
         ASSERT_EQ(definition->Definition().columns.size(), 4U);
         EXPECT_EQ(definition->Definition().columns[1].name, u"名");
         EXPECT_TRUE(definition->Definition().columns[0].IsAutonumber());
-        EXPECT_EQ(definition->Definition().columns[3].type, jet::ColumnType::Memo);
+        EXPECT_EQ(definition->Definition().columns[3].type, ColumnType::Memo);
         EXPECT_EQ(definition->RowCount(), 0U);
     }
     EXPECT_TRUE(database_->HasTable(u"TRAIN"));

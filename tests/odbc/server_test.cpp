@@ -100,7 +100,7 @@ protected:
             client.Execute(u"INSERT INTO Notes (Name, IsShared, CreateDate) VALUES ('', True, #1899-12-30#)");
             client.Execute(u"INSERT INTO Tbl_SetUser VALUES (1, '王小明', Null)");
         });
-        client_ = dao::JetDatabase::Open(ClientDatabase(FromNativePath(folder_.Path())), true);
+        client_ = dao::JetDatabase::Open(ClientDatabase(FromNativePath(folder_.Path())), {.read_only = true});
     }
 
     void Copy() {

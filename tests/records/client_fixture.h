@@ -68,7 +68,7 @@ protected:
 
     // Statements separated by ";".
     void Execute(std::u16string_view sql) const {
-        dao::JetDatabase::Open(ClientDatabase(Path()), false, nullptr, {}, kRights)->ExecuteScript(sql);
+        dao::JetDatabase::Open(ClientDatabase(Path()), {.links = kRights})->ExecuteScript(sql);
     }
 
     // The values of one column, joined with blanks.

@@ -32,7 +32,7 @@ protected:
         {
             const auto database = Open();
             Write(*database, [&] {
-                database->CreateTable({.name = u"O", .columns = {{.name = u"B", .type = jet::ColumnType::LongBinary}}});
+                database->CreateTable({.name = u"O", .columns = {{.name = u"B", .type = ColumnType::LongBinary}}});
             });
         }
         const std::uint64_t from = std::filesystem::file_size(Path()) / Form().page_size;

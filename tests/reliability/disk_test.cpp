@@ -10,14 +10,13 @@
 #include "reliability/practice.h"
 #include "reliability/run_length.h"
 #include "reliability/sample_table.h"
+#include "support/own_files.h"
 
 namespace qmtrain::test {
 namespace {
 
 class DiskTest : public PracticeTest {
 protected:
-    ~DiskTest() override { jet::SetDefaultFiles(nullptr); }
-
     // What is called after the file is safe on the disk harms nobody when it fails.
     void FailEachCall(const std::function<bool()>& run, ScriptedFiles::After after) {
         files_.after = after;
@@ -44,7 +43,7 @@ protected:
 };
 
 TEST_F(DiskTest, EachCallOfEachOperation) {
-    jet::SetDefaultFiles(&files_);
+    const OwnFiles own(files_);
     Candidate candidate(Folder(), 7);
     struct Case {
         const char* name;

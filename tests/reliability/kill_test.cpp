@@ -78,7 +78,8 @@ bool SameButForTimes(const std::vector<std::uint8_t>& found, const std::vector<s
 
 class KillEachCallTest : public KillTest, public testing::WithParamInterface<jet::Version> {
 protected:
-    static std::unique_ptr<jet::Database> Open(const std::filesystem::path& path, FileSystem* files = nullptr) {
+    static std::unique_ptr<jet::Database> Open(const std::filesystem::path& path,
+                                               FileSystem* files = &FileSystem::Native()) {
         return jet::Database::Open(path, {.cache_bytes = 0, .password = kSamplePassword, .system = files});
     }
 

@@ -113,7 +113,7 @@ private:
         const jet::Database::Reading reading(*database_);
         const auto& columns = database_->FindTable(table)->Definition().columns;
         const auto found = std::find_if(columns.begin(), columns.end(),
-                                        [&](const jet::Column& each) { return EqualNames(each.name, column); });
+                                        [&](const jet::StoredColumn& each) { return EqualNames(each.name, column); });
         return static_cast<std::size_t>(found - columns.begin());
     }
 

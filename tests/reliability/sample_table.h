@@ -24,7 +24,6 @@ inline void MakeSample(const std::filesystem::path& path, FileSystem& files,
                        jet::Version version = jet::Version::Jet4) {
     const auto database = jet::Database::Create(path, {.version = version}, {.durable = false, .system = &files});
     Write(*database, [&] {
-        using jet::ColumnType;
         database->CreateTable({.name = u"T",
                                .columns = {{.name = u"K", .type = ColumnType::Long},
                                            {.name = u"A"},

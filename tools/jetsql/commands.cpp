@@ -124,7 +124,7 @@ void Commands::Dump(const std::string& name) {
     const auto table = database_.FindTable(FromUtf8(name));
     if (!table) Raise(ErrorNumber::NoSuchTable, {FromUtf8(name)});
     std::vector<std::u16string> columns;
-    for (const jet::Column& column : table->Definition().columns) columns.push_back(column.name);
+    for (const jet::StoredColumn& column : table->Definition().columns) columns.push_back(column.name);
     writer_.Begin(columns);
     std::vector<Value> row(columns.size());
     jet::RowCursor cursor(*table);

@@ -7,8 +7,6 @@
 namespace qmtrain::jetsql {
 namespace {
 
-using jet::ColumnType;
-
 std::u16string Quoted(std::u16string_view name) {
     return u"[" + std::u16string(name) + u"]";
 }
@@ -23,7 +21,7 @@ std::u16string Listed(const List& list, Describe describe) {
     return u"(" + text + u")";
 }
 
-std::u16string TypeText(const jet::Column& column, jet::Version version) {
+std::u16string TypeText(const jet::StoredColumn& column, jet::Version version) {
     switch (column.type) {
         case ColumnType::Boolean: return u"YESNO";
         case ColumnType::Byte: return u"BYTE";
@@ -54,7 +52,7 @@ public:
 
     void Describe() {
         std::u16string text = u"CREATE TABLE " + name_ + u" (\n";
-        for (const jet::Column& column : definition_.columns) text += u"  " + ColumnText(column) + u",\n";
+        for (const jet::StoredColumn& column : definition_.columns) text += u"  " + ColumnText(column) + u",\n";
         for (const jet::LogicalIndex& index : definition_.logical_indexes) {
             if (index.role != jet::IndexRole::Primary) continue;
             text += u"  CONSTRAINT " + Quoted(index.name) + u" PRIMARY KEY " + Keys(index) + u",\n";
@@ -67,9 +65,9 @@ public:
     }
 
 private:
-    std::u16string ColumnText(const jet::Column& column) const {
+    std::u16string ColumnText(const jet::StoredColumn& column) const {
         std::u16string text = Quoted(column.name) + u" " + TypeText(column, table_.GetVersion());
-        std::u16string_view value = column.default_value;
+        std::u16string_view value = column.default_expression;
         while (!value.empty() && (value.front() == u'=' || value.front() == u' ')) value.remove_prefix(1);
         if (!value.empty() && column.type != ColumnType::Guid) text += u" DEFAULT " + std::u16string(value);
         if (column.required) text += u" NOT NULL";

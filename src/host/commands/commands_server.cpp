@@ -68,7 +68,7 @@ ServerOptions Parse(const CommandWords& words) {
 
 void Copy(const ServerOptions& options, odbc::Connection& server) {
     RequireClientDatabase(options.folder);
-    const auto client = dao::JetDatabase::Open(ClientDatabase(options.folder), true);
+    const auto client = dao::JetDatabase::Open(ClientDatabase(options.folder), {.read_only = true});
     CopyToServer(*client, server, [](std::u16string_view table, std::int64_t rows) {
         std::printf("%s：%lld 行\n", ToUtf8(table).c_str(), static_cast<long long>(rows));
         std::fflush(stdout);
@@ -87,7 +87,7 @@ void Link(const ServerOptions& options) {
             LinkServerTables(static_cast<dao::JetDatabase&>(made), options.connect);
         });
     }
-    const auto client = dao::JetDatabase::Open(file, false, nullptr, {}, {.write = true, .servers = true});
+    const auto client = dao::JetDatabase::Open(file, {.links = {.write = true, .servers = true}});
     for (const dao::TableDef& table : client->TableDefs()) {
         if (table.system || table.linked) continue;
         Fail(u"“" + file + u"”有自己的表。请先用 copy 把记录送到服务器，再把它改名。");

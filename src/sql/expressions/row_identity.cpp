@@ -12,7 +12,7 @@ bool IdentifiesRows(const Table& table, const Index& index) {
     if (!index.unique) return false;
     return std::ranges::all_of(index.columns, [&](const IndexColumn& part) {
         const Column& column = table.ColumnAt(part.column);
-        const bool is_long = column.type == ColumnType::Memo || column.type == ColumnType::LongBinary;
+        const bool is_long = IsLongValue(column.type);
         return !is_long && (index.primary || index.required || column.required);
     });
 }

@@ -67,7 +67,7 @@ std::uint64_t TableSource::Identity() {
 
 bool TableSource::IsLong(std::size_t slot) const {
     const ColumnType type = infos_[static_cast<std::size_t>(ColumnOfSlot(static_cast<int>(slot)))].shape.type;
-    return type == ColumnType::Memo || type == ColumnType::LongBinary;
+    return IsLongValue(type);
 }
 
 Place TableSource::Keep() {

@@ -49,8 +49,7 @@ inline double DoubleOf(const Value& value) {
     }
 }
 
-// The type of the values that a column holds, and the column that holds a type of value.
-Value::Type ValueTypeOf(ColumnType type);
+// The column that holds a type of value.
 Shape ShapeOf(Value::Type type);
 Shape ShapeOf(const Column& column);
 

@@ -56,9 +56,9 @@ inline void ChangeRow(jet::Database& database, const std::u16string& name, RowCh
     if (!table) return;
     std::vector<Value> row;
     std::vector<jet::ColumnChange> changes;
-    for (const jet::Column& column : table->Definition().columns) {
-        const bool memo = column.type == jet::ColumnType::Memo;
-        const bool text = memo || column.type == jet::ColumnType::Text;
+    for (const jet::StoredColumn& column : table->Definition().columns) {
+        const bool memo = column.type == ColumnType::Memo;
+        const bool text = memo || column.type == ColumnType::Text;
         if (text) changes.push_back({static_cast<int>(row.size()), std::u16string(memo ? 50 : 1, u'm')});
         row.push_back(text ? Value(std::u16string(memo ? 3000 : 1, u'字')) : Value());
     }

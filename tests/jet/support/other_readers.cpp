@@ -19,9 +19,8 @@
 namespace qmtrain::test {
 namespace {
 
-using jet::Column;
-using jet::ColumnType;
 using jet::RowCursor;
+using jet::StoredColumn;
 using jet::Table;
 using Line = std::vector<Cell>;
 
@@ -51,7 +50,7 @@ class Reader {
 public:
     virtual ~Reader() = default;
 
-    virtual bool Agrees(const Column& column, const Value& value, const Cell& cell) const {
+    virtual bool Agrees(const StoredColumn& column, const Value& value, const Cell& cell) const {
         if (value.IsNull()) return IsNull(cell);
         if (IsNull(cell)) return false;
         switch (value.GetType()) {
@@ -84,13 +83,13 @@ public:
     static constexpr const char* kNull = "<null>";
 
     // Its defects: texts and short binary values end at a zero, and count as Null when nothing is left.
-    bool Agrees(const Column& column, const Value& value, const Cell& cell) const override {
+    bool Agrees(const StoredColumn& column, const Value& value, const Cell& cell) const override {
         if (Reader::Agrees(column, value, cell)) return true;
         if (value.IsNull()) return false;
         if (column.type == ColumnType::Text) {
             return Reader::Agrees(column, Value(value.Text().substr(0, value.Text().find(u'\0'))), cell);
         }
-        if (column.type != ColumnType::Binary && column.type != ColumnType::Internal) return false;
+        if (column.type != ColumnType::Binary) return false;
         Bytes cut = value.Binary();
         cut.erase(std::find(cut.begin(), cut.end(), 0), cut.end());
         return cut.empty() ? IsNull(cell) : Reader::Agrees(column, Value(cut), cell);
@@ -125,11 +124,11 @@ class MdbReaderReader : public Reader {
 // where its bytes are.
 void Compare(const Reader& reader, const std::shared_ptr<Table>& table, std::vector<Line> lines) {
     SCOPED_TRACE("table " + ToUtf8(table->Name()));
-    const std::vector<Column>& columns = table->Definition().columns;
+    const std::vector<StoredColumn>& columns = table->Definition().columns;
     ASSERT_FALSE(lines.empty());
     const Line names = lines.front();
     std::vector<std::size_t> places;  // by column: its cell in a line
-    for (const Column& column : columns) {
+    for (const StoredColumn& column : columns) {
         const auto found = std::find_if(names.begin(), names.end(),
                                         [&](const Cell& cell) { return cell.text == ToUtf8(column.name); });
         ASSERT_NE(found, names.end()) << ToUtf8(column.name);
@@ -139,10 +138,10 @@ void Compare(const Reader& reader, const std::shared_ptr<Table>& table, std::vec
     lines.erase(lines.begin());
     for (const Line& line : lines) ASSERT_EQ(line.size(), columns.size());
     // Rows are looked for among those with the same number in the first column of whole numbers.
-    const auto anchor =
-        static_cast<std::size_t>(std::find_if(columns.begin(), columns.end(),
-                                              [](const Column& column) { return column.type == ColumnType::Long; }) -
-                                 columns.begin());
+    const auto anchor = static_cast<std::size_t>(
+        std::find_if(columns.begin(), columns.end(),
+                     [](const StoredColumn& column) { return column.type == ColumnType::Long; }) -
+        columns.begin());
     std::unordered_map<std::string, std::list<Line>> remaining;
     for (Line& line : lines) {
         std::string key;

@@ -24,7 +24,7 @@ struct TestEngine {
 
 std::shared_ptr<dao::Database> OpenDatabase(TestEngine& engine, std::u16string_view name, Value, Value read_only,
                                             Value) {
-    return engine.jet.OpenDatabase(name, read_only == Value(true));
+    return engine.jet.OpenDatabase(name, {}, {.read_only = read_only == Value(true)});
 }
 
 constexpr wchar_t kClasses[] = L"Software\\Classes\\";
