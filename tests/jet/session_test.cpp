@@ -166,8 +166,8 @@ TEST_F(SessionTest, AFailedCommitLeavesNoFileChanged) {
 // One file's reader does not let the commit through: neither file is changed, and nothing stays open.
 TEST_F(SessionTest, ACommitThatCannotLockAFileUndoesAll) {
     const auto session = std::make_shared<Session>();
-    const auto a = Open(a_, nullptr, session);
-    const auto b = Open(b_, nullptr, session);
+    const auto a = Open(a_, &FileSystem::Native(), session);
+    const auto b = Open(b_, &FileSystem::Native(), session);
     const auto reader = Open(a_);
     a->BeginTransaction();
     Insert(*b, u"T", {1});
@@ -185,7 +185,7 @@ TEST_F(SessionTest, ACommitThatCannotLockAFileUndoesAll) {
 
 TEST_F(SessionTest, NestedLevelsAndAFileThatComesLater) {
     const auto session = std::make_shared<Session>();
-    const auto a = Open(a_, nullptr, session);
+    const auto a = Open(a_, &FileSystem::Native(), session);
     a->BeginTransaction();
     Insert(*a, u"T", {1});
     a->BeginTransaction();
@@ -210,8 +210,8 @@ TEST_F(SessionTest, NestedLevelsAndAFileThatComesLater) {
 
 TEST_F(SessionTest, AFileThatIsClosedLeavesTheTransaction) {
     const auto session = std::make_shared<Session>();
-    auto a = Open(a_, nullptr, session);
-    const auto b = Open(b_, nullptr, session);
+    auto a = Open(a_, &FileSystem::Native(), session);
+    const auto b = Open(b_, &FileSystem::Native(), session);
     b->BeginTransaction();
     Insert(*a, u"T", {1});
     Insert(*b, u"T", {1});

@@ -78,7 +78,7 @@ TEST_F(UndoTest, RandomLevelsAgreeWithAPlainModel) {
     std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
     std::mt19937_64 random(seed);
     const auto session = std::make_shared<Session>();
-    Pages files[] = {Pages(a_, nullptr, session), Pages(b_, nullptr, session)};
+    Pages files[] = {Pages(a_, &FileSystem::Native(), session), Pages(b_, &FileSystem::Native(), session)};
     std::vector<std::array<Pages::Values, 2>> levels;
     const auto change = [&](Pages& file) {
         Database::Writing writing(*file);
@@ -183,7 +183,7 @@ TEST_F(UndoTest, AnInnerCommitThatFailsUndoesItsLevelAlone) {
 // Another engine's part that fails undoes ours, in an inner transaction too.
 TEST_F(UndoTest, AnotherEnginesFailureUndoesAnInnerTransaction) {
     const auto session = std::make_shared<Session>();
-    Pages file(a_, nullptr, session);
+    Pages file(a_, &FileSystem::Native(), session);
     (*file).BeginTransaction();
     (*file).BeginTransaction();
     {
