@@ -50,8 +50,7 @@ public:
             if (!second->IsAt(path) || !file.IsAt(path)) return true;
             return keeps_locks_[device] = second->IsLocked(offset, 1);
         } catch (const AutomationError& error) {
-            if (error.Is(ErrorNumber::OperationNotSupported)) return false;
-            return true;  // it has just been removed, or may not be read
+            return !error.Is(ErrorNumber::OperationNotSupported);  // else it has just been removed, or may not be read
         }
     }
 

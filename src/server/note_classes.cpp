@@ -2,6 +2,7 @@
 
 #include "server/class_members.h"
 #include "server/host_modal.h"
+#include "server/object.h"
 #include "server/qmtraininfo.h"
 #include "server/record_sets.h"
 
