@@ -35,7 +35,7 @@ find_mdb_reader() {
   local folder=${XDG_CACHE_HOME:-$HOME/.cache}/qmtrain/mdb-reader-3.2.0
   if [ -n "${QMTRAIN_MDB_READER:-}" ] || ! command -v npm >/dev/null; then return 0; fi
   if [ ! -e "$folder/node_modules/mdb-reader" ]; then
-    npm install --silent --no-audit --no-fund --no-save --prefix "$folder" mdb-reader@3.2.0 >/dev/null 2>&1 ||
+    timeout 120 npm install --silent --no-audit --no-fund --no-save --prefix "$folder" mdb-reader@3.2.0 >/dev/null 2>&1 ||
       { say "npm cannot install mdb-reader: what it reads is not compared."; rm -rf "$folder"; return 0; }
   fi
   export QMTRAIN_MDB_READER=$folder/node_modules
