@@ -20,11 +20,15 @@ _qmtrain() {
             mapfile -t COMPREPLY < <(compgen -W "make pack print" -- "$word")
             return
             ;;
+        server)
+            mapfile -t COMPREPLY < <(compgen -W "init copy link" -- "$word")
+            return
+            ;;
         --user | --subject | --paper | --training | --trainings | --bank | --name | --title) return ;;
     esac
     local command=(qmtrain)
     case ${COMP_WORDS[1]} in
-        paper) command+=(paper "${COMP_WORDS[2]}") ;;
+        paper | server) command+=("${COMP_WORDS[1]}" "${COMP_WORDS[2]}") ;;
         import | export | export-history | export-paper | export-notes) command+=("${COMP_WORDS[1]}") ;;
     esac
     if [[ $word == -* ]]; then
@@ -35,6 +39,6 @@ _qmtrain() {
         compopt -o filenames
     else
         mapfile -t COMPREPLY < <(compgen -W "init seed list papers practice history notes import export paper \
-            export-history export-paper export-notes" -- "$word")
+            export-history export-paper export-notes server" -- "$word")
     fi
 } && complete -F _qmtrain qmtrain

@@ -15,7 +15,7 @@ Unicode true
 !include nsDialogs.nsh
 
 !define KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo"
-!define NEEDED_KB 60000
+!define NEEDED_KB 80000
 
 Name "QmTrainInfo"
 BrandingText "QmTrainInfo ${VERSION}"

@@ -23,12 +23,19 @@ constexpr std::u16string_view kLicences =
     u"Jackcess 的文字排序权重表 — Apache 许可证 2.0\n"
     u"https://www.apache.org/licenses/LICENSE-2.0\n\n"
     u"nanosvg — zlib 许可证\n"
-    u"https://github.com/memononen/nanosvg\n"
+    u"https://github.com/memononen/nanosvg\n\n"
+    u"pugixml、libxml2、JSON for Modern C++ — MIT 许可证\n"
+    u"https://opensource.org/license/mit\n\n"
+    u"CLI11 — 三条款 BSD 许可证\n"
+    u"https://opensource.org/license/bsd-3-clause\n"
 #ifdef _WIN32
     u"\nGCC 运行库 — GNU 通用公共许可证第 3 版，附 GCC 运行库例外 3.1\n"
     u"https://www.gnu.org/licenses/gcc-exception-3.1.html\n\n"
     u"mingw-w64 运行库 — Zope 公共许可证 2.1；winpthreads — MIT 许可证\n"
     u"https://www.mingw-w64.org/\n"
+#else
+    u"\ncairo — GNU 宽通用公共许可证 2.1 或 Mozilla 公共许可证 1.1\n"
+    u"https://www.cairographics.org/\n"
 #endif
     ;
 
