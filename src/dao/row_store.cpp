@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 
+#include "core/error.h"
 #include "dao/row_buffer.h"
 #include "jet/temporary_file.h"
 
@@ -53,10 +54,13 @@ const RowStore::Chunk& RowStore::Load(std::size_t number) const {
     const Chunk& chunk = chunks_[number];
     if (chunk.rows_in_file == 0) return chunk;
     if (loaded_.begins.empty() || loaded_from_ != number) {
+        loaded_from_ = SIZE_MAX;  // none, if it cannot be read
         loaded_.begins.resize(chunk.rows_in_file);
         loaded_.bytes.resize(chunk.bytes_in_file);
         const std::span<std::uint8_t> parts[] = {BytesOf(loaded_.begins), loaded_.bytes};
-        file_->ReadParts(chunk.place, parts);
+        if (file_->ReadParts(chunk.place, parts) != parts[0].size() + parts[1].size()) {
+            Raise(ErrorNumber::DiskError, {u"临时文件", u"临时文件不完整。"});
+        }
         loaded_from_ = number;
     }
     return loaded_;

@@ -18,23 +18,27 @@ std::uint64_t HashOf(std::u16string_view text) {
     return hash;
 }
 
+// What follows the name where a statement is prepared: the types of its values, and its text.
+std::u16string DeclarationOf(const Request& request) {
+    std::u16string declaration;
+    for (const GivenValue& value : request.values) {
+        declaration += &value == request.values.data() ? u'(' : u',';
+        declaration += value.type;
+    }
+    return declaration.append(u") AS ").append(request.text);
+}
+
 }  // namespace
 
-PreparedStatements::Entry::Entry(const std::u16string& text) : name_(u"qm_") {
+PreparedStatements::Entry::Entry(std::u16string_view declaration) : name_(u"qm_") {
     constexpr std::u16string_view kDigits = u"0123456789abcdef";
-    for (std::uint64_t rest = HashOf(text); rest != 0; rest >>= 4) name_ += kDigits[rest & 15];
+    for (std::uint64_t rest = HashOf(declaration); rest != 0; rest >>= 4) name_ += kDigits[rest & 15];
 }
 
 std::vector<std::u16string> PreparedStatements::Entry::Preparing(const Request& request) const {
     std::vector<std::u16string> statements;
     if (is_old_) statements.push_back(u"DEALLOCATE " + name_);
-    if (is_there_) return statements;
-    std::u16string& prepare = statements.emplace_back(u"PREPARE " + name_);
-    for (const GivenValue& value : request.values) {
-        prepare += &value == request.values.data() ? u'(' : u',';
-        prepare += value.type;
-    }
-    prepare.append(u") AS ").append(request.text);
+    if (!is_there_) statements.push_back(u"PREPARE " + name_ + DeclarationOf(request));
     return statements;
 }
 
@@ -71,10 +75,15 @@ bool PreparedStatements::Entry::Correct(std::u16string_view state) {
 
 PreparedStatements::Entry* PreparedStatements::Use(const Request& request) {
     if (request.values.empty()) return nullptr;
-    if (entries_.size() >= kMostTexts && !entries_.contains(request.text)) {
-        std::erase_if(entries_, [](const auto& entry) { return entry.second.uses_ < 2; });
+    const std::u16string declaration = DeclarationOf(request);
+    auto known = entries_.find(declaration);
+    if (known == entries_.end()) {
+        if (entries_.size() >= kMostTexts) {
+            std::erase_if(entries_, [](const auto& entry) { return entry.second.uses_ < 2; });
+        }
+        known = entries_.emplace(declaration, Entry(declaration)).first;
     }
-    Entry& entry = entries_.try_emplace(request.text, request.text).first->second;
+    Entry& entry = known->second;
     if (entry.uses_ == 2) return &entry;
     if (entry.uses_ == 1 && prepared_ == kMostPrepared) return nullptr;
     if (++entry.uses_ < 2) return nullptr;

@@ -1,8 +1,9 @@
 // Statements that a server keeps ready under a name: it need not read and plan them again, and the driver, which looks
 // at each character of what it sends, has less to look at.
 //
-// A statement is prepared when it comes for the second time. Its name comes from its text, for behind a pool of
-// connections each message may meet another one: what that has under the name means the same, or it has nothing.
+// A statement is prepared when it comes for the second time. Its name comes from its text and the types of its values,
+// for behind a pool of connections each message may meet another one: what that has under the name means the same, or
+// it has nothing.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +20,7 @@ class PreparedStatements {
 public:
     class Entry {
     public:
-        explicit Entry(const std::u16string& text);
+        explicit Entry(std::u16string_view declaration);
 
         // What has to be sent before it is called.
         std::vector<std::u16string> Preparing(const Request& request) const;
@@ -45,7 +46,7 @@ public:
     Entry* Use(const Request& request);
 
 private:
-    std::unordered_map<std::u16string, Entry> entries_;  // by text
+    std::unordered_map<std::u16string, Entry> entries_;  // by declaration
     std::size_t prepared_ = 0;
 };
 

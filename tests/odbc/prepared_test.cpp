@@ -54,6 +54,13 @@ protected:
     std::unique_ptr<odbc::Connection> connection_;
 };
 
+TEST_F(PreparedTest, ValuesOfOtherTypesAreAnotherStatement) {
+    const odbc::Request number{u"SELECT $1 || ''", {{u"5", u"integer"}}};
+    const odbc::Request text{u"SELECT $1 || ''", {{u"'five'", u"unknown"}}};
+    for (int times = 0; times < 3; ++times) EXPECT_EQ(AnswerOf(*connection_, number), u"5");
+    for (int times = 0; times < 3; ++times) EXPECT_EQ(AnswerOf(*connection_, text), u"five");
+}
+
 TEST_F(PreparedTest, WhatComesAgainIsPrepared) {
     EXPECT_EQ(AnswerOf(*connection_, Asking(1)), u"1.1");
     EXPECT_EQ(Names(*connection_), u"") << "most do not come again";
