@@ -84,6 +84,7 @@ void RaiseSystemError(const fs::path& path, int code) {
         case ENOENT:
             if (!path.parent_path().empty() && !fs::exists(path.parent_path())) Raise(ErrorNumber::InvalidPath, {name});
             Raise(ErrorNumber::FileNotFound, {name});
+        case ENAMETOOLONG:
         case ENOTDIR: Raise(ErrorNumber::InvalidPath, {name});
         case EACCES:
         case EPERM:
@@ -241,6 +242,21 @@ bool PosixFile::HasRightsOf(File& other) {
     const bool same_owner = own.st_uid == model.st_uid || (own.st_mode & S_IWGRP) != 0;
     return same_owner && own.st_gid == model.st_gid && RightsOf(own) == RightsOf(model) &&
            !AccessList::Of(like->descriptor_);
+}
+
+// Who made it keeps his right: that is asked for elsewhere. What the mode says of the group is, with an access list,
+// the most that anybody has by that.
+bool PosixFile::MoreMayWriteThan(File& other) {
+    const auto* like = dynamic_cast<const PosixFile*>(&other);
+    struct stat model {};
+    struct stat own {};
+    if (like == nullptr || fstat(like->descriptor_, &model) != 0 || fstat(descriptor_, &own) != 0) return false;
+    if ((model.st_mode & S_IWOTH) != 0) return false;
+    if ((own.st_mode & S_IWOTH) != 0) return true;
+    if ((own.st_mode & S_IWGRP) == 0) return false;
+    if ((model.st_mode & S_IWGRP) == 0) return true;
+    if (AccessList::Of(like->descriptor_)) return false;
+    return own.st_gid != model.st_gid || AccessList::Of(descriptor_);
 }
 
 void PosixFile::LetAllRead() {

@@ -40,6 +40,7 @@ public:
     std::optional<LockHolder> FindLockHolder(std::uint64_t offset, std::uint64_t length) override;
     void ShareLike(File& like, bool secret) override;
     bool HasRightsOf(File& other) override;
+    bool MoreMayWriteThan(File& other) override;
     void LetAllRead() override;
     bool IsByWriterOf(File& other) override { return IsWriter(opened_, path_, other); }
     bool TryLockThrough(std::uint64_t gate) override;

@@ -97,6 +97,12 @@ bool WindowsFile::IsByWriterOf(File& other) {
     return database == nullptr || database->MayBeWrittenBy(Owner(handle_.Get()));
 }
 
+bool WindowsFile::IsOwnedBy(const Owner& account) const {
+    const Owner owner(handle_.Get());
+    return owner.Account() != nullptr && account.Account() != nullptr &&
+           EqualSid(owner.Account(), account.Account()) != FALSE;
+}
+
 DWORD WindowsFile::Volume() const {
     BY_HANDLE_FILE_INFORMATION info{};
     return GetFileInformationByHandle(handle_.Get(), &info) != FALSE ? info.dwVolumeSerialNumber : 0;

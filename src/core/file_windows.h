@@ -34,6 +34,8 @@ public:
     bool IsByWriterOf(File& other) override;
     bool MayBeWrittenBy(const Owner& account) const { return MayWrite(account, handle_.Get()); }
 
+    bool IsOwnedBy(const Owner& account) const;
+
     DWORD Volume() const;
 
     bool HasOneName() override;

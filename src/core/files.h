@@ -27,6 +27,13 @@ std::u16string InFolder(std::u16string_view folder, std::u16string_view file);
 // A name that no other file has: the two parts with 16 random hexadecimal digits between them.
 std::string UniqueName(std::string_view before, std::string_view after);
 
+// The path with the ending behind it. A name that would be too long for the system loses its end before that. `room`:
+// so much longer must the name of a file beside it be.
+std::filesystem::path WithEnding(const std::filesystem::path& path, std::string_view ending, std::size_t room = 0);
+
+// Whether no file can have the path's name.
+bool IsTooLongName(const std::filesystem::path& path);
+
 // Whether a file, not a folder, stands there.
 bool FileExists(std::u16string_view path);
 bool FolderExists(std::u16string_view path);
@@ -101,6 +108,9 @@ public:
     // its files.
     virtual bool HasRightsOf(File&) { return true; }
 
+    // Whether somebody may write this one who may not write the other. False where nobody can tell.
+    virtual bool MoreMayWriteThan(File&) { return false; }
+
     // Everybody may read the file, which has just been made.
     virtual void LetAllRead() {}
 
@@ -126,8 +136,9 @@ public:
 // What stands under a name, itself: a link is not followed.
 enum class FileKind : std::uint8_t {
     None,
-    Plain,  // with one name
-    Other,  // a folder, a link, a pipe, a file with several names
+    Plain,   // with one name
+    Linked,  // a file with several names
+    Other,   // a folder, a link, a pipe
 };
 
 class FileSystem {
@@ -155,6 +166,9 @@ public:
 
     // As File::IsByWriterOf, for a file that cannot be opened.
     virtual bool IsByWriterOf(const std::filesystem::path&, File&) { return true; }
+
+    // Whether what stands there has the file's owner. False where nobody can tell.
+    virtual bool HasOwnerOf(const std::filesystem::path&, File&) { return false; }
 
     // Raises CannotOpenFile where the system does not let this process see whether anything stands there.
     virtual FileKind Look(const std::filesystem::path& path) { return Exists(path) ? FileKind::Plain : FileKind::None; }

@@ -59,13 +59,20 @@ public:
         return lstat(path.c_str(), &info) != 0 || PosixFile::IsWriter(info, path, other);
     }
 
+    bool HasOwnerOf(const fs::path& path, File& other) override {
+        const auto* file = dynamic_cast<const PosixFile*>(&other);
+        struct stat info {};
+        return file != nullptr && lstat(path.c_str(), &info) == 0 && info.st_uid == file->Opened().st_uid;
+    }
+
     FileKind Look(const fs::path& path) override {
         struct stat info {};
         if (lstat(path.c_str(), &info) != 0) {
             if (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG) return FileKind::None;
             RaiseSystemError(path, errno);
         }
-        return S_ISREG(info.st_mode) && info.st_nlink <= 1 ? FileKind::Plain : FileKind::Other;
+        if (!S_ISREG(info.st_mode)) return FileKind::Other;
+        return info.st_nlink <= 1 ? FileKind::Plain : FileKind::Linked;
     }
 
     fs::path RealPath(const fs::path& path) override {

@@ -83,6 +83,11 @@ public:
         return owner.Account() != nullptr && database->MayBeWrittenBy(owner);
     }
 
+    bool HasOwnerOf(const fs::path& path, File& other) override {
+        const auto* file = dynamic_cast<const WindowsFile*>(&other);
+        return file != nullptr && file->IsOwnedBy(Owner(Extended(path.native())));
+    }
+
     std::optional<bool> KnownToKeepLocks(File& file) override {
         const auto* opened = dynamic_cast<const WindowsFile*>(&file);
         if (opened == nullptr) return std::nullopt;
@@ -127,7 +132,7 @@ public:
         const bool counted =
             TryOpen(name, FILE_READ_ATTRIBUTES, OPEN_EXISTING, file, FILE_FLAG_OPEN_REPARSE_POINT) == kSuccess &&
             GetFileInformationByHandle(file.Get(), &info) != FALSE;
-        return counted && info.nNumberOfLinks > 1 ? FileKind::Other : FileKind::Plain;
+        return counted && info.nNumberOfLinks > 1 ? FileKind::Linked : FileKind::Plain;
     }
 
     fs::path RealPath(const fs::path& path) override {

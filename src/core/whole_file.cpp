@@ -1,15 +1,24 @@
 #include "core/whole_file.h"
 
-#include "core/error.h"
 #include "core/files.h"
 
 namespace qmtrain {
 
+AutomationError NamedAfter(const std::filesystem::path& place, const AutomationError& error,
+                           const std::filesystem::path& unfinished) {
+    std::u16string text = error.Description();
+    const std::u16string working = unfinished.filename().u16string();
+    const std::u16string finished = place.filename().u16string();
+    for (std::size_t at = text.find(working); at != text.npos; at = text.find(working, at + finished.size())) {
+        text.replace(at, working.size(), finished);
+    }
+    return {error.Number(), error.Source(), std::move(text)};
+}
+
 void WriteWholeFile(std::u16string_view file, std::string_view bytes) {
     FileSystem& files = FileSystem::Native();
     const std::filesystem::path place = ToNativePath(file);
-    std::filesystem::path unfinished = place;
-    unfinished += UniqueName("-", ".new");
+    const std::filesystem::path unfinished = WithEnding(place, UniqueName("-", ".new"));
     try {
         {
             const std::unique_ptr<File> open = files.Open(unfinished, OpenMode::CreateNew);
@@ -19,13 +28,7 @@ void WriteWholeFile(std::u16string_view file, std::string_view bytes) {
         files.Rename(unfinished, place);
     } catch (const AutomationError& error) {
         files.Remove(unfinished);
-        // Users know the file by the name that it would have had.
-        std::u16string text = error.Description();
-        const std::u16string working = unfinished.filename().u16string();
-        if (const std::size_t at = text.find(working); at != std::u16string::npos) {
-            text.replace(at, working.size(), place.filename().u16string());
-        }
-        throw AutomationError(error.Number(), error.Source(), std::move(text));
+        throw NamedAfter(place, error, unfinished);
     }
 }
 

@@ -1,9 +1,16 @@
 // Files of the user that are written whole or not at all.
 #pragma once
 
+#include <filesystem>
 #include <string_view>
 
+#include "core/error.h"
+
 namespace qmtrain {
+
+// The error of a file that is written under another name first, told of the name that users know.
+AutomationError NamedAfter(const std::filesystem::path& place, const AutomationError& error,
+                           const std::filesystem::path& unfinished);
 
 // Puts a file with these bytes in the place of what stands there, which stays as it is when that fails; a link there is
 // replaced, not followed. Raises what File and FileSystem raise, naming the file.

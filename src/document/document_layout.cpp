@@ -304,6 +304,11 @@ DocumentLayout::DocumentLayout(const RichText& text, int width, Measurer& measur
     }
 }
 
+int DocumentLayout::WindowHeight(int margin) const {
+    constexpr std::int64_t kMost = 1 << 30;  // a text of a few megabytes can ask for more than toolkits count
+    return static_cast<int>(std::min(height_ + std::int64_t{2} * margin, kMost));
+}
+
 std::size_t DocumentLayout::LineAt(std::int64_t y) const {
     const auto found = std::partition_point(lines_.begin(), lines_.end(),
                                             [&](const Line& line) { return line.top + line.height <= y; });

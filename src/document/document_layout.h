@@ -53,6 +53,9 @@ public:
     const std::vector<Line>& Lines() const { return lines_; }
     std::int64_t Height() const { return height_; }
 
+    // The height with a margin above and below, no more than windows can scroll.
+    int WindowHeight(int margin = 0) const;
+
     // The first line that reaches below `y`; the number of lines when none does.
     std::size_t LineAt(std::int64_t y) const;
 

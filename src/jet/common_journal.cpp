@@ -18,6 +18,7 @@ constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'C', 'm', 't'};
 constexpr std::array<std::uint8_t, 1> kVoid = {0};  // in the place of the first letter
 constexpr std::size_t kHead = 24;
 constexpr std::uint32_t kMaxLength = 1 << 20;
+constexpr std::uint64_t kBeingMade = std::uint64_t{1} << 40;  // locked by the maker, far beyond the end
 
 using Content = CommonJournal::Content;
 
@@ -54,8 +55,8 @@ std::optional<Content> ReadWhole(File& file) {
     return content;
 }
 
-// One of ours that has come to its end, or was not written whole and so never named. An empty file and zeros may be
-// what a power cut has left of one, or anybody's.
+// One of ours that has come to its end, or was not written whole and so never named. Zeros may be what a power cut has
+// left of one, or anybody's.
 bool IsOurs(File& file) {
     std::array<std::uint8_t, sizeof kMagic> bytes{};
     if (file.ReadAt(0, bytes) != bytes.size()) return false;
@@ -73,9 +74,12 @@ std::filesystem::path FolderOf(const std::filesystem::path& file) {
 
 }  // namespace
 
-std::unique_ptr<File> OpenIfThere(FileSystem& system, const std::filesystem::path& path, OpenMode mode) {
+std::unique_ptr<File> OpenIfThere(FileSystem& system, const std::filesystem::path& path, FileKind kind) {
     try {
-        return system.OpenPlain(path, mode);
+        if (kind != FileKind::Linked) return system.OpenPlain(path, OpenMode::ReadOnly);
+        std::unique_ptr<File> file = system.Open(path, OpenMode::ReadOnly);
+        if (!file->IsAt(path)) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(path)});
+        return file;
     } catch (const AutomationError& error) {
         if (!error.Is(ErrorNumber::FileNotFound)) throw;
         return nullptr;
@@ -88,18 +92,17 @@ std::filesystem::path PathFrom(const std::filesystem::path& holder, const std::f
     return (way.empty() ? folder : way) / target.filename();
 }
 
-CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, File& first,
-                             bool durable)
+CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable)
     : system_(system), durable_(durable) {
     std::random_device random;
     name_.nonce = static_cast<std::uint64_t>(random()) << 32 | random();
+    const auto other_path = [&] { return WithEnding(UsualPath(databases.front()), UniqueName("-", "")); };
     name_.path = UsualPath(databases.front());
-    if (system.Look(name_.path) != FileKind::None) name_.path += UniqueName("-", "");
+    if (system.Look(name_.path) != FileKind::None) name_.path = other_path();
     Content content{name_.nonce, {}};
     for (const std::filesystem::path& database : databases) content.databases.push_back(PathFrom(name_.path, database));
     bytes_ = Write(content);
-    file_ = system.OpenPlain(name_.path, OpenMode::CreateNew);
-    file_->ShareLike(first, true);
+    while (!Make()) name_.path = other_path();
     file_->LetAllRead();
     try {
         file_->WriteAt(0, bytes_);
@@ -110,6 +113,20 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
         Discard();
         throw;
     }
+}
+
+// False when somebody took it for what a dead process has left before it could be locked.
+bool CommonJournal::Make() {
+    file_ = system_.OpenPlain(name_.path, OpenMode::CreateNew);
+    return file_->TryLock(kBeingMade, 1, File::Lock::Exclusive) && file_->IsAt(name_.path);
+}
+
+bool CommonJournal::RemoveIfEmpty(FileSystem& system, const std::filesystem::path& path) {
+    const auto file = system.OpenPlain(path, OpenMode::ReadWrite);
+    if (file->Size() > 0) return false;
+    const bool left = file->TryLock(kBeingMade, 1, File::Lock::Exclusive) && file->IsAt(path) && file->Size() == 0;
+    if (left) system.Remove(path);
+    return true;
 }
 
 void CommonJournal::Finish() {
@@ -137,18 +154,7 @@ void CommonJournal::Discard() noexcept {
     }
 }
 
-bool CommonJournal::IsByWriter(FileSystem& system, const std::filesystem::path& path, File& database) {
-    std::filesystem::path::string_type beside = path.native();
-    constexpr std::size_t kEnding = sizeof "-commit" - 1;
-    beside.resize(beside.size() - std::min(beside.size(), kEnding));
-    try {
-        return system.IsByWriterOf(path, *system.Open(beside, OpenMode::ReadOnly));
-    } catch (const AutomationError&) {
-        return system.IsByWriterOf(path, database);
-    }
-}
-
-bool CommonJournal::InForce(FileSystem& system, const Name& name, File& database) {
+bool CommonJournal::InForce(FileSystem& system, const Name& name, File& database, File& journal) {
     const auto kind = [&]() -> std::optional<FileKind> {
         try {
             return system.Look(name.path);
@@ -162,8 +168,8 @@ bool CommonJournal::InForce(FileSystem& system, const Name& name, File& database
               {FromNativePath(name.path), u"文件夹无法访问，不能确定上一次涉及多个文件的更改是否完成。"});
     }
     if (kind == FileKind::None) return false;
-    if (!IsByWriter(system, name.path, database)) return false;
-    const auto file = OpenIfThere(system, name.path, OpenMode::ReadOnly);
+    if (!system.HasOwnerOf(name.path, journal) && !system.IsByWriterOf(name.path, database)) return false;
+    const auto file = OpenIfThere(system, name.path, *kind);
     const std::optional<Content> content = file ? ReadWhole(*file) : std::nullopt;
     return content && content->nonce == name.nonce;
 }

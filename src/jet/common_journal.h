@@ -5,14 +5,15 @@
 //   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
 //
 // A zero in the place of the first letter ends its effect before the file is removed. It holds names only, so that
-// everybody may read it: whoever may use one of the databases must know whether their changes stand.
+// everybody may read it: whoever may use one of the databases must know whether their changes stand. It belongs to the
+// account that made it, for that is how it is known.
 //
 // Paths in journals count from the folder of the journal where they can, so that folders may be moved or copied
 // together.
 //
 // It lies beside the first of the databases: "Client.mdb-commit". One that a crash has left there before any journal
-// named it is removed by the next. One that a file still needs, which has not been opened since, stays, and so does
-// what does not show that it is one; then the next gets another name.
+// named it is removed by the next, as is an empty one that nobody is making. One that a file still needs, which has not
+// been opened since, stays, and so does what does not show that it is one; then the next gets another name.
 #pragma once
 
 #include <cstdint>
@@ -28,8 +29,9 @@ namespace qmtrain::jet {
 // How a file that stands at `holder` names another: from its own folder, else absolute.
 std::filesystem::path PathFrom(const std::filesystem::path& holder, const std::filesystem::path& target);
 
-// Opens a file of ours; nothing when there is none, or no longer.
-std::unique_ptr<File> OpenIfThere(FileSystem& system, const std::filesystem::path& path, OpenMode mode);
+// Opens a file of ours to read it, a plain one or one with further names, as `kind` says; nothing when it is there no
+// longer.
+std::unique_ptr<File> OpenIfThere(FileSystem& system, const std::filesystem::path& path, FileKind kind);
 
 class CommonJournal {
 public:
@@ -39,8 +41,8 @@ public:
         std::uint64_t nonce = 0;
     };
 
-    // Starts one. It is safe on the disk when this returns. `first`: the first of the databases.
-    CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, File& first, bool durable);
+    // Starts one. It is safe on the disk when this returns.
+    CommonJournal(FileSystem& system, const std::vector<std::filesystem::path>& databases, bool durable);
 
     const Name& GetName() const { return name_; }
 
@@ -54,12 +56,9 @@ public:
     void Discard() noexcept;
 
     // Whether the transaction of that name did not come to its end. Raises DiskError when nobody can tell, for the
-    // folder is out of reach.
-    // `database`: one that names it. What somebody made who may not write the databases is never in force.
-    static bool InForce(FileSystem& system, const Name& name, File& database);
-
-    // Whether somebody made it who may write the database beside which it stands, or `database` when that is gone.
-    static bool IsByWriter(FileSystem& system, const std::filesystem::path& path, File& database);
+    // folder is out of reach. `journal`: the one that names it, which is believed, of `database`. A common one counts
+    // when its maker is that one's, or may write the database.
+    static bool InForce(FileSystem& system, const Name& name, File& database, File& journal);
 
     // What one that was found says.
     struct Content {
@@ -71,10 +70,16 @@ public:
     // that is no common journal.
     static std::optional<Content> Read(FileSystem& system, const std::filesystem::path& path);
 
+    // Removes an empty file that nobody is making: a process has died before it wrote anything. False when the file is
+    // not empty.
+    static bool RemoveIfEmpty(FileSystem& system, const std::filesystem::path& path);
+
     // Where it lies unless one that is still needed lies there.
     static std::filesystem::path UsualPath(const std::filesystem::path& database);
 
 private:
+    bool Make();
+
     FileSystem& system_;
     Name name_;
     bool durable_;

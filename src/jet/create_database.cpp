@@ -6,8 +6,10 @@
 #include <random>
 #include <utility>
 
+#include "core/whole_file.h"
 #include "jet/data_page.h"
 #include "jet/database.h"
+#include "jet/journal_format.h"
 #include "jet/system_tables.h"
 
 namespace qmtrain::jet {
@@ -300,23 +302,31 @@ private:
     PageNumber roots_used_ = 0;
 };
 
+std::filesystem::path UnfinishedPath(std::filesystem::path database) {
+    return WithEnding(database.replace_extension(), UniqueName("-", ".new"), kJournalEnding.size());
+}
+
 // Built under another name and renamed when it is complete, so that nobody ever sees half a database.
 void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
                       const DatabaseFill& fill, File* like) {
     FileSystem& system = *options.system;
     if (system.Exists(path)) Raise(ErrorNumber::DatabaseExists, {FromNativePath(path)});
-    std::filesystem::path unfinished = path;
-    unfinished.replace_extension();
-    unfinished += UniqueName("-", ".new");
-    try {
-        DatabaseBuilder(unfinished, settings, options, like).Build(fill);
-        system.RenameToNew(unfinished, path);
-    } catch (...) {
+    const std::filesystem::path unfinished = UnfinishedPath(path);
+    const auto remove = [&] {
         try {
             system.Remove(unfinished);
         } catch (const AutomationError&) {
             // The error that led here says more.
         }
+    };
+    try {
+        DatabaseBuilder(unfinished, settings, options, like).Build(fill);
+        system.RenameToNew(unfinished, path);
+    } catch (const AutomationError& error) {
+        remove();
+        throw NamedAfter(path, error, unfinished);
+    } catch (...) {
+        remove();
         throw;
     }
     if (options.durable) system.SyncFolder(path.parent_path());

@@ -14,6 +14,9 @@ class Database;
 // Writes the rows of the new database, those of the system tables too.
 using DatabaseFill = std::function<void(Database&)>;
 
+// The name of a database until it is whole: beside the one it is to have, and with room for the name of a journal.
+std::filesystem::path UnfinishedPath(std::filesystem::path database);
+
 // Makes a database with the four system tables; `fill` puts all rows into it, in one scope. Without it the system
 // tables get the rows that every database has. The file gets its name when it is complete. Raises DatabaseExists when
 // there is a file of that name. `like`: the file that this one is a copy of, and whose owner and rights it gets.

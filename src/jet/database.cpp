@@ -171,7 +171,9 @@ std::shared_ptr<Table> Database::LinkedTable(const CatalogObject& object, int li
     if (!NamesAccess(object.connect)) {
         Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object.name + u"”不在 Access 文件中。"});
     }
-    if (links + 1 == kMaxLinks) Raise(ErrorNumber::FileNotFound, {object.database});
+    if (links + 1 == kMaxLinks) {
+        Raise(ErrorNumber::OperationNotSupported, {u"链接表“" + object.name + u"”指向的链接太多，或又指回它自己。"});
+    }
     return OpenLink(object).FindTable(object.foreign_name, links + 1);
 }
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "core/text.h"
 #include "jet/code_page_text.h"
 
 namespace qmtrain::jet {
 namespace {
 
-constexpr int kMaxTextSize = 255;
 constexpr int kUsualPrecision = 18;
 
 }  // namespace
@@ -75,7 +75,10 @@ bool DefinitionEditor::AddIndex(const IndexSpec& spec) {
     }
     std::vector<KeyColumn> columns;
     for (const IndexColumnSpec& part : spec.columns) columns.push_back({KeyColumnNumber(part.column), part.ascending});
-    if (columns.empty() || columns.size() > kMaxKeyColumns) Raise(ErrorNumber::InvalidName, {spec.name});
+    if (columns.empty()) Raise(ErrorNumber::NoFieldDefined, {spec.name});
+    if (columns.size() > kMaxKeyColumns)
+        Raise(ErrorNumber::InvalidArgument,
+              {u"索引“" + spec.name + u"”最多可以有 " + ToText(std::int64_t{kMaxKeyColumns}) + u" 个字段。"});
     const auto flags = static_cast<std::uint8_t>(
         pager_.GetFormat().index_flags | (spec.unique || spec.primary ? RealIndex::kUnique : 0) |
         (spec.required || spec.primary ? RealIndex::kRequired : 0) | (spec.ignore_nulls ? RealIndex::kIgnoreNulls : 0));

@@ -170,6 +170,7 @@ inline constexpr std::size_t kMaxColumns = 255;
 inline constexpr std::size_t kMaxIndexes = 32;
 inline constexpr std::size_t kMaxKeyColumns = 10;
 inline constexpr std::size_t kMaxNameLength = 64;
+inline constexpr int kMaxTextSize = 255;  // characters
 
 // A slot on a data page: where a row, a long value or a usage map stands.
 struct RowPointer {

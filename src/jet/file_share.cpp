@@ -11,8 +11,9 @@ constexpr std::chrono::milliseconds kLookForEnginesEvery(50);
 
 }  // namespace
 
-FileShare::FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout, bool alone)
-    : file_(file), locks_(system, file.Path(), file.Handle(), timeout, alone) {}
+FileShare::FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout, LockFile::Waited& waited,
+                     bool alone)
+    : file_(file), locks_(system, file.Path(), file.Handle(), timeout, waited, alone) {}
 
 // A writer asks for his lock before he reads, so a reader never waits for a writer that waits for readers.
 void FileShare::LockToChange() {
@@ -43,8 +44,10 @@ void FileShare::NoticeOtherEngines() {
 void FileShare::RequireNoOtherEngine() {
     locks_.ReturnToPlace();
     if (!locks_.Problem().empty()) Raise(ErrorNumber::ReadOnly, {file_.Name(), locks_.Problem()});
-    if (locks_.SeesOtherEngine(true))
-        Raise(ErrorNumber::FileInUse, {file_.Name(), u"它正被另一种数据库程序打开，现在不能写入；请先关闭那个程序。"});
+    if (locks_.SeesOtherEngine(true)) {
+        Raise(ErrorNumber::FileInUse,
+              {file_.Name(), u"它正被另一种数据库程序打开，现在不能写入；请先关闭那个程序。" + locks_.OtherEngine()});
+    }
     if (std::exchange(with_other_engine_, false)) counters_.reset();
 }
 

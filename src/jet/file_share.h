@@ -12,11 +12,9 @@ namespace qmtrain::jet {
 
 class FileShare {
 public:
-    // `alone`: see LockFile.
-    FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout, bool alone);
-
-    // Within an operation nobody waits longer than the time limit, however often he has to wait.
-    void BeginOperation() { locks_.BeginOperation(); }
+    // `waited`, `alone`: see LockFile.
+    FileShare(FileSystem& system, PageFile& file, std::chrono::milliseconds timeout, LockFile::Waited& waited,
+              bool alone);
 
     // Each raises LockedByOther when the time limit passes; what was locked before is then still locked.
     void LockToRead() { locks_.LockShared(); }

@@ -31,9 +31,9 @@ std::u16string FromPath(const std::filesystem::path& path) {
 FoundJournal::FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database) : path_(journal) {
     const FileKind kind = system.Look(path_);
     if (kind == FileKind::Other) state_ = State::Foreign;
-    if (kind != FileKind::Plain) return;
+    if (kind == FileKind::Other || kind == FileKind::None) return;
     try {
-        file_ = OpenIfThere(system, path_, OpenMode::ReadOnly);
+        file_ = OpenIfThere(system, path_, kind);
     } catch (const AutomationError&) {
         if (database == nullptr || system.IsByWriterOf(path_, *database)) throw;
         state_ = State::Foreign;
@@ -59,7 +59,11 @@ FoundJournal::State FoundJournal::Judge(FileSystem& system, PageFile& file) {
               {u"数据库“" + file.Name() + u"”的日志指向网络上的文件“" + FromNativePath(common_->path) +
                u"”，没有得到允许，不能确定上一次涉及多个文件的更改是否完成。"});
     }
-    return !common_ || CommonJournal::InForce(system, *common_, file.Handle()) ? State::InForce : State::Void;
+    if (common_ && !CommonJournal::InForce(system, *common_, file.Handle(), *file_)) return State::Void;
+    if (!file_->MoreMayWriteThan(file.Handle())) return State::InForce;
+    Raise(ErrorNumber::DiskError, {FromNativePath(path_),
+                                   u"日志未处理完，能写入它的用户却比能写入数据库的多。确信其内容可靠时，请使二者的权限"
+                                   u"相同；否则请将日志移走。"});
 }
 
 // A reader who can have no lock may look while a writer's commit comes to its end.
@@ -74,8 +78,21 @@ std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& fil
     std::optional<FoundJournal> found = Find(system, file);
     if (found && found->state_ == State::Complete && found->nonce_ == disowned) found->state_ = State::InForce;
     if (!found || found->state_ != State::Ended) return found;
-    kept.Keep(std::move(found->file_), false, false);
+    if (found->file_->MoreMayWriteThan(file.Handle())) {
+        found->RemoveUnlessReadOnly(system, file);
+    } else {
+        kept.Keep(std::move(found->file_), false, false);
+    }
     return std::nullopt;
+}
+
+// The rights to the database have become fewer since. Who may only read it leaves this to others.
+void FoundJournal::RemoveUnlessReadOnly(FileSystem& system, const PageFile& file) const noexcept {
+    try {
+        if (file.ReadOnlyReason().empty() && file_->IsAt(path_)) system.Remove(path_);
+    } catch (const AutomationError&) {
+        // As long as it has ended it does no harm.
+    }
 }
 
 // False when the journal was not begun, or ended; a file that never was a journal is foreign. Zeros are what a power
@@ -89,10 +106,12 @@ bool FoundJournal::ReadHeader() {
         return false;
     }
     if (is_void) header[0] = kMagic[0];
-    decides_by_outcome_ = header[kKindAt] == kByOutcome;
+    const std::uint8_t kind = header[kKindAt];
+    is_earlier_ = kind == kEarlierByImages || kind == kEarlierByOutcome;
+    decides_by_outcome_ = kind == kByOutcome || kind == kEarlierByOutcome;
     std::array<std::uint8_t, sizeof kMagic> magic{};
     std::copy_n(header.begin(), magic.size(), magic.begin());
-    if (decides_by_outcome_) magic[kKindAt] = kByImages;
+    if (decides_by_outcome_ || is_earlier_) magic[kKindAt] = kByImages;
     nonce_ = Get<std::uint64_t>(&header[kNonceAt]);
     const bool ours =
         std::memcmp(magic.data(), kMagic, std::min(size, sizeof kMagic)) == 0 &&
@@ -112,9 +131,10 @@ bool FoundJournal::ReadHeader() {
 
 // A file only grows until a commit, which raises the commit counter once.
 bool FoundJournal::Belongs(const JournalOwner& now) const {
+    const std::uint32_t raised =
+        is_earlier_ ? RaisedWithoutNonce(owner_.counters) : RaisedCounters(owner_.counters, nonce_);
     return owner_.page_size == now.page_size && owner_.stamp == now.stamp && owner_.length <= now.length &&
-           owner_.length >= 3 * owner_.page_size &&
-           (now.counters == owner_.counters || now.counters == RaisedCounters(owner_.counters));
+           owner_.length >= 3 * owner_.page_size && (now.counters == owner_.counters || now.counters == raised);
 }
 
 // What has been overwritten since is in the journal.
@@ -195,8 +215,8 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
     if (found.state_ == State::Complete) found.WriteAgain(file);
     found.file_.reset();
     if (found.state_ == State::Foreign) {
-        std::filesystem::path aside = found.path_;
-        system.Rename(found.path_, aside += UniqueName("-", ""));
+        const std::filesystem::path aside = WithEnding(found.path_, UniqueName("-", ""));
+        system.Rename(found.path_, aside);
         return WriteLog(kLogError,
                         u"“" + ForMessage(FromNativePath(found.path_)) + u"”不是此数据库的日志，已改名为“" +
                             FromNativePath(aside.filename()) + u"”。",
@@ -245,7 +265,8 @@ void FoundJournal::PlayBack(File& file) const {
 void FoundJournal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common,
                                       File& database) noexcept {
     try {
-        if (system.Look(common) != FileKind::Plain || !CommonJournal::IsByWriter(system, common, database)) return;
+        if (system.Look(common) != FileKind::Plain || !system.IsByWriterOf(common, database)) return;
+        if (CommonJournal::RemoveIfEmpty(system, common)) return;
         if (const auto content = CommonJournal::Read(system, common)) {
             for (const std::filesystem::path& database : content->databases) {
                 const std::u16string text = FromPath(database);
@@ -263,7 +284,7 @@ void FoundJournal::RemoveUnusedCommon(FileSystem& system, const std::filesystem:
 bool FoundJournal::Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce) {
     const FileKind kind = system.Look(JournalPath(database));
     if (kind == FileKind::None) return !system.Exists(database);
-    if (kind != FileKind::Plain) return false;
+    if (kind == FileKind::Other) return false;
     FoundJournal found(system, JournalPath(database), nullptr);
     if (!found.file_ || !found.ReadHeader()) return false;
     found.ReadRecords();

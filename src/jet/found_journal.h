@@ -30,11 +30,13 @@ public:
     };
 
     // What lies under the name of the file's journal; nothing when nothing does, or no longer. Raises
-    // OperationNotSupported where another machine would have to be asked that may not be.
+    // OperationNotSupported where another machine would have to be asked that may not be, and DiskError for one in
+    // force that might be of somebody who may not write the database.
     static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file);
 
-    // The same; the file of one that has ended goes to `kept`, and nothing is found. `disowned`: the nonce of one whose
-    // change did not return, which is to be rolled back whatever is in the file.
+    // The same; the file of one that has ended goes to `kept`, and nothing is found; or it is removed, when more may
+    // write it than the database. `disowned`: the nonce of one whose change did not return, which is to be rolled back
+    // whatever is in the file.
     static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file, KeptJournal& kept,
                                             std::optional<std::uint64_t> disowned);
 
@@ -51,6 +53,9 @@ public:
     // set aside under another name. `file` is the database, open for writing.
     static void Resolve(FoundJournal found, FileSystem& system, File& file, bool durable);
 
+    // Puts the old images back, and leaves the journal as it is. Requires: InForce.
+    void PlayBack(File& file) const;
+
     // Removes a common journal when no journal of a file names it any more.
     static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database) noexcept;
 
@@ -63,8 +68,8 @@ private:
     void ReadRecords();
     void TakeCommon(std::span<const std::uint8_t> content);
     State Judge(FileSystem& system, PageFile& file);
+    void RemoveUnlessReadOnly(FileSystem& system, const PageFile& file) const noexcept;
     static void End(FileSystem& system, const std::filesystem::path& path, bool durable);
-    void PlayBack(File& file) const;
     void WriteAgain(File& file) const;
     std::size_t OutcomeCount() const;
     std::array<std::uint32_t, 2> OutcomeOf(std::size_t number) const;
@@ -77,6 +82,7 @@ private:
     State state_ = State::Void;
     JournalOwner owner_;
     std::uint64_t nonce_ = 0;
+    bool is_earlier_ = false;  // an earlier version has written it
     bool decides_by_outcome_ = false;
     std::vector<std::uint8_t> outcome_;  // the record's content; empty: none
     std::vector<std::uint32_t> places_;  // of images by page number: the record's number plus one

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 
 #include "core/error.h"
 #include "jet/bytes.h"
@@ -20,20 +19,19 @@ constexpr std::uint64_t kMostToKeep = 1 << 20;  // bytes of a file that stays
 
 }  // namespace
 
-Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable, std::unique_ptr<File> kept,
-                 bool named)
+Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, std::uint64_t nonce, bool durable,
+                 std::unique_ptr<File> kept, bool named)
     : system_(system),
       path_(JournalPath(database.Path())),
       page_size_(database.GetFormat().page_size),
       durable_(durable),
       file_(std::move(kept)),
+      nonce_(nonce),
       header_(kHeaderSize),
       folder_synced_(file_ != nullptr && named) {
     if (!file_) file_ = system.OpenPlain(path_, OpenMode::CreateNew);
     file_->ShareLike(database.Handle(), true);
     const JournalOwner owner = JournalOwner::Of(database, length);
-    std::random_device random;
-    nonce_ = static_cast<std::uint64_t>(random()) << 32 | random();
     std::memcpy(header_.data(), kMagic, sizeof kMagic);
     Put(&header_[kPageSizeAt], owner.page_size);
     Put(&header_[kLengthAt], owner.length);

@@ -26,10 +26,10 @@ class PageFile;
 class Journal {
 public:
     // Starts a new journal of the database, whose length before the transaction was `length`, and into which nothing
-    // has been written since. Raises CannotOpenFile when something stands under its name. `durable` decides whether
-    // Sync reaches the disk. `kept`: the file of one that has ended, still in its place; null: none. `named`: that
-    // its folder has it on the disk.
-    Journal(FileSystem& system, PageFile& database, std::uint64_t length, bool durable,
+    // has been written since. Raises CannotOpenFile when something stands under its name. `nonce`: a number that no
+    // other journal has. `durable` decides whether Sync reaches the disk. `kept`: the file of one that has ended, still
+    // in its place; null: none. `named`: that its folder has it on the disk.
+    Journal(FileSystem& system, PageFile& database, std::uint64_t length, std::uint64_t nonce, bool durable,
             std::unique_ptr<File> kept = nullptr, bool named = false);
 
     // Of so many pages the outcome can be told.
@@ -61,8 +61,6 @@ public:
 
     // The file, for the next journal, after Finish().
     std::unique_ptr<File> Release() noexcept;
-
-    std::uint64_t Nonce() const { return nonce_; }
 
     // Whether the folder has it on the disk.
     bool IsNamed() const { return folder_synced_; }

@@ -32,7 +32,7 @@ JournalOwner JournalOwner::Of(PageFile& file, std::uint64_t length) {
 
 std::filesystem::path JournalPath(const std::filesystem::path& database) {
     std::filesystem::path path = database;
-    return path += "-journal";
+    return path += kJournalEnding;
 }
 
 }  // namespace qmtrain::jet

@@ -1,6 +1,6 @@
 // The journal file as it lies on the disk.
 //
-//   header   "QmTrnJn2" or "QmTrnJn3" | u32 page size | u32 checksum | u64 old file length | u64 nonce |
+//   header   "QmTrnJn4" or "QmTrnJn5" | u32 page size | u32 checksum | u64 old file length | u64 nonce |
 //            8 bytes creation stamp | u32 commit counters before | u32 checksum of samples of the pages as they were
 //            before
 //   record   u32 page | u32 checksum | page image as it stood in the file
@@ -12,15 +12,19 @@
 // A record counts when its checksum fits the nonce; the first one that does not ends the journal. A zero in the place
 // of the header's first letter ends the journal's effect; one byte cannot be written in part.
 //
-// The last kind of record is the outcome: under the header "QmTrnJn3" the transaction stands as soon as all its pages
+// The last kind of record is the outcome: under the header "QmTrnJn5" the transaction stands as soon as all its pages
 // are in the file. Then neither a torn outcome nor the lack of one leaves anything to roll back: the file was not
 // touched yet, or the journal is being overwritten by the next one, and the file not yet.
+//
+// The commit counters that the transaction leaves follow from the nonce. Journals of earlier versions, "QmTrnJn2" and
+// "QmTrnJn3", are the same but for that: their transactions have raised the first counter alone.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <filesystem>
 #include <span>
+#include <string_view>
 
 #include "jet/checksum.h"
 #include "jet/file_format.h"
@@ -31,10 +35,12 @@ class PageFile;
 
 namespace journal {
 
-inline constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'J', 'n', '2'};
+inline constexpr char kMagic[8] = {'Q', 'm', 'T', 'r', 'n', 'J', 'n', '4'};
 inline constexpr std::size_t kKindAt = 7;  // the last letter of the magic
-inline constexpr std::uint8_t kByImages = '2';
-inline constexpr std::uint8_t kByOutcome = '3';
+inline constexpr std::uint8_t kByImages = '4';
+inline constexpr std::uint8_t kByOutcome = '5';
+inline constexpr std::uint8_t kEarlierByImages = '2';
+inline constexpr std::uint8_t kEarlierByOutcome = '3';
 inline constexpr std::array<std::uint8_t, 1> kVoid = {0};  // in the place of the first letter
 inline constexpr std::size_t kHeaderSize = 48;
 inline constexpr std::size_t kPageSizeAt = 8;
@@ -89,6 +95,7 @@ struct JournalOwner {
 };
 
 // Where the journal of a database lies.
+inline constexpr std::string_view kJournalEnding = "-journal";
 std::filesystem::path JournalPath(const std::filesystem::path& database);
 
 }  // namespace qmtrain::jet

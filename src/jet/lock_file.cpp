@@ -60,8 +60,13 @@ std::u16string Describe(const std::optional<LockHolder>& holder) {
 }  // namespace
 
 LockFile::LockFile(FileSystem& system, const std::filesystem::path& path, File& database,
-                   std::chrono::milliseconds timeout, bool alone)
-    : system_(system), path_(path), database_name_(FromNativePath(path)), database_(database), timeout_(timeout) {
+                   std::chrono::milliseconds timeout, Waited& waited, bool alone)
+    : system_(system),
+      path_(path),
+      database_name_(FromNativePath(path)),
+      database_(database),
+      timeout_(timeout),
+      waited_(waited) {
     path_.replace_extension(".ldb");
     if (FoldName(FromNativePath(path_)) == FoldName(database_name_)) {
         Raise(ErrorNumber::UnknownFormat, {database_name_, u"扩展名“.ldb”属于锁文件。"});
@@ -102,38 +107,52 @@ void LockFile::Open() {
     kind_ = Kind::None;
     // In a folder where all may make files, to make what is there already may be forbidden where to write it is not;
     // by then it may be gone.
-    if (TryOpen(OpenMode::Create) || TryOpen(OpenMode::ReadWrite) || TryOpen(OpenMode::Create)) {
-        kind_ = Kind::Full;
-    } else if (TryOpen(OpenMode::ReadOnly)) {
-        kind_ = Kind::ReadOnly;
+    for (const OpenMode mode : {OpenMode::Create, OpenMode::ReadWrite, OpenMode::Create, OpenMode::ReadOnly}) {
+        if (TryOpen(mode)) {
+            kind_ = mode == OpenMode::ReadOnly ? Kind::ReadOnly : Kind::Full;
+            return;
+        }
+        if (!keeper_.empty()) return;
     }
 }
 
 bool LockFile::TryOpen(OpenMode mode) {
     try {
         if (OpenFile(mode)) return true;
-        if (mode == OpenMode::Create) RemoveIfOurs();
+        if (mode == OpenMode::Create && keeper_.empty()) RemoveIfOurs();
     } catch (const AutomationError& error) {
-        if (error.Is(ErrorNumber::LockedByOther) || error.Is(ErrorNumber::OperationCancelled)) throw;
+        if (error.Is(ErrorNumber::OperationCancelled)) throw;
     }
     file_.reset();
     return false;
 }
 
-// False when its locks are none. Between our opening and our locking the last user may have removed the file: then it
-// is opened anew.
+// False when its locks are none, or somebody keeps it to himself. Between our opening and our locking the last user may
+// have removed the file: then it is opened anew.
 bool LockFile::OpenFile(OpenMode mode) {
     do {
         file_ = system_.OpenPlain(path_, mode);
         if (mode == OpenMode::Create) file_->ShareLike(database_, false);
         try {
-            WaitFor(*file_, kPresentByte, File::Lock::Shared);
+            if (!LockPresent()) return false;
         } catch (const AutomationError& error) {
             if (!error.Is(ErrorNumber::OperationNotSupported)) throw;
             return false;
         }
     } while (!file_->IsAt(path_));
     return system_.KeepsLocks(*file_, path_, kPresentByte);
+}
+
+// Whoever leaves has the byte to himself for a moment. One who does not let go of it keeps nobody from reading; he is
+// not waited for again until he has.
+bool LockFile::LockPresent() {
+    const auto lock = [&] { return file_->TryLock(kPresentByte, 1, File::Lock::Shared); };
+    if (keeper_.empty() ? SucceedsSoon(lock) : lock()) {
+        keeper_.clear();
+    } else if (keeper_.empty()) {
+        keeper_ = u"锁文件（.ldb）被其他程序独占。" + Describe(file_->FindLockHolder(kPresentByte, 1));
+    }
+    return keeper_.empty();
 }
 
 LockFile::~LockFile() {
@@ -162,6 +181,7 @@ void LockFile::ReturnToPlace() {
 
 std::u16string_view LockFile::Problem() const {
     if (!locks_hold_) return u"文件系统不能锁定文件，读取时其他用户可能正在更改它。";
+    if (kind_ == Kind::None && !keeper_.empty()) return keeper_;
     switch (kind_) {
         case Kind::Full: break;
         case Kind::ReadOnly: return u"锁文件（.ldb）没有写入权限。";
@@ -179,7 +199,7 @@ template <class Try>
 void LockFile::WaitUntil(File& file, std::uint64_t byte, Try locks) {
     if (locks()) return;
     const auto start = std::chrono::steady_clock::now();
-    const auto waited_before = waited_;
+    const Waited waited_before = waited_;
     std::chrono::milliseconds pause(1);
     do {
         waited_ = waited_before + (std::chrono::steady_clock::now() - start);
@@ -264,6 +284,10 @@ void LockFile::UnlockAll() noexcept {
     }
     writing_ = nullptr;
     shared_ = exclusive_ = false;
+}
+
+std::u16string LockFile::OtherEngine() {
+    return file_ ? Describe(file_->FindLockHolder(kOtherUsers, kOtherUserSlots)) : std::u16string();
 }
 
 // Without a lock file of our own its presence is all there is to see.

@@ -24,17 +24,17 @@ namespace qmtrain::jet {
 
 class LockFile {
 public:
-    // `database`: the open file at the path. Raises LockedByOther, and OpenedExclusively when somebody has it for
-    // himself alone. `alone` asks for that: FileInUse is raised when somebody has it open, OperationNotSupported when
-    // others cannot be kept out.
+    // The time that an operation has spent waiting, in all of its files.
+    using Waited = std::chrono::steady_clock::duration;
+
+    // `database`: the open file at the path. `waited`: nobody waits when that has reached the limit. Raises
+    // OpenedExclusively when somebody has the database for himself alone. `alone` asks for that: FileInUse is raised
+    // when somebody has it open, OperationNotSupported when others cannot be kept out.
     LockFile(FileSystem& system, const std::filesystem::path& path, File& database, std::chrono::milliseconds timeout,
-             bool alone = false);
+             Waited& waited, bool alone = false);
     LockFile(const LockFile&) = delete;
     LockFile& operator=(const LockFile&) = delete;
     ~LockFile();
-
-    // The time limit holds for all waits of an operation together.
-    void BeginOperation() { waited_ = {}; }
 
     // Why nobody may write the database here; empty when they may.
     std::u16string_view Problem() const;
@@ -60,8 +60,11 @@ public:
     // may be there.
     bool SeesOtherEngine(bool long_look = false);
 
+    // Which process that is, for messages; empty where the system does not tell.
+    std::u16string OtherEngine();
+
     // Opens the lock file anew when somebody has taken it away: another engine comes to the one that is there.
-    // Problem() may change. Raises LockedByOther and OperationCancelled.
+    // Problem() may change. Raises OperationCancelled.
     void ReturnToPlace();
 
     bool IsReserved() const { return writing_ != nullptr; }
@@ -82,6 +85,7 @@ private:
     void TakeAlone(File& file, std::uint64_t byte, std::uint64_t length);
     bool OpenFile(OpenMode mode);
     bool TryOpen(OpenMode mode);
+    bool LockPresent();
     void RemoveIfOurs();
     // The handle that has the locks.
     File& Locked() { return writing_ != nullptr ? *writing_ : database_; }
@@ -94,9 +98,10 @@ private:
     std::u16string database_name_;
     File& database_;
     std::chrono::milliseconds timeout_;
-    std::chrono::steady_clock::duration waited_{};  // in this operation
-    bool locks_hold_ = false;                       // in the database: else nobody is kept out
+    Waited& waited_;
+    bool locks_hold_ = false;  // in the database: else nobody is kept out
     Kind kind_ = Kind::None;
+    std::u16string keeper_;        // says that somebody keeps the lock file from all others; empty: nobody does
     std::unique_ptr<File> file_;   // of the first two kinds
     std::unique_ptr<File> alone_;  // the database once more, when others are kept out
     File* writing_ = nullptr;      // the database by which it is reserved

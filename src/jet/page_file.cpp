@@ -58,6 +58,10 @@ void PageFile::Damaged(PageNumber page, std::u16string_view what) const {
     Raise(ErrorNumber::FileDamaged, {Name(), u"第 " + ToText(page) + u" 页：" + std::u16string(what) + u"。"});
 }
 
+void PageFile::RequireInPlace() {
+    if (!IsInPlace()) Raise(ErrorNumber::DiskError, {Name(), kReplaced});
+}
+
 std::size_t PageFile::ReadStored(PageNumber first, std::span<const std::span<std::uint8_t>> parts) {
     return file_->ReadParts(static_cast<std::uint64_t>(first) * GetFormat().page_size, parts);
 }

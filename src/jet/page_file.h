@@ -14,6 +14,7 @@
 
 namespace qmtrain::jet {
 
+inline constexpr char16_t kReplaced[] = u"文件已被移走或替换，请重新打开。";
 inline constexpr char16_t kManyNames[] = u"文件有多个名称（硬链接），写入时无法与其他用户协调。";
 
 class PageFile {
@@ -55,6 +56,9 @@ public:
 
     // False when another file, or none, stands in its place: what is written to this one would be lost.
     bool IsInPlace() { return file_->IsAt(path_); }
+
+    // Raises DiskError unless IsInPlace().
+    void RequireInPlace();
 
     // False when hard links give the file more names: others would lock it under another.
     bool HasOneName() { return file_->HasOneName(); }

@@ -6,11 +6,6 @@
 #include "jet/commit_counter.h"
 
 namespace qmtrain::jet {
-namespace {
-
-constexpr char16_t kReplaced[] = u"文件已被移走或替换，请重新打开。";
-
-}  // namespace
 
 Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Pager* home)
     : system_(*options.system),
@@ -20,10 +15,11 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       file_(system_, std::move(path), options.read_only, options.links_in_network),
       password_(options.password),
       journal_path_(JournalPath(file_.Path())),
-      share_(system_, file_, options.lock_timeout, options.exclusive),
+      share_(system_, file_, options.lock_timeout, session_->Waited(), options.exclusive),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
       change_(system_, file_, share_, cache_, options.durable) {
     if (MayChange() && !share_.Problem().empty()) file_.SetReadOnly(share_.Problem());
+    if (MayChange() && IsTooLongName(journal_path_)) file_.SetReadOnly(u"文件名太长，不能在旁边建立日志文件。");
 }
 
 Pager::~Pager() {
@@ -38,7 +34,6 @@ void Pager::JoinScope() const {
 }
 
 void Pager::BeginReading() {
-    share_.BeginOperation();
     try {
         share_.LockToRead();
         NoticeUnfinished(false);
@@ -56,10 +51,9 @@ void Pager::BeginReading() {
 void Pager::BeginChanging() {
     if (!MayChange()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
     if (!file_.HasOneName()) Raise(ErrorNumber::ReadOnly, {FileName(), kManyNames});
-    RequireInPlace();
-    share_.BeginOperation();
     try {
         share_.LockToChange();
+        file_.RequireInPlace();  // whoever had the file before may have put another one there
         NoticeUnfinished(true);
         NoticeChanges();
         RequirePassword();
@@ -92,7 +86,7 @@ bool Pager::HasChanges() const {
 
 CommonJournal Pager::StartCommon(const std::vector<std::filesystem::path>& databases) {
     FoundJournal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()), file_.Handle());
-    return {system_, databases, file_.Handle(), durable_};
+    return {system_, databases, durable_};
 }
 
 void Pager::WriteChanges(bool decides, const CommonJournal::Name* common) {
@@ -184,13 +178,9 @@ std::optional<FoundJournal> Pager::FindJournal() {
 
 // The journal was compared with our file, and has its effect on the one that stands there, which is `file`.
 void Pager::ResolveJournal(File& file) {
-    RequireInPlace();
+    file_.RequireInPlace();
     if (!file.IsAt(Path())) Raise(ErrorNumber::DiskError, {FileName(), kReplaced});
     if (auto found = FindJournal()) FoundJournal::Resolve(std::move(*found), system_, file, durable_);
-}
-
-void Pager::RequireInPlace() {
-    if (!file_.IsInPlace()) Raise(ErrorNumber::DiskError, {FileName(), kReplaced});
 }
 
 void Pager::NoticeChanges() {
@@ -217,7 +207,7 @@ void Pager::RaiseCommitCounter() {
     Frame* frame = Load(0);
     cache_.MarkDirty(*frame);
     std::uint8_t* counters = frame->data + GetFormat().commit_counters;
-    Put(counters, RaisedCounters(Get<std::uint32_t>(counters)));
+    Put(counters, RaisedCounters(Get<std::uint32_t>(counters), change_.Nonce()));
 }
 
 // Pages

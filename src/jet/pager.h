@@ -103,7 +103,6 @@ private:
     bool IsChanging() const override { return change_.IsOpen(); }
     void BeginReading() override;
     void BeginChanging() override;
-    void BeginOperation() noexcept override { share_.BeginOperation(); }
     void End() noexcept override;
     void OpenLevel() override;
     void MergeLevel() override { change_.MergeLevel(); }
@@ -133,7 +132,6 @@ private:
     void NoticeUnfinished(bool to_change);
     std::optional<FoundJournal> FindJournal();
     void ResolveJournal(File& file);
-    void RequireInPlace();
     void NoticeChanges();
     void RequirePassword();
     void TakeSize(std::uint64_t size);

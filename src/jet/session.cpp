@@ -17,7 +17,7 @@ void Session::BeginTransaction() {
 void Session::CommitTransaction(const std::function<void()>& other) {
     const std::scoped_lock lock(mutex_);
     if (levels_.empty() || levels_.back().home != nullptr) Raise(ErrorNumber::TransactionNotStarted);
-    BeginOperation();
+    waited_ = {};
     CommitLevel(levels_.size() - 1, other);
 }
 
@@ -202,11 +202,7 @@ void Session::LeaveChanging() noexcept {
 }
 
 void Session::OpenScope() noexcept {
-    if (scopes_++ == 0) BeginOperation();
-}
-
-void Session::BeginOperation() noexcept {
-    for (SessionFile* file : changing_) file->BeginOperation();
+    if (scopes_++ == 0) waited_ = {};
 }
 
 void Session::CloseScope() noexcept {

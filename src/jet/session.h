@@ -13,6 +13,7 @@
 // own (cursors, tables, record sets) each belong to one thread at a time.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
@@ -40,9 +41,6 @@ public:
     virtual void BeginReading() = 0;
     virtual void BeginChanging() = 0;
     virtual void End() noexcept = 0;
-
-    // The time that may be spent waiting for others begins anew.
-    virtual void BeginOperation() noexcept = 0;
 
     // A commit of an inner level is MergeLevel, then CommitLevel. Until then it can be undone.
     virtual void OpenLevel() = 0;
@@ -109,6 +107,10 @@ public:
     void Join(SessionPartner& partner);
     void Remove(SessionPartner& partner) noexcept;
 
+    // What the operation under way has spent waiting for others, in all files: it has one limit. An operation is the
+    // outermost scope, or the end of a transaction.
+    std::chrono::steady_clock::duration& Waited() { return waited_; }
+
     // How many levels are open, scopes of change among them. Requires: inside a scope.
     std::size_t Levels() const { return levels_.size(); }
 
@@ -137,7 +139,6 @@ private:
     void LeaveChanging() noexcept;
 
     void OpenScope() noexcept;
-    void BeginOperation() noexcept;
     void CloseScope() noexcept;
 
     std::recursive_mutex mutex_;
@@ -145,8 +146,9 @@ private:
     std::vector<SessionFile*> changing_;  // files with as many levels as there are here
     std::vector<SessionPartner*> partners_;
     std::vector<SessionFile*> reading_;  // files locked for reading until the last scope ends
-    int scopes_ = 0;                     // ReadScopes and WriteScopes that are open
-    int read_scopes_ = 0;                // the ReadScopes among them
+    std::chrono::steady_clock::duration waited_{};
+    int scopes_ = 0;       // ReadScopes and WriteScopes that are open
+    int read_scopes_ = 0;  // the ReadScopes among them
 };
 
 class ReadScope {

@@ -133,7 +133,12 @@ void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
     DefinitionEditor editor(*this, std::u16string(name), page);
     const int position = editor.definition.FindLogicalIndex(index);
     if (position < 0) Raise(ErrorNumber::ObjectNotFound, {index});
-    if (editor.definition.logical_indexes[position].side != LogicalIndex::Side::None) {
+    const auto& indexes = editor.definition.logical_indexes;
+    const LogicalIndex& dropped = indexes[static_cast<std::size_t>(position)];
+    const auto needs = [&](const LogicalIndex& other) {
+        return other.side == LogicalIndex::Side::Referenced && other.real == dropped.real;
+    };
+    if (dropped.side != LogicalIndex::Side::None || std::any_of(indexes.begin(), indexes.end(), needs)) {
         Raise(ErrorNumber::UsedInRelationship, {index});
     }
     editor.RemoveLogical(static_cast<std::size_t>(position));

@@ -1,6 +1,7 @@
 #include "jet/transaction.h"
 
 #include <algorithm>
+#include <random>
 
 #include "core/error.h"
 #include "core/work.h"
@@ -12,10 +13,16 @@ namespace {
 constexpr std::size_t kMaxRestored = 4;
 constexpr int kTries = 100;  // to make a journal where somebody makes files of its name
 
+std::uint64_t NewNonce() {
+    std::random_device random;
+    return static_cast<std::uint64_t>(random()) << 32 | random();
+}
+
 }  // namespace
 
 void Transaction::OpenLevel(PageNumber page_count) {
     while (restored_.size() > kMaxRestored) MergeRestored();
+    if (levels_.empty()) nonce_ = NewNonce();
     levels_.push_back({ImageStore(system_, file_.GetFormat().page_size), page_count});
 }
 
@@ -97,6 +104,7 @@ PageNumber Transaction::UndoLevel() noexcept {
 void Transaction::WriteBack(bool decides, const CommonJournal::Name* common) {
     const std::vector<Frame*> dirty = cache_.DirtyInOrder();
     share_.LockToWrite();
+    file_.RequireInPlace();  // others may have had it while this one waited, or had no scope open
     const std::uint32_t page_size = file_.GetFormat().page_size;
     const PageNumber old_pages = levels_.front().page_count;
     if (!journal_) {
@@ -144,7 +152,7 @@ std::unique_ptr<Journal> Transaction::BeginJournal(std::uint64_t length) {
     }
     for (int tries = 1;; ++tries) {
         try {
-            return std::make_unique<Journal>(system_, file_, length, durable_, std::move(kept), named);
+            return std::make_unique<Journal>(system_, file_, length, nonce_, durable_, std::move(kept), named);
         } catch (const AutomationError& error) {
             if (!error.Is(ErrorNumber::CannotOpenFile) || tries == kTries) throw;
             Work::Look();
@@ -213,12 +221,17 @@ Transaction::Undone Transaction::UndoAll() noexcept {
     }
     cache_.ForgetAll();  // what was written back early is in the file, and in clean frames
     journal_->Disown();
-    disowned_ = journal_->Nonce();
+    disowned_ = nonce_;
     journal_.reset();
     try {
         auto found = FindJournal();
-        undone.complete = found && found->GetState() == FoundJournal::State::InForce;
-        if (undone.complete) FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
+        const bool ours = found && found->Nonce() == nonce_;
+        undone.complete = ours && found->GetState() == FoundJournal::State::InForce;
+        if (undone.complete && file_.IsInPlace()) {
+            FoundJournal::Resolve(std::move(*found), system_, file_.Handle(), durable_);
+        } else if (undone.complete) {
+            found->PlayBack(file_.Handle());  // the file that stands there by now may need it as well
+        }
     } catch (const AutomationError&) {
         undone.complete = false;
     }

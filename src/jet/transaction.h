@@ -52,8 +52,12 @@ public:
 
     // Brings the changed pages into the file, their old content safe in the journal. `decides`: these are the last
     // ones, and the transaction stands when they are safe. `common`: the journal of the transaction over several files
-    // of which this is a part; null: none, or not yet.
+    // of which this is a part; null: none, or not yet. Raises DiskError when the file is no longer in its place.
     void WriteBack(bool decides = false, const CommonJournal::Name* common = nullptr);
+
+    // That of the journal, known before there is one.
+    std::uint64_t Nonce() const { return nonce_; }
+
     bool HasWritten() const { return journal_ != nullptr; }
 
     // What lies under the journal's name at the end of a change.
@@ -104,6 +108,7 @@ private:
     bool durable_;
     std::vector<Level> levels_;         // outermost first; that one has no images, for the file holds them
     std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
+    std::uint64_t nonce_ = 0;
     std::unique_ptr<Journal> journal_;
     KeptJournal kept_journal_;
     bool overwritten_ = false;               // the file, since the journal began

@@ -130,7 +130,7 @@ TEST_F(FilesTest, KnowsWhetherAnOpenFileStillStandsThere) {
     FileSystem::Native().Rename(At("b"), At("a"));
     EXPECT_FALSE(file->IsAt(At("a")));
     fs::create_hard_link(At("a"), At("twin"));
-    EXPECT_EQ(FileSystem::Native().Look(At("a")), FileKind::Other);
+    EXPECT_EQ(FileSystem::Native().Look(At("a")), FileKind::Linked);
     fs::remove(At("twin"));
     EXPECT_EQ(FileSystem::Native().Look(At("a")), FileKind::Plain);
     EXPECT_EQ(FileSystem::Native().Look(At("none/a")), FileKind::None);

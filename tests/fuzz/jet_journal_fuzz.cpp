@@ -28,7 +28,7 @@ constexpr std::size_t kPage = 4096;
 constexpr std::size_t kHeader = 48;
 constexpr std::size_t kStampAt = 0x72;
 constexpr std::size_t kCountersAt = 0xE00;
-constexpr std::uint64_t kNonce = 0x123456789;
+constexpr std::uint64_t kNonce = 0x4321000123456789;
 constexpr std::uint64_t kCommonNonce = 0x987654321;
 
 // A reader of the input; zeros behind its end.
@@ -78,7 +78,20 @@ struct Before {
 constexpr std::uint32_t kOutcome = 0xFFFFFFFE;
 
 bool GoesByOutcome(const Content& journal) {
-    return journal[7] == '3';
+    return journal[7] == '3' || journal[7] == '5';
+}
+
+bool IsEarlier(const Content& journal) {
+    return journal[7] == '2' || journal[7] == '3';
+}
+
+// The commit counters that the journal's transaction leaves.
+std::uint32_t Raised(const Content& journal, std::uint32_t counters) {
+    const std::uint32_t first = std::max<std::uint32_t>((counters + 1) & 0xFFFF, 1);
+    const std::uint32_t wrapped = (counters + 1) & 0xFFFF ? 0 : 0x10000;
+    if (IsEarlier(journal)) return ((counters & 0xFFFF0000) + wrapped) | first;
+    const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
+    return static_cast<std::uint32_t>(std::max<std::uint64_t>(nonce >> 48, 1)) << 16 | first;
 }
 
 // Nothing: the first record is no outcome, or torn.
@@ -142,7 +155,8 @@ bool HasPossibleLength(const Content& database, const Content& journal) {
 Content MakeJournal(const Content& database, Input& input) {
     Content journal(kHeader);
     bool right_samples = true;
-    std::memcpy(journal.data(), "QmTrnJn2", 8);
+    std::memcpy(journal.data(), "QmTrnJn4", 8);
+    if (input.Take() % 4 == 3) journal[7] = '2';
     jet::Put(&journal[8], static_cast<std::uint32_t>(kPage));
     jet::Put(&journal[16], static_cast<std::uint64_t>(database.size()));
     jet::Put(&journal[24], kNonce);
@@ -154,7 +168,7 @@ Content MakeJournal(const Content& database, Input& input) {
         right_samples = right_samples && at < 44;
     }
     if (const std::uint8_t outcome = input.Take(); outcome % 4 == 1) {  // of two pages, as they are or not
-        journal[7] = '3';
+        ++journal[7];
         Content content(kPage);
         jet::Put(content.data(), std::uint32_t{2});
         for (std::uint32_t i = 0; i < 2; ++i) {
@@ -210,19 +224,18 @@ std::optional<Content> Expected(const Content& database, Content journal, bool c
     if (is_void) journal[0] = 'Q';
     Content magic(journal.begin(),
                   journal.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(journal.size(), 8)));
-    if (magic.size() == 8 && magic[7] == '3') magic[7] = '2';
-    if (std::memcmp(magic.data(), "QmTrnJn2", magic.size()) != 0) return std::nullopt;
+    if (magic.size() == 8 && magic[7] >= '2' && magic[7] <= '5') magic[7] = '4';
+    if (std::memcmp(magic.data(), "QmTrnJn4", magic.size()) != 0) return std::nullopt;
     if (journal.size() < kHeader) return database;
     const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
     const auto length = jet::Get<std::uint64_t>(&journal[16]);
     const auto counters = jet::Get<std::uint32_t>(&journal[40]);
     const auto now = jet::Get<std::uint32_t>(&database[kCountersAt]);
-    const bool same_counters = now == counters || (now & 0xFFFF) == ((counters + 1) & 0xFFFF);
     if (jet::Get<std::uint32_t>(&journal[12]) != HeaderChecksum(journal, nonce)) return std::nullopt;
     if (is_void) return database;
     const bool belongs = jet::Get<std::uint32_t>(&journal[8]) == kPage && HasPossibleLength(database, journal) &&
                          std::equal(journal.begin() + 32, journal.begin() + 40, database.begin() + kStampAt) &&
-                         same_counters && now >> 16 == counters >> 16;
+                         (now == counters || now == Raised(journal, counters));
     if (!belongs) return std::nullopt;
     if (GoesByOutcome(journal) && IsComplete(database, journal).value_or(true)) return database;
     Before before = ReadRecords(database, journal, common_in_force);

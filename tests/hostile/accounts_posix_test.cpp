@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -93,6 +94,24 @@ protected:
     // So that pages are written early, and a journal is there.
     static void FillCache(jet::Database& database) {
         for (int i = 0; i < 200; ++i) Insert(database, u"T", {i, std::u16string(1500, u'新')});
+    }
+
+    // 0 when somebody has died while he committed a change of two files.
+    static int DieChangingBoth(const Account& writer, const fs::path& first, const fs::path& second, int rows) {
+        return As(writer, [&] {
+            umask(077);
+            const auto session = std::make_shared<jet::Session>();
+            const auto a = jet::Database::Open(first, {.session = session});
+            const auto b = jet::Database::Open(second, {.session = session});
+            session->BeginTransaction();
+            for (int i = 0; i < rows; ++i) {
+                for (jet::Database* database : {a.get(), b.get()}) {
+                    Insert(*database, u"T", {i, std::u16string(1500, u'新')});
+                }
+            }
+            session->CommitTransaction([] { _exit(0); });
+            return 1;
+        });
     }
 
     fs::path Lock() const { return folder_.Path() / "Client.ldb"; }
@@ -346,21 +365,7 @@ TEST_F(AccountsTest, WhoCannotSeeTheCommonJournalDoesNotDecide) {
         Set(file_, kTeacher, 0664);
         Set(inner, kTeacher, 0600);
         Set(inner.parent_path(), kTeacher, test.folder);
-        EXPECT_EQ(As(kTeacher,
-                     [&] {
-                         umask(077);
-                         const auto session = std::make_shared<jet::Session>();
-                         const auto b = jet::Database::Open(inner, {.session = session});
-                         const auto a = jet::Database::Open(file_, {.session = session});
-                         session->BeginTransaction();
-                         for (int i = 0; i < 200; ++i) {
-                             Insert(*b, u"T", {i, std::u16string(1500, u'新')});
-                             Insert(*a, u"T", {i, std::u16string(1500, u'新')});
-                         }
-                         session->CommitTransaction([] { _exit(0); });
-                         return 1;
-                     }),
-                  0);
+        EXPECT_EQ(DieChangingBoth(kTeacher, inner, file_, 200), 0);
         constexpr int kDiskError = static_cast<int>(ErrorNumber::DiskError) % 100;
         for (const Account& account : {kCandidate, assistant}) {
             EXPECT_EQ(As(account, [&] { return ErrorOf([&] { ReadAll(); }) % 100; }), test.seen ? 0 : kDiskError);
@@ -412,11 +417,128 @@ TEST_F(AccountsTest, TemporaryFilesAreTheirMakersAlone) {
 TEST_F(AccountsTest, ACommonJournalCountsByItsOwner) {
     Set(file_, kTeacher, 0644);
     const auto database = FileSystem::Native().Open(file_, OpenMode::ReadOnly);
-    const jet::CommonJournal common(FileSystem::Native(), {file_}, *database, false);
+    const jet::CommonJournal common(FileSystem::Native(), {file_}, false);
     const fs::path path = jet::CommonJournal::UsualPath(file_);
-    EXPECT_TRUE(jet::CommonJournal::InForce(FileSystem::Native(), common.GetName(), *database));
+    EXPECT_TRUE(jet::CommonJournal::InForce(FileSystem::Native(), common.GetName(), *database, *database));
     Set(path, kCandidate, 0644);
-    EXPECT_FALSE(jet::CommonJournal::InForce(FileSystem::Native(), common.GetName(), *database));
+    EXPECT_FALSE(jet::CommonJournal::InForce(FileSystem::Native(), common.GetName(), *database, *database));
+}
+
+// A change of the databases of two owners, by one who may write both and dies in it: nothing of it stays in either,
+// whoever looks first, and whatever lies under the common journal's name.
+TEST_F(AccountsTest, AChangeOfTwoOwnersFiles) {
+    const Account root{0, 0};
+    const Account other{65512, 65524, {kTeacher.group}};
+    const Account unknown{65517, 65526, {kTeacher.group}};  // whose groups the system does not know
+    struct Case {
+        const char* name;
+        Account writer;
+        Account first_owner;
+        mode_t first_mode;
+        mode_t second_mode;
+        bool stray = false;  // a file lies under the common journal's usual name
+    };
+    const Case cases[] = {
+        {"the administrator", root, kTeacher, 0644, 0644},
+        {"the administrator, a stray file", root, kTeacher, 0644, 0644, true},
+        {"the administrator, the first file secret", root, kTeacher, 0600, 0644},
+        {"one of the group, his own file secret", unknown, unknown, 0600, 0664},
+        {"one of the group, a stray file", unknown, unknown, 0644, 0664, true},
+    };
+    const fs::path second = folder_.Path() / "Second.mdb";
+    const auto before = ReadFile(file_);
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        for (const fs::path& path : {file_, second}) WriteFile(path, before);
+        Set(file_, test.first_owner, test.first_mode);
+        Set(second, {other.user, kTeacher.group}, test.second_mode);
+        if (test.stray) As(kCandidate, [&] { return std::ofstream(file_.string() + "-commit") ? 0 : 1; });
+        EXPECT_EQ(DieChangingBoth(test.writer, file_, second, 20), 0);
+        ASSERT_FALSE(ReadFile(second) == before || ReadFile(file_) == before);
+        for (const auto& [path, owner] : {std::pair(second, other), std::pair(file_, test.first_owner)}) {
+            EXPECT_EQ(As(owner, [&] { return Rows(*jet::Database::Open(path, {}), u"T").size() == kRows ? 0 : 1; }), 0);
+            EXPECT_TRUE(ReadFile(path) == before);
+        }
+        for (const auto& entry : fs::directory_iterator(folder_.Path())) {
+            if (entry.path().filename().string().find("-commit") != std::string::npos) fs::remove(entry.path());
+        }
+    }
+}
+
+// The right to write was taken away, and a journal that a session has left still grants it.
+TEST_F(AccountsTest, AJournalThatMoreMayWriteThanTheDatabase) {
+    Set(file_, kTeacher, 0666);
+    const auto leave_journal = [&] {
+        return As(kTeacher, [&]() -> int {
+            const auto database = Open();
+            Insert(*database, u"T", {500, Null{}});
+            _exit(fs::exists(Journal()) ? 0 : 1);
+        });
+    };
+    ASSERT_EQ(leave_journal(), 0);
+    ASSERT_EQ(RightsOf(Journal()).mode, mode_t{0666});
+    Set(file_, kTeacher, 0644);
+    EXPECT_EQ(As(kTeacher,
+                 [&]() -> int {
+                     const auto database = Open();
+                     _exit(fs::exists(Journal()) ? 1 : 0);
+                 }),
+              0)
+        << "it goes before anybody can use it";
+
+    Set(file_, kTeacher, 0666);
+    ASSERT_EQ(leave_journal(), 0);
+    Set(file_, kTeacher, 0644);
+    const auto content = ReadFile(file_);
+    std::vector<std::uint8_t> images;
+    {
+        const fs::path own = folder_.Path() / "own.mdb";
+        WriteFile(own, content);
+        const auto database = jet::Database::Open(own, {.cache_bytes = 0, .durable = false});
+        database->BeginTransaction();
+        FillCache(*database);
+        images = ReadFile(own.string() + "-journal");
+    }
+    EXPECT_EQ(As(kCandidate,
+                 [&] {
+                     WriteFile(Journal(), images);
+                     return 0;
+                 }),
+              0);
+    for (const Account& account : {kCandidate, kTeacher}) {
+        EXPECT_EQ(As(account, [&] { return ErrorOf([&] { Open(); }) % 100; }),
+                  static_cast<int>(ErrorNumber::DiskError) % 100);
+    }
+    EXPECT_TRUE(ReadFile(file_) == content && ReadFile(Journal()) == images);
+    Set(Journal(), kTeacher, 0644);  // its owner says that it counts
+    EXPECT_EQ(As(kTeacher, [&] { return static_cast<int>(Rows(*Open(), u"T").size()); }), static_cast<int>(kRows) + 2);
+}
+
+// Somebody makes the lock file and keeps the byte to himself that all users share.
+TEST_F(AccountsTest, ALockFileThatIsKeptFromOthers) {
+    constexpr std::uint64_t kPresent = 0x0FFFFF00;
+    Set(file_, kTeacher, 0644);
+    std::ofstream(Lock()).flush();
+    Set(Lock(), kCandidate, 0666);
+    const auto kept = FileSystem::Native().Open(Lock(), OpenMode::ReadWrite);
+    ASSERT_TRUE(kept->TryLock(kPresent, 1, File::Lock::Exclusive));
+    EXPECT_EQ(As(kTeacher,
+                 [&] {
+                     const auto database = Open();
+                     if (Rows(*database, u"T").size() != kRows) return 1;
+                     if (database->ReadOnlyReason().find(u"锁文件") == std::u16string::npos) return 2;
+                     const auto start = std::chrono::steady_clock::now();
+                     for (int i = 0; i < 10; ++i) {
+                         std::this_thread::sleep_for(std::chrono::milliseconds(60));
+                         if (Rows(*database, u"T").size() != kRows) return 1;
+                     }
+                     if (std::chrono::steady_clock::now() - start > std::chrono::seconds(2)) return 3;
+                     return ErrorOf([&] { Insert(*database, u"T", {1, Null{}}); }) % 100 == kReadOnly ? 0 : 4;
+                 }),
+              0);
+    EXPECT_TRUE(fs::exists(Lock()));
+    kept->Unlock(kPresent, 1);
+    EXPECT_EQ(As(kTeacher, [&] { return AddRow(); }), 0);
 }
 
 // A copy may be read by those who may read what it was made from.

@@ -321,7 +321,7 @@ TEST_F(BesideTest, JournalsOfOthers) {
         std::vector<std::uint8_t> bytes;
     };
     std::vector<std::uint8_t> header(48);
-    std::memcpy(header.data(), "QmTrnJn2", 8);
+    std::memcpy(header.data(), "QmTrnJn4", 8);
     std::vector<std::uint8_t> noise(9000);
     for (std::size_t i = 0; i < noise.size(); ++i) noise[i] = static_cast<std::uint8_t>(i * 31);
     const std::string word = "echo";
@@ -486,7 +486,7 @@ TEST_F(BesideTest, CommonJournalsOfOthers) {
         bool ours = false;
     };
     const Case cases[] = {
-        {"an empty file", ""},
+        {"an empty file", "", true},  // such as a process leaves that dies before it has written
         {"zeros", std::string(24, '\0')},
         {"many zeros", std::string(5000, '\0')},
         {"a few letters", "QmTrn"},
@@ -598,6 +598,33 @@ TEST_F(BesideTest, AFileThatWasReplacedIsNotWritten) {
     EXPECT_EQ(ErrorOf([&] { Insert(*database, u"T", {51}); }), static_cast<int>(ErrorNumber::DiskError));
     EXPECT_EQ(Count(), 11U);
 }
+
+#ifndef _WIN32
+// What is made beside a database has a longer name than the database.
+TEST_F(BesideTest, LongNames) {
+    struct Case {
+        std::size_t signs;  // of three bytes each, before ".mdb"
+        bool writable;
+    };
+    for (const Case& test : {Case{75, true}, Case{80, true}, Case{81, true}, Case{82, false}, Case{83, false}}) {
+        SCOPED_TRACE(test.signs);
+        const fs::path path = folder_.Path() / ToNativePath(std::u16string(test.signs, u'题') + u".mdb");
+        fs::copy_file(file_, path);
+        if (test.writable) std::ofstream(path.string() + "-journal") << "somebody else's";
+        const auto database = Open(path);
+        EXPECT_EQ(Rows(*database, u"T").size(), 10U);
+        EXPECT_EQ(ErrorOf([&] { Insert(*database, u"T", {11}); }),
+                  test.writable ? 0 : static_cast<int>(ErrorNumber::ReadOnly));
+        EXPECT_EQ(database->ReadOnlyReason().find(u"文件名太长") == std::u16string::npos, test.writable);
+        if (!test.writable) continue;
+        const fs::path made = folder_.Path() / ToNativePath(std::u16string(test.signs, u'新') + u".mdb");
+        jet::Database::Create(made, {}, {.durable = false});
+        EXPECT_TRUE(fs::exists(made));
+    }
+    EXPECT_EQ(ErrorOf([&] { Open(folder_.Path() / std::string(300, 'x')); }),
+              static_cast<int>(ErrorNumber::InvalidPath));
+}
+#endif
 
 TEST_F(BesideTest, ALockFileIsNoDatabase) {
     const fs::path lock = folder_.Path() / "Bank.ldb";

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include "core/log.h"
+#include "jet/bytes.h"
+#include "jet/journal_format.h"
 #include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/scripted_files.h"
@@ -229,6 +232,44 @@ TEST_F(PagerTest, AChangeWhoseEndIsMissingStands) {
         }
         EXPECT_EQ(CountRows(), whole ? 51U : 50U);
         EXPECT_FALSE(std::filesystem::exists(JournalPath()));
+    }
+}
+
+// An earlier version has died in a commit, of which page 0 is in the file already: it has raised the first counter
+// alone. What the present one leaves there follows from its journal, and nothing else fits that.
+TEST_F(PagerTest, JournalsOfEarlierVersionsCount) {
+    constexpr std::size_t kSecondCounter = 0xE02;
+    const std::vector<std::uint8_t> before = test::ReadFile(Path());
+    std::vector<std::uint8_t> journal;
+    {
+        const auto database = Database::Open(Path(), {.durable = false});
+        Insert(*database, u"T", RowFor(400));
+        journal = test::ReadFile(JournalPath());
+    }
+    const std::vector<std::uint8_t> after = test::ReadFile(Path());
+    struct Case {
+        const char* name;
+        char version;
+        bool drawn;  // the second counter is as the commit has left it
+        bool counts;
+    };
+    for (const Case& test :
+         {Case{"earlier, its counters", '2', false, true}, Case{"earlier, others", '2', true, false},
+          Case{"present, its counters", '4', true, true}, Case{"present, others", '4', false, false}}) {
+        SCOPED_TRACE(test.name);
+        SetComponentFolder(folder_.Path());  // where it is told what was set aside
+        std::vector<std::uint8_t> file = after;
+        if (!test.drawn) std::copy_n(before.begin() + kSecondCounter, 2, file.begin() + kSecondCounter);
+        journal[0] = 'Q';
+        journal[journal::kKindAt] = static_cast<std::uint8_t>(test.version);
+        Put(&journal[journal::kChecksumAt],
+            journal::HeaderChecksum(Get<std::uint64_t>(&journal[journal::kNonceAt]), journal));
+        test::WriteFile(Path(), file);
+        test::WriteFile(JournalPath(), journal);
+        EXPECT_EQ(CountRows(), test.counts ? 50U : 51U);
+        EXPECT_TRUE(test::ReadFile(Path()) == (test.counts ? before : file));
+        EXPECT_NE(std::filesystem::exists(JournalPath()), test.counts) << "a foreign one is left to the next writer";
+        SetComponentFolder(ProgramFolder());
     }
 }
 

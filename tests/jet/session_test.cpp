@@ -265,6 +265,35 @@ TEST_F(SessionTest, AFileWithAJournalCanBeLookedAt) {
     EXPECT_FALSE(std::filesystem::exists(journal)) << "the last one removes what has ended";
 }
 
+// Waits for several files, each short enough, are one operation: it has one limit.
+TEST_F(SessionTest, TheLimitIsForAllFilesOfAnOperation) {
+    constexpr std::uint64_t kGate = std::uint64_t{1} << 40;
+    const auto c = folder_.Path() / "C.mdb";
+    std::filesystem::copy_file(b_, c);
+    const auto session = std::make_shared<Session>();
+    const auto home = Open(a_, &FileSystem::Native(), session);
+    std::vector<std::unique_ptr<Database>> databases;
+    std::vector<std::unique_ptr<File>> locked;
+    for (const auto& path : {b_, c}) {
+        databases.push_back(Database::Open(path, {.lock_timeout = std::chrono::milliseconds(300), .session = session}));
+        locked.push_back(FileSystem::Native().Open(path, OpenMode::ReadWrite));
+    }
+    for (const bool in_turn : {true, false}) {
+        for (const auto& file : locked) ASSERT_TRUE(file->TryLock(kGate, 1, File::Lock::Exclusive));
+        const std::jthread lets_go([&] {
+            for (const auto& file : locked) {
+                if (in_turn || file == locked.front()) std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                file->Unlock(kGate, 1);
+            }
+        });
+        const Database::Reading reading(*home);
+        EXPECT_EQ(ErrorOf([&] {
+                      for (const auto& database : databases) database->FindTable(u"T")->RowCount();
+                  }),
+                  in_turn ? kLocked : 0);
+    }
+}
+
 // A journal that names a common one counts as long as that one is there; when its folder is out of reach nobody can
 // tell, and the file is left alone.
 TEST_F(SessionTest, TheCommonJournalDecides) {

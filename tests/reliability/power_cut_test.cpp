@@ -184,13 +184,25 @@ protected:
         }
         for (const std::filesystem::path& path : paths) EXPECT_FALSE(memory.Exists(path.string() + "-journal"));
         const Disk found = DatabasesIn(memory, record.before);
-        EXPECT_TRUE(found == record.after || (found == record.before && count < record.returned));
+        EXPECT_TRUE(found == record.after || (count < record.returned &&
+                                              (found == record.before || DiffersInDrawnCounters(found, record.after))));
     }
 
     static Disk DatabasesIn(const MemoryFiles& memory, const Disk& like) {
         Disk disk;
         for (const auto& [path, content] : like) disk[path] = memory.At(path);
         return disk;
+    }
+
+    // The change of a call that failed may be on the disk as a whole. The one made again drew another counter.
+    static bool DiffersInDrawnCounters(Disk found, const Disk& after) {
+        const std::size_t drawn = jet::FormatOf(GetParam()).commit_counters + sizeof(std::uint16_t);
+        for (auto& [path, content] : found) {
+            const Content& other = after.at(path);
+            if (content.size() != other.size()) return false;
+            std::copy_n(other.begin() + drawn, sizeof(std::uint16_t), content.begin() + drawn);
+        }
+        return found == after;
     }
 
     // Runs the story; when it fails at call `strike_at`, it is undone and run again. `earlier`: a change that the same
@@ -294,7 +306,7 @@ TEST_P(PowerCutTest, LeavesALaterStatementOfASessionDoneOrNot) {
         for (auto& [path, content] : record.start) {
             if (!path.string().ends_with("-journal")) continue;
             ASSERT_EQ(content[0], 0);
-            ASSERT_EQ(content[7], '3') << "it has to be waited for";
+            ASSERT_EQ(content[7], '5') << "it has to be waited for";
             content[0] = 'Q';
         }
         CutEverywhere(record, OneIn(1, 8));

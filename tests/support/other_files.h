@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -38,7 +39,10 @@ public:
     std::vector<std::filesystem::path> opened;
 
     std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) override {
-        opened.push_back(path);
+        {
+            const std::scoped_lock lock(mutex_);  // several threads may share the files
+            opened.push_back(path);
+        }
         return Wrap(Native().Open(path, mode));
     }
     bool Exists(const std::filesystem::path& path) override { return Native().Exists(path); }
@@ -50,6 +54,9 @@ public:
 
 protected:
     virtual std::unique_ptr<File> Wrap(std::unique_ptr<File> file) { return file; }
+
+private:
+    std::mutex mutex_;
 };
 
 }  // namespace qmtrain::test
