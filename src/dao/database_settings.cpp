@@ -26,7 +26,8 @@ std::uint16_t NumberIn(std::u16string_view text) {
 
 jet::CompactSettings SettingsOf(std::u16string_view locale, std::int32_t options) {
     constexpr std::int32_t kKnown = kEncrypt | kDecrypt | kVersion30 | kVersion40;
-    if ((options & ~kKnown) != 0 || (options & (kVersion30 | kVersion40)) == (kVersion30 | kVersion40)) {
+    const auto both = [options](std::int32_t a, std::int32_t b) { return (options & a) != 0 && (options & b) != 0; };
+    if ((options & ~kKnown) != 0 || both(kVersion30, kVersion40) || both(kEncrypt, kDecrypt)) {
         Raise(ErrorNumber::OperationNotSupported, {u"数据库选项 " + ToText(options) + u"。"});
     }
     jet::CompactSettings settings;
@@ -35,8 +36,8 @@ jet::CompactSettings SettingsOf(std::u16string_view locale, std::int32_t options
     settings.password = jet::ConnectValue(locale, u"PWD");
     if ((options & kVersion30) != 0) settings.version = jet::Version::Jet3;
     if ((options & kVersion40) != 0) settings.version = jet::Version::Jet4;
-    const bool encrypt = (options & kEncrypt) != 0;
-    if (encrypt != ((options & kDecrypt) != 0)) settings.encoded = encrypt;
+    if ((options & kEncrypt) != 0) settings.encoded = true;
+    if ((options & kDecrypt) != 0) settings.encoded = false;
     return settings;
 }
 

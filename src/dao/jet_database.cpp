@@ -105,6 +105,11 @@ jet::PagerOptions StorageOptions(const DatabaseOptions& options) {
             .links_in_network = options.links.network};
 }
 
+// Whether a text may be meant for a name: a statement has signs that few names have.
+bool LooksLikeName(std::u16string_view text) {
+    return !text.empty() && text.size() <= jet::kMaxNameLength && text.find_first_of(u"*,;()='\"") == text.npos;
+}
+
 }  // namespace
 
 std::filesystem::path DatabaseFile(std::u16string_view name) {
@@ -158,7 +163,8 @@ void JetDatabase::Execute(const sql::Statement& statement, const sql::ParameterV
     constexpr std::int32_t kKnown = kDenyWrite | kInconsistent | kConsistent | kFailOnError | kSeeChanges;
     jet::Database& storage = Storage();
     if ((options & ~kKnown) != 0)
-        Raise((options & kSqlPassThrough) != 0 ? ErrorNumber::OperationNotSupported : ErrorNumber::InvalidArgument,
+        Raise((options & (kDenyRead | kSqlPassThrough)) != 0 ? ErrorNumber::OperationNotSupported
+                                                             : ErrorNumber::InvalidArgument,
               {u"Execute 的选项 " + ToText(options) + u"。"});
     if (statement.YieldsRows()) Raise(ErrorNumber::CannotExecuteSelect);
     const Work work = Begin();
@@ -232,10 +238,13 @@ JetDatabase::Source JetDatabase::SourceOf(std::u16string_view text) {
     constexpr std::size_t kNameSize = 256;
     try {
         return {sql::Parse(text), std::u16string(text.substr(0, kNameSize)), false};
-    } catch (const AutomationError&) {
+    } catch (const AutomationError& error) {
         const jet::Database::Reading reading(storage);
         const bool bracketed = text.size() > 2 && text.front() == u'[' && text.back() == u']';
-        const auto object = storage.FindObject(bracketed ? text.substr(1, text.size() - 2) : text);
+        const std::u16string_view name = bracketed ? text.substr(1, text.size() - 2) : text;
+        const auto object = storage.FindObject(name);
+        if (!object && error.Is(ErrorNumber::SyntaxInStatement) && LooksLikeName(name))
+            Raise(ErrorNumber::NoSuchTable, {name});
         if (!object) throw;
         return {sql::Parse(u"SELECT * FROM [" + object->name + u"]"), object->name,
                 object->type == jet::CatalogObject::kTable};
@@ -325,6 +334,8 @@ bool JetDatabase::HasTable(std::u16string_view name) {
 }
 
 void JetDatabase::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {
+    // In "…;PWD=…" nobody could give it.
+    if (new_password.find(u';') != new_password.npos) Raise(ErrorNumber::InvalidArgument, {u"密码不能含有分号。"});
     Storage().NewPassword(old_password, new_password);
 }
 

@@ -3,7 +3,9 @@
 #include <string>
 
 #include "core/error.h"
+#include "core/whole_file.h"
 #include "dao/jet_engine.h"
+#include "jet/create_database.h"
 #include "jet/session.h"
 
 namespace qmtrain::dao {
@@ -12,9 +14,7 @@ void MakeDatabase(std::u16string_view name, std::u16string_view statements, cons
                   const jet::NewDatabase& settings, FileSystem& files) {
     const std::filesystem::path place = ToNativePath(name);
     if (files.Exists(place)) Raise(ErrorNumber::DatabaseExists, {name});
-    std::filesystem::path unfinished = place;
-    unfinished.replace_extension();
-    unfinished += UniqueName("-", ".new");
+    const std::filesystem::path unfinished = jet::UnfinishedPath(place);
     try {
         // Not the engine's: a transaction that is open there would undo everything when this is closed.
         const auto database = JetEngine::Instance().CreateDatabase(
@@ -25,9 +25,9 @@ void MakeDatabase(std::u16string_view name, std::u16string_view statements, cons
         });
         database->Close();
         files.RenameToNew(unfinished, place);
-    } catch (const AutomationError&) {
+    } catch (const AutomationError& error) {
         files.Remove(unfinished);
-        throw;
+        throw NamedAfter(place, error, unfinished);
     }
     files.SyncFolder(place.parent_path());
 }

@@ -190,9 +190,8 @@ std::optional<sql::DelegatedChange> OdbcLinks::DelegateChange(sql::Catalog& cata
     if (!Any()) return std::nullopt;
     const auto* update = std::get_if<sql::ast::Update>(&statement.node);
     const auto* removal = std::get_if<sql::ast::Delete>(&statement.node);
-    const sql::ast::TableExpression* table = update != nullptr                                 ? &update->table
-                                             : removal != nullptr && removal->from.size() == 1 ? &removal->from[0]
-                                                                                               : nullptr;
+    const auto* from = update != nullptr ? &update->from : removal != nullptr ? &removal->from : nullptr;
+    const sql::ast::TableExpression* table = from != nullptr && from->size() == 1 ? from->data() : nullptr;
     const auto link = table == nullptr ? nullptr : LinkOf(*table);
     if (link == nullptr || link->key.empty()) return std::nullopt;
     const ExpressionPtr& where = update != nullptr ? update->where : removal->where;
@@ -229,11 +228,11 @@ bool OdbcLinks::ChangesOnlyServers(const sql::ast::Statement& statement) {
         return NamesLink(table);
     };
     if (const auto* insert = std::get_if<sql::ast::Insert>(&statement.node)) return Find(insert->table) != nullptr;
-    if (const auto* update = std::get_if<sql::ast::Update>(&statement.node))
-        return only_links(only_links, update->table);
+    const auto* update = std::get_if<sql::ast::Update>(&statement.node);
     const auto* removal = std::get_if<sql::ast::Delete>(&statement.node);
-    return removal != nullptr &&
-           std::ranges::all_of(removal->from, [&](const auto& table) { return only_links(only_links, table); });
+    const auto* from = update != nullptr ? &update->from : removal != nullptr ? &removal->from : nullptr;
+    return from != nullptr &&
+           std::ranges::all_of(*from, [&](const auto& table) { return only_links(only_links, table); });
 }
 
 }  // namespace qmtrain::dao

@@ -60,8 +60,7 @@ void PlaceList::DropDeletedAhead() {
     const jet::Database::Reading reading(Storage());
     if (block_change_ == ChangeStamp()) return;
     Prefetch(seen_, Fetched() - seen_);
-    const auto gone =
-        std::remove_if(places_.begin() + seen_, places_.end(), [&](const Place& place) { return !MoveTo(place); });
+    const auto gone = std::remove_if(Begin(seen_), places_.end(), [&](const Place& place) { return !MoveTo(place); });
     if (gone != places_.end()) found_ = -1;
     places_.erase(gone, places_.end());
 }
@@ -128,14 +127,14 @@ bool PlaceList::FillRow(std::int64_t index) {
             Pack(*query_);
             return true;
         }
-        if (Place& place = places_[static_cast<std::size_t>(index)]; MoveTo(place)) {
+        if (Place& place = At(index); MoveTo(place)) {
             if (!reader_->HasKeyIdentity()) place.identity = reader_->Identity();
             Pack(*reader_);
             return true;
         }
         if (index < seen_) return false;
         found_ = -1;
-        places_.erase(places_.begin() + index);  // deleted before it was reached
+        places_.erase(Begin(index));  // deleted before it was reached
     }
     if (!NextRow()) return false;
     Pack(*query_);
@@ -156,7 +155,7 @@ void PlaceList::Prefetch(std::int64_t from, std::int64_t rows) {
     if (!is_remote_) return;
     std::vector<sql::RowId> wanted;
     for (std::int64_t i = from; i < std::min(from + rows, Fetched()); ++i) {
-        const Place& place = places_[static_cast<std::size_t>(i)];
+        const Place& place = At(i);
         if (place.row.value != 0) wanted.push_back(place.row);
     }
     Reader().Prefetch(wanted);
@@ -175,7 +174,7 @@ void PlaceList::ReadRow(std::int64_t index, std::vector<Value>& values) {
     values.resize(current_.size());
     if (TakeFresh(index, values)) return;
     const jet::Database::Reading reading(Storage());
-    if (!MoveTo(places_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
+    if (!MoveTo(At(index))) Raise(ErrorNumber::RecordDeleted);
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
 }
 
@@ -216,7 +215,7 @@ void PlaceList::Load(std::int64_t index) {
 void PlaceList::LoadLong(std::int64_t index, std::size_t column, Value& value) {
     const Work work = source_.database->Begin(taken_.get());
     const jet::Database::Reading reading(Storage());
-    if (!MoveTo(places_[static_cast<std::size_t>(index)])) Raise(ErrorNumber::RecordDeleted);
+    if (!MoveTo(At(index))) Raise(ErrorNumber::RecordDeleted);
     reader_->Read(static_cast<int>(column), value);
 }
 
@@ -238,7 +237,7 @@ const Value& PlaceList::Get(std::int64_t index, int column) {
 // Changes
 
 sql::RowId PlaceList::Recognise(std::int64_t index) {
-    Place& place = places_[static_cast<std::size_t>(index)];
+    Place& place = At(index);
     if (is_remote_ && place.row.value != 0) return place.row;
     if (!MoveTo(place)) Raise(ErrorNumber::RecordDeleted);
     const std::uint64_t identity = reader_->Identity();
@@ -257,21 +256,21 @@ std::uint64_t PlaceList::IdentityOf(sql::RowId row) {
 }
 
 void PlaceList::Changed(std::int64_t index, std::uint64_t identity) {
-    places_[static_cast<std::size_t>(index)].identity = identity;
+    At(index).identity = identity;
     Unload();
 }
 
 std::int64_t PlaceList::Added(sql::RowId row, std::uint64_t identity) {
     added_[row.value] = identity;
     found_ = -1;
-    places_.insert(places_.begin() + seen_, {row, identity});
+    places_.insert(Begin(seen_), {row, identity});
     Unload();
     return seen_++;
 }
 
 // Its place may be another row's soon.
 void PlaceList::Deleted(std::int64_t index) {
-    Place& place = places_[static_cast<std::size_t>(index)];
+    Place& place = At(index);
     added_.erase(place.row.value);
     place.row = {};
     Unload();

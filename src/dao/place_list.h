@@ -58,6 +58,10 @@ private:
     void FillBlock(std::int64_t index) override;
     bool FillRow(std::int64_t index);
     void Pack(sql::Query& query);
+    Place& At(std::int64_t index) { return places_[static_cast<std::size_t>(index)]; }
+    std::vector<Place>::iterator Begin(std::int64_t index) {
+        return places_.begin() + static_cast<std::ptrdiff_t>(index);
+    }
     void Cover() { held_.Cover(block_.Bytes() + places_.capacity() * sizeof(Place)); }
     bool HasLong() const { return std::ranges::find(is_long_, true) != is_long_.end(); }
 

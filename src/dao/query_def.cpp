@@ -6,6 +6,7 @@
 #include "dao/table_defs.h"
 #include "dao/table_object.h"
 #include "jet/database.h"
+#include "sql/ast.h"
 
 namespace qmtrain::dao {
 
@@ -46,13 +47,19 @@ void QueryDef::SQL(std::u16string_view text) {
 
 std::int16_t QueryDef::Type() const {
     constexpr std::int16_t kSelect = 0;
+    constexpr std::int16_t kCrosstab = 16;
     constexpr std::int16_t kDelete = 32;
     constexpr std::int16_t kUpdate = 48;
     constexpr std::int16_t kAppend = 64;
     constexpr std::int16_t kMakeTable = 80;
     constexpr std::int16_t kDefinition = 96;
-    switch (sql::Parse(text_).Kind()) {
-        case sql::StatementKind::Select: return kSelect;
+    constexpr std::int16_t kUnion = 128;
+    const sql::Statement statement = sql::Parse(text_);
+    switch (statement.Kind()) {
+        case sql::StatementKind::Select: {
+            const auto& select = std::get<sql::ast::Select>(statement.Tree().node);
+            return select.crosstab != nullptr ? kCrosstab : select.parts.size() > 1 ? kUnion : kSelect;
+        }
         case sql::StatementKind::SelectInto: return kMakeTable;
         case sql::StatementKind::Insert: return kAppend;
         case sql::StatementKind::Update: return kUpdate;

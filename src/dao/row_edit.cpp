@@ -126,6 +126,22 @@ std::vector<sql::Assignment> RowEdit::Seen() const {
     return seen;
 }
 
+// A field that is written must be as it was when the edit began. Once somebody has been told that it is not, he may
+// write over it.
+void RowEdit::RequireUnchanged(sql::Table& table, sql::RowId row) {
+    const auto cursor = table.OpenCursor();
+    bool same = true;
+    Value now;
+    if (!cursor->MoveTo(row)) return;
+    for (std::size_t i = 0; i < Width(); ++i) {
+        if (!changed_[i]) continue;
+        cursor->Read(Query().Columns()[i].column, now);
+        same = same && now == originals_[i];
+        originals_[i] = now;
+    }
+    if (!same) Raise(ErrorNumber::RecordChanged);
+}
+
 void RowEdit::UpdateRow(sql::Table& table) {
     std::vector<sql::Assignment> changes;
     for (std::size_t i = 0; i < Width(); ++i) {
@@ -135,10 +151,12 @@ void RowEdit::UpdateRow(sql::Table& table) {
     {
         ChangeScope writing(source_.Storage(), table);
         const sql::RowId row = rows_.Recognise();
-        if (table.IsRemote())
+        if (table.IsRemote()) {
             table.UpdateSeen(row, changes, Seen());
-        else
+        } else {
+            RequireUnchanged(table, row);
             table.Update(row, changes);
+        }
         identity = rows_.IdentityOf(row);
         writing.Commit();
     }

@@ -47,6 +47,7 @@ private:
     std::size_t Width() const { return Query().Columns().size(); }
     std::vector<sql::Assignment> Seen() const;
     void TakeCounter(std::size_t place);
+    void RequireUnchanged(sql::Table& table, sql::RowId row);
     void UpdateRow(sql::Table& table);
     void InsertRow(sql::Table& table);
 

@@ -75,7 +75,9 @@ public:
             return part.name1.empty() ? part.expression : part.expression + u" AS " + Bracketed(part.name1);
         });
         if (all_columns_) outputs = outputs.empty() ? u"*" : outputs + u", *";
-        text += outputs + u" FROM " + From();
+        text += outputs;
+        const std::u16string tables = From();
+        if (!tables.empty()) text += u" FROM " + tables;
         Append(text, u" WHERE ", Clause::Where);
         Append(text, u" GROUP BY ", Clause::GroupBy);
         Append(text, u" HAVING ", Clause::Having);

@@ -53,6 +53,7 @@ struct ColumnName : Expression {
     ColumnName() : Expression(ExpressionKind::ColumnName) {}
     std::u16string table;  // empty when not given
     std::u16string name;
+    bool exclamation = false;  // "table!name": perhaps of something outside the database
 };
 
 enum class UnaryOperator : std::uint8_t { Minus, Plus, Not };
@@ -243,13 +244,13 @@ struct SetItem {
 };
 
 struct Update {
-    TableExpression table;
+    std::vector<TableExpression> from;
     std::vector<SetItem> items;
     ExpressionPtr where;
 };
 
 struct Delete {
-    std::u16string target;  // of "DELETE T.* FROM", else empty
+    std::vector<SelectItem> items;  // which tell the table, as in "DELETE T.* FROM"; no expressions but columns
     std::vector<TableExpression> from;
     ExpressionPtr where;
 };

@@ -13,6 +13,7 @@ struct OutputColumn {
     int size = 0;  // Text: characters, Binary: bytes; else 0
     int precision = 0;
     int scale = 0;
+    bool qualified = false;  // the name is "Table.Column"
 
     // Where the column is a plain column of a table: the position in Query::Tables(), and in that table's Columns().
     // Else both are -1.

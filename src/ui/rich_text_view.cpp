@@ -18,9 +18,6 @@ constexpr int kScrollUnit = 16;  // pixels
 // What is longer is measured by its characters.
 constexpr std::size_t kLongText = 20000;
 
-// The most that can be scrolled; a text of a few megabytes can ask for more than toolkits count.
-constexpr std::int64_t kMostHeight = 1 << 30;
-
 wxColour ToColour(const std::optional<document::Rgb>& color, wxSystemColour automatic) {
     return color ? wxColour(color->red, color->green, color->blue) : wxSystemSettings::GetColour(automatic);
 }
@@ -85,7 +82,7 @@ void RichTextView::Arrange() {
     const int margin = FromDIP(kMargin);
     const int width = std::max(1, GetClientSize().x - 2 * margin);
     layout_ = document::DocumentLayout(text_, width, *measurer_);
-    SetVirtualSize(width, static_cast<int>(std::min(layout_.Height() + std::int64_t{2} * margin, kMostHeight)));
+    SetVirtualSize(width, layout_.WindowHeight(margin));
     Refresh();
 }
 

@@ -60,6 +60,9 @@ TEST_F(AlterTest, RelationshipsAreDroppedAsConstraints) {
     EXPECT_EQ(run(u"ALTER TABLE TrainInfo ALTER COLUMN UserID TEXT(5)"),
               static_cast<int>(ErrorNumber::UsedInRelationship));
     EXPECT_EQ(run(u"ALTER TABLE Users ALTER COLUMN UserID TEXT(5)"), static_cast<int>(ErrorNumber::UsedInRelationship));
+    for (const char16_t* statement :
+         {u"ALTER TABLE Users DROP CONSTRAINT PrimaryKey", u"DROP INDEX PrimaryKey ON Users"})
+        EXPECT_EQ(run(statement), static_cast<int>(ErrorNumber::UsedInRelationship));
     EXPECT_NE(run(u"ALTER TABLE Users DROP CONSTRAINT OfUser"), 0) << "it belongs to the other table";
     EXPECT_EQ(run(u"ALTER TABLE TrainInfo DROP CONSTRAINT ofuser"), 0);
     EXPECT_EQ(run(u"DELETE FROM Users"), 0);

@@ -3,8 +3,10 @@
 #include <filesystem>
 #include <thread>
 
+#include "dao/database_object.h"
 #include "dao/database_settings.h"
 #include "dao/new_database.h"
+#include "dao/query_def.h"
 #include "dao/system_engine.h"
 #include "fixture.h"
 #include "jet/check.h"
@@ -78,6 +80,10 @@ TEST_F(DatabaseTest, VersionsPasswordsAndCopies) {
         {"changed with another", [&] { change(u"", u"x"); }, ErrorNumber::PasswordInvalid},
         {"changed to one that is too long", [&] { change(u"Schule", std::u16string(21, u'x')); },
          ErrorNumber::PasswordInvalid},
+        {"changed to one that no connection can give", [&] { change(u"Schule", u"a;b"); },
+         ErrorNumber::InvalidArgument},
+        {"encoded and not", [&] { compact(u"A.mdb", u"", kEncrypt | kDecrypt, u";pwd=Schule"); },
+         ErrorNumber::OperationNotSupported},
         {"copied without it", [&] { compact(u"A.mdb", u"", 0, u""); }, ErrorNumber::PasswordInvalid},
         {"over a file", [&] { compact(u"Client.mdb", u"", 0, u";pwd=Schule"); }, ErrorNumber::DatabaseExists},
         {"over itself", [&] { compact(u"Old.mdb", u"", 0, u";pwd=Schule"); }, ErrorNumber::DatabaseExists},
@@ -102,6 +108,41 @@ TEST_F(DatabaseTest, VersionsPasswordsAndCopies) {
     EXPECT_EQ(copy->Storage().GetVersion(), jet::Version::Jet4);
     EXPECT_NE(copy->Storage().GetPager().GetHeader().page_key, 0U);
     EXPECT_TRUE(copy->OpenRecordset(u"Select 笔 From T")->Eof());
+}
+
+// Not the unfinished file beside it, nor the column that takes the values for a while.
+TEST_F(DatabaseTest, ErrorsNameWhatWasAskedFor) {
+    const std::u16string missing = InFolder(Name(u"nowhere"), u"New.mdb");
+    const std::u16string password = std::u16string(kGeneralLocale) + u";pwd=" + std::u16string(21, u'x');
+    Engine& engine = Engine::Instance();
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"a database in no folder", [&] { engine.CreateDatabase(missing, kGeneralLocale, 0); }},
+        {"a copy in no folder", [&] { engine.CompactDatabase(Name(u"Client.mdb"), missing, u"", 0, u""); }},
+        {"a filled one in no folder", [&] { MakeDatabase(missing, u"CREATE TABLE T (A LONG)"); }},
+        {"a password that is too long", [&] { engine.CreateDatabase(Name(u"New.mdb"), password, 0); }},
+        {"a copy with it", [&] { engine.CompactDatabase(Name(u"Client.mdb"), Name(u"New.mdb"), password, 0, u""); }},
+    };
+    for (const auto& [name, run] : cases) {
+        const std::u16string text = RaisedBy(run).Description();
+        EXPECT_NE(text.find(u"New.mdb"), text.npos) << name << ": " << ToUtf8(text);
+        EXPECT_EQ(text.find(u".new"), text.npos) << name << ": " << ToUtf8(text);
+    }
+    const auto old = engine.CreateDatabase(Name(u"Old.mdb"), kGeneralLocale, kVersion30);
+    old->Execute(u"CREATE TABLE T (A LONG)");
+    const AutomationError decimal = RaisedBy([&] { old->Execute(u"ALTER TABLE T ALTER COLUMN A DECIMAL"); });
+    EXPECT_TRUE(decimal.Is(ErrorNumber::OperationNotSupported));
+    EXPECT_NE(decimal.Description().find(u"“A”"), std::u16string::npos) << decimal.what();
+    std::u16string columns;
+    std::u16string definitions;
+    for (std::int64_t i = 0; i < 11; ++i) {
+        const std::u16string name = (i == 0 ? u"C" : u", C") + ToText(i);
+        columns += name;
+        definitions += name + u" LONG";
+    }
+    old->Execute(u"CREATE TABLE W (" + definitions + u")");
+    const AutomationError index = RaisedBy([&] { old->Execute(u"CREATE INDEX I ON W (" + columns + u")"); });
+    EXPECT_TRUE(index.Is(ErrorNumber::InvalidArgument));
+    EXPECT_NE(index.Description().find(u"“I”"), std::u16string::npos) << index.what();
 }
 
 TEST_F(DatabaseTest, ANewDatabaseIsNoPartOfATransaction) {
@@ -443,6 +484,14 @@ TEST_F(DatabaseTest, SavedQueriesOfOtherPrograms) {
         }
     }
     EXPECT_GT(ran, refused);
+    // Its form's dates are parameters.
+    const auto sales = std::make_shared<DatabaseObject>(northwind)->QueryDefs()->Find<QueryDef>(u"Sales by Year");
+    ASSERT_TRUE(sales);
+    EXPECT_EQ(sales->Parameters()->Count(), 2);
+    for (const AnyObject& object : sales->Parameters()->Objects())
+        std::get<std::shared_ptr<ParameterObject>>(object)->Value(
+            NameOf(object) == u"Forms!Sales by Year Dialog!BeginningDate" ? u"1995-1-1" : u"1995-1-31");
+    EXPECT_GT(sales->OpenRecordset(RecordsetType::Snapshot, 0)->TrueRecordCount(), 0);
     const auto orders = northwind->OpenRecordset(
         u"SELECT Count(*) AS N FROM Orders INNER JOIN [Order Details] ON Orders.OrderID = [Order Details].OrderID");
     EXPECT_EQ(orders->Fields(0).Value(), Value(2155));

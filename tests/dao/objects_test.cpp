@@ -33,6 +33,9 @@ TEST_F(ObjectsTest, ATableIsPutTogetherAndAppended) {
     const auto odd = Field(*table, u"Odd", static_cast<FieldType>(14));
     EXPECT_EQ(ErrorOf(append), static_cast<int>(ErrorNumber::InvalidFieldType));
     odd->Type(static_cast<std::int16_t>(FieldType::Date));
+    name->Size(300);
+    EXPECT_EQ(ErrorOf(append), static_cast<int>(ErrorNumber::InvalidArgument));
+    name->Size(20);
     const auto key = table->CreateIndex(u"PrimaryKey");
     key->Primary(true);
     key->Fields()->Append(key->CreateField(u"Id"));
@@ -133,6 +136,19 @@ TEST_F(ObjectsTest, QueriesWithParameters) {
         {u"SELECT TrainID FROM TrainInfo WHERE UserID = (SELECT Max(UserID) FROM TrainInfo WHERE TrainID < Below)",
          u"Below", 3, u"1 3 5"},
         {u"SELECT TrainID FROM TrainInfo WHERE Remark = [A]", u"A", Null{}, u""},
+        // Of a form that only another program has; a table's column that is not there is no parameter.
+        {u"PARAMETERS [Forms!Dialog 1!Least] LONG; SELECT TrainID FROM TrainInfo"
+         u" WHERE TrainID >= [Forms]![Dialog 1]![Least]",
+         u"Forms!Dialog 1!Least", u"4", u"4 5"},
+        {u"PARAMETERS Forms![D]!Least LONG; SELECT TrainID FROM TrainInfo WHERE TrainID >= [Forms]![D].[Least]",
+         u"Forms!D!Least", u"5", u"5"},
+        {u"SELECT TrainID FROM TrainInfo WHERE TrainID >= Dialog!Least", u"Dialog!Least", 5, u"5"},
+        {u"SELECT TrainID FROM TrainInfo WHERE TrainID >= Dialog.Least", u"", {}, u"", ErrorNumber::MissingParameter},
+        {u"SELECT TrainID FROM TrainInfo AS T WHERE EXISTS (SELECT 1 FROM TrainInfo WHERE T!Least = 1)",
+         u"",
+         {},
+         u"",
+         ErrorNumber::MissingParameter},
         {u"SELECT TrainID FROM TrainInfo WHERE TrainID > A And TrainID < B", u"A B", 1, u"",
          ErrorNumber::MissingParameter},
         {u"PARAMETERS A LONG; SELECT TrainID FROM TrainInfo WHERE TrainID > A", u"A", u"drei", u"",
@@ -164,9 +180,25 @@ TEST_F(ObjectsTest, QueriesWithParameters) {
     action->Parameters()->Find<ParameterObject>(u"s")->Value(u"1.5");
     action->Parameters()->Find<ParameterObject>(u"新")->Value(u"甲");
     EXPECT_EQ(ErrorOf([&] { action->Execute(1024); }), static_cast<int>(ErrorNumber::InvalidArgument));
+    EXPECT_EQ(ErrorOf([&] { action->Execute(kDenyRead); }), static_cast<int>(ErrorNumber::OperationNotSupported));
     action->Execute(kFailOnError);
     EXPECT_EQ(action->RecordsAffected(), 3);
-    EXPECT_EQ(action->Type(), 48);
+    const auto insertion =
+        objects_->CreateQueryDef(u"", u"INSERT INTO TrainInfo (UserID, Remark) VALUES (7, Given & '!')");
+    insertion->Parameters()->Find<ParameterObject>(u"given")->Value(u"乙");
+    insertion->Execute(kFailOnError);
+    EXPECT_EQ(Column(u"SELECT Remark FROM TrainInfo WHERE UserID = 7", u"Remark"), u"乙!");
+    const std::pair<const char16_t*, int> types[] = {
+        {u"SELECT 1", 0},
+        {u"TRANSFORM Sum(Score) SELECT UserID FROM TrainInfo GROUP BY UserID PIVOT TrainID", 16},
+        {u"DELETE FROM TrainInfo", 32},
+        {u"UPDATE TrainInfo SET Score = 1", 48},
+        {u"INSERT INTO TrainInfo (Score) VALUES (1)", 64},
+        {u"SELECT * INTO T FROM TrainInfo", 80},
+        {u"DROP TABLE TrainInfo", 96},
+        {u"SELECT 1 UNION SELECT 2", 128},
+    };
+    for (const auto& [text, type] : types) EXPECT_EQ(objects_->CreateQueryDef(u"", text)->Type(), type) << ToUtf8(text);
     EXPECT_EQ(Column(u"SELECT Remark FROM TrainInfo WHERE Score = 1.5", u"Remark"), u"甲 甲 甲");
     EXPECT_EQ(ErrorOf([&] { action->OpenRecordset(RecordsetType::Default, 0); }),
               static_cast<int>(ErrorNumber::InvalidOperation));
@@ -179,6 +211,8 @@ TEST_F(ObjectsTest, SavedQueries) {
         u"SELECT * FROM TrainInfo",
         u"SELECT TrainInfo.*, Score * 2 AS Twice FROM TrainInfo WHERE Score > 20 ORDER BY TrainID DESC, Score",
         u"SELECT DISTINCT UserID FROM TrainInfo",
+        u"SELECT 1 AS A, 'x' AS B",
+        u"SELECT UserID FROM TrainInfo WITH OWNERACCESS OPTION",
         u"SELECT TOP 2 TrainID, Remark FROM TrainInfo ORDER BY TrainID DESC",
         u"SELECT UserID, Count(*) AS N FROM TrainInfo GROUP BY UserID HAVING Count(*) > 2",
         u"SELECT T.TrainID, U.UserName FROM TrainInfo AS T LEFT JOIN Users AS U ON T.UserID = U.UserID",

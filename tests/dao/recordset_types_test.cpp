@@ -142,6 +142,9 @@ TEST_F(RecordsetTypesTest, HowTheyAreOpened) {
         {u"TrainInfo", RecordsetType::Dynaset, kSqlPassThrough, ErrorNumber::OperationNotSupported},
         {u"TrainInfo", RecordsetType::Table, kAppendOnly, ErrorNumber::InvalidArgument},
         {u"TrainInfo", RecordsetType::Dynaset, 1024, ErrorNumber::InvalidArgument},
+        {u"nowhere", kDefault, 0, ErrorNumber::NoSuchTable},
+        {u"[no where]", RecordsetType::Table, 0, ErrorNumber::NoSuchTable},
+        {u"Selec * From TrainInfo", kDefault, 0, ErrorNumber::SyntaxInStatement},
     };
     for (const Case& test : cases) {
         std::shared_ptr<Recordset> rows;
@@ -443,6 +446,34 @@ TEST_F(RecordsetTypesTest, FiltersClonesAndRequeries) {
     database_->Execute(u"DELETE FROM TrainInfo WHERE TrainID = 1");
     all->Requery();
     EXPECT_EQ(Rest(*all), u"2 3 4 5 6");
+}
+
+// Whoever writes a field later is told once that it is not what he saw; other fields are nobody's concern.
+TEST_F(RecordsetTypesTest, FieldsThatTwoEditAtATime) {
+    for (const RecordsetType type : {RecordsetType::Table, RecordsetType::Dynaset}) {
+        const auto first = database_->OpenRecordset(u"TrainInfo", type);
+        const auto second = database_->OpenRecordset(u"TrainInfo", type);
+        for (const auto& rows : {first, second}) {
+            rows->MoveFirst();
+            rows->Edit();
+        }
+        first->Fields(u"Remark").Value(u"first");
+        second->Fields(u"Remark").Value(u"second");
+        second->Fields(u"Score").Value(3.5);
+        first->Update();
+        EXPECT_EQ(ErrorOf([&] { second->Update(); }), static_cast<int>(ErrorNumber::RecordChanged));
+        EXPECT_EQ(second->Fields(u"Remark").OriginalValue(), Value(u"first"));
+        EXPECT_EQ(Column(u"Select Top 1 Remark From TrainInfo", u"Remark"), u"first");
+        second->Update();
+        EXPECT_EQ(Column(u"Select Top 1 Remark From TrainInfo", u"Remark"), u"second");
+        first->Edit();
+        second->Edit();
+        first->Fields(u"Remark").Value(u"both");
+        second->Fields(u"Score").Value(4.5);
+        first->Update();
+        second->Update();
+        EXPECT_EQ(Column(u"Select Top 1 Remark & Score As S From TrainInfo", u"S"), u"both4.5");
+    }
 }
 
 TEST_F(RecordsetTypesTest, TablesThatOthersChangeMeanwhile) {

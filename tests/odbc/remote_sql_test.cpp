@@ -138,6 +138,10 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
         {Share::Part, u"SELECT First(content) AS c FROM tr WHERE id = 1"},
         {Share::Part, u"SELECT trainid FROM ti WHERE userid = 7 UNION SELECT n FROM here"},
         {Share::All, u"SELECT q.n FROM (SELECT Count(*) AS n FROM tr WHERE trainid = 1) AS q"},
+        {Share::Part, u"TRANSFORM Sum(score) SELECT userid, Count(*) AS n FROM ti GROUP BY userid PIVOT subject"},
+        {Share::Part,
+         u"TRANSFORM Nz(Sum(TR.score), 0) AS s SELECT TI.userid FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid "
+         u"GROUP BY TI.userid ORDER BY TI.userid PIVOT TR.code IN ('A1', 2)"},
         // What is wrong is told alike.
         {Share::Part, u"SELECT nothing FROM ti"},
         {Share::Part, u"SELECT trainid FROM ti, tr"},
@@ -173,7 +177,8 @@ TEST_F(RemoteSqlTest, WhatTheServerIsAsked) {
               "UPDATE \"public\".\"tr\" AS t0 SET \"score\" = CAST((CAST(t0.\"score\" AS double precision) + CAST(1 AS "
               "double "
               "precision)) AS real), \"code\" = concat('x', t0.\"id\") WHERE (t0.\"trainid\" = 1)\n");
-    EXPECT_EQ(Explained(u"DELETE FROM tr"), "DELETE FROM \"public\".\"tr\" AS t0\n");
+    for (const char16_t* statement : {u"DELETE FROM tr", u"DELETE tr.*, id FROM tr", u"DELETE id FROM tr"})
+        EXPECT_EQ(Explained(statement), "DELETE FROM \"public\".\"tr\" AS t0\n");
 }
 
 // Random statements over random rows.

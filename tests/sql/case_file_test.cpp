@@ -3,6 +3,7 @@
 //     run                        statements that succeed
 //     affects 3                  one statement, with the number of records
 //     rows                       a SELECT, "----", and the rows expected, in that order
+//     names ID, Name             a SELECT with columns of these names
 //     error 3061                 a statement that fails with that number
 //     query Name                 saves a query
 //     # …                        a comment
@@ -43,7 +44,8 @@ std::vector<Block> ReadBlocks(const std::filesystem::path& path) {
             std::istringstream words(line);
             Block block;
             block.line = number;
-            words >> block.verb >> block.argument;
+            words >> block.verb >> std::ws;
+            std::getline(words, block.argument);
             blocks.push_back(block);
             inside = true;
         } else if (line == "----") {
@@ -64,6 +66,11 @@ void RunBlock(MemoryCatalog& catalog, const Block& block) {
         EXPECT_EQ(RunSql(catalog, block.sql), std::stoi(block.argument));
     } else if (block.verb == "rows") {
         EXPECT_EQ(Rows(catalog, block.sql), block.rows);
+    } else if (block.verb == "names") {
+        const auto query = Open(catalog, Parse(FromUtf8(block.sql)));
+        std::string names;
+        for (const OutputColumn& column : query->Columns()) names += (names.empty() ? "" : ", ") + ToUtf8(column.name);
+        EXPECT_EQ(names, block.argument);
     } else if (block.verb == "error") {
         EXPECT_EQ(ErrorOf(catalog, block.sql), std::stoi(block.argument));
     } else if (block.verb == "query") {

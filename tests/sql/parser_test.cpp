@@ -23,7 +23,9 @@ constexpr const char* kGood[] = {
     "INSERT INTO T (A, [B C]) VALUES (1, #12/31/2005 8:00:00#)",
     "INSERT INTO T SELECT * FROM U",
     "UPDATE T INNER JOIN U ON T.A = U.A SET T.B = U.B + 1, C = 'x' WHERE T.A > 5",
+    "UPDATE T, U SET T!B = U.B WHERE T.A = U.A",
     "DELETE T.* FROM T, U WHERE T.A = U.A",
+    "DELETE A, T.B FROM T WITH OWNERACCESS OPTION;",
     "CREATE TABLE T (A COUNTER PRIMARY KEY, B TEXT(10) DEFAULT 'x' NOT NULL, C DECIMAL(9,2) CONSTRAINT N UNIQUE)",
     "CREATE TABLE T (D LONG REFERENCES U (A) ON UPDATE CASCADE ON DELETE CASCADE, UNIQUE (D DESC))",
     "CREATE TABLE T (B LONG, C LONG, CONSTRAINT F FOREIGN KEY (B, C) REFERENCES V (X, Y))",
@@ -36,8 +38,10 @@ constexpr const char* kGood[] = {
     "ALTER TABLE T DROP CONSTRAINT P",
     "ALTER TABLE T ALTER COLUMN A TEXT(20) DEFAULT 'x' NOT NULL",
     "PARAMETERS [a b] TEXT(20), C DATETIME, D VALUE; SELECT [a b] FROM T WHERE A = C",
+    "PARAMETERS [Forms]![a b]![C] LONG; SELECT A FROM T WHERE A = [Forms]![a b].[C] WITH OWNERACCESS OPTION",
     "SELECT A FROM T WHERE A > ANY (SELECT B FROM U) AND NOT A = ALL (SELECT B FROM U WHERE U.A = T.A)",
     "TRANSFORM Sum(A) SELECT B FROM T WHERE C > 1 GROUP BY B ORDER BY B DESC PIVOT D & 'x' IN ('ax', 'bx')",
+    "TRANSFORM Sum(A) AS S SELECT B FROM T GROUP BY B PIVOT C > 1 Or (C In (2)) IN (True)",
 };
 
 // Printing shows how a statement was understood; what is printed must be understood in the same way.
@@ -111,7 +115,7 @@ constexpr Broken kBroken[] = {
     {"INSERT INTO T (A,) VALUES (1)", 3134},
     {"UPDATE T SET A + 1 = 2", 3144},
     {"UPDATE T SET A = 1 FROM U", 3075},
-    {"DELETE A FROM T", 3129},
+    {"DELETE A + 1 FROM T", 3129},
     {"DELETE FROM T ORDER BY A", 3075},
     {"CREATE TABLE T (PRIMARY KEY (A))", 3290},
     {"CREATE TABLE T (A LONG,)", 3292},

@@ -97,6 +97,9 @@ TEST_F(JetsqlTest, MakesOldFilesAndAsksForPasswords) {
     EXPECT_FALSE(Run({"--password", "geheim", count}, "old.mdb"));
     EXPECT_EQ(Run({"--password", "Geheim", "--csv", count}, "old.mdb"), "\"N\"\r\n0\r\n");
     EXPECT_EQ(Run({"--password-file", Script("Geheim\r\n"), "--csv", count}, "old.mdb"), "\"N\"\r\n0\r\n");
+    EXPECT_EQ(Run({"--password-file", Script("\xEF\xBB\xBFGeheim"), "--csv", count}, "old.mdb"), "\"N\"\r\n0\r\n");
+    EXPECT_FALSE(Run({"--password-file", Script(""), count}, "old.mdb"));
+    EXPECT_TRUE(Run({"--password-file", Script(""), "--tables"})) << "a file without a password";
     test::SetEnvironment("QMTRAININFO_PASSWORD", "Geheim");
     EXPECT_EQ(Run({"--csv", count}, "old.mdb"), "\"N\"\r\n0\r\n");
     EXPECT_FALSE(Run({"--password", "x", count}, "old.mdb")) << "what is given counts more";
@@ -105,6 +108,11 @@ TEST_F(JetsqlTest, MakesOldFilesAndAsksForPasswords) {
 }
 
 TEST_F(JetsqlTest, TheSchemaCanBeLoaded) {
+    ASSERT_TRUE(
+        Run({"ALTER TABLE Visits ADD COLUMN Place TEXT(9);"
+             "INSERT INTO Visits VALUES (1, 5, 'x');"
+             "ALTER TABLE Visits ALTER COLUMN Times DOUBLE"}));
+    EXPECT_EQ(Run({"--csv", "--dump", "Visits"}), "\"NoteID\",\"Times\",\"Place\"\r\n1,5,\"x\"\r\n");
     const auto schema = Run({"--schema"});
     ASSERT_TRUE(schema);
     ASSERT_TRUE(Run({"--create", "-f", Script(*schema)}, "copy.mdb"));

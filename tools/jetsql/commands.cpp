@@ -8,6 +8,7 @@
 
 #include "core/files.h"
 #include "core/text.h"
+#include "dao/jet_columns.h"
 #include "jet/check.h"
 #include "jet/row_cursor.h"
 #include "odbc/connect_string.h"
@@ -123,13 +124,14 @@ void Commands::Dump(const std::string& name) {
     const jet::Database::Reading reading(database_);
     const auto table = database_.FindTable(FromUtf8(name));
     if (!table) Raise(ErrorNumber::NoSuchTable, {FromUtf8(name)});
+    const std::vector<std::size_t> positions = dao::Layout(*table).positions;
     std::vector<std::u16string> columns;
-    for (const jet::StoredColumn& column : table->Definition().columns) columns.push_back(column.name);
+    for (const std::size_t position : positions) columns.push_back(table->Definition().columns[position].name);
     writer_.Begin(columns);
     std::vector<Value> row(columns.size());
     jet::RowCursor cursor(*table);
     for (cursor.Scan(); cursor.Next();) {
-        for (std::size_t i = 0; i < row.size(); ++i) cursor.Read(i, row[i]);
+        for (std::size_t i = 0; i < row.size(); ++i) cursor.Read(positions[i], row[i]);
         writer_.Row(row);
     }
     writer_.End();

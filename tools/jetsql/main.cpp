@@ -18,9 +18,11 @@ namespace {
 
 std::u16string FirstLineOf(const std::string& name) {
     std::ifstream file(ToNativePath(FromUtf8(name)), std::ios::binary);
+    if (!file) Raise(ErrorNumber::FileNotFound, {FromUtf8(name)});
     std::string line;
     std::getline(file, line);
-    if (!file && line.empty()) Raise(ErrorNumber::FileNotFound, {FromUtf8(name)});
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
     if (line.ends_with('\r')) line.pop_back();
     return FromUtf8(line);
 }

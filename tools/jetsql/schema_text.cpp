@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/text.h"
+#include "dao/jet_columns.h"
 
 namespace qmtrain::jetsql {
 namespace {
@@ -52,7 +53,8 @@ public:
 
     void Describe() {
         std::u16string text = u"CREATE TABLE " + name_ + u" (\n";
-        for (const jet::StoredColumn& column : definition_.columns) text += u"  " + ColumnText(column) + u",\n";
+        for (const std::size_t position : dao::Layout(table_).positions)
+            text += u"  " + ColumnText(definition_.columns[position]) + u",\n";
         for (const jet::LogicalIndex& index : definition_.logical_indexes) {
             if (index.role != jet::IndexRole::Primary) continue;
             text += u"  CONSTRAINT " + Quoted(index.name) + u" PRIMARY KEY " + Keys(index) + u",\n";

@@ -6,7 +6,10 @@
 
 #include "core/convert.h"
 #include "core/error.h"
+#include "core/text.h"
+#include "sql/aggregate_calls.h"
 #include "sql/binding/binder.h"
+#include "sql/expression_parts.h"
 #include "sql/expressions/key.h"
 #include "sql/print.h"
 #include "sql/running/crosstab.h"
@@ -21,10 +24,31 @@ ast::SelectItem ItemOf(const ast::Expression& expression) {
     return item;
 }
 
-// The select that is written, with its groups as further columns.
+// Null in the place of aggregates and of the pivot: neither has a value where a cell has no rows.
+void Blank(ast::ExpressionPtr& expression, const std::u16string& pivot) {
+    if (IsAggregate(*expression) || Print(*expression) == pivot)
+        expression = std::make_unique<ast::Literal>(Value(Null{}));
+    else
+        ForParts(*expression, [&](ast::ExpressionPtr& part) { Blank(part, pivot); });
+}
+
+// Whether cells without rows may show another value than Null, as those of "Nz(Sum(x), 0)" do.
+bool FillsCells(const ast::Crosstab& crosstab) {
+    return !IsAggregate(*crosstab.value) && ContainsAggregate(*crosstab.value);
+}
+
+// The select that is written, with its groups as further columns, and the value of a cell without rows.
 ast::Select RowsSelect(const ast::Select& select) {
     ast::Select rows = CopyOf(select);
-    for (const ast::ExpressionPtr& key : select.parts[0].group_by) rows.parts[0].items.push_back(ItemOf(*key));
+    std::vector<ast::SelectItem>& items = rows.parts[0].items;
+    const std::size_t own = items.size();
+    for (const ast::ExpressionPtr& key : select.parts[0].group_by) items.push_back(ItemOf(*key));
+    if (FillsCells(*select.crosstab)) {
+        items.push_back(ItemOf(*select.crosstab->value));
+        Blank(items.back().expression, Print(*select.crosstab->pivot));
+    }
+    // Names of their own, lest the written ones have to be told apart from them.
+    for (std::size_t i = own; i < items.size(); ++i) items[i].alias = u"~" + ToText(static_cast<std::int64_t>(i));
     return rows;
 }
 
@@ -42,16 +66,31 @@ ast::Select CellsSelect(const ast::Select& select) {
     return cells;
 }
 
-// Those that are written, else those that there are, Null before all.
-std::vector<Value> HeadingsOf(BindContext& context, const ast::Crosstab& crosstab, Plan& cells, std::size_t groups) {
-    std::vector<Value> headings;
-    if (!crosstab.headings.empty()) {
-        Scope scope(nullptr);
-        ExpressionBinder binder(context, scope);
-        for (const ast::ExpressionPtr& heading : crosstab.headings)
-            headings.push_back(binder.Bind(*heading)->Evaluate());
-        return headings;
+// A heading that is written, as the pivot has it. Raises CriteriaTypeMismatch for what the pivot never is.
+Value AsPivot(const Value& heading, Value::Type pivot) {
+    if (pivot == Value::Type::Text) return heading.IsNull() ? heading : Value(ToText(heading));
+    if (!heading.IsText() || FamilyOf(pivot) != Family::Number) return heading;
+    try {
+        if (pivot == Value::Type::Date) return ToDate(heading);
+        const bool wide = pivot != Value::Type::Boolean && IsExactAsDouble(pivot);
+        return Convert(heading, wide ? Value::Type::Double : pivot);
+    } catch (const AutomationError& error) {
+        if (!error.Is(ErrorNumber::TypeMismatch)) throw;
+        Raise(ErrorNumber::CriteriaTypeMismatch, {heading.Text()});
     }
+}
+
+std::vector<Value> WrittenHeadings(BindContext& context, const ast::Crosstab& crosstab) {
+    std::vector<Value> headings;
+    Scope scope(nullptr);
+    ExpressionBinder binder(context, scope);
+    for (const ast::ExpressionPtr& heading : crosstab.headings) headings.push_back(binder.Bind(*heading)->Evaluate());
+    return headings;
+}
+
+// Those that there are, Null before all.
+std::vector<Value> FoundHeadings(Plan& cells, std::size_t groups) {
+    std::vector<Value> headings;
     KeyTable seen;
     std::vector<std::uint8_t> key;
     cells.Start();
@@ -76,8 +115,10 @@ std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& sele
     const std::size_t groups = select.parts[0].group_by.size();
     auto rows = BindSelect(context, RowsSelect(select), nullptr);
     auto cells = BindSelect(context, CellsSelect(select), nullptr);
-    const std::vector<Value> headings = HeadingsOf(context, *select.crosstab, *cells, groups);
-    const std::size_t own = rows->outputs.size() - groups;
+    const bool written = !select.crosstab->headings.empty();
+    std::vector<Value> headings = written ? WrittenHeadings(context, *select.crosstab) : FoundHeadings(*cells, groups);
+    const bool fills = FillsCells(*select.crosstab);
+    const std::size_t own = rows->outputs.size() - groups - (fills ? 1 : 0);
     if (own + headings.size() > kMostColumns) Raise(ErrorNumber::TooManyFields, {u"TRANSFORM"});
 
     auto plan = std::make_unique<Plan>();
@@ -92,10 +133,12 @@ std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& sele
         if (i >= own) column.name = headings[i - own].IsNull() ? u"<>" : ToText(headings[i - own]);
         infos.push_back({column.name, from.expression->Type(), ShapeOf(column)});
     }
+    const Value::Type pivot = cells->outputs[groups].expression->Type();
+    for (Value& heading : headings) heading = AsPivot(heading, pivot);
     auto source = std::make_unique<RowsSource>(std::move(infos));
     for (std::size_t i = 0; i < plan->outputs.size(); ++i)
         plan->outputs[i].expression = std::make_unique<SlotExpression>(*source, static_cast<int>(i));
-    plan->root = std::make_unique<CrosstabRows>(*source, std::move(rows), std::move(cells), groups, headings);
+    plan->root = std::make_unique<CrosstabRows>(*source, std::move(rows), std::move(cells), groups, fills, headings);
     plan->sources.push_back(std::move(source));
     return plan;
 }

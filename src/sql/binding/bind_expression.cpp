@@ -8,6 +8,7 @@
 #include "sql/binding/binder.h"
 #include "sql/expressions/functions.h"
 #include "sql/expressions/make_expression.h"
+#include "sql/print.h"
 #include "sql/running/subquery.h"
 #include "sql/values.h"
 
@@ -73,8 +74,19 @@ ExpressionPtr ExpressionBinder::BindColumn(const ast::ColumnName& name) {
     }
     if (ExpressionPtr alias = BindAlias(name)) return alias;
     if (ExpressionPtr outer = BindOuterColumn(name)) return outer;
-    if (!name.table.empty()) Raise(ErrorNumber::MissingParameter, {name.name});
-    return context_.parameters.Bind(name.name);
+    if (name.table.empty()) return context_.parameters.Bind(name.name);
+    if (!name.exclamation || NamesTable(name)) Raise(ErrorNumber::MissingParameter, {name.name});
+    return context_.parameters.Bind(name.table + u"!" + name.name);
+}
+
+// Whether the first part of a column's name is a table of this select or of one around it.
+bool ExpressionBinder::NamesTable(const ast::ColumnName& name) const {
+    const std::u16string_view first = std::u16string_view(name.table).substr(0, name.table.find(u'!'));
+    for (const Scope* scope = &scope_; scope != nullptr; scope = scope->Parent()) {
+        const auto has_name = [&](const Scope::Entry& entry) { return EqualNames(entry.name, first); };
+        if (std::ranges::any_of(scope->Entries(), has_name)) return true;
+    }
+    return false;
 }
 
 ExpressionPtr ExpressionBinder::BindOuterColumn(const ast::ColumnName& name) {
@@ -173,7 +185,7 @@ ExpressionPtr ExpressionBinder::BindInSelect(const ast::InSelect& in) {
 
 std::unique_ptr<Plan> ExpressionBinder::BindSubSelect(const ast::Select& select, bool one_column) {
     std::unique_ptr<Plan> plan = BindSelect(context_, select, &scope_);
-    if (one_column && plan->outputs.size() != 1) Raise(ErrorNumber::SubqueryManyColumns);
+    if (one_column && plan->outputs.size() != 1) Raise(ErrorNumber::SubqueryManyColumns, {PrintRows(select)});
     context_.subqueries.push_back(plan.get());
     return plan;
 }

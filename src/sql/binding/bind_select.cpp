@@ -187,7 +187,9 @@ private:
         for (const PlanOutput& output : plan_->outputs) folded.push_back(FoldName(output.column.name));
         for (std::size_t i = 0; i < folded.size(); ++i) {
             if (qualified_names_[i].empty()) continue;
-            if (std::ranges::count(folded, folded[i]) > 1) plan_->outputs[i].column.name = qualified_names_[i];
+            if (std::ranges::count(folded, folded[i]) < 2) continue;
+            plan_->outputs[i].column.name = qualified_names_[i];
+            plan_->outputs[i].column.qualified = true;
         }
     }
 

@@ -29,6 +29,7 @@ public:
 private:
     ExpressionPtr BindColumn(const ast::ColumnName& name);
     ExpressionPtr BindOuterColumn(const ast::ColumnName& name);
+    bool NamesTable(const ast::ColumnName& name) const;
     ExpressionPtr BindAlias(const ast::ColumnName& name);
     ExpressionPtr BindCall(const ast::Call& call);
     ExpressionPtr BindAggregate(const ast::Call& call, AggregateKind kind);

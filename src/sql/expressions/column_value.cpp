@@ -1,8 +1,5 @@
 // Values on their way into a column.
-#include <cmath>
-
 #include "core/convert.h"
-#include "core/decimal.h"
 #include "core/error.h"
 #include "core/text.h"
 #include "sql/expressions/types.h"
@@ -48,10 +45,7 @@ Value ConvertToBinary(const Value& value, const Column& column) {
 
 Value ConvertToDecimal(const Value& value, const Column& column) {
     const Decimal decimal = Rescale(ToDecimal(value), column.scale);
-    const double magnitude = std::abs(ToDouble(Value(decimal)));
-    if (column.precision > 0 && magnitude >= std::pow(10.0, column.precision - column.scale)) {
-        Raise(ErrorNumber::Overflow);
-    }
+    if (column.precision > 0 && !FitsPrecision(decimal, column)) Raise(ErrorNumber::Overflow);
     return decimal;
 }
 

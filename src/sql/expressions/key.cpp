@@ -124,7 +124,7 @@ void KeyTable::Clear() {
 // The slot that holds the key, or the free one where it belongs. Requires: there are slots.
 std::size_t KeyTable::Slot(const std::vector<std::uint8_t>& key, std::uint64_t hash) const {
     const std::size_t mask = slots_.size() - 1;
-    std::size_t slot = hash & mask;
+    auto slot = static_cast<std::size_t>(hash & mask);
     for (; slots_[slot] != 0; slot = (slot + 1) & mask) {
         const Entry& entry = entries_[slots_[slot] - 1];
         if (entry.hash == hash && entry.size == key.size() &&
@@ -158,7 +158,7 @@ void KeyTable::Grow() {
     slots_.assign(std::max(kFirstSlots, slots_.size() * 2), 0);
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t i = 0; i < entries_.size(); ++i) {
-        std::size_t slot = entries_[i].hash & mask;
+        auto slot = static_cast<std::size_t>(entries_[i].hash & mask);
         while (slots_[slot] != 0) slot = (slot + 1) & mask;
         slots_[slot] = static_cast<std::uint32_t>(i + 1);
     }
@@ -173,7 +173,7 @@ void NumberTable::Clear() {
 
 std::size_t NumberTable::Slot(std::uint64_t bits) const {
     const std::size_t mask = slots_.size() - 1;
-    std::size_t slot = Mix(bits) & mask;
+    auto slot = static_cast<std::size_t>(Mix(bits) & mask);
     while (slots_[slot] != 0 && entries_[slots_[slot] - 1] != bits) slot = (slot + 1) & mask;
     return slot;
 }

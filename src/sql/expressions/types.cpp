@@ -3,8 +3,15 @@
 #include <algorithm>
 
 #include "core/convert.h"
+#include "core/decimal.h"
 
 namespace qmtrain::sql {
+
+bool FitsPrecision(const Decimal& value, const Column& column) {
+    const Decimal above = Rescale(Decimal{false, 0, 0, 1}, column.precision - column.scale);
+    const Decimal magnitude{false, value.scale, value.high, value.low};
+    return Compare(magnitude, Decimal{false, 0, above.high, above.low}) < 0;
+}
 
 Shape ShapeOf(Value::Type type) {
     switch (type) {

@@ -49,6 +49,9 @@ inline double DoubleOf(const Value& value) {
     }
 }
 
+// Whether a decimal has no more digits before the point than a column of decimals holds.
+bool FitsPrecision(const Decimal& value, const Column& column);
+
 // The column that holds a type of value.
 Shape ShapeOf(Value::Type type);
 Shape ShapeOf(const Column& column);

@@ -32,7 +32,7 @@ ast::Update Parser::ParseUpdate() {
     ast::Update update;
     TakeKeyword(u"DISTINCTROW");
     if (!PeekName() && !PeekSymbol(u"(")) Fail(kError);
-    update.table = ParseTableExpression();
+    update.from = ParseFrom();
     ExpectKeyword(u"SET", kError);
     do {
         if (!PeekName()) Fail(kError);
@@ -52,10 +52,12 @@ ast::Delete Parser::ParseDelete() {
     constexpr ErrorNumber kError = ErrorNumber::SyntaxInStatement;
     ast::Delete statement;
     TakeKeyword(u"DISTINCTROW");
-    if (!TakeSymbol(u"*") && PeekName()) {
-        statement.target = Take().text;
-        if (!TakeSymbol(u".") && !TakeSymbol(u"!")) Fail(kError);
-        ExpectSymbol(u"*", kError);
+    if (!PeekKeyword(u"FROM")) {
+        do {
+            const ast::SelectItem& item = statement.items.emplace_back(ParseSelectItem());
+            const bool column = !item.star && item.expression->kind == ast::ExpressionKind::ColumnName;
+            if ((!item.star && !column) || !item.alias.empty()) Fail(kError);
+        } while (TakeSymbol(u","));
     }
     ExpectKeyword(u"FROM", kError);
     statement.from = ParseFrom();

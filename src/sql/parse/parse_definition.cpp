@@ -92,6 +92,8 @@ std::vector<ast::Parameter> Parser::ParseParameters() {
     do {
         ast::Parameter& parameter = parameters.emplace_back();
         parameter.column.name = ExpectName(kError);
+        // "[Forms]![Dialog]![Date]" as it is used.
+        while (TakeSymbol(u"!")) parameter.column.name += u"!" + ExpectName(kError);
         parameter.typed = !TakeKeyword(u"VALUE");
         if (parameter.typed) ParseColumnType(parameter.column);
     } while (TakeSymbol(u","));

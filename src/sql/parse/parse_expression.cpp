@@ -80,8 +80,11 @@ ExpressionPtr Parser::ParseExpression() {
     return ParseOperators(kImp);
 }
 
-ExpressionPtr Parser::ParseOperand() {
-    return ParseOperators(kConcatenate);
+ExpressionPtr Parser::ParsePivot() {
+    in_pivot_ = true;
+    ExpressionPtr pivot = ParseExpression();
+    in_pivot_ = false;
+    return pivot;
 }
 
 ExpressionPtr Parser::ParseOperators(int lowest) {
@@ -91,6 +94,7 @@ ExpressionPtr Parser::ParseOperators(int lowest) {
     ExpressionPtr left = LacksSubject(lowest) ? Subject() : ParsePrefix();
     while (true) {
         const bool negated = PeekKeyword(u"NOT") && StartsPredicate(Peek(1));
+        if (in_pivot_ && PeekKeyword(u"IN")) return left;
         if (lowest <= kComparison && (negated || (StartsPredicate(Peek()) && !PeekKeyword(u"LIKE")))) {
             if (negated) Take();
             left = Checked(ParsePredicate(std::move(left), negated));
@@ -192,8 +196,9 @@ ExpressionPtr Parser::ParseNamed() {
     }
     auto column = std::make_unique<ast::ColumnName>();
     column->name = Take().text;
-    // More than two parts name something outside the database, such as "[Forms]![Dialog]![Date]": a parameter.
-    while (TakeSymbol(u".") || TakeSymbol(u"!")) {
+    // More than two parts name something outside the database, such as "[Forms]![Dialog]![Date]".
+    while (PeekSymbol(u".") || PeekSymbol(u"!")) {
+        if (Take().IsSymbol(u"!")) column->exclamation = true;
         column->table += (column->table.empty() ? u"" : u"!") + column->name;
         // Behind the point a keyword is a name.
         if (Peek().kind != TokenKind::Name && Peek().kind != TokenKind::QuotedName)
@@ -204,6 +209,7 @@ ExpressionPtr Parser::ParseNamed() {
 }
 
 ExpressionPtr Parser::ParseCall() {
+    const Inside inside(*this);
     auto call = std::make_unique<ast::Call>();
     call->name = Take().text;
     Take();
@@ -223,6 +229,7 @@ ExpressionPtr Parser::ParseCall() {
 }
 
 ExpressionPtr Parser::ParseParenthesised() {
+    const Inside inside(*this);
     if (PeekKeyword(u"SELECT")) {
         auto sub_select = std::make_unique<ast::SubSelect>();
         sub_select->select = ParseSubSelect();

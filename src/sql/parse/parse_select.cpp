@@ -33,11 +33,12 @@ ast::Select Parser::ParseTransform() {
     auto crosstab = std::make_unique<ast::Crosstab>();
     Take();
     crosstab->value = ParseExpression();
+    if (TakeKeyword(u"AS")) ExpectName(kError);  // the columns have the headings' names
     if (!PeekKeyword(u"SELECT")) Fail(kError);
     ast::Select select = ParseSelect();
     if (select.parts.size() > 1 || select.parts[0].group_by.empty() || !select.parts[0].into.empty()) Fail(kError);
     ExpectKeyword(u"PIVOT", kError);
-    crosstab->pivot = ParseOperand();
+    crosstab->pivot = ParsePivot();
     if (TakeKeyword(u"IN")) {
         ExpectSymbol(u"(", kError);
         do {
@@ -181,7 +182,7 @@ std::u16string Parser::ParseAlias(ErrorNumber error) {
     if (TakeKeyword(u"AS")) return ExpectName(error);
     // A kind of join that there is not must not pass for an alias.
     const bool joins = PeekKeyword(u"OUTER") || PeekKeyword(u"FULL") || PeekKeyword(u"CROSS");
-    return PeekName() && !joins ? std::u16string(Take().text) : std::u16string();
+    return PeekName() && !joins && !PeekOwnerAccess() ? std::u16string(Take().text) : std::u16string();
 }
 
 std::vector<ast::OrderItem> Parser::ParseOrderBy() {

@@ -42,6 +42,8 @@ std::unique_ptr<ast::Statement> Parser::ParseStatement() {
     else
         Fail(ErrorNumber::SyntaxInStatement);
 
+    // There are no users whose rights it could lend.
+    for (int words = PeekOwnerAccess() ? 3 : 0; words > 0; --words) Take();
     if (Peek().kind != TokenKind::End && !PeekSymbol(u";")) Fail(ErrorNumber::SyntaxInExpression);
     return statement;
 }
@@ -92,6 +94,11 @@ void Parser::ExpectSymbol(std::u16string_view symbol, ErrorNumber error) {
 bool Parser::PeekName() const {
     const Token& token = Peek();
     return token.kind == TokenKind::QuotedName || (token.kind == TokenKind::Name && !IsReserved(token.text));
+}
+
+// "WITH OWNERACCESS OPTION", which may end a statement.
+bool Parser::PeekOwnerAccess() const {
+    return PeekKeyword(u"WITH") && PeekKeyword(u"OWNERACCESS", 1) && PeekKeyword(u"OPTION", 2);
 }
 
 std::u16string Parser::ExpectName(ErrorNumber error) {

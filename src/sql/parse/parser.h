@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/error.h"
@@ -42,6 +43,19 @@ private:
         Parser& parser_;
     };
 
+    // Within parentheses, where IN is the operator again.
+    class Inside {
+    public:
+        explicit Inside(Parser& parser) : parser_(parser), before_(std::exchange(parser.in_pivot_, false)) {}
+        ~Inside() { parser_.in_pivot_ = before_; }
+        Inside(const Inside&) = delete;
+        Inside& operator=(const Inside&) = delete;
+
+    private:
+        Parser& parser_;
+        bool before_;
+    };
+
     // parser.cpp: tokens
     const Token& Peek(std::size_t ahead = 0) const;
     const Token& Take();
@@ -54,13 +68,14 @@ private:
     void ExpectKeyword(std::u16string_view keyword, ErrorNumber error);
     void ExpectSymbol(std::u16string_view symbol, ErrorNumber error);
     bool PeekName() const;
+    bool PeekOwnerAccess() const;
     std::u16string ExpectName(ErrorNumber error);
     std::vector<std::u16string> ExpectNameList(ErrorNumber error);  // "(a, b)"
     [[noreturn]] void Fail(ErrorNumber error) const;
 
     // parse_expression.cpp
     ast::ExpressionPtr ParseExpression();
-    ast::ExpressionPtr ParseOperand();  // no comparison
+    ast::ExpressionPtr ParsePivot();  // up to the IN of its headings
     ast::ExpressionPtr ParseOperators(int lowest);
     ast::ExpressionPtr ParsePrefix();
     ast::ExpressionPtr ParsePrimary();
@@ -118,6 +133,7 @@ private:
     std::vector<Token> tokens_;
     std::size_t position_ = 0;
     int depth_ = 0;
+    bool in_pivot_ = false;
     std::u16string_view subject_;  // of a column's rule; else empty
 };
 

@@ -85,7 +85,8 @@ void Printer::PutColumn(const ColumnName& column) {
     if (columns_)
         out += columns_(column);
     else
-        out += (column.table.empty() ? u"" : Bracketed(column.table) + u".") + Bracketed(column.name);
+        out += (column.table.empty() ? u"" : Bracketed(column.table) + (column.exclamation ? u"!" : u".")) +
+               Bracketed(column.name);
 }
 
 void Printer::PutUnary(const Unary& unary) {

@@ -49,7 +49,7 @@ void Printer::Put(const Insert& insert) {
 
 void Printer::Put(const Update& update) {
     out += u"UPDATE ";
-    PutTable(update.table);
+    PutList(update.from, [this](const TableExpression& table) { PutTable(table); });
     out += u" SET ";
     PutList(update.items, [this](const SetItem& item) {
         Put(*item.column);
@@ -61,8 +61,8 @@ void Printer::Put(const Update& update) {
 
 void Printer::Put(const Delete& statement) {
     out += u"DELETE ";
-    if (!statement.target.empty()) out += Bracketed(statement.target) + u".* ";
-    out += u"FROM ";
+    PutList(statement.items, [this](const SelectItem& item) { PutItem(item); });
+    out += statement.items.empty() ? u"FROM " : u" FROM ";
     PutList(statement.from, [this](const TableExpression& table) { PutTable(table); });
     PutClause(u" WHERE ", statement.where);
 }

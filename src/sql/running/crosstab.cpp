@@ -5,8 +5,13 @@
 namespace qmtrain::sql {
 
 CrosstabRows::CrosstabRows(RowsSource& source, std::unique_ptr<Plan> rows, std::unique_ptr<Plan> cells,
-                           std::size_t groups, const std::vector<Value>& headings)
-    : source_(source), rows_(std::move(rows)), cells_(std::move(cells)), groups_(groups), width_(headings.size()) {
+                           std::size_t groups, bool fills, const std::vector<Value>& headings)
+    : source_(source),
+      rows_(std::move(rows)),
+      cells_(std::move(cells)),
+      groups_(groups),
+      fills_(fills),
+      width_(headings.size()) {
     bool added = false;
     for (const Value& heading : headings) {
         key_.clear();
@@ -24,13 +29,16 @@ void CrosstabRows::Open() {
 bool CrosstabRows::Next() {
     steps_.Next();
     if (!rows_->root->Next()) return false;
-    const std::size_t columns = rows_->outputs.size() - groups_;
+    const std::size_t columns = rows_->outputs.size() - groups_ - (fills_ ? 1 : 0);
     Value* row = source_.Rows().Add();
     for (std::size_t i = 0; i < columns; ++i) row[i] = rows_->outputs[i].expression->Evaluate();
     SetKey(*rows_, columns);
     const std::uint32_t number = keys_.Find(key_);
-    for (std::size_t i = 0; i < width_; ++i)
-        row[columns + i] = number == KeyTable::kNone ? Value(Null{}) : values_[number * width_ + i];
+    const Value empty = fills_ ? rows_->outputs.back().expression->Evaluate() : Value(Null{});
+    for (std::size_t i = 0; i < width_; ++i) {
+        const bool has_rows = number != KeyTable::kNone && !values_[number * width_ + i].IsEmpty();
+        row[columns + i] = has_rows ? values_[number * width_ + i] : empty;
+    }
     source_.Restore(static_cast<Place>(source_.Rows().Size()));
     return true;
 }
@@ -56,7 +64,7 @@ void CrosstabRows::ReadCells() {
         bool added = false;
         SetKey(*cells_, 0);
         const std::uint32_t row = keys_.FindOrAdd(key_, added);
-        if (added) values_.resize(values_.size() + width_, Value(Null{}));
+        if (added) values_.resize(values_.size() + width_);
         key_.clear();
         AppendKey(cells_->outputs[groups_].expression->Evaluate(), key_, true);
         const std::uint32_t heading = headings_.Find(key_);

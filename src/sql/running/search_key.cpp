@@ -77,9 +77,7 @@ SearchKey DecimalKey(const Value& value, const Column& column, const Wanted& wan
     Decimal exact;
     if (!beyond) {
         exact = ToDecimal(inexact ? Value(number) : value);
-        const Decimal above = Rescale(Decimal{false, 0, 0, 1}, column.precision - column.scale);
-        const Decimal magnitude{false, exact.scale, exact.high, exact.low};
-        beyond = Compare(magnitude, Decimal{false, 0, above.high, above.low}) >= 0;
+        beyond = !FitsPrecision(exact, column);
     }
     if (beyond) return {wanted.equal || (number > 0) == wanted.low ? SearchKey::Kind::Nothing : SearchKey::Kind::All};
     const Decimal nearest = Rescale(exact, column.scale);

@@ -1,5 +1,6 @@
 // UPDATE and DELETE: the rows are found first and changed afterwards, so that no change can be met again.
 #include <algorithm>
+#include <set>
 
 #include "core/error.h"
 #include "core/text.h"
@@ -48,7 +49,12 @@ public:
         for (const ast::SetItem& item : update.items) {
             Scope::Match match;
             if (!target.scope.Find(*item.column, match)) Raise(ErrorNumber::MissingParameter, {item.column->name});
-            items_.push_back({&RequireTableSource(target, match.entry), match.column, binder.Bind(*item.value)});
+            TableSource* source = &RequireTableSource(target, match.entry);
+            const auto same = [&](const BoundItem& other) {
+                return other.source == source && other.column == match.column;
+            };
+            if (std::ranges::any_of(items_, same)) Raise(ErrorNumber::SyntaxInUpdate, {item.column->name});
+            items_.push_back({source, match.column, binder.Bind(*item.value)});
         }
         for (const BoundItem& item : items_) {
             if (std::ranges::find(sources_, item.source) == sources_.end()) sources_.push_back(item.source);
@@ -114,24 +120,41 @@ private:
 
 // ---- DELETE ----
 
-// The table that rows are deleted from: the one named, or the only one.
+// The table that rows are deleted from: the only one that is named, or that there is. Beside "T.*" columns of other
+// tables may stand, on which there are conditions.
 TableSource& FindDeleteTarget(const Target& target, const ast::Delete& statement) {
     const auto& entries = target.scope.Entries();
-    if (statement.target.empty()) {
-        if (entries.size() != 1) Raise(ErrorNumber::DeleteTargetMissing);
-        return RequireTableSource(target, 0);
+    std::set<std::size_t> whole;
+    std::set<std::size_t> by_column;
+    for (const ast::SelectItem& item : statement.items) {
+        if (!item.star) {
+            const auto& column = static_cast<const ast::ColumnName&>(*item.expression);
+            Scope::Match match;
+            if (!target.scope.Find(column, match)) Raise(ErrorNumber::MissingParameter, {column.name});
+            by_column.insert(match.entry);
+            continue;
+        }
+        bool found = item.table.empty();
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            if (!item.table.empty() && !EqualNames(entries[i].name, item.table)) continue;
+            whole.insert(i);
+            found = true;
+        }
+        if (!found) Raise(ErrorNumber::NoSuchTable, {item.table});
     }
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (EqualNames(entries[i].name, statement.target)) return RequireTableSource(target, i);
-    }
-    Raise(ErrorNumber::NoSuchTable, {statement.target});
+    for (std::size_t i = 0; statement.items.empty() && i < entries.size(); ++i) whole.insert(i);
+    const std::set<std::size_t>& named = whole.empty() ? by_column : whole;
+    if (named.size() == 1) return RequireTableSource(target, *named.begin());
+    std::u16string names;
+    for (const Scope::Entry& entry : entries) names += (names.empty() ? u"" : u", ") + entry.name;
+    Raise(ErrorNumber::DeleteTargetMissing, {names});
 }
 
 }  // namespace
 
 void Explain(Catalog& catalog, Parameters& parameters, const ast::Update& update, Explanation& out) {
     Target target(catalog, parameters);
-    target.joins = BindFrom(target.context, update.table, target.scope, target.plan);
+    target.joins = BindFrom(target.context, update.from, target.scope, target.plan);
     const Updater updater(target, update);
     target.PlanRows(update.where);
     ExplainPlan(u"update of " + updater.TableNames(), target.plan, target.context, out);
@@ -147,7 +170,7 @@ void Explain(Catalog& catalog, Parameters& parameters, const ast::Delete& statem
 
 std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Update& update) {
     Target target(catalog, parameters);
-    target.joins = BindFrom(target.context, update.table, target.scope, target.plan);
+    target.joins = BindFrom(target.context, update.from, target.scope, target.plan);
     Updater updater(target, update);
     target.PlanRows(update.where);
     return updater.Run();

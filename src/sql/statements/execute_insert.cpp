@@ -128,17 +128,23 @@ void InsertRows(Plan& plan, Inserter& inserter, bool collect) {
     inserts.End();
 }
 
+// The values of a single row.
+std::vector<ExpressionPtr> BindValues(BindContext& context, const ast::Insert& insert) {
+    Scope scope(nullptr);
+    ExpressionBinder binder(context, scope);
+    std::vector<ExpressionPtr> values;
+    values.reserve(insert.values.size());
+    for (const ast::ExpressionPtr& value : insert.values) values.push_back(binder.Bind(*value));
+    return values;
+}
+
 std::int64_t InsertValues(Catalog& catalog, Parameters& parameters, const ast::Insert& insert, Table& table) {
     Inserter inserter(table, TargetColumns(table, insert.columns));
     if (insert.values.size() != inserter.Width()) Raise(ErrorNumber::InsertCountMismatch);
     BindContext context(catalog, parameters);
-    Scope scope(nullptr);
-    ExpressionBinder binder(context, scope);
-    std::vector<ExpressionPtr> values;
+    const std::vector<ExpressionPtr> values = BindValues(context, insert);
     std::vector<const Value*> row;
-    values.reserve(insert.values.size());
-    row.reserve(insert.values.size());
-    for (const ast::ExpressionPtr& value : insert.values) values.push_back(binder.Bind(*value));
+    row.reserve(values.size());
     for (const ExpressionPtr& value : values) row.push_back(&value->Evaluate());
     inserter.Add(row);
     return inserter.Count();
@@ -159,12 +165,13 @@ Column ColumnFor(const PlanOutput& output) {
 void Explain(Catalog& catalog, Parameters& parameters, const ast::Insert& insert, Explanation& out) {
     const std::shared_ptr<Table> table = RequireTable(catalog, insert.table);
     std::u16string heading = u"insertion into " + table->Name();
+    BindContext context(catalog, parameters);
     if (insert.select == nullptr) {
+        BindValues(context, insert);
         out.AddHeading(heading);
         out.AddBelow(u"a single row");
         return;
     }
-    BindContext context(catalog, parameters);
     const std::unique_ptr<Plan> plan = BindSelect(context, *insert.select, nullptr);
     if (context.UsesTable(table->Name())) heading += u", all rows held in memory first";
     ExplainPlan(heading, *plan, context, out);
@@ -200,6 +207,8 @@ std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& se
     for (const PlanOutput& output : plan->outputs) {
         columns.push_back(static_cast<int>(columns.size()));
         definition.columns.push_back(ColumnFor(output));
+        // "T.ID" is no name for a column.
+        if (output.column.qualified) std::ranges::replace(definition.columns.back().name, u'.', u'_');
         const Column& last = definition.columns.back();
         // A column that counted by itself goes on doing so, and takes the numbers given.
         if (output.column.table >= 0) {

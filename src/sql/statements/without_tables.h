@@ -26,8 +26,8 @@ public:
     }
 
 private:
-    const ast::Statement no_statement_;
-    const ParameterValues no_values_;
+    const ast::Statement no_statement_{};
+    const ParameterValues no_values_{};
     NoTables catalog_;
     Parameters parameters_{no_statement_, no_values_};
     BindContext context_{catalog_, parameters_};
