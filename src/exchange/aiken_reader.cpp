@@ -10,11 +10,12 @@
 namespace qmtrain::exchange {
 namespace {
 
-// The letter of an option's line; 0 for any other line.
-char16_t OptionLetter(std::u16string_view line) {
+// The letter of an option's line; 0 for any other line. "C.int" is one where C is the next letter.
+char16_t OptionLetter(std::u16string_view line, std::size_t next) {
     if (line.size() < 2 || line[0] < u'A' || line[0] > u'Z') return 0;
-    const bool marked = line[1] == u'.' || line[1] == u')';
-    return marked && (line.size() == 2 || line[2] == u' ' || line[2] == u'\t' || line[2] >= 0x80) ? line[0] : 0;
+    if (line[1] != u'.' && line[1] != u')') return 0;
+    const bool apart = line.size() == 2 || line[2] == u' ' || line[2] == u'\t' || line[2] >= 0x80;
+    return apart || (next < kMostOptions && line[0] == LetterOf(next)) ? line[0] : 0;
 }
 
 class AikenReader {
@@ -47,14 +48,14 @@ void AikenReader::Line(std::u16string_view line, std::size_t number) {
     }
     const bool after_gap = std::exchange(gap_, false);
     const bool is_answer = ToUpper(line).starts_with(kAnswer);
-    if (after_gap && !question_.options.empty() && OptionLetter(line) == 0 && !is_answer) End();
+    const char16_t letter = OptionLetter(line, question_.options.size());
+    if (after_gap && !question_.options.empty() && letter == 0 && !is_answer) End();
     Start(number);
-    if (line.starts_with(kAnswer)) return Answer(Trimmed(line.substr(kAnswer.size())));
     if (is_answer) {
-        notes_.Error(u"“ANSWER:”应当全部大写。");
-        return Answer(Trimmed(line.substr(kAnswer.size())));
+        if (!line.starts_with(kAnswer)) notes_.Error(u"“ANSWER:”应当全部大写。");
+        return Answer(Typed(line.substr(kAnswer.size())));
     }
-    if (const char16_t letter = OptionLetter(line); letter != 0 && !stem_.empty()) {
+    if (letter != 0 && !stem_.empty()) {
         if (question_.options.size() >= kMostOptions || letter != LetterOf(question_.options.size())) {
             notes_.Error(u"第 " + ToText(static_cast<std::int64_t>(number)) + u" 行：选择项 " + letter +
                          u" 的次序不对。");

@@ -96,7 +96,8 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
     RequireCode(wanted.code);
     ImportPlan plan;
     plan.bank = wanted;
-    const std::optional<BankEntry> known = FindBank(folder, wanted.code);
+    std::optional<BankEntry> known;
+    if (FileExists(Catalogue(folder))) known = FindBank(folder, wanted.code);
     plan.is_new = !known;
     if (known) {
         plan.bank = *known;
@@ -127,6 +128,9 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         if (plan.bank.name.empty()) plan.bank.name = plan.bank.code;
         if (plan.bank.name.size() > kLongestName) Refuse(u"题库名称最多 255 个字。");
         plan.bank.file = plan.bank.code + u".mdb";
+        if (const std::u16string file = FileOf(folder, plan.bank); FileExists(file)) {
+            RequireEmptyBank(file, plan.bank.code);
+        }
     }
     plan.recognition = Recognise(plan.existing, questions);
     for (std::size_t i = 0; i < questions.size(); ++i) {

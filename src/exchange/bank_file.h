@@ -29,6 +29,9 @@ std::optional<BankEntry> FindBank(std::u16string_view folder, std::u16string_vie
 // The bank's file. Raises InvalidPath for a name that leads out of the folder.
 std::u16string FileOf(std::u16string_view folder, const BankEntry& bank);
 
+// Raises the component's error when the file is a bank that has questions.
+void RequireEmptyBank(const std::u16string& file, const std::u16string& code);
+
 // The questions of a bank. Raises the component's error when there is no such bank, and what the engine raises.
 std::vector<Question> ReadBank(std::u16string_view folder, std::u16string_view code, const Progress& progress = {});
 
@@ -45,7 +48,7 @@ struct ImportPlan {
 
 // Compares the questions with the bank of that code; for a new one `wanted` has name and subject. Raises the
 // component's error for a code that no bank can have, for a subject that is not the bank's, and what the engine raises.
-// Nothing is written.
+// Nothing is written; a folder without a catalogue is one without banks.
 ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::span<const Question> questions,
                       const Progress& progress = {});
 
@@ -57,7 +60,8 @@ struct ImportChoice {
     std::set<std::u16string> taken;  // record numbers that histories and notes know: no new question gets one
 };
 
-// Makes or changes the bank, all of it or nothing. Requires: the plan was made of these questions.
+// Makes or changes the bank, all of it or nothing. Requires: the plan was made of these questions. Raises the
+// component's error when the bank is no longer the one that the plan was made for, and what the engine raises.
 void CarryOut(std::u16string_view folder, const ImportPlan& plan, std::span<const Question> questions,
               const ImportChoice& choice, const Progress& progress = {});
 

@@ -269,11 +269,10 @@ void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) 
     const std::u16string analysis = IsEmpty(question.analysis) ? u"" : StoredText(question.analysis);
     if (info.analysis) {
         SetOrNull(row.Fields(u"M_Analysis"), analysis);
-    } else if (info.documents && !analysis.empty() &&
-               (is_new || row.Fields(u"O_RudeCont").Value().IsNull() ||
-                AnalysisIn(row.Fields(u"O_RudeCont").Value()))) {
-        const std::string rtf = document::WriteRtf(question.analysis);
-        row.Fields(u"O_RudeCont").Value(Bytes(rtf.begin(), rtf.end()));
+    } else if (info.documents && (is_new || row.Fields(u"O_RudeCont").Value().IsNull() ||
+                                  AnalysisIn(row.Fields(u"O_RudeCont").Value()))) {
+        const std::string rtf = analysis.empty() ? "" : document::WriteRtf(question.analysis);
+        row.Fields(u"O_RudeCont").Value(rtf.empty() ? Value(Null()) : Value(Bytes(rtf.begin(), rtf.end())));
     }
     if (info.category) SetOrNull(row.Fields(u"C_Category"), question.category);
     if (info.difficulty) {

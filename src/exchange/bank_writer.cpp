@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <system_error>
 
@@ -12,17 +13,12 @@
 namespace qmtrain::exchange {
 namespace {
 
-// An empty bank in which the tables of our own banks are known. One that stands there already is taken only when it
-// is empty: an import that was killed has left it.
+// An empty bank in which the tables of our own banks are known. An empty one may stand there already.
 class NewBank {
 public:
     NewBank(const std::u16string& file, const BankEntry& bank) : file_(file) {
         if (FileExists(file)) {
-            const dao::Connection database(file);
-            if (!BankRows(*database.operator->(), bank.code).Read().empty()) {
-                RaiseComponentError(u"qmtrain",
-                                    u"文件“" + file + u"”已经存在，而题库目录中没有它；请改用别的题库代码。");
-            }
+            RequireEmptyBank(file, bank.code);
             return;
         }
         CreateQuestionBank(file, [&](dao::Database& database) {
@@ -83,21 +79,40 @@ void WriteQuestions(BankRows& rows, const ImportPlan& plan, std::span<const Ques
     }
 }
 
+// While the file was compared with the bank, and the user looked at the preview, others may have written.
+void RequireSame(bool same) {
+    if (!same) RaiseComponentError(u"qmtrain", u"题库在预览以后有改动，没有写入；请再导入一次。");
+}
+
 }  // namespace
 
-std::u16string FileOf(std::u16string_view folder, const BankEntry& bank);
+// What an import that was killed has left, and nothing else, may stand where a new bank is to be.
+void RequireEmptyBank(const std::u16string& file, const std::u16string& code) {
+    const dao::Connection database(file);
+    if (BankRows(*database.operator->(), code).Read().empty()) return;
+    RaiseComponentError(u"qmtrain", u"文件“" + file + u"”已经存在，而题库目录中没有它；请改用别的题库代码。");
+}
 
 void CarryOut(std::u16string_view folder, const ImportPlan& plan, std::span<const Question> questions,
               const ImportChoice& choice, const Progress& progress) {
     const std::u16string file = FileOf(folder, plan.bank);
+    const std::optional<BankEntry> entry = FindBank(folder, plan.bank.code);
+    RequireSame(plan.is_new ? !entry : entry && entry->file == plan.bank.file);
     std::optional<NewBank> made;
     if (plan.is_new) made.emplace(file, plan.bank);
     {
         // Record sets and databases close before the transaction is undone.
         dao::Transaction transaction;
         const dao::Connection database(file);
-        BankRows rows(*database.operator->(), plan.bank.code);
-        WriteQuestions(rows, plan, questions, choice, progress);
+        // Nobody else writes between the look at the bank and the first change.
+        database->Atomically([&] {
+            BankRows rows(*database.operator->(), plan.bank.code);
+            const auto before_writing = [&](std::size_t, std::size_t) { return !progress || progress(0, 1); };
+            const bool same = std::ranges::equal(rows.Read(before_writing), plan.existing);
+            if (!same && made) made->Keep();  // it is another's now
+            RequireSame(same);
+            WriteQuestions(rows, plan, questions, choice, progress);
+        });
         const dao::Connection catalogue(InFolder(folder, u"Total.mdb"));
         if (plan.is_new) AddEntry(*catalogue.operator->(), plan.bank);
         transaction.Commit();

@@ -74,14 +74,16 @@ std::u16string WarningOf(const Question& question) {
 
 void AddChecked(Import& import, Question question, const TextNotes& notes) {
     question.stem = Canonical(question.stem);
-    question.category = Brief(question.category, 200);
+    question.category = Brief(Readable(question.category), 200);
     for (Option& option : question.options) option.text = Canonical(option.text);
     question.analysis = Canonical(question.analysis);
+    question.requirements = Readable(question.requirements);
+    question.keywords = Readable(question.keywords);
     for (Blank& blank : question.blanks) {
         Blank once;
-        for (std::u16string& answer : blank) {
-            std::u16string text(Trimmed(answer));
-            std::replace(text.begin(), text.end(), u'\t', u' ');  // nobody can type one into a blank
+        for (const std::u16string& answer : blank) {
+            if (once.size() > kLongestAnswer) break;  // too many in any case
+            std::u16string text = Typed(answer);
             if (std::find(once.begin(), once.end(), text) == once.end()) once.push_back(std::move(text));
         }
         blank = std::move(once);
@@ -106,6 +108,28 @@ void AppendFeedback(document::RichText& analysis, std::u16string_view label, con
     }
     analysis.AppendText(label);
     analysis.Append(Canonical(feedback));
+}
+
+std::u16string CategoryOf(std::u16string_view path) {
+    std::vector<std::u16string> names(1);
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (path[i] != u'/') {
+            names.back() += path[i];
+        } else if (i + 1 < path.size() && path[i + 1] == u'/') {
+            names.back() += u'／';
+            ++i;
+        } else {
+            names.emplace_back();
+        }
+    }
+    for (std::u16string& name : names) name = Trimmed(name);
+    std::erase(names, u"");
+    auto name = names.begin();
+    if (name != names.end() && name->size() > 2 && name->starts_with(u'$') && name->ends_with(u'$')) ++name;
+    if (name != names.end() && *name == u"top") ++name;
+    std::u16string category;
+    for (; name != names.end(); ++name) category.append(category.empty() ? u"" : u"/").append(*name);
+    return category;
 }
 
 void SetPairs(Question& question, const std::vector<Pair>& pairs, const std::vector<std::u16string>& more_answers,

@@ -23,6 +23,9 @@ std::u16string WarningOf(const Question& question);
 // The feedback on an answer, as a line of the explanation.
 void AppendFeedback(document::RichText& analysis, std::u16string_view label, const document::RichText& feedback);
 
+// The category without the root of its course, "$course$/top/"; "//" is a "/" of a name, which ours have as "／".
+std::u16string CategoryOf(std::u16string_view path);
+
 // Turns pairs that belong together into a fill-in question with a blank for each. The answers stand below the stem.
 struct Pair {
     document::RichText subject;

@@ -15,6 +15,8 @@ constexpr char16_t kFieldBegin = 0xFDD0;
 constexpr char16_t kFieldEnd = 0xFDD1;
 constexpr std::u16string_view kOwnBlank = u"<span class=\"blank\">";
 
+constexpr std::size_t kMostBlanks = 128;  // with an answer of one character each they fill the column in banks
+
 enum class FieldKind : std::uint8_t { Text, Number, Choice, Choices };
 
 struct FieldType {
@@ -77,6 +79,7 @@ public:
 
 private:
     std::size_t ReadField(std::size_t at, std::u16string& out);
+    std::size_t EndOfField(std::size_t from);
     Alternative ReadAlternative(std::u16string_view text);
     std::u16string PlainText(std::u16string_view text);
 
@@ -84,6 +87,7 @@ private:
     TextNotes& notes_;
     std::vector<Field> fields_;
     std::vector<double> points_;
+    bool ends_ = true;  // a field that begins here may end
 };
 
 std::u16string ClozeReader::Read() {
@@ -100,18 +104,30 @@ std::u16string ClozeReader::Read() {
     return out;
 }
 
+// The "}" that no backslash stands before; the end of the text where there is none. The next field does not look again.
+std::size_t ClozeReader::EndOfField(std::size_t from) {
+    if (!ends_) return html_.size();
+    while (from < html_.size() && html_[from] != u'}') from += html_[from] == u'\\' ? 2 : 1;
+    ends_ = from < html_.size();
+    return std::min(from, html_.size());
+}
+
 // "{", points, ":", type, ":", alternatives, "}"; anything else is text.
 std::size_t ClozeReader::ReadField(std::size_t at, std::u16string& out) {
     const auto as_text = [&] {
         out += u'{';
         return at + 1;
     };
-    const std::size_t type_at = html_.find(u':', at);
-    if (type_at == std::u16string_view::npos || type_at - at > 6) return as_text();
+    const auto next_colon = [&](std::size_t from, std::size_t most) {
+        const std::size_t offset = html_.substr(from, most + 1).find(u':');
+        return offset == std::u16string_view::npos ? offset : from + offset;
+    };
+    const std::size_t type_at = next_colon(at, 6);
+    if (type_at == std::u16string_view::npos) return as_text();
     const std::u16string_view points = html_.substr(at + 1, type_at - at - 1);
     if (points.find_first_not_of(u"0123456789") != std::u16string_view::npos) return as_text();
-    const std::size_t list_at = html_.find(u':', type_at + 1);
-    if (list_at == std::u16string_view::npos || list_at - type_at > 24) return as_text();
+    const std::size_t list_at = next_colon(type_at + 1, 23);
+    if (list_at == std::u16string_view::npos) return as_text();
     const std::u16string_view name = html_.substr(type_at + 1, list_at - type_at - 1);
     const auto kind = KindCalled(name);
     if (!kind) {
@@ -121,27 +137,16 @@ std::size_t ClozeReader::ReadField(std::size_t at, std::u16string& out) {
         if (looks_like_one) notes_.Error(u"完形填空中的“" + std::u16string(name) + u"”无法识别。");
         return as_text();
     }
-    Field field{*kind, {}, out.ends_with(kOwnBlank)};
-    std::u16string alternative;
-    std::size_t end = list_at + 1;
-    const auto take = [&] {
-        if (!alternative.empty()) field.alternatives.push_back(ReadAlternative(alternative));
-        alternative.clear();
-    };
-    for (; end < html_.size() && html_[end] != u'}'; ++end) {
-        if (html_[end] == u'\\' && end + 1 < html_.size()) {
-            alternative += html_[end++];
-            alternative += html_[end];
-        } else if (html_[end] == u'~') {
-            take();
-        } else {
-            alternative += html_[end];
-        }
-    }
-    take();
-    if (end >= html_.size()) {
+    const std::size_t end = EndOfField(list_at + 1);
+    if (end == html_.size()) {
         notes_.Error(u"完形填空的“{”没有对应的“}”。");
         return as_text();
+    }
+    Field field{*kind, {}, out.ends_with(kOwnBlank)};
+    for (std::size_t from = list_at + 1, to = from; from < end; from = ++to) {
+        while (to < end && html_[to] != u'~') to += html_[to] == u'\\' ? 2 : 1;
+        to = std::min(to, end);
+        if (to > from) field.alternatives.push_back(ReadAlternative(html_.substr(from, to - from)));
     }
     points_.push_back(points.empty() ? 1 : *ParseNumber(points));
     fields_.push_back(std::move(field));
@@ -251,6 +256,7 @@ void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& qu
     if (std::adjacent_find(points.begin(), points.end(), std::not_equal_to<>()) != points.end()) {
         notes.Changed(u"各空的分数不同，改为平均分配。");
     }
+    if (reader.Fields().size() > kMostBlanks) return notes.Error(u"完形填空的空太多：题库最多存放 128 个。");
     std::size_t from = 0;
     for (std::size_t i = 0; i < reader.Fields().size(); ++i) {
         const Field& field = reader.Fields()[i];

@@ -3,14 +3,27 @@
 #include <algorithm>
 
 #include "core/csv.h"
+#include "core/text.h"
 
 namespace qmtrain::exchange {
 
 CsvReader::CsvReader(std::u16string_view text) : text_(text) {
     constexpr std::u16string_view kSeparators = u",;\t";
+    constexpr std::u16string_view kNamed = u"sep=";
+    const auto line = [&] { return text.substr(at_, text.find(u'\n', at_) - at_); };
+    while (at_ < text.size() && line().find_first_not_of(u" \u3000\",;\t") == std::u16string_view::npos) {
+        at_ = std::min(at_ + line().size() + 1, text.size());
+        ++line_;
+    }
+    if (std::u16string first(line()); ToLower(first).starts_with(kNamed) && first.size() == kNamed.size() + 1) {
+        separator_ = first.back();
+        at_ = std::min(at_ + first.size() + 1, text.size());
+        ++line_;
+        return;
+    }
     std::size_t counts[3] = {};
     bool quoted = false;
-    for (const char16_t unit : text) {
+    for (const char16_t unit : text.substr(at_)) {
         if (unit == u'"') quoted = !quoted;
         if (quoted) continue;
         if (unit == u'\n') break;

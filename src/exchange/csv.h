@@ -16,7 +16,8 @@ struct CsvRow {
 
 class CsvReader {
 public:
-    // The separator is the one that the first line has most of, outside quotes.
+    // Begins at the first line that is not empty. The separator is the one that this has most of, outside quotes; or
+    // the one that "sep=;" names there, which spreadsheets write.
     explicit CsvReader(std::u16string_view text);
 
     char16_t Separator() const { return separator_; }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "core/convert.h"
@@ -14,18 +15,21 @@ namespace qmtrain::exchange {
 namespace {
 
 std::optional<Column> ColumnCalled(std::u16string_view heading) {
-    const std::u16string name = ToLower(Trimmed(heading));
+    const std::u16string name = ToLower(Typed(heading));
     for (const Heading& known : kHeadings) {
         if (name == known.chinese) return known.column;
         const std::vector<std::u16string> others = Split(known.others, u'|');
         if (std::find(others.begin(), others.end(), name) != others.end()) return known.column;
     }
-    // "A", "选项A", "选项 A", "option_a", "选项1"
+    // "A", "选项A", "A选项", "选项 A", "option_a", "选项1"
     std::u16string_view letter = name;
-    for (const std::u16string_view word : {u"选择项", u"选项", u"备选项", u"option", u"choice"}) {
+    for (const std::u16string_view word : {u"选择项", u"备选项", u"选项", u"option", u"choice"}) {
         if (letter.starts_with(word)) letter.remove_prefix(word.size());
+        if (letter.ends_with(word)) letter.remove_suffix(word.size());
     }
-    while (!letter.empty() && (letter.front() == u' ' || letter.front() == u'_')) letter.remove_prefix(1);
+    const auto is_gap = [](char16_t unit) { return unit == u' ' || unit == u'_'; };
+    while (!letter.empty() && is_gap(letter.front())) letter.remove_prefix(1);
+    while (!letter.empty() && is_gap(letter.back())) letter.remove_suffix(1);
     const bool worded = letter.size() < name.size();
     std::size_t option = kMostOptions;
     if (letter.size() == 1 && letter[0] >= u'a' && letter[0] <= u'z') option = letter[0] - u'a';
@@ -48,7 +52,7 @@ std::optional<QuestionKind> KindCalled(std::u16string_view text) {
         {u"编程", QuestionKind::Operation},    {u"程序", QuestionKind::Operation},
         {u"essay", QuestionKind::Operation},   {u"operation", QuestionKind::Operation},
     };
-    const std::u16string name = ToLower(Trimmed(text));
+    const std::u16string name = ToLower(Typed(text));
     for (const auto& [beginning, kind] : kNames) {
         if (name.starts_with(beginning)) return kind;
     }
@@ -56,7 +60,7 @@ std::optional<QuestionKind> KindCalled(std::u16string_view text) {
 }
 
 std::optional<bool> TruthOf(std::u16string_view text) {
-    const std::u16string word = ToUpper(Trimmed(text));
+    const std::u16string word = ToUpper(Typed(text));
     for (const std::u16string_view yes :
          {u"对", u"正确", u"是", u"√", u"✓", u"T", u"TRUE", u"Y", u"YES", u"-1", u"1"}) {
         if (word == yes) return true;
@@ -70,7 +74,7 @@ std::optional<bool> TruthOf(std::u16string_view text) {
 // "ACD", "A,C、D"; nothing when there is anything else.
 std::optional<std::vector<std::size_t>> LettersOf(std::u16string_view text) {
     std::vector<std::size_t> letters;
-    for (const char16_t unit : ToUpper(text)) {
+    for (const char16_t unit : ToUpper(Typed(text))) {
         const char16_t letter = unit >= u'Ａ' && unit <= u'Ｚ' ? static_cast<char16_t>(unit - u'Ａ' + u'A') : unit;
         if (letter >= u'A' && letter <= u'Z') {
             letters.push_back(letter - u'A');
@@ -104,7 +108,7 @@ std::int32_t DifficultyOf(std::u16string_view text, TextNotes& notes) {
         {u"简单", 1}, {u"中", 2},   {u"中等", 2}, {u"一般", 2},   {u"较易", 1}, {u"较难", 3},
         {u"难", 3},   {u"困难", 3}, {u"easy", 1}, {u"medium", 2}, {u"hard", 3},
     };
-    const std::u16string word = ToLower(Trimmed(text));
+    const std::u16string word = ToLower(Typed(text));
     for (const auto& [known, difficulty] : kWords) {
         if (word == known) return difficulty;
     }
@@ -225,13 +229,16 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
         notes_.Error(u"这一行比标题多出几格：文字中的分隔符要放在引号里。");
         break;
     }
-    question.rec_no = Cell(row, Column::RecNo);
+    question.rec_no = Typed(Cell(row, Column::RecNo));
     question.category = Cell(row, Column::Category);
     question.stem = Rich(Cell(row, Column::Stem));
     question.analysis = Rich(Cell(row, Column::Analysis));
     question.difficulty = DifficultyOf(Cell(row, Column::Difficulty), notes_);
     question.requirements = Cell(row, Column::Requirements);
     question.keywords = Cell(row, Column::Keywords);
+    question.stated = {places_.contains(Column::Category), true, places_.contains(Column::Keywords),
+                       places_.contains(Column::Analysis),
+                       places_.contains(Column::Difficulty) && Cell(row, Column::Difficulty).empty()};
     ReadOptions(question, row);
     const std::u16string answer = Cell(row, Column::Answer);
     const std::u16string type = Cell(row, Column::Type);
@@ -266,7 +273,7 @@ QuestionKind SheetReader::GuessedKind(const Question& question, std::u16string_v
         const auto letters = LettersOf(answer);
         return letters && letters->size() > 1 ? QuestionKind::Multiple : QuestionKind::Single;
     }
-    const std::u16string_view word = Trimmed(answer);
+    const std::u16string word = Typed(answer);
     if (word.empty()) return QuestionKind::Operation;
     return TruthOf(word) && word != u"1" && word != u"0" && word != u"-1" ? QuestionKind::YesNo : QuestionKind::Fill;
 }
@@ -318,6 +325,16 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
 }
 
 }  // namespace
+
+bool IsSheet(std::u16string_view text) {
+    CsvRow row;
+    if (!CsvReader(text).Next(row)) return false;
+    std::set<Column> known;
+    for (const std::u16string& cell : row.cells) {
+        if (const auto column = ColumnCalled(cell)) known.insert(*column);
+    }
+    return known.contains(Column::Stem) && known.size() > 1;
+}
 
 Import ReadCsv(std::u16string_view text, const Progress& progress) {
     return SheetReader(text).Read(progress);

@@ -49,8 +49,30 @@ bool HasMetafile(const document::RichText& text) {
     });
 }
 
-bool HasLine(std::string_view bytes, std::string_view beginning) {
-    return bytes.starts_with(beginning) || bytes.find("\n" + std::string(beginning)) != std::string_view::npos;
+bool HasLine(std::u16string_view text, std::u16string_view beginning) {
+    return text.starts_with(beginning) || text.find(u'\n' + std::u16string(beginning)) != std::u16string_view::npos;
+}
+
+// Its whole lines, as far as they are text: what is none will be told of when it is read.
+std::u16string BeginningOf(std::string_view bytes) {
+    constexpr std::size_t kEnough = std::size_t{1} << 16;
+    if (bytes.size() > kEnough) {
+        bytes = bytes.substr(0, kEnough);
+        const bool two_bytes = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
+        if (const std::size_t end = bytes.rfind('\n'); !two_bytes && end != bytes.npos) bytes = bytes.substr(0, end);
+    }
+    try {
+        return DecodeText(bytes);
+    } catch (const AutomationError&) {
+        return FromUtf8(bytes);
+    }
+}
+
+void RequireText(std::string_view bytes) {
+    if (const std::u16string_view kind = ForeignKind(bytes); !kind.empty()) {
+        RaiseComponentError(u"qmtrain", std::u16string(u"不能导入：这是").append(kind).append(u"。"));
+    }
+    if (bytes.empty()) RaiseComponentError(u"qmtrain", u"文件是空的。");
 }
 
 }  // namespace
@@ -70,39 +92,49 @@ std::optional<Format> FormatCalled(std::u16string_view name) {
 }
 
 Format DetectFormat(std::u16string_view file_name, std::string_view bytes) {
-    if (const std::u16string_view kind = ForeignKind(bytes); !kind.empty()) {
-        RaiseComponentError(u"qmtrain", std::u16string(u"不能导入：这是").append(kind).append(u"。"));
-    }
-    if (bytes.empty()) RaiseComponentError(u"qmtrain", u"文件是空的。");
+    RequireText(bytes);
     const std::u16string ending = ToLower(EndingOf(file_name));
     for (const FormatRow& row : kFormats) {
         if (ending.size() > 1 && row.endings.find(ending) != std::u16string_view::npos) return row.format;
     }
-    const std::string_view head = bytes.substr(0, std::size_t{1} << 16);
-    const std::size_t first = head.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
-    if (first != std::string_view::npos &&
-        (head.substr(first).starts_with("<?xml") || head.substr(first).starts_with("<quiz"))) {
-        return Format::MoodleXml;
-    }
-    if (HasLine(head, "ANSWER:")) return Format::Aiken;
-    if (head.find('{') != std::string_view::npos || HasLine(head, "::") || HasLine(head, "$CATEGORY:"))
+    const std::u16string beginning = BeginningOf(bytes);
+    const std::u16string_view content = Trimmed(beginning);
+    if (content.starts_with(u"<?xml") || content.starts_with(u"<quiz")) return Format::MoodleXml;
+    if (IsSheet(beginning)) return Format::Csv;
+    if (HasLine(content, u"ANSWER:")) return Format::Aiken;
+    if (content.find(u'{') != content.npos || HasLine(content, u"::") || HasLine(content, u"$CATEGORY:")) {
         return Format::Gift;
-    RaiseComponentError(u"qmtrain", u"看不出文件的格式；可以导入 GIFT、Aiken、Moodle XML 和 CSV 文件。");
+    }
+    if (HasLine(ToUpper(content), u"ANSWER:")) return Format::Aiken;
+    RaiseComponentError(
+        u"qmtrain",
+        u"看不出文件的格式；可以导入 GIFT、Aiken、Moodle XML 和 CSV 文件，请指明是哪一种（命令行用 --format）。");
 }
 
 Import ReadQuestions(std::string bytes, Format format, const Progress& progress) {
-    if (format == Format::MoodleXml) return ReadMoodleXml(std::move(bytes), progress);
-    const std::u16string text = DecodeText(bytes);
-    bytes = {};
-    if (format == Format::Gift) return ReadGift(text, progress);
-    return format == Format::Aiken ? ReadAiken(text, progress) : ReadCsv(text, progress);
+    Import import;
+    if (format == Format::MoodleXml) {
+        import = ReadMoodleXml(std::move(bytes), progress);
+    } else {
+        const std::u16string text = DecodeText(bytes);
+        bytes = {};
+        import = format == Format::Gift    ? ReadGift(text, progress)
+                 : format == Format::Aiken ? ReadAiken(text, progress)
+                                           : ReadCsv(text, progress);
+    }
+    if (import.questions.empty() && import.notices.empty()) {
+        import.Tell(Notice::Kind::Error, std::size_t{0},
+                    u"按 " + std::u16string(NameOf(format)) + u" 格式没有读出试题。");
+    }
+    return import;
 }
 
 Import ReadFile(std::u16string_view file, std::optional<Format> format, const Progress& progress) {
     std::string bytes = ReadBytes(file);
     try {
-        const Format found = DetectFormat(file, bytes);
-        return ReadQuestions(std::move(bytes), format.value_or(found), progress);
+        if (format) RequireText(bytes);
+        const Format found = format ? *format : DetectFormat(file, bytes);
+        return ReadQuestions(std::move(bytes), found, progress);
     } catch (const AutomationError& error) {
         RaiseComponentError(u"qmtrain",
                             std::u16string(u"文件“").append(file).append(u"”：").append(error.Description()));

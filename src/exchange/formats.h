@@ -17,12 +17,15 @@ enum class Format : std::uint8_t { Gift, Aiken, MoodleXml, Csv };
 std::u16string_view NameOf(Format format);
 std::optional<Format> FormatCalled(std::u16string_view name);  // "gift", "aiken", "xml", "csv"
 
-// By the content first, then by the ending of the name. Raises the component's error, with what the file seems to be,
-// when it is none of them.
+// By the ending of the name, then by the content, in whatever encoding. Raises the component's error, with what the
+// file seems to be, when it is none of them.
 Format DetectFormat(std::u16string_view file_name, std::string_view bytes);
 
-// Every reader takes any bytes: what cannot be read is named in the notices. Raise the component's error when nothing
-// of it can be read, Cancelled when `progress` says so.
+// Whether the text begins with the headings of a sheet of questions.
+bool IsSheet(std::u16string_view text);
+
+// Every reader takes any bytes: what cannot be read is named in the notices, and so is a file without questions. Raise
+// the component's error when nothing of it can be read, Cancelled when `progress` says so.
 Import ReadQuestions(std::string bytes, Format format, const Progress& progress = {});
 Import ReadGift(std::u16string_view text, const Progress& progress = {});
 Import ReadAiken(std::u16string_view text, const Progress& progress = {});

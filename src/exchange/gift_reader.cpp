@@ -88,7 +88,7 @@ Import GiftReader::Read() {
             continue;
         }
         if (question_.Units().empty() && content.starts_with(kCategory)) {
-            category_ = Trimmed(content.substr(kCategory.size()));
+            category_ = CategoryOf(content.substr(kCategory.size()));
             continue;
         }
         broken_escape_ = !question_.AppendLine(line, line_number);
@@ -314,7 +314,7 @@ void GiftReader::ReadNumbers(Question& question, Part part) {
                 ReadNumber(blank, answer.text);
             }
             if (answer.feedback.Size() > 0) {
-                AppendFeedback(question.analysis, answer.text.Text(), RichOf(answer.feedback));
+                AppendFeedback(question.analysis, std::u16string(answer.text.Text()) + u"：", RichOf(answer.feedback));
                 notes_.Changed(u"答案的反馈并入解析。");
             }
         }

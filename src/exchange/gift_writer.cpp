@@ -24,9 +24,12 @@ std::u16string Escaped(std::u16string_view text) {
     return out;
 }
 
-std::u16string TextOf(const document::RichText& text) {
-    if (IsPlain(text)) return u"[plain]" + Escaped(text.PlainText());
+std::u16string TextAsHtml(const document::RichText& text) {
     return u"[html]" + Escaped(ToHtml(text));
+}
+
+std::u16string TextOf(const document::RichText& text) {
+    return IsPlain(text) ? u"[plain]" + Escaped(text.PlainText()) : TextAsHtml(text);
 }
 
 // The shares that the format knows, in percent.
@@ -40,7 +43,7 @@ std::u16string ShareOf(std::size_t right) {
 // "->" would make a pair of it, "%" begin a weight, and "[" perhaps the name of a format.
 std::u16string AnswerText(const std::u16string& plain) {
     const std::u16string answer = WithStars(plain);
-    if (answer.find(u"->") != std::u16string_view::npos) return u"=[html]" + Escaped(EscapedHtml(answer)) + u" ";
+    if (answer.find(u"->") != std::u16string_view::npos) return u"=" + TextAsHtml(PlainRichText(answer)) + u" ";
     if (answer.starts_with(u"[")) return u"=[plain]" + Escaped(answer) + u" ";
     return std::u16string(answer.starts_with(u"%") ? u"=%100%" : u"=") + Escaped(answer) + u" ";
 }

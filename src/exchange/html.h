@@ -13,7 +13,11 @@
 
 namespace qmtrain::exchange {
 
-// What came of a text, for the user; each line once.
+// Deeper elements are told of and not read: the parsers take time or stack for each level.
+inline constexpr int kDeepestElement = 256;
+inline constexpr const char16_t* kTooDeep = u"元素嵌套太深。";
+
+// What came of a text, for the user; each line once, a hundred of them at most.
 struct TextNotes {
     std::vector<std::u16string> changed;
     std::vector<std::u16string> errors;

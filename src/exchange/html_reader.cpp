@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "exchange/base64.h"
 #include "exchange/html.h"
+#include "exchange/html_tags.h"
 #include "exchange/pictures.h"
 #include "exchange/question.h"
 
@@ -17,6 +18,7 @@ namespace qmtrain::exchange {
 namespace {
 
 constexpr std::size_t kDeepestList = 20;
+constexpr std::size_t kMostNotes = 100;
 
 std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
     for (; attributes != nullptr && *attributes != nullptr; attributes += 2) {
@@ -24,54 +26,6 @@ std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
         return attributes[1] == nullptr ? u"" : FromUtf8(reinterpret_cast<const char*>(attributes[1]));
     }
     return {};
-}
-
-enum class Tag : std::uint8_t {
-    Other,
-    Bold,
-    Italic,
-    Underline,
-    Strike,
-    Super,
-    Sub,
-    Code,
-    Pre,
-    Block,
-    Heading,
-    Break,
-    Bullets,
-    Numbers,
-    Item,
-    Row,
-    Cell,
-    Picture,
-    Link,
-    Silent,   // its content is no text
-    Foreign,  // the same, and worth a word
-};
-
-Tag TagOf(std::string_view name) {
-    static constexpr std::pair<std::string_view, Tag> kTags[] = {
-        {"b", Tag::Bold},         {"strong", Tag::Bold},    {"i", Tag::Italic},         {"em", Tag::Italic},
-        {"cite", Tag::Italic},    {"var", Tag::Italic},     {"u", Tag::Underline},      {"ins", Tag::Underline},
-        {"s", Tag::Strike},       {"strike", Tag::Strike},  {"del", Tag::Strike},       {"sup", Tag::Super},
-        {"sub", Tag::Sub},        {"code", Tag::Code},      {"tt", Tag::Code},          {"kbd", Tag::Code},
-        {"samp", Tag::Code},      {"pre", Tag::Pre},        {"p", Tag::Block},          {"div", Tag::Block},
-        {"h1", Tag::Heading},     {"h2", Tag::Heading},     {"h3", Tag::Heading},       {"h4", Tag::Heading},
-        {"h5", Tag::Heading},     {"h6", Tag::Heading},     {"blockquote", Tag::Block}, {"section", Tag::Block},
-        {"article", Tag::Block},  {"table", Tag::Block},    {"dl", Tag::Block},         {"dt", Tag::Block},
-        {"dd", Tag::Block},       {"hr", Tag::Block},       {"figure", Tag::Block},     {"caption", Tag::Block},
-        {"br", Tag::Break},       {"ul", Tag::Bullets},     {"ol", Tag::Numbers},       {"li", Tag::Item},
-        {"tr", Tag::Row},         {"td", Tag::Cell},        {"th", Tag::Cell},          {"img", Tag::Picture},
-        {"a", Tag::Link},         {"style", Tag::Silent},   {"head", Tag::Silent},      {"title", Tag::Silent},
-        {"script", Tag::Foreign}, {"iframe", Tag::Foreign}, {"object", Tag::Foreign},   {"video", Tag::Foreign},
-        {"audio", Tag::Foreign},  {"embed", Tag::Foreign},  {"svg", Tag::Foreign},      {"math", Tag::Foreign},
-        {"form", Tag::Other},
-    };
-    for (const auto& [known, tag] : kTags) {
-        if (known == name) return tag;
-    }
-    return Tag::Other;
 }
 
 bool IsBlock(Tag tag) {
@@ -83,6 +37,9 @@ bool IsBlock(Tag tag) {
 class HtmlText {
 public:
     HtmlText(const PictureFiles& files, TextNotes& notes) : files_(files), notes_(notes) {}
+
+    // Who calls the others, so that it can be told to stop.
+    void ReadBy(xmlParserCtxt* parser) { parser_ = parser; }
 
     void Start(std::string_view name, const xmlChar** attributes);
     void End(std::string_view name);
@@ -113,6 +70,7 @@ private:
 
     const PictureFiles& files_;
     TextNotes& notes_;
+    xmlParserCtxt* parser_ = nullptr;
     document::RichText text_;
     document::CharacterFormat format_;
     std::vector<Element> open_;
@@ -184,6 +142,11 @@ void HtmlText::Characters(std::u16string_view text) {
 }
 
 void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
+    // For every end the parser looks through all that is open.
+    if (open_.size() >= kDeepestElement) {
+        notes_.Error(kTooDeep);
+        return xmlStopParser(parser_);
+    }
     Element element{std::string(name), TagOf(name), format_, keeps_blanks_, {}};
     switch (element.tag) {
         case Tag::Bold: format_.bold = true; break;
@@ -286,6 +249,7 @@ void HtmlText::AddPicture(const xmlChar** attributes) {
     } else if (source.starts_with(kPluginFile)) {
         const std::u16string file = source.substr(kPluginFile.size());
         if (files_) bytes = files_(file);
+        if (files_ && !bytes) bytes = files_(file.substr(0, file.find(u'?')));  // "a.png?time=17"
         if (!bytes) return notes_.Error(u"文件里没有图片“" + Brief(file) + u"”，或者它的数据不完整。");
     } else {
         notes_.Changed(u"图片“" + Brief(source) + u"”不在文件里，改为文字。");
@@ -342,14 +306,20 @@ bool IsTag(std::u16string_view text) {
             inside.find_first_of(u"\"'") != std::u16string_view::npos);
 }
 
+// Each once, and no more of them than anybody reads.
+void Add(std::vector<std::u16string>& lines, std::u16string text) {
+    if (lines.size() > kMostNotes || std::find(lines.begin(), lines.end(), text) != lines.end()) return;
+    lines.push_back(lines.size() < kMostNotes ? std::move(text) : u"这道题还有更多同类的说明，不再列出。");
+}
+
 }  // namespace
 
 void TextNotes::Changed(std::u16string text) {
-    if (std::find(changed.begin(), changed.end(), text) == changed.end()) changed.push_back(std::move(text));
+    Add(changed, std::move(text));
 }
 
 void TextNotes::Error(std::u16string text) {
-    if (std::find(errors.begin(), errors.end(), text) == errors.end()) errors.push_back(std::move(text));
+    Add(errors, std::move(text));
 }
 
 bool HasTags(std::u16string_view text) {
@@ -377,6 +347,7 @@ document::RichText FromHtml(std::u16string_view html, const PictureFiles& files,
         htmlCreatePushParserCtxt(&handler, &text, nullptr, 0, nullptr, XML_CHAR_ENCODING_UTF8));
     htmlCtxtUseOptions(context.get(), HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING |
                                           HTML_PARSE_NONET | HTML_PARSE_IGNORE_ENC);
+    text.ReadBy(context.get());
     // A first element keeps the parser from dropping blanks and from looking for a head.
     constexpr std::string_view kBody = "<body>";
     htmlParseChunk(context.get(), kBody.data(), static_cast<int>(kBody.size()), 0);

@@ -34,6 +34,14 @@ std::u16string_view ReasonOf(pugi::xml_parse_status status) {
     }
 }
 
+// Whole elements are taken out of the tree by calls within calls, one for each level.
+bool IsTooDeep(pugi::xml_node node) {
+    struct : pugi::xml_tree_walker {
+        bool for_each(pugi::xml_node&) override { return depth() < kDeepestElement; }
+    } walker;
+    return !node.traverse(walker);
+}
+
 bool IsTrueWord(std::u16string_view word) {
     return word == u"true" || word == u"对" || word == u"正确" || word == u"是";
 }
@@ -157,18 +165,21 @@ Import MoodleReader::Read() {
         return std::move(import_);
     }
     std::size_t done = 0;
-    // What has been read makes room for the questions.
-    for (pugi::xml_node node = quiz.first_child(), before; node;
-         before = node, node = node.next_sibling(), quiz.remove_child(before)) {
-        if (node.type() != pugi::node_element) continue;
+    for (pugi::xml_node node = quiz.first_child(), next; node; node = next) {
+        next = node.next_sibling();
         // What stood open when the file broke off is not whole.
-        if (broken && !node.next_sibling()) break;
-        if (std::string_view(node.name()) != "question") {
-            import_.Tell(Notice::Kind::Skipped, LineOf(node), u"不认识的元素 <" + FromUtf8(node.name()) + u">。");
+        if (broken && !next) break;
+        if (IsTooDeep(node)) {
+            import_.Tell(Notice::Kind::Error, LineOf(node), kTooDeep);
             continue;
         }
-        if (++done % 64 == 0) Report(progress_, static_cast<std::size_t>(node.offset_debug()), lines_.Size());
-        ReadQuestion(node);
+        if (std::string_view(node.name()) == "question") {
+            if (++done % 64 == 0) Report(progress_, static_cast<std::size_t>(node.offset_debug()), lines_.Size());
+            ReadQuestion(node);
+        } else if (node.type() == pugi::node_element) {
+            import_.Tell(Notice::Kind::Skipped, LineOf(node), u"不认识的元素 <" + FromUtf8(node.name()) + u">。");
+        }
+        quiz.remove_child(node);  // makes room for the questions
     }
     if (broken) import_.notices.push_back(*broken);
     return std::move(import_);
@@ -177,12 +188,7 @@ Import MoodleReader::Read() {
 void MoodleReader::ReadQuestion(pugi::xml_node node) {
     const std::string_view type = node.attribute("type").value();
     if (type == "category") {
-        // "$course$/top/数据结构/栈"
-        std::u16string path = PlainContent(node.child("category"));
-        for (const std::u16string_view root : {u"$course$/", u"$system$/", u"$module$/", u"top/"}) {
-            if (path.starts_with(root)) path.erase(0, root.size());
-        }
-        category_ = std::move(path);
+        category_ = CategoryOf(PlainContent(node.child("category")));
         return;
     }
     notes_ = {};

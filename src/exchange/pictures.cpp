@@ -26,10 +26,27 @@ bool IsWholePng(document::ByteSpan bytes) {
     return false;
 }
 
+// Segments of FF, marker, length (big-endian, with its own two bytes) and content up to the one that begins the data;
+// the end stands behind it. A small picture within a segment has an end too.
+bool IsWholeJpeg(document::ByteSpan bytes) {
+    static constexpr std::array<std::uint8_t, 2> kEnd = {0xFF, 0xD9};
+    if (document::Big16(bytes, 0) != 0xFFD8) return false;
+    for (std::size_t at = 2; document::U8(bytes, at) == 0xFF;) {
+        const std::uint32_t marker = document::U8(bytes, at + 1);
+        if (marker == 0xDA) {
+            return std::search(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(), kEnd.begin(),
+                               kEnd.end()) != bytes.end();
+        }
+        if (marker == kEnd[1]) return false;
+        at += marker == 0xFF ? 1 : 2 + document::Big16(bytes, at + 2);
+    }
+    return false;
+}
+
 std::optional<document::Picture::Kind> KindOf(Bytes& bytes) {
     constexpr std::size_t kBitmapFileHeader = 14;
     if (IsWholePng(bytes)) return document::Picture::Kind::Png;
-    if (bytes.size() > 4 && document::Big16(bytes, 0) == 0xFFD8) return document::Picture::Kind::Jpeg;
+    if (IsWholeJpeg(bytes)) return document::Picture::Kind::Jpeg;
     if (bytes.size() > kBitmapFileHeader + 40 && document::Big16(bytes, 0) == 0x424D) {
         bytes.erase(bytes.begin(), bytes.begin() + kBitmapFileHeader);
         return document::Picture::Kind::Dib;

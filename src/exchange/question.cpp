@@ -165,20 +165,6 @@ document::Picture CanonicalPicture(document::Picture picture) {
     return picture;
 }
 
-// Hard blanks are blanks; other control characters than tabs have no place in a question.
-std::u16string CanonicalCharacters(std::u16string_view text) {
-    std::u16string out;
-    out.reserve(text.size());
-    for (const char16_t unit : text) {
-        if (unit == u'\u00A0') {
-            out += u' ';
-        } else if (unit >= u' ' || unit == u'\t') {
-            out += unit;
-        }
-    }
-    return out;
-}
-
 // Lines of runs, for a line break ends a line as a paragraph does.
 struct TextLine {
     std::u16string bullet;
@@ -216,7 +202,7 @@ std::vector<TextLine> LinesOf(const document::RichText& text) {
             std::u16string_view rest = run.text;
             while (true) {
                 const std::size_t end = rest.find(document::kLineBreak);
-                std::u16string part = CanonicalCharacters(rest.substr(0, end));
+                std::u16string part = Readable(rest.substr(0, end));
                 if (!part.empty()) lines.back().runs.push_back({std::move(part), CanonicalFormat(run.format), {}});
                 if (end == std::u16string_view::npos) break;
                 lines.push_back({});
@@ -257,6 +243,33 @@ document::RichText Canonical(const document::RichText& text) {
         }
     }
     return out;
+}
+
+std::u16string Readable(std::u16string_view text) {
+    std::u16string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t unit = text[i];
+        if (IsHighSurrogate(unit) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+            out.append(text, i++, 2);
+        } else if (IsHighSurrogate(unit) || IsLowSurrogate(unit)) {
+            out += kReplacementCharacter;
+        } else if (unit == u'\u00A0') {
+            out += u' ';
+        } else if ((unit >= u' ' && unit < 0xFFFE) || unit == u'\t' || unit == u'\n') {
+            out += unit;
+        }
+    }
+    return out;
+}
+
+std::u16string Typed(std::u16string_view text) {
+    std::u16string out = Readable(text);
+    std::erase_if(out, [](char16_t unit) {
+        return unit == u'\u00AD' || (unit >= u'\u200B' && unit <= u'\u200F') || unit == u'\u2060' || unit == u'\uFEFF';
+    });
+    std::replace(out.begin(), out.end(), u'\t', u' ');
+    return std::u16string(Trimmed(out));
 }
 
 bool IsEmpty(const document::RichText& text) {

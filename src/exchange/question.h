@@ -17,6 +17,7 @@ namespace qmtrain::exchange {
 struct Option {
     document::RichText text;
     bool right = false;
+    bool operator==(const Option&) const = default;
 };
 
 using Blank = std::vector<std::u16string>;  // the accepted answers
@@ -36,6 +37,19 @@ struct Question {
     std::u16string keywords;      // of an operation question, separated by "#": what an answer is marked by
     document::RichText analysis;
     std::int32_t difficulty = 0;  // 1 to 3; 0: not known
+
+    // What its file has a place for: nothing there means that there is none. Else a bank keeps what it has.
+    struct Stated {
+        bool category = false;
+        bool requirements = false;
+        bool keywords = false;
+        bool analysis = false;
+        bool difficulty = false;
+        bool operator==(const Stated&) const = default;
+    };
+    Stated stated;
+
+    bool operator==(const Question&) const = default;
 };
 
 // What is told of a file before anything is written.
@@ -96,6 +110,14 @@ std::u16string StoredAnswer(const Question& question);
 // blanks at its ends.
 document::RichText Canonical(const document::RichText& text);
 inline constexpr const char16_t* kProgramFont = u"Courier New";
+
+// As every format can hold it: hard blanks as blanks, no control characters but tabs and line ends, the sign for what
+// cannot be read in place of half a surrogate pair.
+std::u16string Readable(std::u16string_view text);
+
+// As somebody can type it: Readable, in blanks for tabs, without characters that nobody sees, which come along with
+// what is copied from web pages, and without blanks at its ends.
+std::u16string Typed(std::u16string_view text);
 
 bool IsEmpty(const document::RichText& text);
 bool IsPlain(const document::RichText& text);  // no format, no picture

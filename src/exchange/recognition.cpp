@@ -10,7 +10,7 @@ namespace qmtrain::exchange {
 namespace {
 
 constexpr double kLikeEnoughByNumber = 0.3;
-constexpr double kLikeEnoughByOptions = 0.7;
+constexpr double kLikeEnoughByStem = 0.7;    // where options do not speak for it, or speak for many
 constexpr std::size_t kTellingOptions = 16;  // characters of options that are no mere numbers
 
 // What a text says: without blanks and formats, pictures by their content.
@@ -48,10 +48,14 @@ struct Keys {
         for (const std::u16string& option : options) all += u'\n' + option;
     }
 
+    // The options that both have, where they are at least half of either's; else 0. "下列说法正确的是" and "以上都不对"
+    // stand in many questions.
     std::size_t Shared(const Keys& other) const {
-        return static_cast<std::size_t>(std::count_if(options.begin(), options.end(), [&](const std::u16string& one) {
+        const auto shared = std::count_if(options.begin(), options.end(), [&](const std::u16string& one) {
             return std::find(other.options.begin(), other.options.end(), one) != other.options.end();
-        }));
+        });
+        const auto count = static_cast<std::size_t>(shared);
+        return 2 * count >= std::max(options.size(), other.options.size()) ? count : 0;
     }
 
     // The options in any order, and which of them are right; empty when they tell little.
@@ -107,11 +111,14 @@ public:
                                            : in_bank.Shared(in_file);
         });
         Match(&Recogniser::NumberOf, [this](std::size_t bank, std::size_t file) {
-            return std::size_t{Likeness(bank_keys_[bank].stem, file_keys_[file].stem) >= kLikeEnoughByNumber ? 1U : 0U};
+            const Keys& in_bank = bank_keys_[bank];
+            const Keys& in_file = file_keys_[file];
+            const bool other_options = !in_bank.options.empty() && in_bank.Shared(in_file) == 0;
+            const double enough = other_options ? kLikeEnoughByStem : kLikeEnoughByNumber;
+            return std::size_t{Likeness(in_bank.stem, in_file.stem) >= enough ? 1U : 0U};
         });
         Match(&Recogniser::OptionsOf, [this](std::size_t bank, std::size_t file) {
-            return std::size_t{Likeness(bank_keys_[bank].stem, file_keys_[file].stem) >= kLikeEnoughByOptions ? 1U
-                                                                                                              : 0U};
+            return std::size_t{Likeness(bank_keys_[bank].stem, file_keys_[file].stem) >= kLikeEnoughByStem ? 1U : 0U};
         });
         return Result();
     }
@@ -208,7 +215,8 @@ std::u16string Recognition::Summary() const {
         if (!out.empty()) out += u"，";
         out.append(word).append(u" ").append(ToText(static_cast<std::int64_t>(Count(as)))).append(u" 题");
     }
-    return out;
+    if (not_found.empty()) return out;
+    return out + u"，题库中另有 " + ToText(static_cast<std::int64_t>(not_found.size())) + u" 题不在文件里";
 }
 
 double Likeness(std::u16string_view a, std::u16string_view b) {
@@ -236,11 +244,12 @@ Recognition Recognise(std::span<const Question> bank, std::span<const Question> 
 Question Merged(const Question& in_bank, const Question& in_file) {
     Question merged = in_file;
     merged.rec_no = in_bank.rec_no;
-    if (merged.category.empty()) merged.category = in_bank.category;
-    if (merged.requirements.empty()) merged.requirements = in_bank.requirements;
-    if (merged.keywords.empty()) merged.keywords = in_bank.keywords;
-    if (IsEmpty(merged.analysis)) merged.analysis = in_bank.analysis;
-    if (merged.difficulty == 0) merged.difficulty = in_bank.difficulty;
+    const Question::Stated& stated = in_file.stated;
+    if (merged.category.empty() && !stated.category) merged.category = in_bank.category;
+    if (merged.requirements.empty() && !stated.requirements) merged.requirements = in_bank.requirements;
+    if (merged.keywords.empty() && !stated.keywords) merged.keywords = in_bank.keywords;
+    if (IsEmpty(merged.analysis) && !stated.analysis) merged.analysis = in_bank.analysis;
+    if (merged.difficulty == 0 && !stated.difficulty) merged.difficulty = in_bank.difficulty;
     return merged;
 }
 

@@ -24,18 +24,18 @@ struct Recognition {
     std::vector<std::size_t> not_found;  // questions of the bank that the file does not have
 
     std::size_t Count(Recognised::As as) const;
-    // "新增 12 题，修改 3 题，不变 5 题，重复 1 题"
+    // "新增 12 题，修改 3 题，不变 5 题，重复 1 题，题库中另有 2 题不在文件里"
     std::u16string Summary() const;
 };
 
-// A question is the same one when it asks the same and shares an answer or an option with it; when the record number
+// A question is the same one when it asks the same and, if it has options, shares half of them; when the record number
 // that the file gives it says so and it is still like that; and when long options are the same and the stem is like it.
 Recognition Recognise(std::span<const Question> bank, std::span<const Question> file);
 
 // How like two texts are: 0 to 1, by their pairs of neighbouring characters.
 double Likeness(std::u16string_view a, std::u16string_view b);
 
-// The question of the file with what only the bank knows of it.
+// The question of the file with what only the bank can know of it.
 Question Merged(const Question& in_bank, const Question& in_file);
 
 // "题干、选项"; empty when nothing differs.

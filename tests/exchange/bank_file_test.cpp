@@ -92,17 +92,24 @@ TEST_F(BankFileTest, TheSameQuestionsKeepTheirNumbers) {
         {"again", kFirst, "新增 0 题，修改 0 题，不变 4 题，重复 0 题"},
         {"in another order, twice",
          u"队列是{~后进先出的表 =先进先出的表}\n\n栈是{=线性表 ~树 ~图}\n\n栈是{=线性表 ~树 ~图}",
-         "新增 0 题，修改 0 题，不变 2 题，重复 1 题"},
+         "新增 0 题，修改 0 题，不变 2 题，重复 1 题，题库中另有 2 题不在文件里"},
         {"alike but for formats and capitals",
          u"[html]x<sup>3</sup>=8{=2 ~3}\n\n[html]x<sub>3</sub>=8{=2 ~3}\n\n类型是{=INT ~int}\n\n类型是{=int ~INT}",
-         "新增 4 题，修改 0 题，不变 0 题，重复 0 题"},
+         "新增 4 题，修改 0 题，不变 0 题，重复 0 题，题库中另有 4 题不在文件里"},
         {"another answer", u"队列是{=后进先出的表 ~先进先出的表}\n\n栈满了还能入栈{T}",
-         "新增 0 题，修改 2 题，不变 0 题，重复 0 题"},
-        {"the same stem, other options", u"栈是{=数组 ~链表}", "新增 1 题，修改 0 题，不变 0 题，重复 0 题"},
+         "新增 0 题，修改 2 题，不变 0 题，重复 0 题，题库中另有 2 题不在文件里"},
+        {"the same stem, other options", u"栈是{=数组 ~链表}",
+         "新增 1 题，修改 0 题，不变 0 题，重复 0 题，题库中另有 4 题不在文件里"},
+        {"the same stem, one option of three", u"栈是{=线性表 ~数组 ~链表}",
+         "新增 1 题，修改 0 题，不变 0 题，重复 0 题，题库中另有 4 题不在文件里"},
+        {"the same stem, two options of three", u"栈是{=线性表 ~树 ~链表}",
+         "新增 0 题，修改 1 题，不变 0 题，重复 0 题，题库中另有 3 题不在文件里"},
         {"a typing error in a stem, with its number", u"// [id:DS040001]\n栈顶的指针叫{=top}",
-         "新增 0 题，修改 1 题，不变 0 题，重复 0 题"},
+         "新增 0 题，修改 1 题，不变 0 题，重复 0 题，题库中另有 3 题不在文件里"},
         {"another question under that number", u"// [id:DS040001]\n完全不同{=x}",
-         "新增 1 题，修改 0 题，不变 0 题，重复 0 题"},
+         "新增 1 题，修改 0 题，不变 0 题，重复 0 题，题库中另有 4 题不在文件里"},
+        {"a kind changed", u"栈满了还能入栈{=不能}",
+         "新增 1 题，修改 0 题，不变 0 题，重复 0 题，题库中另有 4 题不在文件里"},
     };
     for (const auto& one : cases) {
         const std::vector<Question> questions = ReadGift(one.file).questions;
@@ -111,11 +118,97 @@ TEST_F(BankFileTest, TheSameQuestionsKeepTheirNumbers) {
     }
     Import(u"下列关于队列的说法正确的是{~后进先出的一种线性表 =先进先出的一种线性表}\n\n栈是{~线性表 =树 ~图}");
     const ImportPlan plan = Import(u"下列有关队列的说法正确的是{~后进先出的一种线性表 =先进先出的一种线性表}");
-    EXPECT_EQ(ToUtf8(plan.recognition.Summary()), "新增 0 题，修改 1 题，不变 0 题，重复 0 题");
+    EXPECT_EQ(ToUtf8(plan.recognition.Summary()),
+              "新增 0 题，修改 1 题，不变 0 题，重复 0 题，题库中另有 4 题不在文件里");
     EXPECT_EQ(Content(),
               "DS010001 栈是 2\nDS010002 队列是 2\nDS010003 下列有关队列的说法正确的是 2\nDS030001 栈满了还能入栈 "
               "0\nDS040001 栈顶指针叫 "
               "top\n");
+}
+
+// A sheet tells what a question does not have any more; a column that it lacks tells nothing.
+TEST_F(BankFileTest, AClearedCellClears) {
+    const auto import = [&](std::u16string_view sheet) {
+        const std::vector<Question> questions = ReadCsv(sheet).questions;
+        const ImportPlan plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+        CarryOut(folder_, plan, questions, {});
+        return ToUtf8(plan.recognition.questions.at(0).changes) + ": " + Shown(ReadBank(folder_, u"DS").at(0));
+    };
+    import(u"题型,题干,答案,分类,解析,难度,要点\n操作,写程序,有循环,程序,用 for,3,for#while");
+    EXPECT_EQ(import(u"题型,题干,答案\n操作,写程序,有循环"),
+              ": 操作题|写程序|要求:有循环|解析:用 for|分类:程序|编号:DS050001|难度:3|要点:for#while");
+    EXPECT_EQ(import(u"题型,题干,答案,解析,难度\n操作,写程序,有循环,,3"),
+              "解析: 操作题|写程序|要求:有循环|分类:程序|编号:DS050001|难度:3|要点:for#while");
+    EXPECT_EQ(import(u"题型,题干,答案,分类,难度,要点\n操作,写程序,,,,"),
+              "答案、难度、分类、要点: 操作题|写程序|编号:DS050001");
+}
+
+// A stem that fits many questions, and an option that does, take nothing from a question that asks something else.
+TEST_F(BankFileTest, AnotherQuestionIsNotTakenForAnOldOne) {
+    Import(
+        u"下列说法正确的是（　　）。{=栈先进后出 ~栈先进先出 ~队列先进后出 ~以上都不对####只看栈顶}\n\n"
+        u"下列关于栈的叙述中，正确的是{=先进后出 ~先进先出 ~随机存取}");
+    const struct {
+        const char* name;
+        const char16_t* file;
+        bool is_new;
+    } cases[] = {
+        {"other options but one", u"下列说法正确的是（　　）。{=图有顶点 ~图没有边 ~树有环 ~以上都不对}", true},
+        {"half of the options", u"下列说法正确的是（　　）。{=栈先进后出 ~栈先进先出 ~图没有边 ~树有环}", false},
+        {"its number and a like stem, no option",
+         u"// [id:DS010002]\n下列关于二叉树的叙述中，错误的是{=有环 ~有根 ~有叶}", true},
+        {"its number and a like stem, one option",
+         u"// [id:DS010002]\n下列关于二叉树的叙述中，错误的是{=有环 ~有根 ~随机存取}", true},
+        {"its number and nearly its stem, new options",
+         u"// [id:DS010002]\n下列有关栈的叙述中，正确的是{=后进的先出 ~先进的先出 ~任意存取}", false},
+    };
+    for (const auto& one : cases) {
+        const std::vector<Question> questions = ReadGift(one.file).questions;
+        const ImportPlan plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+        EXPECT_EQ(plan.recognition.Count(Recognised::As::New), one.is_new ? 1U : 0U) << one.name;
+        EXPECT_EQ(plan.recognition.Count(Recognised::As::Changed), one.is_new ? 0U : 1U) << one.name;
+    }
+}
+
+// Somebody else imports, removes or makes the bank while the preview is looked at.
+TEST_F(BankFileTest, AnOldPlanIsNotCarriedOut) {
+    const std::string refusal = "题库在预览以后有改动，没有写入；请再导入一次。";
+    const std::vector<Question> questions = ReadGift(kFirst).questions;
+    const ImportPlan for_new = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+    Import(u"图有顶点{T}");
+    EXPECT_EQ(Refusal([&] { CarryOut(folder_, for_new, questions, {}); }), refusal);
+    EXPECT_EQ(Content(), "DS030001 图有顶点 -1\n");
+
+    ImportPlan plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+    Import(kFirst);
+    std::string before = Content();
+    EXPECT_EQ(Refusal([&] { CarryOut(folder_, plan, questions, {}); }), refusal) << "no question twice";
+    EXPECT_EQ(Content(), before);
+
+    plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+    Import(u"图有顶点{T####一个或几个}");
+    EXPECT_EQ(Refusal([&] { CarryOut(folder_, plan, questions, {true, {}}); }), refusal) << "an explanation only";
+    EXPECT_EQ(Content(), before);
+
+    plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+    CarryOut(folder_, plan, questions, {true, {}});
+    EXPECT_EQ(ReadBank(folder_, u"DS").size(), 4U);
+}
+
+// An import that was killed has left an empty file; what another program has put there is its own.
+TEST_F(BankFileTest, ABankWithoutAnEntry) {
+    Import(kFirst);
+    {
+        const dao::Connection catalogue(InFolder(folder_, u"Total.mdb"));
+        catalogue->Execute(u"Delete From Tbl_Subject");
+    }
+    const std::vector<Question> questions = ReadGift(u"图有顶点{T}").questions;
+    EXPECT_NE(Refusal([&] {
+                  PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+              }).find("已经存在"),
+              std::string::npos);
+    CreateQuestionBank(InFolder(folder_, u"NEW.mdb"));
+    EXPECT_TRUE(PlanImport(folder_, {u"NEW", u"", u"", 0}, questions).is_new);
 }
 
 TEST_F(BankFileTest, ReplaceDropsTheOthersAndReusesNoNumber) {
@@ -170,6 +263,7 @@ TEST_F(BankFileTest, ADiskThatFails) {
             SCOPED_TRACE(ToUtf8(code) + ", call " + std::to_string(failures) + ": " + problem);
             done = problem.empty();  // the last calls only clear up
             if (done) break;
+            EXPECT_EQ(problem.find(".new"), std::string::npos) << "a name of our own";
             EXPECT_EQ(Content(), before);
             EXPECT_EQ(FindBank(folder_, u"NEW").has_value(), code == u"DS");
             EXPECT_EQ(FileExists(InFolder(folder_, u"NEW.mdb")), code == u"DS");

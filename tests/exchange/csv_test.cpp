@@ -65,6 +65,13 @@ INSTANTIATE_TEST_SUITE_P(
              u"题型,题干,A,B,答案\n判断,甲,对,错,A\n判断,乙,错误,正确,A\n判断,丙,对,错,错\n判断,丁,甲,乙,A",
              "是非题|甲|对\n是非题|乙|错\n是非题|丙|错\n"
              "第 5 行“丁”：错误：判断题的答案“A”应当是“对”或“错”。\n"},
+        Case{"WhatNobodyCanType",
+             u"\uFEFF题型\u200B,题干,A,B,答案\n填空,首都【1】,,,\u200B北\u00A0京\uFEFF#\u200E北京\u200F\n"
+             u"单选\u200B,甲,一,二,B\u200B\n判断,乙,,,\u00A0对\u200D\n填空,丙____,,,\u200B",
+             "填空题|首都【1】|北 京#北京\n单选题|甲|-一|+二\n是非题|乙|对\n"
+             "第 5 行“丙____”：错误：第 1 空有一个空的答案。\n"},
+        Case{"OptionHeadings", u"题干,A选项,B 选项,选项C,备选项D,option_e,2. x,答案\n甲,1,2,3,4,5,6,E",
+             "单选题|甲|-1|-2|-3|-4|+5\n第 1 行：不认识的列“2. x”，略去。\n"},
         Case{"UnknownColumn", u"题干,答案,出题人\n甲,对,王", "是非题|甲|对\n第 1 行：不认识的列“出题人”，略去。\n"},
         Case{"LinesCountAsInTheFile", u"题干,A,B,答案\n\"两\n行\",1,2,A\n坏,1,2,Z\n",
              "单选题|两/行|+1|-2\n第 4 行“坏”：错误：没有答案所说的选择项 Z。\n"},
@@ -72,6 +79,9 @@ INSTANTIATE_TEST_SUITE_P(
              "第 1 行：错误：表格没有“答案”一列。第一行应当是列的名称，例如：题型、题干、A、B、C、D、答案、解析。\n"},
         Case{"TwoColumnsAlike", u"题干,答案,正确答案\n甲,对,对", "第 1 行：错误：有两列都是“正确答案”。\n"},
         Case{"GapInOptions", u"题干,A,B,C,答案\n甲,1,,3,C", "第 2 行“甲”：错误：选择项 B 是空的。\n"},
+        Case{"EmptyLinesAndASeparatorThatIsNamed", u"\n,,,\n\"\"\n题干;A;B;答案\n甲,乙;1;2;C",
+             "第 5 行“甲,乙”：错误：没有答案所说的选择项 C。\n"},
+        Case{"NamedSeparator", u"sep=|\n题干|A|B|答案\n甲;乙,丙|1|2|B", "单选题|甲;乙,丙|-1|+2\n"},
         Case{"UnknownKind", u"题型,题干,答案\n连线,甲,乙",
              "第 2 行“甲”：错误：题型“连线”无法识别：应当是单选、多选、判断、填空或操作。\n"},
         Case{"RealAtSign", u"题型,题干,答案\n填空,邮箱是____,a@b.com",
@@ -95,14 +105,19 @@ TEST(CsvCell, NoTextIsTakenForAFormulaAndAllComeBack) {
     }
 }
 
+std::string Utf16(std::u16string_view text) {
+    std::string bytes = "\xFF\xFE";
+    for (const char16_t unit : text) {
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return bytes;
+}
+
 TEST(TextFile, KnowsEncodings) {
     const std::u16string text = u"题干,答案\n首都,北京";
     const std::string gbk = ToCodePage(text, 936).value();
-    std::string utf16 = "\xFF\xFE";
-    for (const char16_t unit : text) {
-        utf16 += static_cast<char>(unit & 0xFF);
-        utf16 += static_cast<char>(unit >> 8);
-    }
+    const std::string utf16 = Utf16(text);
     EXPECT_EQ(DecodeText(ToUtf8(text)), text);
     EXPECT_EQ(DecodeText("\xEF\xBB\xBF" + ToUtf8(text)), text);
     EXPECT_EQ(DecodeText(gbk), text);
@@ -125,6 +140,25 @@ TEST(Formats, AreFoundOut) {
     EXPECT_EQ(DetectFormat(u"a.txt", "甲{T}"), Format::Gift);
     EXPECT_EQ(DetectFormat(u"a.txt", "\xEF\xBB\xBF<?xml version='1.0'?><quiz/>"), Format::MoodleXml);
     EXPECT_EQ(DetectFormat(u"A.CSV", "x"), Format::Csv);
+    EXPECT_EQ(DetectFormat(u"a.txt", "x\nA. 1\nB. 2\nAnswer: A"), Format::Aiken);
+    const struct {
+        Format format;
+        const char16_t* text;
+    } texts[] = {
+        {Format::Csv, u"\n题型\t题干\tA\tB\t答案\n单选\t{甲}\t1\t2\tA"},
+        {Format::Aiken, u"甲\nA. 1\nB. 2\nANSWER: A"},
+        {Format::Gift, u"甲\t乙{T}"},
+        {Format::MoodleXml, u"<?xml version='1.0'?><quiz></quiz>"},
+    };
+    for (const auto& one : texts) {
+        for (const std::string& bytes : {ToUtf8(one.text), Utf16(one.text), ToCodePage(one.text, 936).value()}) {
+            EXPECT_EQ(DetectFormat(u"a.txt", bytes), one.format) << ToUtf8(one.text);
+        }
+    }
+    std::u16string large = texts[0].text;
+    while (large.size() < 100'000) large += u"\n单选\t题，\t1\t2\tA";
+    EXPECT_EQ(DetectFormat(u"a.txt", ToUtf8(large)), Format::Csv);
+    EXPECT_EQ(DetectFormat(u"a.txt", Utf16(large)), Format::Csv);
     for (const auto& [bytes, reason] : {std::pair{"PK\x03\x04zip", "Excel"}, std::pair{"%PDF-1.4", "PDF"},
                                         std::pair{"", "空"}, std::pair{"just words", "看不出"}}) {
         try {
@@ -133,6 +167,16 @@ TEST(Formats, AreFoundOut) {
         } catch (const AutomationError& error) {
             EXPECT_NE(ToUtf8(error.Description()).find(reason), std::string::npos) << error.what();
         }
+    }
+}
+
+TEST(Formats, NothingReadIsTold) {
+    const std::pair<Format, std::string> files[] = {{Format::Gift, "// 注释\n"},
+                                                    {Format::Aiken, "\n\n"},
+                                                    {Format::Csv, "题干,答案\n"},
+                                                    {Format::MoodleXml, "<quiz/>"}};
+    for (const auto& [format, bytes] : files) {
+        EXPECT_EQ(Shown(ReadQuestions(bytes, format)), "错误：按 " + ToUtf8(NameOf(format)) + " 格式没有读出试题。\n");
     }
 }
 

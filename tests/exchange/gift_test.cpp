@@ -34,6 +34,10 @@ INSTANTIATE_TEST_SUITE_P(
              "单选题|栈的特点是|-先进先出|+先进后出|-随机存取\n"},
         Case{"NameFormatAndComment", u"// 注释\n::栈::[plain]栈是\n// 中间\n什么?{\n=线性表\n~树\n}",
              "单选题|栈是/什么?|+线性表|-树\n"},
+        Case{"CharactersThatFilesCannotHold",
+             u"栈\xD800的\x01特点{=先进\x17"
+             "后出}",
+             "填空题|栈\uFFFD的特点|先进后出\n"},
         Case{"TextBehindTheAnswers", u"二叉树有{=五 ~六}种形态", "单选题|二叉树有_____种形态|+五|-六\n"},
         Case{"Multiple", u"哪些是线性结构{~%50%栈 ~%50%队列 ~%-100%树}", "多选题|哪些是线性结构|+栈|+队列|-树\n"},
         Case{"UnevenWeights", u"哪些{~%70%栈 ~%30%队列 ~树}",
@@ -55,6 +59,9 @@ INSTANTIATE_TEST_SUITE_P(
              "填空题|圆周率|3.14\n填空题|范围|3\n填空题|几个|1#2\n"
              "第 1 行“圆周率”：允许的误差 0.01 略去：答案要与 3.14 相同。\n"
              "第 3 行“范围”：数值范围 1..5 改为中间的数 3。\n"},
+        Case{"NumbersWithFeedback", u"几个{#=1#对了 =%50%2#差一点}",
+             "填空题|几个|1|解析:1：对了/2：差一点\n第 1 行“几个”：答案的反馈并入解析。\n"
+             "第 1 行“几个”：只得部分分数的答案“2”略去。\n"},
         Case{"Pairs", u"配对{=中国 -> 北京 =法国 -> 巴黎 = -> 伦敦}",
              "填空题|配对/中国 — 【1】/法国 — 【2】/可选答案：伦敦；北京；巴黎|北京@巴黎\n"
              "第 1 行“配对”：配对题改为填空题，每一对一个空，可选答案列在题干后面。\n"},
@@ -64,6 +71,10 @@ INSTANTIATE_TEST_SUITE_P(
              "是非题|if (a<b && c>d) #include <stdio.h> 对吗|对\n"},
         Case{"Categories", u"$CATEGORY: 数据结构/栈\n\n甲{T}\n\n$CATEGORY: 网络\n乙{F}",
              "是非题|甲|对|分类:数据结构/栈\n是非题|乙|错|分类:网络\n"},
+        Case{"CategoryRoots",
+             u"$CATEGORY: $course$/top/网络/TCP//IP\n甲{T}\n\n$CATEGORY: $course$\n乙{F}\n\n"
+             u"$CATEGORY: $cat12$/栈\n丙{F}",
+             "是非题|甲|对|分类:网络/TCP／IP\n是非题|乙|错\n是非题|丙|错|分类:栈\n"},
         Case{"Number", u"// 旧题 [id:JC010003] [tag:x]\n甲{T}", "是非题|甲|对|编号:JC010003\n"},
         Case{"Description", u"下面是说明\n\n甲{T}",
              "是非题|甲|对\n第 1 行“下面是说明”：略过：没有答案的说明文字不是试题。\n"},
@@ -96,6 +107,10 @@ INSTANTIATE_TEST_SUITE_P(
              "单选题|栈是?|+线性表|-树\n单选题|队列是?|+先进先出|-后进先出\n"},
         Case{"SeveralLines", u"下面的程序\nprintf();\n输出?\nA. 1\nB. 2\nANSWER: B",
              "单选题|下面的程序/printf();/输出?|-1|+2\n"},
+        Case{"OptionsOfAProgram", u"哪个是类型?\nA.int\nB.for\nC.C语言\nD)x\nANSWER: A\u200B",
+             "单选题|哪个是类型?|+int|-for|-C语言|-x\n"},
+        Case{"NamesWithDots", u"C.x 是什么?\nB.x 呢?\nA. 成员\nB. 函数\nANSWER: A",
+             "单选题|C.x 是什么?/B.x 呢?|+成员|-函数\n"},
         Case{"NoAnswer", u"甲?\nA. 1\nB. 2\n\n乙?\nA. 1\nB. 2\nANSWER: B",
              "单选题|乙?|-1|+2\n第 1 行“甲?”：错误：没有“ANSWER:”一行。\n"},
         Case{"CutOff", u"甲?\nA. 1\nB. 2", "第 1 行“甲?”：错误：没有“ANSWER:”一行。\n"},

@@ -56,6 +56,15 @@ TEST(Html, PicturesComeFromTheFileOrTheText) {
     const PictureFiles files = [](std::u16string_view name) -> std::optional<Bytes> {
         if (name == u"dot.png") return DotBytes();
         if (name == u"text.png") return Bytes{'n', 'o'};
+        if (name.ends_with(u".jpg")) {
+            // A segment with a small picture in it, the frame of 2 by 1 pixels, and the data.
+            Bytes photo = {0xFF, 0xD8, 0xFF, 0xE1, 0, 8,    0xFF, 0xDA, 0xFF, 0xD9, 0,    0,    0xFF, 0xC0,
+                           0,    11,   8,    0,    1, 0,    2,    1,    1,    0x11, 0,    0xFF, 0xDA, 0,
+                           8,    1,    1,    0,    0, 0x3F, 0,    0x12, 0xFF, 0,    0x34, 0xFF, 0xD9};
+            if (name == u"cut.jpg") photo.resize(photo.size() - 2);
+            if (name == u"head.jpg") photo.resize(25);
+            return photo;
+        }
         if (name == u"half.png") {
             Bytes half = DotBytes();
             half.resize(40);
@@ -75,8 +84,12 @@ TEST(Html, PicturesComeFromTheFileOrTheText) {
     ASSERT_TRUE(notes.errors.empty()) << ToUtf8(notes.errors[0]);
     EXPECT_NE(FromHtml(data, {}, notes).Paragraphs()[0].runs[0].picture, nullptr);
     EXPECT_TRUE(notes.errors.empty());
-    for (const char16_t* bad : {u"@@PLUGINFILE@@/text.png", u"@@PLUGINFILE@@/half.png", u"@@PLUGINFILE@@/none.png",
-                                u"data:image/png;base64,!!", u"data:image/gif;base64,R0lGODlhAQABAAAAACw="}) {
+    const document::RichText photo = FromHtml(u"<img src='@@PLUGINFILE@@/whole.jpg'>", files, notes);
+    ASSERT_TRUE(notes.errors.empty()) << ToUtf8(notes.errors[0]);
+    EXPECT_EQ(photo.Paragraphs()[0].runs[0].picture->kind, document::Picture::Kind::Jpeg);
+    for (const char16_t* bad :
+         {u"@@PLUGINFILE@@/cut.jpg", u"@@PLUGINFILE@@/head.jpg", u"@@PLUGINFILE@@/text.png", u"@@PLUGINFILE@@/half.png",
+          u"@@PLUGINFILE@@/none.png", u"data:image/png;base64,!!", u"data:image/gif;base64,R0lGODlhAQABAAAAACw="}) {
         TextNotes bad_notes;
         FromHtml(u"<img src='" + std::u16string(bad) + u"'>", files, bad_notes);
         EXPECT_EQ(bad_notes.errors.size(), 1U) << ToUtf8(bad);

@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(
              "是非题|圆|对|解析:因为|编号:JC030001\n"},
         Case{"Picture",
              "<question type=\"essay\"><name><text>甲</text></name><questiontext format=\"html\"><text>看<![CDATA[<img "
-             "src=\"@@PLUGINFILE@@/%E5%9B%BE.png\" width=\"2\" height=\"1\">]]></text><file name=\"图.png\" "
+             "src=\"@@PLUGINFILE@@/%E5%9B%BE.png?time=17\" width=\"2\" height=\"1\">]]></text><file name=\"图.png\" "
              "encoding=\"base64\">" +
                  std::string(kDot) + "</file></questiontext></question>",
              "操作题|<p>看<img src=\"data:image/png;base64," + std::string(kDot) +
@@ -134,6 +134,47 @@ TEST(Moodle, EncodingOfTheFileCounts) {
     std::u16string wrong = text;
     wrong.replace(wrong.find(u"GB2312"), 6, u"UTF-8");
     EXPECT_EQ(Shown(ReadMoodleXml(ToCodePage(wrong, 936).value())), "是非题|首都|对\n") << "it says so itself, wrongly";
+}
+
+// Elements within elements, 100,000 of them; the stack holds a few thousand calls.
+TEST(Moodle, DeepElements) {
+    std::string deep;
+    for (int i = 0; i < 100'000; ++i) deep += "<a>";
+    std::string ends;
+    for (int i = 0; i < 100'000; ++i) ends += "</a>";
+    const std::string good = Asked("truefalse", "圆", Answer("100", "true"));
+    EXPECT_EQ(Shown(ReadMoodleXml("<quiz>" + good + "\n<question type=\"essay\">" + deep + ends + "</question>\n" +
+                                  deep + ends + good + "</quiz>")),
+              "是非题|圆|对\n是非题|圆|对\n第 2 行：错误：元素嵌套太深。\n第 3 行：错误：元素嵌套太深。\n");
+    EXPECT_EQ(Shown(ReadMoodleXml("<quiz>" + good + "\n" + deep)),
+              "是非题|圆|对\n第 2 行：错误：元素没有结束，或者结束的次序不对；文件可能不完整。\n");
+    // Each end would look through all that is open.
+    std::string bold = "深";
+    for (int i = 0; i < 100'000; ++i) bold += "<b>";
+    for (int i = 0; i < 100'000; ++i) bold += "</i>";
+    EXPECT_EQ(Shown(ReadMoodleXml("<quiz>" + Asked("essay", bold, "") + "</quiz>")),
+              "第 1 行“甲”：错误：元素嵌套太深。\n");
+}
+
+// In a time that grows with the text, not with its square.
+TEST(Moodle, ManyClozeFields) {
+    constexpr int kFields = 4000;
+    std::string open, closed, within;
+    for (int i = 0; i < kFields; ++i) {
+        open += "{1:SA:=x~";
+        closed += "{1:SA:=}\n";
+        within += "{1:SA:=\\}~";
+    }
+    for (const std::string& stem : {open, within}) {
+        const Import import = ReadMoodleXml("<quiz>" + Asked("cloze", stem, "") + "</quiz>");
+        EXPECT_EQ(Shown(import), "第 1 行“甲”：错误：完形填空的“{”没有对应的“}”。\n");
+    }
+    EXPECT_EQ(Shown(ReadMoodleXml("<quiz>" + Asked("cloze", closed, "") + "</quiz>")),
+              "第 1 行“甲”：错误：完形填空的空太多：题库最多存放 128 个。\n");
+    std::string half = "{1:SA:=x";
+    for (int i = 0; i < kFields; ++i) half += "~%50%" + std::to_string(i);
+    EXPECT_EQ(ReadMoodleXml("<quiz>" + Asked("cloze", half + "}", "") + "</quiz>").notices.size(), 101U);
+    EXPECT_EQ(Shown(ReadMoodleXml("<quiz>" + Asked("cloze", within + "}", "") + "</quiz>")), "填空题|【1】|}\n");
 }
 
 // The text is taken apart where it stands, after a look at it piece by piece: lines are those of the file all the same.

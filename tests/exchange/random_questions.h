@@ -42,6 +42,7 @@ private:
             u"  两格",      u"{1:SA:=x}",
             u"=SUM(A1:B2)", u"'@a",
             u"-1+2",        u"''+3",
+            u"a ->  b",     u"[x]  y",
         };
         return kWords[Number(0, std::size(kWords) - 1)];
     }
@@ -86,7 +87,7 @@ private:
     std::u16string Answer() {
         std::u16string answer = Word() + Word();
         std::erase_if(answer, [](char16_t unit) { return unit == u'@' || unit == u'#' || unit == u'\t'; });
-        answer = Trimmed(answer);
+        answer = Typed(answer);
         return answer.empty() ? u"答" : answer;
     }
 

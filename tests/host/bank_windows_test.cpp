@@ -149,6 +149,37 @@ TEST_F(BankWindowTest, AnImportIsShownBeforeItHappens) {
     EXPECT_TRUE(boxes_.Said().empty());
 }
 
+// While it is looked at, somebody else writes into the bank: the new preview shows it, and can be imported.
+TEST_F(BankWindowTest, ABankThatChangesMeanwhileIsComparedAgain) {
+    const std::u16string file = Written("new.txt", "栈是{=线性表 ~树}\n");
+    ImportDialog dialog(nullptr, data_, u"JC");
+    boxes_.Expect(wxID_OK);
+    WindowScript script;
+    script
+        .Do([&] {
+            dialog.CboFormat->SetSelection(2);
+            dialog.Read({file});
+            EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 0)), "错误") << "no Aiken file";
+            dialog.CboFormat->SetSelection(1);
+            dialog.Read({file});
+            Click(*dialog.ChkReplace);
+        })
+        .Await("what goes",
+               [&] { return Utf8(dialog.LblSummary->GetLabelText()).find("中用到）") != std::string::npos; })
+        .Do([&] {
+            dialog.ChkReplace->SetValue(false);
+            exchange::RemoveQuestion(data_.Banks(), u"JC", exchange::ReadBank(data_.Banks(), u"JC").back().rec_no);
+            Click(*dialog.BtnImport);
+        })
+        .Await("the new preview",
+               [&] {
+                   return boxes_.HasSaid() &&
+                          Utf8(dialog.LblSummary->GetLabelText()).find("新增 1 题") != std::string::npos;
+               })
+        .DoLast([&] { Click(*dialog.BtnImport); });
+    EXPECT_EQ(script.Play(dialog), wxID_OK);
+}
+
 // Which file a line is of; and nothing goes from the bank while a file has errors: what could not be read may be there.
 TEST_F(BankWindowTest, FilesAreNamedAndErrorsDeleteNothing) {
     const std::u16string good = Written("a.gift", "栈是{=线性表 ~树}\n");

@@ -4,7 +4,9 @@
 #include <limits>
 #include <sstream>
 
+#include "bank/create_bank.h"
 #include "exchange/bank_file.h"
+#include "exchange/bank_rows.h"
 #include "exchange/formats.h"
 #include "host/banks/bank_editing.h"
 #include "host/papers/paper_rules.h"
@@ -118,6 +120,20 @@ TEST_P(BothEditionsTest, FromAFileToTheReviewAndBack) {
 
 INSTANTIATE_TEST_SUITE_P(Editions, BothEditionsTest, testing::Values(Edition::StandAlone, Edition::Network),
                          [](const auto& info) { return info.param == Edition::Network ? "Network" : "StandAlone"; });
+
+// The paper database of a folder that has just been made knows no explanations.
+TEST_F(BanksTest, ExplanationsReachAnEmptyPaperDatabase) {
+    Import(kFile);
+    const std::int32_t number = MakePaper(data_, Rules());
+    std::filesystem::remove(ToNativePath(data_.LocalPaper()));
+    CreateLocalPaperDatabase(data_.LocalPaper());
+    EXPECT_EQ(PackPapers(data_, {number, number}, data_.LocalPaper()), 5U);
+    const dao::Connection packed(data_.LocalPaper());
+    const auto question = exchange::BankRows(*packed.operator->(), u"DS", 1).Find(u"DS010001");
+    ASSERT_TRUE(question);
+    EXPECT_EQ(ToUtf8(question->analysis.PlainText()), "只在栈顶操作");
+    EXPECT_EQ(question->difficulty, 1);
+}
 
 TEST_F(BanksTest, TheSameRulesGiveTheSamePaper) {
     PaperRules rules;

@@ -53,6 +53,7 @@ protected:
               "<?xml version=\"1.0\"?>\n<quiz>\n<question type=\"truefalse\"><questiontext><text>甲</text>"
               "</questiontext>\n<answer fraction=\"100\"><te");
         Write("picture.gift", std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR", 16));
+        Write("note.gift", "只有一段说明\n");
         Write("empty.csv", "");
     }
 
@@ -100,6 +101,8 @@ protected:
 };
 
 TEST_F(CommandsTest, AnImportThatIsRefusedWritesNothing) {
+    fs::copy_file(ToNativePath(exchange::FileOf(data_.Banks(), exchange::FindBank(data_.Banks(), u"JC").value())),
+                  ToNativePath(InFolder(data_.Banks(), u"ALONE.mdb")));
     const auto before = Banks();
     const Called runs[] = {
         {"import", 2, {"请指明要导入的文件。"}},
@@ -120,7 +123,13 @@ TEST_F(CommandsTest, AnImportThatIsRefusedWritesNothing) {
         {"import good.csv none.csv --bank DS", 2, {"none.csv"}},
         {"import good.csv --bank DS --dry-run", 0, {"将新建：新增 5 题", "只是预览，没有写入任何内容。"}},
         {"import good.csv --bank JC --dry-run --replace", 0, {"将删除。", "只是预览"}},
-        {"import good.csv --bank JC --replace", 1, {"继续吗？(y/N)", "没有写入任何内容。"}, "n\n"},
+        {"import onebad.csv --bank DS --dry-run --keep-going", 1, {"新增 2 题", "只是预览"}},
+        {"import note.gift --bank DS --dry-run", 2, {"没有可以导入的试题。"}},
+        {"import good.csv --bank ALONE --dry-run", 2, {"已经存在，而题库目录中没有它"}},
+        {"import good.csv --bank JC --replace",
+         1,
+         {"题在练习历史、笔记或试卷中用到）。", "继续吗？(y/N)", "没有写入任何内容。"},
+         "n\n"},
         {"import good.csv --bank JC --replace", 1, {"没有写入任何内容。"}},
     };
     for (const Called& run : runs) {
@@ -129,12 +138,28 @@ TEST_F(CommandsTest, AnImportThatIsRefusedWritesNothing) {
     }
 }
 
+// A folder of another name is no folder of ours before something is written into it.
+TEST_F(CommandsTest, APreviewMakesNoFolder) {
+    const std::string program = QMTRAIN_PROGRAM " import ";
+    for (const auto& [words, code] :
+         {std::pair{"good.csv --bank DS --data new --dry-run", 0}, std::pair{"none.csv --bank DS --data new", 2},
+          std::pair{"onebad.csv --bank DS --data new", 1}}) {
+        const auto [got, said] = Shell(program + words, "");
+        EXPECT_EQ(got, code) << said;
+        EXPECT_FALSE(fs::exists(work_ / "new")) << words;
+    }
+    EXPECT_EQ(Shell(program + "good.csv --bank DS --data new", "").first, 0);
+    EXPECT_EQ(Shell(program + "good.csv --bank DS --data new --dry-run", "").first, 0);
+}
+
 TEST_F(CommandsTest, WhatIsImported) {
     Expect({"import onebad.csv good.gift none.csv --bank DS --name 数据结构 --keep-going",
             1,
             {"文件 onebad.csv：读出 2 题。", "文件 none.csv：读出 0 题。", "不存在", "已写入题库“数据结构”（DS）。"}});
     EXPECT_EQ(Numbers(u"DS"), "DS010001 DS010002 DS010003 ") << "one stands in both files";
-    Expect({"import good.csv --bank DS", 0, {"题库“数据结构”（DS）：新增 5 题，修改 0 题，不变 0 题，重复 0 题。"}});
+    Expect({"import good.csv --bank DS",
+            0,
+            {"题库“数据结构”（DS）：新增 5 题，修改 0 题，不变 0 题，重复 0 题，题库中另有 3 题不在文件里。"}});
     Expect({"import two.csv --bank DS", 0, {"新增 0 题，修改 1 题，不变 1 题", "试题 DS030001 有改动："}});
     EXPECT_EQ(Numbers(u"DS"), "DS010001 DS010002 DS010003 DS010004 DS020001 DS030001 DS040001 DS050001 ");
     Expect({"import two.csv --bank DS --replace",
@@ -169,7 +194,7 @@ TEST_F(CommandsTest, AnExportIsTheSameBankAgain) {
         {"export --bank \"J'C\" none.csv", 2, {"没有代码为“J'C”的题库"}},
         {"export --bank DS none.doc", 2, {"可以导出为 .gift、.xml 和 .csv 文件。"}},
         {"export --bank DS none.csv --format aiken", 2, {"可以导出为"}},
-        {"export --bank DS none/none.csv", 1, {"none.csv"}},
+        {"export --bank DS none/none.csv", 2, {"none.csv"}},
     };
     for (const Called& run : refused) Expect(run);
     EXPECT_FALSE(fs::exists(work_ / "none.csv"));
@@ -199,7 +224,9 @@ TEST_F(CommandsTest, PapersAreMadePackedAndPrinted) {
         {"paper print --paper 104 answers.html --answers", 0, {"已印成"}},
         {"paper print --paper 104 paper.csv", 0, {"已印成"}},
         {"paper print --paper 104 paper.pdf", 0, {"已印成"}},
-        {"paper pack --paper 104,103 packed.mdb", 0, {"已写入 packed.mdb：9 题。"}},
+        {"paper pack --paper 104,103 packed.mdb", 0, {"已写入 packed.mdb：8 题。"}},
+        {"paper pack --paper 103,103,104 packed.mdb", 0, {"已写入 packed.mdb：8 题。"}},
+        {"paper pack --paper 104", 0, {"/LocalPaper.mdb：5 题。"}},
         {"paper pack --paper 999", 2, {"999"}},
         {"paper make --help", 0, {"用法", "--seed", "同样的规则"}},
     };
@@ -249,7 +276,7 @@ TEST_F(CommandsTest, ABankThatIsInUse) {
             other->Execute(file == u"Total.mdb" ? u"Update Tbl_Subject Set C_DataDescription=C_DataDescription"
                                                 : u"Update Tbl_Information Set C_Tblname=C_Tblname");
             const auto [code, said] = Call(std::string("import good.csv --bank ") + (file == u"JC.mdb" ? "JC" : "NEW"));
-            EXPECT_NE(code, 0) << said;
+            EXPECT_EQ(code, 2) << said;
             EXPECT_NE(said.find("qmtrain: "), std::string::npos) << said;
             EXPECT_EQ(said.find("已写入题库"), std::string::npos) << said;
         }
@@ -294,7 +321,8 @@ TEST_F(CommandsTest, AFullDisk) {
             line.replace(line.find("ROOM"), 4, room);
             line.replace(line.find("BANK"), 4, bank);
             const std::string said = Shell(line, "").second;
-            EXPECT_EQ(said.find("code 0"), std::string::npos) << said;
+            EXPECT_NE(said.find("code 2"), std::string::npos) << said;
+            EXPECT_EQ(said.find(".new"), std::string::npos) << said;
             EXPECT_NE(said.find("qmtrain: "), std::string::npos) << said;
             EXPECT_NE(said.find("unchanged"), std::string::npos) << bank << " " << room << "\n" << said;
         }

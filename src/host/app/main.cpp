@@ -73,6 +73,6 @@ int main(int argc, char** argv) {
         return Run(ParseOptions(words));
     } catch (const AutomationError& error) {
         std::fprintf(stderr, "qmtrain: %s\n", error.what());
-        return error.Number() == kComponentError ? 2 : 1;
+        return 2;
     }
 }

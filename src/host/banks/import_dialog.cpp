@@ -8,6 +8,7 @@
 #include "core/error.h"
 #include "core/files.h"
 #include "core/text.h"
+#include "core/whole_file.h"
 #include "exchange/formats.h"
 #include "host/papers/question_use.h"
 #include "host/widgets/ask.h"
@@ -21,6 +22,11 @@ namespace qmtrain::host {
 namespace {
 
 constexpr std::u16string_view kTitle = u"导入试题";
+constexpr int kPauseInTyping = 400;  // milliseconds
+
+// In the order of the choice, behind the one that looks for itself.
+constexpr exchange::Format kFormats[] = {exchange::Format::Gift, exchange::Format::Aiken, exchange::Format::MoodleXml,
+                                         exchange::Format::Csv};
 
 std::u16string Number(std::size_t number) {
     return ToText(static_cast<std::int64_t>(number));
@@ -64,6 +70,19 @@ void ImportDialog::Build(std::u16string_view code) {
     files_row->Add(LblFiles, 1, wxALIGN_CENTRE_VERTICAL);
     files->SetSizer(files_row);
     field(u"文件", files);
+    auto* format = new wxPanel(this);
+    auto* format_row = new wxBoxSizer(wxHORIZONTAL);
+    CboFormat = new wxChoice(format, wxID_ANY);
+    CboFormat->Append(ui::ToWx(u"自动识别"));
+    for (const exchange::Format one : kFormats) CboFormat->Append(ui::ToWx(exchange::NameOf(one)));
+    CboFormat->SetSelection(0);
+    SetSpokenName(*CboFormat, u"格式");
+    BtnTemplate = new wxButton(format, wxID_ANY, ui::ToWx(u"表格样例(&T)…"));
+    BtnTemplate->SetToolTip(ui::ToWx(u"写出一个带例题的 CSV 表格，在电子表格中填写以后导入"));
+    format_row->Add(CboFormat, 0, wxALIGN_CENTRE_VERTICAL | wxRIGHT, FromDIP(ui::kGap));
+    format_row->Add(BtnTemplate, 0, wxALIGN_CENTRE_VERTICAL);
+    format->SetSizer(format_row);
+    field(u"格式(&R)", format, false);
     CboBank = new wxComboBox(this, wxID_ANY);
     for (const exchange::BankEntry& bank : banks_) CboBank->Append(ui::ToWx(bank.code));
     CboBank->ChangeValue(ui::ToWx(code));
@@ -104,9 +123,15 @@ void ImportDialog::Build(std::u16string_view code) {
     CentreOnParent();
 
     BtnFiles->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ChooseFiles(); });
-    const auto plan = [this](wxCommandEvent&) { Plan(); };
-    CboBank->Bind(wxEVT_TEXT, plan);
-    CboBank->Bind(wxEVT_COMBOBOX, plan);
+    BtnTemplate->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { WriteTemplate(); });
+    CboFormat->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) {
+        if (!files_.empty()) Read(files_);
+    });
+    soon_.SetOwner(this);
+    Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Plan(); });
+    const auto plan_soon = [this](wxCommandEvent&) { PlanSoon(); };
+    CboBank->Bind(wxEVT_TEXT, plan_soon);
+    CboBank->Bind(wxEVT_COMBOBOX, plan_soon);
     SpnSubject->Bind(wxEVT_SPINCTRL, [this](wxSpinEvent&) { Plan(); });
     const auto show = [this](wxCommandEvent&) { ShowPlan(); };
     ChkReplace->Bind(wxEVT_CHECKBOX, show);
@@ -126,7 +151,8 @@ void ImportDialog::ShowColumns(bool several_files) {
 void ImportDialog::ChooseFiles() {
     wxFileDialog dialog(
         this, ui::ToWx(u"选择要导入的文件"), wxString(), wxString(),
-        ui::ToWx(u"试题文件 (*.gift;*.txt;*.xml;*.csv;*.tsv)|*.gift;*.txt;*.xml;*.csv;*.tsv|所有文件|*"),
+        ui::ToWx(
+            u"试题文件 (*.gift;*.aiken;*.txt;*.xml;*.csv;*.tsv)|*.gift;*.aiken;*.txt;*.xml;*.csv;*.tsv|所有文件|*"),
         wxFD_OPEN | wxFD_FILE_MUST_EXIST | wxFD_MULTIPLE);
     if (dialog.ShowModal() != wxID_OK) return;
     wxArrayString paths;
@@ -136,7 +162,29 @@ void ImportDialog::ChooseFiles() {
     Read(files);
 }
 
+void ImportDialog::WriteTemplate() {
+    wxFileDialog dialog(this, ui::ToWx(u"写出表格样例"), wxString(), ui::ToWx(u"例题.csv"),
+                        ui::ToWx(u"CSV 表格 (*.csv)|*.csv"), wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
+    if (dialog.ShowModal() != wxID_OK) return;
+    const std::u16string file = ui::FromWx(dialog.GetPath());
+    try {
+        WriteWholeFile(file, exchange::CsvTemplate());
+        ui::Inform(this, u"已写出 " + file + u"。", kTitle);
+    } catch (const AutomationError& error) {
+        ui::Inform(this, error.Description(), kTitle);
+    }
+}
+
+// Comparing takes the whole bank: not for every letter of its code.
+void ImportDialog::PlanSoon() {
+    BtnImport->Disable();
+    soon_.StartOnce(kPauseInTyping);
+}
+
 void ImportDialog::Read(const std::vector<std::u16string>& files) {
+    files_ = files;
+    std::optional<exchange::Format> format;
+    if (const int chosen = CboFormat->GetSelection(); chosen > 0) format = kFormats[chosen - 1];
     read_ = {};
     problem_.clear();
     std::u16string names;
@@ -146,7 +194,7 @@ void ImportDialog::Read(const std::vector<std::u16string>& files) {
         names.append(names.empty() ? u"" : u"、").append(name);
         exchange::Import one;
         try {
-            one = exchange::ReadFile(file, {}, progress.Of(u"正在读文件…"));
+            one = exchange::ReadFile(file, format, progress.Of(u"正在读文件…"));
         } catch (const AutomationError& error) {
             one.Tell(exchange::Notice::Kind::Error, std::size_t{0}, error.Description());
         } catch (const exchange::Cancelled&) {
@@ -162,6 +210,7 @@ void ImportDialog::Read(const std::vector<std::u16string>& files) {
 }
 
 void ImportDialog::Plan() {
+    soon_.Stop();
     plan_ = {};
     const std::u16string code(exchange::Trimmed(ui::FromWx(CboBank->GetValue())));
     const auto known = std::find_if(banks_.begin(), banks_.end(), [&](const auto& bank) { return bank.code == code; });
@@ -231,13 +280,25 @@ void ImportDialog::ShowPlan() {
     std::u16string summary = problem_;
     if (summary.empty()) {
         summary = (plan_.is_new ? u"新建题库：" : u"题库“" + plan_.bank.name + u"”：") + plan_.recognition.Summary();
-        if (ChkReplace->GetValue()) summary += u"，删除 " + Number(plan_.recognition.not_found.size()) + u" 题";
+        if (ChkReplace->GetValue()) summary += u"，" + Removal();
         if (errors_ > 0) summary += u"；有 " + Number(errors_) + u" 处错误";
     }
     LblSummary->SetLabelText(ui::ToWx(summary));
+    LblSummary->SetToolTip(ui::ToWx(summary));  // it may be longer than the window is wide
     LblSummary->SetForegroundColour(Colour(errors_ > 0 ? Tint::Bad : Tint::Text));
     ChkKeepGoing->Enable(errors_ > 0);
-    BtnImport->Enable(problem_.empty() && !read_.questions.empty() && (errors_ == 0 || ChkKeepGoing->GetValue()));
+    const bool current = !soon_.IsRunning();  // else this is still the plan for another bank
+    BtnImport->Enable(current && problem_.empty() && !read_.questions.empty() &&
+                      (errors_ == 0 || ChkKeepGoing->GetValue()));
+}
+
+// "删除 3 题", and how many of them are used.
+std::u16string ImportDialog::Removal() {
+    try {
+        return RemovalSummary(folder_, plan_);
+    } catch (const AutomationError& error) {
+        return u"删除 " + Number(plan_.recognition.not_found.size()) + u" 题（" + error.Description() + u"）";
+    }
 }
 
 void ImportDialog::Import() {
@@ -251,9 +312,7 @@ void ImportDialog::Import() {
             if (!name.empty()) plan_.bank.name = name;
         }
         const std::size_t gone = ChkReplace->GetValue() ? plan_.recognition.not_found.size() : 0;
-        if (gone > 0 &&
-            !Confirm(this, u"将从题库中删除 " + Number(gone) + u" 题。\n要继续吗？", kTitle, u"删除", u"取消"))
-            return;
+        if (gone > 0 && !Confirm(this, u"将从题库中" + Removal() + u"。\n要继续吗？", kTitle, u"删除", u"取消")) return;
         RequireSubject(folder_, plan_.bank.subject, plan_.bank.name);
         WorkProgress progress(this, kTitle);
         exchange::CarryOut(folder_.Banks(), plan_, read_.questions,
@@ -261,7 +320,8 @@ void ImportDialog::Import() {
                            progress.Of(u"正在写入题库…"));
         EndModal(wxID_OK);
     } catch (const AutomationError& error) {
-        ui::Inform(this, error.Description() + u"\n题库没有改动。", kTitle);
+        ui::Inform(this, error.Description() + u"\n没有写入任何内容。", kTitle);
+        Plan();  // the bank may be another one by now
     } catch (const exchange::Cancelled&) {
         ui::Inform(this, u"已经停止，题库没有改动。", kTitle);
     }

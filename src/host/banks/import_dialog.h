@@ -7,11 +7,13 @@
 
 #include <wx/button.h>
 #include <wx/checkbox.h>
+#include <wx/choice.h>
 #include <wx/combobox.h>
 #include <wx/dialog.h>
 #include <wx/spinctrl.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
+#include <wx/timer.h>
 
 #include "exchange/bank_file.h"
 #include "host/data/data_folder.h"
@@ -32,6 +34,8 @@ public:
 
     wxButton* BtnFiles = nullptr;
     wxStaticText* LblFiles = nullptr;
+    wxChoice* CboFormat = nullptr;
+    wxButton* BtnTemplate = nullptr;
     wxComboBox* CboBank = nullptr;
     wxTextCtrl* TxtName = nullptr;
     wxSpinCtrl* SpnSubject = nullptr;
@@ -44,13 +48,18 @@ public:
 private:
     void Build(std::u16string_view code);
     void ChooseFiles();
+    void WriteTemplate();
+    void PlanSoon();
     void ShowColumns(bool several_files);
     void Plan();
     void ShowPlan();
+    std::u16string Removal();
     void Import();
 
     DataFolder folder_;
     std::vector<exchange::BankEntry> banks_;
+    std::vector<std::u16string> files_;
+    wxTimer soon_;
     exchange::Import read_;
     exchange::ImportPlan plan_;
     std::u16string problem_ = u"请选择要导入的文件。";  // why nothing can be imported

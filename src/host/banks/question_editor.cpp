@@ -311,7 +311,8 @@ exchange::Question QuestionEditor::Written() {
         case QuestionKind::YesNo: written.is_true = OptTrue->GetValue(); break;
         case QuestionKind::Fill:
             written.blanks.clear();
-            for (const std::u16string& line : lines(*TxtAnswer)) written.blanks.push_back(Split(line, u'#'));
+            for (const std::u16string& line : lines(*TxtAnswer))
+                written.blanks.push_back(Split(exchange::Typed(line), u'#'));
             break;
         case QuestionKind::Operation: {
             written.requirements = exchange::Trimmed(ui::FromWx(TxtAnswer->GetValue()));

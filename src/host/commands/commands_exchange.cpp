@@ -139,7 +139,6 @@ int Import(const ImportOptions& options) {
     if (options.files.empty()) Refuse(u"请指明要导入的文件。");
     if (options.bank.empty()) Refuse(u"请用 --bank 指明题库代码。");
     const DataFolder folder = FolderOf(options.data);
-    MakeEmptyFolder(folder.path);
     exchange::Import import = ReadFiles(options);
     const exchange::BankEntry wanted{FromUtf8(options.bank), FromUtf8(options.name), u"", options.subject};
     exchange::ImportPlan plan = [&] {
@@ -168,21 +167,22 @@ int Import(const ImportOptions& options) {
         Say(u"  文件中没有试题 " + gone.rec_no + u"“" + exchange::Brief(gone.stem.PlainText()) + u"”，将删除。");
     }
     Say(bank + (plan.is_new ? u"将新建：" : u"：") + plan.recognition.Summary() +
-        (options.replace ? u"，删除 " + ToText(static_cast<std::int64_t>(dropped)) + u" 题" : u"") + u"。");
+        (options.replace ? u"，" + RemovalSummary(folder, plan) : u"") + u"。");
     if (errors > 0 && !options.keep_going) {
         Say(u"有 " + ToText(static_cast<std::int64_t>(errors)) +
             u" 处错误，没有写入任何内容；--keep-going 只导入其余的试题。");
         return 1;
     }
+    if (import.questions.empty()) Refuse(u"没有可以导入的试题。");
     if (options.dry_run) {
         Say(u"只是预览，没有写入任何内容。");
-        return 0;
+        return errors > 0 ? 1 : 0;
     }
-    if (import.questions.empty()) Refuse(u"没有可以导入的试题。");
     if (dropped > 0 && !Confirmed(options)) {
         Say(u"没有写入任何内容。");
         return 1;
     }
+    MakeEmptyFolder(folder.path);
     RequireSubject(folder, plan.bank.subject, plan.bank.name);
     {
         TerminalProgress progress(u"正在写入题库");
@@ -344,7 +344,8 @@ int PaperCommand(const CommandWords& words) {
             const std::u16string target = file.empty() ? folder.LocalPaper() : FromUtf8(file);
             TerminalProgress progress(u"正在写入试卷库");
             const std::size_t count = PackPapers(folder, papers, target, progress.Of());
-            Say(u"已写入 " + target + u"：" + ToText(static_cast<std::int64_t>(count)) + u" 题。");
+            Say(u"已写入 " + FromNativePath(ToNativePath(target)) + u"：" + ToText(static_cast<std::int64_t>(count)) +
+                u" 题。");
         } else {
             const report::Format format = SheetFormat(file);
             TerminalProgress progress(u"正在读试题");

@@ -166,7 +166,7 @@ void WrongWindow::BindEvents() {
     BtnReview->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { ReviewPaper(); });
     BtnNote->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { WriteNote(); });
     BtnRemove->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Remove(); });
-    BtnRestore->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Restore(); });
+    BtnRestore->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { PutBack(); });
     BtnExport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         report::ShowExportMenu(this, [this] {
             std::u16string whose = u"所有考生";
@@ -304,7 +304,7 @@ void WrongWindow::Remove() {
     LvWrong->SetFocus();
 }
 
-void WrongWindow::Restore() {
+void WrongWindow::PutBack() {
     if (removed_.empty()) return;
     book_.Restore(removed_.back());
     removed_.pop_back();

@@ -54,7 +54,7 @@ private:
     void ReviewPaper();
     void WriteNote();
     void Remove();
-    void Restore();
+    void PutBack();
     void SortBy(int column);
 
     template <class Body>

@@ -1,4 +1,5 @@
 #include <map>
+#include <tuple>
 
 #include "bank/create_bank.h"
 #include "core/convert.h"
@@ -129,34 +130,31 @@ private:
 
 std::size_t PackPapers(const DataFolder& folder, const std::vector<std::int32_t>& papers, std::u16string_view file,
                        const exchange::Progress& progress) {
-    std::vector<Paper> all;
-    std::size_t count = 0;
+    // Each question once, on however many of the papers it stands.
+    std::map<std::tuple<std::int32_t, std::u16string, std::u16string>, PaperQuestion> questions;
     for (const std::int32_t number : papers) {
-        std::optional<Paper> paper = FindPaper(folder, number);
+        const std::optional<Paper> paper = FindPaper(folder, number);
         if (!paper) RaiseComponentError(u"qmtrain", u"没有试卷号为 " + ToText(number) + u" 的试卷。");
-        count += paper->questions.size();
-        all.push_back(*std::move(paper));
+        for (const PaperQuestion& place : paper->questions) {
+            questions.try_emplace({paper->subject, place.data_code, place.rec_no}, place);
+        }
     }
     const auto fill = [&](dao::Database& target) {
+        AddTeachingColumns(target);
         Packer packer(folder, target);
         std::size_t done = 0;
-        for (const Paper& paper : all) {
-            for (const PaperQuestion& place : paper.questions) {
-                exchange::Report(progress, done++, count);
-                packer.Pack(paper.subject, place);
-            }
+        for (const auto& [key, place] : questions) {
+            exchange::Report(progress, done++, questions.size());
+            packer.Pack(std::get<0>(key), place);
         }
     };
     if (!FileExists(file)) {
-        CreateLocalPaperDatabase(file, [&](dao::Database& target) {
-            AddTeachingColumns(target);
-            fill(target);
-        });
+        CreateLocalPaperDatabase(file, fill);
     } else {
         const dao::Connection target(file);
         target->Atomically([&] { fill(*target.operator->()); });
     }
-    return count;
+    return questions.size();
 }
 
 }  // namespace qmtrain::host

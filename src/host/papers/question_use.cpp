@@ -6,6 +6,7 @@
 #include "core/convert.h"
 #include "core/files.h"
 #include "core/statement_text.h"
+#include "core/text.h"
 #include "dao/dao.h"
 #include "host/data/people.h"
 
@@ -27,6 +28,7 @@ void ForEach(dao::Database& database, const std::u16string& query, Row row) {
 
 std::map<std::u16string, QuestionUse> UsesOf(const DataFolder& folder, std::u16string_view data_code) {
     std::map<std::u16string, QuestionUse> uses;
+    if (!FileExists(ClientDatabase(folder.path))) return uses;  // nobody has practised
     const dao::Connection client(ClientDatabase(folder.path));
     std::map<std::int32_t, Date> starts;
     ForEach(*client.operator->(), u"Select TrainID, StartDate From TrainInfo", [&](dao::Recordset& row) {
@@ -54,6 +56,17 @@ std::set<std::u16string> NumbersInUse(const DataFolder& folder, std::u16string_v
     ForEach(*host.operator->(), u"Select RecNo From PaperQuestions" + OfBank(data_code),
             [&](dao::Recordset& row) { numbers.insert(TextOr(row.Fields(0).Value(), u"")); });
     return numbers;
+}
+
+std::u16string RemovalSummary(const DataFolder& folder, const exchange::ImportPlan& plan) {
+    const std::vector<std::size_t>& gone = plan.recognition.not_found;
+    std::u16string summary = u"删除 " + ToText(static_cast<std::int64_t>(gone.size())) + u" 题";
+    if (gone.empty()) return summary;
+    const std::set<std::u16string> used = NumbersInUse(folder, plan.bank.code);
+    const auto count = std::count_if(gone.begin(), gone.end(),
+                                     [&](std::size_t one) { return used.contains(plan.existing[one].rec_no); });
+    if (count > 0) summary += u"（其中 " + ToText(std::int64_t{count}) + u" 题在练习历史、笔记或试卷中用到）";
+    return summary;
 }
 
 void RequireSubject(const DataFolder& folder, std::int32_t subject, std::u16string_view name) {

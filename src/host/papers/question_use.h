@@ -30,6 +30,9 @@ std::map<std::u16string, QuestionUse> UsesOf(const DataFolder& folder, std::u16s
 // The record numbers that histories, notes and papers point at.
 std::set<std::u16string> NumbersInUse(const DataFolder& folder, std::u16string_view data_code);
 
+// "删除 3 题（其中 2 题在练习历史、笔记或试卷中用到）": the questions of the bank that the file does not have.
+std::u16string RemovalSummary(const DataFolder& folder, const exchange::ImportPlan& plan);
+
 // The folder's client database has the subject and its types of questions.
 void RequireSubject(const DataFolder& folder, std::int32_t subject, std::u16string_view name);
 

@@ -30,7 +30,7 @@ int StemHeight(ui::RichTextView& stem, int width) {
     ui::ScreenMeasurer measurer(stem);
     const int margin = stem.FromDIP(kStemMargin);
     const document::DocumentLayout layout(stem.Text(), std::max(1, width - 2 * margin), measurer);
-    return layout.Height() + 2 * margin;
+    return layout.WindowHeight(margin);
 }
 
 Tint TintOf(Verdict verdict) {

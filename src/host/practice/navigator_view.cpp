@@ -86,7 +86,7 @@ void NavigatorView::OnKey(wxKeyEvent& event) {
 
 void NavigatorView::MoveCursor(std::size_t index) {
     cursor_ = index;
-    Show(index);
+    ScrollTo(index);
     SetSpokenName(*this, u"题目导航，第 " + CellText(index), Role::List);
     Refresh();
 }
@@ -101,7 +101,7 @@ void NavigatorView::SetCurrent(std::size_t index) {
     MoveCursor(index < cells_.size() ? index : 0);
 }
 
-void NavigatorView::Show(std::size_t index) {
+void NavigatorView::ScrollTo(std::size_t index) {
     if (index >= layout_.cells.size()) return;
     const Box& box = layout_.cells[index];
     const int top = GetViewStart().y * kScroll;

@@ -44,7 +44,7 @@ private:
     void PaintCell(wxDC& dc, std::size_t index);
     void OnKey(wxKeyEvent& event);
     void MoveCursor(std::size_t index);
-    void Show(std::size_t index);
+    void ScrollTo(std::size_t index);
     std::optional<std::size_t> CellAt(wxPoint place) const;
 
     std::vector<NavigatorGroup> groups_;

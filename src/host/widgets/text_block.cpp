@@ -9,17 +9,19 @@ namespace qmtrain::host {
 
 int TextBlock::Arrange(int width) {
     layout_ = document::DocumentLayout(text_, std::max(1, width), measurer_);
-    return layout_.Height();
+    return layout_.WindowHeight();
 }
 
 void TextBlock::Paint(wxDC& dc, wxPoint place) {
     for (const document::Line& line : layout_.Lines()) {
-        for (const document::Piece& piece : line.pieces) PaintPiece(dc, place, line, piece);
+        if (line.top > layout_.WindowHeight()) break;
+        const wxPoint line_place(place.x, place.y + static_cast<int>(line.top));
+        for (const document::Piece& piece : line.pieces) PaintPiece(dc, line_place, line, piece);
     }
 }
 
 void TextBlock::PaintPiece(wxDC& dc, wxPoint place, const document::Line& line, const document::Piece& piece) {
-    const int baseline = place.y + line.top + line.ascent;
+    const int baseline = place.y + line.ascent;
     if (piece.run->picture) {
         const wxSize size(piece.width, piece.picture_height);
         dc.DrawBitmap(measurer_.BitmapOf(*piece.run->picture, size), place.x + piece.x, baseline - size.y, true);
@@ -29,9 +31,8 @@ void TextBlock::PaintPiece(wxDC& dc, wxPoint place, const document::Line& line, 
     const document::CharacterFormat& format = piece.run->format;
     const document::Measurer::Height height = measurer_.HeightOf(format);
     int top = baseline - height.ascent;
-    if (format.script == document::Script::Superscript) top = place.y + line.top;
-    if (format.script == document::Script::Subscript)
-        top = place.y + line.top + line.height - height.ascent - height.descent;
+    if (format.script == document::Script::Superscript) top = place.y;
+    if (format.script == document::Script::Subscript) top = place.y + line.height - height.ascent - height.descent;
     const wxColour colour =
         format.color ? wxColour(format.color->red, format.color->green, format.color->blue) : Colour(Tint::Text);
     dc.SetFont(measurer_.FontOf(format));
