@@ -4,8 +4,9 @@
 ;
 ; On the command line: /S silent, /AllUsers for all users, /D=folder last and without quotes. Exit codes: 0 done, 1 left by
 ; the user, 2 not installed and the system as before.
-; New files are first written beside the old ones; only when all of them are there do they take their places. A file in use
-; makes room under another name, so that its program goes on, and what is started next has the new one.
+; New files are first written to a folder beside the old ones; only when all of them are there do they take their places,
+; and the old ones wait in another folder until all is done: whatever fails, they come back. A file in use can be moved, so
+; its program goes on, and what is started next has the new one.
 Unicode true
 !include MUI2.nsh
 !include LogicLib.nsh
@@ -15,7 +16,7 @@ Unicode true
 !include nsDialogs.nsh
 
 !define KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo"
-!define NEEDED_KB 80000
+!define NEEDED_MB 80
 
 Name "QmTrainInfo"
 BrandingText "QmTrainInfo ${VERSION}"
@@ -34,8 +35,10 @@ VIAddVersionKey /LANG=2052 LegalCopyright "QmTrainInfo"
 !define MUI_ICON "qmtrain.ico"
 !define MUI_UNICON "qmtrain.ico"
 !define MUI_ABORTWARNING
+!define MUI_FINISHPAGE_NOREBOOTSUPPORT  ; what waits for one is only old files
 !insertmacro MUI_PAGE_WELCOME
 Page custom ScopePage ScopePageLeave
+!define MUI_PAGE_CUSTOMFUNCTION_LEAVE DirectoryPageLeave
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
 !define MUI_FINISHPAGE_RUN
@@ -63,9 +66,14 @@ Page custom ScopePage ScopePageLeave
 !insertmacro Text T_FOLDER "不能写入这个文件夹，没有安装任何内容：$\r$\n$INSTDIR" "This folder cannot be written; nothing has been installed:$\r$\n$INSTDIR"
 !insertmacro Text T_SPACE "磁盘空间不足，没有安装任何内容：$\r$\n$INSTDIR" "There is not enough room on the disk; nothing has been installed:$\r$\n$INSTDIR"
 !insertmacro Text T_IN_USE "文件正在使用，不能替换：$\r$\n$R8$\r$\n请关闭使用它的程序，再安装一次。" "A file is in use and cannot be replaced:$\r$\n$R8$\r$\nPlease close the programs that use it and install again."
-!insertmacro Text T_REGISTER "组件不能注册：$\r$\n$R8" "The component cannot be registered:$\r$\n$R8"
+!insertmacro Text T_REGISTER "组件不能注册，没有安装任何内容：$\r$\n$R8" "The component cannot be registered; nothing has been installed:$\r$\n$R8"
+!insertmacro Text T_LOG "其他用户不能写记录文件，他们出错的原因不会被记录：$\r$\n$R8" "Other users cannot write the log; the reasons of their errors will not be kept:$\r$\n$R8"
+!insertmacro Text T_STAYS "有程序正在使用这个文件，没有卸载任何内容：$\r$\n$R8$\r$\n请关闭使用它的程序，再试一次。" "A program uses this file; nothing has been removed:$\r$\n$R8$\r$\nPlease close it and try again."
 
 Var all_users
+Var given  ; the folder that the command line asks for, as it says so
+Var older  ; where the installation lies whose place this one takes, if there is one
+Var kept   ; where the old files wait
 Var user_button
 Var all_button
 
@@ -75,41 +83,66 @@ Var all_button
   Quit
 !macroend
 
-; Everything of a word size is registered and removed with the system's program of that size.
+; Everything of a word size is registered and removed with the system's program of that size. $0: 0 when it is done.
 !macro Regsvr32 BITS ARGUMENTS
+  StrCpy $0 1
   ${If} "${BITS}" == "x64"
     ExecWait '"$WINDIR\Sysnative\regsvr32.exe" /s /n ${ARGUMENTS} "$INSTDIR\x64\QmTrainInfo.dll"' $0
   ${Else}
     ExecWait '"$SYSDIR\regsvr32.exe" /s /n ${ARGUMENTS} "$INSTDIR\x86\QmTrainInfo.dll"' $0
   ${EndIf}
 !macroend
-!macro Register BITS
-  StrCpy $R8 "$INSTDIR\${BITS}\QmTrainInfo.dll"
-  ClearErrors
-  StrCpy $0 1
+!macro Register BITS ACTION
   ${If} $all_users == 1
-    !insertmacro Regsvr32 ${BITS} "/i:machine"
+    !insertmacro Regsvr32 ${BITS} "${ACTION} /i:machine"
   ${Else}
-    !insertmacro Regsvr32 ${BITS} "/i:user"
-  ${EndIf}
-  ${If} $0 <> 0
-    MessageBox MB_OK|MB_ICONSTOP "$(T_REGISTER)" /SD IDOK
-    SetErrorLevel 2
-    Quit
+    !insertmacro Regsvr32 ${BITS} "${ACTION} /i:user"
   ${EndIf}
 !macroend
+!macro RegisterAll ACTION
+  ${If} ${RunningX64}
+    !insertmacro Register x64 "${ACTION}"
+  ${EndIf}
+  !insertmacro Register x86 "${ACTION}"
+!macroend
 
-; The new file takes its place.
+; Replace, PutBack, Remove and Stays are each done with every file by the lists below.
 !macro Replace FOLDER FILE
-  StrCpy $R7 "$INSTDIR\new~\${FOLDER}${FILE}"
-  StrCpy $R8 "$INSTDIR\${FOLDER}${FILE}"
+  StrCpy $R7 "${FOLDER}${FILE}"
   Call ReplaceFile
+!macroend
+!macro PutBack FOLDER FILE
+  StrCpy $R7 "${FOLDER}${FILE}"
+  Call PutFileBack
+!macroend
+!macro Remove FOLDER FILE
+  Delete /REBOOTOK "$INSTDIR\${FOLDER}${FILE}"
+!macroend
+!macro Stays FOLDER FILE
+  !if "${FILE}" != "uninstall.exe"  ; which may be the one that asks
+  ${If} ${FileExists} "$INSTDIR\${FOLDER}${FILE}"
+    ClearErrors
+    FileOpen $0 "$INSTDIR\${FOLDER}${FILE}" a
+    ${If} ${Errors}
+      StrCpy $R8 "$INSTDIR\${FOLDER}${FILE}"
+    ${Else}
+      FileClose $0
+    ${EndIf}
+  ${EndIf}
+  !endif
 !macroend
 !macro ProgramFiles ACTION BITS
   !insertmacro ${ACTION} "${BITS}\" "QmTrainInfo.dll"
-  !insertmacro ${ACTION} "${BITS}\" "QmTrainInfo.manifest"
+  !insertmacro ${ACTION} "${BITS}\" "QmTrainInfo.Server.manifest"
   !insertmacro ${ACTION} "${BITS}\" "qmtrain.exe"
   !insertmacro ${ACTION} "${BITS}\" "jetsql.exe"
+!macroend
+!macro AllFiles ACTION
+  ${If} ${RunningX64}
+    !insertmacro ProgramFiles ${ACTION} x64
+  ${EndIf}
+  !insertmacro ProgramFiles ${ACTION} x86
+  !insertmacro CommonFiles ${ACTION}
 !macroend
 !macro CommonFiles ACTION
   !insertmacro ${ACTION} "" "QmTrainInfo.tlb"
@@ -123,10 +156,22 @@ Var all_button
   !insertmacro ${ACTION} "samples\" "qmtraininfo.idl"
   !insertmacro ${ACTION} "samples\" "record_sets.idl"
   !insertmacro ${ACTION} "samples\" "data_objects.idl"
+  !insertmacro ${ACTION} "" "uninstall.exe"
 !macroend
-!macro Remove FOLDER FILE
-  Delete "$INSTDIR\${FOLDER}${FILE}"
-  Delete "$INSTDIR\${FOLDER}${FILE}.old*"
+; Old files that were in use when they were replaced go when they are no more.
+!macro DropOld
+  FindFirst $0 $1 "$INSTDIR\QmTrainInfo.old~*"
+  ${DoWhile} $1 != ""
+    RMDir /r "$INSTDIR\$1"
+    FindNext $0 $1
+  ${Loop}
+  FindClose $0
+!macroend
+!macro RemoveFolders
+  RMDir "$INSTDIR\samples"
+  RMDir "$INSTDIR\x64"
+  RMDir "$INSTDIR\x86"
+  RMDir "$INSTDIR"
 !macroend
 
 Function .onInit
@@ -141,11 +186,12 @@ Function .onInit
     !insertmacro Fail T_OLD
   ${EndIf}
   ; A folder that can be none is dropped before we see it; what was wanted is not the usual place, then.
-  ${If} $INSTDIR == ""
-    System::Call "kernel32::GetCommandLine() t .r0"
-    ClearErrors
-    ${GetOptions} $0 "/D=" $1
-    ${IfNot} ${Errors}
+  System::Call "kernel32::GetCommandLine() t .r0"
+  ClearErrors
+  ${GetOptions} $0 "/D=" $1
+  ${IfNot} ${Errors}
+    StrCpy $given " /D=$1"
+    ${If} $INSTDIR == ""
       StrCpy $INSTDIR $1
       !insertmacro Fail T_FOLDER
     ${EndIf}
@@ -203,7 +249,7 @@ Function ScopePageLeave
   ${NSD_GetState} $all_button $0
   ${If} $0 == ${BST_CHECKED}
     ClearErrors
-    ExecShell "runas" "$EXEPATH" "/AllUsers"
+    ExecShell "runas" "$EXEPATH" "/AllUsers$given"
     ${If} ${Errors}
       Abort  ; refused: the question is still there
     ${EndIf}
@@ -211,41 +257,89 @@ Function ScopePageLeave
   ${EndIf}
 FunctionEnd
 
-Function StartHost
-  ${If} ${RunningX64}
-    Exec '"$INSTDIR\x64\qmtrain.exe"'
-  ${Else}
-    Exec '"$INSTDIR\x86\qmtrain.exe"'
+; A folder of other things is not filled with ours.
+Function DirectoryPageLeave
+  ${GetFileName} "$INSTDIR" $0
+  ${If} $0 != "QmTrainInfo"
+  ${AndIf} ${FileExists} "$INSTDIR\*.*"
+  ${AndIfNot} ${FileExists} "$INSTDIR\uninstall.exe"
+    StrCpy $INSTDIR "$INSTDIR\QmTrainInfo"
   ${EndIf}
 FunctionEnd
 
-; From $R7 to $R8. What was there before and is in use goes on under a name that no other file has.
+; By the desktop, with the rights and the data of the user who is there, not of the administrator who has installed.
+Function StartHost
+  ${If} ${RunningX64}
+    Exec '"$WINDIR\explorer.exe" "$INSTDIR\x64\qmtrain.exe"'
+  ${Else}
+    Exec '"$WINDIR\explorer.exe" "$INSTDIR\x86\qmtrain.exe"'
+  ${EndIf}
+FunctionEnd
+
+; $R7 takes its place, and what was there waits in $kept.
 Function ReplaceFile
-  Delete "$R8.old*"
+  StrCpy $R8 "$INSTDIR\$R7"
   ${If} ${FileExists} "$R8"
+    ${GetParent} "$kept\$R7" $0
+    CreateDirectory "$0"
     ClearErrors
-    Delete "$R8"
-    ${If} ${FileExists} "$R8"
-      System::Call "kernel32::GetTickCount() i .r0"
-      ClearErrors
-      Rename "$R8" "$R8.old$0"
-      ${If} ${Errors}
-        RMDir /r "$INSTDIR\new~"
-        !insertmacro Fail T_IN_USE
-      ${EndIf}
-      ${If} $all_users == 1
-        Delete /REBOOTOK "$R8.old$0"
-      ${EndIf}
+    Rename "$R8" "$kept\$R7"
+    ${If} ${Errors}
+      Call PutAllBack
+      !insertmacro Fail T_IN_USE
     ${EndIf}
   ${EndIf}
   ${GetParent} "$R8" $0
   CreateDirectory "$0"
   ClearErrors
-  Rename "$R7" "$R8"
+  Rename "$INSTDIR\QmTrainInfo.new~\$R7" "$R8"
   ${If} ${Errors}
-    RMDir /r "$INSTDIR\new~"
+    Call PutAllBack
     !insertmacro Fail T_FOLDER
   ${EndIf}
+FunctionEnd
+
+Function PutFileBack
+  ${IfNot} ${FileExists} "$INSTDIR\QmTrainInfo.new~\$R7"
+    Rename "$INSTDIR\$R7" "$INSTDIR\QmTrainInfo.new~\$R7"
+  ${EndIf}
+  ${If} ${FileExists} "$kept\$R7"
+    Rename "$kept\$R7" "$INSTDIR\$R7"
+  ${EndIf}
+FunctionEnd
+
+; As before: what an attempt that cannot be finished has made goes again; a folder with anything else in it stays.
+Function PutAllBack
+  SetOutPath "$TEMP"
+  ${If} $kept != ""
+    !insertmacro AllFiles PutBack
+    RMDir "$kept\samples"
+    RMDir "$kept\x64"
+    RMDir "$kept\x86"
+    RMDir "$kept"
+    StrCpy $kept ""
+  ${EndIf}
+  RMDir /r "$INSTDIR\QmTrainInfo.new~"
+  !insertmacro RemoveFolders
+FunctionEnd
+
+; A disk that has filled up while files were written is noticed by the installer itself.
+Function .onInstFailed
+  Call PutAllBack
+  SetErrorLevel 2
+FunctionEnd
+
+; After $R8 could not be registered.
+Function RegisterOlder
+  !insertmacro RegisterAll "/u"
+  Call PutAllBack
+  ${If} $older != ""
+    Push $INSTDIR
+    StrCpy $INSTDIR $older
+    !insertmacro RegisterAll ""
+    Pop $INSTDIR
+  ${EndIf}
+  !insertmacro Fail T_REGISTER
 FunctionEnd
 
 ; The log of a component that all users share: they may write to it.
@@ -254,64 +348,115 @@ FunctionEnd
     FileOpen $0 "$INSTDIR\${BITS}\QmTrainInfo.Log" w
     FileClose $0
   ${EndIf}
-  nsExec::Exec 'icacls "$INSTDIR\${BITS}\QmTrainInfo.Log" /grant *S-1-5-32-545:(R,W)'
+  StrCpy $R8 "$INSTDIR\${BITS}\QmTrainInfo.Log"
+  nsExec::Exec '"$SYSDIR\icacls.exe" "$R8" /grant *S-1-5-32-545:(R,W)'
   Pop $0
+  ${If} $0 != 0
+    MessageBox MB_OK|MB_ICONEXCLAMATION "$(T_LOG)" /SD IDOK
+  ${EndIf}
 !macroend
 
-; What an attempt that cannot be finished has made goes again; a folder with anything else in it stays.
-!macro Undo
-  SetOutPath "$TEMP"
-  RMDir /r "$INSTDIR\new~"
-  RMDir "$INSTDIR"
-!macroend
+; An installation for all takes the place of one's own in the same folder.
+Function ForgetOwn
+  ReadRegStr $0 HKCU "${KEY}" "InstallLocation"
+  ${If} $0 == $INSTDIR
+    StrCpy $all_users 0
+    !insertmacro RegisterAll "/u"
+    StrCpy $all_users 1
+    SetShellVarContext current
+    Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
+    RMDir "$SMPROGRAMS\QmTrainInfo"
+    SetShellVarContext all
+    DeleteRegKey HKCU "${KEY}"
+  ${EndIf}
+FunctionEnd
 
 Section
   ${GetRoot} "$INSTDIR" $0
-  ${DriveSpace} "$0\" "/D=F /S=K" $1
+  ${DriveSpace} "$0\" "/D=F /S=M" $1  ; in KB it would not fit the comparison
   ${If} $1 != ""
-  ${AndIf} $1 < ${NEEDED_KB}
+  ${AndIf} $1 < ${NEEDED_MB}
     !insertmacro Fail T_SPACE
   ${EndIf}
 
+  !insertmacro DropOld
+  RMDir /r "$INSTDIR\QmTrainInfo.new~"
   ClearErrors
-  RMDir /r "$INSTDIR\new~"
-  ClearErrors
-  CreateDirectory "$INSTDIR\new~"
+  CreateDirectory "$INSTDIR\QmTrainInfo.new~"
   ${If} ${Errors}
-    !insertmacro Undo
+    Call PutAllBack
     !insertmacro Fail T_FOLDER
+  ${EndIf}
+
+  System::Call "kernel32::GetTickCount() i .r1"
+  CreateDirectory "$INSTDIR\QmTrainInfo.new~\$1"
+  ReadRegStr $older SHCTX "${KEY}" "InstallLocation"
+  ${IfNot} ${FileExists} "$older\uninstall.exe"
+    StrCpy $older ""
+  ${ElseIf} ${FileExists} "$older\QmTrainInfo.new~\$1"
+    StrCpy $older $INSTDIR  ; the same folder, by whatever name
+  ${ElseIf} $older != $INSTDIR
+    Push $INSTDIR
+    StrCpy $INSTDIR $older
+    StrCpy $R8 ""
+    !insertmacro AllFiles Stays
+    Pop $INSTDIR
+    ${If} $R8 != ""
+      Call PutAllBack
+      !insertmacro Fail T_IN_USE
+    ${EndIf}
   ${EndIf}
   SetOverwrite try
   ClearErrors
-  SetOutPath "$INSTDIR\new~"
+  SetOutPath "$INSTDIR\QmTrainInfo.new~"
   File /r "${PAYLOAD}\*"
-  WriteUninstaller "$INSTDIR\new~\uninstall.exe"
+  WriteUninstaller "$INSTDIR\QmTrainInfo.new~\uninstall.exe"
   ${If} ${Errors}
-    !insertmacro Undo
+    Call PutAllBack
     !insertmacro Fail T_FOLDER
   ${EndIf}
 
-  ${If} ${RunningX64}
-    !insertmacro ProgramFiles Replace x64
-  ${EndIf}
-  !insertmacro ProgramFiles Replace x86
-  !insertmacro CommonFiles Replace
-  !insertmacro Replace "" "uninstall.exe"
+  System::Call "kernel32::GetTickCount() i .r0"
+  StrCpy $kept "$INSTDIR\QmTrainInfo.old~$0"
+  !insertmacro AllFiles Replace
   SetOutPath "$INSTDIR"
-  RMDir /r "$INSTDIR\new~"
 
   ${If} ${RunningX64}
-    !insertmacro Register x64
     StrCpy $R9 "$INSTDIR\x64"
+    !insertmacro Register x64 ""
+    ${If} $0 <> 0
+      StrCpy $R8 "$INSTDIR\x64\QmTrainInfo.dll"
+      Call RegisterOlder
+    ${EndIf}
   ${Else}
     StrCpy $R9 "$INSTDIR\x86"
   ${EndIf}
-  !insertmacro Register x86
+  !insertmacro Register x86 ""
+  ${If} $0 <> 0
+    StrCpy $R8 "$INSTDIR\x86\QmTrainInfo.dll"
+    Call RegisterOlder
+  ${EndIf}
+  RMDir /r "$INSTDIR\QmTrainInfo.new~"
+  RMDir /r /REBOOTOK "$kept"
+
+  ; It has moved: the classes are registered where they are now, and what has been logged comes along.
+  ${If} $older != ""
+  ${AndIf} $older != $INSTDIR
+    Rename "$older\x64\QmTrainInfo.Log" "$INSTDIR\x64\QmTrainInfo.Log"
+    Rename "$older\x86\QmTrainInfo.Log" "$INSTDIR\x86\QmTrainInfo.Log"
+    Push $INSTDIR
+    StrCpy $INSTDIR $older
+    !insertmacro AllFiles Remove
+    !insertmacro DropOld
+    !insertmacro RemoveFolders
+    Pop $INSTDIR
+  ${EndIf}
   ${If} $all_users == 1
     ${If} ${RunningX64}
       !insertmacro SharedLog x64
     ${EndIf}
     !insertmacro SharedLog x86
+    Call ForgetOwn
   ${EndIf}
 
   CreateDirectory "$SMPROGRAMS\QmTrainInfo"
@@ -340,7 +485,9 @@ Function un.onInit
   StrCpy $all_users 0
   SetShellVarContext current
   ReadRegStr $0 HKLM "${KEY}" "InstallLocation"
-  ${If} $0 == $INSTDIR
+  GetFullPathName /SHORT $0 $0
+  GetFullPathName /SHORT $1 $INSTDIR
+  ${If} $0 == $1
     StrCpy $all_users 1
     SetShellVarContext all
     UserInfo::GetAccountType
@@ -355,29 +502,28 @@ Function un.onInit
   ${EndIf}
 FunctionEnd
 
-!macro Unregister BITS
-  ${If} $all_users == 1
-    !insertmacro Regsvr32 ${BITS} "/u /i:machine"
-  ${Else}
-    !insertmacro Regsvr32 ${BITS} "/u /i:user"
-  ${EndIf}
-!macroend
-
 Section un.Everything
-  ${If} ${RunningX64}
-    !insertmacro Unregister x64
-  ${EndIf}
-  !insertmacro Unregister x86
-  !insertmacro ProgramFiles Remove x64
-  !insertmacro ProgramFiles Remove x86
-  !insertmacro Remove "x64\" "QmTrainInfo.Log"
-  !insertmacro Remove "x86\" "QmTrainInfo.Log"
-  !insertmacro CommonFiles Remove
-  !insertmacro Remove "" "uninstall.exe"
-  RMDir "$INSTDIR\samples"
-  RMDir "$INSTDIR\x64"
-  RMDir "$INSTDIR\x86"
-  RMDir "$INSTDIR"
+  ; All or nothing: without its entry in the system's list, what is still in use could not be removed later.
+  ${Do}
+    StrCpy $R8 ""
+    !insertmacro DropOld
+    ${If} ${FileExists} "$INSTDIR\QmTrainInfo.old~*"
+      StrCpy $R8 "$INSTDIR"
+    ${EndIf}
+    !insertmacro AllFiles Stays
+    ${If} $R8 == ""
+      ${Break}
+    ${EndIf}
+    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$(T_STAYS)" /SD IDCANCEL IDRETRY +3
+    SetErrorLevel 2
+    Quit
+  ${Loop}
+
+  !insertmacro RegisterAll "/u"
+  !insertmacro AllFiles Remove
+  Delete "$INSTDIR\x64\QmTrainInfo.Log"
+  Delete "$INSTDIR\x86\QmTrainInfo.Log"
+  !insertmacro RemoveFolders
   ${If} $all_users == 0
     RMDir "$LOCALAPPDATA\Programs"  ; stays when it has anything in it
   ${EndIf}

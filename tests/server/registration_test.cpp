@@ -1,5 +1,6 @@
 // What registering leaves in the registry.
 #include <algorithm>
+#include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -102,13 +103,53 @@ INSTANTIATE_TEST_SUITE_P(Server, RegistrationTest,
                                               }}),
                          [](const auto& scope) { return scope.param.name; });
 
-// A host that names the library in a manifest instead.
+std::filesystem::path AssemblyFile() {
+    return ServerFile().parent_path() / "QmTrainInfo.Server.manifest";
+}
+
+// What the registry says of classes and interfaces, the assembly says, too.
+TEST(ManifestTest, NamesWhatIsRegistered) {
+    const LoadedServer server;
+    const Entries before = Classes(HKEY_CURRENT_USER);
+    ASSERT_EQ(server.Install(true, L"user"), S_OK);
+    const Entries added = Difference(Classes(HKEY_CURRENT_USER), before);
+    ASSERT_EQ(server.Install(false, L"user"), S_OK);
+    std::ifstream file(AssemblyFile());
+    const std::string manifest(std::istreambuf_iterator<char>(file), {});
+    int named = 0;
+    for (const auto& [key, value] : added) {
+        if (!key.ends_with(L"\\InprocServer32\\") && !key.ends_with(L"\\ProxyStubClsid32\\")) continue;
+        const std::size_t end = key.find(L'}') + 1;
+        const std::wstring id = key.substr(key.find(L'{'), end - key.find(L'{'));
+        EXPECT_NE(manifest.find(std::string(id.begin(), id.end())), std::string::npos)
+            << std::string(key.begin(), key.end());
+        ++named;
+    }
+    EXPECT_GT(named, 40);
+}
+
+// A host whose own manifest names the assembly instead.
 class Manifest {
 public:
-    explicit Manifest(const std::filesystem::path& file) {
+    explicit Manifest(const std::filesystem::path& assembly) {
+        const ScratchFolder folder;
+        const std::filesystem::path file = folder.Path() / "host.manifest";
+        std::ofstream(file) << R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>
+<assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
+  <dependency>
+    <dependentAssembly>
+      <assemblyIdentity type="win32" name="QmTrainInfo.Server" version="1.0.0.0" processorArchitecture=")"
+                            << (sizeof(void*) == 8 ? "amd64" : "x86") << R"("/>
+    </dependentAssembly>
+  </dependency>
+</assembly>
+)";
+        const std::filesystem::path beside = assembly.parent_path();
         ACTCTXW description{};
         description.cbSize = sizeof(description);
+        description.dwFlags = ACTCTX_FLAG_ASSEMBLY_DIRECTORY_VALID;
         description.lpSource = file.c_str();
+        description.lpAssemblyDirectory = beside.c_str();
         context_ = CreateActCtxW(&description);
         EXPECT_NE(context_, INVALID_HANDLE_VALUE) << GetLastError();
         EXPECT_TRUE(ActivateActCtx(context_, &cookie_));
@@ -138,7 +179,7 @@ TEST(ManifestTest, OffersEveryClassWithoutRegistration) {
     };
     EXPECT_EQ(create(CLSID_Utilities), REGDB_E_CLASSNOTREG);
     {
-        const Manifest manifest(ServerFile().parent_path() / "QmTrainInfo.manifest");
+        const Manifest manifest(AssemblyFile());
         for (const CLSID* id : classes) EXPECT_EQ(create(*id), S_OK);
         CLSID named{};
         EXPECT_EQ(CLSIDFromProgID(L"QmTrainInfo.Note", &named), S_OK);

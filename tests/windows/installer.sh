@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # The installer, in a Windows of its own that runs programs of both word sizes: what it puts where, that classes can be
-# created in both, what it refuses, what an update does with a library in use, and that nothing of ours is left behind.
-# usage: installer.sh WINE SETUP.EXE
+# created in both, what it refuses, what an update does with a library in use, that a failure changes nothing, and that
+# nothing of ours is left behind.
+# usage: installer.sh WINE SETUP.EXE, with what SETUP.EXE was made of in package/payload beside it
 set -euo pipefail
 
-wine=$1 setup=$2
+wine=$1 setup=$2 payload=$(dirname "$2")/package/payload
+sources=$(realpath "$(dirname "$0")/../../packaging/windows")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 fail() {
@@ -32,7 +34,7 @@ installed() { # FOLDER
     uninstall.exe; do
     [ -e "$1/$name" ] || fail "$name is not in $1"
   done
-  [ ! -e "$1/new~" ] || fail "what the installation wrote first is still there"
+  [ ! -e "$1/QmTrainInfo.new~" ] || fail "what the installation wrote first is still there"
 }
 cat >classes.vbs <<'SCRIPT'
 WScript.Echo CreateObject("WScript.Shell").ExpandEnvironmentStrings("%PROCESSOR_ARCHITECTURE%")
@@ -85,6 +87,7 @@ native=sysnative
 uninstall "C:\\first" "$drive/first"
 no_classes  # and what the script hosts register of their own is there
 snapshot before
+if grep -iE 'qmtrain|4C2127E8' before.keys before.files >&2; then fail "the first installation has left something behind"; fi
 
 echo "for one user, in silence"
 "$wine" setup.exe /S || fail "the installation: $?"
@@ -107,12 +110,49 @@ uninstall "$user" "$user"
 snapshot after
 same before after
 
-echo "for all users, in a folder of their own"
-"$wine" setup.exe /S /AllUsers '/D=C:\Everybody' || fail "the installation for all users"
+echo "for all users, in a folder of their own, and moved to another"
+"$wine" setup.exe /S '/D=C:\Elsewhere' || fail "the installation for one user in a folder of his own"
+"$wine" setup.exe /S /AllUsers '/D=C:\Elsewhere' || fail "the installation for all users"
+installed "$drive/Elsewhere"
+"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null 2>&1 &&
+  fail "the user's own installation is still in his list of programs"
+"$wine" setup.exe /S /AllUsers '/D=C:\windows\..\Elsewhere' || fail "the installation in the same folder by another name"
+installed "$drive/Elsewhere"
+echo "what was logged" >"$drive/Elsewhere/x64/QmTrainInfo.Log"
+"$wine" setup.exe /S /AllUsers '/D=C:\Everybody' || fail "the installation in another folder"
 installed "$drive/Everybody"
+[ ! -e "$drive/Elsewhere" ] || fail "something stays where it was: $(find "$drive/Elsewhere")"
+grep -q logged "$drive/Everybody/x64/QmTrainInfo.Log" || fail "the log has not come along"
 classes
-"$wine" reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' /reg:64 >/dev/null ||
-  fail "not in the machine's list of programs"
+"$wine" reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' /v InstallLocation /reg:64 |
+  grep -q 'C:.Everybody' || fail "the machine's list of programs"
+
+# as_before WHAT COMMAND…: ends with exit code 2, and the installation for all is what it was.
+as_before() {
+  local what=$1 status=0
+  shift
+  (cd "$drive/Everybody" && find . -type f -exec sha256sum {} + | sort) >files.before
+  "$@" || status=$?
+  [ "$status" -eq 2 ] || fail "$what: exit code $status"
+  (cd "$drive/Everybody" && find . -type f -exec sha256sum {} + | sort) >files.after
+  diff files.before files.after >&2 || fail "$what: files have changed"
+  classes
+}
+
+echo "what fails in the middle"
+mkdir broken
+(cd "$payload" && find . -type d) | while read -r name; do mkdir -p "broken/$name"; done
+(cd "$payload" && find . -type f) | while read -r name; do echo "no library" >"broken/$name"; done
+makensis -V1 -WX -INPUTCHARSET UTF8 -DVERSION=9.9.9 "-DPAYLOAD=$folder/broken" "-DOUTPUT=$folder/broken.exe" \
+  "$sources/installer.nsi"
+as_before "libraries that cannot be registered" "$wine" broken.exe /S /AllUsers
+as_before "libraries that cannot be registered, elsewhere" "$wine" broken.exe /S /AllUsers '/D=C:\Third'
+[ ! -e "$drive/Third" ] || fail "something stays of what could not be registered"
+held=$drive/Everybody/samples/practice.js  # nobody can move what something is mounted on
+if mount --bind "$held" "$held" 2>/dev/null; then
+  as_before "a file that cannot be replaced" "$wine" broken.exe /S /AllUsers
+  umount "$held"
+fi
 
 echo "again, over a library in use"
 # Wine's script host knows no Sleep, and would end with a script that asks for it.
@@ -132,12 +172,16 @@ for word_size in x64 x86; do
   holders+=($!)
 done
 for _ in $(seq 60); do [ "$(cat held.* | grep -c held)" = 2 ] && break; sleep 0.5; done
+# With this argument the uninstaller does not go on as a copy, and its exit code can be seen.
+as_before "uninstalling a library in use" "$wine" 'C:\Everybody\uninstall.exe' /S '_?=C:\Everybody'
 touch -d 2001-01-01 "$drive/Everybody/x64/QmTrainInfo.dll"
 "$wine" setup.exe /S /AllUsers || fail "the installation over a library in use"
 for word_size in x64 x86; do
-  compgen -G "$drive/Everybody/$word_size/QmTrainInfo.dll.old*" >/dev/null ||
+  compgen -G "$drive/Everybody/QmTrainInfo.old~*/$word_size/QmTrainInfo.dll" >/dev/null ||
     fail "the library was not in use ($word_size): $(cat held.*)"
 done
+as_before "uninstalling while the library before it is in use" \
+  "$wine" 'C:\Everybody\uninstall.exe' /S '_?=C:\Everybody'
 touch replaced
 wait "${holders[@]}" || fail "a program that used the library"
 for word_size in x64 x86; do
@@ -145,7 +189,9 @@ for word_size in x64 x86; do
 done
 [ "$(stat -c %Y "$drive/Everybody/x64/QmTrainInfo.dll")" -gt "$(date -d 2002-01-01 +%s)" ] || fail "the library is the old one"
 classes
-uninstall 'C:\Everybody' "$drive/Everybody"
+"$wine" 'C:\Everybody\uninstall.exe' /S '_?=C:\Everybody' || fail "the uninstallation, waited for: $?"
+[ "$(ls "$drive/Everybody")" = uninstall.exe ] || fail "the uninstallation has left $(ls "$drive/Everybody")"
+rm -r "$drive/Everybody"
 no_classes
 snapshot after
 same before after
@@ -154,11 +200,12 @@ echo "where it cannot"
 small=$folder/small
 mkdir "$small"
 there=${QMTRAIN_WINE_ROOT:-}$small  # as Wine sees it
-if mount -t tmpfs -o size=8m tmpfs "$there" 2>/dev/null; then
+if mount -t tmpfs -o size=30m tmpfs "$there" 2>/dev/null; then  # fills up between two files or in one
   status=0
-  "$wine" setup.exe /S "/D=Z:${small//\//\\}" || status=$?
-  umount "$there"
+  "$wine" setup.exe /S "/D=Z:${small//\//\\}\\here" || status=$?
   [ "$status" -eq 2 ] || fail "a full disk: exit code $status"
+  [ ! -e "$there/here" ] || fail "on a full disk this is left: $(find "$there/here")"
+  umount "$there"
 fi
 touch "$folder/file"
 status=0

@@ -11,7 +11,7 @@ windows_payload() {
   mkdir -p "$folder/x64" "$folder/x86" "$folder/samples"
   for word_size in x64 x86; do
     built=build/windows-$word_size
-    cp "$built/src/server/QmTrainInfo.dll" "$built/src/server/QmTrainInfo.manifest" "$built/src/host/qmtrain.exe" \
+    cp "$built/src/server/QmTrainInfo.dll" "$built/src/server/QmTrainInfo.Server.manifest" "$built/src/host/qmtrain.exe" \
       "$built/tools/jetsql/jetsql.exe" "$folder/$word_size/"
   done
   cp build/windows-x86/src/server/generated/server/qmtraininfo.tlb "$folder/QmTrainInfo.tlb"
