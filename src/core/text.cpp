@@ -125,6 +125,9 @@ std::string ToUtf8(std::u16string_view text) {
 }
 
 std::u16string FromUtf8(std::string_view text) {
+    std::uint8_t bits = 0;
+    for (const char unit : text) bits |= static_cast<std::uint8_t>(unit);
+    if (bits < 0x80) return {text.begin(), text.end()};
     std::u16string out;
     out.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {

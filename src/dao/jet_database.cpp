@@ -269,8 +269,9 @@ std::shared_ptr<Recordset> JetDatabase::OpenRecordset(sql::Statement statement, 
         type = RecordsetType::ForwardOnly;
     else if (type == RecordsetType::Default)
         type = RecordsetType::Dynaset;
-    RowSource source{shared_from_this(), std::make_shared<const sql::Statement>(std::move(statement)),
-                     std::make_shared<const sql::ParameterValues>(std::move(parameters))};
+    RowSource source{
+        shared_from_this(), std::make_shared<const sql::Statement>(std::move(statement)),
+        parameters.empty() ? nullptr : std::make_shared<const sql::ParameterValues>(std::move(parameters))};
     return std::make_shared<JetRecordset>(std::move(source), Opening{type, options, std::u16string(name)});
 }
 

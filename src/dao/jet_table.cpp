@@ -24,7 +24,9 @@ struct ByteRange {
     bool empty = false;
 
     void Set(const jet::StoredTable& table, std::size_t index, const sql::KeyRange& range) {
+        constexpr std::size_t kUsualKey = 32;
         from.clear();
+        from.reserve(kUsualKey);
         to.reset();
         empty = false;
         if (range.kind == sql::KeyRange::Kind::Prefix) {
@@ -46,7 +48,7 @@ struct ByteRange {
             }
         }
         if (range.high) {
-            to.emplace();
+            to.emplace().reserve(kUsualKey);
             table.AppendKey(index, range.high->values, *to);
             if (range.high->inclusive) to = jet::SuccessorOf(std::move(*to));
         }

@@ -22,7 +22,7 @@ ListNavigator::ListNavigator(std::shared_ptr<RowList> list, bool on_first)
 }
 
 std::int64_t ListNavigator::Current() {
-    if (Eof() || Bof()) Raise(ErrorNumber::NoCurrentRecord);
+    if (!IsOnRow()) Raise(ErrorNumber::NoCurrentRecord);
     return position_;
 }
 

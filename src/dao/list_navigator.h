@@ -12,8 +12,8 @@ public:
 
     const sql::Query& GetQuery() const override { return list_->GetQuery(); }
     bool Updatable() const override { return list_->Places() != nullptr; }
-    bool Eof() override { return IsEmpty() || position_ == kBehind; }
-    bool Bof() override { return IsEmpty() || position_ == kBefore; }
+    bool Eof() override { return !IsOnRow() && (position_ == kBehind || IsEmpty()); }
+    bool Bof() override { return !IsOnRow() && (position_ == kBefore || IsEmpty()); }
     void MoveFirst() override;
     void MoveLast() override;
     void MoveNext() override;
@@ -49,6 +49,8 @@ private:
     static constexpr std::int64_t kBefore = -1;
     static constexpr std::int64_t kBehind = INT64_MAX;
 
+    // Where it has come to a row, the list has one: of those that were reached none is ever taken away.
+    bool IsOnRow() const { return position_ != kBefore && position_ != kBehind; }
     bool IsEmpty() { return !list_->Reach(0); }
     std::int64_t Current();
     Bytes BookmarkOf(std::int64_t index) const;

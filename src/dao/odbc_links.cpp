@@ -63,6 +63,7 @@ void OdbcLinks::Close() {
     links_.clear();
     const std::scoped_lock lock(servers_mutex_);
     servers_.clear();
+    has_servers_ = false;
 }
 
 bool OdbcLinks::HasOnlyLinks() {
@@ -89,6 +90,7 @@ std::shared_ptr<OdbcServer> OdbcLinks::ServerFor(const odbc::ConnectString& conn
     auto known = std::ranges::find(servers_, text, &KnownServer::connect);
     if (known == servers_.end()) {
         servers_.push_back({text, OdbcServer::Of(WithLogin(connect), database_.SharedSession())});
+        has_servers_ = true;
         known = servers_.end() - 1;
     }
     Prepare(*known->server);
@@ -140,6 +142,7 @@ std::shared_ptr<sql::Table> OdbcLinks::FindTable(std::u16string_view name) {
 }
 
 std::uint64_t OdbcLinks::Changes() {
+    if (!has_servers_) return 0;
     const std::scoped_lock lock(servers_mutex_);
     std::uint64_t changes = 0;
     for (const KnownServer& known : servers_) changes += known.server->Changes();

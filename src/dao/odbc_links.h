@@ -105,6 +105,7 @@ private:
     std::optional<odbc::ConnectString> login_;
     std::mutex servers_mutex_;
     std::vector<KnownServer> servers_;
+    std::atomic<bool> has_servers_ = false;  // told without the lock: each row that is read asks for their changes
     std::vector<std::shared_ptr<OdbcLink>> links_;  // those that have been used
     std::atomic<bool> any_ = true;
     bool serial_ = false;

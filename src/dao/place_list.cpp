@@ -26,14 +26,10 @@ PlaceList::PlaceList(Search search)
     : RowList(std::move(search)),
       is_remote_(query_->Tables()[static_cast<std::size_t>(query_->EditableTable())]->IsRemote()),
       has_images_(query_->HasImages()) {
-    const std::size_t width = current_.size();
-    is_long_.resize(width);
-    asked_for_.resize(width);
-    left_out_.resize(width);
-    read_from_.resize(width);
-    for (std::size_t i = 0; i < width; ++i) {
-        is_long_[i] = !is_remote_ && IsLongValue(query_->Columns()[i].type);
-        if (!has_images_ || is_long_[i]) packed_.push_back(static_cast<int>(i));
+    columns_.resize(current_.size());
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        columns_[i].is_long = !is_remote_ && IsLongValue(query_->Columns()[i].type);
+        if (!has_images_ || columns_[i].is_long) packed_.push_back(static_cast<int>(i));
     }
     places_.reserve(kUsualRows);
 }
@@ -78,7 +74,7 @@ void PlaceList::Pack(sql::Query& query) {
     block_.Begin();
     if (has_images_) block_.AppendBytes(query.Image());
     for (const int column : packed_) {
-        block_.Append(left_out_[static_cast<std::size_t>(column)] ? kLater : query.Get(column));
+        block_.Append(columns_[static_cast<std::size_t>(column)].left_out ? kLater : query.Get(column));
     }
     block_.End();
 }
@@ -86,7 +82,9 @@ void PlaceList::Pack(sql::Query& query) {
 void PlaceList::FillBlock(std::int64_t index) {
     const std::int64_t end = block_first_ + BlockRows();
     const bool goes_on = index > 0 && index == end && InBlock(end - 1);
-    for (std::size_t i = 0; goes_on && i < is_long_.size(); ++i) left_out_[i] = is_long_[i] && !asked_for_[i];
+    if (goes_on) {
+        for (ColumnState& column : columns_) column.left_out = column.is_long && !column.asked_for;
+    }
     StartBlock(goes_on);
     block_first_ = index;
     block_.Clear();
@@ -223,14 +221,15 @@ const Value& PlaceList::Get(std::int64_t index, int column) {
     if (loaded_ != index) Load(index);
     const auto place = static_cast<std::size_t>(column);
     Value& value = current_[place];
-    if (has_images_ && !is_long_[place]) {
-        if (read_from_[place] == image_number_) return value;
+    ColumnState& state = columns_[place];
+    if (has_images_ && !state.is_long) {
+        if (state.read_from == image_number_) return value;
         query_->ReadImage(column, value);
-        read_from_[place] = image_number_;
+        state.read_from = image_number_;
         return value;
     }
-    asked_for_[place] = true;
-    if (left_out_[place] && value.IsEmpty()) LoadLong(index, place, value);
+    state.asked_for = true;
+    if (state.left_out && value.IsEmpty()) LoadLong(index, place, value);
     return value;
 }
 

@@ -63,7 +63,7 @@ private:
         return places_.begin() + static_cast<std::ptrdiff_t>(index);
     }
     void Cover() { held_.Cover(block_.Bytes() + places_.capacity() * sizeof(Place)); }
-    bool HasLong() const { return std::ranges::find(is_long_, true) != is_long_.end(); }
+    bool HasLong() const { return std::ranges::any_of(columns_, &ColumnState::is_long); }
 
     // ---- going back to rows ----
 
@@ -86,10 +86,14 @@ private:
     std::int64_t found_ = -1;                                 // the row that the query stands on
     std::uint64_t found_change_ = 0;                          // when that was so
 
-    // Long values that nobody asks for are left out from the second block on: they are Empty there.
-    std::vector<bool> is_long_;
-    std::vector<bool> asked_for_;
-    std::vector<bool> left_out_;
+    struct ColumnState {
+        bool is_long = false;
+        // Long values that nobody asks for are left out from the second block on: they are Empty there.
+        bool asked_for = false;
+        bool left_out = false;
+        std::uint64_t read_from = 0;  // the image that the value in current_ was read from
+    };
+    std::vector<ColumnState> columns_;
     std::vector<int> packed_;  // the columns of which a row in the block has the values; an image has the others
     bool has_images_;
     RowBuffer block_;
@@ -98,8 +102,7 @@ private:
     std::chrono::steady_clock::time_point fresh_until_;  // of a server
     std::exception_ptr failure_;                         // why the block's first row could not be read
 
-    std::uint64_t image_number_ = 0;        // of the row that is loaded: the query shows its image
-    std::vector<std::uint64_t> read_from_;  // by column: the image that the value in current_ was read from
+    std::uint64_t image_number_ = 0;  // of the row that is loaded: the query shows its image
 };
 
 }  // namespace qmtrain::dao

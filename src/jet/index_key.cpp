@@ -20,7 +20,9 @@ constexpr std::uint8_t kMoreFollows = 9;
 constexpr int kJet3CodePage = 1252;  // the only one whose weights are known
 
 void AppendBig(std::uint64_t value, std::size_t size, Bytes& key) {
-    for (std::size_t i = size; i-- > 0;) key.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+    const std::size_t at = key.size();
+    key.resize(at + size);
+    for (std::size_t i = size; i-- > 0; value >>= 8) key[at + i] = static_cast<std::uint8_t>(value);
 }
 
 template <class Signed>

@@ -141,6 +141,19 @@ int ErrorOf(std::u16string_view text) {
     return 0;
 }
 
+TEST(Words, AreReservedAsAWhole) {
+    const struct {
+        std::u16string_view word;
+        bool reserved;
+    } cases[] = {
+        {u"ADD", true},       {u"asc", true},   {u"Distinct", true}, {u"DISTINCTROW", true}, {u"xor", true},
+        {u"Where", true},     {u"IS", true},    {u"", false},        {u"A", false},          {u"ADDS", false},
+        {u"DISTINC", false},  {u"XO", false},   {u"Zone", false},    {u"_ADD", false},       {u"[ADD", false},
+        {u"\uFF21DD", false}, {u"题目", false},
+    };
+    for (const auto& item : cases) EXPECT_EQ(IsReserved(item.word), item.reserved) << ToUtf8(item.word);
+}
+
 TEST(BrokenStatements, AreRefused) {
     for (const Broken& broken : kBroken) EXPECT_EQ(ErrorOf(FromUtf8(broken.text)), broken.error) << broken.text;
 }

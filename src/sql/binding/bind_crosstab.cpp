@@ -136,8 +136,8 @@ std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& sele
     const Value::Type pivot = cells->outputs[groups].expression->Type();
     for (Value& heading : headings) heading = AsPivot(heading, pivot);
     auto source = std::make_unique<RowsSource>(std::move(infos));
-    for (std::size_t i = 0; i < plan->outputs.size(); ++i)
-        plan->outputs[i].expression = std::make_unique<SlotExpression>(*source, static_cast<int>(i));
+    std::vector<SlotExpression>& columns = plan->OwnColumns(*source);
+    for (std::size_t i = 0; i < plan->outputs.size(); ++i) plan->outputs[i].expression = &columns[i];
     plan->root = std::make_unique<CrosstabRows>(*source, std::move(rows), std::move(cells), groups, fills, headings);
     plan->sources.push_back(std::move(source));
     return plan;

@@ -88,10 +88,11 @@ private:
             found = true;
             const std::vector<ColumnInfo>& columns = entry.source->Columns();
             plan_->outputs.reserve(plan_->outputs.size() + columns.size());
+            std::vector<SlotExpression>& expressions = plan_->OwnColumns(*entry.source);
             for (std::size_t i = 0; i < columns.size(); ++i) {
                 PlanOutput& output = plan_->outputs.emplace_back();
-                output.column.name = columns[i].name;
-                output.expression = std::make_unique<SlotExpression>(*entry.source, static_cast<int>(i));
+                output.column.name = std::u16string(columns[i].name);
+                output.expression = &expressions[i];
                 if (HasSeveralTables()) qualified_names_.push_back(QualifiedName(entry, columns[i].name));
             }
         }
@@ -106,7 +107,7 @@ private:
 
     void AddOutput(const ast::SelectItem& item) {
         PlanOutput output;
-        output.expression = binder_.Bind(*item.expression);
+        output.expression = plan_->Own(binder_.Bind(*item.expression));
         std::u16string qualified;
         if (!item.alias.empty()) {
             output.column.name = item.alias;
@@ -144,7 +145,7 @@ private:
     // A position, an alias, or an expression.
     Expression* BindOrderItem(const ast::OrderItem& item) {
         if (const auto ordinal = OrdinalOf(item, plan_->outputs.size())) {
-            return plan_->outputs[*ordinal].expression.get();
+            return plan_->outputs[*ordinal].expression;
         }
         if (item.expression->kind == ast::ExpressionKind::ColumnName) {
             const auto& name = static_cast<const ast::ColumnName&>(*item.expression);
@@ -158,8 +159,7 @@ private:
         std::size_t output = 0;
         for (const ast::SelectItem& item : part_.items) {
             if (item.star) return nullptr;
-            if (!item.alias.empty() && EqualNames(item.alias, name.name))
-                return plan_->outputs[output].expression.get();
+            if (!item.alias.empty() && EqualNames(item.alias, name.name)) return plan_->outputs[output].expression;
             ++output;
         }
         return nullptr;

@@ -86,11 +86,12 @@ private:
     }
 
     static void AddOutputs(Plan& plan, UnionSource& source) {
+        std::vector<SlotExpression>& expressions = plan.OwnColumns(source);
         for (std::size_t i = 0; i < source.Columns().size(); ++i) {
             PlanOutput output;
             output.column.name = source.Columns()[i].name;
             SetShape(output.column, source.Columns()[i].shape);
-            output.expression = std::make_unique<SlotExpression>(source, static_cast<int>(i));
+            output.expression = &expressions[i];
             plan.outputs.push_back(std::move(output));
         }
     }
@@ -102,8 +103,7 @@ private:
         std::vector<SortKey> keys;
         for (const ast::OrderItem& item : select_.order_by) {
             const auto ordinal = OrdinalOf(item, plan.outputs.size());
-            Expression* key =
-                ordinal ? plan.outputs[*ordinal].expression.get() : plan.Own(binder.Bind(*item.expression));
+            Expression* key = ordinal ? plan.outputs[*ordinal].expression : plan.Own(binder.Bind(*item.expression));
             keys.push_back({key, item.descending});
         }
         if (keys.empty() && DistinctUntil() == static_cast<int>(select_.parts.size()) - 1) {

@@ -48,6 +48,9 @@ public:
     // The expression itself when it is a column as it stands, else null.
     virtual const SlotExpression* AsColumn() const { return nullptr; }
 
+protected:
+    Expression(Expression&&) = default;
+
 private:
     Value::Type type_;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <limits>
 
 #include "core/convert.h"
@@ -203,19 +204,31 @@ constexpr std::array<std::u16string_view, 47> kReserved = {
     u"TABLE",  u"TOP",        u"UNION",  u"UPDATE", u"VALUES", u"WHERE",    u"XOR"};
 static_assert(std::ranges::is_sorted(kReserved));
 
+// By letter, and at last their end: the first word that begins with it or with a later one.
+constexpr std::array<std::uint8_t, 27> kFirstOf = [] {
+    std::array<std::uint8_t, 27> first{};
+    for (std::size_t letter = 0; letter < first.size(); ++letter) {
+        const auto is_earlier = [&](std::u16string_view word) { return word.front() < u'A' + letter; };
+        first[letter] = static_cast<std::uint8_t>(std::ranges::count_if(kReserved, is_earlier));
+    }
+    return first;
+}();
+
 }  // namespace
 
-bool Token::IsKeyword(std::u16string_view keyword) const {
-    return kind == TokenKind::Name && std::ranges::equal(text, keyword, {}, AsciiUpper);
+bool Token::SpellsKeyword(std::u16string_view keyword) const {
+    return std::ranges::equal(text, keyword, {}, AsciiUpper);
 }
 
 bool IsReserved(std::u16string_view word) {
-    std::array<char16_t, 11> upper{};  // the longest of them
-    if (word.size() > upper.size()) return false;
-    std::ranges::transform(word, upper.begin(), AsciiUpper);
-    return std::ranges::binary_search(kReserved, std::u16string_view(upper.data(), word.size()));
+    const char16_t initial = word.empty() ? u'\0' : AsciiUpper(word.front());
+    if (initial < u'A' || initial > u'Z') return false;
+    const auto first = kReserved.begin() + kFirstOf[initial - u'A'];
+    const auto last = kReserved.begin() + kFirstOf[initial - u'A' + 1];
+    return std::any_of(first, last, [&](std::u16string_view reserved) {
+        return word.size() == reserved.size() && std::ranges::equal(word, reserved, {}, AsciiUpper);
+    });
 }
-static_assert(std::ranges::all_of(kReserved, [](std::u16string_view word) { return word.size() <= 11; }));
 
 std::vector<Token> Tokenize(std::u16string_view text) {
     return Lexer(text).Run();

@@ -59,6 +59,7 @@ constexpr std::array<OperatorInfo, 20> kOperators = {{
 }};
 
 const OperatorInfo* FindOperator(const Token& token) {
+    if (token.kind != TokenKind::Symbol && token.kind != TokenKind::Name) return nullptr;
     for (const OperatorInfo& info : kOperators) {
         if (token.IsSymbol(info.text) || token.IsKeyword(info.text)) return &info;
     }

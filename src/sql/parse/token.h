@@ -27,7 +27,12 @@ struct Token {
     bool IsSymbol(std::u16string_view symbol) const { return kind == TokenKind::Symbol && text == symbol; }
 
     // Whether it is that bare word. Requires: `keyword` is in capital letters.
-    bool IsKeyword(std::u16string_view keyword) const;
+    bool IsKeyword(std::u16string_view keyword) const {
+        return kind == TokenKind::Name && text.size() == keyword.size() && SpellsKeyword(keyword);
+    }
+
+private:
+    bool SpellsKeyword(std::u16string_view keyword) const;
 };
 
 // Whether a bare word has a meaning of its own in the grammar, so that it can name something only in brackets.

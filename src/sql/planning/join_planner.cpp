@@ -1,7 +1,7 @@
 #include "sql/planning/join_planner.h"
 
 #include <algorithm>
-#include <deque>
+#include <list>
 
 #include "sql/expressions/make_expression.h"
 #include "sql/planning/index_choice.h"
@@ -31,6 +31,7 @@ std::vector<Expression*> Tests(const Conjuncts& conjuncts) {
 // Puts the conditions last that the rows of an access path satisfy by themselves, as far as the path says so when it is
 // opened; returns how many these are.
 std::size_t PutLast(std::vector<Expression*>& tests, const std::vector<const Expression*>& met) {
+    if (met.empty()) return 0;
     const auto open = [&](const Expression* test) { return std::ranges::find(met, test) == met.end(); };
     return static_cast<std::size_t>(tests.end() - std::stable_partition(tests.begin(), tests.end(), open));
 }
@@ -335,7 +336,7 @@ private:
 
     Plan& plan_;
     Tables tables_;
-    std::deque<Conjunct> implied_;
+    std::list<Conjunct> implied_;
 };
 
 }  // namespace

@@ -70,7 +70,7 @@ private:
             return !key.descending && AsColumnOf(key.expression, *source) != nullptr;
         };
         ordered_ = !select_.grouped && !table.IndexAt(index).columns[0].descending &&
-                   AsColumnOf(plan_.outputs[0].expression.get(), *source) != nullptr &&
+                   AsColumnOf(plan_.outputs[0].expression, *source) != nullptr &&
                    std::ranges::all_of(select_.order, rises);
     }
 

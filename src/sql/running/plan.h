@@ -14,14 +14,15 @@ namespace qmtrain::sql {
 
 struct PlanOutput {
     OutputColumn column;
-    ExpressionPtr expression;
+    Expression* expression = nullptr;
 };
 
 class Plan {
 public:
     // Destroyed from the last to the first: operators borrow from expressions, and expressions from sources.
     std::vector<std::unique_ptr<Source>> sources;
-    std::vector<ExpressionPtr> expressions;  // conditions, keys and arguments
+    std::vector<ExpressionPtr> expressions;            // conditions, keys, arguments and what comes out
+    std::vector<std::vector<SlotExpression>> columns;  // all those of a source, in one piece
     std::vector<PlanOutput> outputs;
     RowOperatorPtr root;
 
@@ -44,7 +45,7 @@ public:
 
     std::vector<Expression*> OutputExpressions() const {
         std::vector<Expression*> all;
-        for (const PlanOutput& output : outputs) all.push_back(output.expression.get());
+        for (const PlanOutput& output : outputs) all.push_back(output.expression);
         return all;
     }
 
@@ -52,6 +53,14 @@ public:
     Expression* Own(ExpressionPtr expression) {
         expressions.push_back(std::move(expression));
         return expressions.back().get();
+    }
+
+    // All columns of a source, by their positions; they stay where they are.
+    std::vector<SlotExpression>& OwnColumns(Source& source) {
+        std::vector<SlotExpression>& own = columns.emplace_back();
+        own.reserve(source.Columns().size());
+        for (std::size_t i = 0; i < source.Columns().size(); ++i) own.emplace_back(source, static_cast<int>(i));
+        return own;
     }
 };
 
