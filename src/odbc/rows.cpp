@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <span>
+#include <utility>
 
 #include "core/convert.h"
 #include "core/text.h"
@@ -20,10 +22,11 @@ struct Transfer {
 Transfer TransferOf(const Shape& shape) {
     switch (shape.type) {
         case ColumnType::Boolean: return {SQL_C_BIT, sizeof(unsigned char)};
-        case ColumnType::Byte: return {SQL_C_UTINYINT, sizeof(std::uint8_t)};
-        case ColumnType::Integer: return {SQL_C_SSHORT, sizeof(std::int16_t)};
-        case ColumnType::Long: return {SQL_C_SLONG, sizeof(std::int32_t)};
-        case ColumnType::Single: return {SQL_C_FLOAT, sizeof(float)};
+        // What does not fit would lose its first digits in smaller ones.
+        case ColumnType::Byte:
+        case ColumnType::Integer:
+        case ColumnType::Long: return {SQL_C_SBIGINT, sizeof(std::int64_t)};
+        case ColumnType::Single:
         case ColumnType::Double: return {SQL_C_DOUBLE, sizeof(double)};
         case ColumnType::Date: return {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
         case ColumnType::Text:
@@ -35,24 +38,41 @@ Transfer TransferOf(const Shape& shape) {
 }
 
 template <class T>
-void Take(const std::uint8_t* bytes, Value& value) {
+T NumberIn(const std::uint8_t* bytes) {
     T number;
     std::memcpy(&number, bytes, sizeof number);
-    value.SetNumber(number);
+    return number;
+}
+
+template <class T>
+void TakeWhole(const std::uint8_t* bytes, Value& value) {
+    const auto number = NumberIn<std::int64_t>(bytes);
+    if (!std::in_range<T>(number)) Raise(ErrorNumber::Overflow, {u"服务器上的值：" + ToText(number) + u"。"});
+    value.SetNumber(static_cast<T>(number));
+}
+
+template <class T>
+void TakeFraction(const std::uint8_t* bytes, Value& value) {
+    const auto number = NumberIn<double>(bytes);
+    const auto taken = static_cast<T>(number);
+    if (!std::isfinite(taken)) {
+        Raise(ErrorNumber::Overflow, {std::isfinite(number) ? u"服务器上的值：" + ToText(Value(number)) + u"。"
+                                                            : u"服务器上的值不是数或是无穷大。"});
+    }
+    value.SetNumber(taken);
 }
 
 void TakeFixed(ColumnType type, const std::uint8_t* bytes, Value& value) {
     switch (type) {
         case ColumnType::Boolean: return value.SetNumber(*bytes != 0);
-        case ColumnType::Byte: return Take<std::uint8_t>(bytes, value);
-        case ColumnType::Integer: return Take<std::int16_t>(bytes, value);
-        case ColumnType::Long: return Take<std::int32_t>(bytes, value);
-        case ColumnType::Single: return Take<float>(bytes, value);
-        case ColumnType::Double: return Take<double>(bytes, value);
+        case ColumnType::Byte: return TakeWhole<std::uint8_t>(bytes, value);
+        case ColumnType::Integer: return TakeWhole<std::int16_t>(bytes, value);
+        case ColumnType::Long: return TakeWhole<std::int32_t>(bytes, value);
+        case ColumnType::Single: return TakeFraction<float>(bytes, value);
+        case ColumnType::Double: return TakeFraction<double>(bytes, value);
         default: break;
     }
-    SQL_TIMESTAMP_STRUCT time;
-    std::memcpy(&time, bytes, sizeof time);
+    const auto time = NumberIn<SQL_TIMESTAMP_STRUCT>(bytes);
     value.SetNumber(FromCivil({time.year, time.month, time.day, time.hour, time.minute, time.second}));
 }
 
