@@ -124,7 +124,7 @@ std::u16string RemoteSql::Top(const sql::ast::Top& top, bool ordered) {
 
 RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Column& column) {
     Start();
-    const Piece piece = PutValue(value);
+    const Piece piece = PutValue(value, u"text");
     const Kind kind = KindOf(column.type);
     if (piece.kind == Kind::Null || (piece.kind == kind && !IsNumber(kind) && kind != Kind::Other)) {
         return Result(piece.text);
@@ -150,16 +150,7 @@ RemoteSql::Piece RemoteSql::Put(const sql::ast::Expression& expression) {
             return {InParentheses(subject.text + (is_null.negated ? u" IS NOT NULL" : u" IS NULL")), Kind::Boolean,
                     true};
         }
-        case ExpressionKind::Between: {
-            const auto& between = static_cast<const Between&>(expression);
-            const Piece subject = Put(*between.subject);
-            const Piece low = Put(*between.low);
-            const Piece high = Put(*between.high);
-            if (!Compare(subject, low) || !Compare(subject, high)) return Cannot();
-            return {InParentheses(AsNumber(subject) + (between.negated ? u" NOT BETWEEN " : u" BETWEEN ") +
-                                  AsNumber(low) + u" AND " + AsNumber(high)),
-                    Kind::Boolean};
-        }
+        case ExpressionKind::Between: return PutBetween(static_cast<const Between&>(expression));
         case ExpressionKind::InList: {
             const auto& in = static_cast<const InList&>(expression);
             const Piece subject = Put(*in.subject);
@@ -198,12 +189,12 @@ RemoteSql::Piece RemoteSql::PutLiteral(const Value& value) {
 }
 
 // A literal that the server is given as a value beside the statement: next to a column, or alone.
-RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression) {
+RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression, std::u16string_view text_type) {
     const Value* value = takes_values_ && scopes_.size() == 1 ? LiteralIn(expression) : nullptr;
     if (value == nullptr) return Put(expression);
     std::u16string_view type;
     switch (value->GetType()) {
-        case Value::Type::Text: type = u"unknown"; break;  // that of the column's texts
+        case Value::Type::Text: type = text_type; break;
         case Value::Type::Date: type = u"timestamp"; break;
         case Value::Type::Long: type = u"integer"; break;
         default: return Put(expression);
@@ -242,12 +233,36 @@ RemoteSql::Piece RemoteSql::PutUnary(const sql::ast::Unary& unary) {
     }
 }
 
+// Its ends may stand in either order, which in the server's BETWEEN they may not. Only the last of the three forms
+// takes no index there.
+RemoteSql::Piece RemoteSql::PutBetween(const sql::ast::Between& between) {
+    const Piece subject = Put(*between.subject);
+    Piece low = Put(*between.low);
+    Piece high = Put(*between.high);
+    if (!Compare(subject, low) || !Compare(subject, high) || !Compare(low, high)) return Cannot();
+    const auto put = [&](std::u16string_view how, const Piece& from, const Piece& to) {
+        return InParentheses(AsNumber(subject) + (between.negated ? u" NOT BETWEEN " : u" BETWEEN ") +
+                             std::u16string(how) + AsNumber(from) + u" AND " + AsNumber(to));
+    };
+    const Value* low_value = LiteralIn(*between.low);
+    const Value* high_value = LiteralIn(*between.high);
+    const bool known = low_value != nullptr && high_value != nullptr && low.required && high.required;
+    if (known && low.kind != Kind::Text) {  // texts are in the order of the server's column
+        if (ToDouble(*low_value) > ToDouble(*high_value)) std::swap(low, high);
+        return {put({}, low, high), Kind::Boolean};
+    }
+    if (low.required && high.required) return {put(u"SYMMETRIC ", low, high), Kind::Boolean};
+    return {u"(CASE WHEN " + AsNumber(low) + u" > " + AsNumber(high) + u" THEN " + put({}, high, low) + u" ELSE " +
+                put({}, low, high) + u" END)",
+            Kind::Boolean};
+}
+
 RemoteSql::Piece RemoteSql::PutBinary(const sql::ast::Binary& binary) {
     const bool compares = binary.op >= BinaryOperator::Equal && binary.op <= BinaryOperator::GreaterEqual;
     const Piece left = Put(*binary.left);
     if (binary.op == BinaryOperator::Like) return PutLike(left, *binary.right);
     const bool beside_column = compares && binary.left->kind == ExpressionKind::ColumnName;
-    const Piece right = beside_column ? PutValue(*binary.right) : Put(*binary.right);
+    const Piece right = beside_column ? PutValue(*binary.right, u"unknown") : Put(*binary.right);  // the column's
     const auto comparison = [&](std::u16string_view op) -> Piece {
         if (!Compare(left, right)) return Cannot();
         const bool equality = binary.op == BinaryOperator::Equal || binary.op == BinaryOperator::NotEqual;

@@ -88,9 +88,10 @@ private:
 
     Piece Put(const sql::ast::Expression& expression);
     Piece PutLiteral(const Value& value);
-    Piece PutValue(const sql::ast::Expression& expression);
+    Piece PutValue(const sql::ast::Expression& expression, std::u16string_view text_type);
     Piece PutColumn(const sql::ast::ColumnName& name);
     Piece PutUnary(const sql::ast::Unary& unary);
+    Piece PutBetween(const sql::ast::Between& between);
     Piece PutBinary(const sql::ast::Binary& binary);
     Piece PutArithmetic(const sql::ast::Binary& binary, const Piece& left, const Piece& right);
     Piece PutLike(const Piece& subject, const sql::ast::Expression& pattern);

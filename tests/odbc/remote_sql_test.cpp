@@ -99,6 +99,13 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
         {Share::Rows, u"SELECT trainid FROM ti WHERE startdate >= #2005-05-01# ORDER BY 1"},
         {Share::Rows,
          u"SELECT trainid FROM ti WHERE startdate Between #4/1/2005# And #2005-04-30# AND userid IN (7, 9)"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE trainid Between 3 And 1 ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE trainid Not Between 3 And -1 ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE startdate Between #2005-05-01# And #2005-04-01# ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE 2 Between userid - 5 And subject - 3 ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE Not (trainid Between subject And userid) ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE Not (trainid Between Null And 2) ORDER BY trainid"},
+        {Share::Rows, u"SELECT id FROM tr WHERE code Between 'b' And 'A' ORDER BY id"},
         {Share::Rows, u"SELECT trainid FROM ti WHERE score = 1.5 OR score IS NULL ORDER BY trainid"},
         {Share::Rows, u"SELECT trainid FROM ti WHERE score = 0.1"},
         {Share::Rows, u"SELECT trainid FROM ti WHERE Nz(userid, 0) = 0"},
@@ -142,6 +149,10 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
         {Share::Part,
          u"TRANSFORM Nz(Sum(TR.score), 0) AS s SELECT TI.userid FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid "
          u"GROUP BY TI.userid ORDER BY TI.userid PIVOT TR.code IN ('A1', 2)"},
+        // What does not fit.
+        {Share::All, u"SELECT Max(trainid + 2147483646) AS m FROM ti"},
+        {Share::All, u"SELECT Min(-trainid - 2147483645) AS m FROM ti WHERE trainid < 4"},
+        {Share::Part, u"SELECT trainid, Max(userid * 1000000000) AS m FROM ti GROUP BY trainid"},
         // What is wrong is told alike.
         {Share::Part, u"SELECT nothing FROM ti"},
         {Share::Part, u"SELECT trainid FROM ti, tr"},
@@ -179,6 +190,16 @@ TEST_F(RemoteSqlTest, WhatTheServerIsAsked) {
               "precision)) AS real), \"code\" = concat('x', t0.\"id\") WHERE (t0.\"trainid\" = 1)\n");
     for (const char16_t* statement : {u"DELETE FROM tr", u"DELETE tr.*, id FROM tr", u"DELETE id FROM tr"})
         EXPECT_EQ(Explained(statement), "DELETE FROM \"public\".\"tr\" AS t0\n");
+}
+
+TEST_F(RemoteSqlTest, ChangesGoByTheSameConditions) {
+    for (const char16_t* sql : {u"DELETE FROM ti WHERE trainid Between 3 And 2",
+                                u"UPDATE tr SET score = 7 WHERE code Between 'b' And 'a1'"}) {
+        SCOPED_TRACE(ToUtf8(sql));
+        file_->Execute(sql);
+        database_->Execute(sql);
+        EXPECT_EQ(database_->RecordsAffected(), file_->RecordsAffected());
+    }
 }
 
 // Random statements over random rows.
