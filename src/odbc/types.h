@@ -24,6 +24,9 @@ struct Column {
     std::int16_t odbc_scale = 0;
 };
 
+// Whether it holds times of which the values here have the whole seconds alone.
+bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale);
+
 // A column of a result, as it will be read.
 struct Shape {
     ColumnType type = ColumnType::Text;
@@ -35,7 +38,7 @@ struct TableDescription {
     std::u16string name;
     std::vector<Column> columns;
     std::u16string key_name;
-    std::vector<int> key;  // positions of columns; empty: no unique index
+    std::vector<int> key;  // positions of columns; empty: no unique index by whose values here rows are told apart
 };
 
 }  // namespace qmtrain::odbc
