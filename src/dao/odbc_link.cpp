@@ -67,6 +67,24 @@ std::u16string QuotedName(std::u16string_view name) {
     return InQuotes(name, u'"');
 }
 
+std::u16string_view GivenType(sql::ColumnType type) {
+    switch (type) {
+        case sql::ColumnType::Boolean: return u"boolean";
+        case sql::ColumnType::Byte:
+        case sql::ColumnType::Integer:
+        case sql::ColumnType::Long: return u"bigint";
+        case sql::ColumnType::Single:
+        case sql::ColumnType::Double: return u"double precision";
+        case sql::ColumnType::Currency:
+        case sql::ColumnType::Decimal: return u"numeric";
+        case sql::ColumnType::Date: return u"timestamp";
+        case sql::ColumnType::Binary:
+        case sql::ColumnType::LongBinary: return u"bytea";
+        case sql::ColumnType::Guid: return u"uuid";
+        default: return u"text";
+    }
+}
+
 std::u16string QuotedValue(const Value& value) {
     if (value.IsNull() || value.IsEmpty()) return u"NULL";
     if (value.IsText()) return InQuotes(value.Text(), u'\'');
@@ -112,12 +130,15 @@ std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
     return names;
 }
 
+// The types of these values are such that the server's index serves.
 void OdbcLink::AddIsRow(odbc::Request& request, sql::RowId row) const {
     request.text.append(u"(").append(key_list_).append(u") = (");
     std::u16string_view values = rows.KeyOf(row);
     for (std::size_t i = 0; i < key.size(); ++i) {
         if (i > 0) request.text += u", ";
-        request.Add(TakeValue(values));
+        const sql::ColumnType type = columns[static_cast<std::size_t>(key[i])].type;
+        const bool compares = type == sql::ColumnType::Date || type == sql::ColumnType::Long;
+        request.Add(TakeValue(values), compares ? GivenType(type) : u"unknown");
     }
     request.text += u")";
 }

@@ -68,6 +68,10 @@ private:
 
 std::u16string QuotedName(std::u16string_view name);
 
+// The server's widest type of the values that a column of ours holds: for one that is given to a column of the
+// server's, which makes its own of it, whatever type it has by now.
+std::u16string_view GivenType(sql::ColumnType type);
+
 // A value between single quotes, from which the server makes the type that it needs there.
 std::u16string QuotedValue(const Value& value);
 

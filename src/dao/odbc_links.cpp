@@ -181,6 +181,7 @@ void OdbcLinks::Create(std::u16string_view name, std::u16string_view connect, st
     database_.CreateOdbcLink(SpecOf(name, table), stored.Text(), source, saved, RemoteColumnsOf(table));
     writing.Commit();
     links_.clear();
+    odbc::PreparedStatements::OutdateAll();
 }
 
 void OdbcLinks::Refresh(std::u16string_view name, std::u16string_view connect) {

@@ -50,7 +50,7 @@ private:
     void SendCollected();
     void FollowKey(sql::RowId row, std::span<const sql::Assignment> changes, std::span<const sql::Assignment> seen);
     void RequireKey() const;
-    [[noreturn]] void RaiseNotThere(sql::RowId row);
+    void ChangeRow(odbc::Request change, std::u16string_view is_row, ErrorNumber failure);
 
     std::shared_ptr<OdbcLink> link_;
     odbc::Request request_;

@@ -442,6 +442,72 @@ TEST_F(RowsTest, ATableWithoutAKeyIsReadOnly) {
     EXPECT_EQ(Column(u"SELECT a FROM loose ORDER BY a", u"a"), u"1 2");
 }
 
+// A key that has gone since the link was made: no statement may change rows that nobody has seen.
+TEST_F(RowsTest, AKeyThatIsNoLongerOneChangesNothing) {
+    MakeTable("lost", "id integer PRIMARY KEY, a integer");
+    server_->Psql("INSERT INTO lost VALUES (1, 1), (2, 2)");
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM lost ORDER BY id");
+    server_->Psql("ALTER TABLE lost DROP CONSTRAINT lost_pkey; INSERT INTO lost VALUES (1, 1), (1, 1), (1, 5)");
+    const auto change = [&] {
+        rows->Edit();
+        rows->Fields(u"a").Value(std::int32_t{9});
+        rows->Update();
+    };
+    for (const bool in_transaction : {false, true}) {
+        SCOPED_TRACE(in_transaction);
+        if (in_transaction) {
+            dao::Engine::Instance().BeginTrans();
+            database_->Execute(u"INSERT INTO train (userid) VALUES (77)");
+        }
+        const AutomationError error = RaisedBy(change);
+        EXPECT_EQ(error.Number(), N(Number::ReadOnly));
+        EXPECT_NE(std::string(error.what()).find("lost"), std::string::npos) << error.what();
+        rows->CancelUpdate();
+        EXPECT_EQ(ErrorOf([&] { rows->Delete(); }), N(Number::ReadOnly));
+        rows->MoveNext();
+        if (!in_transaction) {
+            change();
+            EXPECT_EQ(server_->Psql("SELECT a FROM lost WHERE id = 2"), "9") << "this one is known by its key still";
+        }
+        rows->MovePrevious();
+        if (in_transaction) dao::Engine::Instance().CommitTrans();
+    }
+    EXPECT_EQ(server_->Psql("SELECT count(*), sum(a) FROM lost WHERE id = 1"), "4|8");
+    EXPECT_EQ(server_->Psql("SELECT count(*) FROM train WHERE userid = 77"), "1") << "what came before stays";
+}
+
+TEST_F(RowsTest, ATimeFinerThanSecondsIsNoKey) {
+    struct Case {
+        const char* name;
+        const char* columns;
+        bool updatable;
+    };
+    const Case cases[] = {
+        {"fine", "at timestamp PRIMARY KEY, a integer", false},
+        {"fine_too", "at timestamp(3), a integer, PRIMARY KEY (a, at)", false},
+        {"coarse", "at timestamp(0) PRIMARY KEY, a integer", true},
+        {"daily", "at date PRIMARY KEY, a integer", true},
+        {"other", "at timestamp PRIMARY KEY, a integer NOT NULL UNIQUE", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        MakeTable(c.name, c.columns);
+        server_->Psql("INSERT INTO " + std::string(c.name) +
+                      " SELECT timestamp '2005-04-12 08:00:00' + n * interval '33 hours 0.6 second', n FROM "
+                      "generate_series(1, 600) "
+                      "n");
+        const std::u16string name = FromUtf8(c.name);
+        const auto rows = database_->OpenRecordset(name);
+        std::set<std::int32_t> seen;
+        int count = 0;
+        for (; !rows->Eof(); rows->MoveNext(), ++count) seen.insert(ToLong(rows->Fields(u"a").Value()));
+        EXPECT_EQ(count, 600);
+        EXPECT_EQ(seen.size(), 600U);
+        EXPECT_EQ(rows->Updatable(), c.updatable);
+        EXPECT_EQ(ErrorOf([&] { rows->AddNew(); }), c.updatable ? 0 : N(Number::ReadOnly));
+    }
+}
+
 TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
     server_->Psql(
         "CREATE TABLE child (id serial PRIMARY KEY, train integer REFERENCES train, n smallint NOT NULL);"
