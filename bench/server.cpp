@@ -186,7 +186,8 @@ private:
 };
 
 constexpr const char* kTrainings =
-    "SELECT \"TrainID\", \"UserId\", \"SubjectCode\", \"StartDate\", \"EndDate\", \"UseTime\", \"TheoryNo\", "
+    "SELECT \"TrainID\", \"UserId\", \"SubjectCode\", \"StartDate\"::text, \"EndDate\"::text, \"UseTime\", "
+    "\"TheoryNo\", "
     "\"OperationNo\", \"AnswerScore\", \"Score\" FROM public.traininfo AS t0 ";
 constexpr const char* kRows =
     "SELECT \"TrainID\", \"QuestionType\", \"DataCode\", \"QuestionRecNo\", \"QuestionScore\", \"AnswerScore\", "

@@ -67,6 +67,10 @@ std::u16string QuotedName(std::u16string_view name) {
     return InQuotes(name, u'"');
 }
 
+std::u16string Selected(std::u16string_view text, sql::ColumnType type) {
+    return std::u16string(text) + (type == sql::ColumnType::Date ? u"::text" : u"");
+}
+
 std::u16string_view GivenType(sql::ColumnType type) {
     switch (type) {
         case sql::ColumnType::Boolean: return u"boolean";
@@ -112,13 +116,17 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
     const std::size_t point = source.find(u'.');
     remote = point == source.npos ? QuotedName(source)
                                   : QuotedName(source.substr(0, point)) + u"." + QuotedName(source.substr(point + 1));
-    select_ = u"SELECT ";
+    std::vector<int> all;
     for (const sql::Column& column : columns) {
-        if (!quoted_.empty()) select_ += u", ";
-        select_ += quoted_.emplace_back(QuotedName(column.name));
+        all.push_back(static_cast<int>(all.size()));
+        quoted_.push_back(QuotedName(column.name));
     }
-    select_ += u" FROM " + remote;
+    select_ = u"SELECT " + SelectedList(all) + u" FROM " + remote;
     key_list_ = QuotedList(key);
+    for (const int column : key) {
+        if (!page_list_.empty()) page_list_ += u", ";
+        page_list_.append(kTableAlias).append(u".").append(Quoted(column));
+    }
 }
 
 std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
@@ -128,6 +136,15 @@ std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
         names += Quoted(column);
     }
     return names;
+}
+
+std::u16string OdbcLink::SelectedList(std::span<const int> wanted) const {
+    std::u16string list;
+    for (const int column : wanted) {
+        if (!list.empty()) list += u", ";
+        list += Selected(Quoted(column), columns[static_cast<std::size_t>(column)].type);
+    }
+    return list;
 }
 
 // The types of these values are such that the server's index serves.
@@ -154,8 +171,8 @@ std::u16string OdbcLink::IsOneOf(std::span<const sql::RowId> wanted) const {
 
 std::u16string OdbcLink::Page(std::u16string_view after, std::int64_t wanted) const {
     std::u16string text;
-    if (!after.empty()) text = (u" WHERE (" + key_list_ + u") > (").append(after).append(u")");
-    return text + u" ORDER BY " + key_list_ + u" LIMIT " + ToText(wanted);
+    if (!after.empty()) text = (u" WHERE (" + page_list_ + u") > (").append(after).append(u")");
+    return text + u" ORDER BY " + page_list_ + u" LIMIT " + ToText(wanted);
 }
 
 std::u16string OdbcLink::KeyText(std::span<const Value> row) const {

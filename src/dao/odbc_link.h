@@ -29,6 +29,9 @@ private:
     std::vector<const std::u16string*> keys_;  // of numbers_
 };
 
+// What a statement of one table calls it.
+inline constexpr std::u16string_view kTableAlias = u"t0";
+
 class OdbcLink {
 public:
     OdbcLink(std::u16string_view source, std::vector<sql::Column> columns_there, std::vector<int> key_there);
@@ -47,6 +50,9 @@ public:
     const std::u16string& Quoted(int column) const { return quoted_[static_cast<std::size_t>(column)]; }
     std::u16string QuotedList(std::span<const int> columns) const;
 
+    // The same as what is selected: times as texts, for the driver has no place for all that the server has.
+    std::u16string SelectedList(std::span<const int> columns) const;
+
     // "SELECT" of all columns, up to the table's name.
     const std::u16string& Select() const { return select_; }
 
@@ -54,7 +60,8 @@ public:
     void AddIsRow(odbc::Request& request, sql::RowId row) const;
     std::u16string IsOneOf(std::span<const sql::RowId> wanted) const;
 
-    // A page of the rows in the order of their keys, behind the one with this key; empty: the first.
+    // A page of the rows in the order of their keys, behind the one with this key; empty: the first. The table goes by
+    // kTableAlias there.
     std::u16string Page(std::u16string_view after, std::int64_t rows) const;
 
     // A row's key as OdbcRowNumbers has it.
@@ -63,10 +70,14 @@ public:
 private:
     std::vector<std::u16string> quoted_;
     std::u16string key_list_;
+    std::u16string page_list_;  // the same with the alias: else these would be the names of what is selected
     std::u16string select_;
 };
 
 std::u16string QuotedName(std::u16string_view name);
+
+// An expression as it is selected, see OdbcLink::SelectedList.
+std::u16string Selected(std::u16string_view text, sql::ColumnType type);
 
 // The server's widest type of the values that a column of ours holds: for one that is given to a column of the
 // server's, which makes its own of it, whatever type it has by now.

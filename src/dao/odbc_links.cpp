@@ -151,7 +151,9 @@ std::shared_ptr<OdbcLink> OdbcLinks::FindLink(std::u16string_view name) {
 
 std::shared_ptr<sql::Table> OdbcLinks::FindTable(std::u16string_view name) {
     auto link = FindLink(name);
-    return link == nullptr ? nullptr : std::make_shared<OdbcTable>(std::move(link), odbc::Request(), Extent::Whole);
+    return link == nullptr
+               ? nullptr
+               : std::make_shared<OdbcTable>(std::move(link), odbc::Request{AliasText(), {}}, Extent::Whole);
 }
 
 std::uint64_t OdbcLinks::Changes() {

@@ -43,6 +43,10 @@ void AddIsStill(odbc::Request& request, const OdbcLink& link, const sql::Assignm
 
 }  // namespace
 
+std::u16string AliasText() {
+    return u" AS " + std::u16string(kTableAlias);
+}
+
 OdbcTable::OdbcTable(std::shared_ptr<OdbcLink> link, odbc::Request narrowed, Extent extent)
     : link_(std::move(link)), request_(std::move(narrowed)), extent_(extent) {
     request_.text.insert(0, link_->Select());
@@ -87,7 +91,7 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
         request.Add(QuotedValue(values[place]), GivenType(link_->columns[place].type));
         request.text += column == given.back() ? u")" : u", ";
     }
-    request.text += u" RETURNING " + link_->QuotedList(wanted);
+    request.text += u" RETURNING " + link_->SelectedList(wanted);
     const auto answer = link_->server->Query(request, {ErrorNumber::OdbcInsertFailed, link_->name});
     link_->server->NoteChange();
     std::vector<Value> row(link_->columns.size());

@@ -34,9 +34,8 @@ public:
     // A select as a whole. All its tables are on Server() then.
     RemoteText Select(const sql::ast::Select& select);
 
-    // What follows when one table is named alone: conditions, an order, the first rows of it.
+    // What follows when one table is named alone, by kTableAlias: conditions, an order, the first rows of it.
     void UseTable(const std::shared_ptr<OdbcLink>& link, std::u16string_view name);
-    static std::u16string_view TableAlias() { return u"t0"; }
     RemoteText Condition(const sql::ast::Expression& condition);
     RemoteText Order(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order);
     static std::u16string Top(const sql::ast::Top& top, bool ordered);

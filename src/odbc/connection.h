@@ -38,7 +38,8 @@ public:
     explicit Rows(std::unique_ptr<Statement> statement);
     ~Rows();
 
-    // Told what all columns are like, so that many rows come faster: in blocks, unless some are long.
+    // Told what all columns are like, so that many rows come faster: in blocks, unless some are long. Their names, by
+    // which failures tell them, must outlive it.
     void Expect(std::vector<Shape> shapes);
 
     bool Next();
@@ -46,8 +47,8 @@ public:
     // How many there are in all; nothing where the library does not know.
     std::optional<std::int64_t> Count();
 
-    // As a column of this type, the one expected, holds it. Requires: Next() was true, and columns are read in their
-    // order.
+    // As a column of this type, the one expected, holds it; dates are read from texts. Raises Overflow for a value that
+    // it cannot hold. Requires: Next() was true, and columns are read in their order.
     void Read(int column, ColumnType type, Value& value);
 
 private:
@@ -58,9 +59,11 @@ private:
     void ReadBytes(int column, Value& value);
     bool ReadFixed(int column, int c_type, void* bytes, std::size_t size);
     void ReadFromBlock(int column, Value& value) const;
+    std::u16string_view NameOf(int column) const;
 
     std::unique_ptr<Statement> statement_;
     std::vector<Shape> shapes_;
+    bool in_blocks_ = false;
     int rows_alone_ = 0;  // fetched one by one
     std::unique_ptr<Block> block_;
 };

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/column_type.h"
@@ -31,6 +32,7 @@ bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale);
 struct Shape {
     ColumnType type = ColumnType::Text;
     int size = 0;  // Text: characters; 0 when nobody knows
+    std::u16string_view name{};
 };
 
 struct TableDescription {

@@ -181,7 +181,7 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
 TEST_F(RemoteSqlTest, WhatTheServerIsAsked) {
     EXPECT_EQ(
         Explained(u"SELECT TOP 2 trainid FROM ti WHERE shared AND startdate > #2005-04-12# ORDER BY userid DESC"),
-        "rows of ti by SELECT \"trainid\", \"userid\", \"subject\", \"startdate\", \"shared\", \"score\" FROM "
+        "rows of ti by SELECT \"trainid\", \"userid\", \"subject\", \"startdate\"::text, \"shared\", \"score\" FROM "
         "\"public\".\"ti\" AS t0 WHERE t0.\"shared\" AND (t0.\"startdate\" > TIMESTAMP '2005-04-12 00:00:00') ORDER "
         "BY t0.\"userid\" DESC NULLS LAST FETCH FIRST 2 ROWS WITH TIES  ~ 1000 rows\n");
     EXPECT_EQ(Explained(u"UPDATE tr SET score = score + 1, code = 'x' & id WHERE trainid = 1"),
