@@ -31,6 +31,7 @@
 #include "dao/jet_database.h"
 #include "jet/database.h"
 #include "measure.h"
+#include "odbc/pool.h"
 #include "records/server_tables.h"
 #include "records/summary_query.h"
 #include "records/train_info.h"
@@ -426,6 +427,7 @@ void LargeSelects(const std::u16string& folder) {
 
 // With numbers: so many processes, and candidates of each. A third word leaves the summary out.
 int main(int count, char** words) {
+    odbc::LoginTimeout(std::chrono::seconds(20));  // all of them come at one moment
     if (count > 2) {
         processes = std::max(1, std::atoi(words[1]));
         threads_each = std::max(1, std::atoi(words[2]));

@@ -1,5 +1,6 @@
 #include "dao/odbc_link.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -127,6 +128,27 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
         if (!page_list_.empty()) page_list_ += u", ";
         page_list_.append(kTableAlias).append(u".").append(Quoted(column));
     }
+}
+
+const std::u16string& OdbcLink::OrderOf(int column) const {
+    if (orders_.empty()) {
+        orders_.resize(columns.size());
+        const auto answer = server->Query(
+            {u"SELECT attname, CAST(CAST(attcollation AS regcollation) AS text) FROM pg_attribute WHERE "
+             u"attnum > 0 AND attcollation NOT IN (0, CAST('\"default\"' AS regcollation)) AND attrelid = "
+             u"CAST(" +
+                 QuotedValue(Value(remote)) + u" AS regclass)",
+             {}});
+        Value name;
+        Value order;
+        while (answer.rows->Next()) {
+            answer.rows->Read(0, sql::ColumnType::Memo, name);
+            answer.rows->Read(1, sql::ColumnType::Memo, order);
+            const auto known = std::ranges::find(columns, name.Text(), &sql::Column::name);
+            if (known != columns.end()) orders_[static_cast<std::size_t>(known - columns.begin())] = order.Text();
+        }
+    }
+    return orders_[static_cast<std::size_t>(column)];
 }
 
 std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {

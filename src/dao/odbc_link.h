@@ -46,6 +46,14 @@ public:
     std::vector<int> key;  // empty: none, and nothing can be changed
     OdbcRowNumbers rows;
 
+    // The order of a column's texts, by its name there; empty when it has none, or that of the database. The server is
+    // asked the first time.
+    const std::u16string& OrderOf(int column) const;
+
+    // Whether a column may hold times with fractions of seconds.
+    void FineTimes(std::vector<bool> columns_with_them) { fine_ = std::move(columns_with_them); }
+    bool IsFine(int column) const { return !fine_.empty() && fine_[static_cast<std::size_t>(column)]; }
+
     // The column's name in quotes.
     const std::u16string& Quoted(int column) const { return quoted_[static_cast<std::size_t>(column)]; }
     std::u16string QuotedList(std::span<const int> columns) const;
@@ -68,6 +76,8 @@ public:
     std::u16string KeyText(std::span<const Value> row) const;
 
 private:
+    std::vector<bool> fine_;
+    mutable std::vector<std::u16string> orders_;  // empty: not yet asked
     std::vector<std::u16string> quoted_;
     std::u16string key_list_;
     std::u16string page_list_;  // the same with the alias: else these would be the names of what is selected

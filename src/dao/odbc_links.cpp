@@ -116,7 +116,7 @@ std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
     }
     const auto definition = database_.LinkDefinition(object);
     const Layout layout(*definition);
-    const std::vector<bool> fine = FineTimesOf(object.remote_columns, layout.columns.size());
+    std::vector<bool> fine = FineTimesOf(object.remote_columns, layout.columns.size());
     std::vector<int> key;
     for (const sql::Index& index : layout.indexes) {
         if (!index.unique || !key.empty()) continue;
@@ -125,6 +125,7 @@ std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
         if (std::ranges::any_of(key, [&](int column) { return fine[static_cast<std::size_t>(column)]; })) key.clear();
     }
     auto link = std::make_shared<OdbcLink>(object.foreign_name, layout.columns, std::move(key));
+    link->FineTimes(std::move(fine));
     link->name = object.name;
     link->id = object.id;
     link->connect = object.connect;

@@ -117,7 +117,7 @@ std::u16string RemoteSql::Put(const sql::ast::Select& select) {
     std::u16string groups;
     std::u16string order = PutOrder(part, select.order_by);
     for (const sql::ast::ExpressionPtr& key : part.group_by) {
-        const Piece piece = Put(*key);
+        const Piece piece = LiteralIn(*key) == nullptr ? Put(*key) : Cannot();  // which there would be a position
         groups += (groups.empty() ? u"" : u", ") + piece.text;
         // Groups come in the order of their keys when nothing else is said.
         order += (order.empty() ? u"" : u", ") + PutKey(piece, false);

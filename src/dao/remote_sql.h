@@ -54,10 +54,17 @@ public:
 private:
     enum class Kind : std::uint8_t { Null, Boolean, Whole, Number, Exact, Date, Text, Other };
 
+    // By what order of the server's texts are compared: without that of a column case counts, which makes no
+    // difference where there are no letters.
+    enum class TextOrder : std::uint8_t { None, Cased, Column };
+
     struct Piece {
         std::u16string text;
         Kind kind = Kind::Other;
         bool required = false;  // never Null
+        TextOrder order = TextOrder::None;
+        const OdbcLink* link = nullptr;  // where it is a column
+        int column = 0;
     };
 
     struct TableName {
@@ -69,6 +76,7 @@ private:
     static Kind KindOf(sql::ColumnType type);
     static bool IsNumber(Kind kind) { return kind == Kind::Whole || kind == Kind::Number || kind == Kind::Exact; }
     static bool Compare(const Piece& a, const Piece& b);
+    static std::u16string Beside(const Piece& piece, const Piece& other);
     static std::u16string AsNumber(const Piece& piece);
     static std::u16string AsDouble(const Piece& piece);
     static std::u16string AsCondition(const Piece& piece);

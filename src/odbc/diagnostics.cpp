@@ -75,8 +75,9 @@ void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string
         case ErrorNumber::FieldRequired: Raise(meaning->number, {Quoted(text), text});
         case ErrorNumber::FieldTooLarge:
         case ErrorNumber::DataTypeConversion:
-        case ErrorNumber::ReadOnly:
-        case ErrorNumber::NoSuchTable: Raise(meaning->number, {doing.table, text});
+        case ErrorNumber::ReadOnly: Raise(meaning->number, {doing.table, text});
+        case ErrorNumber::NoSuchTable:
+            Raise(meaning->number, {doing.table.empty() ? Quoted(text) : std::u16string(doing.table), text});
         default: Raise(meaning->number, {text});
     }
 }

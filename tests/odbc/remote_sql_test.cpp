@@ -149,6 +149,17 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
         {Share::Part,
          u"TRANSFORM Nz(Sum(TR.score), 0) AS s SELECT TI.userid FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid "
          u"GROUP BY TI.userid ORDER BY TI.userid PIVOT TR.code IN ('A1', 2)"},
+        // Texts that have no column's order.
+        {Share::Part, u"SELECT trainid FROM ti WHERE 'A' = 'a' ORDER BY trainid"},
+        {Share::Part, u"SELECT trainid FROM ti WHERE 'b' In ('A', 'B') And 'b' Between 'A' And 'C' ORDER BY trainid"},
+        {Share::Part, u"SELECT trainid FROM ti WHERE userid & 'x' = '7X' ORDER BY trainid"},
+        {Share::Rows, u"SELECT trainid FROM ti WHERE Format(startdate, 'yyyy') = '2005' ORDER BY trainid"},
+        {Share::Rows, u"SELECT id FROM tr WHERE code & 'x' = 'a1x' ORDER BY id"},
+        {Share::Part,
+         u"SELECT IIf(trainid < 3, 'A', 'a') AS t, Count(*) AS n FROM ti GROUP BY IIf(trainid < 3, 'A', 'a')"},
+        {Share::Part, u"SELECT Max(IIf(trainid = 2, 'B', 'a')) AS t FROM ti"},
+        {Share::Part, u"SELECT 'x' AS t, Count(*) AS n FROM ti GROUP BY 'x'"},
+        {Share::Part, u"SELECT Count(*) AS n FROM ti GROUP BY 2"},
         // What does not fit.
         {Share::All, u"SELECT Max(trainid + 2147483646) AS m FROM ti"},
         {Share::All, u"SELECT Min(-trainid - 2147483645) AS m FROM ti WHERE trainid < 4"},
@@ -199,6 +210,68 @@ TEST_F(RemoteSqlTest, ChangesGoByTheSameConditions) {
         file_->Execute(sql);
         database_->Execute(sql);
         EXPECT_EQ(database_->RecordsAffected(), file_->RecordsAffected());
+    }
+}
+
+// A file holds no more of a time than this.
+TEST_F(RemoteSqlTest, FractionsOfSecondsDoNotCount) {
+    MakeTable("fine", "id serial PRIMARY KEY, d timestamp");
+    server_->Psql(
+        "INSERT INTO fine (d) VALUES ('2005-04-12 08:30:59.7'), ('2005-04-12 08:30:59.2'), ('2005-04-12 08:31:00')");
+    struct Case {
+        const char16_t* sql;
+        const char16_t* rows;
+    };
+    const Case cases[] = {
+        {u"SELECT Second(d) AS r FROM fine ORDER BY id", u"59 59 0"},
+        {u"SELECT Max(Second(d)) AS r FROM fine", u"59"},
+        {u"SELECT id AS r FROM fine WHERE d = #2005-04-12 08:30:59# ORDER BY id", u"1 2"},
+        {u"SELECT id AS r FROM fine WHERE d > #2005-04-12 08:30:59# ORDER BY id", u"3"},
+        {u"SELECT id AS r FROM fine ORDER BY d, id", u"1 2 3"},
+        {u"SELECT Count(*) AS r FROM fine GROUP BY d", u"2 1"},
+        {u"SELECT Count(*) AS r FROM (SELECT DISTINCT d FROM fine) AS q", u"2"},
+        {u"SELECT a.id AS r FROM fine a, fine b WHERE a.d = b.d AND b.id = 2 ORDER BY a.id", u"1 2"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Column(c.sql, u"r"), c.rows) << ToUtf8(c.sql);
+}
+
+TEST_F(RemoteSqlTest, TextsOfDifferentOrdersAreCompared) {
+    server_->Psql(
+        "CREATE COLLATION nocase (provider = icu, locale = 'und-u-ks-level2', deterministic = false);"
+        "CREATE COLLATION german (provider = icu, locale = 'de-u-ks-level2', deterministic = false)");
+    MakeTable("mixed",
+              "id serial PRIMARY KEY, a varchar(9) COLLATE nocase, b varchar(9) COLLATE german, c varchar(9) COLLATE "
+              "\"C\", d varchar(9)");
+    server_->Psql("INSERT INTO mixed (a, b, c, d) VALUES ('x', 'X', 'X', 'X'), ('x', 'y', 'y', 'y')");
+    for (const char16_t* condition :
+         {u"m.a = n.b", u"m.b = n.a", u"m.a = n.c", u"m.a = n.d", u"m.b In (n.a, n.c)", u"m.a Between n.c And n.b"}) {
+        EXPECT_EQ(
+            Column(u"SELECT m.id FROM mixed m, mixed n WHERE m.id = 1 AND n.id = 1 AND " + std::u16string(condition),
+                   u"id"),
+            u"1")
+            << ToUtf8(condition);
+        EXPECT_EQ(Column(u"SELECT m.id FROM mixed m INNER JOIN mixed n ON " + std::u16string(condition) +
+                             u" WHERE m.id = 1 AND n.id = 1",
+                         u"id"),
+                  u"1")
+            << ToUtf8(condition);
+    }
+}
+
+// What docs/server.md tells: where an answer is another one than a file's.
+TEST_F(RemoteSqlTest, DifferencesThatRemain) {
+    struct Case {
+        const char16_t* sql;
+        const char* file;
+        const char* server;
+    };
+    const Case cases[] = {
+        {u"SELECT id FROM tr WHERE code = 'a1 '", "id:4 \n1|", "id:4 "},
+        {u"SELECT Max(CInt(score)) AS n FROM tr WHERE id = 4", "error 94", "n:3 \nNull|"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(RowsOf(*file_, c.sql), c.file) << ToUtf8(c.sql);
+        EXPECT_EQ(RowsOf(*database_, c.sql), c.server) << ToUtf8(c.sql);
     }
 }
 
