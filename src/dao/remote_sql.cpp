@@ -137,6 +137,8 @@ RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Col
     Start();
     const Piece piece = PutValue(value, u"text");
     const Kind kind = KindOf(column.type);
+    const bool yes_or_no = kind == Kind::Boolean && (piece.kind == kind || piece.kind == Kind::Null);
+    if (yes_or_no && column.required && !piece.required) return Result(CallOf(u"coalesce", piece.text + u", FALSE"));
     if (piece.kind == Kind::Null || (piece.kind == kind && !IsNumber(kind) && kind != Kind::Other)) {
         return Result(piece.text);
     }

@@ -23,6 +23,7 @@
 
 namespace qmtrain::odbc {
 
+class CallThread;
 class Connection;
 class Statement;
 
@@ -103,7 +104,8 @@ public:
     void Savepoint(std::u16string_view name);
     void RollbackTo(std::u16string_view name);
 
-    // How long each statement may take, rounded up to seconds; none when it is zero.
+    // How long each statement may take, rounded up to seconds; none when it is zero. A server that does not keep to it
+    // is given up some seconds later, and the connection is lost.
     void TimeLimit(std::chrono::milliseconds limit);
 
     // From any thread: the statement that is running ends with OperationCancelled.
@@ -119,16 +121,23 @@ private:
     friend class Statement;
     struct Handles;
 
-    Connection(std::unique_ptr<Handles> handles, std::u16string place);
+    Connection(std::shared_ptr<Handles> handles, std::u16string place);
     static Request AsRequest(std::u16string_view sql) { return {std::u16string(sql), {}}; }
     void SetUp();
     std::u16string PropertyOf(int info) const;
     void EndTransaction(bool commit);
+
+    // What a call of the library that waits for the server returns; raises when the server is given up. The call must
+    // hold what it uses, but for the handles.
+    std::int16_t Wait(std::function<std::int16_t()> call);
+    void RequireAnswers() const;
     void FetchInParts(const Request& request, const std::function<void(Rows&)>& take);
     std::vector<std::u16string> TakeBefore();
     void UndoStatement(bool guarded) noexcept;
 
-    std::unique_ptr<Handles> handles_;
+    std::shared_ptr<Handles> handles_;
+    std::unique_ptr<CallThread> thread_;
+    bool given_up_ = false;  // a call has not returned, and no handle may be touched
     std::u16string place_;
     long time_limit_ = 0;  // seconds
     bool in_transaction_ = false;

@@ -1,8 +1,12 @@
 // Links to tables on a server: how they are stored, what comes through them, and what goes wrong.
 
 #include <chrono>
+#include <csignal>
 #include <set>
+#include <sstream>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -600,6 +604,43 @@ TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
         EXPECT_FALSE(database_->HasTable(u"new"));
     }
     close(silent);
+}
+
+// A limit counts, too, where nobody is there to keep it.
+TEST_F(RowsTest, DoNotWaitForAServerThatHangs) {
+    std::vector<pid_t> stopped;
+    const auto hang = [&] {
+        std::istringstream processes(server_->Psql(
+            "SELECT pid FROM pg_stat_activity WHERE usename = 'exam' AND backend_type = 'client backend'"));
+        for (pid_t process = 0; processes >> process;) {
+            stopped.push_back(process);
+            kill(process, SIGSTOP);
+        }
+        ASSERT_FALSE(stopped.empty());
+    };
+    auto seconds = [begin = std::chrono::steady_clock::now()]() mutable {
+        const auto from = std::exchange(begin, std::chrono::steady_clock::now());
+        return std::chrono::duration<double>(begin - from).count();
+    };
+    constexpr double kMost = 9;
+    database_->Limits({std::chrono::seconds(1), 0});
+    EXPECT_EQ(Column(u"SELECT score FROM train WHERE id = 1", u"score"), u"1.1");
+    hang();
+    EXPECT_EQ(Column(u"SELECT score FROM train WHERE id = 1", u"score"), u"1.1") << "it is asked again by itself";
+    EXPECT_LT(seconds(), kMost);
+    hang();
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE train SET score = 7 WHERE id = 5"); }),
+              N(Number::OdbcConnectionFailed));
+    EXPECT_LT(seconds(), kMost);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5") << "there are other connections";
+    dao::Engine::Instance().BeginTrans();
+    database_->Execute(u"UPDATE train SET score = 8 WHERE id = 1");
+    hang();
+    EXPECT_EQ(ErrorOf([] { dao::Engine::Instance().CommitTrans(); }), N(Number::OdbcConnectionFailed));
+    EXPECT_LT(seconds(), kMost);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5");
+    for (const pid_t process : stopped) kill(process, SIGCONT);
+    database_->Limits({});
 }
 
 TEST_F(RowsTest, GoOnWhenTheServerIsBack) {

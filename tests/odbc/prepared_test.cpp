@@ -172,6 +172,19 @@ TEST_F(PreparedTest, WhatIsGoneOrThereAlreadyDoesNotMatter) {
     }
 }
 
+TEST_F(PreparedTest, AreMadeAnewWhenTablesHaveChanged) {
+    const auto made = [&] { return AnswerOf(*connection_, {u"SELECT prepare_time FROM pg_prepared_statements", {}}); };
+    for (int turn = 0; turn < 3; ++turn) EXPECT_EQ(AnswerOf(*connection_, Asking(1)), u"1.1");
+    const std::u16string first = made();
+    database_->RefreshLink(u"train");
+    for (int turn = 0; turn < 3; ++turn) EXPECT_EQ(AnswerOf(*connection_, Asking(1)), u"1.1");
+    const std::u16string second = made();
+    EXPECT_NE(second, u"");
+    EXPECT_NE(second, first);
+    EXPECT_EQ(AnswerOf(*connection_, Asking(2)), u"2.1");
+    EXPECT_EQ(made(), second) << "once";
+}
+
 TEST_F(PreparedTest, AFailureInATransactionLeavesItAsItWas) {
     const auto add = [&](std::int32_t id) {
         odbc::Request request{u"INSERT INTO train (id, userid) VALUES (", {}};

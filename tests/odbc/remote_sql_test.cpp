@@ -204,8 +204,9 @@ TEST_F(RemoteSqlTest, WhatTheServerIsAsked) {
 }
 
 TEST_F(RemoteSqlTest, ChangesGoByTheSameConditions) {
-    for (const char16_t* sql : {u"DELETE FROM ti WHERE trainid Between 3 And 2",
-                                u"UPDATE tr SET score = 7 WHERE code Between 'b' And 'a1'"}) {
+    for (const char16_t* sql :
+         {u"DELETE FROM ti WHERE trainid Between 3 And 2", u"UPDATE tr SET score = 7 WHERE code Between 'b' And 'a1'",
+          u"UPDATE ti SET shared = userid > 7"}) {
         SCOPED_TRACE(ToUtf8(sql));
         file_->Execute(sql);
         database_->Execute(sql);
