@@ -412,7 +412,8 @@ void LargeSelects(const std::u16string& folder) {
     for (const auto& [name, type] : {std::pair("forward-only", dao::RecordsetType::ForwardOnly),
                                      std::pair("snapshot", dao::RecordsetType::Snapshot)}) {
         const bench::Use use = bench::Measure([&] {
-            const auto client = dao::JetDatabase::Open(ClientDatabase(folder), true, nullptr, {}, {.servers = true});
+            const auto client =
+                dao::JetDatabase::Open(ClientDatabase(folder), {.read_only = true, .links = {.servers = true}});
             const auto rows = client->OpenRecordset(u"SELECT * FROM TrainResult WHERE QuestionType = 1", type);
             int count = 0;
             for (; !rows->Eof(); rows->MoveNext(), ++count)
