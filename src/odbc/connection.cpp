@@ -12,6 +12,9 @@ namespace {
 
 constexpr int kMaxName = 256;
 
+// For what a server says at once.
+constexpr std::chrono::seconds kAnswer{3};
+
 // The driver's texts may repeat what it was given.
 std::u16string Without(std::u16string text, std::u16string_view secret) {
     if (secret.empty()) return text;
@@ -161,13 +164,12 @@ void Connection::RequireAnswers() const {
 }
 
 std::int16_t Connection::Wait(std::function<std::int16_t()> call) {
-    constexpr std::chrono::seconds kLonger{3};  // until the server's own limit has been heard of
     RequireAnswers();
     if (time_limit_ == 0) return call();
     if (thread_ == nullptr) thread_ = std::make_unique<CallThread>();
     const auto result = std::make_shared<std::int16_t>();
     const auto run = [call = std::move(call), result, held = handles_] { *result = call(); };
-    if (thread_->Run(run, std::chrono::seconds(time_limit_) + kLonger)) return *result;
+    if (thread_->Run(run, std::chrono::seconds(time_limit_) + kAnswer)) return *result;
     given_up_ = true;
     alive_ = false;
     RequireAnswers();
@@ -255,9 +257,17 @@ void Connection::EndTransaction(bool commit) {
     if (lost && commit) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"连接已中断，事务没有完成。"});
 }
 
+// The library calls the server on another line, and waits there without a limit.
 void Connection::Cancel() noexcept {
     const std::scoped_lock lock(running_mutex_);
-    if (running_ != nullptr) handles_->library.Cancel(running_->Handle());
+    if (running_ == nullptr || given_up_) return;
+    try {
+        const auto cancel = [held = handles_, statement = running_->Handle()] { held->library.Cancel(statement); };
+        if (CallThread().Run(cancel, kAnswer)) return;
+        given_up_ = true;
+        alive_ = false;
+    } catch (const std::exception&) {  // no thread: the statement goes on
+    }
 }
 
 // Statement
@@ -313,6 +323,7 @@ Statement::Running::~Running() {
 bool Statement::Check(SQLRETURN result, const Doing& doing) {
     if (Succeeded(result)) return true;
     if (result == SQL_NO_DATA) return false;
+    connection_.RequireAnswers();
     Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_STMT, handle_);
     // Not every driver says so by the error's state.
     SQLUINTEGER dead = SQL_CD_FALSE;

@@ -108,7 +108,8 @@ public:
     // is given up some seconds later, and the connection is lost.
     void TimeLimit(std::chrono::milliseconds limit);
 
-    // From any thread: the statement that is running ends with OperationCancelled.
+    // From any thread: the statement that is running ends with OperationCancelled. A server that does not take this is
+    // given up.
     void Cancel() noexcept;
 
     // False once the server has been found gone.
@@ -137,7 +138,7 @@ private:
 
     std::shared_ptr<Handles> handles_;
     std::unique_ptr<CallThread> thread_;
-    bool given_up_ = false;  // a call has not returned, and no handle may be touched
+    std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
     std::u16string place_;
     long time_limit_ = 0;  // seconds
     bool in_transaction_ = false;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <fstream>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -639,8 +640,25 @@ TEST_F(RowsTest, DoNotWaitForAServerThatHangs) {
     EXPECT_EQ(ErrorOf([] { dao::Engine::Instance().CommitTrans(); }), N(Number::OdbcConnectionFailed));
     EXPECT_LT(seconds(), kMost);
     EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5");
+    // All of the server, so that nobody takes a call to end the statement either.
+    pid_t whole = 0;
+    std::ifstream(server_->Psql("SHOW data_directory") + "/postmaster.pid") >> whole;
+    ASSERT_GT(whole, 0);
+    hang();
+    kill(whole, SIGSTOP);
+    stopped.push_back(whole);
+    std::thread canceller([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        database_->Cancel();
+    });
+    seconds();
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE train SET score = 9 WHERE id = 5"); }),
+              N(Number::OdbcConnectionFailed));
+    canceller.join();
+    EXPECT_LT(seconds(), kMost);
     for (const pid_t process : stopped) kill(process, SIGCONT);
     database_->Limits({});
+    EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5");
 }
 
 TEST_F(RowsTest, GoOnWhenTheServerIsBack) {
