@@ -31,6 +31,7 @@
 #include "dao/jet_database.h"
 #include "jet/database.h"
 #include "measure.h"
+#include "odbc/pool.h"
 #include "records/server_tables.h"
 #include "records/summary_query.h"
 #include "records/train_info.h"
@@ -186,7 +187,8 @@ private:
 };
 
 constexpr const char* kTrainings =
-    "SELECT \"TrainID\", \"UserId\", \"SubjectCode\", \"StartDate\", \"EndDate\", \"UseTime\", \"TheoryNo\", "
+    "SELECT \"TrainID\", \"UserId\", \"SubjectCode\", \"StartDate\"::text, \"EndDate\"::text, \"UseTime\", "
+    "\"TheoryNo\", "
     "\"OperationNo\", \"AnswerScore\", \"Score\" FROM public.traininfo AS t0 ";
 constexpr const char* kRows =
     "SELECT \"TrainID\", \"QuestionType\", \"DataCode\", \"QuestionRecNo\", \"QuestionScore\", \"AnswerScore\", "
@@ -222,10 +224,11 @@ void RecordByPeer(const std::function<std::unique_ptr<Peer>()>& connect, int use
     timed([&] {
         peer->Ask(kTrainings + std::string("WHERE (t0.\"TrainID\" = $1) LIMIT 2001"), {id});
         peer->Ask(
-            "UPDATE public.traininfo SET \"EndDate\" = $1, \"UseTime\" = $2, \"Score\" = $3 WHERE (\"TrainID\") = ($4) "
-            "AND \"UserId\" = $5 AND \"SubjectCode\" = $6 AND date_trunc('second', \"StartDate\") = $7 AND "
-            "\"EndDate\" IS NULL AND \"UseTime\" IS NULL AND \"TheoryNo\" = $8 AND \"OperationNo\" = $9 AND "
-            "\"AnswerScore\" IS NULL AND \"Score\" IS NULL",
+            "WITH qm_changed AS (UPDATE public.traininfo SET \"EndDate\" = $1, \"UseTime\" = $2, \"Score\" = $3 WHERE "
+            "(\"TrainID\") = ($4) AND \"UserId\" = $5 AND \"SubjectCode\" = $6 AND date_trunc('second', "
+            "CAST(\"StartDate\" AS timestamp)) = $7 AND \"EndDate\" IS NULL AND \"UseTime\" IS NULL AND \"TheoryNo\" = "
+            "$8 AND \"OperationNo\" = $9 AND \"AnswerScore\" IS NULL AND \"Score\" IS NULL RETURNING 1) SELECT (SELECT "
+            "1 FROM public.traininfo WHERE (\"TrainID\") = ($4)), (SELECT 1 FROM qm_changed)",
             {"2005-04-12 13:12:00", "4320", "60", id, Number(user), "2", "2005-04-12 12:00:00", "1", "0"});
     });
     for (int i = 0; i < kQuestions; ++i) {
@@ -236,10 +239,13 @@ void RecordByPeer(const std::function<std::unique_ptr<Peer>()>& connect, int use
                                               "(t0.\"QuestionRecNo\" = $3) LIMIT 2001"),
                           {id, "NCRE2VB", RecNo(i)}, kResultID);
             peer->Ask(
-                "UPDATE public.trainresult SET \"AnswerScore\" = $1, \"StudentAnswer\" = $2, \"ErrInfo\" = $3, "
-                "\"ErrInfoXml\" = $4 WHERE (\"ResultID\") = ($5) AND \"TrainID\" = $6 AND \"QuestionType\" = $7 AND "
-                "\"DataCode\" COLLATE \"C\" = $8 AND \"QuestionRecNo\" COLLATE \"C\" = $9 AND \"QuestionScore\" = $10 "
-                "AND \"AnswerScore\" = $11 AND \"Distin\" = $12 AND \"Difficult\" = $13 AND \"QuestionNo\" = $14",
+                "WITH qm_changed AS (UPDATE public.trainresult SET \"AnswerScore\" = $1, \"StudentAnswer\" = $2, "
+                "\"ErrInfo\" = $3, \"ErrInfoXml\" = $4 WHERE (\"ResultID\") = ($5) AND \"TrainID\" = $6 AND "
+                "\"QuestionType\" = $7 AND concat(\"DataCode\") COLLATE \"C\" = $8 AND concat(\"QuestionRecNo\") "
+                "COLLATE "
+                "\"C\" = $9 AND CAST(\"QuestionScore\" AS real) = $10 AND CAST(\"AnswerScore\" AS real) = $11 AND "
+                "\"Distin\" = $12 AND \"Difficult\" = $13 AND \"QuestionNo\" = $14 RETURNING 1) SELECT (SELECT 1 FROM "
+                "public.trainresult WHERE (\"ResultID\") = ($5)), (SELECT 1 FROM qm_changed)",
                 {"1.5", "B", "错误信息", "<err/>", key, id, "1", "NCRE2VB", RecNo(i), "2", "0", "1", "1", Number(i)});
         });
     }
@@ -406,7 +412,8 @@ void LargeSelects(const std::u16string& folder) {
     for (const auto& [name, type] : {std::pair("forward-only", dao::RecordsetType::ForwardOnly),
                                      std::pair("snapshot", dao::RecordsetType::Snapshot)}) {
         const bench::Use use = bench::Measure([&] {
-            const auto client = dao::JetDatabase::Open(ClientDatabase(folder), true, nullptr, {}, {.servers = true});
+            const auto client =
+                dao::JetDatabase::Open(ClientDatabase(folder), {.read_only = true, .links = {.servers = true}});
             const auto rows = client->OpenRecordset(u"SELECT * FROM TrainResult WHERE QuestionType = 1", type);
             int count = 0;
             for (; !rows->Eof(); rows->MoveNext(), ++count)
@@ -421,6 +428,7 @@ void LargeSelects(const std::u16string& folder) {
 
 // With numbers: so many processes, and candidates of each. A third word leaves the summary out.
 int main(int count, char** words) {
+    odbc::LoginTimeout(std::chrono::seconds(20));  // all of them come at one moment
     if (count > 2) {
         processes = std::max(1, std::atoi(words[1]));
         threads_each = std::max(1, std::atoi(words[2]));

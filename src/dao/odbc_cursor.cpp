@@ -70,7 +70,7 @@ protected:
 private:
     void Expect(odbc::Rows& rows) const {
         std::vector<odbc::Shape> shapes;
-        for (const sql::Column& column : columns_) shapes.push_back({column.type, column.size});
+        for (const sql::Column& column : columns_) shapes.push_back({column.type, column.size, column.name});
         rows.Expect(std::move(shapes));
     }
     void ReadRow(odbc::Rows& rows) {

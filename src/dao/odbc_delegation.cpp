@@ -49,10 +49,6 @@ std::u16string TakeConditions(RemoteSql& remote, std::vector<ExpressionPtr>& con
     return text;
 }
 
-std::u16string AliasText() {
-    return u" AS " + std::u16string(RemoteSql::TableAlias());
-}
-
 const std::u16string& NameOf(const sql::ast::NamedTable& table) {
     return table.alias.empty() ? table.name : table.alias;
 }

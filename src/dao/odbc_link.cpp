@@ -1,5 +1,6 @@
 #include "dao/odbc_link.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -67,6 +68,28 @@ std::u16string QuotedName(std::u16string_view name) {
     return InQuotes(name, u'"');
 }
 
+std::u16string Selected(std::u16string_view text, sql::ColumnType type) {
+    return std::u16string(text) + (type == sql::ColumnType::Date ? u"::text" : u"");
+}
+
+std::u16string_view GivenType(sql::ColumnType type) {
+    switch (type) {
+        case sql::ColumnType::Boolean: return u"boolean";
+        case sql::ColumnType::Byte:
+        case sql::ColumnType::Integer:
+        case sql::ColumnType::Long: return u"bigint";
+        case sql::ColumnType::Single:
+        case sql::ColumnType::Double: return u"double precision";
+        case sql::ColumnType::Currency:
+        case sql::ColumnType::Decimal: return u"numeric";
+        case sql::ColumnType::Date: return u"timestamp";
+        case sql::ColumnType::Binary:
+        case sql::ColumnType::LongBinary: return u"bytea";
+        case sql::ColumnType::Guid: return u"uuid";
+        default: return u"text";
+    }
+}
+
 std::u16string QuotedValue(const Value& value) {
     if (value.IsNull() || value.IsEmpty()) return u"NULL";
     if (value.IsText()) return InQuotes(value.Text(), u'\'');
@@ -94,13 +117,38 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
     const std::size_t point = source.find(u'.');
     remote = point == source.npos ? QuotedName(source)
                                   : QuotedName(source.substr(0, point)) + u"." + QuotedName(source.substr(point + 1));
-    select_ = u"SELECT ";
+    std::vector<int> all;
     for (const sql::Column& column : columns) {
-        if (!quoted_.empty()) select_ += u", ";
-        select_ += quoted_.emplace_back(QuotedName(column.name));
+        all.push_back(static_cast<int>(all.size()));
+        quoted_.push_back(QuotedName(column.name));
     }
-    select_ += u" FROM " + remote;
+    select_ = u"SELECT " + SelectedList(all) + u" FROM " + remote;
     key_list_ = QuotedList(key);
+    for (const int column : key) {
+        if (!page_list_.empty()) page_list_ += u", ";
+        page_list_.append(kTableAlias).append(u".").append(Quoted(column));
+    }
+}
+
+const std::u16string& OdbcLink::OrderOf(int column) const {
+    if (orders_.empty()) {
+        orders_.resize(columns.size());
+        const auto answer = server->Query(
+            {u"SELECT attname, CAST(CAST(attcollation AS regcollation) AS text) FROM pg_attribute WHERE "
+             u"attnum > 0 AND attcollation NOT IN (0, CAST('\"default\"' AS regcollation)) AND attrelid = "
+             u"CAST(" +
+                 QuotedValue(Value(remote)) + u" AS regclass)",
+             {}});
+        Value name;
+        Value order;
+        while (answer.rows->Next()) {
+            answer.rows->Read(0, sql::ColumnType::Memo, name);
+            answer.rows->Read(1, sql::ColumnType::Memo, order);
+            const auto known = std::ranges::find(columns, name.Text(), &sql::Column::name);
+            if (known != columns.end()) orders_[static_cast<std::size_t>(known - columns.begin())] = order.Text();
+        }
+    }
+    return orders_[static_cast<std::size_t>(column)];
 }
 
 std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
@@ -112,12 +160,24 @@ std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
     return names;
 }
 
+std::u16string OdbcLink::SelectedList(std::span<const int> wanted) const {
+    std::u16string list;
+    for (const int column : wanted) {
+        if (!list.empty()) list += u", ";
+        list += Selected(Quoted(column), columns[static_cast<std::size_t>(column)].type);
+    }
+    return list;
+}
+
+// The types of these values are such that the server's index serves.
 void OdbcLink::AddIsRow(odbc::Request& request, sql::RowId row) const {
     request.text.append(u"(").append(key_list_).append(u") = (");
     std::u16string_view values = rows.KeyOf(row);
     for (std::size_t i = 0; i < key.size(); ++i) {
         if (i > 0) request.text += u", ";
-        request.Add(TakeValue(values));
+        const sql::ColumnType type = columns[static_cast<std::size_t>(key[i])].type;
+        const bool compares = type == sql::ColumnType::Date || type == sql::ColumnType::Long;
+        request.Add(TakeValue(values), compares ? GivenType(type) : u"unknown");
     }
     request.text += u")";
 }
@@ -133,8 +193,8 @@ std::u16string OdbcLink::IsOneOf(std::span<const sql::RowId> wanted) const {
 
 std::u16string OdbcLink::Page(std::u16string_view after, std::int64_t wanted) const {
     std::u16string text;
-    if (!after.empty()) text = (u" WHERE (" + key_list_ + u") > (").append(after).append(u")");
-    return text + u" ORDER BY " + key_list_ + u" LIMIT " + ToText(wanted);
+    if (!after.empty()) text = (u" WHERE (" + page_list_ + u") > (").append(after).append(u")");
+    return text + u" ORDER BY " + page_list_ + u" LIMIT " + ToText(wanted);
 }
 
 std::u16string OdbcLink::KeyText(std::span<const Value> row) const {

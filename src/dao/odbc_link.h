@@ -29,6 +29,9 @@ private:
     std::vector<const std::u16string*> keys_;  // of numbers_
 };
 
+// What a statement of one table calls it.
+inline constexpr std::u16string_view kTableAlias = u"t0";
+
 class OdbcLink {
 public:
     OdbcLink(std::u16string_view source, std::vector<sql::Column> columns_there, std::vector<int> key_there);
@@ -43,9 +46,20 @@ public:
     std::vector<int> key;  // empty: none, and nothing can be changed
     OdbcRowNumbers rows;
 
+    // The order of a column's texts, by its name there; empty when it has none, or that of the database. The server is
+    // asked the first time.
+    const std::u16string& OrderOf(int column) const;
+
+    // Whether a column may hold times with fractions of seconds.
+    void FineTimes(std::vector<bool> columns_with_them) { fine_ = std::move(columns_with_them); }
+    bool IsFine(int column) const { return !fine_.empty() && fine_[static_cast<std::size_t>(column)]; }
+
     // The column's name in quotes.
     const std::u16string& Quoted(int column) const { return quoted_[static_cast<std::size_t>(column)]; }
     std::u16string QuotedList(std::span<const int> columns) const;
+
+    // The same as what is selected: times as texts, for the driver has no place for all that the server has.
+    std::u16string SelectedList(std::span<const int> columns) const;
 
     // "SELECT" of all columns, up to the table's name.
     const std::u16string& Select() const { return select_; }
@@ -54,19 +68,30 @@ public:
     void AddIsRow(odbc::Request& request, sql::RowId row) const;
     std::u16string IsOneOf(std::span<const sql::RowId> wanted) const;
 
-    // A page of the rows in the order of their keys, behind the one with this key; empty: the first.
+    // A page of the rows in the order of their keys, behind the one with this key; empty: the first. The table goes by
+    // kTableAlias there.
     std::u16string Page(std::u16string_view after, std::int64_t rows) const;
 
     // A row's key as OdbcRowNumbers has it.
     std::u16string KeyText(std::span<const Value> row) const;
 
 private:
+    std::vector<bool> fine_;
+    mutable std::vector<std::u16string> orders_;  // empty: not yet asked
     std::vector<std::u16string> quoted_;
     std::u16string key_list_;
+    std::u16string page_list_;  // the same with the alias: else these would be the names of what is selected
     std::u16string select_;
 };
 
 std::u16string QuotedName(std::u16string_view name);
+
+// An expression as it is selected, see OdbcLink::SelectedList.
+std::u16string Selected(std::u16string_view text, sql::ColumnType type);
+
+// The server's widest type of the values that a column of ours holds: for one that is given to a column of the
+// server's, which makes its own of it, whatever type it has by now.
+std::u16string_view GivenType(sql::ColumnType type);
 
 // A value between single quotes, from which the server makes the type that it needs there.
 std::u16string QuotedValue(const Value& value);

@@ -28,8 +28,6 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
     for (const int at : table.key) {
         const odbc::Column& column = table.columns[static_cast<std::size_t>(at)];
         key.columns.push_back({column.name});
-        // The file could not hold such keys.
-        if (column.type == ColumnType::LongBinary) return spec;
     }
     if (!key.columns.empty()) spec.indexes.push_back(std::move(key));
     return spec;
@@ -40,6 +38,7 @@ void AppendShort(Bytes& bytes, std::uint32_t number) {
     bytes.push_back(static_cast<std::uint8_t>(number >> 8));
 }
 
+// Type, size and scale of each column, as ODBC has them.
 Bytes RemoteColumnsOf(const odbc::TableDescription& table) {
     Bytes bytes;
     for (const odbc::Column& column : table.columns) {
@@ -48,6 +47,19 @@ Bytes RemoteColumnsOf(const odbc::TableDescription& table) {
         AppendShort(bytes, static_cast<std::uint16_t>(column.odbc_scale));
     }
     return bytes;
+}
+
+// The columns that hold finer times than are read, as far as the file tells it.
+std::vector<bool> FineTimesOf(const Bytes& remote_columns, std::size_t columns) {
+    constexpr std::size_t kSize = 6;
+    constexpr std::size_t kScale = 4;
+    std::vector<bool> fine(columns);
+    if (remote_columns.size() != columns * kSize) return fine;
+    const auto number = [&](std::size_t at) {
+        return static_cast<std::int16_t>(remote_columns[at] | remote_columns[at + 1] << 8);
+    };
+    for (std::size_t i = 0; i < columns; ++i) fine[i] = odbc::IsFineTime(number(i * kSize), number(i * kSize + kScale));
+    return fine;
 }
 
 }  // namespace
@@ -106,12 +118,16 @@ std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
     }
     const auto definition = database_.LinkDefinition(object);
     const Layout layout(*definition);
+    std::vector<bool> fine = FineTimesOf(object.remote_columns, layout.columns.size());
     std::vector<int> key;
     for (const sql::Index& index : layout.indexes) {
         if (!index.unique || !key.empty()) continue;
         for (const sql::IndexColumn& part : index.columns) key.push_back(part.column);
+        // A link may have been made before this counted.
+        if (std::ranges::any_of(key, [&](int column) { return fine[static_cast<std::size_t>(column)]; })) key.clear();
     }
     auto link = std::make_shared<OdbcLink>(object.foreign_name, layout.columns, std::move(key));
+    link->FineTimes(std::move(fine));
     link->name = object.name;
     link->id = object.id;
     link->connect = object.connect;
@@ -138,7 +154,9 @@ std::shared_ptr<OdbcLink> OdbcLinks::FindLink(std::u16string_view name) {
 
 std::shared_ptr<sql::Table> OdbcLinks::FindTable(std::u16string_view name) {
     auto link = FindLink(name);
-    return link == nullptr ? nullptr : std::make_shared<OdbcTable>(std::move(link), odbc::Request(), Extent::Whole);
+    return link == nullptr
+               ? nullptr
+               : std::make_shared<OdbcTable>(std::move(link), odbc::Request{AliasText(), {}}, Extent::Whole);
 }
 
 std::uint64_t OdbcLinks::Changes() {
@@ -169,6 +187,7 @@ void OdbcLinks::Create(std::u16string_view name, std::u16string_view connect, st
     database_.CreateOdbcLink(SpecOf(name, table), stored.Text(), source, saved, RemoteColumnsOf(table));
     writing.Commit();
     links_.clear();
+    odbc::PreparedStatements::OutdateAll();
 }
 
 void OdbcLinks::Refresh(std::u16string_view name, std::u16string_view connect) {

@@ -13,23 +13,39 @@ bool IsLong(const sql::Column& column) {
     return column.type == sql::ColumnType::Memo || column.type == sql::ColumnType::LongBinary;
 }
 
-// Adds that a column still holds what was seen in it. Texts that differ in case alone are others here, whatever the
-// column's order says, and there may be more of a time than its seconds.
+// Adds that a column still shows what was seen in it, whatever its type there. Texts that differ in case alone are
+// others here, whatever the column's order says, and there may be more of a time than its seconds.
 void AddIsStill(odbc::Request& request, const OdbcLink& link, const sql::Assignment& seen) {
     const std::u16string& name = link.Quoted(seen.column);
     if (seen.value.IsNull()) {
         request.text.append(name).append(u" IS NULL");
         return;
     }
-    switch (link.columns[static_cast<std::size_t>(seen.column)].type) {
-        case sql::ColumnType::Text: request.text.append(name).append(u" COLLATE \"C\" = "); break;
-        case sql::ColumnType::Date: request.text.append(u"date_trunc('second', ").append(name).append(u") = "); break;
+    const sql::ColumnType type = link.columns[static_cast<std::size_t>(seen.column)].type;
+    std::u16string_view given = GivenType(type);
+    switch (type) {
+        case sql::ColumnType::Text:
+            // As it is shown, for it may be none of the server's texts. Of Null that would be "".
+            if (seen.value.Text().empty()) request.text.append(name).append(u" IS NOT NULL AND ");
+            request.text.append(u"concat(").append(name).append(u") COLLATE \"C\" = ");
+            break;
+        case sql::ColumnType::Date:
+            request.text.append(u"date_trunc('second', CAST(").append(name).append(u" AS timestamp)) = ");
+            break;
+        case sql::ColumnType::Single:
+            given = u"real";
+            request.text.append(u"CAST(").append(name).append(u" AS real) = ");
+            break;
         default: request.text.append(name).append(u" = ");
     }
-    request.Add(QuotedValue(seen.value));
+    request.Add(QuotedValue(seen.value), given);
 }
 
 }  // namespace
+
+std::u16string AliasText() {
+    return u" AS " + std::u16string(kTableAlias);
+}
 
 OdbcTable::OdbcTable(std::shared_ptr<OdbcLink> link, odbc::Request narrowed, Extent extent)
     : link_(std::move(link)), request_(std::move(narrowed)), extent_(extent) {
@@ -49,7 +65,9 @@ std::unique_ptr<sql::Cursor> OdbcTable::OpenCursor() {
 }
 
 void OdbcTable::RequireKey() const {
-    if (link_->key.empty()) Raise(ErrorNumber::ReadOnly, {link_->name, u"服务器上的表没有主键或唯一索引。"});
+    if (link_->key.empty())
+        Raise(ErrorNumber::ReadOnly,
+              {link_->name, u"服务器上的表没有可用的主键或唯一索引（比秒更细的时间不能作键）。"});
 }
 
 sql::RowId OdbcTable::Insert(std::span<const Value> values) {
@@ -69,10 +87,11 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     odbc::Request request{u"INSERT INTO " + link_->remote, {}};
     request.text += given.empty() ? u" DEFAULT VALUES" : u" (" + link_->QuotedList(given) + u") VALUES (";
     for (const int column : given) {
-        request.Add(QuotedValue(values[static_cast<std::size_t>(column)]));
+        const auto place = static_cast<std::size_t>(column);
+        request.Add(QuotedValue(values[place]), GivenType(link_->columns[place].type));
         request.text += column == given.back() ? u")" : u", ";
     }
-    request.text += u" RETURNING " + link_->QuotedList(wanted);
+    request.text += u" RETURNING " + link_->SelectedList(wanted);
     const auto answer = link_->server->Query(request, {ErrorNumber::OdbcInsertFailed, link_->name});
     link_->server->NoteChange();
     std::vector<Value> row(link_->columns.size());
@@ -125,11 +144,21 @@ void OdbcTable::CancelInserts() {
     collected_rows_ = 0;
 }
 
-void OdbcTable::RaiseNotThere(sql::RowId row) {
-    odbc::Request request{u"SELECT 1 FROM " + link_->remote + u" WHERE ", {}};
-    link_->AddIsRow(request, row);
-    const auto answer = link_->server->Query(request);
-    Raise(answer.rows->Next() ? ErrorNumber::RecordChanged : ErrorNumber::RecordDeleted);
+// The server may have lost the key since the link was made: the subqueries fail there when they find several rows, and
+// with them the change.
+void OdbcTable::ChangeRow(odbc::Request change, std::u16string_view is_row, ErrorNumber failure) {
+    change.text.insert(0, u"WITH qm_changed AS (");
+    change.text.append(u" RETURNING 1) SELECT (SELECT 1 FROM ").append(link_->remote).append(u" WHERE ");
+    change.text.append(is_row).append(u"), (SELECT 1 FROM qm_changed)");
+    const auto answer = link_->server->Query(change, {failure, link_->name});
+    Value there;
+    Value changed;
+    if (answer.rows->Next()) {
+        answer.rows->Read(0, sql::ColumnType::Long, there);
+        answer.rows->Read(1, sql::ColumnType::Long, changed);
+    }
+    if (changed.IsNull()) Raise(there.IsNull() ? ErrorNumber::RecordDeleted : ErrorNumber::RecordChanged);
+    link_->server->NoteChange();
 }
 
 // Only if the row is as it was seen; long values are not compared.
@@ -141,10 +170,12 @@ void OdbcTable::UpdateSeen(sql::RowId row, std::span<const sql::Assignment> chan
     for (const sql::Assignment& change : changes) {
         request.text.append(&change == changes.data() ? u" SET " : u", ").append(link_->Quoted(change.column));
         request.text += u" = ";
-        request.Add(QuotedValue(change.value));
+        request.Add(QuotedValue(change.value), GivenType(link_->columns[static_cast<std::size_t>(change.column)].type));
     }
     request.text += u" WHERE ";
+    const std::size_t before = request.text.size();
     link_->AddIsRow(request, row);
+    const std::u16string is_row = request.text.substr(before);
     for (const sql::Assignment& known : seen) {
         const sql::Column& column = link_->columns[static_cast<std::size_t>(known.column)];
         const bool is_number_of_key = std::ranges::find(link_->key, known.column) != link_->key.end() &&
@@ -153,8 +184,7 @@ void OdbcTable::UpdateSeen(sql::RowId row, std::span<const sql::Assignment> chan
         request.text += u" AND ";
         AddIsStill(request, *link_, known);
     }
-    const std::int64_t affected = link_->server->Execute(request, {ErrorNumber::OdbcUpdateFailed, link_->name});
-    if (affected == 0) RaiseNotThere(row);
+    ChangeRow(std::move(request), is_row, ErrorNumber::OdbcUpdateFailed);
     FollowKey(row, changes, seen);
 }
 
@@ -180,9 +210,10 @@ void OdbcTable::FollowKey(sql::RowId row, std::span<const sql::Assignment> chang
 void OdbcTable::Delete(sql::RowId row) {
     RequireKey();
     odbc::Request request{u"DELETE FROM " + link_->remote + u" WHERE ", {}};
+    const std::size_t before = request.text.size();
     link_->AddIsRow(request, row);
-    const std::int64_t affected = link_->server->Execute(request, {ErrorNumber::OdbcDeleteFailed, link_->name});
-    if (affected == 0) RaiseNotThere(row);
+    const std::u16string is_row = request.text.substr(before);
+    ChangeRow(std::move(request), is_row, ErrorNumber::OdbcDeleteFailed);
 }
 
 // ---- OdbcResult ----

@@ -14,10 +14,13 @@
 
 namespace qmtrain::dao {
 
+// " AS " and kTableAlias.
+std::u16string AliasText();
+
 // Rows of a link, all or those that a request asks for.
 class OdbcTable : public sql::Table {
 public:
-    // `narrowed`: what stands behind FROM; empty: nothing.
+    // `narrowed`: what stands behind FROM and the table, which begins with AliasText().
     OdbcTable(std::shared_ptr<OdbcLink> link, odbc::Request narrowed, Extent extent);
 
     const std::u16string& Name() const override { return link_->name; }
@@ -50,7 +53,7 @@ private:
     void SendCollected();
     void FollowKey(sql::RowId row, std::span<const sql::Assignment> changes, std::span<const sql::Assignment> seen);
     void RequireKey() const;
-    [[noreturn]] void RaiseNotThere(sql::RowId row);
+    void ChangeRow(odbc::Request change, std::u16string_view is_row, ErrorNumber failure);
 
     std::shared_ptr<OdbcLink> link_;
     odbc::Request request_;

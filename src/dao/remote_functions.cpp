@@ -66,8 +66,9 @@ RemoteSql::Piece RemoteSql::PutAggregate(std::u16string_view name, const sql::as
         return {CallOf(sum ? u"sum" : u"avg", AsDouble(argument)), Kind::Number};
     }
     if (name != u"MIN" && name != u"MAX") return Cannot();
-    if (argument.kind == Kind::Boolean || argument.kind == Kind::Other) return Cannot();
-    return {CallOf(name == u"MIN" ? u"min" : u"max", argument.text), argument.kind};
+    if (argument.kind == Kind::Boolean || argument.kind == Kind::Other || argument.order == TextOrder::Cased)
+        return Cannot();
+    return {CallOf(name == u"MIN" ? u"min" : u"max", argument.text), argument.kind, false, argument.order};
 }
 
 RemoteSql::Piece RemoteSql::PutChoice(const Piece& condition, const Piece& yes, const Piece& no) {
@@ -75,8 +76,12 @@ RemoteSql::Piece RemoteSql::PutChoice(const Piece& condition, const Piece& yes, 
     const bool numbers = IsNumber(yes.kind) && IsNumber(no.kind) && yes.kind != no.kind;
     if (yes.kind != no.kind && yes.kind != Kind::Null && no.kind != Kind::Null && !numbers) return Cannot();
     const Kind kind = numbers ? Kind::Number : yes.kind == Kind::Null ? no.kind : yes.kind;
+    const TextOrder order = std::max(yes.order, no.order);
+    const bool either = yes.kind != Kind::Null && no.kind != Kind::Null;
+    if (either && order == TextOrder::Cased) return Cannot();  // who groups by them would find both
     const auto shown = [&](const Piece& piece) { return numbers ? AsDouble(piece) : piece.text; };
-    return {u"(CASE WHEN " + AsCondition(condition) + u" THEN " + shown(yes) + u" ELSE " + shown(no) + u" END)", kind};
+    return {u"(CASE WHEN " + AsCondition(condition) + u" THEN " + shown(yes) + u" ELSE " + shown(no) + u" END)", kind,
+            false, order};
 }
 
 RemoteSql::Piece RemoteSql::PutFunction(std::u16string_view name, const sql::ast::Call& call,
@@ -90,7 +95,8 @@ RemoteSql::Piece RemoteSql::PutFunction(std::u16string_view name, const sql::ast
         return PutChoice(first, arguments[1], arguments[2]);
     }
     if (name == u"NZ" && arguments.size() == 2 && first.kind != Kind::Null && arguments[1].kind == first.kind) {
-        return {CallOf(u"coalesce", first.text + u", " + arguments[1].text), first.kind, arguments[1].required};
+        return {CallOf(u"coalesce", first.text + u", " + arguments[1].text), first.kind, arguments[1].required,
+                std::max(first.order, arguments[1].order)};
     }
     if (name == u"FORMAT" && arguments.size() == 2 && first.kind == Kind::Date) {
         const Value* wanted = LiteralIn(*call.arguments[1]);
@@ -102,18 +108,19 @@ RemoteSql::Piece RemoteSql::PutFunction(std::u16string_view name, const sql::ast
     }
     const bool text = first.kind == Kind::Text;
     if ((name == u"LEFT" || name == u"RIGHT") && text && arguments.size() == 2 && IsWholeFrom(*call.arguments[1], 0)) {
-        return {CallOf(name == u"LEFT" ? u"left" : u"right", first.text + u", " + arguments[1].text), Kind::Text};
+        return {CallOf(name == u"LEFT" ? u"left" : u"right", first.text + u", " + arguments[1].text), Kind::Text, false,
+                first.order};
     }
     if (name == u"MID" && text && arguments.size() > 1 && IsWholeFrom(*call.arguments[1], 1) &&
         (arguments.size() == 2 || IsWholeFrom(*call.arguments[2], 0))) {
         const std::u16string length = arguments.size() == 2 ? std::u16string() : u", " + arguments[2].text;
-        return {CallOf(u"substr", first.text + u", " + arguments[1].text + length), Kind::Text};
+        return {CallOf(u"substr", first.text + u", " + arguments[1].text + length), Kind::Text, false, first.order};
     }
     if (arguments.size() != 1) return Cannot();
     if (name == u"ISNULL") return {InParentheses(first.text + u" IS NULL"), Kind::Boolean, true};
     if (name == u"LEN" && text) return {CallOf(u"length", first.text), Kind::Whole};
     if (const Renamed* function = FindIn(kTextFunctions, name); function != nullptr && text) {
-        return {CallOf(function->remote, first.text), Kind::Text};
+        return {CallOf(function->remote, first.text), Kind::Text, false, first.order};
     }
     if (const Renamed* function = FindIn(kNumberFunctions, name); function != nullptr) {
         if (first.kind == Kind::Number) return {CallOf(function->remote, AsDouble(first)), Kind::Number};

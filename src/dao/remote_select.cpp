@@ -51,12 +51,13 @@ std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {
         if (!item.star) {
             const Piece piece = Put(*item.expression);
             if (piece.kind == Kind::Null) Cannot();  // of what type?
-            add(piece.text);
+            add(Selected(piece.text, piece.kind == Kind::Date ? sql::ColumnType::Date : sql::ColumnType::Text));
             continue;
         }
         for (const TableName& table : scopes_.back()) {
             if (!item.table.empty() && !EqualNames(table.name, item.table)) continue;
-            for (const sql::Column& column : table.link->columns) add(table.alias + u"." + QuotedName(column.name));
+            for (const sql::Column& column : table.link->columns)
+                add(Selected(table.alias + u"." + QuotedName(column.name), column.type));
         }
     }
     return items;
@@ -116,7 +117,7 @@ std::u16string RemoteSql::Put(const sql::ast::Select& select) {
     std::u16string groups;
     std::u16string order = PutOrder(part, select.order_by);
     for (const sql::ast::ExpressionPtr& key : part.group_by) {
-        const Piece piece = Put(*key);
+        const Piece piece = LiteralIn(*key) == nullptr ? Put(*key) : Cannot();  // which there would be a position
         groups += (groups.empty() ? u"" : u", ") + piece.text;
         // Groups come in the order of their keys when nothing else is said.
         order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
@@ -126,7 +127,7 @@ std::u16string RemoteSql::Put(const sql::ast::Select& select) {
         if (!select.order_by.empty()) Cannot();
         for (const sql::ast::SelectItem& item : part.items) {
             const Piece piece = item.star ? Cannot() : Put(*item.expression);
-            if (piece.kind == Kind::Boolean) Cannot();
+            if (piece.kind == Kind::Boolean || piece.kind == Kind::Date) Cannot();  // shown as something else
             order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
         }
     }

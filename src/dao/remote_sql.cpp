@@ -68,8 +68,19 @@ std::u16string RemoteSql::AsCondition(const Piece& piece) {
 
 bool RemoteSql::Compare(const Piece& a, const Piece& b) {
     const auto number = [](Kind kind) { return IsNumber(kind) || kind == Kind::Boolean; };
-    if (a.kind == Kind::Other || b.kind == Kind::Other) return false;
+    if (a.kind == Kind::Other || b.kind == Kind::Other || std::max(a.order, b.order) == TextOrder::Cased) return false;
     return a.kind == b.kind || a.kind == Kind::Null || b.kind == Kind::Null || (number(a.kind) && number(b.kind));
+}
+
+// What is compared with a piece. Of two columns whose texts are in different orders the server would not know which one
+// counts.
+std::u16string RemoteSql::Beside(const Piece& piece, const Piece& other) {
+    std::u16string text = AsNumber(other);
+    const bool texts = piece.kind == Kind::Text && other.kind == Kind::Text;
+    if (!texts || piece.link == nullptr || other.link == nullptr) return text;
+    const std::u16string& order = piece.link->OrderOf(piece.column);
+    if (order.empty() || order == other.link->OrderOf(other.column)) return text;
+    return InParentheses(text + u" COLLATE " + order);
 }
 
 RemoteSql::Piece RemoteSql::Cannot() {
@@ -124,8 +135,10 @@ std::u16string RemoteSql::Top(const sql::ast::Top& top, bool ordered) {
 
 RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Column& column) {
     Start();
-    const Piece piece = PutValue(value);
+    const Piece piece = PutValue(value, u"text");
     const Kind kind = KindOf(column.type);
+    const bool yes_or_no = kind == Kind::Boolean && (piece.kind == kind || piece.kind == Kind::Null);
+    if (yes_or_no && column.required && !piece.required) return Result(CallOf(u"coalesce", piece.text + u", FALSE"));
     if (piece.kind == Kind::Null || (piece.kind == kind && !IsNumber(kind) && kind != Kind::Other)) {
         return Result(piece.text);
     }
@@ -150,16 +163,7 @@ RemoteSql::Piece RemoteSql::Put(const sql::ast::Expression& expression) {
             return {InParentheses(subject.text + (is_null.negated ? u" IS NOT NULL" : u" IS NULL")), Kind::Boolean,
                     true};
         }
-        case ExpressionKind::Between: {
-            const auto& between = static_cast<const Between&>(expression);
-            const Piece subject = Put(*between.subject);
-            const Piece low = Put(*between.low);
-            const Piece high = Put(*between.high);
-            if (!Compare(subject, low) || !Compare(subject, high)) return Cannot();
-            return {InParentheses(AsNumber(subject) + (between.negated ? u" NOT BETWEEN " : u" BETWEEN ") +
-                                  AsNumber(low) + u" AND " + AsNumber(high)),
-                    Kind::Boolean};
-        }
+        case ExpressionKind::Between: return PutBetween(static_cast<const Between&>(expression));
         case ExpressionKind::InList: {
             const auto& in = static_cast<const InList&>(expression);
             const Piece subject = Put(*in.subject);
@@ -167,7 +171,7 @@ RemoteSql::Piece RemoteSql::Put(const sql::ast::Expression& expression) {
             for (const ExpressionPtr& item : in.items) {
                 const Piece piece = Put(*item);
                 if (!Compare(subject, piece)) return Cannot();
-                items += (items.empty() ? u"" : u", ") + AsNumber(piece);
+                items += (items.empty() ? u"" : u", ") + Beside(subject, piece);
             }
             return {InParentheses(AsNumber(subject) + (in.negated ? u" NOT IN (" : u" IN (") + items + u")"),
                     Kind::Boolean};
@@ -192,18 +196,22 @@ RemoteSql::Piece RemoteSql::PutLiteral(const Value& value) {
         case Value::Type::Single:
         case Value::Type::Double: return {Cast(QuotedValue(value), kDouble), Kind::Number, true};
         case Value::Type::Date: return {u"TIMESTAMP " + QuotedValue(value), Kind::Date, true};
-        case Value::Type::Text: return {QuotedValue(value), Kind::Text, true};
+        case Value::Type::Text: {
+            const auto has_case = [](char16_t unit) { return unit > u'~' || ToUpper(unit) != ToLower(unit); };
+            const bool cased = std::ranges::any_of(value.Text(), has_case);
+            return {QuotedValue(value), Kind::Text, true, cased ? TextOrder::Cased : TextOrder::None};
+        }
         default: return Cannot();
     }
 }
 
 // A literal that the server is given as a value beside the statement: next to a column, or alone.
-RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression) {
+RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression, std::u16string_view text_type) {
     const Value* value = takes_values_ && scopes_.size() == 1 ? LiteralIn(expression) : nullptr;
     if (value == nullptr) return Put(expression);
     std::u16string_view type;
     switch (value->GetType()) {
-        case Value::Type::Text: type = u"unknown"; break;  // that of the column's texts
+        case Value::Type::Text: type = text_type; break;
         case Value::Type::Date: type = u"timestamp"; break;
         case Value::Type::Long: type = u"integer"; break;
         default: return Put(expression);
@@ -218,10 +226,16 @@ RemoteSql::Piece RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
     for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope) {
         for (const TableName& table : *scope) {
             if (!name.table.empty() && !EqualNames(table.name, name.table)) continue;
-            for (const sql::Column& column : table.link->columns) {
+            const OdbcLink& link = *table.link;
+            for (std::size_t i = 0; i < link.columns.size(); ++i) {
+                const sql::Column& column = link.columns[i];
                 if (!EqualNames(column.name, name.name)) continue;
                 used_columns_ = true;
-                return {table.alias + u"." + QuotedName(column.name), KindOf(column.type), column.required};
+                std::u16string text = table.alias + u"." + QuotedName(column.name);
+                if (link.IsFine(static_cast<int>(i))) text = CallOf(u"date_trunc", u"'second', " + text);
+                const Kind kind = KindOf(column.type);
+                const TextOrder order = kind == Kind::Text ? TextOrder::Column : TextOrder::None;
+                return {std::move(text), kind, column.required, order, &link, static_cast<int>(i)};
             }
         }
     }
@@ -242,18 +256,43 @@ RemoteSql::Piece RemoteSql::PutUnary(const sql::ast::Unary& unary) {
     }
 }
 
+// Its ends may stand in either order, which in the server's BETWEEN they may not. Only the last of the three forms
+// takes no index there.
+RemoteSql::Piece RemoteSql::PutBetween(const sql::ast::Between& between) {
+    const Piece subject = Put(*between.subject);
+    Piece low = Put(*between.low);
+    Piece high = Put(*between.high);
+    const bool there = low.required && high.required;
+    if (!Compare(subject, low) || !Compare(subject, high) || (!there && !Compare(low, high))) return Cannot();
+    const auto put = [&](std::u16string_view how, const Piece& from, const Piece& to) {
+        return InParentheses(AsNumber(subject) + (between.negated ? u" NOT BETWEEN " : u" BETWEEN ") +
+                             std::u16string(how) + Beside(subject, from) + u" AND " + Beside(subject, to));
+    };
+    const Value* low_value = LiteralIn(*between.low);
+    const Value* high_value = LiteralIn(*between.high);
+    if (there && low_value != nullptr && high_value != nullptr &&
+        low.kind != Kind::Text) {  // texts are in the order of the server's column
+        if (ToDouble(*low_value) > ToDouble(*high_value)) std::swap(low, high);
+        return {put({}, low, high), Kind::Boolean};
+    }
+    if (there) return {put(u"SYMMETRIC ", low, high), Kind::Boolean};
+    return {u"(CASE WHEN " + Beside(subject, low) + u" > " + Beside(subject, high) + u" THEN " + put({}, high, low) +
+                u" ELSE " + put({}, low, high) + u" END)",
+            Kind::Boolean};
+}
+
 RemoteSql::Piece RemoteSql::PutBinary(const sql::ast::Binary& binary) {
     const bool compares = binary.op >= BinaryOperator::Equal && binary.op <= BinaryOperator::GreaterEqual;
     const Piece left = Put(*binary.left);
     if (binary.op == BinaryOperator::Like) return PutLike(left, *binary.right);
     const bool beside_column = compares && binary.left->kind == ExpressionKind::ColumnName;
-    const Piece right = beside_column ? PutValue(*binary.right) : Put(*binary.right);
+    const Piece right = beside_column ? PutValue(*binary.right, u"unknown") : Put(*binary.right);  // the column's
     const auto comparison = [&](std::u16string_view op) -> Piece {
         if (!Compare(left, right)) return Cannot();
         const bool equality = binary.op == BinaryOperator::Equal || binary.op == BinaryOperator::NotEqual;
         const bool plain = equality && left.kind == Kind::Boolean && right.kind == Kind::Boolean;
         std::u16string text = plain ? left.text : AsNumber(left);
-        text.append(op).append(plain ? right.text : AsNumber(right));
+        text.append(op).append(plain ? right.text : Beside(left, right));
         return {InParentheses(text), Kind::Boolean};
     };
     switch (binary.op) {
@@ -271,7 +310,8 @@ RemoteSql::Piece RemoteSql::PutBinary(const sql::ast::Binary& binary) {
         case BinaryOperator::Concatenate: {
             const auto shown = [](const Piece& piece) { return piece.kind == Kind::Text || piece.kind == Kind::Whole; };
             if (!shown(left) || !shown(right)) return Cannot();
-            return {CallOf(u"concat", left.text + u", " + right.text), Kind::Text, true};
+            return {CallOf(u"concat", left.text + u", " + right.text), Kind::Text, true,
+                    std::max(left.order, right.order)};
         }
         default: return PutArithmetic(binary, left, right);
     }
@@ -279,14 +319,14 @@ RemoteSql::Piece RemoteSql::PutBinary(const sql::ast::Binary& binary) {
 
 RemoteSql::Piece RemoteSql::PutArithmetic(const sql::ast::Binary& binary, const Piece& left, const Piece& right) {
     if (binary.op == BinaryOperator::Add && left.kind == Kind::Text && right.kind == Kind::Text) {
-        return {InParentheses(left.text + u" || " + right.text), Kind::Text};
+        return {InParentheses(left.text + u" || " + right.text), Kind::Text, false, std::max(left.order, right.order)};
     }
     const bool whole = left.kind == Kind::Whole && right.kind == Kind::Whole;
     const bool fractions = !whole && left.kind != Kind::Exact && right.kind != Kind::Exact;
     if (!IsNumber(left.kind) || !IsNumber(right.kind) || (!whole && !fractions)) return Cannot();
-    // Whole numbers do not overflow as soon as the server's would.
+    // Whole numbers do not overflow as soon as the server's small ones would, nor as late as its large ones.
     const auto plain = [&](std::u16string_view op) -> Piece {
-        if (whole) return {InParentheses(Cast(left.text, u"bigint").append(op).append(right.text)), Kind::Whole};
+        if (whole) return {Cast(Cast(left.text, u"bigint").append(op).append(right.text), u"integer"), Kind::Whole};
         return {InParentheses(AsDouble(left).append(op).append(AsDouble(right))), Kind::Number};
     };
     switch (binary.op) {

@@ -34,9 +34,8 @@ public:
     // A select as a whole. All its tables are on Server() then.
     RemoteText Select(const sql::ast::Select& select);
 
-    // What follows when one table is named alone: conditions, an order, the first rows of it.
+    // What follows when one table is named alone, by kTableAlias: conditions, an order, the first rows of it.
     void UseTable(const std::shared_ptr<OdbcLink>& link, std::u16string_view name);
-    static std::u16string_view TableAlias() { return u"t0"; }
     RemoteText Condition(const sql::ast::Expression& condition);
     RemoteText Order(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order);
     static std::u16string Top(const sql::ast::Top& top, bool ordered);
@@ -55,10 +54,17 @@ public:
 private:
     enum class Kind : std::uint8_t { Null, Boolean, Whole, Number, Exact, Date, Text, Other };
 
+    // By what order of the server's texts are compared: without that of a column case counts, which makes no
+    // difference where there are no letters.
+    enum class TextOrder : std::uint8_t { None, Cased, Column };
+
     struct Piece {
         std::u16string text;
         Kind kind = Kind::Other;
         bool required = false;  // never Null
+        TextOrder order = TextOrder::None;
+        const OdbcLink* link = nullptr;  // where it is a column
+        int column = 0;
     };
 
     struct TableName {
@@ -70,6 +76,7 @@ private:
     static Kind KindOf(sql::ColumnType type);
     static bool IsNumber(Kind kind) { return kind == Kind::Whole || kind == Kind::Number || kind == Kind::Exact; }
     static bool Compare(const Piece& a, const Piece& b);
+    static std::u16string Beside(const Piece& piece, const Piece& other);
     static std::u16string AsNumber(const Piece& piece);
     static std::u16string AsDouble(const Piece& piece);
     static std::u16string AsCondition(const Piece& piece);
@@ -88,9 +95,10 @@ private:
 
     Piece Put(const sql::ast::Expression& expression);
     Piece PutLiteral(const Value& value);
-    Piece PutValue(const sql::ast::Expression& expression);
+    Piece PutValue(const sql::ast::Expression& expression, std::u16string_view text_type);
     Piece PutColumn(const sql::ast::ColumnName& name);
     Piece PutUnary(const sql::ast::Unary& unary);
+    Piece PutBetween(const sql::ast::Between& between);
     Piece PutBinary(const sql::ast::Binary& binary);
     Piece PutArithmetic(const sql::ast::Binary& binary, const Piece& left, const Piece& right);
     Piece PutLike(const Piece& subject, const sql::ast::Expression& pattern);

@@ -105,6 +105,7 @@ std::vector<CatalogObject> SystemCatalog::Objects() {
             object.database = rows.Text(u"Database");
             object.connect = rows.Text(u"Connect");
             object.foreign_name = rows.Text(u"ForeignName");
+            if (object.type == CatalogObject::kLinkedOdbc) object.remote_columns = rows.Binary(u"RmtInfoLong");
         }
         objects.push_back(std::move(object));
     }

@@ -80,8 +80,7 @@ struct CatalogObject {
     std::u16string database;  // linked tables
     std::u16string connect;
     std::u16string foreign_name;
-    Bytes
-        remote_columns;  // of a new ODBC link: type (2 bytes), size (2) and scale (2) of each column, as ODBC has them
+    Bytes remote_columns;  // of an ODBC link: type (2 bytes), size (2) and scale (2) of each column, as ODBC has them
     RowPointer row;
 
     bool IsSystem() const { return (static_cast<std::uint32_t>(flags) & 0x80000002U) != 0; }

@@ -4,12 +4,16 @@
 #include <array>
 
 #include "core/text.h"
+#include "odbc/call_thread.h"
 #include "odbc/statement.h"
 
 namespace qmtrain::odbc {
 namespace {
 
 constexpr int kMaxName = 256;
+
+// For what a server says at once.
+constexpr std::chrono::seconds kAnswer{3};
 
 // The driver's texts may repeat what it was given.
 std::u16string Without(std::u16string text, std::u16string_view secret) {
@@ -34,7 +38,7 @@ Connection::Handles::~Handles() {
 
 // Opening
 
-Connection::Connection(std::unique_ptr<Handles> handles, std::u16string place)
+Connection::Connection(std::shared_ptr<Handles> handles, std::u16string place)
     : handles_(std::move(handles)), place_(std::move(place)) {}
 
 Connection::~Connection() {
@@ -50,7 +54,7 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
     whole.SetDefault(u"KeepaliveInterval", u"10");
     whole.SetDefault(u"Pqopt",
                      u"tcp_user_timeout=15000");  // milliseconds until a network that swallows all is given up
-    auto handles = std::make_unique<Handles>();
+    auto handles = std::make_shared<Handles>();
     const Library& library = handles->library;
     library.SetConnectAttr(handles->connection, SQL_ATTR_LOGIN_TIMEOUT, Number(static_cast<SQLULEN>(limit.count())), 0);
     const std::u16string text = whole.Text();
@@ -68,7 +72,9 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
     }
     handles->connected = true;
     std::unique_ptr<Connection> connection(new Connection(std::move(handles), connect.Place()));
+    connection->TimeLimit(limit);
     connection->SetUp();
+    connection->TimeLimit({});
     return connection;
 }
 
@@ -153,9 +159,27 @@ void Connection::TimeLimit(std::chrono::milliseconds limit) {
     time_limit_ = static_cast<long>(std::chrono::ceil<std::chrono::seconds>(limit).count());
 }
 
+void Connection::RequireAnswers() const {
+    if (given_up_) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"服务器没有在规定的时间内回答，连接已放弃。"});
+}
+
+std::int16_t Connection::Wait(std::function<std::int16_t()> call) {
+    RequireAnswers();
+    if (time_limit_ == 0) return call();
+    if (thread_ == nullptr) thread_ = std::make_unique<CallThread>();
+    const auto result = std::make_shared<std::int16_t>();
+    const auto run = [call = std::move(call), result, held = handles_] { *result = call(); };
+    if (thread_->Run(run, std::chrono::seconds(time_limit_) + kAnswer)) return *result;
+    given_up_ = true;
+    alive_ = false;
+    RequireAnswers();
+    return *result;
+}
+
 // Transactions
 
 void Connection::Begin(bool serial) {
+    RequireAnswers();
     const SQLRETURN result =
         handles_->library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_OFF), 0);
     if (!Succeeded(result)) {
@@ -217,27 +241,39 @@ void Connection::EndTransaction(bool commit) {
     before_.clear();
     guarded_ = begun_ = false;
     const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes
-    const SQLRETURN result = library.EndTran(SQL_HANDLE_DBC, handles_->connection, commit ? SQL_COMMIT : SQL_ROLLBACK);
+    const auto end = [&library, connection = handles_->connection, commit]() -> SQLRETURN {
+        return library.EndTran(SQL_HANDLE_DBC, connection, commit ? SQL_COMMIT : SQL_ROLLBACK);
+    };
+    in_transaction_ = false;
+    const SQLRETURN result = Wait(end);
     Diagnostics diagnostics;
     if (!Succeeded(result)) {
         diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles_->connection);
         if (commit) library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
         if (MeansLost(diagnostics) || !commit) alive_ = false;
     }
-    in_transaction_ = false;
     library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
     if (!Succeeded(result)) RaiseFor(diagnostics, {}, place_);
     if (lost && commit) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"连接已中断，事务没有完成。"});
 }
 
+// The library calls the server on another line, and waits there without a limit.
 void Connection::Cancel() noexcept {
     const std::scoped_lock lock(running_mutex_);
-    if (running_ != nullptr) handles_->library.Cancel(running_->Handle());
+    if (running_ == nullptr || given_up_) return;
+    try {
+        const auto cancel = [held = handles_, statement = running_->Handle()] { held->library.Cancel(statement); };
+        if (CallThread().Run(cancel, kAnswer)) return;
+        given_up_ = true;
+        alive_ = false;
+    } catch (const std::exception&) {  // no thread: the statement goes on
+    }
 }
 
 // Statement
 
 Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
+    connection.RequireAnswers();
     std::vector<Connection::Handles::Ended>& ended = connection.handles_->ended;
     if (ended.empty()) {
         Allocate();
@@ -264,6 +300,7 @@ void Statement::Allocate() {
 
 Statement::~Statement() {
     constexpr std::size_t kMostEnded = 4;
+    if (connection_.given_up_) return;
     std::vector<Connection::Handles::Ended>& ended = connection_.handles_->ended;
     const bool keep =
         keep_ && connection_.alive_ && ended.size() < kMostEnded && Succeeded(library_.FreeStmt(handle_, SQL_CLOSE));
@@ -286,6 +323,7 @@ Statement::Running::~Running() {
 bool Statement::Check(SQLRETURN result, const Doing& doing) {
     if (Succeeded(result)) return true;
     if (result == SQL_NO_DATA) return false;
+    connection_.RequireAnswers();
     Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_STMT, handle_);
     // Not every driver says so by the error's state.
     SQLUINTEGER dead = SQL_CD_FALSE;
@@ -298,7 +336,11 @@ bool Statement::Check(SQLRETURN result, const Doing& doing) {
 }
 
 void Statement::Send(std::u16string_view sql, const Doing& doing) {
-    Run([&] { return library_.ExecDirect(handle_, ToWide(sql), static_cast<SQLINTEGER>(sql.size())); }, doing);
+    const auto text = std::make_shared<const std::u16string>(sql);
+    const auto send = [&library = library_, handle = handle_, text] {
+        return library.ExecDirect(handle, ToWide(*text), static_cast<SQLINTEGER>(text->size()));
+    };
+    Run([&] { return connection_.Wait(send); }, doing);
 }
 
 void Statement::Execute(const Request& request, const Doing& doing) {

@@ -23,6 +23,7 @@
 
 namespace qmtrain::odbc {
 
+class CallThread;
 class Connection;
 class Statement;
 
@@ -38,7 +39,8 @@ public:
     explicit Rows(std::unique_ptr<Statement> statement);
     ~Rows();
 
-    // Told what all columns are like, so that many rows come faster: in blocks, unless some are long.
+    // Told what all columns are like, so that many rows come faster: in blocks, unless some are long. Their names, by
+    // which failures tell them, must outlive it.
     void Expect(std::vector<Shape> shapes);
 
     bool Next();
@@ -46,8 +48,8 @@ public:
     // How many there are in all; nothing where the library does not know.
     std::optional<std::int64_t> Count();
 
-    // As a column of this type, the one expected, holds it. Requires: Next() was true, and columns are read in their
-    // order.
+    // As a column of this type, the one expected, holds it; dates are read from texts. Raises Overflow for a value that
+    // it cannot hold. Requires: Next() was true, and columns are read in their order.
     void Read(int column, ColumnType type, Value& value);
 
 private:
@@ -58,9 +60,11 @@ private:
     void ReadBytes(int column, Value& value);
     bool ReadFixed(int column, int c_type, void* bytes, std::size_t size);
     void ReadFromBlock(int column, Value& value) const;
+    std::u16string_view NameOf(int column) const;
 
     std::unique_ptr<Statement> statement_;
     std::vector<Shape> shapes_;
+    bool in_blocks_ = false;
     int rows_alone_ = 0;  // fetched one by one
     std::unique_ptr<Block> block_;
 };
@@ -100,10 +104,12 @@ public:
     void Savepoint(std::u16string_view name);
     void RollbackTo(std::u16string_view name);
 
-    // How long each statement may take, rounded up to seconds; none when it is zero.
+    // How long each statement may take, rounded up to seconds; none when it is zero. A server that does not keep to it
+    // is given up some seconds later, and the connection is lost.
     void TimeLimit(std::chrono::milliseconds limit);
 
-    // From any thread: the statement that is running ends with OperationCancelled.
+    // From any thread: the statement that is running ends with OperationCancelled. A server that does not take this is
+    // given up.
     void Cancel() noexcept;
 
     // False once the server has been found gone.
@@ -116,16 +122,23 @@ private:
     friend class Statement;
     struct Handles;
 
-    Connection(std::unique_ptr<Handles> handles, std::u16string place);
+    Connection(std::shared_ptr<Handles> handles, std::u16string place);
     static Request AsRequest(std::u16string_view sql) { return {std::u16string(sql), {}}; }
     void SetUp();
     std::u16string PropertyOf(int info) const;
     void EndTransaction(bool commit);
+
+    // What a call of the library that waits for the server returns; raises when the server is given up. The call must
+    // hold what it uses, but for the handles.
+    std::int16_t Wait(std::function<std::int16_t()> call);
+    void RequireAnswers() const;
     void FetchInParts(const Request& request, const std::function<void(Rows&)>& take);
     std::vector<std::u16string> TakeBefore();
     void UndoStatement(bool guarded) noexcept;
 
-    std::unique_ptr<Handles> handles_;
+    std::shared_ptr<Handles> handles_;
+    std::unique_ptr<CallThread> thread_;
+    std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
     std::u16string place_;
     long time_limit_ = 0;  // seconds
     bool in_transaction_ = false;

@@ -122,6 +122,16 @@ int PositionOf(const TableDescription& table, std::u16string_view column) {
     return found == table.columns.end() ? -1 : static_cast<int>(found - table.columns.begin());
 }
 
+// Whether the values here of these columns are different where those there are.
+bool TellApart(const TableDescription& table, const std::vector<int>& key) {
+    return !key.empty() && std::ranges::all_of(key, [&](int at) {
+        if (at < 0) return false;
+        const Column& column = table.columns[static_cast<std::size_t>(at)];
+        // The file that keeps the link has no keys of long bytes.
+        return column.type != ColumnType::LongBinary && !IsFineTime(column.odbc_type, column.odbc_scale);
+    });
+}
+
 bool ReadPrimaryKey(Connection& connection, TableDescription& table) {
     CatalogRows rows(connection);
     const Name schema{table.schema};
@@ -134,7 +144,9 @@ bool ReadPrimaryKey(Connection& connection, TableDescription& table) {
         table.key.push_back(PositionOf(table, rows.Text(4)));
         table.key_name = rows.Text(6);
     }
-    return !table.key.empty();
+    if (TellApart(table, table.key)) return true;
+    table.key.clear();
+    return false;
 }
 
 // Without a primary key the first unique index is taken whose columns are never Null: any other may hold rows that it
@@ -152,7 +164,7 @@ void ReadUniqueIndex(Connection& connection, TableDescription& table) {
     const auto take = [&] {
         const bool good = std::ranges::all_of(
             key, [&](int column) { return column >= 0 && table.columns[static_cast<std::size_t>(column)].required; });
-        if (table.key.empty() && good && !key.empty()) {
+        if (table.key.empty() && good && TellApart(table, key)) {
             table.key = key;
             table.key_name = index;
         }
@@ -170,6 +182,10 @@ void ReadUniqueIndex(Connection& connection, TableDescription& table) {
 }
 
 }  // namespace
+
+bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale) {
+    return (odbc_type == SQL_TYPE_TIMESTAMP || odbc_type == SQL_TIMESTAMP) && odbc_scale > 0;
+}
 
 TableDescription Connection::Describe(std::u16string_view table) {
     TableDescription description;

@@ -59,9 +59,13 @@ void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string
         const bool deletes = doing.failure == ErrorNumber::OdbcDeleteFailed;
         Raise(deletes ? ErrorNumber::RelatedRecordsExist : ErrorNumber::RelatedRecordRequired, {doing.table, text});
     }
+    const bool only_reads = doing.failure == ErrorNumber::OdbcCallFailed;
+    if (diagnostics.state == u"21000" && !only_reads) {
+        Raise(ErrorNumber::ReadOnly,
+              {doing.table, u"服务器上有几条记录的键与此相同：表已没有链接建立时的主键，请刷新链接。"});
+    }
     const auto meaning = std::ranges::find_if(
         kMeanings, [&](const Meaning& known) { return diagnostics.state.starts_with(known.state); });
-    const bool only_reads = doing.failure == ErrorNumber::OdbcCallFailed;
     if (meaning == std::end(kMeanings) || (meaning->number == ErrorNumber::ReadOnly && only_reads)) {
         if (only_reads) Raise(doing.failure, {text});
         Raise(doing.failure, {doing.table, text});
@@ -71,8 +75,9 @@ void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string
         case ErrorNumber::FieldRequired: Raise(meaning->number, {Quoted(text), text});
         case ErrorNumber::FieldTooLarge:
         case ErrorNumber::DataTypeConversion:
-        case ErrorNumber::ReadOnly:
-        case ErrorNumber::NoSuchTable: Raise(meaning->number, {doing.table, text});
+        case ErrorNumber::ReadOnly: Raise(meaning->number, {doing.table, text});
+        case ErrorNumber::NoSuchTable:
+            Raise(meaning->number, {doing.table.empty() ? Quoted(text) : std::u16string(doing.table), text});
         default: Raise(meaning->number, {text});
     }
 }

@@ -50,6 +50,9 @@ struct Library {
 // What the library is called, for messages.
 std::u16string_view LibraryName();
 
+// The code of this component stays where it is until the process ends: a thread may be running it.
+void KeepThisLoaded();
+
 // A function of the library; null when it lacks it, or cannot be loaded.
 void* FindFunction(const char* name);
 

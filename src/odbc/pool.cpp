@@ -107,7 +107,7 @@ Pool& ThePool() {
     return pool;
 }
 
-std::atomic<int> login_timeout = 20;  // seconds
+std::atomic<int> login_timeout = 5;  // seconds
 
 // Those who have come together do not come back together.
 void Pause() {

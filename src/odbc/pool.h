@@ -9,7 +9,7 @@
 
 namespace qmtrain::odbc {
 
-// How long a server may keep the process waiting that wants to connect, at first 20 seconds; zero: for ever. Each
+// How long a server may keep the process waiting that wants to connect, at first 5 seconds; zero: for ever. Each
 // attempt ends after five, and others follow while there is time: many who come at one moment are not greeted at once.
 void LoginTimeout(std::chrono::seconds limit);
 std::chrono::seconds LoginTimeout();

@@ -1,12 +1,28 @@
 #include "odbc/prepared.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstdint>
+#include <span>
+#include <utility>
 
 namespace qmtrain::odbc {
 namespace {
 
 constexpr std::size_t kMostTexts = 256;
 constexpr std::size_t kMostPrepared = 64;  // each takes some memory of the server's
+
+std::atomic<unsigned> times_outdated = 0;
+
+// A column that is yielded has another type now; a value is none of the type that it is taken for.
+constexpr std::u16string_view kNoLongerFit[] = {u"0A000", u"22P02", u"22003", u"22007", u"22008"};
+
+// The type of a value is none that the column takes, or can be compared with.
+constexpr std::u16string_view kUnfit[] = {u"42804", u"42883"};
+
+bool IsOneOf(std::u16string_view state, std::span<const std::u16string_view> states) {
+    return std::ranges::find(states, state) != states.end();
+}
 
 // The same in every process.
 std::uint64_t HashOf(std::u16string_view text) {
@@ -65,16 +81,31 @@ bool PreparedStatements::Entry::Correct(std::u16string_view state) {
         is_there_ = is_old_ = false;
         return true;
     }
-    if (state == u"0A000" && is_there_) {  // a column that it yields has another type now
+    if (is_there_ && IsOneOf(state, kNoLongerFit)) {
         is_there_ = false;
         is_old_ = true;
         return true;
     }
-    return false;
+    if (IsOneOf(state, kUnfit)) unfit_ = true;
+    return unfit_;
+}
+
+void PreparedStatements::OutdateAll() {
+    ++times_outdated;
+}
+
+void PreparedStatements::TakeOutdating() {
+    const unsigned times = times_outdated;
+    if (std::exchange(seen_, times) == times) return;
+    for (auto& [declaration, entry] : entries_) {
+        entry.is_old_ = entry.is_old_ || entry.is_there_;
+        entry.is_there_ = entry.unfit_ = false;
+    }
 }
 
 PreparedStatements::Entry* PreparedStatements::Use(const Request& request) {
     if (request.values.empty()) return nullptr;
+    TakeOutdating();
     const std::u16string declaration = DeclarationOf(request);
     auto known = entries_.find(declaration);
     if (known == entries_.end()) {
@@ -84,6 +115,7 @@ PreparedStatements::Entry* PreparedStatements::Use(const Request& request) {
         known = entries_.emplace(declaration, Entry(declaration)).first;
     }
     Entry& entry = known->second;
+    if (entry.unfit_) return nullptr;
     if (entry.uses_ == 2) return &entry;
     if (entry.uses_ == 1 && prepared_ == kMostPrepared) return nullptr;
     if (++entry.uses_ < 2) return nullptr;

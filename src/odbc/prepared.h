@@ -29,8 +29,8 @@ public:
         // It was called, and is there now.
         void Called();
 
-        // Told the state of an error. True: the server has not under this name what was thought, nothing has been
-        // done, and the next call takes that into account.
+        // Told the state of an error. True: the server has not under this name what was thought, or it no longer fits
+        // the tables; nothing has been done, and the next call takes that into account.
         bool Correct(std::u16string_view state);
 
     private:
@@ -40,14 +40,21 @@ public:
         int uses_ = 0;
         bool is_there_ = false;
         bool is_old_ = false;  // and no longer fits the tables
+        bool unfit_ = false;   // a column takes none of the types that its values are given
     };
 
     // Null: the request is better sent as a whole. Good until the next call.
     Entry* Use(const Request& request);
 
+    // Tables have changed: the statements of all connections are prepared anew when they come again.
+    static void OutdateAll();
+
 private:
+    void TakeOutdating();
+
     std::unordered_map<std::u16string, Entry> entries_;  // by declaration
     std::size_t prepared_ = 0;
+    unsigned seen_ = 0;  // how often all have been outdated
 };
 
 }  // namespace qmtrain::odbc

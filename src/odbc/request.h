@@ -21,7 +21,7 @@ struct Request {
     std::vector<GivenValue> values;
 
     // Puts a value at the end of the text.
-    void Add(std::u16string value);
+    void Add(std::u16string value, std::u16string_view type = u"unknown");
 
     // The statement with the values in their places.
     std::u16string Whole() const;

@@ -1,7 +1,10 @@
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
+#include <optional>
 #include <span>
+#include <utility>
 
 #include "core/convert.h"
 #include "core/text.h"
@@ -17,15 +20,18 @@ struct Transfer {
     std::size_t size = 0;  // 0: it is long
 };
 
+constexpr std::size_t kLongestTime = 40;  // as a text
+
 Transfer TransferOf(const Shape& shape) {
     switch (shape.type) {
         case ColumnType::Boolean: return {SQL_C_BIT, sizeof(unsigned char)};
-        case ColumnType::Byte: return {SQL_C_UTINYINT, sizeof(std::uint8_t)};
-        case ColumnType::Integer: return {SQL_C_SSHORT, sizeof(std::int16_t)};
-        case ColumnType::Long: return {SQL_C_SLONG, sizeof(std::int32_t)};
-        case ColumnType::Single: return {SQL_C_FLOAT, sizeof(float)};
+        // What does not fit would lose its first digits in smaller ones.
+        case ColumnType::Byte:
+        case ColumnType::Integer:
+        case ColumnType::Long: return {SQL_C_SBIGINT, sizeof(std::int64_t)};
+        case ColumnType::Single:
         case ColumnType::Double: return {SQL_C_DOUBLE, sizeof(double)};
-        case ColumnType::Date: return {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT)};
+        case ColumnType::Date: return {SQL_C_WCHAR, kLongestTime * sizeof(char16_t)};
         case ColumnType::Text:
             // A character may be two units.
             return {SQL_C_WCHAR,
@@ -35,25 +41,84 @@ Transfer TransferOf(const Shape& shape) {
 }
 
 template <class T>
-void Take(const std::uint8_t* bytes, Value& value) {
+T NumberIn(const std::uint8_t* bytes) {
     T number;
     std::memcpy(&number, bytes, sizeof number);
-    value.SetNumber(number);
+    return number;
 }
 
-void TakeFixed(ColumnType type, const std::uint8_t* bytes, Value& value) {
+[[noreturn]] void RaiseTooLarge(std::u16string_view column, std::u16string_view text) {
+    Raise(ErrorNumber::Overflow, {u"服务器上字段“" + std::u16string(column) + u"”的值“" + std::u16string(text) +
+                                  u"”不能用这个字段的类型准确表示。"});
+}
+
+template <class T>
+void TakeWhole(const std::uint8_t* bytes, std::u16string_view column, Value& value) {
+    const auto number = NumberIn<std::int64_t>(bytes);
+    if (!std::in_range<T>(number)) RaiseTooLarge(column, ToText(number));
+    value.SetNumber(static_cast<T>(number));
+}
+
+template <class T>
+void TakeFraction(const std::uint8_t* bytes, std::u16string_view column, Value& value) {
+    const auto number = NumberIn<double>(bytes);
+    const auto taken = static_cast<T>(number);
+    if (!std::isfinite(taken)) {
+        RaiseTooLarge(column, std::isnan(number)      ? u"NaN"
+                              : std::isfinite(number) ? ToText(Value(number))
+                              : number > 0            ? u"Infinity"
+                                                      : u"-Infinity");
+    }
+    value.SetNumber(taken);
+}
+
+// The driver makes some other time of what its structure has no place for. Fractions of seconds and the zone, which is
+// the session's, are left out.
+void TakeTime(std::u16string_view text, std::u16string_view column, Value& value) {
+    constexpr std::u16string_view kForm = u"0000-00-00 00:00:00";
+    constexpr std::size_t kDay = 10;
+    constexpr int kFirstYear = 100;
+    bool good = text.size() == kDay || text.size() >= kForm.size();
+    const std::size_t size = std::min(text.size(), kForm.size());
+    const auto is_digit = [](char16_t unit) { return unit >= u'0' && unit <= u'9'; };
+    for (std::size_t i = 0; i < size && good; ++i) good = kForm[i] == u'0' ? is_digit(text[i]) : text[i] == kForm[i];
+    good = good && text.substr(size).find_first_not_of(u"0123456789.:+-") == text.npos;
+    const auto number = [&](std::size_t at, std::size_t digits) {
+        int result = 0;
+        for (; at < size && digits > 0; ++at, --digits) result = result * 10 + (text[at] - u'0');
+        return result;
+    };
+    if (!good || number(0, 4) < kFirstYear) RaiseTooLarge(column, text);
+    value.SetNumber(FromCivil({number(0, 4), number(5, 2), number(8, 2), number(11, 2), number(14, 2), number(17, 2)}));
+}
+
+// Zeros at its end are no digits of a number.
+std::u16string_view WithoutZeros(std::u16string_view number) {
+    if (number.find(u'.') == number.npos) return number;
+    number = number.substr(0, number.find_last_not_of(u'0') + 1);
+    return number.ends_with(u'.') ? number.substr(0, number.size() - 1) : number;
+}
+
+void TakeDecimal(std::u16string_view column, Value& value) {
+    const std::u16string text = value.Text();
+    std::optional<Decimal> decimal;
+    try {
+        decimal = ToDecimal(value);
+    } catch (const AutomationError&) {  // as below
+    }
+    if (!decimal || WithoutZeros(ToText(Value(*decimal))) != WithoutZeros(text)) RaiseTooLarge(column, text);
+    value = *decimal;
+}
+
+void TakeFixed(ColumnType type, const std::uint8_t* bytes, std::u16string_view column, Value& value) {
     switch (type) {
         case ColumnType::Boolean: return value.SetNumber(*bytes != 0);
-        case ColumnType::Byte: return Take<std::uint8_t>(bytes, value);
-        case ColumnType::Integer: return Take<std::int16_t>(bytes, value);
-        case ColumnType::Long: return Take<std::int32_t>(bytes, value);
-        case ColumnType::Single: return Take<float>(bytes, value);
-        case ColumnType::Double: return Take<double>(bytes, value);
-        default: break;
+        case ColumnType::Byte: return TakeWhole<std::uint8_t>(bytes, column, value);
+        case ColumnType::Integer: return TakeWhole<std::int16_t>(bytes, column, value);
+        case ColumnType::Long: return TakeWhole<std::int32_t>(bytes, column, value);
+        case ColumnType::Single: return TakeFraction<float>(bytes, column, value);
+        default: return TakeFraction<double>(bytes, column, value);
     }
-    SQL_TIMESTAMP_STRUCT time;
-    std::memcpy(&time, bytes, sizeof time);
-    value.SetNumber(FromCivil({time.year, time.month, time.day, time.hour, time.minute, time.second}));
 }
 
 }  // namespace
@@ -77,8 +142,13 @@ Rows::Rows(std::unique_ptr<Statement> statement) : statement_(std::move(statemen
 Rows::~Rows() = default;
 
 void Rows::Expect(std::vector<Shape> shapes) {
-    const bool short_ones = std::ranges::all_of(shapes, [](const Shape& shape) { return TransferOf(shape).size > 0; });
-    if (short_ones) shapes_ = std::move(shapes);
+    in_blocks_ = std::ranges::all_of(shapes, [](const Shape& shape) { return TransferOf(shape).size > 0; });
+    shapes_ = std::move(shapes);
+}
+
+std::u16string_view Rows::NameOf(int column) const {
+    const auto place = static_cast<std::size_t>(column);
+    return place < shapes_.size() ? shapes_[place].name : std::u16string_view();
 }
 
 std::optional<std::int64_t> Rows::Count() {
@@ -90,7 +160,7 @@ std::optional<std::int64_t> Rows::Count() {
 bool Rows::Next() {
     constexpr int kMostAlone = 4;
     if (block_ != nullptr && ++block_->at < block_->fetched) return true;
-    if (!shapes_.empty() && rows_alone_++ >= kMostAlone) return FetchBlock();
+    if (in_blocks_ && rows_alone_++ >= kMostAlone) return FetchBlock();
     return statement_->Run([&] { return statement_->Functions().Fetch(statement_->Handle()); }, {});
 }
 
@@ -191,24 +261,28 @@ void Rows::ReadFromBlock(int column, Value& value) const {
     const SQLLEN length = from.lengths[block_->at];
     if (length == SQL_NULL_DATA) {
         value = Null{};
-    } else if (type != ColumnType::Text) {
-        TakeFixed(type, bytes, value);
+    } else if (type != ColumnType::Text && type != ColumnType::Date) {
+        TakeFixed(type, bytes, NameOf(column), value);
     } else if (length < 0 || static_cast<std::size_t>(length) + sizeof(char16_t) > from.transfer.size) {
         Raise(ErrorNumber::FieldTooLarge, {u"ODBC", u"服务器上的字段变长了，请刷新链接。"});
+    } else if (const auto units = static_cast<std::size_t>(length) / sizeof(char16_t); type == ColumnType::Date) {
+        std::array<char16_t, kLongestTime> text;
+        std::memcpy(text.data(), bytes, units * sizeof(char16_t));
+        TakeTime({text.data(), units}, NameOf(column), value);
     } else {
         std::u16string& text = value.ReuseText();
-        text.resize(static_cast<std::size_t>(length) / sizeof(char16_t));
-        std::memcpy(text.data(), bytes, static_cast<std::size_t>(length));
+        text.resize(units);
+        std::memcpy(text.data(), bytes, units * sizeof(char16_t));
     }
 }
 
 void Rows::Read(int column, ColumnType type, Value& value) {
     if (block_ != nullptr) return ReadFromBlock(column, value);
     if (type == ColumnType::Binary || type == ColumnType::LongBinary) return ReadBytes(column, value);
-    if (const Transfer transfer = TransferOf({type}); transfer.size > 0) {
-        std::array<std::uint8_t, sizeof(SQL_TIMESTAMP_STRUCT)> bytes;
+    if (const Transfer transfer = TransferOf({type}); transfer.size > 0 && type != ColumnType::Date) {
+        std::array<std::uint8_t, sizeof(std::int64_t)> bytes;
         if (ReadFixed(column, transfer.c_type, bytes.data(), transfer.size))
-            TakeFixed(type, bytes.data(), value);
+            TakeFixed(type, bytes.data(), NameOf(column), value);
         else
             value = Null{};
         return;
@@ -217,10 +291,12 @@ void Rows::Read(int column, ColumnType type, Value& value) {
     ReadText(column, value.ReuseText(), null);
     if (null) {
         value = Null{};
+    } else if (type == ColumnType::Date) {
+        TakeTime(std::u16string(value.Text()), NameOf(column), value);
     } else if (type == ColumnType::Currency) {
         value = ToCurrency(value);
     } else if (type == ColumnType::Decimal) {
-        value = ToDecimal(value);
+        TakeDecimal(NameOf(column), value);
     } else if (type == ColumnType::Guid) {
         value = u"{" + ToUpper(value.Text()) + u"}";
     }

@@ -42,6 +42,7 @@ public:
     // for "no data", of which it returns false.
     template <class Call>
     bool Run(const Call& call, const Doing& doing) {
+        connection_.RequireAnswers();
         SQLRETURN result = SQL_ERROR;
         {
             const Running running(*this);

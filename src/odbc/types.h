@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/column_type.h"
@@ -24,10 +25,14 @@ struct Column {
     std::int16_t odbc_scale = 0;
 };
 
+// Whether it holds times of which the values here have the whole seconds alone.
+bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale);
+
 // A column of a result, as it will be read.
 struct Shape {
     ColumnType type = ColumnType::Text;
     int size = 0;  // Text: characters; 0 when nobody knows
+    std::u16string_view name{};
 };
 
 struct TableDescription {
@@ -35,7 +40,7 @@ struct TableDescription {
     std::u16string name;
     std::vector<Column> columns;
     std::u16string key_name;
-    std::vector<int> key;  // positions of columns; empty: no unique index
+    std::vector<int> key;  // positions of columns; empty: no unique index by whose values here rows are told apart
 };
 
 }  // namespace qmtrain::odbc

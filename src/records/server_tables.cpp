@@ -130,8 +130,8 @@ public:
         }
         if (here.rows < there.rows) RaiseDiffers(there);
         Send(together);
+        SetNextNumber();
         if (here.rows > there.rows) {
-            SetNextNumber();
             const Content after = ReadServer();
             if (after != here) RaiseDiffers(after);
         }
@@ -147,11 +147,13 @@ private:
         rows.clear();
     }
 
+    // An earlier attempt may have ended just before it.
     void SetNextNumber() {
         if (table_.number.empty()) return;
         const std::u16string highest =
-            u"(SELECT max(" + dao::QuotedName(table_.number) + u") FROM " + Remote(table_) + u")";
-        server_.Query(u"SELECT setval(" + Sequence(table_) + u", " + highest + u")");
+            u"(SELECT max(" + dao::QuotedName(table_.number) + u") AS number FROM " + Remote(table_) + u") AS highest";
+        server_.Query(u"SELECT setval(" + Sequence(table_) + u", greatest(number, pg_sequence_last_value(" +
+                      Sequence(table_) + u"))) FROM " + highest + u" WHERE number IS NOT NULL");
     }
 
     Content ReadServer() {

@@ -1,8 +1,13 @@
 // Links to tables on a server: how they are stored, what comes through them, and what goes wrong.
 
 #include <chrono>
+#include <csignal>
+#include <fstream>
 #include <set>
+#include <sstream>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -124,6 +129,11 @@ TEST_F(LinkTest, IsRefreshedWhenTheServersTableHasChanged) {
     server_->Psql(
         "ALTER TABLE train ADD b integer DEFAULT 7; ALTER TABLE train DROP a; INSERT INTO train DEFAULT VALUES");
     EXPECT_NE(ErrorOf([&] { database_->OpenRecordset(u"train"); }), 0);
+    server_->Psql("ALTER TABLE train RENAME TO gone");
+    const AutomationError error = RaisedBy([&] { database_->OpenRecordset(u"train"); });
+    EXPECT_EQ(error.Number(), N(Number::NoSuchTable));
+    EXPECT_NE(std::string(error.what()).find("“public.train”"), std::string::npos) << error.what();
+    server_->Psql("ALTER TABLE gone RENAME TO train");
     database_->RefreshLink(u"train");
     EXPECT_EQ(Column(u"SELECT b FROM train", u"b"), u"7");
     EXPECT_EQ(Stored(u"train").foreign_name, u"public.train");
@@ -442,6 +452,72 @@ TEST_F(RowsTest, ATableWithoutAKeyIsReadOnly) {
     EXPECT_EQ(Column(u"SELECT a FROM loose ORDER BY a", u"a"), u"1 2");
 }
 
+// A key that has gone since the link was made: no statement may change rows that nobody has seen.
+TEST_F(RowsTest, AKeyThatIsNoLongerOneChangesNothing) {
+    MakeTable("lost", "id integer PRIMARY KEY, a integer");
+    server_->Psql("INSERT INTO lost VALUES (1, 1), (2, 2)");
+    const auto rows = database_->OpenRecordset(u"SELECT * FROM lost ORDER BY id");
+    server_->Psql("ALTER TABLE lost DROP CONSTRAINT lost_pkey; INSERT INTO lost VALUES (1, 1), (1, 1), (1, 5)");
+    const auto change = [&] {
+        rows->Edit();
+        rows->Fields(u"a").Value(std::int32_t{9});
+        rows->Update();
+    };
+    for (const bool in_transaction : {false, true}) {
+        SCOPED_TRACE(in_transaction);
+        if (in_transaction) {
+            dao::Engine::Instance().BeginTrans();
+            database_->Execute(u"INSERT INTO train (userid) VALUES (77)");
+        }
+        const AutomationError error = RaisedBy(change);
+        EXPECT_EQ(error.Number(), N(Number::ReadOnly));
+        EXPECT_NE(std::string(error.what()).find("lost"), std::string::npos) << error.what();
+        rows->CancelUpdate();
+        EXPECT_EQ(ErrorOf([&] { rows->Delete(); }), N(Number::ReadOnly));
+        rows->MoveNext();
+        if (!in_transaction) {
+            change();
+            EXPECT_EQ(server_->Psql("SELECT a FROM lost WHERE id = 2"), "9") << "this one is known by its key still";
+        }
+        rows->MovePrevious();
+        if (in_transaction) dao::Engine::Instance().CommitTrans();
+    }
+    EXPECT_EQ(server_->Psql("SELECT count(*), sum(a) FROM lost WHERE id = 1"), "4|8");
+    EXPECT_EQ(server_->Psql("SELECT count(*) FROM train WHERE userid = 77"), "1") << "what came before stays";
+}
+
+TEST_F(RowsTest, ATimeFinerThanSecondsIsNoKey) {
+    struct Case {
+        const char* name;
+        const char* columns;
+        bool updatable;
+    };
+    const Case cases[] = {
+        {"fine", "at timestamp PRIMARY KEY, a integer", false},
+        {"fine_too", "at timestamp(3), a integer, PRIMARY KEY (a, at)", false},
+        {"coarse", "at timestamp(0) PRIMARY KEY, a integer", true},
+        {"daily", "at date PRIMARY KEY, a integer", true},
+        {"other", "at timestamp PRIMARY KEY, a integer NOT NULL UNIQUE", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        MakeTable(c.name, c.columns);
+        server_->Psql("INSERT INTO " + std::string(c.name) +
+                      " SELECT timestamp '2005-04-12 08:00:00' + n * interval '33 hours 0.6 second', n FROM "
+                      "generate_series(1, 600) "
+                      "n");
+        const std::u16string name = FromUtf8(c.name);
+        const auto rows = database_->OpenRecordset(name);
+        std::set<std::int32_t> seen;
+        int count = 0;
+        for (; !rows->Eof(); rows->MoveNext(), ++count) seen.insert(ToLong(rows->Fields(u"a").Value()));
+        EXPECT_EQ(count, 600);
+        EXPECT_EQ(seen.size(), 600U);
+        EXPECT_EQ(rows->Updatable(), c.updatable);
+        EXPECT_EQ(ErrorOf([&] { rows->AddNew(); }), c.updatable ? 0 : N(Number::ReadOnly));
+    }
+}
+
 TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
     server_->Psql(
         "CREATE TABLE child (id serial PRIMARY KEY, train integer REFERENCES train, n smallint NOT NULL);"
@@ -486,7 +562,6 @@ TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
 }
 
 TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
-    odbc::LoginTimeout(std::chrono::seconds(5));
     // A server that takes a call and never says anything.
     const int silent = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
@@ -530,7 +605,60 @@ TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
         EXPECT_FALSE(database_->HasTable(u"new"));
     }
     close(silent);
-    odbc::LoginTimeout(std::chrono::seconds(20));
+}
+
+// A limit counts, too, where nobody is there to keep it.
+TEST_F(RowsTest, DoNotWaitForAServerThatHangs) {
+    std::vector<pid_t> stopped;
+    const auto hang = [&] {
+        std::istringstream processes(server_->Psql(
+            "SELECT pid FROM pg_stat_activity WHERE usename = 'exam' AND backend_type = 'client backend'"));
+        for (pid_t process = 0; processes >> process;) {
+            stopped.push_back(process);
+            kill(process, SIGSTOP);
+        }
+        ASSERT_FALSE(stopped.empty());
+    };
+    auto seconds = [begin = std::chrono::steady_clock::now()]() mutable {
+        const auto from = std::exchange(begin, std::chrono::steady_clock::now());
+        return std::chrono::duration<double>(begin - from).count();
+    };
+    constexpr double kMost = 9;
+    database_->Limits({std::chrono::seconds(1), 0});
+    EXPECT_EQ(Column(u"SELECT score FROM train WHERE id = 1", u"score"), u"1.1");
+    hang();
+    EXPECT_EQ(Column(u"SELECT score FROM train WHERE id = 1", u"score"), u"1.1") << "it is asked again by itself";
+    EXPECT_LT(seconds(), kMost);
+    hang();
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE train SET score = 7 WHERE id = 5"); }),
+              N(Number::OdbcConnectionFailed));
+    EXPECT_LT(seconds(), kMost);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5") << "there are other connections";
+    dao::Engine::Instance().BeginTrans();
+    database_->Execute(u"UPDATE train SET score = 8 WHERE id = 1");
+    hang();
+    EXPECT_EQ(ErrorOf([] { dao::Engine::Instance().CommitTrans(); }), N(Number::OdbcConnectionFailed));
+    EXPECT_LT(seconds(), kMost);
+    EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5");
+    // All of the server, so that nobody takes a call to end the statement either.
+    pid_t whole = 0;
+    std::ifstream(server_->Psql("SHOW data_directory") + "/postmaster.pid") >> whole;
+    ASSERT_GT(whole, 0);
+    hang();
+    kill(whole, SIGSTOP);
+    stopped.push_back(whole);
+    std::thread canceller([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        database_->Cancel();
+    });
+    seconds();
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE train SET score = 9 WHERE id = 5"); }),
+              N(Number::OdbcConnectionFailed));
+    canceller.join();
+    EXPECT_LT(seconds(), kMost);
+    for (const pid_t process : stopped) kill(process, SIGCONT);
+    database_->Limits({});
+    EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5");
 }
 
 TEST_F(RowsTest, GoOnWhenTheServerIsBack) {

@@ -172,6 +172,19 @@ TEST_F(PreparedTest, WhatIsGoneOrThereAlreadyDoesNotMatter) {
     }
 }
 
+TEST_F(PreparedTest, AreMadeAnewWhenTablesHaveChanged) {
+    const auto made = [&] { return AnswerOf(*connection_, {u"SELECT prepare_time FROM pg_prepared_statements", {}}); };
+    for (int turn = 0; turn < 3; ++turn) EXPECT_EQ(AnswerOf(*connection_, Asking(1)), u"1.1");
+    const std::u16string first = made();
+    database_->RefreshLink(u"train");
+    for (int turn = 0; turn < 3; ++turn) EXPECT_EQ(AnswerOf(*connection_, Asking(1)), u"1.1");
+    const std::u16string second = made();
+    EXPECT_NE(second, u"");
+    EXPECT_NE(second, first);
+    EXPECT_EQ(AnswerOf(*connection_, Asking(2)), u"2.1");
+    EXPECT_EQ(made(), second) << "once";
+}
+
 TEST_F(PreparedTest, AFailureInATransactionLeavesItAsItWas) {
     const auto add = [&](std::int32_t id) {
         odbc::Request request{u"INSERT INTO train (id, userid) VALUES (", {}};
@@ -188,6 +201,88 @@ TEST_F(PreparedTest, AFailureInATransactionLeavesItAsItWas) {
     EXPECT_EQ(ErrorOf([&] { add(12); }), N(Number::DuplicateKey));
     connection_->Commit();
     EXPECT_EQ(server_->Psql("SELECT count(*) FROM train WHERE id > 9"), "3");
+}
+
+// A statement that was prepared for the column as it was must not make of a value what that column would have held.
+TEST_F(PreparedTest, ValuesReachAColumnThatHasGotAnotherType) {
+    server_->Psql("CREATE TYPE colour AS ENUM ('red', 'green')");
+    struct Case {
+        const char* was;
+        const char* becomes;
+        Value before;
+        Value after;
+        const char* stored;
+    };
+    const Date morning = FromCivil({2005, 4, 12, 8, 30, 15});
+    const Case cases[] = {
+        {"date", "timestamp", FromCivil({2005, 4, 11}), morning, "2005-04-12 08:30:15"},
+        {"timestamp", "date", FromCivil({2005, 4, 11}), morning, "2005-04-12"},
+        {"smallint", "integer", std::int16_t{7}, std::int16_t{8}, "8"},
+        {"integer", "bigint", std::int32_t{7}, std::int32_t{8}, "8"},
+        {"integer", "text", std::int32_t{7}, std::int32_t{8}, "8"},
+        {"integer", "numeric(12, 2)", std::int32_t{7}, std::int32_t{8}, "8.00"},
+        {"real", "double precision", 0.5F, 0.1F, "0.1"},
+        {"real", "numeric(12, 2)", 0.5F, 0.1F, "0.10"},
+        {"double precision", "text", 0.5, 0.1, "0.1"},
+        {"char(5)", "varchar(9)", u"ab", u"ab ", "ab "},
+        {"varchar(5)", "varchar(9)", u"ab", u"12345", "12345"},
+        {"colour", "text", u"red", u"green", "green"},
+        {"text", "colour", u"red", u"green", "green"},
+        {"time", "text", u"08:00:00", u"8:00", "8:00"},
+    };
+    int number = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.was) + " to " + c.becomes);
+        const std::string table = "altered" + std::to_string(++number);
+        MakeTable(table, std::string("id serial PRIMARY KEY, v ") + c.was);
+        const std::u16string all = u"SELECT id, v FROM " + FromUtf8(table);
+        const auto add = [&](const Value& value) {
+            const auto rows = database_->OpenRecordset(all, dao::RecordsetType::Dynaset, dao::kAppendOnly);
+            rows->AddNew();
+            rows->Fields(u"v").Value(value);
+            rows->Update();
+        };
+        for (int turn = 0; turn < 3; ++turn) add(c.before);
+        const auto rows = database_->OpenRecordset(all + u" WHERE id = 1");
+        const auto change = [&](const Value& value) {
+            rows->Edit();
+            rows->Fields(u"v").Value(value);
+            rows->Update();
+        };
+        for (const Value& value : {Value(Null{}), c.before, Value(Null{}), c.before, Value(Null{})}) change(value);
+        server_->Psql("ALTER TABLE " + table + " ALTER v TYPE " + c.becomes + " USING v::text::" + c.becomes);
+        for (int turn = 0; turn < 3; ++turn) {
+            EXPECT_EQ(ErrorOf([&] { add(c.after); }), 0);
+            EXPECT_EQ(server_->Psql("SELECT v FROM " + table + " WHERE id = (SELECT max(id) FROM " + table + ")"),
+                      c.stored);
+        }
+        EXPECT_EQ(ErrorOf([&] { change(c.after); }), 0);
+        EXPECT_EQ(server_->Psql("SELECT v FROM " + table + " WHERE id = 1"), c.stored);
+        EXPECT_EQ(ErrorOf([&] { change(Null{}); }), 0) << "it is still what was written";
+    }
+}
+
+TEST_F(PreparedTest, ConditionsFollowAColumnThatHasGotAnotherType) {
+    MakeTable("moved", "id serial PRIMARY KEY, fixed char(5), day date");
+    server_->Psql("INSERT INTO moved (fixed, day) VALUES ('ab', '2005-04-12')");
+    struct Case {
+        const char* alter;
+        const char16_t* before;
+        const char16_t* after;
+    };
+    const Case cases[] = {
+        {"day TYPE timestamp USING '2005-04-12 08:00:00'", u"day = #2005-04-12#", u"day = #2005-04-12 08:00:00#"},
+        {"fixed TYPE varchar(9) USING 'ab '", u"fixed = 'ab'", u"fixed = 'ab '"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.alter);
+        const auto found = [&](const char16_t* condition) {
+            return Column(u"SELECT id FROM moved WHERE " + std::u16string(condition), u"id");
+        };
+        for (int turn = 0; turn < 3; ++turn) EXPECT_EQ(found(c.before), u"1");
+        server_->Psql("ALTER TABLE moved ALTER " + std::string(c.alter));
+        for (int turn = 0; turn < 3; ++turn) EXPECT_EQ(found(c.after), u"1");
+    }
 }
 
 TEST_F(PreparedTest, FollowsTheTableAndTheRights) {

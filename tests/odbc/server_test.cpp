@@ -132,6 +132,21 @@ TEST_F(CopyTest, BringsAllRowsOnceHoweverOftenItIsRun) {
     EXPECT_EQ(server_->Psql("SELECT max(\"TrainID\") FROM traininfo"), "4") << "behind those that were brought";
 }
 
+// An attempt may end between the last rows and the number of the next one.
+TEST_F(CopyTest, NumbersGoOnBehindTheRowsWhereverItWasBrokenOff) {
+    Copy();
+    server_->Psql("SELECT setval('\"traininfo_TrainID_seq\"', 1, false), setval('\"trainresult_ResultID_seq\"', 1)");
+    Copy();
+    server_->Psql("INSERT INTO traininfo (\"UserId\") VALUES (9); INSERT INTO trainresult (\"TrainID\") VALUES (9)");
+    EXPECT_EQ(server_->Psql("SELECT max(\"TrainID\") FROM traininfo"), "4");
+    EXPECT_EQ(server_->Psql("SELECT max(\"ResultID\") FROM trainresult"), std::to_string(kResults + 1));
+    // Numbers that have been given are not given again.
+    server_->Psql("DELETE FROM traininfo WHERE \"TrainID\" = 4; DELETE FROM trainresult WHERE \"TrainID\" = 9");
+    Copy();
+    server_->Psql("INSERT INTO traininfo (\"UserId\") VALUES (9)");
+    EXPECT_EQ(server_->Psql("SELECT max(\"TrainID\") FROM traininfo"), "5");
+}
+
 TEST_F(CopyTest, MixesWithNothingElse) {
     server_->Psql("INSERT INTO trainresult (\"TrainID\", \"QuestionRecNo\") VALUES (3, 'X')");
     EXPECT_NE(ErrorOf([&] { Copy(); }), 0);

@@ -20,7 +20,6 @@
 #include "host/practice/practice_window.h"
 #include "host/practice/unfinished.h"
 #include "host/samples/sample_data.h"
-#include "odbc/pool.h"
 #include "ui/message_box.h"
 #include "ui/screenshot.h"
 #include "ui/toolkit.h"
@@ -127,7 +126,6 @@ int RunWindows(const Options& options) {
         std::fputs("qmtrain: 没有可用的显示设备\n", stderr);
         return 1;
     }
-    odbc::LoginTimeout(std::chrono::seconds(5));  // somebody sits in front of it
     const DataFolder folder{options.data};
     std::optional<SingleInstance> instance;
     if (options.command.empty() && options.screenshot.empty()) {

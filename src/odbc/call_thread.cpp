@@ -1,0 +1,52 @@
+#include "odbc/call_thread.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "odbc/library.h"
+
+namespace qmtrain::odbc {
+
+struct CallThread::State {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::function<void()> call;
+    bool busy = false;
+    bool over = false;
+};
+
+CallThread::CallThread() : state_(std::make_shared<State>()) {
+    KeepThisLoaded();
+    std::thread([state = state_] { Serve(state); }).detach();
+}
+
+CallThread::~CallThread() {
+    const std::scoped_lock lock(state_->mutex);
+    state_->over = true;
+    state_->changed.notify_all();
+}
+
+void CallThread::Serve(const std::shared_ptr<State>& state) {
+    std::unique_lock lock(state->mutex);
+    while (true) {
+        state->changed.wait(lock, [&] { return state->busy || state->over; });
+        if (!state->busy) return;
+        lock.unlock();
+        state->call();
+        state->call = nullptr;  // what it holds is let go of here
+        lock.lock();
+        state->busy = false;
+        state->changed.notify_all();
+    }
+}
+
+bool CallThread::Run(std::function<void()> call, std::chrono::milliseconds limit) {
+    std::unique_lock lock(state_->mutex);
+    state_->call = std::move(call);
+    state_->busy = true;
+    state_->changed.notify_all();
+    return state_->changed.wait_for(lock, limit, [&] { return !state_->busy; });
+}
+
+}  // namespace qmtrain::odbc

@@ -1,0 +1,31 @@
+// Calls of the library that wait for a server, made on a thread of their own: a server that hangs never answers, and
+// who waits for it must be able to give up.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace qmtrain::odbc {
+
+class CallThread {
+public:
+    CallThread();
+    CallThread(const CallThread&) = delete;
+    CallThread& operator=(const CallThread&) = delete;
+
+    // A call that has been given up goes on by itself.
+    ~CallThread();
+
+    // False: it has not returned within the limit. It may go on for any time, with what it holds, and no other one may
+    // follow.
+    bool Run(std::function<void()> call, std::chrono::milliseconds limit);
+
+private:
+    struct State;
+    static void Serve(const std::shared_ptr<State>& state);
+
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace qmtrain::odbc
