@@ -24,6 +24,13 @@ struct Magnitude {
         return true;
     }
 
+    // False, and nothing changed, when the result does not fit.
+    bool Increment() {
+        if (low == ~std::uint64_t{0} && high == ~std::uint32_t{0}) return false;
+        if (++low == 0) ++high;
+        return true;
+    }
+
     // Divides by ten and returns the digit cut off.
     unsigned CutDigit() {
         const std::uint64_t c = high;

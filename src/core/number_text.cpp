@@ -1,5 +1,6 @@
 #include "core/number_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -126,35 +127,54 @@ std::optional<Decimal> ParseDecimal(std::string_view plain) {
         const char* first = plain.data() + mark + 1;
         if (*first == '+') ++first;
         if (std::from_chars(first, plain.data() + plain.size(), exponent).ec != std::errc()) return std::nullopt;
-        if (std::abs(exponent) > 60) return std::nullopt;
         plain = plain.substr(0, mark);
     }
     Magnitude magnitude;
-    int scale = -exponent;
+    std::int64_t scale = -std::int64_t{exponent};
+    unsigned cut = 0;       // the digit behind the last one that is kept
+    bool more_cut = false;  // whether any digit behind that one is not 0
     bool behind_point = false;
     bool full = false;
     bool negative = false;
     for (const char unit : plain) {
         if (unit == '-') {
             negative = true;
-        } else if (unit == '.') {
-            behind_point = true;
-        } else {
-            // Digits that no longer fit are given up behind the point; before it, the number is too large.
-            if (!full) full = scale >= 28 || !magnitude.Append(static_cast<unsigned>(unit - '0'));
-            if (full && !behind_point) return std::nullopt;
-            if (behind_point && !full) ++scale;
+            continue;
         }
+        if (unit == '.') {
+            behind_point = true;
+            continue;
+        }
+        const auto digit = static_cast<unsigned>(unit - '0');
+        if (full) {
+            more_cut = more_cut || digit != 0;
+        } else if (!magnitude.Append(digit)) {
+            full = true;
+            cut = digit;
+        }
+        if (behind_point && !full) ++scale;
+        if (!behind_point && full) --scale;
     }
-    while (scale < 0) {
-        if (!magnitude.Append(0)) return std::nullopt;
-        ++scale;
+    if (magnitude.IsZero())
+        return MakeDecimal(negative, static_cast<int>(std::clamp<std::int64_t>(scale, 0, 28)), magnitude);
+    for (; scale < 0; ++scale) {
+        if (full || !magnitude.Append(0)) return std::nullopt;
     }
-    while (scale > 28) {
-        magnitude.CutDigit();
+    const auto cut_one = [&] {
+        more_cut = more_cut || cut != 0;
+        cut = magnitude.CutDigit();
         --scale;
+    };
+    while (scale > 28 && !(magnitude.IsZero() && cut == 0)) cut_one();
+    scale = std::min<std::int64_t>(scale, 28);
+    // Half goes to the even digit.
+    const auto goes_up = [&] { return cut > 5 || (cut == 5 && (more_cut || magnitude.low % 2 != 0)); };
+    if (goes_up() && !magnitude.Increment()) {
+        if (scale == 0) return std::nullopt;
+        cut_one();
+        if (goes_up()) magnitude.Increment();
     }
-    return MakeDecimal(negative, scale, magnitude);
+    return MakeDecimal(negative, static_cast<int>(scale), magnitude);
 }
 
 std::optional<double> ParseNumber(std::u16string_view text) {

@@ -126,20 +126,34 @@ std::vector<sql::Assignment> RowEdit::Seen() const {
     return seen;
 }
 
-// A field that is written must be as it was when the edit began. Once somebody has been told that it is not, he may
-// write over it.
-void RowEdit::RequireUnchanged(sql::Table& table, sql::RowId row) {
+// Reads the fields that are written once more. False when one of them is not as it was when the edit began.
+bool RowEdit::TakeOriginals(sql::Table& table, sql::RowId row) {
     const auto cursor = table.OpenCursor();
     bool same = true;
     Value now;
-    if (!cursor->MoveTo(row)) return;
+    if (!cursor->MoveTo(row)) return true;
     for (std::size_t i = 0; i < Width(); ++i) {
         if (!changed_[i]) continue;
         cursor->Read(Query().Columns()[i].column, now);
-        same = same && now == originals_[i];
-        originals_[i] = now;
+        Value& original = originals_[i];
+        const bool are_no_numbers = now != now && original != original;
+        same = same && (now == original || are_no_numbers);
+        original = now;
     }
-    if (!same) Raise(ErrorNumber::RecordChanged);
+    return same;
+}
+
+// Once somebody has been told that the row was changed, he may write over it.
+sql::RowId RowEdit::RequireUnchanged(sql::Table& table) {
+    sql::RowId row;
+    try {
+        row = rows_.Recognise();
+    } catch (const AutomationError& error) {
+        if (error.Is(ErrorNumber::RecordChanged)) TakeOriginals(table, rows_.Recognise());
+        throw;
+    }
+    if (!TakeOriginals(table, row)) Raise(ErrorNumber::RecordChanged);
+    return row;
 }
 
 void RowEdit::UpdateRow(sql::Table& table) {
@@ -150,11 +164,12 @@ void RowEdit::UpdateRow(sql::Table& table) {
     std::uint64_t identity = 0;
     {
         ChangeScope writing(source_.Storage(), table);
-        const sql::RowId row = rows_.Recognise();
+        sql::RowId row;
         if (table.IsRemote()) {
+            row = rows_.Recognise();
             table.UpdateSeen(row, changes, Seen());
         } else {
-            RequireUnchanged(table, row);
+            row = RequireUnchanged(table);
             table.Update(row, changes);
         }
         identity = rows_.IdentityOf(row);

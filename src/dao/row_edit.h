@@ -47,7 +47,8 @@ private:
     std::size_t Width() const { return Query().Columns().size(); }
     std::vector<sql::Assignment> Seen() const;
     void TakeCounter(std::size_t place);
-    void RequireUnchanged(sql::Table& table, sql::RowId row);
+    bool TakeOriginals(sql::Table& table, sql::RowId row);
+    sql::RowId RequireUnchanged(sql::Table& table);
     void UpdateRow(sql::Table& table);
     void InsertRow(sql::Table& table);
 

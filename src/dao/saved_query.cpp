@@ -6,6 +6,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "dao/query_clauses.h"
+#include "dao/types.h"
 #include "jet/database.h"
 #include "jet/row_cursor.h"
 
@@ -64,6 +65,16 @@ std::u16string Bracketed(const std::u16string& name) {
     return u"[" + name + u"]";
 }
 
+// A parameter's type by DAO's number of it; Value where it has none.
+std::u16string_view TypeName(int number) {
+    constexpr std::u16string_view kTypes[] = {u"VALUE",    u"BIT",        u"BYTE",   u"SHORT",    u"LONG",
+                                              u"CURRENCY", u"SINGLE",     u"DOUBLE", u"DATETIME", u"BINARY",
+                                              u"TEXT",     u"LONGBINARY", u"MEMO"};
+    if (number == static_cast<int>(FieldType::Guid)) return u"GUID";
+    if (number == static_cast<int>(FieldType::Decimal)) return u"DECIMAL";
+    return number > 0 && number < static_cast<int>(std::size(kTypes)) ? kTypes[number] : kTypes[0];
+}
+
 // Puts the statement together again from its parts.
 class SelectBuilder {
 public:
@@ -110,12 +121,8 @@ private:
 
     // Their types are DAO's numbers.
     std::u16string Parameters() {
-        constexpr std::u16string_view kTypes[] = {u"VALUE",    u"BIT",        u"BYTE",   u"SHORT",    u"LONG",
-                                                  u"CURRENCY", u"SINGLE",     u"DOUBLE", u"DATETIME", u"BINARY",
-                                                  u"TEXT",     u"LONGBINARY", u"MEMO"};
         const std::u16string list = List(Clause::Parameter, [&](const Part& part) {
-            const auto type = part.flag > 0 && part.flag < static_cast<int>(std::size(kTypes)) ? part.flag : 0;
-            return Bracketed(part.name1) + u" " + std::u16string(kTypes[type]);
+            return Bracketed(part.name1) + u" " + std::u16string(TypeName(part.flag));
         });
         return list.empty() ? list : u"PARAMETERS " + list + u"; ";
     }

@@ -247,6 +247,11 @@ TEST_F(ObjectsTest, SavedQueries) {
     EXPECT_EQ(seen->OpenRecordset(RecordsetType::Default, 0)->TrueRecordCount(), 2);
     query->SQL(u"SELECT Remark FROM TrainInfo WHERE TrainID = 2");
     EXPECT_EQ(shown(u"Saved"), u"Remark |备注2");
+    query->SQL(u"PARAMETERS A DECIMAL, B GUID; SELECT TrainID FROM TrainInfo WHERE TrainID > [Forms]![D d]![L]");
+    const std::u16string kept =
+        std::make_shared<DatabaseObject>(database_)->QueryDefs()->Find<QueryDef>(u"Saved")->SQL();
+    EXPECT_NE(kept.find(u"PARAMETERS [A] DECIMAL, [B] GUID;"), kept.npos) << ToUtf8(kept);
+    EXPECT_NE(kept.find(u"[Forms]![D d]![L]"), kept.npos) << ToUtf8(kept);
     const auto refused = [&](std::u16string_view name, std::u16string_view text) {
         return ErrorOf([&] { objects_->CreateQueryDef(name, text); });
     };

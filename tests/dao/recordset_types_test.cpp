@@ -1,5 +1,7 @@
 // The four types of record set: what each can do, and what each refuses.
 
+#include <limits>
+
 #include "fixture.h"
 
 namespace qmtrain::dao {
@@ -474,6 +476,27 @@ TEST_F(RecordsetTypesTest, FieldsThatTwoEditAtATime) {
         second->Update();
         EXPECT_EQ(Column(u"Select Top 1 Remark & Score As S From TrainInfo", u"S"), u"both4.5");
     }
+}
+
+TEST_F(RecordsetTypesTest, RowsWithoutAKeyThatTwoEditAtATime) {
+    database_->Execute(u"CREATE TABLE Loose (A LONG, D DOUBLE)");
+    database_->Execute(u"INSERT INTO Loose VALUES (1, 1)");
+    const auto first = database_->OpenRecordset(u"Loose", RecordsetType::Dynaset);
+    const auto second = database_->OpenRecordset(u"Loose", RecordsetType::Dynaset);
+    for (const auto& rows : {first, second}) rows->Edit();
+    first->Fields(u"A").Value(2);
+    first->Update();
+    second->Fields(u"A").Value(3);
+    EXPECT_EQ(ErrorOf([&] { second->Update(); }), static_cast<int>(ErrorNumber::RecordChanged));
+    second->Update();
+    EXPECT_EQ(Column(u"Select A From Loose", u"A"), u"3");
+    second->Edit();
+    second->Fields(u"D").Value(std::numeric_limits<double>::quiet_NaN());
+    second->Update();
+    second->Edit();
+    second->Fields(u"D").Value(4.0);
+    second->Update();
+    EXPECT_EQ(Column(u"Select D From Loose", u"D"), u"4");
 }
 
 TEST_F(RecordsetTypesTest, TablesThatOthersChangeMeanwhile) {

@@ -69,10 +69,12 @@ ast::Select CellsSelect(const ast::Select& select) {
 // A heading that is written, as the pivot has it. Raises CriteriaTypeMismatch for what the pivot never is.
 Value AsPivot(const Value& heading, Value::Type pivot) {
     if (pivot == Value::Type::Text) return heading.IsNull() ? heading : Value(ToText(heading));
-    if (!heading.IsText() || FamilyOf(pivot) != Family::Number) return heading;
+    // A Single is not what is written, but what comes nearest to it.
+    const bool may_differ = heading.IsText() || (pivot == Value::Type::Single && !heading.IsNull());
+    if (!may_differ || FamilyOf(pivot) != Family::Number) return heading;
     try {
         if (pivot == Value::Type::Date) return ToDate(heading);
-        const bool wide = pivot != Value::Type::Boolean && IsExactAsDouble(pivot);
+        const bool wide = pivot != Value::Type::Boolean && pivot != Value::Type::Single && IsExactAsDouble(pivot);
         return Convert(heading, wide ? Value::Type::Double : pivot);
     } catch (const AutomationError& error) {
         if (!error.Is(ErrorNumber::TypeMismatch)) throw;

@@ -82,11 +82,18 @@ void Printer::PutPlain(const std::u16string& text) {
 }
 
 void Printer::PutColumn(const ColumnName& column) {
-    if (columns_)
+    if (columns_) {
         out += columns_(column);
-    else
-        out += (column.table.empty() ? u"" : Bracketed(column.table) + (column.exclamation ? u"!" : u".")) +
-               Bracketed(column.name);
+        return;
+    }
+    // Forms!Form!Field: no name has a mark of exclamation in it.
+    std::u16string_view table = column.table;
+    for (std::size_t mark = 0; column.exclamation && (mark = table.find(u'!')) != table.npos;) {
+        out.append(Bracketed(table.substr(0, mark))).append(u"!");
+        table.remove_prefix(mark + 1);
+    }
+    if (!table.empty()) out.append(Bracketed(table)).append(column.exclamation ? u"!" : u".");
+    out += Bracketed(column.name);
 }
 
 void Printer::PutUnary(const Unary& unary) {

@@ -1,6 +1,9 @@
 #include "sql/running/crosstab.h"
 
+#include <optional>
 #include <utility>
+
+#include "core/error.h"
 
 namespace qmtrain::sql {
 
@@ -34,13 +37,25 @@ bool CrosstabRows::Next() {
     for (std::size_t i = 0; i < columns; ++i) row[i] = rows_->outputs[i].expression->Evaluate();
     SetKey(*rows_, columns);
     const std::uint32_t number = keys_.Find(key_);
-    const Value empty = fills_ ? rows_->outputs.back().expression->Evaluate() : Value(Null{});
+    std::optional<Value> empty;
     for (std::size_t i = 0; i < width_; ++i) {
         const bool has_rows = number != KeyTable::kNone && !values_[number * width_ + i].IsEmpty();
-        row[columns + i] = has_rows ? values_[number * width_ + i] : empty;
+        if (!has_rows && !empty) empty = EmptyCell();
+        row[columns + i] = has_rows ? values_[number * width_ + i] : *empty;
     }
     source_.Restore(static_cast<Place>(source_.Rows().Size()));
     return true;
+}
+
+// What the expression makes of no rows. One that takes no Null, such as CLng(Sum(...)), leaves the cell Null.
+Value CrosstabRows::EmptyCell() {
+    if (!fills_) return Null{};
+    try {
+        return rows_->outputs.back().expression->Evaluate();
+    } catch (const AutomationError& error) {
+        if (!error.Is(ErrorNumber::InvalidUseOfNull)) throw;
+        return Null{};
+    }
 }
 
 void CrosstabRows::Explain(Explanation& out) const {

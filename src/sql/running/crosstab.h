@@ -26,6 +26,7 @@ public:
 
 private:
     void SetKey(Plan& plan, std::size_t first);
+    Value EmptyCell();
     void ReadCells();
 
     RowsSource& source_;

@@ -90,14 +90,15 @@ private:
     void Collect() {
         target_.plan.root->Open();
         while (target_.plan.root->Next()) {
-            for (TableSource* source : sources_) CollectRow(*source);
-            ++rows_;
+            bool any = false;
+            for (TableSource* source : sources_) any = CollectRow(*source) || any;
+            if (any) ++rows_;
         }
     }
 
-    void CollectRow(TableSource& source) {
-        // An outer join may have found no row to change.
-        if (source.IsNullRow()) return;
+    // False: an outer join has found no row to change.
+    bool CollectRow(TableSource& source) {
+        if (source.IsNullRow()) return false;
         Change change{source.GetTable().get(), source.Row(), {}};
         for (const BoundItem& item : items_) {
             if (item.source != &source) continue;
@@ -107,6 +108,7 @@ private:
         }
         changes_.push_back(std::move(change));
         held_.Cover(bytes_ + changes_.capacity() * sizeof(Change));
+        return true;
     }
 
     Target& target_;
