@@ -2,6 +2,10 @@
 
 #include "exchange/bank_file.h"
 
+#include <functional>
+#include <thread>
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include "bank/create_bank.h"
@@ -195,6 +199,44 @@ TEST_F(BankFileTest, AnOldPlanIsNotCarriedOut) {
     EXPECT_EQ(ReadBank(folder_, u"DS").size(), 4U);
 }
 
+// Goes on with something else, once, before a bank is opened.
+class PausedFiles : public test::ScriptedFiles {
+public:
+    std::function<void()> then;
+    std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) override {
+        if (then && path.extension() == ".mdb" && path.stem() != "Total") std::exchange(then, {})();
+        return ScriptedFiles::Open(path, mode);
+    }
+};
+
+// Somebody else's import goes on with the file that this one has made, before it is stopped or sees that it is late.
+TEST_F(BankFileTest, AnotherImportsFileStays) {
+    for (const bool stopped : {true, false}) {
+        const std::u16string code = stopped ? u"AA" : u"BB";
+        const std::vector<Question> questions = ReadGift(kFirst).questions;
+        const ImportPlan plan = PlanImport(folder_, {code, u"", u"", 0}, questions);
+        PausedFiles files;
+        files.then = [&] {
+            std::thread([&] {
+                const std::vector<Question> others = ReadGift(u"图有顶点{T}").questions;
+                CarryOut(folder_, PlanImport(folder_, {code, u"", u"", 0}, others), others, {});
+            }).join();
+        };
+        std::string refusal;
+        try {
+            const test::OwnFiles own(files);
+            CarryOut(folder_, plan, questions, {}, [&](std::size_t, std::size_t) { return !stopped; });
+        } catch (const Cancelled&) {
+            refusal = "stopped";
+        } catch (const AutomationError& error) {
+            refusal = error.what();
+        }
+        EXPECT_FALSE(files.then) << "nobody else has imported";
+        EXPECT_EQ(refusal, stopped ? "stopped" : "题库在预览以后有改动，没有写入；请再导入一次。");
+        EXPECT_EQ(ReadBank(folder_, code).size(), 1U);
+    }
+}
+
 // An import that was killed has left an empty file; what another program has put there is its own.
 TEST_F(BankFileTest, ABankWithoutAnEntry) {
     Import(kFirst);
@@ -233,7 +275,7 @@ TEST_F(BankFileTest, AFailureLeavesEverythingAsItWas) {
     EXPECT_THROW(CarryOut(folder_, fresh, questions, {}, [](std::size_t done, std::size_t) { return done < 200; }),
                  Cancelled);
     EXPECT_FALSE(FindBank(folder_, u"NEW"));
-    EXPECT_FALSE(FileExists(InFolder(folder_, u"NEW.mdb")));
+    EXPECT_TRUE(PlanImport(folder_, {u"NEW", u"", u"", 0}, questions).is_new) << "what is left is nothing";
     EXPECT_EQ(Refusal([&] {
                   PlanImport(folder_, {u"../x", u"", u"", 0}, questions);
               }),
@@ -266,7 +308,6 @@ TEST_F(BankFileTest, ADiskThatFails) {
             EXPECT_EQ(problem.find(".new"), std::string::npos) << "a name of our own";
             EXPECT_EQ(Content(), before);
             EXPECT_EQ(FindBank(folder_, u"NEW").has_value(), code == u"DS");
-            EXPECT_EQ(FileExists(InFolder(folder_, u"NEW.mdb")), code == u"DS");
         }
         EXPECT_GT(failures, 6);
         EXPECT_EQ(ReadBank(folder_, code).size(), code == u"DS" ? 7U : 4U);
