@@ -136,7 +136,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
     for (std::size_t i = 0; i < questions.size(); ++i) {
         if (plan.recognition.questions[i].as != Recognised::As::Repeated) continue;
         plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                u"与前面的一道题完全相同。", questions[i].file});
+                                u"与前面的一道题相同。", questions[i].file});
     }
     return plan;
 }

@@ -21,15 +21,16 @@ struct Recognised {
 
 struct Recognition {
     std::vector<Recognised> questions;   // one for each of the file
-    std::vector<std::size_t> not_found;  // questions of the bank that the file does not have
+    std::vector<std::size_t> not_found;  // questions of the bank that the file does not have, nor their numbers
 
     std::size_t Count(Recognised::As as) const;
     // "新增 12 题，修改 3 题，不变 5 题，重复 1 题，题库中另有 2 题不在文件里"
     std::u16string Summary() const;
 };
 
-// A question is the same one when it asks the same and, if it has options, shares half of them; when the record number
-// that the file gives it says so and it is still like that; and when long options are the same and the stem is like it.
+// A question is the same one when the file gives it the record number, and its stem is the same with half of the
+// options or like it with the same answer; when it asks the same and, if it has options, shares more than half of them;
+// and when long options are the same and the stem is like it. "以上都不对" is no option that tells anything.
 Recognition Recognise(std::span<const Question> bank, std::span<const Question> file);
 
 // How like two texts are: 0 to 1, by their pairs of neighbouring characters.

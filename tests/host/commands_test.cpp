@@ -168,7 +168,7 @@ TEST_F(CommandsTest, WhatIsImported) {
             "y\n"});
     EXPECT_EQ(Numbers(u"DS"), "DS010004 DS030001 ");
     Expect({"import two.csv none.csv --bank DS --replace --keep-going --yes", 2, {"不能同时删除"}});
-    Expect({"import two.csv two.csv --bank DS --dry-run", 0, {"文件“two.csv”第 2 行", "与前面的一道题完全相同。"}});
+    Expect({"import two.csv two.csv --bank DS --dry-run", 0, {"文件“two.csv”第 2 行", "与前面的一道题相同。"}});
     Expect({"import good.csv --bank CON", 2, {"不能用作文件名"}});
     Expect({"import good.csv --bank NEW --subject -5", 2, {"科目代码应当是 1 到 9999。"}});
     Expect({"import good.gift --bank DS --replace --yes", 0, {"删除 2 题", "已写入"}});
