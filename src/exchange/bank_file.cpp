@@ -113,7 +113,6 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         }
         for (const Question& question : questions) {
             if (!plan.kinds.contains(question.kind)) {
-                ++plan.impossible;
                 plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
                                         u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。",
                                         question.file});
@@ -134,15 +133,13 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
     }
     plan.recognition = Recognise(plan.existing, questions);
     for (std::size_t i = 0; i < questions.size(); ++i) {
-        if (plan.recognition.questions[i].as != Recognised::As::Repeated) continue;
+        Recognised::As& as = plan.recognition.questions[i].as;
+        if (known && !plan.kinds.contains(questions[i].kind)) as = Recognised::As::Impossible;
+        if (as != Recognised::As::Repeated) continue;
         plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
                                 u"与前面的一道题相同。", questions[i].file});
     }
     return plan;
-}
-
-void RemoveImpossible(const ImportPlan& plan, std::vector<Question>& questions) {
-    std::erase_if(questions, [&](const Question& one) { return !plan.is_new && !plan.kinds.contains(one.kind); });
 }
 
 std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code, const Question& question,

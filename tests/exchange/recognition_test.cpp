@@ -20,6 +20,7 @@ std::string Outcome(std::u16string_view bank, std::u16string_view file) {
         switch (one.as) {
             case Recognised::As::New: out += "new"; break;
             case Recognised::As::Repeated: out += "again"; break;
+            case Recognised::As::Impossible: out += "impossible"; break;
             case Recognised::As::Changed: out += ToUtf8(stored[one.existing].rec_no) + "*"; break;
             case Recognised::As::Same: out += ToUtf8(stored[one.existing].rec_no); break;
         }
