@@ -60,7 +60,8 @@ void WriteQuestions(BankRows& rows, const ImportPlan& plan, std::span<const Ques
             added.rec_no = rows.NewNumber(added.kind, taken);
             rows.Add(added, plan.bank.subject);
         } else if (one.as == Recognised::As::Changed) {
-            rows.Change(Merged(plan.existing[one.existing], questions[i]));
+            const Question& before = plan.existing[one.existing];
+            rows.Change(before, Merged(before, questions[i]));
         }
     }
 }

@@ -68,7 +68,8 @@ struct Keys {
                      [](const std::u16string& option) { return !PointsAtOthers(option); });
         if (telling.empty()) telling = options;
         std::sort(telling.begin(), telling.end());
-        answer = StoredAnswer(question);
+        answer =
+            question.kind == QuestionKind::Fill ? StoredBlanks(Canonical(question.blanks)) : StoredAnswer(question);
         all = stem + u'\n' + answer;
         for (const std::u16string& option : options) all += u'\n' + option;
     }
@@ -103,10 +104,54 @@ struct Keys {
     }
 };
 
+std::vector<document::RichText> CanonicalTexts(const std::vector<Option>& options) {
+    std::vector<document::RichText> texts;
+    for (const Option& option : options) texts.push_back(Canonical(option.text));
+    return texts;
+}
+
+// For each of these options the other that says the same, each at most once.
+std::vector<std::optional<std::size_t>> Counterparts(const std::vector<Option>& options,
+                                                     const std::vector<Option>& others) {
+    const std::vector<document::RichText> texts = CanonicalTexts(options);
+    const std::vector<document::RichText> other_texts = CanonicalTexts(others);
+    std::vector<bool> taken(others.size());
+    std::vector<std::optional<std::size_t>> found(options.size());
+    for (const bool in_place : {true, false}) {
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            for (std::size_t j = 0; j < other_texts.size() && !found[i]; ++j) {
+                if (taken[j] || (in_place && i != j) || texts[i] != other_texts[j]) continue;
+                found[i] = j;
+                taken[j] = true;
+            }
+        }
+    }
+    return found;
+}
+
 bool SameOptions(const std::vector<Option>& a, const std::vector<Option>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Option& one, const Option& other) {
-        return Canonical(one.text) == Canonical(other.text);
-    });
+    return CanonicalTexts(a) == CanonicalTexts(b);
+}
+
+// Whether a letter stands for another option than it did.
+bool LettersMove(const std::vector<Option>& before, const std::vector<Option>& after) {
+    const auto found = Counterparts(after, before);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (found[i] && *found[i] != i) return true;
+    }
+    return false;
+}
+
+// Histories have the letters of options, so that another order alone changes nothing, unless an option names letters.
+void KeepOptions(std::vector<Option>& options, const std::vector<Option>& in_bank) {
+    const auto found = Counterparts(options, in_bank);
+    bool same_set = options.size() == in_bank.size();
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        same_set = same_set && found[i] && options[i].right == in_bank[*found[i]].right &&
+                   (*found[i] == i || !PointsAtOthers(KeyOf(options[i].text)));
+        if (found[i]) options[i].text = in_bank[*found[i]].text;
+    }
+    if (same_set) options = in_bank;
 }
 
 // To the letter and to the format, in what a candidate sees of it.
@@ -313,12 +358,19 @@ Recognition Recognise(std::span<const Question> bank, std::span<const Question> 
 Question Merged(const Question& in_bank, const Question& in_file) {
     Question merged = in_file;
     merged.rec_no = in_bank.rec_no;
+    merged.other_document = in_bank.other_document;
     const Question::Stated& stated = in_file.stated;
     if (merged.category.empty() && !stated.category) merged.category = in_bank.category;
     if (merged.requirements.empty() && !stated.requirements) merged.requirements = in_bank.requirements;
     if (merged.keywords.empty() && !stated.keywords) merged.keywords = in_bank.keywords;
     if (IsEmpty(merged.analysis) && !stated.analysis) merged.analysis = in_bank.analysis;
     if (merged.difficulty == 0 && !stated.difficulty) merged.difficulty = in_bank.difficulty;
+    if (Canonical(merged.stem) == Canonical(in_bank.stem)) merged.stem = in_bank.stem;
+    if (in_bank.other_document || Canonical(merged.analysis) == Canonical(in_bank.analysis)) {
+        merged.analysis = in_bank.analysis;
+    }
+    KeepOptions(merged.options, in_bank.options);
+    if (Canonical(merged.blanks) == Canonical(in_bank.blanks)) merged.blanks = in_bank.blanks;
     return merged;
 }
 
@@ -333,7 +385,9 @@ std::u16string Differences(const Question& before, const Question& after) {
         return std::u16string(Trimmed(unified));
     };
     tell(Canonical(before.stem) != Canonical(after.stem), u"题干");
-    tell(!SameOptions(before.options, after.options), u"选项");
+    tell(!SameOptions(before.options, after.options), LettersMove(before.options, after.options)
+                                                          ? u"选项（有的换了字母，练习历史中的答案是字母，含义会变）"
+                                                          : u"选项");
     tell(lines(StoredAnswer(before)) != lines(StoredAnswer(after)), u"答案");
     tell(Canonical(before.analysis) != Canonical(after.analysis), u"解析");
     tell(before.difficulty != after.difficulty, u"难度");

@@ -36,10 +36,11 @@ Recognition Recognise(std::span<const Question> bank, std::span<const Question> 
 // How like two texts are: 0 to 1, by their pairs of neighbouring characters.
 double Likeness(std::u16string_view a, std::u16string_view b);
 
-// The question of the file with what only the bank can know of it.
+// The question of the file with what only the bank can know of it, and with the bank's texts and order of options where
+// the file's say the same.
 Question Merged(const Question& in_bank, const Question& in_file);
 
-// "题干、选项"; empty when nothing differs.
+// "题干、选项"; empty when nothing differs. Tells when letters stand for other options, for histories have the letters.
 std::u16string Differences(const Question& before, const Question& after);
 
 }  // namespace qmtrain::exchange

@@ -336,6 +336,85 @@ TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
     const std::vector<Question> better = ReadGift(u"写程序{####更好的提示}").questions;
     CarryOut(folder_, PlanImport(folder_, {u"OLD", u"", u"", 0}, better), better, {});
     EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|解析:更好的提示|编号:XX350001");
+
+    // A document of the question is not ours to change.
+    const auto document = [&] {
+        const dao::Connection bank(InFolder(folder_, u"OLD.mdb"));
+        return bank->OpenRecordset(u"Select O_RudeCont From TBL_OPERATION")->Fields(0).Value();
+    };
+    const Bytes result = {'{', '\\', 'r', 't', 'f', '1', ' ', 'x', '}'};
+    {
+        const dao::Connection bank(InFolder(folder_, u"OLD.mdb"));
+        const auto row = bank->OpenRecordset(u"Select * From TBL_OPERATION");
+        row->Edit();
+        row->Fields(u"O_RudeCont").Value(result);
+        row->Update();
+    }
+    EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|编号:XX350001");
+    for (const char16_t* sheet :
+         {u"题型,题干,答案,解析\n操作,写程序,要求,\n", u"题型,题干,答案,解析\n操作,写程序,新,另说\n"}) {
+        const std::vector<Question> changed = ReadCsv(sheet).questions;
+        const ImportPlan other = PlanImport(folder_, {u"OLD", u"", u"", 0}, changed);
+        EXPECT_EQ(other.recognition.Count(Recognised::As::Changed), 1U);
+        EXPECT_EQ(other.notices.size(), IsEmpty(changed[0].analysis) ? 0U : 1U);
+        CarryOut(folder_, other, changed, {});
+        EXPECT_TRUE(document() == Value(result));
+    }
+}
+
+// What a file says as the bank does stays as the bank has it stored, whatever else of the question changes.
+TEST_F(BankFileTest, WhatDoesNotDifferIsNotWritten) {
+    Import(u"栈是{=线性表 ~树 ~图}\n\n栈顶指针叫{=top =栈顶}");
+    const std::u16string stem = u"{\\rtf1{\\colortbl;\\red255\\green0\\blue0;}\\qc\\cf1\\fs48 stack}";
+    {
+        const dao::Connection bank(InFolder(folder_, u"DS.mdb"));
+        bank->Execute(u"Update TBL_CHOICE Set M_Title='" + stem + u"'");
+        bank->Execute(u"Update Tbl_ChoiceVice Set M_answercont='" + stem + u"' Where C_ChoiceAnswer='B'");
+        bank->Execute(u"Update TBL_FILL Set C_Answer='top # 栈顶'");
+    }
+    const auto stored = [&] {
+        const dao::Connection bank(InFolder(folder_, u"DS.mdb"));
+        std::string out;
+        for (const char16_t* query :
+             {u"Select M_Title From TBL_CHOICE", u"Select C_Answer From TBL_CHOICE",
+              u"Select M_answercont From Tbl_ChoiceVice Order By C_ChoiceAnswer", u"Select C_Answer From TBL_FILL"}) {
+            const auto rows = bank->OpenRecordset(query);
+            for (; !rows->Eof(); rows->MoveNext()) {
+                const std::u16string text = rows->Fields(0).Value().Text();
+                out += (text == stem                             ? "(stem)"
+                        : text.find(u"\\fs48\\cf1") != text.npos ? "(red)"
+                                                                 : ToUtf8(text)) +
+                       "|";
+            }
+        }
+        return out;
+    };
+    const std::string before = "(stem)|1|线性表|(stem)|图|top # 栈顶|";
+    ASSERT_EQ(stored(), before);
+    const struct {
+        const char* name;
+        const char16_t* sheet;
+        const char* changes;
+        const char* after;
+    } cases[] = {
+        {"a category", u"题干,A,B,C,答案,分类\nstack,线性表,stack,图,A,新章\n栈顶指针叫,,,,top#栈顶,新章", "分类;分类;",
+         "(stem)|1|线性表|(stem)|图|top # 栈顶|"},
+        {"another order of the options", u"题干,A,B,C,答案\nstack,图,stack,线性表,C", ";",
+         "(stem)|1|线性表|(stem)|图|top # 栈顶|"},
+        {"another answer", u"题干,A,B,C,答案\nstack,线性表,stack,图,C", "答案;",
+         "(stem)|4|线性表|(stem)|图|top # 栈顶|"},
+        {"another order and another answer", u"题干,A,B,C,答案\nstack,图,stack,线性表,C",
+         "选项（有的换了字母，练习历史中的答案是字母，含义会变）;", "(stem)|4|图|(red)|线性表|top # 栈顶|"},
+    };
+    for (const auto& one : cases) {
+        const std::vector<Question> questions = ReadCsv(one.sheet).questions;
+        const ImportPlan plan = PlanImport(folder_, {u"DS", u"", u"", 0}, questions);
+        std::string changes;
+        for (const Recognised& each : plan.recognition.questions) changes += ToUtf8(each.changes) + ";";
+        EXPECT_EQ(changes, one.changes) << one.name;
+        CarryOut(folder_, plan, questions, {});
+        EXPECT_EQ(stored(), one.after) << one.name;
+    }
 }
 
 TEST_F(BankFileTest, SingleQuestionsAreSavedAndRemoved) {
