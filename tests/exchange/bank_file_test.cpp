@@ -143,6 +143,9 @@ TEST_F(BankFileTest, AClearedCellClears) {
               ": 操作题|写程序|要求:有循环|解析:用 for|分类:程序|编号:DS050001|难度:3|要点:for#while");
     EXPECT_EQ(import(u"题型,题干,答案,解析,难度\n操作,写程序,有循环,,3"),
               "解析: 操作题|写程序|要求:有循环|分类:程序|编号:DS050001|难度:3|要点:for#while");
+    EXPECT_EQ(import(u"题型,题干,答案,分类,难度,要点\n操作,写程序\n"),
+              ": 操作题|写程序|要求:有循环|分类:程序|编号:DS050001|难度:3|要点:for#while")
+        << "cells that are not there";
     EXPECT_EQ(import(u"题型,题干,答案,分类,难度,要点\n操作,写程序,,,,"),
               "答案、难度、分类、要点: 操作题|写程序|编号:DS050001");
 }

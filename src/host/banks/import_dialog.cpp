@@ -213,7 +213,8 @@ void ImportDialog::Plan() {
     soon_.Stop();
     plan_ = {};
     const std::u16string code(exchange::Trimmed(ui::FromWx(CboBank->GetValue())));
-    const auto known = std::find_if(banks_.begin(), banks_.end(), [&](const auto& bank) { return bank.code == code; });
+    const auto known =
+        std::find_if(banks_.begin(), banks_.end(), [&](const auto& bank) { return EqualNames(bank.code, code); });
     TxtName->Enable(known == banks_.end());
     SpnSubject->Enable(known == banks_.end());
     if (known != banks_.end()) {
