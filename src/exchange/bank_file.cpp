@@ -16,6 +16,7 @@ namespace {
 constexpr std::size_t kLongestCode = 20;
 constexpr std::size_t kLongestName = 255;
 constexpr std::int32_t kMostSubjects = 9999;
+constexpr std::u16string_view kOtherDocument = u"题库中存放解析的位置是这道题的另一个文档，不覆盖它，解析略去。";
 
 std::u16string Catalogue(std::u16string_view folder) {
     return InFolder(folder, u"Total.mdb");
@@ -113,7 +114,6 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         }
         for (const Question& question : questions) {
             if (!plan.kinds.contains(question.kind)) {
-                ++plan.impossible;
                 plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
                                         u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。",
                                         question.file});
@@ -134,15 +134,19 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
     }
     plan.recognition = Recognise(plan.existing, questions);
     for (std::size_t i = 0; i < questions.size(); ++i) {
-        if (plan.recognition.questions[i].as != Recognised::As::Repeated) continue;
+        Recognised::As& as = plan.recognition.questions[i].as;
+        if (known && !plan.kinds.contains(questions[i].kind)) as = Recognised::As::Impossible;
+        if (const Recognised& one = plan.recognition.questions[i];
+            (as == Recognised::As::Changed || as == Recognised::As::Same) && !IsEmpty(questions[i].analysis) &&
+            plan.existing[one.existing].other_document) {
+            plan.notices.push_back({Notice::Kind::Changed, questions[i].line, Brief(questions[i].stem.PlainText()),
+                                    std::u16string(kOtherDocument), questions[i].file});
+        }
+        if (as != Recognised::As::Repeated) continue;
         plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                u"与前面的一道题完全相同。", questions[i].file});
+                                u"与前面的一道题相同。", questions[i].file});
     }
     return plan;
-}
-
-void RemoveImpossible(const ImportPlan& plan, std::vector<Question>& questions) {
-    std::erase_if(questions, [&](const Question& one) { return !plan.is_new && !plan.kinds.contains(one.kind); });
 }
 
 std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code, const Question& question,
@@ -153,7 +157,7 @@ std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code
     Question saved = question;
     database->Atomically([&] {
         BankRows rows(*database.operator->(), bank.code);
-        if (!saved.rec_no.empty() && rows.Find(saved.rec_no)) return rows.Change(saved);
+        if (const auto before = rows.Find(saved.rec_no)) return rows.Change(*before, saved);
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         rows.Add(saved, bank.subject);
     });

@@ -43,7 +43,11 @@ struct ImportPlan {
     std::vector<Question> existing;
     Recognition recognition;
     std::vector<Notice> notices;  // what the bank has no place for, and what is repeated
-    std::size_t impossible = 0;   // questions for whose kind the bank has no table: the plan cannot be carried out
+
+    // How many of the questions go into the bank, or are there; for the kinds of the others it has no table.
+    std::size_t Possible() const {
+        return recognition.questions.size() - recognition.Count(Recognised::As::Impossible);
+    }
 };
 
 // Compares the questions with the bank of that code; for a new one `wanted` has name and subject. Raises the
@@ -51,9 +55,6 @@ struct ImportPlan {
 // Nothing is written; a folder without a catalogue is one without banks.
 ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::span<const Question> questions,
                       const Progress& progress = {});
-
-// Takes out of the questions those for whose kind the bank has no table; they have to be planned again.
-void RemoveImpossible(const ImportPlan& plan, std::vector<Question>& questions);
 
 struct ImportChoice {
     bool replace = false;            // questions that the file does not have go

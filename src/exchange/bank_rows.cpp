@@ -61,11 +61,27 @@ std::int32_t BitsOf(std::u16string_view answer) {
     return number >= 0 && number <= std::numeric_limits<std::int32_t>::max() ? static_cast<std::int32_t>(number) : 0;
 }
 
-// An explanation that a bank without a column for it keeps as a document.
-std::optional<document::RichText> AnalysisIn(const Value& document) {
-    if (document.GetType() != Value::Type::Binary) return std::nullopt;
-    const std::u16string text(document.Binary().begin(), document.Binary().end());
-    return ui::IsRtf(text) ? std::optional(document::ReadRtf(text)) : std::nullopt;
+// An explanation that a bank without a column for it keeps as a document. A destination that readers of RTF pass over
+// tells it from a document of the question.
+constexpr std::string_view kRtfBeginning = "{\\rtf1";
+constexpr std::string_view kAnalysisMark = "{\\*\\qmtrainanalysis}";
+
+Bytes AnalysisDocument(const document::RichText& analysis) {
+    std::string rtf = document::WriteRtf(analysis);
+    rtf.insert(kRtfBeginning.size(), kAnalysisMark);
+    return {rtf.begin(), rtf.end()};
+}
+
+void ReadAnalysisDocument(const Value& document, Question& question) {
+    if (document.IsNull()) return;
+    question.other_document = true;
+    if (document.GetType() != Value::Type::Binary) return;
+    const std::string rtf(document.Binary().begin(), document.Binary().end());
+    if (!rtf.starts_with(kRtfBeginning) ||
+        !std::string_view(rtf).substr(kRtfBeginning.size()).starts_with(kAnalysisMark))
+        return;
+    question.analysis = document::ReadRtf(std::u16string(rtf.begin(), rtf.end()));
+    question.other_document = false;
 }
 
 void SetAnswer(Question& question, std::u16string_view answer) {
@@ -167,8 +183,7 @@ void BankRows::ReadTable(QuestionKind kind, std::u16string_view condition, std::
         if (kind == QuestionKind::Single || kind == QuestionKind::Multiple) question.keywords = answer;
         if (info.analysis) question.analysis = ui::StoredText(TextIn(*rows, u"M_Analysis"));
         if (!info.analysis && info.documents) {
-            if (auto analysis = AnalysisIn(rows->Fields(u"O_RudeCont").Value()))
-                question.analysis = *std::move(analysis);
+            ReadAnalysisDocument(rows->Fields(u"O_RudeCont").Value(), question);
         }
         if (info.category) question.category = TextIn(*rows, u"C_Category");
         if (info.difficulty) question.difficulty = LongOr(rows->Fields(u"I_Difficulty").Value(), 0);
@@ -258,27 +273,30 @@ std::u16string BankRows::NewNumber(QuestionKind kind, const std::set<std::u16str
     return prefix_ + Info(kind).table_code + digits;
 }
 
-void BankRows::Fill(dao::Recordset& row, const Question& question, bool is_new) {
+void BankRows::Fill(dao::Recordset& row, const Question* before, const Question& question) {
     const TableInfo& info = Info(question.kind);
-    row.Fields(u"M_Title").Value(StoredText(question.stem));
-    if (question.kind == QuestionKind::Operation) {
-        SetOrNull(row.Fields(u"M_Answer"), WithCrLf(question.requirements));
-    } else {
-        row.Fields(u"C_Answer").Value(StoredAnswer(question));
+    const auto differs = [&](auto member) { return before == nullptr || before->*member != question.*member; };
+    if (differs(&Question::stem)) row.Fields(u"M_Title").Value(StoredText(question.stem));
+    if (before == nullptr || StoredAnswer(*before) != StoredAnswer(question)) {
+        if (question.kind == QuestionKind::Operation) {
+            SetOrNull(row.Fields(u"M_Answer"), WithCrLf(question.requirements));
+        } else {
+            row.Fields(u"C_Answer").Value(StoredAnswer(question));
+        }
     }
-    const std::u16string analysis = IsEmpty(question.analysis) ? u"" : StoredText(question.analysis);
-    if (info.analysis) {
-        SetOrNull(row.Fields(u"M_Analysis"), analysis);
-    } else if (info.documents && (is_new || row.Fields(u"O_RudeCont").Value().IsNull() ||
-                                  AnalysisIn(row.Fields(u"O_RudeCont").Value()))) {
-        const std::string rtf = analysis.empty() ? "" : document::WriteRtf(question.analysis);
-        row.Fields(u"O_RudeCont").Value(rtf.empty() ? Value(Null()) : Value(Bytes(rtf.begin(), rtf.end())));
+    if (differs(&Question::analysis)) {
+        const bool none = IsEmpty(question.analysis);
+        if (info.analysis) {
+            SetOrNull(row.Fields(u"M_Analysis"), none ? u"" : StoredText(question.analysis));
+        } else if (info.documents && (before == nullptr || !before->other_document)) {
+            row.Fields(u"O_RudeCont").Value(none ? Value(Null()) : Value(AnalysisDocument(question.analysis)));
+        }
     }
-    if (info.category) SetOrNull(row.Fields(u"C_Category"), question.category);
-    if (info.difficulty) {
+    if (info.category && differs(&Question::category)) SetOrNull(row.Fields(u"C_Category"), question.category);
+    if (info.difficulty && differs(&Question::difficulty)) {
         row.Fields(u"I_Difficulty").Value(question.difficulty == 0 ? Value(Null()) : Value(question.difficulty));
     }
-    if (info.keywords) SetOrNull(row.Fields(u"M_Keywords"), question.keywords);
+    if (info.keywords && differs(&Question::keywords)) SetOrNull(row.Fields(u"M_Keywords"), question.keywords);
 }
 
 void BankRows::AddOptions(const Question& question, std::int32_t subject) {
@@ -305,20 +323,21 @@ void BankRows::Add(const Question& question, std::int32_t subject) {
     rows->Fields(u"C_RecNo").Value(question.rec_no);
     rows->Fields(u"C_DataCode").Value(code_);
     rows->Fields(u"SubjectCode").Value(subject);
-    Fill(*rows, question, true);
+    Fill(*rows, nullptr, question);
     rows->Update();
     AddOptions(question, subject);
 }
 
-void BankRows::Change(const Question& question) {
+void BankRows::Change(const Question& before, const Question& question) {
     const TableInfo& info = Info(question.kind);
     const auto rows = database_.OpenRecordset(u"Select * From " + info.table + OfQuestion(question.rec_no));
     Require(!rows->Eof(), u"题库中已经没有试题 " + question.rec_no + u"。");
     const std::int32_t subject = LongOr(rows->Fields(u"SubjectCode").Value(), 0);
     rows->Edit();
-    Fill(*rows, question, false);
+    Fill(*rows, &before, question);
     rows->Update();
-    if (question.kind != QuestionKind::Single && question.kind != QuestionKind::Multiple) return;
+    const auto same_text = [](const Option& one, const Option& other) { return one.text == other.text; };
+    if (std::ranges::equal(before.options, question.options, same_text)) return;  // which are right is in the answer
     database_.Execute(u"Delete From Tbl_ChoiceVice" + OfQuestion(question.rec_no));
     AddOptions(question, subject);
 }

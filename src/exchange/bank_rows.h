@@ -56,7 +56,8 @@ public:
 
     // Under question.rec_no. `subject` is what goes into the rows.
     void Add(const Question& question, std::int32_t subject);
-    void Change(const Question& question);
+    // Writes what differs between what the bank has and what it is to have: what nobody changed stays as it was stored.
+    void Change(const Question& before, const Question& after);
     void Remove(std::u16string_view rec_no);
 
     // A question with all that the tables have of it, its documents as well; and back into the tables.
@@ -77,7 +78,7 @@ private:
                    const EachRow& each = {});
     void ReadOptions(std::u16string_view condition, std::vector<Question>& questions, const EachRow& each = {});
     std::size_t CountRows(std::u16string_view table) const;
-    void Fill(dao::Recordset& row, const Question& question, bool is_new);
+    void Fill(dao::Recordset& row, const Question* before, const Question& question);
     void AddOptions(const Question& question, std::int32_t subject);
     std::int32_t LastNumber(QuestionKind kind, const std::set<std::u16string>& taken);
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <optional>
-#include <system_error>
 
 #include "bank/create_bank.h"
 #include "core/error.h"
@@ -13,14 +12,11 @@
 namespace qmtrain::exchange {
 namespace {
 
-// An empty bank in which the tables of our own banks are known. An empty one may stand there already.
-class NewBank {
-public:
-    NewBank(const std::u16string& file, const BankEntry& bank) : file_(file) {
-        if (FileExists(file)) {
-            RequireEmptyBank(file, bank.code);
-            return;
-        }
+// Makes an empty bank in which the tables of our own banks are known, unless a file is there. It stays when the import
+// fails, for another import may have gone on with it by then; the next one takes an empty bank.
+void RequireFile(const std::u16string& file, const BankEntry& bank) {
+    if (FileExists(file)) return;
+    try {
         CreateQuestionBank(file, [&](dao::Database& database) {
             AddTeachingColumns(database);
             const auto rows = database.OpenRecordset(u"Select * From Tbl_Information");
@@ -32,21 +28,11 @@ public:
                 rows->Update();
             }
         });
-        made_ = true;
+    } catch (const AutomationError& error) {
+        // Somebody else has been first; whether the file is empty is seen under its lock.
+        if (error.Number() != static_cast<std::int32_t>(ErrorNumber::DatabaseExists)) throw;
     }
-    NewBank(const NewBank&) = delete;
-    NewBank& operator=(const NewBank&) = delete;
-    ~NewBank() {
-        if (!made_) return;
-        std::error_code ignored;
-        std::filesystem::remove(ToNativePath(file_), ignored);
-    }
-    void Keep() { made_ = false; }
-
-private:
-    std::u16string file_;
-    bool made_ = false;
-};
+}
 
 void AddEntry(dao::Database& catalogue, const BankEntry& bank) {
     const auto rows = catalogue.OpenRecordset(u"Select * From Tbl_Subject");
@@ -74,7 +60,8 @@ void WriteQuestions(BankRows& rows, const ImportPlan& plan, std::span<const Ques
             added.rec_no = rows.NewNumber(added.kind, taken);
             rows.Add(added, plan.bank.subject);
         } else if (one.as == Recognised::As::Changed) {
-            rows.Change(Merged(plan.existing[one.existing], questions[i]));
+            const Question& before = plan.existing[one.existing];
+            rows.Change(before, Merged(before, questions[i]));
         }
     }
 }
@@ -98,26 +85,20 @@ void CarryOut(std::u16string_view folder, const ImportPlan& plan, std::span<cons
     const std::u16string file = FileOf(folder, plan.bank);
     const std::optional<BankEntry> entry = FindBank(folder, plan.bank.code);
     RequireSame(plan.is_new ? !entry : entry && entry->file == plan.bank.file);
-    std::optional<NewBank> made;
-    if (plan.is_new) made.emplace(file, plan.bank);
-    {
-        // Record sets and databases close before the transaction is undone.
-        dao::Transaction transaction;
-        const dao::Connection database(file);
-        // Nobody else writes between the look at the bank and the first change.
-        database->Atomically([&] {
-            BankRows rows(*database.operator->(), plan.bank.code);
-            const auto before_writing = [&](std::size_t, std::size_t) { return !progress || progress(0, 1); };
-            const bool same = std::ranges::equal(rows.Read(before_writing), plan.existing);
-            if (!same && made) made->Keep();  // it is another's now
-            RequireSame(same);
-            WriteQuestions(rows, plan, questions, choice, progress);
-        });
-        const dao::Connection catalogue(InFolder(folder, u"Total.mdb"));
-        if (plan.is_new) AddEntry(*catalogue.operator->(), plan.bank);
-        transaction.Commit();
-    }
-    if (made) made->Keep();
+    if (plan.is_new) RequireFile(file, plan.bank);
+    // Record sets and databases close before the transaction is undone.
+    dao::Transaction transaction;
+    const dao::Connection database(file);
+    // Nobody else writes between the look at the bank and the first change.
+    database->Atomically([&] {
+        BankRows rows(*database.operator->(), plan.bank.code);
+        const auto before_writing = [&](std::size_t, std::size_t) { return !progress || progress(0, 1); };
+        RequireSame(std::ranges::equal(rows.Read(before_writing), plan.existing));
+        WriteQuestions(rows, plan, questions, choice, progress);
+    });
+    const dao::Connection catalogue(InFolder(folder, u"Total.mdb"));
+    if (plan.is_new) AddEntry(*catalogue.operator->(), plan.bank);
+    transaction.Commit();
 }
 
 }  // namespace qmtrain::exchange

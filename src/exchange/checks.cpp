@@ -79,15 +79,7 @@ void AddChecked(Import& import, Question question, const TextNotes& notes) {
     question.analysis = Canonical(question.analysis);
     question.requirements = Readable(question.requirements);
     question.keywords = Readable(question.keywords);
-    for (Blank& blank : question.blanks) {
-        Blank once;
-        for (const std::u16string& answer : blank) {
-            if (once.size() > kLongestAnswer) break;  // too many in any case
-            std::u16string text = Typed(answer);
-            if (std::find(once.begin(), once.end(), text) == once.end()) once.push_back(std::move(text));
-        }
-        blank = std::move(once);
-    }
+    question.blanks = Canonical(question.blanks);
     for (const std::u16string& text : notes.changed) import.Tell(Notice::Kind::Changed, question, text);
     for (const std::u16string& text : notes.errors) import.Tell(Notice::Kind::Error, question, text);
     if (!notes.errors.empty()) return;

@@ -141,7 +141,8 @@ std::vector<std::u16string> OptionsIn(std::u16string_view cell) {
 
 class SheetReader {
 public:
-    explicit SheetReader(std::u16string_view text) : rows_(text), size_(text.size()) {}
+    explicit SheetReader(std::u16string_view text)
+        : rows_(text), size_(text.size()), ends_line_(text.ends_with(u'\n')) {}
     Import Read(const Progress& progress);
 
 private:
@@ -150,11 +151,13 @@ private:
     void ReadOptions(Question& question, const CsvRow& row);
     void ReadAnswer(Question& question, std::u16string_view answer);
     QuestionKind GuessedKind(const Question& question, std::u16string_view answer) const;
+    bool Has(const CsvRow& row, Column column) const;
     std::u16string Cell(const CsvRow& row, Column column) const;
     document::RichText Rich(std::u16string_view cell);
 
     CsvReader rows_;
     std::size_t size_;
+    bool ends_line_;  // the last row is whole
     Import import_;
     std::map<Column, std::size_t> places_;
     std::size_t headings_ = 0;  // cells of their row
@@ -179,6 +182,9 @@ Import SheetReader::Read(const Progress& progress) {
         if (++done % 256 == 0) Report(progress, rows_.Position(), size_);
         if (row.open_quote) {
             import_.Tell(Notice::Kind::Error, row.line, u"引号没有结束；文件可能不完整。");
+        } else if (rows_.Position() >= size_ && !ends_line_ && row.cells.size() < headings_) {
+            import_.Tell(Notice::Kind::Error, row.line,
+                         u"最后一行比标题少几格，也没有换行；文件可能不完整。空的格也要写出分隔符。");
         } else if (!is_blank(row)) {
             ReadQuestion(row);
         }
@@ -209,10 +215,15 @@ bool SheetReader::ReadHeadings(const CsvRow& row) {
     return true;
 }
 
-std::u16string SheetReader::Cell(const CsvRow& row, Column column) const {
+// A row may end before its last columns.
+bool SheetReader::Has(const CsvRow& row, Column column) const {
     const auto place = places_.find(column);
-    if (place == places_.end() || place->second >= row.cells.size()) return {};
-    return std::u16string(Trimmed(row.cells[place->second]));
+    return place != places_.end() && place->second < row.cells.size();
+}
+
+std::u16string SheetReader::Cell(const CsvRow& row, Column column) const {
+    if (!Has(row, column)) return {};
+    return std::u16string(Trimmed(row.cells[places_.at(column)]));
 }
 
 document::RichText SheetReader::Rich(std::u16string_view cell) {
@@ -236,9 +247,9 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
     question.difficulty = DifficultyOf(Cell(row, Column::Difficulty), notes_);
     question.requirements = Cell(row, Column::Requirements);
     question.keywords = Cell(row, Column::Keywords);
-    question.stated = {places_.contains(Column::Category), true, places_.contains(Column::Keywords),
-                       places_.contains(Column::Analysis),
-                       places_.contains(Column::Difficulty) && Cell(row, Column::Difficulty).empty()};
+    question.stated = {Has(row, Column::Category), Has(row, Column::Answer), Has(row, Column::Keywords),
+                       Has(row, Column::Analysis),
+                       Has(row, Column::Difficulty) && Cell(row, Column::Difficulty).empty()};
     ReadOptions(question, row);
     const std::u16string answer = Cell(row, Column::Answer);
     const std::u16string type = Cell(row, Column::Type);

@@ -14,14 +14,14 @@ struct FormatRow {
     Format format;
     std::u16string_view name;
     std::u16string_view word;
-    std::u16string_view endings;
+    std::u16string_view endings;  // separated by blanks
 };
 
 constexpr FormatRow kFormats[] = {
     {Format::Gift, u"GIFT", u"gift", u".gift"},
     {Format::Aiken, u"Aiken", u"aiken", u".aiken"},
     {Format::MoodleXml, u"Moodle XML", u"xml", u".xml"},
-    {Format::Csv, u"CSV", u"csv", u".csv.tsv"},
+    {Format::Csv, u"CSV", u"csv", u".csv .tsv"},
 };
 
 std::u16string_view EndingOf(std::u16string_view file) {
@@ -64,7 +64,7 @@ std::u16string BeginningOf(std::string_view bytes) {
     try {
         return DecodeText(bytes);
     } catch (const AutomationError&) {
-        return FromUtf8(bytes);
+        return DecodeLoosely(bytes);
     }
 }
 
@@ -95,7 +95,8 @@ Format DetectFormat(std::u16string_view file_name, std::string_view bytes) {
     RequireText(bytes);
     const std::u16string ending = ToLower(EndingOf(file_name));
     for (const FormatRow& row : kFormats) {
-        if (ending.size() > 1 && row.endings.find(ending) != std::u16string_view::npos) return row.format;
+        const std::vector<std::u16string> endings = Split(row.endings, u' ');
+        if (std::find(endings.begin(), endings.end(), ending) != endings.end()) return row.format;
     }
     const std::u16string beginning = BeginningOf(bytes);
     const std::u16string_view content = Trimmed(beginning);

@@ -108,7 +108,6 @@ char16_t LetterOf(std::size_t option) {
 }
 
 std::u16string StoredAnswer(const Question& question) {
-    std::u16string out;
     switch (question.kind) {
         case QuestionKind::Single:
         case QuestionKind::Multiple: {
@@ -119,19 +118,37 @@ std::u16string StoredAnswer(const Question& question) {
             return ToText(bits);
         }
         case QuestionKind::YesNo: return question.is_true ? u"-1" : u"0";
-        case QuestionKind::Fill:
-            for (std::size_t i = 0; i < question.blanks.size(); ++i) {
-                if (i > 0) out += u'@';
-                for (std::size_t j = 0; j < question.blanks[i].size(); ++j) {
-                    if (j > 0) out += u'#';
-                    out += question.blanks[i][j];
-                }
-            }
-            return out;
+        case QuestionKind::Fill: return StoredBlanks(question.blanks);
         case QuestionKind::Operation:
         case QuestionKind::Unknown: break;
     }
     return question.requirements;
+}
+
+std::u16string StoredBlanks(const std::vector<Blank>& blanks) {
+    std::u16string out;
+    for (std::size_t i = 0; i < blanks.size(); ++i) {
+        if (i > 0) out += u'@';
+        for (std::size_t j = 0; j < blanks[i].size(); ++j) {
+            if (j > 0) out += u'#';
+            out += blanks[i][j];
+        }
+    }
+    return out;
+}
+
+std::vector<Blank> Canonical(const std::vector<Blank>& blanks) {
+    constexpr std::size_t kMostAnswers = 256;  // more than a bank's column takes in any case
+    std::vector<Blank> out;
+    for (const Blank& blank : blanks) {
+        Blank& once = out.emplace_back();
+        for (const std::u16string& answer : blank) {
+            if (once.size() >= kMostAnswers) break;
+            std::u16string text = Typed(answer);
+            if (std::find(once.begin(), once.end(), text) == once.end()) once.push_back(std::move(text));
+        }
+    }
+    return out;
 }
 
 std::u16string RightLetters(const Question& question) {

@@ -37,6 +37,7 @@ struct Question {
     std::u16string keywords;      // of an operation question, separated by "#": what an answer is marked by
     document::RichText analysis;
     std::int32_t difficulty = 0;  // 1 to 3; 0: not known
+    bool other_document = false;  // its bank has no place for an explanation but one that a document of others takes
 
     // What its file has a place for: nothing there means that there is none. Else a bank keeps what it has.
     struct Stated {
@@ -105,6 +106,10 @@ std::u16string RightLetters(const Question& question);
 // The answer as banks store it: the number of the bit set, "-1" or "0", the blanks with "@" and "#" between them, the
 // requirements of an operation question.
 std::u16string StoredAnswer(const Question& question);
+std::u16string StoredBlanks(const std::vector<Blank>& blanks);
+
+// The accepted answers without blanks at their ends, each once.
+std::vector<Blank> Canonical(const std::vector<Blank>& blanks);
 
 // The text with programs in "Courier New", and without what marks no meaning: other fonts, sizes, colours, alignments,
 // blanks at its ends.

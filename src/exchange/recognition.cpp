@@ -1,16 +1,18 @@
 #include "exchange/recognition.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "core/text.h"
 
 namespace qmtrain::exchange {
 namespace {
 
-constexpr double kLikeEnoughByNumber = 0.3;
-constexpr double kLikeEnoughByStem = 0.7;    // where options do not speak for it, or speak for many
+constexpr double kAlike = 0.7;               // stems of the same question, where little else speaks for it
+constexpr double kRelated = 0.3;             // where a record number and the answer, or half of the options, do
 constexpr std::size_t kTellingOptions = 16;  // characters of options that are no mere numbers
 
 // What a text says: without blanks and formats, pictures by their content.
@@ -33,9 +35,28 @@ std::u16string KeyOf(const document::RichText& text) {
     return key;
 }
 
+// "以上都不对", "A 和 B 都对": they stand in many questions.
+bool PointsAtOthers(std::u16string_view option) {
+    for (const std::u16string_view beginning : {u"以上", u"上述"}) {
+        if (option.starts_with(beginning)) return true;
+    }
+    bool letter = false;
+    bool joined = false;
+    for (; !option.empty(); option.remove_prefix(1)) {
+        const char16_t unit = option.front();
+        const bool joins = std::u16string_view(u"和与及或、").find(unit) != std::u16string_view::npos;
+        if (!joins && unit != u'项' && (unit < u'a' || unit > u'h')) break;
+        joined = joined || joins;
+        letter = letter || unit < u'i';
+    }
+    if (!letter || option.empty()) return letter && joined;
+    return std::u16string_view(u"都均皆全对错正不").find(option.front()) != std::u16string_view::npos;
+}
+
 struct Keys {
     std::u16string stem;
     std::vector<std::u16string> options;
+    std::vector<std::u16string> telling;  // those that tell the question from others, sorted
     std::u16string answer;
     std::u16string all;
 
@@ -43,19 +64,28 @@ struct Keys {
         const std::u16string kind(1, static_cast<char16_t>(u'0' + static_cast<int>(question.kind)));
         stem = kind + KeyOf(question.stem);
         for (const Option& option : question.options) options.push_back(KeyOf(option.text));
-        answer = StoredAnswer(question);
+        std::copy_if(options.begin(), options.end(), std::back_inserter(telling),
+                     [](const std::u16string& option) { return !PointsAtOthers(option); });
+        if (telling.empty()) telling = options;
+        std::sort(telling.begin(), telling.end());
+        answer =
+            question.kind == QuestionKind::Fill ? StoredBlanks(Canonical(question.blanks)) : StoredAnswer(question);
         all = stem + u'\n' + answer;
         for (const std::u16string& option : options) all += u'\n' + option;
     }
 
-    // The options that both have, where they are at least half of either's; else 0. "下列说法正确的是" and "以上都不对"
-    // stand in many questions.
     std::size_t Shared(const Keys& other) const {
-        const auto shared = std::count_if(options.begin(), options.end(), [&](const std::u16string& one) {
-            return std::find(other.options.begin(), other.options.end(), one) != other.options.end();
-        });
-        const auto count = static_cast<std::size_t>(shared);
-        return 2 * count >= std::max(options.size(), other.options.size()) ? count : 0;
+        std::vector<std::u16string_view> both;
+        std::set_intersection(telling.begin(), telling.end(), other.telling.begin(), other.telling.end(),
+                              std::back_inserter(both));
+        return both.size();
+    }
+    std::size_t MostOptions(const Keys& other) const { return std::max(telling.size(), other.telling.size()); }
+
+    // What the answer says for a question whose record number is the same.
+    bool AnswersAlike(const Keys& other, QuestionKind kind) const {
+        if (!options.empty()) return 2 * Shared(other) >= MostOptions(other);
+        return kind != QuestionKind::YesNo && !answer.empty() && answer == other.answer;
     }
 
     // The options in any order, and which of them are right; empty when they tell little.
@@ -74,10 +104,54 @@ struct Keys {
     }
 };
 
+std::vector<document::RichText> CanonicalTexts(const std::vector<Option>& options) {
+    std::vector<document::RichText> texts;
+    for (const Option& option : options) texts.push_back(Canonical(option.text));
+    return texts;
+}
+
+// For each of these options the other that says the same, each at most once.
+std::vector<std::optional<std::size_t>> Counterparts(const std::vector<Option>& options,
+                                                     const std::vector<Option>& others) {
+    const std::vector<document::RichText> texts = CanonicalTexts(options);
+    const std::vector<document::RichText> other_texts = CanonicalTexts(others);
+    std::vector<bool> taken(others.size());
+    std::vector<std::optional<std::size_t>> found(options.size());
+    for (const bool in_place : {true, false}) {
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            for (std::size_t j = 0; j < other_texts.size() && !found[i]; ++j) {
+                if (taken[j] || (in_place && i != j) || texts[i] != other_texts[j]) continue;
+                found[i] = j;
+                taken[j] = true;
+            }
+        }
+    }
+    return found;
+}
+
 bool SameOptions(const std::vector<Option>& a, const std::vector<Option>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Option& one, const Option& other) {
-        return Canonical(one.text) == Canonical(other.text);
-    });
+    return CanonicalTexts(a) == CanonicalTexts(b);
+}
+
+// Whether a letter stands for another option than it did.
+bool LettersMove(const std::vector<Option>& before, const std::vector<Option>& after) {
+    const auto found = Counterparts(after, before);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (found[i] && *found[i] != i) return true;
+    }
+    return false;
+}
+
+// Histories have the letters of options, so that another order alone changes nothing, unless an option names letters.
+void KeepOptions(std::vector<Option>& options, const std::vector<Option>& in_bank) {
+    const auto found = Counterparts(options, in_bank);
+    bool same_set = options.size() == in_bank.size();
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        same_set = same_set && found[i] && options[i].right == in_bank[*found[i]].right &&
+                   (*found[i] == i || !PointsAtOthers(KeyOf(options[i].text)));
+        if (found[i]) options[i].text = in_bank[*found[i]].text;
+    }
+    if (same_set) options = in_bank;
 }
 
 // To the letter and to the format, in what a candidate sees of it.
@@ -92,34 +166,45 @@ class Recogniser {
 public:
     Recogniser(std::span<const Question> bank, std::span<const Question> file) : bank_(bank), file_(file) {
         bank_keys_.reserve(bank.size());
-        for (const Question& question : bank) bank_keys_.emplace_back(question);
+        for (const Question& question : bank) {
+            bank_keys_.emplace_back(question);
+            bank_numbers_.insert(question.rec_no);
+        }
         file_keys_.reserve(file.size());
         for (const Question& question : file) file_keys_.emplace_back(question);
         found_.resize(file.size());
+        repeated_.resize(file.size());
         taken_.resize(bank.size());
     }
 
     Recognition Run() {
-        MarkRepeated();
+        Match(&Recogniser::NumberOf, [this](std::size_t bank, std::size_t file) {
+            const Keys& in_bank = bank_keys_[bank];
+            const Keys& in_file = file_keys_[file];
+            const bool same = in_bank.stem == in_file.stem &&
+                              (in_bank.options.empty() || in_bank.AnswersAlike(in_file, bank_[bank].kind));
+            return same ? std::size_t{1} + (in_bank.all == in_file.all) : std::size_t{0};
+        });
         Match(&Recogniser::AllOf, [this](std::size_t bank, std::size_t file) {
             return std::size_t{1} + AsksTheSame(bank_[bank], file_[file]);
         });
+        MarkRepeated();
         Match(&Recogniser::StemOf, [this](std::size_t bank, std::size_t file) {
             const Keys& in_bank = bank_keys_[bank];
             const Keys& in_file = file_keys_[file];
-            return in_bank.options.empty() ? std::size_t{1} + (in_bank.answer == in_file.answer)
-                                           : in_bank.Shared(in_file);
+            if (in_bank.options.empty()) return std::size_t{1} + (in_bank.answer == in_file.answer);
+            const std::size_t shared = in_bank.Shared(in_file);
+            return 2 * shared > in_bank.MostOptions(in_file) ? shared : std::size_t{0};
         });
         Match(&Recogniser::NumberOf, [this](std::size_t bank, std::size_t file) {
             const Keys& in_bank = bank_keys_[bank];
             const Keys& in_file = file_keys_[file];
-            const bool other_options = !in_bank.options.empty() && in_bank.Shared(in_file) == 0;
-            const double enough = other_options ? kLikeEnoughByStem : kLikeEnoughByNumber;
-            return std::size_t{Likeness(in_bank.stem, in_file.stem) >= enough ? 1U : 0U};
+            if (!in_bank.options.empty() && in_bank.Shared(in_file) == 0) return std::size_t{0};
+            const double enough = in_bank.AnswersAlike(in_file, bank_[bank].kind) ? kRelated : kAlike;
+            return ScoreOfStems(bank, file, enough);
         });
-        Match(&Recogniser::OptionsOf, [this](std::size_t bank, std::size_t file) {
-            return std::size_t{Likeness(bank_keys_[bank].stem, file_keys_[file].stem) >= kLikeEnoughByStem ? 1U : 0U};
-        });
+        Match(&Recogniser::OptionsOf,
+              [this](std::size_t bank, std::size_t file) { return ScoreOfStems(bank, file, kAlike); });
         return Result();
     }
 
@@ -133,42 +218,68 @@ private:
     }
     static std::u16string OptionsOf(const Question& question, const Keys& keys) { return keys.OptionKey(question); }
 
+    std::size_t ScoreOfStems(std::size_t bank, std::size_t file, double enough) const {
+        const double likeness = Likeness(bank_keys_[bank].stem, file_keys_[file].stem);
+        return likeness >= enough ? static_cast<std::size_t>(likeness * 1000) : 0;
+    }
+
+    // Two questions of the bank may ask the same: each of their numbers stands for its own.
     void MarkRepeated() {
         Places seen;
         for (std::size_t i = 0; i < file_.size(); ++i) {
             std::vector<std::size_t>& places = seen[file_keys_[i].all];
-            repeated_.push_back(std::any_of(places.begin(), places.end(), [&](std::size_t earlier) {
-                return AsksTheSame(file_[earlier], file_[i]);
-            }));
+            const std::u16string& number = file_[i].rec_no;
+            const bool known = bank_numbers_.contains(number);
+            repeated_[i] = !found_[i] && std::any_of(places.begin(), places.end(), [&](std::size_t earlier) {
+                return (!known || file_[earlier].rec_no == number) && AsksTheSame(file_[earlier], file_[i]);
+            });
             places.push_back(i);
         }
     }
 
-    // Each question of the file that is not found yet takes the free one of the bank with the same key that has the
-    // highest score above 0.
+    struct Pair {
+        std::size_t score;
+        std::size_t file;
+        std::size_t bank;
+    };
+
+    // Of the questions with the same key that are not found yet, those pairs come together first that have the highest
+    // score above 0. Many questions may share a stem such as "下列说法正确的是": a few hundred at a time are compared.
     template <class Score>
     void Match(KeyFunction key, Score score) {
+        constexpr std::size_t kAtATime = 500;
         Places free;
         for (std::size_t i = 0; i < bank_.size(); ++i) {
             if (taken_[i]) continue;
             if (std::u16string of = key(bank_[i], bank_keys_[i]); !of.empty()) free[std::move(of)].push_back(i);
         }
+        Places wanted;
         for (std::size_t i = 0; i < file_.size(); ++i) {
             if (found_[i] || repeated_[i]) continue;
-            const auto places = free.find(key(file_[i], file_keys_[i]));
-            if (places == free.end()) continue;
-            // Many questions may share a stem such as "下列说法正确的是"; a few hundred of them are enough to look at.
-            constexpr std::size_t kMostLookedAt = 500;
-            std::size_t best = 0;
-            std::size_t looked_at = 0;
-            for (const std::size_t candidate : places->second) {
-                if (taken_[candidate] || ++looked_at > kMostLookedAt) continue;
-                const std::size_t points = score(candidate, i);
-                if (points <= best) continue;
-                best = points;
-                found_[i] = candidate;
+            if (std::u16string of = key(file_[i], file_keys_[i]); free.contains(of)) {
+                wanted[std::move(of)].push_back(i);
             }
-            if (found_[i]) taken_[*found_[i]] = true;
+        }
+        std::vector<Pair> pairs;
+        for (const auto& [of, files] : wanted) {
+            std::vector<std::size_t>& banks = free[of];
+            for (std::size_t begin = 0; begin < files.size(); begin += kAtATime) {
+                pairs.clear();
+                for (std::size_t i = begin; i < std::min(begin + kAtATime, files.size()); ++i) {
+                    for (std::size_t j = 0; j < std::min(kAtATime, banks.size()); ++j) {
+                        const std::size_t points = score(banks[j], files[i]);
+                        if (points > 0) pairs.push_back({points, files[i], banks[j]});
+                    }
+                }
+                std::stable_sort(pairs.begin(), pairs.end(),
+                                 [](const Pair& a, const Pair& b) { return a.score > b.score; });
+                for (const Pair& pair : pairs) {
+                    if (found_[pair.file] || taken_[pair.bank]) continue;
+                    found_[pair.file] = pair.bank;
+                    taken_[pair.bank] = true;
+                }
+                std::erase_if(banks, [&](std::size_t bank) { return taken_[bank]; });
+            }
         }
     }
 
@@ -185,8 +296,10 @@ private:
             }
             result.questions.push_back(std::move(one));
         }
+        std::unordered_set<std::u16string> file_numbers;
+        for (const Question& question : file_) file_numbers.insert(question.rec_no);
         for (std::size_t i = 0; i < bank_.size(); ++i) {
-            if (!taken_[i]) result.not_found.push_back(i);
+            if (!taken_[i] && !file_numbers.contains(bank_[i].rec_no)) result.not_found.push_back(i);
         }
         return result;
     }
@@ -194,6 +307,7 @@ private:
     std::span<const Question> bank_;
     std::span<const Question> file_;
     std::vector<Keys> bank_keys_;
+    std::unordered_set<std::u16string> bank_numbers_;
     std::vector<Keys> file_keys_;
     std::vector<std::optional<std::size_t>> found_;
     std::vector<bool> repeated_;
@@ -244,12 +358,19 @@ Recognition Recognise(std::span<const Question> bank, std::span<const Question> 
 Question Merged(const Question& in_bank, const Question& in_file) {
     Question merged = in_file;
     merged.rec_no = in_bank.rec_no;
+    merged.other_document = in_bank.other_document;
     const Question::Stated& stated = in_file.stated;
     if (merged.category.empty() && !stated.category) merged.category = in_bank.category;
     if (merged.requirements.empty() && !stated.requirements) merged.requirements = in_bank.requirements;
     if (merged.keywords.empty() && !stated.keywords) merged.keywords = in_bank.keywords;
     if (IsEmpty(merged.analysis) && !stated.analysis) merged.analysis = in_bank.analysis;
     if (merged.difficulty == 0 && !stated.difficulty) merged.difficulty = in_bank.difficulty;
+    if (Canonical(merged.stem) == Canonical(in_bank.stem)) merged.stem = in_bank.stem;
+    if (in_bank.other_document || Canonical(merged.analysis) == Canonical(in_bank.analysis)) {
+        merged.analysis = in_bank.analysis;
+    }
+    KeepOptions(merged.options, in_bank.options);
+    if (Canonical(merged.blanks) == Canonical(in_bank.blanks)) merged.blanks = in_bank.blanks;
     return merged;
 }
 
@@ -264,7 +385,9 @@ std::u16string Differences(const Question& before, const Question& after) {
         return std::u16string(Trimmed(unified));
     };
     tell(Canonical(before.stem) != Canonical(after.stem), u"题干");
-    tell(!SameOptions(before.options, after.options), u"选项");
+    tell(!SameOptions(before.options, after.options), LettersMove(before.options, after.options)
+                                                          ? u"选项（有的换了字母，练习历史中的答案是字母，含义会变）"
+                                                          : u"选项");
     tell(lines(StoredAnswer(before)) != lines(StoredAnswer(after)), u"答案");
     tell(Canonical(before.analysis) != Canonical(after.analysis), u"解析");
     tell(before.difficulty != after.difficulty, u"难度");

@@ -13,7 +13,7 @@
 namespace qmtrain::exchange {
 
 struct Recognised {
-    enum class As : std::uint8_t { New, Changed, Same, Repeated };
+    enum class As : std::uint8_t { New, Changed, Same, Repeated, Impossible };  // the last: no table for its kind
     As as = As::New;
     std::size_t existing = 0;  // the question of the bank, when it is changed or the same
     std::u16string changes;    // "题干、答案"
@@ -21,24 +21,26 @@ struct Recognised {
 
 struct Recognition {
     std::vector<Recognised> questions;   // one for each of the file
-    std::vector<std::size_t> not_found;  // questions of the bank that the file does not have
+    std::vector<std::size_t> not_found;  // questions of the bank that the file does not have, nor their numbers
 
     std::size_t Count(Recognised::As as) const;
     // "新增 12 题，修改 3 题，不变 5 题，重复 1 题，题库中另有 2 题不在文件里"
     std::u16string Summary() const;
 };
 
-// A question is the same one when it asks the same and, if it has options, shares half of them; when the record number
-// that the file gives it says so and it is still like that; and when long options are the same and the stem is like it.
+// A question is the same one when the file gives it the record number, and its stem is the same with half of the
+// options or like it with the same answer; when it asks the same and, if it has options, shares more than half of them;
+// and when long options are the same and the stem is like it. "以上都不对" is no option that tells anything.
 Recognition Recognise(std::span<const Question> bank, std::span<const Question> file);
 
 // How like two texts are: 0 to 1, by their pairs of neighbouring characters.
 double Likeness(std::u16string_view a, std::u16string_view b);
 
-// The question of the file with what only the bank can know of it.
+// The question of the file with what only the bank can know of it, and with the bank's texts and order of options where
+// the file's say the same.
 Question Merged(const Question& in_bank, const Question& in_file);
 
-// "题干、选项"; empty when nothing differs.
+// "题干、选项"; empty when nothing differs. Tells when letters stand for other options, for histories have the letters.
 std::u16string Differences(const Question& before, const Question& after);
 
 }  // namespace qmtrain::exchange

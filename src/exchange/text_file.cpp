@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::uint64_t kLargest = std::uint64_t{512} << 20;
 constexpr int kChinese = 936;
+constexpr int kAllOfChinese = 54936;  // GB18030, with characters of four bytes
 
 std::u16string FromUtf16(std::string_view bytes, bool big_endian) {
     std::u16string out(bytes.size() / 2, u'\0');
@@ -45,6 +46,13 @@ bool IsCutOff(std::string_view bytes) {
         return IsUtf8(whole, text) && std::any_of(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x80; });
     }
     return false;
+}
+
+std::u16string FromChinese(std::string_view bytes) {
+    std::u16string text = FromCodePage(bytes, kChinese);
+    if (text.find(kReplacementCharacter) == text.npos) return text;
+    std::u16string more = FromCodePage(bytes, kAllOfChinese);
+    return more.find(kReplacementCharacter) == more.npos ? more : text;
 }
 
 template <class Text>
@@ -97,17 +105,27 @@ std::u16string DecodeText(std::string_view bytes) {
     if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
         text = FromUtf16(bytes.substr(2), bytes.front() == '\xFE');
     } else if (text = FromUtf8(bytes); !IsUtf8(bytes, text)) {
-        if (!marked && !IsCutOff(bytes)) text = FromCodePage(bytes, kChinese);
+        if (!marked && !IsCutOff(bytes)) text = FromChinese(bytes);
         unreadable = text.find(kReplacementCharacter);
     }
     unreadable = std::min(unreadable, text.find(u'\0'));
     if (unreadable != std::u16string::npos) {
         const std::size_t line = LineAt(text, unreadable);
-        RaiseComponentError(u"qmtrain", u"第 " + ToText(static_cast<std::int64_t>(line)) +
-                                            u" 行不是文本：编码应当是 UTF-8 或 GBK，文件应当是完整的文本文件。");
+        RaiseComponentError(u"qmtrain",
+                            u"第 " + ToText(static_cast<std::int64_t>(line)) +
+                                u" 行不是文本：编码应当是 UTF-8、GBK 或 GB18030，文件应当是完整的文本文件。");
     }
     EndLinesWithLf(text);
     return text;
+}
+
+std::u16string DecodeLoosely(std::string_view bytes) {
+    const std::u16string text = FromUtf8(bytes);
+    const std::u16string chinese = FromCodePage(bytes, kChinese);
+    const auto unreadable = [](std::u16string_view of) {
+        return std::count(of.begin(), of.end(), kReplacementCharacter);
+    };
+    return unreadable(chinese) < unreadable(text) ? chinese : text;
 }
 
 std::string DecodeToUtf8(std::string bytes) {

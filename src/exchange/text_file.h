@@ -14,7 +14,10 @@ std::string ReadBytes(std::u16string_view file);
 // the encodings.
 std::u16string DecodeText(std::string_view bytes);
 
-// The same in UTF-8. Takes the bytes, and works in them where they are in UTF-8: a large file is not there twice.
+// The same for a look at the text: what cannot be read is U+FFFD.
+std::u16string DecodeLoosely(std::string_view bytes);
+
+// DecodeText in UTF-8. Takes the bytes, and works in them where they are in UTF-8: a large file is not there twice.
 std::string DecodeToUtf8(std::string bytes);
 
 // The number of the line, from 1, in which the position lies.

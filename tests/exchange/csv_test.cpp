@@ -89,6 +89,11 @@ INSTANTIATE_TEST_SUITE_P(
              "个：各空之间用“@”，同一空的几个答案之间用“#”，答案本身不能含有“@”和“#”。\n"},
         Case{"OpenQuote", u"题干,答案\n甲,对\n\"乙,错",
              "是非题|甲|对\n第 3 行：错误：引号没有结束；文件可能不完整。\n"},
+        Case{
+            "CutOffRow", u"题型,题干,答案,解析,难度\n判断,甲,对,因为,1\n操作,乙,要",
+            "是非题|甲|对|解析:因为|难度:1\n第 3 行：错误：最后一行比标题少几格，也没有换行；文件可能不完整。空的格也要"
+            "写出分隔符。\n"},
+        Case{"ShortRows", u"题型,题干,答案,解析,难度\n判断,甲,对\n判断,乙,对\n", "是非题|甲|对\n是非题|乙|对\n"},
         Case{"Empty", u"\n,,\n", "第 1 行：错误：文件是空的。\n"}),
     [](const auto& info) { return std::string(info.param.name); });
 
@@ -122,6 +127,7 @@ TEST(TextFile, KnowsEncodings) {
     EXPECT_EQ(DecodeText("\xEF\xBB\xBF" + ToUtf8(text)), text);
     EXPECT_EQ(DecodeText(gbk), text);
     EXPECT_EQ(DecodeText(utf16), text);
+    EXPECT_EQ(DecodeText("\xB2\xE2\xCA\xD4\x81\x30\x81\x30"), u"测试\x80") << "GB18030";
     EXPECT_EQ(DecodeText("a\r\nb\rc\n"), u"a\nb\nc\n");
     const std::string whole = ToUtf8(u"甲\n题");
     // No bytes of text; and UTF-8 that is cut off, which GBK would make other characters of.
@@ -140,6 +146,11 @@ TEST(Formats, AreFoundOut) {
     EXPECT_EQ(DetectFormat(u"a.txt", "甲{T}"), Format::Gift);
     EXPECT_EQ(DetectFormat(u"a.txt", "\xEF\xBB\xBF<?xml version='1.0'?><quiz/>"), Format::MoodleXml);
     EXPECT_EQ(DetectFormat(u"A.CSV", "x"), Format::Csv);
+    // A part of an ending is none; and a bad byte does not hide the format.
+    for (const char16_t* name : {u"q.c", u"q.t", u"q.x", u"q.gif", u"q.", u"q.csv "}) {
+        EXPECT_EQ(DetectFormat(name, "x\nA. 1\nB. 2\nANSWER: A"), Format::Aiken) << ToUtf8(name);
+    }
+    EXPECT_EQ(DetectFormat(u"a.txt", ToCodePage(u"题型,题干,答案\n判断,甲,对", 936).value() + "\n\xFF"), Format::Csv);
     EXPECT_EQ(DetectFormat(u"a.txt", "x\nA. 1\nB. 2\nAnswer: A"), Format::Aiken);
     const struct {
         Format format;

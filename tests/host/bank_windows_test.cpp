@@ -180,6 +180,46 @@ TEST_F(BankWindowTest, ABankThatChangesMeanwhileIsComparedAgain) {
     EXPECT_EQ(script.Play(dialog), wxID_OK);
 }
 
+// The plan that is carried out is the one that was shown, though a question of it has no table in the bank; that
+// question is still there for another bank.
+TEST_F(BankWindowTest, WhatTheBankHasNoTableForIsLeftOut) {
+    {
+        const dao::Connection bank(InFolder(data_.Banks(), u"JC.mdb"));
+        bank->Execute(u"Delete From Tbl_Information Where C_Tblname='TBL_FILL'");
+    }
+    const std::vector<exchange::Question> before = exchange::ReadBank(data_.Banks(), u"JC");
+    exchange::Question mine = before.back();
+    const std::u16string file = Written("a.csv", "题型,题干,答案\n填空,栈顶____,x\n判断,没有人问过的,对\n");
+    ImportDialog dialog(nullptr, data_, u"JC");
+    boxes_.Expect(wxID_OK);
+    WindowScript script;
+    script
+        .Do([&] {
+            dialog.Read({file});
+            EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 0)), "错误");
+            Click(*dialog.ChkKeepGoing);
+        })
+        .Await("that it can be imported", [&] { return dialog.BtnImport->IsEnabled(); })
+        .Do([&] {
+            mine.stem = exchange::PlainRichText(u"改过的题干");
+            exchange::SaveQuestion(data_.Banks(), u"JC", mine);
+            Click(*dialog.BtnImport);
+        })
+        .Await("that the bank has changed", [&] { return boxes_.HasSaid(); })
+        .Do([&] { dialog.CboBank->SetValue("NEW"); })
+        .Await("both questions for a new bank",
+               [&] { return Utf8(dialog.LblSummary->GetLabelText()).starts_with("新建题库：新增 2 题"); })
+        .Do([&] { dialog.CboBank->SetValue("JC"); })
+        .Await("one for this",
+               [&] {
+                   return dialog.BtnImport->IsEnabled() &&
+                          Utf8(dialog.LblSummary->GetLabelText()).find("新增 1 题") != std::string::npos;
+               })
+        .DoLast([&] { Click(*dialog.BtnImport); });
+    EXPECT_EQ(script.Play(dialog), wxID_OK);
+    EXPECT_EQ(exchange::ReadBank(data_.Banks(), u"JC").size(), before.size() + 1);
+}
+
 // Which file a line is of; and nothing goes from the bank while a file has errors: what could not be read may be there.
 TEST_F(BankWindowTest, FilesAreNamedAndErrorsDeleteNothing) {
     const std::u16string good = Written("a.gift", "栈是{=线性表 ~树}\n");

@@ -9,6 +9,7 @@
 #include "exchange/bank_rows.h"
 #include "exchange/formats.h"
 #include "host/banks/bank_editing.h"
+#include "host/data/people.h"
 #include "host/papers/paper_rules.h"
 #include "host/papers/paper_sheet.h"
 #include "host/papers/question_use.h"
@@ -79,6 +80,15 @@ protected:
         return "";
     }
 };
+
+// Two imports at once may both have seen that it is not there.
+TEST_F(BanksTest, ASubjectIsAddedOnce) {
+    AddSubject(data_, {77, u"一个", u""});
+    const std::size_t count = SubjectsOf(data_).size();
+    AddSubject(data_, {77, u"另一个", u""});
+    EXPECT_EQ(SubjectsOf(data_).size(), count);
+    EXPECT_EQ(SubjectsOf(data_).back().name, u"一个");
+}
 
 class BothEditionsTest : public BanksTest, public testing::WithParamInterface<Edition> {};
 

@@ -141,17 +141,17 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
     const std::set<std::u16string> taken = NumbersInUse(folder_, code_);
     std::optional<exchange::Question> now;
     Within(code_, [&](exchange::BankRows& rows, const exchange::BankEntry& entry) {
-        const bool is_new = saved.rec_no.empty() || !rows.Find(saved.rec_no);
+        const std::optional<exchange::Question> before = rows.Find(saved.rec_no);
         if (begun_ && begun_->first == saved.rec_no && !SameRows(begun_->second, rows.Rows(saved.rec_no))) {
             RaiseComponentError(u"qmtrain",
                                 u"这道题已被别人修改，没有保存。请先把写好的文字复制出来，关闭后重新打开这道题。");
         }
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
-        if (is_new) {
+        if (!before) {
             rows.Add(saved, entry.subject);
         } else {
             step.before = rows.Rows(saved.rec_no);
-            rows.Change(saved);
+            rows.Change(*before, saved);
         }
         now = rows.Find(saved.rec_no);
         step.after = rows.Rows(saved.rec_no);

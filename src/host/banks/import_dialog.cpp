@@ -213,7 +213,8 @@ void ImportDialog::Plan() {
     soon_.Stop();
     plan_ = {};
     const std::u16string code(exchange::Trimmed(ui::FromWx(CboBank->GetValue())));
-    const auto known = std::find_if(banks_.begin(), banks_.end(), [&](const auto& bank) { return bank.code == code; });
+    const auto known =
+        std::find_if(banks_.begin(), banks_.end(), [&](const auto& bank) { return EqualNames(bank.code, code); });
     TxtName->Enable(known == banks_.end());
     SpnSubject->Enable(known == banks_.end());
     if (known != banks_.end()) {
@@ -288,7 +289,7 @@ void ImportDialog::ShowPlan() {
     LblSummary->SetForegroundColour(Colour(errors_ > 0 ? Tint::Bad : Tint::Text));
     ChkKeepGoing->Enable(errors_ > 0);
     const bool current = !soon_.IsRunning();  // else this is still the plan for another bank
-    BtnImport->Enable(current && problem_.empty() && !read_.questions.empty() &&
+    BtnImport->Enable(current && problem_.empty() && plan_.Possible() > 0 &&
                       (errors_ == 0 || ChkKeepGoing->GetValue()));
 }
 
@@ -302,25 +303,23 @@ std::u16string ImportDialog::Removal() {
 }
 
 void ImportDialog::Import() {
+    bool written = false;
     try {
-        if (plan_.impossible > 0) {
-            exchange::RemoveImpossible(plan_, read_.questions);
-            plan_ = exchange::PlanImport(folder_.Banks(), plan_.bank, read_.questions);
-        }
         if (plan_.is_new) {
             const std::u16string name(exchange::Trimmed(ui::FromWx(TxtName->GetValue())));
             if (!name.empty()) plan_.bank.name = name;
         }
         const std::size_t gone = ChkReplace->GetValue() ? plan_.recognition.not_found.size() : 0;
         if (gone > 0 && !Confirm(this, u"将从题库中" + Removal() + u"。\n要继续吗？", kTitle, u"删除", u"取消")) return;
-        RequireSubject(folder_, plan_.bank.subject, plan_.bank.name);
         WorkProgress progress(this, kTitle);
         exchange::CarryOut(folder_.Banks(), plan_, read_.questions,
                            {ChkReplace->GetValue(), NumbersInUse(folder_, plan_.bank.code)},
                            progress.Of(u"正在写入题库…"));
+        written = true;
+        RequireSubject(folder_, plan_.bank.subject, plan_.bank.name);
         EndModal(wxID_OK);
     } catch (const AutomationError& error) {
-        ui::Inform(this, error.Description() + u"\n没有写入任何内容。", kTitle);
+        ui::Inform(this, error.Description() + (written ? u"\n试题已经写入题库。" : u"\n没有写入任何内容。"), kTitle);
         Plan();  // the bank may be another one by now
     } catch (const exchange::Cancelled&) {
         ui::Inform(this, u"已经停止，题库没有改动。", kTitle);

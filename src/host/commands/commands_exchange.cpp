@@ -139,9 +139,9 @@ int Import(const ImportOptions& options) {
     if (options.files.empty()) Refuse(u"请指明要导入的文件。");
     if (options.bank.empty()) Refuse(u"请用 --bank 指明题库代码。");
     const DataFolder folder = FolderOf(options.data);
-    exchange::Import import = ReadFiles(options);
+    const exchange::Import import = ReadFiles(options);
     const exchange::BankEntry wanted{FromUtf8(options.bank), FromUtf8(options.name), u"", options.subject};
-    exchange::ImportPlan plan = [&] {
+    const exchange::ImportPlan plan = [&] {
         TerminalProgress progress(u"正在与题库比较");
         return exchange::PlanImport(folder.Banks(), wanted, import.questions, progress.Of());
     }();
@@ -149,10 +149,6 @@ int Import(const ImportOptions& options) {
     for (const Notice& notice : plan.notices) {
         Say(u"  " + notice.Text());
         if (notice.kind == Notice::Kind::Error) ++errors;
-    }
-    if (plan.impossible > 0 && options.keep_going) {
-        exchange::RemoveImpossible(plan, import.questions);
-        plan = exchange::PlanImport(folder.Banks(), wanted, import.questions);
     }
     const std::u16string bank = u"题库“" + plan.bank.name + u"”（" + plan.bank.code + u"）";
     for (std::size_t i = 0; i < import.questions.size(); ++i) {
@@ -173,7 +169,7 @@ int Import(const ImportOptions& options) {
             u" 处错误，没有写入任何内容；--keep-going 只导入其余的试题。");
         return 1;
     }
-    if (import.questions.empty()) Refuse(u"没有可以导入的试题。");
+    if (plan.Possible() == 0) Refuse(u"没有可以导入的试题。");
     if (options.dry_run) {
         Say(u"只是预览，没有写入任何内容。");
         return errors > 0 ? 1 : 0;
@@ -183,13 +179,13 @@ int Import(const ImportOptions& options) {
         return 1;
     }
     MakeEmptyFolder(folder.path);
-    RequireSubject(folder, plan.bank.subject, plan.bank.name);
     {
         TerminalProgress progress(u"正在写入题库");
         exchange::CarryOut(folder.Banks(), plan, import.questions,
                            {options.replace, NumbersInUse(folder, plan.bank.code)}, progress.Of());
     }
     Say(u"已写入" + bank + u"。");
+    RequireSubject(folder, plan.bank.subject, plan.bank.name);
     return errors > 0 ? 1 : 0;
 }
 

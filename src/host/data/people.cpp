@@ -98,12 +98,16 @@ std::int32_t SaveSubject(const DataFolder& folder, const Subject& subject) {
 
 void AddSubject(const DataFolder& folder, const Subject& subject) {
     const dao::Connection client(ClientDatabase(folder.path));
-    const auto rows = client->OpenRecordset(u"Select Top 1 * From Tbl_SubjectBrief");
-    rows->AddNew();
-    rows->Fields(u"SubjectCode").Value(subject.code);
-    rows->Fields(u"ExameBrief").Value(subject.name.empty() ? u"科目 " + ToText(subject.code) : subject.name);
-    rows->Fields(u"StudentKnow").Value(subject.instructions);
-    rows->Update();
+    client->Atomically([&] {
+        const auto rows =
+            client->OpenRecordset(u"Select * From Tbl_SubjectBrief Where SubjectCode=" + ToText(subject.code));
+        if (HasRow(*rows)) return;
+        rows->AddNew();
+        rows->Fields(u"SubjectCode").Value(subject.code);
+        rows->Fields(u"ExameBrief").Value(subject.name.empty() ? u"科目 " + ToText(subject.code) : subject.name);
+        rows->Fields(u"StudentKnow").Value(subject.instructions);
+        rows->Update();
+    });
 }
 
 void AddQuestionTypes(const DataFolder& folder, std::int32_t subject) {

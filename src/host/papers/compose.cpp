@@ -104,11 +104,7 @@ PaperPlan UsualPlan(const Bank& bank) {
 
 std::int32_t ComposePaper(const DataFolder& folder, const Bank& bank, const PaperPlan& plan, unsigned seed) {
     RequirePlan(bank, plan);
-    const std::vector<Subject> subjects = SubjectsOf(folder);
-    if (std::none_of(subjects.begin(), subjects.end(),
-                     [&](const Subject& subject) { return subject.code == bank.subject; })) {
-        AddSubject(folder, {bank.subject, bank.name, u""});
-    }
+    AddSubject(folder, {bank.subject, bank.name, u""});
     AddQuestionTypes(folder, bank.subject);
     std::mt19937 random(seed);
     std::int32_t paper_no = 0;

@@ -70,10 +70,7 @@ std::u16string RemovalSummary(const DataFolder& folder, const exchange::ImportPl
 }
 
 void RequireSubject(const DataFolder& folder, std::int32_t subject, std::u16string_view name) {
-    const std::vector<Subject> subjects = SubjectsOf(folder);
-    const bool known =
-        std::any_of(subjects.begin(), subjects.end(), [&](const Subject& one) { return one.code == subject; });
-    if (!known) AddSubject(folder, {subject, std::u16string(name), u""});
+    AddSubject(folder, {subject, std::u16string(name), u""});
     AddQuestionTypes(folder, subject);
 }
 
