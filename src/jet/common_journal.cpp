@@ -36,15 +36,18 @@ std::vector<std::uint8_t> Write(const Content& content) {
     return bytes;
 }
 
-// Nothing when it is not whole, or void.
+// Nothing when it is not whole.
 std::optional<Content> ReadWhole(File& file) {
     std::array<std::uint8_t, kHead> head{};
-    if (file.ReadAt(0, head) != kHead || std::memcmp(head.data(), kMagic, sizeof kMagic) != 0) return std::nullopt;
+    if (file.ReadAt(0, head) != kHead) return std::nullopt;
+    const bool is_over = head[0] == kVoid[0];
+    if (is_over) head[0] = kMagic[0];
+    if (std::memcmp(head.data(), kMagic, sizeof kMagic) != 0) return std::nullopt;
     const auto length = Get<std::uint32_t>(&head[8]);
     if (length < kHead || length > kMaxLength) return std::nullopt;
     std::vector<std::uint8_t> bytes(length);
     if (file.ReadAt(0, bytes) != length) return std::nullopt;
-    Content content{Get<std::uint64_t>(&bytes[16]), {}};
+    Content content{Get<std::uint64_t>(&bytes[16]), {}, is_over};
     if (Get<std::uint32_t>(&bytes[12]) != Checksum(content.nonce, std::span(bytes).subspan(16))) return std::nullopt;
     for (auto at = bytes.begin() + kHead; at != bytes.end();) {
         const auto end = std::find(at, bytes.end(), 0);
@@ -53,15 +56,6 @@ std::optional<Content> ReadWhole(File& file) {
         at = end + 1;
     }
     return content;
-}
-
-// One of ours that has come to its end, or was not written whole and so never named. Zeros may be what a power cut has
-// left of one, or anybody's.
-bool IsOurs(File& file) {
-    std::array<std::uint8_t, sizeof kMagic> bytes{};
-    if (file.ReadAt(0, bytes) != bytes.size()) return false;
-    if (bytes[0] == kVoid[0]) bytes[0] = kMagic[0];
-    return std::memcmp(bytes.data(), kMagic, sizeof kMagic) == 0;
 }
 
 // Without links: what stands above the folder depends on the way that led to it.
@@ -99,7 +93,7 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     const auto other_path = [&] { return WithEnding(UsualPath(databases.front()), UniqueName("-", "")); };
     name_.path = UsualPath(databases.front());
     if (system.Look(name_.path) != FileKind::None) name_.path = other_path();
-    Content content{name_.nonce, {}};
+    Content content{name_.nonce, {}, false};
     for (const std::filesystem::path& database : databases) content.databases.push_back(PathFrom(name_.path, database));
     bytes_ = Write(content);
     while (!Make()) name_.path = other_path();
@@ -121,12 +115,29 @@ bool CommonJournal::Make() {
     return file_->TryLock(kBeingMade, 1, File::Lock::Exclusive) && file_->IsAt(name_.path);
 }
 
-bool CommonJournal::RemoveIfEmpty(FileSystem& system, const std::filesystem::path& path) {
-    const auto file = system.OpenPlain(path, OpenMode::ReadWrite);
-    if (file->Size() > 0) return false;
-    const bool left = file->TryLock(kBeingMade, 1, File::Lock::Exclusive) && file->IsAt(path) && file->Size() == 0;
-    if (left) system.Remove(path);
-    return true;
+bool CommonJournal::MayBeName(const std::filesystem::path& path) {
+    const std::u16string name = path.filename().u16string();
+    const std::size_t dash = name.rfind(u'-');
+    if (dash == name.npos || dash == 0) return false;
+    const std::u16string_view ending = std::u16string_view(name).substr(dash + 1);
+    return ending == u"commit" || (!ending.empty() && ending.find_first_not_of(u"0123456789abcdef") == ending.npos);
+}
+
+std::unique_ptr<File> CommonJournal::TakeLeft(FileSystem& system, const std::filesystem::path& path) {
+    auto file = system.OpenPlain(path, OpenMode::ReadWrite);
+    return file->TryLock(kBeingMade, 1, File::Lock::Exclusive) && file->IsAt(path) ? std::move(file) : nullptr;
+}
+
+bool CommonJournal::IsBegun(File& file) {
+    if (file.Size() == 0) return true;
+    std::array<std::uint8_t, sizeof kMagic> bytes{};
+    return file.ReadAt(0, bytes) == bytes.size() && std::memcmp(bytes.data(), kMagic, bytes.size()) == 0;
+}
+
+void CommonJournal::RequireInPlace() const {
+    if (!file_->IsAt(name_.path)) {
+        Raise(ErrorNumber::DiskError, {FromNativePath(name_.path), u"提交日志已被移走，更改没有完成。"});
+    }
 }
 
 void CommonJournal::Finish() {
@@ -147,8 +158,8 @@ void CommonJournal::Finish() {
 
 void CommonJournal::Discard() noexcept {
     try {
+        if (file_->IsAt(name_.path)) system_.Remove(name_.path);  // while it is locked no other one can lie there
         file_.reset();
-        system_.Remove(name_.path);
     } catch (const AutomationError&) {
         // Whoever rolls back the last file that names it removes it.
     }
@@ -171,16 +182,13 @@ bool CommonJournal::InForce(FileSystem& system, const Name& name, File& database
     if (!system.HasOwnerOf(name.path, journal) && !system.IsByWriterOf(name.path, database)) return false;
     const auto file = OpenIfThere(system, name.path, *kind);
     const std::optional<Content> content = file ? ReadWhole(*file) : std::nullopt;
-    return content && content->nonce == name.nonce;
+    return content && !content->is_over && content->nonce == name.nonce;
 }
 
-std::optional<Content> CommonJournal::Read(FileSystem& system, const std::filesystem::path& path) {
-    const auto file = system.OpenPlain(path, OpenMode::ReadOnly);
-    std::optional<Content> content = ReadWhole(*file);
-    if (!content && !IsOurs(*file)) Raise(ErrorNumber::FileDamaged, {FromNativePath(path), u"不是提交日志。"});
-    if (content) {
-        for (std::filesystem::path& database : content->databases) database = path.parent_path() / database;
-    }
+std::optional<Content> CommonJournal::Read(File& file, const std::filesystem::path& path) {
+    std::optional<Content> content = ReadWhole(file);
+    if (!content) return content;
+    for (std::filesystem::path& database : content->databases) database = path.parent_path() / database;
     return content;
 }
 

@@ -60,19 +60,28 @@ public:
     // when its maker is that one's, or may write the database.
     static bool InForce(FileSystem& system, const Name& name, File& database, File& journal);
 
+    // Raises DiskError when the file no longer lies where the journals of the databases are to find it.
+    void RequireInPlace() const;
+
     // What one that was found says.
     struct Content {
         std::uint64_t nonce = 0;
         std::vector<std::filesystem::path> databases;
+        bool is_over = false;
     };
 
-    // Nothing when it has come to its end or is not complete, and so needs no heed. Raises FileDamaged for a file
-    // that is no common journal.
-    static std::optional<Content> Read(FileSystem& system, const std::filesystem::path& path);
+    // Nothing when the file, which lies at the path, does not hold the whole of one.
+    static std::optional<Content> Read(File& file, const std::filesystem::path& path);
 
-    // Removes an empty file that nobody is making: a process has died before it wrote anything. False when the file is
-    // not empty.
-    static bool RemoveIfEmpty(FileSystem& system, const std::filesystem::path& path);
+    // Whether a file is the beginning of one, or empty: its process has died before any journal named it.
+    static bool IsBegun(File& file);
+
+    // Opens one that its maker has left, and keeps others from making or removing it as long as it is open. Nothing
+    // when somebody is at work on it.
+    static std::unique_ptr<File> TakeLeft(FileSystem& system, const std::filesystem::path& path);
+
+    // Whether one can have the path's name; else no journal of ours names it.
+    static bool MayBeName(const std::filesystem::path& path);
 
     // Where it lies unless one that is still needed lies there.
     static std::filesystem::path UsualPath(const std::filesystem::path& database);

@@ -51,6 +51,7 @@ FoundJournal::State FoundJournal::Judge(FileSystem& system, PageFile& file) {
     if (!by_writer || (whole && !Belongs(JournalOwner::Of(file, file.Size())))) return State::Foreign;
     if (!whole) return state_;
     ReadRecords();
+    if (decides_by_outcome_) common_.reset();  // it decides alone
     if (decides_by_outcome_ && outcome_.empty()) return State::Void;
     if (decides_by_outcome_ && IsComplete(file.Handle())) return State::Complete;
     if (!FitsSamples(file)) return State::Foreign;
@@ -178,7 +179,7 @@ void FoundJournal::ReadRecords() {
         const auto page = Get<std::uint32_t>(record.data());
         if (Get<std::uint32_t>(&record[4]) != ImageChecksum(nonce_, page, image)) break;
         if (page == kCommonRecord) {
-            TakeCommon(image);
+            if (!TakeCommon(image)) break;
             continue;
         }
         if (page == kOutcomeRecord && place == 1) {
@@ -191,12 +192,15 @@ void FoundJournal::ReadRecords() {
     }
 }
 
-void FoundJournal::TakeCommon(std::span<const std::uint8_t> content) {
+// False when it names what can be no common journal.
+bool FoundJournal::TakeCommon(std::span<const std::uint8_t> content) {
     const auto end = std::find(content.begin() + kCommonPath, content.end(), 0);
     const std::filesystem::path stored(std::u8string(content.begin() + kCommonPath, end));
+    if (!CommonJournal::MayBeName(stored)) return false;
     const std::u16string text = FromUtf8(std::string(content.begin() + kCommonPath, end));
     common_is_elsewhere_ = IsInNetwork(text) && !IsOnMachineOf(text, FromPath(path_));
     common_ = {path_.parent_path() / stored.lexically_normal(), Get<std::uint64_t>(content.data())};
+    return true;
 }
 
 PageNumber FoundJournal::PageCount() const {
@@ -213,7 +217,8 @@ void FoundJournal::ReadImage(PageNumber page, std::span<std::uint8_t> image) con
 void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, bool durable) {
     if (found.state_ == State::InForce) found.PlayBack(file);
     if (found.state_ == State::Complete) found.WriteAgain(file);
-    found.file_.reset();
+    // Somebody may have taken it away and laid another one there, which is another finding.
+    if (found.file_ && !found.file_->IsAt(found.path_)) return;
     if (found.state_ == State::Foreign) {
         const std::filesystem::path aside = WithEnding(found.path_, UniqueName("-", ""));
         system.Rename(found.path_, aside);
@@ -222,8 +227,8 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
                             FromNativePath(aside.filename()) + u"”。",
                         u"");
     }
-    End(system, found.path_, durable);
-    if (found.common_) RemoveUnusedCommon(system, found.common_->path, file);
+    found.End(system, durable);
+    if (found.common_) RemoveUnusedCommon(system, found.common_->path, file, false);
 }
 
 // What the system says it has may never have reached the disk, when somebody's sync has failed.
@@ -237,16 +242,17 @@ void FoundJournal::WriteAgain(File& file) const {
 }
 
 // One that may not be written goes, for it may lie in a folder where it may be removed.
-void FoundJournal::End(FileSystem& system, const std::filesystem::path& path, bool durable) {
+void FoundJournal::End(FileSystem& system, bool durable) const {
     std::unique_ptr<File> journal;
     try {
-        journal = system.OpenPlain(path, OpenMode::ReadWrite);
+        journal = system.OpenPlain(path_, OpenMode::ReadWrite);
     } catch (const AutomationError& error) {
         if (!error.Is(ErrorNumber::CannotOpenFile)) throw;
-        system.Remove(path);
-        if (durable) system.SyncFolder(path.parent_path());
+        if (file_->IsAt(path_)) system.Remove(path_);
+        if (durable) system.SyncFolder(path_.parent_path());
         return;
     }
+    if (!journal->IsAt(path_) || !file_->IsAt(path_)) return;  // not the same file
     journal->WriteAt(0, kVoid);
     if (durable) journal->Sync();
 }
@@ -262,22 +268,34 @@ void FoundJournal::PlayBack(File& file) const {
     file.Sync();
 }
 
-void FoundJournal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common,
-                                      File& database) noexcept {
+// A journal is believed in what it says of its database, and of nothing else: the file must show that it is a common
+// journal of that database. Where ours lies, one that was not finished goes, too.
+void FoundJournal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database,
+                                      bool is_usual_path) noexcept {
     try {
         if (system.Look(common) != FileKind::Plain || !system.IsByWriterOf(common, database)) return;
-        if (CommonJournal::RemoveIfEmpty(system, common)) return;
-        if (const auto content = CommonJournal::Read(system, common)) {
-            for (const std::filesystem::path& database : content->databases) {
-                const std::u16string text = FromPath(database);
-                if (IsInNetwork(text) && !IsOnMachineOf(text, FromPath(common))) return;
-                if (Names(system, database, content->nonce)) return;
-            }
-        }
+        const auto file = CommonJournal::TakeLeft(system, common);
+        if (!file) return;
+        const auto content = CommonJournal::Read(*file, common);
+        if (content ? !IsUnused(system, *content, common, database) : !is_usual_path || !CommonJournal::IsBegun(*file))
+            return;
         system.Remove(common);
     } catch (const AutomationError&) {
         // It stays, and does no harm.
     }
+}
+
+// Whether no journal of its databases names it any more, and the database at hand is one of them.
+bool FoundJournal::IsUnused(FileSystem& system, const CommonJournal::Content& content,
+                            const std::filesystem::path& common, File& database) {
+    bool is_of_database = false;
+    for (const std::filesystem::path& path : content.databases) {
+        const std::u16string text = FromPath(path);
+        if (IsInNetwork(text) && !IsOnMachineOf(text, FromPath(common))) return false;
+        if (!content.is_over && Names(system, path, content.nonce)) return false;
+        is_of_database = is_of_database || database.IsAt(path);
+    }
+    return is_of_database;
 }
 
 // Whether the database's journal names the common journal with this nonce. One that is out of reach may.

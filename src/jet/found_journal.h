@@ -56,8 +56,10 @@ public:
     // Puts the old images back, and leaves the journal as it is. Requires: InForce.
     void PlayBack(File& file) const;
 
-    // Removes a common journal when no journal of a file names it any more.
-    static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database) noexcept;
+    // Removes a common journal of the database when no journal of a file names it any more. `is_usual_path`: one may
+    // lie there that was never finished.
+    static void RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database,
+                                   bool is_usual_path) noexcept;
 
 private:
     FoundJournal(FileSystem& system, const std::filesystem::path& journal, File* database);
@@ -66,10 +68,12 @@ private:
     static bool Names(FileSystem& system, const std::filesystem::path& database, std::uint64_t nonce);
     bool ReadHeader();
     void ReadRecords();
-    void TakeCommon(std::span<const std::uint8_t> content);
+    bool TakeCommon(std::span<const std::uint8_t> content);
     State Judge(FileSystem& system, PageFile& file);
     void RemoveUnlessReadOnly(FileSystem& system, const PageFile& file) const noexcept;
-    static void End(FileSystem& system, const std::filesystem::path& path, bool durable);
+    static bool IsUnused(FileSystem& system, const CommonJournal::Content& content, const std::filesystem::path& common,
+                         File& database);
+    void End(FileSystem& system, bool durable) const;
     void WriteAgain(File& file) const;
     std::size_t OutcomeCount() const;
     std::array<std::uint32_t, 2> OutcomeOf(std::size_t number) const;

@@ -85,11 +85,11 @@ bool Pager::HasChanges() const {
 }
 
 CommonJournal Pager::StartCommon(const std::vector<std::filesystem::path>& databases) {
-    FoundJournal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()), file_.Handle());
+    FoundJournal::RemoveUnusedCommon(system_, CommonJournal::UsualPath(databases.front()), file_.Handle(), true);
     return {system_, databases, durable_};
 }
 
-void Pager::WriteChanges(bool decides, const CommonJournal::Name* common) {
+void Pager::WriteChanges(bool decides, const CommonJournal* common) {
     RaiseCommitCounter();
     for (const PageNumber page : change_.Restored()) Load(page);
     change_.WriteBack(decides, common);

@@ -110,7 +110,7 @@ private:
     void UndoLevel() noexcept override;
     bool HasChanges() const override;
     CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) override;
-    void WriteChanges(bool decides, const CommonJournal::Name* common) override;
+    void WriteChanges(bool decides, const CommonJournal* common) override;
     void Finish() override { change_.Finish(); }
     void FinishInCommon() noexcept override { change_.FinishInCommon(); }
     void Close() noexcept override;

@@ -173,7 +173,7 @@ void Session::CommitFiles(bool alone, const std::function<void()>& other) {
     for (const SessionFile* file : changed) paths.push_back(file->Path());
     CommonJournal common = changed.front()->StartCommon(paths);
     try {
-        for (SessionFile* file : changed) file->WriteChanges(false, &common.GetName());
+        for (SessionFile* file : changed) file->WriteChanges(false, &common);
         other();
         common.Finish();
     } catch (...) {

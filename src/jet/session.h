@@ -53,7 +53,7 @@ public:
     // take part; null: none do.
     virtual bool HasChanges() const = 0;
     virtual CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) = 0;
-    virtual void WriteChanges(bool decides, const CommonJournal::Name* common) = 0;
+    virtual void WriteChanges(bool decides, const CommonJournal* common) = 0;
     virtual void Finish() = 0;
     virtual void FinishInCommon() noexcept = 0;
     virtual void Close() noexcept = 0;

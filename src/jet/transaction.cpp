@@ -101,7 +101,7 @@ PageNumber Transaction::UndoLevel() noexcept {
     return page_count;
 }
 
-void Transaction::WriteBack(bool decides, const CommonJournal::Name* common) {
+void Transaction::WriteBack(bool decides, const CommonJournal* common) {
     const std::vector<Frame*> dirty = cache_.DirtyInOrder();
     share_.LockToWrite();
     file_.RequireInPlace();  // others may have had it while this one waited, or had no scope open
@@ -120,8 +120,9 @@ void Transaction::WriteBack(bool decides, const CommonJournal::Name* common) {
         file_.ReadStored(frame->number, image);
         journal_->Add(frame->number, image);
     }
-    if (common != nullptr) journal_->AddCommon(*common);
+    if (common != nullptr) journal_->AddCommon(common->GetName());
     journal_->Sync();
+    if (common != nullptr) common->RequireInPlace();
     overwritten_ = true;
     file_.Write(dirty);
     for (Frame* frame : dirty) {

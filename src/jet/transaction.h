@@ -53,7 +53,7 @@ public:
     // Brings the changed pages into the file, their old content safe in the journal. `decides`: these are the last
     // ones, and the transaction stands when they are safe. `common`: the journal of the transaction over several files
     // of which this is a part; null: none, or not yet. Raises DiskError when the file is no longer in its place.
-    void WriteBack(bool decides = false, const CommonJournal::Name* common = nullptr);
+    void WriteBack(bool decides = false, const CommonJournal* common = nullptr);
 
     // That of the journal, known before there is one.
     std::uint64_t Nonce() const { return nonce_; }

@@ -9,6 +9,8 @@
 #include "dao/new_database.h"
 #include "jet/bytes.h"
 #include "jet/checksum.h"
+#include "jet/common_journal.h"
+#include "jet/found_journal.h"
 #include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/tables.h"
@@ -384,24 +386,29 @@ TEST_F(BesideTest, TheJournalOfATwin) {
     }
 }
 
-// To look for a common journal on another machine tells that machine who asks.
-TEST_F(BesideTest, NoOtherMachineIsAskedForACommonJournal) {
+// A journal with right checksums, in the place of whose last record a common journal is named.
+std::vector<std::uint8_t> NamingCommon(std::vector<std::uint8_t> journal, std::string_view path) {
     constexpr std::size_t kHeader = 48;
     constexpr std::size_t kPage = 4096;
+    constexpr std::uint32_t kCommon = 0xFFFFFFFF;
+    const std::size_t at = journal.size() - (journal.size() - kHeader) % (kPage + 8);
+    journal.resize(at + 8 + kPage);
+    std::fill(journal.begin() + static_cast<std::ptrdiff_t>(at), journal.end(), std::uint8_t{0});
+    std::copy(path.begin(), path.end(), journal.begin() + static_cast<std::ptrdiff_t>(at + 16));
+    const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
+    jet::Put(&journal[at], kCommon);
+    jet::Put(&journal[at + 4],
+             jet::Checksum(nonce + kCommon * 0xC2B2AE3D27D4EB4FULL, std::span(journal).subspan(at + 8)));
+    return journal;
+}
+
+// To look for a common journal on another machine tells that machine who asks.
+TEST_F(BesideTest, NoOtherMachineIsAskedForACommonJournal) {
     const auto [torn, images] = Tear(file_);
     for (const std::string path : {"\\\\host\\share\\B.mdb-commit", "//host/share/B.mdb-commit",
                                    "\\??\\UNC\\host\\share\\B.mdb-commit", "\\\\?\\UNC\\host\\B.mdb-commit"}) {
         SCOPED_TRACE(path);
-        std::vector<std::uint8_t> journal = images;
-        const std::size_t at = journal.size() - (journal.size() - kHeader) % (kPage + 8);
-        journal.resize(at + 8 + kPage);
-        std::fill(journal.begin() + static_cast<std::ptrdiff_t>(at), journal.end(), std::uint8_t{0});
-        std::copy(path.begin(), path.end(), journal.begin() + static_cast<std::ptrdiff_t>(at + 16));
-        const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
-        constexpr std::uint32_t kCommon = 0xFFFFFFFF;
-        jet::Put(&journal[at], kCommon);
-        jet::Put(&journal[at + 4],
-                 jet::Checksum(nonce + kCommon * 0xC2B2AE3D27D4EB4FULL, std::span(journal).subspan(at + 8)));
+        const std::vector<std::uint8_t> journal = NamingCommon(images, path);
         WriteFile(file_, torn);
         WriteFile(Beside("-journal"), journal);
         WrappedFiles files;
@@ -414,6 +421,45 @@ TEST_F(BesideTest, NoOtherMachineIsAskedForACommonJournal) {
         EXPECT_NE(ErrorOf([&] { jet::Database::Open(file_, options); }),
                   static_cast<int>(ErrorNumber::OperationNotSupported));
     }
+}
+
+TEST_F(BesideTest, AJournalRemovesNoFileThatItNames) {
+    const auto [torn, images] = Tear(file_);
+    const std::pair<const char*, std::string> others[] = {
+        {"keep.lock", ""},
+        {"empty.mdb-commit", ""},
+        {"notes.mdb-commit", std::string("\0mTrnCmtmy own notes", 20)},
+        {"begun.mdb-commit-0123456789abcdef", "QmTrnCmtmy own notes, which are longer than the head of one"},
+    };
+    for (const auto& [name, bytes] : others) {
+        SCOPED_TRACE(name);
+        const fs::path path = folder_.Path() / name;
+        std::ofstream(path, std::ios::binary) << bytes;
+        WriteFile(file_, torn);
+        WriteFile(Beside("-journal"), NamingCommon(images, name));
+        ErrorOf([&] { Open(file_); });
+        const auto now = ReadFile(path);
+        EXPECT_EQ(std::string(now.begin(), now.end()), bytes);
+        EXPECT_TRUE(fs::exists(path));
+    }
+}
+
+// Before the first journal names it, nothing but its maker's lock shows that it is needed.
+TEST_F(BesideTest, ACommonJournalThatIsBeingMadeStays) {
+    const auto database = FileSystem::Native().Open(file_, OpenMode::ReadWrite);
+    const fs::path path = jet::CommonJournal::UsualPath(file_);
+    std::vector<std::uint8_t> bytes;
+    {
+        jet::CommonJournal common(FileSystem::Native(), {file_}, false);
+        jet::FoundJournal::RemoveUnusedCommon(FileSystem::Native(), path, *database, true);
+        EXPECT_EQ(ErrorOf([&] { common.RequireInPlace(); }), 0);
+        bytes = ReadFile(path);
+        common.Discard();
+    }
+    EXPECT_FALSE(fs::exists(path));
+    WriteFile(path, bytes);
+    jet::FoundJournal::RemoveUnusedCommon(FileSystem::Native(), path, *database, false);
+    EXPECT_FALSE(fs::exists(path)) << "nobody is at work on it";
 }
 
 // Somebody makes files of the journal's name, faster than they can be set aside.
@@ -479,7 +525,13 @@ TEST_F(BesideTest, AJournalThatComesBackUndoesNothing) {
 TEST_F(BesideTest, CommonJournalsOfOthers) {
     const fs::path other = folder_.Path() / "Other.mdb";
     fs::copy_file(file_, other);
-    const std::string voided("\0mTrnCmt", 8);
+    // One of both databases, with the name it would have: paths count from its folder.
+    const std::string ended = [&] {
+        jet::CommonJournal common(FileSystem::Native(), {file_, other}, false);
+        const auto bytes = ReadFile(common.GetName().path);
+        common.Discard();
+        return std::string(1, '\0') + std::string(bytes.begin() + 1, bytes.end());
+    }();
     struct Case {
         const char* name;
         std::string bytes;
@@ -492,7 +544,8 @@ TEST_F(BesideTest, CommonJournalsOfOthers) {
         {"a few letters", "QmTrn"},
         {"letters", std::string(100, 'x')},
         {"one that was not written whole", "QmTrnCmt" + std::string(3, 'x'), true},
-        {"one that has come to its end", voided + std::string(40, 'x'), true},
+        {"one that has come to its end", ended, true},
+        {"what begins like one that has", ended.substr(0, 8) + std::string(40, 'x')},
     };
     int key = 100;
     for (const Case& test : cases) {
