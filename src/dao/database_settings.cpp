@@ -30,6 +30,10 @@ jet::CompactSettings SettingsOf(std::u16string_view locale, std::int32_t options
     if ((options & ~kKnown) != 0 || both(kVersion30, kVersion40) || both(kEncrypt, kDecrypt)) {
         Raise(ErrorNumber::OperationNotSupported, {u"数据库选项 " + ToText(options) + u"。"});
     }
+    // Texts that name settings begin like that of a connection.
+    if (!locale.empty() && locale.front() != u';') {
+        Raise(ErrorNumber::InvalidProcedureCall, {u"数据库的语言设置“" + std::u16string(locale) + u"”无效。"});
+    }
     jet::CompactSettings settings;
     if (const auto language = jet::ConnectValue(locale, u"LANGID")) settings.sort_order = NumberIn(*language);
     if (const auto code_page = jet::ConnectValue(locale, u"CP")) settings.code_page = NumberIn(*code_page);

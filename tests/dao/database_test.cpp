@@ -89,6 +89,8 @@ TEST_F(DatabaseTest, VersionsPasswordsAndCopies) {
         {"over itself", [&] { compact(u"Old.mdb", u"", 0, u";pwd=Schule"); }, ErrorNumber::DatabaseExists},
         {"to a version of old", [&] { compact(u"A.mdb", u"", 16, u";pwd=Schule"); },
          ErrorNumber::OperationNotSupported},
+        {"to what names no setting", [&] { compact(u"A.mdb", u"garbage", 0, u";pwd=Schule"); },
+         ErrorNumber::InvalidProcedureCall},
         {"to a language that is none", [&] { compact(u"A.mdb", u";LANGID=zh", 0, u";pwd=Schule"); },
          ErrorNumber::InvalidProcedureCall},
         {"to a code page that lacks a name", [&] { compact(u"A.mdb", kGeneralLocale, kVersion30, u";pwd=Schule"); },

@@ -155,6 +155,7 @@ TEST_F(ObjectsTest, QueriesWithParameters) {
          ErrorNumber::DataTypeConversion},
         {u"PARAMETERS A; SELECT 1", u"", {}, u"", ErrorNumber::SyntaxInColumnDefinition},
         {u"PARAMETERS A LONG SELECT 1", u"", {}, u"", ErrorNumber::SyntaxInParameters},
+        {u"PARAMETERS A LONG, a TEXT; SELECT 1", u"", {}, u"", ErrorNumber::SyntaxInParameters},
     };
     for (const Case& test : cases) {
         const auto query = objects_->CreateQueryDef(u"", test.text);

@@ -136,7 +136,15 @@ std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& sele
         infos.push_back({column.name, from.expression->Type(), ShapeOf(column)});
     }
     const Value::Type pivot = cells->outputs[groups].expression->Type();
-    for (Value& heading : headings) heading = AsPivot(heading, pivot);
+    KeyTable given;
+    for (Value& heading : headings) {
+        heading = AsPivot(heading, pivot);
+        std::vector<std::uint8_t> key;
+        bool added = false;
+        AppendKey(heading, key, true);
+        given.FindOrAdd(key, added);
+        if (!added) Raise(ErrorNumber::FieldExists, {heading.IsNull() ? u"<>" : ToText(heading)});
+    }
     auto source = std::make_unique<RowsSource>(std::move(infos));
     std::vector<SlotExpression>& columns = plan->OwnColumns(*source);
     for (std::size_t i = 0; i < plan->outputs.size(); ++i) plan->outputs[i].expression = &columns[i];

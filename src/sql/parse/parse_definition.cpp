@@ -1,4 +1,5 @@
 // CREATE, DROP and ALTER.
+#include <algorithm>
 #include <array>
 
 #include "core/text.h"
@@ -94,6 +95,10 @@ std::vector<ast::Parameter> Parser::ParseParameters() {
         parameter.column.name = ExpectName(kError);
         // "[Forms]![Dialog]![Date]" as it is used.
         while (TakeSymbol(u"!")) parameter.column.name += u"!" + ExpectName(kError);
+        const auto same = [&](const ast::Parameter& other) {
+            return &other != &parameter && EqualNames(other.column.name, parameter.column.name);
+        };
+        if (std::ranges::any_of(parameters, same)) Fail(kError);
         parameter.typed = !TakeKeyword(u"VALUE");
         if (parameter.typed) ParseColumnType(parameter.column);
     } while (TakeSymbol(u","));

@@ -53,6 +53,7 @@ ast::Select Parser::ParseTransform() {
 std::unique_ptr<ast::Select> Parser::ParseSubSelect() {
     if (!PeekKeyword(u"SELECT")) Fail(ErrorNumber::SyntaxInExpression);
     auto select = std::make_unique<ast::Select>(ParseSelect());
+    TakeOwnerAccess();
     TakeSymbol(u";");
     ExpectSymbol(u")", ErrorNumber::SyntaxInExpression);
     for (const ast::SelectPart& part : select->parts) {

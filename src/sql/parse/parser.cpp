@@ -42,8 +42,7 @@ std::unique_ptr<ast::Statement> Parser::ParseStatement() {
     else
         Fail(ErrorNumber::SyntaxInStatement);
 
-    // There are no users whose rights it could lend.
-    for (int words = PeekOwnerAccess() ? 3 : 0; words > 0; --words) Take();
+    TakeOwnerAccess();
     if (Peek().kind != TokenKind::End && !PeekSymbol(u";")) Fail(ErrorNumber::SyntaxInExpression);
     return statement;
 }
@@ -96,9 +95,14 @@ bool Parser::PeekName() const {
     return token.kind == TokenKind::QuotedName || (token.kind == TokenKind::Name && !IsReserved(token.text));
 }
 
-// "WITH OWNERACCESS OPTION", which may end a statement.
+// "WITH OWNERACCESS OPTION", which may end a statement and what a saved query holds.
 bool Parser::PeekOwnerAccess() const {
     return PeekKeyword(u"WITH") && PeekKeyword(u"OWNERACCESS", 1) && PeekKeyword(u"OPTION", 2);
+}
+
+// There are no users whose rights it could lend.
+void Parser::TakeOwnerAccess() {
+    for (int words = PeekOwnerAccess() ? 3 : 0; words > 0; --words) Take();
 }
 
 std::u16string Parser::ExpectName(ErrorNumber error) {

@@ -69,6 +69,7 @@ private:
     void ExpectSymbol(std::u16string_view symbol, ErrorNumber error);
     bool PeekName() const;
     bool PeekOwnerAccess() const;
+    void TakeOwnerAccess();
     std::u16string ExpectName(ErrorNumber error);
     std::vector<std::u16string> ExpectNameList(ErrorNumber error);  // "(a, b)"
     [[noreturn]] void Fail(ErrorNumber error) const;
