@@ -51,8 +51,13 @@ bool IsCutOff(std::string_view bytes) {
 std::u16string FromChinese(std::string_view bytes) {
     std::u16string text = FromCodePage(bytes, kChinese);
     if (text.find(kReplacementCharacter) == text.npos) return text;
-    std::u16string more = FromCodePage(bytes, kAllOfChinese);
-    return more.find(kReplacementCharacter) == more.npos ? more : text;
+    try {
+        std::u16string more = FromCodePage(bytes, kAllOfChinese);
+        return more.find(kReplacementCharacter) == more.npos ? more : text;
+    } catch (const AutomationError& error) {
+        if (!error.Is(ErrorNumber::OperationNotSupported)) throw;
+        return text;  // not every system has it
+    }
 }
 
 template <class Text>

@@ -135,7 +135,8 @@ bool FoundJournal::Belongs(const JournalOwner& now) const {
     const std::uint32_t raised =
         is_earlier_ ? RaisedWithoutNonce(owner_.counters) : RaisedCounters(owner_.counters, nonce_);
     return owner_.page_size == now.page_size && owner_.stamp == now.stamp && owner_.length <= now.length &&
-           owner_.length >= 3 * owner_.page_size && (now.counters == owner_.counters || now.counters == raised);
+           owner_.length >= std::uint64_t{3} * owner_.page_size &&
+           (now.counters == owner_.counters || now.counters == raised);
 }
 
 // What has been overwritten since is in the journal.

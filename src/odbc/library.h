@@ -68,7 +68,7 @@ inline SQLWCHAR* ToWide(std::u16string_view text) {
 
 // The value of an attribute that is a number.
 inline SQLPOINTER Number(SQLULEN number) {
-    return reinterpret_cast<SQLPOINTER>(number);
+    return reinterpret_cast<SQLPOINTER>(number);  // NOLINT(performance-no-int-to-ptr): so the interface has it
 }
 
 inline bool Succeeded(SQLRETURN result) {
