@@ -31,6 +31,9 @@ std::u16string FromUtf8(std::string_view text);
 // Raises OperationNotSupported when the system does not know the code page.
 std::u16string FromCodePage(std::string_view bytes, int code_page);
 
+// The code page GB18030: all of Chinese, with characters of four bytes. Not every system has it.
+inline constexpr int kGb18030 = 54936;
+
 // The way back; nothing when a character has no byte there.
 std::optional<std::string> ToCodePage(std::u16string_view text, int code_page);
 

@@ -19,7 +19,7 @@ using IconvHandle = std::unique_ptr<void, IconvCloser>;
 
 std::string CodePageName(int code_page) {
     if (code_page == 65001) return "UTF-8";
-    return code_page == 54936 ? "GB18030" : "CP" + std::to_string(code_page);
+    return code_page == kGb18030 ? "GB18030" : "CP" + std::to_string(code_page);
 }
 
 IconvHandle OpenConverter(const std::string& to, const std::string& from, int code_page) {

@@ -10,8 +10,6 @@
 namespace qmtrain {
 namespace {
 
-constexpr int kGb18030 = 54936;
-
 void RequireCodePage(int code_page) {
     if (IsValidCodePage(static_cast<UINT>(code_page)) == 0)
         Raise(ErrorNumber::OperationNotSupported, {u"代码页 " + ToText(code_page)});

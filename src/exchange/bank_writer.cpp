@@ -30,7 +30,7 @@ void RequireFile(const std::u16string& file, const BankEntry& bank) {
         });
     } catch (const AutomationError& error) {
         // Somebody else has been first; whether the file is empty is seen under its lock.
-        if (error.Number() != static_cast<std::int32_t>(ErrorNumber::DatabaseExists)) throw;
+        if (!error.Is(ErrorNumber::DatabaseExists)) throw;
     }
 }
 

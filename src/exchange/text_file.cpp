@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::uint64_t kLargest = std::uint64_t{512} << 20;
 constexpr int kChinese = 936;
-constexpr int kAllOfChinese = 54936;  // GB18030, with characters of four bytes
 
 std::u16string FromUtf16(std::string_view bytes, bool big_endian) {
     std::u16string out(bytes.size() / 2, u'\0');
@@ -52,7 +51,7 @@ std::u16string FromChinese(std::string_view bytes) {
     std::u16string text = FromCodePage(bytes, kChinese);
     if (text.find(kReplacementCharacter) == text.npos) return text;
     try {
-        std::u16string more = FromCodePage(bytes, kAllOfChinese);
+        std::u16string more = FromCodePage(bytes, kGb18030);
         return more.find(kReplacementCharacter) == more.npos ? more : text;
     } catch (const AutomationError& error) {
         if (!error.Is(ErrorNumber::OperationNotSupported)) throw;
