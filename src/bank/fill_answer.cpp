@@ -15,7 +15,7 @@ std::u16string FillAnswer::Blank(std::int32_t index) const {
     const std::vector<std::u16string> pieces = Split(answer_, u'@');
     if (index > static_cast<std::int32_t>(pieces.size())) return {};
     if (index < 1) Raise(ErrorNumber::SubscriptOutOfRange);
-    return pieces[static_cast<std::size_t>(index - 1)];
+    return pieces[index - 1];
 }
 
 bool FillAnswer::GetAnswer(std::int32_t nIndex, std::vector<std::u16string>& strAnswers) const {

@@ -3,18 +3,19 @@
 #include <algorithm>
 #include <iterator>
 
+#include "core/enum_table.h"
 #include "core/text.h"
 
 namespace qmtrain {
 namespace {
 
-constexpr QuestionKindInfo kKinds[] = {
+constexpr EnumTable<QuestionKind, QuestionKindInfo, 5> kKinds = {{
     {QuestionKind::Single, u"单选题", u"TBL_CHOICE", u"01", 1, u"单项选择题"},
     {QuestionKind::Multiple, u"多选题", u"TBL_CHOICES", u"02", 27, u"多项选择题"},
     {QuestionKind::YesNo, u"是非题", u"TBL_YESNO", u"03", 26, u"判断题"},
     {QuestionKind::Fill, u"填空题", u"TBL_FILL", u"04", 11, u"填空题"},
     {QuestionKind::Operation, u"操作题", u"TBL_OPERATION", u"05", 30, u"操作题"},
-};
+}};
 
 template <class Matches>
 QuestionKind Find(Matches matches) {
@@ -25,11 +26,11 @@ QuestionKind Find(Matches matches) {
 }  // namespace
 
 std::span<const QuestionKindInfo> QuestionKinds() {
-    return kKinds;
+    return kKinds.values;
 }
 
 const QuestionKindInfo& InfoOf(QuestionKind kind) {
-    return kKinds[static_cast<std::size_t>(kind)];
+    return kKinds[kind];
 }
 
 QuestionKind KindOfTable(std::u16string_view table) {

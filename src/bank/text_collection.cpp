@@ -46,10 +46,10 @@ std::vector<std::u16string> TextCollection::Keys() const {
 }
 
 void TextCollection::Remove(std::u16string_view key) {
-    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(Place(key)));
+    entries_.erase(entries_.begin() + Place(key));
 }
 void TextCollection::Remove(std::int32_t place) {
-    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(Place(place)));
+    entries_.erase(entries_.begin() + Place(place));
 }
 
 }  // namespace qmtrain

@@ -60,7 +60,7 @@ public:
                 errno = code;
                 RaiseDiskError();
             }
-            done += static_cast<std::size_t>(count);
+            done += count;
         }
     }
 

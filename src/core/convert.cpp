@@ -98,7 +98,7 @@ Currency DecimalToCurrency(const Decimal& value) {
     if (scaled.high != 0 || scaled.low > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
         Raise(ErrorNumber::Overflow);
     }
-    const auto amount = static_cast<std::int64_t>(scaled.low);
+    const std::int64_t amount = scaled.low;
     return {scaled.negative ? -amount : amount};
 }
 

@@ -117,7 +117,7 @@ std::size_t PosixFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> out)
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) RaiseSystemError(path_, errno);
         if (count == 0) break;
-        done += static_cast<std::size_t>(count);
+        done += count;
     }
     return done;
 }
@@ -142,7 +142,7 @@ void PosixFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> byte
             pwrite(descriptor_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) RaiseSystemError(path_, errno);
-        done += static_cast<std::size_t>(count);
+        done += count;
     }
 }
 

@@ -43,7 +43,7 @@ std::size_t WindowsFile::ReadParts(std::uint64_t offset, std::span<const std::sp
     std::size_t done = 0;
     for (const std::span<std::uint8_t> part : parts) {
         const std::size_t length = std::min(part.size(), count - done);
-        std::copy_n(whole.begin() + static_cast<std::ptrdiff_t>(done), length, part.begin());
+        std::copy_n(whole.begin() + done, length, part.begin());
         done += length;
     }
     return count;

@@ -42,7 +42,7 @@ std::u16string FormatText(std::u16string_view text, std::u16string_view pattern)
     std::u16string cased(text);
     if (pattern.find(u'<') != std::u16string_view::npos) cased = ToLower(text);
     if (pattern.find(u'>') != std::u16string_view::npos) cased = ToUpper(text);
-    const auto places = static_cast<std::size_t>(std::ranges::count_if(pattern, is_place));
+    const std::size_t places = std::ranges::count_if(pattern, is_place);
     const bool from_left = pattern.find(u'!') != std::u16string_view::npos;
 
     // Without "!" the places are filled from the right, and the first ones stay blank.

@@ -128,14 +128,14 @@ private:
         if (count <= 2)
             out_ += Padded(time_.month, count);
         else
-            out_ += kNames[static_cast<std::size_t>(time_.month - 1)];
+            out_ += kNames[time_.month - 1];
     }
 
     void PutDay(std::size_t count) {
         if (count <= 2)
             out_ += Padded(time_.day, count);
         else if (count <= 4)
-            out_ += kDayNames[static_cast<std::size_t>(DayOfWeek(date_))];
+            out_ += kDayNames[DayOfWeek(date_)];
         else
             out_ += Padded(time_.year, 1) + u"/" + Padded(time_.month, 1) + u"/" + Padded(time_.day, 1);
     }

@@ -149,7 +149,7 @@ public:
         }
         for (int i = 0; i < pattern.percents; ++i) magnitude *= 100;
         digits_ = RoundedDigits(magnitude, std::min(pattern.places_behind, 300));
-        const auto zeros = static_cast<std::size_t>(pattern.zeros_before);
+        const std::size_t zeros = pattern.zeros_before;
         if (digits_.whole.size() < zeros) digits_.whole.insert(0, zeros - digits_.whole.size(), '0');
         TrimFraction();
     }

@@ -85,7 +85,7 @@ void AppendUtf8(std::u16string_view text, std::string& out) {
     if (bits < 0x80) {
         const std::size_t before = out.size();
         out.resize(before + text.size());
-        std::transform(text.begin(), text.end(), out.begin() + static_cast<std::ptrdiff_t>(before),
+        std::transform(text.begin(), text.end(), out.begin() + before,
                        [](char16_t unit) { return static_cast<char>(unit); });
         return;
     }
@@ -170,8 +170,8 @@ std::size_t Find(std::u16string_view text, std::u16string_view wanted, std::size
     }
     if (!folds) return text.find(wanted, from);
     if (from > text.size()) return std::u16string_view::npos;
-    const auto found = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), wanted.begin(),
-                                   wanted.end(), [](char16_t a, char16_t b) { return ToUpper(a) == ToUpper(b); });
+    const auto found = std::search(text.begin() + from, text.end(), wanted.begin(), wanted.end(),
+                                   [](char16_t a, char16_t b) { return ToUpper(a) == ToUpper(b); });
     if (found == text.end() && !wanted.empty()) return std::u16string_view::npos;
     return static_cast<std::size_t>(found - text.begin());
 }

@@ -34,8 +34,8 @@ void Utilities::CreateLog(std::int32_t nLogType, std::u16string_view strMsg, std
 
 Value Utilities::InStrRevVb5(std::u16string_view strCheck, std::u16string_view strMatch, std::int32_t nnStart,
                              std::int32_t nCompare) const {
-    const auto length = static_cast<std::int64_t>(strMatch.size());
-    const auto end = static_cast<std::int64_t>(strCheck.size());
+    const std::int64_t length = strMatch.size();
+    const std::int64_t end = strCheck.size();
     if (strCheck.empty()) return std::int16_t{0};
     if (nnStart >= 1 && nnStart < length) return std::int16_t{0};
     if (length > end) return {};

@@ -36,7 +36,7 @@ const AnyObject& Collection::Item(const Value& index) {
     }
     const std::int32_t position = ToLong(index);
     if (position < 0 || position >= Count()) Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
-    return objects_[static_cast<std::size_t>(position)];
+    return objects_[position];
 }
 
 void Collection::Append(const AnyObject& object) {

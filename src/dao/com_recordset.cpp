@@ -120,7 +120,7 @@ Field& ComRecordset::Fields(int position) {
     if (position < 0 || static_cast<std::size_t>(position) >= fields.size()) {
         Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
     }
-    return *fields[static_cast<std::size_t>(position)];
+    return *fields[position];
 }
 
 Bytes ComRecordset::Place(std::u16string_view name) const {

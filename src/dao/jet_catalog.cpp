@@ -93,7 +93,7 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
     const Layout layout(*Require(name));
     const auto at =
         static_cast<int>(std::ranges::find(layout.columns, wanted.name, &sql::Column::name) - layout.columns.begin());
-    const sql::Column& old = layout.columns[static_cast<std::size_t>(at)];
+    const sql::Column& old = layout.columns[at];
     if (wanted.counter && !old.counter)
         Raise(ErrorNumber::OperationNotSupported, {u"把字段“" + wanted.name + u"”改为自动编号。"});
     if (wanted.counter) return;
@@ -159,14 +159,13 @@ void JetCatalog::AddReference(std::u16string_view name, const sql::Reference& re
     relationship.cascade_update = reference.cascade_update;
     relationship.cascade_delete = reference.cascade_delete;
     const Layout own(*Require(name));
-    for (const int column : reference.columns)
-        relationship.columns.push_back(own.columns[static_cast<std::size_t>(column)].name);
+    for (const int column : reference.columns) relationship.columns.push_back(own.columns[column].name);
     if (relationship.referenced_columns.empty()) {
         const Layout other(*Require(reference.table));
         for (const sql::Index& index : other.indexes) {
             if (!index.primary) continue;
             for (const sql::IndexColumn& part : index.columns) {
-                relationship.referenced_columns.push_back(other.columns[static_cast<std::size_t>(part.column)].name);
+                relationship.referenced_columns.push_back(other.columns[part.column].name);
             }
         }
         if (relationship.referenced_columns.empty()) Raise(ErrorNumber::NoUniqueIndexForReference, {reference.table});

@@ -32,7 +32,7 @@ jet::IndexSpec ToSpec(const sql::Index& index, const std::vector<sql::Column>& c
                         .required = index.required,
                         .ignore_nulls = index.ignore_nulls};
     for (const sql::IndexColumn& part : index.columns) {
-        spec.columns.push_back({columns[static_cast<std::size_t>(part.column)].name, !part.descending});
+        spec.columns.push_back({columns[part.column].name, !part.descending});
     }
     return spec;
 }
@@ -59,7 +59,7 @@ Layout::Layout(const jet::Table& table) {
             if (logical.real == i && logical.role == jet::IndexRole::Primary) index.primary = true;
         }
         for (const jet::KeyColumn& part : real.columns) {
-            const auto position = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
+            const std::size_t position = definition.ColumnByNumber(part.number);
             const auto at = std::find(positions.begin(), positions.end(), position) - positions.begin();
             index.columns.push_back({static_cast<int>(at), !part.ascending});
         }

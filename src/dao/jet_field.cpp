@@ -30,7 +30,7 @@ FieldDef JetField::Definition() const {
     if (const sql::Table* table = recordset_.TableOf(output)) {
         jet::Database& storage = recordset_.Storage();
         const jet::Database::Reading reading(storage);
-        const sql::Column& column = table->Columns()[static_cast<std::size_t>(output.column)];
+        const sql::Column& column = table->Columns()[output.column];
         field = FieldDefOf(column, DetailsOf(storage, table->Name()));
         field.source_table = table->Name();
         field.source_field = column.name;
@@ -85,7 +85,7 @@ qmtrain::Value JetField::GetChunk(std::int32_t offset, std::int32_t count) const
     const bool binary = IsBinary();
     const qmtrain::Value& value = Value();
     if (value.IsNull()) return value;
-    const auto from = static_cast<std::size_t>(offset);
+    const std::size_t from = offset;
     if (!binary) {
         const std::u16string_view text = value.Text();
         return from >= text.size() ? qmtrain::Value(u"")
@@ -94,7 +94,7 @@ qmtrain::Value JetField::GetChunk(std::int32_t offset, std::int32_t count) const
     const Bytes& bytes = value.Binary();
     const std::size_t begin = std::min(from, bytes.size());
     const std::size_t end = std::min(begin + static_cast<std::size_t>(count), bytes.size());
-    return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(begin), bytes.begin() + static_cast<std::ptrdiff_t>(end));
+    return Bytes(bytes.begin() + begin, bytes.begin() + end);
 }
 
 // The first chunk of an edit replaces what was there.

@@ -197,16 +197,16 @@ Field& JetRecordset::Fields(int position) {
     if (position < 0 || static_cast<std::size_t>(position) >= fields_.size()) {
         Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
     }
-    return *fields_[static_cast<std::size_t>(position)];
+    return *fields_[position];
 }
 
 const sql::OutputColumn& JetRecordset::Output(int position) const {
-    return Rows().GetQuery().Columns()[static_cast<std::size_t>(position)];
+    return Rows().GetQuery().Columns()[position];
 }
 
 // The table that a column comes from; null for a computed one.
 const sql::Table* JetRecordset::TableOf(const sql::OutputColumn& output) const {
-    return output.column < 0 ? nullptr : rows_->GetQuery().Tables()[static_cast<std::size_t>(output.table)].get();
+    return output.column < 0 ? nullptr : rows_->GetQuery().Tables()[output.table].get();
 }
 
 const Value& JetRecordset::Get(int position) {

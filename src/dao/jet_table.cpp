@@ -80,11 +80,9 @@ public:
     std::int64_t CountRest() override { return empty_ ? 0 : cursor_.CountRest(); }
     bool MoveTo(sql::RowId row) override { return cursor_.MoveTo(ToPointer(row)); }
     sql::RowId Row() const override { return ToRowId(cursor_.Row()); }
-    void Read(int column, Value& value) override {
-        cursor_.Read(layout_.positions[static_cast<std::size_t>(column)], value);
-    }
+    void Read(int column, Value& value) override { cursor_.Read(layout_.positions[column], value); }
     std::optional<std::string_view> NarrowText(int column) override {
-        return cursor_.NarrowText(layout_.positions[static_cast<std::size_t>(column)]);
+        return cursor_.NarrowText(layout_.positions[column]);
     }
     std::span<const std::uint8_t> Image() override { return cursor_.Image().Span(); }
 
@@ -130,14 +128,14 @@ public:
         image_.emplace(definition, pager.GetFormat(), bytes);
     }
     void ReadImage(int column, Value& value) const override {
-        jet::ReadValue(*table_, *image_, layout_->positions[static_cast<std::size_t>(column)], value);
+        jet::ReadValue(*table_, *image_, layout_->positions[column], value);
     }
 
     bool CanSeek(int index, std::span<const Value> values) const override {
         const jet::TableDefinition& definition = table_->Definition();
-        const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
+        const auto& parts = definition.real_indexes[index].columns;
         for (std::size_t i = 0; i < values.size(); ++i) {
-            const auto at = static_cast<std::size_t>(definition.ColumnByNumber(parts[i].number));
+            const std::size_t at = definition.ColumnByNumber(parts[i].number);
             const jet::StoredColumn& column = definition.columns[at];
             // An order that only some files show to be right is not relied on: it would hide rows where it is not.
             const bool sure = !IsText(column.type) || table_->OrderOf(column) != jet::TextOrder::Jet3Ascii;
@@ -150,29 +148,25 @@ public:
     // decimals the negative ones come first.
     bool InOrder(int index, std::size_t columns) const override {
         const jet::TableDefinition& definition = table_->Definition();
-        const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
-        return std::all_of(
-            parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(columns), [&](const jet::KeyColumn& part) {
-                return IsInOrder(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))],
-                                 part.ascending);
-            });
+        const auto& parts = definition.real_indexes[index].columns;
+        return std::all_of(parts.begin(), parts.begin() + columns, [&](const jet::KeyColumn& part) {
+            return IsInOrder(definition.columns[definition.ColumnByNumber(part.number)], part.ascending);
+        });
     }
 
     bool HoldsValues(int index, std::size_t column) const override {
         const jet::TableDefinition& definition = table_->Definition();
-        const auto& parts = definition.real_indexes[static_cast<std::size_t>(index)].columns;
-        return std::all_of(parts.begin(), parts.begin() + static_cast<std::ptrdiff_t>(column) + 1,
-                           [&](const jet::KeyColumn& part) {
-                               const auto position = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
-                               return jet::HasReadableKey(definition.columns[position].type);
-                           });
+        const auto& parts = definition.real_indexes[index].columns;
+        return std::all_of(parts.begin(), parts.begin() + column + 1, [&](const jet::KeyColumn& part) {
+            const std::size_t position = definition.ColumnByNumber(part.number);
+            return jet::HasReadableKey(definition.columns[position].type);
+        });
     }
 
     bool HasPrefixes(int index, std::size_t column) const override {
         const jet::TableDefinition& definition = table_->Definition();
-        const jet::KeyColumn& part = definition.real_indexes[static_cast<std::size_t>(index)].columns[column];
-        const auto order =
-            table_->OrderOf(definition.columns[static_cast<std::size_t>(definition.ColumnByNumber(part.number))]);
+        const jet::KeyColumn& part = definition.real_indexes[index].columns[column];
+        const auto order = table_->OrderOf(definition.columns[definition.ColumnByNumber(part.number)]);
         return order == jet::TextOrder::General || order == jet::TextOrder::Jet3General;
     }
 
@@ -193,8 +187,7 @@ public:
         if (HasRules() && Rules().Concern(changes)) CheckChange(row, changes);
         std::vector<jet::ColumnChange> stored;
         for (const sql::Assignment& change : changes) {
-            stored.push_back(
-                {static_cast<int>(layout_->positions[static_cast<std::size_t>(change.column)]), change.value});
+            stored.push_back({static_cast<int>(layout_->positions[change.column]), change.value});
         }
         current.Update(ToPointer(row), stored);
     }
@@ -236,7 +229,7 @@ private:
         if (!cursor->MoveTo(row)) Raise(ErrorNumber::RecordDeleted);
         std::vector<Value> values(layout_->columns.size());
         for (std::size_t i = 0; i < values.size(); ++i) cursor->Read(static_cast<int>(i), values[i]);
-        for (const sql::Assignment& change : changes) values[static_cast<std::size_t>(change.column)] = change.value;
+        for (const sql::Assignment& change : changes) values[change.column] = change.value;
         Rules().CheckChange(values, changes);
     }
 

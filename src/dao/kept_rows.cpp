@@ -53,7 +53,7 @@ const Value& KeptRows::Get(std::int64_t index, int column) {
         ReadRow(index, current_);
         loaded_ = index;
     }
-    return current_[static_cast<std::size_t>(column)];
+    return current_[column];
 }
 
 void KeptRows::ReadRow(std::int64_t index, std::vector<Value>& values) {

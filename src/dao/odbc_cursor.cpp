@@ -19,7 +19,7 @@ public:
     RequestCursor(OdbcServer& server, const std::vector<sql::Column>& columns) : server_(server), columns_(columns) {}
 
     void Range(int, const sql::KeyRange&, bool) override { Raise(ErrorNumber::NoCurrentIndex); }
-    void Read(int column, Value& value) override { value = (*shown_)[static_cast<std::size_t>(column)]; }
+    void Read(int column, Value& value) override { value = (*shown_)[column]; }
 
 protected:
     // The library holds the whole answer.

@@ -145,10 +145,10 @@ const std::u16string& OdbcLink::OrderOf(int column) const {
             answer.rows->Read(0, sql::ColumnType::Memo, name);
             answer.rows->Read(1, sql::ColumnType::Memo, order);
             const auto known = std::ranges::find(columns, name.Text(), &sql::Column::name);
-            if (known != columns.end()) orders_[static_cast<std::size_t>(known - columns.begin())] = order.Text();
+            if (known != columns.end()) orders_[known - columns.begin()] = order.Text();
         }
     }
-    return orders_[static_cast<std::size_t>(column)];
+    return orders_[column];
 }
 
 std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
@@ -164,7 +164,7 @@ std::u16string OdbcLink::SelectedList(std::span<const int> wanted) const {
     std::u16string list;
     for (const int column : wanted) {
         if (!list.empty()) list += u", ";
-        list += Selected(Quoted(column), columns[static_cast<std::size_t>(column)].type);
+        list += Selected(Quoted(column), columns[column].type);
     }
     return list;
 }
@@ -175,7 +175,7 @@ void OdbcLink::AddIsRow(odbc::Request& request, sql::RowId row) const {
     std::u16string_view values = rows.KeyOf(row);
     for (std::size_t i = 0; i < key.size(); ++i) {
         if (i > 0) request.text += u", ";
-        const sql::ColumnType type = columns[static_cast<std::size_t>(key[i])].type;
+        const sql::ColumnType type = columns[key[i]].type;
         const bool compares = type == sql::ColumnType::Date || type == sql::ColumnType::Long;
         request.Add(TakeValue(values), compares ? GivenType(type) : u"unknown");
     }
@@ -201,7 +201,7 @@ std::u16string OdbcLink::KeyText(std::span<const Value> row) const {
     std::u16string text;
     for (const int column : key) {
         if (!text.empty()) text += u", ";
-        text += QuotedValue(row[static_cast<std::size_t>(column)]);
+        text += QuotedValue(row[column]);
     }
     return text;
 }

@@ -52,10 +52,10 @@ public:
 
     // Whether a column may hold times with fractions of seconds.
     void FineTimes(std::vector<bool> columns_with_them) { fine_ = std::move(columns_with_them); }
-    bool IsFine(int column) const { return !fine_.empty() && fine_[static_cast<std::size_t>(column)]; }
+    bool IsFine(int column) const { return !fine_.empty() && fine_[column]; }
 
     // The column's name in quotes.
-    const std::u16string& Quoted(int column) const { return quoted_[static_cast<std::size_t>(column)]; }
+    const std::u16string& Quoted(int column) const { return quoted_[column]; }
     std::u16string QuotedList(std::span<const int> columns) const;
 
     // The same as what is selected: times as texts, for the driver has no place for all that the server has.

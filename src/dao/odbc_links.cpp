@@ -26,7 +26,7 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
     }
     jet::IndexSpec key{.name = table.key_name.empty() ? u"Key" : table.key_name, .unique = true, .primary = true};
     for (const int at : table.key) {
-        const odbc::Column& column = table.columns[static_cast<std::size_t>(at)];
+        const odbc::Column& column = table.columns[at];
         key.columns.push_back({column.name});
     }
     if (!key.columns.empty()) spec.indexes.push_back(std::move(key));
@@ -124,7 +124,7 @@ std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
         if (!index.unique || !key.empty()) continue;
         for (const sql::IndexColumn& part : index.columns) key.push_back(part.column);
         // A link may have been made before this counted.
-        if (std::ranges::any_of(key, [&](int column) { return fine[static_cast<std::size_t>(column)]; })) key.clear();
+        if (std::ranges::any_of(key, [&](int column) { return fine[column]; })) key.clear();
     }
     auto link = std::make_shared<OdbcLink>(object.foreign_name, layout.columns, std::move(key));
     link->FineTimes(std::move(fine));

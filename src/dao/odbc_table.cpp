@@ -21,7 +21,7 @@ void AddIsStill(odbc::Request& request, const OdbcLink& link, const sql::Assignm
         request.text.append(name).append(u" IS NULL");
         return;
     }
-    const sql::ColumnType type = link.columns[static_cast<std::size_t>(seen.column)].type;
+    const sql::ColumnType type = link.columns[seen.column].type;
     std::u16string_view given = GivenType(type);
     switch (type) {
         case sql::ColumnType::Text:
@@ -87,7 +87,7 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     odbc::Request request{u"INSERT INTO " + link_->remote, {}};
     request.text += given.empty() ? u" DEFAULT VALUES" : u" (" + link_->QuotedList(given) + u") VALUES (";
     for (const int column : given) {
-        const auto place = static_cast<std::size_t>(column);
+        const std::size_t place = column;
         request.Add(QuotedValue(values[place]), GivenType(link_->columns[place].type));
         request.text += column == given.back() ? u")" : u", ";
     }
@@ -97,7 +97,7 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     std::vector<Value> row(link_->columns.size());
     if (!answer.rows->Next()) return {};
     for (std::size_t i = 0; i < wanted.size(); ++i) {
-        const auto place = static_cast<std::size_t>(wanted[i]);
+        const std::size_t place = wanted[i];
         const sql::Column& column = link_->columns[place];
         answer.rows->Read(static_cast<int>(i), column.type, row[place]);
         if (column.counter && !row[place].IsNull()) last_counter_ = ToLong(row[place]);
@@ -116,7 +116,7 @@ void OdbcTable::Collect(std::vector<int> given, std::span<const Value> values) {
     }
     std::u16string row;
     for (const int column : collected_columns_) {
-        row += (row.empty() ? u"" : u", ") + QuotedValue(values[static_cast<std::size_t>(column)]);
+        row += (row.empty() ? u"" : u", ") + QuotedValue(values[column]);
     }
     collected_ += (collected_.empty() ? u"(" : u", (") + row + u")";
     ++collected_rows_;
@@ -170,14 +170,14 @@ void OdbcTable::UpdateSeen(sql::RowId row, std::span<const sql::Assignment> chan
     for (const sql::Assignment& change : changes) {
         request.text.append(&change == changes.data() ? u" SET " : u", ").append(link_->Quoted(change.column));
         request.text += u" = ";
-        request.Add(QuotedValue(change.value), GivenType(link_->columns[static_cast<std::size_t>(change.column)].type));
+        request.Add(QuotedValue(change.value), GivenType(link_->columns[change.column].type));
     }
     request.text += u" WHERE ";
     const std::size_t before = request.text.size();
     link_->AddIsRow(request, row);
     const std::u16string is_row = request.text.substr(before);
     for (const sql::Assignment& known : seen) {
-        const sql::Column& column = link_->columns[static_cast<std::size_t>(known.column)];
+        const sql::Column& column = link_->columns[known.column];
         const bool is_number_of_key = std::ranges::find(link_->key, known.column) != link_->key.end() &&
                                       column.type == sql::ColumnType::Long;  // by which the row is found
         if (IsLong(column) || is_number_of_key) continue;

@@ -24,7 +24,7 @@ constexpr std::size_t kUsualRows = 8;
 
 PlaceList::PlaceList(Search search)
     : RowList(std::move(search)),
-      is_remote_(query_->Tables()[static_cast<std::size_t>(query_->EditableTable())]->IsRemote()),
+      is_remote_(query_->Tables()[query_->EditableTable()]->IsRemote()),
       has_images_(query_->HasImages()) {
     columns_.resize(current_.size());
     for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -74,7 +74,7 @@ void PlaceList::Pack(sql::Query& query) {
     block_.Begin();
     if (has_images_) block_.AppendBytes(query.Image());
     for (const int column : packed_) {
-        block_.Append(columns_[static_cast<std::size_t>(column)].left_out ? kLater : query.Get(column));
+        block_.Append(columns_[column].left_out ? kLater : query.Get(column));
     }
     block_.End();
 }
@@ -201,7 +201,7 @@ void PlaceList::Load(std::int64_t index) {
             query_->ShowImage(image);
             ++image_number_;
         }
-        for (const int column : packed_) at = RowBuffer::Take(at, current_[static_cast<std::size_t>(column)]);
+        for (const int column : packed_) at = RowBuffer::Take(at, current_[column]);
     } else if (failure_) {
         std::rethrow_exception(failure_);
     } else {
@@ -219,7 +219,7 @@ void PlaceList::LoadLong(std::int64_t index, std::size_t column, Value& value) {
 
 const Value& PlaceList::Get(std::int64_t index, int column) {
     if (loaded_ != index) Load(index);
-    const auto place = static_cast<std::size_t>(column);
+    const std::size_t place = column;
     Value& value = current_[place];
     ColumnState& state = columns_[place];
     if (has_images_ && !state.is_long) {

@@ -56,7 +56,7 @@ private:
             return table_.rows_.Reach(at_) && ReadRow();
         }
         sql::RowId Row() const override { return {static_cast<std::uint32_t>(at_ + 1)}; }
-        void Read(int column, Value& value) override { value = row_[static_cast<std::size_t>(column)]; }
+        void Read(int column, Value& value) override { value = row_[column]; }
 
     private:
         // False when the row has been deleted.

@@ -1,6 +1,7 @@
 // Selects in the server's words.
 #include <algorithm>
 
+#include "core/enum_table.h"
 #include "core/text.h"
 #include "dao/remote_sql.h"
 #include "dao/remote_text.h"
@@ -37,11 +38,11 @@ std::u16string RemoteSql::PutFrom(const sql::ast::TableExpression& table) {
     }
     const auto* join = std::get_if<sql::ast::JoinedTable>(&table.node);
     if (join == nullptr) return Cannot().text;
-    constexpr std::u16string_view kJoins[] = {u" JOIN ", u" LEFT JOIN ", u" RIGHT JOIN "};
+    constexpr EnumTable<sql::ast::JoinType, std::u16string_view, 3> kJoins = {u" JOIN ", u" LEFT JOIN ",
+                                                                              u" RIGHT JOIN "};
     const std::u16string left = PutFrom(*join->left);
     const std::u16string right = PutFrom(*join->right);
-    return InParentheses(left + std::u16string(kJoins[static_cast<std::size_t>(join->type)]) + right + u" ON " +
-                         AsCondition(Put(*join->on)));
+    return InParentheses(left + std::u16string(kJoins[join->type]) + right + u" ON " + AsCondition(Put(*join->on)));
 }
 
 std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {

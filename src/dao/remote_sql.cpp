@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/convert.h"
+#include "core/enum_table.h"
 #include "core/text.h"
 #include "dao/remote_text.h"
 
@@ -143,8 +144,9 @@ RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Col
         return Result(piece.text);
     }
     if (!IsNumber(piece.kind) || !IsNumber(kind) || kind == Kind::Exact) Cannot();
-    constexpr std::u16string_view kTypes[] = {u"", u"smallint", u"smallint", u"integer", u"", u"real", kDouble};
-    return Result(possible_ ? Cast(piece.text, kTypes[static_cast<std::size_t>(column.type)]) : std::u16string());
+    constexpr EnumTable<ColumnType, std::u16string_view, 7> kTypes = {u"", u"smallint", u"smallint", u"integer",
+                                                                      u"", u"real",     kDouble};
+    return Result(possible_ ? Cast(piece.text, kTypes[column.type]) : std::u16string());
 }
 
 // ---- expressions ----

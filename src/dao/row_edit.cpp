@@ -29,14 +29,14 @@ private:
 }  // namespace
 
 sql::Table& RowEdit::EditedTable() const {
-    return *Query().Tables()[static_cast<std::size_t>(Query().EditableTable())];
+    return *Query().Tables()[Query().EditableTable()];
 }
 
 // Of the table that is edited; null for any other.
 const sql::Column* RowEdit::ColumnOf(int column) const {
-    const sql::OutputColumn& output = Query().Columns()[static_cast<std::size_t>(column)];
+    const sql::OutputColumn& output = Query().Columns()[column];
     if (output.column < 0 || output.table != Query().EditableTable()) return nullptr;
-    return &EditedTable().Columns()[static_cast<std::size_t>(output.column)];
+    return &EditedTable().Columns()[output.column];
 }
 
 bool RowEdit::CanSet(int column) const {
@@ -70,7 +70,7 @@ void RowEdit::Change() {
 }
 
 const Value& RowEdit::Get(int column) {
-    const auto place = static_cast<std::size_t>(column);
+    const std::size_t place = column;
     if (mode_ == EditMode::Add && !changed_[place]) {
         const sql::Column* counter = ColumnOf(column);
         if (counter != nullptr && counter->counter) TakeCounter(place);
@@ -89,13 +89,13 @@ void RowEdit::TakeCounter(std::size_t place) {
 }
 
 const Value& RowEdit::Original(int column) const {
-    const auto place = static_cast<std::size_t>(column);
+    const std::size_t place = column;
     return changed_[place] ? originals_[place] : values_[place];
 }
 
 void RowEdit::Set(int position, const Value& value) {
     if (!IsActive()) Raise(ErrorNumber::UpdateWithoutEdit);
-    const auto place = static_cast<std::size_t>(position);
+    const std::size_t place = position;
     const sql::OutputColumn& output = Query().Columns()[place];
     if (output.column < 0) Raise(ErrorNumber::ReadOnly, {output.name, u"它是计算出来的。"});
     const sql::Column* column = ColumnOf(position);
@@ -183,7 +183,7 @@ void RowEdit::InsertRow(sql::Table& table) {
     std::vector<Value> row;
     for (const sql::Column& column : table.Columns()) row.push_back(sql::DefaultValue(column));
     for (std::size_t i = 0; i < Width(); ++i) {
-        if (changed_[i]) row[static_cast<std::size_t>(Query().Columns()[i].column)] = values_[i];
+        if (changed_[i]) row[Query().Columns()[i].column] = values_[i];
     }
     sql::RowId added;
     std::uint64_t identity = 0;

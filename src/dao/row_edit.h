@@ -24,7 +24,7 @@ public:
 
     // While a row is being added or changed. A new row's counter has its number from the first look on.
     const Value& Get(int column);
-    bool HasChanged(int column) const { return changed_[static_cast<std::size_t>(column)]; }
+    bool HasChanged(int column) const { return changed_[column]; }
     const Value& Original(int column) const;
     void Set(int column, const Value& value);
 

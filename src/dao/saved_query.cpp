@@ -165,7 +165,7 @@ private:
             groups[left].text =
                 u"(" + groups[left].text + kind + groups[right].text + u" ON " + part->expression + u")";
             groups[left].names.insert(groups[left].names.end(), groups[right].names.begin(), groups[right].names.end());
-            groups.erase(groups.begin() + static_cast<std::ptrdiff_t>(right));
+            groups.erase(groups.begin() + right);
         }
         std::u16string text;
         for (const Joined& group : groups) text += (text.empty() ? u"" : u", ") + group.text;

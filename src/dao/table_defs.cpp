@@ -37,8 +37,8 @@ int Details::CollatingOrder(std::u16string_view column) const {
     if (impl_->table != nullptr) {
         const jet::TableDefinition& definition = impl_->table->Definition();
         const int position = definition.FindColumn(column);
-        if (position >= 0 && definition.columns[static_cast<std::size_t>(position)].sort_order != 0)
-            return definition.columns[static_cast<std::size_t>(position)].sort_order;
+        if (position >= 0 && definition.columns[position].sort_order != 0)
+            return definition.columns[position].sort_order;
     }
     return impl_->language;
 }
@@ -98,7 +98,7 @@ std::vector<IndexDef> IndexesOf(const sql::Table& table, const jet::Table* store
         made.required = index.required;
         made.ignore_nulls = index.ignore_nulls;
         for (const sql::IndexColumn& part : index.columns) {
-            made.fields.push_back({table.Columns()[static_cast<std::size_t>(part.column)].name, part.descending});
+            made.fields.push_back({table.Columns()[part.column].name, part.descending});
         }
         if (stored == nullptr) continue;
         made.distinct_count = static_cast<std::int32_t>(stored->DistinctKeys(i));

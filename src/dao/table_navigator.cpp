@@ -250,7 +250,7 @@ bool TableNavigator::IsSameRow() {
 
 const Value& TableNavigator::Get(int column) {
     RequireRow();
-    const auto place = static_cast<std::size_t>(column);
+    const std::size_t place = column;
     const std::vector<sql::Column>& columns = GetTable().Columns();
     if (loaded_ && !(IsLong(columns[place]) && values_[place].IsEmpty())) return values_[place];
     const jet::Database::Reading reading(Storage());
@@ -336,7 +336,7 @@ bool TableNavigator::Seek(std::u16string_view comparison, std::span<const Value>
     if (keys.empty() || keys.size() > parts.size()) Raise(ErrorNumber::InvalidArgument, {u"键值个数与索引不符。"});
     sql::KeyBound bound{{}, equal || inclusive};
     for (std::size_t i = 0; i < keys.size(); ++i) {
-        const sql::Column& column = GetTable().Columns()[static_cast<std::size_t>(parts[i].column)];
+        const sql::Column& column = GetTable().Columns()[parts[i].column];
         bound.values.push_back(sql::ConvertToColumn(keys[i].IsEmpty() ? Value(Null{}) : keys[i], column));
     }
     const Work work = source_.database->Begin();

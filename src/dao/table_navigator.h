@@ -55,7 +55,7 @@ private:
 
     sql::Table& GetTable() const { return *query_->Tables()[0]; }
     jet::Database& Storage() const { return source_.Storage(); }
-    const sql::Index& CurrentIndex() const { return GetTable().Indexes()[static_cast<std::size_t>(order_)]; }
+    const sql::Index& CurrentIndex() const { return GetTable().Indexes()[order_]; }
     int OwnChoice() const;
 
     void GoToEnd(bool last);

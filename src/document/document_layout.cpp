@@ -43,7 +43,7 @@ public:
     std::size_t Fitting(std::size_t from, int room) {
         for (std::size_t length = kPart;; length *= 2) {
             if (!Has(from, 1)) Measure(from, length);
-            const auto begin = widths_.begin() + static_cast<std::ptrdiff_t>(from - first_);
+            const auto begin = widths_.begin() + (from - first_);
             const auto end = std::upper_bound(begin, widths_.end(), WidthBefore(from) + room);
             if (end != widths_.end() || first_ + widths_.size() == text_.size()) {
                 return static_cast<std::size_t>(end - begin);
@@ -206,7 +206,7 @@ private:
         if (kept > 0) {
             Piece& last = line_.pieces[kept - 1];
             if (units < last.text.size()) carried.push_back({last.run, last.text.substr(units)});
-            carried.insert(carried.end(), line_.pieces.begin() + static_cast<std::ptrdiff_t>(kept), line_.pieces.end());
+            carried.insert(carried.end(), line_.pieces.begin() + kept, line_.pieces.end());
             Shorten(kept, units);
         }
         NextLine();

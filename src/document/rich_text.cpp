@@ -71,7 +71,7 @@ std::u16string RichText::PlainText() const {
 
 void RichText::AppendText(std::u16string_view text, const CharacterFormat& format) {
     while (!text.empty()) {
-        const auto end = static_cast<std::size_t>(std::find_if(text.begin(), text.end(), EndsLine) - text.begin());
+        const std::size_t end = std::find_if(text.begin(), text.end(), EndsLine) - text.begin();
         Add(text.substr(0, end), format);
         text.remove_prefix(end);
         if (text.empty()) return;
@@ -162,7 +162,7 @@ void RichText::Add(std::u16string_view line, const CharacterFormat& format) {
     std::u16string& text = runs.back().text;
     const std::size_t from = text.size();
     text += line;
-    std::replace(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), kPictureMark, kReplacement);
+    std::replace(text.begin() + from, text.end(), kPictureMark, kReplacement);
 }
 
 // The other text's first paragraph continues our last one, whose format stays.

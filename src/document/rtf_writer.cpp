@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/enum_table.h"
 #include "document/rtf_picture.h"
 
 namespace qmtrain::document {
@@ -89,9 +90,9 @@ void Writer::WriteParagraph(const Paragraph& paragraph) {
 }
 
 void Writer::WriteParagraphFormat(const ParagraphFormat& format) {
-    constexpr std::string_view kAlignments[] = {"", "\\qc", "\\qr", "\\qj"};
+    constexpr EnumTable<Alignment, std::string_view, 4> kAlignments = {"", "\\qc", "\\qr", "\\qj"};
     out_ += "\\pard";
-    out_ += kAlignments[static_cast<std::size_t>(format.alignment)];
+    out_ += kAlignments[format.alignment];
     WordUnlessZero("li", format.left_indent);
     WordUnlessZero("ri", format.right_indent);
     WordUnlessZero("fi", format.first_line_indent);
@@ -109,7 +110,7 @@ void Writer::WriteBullet(const std::u16string& bullet) {
 }
 
 void Writer::WriteFormat(const CharacterFormat& format) {
-    constexpr std::string_view kScripts[] = {"", "\\super", "\\sub"};
+    constexpr EnumTable<Script, std::string_view, 3> kScripts = {"", "\\super", "\\sub"};
     out_ += "\\plain";
     if (!format.font.empty()) Word("f", fonts_.Of(format.font));
     WordUnlessZero("fs", format.half_points);
@@ -117,7 +118,7 @@ void Writer::WriteFormat(const CharacterFormat& format) {
     WordIf(format.italic, "i");
     WordIf(format.underline, "ul");
     WordIf(format.strike_out, "strike");
-    out_ += kScripts[static_cast<std::size_t>(format.script)];
+    out_ += kScripts[format.script];
     if (format.color) Word("cf", colors_.Of(*format.color) + 1);  // 0 is automatic
     if (format.background) Word("highlight", colors_.Of(*format.background) + 1);
     out_ += ' ';
@@ -125,11 +126,12 @@ void Writer::WriteFormat(const CharacterFormat& format) {
 }
 
 void Writer::WritePicture(const Picture& picture) {
-    constexpr std::string_view kKinds[] = {"\\pngblip", "\\jpegblip", "\\dibitmap0", "\\wmetafile8"};
+    constexpr EnumTable<Picture::Kind, std::string_view, 4> kKinds = {"\\pngblip", "\\jpegblip", "\\dibitmap0",
+                                                                      "\\wmetafile8"};
     const bool metafile = picture.kind == Picture::Kind::Metafile;
     const auto raw = [&](int twips) { return metafile ? HundredthsOfMillimetre(twips) : twips / kTwipsPerPixel; };
     out_ += "{\\pict";
-    out_ += kKinds[static_cast<std::size_t>(picture.kind)];
+    out_ += kKinds[picture.kind];
     Word("picw", raw(picture.width));
     Word("pich", raw(picture.height));
     Word("picwgoal", picture.width);

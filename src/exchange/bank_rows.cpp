@@ -126,7 +126,7 @@ BankRows::BankRows(dao::Database& database, std::u16string code, std::optional<s
         const std::u16string table = TextIn(*directory, u"C_Tblname");
         const QuestionKind kind = KindOfTable(table);
         if (kind == QuestionKind::Unknown) continue;
-        TableInfo& info = tables_[static_cast<std::size_t>(kind)];
+        TableInfo& info = tables_[kind];
         if (!info.table.empty()) continue;
         const auto rows = database_.OpenRecordset(u"Select Top 1 * From " + table);
         info = {table,
@@ -243,7 +243,7 @@ std::optional<Question> BankRows::Find(std::u16string_view rec_no) {
     const TableInfo* table = TableOf(rec_no);
     if (table == nullptr) return std::nullopt;
     std::vector<Question> found;
-    ReadTable(static_cast<QuestionKind>(table - tables_.data()), OfQuestion(rec_no), found);
+    ReadTable(static_cast<QuestionKind>(table - tables_.begin()), OfQuestion(rec_no), found);
     if (found.empty()) return std::nullopt;
     ReadOptions(OfQuestion(rec_no), found);
     return std::move(found.front());
@@ -266,7 +266,7 @@ std::int32_t BankRows::LastNumber(QuestionKind kind, const std::set<std::u16stri
 
 std::u16string BankRows::NewNumber(QuestionKind kind, const std::set<std::u16string>& taken) {
     constexpr std::size_t kDigits = 4;
-    std::int32_t& last = last_numbers_[static_cast<std::size_t>(kind)];
+    std::int32_t& last = last_numbers_[kind];
     if (last < 0) last = LastNumber(kind, taken);
     std::u16string digits = ToText(++last);
     if (digits.size() < kDigits) digits.insert(0, kDigits - digits.size(), u'0');

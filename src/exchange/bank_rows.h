@@ -1,7 +1,6 @@
 // The questions in the tables of an open bank.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -13,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/enum_table.h"
 #include "dao/dao.h"
 #include "exchange/question.h"
 
@@ -45,7 +45,7 @@ public:
     // its tables. The database must outlive the object.
     BankRows(dao::Database& database, std::u16string code, std::optional<std::int32_t> subject = {});
 
-    const TableInfo& Info(QuestionKind kind) const { return tables_[static_cast<std::size_t>(kind)]; }
+    const TableInfo& Info(QuestionKind kind) const { return tables_[kind]; }
 
     // In the order of record numbers.
     std::vector<Question> Read(const Progress& progress = {});
@@ -86,8 +86,8 @@ private:
     std::u16string code_;
     std::optional<std::int32_t> subject_;
     std::u16string prefix_;  // the first two characters of record numbers
-    std::array<TableInfo, 5> tables_;
-    std::array<std::int32_t, 5> last_numbers_{-1, -1, -1, -1, -1};
+    EnumTable<QuestionKind, TableInfo, 5> tables_;
+    EnumTable<QuestionKind, std::int32_t, 5> last_numbers_{-1, -1, -1, -1, -1};
     std::map<QuestionKind, std::shared_ptr<dao::Recordset>> adding_;
     std::shared_ptr<dao::Recordset> adding_options_;
 };

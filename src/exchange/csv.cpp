@@ -29,7 +29,7 @@ CsvReader::CsvReader(std::u16string_view text) : text_(text) {
         if (unit == u'\n') break;
         if (const std::size_t which = kSeparators.find(unit); which != std::u16string_view::npos) ++counts[which];
     }
-    separator_ = kSeparators[static_cast<std::size_t>(std::max_element(counts, counts + 3) - counts)];
+    separator_ = kSeparators[std::max_element(counts, counts + 3) - counts];
 }
 
 bool CsvReader::Next(CsvRow& row) {

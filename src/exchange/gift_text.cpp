@@ -53,7 +53,7 @@ Part Part::Trim() const {
     const std::u16string_view all = Text();
     const std::u16string_view inside = Trimmed(all);
     if (inside.empty()) return {*text_, begin_, begin_};
-    const auto offset = static_cast<std::size_t>(inside.data() - all.data());
+    const std::size_t offset = inside.data() - all.data();
     return {*text_, begin_ + offset, begin_ + offset + inside.size()};
 }
 

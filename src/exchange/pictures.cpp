@@ -34,8 +34,7 @@ bool IsWholeJpeg(document::ByteSpan bytes) {
     for (std::size_t at = 2; document::U8(bytes, at) == 0xFF;) {
         const std::uint32_t marker = document::U8(bytes, at + 1);
         if (marker == 0xDA) {
-            return std::search(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(), kEnd.begin(),
-                               kEnd.end()) != bytes.end();
+            return std::search(bytes.begin() + at, bytes.end(), kEnd.begin(), kEnd.end()) != bytes.end();
         }
         if (marker == kEnd[1]) return false;
         at += marker == 0xFF ? 1 : 2 + document::Big16(bytes, at + 2);

@@ -141,7 +141,7 @@ std::string DecodeToUtf8(std::string bytes) {
 }
 
 std::size_t LineAt(std::u16string_view text, std::size_t position) {
-    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(position, text.size()));
+    const auto end = text.begin() + std::min(position, text.size());
     return static_cast<std::size_t>(std::count(text.begin(), end, u'\n')) + 1;
 }
 

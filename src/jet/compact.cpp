@@ -198,7 +198,7 @@ private:
                 if (position == id_column) known = TakeId(value);
                 if (position == properties && ChangesVersion()) ConvertProperties(value);
                 const int own = to->Definition().FindColumn(columns.columns[i].name);
-                if (own >= 0) row[static_cast<std::size_t>(own)] = std::move(value);
+                if (own >= 0) row[own] = std::move(value);
             }
             if (known) to->Insert(row);
         }

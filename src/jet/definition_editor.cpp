@@ -106,7 +106,7 @@ bool DefinitionEditor::AddLogical(LogicalIndex logical, const std::vector<KeyCol
 
 void DefinitionEditor::RemoveLogical(std::size_t position) {
     const std::uint32_t real = definition.logical_indexes[position].real;
-    definition.logical_indexes.erase(definition.logical_indexes.begin() + static_cast<std::ptrdiff_t>(position));
+    definition.logical_indexes.erase(definition.logical_indexes.begin() + position);
     for (const LogicalIndex& other : definition.logical_indexes) {
         if (other.real == real) return;
     }
@@ -123,7 +123,7 @@ void DefinitionEditor::RemoveColumn(std::size_t position) {
     database_.TableAt(definition.page)->FreeLongValues(position);
     maps_.Remove(column.owned_map);
     maps_.Remove(column.free_map);
-    definition.columns.erase(definition.columns.begin() + static_cast<std::ptrdiff_t>(position));
+    definition.columns.erase(definition.columns.begin() + position);
 }
 
 void DefinitionEditor::RemoveMaps() {

@@ -41,7 +41,7 @@ public:
 private:
     bool Have(std::size_t count) {
         if (buffer_.size() - read_ >= count) return true;
-        buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(read_));
+        buffer_.erase(buffer_.begin(), buffer_.begin() + read_);
         read_ = 0;
         const std::size_t kept = buffer_.size();
         buffer_.resize(kept + static_cast<std::size_t>(std::min<std::uint64_t>(kReadBuffer, end_ - at_)));
@@ -83,7 +83,7 @@ void EntrySorter::WriteRun() {
     Bytes buffer;
     for (const std::uint32_t at : entries_) {
         const std::size_t size = kLength + Get<std::uint16_t>(&bytes_[at]);
-        buffer.insert(buffer.end(), bytes_.begin() + at, bytes_.begin() + static_cast<std::ptrdiff_t>(at + size));
+        buffer.insert(buffer.end(), bytes_.begin() + at, bytes_.begin() + (at + size));
         if (buffer.size() < kReadBuffer) continue;
         file_->WriteAt(written_, buffer);
         written_ += buffer.size();

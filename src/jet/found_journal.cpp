@@ -145,7 +145,7 @@ bool FoundJournal::FitsSamples(PageFile& file) const {
     const auto read = [&](PageNumber page, std::span<std::uint8_t> bytes) {
         if (!Has(page)) return ReadSample(file, page, bytes);
         ReadImage(page, image);
-        std::copy(image.end() - static_cast<std::ptrdiff_t>(bytes.size()), image.end(), bytes.begin());
+        std::copy(image.end() - bytes.size(), image.end(), bytes.begin());
     };
     return owner_.samples == SampleChecksum(nonce_, PageCount(), read);
 }

@@ -79,7 +79,7 @@ std::int64_t IndexCursor::CountRest() {
     located_ = false;
     std::int64_t entries = 0;
     for (;;) {
-        entries += static_cast<std::int64_t>(view_->Count(position_, stop_));
+        entries += view_->Count(position_, stop_);
         if (stop_ < view_->End() || view_->Next() == 0) return entries;
         GoTo(view_->Next());
         position_ = 0;

@@ -197,8 +197,7 @@ private:
     Words From(std::size_t bit) const {
         Words words{};
         if (bit / 64 >= kWords) return words;
-        std::copy(words_.begin() + static_cast<std::ptrdiff_t>(bit / 64), words_.end(),
-                  words.begin() + static_cast<std::ptrdiff_t>(bit / 64));
+        std::copy(words_.begin() + (bit / 64), words_.end(), words.begin() + (bit / 64));
         words[bit / 64] &= ~std::uint64_t{0} << (bit % 64);
         return words;
     }
@@ -206,7 +205,7 @@ private:
     void ClearFrom(std::size_t bit) {
         if (bit / 64 >= kWords) return;
         words_[bit / 64] &= ~(~std::uint64_t{0} << (bit % 64));
-        std::fill(words_.begin() + static_cast<std::ptrdiff_t>(bit / 64) + 1, words_.end(), 0);
+        std::fill(words_.begin() + (bit / 64) + 1, words_.end(), 0);
     }
 
     std::size_t bytes_;

@@ -160,16 +160,16 @@ void EntryList::Shift(std::size_t from, std::ptrdiff_t by) {
 
 void EntryList::Insert(std::size_t at, Entry entry) {
     const std::size_t begin = Begin(at);
-    bytes_.insert(bytes_.begin() + static_cast<std::ptrdiff_t>(begin), entry.begin(), entry.end());
+    bytes_.insert(bytes_.begin() + begin, entry.begin(), entry.end());
     Shift(at, static_cast<std::ptrdiff_t>(entry.size()));
-    ends_.insert(ends_.begin() + static_cast<std::ptrdiff_t>(at), static_cast<std::uint32_t>(begin + entry.size()));
+    ends_.insert(ends_.begin() + at, static_cast<std::uint32_t>(begin + entry.size()));
 }
 
 void EntryList::Erase(std::size_t from, std::size_t to) {
-    const auto begin = static_cast<std::ptrdiff_t>(Begin(from));
-    const auto end = static_cast<std::ptrdiff_t>(Begin(to));
+    const std::ptrdiff_t begin = Begin(from);
+    const std::ptrdiff_t end = Begin(to);
     bytes_.erase(bytes_.begin() + begin, bytes_.begin() + end);
-    ends_.erase(ends_.begin() + static_cast<std::ptrdiff_t>(from), ends_.begin() + static_cast<std::ptrdiff_t>(to));
+    ends_.erase(ends_.begin() + from, ends_.begin() + to);
     Shift(from, begin - end);
 }
 

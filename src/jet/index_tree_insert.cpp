@@ -151,8 +151,7 @@ std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries
     const auto reference = old.Empty() ? entries.front().bytes : old.Front();
     const auto common = [&](std::span<const std::uint8_t> entry, std::size_t most) {
         const std::size_t size = std::min({reference.size(), entry.size(), most});
-        const auto end =
-            std::mismatch(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(size), reference.begin());
+        const auto end = std::mismatch(entry.begin(), entry.begin() + size, reference.begin());
         return static_cast<std::size_t>(end.first - entry.begin());
     };
     std::size_t bytes = old.TotalBytes();

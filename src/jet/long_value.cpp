@@ -145,8 +145,7 @@ Bytes LongValueWriter::Write(std::span<const std::uint8_t> value, bool may_be_in
         const auto part = value.subspan(chunk * format.long_value_chunk);
         row.resize(4);
         Put(row.data(), next.ToStored());
-        row.insert(row.end(), part.begin(),
-                   part.begin() + static_cast<std::ptrdiff_t>(std::min(part.size(), format.long_value_chunk)));
+        row.insert(row.end(), part.begin(), part.begin() + std::min(part.size(), format.long_value_chunk));
         next = store_.AddAlone(row);
     }
     return MakeReference(value.size(), 0, next);

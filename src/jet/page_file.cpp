@@ -68,7 +68,7 @@ std::size_t PageFile::ReadStored(PageNumber first, std::span<const std::span<std
 
 void PageFile::ReadStored(PageNumber page, std::span<std::uint8_t> image) {
     const std::size_t count = file_->ReadAt(static_cast<std::uint64_t>(page) * GetFormat().page_size, image);
-    std::fill(image.begin() + static_cast<std::ptrdiff_t>(count), image.end(), static_cast<std::uint8_t>(0));
+    std::fill(image.begin() + count, image.end(), static_cast<std::uint8_t>(0));
 }
 
 void PageFile::Read(PageNumber first, std::span<const std::span<std::uint8_t>> parts) {

@@ -66,7 +66,7 @@ bool FindRelated(const Relation& relation, const Row& row, RowCursor& cursor) {
         Raise(ErrorNumber::TextOrderUnsupported, {other.Name(), other.IndexName(relation.other_real), u"关系的键。"});
     }
     for (const int column : relation.other_columns) {
-        const StoredColumn& part = other.Definition().columns[static_cast<std::size_t>(column)];
+        const StoredColumn& part = other.Definition().columns[column];
         const bool unsure = IsText(part.type) && other.OrderOf(part) == TextOrder::Jet3Ascii;
         if (unsure) other.CheckStoredOrder(relation.other_real);
     }

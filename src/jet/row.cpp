@@ -253,14 +253,13 @@ void EncodeRow(const TableDefinition& table, const Format& format, const std::u1
         if (!fields[i].present) continue;
         row[mask_at + column.number / 8] |= static_cast<std::uint8_t>(1 << (column.number % 8));
         if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
-        std::copy(fields[i].bytes.begin(), fields[i].bytes.end(),
-                  row.begin() + static_cast<std::ptrdiff_t>(number + column.fixed_offset));
+        std::copy(fields[i].bytes.begin(), fields[i].bytes.end(), row.begin() + (number + column.fixed_offset));
     }
     if (table.variable_columns == 0) return;
     // Jump k is the first column that begins at 256 * (k + 1) or behind it; those that lead nowhere are 0xFF.
     const std::size_t jumps = number == 1 ? (length - 1) / 256 : 0;
     const std::size_t offsets_at = mask_at - 2 * number - jumps;
-    std::fill_n(row.begin() + static_cast<std::ptrdiff_t>(offsets_at + number), jumps, std::uint8_t{0xFF});
+    std::fill_n(row.begin() + (offsets_at + number), jumps, std::uint8_t{0xFF});
     PutNumber(&row[mask_at - number], table.variable_columns, format);
     std::size_t end = FixedEnd(table, format);
     std::size_t passed = 0;
@@ -271,7 +270,7 @@ void EncodeRow(const TableDefinition& table, const Format& format, const std::u1
         PutNumber(&row[offsets_at - number * index], end, format);
         if (index == table.variable_columns || variable[index] < 0 || !fields[variable[index]].present) continue;
         const Bytes& bytes = fields[variable[index]].bytes;
-        std::copy(bytes.begin(), bytes.end(), row.begin() + static_cast<std::ptrdiff_t>(end));
+        std::copy(bytes.begin(), bytes.end(), row.begin() + end);
         end += bytes.size();
     }
 }

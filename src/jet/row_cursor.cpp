@@ -49,7 +49,7 @@ void RowCursor::SetIndex(std::size_t index) {
     key_parts_.clear();
     const TableDefinition& definition = table_->Definition();
     for (const KeyColumn& part : definition.real_indexes[index].columns) {
-        const auto column = static_cast<std::size_t>(definition.ColumnByNumber(part.number));
+        const std::size_t column = definition.ColumnByNumber(part.number);
         const ColumnType type = definition.columns[column].type;
         if (!HasReadableKey(type)) break;
         key_parts_.push_back({column, type, KeySize(type), part.ascending});
@@ -74,8 +74,7 @@ std::int64_t RowCursor::CountRest() {
         rows = index_->CountRest();
         End();
     } else if (mode_ == Mode::Scan) {
-        for (; HasScanSlot(); scan_slot_ = data_->Slots())
-            rows += static_cast<std::int64_t>(data_->RowsFrom(scan_slot_));
+        for (; HasScanSlot(); scan_slot_ = data_->Slots()) rows += data_->RowsFrom(scan_slot_);
     } else {
         while (Next()) ++rows;
     }

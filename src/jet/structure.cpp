@@ -134,7 +134,7 @@ void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
     const int position = editor.definition.FindLogicalIndex(index);
     if (position < 0) Raise(ErrorNumber::ObjectNotFound, {index});
     const auto& indexes = editor.definition.logical_indexes;
-    const LogicalIndex& dropped = indexes[static_cast<std::size_t>(position)];
+    const LogicalIndex& dropped = indexes[position];
     const auto needs = [&](const LogicalIndex& other) {
         return other.side == LogicalIndex::Side::Referenced && other.real == dropped.real;
     };

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "core/date.h"
+#include "core/enum_table.h"
 #include "jet/row_cursor.h"
 
 namespace qmtrain::jet {
@@ -80,8 +81,8 @@ constexpr std::int32_t kCascadeDelete = 0x1000;
 }  // namespace
 
 Bytes SystemCatalog::UserId(User user) const {
-    constexpr std::array<std::array<std::uint8_t, 2>, 4> kIds = {{{2, 3}, {3, 1}, {2, 1}, {2, 4}}};
-    const auto& id = kIds[static_cast<std::size_t>(user)];
+    constexpr EnumTable<User, std::array<std::uint8_t, 2>, 4> kIds = {{{2, 3}, {3, 1}, {2, 1}, {2, 4}}};
+    const auto& id = kIds[user];
     Bytes stored(id.begin(), id.end());
     const Pager& pager = tables_.TableAt(kObjectsPage)->GetPager();
     if (pager.GetFormat().version == Version::Jet4) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/enum_table.h"
+
 namespace qmtrain::jet {
 namespace {
 
@@ -11,13 +13,12 @@ int FindPosition(const List& list, Matches matches) {
     return found == list.end() ? -1 : static_cast<int>(found - list.begin());
 }
 
-// In the order of ColumnType.
-constexpr std::uint8_t kStoredTypes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 15, 16};
+constexpr EnumTable<ColumnType, std::uint8_t, 14> kStoredTypes = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 15, 16};
 
 }  // namespace
 
 std::uint8_t StoredType(ColumnType type) {
-    return kStoredTypes[static_cast<std::size_t>(type)];
+    return kStoredTypes[type];
 }
 
 std::optional<ColumnType> TypeOfStored(std::uint8_t byte) {
@@ -59,7 +60,7 @@ bool TableDefinition::HasKey() const {
         });
         const bool in_long_values = std::ranges::any_of(index.columns, [&](const KeyColumn& part) {
             const int column = ColumnByNumber(part.number);
-            const ColumnType type = columns[static_cast<std::size_t>(column)].type;
+            const ColumnType type = columns[column].type;
             return IsLongValue(type);
         });
         if (index.IsUnique() && (primary || index.IsRequired()) && !in_long_values) return true;

@@ -74,7 +74,7 @@ std::optional<Trend> TrendOf(const std::vector<double>& values) {
 std::optional<Forecast> ForecastOf(const std::vector<double>& rates) {
     if (rates.size() < kLeastForForecast) return std::nullopt;
     const std::size_t count = std::min(rates.size(), kMostForForecast);
-    const std::vector<double> last(rates.end() - static_cast<std::ptrdiff_t>(count), rates.end());
+    const std::vector<double> last(rates.end() - count, rates.end());
     const Trend trend = TrendOf(last).value();
     double residues = 0;
     double squares = 0;
@@ -120,7 +120,7 @@ Figures CalculateFigures(const PracticeHistory& history, const std::set<std::int
     std::vector<Tally> by_question(history.questions.size());
     for (const PracticeTraining& training : history.trainings) {
         DayFigures& day = figures.by_day[static_cast<int>(std::floor(training.start.days))];
-        DayFigures& hour = figures.by_hour[static_cast<std::size_t>(HourOf(training.start))];
+        DayFigures& hour = figures.by_hour[HourOf(training.start)];
         CandidateFigures& candidate = figures.by_candidate[training.user];
         candidate.user = training.user;
         candidate.last = training.start;

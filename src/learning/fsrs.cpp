@@ -76,7 +76,7 @@ double Scheduler::NextStability(const Card& card, Grade grade, double days) cons
 
 Card Scheduler::Review(Card card, Grade grade, Date when) const {
     if (card.IsNew()) {
-        card.stability = w_[static_cast<std::size_t>(Number(grade) - 1)];
+        card.stability = w_[Number(grade) - 1];
         card.difficulty = Limited(FirstDifficulty(grade));
     } else {
         card.stability = NextStability(card, grade, DaysBetween(card.last, when));
@@ -92,7 +92,7 @@ Card Scheduler::Review(Card card, Grade grade, Date when) const {
     };
     const auto step = [&](std::span<const double> steps, int number) {
         card.step = number;
-        card.due = {when.days + steps[static_cast<std::size_t>(number)]};
+        card.due = {when.days + steps[number]};
     };
     if (card.stage == Stage::Review) {
         if (grade != Grade::Again) {

@@ -181,7 +181,7 @@ PracticeHistory ReadPracticeHistory(dao::Database& client, const HistoryFilter& 
         return !IsWithin(filter, one.start) || (!filter.users.empty() && !filter.users.contains(one.user));
     });
     const auto counted = client.OpenRecordset(u"Select Count(*) As N From TrainInfo");
-    const auto all = static_cast<std::size_t>(LongOr(counted->Fields(u"N").Value(), 0));
+    const std::size_t all = LongOr(counted->Fields(u"N").Value(), 0);
     if (trainings.size() * kShareWorthAScan < all) return ReadEach(client, std::move(trainings));
     Collector collector(std::move(trainings));
     collector.Read(client, u"");

@@ -143,7 +143,7 @@ Result TrainStatistics::OfGroup(std::u16string_view log_name, std::int32_t kind,
     return Trapped(log_name, std::move(none), [&](Result& result) {
         std::vector<Group> groups = Groups(static_cast<GroupKind>(kind));
         RequireIndex(index, groups.size());
-        result = body(groups[static_cast<std::size_t>(index - 1)]);
+        result = body(groups[index - 1]);
     });
 }
 
@@ -166,7 +166,7 @@ template <class Result, class Body>
 Result TrainStatistics::OfItem(std::u16string_view log_name, std::int32_t index, Result none, Body body) const {
     return Trapped(log_name, std::move(none), [&](Result& result) {
         RequireIndex(index, items_.size());
-        result = body(items_[static_cast<std::size_t>(index - 1)]);
+        result = body(items_[index - 1]);
     });
 }
 

@@ -125,7 +125,7 @@ void WrongQuestions::TakeOutRemoved(std::vector<WrongQuestion>& all) const {
 bool WrongQuestions::LoadItem(std::int32_t nIndex) {
     return Trapped(u"WrongQuestions.LoadItem", false, [&](bool& result) {
         if (nIndex < 1 || nIndex > Count()) return;
-        item_ = items_[static_cast<std::size_t>(nIndex - 1)];
+        item_ = items_[nIndex - 1];
         answer_.clear();
         student_answer_.clear();
         RequireNoQuote(item_.question.data_code);

@@ -126,7 +126,7 @@ int PositionOf(const TableDescription& table, std::u16string_view column) {
 bool TellApart(const TableDescription& table, const std::vector<int>& key) {
     return !key.empty() && std::ranges::all_of(key, [&](int at) {
         if (at < 0) return false;
-        const Column& column = table.columns[static_cast<std::size_t>(at)];
+        const Column& column = table.columns[at];
         // The file that keeps the link has no keys of long bytes.
         return column.type != ColumnType::LongBinary && !IsFineTime(column.odbc_type, column.odbc_scale);
     });
@@ -162,8 +162,8 @@ void ReadUniqueIndex(Connection& connection, TableDescription& table) {
     std::u16string index;
     std::vector<int> key;
     const auto take = [&] {
-        const bool good = std::ranges::all_of(
-            key, [&](int column) { return column >= 0 && table.columns[static_cast<std::size_t>(column)].required; });
+        const bool good =
+            std::ranges::all_of(key, [&](int column) { return column >= 0 && table.columns[column].required; });
         if (table.key.empty() && good && TellApart(table, key)) {
             table.key = key;
             table.key_name = index;

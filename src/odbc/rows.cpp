@@ -147,7 +147,7 @@ void Rows::Expect(std::vector<Shape> shapes) {
 }
 
 std::u16string_view Rows::NameOf(int column) const {
-    const auto place = static_cast<std::size_t>(column);
+    const std::size_t place = column;
     return place < shapes_.size() ? shapes_[place].name : std::u16string_view();
 }
 
@@ -255,8 +255,8 @@ void Rows::ReadBytes(int column, Value& value) {
 }
 
 void Rows::ReadFromBlock(int column, Value& value) const {
-    const Block::Column& from = block_->columns[static_cast<std::size_t>(column)];
-    const ColumnType type = shapes_[static_cast<std::size_t>(column)].type;
+    const Block::Column& from = block_->columns[column];
+    const ColumnType type = shapes_[column].type;
     const std::uint8_t* bytes = &from.values[block_->at * from.transfer.size];
     const SQLLEN length = from.lengths[block_->at];
     if (length == SQL_NULL_DATA) {

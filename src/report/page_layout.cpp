@@ -257,7 +257,7 @@ void PageLayout::Paginate() {
 
 void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
     if (page < 1 || page > PageCount()) return;
-    const auto [first, end] = pages_[static_cast<std::size_t>(page - 1)];
+    const auto [first, end] = pages_[page - 1];
     const auto paint_piece = [&](const document::Piece& piece, const document::Line& line, int left, int top) {
         const int baseline = top + line.ascent;
         if (piece.run->picture) {

@@ -139,8 +139,7 @@ void FrmTrain::BindEvents() {
     MSChart->OnOpen = [this] { BtnView_Click(); };
     LvTrainInfo->Bind(wxEVT_LIST_ITEM_ACTIVATED, [this](wxListEvent&) { BtnView_Click(); });
     for (int i = 0; i < 2; ++i) {
-        OptChartType[static_cast<std::size_t>(i)]->Bind(wxEVT_RADIOBUTTON,
-                                                        [this, i](wxCommandEvent&) { OptChartType_Click(i); });
+        OptChartType[i]->Bind(wxEVT_RADIOBUTTON, [this, i](wxCommandEvent&) { OptChartType_Click(i); });
     }
     LvTrainInfo->Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) {
         report::ShowExportMenu(

@@ -19,10 +19,10 @@ public:
     bool Ascending() const { return ascending_; }
 
     // The icon of a header counted from 1; 0 is none.
-    int Icon(int header) const { return icons_[static_cast<std::size_t>(header - 1)]; }
+    int Icon(int header) const { return icons_[header - 1]; }
 
 private:
-    void SetIcon(int header, int icon) { icons_[static_cast<std::size_t>(header - 1)] = icon; }
+    void SetIcon(int header, int icon) { icons_[header - 1] = icon; }
 
     int key_ = 0;
     bool ascending_ = true;

@@ -179,7 +179,7 @@ automation::Variant ToVariantTable(const std::vector<std::vector<Value>>& rows) 
     if (!table) throw std::bad_alloc();
     for (LONG row = 0; row < static_cast<LONG>(rows.size()); ++row) {
         for (LONG column = 0; column < static_cast<LONG>(width); ++column) {
-            const automation::Variant value(rows[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)]);
+            const automation::Variant value(rows[row][column]);
             LONG place[] = {column, row};
             automation::Check(SafeArrayPutElement(table.get(), place, const_cast<VARIANT*>(&value.Get())));
         }

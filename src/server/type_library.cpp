@@ -110,7 +110,7 @@ ClassInformation::ClassInformation(const Class& described) {
         const int slot = description->oVft / static_cast<int>(sizeof(void*)) - kInheritedMethods;
         if (slot < 0) continue;
         if (slot >= static_cast<int>(described.methods.size())) Raise(ErrorNumber::InvalidOperation, {described.name});
-        members_.push_back(DescribeMember(description, described.methods[static_cast<std::size_t>(slot)]));
+        members_.push_back(DescribeMember(description, described.methods[slot]));
     }
     if (members_.size() != described.methods.size()) Raise(ErrorNumber::InvalidOperation, {described.name});
 }

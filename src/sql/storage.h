@@ -121,8 +121,8 @@ public:
     virtual const std::u16string& Name() const = 0;
     virtual const std::vector<Column>& Columns() const = 0;
     virtual const std::vector<Index>& Indexes() const = 0;
-    const Column& ColumnAt(int column) const { return Columns()[static_cast<std::size_t>(column)]; }
-    const Index& IndexAt(int index) const { return Indexes()[static_cast<std::size_t>(index)]; }
+    const Column& ColumnAt(int column) const { return Columns()[column]; }
+    const Index& IndexAt(int index) const { return Indexes()[index]; }
 
     // Whether its rows can be told apart and changed one by one.
     virtual bool IsUpdatable() const { return true; }

@@ -140,7 +140,7 @@ void ListView::SelectRow(long index) {
 
 wxString ListView::OnGetItemText(long item, long column) const {
     const ListRow& row = model_->Row(static_cast<std::size_t>(item));
-    return ToWx(CellText(row.cells[columns_[static_cast<std::size_t>(column)].cell]));
+    return ToWx(CellText(row.cells[columns_[column].cell]));
 }
 
 int ListView::OnGetItemImage(long item) const {

@@ -65,7 +65,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* passed, VARIANT* result,
                                      EXCEPINFO* exception, UINT*) override {
-        ScriptedCall call{member > 0 ? names_[static_cast<std::size_t>(member - 1)] : u"", flags, {}, passed};
+        ScriptedCall call{member > 0 ? names_[member - 1] : u"", flags, {}, passed};
         for (UINT i = passed->cArgs; i > 0; --i) call.arguments.push_back(automation::ToValue(passed->rgvarg[i - 1]));
         VARIANT unwanted;
         VariantInit(&unwanted);

@@ -42,8 +42,7 @@ protected:
     std::u16string Letters() {
         constexpr std::u16string_view kLetters = u"aAbB-'  éEſsßＡ计算中1\x0130\x0131Ωω";
         std::u16string text;
-        for (int length = Pick(5); length > 0; --length)
-            text += kLetters[static_cast<std::size_t>(Pick(kLetters.size()))];
+        for (int length = Pick(5); length > 0; --length) text += kLetters[Pick(kLetters.size())];
         for (std::size_t at = text.find(u'\''); at != text.npos; at = text.find(u'\'', at + 2))
             text.insert(at, 1, u'\'');
         return text;
@@ -257,8 +256,8 @@ TEST_F(AccessPathTest, DecimalsAreFoundExactly) {
         std::vector<int> ids(units.size());
         for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = static_cast<int>(i);
         std::ranges::stable_sort(ids, [&](int a, int b) {
-            const int first = rank(units[static_cast<std::size_t>(a)]);
-            const int second = rank(units[static_cast<std::size_t>(b)]);
+            const int first = rank(units[a]);
+            const int second = rank(units[b]);
             return order[1] == u'A' ? first < second : first > second;
         });
         std::u16string expected;

@@ -104,8 +104,7 @@ private:
             case QuestionKind::Multiple:
                 for (int i = Number(2, 6); i > 0; --i)
                     question.options.push_back({Text(), question.kind == QuestionKind::Multiple && Number(0, 1) == 0});
-                question.options[static_cast<std::size_t>(Number(0, static_cast<int>(question.options.size()) - 1))]
-                    .right = true;
+                question.options[Number(0, static_cast<int>(question.options.size()) - 1)].right = true;
                 break;
             case QuestionKind::YesNo: question.is_true = Number(0, 1) == 0; break;
             case QuestionKind::Fill:

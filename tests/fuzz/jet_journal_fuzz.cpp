@@ -141,7 +141,7 @@ std::uint32_t Samples(const Content& before, const Content& journal) {
     Content samples;
     for (std::uint64_t i = 0; i < 8; ++i) {
         const std::uint64_t page = i == 0 ? 1 : 2 + (pages - 3) * (i - 1) / 6;
-        const auto end = before.begin() + static_cast<std::ptrdiff_t>((page + 1) * kPage);
+        const auto end = before.begin() + ((page + 1) * kPage);
         samples.insert(samples.end(), end - kBytes, end);
     }
     return jet::Checksum(jet::Get<std::uint64_t>(&journal[24]), samples);
@@ -191,7 +191,7 @@ Content MakeJournal(const Content& database, Input& input) {
             std::memcpy(&image[8], kCommon, std::strlen(kCommon));
         }
         if (kind % 16 == 4 && page * kPage < database.size()) {
-            std::copy_n(database.begin() + static_cast<std::ptrdiff_t>(page * kPage), kPage, image.begin());
+            std::copy_n(database.begin() + (page * kPage), kPage, image.begin());
         }
         AddRecord(journal, page, image, kind < 240);
     }
@@ -216,14 +216,12 @@ Content MakeCommon() {
 // What the database holds when the journal has been heeded; nothing when it is not this database's.
 std::optional<Content> Expected(const Content& database, Content journal, bool common_in_force) {
     const std::size_t begun = std::min(journal.size(), kHeader);
-    if (std::all_of(journal.begin(), journal.begin() + static_cast<std::ptrdiff_t>(begun),
-                    [](std::uint8_t byte) { return byte == 0; })) {
+    if (std::all_of(journal.begin(), journal.begin() + begun, [](std::uint8_t byte) { return byte == 0; })) {
         return database;
     }
     const bool is_void = journal[0] == 0;
     if (is_void) journal[0] = 'Q';
-    Content magic(journal.begin(),
-                  journal.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(journal.size(), 8)));
+    Content magic(journal.begin(), journal.begin() + (std::min<std::size_t>(journal.size(), 8)));
     if (magic.size() == 8 && magic[7] >= '2' && magic[7] <= '5') magic[7] = '4';
     if (std::memcmp(magic.data(), "QmTrnJn4", magic.size()) != 0) return std::nullopt;
     if (journal.size() < kHeader) return database;

@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     --size;
     test::MemoryFiles files;
     auto& content = files.At(test::kFuzzedFile);
-    content = healthy[static_cast<std::size_t>(version)];
+    content = healthy[version];
     for (; size >= 4; data += 4, size -= 4) {
         const std::size_t at = data[0] * page_size + (data[1] << 8 | data[2]) % page_size;
         content[at % content.size()] = static_cast<std::uint8_t>(content[at % content.size()] + data[3]);

@@ -77,7 +77,7 @@ protected:
     // What was answered before the kill is there, but for the last answer; the rest can be done now.
     void GoOn(const std::string& steps, std::int32_t train_id) const {
         Practice practice(data_, train_id);
-        const auto answered = static_cast<std::size_t>(std::count(steps.begin(), steps.end(), 'a'));
+        const std::size_t answered = std::count(steps.begin(), steps.end(), 'a');
         for (std::size_t i = 0; i < practice.GetPaper().questions.size(); ++i) {
             SCOPED_TRACE(i);
             const std::u16string right = RightAnswer(practice.Place(i));

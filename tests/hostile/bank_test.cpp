@@ -97,7 +97,7 @@ TEST_F(HostileBankTest, ASavedQueryIsNoTable) {
         const auto add = [&](std::uint8_t clause, std::u16string_view column, std::u16string_view text) {
             std::vector<Value> row(table->Definition().columns.size(), Value(Null{}));
             const auto set = [&](std::u16string_view name, Value value) {
-                row[static_cast<std::size_t>(table->Definition().FindColumn(name))] = std::move(value);
+                row[table->Definition().FindColumn(name)] = std::move(value);
             };
             set(u"ObjectId", query.id);
             set(u"Attribute", clause);

@@ -393,8 +393,8 @@ std::vector<std::uint8_t> NamingCommon(std::vector<std::uint8_t> journal, std::s
     constexpr std::uint32_t kCommon = 0xFFFFFFFF;
     const std::size_t at = journal.size() - (journal.size() - kHeader) % (kPage + 8);
     journal.resize(at + 8 + kPage);
-    std::fill(journal.begin() + static_cast<std::ptrdiff_t>(at), journal.end(), std::uint8_t{0});
-    std::copy(path.begin(), path.end(), journal.begin() + static_cast<std::ptrdiff_t>(at + 16));
+    std::fill(journal.begin() + at, journal.end(), std::uint8_t{0});
+    std::copy(path.begin(), path.end(), journal.begin() + (at + 16));
     const auto nonce = jet::Get<std::uint64_t>(&journal[24]);
     jet::Put(&journal[at], kCommon);
     jet::Put(&journal[at + 4],

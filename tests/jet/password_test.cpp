@@ -54,9 +54,9 @@ protected:
         const Database::Reading reading(database);
         SystemCatalog catalog(database);
         const auto objects = database.SystemTable(kObjectsPage);
-        const auto owner = static_cast<std::size_t>(objects->Definition().FindColumn(u"Owner"));
+        const std::size_t owner = objects->Definition().FindColumn(u"Owner");
         const auto aces = database.SystemTable(kAcesPage);
-        const auto sid = static_cast<std::size_t>(aces->Definition().FindColumn(u"SID"));
+        const std::size_t sid = aces->Definition().FindColumn(u"SID");
         const auto is_known = [&](const Value& id) {
             const User users[] = {User::Engine, User::Admin, User::Users, User::Creator};
             return std::ranges::any_of(users, [&](User user) { return id == Value(catalog.UserId(user)); });

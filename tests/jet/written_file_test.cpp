@@ -72,13 +72,13 @@ protected:
         const int count = RowsFor(GetParam());
         for (int i = 0; i < count; ++i) rows.push_back(table->Insert(ResultRow(i)));
         for (int i = 0; i < count; ++i) {
-            if (i % 3 == 0) table->Delete(rows[static_cast<std::size_t>(i)]);
+            if (i % 3 == 0) table->Delete(rows[i]);
             if (i % 3 != 1) continue;
             const std::vector<ColumnChange> changes = {
                 {2, Own(std::u16string(static_cast<std::size_t>(i % 150), u'改')) + ToText(i)},
                 {8, Currency{-i}},
                 {9, Null{}}};
-            table->Update(rows[static_cast<std::size_t>(i)], changes);
+            table->Update(rows[i], changes);
         }
     }
 
@@ -109,7 +109,7 @@ protected:
             Bytes bytes(static_cast<std::size_t>(length));
             for (std::size_t i = 0; i < bytes.size(); ++i)
                 bytes[i] = static_cast<std::uint8_t>(1 + (i * 7 + i / 250) % 255);
-            const auto units = static_cast<std::size_t>(std::min(length, 30000));
+            const std::size_t units = std::min(length, 30000);
             const std::u16string text = Own(std::u16string(units, key % 2 == 0 ? u'长' : u'x'));
             table->Insert(std::vector<Value>{++key, text, bytes});
         }

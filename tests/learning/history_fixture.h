@@ -98,9 +98,7 @@ protected:
         dao::Engine::Instance().CommitTrans();
     }
 
-    const TrainingRow& TrainingOf(const ResultRow& row) const {
-        return trainings_[static_cast<std::size_t>(row.training - 1)];
-    }
+    const TrainingRow& TrainingOf(const ResultRow& row) const { return trainings_[row.training - 1]; }
     static std::string QuestionOf(const TrainingRow& training, const ResultRow& row) {
         return std::to_string(training.subject) + "|" + ToUtf8(ToUpper(row.data_code)) + "|" +
                ToUtf8(ToUpper(row.rec_no));

@@ -110,8 +110,7 @@ TEST_F(StatisticsTest, FacilityAndDiscriminationOfGeneratedHistories) {
     ASSERT_EQ(statistics.ItemCount(), static_cast<int>(marks.size()));
     int known = 0;
     for (std::int32_t i = 1; i <= statistics.ItemCount(); ++i) {
-        const PracticedQuestion& question =
-            statistics.History().questions[statistics.Items()[static_cast<std::size_t>(i - 1)].question];
+        const PracticedQuestion& question = statistics.History().questions[statistics.Items()[i - 1].question];
         const auto& pairs = marks.at(QuestionOf(question));
         const auto n = static_cast<double>(pairs.size());
         double x = 0;

@@ -116,8 +116,7 @@ TEST_F(OtherEngineTest, ChangesPagesUnderAReader) {
     const auto write = [&](const std::vector<std::uint8_t>& content, bool broken = false) {
         const int file = open(File().c_str(), O_RDWR);
         for (std::size_t at = kPage; at < content.size(); at += kPage) {
-            std::vector<std::uint8_t> page(content.begin() + static_cast<std::ptrdiff_t>(at),
-                                           content.begin() + static_cast<std::ptrdiff_t>(at + kPage));
+            std::vector<std::uint8_t> page(content.begin() + at, content.begin() + (at + kPage));
             if (broken && page[0] == 1) page[13] = 0x7F;
             EXPECT_EQ(pwrite(file, page.data(), kPage, static_cast<off_t>(at)), static_cast<ssize_t>(kPage));
         }

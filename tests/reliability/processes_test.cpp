@@ -108,7 +108,7 @@ TEST_F(ProcessesTest, ShareAFile) {
     int killed = 0;
     while (end - Clock::now() > std::chrono::seconds(3)) {
         std::this_thread::sleep_for(std::chrono::seconds(1));
-        children[static_cast<std::size_t>(killed++)].Kill();
+        children[killed++].Kill();
         add();
         DieHoldingTheLock();
     }

@@ -520,7 +520,7 @@ TEST_F(HostileTest, EveryMethodWithNothingInItsPlaces) {
     for (const CLSID* id : kClasses) {
         const auto object = server_.Create(*id);
         Members(object.Get()).ForEach([&](const std::wstring& name, const FUNCDESC& description) {
-            const auto count = static_cast<std::size_t>(description.cParams);
+            const std::size_t count = description.cParams;
             std::vector<VARTYPE> types(count);
             std::vector<VARIANT> zeros(count, Of(VT_EMPTY));
             std::vector<VARIANT*> places;

@@ -144,10 +144,8 @@ public:
     }
 
 private:
-    Both Column(const char* name) {
-        return names_[static_cast<std::size_t>(Pick(static_cast<int>(names_.size())))] + "." + name;
-    }
-    Both NumberColumn() { return Column(std::vector{"ID", "A", "X"}[static_cast<std::size_t>(Pick(3))]); }
+    Both Column(const char* name) { return names_[Pick(static_cast<int>(names_.size()))] + "." + name; }
+    Both NumberColumn() { return Column(std::vector{"ID", "A", "X"}[Pick(3)]); }
     Both TextColumn() { return Column("S"); }
 
     Both NumberTerm(int depth) {
@@ -230,7 +228,7 @@ private:
         }
     }
 
-    std::string Table() { return std::vector<std::string>{"T1", "T2", "T3"}[static_cast<std::size_t>(Pick(3))]; }
+    std::string Table() { return std::vector<std::string>{"T1", "T2", "T3"}[Pick(3)]; }
 
     std::string NewName() {
         std::string name = std::to_string(++aliases_);
@@ -255,7 +253,7 @@ private:
     // What two tables are joined by: mostly equality, so that every kind of join is met.
     Both Link(const std::vector<std::string>& left, const std::vector<std::string>& right) {
         const auto any = [&](const std::vector<std::string>& names) {
-            return names[static_cast<std::size_t>(Pick(static_cast<int>(names.size())))];
+            return names[Pick(static_cast<int>(names.size()))];
         };
         constexpr const char* kColumns[] = {".ID", ".A", ".X"};
         if (Chance(20)) return Both(any(left) + ".S = " + any(right) + ".S");
@@ -468,9 +466,7 @@ public:
     }
 
 private:
-    std::string NumberColumn() {
-        return std::vector{"ID", "A", "X", "F", "C", "D", "B"}[static_cast<std::size_t>(Pick(7))];
-    }
+    std::string NumberColumn() { return std::vector{"ID", "A", "X", "F", "C", "D", "B"}[Pick(7)]; }
     std::string AnyColumn() { return Chance(80) ? NumberColumn() : "S"; }
 
     Select Ordered() {
@@ -607,8 +603,7 @@ struct Number {
         const std::string text = Text();
         if (IsLong()) return Kind::Long;
         const auto first = text.find_first_of("123456789");
-        const auto digits = std::count_if(text.begin() + static_cast<std::ptrdiff_t>(first), text.end(),
-                                          [](char c) { return c != '.'; });
+        const auto digits = std::count_if(text.begin() + first, text.end(), [](char c) { return c != '.'; });
         return digits > 15 ? Kind::Decimal : Kind::Double;
     }
     bool IsCurrency() const { return behind % 10000 == 0 && whole < 922337203685477; }
@@ -656,7 +651,7 @@ public:
 
     int Pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
     bool Chance(int percent) { return Pick(100) < percent; }
-    const Number& AnyNumber() { return numbers_[static_cast<std::size_t>(Pick(static_cast<int>(numbers_.size())))]; }
+    const Number& AnyNumber() { return numbers_[Pick(static_cast<int>(numbers_.size()))]; }
     const std::vector<Number>& All() const { return numbers_; }
 
     // "%" stands for the table.
@@ -713,7 +708,7 @@ private:
     };
 
     Operand Exact(const std::string& table) {
-        const std::string name = table + "." + std::vector{"P", "P", "C", "L"}[static_cast<std::size_t>(Pick(4))];
+        const std::string name = table + "." + std::vector{"P", "P", "C", "L"}[Pick(4)];
         return {name, name, name + "R", false};
     }
     Operand Column(const std::string& table) {
@@ -721,7 +716,7 @@ private:
     }
     Operand Literal() {
         const int at = Pick(static_cast<int>(numbers_.size()));
-        const Number& number = numbers_[static_cast<std::size_t>(at)];
+        const Number& number = numbers_[at];
         return {number.Text(), number.Key(), "(SELECT V FROM N WHERE K = " + std::to_string(at) + ")",
                 number.Written() == Number::Kind::Double};
     }

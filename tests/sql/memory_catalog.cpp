@@ -78,7 +78,7 @@ public:
 
     void Read(int column, Value& value) override {
         ++table_.reads.values;
-        value = (*table_.rows_[row_ - 1])[static_cast<std::size_t>(column)];
+        value = (*table_.rows_[row_ - 1])[column];
     }
 
 private:
@@ -117,7 +117,7 @@ MemoryTable::Entries MemoryTable::MakeEntries(const Index& index) const {
 
 std::vector<std::uint32_t> MemoryTable::RowsOf(int index, const KeyRange& range) const {
     std::vector<std::uint32_t> rows;
-    const auto& entries = entries_[static_cast<std::size_t>(index)];
+    const auto& entries = entries_[index];
     const auto& order = entries.key_comp();
     for (const Entry& entry : entries) {
         bool fits = true;
@@ -149,7 +149,7 @@ double MemoryTable::EstimatedRows(int index, const KeyRange& range) {
 }
 
 double MemoryTable::DistinctKeys(int index) {
-    const auto& entries = entries_[static_cast<std::size_t>(index)];
+    const auto& entries = entries_[index];
     double keys = 0;
     const Entry* last = nullptr;
     for (const Entry& entry : entries) {
@@ -164,7 +164,7 @@ std::unique_ptr<Cursor> MemoryTable::OpenCursor() {
 }
 
 bool MemoryTable::CanSeek(int index, std::span<const Value> values) const {
-    return seeks_ && values.size() <= definition_.indexes[static_cast<std::size_t>(index)].columns.size();
+    return seeks_ && values.size() <= definition_.indexes[index].columns.size();
 }
 
 std::optional<MemoryTable::Entry> MemoryTable::MakeEntry(std::size_t index, std::uint32_t row) const {
@@ -172,7 +172,7 @@ std::optional<MemoryTable::Entry> MemoryTable::MakeEntry(std::size_t index, std:
     Entry entry{{}, row};
     bool all_null = true;
     for (const IndexColumn& column : definition.columns) {
-        const Value& value = (*rows_[row - 1])[static_cast<std::size_t>(column.column)];
+        const Value& value = (*rows_[row - 1])[column.column];
         if (value.IsNull() && definition.required) Raise(ErrorNumber::IndexKeyNull, {definition.name});
         all_null = all_null && value.IsNull();
         entry.key.push_back(value);
@@ -239,7 +239,7 @@ RowId MemoryTable::Insert(std::span<const Value> values) {
 void MemoryTable::Update(RowId row, std::span<const Assignment> changes) {
     const Row old = *rows_[row.value - 1];
     Row changed = old;
-    for (const Assignment& change : changes) changed[static_cast<std::size_t>(change.column)] = change.value;
+    for (const Assignment& change : changes) changed[change.column] = change.value;
     CheckRow(changed);
     RemoveEntries(row.value);
     rows_[row.value - 1] = std::move(changed);
@@ -270,8 +270,8 @@ void MemoryTable::AddIndex(const Index& index) {
 void MemoryTable::DropIndex(std::u16string_view name) {
     for (std::size_t i = 0; i < definition_.indexes.size(); ++i) {
         if (!EqualNames(definition_.indexes[i].name, name)) continue;
-        definition_.indexes.erase(definition_.indexes.begin() + static_cast<std::ptrdiff_t>(i));
-        entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
+        definition_.indexes.erase(definition_.indexes.begin() + i);
+        entries_.erase(entries_.begin() + i);
         return;
     }
     Raise(ErrorNumber::ObjectNotFound, {name});

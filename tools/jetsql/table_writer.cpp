@@ -266,7 +266,7 @@ private:
     void Put(const std::vector<Cell>& row) {
         std::string& out = output_.Text();
         for (std::size_t i = 0; i < row.size(); ++i) {
-            const auto blanks = static_cast<std::size_t>(std::max(0, widths_[i] - row[i].width));
+            const std::size_t blanks = std::max(0, widths_[i] - row[i].width);
             if (i > 0) out += "  ";
             if (row[i].right) out.append(blanks, ' ');
             out += row[i].text;

@@ -123,12 +123,12 @@ void MainWindow::FillPeople(std::int32_t user, std::int32_t subject) {
 
 std::int32_t MainWindow::UserId() const {
     const int chosen = CboUser->GetSelection();
-    return chosen < 0 ? -1 : users_[static_cast<std::size_t>(chosen)].id;
+    return chosen < 0 ? -1 : users_[chosen].id;
 }
 
 std::int32_t MainWindow::SubjectCode() const {
     const int chosen = CboSubject->GetSelection();
-    return chosen < 0 ? -1 : subjects_[static_cast<std::size_t>(chosen)].code;
+    return chosen < 0 ? -1 : subjects_[chosen].code;
 }
 
 void MainWindow::Fill() {
@@ -138,7 +138,7 @@ void MainWindow::Fill() {
     const std::int32_t subject = subjects_.empty() ? settings_.Number(kSubjectSetting, -1) : SubjectCode();
     const int row = LvPapers->GetSelectedRow();
     const bool selected = row >= 0 && static_cast<std::size_t>(row) < overview_.papers.size();
-    const std::int32_t paper = selected ? overview_.papers[static_cast<std::size_t>(row)].paper.number : -1;
+    const std::int32_t paper = selected ? overview_.papers[row].paper.number : -1;
     overview_ = {};
     server_away_.clear();
     AtServer([&] {
@@ -148,7 +148,7 @@ void MainWindow::Fill() {
         if (SubjectCode() != -1) overview_ = ReadOverview(folder_, UserId(), SubjectCode());
     });
     const int chosen = CboUser->GetSelection();
-    LblUser->SetLabelText(chosen < 0 ? wxString() : ui::ToWx(users_[static_cast<std::size_t>(chosen)].exam_number));
+    LblUser->SetLabelText(chosen < 0 ? wxString() : ui::ToWx(users_[chosen].exam_number));
     BtnRules->Enable(SubjectCode() != -1);
     FillBand();
     FillPapers(paper);
@@ -306,7 +306,7 @@ void MainWindow::CountDueQuestions() {
 
 const PastPractice* MainWindow::SelectedPast() const {
     const int row = LvLast->GetSelectedRow();
-    return row == wxNOT_FOUND ? nullptr : &overview_.past[static_cast<std::size_t>(row)];
+    return row == wxNOT_FOUND ? nullptr : &overview_.past[row];
 }
 
 void MainWindow::Remember() {

@@ -51,7 +51,7 @@ void MainWindow::ShowAnalysis(bool everybody) {
 void MainWindow::PractiseSelected(Mode mode) {
     const int row = LvPapers->GetSelectedRow();
     if (row == wxNOT_FOUND || read_only_ || !BtnExam->IsEnabled()) return;
-    StartPaper(overview_.papers[static_cast<std::size_t>(row)].paper, mode);
+    StartPaper(overview_.papers[row].paper, mode);
 }
 
 void MainWindow::StartPaper(const Paper& paper, Mode mode) {
@@ -121,7 +121,7 @@ void MainWindow::ShowPastMenu() {
 void MainWindow::ShowRules() {
     const int chosen = CboSubject->GetSelection();
     if (chosen < 0) return;
-    const Subject& subject = subjects_[static_cast<std::size_t>(chosen)];
+    const Subject& subject = subjects_[chosen];
     ui::Inform(this, subject.instructions.empty() ? std::u16string(u"这个科目没有考生须知。") : subject.instructions,
                u"考生须知：" + subject.name);
 }
@@ -129,7 +129,7 @@ void MainWindow::ShowRules() {
 void MainWindow::EditCandidate(bool is_new) {
     const int chosen = CboUser->GetSelection();
     if (!is_new && chosen < 0) return;
-    CandidateDialog dialog(this, folder_, is_new ? Candidate{} : users_[static_cast<std::size_t>(chosen)]);
+    CandidateDialog dialog(this, folder_, is_new ? Candidate{} : users_[chosen]);
     if (dialog.ShowModal() != wxID_OK) return;
     Guarded([&] {
         users_ = CandidatesOf(folder_);
@@ -141,7 +141,7 @@ void MainWindow::EditCandidate(bool is_new) {
 void MainWindow::EditSubject(bool is_new) {
     const int chosen = CboSubject->GetSelection();
     if (!is_new && chosen < 0) return;
-    SubjectDialog dialog(this, folder_, is_new ? Subject{} : subjects_[static_cast<std::size_t>(chosen)]);
+    SubjectDialog dialog(this, folder_, is_new ? Subject{} : subjects_[chosen]);
     if (dialog.ShowModal() != wxID_OK) return;
     Guarded([&] {
         const std::int32_t user = UserId();

@@ -193,7 +193,7 @@ void MainWindow::BuildMenu() {
     const auto selected = [this]() -> std::optional<Paper> {
         const int row = LvPapers->GetSelectedRow();
         if (row == wxNOT_FOUND) return std::nullopt;
-        return overview_.papers[static_cast<std::size_t>(row)].paper;
+        return overview_.papers[row].paper;
     };
     bar->Append(
         MakeBankMenu(*this, folder_, read_only_, {selected, [this] { return GetEdition(); }, [this] { Fill(); }}),

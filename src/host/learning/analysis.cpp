@@ -85,7 +85,7 @@ std::u16string Analysis::ForecastText() const {
         return u"下一份试卷预计 " + Format(forecast->expected, u"0") + u"%，五次中有四次在 " +
                Format(forecast->low, u"0") + u"% 到 " + Format(forecast->high, u"0") + u"% 之间。";
     }
-    const auto missing = static_cast<std::int64_t>(kLeastForForecast - rates.size());
+    const std::int64_t missing = kLeastForForecast - rates.size();
     return u"只有 " + ToText(static_cast<std::int64_t>(rates.size())) + u" 份试卷的成绩，还不能预测；再做 " +
            ToText(missing) + u" 份以后可以。";
 }

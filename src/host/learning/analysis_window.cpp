@@ -188,7 +188,7 @@ wxWindow* AnalysisWindow::BuildItems(wxWindow* parent) {
         if (column < 0) return;
         ascending_ = sorted_items_by_ == column ? !ascending_ : true;
         sorted_items_by_ = column;
-        const auto cell = static_cast<std::size_t>(column);
+        const std::size_t cell = column;
         LvItems->SortBy(cell < kItemTimes ? cell : cell - kItemTimes + kSortTimes, ascending_);
     });
     LblAnswers = MakeLabel(panel, u"");
@@ -272,7 +272,7 @@ void AnalysisWindow::FillCharts() {
 
 void AnalysisWindow::FillRates() {
     const int chosen = CboSubject->GetSelection();
-    const std::int32_t subject = chosen > 0 ? subjects_[static_cast<std::size_t>(chosen - 1)] : -1;
+    const std::int32_t subject = chosen > 0 ? subjects_[chosen - 1] : -1;
     std::vector<review::ScorePoint> points;
     for (const Figures::Paper& paper : analysis_.GetFigures().papers) {
         if (subject != -1 && paper.subject != subject) continue;

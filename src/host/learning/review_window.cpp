@@ -130,7 +130,7 @@ void ReviewWindow::Fill() {
     DtpExam->Enable(exam.has_value() && !read_only_);
     if (exam) DtpExam->SetValue(ToWxDate(*exam));
 
-    const auto due = static_cast<std::int64_t>(overview_.due.size());
+    const std::int64_t due = overview_.due.size();
     std::u16string headline;
     std::u16string empty;
     if (overview_.all == 0) {

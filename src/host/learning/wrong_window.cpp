@@ -143,8 +143,8 @@ void WrongWindow::BindEvents() {
     const auto choose = [this](wxCommandEvent&) {
         const int bank = CboBank->GetSelection();
         const int type = CboType->GetSelection();
-        filter_.data_code = bank > 0 ? banks_[static_cast<std::size_t>(bank - 1)].first : std::u16string();
-        filter_.type = type > 0 ? types_[static_cast<std::size_t>(type - 1)].first : -1;
+        filter_.data_code = bank > 0 ? banks_[bank - 1].first : std::u16string();
+        filter_.type = type > 0 ? types_[type - 1].first : -1;
         filter_.period = static_cast<WrongPeriod>(std::max(0, CboPeriod->GetSelection()));
         filter_.least_times = ChkTwice->GetValue() ? 2 : 1;
         filter_.only_open = ChkOpen->GetValue();

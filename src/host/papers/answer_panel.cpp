@@ -95,7 +95,7 @@ void AnswerPanel::AddText(long style, std::u16string_view name) {
 void AnswerPanel::MoveFrom(std::size_t place, int direction) {
     const auto count = static_cast<int>(Rows.size());
     const int wanted = (static_cast<int>(place) + direction + count) % count;
-    Rows[static_cast<std::size_t>(wanted)]->SetFocus();
+    Rows[wanted]->SetFocus();
 }
 
 bool AnswerPanel::Choose(std::size_t place) {

@@ -28,17 +28,16 @@ ComposeDialog::ComposeDialog(wxWindow* parent, const DataFolder& folder, std::ve
     Finish(u"组卷(&M)", [this, folder] {
         PaperPlan plan{ui::FromWx(TxtTitle->GetValue()), SpnMinutes->GetValue(), {}};
         for (const auto& [kind, number] : SpnCounts) plan.counts[kind] = number->GetValue();
-        paper_no_ = ComposePaper(folder, banks_[static_cast<std::size_t>(CboBank->GetSelection())], plan,
-                                 std::random_device()());
+        paper_no_ = ComposePaper(folder, banks_[CboBank->GetSelection()], plan, std::random_device()());
     });
 }
 
 std::int32_t ComposeDialog::SubjectCode() const {
-    return banks_[static_cast<std::size_t>(CboBank->GetSelection())].subject;
+    return banks_[CboBank->GetSelection()].subject;
 }
 
 void ComposeDialog::ShowBank() {
-    const Bank& bank = banks_[static_cast<std::size_t>(CboBank->GetSelection())];
+    const Bank& bank = banks_[CboBank->GetSelection()];
     PaperPlan plan = UsualPlan(bank);
     TxtTitle->ChangeValue(ui::ToWx(plan.title));
     SpnMinutes->SetValue(plan.minutes);

@@ -81,7 +81,7 @@ Mark MarkFill(const Task& task, std::u16string_view answer) {
     FillAnswer standard;
     standard.Answer(task.standard_answer);
     const std::vector<std::u16string> given = Split(answer, u'@');
-    const auto blanks = static_cast<std::size_t>(standard.GetFillCount());
+    const std::size_t blanks = standard.GetFillCount();
     std::size_t right = 0;
     Errors errors;
     for (std::size_t i = 0; i < blanks; ++i) {

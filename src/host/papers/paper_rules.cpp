@@ -163,7 +163,7 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
             std::stable_sort(candidates.begin(), candidates.end(),
                              [](const Candidate* a, const Candidate* b) { return a->used < b->used; });
         }
-        const auto wanted = static_cast<std::size_t>(part->second.count);
+        const std::size_t wanted = part->second.count;
         if (candidates.size() < wanted) {
             missing += u"\n" + std::u16string(KindName(usual.kind)) + u"要 " + Number(wanted) +
                        u" 题，符合条件的只有 " + Number(candidates.size()) + u" 题。";

@@ -55,7 +55,7 @@ HandInDialog::HandInDialog(wxWindow* parent, const Practice& practice)
 void HandInDialog::GoToSelected() {
     const int row = LstOpen->GetSelection();
     if (row < 0) return;
-    chosen_ = open_[static_cast<std::size_t>(row)].index;
+    chosen_ = open_[row].index;
     EndModal(wxID_CANCEL);
 }
 

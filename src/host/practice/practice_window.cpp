@@ -97,8 +97,7 @@ void PracticeWindow::StepThrough(int direction) {
     const auto last = static_cast<int>(practice_.Size());
     int at = Summary->IsShown() ? (direction > 0 ? -1 : last) : static_cast<int>(current_);
     const auto is_left_out = [&] {
-        return ChkMistakes->GetValue() && at >= 0 && at < last &&
-               result_->questions[static_cast<std::size_t>(at)].GetVerdict() == Verdict::Right;
+        return ChkMistakes->GetValue() && at >= 0 && at < last && result_->questions[at].GetVerdict() == Verdict::Right;
     };
     do at += direction;
     while (is_left_out());

@@ -140,7 +140,7 @@ void RateBars::Paint(wxGraphicsContext& gc, wxSize size) {
 }
 
 std::u16string RateBars::TipAt(wxPoint place) const {
-    const auto row = static_cast<std::size_t>(std::max(0, place.y) / RowHeight());
+    const std::size_t row = std::max(0, place.y) / RowHeight();
     if (row >= bars_.size()) return {};
     return bars_[row].name + u"：" + Rate(bars_[row].rate) + u"，共答 " + ToText(bars_[row].times) +
            u" 道次；虚线是及格线 60%";

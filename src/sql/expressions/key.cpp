@@ -128,7 +128,7 @@ std::size_t KeyTable::Slot(const std::vector<std::uint8_t>& key, std::uint64_t h
     for (; slots_[slot] != 0; slot = (slot + 1) & mask) {
         const Entry& entry = entries_[slots_[slot] - 1];
         if (entry.hash == hash && entry.size == key.size() &&
-            std::equal(key.begin(), key.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(entry.first))) {
+            std::equal(key.begin(), key.end(), bytes_.begin() + entry.first)) {
             break;
         }
     }

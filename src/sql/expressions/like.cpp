@@ -310,7 +310,7 @@ private:
         Fitting fitting(units.count, std::vector<std::uint64_t>(words));
         for (std::size_t i = 0; i < text.size(); ++i) {
             for (std::uint64_t left = units.kinds[Fold(text[i])]; left != 0; left &= left - 1) {
-                fitting[static_cast<std::size_t>(std::countr_zero(left))][i / 64] |= std::uint64_t{1} << (i % 64);
+                fitting[std::countr_zero(left)][i / 64] |= std::uint64_t{1} << (i % 64);
             }
         }
         return fitting;

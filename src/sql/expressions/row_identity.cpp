@@ -38,7 +38,7 @@ std::uint64_t RowIdentity::Of(Cursor& cursor) {
     } else {
         const int count = columns_.empty() ? width_ : static_cast<int>(columns_.size());
         for (int i = 0; i < count; ++i) {
-            cursor.Read(columns_.empty() ? i : columns_[static_cast<std::size_t>(i)], value_);
+            cursor.Read(columns_.empty() ? i : columns_[i], value_);
             identity = std::rotl(identity, 25) ^ HashOf(value_);
         }
     }

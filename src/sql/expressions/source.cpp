@@ -9,7 +9,7 @@ int Source::SlotFor(int column) {
         slot_of_column_.resize(infos_.size(), -1);
         columns_.reserve(infos_.size());
     }
-    int& slot = slot_of_column_[static_cast<std::size_t>(column)];
+    int& slot = slot_of_column_[column];
     if (slot < 0) {
         slot = static_cast<int>(columns_.size());
         columns_.push_back(column);
@@ -66,7 +66,7 @@ std::uint64_t TableSource::Identity() {
 }
 
 bool TableSource::IsLong(std::size_t slot) const {
-    const ColumnType type = infos_[static_cast<std::size_t>(ColumnOfSlot(static_cast<int>(slot)))].shape.type;
+    const ColumnType type = infos_[ColumnOfSlot(static_cast<int>(slot))].shape.type;
     return IsLongValue(type);
 }
 
@@ -108,12 +108,12 @@ void TableSource::Forget() {
 
 // A value that has been read already is there as it is.
 std::optional<std::string_view> TableSource::NarrowText(int slot) {
-    if (IsNullRow() || current_ != 0 || stamps_[static_cast<std::size_t>(slot)] == stamp_) return std::nullopt;
+    if (IsNullRow() || current_ != 0 || stamps_[slot] == stamp_) return std::nullopt;
     return cursor_->NarrowText(ColumnOfSlot(slot));
 }
 
 const Value& TableSource::Load(int slot) {
-    const auto place = static_cast<std::size_t>(slot);
+    const std::size_t place = slot;
     if (current_ != 0 && !IsLong(place)) return kept_.At(current_ - 1)[place];
     return stamps_[place] == stamp_ ? values_[place] : Read(place);
 }

@@ -28,11 +28,11 @@ public:
     virtual ~Source() = default;
 
     const std::vector<ColumnInfo>& Columns() const { return infos_; }
-    const ColumnInfo& ColumnAt(int column) const { return infos_[static_cast<std::size_t>(column)]; }
+    const ColumnInfo& ColumnAt(int column) const { return infos_[column]; }
 
     // The slot of a column, made when there is none yet. Only while the query is being bound.
     int SlotFor(int column);
-    int ColumnOfSlot(int slot) const { return columns_[static_cast<std::size_t>(slot)]; }
+    int ColumnOfSlot(int slot) const { return columns_[slot]; }
     std::size_t SlotCount() const { return columns_.size(); }
 
     // A slot's value in the current row, valid until the source moves.

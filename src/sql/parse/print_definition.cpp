@@ -1,5 +1,4 @@
-#include <array>
-
+#include "core/enum_table.h"
 #include "core/text.h"
 #include "sql/parse/printer.h"
 
@@ -74,10 +73,10 @@ std::u16string Printer::NameList(const std::vector<std::u16string>& names) {
 }
 
 void Printer::PutType(const Column& column) {
-    constexpr std::array<std::u16string_view, 14> kTypes = {
+    constexpr EnumTable<ColumnType, std::u16string_view, 14> kTypes = {
         u"YESNO",    u"BYTE",   u"SHORT", u"LONG",       u"CURRENCY", u"SINGLE", u"DOUBLE",
         u"DATETIME", u"BINARY", u"TEXT",  u"LONGBINARY", u"MEMO",     u"GUID",   u"DECIMAL"};
-    out += column.counter ? u"COUNTER" : kTypes[static_cast<std::size_t>(column.type)];
+    out += column.counter ? u"COUNTER" : kTypes[column.type];
     if (column.size > 0) out += u"(" + ToText(std::int64_t{column.size}) + u")";
     if (column.type == ColumnType::Decimal) {
         out += u"(" + ToText(std::int64_t{column.precision}) + u", " + ToText(std::int64_t{column.scale}) + u")";

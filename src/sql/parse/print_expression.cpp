@@ -1,15 +1,14 @@
-#include <array>
-
 #include "core/convert.h"
+#include "core/enum_table.h"
 #include "core/text.h"
 #include "sql/parse/printer.h"
 
 namespace qmtrain::sql::ast {
 namespace {
 
-constexpr std::array<std::u16string_view, 20> kBinaryText = {u"^",    u"*",   u"/",  u"\\",  u"Mod", u"+",  u"-",
-                                                             u"&",    u"=",   u"<>", u"<",   u">",   u"<=", u">=",
-                                                             u"Like", u"And", u"Or", u"Xor", u"Eqv", u"Imp"};
+constexpr EnumTable<BinaryOperator, std::u16string_view, 20> kBinaryText = {
+    u"^", u"*", u"/",  u"\\", u"Mod",  u"+",   u"-",  u"&",   u"=",   u"<>",
+    u"<", u">", u"<=", u">=", u"Like", u"And", u"Or", u"Xor", u"Eqv", u"Imp"};
 
 std::u16string Quoted(std::u16string_view text) {
     std::u16string out = u"'";
@@ -106,7 +105,7 @@ void Printer::PutBinary(const Binary& binary) {
     out += u"(";
     Put(*binary.left);
     out += u" ";
-    out += kBinaryText[static_cast<std::size_t>(binary.op)];
+    out += kBinaryText[binary.op];
     out += u" ";
     Put(*binary.right);
     out += u")";
@@ -147,7 +146,7 @@ void Printer::PutInSelect(const InSelect& in) {
 void Printer::PutQuantified(const Quantified& quantified) {
     out += u"(";
     Put(*quantified.subject);
-    out += u" " + std::u16string(kBinaryText[static_cast<std::size_t>(quantified.op)]);
+    out += u" " + std::u16string(kBinaryText[quantified.op]);
     out += quantified.all ? u" ALL " : u" ANY ";
     PutSubSelect(*quantified.select);
     out += u")";

@@ -1,5 +1,4 @@
-#include <array>
-
+#include "core/enum_table.h"
 #include "core/text.h"
 #include "sql/parse/printer.h"
 
@@ -104,10 +103,10 @@ void Printer::PutTable(const TableExpression& table) {
 }
 
 void Printer::PutJoin(const JoinedTable& join) {
-    constexpr std::array<std::u16string_view, 3> kJoins = {u" INNER JOIN ", u" LEFT JOIN ", u" RIGHT JOIN "};
+    constexpr EnumTable<JoinType, std::u16string_view, 3> kJoins = {u" INNER JOIN ", u" LEFT JOIN ", u" RIGHT JOIN "};
     out += u"(";
     PutTable(*join.left);
-    out += kJoins[static_cast<std::size_t>(join.type)];
+    out += kJoins[join.type];
     PutTable(*join.right);
     out += u" ON ";
     Put(*join.on);

@@ -99,7 +99,7 @@ private:
 
     bool IsReached(const SlotExpression& column, const std::vector<bool>& reached) const {
         const auto found = std::ranges::find(sources_, &column.GetSource());
-        return found != sources_.end() && reached[static_cast<std::size_t>(found - sources_.begin())];
+        return found != sources_.end() && reached[found - sources_.begin()];
     }
 
     std::span<TableSource* const> sources_;

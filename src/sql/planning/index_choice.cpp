@@ -120,7 +120,7 @@ private:
     }
 
     static bool IsFixed(const Index& index, std::size_t fixed, int column) {
-        const auto end = index.columns.begin() + static_cast<std::ptrdiff_t>(fixed);
+        const auto end = index.columns.begin() + fixed;
         return std::any_of(index.columns.begin(), end,
                            [column](const IndexColumn& key) { return key.column == column; });
     }

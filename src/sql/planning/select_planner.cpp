@@ -185,7 +185,7 @@ private:
     }
 
     void AddTop(Sort* sort) {
-        const auto count = static_cast<std::size_t>(select_.top->count);
+        const std::size_t count = select_.top->count;
         std::vector<Expression*> ties;
         for (const SortKey& key : select_.order) ties.push_back(key.expression);
         if (sort != nullptr && !select_.top->percent) sort->SetLimit(count, ties.size());

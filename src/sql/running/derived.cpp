@@ -36,9 +36,9 @@ void DerivedSource::Forget() {
 }
 
 const Value& DerivedSource::Load(int slot) {
-    const auto place = static_cast<std::size_t>(slot);
+    const std::size_t place = slot;
     if (stamps_[place] != stamp_) {
-        const auto column = static_cast<std::size_t>(ColumnOfSlot(slot));
+        const std::size_t column = ColumnOfSlot(slot);
         values_[place] = &plan_->outputs[column].expression->Evaluate();
         stamps_[place] = stamp_;
     }

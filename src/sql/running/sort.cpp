@@ -108,7 +108,7 @@ int Sort::Compare(const Row& a, const Row& b, bool tie) const {
 
 // Drops rows that come behind the last one wanted, and moves the rest together.
 void Sort::Prune() {
-    const auto nth = rows_.begin() + static_cast<std::ptrdiff_t>(limit_ - 1);
+    const auto nth = rows_.begin() + (limit_ - 1);
     std::ranges::nth_element(rows_, nth, [this](const Row& a, const Row& b) { return Compare(a, b, false) < 0; });
     const Row last = *nth;
     std::erase_if(rows_, [&](const Row& row) {
@@ -119,19 +119,18 @@ void Sort::Prune() {
     std::ranges::sort(rows_, {}, &Row::number);
     std::vector<std::uint8_t> keys;
     std::vector<Place> places;
-    const auto width = static_cast<std::ptrdiff_t>(sources_.size());
+    const std::ptrdiff_t width = sources_.size();
     for (std::size_t i = 0; i < rows_.size(); ++i) {
         Row& row = rows_[i];
-        const auto key = keys_.begin() + static_cast<std::ptrdiff_t>(row.key);
+        const auto key = keys_.begin() + row.key;
         row.key = keys.size();
         keys.insert(keys.end(), key, key + row.key_size);
-        const auto place = places_.begin() + static_cast<std::ptrdiff_t>(row.number) * width;
+        const auto place = places_.begin() + row.number * width;
         places.insert(places.end(), place, place + width);
         row.number = static_cast<std::uint32_t>(i);
     }
-    last_key_.assign(
-        keys_.begin() + static_cast<std::ptrdiff_t>(last.key),
-        keys_.begin() + static_cast<std::ptrdiff_t>(last.key + (tie_keys_ > 0 ? last.tie_size : last.key_size)));
+    last_key_.assign(keys_.begin() + last.key,
+                     keys_.begin() + (last.key + (tie_keys_ > 0 ? last.tie_size : last.key_size)));
     has_last_ = true;
     keys_ = std::move(keys);
     places_ = std::move(places);

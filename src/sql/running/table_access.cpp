@@ -234,7 +234,7 @@ void TableAccess::Arrange() {
         return;
     }
     const Table& table = *source_.GetTable();
-    const auto end = places_.begin() + static_cast<std::ptrdiff_t>(place_count_);
+    const auto end = places_.begin() + place_count_;
     const Place& first = places_.front();
     const std::size_t width = first.range.low ? first.range.low->values.size() : 0;
     const bool one_list = path_.parts.size() == 1;

@@ -42,7 +42,7 @@ void UnionSource::Forget() {
 }
 
 const Value& UnionSource::Load(int slot) {
-    return row_[static_cast<std::size_t>(slot)];
+    return row_[slot];
 }
 
 void UnionRows::Open() {

@@ -102,7 +102,7 @@ private:
         Change change{source.GetTable().get(), source.Row(), {}};
         for (const BoundItem& item : items_) {
             if (item.source != &source) continue;
-            const Column& column = change.table->Columns()[static_cast<std::size_t>(item.column)];
+            const Column& column = change.table->Columns()[item.column];
             change.values.push_back({item.column, ConvertToColumn(item.value->Evaluate(), column)});
             bytes_ += sizeof(Assignment) + BytesBeside(change.values.back().value);
         }

@@ -28,7 +28,7 @@ public:
     void Add(std::span<const Value* const> values) {
         steps_.Next();
         for (std::size_t i = 0; i < columns_.size(); ++i) {
-            const auto column = static_cast<std::size_t>(columns_[i]);
+            const std::size_t column = columns_[i];
             row_[column] = ConvertToColumn(*values[i], table_.Columns()[column]);
         }
         table_.Insert(row_);
@@ -212,7 +212,7 @@ std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& se
         const Column& last = definition.columns.back();
         // A column that counted by itself goes on doing so, and takes the numbers given.
         if (output.column.table >= 0) {
-            const Table& source = *plan->tables[static_cast<std::size_t>(output.column.table)];
+            const Table& source = *plan->tables[output.column.table];
             definition.columns.back().counter = source.ColumnAt(output.column.column).counter;
         }
         const auto same = [&](const Column& column) { return &column != &last && EqualNames(column.name, last.name); };

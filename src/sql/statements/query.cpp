@@ -27,11 +27,11 @@ bool Query::Next() {
 }
 
 void Query::Read(int column, Value& value) {
-    value = plan_->outputs[static_cast<std::size_t>(column)].expression->Evaluate();
+    value = plan_->outputs[column].expression->Evaluate();
 }
 
 const Value& Query::Get(int column) {
-    return plan_->outputs[static_cast<std::size_t>(column)].expression->Evaluate();
+    return plan_->outputs[column].expression->Evaluate();
 }
 
 std::span<const std::uint8_t> Query::Image() {
@@ -43,7 +43,7 @@ void Query::ShowImage(std::span<const std::uint8_t> image) const {
 }
 
 void Query::ReadImage(int column, Value& value) const {
-    plan_->tables[0]->ReadImage(columns_[static_cast<std::size_t>(column)].column, value);
+    plan_->tables[0]->ReadImage(columns_[column].column, value);
 }
 
 bool Query::IsShort() const {
@@ -63,25 +63,25 @@ int Query::EditableTable() const {
 }
 
 std::uint64_t Query::Identity() {
-    return plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->Identity();
+    return plan_->table_sources[plan_->editable]->Identity();
 }
 
 bool Query::HasKeyIdentity() const {
-    return plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->HasKeyIdentity();
+    return plan_->table_sources[plan_->editable]->HasKeyIdentity();
 }
 
 RowId Query::Row(int table) const {
-    return plan_->table_sources[static_cast<std::size_t>(table)]->Row();
+    return plan_->table_sources[table]->Row();
 }
 
 void Query::Prefetch(std::span<const RowId> rows) {
-    plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->Prefetch(rows);
+    plan_->table_sources[plan_->editable]->Prefetch(rows);
 }
 
 bool Query::MoveTo(RowId row) {
     started_ = true;
     ended_ = true;
-    return plan_->table_sources[static_cast<std::size_t>(plan_->editable)]->MoveTo(row) &&
+    return plan_->table_sources[plan_->editable]->MoveTo(row) &&
            std::ranges::all_of(plan_->lookups, [](RowLookup& lookup) { return lookup.Find(); });
 }
 

@@ -72,7 +72,7 @@ RowRules::~RowRules() = default;
 bool RowRules::Concern(std::span<const Assignment> changes) const {
     if (impl_->of_whole.condition != nullptr) return !changes.empty();
     for (const Assignment& change : changes) {
-        if (impl_->of_columns[static_cast<std::size_t>(change.column)].condition != nullptr) return true;
+        if (impl_->of_columns[change.column].condition != nullptr) return true;
     }
     return false;
 }
@@ -85,8 +85,7 @@ void RowRules::Check(std::span<const Value> row) {
 
 void RowRules::CheckChange(std::span<const Value> row, std::span<const Assignment> changes) {
     impl_->Show(row);
-    for (const Assignment& change : changes)
-        Impl::Test(impl_->of_columns[static_cast<std::size_t>(change.column)], ErrorNumber::FieldRuleBroken);
+    for (const Assignment& change : changes) Impl::Test(impl_->of_columns[change.column], ErrorNumber::FieldRuleBroken);
     Impl::Test(impl_->of_whole, ErrorNumber::TableRuleBroken);
 }
 
