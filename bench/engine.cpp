@@ -41,7 +41,7 @@ std::vector<Value> ResultRow(int i) {
             u"NCRE2",
             u"0102" + ToText(i % 997),
             2.0F,
-            (i % 3) / 2.0F,
+            static_cast<float>(i % 3) / 2.0F,
             u"答案 " + ToText(i),
             Date{38000 + i / 1440.0}};
 }

@@ -307,7 +307,7 @@ Report Storm(const TestServer& server, const fs::path& folder,
         for (int i = 0; i < threads_each; ++i) {
             threads.emplace_back([&, i] {
                 try {
-                    record(process * threads_each + i + 1, times[static_cast<std::size_t>(i)]);
+                    record(process * threads_each + i + 1, times[i]);
                 } catch (const std::exception& error) {
                     std::fprintf(stderr, "%s\n", error.what());
                     _exit(1);

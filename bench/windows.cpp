@@ -158,7 +158,7 @@ PracticeSource NetworkSource(const std::u16string& folder) {
 
 // To the first paint of the list; or to that of the chart behind it as well.
 void OpenHistory(const std::u16string& folder, bool with_chart) {
-    review::FrmTrain window({.client_path = folder, .user_id = kUser, .subject_code = kSubject});
+    review::FrmTrain window({folder, u"", u"", false, kUser, kSubject});
     const auto close = [&] {
         if (window.IsModal()) window.EndModal(wxID_OK);
     };
