@@ -183,7 +183,7 @@ TEST_F(CommandsTest, AnExportIsTheSameBankAgain) {
         const auto [code, said] = Call("export --bank DS " + file);
         EXPECT_EQ(code, 0) << said;
         const bool gift = file == "out.gift";  // has no question with several blanks
-        EXPECT_NE(said.find(gift ? "已导出" : "已导出 5 题到 " + file), std::string::npos) << said;
+        EXPECT_NE(said.find(gift ? "已导出" : "已导出到 " + file + "：5 题。"), std::string::npos) << said;
         const auto [again, told] = Call("import --bank DS --dry-run " + file);
         EXPECT_EQ(again, 0) << told;
         EXPECT_NE(told.find("新增 0 题，修改 0 题，不变"), std::string::npos) << told;

@@ -190,6 +190,7 @@ void BankWindow::BindEvents() {
     BtnDuplicate->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         exchange::Question copy = *Selected();
         copy.rec_no.clear();
+        copy.other_document = false;  // that stays with the first one
         Edit(std::move(copy));
     });
     BtnDelete->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Delete(); });
@@ -386,7 +387,10 @@ void BankWindow::Export() {
         WorkProgress progress(this, u"导出题库");
         WriteWholeFile(ui::FromWx(file), exchange::WriteQuestions(editing_.Questions(), kFormats[kind], notices,
                                                                   progress.Of(u"正在导出…")));
-        std::u16string told = u"已导出 " + Number(editing_.Questions().size()) + u" 题。";
+        std::u16string told = u"已导出 " + exchange::WrittenSummary(editing_.Questions().size(), notices) + u"。";
+        std::stable_partition(notices.begin(), notices.end(), [](const exchange::Notice& notice) {
+            return notice.kind == exchange::Notice::Kind::Skipped;
+        });
         constexpr std::size_t kMostTold = 10;
         for (std::size_t i = 0; i < std::min(notices.size(), kMostTold); ++i) told += u"\n" + notices[i].Text();
         if (notices.size() > kMostTold) told += u"\n……共 " + Number(notices.size()) + u" 处";

@@ -208,7 +208,7 @@ int Export(const std::string& bank, const std::string& file, const std::string& 
         WriteWholeFile(FromUtf8(file), exchange::WriteQuestions(questions, *format, notices, progress.Of()));
     }
     for (const Notice& notice : notices) Say(u"  " + notice.Text());
-    Say(u"已导出 " + ToText(static_cast<std::int64_t>(questions.size())) + u" 题到 " + FromUtf8(file) + u"。");
+    Say(u"已导出到 " + FromUtf8(file) + u"：" + exchange::WrittenSummary(questions.size(), notices) + u"。");
     return 0;
 }
 
