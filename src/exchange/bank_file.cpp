@@ -7,6 +7,7 @@
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "exchange/bank_limits.h"
 #include "exchange/bank_rows.h"
 #include "exchange/checks.h"
 
@@ -56,6 +57,26 @@ void RequireCode(std::u16string_view code) {
         upper.size() == 4 && (head == u"COM" || head == u"LPT") && upper[3] >= u'0' && upper[3] <= u'9';
     if (numbered || upper == u"TOTAL" || upper == u"CON" || upper == u"PRN" || upper == u"AUX" || upper == u"NUL") {
         Refuse(std::u16string(u"题库代码“").append(code).append(u"”不能用作文件名，请换一个。"));
+    }
+}
+
+// Questions that the file's code page cannot hold as they are.
+void TellCharacters(ImportPlan& plan, std::span<const Question> questions, dao::Database& bank, const BankRows& rows) {
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        Recognised& one = plan.recognition.questions[i];
+        const TableInfo& info = rows.Info(questions[i].kind);
+        std::u16string lacking;
+        if (info.table.empty()) continue;
+        if (one.as == Recognised::As::New) {
+            lacking = LackingCharacter(bank, info, nullptr, questions[i]);
+        } else if (one.as == Recognised::As::Changed) {
+            const Question& before = plan.existing[one.existing];
+            lacking = LackingCharacter(bank, info, &before, Merged(before, questions[i]));
+        }
+        if (lacking.empty()) continue;
+        one.as = Recognised::As::Impossible;
+        plan.notices.push_back({Notice::Kind::Error, questions[i].line, Brief(questions[i].stem.PlainText()),
+                                u"题库是 Access 97 的格式，存不下" + lacking + u"。", questions[i].file});
     }
 }
 
@@ -117,11 +138,14 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
                 plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
                                         u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。",
                                         question.file});
-            } else if (std::u16string loss = rows.Loss(question); !loss.empty()) {
+            } else if (const std::u16string parts = PartsWithoutColumn(rows.Info(question.kind), question);
+                       !parts.empty()) {
                 plan.notices.push_back({Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()),
-                                        std::move(loss), question.file});
+                                        u"这个题库没有存放" + parts + u"的字段，略去。", question.file});
             }
         }
+        plan.recognition = Recognise(plan.existing, questions);
+        TellCharacters(plan, questions, *database.operator->(), rows);
     } else {
         if (plan.bank.subject == 0) plan.bank.subject = 1;
         if (plan.bank.subject < 1 || plan.bank.subject > kMostSubjects) Refuse(u"科目代码应当是 1 到 9999。");
@@ -131,8 +155,12 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         if (const std::u16string file = FileOf(folder, plan.bank); FileExists(file)) {
             RequireEmptyBank(file, plan.bank.code);
         }
+        if (FileExists(Catalogue(folder))) {
+            const std::u16string lacking = dao::Connection(Catalogue(folder))->LackingCharacter(plan.bank.name);
+            if (!lacking.empty()) Refuse(u"题库目录存不下题库名称中的字符" + lacking + u"，请换一个名称。");
+        }
+        plan.recognition = Recognise(plan.existing, questions);
     }
-    plan.recognition = Recognise(plan.existing, questions);
     for (std::size_t i = 0; i < questions.size(); ++i) {
         Recognised::As& as = plan.recognition.questions[i].as;
         if (known && !plan.kinds.contains(questions[i].kind)) as = Recognised::As::Impossible;
@@ -157,7 +185,12 @@ std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code
     Question saved = question;
     database->Atomically([&] {
         BankRows rows(*database.operator->(), bank.code);
-        if (const auto before = rows.Find(saved.rec_no)) return rows.Change(*before, saved);
+        const auto before = rows.Find(saved.rec_no);
+        saved.other_document = before && before->other_document;
+        if (std::u16string problem = ProblemOfSaving(rows.Info(saved.kind), saved); !problem.empty()) {
+            Refuse(std::move(problem));
+        }
+        if (before) return rows.Change(*before, saved);
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         rows.Add(saved, bank.subject);
     });

@@ -44,7 +44,7 @@ struct ImportPlan {
     Recognition recognition;
     std::vector<Notice> notices;  // what the bank has no place for, and what is repeated
 
-    // How many of the questions go into the bank, or are there; for the kinds of the others it has no table.
+    // How many of the questions go into the bank, or are there; the others it cannot hold.
     std::size_t Possible() const {
         return recognition.questions.size() - recognition.Count(Recognised::As::Impossible);
     }

@@ -64,9 +64,6 @@ public:
     std::vector<StoredRow> Rows(std::u16string_view rec_no);
     void PutBack(const std::vector<StoredRow>& rows);
 
-    // What the tables have no place for, for the user; empty when they take all of it.
-    std::u16string Loss(const Question& question) const;
-
 private:
     struct Columns;
 

@@ -1,0 +1,23 @@
+// What a bank's file and tables cannot hold of a question, so that it is said before anything is written.
+#pragma once
+
+#include <string>
+
+#include "dao/dao.h"
+#include "exchange/bank_rows.h"
+#include "exchange/question.h"
+
+namespace qmtrain::exchange {
+
+// What the tables have no column for: "解析、分类"; empty when they take all of it.
+std::u16string PartsWithoutColumn(const TableInfo& info, const Question& question);
+
+// Why a question that somebody has written would not be in the bank as it was written; empty when it would.
+std::u16string ProblemOfSaving(const TableInfo& info, const Question& question);
+
+// "题干中的字符“龘”（U+9F98）", the first that the code page of the bank's file lacks in what is to be written; empty
+// when it has them all. `before`: what the bank has, none for a new question.
+std::u16string LackingCharacter(dao::Database& bank, const TableInfo& info, const Question* before,
+                                const Question& after);
+
+}  // namespace qmtrain::exchange
