@@ -1,5 +1,6 @@
 // The commands as a user runs them: the program itself, its exit code, what it says, and what it leaves behind.
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -299,6 +300,9 @@ TEST_F(CommandsTest, CtrlCStopsAnImport) {
     EXPECT_EQ(code, 1) << said;
     EXPECT_NE(Read("progress").find("qmtrain: 已经停止，没有改动。"), std::string::npos) << Read("progress");
     EXPECT_TRUE(Banks() == before);
+    const std::string progress = Read("progress");
+    EXPECT_LT(std::count(progress.begin(), progress.end(), '%'), 20) << "a log gets few lines";
+    EXPECT_EQ(progress.find('\r'), std::string::npos);
 }
 
 // On a file system of its own that is nearly full.
