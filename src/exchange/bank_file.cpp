@@ -61,22 +61,21 @@ void RequireCode(std::u16string_view code) {
 }
 
 // Questions that the file's code page cannot hold as they are.
-void TellCharacters(ImportPlan& plan, std::span<const Question> questions, dao::Database& bank, const BankRows& rows) {
+void TellCharacters(ImportPlan& plan, std::span<const Question> questions, BankRows& rows) {
     for (std::size_t i = 0; i < questions.size(); ++i) {
         Recognised& one = plan.recognition.questions[i];
-        const TableInfo& info = rows.Info(questions[i].kind);
-        std::u16string lacking;
-        if (info.table.empty()) continue;
+        std::u16string problem;
+        if (rows.Info(questions[i].kind).table.empty()) continue;
         if (one.as == Recognised::As::New) {
-            lacking = LackingCharacter(bank, info, nullptr, questions[i]);
+            problem = ProblemOfCharacters(rows, nullptr, questions[i]);
         } else if (one.as == Recognised::As::Changed) {
             const Question& before = plan.existing[one.existing];
-            lacking = LackingCharacter(bank, info, &before, Merged(before, questions[i]));
+            problem = ProblemOfCharacters(rows, &before, Merged(before, questions[i]));
         }
-        if (lacking.empty()) continue;
+        if (problem.empty()) continue;
         one.as = Recognised::As::Impossible;
         plan.notices.push_back({Notice::Kind::Error, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                u"题库是 Access 97 的格式，存不下" + lacking + u"。", questions[i].file});
+                                std::move(problem), questions[i].file});
     }
 }
 
@@ -145,7 +144,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
             }
         }
         plan.recognition = Recognise(plan.existing, questions);
-        TellCharacters(plan, questions, *database.operator->(), rows);
+        TellCharacters(plan, questions, rows);
     } else {
         if (plan.bank.subject == 0) plan.bank.subject = 1;
         if (plan.bank.subject < 1 || plan.bank.subject > kMostSubjects) Refuse(u"科目代码应当是 1 到 9999。");
@@ -186,10 +185,7 @@ std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code
     database->Atomically([&] {
         BankRows rows(*database.operator->(), bank.code);
         const auto before = rows.Find(saved.rec_no);
-        saved.other_document = before && before->other_document;
-        if (std::u16string problem = ProblemOfSaving(rows.Info(saved.kind), saved); !problem.empty()) {
-            Refuse(std::move(problem));
-        }
+        RequireSavable(rows, before ? &*before : nullptr, saved);
         if (before) return rows.Change(*before, saved);
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         rows.Add(saved, bank.subject);

@@ -1,5 +1,9 @@
 #include "exchange/bank_limits.h"
 
+#include <utility>
+
+#include "core/error.h"
+
 namespace qmtrain::exchange {
 
 std::u16string PartsWithoutColumn(const TableInfo& info, const Question& question) {
@@ -24,10 +28,10 @@ std::u16string ProblemOfSaving(const TableInfo& info, const Question& question) 
     return {};
 }
 
-std::u16string LackingCharacter(dao::Database& bank, const TableInfo& info, const Question* before,
-                                const Question& after) {
+std::u16string ProblemOfCharacters(BankRows& rows, const Question* before, const Question& after) {
+    const TableInfo& info = rows.Info(after.kind);
     const auto in_text = [&](std::u16string_view what, std::u16string_view text) -> std::u16string {
-        const std::u16string lacking = bank.LackingCharacter(text);
+        const std::u16string lacking = rows.File().LackingCharacter(text);
         return lacking.empty() ? lacking : std::u16string(what).append(u"中的字符").append(lacking);
     };
     // RTF has its characters by their numbers.
@@ -48,7 +52,14 @@ std::u16string LackingCharacter(dao::Database& bank, const TableInfo& info, cons
     look(info.analysis && differs(&Question::analysis), [&] { return in_rich(u"解析", after.analysis); });
     look(info.category && differs(&Question::category), [&] { return in_text(u"分类", after.category); });
     look(info.keywords && differs(&Question::keywords), [&] { return in_text(u"要点", after.keywords); });
-    return found;
+    return found.empty() ? found : u"题库是 Access 97 的格式，存不下" + found + u"。";
+}
+
+void RequireSavable(BankRows& rows, const Question* before, Question& saved) {
+    saved.other_document = before != nullptr && before->other_document;
+    std::u16string problem = ProblemOfSaving(rows.Info(saved.kind), saved);
+    if (problem.empty()) problem = ProblemOfCharacters(rows, before, saved);
+    if (!problem.empty()) RaiseComponentError(u"qmtrain", std::move(problem));
 }
 
 }  // namespace qmtrain::exchange

@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "dao/dao.h"
 #include "exchange/bank_rows.h"
 #include "exchange/question.h"
 
@@ -15,9 +14,13 @@ std::u16string PartsWithoutColumn(const TableInfo& info, const Question& questio
 // Why a question that somebody has written would not be in the bank as it was written; empty when it would.
 std::u16string ProblemOfSaving(const TableInfo& info, const Question& question);
 
-// "题干中的字符“龘”（U+9F98）", the first that the code page of the bank's file lacks in what is to be written; empty
-// when it has them all. `before`: what the bank has, none for a new question.
-std::u16string LackingCharacter(dao::Database& bank, const TableInfo& info, const Question* before,
-                                const Question& after);
+// "题库是 Access 97 的格式，存不下题干中的字符“龘”（U+9F98）。", the first character that the code page of the bank's
+// file lacks in what is to be written; empty when it has them all. `before`: what the bank has, none for a new
+// question.
+std::u16string ProblemOfCharacters(BankRows& rows, const Question* before, const Question& after);
+
+// To be called before one question is written, in the same transaction: raises the component's error for what the bank
+// would not have afterwards as it is written. Takes from the bank whether its document is another one.
+void RequireSavable(BankRows& rows, const Question* before, Question& saved);
 
 }  // namespace qmtrain::exchange

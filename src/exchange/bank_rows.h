@@ -45,6 +45,7 @@ public:
     // its tables. The database must outlive the object.
     BankRows(dao::Database& database, std::u16string code, std::optional<std::int32_t> subject = {});
 
+    dao::Database& File() { return database_; }
     const TableInfo& Info(QuestionKind kind) const { return tables_[static_cast<std::size_t>(kind)]; }
 
     // In the order of record numbers.

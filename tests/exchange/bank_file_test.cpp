@@ -428,6 +428,8 @@ TEST_F(BankFileTest, ABankWithACodePage) {
     CarryOut(folder_, plan, questions, {});
     std::string stored;
     for (const Question& question : ReadBank(folder_, u"OLD")) stored += Shown(question) + "\n";
+    EXPECT_EQ(Refusal([&] { SaveQuestion(folder_, u"OLD", questions[0]); }),
+              "题库是 Access 97 的格式，存不下题干中的字符“𠮷”（U+20BB7）。");
     EXPECT_EQ(stored,
               "是非题|旧题|错|编号:OL310001\n是非题|好题|对|编号:OL310002\n"
               "是非题|<p><b>𠮷</b></p>|对|编号:OL310003\n");

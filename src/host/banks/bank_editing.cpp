@@ -156,10 +156,7 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
             RaiseComponentError(u"qmtrain",
                                 u"这道题已被别人修改，没有保存。请先把写好的文字复制出来，关闭后重新打开这道题。");
         }
-        saved.other_document = before && before->other_document;
-        if (std::u16string problem = exchange::ProblemOfSaving(rows.Info(saved.kind), saved); !problem.empty()) {
-            RaiseComponentError(u"qmtrain", std::move(problem));
-        }
+        exchange::RequireSavable(rows, before ? &*before : nullptr, saved);
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         if (!before) {
             rows.Add(saved, entry.subject);
