@@ -152,6 +152,7 @@ TEST_F(BankWindowTest, AnImportIsShownBeforeItHappens) {
         .Do([&] {
             EXPECT_FALSE(dialog.BtnImport->IsEnabled());
             EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 3)), "答案的“{”没有对应的“}”。");
+            EXPECT_EQ(Utf8(dialog.TxtNotice->GetValue()), "答案的“{”没有对应的“}”。") << "all of the first error";
             EXPECT_FALSE(exchange::FindBank(data_.Banks(), u"DS"));
             Click(*dialog.ChkKeepGoing);
         })

@@ -143,8 +143,10 @@ void BankWindow::Build() {
     BtnImport = button(u"导入(&I)…", u"把文件中的试题导入题库", ui::kTiny);
     BtnExport = button(u"导出(&X)…", u"把题库导出为 GIFT、Moodle XML 或 CSV 文件", ui::kTiny);
     buttons->AddStretchSpacer();
-    buttons->Add(
-        new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT));
+    auto* close =
+        new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    ui::FitToCaption(*close, ui::kGap);
+    buttons->Add(close);
 
     auto* all = new wxBoxSizer(wxVERTICAL);
     all->Add(split, 1, wxEXPAND | wxALL, FromDIP(ui::kMargin));
