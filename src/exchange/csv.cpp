@@ -66,11 +66,12 @@ std::u16string CsvReader::ReadCell(bool& open_quote) {
         }
         ++at_;
     }
-    const std::size_t closed = at_;
+    const bool in_quotes = at_ > begin;
+    const std::size_t inside = cell.size();
     while (at_ < text_.size() && text_[at_] != separator_ && text_[at_] != u'\n') cell += text_[at_++];
-    const std::u16string_view inside = text_.substr(begin, closed - begin);
-    const bool needed = inside.find(separator_) != inside.npos || inside.find(u'\n') != inside.npos;
-    if (closed > begin && !needed && text_.substr(closed, at_ - closed).find_first_not_of(u" \t") != inside.npos) {
+    const char16_t signs[] = {separator_, u'\n', u'"'};
+    const bool needed = std::u16string_view(cell).substr(0, inside).find_first_of({signs, 3}) != cell.npos;
+    if (in_quotes && !needed && cell.find_first_not_of(u" \t", inside) != cell.npos) {
         return std::u16string(text_.substr(begin, at_ - begin));
     }
     return cell;

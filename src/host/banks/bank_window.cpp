@@ -126,8 +126,8 @@ void BankWindow::Build() {
     split->SetMinimumPaneSize(FromDIP(120));
 
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-    const auto button = [&](std::u16string_view text, std::u16string_view tip, int gap) {
-        auto* made = new wxButton(this, wxID_ANY, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    const auto button = [&](std::u16string_view text, std::u16string_view tip, int gap, int id = wxID_ANY) {
+        auto* made = new wxButton(this, id, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
         ui::FitToCaption(*made, ui::kGap);
         made->SetToolTip(ui::ToWx(tip));
         buttons->Add(made, 0, wxRIGHT, FromDIP(gap));
@@ -143,10 +143,7 @@ void BankWindow::Build() {
     BtnImport = button(u"导入(&I)…", u"把文件中的试题导入题库", ui::kTiny);
     BtnExport = button(u"导出(&X)…", u"把题库导出为 GIFT、Moodle XML 或 CSV 文件", ui::kTiny);
     buttons->AddStretchSpacer();
-    auto* close =
-        new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
-    ui::FitToCaption(*close, ui::kGap);
-    buttons->Add(close);
+    button(u"关闭(&C)", u"关闭题库管理（Esc）", 0, wxID_CANCEL);
 
     auto* all = new wxBoxSizer(wxVERTICAL);
     all->Add(split, 1, wxEXPAND | wxALL, FromDIP(ui::kMargin));
