@@ -19,7 +19,8 @@ std::u16string CodeOf(std::u16string_view character) {
     std::uint32_t code = character[0];
     if (character.size() == 2) code = 0x10000 + ((code - 0xD800) << 10) + (character[1] - 0xDC00U);
     std::u16string text = u"U+";
-    for (int shift = code > 0xFFFFF ? 20 : code > 0xFFFF ? 16 : 12; shift >= 0; shift -= 4) text += kDigits[code >> shift & 15];
+    for (int shift = code > 0xFFFFF ? 20 : code > 0xFFFF ? 16 : 12; shift >= 0; shift -= 4)
+        text += kDigits[code >> shift & 15];
     return text;
 }
 
