@@ -28,7 +28,6 @@ public:
     const std::vector<exchange::Question>& Questions() const { return questions_; }
     const exchange::Question* Find(std::u16string_view rec_no) const;
     QuestionUse UseOf(std::u16string_view rec_no) const;
-    bool CanHold(QuestionKind kind) const { return tables_.contains(kind); }
     // Why the question cannot be saved as it is; empty when it can.
     std::u16string ProblemOf(const exchange::Question& question) const;
 
