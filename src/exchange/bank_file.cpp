@@ -60,22 +60,38 @@ void RequireCode(std::u16string_view code) {
     }
 }
 
-// Questions that the file's code page cannot hold as they are.
-void TellCharacters(ImportPlan& plan, std::span<const Question> questions, BankRows& rows) {
-    for (std::size_t i = 0; i < questions.size(); ++i) {
-        Recognised& one = plan.recognition.questions[i];
-        std::u16string problem;
-        if (rows.Info(questions[i].kind).table.empty()) continue;
-        if (one.as == Recognised::As::New) {
-            problem = ProblemOfCharacters(rows, nullptr, questions[i]);
-        } else if (one.as == Recognised::As::Changed) {
-            const Question& before = plan.existing[one.existing];
-            problem = ProblemOfCharacters(rows, &before, Merged(before, questions[i]));
-        }
-        if (problem.empty()) continue;
+// What the bank cannot take of a question as it is in the file; nothing more of one that it cannot take at all.
+// `rows`: of the bank, when there is one.
+void TellOf(ImportPlan& plan, const Question& question, Recognised& one, BankRows* rows) {
+    const auto tell = [&](Notice::Kind kind, std::u16string text) {
+        plan.notices.push_back({kind, question.line, Brief(question.stem.PlainText()), std::move(text), question.file});
+    };
+    const auto refuse = [&](std::u16string text) {
         one.as = Recognised::As::Impossible;
-        plan.notices.push_back({Notice::Kind::Error, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                std::move(problem), questions[i].file});
+        tell(Notice::Kind::Error, std::move(text));
+    };
+    if (rows != nullptr && rows->Info(question.kind).table.empty()) {
+        return refuse(u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。");
+    }
+    if (one.as == Recognised::As::Repeated) return tell(Notice::Kind::Skipped, u"与前面的一道题相同。");
+    if (rows == nullptr) return;
+    const Question* before = one.as == Recognised::As::New ? nullptr : &plan.existing[one.existing];
+    if (one.as != Recognised::As::Same) {
+        std::u16string problem = ProblemOfCharacters(*rows, before, before ? Merged(*before, question) : question);
+        if (!problem.empty()) return refuse(std::move(problem));
+    }
+    if (const std::u16string parts = PartsWithoutColumn(rows->Info(question.kind), question); !parts.empty()) {
+        tell(Notice::Kind::Changed, u"这个题库没有存放" + parts + u"的字段，略去。");
+    }
+    if (before != nullptr && before->other_document && !IsEmpty(question.analysis)) {
+        tell(Notice::Kind::Changed, std::u16string(kOtherDocument));
+    }
+}
+
+void TellOfAll(ImportPlan& plan, std::span<const Question> questions, BankRows* rows) {
+    plan.recognition = Recognise(plan.existing, questions);
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        TellOf(plan, questions[i], plan.recognition.questions[i], rows);
     }
 }
 
@@ -129,22 +145,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         const dao::Connection database(FileOf(folder, plan.bank));
         BankRows rows(*database.operator->(), plan.bank.code);
         plan.existing = rows.Read(progress);
-        for (const QuestionKindInfo& kind : QuestionKinds()) {
-            if (!rows.Info(kind.kind).table.empty()) plan.kinds.insert(kind.kind);
-        }
-        for (const Question& question : questions) {
-            if (!plan.kinds.contains(question.kind)) {
-                plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
-                                        u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。",
-                                        question.file});
-            } else if (const std::u16string parts = PartsWithoutColumn(rows.Info(question.kind), question);
-                       !parts.empty()) {
-                plan.notices.push_back({Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()),
-                                        u"这个题库没有存放" + parts + u"的字段，略去。", question.file});
-            }
-        }
-        plan.recognition = Recognise(plan.existing, questions);
-        TellCharacters(plan, questions, rows);
+        TellOfAll(plan, questions, &rows);
     } else {
         if (plan.bank.subject == 0) plan.bank.subject = 1;
         if (plan.bank.subject < 1 || plan.bank.subject > kMostSubjects) Refuse(u"科目代码应当是 1 到 9999。");
@@ -158,20 +159,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
             const std::u16string lacking = dao::Connection(Catalogue(folder))->LackingCharacter(plan.bank.name);
             if (!lacking.empty()) Refuse(u"题库目录存不下题库名称中的字符" + lacking + u"，请换一个名称。");
         }
-        plan.recognition = Recognise(plan.existing, questions);
-    }
-    for (std::size_t i = 0; i < questions.size(); ++i) {
-        Recognised::As& as = plan.recognition.questions[i].as;
-        if (known && !plan.kinds.contains(questions[i].kind)) as = Recognised::As::Impossible;
-        if (const Recognised& one = plan.recognition.questions[i];
-            (as == Recognised::As::Changed || as == Recognised::As::Same) && !IsEmpty(questions[i].analysis) &&
-            plan.existing[one.existing].other_document) {
-            plan.notices.push_back({Notice::Kind::Changed, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                    std::u16string(kOtherDocument), questions[i].file});
-        }
-        if (as != Recognised::As::Repeated) continue;
-        plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                u"与前面的一道题相同。", questions[i].file});
+        TellOfAll(plan, questions, nullptr);
     }
     return plan;
 }

@@ -38,8 +38,7 @@ std::vector<Question> ReadBank(std::u16string_view folder, std::u16string_view c
 // What is to happen with a file's questions.
 struct ImportPlan {
     BankEntry bank;
-    bool is_new = false;           // the bank is
-    std::set<QuestionKind> kinds;  // for which it has tables
+    bool is_new = false;  // the bank is
     std::vector<Question> existing;
     Recognition recognition;
     std::vector<Notice> notices;  // what the bank has no place for, and what is repeated
