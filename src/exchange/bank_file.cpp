@@ -75,12 +75,17 @@ void TellOf(ImportPlan& plan, const Question& question, Recognised& one, BankRow
     }
     if (one.as == Recognised::As::Repeated) return tell(Notice::Kind::Skipped, u"与前面的一道题相同。");
     if (rows == nullptr) return;
+    const TableInfo& info = rows->Info(question.kind);
     const Question* before = one.as == Recognised::As::New ? nullptr : &plan.existing[one.existing];
     if (one.as != Recognised::As::Same) {
-        std::u16string problem = ProblemOfCharacters(*rows, before, before ? Merged(*before, question) : question);
+        const Question held = WithoutUnheldParts(info, question);
+        const Question after = before == nullptr ? held : Merged(*before, held);
+        std::u16string problem = ProblemOfCharacters(*rows, before, after);
         if (!problem.empty()) return refuse(std::move(problem));
+        if (before != nullptr) one.changes = Differences(*before, after);
+        if (before != nullptr && one.changes.empty()) one.as = Recognised::As::Same;
     }
-    if (const std::u16string parts = PartsWithoutColumn(rows->Info(question.kind), question); !parts.empty()) {
+    if (const std::u16string parts = PartsWithoutColumn(info, question); !parts.empty()) {
         tell(Notice::Kind::Changed, u"这个题库没有存放" + parts + u"的字段，略去。");
     }
     if (before != nullptr && before->other_document && !IsEmpty(question.analysis)) {

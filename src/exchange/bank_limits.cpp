@@ -18,6 +18,18 @@ std::u16string PartsWithoutColumn(const TableInfo& info, const Question& questio
     return out;
 }
 
+Question WithoutUnheldParts(const TableInfo& info, Question question) {
+    const auto drop = [](auto& part, bool& stated) {
+        part = {};
+        stated = false;
+    };
+    if (!info.analysis && !info.documents) drop(question.analysis, question.stated.analysis);
+    if (!info.category) drop(question.category, question.stated.category);
+    if (!info.difficulty) drop(question.difficulty, question.stated.difficulty);
+    if (!info.keywords) drop(question.keywords, question.stated.keywords);
+    return question;
+}
+
 std::u16string ProblemOfSaving(const TableInfo& info, const Question& question) {
     if (const std::u16string parts = PartsWithoutColumn(info, question); !parts.empty()) {
         return u"这个题库没有存放" + parts + u"的字段，请清空以后再保存。";

@@ -11,6 +11,9 @@ namespace qmtrain::exchange {
 // What the tables have no column for: "解析、分类"; empty when they take all of it.
 std::u16string PartsWithoutColumn(const TableInfo& info, const Question& question);
 
+// The question without them: nothing is said of what the bank cannot have.
+Question WithoutUnheldParts(const TableInfo& info, Question question);
+
 // Why a question that somebody has written would not be in the bank as it was written; empty when it would.
 std::u16string ProblemOfSaving(const TableInfo& info, const Question& question);
 

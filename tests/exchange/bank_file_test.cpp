@@ -337,6 +337,8 @@ TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
     ASSERT_EQ(stored.size(), 3U);
     EXPECT_EQ(Shown(stored[1]), "是非题|新题|对|编号:XX310006");
     EXPECT_EQ(Shown(stored[2]), "操作题|写程序|解析:提示|编号:XX350001");
+    EXPECT_EQ(PlanImport(folder_, {u"OLD", u"", u"", 0}, questions).recognition.Count(Recognised::As::Same), 2U)
+        << "what the bank cannot have is no change";
     const std::vector<Question> better = ReadGift(u"写程序{####更好的提示}").questions;
     CarryOut(folder_, PlanImport(folder_, {u"OLD", u"", u"", 0}, better), better, {});
     EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|解析:更好的提示|编号:XX350001");
