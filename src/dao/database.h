@@ -58,6 +58,10 @@ public:
     // Whether it has a table, or a link to one, of that name; a saved query is none. True where nobody can tell.
     virtual bool HasTable(std::u16string_view /*name*/) { return true; }
 
+    // "“龘”（U+9F98）", the first character of the text that the file's code page lacks: in Access 97 a text is in one.
+    // Empty when it lacks none, and where nobody can tell.
+    virtual std::u16string LackingCharacter(std::u16string_view /*text*/) { return {}; }
+
     // Sets another password, none when it is empty. Raises PasswordInvalid when the old one is wrong, or the new one
     // cannot be kept.
     virtual void NewPassword(std::u16string_view old_password, std::u16string_view new_password) = 0;

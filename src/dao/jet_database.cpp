@@ -15,6 +15,7 @@
 #include "dao/jet_recordset.h"
 #include "dao/odbc_links.h"
 #include "dao/row_source.h"
+#include "jet/code_page_text.h"
 #include "jet/database.h"
 #include "sql/sql.h"
 
@@ -332,6 +333,12 @@ bool JetDatabase::HasTable(std::u16string_view name) {
     const auto object = storage_->FindObject(name);
     if (object && object->type == jet::CatalogObject::kLinkedOdbc) return true;  // to say so asks no server
     return storage_->FindTable(name) != nullptr;
+}
+
+std::u16string JetDatabase::LackingCharacter(std::u16string_view text) {
+    const jet::Database& storage = Storage();
+    if (storage.GetVersion() != jet::Version::Jet3) return {};
+    return jet::CharacterLackingIn(storage.CodePage(), text);
 }
 
 void JetDatabase::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {

@@ -64,6 +64,7 @@ public:
     void Limits(const WorkLimits& limits) override;
     void Cancel() noexcept override;
     bool HasTable(std::u16string_view name) override;
+    std::u16string LackingCharacter(std::u16string_view text) override;
     void NewPassword(std::u16string_view old_password, std::u16string_view new_password) override;
     void Close() override;
     bool IsOpen() const override { return storage_ != nullptr; }

@@ -7,6 +7,7 @@
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "exchange/bank_limits.h"
 #include "exchange/bank_rows.h"
 #include "exchange/checks.h"
 
@@ -56,6 +57,46 @@ void RequireCode(std::u16string_view code) {
         upper.size() == 4 && (head == u"COM" || head == u"LPT") && upper[3] >= u'0' && upper[3] <= u'9';
     if (numbered || upper == u"TOTAL" || upper == u"CON" || upper == u"PRN" || upper == u"AUX" || upper == u"NUL") {
         Refuse(std::u16string(u"题库代码“").append(code).append(u"”不能用作文件名，请换一个。"));
+    }
+}
+
+// What the bank cannot take of a question as it is in the file; nothing more of one that it cannot take at all.
+// `rows`: of the bank, when there is one.
+void TellOf(ImportPlan& plan, const Question& question, Recognised& one, BankRows* rows) {
+    const auto tell = [&](Notice::Kind kind, std::u16string text) {
+        plan.notices.push_back({kind, question.line, Brief(question.stem.PlainText()), std::move(text), question.file});
+    };
+    const auto refuse = [&](std::u16string text) {
+        one.as = Recognised::As::Impossible;
+        tell(Notice::Kind::Error, std::move(text));
+    };
+    if (rows != nullptr && rows->Info(question.kind).table.empty()) {
+        return refuse(u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。");
+    }
+    if (one.as == Recognised::As::Repeated) return tell(Notice::Kind::Skipped, u"与前面的一道题相同。");
+    if (rows == nullptr) return;
+    const TableInfo& info = rows->Info(question.kind);
+    const Question* before = one.as == Recognised::As::New ? nullptr : &plan.existing[one.existing];
+    if (one.as != Recognised::As::Same) {
+        const Question held = WithoutUnheldParts(info, question);
+        const Question after = before == nullptr ? held : Merged(*before, held);
+        std::u16string problem = ProblemOfCharacters(*rows, before, after);
+        if (!problem.empty()) return refuse(std::move(problem));
+        if (before != nullptr) one.changes = Differences(*before, after);
+        if (before != nullptr && one.changes.empty()) one.as = Recognised::As::Same;
+    }
+    if (const std::u16string parts = PartsWithoutColumn(info, question); !parts.empty()) {
+        tell(Notice::Kind::Changed, u"这个题库没有存放" + parts + u"的字段，略去。");
+    }
+    if (before != nullptr && before->other_document && !IsEmpty(question.analysis)) {
+        tell(Notice::Kind::Changed, std::u16string(kOtherDocument));
+    }
+}
+
+void TellOfAll(ImportPlan& plan, std::span<const Question> questions, BankRows* rows) {
+    plan.recognition = Recognise(plan.existing, questions);
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        TellOf(plan, questions[i], plan.recognition.questions[i], rows);
     }
 }
 
@@ -109,19 +150,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         const dao::Connection database(FileOf(folder, plan.bank));
         BankRows rows(*database.operator->(), plan.bank.code);
         plan.existing = rows.Read(progress);
-        for (const QuestionKindInfo& kind : QuestionKinds()) {
-            if (!rows.Info(kind.kind).table.empty()) plan.kinds.insert(kind.kind);
-        }
-        for (const Question& question : questions) {
-            if (!plan.kinds.contains(question.kind)) {
-                plan.notices.push_back({Notice::Kind::Error, question.line, Brief(question.stem.PlainText()),
-                                        u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。",
-                                        question.file});
-            } else if (std::u16string loss = rows.Loss(question); !loss.empty()) {
-                plan.notices.push_back({Notice::Kind::Changed, question.line, Brief(question.stem.PlainText()),
-                                        std::move(loss), question.file});
-            }
-        }
+        TellOfAll(plan, questions, &rows);
     } else {
         if (plan.bank.subject == 0) plan.bank.subject = 1;
         if (plan.bank.subject < 1 || plan.bank.subject > kMostSubjects) Refuse(u"科目代码应当是 1 到 9999。");
@@ -131,20 +160,11 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         if (const std::u16string file = FileOf(folder, plan.bank); FileExists(file)) {
             RequireEmptyBank(file, plan.bank.code);
         }
-    }
-    plan.recognition = Recognise(plan.existing, questions);
-    for (std::size_t i = 0; i < questions.size(); ++i) {
-        Recognised::As& as = plan.recognition.questions[i].as;
-        if (known && !plan.kinds.contains(questions[i].kind)) as = Recognised::As::Impossible;
-        if (const Recognised& one = plan.recognition.questions[i];
-            (as == Recognised::As::Changed || as == Recognised::As::Same) && !IsEmpty(questions[i].analysis) &&
-            plan.existing[one.existing].other_document) {
-            plan.notices.push_back({Notice::Kind::Changed, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                    std::u16string(kOtherDocument), questions[i].file});
+        if (FileExists(Catalogue(folder))) {
+            const std::u16string lacking = dao::Connection(Catalogue(folder))->LackingCharacter(plan.bank.name);
+            if (!lacking.empty()) Refuse(u"题库目录存不下题库名称中的字符" + lacking + u"，请换一个名称。");
         }
-        if (as != Recognised::As::Repeated) continue;
-        plan.notices.push_back({Notice::Kind::Skipped, questions[i].line, Brief(questions[i].stem.PlainText()),
-                                u"与前面的一道题相同。", questions[i].file});
+        TellOfAll(plan, questions, nullptr);
     }
     return plan;
 }
@@ -157,7 +177,9 @@ std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code
     Question saved = question;
     database->Atomically([&] {
         BankRows rows(*database.operator->(), bank.code);
-        if (const auto before = rows.Find(saved.rec_no)) return rows.Change(*before, saved);
+        const auto before = rows.Find(saved.rec_no);
+        RequireSavable(rows, before ? &*before : nullptr, saved);
+        if (before) return rows.Change(*before, saved);
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         rows.Add(saved, bank.subject);
     });

@@ -38,13 +38,12 @@ std::vector<Question> ReadBank(std::u16string_view folder, std::u16string_view c
 // What is to happen with a file's questions.
 struct ImportPlan {
     BankEntry bank;
-    bool is_new = false;           // the bank is
-    std::set<QuestionKind> kinds;  // for which it has tables
+    bool is_new = false;  // the bank is
     std::vector<Question> existing;
     Recognition recognition;
     std::vector<Notice> notices;  // what the bank has no place for, and what is repeated
 
-    // How many of the questions go into the bank, or are there; for the kinds of the others it has no table.
+    // How many of the questions go into the bank, or are there; the others it cannot hold.
     std::size_t Possible() const {
         return recognition.questions.size() - recognition.Count(Recognised::As::Impossible);
     }

@@ -62,7 +62,8 @@ std::int32_t BitsOf(std::u16string_view answer) {
 }
 
 // An explanation that a bank without a column for it keeps as a document. A destination that readers of RTF pass over
-// tells it from a document of the question.
+// tells it from a document of the question. Earlier versions wrote it without: what is byte for byte as our writer
+// writes it is ours, for no document of a question was ever made by it.
 constexpr std::string_view kRtfBeginning = "{\\rtf1";
 constexpr std::string_view kAnalysisMark = "{\\*\\qmtrainanalysis}";
 
@@ -77,10 +78,11 @@ void ReadAnalysisDocument(const Value& document, Question& question) {
     question.other_document = true;
     if (document.GetType() != Value::Type::Binary) return;
     const std::string rtf(document.Binary().begin(), document.Binary().end());
-    if (!rtf.starts_with(kRtfBeginning) ||
-        !std::string_view(rtf).substr(kRtfBeginning.size()).starts_with(kAnalysisMark))
-        return;
-    question.analysis = document::ReadRtf(std::u16string(rtf.begin(), rtf.end()));
+    if (!rtf.starts_with(kRtfBeginning)) return;
+    const bool marked = std::string_view(rtf).substr(kRtfBeginning.size()).starts_with(kAnalysisMark);
+    document::RichText analysis = document::ReadRtf(std::u16string(rtf.begin(), rtf.end()));
+    if (!marked && document::WriteRtf(analysis) != rtf) return;
+    question.analysis = std::move(analysis);
     question.other_document = false;
 }
 
@@ -371,19 +373,6 @@ void BankRows::PutBack(const std::vector<StoredRow>& stored) {
         for (const auto& [name, value] : row.fields) rows->Fields(name).Value(value);
         rows->Update();
     }
-}
-
-std::u16string BankRows::Loss(const Question& question) const {
-    const TableInfo& info = Info(question.kind);
-    std::u16string out;
-    const auto tell = [&](bool lost, std::u16string_view what) {
-        if (lost) out.append(out.empty() ? u"" : u"、").append(what);
-    };
-    tell(!IsEmpty(question.analysis) && !info.analysis && !info.documents, u"解析");
-    tell(!question.category.empty() && !info.category, u"分类");
-    tell(question.difficulty != 0 && !info.difficulty, u"难度");
-    tell(!question.keywords.empty() && !info.keywords, u"要点");
-    return out.empty() ? out : u"这个题库没有存放" + out + u"的字段，略去。";
 }
 
 }  // namespace qmtrain::exchange

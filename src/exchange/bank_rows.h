@@ -45,6 +45,7 @@ public:
     // its tables. The database must outlive the object.
     BankRows(dao::Database& database, std::u16string code, std::optional<std::int32_t> subject = {});
 
+    dao::Database& File() { return database_; }
     const TableInfo& Info(QuestionKind kind) const { return tables_[kind]; }
 
     // In the order of record numbers.
@@ -63,9 +64,6 @@ public:
     // A question with all that the tables have of it, its documents as well; and back into the tables.
     std::vector<StoredRow> Rows(std::u16string_view rec_no);
     void PutBack(const std::vector<StoredRow>& rows);
-
-    // What the tables have no place for, for the user; empty when they take all of it.
-    std::u16string Loss(const Question& question) const;
 
 private:
     struct Columns;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <set>
+#include <span>
 #include <utility>
 
 #include "core/text.h"
@@ -10,7 +11,8 @@
 namespace qmtrain::exchange {
 namespace {
 
-constexpr std::size_t kLongestAnswer = 255;  // of the column in banks
+constexpr std::size_t kLongestAnswer = 255;  // of the columns in banks
+constexpr std::size_t kLongestCategory = 255;
 
 std::u16string Number(std::size_t number) {
     return ToText(static_cast<std::int64_t>(number));
@@ -74,7 +76,11 @@ std::u16string WarningOf(const Question& question) {
 
 void AddChecked(Import& import, Question question, const TextNotes& notes) {
     question.stem = Canonical(question.stem);
-    question.category = Brief(Readable(question.category), 200);
+    question.category = CanonicalCategory(Readable(question.category));
+    if (question.category.size() > kLongestCategory) {
+        question.category = CanonicalCategory(Readable(question.category.substr(0, kLongestCategory)));
+        import.Tell(Notice::Kind::Changed, question, u"分类超过 255 个字，略去后面的部分。");
+    }
     for (Option& option : question.options) option.text = Canonical(option.text);
     question.analysis = Canonical(question.analysis);
     question.requirements = Readable(question.requirements);
@@ -102,13 +108,17 @@ void AppendFeedback(document::RichText& analysis, std::u16string_view label, con
     analysis.Append(Canonical(feedback));
 }
 
-std::u16string CategoryOf(std::u16string_view path) {
+namespace {
+
+constexpr char16_t kOwnSlash = u'／';
+
+std::vector<std::u16string> NamesIn(std::u16string_view path) {
     std::vector<std::u16string> names(1);
     for (std::size_t i = 0; i < path.size(); ++i) {
         if (path[i] != u'/') {
-            names.back() += path[i];
+            names.back() += path[i] < u' ' ? u' ' : path[i];
         } else if (i + 1 < path.size() && path[i + 1] == u'/') {
-            names.back() += u'／';
+            names.back() += kOwnSlash;
             ++i;
         } else {
             names.emplace_back();
@@ -116,12 +126,44 @@ std::u16string CategoryOf(std::u16string_view path) {
     }
     for (std::u16string& name : names) name = Trimmed(name);
     std::erase(names, u"");
-    auto name = names.begin();
-    if (name != names.end() && name->size() > 2 && name->starts_with(u'$') && name->ends_with(u'$')) ++name;
-    if (name != names.end() && *name == u"top") ++name;
+    return names;
+}
+
+std::u16string Joined(std::span<const std::u16string> names) {
     std::u16string category;
-    for (; name != names.end(); ++name) category.append(category.empty() ? u"" : u"/").append(*name);
+    for (const std::u16string& name : names) category.append(category.empty() ? u"" : u"/").append(name);
     return category;
+}
+
+}  // namespace
+
+std::u16string CanonicalCategory(std::u16string_view category) {
+    return Joined(NamesIn(category));
+}
+
+std::u16string CategoryOf(std::u16string_view path) {
+    const std::vector<std::u16string> names = NamesIn(path);
+    std::span<const std::u16string> rest = names;
+    if (!rest.empty() && rest[0].size() > 2 && rest[0].starts_with(u'$') && rest[0].ends_with(u'$')) {
+        rest = rest.subspan(1);
+    }
+    if (!rest.empty() && rest[0] == u"top") rest = rest.subspan(1);
+    return Joined(rest);
+}
+
+std::u16string PathOf(std::u16string_view category) {
+    std::u16string path = u"$course$/top/";
+    char16_t last = u'/';
+    for (const char16_t unit : CanonicalCategory(category)) {
+        if (unit != kOwnSlash) {
+            path += unit;
+        } else {
+            // A blank at the beginning of a name, which does not count, keeps it apart from the sign before.
+            path += last == u'/' ? u" //" : u"//";
+        }
+        last = unit;
+    }
+    return path;
 }
 
 void SetPairs(Question& question, const std::vector<Pair>& pairs, const std::vector<std::u16string>& more_answers,

@@ -23,8 +23,13 @@ std::u16string WarningOf(const Question& question);
 // The feedback on an answer, as a line of the explanation.
 void AppendFeedback(document::RichText& analysis, std::u16string_view label, const document::RichText& feedback);
 
-// The category without the root of its course, "$course$/top/"; "//" is a "/" of a name, which ours have as "／".
+// A category as it is compared: names without blanks at their ends, "/" between them, "／" for "//", the sign for a "/"
+// within a name.
+std::u16string CanonicalCategory(std::u16string_view category);
+
+// The category without the root of its course, "$course$/top/"; and a path of which CategoryOf makes the category.
 std::u16string CategoryOf(std::u16string_view path);
+std::u16string PathOf(std::u16string_view category);
 
 // Turns pairs that belong together into a fill-in question with a blank for each. The answers stand below the stem.
 struct Pair {

@@ -46,9 +46,11 @@ bool CsvReader::Next(CsvRow& row) {
     }
 }
 
-// Ends before a separator or a line end. What stands behind a closing quote belongs to the cell.
+// Ends before a separator or a line end. What stands behind a closing quote belongs to the cell; so do the quotes where
+// they were not needed: “"栈"的特点” is a text that somebody has put between separators as it was.
 std::u16string CsvReader::ReadCell(bool& open_quote) {
     std::u16string cell;
+    const std::size_t begin = at_;
     if (at_ < text_.size() && text_[at_] == u'"') {
         for (++at_;; ++at_) {
             if (at_ >= text_.size()) {
@@ -64,7 +66,14 @@ std::u16string CsvReader::ReadCell(bool& open_quote) {
         }
         ++at_;
     }
+    const bool in_quotes = at_ > begin;
+    const std::size_t inside = cell.size();
     while (at_ < text_.size() && text_[at_] != separator_ && text_[at_] != u'\n') cell += text_[at_++];
+    const char16_t signs[] = {separator_, u'\n', u'"'};
+    const bool needed = std::u16string_view(cell).substr(0, inside).find_first_of({signs, 3}) != cell.npos;
+    if (in_quotes && !needed && cell.find_first_not_of(u" \t", inside) != cell.npos) {
+        return std::u16string(text_.substr(begin, at_ - begin));
+    }
     return cell;
 }
 

@@ -311,9 +311,13 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             break;
         }
         case QuestionKind::Fill: {
-            for (const std::u16string& blank : Split(answer, u'@')) question.blanks.push_back(Split(blank, u'#'));
+            const bool in_lines = answer.find(u'\n') != std::u16string_view::npos;
+            for (const std::u16string& blank : Split(answer, in_lines ? u'\n' : u'@')) {
+                question.blanks.push_back(Split(blank, u'#'));
+            }
+            // An "@" may be a part of an answer.
             const std::size_t marks = BlankMarks(question.stem.PlainText()).size();
-            if (marks > 0 && marks != question.blanks.size()) {
+            if (!in_lines && question.blanks.size() > 1 && marks > 0 && marks != question.blanks.size()) {
                 notes_.Error(u"题干中有 " + ToText(static_cast<std::int64_t>(marks)) + u" 个空，答案有 " +
                              ToText(static_cast<std::int64_t>(question.blanks.size())) +
                              u" 个：各空之间用“@”，同一空的几个答案之间用“#”，答案本身不能含有“@”和“#”。");

@@ -2,6 +2,7 @@
 
 #include "core/csv.h"
 #include "core/text.h"
+#include "exchange/checks.h"
 #include "exchange/csv_columns.h"
 #include "exchange/formats.h"
 #include "exchange/html.h"
@@ -15,12 +16,21 @@ std::u16string TextOf(const document::RichText& text) {
     return std::u16string(kHtmlCell) + ToHtml(text);
 }
 
+// With a line for each blank where the stem has other marks than theirs: the reader would take "@" for a part of an
+// answer.
+std::u16string FillAnswer(const Question& question) {
+    std::u16string answer = StoredAnswer(question);
+    const std::size_t marks = BlankMarks(question.stem.PlainText()).size();
+    if (marks > 0 && marks != question.blanks.size()) std::replace(answer.begin(), answer.end(), u'@', u'\n');
+    return answer;
+}
+
 std::u16string AnswerOf(const Question& question) {
     switch (question.kind) {
         case QuestionKind::Single:
         case QuestionKind::Multiple: return RightLetters(question);
         case QuestionKind::YesNo: return question.is_true ? u"对" : u"错";
-        case QuestionKind::Fill: return StoredAnswer(question);
+        case QuestionKind::Fill: return FillAnswer(question);
         case QuestionKind::Operation: return question.requirements;
         case QuestionKind::Unknown: break;
     }
@@ -85,13 +95,17 @@ Question Example(QuestionKind kind, std::u16string_view stem) {
 
 }  // namespace
 
-std::string WriteCsv(std::span<const Question> questions, std::vector<Notice>& /*notices*/, const Progress& progress) {
+std::string WriteCsv(std::span<const Question> questions, std::vector<Notice>& notices, const Progress& progress) {
     std::size_t options = 4;
     for (const Question& question : questions) options = std::max(options, question.options.size());
     SheetWriter sheet(options);
     std::size_t done = 0;
     for (const Question& question : questions) {
         if (done++ % 256 == 0) Report(progress, done, questions.size());
+        if (std::u16string problem = ProblemOf(question); !problem.empty()) {
+            notices.push_back(
+                {Notice::Kind::Changed, 0, question.rec_no, std::move(problem) + u"再导入以前请在表格中补全。"});
+        }
         sheet.Add(question, true);
     }
     return sheet.Take();

@@ -142,6 +142,13 @@ Import ReadFile(std::u16string_view file, std::optional<Format> format, const Pr
     }
 }
 
+std::u16string WrittenSummary(std::size_t questions, std::span<const Notice> notices) {
+    const auto skipped = std::count_if(notices.begin(), notices.end(),
+                                       [](const Notice& notice) { return notice.kind == Notice::Kind::Skipped; });
+    const std::u16string written = ToText(static_cast<std::int64_t>(questions) - skipped) + u" 题";
+    return skipped == 0 ? written : written + u"，另有 " + ToText(skipped) + u" 题没有导出";
+}
+
 std::string WriteQuestions(std::span<const Question> questions, Format format, std::vector<Notice>& notices,
                            const Progress& progress) {
     for (const Question& question : questions) {

@@ -39,6 +39,8 @@ Import ReadFile(std::u16string_view file, std::optional<Format> format = {}, con
 // that. Aiken is not written: it holds too little. Requires: any other format.
 std::string WriteQuestions(std::span<const Question> questions, Format format, std::vector<Notice>& notices,
                            const Progress& progress = {});
+// "18 题", "18 题，另有 2 题没有导出": what came of so many questions, by the writer's notices.
+std::u16string WrittenSummary(std::size_t questions, std::span<const Notice> notices);
 std::string WriteGift(std::span<const Question> questions, std::vector<Notice>& notices, const Progress& progress = {});
 std::string WriteCsv(std::span<const Question> questions, std::vector<Notice>& notices, const Progress& progress = {});
 std::string WriteMoodleXml(std::span<const Question> questions, std::vector<Notice>& notices,

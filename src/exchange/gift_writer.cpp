@@ -83,6 +83,10 @@ std::string WriteGift(std::span<const Question> questions, std::vector<Notice>& 
         const auto tell = [&](Notice::Kind kind, std::u16string text) {
             notices.push_back({kind, 0, question.rec_no, std::move(text)});
         };
+        if (const std::u16string problem = ProblemOf(question); !problem.empty()) {
+            tell(Notice::Kind::Skipped, problem);  // without options it would be an essay
+            continue;
+        }
         if (question.kind == QuestionKind::Fill && question.blanks.size() > 1) {
             tell(Notice::Kind::Skipped, u"GIFT 没有几个空的填空题。");
             continue;
@@ -93,7 +97,7 @@ std::string WriteGift(std::span<const Question> questions, std::vector<Notice>& 
         std::u16string text;
         if (question.category != category) {
             category = question.category;
-            text += u"$CATEGORY: " + category + u"\n\n";
+            text += u"$CATEGORY: " + PathOf(category) + u"\n\n";
         }
         if (!question.rec_no.empty())
             text += u"// [id:" + question.rec_no + u"]\n::" + Escaped(question.rec_no) + u":: ";

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include "core/text.h"
 #include "exchange/base64.h"
 #include "exchange/html.h"
+#include "exchange/html_lists.h"
 #include "exchange/html_tags.h"
 #include "exchange/pictures.h"
 #include "exchange/question.h"
@@ -17,15 +19,18 @@
 namespace qmtrain::exchange {
 namespace {
 
-constexpr std::size_t kDeepestList = 20;
 constexpr std::size_t kMostNotes = 100;
 
-std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
+std::optional<std::u16string> FindAttribute(const xmlChar** attributes, std::string_view name) {
     for (; attributes != nullptr && *attributes != nullptr; attributes += 2) {
         if (name != reinterpret_cast<const char*>(attributes[0])) continue;
         return attributes[1] == nullptr ? u"" : FromUtf8(reinterpret_cast<const char*>(attributes[1]));
     }
-    return {};
+    return std::nullopt;
+}
+
+std::u16string Attribute(const xmlChar** attributes, std::string_view name) {
+    return FindAttribute(attributes, name).value_or(std::u16string());
 }
 
 bool IsBlock(Tag tag) {
@@ -54,10 +59,6 @@ private:
         bool keeps_blanks = false;
         std::u16string link;
     };
-    struct List {
-        bool numbered = false;
-        int number = 0;
-    };
 
     void EndLine() {
         ends_ = ends_ || begun_;
@@ -74,7 +75,7 @@ private:
     document::RichText text_;
     document::CharacterFormat format_;
     std::vector<Element> open_;
-    std::vector<List> lists_;
+    OpenLists lists_;
     std::u16string bullet_;                           // of the item whose first line has not begun
     std::optional<document::CharacterFormat> blank_;  // of a blank that counts when something follows
     bool begun_ = false;                              // the line has content, or stands for itself
@@ -87,13 +88,8 @@ private:
 void HtmlText::BeginLine() {
     if (ends_) text_.EndParagraph();
     if (ends_ || !begun_) {
-        document::ParagraphFormat format;
-        format.bullet = std::exchange(bullet_, {});
-        if (!format.bullet.empty()) {
-            format.left_indent = 360;
-            format.first_line_indent = -360;
-        }
-        text_.SetParagraphFormat(std::move(format));
+        text_.SetParagraphFormat(bullet_.empty() ? document::ParagraphFormat() : ItemFormat(bullet_, lists_.Level()));
+        bullet_.clear();
     }
     ends_ = false;
     begun_ = true;
@@ -148,6 +144,8 @@ void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
         return xmlStopParser(parser_);
     }
     Element element{std::string(name), TagOf(name), format_, keeps_blanks_, {}};
+    const bool is_void = IsVoid(name);
+    const auto attribute = [&](std::string_view wanted) { return FindAttribute(attributes, wanted); };
     switch (element.tag) {
         case Tag::Bold: format_.bold = true; break;
         case Tag::Italic: format_.italic = true; break;
@@ -161,7 +159,7 @@ void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
         case Tag::Link: element.link = Attribute(attributes, "href"); break;
         case Tag::Silent: ++silent_; break;
         case Tag::Foreign:
-            ++silent_;
+            if (!is_void) ++silent_;
             notes_.Changed(u"略去网页内容 <" + FromUtf8(name) + u">。");
             break;
         case Tag::Picture:
@@ -176,10 +174,10 @@ void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
     }
     if (IsBlock(element.tag)) EndLine();
     if (element.tag == Tag::Bullets || element.tag == Tag::Numbers) {
-        if (lists_.size() < kDeepestList) lists_.push_back({element.tag == Tag::Numbers, 0});
+        lists_.Open(element.tag == Tag::Numbers, attribute);
+        if (lists_.TookTurned()) notes_.Changed(u"倒着编号而没有写明起始号码的列表，改为从 1 起编号。");
     } else if (element.tag == Tag::Item) {
-        bullet_ = u"•";
-        if (!lists_.empty() && lists_.back().numbered) bullet_ = ToText(++lists_.back().number) + u".";
+        bullet_ = lists_.NextBullet(attribute);
     } else if (element.tag == Tag::Row) {
         first_cell_ = true;
     } else if (element.tag == Tag::Cell) {
@@ -189,6 +187,7 @@ void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
             notes_.Changed(u"表格改为用制表符分开的文字。");
         }
     }
+    if (is_void) return;
     ReadStyle(Attribute(attributes, "style"));
     open_.push_back(std::move(element));
 }
@@ -224,7 +223,8 @@ void HtmlText::End(std::string_view name) {
             notes_.Changed(u"链接改为文字。");
         }
         if (element.tag == Tag::Silent || element.tag == Tag::Foreign) --silent_;
-        if ((element.tag == Tag::Bullets || element.tag == Tag::Numbers) && !lists_.empty()) lists_.pop_back();
+        if (element.tag == Tag::Bullets || element.tag == Tag::Numbers) lists_.Close();
+        if (element.tag == Tag::Item) bullet_.clear();
         if (IsBlock(element.tag)) EndLine();
         format_ = element.format;
         keeps_blanks_ = element.keeps_blanks;

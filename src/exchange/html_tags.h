@@ -1,7 +1,9 @@
 // What the elements of HTML mean to a question.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -54,6 +56,15 @@ inline Tag TagOf(std::string_view name) {
         if (known == name) return tag;
     }
     return Tag::Other;
+}
+
+// Elements that have no content, and need no end.
+inline bool IsVoid(std::string_view name) {
+    static constexpr std::string_view kVoid[] = {
+        "area",  "base",    "basefont", "br",   "col",  "command", "embed",  "frame", "hr",  "img",
+        "input", "isindex", "keygen",   "link", "meta", "param",   "source", "track", "wbr",
+    };
+    return std::find(std::begin(kVoid), std::end(kVoid), name) != std::end(kVoid);
 }
 
 }  // namespace qmtrain::exchange

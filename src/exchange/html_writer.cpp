@@ -3,6 +3,7 @@
 #include "core/text.h"
 #include "exchange/base64.h"
 #include "exchange/html.h"
+#include "exchange/html_lists.h"
 #include "exchange/question.h"
 
 namespace qmtrain::exchange {
@@ -61,13 +62,6 @@ bool KeepsBlanks(const document::Paragraph& paragraph) {
     return last == u' ' && !paragraph.runs.empty();
 }
 
-enum class List : std::uint8_t { None, Bullets, Numbers };
-
-List ListOf(const document::ParagraphFormat& format) {
-    if (format.bullet.empty()) return List::None;
-    return format.bullet.front() >= u'0' && format.bullet.front() <= u'9' ? List::Numbers : List::Bullets;
-}
-
 }  // namespace
 
 std::u16string EscapedHtml(std::u16string_view text) {
@@ -88,24 +82,24 @@ std::u16string EscapedHtml(std::u16string_view text) {
 std::u16string ToHtml(const document::RichText& text, std::vector<PictureFile>* files) {
     const document::RichText canonical = Canonical(text);
     std::u16string out;
-    List open = List::None;
-    const auto close_list = [&] {
-        if (open != List::None) out += open == List::Bullets ? u"</ul>" : u"</ol>";
-        open = List::None;
-    };
+    ListTags lists(out);
     for (const document::Paragraph& paragraph : canonical.Paragraphs()) {
-        const List list = ListOf(paragraph.format);
-        // A number that does not go on begins a list of its own.
-        if (list != open || paragraph.format.bullet == u"1.") close_list();
-        if (list != List::None && open == List::None) out += list == List::Bullets ? u"<ul>" : u"<ol>";
-        open = list;
-        const std::u16string_view tag = list == List::None ? u"p" : u"li";
-        out.append(u"<").append(tag).append(KeepsBlanks(paragraph) ? u" style=\"white-space: pre-wrap\">" : u">");
+        const std::u16string_view style = KeepsBlanks(paragraph) ? u"white-space: pre-wrap" : u"";
+        const bool is_item = !paragraph.format.bullet.empty();
+        if (is_item) {
+            lists.BeginItem(static_cast<std::size_t>(paragraph.format.left_indent / kListIndent),
+                            paragraph.format.bullet, style);
+        } else {
+            lists.CloseAll();
+            out.append(u"<p");
+            if (!style.empty()) out.append(u" style=\"").append(style).append(u"\"");
+            out.append(u">");
+        }
         for (const document::Run& run : paragraph.runs) out += RunText(run, files);
         if (paragraph.runs.empty()) out += u"<br>";
-        out.append(u"</").append(tag).append(u">");
+        if (!is_item) out += u"</p>";
     }
-    close_list();
+    lists.CloseAll();
     return out;
 }
 

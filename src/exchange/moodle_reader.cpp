@@ -1,8 +1,9 @@
 // Moodle XML: <quiz> with a <question> for each question, texts in HTML.
 
 #include <algorithm>
-#include <map>
+#include <memory>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -70,13 +71,19 @@ std::u16string Decoded(std::u16string_view name) {
     return FromUtf8(out);
 }
 
+// Of several with the same name the first counts.
 PictureFiles FilesOf(pugi::xml_node element) {
-    return [element](std::u16string_view name) -> std::optional<Bytes> {
-        for (const pugi::xml_node file : element.children("file")) {
-            const std::u16string called = FromUtf8(file.attribute("name").value());
-            if (called == name || called == Decoded(name)) return FromBase64(file.text().get());
+    auto files = std::make_shared<std::unordered_map<std::u16string, pugi::xml_node>>();
+    return [element, files](std::u16string_view name) -> std::optional<Bytes> {
+        if (files->empty()) {
+            for (const pugi::xml_node file : element.children("file")) {
+                files->try_emplace(FromUtf8(file.attribute("name").value()), file);
+            }
         }
-        return std::nullopt;
+        auto found = files->find(std::u16string(name));
+        if (found == files->end()) found = files->find(Decoded(name));
+        if (found == files->end()) return std::nullopt;
+        return FromBase64(found->second.text().get());
     };
 }
 

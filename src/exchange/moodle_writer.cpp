@@ -136,7 +136,7 @@ void WriteQuestion(const Question& question, pugi::xml_node quiz) {
 
 }  // namespace
 
-std::string WriteMoodleXml(std::span<const Question> questions, std::vector<Notice>& /*notices*/,
+std::string WriteMoodleXml(std::span<const Question> questions, std::vector<Notice>& notices,
                            const Progress& progress) {
     std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<quiz>\n";
     StringWriter writer(out);
@@ -145,12 +145,16 @@ std::string WriteMoodleXml(std::span<const Question> questions, std::vector<Noti
     // One question after the other, so that no more than one of them stands in memory twice.
     for (const Question& question : questions) {
         if (done++ % 64 == 0) Report(progress, done, questions.size());
+        if (std::u16string problem = ProblemOf(question); !problem.empty()) {
+            notices.push_back({Notice::Kind::Skipped, 0, question.rec_no, std::move(problem)});
+            continue;
+        }
         pugi::xml_document document;
         if (question.category != category) {
             category = question.category;
             pugi::xml_node node = document.append_child("question");
             node.append_attribute("type") = "category";
-            SetPlain(node, "category", u"$course$/" + category);
+            SetPlain(node, "category", PathOf(category));
         }
         WriteQuestion(question, document);
         for (const pugi::xml_node node : document)

@@ -185,6 +185,7 @@ document::Picture CanonicalPicture(document::Picture picture) {
 // Lines of runs, for a line break ends a line as a paragraph does.
 struct TextLine {
     std::u16string bullet;
+    int indent = 0;
     std::vector<document::Run> runs;
 
     bool IsEmpty() const { return runs.empty(); }
@@ -207,10 +208,24 @@ struct TextLine {
     }
 };
 
+// The levels of a list's items, whatever distances their program indents them by.
+class ListLevels {
+public:
+    void Clear() { indents_.clear(); }
+    int Of(int indent) {
+        while (!indents_.empty() && indent < indents_.back()) indents_.pop_back();
+        if (indents_.empty() || indent > indents_.back()) indents_.push_back(indent);
+        return std::min(static_cast<int>(indents_.size()), kDeepestList);
+    }
+
+private:
+    std::vector<int> indents_;
+};
+
 std::vector<TextLine> LinesOf(const document::RichText& text) {
     std::vector<TextLine> lines;
     for (const document::Paragraph& paragraph : text.Paragraphs()) {
-        lines.push_back({paragraph.format.bullet, {}});
+        lines.push_back({std::u16string(Trimmed(Readable(paragraph.format.bullet))), paragraph.format.left_indent, {}});
         for (const document::Run& run : paragraph.runs) {
             if (run.picture != nullptr) {
                 lines.back().runs.push_back({std::u16string(1, document::kPictureMark), {}, run.picture});
@@ -232,6 +247,14 @@ std::vector<TextLine> LinesOf(const document::RichText& text) {
 
 }  // namespace
 
+document::ParagraphFormat ItemFormat(std::u16string bullet, int level) {
+    document::ParagraphFormat format;
+    format.bullet = std::move(bullet);
+    format.left_indent = kListIndent * level;
+    format.first_line_indent = -kListIndent;
+    return format;
+}
+
 document::RichText Canonical(const document::RichText& text) {
     std::vector<TextLine> lines = LinesOf(text);
     for (TextLine& line : lines) line.TrimEnd();
@@ -242,15 +265,13 @@ document::RichText Canonical(const document::RichText& text) {
         if (!lines[first].IsEmpty()) break;
     }
     document::RichText out;
+    ListLevels levels;
     for (std::size_t i = first; i < lines.size(); ++i) {
         if (i > first) out.EndParagraph();
-        document::ParagraphFormat format;
-        format.bullet = lines[i].IsEmpty() ? std::u16string() : lines[i].bullet;
-        if (!format.bullet.empty()) {
-            format.left_indent = 360;
-            format.first_line_indent = -360;
-        }
-        out.SetParagraphFormat(std::move(format));
+        const bool is_item = !lines[i].IsEmpty() && !lines[i].bullet.empty();
+        if (!is_item) levels.Clear();
+        out.SetParagraphFormat(is_item ? ItemFormat(lines[i].bullet, levels.Of(lines[i].indent))
+                                       : document::ParagraphFormat());
         for (document::Run& run : lines[i].runs) {
             if (run.picture != nullptr) {
                 out.AppendPicture(CanonicalPicture(*run.picture));

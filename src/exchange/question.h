@@ -116,6 +116,11 @@ std::vector<Blank> Canonical(const std::vector<Blank>& blanks);
 document::RichText Canonical(const document::RichText& text);
 inline constexpr const char16_t* kProgramFont = u"Courier New";
 
+// Items of lists stand at whole levels from 1, each so many twips within the one around it.
+inline constexpr int kListIndent = 360;
+inline constexpr int kDeepestList = 9;
+document::ParagraphFormat ItemFormat(std::u16string bullet, int level);
+
 // As every format can hold it: hard blanks as blanks, no control characters but tabs and line ends, the sign for what
 // cannot be read in place of half a surrogate pair.
 std::u16string Readable(std::u16string_view text);

@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "core/text.h"
+#include "exchange/checks.h"
 
 namespace qmtrain::exchange {
 namespace {
@@ -164,14 +165,9 @@ using Places = std::unordered_map<std::u16string, std::vector<std::size_t>>;
 
 class Recogniser {
 public:
-    Recogniser(std::span<const Question> bank, std::span<const Question> file) : bank_(bank), file_(file) {
-        bank_keys_.reserve(bank.size());
-        for (const Question& question : bank) {
-            bank_keys_.emplace_back(question);
-            bank_numbers_.insert(question.rec_no);
-        }
-        file_keys_.reserve(file.size());
-        for (const Question& question : file) file_keys_.emplace_back(question);
+    Recogniser(std::span<const Question> bank, std::span<const Question> file)
+        : bank_(bank), file_(file), bank_keys_(bank.begin(), bank.end()), file_keys_(file.begin(), file.end()) {
+        for (const Question& question : bank) bank_numbers_.insert(question.rec_no);
         found_.resize(file.size());
         repeated_.resize(file.size());
         taken_.resize(bank.size());
@@ -361,6 +357,7 @@ Question Merged(const Question& in_bank, const Question& in_file) {
     merged.other_document = in_bank.other_document;
     const Question::Stated& stated = in_file.stated;
     if (merged.category.empty() && !stated.category) merged.category = in_bank.category;
+    if (CanonicalCategory(merged.category) == CanonicalCategory(in_bank.category)) merged.category = in_bank.category;
     if (merged.requirements.empty() && !stated.requirements) merged.requirements = in_bank.requirements;
     if (merged.keywords.empty() && !stated.keywords) merged.keywords = in_bank.keywords;
     if (IsEmpty(merged.analysis) && !stated.analysis) merged.analysis = in_bank.analysis;

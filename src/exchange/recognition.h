@@ -13,7 +13,7 @@
 namespace qmtrain::exchange {
 
 struct Recognised {
-    enum class As : std::uint8_t { New, Changed, Same, Repeated, Impossible };  // the last: no table for its kind
+    enum class As : std::uint8_t { New, Changed, Same, Repeated, Impossible };  // the last: the bank cannot hold it
     As as = As::New;
     std::size_t existing = 0;  // the question of the bank, when it is changed or the same
     std::u16string changes;    // "题干、答案"

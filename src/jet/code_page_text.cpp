@@ -19,7 +19,8 @@ std::u16string CodeOf(std::u16string_view character) {
     std::uint32_t code = character[0];
     if (character.size() == 2) code = 0x10000 + ((code - 0xD800) << 10) + (character[1] - 0xDC00U);
     std::u16string text = u"U+";
-    for (int shift = code > 0xFFFF ? 20 : 12; shift >= 0; shift -= 4) text += kDigits[code >> shift & 15];
+    for (int shift = code > 0xFFFFF ? 20 : code > 0xFFFF ? 16 : 12; shift >= 0; shift -= 4)
+        text += kDigits[code >> shift & 15];
     return text;
 }
 
@@ -29,14 +30,17 @@ std::u16string FromStored(const ByteView& bytes, int code_page) {
     return FromCodePage({reinterpret_cast<const char*>(bytes.Data()), bytes.Size()}, code_page);
 }
 
+std::u16string CharacterLackingIn(int code_page, std::u16string_view text) {
+    if (ToCodePage(text, code_page)) return {};
+    const std::u16string_view lacking = FirstLacking(text, code_page);
+    const bool half = lacking.size() == 1 && (IsHighSurrogate(lacking[0]) || IsLowSurrogate(lacking[0]));
+    return (half ? std::u16string() : u"“" + std::u16string(lacking) + u"”") + u"（" + CodeOf(lacking) + u"）";
+}
+
 std::string ToStored(std::u16string_view text, int code_page, ErrorNumber error, std::u16string_view what) {
     if (auto stored = ToCodePage(text, code_page)) return std::move(*stored);
-    const std::u16string_view lacking = FirstLacking(text, code_page);
-    const std::u16string shown = lacking.size() == 1 && (IsHighSurrogate(lacking[0]) || IsLowSurrogate(lacking[0]))
-                                     ? std::u16string()
-                                     : u"“" + std::u16string(lacking) + u"”";
-    Raise(error,
-          {what, u"数据库的代码页 " + ToText(code_page) + u" 中没有字符" + shown + u"（" + CodeOf(lacking) + u"）。"});
+    Raise(error, {what, u"数据库的代码页 " + ToText(code_page) + u" 中没有字符" + CharacterLackingIn(code_page, text) +
+                            u"。"});
 }
 
 }  // namespace qmtrain::jet

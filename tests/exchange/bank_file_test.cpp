@@ -13,6 +13,7 @@
 #include "core/error.h"
 #include "core/files.h"
 #include "dao/jet_database.h"
+#include "document/rtf_writer.h"
 #include "exchange/bank_rows.h"
 #include "exchange/formats.h"
 #include "jet/check.h"
@@ -336,23 +337,34 @@ TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
     ASSERT_EQ(stored.size(), 3U);
     EXPECT_EQ(Shown(stored[1]), "是非题|新题|对|编号:XX310006");
     EXPECT_EQ(Shown(stored[2]), "操作题|写程序|解析:提示|编号:XX350001");
+    EXPECT_EQ(PlanImport(folder_, {u"OLD", u"", u"", 0}, questions).recognition.Count(Recognised::As::Same), 2U)
+        << "what the bank cannot have is no change";
     const std::vector<Question> better = ReadGift(u"写程序{####更好的提示}").questions;
     CarryOut(folder_, PlanImport(folder_, {u"OLD", u"", u"", 0}, better), better, {});
     EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|解析:更好的提示|编号:XX350001");
 
-    // A document of the question is not ours to change.
     const auto document = [&] {
         const dao::Connection bank(InFolder(folder_, u"OLD.mdb"));
         return bank->OpenRecordset(u"Select O_RudeCont From TBL_OPERATION")->Fields(0).Value();
     };
-    const Bytes result = {'{', '\\', 'r', 't', 'f', '1', ' ', 'x', '}'};
-    {
+    const auto set_document = [&](std::string_view content) {
         const dao::Connection bank(InFolder(folder_, u"OLD.mdb"));
         const auto row = bank->OpenRecordset(u"Select * From TBL_OPERATION");
         row->Edit();
-        row->Fields(u"O_RudeCont").Value(result);
+        row->Fields(u"O_RudeCont").Value(Bytes(content.begin(), content.end()));
         row->Update();
+    };
+    // The first version wrote explanations without a mark.
+    for (const Question& question : RandomQuestions(9).Make(30, true, true)) {
+        set_document(document::WriteRtf(question.stem));
+        const Question read = ReadBank(folder_, u"OLD")[2];
+        ASSERT_EQ(Canonical(read.analysis), Canonical(question.stem)) << Shown(question);
+        EXPECT_FALSE(read.other_document);
     }
+
+    // A document of the question is not ours to change.
+    const Bytes result = {'{', '\\', 'r', 't', 'f', '1', ' ', 'x', '}'};
+    set_document("{\\rtf1 x}");
     EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|编号:XX350001");
     for (const char16_t* sheet :
          {u"题型,题干,答案,解析\n操作,写程序,要求,\n", u"题型,题干,答案,解析\n操作,写程序,新,另说\n"}) {
@@ -363,6 +375,66 @@ TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
         CarryOut(folder_, other, changed, {});
         EXPECT_TRUE(document() == Value(result));
     }
+
+    // Somebody who writes it is told that it would be lost, instead of losing it.
+    Question written = ReadBank(folder_, u"OLD")[2];
+    written.analysis = PlainRichText(u"写了很久");
+    EXPECT_EQ(Refusal([&] { SaveQuestion(folder_, u"OLD", written); }),
+              "这道题存放解析的位置已经是另一个文档，题库没有别处存放解析；请清空解析再保存。");
+    written.analysis = {};
+    written.difficulty = 2;
+    EXPECT_EQ(Refusal([&] { SaveQuestion(folder_, u"OLD", written); }),
+              "这个题库没有存放难度的字段，请清空以后再保存。");
+    written.difficulty = 0;
+    written.requirements = u"更新";
+    SaveQuestion(folder_, u"OLD", written);
+    EXPECT_EQ(Shown(ReadBank(folder_, u"OLD")[2]), "操作题|写程序|要求:更新|编号:XX350001");
+    EXPECT_TRUE(document() == Value(result));
+}
+
+// Access 97 keeps texts in a code page: what it lacks is known before anything is written.
+TEST_F(BankFileTest, ABankWithACodePage) {
+    jet::NewDatabase settings;
+    settings.version = jet::Version::Jet3;
+    settings.code_page = 936;
+    CreateQuestionBank(
+        InFolder(folder_, u"OLD.mdb"),
+        [](dao::Database& bank) {
+            AddTeachingColumns(bank);
+            bank.Execute(u"Insert Into Tbl_Information Values ('31', 'OLD', 'TBL_YESNO')");
+            bank.Execute(u"Insert Into Tbl_Information Values ('32', 'OLD', 'TBL_CHOICE')");
+            bank.Execute(
+                u"Insert Into TBL_YESNO (C_RecNo, C_DataCode, SubjectCode, M_Title, C_Answer) "
+                u"Values ('OL310001', 'OLD', 9, '旧题', '0')");
+        },
+        settings);
+    {
+        const dao::Connection catalogue(InFolder(folder_, u"Total.mdb"));
+        catalogue->Execute(u"Insert Into Tbl_Subject Values ('OLD', 9, 'OLD.mdb', '旧题库')");
+    }
+    const std::vector<Question> questions = ReadGift(
+                                                u"题\U00020BB7{T}\n\n好题{T}\n\n选{=一 ~\U00020BB7}\n\n"
+                                                u"旧题{F####因\U00020BB7}\n\n[html]<b>\U00020BB7</b>{T}\n\n"
+                                                u"$CATEGORY: 章\U00020BB7\n旧题{T}")
+                                                .questions;
+    ASSERT_EQ(questions.size(), 6U);
+    const ImportPlan plan = PlanImport(folder_, {u"OLD", u"", u"", 0}, questions);
+    std::string told;
+    for (const Notice& notice : plan.notices) told += ToUtf8(notice.Text()) + "\n";
+    EXPECT_EQ(told,
+              "第 1 行“题𠮷”：错误：题库是 Access 97 的格式，存不下题干中的字符“𠮷”（U+20BB7）。\n"
+              "第 5 行“选”：错误：题库是 Access 97 的格式，存不下选项 B 中的字符“𠮷”（U+20BB7）。\n"
+              "第 7 行“旧题”：错误：题库是 Access 97 的格式，存不下解析中的字符“𠮷”（U+20BB7）。\n"
+              "第 12 行“旧题”：错误：题库是 Access 97 的格式，存不下分类中的字符“𠮷”（U+20BB7）。\n");
+    EXPECT_EQ(plan.Possible(), 2U);
+    CarryOut(folder_, plan, questions, {});
+    std::string stored;
+    for (const Question& question : ReadBank(folder_, u"OLD")) stored += Shown(question) + "\n";
+    EXPECT_EQ(Refusal([&] { SaveQuestion(folder_, u"OLD", questions[0]); }),
+              "题库是 Access 97 的格式，存不下题干中的字符“𠮷”（U+20BB7）。");
+    EXPECT_EQ(stored,
+              "是非题|旧题|错|编号:OL310001\n是非题|好题|对|编号:OL310002\n"
+              "是非题|<p><b>𠮷</b></p>|对|编号:OL310003\n");
 }
 
 // What a file says as the bank does stays as the bank has it stored, whatever else of the question changes.

@@ -27,6 +27,14 @@ TEST(Html, IsReadAs) {
          "<p><code>int i;</code></p><p style=\"white-space: pre-wrap\"><code>  i++;</code></p><p>完</p>"},
         {u"<ul><li>一</li><li>二</li></ul>尾", "<ul><li>一</li><li>二</li></ul><p>尾</p>"},
         {u"<ol><li>一<li>二</ol>", "<ol><li>一</li><li>二</li></ol>"},
+        {u"<ol start=\"3\"><li>三</ol>间<ol start=4><li>四</ol>",
+         "<ol start=\"3\"><li>三</li></ol><p>间</p><ol start=\"4\"><li>四</li></ol>"},
+        {u"<ol type=a><li>甲<li value=9>乙<li>丙</ol>",
+         "<ol type=\"a\"><li>甲</li></ol><ol type=\"a\" start=\"9\"><li>乙</li><li>丙</li></ol>"},
+        {u"<ol><li></li></ol>后", "后"},
+        {u"<ul><li>一<ol><li>甲<li>乙</ol></li><li>二</ul>",
+         "<ul><li>一<ol><li>甲</li><li>乙</li></ol></li><li>二</li></ul>"},
+        {u"一<wbr>二<hr>三<embed src='x'>四", "一二/三四"},
         {u"<table><tr><td>a</td><td>b</td></tr><tr><td>c</td><td>d</td></tr></table>", "a\tb/c\td"},
         {u"看<a href=\"http://x.cn/\">这里</a>", "看这里（http://x.cn/）"},
         {u"<script>alert(1)</script>好<style>p{}</style>", "好"},
@@ -41,6 +49,48 @@ TEST(Html, IsReadAs) {
         EXPECT_EQ(ShownText(Canonical(FromHtml(one.html, {}, notes))), one.expected) << ToUtf8(one.html);
         EXPECT_TRUE(notes.errors.empty());
     }
+}
+
+// "1. 一/  a. 甲": what stands before an item, and how far within the text.
+std::string Items(std::u16string_view html) {
+    TextNotes notes;
+    std::string out;
+    const document::RichText text = Canonical(FromHtml(html, {}, notes));
+    for (const document::Paragraph& paragraph : text.Paragraphs()) {
+        if (!out.empty()) out += '/';
+        out.append(static_cast<std::size_t>(paragraph.format.left_indent / 180), ' ');
+        if (!paragraph.format.bullet.empty()) out += ToUtf8(paragraph.format.bullet) + ' ';
+        for (const document::Run& run : paragraph.runs) out += ToUtf8(run.text);
+    }
+    TextNotes again;
+    EXPECT_EQ(Canonical(FromHtml(ToHtml(text), {}, again)), text) << out;
+    return out;
+}
+
+TEST(Html, ListsAreNumberedAsInABrowser) {
+    const Case cases[] = {
+        {u"<ol start=\"-1\"><li>x<li>y<li>z</ol>", "  -1. x/  0. y/  1. z"},
+        {u"<ol type='A' start='26'><li>x<li>y</ol>", "  Z. x/  AA. y"},
+        {u"<ol type=a start=0><li>x<li>y</ol>", "  0. x/  a. y"},
+        {u"<ol type=i start=8><li>x<li>y<li>z</ol>", "  viii. x/  ix. y/  x. z"},
+        {u"<ol type=I start=3999><li>x<li>y</ol>", "  MMMCMXCIX. x/  4000. y"},
+        {u"<ol style='list-style-type: lower-roman;'><li>x<li value=5>y<li>z</ol>", "  i. x/  v. y/  vi. z"},
+        {u"<ol type=a start=9><li>x<li>y</ol>", "  i. x/  j. y"},
+        {u"<ol reversed start=3><li>x<li>y</ol>", "  3. x/  2. y"},
+        {u"<ol start=x><li>x</ol><ol start='99999999999999999999'><li>x</ol>", "  1. x/  1. x"},
+        {u"<ol><li>一<ol type=a><li>甲<li>乙<ul><li>点</ul></ol><li>二</ol>",
+         "  1. 一/    a. 甲/    b. 乙/      • 点/  2. 二"},
+        {u"<ol><li>一<p>续</p><li>二</ol>", "  1. 一/续/  2. 二"},
+        {u"<ul style=\"list-style-type: '◆ '\"><li>x<li>y</ul><ul style='list-style-type:none'><li>z</ul>",
+         "  ◆ x/  ◆ y/z"},
+        {u"<li>x</li>", "  • x"},
+    };
+    for (const Case& one : cases) EXPECT_EQ(Items(one.html), one.expected) << ToUtf8(one.html);
+    std::u16string deep, many = u"深";
+    for (int i = 0; i < 30; ++i) deep += u"<ul><li>x";
+    EXPECT_TRUE(Items(deep).ends_with(std::string(18, ' ') + "• x")) << "no deeper than nine";
+    for (int i = 0; i < 1000; ++i) many += u"<wbr><col><input><embed>";
+    EXPECT_EQ(Items(many + u"处"), "深处") << "what has no content is not deep";
 }
 
 TEST(Html, WhatIsLostIsTold) {

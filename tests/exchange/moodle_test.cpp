@@ -177,6 +177,22 @@ TEST(Moodle, ManyClozeFields) {
     EXPECT_EQ(Shown(ReadMoodleXml("<quiz>" + Asked("cloze", within + "}", "") + "</quiz>")), "填空题|【1】|}\n");
 }
 
+TEST(Moodle, ManyPictures) {
+    constexpr int kPictures = 5000;
+    std::string stem, files;
+    for (int i = 0; i < kPictures; ++i) {
+        const std::string name = "p" + std::to_string(i) + ".png\"";
+        stem += "<img src=\"@@PLUGINFILE@@/" + name + ">";
+        files += "<file name=\"" + name + " encoding=\"base64\">" + std::string(kDot) + "</file>";
+    }
+    const Import import = ReadMoodleXml(
+        "<quiz><question type=\"essay\"><name><text>甲</text></name><questiontext format=\"html\"><text>"
+        "<![CDATA[" +
+        stem + "]]></text>" + files + "</questiontext></question></quiz>");
+    ASSERT_EQ(import.questions.size(), 1U) << Shown(import);
+    EXPECT_EQ(import.questions[0].stem.Length(), std::size_t{kPictures});
+}
+
 // The text is taken apart where it stands, after a look at it piece by piece: lines are those of the file all the same.
 TEST(Moodle, LinesOfALongFile) {
     constexpr std::size_t kQuestions = 1000;

@@ -4,6 +4,7 @@
 #include <random>
 #include <vector>
 
+#include "exchange/checks.h"
 #include "shown.h"
 
 namespace qmtrain::exchange {
@@ -43,6 +44,8 @@ private:
             u"=SUM(A1:B2)", u"'@a",
             u"-1+2",        u"''+3",
             u"a ->  b",     u"[x]  y",
+            u"f( ) 和",     u"（　）",
+            u"a__b__",      u"\"引\"号",
         };
         return kWords[Number(0, std::size(kWords) - 1)];
     }
@@ -63,12 +66,13 @@ private:
     document::RichText Text() {
         const bool plain = Number(0, 1) == 0;
         document::RichText text;
-        int item = 0;
         for (int line = Number(1, 3); line > 0; --line) {
             document::ParagraphFormat paragraph;
-            if (!plain && Number(0, 4) == 0) paragraph.bullet = Number(0, 1) == 0 ? u"•" : u"1.";
-            item = paragraph.bullet == u"1." ? item + 1 : 0;
-            if (item > 0) paragraph.bullet = ToText(item) + u".";
+            static constexpr const char16_t* kBullets[] = {u"•", u"1.", u"2.", u"c.", u"iv.", u"v.", u"1)", u"◆"};
+            if (!plain && Number(0, 2) == 0) {
+                paragraph.bullet = kBullets[Number(0, std::size(kBullets) - 1)];
+                paragraph.left_indent = 360 * Number(1, 3);
+            }
             text.SetParagraphFormat(paragraph);
             for (int run = Number(1, 3); run > 0; --run) {
                 text.AppendText(Word(), plain ? document::CharacterFormat{} : Format());
@@ -96,8 +100,10 @@ private:
         question.kind = static_cast<QuestionKind>(Number(0, 4));
         question.stem = Text();
         if (Number(0, 2) == 0) question.analysis = Text();
+        static constexpr const char16_t* kCategories[] = {
+            u"数据结构/A", u"top/B", u"$x$", u"$course$/top/C", u"I／O", u"／/／x", u"//", u"a/top", u"top"};
         if (Number(0, 2) == 0)
-            question.category = u"数据结构/" + std::u16string(1, static_cast<char16_t>(u'A' + Number(0, 3)));
+            question.category = CanonicalCategory(kCategories[Number(0, std::size(kCategories) - 1)]);
         if (more && Number(0, 1) == 0) question.difficulty = Number(1, 3);
         switch (question.kind) {
             case QuestionKind::Single:
@@ -115,7 +121,8 @@ private:
                     }
                     question.blanks.push_back(std::move(blank));
                 }
-                for (std::size_t i = 0; i < question.blanks.size(); ++i)
+                // Sometimes with none, or not so many.
+                for (std::size_t i = 0; Number(0, 3) != 0 && i < question.blanks.size(); ++i)
                     question.stem.AppendText(u"，" + BlankText(i + 1));
                 break;
             case QuestionKind::Operation:

@@ -6,6 +6,7 @@
 #include "dao/dao.h"
 #include "exchange/bank_rows.h"
 #include "exchange/formats.h"
+#include "exchange/recognition.h"
 #include "random_questions.h"
 #include "ui/question_text.h"
 
@@ -46,6 +47,49 @@ INSTANTIATE_TEST_SUITE_P(Formats, RoundTripTest,
                                     : info.param.format == Format::Csv ? "Csv"
                                                                        : "MoodleXml";
                          });
+
+// The bank's own category stays as it is stored, whatever signs of paths it has.
+TEST(Categories, ComeBackFromEveryFormat) {
+    for (const char16_t* category : {u"I／O/接口", u"a//b", u"a / b/", u"top/x", u"$x$", u"$course$/top", u"／", u"//x",
+                                     u"a/／/b", u"两\n行", u" / "}) {
+        Question question;
+        question.kind = QuestionKind::YesNo;
+        question.stem = PlainRichText(u"甲");
+        question.category = category;
+        for (const Format format : {Format::Gift, Format::MoodleXml, Format::Csv}) {
+            std::vector<Notice> notices;
+            const Import read = ReadQuestions(WriteQuestions(std::span(&question, 1), format, notices), format);
+            ASSERT_EQ(read.questions.size(), 1U) << ToUtf8(category);
+            const Recognition again = Recognise(std::span(&question, 1), read.questions);
+            EXPECT_EQ(again.Count(Recognised::As::Same), 1U)
+                << ToUtf8(NameOf(format)) << ": " << ToUtf8(category) << ", " << ToUtf8(read.questions[0].category);
+        }
+    }
+}
+
+// A choice without options would be an essay in GIFT. A sheet is where it can be completed.
+TEST(Incomplete, IsNotWrittenAsSomethingElse) {
+    std::vector<Question> questions(5);
+    for (Question& question : questions) question.stem = PlainRichText(u"甲");
+    for (std::size_t i = 0; i < questions.size(); ++i) questions[i].rec_no = u"DS0" + ToText(static_cast<int>(i));
+    questions[1].kind = QuestionKind::Multiple;
+    questions[1].options = {{PlainRichText(u"一"), false}, {PlainRichText(u"二"), false}};
+    questions[2].kind = QuestionKind::Fill;
+    questions[3].kind = QuestionKind::Fill;
+    questions[3].blanks = {{u""}};
+    questions[4].kind = QuestionKind::YesNo;
+    for (const Format format : {Format::Gift, Format::MoodleXml, Format::Csv}) {
+        std::vector<Notice> notices;
+        const std::string file = WriteQuestions(questions, format, notices);
+        ASSERT_EQ(notices.size(), 4U) << ToUtf8(NameOf(format));
+        EXPECT_EQ(ToUtf8(notices[0].Text()), format == Format::Csv
+                                                 ? "“DS00”：选择项少于两个。再导入以前请在表格中补全。"
+                                                 : "“DS00”：略过：选择项少于两个。");
+        const Import read = ReadQuestions(file, format);
+        EXPECT_EQ(Shown(Import{read.questions, {}}), "是非题|甲|错|编号:DS04\n") << ToUtf8(NameOf(format));
+        EXPECT_EQ(read.Count(Notice::Kind::Error), format == Format::Csv ? 4U : 0U);
+    }
+}
 
 // Drawing orders, as old rich-text boxes stored formulas: kept through every format, and told of.
 TEST(Metafiles, ComeBackFromEveryFormat) {

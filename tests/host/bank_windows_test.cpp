@@ -101,11 +101,24 @@ TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
     document::ParagraphFormat item;
     item.bullet = u"•";
     text.AppendParagraph(u"一项", {}, item);
+    for (const auto& [bullet, level] : {std::pair{u"3.", 1}, std::pair{u"i.", 2}, std::pair{u"ii.", 2},
+                                        std::pair{u"4.", 1}, std::pair{u"1)", 1}, std::pair{u"1.", 1}}) {
+        text.AppendParagraph(u"项", {}, exchange::ItemFormat(bullet, level));
+    }
     text = exchange::Canonical(text);
     wxFrame frame(nullptr, wxID_ANY, "");
     RichEditor* editor = RichEditor::InFrame(&frame, wxSize(300, 200));
     editor->SetRich(text);
     EXPECT_EQ(ToUtf8(exchange::ToHtml(editor->GetRich())), ToUtf8(exchange::ToHtml(text)));
+
+    document::RichText list;
+    list.AppendParagraph(u"x", {}, exchange::ItemFormat(u"3.", 1));
+    list.AppendParagraph(u"y", {}, exchange::ItemFormat(u"4.", 1));
+    editor->SetRich(list);
+    editor->SetInsertionPoint(1);
+    editor->Newline();
+    editor->WriteText("z");
+    EXPECT_EQ(ToUtf8(exchange::ToHtml(editor->GetRich())), R"(<ol start="3"><li>x</li><li>z</li><li>y</li></ol>)");
     for (const exchange::Question& question : exchange::ReadBank(data_.Banks(), u"JC")) {
         editor->SetRich(question.stem);
         EXPECT_EQ(ToUtf8(exchange::ToHtml(editor->GetRich())), ToUtf8(exchange::ToHtml(question.stem)))
@@ -139,6 +152,7 @@ TEST_F(BankWindowTest, AnImportIsShownBeforeItHappens) {
         .Do([&] {
             EXPECT_FALSE(dialog.BtnImport->IsEnabled());
             EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 3)), "答案的“{”没有对应的“}”。");
+            EXPECT_EQ(Utf8(dialog.TxtNotice->GetValue()), "答案的“{”没有对应的“}”。") << "all of the first error";
             EXPECT_FALSE(exchange::FindBank(data_.Banks(), u"DS"));
             Click(*dialog.ChkKeepGoing);
         })

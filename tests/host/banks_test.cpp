@@ -316,6 +316,40 @@ TEST_F(BanksTest, EveryChangeCanBeUndone) {
               (Bytes{1, 2, 3}));
 }
 
+// A bank of another program has no column for what the editor asks for: nothing that is written gets lost unsaid.
+TEST_F(BanksTest, WhatABankCannotHoldIsSaid) {
+    Import(kFile);
+    {
+        const dao::Connection bank(InFolder(data_.Banks(), u"DS.mdb"));
+        for (const char16_t* column : {u"M_Analysis", u"C_Category", u"I_Difficulty", u"M_Keywords"}) {
+            bank->Execute(u"ALTER TABLE TBL_OPERATION DROP COLUMN " + std::u16string(column));
+        }
+        const auto rows = bank->OpenRecordset(u"Select * From TBL_OPERATION");
+        rows->Edit();
+        rows->Fields(u"O_RudeCont").Value(Bytes{1, 2, 3});
+        rows->Update();
+    }
+    BankEditing editing(data_);
+    editing.Open(u"DS");
+    exchange::Question question = *editing.Find(u"DS050001");
+    EXPECT_EQ(ToUtf8(editing.ProblemOf(question)), "");
+    question.category = u"程序";
+    question.analysis = exchange::PlainRichText(u"解");
+    const std::string columns = "这个题库没有存放分类的字段，请清空以后再保存。";
+    const std::string document = "这道题存放解析的位置已经是另一个文档，题库没有别处存放解析；请清空解析再保存。";
+    EXPECT_EQ(ToUtf8(editing.ProblemOf(question)), columns);
+    EXPECT_EQ(Refusal([&] { editing.Save(question); }), columns);
+    question.category.clear();
+    EXPECT_EQ(ToUtf8(editing.ProblemOf(question)), document);
+    question.other_document = false;  // as somebody has it who read the question before
+    EXPECT_EQ(Refusal([&] { editing.Save(question); }), document);
+    question.rec_no.clear();
+    const std::u16string copy = editing.Save(question);
+    EXPECT_EQ(ToUtf8(editing.Find(copy)->analysis.PlainText()), "解") << "a new one has its own place";
+    editing.Undo();
+    EXPECT_TRUE(editing.UndoText().empty());
+}
+
 // Two teachers have the same bank open.
 TEST_F(BanksTest, NobodysChangeIsOverwritten) {
     Import(kFile);

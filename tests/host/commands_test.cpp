@@ -1,5 +1,6 @@
 // The commands as a user runs them: the program itself, its exit code, what it says, and what it leaves behind.
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -183,7 +184,7 @@ TEST_F(CommandsTest, AnExportIsTheSameBankAgain) {
         const auto [code, said] = Call("export --bank DS " + file);
         EXPECT_EQ(code, 0) << said;
         const bool gift = file == "out.gift";  // has no question with several blanks
-        EXPECT_NE(said.find(gift ? "已导出" : "已导出 5 题到 " + file), std::string::npos) << said;
+        EXPECT_NE(said.find(gift ? "已导出" : "已导出到 " + file + "：5 题。"), std::string::npos) << said;
         const auto [again, told] = Call("import --bank DS --dry-run " + file);
         EXPECT_EQ(again, 0) << told;
         EXPECT_NE(told.find("新增 0 题，修改 0 题，不变"), std::string::npos) << told;
@@ -299,6 +300,9 @@ TEST_F(CommandsTest, CtrlCStopsAnImport) {
     EXPECT_EQ(code, 1) << said;
     EXPECT_NE(Read("progress").find("qmtrain: 已经停止，没有改动。"), std::string::npos) << Read("progress");
     EXPECT_TRUE(Banks() == before);
+    const std::string progress = Read("progress");
+    EXPECT_LT(std::count(progress.begin(), progress.end(), '%'), 20) << "a log gets few lines";
+    EXPECT_EQ(progress.find('\r'), std::string::npos);
 }
 
 // On a file system of its own that is nearly full.

@@ -509,7 +509,7 @@ TEST(Jet3Limits, AreRefused) {
          [&] {
              insert({u"a", long_text, u"\U00020000"});
          },
-         ErrorNumber::DataTypeConversion, u"U+020000"},
+         ErrorNumber::DataTypeConversion, u"U+20000"},
         {"table", [&] { database->CreateTable({.name = u"表", .columns = {{.name = u"A"}}}); },
          ErrorNumber::InvalidName, u"“表”"},
         {"column", [&] { add({.name = u"列"}); }, ErrorNumber::InvalidName, u"“列”"},

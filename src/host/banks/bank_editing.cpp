@@ -7,6 +7,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "exchange/bank_limits.h"
 #include "exchange/checks.h"
 
 namespace qmtrain::host {
@@ -57,14 +58,14 @@ void BankEditing::Open(std::u16string_view code, const exchange::Progress& progr
     const std::u16string wanted(code);
     code_.clear();
     questions_.clear();
-    kinds_.clear();
+    tables_.clear();
     const auto entry = exchange::FindBank(folder_.Banks(), wanted);
     if (!entry) RaiseComponentError(u"qmtrain", u"题库目录中没有代码为“" + wanted + u"”的题库。");
     const dao::Connection database(exchange::FileOf(folder_.Banks(), *entry));
     exchange::BankRows rows(*database.operator->(), entry->code);
     std::vector<exchange::Question> questions = rows.Read(progress);
     for (const QuestionKindInfo& kind : QuestionKinds()) {
-        if (!rows.Info(kind.kind).table.empty()) kinds_.insert(kind.kind);
+        if (!rows.Info(kind.kind).table.empty()) tables_.emplace(kind.kind, rows.Info(kind.kind));
     }
     uses_ = UsesOf(folder_, wanted);
     questions_ = std::move(questions);
@@ -131,6 +132,15 @@ void BankEditing::Begin(std::u16string_view rec_no) {
     if (!begun_) RaiseComponentError(u"qmtrain", u"试题 " + std::u16string(rec_no) + u" 已被别人删除。");
 }
 
+std::u16string BankEditing::ProblemOf(const exchange::Question& question) const {
+    if (std::u16string problem = exchange::ProblemOf(question); !problem.empty()) return problem;
+    const auto table = tables_.find(question.kind);
+    if (table == tables_.end()) {
+        return u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。";
+    }
+    return exchange::ProblemOfSaving(table->second, question);
+}
+
 std::u16string BankEditing::Save(const exchange::Question& question) {
     if (std::u16string problem = exchange::ProblemOf(question); !problem.empty()) {
         RaiseComponentError(u"qmtrain", std::move(problem));
@@ -146,6 +156,7 @@ std::u16string BankEditing::Save(const exchange::Question& question) {
             RaiseComponentError(u"qmtrain",
                                 u"这道题已被别人修改，没有保存。请先把写好的文字复制出来，关闭后重新打开这道题。");
         }
+        exchange::RequireSavable(rows, before ? &*before : nullptr, saved);
         if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
         if (!before) {
             rows.Add(saved, entry.subject);

@@ -28,7 +28,8 @@ public:
     const std::vector<exchange::Question>& Questions() const { return questions_; }
     const exchange::Question* Find(std::u16string_view rec_no) const;
     QuestionUse UseOf(std::u16string_view rec_no) const;
-    bool CanHold(QuestionKind kind) const { return kinds_.contains(kind); }
+    // Why the question cannot be saved as it is; empty when it can.
+    std::u16string ProblemOf(const exchange::Question& question) const;
 
     // Those of the kind, or of all kinds, in whose number, stem, options, answer or category every word of the search
     // stands. Letter case does not count.
@@ -71,7 +72,7 @@ private:
     DataFolder folder_;
     std::u16string code_;
     std::vector<exchange::Question> questions_;
-    std::set<QuestionKind> kinds_;
+    std::map<QuestionKind, exchange::TableInfo> tables_;  // of the kinds that the bank can hold
     std::map<std::u16string, QuestionUse> uses_;
     std::vector<Step> steps_;
     std::optional<std::pair<std::u16string, std::vector<exchange::StoredRow>>> begun_;

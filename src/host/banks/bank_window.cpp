@@ -126,8 +126,8 @@ void BankWindow::Build() {
     split->SetMinimumPaneSize(FromDIP(120));
 
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-    const auto button = [&](std::u16string_view text, std::u16string_view tip, int gap) {
-        auto* made = new wxButton(this, wxID_ANY, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    const auto button = [&](std::u16string_view text, std::u16string_view tip, int gap, int id = wxID_ANY) {
+        auto* made = new wxButton(this, id, ui::ToWx(text), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
         ui::FitToCaption(*made, ui::kGap);
         made->SetToolTip(ui::ToWx(tip));
         buttons->Add(made, 0, wxRIGHT, FromDIP(gap));
@@ -143,8 +143,7 @@ void BankWindow::Build() {
     BtnImport = button(u"导入(&I)…", u"把文件中的试题导入题库", ui::kTiny);
     BtnExport = button(u"导出(&X)…", u"把题库导出为 GIFT、Moodle XML 或 CSV 文件", ui::kTiny);
     buttons->AddStretchSpacer();
-    buttons->Add(
-        new wxButton(this, wxID_CANCEL, ui::ToWx(u"关闭(&C)"), wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT));
+    button(u"关闭(&C)", u"关闭题库管理（Esc）", 0, wxID_CANCEL);
 
     auto* all = new wxBoxSizer(wxVERTICAL);
     all->Add(split, 1, wxEXPAND | wxALL, FromDIP(ui::kMargin));
@@ -190,6 +189,7 @@ void BankWindow::BindEvents() {
     BtnDuplicate->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
         exchange::Question copy = *Selected();
         copy.rec_no.clear();
+        copy.other_document = false;  // that stays with the first one
         Edit(std::move(copy));
     });
     BtnDelete->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Delete(); });
@@ -386,7 +386,10 @@ void BankWindow::Export() {
         WorkProgress progress(this, u"导出题库");
         WriteWholeFile(ui::FromWx(file), exchange::WriteQuestions(editing_.Questions(), kFormats[kind], notices,
                                                                   progress.Of(u"正在导出…")));
-        std::u16string told = u"已导出 " + Number(editing_.Questions().size()) + u" 题。";
+        std::u16string told = u"已导出 " + exchange::WrittenSummary(editing_.Questions().size(), notices) + u"。";
+        std::stable_partition(notices.begin(), notices.end(), [](const exchange::Notice& notice) {
+            return notice.kind == exchange::Notice::Kind::Skipped;
+        });
         constexpr std::size_t kMostTold = 10;
         for (std::size_t i = 0; i < std::min(notices.size(), kMostTold); ++i) told += u"\n" + notices[i].Text();
         if (notices.size() > kMostTold) told += u"\n……共 " + Number(notices.size()) + u" 处";

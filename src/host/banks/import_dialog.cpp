@@ -23,6 +23,7 @@ namespace {
 
 constexpr std::u16string_view kTitle = u"导入试题";
 constexpr int kPauseInTyping = 400;  // milliseconds
+constexpr int kNoticeHeight = 44;    // two lines, in pixels of an unscaled screen
 
 // In the order of the choice, behind the one that looks for itself.
 constexpr exchange::Format kFormats[] = {exchange::Format::Gift, exchange::Format::Aiken, exchange::Format::MoodleXml,
@@ -106,6 +107,12 @@ void ImportDialog::Build(std::u16string_view code) {
     inside->Add(LvNotices, 1, wxEXPAND);
     frame->SetSizer(inside);
     box->Add(frame, 1, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(ui::kWide));
+    TxtNotice = new wxTextCtrl(this, wxID_ANY, wxString(), wxDefaultPosition, FromDIP(wxSize(200, kNoticeHeight)),
+                               wxTE_MULTILINE | wxTE_READONLY | wxBORDER_NONE);
+    TxtNotice->SetBackgroundColour(GetBackgroundColour());
+    SetSpokenName(*TxtNotice, u"选中的一行");
+    box->AddSpacer(FromDIP(ui::kGap));
+    box->Add(TxtNotice, 0, wxEXPAND | wxLEFT | wxRIGHT, FromDIP(ui::kWide));
 
     ChkKeepGoing = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"略过有错误的试题，导入其余的(&K)"));
     ChkReplace = new wxCheckBox(this, wxID_ANY, ui::ToWx(u"删除题库中有而文件中没有的试题(&D)"));
@@ -137,6 +144,17 @@ void ImportDialog::Build(std::u16string_view code) {
     ChkReplace->Bind(wxEVT_CHECKBOX, show);
     ChkKeepGoing->Bind(wxEVT_CHECKBOX, show);
     BtnImport->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Import(); });
+    const auto show_notice = [this](wxListEvent& event) {
+        event.Skip();
+        ShowNotice();
+    };
+    LvNotices->Bind(wxEVT_LIST_ITEM_SELECTED, show_notice);
+    LvNotices->Bind(wxEVT_LIST_ITEM_DESELECTED, show_notice);
+}
+
+void ImportDialog::ShowNotice() {
+    const ui::ListRow* row = LvNotices->SelectedRow();
+    TxtNotice->ChangeValue(row == nullptr ? wxString() : ui::ToWx(row->cells[3]));
 }
 
 void ImportDialog::ShowColumns(bool several_files) {
@@ -245,12 +263,14 @@ void ImportDialog::ShowPlan() {
     rows_.Clear();
     errors_ = 0;
     std::size_t number = 0;
+    std::optional<long> first_error;
     const auto add = [&](std::u16string_view word, std::u16string line, std::u16string question, std::u16string text,
                          std::u16string file, bool error) {
         ui::ListRow row;
         row.key = u"n" + Number(++number);
         row.cells = {std::u16string(word), std::move(line), std::move(question), std::move(text), std::move(file)};
         row.warning = error;
+        if (error && !first_error) first_error = static_cast<long>(rows_.Size());
         rows_.Add(std::move(row));
     };
     for (const auto* notices : {&read_.notices, &plan_.notices}) {
@@ -278,6 +298,8 @@ void ImportDialog::ShowPlan() {
         }
     }
     LvNotices->Show(rows_);
+    if (LvNotices->SelectedRow() == nullptr && rows_.Size() > 0) LvNotices->SelectRow(first_error.value_or(0));
+    ShowNotice();
     std::u16string summary = problem_;
     if (summary.empty()) {
         summary = (plan_.is_new ? u"新建题库：" : u"题库“" + plan_.bank.name + u"”：") + plan_.recognition.Summary();

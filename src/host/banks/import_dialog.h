@@ -42,6 +42,7 @@ public:
     wxCheckBox* ChkReplace = nullptr;
     wxCheckBox* ChkKeepGoing = nullptr;
     ui::ListView* LvNotices = nullptr;
+    wxTextCtrl* TxtNotice = nullptr;  // all of the selected line: a column shows its beginning
     wxStaticText* LblSummary = nullptr;
     wxButton* BtnImport = nullptr;
 
@@ -51,6 +52,7 @@ private:
     void WriteTemplate();
     void PlanSoon();
     void ShowColumns(bool several_files);
+    void ShowNotice();
     void Plan();
     void ShowPlan();
     std::u16string Removal();

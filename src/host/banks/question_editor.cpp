@@ -340,7 +340,7 @@ bool QuestionEditor::IsChanged() {
 void QuestionEditor::Check() {
     const exchange::Question written = Written();
     Preview->Ask(Shown(written), u"", 100);
-    const std::u16string problem = exchange::ProblemOf(written);
+    const std::u16string problem = editing_.ProblemOf(written);
     const std::u16string warning = problem.empty() ? exchange::WarningOf(written) : problem;
     LblCheck->SetLabelText(ui::ToWx(warning.empty() ? u"可以保存。" : warning));
     LblCheck->SetToolTip(LblCheck->GetLabelText());

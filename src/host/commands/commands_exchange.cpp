@@ -9,6 +9,7 @@
 #include "core/error.h"
 #include "core/files.h"
 #include "core/log.h"
+#include "core/system.h"
 #include "core/text.h"
 #include "core/whole_file.h"
 #include "exchange/bank_file.h"
@@ -48,7 +49,8 @@ int Parse(CLI::App& app, const CommandWords& words, const std::function<int()>& 
     }
 }
 
-// A line that tells on a terminal how far work is that takes its time. Ctrl+C stops the work at its next step.
+// A line that tells on a terminal how far work is that takes its time, and a few of them elsewhere. Ctrl+C stops the
+// work at its next step.
 class TerminalProgress {
 public:
     explicit TerminalProgress(std::u16string_view what) : what_(ToUtf8(what)) {
@@ -58,25 +60,28 @@ public:
     TerminalProgress& operator=(const TerminalProgress&) = delete;
     ~TerminalProgress() {
         std::signal(SIGINT, before_);
-        if (shown_ >= 0) std::fputs("\n", stderr);
+        if (shown_ >= 0 && on_terminal_) std::fputs("\n", stderr);
     }
 
     exchange::Progress Of() {
         return [this](std::size_t done, std::size_t all) {
             if (stopped_ != 0) return false;
-            const auto percent = static_cast<int>(all == 0 ? 100 : done * 100 / all);
+            const auto exact = static_cast<int>(all == 0 ? 100 : done * 100 / all);
+            const int percent = on_terminal_ ? exact : exact / kStepOfLog * kStepOfLog;
             if (percent == shown_ || std::chrono::steady_clock::now() - start_ < std::chrono::milliseconds(500))
                 return true;
             shown_ = percent;
-            std::fprintf(stderr, "\r%s %d%% ", what_.c_str(), percent);
+            std::fprintf(stderr, on_terminal_ ? "\r%s %d%% " : "%s %d%%\n", what_.c_str(), percent);
             return true;
         };
     }
 
 private:
     static inline volatile std::sig_atomic_t stopped_ = 0;
+    static constexpr int kStepOfLog = 20;  // percent
 
     std::string what_;
+    bool on_terminal_ = IsTerminal(stderr);
     void (*before_)(int) = nullptr;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     int shown_ = -1;
@@ -208,7 +213,7 @@ int Export(const std::string& bank, const std::string& file, const std::string& 
         WriteWholeFile(FromUtf8(file), exchange::WriteQuestions(questions, *format, notices, progress.Of()));
     }
     for (const Notice& notice : notices) Say(u"  " + notice.Text());
-    Say(u"已导出 " + ToText(static_cast<std::int64_t>(questions.size())) + u" 题到 " + FromUtf8(file) + u"。");
+    Say(u"已导出到 " + FromUtf8(file) + u"：" + exchange::WrittenSummary(questions.size(), notices) + u"。");
     return 0;
 }
 

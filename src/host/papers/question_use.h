@@ -1,6 +1,7 @@
 // Where histories, notes and papers refer to a bank's questions.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -21,7 +22,7 @@ struct QuestionUse {
     bool has_notes = false;
 
     // Percent of the points.
-    int Rate() const { return full > 0 ? static_cast<int>(got / full * 100 + 0.5) : 0; }
+    int Rate() const { return full > 0 ? static_cast<int>(std::lround(got / full * 100)) : 0; }
 };
 
 // By record number. Raise what the engine raises.

@@ -1,6 +1,7 @@
 #include "host/widgets/rich_editor.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <optional>
 
 #include <wx/dcmemory.h>
 #include <wx/panel.h>
@@ -9,6 +10,7 @@
 
 #include "core/error.h"
 #include "core/text.h"
+#include "exchange/list_numbers.h"
 #include "exchange/pictures.h"
 #include "exchange/question.h"
 #include "exchange/text_file.h"
@@ -63,6 +65,15 @@ wxImage OnGround(const wxImage& image, const wxColour& ground) {
     dc.DrawBitmap(wxBitmap(image), 0, 0, true);
     dc.SelectObject(wxNullBitmap);
     return whole.ConvertToImage();
+}
+
+constexpr int kLevelIndent = 40;  // tenths of a millimetre
+
+// Any text before a paragraph, numbers as well: the box draws it as it is.
+void SetBullet(wxRichTextAttr& attributes, const wxString& text, int level) {
+    attributes.SetBulletStyle(wxTEXT_ATTR_BULLET_STYLE_SYMBOL);
+    attributes.SetBulletText(text);
+    attributes.SetLeftIndent(kLevelIndent * level, kLevelIndent);
 }
 
 }  // namespace
@@ -127,7 +138,6 @@ void RichEditor::SetRich(const document::RichText& text) {
 
 // What is begun while text is written counts for the next paragraph only.
 void RichEditor::SetBullets(const document::RichText& text) {
-    constexpr int kIndent = 40;  // tenths of a millimetre
     auto child = GetBuffer().GetChildren().begin();
     for (const document::Paragraph& paragraph : text.Paragraphs()) {
         if (child == GetBuffer().GetChildren().end()) break;
@@ -135,17 +145,39 @@ void RichEditor::SetBullets(const document::RichText& text) {
         ++child;
         const std::u16string& bullet = paragraph.format.bullet;
         if (bullet.empty()) continue;
-        attributes.SetLeftIndent(kIndent, kIndent);
-        if (bullet.back() == u'.') {
-            attributes.SetBulletStyle(wxTEXT_ATTR_BULLET_STYLE_ARABIC | wxTEXT_ATTR_BULLET_STYLE_PERIOD);
-            attributes.SetBulletNumber(static_cast<int>(std::strtol(ToUtf8(bullet).c_str(), nullptr, 10)));
-        } else {
-            attributes.SetBulletStyle(wxTEXT_ATTR_BULLET_STYLE_SYMBOL);
-            attributes.SetBulletText(ui::ToWx(bullet));
-        }
+        SetBullet(attributes, ui::ToWx(bullet), std::max(1, paragraph.format.left_indent / exchange::kListIndent));
     }
     GetBuffer().Invalidate(wxRICHTEXT_ALL);
     LayoutContent();
+    bullets_ = Bullets();
+}
+
+std::vector<RichEditor::Bullet> RichEditor::Bullets() {
+    std::vector<Bullet> bullets;
+    for (const wxRichTextObject* child : GetBuffer().GetChildren()) {
+        const wxRichTextAttr& attributes = child->GetAttributes();
+        const bool is_item =
+            attributes.HasBulletStyle() && attributes.GetBulletStyle() != wxTEXT_ATTR_BULLET_STYLE_NONE;
+        Bullet& bullet = bullets.emplace_back();
+        if (!is_item) continue;
+        bullet.text = ui::FromWx(attributes.GetBulletText());
+        bullet.level = std::max(1, static_cast<int>(attributes.GetLeftIndent() / kLevelIndent));
+    }
+    return bullets;
+}
+
+// Where items have come or gone since the text was set, those behind the first of a list go on from its number.
+void RichEditor::NumberAnew(std::vector<Bullet>& bullets) {
+    std::vector<std::optional<exchange::ItemNumber>> last;  // at each level
+    for (Bullet& bullet : bullets) {
+        last.resize(static_cast<std::size_t>(bullet.level));
+        if (bullet.level == 0) continue;
+        std::optional<exchange::ItemNumber>& before = last.back();
+        std::optional<exchange::ItemNumber> number = exchange::ItemNumberOf(bullet.text, before);
+        if (number && before) number = {before->numbering, before->number + 1};
+        if (number) bullet.text = exchange::BulletOf(*number);
+        before = number;
+    }
 }
 
 void RichEditor::WritePicture(std::shared_ptr<const document::Picture> picture) {
@@ -169,21 +201,16 @@ void RichEditor::WritePicture(std::shared_ptr<const document::Picture> picture) 
 document::RichText RichEditor::GetRich() {
     document::RichText text;
     bool first = true;
-    int number = 0;
+    std::vector<Bullet> bullets = Bullets();
+    if (bullets != bullets_) NumberAnew(bullets);
+    auto bullet = bullets.begin();
     for (const wxRichTextObject* child : GetBuffer().GetChildren()) {
+        const Bullet& own = *bullet++;
         const auto* paragraph = dynamic_cast<const wxRichTextParagraph*>(child);
         if (paragraph == nullptr) continue;
         if (!std::exchange(first, false)) text.EndParagraph();
-        document::ParagraphFormat format;
-        const wxRichTextAttr& of_paragraph = paragraph->GetAttributes();
-        const int style = of_paragraph.HasBulletStyle() ? of_paragraph.GetBulletStyle() : 0;
-        number = (style & wxTEXT_ATTR_BULLET_STYLE_ARABIC) != 0 ? number + 1 : 0;
-        if (number > 0) {
-            format.bullet = ToText(number) + u".";
-        } else if ((style & wxTEXT_ATTR_BULLET_STYLE_SYMBOL) != 0) {
-            format.bullet = u"•";
-        }
-        text.SetParagraphFormat(std::move(format));
+        text.SetParagraphFormat(own.text.empty() ? document::ParagraphFormat()
+                                                 : exchange::ItemFormat(own.text, own.level));
         for (const wxRichTextObject* object : paragraph->GetChildren()) {
             const wxRichTextAttr attributes = paragraph->GetCombinedAttributes(object->GetAttributes(), true);
             if (const auto* plain = dynamic_cast<const wxRichTextPlainText*>(object)) {
@@ -237,9 +264,11 @@ void RichEditor::ToggleBullets() {
     GetStyle(GetInsertionPoint(), attributes);
     const bool on = attributes.HasBulletStyle() && attributes.GetBulletStyle() != wxTEXT_ATTR_BULLET_STYLE_NONE;
     wxRichTextAttr change;
-    change.SetBulletStyle(on ? wxTEXT_ATTR_BULLET_STYLE_NONE : wxTEXT_ATTR_BULLET_STYLE_SYMBOL);
-    change.SetBulletText(L"•");
-    change.SetLeftIndent(on ? 0 : 40, on ? 0 : 40);
+    SetBullet(change, L"•", 1);
+    if (on) {
+        change.SetBulletStyle(wxTEXT_ATTR_BULLET_STYLE_NONE);
+        change.SetLeftIndent(0, 0);
+    }
     SetStyleEx(HasSelection() ? GetSelectionRange() : wxRichTextRange(GetInsertionPoint(), GetInsertionPoint() + 1),
                change, wxRICHTEXT_SETSTYLE_WITH_UNDO | wxRICHTEXT_SETSTYLE_PARAGRAPHS_ONLY);
 }

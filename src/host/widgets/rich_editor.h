@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <wx/richtext/richtextctrl.h>
@@ -33,11 +34,21 @@ protected:
     void DoSetSize(int x, int y, int width, int height, int flags) override;
 
 private:
+    // What stands before a paragraph, and how deep; no text and 0 where nothing does.
+    struct Bullet {
+        std::u16string text;
+        int level = 0;
+        bool operator==(const Bullet&) const = default;
+    };
+
     void SetBullets(const document::RichText& text);
+    std::vector<Bullet> Bullets();
+    static void NumberAnew(std::vector<Bullet>& bullets);
     void WritePicture(std::shared_ptr<const document::Picture> picture);
 
     // Those in the text, each known to it by its place here: what the box keeps of a picture is not all of it.
     std::vector<std::shared_ptr<const document::Picture>> pictures_;
+    std::vector<Bullet> bullets_;  // as the text was set
     ui::ScrollbarRoom scrollbars_;
 };
 
