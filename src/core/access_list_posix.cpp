@@ -27,6 +27,7 @@ constexpr std::uint16_t kWrite = 2;
 }  // namespace
 
 std::optional<AccessList> AccessList::Of(int descriptor) {
+    if (fgetxattr(descriptor, kName, nullptr, 0) <= 0) return std::nullopt;  // as of most files
     std::vector<char> bytes(kLongest);
     const ssize_t size = fgetxattr(descriptor, kName, bytes.data(), bytes.size());
     if (size < static_cast<ssize_t>(sizeof kVersion)) return std::nullopt;
