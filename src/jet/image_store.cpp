@@ -53,6 +53,15 @@ void ImageStore::Drop(PageNumber page) {
     --live_;
 }
 
+bool ImageStore::Clear() noexcept {
+    if (!slots_.empty()) return false;
+    few_.clear();
+    free_.clear();
+    used_ = 0;
+    live_ = 0;
+    return true;
+}
+
 void ImageStore::SetSlot(PageNumber page, std::uint32_t slot) {
     if (slots_.empty()) {
         const auto known = std::ranges::find(few_, page, &Kept::page);

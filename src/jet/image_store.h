@@ -27,6 +27,9 @@ public:
     void Read(PageNumber page, std::span<std::uint8_t> image) const;
     void Drop(PageNumber page);
 
+    // Drops all of them. Memory for a few stays; false when there were too many for that.
+    bool Clear() noexcept;
+
     // The pages that are kept, in order.
     std::vector<PageNumber> Pages() const;
 

@@ -14,8 +14,8 @@ using namespace journal;
 
 namespace {
 
-constexpr std::size_t kFlushAt = 1 << 20;
-constexpr std::uint64_t kMostToKeep = 1 << 20;  // bytes of a file that stays
+constexpr std::size_t kFlushAt = std::size_t{64} << 10;  // memory that is written at once stays in the caches
+constexpr std::uint64_t kMostToKeep = 1 << 20;           // bytes of a file that stays
 
 }  // namespace
 
@@ -53,12 +53,17 @@ std::size_t Journal::MostOutcomes(std::uint32_t page_size) {
     return (page_size - kOutcomeHead) / kOutcomePage;
 }
 
-void Journal::AddOutcome(PageNumber page, std::span<const std::uint8_t> image) {
+void Journal::AddOutcomes(std::span<const PageNumber> pages, std::span<const std::uint8_t> images) {
     if (outcome_.empty()) outcome_.resize(kOutcomeHead);
     const std::size_t at = outcome_.size();
-    outcome_.resize(at + kOutcomePage);
-    Put(&outcome_[at], page);
-    Put(&outcome_[at + 4], ImageChecksum(nonce_, page, image));
+    outcome_.resize(at + pages.size() * kOutcomePage);
+    ImageChecksums(
+        nonce_, pages.size(), page_size_, [&](std::size_t i) { return pages[i]; },
+        [&](std::size_t i) { return &images[i * page_size_]; },
+        [&](std::size_t i, std::uint32_t checksum) {
+            Put(&outcome_[at + i * kOutcomePage], pages[i]);
+            Put(&outcome_[at + i * kOutcomePage + 4], checksum);
+        });
 }
 
 // Once they are all known, in front of everything else.
@@ -92,12 +97,23 @@ void Journal::AddRecord(std::uint32_t page, std::span<const std::uint8_t> image)
     const std::size_t at = buffer_.size();
     buffer_.resize(at + kRecordHead);
     Put(&buffer_[at], page);
-    Put(&buffer_[at + 4], ImageChecksum(nonce_, page, image));
     buffer_.insert(buffer_.end(), image.begin(), image.end());
     if (buffer_.size() >= kFlushAt) Flush();
 }
 
+// The checksums of the records that are about to be written.
+void Journal::SealRecords() {
+    const std::size_t record = kRecordHead + page_size_;
+    std::uint8_t* first = buffer_.data() + buffer_.size() % record;  // behind the header, where it is there
+    ImageChecksums(
+        nonce_, buffer_.size() / record, page_size_,
+        [&](std::size_t i) { return Get<std::uint32_t>(first + i * record); },
+        [&](std::size_t i) { return first + i * record + kRecordHead; },
+        [&](std::size_t i, std::uint32_t checksum) { Put(first + i * record + 4, checksum); });
+}
+
 void Journal::Flush() {
+    SealRecords();
     file_->WriteAt(written_, buffer_);
     written_ += buffer_.size();
     buffer_.clear();

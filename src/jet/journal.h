@@ -35,9 +35,9 @@ public:
     // Of so many pages the outcome can be told.
     static std::size_t MostOutcomes(std::uint32_t page_size);
 
-    // One page that the transaction writes: its number and its image as it will stand in the file. For all of them,
-    // before anything else is added, in a transaction of no more than MostOutcomes().
-    void AddOutcome(PageNumber page, std::span<const std::uint8_t> image);
+    // Pages that the transaction writes, and their images, one behind the other, as they will stand in the file. For
+    // all of them, before anything else is added, in a transaction of no more than MostOutcomes().
+    void AddOutcomes(std::span<const PageNumber> pages, std::span<const std::uint8_t> images);
 
     // Whether the page's old content is not kept yet.
     bool NeedsImage(PageNumber page) const { return page >= kept_.size() || !kept_[page]; }
@@ -73,6 +73,7 @@ private:
     bool TellsOutcome() const { return !outcome_.empty(); }
     void AddRecord(std::uint32_t page, std::span<const std::uint8_t> image);
     void AddOutcomeRecord();
+    void SealRecords();
     void SealHeader();
     void Flush();
 

@@ -59,8 +59,27 @@ inline constexpr std::size_t kOutcomePage = 8;  // bytes of a page in it
 inline constexpr std::size_t kSamples = 8;
 inline constexpr std::size_t kSampleBytes = 512;  // the end of a page, where its first rows lie
 
+inline std::uint64_t ImageSeed(std::uint64_t nonce, std::uint32_t page) {
+    return nonce + page * 0xC2B2AE3D27D4EB4FULL;
+}
+
 inline std::uint32_t ImageChecksum(std::uint64_t nonce, std::uint32_t page, std::span<const std::uint8_t> image) {
-    return Checksum(nonce + page * 0xC2B2AE3D27D4EB4FULL, image);
+    return Checksum(ImageSeed(nonce, page), image);
+}
+
+// Calls `take(i, checksum)` for each of `count` images of `size` bytes; `page(i)` and `image(i)` say which page the
+// i-th one is of and where it lies.
+template <class PageOf, class ImageOf, class Take>
+void ImageChecksums(std::uint64_t nonce, std::size_t count, std::size_t size, const PageOf& page, const ImageOf& image,
+                    const Take& take) {
+    std::size_t i = 0;
+    const auto seed = [&](std::size_t number) { return ImageSeed(nonce, page(number)); };
+    for (; i + 4 <= count; i += 4) {
+        const auto sums = Checksums<4>({seed(i), seed(i + 1), seed(i + 2), seed(i + 3)},
+                                       {image(i), image(i + 1), image(i + 2), image(i + 3)}, size);
+        for (std::size_t k = 0; k < sums.size(); ++k) take(i + k, sums[k]);
+    }
+    for (; i < count; ++i) take(i, Checksums<1>({seed(i)}, {image(i)}, size).front());
 }
 
 std::uint32_t HeaderChecksum(std::uint64_t nonce, std::span<const std::uint8_t> header);

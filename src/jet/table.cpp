@@ -10,6 +10,14 @@ namespace {
 
 constexpr int kMaxHops = 8;
 
+std::vector<bool> KeyColumns(const TableDefinition& definition) {
+    std::vector<bool> columns(definition.columns.size());
+    for (const RealIndex& real : definition.real_indexes) {
+        for (const KeyColumn& part : real.columns) columns[definition.ColumnByNumber(part.number)] = true;
+    }
+    return columns;
+}
+
 // Stored text that begins with U+FEFF is read as compressed. The character shows nothing: it is left out.
 void DropByteOrderMark(Value& value) {
     if (!value.IsText() || !value.Text().starts_with(u'\xFEFF')) return;
@@ -23,6 +31,7 @@ Table::Table(Tables& tables, Pager& pager, PageAllocator& allocator, PageNumber 
              const Bytes& properties)
     : StoredTable(pager, allocator, page, std::move(name), properties),
       tables_(tables),
+      key_columns_(KeyColumns(definition_)),
       hints_(definition_.real_indexes.size()),
       row_(definition_.columns.size()),
       fields_(definition_.columns.size()),
@@ -154,9 +163,11 @@ void Table::ReplaceRow(RowPointer row, const Bytes& bytes) {
 
 // The parts of a row as they are stored.
 void Table::StoredFields(const RowView& row, std::vector<RowField>& fields) const {
-    fields.assign(definition_.columns.size(), {});
+    fields.resize(definition_.columns.size());
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const StoredColumn& column = definition_.columns[i];
+        fields[i].present = false;
+        fields[i].bytes.clear();
         if (column.type == ColumnType::Boolean) {
             fields[i].present = row.Boolean(column);
         } else if (const auto stored = row.Find(column)) {
@@ -167,10 +178,11 @@ void Table::StoredFields(const RowView& row, std::vector<RowField>& fields) cons
 }
 
 void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
-    // The old values of what indexes and relationships need, and the new ones.
-    std::vector<bool> wanted = KeyColumns();
+    // The old values of what indexes and relationships need, if any of that changes, and the new ones.
+    const bool changes_keys =
+        std::ranges::any_of(changes, [&](const ColumnChange& change) { return key_columns_[change.column]; });
     Row old_row(definition_.columns.size());
-    ReadColumns(where, wanted, old_row);
+    if (changes_keys) ReadColumns(where, key_columns_, old_row);
     Row new_row = old_row;
     std::vector<bool> changed(definition_.columns.size());
     for (const ColumnChange& change : changes) {
@@ -182,14 +194,16 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         new_row[change.column] = std::move(value);
         changed[change.column] = true;
     }
-    CheckReferencedRows(*this, tables_, new_row, &old_row);
-    CheckReferencingRows(*this, tables_, old_row, &new_row);
-
-    std::vector<Bytes> keys(keys_.size());
-    std::vector<bool> in_index(keys_.size());
-    std::vector<bool> index_changed(keys_.size());
+    if (changes_keys) {
+        CheckReferencedRows(*this, tables_, new_row, &old_row);
+        CheckReferencingRows(*this, tables_, old_row, &new_row);
+    }
+    const std::size_t index_count = changes_keys ? keys_.size() : 0;
+    std::vector<Bytes> keys(index_count);
+    std::vector<bool> in_index(index_count);
+    std::vector<bool> index_changed(index_count);
     Bytes old_key;
-    for (std::size_t i = 0; i < keys.size(); ++i) {
+    for (std::size_t i = 0; i < index_count; ++i) {
         const RealIndex& real = definition_.real_indexes[i];
         if (std::none_of(real.columns.begin(), real.columns.end(),
                          [&](const KeyColumn& part) { return changed[definition_.ColumnByNumber(part.number)]; })) {
@@ -205,25 +219,24 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         CheckUnique(i, new_row, keys[i], where);
     }
     // Values that stay are taken over as they are stored.
-    std::vector<RowField> fields;
-    Bytes before;
     std::vector<std::pair<std::size_t, Bytes>> replaced;  // references of long values to be given back
     {
         RowCursor cursor(*this);
         if (!cursor.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
         const RowView& view = cursor.View();
-        before.assign(view.Bytes().Data(), view.Bytes().Data() + view.Bytes().Size());
-        StoredFields(view, fields);
+        stored_.assign(view.Bytes().Data(), view.Bytes().Data() + view.Bytes().Size());
+        StoredFields(view, fields_);
     }
-    for (std::size_t i = 0; i < fields.size(); ++i) {
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
         if (!changed[i]) continue;
-        if (IsLongValue(definition_.columns[i].type) && fields[i].present) replaced.emplace_back(i, fields[i].bytes);
-        EncodeField(i, new_row[i], fields[i]);
+        RowField& field = fields_[i];
+        if (IsLongValue(definition_.columns[i].type) && field.present) replaced.emplace_back(i, field.bytes);
+        EncodeField(i, new_row[i], field);
     }
-    FitRow(fields);
-    EncodeRow(definition_, pager_.GetFormat(), name_, fields, encoded_);
-    if (encoded_ != before) ReplaceRow(where, encoded_);  // what stays as it is needs no writing
-    for (std::size_t i = 0; i < keys.size(); ++i) {
+    FitRow(fields_);
+    EncodeRow(definition_, pager_.GetFormat(), name_, fields_, encoded_);
+    if (encoded_ != stored_) ReplaceRow(where, encoded_);  // what stays as it is needs no writing
+    for (std::size_t i = 0; i < index_count; ++i) {
         if (!index_changed[i]) continue;
         EraseEntry(i, old_row, where);
         if (in_index[i]) AddEntry(i, keys[i], where);
@@ -232,12 +245,12 @@ void Table::Update(RowPointer where, std::span<const ColumnChange> changes) {
         LongValues(definition_.columns[column])
             .Free(ByteView(reference.data(), reference.size(), pager_.FileName(), where.page));
     }
-    Follow(CascadesOfUpdate(*this, tables_, old_row, new_row));
+    if (changes_keys) Follow(CascadesOfUpdate(*this, tables_, old_row, new_row));
 }
 
 void Table::Delete(RowPointer where) {
     Row row(definition_.columns.size());
-    ReadColumns(where, KeyColumns(), row);
+    ReadColumns(where, key_columns_, row);
     CheckReferencingRows(*this, tables_, row, nullptr);
     for (std::size_t i = 0; i < definition_.real_indexes.size(); ++i) EraseEntry(i, row, where);
     std::vector<std::pair<std::size_t, Bytes>> long_values;

@@ -77,7 +77,6 @@ private:
 
     RowPointer Locate(RowPointer row) const;
     void ReadColumns(RowPointer row, const std::vector<bool>& wanted, Row& values) const;
-    std::vector<bool> KeyColumns() const;
 
     void AssignAutonumber(Row& row);
     void CheckValue(const StoredColumn& column, const Value& value) const;
@@ -115,6 +114,7 @@ private:
         std::uint16_t size = 0;
         bool exempt = false;  // may be there twice in a unique index
     };
+    std::vector<bool> key_columns_;  // those that indexes and relationships need
     LeafHints hints_;
     bool inserts_later_ = false;
     std::vector<std::vector<PendingEntry>> pending_;  // by index
@@ -125,6 +125,7 @@ private:
     std::vector<RowField> fields_;
     std::vector<Bytes> keys_;
     Bytes encoded_;
+    Bytes stored_;
 };
 
 }  // namespace qmtrain::jet

@@ -22,14 +22,6 @@ void Table::CheckLength(const Bytes& key) const {
     if (key.size() > pager_.GetFormat().MaxKey()) Raise(ErrorNumber::RecordTooLarge, {name_});
 }
 
-std::vector<bool> Table::KeyColumns() const {
-    std::vector<bool> wanted(definition_.columns.size());
-    for (const RealIndex& real : definition_.real_indexes) {
-        for (const KeyColumn& part : real.columns) wanted[definition_.ColumnByNumber(part.number)] = true;
-    }
-    return wanted;
-}
-
 // Refuses a row whose entry cannot be computed.
 void Table::CheckTextOrder(std::size_t index, const Row& row) {
     for (const KeyColumn& part : definition_.real_indexes[index].columns) {

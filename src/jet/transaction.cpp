@@ -11,7 +11,8 @@ namespace qmtrain::jet {
 namespace {
 
 constexpr std::size_t kMaxRestored = 4;
-constexpr int kTries = 100;  // to make a journal where somebody makes files of its name
+constexpr std::size_t kAtOnce = 16;  // pages that go into the journal together
+constexpr int kTries = 100;          // to make a journal where somebody makes files of its name
 
 std::uint64_t NewNonce() {
     std::random_device random;
@@ -23,7 +24,13 @@ std::uint64_t NewNonce() {
 void Transaction::OpenLevel(PageNumber page_count) {
     while (restored_.size() > kMaxRestored) MergeRestored();
     if (levels_.empty()) nonce_ = NewNonce();
-    levels_.push_back({ImageStore(system_, file_.GetFormat().page_size), page_count});
+    levels_.push_back({spare_ ? *std::move(spare_) : ImageStore(system_, file_.GetFormat().page_size), page_count});
+    spare_.reset();
+}
+
+void Transaction::CommitLevel() noexcept {
+    if (levels_.back().images.Clear()) spare_ = std::move(levels_.back().images);
+    levels_.pop_back();
 }
 
 void Transaction::KeepImage(const Frame& frame) {
@@ -114,12 +121,7 @@ void Transaction::WriteBack(bool decides, const CommonJournal* common) {
         overwritten_ = false;
         if (decides) TellOutcome(dirty);
     }
-    std::vector<std::uint8_t> image(page_size);
-    for (const Frame* frame : dirty) {
-        if (frame->number >= old_pages || !journal_->NeedsImage(frame->number)) continue;
-        file_.ReadStored(frame->number, image);
-        journal_->Add(frame->number, image);
-    }
+    KeepStored(dirty, old_pages);
     if (common != nullptr) journal_->AddCommon(common->GetName());
     journal_->Sync();
     if (common != nullptr) common->RequireInPlace();
@@ -130,15 +132,41 @@ void Transaction::WriteBack(bool decides, const CommonJournal* common) {
     }
 }
 
+// What the file holds in the place of the frames. Pages that stand in a row are read at once.
+void Transaction::KeepStored(std::span<Frame* const> frames, PageNumber old_pages) {
+    const std::uint32_t page_size = file_.GetFormat().page_size;
+    const auto wanted = [&](const Frame* frame) {
+        return frame->number < old_pages && journal_->NeedsImage(frame->number);
+    };
+    std::vector<std::uint8_t> images(kAtOnce * page_size);
+    while (!frames.empty()) {
+        const PageNumber first = frames.front()->number;
+        PageNumber count = 0;
+        const std::size_t most = std::min(kAtOnce, frames.size());
+        while (count < most && frames[count]->number == first + count && wanted(frames[count])) ++count;
+        if (count > 0) file_.ReadStored(first, std::span(images).first(std::size_t{count} * page_size));
+        for (PageNumber i = 0; i < count; ++i) {
+            journal_->Add(first + i, std::span(images).subspan(std::size_t{i} * page_size, page_size));
+        }
+        frames = frames.subspan(std::max<std::size_t>(count, 1));
+    }
+}
+
 // What the file will hold, where that is little enough to be told.
 void Transaction::TellOutcome(std::span<Frame* const> frames) {
     const std::uint32_t page_size = file_.GetFormat().page_size;
     if (!durable_ || frames.size() > Journal::MostOutcomes(page_size)) return;
-    std::vector<std::uint8_t> image(page_size);
-    for (const Frame* frame : frames) {
-        std::copy_n(frame->data, page_size, image.begin());
-        file_.ApplyPageCipher(frame->number, image);
-        journal_->AddOutcome(frame->number, image);
+    std::vector<PageNumber> pages;
+    std::vector<std::uint8_t> images;
+    for (; !frames.empty(); frames = frames.subspan(pages.size())) {
+        pages.clear();
+        images.clear();
+        for (const Frame* frame : frames.first(std::min(kAtOnce, frames.size()))) {
+            pages.push_back(frame->number);
+            images.insert(images.end(), frame->data, frame->data + page_size);
+            file_.ApplyPageCipher(frame->number, std::span(images).last(page_size));
+        }
+        journal_->AddOutcomes(pages, images);
     }
 }
 

@@ -47,7 +47,7 @@ public:
     void MergeLevel();
 
     // Ends an inner level. To undo it writes nothing, and so cannot fail. Returns the number of pages then.
-    void CommitLevel() noexcept { levels_.pop_back(); }
+    void CommitLevel() noexcept;
     PageNumber UndoLevel() noexcept;
 
     // Brings the changed pages into the file, their old content safe in the journal. `decides`: these are the last
@@ -98,6 +98,7 @@ private:
 
     void MergeRestored();
     std::unique_ptr<Journal> BeginJournal(std::uint64_t length);
+    void KeepStored(std::span<Frame* const> frames, PageNumber old_pages);
     void TellOutcome(std::span<Frame* const> frames);
     void KeepJournal() noexcept;
 
@@ -107,6 +108,7 @@ private:
     PageCache& cache_;
     bool durable_;
     std::vector<Level> levels_;         // outermost first; that one has no images, for the file holds them
+    std::optional<ImageStore> spare_;   // of an ended level: the memory is used again
     std::vector<ImageStore> restored_;  // of undone levels: pages that have not been asked for since
     std::uint64_t nonce_ = 0;
     std::unique_ptr<Journal> journal_;

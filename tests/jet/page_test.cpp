@@ -1,10 +1,12 @@
 // The byte forms inside pages: keys, texts, rows, GUIDs and the mask of page 0, against bytes worked out by hand.
 
+#include <array>
 #include <limits>
 
 #include <gtest/gtest.h>
 
 #include "core/text.h"
+#include "jet/checksum.h"
 #include "jet/header.h"
 #include "jet/index_key.h"
 #include "jet/row.h"
@@ -312,6 +314,26 @@ TEST(Header, KeyOfUserIds) {
     Bytes id = {0x03, 0x01};
     ApplyCipher(header.user_key, id);
     EXPECT_EQ(ToHex(id), "648B");
+}
+
+// Journals of earlier versions have those that were computed one by one.
+TEST(Checksum, OfSeveralPiecesIsThatOfEach) {
+    for (const std::size_t size : {0U, 5U, 48U, 61U, 4096U}) {
+        std::array<Bytes, 4> pieces;
+        std::array<std::uint64_t, 4> seeds{};
+        std::array<const std::uint8_t*, 4> starts{};
+        for (std::size_t k = 0; k < pieces.size(); ++k) {
+            for (std::size_t i = 0; i < size; ++i) pieces[k].push_back(static_cast<std::uint8_t>(i * (2 * k + 7) >> k));
+            seeds[k] = 0x123456789ABCDEF0ULL * (k + 1);
+            starts[k] = pieces[k].data();
+        }
+        const auto together = Checksums<4>(seeds, starts, size);
+        for (std::size_t k = 0; k < pieces.size(); ++k) {
+            EXPECT_EQ(together[k], Checksum(seeds[k], pieces[k])) << size << " bytes, piece " << k;
+        }
+    }
+    const Bytes known = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+    EXPECT_EQ(Checksum(42, known), 0x10205BDDU);
 }
 
 }  // namespace
