@@ -11,6 +11,7 @@
 #include "core/log.h"
 #include "jet/bytes.h"
 #include "jet/journal_format.h"
+#include "jet/row_cursor.h"
 #include "jet/support/samples.h"
 #include "jet/support/scratch.h"
 #include "jet/support/scripted_files.h"
@@ -207,6 +208,39 @@ TEST_F(PagerTest, SessionsKeepTheJournalsFileUntilTheLastEnds) {
     newcomer.reset();
     EXPECT_FALSE(std::filesystem::exists(JournalPath()));
     EXPECT_EQ(CountRows(), 60U);
+}
+
+// The space of a large change's journal stays, and what it leaves behind the next one means nothing.
+TEST_F(PagerTest, AJournalsSpaceIsUsedAgain) {
+    constexpr int kFirst = 1000;
+    constexpr int kCount = 500;
+    test::ScriptedFiles files;
+    files.after = test::ScriptedFiles::After::Dead;
+    auto database = Database::Open(Path(), {.system = &files});
+    const std::u16string page_full(1500, u'长');
+    Write(*database, [&] {
+        for (int key = kFirst; key < kFirst + kCount; ++key) Insert(*database, u"T", {key, ToText(key), page_full});
+    });
+    Write(*database, [&] {
+        const auto table = database->FindTable(u"T");
+        std::vector<RowPointer> rows;
+        Value key;
+        RowCursor cursor(*table);
+        for (cursor.Scan(); cursor.Next();) {
+            cursor.Read(0, key);
+            if (key.As<std::int32_t>() >= kFirst) rows.push_back(cursor.Row());
+        }
+        for (const RowPointer row : rows) table->Delete(row);
+    });
+    const auto length = std::filesystem::file_size(JournalPath());
+    EXPECT_GT(length, std::uintmax_t{1} << 20);
+    Insert(*database, u"T", RowFor(400));
+    EXPECT_EQ(std::filesystem::file_size(JournalPath()), length);
+    files.calls = 0;
+    files.strike_at = 6;  // the journal is complete, the file is being written
+    EXPECT_NE(ErrorOf([&] { Insert(*database, u"T", RowFor(401)); }), 0);
+    database.reset();
+    EXPECT_EQ(CountRows(), 51U);
 }
 
 // All pages of the change are in the file, and the journal still in force: it stands, once the file is safe.
