@@ -77,7 +77,7 @@ std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& fil
 std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file, KeptJournal& kept,
                                                std::optional<std::uint64_t> disowned) {
     std::optional<FoundJournal> found = Find(system, file);
-    if (found && found->state_ == State::Complete && found->nonce_ == disowned) found->state_ = State::InForce;
+    if (found && found->nonce_ == disowned && found->CanBeDisowned(file)) found->state_ = State::InForce;
     if (!found || found->state_ != State::Ended) return found;
     if (found->file_->MoreMayWriteThan(file.Handle())) {
         found->RemoveUnlessReadOnly(system, file);
@@ -85,6 +85,13 @@ std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& fil
         kept.Keep(std::move(found->file_), false, false);
     }
     return std::nullopt;
+}
+
+// Who knows that the change failed need not ask the file whether it is complete, nor the common journal, which may have
+// been taken away since the file was overwritten.
+bool FoundJournal::CanBeDisowned(PageFile& file) const {
+    if (state_ == State::Complete) return true;
+    return state_ == State::Void && common_ && !file_->MoreMayWriteThan(file.Handle());
 }
 
 // The rights to the database have become fewer since. Who may only read it leaves this to others.

@@ -70,6 +70,7 @@ private:
     void ReadRecords();
     bool TakeCommon(std::span<const std::uint8_t> content);
     State Judge(FileSystem& system, PageFile& file);
+    bool CanBeDisowned(PageFile& file) const;
     void RemoveUnlessReadOnly(FileSystem& system, const PageFile& file) const noexcept;
     static bool IsUnused(FileSystem& system, const CommonJournal::Content& content, const std::filesystem::path& common,
                          File& database);

@@ -111,6 +111,7 @@ private:
     bool HasChanges() const override;
     CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) override;
     void WriteChanges(bool decides, const CommonJournal* common) override;
+    void RequireInPlace() override { file_.RequireInPlace(); }
     void Finish() override { change_.Finish(); }
     void FinishInCommon() noexcept override { change_.FinishInCommon(); }
     void Close() noexcept override;

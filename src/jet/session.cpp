@@ -175,6 +175,7 @@ void Session::CommitFiles(bool alone, const std::function<void()>& other) {
     try {
         for (SessionFile* file : changed) file->WriteChanges(false, &common);
         other();
+        for (SessionFile* file : changed) file->RequireInPlace();  // while another one was written it may have gone
         common.Finish();
     } catch (...) {
         if (common.IsUndecided()) {

@@ -54,6 +54,7 @@ public:
     virtual bool HasChanges() const = 0;
     virtual CommonJournal StartCommon(const std::vector<std::filesystem::path>& databases) = 0;
     virtual void WriteChanges(bool decides, const CommonJournal* common) = 0;
+    virtual void RequireInPlace() = 0;  // raises when another file stands there
     virtual void Finish() = 0;
     virtual void FinishInCommon() noexcept = 0;
     virtual void Close() noexcept = 0;

@@ -124,6 +124,7 @@ void Transaction::WriteBack(bool decides, const CommonJournal* common) {
     KeepStored(dirty, old_pages);
     if (common != nullptr) journal_->AddCommon(common->GetName());
     journal_->Sync();
+    file_.RequireInPlace();  // the disk may have taken its time
     if (common != nullptr) common->RequireInPlace();
     overwritten_ = true;
     file_.Write(dirty);

@@ -122,6 +122,57 @@ TEST_F(DiskTest, EachCallOverSeveralFiles) {
     std::printf("%d failures\n", failures);
 }
 
+// Before each call in turn somebody takes away the journal that several files have in common, or lays another file in
+// the place of one of them. A change that is refused for that has changed none of them, not even the one that is kept
+// elsewhere by then; one that goes well is in all of them.
+TEST_F(DiskTest, WhatIsTakenAwayMeanwhileUndoesAChangeOfSeveralFiles) {
+    int refused = 0;
+    for (const SampleStory& story : SampleStories()) {
+        const ScratchFolder folder;
+        const auto paths = MakeSamples(folder.Path(), story.files, FileSystem::Native());
+        std::vector<std::filesystem::path> victims = paths;
+        victims.push_back(paths.front().string() + "-commit");
+        std::vector<std::vector<std::uint8_t>> before;
+        for (const auto& path : paths) before.push_back(ReadFile(path));
+        for (std::size_t v = 0; v < victims.size(); ++v) {
+            const std::filesystem::path& victim = victims[v];
+            const bool is_database = v < paths.size();
+            const std::filesystem::path kept = victim.string() + ".kept";
+            bool struck = true;
+            for (int call = 1; struck && !HasFailure(); ++call) {
+                SCOPED_TRACE(std::string(story.name) + ", " + victim.filename().string() + ", call " +
+                             std::to_string(call));
+                for (std::size_t i = 0; i < paths.size(); ++i) WriteFile(paths[i], before[i]);
+                ScriptedFiles files;
+                auto databases = OpenTogether(paths, files);
+                files.calls = 0;
+                files.before = [&](const Change& change) {
+                    // The last look at the files comes before the end of the journal, and not between its two calls.
+                    const bool comes_late = change.path == victims.back() && is_database;
+                    if (files.calls != call || comes_late || !std::filesystem::exists(victim)) return;
+                    std::filesystem::rename(victim, kept);
+                    if (is_database) WriteFile(victim, before[v]);
+                };
+                const int error = ErrorOf([&] { story.run(databases); });
+                struck = files.calls >= call;
+                databases.clear();
+                if (error != 0) {
+                    ++refused;
+                    for (std::size_t i = 0; i < paths.size(); ++i) EXPECT_TRUE(ReadFile(paths[i]) == before[i]) << i;
+                    if (is_database) {
+                        EXPECT_TRUE(ReadFile(kept) == before[v]);
+                    }
+                } else if (!is_database || !std::filesystem::exists(kept)) {
+                    for (const auto& path : paths) EXPECT_NE(Rows(*jet::Database::Open(path), u"T").size(), 50U);
+                }
+                std::filesystem::remove(kept);
+            }
+        }
+    }
+    EXPECT_GT(refused, 5);
+    std::printf("%d refused\n", refused);
+}
+
 // A write that the system takes in part only, at a limit in the middle of a page.
 TEST_F(DiskTest, AWriteThatIsCutShort) {
     const auto before = ReadFile(File());

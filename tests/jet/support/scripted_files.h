@@ -39,6 +39,7 @@ public:
     int strike_at = 0;  // the call at which it strikes; 0: never
     After after = After::GoesOn;
     std::function<void(const Change&)> strike = Fail;  // raises, or never returns; half of a write has happened
+    std::function<void(const Change&)> before;         // called before each of them; does what others do meanwhile
     std::vector<Change> changes;                       // noted while `notes`; those of lock files are not
     bool notes = false;
 
@@ -79,6 +80,7 @@ private:
         Change change, const std::function<void()>& body, const std::function<void()>& half = [] {}) {
         if (change.path.extension() == ".ldb") return body();
         ++calls;
+        if (before) before(change);
         const bool strikes = strike_at != 0 && (calls == strike_at || (after == After::Dead && calls > strike_at));
         change.failed = strikes;
         if (strikes) change.bytes.resize(change.bytes.size() / 2);
