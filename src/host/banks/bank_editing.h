@@ -28,7 +28,6 @@ public:
     const std::vector<exchange::Question>& Questions() const { return questions_; }
     const exchange::Question* Find(std::u16string_view rec_no) const;
     QuestionUse UseOf(std::u16string_view rec_no) const;
-    bool CanHold(QuestionKind kind) const { return kinds_.contains(kind); }
 
     // Those of the kind, or of all kinds, in whose number, stem, options, answer or category every word of the search
     // stands. Letter case does not count.
