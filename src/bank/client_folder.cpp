@@ -16,4 +16,14 @@ void RequireClientDatabase(std::u16string_view folder) {
     RaiseComponentError(u"QmTrainInfo", std::move(description));
 }
 
+bool OpenClientDatabase(std::u16string_view folder, dao::Connection& database, std::u16string& problem) {
+    const std::u16string file = ClientDatabase(folder);
+    if (!FileExists(file)) {
+        problem = file + u"数据库不存在!";
+        return false;
+    }
+    database.Open(file);
+    return true;
+}
+
 }  // namespace qmtrain

@@ -278,12 +278,4 @@ int Compare(std::string_view a, std::u16string_view b) {
     return CompareTexts(a, b);
 }
 
-std::size_t Hash(std::u16string_view text) {
-    std::vector<std::uint8_t> key;
-    AppendWholeKey(WithoutTrailingBlanks(text), key);
-    std::uint64_t hash = 14695981039346656037ULL;  // FNV-1a
-    for (const std::uint8_t byte : key) hash = (hash ^ byte) * 1099511628211ULL;
-    return static_cast<std::size_t>(hash);
-}
-
 }  // namespace qmtrain::collation

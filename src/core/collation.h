@@ -26,7 +26,4 @@ int Compare(std::u16string_view a, std::u16string_view b);
 // The same for a text whose characters are all below U+0100, a byte each.
 int Compare(std::string_view a, std::u16string_view b);
 
-// A hash that is equal for texts that compare equal.
-std::size_t Hash(std::u16string_view text);
-
 }  // namespace qmtrain::collation

@@ -23,15 +23,15 @@ bool IsNumber(std::u16string_view text) {
            std::all_of(text.begin(), text.end(), [&](char16_t unit) { return is_digit(unit) || unit == u'.'; });
 }
 
-// How many apostrophes stand before such a beginning in a cell, when the text itself has so many there. A constant of a
+// Number of apostrophes to write in front of a formula-like cell whose text itself has `own` there. A constant of a
 // program, "'+'", stays as people write it; so a text that lacks only its first apostrophe gets two.
-std::size_t Written(std::size_t own, bool ends_in_apostrophe) {
+std::size_t ApostrophesToWrite(std::size_t own, bool ends_in_apostrophe) {
     if (!ends_in_apostrophe || own > 1) return own + 1;
     return own == 1 ? 1 : 2;
 }
 
-// The other way round. Requires: there is one at least.
-std::size_t Own(std::size_t written, bool ends_in_apostrophe) {
+// The inverse: how many of those in the cell are the text's own. Requires: there is at least one.
+std::size_t ApostrophesOfText(std::size_t written, bool ends_in_apostrophe) {
     if (!ends_in_apostrophe || written > 2) return written - 1;
     return written == 1 ? 1 : 0;
 }
@@ -63,7 +63,7 @@ void CsvWriter::Cell(std::u16string_view text) {
     const std::u16string_view rest = WithoutApostrophes(text);
     const std::size_t own = text.size() - rest.size();
     if (BeginsFormula(rest) && (own > 0 || !IsNumber(rest))) {
-        guarded.assign(Written(own, rest.ends_with(kApostrophe)) - own, kApostrophe);
+        guarded.assign(ApostrophesToWrite(own, rest.ends_with(kApostrophe)) - own, kApostrophe);
     }
     const bool quoted = text.find_first_of(u",;\t\"\n\r") != std::u16string_view::npos || text.starts_with(u' ') ||
                         text.ends_with(u' ');
@@ -79,7 +79,7 @@ std::u16string_view CsvCellText(std::u16string_view cell) {
     const std::u16string_view rest = WithoutApostrophes(cell);
     const std::size_t written = cell.size() - rest.size();
     if (written == 0 || !BeginsFormula(rest)) return cell;
-    return cell.substr(written - Own(written, rest.ends_with(kApostrophe)));
+    return cell.substr(written - ApostrophesOfText(written, rest.ends_with(kApostrophe)));
 }
 
 }  // namespace qmtrain

@@ -15,7 +15,7 @@ std::int64_t FloorDivide(std::int64_t a, std::int64_t b) {
 }
 
 // Days since 1970-01-01 in the Gregorian calendar carried backwards, counting years from March so that the leap day
-// comes last.
+// comes last. Not std::chrono's, whose years have 16 bits: here a year may be any number.
 std::int64_t DaysFromCivil(std::int64_t year, int month, std::int64_t day) {
     if (month <= 2) --year;
     const std::int64_t era = FloorDivide(year, 400);

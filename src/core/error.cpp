@@ -104,7 +104,6 @@ constexpr Description kDescriptions[] = {
     {ErrorNumber::LockedByOther, u"数据库“%1”正被其他用户锁定，不能更新。%2"},
     {ErrorNumber::NoFieldDefined, u"不能添加“%1”：没有定义字段。"},
     {ErrorNumber::FieldNotFound, u"在集合中找不到“%1”。"},
-    {ErrorNumber::PropertyNotFound, u"找不到属性“%1”。"},
     {ErrorNumber::FieldInIndex, u"不能删除字段“%1”：它是索引的一部分。"},
     {ErrorNumber::UsedInRelationship, u"不能删除索引或表“%1”：它用于一个关系。"},
     {ErrorNumber::PrimaryKeyExists, u"表“%1”已经有主键。"},

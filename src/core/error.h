@@ -102,7 +102,6 @@ enum class ErrorNumber : std::int32_t {
     LockedByOther = 3260,
     NoFieldDefined = 3264,
     FieldNotFound = 3265,
-    PropertyNotFound = 3270,
     FieldInIndex = 3280,        // a field of an index cannot be dropped
     UsedInRelationship = 3281,  // an index or table that a relationship needs cannot be dropped
     PrimaryKeyExists = 3283,

@@ -14,7 +14,7 @@ constexpr std::size_t kPiece = std::size_t{16} << 20;  // shares refuse much lon
 
 }  // namespace
 
-// The system gives locks of a closed file back at its leisure.
+// Windows releases the locks of a closed file with a delay, so release them first.
 WindowsFile::~WindowsFile() {
     for (const Range& range : held_) Release(range);
 }

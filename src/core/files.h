@@ -28,7 +28,7 @@ std::u16string InFolder(std::u16string_view folder, std::u16string_view file);
 std::string UniqueName(std::string_view before, std::string_view after);
 
 // The path with the ending behind it. A name that would be too long for the system loses its end before that. `room`:
-// so much longer must the name of a file beside it be.
+// bytes to leave for a longer ending of a companion file.
 std::filesystem::path WithEnding(const std::filesystem::path& path, std::string_view ending, std::size_t room = 0);
 
 // Whether no file can have the path's name.
@@ -117,8 +117,8 @@ public:
     // Whether the file belongs to somebody who may write the other one, or to oneself. True where nobody can tell.
     virtual bool IsByWriterOf(File&) { return true; }
 
-    // Locks the byte behind `gate` for sharing; false while anybody has that one or the gate for himself. The gate is
-    // free again afterwards.
+    // Takes a shared lock on the byte after `gate`, passing through `gate`; false while another handle holds either
+    // exclusively.
     virtual bool TryLockThrough(std::uint64_t gate) {
         if (!TryLock(gate, 1, Lock::Shared)) return false;
         const bool locked = TryLock(gate + 1, 1, Lock::Shared);

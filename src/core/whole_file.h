@@ -8,7 +8,7 @@
 
 namespace qmtrain {
 
-// The error of a file that is written under another name first, told of the name that users know.
+// The error with the temporary name replaced by the name the user knows.
 AutomationError NamedAfter(const std::filesystem::path& place, const AutomationError& error,
                            const std::filesystem::path& unfinished);
 

@@ -40,7 +40,7 @@ public:
     void SetOwnUse(const OwnUse& use);
     OwnUse GetOwnUse() const;
 
-    // Makes a new, empty database, always with our own engine; see database_settings.h for the locale and the options.
+    // Makes a new, empty database, always with our own engine; types.h has locales and options.
     // Raises DatabaseExists.
     std::shared_ptr<Database> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
                                              std::int32_t options = 0);

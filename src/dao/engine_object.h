@@ -112,7 +112,7 @@ public:
                          std::int32_t options, std::u16string_view password) const;
     void RepairDatabase(std::u16string_view name) const;
 
-    // There is nothing that waits.
+    // Does nothing: there is no queue of deferred work.
     void Idle(std::int32_t) const {}
 
 private:

@@ -88,7 +88,7 @@ ServerLogins& Logins() {
     return logins;
 }
 
-// Whatever way leads to it.
+// Independent of the path by which it was opened.
 std::filesystem::path TrueName(const std::filesystem::path& file) {
     std::error_code failed;
     std::filesystem::path name = std::filesystem::canonical(file, failed);

@@ -49,7 +49,7 @@ private:
     static constexpr std::int64_t kBefore = -1;
     static constexpr std::int64_t kBehind = INT64_MAX;
 
-    // Where it has come to a row, the list has one: of those that were reached none is ever taken away.
+    // Rows once reached are never removed from the list.
     bool IsOnRow() const { return position_ != kBefore && position_ != kBehind; }
     bool IsEmpty() { return !list_->Reach(0); }
     std::int64_t Current();

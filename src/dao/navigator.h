@@ -73,7 +73,7 @@ public:
     // Over the same rows; no row is current.
     virtual std::unique_ptr<Navigator> Clone() = 0;
 
-    // What it is, for what others cannot do.
+    // The underlying list, if there is one.
     virtual RowList* List() { return nullptr; }
     virtual TableNavigator* Table() { return nullptr; }
 };

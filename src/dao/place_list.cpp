@@ -176,7 +176,7 @@ void PlaceList::ReadRow(std::int64_t index, std::vector<Value>& values) {
     for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
 }
 
-// What a server has said a moment ago is said again only to those who ask once more, such as an edit that was refused.
+// A server's answer is reused for a moment; asking again, as after a refused edit, queries it anew.
 bool PlaceList::TakeFresh(std::int64_t index, std::vector<Value>& values) {
     if (!is_remote_ || std::chrono::steady_clock::now() > std::exchange(fresh_until_, {}) || !InBlock(index))
         return false;

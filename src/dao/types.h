@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace qmtrain::dao {
 
@@ -48,6 +49,16 @@ inline constexpr std::int32_t kSqlPassThrough = 64;
 inline constexpr std::int32_t kFailOnError = 128;
 inline constexpr std::int32_t kForwardOnly = 256;
 inline constexpr std::int32_t kSeeChanges = 512;
+
+// Options of CreateDatabase and CompactDatabase.
+inline constexpr std::int32_t kEncrypt = 2;
+inline constexpr std::int32_t kDecrypt = 4;
+inline constexpr std::int32_t kVersion30 = 32;  // Jet 3
+inline constexpr std::int32_t kVersion40 = 64;  // Jet 4
+
+// Locales; ";pwd=" and a password may follow.
+inline constexpr std::u16string_view kGeneralLocale = u";LANGID=0x0409;CP=1252;COUNTRY=0";
+inline constexpr std::u16string_view kChineseLocale = u";LANGID=0x0804;CP=936;COUNTRY=0";
 
 enum class EditMode : std::int16_t { None = 0, InProgress = 1, Add = 2 };
 

@@ -33,6 +33,10 @@ struct PixelSize {
     bool operator==(const PixelSize&) const = default;
 };
 
+// The most pixels of a picture that is taken in or shown: one of a few bytes may say of itself that it fills the
+// memory.
+inline constexpr std::int64_t kMostPixels = 32'000'000;
+
 // What the picture's own header says; nothing for metafiles and for damaged headers.
 std::optional<PixelSize> SizeInPixels(const Picture& picture);
 

@@ -20,7 +20,6 @@ public:
     // the one that "sep=;" names there, which spreadsheets write.
     explicit CsvReader(std::u16string_view text);
 
-    char16_t Separator() const { return separator_; }
     std::size_t Position() const { return at_; }
 
     // False at the end.

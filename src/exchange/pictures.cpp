@@ -11,7 +11,6 @@
 namespace qmtrain::exchange {
 namespace {
 
-constexpr std::int64_t kMostPixels = std::int64_t{32} << 20;
 constexpr document::PixelSize kSizeOfDrawing{96, 96};
 
 // Signature, then chunks of length (big-endian), name, content, checksum, the last one IEND.
@@ -67,7 +66,7 @@ std::optional<document::Picture> MakePicture(Bytes bytes) {
     document::Picture picture{*kind, std::move(bytes)};
     std::optional<document::PixelSize> size = document::SizeInPixels(picture);
     if (*kind == document::Picture::Kind::Metafile) size = kSizeOfDrawing;  // the tag tells its own
-    if (!size || std::int64_t{size->width} * size->height > kMostPixels) return std::nullopt;
+    if (!size || std::int64_t{size->width} * size->height > document::kMostPixels) return std::nullopt;
     const auto twips = [](int pixels) {
         return std::min(pixels, kLongestSide / document::kTwipsPerPixel) * document::kTwipsPerPixel;
     };

@@ -46,7 +46,7 @@ public:
     std::size_t RowsFrom(std::size_t slot) const;
     ByteView Row(std::size_t slot) const;
 
-    // Tells the processor that the row will be read soon; any slot will do.
+    // Prefetches the row into the processor's cache; any slot number is allowed.
     void ExpectRow(std::size_t slot) const {
         if (slot < slots_) __builtin_prefetch(page_.Data() + (Entry(slot) & kSlotOffset));
     }

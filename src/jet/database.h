@@ -1,5 +1,5 @@
-// One Jet database file: its tables, their definitions and relationships, and the scopes in which they are used. It is
-// the face of this room: what lies below is not used from outside.
+// One Jet database file: its tables, their definitions and relationships, and the scopes in which they are used. The
+// other rooms use this class and what its members return.
 #pragma once
 
 #include <filesystem>
@@ -124,7 +124,7 @@ public:
     // What the database and its cursors share with the other databases of the session.
     const std::shared_ptr<Session>& SharedSession() const { return pager_->SharedSession(); }
 
-    // For this room.
+    // For the storage engine alone.
     Pager& GetPager() const { return *pager_; }
     PageAllocator& Allocator() { return allocator_; }
     void Forget(PageNumber table) { tables_.erase(table); }

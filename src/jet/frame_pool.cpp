@@ -10,8 +10,8 @@
 namespace qmtrain::jet {
 namespace {
 
-// The first blocks are small, for the many small files and short visits; the others are of the size of a large memory
-// page and lie as one does: to fill them costs a third less then.
+// The first blocks are small, for the many small files and short visits. Later blocks have the size and alignment of a
+// huge page, which makes first use a third cheaper.
 constexpr std::size_t kFirstBlock = std::size_t{64} << 10;
 constexpr std::size_t kSecondBlock = std::size_t{256} << 10;
 constexpr std::size_t kBlock = std::size_t{2} << 20;

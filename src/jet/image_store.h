@@ -1,5 +1,4 @@
-// Images of pages as they were, kept aside to be put back: in memory while they are few, beyond that in a temporary
-// file.
+// Before-images of pages, in memory while few, then in a temporary file.
 #pragma once
 
 #include <algorithm>

@@ -9,8 +9,8 @@
 
 namespace qmtrain::jet {
 
-// The entries of a page for those that look for a few of them: they are found by the mask, and nothing is taken down
-// beforehand. A place is where an entry's stored bytes begin, from the first entry on; End() is behind the last.
+// Finds entries by the mask on demand, without building a table of their ends first. A place is where an entry's stored
+// bytes begin, from the first entry on; End() is behind the last.
 class IndexEntries {
 public:
     // Raises FileDamaged when the page is no index page of that table or its entries do not hold together.

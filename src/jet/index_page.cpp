@@ -74,30 +74,6 @@ PageNumber IndexPage::Child(std::size_t i) const {
     return GetBig32(Stored(i).last(kChildBytes).data());
 }
 
-int IndexPage::CompareEntry(std::size_t i, std::span<const std::uint8_t> key) const {
-    auto own = Stored(i);
-    if (!leaf_) own = own.first(own.size() >= kChildBytes ? own.size() - kChildBytes : 0);
-    if (i == 0 || prefix_ == 0) return CompareBytes(own, key);
-    const auto prefix = Stored(0).first(prefix_);
-    const auto head = key.first(std::min(prefix_, key.size()));
-    const int order = CompareBytes(prefix, head);
-    return order != 0 ? order : CompareBytes(own, key.subspan(prefix_));
-}
-
-std::size_t IndexPage::LowerBound(std::span<const std::uint8_t> key) const {
-    std::size_t low = 0;
-    std::size_t high = count_;
-    while (low < high) {
-        const std::size_t middle = (low + high) / 2;
-        if (CompareEntry(middle, key) < 0) {
-            low = middle + 1;
-        } else {
-            high = middle;
-        }
-    }
-    return low;
-}
-
 // EntryList
 
 void EntryList::Reserve(std::size_t entries, std::size_t bytes) {

@@ -60,16 +60,12 @@ public:
     void Entry(std::size_t i, Bytes& entry) const;
     PageNumber Child(std::size_t i) const;
 
-    // The first entry that is not below `key`; Count() when all are. In nodes the child does not take part.
-    std::size_t LowerBound(std::span<const std::uint8_t> key) const;
-
     // Where the stored bytes of entry i begin, from the first entry on.
     std::size_t Begin(std::size_t i) const { return End(i); }
     std::span<const std::uint8_t> Stored(std::size_t i) const;
 
 private:
     std::size_t End(std::size_t count) const { return count == 0 ? 0 : ends_[count - 1]; }
-    int CompareEntry(std::size_t i, std::span<const std::uint8_t> key) const;
 
     ByteView page_;
     const Format* format_;

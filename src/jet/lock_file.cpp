@@ -127,8 +127,8 @@ bool LockFile::TryOpen(OpenMode mode) {
     return false;
 }
 
-// False when its locks are none, or somebody keeps it to himself. Between our opening and our locking the last user may
-// have removed the file: then it is opened anew.
+// False when locks on it do not hold, or another process has it exclusively. Between our opening and our locking the
+// last user may have removed the file: then it is opened anew.
 bool LockFile::OpenFile(OpenMode mode) {
     do {
         file_ = system_.OpenPlain(path_, mode);

@@ -47,8 +47,8 @@ public:
     // Consecutive pages. Raises FileDamaged when the file ends before.
     void Read(PageNumber first, std::span<const std::span<std::uint8_t>> parts);
 
-    // A page that another engine may be writing: it counts when two readings agree and it fits together. What never
-    // does is left to those who use it.
+    // Reads a page that another engine may be writing: accepted when two reads agree and it is consistent; otherwise
+    // returned as it is.
     void ReadUntilWhole(PageNumber page, std::span<std::uint8_t> bytes);
 
     // Writes what the frames hold; they are in order.

@@ -21,7 +21,7 @@ std::size_t FixedEnd(const TableDefinition& table, const Format& format) {
     return format.row_number_size + end;
 }
 
-// How many jumps a row of Jet 3 has that is so long without them.
+// Number of jump-table entries of a Jet 3 row of that length.
 std::size_t JumpsOf(std::size_t length) {
     std::size_t jumps = 0;
     while ((length + jumps - 1) / 256 > jumps) ++jumps;

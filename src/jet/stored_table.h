@@ -59,7 +59,7 @@ public:
     // The name under which an index is known; that of its first role.
     std::u16string IndexName(std::size_t index) const;
 
-    // For this room.
+    // For the storage engine alone.
     Pager& GetPager() const { return pager_; }
     PageAllocator& Allocator() const { return allocator_; }
 

@@ -1,4 +1,4 @@
-// Whether a page fits together: what a page that is being written by somebody else does not do.
+// Detects a torn page: one read while another engine is writing it.
 #pragma once
 
 #include "jet/bytes.h"

@@ -7,6 +7,7 @@
 
 #include "core/convert.h"
 #include "core/text.h"
+#include "records/score.h"
 
 namespace qmtrain {
 namespace {
@@ -163,7 +164,11 @@ PracticeHistory ReadEach(dao::Database& client, std::vector<PracticeTraining> tr
 }  // namespace
 
 double PracticeTraining::Rate() const {
-    return full > 0 ? std::min(got / full * 100, 100.0) : 0;
+    return qmtrain::Rate(full, got);
+}
+
+bool PracticeTraining::Passed() const {
+    return qmtrain::Passed(full, got);
 }
 
 Date PracticeTraining::End() const {

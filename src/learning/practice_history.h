@@ -48,7 +48,7 @@ struct PracticeTraining {
     double got = 0;
 
     double Rate() const;  // percent, at most 100; 0 for a paper without points
-    bool Passed() const { return full > 0 && got / full >= 0.6 - 1e-7; }
+    bool Passed() const;
 
     // When the paper was handed in, as far as that is known.
     Date End() const;

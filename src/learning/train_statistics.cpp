@@ -5,7 +5,6 @@
 #include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
-#include "core/files.h"
 #include "core/format.h"
 #include "core/statement_text.h"
 #include "core/text.h"
@@ -32,15 +31,8 @@ void TrainStatistics::ClientPath(std::u16string_view value) {
 }
 
 bool TrainStatistics::Init(std::u16string& strErrMsg) {
-    return Trapped(u"TrainStatistics.Init", false, [&](bool& result) {
-        const std::u16string file = ClientDatabase(client_path_);
-        if (!FileExists(file)) {
-            strErrMsg = file + u"数据库不存在!";
-            return;
-        }
-        database_.Open(file);
-        result = true;
-    });
+    return Trapped(u"TrainStatistics.Init", false,
+                   [&](bool& result) { result = OpenClientDatabase(client_path_, database_, strErrMsg); });
 }
 
 bool TrainStatistics::Load() {

@@ -7,7 +7,6 @@
 #include "bank/client_folder.h"
 #include "core/convert.h"
 #include "core/error.h"
-#include "core/files.h"
 #include "core/statement_text.h"
 #include "core/text.h"
 #include "core/trap.h"
@@ -74,15 +73,8 @@ void WrongQuestions::ClientPath(std::u16string_view value) {
 }
 
 bool WrongQuestions::Init(std::u16string& strErrMsg) {
-    return Trapped(u"WrongQuestions.Init", false, [&](bool& result) {
-        const std::u16string file = ClientDatabase(client_path_);
-        if (!FileExists(file)) {
-            strErrMsg = file + u"数据库不存在!";
-            return;
-        }
-        database_.Open(file);
-        result = true;
-    });
+    return Trapped(u"WrongQuestions.Init", false,
+                   [&](bool& result) { result = OpenClientDatabase(client_path_, database_, strErrMsg); });
 }
 
 std::int32_t WrongQuestions::Load() {

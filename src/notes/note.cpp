@@ -52,13 +52,7 @@ void Note::ClientPath(std::u16string_view value) {
 // The log knows this operation under the name of another class's.
 bool Note::Init(std::u16string& strErrMsg) {
     return Trapped(u"TrainInfo.Init", false, [&](bool& result) {
-        const std::u16string file = ClientDatabase(client_path_);
-        if (!database_.IsOpen() && !FileExists(file)) {
-            strErrMsg = file + u"数据库不存在!";
-            return;
-        }
-        if (!database_.IsOpen()) database_.Open(file);
-        result = true;
+        result = database_.IsOpen() || OpenClientDatabase(client_path_, database_, strErrMsg);
     });
 }
 

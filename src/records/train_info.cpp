@@ -2,7 +2,6 @@
 
 #include "bank/client_folder.h"
 #include "core/convert.h"
-#include "core/files.h"
 #include "core/format.h"
 #include "core/log.h"
 #include "core/text.h"
@@ -34,15 +33,8 @@ void TrainInfo::ClientPath(std::u16string_view value) {
 }
 
 bool TrainInfo::Init(std::u16string& strErrMsg) {
-    return Trapped(u"TrainInfo.Init", false, [&](bool& result) {
-        const std::u16string file = ClientDatabase(client_path_);
-        if (!FileExists(file)) {
-            strErrMsg = file + u"数据库不存在!";
-            return;
-        }
-        database_.Open(file);
-        result = true;
-    });
+    return Trapped(u"TrainInfo.Init", false,
+                   [&](bool& result) { result = OpenClientDatabase(client_path_, database_, strErrMsg); });
 }
 
 std::int32_t TrainInfo::AddNewTrain(Date dStartDate, const std::int32_t& nUserId, std::int32_t nTheoryNo,

@@ -102,7 +102,7 @@ public:
         if (found == bitmaps_.end()) {
             const wxImage image = ui::DecodePicture(picture, size);
             const std::int64_t pixels = image.IsOk() ? std::int64_t{image.GetWidth()} * image.GetHeight() : 0;
-            if (pixels_ + pixels > ui::kMostPixels) {
+            if (pixels_ + pixels > document::kMostPixels) {
                 bitmaps_.clear();
                 pixels_ = 0;
             }
@@ -120,7 +120,7 @@ private:
     std::map<Key, wxFont> fonts_;
     std::map<const document::Picture*, wxBitmap> bitmaps_;
     std::int64_t pixels_ = 0;  // of all of them
-    ui::PictureBudget budget_{32 * ui::kMostPixels};
+    ui::PictureBudget budget_{32 * document::kMostPixels};
 };
 
 struct PageLayout::Strip {
@@ -182,7 +182,7 @@ void PageLayout::AddText(document::RichText text, Keep keep, int space_before) {
     }
 }
 
-// Stands with the last line above it, so that nobody writes on another page than he reads.
+// Kept with the line above, so that the space for the answer is on the same page.
 void PageLayout::AddRoom(int twips) {
     if (!strips_.empty()) strips_.back().keeps_with_next = true;
     Strip strip;

@@ -5,16 +5,14 @@
 #include <wx/pen.h>
 #include <wx/settings.h>
 
+#include "records/score.h"
+
 namespace qmtrain::review {
 namespace {
 
 constexpr int kGridStep = 20;    // percent
 constexpr int kGap = 8;          // pixels of an unscaled screen
 constexpr int kLegendLine = 20;  // one dash
-
-bool IsDark() {
-    return wxSystemSettings::GetAppearance().IsUsingDarkBackground();
-}
 
 wxString PassLabel() {
     return wxString::FromUTF8("及格 60%");
@@ -25,6 +23,10 @@ wxColour Faint(const wxColour& colour, unsigned char opacity) {
 }
 
 }  // namespace
+
+bool IsDark() {
+    return wxSystemSettings::GetAppearance().IsUsingDarkBackground();
+}
 
 ChartColours CurrentColours() {
     const bool dark = IsDark();

@@ -11,8 +11,6 @@
 
 namespace qmtrain::review {
 
-inline constexpr double kPassRate = 60;
-
 struct ChartColours {
     wxColour ground;
     wxColour text;
@@ -23,6 +21,9 @@ struct ChartColours {
     wxColour pass_line;
     wxColour trend;
 };
+
+// Whether the theme has light text on a dark ground.
+bool IsDark();
 
 // Of the theme as it is now.
 ChartColours CurrentColours();

@@ -160,13 +160,9 @@ int FrmTrain::ShowModal() {
 // False when there is nothing to list because the database cannot be read: list and chart say so then.
 bool FrmTrain::FillList() {
     trainings_.clear();
-    train_ids_.clear();
     const auto problem = ForEachTraining(
         source_.client_path, TrainingsQuery(source_.user_id, source_.subject_code, TrainingOrder::NewestFirst),
-        [this](const Training& training) {
-            train_ids_.push_back(training.id);
-            trainings_.push_back(training);
-        });
+        [this](const Training& training) { trainings_.push_back(training); });
     rows_.SetRows(trainings_.size(), [this](std::size_t row) { return ToListRow(trainings_[row]); });
     LvTrainInfo->Show(rows_);
     if (rows_.Size() == 0) {

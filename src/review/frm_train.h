@@ -34,9 +34,6 @@ public:
     // The candidate wants a training's paper again; the window is closed by then.
     std::function<void(std::int32_t TrainID, bool lblnBS)> RdDoQuestionPaper;
 
-    // The trainings in the order in which the list was filled.
-    const std::vector<std::int32_t>& TrainIds() const { return train_ids_; }
-
     ui::ListView* LvTrainInfo = nullptr;
     wxButton* BtnView = nullptr;
     wxButton* BtnReDo = nullptr;
@@ -70,7 +67,6 @@ private:
     PracticeSource source_;
     std::vector<Training> trainings_;  // in the order in which the list was filled
     ui::ListModel rows_;
-    std::vector<std::int32_t> train_ids_;
     HistorySort sort_;
     ChartOptions chart_options_;
 };

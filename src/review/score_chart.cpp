@@ -10,6 +10,7 @@
 
 #include "core/convert.h"
 #include "core/format.h"
+#include "records/score.h"
 #include "review/chart_paint.h"
 #include "ui/wx_text.h"
 
@@ -147,7 +148,7 @@ void ScoreChart::PaintBars(wxGraphicsContext& gc, const ChartGeometry& geometry)
     gc.SetPen(*wxTRANSPARENT_PEN);
     for (std::size_t i = 0; i < points_.size(); ++i) {
         const double percent = std::max(0.0, points_[i].percent);
-        const wxColour& colour = percent >= kPassRate ? colours.passed : colours.failed;
+        const wxColour& colour = IsPassRate(percent) ? colours.passed : colours.failed;
         gc.SetBrush(wxBrush(hovered_ == i ? Raised(colour) : colour));
         const double height = std::max<double>(FromDIP(kStub), geometry.Y(0) - geometry.Y(percent));
         gc.DrawRectangle(geometry.X(static_cast<double>(i)) - width / 2, geometry.Y(0) - height, width, height);
@@ -184,7 +185,7 @@ void ScoreChart::PaintLine(wxGraphicsContext& gc, const ChartGeometry& geometry)
     const double radius = FromDIP(kPointRadius);
     for (std::size_t i = 0; i < points_.size(); ++i) {
         const double percent = std::max(0.0, points_[i].percent);
-        gc.SetBrush(wxBrush(percent >= kPassRate ? colours.passed : colours.failed));
+        gc.SetBrush(wxBrush(IsPassRate(percent) ? colours.passed : colours.failed));
         const double size = hovered_ == i ? 1.6 * radius : radius;
         gc.DrawEllipse(geometry.X(static_cast<double>(i)) - size, geometry.Y(percent) - size, 2 * size, 2 * size);
     }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/date.h"
+#include "learning/figures.h"
 
 namespace qmtrain::review {
 
@@ -19,14 +20,8 @@ struct ScorePoint {
 
 ScorePoint ToScorePoint(std::int32_t train_id, Date start, float paper_score, float got_score);
 
-// Value = intercept + slope * place, places counted from 0.
-struct Line {
-    double intercept = 0;
-    double slope = 0;
-};
-
-// By least squares; nothing for fewer than two points.
-std::optional<Line> Regression(const std::vector<ScorePoint>& points);
+// Nothing for fewer than two points.
+std::optional<Trend> Regression(const std::vector<ScorePoint>& points);
 
 enum class ChartType : int { Bars = 1, Line = 3 };
 

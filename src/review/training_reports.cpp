@@ -5,6 +5,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "notes/note.h"
+#include "records/summary_query.h"
 #include "records/train_info.h"
 #include "records/train_result.h"
 #include "review/training_row.h"
@@ -74,11 +75,7 @@ report::Report PaperReport(const PaperSource& source) {
                          {kPaperHeaders[kStudentAnswer]},
                          {u"错误信息"},
                          {u"笔记"}};
-    float paper_score = 0;
-    float got_score = 0;
     for (std::int32_t number = 1; !rows->Eof(); rows->MoveNext()) {
-        paper_score += SingleOr(rows->Fields(u"QuestionScore").Value(), 0);
-        got_score += SingleOr(rows->Fields(u"AnswerScore").Value(), 0);
         const ui::ListRow row = ReadPaperRow(*rows, number++);
         QuestionPanes panes = ShowQuestionItem(source, row);
         report::Section section;
@@ -106,9 +103,12 @@ report::Report PaperReport(const PaperSource& source) {
                                   row.cells[kGotScore], row.cells[kTypeName], row.cells[kStandardAnswer],
                                   row.cells[kStudentAnswer], error, note_text});
     }
+    const auto summary = train.GetRecordset(SummaryQuery(u" And TI.TrainID=" + ToText(source.train_id)));
+    if (!summary) RaiseComponentError(u"qmtrain", u"无法读取这次练习。");
+    const Training training = summary->Eof() ? Training{} : ReadTraining(*summary);
     if (train.TrainUser()) made.subtitle = train.TrainUser()->UserName() + u"　";
-    made.subtitle += Format(train.startDate(), u"yyyy-mm-dd hh:nn") + u"　得分 " + ToText(Value(got_score)) + u" / " +
-                     ToText(Value(paper_score)) + (Passed(paper_score, got_score) ? u"，及格" : u"，不及格");
+    made.subtitle += Format(train.startDate(), u"yyyy-mm-dd hh:nn") + u"　得分 " + ToText(Value(training.got_score)) +
+                     u" / " + ToText(Value(training.paper_score)) + (training.Passed() ? u"，及格" : u"，不及格");
     return made;
 }
 

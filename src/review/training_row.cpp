@@ -6,6 +6,7 @@
 #include "core/format.h"
 #include "core/system.h"
 #include "core/text.h"
+#include "records/score.h"
 #include "records/summary_query.h"
 
 namespace qmtrain::review {
@@ -66,12 +67,12 @@ std::u16string_view KindText(const Training& training) {
     return training.theory_no > 0 && training.operation_no <= 0 ? kWritten : kOnComputer;
 }
 
-float Rate(float paper_score, float got_score) {
-    return paper_score == 0 ? 0 : std::min(got_score / paper_score * 100, 100.0F);
+float Training::Rate() const {
+    return static_cast<float>(qmtrain::Rate(paper_score, got_score));
 }
 
-bool Passed(float paper_score, float got_score) {
-    return paper_score != 0 && static_cast<double>(got_score / paper_score) >= 0.6;
+bool Training::Passed() const {
+    return qmtrain::Passed(paper_score, got_score);
 }
 
 std::u16string UseTimeText(std::int32_t seconds) {
@@ -80,8 +81,8 @@ std::u16string UseTimeText(std::int32_t seconds) {
 }
 
 ui::ListRow ToListRow(const Training& training) {
-    const float rate = Rate(training.paper_score, training.got_score);
-    const bool passed = Passed(training.paper_score, training.got_score);
+    const float rate = training.Rate();
+    const bool passed = training.Passed();
     ui::ListRow row;
     row.key = KeyOf(training.id);
     row.icon = passed ? kPassIcon : kFailIcon;

@@ -27,6 +27,9 @@ struct Training {
     std::int32_t use_time = -1;  // seconds, -1 when not known
     float paper_score = 0;
     float got_score = 0;
+
+    float Rate() const;  // percent
+    bool Passed() const;
 };
 
 // The current row of the summary.
@@ -39,12 +42,6 @@ std::vector<Training> OldestFirst(const std::vector<Training>& newest_first);
 std::u16string_view KindText(const Training& training);
 inline constexpr std::u16string_view kWritten = u"笔试";
 inline constexpr std::u16string_view kOnComputer = u"上机";
-
-// Points obtained in percent of the paper's total, at most 100; 0 for a paper without points.
-float Rate(float paper_score, float got_score);
-
-// Whether the points obtained are at least 0.6 of the paper's total.
-bool Passed(float paper_score, float got_score);
 
 // "01:02:05" for 3725 seconds; empty for -1.
 std::u16string UseTimeText(std::int32_t seconds);

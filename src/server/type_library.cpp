@@ -70,7 +70,7 @@ Argument DescribeArgument(std::u16string_view name, const PARAMDESC& description
 Member DescribeMember(const FunctionDescription& description, const Method& method) {
     const std::vector<std::u16string> names = description.Names();
     if (!EqualNames(names[0], method.name) || description->invkind != method.kind)
-        Raise(ErrorNumber::InvalidOperation, {method.name});
+        Raise(ErrorNumber::CannotCreateObject, {method.name});
     Member member;
     member.id = description->memid;
     member.method = &method;
@@ -109,10 +109,11 @@ ClassInformation::ClassInformation(const Class& described) {
         const FunctionDescription description(information.Get(), i);
         const int slot = description->oVft / static_cast<int>(sizeof(void*)) - kInheritedMethods;
         if (slot < 0) continue;
-        if (slot >= static_cast<int>(described.methods.size())) Raise(ErrorNumber::InvalidOperation, {described.name});
+        if (slot >= static_cast<int>(described.methods.size()))
+            Raise(ErrorNumber::CannotCreateObject, {described.name});
         members_.push_back(DescribeMember(description, described.methods[slot]));
     }
-    if (members_.size() != described.methods.size()) Raise(ErrorNumber::InvalidOperation, {described.name});
+    if (members_.size() != described.methods.size()) Raise(ErrorNumber::CannotCreateObject, {described.name});
 }
 
 const Member* ClassInformation::Find(std::u16string_view name) const {

@@ -20,7 +20,7 @@ public:
         if (!is_new) return known->second;
         const document::PixelSize size = document::SizeInPixels(picture).value_or(document::PixelSize{});
         const std::int64_t pixels = std::int64_t{size.width} * size.height;
-        known->second = pixels <= kMostPixels && pixels_ + pixels <= most_pixels_;
+        known->second = pixels <= document::kMostPixels && pixels_ + pixels <= most_pixels_;
         if (known->second) pixels_ += pixels;
         return known->second;
     }

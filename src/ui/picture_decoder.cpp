@@ -23,7 +23,8 @@ wxBitmapType TypeOf(document::Picture::Kind kind) {
 wxImage DecodePicture(const document::Picture& picture, wxSize shown) {
     const auto size = document::SizeInPixels(picture);
     const wxBitmapType type = TypeOf(picture.kind);
-    if (!size || type == wxBITMAP_TYPE_INVALID || std::int64_t{size->width} * size->height > kMostPixels) return {};
+    if (!size || type == wxBITMAP_TYPE_INVALID || std::int64_t{size->width} * size->height > document::kMostPixels)
+        return {};
     const wxLogNull silent;
     const Bytes file = document::PictureFile(picture);
     wxMemoryInputStream stream(file.data(), file.size());

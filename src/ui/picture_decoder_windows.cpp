@@ -56,7 +56,7 @@ wxImage DecodePicture(const document::Picture& picture, wxSize shown) {
     UINT width = 0;
     UINT height = 0;
     if (!frame.pixels || FAILED(frame.pixels->GetSize(&width, &height)) || width == 0 || height == 0) return {};
-    if (std::uint64_t{width} * height > std::uint64_t{kMostPixels}) return {};
+    if (std::uint64_t{width} * height > std::uint64_t{document::kMostPixels}) return {};
     if (static_cast<int>(width) > shown.x && static_cast<int>(height) > shown.y && shown.x > 0 && shown.y > 0) {
         width = static_cast<UINT>(shown.x);
         height = static_cast<UINT>(shown.y);

@@ -65,7 +65,7 @@ private:
     Face* last_face_ = nullptr;
     bool by_character_ = false;
     std::map<std::tuple<const document::Picture*, int, int>, wxBitmap> bitmaps_;
-    PictureBudget budget_{4 * kMostPixels};
+    PictureBudget budget_{4 * document::kMostPixels};
 };
 
 }  // namespace qmtrain::ui

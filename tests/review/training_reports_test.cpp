@@ -70,5 +70,20 @@ TEST_F(ReportsTest, APaperWithItsAnswersErrorsAndNotes) {
     }
 }
 
+// Ten times 0.7, added up in singles, would be 6.999999.
+TEST_F(ReportsTest, APaperHasTheTotalsThatTheListShows) {
+    Execute(
+        u"INSERT INTO Tbl_SetUser VALUES (7, '王小明', '1');"
+        u"INSERT INTO Tbl_QuestionType VALUES (1, '单项选择题', Null, '1');"
+        u"INSERT INTO TrainInfo (UserId, SubjectCode, StartDate) VALUES (7, 1, #2005-04-02 08:30:00#)");
+    for (int i = 0; i < 10; ++i) {
+        Execute(
+            u"INSERT INTO TrainResult (TrainID, QuestionType, DataCode, QuestionRecNo, QuestionScore, AnswerScore)"
+            u" VALUES (1, 1, 'VB', '000101', 0.7, 0.42)");
+    }
+    EXPECT_EQ(ToUtf8(PaperReport(Source(false)).subtitle), "王小明　2005-04-02 08:30　得分 4.2 / 7，及格");
+    EXPECT_EQ(Row(HistoryReport(Path(), -1, -1).sections[0].table.rows[0]), "2005-04-02 08:30|上机||7|4.2|60.0|");
+}
+
 }  // namespace
 }  // namespace qmtrain::review

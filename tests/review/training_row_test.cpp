@@ -37,6 +37,7 @@ TEST(TrainingRow, ScoresDecideTextsIconAndWarning) {
         {"just failed", 100, 59, false, "100|59|59.0|0100|0059|059.0"},
         {"just passed", 100, 60, true, "100|60|60.0|0100|0060|060.0"},
         {"just passed in small points", 1, 0.6F, true, "1|0.6|60.0|0001|0001|060.0"},
+        {"passed but for the rounding of singles", 1.5F, 0.9F, true, "1.5|0.9|60.0|0002|0001|060.0"},
         {"halves", 72, 37.5F, false, "72|37.5|52.1|0072|0038|052.1"},
         {"more than the total", 50, 60, true, "50|60|100.0|0050|0060|100.0"},
         {"a paper without points", 0, 5, false, "0|5|0.0|0000|0005|000.0"},

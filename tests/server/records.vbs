@@ -2,20 +2,6 @@ Dim t, r, n, s, rs, message, id, user, started, field, names, ok
 Set t = CreateObject("QmTrainInfo.TrainInfo")
 Set r = CreateObject("QmTrainInfo.TrainResult")
 
-' A new training has the documented values.
-Check "ClientPath", t.ClientPath, ""
-CheckTrue "TrainUser", t.TrainUser Is Nothing
-CheckTrue "TrainSubject", t.TrainSubject Is Nothing
-Check "startDate", t.startDate, CDate(0)
-Check "endDate", t.endDate, CDate(0)
-Check "UserTime", t.UserTime, CLng(-1)
-Check "TheoryNo", t.TheoryNo, CLng(-1)
-Check "OperationNo", t.OperationNo, CLng(-1)
-Check "AnswerScore", t.AnswerScore, CSng(-1)
-Check "TrainID", t.TrainID, CLng(-1)
-Check "SubjectCode", t.SubjectCode, CLng(-1)
-Check "UserId", t.UserId, CLng(0)
-
 ' A folder without a client database is refused; the message comes through Init, too.
 On Error Resume Next
 t.ClientPath = Folder & "\none"

@@ -5,6 +5,7 @@
 #include "core/text.h"
 #include "sql/parse/lexer.h"
 #include "sql/support.h"
+#include "support/raised.h"
 
 namespace qmtrain::sql {
 namespace {
@@ -133,13 +134,8 @@ constexpr Broken kBroken[] = {
     {"TRANSFORM Sum(A) SELECT B FROM T PIVOT C", 3129},
 };
 
-int ErrorOf(std::u16string_view text) {
-    try {
-        Parse(text);
-    } catch (const AutomationError& error) {
-        return error.Number();
-    }
-    return 0;
+std::int32_t ErrorOf(std::u16string_view text) {
+    return qmtrain::ErrorOf([&] { Parse(text); });
 }
 
 TEST(Words, AreReservedAsAWhole) {

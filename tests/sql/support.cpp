@@ -3,6 +3,7 @@
 #include "core/convert.h"
 #include "core/error.h"
 #include "core/text.h"
+#include "support/raised.h"
 
 namespace qmtrain::sql {
 namespace {
@@ -53,13 +54,8 @@ std::int64_t RunSql(Catalog& catalog, std::string_view sql) {
     return affected;
 }
 
-int ErrorOf(Catalog& catalog, std::string_view sql) {
-    try {
-        RunOne(catalog, Parse(FromUtf8(sql)));
-    } catch (const AutomationError& error) {
-        return error.Number();
-    }
-    return 0;
+std::int32_t ErrorOf(Catalog& catalog, std::string_view sql) {
+    return qmtrain::ErrorOf([&] { RunOne(catalog, Parse(FromUtf8(sql))); });
 }
 
 std::string Evaluate(std::string_view expression) {

@@ -21,7 +21,7 @@ std::vector<std::string> Rows(Catalog& catalog, std::string_view sql);
 std::int64_t RunSql(Catalog& catalog, std::string_view sql);
 
 // The number of the error that parsing or running raises, 0 when there is none. Rows are read to the end.
-int ErrorOf(Catalog& catalog, std::string_view sql);
+std::int32_t ErrorOf(Catalog& catalog, std::string_view sql);
 
 // The value of an expression without tables.
 std::string Evaluate(std::string_view expression);

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "core/csv.h"
 #include "core/files.h"
 #include "core/text.h"
 #include "dao/jet_columns.h"
@@ -41,8 +42,7 @@ std::u16string ReadScript(const std::string& name) {
     }
     std::istream& in = name == "-" ? std::cin : file;
     std::string text((std::istreambuf_iterator<char>(in)), {});
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
+    if (text.starts_with(kUtf8Mark)) text.erase(0, kUtf8Mark.size());
     return FromUtf8(text);
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "core/csv.h"
 #include "core/files.h"
 #include "core/system.h"
 #include "core/text.h"
@@ -21,8 +22,7 @@ std::u16string FirstLineOf(const std::string& name) {
     if (!file) Raise(ErrorNumber::FileNotFound, {FromUtf8(name)});
     std::string line;
     std::getline(file, line);
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
+    if (line.starts_with(kUtf8Mark)) line.erase(0, kUtf8Mark.size());
     if (line.ends_with('\r')) line.pop_back();
     return FromUtf8(line);
 }

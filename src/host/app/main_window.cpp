@@ -268,7 +268,7 @@ void MainWindow::FillPast() {
     LvLast->DeleteAllItems();
     for (const PastPractice& one : std::span(overview_.past).first(std::min(overview_.past.size(), kLastShown))) {
         const review::Training& training = one.training;
-        const bool passed = review::Passed(training.paper_score, training.got_score);
+        const bool passed = training.Passed();
         const std::u16string kind = one.mode ? std::u16string(ModeText(*one.mode)).substr(0, 2) : u"—";
         wxVector<wxVariant> cells;
         for (const std::u16string& cell :

@@ -13,6 +13,7 @@
 #include "host/papers/outcome.h"
 #include "host/widgets/look.h"
 #include "host/widgets/window_place.h"
+#include "records/score.h"
 #include "report/printing.h"
 #include "review/answer_text.h"
 #include "ui/layout.h"
@@ -326,7 +327,7 @@ void AnalysisWindow::FillCandidates() {
                      one.trend ? Format(*one.trend, u"+0.0;-0.0;0.0") : std::u16string(u"—"),
                      PercentText(one.right_share),
                      Format(one.last_day, u"yyyy-mm-dd")};
-        row.warning = any && one.average < 60;
+        row.warning = any && !IsPassRate(one.average);
         candidate_rows_.Add(std::move(row));
     }
     LvCandidates->Show(candidate_rows_);

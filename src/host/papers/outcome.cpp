@@ -6,8 +6,8 @@
 
 #include "core/format.h"
 #include "core/text.h"
+#include "records/score.h"
 #include "review/answer_text.h"
-#include "review/training_row.h"
 
 namespace qmtrain::host {
 
@@ -25,24 +25,24 @@ Verdict QuestionOutcome::GetVerdict() const {
     return mark.score > 0 ? Verdict::Partly : Verdict::Wrong;
 }
 
-float Outcome::Score() const {
-    float sum = 0;
-    for (const QuestionOutcome& question : questions) sum += question.mark.score;
+double Outcome::Score() const {
+    double sum = 0;
+    for (const QuestionOutcome& question : questions) sum += static_cast<double>(question.mark.score);
     return sum;
 }
 
-float Outcome::FullScore() const {
-    float sum = 0;
-    for (const QuestionOutcome& question : questions) sum += question.full_score;
+double Outcome::FullScore() const {
+    double sum = 0;
+    for (const QuestionOutcome& question : questions) sum += static_cast<double>(question.full_score);
     return sum;
 }
 
 float Outcome::Rate() const {
-    return review::Rate(FullScore(), Score());
+    return static_cast<float>(qmtrain::Rate(FullScore(), Score()));
 }
 
 bool Outcome::Passed() const {
-    return review::Passed(FullScore(), Score());
+    return qmtrain::Passed(FullScore(), Score());
 }
 
 std::vector<KindOutcome> Outcome::ByKind() const {
@@ -53,8 +53,8 @@ std::vector<KindOutcome> Outcome::ByKind() const {
         if (found == kinds.end()) found = kinds.insert(kinds.end(), {question.kind});
         ++found->questions;
         if (question.GetVerdict() == Verdict::Right) ++found->right;
-        found->score += question.mark.score;
-        found->full_score += question.full_score;
+        found->score += static_cast<double>(question.mark.score);
+        found->full_score += static_cast<double>(question.full_score);
     }
     return kinds;
 }

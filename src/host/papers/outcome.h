@@ -29,8 +29,8 @@ struct KindOutcome {
     QuestionKind kind = QuestionKind::Unknown;
     int questions = 0;
     int right = 0;
-    float score = 0;
-    float full_score = 0;
+    double score = 0;
+    double full_score = 0;
 };
 
 struct Outcome {
@@ -39,8 +39,8 @@ struct Outcome {
     std::optional<float> rate_before;  // percent, of the previous attempt at the same paper
     bool recorded = true;              // else the server could not be reached, and the practice waits for it
 
-    float Score() const;
-    float FullScore() const;
+    double Score() const;
+    double FullScore() const;
     float Rate() const;  // percent
     bool Passed() const;
 

@@ -20,7 +20,7 @@ namespace {
 constexpr std::int32_t kMostMinutes = 6000;
 constexpr std::size_t kMostOptions = 26;  // A to Z
 
-// A number that no answer can be would end everything that reads it.
+// Answers beyond a Long would make every reader of the result fail.
 bool IsLongOrNone(std::u16string_view answer) {
     if (!IsNumeric(answer)) return true;
     try {
@@ -176,9 +176,9 @@ PracticeSource SourceIn(const DataFolder& folder, Edition edition, std::int32_t 
 }
 
 float Paper::FullScore() const {
-    float sum = 0;
-    for (const PaperQuestion& question : questions) sum += question.score;
-    return sum;
+    double sum = 0;
+    for (const PaperQuestion& question : questions) sum += static_cast<double>(question.score);
+    return static_cast<float>(sum);
 }
 
 std::vector<Paper> PapersOf(const DataFolder& folder, std::int32_t subject) {

@@ -61,9 +61,8 @@ std::u16string Overview::FiguresText() const {
     if (rates.empty()) return u"还没有成绩。";
     float sum = 0;
     for (const float rate : rates) sum += rate;
-    const auto passed = std::count_if(past.begin(), past.end(), [](const PastPractice& one) {
-        return IsWhole(one) && review::Passed(one.training.paper_score, one.training.got_score);
-    });
+    const auto passed = std::count_if(past.begin(), past.end(),
+                                      [](const PastPractice& one) { return IsWhole(one) && one.training.Passed(); });
     return u"共练习 " + ToText(static_cast<std::int64_t>(rates.size())) + u" 次，及格 " + ToText(passed) +
            u" 次；平均 " + Format(sum / static_cast<float>(rates.size()), u"0.0") + u"%，最好 " +
            Format(*std::max_element(rates.begin(), rates.end()), u"0.0") + u"%";
@@ -112,7 +111,7 @@ std::optional<float> RateBefore(const DataFolder& folder, const Paper& paper, st
         if (training.id == train_id || !IsOf(training, paper)) continue;
         const auto known = finished.find(training.id);
         if (known != finished.end() && known->second.mode == Mode::Mistakes) continue;
-        return review::Rate(training.paper_score, training.got_score);
+        return training.Rate();
     }
     return std::nullopt;
 }

@@ -18,7 +18,7 @@ struct PastPractice {
     std::optional<Mode> mode = {};  // not known of trainings that other programs recorded
     std::optional<Edition> edition = {};
 
-    float Rate() const { return review::Rate(training.paper_score, training.got_score); }
+    float Rate() const { return training.Rate(); }
 };
 
 struct PaperSummary {

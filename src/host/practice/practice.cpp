@@ -330,7 +330,8 @@ void Practice::RecordTraining(const Outcome& outcome, Date end) {
     {
         TrainInfo train;
         OpenTrainings(train, folder_);
-        if (!train.Update(train_id_, end, outcome.Score())) Fail(u"无法记录成绩，" + std::u16string(kAgain));
+        if (!train.Update(train_id_, end, static_cast<float>(outcome.Score())))
+            Fail(u"无法记录成绩，" + std::u16string(kAgain));
     }
     // A practice that was left for a while took less time than lies between its start and its end.
     dao::Connection(ClientDatabase(folder_.path))

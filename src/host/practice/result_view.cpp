@@ -13,6 +13,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "host/widgets/signs.h"
+#include "records/score.h"
 #include "ui/layout.h"
 #include "ui/wx_text.h"
 
@@ -20,18 +21,13 @@ namespace qmtrain::host {
 namespace {
 
 constexpr int kBarHeight = 12;  // pixels of an unscaled screen
-constexpr double kPass = 0.6;
 
-std::u16string Points(float score) {
-    return ToText(Value(score));
+std::u16string Points(double score) {
+    return ToText(Value(static_cast<float>(score)));
 }
 
 std::u16string Count(int number) {
     return ToText(static_cast<std::int64_t>(number));
-}
-
-Tint TintOf(double share) {
-    return share >= kPass ? Tint::Good : Tint::Bad;
 }
 
 }  // namespace
@@ -95,13 +91,13 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
     text_ = u"总分 " + Points(outcome.FullScore()) + u"，得分 " + Points(outcome.Score()) + u"，" +
             (passed ? u"及格" : u"不及格") + u"。" + time + u"。";
     for (const KindOutcome& kind : outcome.ByKind()) {
-        const double share = kind.full_score > 0 ? kind.score / kind.full_score : 0;
+        const double rate_of_kind = Rate(kind.full_score, kind.score);
         const std::u16string points = Points(kind.score) + u" / " + Points(kind.full_score) + u" 分　对 " +
                                       Count(kind.right) + u" / " + Count(kind.questions) + u" 题";
         grid->Add(MakeLabel(page, KindName(kind.kind)), 0, wxALIGN_CENTRE_VERTICAL);
-        grid->Add(
-            new ShareBar(page, share, TintOf(share), std::u16string(KindName(kind.kind)) + u"，" + points, kBarHeight),
-            1, wxEXPAND | wxALIGN_CENTRE_VERTICAL);
+        grid->Add(new ShareBar(page, rate_of_kind / 100, IsPassRate(rate_of_kind) ? Tint::Good : Tint::Bad,
+                               std::u16string(KindName(kind.kind)) + u"，" + points, kBarHeight),
+                  1, wxEXPAND | wxALIGN_CENTRE_VERTICAL);
         grid->Add(MakeLabel(page, points), 0, wxALIGN_CENTRE_VERTICAL);
         text_.append(KindName(kind.kind)).append(u" ").append(points).append(u"。");
     }

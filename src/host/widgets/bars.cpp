@@ -14,6 +14,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "host/widgets/look.h"
+#include "records/score.h"
 #include "review/chart_geometry.h"
 #include "review/chart_paint.h"
 #include "ui/layout.h"
@@ -125,7 +126,7 @@ void RateBars::Paint(wxGraphicsContext& gc, wxSize size) {
         gc.SetPen(*wxTRANSPARENT_PEN);
         gc.SetBrush(wxBrush(colours.grid));
         gc.DrawRectangle(left, middle - thick / 2, width, thick);
-        gc.SetBrush(wxBrush(bar.rate >= review::kPassRate ? colours.passed : colours.failed));
+        gc.SetBrush(wxBrush(IsPassRate(bar.rate) ? colours.passed : colours.failed));
         gc.DrawRectangle(left, middle - thick / 2,
                          std::max<double>(FromDIP(2), width * std::min(100.0, bar.rate) / 100), thick);
         gc.DrawText(ui::ToWx(Rate(bar.rate)), left + width + gap, middle - height / 2);
@@ -135,7 +136,7 @@ void RateBars::Paint(wxGraphicsContext& gc, wxSize size) {
         gc.DrawText(ui::ToWx(u"(" + ToText(bar.times) + u")"), left + width + gap + shown, middle - height / 2);
     }
     gc.SetPen(wxPen(colours.pass_line, FromDIP(1), wxPENSTYLE_SHORT_DASH));
-    const double pass = left + width * review::kPassRate / 100;
+    const double pass = left + width * kPassRate / 100;
     gc.StrokeLine(pass, 0, pass, static_cast<double>(bars_.size()) * row);
 }
 
@@ -334,7 +335,7 @@ void PaceChart::Paint(wxGraphicsContext& gc, wxSize size) {
         const double x = area.left + point.seconds * scale;
         const double y = geometry.Y(point.rate);
         if (many && !drawn.emplace(static_cast<int>(x / radius), static_cast<int>(y / radius)).second) continue;
-        gc.SetBrush(wxBrush(point.rate >= review::kPassRate ? colours.passed : colours.failed));
+        gc.SetBrush(wxBrush(IsPassRate(point.rate) ? colours.passed : colours.failed));
         gc.DrawEllipse(x - radius, y - radius, 2 * radius, 2 * radius);
     }
 }

@@ -8,6 +8,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "host/widgets/look.h"
+#include "records/score.h"
 #include "ui/layout.h"
 #include "ui/wx_text.h"
 
@@ -15,7 +16,6 @@ namespace qmtrain::host {
 namespace {
 
 constexpr std::size_t kShown = 20;
-constexpr float kPass = 60;
 const wxSize kSize(160, 56);  // pixels of an unscaled screen
 
 }  // namespace
@@ -48,11 +48,11 @@ void Curve::Paint() {
     const double left = margin + extent.x + margin;
     const double width = GetClientSize().x - left - margin;
     const double height = GetClientSize().y - 2 * margin;
-    const auto y_of = [&](float rate) { return margin + height * (1 - rate / 100); };
-    dc.DrawText(label, static_cast<int>(margin), static_cast<int>(y_of(kPass)) - extent.y / 2);
+    const auto y_of = [&](double rate) { return margin + height * (1 - rate / 100); };
+    dc.DrawText(label, static_cast<int>(margin), static_cast<int>(y_of(kPassRate)) - extent.y / 2);
     const std::unique_ptr<wxGraphicsContext> graphics(wxGraphicsContext::Create(dc));
     graphics->SetPen(graphics->CreatePen(wxGraphicsPenInfo(Colour(Tint::Quiet)).Width(1).Style(wxPENSTYLE_SHORT_DASH)));
-    graphics->StrokeLine(left, y_of(kPass), left + width, y_of(kPass));
+    graphics->StrokeLine(left, y_of(kPassRate), left + width, y_of(kPassRate));
     if (rates_.empty()) return;
     const auto x_of = [&](std::size_t i) {
         return rates_.size() < 2 ? left + width / 2

@@ -5,14 +5,11 @@
 #include <wx/bmpbndl.h>
 #include <wx/settings.h>
 
+#include "review/chart_paint.h"
 #include "ui/wx_text.h"
 
 namespace qmtrain::host {
 namespace {
-
-bool IsDark() {
-    return wxSystemSettings::GetAppearance().IsUsingDarkBackground();
-}
 
 wxColour System(wxSystemColour colour) {
     return wxSystemSettings::GetColour(colour);
@@ -37,7 +34,7 @@ wxColour Mixed(const wxColour& first, const wxColour& second, double share) {
 }
 
 wxColour Colour(Tint tint) {
-    const bool dark = IsDark();
+    const bool dark = review::IsDark();
     switch (tint) {
         case Tint::Text: return System(wxSYS_COLOUR_WINDOWTEXT);
         case Tint::Quiet: return Mixed(Colour(Tint::Text), Colour(Tint::Ground), 0.68);

@@ -1,4 +1,4 @@
-// Values as byte strings that compare like the values do: for sorting, grouping, hashing and telling doubles.
+// Values as byte strings that compare like the values do: for sorting, grouping, hashing and finding duplicates.
 #pragma once
 
 #include <cstdint>

@@ -26,7 +26,7 @@ public:
     // A new row of Empty values. The texts of the one before are counted now.
     Value* Add();
 
-    // A row that was counted has got so many bytes more.
+    // Accounts for bytes added to a row already counted.
     void Grown(std::size_t bytes) { held_.Cover(bytes_ += bytes); }
 
     Value* At(std::size_t row) {

@@ -15,8 +15,7 @@ struct JoinPlan {
     bool ordered = false;  // the rows come in the order that was wished for
 };
 
-// The order wished for may be satisfied by an index when there
-// is a single table; otherwise it is not looked at. The plan keeps what expressions are made.
+// An index may provide the wished order when there is a single table. The plan owns the expressions that are created.
 JoinPlan PlanJoins(Plan& plan, Tables tables, JoinNode& root, std::vector<Conjunct>& where, const RowsWish& wish);
 
 }  // namespace qmtrain::sql

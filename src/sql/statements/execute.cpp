@@ -5,6 +5,12 @@
 
 namespace qmtrain::sql {
 
+std::shared_ptr<Table> RequireTable(Catalog& catalog, const std::u16string& name) {
+    auto table = catalog.FindTable(name);
+    if (table == nullptr) Raise(ErrorNumber::NoSuchTable, {name});
+    return table;
+}
+
 void ExplainPlan(std::u16string_view heading, const Plan& plan, const BindContext& context, Explanation& out) {
     if (heading.empty()) {
         plan.root->Explain(out);

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <string>
 
 #include "sql/ast.h"
 #include "sql/binding/binder.h"
@@ -19,6 +21,9 @@ std::int64_t Run(Catalog& catalog, const ast::CreateIndex& create);
 std::int64_t Run(Catalog& catalog, const ast::DropTable& drop);
 std::int64_t Run(Catalog& catalog, const ast::DropIndex& drop);
 std::int64_t Run(Catalog& catalog, const ast::AlterTable& alter);
+
+// Raises NoSuchTable.
+std::shared_ptr<Table> RequireTable(Catalog& catalog, const std::u16string& name);
 
 // What they would do, for people.
 void Explain(Catalog& catalog, Parameters& parameters, const ast::Select& select, Explanation& out);  // SELECT … INTO

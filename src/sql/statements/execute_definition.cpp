@@ -74,12 +74,6 @@ void AddConstraint(TableDefinition& table, const ast::Constraint& constraint) {
     table.indexes.push_back(std::move(index));
 }
 
-std::shared_ptr<Table> RequireTable(Catalog& catalog, const std::u16string& name) {
-    auto table = catalog.FindTable(name);
-    if (table == nullptr) Raise(ErrorNumber::NoSuchTable, {name});
-    return table;
-}
-
 void AddConstraint(Catalog& catalog, const std::u16string& name, const ast::Constraint& constraint) {
     const std::shared_ptr<Table> table = RequireTable(catalog, name);
     if (const auto* reference = std::get_if<ast::ReferenceDefinition>(&constraint)) {

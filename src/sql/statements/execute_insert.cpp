@@ -46,12 +46,6 @@ private:
     WorkSteps steps_;
 };
 
-std::shared_ptr<Table> RequireTable(Catalog& catalog, const std::u16string& name) {
-    auto table = catalog.FindTable(name);
-    if (table == nullptr) Raise(ErrorNumber::NoSuchTable, {name});
-    return table;
-}
-
 int RequireColumn(const Table& table, const std::u16string& name) {
     const auto& columns = table.Columns();
     const auto found =
