@@ -39,7 +39,7 @@ Connection::Handles::~Handles() {
 // Opening
 
 Connection::Connection(std::shared_ptr<Handles> handles, std::u16string place)
-    : handles_(std::move(handles)), place_(std::move(place)) {}
+    : handles_(std::move(handles)), thread_(std::make_unique<CallThread>()), place_(std::move(place)) {}
 
 Connection::~Connection() {
     if (in_transaction_) Rollback();
@@ -72,6 +72,7 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
     }
     handles->connected = true;
     std::unique_ptr<Connection> connection(new Connection(std::move(handles), connect.Place()));
+    connection->rows_come_later_ = whole.Get(u"UseDeclareFetch") == u"1";
     connection->TimeLimit(limit);
     connection->SetUp();
     connection->TimeLimit({});
@@ -165,11 +166,11 @@ void Connection::RequireAnswers() const {
 
 std::int16_t Connection::Wait(std::function<std::int16_t()> call) {
     RequireAnswers();
-    if (time_limit_ == 0) return call();
-    if (thread_ == nullptr) thread_ = std::make_unique<CallThread>();
     const auto result = std::make_shared<std::int16_t>();
     const auto run = [call = std::move(call), result, held = handles_] { *result = call(); };
-    if (thread_->Run(run, std::chrono::seconds(time_limit_) + kAnswer)) return *result;
+    std::optional<std::chrono::milliseconds> limit;
+    if (time_limit_ > 0) limit = std::chrono::seconds(time_limit_) + kAnswer;
+    if (thread_->Run(run, limit)) return *result;
     given_up_ = true;
     alive_ = false;
     RequireAnswers();
@@ -215,12 +216,12 @@ std::vector<std::u16string> Connection::TakeBefore() {
 void Connection::UndoStatement(bool guarded) noexcept {
     guarded_ = guarded;
     if (!alive_) return;
-    if (!guarded) {
-        handles_->library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
-        return;
-    }
     try {
-        Statement(*this).Send(u"ROLLBACK TO SAVEPOINT statement", {});
+        if (guarded) {
+            Statement(*this).Send(u"ROLLBACK TO SAVEPOINT statement", {});
+        } else {
+            End(SQL_ROLLBACK);
+        }
     } catch (const AutomationError&) {  // the transaction is lost, which its next statement tells
     }
 }
@@ -236,20 +237,24 @@ void Connection::Rollback() noexcept {
     }
 }
 
+// Returns what the library does.
+std::int16_t Connection::End(std::int16_t how) {
+    return Wait([&library = handles_->library, connection = handles_->connection, how]() -> SQLRETURN {
+        return library.EndTran(SQL_HANDLE_DBC, connection, how);
+    });
+}
+
 void Connection::EndTransaction(bool commit) {
     const Library& library = handles_->library;
     before_.clear();
     guarded_ = begun_ = false;
     const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes
-    const auto end = [&library, connection = handles_->connection, commit]() -> SQLRETURN {
-        return library.EndTran(SQL_HANDLE_DBC, connection, commit ? SQL_COMMIT : SQL_ROLLBACK);
-    };
     in_transaction_ = false;
-    const SQLRETURN result = Wait(end);
+    const SQLRETURN result = End(commit ? SQL_COMMIT : SQL_ROLLBACK);
     Diagnostics diagnostics;
     if (!Succeeded(result)) {
         diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles_->connection);
-        if (commit) library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
+        if (commit) End(SQL_ROLLBACK);
         if (MeansLost(diagnostics) || !commit) alive_ = false;
     }
     library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
@@ -257,7 +262,8 @@ void Connection::EndTransaction(bool commit) {
     if (lost && commit) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"连接已中断，事务没有完成。"});
 }
 
-// The library calls the server on another line, and waits there without a limit.
+// The library calls the server on another line, and waits there without a limit. Where nobody answers, who waits for
+// the statement is told so.
 void Connection::Cancel() noexcept {
     const std::scoped_lock lock(running_mutex_);
     if (running_ == nullptr || given_up_) return;
@@ -266,124 +272,9 @@ void Connection::Cancel() noexcept {
         if (CallThread().Run(cancel, kAnswer)) return;
         given_up_ = true;
         alive_ = false;
+        thread_->GiveUp();
     } catch (const std::exception&) {  // no thread: the statement goes on
     }
-}
-
-// Statement
-
-Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
-    connection.RequireAnswers();
-    std::vector<Connection::Handles::Ended>& ended = connection.handles_->ended;
-    if (ended.empty()) {
-        Allocate();
-    } else {
-        handle_ = ended.back().handle;
-        time_limit_ = ended.back().time_limit;
-        ended.pop_back();
-    }
-    if (time_limit_ != connection.time_limit_) {
-        time_limit_ = connection.time_limit_;
-        library_.SetStmtAttr(handle_, SQL_ATTR_QUERY_TIMEOUT, Number(static_cast<SQLULEN>(time_limit_)), 0);
-    }
-}
-
-void Statement::Allocate() {
-    const SQLHDBC handle = connection_.handles_->connection;
-    if (!Succeeded(library_.AllocHandle(SQL_HANDLE_STMT, handle, &handle_))) {
-        const Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_DBC, handle);
-        if (MeansLost(diagnostics)) connection_.alive_ = false;
-        RaiseFor(diagnostics, {}, connection_.place_);
-    }
-    library_.SetStmtAttr(handle_, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
-}
-
-Statement::~Statement() {
-    constexpr std::size_t kMostEnded = 4;
-    if (connection_.given_up_) return;
-    std::vector<Connection::Handles::Ended>& ended = connection_.handles_->ended;
-    const bool keep =
-        keep_ && connection_.alive_ && ended.size() < kMostEnded && Succeeded(library_.FreeStmt(handle_, SQL_CLOSE));
-    if (keep)
-        ended.push_back({handle_, time_limit_});
-    else
-        library_.FreeHandle(SQL_HANDLE_STMT, handle_);
-}
-
-Statement::Running::Running(Statement& statement) : connection_(statement.connection_) {
-    const std::scoped_lock lock(connection_.running_mutex_);
-    connection_.running_ = &statement;
-}
-
-Statement::Running::~Running() {
-    const std::scoped_lock lock(connection_.running_mutex_);
-    connection_.running_ = nullptr;
-}
-
-bool Statement::Check(SQLRETURN result, const Doing& doing) {
-    if (Succeeded(result)) return true;
-    if (result == SQL_NO_DATA) return false;
-    connection_.RequireAnswers();
-    Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_STMT, handle_);
-    // Not every driver says so by the error's state.
-    SQLUINTEGER dead = SQL_CD_FALSE;
-    library_.GetConnectAttr(connection_.handles_->connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER,
-                            nullptr);
-    if (dead == SQL_CD_TRUE) diagnostics.state = u"08S01";
-    if (MeansLost(diagnostics)) connection_.alive_ = false;
-    failed_state_ = diagnostics.state;
-    RaiseFor(diagnostics, doing, connection_.place_);
-}
-
-void Statement::Send(std::u16string_view sql, const Doing& doing) {
-    const auto text = std::make_shared<const std::u16string>(sql);
-    const auto send = [&library = library_, handle = handle_, text] {
-        return library.ExecDirect(handle, ToWide(*text), static_cast<SQLINTEGER>(text->size()));
-    };
-    Run([&] { return connection_.Wait(send); }, doing);
-}
-
-void Statement::Execute(const Request& request, const Doing& doing) {
-    PreparedStatements::Entry* prepared = connection_.prepared_.Use(request);
-    if (prepared == nullptr) return Execute({}, request.Whole(), doing);
-    try {
-        Execute(prepared->Preparing(request), prepared->Calling(request), doing);
-        prepared->Called();
-        return;
-    } catch (const AutomationError&) {
-        if (!connection_.alive_ || !prepared->Correct(failed_state_)) throw;
-    }
-    Execute({}, request.Whole(), doing);
-}
-
-// In a transaction a statement that fails leaves it as it was.
-void Statement::Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing) {
-    // The server takes it for the end of the text.
-    if (sql.find(u'\0') != sql.npos) Raise(doing.failure, {doing.table, u"文本中有字符 U+0000。"});
-    std::vector<std::u16string> before;
-    if (connection_.in_transaction_) before = connection_.TakeBefore();
-    const bool guarded = !before.empty();
-    before.insert(before.end(), first.begin(), first.end());
-    try {
-        SendAll(before, sql, doing);
-    } catch (const AutomationError&) {
-        if (connection_.in_transaction_) connection_.UndoStatement(guarded);
-        throw;
-    }
-    if (connection_.in_transaction_) {
-        connection_.begun_ = true;
-        connection_.guarded_ = guarded;
-    }
-    // The results of the others come first.
-    for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
-}
-
-// In one message.
-void Statement::SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing) {
-    if (before.empty()) return Send(sql, doing);
-    std::u16string all;
-    for (const std::u16string& one : before) all.append(one).append(u";");
-    Send(all.append(sql), doing);
 }
 
 }  // namespace qmtrain::odbc

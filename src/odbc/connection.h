@@ -66,7 +66,7 @@ private:
     std::vector<Shape> shapes_;
     bool in_blocks_ = false;
     int rows_alone_ = 0;  // fetched one by one
-    std::unique_ptr<Block> block_;
+    std::shared_ptr<Block> block_;
 };
 
 class Connection {
@@ -127,6 +127,7 @@ private:
     void SetUp();
     std::u16string PropertyOf(int info) const;
     void EndTransaction(bool commit);
+    std::int16_t End(std::int16_t how);
 
     // What a call of the library that waits for the server returns; raises when the server is given up. The call must
     // hold what it uses, but for the handles.
@@ -140,7 +141,8 @@ private:
     std::unique_ptr<CallThread> thread_;
     std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
     std::u16string place_;
-    long time_limit_ = 0;  // seconds
+    long time_limit_ = 0;           // seconds
+    bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for
     bool in_transaction_ = false;
     bool begun_ = false;                  // the server knows of the transaction
     bool guarded_ = false;                // there is a savepoint from before the last statement

@@ -551,6 +551,7 @@ TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(ErrorOf([&] { Column(u"SELECT * FROM slow", u"s"); }), N(Number::OperationCancelled));
     database_->Limits({});
+    database_->Limits({});
     std::thread canceller([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         database_->Cancel();
@@ -657,8 +658,36 @@ TEST_F(RowsTest, DoNotWaitForAServerThatHangs) {
     canceller.join();
     EXPECT_LT(seconds(), kMost);
     for (const pid_t process : stopped) kill(process, SIGCONT);
-    database_->Limits({});
     EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5");
+}
+
+// Where rows come as they are asked for, each look at the next ones may be the one that nobody answers.
+TEST_F(RowsTest, DoNotWaitForRowsThatNeverCome) {
+    odbc::ConnectString connect(connect_);
+    connect.Set(u"UseDeclareFetch", u"1");
+    connect.Set(u"Fetch", u"100");
+    const auto connection = odbc::Connection::Open(connect);
+    connection->TimeLimit(std::chrono::seconds(1));
+    Value process;
+    {
+        const auto rows = connection->Query(u"SELECT pg_backend_pid()");
+        ASSERT_TRUE(rows->Next());
+        rows->Read(0, ColumnType::Long, process);
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        const auto rows = connection->Query(u"SELECT n FROM generate_series(1, 10000) AS n");
+        ASSERT_TRUE(rows->Next());
+        kill(process.As<std::int32_t>(), SIGSTOP);
+        const auto read_all = [&] {
+            while (rows->Next()) {
+            }
+        };
+        EXPECT_EQ(ErrorOf(read_all), N(Number::OdbcConnectionFailed));
+        EXPECT_FALSE(connection->IsAlive());
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
+    kill(process.As<std::int32_t>(), SIGCONT);
 }
 
 TEST_F(RowsTest, GoOnWhenTheServerIsBack) {
