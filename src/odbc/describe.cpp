@@ -187,6 +187,7 @@ bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale) {
 }
 
 TableDescription Connection::Describe(std::u16string_view table) {
+    RequireSendable(table, {ErrorNumber::NoSuchTable, table});
     TableDescription description;
     const std::size_t point = table.find(u'.');
     const std::u16string_view schema = point == table.npos ? std::u16string_view() : table.substr(0, point);

@@ -1,6 +1,29 @@
 #include "odbc/statement.h"
 
+#include "core/text.h"
+
 namespace qmtrain::odbc {
+
+namespace {
+
+[[noreturn]] void Refuse(const Doing& doing, std::u16string_view reason) {
+    if (doing.failure == ErrorNumber::OdbcCallFailed) Raise(doing.failure, {reason});
+    Raise(doing.failure, {doing.table, reason});
+}
+
+}  // namespace
+
+void RequireSendable(std::u16string_view text, const Doing& doing) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == u'\0') Refuse(doing, u"文本中有字符 U+0000。");
+        const bool pair = IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1]);
+        if (pair) {
+            ++i;
+        } else if (IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
+            Refuse(doing, u"文本中有不成对的代理项（半个字符）。");
+        }
+    }
+}
 
 Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
     connection.RequireAnswers();
@@ -54,11 +77,13 @@ bool Statement::Close() noexcept {
 Statement::Running::Running(Statement& statement) : connection_(statement.connection_) {
     const std::scoped_lock lock(connection_.running_mutex_);
     connection_.running_ = &statement;
+    ++connection_.calls_;
 }
 
 Statement::Running::~Running() {
     const std::scoped_lock lock(connection_.running_mutex_);
     connection_.running_ = nullptr;
+    connection_.call_ended_.notify_all();
 }
 
 bool Statement::Check(SQLRETURN result, const Doing& doing) {
@@ -108,32 +133,21 @@ void Statement::Execute(const Request& request, const Doing& doing) {
 
 // In a transaction a statement that fails leaves it as it was.
 void Statement::Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing) {
-    // The server takes it for the end of the text.
-    if (sql.find(u'\0') != sql.npos) Raise(doing.failure, {doing.table, u"文本中有字符 U+0000。"});
-    std::vector<std::u16string> before;
-    if (connection_.in_transaction_) before = connection_.TakeBefore();
-    const bool guarded = !before.empty();
+    for (const std::u16string& one : first) RequireSendable(one, doing);
+    RequireSendable(sql, doing);
+    if (connection_.failed_) connection_.RaiseFailed();
+    std::vector<std::u16string> before = connection_.before_;
     before.insert(before.end(), first.begin(), first.end());
     try {
-        SendAll(before, sql, doing);
+        Send(connection_.Guarded(before, sql), doing);
     } catch (const AutomationError&) {
-        if (connection_.in_transaction_) connection_.UndoStatement(guarded);
+        if (connection_.in_transaction_) connection_.UndoStatement();
         throw;
     }
-    if (connection_.in_transaction_) {
-        connection_.begun_ = true;
-        connection_.guarded_ = guarded;
-    }
+    connection_.before_.clear();
+    connection_.guarded_ = connection_.in_transaction_;
     // The results of the others come first.
     for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
-}
-
-// In one message.
-void Statement::SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing) {
-    if (before.empty()) return Send(sql, doing);
-    std::u16string all;
-    for (const std::u16string& one : before) all.append(one).append(u";");
-    Send(all.append(sql), doing);
 }
 
 }  // namespace qmtrain::odbc

@@ -30,6 +30,10 @@ struct Connection::Handles {
     std::vector<Ended> ended;
 };
 
+// Raises for a character that the server takes for the end of the text, and for half of a pair of surrogates: the
+// driver makes one character of it and whatever follows it, be that the quote that ends a text.
+void RequireSendable(std::u16string_view text, const Doing& doing);
+
 class Statement {
 public:
     explicit Statement(Connection& connection);
@@ -84,7 +88,6 @@ private:
         Connection& connection_;
     };
 
-    void SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing);
     void Allocate();
     bool Close() noexcept;
 
