@@ -177,7 +177,9 @@ void OdbcLinks::Cancel() noexcept {
 void OdbcLinks::Create(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table,
                        bool save_password, bool replace) {
     odbc::ConnectString stored(connect);
-    const odbc::TableDescription table = ConnectTo(WithLogin(stored))->Describe(source_table);
+    const auto server = ConnectTo(WithLogin(stored));
+    server->TimeLimit(time_limit_);
+    const odbc::TableDescription table = server->Describe(source_table);
     const auto password = stored.TakePassword();
     const bool saved = save_password && password;
     if (saved) stored.Set(u"PWD", *password);

@@ -98,7 +98,8 @@ auto OdbcServer::Run(bool changes, const Body& body) {
             return result;
         } catch (const AutomationError& error) {
             const bool nothing_done = levels_ > 0 ? !used_ : !changes;
-            const bool anew = IsLost() && nothing_done && tries == 1;
+            const bool cancelled = error.Is(ErrorNumber::OperationCancelled);
+            const bool anew = IsLost() && nothing_done && !cancelled && tries == 1;
             const bool again = error.Is(ErrorNumber::RecordChanged) && levels_ == 0 && tries < kMostTries;
             if (!anew && !again) throw;
             if (anew) levels_ = 0;

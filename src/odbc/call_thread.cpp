@@ -14,6 +14,7 @@ struct CallThread::State {
     std::function<void()> call;
     bool busy = false;
     bool over = false;
+    bool given_up = false;
 };
 
 CallThread::CallThread() : state_(std::make_shared<State>()) {
@@ -41,12 +42,24 @@ void CallThread::Serve(const std::shared_ptr<State>& state) {
     }
 }
 
-bool CallThread::Run(std::function<void()> call, std::chrono::milliseconds limit) {
+bool CallThread::Run(std::function<void()> call, std::optional<std::chrono::milliseconds> limit) {
     std::unique_lock lock(state_->mutex);
     state_->call = std::move(call);
     state_->busy = true;
     state_->changed.notify_all();
-    return state_->changed.wait_for(lock, limit, [&] { return !state_->busy; });
+    const auto ended = [&] { return !state_->busy || state_->given_up; };
+    if (limit) {
+        state_->changed.wait_for(lock, *limit, ended);
+    } else {
+        state_->changed.wait(lock, ended);
+    }
+    return !state_->busy;
+}
+
+void CallThread::GiveUp() {
+    const std::scoped_lock lock(state_->mutex);
+    state_->given_up = true;
+    state_->changed.notify_all();
 }
 
 }  // namespace qmtrain::odbc

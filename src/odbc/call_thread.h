@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace qmtrain::odbc {
 
@@ -17,9 +18,12 @@ public:
     // A call that has been given up goes on by itself.
     ~CallThread();
 
-    // False: it has not returned within the limit. It may go on for any time, with what it holds, and no other one may
-    // follow.
-    bool Run(std::function<void()> call, std::chrono::milliseconds limit);
+    // False: it has not returned within the limit, or before somebody gave it up. It may go on for any time, with what
+    // it holds, and no other one may follow.
+    bool Run(std::function<void()> call, std::optional<std::chrono::milliseconds> limit);
+
+    // From any thread: nobody waits for a call any more.
+    void GiveUp();
 
 private:
     struct State;

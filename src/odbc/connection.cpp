@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "core/text.h"
 #include "odbc/call_thread.h"
@@ -14,6 +15,11 @@ constexpr int kMaxName = 256;
 
 // For what a server says at once.
 constexpr std::chrono::seconds kAnswer{3};
+
+// Where the next statement of a transaction goes back to when it fails.
+constexpr std::u16string_view kMark = u"SAVEPOINT statement";
+
+constexpr std::u16string_view kNoAnswer = u"服务器没有在规定的时间内回答，连接已放弃。";
 
 // The driver's texts may repeat what it was given.
 std::u16string Without(std::u16string text, std::u16string_view secret) {
@@ -39,7 +45,7 @@ Connection::Handles::~Handles() {
 // Opening
 
 Connection::Connection(std::shared_ptr<Handles> handles, std::u16string place)
-    : handles_(std::move(handles)), place_(std::move(place)) {}
+    : handles_(std::move(handles)), thread_(std::make_unique<CallThread>()), place_(std::move(place)) {}
 
 Connection::~Connection() {
     if (in_transaction_) Rollback();
@@ -58,20 +64,28 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
     const Library& library = handles->library;
     library.SetConnectAttr(handles->connection, SQL_ATTR_LOGIN_TIMEOUT, Number(static_cast<SQLULEN>(limit.count())), 0);
     const std::u16string text = whole.Text();
-    const SQLRETURN result =
-        library.DriverConnect(handles->connection, nullptr, ToWide(text), static_cast<SQLSMALLINT>(text.size()),
-                              nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
-    if (!Succeeded(result)) {
+    const std::u16string place = connect.Place();
+    RequireSendable(text, {ErrorNumber::OdbcConnectionFailed, place});
+    // The driver's limit is one for the login alone: it asks the server for more then.
+    const auto result = std::make_shared<SQLRETURN>(SQL_ERROR);
+    const auto call = [handles, text, result] {
+        *result = handles->library.DriverConnect(handles->connection, nullptr, ToWide(text),
+                                                 static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr,
+                                                 SQL_DRIVER_NOPROMPT);
+        handles->connected = Succeeded(*result);
+    };
+    if (!CallThread().Run(call, limit + kAnswer)) Raise(ErrorNumber::OdbcConnectionFailed, {place, kNoAnswer});
+    if (!handles->connected) {
         const Diagnostics diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles->connection);
         const std::u16string said = Without(diagnostics.text, ConnectString(connect).TakePassword().value_or(u""));
         const bool no_driver = diagnostics.state == u"IM002" || diagnostics.state == u"IM003" ||
                                diagnostics.text.find(u"Can't open lib") != std::u16string::npos;
         const std::u16string driver = connect.Get(u"DRIVER").value_or(connect.Get(u"DSN").value_or(u""));
         Raise(ErrorNumber::OdbcConnectionFailed,
-              {connect.Place(), no_driver ? u"本机没有 ODBC 驱动程序或数据源“" + driver + u"”：" + said : said});
+              {place, no_driver ? u"本机没有 ODBC 驱动程序或数据源“" + driver + u"”：" + said : said});
     }
-    handles->connected = true;
-    std::unique_ptr<Connection> connection(new Connection(std::move(handles), connect.Place()));
+    std::unique_ptr<Connection> connection(new Connection(std::move(handles), place));
+    connection->rows_come_later_ = whole.Get(u"UseDeclareFetch") == u"1";
     connection->TimeLimit(limit);
     connection->SetUp();
     connection->TimeLimit({});
@@ -160,16 +174,17 @@ void Connection::TimeLimit(std::chrono::milliseconds limit) {
 }
 
 void Connection::RequireAnswers() const {
-    if (given_up_) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"服务器没有在规定的时间内回答，连接已放弃。"});
+    if (given_up_ && cancelled_) Raise(ErrorNumber::OperationCancelled);
+    if (given_up_) Raise(ErrorNumber::OdbcConnectionFailed, {place_, kNoAnswer});
 }
 
 std::int16_t Connection::Wait(std::function<std::int16_t()> call) {
     RequireAnswers();
-    if (time_limit_ == 0) return call();
-    if (thread_ == nullptr) thread_ = std::make_unique<CallThread>();
     const auto result = std::make_shared<std::int16_t>();
     const auto run = [call = std::move(call), result, held = handles_] { *result = call(); };
-    if (thread_->Run(run, std::chrono::seconds(time_limit_) + kAnswer)) return *result;
+    std::optional<std::chrono::milliseconds> limit;
+    if (time_limit_ > 0) limit = std::chrono::seconds(time_limit_) + kAnswer;
+    if (thread_->Run(run, limit)) return *result;
     given_up_ = true;
     alive_ = false;
     RequireAnswers();
@@ -198,30 +213,39 @@ void Connection::RollbackTo(std::u16string_view name) {
     const auto waiting = std::ranges::find(before_, u"SAVEPOINT " + std::u16string(name));
     if (waiting != before_.end()) return (void)before_.erase(waiting, before_.end());
     before_.clear();
-    guarded_ = false;
-    Statement(*this).Send(u"ROLLBACK TO SAVEPOINT " + std::u16string(name), {});
+    Undo(u"ROLLBACK TO SAVEPOINT " + std::u16string(name) + u";" + std::u16string(kMark));
+    guarded_ = true;
 }
 
-// What has to go with the next statement of a transaction, in one message.
-std::vector<std::u16string> Connection::TakeBefore() {
-    std::vector<std::u16string> before = std::move(before_);
-    before_.clear();
-    if (guarded_) before.insert(before.begin(), u"RELEASE SAVEPOINT statement");
-    if (begun_ || !before.empty()) before.emplace_back(u"SAVEPOINT statement");
-    return before;
+// Each statement is sent with a savepoint behind it, which is where the next one goes back to when it fails: of a
+// message that the server refuses as a whole, nothing before the statement would have happened either.
+std::u16string Connection::Guarded(const std::vector<std::u16string>& before, std::u16string_view sql) const {
+    std::u16string all;
+    for (const std::u16string& one : before) all.append(one).append(u";");
+    all.append(sql);
+    if (!in_transaction_) return all;
+    // Where the transaction has got a savepoint of its own since, the last one must stay below that.
+    if (guarded_ && before_.empty()) all.append(u";RELEASE SAVEPOINT statement");
+    return all.append(u";").append(kMark);
 }
 
-// Takes back what a statement that failed has left.
-void Connection::UndoStatement(bool guarded) noexcept {
-    guarded_ = guarded;
+// Takes back what a statement that failed has left. The savepoints that were sent with it are set by the next one.
+void Connection::UndoStatement() noexcept {
     if (!alive_) return;
-    if (!guarded) {
-        handles_->library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
-        return;
-    }
     try {
-        Statement(*this).Send(u"ROLLBACK TO SAVEPOINT statement", {});
-    } catch (const AutomationError&) {  // the transaction is lost, which its next statement tells
+        if (guarded_) return Undo(u"ROLLBACK TO SAVEPOINT statement");
+        if (Succeeded(End(SQL_ROLLBACK))) return;
+    } catch (const AutomationError&) {  // as below
+    }
+    failed_ = true;
+}
+
+void Connection::Undo(std::u16string_view sql) {
+    try {
+        Statement(*this).Send(sql, {});
+    } catch (const AutomationError&) {
+        failed_ = true;
+        throw;
     }
 }
 
@@ -236,154 +260,56 @@ void Connection::Rollback() noexcept {
     }
 }
 
+// Returns what the library does.
+std::int16_t Connection::End(std::int16_t how) {
+    return Wait([&library = handles_->library, connection = handles_->connection, how]() -> SQLRETURN {
+        return library.EndTran(SQL_HANDLE_DBC, connection, how);
+    });
+}
+
 void Connection::EndTransaction(bool commit) {
     const Library& library = handles_->library;
     before_.clear();
-    guarded_ = begun_ = false;
-    const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes
-    const auto end = [&library, connection = handles_->connection, commit]() -> SQLRETURN {
-        return library.EndTran(SQL_HANDLE_DBC, connection, commit ? SQL_COMMIT : SQL_ROLLBACK);
-    };
+    guarded_ = false;
+    const bool undone = std::exchange(failed_, false);
+    const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes, as it is to roll back
     in_transaction_ = false;
-    const SQLRETURN result = Wait(end);
+    const SQLRETURN result = End(commit && !undone ? SQL_COMMIT : SQL_ROLLBACK);
     Diagnostics diagnostics;
     if (!Succeeded(result)) {
         diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles_->connection);
-        if (commit) library.EndTran(SQL_HANDLE_DBC, handles_->connection, SQL_ROLLBACK);
+        if (commit) End(SQL_ROLLBACK);
         if (MeansLost(diagnostics) || !commit) alive_ = false;
     }
     library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
     if (!Succeeded(result)) RaiseFor(diagnostics, {}, place_);
     if (lost && commit) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"连接已中断，事务没有完成。"});
+    if (undone && commit) RaiseFailed();
 }
 
-// The library calls the server on another line, and waits there without a limit.
+void Connection::RaiseFailed() const {
+    Raise(ErrorNumber::OdbcCallFailed, {u"事务中失败的语句没有撤消，事务没有完成。"});
+}
+
+// The library calls the server on another line, and waits there without a limit. At times it has nothing to say there.
+// Where nobody answers, who waits for the statement is told so.
 void Connection::Cancel() noexcept {
-    const std::scoped_lock lock(running_mutex_);
+    std::unique_lock lock(running_mutex_);
     if (running_ == nullptr || given_up_) return;
+    const std::uint64_t call = calls_;
+    const auto ended = [&] { return running_ == nullptr || calls_ != call; };
     try {
+        cancelled_ = true;
         const auto cancel = [held = handles_, statement = running_->Handle()] { held->library.Cancel(statement); };
-        if (CallThread().Run(cancel, kAnswer)) return;
+        if (CallThread().Run(cancel, kAnswer) && call_ended_.wait_for(lock, kAnswer, ended)) {
+            cancelled_ = false;
+            return;
+        }
         given_up_ = true;
         alive_ = false;
+        thread_->GiveUp();
     } catch (const std::exception&) {  // no thread: the statement goes on
     }
-}
-
-// Statement
-
-Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
-    connection.RequireAnswers();
-    std::vector<Connection::Handles::Ended>& ended = connection.handles_->ended;
-    if (ended.empty()) {
-        Allocate();
-    } else {
-        handle_ = ended.back().handle;
-        time_limit_ = ended.back().time_limit;
-        ended.pop_back();
-    }
-    if (time_limit_ != connection.time_limit_) {
-        time_limit_ = connection.time_limit_;
-        library_.SetStmtAttr(handle_, SQL_ATTR_QUERY_TIMEOUT, Number(static_cast<SQLULEN>(time_limit_)), 0);
-    }
-}
-
-void Statement::Allocate() {
-    const SQLHDBC handle = connection_.handles_->connection;
-    if (!Succeeded(library_.AllocHandle(SQL_HANDLE_STMT, handle, &handle_))) {
-        const Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_DBC, handle);
-        if (MeansLost(diagnostics)) connection_.alive_ = false;
-        RaiseFor(diagnostics, {}, connection_.place_);
-    }
-    library_.SetStmtAttr(handle_, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
-}
-
-Statement::~Statement() {
-    constexpr std::size_t kMostEnded = 4;
-    if (connection_.given_up_) return;
-    std::vector<Connection::Handles::Ended>& ended = connection_.handles_->ended;
-    const bool keep =
-        keep_ && connection_.alive_ && ended.size() < kMostEnded && Succeeded(library_.FreeStmt(handle_, SQL_CLOSE));
-    if (keep)
-        ended.push_back({handle_, time_limit_});
-    else
-        library_.FreeHandle(SQL_HANDLE_STMT, handle_);
-}
-
-Statement::Running::Running(Statement& statement) : connection_(statement.connection_) {
-    const std::scoped_lock lock(connection_.running_mutex_);
-    connection_.running_ = &statement;
-}
-
-Statement::Running::~Running() {
-    const std::scoped_lock lock(connection_.running_mutex_);
-    connection_.running_ = nullptr;
-}
-
-bool Statement::Check(SQLRETURN result, const Doing& doing) {
-    if (Succeeded(result)) return true;
-    if (result == SQL_NO_DATA) return false;
-    connection_.RequireAnswers();
-    Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_STMT, handle_);
-    // Not every driver says so by the error's state.
-    SQLUINTEGER dead = SQL_CD_FALSE;
-    library_.GetConnectAttr(connection_.handles_->connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER,
-                            nullptr);
-    if (dead == SQL_CD_TRUE) diagnostics.state = u"08S01";
-    if (MeansLost(diagnostics)) connection_.alive_ = false;
-    failed_state_ = diagnostics.state;
-    RaiseFor(diagnostics, doing, connection_.place_);
-}
-
-void Statement::Send(std::u16string_view sql, const Doing& doing) {
-    const auto text = std::make_shared<const std::u16string>(sql);
-    const auto send = [&library = library_, handle = handle_, text] {
-        return library.ExecDirect(handle, ToWide(*text), static_cast<SQLINTEGER>(text->size()));
-    };
-    Run([&] { return connection_.Wait(send); }, doing);
-}
-
-void Statement::Execute(const Request& request, const Doing& doing) {
-    PreparedStatements::Entry* prepared = connection_.prepared_.Use(request);
-    if (prepared == nullptr) return Execute({}, request.Whole(), doing);
-    try {
-        Execute(prepared->Preparing(request), prepared->Calling(request), doing);
-        prepared->Called();
-        return;
-    } catch (const AutomationError&) {
-        if (!connection_.alive_ || !prepared->Correct(failed_state_)) throw;
-    }
-    Execute({}, request.Whole(), doing);
-}
-
-// In a transaction a statement that fails leaves it as it was.
-void Statement::Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing) {
-    // The server takes it for the end of the text.
-    if (sql.find(u'\0') != sql.npos) Raise(doing.failure, {doing.table, u"文本中有字符 U+0000。"});
-    std::vector<std::u16string> before;
-    if (connection_.in_transaction_) before = connection_.TakeBefore();
-    const bool guarded = !before.empty();
-    before.insert(before.end(), first.begin(), first.end());
-    try {
-        SendAll(before, sql, doing);
-    } catch (const AutomationError&) {
-        if (connection_.in_transaction_) connection_.UndoStatement(guarded);
-        throw;
-    }
-    if (connection_.in_transaction_) {
-        connection_.begun_ = true;
-        connection_.guarded_ = guarded;
-    }
-    // The results of the others come first.
-    for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
-}
-
-// In one message.
-void Statement::SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing) {
-    if (before.empty()) return Send(sql, doing);
-    std::u16string all;
-    for (const std::u16string& one : before) all.append(one).append(u";");
-    Send(all.append(sql), doing);
 }
 
 }  // namespace qmtrain::odbc

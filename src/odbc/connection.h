@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -66,7 +67,7 @@ private:
     std::vector<Shape> shapes_;
     bool in_blocks_ = false;
     int rows_alone_ = 0;  // fetched one by one
-    std::unique_ptr<Block> block_;
+    std::shared_ptr<Block> block_;
 };
 
 class Connection {
@@ -127,28 +128,35 @@ private:
     void SetUp();
     std::u16string PropertyOf(int info) const;
     void EndTransaction(bool commit);
+    std::int16_t End(std::int16_t how);
 
     // What a call of the library that waits for the server returns; raises when the server is given up. The call must
     // hold what it uses, but for the handles.
     std::int16_t Wait(std::function<std::int16_t()> call);
     void RequireAnswers() const;
     void FetchInParts(const Request& request, const std::function<void(Rows&)>& take);
-    std::vector<std::u16string> TakeBefore();
-    void UndoStatement(bool guarded) noexcept;
+    std::u16string Guarded(const std::vector<std::u16string>& before, std::u16string_view sql) const;
+    void UndoStatement() noexcept;
+    void Undo(std::u16string_view sql);
+    [[noreturn]] void RaiseFailed() const;
 
     std::shared_ptr<Handles> handles_;
     std::unique_ptr<CallThread> thread_;
     std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
     std::u16string place_;
-    long time_limit_ = 0;  // seconds
+    long time_limit_ = 0;           // seconds
+    bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for
     bool in_transaction_ = false;
-    bool begun_ = false;                  // the server knows of the transaction
-    bool guarded_ = false;                // there is a savepoint from before the last statement
+    bool guarded_ = false;                // there is a savepoint behind the transaction's last statement
+    bool failed_ = false;                 // what a statement of the transaction left could not be taken back
     std::vector<std::u16string> before_;  // what the next statement of the transaction takes with it
     PreparedStatements prepared_;
     std::atomic<bool> alive_ = true;
     std::mutex running_mutex_;
+    std::condition_variable call_ended_;
     Statement* running_ = nullptr;
+    std::uint64_t calls_ = 0;
+    std::atomic<bool> cancelled_ = false;  // and the connection may have to be given up for it
 };
 
 }  // namespace qmtrain::odbc

@@ -17,7 +17,7 @@ public:
     explicit CatalogRows(Connection& connection) : statement_(connection) {}
 
     Statement& GetStatement() { return statement_; }
-    bool Next() { return statement_.Check(statement_.Functions().Fetch(statement_.Handle()), {}); }
+    bool Next() { return statement_.Fetch(nullptr); }
 
     std::u16string Text(int column) {
         std::array<char16_t, 512> text{};
@@ -102,7 +102,7 @@ Column ColumnOf(CatalogRows& rows) {
 
 // A description's name may be left open.
 struct Name {
-    std::u16string_view text;
+    std::u16string text;
     SQLWCHAR* Wide() const { return text.empty() ? nullptr : ToWide(text); }
     SQLSMALLINT Length() const { return static_cast<SQLSMALLINT>(text.size()); }
 };
@@ -134,12 +134,11 @@ bool TellApart(const TableDescription& table, const std::vector<int>& key) {
 
 bool ReadPrimaryKey(Connection& connection, TableDescription& table) {
     CatalogRows rows(connection);
-    const Name schema{table.schema};
-    const Name name{table.name};
-    Statement& statement = rows.GetStatement();
-    statement.Check(statement.Functions().PrimaryKeys(statement.Handle(), nullptr, 0, schema.Wide(), schema.Length(),
-                                                      name.Wide(), name.Length()),
-                    {});
+    rows.GetStatement().Ask(
+        [schema = Name{table.schema}, name = Name{table.name}](const Library& library, SQLHSTMT handle) {
+            return library.PrimaryKeys(handle, nullptr, 0, schema.Wide(), schema.Length(), name.Wide(), name.Length());
+        },
+        {});
     while (rows.Next()) {
         table.key.push_back(PositionOf(table, rows.Text(4)));
         table.key_name = rows.Text(6);
@@ -153,12 +152,12 @@ bool ReadPrimaryKey(Connection& connection, TableDescription& table) {
 // does not tell apart.
 void ReadUniqueIndex(Connection& connection, TableDescription& table) {
     CatalogRows rows(connection);
-    const Name schema{table.schema};
-    const Name name{table.name};
-    Statement& statement = rows.GetStatement();
-    statement.Check(statement.Functions().Statistics(statement.Handle(), nullptr, 0, schema.Wide(), schema.Length(),
-                                                     name.Wide(), name.Length(), SQL_INDEX_UNIQUE, SQL_QUICK),
-                    {});
+    rows.GetStatement().Ask(
+        [schema = Name{table.schema}, name = Name{table.name}](const Library& library, SQLHSTMT handle) {
+            return library.Statistics(handle, nullptr, 0, schema.Wide(), schema.Length(), name.Wide(), name.Length(),
+                                      SQL_INDEX_UNIQUE, SQL_QUICK);
+        },
+        {});
     std::u16string index;
     std::vector<int> key;
     const auto take = [&] {
@@ -188,20 +187,19 @@ bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale) {
 }
 
 TableDescription Connection::Describe(std::u16string_view table) {
+    RequireSendable(table, {ErrorNumber::NoSuchTable, table});
     TableDescription description;
     const std::size_t point = table.find(u'.');
     const std::u16string_view schema = point == table.npos ? std::u16string_view() : table.substr(0, point);
     const std::u16string_view name = point == table.npos ? table : table.substr(point + 1);
-    const std::u16string schema_pattern = Escaped(schema);
-    const std::u16string name_pattern = Escaped(name);
     {
         CatalogRows rows(*this);
-        const Name wanted_schema{schema_pattern};
-        const Name wanted{name_pattern};
-        Statement& statement = rows.GetStatement();
-        statement.Check(
-            statement.Functions().Columns(statement.Handle(), nullptr, 0, wanted_schema.Wide(), wanted_schema.Length(),
-                                          wanted.Wide(), wanted.Length(), nullptr, 0),
+        rows.GetStatement().Ask(
+            [wanted_schema = Name{Escaped(schema)}, wanted = Name{Escaped(name)}](const Library& library,
+                                                                                  SQLHSTMT handle) {
+                return library.Columns(handle, nullptr, 0, wanted_schema.Wide(), wanted_schema.Length(), wanted.Wide(),
+                                       wanted.Length(), nullptr, 0);
+            },
             {});
         while (rows.Next()) {
             const std::u16string in_schema = rows.Text(2);

@@ -1,6 +1,8 @@
 // Handles of ODBC and what their errors mean. For this room alone.
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -28,6 +30,10 @@ struct Connection::Handles {
     std::vector<Ended> ended;
 };
 
+// Raises for a character that the server takes for the end of the text, and for half of a pair of surrogates: the
+// driver makes one character of it and whatever follows it, be that the quote that ends a text.
+void RequireSendable(std::u16string_view text, const Doing& doing);
+
 class Statement {
 public:
     explicit Statement(Connection& connection);
@@ -52,6 +58,13 @@ public:
     }
 
     bool Check(SQLRETURN result, const Doing& doing);
+
+    // Runs a call that asks the server; it must hold what it uses.
+    void Ask(std::function<SQLRETURN(const Library&, SQLHSTMT)> call, const Doing& doing);
+
+    // Moves on to the next rows; false when there are none. `into`: where the library puts them, null for nowhere.
+    bool Fetch(const std::shared_ptr<void>& into);
+
     void Execute(const Request& request, const Doing& doing);
 
     // `first`: what goes before it in the same message.
@@ -75,8 +88,8 @@ private:
         Connection& connection_;
     };
 
-    void SendAll(const std::vector<std::u16string>& before, const std::u16string& sql, const Doing& doing);
     void Allocate();
+    bool Close() noexcept;
 
     Connection& connection_;
     const Library& library_;

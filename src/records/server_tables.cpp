@@ -152,8 +152,8 @@ private:
         if (table_.number.empty()) return;
         const std::u16string highest =
             u"(SELECT max(" + dao::QuotedName(table_.number) + u") AS number FROM " + Remote(table_) + u") AS highest";
-        server_.Query(u"SELECT setval(" + Sequence(table_) + u", greatest(number, pg_sequence_last_value(" +
-                      Sequence(table_) + u"))) FROM " + highest + u" WHERE number IS NOT NULL");
+        server_.Query(u"SELECT setval(" + Sequence(table_) + u", number) FROM " + highest +
+                      u" WHERE number > coalesce(pg_sequence_last_value(" + Sequence(table_) + u"), 0)");
     }
 
     Content ReadServer() {

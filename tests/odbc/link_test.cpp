@@ -551,6 +551,7 @@ TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(ErrorOf([&] { Column(u"SELECT * FROM slow", u"s"); }), N(Number::OperationCancelled));
     database_->Limits({});
+    database_->Limits({});
     std::thread canceller([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         database_->Cancel();
@@ -561,16 +562,56 @@ TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
     EXPECT_EQ(server_->Psql("SELECT count(*), sum(id) FROM train"), "5|15") << "nothing half done";
 }
 
+// Takes calls and never says anything; or lets everybody in and says nothing then.
+class SilentServer {
+public:
+    explicit SilentServer(bool lets_in) : listening_(socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        bind(listening_, reinterpret_cast<sockaddr*>(&address), size);
+        listen(listening_, 1);
+        getsockname(listening_, reinterpret_cast<sockaddr*>(&address), &size);
+        port_ = ntohs(address.sin_port);
+        if (lets_in) doorman_ = std::thread([this] { LetIn(); });
+    }
+    SilentServer(const SilentServer&) = delete;
+    SilentServer& operator=(const SilentServer&) = delete;
+    ~SilentServer() {
+        shutdown(listening_, SHUT_RDWR);
+        if (doorman_.joinable()) doorman_.join();
+        close(listening_);
+    }
+
+    int Port() const { return port_; }
+
+private:
+    void LetIn() {
+        constexpr std::string_view kWelcome("R\0\0\0\10\0\0\0\0Z\0\0\0\5I", 15);
+        std::vector<int> guests;
+        for (int guest = 0; (guest = accept(listening_, nullptr, nullptr)) >= 0;) {
+            guests.push_back(guest);
+            char message[1024];
+            const ssize_t size = recv(guest, message, sizeof message, 0);
+            const bool asks_for_encryption = size == 8;
+            if (asks_for_encryption) {
+                send(guest, "N", 1, MSG_NOSIGNAL);
+                recv(guest, message, sizeof message, 0);
+            }
+            send(guest, kWelcome.data(), kWelcome.size(), MSG_NOSIGNAL);
+        }
+        for (const int guest : guests) close(guest);
+    }
+
+    int listening_;
+    int port_ = 0;
+    std::thread doorman_;
+};
+
 TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
-    // A server that takes a call and never says anything.
-    const int silent = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    bind(silent, reinterpret_cast<sockaddr*>(&address), size);
-    listen(silent, 1);
-    getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size);
+    const SilentServer silent(false);
+    const SilentServer silent_inside(true);
     const std::u16string port = u"PORT=" + ToText(std::int64_t{server_->Port()});
     const auto with = [&](std::u16string_view what, std::u16string_view instead) {
         std::u16string connect = connect_;
@@ -586,7 +627,9 @@ TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
     const Case cases[] = {
         {"no driver", with(u"{PostgreSQL Unicode}", u"{No Such}"), u"train", Number::OdbcConnectionFailed, "No Such"},
         {"nobody there", with(port, u"PORT=1"), u"train", Number::OdbcConnectionFailed, "127.0.0.1"},
-        {"silent", with(port, u"PORT=" + ToText(std::int64_t{ntohs(address.sin_port)})), u"train",
+        {"silent", with(port, u"PORT=" + ToText(std::int64_t{silent.Port()})), u"train", Number::OdbcConnectionFailed,
+         "127.0.0.1"},
+        {"silent inside", with(port, u"PORT=" + ToText(std::int64_t{silent_inside.Port()})), u"train",
          Number::OdbcConnectionFailed, "127.0.0.1"},
         {"wrong password", server_->Connect(u"exam", u"hidden words"), u"train", Number::OdbcConnectionFailed, "exam"},
         {"no such database", with(u"DATABASE=db", u"DATABASE=no"), u"train", Number::OdbcConnectionFailed, "no"},
@@ -601,10 +644,33 @@ TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
         EXPECT_NE(std::string(error.what()).find(c.says), std::string::npos) << error.what();
         EXPECT_EQ(std::string(error.what()).find("hidden"), std::string::npos) << error.what();
         EXPECT_EQ(std::string(error.what()).find("secret"), std::string::npos) << error.what();
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
         EXPECT_FALSE(database_->HasTable(u"new"));
     }
-    close(silent);
+}
+
+// The driver joins half of a character with the quote behind it, so that the next value is read as a statement.
+TEST_F(RowsTest, HalfCharactersAreRefused) {
+    const std::u16string half = std::u16string(u"n") + char16_t{0xD800};
+    const std::u16string harm = u", null); DELETE FROM train; --";
+    dao::Engine::Instance().BeginTrans();
+    database_->Execute(u"INSERT INTO train (id, userid) VALUES (10, 1)");
+    const auto add = [&](const std::u16string& remark) {
+        const auto rows = database_->OpenRecordset(u"train");
+        rows->AddNew();
+        rows->Fields(u"userid").Value(std::int32_t{1});
+        rows->Fields(u"remark").Value(remark);
+        rows->Fields(u"content").Value(harm);
+        rows->Update();
+    };
+    EXPECT_EQ(ErrorOf([&] { add(half); }), N(Number::OdbcInsertFailed));
+    EXPECT_EQ(ErrorOf([&] { add(char16_t{0xDC00} + half); }), N(Number::OdbcInsertFailed));
+    EXPECT_EQ(ErrorOf([&] { database_->OpenRecordset(u"SELECT * FROM train WHERE remark = '" + half + u"'"); }),
+              N(Number::OdbcCallFailed));
+    EXPECT_EQ(ErrorOf([&] { database_->CreateTableDef(u"new", connect_, u"public." + half); }), N(Number::NoSuchTable));
+    add(u"\U0001F600");
+    dao::Engine::Instance().CommitTrans();
+    EXPECT_EQ(server_->Psql("SELECT count(*) FROM train"), "7");
 }
 
 // A limit counts, too, where nobody is there to keep it.
@@ -653,12 +719,40 @@ TEST_F(RowsTest, DoNotWaitForAServerThatHangs) {
     });
     seconds();
     EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE train SET score = 9 WHERE id = 5"); }),
-              N(Number::OdbcConnectionFailed));
+              N(Number::OperationCancelled));
     canceller.join();
     EXPECT_LT(seconds(), kMost);
     for (const pid_t process : stopped) kill(process, SIGCONT);
-    database_->Limits({});
     EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM train", u"n"), u"5");
+}
+
+// Where rows come as they are asked for, each look at the next ones may be the one that nobody answers.
+TEST_F(RowsTest, DoNotWaitForRowsThatNeverCome) {
+    odbc::ConnectString connect(connect_);
+    connect.Set(u"UseDeclareFetch", u"1");
+    connect.Set(u"Fetch", u"100");
+    const auto connection = odbc::Connection::Open(connect);
+    connection->TimeLimit(std::chrono::seconds(1));
+    Value process;
+    {
+        const auto rows = connection->Query(u"SELECT pg_backend_pid()");
+        ASSERT_TRUE(rows->Next());
+        rows->Read(0, ColumnType::Long, process);
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        const auto rows = connection->Query(u"SELECT n FROM generate_series(1, 10000) AS n");
+        ASSERT_TRUE(rows->Next());
+        kill(process.As<std::int32_t>(), SIGSTOP);
+        const auto read_all = [&] {
+            while (rows->Next()) {
+            }
+        };
+        EXPECT_EQ(ErrorOf(read_all), N(Number::OdbcConnectionFailed));
+        EXPECT_FALSE(connection->IsAlive());
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
+    kill(process.As<std::int32_t>(), SIGCONT);
 }
 
 TEST_F(RowsTest, GoOnWhenTheServerIsBack) {

@@ -203,6 +203,56 @@ TEST_F(PreparedTest, AFailureInATransactionLeavesItAsItWas) {
     EXPECT_EQ(server_->Psql("SELECT count(*) FROM train WHERE id > 9"), "3");
 }
 
+// Of a message that it cannot read the server does nothing, not even what stands before the statement.
+TEST_F(PreparedTest, ARefusedMessageLeavesTheTransactionAsItWas) {
+    const auto add = [&](int id) {
+        connection_->Execute(u"INSERT INTO train (id, userid) VALUES (" + ToText(std::int64_t{id}) + u", 1)");
+    };
+    const auto refused = [&] {
+        EXPECT_EQ(ErrorOf([&] { connection_->Execute(u"INSERT INTO train VALUES ("); }), N(Number::OdbcCallFailed));
+    };
+    struct Case {
+        const char* name;
+        std::function<void()> body;
+        const char* ids;
+    };
+    const Case cases[] = {
+        {"first", [&] { refused(), add(10), add(11); }, "10,11"},
+        {"behind others", [&] { add(10), add(11), refused(), refused(), add(12); }, "10,11,12"},
+        {"last", [&] { add(10), add(11), refused(); }, "10,11"},
+        {"with a savepoint",
+         [&] {
+             add(10);
+             connection_->Savepoint(u"a");
+             refused(), add(11), refused(), add(12);
+             connection_->RollbackTo(u"a");
+             refused(), add(13);
+         },
+         "10,13"},
+        {"savepoints in each other",
+         [&] {
+             add(10);
+             connection_->Savepoint(u"a");
+             add(11);
+             connection_->Savepoint(u"b");
+             add(12), refused();
+             connection_->RollbackTo(u"b");
+             refused(), add(13);
+             connection_->RollbackTo(u"a");
+             add(14), refused();
+         },
+         "10,14"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        connection_->Begin();
+        c.body();
+        connection_->Commit();
+        EXPECT_EQ(server_->Psql("SELECT string_agg(id::text, ',' ORDER BY id) FROM train WHERE id > 9"), c.ids);
+        server_->Psql("DELETE FROM train WHERE id > 9");
+    }
+}
+
 // A statement that was prepared for the column as it was must not make of a value what that column would have held.
 TEST_F(PreparedTest, ValuesReachAColumnThatHasGotAnotherType) {
     server_->Psql("CREATE TYPE colour AS ENUM ('red', 'green')");

@@ -147,6 +147,21 @@ TEST_F(CopyTest, NumbersGoOnBehindTheRowsWhereverItWasBrokenOff) {
     EXPECT_EQ(server_->Psql("SELECT max(\"TrainID\") FROM traininfo"), "5");
 }
 
+TEST_F(CopyTest, NumbersMayBeBelowOne) {
+    const std::u16string folder = InFolder(FromNativePath(folder_.Path()), u"low");
+    std::filesystem::create_directories(ToNativePath(folder));
+    CreateClientDatabase(folder, [](dao::Database& client) {
+        client.Execute(u"INSERT INTO TrainInfo (TrainID, UserId) VALUES (-5, 7)");
+        client.Execute(u"INSERT INTO TrainInfo (TrainID, UserId) VALUES (0, 8)");
+        client.Execute(u"INSERT INTO Tbl_SetUser VALUES (1, '王小明', Null)");
+    });
+    client_ = dao::JetDatabase::Open(ClientDatabase(folder), {.read_only = true});
+    Copy();
+    EXPECT_EQ(Counts(), "2|0|0|1|0");
+    server_->Psql("INSERT INTO traininfo (\"UserId\") VALUES (9)");
+    EXPECT_EQ(server_->Psql("SELECT min(\"TrainID\"), max(\"TrainID\") FROM traininfo"), "-5|1");
+}
+
 TEST_F(CopyTest, MixesWithNothingElse) {
     server_->Psql("INSERT INTO trainresult (\"TrainID\", \"QuestionRecNo\") VALUES (3, 'X')");
     EXPECT_NE(ErrorOf([&] { Copy(); }), 0);

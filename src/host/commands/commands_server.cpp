@@ -1,4 +1,5 @@
 // qmtrain server: the client database on a PostgreSQL server.
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 
@@ -21,6 +22,9 @@ namespace {
 [[noreturn]] void Fail(std::u16string reason) {
     RaiseComponentError(u"qmtrain", std::move(reason));
 }
+
+// A statement sends or reads some rows: whatever takes longer waits for somebody.
+constexpr std::chrono::seconds kLongest{60};
 
 struct ServerOptions {
     std::string command;
@@ -108,6 +112,7 @@ int ServerCommand(const CommandWords& words) {
     odbc::ConnectString connect(options.connect);
     connect.SetDefault(u"UseDeclareFetch", u"1");  // tables of any size are read through
     const auto server = dao::ConnectTo(connect);
+    server->TimeLimit(kLongest);
     if (options.command == "init") MakeServerTables(*server, options.role);
     if (options.command == "copy") Copy(options, *server);
     if (options.command == "link") Link(options);

@@ -1,0 +1,153 @@
+#include "odbc/statement.h"
+
+#include "core/text.h"
+
+namespace qmtrain::odbc {
+
+namespace {
+
+[[noreturn]] void Refuse(const Doing& doing, std::u16string_view reason) {
+    if (doing.failure == ErrorNumber::OdbcCallFailed) Raise(doing.failure, {reason});
+    Raise(doing.failure, {doing.table, reason});
+}
+
+}  // namespace
+
+void RequireSendable(std::u16string_view text, const Doing& doing) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == u'\0') Refuse(doing, u"文本中有字符 U+0000。");
+        const bool pair = IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1]);
+        if (pair) {
+            ++i;
+        } else if (IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
+            Refuse(doing, u"文本中有不成对的代理项（半个字符）。");
+        }
+    }
+}
+
+Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
+    connection.RequireAnswers();
+    std::vector<Connection::Handles::Ended>& ended = connection.handles_->ended;
+    if (ended.empty()) {
+        Allocate();
+    } else {
+        handle_ = ended.back().handle;
+        time_limit_ = ended.back().time_limit;
+        ended.pop_back();
+    }
+    if (time_limit_ != connection.time_limit_) {
+        time_limit_ = connection.time_limit_;
+        library_.SetStmtAttr(handle_, SQL_ATTR_QUERY_TIMEOUT, Number(static_cast<SQLULEN>(time_limit_)), 0);
+    }
+}
+
+void Statement::Allocate() {
+    const SQLHDBC handle = connection_.handles_->connection;
+    if (!Succeeded(library_.AllocHandle(SQL_HANDLE_STMT, handle, &handle_))) {
+        const Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_DBC, handle);
+        if (MeansLost(diagnostics)) connection_.alive_ = false;
+        RaiseFor(diagnostics, {}, connection_.place_);
+    }
+    library_.SetStmtAttr(handle_, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
+}
+
+Statement::~Statement() {
+    constexpr std::size_t kMostEnded = 4;
+    const bool closed = Close();
+    if (connection_.given_up_) return;
+    std::vector<Connection::Handles::Ended>& ended = connection_.handles_->ended;
+    if (keep_ && closed && connection_.alive_ && ended.size() < kMostEnded) {
+        ended.push_back({handle_, time_limit_});
+    } else {
+        library_.FreeHandle(SQL_HANDLE_STMT, handle_);
+    }
+}
+
+// Rows that have not come yet are those of a cursor, of which the server hears that it ends.
+bool Statement::Close() noexcept {
+    const auto close = [&library = library_, handle = handle_] { return library.FreeStmt(handle, SQL_CLOSE); };
+    try {
+        connection_.RequireAnswers();
+        return Succeeded(connection_.rows_come_later_ ? connection_.Wait(close) : close());
+    } catch (const AutomationError&) {
+        return false;
+    }
+}
+
+Statement::Running::Running(Statement& statement) : connection_(statement.connection_) {
+    const std::scoped_lock lock(connection_.running_mutex_);
+    connection_.running_ = &statement;
+    ++connection_.calls_;
+}
+
+Statement::Running::~Running() {
+    const std::scoped_lock lock(connection_.running_mutex_);
+    connection_.running_ = nullptr;
+    connection_.call_ended_.notify_all();
+}
+
+bool Statement::Check(SQLRETURN result, const Doing& doing) {
+    if (Succeeded(result)) return true;
+    if (result == SQL_NO_DATA) return false;
+    connection_.RequireAnswers();
+    Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_STMT, handle_);
+    // Not every driver says so by the error's state.
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    library_.GetConnectAttr(connection_.handles_->connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER,
+                            nullptr);
+    if (dead == SQL_CD_TRUE) diagnostics.state = u"08S01";
+    if (MeansLost(diagnostics)) connection_.alive_ = false;
+    failed_state_ = diagnostics.state;
+    RaiseFor(diagnostics, doing, connection_.place_);
+}
+
+bool Statement::Fetch(const std::shared_ptr<void>& into) {
+    const auto fetch = [&library = library_, handle = handle_, into] { return library.Fetch(handle); };
+    return Run([&] { return connection_.rows_come_later_ ? connection_.Wait(fetch) : fetch(); }, {});
+}
+
+void Statement::Ask(std::function<SQLRETURN(const Library&, SQLHSTMT)> call, const Doing& doing) {
+    const auto ask = [&library = library_, handle = handle_, call = std::move(call)] { return call(library, handle); };
+    Run([&] { return connection_.Wait(ask); }, doing);
+}
+
+void Statement::Send(std::u16string_view sql, const Doing& doing) {
+    const auto send = [text = std::u16string(sql)](const Library& library, SQLHSTMT handle) {
+        return library.ExecDirect(handle, ToWide(text), static_cast<SQLINTEGER>(text.size()));
+    };
+    Ask(send, doing);
+}
+
+void Statement::Execute(const Request& request, const Doing& doing) {
+    PreparedStatements::Entry* prepared = connection_.prepared_.Use(request);
+    if (prepared == nullptr) return Execute({}, request.Whole(), doing);
+    try {
+        Execute(prepared->Preparing(request), prepared->Calling(request), doing);
+        prepared->Called();
+        return;
+    } catch (const AutomationError&) {
+        if (!connection_.alive_ || !prepared->Correct(failed_state_)) throw;
+    }
+    Execute({}, request.Whole(), doing);
+}
+
+// In a transaction a statement that fails leaves it as it was.
+void Statement::Execute(const std::vector<std::u16string>& first, const std::u16string& sql, const Doing& doing) {
+    for (const std::u16string& one : first) RequireSendable(one, doing);
+    RequireSendable(sql, doing);
+    if (connection_.failed_) connection_.RaiseFailed();
+    std::vector<std::u16string> before = connection_.before_;
+    before.insert(before.end(), first.begin(), first.end());
+    try {
+        Send(connection_.Guarded(before, sql), doing);
+    } catch (const AutomationError&) {
+        if (connection_.in_transaction_) connection_.UndoStatement();
+        throw;
+    }
+    connection_.before_.clear();
+    connection_.guarded_ = connection_.in_transaction_;
+    // The results of the others come first.
+    for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
+}
+
+}  // namespace qmtrain::odbc
