@@ -105,9 +105,16 @@ sql::RowId OdbcRowNumbers::NumberOf(std::u16string key) {
     return {known->second};
 }
 
-void OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
-    const auto known = numbers_.insert_or_assign(std::move(key), row.value).first;
+sql::RowId OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
+    if (key == KeyOf(row)) return {};
+    if (const auto old = numbers_.find(KeyOf(row)); old != numbers_.end() && old->second == row.value)
+        numbers_.erase(old);
+    const auto [known, added] = numbers_.try_emplace(std::move(key), row.value);
     keys_[row.value - 1] = &known->first;
+    if (added) return {};
+    const sql::RowId gone{std::exchange(known->second, row.value)};
+    keys_[gone.value - 1] = &no_key_;
+    return gone;
 }
 
 // ---- OdbcLink ----
@@ -124,6 +131,7 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
     }
     select_ = u"SELECT " + SelectedList(all) + u" FROM " + remote;
     key_list_ = QuotedList(key);
+    rows.NoKey(KeyText(std::vector<Value>(columns.size())));  // Nulls are equal to nothing
     for (const int column : key) {
         if (!page_list_.empty()) page_list_ += u", ";
         page_list_.append(kTableAlias).append(u".").append(Quoted(column));
@@ -204,6 +212,17 @@ std::u16string OdbcLink::KeyText(std::span<const Value> row) const {
         text += QuotedValue(row[column]);
     }
     return text;
+}
+
+void OdbcLink::MoveRow(const std::shared_ptr<OdbcLink>& link, sql::RowId row, std::u16string key) {
+    std::u16string old = link->rows.KeyOf(row);
+    const sql::RowId gone = link->rows.SetKey(row, key);
+    link->server->WhenUndone([weak = std::weak_ptr(link), row, gone, old = std::move(old), key = std::move(key)] {
+        const auto still = weak.lock();
+        if (still == nullptr) return;
+        still->rows.SetKey(row, old);
+        if (gone.value != 0) still->rows.SetKey(gone, key);
+    });
 }
 
 }  // namespace qmtrain::dao
