@@ -237,7 +237,8 @@ RemoteSql::Piece RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
                 if (link.IsFine(static_cast<int>(i))) text = CallOf(u"date_trunc", u"'second', " + text);
                 const Kind kind = KindOf(column.type);
                 const TextOrder order = kind == Kind::Text ? TextOrder::Column : TextOrder::None;
-                return {std::move(text), kind, column.required, order, &link, static_cast<int>(i)};
+                const bool required = column.required && !table.may_be_missing;
+                return {std::move(text), kind, required, order, &link, static_cast<int>(i)};
             }
         }
     }

@@ -128,6 +128,14 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
          u"SELECT TI.trainid, TR.code FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid ORDER BY "
          u"TI.trainid, TR.id"},
         {Share::All, u"SELECT TI.trainid FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid WHERE TR.id IS NULL"},
+        {Share::All, u"SELECT TOP 1 ti.trainid, tr.id FROM ti LEFT JOIN tr ON ti.trainid = tr.trainid ORDER BY tr.id"},
+        {Share::All,
+         u"SELECT TOP 2 ti.trainid, tr.id FROM tr RIGHT JOIN ti ON ti.trainid = tr.trainid ORDER BY tr.id DESC"},
+        {Share::All, u"SELECT TOP 1 tr.id FROM tr RIGHT JOIN ti ON ti.trainid = tr.trainid ORDER BY tr.id"},
+        {Share::All,
+         u"SELECT TOP 1 b.id FROM ti LEFT JOIN (tr INNER JOIN tr AS b ON tr.id = b.id) ON ti.trainid = tr.trainid "
+         u"ORDER BY b.id"},
+        {Share::All, u"SELECT tr.id, Count(*) AS n FROM ti LEFT JOIN tr ON ti.trainid = tr.trainid GROUP BY tr.id"},
         {Share::All, u"SELECT DISTINCT userid FROM ti"},
         {Share::All,
          u"SELECT userid, Count(*) AS n, Avg(score) AS a, Max(startdate) AS m FROM ti GROUP BY userid HAVING "
