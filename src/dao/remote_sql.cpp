@@ -329,7 +329,9 @@ RemoteSql::Piece RemoteSql::PutArithmetic(const sql::ast::Binary& binary, const 
     if (!IsNumber(left.kind) || !IsNumber(right.kind) || (!whole && !fractions)) return Cannot();
     // Whole numbers do not overflow as soon as the server's small ones would, nor as late as its large ones.
     const auto plain = [&](std::u16string_view op) -> Piece {
-        if (whole) return {Cast(Cast(left.text, u"bigint").append(op).append(right.text), u"integer"), Kind::Whole};
+        if (whole)
+            return {Cast(Cast(left.text, u"bigint").append(op).append(Cast(right.text, u"bigint")), u"integer"),
+                    Kind::Whole};
         return {InParentheses(AsDouble(left).append(op).append(AsDouble(right))), Kind::Number};
     };
     switch (binary.op) {

@@ -144,6 +144,8 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
         {Share::All, u"SELECT Sum(IIf(shared, 1, 0)) AS n, Sum(trainid * 1000000) AS s, Min(score / 2) AS h FROM ti"},
         {Share::All, u"SELECT userid & '-' & subject AS t, Count(*) AS n FROM ti GROUP BY userid & '-' & subject"},
         {Share::All, u"SELECT trainid Mod 2 AS m, Sum(trainid \\ 2) AS s FROM ti GROUP BY trainid Mod 2"},
+        {Share::All, u"SELECT Sum(7 \\ Int(id)) AS a, Sum(7 \\ Fix(-id)) AS b, Sum(-7 \\ id) AS c FROM tr"},
+        {Share::All, u"SELECT Sum(7 Mod Fix(id)) AS a, Sum(-7 Mod Int(id)) AS b, Sum(Int(id) Mod 4) AS c FROM tr"},
         {Share::Part,
          u"SELECT h.word, TI.trainid FROM here h, ti TI WHERE h.n = TI.trainid AND TI.userid = 7 ORDER BY "
          u"h.n"},
