@@ -140,7 +140,7 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
 
 const std::u16string& OdbcLink::OrderOf(int column) const {
     if (orders_.empty()) {
-        orders_.resize(columns.size());
+        std::vector<std::u16string> orders(columns.size());
         const auto answer = server->Query(
             {u"SELECT attname, CAST(CAST(attcollation AS regcollation) AS text) FROM pg_attribute WHERE "
              u"attnum > 0 AND attcollation NOT IN (0, CAST('\"default\"' AS regcollation)) AND attrelid = "
@@ -153,8 +153,9 @@ const std::u16string& OdbcLink::OrderOf(int column) const {
             answer.rows->Read(0, sql::ColumnType::Memo, name);
             answer.rows->Read(1, sql::ColumnType::Memo, order);
             const auto known = std::ranges::find(columns, name.Text(), &sql::Column::name);
-            if (known != columns.end()) orders_[known - columns.begin()] = order.Text();
+            if (known != columns.end()) orders[known - columns.begin()] = order.Text();
         }
+        orders_ = std::move(orders);
     }
     return orders_[column];
 }

@@ -269,6 +269,17 @@ TEST_F(RemoteSqlTest, TextsOfDifferentOrdersAreCompared) {
     }
 }
 
+TEST_F(RemoteSqlTest, OrdersAreAskedForAgainWhenThatHasFailed) {
+    server_->Psql("CREATE COLLATION nocase (provider = icu, locale = 'und-u-ks-level2', deterministic = false)");
+    MakeTable("mixed", "id serial PRIMARY KEY, a varchar(9) COLLATE nocase, c varchar(9) COLLATE \"C\"");
+    server_->Psql("INSERT INTO mixed (a, c) VALUES ('x', 'X')");
+    const char16_t* sql = u"SELECT id FROM mixed WHERE a = c";
+    server_->Psql("REVOKE SELECT ON pg_catalog.pg_attribute FROM PUBLIC");
+    EXPECT_NE(ErrorOf([&] { database_->OpenRecordset(sql); }), 0);
+    server_->Psql("GRANT SELECT ON pg_catalog.pg_attribute TO PUBLIC");
+    EXPECT_EQ(Column(sql, u"id"), u"1");
+}
+
 // What docs/server.md tells: where an answer is another one than a file's.
 TEST_F(RemoteSqlTest, DifferencesThatRemain) {
     struct Case {
