@@ -105,9 +105,16 @@ sql::RowId OdbcRowNumbers::NumberOf(std::u16string key) {
     return {known->second};
 }
 
-void OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
-    const auto known = numbers_.insert_or_assign(std::move(key), row.value).first;
+sql::RowId OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
+    if (key == KeyOf(row)) return {};
+    if (const auto old = numbers_.find(KeyOf(row)); old != numbers_.end() && old->second == row.value)
+        numbers_.erase(old);
+    const auto [known, added] = numbers_.try_emplace(std::move(key), row.value);
     keys_[row.value - 1] = &known->first;
+    if (added) return {};
+    const sql::RowId gone{std::exchange(known->second, row.value)};
+    keys_[gone.value - 1] = &no_key_;
+    return gone;
 }
 
 // ---- OdbcLink ----
@@ -124,6 +131,7 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
     }
     select_ = u"SELECT " + SelectedList(all) + u" FROM " + remote;
     key_list_ = QuotedList(key);
+    rows.NoKey(KeyText(std::vector<Value>(columns.size())));  // Nulls are equal to nothing
     for (const int column : key) {
         if (!page_list_.empty()) page_list_ += u", ";
         page_list_.append(kTableAlias).append(u".").append(Quoted(column));
@@ -132,7 +140,7 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
 
 const std::u16string& OdbcLink::OrderOf(int column) const {
     if (orders_.empty()) {
-        orders_.resize(columns.size());
+        std::vector<std::u16string> orders(columns.size());
         const auto answer = server->Query(
             {u"SELECT attname, CAST(CAST(attcollation AS regcollation) AS text) FROM pg_attribute WHERE "
              u"attnum > 0 AND attcollation NOT IN (0, CAST('\"default\"' AS regcollation)) AND attrelid = "
@@ -145,8 +153,9 @@ const std::u16string& OdbcLink::OrderOf(int column) const {
             answer.rows->Read(0, sql::ColumnType::Memo, name);
             answer.rows->Read(1, sql::ColumnType::Memo, order);
             const auto known = std::ranges::find(columns, name.Text(), &sql::Column::name);
-            if (known != columns.end()) orders_[known - columns.begin()] = order.Text();
+            if (known != columns.end()) orders[known - columns.begin()] = order.Text();
         }
+        orders_ = std::move(orders);
     }
     return orders_[column];
 }
@@ -204,6 +213,17 @@ std::u16string OdbcLink::KeyText(std::span<const Value> row) const {
         text += QuotedValue(row[column]);
     }
     return text;
+}
+
+void OdbcLink::MoveRow(const std::shared_ptr<OdbcLink>& link, sql::RowId row, std::u16string key) {
+    std::u16string old = link->rows.KeyOf(row);
+    const sql::RowId gone = link->rows.SetKey(row, key);
+    link->server->WhenUndone([weak = std::weak_ptr(link), row, gone, old = std::move(old), key = std::move(key)] {
+        const auto still = weak.lock();
+        if (still == nullptr) return;
+        still->rows.SetKey(row, old);
+        if (gone.value != 0) still->rows.SetKey(gone, key);
+    });
 }
 
 }  // namespace qmtrain::dao

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "dao/odbc_server.h"
@@ -21,12 +22,16 @@ public:
     sql::RowId NumberOf(std::u16string key);
     const std::u16string& KeyOf(sql::RowId row) const { return *keys_[row.value - 1]; }
 
-    // The row has another key from now on.
-    void SetKey(sql::RowId row, std::u16string key);
+    // What is no row's key.
+    void NoKey(std::u16string key) { no_key_ = std::move(key); }
+
+    // The row has another key from now on. A row that had this one until now is gone: its number is returned, else 0.
+    sql::RowId SetKey(sql::RowId row, std::u16string key);
 
 private:
     std::unordered_map<std::u16string, std::uint32_t> numbers_;
-    std::vector<const std::u16string*> keys_;  // of numbers_
+    std::vector<const std::u16string*> keys_;  // of numbers_, or no_key_
+    std::u16string no_key_;
 };
 
 // What a statement of one table calls it.
@@ -74,6 +79,9 @@ public:
 
     // A row's key as OdbcRowNumbers has it.
     std::u16string KeyText(std::span<const Value> row) const;
+
+    // The key of a row is another one now, unless the server's open transaction is undone.
+    static void MoveRow(const std::shared_ptr<OdbcLink>& link, sql::RowId row, std::u16string key);
 
 private:
     std::vector<bool> fine_;

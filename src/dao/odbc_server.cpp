@@ -135,14 +135,27 @@ void OdbcServer::Cancel(const void* user) noexcept {
     if (connection_ && user_ == user) connection_->Cancel();
 }
 
+void OdbcServer::WhenUndone(std::function<void()> action) {
+    if (levels_ > 0) undo_actions_.push_back({levels_, std::move(action)});
+}
+
+void OdbcServer::RunUndone(std::size_t levels) noexcept {
+    while (!undo_actions_.empty() && undo_actions_.back().level > levels) {
+        undo_actions_.back().run();
+        undo_actions_.pop_back();
+    }
+}
+
 void OdbcServer::Merge(std::size_t levels) noexcept {
     levels_ = std::min(levels_, levels);
+    for (UndoAction& action : undo_actions_) action.level = std::min(action.level, levels);
 }
 
 void OdbcServer::Undo(std::size_t levels) noexcept {
     if (levels_ <= levels) return;
     ++changes_;
     levels_ = levels;
+    RunUndone(levels);
     try {
         if (levels > 0)
             connection_->RollbackTo(Savepoint(levels + 1));
@@ -157,9 +170,17 @@ void OdbcServer::Undo(std::size_t levels) noexcept {
 void OdbcServer::Commit() {
     if (levels_ == 0) return;
     levels_ = 0;
-    if (connection_->IsAlive()) return connection_->Commit();
-    connection_->Rollback();
-    RaiseLost();
+    try {
+        if (!connection_->IsAlive()) {
+            connection_->Rollback();
+            RaiseLost();
+        }
+        connection_->Commit();
+    } catch (...) {
+        RunUndone(0);
+        throw;
+    }
+    undo_actions_.clear();
 }
 
 }  // namespace qmtrain::dao

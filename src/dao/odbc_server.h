@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "jet/session.h"
 #include "odbc/connection.h"
@@ -57,6 +58,10 @@ public:
     std::uint64_t Changes() const { return changes_; }
     void NoteChange() { ++changes_; }
 
+    // Called when the innermost level that is open now is undone, by itself or with those around it; never where each
+    // change is committed at once. It must not raise.
+    void WhenUndone(std::function<void()> action);
+
     void Merge(std::size_t levels) noexcept override;
     void Undo(std::size_t levels) noexcept override;
     void Commit() override;
@@ -75,6 +80,12 @@ private:
     void OpenLevels();
     bool IsLost() const { return connection_ != nullptr && !connection_->IsAlive(); }
     [[noreturn]] void RaiseLost() const;
+    void RunUndone(std::size_t levels) noexcept;
+
+    struct UndoAction {
+        std::size_t level = 0;
+        std::function<void()> run;
+    };
 
     odbc::ConnectString connect_;
     std::shared_ptr<jet::Session> session_;
@@ -82,6 +93,7 @@ private:
     std::shared_ptr<odbc::Connection> connection_;
     std::size_t levels_ = 0;  // of the session that the server knows: a transaction, and savepoints in it
     bool used_ = false;       // something has been done in them
+    std::vector<UndoAction> undo_actions_;
     std::atomic<const void*> user_ = nullptr;
     std::chrono::milliseconds time_limit_{0};
     bool serial_ = false;

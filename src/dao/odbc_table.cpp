@@ -204,7 +204,7 @@ void OdbcTable::FollowKey(sql::RowId row, std::span<const sql::Assignment> chang
         moved = moved || changed != nullptr;
         key += (key.empty() ? u"" : u", ") + QuotedValue(*value);
     }
-    if (moved) link_->rows.SetKey(row, std::move(key));
+    if (moved) OdbcLink::MoveRow(link_, row, std::move(key));
 }
 
 void OdbcTable::Delete(sql::RowId row) {

@@ -124,7 +124,7 @@ RemoteSql::Piece RemoteSql::PutFunction(std::u16string_view name, const sql::ast
     }
     if (const Renamed* function = FindIn(kNumberFunctions, name); function != nullptr) {
         if (first.kind == Kind::Number) return {CallOf(function->remote, AsDouble(first)), Kind::Number};
-        if (first.kind == Kind::Whole) return {CallOf(function->remote, first.text), Kind::Whole};
+        if (first.kind == Kind::Whole) return name == u"ABS" ? Piece{CallOf(u"abs", first.text), Kind::Whole} : first;
     }
     if (const Renamed* part = FindIn(kDateParts, name); part != nullptr && first.kind == Kind::Date) {
         return {Cast(u"extract(" + std::u16string(part->remote) + u" FROM " + first.text + u")", u"integer"),

@@ -26,7 +26,7 @@ std::u16string RemoteSql::AddTable(const std::shared_ptr<OdbcLink>& link, std::u
     if (server_ == nullptr) server_ = link->server;
     if (server_ != link->server) Cannot();
     const std::u16string alias = u"t" + ToText(std::int64_t{tables_++});
-    scopes_.back().push_back({std::u16string(name), alias, link});
+    scopes_.back().push_back({std::u16string(name), alias, link, false});
     return link->remote + u" AS " + alias;
 }
 
@@ -40,9 +40,17 @@ std::u16string RemoteSql::PutFrom(const sql::ast::TableExpression& table) {
     if (join == nullptr) return Cannot().text;
     constexpr EnumTable<sql::ast::JoinType, std::u16string_view, 3> kJoins = {u" JOIN ", u" LEFT JOIN ",
                                                                               u" RIGHT JOIN "};
+    const std::size_t begin = scopes_.back().size();
     const std::u16string left = PutFrom(*join->left);
+    const std::size_t middle = scopes_.back().size();
     const std::u16string right = PutFrom(*join->right);
-    return InParentheses(left + std::u16string(kJoins[join->type]) + right + u" ON " + AsCondition(Put(*join->on)));
+    const std::u16string condition = AsCondition(Put(*join->on));
+    const std::size_t end = scopes_.back().size();
+    const bool outer = join->type != sql::ast::JoinType::Inner;
+    const bool of_left = join->type == sql::ast::JoinType::Right;
+    for (std::size_t i = of_left ? begin : middle; outer && i < (of_left ? middle : end); ++i)
+        scopes_.back()[i].may_be_missing = true;
+    return InParentheses(left + std::u16string(kJoins[join->type]) + right + u" ON " + condition);
 }
 
 std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {

@@ -237,7 +237,8 @@ RemoteSql::Piece RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
                 if (link.IsFine(static_cast<int>(i))) text = CallOf(u"date_trunc", u"'second', " + text);
                 const Kind kind = KindOf(column.type);
                 const TextOrder order = kind == Kind::Text ? TextOrder::Column : TextOrder::None;
-                return {std::move(text), kind, column.required, order, &link, static_cast<int>(i)};
+                const bool required = column.required && !table.may_be_missing;
+                return {std::move(text), kind, required, order, &link, static_cast<int>(i)};
             }
         }
     }
@@ -328,7 +329,9 @@ RemoteSql::Piece RemoteSql::PutArithmetic(const sql::ast::Binary& binary, const 
     if (!IsNumber(left.kind) || !IsNumber(right.kind) || (!whole && !fractions)) return Cannot();
     // Whole numbers do not overflow as soon as the server's small ones would, nor as late as its large ones.
     const auto plain = [&](std::u16string_view op) -> Piece {
-        if (whole) return {Cast(Cast(left.text, u"bigint").append(op).append(right.text), u"integer"), Kind::Whole};
+        if (whole)
+            return {Cast(Cast(left.text, u"bigint").append(op).append(Cast(right.text, u"bigint")), u"integer"),
+                    Kind::Whole};
         return {InParentheses(AsDouble(left).append(op).append(AsDouble(right))), Kind::Number};
     };
     switch (binary.op) {

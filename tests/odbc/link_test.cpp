@@ -275,6 +275,103 @@ TEST_F(RowsTest, AreAddedChangedAndDeleted) {
     EXPECT_EQ(rows->Fields(u"remark").Value(), Value(u"备注1"));
 }
 
+// A row goes on with its new key, and whoever has its old one is another row.
+TEST_F(RowsTest, WhoseKeysHaveChangedAreToldFromOthers) {
+    MakeTable("keyed", "id integer PRIMARY KEY, t varchar(9)");
+    dao::Engine& engine = dao::Engine::Instance();
+    const auto at = [&](int id) {
+        return database_->OpenRecordset(u"SELECT * FROM keyed WHERE id = " + ToText(std::int64_t{id}));
+    };
+    const auto move = [&](int from, int to) {
+        const auto row = at(from);
+        row->Edit();
+        row->Fields(u"id").Value(std::int32_t{to});
+        row->Update();
+        EXPECT_EQ(row->Fields(u"id").Value(), Value(std::int32_t{to}));
+        row->Edit();
+        row->Fields(u"t").Value(u"same");
+        row->Update();
+    };
+    const auto insert = [&](int id) { server_->Psql("INSERT INTO keyed VALUES (" + std::to_string(id) + ", 'same')"); };
+    struct Case {
+        const char* name;
+        std::function<void()> change;
+        const char* others;  // than row 1
+    };
+    const Case cases[] = {
+        {"its old key given to another",
+         [&] {
+             move(1, 2);
+             insert(1);
+         },
+         "2 5"},
+        {"changed and undone",
+         [&] {
+             engine.BeginTrans();
+             move(1, 3);
+             engine.Rollback();
+             insert(3);
+         },
+         "3 5"},
+        {"the inner change undone",
+         [&] {
+             engine.BeginTrans();
+             move(1, 2);
+             engine.BeginTrans();
+             move(2, 3);
+             move(5, 2);
+             engine.Rollback();
+             move(2, 1);
+             engine.CommitTrans();
+             insert(2);
+         },
+         "2 5"},
+        {"the inner change undone with the outer one",
+         [&] {
+             engine.BeginTrans();
+             engine.BeginTrans();
+             move(1, 3);
+             engine.CommitTrans();
+             engine.Rollback();
+             insert(3);
+         },
+         "3 5"},
+        {"exchanged",
+         [&] {
+             move(1, 9);
+             move(5, 1);
+             move(9, 5);
+         },
+         "5"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        server_->Psql("TRUNCATE keyed");
+        insert(1);
+        insert(5);
+        const std::int32_t error = ErrorOf(c.change);
+        while (error != 0 && ErrorOf([&] { engine.Rollback(); }) == 0) {
+        }
+        ASSERT_EQ(error, 0);
+        const auto row = at(1);
+        row->Edit();
+        row->Fields(u"t").Value(u"edited");
+        EXPECT_EQ(ErrorOf([&] { row->Update(); }), 0);
+        EXPECT_EQ(server_->Psql("SELECT id FROM keyed WHERE t = 'edited'"), "1");
+        EXPECT_EQ(ErrorOf([&] { at(1)->Delete(); }), 0);
+        EXPECT_EQ(server_->Psql("SELECT string_agg(id::text, ' ' ORDER BY id) FROM keyed"), c.others);
+    }
+    // Who still shows a row that is gone does not get hold of the one that has its key now.
+    server_->Psql("TRUNCATE keyed");
+    insert(1);
+    insert(2);
+    const auto gone = at(2);
+    server_->Psql("DELETE FROM keyed WHERE id = 2");
+    move(1, 2);
+    EXPECT_EQ(ErrorOf([&] { gone->Delete(); }), N(Number::RecordDeleted));
+    EXPECT_EQ(server_->Psql("SELECT id FROM keyed"), "2");
+}
+
 TEST_F(RowsTest, AreNotOverwrittenWhenAnotherUserWasFirst) {
     const auto rows = database_->OpenRecordset(u"SELECT * FROM train WHERE id = 1");
     const auto change = [&] {

@@ -128,6 +128,14 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
          u"SELECT TI.trainid, TR.code FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid ORDER BY "
          u"TI.trainid, TR.id"},
         {Share::All, u"SELECT TI.trainid FROM ti TI LEFT JOIN tr TR ON TI.trainid = TR.trainid WHERE TR.id IS NULL"},
+        {Share::All, u"SELECT TOP 1 ti.trainid, tr.id FROM ti LEFT JOIN tr ON ti.trainid = tr.trainid ORDER BY tr.id"},
+        {Share::All,
+         u"SELECT TOP 2 ti.trainid, tr.id FROM tr RIGHT JOIN ti ON ti.trainid = tr.trainid ORDER BY tr.id DESC"},
+        {Share::All, u"SELECT TOP 1 tr.id FROM tr RIGHT JOIN ti ON ti.trainid = tr.trainid ORDER BY tr.id"},
+        {Share::All,
+         u"SELECT TOP 1 b.id FROM ti LEFT JOIN (tr INNER JOIN tr AS b ON tr.id = b.id) ON ti.trainid = tr.trainid "
+         u"ORDER BY b.id"},
+        {Share::All, u"SELECT tr.id, Count(*) AS n FROM ti LEFT JOIN tr ON ti.trainid = tr.trainid GROUP BY tr.id"},
         {Share::All, u"SELECT DISTINCT userid FROM ti"},
         {Share::All,
          u"SELECT userid, Count(*) AS n, Avg(score) AS a, Max(startdate) AS m FROM ti GROUP BY userid HAVING "
@@ -136,6 +144,8 @@ TEST_F(RemoteSqlTest, AnswersAreThoseOfAFile) {
         {Share::All, u"SELECT Sum(IIf(shared, 1, 0)) AS n, Sum(trainid * 1000000) AS s, Min(score / 2) AS h FROM ti"},
         {Share::All, u"SELECT userid & '-' & subject AS t, Count(*) AS n FROM ti GROUP BY userid & '-' & subject"},
         {Share::All, u"SELECT trainid Mod 2 AS m, Sum(trainid \\ 2) AS s FROM ti GROUP BY trainid Mod 2"},
+        {Share::All, u"SELECT Sum(7 \\ Int(id)) AS a, Sum(7 \\ Fix(-id)) AS b, Sum(-7 \\ id) AS c FROM tr"},
+        {Share::All, u"SELECT Sum(7 Mod Fix(id)) AS a, Sum(-7 Mod Int(id)) AS b, Sum(Int(id) Mod 4) AS c FROM tr"},
         {Share::Part,
          u"SELECT h.word, TI.trainid FROM here h, ti TI WHERE h.n = TI.trainid AND TI.userid = 7 ORDER BY "
          u"h.n"},
@@ -257,6 +267,17 @@ TEST_F(RemoteSqlTest, TextsOfDifferentOrdersAreCompared) {
                   u"1")
             << ToUtf8(condition);
     }
+}
+
+TEST_F(RemoteSqlTest, OrdersAreAskedForAgainWhenThatHasFailed) {
+    server_->Psql("CREATE COLLATION nocase (provider = icu, locale = 'und-u-ks-level2', deterministic = false)");
+    MakeTable("mixed", "id serial PRIMARY KEY, a varchar(9) COLLATE nocase, c varchar(9) COLLATE \"C\"");
+    server_->Psql("INSERT INTO mixed (a, c) VALUES ('x', 'X')");
+    const char16_t* sql = u"SELECT id FROM mixed WHERE a = c";
+    server_->Psql("REVOKE SELECT ON pg_catalog.pg_attribute FROM PUBLIC");
+    EXPECT_NE(ErrorOf([&] { database_->OpenRecordset(sql); }), 0);
+    server_->Psql("GRANT SELECT ON pg_catalog.pg_attribute TO PUBLIC");
+    EXPECT_EQ(Column(sql, u"id"), u"1");
 }
 
 // What docs/server.md tells: where an answer is another one than a file's.
