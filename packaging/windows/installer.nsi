@@ -236,13 +236,16 @@ FunctionEnd
 ; $R0, a path, becomes what tells its folder from all others; "" when there is none.
 Function ${UN}IdentityOf
   System::Call 'kernel32::CreateFile(t R0, i 0, i 7, p 0, i 3, i 0x02000000, p 0) p .r0'
-  StrCpy $R0 ""
-  ${If} $0 != -1
+  ${If} $0 == -1
+    StrCpy $R0 ""
+  ${Else}
     System::Call "*(i,i,i,i,i,i,i,i,i,i,i,i,i) p .r1"
     System::Call "kernel32::GetFileInformationByHandle(p r0, p r1) i .r2"
     ${If} $2 <> 0
       System::Call "*$1(i,i,i,i,i,i,i,i .r3,i,i,i,i .r4,i .r5)"
-      StrCpy $R0 "$3:$4:$5"
+      ${If} "$4:$5" != "0:0"  ; as on file systems that number nothing
+        StrCpy $R0 "$3:$4:$5"
+      ${EndIf}
     ${EndIf}
     System::Free $1
     System::Call "kernel32::CloseHandle(p r0)"
@@ -551,17 +554,18 @@ FunctionEnd
       FileOpen $0 "$INSTDIR\${BITS}\QmTrainInfo.Log" r
       FileOpen $1 "$R0\${BITS}\QmTrainInfo.Log" a
       FileSeek $1 0 END
-      ClearErrors
+      System::Alloc 65536
+      Pop $2
       ${Do}
-        FileReadByte $0 $2
-        ${If} ${Errors}
-          ${Break}
-        ${EndIf}
-        FileWriteByte $1 $2
-      ${Loop}
+        System::Call "kernel32::ReadFile(p r0, p r2, i 65536, *i .r3, p 0)"
+        System::Call "kernel32::WriteFile(p r1, p r2, i r3, *i .r4, p 0)"
+      ${LoopUntil} $3 < 65536
+      System::Free $2
       FileClose $1
       FileClose $0
-      Delete "$INSTDIR\${BITS}\QmTrainInfo.Log"
+      ${If} $3 = $4
+        Delete "$INSTDIR\${BITS}\QmTrainInfo.Log"
+      ${EndIf}
     ${Else}
       Rename "$INSTDIR\${BITS}\QmTrainInfo.Log" "$R0\${BITS}\QmTrainInfo.Log"
     ${EndIf}
