@@ -6,7 +6,8 @@
 ; the user, 2 not installed and the system as before.
 ; New files are first written to a folder beside the old ones; only when all of them are there do they take their places,
 ; and the old ones wait in another folder until all is done: whatever fails, they come back. A file in use can be moved, so
-; its program goes on, and what is started next has the new one.
+; its program goes on, and what is started next has the new one. Where the old ones wait is written down before the first
+; of them moves: when the installer is ended in the middle, the next one or the uninstaller puts them back.
 Unicode true
 !include MUI2.nsh
 !include LogicLib.nsh
@@ -66,14 +67,22 @@ Page custom ScopePage ScopePageLeave
 !insertmacro Text T_FOLDER "不能写入这个文件夹，没有安装任何内容：$\r$\n$INSTDIR" "This folder cannot be written; nothing has been installed:$\r$\n$INSTDIR"
 !insertmacro Text T_SPACE "磁盘空间不足，没有安装任何内容：$\r$\n$INSTDIR" "There is not enough room on the disk; nothing has been installed:$\r$\n$INSTDIR"
 !insertmacro Text T_IN_USE "文件正在使用，不能替换：$\r$\n$R8$\r$\n请关闭使用它的程序，再安装一次。" "A file is in use and cannot be replaced:$\r$\n$R8$\r$\nPlease close the programs that use it and install again."
+!insertmacro Text T_LOCKED "这个文件不能更改（没有权限，或者磁盘只读），没有改变任何内容：$\r$\n$R8" "This file cannot be changed (no right to, or the disk is read-only); nothing has been changed:$\r$\n$R8"
+!insertmacro Text T_FOREIGN "这个文件夹中有别的文件，没有安装任何内容；请另选一个文件夹：$\r$\n$INSTDIR" "There are other files in this folder; nothing has been installed. Please choose another one:$\r$\n$INSTDIR"
+!insertmacro Text T_TWICE "QmTrainInfo 的安装或卸载程序正在运行，请等它结束。" "An installation or removal of QmTrainInfo is running; please wait for its end."
+!insertmacro Text T_UNKNOWN "系统中没有这个文件夹的安装记录，没有卸载任何内容；请再安装一次，然后卸载：$\r$\n$INSTDIR" "The system has no entry of an installation in this folder; nothing has been removed. Please install it again, then remove it:$\r$\n$INSTDIR"
 !insertmacro Text T_REGISTER "组件不能注册，没有安装任何内容：$\r$\n$R8" "The component cannot be registered; nothing has been installed:$\r$\n$R8"
 !insertmacro Text T_LOG "其他用户不能写记录文件，他们出错的原因不会被记录：$\r$\n$R8" "Other users cannot write the log; the reasons of their errors will not be kept:$\r$\n$R8"
 !insertmacro Text T_STAYS "有程序正在使用这个文件，没有卸载任何内容：$\r$\n$R8$\r$\n请关闭使用它的程序，再试一次。" "A program uses this file; nothing has been removed:$\r$\n$R8$\r$\nPlease close it and try again."
 
-Var all_users
+Var all_users  ; 1: the branch of the registry that is worked on is that of all users
+Var all_here   ; 1: the folder is that of the installation for all users
+Var own_here   ; 1: it is that of the user's own
+Var mutex
 Var given  ; the folder that the command line asks for, as it says so
 Var older  ; where the installation lies whose place this one takes, if there is one
 Var kept   ; where the old files wait
+Var waiting  ; the name of the folder in which files wait that go with the next start of the system
 Var user_button
 Var all_button
 
@@ -113,20 +122,35 @@ Var all_button
 !macroend
 !macro PutBack FOLDER FILE
   StrCpy $R7 "${FOLDER}${FILE}"
-  Call PutFileBack
+  !ifndef __UNINSTALL__
+    Call PutFileBack
+  !else if "${FILE}" != "uninstall.exe"
+    Call un.PutFileBack
+  !else
+    Delete "$kept\uninstall.exe"  ; the one that is there may be the one that runs, and goes with the rest
+  !endif
 !macroend
+; What cannot be deleted gets another name, under which the next start of the system deletes it: by then the old name may
+; be that of a new file. An uninstaller that runs where it lies can have no other name; it stays.
 !macro Remove FOLDER FILE
-  Delete /REBOOTOK "$INSTDIR\${FOLDER}${FILE}"
+  Delete "$INSTDIR\${FOLDER}${FILE}"
+  ${If} ${FileExists} "$INSTDIR\${FOLDER}${FILE}"
+    CreateDirectory "$INSTDIR\$waiting\${FOLDER}"
+    Rename "$INSTDIR\${FOLDER}${FILE}" "$INSTDIR\$waiting\${FOLDER}${FILE}"
+  ${EndIf}
 !macroend
+; $R8 becomes the file that cannot be removed, $R9 the system's error.
 !macro Stays FOLDER FILE
   !if "${FILE}" != "uninstall.exe"  ; which may be the one that asks
   ${If} ${FileExists} "$INSTDIR\${FOLDER}${FILE}"
-    ClearErrors
-    FileOpen $0 "$INSTDIR\${FOLDER}${FILE}" a
-    ${If} ${Errors}
+    SetFileAttributes "$INSTDIR\${FOLDER}${FILE}" NORMAL
+    System::Call 'kernel32::CreateFile(t "$INSTDIR\${FOLDER}${FILE}", i 0x40000000, i 7, p 0, i 3, i 0, p 0) p .r0 ?e'
+    Pop $1
+    ${If} $0 == -1
       StrCpy $R8 "$INSTDIR\${FOLDER}${FILE}"
+      StrCpy $R9 $1
     ${Else}
-      FileClose $0
+      System::Call "kernel32::CloseHandle(p r0)"
     ${EndIf}
   ${EndIf}
   !endif
@@ -173,6 +197,137 @@ Var all_button
   RMDir "$INSTDIR\x86"
   RMDir "$INSTDIR"
 !macroend
+; All files in the folder, none of which Stays.
+!macro RemoveAll
+  Call ${UN}NewName
+  StrCpy $waiting "QmTrainInfo.old~$0"
+  !insertmacro AllFiles Remove
+  RMDir /r "$INSTDIR\QmTrainInfo.new~"
+  !insertmacro DropOld
+  ${If} ${FileExists} "$INSTDIR\$waiting\*.*"
+    RMDir /r /REBOOTOK "$INSTDIR\$waiting"
+    RMDir /REBOOTOK "$INSTDIR"
+  ${EndIf}
+  !insertmacro RemoveFolders
+!macroend
+; OUT becomes 1 when that branch of the registry says that its installation is in $INSTDIR, by whatever name, else 0.
+!macro IsHere BRANCH OUT
+  ReadRegStr $R0 ${BRANCH} "${KEY}" "InstallLocation"
+  Call ${UN}IsThisFolder
+  StrCpy ${OUT} $R0
+!macroend
+
+; What the installer and the uninstaller both do; UN is the beginning of their functions' names.
+!macro Common
+; Of two that change the same files one would take away what the other has made. Another user's cannot even be opened.
+Function ${UN}RequireAlone
+  System::Call 'kernel32::CreateMutex(p 0, i 0, t "Global\QmTrainInfo-setup") p .r1 ?e'
+  Pop $0
+  StrCpy $mutex $1
+  ${If} $0 == 183
+  ${OrIf} $mutex == 0
+    !insertmacro Fail T_TWICE
+  ${EndIf}
+FunctionEnd
+Function ${UN}LetOthers
+  System::Call "kernel32::CloseHandle(p $mutex)"
+FunctionEnd
+
+; $R0, a path, becomes what tells its folder from all others; "" when there is none.
+Function ${UN}IdentityOf
+  System::Call 'kernel32::CreateFile(t R0, i 0, i 7, p 0, i 3, i 0x02000000, p 0) p .r0'
+  StrCpy $R0 ""
+  ${If} $0 != -1
+    System::Call "*(i,i,i,i,i,i,i,i,i,i,i,i,i) p .r1"
+    System::Call "kernel32::GetFileInformationByHandle(p r0, p r1) i .r2"
+    ${If} $2 <> 0
+      System::Call "*$1(i,i,i,i,i,i,i,i .r3,i,i,i,i .r4,i .r5)"
+      StrCpy $R0 "$3:$4:$5"
+    ${EndIf}
+    System::Free $1
+    System::Call "kernel32::CloseHandle(p r0)"
+  ${EndIf}
+FunctionEnd
+; $R0, a path, becomes 1 when it leads to $INSTDIR, else 0.
+Function ${UN}IsThisFolder
+  ${If} $R0 != ""
+    Call ${UN}IdentityOf
+  ${EndIf}
+  Push $R0
+  StrCpy $R0 $INSTDIR
+  Call ${UN}IdentityOf
+  Pop $R1
+  ${If} $R1 != ""
+  ${AndIf} $R0 == $R1
+    StrCpy $R0 1
+  ${Else}
+    StrCpy $R0 0
+  ${EndIf}
+FunctionEnd
+
+; $0 becomes a number with which no folder of old files is called yet.
+Function ${UN}NewName
+  System::Call "kernel32::GetTickCount() i .r0"
+  ${While} ${FileExists} "$INSTDIR\QmTrainInfo.old~$0"
+    IntOp $0 $0 + 1
+  ${EndWhile}
+FunctionEnd
+
+Function ${UN}PutFileBack
+  ${IfNot} ${FileExists} "$INSTDIR\QmTrainInfo.new~\$R7"
+    Rename "$INSTDIR\$R7" "$INSTDIR\QmTrainInfo.new~\$R7"
+  ${EndIf}
+  ${If} ${FileExists} "$kept\$R7"
+    Rename "$kept\$R7" "$INSTDIR\$R7"
+  ${EndIf}
+FunctionEnd
+
+; As before: what an attempt that cannot be finished has made goes again; a folder with anything else in it stays. May be
+; broken off and done again at any step.
+Function ${UN}PutAllBack
+  SetOutPath "$TEMP"
+  ${If} $kept != ""
+    !insertmacro AllFiles PutBack
+    RMDir "$kept\samples"
+    RMDir "$kept\x64"
+    RMDir "$kept\x86"
+    RMDir "$kept"
+    ${If} ${FileExists} "$kept\*.*"
+      Return  ; a file that cannot be put back waits for the next attempt
+    ${EndIf}
+    StrCpy $kept ""
+  ${EndIf}
+  Delete "$INSTDIR\QmTrainInfo.new~\kept.txt"
+  RMDir /r "$INSTDIR\QmTrainInfo.new~"
+  !insertmacro RemoveFolders
+FunctionEnd
+
+; Puts back what an attempt has left in the middle. $R8 becomes "", or the folder of files that cannot be put back.
+Function ${UN}Recover
+  StrCpy $R8 ""
+  ClearErrors
+  FileOpen $0 "$INSTDIR\QmTrainInfo.new~\kept.txt" r
+  ${If} ${Errors}
+    Return
+  ${EndIf}
+  FileRead $0 $1
+  FileClose $0
+  StrCpy $2 $1 16
+  ${If} $2 == "QmTrainInfo.old~"
+    StrCpy $kept "$INSTDIR\$1"
+    Call ${UN}PutAllBack
+    StrCpy $R8 $kept
+  ${EndIf}
+FunctionEnd
+!macroend
+
+!define UN ""
+!insertmacro Common
+!undef UN
+!define UN "un."
+!insertmacro Common
+!undef UN
+!define UN ""
 
 Function .onInit
   StrCpy $all_users 0
@@ -185,6 +340,7 @@ Function .onInit
   ${IfNot} ${AtLeastWin7}
     !insertmacro Fail T_OLD
   ${EndIf}
+  Call RequireAlone
   ; A folder that can be none is dropped before we see it; what was wanted is not the usual place, then.
   System::Call "kernel32::GetCommandLine() t .r0"
   ClearErrors
@@ -241,28 +397,84 @@ Function ScopePage
   Pop $user_button
   ${NSD_CreateRadioButton} 0 40u 100% 12u "$(T_SCOPE_ALL)"
   Pop $all_button
-  ${NSD_Check} $user_button
+  ; One's own beside the one for all would be what one's programs find.
+  ReadRegStr $0 HKLM "${KEY}" "InstallLocation"
+  ${If} $0 == ""
+    ${NSD_Check} $user_button
+  ${Else}
+    ${NSD_Check} $all_button
+  ${EndIf}
   nsDialogs::Show
 FunctionEnd
 
 Function ScopePageLeave
   ${NSD_GetState} $all_button $0
   ${If} $0 == ${BST_CHECKED}
+    Call LetOthers
     ClearErrors
     ExecShell "runas" "$EXEPATH" "/AllUsers$given"
     ${If} ${Errors}
+      Call RequireAlone
       Abort  ; refused: the question is still there
     ${EndIf}
     Quit
   ${EndIf}
 FunctionEnd
 
-; A folder of other things is not filled with ours.
+; $0 becomes 1 when the folder's uninstall.exe says that it is of this product, else 0.
+Function HasOurUninstaller
+  StrCpy $5 ""
+  System::Call 'version::GetFileVersionInfoSize(t "$INSTDIR\uninstall.exe", p 0) i .r0'
+  ${If} $0 > 0
+    System::Alloc $0
+    Pop $1
+    System::Call 'version::GetFileVersionInfo(t "$INSTDIR\uninstall.exe", i 0, i r0, p r1) i .r2'
+    ${If} $2 <> 0
+      System::Call 'version::VerQueryValue(p r1, t "\StringFileInfo\080404b0\ProductName", *p .r2, *i .r3) i .r4'
+      ${If} $4 <> 0
+        System::Call "*$2(&t32 .r5)"
+      ${EndIf}
+    ${EndIf}
+    System::Free $1
+  ${EndIf}
+  StrCpy $0 0
+  ${If} $5 == "QmTrainInfo"
+    StrCpy $0 1
+  ${EndIf}
+FunctionEnd
+
+; $0 becomes 1 when the folder is missing, has nothing but what attempts of ours have left, or is that of an installation
+; of ours; else 0.
+Function MayFillFolder
+  StrCpy $R2 1
+  FindFirst $1 $2 "$INSTDIR\*.*"
+  ${DoWhile} $2 != ""
+    StrCpy $3 $2 16
+    ${If} $2 != "."
+    ${AndIf} $2 != ".."
+    ${AndIf} $2 != "QmTrainInfo.new~"
+    ${AndIf} $3 != "QmTrainInfo.old~"
+      StrCpy $R2 0
+    ${EndIf}
+    FindNext $1 $2
+  ${Loop}
+  FindClose $1
+  ${If} $R2 == 0
+    Call HasOurUninstaller
+    StrCpy $R2 $0
+  ${EndIf}
+  ${If} $R2 == 0
+    !insertmacro IsHere HKCU $R2
+  ${EndIf}
+  ${If} $R2 == 0
+    !insertmacro IsHere HKLM $R2
+  ${EndIf}
+  StrCpy $0 $R2
+FunctionEnd
+
 Function DirectoryPageLeave
-  ${GetFileName} "$INSTDIR" $0
-  ${If} $0 != "QmTrainInfo"
-  ${AndIf} ${FileExists} "$INSTDIR\*.*"
-  ${AndIfNot} ${FileExists} "$INSTDIR\uninstall.exe"
+  Call MayFillFolder
+  ${If} $0 == 0
     StrCpy $INSTDIR "$INSTDIR\QmTrainInfo"
   ${EndIf}
 FunctionEnd
@@ -299,30 +511,6 @@ Function ReplaceFile
   ${EndIf}
 FunctionEnd
 
-Function PutFileBack
-  ${IfNot} ${FileExists} "$INSTDIR\QmTrainInfo.new~\$R7"
-    Rename "$INSTDIR\$R7" "$INSTDIR\QmTrainInfo.new~\$R7"
-  ${EndIf}
-  ${If} ${FileExists} "$kept\$R7"
-    Rename "$kept\$R7" "$INSTDIR\$R7"
-  ${EndIf}
-FunctionEnd
-
-; As before: what an attempt that cannot be finished has made goes again; a folder with anything else in it stays.
-Function PutAllBack
-  SetOutPath "$TEMP"
-  ${If} $kept != ""
-    !insertmacro AllFiles PutBack
-    RMDir "$kept\samples"
-    RMDir "$kept\x64"
-    RMDir "$kept\x86"
-    RMDir "$kept"
-    StrCpy $kept ""
-  ${EndIf}
-  RMDir /r "$INSTDIR\QmTrainInfo.new~"
-  !insertmacro RemoveFolders
-FunctionEnd
-
 ; A disk that has filled up while files were written is noticed by the installer itself.
 Function .onInstFailed
   Call PutAllBack
@@ -356,22 +544,70 @@ FunctionEnd
   ${EndIf}
 !macroend
 
-; An installation for all takes the place of one's own in the same folder.
-Function ForgetOwn
-  ReadRegStr $0 HKCU "${KEY}" "InstallLocation"
-  ${If} $0 == $INSTDIR
-    StrCpy $all_users 0
-    !insertmacro RegisterAll "/u"
-    StrCpy $all_users 1
-    SetShellVarContext current
-    Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
-    RMDir "$SMPROGRAMS\QmTrainInfo"
-    SetShellVarContext all
-    DeleteRegKey HKCU "${KEY}"
+; What has been logged in $INSTDIR comes along to the new folder.
+!macro MoveLog BITS
+  ${If} ${FileExists} "$INSTDIR\${BITS}\QmTrainInfo.Log"
+    ${If} ${FileExists} "$R0\${BITS}\QmTrainInfo.Log"
+      FileOpen $0 "$INSTDIR\${BITS}\QmTrainInfo.Log" r
+      FileOpen $1 "$R0\${BITS}\QmTrainInfo.Log" a
+      FileSeek $1 0 END
+      ClearErrors
+      ${Do}
+        FileReadByte $0 $2
+        ${If} ${Errors}
+          ${Break}
+        ${EndIf}
+        FileWriteByte $1 $2
+      ${Loop}
+      FileClose $1
+      FileClose $0
+      Delete "$INSTDIR\${BITS}\QmTrainInfo.Log"
+    ${Else}
+      Rename "$INSTDIR\${BITS}\QmTrainInfo.Log" "$R0\${BITS}\QmTrainInfo.Log"
+    ${EndIf}
   ${EndIf}
+!macroend
+; The installation in $older, whose place this one takes.
+Function TakeAway
+  StrCpy $R0 $INSTDIR
+  StrCpy $INSTDIR $older
+  !insertmacro MoveLog x64
+  !insertmacro MoveLog x86
+  !insertmacro RemoveAll
+  StrCpy $INSTDIR $R0
+FunctionEnd
+
+; One's own installation, wherever it is, would be found before the one for all.
+Function ForgetOwn
+  ReadRegStr $older HKCU "${KEY}" "InstallLocation"
+  ${If} $older == ""
+    Return
+  ${EndIf}
+  StrCpy $R0 $older
+  Call IsThisFolder
+  StrCpy $all_users 0
+  ${If} $R0 == 1
+    !insertmacro RegisterAll "/u"
+  ${ElseIf} ${FileExists} "$older\uninstall.exe"
+    Push $INSTDIR
+    StrCpy $INSTDIR $older
+    !insertmacro RegisterAll "/u"
+    Pop $INSTDIR
+    Call TakeAway
+  ${EndIf}
+  StrCpy $all_users 1
+  SetShellVarContext current
+  Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
+  RMDir "$SMPROGRAMS\QmTrainInfo"
+  SetShellVarContext all
+  DeleteRegKey HKCU "${KEY}"
 FunctionEnd
 
 Section
+  System::Call 'kernel32::GetFullPathName(t "$INSTDIR", i ${NSIS_MAX_STRLEN}, t .r0, p 0) i .r1'
+  ${If} $1 <> 0
+    StrCpy $INSTDIR $0
+  ${EndIf}
   ${GetRoot} "$INSTDIR" $0
   ${DriveSpace} "$0\" "/D=F /S=M" $1  ; in KB it would not fit the comparison
   ${If} $1 != ""
@@ -379,6 +615,14 @@ Section
     !insertmacro Fail T_SPACE
   ${EndIf}
 
+  Call Recover
+  ${If} $R8 != ""
+    !insertmacro Fail T_IN_USE
+  ${EndIf}
+  Call MayFillFolder
+  ${If} $0 == 0
+    !insertmacro Fail T_FOREIGN
+  ${EndIf}
   !insertmacro DropOld
   RMDir /r "$INSTDIR\QmTrainInfo.new~"
   ClearErrors
@@ -388,14 +632,13 @@ Section
     !insertmacro Fail T_FOLDER
   ${EndIf}
 
-  System::Call "kernel32::GetTickCount() i .r1"
-  CreateDirectory "$INSTDIR\QmTrainInfo.new~\$1"
   ReadRegStr $older SHCTX "${KEY}" "InstallLocation"
-  ${IfNot} ${FileExists} "$older\uninstall.exe"
-    StrCpy $older ""
-  ${ElseIf} ${FileExists} "$older\QmTrainInfo.new~\$1"
+  StrCpy $R0 $older
+  Call IsThisFolder
+  ${If} $R0 == 1
     StrCpy $older $INSTDIR  ; the same folder, by whatever name
-  ${ElseIf} $older != $INSTDIR
+  ${ElseIf} $older != ""
+  ${AndIf} ${FileExists} "$older\uninstall.exe"
     Push $INSTDIR
     StrCpy $INSTDIR $older
     StrCpy $R8 ""
@@ -403,8 +646,13 @@ Section
     Pop $INSTDIR
     ${If} $R8 != ""
       Call PutAllBack
-      !insertmacro Fail T_IN_USE
+      ${If} $R9 == 32
+        !insertmacro Fail T_IN_USE
+      ${EndIf}
+      !insertmacro Fail T_LOCKED
     ${EndIf}
+  ${Else}
+    StrCpy $older ""
   ${EndIf}
   SetOverwrite try
   ClearErrors
@@ -416,7 +664,15 @@ Section
     !insertmacro Fail T_FOLDER
   ${EndIf}
 
-  System::Call "kernel32::GetTickCount() i .r0"
+  Call NewName
+  ClearErrors
+  FileOpen $1 "$INSTDIR\QmTrainInfo.new~\kept.txt" w
+  FileWrite $1 "QmTrainInfo.old~$0"
+  FileClose $1
+  ${If} ${Errors}
+    Call PutAllBack
+    !insertmacro Fail T_FOLDER
+  ${EndIf}
   StrCpy $kept "$INSTDIR\QmTrainInfo.old~$0"
   !insertmacro AllFiles Replace
   SetOutPath "$INSTDIR"
@@ -436,20 +692,14 @@ Section
     StrCpy $R8 "$INSTDIR\x86\QmTrainInfo.dll"
     Call RegisterOlder
   ${EndIf}
+  Delete "$INSTDIR\QmTrainInfo.new~\kept.txt"  ; from here on the new files are the ones that stay
   RMDir /r "$INSTDIR\QmTrainInfo.new~"
   RMDir /r /REBOOTOK "$kept"
 
-  ; It has moved: the classes are registered where they are now, and what has been logged comes along.
+  ; It has moved: the classes are registered where they are now.
   ${If} $older != ""
   ${AndIf} $older != $INSTDIR
-    Rename "$older\x64\QmTrainInfo.Log" "$INSTDIR\x64\QmTrainInfo.Log"
-    Rename "$older\x86\QmTrainInfo.Log" "$INSTDIR\x86\QmTrainInfo.Log"
-    Push $INSTDIR
-    StrCpy $INSTDIR $older
-    !insertmacro AllFiles Remove
-    !insertmacro DropOld
-    !insertmacro RemoveFolders
-    Pop $INSTDIR
+    Call TakeAway
   ${EndIf}
   ${If} $all_users == 1
     ${If} ${RunningX64}
@@ -459,6 +709,7 @@ Section
     Call ForgetOwn
   ${EndIf}
 
+  Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"  ; they may have been made in another language
   CreateDirectory "$SMPROGRAMS\QmTrainInfo"
   CreateShortcut "$SMPROGRAMS\QmTrainInfo\$(T_HOST).lnk" "$R9\qmtrain.exe"
   CreateShortcut "$SMPROGRAMS\QmTrainInfo\$(T_README).lnk" "$INSTDIR\readme.txt"
@@ -477,57 +728,79 @@ Section
   WriteRegDWORD SHCTX "${KEY}" "NoRepair" 1
 SectionEnd
 
-; The installation knows for whom it was made: its entry is in one of the two branches.
+!undef UN
+!define UN "un."
+
+; The installation knows for whom it was made: its entries are in the branches of the registry.
 Function un.onInit
   ${If} ${RunningX64}
     SetRegView 64
   ${EndIf}
-  StrCpy $all_users 0
-  SetShellVarContext current
-  ReadRegStr $0 HKLM "${KEY}" "InstallLocation"
-  GetFullPathName /SHORT $0 $0
-  GetFullPathName /SHORT $1 $INSTDIR
-  ${If} $0 == $1
-    StrCpy $all_users 1
-    SetShellVarContext all
+  Call un.RequireAlone
+  !insertmacro IsHere HKLM $all_here
+  !insertmacro IsHere HKCU $own_here
+  ${If} $all_here == 1
     UserInfo::GetAccountType
     Pop $0
     ${If} $0 != "Admin"
       ${IfNot} ${Silent}
+        Call un.LetOthers
         ExecShell "runas" "$INSTDIR\uninstall.exe"
       ${EndIf}
       SetErrorLevel 2
       Quit
     ${EndIf}
+  ${ElseIf} $own_here == 0
+    !insertmacro Fail T_UNKNOWN
   ${EndIf}
 FunctionEnd
+
+!macro ForgetBranch CONTEXT ALL
+  SetShellVarContext ${CONTEXT}
+  StrCpy $all_users ${ALL}
+  !insertmacro RegisterAll "/u"
+  Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
+  RMDir "$SMPROGRAMS\QmTrainInfo"
+!macroend
 
 Section un.Everything
   ; All or nothing: without its entry in the system's list, what is still in use could not be removed later.
   ${Do}
-    StrCpy $R8 ""
-    !insertmacro DropOld
-    ${If} ${FileExists} "$INSTDIR\QmTrainInfo.old~*"
-      StrCpy $R8 "$INSTDIR"
+    StrCpy $R9 32
+    Call un.Recover
+    ${If} $R8 == ""
+      !insertmacro DropOld
+      ${If} ${FileExists} "$INSTDIR\QmTrainInfo.old~*"
+        StrCpy $R8 "$INSTDIR"
+      ${EndIf}
+      !insertmacro AllFiles Stays
     ${EndIf}
-    !insertmacro AllFiles Stays
     ${If} $R8 == ""
       ${Break}
     ${EndIf}
-    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$(T_STAYS)" /SD IDCANCEL IDRETRY +3
+    StrCpy $0 "$(T_STAYS)"
+    ${If} $R9 != 32
+      StrCpy $0 "$(T_LOCKED)"
+    ${EndIf}
+    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$0" /SD IDCANCEL IDRETRY +3
     SetErrorLevel 2
     Quit
   ${Loop}
 
-  !insertmacro RegisterAll "/u"
-  !insertmacro AllFiles Remove
+  ${If} $all_here == 1
+    !insertmacro ForgetBranch all 1
+  ${EndIf}
+  ${If} $own_here == 1
+    !insertmacro ForgetBranch current 0
+  ${EndIf}
   Delete "$INSTDIR\x64\QmTrainInfo.Log"
   Delete "$INSTDIR\x86\QmTrainInfo.Log"
-  !insertmacro RemoveFolders
-  ${If} $all_users == 0
+  !insertmacro RemoveAll
+  ${If} $own_here == 1
     RMDir "$LOCALAPPDATA\Programs"  ; stays when it has anything in it
+    DeleteRegKey HKCU "${KEY}"
   ${EndIf}
-  Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
-  RMDir "$SMPROGRAMS\QmTrainInfo"
-  DeleteRegKey SHCTX "${KEY}"
+  ${If} $all_here == 1
+    DeleteRegKey HKLM "${KEY}"
+  ${EndIf}
 SectionEnd

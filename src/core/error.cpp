@@ -23,7 +23,7 @@ constexpr Description kDescriptions[] = {
     {ErrorNumber::SubscriptOutOfRange, u"下标越界。"},
     {ErrorNumber::ArrayFixedOrLocked, u"该数组大小固定，或暂时被锁定。"},
     {ErrorNumber::DivisionByZero, u"除数为零。%1"},
-    {ErrorNumber::TypeMismatch, u"类型不匹配。"},
+    {ErrorNumber::TypeMismatch, u"类型不匹配。%1"},
     {ErrorNumber::ObjectNotSet, u"未设置对象变量。"},
     {ErrorNumber::InvalidUseOfNull, u"无效使用 Null。"},
     {ErrorNumber::CannotCreateObject, u"不能创建对象：%1"},

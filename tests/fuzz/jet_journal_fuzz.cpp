@@ -238,7 +238,7 @@ std::optional<Content> Expected(const Content& database, Content journal, bool c
     if (GoesByOutcome(journal) && IsComplete(database, journal).value_or(true)) return database;
     Before before = ReadRecords(database, journal, common_in_force);
     if (jet::Get<std::uint32_t>(&journal[44]) != Samples(before.content, journal)) return std::nullopt;
-    if (!before.in_force) return database;
+    if (!GoesByOutcome(journal) && !before.in_force) return database;  // an outcome decides alone
     before.content.resize(length);
     return before.content;
 }

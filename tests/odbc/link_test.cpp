@@ -635,6 +635,7 @@ TEST_F(RowsTest, WhatTheServerRefusesIsSaidInChinese) {
         {u"UPDATE train SET remark = remark & '一二三四五六七八九十'", Number::FieldTooLarge},
         {u"UPDATE child SET n = n * 40000", Number::Overflow},
         {u"UPDATE train SET score = score / (id - 1)", Number::DivisionByZero},
+        {u"UPDATE train SET userid = CLng(remark & 'x')", Number::TypeMismatch},
         {u"DELETE FROM closed", Number::ReadOnly},
         {u"INSERT INTO closed VALUES (2)", Number::ReadOnly},
         {u"UPDATE train SET nothing = 1", Number::MissingParameter},

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The installer, in a Windows of its own that runs programs of both word sizes: what it puts where, that classes can be
-# created in both, what it refuses, what an update does with a library in use, that a failure changes nothing, and that
-# nothing of ours is left behind.
+# created in both, what it refuses, what an update does with a library in use, that a failure changes nothing, that what is
+# ended in the middle is put back, and that nothing of ours is left behind.
 # usage: installer.sh WINE SETUP.EXE, with what SETUP.EXE was made of in package/payload beside it
 set -euo pipefail
 
@@ -127,6 +127,30 @@ classes
 "$wine" reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' /v InstallLocation /reg:64 |
   grep -q 'C:.Everybody' || fail "the machine's list of programs"
 
+echo "another program's folder"
+mkdir -p "$drive/Mine/samples"
+for name in readme.txt samples/practice.js uninstall.exe; do echo mine >"$drive/Mine/$name"; done
+status=0
+"$wine" setup.exe /S '/D=C:\Mine' || status=$?
+[ "$status" -eq 2 ] || fail "a folder with other files: exit code $status"
+[ "$(cat "$drive"/Mine/{readme.txt,samples/practice.js,uninstall.exe} | sort | uniq -c | tr -d ' ')" = 3mine ] ||
+  fail "other files have changed"
+[ "$(find "$drive/Mine" -type f | wc -l)" -eq 3 ] || fail "something is left in the other folder"
+rm -r "$drive/Mine"
+
+echo "for one user beside the one for all"
+"$wine" setup.exe /S '/D=C:\Own' || fail "the user's own installation"
+chmod a-w "$drive/Own/readme.txt"
+echo "logged by its owner" >"$drive/Own/x64/QmTrainInfo.Log"
+"$wine" setup.exe /S /AllUsers || fail "the installation for all beside it"
+[ ! -e "$drive/Own" ] || fail "the user's own installation is still there: $(find "$drive/Own")"
+grep -q logged "$drive/Everybody/x64/QmTrainInfo.Log" || fail "the log of all is lost"
+grep -q owner "$drive/Everybody/x64/QmTrainInfo.Log" || fail "the user's log has not come along"
+"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null 2>&1 &&
+  fail "the user's own installation is still in his list of programs"
+[ "$(find "$drive" -name '*.lnk' -path '*QmTrainInfo*' | wc -l)" -eq 4 ] ||
+  fail "entries in the start menu: $(find "$drive" -name '*.lnk' -path '*QmTrainInfo*')"
+
 # as_before WHAT COMMAND…: ends with exit code 2, and the installation for all is what it was.
 as_before() {
   local what=$1 status=0
@@ -148,6 +172,39 @@ makensis -V1 -WX -INPUTCHARSET UTF8 -DVERSION=9.9.9 "-DPAYLOAD=$folder/broken" "
 as_before "libraries that cannot be registered" "$wine" broken.exe /S /AllUsers
 as_before "libraries that cannot be registered, elsewhere" "$wine" broken.exe /S /AllUsers '/D=C:\Third'
 [ ! -e "$drive/Third" ] || fail "something stays of what could not be registered"
+echo "ended in the middle"
+# ended_at NUMBER: kills an update once so many old files wait.
+ended_at() {
+  "$wine" setup.exe /S /AllUsers &
+  local updating=$! number=$1
+  for _ in $(seq 3000); do
+    [ "$(find "$drive/Everybody" -path '*/QmTrainInfo.old~*' -type f | wc -l)" -ge "$number" ] && break
+    sleep 0.01
+  done
+  kill -9 "$updating" || fail "the update was faster"
+  wait "$updating" || true
+  [ -e "$drive/Everybody/QmTrainInfo.new~/kept.txt" ] || fail "where the old files wait is not written down"
+}
+# update_ended_at NUMBER, then an installation that fails.
+update_ended_at() {
+  ended_at "$1"
+  "$wine" broken.exe /S /AllUsers
+}
+for name in readme.txt samples/practice.js; do echo "as it was" >"$drive/Everybody/$name"; done
+for number in 1 10; do as_before "an update ended at $number" update_ended_at "$number"; done
+
+echo "two at once"
+"$wine" setup.exe /S /AllUsers &
+first=$!
+for _ in $(seq 1000); do [ -e "$drive/Everybody/QmTrainInfo.new~" ] && break; sleep 0.01; done
+status=0
+"$wine" setup.exe /S '/D=C:\Second' || status=$?
+[ "$status" -eq 2 ] || fail "a second installation at the same time: exit code $status"
+wait "$first" || fail "the first of two installations"
+[ ! -e "$drive/Second" ] || fail "the second of two installations has made $(find "$drive/Second")"
+installed "$drive/Everybody"
+for name in readme.txt samples/practice.js; do echo "as it was" >"$drive/Everybody/$name"; done
+
 held=$drive/Everybody/samples/practice.js  # nobody can move what something is mounted on
 if mount --bind "$held" "$held" 2>/dev/null; then
   as_before "a file that cannot be replaced" "$wine" broken.exe /S /AllUsers
@@ -189,9 +246,22 @@ for word_size in x64 x86; do
 done
 [ "$(stat -c %Y "$drive/Everybody/x64/QmTrainInfo.dll")" -gt "$(date -d 2002-01-01 +%s)" ] || fail "the library is the old one"
 classes
-"$wine" 'C:\Everybody\uninstall.exe' /S '_?=C:\Everybody' || fail "the uninstallation, waited for: $?"
+cp -r "$drive/Everybody" "$drive/Copy"
+as_before "uninstalling a copy of the folder" "$wine" 'C:\Copy\uninstall.exe' /S '_?=C:\Copy'
+rm -r "$drive/Copy"
+# The user's own over it, an update ended in the middle, and another name of the drive.
+"$wine" setup.exe /S '/D=C:\Everybody' || fail "the user's own installation in the folder of all"
+ended_at 5
+ln -s ../drive_c "$WINEPREFIX/dosdevices/y:"
+"$wine" 'Y:\Everybody\uninstall.exe' /S '_?=Y:\Everybody' || fail "the uninstallation, waited for: $?"
+rm "$WINEPREFIX/dosdevices/y:"
 [ "$(ls "$drive/Everybody")" = uninstall.exe ] || fail "the uninstallation has left $(ls "$drive/Everybody")"
-rm -r "$drive/Everybody"
+no_classes
+echo "again, and a restart of the system"
+"$wine" setup.exe /S /AllUsers '/D=C:\Everybody' || fail "the installation beside an uninstaller that has stayed"
+"$wine" wineboot -r >/dev/null 2>&1
+installed "$drive/Everybody"
+uninstall 'C:\Everybody' "$drive/Everybody"
 no_classes
 snapshot after
 same before after
