@@ -107,8 +107,7 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
             uses(relationship.referenced_table, relationship.referenced_columns))
             Raise(ErrorNumber::UsedInRelationship, {relationship.name});
     }
-    if (wanted.type == sql::ColumnType::Decimal && database_.GetVersion() == jet::Version::Jet3)
-        Raise(ErrorNumber::OperationNotSupported, {u"Jet 3（Access 97）格式没有小数字段“" + wanted.name + u"”。"});
+    jet::RequireColumnType(database_.GetVersion(), wanted.type, wanted.name);
     std::vector<jet::IndexSpec> indexes;
     for (const sql::Index& index : layout.indexes) {
         const auto has = [&](const sql::IndexColumn& part) { return part.column == at; };

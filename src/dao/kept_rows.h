@@ -3,7 +3,7 @@
 #pragma once
 
 #include "dao/row_list.h"
-#include "dao/row_store.h"
+#include "dao/row_spool.h"
 
 namespace qmtrain::dao {
 
@@ -23,7 +23,7 @@ private:
     void MoveWindow();
 
     bool is_window_;
-    RowStore rows_;
+    RowSpool rows_;
     std::int64_t first_ = 0;  // the row that it begins with
 };
 

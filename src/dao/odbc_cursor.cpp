@@ -8,7 +8,7 @@
 #include "core/error.h"
 #include "core/text.h"
 #include "core/work.h"
-#include "dao/row_store.h"
+#include "dao/row_spool.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -100,7 +100,7 @@ private:
     }
 
     OdbcServer::Answer answer_;
-    std::optional<RowStore> many_;  // instead of an answer
+    std::optional<RowSpool> many_;  // instead of an answer
     std::size_t taken_ = 0;         // of them
     HeldMemory held_;
     WorkSteps steps_;

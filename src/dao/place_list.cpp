@@ -197,11 +197,11 @@ void PlaceList::Load(std::int64_t index) {
         const std::uint8_t* at = block_.At(static_cast<std::size_t>(index - block_first_));
         if (has_images_) {
             std::span<const std::uint8_t> image;
-            at = RowBuffer::Take(at, image);
+            at = PackedRows::Take(at, image);
             query_->ShowImage(image);
             ++image_number_;
         }
-        for (const int column : packed_) at = RowBuffer::Take(at, current_[column]);
+        for (const int column : packed_) at = PackedRows::Take(at, current_[column]);
     } else if (failure_) {
         std::rethrow_exception(failure_);
     } else {

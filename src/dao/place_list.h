@@ -5,7 +5,7 @@
 #include <chrono>
 #include <unordered_map>
 
-#include "dao/row_buffer.h"
+#include "dao/packed_rows.h"
 #include "dao/row_list.h"
 
 namespace qmtrain::dao {
@@ -96,7 +96,7 @@ private:
     std::vector<ColumnState> columns_;
     std::vector<int> packed_;  // the columns of which a row in the block has the values; an image has the others
     bool has_images_;
-    RowBuffer block_;
+    PackedRows block_;
     std::int64_t block_first_ = 0;
     std::uint64_t block_change_ = 0;                     // what has been changed here since makes it old
     std::chrono::steady_clock::time_point fresh_until_;  // of a server

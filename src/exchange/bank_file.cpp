@@ -100,12 +100,6 @@ void TellOfAll(ImportPlan& plan, std::span<const Question> questions, BankRows* 
     }
 }
 
-BankEntry Required(std::u16string_view folder, std::u16string_view code) {
-    std::optional<BankEntry> bank = FindBank(folder, code);
-    if (!bank) Refuse(std::u16string(u"题库目录中没有代码为“").append(Brief(code)).append(u"”的题库。"));
-    return *std::move(bank);
-}
-
 }  // namespace
 
 // A bank lies in the folder of its catalogue: what the catalogue says cannot lead out of it.
@@ -127,8 +121,14 @@ std::optional<BankEntry> FindBank(std::u16string_view folder, std::u16string_vie
     return std::move(found.front());
 }
 
+BankEntry RequireBank(std::u16string_view folder, std::u16string_view code) {
+    std::optional<BankEntry> bank = FindBank(folder, code);
+    if (!bank) Refuse(std::u16string(u"题库目录中没有代码为“").append(Brief(code)).append(u"”的题库。"));
+    return *std::move(bank);
+}
+
 std::vector<Question> ReadBank(std::u16string_view folder, std::u16string_view code, const Progress& progress) {
-    const BankEntry bank = Required(folder, code);
+    const BankEntry bank = RequireBank(folder, code);
     const dao::Connection database(FileOf(folder, bank));
     return BankRows(*database.operator->(), bank.code).Read(progress);
 }
@@ -172,7 +172,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
 std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code, const Question& question,
                             const std::set<std::u16string>& taken) {
     if (std::u16string problem = ProblemOf(question); !problem.empty()) Refuse(std::move(problem));
-    const BankEntry bank = Required(folder, code);
+    const BankEntry bank = RequireBank(folder, code);
     const dao::Connection database(FileOf(folder, bank));
     Question saved = question;
     database->Atomically([&] {
@@ -187,7 +187,7 @@ std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code
 }
 
 void RemoveQuestion(std::u16string_view folder, std::u16string_view code, std::u16string_view rec_no) {
-    const BankEntry bank = Required(folder, code);
+    const BankEntry bank = RequireBank(folder, code);
     const dao::Connection database(FileOf(folder, bank));
     database->Atomically([&] { BankRows(*database.operator->(), bank.code).Remove(rec_no); });
 }

@@ -26,6 +26,9 @@ struct BankEntry {
 std::vector<BankEntry> BanksIn(std::u16string_view folder);
 std::optional<BankEntry> FindBank(std::u16string_view folder, std::u16string_view code);
 
+// The same; raises the component's error when there is none.
+BankEntry RequireBank(std::u16string_view folder, std::u16string_view code);
+
 // The bank's file. Raises InvalidPath for a name that leads out of the folder.
 std::u16string FileOf(std::u16string_view folder, const BankEntry& bank);
 

@@ -121,9 +121,7 @@ private:
 
     void Convert(StoredColumn& column) const {
         const Format& format = TargetFormat();
-        if (column.type == ColumnType::Decimal) {
-            Raise(ErrorNumber::OperationNotSupported, {u"Jet 3（Access 97）格式没有小数字段“" + column.name + u"”。"});
-        }
+        RequireColumnType(format.version, column.type, column.name);
         column.extended_flags = 0;
         if (column.type != ColumnType::Text) return;
         const std::size_t characters = column.length / source_.GetPager().GetFormat().text_unit;

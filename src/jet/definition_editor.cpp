@@ -181,9 +181,7 @@ void DefinitionEditor::SetLayout(StoredColumn& column, const Column& spec) {
         column.flags |= StoredColumn::kAutonumber;
     }
     if (spec.type == ColumnType::Decimal) {
-        if (format.version == Version::Jet3) {
-            Raise(ErrorNumber::OperationNotSupported, {u"Jet 3（Access 97）格式没有小数字段“" + spec.name + u"”。"});
-        }
+        RequireColumnType(format.version, spec.type, spec.name);
         const int precision = spec.precision == 0 ? kUsualPrecision : spec.precision;
         if (precision < 1 || precision > 28 || spec.scale < 0 || spec.scale > precision) {
             Raise(ErrorNumber::FieldTooLarge, {spec.name});

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/enum_table.h"
+#include "core/error.h"
 
 namespace qmtrain::jet {
 namespace {
@@ -78,6 +79,12 @@ int TableDefinition::FindLogicalIndex(std::u16string_view name) const {
 
 int TableDefinition::LogicalByNumber(std::uint32_t number) const {
     return FindPosition(logical_indexes, [&](const LogicalIndex& index) { return index.number == number; });
+}
+
+void RequireColumnType(Version version, ColumnType type, std::u16string_view column) {
+    if (version != Version::Jet3 || type != ColumnType::Decimal) return;
+    Raise(ErrorNumber::OperationNotSupported,
+          {std::u16string(u"Jet 3（Access 97）格式没有小数字段“").append(column).append(u"”。")});
 }
 
 }  // namespace qmtrain::jet

@@ -149,6 +149,9 @@ TableDefinition ReadDefinition(Pager& pager, PageNumber page);
 // when the code page of a Jet 3 file lacks a name's character.
 void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& definition);
 
+// Raises OperationNotSupported when files of that version have no columns of the type.
+void RequireColumnType(Version version, ColumnType type, std::u16string_view column);
+
 // The number of rows, which changes in place: read it from the definition's first page, not from `rows`.
 std::uint32_t StoredRowCount(const Page& definition, const Format& format);
 

@@ -4,7 +4,6 @@
 #include "dao/com_engine.h"
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -19,13 +18,11 @@
 #include "core/system.h"
 #include "core/text.h"
 #include "dao/dao.h"
+#include "dao/engine_stories.h"
 #include "dao/jet_database.h"
-#include "jet/check.h"
-#include "jet/database.h"
 #include "jet/support/scratch.h"
 #include "records/create_client.h"
 #include "support/environment.h"
-#include "support/raised.h"
 
 namespace qmtrain::dao {
 namespace {
@@ -39,262 +36,16 @@ std::unique_ptr<SystemEngine> TestEngine() {
     return MakeComEngine(std::span(&kTestEngine, 1));
 }
 
-// What happened, line by line.
-class Tale {
-public:
-    // A result, or the number of the error.
-    void Tell(const char* what, const std::function<Value()>& body) {
-        std::string outcome;
-        try {
-            const Value value = body();
-            outcome = "type " + std::to_string(static_cast<int>(value.GetType())) + ": " + Shown(value);
-        } catch (const AutomationError& error) {
-            EXPECT_FALSE(error.Description().empty()) << what;
-            outcome = "error " + std::to_string(error.Number());
-        }
-        lines_.push_back(std::string(what) + ": " + outcome);
-    }
-    void Do(const char* what, const std::function<void()>& body) {
-        Tell(what, [&] {
-            body();
-            return Value();
-        });
-    }
-
-    // All rows, each with all its fields.
-    void Rows(Database& database, std::u16string_view source) {
-        const auto rows = database.OpenRecordset(source);
-        for (; !rows->Eof(); rows->MoveNext()) {
-            std::string line;
-            for (const auto& field : rows->Fields()) {
-                if (field->Name() == u"CreateDate") continue;  // the clock's
-                line += "|" + ToUtf8(field->Name()) + "=" + Shown(field->Value());
-            }
-            lines_.push_back(line);
-        }
-    }
-
-    const std::vector<std::string>& Lines() const { return lines_; }
-
-private:
-    std::vector<std::string> lines_;
-};
-
-void RecordSets(const std::u16string& folder, Tale& tale) {
-    const Connection database(InFolder(folder, u"Client.mdb"));
-    const auto rows = database->OpenRecordset(u"Select * From Tbl_SubjectBrief Order By SubjectCode");
-    const auto current = [&] { return rows->Fields(u"subjectcode").Value(); };
-    tale.Tell("name", [&] { return database->Name().substr(folder.size()); });
-    tale.Tell("seen", [&] { return rows->RecordCount(); });
-    tale.Tell("of the first", current);
-    tale.Do("next", [&] { rows->MoveNext(); });
-    tale.Tell("all", [&] { return rows->TrueRecordCount(); });
-    tale.Tell("still the second", current);
-    const Bytes second = rows->Bookmark();
-    tale.Do("last", [&] { rows->MoveLast(); });
-    tale.Do("beyond", [&] { rows->MoveNext(); });
-    tale.Tell("count from the end", [&] { return rows->TrueRecordCount(); });
-    tale.Tell("end", [&] { return rows->Eof() && !rows->Bof(); });
-    tale.Tell("no row", current);
-    tale.Do("further", [&] { rows->MoveNext(); });
-    tale.Do("first", [&] { rows->MoveFirst(); });
-    tale.Do("before", [&] { rows->MovePrevious(); });
-    tale.Tell("begin", [&] { return rows->Bof() && !rows->Eof(); });
-    tale.Do("two on", [&] { rows->Move(2); });
-    tale.Tell("there", current);
-    tale.Do("back", [&] { rows->Bookmark(second); });
-    tale.Tell("the second", current);
-    tale.Do("find", [&] { rows->FindFirst(u"ExameBrief Like '三级*'"); });
-    tale.Tell("found", [&] { return !rows->NoMatch() && current() == Value(3); });
-    tale.Do("find the next", [&] {
-        rows->FindFirst(u"SubjectCode < 3");
-        rows->FindNext(u"SubjectCode < 3");
-    });
-    tale.Tell("found next", current);
-    tale.Do("find none", [&] { rows->FindNext(u"SubjectCode = 77"); });
-    tale.Tell("no match", [&] { return rows->NoMatch(); });
-    tale.Do("bad condition", [&] { rows->FindFirst(u"SubjectCode = = 1"); });
-    tale.Do("find the last", [&] { rows->FindLast(u"SubjectCode > 0"); });
-    tale.Do("find the one before", [&] { rows->FindPrevious(u"SubjectCode > 0"); });
-    tale.Tell("found before", current);
-    tale.Tell("place", [&] { return rows->AbsolutePosition(); });
-    tale.Tell("type", [&] { return static_cast<std::int32_t>(rows->Type()); });
-    tale.Do("seek in a dynaset", [&] { rows->Seek(u"=", std::vector<Value>{1}); });
-    tale.Tell("of a clone", [&] {
-        const auto clone = rows->Clone();
-        clone->Bookmark(rows->Bookmark());
-        return clone->Fields(0).Value();
-    });
-    tale.Tell("filtered", [&] {
-        rows->Filter(u"SubjectCode > 1");
-        rows->Sort(u"SubjectCode Desc");
-        return rows->OpenRecordset()->Fields(0).Value();
-    });
-    tale.Tell("rows at once", [&] { return static_cast<std::int32_t>(rows->GetRows(9).size()); });
-    tale.Do("requery", [&] { rows->Requery(); });
-    tale.Tell("sought", [&] {
-        const auto table = database->OpenRecordset(u"Tbl_SubjectBrief", RecordsetType::Table);
-        table->Index(u"PrimaryKey");
-        table->Seek(u">=", std::vector<Value>{2});
-        return table->NoMatch() ? Value() : table->Fields(u"SubjectCode").Value();
-    });
-    tale.Do("back in a forward-only one",
-            [&] { database->OpenRecordset(u"Tbl_SubjectBrief", RecordsetType::ForwardOnly)->MovePrevious(); });
-    tale.Tell("unknown field", [&] { return rows->Fields(u"Missing").Value(); });
-    tale.Tell("field 9", [&] { return rows->Fields(9).Value(); });
-    tale.Do("set without edit", [&] { rows->Fields(u"ExameBrief").Value(u"x"); });
-    tale.Do("update without edit", [&] { rows->Update(); });
-    tale.Do("add", [&] {
-        rows->AddNew();
-        rows->Fields(u"SubjectCode").Value(4);
-        rows->Fields(u"Description").AppendChunk(u"前半");
-        rows->Fields(u"Description").AppendChunk(u"后半");
-        rows->Update();
-        rows->Bookmark(rows->LastModified());
-    });
-    tale.Tell("added", current);
-    tale.Tell("middle", [&] { return rows->Fields(u"Description").GetChunk(1, 2); });
-    tale.Tell("length", [&] { return rows->Fields(u"Description").FieldSize(); });
-    tale.Tell("null", [&] { return rows->Fields(u"StudentKnow").Value(); });
-    tale.Do("cancelled", [&] {
-        rows->Edit();
-        rows->Fields(u"ExameBrief").Value(u"不要");
-        rows->CancelUpdate();
-    });
-    tale.Do("key twice", [&] {
-        rows->Edit();
-        rows->Fields(u"SubjectCode").Value(2);
-        rows->Update();
-    });
-    tale.Do("give it up", [&] { rows->CancelUpdate(); });
-    tale.Do("no number", [&] {
-        rows->Edit();
-        rows->Fields(u"SubjectCode").Value(u"甲");
-    });
-    tale.Do("delete", [&] { rows->Delete(); });
-    tale.Tell("deleted", current);
-    tale.Tell("updatable", [&] { return rows->Updatable(); });
-    const auto grouped = database->OpenRecordset(u"Select Count(*) As N, Max(SubjectCode) From Tbl_SubjectBrief");
-    tale.Tell("grouped", [&] { return grouped->Updatable(); });
-    tale.Tell("count", [&] { return grouped->Fields(u"N").Value(); });
-    tale.Tell("type", [&] { return static_cast<std::int32_t>(rows->Fields(u"Description").Type()); });
-    tale.Tell("size", [&] { return std::int32_t{rows->Fields(u"ExameBrief").Size()}; });
-    tale.Do("close", [&] { grouped->Close(); });
-    tale.Tell("closed", [&] { return grouped->Eof(); });
-}
-
-void Statements(const std::u16string& folder, Tale& tale) {
-    const auto database = Engine::Instance().OpenDatabase(InFolder(folder, u"Client.mdb"));
-    const auto execute = [&](const char16_t* statement) {
-        return [&database, statement] { database->Execute(statement); };
-    };
-    tale.Do("insert", execute(u"Insert Into Notes (Name, IsShared, CreateUserID) Values ('甲', True, 1)"));
-    tale.Do("a long text", [&] {
-        database->Execute(u"Update Notes Set Content='" + std::u16string(70000, u'答') + u"' Where Name='甲'");
-    });
-    tale.Do("a quote breaks the statement", execute(u"Delete From Notes Where Name='B'1'"));
-    tale.Do("make a table",
-            execute(u"Create Table T (A Long, B Currency, C DateTime, D OleObject, E Double, F YesNo)"));
-    tale.Do("fill it", [&] {
-        const auto rows = database->OpenRecordset(u"T");
-        rows->AddNew();
-        rows->Fields(u"A").Value(-5);
-        rows->Fields(u"B").Value(Currency{-12345});
-        rows->Fields(u"C").Value(Date{-1.25});
-        rows->Fields(u"D").Value(Bytes{0, 255, 7});
-        rows->Fields(u"E").Value(1e300);
-        rows->Fields(u"F").Value(true);
-        rows->Update();
-    });
-    tale.Rows(*database, u"T");
-    tale.Do("update", execute(u"Update Tbl_SubjectBrief Set StudentKnow='知' Where SubjectCode>1"));
-    tale.Tell("changed", [&] { return database->RecordsAffected(); });
-    tale.Do("wholly or not at all", execute(u"Update Tbl_SubjectBrief Set SubjectCode=9"));
-    tale.Do("a select", execute(u"Select * From Notes"));
-    tale.Do("nonsense", execute(u"Delete Frm Notes"));
-    tale.Do("no such table", execute(u"Delete From Nowhere"));
-    tale.Do("an action for rows", [&] { database->OpenRecordset(u"Delete From Notes"); });
-    tale.Do("broken off", [&] {
-        database->Atomically([&] {
-            database->Execute(u"Delete From Tbl_SubjectBrief");
-            Raise(ErrorNumber::TypeMismatch);
-        });
-    });
-    tale.Do("together", [&] {
-        database->Atomically([&] {
-            database->Execute(u"Delete From Tbl_SubjectBrief Where SubjectCode=1");
-            database->Atomically([&] { database->Execute(u"Insert Into Tbl_SubjectBrief (SubjectCode) Values (8)"); });
-        });
-    });
-    Engine& engine = Engine::Instance();
-    tale.Do("begin", [&] { engine.BeginTrans(); });
-    tale.Do("empty", execute(u"Delete From Notes"));
-    tale.Do("undo", [&] { engine.Rollback(); });
-    tale.Do("nothing to commit", [&] { engine.CommitTrans(); });
-    const auto rows = database->OpenRecordset(u"Notes");
-    const auto other = Engine::Instance().OpenDatabase(folder + u"\\client.MDB", true);
-    tale.Do("read only", [&] { other->Execute(u"Delete From Notes"); });
-    tale.Do("close", [&] { other->Close(); });
-    tale.Do("close again", [&] { other->Close(); });
-    tale.Do("missing file", [&] { engine.OpenDatabase(folder + u"\\Missing.mdb"); });
-    tale.Do("a folder", [&] { engine.OpenDatabase(folder); });
-}
-
-void AfterTheDatabase(const std::u16string& folder, Tale& tale) {
-    const auto database = Engine::Instance().OpenDatabase(InFolder(folder, u"Client.mdb"));
-    const auto rows = database->OpenRecordset(u"Tbl_SubjectBrief");
-    Field& field = rows->Fields(0);
-    tale.Do("close", [&] { database->Close(); });
-    tale.Tell("open", [&] { return database->IsOpen(); });
-    tale.Do("execute", [&] { database->Execute(u"Delete From Notes"); });
-    tale.Do("move", [&] { rows->MoveNext(); });
-    tale.Tell("field", [&] { return field.Value(); });
-}
-
-struct Story {
-    const char* name;
-    void (*run)(const std::u16string& folder, Tale& tale);
-};
-
-class ComEngineTest : public testing::TestWithParam<Story> {
-protected:
-    ~ComEngineTest() override { Engine::Instance().Use(nullptr); }
-
-    // The story on a new client database, and what stands in the tables afterwards.
-    static std::vector<std::string> Outcome(const Story& story, std::unique_ptr<SystemEngine> engine) {
-        const ScratchFolder scratch;
-        const std::u16string folder = FromNativePath(scratch.Path());
-        CreateClientDatabase(folder, [](Database& client) {
-            for (const char16_t* subject : {u"(1, '一级')", u"(2, '二级C语言')", u"(3, '三级网络技术')"}) {
-                client.Execute(u"INSERT INTO Tbl_SubjectBrief (SubjectCode, ExameBrief) VALUES " +
-                               std::u16string(subject));
-            }
-        });
-        Tale tale;
+TEST(ComEngineTest, TellsEveryStoryAsOurOwnEngineDoes) {
+    for (const test::Story& story : test::Stories()) {
+        SCOPED_TRACE(story.name);
+        auto engine = TestEngine();
+        ASSERT_NE(engine, nullptr) << ToUtf8(kTestEngine) << " is not registered";
         Engine::Instance().Use(std::move(engine));
-        story.run(folder, tale);
+        test::RunStory(story);
         Engine::Instance().Use(nullptr);
-        const auto database = JetDatabase::Open(InFolder(folder, u"Client.mdb"));
-        const jet::CheckReport report = jet::CheckDatabase(database->Storage());
-        for (const std::u16string& line : report.defects) ADD_FAILURE() << ToUtf8(line);
-        for (const char16_t* table : {u"Notes", u"Tbl_SubjectBrief"}) {
-            tale.Rows(*database, table);
-        }
-        return tale.Lines();
     }
-};
-
-TEST_P(ComEngineTest, HasTheSameOutcome) {
-    auto theirs = TestEngine();
-    ASSERT_NE(theirs, nullptr) << ToUtf8(kTestEngine) << " is not registered";
-    const std::vector<std::string> expected = Outcome(GetParam(), nullptr);
-    EXPECT_EQ(Outcome(GetParam(), std::move(theirs)), expected);
 }
-
-INSTANTIATE_TEST_SUITE_P(Stories, ComEngineTest,
-                         testing::Values(Story{"RecordSets", RecordSets}, Story{"Statements", Statements},
-                                         Story{"AfterTheDatabase", AfterTheDatabase}),
-                         [](const auto& story) { return story.param.name; });
 
 // A machine's engine that opens a file in one way only, and how it was asked.
 TEST(ReadOnlyTest, WhatCannotBeWrittenIsOpenedForReading) {

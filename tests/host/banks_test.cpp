@@ -121,7 +121,7 @@ TEST_P(BothEditionsTest, FromAFileToTheReviewAndBack) {
     if (net) PackPapers(data_, {number}, data_.LocalPaper());
     EXPECT_EQ(Reviewed(practice.TrainID(), GetParam()),
               "栈的特点是|插入称【1】，删除称【2】|队列是先进先出的|线性结构有|写出判断栈空的函数|");
-    const Question changed = LoadQuestion(data_, GetParam(), 1, paper.questions[0]);
+    const QuestionContent changed = LoadQuestion(data_, GetParam(), 1, paper.questions[0]);
     EXPECT_EQ(ToUtf8(changed.options[1].PlainText()), "后进先出");
     note.LoadFromOther(u"DS", u"DS010001", 1, false, test::kCandidate);
     EXPECT_EQ(ToUtf8(note.Content()), "后进先出");

@@ -293,7 +293,7 @@ TEST_F(SampleDataTest, PapersAreComplete) {
                 EXPECT_EQ(place.number, ++number);
                 EXPECT_TRUE(rec_nos.insert(place.rec_no).second);
                 for (const Edition edition : {Edition::Network, Edition::StandAlone}) {
-                    const Question question = LoadQuestion(folder_, edition, bank.subject, place);
+                    const QuestionContent question = LoadQuestion(folder_, edition, bank.subject, place);
                     const bool choice =
                         question.kind == QuestionKind::Single || question.kind == QuestionKind::Multiple;
                     EXPECT_EQ(question.options.size(), choice ? 4 : 0);

@@ -2,19 +2,19 @@
 
 #include <thread>
 
-#include "dao/row_store.h"
+#include "dao/row_spool.h"
 #include "odbc_fixture.h"
 
 namespace qmtrain::test {
 namespace {
 
-TEST(RowStore, GivesRowsBackInAnyOrder) {
+TEST(RowSpool, GivesRowsBackInAnyOrder) {
     constexpr std::size_t kRows = 60'000;  // most of them do not fit into memory
     const auto row_of = [](std::size_t n) {
         return std::vector<Value>{static_cast<std::int32_t>(n), std::u16string(n % 300, u'文'),
                                   n % 7 == 0 ? Value(Null{}) : Value(static_cast<double>(n) / 3)};
     };
-    dao::RowStore rows;
+    dao::RowSpool rows;
     for (int turn = 0; turn < 2; ++turn) {
         for (std::size_t n = 0; n < kRows; ++n) {
             rows.Begin();

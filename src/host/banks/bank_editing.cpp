@@ -44,13 +44,11 @@ bool SameRows(const std::vector<exchange::StoredRow>& a, const std::vector<excha
 
 template <class Change>
 void BankEditing::Within(std::u16string_view code, Change change) {
-    const auto entry = exchange::FindBank(folder_.Banks(), code);
-    if (!entry)
-        RaiseComponentError(u"qmtrain", std::u16string(u"题库目录中没有代码为“").append(code).append(u"”的题库。"));
-    const dao::Connection database(exchange::FileOf(folder_.Banks(), *entry));
+    const exchange::BankEntry entry = exchange::RequireBank(folder_.Banks(), code);
+    const dao::Connection database(exchange::FileOf(folder_.Banks(), entry));
     database->Atomically([&] {
-        exchange::BankRows rows(*database.operator->(), entry->code);
-        change(rows, *entry);
+        exchange::BankRows rows(*database.operator->(), entry.code);
+        change(rows, entry);
     });
 }
 
@@ -59,10 +57,9 @@ void BankEditing::Open(std::u16string_view code, const exchange::Progress& progr
     code_.clear();
     questions_.clear();
     tables_.clear();
-    const auto entry = exchange::FindBank(folder_.Banks(), wanted);
-    if (!entry) RaiseComponentError(u"qmtrain", u"题库目录中没有代码为“" + wanted + u"”的题库。");
-    const dao::Connection database(exchange::FileOf(folder_.Banks(), *entry));
-    exchange::BankRows rows(*database.operator->(), entry->code);
+    const exchange::BankEntry entry = exchange::RequireBank(folder_.Banks(), wanted);
+    const dao::Connection database(exchange::FileOf(folder_.Banks(), entry));
+    exchange::BankRows rows(*database.operator->(), entry.code);
     std::vector<exchange::Question> questions = rows.Read(progress);
     for (const QuestionKindInfo& kind : QuestionKinds()) {
         if (!rows.Info(kind.kind).table.empty()) tables_.emplace(kind.kind, rows.Info(kind.kind));
@@ -226,8 +223,8 @@ std::u16string BankEditing::Undo() {
     return step.rec_no;
 }
 
-Question Shown(const exchange::Question& question) {
-    Question shown;
+QuestionContent Shown(const exchange::Question& question) {
+    QuestionContent shown;
     shown.kind = question.kind;
     shown.stem = question.stem;
     for (const exchange::Option& option : question.options) shown.options.push_back(option.text);

@@ -79,6 +79,6 @@ private:
 };
 
 // The question as a practice shows it.
-Question Shown(const exchange::Question& question);
+QuestionContent Shown(const exchange::Question& question);
 
 }  // namespace qmtrain::host

@@ -266,7 +266,7 @@ void BankWindow::ShowQuestion() {
     Preview->Show(question != nullptr);
     std::u16string answer;
     if (question != nullptr) {
-        const Question shown = Shown(*question);
+        const QuestionContent shown = Shown(*question);
         Preview->Ask(shown, u"", 100);
         answer = question->kind == QuestionKind::Fill ? review::FillText(shown.answer)
                                                       : review::PaneAnswer(shown.kind, shown.answer);

@@ -193,7 +193,7 @@ std::vector<DrillQuestion> ToDrill(const std::vector<const WrongEntry*>& entries
 document::RichText WrongText(WrongBook& book, const WrongEntry& entry) {
     const PracticedQuestion& asked = entry.item.question;
     document::RichText text;
-    Question question;
+    QuestionContent question;
     try {
         question = book.Source().Load(asked.subject, asked.data_code, asked.rec_no);
         text = question.stem;

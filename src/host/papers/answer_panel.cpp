@@ -29,7 +29,7 @@ AnswerPanel::AnswerPanel(wxWindow* parent) : wxPanel(parent) {
     });
 }
 
-void AnswerPanel::Ask(const Question& question, std::u16string_view answer, int zoom) {
+void AnswerPanel::Ask(const QuestionContent& question, std::u16string_view answer, int zoom) {
     DestroyChildren();
     Rows.clear();
     Texts.clear();

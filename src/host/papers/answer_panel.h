@@ -19,7 +19,7 @@ public:
     explicit AnswerPanel(wxWindow* parent);
 
     // Makes the controls for the question and fills them with what has been answered.
-    void Ask(const Question& question, std::u16string_view answer, int zoom);
+    void Ask(const QuestionContent& question, std::u16string_view answer, int zoom);
 
     // The answer in the form in which results store it.
     std::u16string Answer() const;

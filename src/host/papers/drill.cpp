@@ -54,7 +54,7 @@ Drill MakeDrill(const DataFolder& folder, Edition edition, std::int32_t subject,
         place.distin = one.distin;
         place.difficult = one.difficult;
         try {
-            const Question content = LoadQuestion(folder, edition, subject, place);
+            const QuestionContent content = LoadQuestion(folder, edition, subject, place);
             if (content.kind == QuestionKind::Operation) {
                 place.keywords = KeywordsOf(host, one);
                 if (place.keywords.empty()) RaiseComponentError(u"qmtrain", u"操作题没有评分关键字。");

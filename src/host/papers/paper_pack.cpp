@@ -65,9 +65,8 @@ private:
     Source& SourceOf(const std::u16string& code, std::int32_t subject) {
         Source& source = sources_[code];
         if (source.rows) return source;
-        const auto entry = exchange::FindBank(folder_.Banks(), code);
-        if (!entry) RaiseComponentError(u"qmtrain", u"题库目录中没有代码为“" + code + u"”的题库。");
-        source.database.Open(exchange::FileOf(folder_.Banks(), *entry));
+        const exchange::BankEntry entry = exchange::RequireBank(folder_.Banks(), code);
+        source.database.Open(exchange::FileOf(folder_.Banks(), entry));
         source.rows = std::make_unique<exchange::BankRows>(*source.database.operator->(), code);
         const auto rows = target_.OpenRecordset(u"Select * From Tbl_Subject Where C_DataCode='" + code +
                                                 u"' And SubjectCode=" + ToText(subject));
@@ -75,8 +74,8 @@ private:
         rows->AddNew();
         rows->Fields(u"C_DataCode").Value(code);
         rows->Fields(u"SubjectCode").Value(subject);
-        rows->Fields(u"C_DataName").Value(entry->file);
-        rows->Fields(u"C_DataDescription").Value(entry->name);
+        rows->Fields(u"C_DataName").Value(entry.file);
+        rows->Fields(u"C_DataDescription").Value(entry.name);
         rows->Update();
         return source;
     }

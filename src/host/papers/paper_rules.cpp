@@ -54,12 +54,6 @@ struct Drawn {
     std::u16string keywords;
 };
 
-exchange::BankEntry EntryOf(const DataFolder& folder, std::u16string_view code) {
-    auto entry = exchange::FindBank(folder.Banks(), code);
-    if (!entry) Refuse(std::u16string(u"题库目录中没有代码为“").append(code).append(u"”的题库。"));
-    return *std::move(entry);
-}
-
 void RequireHead(std::u16string_view title, std::int32_t minutes) {
     if (exchange::Trimmed(title).empty()) Refuse(u"请输入试卷名称。");
     if (title.size() > kLongestTitle) Refuse(u"试卷名称最多 100 个字。");
@@ -119,14 +113,14 @@ float UsualPoints(QuestionKind kind) {
 std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const exchange::Progress& progress) {
     RequireHead(rules.title, rules.minutes);
     if (rules.banks.empty()) Refuse(u"请至少选择一个题库。");
-    const exchange::BankEntry first = EntryOf(folder, rules.banks.front());
+    const exchange::BankEntry first = exchange::RequireBank(folder.Banks(), rules.banks.front());
     const auto last = rules.none_from_last ? QuestionsOfLast(folder, first.subject)
                                            : std::set<std::pair<std::u16string, std::u16string>>();
     std::vector<Candidate> all;
     std::size_t without_keywords = 0;
     std::set<std::u16string> read;
     for (const std::u16string& named : rules.banks) {
-        const exchange::BankEntry bank = EntryOf(folder, named);
+        const exchange::BankEntry bank = exchange::RequireBank(folder.Banks(), named);
         const std::u16string& code = bank.code;
         if (!read.insert(code).second) continue;
         if (bank.subject != first.subject) {
@@ -190,9 +184,9 @@ std::int32_t MakePaper(const DataFolder& folder, std::u16string_view title, std:
     if (questions.empty()) Refuse(u"请至少选择一道试题。");
     std::vector<Drawn> drawn;
     std::set<std::pair<std::u16string, std::u16string>> seen;
-    const exchange::BankEntry first = EntryOf(folder, questions.front().data_code);
+    const exchange::BankEntry first = exchange::RequireBank(folder.Banks(), questions.front().data_code);
     for (const ChosenQuestion& chosen : questions) {
-        const exchange::BankEntry bank = EntryOf(folder, chosen.data_code);
+        const exchange::BankEntry bank = exchange::RequireBank(folder.Banks(), chosen.data_code);
         if (bank.subject != first.subject) {
             Refuse(u"题库“" + bank.name + u"”与“" + first.name + u"”不属于同一个科目，不能组成一份试卷。");
         }

@@ -85,7 +85,7 @@ private:
     std::map<std::u16string, std::unique_ptr<Bank>> banks_;
 };
 
-std::u16string AnswerOf(const Question& question) {
+std::u16string AnswerOf(const QuestionContent& question) {
     if (question.kind == QuestionKind::Fill) return review::FillText(question.answer);
     return review::PaneAnswer(question.kind, question.answer);
 }
@@ -118,7 +118,7 @@ report::Report PaperSheet(const DataFolder& folder, Edition edition, const Paper
     std::size_t done = 0;
     for (const PaperQuestion& place : paper.questions) {
         exchange::Report(progress, done++, paper.questions.size());
-        const Question question = LoadQuestion(folder, edition, paper.subject, place);
+        const QuestionContent question = LoadQuestion(folder, edition, paper.subject, place);
         report::Section section;
         section.keep_together = true;
         if (kind != question.kind) {

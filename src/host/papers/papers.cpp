@@ -207,7 +207,8 @@ Paper OnlyQuestions(Paper paper, const std::vector<std::int32_t>& numbers) {
     return paper;
 }
 
-Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject, const PaperQuestion& place) {
+QuestionContent LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject,
+                             const PaperQuestion& place) {
     // Before anything is opened.
     if (edition == Edition::StandAlone) {
         const std::optional<BankEntry> entry = EntryOf(folder, edition, subject, place.data_code);
@@ -225,7 +226,7 @@ Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t su
     if (!item.InitQuestionItem(problem)) missing(problem);
     if (item.Title().empty() && item.Answer().empty()) missing(u"题库中没有这个题号。");
 
-    Question question;
+    QuestionContent question;
     question.kind = item.Kind();
     question.answer = item.Answer();
     if (question.kind == QuestionKind::Unknown) missing(u"题型无法识别。");

@@ -57,7 +57,7 @@ Paper OnlyQuestions(Paper paper, const std::vector<std::int32_t>& numbers);
 std::optional<Paper> PaperOfTraining(const DataFolder& folder, std::int32_t train_id);
 
 // A question as it is shown to be answered.
-struct Question {
+struct QuestionContent {
     QuestionKind kind = QuestionKind::Unknown;
     document::RichText stem;
     std::vector<document::RichText> options;  // of a choice question, from A
@@ -66,6 +66,7 @@ struct Question {
 };
 
 // Raises the component's error when the question cannot be loaded: with the reason, the bank and the question.
-Question LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject, const PaperQuestion& place);
+QuestionContent LoadQuestion(const DataFolder& folder, Edition edition, std::int32_t subject,
+                             const PaperQuestion& place);
 
 }  // namespace qmtrain::host

@@ -106,7 +106,8 @@ std::u16string QuestionSource::TypeName(std::int32_t subject, std::int32_t type,
     return name.empty() ? u"题型 " + ToText(type) : name;
 }
 
-Question QuestionSource::Load(std::int32_t subject, std::u16string_view data_code, std::u16string_view rec_no) const {
+QuestionContent QuestionSource::Load(std::int32_t subject, std::u16string_view data_code,
+                                     std::u16string_view rec_no) const {
     PaperQuestion place;
     place.data_code = data_code;
     place.rec_no = rec_no;

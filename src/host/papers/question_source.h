@@ -30,7 +30,7 @@ public:
     std::u16string TypeName(std::int32_t subject, std::int32_t type, std::int32_t distin);
 
     // Stem, options, standard answer; raises the component's error with the reason.
-    Question Load(std::int32_t subject, std::u16string_view data_code, std::u16string_view rec_no) const;
+    QuestionContent Load(std::int32_t subject, std::u16string_view data_code, std::u16string_view rec_no) const;
 
     const DataFolder& Folder() const { return folder_; }
     Edition GetEdition() const { return edition_; }

@@ -178,7 +178,7 @@ AnswerPanel& QuestionView::Answers() {
     return is_text_ ? *text_answers_ : *page_answers_;
 }
 
-void QuestionView::Ask(const Question& question, std::u16string_view answer, int zoom) {
+void QuestionView::Ask(const QuestionContent& question, std::u16string_view answer, int zoom) {
     question_ = question;
     answer_ = answer;
     is_text_ = question.kind == QuestionKind::Operation;

@@ -36,7 +36,7 @@ class QuestionView : public wxPanel {
 public:
     explicit QuestionView(wxWindow* parent);
 
-    void Ask(const Question& question, std::u16string_view answer, int zoom);
+    void Ask(const QuestionContent& question, std::u16string_view answer, int zoom);
 
     // Shows what the answer was worth, in the place of asking for it.
     void Reveal(const QuestionOutcome& outcome);
@@ -55,7 +55,7 @@ private:
     void ArrangeText();
     void ScrollTo(const wxWindow& control);
 
-    Question question_;
+    QuestionContent question_;
     std::u16string answer_;
     bool is_text_ = false;  // an operation question: text above, a large box below
     std::u16string shown_feedback_;

@@ -215,7 +215,7 @@ void Practice::Check(std::size_t index) {
 
 QuestionOutcome Practice::OutcomeOf(std::size_t index) const {
     const PaperQuestion& place = Place(index);
-    const Question& question = Content(index);
+    const QuestionContent& question = Content(index);
     return {question.kind, place.score,
             MarkAnswer({question.kind, question.answer, place.keywords, place.score}, Answer(index))};
 }

@@ -53,7 +53,7 @@ public:
     Mode GetMode() const { return start_.mode; }
     std::size_t Size() const { return states_.size(); }
     const PaperQuestion& Place(std::size_t index) const { return paper_.questions[index]; }
-    const Question& Content(std::size_t index) const { return questions_[index]; }
+    const QuestionContent& Content(std::size_t index) const { return questions_[index]; }
 
     // Of an exam; 0 when the time is over.
     std::int32_t SecondsLeft() const;
@@ -123,7 +123,7 @@ private:
     std::int32_t train_id_ = -1;
     std::size_t current_ = 0;
     std::int32_t kept_ = 0;  // seconds used as the database has them
-    std::vector<Question> questions_;
+    std::vector<QuestionContent> questions_;
     std::vector<State> states_;
     PracticeClock clock_;
     QuestionTimes times_;

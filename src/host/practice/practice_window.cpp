@@ -120,7 +120,7 @@ void PracticeWindow::GoTo(std::size_t index) {
 void PracticeWindow::ShowQuestion() {
     const wxWindowUpdateLocker locker(this);
     told_ = false;
-    const host::Question& question = practice_.Content(current_);
+    const host::QuestionContent& question = practice_.Content(current_);
     const PaperQuestion& place = practice_.Place(current_);
     LblTitle->SetLabelText(ui::ToWx(u"第 " + Number(current_ + 1) + u" / " + Number(practice_.Size()) + u" 题"));
     LblKind->SetLabelText(

@@ -177,7 +177,7 @@ constexpr OperationRow kOperation[] = {
 
 }  // namespace
 
-BankRows BasicsRows() {
+BankContents BasicsRows() {
     return {kSingle, kMultiple, kYesNo, kFill, kOperation};
 }
 

@@ -173,7 +173,7 @@ int main(void)
 
 }  // namespace
 
-BankRows ProgrammingRows() {
+BankContents ProgrammingRows() {
     return {kSingle, kMultiple, kYesNo, kFill, kOperation};
 }
 

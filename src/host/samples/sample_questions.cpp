@@ -71,7 +71,7 @@ class BankBuilder {
 public:
     explicit BankBuilder(SampleBank& bank) : bank_(bank) {}
 
-    void Add(const BankRows& rows) {
+    void Add(const BankContents& rows) {
         AddChoices(QuestionKind::Single, rows.single);
         AddChoices(QuestionKind::Multiple, rows.multiple);
         for (const YesNoRow& row : rows.yes_no) Add(QuestionKind::YesNo, row).answer = row.right ? u"-1" : u"0";

@@ -42,7 +42,7 @@ struct OperationRow {
     Stem stem = Stem::Plain;
 };
 
-struct BankRows {
+struct BankContents {
     std::span<const ChoiceQuestion> single;
     std::span<const ChoiceQuestion> multiple;
     std::span<const YesNoRow> yes_no;
@@ -51,9 +51,9 @@ struct BankRows {
 };
 
 // 计算机基础与网络
-BankRows BasicsRows();
+BankContents BasicsRows();
 
 // C 语言与数据库
-BankRows ProgrammingRows();
+BankContents ProgrammingRows();
 
 }  // namespace qmtrain::host

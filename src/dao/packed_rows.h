@@ -12,7 +12,7 @@
 
 namespace qmtrain::dao {
 
-class RowBuffer {
+class PackedRows {
 public:
     std::size_t Size() const { return rows_.size(); }
 

@@ -1,10 +1,10 @@
-#include "dao/row_store.h"
+#include "dao/row_spool.h"
 
 #include <algorithm>
 #include <span>
 
 #include "core/error.h"
-#include "dao/row_buffer.h"
+#include "dao/packed_rows.h"
 #include "jet/temporary_file.h"
 
 namespace qmtrain::dao {
@@ -20,11 +20,11 @@ std::span<std::uint8_t> BytesOf(std::vector<T>& items) {
 
 }  // namespace
 
-void RowStore::Append(const Value& value) {
-    RowBuffer::Append(value, pending_);
+void RowSpool::Append(const Value& value) {
+    PackedRows::Append(value, pending_);
 }
 
-void RowStore::End() {
+void RowSpool::End() {
     if (chunks_.empty() || chunks_.back().bytes.size() >= kChunk) {
         if (held_ > kMostHeld) WriteOut(chunks_.back());
         chunks_.emplace_back().first_row = size_;
@@ -37,7 +37,7 @@ void RowStore::End() {
     held_ += pending_.size() + sizeof chunk.begins.back();
 }
 
-void RowStore::WriteOut(Chunk& chunk) {
+void RowSpool::WriteOut(Chunk& chunk) {
     if (file_ == nullptr) file_ = jet::OpenTemporaryFile(FileSystem::Native());
     file_->WriteAt(file_size_, BytesOf(chunk.begins));
     file_->WriteAt(file_size_ + BytesOf(chunk.begins).size(), chunk.bytes);
@@ -50,7 +50,7 @@ void RowStore::WriteOut(Chunk& chunk) {
     std::vector<std::uint8_t>().swap(chunk.bytes);
 }
 
-const RowStore::Chunk& RowStore::Load(std::size_t number) const {
+const RowSpool::Chunk& RowSpool::Load(std::size_t number) const {
     const Chunk& chunk = chunks_[number];
     if (chunk.rows_in_file == 0) return chunk;
     if (loaded_.begins.empty() || loaded_from_ != number) {
@@ -66,7 +66,7 @@ const RowStore::Chunk& RowStore::Load(std::size_t number) const {
     return loaded_;
 }
 
-void RowStore::Get(std::size_t number, std::vector<Value>& row) const {
+void RowSpool::Get(std::size_t number, std::vector<Value>& row) const {
     const auto holds = [&](std::size_t chunk) {
         return chunk < chunks_.size() && chunks_[chunk].first_row <= number &&
                (chunk + 1 == chunks_.size() || number < chunks_[chunk + 1].first_row);
@@ -77,10 +77,10 @@ void RowStore::Get(std::size_t number, std::vector<Value>& row) const {
     }
     const Chunk& chunk = Load(looked_at_);
     const std::uint8_t* at = chunk.bytes.data() + chunk.begins[number - chunks_[looked_at_].first_row];
-    for (Value& value : row) at = RowBuffer::Take(at, value);
+    for (Value& value : row) at = PackedRows::Take(at, value);
 }
 
-void RowStore::Clear() {
+void RowSpool::Clear() {
     chunks_.resize(std::min<std::size_t>(chunks_.size(), 1));
     for (Chunk& chunk : chunks_) {
         chunk = {.first_row = 0, .begins = std::move(chunk.begins), .bytes = std::move(chunk.bytes)};

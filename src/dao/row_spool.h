@@ -11,7 +11,7 @@
 
 namespace qmtrain::dao {
 
-class RowStore {
+class RowSpool {
 public:
     std::size_t Size() const { return size_; }
 

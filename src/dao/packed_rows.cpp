@@ -1,4 +1,4 @@
-#include "dao/row_buffer.h"
+#include "dao/packed_rows.h"
 
 #include <algorithm>
 #include <cstring>
@@ -55,7 +55,7 @@ const std::uint8_t* TakeNumber(const std::uint8_t* at, Value& value) {
 
 }  // namespace
 
-const std::uint8_t* RowBuffer::Take(const std::uint8_t* at, Value& value) {
+const std::uint8_t* PackedRows::Take(const std::uint8_t* at, Value& value) {
     const auto type = static_cast<Type>(*at++);
     std::uint32_t size = 0;
     if (HasLength(type)) {
@@ -85,14 +85,14 @@ const std::uint8_t* RowBuffer::Take(const std::uint8_t* at, Value& value) {
     return at;
 }
 
-const std::uint8_t* RowBuffer::Take(const std::uint8_t* at, std::span<const std::uint8_t>& bytes) {
+const std::uint8_t* PackedRows::Take(const std::uint8_t* at, std::span<const std::uint8_t>& bytes) {
     std::uint32_t size = 0;
     std::memcpy(&size, at, sizeof size);
     bytes = {at + sizeof size, size};
     return at + sizeof size + size;
 }
 
-void RowBuffer::AppendBytes(std::span<const std::uint8_t> bytes) {
+void PackedRows::AppendBytes(std::span<const std::uint8_t> bytes) {
     const auto size = static_cast<std::uint32_t>(bytes.size());
     const std::size_t at = pending_.size();
     pending_.resize(at + sizeof size + size);
@@ -100,7 +100,7 @@ void RowBuffer::AppendBytes(std::span<const std::uint8_t> bytes) {
     if (size > 0) std::memcpy(&pending_[at + sizeof size], bytes.data(), size);
 }
 
-void RowBuffer::Append(const Value& value, std::vector<std::uint8_t>& bytes) {
+void PackedRows::Append(const Value& value, std::vector<std::uint8_t>& bytes) {
     const Content content = ContentOf(value);
     const bool has_length = HasLength(value.GetType());
     const std::size_t at = bytes.size();
@@ -115,19 +115,19 @@ void RowBuffer::Append(const Value& value, std::vector<std::uint8_t>& bytes) {
     if (content.size > 0) std::memcpy(to, content.data, content.size);
 }
 
-void RowBuffer::End() {
+void PackedRows::End() {
     std::uint8_t* at = NewRow(pending_.size());
     if (!pending_.empty()) std::memcpy(at, pending_.data(), pending_.size());
 }
 
-void RowBuffer::AddBytes(std::span<const std::uint8_t> bytes) {
+void PackedRows::AddBytes(std::span<const std::uint8_t> bytes) {
     const auto size = static_cast<std::uint32_t>(bytes.size());
     std::uint8_t* at = NewRow(sizeof size + size);
     std::memcpy(at, &size, sizeof size);
     if (size > 0) std::memcpy(at + sizeof size, bytes.data(), size);
 }
 
-std::uint8_t* RowBuffer::NewRow(std::size_t size) {
+std::uint8_t* PackedRows::NewRow(std::size_t size) {
     if (free_ < size || blocks_.empty()) {
         block_size_ = std::max({kFirstBlock, std::min(block_size_ * 2, kBlock), size});
         free_ = block_size_;
@@ -140,7 +140,7 @@ std::uint8_t* RowBuffer::NewRow(std::size_t size) {
     return at;
 }
 
-void RowBuffer::Clear() {
+void PackedRows::Clear() {
     rows_.clear();
     bytes_ = 0;
     if (blocks_.empty()) return;

@@ -1,0 +1,17 @@
+// The stories with our own engine; another one has to tell them in the same way.
+#include "dao/engine_stories.h"
+
+#include <gtest/gtest.h>
+
+namespace qmtrain::dao::test {
+namespace {
+
+TEST(EngineTest, TellsEveryStory) {
+    for (const Story& story : Stories()) {
+        SCOPED_TRACE(story.name);
+        RunStory(story);
+    }
+}
+
+}  // namespace
+}  // namespace qmtrain::dao::test
