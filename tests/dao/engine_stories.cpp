@@ -14,10 +14,10 @@
 #include "records/create_client.h"
 #include "support/raised.h"
 
-namespace qmtrain::dao::test {
+namespace qmtrain::test {
 namespace {
 
-using qmtrain::test::ScratchFolder;
+using namespace dao;
 
 void Succeeds(const char* what, const std::function<void()>& body) {
     EXPECT_EQ(ErrorOf(body), 0) << what;
@@ -264,4 +264,4 @@ void RunStory(const Story& story) {
     Holds(*database, u"Tbl_SubjectBrief", story.subjects);
 }
 
-}  // namespace qmtrain::dao::test
+}  // namespace qmtrain::test

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace qmtrain::dao::test {
+namespace qmtrain::test {
 
 struct Story {
     const char* name;
@@ -20,4 +20,4 @@ const std::vector<Story>& Stories();
 // Tells it with the engine that the program has now, on a new client database of three subjects.
 void RunStory(const Story& story);
 
-}  // namespace qmtrain::dao::test
+}  // namespace qmtrain::test

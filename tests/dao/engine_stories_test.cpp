@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qmtrain::dao::test {
+namespace qmtrain::test {
 namespace {
 
 TEST(EngineTest, TellsEveryStory) {
@@ -14,4 +14,4 @@ TEST(EngineTest, TellsEveryStory) {
 }
 
 }  // namespace
-}  // namespace qmtrain::dao::test
+}  // namespace qmtrain::test

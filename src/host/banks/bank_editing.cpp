@@ -75,7 +75,8 @@ void BankEditing::Put(std::u16string_view rec_no, std::optional<exchange::Questi
     const auto before = [](const exchange::Question& a, const exchange::Question& b) {
         return std::tie(a.kind, a.rec_no) < std::tie(b.kind, b.rec_no);
     };
-    questions_.insert(std::upper_bound(questions_.begin(), questions_.end(), *question, before), *std::move(question));
+    const auto place = std::upper_bound(questions_.begin(), questions_.end(), *question, before);
+    questions_.insert(place, *std::move(question));
 }
 
 const exchange::Question* BankEditing::Find(std::u16string_view rec_no) const {

@@ -87,8 +87,9 @@ private:
         bool own = false;
         for (; !rows->Eof(); rows->MoveNext()) {
             if (!EqualNames(TextOr(rows->Fields(u"C_Tblname").Value(), u""), table_)) {
-                RaiseComponentError(u"qmtrain", u"题库 " + data_code + u" 的题型代码 " + table_code +
-                                                    u" 在这个试卷库中已用于另一种题型，不能放在一起。");
+                std::u16string text = u"题库 " + data_code;
+                text.append(u" 的题型代码 ").append(table_code);
+                RaiseComponentError(u"qmtrain", text + u" 在这个试卷库中已用于另一种题型，不能放在一起。");
             }
             own = own || TextOr(rows->Fields(u"C_DataCode").Value(), u"") == data_code;
         }
