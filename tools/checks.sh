@@ -77,7 +77,7 @@ test_sanitized() {
       continue
     fi
     say "$room, with the sanitizers"
-    build asan-fast "${linker[@]}" -- "test_$room" || return 1
+    build asan-fast "${linker[@]}" -- "tests/$room/all" || return 1
     ctest --test-dir "build/asan-fast/tests/$room" -j "$(nproc)" --output-on-failure --timeout 300 "$@" || return 1
   done
   if [ "${#left[@]}" -gt 0 ]; then say "NOT RUN with the sanitizers for want of time:" "${left[@]}"; fi
