@@ -46,10 +46,12 @@ private:
 void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& body) {
     constexpr int kMostTries = 50;
     constexpr int kLongestPause = 20;  // milliseconds, of the first one
-    const bool alone = !storage.SharedSession()->IsInTransaction();
     std::minstd_rand random(std::random_device{}());
     for (int tries = 1;; ++tries) {
+        bool alone = false;
         try {
+            const auto lock = storage.SharedSession()->Lock();  // another thread's levels would mix with these
+            alone = !storage.SharedSession()->IsInTransaction();
             SessionTransaction transaction(storage);
             body();
             transaction.Commit();

@@ -10,13 +10,6 @@
 #include "odbc/pool.h"
 
 namespace qmtrain::dao {
-namespace {
-
-std::u16string Savepoint(std::size_t level) {
-    return u"level_" + ToText(static_cast<std::int64_t>(level));
-}
-
-}  // namespace
 
 std::shared_ptr<OdbcServer> OdbcServer::Of(const odbc::ConnectString& connect,
                                            const std::shared_ptr<jet::Session>& session) {
@@ -69,7 +62,7 @@ void OdbcServer::OpenLevels() {
         levels_ = 1;
         used_ = false;
     }
-    for (; levels_ < session_->Levels(); ++levels_) connection_->Savepoint(Savepoint(levels_ + 1));
+    for (; levels_ < session_->Levels(); ++levels_) connection_->OpenLevel();
 }
 
 odbc::Connection& OdbcServer::Reach() {
@@ -147,7 +140,9 @@ void OdbcServer::RunUndone(std::size_t levels) noexcept {
 }
 
 void OdbcServer::Merge(std::size_t levels) noexcept {
-    levels_ = std::min(levels_, levels);
+    if (levels_ <= levels) return;
+    levels_ = levels;
+    connection_->MergeLevels(levels - 1);
     for (UndoAction& action : undo_actions_) action.level = std::min(action.level, levels);
 }
 
@@ -158,7 +153,7 @@ void OdbcServer::Undo(std::size_t levels) noexcept {
     RunUndone(levels);
     try {
         if (levels > 0)
-            connection_->RollbackTo(Savepoint(levels + 1));
+            connection_->UndoLevels(levels - 1);
         else
             connection_->Rollback();
     } catch (const AutomationError&) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "core/convert.h"
 #include "core/text.h"
 #include "odbc/call_thread.h"
 #include "odbc/statement.h"
@@ -15,9 +16,6 @@ constexpr int kMaxName = 256;
 
 // For what a server says at once.
 constexpr std::chrono::seconds kAnswer{3};
-
-// Where the next statement of a transaction goes back to when it fails.
-constexpr std::u16string_view kMark = u"SAVEPOINT statement";
 
 constexpr std::u16string_view kNoAnswer = u"服务器没有在规定的时间内回答，连接已放弃。";
 
@@ -44,8 +42,11 @@ Connection::Handles::~Handles() {
 
 // Opening
 
-Connection::Connection(std::shared_ptr<Handles> handles, std::u16string place)
-    : handles_(std::move(handles)), thread_(std::make_unique<CallThread>()), place_(std::move(place)) {}
+Connection::Connection(std::shared_ptr<Handles> handles, const ConnectString& connect)
+    : handles_(std::move(handles)),
+      thread_(std::make_unique<CallThread>()),
+      connect_(connect),
+      place_(connect.Place()) {}
 
 Connection::~Connection() {
     if (in_transaction_) Rollback();
@@ -84,7 +85,7 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
         Raise(ErrorNumber::OdbcConnectionFailed,
               {place, no_driver ? u"本机没有 ODBC 驱动程序或数据源“" + driver + u"”：" + said : said});
     }
-    std::unique_ptr<Connection> connection(new Connection(std::move(handles), place));
+    std::unique_ptr<Connection> connection(new Connection(std::move(handles), connect));
     connection->rows_come_later_ = whole.Get(u"UseDeclareFetch") == u"1";
     connection->TimeLimit(limit);
     connection->SetUp();
@@ -99,9 +100,14 @@ void Connection::SetUp() {
     }
     // Our texts are written for a server that takes a backslash for what it is. In the middle of a transaction that the
     // driver has begun it would be too late to say what the transaction is to see.
-    Execute(
-        u"SET standard_conforming_strings = on;"
-        u"SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ");
+    auto statement = std::make_unique<Statement>(*this);
+    statement->Execute({u"SET standard_conforming_strings = on",
+                        u"SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ"},
+                       u"SELECT pg_backend_pid()", {});
+    Rows rows(std::move(statement));
+    Value process;
+    if (rows.Next()) rows.Read(0, ColumnType::Long, process);
+    process_ = ToLong(process);
 }
 
 std::u16string Connection::PropertyOf(int info) const {
@@ -179,11 +185,15 @@ void Connection::RequireAnswers() const {
 }
 
 std::int16_t Connection::Wait(std::function<std::int16_t()> call) {
+    std::optional<std::chrono::milliseconds> limit;
+    if (time_limit_ > 0) limit = std::chrono::seconds(time_limit_) + kAnswer;
+    return Wait(std::move(call), limit);
+}
+
+std::int16_t Connection::Wait(std::function<std::int16_t()> call, std::optional<std::chrono::milliseconds> limit) {
     RequireAnswers();
     const auto result = std::make_shared<std::int16_t>();
     const auto run = [call = std::move(call), result, held = handles_] { *result = call(); };
-    std::optional<std::chrono::milliseconds> limit;
-    if (time_limit_ > 0) limit = std::chrono::seconds(time_limit_) + kAnswer;
     if (thread_->Run(run, limit)) return *result;
     given_up_ = true;
     alive_ = false;
@@ -202,50 +212,47 @@ void Connection::Begin(bool serial) {
         RaiseFor(DiagnosticsOf(handles_->library, SQL_HANDLE_DBC, handles_->connection), {}, place_);
     }
     in_transaction_ = true;
-    if (serial) before_.emplace_back(u"SET TRANSACTION ISOLATION LEVEL SERIALIZABLE");
+    serial_ = serial;
 }
 
-void Connection::Savepoint(std::u16string_view name) {
-    before_.push_back(u"SAVEPOINT " + std::u16string(name));
-}
-
-void Connection::RollbackTo(std::u16string_view name) {
-    const auto waiting = std::ranges::find(before_, u"SAVEPOINT " + std::u16string(name));
-    if (waiting != before_.end()) return (void)before_.erase(waiting, before_.end());
-    before_.clear();
-    Undo(u"ROLLBACK TO SAVEPOINT " + std::u16string(name) + u";" + std::u16string(kMark));
-    guarded_ = true;
-}
-
-// Each statement is sent with a savepoint behind it, which is where the next one goes back to when it fails: of a
-// message that the server refuses as a whole, nothing before the statement would have happened either.
-std::u16string Connection::Guarded(const std::vector<std::u16string>& before, std::u16string_view sql) const {
-    std::u16string all;
-    for (const std::u16string& one : before) all.append(one).append(u";");
-    all.append(sql);
-    if (!in_transaction_) return all;
-    // Where the transaction has got a savepoint of its own since, the last one must stay below that.
-    if (guarded_ && before_.empty()) all.append(u";RELEASE SAVEPOINT statement");
-    return all.append(u";").append(kMark);
-}
-
-// Takes back what a statement that failed has left. The savepoints that were sent with it are set by the next one.
-void Connection::UndoStatement() noexcept {
-    if (!alive_) return;
+void Connection::UndoLevels(std::size_t levels) {
+    const std::u16string place = savepoints_.Undo(levels);
+    if (place.empty()) return;
     try {
-        if (guarded_) return Undo(u"ROLLBACK TO SAVEPOINT statement");
-        if (Succeeded(End(SQL_ROLLBACK))) return;
+        GoBackTo(place);
+    } catch (const AutomationError&) {
+        failed_ = true;
+        throw;
+    }
+}
+
+// Takes back what a statement that failed has left.
+void Connection::UndoStatement(const std::vector<std::u16string>& places) noexcept {
+    for (const std::u16string& place : places) {
+        if (!alive_) return;
+        try {
+            GoBackTo(place);
+            savepoints_.WentBackTo(place);
+            return;
+        } catch (const AutomationError&) {  // the next one, or as below
+        }
+    }
+    try {
+        if (!savepoints_.Any() && Succeeded(End(SQL_ROLLBACK))) return;
     } catch (const AutomationError&) {  // as below
     }
     failed_ = true;
 }
 
-void Connection::Undo(std::u16string_view sql) {
-    try {
-        Statement(*this).Send(sql, {});
-    } catch (const AutomationError&) {
-        failed_ = true;
-        throw;
+// Who cancels means the statement that is being undone, and may come too late for it.
+void Connection::GoBackTo(const std::u16string& savepoint) {
+    constexpr int kMostTries = 10;
+    for (int tries = 1;; ++tries) {
+        try {
+            return Statement(*this).Send(u"ROLLBACK TO SAVEPOINT " + savepoint, {});
+        } catch (const AutomationError& error) {
+            if (!error.Is(ErrorNumber::OperationCancelled) || !alive_ || tries == kMostTries) throw;
+        }
     }
 }
 
@@ -260,21 +267,30 @@ void Connection::Rollback() noexcept {
     }
 }
 
-// Returns what the library does.
+// Returns what the library does. What a server that does not answer was to undo, it undoes when it finds us gone.
 std::int16_t Connection::End(std::int16_t how) {
-    return Wait([&library = handles_->library, connection = handles_->connection, how]() -> SQLRETURN {
+    const Running running(*this);
+    const auto end = [&library = handles_->library, connection = handles_->connection, how]() -> SQLRETURN {
         return library.EndTran(SQL_HANDLE_DBC, connection, how);
-    });
+    };
+    return how == SQL_ROLLBACK ? Wait(end, kAnswer) : Wait(end);
 }
 
 void Connection::EndTransaction(bool commit) {
     const Library& library = handles_->library;
-    before_.clear();
-    guarded_ = false;
+    savepoints_.Clear();
+    serial_ = false;
     const bool undone = std::exchange(failed_, false);
     const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes, as it is to roll back
     in_transaction_ = false;
-    const SQLRETURN result = End(commit && !undone ? SQL_COMMIT : SQL_ROLLBACK);
+    SQLRETURN result = SQL_ERROR;
+    try {
+        result = End(commit && !undone ? SQL_COMMIT : SQL_ROLLBACK);
+    } catch (const AutomationError&) {
+        if (commit && !lost)
+            Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"服务器没有回答，不知道事务是否已提交。"});
+        throw;
+    }
     Diagnostics diagnostics;
     if (!Succeeded(result)) {
         diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles_->connection);
@@ -291,25 +307,36 @@ void Connection::RaiseFailed() const {
     Raise(ErrorNumber::OdbcCallFailed, {u"事务中失败的语句没有撤消，事务没有完成。"});
 }
 
-// The library calls the server on another line, and waits there without a limit. At times it has nothing to say there.
-// Where nobody answers, who waits for the statement is told so.
+// By a connection of its own: the library's way of calling off a statement closes one that has ended meanwhile, and
+// nobody could tell any more what it did. The lock keeps the next statement from being hit.
 void Connection::Cancel() noexcept {
+    using Clock = std::chrono::steady_clock;
     std::unique_lock lock(running_mutex_);
-    if (running_ == nullptr || given_up_) return;
+    if (!running_ || given_up_) return;
     const std::uint64_t call = calls_;
-    const auto ended = [&] { return running_ == nullptr || calls_ != call; };
+    const auto ended = [&] { return !running_ || calls_ != call; };
+    bool silent = false;
     try {
         cancelled_ = true;
-        const auto cancel = [held = handles_, statement = running_->Handle()] { held->library.Cancel(statement); };
-        if (CallThread().Run(cancel, kAnswer) && call_ended_.wait_for(lock, kAnswer, ended)) {
-            cancelled_ = false;
-            return;
+        const Clock::time_point begin = Clock::now();
+        try {
+            CancelOnServer();
+        } catch (const AutomationError&) {
+            silent = Clock::now() - begin >= kAnswer;
+            if (!silent) return void(cancelled_ = false);  // it has said no: what it does goes on
         }
+        if (!silent && call_ended_.wait_for(lock, kAnswer, ended)) return void(cancelled_ = false);
         given_up_ = true;
         alive_ = false;
         thread_->GiveUp();
     } catch (const std::exception&) {  // no thread: the statement goes on
     }
+}
+
+void Connection::CancelOnServer() const {
+    const auto other = Open(connect_, kAnswer);
+    other->TimeLimit(kAnswer);
+    other->Query(u"SELECT pg_cancel_backend(" + ToText(std::int64_t{process_}) + u")");
 }
 
 }  // namespace qmtrain::odbc

@@ -20,6 +20,7 @@
 #include "odbc/connect_string.h"
 #include "odbc/prepared.h"
 #include "odbc/request.h"
+#include "odbc/savepoints.h"
 #include "odbc/types.h"
 
 namespace qmtrain::odbc {
@@ -101,16 +102,19 @@ public:
     void Rollback() noexcept;
     bool InTransaction() const { return in_transaction_; }
 
-    // Places in a transaction to go back to. The server hears of one with the next statement.
-    void Savepoint(std::u16string_view name);
-    void RollbackTo(std::u16string_view name);
+    // Levels inside a transaction, each of which can be undone with those inside it. The server hears of one with the
+    // next statement. `levels`: so many are left then, of which the transaction itself is none.
+    void OpenLevel() { savepoints_.OpenLevel(); }
+    void MergeLevels(std::size_t levels) { savepoints_.Merge(levels); }
+    void UndoLevels(std::size_t levels);
 
     // How long each statement may take, rounded up to seconds; none when it is zero. A server that does not keep to it
     // is given up some seconds later, and the connection is lost.
     void TimeLimit(std::chrono::milliseconds limit);
 
-    // From any thread: the statement that is running ends with OperationCancelled. A server that does not take this is
-    // given up.
+    // From any thread: what the server is doing ends with OperationCancelled, unless it is done by then. The server is
+    // asked on a connection of its own: where it has none left nothing happens. One that does not answer, or does not
+    // end what it is doing, is given up.
     void Cancel() noexcept;
 
     // False once the server has been found gone.
@@ -122,8 +126,9 @@ public:
 private:
     friend class Statement;
     struct Handles;
+    class Running;
 
-    Connection(std::shared_ptr<Handles> handles, std::u16string place);
+    Connection(std::shared_ptr<Handles> handles, const ConnectString& connect);
     static Request AsRequest(std::u16string_view sql) { return {std::u16string(sql), {}}; }
     void SetUp();
     std::u16string PropertyOf(int info) const;
@@ -133,28 +138,31 @@ private:
     // What a call of the library that waits for the server returns; raises when the server is given up. The call must
     // hold what it uses, but for the handles.
     std::int16_t Wait(std::function<std::int16_t()> call);
+    std::int16_t Wait(std::function<std::int16_t()> call, std::optional<std::chrono::milliseconds> limit);
     void RequireAnswers() const;
     void FetchInParts(const Request& request, const std::function<void(Rows&)>& take);
-    std::u16string Guarded(const std::vector<std::u16string>& before, std::u16string_view sql) const;
-    void UndoStatement() noexcept;
-    void Undo(std::u16string_view sql);
+    void UndoStatement(const std::vector<std::u16string>& places) noexcept;
+    void GoBackTo(const std::u16string& savepoint);
+    void CancelOnServer() const;
     [[noreturn]] void RaiseFailed() const;
 
     std::shared_ptr<Handles> handles_;
     std::unique_ptr<CallThread> thread_;
     std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
+    ConnectString connect_;
     std::u16string place_;
+    std::int32_t process_ = 0;      // the server's, that works for this connection
     long time_limit_ = 0;           // seconds
     bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for
     bool in_transaction_ = false;
-    bool guarded_ = false;                // there is a savepoint behind the transaction's last statement
-    bool failed_ = false;                 // what a statement of the transaction left could not be taken back
-    std::vector<std::u16string> before_;  // what the next statement of the transaction takes with it
+    bool failed_ = false;  // what a statement of the transaction left could not be taken back
+    bool serial_ = false;  // the transaction is to be serial, which the server has not heard yet
+    Savepoints savepoints_;
     PreparedStatements prepared_;
     std::atomic<bool> alive_ = true;
     std::mutex running_mutex_;
     std::condition_variable call_ended_;
-    Statement* running_ = nullptr;
+    bool running_ = false;  // a call of the library that waits for the server
     std::uint64_t calls_ = 0;
     std::atomic<bool> cancelled_ = false;  // and the connection may have to be given up for it
 };

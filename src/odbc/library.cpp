@@ -35,7 +35,6 @@ Library Loaded() {
     Load(library.Fetch, "SQLFetch");
     Load(library.BindCol, "SQLBindCol");
     Load(library.GetData, "SQLGetData");
-    Load(library.Cancel, "SQLCancel");
     Load(library.GetDiagRec, "SQLGetDiagRecW");
     Load(library.Columns, "SQLColumnsW");
     Load(library.PrimaryKeys, "SQLPrimaryKeysW");

@@ -36,7 +36,6 @@ struct Library {
     decltype(&::SQLFetch) Fetch = nullptr;
     decltype(&::SQLBindCol) BindCol = nullptr;
     decltype(&::SQLGetData) GetData = nullptr;
-    decltype(&::SQLCancel) Cancel = nullptr;
     decltype(&::SQLGetDiagRecW) GetDiagRec = nullptr;
     decltype(&::SQLColumnsW) Columns = nullptr;
     decltype(&::SQLPrimaryKeysW) PrimaryKeys = nullptr;

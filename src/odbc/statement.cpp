@@ -74,15 +74,15 @@ bool Statement::Close() noexcept {
     }
 }
 
-Statement::Running::Running(Statement& statement) : connection_(statement.connection_) {
+Connection::Running::Running(Connection& connection) : connection_(connection) {
     const std::scoped_lock lock(connection_.running_mutex_);
-    connection_.running_ = &statement;
+    connection_.running_ = true;
     ++connection_.calls_;
 }
 
-Statement::Running::~Running() {
+Connection::Running::~Running() {
     const std::scoped_lock lock(connection_.running_mutex_);
-    connection_.running_ = nullptr;
+    connection_.running_ = false;
     connection_.call_ended_.notify_all();
 }
 
@@ -136,18 +136,25 @@ void Statement::Execute(const std::vector<std::u16string>& first, const std::u16
     for (const std::u16string& one : first) RequireSendable(one, doing);
     RequireSendable(sql, doing);
     if (connection_.failed_) connection_.RaiseFailed();
-    std::vector<std::u16string> before = connection_.before_;
+    Savepoints::Message message;
+    if (connection_.in_transaction_) message = connection_.savepoints_.Next();
+    std::vector<std::u16string>& before = message.before;
+    if (connection_.serial_) before.insert(before.begin(), u"SET TRANSACTION ISOLATION LEVEL SERIALIZABLE");
     before.insert(before.end(), first.begin(), first.end());
+    std::u16string text;
+    for (const std::u16string& one : before) text.append(one).append(u";");
+    text.append(sql);
+    for (const std::u16string& one : message.behind) text.append(u";").append(one);
     try {
-        Send(connection_.Guarded(before, sql), doing);
+        Send(text, doing);
+        // The results of the others come first.
+        for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
     } catch (const AutomationError&) {
-        if (connection_.in_transaction_) connection_.UndoStatement();
+        if (connection_.in_transaction_) connection_.UndoStatement(message.places);
         throw;
     }
-    connection_.before_.clear();
-    connection_.guarded_ = connection_.in_transaction_;
-    // The results of the others come first.
-    for (std::size_t i = 0; i < before.size(); ++i) Check(library_.MoreResults(handle_), doing);
+    connection_.serial_ = false;
+    if (connection_.in_transaction_) connection_.savepoints_.Succeeded();
 }
 
 }  // namespace qmtrain::odbc

@@ -34,6 +34,18 @@ struct Connection::Handles {
 // driver makes one character of it and whatever follows it, be that the quote that ends a text.
 void RequireSendable(std::u16string_view text, const Doing& doing);
 
+// While it lives the server is being waited for, and another thread may cancel that.
+class Connection::Running {
+public:
+    explicit Running(Connection& connection);
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    ~Running();
+
+private:
+    Connection& connection_;
+};
+
 class Statement {
 public:
     explicit Statement(Connection& connection);
@@ -51,7 +63,7 @@ public:
         connection_.RequireAnswers();
         SQLRETURN result = SQL_ERROR;
         {
-            const Running running(*this);
+            const Connection::Running running(connection_);
             result = call();
         }
         return Check(result, doing);
@@ -77,17 +89,6 @@ public:
     void Send(std::u16string_view sql, const Doing& doing);
 
 private:
-    class Running {
-    public:
-        explicit Running(Statement& statement);
-        Running(const Running&) = delete;
-        Running& operator=(const Running&) = delete;
-        ~Running();
-
-    private:
-        Connection& connection_;
-    };
-
     void Allocate();
     bool Close() noexcept;
 

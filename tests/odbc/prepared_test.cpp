@@ -220,28 +220,6 @@ TEST_F(PreparedTest, ARefusedMessageLeavesTheTransactionAsItWas) {
         {"first", [&] { refused(), add(10), add(11); }, "10,11"},
         {"behind others", [&] { add(10), add(11), refused(), refused(), add(12); }, "10,11,12"},
         {"last", [&] { add(10), add(11), refused(); }, "10,11"},
-        {"with a savepoint",
-         [&] {
-             add(10);
-             connection_->Savepoint(u"a");
-             refused(), add(11), refused(), add(12);
-             connection_->RollbackTo(u"a");
-             refused(), add(13);
-         },
-         "10,13"},
-        {"savepoints in each other",
-         [&] {
-             add(10);
-             connection_->Savepoint(u"a");
-             add(11);
-             connection_->Savepoint(u"b");
-             add(12), refused();
-             connection_->RollbackTo(u"b");
-             refused(), add(13);
-             connection_->RollbackTo(u"a");
-             add(14), refused();
-         },
-         "10,14"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -1,0 +1,203 @@
+// What stands on a server after transactions, their levels, and those who cancel: what was reported, and nothing else.
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <mutex>
+#include <random>
+#include <set>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "odbc/connection.h"
+#include "odbc_fixture.h"
+
+namespace qmtrain::test {
+namespace {
+
+using Number = ErrorNumber;
+constexpr int N(Number number) {
+    return static_cast<int>(number);
+}
+
+class TransactionTest : public OdbcTest {
+protected:
+    void SetUp() override {
+        setenv("QMTRAININFO_PASSWORD", "secret;{}", 1);
+        OdbcTest::SetUp();
+        if (!IsSkipped()) MakeTable("mark", "id integer PRIMARY KEY, v integer");
+    }
+
+    static std::u16string Adding(int id) {
+        return u"INSERT INTO mark (id, v) VALUES (" + ToText(std::int64_t{id}) + u", 0)";
+    }
+
+    std::set<int> Ids() const {
+        std::istringstream lines(server_->Psql("SELECT id FROM mark"));
+        std::set<int> ids;
+        for (int id = 0; lines >> id;) ids.insert(id);
+        return ids;
+    }
+
+    // Cancels now and then what the database does, until it is let go.
+    class Canceller {
+    public:
+        explicit Canceller(dao::JetDatabase& database)
+            : thread_([this, &database] {
+                  std::minstd_rand random(7);
+                  while (!stop_) {
+                      std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+                      database.Cancel();
+                  }
+              }) {}
+        Canceller(const Canceller&) = delete;
+        Canceller& operator=(const Canceller&) = delete;
+        ~Canceller() {
+            stop_ = true;
+            thread_.join();
+        }
+
+    private:
+        std::atomic<bool> stop_ = false;
+        std::thread thread_;
+    };
+};
+
+// Statements that succeed, fail at their end or cannot be read, between levels that are kept or undone.
+TEST_F(TransactionTest, LevelsAreKeptOrUndoneWhateverFailsInThem) {
+    const auto connection = odbc::Connection::Open(odbc::ConnectString(server_->Connect()));
+    connection->Execute(Adding(0));
+    for (unsigned seed = 1; seed <= 30; ++seed) {
+        SCOPED_TRACE(seed);
+        std::minstd_rand random(seed);
+        std::vector<std::set<int>> levels{{0}};  // what each began with
+        std::set<int> ids{0};
+        int next = 1;
+        connection->Begin(seed % 3 == 0);
+        for (int step = 0; step < 60; ++step) {
+            switch (random() % 8) {
+                case 0:
+                    EXPECT_EQ(ErrorOf([&] { connection->Execute(u"INSERT INTO mark VALUES ("); }),
+                              N(Number::OdbcCallFailed));
+                    break;
+                case 1: EXPECT_EQ(ErrorOf([&] { connection->Execute(Adding(0)); }), N(Number::DuplicateKey)); break;
+                case 2:
+                    connection->OpenLevel();
+                    levels.push_back(ids);
+                    break;
+                case 3: {
+                    levels.resize(random() % levels.size() + 1);
+                    connection->MergeLevels(levels.size() - 1);
+                    break;
+                }
+                case 4: {
+                    const std::size_t left = random() % levels.size();
+                    if (left + 1 < levels.size()) ids = levels[left + 1];
+                    connection->UndoLevels(left);
+                    levels.resize(left + 1);
+                    break;
+                }
+                default: connection->Execute(Adding(next)); ids.insert(next++);
+            }
+        }
+        connection->Commit();
+        ASSERT_EQ(Ids(), ids);
+        server_->Psql("DELETE FROM mark WHERE id > 0");
+    }
+}
+
+// Each that the server still had would hold a lock in the memory that all its users share.
+TEST_F(TransactionTest, LevelsThatHaveEndedAreGoneFromTheServer) {
+    dao::Engine::Instance().BeginTrans();
+    for (int id = 1; id <= 200; ++id) database_->Atomically([&] { database_->Execute(Adding(id)); });
+    EXPECT_LT(std::stoi(server_->Psql("SELECT count(*) FROM pg_locks WHERE locktype = 'transactionid'")), 6);
+    dao::Engine::Instance().CommitTrans();
+    EXPECT_EQ(Ids().size(), 200U);
+}
+
+TEST_F(TransactionTest, ThreadsOfOneDatabaseDoNotMixTheirChanges) {
+    std::atomic<int> next = 1;
+    std::mutex mutex;
+    std::set<int> done;
+    const auto work = [&](unsigned seed) {
+        std::minstd_rand random(seed);
+        for (int i = 0; i < 60; ++i) {
+            const int id = next++;
+            const bool fails = random() % 2 == 0;
+            const int error = ErrorOf([&] {
+                database_->Atomically([&] {
+                    database_->Execute(Adding(id));
+                    if (fails) Raise(Number::InvalidArgument);
+                });
+            });
+            EXPECT_EQ(error, fails ? N(Number::InvalidArgument) : 0);
+            const std::scoped_lock lock(mutex);
+            if (!fails) done.insert(id);
+        }
+    };
+    std::thread other(work, 1);
+    work(2);
+    other.join();
+    EXPECT_EQ(Ids(), done);
+}
+
+TEST_F(TransactionTest, WhatIsCancelledHasNotHappenedAndTheRestHas) {
+    dao::Engine& engine = dao::Engine::Instance();
+    for (const bool in_transaction : {false, true}) {
+        SCOPED_TRACE(in_transaction);
+        std::set<int> done;
+        int cancelled = 0;
+        const int first = in_transaction ? 1000 : 0;
+        {
+            const Canceller canceller(*database_);
+            if (in_transaction) engine.BeginTrans();
+            for (int id = first; id < first + 600; ++id) {
+                const int error = ErrorOf([&] { database_->Execute(Adding(id)); });
+                if (error == 0) done.insert(id);
+                cancelled += error == N(Number::OperationCancelled) ? 1 : 0;
+                EXPECT_TRUE(error == 0 || error == N(Number::OperationCancelled)) << error;
+            }
+        }
+        if (in_transaction) engine.CommitTrans();
+        EXPECT_EQ(Ids(), done) << cancelled << " were cancelled";
+        server_->Psql("DELETE FROM mark");
+    }
+}
+
+// A server that has stopped, and a user who does not want to wait for it. Nobody knows then what becomes of a commit.
+TEST_F(TransactionTest, CancelEndsAWaitForTheEndOfATransaction) {
+    dao::Engine& engine = dao::Engine::Instance();
+    struct Case {
+        const char* name;
+        std::function<void()> end;
+        int error;
+    };
+    const Case cases[] = {
+        {"commit", [&] { engine.CommitTrans(); }, N(Number::OdbcConnectionFailed)},
+        {"rollback", [&] { engine.Rollback(); }, 0},
+        {"close", [&] { database_->Close(), engine.Rollback(); }, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        engine.BeginTrans();
+        database_->Execute(Adding(static_cast<int>(&c - cases)));
+        const int process = std::stoi(
+            server_->Psql("SELECT pid FROM pg_stat_activity WHERE usename = 'exam' AND state LIKE 'idle in%'"));
+        kill(process, SIGSTOP);
+        const auto begin = std::chrono::steady_clock::now();
+        std::thread canceller([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            database_->Cancel();
+        });
+        EXPECT_EQ(ErrorOf(c.end), c.error);
+        canceller.join();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
+        kill(process, SIGCONT);
+    }
+    database_ = Open();
+}
+
+}  // namespace
+}  // namespace qmtrain::test
