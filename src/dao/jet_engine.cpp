@@ -1,5 +1,6 @@
 #include "dao/jet_engine.h"
 
+#include <atomic>
 #include <utility>
 
 #include "core/system.h"
@@ -8,6 +9,16 @@
 #include "odbc/connect_string.h"
 
 namespace qmtrain::dao {
+namespace {
+
+// The system's numbers of threads come again when one has ended.
+std::uint64_t OwnThread() {
+    static std::atomic<std::uint64_t> threads = 0;
+    thread_local const std::uint64_t own = ++threads;
+    return own;
+}
+
+}  // namespace
 
 JetEngine::JetEngine() : durable_(Setting("QMTRAININFO_SYNC") != u"off") {}
 
@@ -21,7 +32,7 @@ std::shared_ptr<jet::Session> JetEngine::OwnSession() {
     const std::scoped_lock lock(mutex_);
     std::erase_if(sessions_,
                   [](const auto& known) { return known.second.use_count() == 1 && !known.second->IsInTransaction(); });
-    std::shared_ptr<jet::Session>& session = sessions_[std::this_thread::get_id()];
+    std::shared_ptr<jet::Session>& session = sessions_[OwnThread()];
     if (!session) session = std::make_shared<jet::Session>();
     return session;
 }

@@ -10,7 +10,6 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
-#include <thread>
 
 #include "dao/jet_database.h"
 
@@ -46,7 +45,7 @@ private:
 
     const bool durable_;
     std::mutex mutex_;
-    std::map<std::thread::id, std::shared_ptr<jet::Session>> sessions_;
+    std::map<std::uint64_t, std::shared_ptr<jet::Session>> sessions_;  // by thread
 };
 
 }  // namespace qmtrain::dao

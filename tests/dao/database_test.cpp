@@ -1,6 +1,7 @@
 // Statements on real files, transactions, what tables there are.
 
 #include <filesystem>
+#include <semaphore>
 #include <thread>
 
 #include "dao/database_object.h"
@@ -340,6 +341,32 @@ TEST_F(DatabaseTest, LinkedTables) {
     database_->Execute(u"DROP TABLE Banks");
     EXPECT_NE(ErrorOf([&] { Column(u"Banks", u"Code"); }), 0);
     other->Execute(u"INSERT INTO Bank VALUES ('RJ')");  // the table itself is still there
+}
+
+// The system gives the number of a thread that has ended to the next one, whose transactions are none of the database's
+// that the first one has opened.
+TEST_F(DatabaseTest, ThreadsThatEndLeaveTheirDatabasesToNobody) {
+    Engine& engine = Engine::Instance();
+    std::shared_ptr<Database> first;
+    std::jthread([&] {
+        first = engine.CreateDatabase(Name(u"First.mdb"));
+        first->Execute(u"CREATE TABLE T (A LONG)");
+    }).join();
+    std::binary_semaphore begun(0);
+    std::binary_semaphore added(0);
+    std::jthread next([&] {
+        const auto own = engine.CreateDatabase(Name(u"Next.mdb"));
+        engine.BeginTrans();
+        own->Execute(u"CREATE TABLE T (A LONG)");
+        begun.release();
+        added.acquire();
+        engine.Rollback();
+    });
+    begun.acquire();
+    first->Execute(u"INSERT INTO T VALUES (1)");
+    added.release();
+    next.join();
+    EXPECT_EQ(first->OpenRecordset(u"T")->TrueRecordCount(), 1);
 }
 
 // A transaction of one thread does not take in what another thread does; threads may share a database, or have the same
