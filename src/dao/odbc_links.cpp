@@ -73,8 +73,9 @@ bool OdbcLinks::Any() {
 
 void OdbcLinks::Close() {
     links_.clear();
+    std::vector<KnownServer> left;  // a server may have to be waited for, and nobody else with it
     const std::scoped_lock lock(servers_mutex_);
-    servers_.clear();
+    left.swap(servers_);
     has_servers_ = false;
 }
 
@@ -174,12 +175,23 @@ void OdbcLinks::Cancel() noexcept {
 
 // ---- making them ----
 
+// A connection that has waited for a while may have been lost meanwhile; then those beside it are gone, too.
+odbc::TableDescription OdbcLinks::Describe(const odbc::ConnectString& connect, std::u16string_view table) const {
+    for (bool again = false;; again = true) {
+        const auto server = ConnectTo(connect);
+        server->TimeLimit(time_limit_);
+        try {
+            return server->Describe(table);
+        } catch (const AutomationError& error) {
+            if (again || server->IsAlive() || error.Is(ErrorNumber::OperationCancelled)) throw;
+        }
+    }
+}
+
 void OdbcLinks::Create(std::u16string_view name, std::u16string_view connect, std::u16string_view source_table,
                        bool save_password, bool replace) {
     odbc::ConnectString stored(connect);
-    const auto server = ConnectTo(WithLogin(stored));
-    server->TimeLimit(time_limit_);
-    const odbc::TableDescription table = server->Describe(source_table);
+    const odbc::TableDescription table = Describe(WithLogin(stored), source_table);
     const auto password = stored.TakePassword();
     const bool saved = save_password && password;
     if (saved) stored.Set(u"PWD", *password);

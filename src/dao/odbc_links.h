@@ -89,6 +89,7 @@ private:
     odbc::ConnectString WithLogin(odbc::ConnectString connect) const;
     void Prepare(OdbcServer& server) const { server.Use(this, time_limit_, serial_); }
     std::shared_ptr<OdbcServer> ServerFor(const odbc::ConnectString& connect);
+    odbc::TableDescription Describe(const odbc::ConnectString& connect, std::u16string_view table) const;
     const jet::CatalogObject* Find(std::u16string_view name);
     std::shared_ptr<OdbcLink> Load(const jet::CatalogObject& object);
     std::shared_ptr<OdbcLink> LinkOf(const sql::ast::TableExpression& table);

@@ -79,6 +79,7 @@ const Value& RowEdit::Get(int column) {
 }
 
 void RowEdit::TakeCounter(std::size_t place) {
+    if (EditedTable().IsRemote()) return;  // the server gives its numbers when the row is added
     const Work work = source_.database->Begin();
     jet::Database::Writing writing(source_.Storage());
     const auto number = EditedTable().TakeCounter();

@@ -534,6 +534,10 @@ TEST_F(RowsTest, NoFileLockIsTakenForAServersRows) {
     rows->Fields(u"score").Value(8.0F);
     rows->Update();
     database_->Atomically([&] { database_->Execute(u"UPDATE train SET score = 9 WHERE id = 3"); });
+    rows->AddNew();
+    EXPECT_TRUE(rows->Fields(u"id").Value().IsNull()) << "the server has not numbered it yet";
+    rows->Fields(u"userid").Value(std::int32_t{1});
+    rows->Update();
     EXPECT_EQ(server_->Psql("SELECT score FROM train WHERE id < 4 ORDER BY id"), "7\n8\n9");
 }
 
@@ -866,6 +870,13 @@ TEST_F(RowsTest, GoOnWhenTheServerIsBack) {
     EXPECT_EQ(Column(u"SELECT score FROM train ORDER BY id", u"score"), u"1.1 2.1 3.1 4.1 5.1") << "it was undone";
     rows->MoveLast();
     EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{5}));
+    rows->Close();
+    database_->Close();  // its connection waits for the next user
+    server_->Stop();
+    server_->Start();
+    database_ = Open();
+    database_->CreateTableDef(u"again", connect_, u"public.train");
+    EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM again", u"n"), u"5");
 }
 
 }  // namespace
