@@ -263,6 +263,11 @@ void FoundJournal::End(FileSystem& system, bool durable) const {
     if (!journal->IsAt(path_) || !file_->IsAt(path_)) return;  // not the same file
     journal->WriteAt(0, kVoid);
     if (durable) journal->Sync();
+    try {
+        if (journal->Size() > kMostToKeep) journal->Resize(0);  // where the disk is full, others need the space
+    } catch (const AutomationError&) {
+        // It stays as long as it is.
+    }
 }
 
 void FoundJournal::PlayBack(File& file) const {

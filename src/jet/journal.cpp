@@ -15,7 +15,6 @@ using namespace journal;
 namespace {
 
 constexpr std::size_t kFlushAt = std::size_t{64} << 10;  // memory that is written at once stays in the caches
-constexpr std::uint64_t kMostToKeep = 16 << 20;  // bytes of a file that stays: to write over it takes no new blocks
 
 }  // namespace
 

@@ -42,6 +42,8 @@ inline constexpr std::uint8_t kByOutcome = '5';
 inline constexpr std::uint8_t kEarlierByImages = '2';
 inline constexpr std::uint8_t kEarlierByOutcome = '3';
 inline constexpr std::array<std::uint8_t, 1> kVoid = {0};  // in the place of the first letter
+inline constexpr std::uint64_t kMostToKeep = 16
+                                             << 20;  // bytes of a file that stays: to write over it takes no new blocks
 inline constexpr std::size_t kHeaderSize = 48;
 inline constexpr std::size_t kPageSizeAt = 8;
 inline constexpr std::size_t kChecksumAt = 12;

@@ -76,7 +76,6 @@ void Pager::OpenLevel() {
 
 void Pager::UndoLevel() noexcept {
     page_count_ = change_.UndoLevel();
-    RestoreHeader();
     Invalidate();
 }
 

@@ -156,6 +156,25 @@ void Session::UndoLevel(std::size_t level) noexcept {
     LeaveChanging();
 }
 
+namespace {
+
+// Beside the first of the files where one can be made.
+CommonJournal StartCommon(const std::vector<SessionFile*>& files) {
+    std::vector<std::filesystem::path> paths;
+    for (const SessionFile* file : files) paths.push_back(file->Path());
+    for (std::size_t i = 0; i + 1 < files.size(); ++i) {
+        try {
+            return files[i]->StartCommon(paths);
+        } catch (const AutomationError& error) {
+            if (!error.Is(ErrorNumber::CannotOpenFile)) throw;
+        }
+        std::rotate(paths.begin(), paths.begin() + 1, paths.end());
+    }
+    return files.back()->StartCommon(paths);
+}
+
+}  // namespace
+
 // Several files: each one's journal names the common journal before the file is overwritten. While that one is in force
 // all journals are; its end is the moment of the commit. `alone`: `other` does nothing.
 void Session::CommitFiles(bool alone, const std::function<void()>& other) {
@@ -169,9 +188,7 @@ void Session::CommitFiles(bool alone, const std::function<void()>& other) {
         for (SessionFile* file : changed) file->Finish();
         return;
     }
-    std::vector<std::filesystem::path> paths;
-    for (const SessionFile* file : changed) paths.push_back(file->Path());
-    CommonJournal common = changed.front()->StartCommon(paths);
+    CommonJournal common = StartCommon(changed);
     try {
         for (SessionFile* file : changed) file->WriteChanges(false, &common);
         other();

@@ -53,9 +53,9 @@ protected:
     std::filesystem::path b_ = folder_.Path() / "B.mdb";
 };
 
-void DeleteAll(Database& database) {
+void DeleteAll(Database& database, std::u16string_view name = u"T") {
     Write(database, [&] {
-        const auto table = database.FindTable(u"T");
+        const auto table = database.FindTable(name);
         std::vector<RowPointer> rows;
         RowCursor cursor(*table);
         for (cursor.Scan(); cursor.Next();) rows.push_back(cursor.Row());
@@ -161,6 +161,57 @@ TEST_F(SessionTest, AFailedCommitLeavesNoFileChanged) {
         EXPECT_FALSE(std::filesystem::exists(a_.string() + "-commit"));
         for (Database* database : {a.get(), b.get()}) DeleteAll(*database);
     }
+}
+
+// The folder of one file takes no new ones; its own journal lies there already.
+TEST_F(SessionTest, TheCommonJournalLiesWhereAFileCanBeMade) {
+    for (const std::filesystem::path& closed : {a_, b_}) {
+        SCOPED_TRACE(closed.filename());
+        test::ScriptedFiles files;
+        const auto session = std::make_shared<Session>();
+        const auto a = Open(a_, &files, session);
+        const auto b = Open(b_, &files, session);
+        for (Database* database : {a.get(), b.get()}) Insert(*database, u"T", {1});
+        int made = 0;
+        files.before = [&](const test::Change& change) {
+            const std::string path = change.path.string();
+            if (change.kind != test::Change::Kind::Create || path.find("-commit") == std::string::npos) return;
+            if (path.starts_with(closed.string())) Raise(ErrorNumber::CannotOpenFile, {FromNativePath(change.path)});
+            ++made;
+        };
+        a->BeginTransaction();
+        Insert(*a, u"T", {2});
+        Insert(*b, u"T", {2});
+        a->CommitTransaction();
+        EXPECT_EQ(made, 1);
+        for (Database* database : {a.get(), b.get()}) {
+            EXPECT_EQ(Rows(*database, u"T").size(), 2U);
+            DeleteAll(*database);
+        }
+    }
+}
+
+TEST_F(SessionTest, ALargeChangeThatFailsGivesItsSpaceBack) {
+    constexpr std::uint64_t kMost = 16 << 20;
+    test::ScriptedFiles files;
+    const auto database = Open(a_, &files);
+    Write(*database, [&] {
+        database->CreateTable({.name = u"Large", .columns = {{.name = u"B", .type = ColumnType::Binary, .size = 500}}});
+        const auto table = database->FindTable(u"Large");
+        const std::vector<Value> row{Bytes(500)};
+        for (std::uint64_t size = 0; size < kMost + kMost / 8; size += 500) table->Insert(row);
+    });
+    bool fails = true;
+    files.before = [&](const test::Change& change) {
+        if (fails && change.path == a_ && change.kind == test::Change::Kind::Write && change.offset > kMost / 2) {
+            fails = false;
+            Raise(ErrorNumber::DiskFull, {FromNativePath(change.path)});
+        }
+    };
+    EXPECT_EQ(ErrorOf([&] { DeleteAll(*database, u"Large"); }), static_cast<int>(ErrorNumber::DiskFull));
+    EXPECT_FALSE(Rows(*database, u"Large").empty());
+    EXPECT_LE(std::filesystem::file_size(a_.string() + "-journal"), kMost);
+    ExpectClean(*database);
 }
 
 // One file's reader does not let the commit through: neither file is changed, and nothing stays open.
