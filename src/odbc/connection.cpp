@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <random>
 #include <utility>
 
-#include "core/convert.h"
 #include "core/text.h"
 #include "odbc/call_thread.h"
 #include "odbc/statement.h"
@@ -12,12 +12,24 @@
 namespace qmtrain::odbc {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int kMaxName = 256;
 
 // For what a server says at once.
 constexpr std::chrono::seconds kAnswer{3};
 
 constexpr std::u16string_view kNoAnswer = u"服务器没有在规定的时间内回答，连接已放弃。";
+
+// Tells the statements of a connection from all others, also where a pool of connections stands between.
+std::u16string NewMark() {
+    constexpr std::u16string_view kSigns = u"0123456789abcdefghijklmnopqrstuvwxyz";
+    constexpr int kLength = 8;
+    std::random_device random;
+    std::u16string mark = u"/*";
+    for (int i = 0; i < kLength; ++i) mark += kSigns[random() % kSigns.size()];
+    return mark + u"*/";
+}
 
 // The driver's texts may repeat what it was given.
 std::u16string Without(std::u16string text, std::u16string_view secret) {
@@ -46,7 +58,8 @@ Connection::Connection(std::shared_ptr<Handles> handles, const ConnectString& co
     : handles_(std::move(handles)),
       thread_(std::make_unique<CallThread>()),
       connect_(connect),
-      place_(connect.Place()) {}
+      place_(connect.Place()),
+      mark_(NewMark()) {}
 
 Connection::~Connection() {
     if (in_transaction_) Rollback();
@@ -100,14 +113,9 @@ void Connection::SetUp() {
     }
     // Our texts are written for a server that takes a backslash for what it is. In the middle of a transaction that the
     // driver has begun it would be too late to say what the transaction is to see.
-    auto statement = std::make_unique<Statement>(*this);
-    statement->Execute({u"SET standard_conforming_strings = on",
-                        u"SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ"},
-                       u"SELECT pg_backend_pid()", {});
-    Rows rows(std::move(statement));
-    Value process;
-    if (rows.Next()) rows.Read(0, ColumnType::Long, process);
-    process_ = ToLong(process);
+    Execute(
+        u"SET standard_conforming_strings = on;"
+        u"SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ");
 }
 
 std::u16string Connection::PropertyOf(int info) const {
@@ -310,33 +318,38 @@ void Connection::RaiseFailed() const {
 // By a connection of its own: the library's way of calling off a statement closes one that has ended meanwhile, and
 // nobody could tell any more what it did. The lock keeps the next statement from being hit.
 void Connection::Cancel() noexcept {
-    using Clock = std::chrono::steady_clock;
     std::unique_lock lock(running_mutex_);
     if (!running_ || given_up_) return;
     const std::uint64_t call = calls_;
     const auto ended = [&] { return !running_ || calls_ != call; };
-    bool silent = false;
+    const auto begin = Clock::now();
+    cancelled_ = true;
     try {
-        cancelled_ = true;
-        const Clock::time_point begin = Clock::now();
-        try {
-            CancelOnServer();
-        } catch (const AutomationError&) {
-            silent = Clock::now() - begin >= kAnswer;
-            if (!silent) return void(cancelled_ = false);  // it has said no: what it does goes on
+        const auto other = Open(connect_, kAnswer);
+        other->TimeLimit(kAnswer);
+        // The server may not have begun yet.
+        constexpr std::chrono::milliseconds kPause{20};
+        while (!other->CancelOf(mark_) && Clock::now() - begin < kAnswer) {
+            if (call_ended_.wait_for(lock, kPause, ended)) break;
         }
-        if (!silent && call_ended_.wait_for(lock, kAnswer, ended)) return void(cancelled_ = false);
-        given_up_ = true;
-        alive_ = false;
-        thread_->GiveUp();
-    } catch (const std::exception&) {  // no thread: the statement goes on
+        if (call_ended_.wait_for(lock, kAnswer, ended)) return void(cancelled_ = false);
+    } catch (const AutomationError&) {
+        // Where it has answered, and said no, what it does goes on.
+        if (Clock::now() - begin < kAnswer) return void(cancelled_ = false);
+    } catch (const std::exception&) {  // no thread: likewise
+        return void(cancelled_ = false);
     }
+    given_up_ = true;
+    alive_ = false;
+    thread_->GiveUp();
 }
 
-void Connection::CancelOnServer() const {
-    const auto other = Open(connect_, kAnswer);
-    other->TimeLimit(kAnswer);
-    other->Query(u"SELECT pg_cancel_backend(" + ToText(std::int64_t{process_}) + u")");
+// Whether a statement of that mark was running, and has been told to end.
+bool Connection::CancelOf(std::u16string_view mark) {
+    const auto rows =
+        Query(u"SELECT pg_cancel_backend(pid) FROM pg_stat_activity WHERE state = 'active' AND query LIKE '" +
+              std::u16string(mark) + u"%'");
+    return rows->Next();
 }
 
 }  // namespace qmtrain::odbc

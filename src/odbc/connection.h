@@ -143,7 +143,7 @@ private:
     void FetchInParts(const Request& request, const std::function<void(Rows&)>& take);
     void UndoStatement(const std::vector<std::u16string>& places) noexcept;
     void GoBackTo(const std::u16string& savepoint);
-    void CancelOnServer() const;
+    bool CancelOf(std::u16string_view mark);
     [[noreturn]] void RaiseFailed() const;
 
     std::shared_ptr<Handles> handles_;
@@ -151,7 +151,7 @@ private:
     std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
     ConnectString connect_;
     std::u16string place_;
-    std::int32_t process_ = 0;      // the server's, that works for this connection
+    std::u16string mark_;           // a comment before each of its statements, by which the server finds them
     long time_limit_ = 0;           // seconds
     bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for
     bool in_transaction_ = false;

@@ -112,7 +112,7 @@ void Statement::Ask(std::function<SQLRETURN(const Library&, SQLHSTMT)> call, con
 }
 
 void Statement::Send(std::u16string_view sql, const Doing& doing) {
-    const auto send = [text = std::u16string(sql)](const Library& library, SQLHSTMT handle) {
+    const auto send = [text = connection_.mark_ + std::u16string(sql)](const Library& library, SQLHSTMT handle) {
         return library.ExecDirect(handle, ToWide(text), static_cast<SQLINTEGER>(text.size()));
     };
     Ask(send, doing);
