@@ -346,9 +346,10 @@ void Connection::Cancel() noexcept {
 
 // Whether a statement of that mark was running, and has been told to end.
 bool Connection::CancelOf(std::u16string_view mark) {
-    const auto rows =
-        Query(u"SELECT pg_cancel_backend(pid) FROM pg_stat_activity WHERE state = 'active' AND query LIKE '" +
-              std::u16string(mark) + u"%'");
+    const auto rows = Query(
+        u"SELECT pg_cancel_backend(pid) FROM pg_stat_activity "
+        u"WHERE state = 'active' AND pid <> pg_backend_pid() AND query LIKE '%" +
+        std::u16string(mark) + u"%'");
     return rows->Next();
 }
 

@@ -151,7 +151,7 @@ private:
     std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
     ConnectString connect_;
     std::u16string place_;
-    std::u16string mark_;           // a comment before each of its statements, by which the server finds them
+    std::u16string mark_;           // a comment in each of its statements, by which the server finds them
     long time_limit_ = 0;           // seconds
     bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for
     bool in_transaction_ = false;

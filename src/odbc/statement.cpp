@@ -1,5 +1,8 @@
 #include "odbc/statement.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "core/text.h"
 
 namespace qmtrain::odbc {
@@ -111,8 +114,11 @@ void Statement::Ask(std::function<SQLRETURN(const Library&, SQLHSTMT)> call, con
     Run([&] { return connection_.Wait(ask); }, doing);
 }
 
+// Drivers look at the first word.
 void Statement::Send(std::u16string_view sql, const Doing& doing) {
-    const auto send = [text = connection_.mark_ + std::u16string(sql)](const Library& library, SQLHSTMT handle) {
+    std::u16string marked(sql);
+    marked.insert(std::min(marked.find_first_of(u" ;"), marked.size()), connection_.mark_);
+    const auto send = [text = std::move(marked)](const Library& library, SQLHSTMT handle) {
         return library.ExecDirect(handle, ToWide(text), static_cast<SQLINTEGER>(text.size()));
     };
     Ask(send, doing);
