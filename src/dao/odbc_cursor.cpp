@@ -30,6 +30,9 @@ protected:
         Expect(*answer_.rows);
     }
 
+    // Of the last Ask(), where the library knows it.
+    std::int64_t RowsAnswered() { return answer_.rows->Count().value_or(0); }
+
     // Of a request whose rows nobody has counted, so many at first; if there are more, all of them, which wait here
     // then: no transaction stays open for them. Where the server has to calculate them more come at first, for to
     // calculate them again costs more than they do, and for a cursor it does not take several processors.
@@ -174,7 +177,8 @@ public:
     // Without a key a row is known by its place among those kept.
     void Keep() override {
         if (link_->key.empty()) row_id_ = {static_cast<std::uint32_t>(kept_.size() + 1)};
-        kept_.try_emplace(Row().value, *shown_);
+        const auto [kept, is_new] = kept_.try_emplace(Row().value, *shown_);
+        if (!is_new && kept->second != *shown_) link_->LoseKey();
     }
     sql::RowId Row() const override {
         if (row_id_.value == 0 && !link_->key.empty()) row_id_ = link_->rows.NumberOf(link_->KeyText(*shown_));
@@ -200,6 +204,7 @@ public:
         odbc::Request request{link_->Select() + u" WHERE ", {}};
         link_->AddIsRow(request, row);
         Ask(request);
+        if (RowsAnswered() > 1) link_->LoseKey();
         return Take();
     }
 
@@ -208,11 +213,22 @@ public:
         if (rows.empty()) return;
         Ask({link_->Select() + u" WHERE " + link_->IsOneOf(rows), {}});
         for (const sql::RowId row : rows) fetched_[row.value];
-        while (Take()) fetched_[link_->rows.NumberOf(link_->KeyText(row_)).value] = row_;
+        while (Take()) {
+            auto& fetched = fetched_[link_->rows.NumberOf(link_->KeyText(row_)).value];
+            if (fetched) link_->LoseKey();
+            fetched = row_;
+        }
     }
 
 private:
-    void AskForPage(std::u16string_view after) { Ask({request_.text + link_->Page(after, page_), {}}); }
+    void AskForPage(std::u16string_view after) {
+        try {
+            Ask({request_.text + link_->Page(after, page_), {}});
+        } catch (const AutomationError& error) {
+            if (!after.empty() && error.Is(ErrorNumber::DivisionByZero)) link_->LoseKey();
+            throw;
+        }
+    }
 
     std::shared_ptr<OdbcLink> link_;
     odbc::Request request_;

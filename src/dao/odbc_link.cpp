@@ -136,6 +136,27 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
         if (!page_list_.empty()) page_list_ += u", ";
         page_list_.append(kTableAlias).append(u".").append(Quoted(column));
     }
+    has_key_ = HasKey();
+}
+
+// The columns of one index that holds each of their values once, and no Null.
+std::u16string OdbcLink::HasKey() const {
+    std::u16string names;
+    for (const int column : key) {
+        if (!names.empty()) names += u", ";
+        names += QuotedValue(Value(columns[column].name));
+    }
+    const std::u16string count = ToText(static_cast<std::int64_t>(key.size()));
+    return u"1 = (SELECT 1 / least(count(*), 1) FROM pg_index AS i WHERE i.indrelid = CAST(" +
+           QuotedValue(Value(remote)) + u" AS regclass) AND i.indisunique AND i.indisvalid AND i.indpred IS NULL AND " +
+           u"i.indnkeyatts = " + count + u" AND " + count +
+           u" = (SELECT count(*) FROM pg_attribute AS a WHERE a.attrelid = i.indrelid AND a.attnotnull AND " +
+           u"a.attname IN (" + names + u") AND a.attnum = ANY (i.indkey)))";
+}
+
+void OdbcLink::LoseKey() {
+    key.clear();
+    Raise(ErrorNumber::ReadOnly, {name, u"服务器上的表已没有链接时的主键或唯一索引。重新打开后只能读；请更新链接。"});
 }
 
 const std::u16string& OdbcLink::OrderOf(int column) const {
@@ -202,7 +223,7 @@ std::u16string OdbcLink::IsOneOf(std::span<const sql::RowId> wanted) const {
 
 std::u16string OdbcLink::Page(std::u16string_view after, std::int64_t wanted) const {
     std::u16string text;
-    if (!after.empty()) text = (u" WHERE (" + page_list_ + u") > (").append(after).append(u")");
+    if (!after.empty()) text = (u" WHERE (" + page_list_ + u") > (").append(after).append(u") AND ").append(has_key_);
     return text + u" ORDER BY " + page_list_ + u" LIMIT " + ToText(wanted);
 }
 

@@ -74,8 +74,12 @@ public:
     std::u16string IsOneOf(std::span<const sql::RowId> wanted) const;
 
     // A page of the rows in the order of their keys, behind the one with this key; empty: the first. The table goes by
-    // kTableAlias there.
+    // kTableAlias there. Of a table whose key has gone since the link was made no page follows the first: the server
+    // says that it divides by zero.
     std::u16string Page(std::u16string_view after, std::int64_t rows) const;
+
+    // The server's table has lost it: nothing can be changed from now on. Raises what tells so.
+    [[noreturn]] void LoseKey();
 
     // A row's key as OdbcRowNumbers has it.
     std::u16string KeyText(std::span<const Value> row) const;
@@ -84,11 +88,14 @@ public:
     static void MoveRow(const std::shared_ptr<OdbcLink>& link, sql::RowId row, std::u16string key);
 
 private:
+    std::u16string HasKey() const;
+
     std::vector<bool> fine_;
     mutable std::vector<std::u16string> orders_;  // empty: not yet asked
     std::vector<std::u16string> quoted_;
     std::u16string key_list_;
     std::u16string page_list_;  // the same with the alias: else these would be the names of what is selected
+    std::u16string has_key_;    // a condition that fails where the table has no such key
     std::u16string select_;
 };
 

@@ -553,19 +553,48 @@ TEST_F(RowsTest, ATableWithoutAKeyIsReadOnly) {
     EXPECT_EQ(Column(u"SELECT a FROM loose ORDER BY a", u"a"), u"1 2");
 }
 
+// A key that has gone since the link was made: rows that share it are not taken for each other, nor left out where a
+// page ends between them. Whoever meets that is told, and reads them all the next time.
+TEST_F(RowsTest, RowsThatShareALostKeyAreAllRead) {
+    const int most = 3000;
+    for (const int of_each : {1, 3, 300, most}) {
+        SCOPED_TRACE(of_each);
+        for (const int count : {30, most}) {
+            for (const auto type : {dao::RecordsetType::Dynaset, dao::RecordsetType::Snapshot}) {
+                MakeTable("lost", "id integer PRIMARY KEY, a integer");
+                server_->Psql("ALTER TABLE lost DROP CONSTRAINT lost_pkey; INSERT INTO lost SELECT n / " +
+                              std::to_string(of_each) + ", n FROM generate_series(1, " + std::to_string(count) + ") n");
+                const auto read = [&] {
+                    const auto rows = database_->OpenRecordset(u"SELECT * FROM lost", type);
+                    std::multiset<std::int32_t> seen;
+                    for (; !rows->Eof(); rows->MoveNext()) seen.insert(ToLong(rows->Fields(u"a").Value()));
+                    for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext())
+                        EXPECT_EQ(seen.count(ToLong(rows->Fields(u"a").Value())), 1U);
+                    EXPECT_EQ(static_cast<int>(seen.size()), count);
+                };
+                const int error = ErrorOf(read);
+                EXPECT_TRUE(error == 0 || error == N(Number::ReadOnly)) << error;
+                EXPECT_EQ(ErrorOf(read), 0);
+                database_->DropTable(u"lost");
+                server_->Psql("DROP TABLE lost");
+            }
+        }
+    }
+}
+
 // A key that has gone since the link was made: no statement may change rows that nobody has seen.
 TEST_F(RowsTest, AKeyThatIsNoLongerOneChangesNothing) {
-    MakeTable("lost", "id integer PRIMARY KEY, a integer");
-    server_->Psql("INSERT INTO lost VALUES (1, 1), (2, 2)");
-    const auto rows = database_->OpenRecordset(u"SELECT * FROM lost ORDER BY id");
-    server_->Psql("ALTER TABLE lost DROP CONSTRAINT lost_pkey; INSERT INTO lost VALUES (1, 1), (1, 1), (1, 5)");
-    const auto change = [&] {
-        rows->Edit();
-        rows->Fields(u"a").Value(std::int32_t{9});
-        rows->Update();
-    };
     for (const bool in_transaction : {false, true}) {
         SCOPED_TRACE(in_transaction);
+        MakeTable("lost", "id integer PRIMARY KEY, a integer");
+        server_->Psql("INSERT INTO lost VALUES (1, 1), (2, 2)");
+        const auto rows = database_->OpenRecordset(u"SELECT * FROM lost ORDER BY id");
+        server_->Psql("ALTER TABLE lost DROP CONSTRAINT lost_pkey; INSERT INTO lost VALUES (1, 1), (1, 1), (1, 5)");
+        const auto change = [&] {
+            rows->Edit();
+            rows->Fields(u"a").Value(std::int32_t{9});
+            rows->Update();
+        };
         if (in_transaction) {
             dao::Engine::Instance().BeginTrans();
             database_->Execute(u"INSERT INTO train (userid) VALUES (77)");
@@ -573,17 +602,12 @@ TEST_F(RowsTest, AKeyThatIsNoLongerOneChangesNothing) {
         const AutomationError error = RaisedBy(change);
         EXPECT_EQ(error.Number(), N(Number::ReadOnly));
         EXPECT_NE(std::string(error.what()).find("lost"), std::string::npos) << error.what();
-        rows->CancelUpdate();
         EXPECT_EQ(ErrorOf([&] { rows->Delete(); }), N(Number::ReadOnly));
-        rows->MoveNext();
-        if (!in_transaction) {
-            change();
-            EXPECT_EQ(server_->Psql("SELECT a FROM lost WHERE id = 2"), "9") << "this one is known by its key still";
-        }
-        rows->MovePrevious();
         if (in_transaction) dao::Engine::Instance().CommitTrans();
+        EXPECT_EQ(server_->Psql("SELECT count(*), sum(a) FROM lost"), "5|10");
+        database_->DropTable(u"lost");
+        server_->Psql("DROP TABLE lost");
     }
-    EXPECT_EQ(server_->Psql("SELECT count(*), sum(a) FROM lost WHERE id = 1"), "4|8");
     EXPECT_EQ(server_->Psql("SELECT count(*) FROM train WHERE userid = 77"), "1") << "what came before stays";
 }
 
