@@ -28,8 +28,10 @@ Journal::Journal(FileSystem& system, PageFile& database, std::uint64_t length, s
       nonce_(nonce),
       header_(kHeaderSize),
       folder_synced_(file_ != nullptr && named) {
-    if (!file_) file_ = system.OpenPlain(path_, OpenMode::CreateNew);
-    file_->ShareLike(database.Handle(), true);
+    if (!file_) {
+        file_ = system.OpenPlain(path_, OpenMode::CreateNew);
+        file_->ShareLike(database.Handle(), true);
+    }
     const JournalOwner owner = JournalOwner::Of(database, length);
     std::memcpy(header_.data(), kMagic, sizeof kMagic);
     Put(&header_[kPageSizeAt], owner.page_size);

@@ -28,7 +28,7 @@ public:
     // Starts a new journal of the database, whose length before the transaction was `length`, and into which nothing
     // has been written since. Raises CannotOpenFile when something stands under its name. `nonce`: a number that no
     // other journal has. `durable` decides whether Sync reaches the disk. `kept`: the file of one that has ended, still
-    // in its place; null: none. `named`: that its folder has it on the disk.
+    // in its place and with the rights of the database; null: none. `named`: that its folder has it on the disk.
     Journal(FileSystem& system, PageFile& database, std::uint64_t length, std::uint64_t nonce, bool durable,
             std::unique_ptr<File> kept = nullptr, bool named = false);
 

@@ -27,7 +27,7 @@ bool KeptJournal::IsEnded() {
 
 std::unique_ptr<File> KeptJournal::Take() {
     std::unique_ptr<File> known = std::move(file_);
-    if (!known || system_.Look(path_) != FileKind::Plain || !known->IsAt(path_)) return nullptr;
+    if (!known || !known->IsAt(path_)) return nullptr;
     if (writable_) return known;
     try {
         std::unique_ptr<File> file = system_.OpenPlain(path_, OpenMode::ReadWrite);

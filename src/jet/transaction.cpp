@@ -181,6 +181,7 @@ std::unique_ptr<Journal> Transaction::BeginJournal(std::uint64_t length) {
         system_.Remove(JournalPath(file_.Path()));
     }
     for (int tries = 1;; ++tries) {
+        has_rights_ = kept != nullptr;
         try {
             return std::make_unique<Journal>(system_, file_, length, nonce_, durable_, std::move(kept), named);
         } catch (const AutomationError& error) {
@@ -211,7 +212,7 @@ void Transaction::Finish() {
 // Its file stays where all who may write the database may write it.
 void Transaction::KeepJournal() noexcept {
     const bool named = journal_->IsNamed();
-    if (!journal_->HasRightsOf(file_.Handle())) return journal_->Remove();
+    if (!has_rights_ && !journal_->HasRightsOf(file_.Handle())) return journal_->Remove();
     kept_journal_.Keep(journal_->Release(), true, named);
 }
 

@@ -113,6 +113,7 @@ private:
     std::uint64_t nonce_ = 0;
     std::unique_ptr<Journal> journal_;
     KeptJournal kept_journal_;
+    bool has_rights_ = false;                // the journal's file, those of the database: it was looked at
     bool overwritten_ = false;               // the file, since the journal began
     std::optional<std::uint64_t> disowned_;  // nonce of the journal of the last commit that failed
 };

@@ -148,23 +148,23 @@ private:
 
     std::shared_ptr<Handles> handles_;
     std::unique_ptr<CallThread> thread_;
-    std::atomic<bool> given_up_ = false;  // a call has not returned, and no handle may be touched
     ConnectString connect_;
     std::u16string place_;
-    std::u16string mark_;           // a comment in each of its statements, by which the server finds them
-    long time_limit_ = 0;           // seconds
+    std::u16string mark_;  // a comment in each of its statements, by which the server finds them
+    PreparedStatements prepared_;
+    Savepoints savepoints_;
+    long time_limit_ = 0;  // seconds
+    std::uint64_t calls_ = 0;
+    std::mutex running_mutex_;
+    std::condition_variable call_ended_;
+    bool running_ = false;                 // a call of the library that waits for the server
+    std::atomic<bool> cancelled_ = false;  // and the connection may have to be given up for it
+    std::atomic<bool> given_up_ = false;   // a call has not returned, and no handle may be touched
+    std::atomic<bool> alive_ = true;
     bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for
     bool in_transaction_ = false;
     bool failed_ = false;  // what a statement of the transaction left could not be taken back
     bool serial_ = false;  // the transaction is to be serial, which the server has not heard yet
-    Savepoints savepoints_;
-    PreparedStatements prepared_;
-    std::atomic<bool> alive_ = true;
-    std::mutex running_mutex_;
-    std::condition_variable call_ended_;
-    bool running_ = false;  // a call of the library that waits for the server
-    std::uint64_t calls_ = 0;
-    std::atomic<bool> cancelled_ = false;  // and the connection may have to be given up for it
 };
 
 }  // namespace qmtrain::odbc
