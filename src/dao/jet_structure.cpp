@@ -114,12 +114,12 @@ void JetDatabase::DropQuery(std::u16string_view name) {
 
 void JetDatabase::CreateTable(const TableDef& table) {
     if (table.fields.empty()) Raise(ErrorNumber::NoFieldDefined, {table.name});
-    sql::TableDefinition definition{table.name, {}, {}, {}, {table.validation_rule, table.validation_text}};
-    for (const FieldDef& field : table.fields) definition.columns.push_back(ColumnOf(field));
-    for (const IndexDef& index : table.indexes) definition.indexes.push_back(IndexOf(index, definition.columns));
-    CheckRules(table.name, definition.columns, definition.validation);
+    sql::TableSchema schema{table.name, {}, {}, {}, {table.validation_rule, table.validation_text}};
+    for (const FieldDef& field : table.fields) schema.columns.push_back(ColumnOf(field));
+    for (const IndexDef& index : table.indexes) schema.indexes.push_back(IndexOf(index, schema.columns));
+    CheckRules(table.name, schema.columns, schema.validation);
     jet::Database::Writing writing(Storage());
-    catalog_->CreateTable(definition);
+    catalog_->CreateTable(schema);
     writing.Commit();
 }
 

@@ -12,7 +12,7 @@
 namespace qmtrain::dao {
 
 struct Details::Impl {
-    const jet::Format& format;
+    const jet::FileFormat& format;
     int code_page;
     int language;
     jet::Properties properties;

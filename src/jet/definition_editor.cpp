@@ -153,7 +153,7 @@ std::uint16_t DefinitionEditor::KeyColumnNumber(const std::u16string& name) cons
 }
 
 void DefinitionEditor::SetLayout(StoredColumn& column, const Column& spec) {
-    const Format& format = pager_.GetFormat();
+    const FileFormat& format = pager_.GetFormat();
     const std::size_t size = FixedSize(spec.type);
     if (size == 0) {
         column.variable_index = definition.variable_columns++;

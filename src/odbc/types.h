@@ -29,7 +29,7 @@ struct Column {
 bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale);
 
 // A column of a result, as it will be read.
-struct Shape {
+struct ResultColumn {
     ColumnType type = ColumnType::Text;
     int size = 0;  // Text: characters; 0 when nobody knows
     std::u16string_view name{};

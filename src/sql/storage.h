@@ -206,7 +206,7 @@ struct Reference {
     bool cascade_delete = false;
 };
 
-struct TableDefinition {
+struct TableSchema {
     std::u16string name;
     std::vector<Column> columns;
     std::vector<Index> indexes;
@@ -237,7 +237,7 @@ public:
     // The SELECT statement of a saved query; nothing when there is none of that name.
     virtual std::optional<std::u16string> FindQuery(std::u16string_view name) = 0;
 
-    virtual void CreateTable(const TableDefinition& definition) = 0;
+    virtual void CreateTable(const TableSchema& schema) = 0;
     virtual void DropTable(std::u16string_view name) = 0;
     virtual void CreateIndex(std::u16string_view table, const Index& index) = 0;
     virtual void DropIndex(std::u16string_view table, std::u16string_view index) = 0;

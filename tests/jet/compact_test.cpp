@@ -30,7 +30,7 @@ struct Shape {
     bool operator==(const Shape&) const = default;
 };
 
-std::u16string Described(const StoredColumn& column, const Format& format) {
+std::u16string Described(const StoredColumn& column, const FileFormat& format) {
     const std::size_t unit = column.type == ColumnType::Text ? format.text_unit : 1;
     return column.name + u" " + ToText(column.foreign_type.value_or(StoredType(column.type))) + u" " +
            ToText(column.flags) + u" " + ToText(column.ordinal) + u" " +

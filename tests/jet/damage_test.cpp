@@ -182,7 +182,7 @@ TEST_P(DamageOfOurs, FilesThatCannotBeOpened) {
 
 // A healthy file and where its parts are.
 struct Anatomy {
-    const Format& form;
+    const FileFormat& form;
     Content content = {};
     PageNumber definition = 0;           // of a table with rows, memos and an index of two levels
     PageNumber long_definition = 0;      // of a table whose definition fills several pages
