@@ -94,9 +94,9 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
     const auto at =
         static_cast<int>(std::ranges::find(layout.columns, wanted.name, &sql::Column::name) - layout.columns.begin());
     const sql::Column& old = layout.columns[at];
-    if (wanted.counter && !old.counter)
+    if (wanted.autonumber && !old.autonumber)
         Raise(ErrorNumber::OperationNotSupported, {u"把字段“" + wanted.name + u"”改为自动编号。"});
-    if (wanted.counter) return;
+    if (wanted.autonumber) return;
     for (const jet::Relationship& relationship : database_.Relationships()) {
         const auto uses = [&](std::u16string_view table, const std::vector<std::u16string>& columns) {
             return EqualNames(table, name) && std::ranges::any_of(columns, [&](const std::u16string& column) {

@@ -27,7 +27,7 @@ sql::Column ColumnOf(const FieldDef& field) {
               {u"文本字段“" + field.name + u"”的长度最多为 " + ToText(std::int64_t{jet::kMaxTextSize}) + u" 个字符。"});
     column.precision = field.precision;
     column.scale = field.scale;
-    column.counter = field.IsAutonumber();
+    column.autonumber = field.IsAutonumber();
     column.required = field.required;
     column.allow_zero_length = field.allow_zero_length;
     column.default_expression = field.default_value;

@@ -30,7 +30,7 @@ public:
     sql::RowId Insert(std::span<const Value>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Update(sql::RowId, std::span<const sql::Assignment>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Delete(sql::RowId) override { Raise(ErrorNumber::ReadOnly, {name_}); }
-    std::int32_t LastCounter() const override { return 0; }
+    std::int32_t LastAutonumber() const override { return 0; }
     std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<Cursor>(*this); }
 
 private:

@@ -72,16 +72,16 @@ void RowEdit::Change() {
 const Value& RowEdit::Get(int column) {
     const std::size_t place = column;
     if (mode_ == EditMode::Add && !changed_[place]) {
-        const sql::Column* counter = ColumnOf(column);
-        if (counter != nullptr && counter->counter) TakeCounter(place);
+        const sql::Column* stored = ColumnOf(column);
+        if (stored != nullptr && stored->autonumber) TakeAutonumber(place);
     }
     return values_[place];
 }
 
-void RowEdit::TakeCounter(std::size_t place) {
+void RowEdit::TakeAutonumber(std::size_t place) {
     const Work work = source_.database->Begin();
     jet::Database::Writing writing(source_.Storage());
-    const auto number = EditedTable().TakeCounter();
+    const auto number = EditedTable().TakeAutonumber();
     writing.Commit();
     if (!number) return;
     values_[place] = *number;

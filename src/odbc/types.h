@@ -17,7 +17,7 @@ struct Column {
     int precision = 0;
     int scale = 0;
     bool required = false;
-    bool counter = false;  // the server numbers it
+    bool autonumber = false;  // the server numbers it
 
     // As ODBC has it.
     std::int16_t odbc_type = 0;

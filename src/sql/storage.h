@@ -169,8 +169,9 @@ public:
     // Whether an index has texts of this column with the same beginning beside each other.
     virtual bool HasPrefixes(int index, std::size_t column) const = 0;
 
-    // One value per column, of the column's type, Null, or Empty for "not given" (a counter numbers itself, everything
-    // else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their like.
+    // One value per column, of the column's type, Null, or Empty for "not given" (an autonumber column numbers itself,
+    // everything else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their
+    // like.
     virtual RowId Insert(std::span<const Value> values) = 0;
 
     // Around many insertions of one statement: a duplicate key may show as late as EndInserts. CancelInserts may follow
@@ -188,12 +189,12 @@ public:
     }
     virtual void Delete(RowId row) = 0;
 
-    // Takes the next number of the counter column for a row that is still to come; nothing where numbers are given by
-    // the insertion alone.
-    virtual std::optional<std::int32_t> TakeCounter() { return std::nullopt; }
+    // Takes the next number of the autonumber column for a row that is still to come; nothing where numbers are given
+    // by the insertion alone.
+    virtual std::optional<std::int32_t> TakeAutonumber() { return std::nullopt; }
 
-    // The number that the last Insert gave to the counter column, 0 if there is none.
-    virtual std::int32_t LastCounter() const = 0;
+    // The number that the last Insert gave to the autonumber column, 0 if there is none.
+    virtual std::int32_t LastAutonumber() const = 0;
 };
 
 // REFERENCES in a table definition.

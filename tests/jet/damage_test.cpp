@@ -244,7 +244,7 @@ Anatomy MakeHealthy(Version version) {
     Anatomy anatomy{.form = FormatOf(version)};
     test::Write(*database, [&] {
         database->CreateTable({.name = own(u"笔记"),
-                               .columns = {{.name = own(u"编号"), .type = ColumnType::Long, .counter = true},
+                               .columns = {{.name = own(u"编号"), .type = ColumnType::Long, .autonumber = true},
                                            {.name = own(u"标题"), .size = 50, .required = true},
                                            {.name = own(u"内容"), .type = ColumnType::Memo}},
                                .indexes = {{.name = u"PrimaryKey", .columns = {{own(u"编号")}}, .primary = true},

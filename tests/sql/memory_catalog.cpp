@@ -210,11 +210,11 @@ void MemoryTable::CheckRow(const Row& row) const {
 
 RowId MemoryTable::Insert(std::span<const Value> values) {
     Row row(values.begin(), values.end());
-    std::int32_t counter = last_counter_;
+    std::int32_t autonumber = last_autonumber_;
     for (std::size_t i = 0; i < row.size(); ++i) {
-        if (schema_.columns[i].counter) {
-            counter = row[i].IsEmpty() ? last_counter_ + 1 : row[i].As<std::int32_t>();
-            row[i] = counter;
+        if (schema_.columns[i].autonumber) {
+            autonumber = row[i].IsEmpty() ? last_autonumber_ + 1 : row[i].As<std::int32_t>();
+            row[i] = autonumber;
         } else if (row[i].IsEmpty()) {
             if (schema_.columns[i].type == ColumnType::Boolean)
                 row[i] = false;
@@ -231,7 +231,7 @@ RowId MemoryTable::Insert(std::span<const Value> values) {
         rows_.pop_back();
         throw;
     }
-    last_counter_ = std::max(last_counter_, counter);
+    last_autonumber_ = std::max(last_autonumber_, autonumber);
     ++count_;
     return {number};
 }

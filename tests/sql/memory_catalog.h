@@ -40,7 +40,7 @@ public:
     RowId Insert(std::span<const Value> values) override;
     void Update(RowId row, std::span<const Assignment> changes) override;
     void Delete(RowId row) override;
-    std::int32_t LastCounter() const override { return last_counter_; }
+    std::int32_t LastAutonumber() const override { return last_autonumber_; }
 
     void AddIndex(const Index& index);
     void DropIndex(std::u16string_view name);
@@ -81,7 +81,7 @@ private:
     std::vector<std::optional<Row>> rows_;  // by row number - 1
     std::vector<Entries> entries_;          // by index
     std::int64_t count_ = 0;
-    std::int32_t last_counter_ = 0;
+    std::int32_t last_autonumber_ = 0;
     bool seeks_ = true;
 };
 

@@ -204,10 +204,10 @@ std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& se
         // "T.ID" is no name for a column.
         if (output.column.qualified) std::ranges::replace(schema.columns.back().name, u'.', u'_');
         const Column& last = schema.columns.back();
-        // A column that counted by itself goes on doing so, and takes the numbers given.
+        // An autonumber column stays one, and takes the numbers given.
         if (output.column.table >= 0) {
             const Table& source = *plan->tables[output.column.table];
-            schema.columns.back().counter = source.ColumnAt(output.column.column).counter;
+            schema.columns.back().autonumber = source.ColumnAt(output.column.column).autonumber;
         }
         const auto same = [&](const Column& column) { return &column != &last && EqualNames(column.name, last.name); };
         if (std::ranges::any_of(schema.columns, same)) Raise(ErrorNumber::FieldExists, {last.name});
