@@ -24,7 +24,7 @@ fs::path Fresh(const fs::path& folder, const char* name) {
 
 TableSpec ResultTable() {
     return {.name = u"TrainResult",
-            .columns = {{.name = u"ResultID", .type = ColumnType::Long, .counter = true},
+            .columns = {{.name = u"ResultID", .type = ColumnType::Long, .autonumber = true},
                         {.name = u"TrainID", .type = ColumnType::Long},
                         {.name = u"DataCode", .size = 20},
                         {.name = u"QuestionRecNo", .size = 20},

@@ -11,11 +11,11 @@ namespace qmtrain {
 struct Column {
     std::u16string name = {};
     ColumnType type = ColumnType::Text;
-    int size = 0;           // Text: characters, Binary: bytes, 0: as many as it may have; else 0
-    int precision = 0;      // Decimal: digits in all, 0: 18
-    int scale = 0;          // Decimal: digits behind the point
-    bool counter = false;   // numbers itself
-    bool required = false;  // refuses Null
+    int size = 0;             // Text: characters, Binary: bytes, 0: as many as it may have; else 0
+    int precision = 0;        // Decimal: digits in all, 0: 18
+    int scale = 0;            // Decimal: digits behind the point
+    bool autonumber = false;  // numbers itself
+    bool required = false;    // refuses Null
     bool allow_zero_length = true;
     std::u16string default_expression = {};  // in SQL, empty when there is none
     ValidationRule validation = {};          // about this column alone, which need not be named in it

@@ -50,12 +50,12 @@ std::optional<sql::DelegatedChange> JetCatalog::DelegateChange(const sql::ast::S
     return links_.DelegateChange(*this, statement);
 }
 
-void JetCatalog::CreateTable(const sql::TableDefinition& definition) {
-    jet::TableSpec spec{.name = definition.name, .validation = definition.validation};
-    for (const sql::Column& column : definition.columns) spec.columns.push_back(column);
-    for (const sql::Index& index : definition.indexes) spec.indexes.push_back(ToSpec(index, definition.columns));
+void JetCatalog::CreateTable(const sql::TableSchema& schema) {
+    jet::TableSpec spec{.name = schema.name, .validation = schema.validation};
+    for (const sql::Column& column : schema.columns) spec.columns.push_back(column);
+    for (const sql::Index& index : schema.indexes) spec.indexes.push_back(ToSpec(index, schema.columns));
     database_.CreateTable(spec);
-    for (const sql::Reference& reference : definition.references) AddReference(definition.name, reference);
+    for (const sql::Reference& reference : schema.references) AddReference(schema.name, reference);
 }
 
 void JetCatalog::DropTable(std::u16string_view name) {
@@ -94,9 +94,9 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
     const auto at =
         static_cast<int>(std::ranges::find(layout.columns, wanted.name, &sql::Column::name) - layout.columns.begin());
     const sql::Column& old = layout.columns[at];
-    if (wanted.counter && !old.counter)
+    if (wanted.autonumber && !old.autonumber)
         Raise(ErrorNumber::OperationNotSupported, {u"把字段“" + wanted.name + u"”改为自动编号。"});
-    if (wanted.counter) return;
+    if (wanted.autonumber) return;
     for (const jet::Relationship& relationship : database_.Relationships()) {
         const auto uses = [&](std::u16string_view table, const std::vector<std::u16string>& columns) {
             return EqualNames(table, name) && std::ranges::any_of(columns, [&](const std::u16string& column) {

@@ -21,7 +21,7 @@ public:
     std::optional<std::u16string> FindQuery(std::u16string_view name) override;
     std::shared_ptr<const sql::ast::Select> Delegate(const sql::ast::Select& select) override;
     std::optional<sql::DelegatedChange> DelegateChange(const sql::ast::Statement& statement) override;
-    void CreateTable(const sql::TableDefinition& definition) override;
+    void CreateTable(const sql::TableSchema& schema) override;
     void DropTable(std::u16string_view name) override;
     void CreateIndex(std::u16string_view table, const sql::Index& index) override;
     void DropIndex(std::u16string_view table, std::u16string_view index) override;

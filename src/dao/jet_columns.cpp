@@ -13,7 +13,7 @@ sql::Column ToSql(const jet::StoredColumn& column, bool jet4) {
     if (out.type == ColumnType::Binary) out.size = column.length;
     out.precision = column.precision;
     out.scale = column.scale;
-    out.counter = column.IsAutonumber();
+    out.autonumber = column.IsAutonumber();
     out.required = column.required;
     out.allow_zero_length = column.allow_zero_length;
     out.default_expression = column.default_expression;

@@ -27,7 +27,7 @@ sql::Column ColumnOf(const FieldDef& field) {
               {u"文本字段“" + field.name + u"”的长度最多为 " + ToText(std::int64_t{jet::kMaxTextSize}) + u" 个字符。"});
     column.precision = field.precision;
     column.scale = field.scale;
-    column.counter = field.IsAutonumber();
+    column.autonumber = field.IsAutonumber();
     column.required = field.required;
     column.allow_zero_length = field.allow_zero_length;
     column.default_expression = field.default_value;
@@ -114,12 +114,12 @@ void JetDatabase::DropQuery(std::u16string_view name) {
 
 void JetDatabase::CreateTable(const TableDef& table) {
     if (table.fields.empty()) Raise(ErrorNumber::NoFieldDefined, {table.name});
-    sql::TableDefinition definition{table.name, {}, {}, {}, {table.validation_rule, table.validation_text}};
-    for (const FieldDef& field : table.fields) definition.columns.push_back(ColumnOf(field));
-    for (const IndexDef& index : table.indexes) definition.indexes.push_back(IndexOf(index, definition.columns));
-    CheckRules(table.name, definition.columns, definition.validation);
+    sql::TableSchema schema{table.name, {}, {}, {}, {table.validation_rule, table.validation_text}};
+    for (const FieldDef& field : table.fields) schema.columns.push_back(ColumnOf(field));
+    for (const IndexDef& index : table.indexes) schema.indexes.push_back(IndexOf(index, schema.columns));
+    CheckRules(table.name, schema.columns, schema.validation);
     jet::Database::Writing writing(Storage());
-    catalog_->CreateTable(definition);
+    catalog_->CreateTable(schema);
     writing.Commit();
 }
 

@@ -194,8 +194,8 @@ public:
 
     void Delete(sql::RowId row) override { Current().Delete(ToPointer(row)); }
 
-    std::optional<std::int32_t> TakeCounter() override { return Current().TakeAutonumber(); }
-    std::int32_t LastCounter() const override { return table_->LastAutonumber(); }
+    std::optional<std::int32_t> TakeAutonumber() override { return Current().TakeAutonumber(); }
+    std::int32_t LastAutonumber() const override { return table_->LastAutonumber(); }
 
 private:
     bool IsInOrder(const jet::StoredColumn& column, bool ascending) const {

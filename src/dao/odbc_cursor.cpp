@@ -72,9 +72,9 @@ protected:
 
 private:
     void Expect(odbc::Rows& rows) const {
-        std::vector<odbc::Shape> shapes;
-        for (const sql::Column& column : columns_) shapes.push_back({column.type, column.size, column.name});
-        rows.Expect(std::move(shapes));
+        std::vector<odbc::ResultColumn> expected;
+        for (const sql::Column& column : columns_) expected.push_back({column.type, column.size, column.name});
+        rows.Expect(std::move(expected));
     }
     void ReadRow(odbc::Rows& rows) {
         for (std::size_t i = 0; i < columns_.size(); ++i) rows.Read(static_cast<int>(i), columns_[i].type, row_[i]);

@@ -19,9 +19,9 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
                     .size = column.size,
                     .precision = column.precision,
                     .scale = column.scale,
-                    .counter = column.counter && !counted,
+                    .autonumber = column.autonumber && !counted,
                     .required = column.required};
-        counted = counted || column.counter;
+        counted = counted || column.autonumber;
         spec.columns.push_back(std::move(made));
     }
     jet::IndexSpec key{.name = table.key_name.empty() ? u"Key" : table.key_name, .unique = true, .primary = true};

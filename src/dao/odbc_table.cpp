@@ -81,8 +81,8 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
         return {};
     }
     std::vector<int> wanted = link_->key;
-    const auto counter = std::ranges::find_if(link_->columns, &sql::Column::counter);
-    const int counted = counter == link_->columns.end() ? -1 : static_cast<int>(counter - link_->columns.begin());
+    const auto autonumber = std::ranges::find_if(link_->columns, &sql::Column::autonumber);
+    const int counted = autonumber == link_->columns.end() ? -1 : static_cast<int>(autonumber - link_->columns.begin());
     if (counted >= 0 && std::ranges::find(wanted, counted) == wanted.end()) wanted.push_back(counted);
     odbc::Request request{u"INSERT INTO " + link_->remote, {}};
     request.text += given.empty() ? u" DEFAULT VALUES" : u" (" + link_->QuotedList(given) + u") VALUES (";
@@ -100,7 +100,7 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
         const std::size_t place = wanted[i];
         const sql::Column& column = link_->columns[place];
         answer.rows->Read(static_cast<int>(i), column.type, row[place]);
-        if (column.counter && !row[place].IsNull()) last_counter_ = ToLong(row[place]);
+        if (column.autonumber && !row[place].IsNull()) last_autonumber_ = ToLong(row[place]);
     }
     return link_->rows.NumberOf(link_->KeyText(row));
 }

@@ -44,7 +44,7 @@ public:
     void UpdateSeen(sql::RowId row, std::span<const sql::Assignment> changes,
                     std::span<const sql::Assignment> seen) override;
     void Delete(sql::RowId row) override;
-    std::int32_t LastCounter() const override { return last_counter_; }
+    std::int32_t LastAutonumber() const override { return last_autonumber_; }
 
 private:
     static constexpr std::int64_t kUsualRows = 1000;  // nobody knows without asking
@@ -59,7 +59,7 @@ private:
     odbc::Request request_;
     Extent extent_;
     std::vector<sql::Index> no_indexes_;
-    std::int32_t last_counter_ = 0;
+    std::int32_t last_autonumber_ = 0;
 
     bool collecting_ = false;
     std::vector<int> collected_columns_;
@@ -90,7 +90,7 @@ public:
     sql::RowId Insert(std::span<const Value>) override;
     void Update(sql::RowId, std::span<const sql::Assignment>) override;
     void Delete(sql::RowId) override;
-    std::int32_t LastCounter() const override { return 0; }
+    std::int32_t LastAutonumber() const override { return 0; }
 
 private:
     std::shared_ptr<OdbcServer> server_;

@@ -30,7 +30,7 @@ public:
     sql::RowId Insert(std::span<const Value>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Update(sql::RowId, std::span<const sql::Assignment>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Delete(sql::RowId) override { Raise(ErrorNumber::ReadOnly, {name_}); }
-    std::int32_t LastCounter() const override { return 0; }
+    std::int32_t LastAutonumber() const override { return 0; }
     std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<Cursor>(*this); }
 
 private:
@@ -94,7 +94,7 @@ public:
         return EqualNames(name, rows_->Name()) ? rows_ : others_.FindTable(name);
     }
     std::optional<std::u16string> FindQuery(std::u16string_view name) override { return others_.FindQuery(name); }
-    void CreateTable(const sql::TableDefinition&) override { Refuse(); }
+    void CreateTable(const sql::TableSchema&) override { Refuse(); }
     void DropTable(std::u16string_view) override { Refuse(); }
     void CreateIndex(std::u16string_view, const sql::Index&) override { Refuse(); }
     void DropIndex(std::u16string_view, std::u16string_view) override { Refuse(); }

@@ -72,17 +72,17 @@ void RowEdit::Change() {
 const Value& RowEdit::Get(int column) {
     const std::size_t place = column;
     if (mode_ == EditMode::Add && !changed_[place]) {
-        const sql::Column* counter = ColumnOf(column);
-        if (counter != nullptr && counter->counter) TakeCounter(place);
+        const sql::Column* stored = ColumnOf(column);
+        if (stored != nullptr && stored->autonumber) TakeAutonumber(place);
     }
     return values_[place];
 }
 
-void RowEdit::TakeCounter(std::size_t place) {
+void RowEdit::TakeAutonumber(std::size_t place) {
     if (EditedTable().IsRemote()) return;  // the server gives its numbers when the row is added
     const Work work = source_.database->Begin();
     jet::Database::Writing writing(source_.Storage());
-    const auto number = EditedTable().TakeCounter();
+    const auto number = EditedTable().TakeAutonumber();
     writing.Commit();
     if (!number) return;
     values_[place] = *number;

@@ -22,7 +22,7 @@ public:
     void Change();
     void Cancel() { mode_ = EditMode::None; }
 
-    // While a row is being added or changed. A new row's counter has its number from the first look on.
+    // While a row is being added or changed. A new row's autonumber column has its number from the first look on.
     const Value& Get(int column);
     bool HasChanged(int column) const { return changed_[column]; }
     const Value& Original(int column) const;
@@ -46,7 +46,7 @@ private:
     const sql::Column* ColumnOf(int column) const;
     std::size_t Width() const { return Query().Columns().size(); }
     std::vector<sql::Assignment> Seen() const;
-    void TakeCounter(std::size_t place);
+    void TakeAutonumber(std::size_t place);
     bool TakeOriginals(sql::Table& table, sql::RowId row);
     sql::RowId RequireUnchanged(sql::Table& table);
     void UpdateRow(sql::Table& table);

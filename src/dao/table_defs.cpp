@@ -12,7 +12,7 @@
 namespace qmtrain::dao {
 
 struct Details::Impl {
-    const jet::Format& format;
+    const jet::FileFormat& format;
     int code_page;
     int language;
     jet::Properties properties;
@@ -73,7 +73,7 @@ FieldDef FieldDefOf(const sql::Column& column, const Details& details) {
     const bool varies = column.type == ColumnType::Text || column.type == ColumnType::Memo ||
                         column.type == ColumnType::Binary || column.type == ColumnType::LongBinary;
     field.attributes =
-        (varies ? kVariableField : kFixedField) | kUpdatableField | (column.counter ? kAutoIncrField : 0);
+        (varies ? kVariableField : kFixedField) | kUpdatableField | (column.autonumber ? kAutoIncrField : 0);
     field.required = column.required;
     field.allow_zero_length = column.allow_zero_length;
     field.default_value = column.default_expression;

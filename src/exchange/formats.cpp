@@ -11,17 +11,17 @@ namespace qmtrain::exchange {
 namespace {
 
 struct FormatRow {
-    Format format;
+    QuestionFormat format;
     std::u16string_view name;
     std::u16string_view word;
     std::u16string_view endings;  // separated by blanks
 };
 
 constexpr FormatRow kFormats[] = {
-    {Format::Gift, u"GIFT", u"gift", u".gift"},
-    {Format::Aiken, u"Aiken", u"aiken", u".aiken"},
-    {Format::MoodleXml, u"Moodle XML", u"xml", u".xml"},
-    {Format::Csv, u"CSV", u"csv", u".csv .tsv"},
+    {QuestionFormat::Gift, u"GIFT", u"gift", u".gift"},
+    {QuestionFormat::Aiken, u"Aiken", u"aiken", u".aiken"},
+    {QuestionFormat::MoodleXml, u"Moodle XML", u"xml", u".xml"},
+    {QuestionFormat::Csv, u"CSV", u"csv", u".csv .tsv"},
 };
 
 std::u16string_view EndingOf(std::u16string_view file) {
@@ -77,13 +77,13 @@ void RequireText(std::string_view bytes) {
 
 }  // namespace
 
-std::u16string_view NameOf(Format format) {
+std::u16string_view NameOf(QuestionFormat format) {
     return std::find_if(std::begin(kFormats), std::end(kFormats),
                         [&](const FormatRow& row) { return row.format == format; })
         ->name;
 }
 
-std::optional<Format> FormatCalled(std::u16string_view name) {
+std::optional<QuestionFormat> FormatCalled(std::u16string_view name) {
     const std::u16string word = ToLower(name);
     for (const FormatRow& row : kFormats) {
         if (row.word == word) return row.format;
@@ -91,7 +91,7 @@ std::optional<Format> FormatCalled(std::u16string_view name) {
     return std::nullopt;
 }
 
-Format DetectFormat(std::u16string_view file_name, std::string_view bytes) {
+QuestionFormat DetectFormat(std::u16string_view file_name, std::string_view bytes) {
     RequireText(bytes);
     const std::u16string ending = ToLower(EndingOf(file_name));
     for (const FormatRow& row : kFormats) {
@@ -100,28 +100,28 @@ Format DetectFormat(std::u16string_view file_name, std::string_view bytes) {
     }
     const std::u16string beginning = BeginningOf(bytes);
     const std::u16string_view content = Trimmed(beginning);
-    if (content.starts_with(u"<?xml") || content.starts_with(u"<quiz")) return Format::MoodleXml;
-    if (IsSheet(beginning)) return Format::Csv;
-    if (HasLine(content, u"ANSWER:")) return Format::Aiken;
+    if (content.starts_with(u"<?xml") || content.starts_with(u"<quiz")) return QuestionFormat::MoodleXml;
+    if (IsSheet(beginning)) return QuestionFormat::Csv;
+    if (HasLine(content, u"ANSWER:")) return QuestionFormat::Aiken;
     if (content.find(u'{') != content.npos || HasLine(content, u"::") || HasLine(content, u"$CATEGORY:")) {
-        return Format::Gift;
+        return QuestionFormat::Gift;
     }
-    if (HasLine(ToUpper(content), u"ANSWER:")) return Format::Aiken;
+    if (HasLine(ToUpper(content), u"ANSWER:")) return QuestionFormat::Aiken;
     RaiseComponentError(
         u"qmtrain",
         u"看不出文件的格式；可以导入 GIFT、Aiken、Moodle XML 和 CSV 文件，请指明是哪一种（命令行用 --format）。");
 }
 
-Import ReadQuestions(std::string bytes, Format format, const Progress& progress) {
+Import ReadQuestions(std::string bytes, QuestionFormat format, const Progress& progress) {
     Import import;
-    if (format == Format::MoodleXml) {
+    if (format == QuestionFormat::MoodleXml) {
         import = ReadMoodleXml(std::move(bytes), progress);
     } else {
         const std::u16string text = DecodeText(bytes);
         bytes = {};
-        import = format == Format::Gift    ? ReadGift(text, progress)
-                 : format == Format::Aiken ? ReadAiken(text, progress)
-                                           : ReadCsv(text, progress);
+        import = format == QuestionFormat::Gift    ? ReadGift(text, progress)
+                 : format == QuestionFormat::Aiken ? ReadAiken(text, progress)
+                                                   : ReadCsv(text, progress);
     }
     if (import.questions.empty() && import.notices.empty()) {
         import.Tell(Notice::Kind::Error, std::size_t{0},
@@ -130,11 +130,11 @@ Import ReadQuestions(std::string bytes, Format format, const Progress& progress)
     return import;
 }
 
-Import ReadFile(std::u16string_view file, std::optional<Format> format, const Progress& progress) {
+Import ReadFile(std::u16string_view file, std::optional<QuestionFormat> format, const Progress& progress) {
     std::string bytes = ReadBytes(file);
     try {
         if (format) RequireText(bytes);
-        const Format found = format ? *format : DetectFormat(file, bytes);
+        const QuestionFormat found = format ? *format : DetectFormat(file, bytes);
         return ReadQuestions(std::move(bytes), found, progress);
     } catch (const AutomationError& error) {
         RaiseComponentError(u"qmtrain",
@@ -149,7 +149,7 @@ std::u16string WrittenSummary(std::size_t questions, std::span<const Notice> not
     return skipped == 0 ? written : written + u"，另有 " + ToText(skipped) + u" 题没有导出";
 }
 
-std::string WriteQuestions(std::span<const Question> questions, Format format, std::vector<Notice>& notices,
+std::string WriteQuestions(std::span<const Question> questions, QuestionFormat format, std::vector<Notice>& notices,
                            const Progress& progress) {
     for (const Question& question : questions) {
         bool draws = HasMetafile(question.stem) || HasMetafile(question.analysis);
@@ -160,8 +160,8 @@ std::string WriteQuestions(std::span<const Question> questions, Format format, s
         }
     }
     switch (format) {
-        case Format::Gift: return WriteGift(questions, notices, progress);
-        case Format::MoodleXml: return WriteMoodleXml(questions, notices, progress);
+        case QuestionFormat::Gift: return WriteGift(questions, notices, progress);
+        case QuestionFormat::MoodleXml: return WriteMoodleXml(questions, notices, progress);
         default: return WriteCsv(questions, notices, progress);
     }
 }

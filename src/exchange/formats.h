@@ -12,32 +12,32 @@
 
 namespace qmtrain::exchange {
 
-enum class Format : std::uint8_t { Gift, Aiken, MoodleXml, Csv };
+enum class QuestionFormat : std::uint8_t { Gift, Aiken, MoodleXml, Csv };
 
-std::u16string_view NameOf(Format format);
-std::optional<Format> FormatCalled(std::u16string_view name);  // "gift", "aiken", "xml", "csv"
+std::u16string_view NameOf(QuestionFormat format);
+std::optional<QuestionFormat> FormatCalled(std::u16string_view name);  // "gift", "aiken", "xml", "csv"
 
 // By the ending of the name, then by the content, in whatever encoding. Raises the component's error, with what the
 // file seems to be, when it is none of them.
-Format DetectFormat(std::u16string_view file_name, std::string_view bytes);
+QuestionFormat DetectFormat(std::u16string_view file_name, std::string_view bytes);
 
 // Whether the text begins with the headings of a sheet of questions.
 bool IsSheet(std::u16string_view text);
 
 // Every reader takes any bytes: what cannot be read is named in the notices, and so is a file without questions. Raise
 // the component's error when nothing of it can be read, Cancelled when `progress` says so.
-Import ReadQuestions(std::string bytes, Format format, const Progress& progress = {});
+Import ReadQuestions(std::string bytes, QuestionFormat format, const Progress& progress = {});
 Import ReadGift(std::u16string_view text, const Progress& progress = {});
 Import ReadAiken(std::u16string_view text, const Progress& progress = {});
 Import ReadCsv(std::u16string_view text, const Progress& progress = {});
 Import ReadMoodleXml(std::string bytes, const Progress& progress = {});
 
 // The format is given, or found out.
-Import ReadFile(std::u16string_view file, std::optional<Format> format = {}, const Progress& progress = {});
+Import ReadFile(std::u16string_view file, std::optional<QuestionFormat> format = {}, const Progress& progress = {});
 
 // In UTF-8. What the format has no place for is told in `notices`. Reading it again gives the same questions, but for
 // that. Aiken is not written: it holds too little. Requires: any other format.
-std::string WriteQuestions(std::span<const Question> questions, Format format, std::vector<Notice>& notices,
+std::string WriteQuestions(std::span<const Question> questions, QuestionFormat format, std::vector<Notice>& notices,
                            const Progress& progress = {});
 // "18 题", "18 题，另有 2 题没有导出": what came of so many questions, by the writer's notices.
 std::u16string WrittenSummary(std::size_t questions, std::span<const Notice> notices);

@@ -45,7 +45,7 @@ private:
         std::map<std::uint16_t, std::uint16_t> numbers;
     };
 
-    const Format& TargetFormat() const { return target_.GetPager().GetFormat(); }
+    const FileFormat& TargetFormat() const { return target_.GetPager().GetFormat(); }
     bool ChangesVersion() const { return source_.GetVersion() != target_.GetVersion(); }
 
     // Links to other kinds of databases keep a definition too.
@@ -88,7 +88,7 @@ private:
 
     // The next free number and place.
     void AddColumn(TableDefinition& table, const StoredColumn& from, MapRows& maps) {
-        const Format& format = TargetFormat();
+        const FileFormat& format = TargetFormat();
         const Header& header = target_.GetPager().GetHeader();
         StoredColumn column = from;
         column.number = table.max_columns++;
@@ -120,7 +120,7 @@ private:
     }
 
     void Convert(StoredColumn& column) const {
-        const Format& format = TargetFormat();
+        const FileFormat& format = TargetFormat();
         RequireColumnType(format.version, column.type, column.name);
         column.extended_flags = 0;
         if (column.type != ColumnType::Text) return;
@@ -212,7 +212,7 @@ private:
 
     void ConvertProperties(Value& value) const {
         if (value.GetType() != Value::Type::Binary) return;
-        const Format& from = source_.GetPager().GetFormat();
+        const FileFormat& from = source_.GetPager().GetFormat();
         const int from_page = source_.CodePage();
         const ByteView blob(value.Binary().data(), value.Binary().size(), source_.FileName(), kObjectsPage);
         Properties properties = Properties::Read(blob, from, from_page);

@@ -179,7 +179,7 @@ private:
     RowPointer NewMap(Database& database) {
         const auto number = static_cast<PageNumber>(kFirstMaps + maps_used_++ / MapsPerPage());
         MutablePage page = database.GetPager().Write(number);
-        if (page.Data()[0] == 0) DataPageEditor::Format(page, 0);
+        if (page.Data()[0] == 0) DataPageEditor::Initialize(page, 0);
         return {number, DataPageEditor(page).Add(Bytes(format_.map_row))};
     }
 
@@ -294,7 +294,7 @@ private:
     }
 
     NewDatabase settings_;
-    const Format& format_;
+    const FileFormat& format_;
     PagerOptions options_;
     std::filesystem::path path_;
     File* like_;

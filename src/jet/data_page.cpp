@@ -43,8 +43,8 @@ DataPageEditor::DataPageEditor(MutablePage& page) : page_(page), view_(page.View
     page.SetChecked();
 }
 
-void DataPageEditor::Format(MutablePage& page, std::uint32_t owner) {
-    const jet::Format& format = page.GetFormat();
+void DataPageEditor::Initialize(MutablePage& page, std::uint32_t owner) {
+    const FileFormat& format = page.GetFormat();
     std::memset(page.Data(), 0, format.page_size);
     Put<std::uint16_t>(page.Data(), 0x0101);
     Put(page.Data() + 2, static_cast<std::uint16_t>(format.FreeOnEmptyDataPage()));

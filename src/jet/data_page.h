@@ -31,7 +31,7 @@ inline constexpr std::uint16_t kSlotHidden = 0x8000;
 class DataPage {
 public:
     // Raises FileDamaged when the page is no data page or its slot table does not fit.
-    DataPage(const ByteView& page, const Format& format);
+    DataPage(const ByteView& page, const FileFormat& format);
 
     std::uint32_t Owner() const { return page_.U32(4); }
     std::size_t Slots() const { return slots_; }
@@ -62,11 +62,11 @@ private:
     std::size_t Offset(std::size_t slot) const;
 
     ByteView page_;
-    const Format* format_;
+    const FileFormat* format_;
     std::size_t slots_;
 };
 
-inline DataPage::DataPage(const ByteView& page, const Format& format)
+inline DataPage::DataPage(const ByteView& page, const FileFormat& format)
     : page_(page), format_(&format), slots_(page.U16(format.data_slot_count)) {
     if (page.U8(0) != static_cast<std::uint8_t>(PageType::Data)) page.Damaged(u"此页不是数据页");
     if (slots_ > (format.page_size - format.data_slots) / 2) page.Damaged(u"行表超出页尾");
@@ -100,7 +100,7 @@ public:
     explicit DataPageEditor(MutablePage& page);
 
     // Makes the page an empty data page.
-    static void Format(MutablePage& page, std::uint32_t owner);
+    static void Initialize(MutablePage& page, std::uint32_t owner);
 
     const DataPage& View() const { return view_; }
 

@@ -195,7 +195,7 @@ private:
     }
 
     Pager& pager_;
-    const Format& format_;
+    const FileFormat& format_;
     ByteView bytes_;
     std::size_t at_ = 0;
     TableDefinition table_;
@@ -204,7 +204,7 @@ private:
 // Puts a definition together.
 class Writer {
 public:
-    Writer(const Format& format, int code_page) : format_(format), code_page_(code_page) {}
+    Writer(const FileFormat& format, int code_page) : format_(format), code_page_(code_page) {}
 
     std::vector<std::uint8_t> Write(const TableDefinition& table) {
         WriteHeader(table);
@@ -334,7 +334,7 @@ private:
         if (IsJet4()) U32(0);
     }
 
-    const Format& format_;
+    const FileFormat& format_;
     int code_page_;
     std::vector<std::uint8_t> out_;
 };
@@ -351,7 +351,7 @@ TableDefinition ReadDefinition(Pager& pager, PageNumber page) {
 }
 
 void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& definition) {
-    const Format& format = pager.GetFormat();
+    const FileFormat& format = pager.GetFormat();
     const std::vector<std::uint8_t> bytes = Writer(format, pager.GetHeader().code_page).Write(definition);
     const std::size_t page_size = format.page_size;
     const std::size_t body = page_size - kPageHead;
@@ -373,7 +373,7 @@ void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& de
     }
 }
 
-std::uint32_t StoredRowCount(const Page& definition, const Format& format) {
+std::uint32_t StoredRowCount(const Page& definition, const FileFormat& format) {
     return definition.View().U32(format.definition_rows);
 }
 

@@ -153,7 +153,7 @@ std::uint16_t DefinitionEditor::KeyColumnNumber(const std::u16string& name) cons
 }
 
 void DefinitionEditor::SetLayout(StoredColumn& column, const Column& spec) {
-    const Format& format = pager_.GetFormat();
+    const FileFormat& format = pager_.GetFormat();
     const std::size_t size = FixedSize(spec.type);
     if (size == 0) {
         column.variable_index = definition.variable_columns++;
@@ -173,9 +173,9 @@ void DefinitionEditor::SetLayout(StoredColumn& column, const Column& spec) {
     column.flags |= StoredColumn::kFixed;
     column.length = static_cast<std::uint16_t>(size);
     SetFixedSize(column);
-    if (spec.counter) {
-        const auto counter = [](const StoredColumn& other) { return other.IsAutonumber(); };
-        const bool second = std::any_of(definition.columns.begin(), definition.columns.end(), counter);
+    if (spec.autonumber) {
+        const auto numbered = [](const StoredColumn& other) { return other.IsAutonumber(); };
+        const bool second = std::any_of(definition.columns.begin(), definition.columns.end(), numbered);
         if (spec.type != ColumnType::Long || second)
             Raise(ErrorNumber::OperationNotSupported, {u"自动编号字段“" + spec.name + u"”。"});
         column.flags |= StoredColumn::kAutonumber;

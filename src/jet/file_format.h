@@ -24,7 +24,7 @@ enum class PageType : std::uint8_t {
     FreedData = 9,
 };
 
-struct Format {
+struct FileFormat {
     Version version;
     std::uint32_t page_size;
 
@@ -79,7 +79,7 @@ struct Format {
     std::size_t MaxKey() const { return IndexCapacity() - 8; }
 };
 
-inline constexpr Format kJet3{
+inline constexpr FileFormat kJet3{
     .version = Version::Jet3,
     .page_size = 2048,
     .masked_bytes = 126,
@@ -117,7 +117,7 @@ inline constexpr Format kJet3{
     .max_file_size = 1ULL << 30,
 };
 
-inline constexpr Format kJet4{
+inline constexpr FileFormat kJet4{
     .version = Version::Jet4,
     .page_size = 4096,
     .masked_bytes = 128,
@@ -184,7 +184,7 @@ struct RowPointer {
     std::uint32_t ToStored() const { return page << 8 | slot; }
 };
 
-inline const Format& FormatOf(Version version) {
+inline const FileFormat& FormatOf(Version version) {
     return version == Version::Jet3 ? kJet3 : kJet4;
 }
 

@@ -56,12 +56,12 @@ std::uint32_t UserKey(std::span<const std::uint8_t> head) {
     return key;
 }
 
-void Unmask(std::span<std::uint8_t> page, const Format& format) {
+void Unmask(std::span<std::uint8_t> page, const FileFormat& format) {
     ApplyCipher(kMaskKey, page.subspan(kMasked, format.masked_bytes));
 }
 
 // The bytes in which a password is kept; nothing when it is too long or has a character that the code page lacks.
-std::optional<std::vector<std::uint8_t>> StoredPassword(std::u16string_view password, const Format& format,
+std::optional<std::vector<std::uint8_t>> StoredPassword(std::u16string_view password, const FileFormat& format,
                                                         int code_page) {
     std::vector<std::uint8_t> stored;
     if (format.version == Version::Jet4) {
@@ -78,7 +78,7 @@ std::optional<std::vector<std::uint8_t>> StoredPassword(std::u16string_view pass
 }
 
 // On an unmasked page 0.
-void PutPassword(std::u16string_view password, std::span<std::uint8_t> page, const Format& format,
+void PutPassword(std::u16string_view password, std::span<std::uint8_t> page, const FileFormat& format,
                  const std::u16string& file_name) {
     const auto stored = StoredPassword(password, format, Get<std::uint16_t>(&page[kCodePage]));
     if (!stored) {
@@ -153,7 +153,7 @@ bool IsPassword(const Header& header, std::u16string_view password) {
 }
 
 void WriteHeader(const NewHeader& header, std::span<std::uint8_t> page, const std::u16string& file_name) {
-    const Format& format = FormatOf(header.version);
+    const FileFormat& format = FormatOf(header.version);
     std::fill(page.begin(), page.end(), static_cast<std::uint8_t>(0));
     Put<std::uint32_t>(page.data(), 0x100);
     std::memcpy(&page[kEngineName], kJetName, sizeof kJetName);
@@ -178,7 +178,7 @@ void WriteHeader(const NewHeader& header, std::span<std::uint8_t> page, const st
 }
 
 void WritePassword(std::u16string_view password, std::span<std::uint8_t> page, const std::u16string& file_name) {
-    const Format& format = FormatOf(static_cast<Version>(page[kVersion]));
+    const FileFormat& format = FormatOf(static_cast<Version>(page[kVersion]));
     std::vector<std::uint8_t> changed(page.begin(), page.end());
     Unmask(changed, format);
     PutPassword(password, changed, format, file_name);

@@ -16,7 +16,7 @@ namespace qmtrain::jet {
 void ApplyCipher(std::uint32_t key, std::span<std::uint8_t> bytes);
 
 struct Header {
-    const Format* format = nullptr;
+    const FileFormat* format = nullptr;
     std::uint16_t sort_order = 0;  // language id: 0x0409 General, 0x0804 Chinese (PRC)
     std::uint16_t sort_version = 0;
     std::uint16_t code_page = 0;

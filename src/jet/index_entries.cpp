@@ -44,7 +44,7 @@ std::size_t CountBits(std::uint64_t bits) {
 
 }  // namespace
 
-IndexEntries::IndexEntries(const ByteView& page, const Format& format, PageNumber table)
+IndexEntries::IndexEntries(const ByteView& page, const FileFormat& format, PageNumber table)
     : page_(page),
       format_(&format),
       mask_(page.Part(format.index_mask, format.index_mask_bytes).Data()),
@@ -216,7 +216,7 @@ private:
 
 bool InsertInPlace(MutablePage& page, const IndexEntries& view, std::size_t place,
                    std::span<const std::uint8_t> entry) {
-    const Format& format = page.GetFormat();
+    const FileFormat& format = page.GetFormat();
     const std::size_t prefix = view.Prefix();
     if (prefix > 0) {
         if (place == 0 || entry.size() < prefix) return false;
@@ -237,7 +237,7 @@ bool InsertInPlace(MutablePage& page, const IndexEntries& view, std::size_t plac
 }
 
 bool EraseInPlace(MutablePage& page, const IndexEntries& view, std::size_t place) {
-    const Format& format = page.GetFormat();
+    const FileFormat& format = page.GetFormat();
     if (place == 0 && view.Prefix() > 0) return false;
     const std::size_t used = view.End();
     const std::size_t length = view.Following(place) - place;

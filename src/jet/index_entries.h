@@ -14,7 +14,7 @@ namespace qmtrain::jet {
 class IndexEntries {
 public:
     // Raises FileDamaged when the page is no index page of that table or its entries do not hold together.
-    IndexEntries(const ByteView& page, const Format& format, PageNumber table);
+    IndexEntries(const ByteView& page, const FileFormat& format, PageNumber table);
 
     bool IsLeaf() const { return leaf_; }
     bool Empty() const { return end_ == 0; }
@@ -57,7 +57,7 @@ private:
     std::size_t LowerBound(std::span<const std::uint8_t> key, std::size_t low, std::size_t high) const;
 
     ByteView page_;
-    const Format* format_;
+    const FileFormat* format_;
     const std::uint8_t* mask_;
     bool leaf_;
     std::size_t prefix_;

@@ -5,7 +5,7 @@
 
 namespace qmtrain::jet {
 
-void SetFree(MutablePage& page, const Format& format, std::size_t used) {
+void SetFree(MutablePage& page, const FileFormat& format, std::size_t used) {
     Put(page.Data() + 2, static_cast<std::uint16_t>(format.IndexCapacity() - used));
 }
 
@@ -29,7 +29,7 @@ Bytes NodeEntry(std::span<const std::uint8_t> leaf_entry, PageNumber child) {
     return entry;
 }
 
-IndexPage::IndexPage(const ByteView& page, const Format& format, PageNumber table)
+IndexPage::IndexPage(const ByteView& page, const FileFormat& format, PageNumber table)
     : page_(page),
       format_(&format),
       leaf_(page.U8(0) == static_cast<std::uint8_t>(PageType::IndexLeaf)),
@@ -165,21 +165,21 @@ IndexContent IndexContent::Read(const IndexPage& page) {
 }
 
 // Entries are sorted, so what the first and the last share all share.
-std::size_t IndexContent::CommonPrefix(const Format& format, std::size_t from, std::size_t to) const {
+std::size_t IndexContent::CommonPrefix(const FileFormat& format, std::size_t from, std::size_t to) const {
     const auto first = entries[from];
     const auto last = entries[to - 1];
     const auto [end, other] = std::mismatch(first.begin(), first.end(), last.begin(), last.end());
     return std::min(static_cast<std::size_t>(end - first.begin()), format.MaxIndexPrefix());
 }
 
-bool IndexContent::Fits(const Format& format, std::size_t from, std::size_t to) const {
+bool IndexContent::Fits(const FileFormat& format, std::size_t from, std::size_t to) const {
     const std::size_t total = entries.TotalBytes(from, to);
     if (total <= format.IndexCapacity()) return true;
     return leaf && to > from && total - CommonPrefix(format, from, to) * (to - from - 1) <= format.IndexCapacity();
 }
 
 void IndexContent::Store(MutablePage& page, PageNumber table) const {
-    const Format& format = page.GetFormat();
+    const FileFormat& format = page.GetFormat();
     const bool plain = entries.TotalBytes() <= format.IndexCapacity();
     const std::size_t prefix = plain ? 0 : CommonPrefix(format, 0, entries.Size());
     std::uint8_t* data = page.Data();

@@ -39,12 +39,12 @@ inline int CompareBytes(std::span<const std::uint8_t> a, std::span<const std::ui
 }
 
 // Notes how much room there is on a page whose entries take that many bytes.
-void SetFree(MutablePage& page, const Format& format, std::size_t used);
+void SetFree(MutablePage& page, const FileFormat& format, std::size_t used);
 
 class IndexPage {
 public:
     // Raises FileDamaged when the page is no index page of that table or its entries do not hold together.
-    IndexPage(const ByteView& page, const Format& format, PageNumber table);
+    IndexPage(const ByteView& page, const FileFormat& format, PageNumber table);
 
     bool IsLeaf() const { return leaf_; }
     std::size_t Count() const { return count_; }
@@ -68,7 +68,7 @@ private:
     std::size_t End(std::size_t count) const { return count == 0 ? 0 : ends_[count - 1]; }
 
     ByteView page_;
-    const Format* format_;
+    const FileFormat* format_;
     bool leaf_;
     std::size_t prefix_;
     std::size_t count_ = 0;
@@ -122,12 +122,12 @@ struct IndexContent {
     static IndexContent Read(const IndexPage& page);
 
     // Leaves may be stored with a prefix when they do not fit otherwise.
-    bool Fits(const Format& format) const { return Fits(format, 0, entries.Size()); }
-    bool Fits(const Format& format, std::size_t from, std::size_t to) const;
+    bool Fits(const FileFormat& format) const { return Fits(format, 0, entries.Size()); }
+    bool Fits(const FileFormat& format, std::size_t from, std::size_t to) const;
     void Store(MutablePage& page, PageNumber table) const;
 
 private:
-    std::size_t CommonPrefix(const Format& format, std::size_t from, std::size_t to) const;
+    std::size_t CommonPrefix(const FileFormat& format, std::size_t from, std::size_t to) const;
 };
 
 }  // namespace qmtrain::jet

@@ -13,7 +13,7 @@ bool SameKey(std::span<const std::uint8_t> a, std::span<const std::uint8_t> b) {
 }
 
 // Where to cut: as near to the middle as both halves fit.
-std::size_t CutOf(const IndexContent& content, const Format& format, bool appended) {
+std::size_t CutOf(const IndexContent& content, const FileFormat& format, bool appended) {
     const std::size_t count = content.entries.Size();
     if (appended && content.leaf && content.Fits(format, 0, count - 1)) return count - 1;
     std::size_t middle = 0;

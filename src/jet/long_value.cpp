@@ -121,7 +121,7 @@ LongValueWriter::LongValueWriter(Pager& pager, PageAllocator& allocator, const S
     : pager_(pager), column_(column), store_(pager, allocator, kLongValueOwner, column.owned_map, column.free_map) {}
 
 Bytes LongValueWriter::Write(std::span<const std::uint8_t> value, bool may_be_inline) {
-    const Format& format = pager_.GetFormat();
+    const FileFormat& format = pager_.GetFormat();
     if (value.size() > kLengthBits) Raise(ErrorNumber::FieldTooLarge, {column_.name});
     if (may_be_inline && value.size() <= format.long_value_inline) {
         Bytes stored(value.begin(), value.end());

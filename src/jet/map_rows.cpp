@@ -14,7 +14,7 @@ RowPointer MapRows::Add(PageNumber page) {
     if (last_ != 0) page = last_;
     if (page > kRelationshipsPage && HasRoom(page, empty.size())) return AddTo(pager_.Write(page), empty);
     MutablePage fresh = allocator_.Allocate();
-    DataPageEditor::Format(fresh, 0);
+    DataPageEditor::Initialize(fresh, 0);
     return AddTo(std::move(fresh), empty);
 }
 

@@ -19,7 +19,7 @@ namespace qmtrain::jet {
 
 // What a page says of itself in views and errors: the form of its file and the file's name.
 struct FileIdentity {
-    const Format* format = nullptr;
+    const FileFormat* format = nullptr;
     std::u16string name;
 };
 
@@ -57,7 +57,7 @@ public:
 
     explicit operator bool() const { return frame_ != nullptr; }
     PageNumber Number() const { return frame_->number; }
-    const Format& GetFormat() const { return *file_->format; }
+    const FileFormat& GetFormat() const { return *file_->format; }
     const std::uint8_t* Data() const { return frame_->data; }
     PageType Type() const { return static_cast<PageType>(Data()[0]); }
     ByteView View() const { return {Data(), file_->format->page_size, file_->name, frame_->number}; }

@@ -26,7 +26,7 @@ public:
     const std::filesystem::path& Path() const { return path_; }
     const FileIdentity& Identity() const { return identity_; }
     const std::u16string& Name() const { return identity_.name; }
-    const Format& GetFormat() const { return *identity_.format; }
+    const FileFormat& GetFormat() const { return *identity_.format; }
     const Header& GetHeader() const { return header_; }
 
     // The header as page 0 has it now. Raises UnknownFormat, and FileDamaged when it is of another version.

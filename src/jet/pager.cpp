@@ -107,7 +107,7 @@ void Pager::Close() noexcept {
 }
 
 bool Pager::UndoAll() noexcept {
-    const Transaction::Undone undone = change_.UndoAll();
+    const FileTransaction::Undone undone = change_.UndoAll();
     page_count_ = undone.page_count;
     RestoreHeader();
     if (!undone.complete) share_.ForgetSeen();

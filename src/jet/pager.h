@@ -18,11 +18,11 @@
 
 #include "core/files.h"
 #include "jet/file_share.h"
+#include "jet/file_transaction.h"
 #include "jet/found_journal.h"
 #include "jet/page_cache.h"
 #include "jet/page_file.h"
 #include "jet/session.h"
-#include "jet/transaction.h"
 
 namespace qmtrain::jet {
 
@@ -55,7 +55,7 @@ public:
     Pager& operator=(const Pager&) = delete;
     ~Pager() override;
 
-    const Format& GetFormat() const { return file_.GetFormat(); }
+    const FileFormat& GetFormat() const { return file_.GetFormat(); }
     const Header& GetHeader() const { return file_.GetHeader(); }
     const std::filesystem::path& Path() const override { return file_.Path(); }
     const std::u16string& FileName() const { return file_.Name(); }
@@ -149,7 +149,7 @@ private:
     std::filesystem::path journal_path_;
     FileShare share_;
     PageCache cache_;
-    Transaction change_;
+    FileTransaction change_;
     std::optional<FoundJournal> unfinished_;  // of a file that cannot be rolled back: it is read through the old images
 
     bool joined_ = false;  // takes part in the scope that is open

@@ -12,7 +12,7 @@ constexpr std::uint16_t kNamesChunk = 0x80;
 constexpr std::uint16_t kObjectChunk = 0;
 constexpr std::uint16_t kColumnChunk = 1;
 
-std::u16string TextOf(std::span<const std::uint8_t> bytes, const Format& format, int code_page) {
+std::u16string TextOf(std::span<const std::uint8_t> bytes, const FileFormat& format, int code_page) {
     if (format.version == Version::Jet3) {
         return FromCodePage({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, code_page);
     }
@@ -23,7 +23,7 @@ std::u16string TextOf(std::span<const std::uint8_t> bytes, const Format& format,
 
 class BlobReader {
 public:
-    BlobReader(const Format& format, int code_page) : format_(format), code_page_(code_page) {}
+    BlobReader(const FileFormat& format, int code_page) : format_(format), code_page_(code_page) {}
 
     Properties Read(const ByteView& blob) {
         for (std::size_t at = 4; at + 6 <= blob.Size();) {
@@ -65,7 +65,7 @@ private:
         }
     }
 
-    const Format& format_;
+    const FileFormat& format_;
     int code_page_;
     std::vector<std::u16string> names_;
     Properties result_;
@@ -77,7 +77,7 @@ void Append(Bytes& out, T value) {
     Put(&out[out.size() - sizeof value], value);
 }
 
-Bytes BytesOf(std::u16string_view text, const Format& format, int code_page, ErrorNumber error,
+Bytes BytesOf(std::u16string_view text, const FileFormat& format, int code_page, ErrorNumber error,
               std::u16string_view name) {
     if (format.version == Version::Jet3) {
         const std::string stored = ToStored(text, code_page, error, name);
@@ -88,7 +88,7 @@ Bytes BytesOf(std::u16string_view text, const Format& format, int code_page, Err
     return bytes;
 }
 
-void AppendName(Bytes& out, std::u16string_view name, const Format& format, int code_page) {
+void AppendName(Bytes& out, std::u16string_view name, const FileFormat& format, int code_page) {
     const Bytes bytes = BytesOf(name, format, code_page, ErrorNumber::InvalidName, name);
     Append(out, static_cast<std::uint16_t>(bytes.size()));
     out.insert(out.end(), bytes.begin(), bytes.end());
@@ -102,7 +102,7 @@ void AppendChunk(Bytes& out, std::uint16_t type, const Bytes& content) {
 
 }  // namespace
 
-std::u16string Property::AsText(const Format& format, int code_page) const {
+std::u16string Property::AsText(const FileFormat& format, int code_page) const {
     return TextOf(value, format, code_page);
 }
 
@@ -129,7 +129,7 @@ void Properties::Remove(const std::u16string& owner, std::u16string_view name) {
     if (list->second.empty()) owners.erase(list);
 }
 
-Properties Properties::Read(const ByteView& blob, const Format& format, int code_page) {
+Properties Properties::Read(const ByteView& blob, const FileFormat& format, int code_page) {
     if (blob.Empty()) return {};
     const bool known =
         blob.Size() >= 4 && std::memcmp(blob.Data(), format.property_magic, sizeof format.property_magic) == 0;
@@ -137,7 +137,7 @@ Properties Properties::Read(const ByteView& blob, const Format& format, int code
     return BlobReader(format, code_page).Read(blob);
 }
 
-Bytes Properties::Write(const Format& format, int code_page) const {
+Bytes Properties::Write(const FileFormat& format, int code_page) const {
     std::vector<std::u16string> names;
     Bytes owners_part;
     for (const auto& [owner, list] : owners) {
@@ -170,7 +170,7 @@ Property BooleanProperty(std::u16string name, bool value) {
     return {std::move(name), StoredType(ColumnType::Boolean), 0, {static_cast<std::uint8_t>(value ? 1 : 0)}};
 }
 
-Property TextProperty(std::u16string name, std::u16string_view value, const Format& format, int code_page) {
+Property TextProperty(std::u16string name, std::u16string_view value, const FileFormat& format, int code_page) {
     Bytes bytes = BytesOf(value, format, code_page, ErrorNumber::DataTypeConversion, name);
     return {std::move(name), StoredType(ColumnType::Memo), 0, std::move(bytes)};
 }

@@ -24,7 +24,7 @@ struct Property {
     Bytes value;
 
     bool AsBoolean() const { return !value.empty() && value[0] != 0; }
-    std::u16string AsText(const Format& format, int code_page) const;
+    std::u16string AsText(const FileFormat& format, int code_page) const;
 };
 
 struct Properties {
@@ -36,16 +36,16 @@ struct Properties {
     void Remove(const std::u16string& owner, std::u16string_view name);
 
     // Raises FileDamaged when the blob is malformed.
-    static Properties Read(const ByteView& blob, const Format& format, int code_page);
+    static Properties Read(const ByteView& blob, const FileFormat& format, int code_page);
 
     // Empty when there are no properties. Raises InvalidName when the code page of a Jet 3 file lacks a name's
     // character.
-    Bytes Write(const Format& format, int code_page) const;
+    Bytes Write(const FileFormat& format, int code_page) const;
 };
 
 Property BooleanProperty(std::u16string name, bool value);
 
 // Raises DataTypeConversion when the code page of a Jet 3 file lacks a character.
-Property TextProperty(std::u16string name, std::u16string_view value, const Format& format, int code_page);
+Property TextProperty(std::u16string name, std::u16string_view value, const FileFormat& format, int code_page);
 
 }  // namespace qmtrain::jet

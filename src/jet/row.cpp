@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint16_t kCompressedMark = 0xFEFF;
 
 // End of the fixed area, from the row's start.
-std::size_t FixedEnd(const TableDefinition& table, const Format& format) {
+std::size_t FixedEnd(const TableDefinition& table, const FileFormat& format) {
     std::size_t end = 0;
     for (const StoredColumn& column : table.columns) {
         if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
@@ -28,7 +28,7 @@ std::size_t JumpsOf(std::size_t length) {
     return jumps;
 }
 
-void PutNumber(std::uint8_t* to, std::size_t value, const Format& format) {
+void PutNumber(std::uint8_t* to, std::size_t value, const FileFormat& format) {
     if (format.row_number_size == 2) {
         Put(to, static_cast<std::uint16_t>(value));
     } else {
@@ -68,7 +68,7 @@ void EncodeNumber(T value, Bytes& stored) {
     Put(stored.data(), value);
 }
 
-void EncodeTextValue(const StoredColumn& column, std::u16string_view text, const Format& format, int code_page,
+void EncodeTextValue(const StoredColumn& column, std::u16string_view text, const FileFormat& format, int code_page,
                      Bytes& stored) {
     if (text.size() * format.text_unit > column.length) Raise(ErrorNumber::FieldTooLarge, {column.name});
     if (format.version == Version::Jet3) {
@@ -151,7 +151,7 @@ bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value) {
     }
 }
 
-void DecodeValue(const StoredColumn& column, const ByteView& stored, const Format& format, int code_page,
+void DecodeValue(const StoredColumn& column, const ByteView& stored, const FileFormat& format, int code_page,
                  Value& value) {
     const std::size_t expected = FixedSize(column.type);
     if (expected != 0 && stored.Size() != expected) stored.Damaged(u"值的长度错误");
@@ -170,7 +170,8 @@ void DecodeValue(const StoredColumn& column, const ByteView& stored, const Forma
     }
 }
 
-void EncodeValue(const StoredColumn& column, const Value& value, const Format& format, int code_page, Bytes& stored) {
+void EncodeValue(const StoredColumn& column, const Value& value, const FileFormat& format, int code_page,
+                 Bytes& stored) {
     switch (column.type) {
         case ColumnType::Byte: EncodeNumber(value.As<std::uint8_t>(), stored); return;
         case ColumnType::Integer: EncodeNumber(value.As<std::int16_t>(), stored); return;
@@ -227,7 +228,7 @@ std::optional<Bytes> GuidFromText(std::u16string_view text) {
     return stored;
 }
 
-std::size_t EncodedLength(const TableDefinition& table, const Format& format, const std::vector<RowField>& fields) {
+std::size_t EncodedLength(const TableDefinition& table, const FileFormat& format, const std::vector<RowField>& fields) {
     std::size_t length = FixedEnd(table, format) + MaskBytes(table.max_columns);
     if (table.variable_columns > 0) length += format.row_number_size * (std::size_t{table.variable_columns} + 2);
     for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -237,7 +238,7 @@ std::size_t EncodedLength(const TableDefinition& table, const Format& format, co
     return std::max<std::size_t>(length, 4);
 }
 
-void EncodeRow(const TableDefinition& table, const Format& format, const std::u16string& table_name,
+void EncodeRow(const TableDefinition& table, const FileFormat& format, const std::u16string& table_name,
                const std::vector<RowField>& fields, Bytes& row) {
     const std::size_t length = EncodedLength(table, format, fields);
     if (length > format.max_row) Raise(ErrorNumber::RecordTooLarge, {table_name});

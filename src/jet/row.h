@@ -35,7 +35,7 @@ inline std::size_t MaskBytes(std::size_t columns) {
 class RowView {
 public:
     // Raises FileDamaged when the row cannot be one of this table.
-    RowView(const TableDefinition& table, const Format& format, const ByteView& row);
+    RowView(const TableDefinition& table, const FileFormat& format, const ByteView& row);
 
     // The stored bytes of a column that is not Null; none for a Null. Booleans have no bytes, see Boolean().
     std::optional<ByteView> Find(const StoredColumn& column) const;
@@ -57,7 +57,7 @@ private:
     }
     std::size_t VariableOffset(std::size_t index) const;
 
-    const Format* format_;
+    const FileFormat* format_;
     ByteView row_;
     std::size_t columns_;
     std::size_t mask_at_;
@@ -68,7 +68,8 @@ private:
 };
 
 // Made for every row of a scan. A call would pass the row through memory, from where wide loads must wait for it.
-[[gnu::always_inline]] inline RowView::RowView(const TableDefinition& table, const Format& format, const ByteView& row)
+[[gnu::always_inline]] inline RowView::RowView(const TableDefinition& table, const FileFormat& format,
+                                               const ByteView& row)
     : format_(&format), row_(row) {
     const std::size_t number = format.row_number_size;
     const std::size_t size = row.Size();
@@ -116,14 +117,16 @@ inline std::optional<ByteView> RowView::Find(const StoredColumn& column) const {
 }
 
 // The value in stored bytes, for every type but the long values. `code_page` is that of Jet 3 texts.
-void DecodeValue(const StoredColumn& column, const ByteView& stored, const Format& format, int code_page, Value& value);
+void DecodeValue(const StoredColumn& column, const ByteView& stored, const FileFormat& format, int code_page,
+                 Value& value);
 
 // The same for the numbers and dates among the fixed columns; false for other types.
 bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value);
 
 // The bytes to store. Requires: the value has the column's type, see ValueTypeOf; not for long values and Booleans.
 // Raises FieldTooLarge, or DataTypeConversion for a text that is no GUID or that the code page lacks.
-void EncodeValue(const StoredColumn& column, const Value& value, const Format& format, int code_page, Bytes& stored);
+void EncodeValue(const StoredColumn& column, const Value& value, const FileFormat& format, int code_page,
+                 Bytes& stored);
 
 // "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" and its 16 bytes as stored.
 std::u16string GuidToText(const std::uint8_t* stored);
@@ -139,10 +142,10 @@ struct RowField {
 };
 
 // Raises RecordTooLarge when the row does not fit on a page.
-void EncodeRow(const TableDefinition& table, const Format& format, const std::u16string& table_name,
+void EncodeRow(const TableDefinition& table, const FileFormat& format, const std::u16string& table_name,
                const std::vector<RowField>& fields, Bytes& row);
 
 // The length EncodeRow would give.
-std::size_t EncodedLength(const TableDefinition& table, const Format& format, const std::vector<RowField>& fields);
+std::size_t EncodedLength(const TableDefinition& table, const FileFormat& format, const std::vector<RowField>& fields);
 
 }  // namespace qmtrain::jet

@@ -9,7 +9,7 @@ constexpr int kMaxTries = 16;
 
 }  // namespace
 
-bool IsRoomy(const DataPage& page, const Format& format) {
+bool IsRoomy(const DataPage& page, const FileFormat& format) {
     return page.Slots() < kMaxSlots && page.ActualFree() > format.page_size / 2;
 }
 
@@ -54,7 +54,7 @@ std::size_t RowStore::SlotsUsed(const Bytes& freed) const {
 MutablePage RowStore::NewPage(bool listed) {
     Bytes freed;
     MutablePage page = allocator_.Allocate(slots_ == Slots::Kept ? &freed : nullptr);
-    DataPageEditor::Format(page, owner_);
+    DataPageEditor::Initialize(page, owner_);
     if (const std::size_t used = SlotsUsed(freed); used > 0) DataPageEditor(page).AddDeleted(used);
     OwnedMap().Add(page.Number());
     if (listed && free_map_) UsageMap(pager_, allocator_, free_map_).Add(page.Number());

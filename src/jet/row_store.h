@@ -62,6 +62,6 @@ private:
 };
 
 // Whether a page has so much room that the free space map must name it.
-bool IsRoomy(const DataPage& page, const Format& format);
+bool IsRoomy(const DataPage& page, const FileFormat& format);
 
 }  // namespace qmtrain::jet

@@ -54,7 +54,7 @@ std::int64_t StoredTable::RowCount() const {
 }
 
 std::uint32_t StoredTable::DistinctKeys(std::size_t index) const {
-    const Format& format = pager_.GetFormat();
+    const FileFormat& format = pager_.GetFormat();
     const std::size_t at = format.definition_header + format.statistics_block * index + 4;
     return pager_.Read(definition_.page).View().U32(at);
 }

@@ -156,8 +156,8 @@ void Database::AddColumn(std::u16string_view name, const Column& spec) {
     editor.Write();
     AddColumnProperties(spec, *pager_, properties);
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
-    if (!spec.counter) return;
-    // A counter numbers the rows that are there.
+    if (!spec.autonumber) return;
+    // An autonumber column numbers the rows that are there.
     const std::shared_ptr<Table> table = TableAt(page);
     std::vector<RowPointer> rows;
     RowCursor cursor(*table);

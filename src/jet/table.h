@@ -39,17 +39,17 @@ public:
     // has been seen to be right it is taken, for as long as nobody else changes the file.
     std::int64_t ExactRowCount() const;
 
-    // One value per column: of the column's type, Null, or Empty for "not given" (a counter then numbers itself).
-    // Raises DuplicateKey, FieldRequired, RelatedRecordRequired, FieldTooLarge, TextOrderUnsupported …; everything that
-    // can be refused is refused before anything changes.
+    // One value per column: of the column's type, Null, or Empty for "not given" (an autonumber column then numbers
+    // itself). Raises DuplicateKey, FieldRequired, RelatedRecordRequired, FieldTooLarge, TextOrderUnsupported …;
+    // everything that can be refused is refused before anything changes.
     RowPointer Insert(std::span<const Value> values);
     void Update(RowPointer row, std::span<const ColumnChange> changes);
     void Delete(RowPointer row);
 
-    // Takes the next number of the counter column, for a row that comes later.
+    // Takes the next number of the autonumber column, for a row that comes later.
     std::int32_t TakeAutonumber();
 
-    // The number that the last Insert gave to the counter column; 0 when it gave none.
+    // The number that the last Insert gave to the autonumber column; 0 when it gave none.
     std::int32_t LastAutonumber() const { return last_autonumber_; }
 
     // Many rows one after the other: until EndInserts, their entries may be put into the indexes later than the rows

@@ -84,7 +84,7 @@ struct RealIndex {
     std::vector<KeyColumn> columns;
     RowPointer map;
     PageNumber root = 0;
-    std::uint8_t flags = 0;             // Format::index_flags among them
+    std::uint8_t flags = 0;             // FileFormat::index_flags among them
     std::uint32_t counted_entries = 0;  // both are hints for planning, and often wrong
     std::uint32_t distinct_keys = 0;
 
@@ -153,6 +153,6 @@ void WriteDefinition(Pager& pager, PageAllocator& allocator, TableDefinition& de
 void RequireColumnType(Version version, ColumnType type, std::u16string_view column);
 
 // The number of rows, which changes in place: read it from the definition's first page, not from `rows`.
-std::uint32_t StoredRowCount(const Page& definition, const Format& format);
+std::uint32_t StoredRowCount(const Page& definition, const FileFormat& format);
 
 }  // namespace qmtrain::jet

@@ -73,7 +73,7 @@ void Table::AddEntry(std::size_t index, const Bytes& key, RowPointer where) {
 void Table::CountNewKeys(std::size_t index, std::size_t keys) {
     if (keys == 0) return;
     MutablePage definition = pager_.Write(definition_.page);
-    const Format& format = pager_.GetFormat();
+    const FileFormat& format = pager_.GetFormat();
     std::uint8_t* distinct = definition.Data() + format.definition_header + format.statistics_block * index + 4;
     Put(distinct, Get<std::uint32_t>(distinct) + static_cast<std::uint32_t>(keys));
 }

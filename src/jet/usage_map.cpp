@@ -206,7 +206,7 @@ void UsageMap::ConvertToReferences() {
         }
     }
     // Enough references for the largest file.
-    const Format& format = pager_.GetFormat();
+    const FileFormat& format = pager_.GetFormat();
     const std::size_t references = static_cast<std::size_t>(
         std::max<std::uint64_t>(17, (format.max_file_size / format.page_size - 1) / format.PagesPerMapPage() + 1));
     std::vector<std::uint8_t> bytes(std::max(1 + 4 * references, std::min(length, 1 + (length - 1) / 4 * 4)), 0);

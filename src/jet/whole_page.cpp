@@ -6,7 +6,7 @@
 
 namespace qmtrain::jet {
 
-bool IsWhole(const ByteView& page, const Format& format) {
+bool IsWhole(const ByteView& page, const FileFormat& format) {
     try {
         switch (static_cast<PageType>(page.U8(0))) {
             case PageType::Data: DataPage(page, format).CheckAll(); break;

@@ -7,6 +7,6 @@
 namespace qmtrain::jet {
 
 // Pages of kinds that say nothing of themselves count as whole.
-bool IsWhole(const ByteView& page, const Format& format);
+bool IsWhole(const ByteView& page, const FileFormat& format);
 
 }  // namespace qmtrain::jet

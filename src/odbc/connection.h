@@ -43,7 +43,7 @@ public:
 
     // Told what all columns are like, so that many rows come faster: in blocks, unless some are long. Their names, by
     // which failures tell them, must outlive it.
-    void Expect(std::vector<Shape> shapes);
+    void Expect(std::vector<ResultColumn> columns);
 
     bool Next();
 
@@ -65,7 +65,7 @@ private:
     std::u16string_view NameOf(int column) const;
 
     std::unique_ptr<Statement> statement_;
-    std::vector<Shape> shapes_;
+    std::vector<ResultColumn> columns_;
     bool in_blocks_ = false;
     int rows_alone_ = 0;  // fetched one by one
     std::shared_ptr<Block> block_;

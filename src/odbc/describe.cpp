@@ -93,7 +93,7 @@ Column ColumnOf(CatalogRows& rows) {
             column.scale = std::clamp(static_cast<int>(scale), 0, column.precision);
             break;
         case ColumnType::Long:
-            column.counter = default_value.starts_with(u"nextval(") || EqualNames(type_name, u"serial");
+            column.autonumber = default_value.starts_with(u"nextval(") || EqualNames(type_name, u"serial");
             break;
         default: break;
     }

@@ -22,8 +22,8 @@ struct Transfer {
 
 constexpr std::size_t kLongestTime = 40;  // as a text
 
-Transfer TransferOf(const Shape& shape) {
-    switch (shape.type) {
+Transfer TransferOf(const ResultColumn& column) {
+    switch (column.type) {
         case ColumnType::Boolean: return {SQL_C_BIT, sizeof(unsigned char)};
         // What does not fit would lose its first digits in smaller ones.
         case ColumnType::Byte:
@@ -35,7 +35,7 @@ Transfer TransferOf(const Shape& shape) {
         case ColumnType::Text:
             // A character may be two units.
             return {SQL_C_WCHAR,
-                    shape.size == 0 ? 0 : (static_cast<std::size_t>(shape.size) * 2 + 1) * sizeof(char16_t)};
+                    column.size == 0 ? 0 : (static_cast<std::size_t>(column.size) * 2 + 1) * sizeof(char16_t)};
         default: return {};
     }
 }
@@ -141,14 +141,14 @@ Rows::Rows(std::unique_ptr<Statement> statement) : statement_(std::move(statemen
 
 Rows::~Rows() = default;
 
-void Rows::Expect(std::vector<Shape> shapes) {
-    in_blocks_ = std::ranges::all_of(shapes, [](const Shape& shape) { return TransferOf(shape).size > 0; });
-    shapes_ = std::move(shapes);
+void Rows::Expect(std::vector<ResultColumn> columns) {
+    in_blocks_ = std::ranges::all_of(columns, [](const ResultColumn& column) { return TransferOf(column).size > 0; });
+    columns_ = std::move(columns);
 }
 
 std::u16string_view Rows::NameOf(int column) const {
     const std::size_t place = column;
-    return place < shapes_.size() ? shapes_[place].name : std::u16string_view();
+    return place < columns_.size() ? columns_[place].name : std::u16string_view();
 }
 
 std::optional<std::int64_t> Rows::Count() {
@@ -170,15 +170,15 @@ bool Rows::FetchBlock() {
         constexpr std::size_t kMostRows = 128;
         constexpr std::size_t kMostBytes = std::size_t{64} << 10;
         std::size_t row_size = 0;
-        for (const Shape& shape : shapes_) row_size += TransferOf(shape).size;
+        for (const ResultColumn& column : columns_) row_size += TransferOf(column).size;
         const std::size_t rows = std::clamp<std::size_t>(kMostBytes / row_size, 1, kMostRows);
         statement_->DoNotKeep();
         block_ = std::make_shared<Block>();
         block_->states.resize(rows);
-        block_->columns.resize(shapes_.size());
-        for (std::size_t i = 0; i < shapes_.size(); ++i) {
+        block_->columns.resize(columns_.size());
+        for (std::size_t i = 0; i < columns_.size(); ++i) {
             Block::Column& column = block_->columns[i];
-            column.transfer = TransferOf(shapes_[i]);
+            column.transfer = TransferOf(columns_[i]);
             column.values.resize(column.transfer.size * rows);
             column.lengths.resize(rows);
             statement_->Check(
@@ -256,7 +256,7 @@ void Rows::ReadBytes(int column, Value& value) {
 
 void Rows::ReadFromBlock(int column, Value& value) const {
     const Block::Column& from = block_->columns[column];
-    const ColumnType type = shapes_[column].type;
+    const ColumnType type = columns_[column].type;
     const std::uint8_t* bytes = &from.values[block_->at * from.transfer.size];
     const SQLLEN length = from.lengths[block_->at];
     if (length == SQL_NULL_DATA) {

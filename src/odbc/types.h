@@ -17,7 +17,7 @@ struct Column {
     int precision = 0;
     int scale = 0;
     bool required = false;
-    bool counter = false;  // the server numbers it
+    bool autonumber = false;  // the server numbers it
 
     // As ODBC has it.
     std::int16_t odbc_type = 0;
@@ -29,7 +29,7 @@ struct Column {
 bool IsFineTime(std::int16_t odbc_type, std::int16_t odbc_scale);
 
 // A column of a result, as it will be read.
-struct Shape {
+struct ResultColumn {
     ColumnType type = ColumnType::Text;
     int size = 0;  // Text: characters; 0 when nobody knows
     std::u16string_view name{};

@@ -31,7 +31,7 @@ constexpr int kSmallHalfPoints = 18;
 constexpr int kTextWidth = kPageWidth - 2 * kMargin;
 constexpr int kTextHeight = kPageHeight - 2 * kMargin - kHeadRoom;
 
-document::CharacterFormat Format(int half_points, bool bold) {
+document::CharacterFormat TextFormat(int half_points, bool bold) {
     document::CharacterFormat format;
     format.half_points = half_points;
     format.bold = bold;
@@ -143,18 +143,18 @@ struct PageLayout::Strip {
 
 PageLayout::PageLayout(Report report) : report_(std::move(report)), measurer_(std::make_unique<PrintMeasurer>()) {
     document::RichText title;
-    title.AppendText(report_.title, Format(kTitleHalfPoints, true));
+    title.AppendText(report_.title, TextFormat(kTitleHalfPoints, true));
     AddText(std::move(title), Keep::WithNext);
     if (!report_.subtitle.empty()) {
         document::RichText subtitle;
-        subtitle.AppendText(report_.subtitle, Format(kSmallHalfPoints, false));
+        subtitle.AppendText(report_.subtitle, TextFormat(kSmallHalfPoints, false));
         AddText(std::move(subtitle), Keep::WithNext);
     }
     for (const Section& section : report_.sections) {
         int gap = section.heading.empty() ? kGapWithoutHeading : kSectionGap;
         if (!section.heading.empty()) {
             document::RichText heading;
-            heading.AppendText(section.heading, Format(kHeadingHalfPoints, true));
+            heading.AppendText(section.heading, TextFormat(kHeadingHalfPoints, true));
             AddText(std::move(heading), Keep::WithNext, gap);
             gap = kCellMargin;
         }
@@ -218,7 +218,7 @@ void PageLayout::AddRow(const Table& table, const std::vector<std::u16string>& c
         if (i < cells.size()) {
             std::u16string shown = cells[i].substr(0, kLongestCell);
             if (shown.size() < cells[i].size()) shown += u"…";
-            text.AppendText(shown, Format(kSmallHalfPoints, header));
+            text.AppendText(shown, TextFormat(kSmallHalfPoints, header));
         }
         const auto kept = std::make_shared<const document::RichText>(std::move(text));
         const auto layout =
@@ -337,7 +337,7 @@ void PageLayout::Paint(wxDC& dc, int page, const PictureDrawer& draw) const {
     }
     const std::u16string footer =
         report_.title + u"　　第 " + ToText(page) + u" 页，共 " + ToText(PageCount()) + u" 页";
-    dc.SetFont(measurer_->FontOf(Format(kSmallHalfPoints, false)));
+    dc.SetFont(measurer_->FontOf(TextFormat(kSmallHalfPoints, false)));
     dc.SetTextForeground(wxColour(90, 90, 90));
     const wxSize extent = dc.GetTextExtent(ui::ToWx(footer));
     dc.DrawText(ui::ToWx(footer), (kPageWidth - extent.x) / 2, kPageHeight - kMargin - extent.y);

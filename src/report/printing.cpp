@@ -63,15 +63,15 @@ void SpeakChinese(wxPreviewFrame& frame) {
 }
 
 struct FileKind {
-    Format format;
+    ReportFormat format;
     const char16_t* ending;
     const char16_t* filter;
 };
 
 FileKind KindOf(int item) {
-    if (item == kCsv) return {Format::Csv, u".csv", u"CSV 文件 (*.csv)|*.csv"};
-    if (item == kPdf) return {Format::Pdf, u".pdf", u"PDF 文件 (*.pdf)|*.pdf"};
-    return {Format::Html, u".html", u"网页 (*.html)|*.html"};
+    if (item == kCsv) return {ReportFormat::Csv, u".csv", u"CSV 文件 (*.csv)|*.csv"};
+    if (item == kPdf) return {ReportFormat::Pdf, u".pdf", u"PDF 文件 (*.pdf)|*.pdf"};
+    return {ReportFormat::Html, u".html", u"网页 (*.html)|*.html"};
 }
 
 void AskAndWrite(wxWindow* parent, const Report& report, const FileKind& kind) {
@@ -85,11 +85,11 @@ void AskAndWrite(wxWindow* parent, const Report& report, const FileKind& kind) {
 
 }  // namespace
 
-void WriteReport(const Report& report, Format format, std::u16string_view file) {
+void WriteReport(const Report& report, ReportFormat format, std::u16string_view file) {
     switch (format) {
-        case Format::Html: return WriteWhole(file, ToHtml(report));
-        case Format::Csv: return WriteWhole(file, ToCsv(report));
-        case Format::Pdf: return WritePdf(report, file);
+        case ReportFormat::Html: return WriteWhole(file, ToHtml(report));
+        case ReportFormat::Csv: return WriteWhole(file, ToCsv(report));
+        case ReportFormat::Pdf: return WritePdf(report, file);
     }
 }
 

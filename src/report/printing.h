@@ -11,13 +11,13 @@
 
 namespace qmtrain::report {
 
-enum class Format : std::uint8_t { Html, Csv, Pdf };
+enum class ReportFormat : std::uint8_t { Html, Csv, Pdf };
 
 // Whether PDF files can be written here; where they cannot, printing to a PDF printer makes them.
 bool CanWritePdf();
 
 // Raises the component's error, for the user, when the file cannot be written.
-void WriteReport(const Report& report, Format format, std::u16string_view file);
+void WriteReport(const Report& report, ReportFormat format, std::u16string_view file);
 void WritePdf(const Report& report, std::u16string_view file);
 
 // Shows the pages; they can be printed from there. Prints after asking for the printer.

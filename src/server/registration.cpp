@@ -65,7 +65,8 @@ private:
 
 class Entries {
 public:
-    explicit Entries(Scope scope) : root_(scope == Scope::User ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE) {}
+    explicit Entries(RegistrationScope scope)
+        : root_(scope == RegistrationScope::User ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE) {}
 
     // A key with its unnamed value.
     void Write(const std::wstring& path, std::wstring_view value, const wchar_t* name = nullptr) const {
@@ -189,14 +190,14 @@ HRESULT Try(Body body) {
 
 }  // namespace
 
-HRESULT Register(Scope scope) {
+HRESULT Register(RegistrationScope scope) {
     const Entries entries(scope);
     const HRESULT written = Try([&] { WriteAll(entries); });
     if (FAILED(written)) Try([&] { DeleteAll(entries); });
     return written;
 }
 
-HRESULT Unregister(Scope scope) {
+HRESULT Unregister(RegistrationScope scope) {
     return Try([&] { DeleteAll(Entries(scope)); });
 }
 

@@ -5,12 +5,12 @@
 
 namespace qmtrain::server {
 
-enum class Scope { User, Machine };
+enum class RegistrationScope { User, Machine };
 
 // All entries or none. What was there of another place of the library is replaced.
-HRESULT Register(Scope scope);
+HRESULT Register(RegistrationScope scope);
 
 // Takes out what Register has put in. Entries that the library for the other word size uses too stay for it.
-HRESULT Unregister(Scope scope);
+HRESULT Unregister(RegistrationScope scope);
 
 }  // namespace qmtrain::server

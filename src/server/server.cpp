@@ -68,17 +68,17 @@ STDAPI DllCanUnloadNow() {
 }
 
 STDAPI DllRegisterServer() {
-    return Register(Scope::Machine);
+    return Register(RegistrationScope::Machine);
 }
 
 STDAPI DllUnregisterServer() {
-    return Unregister(Scope::Machine);
+    return Unregister(RegistrationScope::Machine);
 }
 
 // regsvr32 /n /i:user registers for the present user alone, which needs no administrator.
 STDAPI DllInstall(BOOL install, const wchar_t* arguments) {
     const std::wstring_view wanted = arguments == nullptr ? L"" : arguments;
     if (wanted != L"" && wanted != L"user" && wanted != L"machine") return E_INVALIDARG;
-    const Scope scope = wanted == L"user" ? Scope::User : Scope::Machine;
+    const RegistrationScope scope = wanted == L"user" ? RegistrationScope::User : RegistrationScope::Machine;
     return install ? Register(scope) : Unregister(scope);
 }

@@ -169,8 +169,9 @@ public:
     // Whether an index has texts of this column with the same beginning beside each other.
     virtual bool HasPrefixes(int index, std::size_t column) const = 0;
 
-    // One value per column, of the column's type, Null, or Empty for "not given" (a counter numbers itself, everything
-    // else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their like.
+    // One value per column, of the column's type, Null, or Empty for "not given" (an autonumber column numbers itself,
+    // everything else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their
+    // like.
     virtual RowId Insert(std::span<const Value> values) = 0;
 
     // Around many insertions of one statement: a duplicate key may show as late as EndInserts. CancelInserts may follow
@@ -188,12 +189,12 @@ public:
     }
     virtual void Delete(RowId row) = 0;
 
-    // Takes the next number of the counter column for a row that is still to come; nothing where numbers are given by
-    // the insertion alone.
-    virtual std::optional<std::int32_t> TakeCounter() { return std::nullopt; }
+    // Takes the next number of the autonumber column for a row that is still to come; nothing where numbers are given
+    // by the insertion alone.
+    virtual std::optional<std::int32_t> TakeAutonumber() { return std::nullopt; }
 
-    // The number that the last Insert gave to the counter column, 0 if there is none.
-    virtual std::int32_t LastCounter() const = 0;
+    // The number that the last Insert gave to the autonumber column, 0 if there is none.
+    virtual std::int32_t LastAutonumber() const = 0;
 };
 
 // REFERENCES in a table definition.
@@ -206,7 +207,7 @@ struct Reference {
     bool cascade_delete = false;
 };
 
-struct TableDefinition {
+struct TableSchema {
     std::u16string name;
     std::vector<Column> columns;
     std::vector<Index> indexes;
@@ -237,7 +238,7 @@ public:
     // The SELECT statement of a saved query; nothing when there is none of that name.
     virtual std::optional<std::u16string> FindQuery(std::u16string_view name) = 0;
 
-    virtual void CreateTable(const TableDefinition& definition) = 0;
+    virtual void CreateTable(const TableSchema& schema) = 0;
     virtual void DropTable(std::u16string_view name) = 0;
     virtual void CreateIndex(std::u16string_view table, const Index& index) = 0;
     virtual void DropIndex(std::u16string_view table, std::u16string_view index) = 0;

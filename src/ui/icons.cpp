@@ -8,7 +8,7 @@ namespace qmtrain::ui {
 namespace {
 
 // What stands inside a 16 by 16 drawing.
-const char* Shape(Icon icon) {
+const char* ShapesOf(Icon icon) {
     switch (icon) {
         case Icon::Pass:
             return R"(<circle cx="8" cy="8" r="7" fill="#2e9d4f"/>
@@ -74,7 +74,7 @@ std::string Greyed(std::string drawing) {
 wxBitmapBundle GetIcon(Icon icon, int size, IconState state) {
     const std::string drawing =
         std::string(R"(<svg xmlns="http://www.w3.org/2000/svg" width="16" height="16" viewBox="0 0 16 16">)") +
-        Shape(icon) + "</svg>";
+        ShapesOf(icon) + "</svg>";
     const std::string shown = state == IconState::Enabled ? drawing : Greyed(drawing);
     return wxBitmapBundle::FromSVG(shown.c_str(), wxSize(size, size));
 }

@@ -299,7 +299,7 @@ TEST_F(BankFileTest, RandomQuestionsComeBackFromTheBank) {
     EXPECT_EQ(stored.size() + plan.recognition.Count(Recognised::As::Repeated), questions.size());
     const Recognition again = Recognise(stored, questions);
     EXPECT_EQ(again.Count(Recognised::As::Same) + again.Count(Recognised::As::Repeated), questions.size());
-    for (const Format format : {Format::Csv, Format::MoodleXml}) {
+    for (const QuestionFormat format : {QuestionFormat::Csv, QuestionFormat::MoodleXml}) {
         std::vector<Notice> notices;
         const Recognition exported =
             Recognise(stored, ReadQuestions(WriteQuestions(stored, format, notices), format).questions);

@@ -155,24 +155,25 @@ TEST(TextFile, KnowsEncodings) {
 }
 
 TEST(Formats, AreFoundOut) {
-    EXPECT_EQ(DetectFormat(u"a.txt", "x\nA. 1\nB. 2\nANSWER: A"), Format::Aiken);
-    EXPECT_EQ(DetectFormat(u"a.txt", "甲{T}"), Format::Gift);
-    EXPECT_EQ(DetectFormat(u"a.txt", "\xEF\xBB\xBF<?xml version='1.0'?><quiz/>"), Format::MoodleXml);
-    EXPECT_EQ(DetectFormat(u"A.CSV", "x"), Format::Csv);
+    EXPECT_EQ(DetectFormat(u"a.txt", "x\nA. 1\nB. 2\nANSWER: A"), QuestionFormat::Aiken);
+    EXPECT_EQ(DetectFormat(u"a.txt", "甲{T}"), QuestionFormat::Gift);
+    EXPECT_EQ(DetectFormat(u"a.txt", "\xEF\xBB\xBF<?xml version='1.0'?><quiz/>"), QuestionFormat::MoodleXml);
+    EXPECT_EQ(DetectFormat(u"A.CSV", "x"), QuestionFormat::Csv);
     // A part of an ending is none; and a bad byte does not hide the format.
     for (const char16_t* name : {u"q.c", u"q.t", u"q.x", u"q.gif", u"q.", u"q.csv "}) {
-        EXPECT_EQ(DetectFormat(name, "x\nA. 1\nB. 2\nANSWER: A"), Format::Aiken) << ToUtf8(name);
+        EXPECT_EQ(DetectFormat(name, "x\nA. 1\nB. 2\nANSWER: A"), QuestionFormat::Aiken) << ToUtf8(name);
     }
-    EXPECT_EQ(DetectFormat(u"a.txt", ToCodePage(u"题型,题干,答案\n判断,甲,对", 936).value() + "\n\xFF"), Format::Csv);
-    EXPECT_EQ(DetectFormat(u"a.txt", "x\nA. 1\nB. 2\nAnswer: A"), Format::Aiken);
+    EXPECT_EQ(DetectFormat(u"a.txt", ToCodePage(u"题型,题干,答案\n判断,甲,对", 936).value() + "\n\xFF"),
+              QuestionFormat::Csv);
+    EXPECT_EQ(DetectFormat(u"a.txt", "x\nA. 1\nB. 2\nAnswer: A"), QuestionFormat::Aiken);
     const struct {
-        Format format;
+        QuestionFormat format;
         const char16_t* text;
     } texts[] = {
-        {Format::Csv, u"\n题型\t题干\tA\tB\t答案\n单选\t{甲}\t1\t2\tA"},
-        {Format::Aiken, u"甲\nA. 1\nB. 2\nANSWER: A"},
-        {Format::Gift, u"甲\t乙{T}"},
-        {Format::MoodleXml, u"<?xml version='1.0'?><quiz></quiz>"},
+        {QuestionFormat::Csv, u"\n题型\t题干\tA\tB\t答案\n单选\t{甲}\t1\t2\tA"},
+        {QuestionFormat::Aiken, u"甲\nA. 1\nB. 2\nANSWER: A"},
+        {QuestionFormat::Gift, u"甲\t乙{T}"},
+        {QuestionFormat::MoodleXml, u"<?xml version='1.0'?><quiz></quiz>"},
     };
     for (const auto& one : texts) {
         for (const std::string& bytes : {ToUtf8(one.text), Utf16(one.text), ToCodePage(one.text, 936).value()}) {
@@ -181,8 +182,8 @@ TEST(Formats, AreFoundOut) {
     }
     std::u16string large = texts[0].text;
     while (large.size() < 100'000) large += u"\n单选\t题，\t1\t2\tA";
-    EXPECT_EQ(DetectFormat(u"a.txt", ToUtf8(large)), Format::Csv);
-    EXPECT_EQ(DetectFormat(u"a.txt", Utf16(large)), Format::Csv);
+    EXPECT_EQ(DetectFormat(u"a.txt", ToUtf8(large)), QuestionFormat::Csv);
+    EXPECT_EQ(DetectFormat(u"a.txt", Utf16(large)), QuestionFormat::Csv);
     for (const auto& [bytes, reason] : {std::pair{"PK\x03\x04zip", "Excel"}, std::pair{"%PDF-1.4", "PDF"},
                                         std::pair{"", "空"}, std::pair{"just words", "看不出"}}) {
         try {
@@ -195,17 +196,17 @@ TEST(Formats, AreFoundOut) {
 }
 
 TEST(Formats, NothingReadIsTold) {
-    const std::pair<Format, std::string> files[] = {{Format::Gift, "// 注释\n"},
-                                                    {Format::Aiken, "\n\n"},
-                                                    {Format::Csv, "题干,答案\n"},
-                                                    {Format::MoodleXml, "<quiz/>"}};
+    const std::pair<QuestionFormat, std::string> files[] = {{QuestionFormat::Gift, "// 注释\n"},
+                                                            {QuestionFormat::Aiken, "\n\n"},
+                                                            {QuestionFormat::Csv, "题干,答案\n"},
+                                                            {QuestionFormat::MoodleXml, "<quiz/>"}};
     for (const auto& [format, bytes] : files) {
         EXPECT_EQ(Shown(ReadQuestions(bytes, format)), "错误：按 " + ToUtf8(NameOf(format)) + " 格式没有读出试题。\n");
     }
 }
 
 TEST(CsvTemplate, IsReadWithoutANotice) {
-    const Import import = ReadQuestions(CsvTemplate(), Format::Csv);
+    const Import import = ReadQuestions(CsvTemplate(), QuestionFormat::Csv);
     EXPECT_EQ(import.questions.size(), 5U);
     EXPECT_TRUE(import.notices.empty()) << Shown(import);
 }

@@ -10,13 +10,14 @@
 namespace qmtrain::exchange {
 namespace {
 
-class DamageTest : public testing::TestWithParam<Format> {};
+class DamageTest : public testing::TestWithParam<QuestionFormat> {};
 
-std::string Seed(Format format, unsigned seed) {
-    if (format == Format::Aiken) return "一加一是?\nA. 一\nB. 二\nANSWER: B\n\n天是?\nA) 蓝\nB) 绿\nANSWER: A\n";
+std::string Seed(QuestionFormat format, unsigned seed) {
+    if (format == QuestionFormat::Aiken)
+        return "一加一是?\nA. 一\nB. 二\nANSWER: B\n\n天是?\nA) 蓝\nB) 绿\nANSWER: A\n";
     std::vector<Notice> notices;
-    return WriteQuestions(RandomQuestions(seed).Make(4, format != Format::Gift, format != Format::Gift), format,
-                          notices);
+    return WriteQuestions(RandomQuestions(seed).Make(4, format != QuestionFormat::Gift, format != QuestionFormat::Gift),
+                          format, notices);
 }
 
 TEST_P(DamageTest, NothingWrongComesOfIt) {
@@ -40,7 +41,8 @@ TEST_P(DamageTest, NothingWrongComesOfIt) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, DamageTest,
-                         testing::Values(Format::Gift, Format::Aiken, Format::Csv, Format::MoodleXml),
+                         testing::Values(QuestionFormat::Gift, QuestionFormat::Aiken, QuestionFormat::Csv,
+                                         QuestionFormat::MoodleXml),
                          [](const auto& info) { return std::to_string(static_cast<int>(info.param)); });
 
 }  // namespace

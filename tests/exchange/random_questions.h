@@ -50,7 +50,7 @@ private:
         return kWords[Number(0, std::size(kWords) - 1)];
     }
 
-    document::CharacterFormat Format() {
+    document::CharacterFormat RandomFormat() {
         document::CharacterFormat format;
         if (Number(0, 2) != 0) return format;
         format.bold = Number(0, 2) == 0;
@@ -75,7 +75,7 @@ private:
             }
             text.SetParagraphFormat(paragraph);
             for (int run = Number(1, 3); run > 0; --run) {
-                text.AppendText(Word(), plain ? document::CharacterFormat{} : Format());
+                text.AppendText(Word(), plain ? document::CharacterFormat{} : RandomFormat());
                 if (!plain && Number(0, 9) == 0) {
                     text.AppendPicture(
                         {document::Picture::Kind::Png, DotBytes(), 15 * Number(1, 90), 15 * Number(1, 90)});

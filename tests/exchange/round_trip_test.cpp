@@ -14,7 +14,7 @@ namespace qmtrain::exchange {
 namespace {
 
 struct FormatCase {
-    Format format;
+    QuestionFormat format;
     bool several_blanks;
     bool more;
 };
@@ -40,12 +40,13 @@ TEST_P(RoundTripTest, GivesTheSameQuestions) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, RoundTripTest,
-                         testing::Values(FormatCase{Format::Gift, false, false}, FormatCase{Format::Csv, true, true},
-                                         FormatCase{Format::MoodleXml, true, true}),
+                         testing::Values(FormatCase{QuestionFormat::Gift, false, false},
+                                         FormatCase{QuestionFormat::Csv, true, true},
+                                         FormatCase{QuestionFormat::MoodleXml, true, true}),
                          [](const auto& info) {
-                             return info.param.format == Format::Gift  ? "Gift"
-                                    : info.param.format == Format::Csv ? "Csv"
-                                                                       : "MoodleXml";
+                             return info.param.format == QuestionFormat::Gift  ? "Gift"
+                                    : info.param.format == QuestionFormat::Csv ? "Csv"
+                                                                               : "MoodleXml";
                          });
 
 // The bank's own category stays as it is stored, whatever signs of paths it has.
@@ -56,7 +57,7 @@ TEST(Categories, ComeBackFromEveryFormat) {
         question.kind = QuestionKind::YesNo;
         question.stem = PlainRichText(u"甲");
         question.category = category;
-        for (const Format format : {Format::Gift, Format::MoodleXml, Format::Csv}) {
+        for (const QuestionFormat format : {QuestionFormat::Gift, QuestionFormat::MoodleXml, QuestionFormat::Csv}) {
             std::vector<Notice> notices;
             const Import read = ReadQuestions(WriteQuestions(std::span(&question, 1), format, notices), format);
             ASSERT_EQ(read.questions.size(), 1U) << ToUtf8(category);
@@ -78,16 +79,16 @@ TEST(Incomplete, IsNotWrittenAsSomethingElse) {
     questions[3].kind = QuestionKind::Fill;
     questions[3].blanks = {{u""}};
     questions[4].kind = QuestionKind::YesNo;
-    for (const Format format : {Format::Gift, Format::MoodleXml, Format::Csv}) {
+    for (const QuestionFormat format : {QuestionFormat::Gift, QuestionFormat::MoodleXml, QuestionFormat::Csv}) {
         std::vector<Notice> notices;
         const std::string file = WriteQuestions(questions, format, notices);
         ASSERT_EQ(notices.size(), 4U) << ToUtf8(NameOf(format));
-        EXPECT_EQ(ToUtf8(notices[0].Text()), format == Format::Csv
+        EXPECT_EQ(ToUtf8(notices[0].Text()), format == QuestionFormat::Csv
                                                  ? "“DS00”：选择项少于两个。再导入以前请在表格中补全。"
                                                  : "“DS00”：略过：选择项少于两个。");
         const Import read = ReadQuestions(file, format);
         EXPECT_EQ(Shown(Import{read.questions, {}}), "是非题|甲|错|编号:DS04\n") << ToUtf8(NameOf(format));
-        EXPECT_EQ(read.Count(Notice::Kind::Error), format == Format::Csv ? 4U : 0U);
+        EXPECT_EQ(read.Count(Notice::Kind::Error), format == QuestionFormat::Csv ? 4U : 0U);
     }
 }
 
@@ -99,7 +100,7 @@ TEST(Metafiles, ComeBackFromEveryFormat) {
     question.stem = PlainRichText(u"图");
     question.stem.AppendPicture({document::Picture::Kind::Metafile, drawing, 600, 300});
     question.options = {{PlainRichText(u"一"), true}, {PlainRichText(u"二"), false}};
-    for (const Format format : {Format::Gift, Format::Csv, Format::MoodleXml}) {
+    for (const QuestionFormat format : {QuestionFormat::Gift, QuestionFormat::Csv, QuestionFormat::MoodleXml}) {
         std::vector<Notice> notices;
         const std::string file = WriteQuestions(std::span(&question, 1), format, notices);
         ASSERT_EQ(notices.size(), 1U);

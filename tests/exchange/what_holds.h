@@ -14,7 +14,7 @@ namespace qmtrain::exchange {
 
 // Empty when all of it holds: what is read can go into a bank, is shown there as it was, and comes back from every
 // format that can hold it.
-inline std::string Broken(std::string_view bytes, Format format) {
+inline std::string Broken(std::string_view bytes, QuestionFormat format) {
     Import import;
     try {
         import = ReadQuestions(std::string(bytes), format);
@@ -27,7 +27,7 @@ inline std::string Broken(std::string_view bytes, Format format) {
         const document::RichText shown = ui::StoredText(StoredText(question.stem), ui::Placeholders::Go);
         if (Canonical(shown) != question.stem && WarningOf(question).empty()) return "a stem that is shown otherwise";
     }
-    for (const Format other : {Format::Gift, Format::Csv, Format::MoodleXml}) {
+    for (const QuestionFormat other : {QuestionFormat::Gift, QuestionFormat::Csv, QuestionFormat::MoodleXml}) {
         std::vector<Notice> notices;
         const std::string file = WriteQuestions(import.questions, other, notices);
         Import again;
@@ -39,7 +39,7 @@ inline std::string Broken(std::string_view bytes, Format format) {
         std::vector<const Question*> written;
         for (const Question& question : import.questions) {
             const bool several = question.kind == QuestionKind::Fill && question.blanks.size() > 1;
-            if (other != Format::Gift || !several) written.push_back(&question);
+            if (other != QuestionFormat::Gift || !several) written.push_back(&question);
         }
         if (again.questions.size() != written.size()) return "a question that a format loses";
         for (std::size_t i = 0; i < written.size(); ++i) {

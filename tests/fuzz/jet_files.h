@@ -20,7 +20,7 @@ inline MemoryFiles::Content SmallDatabase(bool with_tables, jet::Version version
         jet::Database::Writing writing(*database);
         if (with_tables) {
             database->CreateTable({.name = u"A",
-                                   .columns = {{.name = u"N", .type = ColumnType::Long, .counter = true},
+                                   .columns = {{.name = u"N", .type = ColumnType::Long, .autonumber = true},
                                                {.name = u"T", .size = 50},
                                                {.name = u"M", .type = ColumnType::Memo},
                                                {.name = u"O", .type = ColumnType::LongBinary},

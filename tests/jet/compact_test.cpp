@@ -30,7 +30,7 @@ struct Shape {
     bool operator==(const Shape&) const = default;
 };
 
-std::u16string Described(const StoredColumn& column, const Format& format) {
+std::u16string Described(const StoredColumn& column, const FileFormat& format) {
     const std::size_t unit = column.type == ColumnType::Text ? format.text_unit : 1;
     return column.name + u" " + ToText(column.foreign_type.value_or(StoredType(column.type))) + u" " +
            ToText(column.flags) + u" " + ToText(column.ordinal) + u" " +
@@ -180,7 +180,7 @@ TEST_F(CompactTest, ThereAndBackAgain) {
     ExpectClean(*copy);
 }
 
-// What was deleted leaves no trace, the counter goes on where it was, and what was refused is refused.
+// What was deleted leaves no trace, the autonumber goes on where it was, and what was refused is refused.
 TEST_F(CompactTest, LeavesTheGapsBehind) {
     for (const Version version : {Version::Jet3, Version::Jet4}) {
         std::filesystem::remove(Old());
@@ -188,7 +188,7 @@ TEST_F(CompactTest, LeavesTheGapsBehind) {
             const auto database = Database::Create(Old(), {.version = version}, {.durable = false});
             Write(*database, [&] {
                 database->CreateTable({.name = u"Notes",
-                                       .columns = {{.name = u"NoteID", .type = ColumnType::Long, .counter = true},
+                                       .columns = {{.name = u"NoteID", .type = ColumnType::Long, .autonumber = true},
                                                    {.name = u"Gone", .type = ColumnType::Double},
                                                    {.name = u"Name", .required = true},
                                                    {.name = u"Content", .type = ColumnType::Memo}},

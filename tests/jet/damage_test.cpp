@@ -182,7 +182,7 @@ TEST_P(DamageOfOurs, FilesThatCannotBeOpened) {
 
 // A healthy file and where its parts are.
 struct Anatomy {
-    const Format& form;
+    const FileFormat& form;
     Content content = {};
     PageNumber definition = 0;           // of a table with rows, memos and an index of two levels
     PageNumber long_definition = 0;      // of a table whose definition fills several pages
@@ -244,7 +244,7 @@ Anatomy MakeHealthy(Version version) {
     Anatomy anatomy{.form = FormatOf(version)};
     test::Write(*database, [&] {
         database->CreateTable({.name = own(u"笔记"),
-                               .columns = {{.name = own(u"编号"), .type = ColumnType::Long, .counter = true},
+                               .columns = {{.name = own(u"编号"), .type = ColumnType::Long, .autonumber = true},
                                            {.name = own(u"标题"), .size = 50, .required = true},
                                            {.name = own(u"内容"), .type = ColumnType::Memo}},
                                .indexes = {{.name = u"PrimaryKey", .columns = {{own(u"编号")}}, .primary = true},

@@ -24,7 +24,7 @@ TableSpec EveryType(Version version) {
     using enum ColumnType;
     TableSpec table;
     table.name = u"全部类型";
-    table.columns = {{.name = u"编号", .type = Long, .counter = true},
+    table.columns = {{.name = u"编号", .type = Long, .autonumber = true},
                      {.name = u"是否", .type = Boolean},
                      {.name = u"字节", .type = Byte},
                      {.name = u"整数", .type = Integer},

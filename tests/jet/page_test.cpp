@@ -288,7 +288,7 @@ TEST(Header, MaskStartsAsKnown) {
 }
 
 TEST(Header, WhatIsWrittenIsRead) {
-    for (const Format* format : {&kJet3, &kJet4}) {
+    for (const FileFormat* format : {&kJet3, &kJet4}) {
         for (const double created : {38454.5, -5.5, 0.0}) {
             Bytes page(format->page_size);
             WriteHeader(

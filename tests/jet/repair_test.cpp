@@ -44,7 +44,7 @@ protected:
 };
 
 TEST_P(RepairTest, MakesIndexesAndCountsAnew) {
-    const Format& format = FormatOf(GetParam());
+    const FileFormat& format = FormatOf(GetParam());
     PageNumber definition = 0;
     PageNumber root = 0;
     PageNumber leaf = 0;

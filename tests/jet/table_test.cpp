@@ -58,7 +58,7 @@ TEST_P(TableTest, RefusesWhatBreaksAConstraintAndChangesNothing) {
     auto database = Create();
     Write(*database, [&] {
         database->CreateTable({.name = u"Notes",
-                               .columns = {{.name = u"NoteID", .type = ColumnType::Long, .counter = true},
+                               .columns = {{.name = u"NoteID", .type = ColumnType::Long, .autonumber = true},
                                            {.name = u"Code", .size = 5, .required = true, .allow_zero_length = false},
                                            {.name = u"Name", .size = 10},
                                            {.name = u"Kind", .type = ColumnType::Byte},
@@ -89,7 +89,7 @@ TEST_P(TableTest, RefusesWhatBreaksAConstraintAndChangesNothing) {
         EXPECT_EQ(ErrorOf([&] { Insert(*database, u"Notes", c.row); }), static_cast<int>(c.error)) << c.name;
         EXPECT_EQ(Rows(*database, u"Notes").size(), 1U) << c.name;
     }
-    // Refused insertions did not use up numbers; the counter follows an explicit one.
+    // Refused insertions did not use up numbers; the autonumber follows an explicit one.
     Insert(*database, u"Notes", {7, u"c2", u"a", kind(2), {}});
     Insert(*database, u"Notes", {{}, u"c3", u"b", kind(2), {}});
     EXPECT_EQ(Rows(*database, u"Notes").back()[0], Value(8));
@@ -183,7 +183,7 @@ TEST_P(TableTest, StructureChangesKeepTheRows) {
               duplicate);
     Write(*database, [&] {
         database->CreateIndex(u"T", {.name = u"IA", .columns = {{u"A", false}, {u"B"}}, .unique = true});
-        database->AddColumn(u"T", {.name = u"N", .type = ColumnType::Long, .counter = true});
+        database->AddColumn(u"T", {.name = u"N", .type = ColumnType::Long, .autonumber = true});
         database->AddColumn(u"T", {.name = u"D", .type = ColumnType::Double, .default_expression = u"1.5"});
         database->AddColumn(u"T", {.name = u"M2", .type = ColumnType::Memo});
     });

@@ -30,7 +30,7 @@ protected:
     void MakeTables() {
         using enum ColumnType;
         TableSpec results = {.name = u"TrainResult",
-                             .columns = {{.name = u"ResultID", .type = Long, .counter = true},
+                             .columns = {{.name = u"ResultID", .type = Long, .autonumber = true},
                                          {.name = u"题号", .size = 40},
                                          {.name = u"答案", .size = 200},
                                          {.name = u"Done", .type = Boolean},

@@ -16,7 +16,7 @@ constexpr std::size_t kLittleMemory = std::size_t{64} << 20;
 
 class BigFileTest : public testing::TestWithParam<jet::Version> {
 protected:
-    static const jet::Format& Form() { return jet::FormatOf(GetParam()); }
+    static const jet::FileFormat& Form() { return jet::FormatOf(GetParam()); }
     std::filesystem::path Path() const { return folder_.Path() / "big.mdb"; }
     std::unique_ptr<jet::Database> Open() const {
         return jet::Database::Open(Path(), {.cache_bytes = 4 << 20, .durable = false});

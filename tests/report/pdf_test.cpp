@@ -28,7 +28,7 @@ protected:
         const auto victim = folder_.Path() / "victim";
         std::ofstream(victim) << "old";
         std::filesystem::create_symlink(victim, folder_.Path() / "report.pdf.part");
-        WriteReport(report, Format::Pdf, FromNativePath(file));
+        WriteReport(report, ReportFormat::Pdf, FromNativePath(file));
         EXPECT_EQ(std::filesystem::file_size(victim), 3U) << "no link is written through";
         std::filesystem::remove(folder_.Path() / "report.pdf.part");
         const std::string command = "pdftotext -layout '" + file.string() + "' -";

@@ -105,8 +105,8 @@ bool MemoryTable::EntryLess::operator()(const Entry& a, const Entry& b) const {
     return order != 0 ? order < 0 : a.row < b.row;
 }
 
-MemoryTable::MemoryTable(TableDefinition definition) : definition_(std::move(definition)) {
-    for (const Index& index : definition_.indexes) entries_.push_back(MakeEntries(index));
+MemoryTable::MemoryTable(TableSchema schema) : schema_(std::move(schema)) {
+    for (const Index& index : schema_.indexes) entries_.push_back(MakeEntries(index));
 }
 
 MemoryTable::Entries MemoryTable::MakeEntries(const Index& index) const {
@@ -164,11 +164,11 @@ std::unique_ptr<Cursor> MemoryTable::OpenCursor() {
 }
 
 bool MemoryTable::CanSeek(int index, std::span<const Value> values) const {
-    return seeks_ && values.size() <= definition_.indexes[index].columns.size();
+    return seeks_ && values.size() <= schema_.indexes[index].columns.size();
 }
 
 std::optional<MemoryTable::Entry> MemoryTable::MakeEntry(std::size_t index, std::uint32_t row) const {
-    const Index& definition = definition_.indexes[index];
+    const Index& definition = schema_.indexes[index];
     Entry entry{{}, row};
     bool all_null = true;
     for (const IndexColumn& column : definition.columns) {
@@ -189,9 +189,9 @@ void MemoryTable::AddEntries(std::uint32_t row) {
         const auto next = entries_[i].lower_bound(Entry{entry->key, 0});
         const bool taken =
             next != entries_[i].end() && entries_[i].key_comp().Compare(next->key, entry->key, entry->key.size()) == 0;
-        if (definition_.indexes[i].unique && taken && !has_null) {
+        if (schema_.indexes[i].unique && taken && !has_null) {
             RemoveEntries(row);
-            Raise(ErrorNumber::DuplicateKey, {definition_.indexes[i].name});
+            Raise(ErrorNumber::DuplicateKey, {schema_.indexes[i].name});
         }
         entries_[i].insert(*entry);
     }
@@ -203,20 +203,20 @@ void MemoryTable::RemoveEntries(std::uint32_t row) {
 
 void MemoryTable::CheckRow(const Row& row) const {
     for (std::size_t i = 0; i < row.size(); ++i) {
-        const Column& column = definition_.columns[i];
+        const Column& column = schema_.columns[i];
         if (column.required && row[i].IsNull()) Raise(ErrorNumber::FieldRequired, {column.name});
     }
 }
 
 RowId MemoryTable::Insert(std::span<const Value> values) {
     Row row(values.begin(), values.end());
-    std::int32_t counter = last_counter_;
+    std::int32_t autonumber = last_autonumber_;
     for (std::size_t i = 0; i < row.size(); ++i) {
-        if (definition_.columns[i].counter) {
-            counter = row[i].IsEmpty() ? last_counter_ + 1 : row[i].As<std::int32_t>();
-            row[i] = counter;
+        if (schema_.columns[i].autonumber) {
+            autonumber = row[i].IsEmpty() ? last_autonumber_ + 1 : row[i].As<std::int32_t>();
+            row[i] = autonumber;
         } else if (row[i].IsEmpty()) {
-            if (definition_.columns[i].type == ColumnType::Boolean)
+            if (schema_.columns[i].type == ColumnType::Boolean)
                 row[i] = false;
             else
                 row[i] = Null{};
@@ -231,7 +231,7 @@ RowId MemoryTable::Insert(std::span<const Value> values) {
         rows_.pop_back();
         throw;
     }
-    last_counter_ = std::max(last_counter_, counter);
+    last_autonumber_ = std::max(last_autonumber_, autonumber);
     ++count_;
     return {number};
 }
@@ -259,7 +259,7 @@ void MemoryTable::Delete(RowId row) {
 }
 
 void MemoryTable::AddIndex(const Index& index) {
-    definition_.indexes.push_back(index);
+    schema_.indexes.push_back(index);
     entries_.push_back(MakeEntries(index));
     for (std::uint32_t row = 1; row <= rows_.size(); ++row) {
         if (!rows_[row - 1]) continue;
@@ -268,9 +268,9 @@ void MemoryTable::AddIndex(const Index& index) {
 }
 
 void MemoryTable::DropIndex(std::u16string_view name) {
-    for (std::size_t i = 0; i < definition_.indexes.size(); ++i) {
-        if (!EqualNames(definition_.indexes[i].name, name)) continue;
-        definition_.indexes.erase(definition_.indexes.begin() + i);
+    for (std::size_t i = 0; i < schema_.indexes.size(); ++i) {
+        if (!EqualNames(schema_.indexes[i].name, name)) continue;
+        schema_.indexes.erase(schema_.indexes.begin() + i);
         entries_.erase(entries_.begin() + i);
         return;
     }
@@ -278,17 +278,16 @@ void MemoryTable::DropIndex(std::u16string_view name) {
 }
 
 void MemoryTable::AddColumn(const Column& column) {
-    definition_.columns.push_back(column);
+    schema_.columns.push_back(column);
     for (auto& row : rows_) {
         if (row) row->push_back(Null{});
     }
 }
 
 void MemoryTable::DropColumn(std::u16string_view name) {
-    const auto found =
-        std::ranges::find_if(definition_.columns, [&](const Column& c) { return EqualNames(c.name, name); });
-    const auto place = found - definition_.columns.begin();
-    definition_.columns.erase(found);
+    const auto found = std::ranges::find_if(schema_.columns, [&](const Column& c) { return EqualNames(c.name, name); });
+    const auto place = found - schema_.columns.begin();
+    schema_.columns.erase(found);
     for (auto& row : rows_) {
         if (row) row->erase(row->begin() + place);
     }
@@ -314,8 +313,8 @@ void MemoryCatalog::SaveQuery(std::u16string_view name, std::u16string_view text
     queries_[FoldName(name)] = text;
 }
 
-void MemoryCatalog::CreateTable(const TableDefinition& definition) {
-    tables_[FoldName(definition.name)] = std::make_shared<MemoryTable>(definition);
+void MemoryCatalog::CreateTable(const TableSchema& schema) {
+    tables_[FoldName(schema.name)] = std::make_shared<MemoryTable>(schema);
 }
 
 void MemoryCatalog::DropTable(std::u16string_view name) {

@@ -24,11 +24,11 @@ struct Reads {
 
 class MemoryTable : public Table {
 public:
-    explicit MemoryTable(TableDefinition definition);
+    explicit MemoryTable(TableSchema schema);
 
-    const std::u16string& Name() const override { return definition_.name; }
-    const std::vector<Column>& Columns() const override { return definition_.columns; }
-    const std::vector<Index>& Indexes() const override { return definition_.indexes; }
+    const std::u16string& Name() const override { return schema_.name; }
+    const std::vector<Column>& Columns() const override { return schema_.columns; }
+    const std::vector<Index>& Indexes() const override { return schema_.indexes; }
     std::int64_t RowCount() override { return count_; }
     std::int64_t EstimatedRows() override { return count_; }
     double EstimatedRows(int index, const KeyRange& range) override;
@@ -40,14 +40,14 @@ public:
     RowId Insert(std::span<const Value> values) override;
     void Update(RowId row, std::span<const Assignment> changes) override;
     void Delete(RowId row) override;
-    std::int32_t LastCounter() const override { return last_counter_; }
+    std::int32_t LastAutonumber() const override { return last_autonumber_; }
 
     void AddIndex(const Index& index);
     void DropIndex(std::u16string_view name);
     void AddColumn(const Column& column);
     void DropColumn(std::u16string_view name);
-    const std::vector<Reference>& References() const { return definition_.references; }
-    void AddReference(const Reference& reference) { definition_.references.push_back(reference); }
+    const std::vector<Reference>& References() const { return schema_.references; }
+    void AddReference(const Reference& reference) { schema_.references.push_back(reference); }
 
     // No index can be used from now on, as with a text order that is not known.
     void RefuseSeeks() { seeks_ = false; }
@@ -77,11 +77,11 @@ private:
     void RemoveEntries(std::uint32_t row);
     Entries MakeEntries(const Index& index) const;
 
-    TableDefinition definition_;
+    TableSchema schema_;
     std::vector<std::optional<Row>> rows_;  // by row number - 1
     std::vector<Entries> entries_;          // by index
     std::int64_t count_ = 0;
-    std::int32_t last_counter_ = 0;
+    std::int32_t last_autonumber_ = 0;
     bool seeks_ = true;
 };
 
@@ -89,7 +89,7 @@ class MemoryCatalog : public Catalog {
 public:
     std::shared_ptr<Table> FindTable(std::u16string_view name) override;
     std::optional<std::u16string> FindQuery(std::u16string_view name) override;
-    void CreateTable(const TableDefinition& definition) override;
+    void CreateTable(const TableSchema& schema) override;
     void DropTable(std::u16string_view name) override;
     void CreateIndex(std::u16string_view table, const Index& index) override;
     void DropIndex(std::u16string_view table, std::u16string_view index) override;

@@ -49,6 +49,8 @@ TEST_F(JetsqlTest, WritesRows) {
     EXPECT_EQ(
         Run({"--json", "SELECT NoteID, 标题, CreateDate, Data FROM 笔记 WHERE NoteID = 1"}),
         "[\n{\"NoteID\":1,\"标题\":\"他说\\\"好\\\",\",\"CreateDate\":\"2005-04-12 12:00:00\",\"Data\":null}\n]\n");
+    EXPECT_EQ(Run({"--json", "SELECT Chr(9) & Chr(1) & '\\' & ChrW(55357) & ChrW(56834) & '好' & ChrW(55357) AS T"}),
+              "[\n{\"T\":\"\\t\\u0001\\\\😂好\uFFFD\uFFFD\uFFFD\"}\n]\n");
     EXPECT_EQ(Run({"--csv", "--dump", "笔记"}), Run({"--csv", select}));
     EXPECT_EQ(Run({"SELECT 1 AS A", "--csv", "SELECT 2 AS B"}), "\"A\"\r\n1\r\n\"B\"\r\n2\r\n");
 }

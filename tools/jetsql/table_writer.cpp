@@ -5,6 +5,8 @@
 #include <cmath>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "core/csv.h"
 #include "core/text.h"
 #include "value_text.h"
@@ -104,40 +106,11 @@ private:
         }
     }
 
-    static bool NeedsEscape(std::u16string_view text, std::size_t at) {
-        const char16_t unit = text[at];
-        if (unit < 0x20 || unit == u'"' || unit == u'\\') return true;
-        if (unit < 0xD800 || unit >= 0xE000) return false;
-        const bool low_follows = at + 1 < text.size() && text[at + 1] >= 0xDC00 && text[at + 1] < 0xE000;
-        const bool high_before = at > 0 && text[at - 1] >= 0xD800 && text[at - 1] < 0xDC00;
-        return unit < 0xDC00 ? !low_follows : !high_before;
-    }
-
+    // Half of a surrogate pair, which no UTF-8 has, becomes U+FFFD.
     static void AppendQuoted(std::u16string_view text, std::string& out) {
-        out.push_back('"');
-        std::size_t from = 0;
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            if (!NeedsEscape(text, i)) continue;
-            AppendUtf8(text.substr(from, i - from), out);
-            AppendEscape(text[i], out);
-            from = i + 1;
-        }
-        AppendUtf8(text.substr(from), out);
-        out.push_back('"');
-    }
-
-    static void AppendEscape(char16_t unit, std::string& out) {
-        out.push_back('\\');
-        switch (unit) {
-            case u'"': out.push_back('"'); return;
-            case u'\\': out.push_back('\\'); return;
-            case u'\n': out.push_back('n'); return;
-            case u'\r': out.push_back('r'); return;
-            case u'\t': out.push_back('t'); return;
-            default: break;
-        }
-        out.push_back('u');
-        AppendHex({static_cast<std::uint8_t>(unit >> 8), static_cast<std::uint8_t>(unit)}, out);
+        constexpr int kOneLine = -1;
+        const nlohmann::json quoted = ToUtf8(text);
+        out += quoted.dump(kOneLine, ' ', false, nlohmann::json::error_handler_t::replace);
     }
 
     Output& output_;

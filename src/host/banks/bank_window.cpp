@@ -376,8 +376,8 @@ void BankWindow::Export() {
                         wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
     if (dialog.ShowModal() != wxID_OK) return;
     Guarded([&] {
-        constexpr exchange::Format kFormats[] = {exchange::Format::MoodleXml, exchange::Format::Csv,
-                                                 exchange::Format::Gift};
+        constexpr exchange::QuestionFormat kFormats[] = {exchange::QuestionFormat::MoodleXml,
+                                                         exchange::QuestionFormat::Csv, exchange::QuestionFormat::Gift};
         constexpr const char* kEndings[] = {".xml", ".csv", ".gift"};
         const int kind = std::clamp(dialog.GetFilterIndex(), 0, 2);
         wxString file = dialog.GetPath();

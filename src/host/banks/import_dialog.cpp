@@ -26,8 +26,8 @@ constexpr int kPauseInTyping = 400;  // milliseconds
 constexpr int kNoticeHeight = 44;    // two lines, in pixels of an unscaled screen
 
 // In the order of the choice, behind the one that looks for itself.
-constexpr exchange::Format kFormats[] = {exchange::Format::Gift, exchange::Format::Aiken, exchange::Format::MoodleXml,
-                                         exchange::Format::Csv};
+constexpr exchange::QuestionFormat kFormats[] = {exchange::QuestionFormat::Gift, exchange::QuestionFormat::Aiken,
+                                                 exchange::QuestionFormat::MoodleXml, exchange::QuestionFormat::Csv};
 
 std::u16string Number(std::size_t number) {
     return ToText(static_cast<std::int64_t>(number));
@@ -75,7 +75,7 @@ void ImportDialog::Build(std::u16string_view code) {
     auto* format_row = new wxBoxSizer(wxHORIZONTAL);
     CboFormat = new wxChoice(format, wxID_ANY);
     CboFormat->Append(ui::ToWx(u"自动识别"));
-    for (const exchange::Format one : kFormats) CboFormat->Append(ui::ToWx(exchange::NameOf(one)));
+    for (const exchange::QuestionFormat one : kFormats) CboFormat->Append(ui::ToWx(exchange::NameOf(one)));
     CboFormat->SetSelection(0);
     SetSpokenName(*CboFormat, u"格式");
     BtnTemplate = new wxButton(format, wxID_ANY, ui::ToWx(u"表格样例(&T)…"));
@@ -201,7 +201,7 @@ void ImportDialog::PlanSoon() {
 
 void ImportDialog::Read(const std::vector<std::u16string>& files) {
     files_ = files;
-    std::optional<exchange::Format> format;
+    std::optional<exchange::QuestionFormat> format;
     if (const int chosen = CboFormat->GetSelection(); chosen > 0) format = kFormats[chosen - 1];
     read_ = {};
     problem_.clear();

@@ -25,6 +25,6 @@ int ExportReportCommand(const CommandWords& words);
 int ServerCommand(const CommandWords& words);
 
 // Writes it as the others do. Raises the component's error also where PDF files need a display and there is none.
-void WriteReportFile(const report::Report& report, report::Format format, std::u16string_view file);
+void WriteReportFile(const report::Report& report, report::ReportFormat format, std::u16string_view file);
 
 }  // namespace qmtrain::host

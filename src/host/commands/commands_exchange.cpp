@@ -100,7 +100,7 @@ DataFolder FolderOf(const std::string& data) {
     return folder;
 }
 
-std::optional<exchange::Format> FormatOf(const std::string& name) {
+std::optional<exchange::QuestionFormat> FormatOf(const std::string& name) {
     if (name.empty()) return std::nullopt;
     const auto format = exchange::FormatCalled(FromUtf8(name));
     if (!format) Refuse(u"没有格式“" + FromUtf8(name) + u"”；可以是 gift、aiken、xml、csv。");
@@ -196,12 +196,12 @@ int Import(const ImportOptions& options) {
 
 int Export(const std::string& bank, const std::string& file, const std::string& format_name, const std::string& data) {
     const DataFolder folder = FolderOf(data);
-    std::optional<exchange::Format> format = FormatOf(format_name);
+    std::optional<exchange::QuestionFormat> format = FormatOf(format_name);
     if (!format) {
         const std::u16string ending = ToLower(FromUtf8(file.substr(std::min(file.rfind('.'), file.size()))));
         format = exchange::FormatCalled(ending == u".txt" ? u"gift" : ending.substr(ending.empty() ? 0 : 1));
     }
-    if (!format || *format == exchange::Format::Aiken) Refuse(u"可以导出为 .gift、.xml 和 .csv 文件。");
+    if (!format || *format == exchange::QuestionFormat::Aiken) Refuse(u"可以导出为 .gift、.xml 和 .csv 文件。");
     std::vector<exchange::Question> questions;
     {
         TerminalProgress progress(u"正在读题库");
@@ -223,9 +223,10 @@ Paper PaperOf(const DataFolder& folder, std::int32_t number) {
     return *std::move(paper);
 }
 
-report::Format SheetFormat(const std::string& file) {
-    const std::pair<const char*, report::Format> endings[] = {
-        {".pdf", report::Format::Pdf}, {".html", report::Format::Html}, {".csv", report::Format::Csv}};
+report::ReportFormat SheetFormat(const std::string& file) {
+    const std::pair<const char*, report::ReportFormat> endings[] = {{".pdf", report::ReportFormat::Pdf},
+                                                                    {".html", report::ReportFormat::Html},
+                                                                    {".csv", report::ReportFormat::Csv}};
     for (const auto& [ending, format] : endings) {
         if (ToUtf8(ToLower(FromUtf8(file))).ends_with(ending)) return format;
     }
@@ -348,7 +349,7 @@ int PaperCommand(const CommandWords& words) {
             Say(u"已写入 " + FromNativePath(ToNativePath(target)) + u"：" + ToText(static_cast<std::int64_t>(count)) +
                 u" 题。");
         } else {
-            const report::Format format = SheetFormat(file);
+            const report::ReportFormat format = SheetFormat(file);
             TerminalProgress progress(u"正在读试题");
             const report::Report sheet =
                 PaperSheet(folder, net ? Edition::Network : Edition::StandAlone, PaperOf(folder, printed),

@@ -85,8 +85,8 @@ report::Report MakeReport(const std::string& command, const ExportOptions& optio
 
 }  // namespace
 
-void WriteReportFile(const report::Report& report, report::Format format, std::u16string_view file) {
-    if (format == report::Format::Pdf && report::CanWritePdf() && !ui::StartToolkit(u"qmtrain")) {
+void WriteReportFile(const report::Report& report, report::ReportFormat format, std::u16string_view file) {
+    if (format == report::ReportFormat::Pdf && report::CanWritePdf() && !ui::StartToolkit(u"qmtrain")) {
         Fail(u"写 PDF 需要显示设备（没有显示器时可以用 xvfb-run）。");
     }
     report::WriteReport(report, format, file);
@@ -102,7 +102,7 @@ int ExportReportCommand(const CommandWords& words) {
     if (options.common.user_named) RequireCandidate({options.common.data}, options.common.user);
     const report::Report made = MakeReport(words.front(), options);
     if (options.format == "pdf") {
-        WriteReportFile(made, report::Format::Pdf, FromUtf8(options.output));
+        WriteReportFile(made, report::ReportFormat::Pdf, FromUtf8(options.output));
         return 0;
     }
     const std::string text = options.format == "csv" ? report::ToCsv(made) : report::ToHtml(made);

@@ -133,7 +133,7 @@ std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& sele
         column = from.column;
         column.table = column.column = -1;
         if (i >= own) column.name = headings[i - own].IsNull() ? u"<>" : ToText(headings[i - own]);
-        infos.push_back({column.name, from.expression->Type(), ShapeOf(column)});
+        infos.push_back({column.name, from.expression->Type(), DataTypeOf(column)});
     }
     const Value::Type pivot = cells->outputs[groups].expression->Type();
     KeyTable given;

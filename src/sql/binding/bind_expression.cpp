@@ -161,7 +161,7 @@ ExpressionPtr ExpressionBinder::BindAggregate(const ast::Call& call, AggregateKi
     const Aggregate aggregate(call.star ? AggregateKind::CountRows : kind, argument);
     grouping->aggregates.push_back(aggregate);
     grouping->aggregate_texts.push_back(text);
-    const int column = grouping->output->AddColumn({{}, aggregate.ResultType(), aggregate.ResultShape()});
+    const int column = grouping->output->AddColumn({{}, aggregate.ResultType(), aggregate.ResultDataType()});
     return std::make_unique<SlotExpression>(*grouping->output, column);
 }
 

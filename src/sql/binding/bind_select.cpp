@@ -57,7 +57,7 @@ private:
         for (const ast::ExpressionPtr& item : part_.group_by) {
             ExpressionPtr key = binder_.Bind(*item);
             grouping_.key_texts.push_back(scope_.CanonicalText(*item));
-            columns.push_back({{}, key->Type(), key->GetShape()});
+            columns.push_back({{}, key->Type(), key->GetDataType()});
             select_.keys.push_back(plan_->Own(std::move(key)));
         }
         auto output = std::make_unique<RowsSource>(std::move(columns));
@@ -168,7 +168,7 @@ private:
     void FinishOutputs() {
         for (std::size_t i = 0; i < plan_->outputs.size(); ++i) {
             PlanOutput& output = plan_->outputs[i];
-            SetShape(output.column, output.expression->GetShape());
+            SetDataType(output.column, output.expression->GetDataType());
             const SlotExpression* column = output.expression->AsColumn();
             if (column == nullptr || select_.grouped) continue;
             const auto& sources = plan_->table_sources;

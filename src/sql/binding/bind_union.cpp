@@ -39,14 +39,14 @@ private:
     }
 
     // As many digits behind the point as either has.
-    static Shape WidestDecimal(const Shape& a, const Shape& b) {
-        const auto scale = [](const Shape& shape) {
+    static DataType WidestDecimal(const DataType& a, const DataType& b) {
+        const auto scale = [](const DataType& data_type) {
             constexpr int kOfCurrency = 4;
-            return shape.type == ColumnType::Decimal    ? shape.scale
-                   : shape.type == ColumnType::Currency ? kOfCurrency
-                                                        : 0;
+            return data_type.type == ColumnType::Decimal    ? data_type.scale
+                   : data_type.type == ColumnType::Currency ? kOfCurrency
+                                                            : 0;
         };
-        Shape widest = ShapeOf(Value::Type::Decimal);
+        DataType widest = DataTypeOf(Value::Type::Decimal);
         widest.scale = std::max(scale(a), scale(b));
         return widest;
     }
@@ -57,21 +57,21 @@ private:
             const PlanOutput& output = part.outputs[i];
             const Value::Type type = output.expression->Type();
             if (i == columns_.size()) {
-                columns_.push_back({output.column.name, type, output.expression->GetShape()});
+                columns_.push_back({output.column.name, type, output.expression->GetDataType()});
                 continue;
             }
             ColumnInfo& column = columns_[i];
             Value::Type common = CommonType(column.type, type);
             if (common == Value::Type::Empty) common = Value::Type::Text;
-            const bool same_shape = column.type == type && column.shape.type == output.column.type;
+            const bool same_type = column.type == type && column.data_type.type == output.column.type;
             if (common == Value::Type::Decimal)
-                column.shape = WidestDecimal(column.shape, output.expression->GetShape());
-            else if (same_shape)
-                column.shape.size = std::max(column.shape.size, output.column.size);
+                column.data_type = WidestDecimal(column.data_type, output.expression->GetDataType());
+            else if (same_type)
+                column.data_type.size = std::max(column.data_type.size, output.column.size);
             else
-                column.shape = common == type          ? output.expression->GetShape()
-                               : common == column.type ? column.shape
-                                                       : ShapeOf(common);
+                column.data_type = common == type          ? output.expression->GetDataType()
+                                   : common == column.type ? column.data_type
+                                                           : DataTypeOf(common);
             column.type = common;
         }
     }
@@ -90,7 +90,7 @@ private:
         for (std::size_t i = 0; i < source.Columns().size(); ++i) {
             PlanOutput output;
             output.column.name = source.Columns()[i].name;
-            SetShape(output.column, source.Columns()[i].shape);
+            SetDataType(output.column, source.Columns()[i].data_type);
             output.expression = &expressions[i];
             plan.outputs.push_back(std::move(output));
         }

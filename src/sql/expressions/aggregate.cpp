@@ -73,13 +73,13 @@ Value::Type Aggregate::ResultType() const {
     }
 }
 
-Shape Aggregate::ResultShape() const {
+DataType Aggregate::ResultDataType() const {
     const bool own = kind_ >= AggregateKind::Min && kind_ <= AggregateKind::Last;
     if (kind_ == AggregateKind::Sum && AddsDecimals()) {
         constexpr int kMostDigits = 28;
-        return {ColumnType::Decimal, 0, kMostDigits, argument_->GetShape().scale};
+        return {ColumnType::Decimal, 0, kMostDigits, argument_->GetDataType().scale};
     }
-    return own ? argument_->GetShape() : ShapeOf(ResultType());
+    return own ? argument_->GetDataType() : DataTypeOf(ResultType());
 }
 
 void Aggregate::Step(AggregateState& state, Value& slot) {

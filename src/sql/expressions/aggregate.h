@@ -30,7 +30,7 @@ public:
     AggregateKind Kind() const { return kind_; }
     const Expression* Argument() const { return argument_; }
     Value::Type ResultType() const;
-    Shape ResultShape() const;
+    DataType ResultDataType() const;
 
     // Takes in the current row.
     void Step(AggregateState& state, Value& slot);

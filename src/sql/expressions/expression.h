@@ -43,7 +43,7 @@ public:
     Value::Type Type() const { return type_; }
 
     // What a column made of it looks like.
-    virtual Shape GetShape() const { return ShapeOf(type_); }
+    virtual DataType GetDataType() const { return DataTypeOf(type_); }
 
     // The expression itself when it is a column as it stands, else null.
     virtual const SlotExpression* AsColumn() const { return nullptr; }
@@ -78,7 +78,7 @@ public:
 
     const Value& Evaluate() override { return source_.Get(slot_); }
     std::optional<std::string_view> NarrowText() override { return source_.NarrowText(slot_); }
-    Shape GetShape() const override { return source_.ColumnAt(column_).shape; }
+    DataType GetDataType() const override { return source_.ColumnAt(column_).data_type; }
 
     const SlotExpression* AsColumn() const override { return this; }
 

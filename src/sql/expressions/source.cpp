@@ -29,7 +29,7 @@ void Source::SetNull() {
 TableSource::TableSource(std::shared_ptr<Table> table) : table_(std::move(table)) {
     infos_.reserve(table_->Columns().size());
     for (const Column& column : table_->Columns()) {
-        infos_.push_back({column.name, ValueTypeOf(column.type), ShapeOf(column)});
+        infos_.push_back({column.name, ValueTypeOf(column.type), DataTypeOf(column)});
     }
 }
 
@@ -66,7 +66,7 @@ std::uint64_t TableSource::Identity() {
 }
 
 bool TableSource::IsLong(std::size_t slot) const {
-    const ColumnType type = infos_[ColumnOfSlot(static_cast<int>(slot))].shape.type;
+    const ColumnType type = infos_[ColumnOfSlot(static_cast<int>(slot))].data_type.type;
     return IsLongValue(type);
 }
 

@@ -13,7 +13,7 @@ bool FitsPrecision(const Decimal& value, const Column& column) {
     return Compare(magnitude, Decimal{false, 0, above.high, above.low}) < 0;
 }
 
-Shape ShapeOf(Value::Type type) {
+DataType DataTypeOf(Value::Type type) {
     switch (type) {
         case Value::Type::Boolean: return {ColumnType::Boolean};
         case Value::Type::Byte: return {ColumnType::Byte};
@@ -29,7 +29,7 @@ Shape ShapeOf(Value::Type type) {
     }
 }
 
-Shape ShapeOf(const Column& column) {
+DataType DataTypeOf(const Column& column) {
     return {column.type, column.size, column.precision, column.scale};
 }
 

@@ -10,8 +10,8 @@
 
 namespace qmtrain::sql {
 
-// What a column of a result looks like to whoever makes a table of it.
-struct Shape {
+// The type of an expression, as exact as a table made of its values needs it.
+struct DataType {
     ColumnType type = ColumnType::Text;
     int size = 0;
     int precision = 0;
@@ -22,7 +22,7 @@ struct Shape {
 struct ColumnInfo {
     std::u16string_view name;  // belongs to the table or plan that the column comes from
     Value::Type type = Value::Type::Empty;
-    Shape shape;
+    DataType data_type;
 };
 
 // Values compare within a family, never across. Any stands for Null and for types not known yet.
@@ -53,8 +53,8 @@ inline double DoubleOf(const Value& value) {
 bool FitsPrecision(const Decimal& value, const Column& column);
 
 // The column that holds a type of value.
-Shape ShapeOf(Value::Type type);
-Shape ShapeOf(const Column& column);
+DataType DataTypeOf(Value::Type type);
+DataType DataTypeOf(const Column& column);
 
 // The type that values of both types can be shown in: the same, the wider number, or Empty when there is none.
 Value::Type CommonType(Value::Type a, Value::Type b);

@@ -169,7 +169,7 @@ void Parser::ParseColumnType(Column& column) {
     if (type == nullptr) Fail(ErrorNumber::SyntaxInColumnDefinition);
     Take();
     column.type = type->type;
-    column.counter = type->name == u"COUNTER" || type->name == u"AUTOINCREMENT" || type->name == u"IDENTITY";
+    column.autonumber = type->name == u"COUNTER" || type->name == u"AUTOINCREMENT" || type->name == u"IDENTITY";
     ParseTypeSizes(column);
 }
 
@@ -198,8 +198,8 @@ void Parser::ParseTypeSizes(Column& column) {
             check(column.precision >= 1 && column.precision <= kMaxPrecision && column.scale <= column.precision);
             break;
         default:
-            // A counter always starts at 1 and goes on by 1; other types have no size.
-            check(column.counter ? (first < 0 || first == 1) && (second < 0 || second == 1) : second < 0);
+            // An autonumber always starts at 1 and goes on by 1; other types have no size.
+            check(column.autonumber ? (first < 0 || first == 1) && (second < 0 || second == 1) : second < 0);
     }
 }
 

@@ -88,7 +88,7 @@ private:
     const SlotExpression* EqualTo(const TableSource& source, int column, const std::vector<bool>& reached) const {
         const auto fits = [&](const SlotExpression* own, const SlotExpression* other) {
             return &own->GetSource() == &source && own->GetColumn() == column && IsReached(*other, reached) &&
-                   own->Type() == other->Type() && own->GetShape().scale == other->GetShape().scale;
+                   own->Type() == other->Type() && own->GetDataType().scale == other->GetDataType().scale;
         };
         for (const Equality& equality : equalities_) {
             if (fits(equality.a, equality.b)) return equality.b;

@@ -6,7 +6,7 @@ namespace qmtrain::sql {
 
 DerivedSource::DerivedSource(std::unique_ptr<Plan> plan) : plan_(std::move(plan)) {
     for (const PlanOutput& output : plan_->outputs) {
-        infos_.push_back({output.column.name, output.expression->Type(), ShapeOf(output.column)});
+        infos_.push_back({output.column.name, output.expression->Type(), DataTypeOf(output.column)});
     }
 }
 

@@ -64,15 +64,15 @@ public:
     }
 };
 
-inline Shape ShapeOf(const OutputColumn& column) {
+inline DataType DataTypeOf(const OutputColumn& column) {
     return {column.type, column.size, column.precision, column.scale};
 }
 
-inline void SetShape(OutputColumn& column, const Shape& shape) {
-    column.type = shape.type;
-    column.size = shape.size;
-    column.precision = shape.precision;
-    column.scale = shape.scale;
+inline void SetDataType(OutputColumn& column, const DataType& data_type) {
+    column.type = data_type.type;
+    column.size = data_type.size;
+    column.precision = data_type.precision;
+    column.scale = data_type.scale;
 }
 
 }  // namespace qmtrain::sql

@@ -26,7 +26,7 @@ public:
         return result_;
     }
 
-    Shape GetShape() const override { return ShapeOf(plan_->outputs[0].column); }
+    DataType GetDataType() const override { return DataTypeOf(plan_->outputs[0].column); }
 
 private:
     std::unique_ptr<Plan> plan_;

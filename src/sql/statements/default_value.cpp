@@ -9,7 +9,7 @@ Value DefaultValue(const Column& column) {
     while (text.starts_with(u' ')) text.remove_prefix(1);
     // Designers write it with an equal sign in front, statements without.
     if (text.starts_with(u'=')) text.remove_prefix(1);
-    if (text.empty() || column.counter) return {};
+    if (text.empty() || column.autonumber) return {};
 
     Scope scope(nullptr);
     const ast::ExpressionPtr tree = Parser(text).ParseWholeExpression();

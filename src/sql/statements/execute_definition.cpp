@@ -60,7 +60,7 @@ void NameIndex(const std::vector<Index>& others, Index& index) {
     }
 }
 
-void AddConstraint(TableDefinition& table, const ast::Constraint& constraint) {
+void AddConstraint(TableSchema& table, const ast::Constraint& constraint) {
     if (const auto* reference = std::get_if<ast::ReferenceDefinition>(&constraint)) {
         table.references.push_back(MakeReference(*reference, table.columns));
         return;
@@ -108,7 +108,7 @@ void Catalog::AlterColumn(std::u16string_view, const Column& column) {
 
 std::int64_t Run(Catalog& catalog, const ast::CreateTable& create) {
     if (catalog.FindTable(create.name) != nullptr) Raise(ErrorNumber::TableExists, {create.name});
-    TableDefinition table;
+    TableSchema table;
     table.name = create.name;
     for (const ast::ColumnDefinition& definition : create.columns) {
         const auto same = [&](const Column& column) { return EqualNames(column.name, definition.column.name); };

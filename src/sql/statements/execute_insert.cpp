@@ -195,24 +195,24 @@ std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& se
     if (catalog.FindTable(name) != nullptr) Raise(ErrorNumber::TableExists, {name});
     BindContext context(catalog, parameters);
     const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
-    TableDefinition definition;
-    definition.name = name;
+    TableSchema schema;
+    schema.name = name;
     std::vector<int> columns;
     for (const PlanOutput& output : plan->outputs) {
         columns.push_back(static_cast<int>(columns.size()));
-        definition.columns.push_back(ColumnFor(output));
+        schema.columns.push_back(ColumnFor(output));
         // "T.ID" is no name for a column.
-        if (output.column.qualified) std::ranges::replace(definition.columns.back().name, u'.', u'_');
-        const Column& last = definition.columns.back();
-        // A column that counted by itself goes on doing so, and takes the numbers given.
+        if (output.column.qualified) std::ranges::replace(schema.columns.back().name, u'.', u'_');
+        const Column& last = schema.columns.back();
+        // An autonumber column stays one, and takes the numbers given.
         if (output.column.table >= 0) {
             const Table& source = *plan->tables[output.column.table];
-            definition.columns.back().counter = source.ColumnAt(output.column.column).counter;
+            schema.columns.back().autonumber = source.ColumnAt(output.column.column).autonumber;
         }
         const auto same = [&](const Column& column) { return &column != &last && EqualNames(column.name, last.name); };
-        if (std::ranges::any_of(definition.columns, same)) Raise(ErrorNumber::FieldExists, {last.name});
+        if (std::ranges::any_of(schema.columns, same)) Raise(ErrorNumber::FieldExists, {last.name});
     }
-    catalog.CreateTable(definition);
+    catalog.CreateTable(schema);
     const std::shared_ptr<Table> table = RequireTable(catalog, name);
     Inserter inserter(*table, std::move(columns));
     InsertRows(*plan, inserter, false);

@@ -10,7 +10,7 @@ namespace {
 std::vector<ColumnInfo> InfosOf(const std::vector<Column>& columns) {
     std::vector<ColumnInfo> infos;
     infos.reserve(columns.size());
-    for (const Column& column : columns) infos.push_back({column.name, ValueTypeOf(column.type), ShapeOf(column)});
+    for (const Column& column : columns) infos.push_back({column.name, ValueTypeOf(column.type), DataTypeOf(column)});
     return infos;
 }
 

@@ -9,7 +9,7 @@ class NoTables : public Catalog {
 public:
     std::shared_ptr<Table> FindTable(std::u16string_view) override { return nullptr; }
     std::optional<std::u16string> FindQuery(std::u16string_view) override { return std::nullopt; }
-    void CreateTable(const TableDefinition&) override {}
+    void CreateTable(const TableSchema&) override {}
     void DropTable(std::u16string_view) override {}
     void CreateIndex(std::u16string_view, const Index&) override {}
     void DropIndex(std::u16string_view, std::u16string_view) override {}

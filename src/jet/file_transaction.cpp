@@ -1,4 +1,4 @@
-#include "jet/transaction.h"
+#include "jet/file_transaction.h"
 
 #include <algorithm>
 #include <random>
@@ -21,30 +21,30 @@ std::uint64_t NewNonce() {
 
 }  // namespace
 
-void Transaction::OpenLevel(PageNumber page_count) {
+void FileTransaction::OpenLevel(PageNumber page_count) {
     while (restored_.size() > kMaxRestored) MergeRestored();
     if (levels_.empty()) nonce_ = NewNonce();
     levels_.push_back({spare_ ? *std::move(spare_) : ImageStore(system_, file_.GetFormat().page_size), page_count});
     spare_.reset();
 }
 
-void Transaction::CommitLevel() noexcept {
+void FileTransaction::CommitLevel() noexcept {
     if (levels_.back().images.Clear()) spare_ = std::move(levels_.back().images);
     levels_.pop_back();
 }
 
-void Transaction::KeepImage(const Frame& frame) {
+void FileTransaction::KeepImage(const Frame& frame) {
     if (levels_.size() < 2) return;
     Level& level = levels_.back();
     if (frame.number >= level.page_count || level.images.Has(frame.number)) return;
     level.images.Keep(frame.number, {frame.data, file_.GetFormat().page_size});
 }
 
-bool Transaction::HasRestored(PageNumber page) const {
+bool FileTransaction::HasRestored(PageNumber page) const {
     return std::any_of(restored_.begin(), restored_.end(), [&](const ImageStore& store) { return store.Has(page); });
 }
 
-void Transaction::TakeRestored(PageNumber page, std::span<std::uint8_t> bytes) {
+void FileTransaction::TakeRestored(PageNumber page, std::span<std::uint8_t> bytes) {
     for (ImageStore& store : restored_) {
         if (!store.Has(page)) continue;
         store.Read(page, bytes);
@@ -52,12 +52,12 @@ void Transaction::TakeRestored(PageNumber page, std::span<std::uint8_t> bytes) {
     }
 }
 
-void Transaction::DropRestored(PageNumber page) {
+void FileTransaction::DropRestored(PageNumber page) {
     for (ImageStore& store : restored_) store.Drop(page);
 }
 
 // Each undone level leaves a store, of which a long transaction may get many: the last two become one.
-void Transaction::MergeRestored() {
+void FileTransaction::MergeRestored() {
     const ImageStore& last = restored_.back();
     ImageStore& before = restored_[restored_.size() - 2];
     std::vector<std::uint8_t> image(file_.GetFormat().page_size);
@@ -69,7 +69,7 @@ void Transaction::MergeRestored() {
     restored_.pop_back();
 }
 
-std::vector<PageNumber> Transaction::Restored() const {
+std::vector<PageNumber> FileTransaction::Restored() const {
     std::vector<PageNumber> pages;
     for (const ImageStore& store : restored_) {
         const std::vector<PageNumber> own = store.Pages();
@@ -78,7 +78,7 @@ std::vector<PageNumber> Transaction::Restored() const {
     return pages;
 }
 
-void Transaction::MergeLevel() {
+void FileTransaction::MergeLevel() {
     if (levels_.size() == 2) return;
     const Level& done = levels_.back();
     Level& outer = levels_[levels_.size() - 2];
@@ -90,7 +90,7 @@ void Transaction::MergeLevel() {
     }
 }
 
-PageNumber Transaction::UndoLevel() noexcept {
+PageNumber FileTransaction::UndoLevel() noexcept {
     Level level = std::move(levels_.back());
     levels_.pop_back();
     const PageNumber page_count = level.page_count;
@@ -108,7 +108,7 @@ PageNumber Transaction::UndoLevel() noexcept {
     return page_count;
 }
 
-void Transaction::WriteBack(bool decides, const CommonJournal* common) {
+void FileTransaction::WriteBack(bool decides, const CommonJournal* common) {
     const std::vector<Frame*> dirty = cache_.DirtyInOrder();
     share_.LockToWrite();
     file_.RequireInPlace();  // others may have had it while this one waited, or had no scope open
@@ -134,7 +134,7 @@ void Transaction::WriteBack(bool decides, const CommonJournal* common) {
 }
 
 // What the file holds in the place of the frames. Pages that stand in a row are read at once.
-void Transaction::KeepStored(std::span<Frame* const> frames, PageNumber old_pages) {
+void FileTransaction::KeepStored(std::span<Frame* const> frames, PageNumber old_pages) {
     const std::uint32_t page_size = file_.GetFormat().page_size;
     const auto wanted = [&](const Frame* frame) {
         return frame->number < old_pages && journal_->NeedsImage(frame->number);
@@ -154,7 +154,7 @@ void Transaction::KeepStored(std::span<Frame* const> frames, PageNumber old_page
 }
 
 // What the file will hold, where that is little enough to be told.
-void Transaction::TellOutcome(std::span<Frame* const> frames) {
+void FileTransaction::TellOutcome(std::span<Frame* const> frames) {
     const std::uint32_t page_size = file_.GetFormat().page_size;
     if (!durable_ || frames.size() > Journal::MostOutcomes(page_size)) return;
     std::vector<PageNumber> pages;
@@ -173,7 +173,7 @@ void Transaction::TellOutcome(std::span<Frame* const> frames) {
 
 // Whoever may make files in the folder can put one under the journal's name at any moment: it is set aside. One that
 // another account has left, and that may not be written, makes room.
-std::unique_ptr<Journal> Transaction::BeginJournal(std::uint64_t length) {
+std::unique_ptr<Journal> FileTransaction::BeginJournal(std::uint64_t length) {
     const bool named = kept_journal_.IsNamed();
     std::unique_ptr<File> kept = kept_journal_.Take();
     if (kept && !kept->HasRightsOf(file_.Handle())) {  // the database has lost or got some since
@@ -198,19 +198,19 @@ std::unique_ptr<Journal> Transaction::BeginJournal(std::uint64_t length) {
     }
 }
 
-void Transaction::CompleteFile(PageNumber page_count) {
+void FileTransaction::CompleteFile(PageNumber page_count) {
     const std::uint64_t size = std::uint64_t{page_count} * file_.GetFormat().page_size;
     if (file_.Size() > size) file_.Resize(size);
     if (durable_) file_.Sync();
 }
 
-void Transaction::Finish() {
+void FileTransaction::Finish() {
     journal_->Finish();
     KeepJournal();
 }
 
 // Its file stays where all who may write the database may write it.
-void Transaction::KeepJournal() noexcept {
+void FileTransaction::KeepJournal() noexcept {
     const bool named = journal_->IsNamed();
     if (!has_rights_ && !journal_->HasRightsOf(file_.Handle())) return journal_->Remove();
     kept_journal_.Keep(journal_->Release(), true, named);
@@ -218,7 +218,7 @@ void Transaction::KeepJournal() noexcept {
 
 // The last one; and only where no other writer can have put a journal of his own there meanwhile. Most who leave find
 // none, so that is what is looked for first.
-void Transaction::RemoveKeptJournal() noexcept {
+void FileTransaction::RemoveKeptJournal() noexcept {
     try {
         const bool there = system_.Look(JournalPath(file_.Path())) == FileKind::Plain && file_.IsInPlace();
         const auto others_keep_it = [&] { return !share_.IsAlone() && file_.Handle().HasRightsOf(file_.Handle()); };
@@ -232,14 +232,14 @@ void Transaction::RemoveKeptJournal() noexcept {
     share_.Unlock();
 }
 
-void Transaction::Close() {
+void FileTransaction::Close() {
     for (Frame* frame : cache_.DirtyInOrder()) cache_.MarkClean(*frame);
     journal_.reset();
     levels_.clear();
     restored_.clear();
 }
 
-Transaction::Undone Transaction::UndoAll() noexcept {
+FileTransaction::Undone FileTransaction::UndoAll() noexcept {
     Undone undone{levels_.front().page_count, true};
     cache_.ForgetDirty();
     levels_.clear();

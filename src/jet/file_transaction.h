@@ -19,9 +19,9 @@
 
 namespace qmtrain::jet {
 
-class Transaction {
+class FileTransaction {
 public:
-    Transaction(FileSystem& system, PageFile& file, FileShare& share, PageCache& cache, bool durable)
+    FileTransaction(FileSystem& system, PageFile& file, FileShare& share, PageCache& cache, bool durable)
         : system_(system),
           file_(file),
           share_(share),
