@@ -13,6 +13,12 @@ bool IsLong(const sql::Column& column) {
     return column.type == sql::ColumnType::Memo || column.type == sql::ColumnType::LongBinary;
 }
 
+// As the column is given it. Yes or no is never Null in a file: it is "no" there, and so it is where Null is refused.
+std::u16string GivenValue(const sql::Column& column, const Value& value) {
+    const bool is_no = column.type == sql::ColumnType::Boolean && column.required && value.IsNull();
+    return QuotedValue(is_no ? Value(false) : value);
+}
+
 // Adds that a column still shows what was seen in it, whatever its type there. Texts that differ in case alone are
 // others here, whatever the column's order says, and there may be more of a time than its seconds.
 void AddIsStill(odbc::Request& request, const OdbcLink& link, const sql::Assignment& seen) {
@@ -88,7 +94,7 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     request.text += given.empty() ? u" DEFAULT VALUES" : u" (" + link_->QuotedList(given) + u") VALUES (";
     for (const int column : given) {
         const std::size_t place = column;
-        request.Add(QuotedValue(values[place]), GivenType(link_->columns[place].type));
+        request.Add(GivenValue(link_->columns[place], values[place]), GivenType(link_->columns[place].type));
         request.text += column == given.back() ? u")" : u", ";
     }
     request.text += u" RETURNING " + link_->SelectedList(wanted);
@@ -116,7 +122,7 @@ void OdbcTable::Collect(std::vector<int> given, std::span<const Value> values) {
     }
     std::u16string row;
     for (const int column : collected_columns_) {
-        row += (row.empty() ? u"" : u", ") + QuotedValue(values[column]);
+        row += (row.empty() ? u"" : u", ") + GivenValue(link_->columns[column], values[column]);
     }
     collected_ += (collected_.empty() ? u"(" : u", (") + row + u")";
     ++collected_rows_;
@@ -170,7 +176,8 @@ void OdbcTable::UpdateSeen(sql::RowId row, std::span<const sql::Assignment> chan
     for (const sql::Assignment& change : changes) {
         request.text.append(&change == changes.data() ? u" SET " : u", ").append(link_->Quoted(change.column));
         request.text += u" = ";
-        request.Add(QuotedValue(change.value), GivenType(link_->columns[change.column].type));
+        const sql::Column& column = link_->columns[change.column];
+        request.Add(GivenValue(column, change.value), GivenType(column.type));
     }
     request.text += u" WHERE ";
     const std::size_t before = request.text.size();

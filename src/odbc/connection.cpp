@@ -295,7 +295,7 @@ void Connection::EndTransaction(bool commit) {
     try {
         result = End(commit && !undone ? SQL_COMMIT : SQL_ROLLBACK);
     } catch (const AutomationError&) {
-        if (commit && !lost)
+        if (commit && !undone && !lost)
             Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"服务器没有回答，不知道事务是否已提交。"});
         throw;
     }
