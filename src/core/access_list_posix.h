@@ -1,4 +1,4 @@
-// The access list of a file: rights of single accounts and groups besides those that its mode tells.
+// The access control list (ACL) of a file: rights of single accounts and groups beyond those in its mode.
 #pragma once
 
 #include <cstdint>

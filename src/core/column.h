@@ -13,7 +13,7 @@ struct Column {
     ColumnType type = ColumnType::Text;
     int size = 0;             // Text: characters, Binary: bytes, 0: as many as it may have; else 0
     int precision = 0;        // Decimal: digits in all, 0: 18
-    int scale = 0;            // Decimal: digits behind the point
+    int scale = 0;            // Decimal: digits after the point
     bool autonumber = false;  // numbers itself
     bool required = false;    // refuses Null
     bool allow_zero_length = true;

@@ -64,7 +64,7 @@ enum class DateOrder : std::uint8_t { YearFirst, MonthFirst };
 // of this century, 30 to 99 of the last. Nothing when the text is no date.
 std::optional<Date> ParseDate(std::u16string_view text, DateOrder order = DateOrder::YearFirst);
 
-// The same number with that many digits behind the point, rounded half to even. Raises Overflow when it does not fit.
+// The same number with that many digits after the point, rounded half to even. Raises Overflow when it does not fit.
 Decimal Rescale(const Decimal& value, int scale);
 
 }  // namespace qmtrain

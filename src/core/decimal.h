@@ -1,4 +1,4 @@
-// Exact arithmetic of decimals: up to 28 digits, rounded half to even where a result has more behind the point.
+// Exact arithmetic of decimals: up to 28 digits, rounded half to even where a result has more after the point.
 #pragma once
 
 #include <array>
@@ -17,7 +17,7 @@ Decimal Multiply(const Decimal& a, const Decimal& b);
 // Raises DivisionByZero too.
 Decimal Divide(const Decimal& a, const Decimal& b);
 
-// By their size; digits behind the point that say nothing make no difference.
+// By their size; digits after the point that say nothing make no difference.
 std::strong_ordering Compare(const Decimal& a, const Decimal& b);
 
 // Bytes that compare as the decimals do.

@@ -28,9 +28,9 @@ bool IsUnsupported(int code) {
     return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP || code == ENOLCK;
 }
 
-// Whether the account that made what stands at the path belongs to the group. The system's lists need not know the
-// accounts of other machines: then the group of what it made speaks for it, for nobody but its members can give a file
-// a group; but the folder can, to files of anybody's.
+// Whether the owner of the file at the path belongs to the group. The system's lists need not have the accounts of
+// other machines; then the group of the file itself is the evidence, since only its members can give a file to a group.
+// In a folder with the set-group-ID bit it is none: such a folder gives its group to everybody's files.
 bool IsInGroup(const struct stat& made, const fs::path& path, gid_t group) {
     std::vector<char> buffer(std::size_t{1} << 16);
     passwd entry{};

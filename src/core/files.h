@@ -36,7 +36,6 @@ bool IsTooLongName(const std::filesystem::path& path);
 
 // Whether a file, not a folder, stands there.
 bool FileExists(std::u16string_view path);
-bool FolderExists(std::u16string_view path);
 
 // Appends the bytes whole: those of another process come before or behind them, nothing of them stays when the disk is
 // full. Makes a missing file. Only a plain file of one name is taken, no link. Raises what File and FileSystem raise.
@@ -98,9 +97,9 @@ public:
     // Who has locked something in the range, as far as the system tells.
     virtual std::optional<LockHolder> FindLockHolder(std::uint64_t, std::uint64_t) { return std::nullopt; }
 
-    // Gives this file, which has just been made beside the other one, to those who may use that one: its owner where
-    // possible, its group, its rights. What cannot be had so is kept to fewer people where the content is secret; where
-    // it is not, the other file's owner gets his rights in any case.
+    // Gives this file, which has just been made beside the other one, its owner (where possible), group and rights.
+    // Where that cannot be done exactly, fewer people get rights to a file with secret content; of any other file the
+    // other one's owner gets his rights in any case.
     // A file that has content is left as it is.
     virtual void ShareLike(File&, bool /*secret*/) {}
 
@@ -152,7 +151,7 @@ public:
     virtual std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) = 0;
     virtual bool Exists(const std::filesystem::path& path) = 0;
 
-    // For the files that we make beside a database, in folders where others may write too: only an FileKind::Plain is
+    // For the files that we make beside a database, in folders where others may write too: only a FileKind::Plain is
     // opened, else CannotOpenFile is raised. No link is followed, and no pipe is waited for.
     virtual std::unique_ptr<File> OpenPlain(const std::filesystem::path& path, OpenMode mode) {
         return Open(path, mode);

@@ -91,7 +91,8 @@ public:
         if (rename(from.c_str(), to.c_str()) != 0) RaiseSystemError(to, errno);
     }
 
-    // A file system that cannot rename so can still give the file a second name, and take the first.
+    // Where the file system has no renaming that spares an existing file, the file gets a second name and loses the
+    // first.
     void RenameToNew(const fs::path& from, const fs::path& to) override {
         if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
         if (errno == EINVAL || errno == ENOSYS) {

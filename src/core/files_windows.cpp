@@ -75,7 +75,7 @@ public:
         return file;
     }
 
-    // What shows nobody its owner was made so that nobody sees it.
+    // A file that hides its owner was made by somebody with something to hide: it counts as a stranger's.
     bool IsByWriterOf(const fs::path& path, File& other) override {
         const auto* database = dynamic_cast<const WindowsFile*>(&other);
         if (database == nullptr) return true;

@@ -197,7 +197,7 @@ void AppendNumber(const Decimal& number, std::u16string& out) {
     Magnitude magnitude{number.high, number.low};
     std::string reversed;
     int position = 0;
-    bool significant = false;  // zeros at the end behind the point are not shown
+    bool significant = false;  // zeros at the end after the point are not shown
     while (!magnitude.IsZero() || position <= number.scale) {
         const unsigned digit = magnitude.CutDigit();
         significant = significant || digit != 0 || position >= number.scale;

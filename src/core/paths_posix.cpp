@@ -44,11 +44,6 @@ bool FileExists(std::u16string_view path) {
     return !path.empty() && fs::is_regular_file(ToNativePath(path), ignored);
 }
 
-bool FolderExists(std::u16string_view path) {
-    std::error_code ignored;
-    return fs::is_directory(ToNativePath(path), ignored);
-}
-
 fs::path ProgramFolder() {
     std::error_code ignored;
     return fs::read_symlink("/proc/self/exe", ignored).parent_path();

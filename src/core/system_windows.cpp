@@ -30,8 +30,8 @@ SYSTEMTIME ToSystemTime(Date time) {
     return system;
 }
 
-// Whether the user has confirmed that this process gets rights that his others have not. Where nobody is asked, an
-// administrator's processes have them all, and his environment is as good as they are.
+// Whether the user has confirmed (UAC) that this process gets rights that his others have not. Where Windows asks
+// nobody, all processes of an administrator have full rights, and his environment is as trustworthy as they are.
 bool IsElevated() {
     static const bool elevated = [] {
         HANDLE token = nullptr;

@@ -26,7 +26,7 @@ std::optional<std::u16string> Decoded(std::string_view bytes, int code_page) {
     return FromWide(out);
 }
 
-// The longest character that begins with these bytes is longer in no code page but GB18030.
+// Appends the first character and returns its length in bytes; only GB18030 has characters of more than two.
 std::size_t LengthOfFirst(std::string_view bytes, int code_page, std::u16string& out) {
     for (const std::size_t length : {1, 2, 4}) {
         if (length > bytes.size() || (length == 4 && code_page != kGb18030)) break;

@@ -14,7 +14,7 @@ namespace qmtrain {
 inline constexpr DWORD kSuccess = ERROR_SUCCESS;
 inline constexpr DWORD kSharedWithAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// Longer paths than the short ones, to whose names more may be appended, need the form that starts with "\\?\".
+// Paths longer than this, to which endings may yet be appended, need the form that starts with "\\?\".
 inline constexpr std::size_t kShortPath = 200;
 inline constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
 inline constexpr std::wstring_view kLongSharePrefix = L"\\\\?\\UNC\\";
@@ -43,7 +43,7 @@ private:
     HANDLE handle_;
 };
 
-// The system's error. A pipe that somebody has put there learns nothing of who opens it.
+// Returns the system's error. If somebody has put a pipe there, its server cannot impersonate who opens it.
 DWORD TryOpen(const std::wstring& path, DWORD access, DWORD disposition, Handle& out, DWORD flags = 0);
 
 inline DWORD ErrorUnless(BOOL done) {

@@ -72,7 +72,7 @@ void Work::RequireRoom(std::size_t bytes) {
     if (held > limit || bytes > limit - held) RaiseTooMuch(limit);
 }
 
-// Takes a little ahead, where there is room for it: what has grown grows further.
+// Reserves somewhat more than was asked for where there is room: what has grown is likely to grow further.
 void HeldMemory::Grow(std::size_t bytes) {
     const std::size_t ahead = std::max(bytes + std::min(bytes / 4, 4 * kLittle), kLittle);
     if (held_ == nullptr) {

@@ -24,7 +24,7 @@ std::size_t UsualMemoryLimit();
 // Bytes that are held at the moment.
 using HeldBytes = std::shared_ptr<std::atomic<std::size_t>>;
 
-// What work that goes on in several calls has taken in all of them.
+// The time and memory that work spread over several calls has taken in all of them so far.
 struct WorkTaken {
     std::chrono::steady_clock::duration time{};
     HeldBytes memory = std::make_shared<HeldBytes::element_type>(0);
@@ -50,7 +50,7 @@ public:
 private:
     friend class HeldMemory;
 
-    // What is held counts for the innermost work that goes on in several calls, else for the outermost.
+    // Held bytes count for the innermost work that is spread over several calls, else for the outermost one.
     const HeldBytes& Held();
 
     WorkLimits limits_;
@@ -63,7 +63,7 @@ private:
     HeldBytes held_;  // made when it is needed
 };
 
-// What something in memory takes of what its work may hold, until it ends.
+// What one thing in memory takes of its work's limit, for as long as it lives.
 class HeldMemory {
 public:
     HeldMemory() = default;

@@ -32,8 +32,8 @@ bool MayBreakBetween(char16_t before, char16_t after) {
     return IsAlone(before) || IsAlone(after);
 }
 
-// Widths of a text's beginnings from any place, measured in parts: what stands on one line costs what it is long, and
-// not the whole rest of the text.
+// The widths of a text's beginnings from any place on, measured part by part, so that a line costs its own length and
+// not that of the whole rest of the text.
 class MeasuredText {
 public:
     MeasuredText(std::u16string_view text, const CharacterFormat& format, Measurer& measurer)

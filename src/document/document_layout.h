@@ -44,7 +44,7 @@ struct Line {
     int bullet_x = 0;
 };
 
-// The text must outlive its layout. To lay out takes time as the text is long.
+// The text must outlive its layout. Laying it out takes time in proportion to its length.
 class DocumentLayout {
 public:
     DocumentLayout() = default;

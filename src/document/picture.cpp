@@ -19,8 +19,8 @@ std::optional<PixelSize> Size(std::int64_t width, std::int64_t height) {
     return PixelSize{static_cast<int>(width), static_cast<int>(height)};
 }
 
-// Behind the signature the header must be the first chunk, of its one length: a reader that meets another one there
-// goes on to a header that nobody has looked at.
+// The header must be the first chunk after the signature and have its fixed length: a decoder that met another chunk
+// there would go on to a header that nobody has checked.
 std::optional<PixelSize> PngSize(ByteSpan bytes) {
     constexpr std::uint32_t kHeaderLength = 13;
     constexpr std::uint32_t kHeader = 0x49484452;  // IHDR

@@ -33,7 +33,7 @@ struct PixelSize {
     bool operator==(const PixelSize&) const = default;
 };
 
-// The most pixels of a picture that is taken in or shown: one of a few bytes may say of itself that it fills the
+// The most pixels of a picture that is taken in or shown: a file of a few bytes may claim a size that would fill the
 // memory.
 inline constexpr std::int64_t kMostPixels = 32'000'000;
 

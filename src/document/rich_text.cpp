@@ -95,13 +95,6 @@ void RichText::SetParagraphFormat(ParagraphFormat format) {
     paragraphs_.back().format = std::move(format);
 }
 
-void RichText::AppendParagraph(std::u16string_view text, const CharacterFormat& format,
-                               const ParagraphFormat& paragraph_format) {
-    if (!paragraphs_.back().runs.empty()) EndParagraph();
-    SetParagraphFormat(paragraph_format);
-    AppendText(text, format);
-}
-
 void RichText::Append(RichText other) {
     if (paragraphs_.back().runs.empty()) SetParagraphFormat(other.paragraphs_.front().format);
     Join(std::move(other));

@@ -89,10 +89,6 @@ public:
     void EndParagraph();
     void SetParagraphFormat(ParagraphFormat format);  // of the last paragraph
 
-    // In a paragraph of its own: the last one while that is empty.
-    void AppendParagraph(std::u16string_view text, const CharacterFormat& format = {},
-                         const ParagraphFormat& paragraph_format = {});
-
     // As if typed in here: the other text's first paragraph continues our last one, and gives it its format only when
     // that is empty.
     void Append(RichText other);

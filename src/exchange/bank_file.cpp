@@ -169,27 +169,4 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
     return plan;
 }
 
-std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code, const Question& question,
-                            const std::set<std::u16string>& taken) {
-    if (std::u16string problem = ProblemOf(question); !problem.empty()) Refuse(std::move(problem));
-    const BankEntry bank = RequireBank(folder, code);
-    const dao::Connection database(FileOf(folder, bank));
-    Question saved = question;
-    database->Atomically([&] {
-        BankRows rows(*database.operator->(), bank.code);
-        const auto before = rows.Find(saved.rec_no);
-        RequireSavable(rows, before ? &*before : nullptr, saved);
-        if (before) return rows.Change(*before, saved);
-        if (saved.rec_no.empty()) saved.rec_no = rows.NewNumber(saved.kind, taken);
-        rows.Add(saved, bank.subject);
-    });
-    return saved.rec_no;
-}
-
-void RemoveQuestion(std::u16string_view folder, std::u16string_view code, std::u16string_view rec_no) {
-    const BankEntry bank = RequireBank(folder, code);
-    const dao::Connection database(FileOf(folder, bank));
-    database->Atomically([&] { BankRows(*database.operator->(), bank.code).Remove(rec_no); });
-}
-
 }  // namespace qmtrain::exchange

@@ -68,11 +68,4 @@ struct ImportChoice {
 void CarryOut(std::u16string_view folder, const ImportPlan& plan, std::span<const Question> questions,
               const ImportChoice& choice, const Progress& progress = {});
 
-// One question of a bank that is there. Save adds it, under a new record number, when its own is empty, and under its
-// own when the bank has no such question; it returns the number. Raise the component's error for a question that a
-// bank cannot hold.
-std::u16string SaveQuestion(std::u16string_view folder, std::u16string_view code, const Question& question,
-                            const std::set<std::u16string>& taken = {});
-void RemoveQuestion(std::u16string_view folder, std::u16string_view code, std::u16string_view rec_no);
-
 }  // namespace qmtrain::exchange

@@ -33,11 +33,10 @@ void Pager::JoinScope() const {
     session_->Join(const_cast<Pager&>(*this));  // what others see of the file is the same before and after
 }
 
-void Pager::BeginReading() {
+template <class Lock>
+void Pager::Begin(Lock lock) {
     try {
-        share_.LockToRead();
-        NoticeUnfinished(false);
-        share_.NoticeOtherEngines();
+        lock();
         NoticeChanges();
         RequirePassword();
     } catch (...) {
@@ -48,21 +47,22 @@ void Pager::BeginReading() {
     joined_ = true;
 }
 
+void Pager::BeginReading() {
+    Begin([this] {
+        share_.LockToRead();
+        NoticeUnfinished(false);
+        share_.NoticeOtherEngines();
+    });
+}
+
 void Pager::BeginChanging() {
     if (!MayChange()) Raise(ErrorNumber::ReadOnly, {FileName(), ReadOnlyReason()});
     if (!file_.HasOneName()) Raise(ErrorNumber::ReadOnly, {FileName(), kManyNames});
-    try {
+    Begin([this] {
         share_.LockToChange();
         file_.RequireInPlace();  // whoever had the file before may have put another one there
         NoticeUnfinished(true);
-        NoticeChanges();
-        RequirePassword();
-    } catch (...) {
-        share_.ForgetSeen();
-        share_.Unlock();
-        throw;
-    }
-    joined_ = true;
+    });
 }
 
 void Pager::End() noexcept {

@@ -133,6 +133,9 @@ private:
     void NoticeUnfinished(bool to_change);
     std::optional<FoundJournal> FindJournal();
     void ResolveJournal(File& file);
+    // `lock` locks the file and looks for its journal. When anything fails, nothing is locked.
+    template <class Lock>
+    void Begin(Lock lock);
     void NoticeChanges();
     void RequirePassword();
     void TakeSize(std::uint64_t size);

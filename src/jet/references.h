@@ -12,7 +12,7 @@
 namespace qmtrain::jet {
 
 // Whether two indexes can be the sides of a relationship: as many columns, of the same types, and decimals with as many
-// digits behind the point, of which keys know nothing.
+// digits after the point, of which keys know nothing.
 bool SidesFit(const StoredTable& table, std::size_t real, const StoredTable& other, std::size_t other_real);
 
 // The rows that a new or changed row refers to must exist. `old_row` empty: an insertion. Raises RelatedRecordRequired.

@@ -33,7 +33,6 @@ public:
 
     // As if the tool bar's button of that key were pressed: "Modify", "Save", "Delete", "PRE", "NEXT".
     void ToolbarNotes_ButtonClick(std::u16string_view key);
-    bool ButtonEnabled(std::u16string_view key) const;
 
     // The key of the node that is selected in the tree; empty for none.
     std::u16string SelectedKey() const;

@@ -86,10 +86,6 @@ void FrmNotes::ToolbarNotes_ButtonClick(std::u16string_view key) {
     // "PRE" and "NEXT" are there and do nothing.
 }
 
-bool FrmNotes::ButtonEnabled(std::u16string_view key) const {
-    return ToolbarNotes->GetToolEnabled(ToolId(key));
-}
-
 void FrmNotes::Modify() {
     editing_.Modify();
     SayFailed({});

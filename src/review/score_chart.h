@@ -35,7 +35,6 @@ public:
     // Marks the training at that place; no place removes the mark.
     void Mark(std::optional<std::size_t> place);
     std::optional<std::size_t> Marked() const { return marked_; }
-    std::optional<std::size_t> Hovered() const { return hovered_; }
 
     // Called with the place of the training that the user has chosen; the owner marks it. And when he wants to see it.
     std::function<void(std::size_t place)> OnChoose;
@@ -43,9 +42,6 @@ public:
 
     // The middle of a training's bar, or its point, in the window.
     wxPoint PlaceOf(std::size_t place) const;
-
-    // The text beside the mouse: date and rate of the training there; empty beside the trainings.
-    std::u16string TipAt(int x) const;
 
 private:
     ChartGeometry Geometry() const;
@@ -57,6 +53,8 @@ private:
     void PaintMark(wxGraphicsContext& gc, const ChartGeometry& geometry);
     void Choose(std::size_t place);
     void Hover(std::optional<std::size_t> place);
+    // Date and rate of the training there; empty beside the trainings.
+    std::u16string TipAt(int x) const;
     void OnMotion(wxMouseEvent& event);
     void OnMouse(const wxMouseEvent& event);
     void OnKey(wxKeyEvent& event);

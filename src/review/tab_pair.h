@@ -22,7 +22,6 @@ public:
     }
 
     int Active() const { return active_; }
-    const char16_t* Tag(int tab) const { return tab == active_ ? u"1" : u"0"; }
 
 private:
     int active_ = kListTab;

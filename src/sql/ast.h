@@ -250,7 +250,7 @@ struct Update {
 };
 
 struct Delete {
-    std::vector<SelectItem> items;  // which tell the table, as in "DELETE T.* FROM"; no expressions but columns
+    std::vector<SelectItem> items;  // name the table, as in "DELETE T.* FROM"; columns only
     std::vector<TableExpression> from;
     ExpressionPtr where;
 };

@@ -19,7 +19,7 @@ using ColumnPrinter = std::function<std::u16string(const ast::ColumnName&)>;
 
 std::u16string Print(const ast::Expression& expression, const ColumnPrinter& columns = {});
 
-// Trees of their own that say the same; of a select without what PrintRows() leaves out.
+// Copies that share nothing with the original; that of a select lacks what PrintRows() leaves out.
 ast::ExpressionPtr CopyOf(const ast::Expression& expression);
 ast::Select CopyOf(const ast::Select& select);
 

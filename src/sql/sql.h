@@ -100,7 +100,7 @@ public:
     void ShowImage(std::span<const std::uint8_t> image) const;
     void ReadImage(int column, Value& value) const;
 
-    // Whether Next() will not look at many rows to find one, or none.
+    // Whether Next() finds a row, or the end, by looking at few rows.
     bool NextIsCheap() const;
 
     // Whether few rows are expected in all.

@@ -94,10 +94,10 @@ public:
     virtual RowId Row() const = 0;
     virtual void Read(int column, Value& value) = 0;
 
-    // Told that the row will be gone back to as it is now: where that takes a message to a server, it is kept.
+    // Announces a return to the current row as it is now: a table on a server keeps it rather than ask again.
     virtual void Keep() {}
 
-    // Told which rows MoveTo() will be asked for next, once each: a server gives them all in one answer.
+    // Announces the rows that MoveTo() will be asked for next, once each: a server gives them all in one answer.
     virtual void Prefetch(std::span<const RowId>) {}
 
     // A text that is stored with a byte for each of its characters, all below U+0100, as it stands there; nothing where
@@ -127,11 +127,11 @@ public:
     // Whether its rows can be told apart and changed one by one.
     virtual bool IsUpdatable() const { return true; }
 
-    // Whether its rows are on a server: no lock of the catalogue's keeps them as they are, to go to one is a message,
+    // Whether its rows are on a server: no lock of the catalogue keeps them unchanged, going to one costs a message,
     // and a RowId belongs to one key for ever.
     virtual bool IsRemote() const { return false; }
 
-    // What is asked of whoever has the rows, for people; empty where nobody is asked.
+    // The statement sent to the server that has the rows, for explanations; empty without a server.
     virtual std::u16string Request() const { return {}; }
 
     // Exact, without reading rows where the storage keeps count.
@@ -182,8 +182,8 @@ public:
 
     virtual void Update(RowId row, std::span<const Assignment> changes) = 0;
 
-    // The same for a row of which somebody has seen these values. Raises RecordChanged if it has others by now; where
-    // locks keep it as it is nobody compares.
+    // The same for a row that had these values when it was read. Raises RecordChanged if it has others by now; where
+    // locks have kept the row unchanged since, nothing is compared.
     virtual void UpdateSeen(RowId row, std::span<const Assignment> changes, std::span<const Assignment>) {
         Update(row, changes);
     }
@@ -215,9 +215,9 @@ struct TableSchema {
     ValidationRule validation = {};
 };
 
-// A change that whoever has the rows makes by himself.
+// A change that the server with the rows makes by itself.
 struct DelegatedChange {
-    std::u16string request;             // for people
+    std::u16string request;             // for explanations
     std::function<std::int64_t()> run;  // returns the number of records affected
 };
 
@@ -225,8 +225,8 @@ class Catalog {
 public:
     virtual ~Catalog() = default;
 
-    // The same select with work given to those who have the rows; null when there is none to give. The binder asks
-    // before it binds one that depends on no other.
+    // The same select with work given to the servers that have the rows; null when there is none to give. The binder
+    // asks for each select that depends on no outer one, before binding it.
     virtual std::shared_ptr<const ast::Select> Delegate(const ast::Select&) { return nullptr; }
 
     // The same for a whole change; nothing when it is to be made row by row.

@@ -10,7 +10,7 @@
 namespace qmtrain::ui {
 namespace {
 
-// Red, and on dark a red that can be read.
+// Red; a lighter one on a dark background.
 wxColour WarningColour() {
     return wxSystemSettings::GetAppearance().IsUsingDarkBackground() ? wxColour(255, 110, 100) : wxColour(255, 0, 0);
 }

@@ -18,8 +18,8 @@ wxBitmapType TypeOf(document::Picture::Kind kind) {
 
 }  // namespace
 
-// The size is read first, and of the kind that the document says: bytes of another kind would be decoded at a size that
-// nobody has looked at.
+// The size is read first, and only the kind that the document names is decoded: bytes of another kind would have a size
+// that nobody has checked.
 wxImage DecodePicture(const document::Picture& picture, wxSize shown) {
     const auto size = document::SizeInPixels(picture);
     const wxBitmapType type = TypeOf(picture.kind);

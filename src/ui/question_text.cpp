@@ -21,7 +21,8 @@ std::u16string WithParagraphs(std::u16string_view text, std::u16string_view para
     return out.append(text);
 }
 
-// For each length of a beginning that has been found: how long a beginning its end is as well.
+// For each beginning of the text, by its last position: the length of the longest shorter beginning that it also ends
+// with (the failure function of Knuth, Morris and Pratt).
 std::vector<std::size_t> Fallbacks(std::u16string_view wanted) {
     std::vector<std::size_t> fallbacks(wanted.size());
     for (std::size_t i = 1, length = 0; i < wanted.size(); ++i) {
@@ -32,8 +33,8 @@ std::vector<std::size_t> Fallbacks(std::u16string_view wanted) {
     return fallbacks;
 }
 
-// Takes out one occurrence after the other from the left, also those that fall together when others have gone; letter
-// case does not count. The first one that stands before `first_position` ends it. Takes time as the text is long.
+// Takes out one occurrence after the other from the left, also those that come about when others have gone; letter case
+// does not count. Stops at the first one that begins before `first_position`. Takes time in proportion to the text.
 void Remove(document::RichText& text, std::u16string_view placeholder, std::size_t first_position) {
     const std::u16string wanted = ToLower(placeholder);
     const std::vector<std::size_t> fallbacks = Fallbacks(wanted);

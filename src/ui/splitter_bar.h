@@ -23,8 +23,6 @@ public:
     std::function<void(int edge)> OnDrag;
     // Called when the bar is let go: the owner lays the panes out around it.
     std::function<void()> OnDrop;
-    // "Down" while the mouse button is held on the bar.
-    const char16_t* Tag() const { return dragging_ ? u"Down" : u""; }
 
     static constexpr int kThickness = 6;  // pixels of an unscaled screen
 

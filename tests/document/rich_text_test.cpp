@@ -64,10 +64,13 @@ TEST(RichText, PicturesAreEqualByContent) {
 TEST(RichText, AnEmptyParagraphTakesTheFormatOfWhatIsAppended) {
     const ParagraphFormat centered{.alignment = Alignment::Center};
     RichText title;
-    title.AppendParagraph(u"标题", kBold, centered);
+    title.SetParagraphFormat(centered);
+    title.AppendText(u"标题", kBold);
     RichText text;
     text.Append(title);
-    text.AppendParagraph(u"正文");
+    text.EndParagraph();
+    text.SetParagraphFormat({});
+    text.AppendText(u"正文");
     text.Append(title);
     ASSERT_EQ(text.PlainText(), u"标题\n正文标题");
     EXPECT_EQ(text.Paragraphs()[0].format, centered);

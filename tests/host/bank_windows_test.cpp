@@ -8,6 +8,7 @@
 #include <wx/prntbase.h>
 
 #include "exchange/html.h"
+#include "host/banks/bank_editing.h"
 #include "host/banks/bank_menu.h"
 #include "host/banks/bank_window.h"
 #include "host/banks/import_dialog.h"
@@ -86,6 +87,13 @@ TEST_F(BankWindowTest, AQuestionIsFoundChangedAndTakenBack) {
     script.Play(window);
 }
 
+void AppendLine(document::RichText& text, std::u16string_view line, const document::CharacterFormat& format,
+                const document::ParagraphFormat& paragraph = {}) {
+    text.EndParagraph();
+    text.SetParagraphFormat(paragraph);
+    text.AppendText(line, format);
+}
+
 TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
     document::RichText text;
     document::CharacterFormat bold;
@@ -97,13 +105,13 @@ TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
     text.AppendText(u"平常");
     text.AppendText(u"粗体", bold);
     text.AppendText(u"2", raised);
-    text.AppendParagraph(u"int i;", program);
+    AppendLine(text, u"int i;", program);
     document::ParagraphFormat item;
     item.bullet = u"•";
-    text.AppendParagraph(u"一项", {}, item);
+    AppendLine(text, u"一项", {}, item);
     for (const auto& [bullet, level] : {std::pair{u"3.", 1}, std::pair{u"i.", 2}, std::pair{u"ii.", 2},
                                         std::pair{u"4.", 1}, std::pair{u"1)", 1}, std::pair{u"1.", 1}}) {
-        text.AppendParagraph(u"项", {}, exchange::ItemFormat(bullet, level));
+        AppendLine(text, u"项", {}, exchange::ItemFormat(bullet, level));
     }
     text = exchange::Canonical(text);
     wxFrame frame(nullptr, wxID_ANY, "");
@@ -112,8 +120,9 @@ TEST_F(BankWindowTest, WhatIsWrittenKeepsItsFormats) {
     EXPECT_EQ(ToUtf8(exchange::ToHtml(editor->GetRich())), ToUtf8(exchange::ToHtml(text)));
 
     document::RichText list;
-    list.AppendParagraph(u"x", {}, exchange::ItemFormat(u"3.", 1));
-    list.AppendParagraph(u"y", {}, exchange::ItemFormat(u"4.", 1));
+    list.SetParagraphFormat(exchange::ItemFormat(u"3.", 1));
+    list.AppendText(u"x");
+    AppendLine(list, u"y", {}, exchange::ItemFormat(u"4.", 1));
     editor->SetRich(list);
     editor->SetInsertionPoint(1);
     editor->Newline();
@@ -182,7 +191,9 @@ TEST_F(BankWindowTest, ABankThatChangesMeanwhileIsComparedAgain) {
                [&] { return Utf8(dialog.LblSummary->GetLabelText()).find("中用到）") != std::string::npos; })
         .Do([&] {
             dialog.ChkReplace->SetValue(false);
-            exchange::RemoveQuestion(data_.Banks(), u"JC", exchange::ReadBank(data_.Banks(), u"JC").back().rec_no);
+            BankEditing somebody(data_);
+            somebody.Open(u"JC");
+            somebody.Remove(somebody.Questions().back().rec_no);
             Click(*dialog.BtnImport);
         })
         .Await("the new preview",
@@ -216,7 +227,9 @@ TEST_F(BankWindowTest, WhatTheBankHasNoTableForIsLeftOut) {
         .Await("that it can be imported", [&] { return dialog.BtnImport->IsEnabled(); })
         .Do([&] {
             mine.stem = exchange::PlainRichText(u"改过的题干");
-            exchange::SaveQuestion(data_.Banks(), u"JC", mine);
+            BankEditing somebody(data_);
+            somebody.Open(u"JC");
+            somebody.Save(mine);
             Click(*dialog.BtnImport);
         })
         .Await("that the bank has changed", [&] { return boxes_.HasSaid(); })
@@ -285,7 +298,9 @@ TEST_F(BankWindowTest, ADeletedQuestionIsOnNoPaper) {
     exchange::Question question;
     question.stem = exchange::PlainRichText(u"新的一题");
     question.options = {{exchange::PlainRichText(u"一"), true}, {exchange::PlainRichText(u"二"), false}};
-    const std::u16string added = exchange::SaveQuestion(data_.Banks(), u"JC", question, {});
+    BankEditing editing(data_);
+    editing.Open(u"JC");
+    const std::u16string added = editing.Save(question);
     BankWindow window(nullptr, data_, false);
     FormDialog* form = nullptr;
     WindowScript script;

@@ -39,6 +39,12 @@ protected:
         exchange::CarryOut(data_.Banks(), plan, read.questions, {false, NumbersInUse(data_, code)});
     }
 
+    void RemoveQuestion(std::u16string_view rec_no) const {
+        BankEditing editing(data_);
+        editing.Open(u"DS");
+        editing.Remove(rec_no);
+    }
+
     PaperRules Rules() const {
         PaperRules rules;
         rules.title = u"测验";
@@ -249,7 +255,7 @@ TEST_F(BanksTest, PackingIsWholeOrNothing) {
     const std::int32_t first = MakePaper(data_, u"一", 60, {{u"DS", u"DS010001", 0}});
     const std::int32_t second = MakePaper(data_, u"二", 60, {{u"DS", u"DS030001", 0}, {u"DS", u"DS040001", 0}});
     PackPapers(data_, {first}, file);
-    exchange::RemoveQuestion(data_.Banks(), u"DS", u"DS040001");
+    RemoveQuestion(u"DS040001");
     EXPECT_EQ(Refusal([&] { PackPapers(data_, {second}, file); }), "题库 DS 中没有试题 DS040001。");
     EXPECT_EQ(Rows(file, u"Select C_RecNo, SubjectCode, C_Answer From TBL_CHOICE"), "DS010001|1|2\n");
     EXPECT_EQ(Rows(file, u"Select C_RecNo From TBL_YESNO"), "");
@@ -436,7 +442,7 @@ TEST_F(BanksTest, APaperOnASheet) {
     PackPapers(data_, {paper.number}, data_.LocalPaper());
     const report::Report packed = PaperSheet(data_, Edition::Network, paper, Answers::With);
     EXPECT_EQ(packed.data.rows, sheet(Answers::With).data.rows) << "the network edition's is the same";
-    exchange::RemoveQuestion(data_.Banks(), u"DS", u"DS020001");
+    RemoveQuestion(u"DS020001");
     EXPECT_NE(Refusal([&] { sheet(Answers::With); }), "");
 }
 

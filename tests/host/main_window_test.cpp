@@ -164,7 +164,7 @@ TEST_F(HostWindowTest, TheSelectedRowIsReviewed) {
             wxCommandEvent click(wxEVT_BUTTON);
             main.BtnReview->ProcessWindowEvent(click);
         });
-    EXPECT_EQ(main.GetOverview().past[0].paper, u"上机练习");
+    EXPECT_EQ(main.LvLast->GetTextValue(0, 1), ui::ToWx(u"上机练习"));
     EXPECT_THROW(MainWindow(data_, {99}), AutomationError);
 }
 
@@ -304,7 +304,7 @@ TEST_F(HostWindowTest, AnEmptyFolderSaysWhatToDo) {
         .DoLast([&] { Click(*compose->BtnOK); })
         .Play([&] { main.BtnNothing->ProcessWindowEvent(click); });
     ASSERT_EQ(main.LvPapers->GetItemCount(), 1);
-    Practice(made, main.GetOverview().papers[0].paper, {1}).HandIn();
+    Practice(made, PapersOf(made, -1).front(), {1}).HandIn();
 }
 
 TEST_F(HostWindowTest, FilesThatGoMissingAreTold) {

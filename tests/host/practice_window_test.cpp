@@ -18,6 +18,18 @@ using review::FrmViewPaper;
 constexpr std::size_t kByType[] = {0, kFillPlace, kYesNoPlace, 1, 4};  // as the review lists them
 const std::string kLeaving = "模拟练习: 试卷还没有交。答案已经保存，计时暂停，以后可以在主窗口中继续。\n现在离开吗？";
 
+// What is said of the answer.
+std::string FeedbackIn(const wxWindow& window) {
+    for (const wxWindow* child : window.GetChildren()) {
+        if (!child->IsShown()) continue;
+        const auto* feedback = dynamic_cast<const Feedback*>(child);
+        if (std::string text = feedback != nullptr ? ToUtf8(feedback->Text()) : FeedbackIn(*child); !text.empty()) {
+            return text;
+        }
+    }
+    return {};
+}
+
 class PracticeWindowTest : public HostWindowTest {
 protected:
     // Answers all but two, looks at what is open, hands in, and looks at what came out.
@@ -69,7 +81,7 @@ protected:
                 wxCommandEvent event(wxEVT_CHECKBOX);
                 window->ChkMistakes->ProcessWindowEvent(event);
                 EXPECT_EQ(window->Current(), kYesNoPlace) << "the first mistake";
-                EXPECT_EQ(ToUtf8(window->Question->FeedbackText()),
+                EXPECT_EQ(FeedbackIn(*window->Question),
                           "× 错误　得 0 分（满分 10 分）\n正确答案：错\n你的答案：（未作答）");
                 Press(WXK_PAGEDOWN);
             });
@@ -152,7 +164,7 @@ TEST_F(PracticeWindowTest, APaperIsPractisedReviewedAndDoneAgain) {
         ReviewAndDoAgain(main);
         EXPECT_EQ(main.LvLast->GetItemCount(), is_net ? 2 : 1) << "what is not handed in is not listed";
         EXPECT_EQ(main.BtnResume.size(), is_net ? 4U : 2U);
-        EXPECT_EQ(main.GetOverview().papers[3].times, is_net ? 2 : 1);
+        EXPECT_EQ(main.LvPapers->GetTextValue(3, 5), is_net ? "2" : "1");
         dao::Connection(ClientDatabase(data_.path))->Execute(u"Update TrainInfo Set StartDate=StartDate-1");  // a day
     }
     EXPECT_EQ(Client(u"Select Score From TrainInfo Where Score Is Not Null"), "80\n80\n");
@@ -267,8 +279,7 @@ TEST_F(PracticeWindowTest, AnExerciseShowsEachAnswer) {
         .Do([] { Press(WXK_RETURN); })
         .Await("the answer", [&] { return practice.IsChecked(0); })
         .Do([&] {
-            EXPECT_EQ(ToUtf8(window.Question->FeedbackText()),
-                      "× 错误　得 0 分（满分 10 分）\n正确答案：C\n你的答案：A");
+            EXPECT_EQ(FeedbackIn(*window.Question), "× 错误　得 0 分（满分 10 分）\n正确答案：C\n你的答案：A");
             EXPECT_EQ(LabelOf(*window.LblTime).substr(0, 6), "已用");
             Press('C');
         })
@@ -297,7 +308,7 @@ TEST_F(PracticeWindowTest, TimeRunsOutBehindANote) {
             Press(WXK_ESCAPE);
         })
         .Await("the result", [&] { return window.Summary != nullptr; })
-        .Do([&] { EXPECT_EQ(window.Result()->seconds_used, 600); })
+        .Do([&] { EXPECT_NE(window.Summary->Text().find(u"用时 10 分 00 秒"), std::u16string::npos); })
         .DoLast([] { Press(WXK_ESCAPE); });
     EXPECT_EQ(script.Play(window), wxID_OK);
     EXPECT_EQ(boxes_.Said(), (Texts{"模拟练习: 时间到，现在交卷。"}));

@@ -1,6 +1,7 @@
 // What a screen reader says of the host's windows.
 
 #include "host/app/people_dialogs.h"
+#include "host/learning/analysis_window.h"
 #include "host/papers/compose_dialog.h"
 #include "host/practice/hand_in_dialog.h"
 #include "host/widgets/form_dialog.h"
@@ -74,12 +75,17 @@ TEST_F(HostWindowTest, AScreenReaderFindsANameOnEveryControl) {
                              "push button: 继续：", "image: 得分率曲线"}) {
         EXPECT_NE(tree.Text().find(name), std::string::npos) << name << "\n" << tree.Text();
     }
+    AnalysisWindow analysis(nullptr, data_, Edition::StandAlone, test::kCandidate, 1, false);
     ComposeDialog compose(nullptr, data_, BanksOf(data_, Edition::StandAlone));
     SubjectDialog subject(nullptr, data_, {});
-    for (wxDialog* dialog : std::initializer_list<wxDialog*>{&compose, &subject}) {
+    const std::pair<wxDialog*, const char*> dialogs[] = {
+        {&compose, ""}, {&subject, ""}, {&analysis, "image: 按题型的得分率，"}};
+    for (const auto& [dialog, text] : dialogs) {
         WindowScript look;
         look.Await("it", [&] { return dialog->IsShownOnScreen(); }).Do([&] {
-            EXPECT_EQ(test::AccessibleTree(*dialog).Nameless(), "");
+            const test::AccessibleTree controls(*dialog);
+            EXPECT_EQ(controls.Nameless(), "");
+            EXPECT_NE(controls.Text().find(text), std::string::npos) << controls.Text();
         });
         look.Play(*dialog);
     }

@@ -132,7 +132,9 @@ TEST_F(PdfTest, PicturesBulletsAndStrokes) {
     report.title = u"试卷";
     Section section;
     section.text.AppendPicture({document::Picture::Kind::Jpeg, jpeg, 4000, 3000});
-    section.text.AppendParagraph(u"first", {}, {.left_indent = 400, .first_line_indent = -300, .bullet = u"7)"});
+    section.text.EndParagraph();
+    section.text.SetParagraphFormat({.left_indent = 400, .first_line_indent = -300, .bullet = u"7)"});
+    section.text.AppendText(u"first");
     report.sections.push_back(section);
     EXPECT_NE(TextOf(report).find("7)"), std::string::npos);
     std::ifstream in(folder_.Path() / "report.pdf", std::ios::binary);

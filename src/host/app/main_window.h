@@ -86,7 +86,6 @@ public:
     std::int32_t UserId() const;
     std::int32_t SubjectCode() const;
     Edition GetEdition() const { return OptNet->GetValue() ? Edition::Network : Edition::StandAlone; }
-    const Overview& GetOverview() const { return overview_; }
 
 private:
     void Build();

@@ -21,7 +21,6 @@ public:
                  bool read_only);
 
     int ShowModal() override;
-    const ScheduleOverview& Overview() const { return overview_; }
 
     wxStaticText* LblDue = nullptr;
     wxStaticText* LblKnown = nullptr;

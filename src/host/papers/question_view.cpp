@@ -182,7 +182,6 @@ void QuestionView::Ask(const QuestionContent& question, std::u16string_view answ
     question_ = question;
     answer_ = answer;
     is_text_ = question.kind == QuestionKind::Operation;
-    shown_feedback_.clear();
     if (page_feedback_ != nullptr) page_feedback_->Destroy();
     page_feedback_ = nullptr;
     text_feedback_->Hide();
@@ -215,7 +214,6 @@ void QuestionView::Reveal(const QuestionOutcome& outcome) {
         const bool told = question_.kind == QuestionKind::Fill && !outcome.mark.error.empty();
         if (told) lines += u"\n" + outcome.mark.error;
     }
-    shown_feedback_ = heading + u"\n" + lines;
     if (!is_text_ && page_feedback_ == nullptr) {
         page_feedback_ = new Feedback(page_);
         PassWheel(*page_feedback_, *page_answers_);

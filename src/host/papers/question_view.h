@@ -21,7 +21,7 @@ public:
     explicit Feedback(wxWindow* parent);
     void Tell(Tint tint, std::u16string heading, std::u16string lines);
     int HeightFor(int width);
-    const std::u16string& Lines() const { return lines_; }
+    std::u16string Text() const { return heading_ + u"\n" + lines_; }
 
 private:
     std::u16string Wrapped(int width);
@@ -48,7 +48,6 @@ public:
 
     ui::RichTextView& Stem();
     AnswerPanel& Answers();
-    const std::u16string& FeedbackText() const { return shown_feedback_; }
 
 private:
     void ArrangePage();
@@ -58,7 +57,6 @@ private:
     QuestionContent question_;
     std::u16string answer_;
     bool is_text_ = false;  // an operation question: text above, a large box below
-    std::u16string shown_feedback_;
 
     wxScrolledWindow* page_;
     ui::RichTextView* page_stem_;

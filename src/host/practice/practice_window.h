@@ -28,9 +28,6 @@ public:
     // The practice must outlive the window. ShowModal returns wxID_OK when the paper has been handed in.
     PracticeWindow(wxWindow* parent, const DataFolder& folder, Practice& practice);
 
-    // What was obtained; nothing while the paper has not been handed in.
-    const std::optional<Outcome>& Result() const { return result_; }
-
     // What is to be practised next, when the candidate has chosen that.
     const std::optional<Practice::Start>& Again() const { return again_; }
 
@@ -119,7 +116,7 @@ private:
     Practice& practice_;
     Settings settings_;
     std::size_t current_ = 0;
-    std::optional<Outcome> result_;
+    std::optional<Outcome> result_;  // nothing while the paper has not been handed in
     std::optional<Practice::Start> again_;
     std::u16string candidate_;
     std::chrono::steady_clock::time_point ask_for_notes_;  // not before: the server is away

@@ -77,9 +77,8 @@ Drawing::Drawing(wxWindow* parent, wxSize least)
     });
 }
 
-void Drawing::Say(std::u16string text) {
-    spoken_ = std::move(text);
-    SetSpokenName(*this, spoken_, Role::Picture);
+void Drawing::Say(std::u16string_view text) {
+    SetSpokenName(*this, text, Role::Picture);
     Refresh();
 }
 
@@ -96,7 +95,7 @@ void RateBars::SetBars(std::vector<Bar> bars) {
     std::u16string text = name_;
     for (const Bar& bar : bars_) text += u"，" + bar.name + u" " + Rate(bar.rate);
     SetMinSize({FromDIP(220), std::max(1, static_cast<int>(bars_.size())) * RowHeight()});
-    Say(std::move(text));
+    Say(text);
 }
 
 void RateBars::Paint(wxGraphicsContext& gc, wxSize size) {
@@ -237,7 +236,7 @@ void CountColumns::SetColumns(std::vector<Column> columns) {
     for (const Column& column : columns_) {
         if (column.count > 0) text += u"，" + column.label + u" " + ToText(column.count);
     }
-    Say(std::move(text));
+    Say(text);
 }
 
 void CountColumns::Paint(wxGraphicsContext& gc, wxSize size) {

@@ -18,18 +18,12 @@ namespace qmtrain::host {
 
 // A control that draws itself, with an accessible name and tooltips.
 class Drawing : public wxWindow {
-public:
-    // What a screen reader says.
-    const std::u16string& SpokenText() const { return spoken_; }
-
 protected:
     Drawing(wxWindow* parent, wxSize least);
-    void Say(std::u16string text);
+    // What a screen reader says.
+    void Say(std::u16string_view text);
     virtual void Paint(wxGraphicsContext& gc, wxSize size) = 0;
     virtual std::u16string TipAt(wxPoint place) const = 0;
-
-private:
-    std::u16string spoken_;
 };
 
 // A row for each group: its name, a bar from 0 to 100 percent with a line at the pass mark, the rate, and the number of

@@ -25,13 +25,13 @@ struct BindContext {
     int tables = 0;
     WorkSteps steps;
 
-    // How many evaluations stand within each other where binding has come to, tables of the FROM clause included, and
-    // how many there have been at most in this select: what is shallow by itself may become deep by aliases and saved
-    // queries.
+    // How deeply evaluations are nested at the place that is being bound (tables of the FROM clause count, too), and
+    // how deeply they have been at most in this select: aliases and saved queries can make a statement deep that looks
+    // shallow.
     int depth = 0;
     int deepest = 0;
 
-    // Raises QueryTooComplex when so many more are too many.
+    // Raises QueryTooComplex when that many further levels are too many.
     void Reach(int more);
 };
 

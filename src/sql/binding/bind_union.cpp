@@ -38,7 +38,7 @@ private:
         for (const auto& part : parts_) TakeColumns(*part);
     }
 
-    // As many digits behind the point as either has.
+    // As many digits after the point as either has.
     static DataType WidestDecimal(const DataType& a, const DataType& b) {
         const auto scale = [](const DataType& data_type) {
             constexpr int kOfCurrency = 4;

@@ -41,7 +41,7 @@ private:
 
     Operand BindOperand(const ast::Expression& expression, ExpressionPtr& bound);
 
-    // Binds a condition, and adds to `parts` what holds when it does.
+    // Binds a condition, and adds to `parts` what follows from it.
     ExpressionPtr BindCondition(const ast::Expression& expression, std::vector<Conjunct>& parts);
     ExpressionPtr BindAnd(const ast::Binary& binary, std::vector<Conjunct>& parts);
     ExpressionPtr BindOr(const ast::Binary& binary, std::vector<Conjunct>& parts);

@@ -66,7 +66,7 @@ private:
     ExpressionPtr right_;
 };
 
-// A column and a text that is written out: most rows are told from it where they are stored.
+// A column compared with a literal text: for most rows a look at the stored bytes decides.
 class TextComparison : public Condition {
 public:
     TextComparison(BinaryOperator op, ExpressionPtr column, ExpressionPtr literal)
@@ -154,7 +154,7 @@ public:
         const Value& subject = subject_->Evaluate();
         if (numbers_only_ && FamilyOf(subject.GetType()) == Family::Number) {
             const bool is_there = numbers_.Find(NumberBits(subject)) != NumberTable::kNone;
-            // Of several decimals that have the Double of a whole number one is that number.
+            // Several decimals share the Double of a whole number, and only one of them is that number.
             if (!is_there || subject.GetType() != Value::Type::Decimal) return Negated(MakeTruth(is_there), negated_);
         }
         Truth found = Truth::False;
@@ -167,7 +167,7 @@ public:
     }
 
 private:
-    // Many numbers that are written out are looked up rather than compared one after the other.
+    // A value is looked up among many literal numbers rather than compared with one after the other.
     void KeepConstants() {
         constexpr std::size_t kFew = 4;
         if (items_.size() <= kFew) return;

@@ -35,8 +35,8 @@ public:
     // The value as a condition.
     virtual Truth Test();
 
-    // The value, where it is a text that can be looked at as it is stored, see Cursor::NarrowText. Nothing says nothing
-    // about the value.
+    // The value, where it is a text that can be looked at as it is stored, see Cursor::NarrowText; nothing elsewhere,
+    // which says nothing about the value.
     virtual std::optional<std::string_view> NarrowText() { return std::nullopt; }
 
     // The type of every value that is not Null; Empty where it is known only row by row.

@@ -84,7 +84,7 @@ void RoundNumber(Arguments a, Value& result) {
     const double number = ToDouble(*a[0]);
     const double scale = std::pow(10.0, digits);
     const double scaled = number * scale;
-    // Beyond 2^53 there is nothing behind the point left to round.
+    // Beyond 2^53 there is nothing after the point left to round.
     const bool whole = std::abs(scaled) >= 9007199254740992.0;
     SetNumber(whole ? number : std::nearbyint(scaled) / scale, OwnType(*a[0]), result);
 }

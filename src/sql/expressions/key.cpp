@@ -32,7 +32,7 @@ void AppendEscaped(const Bytes& bytes, std::vector<std::uint8_t>& key) {
     key.push_back(0);
 }
 
-// Whether the number is the one decimal of up to 15 digits that its Double stands for.
+// Whether the number has so few digits (up to 15) that its Double stands for it alone.
 bool IsShort(const Value& value) {
     constexpr std::uint64_t kShort = 1'000'000'000'000'000;
     switch (value.GetType()) {
@@ -45,7 +45,8 @@ bool IsShort(const Value& value) {
     }
 }
 
-// What tells numbers with one Double apart: how they stand to the decimal that the Double stands for.
+// What tells numbers with the same Double apart: whether they lie below, at or above the decimal that it stands for,
+// and their digits where they differ from that.
 void AppendRest(const Value& value, std::vector<std::uint8_t>& key) {
     constexpr std::uint8_t kBelow = 0x7F;
     constexpr std::uint8_t kSame = 0x80;

@@ -100,8 +100,8 @@ private:
     std::vector<Range> ranges_;
 };
 
-// A pattern, taken apart once: its runs between the "*" are looked for one behind the other. The earliest place is
-// always good enough, for it leaves most to those behind.
+// A pattern, taken apart once: its runs between the "*" are looked for one after the other. The earliest place is
+// always good enough, for it leaves most of the text to the runs that follow.
 class Pattern {
 public:
     // Raises SyntaxInExpression.

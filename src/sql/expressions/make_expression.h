@@ -6,7 +6,7 @@
 
 namespace qmtrain::sql {
 
-// Whoever works on a text of more units looks up from it: the looks between the rows would come late.
+// Work on a longer text (in UTF-16 units) checks for cancellation itself: the checks between rows would come too late.
 inline constexpr std::size_t kLongText = 4096;
 
 // Raises CriteriaTypeMismatch when no two values of these types could be compared.

@@ -45,7 +45,7 @@ std::uint64_t RowIdentity::Of(Cursor& cursor) {
     return identity != 0 ? identity : 1;
 }
 
-// Most keys are numbers and short texts, and of every row that a record set comes to this is asked.
+// Quick for numbers and short texts, which most keys are: every row that a record set reaches is identified.
 std::uint64_t RowIdentity::HashOf(const Value& value) {
     if (value.GetType() == Value::Type::Long) {
         constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15U;

@@ -204,7 +204,7 @@ constexpr std::array<std::u16string_view, 47> kReserved = {
     u"TABLE",  u"TOP",        u"UNION",  u"UPDATE", u"VALUES", u"WHERE",    u"XOR"};
 static_assert(std::ranges::is_sorted(kReserved));
 
-// By letter, and at last their end: the first word that begins with it or with a later one.
+// For each letter the place of the first word that begins with it or with a later one; behind them all the end.
 constexpr std::array<std::uint8_t, 27> kFirstOf = [] {
     std::array<std::uint8_t, 27> first{};
     for (std::size_t letter = 0; letter < first.size(); ++letter) {

@@ -12,7 +12,7 @@ namespace {
 // Above this many tables only one order is tried for each leading table that looks small.
 constexpr std::size_t kMaxLeaders = 12;
 
-// Rows of the join with the unit. Where no key is known to be unique, it is taken for one of the smaller side.
+// Expected rows of the join with the unit. Where no key is known to be unique, that of the smaller side is taken to be.
 double JoinedRows(const JoinMember& unit, const std::vector<const Comparison*>& links, double rows) {
     if (links.empty()) return rows * unit.rows;
     const bool unique = unit.table != nullptr && ExpectedMatches(*unit.table, links) <= 1;
@@ -51,7 +51,7 @@ Candidate NextUnit(const std::vector<JoinMember>& units, const std::vector<bool>
         if (done[i]) continue;
         Candidate candidate = Try(units[i], conjuncts, placed, rows);
         candidate.step.unit = i;
-        // Tables that nothing links come last: each row would meet each row.
+        // Tables that no condition links come last: theirs is a Cartesian product.
         const bool better =
             !best || (candidate.linked && !best->linked) ||
             (candidate.linked == best->linked && candidate.cost + candidate.rows < best->cost + best->rows);

@@ -45,7 +45,7 @@ void Group::TakeRow() {
     for (std::size_t i = 0; i < aggregates_.size(); ++i) Step(i, states[i], slots[i]);
 }
 
-// The least or the last text may be a longer one than the first.
+// The text that Min or Last keeps may become longer than the first one was.
 void Group::Step(std::size_t aggregate, AggregateState& state, Value& slot) {
     const std::size_t before = BytesBeside(slot);
     aggregates_[aggregate].Step(state, slot);

@@ -1,4 +1,4 @@
-// Where the rows are in an index that compare with a value in some way.
+// Where in an index the rows are whose values compare with another value in a given way.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ struct SearchKey {
     bool inclusive = true;
 };
 
-// The comparison that a row's value must stand in.
+// The comparison that a row's value must satisfy.
 struct Wanted {
     bool equal = true;
     bool low = false;  // of a range: the lower end

@@ -1,4 +1,4 @@
-// UNION: the rows of several selects behind each other.
+// UNION: the rows of several selects, one select after the other.
 #pragma once
 
 #include <memory>

@@ -14,7 +14,7 @@ std::vector<ColumnInfo> InfosOf(const std::vector<Column>& columns) {
     return infos;
 }
 
-// What the rule has to say, or what there is to say about it.
+// The rule's own text, or one made of its condition.
 std::u16string MessageOf(const ValidationRule& rule, std::u16string_view name) {
     if (!rule.text.empty()) return rule.text;
     return u"“" + std::u16string(name) + u"”的值不符合有效性规则“" + rule.condition + u"”。";
