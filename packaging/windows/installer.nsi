@@ -553,17 +553,28 @@ FunctionEnd
     ${If} ${FileExists} "$R0\${BITS}\QmTrainInfo.Log"
       FileOpen $0 "$INSTDIR\${BITS}\QmTrainInfo.Log" r
       FileOpen $1 "$R0\${BITS}\QmTrainInfo.Log" a
-      FileSeek $1 0 END
+      FileSeek $1 0 END $6
       System::Alloc 65536
       Pop $2
       ${Do}
-        System::Call "kernel32::ReadFile(p r0, p r2, i 65536, *i .r3, p 0)"
-        System::Call "kernel32::WriteFile(p r1, p r2, i r3, *i .r4, p 0)"
-      ${LoopUntil} $3 < 65536
+        System::Call "kernel32::ReadFile(p r0, p r2, i 65536, *i .r3, p 0) i .r5"
+        ${If} $5 = 0
+        ${OrIf} $3 = 0
+          ${Break}
+        ${EndIf}
+        System::Call "kernel32::WriteFile(p r1, p r2, i r3, *i .r4, p 0) i .r5"
+        ${If} $3 <> $4
+          StrCpy $5 0
+        ${EndIf}
+      ${LoopUntil} $5 = 0
       System::Free $2
+      ${If} $5 = 0  ; it stays where it is, and its beginning does not fill the disk
+        FileSeek $1 $6
+        System::Call "kernel32::SetEndOfFile(p r1)"
+      ${EndIf}
       FileClose $1
       FileClose $0
-      ${If} $3 = $4
+      ${If} $5 <> 0
         Delete "$INSTDIR\${BITS}\QmTrainInfo.Log"
       ${EndIf}
     ${Else}

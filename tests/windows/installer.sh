@@ -277,6 +277,16 @@ if mount -t tmpfs -o size=30m tmpfs "$there" 2>/dev/null; then  # fills up betwe
   [ ! -e "$there/here" ] || fail "on a full disk this is left: $(find "$there/here")"
   umount "$there"
 fi
+if mount -t tmpfs -o size=100m tmpfs "$there" 2>/dev/null; then  # has room for the installation, but not for the log
+  "$wine" setup.exe /S '/D=C:\Own' || fail "the user's own installation"
+  truncate -s 64M "$drive/Own/x64/QmTrainInfo.Log"
+  "$wine" setup.exe /S /AllUsers "/D=Z:${small//\//\\}\\here" || fail "the installation on a disk that is nearly full: $?"
+  [ "$(stat -c %s "$drive/Own/x64/QmTrainInfo.Log" 2>&1)" = $((64 << 20)) ] || fail "a log that had no room has lost something"
+  [ "$(stat -c %s "$there/here/x64/QmTrainInfo.Log")" -eq 0 ] || fail "a part of a log that had no room has stayed"
+  rm -r "$drive/Own"
+  uninstall "Z:${small//\//\\}\\here" "$there/here"
+  umount "$there"
+fi
 touch "$folder/file"
 status=0
 "$wine" setup.exe /S "/D=Z:${folder//\//\\}\\file" || status=$?
