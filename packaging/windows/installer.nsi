@@ -598,19 +598,15 @@ Function ForgetOwn
   ${If} $older == ""
     Return
   ${EndIf}
+  StrCpy $all_users 0
+  !insertmacro RegisterAll "/u"  ; by the libraries of this one: its own may be gone
+  StrCpy $all_users 1
   StrCpy $R0 $older
   Call IsThisFolder
-  StrCpy $all_users 0
-  ${If} $R0 == 1
-    !insertmacro RegisterAll "/u"
-  ${ElseIf} ${FileExists} "$older\uninstall.exe"
-    Push $INSTDIR
-    StrCpy $INSTDIR $older
-    !insertmacro RegisterAll "/u"
-    Pop $INSTDIR
+  ${If} $R0 == 0
+  ${AndIf} ${FileExists} "$older\uninstall.exe"
     Call TakeAway
   ${EndIf}
-  StrCpy $all_users 1
   SetShellVarContext current
   Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
   RMDir "$SMPROGRAMS\QmTrainInfo"

@@ -67,6 +67,17 @@ no_classes() {
     [ "$said" = "$(architecture "$word_size")" ] || fail "classes after the uninstallation ($word_size): $said"
   done
 }
+own_entry='HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo'
+own_class='HKCU\Software\Classes\CLSID\{4C2127E8-64EF-4AE2-9ED0-8A2DA0E2DA11}\InprocServer32'
+no_own() {
+  local view
+  if "$wine" reg query "$own_entry" >/dev/null 2>&1; then
+    fail "the user's own installation is still in his list of programs"
+  fi
+  for view in 32 64; do
+    if "$wine" reg query "$own_class" "/reg:$view" >/dev/null 2>&1; then fail "the user's own class for $view bits is still there"; fi
+  done
+}
 uninstall() { # WINDOWS-FOLDER: its program goes on as a copy, so that it can remove itself
   "$wine" "$1\\uninstall.exe" /S
   for _ in $(seq 60); do
@@ -95,8 +106,7 @@ user=$(echo "$drive"/users/*/AppData/Local/Programs/QmTrainInfo)
 installed "$user"
 # Wine finds no class of a user alone; the entries of both word sizes are looked at instead.
 for view in 32 64; do
-  "$wine" reg query 'HKCU\Software\Classes\CLSID\{4C2127E8-64EF-4AE2-9ED0-8A2DA0E2DA11}\InprocServer32' /ve "/reg:$view" |
-    grep -qi 'QmTrainInfo\\x[68].*\.dll' || fail "the class for $view bits"
+  "$wine" reg query "$own_class" /ve "/reg:$view" | grep -qi 'QmTrainInfo\\x[68].*\.dll' || fail "the class for $view bits"
 done
 "$wine" "$user/x64/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 64 bits"
 "$wine" "$user/x86/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 32 bits"
@@ -104,7 +114,7 @@ done
 "$wine" "$user/x86/qmtrain.exe" --data data --screenshot host.png || fail "the host's window"
 compgen -G "$drive/users/*/AppData/Roaming/Microsoft/Windows/Start Menu/Programs/QmTrainInfo/*.lnk" >/dev/null ||
   fail "no entries in the start menu"
-"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null || fail "not in the list of programs"
+"$wine" reg query "$own_entry" >/dev/null || fail "not in the list of programs"
 
 uninstall "$user" "$user"
 snapshot after
@@ -114,8 +124,7 @@ echo "for all users, in a folder of their own, and moved to another"
 "$wine" setup.exe /S '/D=C:\Elsewhere' || fail "the installation for one user in a folder of his own"
 "$wine" setup.exe /S /AllUsers '/D=C:\Elsewhere' || fail "the installation for all users"
 installed "$drive/Elsewhere"
-"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null 2>&1 &&
-  fail "the user's own installation is still in his list of programs"
+no_own
 "$wine" setup.exe /S /AllUsers '/D=C:\windows\..\Elsewhere' || fail "the installation in the same folder by another name"
 installed "$drive/Elsewhere"
 echo "what was logged" >"$drive/Elsewhere/x64/QmTrainInfo.Log"
@@ -146,10 +155,13 @@ echo "logged by its owner" >"$drive/Own/x64/QmTrainInfo.Log"
 [ ! -e "$drive/Own" ] || fail "the user's own installation is still there: $(find "$drive/Own")"
 grep -q logged "$drive/Everybody/x64/QmTrainInfo.Log" || fail "the log of all is lost"
 grep -q owner "$drive/Everybody/x64/QmTrainInfo.Log" || fail "the user's log has not come along"
-"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null 2>&1 &&
-  fail "the user's own installation is still in his list of programs"
+no_own
 [ "$(find "$drive" -name '*.lnk' -path '*QmTrainInfo*' | wc -l)" -eq 4 ] ||
   fail "entries in the start menu: $(find "$drive" -name '*.lnk' -path '*QmTrainInfo*')"
+"$wine" setup.exe /S '/D=C:\Own' || fail "the user's own installation, before he deletes its folder"
+rm -r "$drive/Own"
+"$wine" setup.exe /S /AllUsers || fail "the installation for all over what is left of the user's own"
+no_own
 
 # as_before WHAT COMMAND…: ends with exit code 2, and the installation for all is what it was.
 as_before() {
