@@ -271,6 +271,7 @@ FunctionEnd
 ; $0 becomes a number with which no folder of old files is called yet.
 Function ${UN}NewName
   System::Call "kernel32::GetTickCount() i .r0"
+  IntOp $0 $0 & 0x7FFFFFFF
   ${While} ${FileExists} "$INSTDIR\QmTrainInfo.old~$0"
     IntOp $0 $0 + 1
   ${EndWhile}
@@ -315,8 +316,10 @@ Function ${UN}Recover
   ${EndIf}
   FileRead $0 $1
   FileClose $0
-  StrCpy $2 $1 16
-  ${If} $2 == "QmTrainInfo.old~"
+  ; Only a name that we give: any other might lead out of the folder.
+  StrCpy $2 $1 "" 16
+  IntOp $2 $2 & 0x7FFFFFFF
+  ${If} $1 == "QmTrainInfo.old~$2"
     StrCpy $kept "$INSTDIR\$1"
     Call ${UN}PutAllBack
     StrCpy $R8 $kept

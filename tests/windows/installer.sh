@@ -142,6 +142,11 @@ for name in readme.txt samples/practice.js uninstall.exe; do echo mine >"$drive/
 status=0
 "$wine" setup.exe /S '/D=C:\Mine' || status=$?
 [ "$status" -eq 2 ] || fail "a folder with other files: exit code $status"
+# A forged record calls it the folder in which the old files wait.
+mkdir "$drive/Everybody/QmTrainInfo.new~" "$drive/Everybody/QmTrainInfo.old~1"
+printf '%s' 'QmTrainInfo.old~1\..\..\Mine' >"$drive/Everybody/QmTrainInfo.new~/kept.txt"
+"$wine" setup.exe /S /AllUsers || fail "the installation over a forged record"
+installed "$drive/Everybody"
 [ "$(cat "$drive"/Mine/{readme.txt,samples/practice.js,uninstall.exe} | sort | uniq -c | tr -d ' ')" = 3mine ] ||
   fail "other files have changed"
 [ "$(find "$drive/Mine" -type f | wc -l)" -eq 3 ] || fail "something is left in the other folder"
