@@ -81,6 +81,7 @@ Var mutex
 Var given  ; the folder that the command line asks for, as it says so
 Var older  ; where the installation lies whose place this one takes, if there is one
 Var kept   ; where the old files wait
+Var there  ; the folder, or the one above it, that was there before
 Var waiting  ; the name of the folder in which files wait that go with the next start of the system
 Var user_button
 Var all_button
@@ -330,6 +331,13 @@ Function ${UN}PutAllBack
   Delete "$INSTDIR\QmTrainInfo.new~\kept.txt"
   RMDir /r "$INSTDIR\QmTrainInfo.new~"
   !insertmacro RemoveFolders
+  ${If} $there != ""
+    StrCpy $0 $INSTDIR
+    ${While} $0 != $there
+      RMDir "$0"
+      ${GetParent} "$0" $0
+    ${EndWhile}
+  ${EndIf}
 FunctionEnd
 
 ; Puts back what an attempt has left in the middle. $R8 becomes "", or the folder of files that cannot be put back, and $R9
@@ -673,6 +681,13 @@ Section
   ${EndIf}
   !insertmacro DropOld
   RMDir /r "$INSTDIR\QmTrainInfo.new~"
+  StrCpy $there $INSTDIR
+  ${DoUntil} ${FileExists} "$there\*.*"
+    ${GetParent} "$there" $there
+    ${If} $there == ""
+      ${Break}
+    ${EndIf}
+  ${Loop}
   ClearErrors
   CreateDirectory "$INSTDIR\QmTrainInfo.new~"
   ${If} ${Errors}

@@ -187,7 +187,7 @@ mkdir broken
 makensis -V1 -WX -INPUTCHARSET UTF8 -DVERSION=9.9.9 "-DPAYLOAD=$folder/broken" "-DOUTPUT=$folder/broken.exe" \
   "$sources/installer.nsi"
 as_before "libraries that cannot be registered" "$wine" broken.exe /S /AllUsers
-as_before "libraries that cannot be registered, elsewhere" "$wine" broken.exe /S /AllUsers '/D=C:\Third'
+as_before "libraries that cannot be registered, elsewhere" "$wine" broken.exe /S /AllUsers '/D=C:\Third\here'
 [ ! -e "$drive/Third" ] || fail "something stays of what could not be registered"
 echo "ended in the middle"
 # ended_at NUMBER: kills an update once so many old files wait.
@@ -308,6 +308,9 @@ touch "$folder/file"
 status=0
 "$wine" setup.exe /S "/D=Z:${folder//\//\\}\\file" || status=$?
 [ "$status" -eq 2 ] || fail "a folder that cannot be made: exit code $status"
+status=0
+"$wine" broken.exe /S || status=$?
+[ "$status" -eq 2 ] || fail "libraries that cannot be registered, and none before: exit code $status"
 snapshot after
 same before after
 "$wine" winecfg -v vista
