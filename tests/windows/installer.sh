@@ -112,7 +112,8 @@ done
 "$wine" "$user/x86/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 32 bits"
 "$wine" "$user/x86/qmtrain.exe" seed --data data
 "$wine" "$user/x86/qmtrain.exe" --data data --screenshot host.png || fail "the host's window"
-compgen -G "$drive/users/*/AppData/Roaming/Microsoft/Windows/Start Menu/Programs/QmTrainInfo/*.lnk" >/dev/null ||
+programs='Start Menu/Programs/QmTrainInfo'
+compgen -G "$drive/users/*/AppData/Roaming/Microsoft/Windows/$programs/*.lnk" >/dev/null ||
   fail "no entries in the start menu"
 "$wine" reg query "$own_entry" >/dev/null || fail "not in the list of programs"
 
@@ -122,7 +123,7 @@ same before after
 
 echo "for all users, in a folder of their own, and moved to another"
 "$wine" setup.exe /S '/D=C:\Elsewhere' || fail "the installation for one user in a folder of his own"
-"$wine" setup.exe /S /AllUsers '/D=C:\Elsewhere' || fail "the installation for all users"
+"$wine" setup.exe /S /AllUsers '/D=C:\windows\..\Elsewhere' || fail "the installation for all users over it, by another name"
 installed "$drive/Elsewhere"
 no_own
 "$wine" setup.exe /S /AllUsers '/D=C:\windows\..\Elsewhere' || fail "the installation in the same folder by another name"
@@ -153,7 +154,18 @@ installed "$drive/Everybody"
 rm -r "$drive/Mine"
 
 echo "for one user beside the one for all"
+mkdir -p "$drive/Own/QmTrainInfo.new~/x64"  # one was ended before it had written where the old files wait
+echo "half of it" >"$drive/Own/QmTrainInfo.new~/x64/QmTrainInfo.dll"
 "$wine" setup.exe /S '/D=C:\Own' || fail "the user's own installation"
+installed "$drive/Own"
+rm "$drive/Own/x86/jetsql.exe"
+"$wine" setup.exe /S || fail "the user's own installation again"
+installed "$drive/Own"
+[ ! -e "$user" ] || fail "the user's own installation is not where it was before"
+for menu in "$drive"/users/*/AppData/Roaming/Microsoft/Windows/"$programs" "$drive/ProgramData/Microsoft/Windows/$programs"; do
+  [ -d "$menu" ] || fail "no entries in $menu"
+  touch "$menu/使用说明.lnk"  # as an installer in the other language calls it
+done
 chmod a-w "$drive/Own/readme.txt"
 echo "logged by its owner" >"$drive/Own/x64/QmTrainInfo.Log"
 "$wine" setup.exe /S /AllUsers || fail "the installation for all beside it"
@@ -214,9 +226,10 @@ echo "two at once"
 "$wine" setup.exe /S /AllUsers &
 first=$!
 for _ in $(seq 1000); do [ -e "$drive/Everybody/QmTrainInfo.new~" ] && break; sleep 0.01; done
-status=0
-"$wine" setup.exe /S '/D=C:\Second' || status=$?
-[ "$status" -eq 2 ] || fail "a second installation at the same time: exit code $status"
+kill -STOP "$first"
+as_before "a second installation at the same time" "$wine" setup.exe /S '/D=C:\Second'
+as_before "an uninstallation at the same time" "$wine" 'C:\Everybody\uninstall.exe' /S '_?=C:\Everybody'
+kill -CONT "$first"
 wait "$first" || fail "the first of two installations"
 [ ! -e "$drive/Second" ] || fail "the second of two installations has made $(find "$drive/Second")"
 installed "$drive/Everybody"
