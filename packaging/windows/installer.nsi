@@ -66,14 +66,13 @@ Page custom ScopePage ScopePageLeave
 !insertmacro Text T_RIGHTS "为所有用户安装需要管理员权限。没有安装任何内容。" "To install for all users takes an administrator. Nothing has been installed."
 !insertmacro Text T_FOLDER "不能写入这个文件夹，没有安装任何内容：$\r$\n$INSTDIR" "This folder cannot be written; nothing has been installed:$\r$\n$INSTDIR"
 !insertmacro Text T_SPACE "磁盘空间不足，没有安装任何内容：$\r$\n$INSTDIR" "There is not enough room on the disk; nothing has been installed:$\r$\n$INSTDIR"
-!insertmacro Text T_IN_USE "文件正在使用，不能替换：$\r$\n$R8$\r$\n请关闭使用它的程序，再安装一次。" "A file is in use and cannot be replaced:$\r$\n$R8$\r$\nPlease close the programs that use it and install again."
-!insertmacro Text T_LOCKED "这个文件不能更改（没有权限，或者磁盘只读），没有改变任何内容：$\r$\n$R8" "This file cannot be changed (no right to, or the disk is read-only); nothing has been changed:$\r$\n$R8"
+!insertmacro Text T_IN_USE "有程序正在使用这个文件，没有安装或卸载任何内容：$\r$\n$R8$\r$\n请关闭使用它的程序，再试一次。" "A program uses this file; nothing has been installed or removed:$\r$\n$R8$\r$\nPlease close it and try again."
+!insertmacro Text T_LOCKED "这个文件不能更改，没有安装或卸载任何内容：$\r$\n$R8$\r$\n$R9" "This file cannot be changed; nothing has been installed or removed:$\r$\n$R8$\r$\n$R9"
 !insertmacro Text T_FOREIGN "这个文件夹中有别的文件，没有安装任何内容；请另选一个文件夹：$\r$\n$INSTDIR" "There are other files in this folder; nothing has been installed. Please choose another one:$\r$\n$INSTDIR"
 !insertmacro Text T_TWICE "QmTrainInfo 的安装或卸载程序正在运行，请等它结束。" "An installation or removal of QmTrainInfo is running; please wait for its end."
 !insertmacro Text T_UNKNOWN "系统中没有这个文件夹的安装记录，没有卸载任何内容；请再安装一次，然后卸载：$\r$\n$INSTDIR" "The system has no entry of an installation in this folder; nothing has been removed. Please install it again, then remove it:$\r$\n$INSTDIR"
 !insertmacro Text T_REGISTER "组件不能注册，没有安装任何内容：$\r$\n$R8" "The component cannot be registered; nothing has been installed:$\r$\n$R8"
 !insertmacro Text T_LOG "其他用户不能写记录文件，他们出错的原因不会被记录：$\r$\n$R8" "Other users cannot write the log; the reasons of their errors will not be kept:$\r$\n$R8"
-!insertmacro Text T_STAYS "有程序正在使用这个文件，没有卸载任何内容：$\r$\n$R8$\r$\n请关闭使用它的程序，再试一次。" "A program uses this file; nothing has been removed:$\r$\n$R8$\r$\nPlease close it and try again."
 
 Var all_users  ; 1: the branch of the registry that is worked on is that of all users
 Var all_here   ; 1: the folder is that of the installation for all users
@@ -82,14 +81,18 @@ Var mutex
 Var given  ; the folder that the command line asks for, as it says so
 Var older  ; where the installation lies whose place this one takes, if there is one
 Var kept   ; where the old files wait
+Var there  ; the folder, or the one above it, that was there before
 Var waiting  ; the name of the folder in which files wait that go with the next start of the system
 Var user_button
 Var all_button
 
-!macro Fail MESSAGE
-  MessageBox MB_OK|MB_ICONSTOP "$(${MESSAGE})" /SD IDOK
+!macro FailWith TEXT
+  MessageBox MB_OK|MB_ICONSTOP "${TEXT}" /SD IDOK
   SetErrorLevel 2
   Quit
+!macroend
+!macro Fail MESSAGE
+  !insertmacro FailWith "$(${MESSAGE})"
 !macroend
 
 ; Everything of a word size is registered and removed with the system's program of that size. $0: 0 when it is done.
@@ -138,6 +141,11 @@ Var all_button
     CreateDirectory "$INSTDIR\$waiting\${FOLDER}"
     Rename "$INSTDIR\${FOLDER}${FILE}" "$INSTDIR\$waiting\${FOLDER}${FILE}"
   ${EndIf}
+!macroend
+; $0 becomes 0 when it cannot be done, and $1 the system's error.
+!macro Move FROM TO
+  System::Call 'kernel32::MoveFile(t "${FROM}", t "${TO}") i .r0 ?e'
+  Pop $1
 !macroend
 ; $R8 becomes the file that cannot be removed, $R9 the system's error.
 !macro Stays FOLDER FILE
@@ -268,20 +276,40 @@ Function ${UN}IsThisFolder
   ${EndIf}
 FunctionEnd
 
+; $0 becomes what the user is told about $R8, which cannot be changed for $R9, an error of the system.
+Function ${UN}DescribeError
+  ${If} $R9 = 32
+  ${OrIf} $R9 = 33
+    StrCpy $0 "$(T_IN_USE)"
+  ${Else}
+    ; The system's own words, in one line.
+    System::Call "kernel32::FormatMessage(i 0x12FF, p 0, i R9, i 0, t .R9, i ${NSIS_MAX_STRLEN}, p 0)"
+    StrCpy $0 "$(T_LOCKED)"
+  ${EndIf}
+FunctionEnd
+
 ; $0 becomes a number with which no folder of old files is called yet.
 Function ${UN}NewName
   System::Call "kernel32::GetTickCount() i .r0"
+  IntOp $0 $0 & 0x7FFFFFFF
   ${While} ${FileExists} "$INSTDIR\QmTrainInfo.old~$0"
     IntOp $0 $0 + 1
   ${EndWhile}
 FunctionEnd
 
+; $R9 becomes the system's error when it cannot be done.
 Function ${UN}PutFileBack
+  StrCpy $0 1
   ${IfNot} ${FileExists} "$INSTDIR\QmTrainInfo.new~\$R7"
-    Rename "$INSTDIR\$R7" "$INSTDIR\QmTrainInfo.new~\$R7"
+  ${AndIf} ${FileExists} "$INSTDIR\$R7"
+    !insertmacro Move "$INSTDIR\$R7" "$INSTDIR\QmTrainInfo.new~\$R7"
   ${EndIf}
-  ${If} ${FileExists} "$kept\$R7"
-    Rename "$kept\$R7" "$INSTDIR\$R7"
+  ${If} $0 <> 0
+  ${AndIf} ${FileExists} "$kept\$R7"
+    !insertmacro Move "$kept\$R7" "$INSTDIR\$R7"
+  ${EndIf}
+  ${If} $0 = 0
+    StrCpy $R9 $1
   ${EndIf}
 FunctionEnd
 
@@ -303,11 +331,20 @@ Function ${UN}PutAllBack
   Delete "$INSTDIR\QmTrainInfo.new~\kept.txt"
   RMDir /r "$INSTDIR\QmTrainInfo.new~"
   !insertmacro RemoveFolders
+  ${If} $there != ""
+    StrCpy $0 $INSTDIR
+    ${While} $0 != $there
+      RMDir "$0"
+      ${GetParent} "$0" $0
+    ${EndWhile}
+  ${EndIf}
 FunctionEnd
 
-; Puts back what an attempt has left in the middle. $R8 becomes "", or the folder of files that cannot be put back.
+; Puts back what an attempt has left in the middle. $R8 becomes "", or the folder of files that cannot be put back, and $R9
+; the system's error.
 Function ${UN}Recover
   StrCpy $R8 ""
+  StrCpy $R9 32  ; a folder that is empty and yet cannot be deleted is in use
   ClearErrors
   FileOpen $0 "$INSTDIR\QmTrainInfo.new~\kept.txt" r
   ${If} ${Errors}
@@ -315,8 +352,10 @@ Function ${UN}Recover
   ${EndIf}
   FileRead $0 $1
   FileClose $0
-  StrCpy $2 $1 16
-  ${If} $2 == "QmTrainInfo.old~"
+  ; Only a name that we give: any other might lead out of the folder.
+  StrCpy $2 $1 "" 16
+  IntOp $2 $2 & 0x7FFFFFFF
+  ${If} $1 == "QmTrainInfo.old~$2"
     StrCpy $kept "$INSTDIR\$1"
     Call ${UN}PutAllBack
     StrCpy $R8 $kept
@@ -491,26 +530,32 @@ Function StartHost
   ${EndIf}
 FunctionEnd
 
+; All as before, after $R8 could not be changed for $R9, an error of the system.
+Function GiveUp
+  Push $R9
+  Call PutAllBack
+  Pop $R9
+  Call DescribeError
+  !insertmacro FailWith "$0"
+FunctionEnd
+
 ; $R7 takes its place, and what was there waits in $kept.
 Function ReplaceFile
   StrCpy $R8 "$INSTDIR\$R7"
+  StrCpy $0 1
   ${If} ${FileExists} "$R8"
-    ${GetParent} "$kept\$R7" $0
-    CreateDirectory "$0"
-    ClearErrors
-    Rename "$R8" "$kept\$R7"
-    ${If} ${Errors}
-      Call PutAllBack
-      !insertmacro Fail T_IN_USE
-    ${EndIf}
+    ${GetParent} "$kept\$R7" $1
+    CreateDirectory "$1"
+    !insertmacro Move "$R8" "$kept\$R7"
   ${EndIf}
-  ${GetParent} "$R8" $0
-  CreateDirectory "$0"
-  ClearErrors
-  Rename "$INSTDIR\QmTrainInfo.new~\$R7" "$R8"
-  ${If} ${Errors}
-    Call PutAllBack
-    !insertmacro Fail T_FOLDER
+  ${If} $0 <> 0
+    ${GetParent} "$R8" $1
+    CreateDirectory "$1"
+    !insertmacro Move "$INSTDIR\QmTrainInfo.new~\$R7" "$R8"
+  ${EndIf}
+  ${If} $0 = 0
+    StrCpy $R9 $1
+    Call GiveUp
   ${EndIf}
 FunctionEnd
 
@@ -553,17 +598,28 @@ FunctionEnd
     ${If} ${FileExists} "$R0\${BITS}\QmTrainInfo.Log"
       FileOpen $0 "$INSTDIR\${BITS}\QmTrainInfo.Log" r
       FileOpen $1 "$R0\${BITS}\QmTrainInfo.Log" a
-      FileSeek $1 0 END
+      FileSeek $1 0 END $6
       System::Alloc 65536
       Pop $2
       ${Do}
-        System::Call "kernel32::ReadFile(p r0, p r2, i 65536, *i .r3, p 0)"
-        System::Call "kernel32::WriteFile(p r1, p r2, i r3, *i .r4, p 0)"
-      ${LoopUntil} $3 < 65536
+        System::Call "kernel32::ReadFile(p r0, p r2, i 65536, *i .r3, p 0) i .r5"
+        ${If} $5 = 0
+        ${OrIf} $3 = 0
+          ${Break}
+        ${EndIf}
+        System::Call "kernel32::WriteFile(p r1, p r2, i r3, *i .r4, p 0) i .r5"
+        ${If} $3 <> $4
+          StrCpy $5 0
+        ${EndIf}
+      ${LoopUntil} $5 = 0
       System::Free $2
+      ${If} $5 = 0  ; it stays where it is, and its beginning does not fill the disk
+        FileSeek $1 $6
+        System::Call "kernel32::SetEndOfFile(p r1)"
+      ${EndIf}
       FileClose $1
       FileClose $0
-      ${If} $3 = $4
+      ${If} $5 <> 0
         Delete "$INSTDIR\${BITS}\QmTrainInfo.Log"
       ${EndIf}
     ${Else}
@@ -587,19 +643,15 @@ Function ForgetOwn
   ${If} $older == ""
     Return
   ${EndIf}
+  StrCpy $all_users 0
+  !insertmacro RegisterAll "/u"  ; by the libraries of this one: its own may be gone
+  StrCpy $all_users 1
   StrCpy $R0 $older
   Call IsThisFolder
-  StrCpy $all_users 0
-  ${If} $R0 == 1
-    !insertmacro RegisterAll "/u"
-  ${ElseIf} ${FileExists} "$older\uninstall.exe"
-    Push $INSTDIR
-    StrCpy $INSTDIR $older
-    !insertmacro RegisterAll "/u"
-    Pop $INSTDIR
+  ${If} $R0 == 0
+  ${AndIf} ${FileExists} "$older\uninstall.exe"
     Call TakeAway
   ${EndIf}
-  StrCpy $all_users 1
   SetShellVarContext current
   Delete "$SMPROGRAMS\QmTrainInfo\*.lnk"
   RMDir "$SMPROGRAMS\QmTrainInfo"
@@ -621,7 +673,7 @@ Section
 
   Call Recover
   ${If} $R8 != ""
-    !insertmacro Fail T_IN_USE
+    Call GiveUp
   ${EndIf}
   Call MayFillFolder
   ${If} $0 == 0
@@ -629,6 +681,13 @@ Section
   ${EndIf}
   !insertmacro DropOld
   RMDir /r "$INSTDIR\QmTrainInfo.new~"
+  StrCpy $there $INSTDIR
+  ${DoUntil} ${FileExists} "$there\*.*"
+    ${GetParent} "$there" $there
+    ${If} $there == ""
+      ${Break}
+    ${EndIf}
+  ${Loop}
   ClearErrors
   CreateDirectory "$INSTDIR\QmTrainInfo.new~"
   ${If} ${Errors}
@@ -649,11 +708,7 @@ Section
     !insertmacro AllFiles Stays
     Pop $INSTDIR
     ${If} $R8 != ""
-      Call PutAllBack
-      ${If} $R9 == 32
-        !insertmacro Fail T_IN_USE
-      ${EndIf}
-      !insertmacro Fail T_LOCKED
+      Call GiveUp
     ${EndIf}
   ${Else}
     StrCpy $older ""
@@ -770,7 +825,6 @@ FunctionEnd
 Section un.Everything
   ; All or nothing: without its entry in the system's list, what is still in use could not be removed later.
   ${Do}
-    StrCpy $R9 32
     Call un.Recover
     ${If} $R8 == ""
       !insertmacro DropOld
@@ -782,10 +836,7 @@ Section un.Everything
     ${If} $R8 == ""
       ${Break}
     ${EndIf}
-    StrCpy $0 "$(T_STAYS)"
-    ${If} $R9 != 32
-      StrCpy $0 "$(T_LOCKED)"
-    ${EndIf}
+    Call un.DescribeError
     MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$0" /SD IDCANCEL IDRETRY +3
     SetErrorLevel 2
     Quit

@@ -67,6 +67,17 @@ no_classes() {
     [ "$said" = "$(architecture "$word_size")" ] || fail "classes after the uninstallation ($word_size): $said"
   done
 }
+own_entry='HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo'
+own_class='HKCU\Software\Classes\CLSID\{4C2127E8-64EF-4AE2-9ED0-8A2DA0E2DA11}\InprocServer32'
+no_own() {
+  local view
+  if "$wine" reg query "$own_entry" >/dev/null 2>&1; then
+    fail "the user's own installation is still in his list of programs"
+  fi
+  for view in 32 64; do
+    if "$wine" reg query "$own_class" "/reg:$view" >/dev/null 2>&1; then fail "the user's own class for $view bits is still there"; fi
+  done
+}
 uninstall() { # WINDOWS-FOLDER: its program goes on as a copy, so that it can remove itself
   "$wine" "$1\\uninstall.exe" /S
   for _ in $(seq 60); do
@@ -95,16 +106,16 @@ user=$(echo "$drive"/users/*/AppData/Local/Programs/QmTrainInfo)
 installed "$user"
 # Wine finds no class of a user alone; the entries of both word sizes are looked at instead.
 for view in 32 64; do
-  "$wine" reg query 'HKCU\Software\Classes\CLSID\{4C2127E8-64EF-4AE2-9ED0-8A2DA0E2DA11}\InprocServer32' /ve "/reg:$view" |
-    grep -qi 'QmTrainInfo\\x[68].*\.dll' || fail "the class for $view bits"
+  "$wine" reg query "$own_class" /ve "/reg:$view" | grep -qi 'QmTrainInfo\\x[68].*\.dll' || fail "the class for $view bits"
 done
 "$wine" "$user/x64/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 64 bits"
 "$wine" "$user/x86/qmtrain.exe" --version | grep -q '^qmtrain 1' || fail "the host in 32 bits"
 "$wine" "$user/x86/qmtrain.exe" seed --data data
 "$wine" "$user/x86/qmtrain.exe" --data data --screenshot host.png || fail "the host's window"
-compgen -G "$drive/users/*/AppData/Roaming/Microsoft/Windows/Start Menu/Programs/QmTrainInfo/*.lnk" >/dev/null ||
+programs='Start Menu/Programs/QmTrainInfo'
+compgen -G "$drive/users/*/AppData/Roaming/Microsoft/Windows/$programs/*.lnk" >/dev/null ||
   fail "no entries in the start menu"
-"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null || fail "not in the list of programs"
+"$wine" reg query "$own_entry" >/dev/null || fail "not in the list of programs"
 
 uninstall "$user" "$user"
 snapshot after
@@ -112,10 +123,9 @@ same before after
 
 echo "for all users, in a folder of their own, and moved to another"
 "$wine" setup.exe /S '/D=C:\Elsewhere' || fail "the installation for one user in a folder of his own"
-"$wine" setup.exe /S /AllUsers '/D=C:\Elsewhere' || fail "the installation for all users"
+"$wine" setup.exe /S /AllUsers '/D=C:\windows\..\Elsewhere' || fail "the installation for all users over it, by another name"
 installed "$drive/Elsewhere"
-"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null 2>&1 &&
-  fail "the user's own installation is still in his list of programs"
+no_own
 "$wine" setup.exe /S /AllUsers '/D=C:\windows\..\Elsewhere' || fail "the installation in the same folder by another name"
 installed "$drive/Elsewhere"
 echo "what was logged" >"$drive/Elsewhere/x64/QmTrainInfo.Log"
@@ -133,23 +143,42 @@ for name in readme.txt samples/practice.js uninstall.exe; do echo mine >"$drive/
 status=0
 "$wine" setup.exe /S '/D=C:\Mine' || status=$?
 [ "$status" -eq 2 ] || fail "a folder with other files: exit code $status"
+# A forged record calls it the folder in which the old files wait.
+mkdir "$drive/Everybody/QmTrainInfo.new~" "$drive/Everybody/QmTrainInfo.old~1"
+printf '%s' 'QmTrainInfo.old~1\..\..\Mine' >"$drive/Everybody/QmTrainInfo.new~/kept.txt"
+"$wine" setup.exe /S /AllUsers || fail "the installation over a forged record"
+installed "$drive/Everybody"
 [ "$(cat "$drive"/Mine/{readme.txt,samples/practice.js,uninstall.exe} | sort | uniq -c | tr -d ' ')" = 3mine ] ||
   fail "other files have changed"
 [ "$(find "$drive/Mine" -type f | wc -l)" -eq 3 ] || fail "something is left in the other folder"
 rm -r "$drive/Mine"
 
 echo "for one user beside the one for all"
+mkdir -p "$drive/Own/QmTrainInfo.new~/x64"  # one was ended before it had written where the old files wait
+echo "half of it" >"$drive/Own/QmTrainInfo.new~/x64/QmTrainInfo.dll"
 "$wine" setup.exe /S '/D=C:\Own' || fail "the user's own installation"
+installed "$drive/Own"
+rm "$drive/Own/x86/jetsql.exe"
+"$wine" setup.exe /S || fail "the user's own installation again"
+installed "$drive/Own"
+[ ! -e "$user" ] || fail "the user's own installation is not where it was before"
+for menu in "$drive"/users/*/AppData/Roaming/Microsoft/Windows/"$programs" "$drive/ProgramData/Microsoft/Windows/$programs"; do
+  [ -d "$menu" ] || fail "no entries in $menu"
+  touch "$menu/使用说明.lnk"  # as an installer in the other language calls it
+done
 chmod a-w "$drive/Own/readme.txt"
 echo "logged by its owner" >"$drive/Own/x64/QmTrainInfo.Log"
 "$wine" setup.exe /S /AllUsers || fail "the installation for all beside it"
 [ ! -e "$drive/Own" ] || fail "the user's own installation is still there: $(find "$drive/Own")"
 grep -q logged "$drive/Everybody/x64/QmTrainInfo.Log" || fail "the log of all is lost"
 grep -q owner "$drive/Everybody/x64/QmTrainInfo.Log" || fail "the user's log has not come along"
-"$wine" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\QmTrainInfo' >/dev/null 2>&1 &&
-  fail "the user's own installation is still in his list of programs"
+no_own
 [ "$(find "$drive" -name '*.lnk' -path '*QmTrainInfo*' | wc -l)" -eq 4 ] ||
   fail "entries in the start menu: $(find "$drive" -name '*.lnk' -path '*QmTrainInfo*')"
+"$wine" setup.exe /S '/D=C:\Own' || fail "the user's own installation, before he deletes its folder"
+rm -r "$drive/Own"
+"$wine" setup.exe /S /AllUsers || fail "the installation for all over what is left of the user's own"
+no_own
 
 # as_before WHAT COMMAND…: ends with exit code 2, and the installation for all is what it was.
 as_before() {
@@ -170,7 +199,7 @@ mkdir broken
 makensis -V1 -WX -INPUTCHARSET UTF8 -DVERSION=9.9.9 "-DPAYLOAD=$folder/broken" "-DOUTPUT=$folder/broken.exe" \
   "$sources/installer.nsi"
 as_before "libraries that cannot be registered" "$wine" broken.exe /S /AllUsers
-as_before "libraries that cannot be registered, elsewhere" "$wine" broken.exe /S /AllUsers '/D=C:\Third'
+as_before "libraries that cannot be registered, elsewhere" "$wine" broken.exe /S /AllUsers '/D=C:\Third\here'
 [ ! -e "$drive/Third" ] || fail "something stays of what could not be registered"
 echo "ended in the middle"
 # ended_at NUMBER: kills an update once so many old files wait.
@@ -197,9 +226,10 @@ echo "two at once"
 "$wine" setup.exe /S /AllUsers &
 first=$!
 for _ in $(seq 1000); do [ -e "$drive/Everybody/QmTrainInfo.new~" ] && break; sleep 0.01; done
-status=0
-"$wine" setup.exe /S '/D=C:\Second' || status=$?
-[ "$status" -eq 2 ] || fail "a second installation at the same time: exit code $status"
+kill -STOP "$first"
+as_before "a second installation at the same time" "$wine" setup.exe /S '/D=C:\Second'
+as_before "an uninstallation at the same time" "$wine" 'C:\Everybody\uninstall.exe' /S '_?=C:\Everybody'
+kill -CONT "$first"
 wait "$first" || fail "the first of two installations"
 [ ! -e "$drive/Second" ] || fail "the second of two installations has made $(find "$drive/Second")"
 installed "$drive/Everybody"
@@ -277,10 +307,23 @@ if mount -t tmpfs -o size=30m tmpfs "$there" 2>/dev/null; then  # fills up betwe
   [ ! -e "$there/here" ] || fail "on a full disk this is left: $(find "$there/here")"
   umount "$there"
 fi
+if mount -t tmpfs -o size=100m tmpfs "$there" 2>/dev/null; then  # has room for the installation, but not for the log
+  "$wine" setup.exe /S '/D=C:\Own' || fail "the user's own installation"
+  truncate -s 64M "$drive/Own/x64/QmTrainInfo.Log"
+  "$wine" setup.exe /S /AllUsers "/D=Z:${small//\//\\}\\here" || fail "the installation on a disk that is nearly full: $?"
+  [ "$(stat -c %s "$drive/Own/x64/QmTrainInfo.Log" 2>&1)" = $((64 << 20)) ] || fail "a log that had no room has lost something"
+  [ "$(stat -c %s "$there/here/x64/QmTrainInfo.Log")" -eq 0 ] || fail "a part of a log that had no room has stayed"
+  rm -r "$drive/Own"
+  uninstall "Z:${small//\//\\}\\here" "$there/here"
+  umount "$there"
+fi
 touch "$folder/file"
 status=0
 "$wine" setup.exe /S "/D=Z:${folder//\//\\}\\file" || status=$?
 [ "$status" -eq 2 ] || fail "a folder that cannot be made: exit code $status"
+status=0
+"$wine" broken.exe /S || status=$?
+[ "$status" -eq 2 ] || fail "libraries that cannot be registered, and none before: exit code $status"
 snapshot after
 same before after
 "$wine" winecfg -v vista
