@@ -8,7 +8,11 @@ set -euo pipefail
 wine=$1 setup=$2 payload=$(dirname "$2")/package/payload
 sources=$(realpath "$(dirname "$0")/../../packaging/windows")
 folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+finish() {
+  "$wine" wineboot -k -f >/dev/null 2>&1 || true  # a program whose starter was killed may wait for it for ever
+  rm -rf "$folder"
+}
+trap finish EXIT
 fail() {
   echo "FAILED: $*" >&2
   exit 1
