@@ -37,8 +37,10 @@ VIAddVersionKey /LANG=2052 LegalCopyright "QmTrainInfo"
 !define MUI_UNICON "qmtrain.ico"
 !define MUI_ABORTWARNING
 !define MUI_FINISHPAGE_NOREBOOTSUPPORT  ; what waits for one is only old files
+!define MUI_PAGE_CUSTOMFUNCTION_PRE WelcomePage
 !insertmacro MUI_PAGE_WELCOME
 Page custom ScopePage ScopePageLeave
+!define MUI_PAGE_CUSTOMFUNCTION_SHOW DirectoryPageShow
 !define MUI_PAGE_CUSTOMFUNCTION_LEAVE DirectoryPageLeave
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
@@ -447,6 +449,21 @@ Function ScopePage
     ${NSD_Check} $all_button
   ${EndIf}
   nsDialogs::Show
+FunctionEnd
+
+; Who installs for all has seen it before the start with the administrator's rights.
+Function WelcomePage
+  ${If} $all_users = 1
+    Abort
+  ${EndIf}
+FunctionEnd
+
+; Then it is the first one.
+Function DirectoryPageShow
+  ${If} $all_users = 1
+    GetDlgItem $0 $HWNDPARENT 3
+    ShowWindow $0 ${SW_HIDE}
+  ${EndIf}
 FunctionEnd
 
 Function ScopePageLeave

@@ -18,8 +18,8 @@ Pager::Pager(std::filesystem::path path, const PagerOptions& options, const Page
       share_(system_, file_, options.lock_timeout, session_->Waited(), options.exclusive),
       cache_(GetFormat().page_size, options.cache_bytes, *this),
       change_(system_, file_, share_, cache_, options.durable) {
-    if (MayChange() && !share_.Problem().empty()) file_.SetReadOnly(share_.Problem());
-    if (MayChange() && IsTooLongName(journal_path_)) file_.SetReadOnly(u"文件名太长，不能在旁边建立日志文件。");
+    if (Pager::MayChange() && !share_.Problem().empty()) file_.SetReadOnly(share_.Problem());
+    if (Pager::MayChange() && IsTooLongName(journal_path_)) file_.SetReadOnly(u"文件名太长，不能在旁边建立日志文件。");
 }
 
 Pager::~Pager() {

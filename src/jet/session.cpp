@@ -161,6 +161,7 @@ namespace {
 // Beside the first of the files where one can be made.
 CommonJournal StartCommon(const std::vector<SessionFile*>& files) {
     std::vector<std::filesystem::path> paths;
+    paths.reserve(files.size());
     for (const SessionFile* file : files) paths.push_back(file->Path());
     for (std::size_t i = 0; i + 1 < files.size(); ++i) {
         try {

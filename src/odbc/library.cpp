@@ -39,7 +39,7 @@ Library Loaded() {
     Load(library.Columns, "SQLColumnsW");
     Load(library.PrimaryKeys, "SQLPrimaryKeysW");
     Load(library.Statistics, "SQLStatisticsW");
-    const SQLPOINTER version = reinterpret_cast<SQLPOINTER>(SQLULEN{SQL_OV_ODBC3});
+    const SQLPOINTER version = Number(SQL_OV_ODBC3);
     const bool ready = Succeeded(library.AllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &library.environment)) &&
                        Succeeded(library.SetEnvAttr(library.environment, SQL_ATTR_ODBC_VERSION, version, 0));
     if (!ready) RaiseMissing(LibraryName());

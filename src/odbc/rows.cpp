@@ -169,7 +169,7 @@ bool Rows::FetchBlock() {
     if (block_ == nullptr) {
         constexpr std::size_t kMostRows = 128;
         constexpr std::size_t kMostBytes = std::size_t{64} << 10;
-        std::size_t row_size = 0;
+        std::size_t row_size = 1;
         for (const ResultColumn& column : columns_) row_size += TransferOf(column).size;
         const std::size_t rows = std::clamp<std::size_t>(kMostBytes / row_size, 1, kMostRows);
         statement_->DoNotKeep();
