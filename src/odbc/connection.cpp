@@ -252,12 +252,15 @@ void Connection::UndoStatement(const std::vector<std::u16string>& places) noexce
     failed_ = true;
 }
 
-// Who cancels means the statement that is being undone, and may come too late for it.
+// Who cancels means the statement that is being undone, and may come too late for it. A limit that the driver has set
+// since the savepoint is undone, too, which it does not know.
 void Connection::GoBackTo(const std::u16string& savepoint) {
     constexpr int kMostTries = 10;
+    const std::u16string sql = u"ROLLBACK TO SAVEPOINT " + savepoint + u";SET statement_timeout = '" +
+                               ToText(std::int64_t{time_limit_}) + u"s'";
     for (int tries = 1;; ++tries) {
         try {
-            return Statement(*this).Send(u"ROLLBACK TO SAVEPOINT " + savepoint, {});
+            return Statement(*this).Send(sql, {});
         } catch (const AutomationError& error) {
             if (!error.Is(ErrorNumber::OperationCancelled) || !alive_ || tries == kMostTries) throw;
         }
@@ -324,24 +327,30 @@ void Connection::Cancel() noexcept {
     const auto ended = [&] { return !running_ || calls_ != call; };
     const auto begin = Clock::now();
     cancelled_ = true;
+    bool silent = false;
     try {
+        lock.unlock();
         const auto other = Open(connect_, kAnswer);
         other->TimeLimit(kAnswer);
+        lock.lock();
         // The server may not have begun yet.
         constexpr std::chrono::milliseconds kPause{20};
-        while (!other->CancelOf(mark_) && Clock::now() - begin < kAnswer) {
+        while (!ended() && !other->CancelOf(mark_) && Clock::now() - begin < kAnswer) {
             if (call_ended_.wait_for(lock, kPause, ended)) break;
         }
-        if (call_ended_.wait_for(lock, kAnswer, ended)) return void(cancelled_ = false);
+        silent = !call_ended_.wait_for(lock, kAnswer, ended);
     } catch (const AutomationError&) {
-        // Where it has answered, and said no, what it does goes on.
-        if (Clock::now() - begin < kAnswer) return void(cancelled_ = false);
-    } catch (const std::exception&) {  // no thread: likewise
-        return void(cancelled_ = false);
+        silent = Clock::now() - begin >= kAnswer;  // else it has answered, and said no: what it does goes on
+    } catch (const std::exception&) {              // no thread: likewise
     }
-    given_up_ = true;
-    alive_ = false;
-    thread_->GiveUp();
+    if (!lock.owns_lock()) lock.lock();
+    if (silent && !ended()) {
+        given_up_ = true;
+        alive_ = false;
+        thread_->GiveUp();
+    } else {
+        cancelled_ = false;
+    }
 }
 
 // Whether a statement of that mark was running, and has been told to end.

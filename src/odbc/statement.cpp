@@ -116,8 +116,9 @@ void Statement::Ask(std::function<SQLRETURN(const Library&, SQLHSTMT)> call, con
 
 // Drivers look at the first word.
 void Statement::Send(std::u16string_view sql, const Doing& doing) {
+    constexpr std::u16string_view kFirstWord = u"(ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
     std::u16string marked(sql);
-    marked.insert(std::min(marked.find_first_of(u" ;"), marked.size()), connection_.mark_);
+    marked.insert(std::min(marked.find_first_not_of(kFirstWord), marked.size()), connection_.mark_);
     const auto send = [text = std::move(marked)](const Library& library, SQLHSTMT handle) {
         return library.ExecDirect(handle, ToWide(text), static_cast<SQLINTEGER>(text.size()));
     };

@@ -166,6 +166,29 @@ TEST_F(TransactionTest, WhatIsCancelledHasNotHappenedAndTheRestHas) {
     }
 }
 
+// What a statement that fails takes back is not the limit of those that follow.
+TEST_F(TransactionTest, ALimitOutlivesAStatementThatFails) {
+    const auto connection = odbc::Connection::Open(odbc::ConnectString(server_->Connect()));
+    struct Case {
+        int first;  // seconds
+        int then;
+        int error;
+    };
+    for (const Case& c : {Case{0, 1, N(Number::OperationCancelled)}, Case{1, 0, 0}}) {
+        SCOPED_TRACE(c.first);
+        connection->TimeLimit(std::chrono::seconds(c.first));
+        connection->Begin();
+        connection->Execute(Adding(1));
+        connection->TimeLimit(std::chrono::seconds(c.then));
+        EXPECT_EQ(ErrorOf([&] { connection->Execute(Adding(1)); }), N(Number::DuplicateKey));
+        EXPECT_EQ(ErrorOf([&] { connection->Execute(u"SELECT pg_sleep(2)"); }), c.error);
+        connection->Execute(Adding(2));
+        connection->Commit();
+        EXPECT_EQ(Ids().size(), 2U);
+        server_->Psql("DELETE FROM mark");
+    }
+}
+
 // A server that has stopped, and a user who does not want to wait for it. Nobody knows then what becomes of a commit.
 TEST_F(TransactionTest, CancelEndsAWaitForTheEndOfATransaction) {
     dao::Engine& engine = dao::Engine::Instance();
