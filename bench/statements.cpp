@@ -570,7 +570,7 @@ int main(int count, char** arguments) {
     double logarithms = 0;
     double worst = 0;
     double peak = 0;
-    int behind = 0;
+    int slower = 0;
     int measured = 0;
     std::string worst_name;
     std::printf("| statement | here | SQLite | ratio | peak MiB |\n|---|---:|---:|---:|---:|\n");
@@ -588,7 +588,7 @@ int main(int count, char** arguments) {
         std::fflush(stdout);
         logarithms += std::log(ratio);
         peak = std::max(peak, mib);
-        behind += ratio > 1 ? 1 : 0;
+        slower += ratio > 1 ? 1 : 0;
         ++measured;
         if (ratio > worst) {
             worst = ratio;
@@ -598,5 +598,5 @@ int main(int count, char** arguments) {
     fs::remove_all(folder);
     if (measured == 0) Fail("there is no such workload");
     std::printf("%d statements: geometric mean %.2f of SQLite's time, worst %.2f (%s), %d above 1; peak %.0f MiB\n",
-                measured, std::exp(logarithms / measured), worst, worst_name.c_str(), behind, peak);
+                measured, std::exp(logarithms / measured), worst, worst_name.c_str(), slower, peak);
 }

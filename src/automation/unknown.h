@@ -8,7 +8,7 @@
 
 namespace qmtrain::automation {
 
-// Runs what stands behind an interface; no C++ exception may leave through it.
+// Runs the implementation of an interface method; no C++ exception may leave it.
 template <class Body>
 HRESULT Guarded(Body body) noexcept {
     try {

@@ -154,7 +154,7 @@ bool QuestionItem::LoadQuesitonFromRecNo(std::u16string_view rec_no, std::u16str
     });
 }
 
-// Without a bank code the quote behind the record number stays open and the database refuses the query: the
+// Without a bank code the quote after the record number stays open and the database refuses the query: the
 // stand-alone edition gets no options, and one entry in the log.
 std::shared_ptr<TextCollection> QuestionItem::GetChoiceVice(std::u16string_view rec_no,
                                                             std::u16string_view data_code) const {

@@ -103,7 +103,7 @@ public:
     Decimal Round(bool negative, int scale) const {
         Wide left = *this;
         unsigned last = 0;
-        bool more = false;  // behind the digit cut off last
+        bool more = false;  // digits other than zero after the one cut off last
         while (scale > 0 && (!left.Fits() || scale > kMostDigits)) {
             more = more || last != 0;
             last = left.CutDigit();
@@ -222,7 +222,7 @@ Decimal Rescale(const Decimal& value, int scale) {
         ++current;
     }
     unsigned cut = 0;
-    bool more = false;  // anything but zeros behind the last digit cut off
+    bool more = false;  // anything but zeros after the last digit cut off
     while (current > scale) {
         more = more || cut != 0;
         cut = magnitude.CutDigit();

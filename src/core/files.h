@@ -27,7 +27,7 @@ std::u16string InFolder(std::u16string_view folder, std::u16string_view file);
 // A name that no other file has: the two parts with 16 random hexadecimal digits between them.
 std::string UniqueName(std::string_view before, std::string_view after);
 
-// The path with the ending behind it. A name that would be too long for the system loses its end before that. `room`:
+// The path with the ending appended. A name that would be too long for the system loses its end before that. `room`:
 // bytes to leave for a longer ending of a companion file.
 std::filesystem::path WithEnding(const std::filesystem::path& path, std::string_view ending, std::size_t room = 0);
 
@@ -37,7 +37,7 @@ bool IsTooLongName(const std::filesystem::path& path);
 // Whether a file, not a folder, stands there.
 bool FileExists(std::u16string_view path);
 
-// Appends the bytes whole: those of another process come before or behind them, nothing of them stays when the disk is
+// Appends the bytes whole: those of another process come before or after them, nothing of them stays when the disk is
 // full. Makes a missing file. Only a plain file of one name is taken, no link. Raises what File and FileSystem raise.
 void AppendToFile(const std::filesystem::path& path, std::string_view bytes);
 

@@ -24,7 +24,7 @@ public:
 
     const std::u16string& Wanted() const { return wanted_; }
 
-    // Where the text stands at `from` or behind it. `fold` maps a unit of the searched text to its folded form.
+    // Where the text stands at `from` or after it. `fold` maps a unit of the searched text to its folded form.
     template <class Fold>
     std::size_t In(std::u16string_view text, std::size_t from, Fold fold) const {
         if (from > text.size()) return kNowhere;

@@ -80,7 +80,7 @@ private:
             return;
         }
         position_ += count;
-        // A month right behind hours, or right before seconds, is minutes.
+        // A month right after hours, or right before seconds, is minutes.
         if (letter == u'm' && count <= 2 && (after_hour_ || BeforeSeconds())) letter = u'n';
         after_hour_ = letter == u'h';
         Put(letter, count);

@@ -19,7 +19,7 @@ struct Element {
 struct NumberPattern {
     std::vector<Element> elements;
     int places_before = 0;
-    int places_behind = 0;
+    int places_after = 0;
     int zeros_before = 0;  // places from the first "0" to the point
     int exponent_digits = 0;
     bool exponent_plus = false;
@@ -73,7 +73,7 @@ private:
     void TakePlace(char16_t unit) {
         pattern_.elements.push_back({unit == u'0' ? Kind::Zero : Kind::Optional, {}});
         if (point_) {
-            ++pattern_.places_behind;
+            ++pattern_.places_after;
         } else {
             ++pattern_.places_before;
             if (unit == u'0' || pattern_.zeros_before > 0) ++pattern_.zeros_before;
@@ -102,7 +102,7 @@ private:
     NumberPattern pattern_;
 };
 
-// Digits of a number, rounded half away from zero as Format does: before the point, behind it.
+// Digits of a number, rounded half away from zero as Format does: before the point and after it.
 struct Digits {
     std::string whole;
     std::string fraction;
@@ -148,7 +148,7 @@ public:
             magnitude /= std::pow(10.0, exponent_);
         }
         for (int i = 0; i < pattern.percents; ++i) magnitude *= 100;
-        digits_ = RoundedDigits(magnitude, std::min(pattern.places_behind, 300));
+        digits_ = RoundedDigits(magnitude, std::min(pattern.places_after, 300));
         const std::size_t zeros = pattern.zeros_before;
         if (digits_.whole.size() < zeros) digits_.whole.insert(0, zeros - digits_.whole.size(), '0');
         TrimFraction();
@@ -165,11 +165,11 @@ private:
     // Zeros at the end go as far as the pattern has "#" there.
     void TrimFraction() {
         std::vector<bool> optional;
-        bool behind = false;
+        bool after_point = false;
         for (const Element& element : pattern_.elements) {
             if (element.kind == Element::Kind::Point)
-                behind = true;
-            else if (behind && element.kind <= Element::Kind::Optional) {
+                after_point = true;
+            else if (after_point && element.kind <= Element::Kind::Optional) {
                 optional.push_back(element.kind == Element::Kind::Optional);
             }
         }
@@ -184,11 +184,11 @@ private:
             case Element::Kind::Point:
                 if (pattern_.places_before == 0) PutWhole(digits_.whole.size());
                 out_ += u'.';
-                behind_ = true;
+                after_point_ = true;
                 break;
             case Element::Kind::Exponent: PutExponent(element.text); break;
             default:
-                if (behind_)
+                if (after_point_)
                     PutFractionDigit();
                 else
                     PutPlace();
@@ -232,7 +232,7 @@ private:
     int place_ = 0;
     std::size_t shown_ = 0;
     std::size_t fraction_shown_ = 0;
-    bool behind_ = false;
+    bool after_point_ = false;
     std::u16string out_;
 };
 

@@ -1,6 +1,6 @@
 // The component's log, QmTrainInfo.Log: failures are not shown to the user; their reasons stand here.
 //
-// An entry is two lines, each ended by CR LF: "[date time] 函数名:[function]" (the part behind the bracket only when a
+// An entry is two lines, each ended by CR LF: "[date time] 函数名:[function]" (the part after the bracket only when a
 // function is named), then the type, a blank and the message. Date and time are written as the system's region has
 // them, text is in the system's own encoding.
 #pragma once

@@ -131,9 +131,9 @@ std::optional<Decimal> ParseDecimal(std::string_view plain) {
     }
     Magnitude magnitude;
     std::int64_t scale = -std::int64_t{exponent};
-    unsigned cut = 0;       // the digit behind the last one that is kept
-    bool more_cut = false;  // whether any digit behind that one is not 0
-    bool behind_point = false;
+    unsigned cut = 0;       // the digit after the last one that is kept
+    bool more_cut = false;  // whether any digit after that one is not 0
+    bool after_point = false;
     bool full = false;
     bool negative = false;
     for (const char unit : plain) {
@@ -142,7 +142,7 @@ std::optional<Decimal> ParseDecimal(std::string_view plain) {
             continue;
         }
         if (unit == '.') {
-            behind_point = true;
+            after_point = true;
             continue;
         }
         const auto digit = static_cast<unsigned>(unit - '0');
@@ -152,8 +152,8 @@ std::optional<Decimal> ParseDecimal(std::string_view plain) {
             full = true;
             cut = digit;
         }
-        if (behind_point && !full) ++scale;
-        if (!behind_point && full) --scale;
+        if (after_point && !full) ++scale;
+        if (!after_point && full) --scale;
     }
     if (magnitude.IsZero())
         return MakeDecimal(negative, static_cast<int>(std::clamp<std::int64_t>(scale, 0, 28)), magnitude);

@@ -24,7 +24,7 @@ void TrustEnvironment();
 // The bytes of memory that the machine has.
 std::uint64_t MachineMemory();
 
-// The words of the command line behind the program's name, in UTF-8. The arguments are those of main.
+// The words of the command line after the program's name, in UTF-8. The arguments are those of main.
 std::vector<std::string> CommandLineWords(int count, const char* const* words);
 
 // Whether what is written there goes to a terminal.

@@ -52,7 +52,7 @@ char16_t ToLower(char16_t unit);
 std::u16string ToUpper(std::u16string_view text);
 std::u16string ToLower(std::u16string_view text);
 
-// Where `wanted` stands in `text` at `from` or behind it; npos when nowhere. An empty text is found at once.
+// Where `wanted` stands in `text` at `from` or after it; npos when nowhere. An empty text is found at once.
 enum class Case : std::uint8_t { Counts, Ignored };
 std::size_t Find(std::u16string_view text, std::u16string_view wanted, std::size_t from, Case letter_case);
 

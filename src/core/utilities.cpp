@@ -40,7 +40,7 @@ Value Utilities::InStrRevVb5(std::u16string_view strCheck, std::u16string_view s
     if (nnStart >= 1 && nnStart < length) return std::int16_t{0};
     if (length > end) return {};
     const std::int64_t start = nnStart == -1 ? end : nnStart;
-    if (length == 0 && start >= 0) {  // found at once, even behind the text
+    if (length == 0 && start >= 0) {  // found at once, even past the end of the text
         if (start == std::numeric_limits<std::int32_t>::max()) Raise(ErrorNumber::Overflow);
         return static_cast<std::int32_t>(start + 1);
     }

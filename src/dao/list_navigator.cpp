@@ -18,7 +18,7 @@ constexpr std::size_t kBookmarkSize = sizeof(std::int64_t) + sizeof(std::uint32_
 
 ListNavigator::ListNavigator(std::shared_ptr<RowList> list, bool on_first)
     : list_(std::move(list)), position_(on_first ? 0 : kBefore) {
-    if (IsEmpty()) position_ = kBehind;
+    if (IsEmpty()) position_ = kAfter;
 }
 
 std::int64_t ListNavigator::Current() {
@@ -28,7 +28,7 @@ std::int64_t ListNavigator::Current() {
 
 void ListNavigator::GoTo(std::int64_t index) {
     list_->Unload();
-    position_ = index < 0 ? kBefore : list_->Reach(index) ? index : kBehind;
+    position_ = index < 0 ? kBefore : list_->Reach(index) ? index : kAfter;
 }
 
 void ListNavigator::MoveFirst() {
@@ -55,7 +55,7 @@ void ListNavigator::MovePrevious() {
 void ListNavigator::Move(std::int64_t rows) {
     if ((rows > 0 && Eof()) || (rows < 0 && Bof())) Raise(ErrorNumber::NoCurrentRecord);
     if (rows == 0) return;
-    const std::int64_t from = position_ == kBehind ? list_->Count() : position_;
+    const std::int64_t from = position_ == kAfter ? list_->Count() : position_;
     GoTo(std::max<std::int64_t>(from + rows, kBefore));
 }
 

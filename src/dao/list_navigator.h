@@ -12,7 +12,7 @@ public:
 
     const sql::Query& GetQuery() const override { return list_->GetQuery(); }
     bool Updatable() const override { return list_->Places() != nullptr; }
-    bool Eof() override { return !IsOnRow() && (position_ == kBehind || IsEmpty()); }
+    bool Eof() override { return !IsOnRow() && (position_ == kAfter || IsEmpty()); }
     bool Bof() override { return !IsOnRow() && (position_ == kBefore || IsEmpty()); }
     void MoveFirst() override;
     void MoveLast() override;
@@ -38,19 +38,19 @@ public:
     // Counted from 0; -1 when no row is current.
     std::int64_t Position();
 
-    // Behind the last row where there are fewer.
+    // After the last row where there are fewer.
     void GoTo(std::int64_t index);
 
     // Where a search for the next row begins, and one for the previous row.
-    std::int64_t Following() const { return position_ == kBehind ? kBehind : position_ + 1; }
-    std::int64_t Preceding() const { return position_ == kBehind ? list_->Count() - 1 : position_ - 1; }
+    std::int64_t Following() const { return position_ == kAfter ? kAfter : position_ + 1; }
+    std::int64_t Preceding() const { return position_ == kAfter ? list_->Count() - 1 : position_ - 1; }
 
 private:
     static constexpr std::int64_t kBefore = -1;
-    static constexpr std::int64_t kBehind = INT64_MAX;
+    static constexpr std::int64_t kAfter = INT64_MAX;
 
     // Rows once reached are never removed from the list.
-    bool IsOnRow() const { return position_ != kBefore && position_ != kBehind; }
+    bool IsOnRow() const { return position_ != kBefore && position_ != kAfter; }
     bool IsEmpty() { return !list_->Reach(0); }
     std::int64_t Current();
     Bytes BookmarkOf(std::int64_t index) const;

@@ -66,7 +66,7 @@ private:
         Add(Clause::Output, {.name1 = item.alias, .expression = text, .flag = std::int16_t{0}});
     }
 
-    // Returns what one of the tables is called. Joins stand behind those that they are made of.
+    // Returns the name of one of the tables. A join follows the joins that it is made of.
     std::u16string AddTable(const TableExpression& table) {
         if (const auto* named = std::get_if<NamedTable>(&table.node)) {
             Add(Clause::Table, {.name1 = named->name, .name2 = named->alias});

@@ -120,7 +120,7 @@ public:
     // The row that Update wrote last.
     virtual Bytes LastModified() = 0;
 
-    // Goes to the first row, or the next one behind the current, that meets a condition like that of a WHERE clause.
+    // Goes to the first row, or the next one after the current, that meets a condition like that of a WHERE clause.
     // When there is none, NoMatch() is true and the current row stays. Likewise backwards.
     virtual void FindFirst(std::u16string_view criteria) = 0;
     virtual void FindLast(std::u16string_view criteria) = 0;
@@ -152,7 +152,7 @@ public:
     virtual void Requery() = 0;
     virtual bool Restartable() = 0;
 
-    // The values of so many rows from the current one on, fewer where there are no more; the one behind them becomes
+    // The values of so many rows from the current one on, fewer where there are no more; the one after them becomes
     // current.
     virtual std::vector<std::vector<Value>> GetRows(std::int32_t rows) = 0;
 

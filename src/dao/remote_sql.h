@@ -71,7 +71,7 @@ private:
         std::u16string name;
         std::u16string alias;
         std::shared_ptr<OdbcLink> link;
-        bool may_be_missing = false;  // behind an outer join
+        bool may_be_missing = false;  // on the side of an outer join that may have no row
     };
 
     static Kind KindOf(sql::ColumnType type);

@@ -101,7 +101,7 @@ protected:
     bool complete_;  // all rows have been fetched
     std::int64_t seen_ = 0;
     std::int64_t block_size_ = 1;        // how many rows were wanted
-    std::exception_ptr search_failure_;  // why no row behind those fetched could be found
+    std::exception_ptr search_failure_;  // why no row after those fetched could be found
 
     std::int64_t loaded_ = -1;  // current_ holds this row
     std::vector<Value> current_;

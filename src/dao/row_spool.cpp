@@ -72,8 +72,8 @@ void RowSpool::Get(std::size_t number, std::vector<Value>& row) const {
                (chunk + 1 == chunks_.size() || number < chunks_[chunk + 1].first_row);
     };
     if (!holds(looked_at_)) {
-        const auto behind = std::ranges::upper_bound(chunks_, number, {}, &Chunk::first_row);
-        looked_at_ = static_cast<std::size_t>(behind - chunks_.begin()) - 1;
+        const auto next = std::ranges::upper_bound(chunks_, number, {}, &Chunk::first_row);
+        looked_at_ = static_cast<std::size_t>(next - chunks_.begin()) - 1;
     }
     const Chunk& chunk = Load(looked_at_);
     const std::uint8_t* at = chunk.bytes.data() + chunk.begins[number - chunks_[looked_at_].first_row];

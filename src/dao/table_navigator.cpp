@@ -41,7 +41,7 @@ TableNavigator::TableNavigator(RowSource source, bool on_first)
     if (All() > 0)
         GoToEnd(false);
     else
-        where_ = Where::Behind;
+        where_ = Where::After;
 }
 
 // Cursors refer to pages that other threads may be using.
@@ -79,11 +79,11 @@ void TableNavigator::Index(std::u16string_view name) {
 // Moving
 
 bool TableNavigator::Eof() {
-    return where_ == Where::Behind || (where_ == Where::Before && All() == 0);
+    return where_ == Where::After || (where_ == Where::Before && All() == 0);
 }
 
 bool TableNavigator::Bof() {
-    return where_ == Where::Before || (where_ == Where::Behind && All() == 0);
+    return where_ == Where::Before || (where_ == Where::After && All() == 0);
 }
 
 std::int64_t TableNavigator::All() {
@@ -93,7 +93,7 @@ std::int64_t TableNavigator::All() {
 
 void TableNavigator::GoToEnd(bool last) {
     const jet::Database::Reading reading(Storage());
-    const Where before = std::exchange(where_, last ? Where::Behind : Where::Before);
+    const Where before = std::exchange(where_, last ? Where::After : Where::Before);
     positioned_ = false;
     Step(last);
     if (where_ == Where::On) return;
@@ -102,7 +102,7 @@ void TableNavigator::GoToEnd(bool last) {
 }
 
 void TableNavigator::Step(bool backwards) {
-    const Where end = backwards ? Where::Before : Where::Behind;
+    const Where end = backwards ? Where::Before : Where::After;
     if (where_ == end) Raise(ErrorNumber::NoCurrentRecord);
     const Work work = source_.database->Begin();
     const jet::Database::Reading reading(Storage());
@@ -127,7 +127,7 @@ bool TableNavigator::StepInIndex(bool backwards) {
     return true;
 }
 
-// Brings the cursor to the current row. True when that is no longer there, and the cursor has come to the one behind.
+// Brings the cursor to the current row. True when that is no longer there, and the cursor has come to the next one.
 bool TableNavigator::FindPlace(bool backwards) {
     const bool can_seek = GetTable().CanSeek(order_, key_);
     sql::KeyRange range;

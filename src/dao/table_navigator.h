@@ -51,7 +51,7 @@ public:
     bool Seek(std::u16string_view comparison, std::span<const Value> keys);
 
 private:
-    enum class Where : std::uint8_t { Before, On, Behind };
+    enum class Where : std::uint8_t { Before, On, After };
 
     sql::Table& GetTable() const { return *query_->Tables()[0]; }
     jet::Database& Storage() const { return source_.Storage(); }

@@ -191,7 +191,7 @@ private:
         return fitting;
     }
 
-    // Ends the line at the last place where it may end before `next`; what stood behind that place begins the new one.
+    // Ends the line at the last place where it may end before `next`; what followed that place begins the new one.
     // Without such a place the line ends as it is.
     void CarryOver(char16_t next) {
         std::size_t kept = line_.pieces.size();
@@ -213,7 +213,7 @@ private:
         for (const Piece& piece : carried) PlaceAgain(piece);
     }
 
-    // Takes off what stands behind the first units of the last piece that is kept.
+    // Removes what follows the first `units` units of the last piece that is kept.
     void Shorten(std::size_t kept, std::size_t units) {
         line_.pieces.resize(kept);
         Piece& last = line_.pieces.back();

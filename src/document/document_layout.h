@@ -68,8 +68,8 @@ private:
     std::int64_t height_ = 0;  // a short text can ask for more pixels than an int counts
 };
 
-// Whether a line may end between the two characters: behind blanks, and around Chinese characters, but never before
-// closing or behind opening punctuation.
+// Whether a line may end between the two characters: after blanks, and around Chinese characters, but never before
+// closing or after opening punctuation.
 bool MayBreakBetween(char16_t before, char16_t after);
 
 }  // namespace qmtrain::document

@@ -11,7 +11,7 @@ constexpr std::size_t kHeaderWords = 9;
 constexpr std::size_t kRecordHeader = 6;
 constexpr std::size_t kLeastBitmap = 12;
 
-// Records that draw a bitmap, and where it begins in them, behind raster operation and coordinates.
+// Records that draw a bitmap, and where it begins in them, after the raster operation and the coordinates.
 struct DrawingRecord {
     std::uint32_t function;
     std::size_t bitmap_at;

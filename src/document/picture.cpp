@@ -60,7 +60,7 @@ std::uint64_t PaletteEntries(std::uint32_t bits, std::uint32_t used) {
     return bits <= 8 ? std::uint64_t{1} << bits : 0;
 }
 
-// The colour masks stand behind an info header; longer headers include them.
+// The colour masks follow an info header; longer headers include them.
 std::uint64_t MaskBytes(std::uint32_t header, std::uint32_t compression) {
     if (header != kInfoHeader) return 0;
     return compression == 3 ? 12 : compression == 6 ? 16 : 0;

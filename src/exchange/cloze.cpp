@@ -181,7 +181,7 @@ Alternative ClozeReader::ReadAlternative(std::u16string_view text) {
     }
     std::size_t feedback = 0;
     while ((feedback = text.find(u'#', feedback)) != std::u16string_view::npos) {
-        // Behind a backslash it is the answer's own, behind "&" the number of a character.
+        // After a backslash it belongs to the answer, after "&" it begins the number of a character.
         if (feedback == 0 || (text[feedback - 1] != u'\\' && text[feedback - 1] != u'&')) break;
         ++feedback;
     }

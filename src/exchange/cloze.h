@@ -14,7 +14,7 @@ namespace qmtrain::exchange {
 // stands in <span class="blank">: then the mark stands in the text already.
 void ReadCloze(std::u16string_view html, const PictureFiles& files, Question& question, TextNotes& notes);
 
-// The stem in HTML with a field for each blank: behind its mark, or at the end where the marks are not as many.
+// The stem in HTML with a field for each blank: after its mark, or at the end when there are too few marks.
 std::u16string WriteCloze(const Question& question, std::vector<PictureFile>* files);
 
 }  // namespace qmtrain::exchange

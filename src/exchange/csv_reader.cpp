@@ -273,7 +273,7 @@ void SheetReader::ReadOptions(Question& question, const CsvRow& row) {
             ++empty;
             continue;
         }
-        // An empty cell between two options would give the letters behind it another meaning.
+        // Without the empty cells between two options, the later options would get other letters.
         for (; empty > 0; --empty) question.options.push_back({});
         question.options.push_back({Rich(cell), false});
     }

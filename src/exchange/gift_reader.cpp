@@ -1,4 +1,4 @@
-// The GIFT format: blank lines between questions, the answers in braces behind the stem.
+// The GIFT format: blank lines between questions, the answers in braces after the stem.
 
 #include <algorithm>
 #include <utility>
@@ -142,14 +142,14 @@ void GiftReader::ReadQuestion(Part part) {
     question.stem = RichOf(part.Until(open), format_);
     if (close == std::u16string_view::npos)
         return import_.Tell(Notice::Kind::Error, question, u"答案的“{”没有对应的“}”。");
-    const Part behind = part.From(close + 1);
-    if (behind.FindAny(u"{}") != std::u16string_view::npos) {
+    const Part rest = part.From(close + 1);
+    if (rest.FindAny(u"{}") != std::u16string_view::npos) {
         return import_.Tell(Notice::Kind::Error, question,
                             u"一道题只能有一对大括号；几个空的填空题请用 Moodle XML 或 CSV。");
     }
-    if (!Trimmed(behind.Text()).empty()) {
+    if (!Trimmed(rest.Text()).empty()) {
         question.stem.AppendText(u"_____");
-        question.stem.Append(RichOf(behind, format_));
+        question.stem.Append(RichOf(rest, format_));
     }
     ReadAnswers(question, part.Until(close).From(open + 1).Trim());
     AddChecked(import_, std::move(question), notes_);

@@ -12,8 +12,8 @@ namespace qmtrain::exchange::gift {
 // A text in which every character knows whether a backslash stood before it: then it means itself.
 class MarkedText {
 public:
-    // Takes a line of the file, and its end, without the backslashes that mark others. False when nothing stands behind
-    // the last one.
+    // Takes a line of the file, and its end, without the backslashes that escape other characters. False when nothing
+    // follows the last one.
     bool AppendLine(std::u16string_view line, std::size_t number);
 
     const std::u16string& Units() const { return units_; }

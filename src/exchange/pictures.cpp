@@ -26,7 +26,7 @@ bool IsWholePng(document::ByteSpan bytes) {
 }
 
 // Segments of FF, marker, length (big-endian, with its own two bytes) and content up to the one that begins the data;
-// the end stands behind it. A small picture within a segment has an end too.
+// the end marker follows it. A small picture within a segment has an end too.
 bool IsWholeJpeg(document::ByteSpan bytes) {
     static constexpr std::array<std::uint8_t, 2> kEnd = {0xFF, 0xD9};
     if (document::Big16(bytes, 0) != 0xFFD8) return false;

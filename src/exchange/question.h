@@ -78,7 +78,7 @@ struct Import {
     void Tell(Notice::Kind kind, const Question& question, std::u16string text);
     void Tell(Notice::Kind kind, std::size_t line, std::u16string text);
 
-    // What another file gave comes behind; a name of the file goes with each of its questions and notices.
+    // Appends what another file gave; the name of that file goes with each of its questions and notices.
     void Append(Import other, std::u16string_view file);
 };
 

@@ -72,7 +72,7 @@ void EndLinesWithLf(Text& text) {
     text.resize(to);
 }
 
-// Whether it is text in UTF-8, looked at piece by piece; each ends behind a character.
+// Whether it is text in UTF-8, checked in pieces that end between two characters.
 bool IsUtf8Text(std::string_view bytes) {
     constexpr std::size_t kPiece = std::size_t{64} << 10;
     while (!bytes.empty()) {

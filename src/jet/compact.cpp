@@ -178,7 +178,7 @@ private:
         for (std::size_t i = 0; i < to.real_indexes.size(); ++i) table->BuildIndex(i);
     }
 
-    // `id`: the column that names an object; rows of objects that are not there stay behind.
+    // `id`: the column that names an object; rows of objects that do not exist are not copied.
     void CopySystemRows(PageNumber page, std::u16string_view id) {
         const std::shared_ptr<Table> from = source_.TableAt(page);
         const std::shared_ptr<Table> to = target_.TableAt(page);

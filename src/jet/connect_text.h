@@ -1,4 +1,4 @@
-// Connection strings: a program's name or nothing, then parts KEY=value, each behind a semicolon:
+// Connection strings: a program's name or nothing, then parts KEY=value, each after a semicolon:
 // ";DATABASE=path;PWD=word".
 #pragma once
 

@@ -42,7 +42,7 @@ public:
 
     SlotKind Kind(std::size_t slot) const;
 
-    // How many rows of the table stand in this slot and those behind it: Row and Header.
+    // How many rows of the table stand in this slot and those after it: Row and Header.
     std::size_t RowsFrom(std::size_t slot) const;
     ByteView Row(std::size_t slot) const;
 

@@ -101,7 +101,7 @@ private:
 
     void ReadColumn(StoredColumn& column) {
         const ByteView block = Take(format_.column_block);
-        const std::size_t shift = IsJet4() ? 4 : 0;  // the magic number behind the type
+        const std::size_t shift = IsJet4() ? 4 : 0;  // the magic number after the type
         SetType(column, block.U8(0));
         column.number = block.U16(1 + shift);
         column.variable_index = block.U16(3 + shift);

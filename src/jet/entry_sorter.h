@@ -32,7 +32,7 @@ private:
 
     FileSystem& system_;
     std::size_t memory_;
-    Bytes bytes_;                         // of the entries in memory, each behind its u16 length
+    Bytes bytes_;                         // of the entries in memory, each after its u16 length
     std::vector<std::uint32_t> entries_;  // where each begins
     std::size_t next_ = 0;                // when all of them fit into memory
     std::unique_ptr<File> file_;

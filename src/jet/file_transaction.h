@@ -1,5 +1,5 @@
-// What one file has open against the day it is undone: nested levels with the images of their pages, and the journal
-// behind which changed pages go into the file.
+// What is needed to undo the open changes of one file: nested levels with the images of their pages, and the journal
+// that is written before changed pages go into the file.
 #pragma once
 
 #include <cstdint>

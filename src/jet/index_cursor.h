@@ -49,7 +49,7 @@ private:
     bool located_ = false;
     Page page_;
     std::optional<IndexEntries> view_;
-    std::size_t position_ = 0;  // of the next entry; backward: behind it
+    std::size_t position_ = 0;  // of the next entry; backward: past it
     std::size_t stop_ = 0;      // the bound's place on this page
     PageNumber pages_walked_ = 0;
 };

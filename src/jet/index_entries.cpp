@@ -179,7 +179,7 @@ public:
         }
     }
 
-    // `by` bits from `from` on go, and those behind them move down.
+    // `by` bits from `from` on go, and those after them move down.
     void CloseGap(std::size_t from, std::size_t by) {
         const Words moved = From(from + by);
         ClearFrom(from);

@@ -10,7 +10,7 @@
 namespace qmtrain::jet {
 
 // Finds entries by the mask on demand, without building a table of their ends first. A place is where an entry's stored
-// bytes begin, from the first entry on; End() is behind the last.
+// bytes begin, from the first entry on; End() is past the last.
 class IndexEntries {
 public:
     // Raises FileDamaged when the page is no index page of that table or its entries do not hold together.
@@ -64,7 +64,7 @@ private:
     std::size_t end_ = 0;
 };
 
-// 64 bits of the mask. Bit 0 of all stands before the first entry and means nothing. Behind the mask are the entries:
+// 64 bits of the mask. Bit 0 of all stands before the first entry and means nothing. The entries follow the mask:
 // what is read of them stands for places above End().
 inline std::uint64_t IndexEntries::Word(std::size_t word) const {
     return Get<std::uint64_t>(mask_ + word * 8);

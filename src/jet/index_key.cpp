@@ -44,7 +44,7 @@ void Invert(Bytes& key, std::size_t from) {
     for (std::size_t i = from; i < key.size(); ++i) key[i] = static_cast<std::uint8_t>(~key[i]);
 }
 
-// Groups of eight bytes, each with the count of its bytes behind it, 9 when more follow. In descending order that 9
+// Groups of eight bytes, each followed by the count of its bytes, 9 when more follow. In descending order that 9
 // is not inverted.
 void AppendBinary(std::span<const std::uint8_t> bytes, bool ascending, Bytes& key) {
     const std::uint8_t mask = ascending ? 0 : 0xFF;

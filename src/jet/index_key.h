@@ -42,7 +42,7 @@ void AppendKeyPart(const StoredColumn& column, bool ascending, const Value& valu
 // Requires: a text order of which the weights are known.
 void AppendTextPrefix(bool ascending, std::u16string_view text, const Header& header, Bytes& key);
 
-// Whether the part of a value can be read back as that value, and how many bytes it has behind its flag.
+// Whether the part of a value can be read back as that value, and how many bytes it has after its flag.
 bool HasReadableKey(ColumnType type);
 std::size_t KeySize(ColumnType type);
 

@@ -72,10 +72,10 @@ private:
     bool leaf_;
     std::size_t prefix_;
     std::size_t count_ = 0;
-    std::array<std::uint16_t, 3624> ends_;  // one for each bit: behind a prefix an entry may be a single byte
+    std::array<std::uint16_t, 3624> ends_;  // one for each bit: after a prefix an entry may be a single byte
 };
 
-// Whole entries one behind the other.
+// Whole entries, one after the other.
 class EntryList {
 public:
     using Entry = std::span<const std::uint8_t>;

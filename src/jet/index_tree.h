@@ -101,7 +101,7 @@ private:
     struct Step {
         PageNumber page = 0;
         std::size_t child = 0;
-        bool lacks_tail = false;  // though the way led behind its last entry
+        bool lacks_tail = false;  // though the way led past its last entry
     };
     using Path = std::vector<Step>;
 

@@ -167,9 +167,9 @@ std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries
         prefix = common(entry, prefix);
         bytes += entry.size();
         if (bytes > capacity && bytes - prefix * (old.Size() + taken) > capacity) break;
-        const std::size_t behind = old.LowerBound(entry, at);
-        merged.Append(old, at, behind);
-        at = behind;
+        const std::size_t after = old.LowerBound(entry, at);
+        merged.Append(old, at, after);
+        at = after;
         if (at < old.Size() && std::ranges::equal(old[at], entry)) pager_.Damaged(root_, u"索引中已有此行");
         const bool known =
             (at < old.Size() && SameKey(old[at], entry)) || (!merged.Empty() && SameKey(merged.Back(), entry));
@@ -188,7 +188,7 @@ std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries
     return taken;
 }
 
-// Some programs leave nodes without a tail. Where a key behind all entries leads to such a node, its last child becomes
+// Some programs leave nodes without a tail. Where a key past all entries leads to such a node, its last child becomes
 // the tail: then a new last entry needs no change above the leaf. True when something was changed.
 bool IndexTree::GiveTails(const Path& path) {
     bool changed = false;

@@ -105,7 +105,7 @@ void Journal::AddRecord(std::uint32_t page, std::span<const std::uint8_t> image)
 // The checksums of the records that are about to be written.
 void Journal::SealRecords() {
     const std::size_t record = kRecordHead + page_size_;
-    std::uint8_t* first = buffer_.data() + buffer_.size() % record;  // behind the header, where it is there
+    std::uint8_t* first = buffer_.data() + buffer_.size() % record;  // after the header, if there is one
     ImageChecksums(
         nonce_, buffer_.size() / record, page_size_,
         [&](std::size_t i) { return Get<std::uint32_t>(first + i * record); },

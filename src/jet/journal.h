@@ -35,7 +35,7 @@ public:
     // Of so many pages the outcome can be told.
     static std::size_t MostOutcomes(std::uint32_t page_size);
 
-    // Pages that the transaction writes, and their images, one behind the other, as they will stand in the file. For
+    // Pages that the transaction writes, and their images, one after the other, as they will stand in the file. For
     // all of them, before anything else is added, in a transaction of no more than MostOutcomes().
     void AddOutcomes(std::span<const PageNumber> pages, std::span<const std::uint8_t> images);
 
@@ -65,7 +65,7 @@ public:
     // Whether the folder has it on the disk.
     bool IsNamed() const { return folder_synced_; }
 
-    // Removes a journal that has no effect any more, or behind which nothing was overwritten. If that fails, whoever
+    // Removes a journal that has no effect any more, or after which nothing was overwritten. If that fails, whoever
     // finds it there ends it.
     void Remove() noexcept;
 

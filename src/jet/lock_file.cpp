@@ -250,7 +250,7 @@ bool LockFile::IsAlone() const noexcept {
     }
 }
 
-// Closes the gate, and waits until those behind it are gone.
+// Closes the gate, and waits until the readers that passed it before have finished.
 void LockFile::LockExclusive() {
     if (exclusive_) return;
     WaitFor(*writing_, kGate, File::Lock::Exclusive);

@@ -142,7 +142,7 @@ private:
     std::vector<std::size_t> passing_;  // places of the frames for pages that are read in passing, used in turn
     std::size_t next_passing_ = 0;
     std::vector<bool> passed_;      // the pages that have lost their frame so: read again, they stay
-    PageNumber expected_miss_ = 0;  // the page behind the last one that was fetched
+    PageNumber expected_miss_ = 0;  // the page after the last one that was fetched
     PageNumber read_ahead_ = 1;     // pages to fetch at once when pages are missed in order
 };
 

@@ -257,7 +257,7 @@ void EncodeRow(const TableDefinition& table, const FileFormat& format, const std
         std::copy(fields[i].bytes.begin(), fields[i].bytes.end(), row.begin() + (number + column.fixed_offset));
     }
     if (table.variable_columns == 0) return;
-    // Jump k is the first column that begins at 256 * (k + 1) or behind it; those that lead nowhere are 0xFF.
+    // Jump k is the first column that begins at 256 * (k + 1) or after it; those that lead nowhere are 0xFF.
     const std::size_t jumps = number == 1 ? (length - 1) / 256 : 0;
     const std::size_t offsets_at = mask_at - 2 * number - jumps;
     std::fill_n(row.begin() + (offsets_at + number), jumps, std::uint8_t{0xFF});

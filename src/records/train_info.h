@@ -58,8 +58,8 @@ public:
     std::int32_t AddNewTrain(Date dStartDate, const std::int32_t& nUserId, std::int32_t nTheoryNo,
                              std::int32_t nOperationNo, std::int32_t nSubjectCode);
 
-    // Records the end of a practice; false when there is no such training. The time used is set when the end lies
-    // behind the start.
+    // Records the end of a practice; false when there is no such training. The time used is set when the end is
+    // later than the start.
     bool Update(std::int32_t nTrainId, Date dEndDate, float sngScore);
 
     // Fills the object, with TrainUser and TrainSubject; without such a row nothing changes.

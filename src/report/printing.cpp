@@ -17,7 +17,7 @@ namespace qmtrain::report {
 namespace {
 
 constexpr int kFirstItem = wxID_HIGHEST + 2600;
-enum Item : int { kHtml = kFirstItem, kCsv, kPdf, kPreview, kPrint, kBehindLast };
+enum Item : int { kHtml = kFirstItem, kCsv, kPdf, kPreview, kPrint, kEndOfItems };
 
 // Pages are laid out once, and drawn as often as the preview or the printer asks for them.
 class ReportPrintout : public wxPrintout {
@@ -131,7 +131,7 @@ void AppendExportItems(wxMenu& menu) {
 }
 
 bool RunExportItem(wxWindow* parent, int item, const std::function<Report()>& make) {
-    if (item < kFirstItem || item >= kBehindLast) return false;
+    if (item < kFirstItem || item >= kEndOfItems) return false;
     try {
         const Report report = make();
         if (item == kPreview) {

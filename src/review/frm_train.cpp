@@ -41,7 +41,7 @@ constexpr Column kColumns[kTrainingHeaders.size()] = {
 };
 
 const std::vector<ui::Icon> kIcons = {ui::Icon::Pass, ui::Icon::Fail, ui::Icon::Ascending, ui::Icon::Descending};
-constexpr int kHeaderIcons = 2;  // the header's icons stand behind the rows'
+constexpr int kHeaderIcons = 2;  // the header's icons follow those of the rows
 
 // The rows of a summary, one after the other; the first error when not all could be read.
 template <class Body>

@@ -3,7 +3,7 @@
 namespace qmtrain::review {
 namespace {
 
-// Headers up to "总分" sort by their own column; the ones behind it by the hidden copy three columns further on.
+// Headers up to "总分" sort by their own column; the ones after it by the hidden copy three columns further on.
 constexpr int kLastOwnColumn = 4;
 constexpr int kCopyDistance = 3;
 constexpr int kLastVisibleKey = 6;

@@ -52,7 +52,7 @@ inline constexpr int kFailIcon = 2;
 inline constexpr std::array<std::u16string_view, 6> kTrainingHeaders = {u"日期", u"类型", u"练习时间",
                                                                         u"总分", u"得分", u"得分率(%)"};
 
-// A cell for each header, and behind them what the last three sort by: texts with leading zeros.
+// A cell for each header, followed by what the last three sort by: texts with leading zeros.
 inline constexpr std::size_t kKindColumn = 1;
 ui::ListRow ToListRow(const Training& training);
 

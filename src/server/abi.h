@@ -25,7 +25,7 @@ namespace qmtrain::server {
 template <class C>
 IDispatch* Wrap(std::shared_ptr<C> instance);
 
-// The C++ object behind an automation object of ours. Raises TypeMismatch for any other object.
+// The C++ object that an automation object of ours stands for. Raises TypeMismatch for any other object.
 template <class C>
 std::shared_ptr<C> Unwrap(IDispatch* object);
 

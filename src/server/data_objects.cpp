@@ -54,7 +54,7 @@ ComPtr<IUnknown> ItemsOf(dao::Collection& collection) {
     return Enumerate(std::move(items));
 }
 
-// The object of ours behind a client's; raises TypeMismatch for any other.
+// The C++ object that a client's automation object stands for; raises TypeMismatch for any other.
 template <class... T>
 dao::AnyObject AnyOf(IDispatch* object) {
     dao::AnyObject found;

@@ -18,7 +18,7 @@ class ClassInformation;
 // The object of an instance: while clients hold it, the same for each call. With a reference for the caller.
 IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance);
 
-// The instance behind an object of the class; none for any other object.
+// The instance that an object of the class stands for; none for any other object.
 std::shared_ptr<void> UnwrapInstance(const Class& made_of, IDispatch* object);
 
 // Raises the event of an object of a class that has events, with whoever is listening.

@@ -14,7 +14,7 @@ inline constexpr const char16_t* kQuestionFont = u"宋体";
 inline constexpr int kQuestionHalfPoints = 21;
 
 // What becomes of the placeholders "[%user%]" and "%user%": nothing takes their place. The review's search ends at one
-// that stands at position 0 or 1: that one and all behind it stay.
+// that stands at position 0 or 1: that one and all after it stay.
 enum class Placeholders : std::uint8_t { GoUpToTheBeginning, Go };
 
 bool IsRtf(std::u16string_view stored);
@@ -23,7 +23,7 @@ bool IsRtf(std::u16string_view stored);
 // boxes leave behind, and without placeholders.
 document::RichText StoredText(std::u16string_view stored, Placeholders placeholders = Placeholders::GoUpToTheBeginning);
 
-// "选择项:" and the options, each in a paragraph of its own behind its letter.
+// "选择项:" and the options, each in a paragraph of its own after its letter.
 document::RichText OptionsText(const TextCollection& options,
                                Placeholders placeholders = Placeholders::GoUpToTheBeginning);
 

@@ -68,7 +68,7 @@ TEST(Format, Dates) {
         {moment, "yyyy年mm月dd日", "2005年04月02日"},
         {moment, "yy-m-d", "05-4-2"},
         {moment, "hh:nn:ss", "15:05:09"},
-        {moment, "h:m:s", "15:5:9"},  // "m" behind "h" is minutes
+        {moment, "h:m:s", "15:5:9"},  // "m" after "h" is minutes
         {moment, "nn:ss mm", "05:09 04"},
         {moment, "h:mm AM/PM", "3:05 PM"},
         {moment, "hha/p", "03p"},

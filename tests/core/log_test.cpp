@@ -38,7 +38,7 @@ TEST_F(LogTest, BytesOfAnEntry) {
         std::int32_t type;
         std::u16string message;
         std::u16string function;
-        std::string first_line;  // behind the time
+        std::string first_line;  // after the time
         std::string rest;
     };
     const Case cases[] = {

@@ -32,7 +32,7 @@ TEST(Utilities, ReverseSearch) {
     };
     const Case cases[] = {
         {u"abcabc", u"bc", -1, 0, 5},    {u"abcabc", u"bc", 4, 0, 2},   {u"abcabc", u"bc", 5, 0, 2},
-        {u"abcabc", u"bc", 6, 0, 5},     {u"abcabc", u"bc", 600, 0, 5},  // behind the end
+        {u"abcabc", u"bc", 6, 0, 5},     {u"abcabc", u"bc", 600, 0, 5},  // past the end
         {u"abcabc", u"cb", -1, 0, none}, {u"abc", u"bc", 1, 0, none},    // the match cannot end there
         {u"abc", u"ab", 2, 0, 1},        {u"abc", u"bc", 0, 0, none},   {u"abc", u"bc", -2, 0, none},
         {u"ab", u"abc", -1, 0, empty},   {u"ab", u"abc", 2, 0, none},  // the start is looked at first

@@ -196,7 +196,7 @@ TEST_F(AccessPathTest, ChangesOfManyRowsKeepTheIndexes) {
         << "twice among the new rows";
     EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM Indexed", u"N"), count);
     EXPECT_EQ(Column(u"SELECT Count(*) AS N FROM Indexed WHERE ID >= 1000", u"N"), u"400");
-    // Between, behind and before what is there, and many times under the same keys.
+    // Between, after and before what is there, and many times under the same keys.
     for (const char16_t* id : {u"ID + 9000", u"4000 - ID", u"ID * 9 + 20000", u"ID * 9 + 20004", u"-1 - ID"}) {
         database_->Execute(u"INSERT INTO Indexed SELECT " + std::u16string(id) +
                            u" AS ID, A, F, X, C, D, S, M, G, Y, N, B FROM Plain");

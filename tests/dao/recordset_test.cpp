@@ -188,7 +188,7 @@ TEST_F(RecordsetTest, RowsFetchedAheadAreNotSeenYet) {
     rows->Fields(u"UserID").Value(std::int32_t{8});
     rows->Update();
     rows->MoveNext();
-    EXPECT_EQ(rows->Fields(u"UserID").Value(), Value(8)) << "the new row stands behind those that were seen";
+    EXPECT_EQ(rows->Fields(u"UserID").Value(), Value(8)) << "the new row stands after those that were seen";
     rows->MoveNext();
     EXPECT_EQ(rows->Fields(u"TrainID").Value(), Value(15));
     rows->MovePrevious();

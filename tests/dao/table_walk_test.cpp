@@ -15,8 +15,8 @@ using Row = std::pair<std::int32_t, std::int32_t>;  // key, id
 // The record set as it should be: all rows in order, and where the current one stands or stood.
 class Model {
 public:
-    bool Eof() const { return place_ == Place::Behind || (place_ == Place::Before && rows.empty()); }
-    bool Bof() const { return place_ == Place::Before || (place_ == Place::Behind && rows.empty()); }
+    bool Eof() const { return place_ == Place::After || (place_ == Place::Before && rows.empty()); }
+    bool Bof() const { return place_ == Place::Before || (place_ == Place::After && rows.empty()); }
     bool IsOnRow() const { return place_ == Place::On && rows.contains(current); }
 
     void GoTo(const Row& row) {
@@ -26,16 +26,16 @@ public:
 
     // False where there is no row to move to or from.
     bool Move(bool forward) {
-        if (place_ == (forward ? Place::Behind : Place::Before)) return false;
+        if (place_ == (forward ? Place::After : Place::Before)) return false;
         if (forward) {
             const auto next = place_ == Place::Before ? rows.begin() : rows.upper_bound(current);
             if (next == rows.end())
-                place_ = Place::Behind;
+                place_ = Place::After;
             else
                 GoTo(*next);
             return true;
         }
-        auto next = place_ == Place::Behind ? rows.end() : rows.lower_bound(current);
+        auto next = place_ == Place::After ? rows.end() : rows.lower_bound(current);
         if (next == rows.begin())
             place_ = Place::Before;
         else
@@ -53,7 +53,7 @@ public:
     Row current;
 
 private:
-    enum class Place : std::uint8_t { Before, On, Behind };
+    enum class Place : std::uint8_t { Before, On, After };
     Place place_ = Place::On;
 };
 

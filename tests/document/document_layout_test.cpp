@@ -77,7 +77,7 @@ TEST(DocumentLayout, BreaksLines) {
         {"between Chinese characters", {u"中文字符"}, 5, u"中文/字符"},
         {"between Chinese and Latin", {u"中文abc"}, 6, u"中文/abc"},
         {"not before closing punctuation", {u"中文字。符"}, 6, u"中文/字。符"},
-        {"not behind opening punctuation", {u"中文（字"}, 6, u"中文/（字"},
+        {"not after opening punctuation", {u"中文（字"}, 6, u"中文/（字"},
         {"nor between two of them", {u"中文字”。"}, 8, u"中文/字”。"},
         {"no place to break", {u"。。。。"}, 4, u"。。/。。"},
         {"a word across runs", {u"ab c", u"de"}, 5, u"ab /cde"},
@@ -117,7 +117,7 @@ TEST(DocumentLayout, PlacesLinesByFormat) {
         {"right", {.alignment = Alignment::Right}, {30, 60}},
         {"indented", {.left_indent = 150, .first_line_indent = 150}, {20, 10}},
         {"hanging", {.left_indent = 300, .first_line_indent = -300}, {0, 20}},
-        {"behind a bullet", {.left_indent = 300, .first_line_indent = -300, .bullet = u"1."}, {30, 20}},
+        {"after a bullet", {.left_indent = 300, .first_line_indent = -300, .bullet = u"1."}, {30, 20}},
     };
     FixedMeasurer measurer;
     for (const Case& c : cases) {
@@ -142,7 +142,7 @@ TEST(DocumentLayout, TabsGoToTheirStops) {
     for (const Piece& piece : layout.Lines()[0].pieces) {
         if (piece.text != u"\t") letters.push_back(piece.x);
     }
-    EXPECT_EQ(letters, (std::vector<int>{0, 20, 50, 96}));  // behind the stops of its own every half inch
+    EXPECT_EQ(letters, (std::vector<int>{0, 20, 50, 96}));  // past its own stops every half inch
 }
 
 TEST(DocumentLayout, LinesAreAsHighAsTheirHighestPartAndPicturesShrink) {

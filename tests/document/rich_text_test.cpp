@@ -92,9 +92,9 @@ TEST(RichText, Find) {
         {"other case, exactly", u"[%user%]", 0, kExact, std::nullopt},
         {"across runs", u"题：", 0, kExact, 2},
         {"across paragraphs", u"列\n图", 0, kExact, 13},
-        {"behind a picture", u"abc", 0, kAny, 18},
+        {"after a picture", u"abc", 0, kAny, 18},
         {"from its own place", u"[%USER%]", 4, kAny, 4},
-        {"from behind it", u"[%USER%]", 5, kAny, std::nullopt},
+        {"from after it", u"[%USER%]", 5, kAny, std::nullopt},
         {"from beyond the end", u"a", 100, kAny, std::nullopt},
         {"nothing", u"", 0, kAny, std::nullopt},
     };

@@ -148,7 +148,7 @@ TEST(RtfPicture, UnknownKindsAndEmptyDataLeaveNothing) {
     }
 }
 
-// The place of the pixels is behind the header, the masks and the palette.
+// The place of the pixels is after the header, the masks and the palette.
 TEST(Picture, BitmapsBecomeFiles) {
     struct Case {
         const char* name;
@@ -220,7 +220,7 @@ TEST(Picture, SizesStandWhereDecodersFindThem) {
         {"JPEG, a segment before", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 1, 2}, frame}), true},
         {"JPEG, filled up", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0xFF, 0xFF, 0xE0, 0, 4, 1, 2, 0xFF, 0xFF}, frame}),
          true},
-        {"JPEG, a size behind a sign without length", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0x01, 0, 2}, frame}), false},
+        {"JPEG, a size after a sign without length", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0x01, 0, 2}, frame}), false},
         {"JPEG, begun twice", Kind::Jpeg, join({{0xFF, 0xD8, 0xFF, 0xD8, 0, 2}, frame}), false},
     };
     for (const Case& c : cases) {

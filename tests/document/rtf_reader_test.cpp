@@ -105,7 +105,7 @@ TEST(RtfReader, BeginningAndEnd) {
         {"but the one before does", uR"({\rtf1 a\par\par})", u"a\n"},
         {"no \\par", uR"({\rtf1 a})", u"a"},
         {"nothing", uR"({\rtf1})", u""},
-        {"behind the end", uR"({\rtf1 a}b{\rtf1 c})", u"a"},
+        {"after the end", uR"({\rtf1 a}b{\rtf1 c})", u"a"},
         {"blanks before", u"\xFEFF \r\n\t{\\rtf1 a}", u"a"},
         {"no closing braces", uR"({\rtf1 a{\b b)", u"ab"},
         {"ends in a word", uR"({\rtf1 a\)", u"a"},

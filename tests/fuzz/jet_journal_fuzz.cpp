@@ -31,7 +31,7 @@ constexpr std::size_t kCountersAt = 0xE00;
 constexpr std::uint64_t kNonce = 0x4321000123456789;
 constexpr std::uint64_t kCommonNonce = 0x987654321;
 
-// A reader of the input; zeros behind its end.
+// A reader of the input; zeros past its end.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}

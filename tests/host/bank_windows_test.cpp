@@ -281,7 +281,7 @@ TEST_F(BankWindowTest, WrittenTextIsNotLostAndTabLeadsOn) {
             editor.TxtOptions.back()->SetFocus();
             Press(WXK_TAB);
         })
-        .Await("the button behind the options", [&] { return editor.BtnMoreOptions->HasFocus(); })
+        .Await("the button after the options", [&] { return editor.BtnMoreOptions->HasFocus(); })
         .Do([&] { Press(WXK_TAB); })
         .Await("the analysis", [&] { return editor.TxtAnalysis->HasFocus(); })
         .Do([&] {

@@ -134,7 +134,7 @@ TEST_F(LearningTest, TheScheduleFollowsTheHistoryAndIsMadeAnewWhenItIsGone) {
     UpdateSchedule(data_, test::kCandidate);
     EXPECT_EQ(Cards(), cards);
 
-    // A paper from between the two, handed in only now, changes all that came behind it.
+    // A paper from between the two, handed in only now, changes all that came after it.
     const std::int32_t between = Practise({0});
     MoveBack(between, 5);
     UpdateSchedule(data_, test::kCandidate);

@@ -291,7 +291,7 @@ TEST_F(PracticeWindowTest, AnExerciseShowsEachAnswer) {
     script.Play(window);
 }
 
-TEST_F(PracticeWindowTest, TimeRunsOutBehindANote) {
+TEST_F(PracticeWindowTest, TimeRunsOutUnderANote) {
     Practice practice(data_, main_paper_, {test::kCandidate});
     practice.SecondsUsed(599);
     PracticeWindow window(nullptr, data_, practice);

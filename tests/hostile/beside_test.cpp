@@ -641,7 +641,7 @@ TEST_F(BesideTest, ReadersInTurnLetAWriterIn) {
     EXPECT_EQ(Count(), 15U);
 }
 
-// A file that was put in the place of an open one gets no rows behind its user's back, and the user is told.
+// A file that was put in the place of an open one is not written unnoticed: the user is told.
 TEST_F(BesideTest, AFileThatWasReplacedIsNotWritten) {
     const auto database = Open(file_);
     Insert(*database, u"T", {50});

@@ -219,7 +219,7 @@ struct Anatomy {
     }
     std::uint8_t* ColumnNumber(std::size_t i) { return Column(i) + (IsJet4() ? 5 : 1); }
     std::uint8_t* VariableIndex(std::size_t i) { return ColumnNumber(i) + 2; }
-    // The first block of a real index, from its columns on: behind three names of two characters.
+    // The first block of a real index, from its columns on: after three names of two characters.
     std::uint8_t* IndexBlock() { return Column(3) + (IsJet4() ? 3 * 6 + 4 : 3 * 3); }
     std::uint8_t* Entries(PageNumber page) { return Page(page) + form.index_entries; }
     std::uint8_t* Next(PageNumber page) { return Page(page) + form.index_previous + 4; }

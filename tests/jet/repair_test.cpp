@@ -75,7 +75,7 @@ TEST_P(RepairTest, MakesIndexesAndCountsAnew) {
         Damage(test.page, test.at, test.bytes);
         EXPECT_FALSE(IsSound());
         for (int round = 0; round < 3; ++round) Repair(*database_);
-        test::ExpectClean(*database_, test.page != root);  // a page that nobody knows stays behind
+        test::ExpectClean(*database_, test.page != root);  // a page that nothing refers to stays
         EXPECT_EQ(Rows(*database_, u"Notes"), rows);
         EXPECT_LT(test::PagesOf(*database_), pages * 2) << "the pages of the old trees are used again";
     }

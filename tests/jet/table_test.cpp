@@ -500,7 +500,7 @@ TEST(Jet3Limits, AreRefused) {
              insert({u"a笔b", long_text, {}});
          },
          ErrorNumber::DataTypeConversion, u"“K”"},
-        {"memo behind a memo",
+        {"memo after a memo",
          [&] {
              insert({u"a", long_text, u"记"});
          },

@@ -198,7 +198,7 @@ TEST_F(UndoTest, AnotherEnginesFailureUndoesAnInnerTransaction) {
     EXPECT_FALSE(session->IsInTransaction());
 }
 
-TEST(ImageStore, KeepsWhatIsPutInMemoryAndBehindIt) {
+TEST(ImageStore, KeepsWhatIsPutInMemoryAndOnDisk) {
     constexpr std::uint32_t kSize = 4096;
     ImageStore store(FileSystem::Native(), kSize);
     std::map<PageNumber, std::uint8_t> model;

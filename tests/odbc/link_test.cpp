@@ -266,7 +266,7 @@ TEST_F(RowsTest, AreAddedChangedAndDeleted) {
     rows->Delete();
     EXPECT_EQ(ErrorOf([&] { rows->Fields(u"id").Value(); }), N(Number::RecordDeleted));
     rows->MoveNext();
-    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{6})) << "the new one stands behind those seen before it";
+    EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{6})) << "the new one stands after those seen before it";
     rows->MoveNext();
     EXPECT_EQ(rows->Fields(u"id").Value(), Value(std::int32_t{3}));
     EXPECT_EQ(server_->Psql("SELECT id, remark FROM train WHERE userid = 1 ORDER BY id"), "1|备注1\n3|备注3\n6|改");
@@ -775,7 +775,7 @@ TEST_F(RowsTest, ServersThatCannotBeReachedAreNamedWithoutThePassword) {
     }
 }
 
-// The driver joins half of a character with the quote behind it, so that the next value is read as a statement.
+// The driver joins half of a character with the quote after it, so that the next value is read as a statement.
 TEST_F(RowsTest, HalfCharactersAreRefused) {
     const std::u16string half = std::u16string(u"n") + char16_t{0xD800};
     const std::u16string harm = u", null); DELETE FROM train; --";

@@ -218,7 +218,7 @@ TEST_F(PreparedTest, ARefusedMessageLeavesTheTransactionAsItWas) {
     };
     const Case cases[] = {
         {"first", [&] { refused(), add(10), add(11); }, "10,11"},
-        {"behind others", [&] { add(10), add(11), refused(), refused(), add(12); }, "10,11,12"},
+        {"after others", [&] { add(10), add(11), refused(), refused(), add(12); }, "10,11,12"},
         {"last", [&] { add(10), add(11), refused(); }, "10,11"},
     };
     for (const Case& c : cases) {

@@ -129,11 +129,11 @@ TEST_F(CopyTest, BringsAllRowsOnceHoweverOftenItIsRun) {
     Copy();
     EXPECT_EQ(Counts(), "2|1234|1|1|1234");
     server_->Psql("INSERT INTO traininfo (\"UserId\") VALUES (9)");
-    EXPECT_EQ(server_->Psql("SELECT max(\"TrainID\") FROM traininfo"), "4") << "behind those that were brought";
+    EXPECT_EQ(server_->Psql("SELECT max(\"TrainID\") FROM traininfo"), "4") << "after those that were brought";
 }
 
 // An attempt may end between the last rows and the number of the next one.
-TEST_F(CopyTest, NumbersGoOnBehindTheRowsWhereverItWasBrokenOff) {
+TEST_F(CopyTest, NumbersGoOnAfterTheRowsWhereverItWasBrokenOff) {
     Copy();
     server_->Psql("SELECT setval('\"traininfo_TrainID_seq\"', 1, false), setval('\"trainresult_ResultID_seq\"', 1)");
     Copy();

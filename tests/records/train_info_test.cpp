@@ -63,7 +63,7 @@ TEST_F(TrainInfoTest, APracticeFromStartToReview) {
     if (MdbReaderModules() != nullptr && jet4) ExpectSameAsMdbReader(*database, ClientFile());
 }
 
-TEST_F(TrainInfoTest, TimeUsedIsSetWhenTheEndLiesBehindTheStart) {
+TEST_F(TrainInfoTest, TimeUsedIsSetWhenTheEndIsAfterTheStart) {
     struct Case {
         const char* name;
         const char16_t* start;  // an SQL value

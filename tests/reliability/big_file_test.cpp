@@ -49,7 +49,7 @@ protected:
 };
 
 // Pages that one table gives back do not make its neighbours' look free, wherever in the file they are.
-TEST_P(BigFileTest, TablesBehindTheFirstMapPage) {
+TEST_P(BigFileTest, TablesPastTheFirstMapPage) {
     const std::uint64_t mapped = Form().PagesPerMapPage();
     for (const std::uint64_t pages : {mapped - 36, mapped, mapped + 1, 2 * mapped + 5000}) {
         SCOPED_TRACE(pages);

@@ -149,7 +149,7 @@ protected:
         const Disk disk = Replay(record.start, random_).Run(record.changes, count, fates);
         MemoryFiles files;
         for (const auto& [path, content] : disk) files.At(path) = content;
-        SCOPED_TRACE("cut behind change " + std::to_string(count));
+        SCOPED_TRACE("cut after change " + std::to_string(count));
         ScriptedFiles watched(files);
         watched.notes = true;
         ExpectWhole(record, watched, files, count);
@@ -288,7 +288,7 @@ TEST_P(PowerCutTest, LeavesAStatementDoneOrNot) {
     }
 }
 
-// Over the journal of the commit before: one with many records behind those of the new one, and a short one of which
+// Over the journal of the commit before: one with many records after those of the new one, and a short one of which
 // the disk may not know that it has ended.
 TEST_P(PowerCutTest, LeavesALaterStatementOfASessionDoneOrNot) {
     const auto add = [](int rows) -> Story {

@@ -33,7 +33,7 @@ const HostileText kTexts[] = {
     {"a condition", u"x' Or '1'='1"},
     {"a comparison with all rows", u"x' Or DataCode Like '*"},
     {"a second statement", u"x'; Delete From Notes; --"},
-    {"a second statement behind a whole one", u"x'; Delete From Notes Where Name='1"},
+    {"a second statement after a whole one", u"x'; Delete From Notes Where Name='1"},
     {"a union", u"x' Union Select * From Notes Where '1'='1"},
     {"double quotes", u"x\"y\""},
     {"brackets", u"[Name]] ["},

@@ -22,7 +22,7 @@ std::vector<std::vector<std::string>> ReadCsv(const std::string& text) {
     std::vector<std::string> row;
     std::string field;
     bool quoted = false;
-    for (std::size_t i = 3; i < text.size(); ++i) {  // behind the byte order mark
+    for (std::size_t i = 3; i < text.size(); ++i) {  // after the byte order mark
         const char c = text[i];
         if (quoted) {
             if (c != '"') {

@@ -31,7 +31,7 @@ TEST(TrainingRow, ScoresDecideTextsIconAndWarning) {
         float paper;
         float got;
         bool passed;
-        const char* cells;  // behind the time
+        const char* cells;  // after the time
     };
     const Case cases[] = {
         {"just failed", 100, 59, false, "100|59|59.0|0100|0059|059.0"},

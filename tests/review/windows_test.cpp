@@ -157,7 +157,7 @@ TEST_F(HistoryWindowTest, HeadersSortAndTheSelectionStaysWithItsTraining) {
         .Await("sorted by points", [&] { return Cells(list, kGot) == "6 59 78"; })
         .Do([&] {
             EXPECT_EQ(list.SelectedIndex(), 2);
-            EXPECT_EQ(HeaderIcons(list), "000030");  // the header's icons stand behind those of the rows
+            EXPECT_EQ(HeaderIcons(list), "000030");  // the header's icons follow those of the rows
             ClickHeader(list, kGot);
         })
         .Await("downwards", [&] { return Cells(list, kGot) == "78 59 6"; })

@@ -1,4 +1,4 @@
-' What the scripts check with; each is run behind this one. The first argument is the folder of the test's files.
+' What the scripts check with; each is run after this one. The first argument is the folder of the test's files.
 Option Explicit
 Dim Folder, Failures, Checked
 Folder = WScript.Arguments(0)

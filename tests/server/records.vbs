@@ -80,7 +80,7 @@ Next
 Check "For Each", names, "TrainID UserId StartDate EndDate UseTime TheoryNo OperationNo PaperScore GetScore "
 Check "Count", rs.Fields.Count, CLng(9)
 rs.MoveNext
-Check "EOF behind", rs.EOF, True
+Check "EOF after the last", rs.EOF, True
 rs.Close
 On Error Resume Next
 ok = rs.EOF

@@ -91,7 +91,7 @@ void Describe(ITypeInfo* type, std::vector<std::string>& lines) {
     type->ReleaseTypeAttr(attributes);
 }
 
-// The file holds what the last release promised. Whatever stands there stays; new members and classes may come behind.
+// The file holds what the last release promised. Whatever stands there stays; new members and classes may follow.
 // A release adds the new lines, which a failure of this test prints when the file is emptied.
 TEST(TypeLibraryTest, KeepsWhatTheLastReleasePromised) {
     const Library library;

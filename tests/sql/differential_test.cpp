@@ -582,17 +582,17 @@ TEST(Differential, AccessPathsAgreeWithScansAndSqlite) {
 struct Number {
     bool negative = false;
     std::int64_t whole = 0;
-    int behind = 0;  // hundred-millionths
+    int fraction = 0;  // hundred-millionths
 
     std::string Text() const {
         std::string text = (negative ? "-" : "") + std::to_string(whole);
-        std::string digits = Padded(behind, kBehind);
+        std::string digits = Padded(fraction, kFraction);
         digits.erase(digits.find_last_not_of('0') + 1);
         return digits.empty() ? text : text + "." + digits;
     }
     double Nearest() const { return std::strtod(Text().c_str(), nullptr); }
     std::string Key() const {
-        std::string digits = Padded(whole, 20) + Padded(behind, kBehind);
+        std::string digits = Padded(whole, 20) + Padded(fraction, kFraction);
         for (char& digit : digits) digit = negative ? static_cast<char>('0' + '9' - digit) : digit;
         return (negative ? "'-" : "'0") + digits + "'";
     }
@@ -606,11 +606,11 @@ struct Number {
         const auto digits = std::count_if(text.begin() + first, text.end(), [](char c) { return c != '.'; });
         return digits > 15 ? Kind::Decimal : Kind::Double;
     }
-    bool IsCurrency() const { return behind % 10000 == 0 && whole < 922337203685477; }
-    bool IsLong() const { return behind == 0 && whole <= 2147483647; }
+    bool IsCurrency() const { return fraction % 10000 == 0 && whole < 922337203685477; }
+    bool IsLong() const { return fraction == 0 && whole <= 2147483647; }
 
 private:
-    static constexpr std::size_t kBehind = 8;
+    static constexpr std::size_t kFraction = 8;
 
     static std::string Padded(std::int64_t number, std::size_t width) {
         const std::string digits = std::to_string(number);
@@ -636,10 +636,10 @@ std::vector<Number> Numbers() {
         {1234567890123456790, 0},
     };
     std::vector<Number> numbers;
-    for (const auto& [whole, behind] : bases) {
+    for (const auto& [whole, fraction] : bases) {
         for (const int more : {0, 1, 2, 10000}) {
-            numbers.push_back({false, whole, behind + more});
-            if (whole + behind + more > 0) numbers.push_back({true, whole, behind + more});
+            numbers.push_back({false, whole, fraction + more});
+            if (whole + fraction + more > 0) numbers.push_back({true, whole, fraction + more});
         }
     }
     return numbers;

@@ -57,7 +57,7 @@ TEST(Printing, IsReadBackToTheSame) {
               "[d]))");
 }
 
-// What is left over behind something whole is a missing operator to Jet (3075); else the error names the clause.
+// What is left over after something whole is a missing operator to Jet (3075); else the error names the clause.
 struct Broken {
     const char* text;
     int error;

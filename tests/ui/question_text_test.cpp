@@ -19,7 +19,7 @@ TEST(QuestionText, PlaceholdersGoUnlessOneStandsAtTheBeginning) {
     const Case cases[] = {
         {u"ab[%user%]c", u"abc"},
         {u"ab%user%c%USER%d[%User%]e", u"abcde"},
-        {u"a%user%b%user%", u"a%user%b%user%"},          // position 1: this one and all behind it stay
+        {u"a%user%b%user%", u"a%user%b%user%"},          // position 1: this one and all after it stay
         {u"a[%user%]b[%user%]", u"a[]b[]"},              // the shorter one stands further on
         {u"[%user%]ab[%user%]", u"[%user%]ab[%user%]"},  // nor does the shorter one: it stands at 1
         {u"%user%ab[%user%]", u"%user%ab"},              // the kinds are looked for one after the other
@@ -53,7 +53,7 @@ TEST(QuestionText, BlackColourTablesAreLeftOut) {
         StoredText(u"{\\rtf1{\\colortbl ;\\red9\\green0\\blue0;}\\cf1 x}").Paragraphs()[0].runs[0].format.color);
 }
 
-TEST(QuestionText, OptionsStandInOrderBehindTheirLetters) {
+TEST(QuestionText, OptionsStandInOrderAfterTheirLetters) {
     TextCollection options;
     EXPECT_EQ(OptionsText(options).PlainText(), u"选择项:");
     options.Add(u"{\\rtf1 {\\b 甲}\\par }", u"A");

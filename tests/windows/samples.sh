@@ -31,7 +31,7 @@ says() {
   said | grep -qF "$words" || fail "$*: $(said)"
 }
 # script STATUS WORDS FILE ARGUMENT…: Wine's script host has room for one byte only of each character that it echoes into
-# a file, and writes over what lies behind. So the scripts write the file themselves.
+# a file, and writes over what follows. So the scripts write the file themselves.
 script() {
   local status=$1 words=$2 file=$3 got=0
   shift 3

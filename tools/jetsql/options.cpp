@@ -34,7 +34,7 @@ CLI::Option* Named(CLI::App& app, const char* name, Target& target, const char* 
     return app.add_option(name, target, help)->type_name(what)->take_last();
 }
 
-// One word each time, so that the words behind it stay statements.
+// One word each time, so that the words after it stay statements.
 CLI::Option* Repeated(CLI::App& app, const char* name, std::vector<std::string>& target, const char* what,
                       const char* help) {
     return app.add_option(name, target, help)->type_name(what)->allow_extra_args(false);
@@ -122,7 +122,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     AddFiles(app, options);
     AddLayouts(app, options);
     try {
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // it takes them from behind
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // it takes them from the back
     } catch (const CLI::CallForHelp&) {
         options.help = app.help();
     } catch (const CLI::ParseError& error) {

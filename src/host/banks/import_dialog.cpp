@@ -25,7 +25,7 @@ constexpr std::u16string_view kTitle = u"导入试题";
 constexpr int kPauseInTyping = 400;  // milliseconds
 constexpr int kNoticeHeight = 44;    // two lines, in pixels of an unscaled screen
 
-// In the order of the choice, behind the one that looks for itself.
+// In the order of the choice, after its first item, which recognises the format by itself.
 constexpr exchange::QuestionFormat kFormats[] = {exchange::QuestionFormat::Gift, exchange::QuestionFormat::Aiken,
                                                  exchange::QuestionFormat::MoodleXml, exchange::QuestionFormat::Csv};
 

@@ -22,7 +22,7 @@ const wxSize kStemSize(320, 120);
 const wxSize kOptionSize(240, 34);
 const wxSize kAnalysisSize(320, 64);
 constexpr std::size_t kUsualOptions = 4;
-constexpr int kCheckDelay = 300;  // milliseconds behind the last key
+constexpr int kCheckDelay = 300;  // milliseconds after the last key
 
 constexpr std::u16string_view kTitle = u"编辑试题";
 

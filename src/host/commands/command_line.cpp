@@ -30,7 +30,7 @@ void MakeChinese(CLI::App& app) {
     }
 }
 
-std::u16string Behind(const std::string& text, std::string_view sign) {
+std::u16string TextAfter(const std::string& text, std::string_view sign) {
     const std::size_t at = text.find(sign);
     return FromUtf8(at == std::string::npos ? text : text.substr(at + sign.size()));
 }
@@ -48,7 +48,7 @@ std::u16string Before(const std::string& text, char sign) {
 std::optional<std::string> ParseWords(CLI::App& app, const std::vector<std::string>& words) {
     MakeChinese(app);
     try {
-        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // it takes them from behind
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // it takes them from the back
     } catch (const CLI::CallForHelp&) {
         // A command without options of its own is described with all others.
         const auto chosen = app.get_subcommands();
@@ -65,14 +65,14 @@ std::optional<std::string> ParseWords(CLI::App& app, const std::vector<std::stri
     } catch (const CLI::ArgumentMismatch& error) {
         Refuse(u"参数 " + Before(error.what(), ':') + u" 后面的内容太少或太多");
     } catch (const CLI::ConversionError& error) {
-        Refuse(u"参数无法识别：" + Behind(error.what(), ": "));
+        Refuse(u"参数无法识别：" + TextAfter(error.what(), ": "));
     } catch (const CLI::ParseError& error) {
-        Refuse(u"不认识的参数：" + Behind(error.what(), ": "));
+        Refuse(u"不认识的参数：" + TextAfter(error.what(), ": "));
     }
     return std::nullopt;
 }
 
-std::int32_t NumberBehind(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most,
+std::int32_t NumberAfter(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most,
                           std::u16string_view what) {
     const auto number = ParseNumber(FromUtf8(text));
     if (!number || *number < least || *number > most || *number != std::floor(*number)) {

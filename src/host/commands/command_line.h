@@ -16,9 +16,9 @@ namespace qmtrain::host {
 // Raises the component's error, for the user, for what is not understood.
 std::optional<std::string> ParseWords(CLI::App& app, const std::vector<std::string>& words);
 
-// The number that stands behind an option. Raises the component's error, which says what it should be, for anything but
+// The number that follows an option. Raises the component's error, which says what it should be, for anything but
 // a whole number from `least` to `most`.
-std::int32_t NumberBehind(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most,
+std::int32_t NumberAfter(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most,
                           std::u16string_view what = u"整数");
 
 }  // namespace qmtrain::host

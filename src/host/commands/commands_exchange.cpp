@@ -35,7 +35,7 @@ void Say(std::u16string_view line) {
     std::fputs((ToUtf8(line) + "\n").c_str(), stdout);
 }
 
-// Parses the words behind the command and runs what they say.
+// Parses the words after the command and runs what they say.
 int Parse(CLI::App& app, const CommandWords& words, const std::function<int()>& run) {
     if (const auto help = ParseWords(app, {words.begin() + 1, words.end()})) {
         std::fputs(help->c_str(), stdout);

@@ -44,7 +44,7 @@ ExportOptions Parse(const CommandWords& words) {
            "--training",
            [&](const std::string& text) {
                options.training =
-                   NumberBehind("--training", text, 1, std::numeric_limits<std::int32_t>::max(), u"练习编号");
+                   NumberAfter("--training", text, 1, std::numeric_limits<std::int32_t>::max(), u"练习编号");
            },
            "export-paper：练习编号（默认为最近一次）")
         ->type_name("整数")

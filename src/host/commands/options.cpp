@@ -23,7 +23,7 @@ constexpr const char* kOtherCommands =
 template <class Set>
 void AddNumber(CLI::App& app, const std::string& name, std::int32_t least, Set set, const std::string& description) {
     app.add_option_function<std::string>(
-           name, [=](const std::string& text) { set(NumberBehind(name, text, least, kMostNumber)); }, description)
+           name, [=](const std::string& text) { set(NumberAfter(name, text, least, kMostNumber)); }, description)
         ->type_name("整数")
         ->take_last();
 }
@@ -68,7 +68,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
                                             {"practice", "练习一份试卷"},
                                             {"history", "打开练习历史窗口"},
                                             {"notes", "打开笔记管理窗口"}}) {
-        app.add_subcommand(name, description)->fallthrough();  // options may stand before the command and behind it
+        app.add_subcommand(name, description)->fallthrough();  // options may stand before the command and after it
     }
     std::vector<std::string> folders;
     std::vector<std::string> made;

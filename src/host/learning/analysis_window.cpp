@@ -28,7 +28,7 @@ constexpr std::u16string_view kPlace = u"AnalysisWindow";
 constexpr std::u16string_view kClass = u"Class";
 constexpr std::size_t kMostAnswers = 5;
 
-// Cells of a question's row behind the shown ones: those that sort as numbers do, and its key.
+// Cells of a question's row after the shown ones: those that sort as numbers do, and its key.
 enum ItemCell : std::size_t {
     kSortTimes = std::size(kItemHeaders),
     kSortRight,

@@ -42,7 +42,7 @@ void SetExamDate(const DataFolder& folder, std::int32_t user, std::int32_t subje
 struct ScheduleOverview {
     std::vector<ScheduledQuestion> due;  // today or before; most nearly forgotten first
     int overdue = 0;                     // since yesterday or longer
-    std::array<int, 7> ahead{};          // due tomorrow, and on the six days behind it
+    std::array<int, 7> ahead{};          // due tomorrow, and on the six days after that
     int all = 0;
     double known_now = 0;  // the share that is known, 0 to 1
     std::optional<int> days_to_exam = {};

@@ -40,7 +40,7 @@ public:
 
     // The answer takes the keyboard: what has been chosen, or the first that can be.
     void FocusAnswer();
-    // The blank behind the one that has the focus; false when there is none.
+    // The blank after the one that has the focus; false when there is none.
     bool FocusNextBlank();
 
     // Arranges the controls in a column; its height.

@@ -26,7 +26,7 @@ document::CharacterFormat Bold() {
     return format;
 }
 
-// In paragraphs of its own, behind the label.
+// A new paragraph that begins with the label and goes on with `more`; all of it is indented.
 void AppendBelow(document::RichText& text, std::u16string_view label, const document::CharacterFormat& format,
                  const document::RichText& more = {}) {
     const auto begin = [&](document::ParagraphFormat format) {

@@ -166,7 +166,7 @@ std::vector<RichEditor::Bullet> RichEditor::Bullets() {
     return bullets;
 }
 
-// Where items have come or gone since the text was set, those behind the first of a list go on from its number.
+// Where items have come or gone since the text was set, those after the first of a list go on from its number.
 void RichEditor::NumberAnew(std::vector<Bullet>& bullets) {
     std::vector<std::optional<exchange::ItemNumber>> last;  // at each level
     for (Bullet& bullet : bullets) {

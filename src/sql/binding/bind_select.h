@@ -10,7 +10,7 @@
 
 namespace qmtrain::sql {
 
-// One SELECT by itself, in an order that stands behind it or behind the UNION.
+// One SELECT by itself, in the order of the ORDER BY that follows it or the whole UNION.
 std::unique_ptr<Plan> BindPart(BindContext& context, const ast::SelectPart& part,
                                const std::vector<ast::OrderItem>& order_by, Scope* parent);
 

@@ -18,7 +18,7 @@ class ExpressionBinder {
 public:
     ExpressionBinder(BindContext& context, Scope& scope) : context_(context), scope_(scope) {}
 
-    // The aliases of this select list are names too, behind those of the columns.
+    // The aliases of this select list are names too; the names of columns come first.
     void SetAliases(const std::vector<ast::SelectItem>* items) { aliases_ = items; }
 
     ExpressionPtr Bind(const ast::Expression& expression);

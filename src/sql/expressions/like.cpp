@@ -58,8 +58,8 @@ public:
     }
 
     bool Has(char16_t folded) const {
-        const auto behind = std::ranges::upper_bound(ranges_, folded, {}, &Range::first);
-        return (behind != ranges_.begin() && folded <= std::prev(behind)->second) != negated_;
+        const auto after = std::ranges::upper_bound(ranges_, folded, {}, &Range::first);
+        return (after != ranges_.begin() && folded <= std::prev(after)->second) != negated_;
     }
 
     // Calls `body` with each folded unit that it has.
@@ -156,11 +156,11 @@ private:
     struct Run {
         std::vector<Element> elements;  // without "?" at the ends
         std::size_t any_before = 0;
-        std::size_t any_behind = 0;
+        std::size_t any_after = 0;
         bool plain = true;             // letters only
         std::optional<Finder> finder;  // of a long plain one
 
-        std::size_t Size() const { return any_before + elements.size() + any_behind; }
+        std::size_t Size() const { return any_before + elements.size() + any_after; }
     };
 
     // From this length on it matters that no place is compared whole.
@@ -178,7 +178,7 @@ private:
         const auto begin = std::ranges::find_if(run.elements, is_sign);
         run.any_before = static_cast<std::size_t>(begin - run.elements.begin());
         run.elements.erase(run.elements.begin(), begin);
-        for (; !run.elements.empty() && run.elements.back() == kAny; ++run.any_behind) run.elements.pop_back();
+        for (; !run.elements.empty() && run.elements.back() == kAny; ++run.any_after) run.elements.pop_back();
         run.plain = std::ranges::all_of(run.elements, [](Element element) { return element < kAny; });
         if (run.plain && run.elements.size() > kLongPlain) {
             run.finder.emplace(std::u16string(run.elements.begin(), run.elements.end()));
@@ -301,7 +301,7 @@ private:
         return units;
     }
 
-    // For each kind a bit for each unit of the text, and room behind it.
+    // For each kind a bit for each unit of the text, with spare words at the end, which a shifted reader looks at.
     using Fitting = std::vector<std::vector<std::uint64_t>>;
 
     static Fitting WhereKindsFit(const Units& units, std::u16string_view text) {

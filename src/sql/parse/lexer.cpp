@@ -127,8 +127,8 @@ private:
         if (!std::ranges::all_of(digits, [](char16_t unit) { return IsDigit(unit) || unit == u'.'; })) return false;
         const auto first = std::ranges::find_if(digits, [](char16_t unit) { return unit != u'0' && unit != u'.'; });
         const auto count = std::count_if(first, digits.end(), IsDigit);
-        const auto behind_point = digits.end() - std::ranges::find(digits, u'.');
-        return count > kDoubleDigits && count <= kMostDigits && behind_point <= kMostDigits + 1;
+        const auto after_point = digits.end() - std::ranges::find(digits, u'.');
+        return count > kDoubleDigits && count <= kMostDigits && after_point <= kMostDigits + 1;
     }
 
     void AddNumber(std::u16string_view digits) {
@@ -204,7 +204,7 @@ constexpr std::array<std::u16string_view, 47> kReserved = {
     u"TABLE",  u"TOP",        u"UNION",  u"UPDATE", u"VALUES", u"WHERE",    u"XOR"};
 static_assert(std::ranges::is_sorted(kReserved));
 
-// For each letter the place of the first word that begins with it or with a later one; behind them all the end.
+// For each letter the index of the first word that begins with it or with a later one; the last element is the end.
 constexpr std::array<std::uint8_t, 27> kFirstOf = [] {
     std::array<std::uint8_t, 27> first{};
     for (std::size_t letter = 0; letter < first.size(); ++letter) {

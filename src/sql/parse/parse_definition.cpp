@@ -286,7 +286,7 @@ ast::Constraint Parser::ParseTableConstraint() {
     return index;
 }
 
-// Behind REFERENCES.
+// After REFERENCES.
 ast::ReferenceDefinition Parser::ParseReferences(std::u16string name, std::vector<std::u16string> columns) {
     constexpr ErrorNumber kError = ErrorNumber::SyntaxInCreateTable;
     ast::ReferenceDefinition reference;

@@ -201,7 +201,7 @@ ExpressionPtr Parser::ParseNamed() {
     while (PeekSymbol(u".") || PeekSymbol(u"!")) {
         if (Take().IsSymbol(u"!")) column->exclamation = true;
         column->table += (column->table.empty() ? u"" : u"!") + column->name;
-        // Behind the point a keyword is a name.
+        // After the point a keyword is a name.
         if (Peek().kind != TokenKind::Name && Peek().kind != TokenKind::QuotedName)
             Fail(ErrorNumber::SyntaxInExpression);
         column->name = Take().text;

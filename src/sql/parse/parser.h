@@ -96,7 +96,7 @@ private:
     // parse_select.cpp
     ast::Select ParseSelect();
     ast::Select ParseTransform();
-    std::unique_ptr<ast::Select> ParseSubSelect();  // behind "(", up to and with ")"
+    std::unique_ptr<ast::Select> ParseSubSelect();  // after "(", up to and including ")"
     ast::SelectPart ParseSelectPart();
     void ParseQuantifiers(ast::SelectPart& part);
     ast::SelectItem ParseSelectItem();

@@ -25,7 +25,7 @@ struct BoundSelect {
     std::vector<SortKey> order;
 
     bool grouped = false;
-    RowsSource* groups = nullptr;  // a row for each group: the keys, and behind them the aggregates
+    RowsSource* groups = nullptr;  // a row for each group: the keys, followed by the aggregates
     std::vector<Expression*> keys;
     std::vector<Aggregate> aggregates;
     Expression* having = nullptr;

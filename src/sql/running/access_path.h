@@ -7,7 +7,7 @@
 
 namespace qmtrain::sql {
 
-// One end of a range on the column behind the fixed ones. `value` belongs to the plan.
+// One end of a range on the column after the fixed ones. `value` belongs to the plan.
 struct RangeEnd {
     Expression* value = nullptr;
     bool inclusive = true;
@@ -22,11 +22,11 @@ struct IndexAccess {
     int list_at = -1;
     RangeEnd low;
     RangeEnd high;
-    Expression* pattern = nullptr;  // the column behind the fixed ones is a text like that
+    Expression* pattern = nullptr;  // a LIKE pattern for the column after the fixed ones
     bool backwards = false;
 };
 
-// The rows found are at least those that satisfy the conditions behind it; the conditions themselves are tested above.
+// The rows found include all that satisfy the conditions it was made from; the conditions themselves are tested above.
 struct AccessPath {
     std::vector<IndexAccess> parts;      // rows that are in any of them; none: all rows
     std::vector<const Expression*> met;  // conditions that the rows found are known to satisfy

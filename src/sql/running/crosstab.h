@@ -15,7 +15,7 @@ namespace qmtrain::sql {
 
 class CrosstabRows : public RowOperator {
 public:
-    // Both selects show the row's groups: `rows` behind its columns, `cells` before the pivot and the value. Where
+    // Both selects show the row's groups: `rows` after its columns, `cells` before the pivot and the value. Where
     // `fills` is true, `rows` shows last of all the value of cells without rows; else that is Null.
     CrosstabRows(RowsSource& source, std::unique_ptr<Plan> rows, std::unique_ptr<Plan> cells, std::size_t groups,
                  bool fills, const std::vector<Value>& headings);

@@ -5,8 +5,8 @@ namespace qmtrain::sql {
 bool DistinctAccess::Next() {
     KeyRange range;
     if (last_) {
-        KeyBound behind{{*last_}, false};
-        range.low = std::move(behind);
+        KeyBound after_last{{*last_}, false};
+        range.low = std::move(after_last);
     }
     Cursor& cursor = source_.GetCursor();
     cursor.Range(index_, range);

@@ -12,7 +12,7 @@ namespace qmtrain::sql {
 
 class Group : public RowOperator {
 public:
-    // A row of `output` has the keys first and the aggregates behind them. Without keys there is always one group.
+    // A row of `output` has the keys first and the aggregates after them. Without keys there is always one group.
     Group(RowOperatorPtr child, RowsSource& output, std::vector<Expression*> keys, std::vector<Aggregate> aggregates);
 
     // All keys come from this source's row, which is kept and comes again: each row's group is looked up only once.

@@ -10,7 +10,7 @@
 
 namespace qmtrain::sql {
 
-// The first rows, and those behind them that equal the last one in the tie keys.
+// The first rows, and those after them that equal the last one in the tie keys.
 class Limit : public RowOperator {
 public:
     Limit(RowOperatorPtr child, std::size_t count, std::vector<Expression*> ties)

@@ -57,7 +57,7 @@ bool Sort::Next() {
     return false;
 }
 
-// False when the row is behind the last one that is wanted. That often shows before all its keys are made.
+// False when the row comes after the last one wanted, which is often known before all its keys are made.
 bool Sort::AddRow() {
     Row row;
     row.key = keys_.size();
@@ -68,7 +68,7 @@ bool Sort::AddRow() {
             for (std::uint8_t& byte : buffer_) byte = static_cast<std::uint8_t>(~byte);
         }
         keys_.insert(keys_.end(), buffer_.begin(), buffer_.end());
-        if (has_last_ && IsBehindLast(row.key)) {
+        if (has_last_ && ComesAfterLast(row.key)) {
             keys_.resize(row.key);
             return false;
         }
@@ -85,9 +85,9 @@ bool Sort::AddRow() {
     return true;
 }
 
-// Whether the key that begins there, as far as it has been made, comes behind that of the last row wanted, and does so
+// Whether the key that begins there, as far as it has been made, comes after that of the last row wanted, and does so
 // in the keys that decide about ties.
-bool Sort::IsBehindLast(std::size_t key) const {
+bool Sort::ComesAfterLast(std::size_t key) const {
     const std::size_t size = std::min(keys_.size() - key, last_key_.size());
     return size > 0 && std::memcmp(&keys_[key], last_key_.data(), size) > 0;
 }
@@ -106,7 +106,7 @@ int Sort::Compare(const Row& a, const Row& b, bool tie) const {
     return tie || a.number == b.number ? 0 : a.number < b.number ? -1 : 1;
 }
 
-// Drops rows that come behind the last one wanted, and moves the rest together.
+// Drops rows that come after the last one wanted, and moves the rest together.
 void Sort::Prune() {
     const auto nth = rows_.begin() + (limit_ - 1);
     std::ranges::nth_element(rows_, nth, [this](const Row& a, const Row& b) { return Compare(a, b, false) < 0; });

@@ -42,7 +42,7 @@ private:
     };
 
     bool AddRow();
-    bool IsBehindLast(std::size_t key) const;
+    bool ComesAfterLast(std::size_t key) const;
     void Prune();
     int Compare(const Row& a, const Row& b, bool tie) const;
 
@@ -52,7 +52,7 @@ private:
     std::size_t limit_ = 0;  // 0: none
     std::size_t tie_keys_ = 0;
     std::size_t prune_at_ = 0;
-    bool has_last_ = false;  // rows were dropped, all of them behind last_key_
+    bool has_last_ = false;  // rows were dropped, all of them after last_key_
     std::vector<std::uint8_t> last_key_;
 
     std::vector<Row> rows_;

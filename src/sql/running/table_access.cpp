@@ -298,10 +298,10 @@ void TableAccess::Explain(Explanation& out) const {
         for (std::size_t i = 0; i < part.equal.size(); ++i) {
             text += name(i) + (part.equal[i] != nullptr ? u" = value" : u" in list");
         }
-        const std::size_t behind = part.equal.size();
-        if (part.pattern != nullptr) text += name(behind) + u" with prefix";
-        if (part.low.value != nullptr) text += name(behind) + (part.low.inclusive ? u" >= value" : u" > value");
-        if (part.high.value != nullptr) text += name(behind) + (part.high.inclusive ? u" <= value" : u" < value");
+        const std::size_t next = part.equal.size();
+        if (part.pattern != nullptr) text += name(next) + u" with prefix";
+        if (part.low.value != nullptr) text += name(next) + (part.low.inclusive ? u" >= value" : u" > value");
+        if (part.high.value != nullptr) text += name(next) + (part.high.inclusive ? u" <= value" : u" < value");
         const bool all = text.empty();
         text = (all ? u"walk of " : u"search of ") + table.Name() + u" by index " + index.name +
                (all ? u"" : u" (" + text + u")");

@@ -31,7 +31,7 @@ void Explain(Catalog& catalog, Parameters& parameters, const ast::Insert& insert
 void Explain(Catalog& catalog, Parameters& parameters, const ast::Update& update, Explanation& out);
 void Explain(Catalog& catalog, Parameters& parameters, const ast::Delete& statement, Explanation& out);
 
-// The steps of the plan, below a heading if there is one, and behind them those of the sub-queries that were bound with
+// The steps of the plan, below a heading if there is one, followed by those of the sub-queries that were bound with
 // it.
 void ExplainPlan(std::u16string_view heading, const Plan& plan, const BindContext& context, Explanation& out);
 

@@ -40,7 +40,7 @@ inline void Press(int key) {
     wxUIActionSimulator().Char(key);
 }
 
-// Steps are taken while a modal window runs, each when the one before it has come true. Behind the last one, and when
+// Steps are taken while a modal window runs, each when the one before it has come true. After the last one, and when
 // waiting takes too long, every modal window is closed.
 class WindowScript {
 public:
