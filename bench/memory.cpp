@@ -47,7 +47,7 @@ void MakeOurs(const std::filesystem::path& path) {
         const auto table = database->FindTable(u"Many");
         for (int i = 0; i < kIndexRows; ++i) {
             const std::int32_t key = static_cast<std::int32_t>(static_cast<std::uint32_t>(i) * 2654435761U);
-            table->Insert(std::vector<Value>{key, u"JC" + ToText(std::int64_t{key})});
+            table->Insert(std::vector<Value>{key, u"JC" + ToText(key)});
         }
     });
     Write(*database, [&] {

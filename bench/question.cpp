@@ -34,7 +34,7 @@ struct Question {
 
     explicit Question(std::int32_t number)
         : kind(static_cast<std::size_t>(number) % std::size(kTables)),
-          rec_no(u"020" + ToText(static_cast<std::int64_t>(kind) + 1) + ToText(100000 + number)) {}
+          rec_no(u"020" + ToText(kind + 1) + ToText(100000 + number)) {}
 };
 
 std::u16string Stem(std::int32_t number) {
@@ -83,8 +83,8 @@ void FillOurs(const Files& files) {
     catalogue->Execute(u"Insert Into Tbl_Subject Values ('" + std::u16string(kBank) + u"',2,'Bank.mdb','二级 VB')");
     std::vector<std::shared_ptr<dao::Recordset>> tables;
     for (std::size_t i = 0; i < std::size(kTables); ++i) {
-        bank->Execute(u"Insert Into Tbl_Information Values ('0" + ToText(static_cast<std::int64_t>(i) + 1) + u"','" +
-                      std::u16string(kBank) + u"','" + std::u16string(kTables[i]) + u"')");
+        bank->Execute(u"Insert Into Tbl_Information Values ('0" + ToText(i + 1) + u"','" + std::u16string(kBank) +
+                      u"','" + std::u16string(kTables[i]) + u"')");
         tables.push_back(bank->OpenRecordset(kTables[i]));
     }
     const auto options = bank->OpenRecordset(u"Tbl_ChoiceVice");
@@ -138,7 +138,7 @@ void FillTheirs(const Files& files) {
                       (i == kOperation ? "M_Answer TEXT, O_RudeCont BLOB, O_AimCont BLOB" : "C_Answer TEXT") +
                       ", PRIMARY KEY (C_RecNo, C_DataCode, SubjectCode))")
                          .c_str());
-        information.Bind(1, u"0" + ToText(static_cast<std::int64_t>(i) + 1)).Bind(2, kBank).Bind(3, kTables[i]).Run();
+        information.Bind(1, u"0" + ToText(i + 1)).Bind(2, kBank).Bind(3, kTables[i]).Run();
         inserts.push_back(std::make_unique<bench::SqliteStatement>(
             bank, "INSERT INTO " + table + (i == kOperation ? " VALUES (?,?,?,?,?,?,?)" : " VALUES (?,?,?,?,?)")));
     }

@@ -120,7 +120,7 @@ private:
 };
 
 std::u16string RecNo(std::uint32_t number) {
-    const std::u16string digits = ToText(std::int64_t{1000000 + number % 1000000});
+    const std::u16string digits = ToText(1000000 + number % 1000000);
     return u"JC" + digits.substr(1);
 }
 
@@ -143,15 +143,14 @@ void Fill(const fs::path& ours, const fs::path& theirs) {
                                   i / kOfTraining + 1,
                                   RecNo(random),
                                   Date{38000 + (random % 1000000) / 800.0},
-                                  u"KJ" + ToText(std::int64_t{random / 7 % 300}),
+                                  u"KJ" + ToText(random / 7 % 300),
                                   2.0F,
                                   static_cast<float>(random % 5) / 2,
-                                  u"Answer " + ToText(std::int64_t{random % 5000}) + u" of the candidate"};
+                                  u"Answer " + ToText(random % 5000) + u" of the candidate"};
     });
     filler.Fill("Notes", kNotes, [](int i) {
-        return std::vector<Value>{
-            i + 1,      u"Note " + ToText(std::int64_t{i}),   std::u16string(300, u'n'),
-            i % kUsers, u"KJ" + ToText(std::int64_t{i % 30}), RecNo(Scatter(static_cast<std::uint32_t>(i)))};
+        return std::vector<Value>{i + 1,      u"Note " + ToText(i),   std::u16string(300, u'n'),
+                                  i % kUsers, u"KJ" + ToText(i % 30), RecNo(Scatter(static_cast<std::uint32_t>(i)))};
     });
     sqlite.Execute("COMMIT");
     engine.CommitTrans();

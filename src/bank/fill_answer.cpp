@@ -33,7 +33,7 @@ std::u16string FillAnswer::ToString() const {
             line += (line.empty() ? u"[" : u"或[") + answer + u"]";
         }
         if (!result.empty()) result += u"\r\n";
-        result += blanks.size() > 1 ? u"第[" + ToText(static_cast<std::int64_t>(i) + 1) + u"]空答案：" : u"答案：";
+        result += blanks.size() > 1 ? u"第[" + ToText(i + 1) + u"]空答案：" : u"答案：";
         result += line;
     }
     return result;

@@ -224,9 +224,9 @@ void AppendText(const Value& value, std::u16string& out) {
         case Value::Type::Empty: return;
         case Value::Type::Null: Raise(ErrorNumber::InvalidUseOfNull);
         case Value::Type::Boolean: out += value.As<bool>() ? u"True" : u"False"; return;
-        case Value::Type::Byte: out += ToText(std::int64_t{value.As<std::uint8_t>()}); return;
-        case Value::Type::Integer: out += ToText(std::int64_t{value.As<std::int16_t>()}); return;
-        case Value::Type::Long: out += ToText(std::int64_t{value.As<std::int32_t>()}); return;
+        case Value::Type::Byte: out += ToText(value.As<std::uint8_t>()); return;
+        case Value::Type::Integer: out += ToText(value.As<std::int16_t>()); return;
+        case Value::Type::Long: out += ToText(value.As<std::int32_t>()); return;
         case Value::Type::Single: AppendNumber(value.As<float>(), out); return;
         case Value::Type::Double: AppendNumber(value.As<double>(), out); return;
         case Value::Type::Currency: AppendNumber(value.As<Currency>(), out); return;

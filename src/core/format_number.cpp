@@ -239,7 +239,7 @@ private:
 }  // namespace
 
 std::u16string Padded(int number, std::size_t width) {
-    std::u16string text = ToText(std::int64_t{number});
+    std::u16string text = ToText(number);
     if (text.size() < width) text.insert(0, width - text.size(), u'0');
     return text;
 }

@@ -18,7 +18,7 @@ std::filesystem::path& ComponentFolder() {
 std::u16string Entry(std::int32_t type, std::u16string_view message, std::u16string_view function) {
     std::u16string entry = u"[" + RegionalTime(Now()) + u"]";
     if (!function.empty()) entry.append(u" 函数名:[").append(function).append(u"]");
-    entry.append(u"\r\n").append(ToText(std::int64_t{type})).append(u" ").append(message).append(u"\r\n");
+    entry.append(u"\r\n").append(ToText(type)).append(u" ").append(message).append(u"\r\n");
     return entry;
 }
 

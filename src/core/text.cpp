@@ -77,6 +77,13 @@ const CaseTable& Cases() {
     return *table;
 }
 
+template <class Integer>
+std::u16string TextOf(Integer number) {
+    std::array<char, 24> digits{};
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    return {digits.data(), result.ptr};
+}
+
 }  // namespace
 
 void AppendUtf8(std::u16string_view text, std::string& out) {
@@ -186,9 +193,11 @@ std::u16string FoldName(std::u16string_view name) {
 }
 
 std::u16string ToText(std::int64_t number) {
-    std::array<char, 24> digits{};
-    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-    return {digits.data(), result.ptr};
+    return TextOf(number);
+}
+
+std::u16string ToText(std::uint64_t number) {
+    return TextOf(number);
 }
 
 std::vector<std::u16string> Split(std::u16string_view text, char16_t delimiter) {

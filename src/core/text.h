@@ -1,10 +1,12 @@
 // Text: UTF-16 inside, UTF-8 at terminals and in files of ours, code pages in old databases.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace qmtrain {
@@ -67,5 +69,12 @@ std::vector<std::u16string> Split(std::u16string_view text, char16_t delimiter);
 
 // Decimal text of an integer.
 std::u16string ToText(std::int64_t number);
+std::u16string ToText(std::uint64_t number);
+template <std::integral T>
+std::u16string ToText(T number) {
+    return ToText(std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>{number});
+}
+template <std::floating_point T>
+std::u16string ToText(T) = delete;  // as a Value it gets the form that Visual Basic gives it
 
 }  // namespace qmtrain

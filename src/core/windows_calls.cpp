@@ -21,7 +21,7 @@ std::u16string ErrorText(DWORD code) {
                                         text.data(), static_cast<DWORD>(text.size()), nullptr);
     std::u16string message = FromWide({text.data(), length});
     while (!message.empty() && message.back() <= u' ') message.pop_back();
-    return message.empty() ? u"错误 " + ToText(std::int64_t{code}) : message;
+    return message.empty() ? u"错误 " + ToText(code) : message;
 }
 
 }  // namespace

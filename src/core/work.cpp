@@ -19,8 +19,7 @@ std::u16string Seconds(std::chrono::milliseconds time) {
 }
 
 [[noreturn]] void RaiseTooMuch(std::size_t limit) {
-    Raise(ErrorNumber::SystemResourceExceeded,
-          {u"语句需要的内存超过了 " + ToText(static_cast<std::int64_t>(limit >> 20)) + u" MiB 的限制。"});
+    Raise(ErrorNumber::SystemResourceExceeded, {u"语句需要的内存超过了 " + ToText(limit >> 20) + u" MiB 的限制。"});
 }
 
 }  // namespace

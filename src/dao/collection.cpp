@@ -35,7 +35,7 @@ const AnyObject& Collection::Item(const Value& index) {
         Raise(ErrorNumber::FieldNotFound, {index.Text()});
     }
     const std::int32_t position = ToLong(index);
-    if (position < 0 || position >= Count()) Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
+    if (position < 0 || position >= Count()) Raise(ErrorNumber::FieldNotFound, {ToText(position)});
     return objects_[position];
 }
 

@@ -118,7 +118,7 @@ Field& ComRecordset::Fields(std::u16string_view name) {
 Field& ComRecordset::Fields(int position) {
     const std::vector<std::unique_ptr<Field>>& fields = Fields();
     if (position < 0 || static_cast<std::size_t>(position) >= fields.size()) {
-        Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
+        Raise(ErrorNumber::FieldNotFound, {ToText(position)});
     }
     return *fields[position];
 }

@@ -116,7 +116,7 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
     sql::Column added = wanted;
     added.name = u"~";
     for (int number = 1; std::ranges::find(layout.columns, added.name, &sql::Column::name) != layout.columns.end();)
-        added.name = u"~" + ToText(std::int64_t{number++});
+        added.name = u"~" + ToText(number++);
     database_.AddColumn(name, added);
     CopyColumn(name, at, wanted);
     for (const jet::IndexSpec& index : indexes) database_.DropIndex(name, index.name);

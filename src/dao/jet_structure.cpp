@@ -24,7 +24,7 @@ sql::Column ColumnOf(const FieldDef& field) {
     if (*type == ColumnType::Text || *type == ColumnType::Binary) column.size = field.size;
     if (*type == ColumnType::Text && (column.size < 0 || column.size > jet::kMaxTextSize))
         Raise(ErrorNumber::InvalidArgument,
-              {u"文本字段“" + field.name + u"”的长度最多为 " + ToText(std::int64_t{jet::kMaxTextSize}) + u" 个字符。"});
+              {u"文本字段“" + field.name + u"”的长度最多为 " + ToText(jet::kMaxTextSize) + u" 个字符。"});
     column.precision = field.precision;
     column.scale = field.scale;
     column.autonumber = field.IsAutonumber();

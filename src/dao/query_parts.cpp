@@ -53,7 +53,7 @@ private:
         jet::QueryPart options;
         if (part.top) {
             flag |= kTop | (part.top->percent ? kPercent : 0);
-            options.name1 = ToText(std::int64_t{part.top->count});
+            options.name1 = ToText(part.top->count);
         }
         options.flag = static_cast<std::int16_t>(flag);
         Add(Clause::Options, std::move(options));

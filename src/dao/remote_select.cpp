@@ -25,7 +25,7 @@ bool IsGrouped(const sql::ast::SelectPart& part, const std::vector<sql::ast::Ord
 std::u16string RemoteSql::AddTable(const std::shared_ptr<OdbcLink>& link, std::u16string_view name) {
     if (server_ == nullptr) server_ = link->server;
     if (server_ != link->server) Cannot();
-    const std::u16string alias = u"t" + ToText(std::int64_t{tables_++});
+    const std::u16string alias = u"t" + ToText(tables_++);
     scopes_.back().push_back({std::u16string(name), alias, link, false});
     return link->remote + u" AS " + alias;
 }

@@ -130,7 +130,7 @@ RemoteText RemoteSql::Order(const sql::ast::SelectPart& part, const std::vector<
 
 // Rows that are equal to the last one in the order belong to the first rows too.
 std::u16string RemoteSql::Top(const sql::ast::Top& top, bool ordered) {
-    const std::u16string count = ToText(std::int64_t{top.count});
+    const std::u16string count = ToText(top.count);
     return ordered ? u" FETCH FIRST " + count + u" ROWS WITH TIES" : u" LIMIT " + count;
 }
 
@@ -220,7 +220,7 @@ RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression, std
     }
     Piece piece = Put(expression);
     values_.push_back({std::move(piece.text), type});
-    piece.text = u"$" + ToText(static_cast<std::int64_t>(values_.size()));
+    piece.text = u"$" + ToText(values_.size());
     return piece;
 }
 

@@ -57,12 +57,11 @@ void AikenReader::Line(std::u16string_view line, std::size_t number) {
     }
     if (letter != 0 && !stem_.empty()) {
         if (question_.options.size() >= kMostOptions || letter != LetterOf(question_.options.size())) {
-            notes_.Error(u"第 " + ToText(static_cast<std::int64_t>(number)) + u" 行：选择项 " + letter +
-                         u" 的次序不对。");
+            notes_.Error(u"第 " + ToText(number) + u" 行：选择项 " + letter + u" 的次序不对。");
         }
         question_.options.push_back({PlainRichText(Trimmed(line.substr(2))), false});
     } else if (!question_.options.empty()) {
-        notes_.Error(u"第 " + ToText(static_cast<std::int64_t>(number)) + u" 行：应当是选择项或“ANSWER:”。");
+        notes_.Error(u"第 " + ToText(number) + u" 行：应当是选择项或“ANSWER:”。");
     } else {
         if (!stem_.empty()) stem_ += u'\n';
         stem_ += line;

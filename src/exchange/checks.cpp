@@ -15,7 +15,7 @@ constexpr std::size_t kLongestAnswer = 255;  // of the columns in banks
 constexpr std::size_t kLongestCategory = 255;
 
 std::u16string Number(std::size_t number) {
-    return ToText(static_cast<std::int64_t>(number));
+    return ToText(number);
 }
 
 std::u16string ProblemOfOptions(const Question& question) {

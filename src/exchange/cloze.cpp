@@ -150,7 +150,7 @@ std::size_t ClozeReader::ReadField(std::size_t at, std::u16string& out) {
     }
     points_.push_back(points.empty() ? 1 : *ParseNumber(points));
     fields_.push_back(std::move(field));
-    (out += kFieldBegin) += ToText(static_cast<std::int64_t>(fields_.size()));
+    (out += kFieldBegin) += ToText(fields_.size());
     out += kFieldEnd;
     return end + 1;
 }
@@ -242,7 +242,7 @@ std::u16string FieldOf(const Blank& blank) {
 }
 
 std::u16string PlaceOf(std::size_t number) {
-    return kFieldBegin + ToText(static_cast<std::int64_t>(number)) + kFieldEnd;
+    return kFieldBegin + ToText(number) + kFieldEnd;
 }
 
 }  // namespace

@@ -318,8 +318,7 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
             // An "@" may be a part of an answer.
             const std::size_t marks = BlankMarks(question.stem.PlainText()).size();
             if (!in_lines && question.blanks.size() > 1 && marks > 0 && marks != question.blanks.size()) {
-                notes_.Error(u"题干中有 " + ToText(static_cast<std::int64_t>(marks)) + u" 个空，答案有 " +
-                             ToText(static_cast<std::int64_t>(question.blanks.size())) +
+                notes_.Error(u"题干中有 " + ToText(marks) + u" 个空，答案有 " + ToText(question.blanks.size()) +
                              u" 个：各空之间用“@”，同一空的几个答案之间用“#”，答案本身不能含有“@”和“#”。");
             }
             break;

@@ -54,19 +54,23 @@ public:
     void Add(const Question& question, bool with_number) {
         for (const Heading& heading : kHeadings) {
             switch (heading.column) {
-                case Column::RecNo: csv_.Cell(with_number ? question.rec_no : u""); break;
-                case Column::Type: csv_.Cell(std::u16string(InfoOf(question.kind).name).substr(0, 2)); break;
-                case Column::Category: csv_.Cell(question.category); break;
-                case Column::Stem: csv_.Cell(TextOf(question.stem)); break;
-                case Column::Options:
+                case SheetColumn::RecNo: csv_.Cell(with_number ? question.rec_no : u""); break;
+                case SheetColumn::Type: csv_.Cell(std::u16string(InfoOf(question.kind).name).substr(0, 2)); break;
+                case SheetColumn::Category: csv_.Cell(question.category); break;
+                case SheetColumn::Stem: csv_.Cell(TextOf(question.stem)); break;
+                case SheetColumn::Options:
                     for (std::size_t i = 0; i < options_; ++i) {
                         csv_.Cell(i < question.options.size() ? TextOf(question.options[i].text) : u"");
                     }
                     break;
-                case Column::Answer: csv_.Cell(AnswerOf(question)); break;
-                case Column::Analysis: csv_.Cell(IsEmpty(question.analysis) ? u"" : TextOf(question.analysis)); break;
-                case Column::Difficulty: csv_.Cell(question.difficulty == 0 ? u"" : ToText(question.difficulty)); break;
-                case Column::Keywords: csv_.Cell(question.keywords); break;
+                case SheetColumn::Answer: csv_.Cell(AnswerOf(question)); break;
+                case SheetColumn::Analysis:
+                    csv_.Cell(IsEmpty(question.analysis) ? u"" : TextOf(question.analysis));
+                    break;
+                case SheetColumn::Difficulty:
+                    csv_.Cell(question.difficulty == 0 ? u"" : ToText(question.difficulty));
+                    break;
+                case SheetColumn::Keywords: csv_.Cell(question.keywords); break;
                 default: break;
             }
         }

@@ -37,7 +37,7 @@ std::u16string ShareOf(std::size_t right) {
     static constexpr const char16_t* kShares[] = {u"",   u"100",      u"50",       u"33.33333", u"25",
                                                   u"20", u"16.66667", u"14.28571", u"12.5",     u"11.11111"};
     if (right < std::size(kShares)) return kShares[right];
-    return ToText(static_cast<std::int64_t>(100 / right));
+    return ToText(100 / right);
 }
 
 // "->" would make a pair of it, "%" begin a weight, and "[" perhaps the name of a format.

@@ -57,7 +57,7 @@ std::u16string_view KindText(Notice::Kind kind) {
 std::u16string Notice::Text() const {
     std::u16string out;
     if (!file.empty()) out += u"文件“" + file + u"”";
-    if (line > 0) out += u"第 " + ToText(static_cast<std::int64_t>(line)) + u" 行";
+    if (line > 0) out += u"第 " + ToText(line) + u" 行";
     if (!question.empty()) out += u"“" + question + u"”";
     if (!out.empty()) out += u"：";
     return out.append(KindText(kind)).append(text);
@@ -100,7 +100,7 @@ std::vector<BlankMark> BlankMarks(std::u16string_view stem) {
 }
 
 std::u16string BlankText(std::size_t number) {
-    return u"【" + ToText(static_cast<std::int64_t>(number)) + u"】";
+    return u"【" + ToText(number) + u"】";
 }
 
 char16_t LetterOf(std::size_t option) {

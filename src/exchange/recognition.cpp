@@ -323,10 +323,10 @@ std::u16string Recognition::Summary() const {
          {std::pair{Recognised::As::New, u"新增"}, std::pair{Recognised::As::Changed, u"修改"},
           std::pair{Recognised::As::Same, u"不变"}, std::pair{Recognised::As::Repeated, u"重复"}}) {
         if (!out.empty()) out += u"，";
-        out.append(word).append(u" ").append(ToText(static_cast<std::int64_t>(Count(as)))).append(u" 题");
+        out.append(word).append(u" ").append(ToText(Count(as))).append(u" 题");
     }
     if (not_found.empty()) return out;
-    return out + u"，题库中另有 " + ToText(static_cast<std::int64_t>(not_found.size())) + u" 题不在文件里";
+    return out + u"，题库中另有 " + ToText(not_found.size()) + u" 题不在文件里";
 }
 
 double Likeness(std::u16string_view a, std::u16string_view b) {

@@ -115,9 +115,9 @@ std::u16string DecodeText(std::string_view bytes) {
     unreadable = std::min(unreadable, text.find(u'\0'));
     if (unreadable != std::u16string::npos) {
         const std::size_t line = LineAt(text, unreadable);
-        RaiseComponentError(u"qmtrain",
-                            u"第 " + ToText(static_cast<std::int64_t>(line)) +
-                                u" 行不是文本：编码应当是 UTF-8、GBK 或 GB18030，文件应当是完整的文本文件。");
+        RaiseComponentError(
+            u"qmtrain",
+            u"第 " + ToText(line) + u" 行不是文本：编码应当是 UTF-8、GBK 或 GB18030，文件应当是完整的文本文件。");
     }
     EndLinesWithLf(text);
     return text;

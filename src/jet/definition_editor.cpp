@@ -78,7 +78,7 @@ bool DefinitionEditor::AddIndex(const IndexSpec& spec) {
     if (columns.empty()) Raise(ErrorNumber::NoFieldDefined, {spec.name});
     if (columns.size() > kMaxKeyColumns)
         Raise(ErrorNumber::InvalidArgument,
-              {u"索引“" + spec.name + u"”最多可以有 " + ToText(std::int64_t{kMaxKeyColumns}) + u" 个字段。"});
+              {u"索引“" + spec.name + u"”最多可以有 " + ToText(kMaxKeyColumns) + u" 个字段。"});
     const auto flags = static_cast<std::uint8_t>(
         pager_.GetFormat().index_flags | (spec.unique || spec.primary ? RealIndex::kUnique : 0) |
         (spec.required || spec.primary ? RealIndex::kRequired : 0) | (spec.ignore_nulls ? RealIndex::kIgnoreNulls : 0));

@@ -67,7 +67,7 @@ std::u16string StoredTable::IndexName(std::size_t index) const {
     for (const LogicalIndex& logical : definition_.logical_indexes) {
         if (logical.real == index && logical.side != LogicalIndex::Side::Referenced) return logical.name;
     }
-    return u"#" + ToText(static_cast<std::int64_t>(index));
+    return u"#" + ToText(index);
 }
 
 TextOrder StoredTable::OrderOf(const StoredColumn& column) const {

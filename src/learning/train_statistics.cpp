@@ -113,7 +113,7 @@ std::vector<TrainStatistics::Group> TrainStatistics::Groups(GroupKind kind) cons
             break;
         case kByHour:
             for (std::size_t hour = 0; hour < figures_.by_hour.size(); ++hour) {
-                groups.push_back({ToText(static_cast<std::int64_t>(hour)), figures_.by_hour[hour].questions, 0});
+                groups.push_back({ToText(hour), figures_.by_hour[hour].questions, 0});
             }
             break;
         case kByDay:

@@ -186,7 +186,7 @@ void FrmNotes::LvNotes_DblClick() {
 void FrmNotes::ShowCount() {
     std::size_t notes = 0;
     for (const BankNode& bank : banks_) notes += bank.notes.size();
-    LblBottom->SetLabelText(ui::ToWx(u"共 " + ToText(static_cast<std::int64_t>(notes)) + u" 条笔记"));
+    LblBottom->SetLabelText(ui::ToWx(u"共 " + ToText(notes) + u" 条笔记"));
 }
 
 void FrmNotes::ShowProblem(const std::optional<AutomationError>& problem) {

@@ -12,10 +12,7 @@ std::vector<ui::ListRow> RootRows(const std::vector<BankNode>& banks) {
     std::vector<ui::ListRow> rows;
     rows.reserve(banks.size());
     for (const BankNode& bank : banks) {
-        rows.push_back({BankKey(bank.data_code),
-                        {bank.text, ToText(static_cast<std::int64_t>(bank.notes.size()))},
-                        kBankIcon,
-                        false});
+        rows.push_back({BankKey(bank.data_code), {bank.text, ToText(bank.notes.size())}, kBankIcon, false});
     }
     return rows;
 }

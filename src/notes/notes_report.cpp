@@ -35,7 +35,7 @@ report::Report NotesReport(const NotesSource& source) {
                 {bank.text, note->QuestionRecNo(), note->Name(), note->Content(), date, ToText(note->ViewTimes())});
         }
     }
-    made.subtitle = u"共 " + ToText(static_cast<std::int64_t>(made.data.rows.size())) + u" 条";
+    made.subtitle = u"共 " + ToText(made.data.rows.size()) + u" 条";
     return made;
 }
 

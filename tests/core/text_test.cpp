@@ -184,7 +184,7 @@ TEST(Case, NamesAreTheSameWithoutRegardToCase) {
 }
 
 TEST(Integers, AsText) {
-    EXPECT_EQ(ToText(std::int64_t{0}), u"0");
+    EXPECT_EQ(ToText(0), u"0");
     EXPECT_EQ(ToText(std::numeric_limits<std::int64_t>::min()), u"-9223372036854775808");
 }
 

@@ -33,7 +33,7 @@ protected:
     int Pick(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
 
     std::u16string Number() {
-        std::u16string number = ToText(std::int64_t{Pick(60) - 10});
+        std::u16string number = ToText(Pick(60) - 10);
         if (Pick(3) == 0) number += u".5";
         return Pick(12) == 0 ? u"Null" : number;
     }
@@ -48,16 +48,16 @@ protected:
         return text;
     }
 
-    std::u16string Guid() { return u"{0000000" + ToText(std::int64_t{Pick(5)}) + u"-0000-0000-0000-0000000000AB}"; }
+    std::u16string Guid() { return u"{0000000" + ToText(Pick(5)) + u"-0000-0000-0000-0000000000AB}"; }
 
     void Fill() {
         Engine::Instance().BeginTrans();
         for (int id = 0; id < 400; ++id) {
             const std::u16string text = Pick(10) == 0 ? u"Null" : u"'" + Letters() + u"'";
-            const std::u16string values = u" VALUES (" + ToText(std::int64_t{id}) + u", " + Number() + u", " +
-                                          Number() + u", " + Number() + u", " + Number() + u", " + Number() + u", " +
-                                          text + u", " + text + u", '" + Guid() + u"', " +
-                                          (Pick(2) == 0 ? u"True" : u"False") + u", " + Number() + u", Null)";
+            const std::u16string values = u" VALUES (" + ToText(id) + u", " + Number() + u", " + Number() + u", " +
+                                          Number() + u", " + Number() + u", " + Number() + u", " + text + u", " + text +
+                                          u", '" + Guid() + u"', " + (Pick(2) == 0 ? u"True" : u"False") + u", " +
+                                          Number() + u", Null)";
             database_->Execute(u"INSERT INTO Plain" + values);
         }
         database_->Execute(u"INSERT INTO Indexed SELECT * FROM Plain");
@@ -144,7 +144,7 @@ TEST_F(AccessPathTest, JoinsFindWhatTheyFindWithoutIndexes) {
         const std::u16string right = left == u"S" || left == u"G" ? left : kLinks[Pick(6)];
         const std::u16string more = Pick(2) == 0 ? u"" : u" AND R.A > L.A";
         const std::u16string kind = Pick(2) == 0 ? u" INNER JOIN " : u" LEFT JOIN ";
-        const std::u16string of_left = ToText(std::int64_t{Pick(300)});
+        const std::u16string of_left = ToText(Pick(300));
         const auto rows = [&](const char16_t* table) {
             return Column(u"SELECT L.ID & '/' & R.ID AS E FROM Plain L" + kind + table + u" R ON (L." + left +
                               u" = R." + right + more + u") WHERE L.ID BETWEEN " + of_left + u" AND " + of_left +
@@ -218,7 +218,7 @@ TEST_F(AccessPathTest, DecimalsAreFoundExactly) {
         u"CREATE TABLE Decimals (ID LONG, P DECIMAL(28, 8), Q DECIMAL(28, 8), R DECIMAL(28, 8));"
         u"CREATE INDEX ByQ ON Decimals (Q); CREATE INDEX ByR ON Decimals (R DESC)");
     const auto number = [](int units) {
-        const std::u16string digits = ToText(std::int64_t{units < 0 ? -units : units});
+        const std::u16string digits = ToText(units < 0 ? -units : units);
         return std::u16string(units < 0 ? u"-" : u"") + u"12345678901234567890.000000" +
                std::u16string(2 - digits.size(), u'0') + digits;
     };
@@ -227,8 +227,8 @@ TEST_F(AccessPathTest, DecimalsAreFoundExactly) {
         for (int id = 0; id < 150; ++id) {
             units.push_back(Pick(61) - 30);
             const std::u16string value = number(units.back());
-            database_->Execute(u"INSERT INTO Decimals VALUES (" + ToText(std::int64_t{id}) + u", '" + value + u"', '" +
-                               value + u"', '" + value + u"')");
+            database_->Execute(u"INSERT INTO Decimals VALUES (" + ToText(id) + u", '" + value + u"', '" + value +
+                               u"', '" + value + u"')");
         }
     });
     // Of two numbers below zero the one with more units is the smaller one.
@@ -241,7 +241,7 @@ TEST_F(AccessPathTest, DecimalsAreFoundExactly) {
         for (std::size_t id = 0; id < units.size(); ++id) {
             const int order = rank(units[id]) - rank(unit);
             const bool holds[] = {order == 0, order<0, order> 0, order <= 0, order >= 0, order != 0};
-            if (holds[op]) expected += (expected.empty() ? u"" : u" ") + ToText(static_cast<std::int64_t>(id));
+            if (holds[op]) expected += (expected.empty() ? u"" : u" ") + ToText(id);
         }
         for (const char16_t* column : {u"P", u"Q", u"R"}) {
             const std::u16string where = std::u16string(column) + kOperators[op] + number(unit);
@@ -261,7 +261,7 @@ TEST_F(AccessPathTest, DecimalsAreFoundExactly) {
             return order[1] == u'A' ? first < second : first > second;
         });
         std::u16string expected;
-        for (const int id : ids) expected += (expected.empty() ? u"" : u" ") + ToText(std::int64_t{id});
+        for (const int id : ids) expected += (expected.empty() ? u"" : u" ") + ToText(id);
         for (const char16_t* column : {u"P", u"Q", u"R"}) EXPECT_EQ(rows(column), expected) << ToUtf8(column);
     }
 }

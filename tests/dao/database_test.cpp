@@ -297,7 +297,7 @@ TEST_F(DatabaseTest, TheFirstColumnOfVariableLength) {
     for (const char16_t* type : {u"MEMO", u"TEXT(20)"}) {
         database_->Execute(u"CREATE TABLE Numbers (A LONG, F YESNO)");
         for (int i = 0; i < 300; ++i) {
-            database_->Execute(u"INSERT INTO Numbers VALUES (" + ToText(std::int64_t{i}) + u", True)");
+            database_->Execute(u"INSERT INTO Numbers VALUES (" + ToText(i) + u", True)");
         }
         database_->Execute(u"INSERT INTO Numbers (F) VALUES (False)");
         database_->Execute(u"ALTER TABLE Numbers ADD COLUMN B LONG");
@@ -383,7 +383,7 @@ TEST_F(DatabaseTest, Threads) {
     EXPECT_EQ(JetDatabase::Open(Name(u"Own.mdb"))->OpenRecordset(u"T")->TrueRecordCount(), 1);
 
     const auto work = [](Database& database, std::int32_t user) {
-        const std::u16string number = ToText(std::int64_t{user});
+        const std::u16string number = ToText(user);
         for (int i = 0; i < 20; ++i) {
             database.Execute(u"INSERT INTO TrainInfo (UserID) VALUES (" + number + u")");
             database.Execute(u"UPDATE TrainInfo SET Score = Score + 1 WHERE TrainID = 1");
@@ -439,8 +439,8 @@ TEST_F(DatabaseTest, LongKeysAndBlanksInOldFiles) {
         u"CREATE INDEX I ON T (A, B); CREATE TABLE Blank (K TEXT(20)); CREATE INDEX I ON Blank (K);"
         u"INSERT INTO Blank VALUES ('a ')");
     for (int i = 0; i < 60; ++i) {
-        old->Execute(u"INSERT INTO S VALUES (" + ToText(std::int64_t{i}) + u", '" + std::u16string(250, u'x') +
-                     u"', '" + std::u16string(100, u'y') + ToText(std::int64_t{100 + i}) + u"')");
+        old->Execute(u"INSERT INTO S VALUES (" + ToText(i) + u", '" + std::u16string(250, u'x') + u"', '" +
+                     std::u16string(100, u'y') + ToText(100 + i) + u"')");
     }
     old->ExecuteScript(u"INSERT INTO T SELECT * FROM S; CREATE INDEX J ON S (A, B)");
     for (const std::u16string_view table : {u"S", u"T"}) {
@@ -458,7 +458,7 @@ TEST_F(DatabaseTest, LongKeysAndBlanksInOldFiles) {
 // What was fetched ahead of the current row, and is deleted before anybody comes to it, is no row of the record set.
 TEST_F(DatabaseTest, RowsDeletedAhead) {
     database_->ExecuteScript(u"CREATE TABLE Q (A LONG)");
-    for (int i = 1; i <= 5; ++i) database_->Execute(u"INSERT INTO Q VALUES (" + ToText(std::int64_t{i}) + u")");
+    for (int i = 1; i <= 5; ++i) database_->Execute(u"INSERT INTO Q VALUES (" + ToText(i) + u")");
     const auto rows = database_->OpenRecordset(u"Q");
     database_->Execute(u"DELETE FROM Q WHERE A = 5");
     rows->MoveLast();

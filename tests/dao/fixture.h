@@ -29,10 +29,9 @@ protected:
             u" Score SINGLE DEFAULT 0, Remark TEXT(10), Content MEMO)");
         database_->Execute(u"CREATE INDEX ByUser ON TrainInfo (UserID)");
         for (int i = 1; i <= 5; ++i) {
-            const std::u16string n = ToText(std::int64_t{i});
-            database_->Execute(u"INSERT INTO TrainInfo (UserID, StartDate, Score, Remark) VALUES (" +
-                               ToText(std::int64_t{i % 2}) + u", #2005-04-1" + n + u" 08:00:00#, " + n + u"0.5, '备注" +
-                               n + u"')");
+            const std::u16string n = ToText(i);
+            database_->Execute(u"INSERT INTO TrainInfo (UserID, StartDate, Score, Remark) VALUES (" + ToText(i % 2) +
+                               u", #2005-04-1" + n + u" 08:00:00#, " + n + u"0.5, '备注" + n + u"')");
         }
     }
 

@@ -172,8 +172,8 @@ TEST_F(RecordsetTest, OtherHandlesShow) {
 // Rows are fetched a few at a time: none of that may show.
 TEST_F(RecordsetTest, RowsFetchedAheadAreNotSeenYet) {
     for (int i = 6; i <= 60; ++i) {
-        database_->Execute(u"INSERT INTO TrainInfo (UserID, Score, Content) VALUES (1, " + ToText(std::int64_t{i}) +
-                           u", '长文" + ToText(std::int64_t{i}) + u"')");
+        database_->Execute(u"INSERT INTO TrainInfo (UserID, Score, Content) VALUES (1, " + ToText(i) + u", '长文" +
+                           ToText(i) + u"')");
     }
     const auto rows = database_->OpenRecordset(u"Select * From TrainInfo Order By TrainID");
     for (int i = 1; i < 12; ++i) rows->MoveNext();
@@ -205,15 +205,13 @@ TEST_F(RecordsetTest, RowsFetchedAheadAreNotSeenYet) {
 TEST_F(RecordsetTest, MemosOfTheFirstRows) {
     const auto other = Engine::Instance().OpenDatabase(Name(u"Client.mdb"));
     for (const int length : {10, 12000}) {
-        database_->Execute(u"UPDATE TrainInfo SET Content = TrainID & ':' & Space(" + ToText(std::int64_t{length}) +
-                           u")");
+        database_->Execute(u"UPDATE TrainInfo SET Content = TrainID & ':' & Space(" + ToText(length) + u")");
         const auto rows = database_->OpenRecordset(u"Select TrainID, Content From TrainInfo Order By TrainID");
         other->Execute(u"UPDATE TrainInfo SET Content = 'neu' WHERE TrainID = 2");
         std::u16string seen;
         for (; !rows->Eof(); rows->MoveNext()) {
             const std::u16string content = rows->Fields(u"Content").Value().Text();
-            seen +=
-                content == u"neu" ? content : content.substr(0, 2) + ToText(static_cast<std::int64_t>(content.size()));
+            seen += content == u"neu" ? content : content.substr(0, 2) + ToText(content.size());
             seen += u' ';
         }
         // What was fetched before the change counts as read then.
@@ -225,10 +223,9 @@ TEST_F(RecordsetTest, EachRowOfALoopIsEditedAsItIs) {
     const auto other = Engine::Instance().OpenDatabase(Name(u"Client.mdb"));
     const auto rows = database_->OpenRecordset(u"Select * From TrainInfo Where UserID >= 0");
     for (std::int32_t i = 1; !rows->Eof(); rows->MoveNext(), ++i) {
-        other->Execute(u"UPDATE TrainInfo SET Remark = '" + ToText(std::int64_t{i}) + u"' WHERE TrainID = " +
-                       ToText(std::int64_t{i}));
+        other->Execute(u"UPDATE TrainInfo SET Remark = '" + ToText(i) + u"' WHERE TrainID = " + ToText(i));
         rows->Edit();
-        EXPECT_EQ(rows->Fields(u"Remark").Value(), Value(ToText(std::int64_t{i})));
+        EXPECT_EQ(rows->Fields(u"Remark").Value(), Value(ToText(i)));
         rows->Fields(u"UserID").Value(std::int32_t{100 + i});
         rows->Update();
     }

@@ -37,10 +37,9 @@ inline MemoryFiles::Content SmallDatabase(bool with_tables, jet::Version version
                                           .referenced_columns = {u"N"}});
             for (int i = 0; i < 40; ++i) {
                 const std::size_t length = i == 0 ? 9000 : i % 10 == 0 ? 700 : 5;
-                database->FindTable(u"A")->Insert(
-                    std::vector<Value>{Value(), (jet4 ? u"文本" : u"\u00FC") + ToText(std::int64_t{i % 7}),
-                                       std::u16string(length, jet4 ? u'长' : u'l'), Bytes(length / 2, 7), i % 2 == 0,
-                                       Date{38000.5 + i}, 1.5F});
+                database->FindTable(u"A")->Insert(std::vector<Value>{
+                    Value(), (jet4 ? u"文本" : u"\u00FC") + ToText(i % 7), std::u16string(length, jet4 ? u'长' : u'l'),
+                    Bytes(length / 2, 7), i % 2 == 0, Date{38000.5 + i}, 1.5F});
                 database->FindTable(u"R")->Insert(std::vector<Value>{i + 1});
             }
         }

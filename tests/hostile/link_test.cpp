@@ -17,7 +17,7 @@ protected:
     }
 
     std::int32_t Insert(Database& database, int key) {
-        return ErrorOf([&] { database.Execute(u"INSERT INTO Theirs VALUES (" + ToText(std::int64_t{key}) + u")"); });
+        return ErrorOf([&] { database.Execute(u"INSERT INTO Theirs VALUES (" + ToText(key) + u")"); });
     }
 };
 

@@ -33,8 +33,7 @@ struct Shape {
 std::u16string Described(const StoredColumn& column, const FileFormat& format) {
     const std::size_t unit = column.type == ColumnType::Text ? format.text_unit : 1;
     return column.name + u" " + ToText(column.foreign_type.value_or(StoredType(column.type))) + u" " +
-           ToText(column.flags) + u" " + ToText(column.ordinal) + u" " +
-           ToText(static_cast<std::int64_t>(column.length / unit));
+           ToText(column.flags) + u" " + ToText(column.ordinal) + u" " + ToText(column.length / unit);
 }
 
 Shape ShapeOf(Database& database, std::u16string_view name) {
@@ -100,7 +99,7 @@ std::vector<std::u16string> PropertiesOf(Database& database) {
                 std::u16string text = object.name + u"." + owner + u"." + property.name;
                 const bool is_text = IsText(TypeOfStored(property.type).value_or(ColumnType::Binary));
                 text += is_text ? u"=" + property.AsText(database.GetPager().GetFormat(), database.CodePage())
-                                : u" " + ToText(static_cast<std::int64_t>(property.value.size()));
+                                : u" " + ToText(property.value.size());
                 texts.push_back(text);
             }
         }

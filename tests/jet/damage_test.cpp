@@ -251,13 +251,13 @@ Anatomy MakeHealthy(Version version) {
                                            {.name = own(u"标题"), .columns = {{own(u"标题"), false}}}}});
         TableSpec wide{.name = own(u"宽")};
         for (int i = 0; i < 150; ++i)
-            wide.columns.push_back({.name = own(u"一个名字较长的字段") + ToText(std::int64_t{i}), .size = 5});
+            wide.columns.push_back({.name = own(u"一个名字较长的字段") + ToText(i), .size = 5});
         database->CreateTable(wide);
         const auto table = database->FindTable(own(u"笔记"));
         for (int i = 0; i < 900; ++i) {
             const std::size_t length = i == 0 ? 20000 : i % 50 == 0 ? 1000 : 10;
-            table->Insert(std::vector<Value>{Value(), own(u"第") + ToText(std::int64_t{i}) + own(u"条"),
-                                             own(std::u16string(length, u'字'))});
+            table->Insert(
+                std::vector<Value>{Value(), own(u"第") + ToText(i) + own(u"条"), own(std::u16string(length, u'字'))});
         }
     });
     {

@@ -60,7 +60,7 @@ public:
     Note& Notes() { return note_; }
 
 private:
-    std::u16string Number() const { return ToText(std::int64_t{train_}); }
+    std::u16string Number() const { return ToText(train_); }
 
     std::int32_t user_;
     bool ready_ = false;

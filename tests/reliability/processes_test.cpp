@@ -23,7 +23,7 @@ protected:
     ProcessesTest() {
         Candidate candidate(Folder(), kSharedUser);
         for (int i = 0; i < kSharedNotes; ++i) {
-            candidate.Notes().Add(1, u"共", ToText(std::int64_t{i}), u"名", u"-1", true, kSharedUser);
+            candidate.Notes().Add(1, u"共", ToText(i), u"名", u"-1", true, kSharedUser);
         }
     }
 

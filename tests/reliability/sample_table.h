@@ -16,8 +16,7 @@ inline constexpr char16_t kSamplePassword[] = u"Practice";
 inline std::vector<Value> SampleRow(const jet::Database& database, int key) {
     const jet::Version version = database.GetVersion();
     const std::size_t length = static_cast<std::size_t>(key) * 100 / jet::FormatOf(version).text_unit;
-    return {key, Fitting(u"文本" + ToText(std::int64_t{key}), version),
-            Fitting(std::u16string(length, u'长'), version)};
+    return {key, Fitting(u"文本" + ToText(key), version), Fitting(std::u16string(length, u'长'), version)};
 }
 
 inline void MakeSample(const std::filesystem::path& path, FileSystem& files,

@@ -173,7 +173,7 @@ TEST_F(ValuesTest, AsTheyAreWritten) {
     for (const HostileText& text : kTexts) {
         SCOPED_TRACE(text.name);
         const std::u16string& value = text.text;
-        const std::u16string key = ToText(std::int64_t{++number});
+        const std::u16string key = ToText(++number);
         const bool fits = value.size() <= 50;
         ASSERT_TRUE(result_.Add(1, 1, u"C", key, 1, 1, value, value, value, 1, 1, number));
         ASSERT_TRUE(result_.LoadTrainResultItem(1, u"C", key));

@@ -22,7 +22,7 @@ protected:
         MemoryTable& train = catalog_.At(u"Train");
         MemoryTable& result = catalog_.At(u"Result");
         for (std::int32_t i = 1; i <= 200; ++i) {
-            const Value name(u"name" + ToText(std::int64_t{i}));
+            const Value name(u"name" + ToText(i));
             train.Insert(std::vector<Value>{i, i % 20, Date{38000.0 + i}, name, Value(u"body")});
             for (std::int32_t j = 0; j < 10; ++j) result.Insert(std::vector<Value>{i * 10 + j, i, 1.5F, j % 5});
         }

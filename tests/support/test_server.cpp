@@ -203,8 +203,8 @@ std::u16string TestServer::NewDatabase() {
 std::u16string TestServer::Connect(std::u16string_view user, std::u16string_view password) const {
     std::u16string quoted;
     for (const char16_t unit : password) quoted.append(unit == u'}' ? 2 : 1, unit);
-    return u"ODBC;DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=" + ToText(std::int64_t{port_}) + u";DATABASE=db" +
-           ToText(std::int64_t{databases_}) + u";UID=" + std::u16string(user) + u";PWD={" + quoted + u"}";
+    return u"ODBC;DRIVER={PostgreSQL Unicode};SERVER=127.0.0.1;PORT=" + ToText(port_) + u";DATABASE=db" +
+           ToText(databases_) + u";UID=" + std::u16string(user) + u";PWD={" + quoted + u"}";
 }
 
 }  // namespace qmtrain::test

@@ -218,9 +218,8 @@ void MainWindow::FillPapers(std::int32_t selected) {
     for (const PaperSummary& one : overview_.papers) {
         wxVector<wxVariant> cells;
         for (const std::u16string& cell :
-             {ToText(one.paper.number), one.paper.title, ToText(static_cast<std::int64_t>(one.paper.questions.size())),
-              ToText(one.paper.minutes), one.best_rate ? Percent(*one.best_rate) : std::u16string(u"—"),
-              ToText(one.times)}) {
+             {ToText(one.paper.number), one.paper.title, ToText(one.paper.questions.size()), ToText(one.paper.minutes),
+              one.best_rate ? Percent(*one.best_rate) : std::u16string(u"—"), ToText(one.times)}) {
             cells.push_back(wxVariant(ui::ToWx(cell)));
         }
         LvPapers->AppendItem(cells);

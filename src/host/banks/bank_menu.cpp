@@ -22,9 +22,7 @@ void Pack(wxFrame& frame, const DataFolder& folder, const BankMenuHost& host) {
     if (!paper) return ui::Inform(&frame, u"请先在主窗口中选择一份试卷。", kTitle);
     WorkProgress progress(&frame, kTitle);
     const std::size_t count = PackPapers(folder, {paper->number}, folder.LocalPaper(), progress.Of(u"正在写入试卷库…"));
-    ui::Inform(&frame,
-               u"试卷“" + paper->title + u"”的 " + ToText(static_cast<std::int64_t>(count)) +
-                   u" 题已写入网络版试卷库，可以用网络版练习。",
+    ui::Inform(&frame, u"试卷“" + paper->title + u"”的 " + ToText(count) + u" 题已写入网络版试卷库，可以用网络版练习。",
                kTitle);
 }
 

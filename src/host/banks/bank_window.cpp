@@ -40,7 +40,7 @@ public:
 };
 
 std::u16string Number(std::size_t number) {
-    return ToText(static_cast<std::int64_t>(number));
+    return ToText(number);
 }
 
 std::u16string PaperLabel(std::size_t chosen) {

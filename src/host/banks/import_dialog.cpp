@@ -30,7 +30,7 @@ constexpr exchange::QuestionFormat kFormats[] = {exchange::QuestionFormat::Gift,
                                                  exchange::QuestionFormat::MoodleXml, exchange::QuestionFormat::Csv};
 
 std::u16string Number(std::size_t number) {
-    return ToText(static_cast<std::int64_t>(number));
+    return ToText(number);
 }
 
 std::u16string_view WordOf(exchange::Notice::Kind kind) {

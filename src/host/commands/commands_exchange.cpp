@@ -118,8 +118,7 @@ exchange::Import ReadFiles(const ImportOptions& options) {
             if (!options.keep_going) throw;
             one.Tell(Notice::Kind::Error, std::size_t{0}, error.Description());
         }
-        Say(u"文件 " + FromUtf8(file) + u"：读出 " + ToText(static_cast<std::int64_t>(one.questions.size())) +
-            u" 题。");
+        Say(u"文件 " + FromUtf8(file) + u"：读出 " + ToText(one.questions.size()) + u" 题。");
         for (const Notice& notice : one.notices) Say(u"  " + notice.Text());
         all.Append(std::move(one), options.files.size() > 1 ? FromUtf8(file) : u"");
     }
@@ -170,8 +169,7 @@ int Import(const ImportOptions& options) {
     Say(bank + (plan.is_new ? u"将新建：" : u"：") + plan.recognition.Summary() +
         (options.replace ? u"，" + RemovalSummary(folder, plan) : u"") + u"。");
     if (errors > 0 && !options.keep_going) {
-        Say(u"有 " + ToText(static_cast<std::int64_t>(errors)) +
-            u" 处错误，没有写入任何内容；--keep-going 只导入其余的试题。");
+        Say(u"有 " + ToText(errors) + u" 处错误，没有写入任何内容；--keep-going 只导入其余的试题。");
         return 1;
     }
     if (plan.Possible() == 0) Refuse(u"没有可以导入的试题。");
@@ -339,15 +337,13 @@ int PaperCommand(const CommandWords& words) {
                 number = MakePaper(folder, rules, progress.Of());
             }
             const Paper paper = PaperOf(folder, number);
-            Say(u"已组成试卷 " + ToText(number) + u"“" + paper.title + u"”：" +
-                ToText(static_cast<std::int64_t>(paper.questions.size())) + u" 题，" +
-                ToText(Value(paper.FullScore())) + u" 分。");
+            Say(u"已组成试卷 " + ToText(number) + u"“" + paper.title + u"”：" + ToText(paper.questions.size()) +
+                u" 题，" + ToText(Value(paper.FullScore())) + u" 分。");
         } else if (pack->parsed()) {
             const std::u16string target = file.empty() ? folder.LocalPaper() : FromUtf8(file);
             TerminalProgress progress(u"正在写入试卷库");
             const std::size_t count = PackPapers(folder, papers, target, progress.Of());
-            Say(u"已写入 " + FromNativePath(ToNativePath(target)) + u"：" + ToText(static_cast<std::int64_t>(count)) +
-                u" 题。");
+            Say(u"已写入 " + FromNativePath(ToNativePath(target)) + u"：" + ToText(count) + u" 题。");
         } else {
             const report::ReportFormat format = SheetFormat(file);
             TerminalProgress progress(u"正在读试题");

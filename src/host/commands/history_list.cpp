@@ -77,9 +77,8 @@ std::string HistoryText(const Options& options) {
 std::string PapersText(const Options& options) {
     std::u16string text = u"试卷号\t科目\t题数\t满分\t时间（分钟）\t名称\n";
     for (const Paper& paper : PapersOf({options.data}, options.subject_named ? options.subject : -1)) {
-        text += ToText(paper.number) + u"\t" + ToText(paper.subject) + u"\t" +
-                ToText(static_cast<std::int64_t>(paper.questions.size())) + u"\t" + ToText(Value(paper.FullScore())) +
-                u"\t" + ToText(paper.minutes) + u"\t" + paper.title + u"\n";
+        text += ToText(paper.number) + u"\t" + ToText(paper.subject) + u"\t" + ToText(paper.questions.size()) + u"\t" +
+                ToText(Value(paper.FullScore())) + u"\t" + ToText(paper.minutes) + u"\t" + paper.title + u"\n";
     }
     return ToUtf8(text);
 }

@@ -19,8 +19,7 @@ void Require(const std::u16string& text, std::size_t longest, std::u16string_vie
         RaiseComponentError(u"qmtrain", std::u16string(what) + u"不能为空。");
     }
     if (text.size() > longest) {
-        RaiseComponentError(u"qmtrain",
-                            std::u16string(what) + u"最多 " + ToText(static_cast<std::int64_t>(longest)) + u" 个字。");
+        RaiseComponentError(u"qmtrain", std::u16string(what) + u"最多 " + ToText(longest) + u" 个字。");
     }
 }
 
@@ -133,7 +132,7 @@ void RequireCandidate(const DataFolder& folder, std::int32_t user_id) {
     user.UserId(-1);
     user.Init(user_id);
     if (user_id < 0 || user.UserId() != user_id) {
-        RaiseComponentError(u"qmtrain", u"没有编号为 " + ToText(std::int64_t{user_id}) + u" 的考生。");
+        RaiseComponentError(u"qmtrain", u"没有编号为 " + ToText(user_id) + u" 的考生。");
     }
 }
 

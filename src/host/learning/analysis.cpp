@@ -68,14 +68,14 @@ std::u16string Analysis::FiguresText() const {
     const Figures& figures = GetFigures();
     if (figures.all.times == 0 && !class_.empty()) return u"选定的考生还没有练习记录。";
     if (figures.all.times == 0) return u"还没有练习记录。做完一份试卷以后，这里会有分析。";
-    std::u16string text = u"共 " + ToText(static_cast<std::int64_t>(figures.papers.size())) + u" 份试卷";
+    std::u16string text = u"共 " + ToText(figures.papers.size()) + u" 份试卷";
     if (!figures.papers.empty()) {
         text += u"，平均 " + PercentText(figures.Average()) + u"，最好 " + PercentText(figures.Best()) + u"，及格 " +
                 ToText(figures.PassTimes()) + u" 次";
     }
     text += u"；做题 " + ToText(figures.all.times) + u" 道次，答对 " +
             PercentText(100.0 * figures.all.right / figures.all.times);
-    if (IsTeacher()) text += u"；考生 " + ToText(static_cast<std::int64_t>(figures.by_candidate.size())) + u" 人";
+    if (IsTeacher()) text += u"；考生 " + ToText(figures.by_candidate.size()) + u" 人";
     return text + u"。";
 }
 
@@ -86,8 +86,7 @@ std::u16string Analysis::ForecastText() const {
                Format(forecast->low, u"0") + u"% 到 " + Format(forecast->high, u"0") + u"% 之间。";
     }
     const std::int64_t missing = kLeastForForecast - rates.size();
-    return u"只有 " + ToText(static_cast<std::int64_t>(rates.size())) + u" 份试卷的成绩，还不能预测；再做 " +
-           ToText(missing) + u" 份以后可以。";
+    return u"只有 " + ToText(rates.size()) + u" 份试卷的成绩，还不能预测；再做 " + ToText(missing) + u" 份以后可以。";
 }
 
 std::vector<TrainStatistics::Group> Analysis::Groups(TrainStatistics::GroupKind kind) {
@@ -192,8 +191,7 @@ std::vector<ItemRow> Analysis::Items() {
 report::Report Analysis::MakeReport() {
     report::Report made;
     made.title = u"学习分析";
-    std::u16string whose =
-        class_.empty() ? u"所有考生" : u"选定的 " + ToText(static_cast<std::int64_t>(class_.size())) + u" 个考生";
+    std::u16string whose = class_.empty() ? u"所有考生" : u"选定的 " + ToText(class_.size()) + u" 个考生";
     for (const Candidate& one : CandidatesOf(source_.Folder())) {
         if (one.id == user_) whose = one.name;
     }

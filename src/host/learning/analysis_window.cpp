@@ -262,7 +262,7 @@ void AnalysisWindow::FillCharts() {
     PicPace->SetPoints(std::move(points));
     std::vector<CountColumns::Column> hours;
     for (std::size_t hour = 0; hour < figures.by_hour.size(); ++hour) {
-        const std::u16string label = ToText(static_cast<std::int64_t>(hour));
+        const std::u16string label = ToText(hour);
         hours.push_back({label, figures.by_hour[hour].questions, label + u" 点"});
     }
     PicHours->SetColumns(std::move(hours));
@@ -339,7 +339,7 @@ void AnalysisWindow::FillItems() {
     for (std::size_t i = 0; i < items_.size(); ++i) {
         const ItemRow& one = items_[i];
         ui::ListRow row;
-        row.key = u"I" + ToText(static_cast<std::int64_t>(i));
+        row.key = u"I" + ToText(i);
         const auto& discrimination = one.figures.discrimination;
         row.cells = {one.question.rec_no,
                      one.bank,
@@ -352,7 +352,7 @@ void AnalysisWindow::FillItems() {
                      Sortable(one.figures.right),
                      Sortable(one.figures.facility),
                      discrimination ? Sortable(*discrimination) : std::u16string(),
-                     ToText(static_cast<std::int64_t>(i))};
+                     ToText(i)};
         item_rows_.Add(std::move(row));
     }
     LvItems->Show(item_rows_);

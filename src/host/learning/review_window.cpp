@@ -168,7 +168,7 @@ void ReviewWindow::Fill() {
     for (std::size_t i = 0; i < std::min(kListed, overview_.due.size()); ++i) {
         const ScheduledQuestion& one = overview_.due[i];
         ui::ListRow row;
-        row.key = u"D" + ToText(static_cast<std::int64_t>(i));
+        row.key = u"D" + ToText(i);
         row.cells = {one.rec_no,
                      source_.Title(one.subject, one.data_code, one.rec_no),
                      source_.TypeName(one.subject, one.type, one.distin),

@@ -222,7 +222,7 @@ document::RichText WrongText(WrongBook& book, const WrongEntry& entry) {
 report::Report WrongReport(WrongBook& book, const std::vector<const WrongEntry*>& entries, std::u16string_view whose) {
     report::Report made;
     made.title = u"错题本";
-    made.subtitle = std::u16string(whose).append(u"，共 ") + ToText(static_cast<std::int64_t>(entries.size())) + u" 题";
+    made.subtitle = std::u16string(whose).append(u"，共 ") + ToText(entries.size()) + u" 题";
     for (const char16_t* header : kWrongHeaders) made.data.columns.push_back({header});
     made.data.columns.push_back({u"我的答案"});
     int number = 0;

@@ -240,8 +240,8 @@ void WrongWindow::Fill() {
                               : std::u16string_view(u"没有符合条件的错题。\n放宽上面的条件，可以看到其他错题。"));
     LvWrong->Show(rows_);
     if (rows_.Size() > 0 && LvWrong->SelectedIndex() < 0) LvWrong->SelectRow(0);
-    LblCount->SetLabelText(ui::ToWx(u"列出 " + ToText(static_cast<std::int64_t>(shown_.size())) + u" 题，共 " +
-                                    ToText(static_cast<std::int64_t>(book_.All().size())) + u" 题"));
+    LblCount->SetLabelText(
+        ui::ToWx(u"列出 " + ToText(shown_.size()) + u" 题，共 " + ToText(book_.All().size()) + u" 题"));
     ShowSelected();
     Layout();
 }

@@ -93,8 +93,7 @@ Mark MarkFill(const Task& task, std::u16string_view answer) {
         if (matches) {
             ++right;
         } else {
-            errors.Add(u"第 " + ToText(static_cast<std::int64_t>(i + 1)) + u" 空" +
-                       (blank.empty() ? u"没有作答。" : u"答案错误。"));
+            errors.Add(u"第 " + ToText(i + 1) + u" 空" + (blank.empty() ? u"没有作答。" : u"答案错误。"));
         }
     }
     return errors.With(Share(task.full_score, right, blanks));

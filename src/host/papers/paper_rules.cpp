@@ -36,7 +36,7 @@ constexpr Usual kUsual[] = {{QuestionKind::Single, 2},
 }
 
 std::u16string Number(std::size_t number) {
-    return ToText(static_cast<std::int64_t>(number));
+    return ToText(number);
 }
 
 struct Candidate {

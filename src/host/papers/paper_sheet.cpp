@@ -91,8 +91,7 @@ std::u16string AnswerOf(const QuestionContent& question) {
 }
 
 std::u16string Numeral(std::size_t number) {
-    return number <= kNumerals.size() ? std::u16string(1, kNumerals[number - 1])
-                                      : ToText(static_cast<std::int64_t>(number));
+    return number <= kNumerals.size() ? std::u16string(1, kNumerals[number - 1]) : ToText(number);
 }
 
 }  // namespace
@@ -102,7 +101,7 @@ report::Report PaperSheet(const DataFolder& folder, Edition edition, const Paper
     report::Report sheet;
     sheet.title = paper.title + (answers == Answers::With ? u"（带答案）" : u"");
     sheet.subtitle = u"时间 " + ToText(paper.minutes) + u" 分钟　满分 " + ToText(Value(paper.FullScore())) +
-                     u" 分　共 " + ToText(static_cast<std::int64_t>(paper.questions.size())) + u" 题";
+                     u" 分　共 " + ToText(paper.questions.size()) + u" 题";
     sheet.data.columns = {{u"题号", 1, true}, {u"题型"}, {u"分值", 1, true}, {u"题目"}, {u"选择项"}};
     if (answers == Answers::With) {
         sheet.data.columns.push_back({u"答案"});

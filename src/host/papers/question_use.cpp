@@ -60,12 +60,12 @@ std::set<std::u16string> NumbersInUse(const DataFolder& folder, std::u16string_v
 
 std::u16string RemovalSummary(const DataFolder& folder, const exchange::ImportPlan& plan) {
     const std::vector<std::size_t>& gone = plan.recognition.not_found;
-    std::u16string summary = u"删除 " + ToText(static_cast<std::int64_t>(gone.size())) + u" 题";
+    std::u16string summary = u"删除 " + ToText(gone.size()) + u" 题";
     if (gone.empty()) return summary;
     const std::set<std::u16string> used = NumbersInUse(folder, plan.bank.code);
     const auto count = std::count_if(gone.begin(), gone.end(),
                                      [&](std::size_t one) { return used.contains(plan.existing[one].rec_no); });
-    if (count > 0) summary += u"（其中 " + ToText(std::int64_t{count}) + u" 题在练习历史、笔记或试卷中用到）";
+    if (count > 0) summary += u"（其中 " + ToText(count) + u" 题在练习历史、笔记或试卷中用到）";
     return summary;
 }
 

@@ -11,7 +11,7 @@ namespace qmtrain::host {
 namespace {
 
 std::u16string Number(std::size_t number) {
-    return ToText(static_cast<std::int64_t>(number));
+    return ToText(number);
 }
 
 struct Counts {

@@ -114,7 +114,7 @@ void NavigatorView::ScrollTo(std::size_t index) {
 
 std::u16string NavigatorView::CellText(std::size_t index) const {
     const Cell& cell = cells_[index];
-    std::u16string text = ToText(static_cast<std::int64_t>(index + 1)) + u" 题，";
+    std::u16string text = ToText(index + 1) + u" 题，";
     text.append(cell.verdict ? VerdictText(*cell.verdict) : AnsweredText(cell.answered));
     if (cell.marked) text += u"，已标记";
     if (index == current_) text += u"，当前题";
@@ -186,7 +186,7 @@ void NavigatorView::PaintCell(wxDC& dc, std::size_t index) {
             graphics->DrawRoundedRectangle(at.x + 4, at.y + 4, at.width - 8, at.height - 8, radius - 2);
         }
     }
-    wxString text = ui::ToWx(ToText(static_cast<std::int64_t>(index + 1)));
+    wxString text = ui::ToWx(ToText(index + 1));
     dc.SetFont(FontOf(TextSize::Body, current));
     dc.SetTextForeground(Colour(cell.left_out ? Tint::Quiet : Tint::Text));
     const wxSize extent = dc.GetTextExtent(text);

@@ -63,8 +63,8 @@ std::u16string Overview::FiguresText() const {
     for (const float rate : rates) sum += rate;
     const auto passed = std::count_if(past.begin(), past.end(),
                                       [](const PastPractice& one) { return IsWhole(one) && one.training.Passed(); });
-    return u"共练习 " + ToText(static_cast<std::int64_t>(rates.size())) + u" 次，及格 " + ToText(passed) +
-           u" 次；平均 " + Format(sum / static_cast<float>(rates.size()), u"0.0") + u"%，最好 " +
+    return u"共练习 " + ToText(rates.size()) + u" 次，及格 " + ToText(passed) + u" 次；平均 " +
+           Format(sum / static_cast<float>(rates.size()), u"0.0") + u"%，最好 " +
            Format(*std::max_element(rates.begin(), rates.end()), u"0.0") + u"%";
 }
 

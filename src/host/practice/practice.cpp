@@ -224,8 +224,7 @@ void Practice::Current(std::size_t index) {
     if (index == current_) return;
     times_.MoveTo(index, clock_.Used());
     current_ = index;
-    host_->Execute(u"Update UnfinishedState Set CurrentPlace=" + ToText(static_cast<std::int64_t>(index)) +
-                   OfTraining(train_id_));
+    host_->Execute(u"Update UnfinishedState Set CurrentPlace=" + ToText(index) + OfTraining(train_id_));
 }
 
 void Practice::Save(std::size_t index) {

@@ -35,7 +35,7 @@ constexpr int kLastMinutes = 5 * 60;             // seconds from which on the ti
 constexpr std::chrono::minutes kServerPause{1};  // before a server that was away is asked for notes again
 
 std::u16string Number(std::size_t number) {
-    return ToText(static_cast<std::int64_t>(number));
+    return ToText(number);
 }
 
 std::u16string NameOf(const DataFolder& folder, std::int32_t user_id) {

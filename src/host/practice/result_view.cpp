@@ -27,7 +27,7 @@ std::u16string Points(double score) {
 }
 
 std::u16string Count(int number) {
-    return ToText(static_cast<std::int64_t>(number));
+    return ToText(number);
 }
 
 }  // namespace

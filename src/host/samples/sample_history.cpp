@@ -87,7 +87,7 @@ private:
     std::u16string OtherOption(const SampleQuestion& question) {
         std::u16string other;
         do {
-            other = ToText(std::int64_t{1} << Pick(static_cast<std::uint32_t>(question.options.size())));
+            other = ToText(1 << Pick(static_cast<std::uint32_t>(question.options.size())));
         } while (other == question.answer);
         return other;
     }

@@ -298,7 +298,7 @@ PaceChart::PaceChart(wxWindow* parent) : Drawing(parent, {240, 180}) {}
 void PaceChart::SetPoints(std::vector<Point> points) {
     if (points.size() > kMostPoints) points.erase(points.begin(), points.end() - kMostPoints);
     points_ = std::move(points);
-    Say(u"每题用时与得分率，" + ToText(static_cast<std::int64_t>(points_.size())) + u" 份试卷");
+    Say(u"每题用时与得分率，" + ToText(points_.size()) + u" 份试卷");
 }
 
 void PaceChart::Paint(wxGraphicsContext& gc, wxSize size) {

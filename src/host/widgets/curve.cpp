@@ -33,8 +33,7 @@ void Curve::SetRates(std::vector<float> rates) {
     std::u16string name = u"得分率曲线，及格线 60%";
     for (const float rate : rates_) name += u"，" + Format(rate, u"0");
     SetSpokenName(*this, name, Role::Picture);
-    SetToolTip(
-        ui::ToWx(u"最近 " + ToText(static_cast<std::int64_t>(rates_.size())) + u" 次的得分率；虚线是及格线 60%"));
+    SetToolTip(ui::ToWx(u"最近 " + ToText(rates_.size()) + u" 次的得分率；虚线是及格线 60%"));
     Refresh();
 }
 

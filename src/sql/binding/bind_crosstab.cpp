@@ -48,7 +48,7 @@ ast::Select RowsSelect(const ast::Select& select) {
         Blank(items.back().expression, Print(*select.crosstab->pivot));
     }
     // Names of their own, lest the written ones have to be told apart from them.
-    for (std::size_t i = own; i < items.size(); ++i) items[i].alias = u"~" + ToText(static_cast<std::int64_t>(i));
+    for (std::size_t i = own; i < items.size(); ++i) items[i].alias = u"~" + ToText(i);
     return rows;
 }
 

@@ -38,9 +38,9 @@ bool Scope::Find(const ast::ColumnName& name, Match& match) const {
 
 std::u16string Scope::CanonicalColumn(const Match& match) {
     std::u16string text(1, u'#');
-    text += ToText(static_cast<std::int64_t>(match.entry));
+    text += ToText(match.entry);
     text += u'.';
-    text += ToText(std::int64_t{match.column});
+    text += ToText(match.column);
     return text;
 }
 

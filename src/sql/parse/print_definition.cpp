@@ -77,9 +77,9 @@ void Printer::PutType(const Column& column) {
         u"YESNO",    u"BYTE",   u"SHORT", u"LONG",       u"CURRENCY", u"SINGLE", u"DOUBLE",
         u"DATETIME", u"BINARY", u"TEXT",  u"LONGBINARY", u"MEMO",     u"GUID",   u"DECIMAL"};
     out += column.autonumber ? u"COUNTER" : kTypes[column.type];
-    if (column.size > 0) out += u"(" + ToText(std::int64_t{column.size}) + u")";
+    if (column.size > 0) out += u"(" + ToText(column.size) + u")";
     if (column.type == ColumnType::Decimal) {
-        out += u"(" + ToText(std::int64_t{column.precision}) + u", " + ToText(std::int64_t{column.scale}) + u")";
+        out += u"(" + ToText(column.precision) + u", " + ToText(column.scale) + u")";
     }
 }
 

@@ -20,7 +20,7 @@ std::u16string Quoted(std::u16string_view text) {
 }
 
 std::u16string Padded(int number, std::size_t width) {
-    std::u16string text = ToText(std::int64_t{number});
+    std::u16string text = ToText(number);
     return std::u16string(text.size() < width ? width - text.size() : 0, u'0') + text;
 }
 

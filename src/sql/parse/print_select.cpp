@@ -69,7 +69,7 @@ void Printer::Put(const Delete& statement) {
 void Printer::PutPart(const SelectPart& part) {
     out += part.distinct ? u"SELECT DISTINCT " : part.distinct_row ? u"SELECT DISTINCTROW " : u"SELECT ";
     if (part.top) {
-        out += u"TOP " + ToText(std::int64_t{part.top->count}) + u" ";
+        out += u"TOP " + ToText(part.top->count) + u" ";
         if (part.top->percent) out += u"PERCENT ";
     }
     PutList(part.items, [this](const SelectItem& item) { PutItem(item); });

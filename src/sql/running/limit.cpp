@@ -29,7 +29,7 @@ bool Limit::Next() {
 }
 
 void Limit::Explain(Explanation& out) const {
-    out.Add(all_ != nullptr ? u"top percent" : u"top " + ToText(static_cast<std::int64_t>(count_)), *this);
+    out.Add(all_ != nullptr ? u"top percent" : u"top " + ToText(count_), *this);
     out.AddChild(*child_);
 }
 

@@ -9,7 +9,7 @@ namespace qmtrain::sql {
 void Explanation::Add(std::u16string_view text, const RowOperator& row_operator) {
     std::u16string line(text);
     if (row_operator.EstimatedRows() >= 0) {
-        line += u"  ~ " + ToText(static_cast<std::int64_t>(std::llround(row_operator.EstimatedRows()))) + u" rows";
+        line += u"  ~ " + ToText(std::llround(row_operator.EstimatedRows())) + u" rows";
     }
     AddLine(depth_, line);
 }
@@ -51,8 +51,7 @@ bool Filter::Next() {
 }
 
 void Filter::Explain(Explanation& out) const {
-    out.Add(u"filter by " + ToText(static_cast<std::int64_t>(conditions_.size())) +
-                (conditions_.size() == 1 ? u" condition" : u" conditions"),
+    out.Add(u"filter by " + ToText(conditions_.size()) + (conditions_.size() == 1 ? u" condition" : u" conditions"),
             *this);
     out.AddChild(*child_);
 }
