@@ -52,7 +52,7 @@ void MaskPassword(std::span<std::uint8_t> password, double created) {
 // `head` is unmasked, its password area included. Found by comparing the masked and the clear ids of many files.
 std::uint32_t UserKey(std::span<const std::uint8_t> head) {
     std::uint32_t key = Get<std::uint32_t>(&head[kCreated]);
-    for (std::uint32_t i = 0; i < 28; ++i) key ^= static_cast<std::uint32_t>(head[kPassword + 2 * i]) << (i % 24);
+    for (std::size_t i = 0; i < 28; ++i) key ^= static_cast<std::uint32_t>(head[kPassword + 2 * i]) << (i % 24);
     return key;
 }
 

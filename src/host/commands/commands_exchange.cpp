@@ -327,6 +327,7 @@ int PaperCommand(const CommandWords& words) {
             std::int32_t number = 0;
             if (!questions.empty()) {
                 std::vector<ChosenQuestion> chosen;
+                chosen.reserve(questions.size());
                 for (const std::string& word : questions) chosen.push_back(ChosenOf(word));
                 number = MakePaper(folder, FromUtf8(title), rules.minutes, chosen);
             } else {

@@ -317,7 +317,8 @@ void PaceChart::Paint(wxGraphicsContext& gc, wxSize size) {
     const double scale = area.width / (most * 1.05);
     gc.SetFont(GetFont().Scaled(0.85F), colours.quiet);
     const double step = std::max(10.0, std::round(most / 4 / 10) * 10);
-    for (double seconds = 0; seconds <= most; seconds += step) {
+    for (int mark = 0; mark * step <= most; ++mark) {
+        const double seconds = mark * step;
         const double x = area.left + seconds * scale;
         const wxString text = ui::ToWx(Format(seconds, u"0") + u" 秒");
         double width = 0;

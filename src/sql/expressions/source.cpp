@@ -135,12 +135,12 @@ const Value& TableSource::Read(std::size_t slot) {
 
 // ---- RowsSource ----
 
-RowsSource::RowsSource(std::vector<ColumnInfo> columns) {
-    for (ColumnInfo& column : columns) AddColumn(std::move(column));
+RowsSource::RowsSource(const std::vector<ColumnInfo>& columns) {
+    for (const ColumnInfo& column : columns) AddColumn(column);
 }
 
-int RowsSource::AddColumn(ColumnInfo column) {
-    infos_.push_back(std::move(column));
+int RowsSource::AddColumn(const ColumnInfo& column) {
+    infos_.push_back(column);
     return SlotFor(static_cast<int>(infos_.size()) - 1);
 }
 

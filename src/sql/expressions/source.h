@@ -147,10 +147,10 @@ private:
 class RowsSource : public Source {
 public:
     // Every column has the slot of its own number.
-    explicit RowsSource(std::vector<ColumnInfo> columns);
+    explicit RowsSource(const std::vector<ColumnInfo>& columns);
 
     // Adds a column while the query is being bound; returns its slot.
-    int AddColumn(ColumnInfo column);
+    int AddColumn(const ColumnInfo& column);
 
     RowBuffer& Rows() { return rows_; }
     void Clear();
