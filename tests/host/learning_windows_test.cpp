@@ -167,7 +167,8 @@ TEST_F(LearningWindowTest, TheAnalysisLeadsToWhatShouldBePractised) {
         .Do([&] {
             EXPECT_EQ(analysis->PicRates->RowCount(), 5U);
             EXPECT_TRUE(analysis->PicRates->ShowsRegression());
-            EXPECT_EQ(analysis->PicTypes->Bars().size(), 5U);
+            EXPECT_EQ(analysis->PicTypes->GetMinSize().y, 5 * analysis->PicBanks->GetMinSize().y)
+                << "types of one bank";
             ASSERT_EQ(analysis->BtnAdvice.size(), 3U);
             EXPECT_EQ(Utf8(analysis->LblAdvice[1]->GetLabelText()), "有 2 道题错了两次以上，到现在还没有做对。");
             Click(*analysis->BtnAdvice[1]);

@@ -260,7 +260,7 @@ void AnalysisWindow::FillCharts() {
         if (paper.pace) points.push_back({*paper.pace, paper.rate});
     }
     PicPace->SetPoints(std::move(points));
-    std::vector<CountColumns::Column> hours;
+    std::vector<CountColumns::Count> hours;
     for (std::size_t hour = 0; hour < figures.by_hour.size(); ++hour) {
         const std::u16string label = ToText(hour);
         hours.push_back({label, figures.by_hour[hour].questions, label + u" 点"});

@@ -156,7 +156,7 @@ void ReviewWindow::Fill() {
         }
     }
     LblKnown->SetLabelText(ui::ToWx(known));
-    std::vector<CountColumns::Column> ahead;
+    std::vector<CountColumns::Count> ahead;
     for (std::size_t i = 0; i < overview_.ahead.size(); ++i) {
         const Date day{std::floor(now.days) + 1 + static_cast<double>(i)};
         ahead.push_back({Format(day, u"m-d"), overview_.ahead[i], Format(day, u"yyyy-mm-dd")});

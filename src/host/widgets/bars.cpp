@@ -230,10 +230,10 @@ std::u16string Calendar::TipAt(wxPoint place) const {
 CountColumns::CountColumns(wxWindow* parent, std::u16string_view name, std::u16string_view unit)
     : Drawing(parent, {220, 120}), name_(name), unit_(unit) {}
 
-void CountColumns::SetColumns(std::vector<Column> columns) {
+void CountColumns::SetColumns(std::vector<Count> columns) {
     columns_ = std::move(columns);
     std::u16string text = name_;
-    for (const Column& column : columns_) {
+    for (const Count& column : columns_) {
         if (column.count > 0) text += u"，" + column.label + u" " + ToText(column.count);
     }
     Say(text);
@@ -246,13 +246,13 @@ void CountColumns::Paint(wxGraphicsContext& gc, wxSize size) {
     gc.SetFont(font, colours.text);
     double widest = 0;
     double height = 0;
-    for (const Column& column : columns_) {
+    for (const Count& column : columns_) {
         double width = 0;
         gc.GetTextExtent(ui::ToWx(column.label), &width, &height);
         widest = std::max(widest, width);
     }
     int most = 1;
-    for (const Column& column : columns_) most = std::max(most, column.count);
+    for (const Count& column : columns_) most = std::max(most, column.count);
     const double top = height + FromDIP(ui::kTiny);
     const review::PlotArea area{0, top, static_cast<double>(size.x),
                                 std::max(1.0, size.y - top - height - FromDIP(ui::kTiny))};
@@ -287,7 +287,7 @@ std::u16string CountColumns::TipAt(wxPoint place) const {
     const review::ChartGeometry geometry({0, 0, static_cast<double>(GetClientSize().x), 1}, columns_.size());
     const auto found = geometry.At(place.x);
     if (!found) return {};
-    const Column& column = columns_[*found];
+    const Count& column = columns_[*found];
     return (column.tip.empty() ? column.label : column.tip) + u"：" + ToText(column.count) + unit_;
 }
 

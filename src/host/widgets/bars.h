@@ -37,7 +37,6 @@ public:
     };
     RateBars(wxWindow* parent, std::u16string_view name);
     void SetBars(std::vector<Bar> bars);
-    const std::vector<Bar>& Bars() const { return bars_; }
 
 private:
     void Paint(wxGraphicsContext& gc, wxSize size) override;
@@ -72,14 +71,13 @@ private:
 // Upright columns of counts with a label below each.
 class CountColumns : public Drawing {
 public:
-    struct Column {
+    struct Count {
         std::u16string label = {};
         int count = 0;
         std::u16string tip = {};
     };
     CountColumns(wxWindow* parent, std::u16string_view name, std::u16string_view unit);
-    void SetColumns(std::vector<Column> columns);
-    const std::vector<Column>& All() const { return columns_; }
+    void SetColumns(std::vector<Count> columns);
 
 private:
     void Paint(wxGraphicsContext& gc, wxSize size) override;
@@ -87,7 +85,7 @@ private:
 
     std::u16string name_;
     std::u16string unit_;
-    std::vector<Column> columns_;
+    std::vector<Count> columns_;
 };
 
 // A point for each paper: seconds for a question across, the rate upwards.
