@@ -46,96 +46,99 @@ const Renamed* FindIn(std::span<const Renamed> functions, std::u16string_view na
 
 }  // namespace
 
-RemoteSql::Piece RemoteSql::PutCall(const sql::ast::Call& call) {
+RemoteSql::Fragment RemoteSql::PutCall(const sql::ast::Call& call) {
     std::u16string name = ToUpper(call.name);
     if (sql::IsAggregate(name)) return PutAggregate(name, call);
     if (name.ends_with(u'$')) name.pop_back();
-    std::vector<Piece> arguments;
+    std::vector<Fragment> arguments;
     for (const sql::ast::ExpressionPtr& argument : call.arguments) arguments.push_back(Put(*argument));
     return PutFunction(name, call, arguments);
 }
 
-RemoteSql::Piece RemoteSql::PutAggregate(std::u16string_view name, const sql::ast::Call& call) {
-    if (call.star) return {u"count(*)", Kind::Whole, true};
+RemoteSql::Fragment RemoteSql::PutAggregate(std::u16string_view name, const sql::ast::Call& call) {
+    if (call.star) return {u"count(*)", TypeClass::Whole, true};
     if (call.arguments.size() != 1) return Cannot();
-    const Piece argument = Put(*call.arguments[0]);
-    if (name == u"COUNT") return {CallOf(u"count", argument.text), Kind::Whole, true};
+    const Fragment argument = Put(*call.arguments[0]);
+    if (name == u"COUNT") return {CallOf(u"count", argument.text), TypeClass::Whole, true};
     const bool sum = name == u"SUM";
     if (sum || name == u"AVG") {
-        if (argument.kind != Kind::Whole && argument.kind != Kind::Number) return Cannot();
-        return {CallOf(sum ? u"sum" : u"avg", AsDouble(argument)), Kind::Number};
+        if (argument.kind != TypeClass::Whole && argument.kind != TypeClass::Number) return Cannot();
+        return {CallOf(sum ? u"sum" : u"avg", AsDouble(argument)), TypeClass::Number};
     }
     if (name != u"MIN" && name != u"MAX") return Cannot();
-    if (argument.kind == Kind::Boolean || argument.kind == Kind::Other || argument.order == TextOrder::Cased)
+    if (argument.kind == TypeClass::Boolean || argument.kind == TypeClass::Other ||
+        argument.order == TextCollation::Cased)
         return Cannot();
     return {CallOf(name == u"MIN" ? u"min" : u"max", argument.text), argument.kind, false, argument.order};
 }
 
-RemoteSql::Piece RemoteSql::PutChoice(const Piece& condition, const Piece& yes, const Piece& no) {
-    if (yes.kind == Kind::Null && no.kind == Kind::Null) return {u"NULL", Kind::Null};
+RemoteSql::Fragment RemoteSql::PutChoice(const Fragment& condition, const Fragment& yes, const Fragment& no) {
+    if (yes.kind == TypeClass::Null && no.kind == TypeClass::Null) return {u"NULL", TypeClass::Null};
     const bool numbers = IsNumber(yes.kind) && IsNumber(no.kind) && yes.kind != no.kind;
-    if (yes.kind != no.kind && yes.kind != Kind::Null && no.kind != Kind::Null && !numbers) return Cannot();
-    const Kind kind = numbers ? Kind::Number : yes.kind == Kind::Null ? no.kind : yes.kind;
-    const TextOrder order = std::max(yes.order, no.order);
-    const bool either = yes.kind != Kind::Null && no.kind != Kind::Null;
-    if (either && order == TextOrder::Cased) return Cannot();  // who groups by them would find both
-    const auto shown = [&](const Piece& piece) { return numbers ? AsDouble(piece) : piece.text; };
+    if (yes.kind != no.kind && yes.kind != TypeClass::Null && no.kind != TypeClass::Null && !numbers) return Cannot();
+    const TypeClass kind = numbers ? TypeClass::Number : yes.kind == TypeClass::Null ? no.kind : yes.kind;
+    const TextCollation order = std::max(yes.order, no.order);
+    const bool either = yes.kind != TypeClass::Null && no.kind != TypeClass::Null;
+    if (either && order == TextCollation::Cased) return Cannot();  // who groups by them would find both
+    const auto shown = [&](const Fragment& piece) { return numbers ? AsDouble(piece) : piece.text; };
     return {u"(CASE WHEN " + AsCondition(condition) + u" THEN " + shown(yes) + u" ELSE " + shown(no) + u" END)", kind,
             false, order};
 }
 
-RemoteSql::Piece RemoteSql::PutFunction(std::u16string_view name, const sql::ast::Call& call,
-                                        const std::vector<Piece>& arguments) {
+RemoteSql::Fragment RemoteSql::PutFunction(std::u16string_view name, const sql::ast::Call& call,
+                                           const std::vector<Fragment>& arguments) {
     if (name == u"NOW" && arguments.empty()) return PutLiteral(Now());
     if (name == u"DATE" && arguments.empty())
         return PutLiteral(Date{static_cast<double>(static_cast<long>(Now().days))});
     if (arguments.empty()) return Cannot();
-    const Piece& first = arguments[0];
-    if (name == u"IIF" && arguments.size() == 3 && (first.kind == Kind::Boolean || IsNumber(first.kind))) {
+    const Fragment& first = arguments[0];
+    if (name == u"IIF" && arguments.size() == 3 && (first.kind == TypeClass::Boolean || IsNumber(first.kind))) {
         return PutChoice(first, arguments[1], arguments[2]);
     }
-    if (name == u"NZ" && arguments.size() == 2 && first.kind != Kind::Null && arguments[1].kind == first.kind) {
+    if (name == u"NZ" && arguments.size() == 2 && first.kind != TypeClass::Null && arguments[1].kind == first.kind) {
         return {CallOf(u"coalesce", first.text + u", " + arguments[1].text), first.kind, arguments[1].required,
                 std::max(first.order, arguments[1].order)};
     }
-    if (name == u"FORMAT" && arguments.size() == 2 && first.kind == Kind::Date) {
+    if (name == u"FORMAT" && arguments.size() == 2 && first.kind == TypeClass::Date) {
         const Value* wanted = LiteralIn(*call.arguments[1]);
         for (const Renamed& format : kFormats) {
             if (wanted == nullptr || !wanted->IsText() || !EqualNames(wanted->Text(), format.ours)) continue;
-            return {u"coalesce(to_char(" + first.text + u", '" + std::u16string(format.remote) + u"'), '')", Kind::Text,
-                    true};
+            return {u"coalesce(to_char(" + first.text + u", '" + std::u16string(format.remote) + u"'), '')",
+                    TypeClass::Text, true};
         }
     }
-    const bool text = first.kind == Kind::Text;
+    const bool text = first.kind == TypeClass::Text;
     if ((name == u"LEFT" || name == u"RIGHT") && text && arguments.size() == 2 && IsWholeFrom(*call.arguments[1], 0)) {
-        return {CallOf(name == u"LEFT" ? u"left" : u"right", first.text + u", " + arguments[1].text), Kind::Text, false,
-                first.order};
+        return {CallOf(name == u"LEFT" ? u"left" : u"right", first.text + u", " + arguments[1].text), TypeClass::Text,
+                false, first.order};
     }
     if (name == u"MID" && text && arguments.size() > 1 && IsWholeFrom(*call.arguments[1], 1) &&
         (arguments.size() == 2 || IsWholeFrom(*call.arguments[2], 0))) {
         const std::u16string length = arguments.size() == 2 ? std::u16string() : u", " + arguments[2].text;
-        return {CallOf(u"substr", first.text + u", " + arguments[1].text + length), Kind::Text, false, first.order};
+        return {CallOf(u"substr", first.text + u", " + arguments[1].text + length), TypeClass::Text, false,
+                first.order};
     }
     if (arguments.size() != 1) return Cannot();
-    if (name == u"ISNULL") return {InParentheses(first.text + u" IS NULL"), Kind::Boolean, true};
-    if (name == u"LEN" && text) return {CallOf(u"length", first.text), Kind::Whole};
+    if (name == u"ISNULL") return {InParentheses(first.text + u" IS NULL"), TypeClass::Boolean, true};
+    if (name == u"LEN" && text) return {CallOf(u"length", first.text), TypeClass::Whole};
     if (const Renamed* function = FindIn(kTextFunctions, name); function != nullptr && text) {
-        return {CallOf(function->remote, first.text), Kind::Text, false, first.order};
+        return {CallOf(function->remote, first.text), TypeClass::Text, false, first.order};
     }
     if (const Renamed* function = FindIn(kNumberFunctions, name); function != nullptr) {
-        if (first.kind == Kind::Number) return {CallOf(function->remote, AsDouble(first)), Kind::Number};
-        if (first.kind == Kind::Whole) return name == u"ABS" ? Piece{CallOf(u"abs", first.text), Kind::Whole} : first;
+        if (first.kind == TypeClass::Number) return {CallOf(function->remote, AsDouble(first)), TypeClass::Number};
+        if (first.kind == TypeClass::Whole)
+            return name == u"ABS" ? Fragment{CallOf(u"abs", first.text), TypeClass::Whole} : first;
     }
-    if (const Renamed* part = FindIn(kDateParts, name); part != nullptr && first.kind == Kind::Date) {
+    if (const Renamed* part = FindIn(kDateParts, name); part != nullptr && first.kind == TypeClass::Date) {
         return {Cast(u"extract(" + std::u16string(part->remote) + u" FROM " + first.text + u")", u"integer"),
-                Kind::Whole};
+                TypeClass::Whole};
     }
     // A Double is rounded half to even, as here.
     const bool readable = text || IsNumber(first.kind);
-    if (name == u"CINT" && readable) return {Cast(AsDouble(first), u"smallint"), Kind::Whole};
-    if (name == u"CLNG" && readable) return {Cast(AsDouble(first), u"integer"), Kind::Whole};
-    if (name == u"CDBL" && readable) return {AsDouble(first), Kind::Number};
-    if (name == u"CSTR" && first.kind == Kind::Whole) return {Cast(first.text, u"text"), Kind::Text};
+    if (name == u"CINT" && readable) return {Cast(AsDouble(first), u"smallint"), TypeClass::Whole};
+    if (name == u"CLNG" && readable) return {Cast(AsDouble(first), u"integer"), TypeClass::Whole};
+    if (name == u"CDBL" && readable) return {AsDouble(first), TypeClass::Number};
+    if (name == u"CSTR" && first.kind == TypeClass::Whole) return {Cast(first.text, u"text"), TypeClass::Text};
     return Cannot();
 }
 

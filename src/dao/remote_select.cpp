@@ -58,9 +58,9 @@ std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {
     const auto add = [&](std::u16string_view item) { items.append(items.empty() ? u"" : u", ").append(item); };
     for (const sql::ast::SelectItem& item : part.items) {
         if (!item.star) {
-            const Piece piece = Put(*item.expression);
-            if (piece.kind == Kind::Null) Cannot();  // of what type?
-            add(Selected(piece.text, piece.kind == Kind::Date ? sql::ColumnType::Date : sql::ColumnType::Text));
+            const Fragment piece = Put(*item.expression);
+            if (piece.kind == TypeClass::Null) Cannot();  // of what type?
+            add(Selected(piece.text, piece.kind == TypeClass::Date ? sql::ColumnType::Date : sql::ColumnType::Text));
             continue;
         }
         for (const TableName& table : scopes_.back()) {
@@ -73,8 +73,8 @@ std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {
 }
 
 // Null is the least of values.
-std::u16string RemoteSql::PutKey(const Piece& key, bool descending) {
-    if (key.kind == Kind::Other) Cannot();
+std::u16string RemoteSql::PutKey(const Fragment& key, bool descending) {
+    if (key.kind == TypeClass::Other) Cannot();
     std::u16string text = AsNumber(key);
     if (descending) text += u" DESC";
     if (!key.required) text += descending ? u" NULLS LAST" : u" NULLS FIRST";
@@ -82,7 +82,7 @@ std::u16string RemoteSql::PutKey(const Piece& key, bool descending) {
 }
 
 // A position, an alias, or an expression.
-RemoteSql::Piece RemoteSql::OrderKey(const sql::ast::SelectPart& part, const sql::ast::Expression& expression) {
+RemoteSql::Fragment RemoteSql::OrderKey(const sql::ast::SelectPart& part, const sql::ast::Expression& expression) {
     if (const Value* value = LiteralIn(expression)) {
         if (value->GetType() != Value::Type::Long) return Cannot();
         const auto place = static_cast<std::size_t>(value->As<std::int32_t>()) - 1;
@@ -126,7 +126,7 @@ std::u16string RemoteSql::Put(const sql::ast::Select& select) {
     std::u16string groups;
     std::u16string order = PutOrder(part, select.order_by);
     for (const sql::ast::ExpressionPtr& key : part.group_by) {
-        const Piece piece = LiteralIn(*key) == nullptr ? Put(*key) : Cannot();  // which there would be a position
+        const Fragment piece = LiteralIn(*key) == nullptr ? Put(*key) : Cannot();  // which there would be a position
         groups += (groups.empty() ? u"" : u", ") + piece.text;
         // Groups come in the order of their keys when nothing else is said.
         order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
@@ -135,8 +135,8 @@ std::u16string RemoteSql::Put(const sql::ast::Select& select) {
         // The server orders distinct rows by what they show alone.
         if (!select.order_by.empty()) Cannot();
         for (const sql::ast::SelectItem& item : part.items) {
-            const Piece piece = item.star ? Cannot() : Put(*item.expression);
-            if (piece.kind == Kind::Boolean || piece.kind == Kind::Date) Cannot();  // shown as something else
+            const Fragment piece = item.star ? Cannot() : Put(*item.expression);
+            if (piece.kind == TypeClass::Boolean || piece.kind == TypeClass::Date) Cannot();  // shown as something else
             order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
         }
     }

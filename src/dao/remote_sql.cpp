@@ -37,54 +37,56 @@ RemoteText LikePattern(std::u16string_view pattern) {
 
 // ---- kinds ----
 
-RemoteSql::Kind RemoteSql::KindOf(sql::ColumnType type) {
+RemoteSql::TypeClass RemoteSql::TypeClassOf(sql::ColumnType type) {
     switch (type) {
-        case sql::ColumnType::Boolean: return Kind::Boolean;
+        case sql::ColumnType::Boolean: return TypeClass::Boolean;
         case sql::ColumnType::Byte:
         case sql::ColumnType::Integer:
-        case sql::ColumnType::Long: return Kind::Whole;
+        case sql::ColumnType::Long: return TypeClass::Whole;
         case sql::ColumnType::Single:
-        case sql::ColumnType::Double: return Kind::Number;
+        case sql::ColumnType::Double: return TypeClass::Number;
         case sql::ColumnType::Currency:
-        case sql::ColumnType::Decimal: return Kind::Exact;
-        case sql::ColumnType::Date: return Kind::Date;
+        case sql::ColumnType::Decimal: return TypeClass::Exact;
+        case sql::ColumnType::Date: return TypeClass::Date;
         case sql::ColumnType::Text:
-        case sql::ColumnType::Memo: return Kind::Text;
-        default: return Kind::Other;
+        case sql::ColumnType::Memo: return TypeClass::Text;
+        default: return TypeClass::Other;
     }
 }
 
 // True is -1 in numbers.
-std::u16string RemoteSql::AsNumber(const Piece& piece) {
-    return piece.kind == Kind::Boolean ? u"(-" + Cast(piece.text, u"integer") + u")" : piece.text;
+std::u16string RemoteSql::AsNumber(const Fragment& piece) {
+    return piece.kind == TypeClass::Boolean ? u"(-" + Cast(piece.text, u"integer") + u")" : piece.text;
 }
 
-std::u16string RemoteSql::AsDouble(const Piece& piece) {
+std::u16string RemoteSql::AsDouble(const Fragment& piece) {
     return Cast(AsNumber(piece), kDouble);
 }
 
-std::u16string RemoteSql::AsCondition(const Piece& piece) {
+std::u16string RemoteSql::AsCondition(const Fragment& piece) {
     return IsNumber(piece.kind) ? u"(" + piece.text + u" <> 0)" : piece.text;
 }
 
-bool RemoteSql::Compare(const Piece& a, const Piece& b) {
-    const auto number = [](Kind kind) { return IsNumber(kind) || kind == Kind::Boolean; };
-    if (a.kind == Kind::Other || b.kind == Kind::Other || std::max(a.order, b.order) == TextOrder::Cased) return false;
-    return a.kind == b.kind || a.kind == Kind::Null || b.kind == Kind::Null || (number(a.kind) && number(b.kind));
+bool RemoteSql::Compare(const Fragment& a, const Fragment& b) {
+    const auto number = [](TypeClass kind) { return IsNumber(kind) || kind == TypeClass::Boolean; };
+    if (a.kind == TypeClass::Other || b.kind == TypeClass::Other || std::max(a.order, b.order) == TextCollation::Cased)
+        return false;
+    return a.kind == b.kind || a.kind == TypeClass::Null || b.kind == TypeClass::Null ||
+           (number(a.kind) && number(b.kind));
 }
 
 // What is compared with a piece. Of two columns whose texts are in different orders the server would not know which one
 // counts.
-std::u16string RemoteSql::Beside(const Piece& piece, const Piece& other) {
+std::u16string RemoteSql::Beside(const Fragment& piece, const Fragment& other) {
     std::u16string text = AsNumber(other);
-    const bool texts = piece.kind == Kind::Text && other.kind == Kind::Text;
+    const bool texts = piece.kind == TypeClass::Text && other.kind == TypeClass::Text;
     if (!texts || piece.link == nullptr || other.link == nullptr) return text;
     const std::u16string& order = piece.link->OrderOf(piece.column);
     if (order.empty() || order == other.link->OrderOf(other.column)) return text;
     return InParentheses(text + u" COLLATE " + order);
 }
 
-RemoteSql::Piece RemoteSql::Cannot() {
+RemoteSql::Fragment RemoteSql::Cannot() {
     possible_ = false;
     return {};
 }
@@ -118,8 +120,8 @@ void RemoteSql::UseTable(const std::shared_ptr<OdbcLink>& link, std::u16string_v
 
 RemoteText RemoteSql::Condition(const sql::ast::Expression& condition) {
     Start();
-    const Piece piece = Put(condition);
-    if (piece.kind != Kind::Boolean && !IsNumber(piece.kind)) Cannot();
+    const Fragment piece = Put(condition);
+    if (piece.kind != TypeClass::Boolean && !IsNumber(piece.kind)) Cannot();
     return Result(AsCondition(piece));
 }
 
@@ -136,14 +138,14 @@ std::u16string RemoteSql::Top(const sql::ast::Top& top, bool ordered) {
 
 RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Column& column) {
     Start();
-    const Piece piece = PutValue(value, u"text");
-    const Kind kind = KindOf(column.type);
-    const bool yes_or_no = kind == Kind::Boolean && (piece.kind == kind || piece.kind == Kind::Null);
+    const Fragment piece = PutValue(value, u"text");
+    const TypeClass kind = TypeClassOf(column.type);
+    const bool yes_or_no = kind == TypeClass::Boolean && (piece.kind == kind || piece.kind == TypeClass::Null);
     if (yes_or_no && column.required && !piece.required) return Result(CallOf(u"coalesce", piece.text + u", FALSE"));
-    if (piece.kind == Kind::Null || (piece.kind == kind && !IsNumber(kind) && kind != Kind::Other)) {
+    if (piece.kind == TypeClass::Null || (piece.kind == kind && !IsNumber(kind) && kind != TypeClass::Other)) {
         return Result(piece.text);
     }
-    if (!IsNumber(piece.kind) || !IsNumber(kind) || kind == Kind::Exact) Cannot();
+    if (!IsNumber(piece.kind) || !IsNumber(kind) || kind == TypeClass::Exact) Cannot();
     constexpr EnumTable<ColumnType, std::u16string_view, 7> kTypes = {u"", u"smallint", u"smallint", u"integer",
                                                                       u"", u"real",     kDouble};
     return Result(possible_ ? Cast(piece.text, kTypes[column.type]) : std::u16string());
@@ -151,7 +153,7 @@ RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Col
 
 // ---- expressions ----
 
-RemoteSql::Piece RemoteSql::Put(const sql::ast::Expression& expression) {
+RemoteSql::Fragment RemoteSql::Put(const sql::ast::Expression& expression) {
     using namespace sql::ast;
     switch (expression.kind) {
         case ExpressionKind::Literal: return PutLiteral(static_cast<const Literal&>(expression).value);
@@ -161,54 +163,54 @@ RemoteSql::Piece RemoteSql::Put(const sql::ast::Expression& expression) {
         case ExpressionKind::Call: return PutCall(static_cast<const Call&>(expression));
         case ExpressionKind::IsNull: {
             const auto& is_null = static_cast<const IsNull&>(expression);
-            const Piece subject = Put(*is_null.subject);
-            return {InParentheses(subject.text + (is_null.negated ? u" IS NOT NULL" : u" IS NULL")), Kind::Boolean,
+            const Fragment subject = Put(*is_null.subject);
+            return {InParentheses(subject.text + (is_null.negated ? u" IS NOT NULL" : u" IS NULL")), TypeClass::Boolean,
                     true};
         }
         case ExpressionKind::Between: return PutBetween(static_cast<const Between&>(expression));
         case ExpressionKind::InList: {
             const auto& in = static_cast<const InList&>(expression);
-            const Piece subject = Put(*in.subject);
+            const Fragment subject = Put(*in.subject);
             std::u16string items;
             for (const ExpressionPtr& item : in.items) {
-                const Piece piece = Put(*item);
+                const Fragment piece = Put(*item);
                 if (!Compare(subject, piece)) return Cannot();
                 items += (items.empty() ? u"" : u", ") + Beside(subject, piece);
             }
             return {InParentheses(AsNumber(subject) + (in.negated ? u" NOT IN (" : u" IN (") + items + u")"),
-                    Kind::Boolean};
+                    TypeClass::Boolean};
         }
         case ExpressionKind::Exists:
-            return {u"EXISTS " + InParentheses(Put(*static_cast<const Exists&>(expression).select)), Kind::Boolean,
+            return {u"EXISTS " + InParentheses(Put(*static_cast<const Exists&>(expression).select)), TypeClass::Boolean,
                     true};
         default: return Cannot();  // whose type is the select's
     }
 }
 
-RemoteSql::Piece RemoteSql::PutLiteral(const Value& value) {
+RemoteSql::Fragment RemoteSql::PutLiteral(const Value& value) {
     switch (value.GetType()) {
-        case Value::Type::Null: return {u"NULL", Kind::Null};
-        case Value::Type::Boolean: return {value.As<bool>() ? u"TRUE" : u"FALSE", Kind::Boolean, true};
+        case Value::Type::Null: return {u"NULL", TypeClass::Null};
+        case Value::Type::Boolean: return {value.As<bool>() ? u"TRUE" : u"FALSE", TypeClass::Boolean, true};
         case Value::Type::Byte:
         case Value::Type::Integer:
         case Value::Type::Long: {
             const std::u16string text = ToText(value);
-            return {text.starts_with(u'-') ? InParentheses(text) : text, Kind::Whole, true};
+            return {text.starts_with(u'-') ? InParentheses(text) : text, TypeClass::Whole, true};
         }
         case Value::Type::Single:
-        case Value::Type::Double: return {Cast(QuotedValue(value), kDouble), Kind::Number, true};
-        case Value::Type::Date: return {u"TIMESTAMP " + QuotedValue(value), Kind::Date, true};
+        case Value::Type::Double: return {Cast(QuotedValue(value), kDouble), TypeClass::Number, true};
+        case Value::Type::Date: return {u"TIMESTAMP " + QuotedValue(value), TypeClass::Date, true};
         case Value::Type::Text: {
             const auto has_case = [](char16_t unit) { return unit > u'~' || ToUpper(unit) != ToLower(unit); };
             const bool cased = std::ranges::any_of(value.Text(), has_case);
-            return {QuotedValue(value), Kind::Text, true, cased ? TextOrder::Cased : TextOrder::None};
+            return {QuotedValue(value), TypeClass::Text, true, cased ? TextCollation::Cased : TextCollation::None};
         }
         default: return Cannot();
     }
 }
 
 // A literal that the server is given as a value beside the statement: next to a column, or alone.
-RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression, std::u16string_view text_type) {
+RemoteSql::Fragment RemoteSql::PutValue(const sql::ast::Expression& expression, std::u16string_view text_type) {
     const Value* value = takes_values_ && scopes_.size() == 1 ? LiteralIn(expression) : nullptr;
     if (value == nullptr) return Put(expression);
     std::u16string_view type;
@@ -218,13 +220,13 @@ RemoteSql::Piece RemoteSql::PutValue(const sql::ast::Expression& expression, std
         case Value::Type::Long: type = u"integer"; break;
         default: return Put(expression);
     }
-    Piece piece = Put(expression);
+    Fragment piece = Put(expression);
     values_.push_back({std::move(piece.text), type});
     piece.text = u"$" + ToText(values_.size());
     return piece;
 }
 
-RemoteSql::Piece RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
+RemoteSql::Fragment RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
     for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope) {
         for (const TableName& table : *scope) {
             if (!name.table.empty() && !EqualNames(table.name, name.table)) continue;
@@ -235,8 +237,8 @@ RemoteSql::Piece RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
                 used_columns_ = true;
                 std::u16string text = table.alias + u"." + QuotedName(column.name);
                 if (link.IsFine(static_cast<int>(i))) text = CallOf(u"date_trunc", u"'second', " + text);
-                const Kind kind = KindOf(column.type);
-                const TextOrder order = kind == Kind::Text ? TextOrder::Column : TextOrder::None;
+                const TypeClass kind = TypeClassOf(column.type);
+                const TextCollation order = kind == TypeClass::Text ? TextCollation::Column : TextCollation::None;
                 const bool required = column.required && !table.may_be_missing;
                 return {std::move(text), kind, required, order, &link, static_cast<int>(i)};
             }
@@ -245,13 +247,13 @@ RemoteSql::Piece RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
     return Cannot();
 }
 
-RemoteSql::Piece RemoteSql::PutUnary(const sql::ast::Unary& unary) {
-    const Piece operand = Put(*unary.operand);
+RemoteSql::Fragment RemoteSql::PutUnary(const sql::ast::Unary& unary) {
+    const Fragment operand = Put(*unary.operand);
     const bool number = IsNumber(operand.kind);
     switch (unary.op) {
         case sql::ast::UnaryOperator::Not:
-            if (operand.kind != Kind::Boolean) return Cannot();
-            return {u"(NOT " + operand.text + u")", Kind::Boolean};
+            if (operand.kind != TypeClass::Boolean) return Cannot();
+            return {u"(NOT " + operand.text + u")", TypeClass::Boolean};
         case sql::ast::UnaryOperator::Minus:
             if (!number) return Cannot();
             return {u"(- " + operand.text + u")", operand.kind};
@@ -261,49 +263,49 @@ RemoteSql::Piece RemoteSql::PutUnary(const sql::ast::Unary& unary) {
 
 // Its ends may stand in either order, which in the server's BETWEEN they may not. Only the last of the three forms
 // takes no index there.
-RemoteSql::Piece RemoteSql::PutBetween(const sql::ast::Between& between) {
-    const Piece subject = Put(*between.subject);
-    Piece low = Put(*between.low);
-    Piece high = Put(*between.high);
+RemoteSql::Fragment RemoteSql::PutBetween(const sql::ast::Between& between) {
+    const Fragment subject = Put(*between.subject);
+    Fragment low = Put(*between.low);
+    Fragment high = Put(*between.high);
     const bool there = low.required && high.required;
     if (!Compare(subject, low) || !Compare(subject, high) || (!there && !Compare(low, high))) return Cannot();
-    const auto put = [&](std::u16string_view how, const Piece& from, const Piece& to) {
+    const auto put = [&](std::u16string_view how, const Fragment& from, const Fragment& to) {
         return InParentheses(AsNumber(subject) + (between.negated ? u" NOT BETWEEN " : u" BETWEEN ") +
                              std::u16string(how) + Beside(subject, from) + u" AND " + Beside(subject, to));
     };
     const Value* low_value = LiteralIn(*between.low);
     const Value* high_value = LiteralIn(*between.high);
     if (there && low_value != nullptr && high_value != nullptr &&
-        low.kind != Kind::Text) {  // texts are in the order of the server's column
+        low.kind != TypeClass::Text) {  // texts are in the order of the server's column
         if (ToDouble(*low_value) > ToDouble(*high_value)) std::swap(low, high);
-        return {put({}, low, high), Kind::Boolean};
+        return {put({}, low, high), TypeClass::Boolean};
     }
-    if (there) return {put(u"SYMMETRIC ", low, high), Kind::Boolean};
+    if (there) return {put(u"SYMMETRIC ", low, high), TypeClass::Boolean};
     return {u"(CASE WHEN " + Beside(subject, low) + u" > " + Beside(subject, high) + u" THEN " + put({}, high, low) +
                 u" ELSE " + put({}, low, high) + u" END)",
-            Kind::Boolean};
+            TypeClass::Boolean};
 }
 
-RemoteSql::Piece RemoteSql::PutBinary(const sql::ast::Binary& binary) {
+RemoteSql::Fragment RemoteSql::PutBinary(const sql::ast::Binary& binary) {
     const bool compares = binary.op >= BinaryOperator::Equal && binary.op <= BinaryOperator::GreaterEqual;
-    const Piece left = Put(*binary.left);
+    const Fragment left = Put(*binary.left);
     if (binary.op == BinaryOperator::Like) return PutLike(left, *binary.right);
     const bool beside_column = compares && binary.left->kind == ExpressionKind::ColumnName;
-    const Piece right = beside_column ? PutValue(*binary.right, u"unknown") : Put(*binary.right);  // the column's
-    const auto comparison = [&](std::u16string_view op) -> Piece {
+    const Fragment right = beside_column ? PutValue(*binary.right, u"unknown") : Put(*binary.right);  // the column's
+    const auto comparison = [&](std::u16string_view op) -> Fragment {
         if (!Compare(left, right)) return Cannot();
         const bool equality = binary.op == BinaryOperator::Equal || binary.op == BinaryOperator::NotEqual;
-        const bool plain = equality && left.kind == Kind::Boolean && right.kind == Kind::Boolean;
+        const bool plain = equality && left.kind == TypeClass::Boolean && right.kind == TypeClass::Boolean;
         std::u16string text = plain ? left.text : AsNumber(left);
         text.append(op).append(plain ? right.text : Beside(left, right));
-        return {InParentheses(text), Kind::Boolean};
+        return {InParentheses(text), TypeClass::Boolean};
     };
     switch (binary.op) {
         case BinaryOperator::And:
         case BinaryOperator::Or:
-            if (left.kind != Kind::Boolean || right.kind != Kind::Boolean) return Cannot();
+            if (left.kind != TypeClass::Boolean || right.kind != TypeClass::Boolean) return Cannot();
             return {InParentheses(left.text + (binary.op == BinaryOperator::And ? u" AND " : u" OR ") + right.text),
-                    Kind::Boolean};
+                    TypeClass::Boolean};
         case BinaryOperator::Equal: return comparison(u" = ");
         case BinaryOperator::NotEqual: return comparison(u" <> ");
         case BinaryOperator::Less: return comparison(u" < ");
@@ -311,34 +313,39 @@ RemoteSql::Piece RemoteSql::PutBinary(const sql::ast::Binary& binary) {
         case BinaryOperator::LessEqual: return comparison(u" <= ");
         case BinaryOperator::GreaterEqual: return comparison(u" >= ");
         case BinaryOperator::Concatenate: {
-            const auto shown = [](const Piece& piece) { return piece.kind == Kind::Text || piece.kind == Kind::Whole; };
+            const auto shown = [](const Fragment& piece) {
+                return piece.kind == TypeClass::Text || piece.kind == TypeClass::Whole;
+            };
             if (!shown(left) || !shown(right)) return Cannot();
-            return {CallOf(u"concat", left.text + u", " + right.text), Kind::Text, true,
+            return {CallOf(u"concat", left.text + u", " + right.text), TypeClass::Text, true,
                     std::max(left.order, right.order)};
         }
         default: return PutArithmetic(binary, left, right);
     }
 }
 
-RemoteSql::Piece RemoteSql::PutArithmetic(const sql::ast::Binary& binary, const Piece& left, const Piece& right) {
-    if (binary.op == BinaryOperator::Add && left.kind == Kind::Text && right.kind == Kind::Text) {
-        return {InParentheses(left.text + u" || " + right.text), Kind::Text, false, std::max(left.order, right.order)};
+RemoteSql::Fragment RemoteSql::PutArithmetic(const sql::ast::Binary& binary, const Fragment& left,
+                                             const Fragment& right) {
+    if (binary.op == BinaryOperator::Add && left.kind == TypeClass::Text && right.kind == TypeClass::Text) {
+        return {InParentheses(left.text + u" || " + right.text), TypeClass::Text, false,
+                std::max(left.order, right.order)};
     }
-    const bool whole = left.kind == Kind::Whole && right.kind == Kind::Whole;
-    const bool fractions = !whole && left.kind != Kind::Exact && right.kind != Kind::Exact;
+    const bool whole = left.kind == TypeClass::Whole && right.kind == TypeClass::Whole;
+    const bool fractions = !whole && left.kind != TypeClass::Exact && right.kind != TypeClass::Exact;
     if (!IsNumber(left.kind) || !IsNumber(right.kind) || (!whole && !fractions)) return Cannot();
     // Whole numbers do not overflow as soon as the server's small ones would, nor as late as its large ones.
-    const auto plain = [&](std::u16string_view op) -> Piece {
+    const auto plain = [&](std::u16string_view op) -> Fragment {
         if (whole)
             return {Cast(Cast(left.text, u"bigint").append(op).append(Cast(right.text, u"bigint")), u"integer"),
-                    Kind::Whole};
-        return {InParentheses(AsDouble(left).append(op).append(AsDouble(right))), Kind::Number};
+                    TypeClass::Whole};
+        return {InParentheses(AsDouble(left).append(op).append(AsDouble(right))), TypeClass::Number};
     };
     switch (binary.op) {
         case BinaryOperator::Add: return plain(u" + ");
         case BinaryOperator::Subtract: return plain(u" - ");
         case BinaryOperator::Multiply: return plain(u" * ");
-        case BinaryOperator::Divide: return {InParentheses(AsDouble(left) + u" / " + AsDouble(right)), Kind::Number};
+        case BinaryOperator::Divide:
+            return {InParentheses(AsDouble(left) + u" / " + AsDouble(right)), TypeClass::Number};
         case BinaryOperator::IntegerDivide: return whole ? plain(u" / ") : Cannot();
         case BinaryOperator::Modulo: return whole ? plain(u" % ") : Cannot();
         default: return Cannot();
@@ -346,12 +353,13 @@ RemoteSql::Piece RemoteSql::PutArithmetic(const sql::ast::Binary& binary, const 
 }
 
 // Whatever the order of the column's texts: not every one knows patterns.
-RemoteSql::Piece RemoteSql::PutLike(const Piece& subject, const sql::ast::Expression& pattern) {
+RemoteSql::Fragment RemoteSql::PutLike(const Fragment& subject, const sql::ast::Expression& pattern) {
     const Value* value = LiteralIn(pattern);
-    if (subject.kind != Kind::Text || value == nullptr || !value->IsText()) return Cannot();
+    if (subject.kind != TypeClass::Text || value == nullptr || !value->IsText()) return Cannot();
     const RemoteText text = LikePattern(value->Text());
     if (!text) return Cannot();
-    return {InParentheses(subject.text + u" COLLATE \"default\" ILIKE " + QuotedValue(Value(*text))), Kind::Boolean};
+    return {InParentheses(subject.text + u" COLLATE \"default\" ILIKE " + QuotedValue(Value(*text))),
+            TypeClass::Boolean};
 }
 
 }  // namespace qmtrain::dao

@@ -52,17 +52,17 @@ public:
     const std::shared_ptr<OdbcServer>& Server() const { return server_; }
 
 private:
-    enum class Kind : std::uint8_t { Null, Boolean, Whole, Number, Exact, Date, Text, Other };
+    enum class TypeClass : std::uint8_t { Null, Boolean, Whole, Number, Exact, Date, Text, Other };
 
     // By what order of the server's texts are compared: without that of a column case counts, which makes no
     // difference where there are no letters.
-    enum class TextOrder : std::uint8_t { None, Cased, Column };
+    enum class TextCollation : std::uint8_t { None, Cased, Column };
 
-    struct Piece {
+    struct Fragment {
         std::u16string text;
-        Kind kind = Kind::Other;
+        TypeClass kind = TypeClass::Other;
         bool required = false;  // never Null
-        TextOrder order = TextOrder::None;
+        TextCollation order = TextCollation::None;
         const OdbcLink* link = nullptr;  // where it is a column
         int column = 0;
     };
@@ -74,15 +74,17 @@ private:
         bool may_be_missing = false;  // on the side of an outer join that may have no row
     };
 
-    static Kind KindOf(sql::ColumnType type);
-    static bool IsNumber(Kind kind) { return kind == Kind::Whole || kind == Kind::Number || kind == Kind::Exact; }
-    static bool Compare(const Piece& a, const Piece& b);
-    static std::u16string Beside(const Piece& piece, const Piece& other);
-    static std::u16string AsNumber(const Piece& piece);
-    static std::u16string AsDouble(const Piece& piece);
-    static std::u16string AsCondition(const Piece& piece);
+    static TypeClass TypeClassOf(sql::ColumnType type);
+    static bool IsNumber(TypeClass kind) {
+        return kind == TypeClass::Whole || kind == TypeClass::Number || kind == TypeClass::Exact;
+    }
+    static bool Compare(const Fragment& a, const Fragment& b);
+    static std::u16string Beside(const Fragment& piece, const Fragment& other);
+    static std::u16string AsNumber(const Fragment& piece);
+    static std::u16string AsDouble(const Fragment& piece);
+    static std::u16string AsCondition(const Fragment& piece);
 
-    Piece Cannot();
+    Fragment Cannot();
     void Start();
     RemoteText Result(std::u16string text);
 
@@ -90,23 +92,23 @@ private:
     std::u16string PutFrom(const sql::ast::TableExpression& table);
     std::u16string PutItems(const sql::ast::SelectPart& part);
     std::u16string PutOrder(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order);
-    std::u16string PutKey(const Piece& key, bool descending);
-    Piece OrderKey(const sql::ast::SelectPart& part, const sql::ast::Expression& expression);
+    std::u16string PutKey(const Fragment& key, bool descending);
+    Fragment OrderKey(const sql::ast::SelectPart& part, const sql::ast::Expression& expression);
     std::u16string AddTable(const std::shared_ptr<OdbcLink>& link, std::u16string_view name);
 
-    Piece Put(const sql::ast::Expression& expression);
-    Piece PutLiteral(const Value& value);
-    Piece PutValue(const sql::ast::Expression& expression, std::u16string_view text_type);
-    Piece PutColumn(const sql::ast::ColumnName& name);
-    Piece PutUnary(const sql::ast::Unary& unary);
-    Piece PutBetween(const sql::ast::Between& between);
-    Piece PutBinary(const sql::ast::Binary& binary);
-    Piece PutArithmetic(const sql::ast::Binary& binary, const Piece& left, const Piece& right);
-    Piece PutLike(const Piece& subject, const sql::ast::Expression& pattern);
-    Piece PutCall(const sql::ast::Call& call);
-    Piece PutAggregate(std::u16string_view name, const sql::ast::Call& call);
-    Piece PutFunction(std::u16string_view name, const sql::ast::Call& call, const std::vector<Piece>& arguments);
-    Piece PutChoice(const Piece& condition, const Piece& yes, const Piece& no);
+    Fragment Put(const sql::ast::Expression& expression);
+    Fragment PutLiteral(const Value& value);
+    Fragment PutValue(const sql::ast::Expression& expression, std::u16string_view text_type);
+    Fragment PutColumn(const sql::ast::ColumnName& name);
+    Fragment PutUnary(const sql::ast::Unary& unary);
+    Fragment PutBetween(const sql::ast::Between& between);
+    Fragment PutBinary(const sql::ast::Binary& binary);
+    Fragment PutArithmetic(const sql::ast::Binary& binary, const Fragment& left, const Fragment& right);
+    Fragment PutLike(const Fragment& subject, const sql::ast::Expression& pattern);
+    Fragment PutCall(const sql::ast::Call& call);
+    Fragment PutAggregate(std::u16string_view name, const sql::ast::Call& call);
+    Fragment PutFunction(std::u16string_view name, const sql::ast::Call& call, const std::vector<Fragment>& arguments);
+    Fragment PutChoice(const Fragment& condition, const Fragment& yes, const Fragment& no);
 
     LinkFinder& links_;
     std::shared_ptr<OdbcServer> server_;

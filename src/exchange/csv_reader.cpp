@@ -14,7 +14,7 @@
 namespace qmtrain::exchange {
 namespace {
 
-std::optional<Column> ColumnCalled(std::u16string_view heading) {
+std::optional<SheetColumn> ColumnCalled(std::u16string_view heading) {
     const std::u16string name = ToLower(Typed(heading));
     for (const Heading& known : kHeadings) {
         if (name == known.chinese) return known.column;
@@ -35,7 +35,7 @@ std::optional<Column> ColumnCalled(std::u16string_view heading) {
     if (letter.size() == 1 && letter[0] >= u'a' && letter[0] <= u'z') option = letter[0] - u'a';
     if (worded && letter.size() == 1 && letter[0] >= u'1' && letter[0] <= u'9') option = letter[0] - u'1';
     if (option >= kMostOptions) return std::nullopt;
-    return static_cast<Column>(static_cast<std::size_t>(Column::FirstOption) + option);
+    return static_cast<SheetColumn>(static_cast<std::size_t>(SheetColumn::FirstOption) + option);
 }
 
 std::optional<QuestionKind> KindCalled(std::u16string_view text) {
@@ -151,15 +151,15 @@ private:
     void ReadOptions(Question& question, const CsvRow& row);
     void ReadAnswer(Question& question, std::u16string_view answer);
     QuestionKind GuessedKind(const Question& question, std::u16string_view answer) const;
-    bool Has(const CsvRow& row, Column column) const;
-    std::u16string Cell(const CsvRow& row, Column column) const;
+    bool Has(const CsvRow& row, SheetColumn column) const;
+    std::u16string Cell(const CsvRow& row, SheetColumn column) const;
     document::RichText Rich(std::u16string_view cell);
 
     CsvReader rows_;
     std::size_t size_;
     bool ends_line_;  // the last row is whole
     Import import_;
-    std::map<Column, std::size_t> places_;
+    std::map<SheetColumn, std::size_t> places_;
     std::size_t headings_ = 0;  // cells of their row
     TextNotes notes_;
 };
@@ -205,7 +205,8 @@ bool SheetReader::ReadHeadings(const CsvRow& row) {
             return false;
         }
     }
-    for (const auto& [column, name] : {std::pair{Column::Stem, u"题干"}, std::pair{Column::Answer, u"答案"}}) {
+    for (const auto& [column, name] :
+         {std::pair{SheetColumn::Stem, u"题干"}, std::pair{SheetColumn::Answer, u"答案"}}) {
         if (places_.contains(column)) continue;
         import_.Tell(Notice::Kind::Error, row.line,
                      std::u16string(u"表格没有“") + name +
@@ -216,12 +217,12 @@ bool SheetReader::ReadHeadings(const CsvRow& row) {
 }
 
 // A row may end before its last columns.
-bool SheetReader::Has(const CsvRow& row, Column column) const {
+bool SheetReader::Has(const CsvRow& row, SheetColumn column) const {
     const auto place = places_.find(column);
     return place != places_.end() && place->second < row.cells.size();
 }
 
-std::u16string SheetReader::Cell(const CsvRow& row, Column column) const {
+std::u16string SheetReader::Cell(const CsvRow& row, SheetColumn column) const {
     if (!Has(row, column)) return {};
     return std::u16string(Trimmed(row.cells[places_.at(column)]));
 }
@@ -240,19 +241,19 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
         notes_.Error(u"这一行比标题多出几格：文字中的分隔符要放在引号里。");
         break;
     }
-    question.rec_no = Typed(Cell(row, Column::RecNo));
-    question.category = Cell(row, Column::Category);
-    question.stem = Rich(Cell(row, Column::Stem));
-    question.analysis = Rich(Cell(row, Column::Analysis));
-    question.difficulty = DifficultyOf(Cell(row, Column::Difficulty), notes_);
-    question.requirements = Cell(row, Column::Requirements);
-    question.keywords = Cell(row, Column::Keywords);
-    question.stated = {Has(row, Column::Category), Has(row, Column::Answer), Has(row, Column::Keywords),
-                       Has(row, Column::Analysis),
-                       Has(row, Column::Difficulty) && Cell(row, Column::Difficulty).empty()};
+    question.rec_no = Typed(Cell(row, SheetColumn::RecNo));
+    question.category = Cell(row, SheetColumn::Category);
+    question.stem = Rich(Cell(row, SheetColumn::Stem));
+    question.analysis = Rich(Cell(row, SheetColumn::Analysis));
+    question.difficulty = DifficultyOf(Cell(row, SheetColumn::Difficulty), notes_);
+    question.requirements = Cell(row, SheetColumn::Requirements);
+    question.keywords = Cell(row, SheetColumn::Keywords);
+    question.stated = {Has(row, SheetColumn::Category), Has(row, SheetColumn::Answer), Has(row, SheetColumn::Keywords),
+                       Has(row, SheetColumn::Analysis),
+                       Has(row, SheetColumn::Difficulty) && Cell(row, SheetColumn::Difficulty).empty()};
     ReadOptions(question, row);
-    const std::u16string answer = Cell(row, Column::Answer);
-    const std::u16string type = Cell(row, Column::Type);
+    const std::u16string answer = Cell(row, SheetColumn::Answer);
+    const std::u16string type = Cell(row, SheetColumn::Type);
     const std::optional<QuestionKind> kind = KindCalled(type);
     if (!kind && !type.empty())
         notes_.Error(u"题型“" + Brief(type) + u"”无法识别：应当是单选、多选、判断、填空或操作。");
@@ -262,13 +263,14 @@ void SheetReader::ReadQuestion(const CsvRow& row) {
 }
 
 void SheetReader::ReadOptions(Question& question, const CsvRow& row) {
-    if (const std::u16string all = Cell(row, Column::Options); !all.empty()) {
+    if (const std::u16string all = Cell(row, SheetColumn::Options); !all.empty()) {
         for (const std::u16string& option : OptionsIn(all)) question.options.push_back({Rich(option), false});
         return;
     }
     std::size_t empty = 0;
     for (std::size_t i = 0; i < kMostOptions; ++i) {
-        const std::u16string cell = Cell(row, static_cast<Column>(static_cast<std::size_t>(Column::FirstOption) + i));
+        const std::u16string cell =
+            Cell(row, static_cast<SheetColumn>(static_cast<std::size_t>(SheetColumn::FirstOption) + i));
         if (cell.empty()) {
             ++empty;
             continue;
@@ -343,11 +345,11 @@ void SheetReader::ReadAnswer(Question& question, std::u16string_view answer) {
 bool IsSheet(std::u16string_view text) {
     CsvRow row;
     if (!CsvReader(text).Next(row)) return false;
-    std::set<Column> known;
+    std::set<SheetColumn> known;
     for (const std::u16string& cell : row.cells) {
         if (const auto column = ColumnCalled(cell)) known.insert(*column);
     }
-    return known.contains(Column::Stem) && known.size() > 1;
+    return known.contains(SheetColumn::Stem) && known.size() > 1;
 }
 
 Import ReadCsv(std::u16string_view text, const Progress& progress) {

@@ -42,9 +42,9 @@ public:
     explicit SheetWriter(std::size_t options) : options_(options) {
         out_ = kUtf8Mark;
         for (const Heading& heading : kHeadings) {
-            if (heading.column == Column::Options) {
+            if (heading.column == SheetColumn::Options) {
                 for (std::size_t i = 0; i < options_; ++i) csv_.Cell(std::u16string(1, LetterOf(i)));
-            } else if (heading.column != Column::Requirements) {
+            } else if (heading.column != SheetColumn::Requirements) {
                 csv_.Cell(heading.chinese);
             }
         }

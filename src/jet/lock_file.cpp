@@ -104,12 +104,12 @@ void LockFile::TakeAlone(File& file, std::uint64_t byte, std::uint64_t length) {
 }
 
 void LockFile::Open() {
-    kind_ = Kind::None;
+    access_ = Access::None;
     // In a folder where all may make files, to make what is there already may be forbidden where to write it is not;
     // by then it may be gone.
     for (const OpenMode mode : {OpenMode::Create, OpenMode::ReadWrite, OpenMode::Create, OpenMode::ReadOnly}) {
         if (TryOpen(mode)) {
-            kind_ = mode == OpenMode::ReadOnly ? Kind::ReadOnly : Kind::Full;
+            access_ = mode == OpenMode::ReadOnly ? Access::ReadOnly : Access::Full;
             return;
         }
         if (!keeper_.empty()) return;
@@ -162,7 +162,7 @@ LockFile::~LockFile() {
         if (!file_) return;
         if (alone_) file_->Unlock(kOtherUsers, kOtherUserSlots);
         alone_.reset();
-        const bool last = kind_ == Kind::Full && file_->TryLock(kPresentByte, 1, File::Lock::Exclusive);
+        const bool last = access_ == Access::Full && file_->TryLock(kPresentByte, 1, File::Lock::Exclusive);
         if (last && !SeesOtherEngine()) RemoveIfOurs();
     } catch (const AutomationError&) {
         // A lock file that stays behind is harmless: its locks are gone.
@@ -181,11 +181,11 @@ void LockFile::ReturnToPlace() {
 
 std::u16string_view LockFile::Problem() const {
     if (!locks_hold_) return u"文件系统不能锁定文件，读取时其他用户可能正在更改它。";
-    if (kind_ == Kind::None && !keeper_.empty()) return keeper_;
-    switch (kind_) {
-        case Kind::Full: break;
-        case Kind::ReadOnly: return u"锁文件（.ldb）没有写入权限。";
-        case Kind::None: return u"在文件夹中不能建立或打开锁文件（.ldb）。";
+    if (access_ == Access::None && !keeper_.empty()) return keeper_;
+    switch (access_) {
+        case Access::Full: break;
+        case Access::ReadOnly: return u"锁文件（.ldb）没有写入权限。";
+        case Access::None: return u"在文件夹中不能建立或打开锁文件（.ldb）。";
     }
     return {};
 }
@@ -244,7 +244,7 @@ bool LockFile::TryReserve() noexcept {
 
 bool LockFile::IsAlone() const noexcept {
     try {
-        return kind_ == Kind::Full && (alone_ || !database_.IsLockedByOthers(kOpen, 1));
+        return access_ == Access::Full && (alone_ || !database_.IsLockedByOthers(kOpen, 1));
     } catch (const AutomationError&) {
         return false;
     }

@@ -73,7 +73,7 @@ public:
     bool IsAlone() const noexcept;
 
 private:
-    enum class Kind : std::uint8_t {
+    enum class Access : std::uint8_t {
         Full,      // the lock file can be written
         ReadOnly,  // it may only be read
         None,      // there is none for us
@@ -99,9 +99,9 @@ private:
     File& database_;
     std::chrono::milliseconds timeout_;
     Waited& waited_;
-    bool locks_hold_ = false;  // in the database: else nobody is kept out
-    Kind kind_ = Kind::None;
-    std::u16string keeper_;        // says that somebody keeps the lock file from all others; empty: nobody does
+    bool locks_hold_ = false;  // in the database; else they keep no one out
+    Access access_ = Access::None;
+    std::u16string keeper_;        // the error text when another process holds the lock file exclusively; else empty
     std::unique_ptr<File> file_;   // of the first two kinds
     std::unique_ptr<File> alone_;  // the database once more, when others are kept out
     File* writing_ = nullptr;      // the database by which it is reserved

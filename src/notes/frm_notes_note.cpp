@@ -24,7 +24,7 @@ void FrmNotes::LeavePreviousNode() {
     const wxTreeItemId previous = NodeOf(selected_key_);
     if (!editing_.Leave() || !previous.IsOk()) return;
     const std::u16string question = SaveQuestion(ui::FromWx(TvNotes->GetItemText(previous)));
-    if (ui::AskYesNo(this, question, kSaveTitle) != ui::Answer::Yes) return;
+    if (ui::AskYesNo(this, question, kSaveTitle) != ui::DialogResult::Yes) return;
     SaveModifyNote(selected_key_);
     editing_.SavedOnLeaving();
 }
@@ -35,8 +35,8 @@ bool FrmNotes::MayClose() {
     const wxTreeItemId node = NodeOf(selected_key_);
     if (!editing_.Unsaved() || !node.IsOk()) return true;
     const std::u16string question = SaveQuestion(ui::FromWx(TvNotes->GetItemText(node)));
-    const ui::Answer answer = ui::AskYesNoCancel(this, question, kSaveTitle);
-    return answer == ui::Answer::No || (answer == ui::Answer::Yes && SaveModifyNote(selected_key_));
+    const ui::DialogResult answer = ui::AskYesNoCancel(this, question, kSaveTitle);
+    return answer == ui::DialogResult::No || (answer == ui::DialogResult::Yes && SaveModifyNote(selected_key_));
 }
 
 bool FrmNotes::MakeNoteObject() {
@@ -138,7 +138,7 @@ void FrmNotes::DeleteNote() {
         const wxTreeItemId node = NodeOf(key);
         if (!node.IsOk() || KindOf(key) != NodeKind::Note) return;
         const std::u16string question = DeleteQuestion(ui::FromWx(TvNotes->GetItemText(node)));
-        if (ui::AskYesNo(this, question, kDeleteTitle, ui::Answer::No) != ui::Answer::Yes) return;
+        if (ui::AskYesNo(this, question, kDeleteTitle, ui::DialogResult::No) != ui::DialogResult::Yes) return;
         const auto id = NoteOf(key);
         if (!id || !MakeNoteObject()) return;
         const TrapWatch watch;

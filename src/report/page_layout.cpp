@@ -193,7 +193,7 @@ void PageLayout::AddRoom(int twips) {
 void PageLayout::AddTable(const Table& table) {
     if (table.columns.empty()) return;
     std::vector<std::u16string> titles;
-    for (const Column& column : table.columns) titles.push_back(column.title);
+    for (const TableColumn& column : table.columns) titles.push_back(column.title);
     AddRow(table, titles, true);
     strips_.back().space_before = kCellMargin;
     const auto header = std::make_shared<const Strip>(strips_.back());
@@ -205,7 +205,7 @@ void PageLayout::AddTable(const Table& table) {
 
 void PageLayout::AddRow(const Table& table, const std::vector<std::u16string>& cells, bool header) {
     int shares = 0;
-    for (const Column& column : table.columns) shares += std::max(1, column.share);
+    for (const TableColumn& column : table.columns) shares += std::max(1, column.share);
     Strip strip;
     strip.is_row = true;
     strip.is_header = header;

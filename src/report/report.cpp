@@ -25,7 +25,7 @@ constexpr std::string_view kStyle =
 
 void AppendCsv(const Table& table, std::string& out) {
     CsvWriter csv(out);
-    for (const Column& column : table.columns) csv.Cell(column.title);
+    for (const TableColumn& column : table.columns) csv.Cell(column.title);
     csv.EndRow();
     for (const std::vector<std::u16string>& row : table.rows) {
         for (const std::u16string& cell : row) csv.Cell(cell);
@@ -137,7 +137,7 @@ void AppendHtml(const Table& table, std::string& out) {
         out += std::string("</") + tag + ">";
     };
     out += "<table>\n<thead><tr>";
-    for (const Column& column : table.columns) cell("th", column.number, column.title);
+    for (const TableColumn& column : table.columns) cell("th", column.number, column.title);
     out += "</tr></thead>\n<tbody>\n";
     for (const std::vector<std::u16string>& row : table.rows) {
         out += "<tr>";

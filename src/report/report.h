@@ -9,14 +9,14 @@
 
 namespace qmtrain::report {
 
-struct Column {
+struct TableColumn {
     std::u16string title = {};
     int share = 1;  // of the width, against the other columns
     bool number = false;
 };
 
 struct Table {
-    std::vector<Column> columns = {};
+    std::vector<TableColumn> columns = {};
     std::vector<std::vector<std::u16string>> rows = {};
 };
 

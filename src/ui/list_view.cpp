@@ -116,7 +116,7 @@ void ListView::PlaceEmptyText() {
 void ListView::StretchColumns() {
     if (dragged_) return;
     int least = 0;
-    for (const Column& column : columns_) least += column.least_width;
+    for (const ShownColumn& column : columns_) least += column.least_width;
     const bool scrolls = GetItemCount() > GetCountPerPage();
     const int scroll_bar = scrolls ? std::max(0, wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this)) : 0;
     const double room = std::max(least, GetClientSize().x - scroll_bar);

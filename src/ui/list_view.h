@@ -54,7 +54,7 @@ protected:
     void DoSetSize(int x, int y, int width, int height, int flags) override;
 
 private:
-    struct Column {
+    struct ShownColumn {
         std::size_t cell;
         int least_width;  // 0: the toolkit's, which stays
     };
@@ -63,7 +63,7 @@ private:
     void StretchColumns();
 
     ListModel* model_ = nullptr;
-    std::vector<Column> columns_;
+    std::vector<ShownColumn> columns_;
     bool dragged_ = false;
     mutable wxListItemAttr warning_;
     wxStaticText* empty_text_;

@@ -15,20 +15,20 @@ wxString Shown(std::u16string_view text) {
 
 }  // namespace
 
-Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title, Answer usual) {
-    const long preset = usual == Answer::No ? wxNO_DEFAULT : wxYES_DEFAULT;
+DialogResult AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title, DialogResult usual) {
+    const long preset = usual == DialogResult::No ? wxNO_DEFAULT : wxYES_DEFAULT;
     wxMessageDialog box(parent, Shown(text), ToWx(title), wxYES_NO | preset | wxICON_QUESTION);
     box.SetYesNoLabels(ToWx(u"是(&Y)"), ToWx(u"否(&N)"));
-    return box.ShowModal() == wxID_YES ? Answer::Yes : Answer::No;
+    return box.ShowModal() == wxID_YES ? DialogResult::Yes : DialogResult::No;
 }
 
-Answer AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
+DialogResult AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title) {
     wxMessageDialog box(parent, Shown(text), ToWx(title), wxYES_NO | wxCANCEL | wxICON_QUESTION);
     box.SetYesNoCancelLabels(ToWx(u"是(&Y)"), ToWx(u"否(&N)"), ToWx(u"取消"));
     switch (box.ShowModal()) {
-        case wxID_YES: return Answer::Yes;
-        case wxID_NO: return Answer::No;
-        default: return Answer::Cancel;
+        case wxID_YES: return DialogResult::Yes;
+        case wxID_NO: return DialogResult::No;
+        default: return DialogResult::Cancel;
     }
 }
 

@@ -7,11 +7,12 @@ class wxWindow;
 
 namespace qmtrain::ui {
 
-enum class Answer : int { Cancel = 2, Yes = 6, No = 7 };
+enum class DialogResult : int { Cancel = 2, Yes = 6, No = 7 };
 
 // `usual` is the default button, the answer to Enter.
-Answer AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title, Answer usual = Answer::Yes);
-Answer AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title);
+DialogResult AskYesNo(wxWindow* parent, std::u16string_view text, std::u16string_view title,
+                      DialogResult usual = DialogResult::Yes);
+DialogResult AskYesNoCancel(wxWindow* parent, std::u16string_view text, std::u16string_view title);
 void Inform(wxWindow* parent, std::u16string_view text, std::u16string_view title);
 
 }  // namespace qmtrain::ui

@@ -64,7 +64,7 @@ bool Prepare(const DataFolder& folder, bool ask) {
     FolderReport report = Examine(folder);
     if (report.state == FolderState::Missing) {
         const std::u16string question = report.problem + u"\n要在这个文件夹中建立示例题库和试卷吗？";
-        if (ask && ui::AskYesNo(nullptr, question, kMainTitle) != ui::Answer::Yes) return false;
+        if (ask && ui::AskYesNo(nullptr, question, kMainTitle) != ui::DialogResult::Yes) return false;
         MakeSampleData(folder.path);
         report = Examine(folder);
     }

@@ -73,7 +73,7 @@ std::optional<std::string> ParseWords(CLI::App& app, const std::vector<std::stri
 }
 
 std::int32_t NumberAfter(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most,
-                          std::u16string_view what) {
+                         std::u16string_view what) {
     const auto number = ParseNumber(FromUtf8(text));
     if (!number || *number < least || *number > most || *number != std::floor(*number)) {
         RaiseComponentError(u"qmtrain",

@@ -19,6 +19,6 @@ std::optional<std::string> ParseWords(CLI::App& app, const std::vector<std::stri
 // The number that follows an option. Raises the component's error, which says what it should be, for anything but
 // a whole number from `least` to `most`.
 std::int32_t NumberAfter(std::string_view option, const std::string& text, std::int32_t least, std::int32_t most,
-                          std::u16string_view what = u"整数");
+                         std::u16string_view what = u"整数");
 
 }  // namespace qmtrain::host

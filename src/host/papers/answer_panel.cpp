@@ -40,7 +40,8 @@ void AnswerPanel::Ask(const QuestionContent& question, std::u16string_view answe
     switch (kind_) {
         case QuestionKind::Single:
         case QuestionKind::Multiple: {
-            const auto kind = kind_ == QuestionKind::Single ? ChoiceRow::Kind::One : ChoiceRow::Kind::Several;
+            const auto kind =
+                kind_ == QuestionKind::Single ? ChoiceRow::Selection::Single : ChoiceRow::Selection::Multiple;
             char16_t letter = u'A';
             for (const document::RichText& option : question.options) {
                 AddRow(kind, std::u16string(1, letter++), Zoomed(option, zoom));
@@ -48,8 +49,8 @@ void AnswerPanel::Ask(const QuestionContent& question, std::u16string_view answe
             break;
         }
         case QuestionKind::YesNo:
-            AddRow(ChoiceRow::Kind::One, u"", Zoomed(Plain(u"对"), zoom));
-            AddRow(ChoiceRow::Kind::One, u"", Zoomed(Plain(u"错"), zoom));
+            AddRow(ChoiceRow::Selection::Single, u"", Zoomed(Plain(u"对"), zoom));
+            AddRow(ChoiceRow::Selection::Single, u"", Zoomed(Plain(u"错"), zoom));
             break;
         case QuestionKind::Fill:
             for (int i = 1; i <= question.blanks; ++i) {
@@ -67,7 +68,7 @@ void AnswerPanel::Ask(const QuestionContent& question, std::u16string_view answe
     Fill(answer);
 }
 
-void AnswerPanel::AddRow(ChoiceRow::Kind kind, std::u16string letter, document::RichText text) {
+void AnswerPanel::AddRow(ChoiceRow::Selection kind, std::u16string letter, document::RichText text) {
     auto* row = new ChoiceRow(this, kind, std::move(letter), std::move(text));
     const std::size_t place = Rows.size();
     row->OnChoose = [this, place] { Choose(place); };

@@ -50,7 +50,7 @@ public:
     std::vector<wxTextCtrl*> Texts;
 
 private:
-    void AddRow(ChoiceRow::Kind kind, std::u16string letter, document::RichText text);
+    void AddRow(ChoiceRow::Selection kind, std::u16string letter, document::RichText text);
     void AddText(long style, std::u16string_view name);
     void MoveFrom(std::size_t place, int direction);
     void Fill(std::u16string_view answer);

@@ -20,7 +20,7 @@ constexpr double kRadius = 6;
 
 }  // namespace
 
-ChoiceRow::ChoiceRow(wxWindow* parent, Kind kind, std::u16string letter, document::RichText text)
+ChoiceRow::ChoiceRow(wxWindow* parent, Selection kind, std::u16string letter, document::RichText text)
     : wxWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                wxBORDER_NONE | wxWANTS_CHARS | wxFULL_REPAINT_ON_RESIZE),
       kind_(kind),
@@ -89,7 +89,7 @@ void ChoiceRow::Say() {
     std::u16string name = (letter_.empty() ? u"" : letter_ + u"，") + text_.Text().PlainText();
     if (chosen_) name += u"，已选";
     if (!Remark().empty()) name += u"，" + Remark().substr(2);
-    SetSpokenName(*this, name, kind_ == Kind::One ? Role::RadioButton : Role::CheckBox);
+    SetSpokenName(*this, name, kind_ == Selection::Single ? Role::RadioButton : Role::CheckBox);
 }
 
 int ChoiceRow::RemarkWidth() const {
@@ -136,7 +136,7 @@ void ChoiceRow::PaintBadge(wxDC& dc, wxPoint centre) {
         graphics->SetBrush(chosen_ ? wxBrush(Colour(Tint::Accent)) : *wxTRANSPARENT_BRUSH);
         graphics->SetPen(
             graphics->CreatePen(wxGraphicsPenInfo(Colour(chosen_ ? Tint::Accent : Tint::Quiet)).Width(1.5)));
-        const double radius = kind_ == Kind::One ? size / 2.0 : FromDIP(ui::kTiny);
+        const double radius = kind_ == Selection::Single ? size / 2.0 : FromDIP(ui::kTiny);
         graphics->DrawRoundedRectangle(centre.x - size / 2.0, centre.y - size / 2.0, size, size, radius);
     }
     const wxString text = ui::ToWx(letter_.empty() ? std::u16string(chosen_ ? kRightSign : u"") : letter_);

@@ -13,10 +13,10 @@ namespace qmtrain::host {
 
 class ChoiceRow : public wxWindow {
 public:
-    enum class Kind : std::uint8_t { One, Several };  // of the options may be chosen
+    enum class Selection : std::uint8_t { Single, Multiple };  // of the options may be chosen
 
     // `letter` is empty where the text says it all.
-    ChoiceRow(wxWindow* parent, Kind kind, std::u16string letter, document::RichText text);
+    ChoiceRow(wxWindow* parent, Selection kind, std::u16string letter, document::RichText text);
 
     std::function<void()> OnChoose;
     std::function<void(int direction)> OnMove;  // with the arrow keys
@@ -40,7 +40,7 @@ private:
     void OnKey(wxKeyEvent& event);
     void Say();
 
-    Kind kind_;
+    Selection kind_;
     std::u16string letter_;
     TextBlock text_;
     bool chosen_ = false;

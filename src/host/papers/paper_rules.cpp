@@ -39,7 +39,7 @@ std::u16string Number(std::size_t number) {
     return ToText(number);
 }
 
-struct Candidate {
+struct AvailableQuestion {
     std::u16string data_code;
     exchange::Question question;
     int used = 0;
@@ -86,7 +86,7 @@ std::int32_t AddPaper(const DataFolder& folder, std::int32_t subject, std::u16st
 }
 
 // Each the same on every system, which the library's own shuffle is not.
-void Shuffle(std::vector<const Candidate*>& candidates, std::mt19937& random) {
+void Shuffle(std::vector<const AvailableQuestion*>& candidates, std::mt19937& random) {
     for (std::size_t i = candidates.size(); i > 1; --i) std::swap(candidates[i - 1], candidates[random() % i]);
 }
 
@@ -116,7 +116,7 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
     const exchange::BankEntry first = exchange::RequireBank(folder.Banks(), rules.banks.front());
     const auto last = rules.none_from_last ? QuestionsOfLast(folder, first.subject)
                                            : std::set<std::pair<std::u16string, std::u16string>>();
-    std::vector<Candidate> all;
+    std::vector<AvailableQuestion> all;
     std::size_t without_keywords = 0;
     std::set<std::u16string> read;
     for (const std::u16string& named : rules.banks) {
@@ -148,14 +148,14 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
         const auto part = rules.parts.find(usual.kind);
         if (part == rules.parts.end() || part->second.count < 1) continue;
         RequirePoints(part->second.points);
-        std::vector<const Candidate*> candidates;
-        for (const Candidate& one : all) {
+        std::vector<const AvailableQuestion*> candidates;
+        for (const AvailableQuestion& one : all) {
             if (one.question.kind == usual.kind) candidates.push_back(&one);
         }
         Shuffle(candidates, random);
         if (rules.seldom_first) {
             std::stable_sort(candidates.begin(), candidates.end(),
-                             [](const Candidate* a, const Candidate* b) { return a->used < b->used; });
+                             [](const AvailableQuestion* a, const AvailableQuestion* b) { return a->used < b->used; });
         }
         const std::size_t wanted = part->second.count;
         if (candidates.size() < wanted) {
@@ -166,7 +166,7 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
             continue;
         }
         for (std::size_t i = 0; i < wanted; ++i) {
-            const Candidate& one = *candidates[i];
+            const AvailableQuestion& one = *candidates[i];
             drawn.push_back({one.data_code, one.question.rec_no, usual.kind,
                              part->second.points > 0 ? part->second.points : usual.points, one.question.difficulty,
                              one.question.keywords});

@@ -15,53 +15,58 @@ namespace {
 using ast::BinaryOperator;
 
 // How a value takes part in arithmetic. Texts count as Doubles.
-enum class Kind : std::uint8_t { Unknown, Whole, Single, Double, Currency, Decimal, Date };
+enum class ArithmeticType : std::uint8_t { Unknown, Whole, Single, Double, Currency, Decimal, Date };
 
-Kind KindOf(Value::Type type) {
+ArithmeticType ArithmeticTypeOf(Value::Type type) {
     switch (type) {
         case Value::Type::Boolean:
         case Value::Type::Byte:
         case Value::Type::Integer:
-        case Value::Type::Long: return Kind::Whole;
-        case Value::Type::Single: return Kind::Single;
-        case Value::Type::Currency: return Kind::Currency;
-        case Value::Type::Decimal: return Kind::Decimal;
-        case Value::Type::Date: return Kind::Date;
+        case Value::Type::Long: return ArithmeticType::Whole;
+        case Value::Type::Single: return ArithmeticType::Single;
+        case Value::Type::Currency: return ArithmeticType::Currency;
+        case Value::Type::Decimal: return ArithmeticType::Decimal;
+        case Value::Type::Date: return ArithmeticType::Date;
         case Value::Type::Empty:
-        case Value::Type::Null: return Kind::Unknown;
-        default: return Kind::Double;
+        case Value::Type::Null: return ArithmeticType::Unknown;
+        default: return ArithmeticType::Double;
     }
 }
 
-Kind ResultKind(BinaryOperator op, Kind a, Kind b) {
-    if (a == Kind::Unknown || b == Kind::Unknown) return Kind::Unknown;
-    if (op == BinaryOperator::Power) return Kind::Double;
-    if (op == BinaryOperator::IntegerDivide || op == BinaryOperator::Modulo) return Kind::Whole;
+ArithmeticType ResultType(BinaryOperator op, ArithmeticType a, ArithmeticType b) {
+    if (a == ArithmeticType::Unknown || b == ArithmeticType::Unknown) return ArithmeticType::Unknown;
+    if (op == BinaryOperator::Power) return ArithmeticType::Double;
+    if (op == BinaryOperator::IntegerDivide || op == BinaryOperator::Modulo) return ArithmeticType::Whole;
     const bool additive = op == BinaryOperator::Add || op == BinaryOperator::Subtract;
-    if (a == Kind::Date || b == Kind::Date) {
+    if (a == ArithmeticType::Date || b == ArithmeticType::Date) {
         const bool difference = op == BinaryOperator::Subtract && a == b;
-        return additive && !difference ? Kind::Date : Kind::Double;
+        return additive && !difference ? ArithmeticType::Date : ArithmeticType::Double;
     }
-    const bool inexact = a == Kind::Double || b == Kind::Double || a == Kind::Single || b == Kind::Single;
-    if (a == Kind::Decimal || b == Kind::Decimal) return inexact ? Kind::Double : Kind::Decimal;
-    if (op == BinaryOperator::Divide) return a == Kind::Single && b == Kind::Single ? Kind::Single : Kind::Double;
+    const bool inexact = a == ArithmeticType::Double || b == ArithmeticType::Double || a == ArithmeticType::Single ||
+                         b == ArithmeticType::Single;
+    if (a == ArithmeticType::Decimal || b == ArithmeticType::Decimal)
+        return inexact ? ArithmeticType::Double : ArithmeticType::Decimal;
+    if (op == BinaryOperator::Divide)
+        return a == ArithmeticType::Single && b == ArithmeticType::Single ? ArithmeticType::Single
+                                                                          : ArithmeticType::Double;
     if (a == b) return a;
-    if (a == Kind::Double || b == Kind::Double) return Kind::Double;
-    if (a == Kind::Single || b == Kind::Single) {
-        return a == Kind::Currency || b == Kind::Currency ? Kind::Double : Kind::Single;
+    if (a == ArithmeticType::Double || b == ArithmeticType::Double) return ArithmeticType::Double;
+    if (a == ArithmeticType::Single || b == ArithmeticType::Single) {
+        return a == ArithmeticType::Currency || b == ArithmeticType::Currency ? ArithmeticType::Double
+                                                                              : ArithmeticType::Single;
     }
-    return Kind::Currency;
+    return ArithmeticType::Currency;
 }
 
-Value::Type TypeOf(Kind kind) {
+Value::Type TypeOf(ArithmeticType kind) {
     switch (kind) {
-        case Kind::Unknown: return Value::Type::Empty;
-        case Kind::Whole: return Value::Type::Long;
-        case Kind::Single: return Value::Type::Single;
-        case Kind::Double: return Value::Type::Double;
-        case Kind::Currency: return Value::Type::Currency;
-        case Kind::Decimal: return Value::Type::Decimal;
-        case Kind::Date: return Value::Type::Date;
+        case ArithmeticType::Unknown: return Value::Type::Empty;
+        case ArithmeticType::Whole: return Value::Type::Long;
+        case ArithmeticType::Single: return Value::Type::Single;
+        case ArithmeticType::Double: return Value::Type::Double;
+        case ArithmeticType::Currency: return Value::Type::Currency;
+        case ArithmeticType::Decimal: return Value::Type::Decimal;
+        case ArithmeticType::Date: return Value::Type::Date;
     }
     return Value::Type::Empty;
 }
@@ -157,16 +162,16 @@ public:
             JoinTexts(left.Text(), right.Text());
             return result_;
         }
-        switch (KindFor(left.GetType(), right.GetType())) {
-            case Kind::Unknown: result_ = Null{}; break;
-            case Kind::Whole: result_.SetNumber(WholeResult(op_, left, right)); break;
-            case Kind::Single: result_.SetNumber(SingleResult(op_, left, right)); break;
-            case Kind::Double:
+        switch (TypeFor(left.GetType(), right.GetType())) {
+            case ArithmeticType::Unknown: result_ = Null{}; break;
+            case ArithmeticType::Whole: result_.SetNumber(WholeResult(op_, left, right)); break;
+            case ArithmeticType::Single: result_.SetNumber(SingleResult(op_, left, right)); break;
+            case ArithmeticType::Double:
                 result_.SetNumber(CheckedDouble(DoubleResult(op_, DoubleOf(left), DoubleOf(right))));
                 break;
-            case Kind::Currency: result_.SetNumber(CurrencyResult(op_, left, right)); break;
-            case Kind::Decimal: result_ = DecimalResult(op_, ToDecimal(left), ToDecimal(right)); break;
-            case Kind::Date:
+            case ArithmeticType::Currency: result_.SetNumber(CurrencyResult(op_, left, right)); break;
+            case ArithmeticType::Decimal: result_ = DecimalResult(op_, ToDecimal(left), ToDecimal(right)); break;
+            case ArithmeticType::Date:
                 result_.SetNumber(ToDate(Value(DoubleResult(op_, DoubleOf(left), DoubleOf(right)))));
                 break;
         }
@@ -175,9 +180,9 @@ public:
 
 private:
     // Rows mostly have the types of the one before.
-    Kind KindFor(Value::Type left, Value::Type right) {
+    ArithmeticType TypeFor(Value::Type left, Value::Type right) {
         if (left != left_type_ || right != right_type_) {
-            kind_ = ResultKind(op_, KindOf(left), KindOf(right));
+            kind_ = ResultType(op_, ArithmeticTypeOf(left), ArithmeticTypeOf(right));
             left_type_ = left;
             right_type_ = right;
         }
@@ -186,7 +191,7 @@ private:
 
     static Value::Type StaticType(BinaryOperator op, Value::Type a, Value::Type b) {
         if (op == BinaryOperator::Add && a == Value::Type::Text && b == Value::Type::Text) return Value::Type::Text;
-        return TypeOf(ResultKind(op, KindOf(a), KindOf(b)));
+        return TypeOf(ResultType(op, ArithmeticTypeOf(a), ArithmeticTypeOf(b)));
     }
 
     void JoinTexts(const std::u16string& left, const std::u16string& right) {
@@ -205,7 +210,7 @@ private:
     ExpressionPtr right_;
     Value::Type left_type_ = Value::Type::Empty;
     Value::Type right_type_ = Value::Type::Empty;
-    Kind kind_ = Kind::Unknown;  // of those two
+    ArithmeticType kind_ = ArithmeticType::Unknown;  // of those two
     Value result_;
     HeldMemory held_;
 };
@@ -243,7 +248,7 @@ private:
 };
 
 Value::Type NegatedType(Value::Type type) {
-    return TypeOf(KindOf(type));
+    return TypeOf(ArithmeticTypeOf(type));
 }
 
 class Minus : public Expression {
@@ -252,14 +257,16 @@ public:
 
     const Value& Evaluate() override {
         const Value& value = operand_->Evaluate();
-        switch (KindOf(value.GetType())) {
-            case Kind::Unknown: result_ = Null{}; break;
-            case Kind::Whole: result_ = CheckedLong(-std::int64_t{ToLong(value)}); break;
-            case Kind::Single: result_ = -value.As<float>(); break;
-            case Kind::Double: result_ = -ToDouble(value); break;
-            case Kind::Currency: result_ = CurrencyResult(BinaryOperator::Subtract, Value(Currency{}), value); break;
-            case Kind::Decimal: result_ = Subtract(Decimal{}, value.As<Decimal>()); break;
-            case Kind::Date: result_ = ToDate(Value(-ToDouble(value))); break;
+        switch (ArithmeticTypeOf(value.GetType())) {
+            case ArithmeticType::Unknown: result_ = Null{}; break;
+            case ArithmeticType::Whole: result_ = CheckedLong(-std::int64_t{ToLong(value)}); break;
+            case ArithmeticType::Single: result_ = -value.As<float>(); break;
+            case ArithmeticType::Double: result_ = -ToDouble(value); break;
+            case ArithmeticType::Currency:
+                result_ = CurrencyResult(BinaryOperator::Subtract, Value(Currency{}), value);
+                break;
+            case ArithmeticType::Decimal: result_ = Subtract(Decimal{}, value.As<Decimal>()); break;
+            case ArithmeticType::Date: result_ = ToDate(Value(-ToDouble(value))); break;
         }
         return result_;
     }

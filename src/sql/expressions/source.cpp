@@ -70,7 +70,7 @@ bool TableSource::IsLong(std::size_t slot) const {
     return IsLongValue(type);
 }
 
-Place TableSource::Keep() {
+KeptRow TableSource::Keep() {
     if (IsNullRow()) return 0;
     if (current_ != 0) return current_;
     if (!keep_values_ || has_long_) cursor_->Keep();
@@ -80,10 +80,10 @@ Place TableSource::Keep() {
         if (!IsLong(slot)) row[slot] = Get(static_cast<int>(slot));
     }
     kept_ids_.push_back(cursor_->Row());
-    return static_cast<Place>(kept_ids_.size());
+    return static_cast<KeptRow>(kept_ids_.size());
 }
 
-bool TableSource::Restore(Place place) {
+bool TableSource::Restore(KeptRow place) {
     if (place == 0) {
         SetNull();
     } else if (keep_values_) {
@@ -149,7 +149,7 @@ void RowsSource::Clear() {
     current_ = 0;
 }
 
-bool RowsSource::Restore(Place place) {
+bool RowsSource::Restore(KeptRow place) {
     if (place == 0) {
         SetNull();
     } else {

@@ -21,7 +21,7 @@
 namespace qmtrain::sql {
 
 // A row of a source that can be gone back to. 0 is the row of Nulls that an outer join adds.
-using Place = std::uint32_t;
+using KeptRow = std::uint32_t;
 
 class Source {
 public:
@@ -42,10 +42,10 @@ public:
     virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
 
     // The current row's place; it stays good until Forget().
-    virtual Place Keep() = 0;
+    virtual KeptRow Keep() = 0;
 
     // Goes back to a kept row; false when the row has been deleted since.
-    virtual bool Restore(Place place) = 0;
+    virtual bool Restore(KeptRow place) = 0;
 
     // Drops what Keep() holds.
     virtual void Forget() {}
@@ -115,8 +115,8 @@ public:
     bool KeepsValues() const { return keep_values_; }
 
     std::optional<std::string_view> NarrowText(int slot) override;
-    Place Keep() override;
-    bool Restore(Place place) override;
+    KeptRow Keep() override;
+    bool Restore(KeptRow place) override;
     void Forget() override;
 
 protected:
@@ -140,7 +140,7 @@ private:
     bool has_long_ = false;
     RowBuffer kept_;
     std::vector<RowId> kept_ids_;
-    Place current_ = 0;  // the kept row shown, 0 when the cursor's row is
+    KeptRow current_ = 0;  // the kept row shown, 0 when the cursor's row is
 };
 
 // Rows made up in memory: what GROUP BY and UNION have put together.
@@ -155,15 +155,15 @@ public:
     RowBuffer& Rows() { return rows_; }
     void Clear();
 
-    Place Keep() override { return current_; }
-    bool Restore(Place place) override;
+    KeptRow Keep() override { return current_; }
+    bool Restore(KeptRow place) override;
 
 protected:
     const Value& Load(int slot) override;
 
 private:
     RowBuffer rows_;
-    Place current_ = 0;
+    KeptRow current_ = 0;
 };
 
 }  // namespace qmtrain::sql

@@ -20,15 +20,15 @@ double JoinedRows(const JoinMember& unit, const std::vector<const Comparison*>& 
     return std::max(1.0, all * unit.rows / unit.all_rows);
 }
 
-struct Candidate {
+struct JoinCandidate {
     JoinStep step;
     bool linked = false;
     double cost = 0;
     double rows = 0;  // of the join so far, with it
 };
 
-Candidate Try(const JoinMember& unit, const Conjuncts& conjuncts, SourceSet placed, double rows) {
-    Candidate candidate;
+JoinCandidate Try(const JoinMember& unit, const Conjuncts& conjuncts, SourceSet placed, double rows) {
+    JoinCandidate candidate;
     const auto links = Links(unit.node->sources, conjuncts, placed);
     candidate.linked = !links.empty();
     candidate.rows = JoinedRows(unit, links, rows);
@@ -44,12 +44,12 @@ Candidate Try(const JoinMember& unit, const Conjuncts& conjuncts, SourceSet plac
     return candidate;
 }
 
-Candidate NextUnit(const std::vector<JoinMember>& units, const std::vector<bool>& done, const Conjuncts& conjuncts,
-                   SourceSet placed, double rows) {
-    std::optional<Candidate> best;
+JoinCandidate NextUnit(const std::vector<JoinMember>& units, const std::vector<bool>& done, const Conjuncts& conjuncts,
+                       SourceSet placed, double rows) {
+    std::optional<JoinCandidate> best;
     for (std::size_t i = 0; i < units.size(); ++i) {
         if (done[i]) continue;
-        Candidate candidate = Try(units[i], conjuncts, placed, rows);
+        JoinCandidate candidate = Try(units[i], conjuncts, placed, rows);
         candidate.step.unit = i;
         // Tables that no condition links come last: theirs is a Cartesian product.
         const bool better =
@@ -69,7 +69,7 @@ JoinOrder OrderFrom(std::size_t leader, const std::vector<JoinMember>& units, co
     std::vector<bool> done(units.size(), false);
     done[leader] = true;
     for (std::size_t left = units.size() - 1; left > 0; --left) {
-        const Candidate next = NextUnit(units, done, conjuncts, placed, order.rows);
+        const JoinCandidate next = NextUnit(units, done, conjuncts, placed, order.rows);
         order.steps.push_back(next.step);
         order.cost += next.cost;
         order.rows = next.rows;

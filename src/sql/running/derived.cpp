@@ -10,15 +10,15 @@ DerivedSource::DerivedSource(std::unique_ptr<Plan> plan) : plan_(std::move(plan)
     }
 }
 
-Place DerivedSource::Keep() {
+KeptRow DerivedSource::Keep() {
     if (IsNullRow()) return 0;
     if (current_ != 0) return current_;
     Value* row = kept_.Add();
     for (std::size_t slot = 0; slot < SlotCount(); ++slot) row[slot] = Get(static_cast<int>(slot));
-    return static_cast<Place>(kept_.Size());
+    return static_cast<KeptRow>(kept_.Size());
 }
 
-bool DerivedSource::Restore(Place place) {
+bool DerivedSource::Restore(KeptRow place) {
     if (place == 0) {
         SetNull();
     } else {

@@ -22,8 +22,8 @@ public:
         ShowPartly();
     }
 
-    Place Keep() override;
-    bool Restore(Place place) override;
+    KeptRow Keep() override;
+    bool Restore(KeptRow place) override;
     void Forget() override;
 
 protected:
@@ -35,7 +35,7 @@ private:
     std::vector<const Value*> values_;
     std::vector<std::uint64_t> stamps_;
     std::uint64_t stamp_ = 0;
-    Place current_ = 0;
+    KeptRow current_ = 0;
 };
 
 // Moves the source through its query.

@@ -34,7 +34,7 @@ void Group::Explain(Explanation& out) const {
 
 bool Group::Next() {
     if (position_ >= output_.Rows().Size()) return false;
-    output_.Restore(static_cast<Place>(++position_));
+    output_.Restore(static_cast<KeptRow>(++position_));
     return true;
 }
 
@@ -54,7 +54,7 @@ void Group::Step(std::size_t aggregate, AggregateState& state, Value& slot) {
 }
 
 std::uint32_t Group::LookUpGroup() {
-    const Place place = key_source_->Keep();
+    const KeptRow place = key_source_->Keep();
     if (place >= group_of_place_.size()) group_of_place_.resize(place * 2 + 64, 0);
     std::uint32_t& known = group_of_place_[place];
     if (known == 0) known = FindGroup() + 1;

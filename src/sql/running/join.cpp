@@ -70,7 +70,7 @@ void HashLookup::Open() {
 bool HashLookup::Next() {
     steps_.Next();
     while (next_row_ != kEnd) {
-        const Place* place = &places_[next_row_ * sources_.size()];
+        const KeptRow* place = &places_[next_row_ * sources_.size()];
         next_row_ = following_[next_row_];
         bool alive = true;
         for (Source* source : sources_) alive = source->Restore(*place++) && alive;
@@ -121,7 +121,7 @@ std::uint32_t HashLookup::KeyNumber(bool building) {
 
 void HashLookup::AddRow(std::uint32_t key) {
     const auto row = static_cast<std::uint32_t>(following_.size());
-    held_.Cover(places_.capacity() * sizeof(Place) + following_.capacity() * 3 * sizeof(row));
+    held_.Cover(places_.capacity() * sizeof(KeptRow) + following_.capacity() * 3 * sizeof(row));
     following_.push_back(kEnd);
     for (Source* source : sources_) places_.push_back(source->Keep());
     if (key == first_.size()) {

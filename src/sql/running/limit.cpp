@@ -53,7 +53,7 @@ bool Distinct::Next() {
         key_.clear();
         for (Expression* value : values_) AppendKeyOf(*value, key_);
         for (Source* source : sources_) {
-            const Place place = source->Keep();
+            const KeptRow place = source->Keep();
             for (unsigned shift = 0; shift < 32; shift += 8) key_.push_back(static_cast<std::uint8_t>(place >> shift));
         }
         bool added = false;

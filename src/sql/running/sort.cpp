@@ -49,7 +49,7 @@ void Sort::Explain(Explanation& out) const {
 
 bool Sort::Next() {
     while (position_ < rows_.size()) {
-        const Place* place = &places_[rows_[position_++].number * sources_.size()];
+        const KeptRow* place = &places_[rows_[position_++].number * sources_.size()];
         bool alive = true;
         for (Source* source : sources_) alive = source->Restore(*place++) && alive;
         if (alive) return true;
@@ -81,7 +81,7 @@ bool Sort::AddRow() {
     row.number = static_cast<std::uint32_t>(sources_.empty() ? rows_.size() : places_.size() / sources_.size());
     for (Source* source : sources_) places_.push_back(source->Keep());
     rows_.push_back(row);
-    held_.Cover(keys_.capacity() + rows_.capacity() * sizeof(Row) + places_.capacity() * sizeof(Place));
+    held_.Cover(keys_.capacity() + rows_.capacity() * sizeof(Row) + places_.capacity() * sizeof(KeptRow));
     return true;
 }
 
@@ -118,7 +118,7 @@ void Sort::Prune() {
 
     std::ranges::sort(rows_, {}, &Row::number);
     std::vector<std::uint8_t> keys;
-    std::vector<Place> places;
+    std::vector<KeptRow> places;
     const std::ptrdiff_t width = sources_.size();
     for (std::size_t i = 0; i < rows_.size(); ++i) {
         Row& row = rows_[i];

@@ -58,7 +58,7 @@ private:
     std::vector<Row> rows_;
     std::vector<std::uint8_t> keys_;
     std::vector<std::uint8_t> buffer_;
-    std::vector<Place> places_;
+    std::vector<KeptRow> places_;
     std::size_t position_ = 0;
     HeldMemory held_;
     WorkSteps steps_;

@@ -44,7 +44,7 @@ void Engage(std::optional<KeyBound>& bound) {
 
 void TableAccess::Open() {
     cursor_ = &source_.GetCursor();
-    place_count_ = 0;
+    range_count_ = 0;
     at_ = 0;
     repeats_ = false;
     exact_ = !path_.met.empty();
@@ -55,7 +55,7 @@ void TableAccess::Open() {
         start_ = start;
         if (start == Start::Whole) break;
     }
-    if (start_ == Start::Ranges && place_count_ > 1) Arrange();
+    if (start_ == Start::Ranges && range_count_ > 1) Arrange();
     if (start_ == Start::Ranges) {
         OpenRange();
     } else if (start_ == Start::Whole && path_.ordered) {
@@ -66,7 +66,7 @@ void TableAccess::Open() {
 }
 
 void TableAccess::OpenRange() {
-    const Place& place = places_[at_];
+    const IndexRange& place = ranges_[at_];
     cursor_->Range(place.index, place.range, path_.parts[0].backwards);
 }
 
@@ -74,7 +74,7 @@ bool TableAccess::Next() {
     if (start_ == Start::Nothing) return false;
     for (;;) {
         if (!cursor_->Next()) {
-            if (start_ != Start::Ranges || ++at_ >= place_count_) return false;
+            if (start_ != Start::Ranges || ++at_ >= range_count_) return false;
             OpenRange();
             continue;
         }
@@ -91,7 +91,7 @@ std::int64_t TableAccess::CountRows() {
     if (start_ == Start::Nothing) return 0;
     if (start_ == Start::Whole) return source_.GetTable()->RowCount();
     std::int64_t rows = cursor_->CountRest();
-    while (++at_ < place_count_) {
+    while (++at_ < range_count_) {
         OpenRange();
         rows += cursor_->CountRest();
     }
@@ -106,29 +106,29 @@ const Column& TableAccess::ColumnOf(const IndexAccess& access, std::size_t place
     return source_.GetTable()->ColumnAt(KeyColumn(access, place).column);
 }
 
-TableAccess::Place& TableAccess::NewPlace(int index) {
-    if (place_count_ == places_.size()) places_.emplace_back();
-    Place& place = places_[place_count_++];
+TableAccess::IndexRange& TableAccess::NewRange(int index) {
+    if (range_count_ == ranges_.size()) ranges_.emplace_back();
+    IndexRange& place = ranges_[range_count_++];
     place.index = index;
     return place;
 }
 
 TableAccess::Start TableAccess::AddRanges(const IndexAccess& access) {
     if (access.list != nullptr && !TakeList(access)) return Start::Whole;
-    const std::size_t before = place_count_;
+    const std::size_t before = range_count_;
     const std::size_t count = access.list != nullptr ? listed_.size() : 1;
-    places_.reserve(place_count_ + count);
+    ranges_.reserve(range_count_ + count);
     for (std::size_t i = 0; i < count; ++i) {
-        KeyRange& range = NewPlace(access.index).range;
+        KeyRange& range = NewRange(access.index).range;
         range.kind = KeyRange::Kind::Equal;
         range.high.reset();
         Engage(range.low);
         Start start = SetFixed(access, *range.low, access.list != nullptr ? &listed_[i] : nullptr);
         if (start == Start::Ranges) start = SetEnds(access, range);
         if (start == Start::Whole) return start;
-        if (start == Start::Nothing) --place_count_;
+        if (start == Start::Nothing) --range_count_;
     }
-    return place_count_ > before ? Start::Ranges : Start::Nothing;
+    return range_count_ > before ? Start::Ranges : Start::Nothing;
 }
 
 // The values of the list in the order of the index, each of them once. False when a scan is as good.
@@ -229,18 +229,18 @@ TableAccess::Start TableAccess::SetPrefix(const IndexAccess& access, KeyRange& r
 void TableAccess::Arrange() {
     const auto rows = static_cast<double>(source_.GetTable()->EstimatedRows());
     constexpr std::size_t kAlwaysSome = 10;
-    if (place_count_ > kAlwaysSome && static_cast<double>(place_count_) * kSeekCost > rows) {
+    if (range_count_ > kAlwaysSome && static_cast<double>(range_count_) * kSeekCost > rows) {
         start_ = Start::Whole;
         return;
     }
     const Table& table = *source_.GetTable();
-    const auto end = places_.begin() + place_count_;
-    const Place& first = places_.front();
+    const auto end = ranges_.begin() + range_count_;
+    const IndexRange& first = ranges_.front();
     const std::size_t width = first.range.low ? first.range.low->values.size() : 0;
     const bool one_list = path_.parts.size() == 1;
     const bool in_order = table.InOrder(first.index, width);
     if (one_list && in_order) return;  // sorted as the list was taken
-    const bool points = std::all_of(places_.begin(), end, [&](const Place& place) {
+    const bool points = std::all_of(ranges_.begin(), end, [&](const IndexRange& place) {
         return place.index == first.index && place.range.kind == KeyRange::Kind::Equal &&
                place.range.low->values.size() == width;
     });
@@ -249,13 +249,13 @@ void TableAccess::Arrange() {
         seen_.Clear();
         return;
     }
-    std::vector<std::pair<std::string, std::size_t>> order(place_count_);
+    std::vector<std::pair<std::string, std::size_t>> order(range_count_);
     std::vector<std::uint8_t> part;
-    for (std::size_t i = 0; i < place_count_; ++i) {
+    for (std::size_t i = 0; i < range_count_; ++i) {
         order[i].second = i;
         for (std::size_t column = 0; column < width; ++column) {
             part.clear();
-            AppendKey(places_[i].range.low->values[column], part, true);
+            AppendKey(ranges_[i].range.low->values[column], part, true);
             const Index& index = table.IndexAt(first.index);
             const bool invert = index.columns[column].descending != path_.parts[0].backwards;
             for (const std::uint8_t byte : part) {
@@ -266,10 +266,10 @@ void TableAccess::Arrange() {
     std::ranges::sort(order);
     const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
     order.erase(std::unique(order.begin(), order.end(), same), order.end());
-    std::vector<Place> sorted;
-    for (const auto& [key, place] : order) sorted.push_back(std::move(places_[place]));
-    places_ = std::move(sorted);
-    place_count_ = places_.size();
+    std::vector<IndexRange> sorted;
+    for (const auto& [key, place] : order) sorted.push_back(std::move(ranges_[place]));
+    ranges_ = std::move(sorted);
+    range_count_ = ranges_.size();
 }
 
 std::optional<double> TableAccess::CountInIndex(TableSource& source, const IndexAccess& access) {
@@ -277,7 +277,7 @@ std::optional<double> TableAccess::CountInIndex(TableSource& source, const Index
     const Start start = look.AddRanges(access);
     if (start == Start::Nothing) return 0;
     if (start == Start::Whole) return std::nullopt;
-    return source.GetTable()->EstimatedRows(access.index, look.places_[0].range);
+    return source.GetTable()->EstimatedRows(access.index, look.ranges_[0].range);
 }
 
 void TableAccess::Explain(Explanation& out) const {

@@ -28,7 +28,7 @@ public:
 private:
     enum class Start : std::uint8_t { Whole, Ranges, Nothing };
 
-    struct Place {
+    struct IndexRange {
         int index = -1;
         KeyRange range;
     };
@@ -40,7 +40,7 @@ private:
     Start SetEnd(const IndexAccess& access, const RangeEnd& end, bool low, KeyRange& range);
     Start SetPrefix(const IndexAccess& access, KeyRange& range);
     bool TakeList(const IndexAccess& access);
-    Place& NewPlace(int index);
+    IndexRange& NewRange(int index);
     void Arrange();
     void OpenRange();
 
@@ -53,8 +53,8 @@ private:
     Start start_ = Start::Nothing;
     bool exact_ = false;
 
-    std::vector<Place> places_;  // kept between openings, so that a search costs no allocations
-    std::size_t place_count_ = 0;
+    std::vector<IndexRange> ranges_;  // kept between openings, so that a search costs no allocations
+    std::size_t range_count_ = 0;
     std::size_t at_ = 0;
     bool repeats_ = false;  // a row may be in two ranges
     NumberTable seen_;

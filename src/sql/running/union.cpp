@@ -23,14 +23,14 @@ void UnionSource::OnRow(std::size_t plan) {
     Show(row_.data());
 }
 
-Place UnionSource::Keep() {
+KeptRow UnionSource::Keep() {
     if (current_ != 0) return current_;
     Value* row = kept_.Add();
     for (std::size_t i = 0; i < row_.size(); ++i) row[i] = row_[i];
-    return static_cast<Place>(kept_.Size());
+    return static_cast<KeptRow>(kept_.Size());
 }
 
-bool UnionSource::Restore(Place place) {
+bool UnionSource::Restore(KeptRow place) {
     current_ = place;
     Show(kept_.At(place - 1));
     return true;
