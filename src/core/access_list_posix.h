@@ -12,7 +12,7 @@ namespace qmtrain {
 
 class AccessList {
 public:
-    // That of an open file; nothing where the mode tells everything.
+    // The list of an open file; nothing when the mode bits say everything.
     static std::optional<AccessList> Of(int descriptor);
 
     // Whether an account that is not the owner may write. `is_in`: whether it belongs to a group.
@@ -26,7 +26,7 @@ public:
     // For a file with another group: the list names the one it was made for.
     void MoveGroup(gid_t group);
 
-    // False when the file cannot have it.
+    // Sets the list on an open file; false when that fails.
     bool GiveTo(int descriptor) const;
 
 private:

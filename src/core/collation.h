@@ -11,7 +11,7 @@
 
 namespace qmtrain::collation {
 
-// Only so many units of a text take part in an index key.
+// How many units of a text take part in an index key.
 inline constexpr std::size_t kKeyUnits = 255;
 
 // Appends the key of `text` without a leading flag byte; the end marker is included. Two keys compare as byte strings.

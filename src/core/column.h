@@ -11,7 +11,7 @@ namespace qmtrain {
 struct Column {
     std::u16string name = {};
     ColumnType type = ColumnType::Text;
-    int size = 0;             // Text: characters, Binary: bytes, 0: as many as it may have; else 0
+    int size = 0;             // Text: characters, Binary: bytes; 0: the most possible, or another type
     int precision = 0;        // Decimal: digits in all, 0: 18
     int scale = 0;            // Decimal: digits after the point
     bool autonumber = false;  // numbers itself

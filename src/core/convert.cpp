@@ -119,7 +119,7 @@ bool IsNumberType(Value::Type type) {
     return type >= Value::Type::Boolean && type <= Value::Type::Decimal && type != Value::Type::Date;
 }
 
-// The words that Visual Basic writes for a Boolean are no numbers: nothing else takes them.
+// The words that Visual Basic writes for a Boolean are no numbers: only this conversion accepts them.
 bool ToBoolean(const Value& value) {
     if (value.GetType() == Value::Type::Boolean) return value.As<bool>();
     if (value.IsText()) {

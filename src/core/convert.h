@@ -56,7 +56,7 @@ bool IsNumberType(Value::Type type);
 // "72", " -1,234.5e3 ", "&H1F"; nothing when the text is no number.
 std::optional<double> ParseNumber(std::u16string_view text);
 
-// What three plain numbers mean when none of them gives itself away as the year.
+// The order of three plain numbers when none of them can only be the year.
 enum class DateOrder : std::uint8_t { YearFirst, MonthFirst };
 
 // "2005-04-12 12:00:00", "2005/4/12", "4/12/2005", "12:30", "12 Apr 2005", "2005年4月12日 下午3:05"; a month and a day

@@ -132,7 +132,7 @@ private:
         return date;
     }
 
-    // A number that gives itself away as the year, and the year that the number stands for.
+    // Whether a number can only be the year, and the year that it stands for.
     bool IsYear(std::size_t i) const { return pieces_.date_digits[i] > 2 || pieces_.date[i] > 31; }
     std::int64_t Year(std::size_t i) const {
         return pieces_.date_digits[i] > 2 ? pieces_.date[i] : FullYear(pieces_.date[i]);

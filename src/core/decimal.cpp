@@ -193,7 +193,7 @@ Decimal Multiply(const Decimal& a, const Decimal& b) {
     return Wide(a).Times(Wide(b)).Round(a.negative != b.negative, a.scale + b.scale);
 }
 
-// With as many digits as there may be, and none after the point that say nothing.
+// With as many digits as possible, and without trailing zeros after the point.
 Decimal Divide(const Decimal& a, const Decimal& b) {
     constexpr int kFurtherDigits = 38;
     const Wide divisor(b);

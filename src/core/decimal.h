@@ -17,7 +17,7 @@ Decimal Multiply(const Decimal& a, const Decimal& b);
 // Raises DivisionByZero too.
 Decimal Divide(const Decimal& a, const Decimal& b);
 
-// By their size; digits after the point that say nothing make no difference.
+// By their values; trailing zeros make no difference.
 std::strong_ordering Compare(const Decimal& a, const Decimal& b);
 
 // Bytes that compare as the decimals do.

@@ -30,7 +30,7 @@ bool IsUnsupported(int code) {
 
 // Whether the owner of the file at the path belongs to the group. The system's lists need not have the accounts of
 // other machines; then the group of the file itself is the evidence, since only its members can give a file to a group.
-// In a folder with the set-group-ID bit it is none: such a folder gives its group to everybody's files.
+// In a folder with the set-group-ID bit it is none: such a folder gives its group to all files made in it.
 bool IsInGroup(const struct stat& made, const fs::path& path, gid_t group) {
     std::vector<char> buffer(std::size_t{1} << 16);
     passwd entry{};
@@ -56,7 +56,8 @@ std::string FirstLine(const fs::path& path) {
     return line;
 }
 
-// Whether the system's account of a descriptor ("lock: 1: OFDLCK ADVISORY WRITE -1 08:01:77 10 10") has a lock there.
+// Whether the system's description of a descriptor ("lock: 1: OFDLCK ADVISORY WRITE -1 08:01:77 10 10") has a lock
+// there.
 bool HasLock(const fs::path& account, std::uint64_t offset, std::uint64_t length) {
     std::ifstream file(account);
     for (std::string line; std::getline(file, line);) {
@@ -172,7 +173,7 @@ void PosixFile::Unlock(std::uint64_t offset, std::uint64_t length) {
     SetLock(F_UNLCK, offset, length);
 }
 
-// Both at one stroke: a system call less than one after the other.
+// Takes both locks with one system call.
 bool PosixFile::TryLockThrough(std::uint64_t gate) {
     return SetLock(F_RDLCK, gate, 2) && SetLock(F_UNLCK, gate, 1);
 }
@@ -183,8 +184,8 @@ bool PosixFile::IsLockedByOthers(std::uint64_t offset, std::uint64_t length) {
     return lock.l_type != F_UNLCK;
 }
 
-// The lock itself names no process, for it belongs to an open file: whoever has that open is looked for, among the
-// processes that this one may look into.
+// The lock itself names no process, for it belongs to an open file: the process that has that open is looked for, among
+// those that this one may inspect.
 std::optional<LockHolder> PosixFile::FindLockHolder(std::uint64_t offset, std::uint64_t length) {
     struct stat own {};
     if (fstat(descriptor_, &own) != 0) return std::nullopt;
@@ -210,7 +211,7 @@ void PosixFile::ShareLike(File& like, bool secret) {
     const auto* other = dynamic_cast<const PosixFile*>(&like);
     struct stat model {};
     struct stat own = opened_;
-    if (own.st_size > 0) return;  // somebody has had it before, under whatever name
+    if (own.st_size > 0) return;  // it was in use before, perhaps under another name
     if (other == nullptr || fstat(other->descriptor_, &model) != 0) return;
     if (own.st_uid == model.st_uid && own.st_gid == model.st_gid && RightsOf(own) == RightsOf(model)) return;
     if (own.st_uid != geteuid() && geteuid() != 0) return;
@@ -244,8 +245,8 @@ bool PosixFile::HasRightsOf(File& other) {
            !AccessList::Of(like->descriptor_);
 }
 
-// Who made it keeps his right: that is asked for elsewhere. What the mode says of the group is, with an access list,
-// the most that anybody has by that.
+// The right of the owner is checked elsewhere. With an access list, the group bits of the mode are the most that any of
+// its entries grants.
 bool PosixFile::MoreMayWriteThan(File& other) {
     const auto* like = dynamic_cast<const PosixFile*>(&other);
     struct stat model {};

@@ -47,10 +47,10 @@ public:
     bool HasOneName() override;
     bool IsAt(const std::filesystem::path& path) override;
 
-    // Whether the account that made something, which stands at the path, may write the file.
+    // Whether the account that made what stands at the path may write the file.
     static bool IsWriter(const struct stat& made, const std::filesystem::path& path, File& file);
 
-    // As it was when it was opened.
+    // The status of the file when it was opened.
     const struct stat& Opened() const { return opened_; }
 
 private:

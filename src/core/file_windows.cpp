@@ -158,8 +158,8 @@ void WindowsFile::Release(const Range& range) const {
     UnlockFileEx(handle_.Get(), 0, static_cast<DWORD>(range.length), static_cast<DWORD>(range.length >> 32), &place);
 }
 
-// A shared lock may lie over the owner's exclusive one, and it is the exclusive one that the first release ends: nobody
-// can step in between.
+// A shared lock may lie over the owner's exclusive one, and the first release ends the exclusive one: no other process
+// can take a lock in between.
 bool WindowsFile::Weaken(Range& held) {
     const Range wanted = {held.offset, held.length, Lock::Shared};
     if (!Take(wanted)) return false;
@@ -168,7 +168,7 @@ bool WindowsFile::Weaken(Range& held) {
     return true;
 }
 
-// The other way round the owner's shared lock stands in the way of the exclusive one and must go first.
+// The other way round the owner's shared lock would refuse the exclusive one, so it is released first.
 bool WindowsFile::Strengthen(std::vector<Range>::iterator held) {
     Release(*held);
     const Range wanted = {held->offset, held->length, Lock::Exclusive};

@@ -41,10 +41,10 @@ public:
     bool HasOneName() override;
     bool IsOnDisk() const { return GetFileType(handle_.Get()) == FILE_TYPE_DISK; }
 
-    // No pipe, folder or link.
+    // Whether it is a regular file: no pipe, folder or link.
     bool IsPlain() const;
 
-    // Nobody can tell here; nor who else has it open, so that nothing is kept for others.
+    // Windows does not tell, nor who else has the file open: so no file is kept for others.
     bool HasRightsOf(File&) override { return false; }
 
     bool IsAt(const std::filesystem::path& path) override;

@@ -91,7 +91,7 @@ public:
     }
 
     // Whether another open file has a lock of any kind in the range, where this one may have a shared one. True where
-    // nobody can tell.
+    // the system does not tell.
     virtual bool IsLockedByOthers(std::uint64_t, std::uint64_t) { return true; }
 
     // Who has locked something in the range, as far as the system tells.
@@ -107,13 +107,14 @@ public:
     // its files.
     virtual bool HasRightsOf(File&) { return true; }
 
-    // Whether somebody may write this one who may not write the other. False where nobody can tell.
+    // Whether somebody may write this one who may not write the other. False where the system does not tell.
     virtual bool MoreMayWriteThan(File&) { return false; }
 
     // Everybody may read the file, which has just been made.
     virtual void LetAllRead() {}
 
-    // Whether the file belongs to somebody who may write the other one, or to oneself. True where nobody can tell.
+    // Whether the file belongs to somebody who may write the other one, or to oneself. True where the system does not
+    // tell.
     virtual bool IsByWriterOf(File&) { return true; }
 
     // Takes a shared lock on the byte after `gate`, passing through `gate`; false while another handle holds either
@@ -125,14 +126,14 @@ public:
         return locked;
     }
 
-    // Whether the open file is still the one that stands at `path`, itself: a link to it is another thing.
+    // Whether the open file is still the one at `path`; a link to it does not count.
     virtual bool IsAt(const std::filesystem::path& path) = 0;
 
     // False when hard links give the file more names than one.
     virtual bool HasOneName() { return true; }
 };
 
-// What stands under a name, itself: a link is not followed.
+// What a name stands for; links are not followed.
 enum class FileKind : std::uint8_t {
     None,
     Plain,   // with one name
@@ -156,17 +157,17 @@ public:
     virtual std::unique_ptr<File> OpenPlain(const std::filesystem::path& path, OpenMode mode) {
         return Open(path, mode);
     }
-    // Whether the lock that `file` holds there, which stands at the path, keeps other open files out: not every file
-    // system that grants locks does.
+    // Whether the lock that `file`, the one at the path, holds there keeps other open files out: not every file system
+    // that grants locks does.
     virtual bool KeepsLocks(File& /*file*/, const std::filesystem::path&, std::uint64_t /*offset*/) { return true; }
 
-    // What KeepsLocks has found where the file lies, without a lock; nothing while it was not asked there.
+    // What KeepsLocks has found out about the place of the file, without a lock; nothing if it was never asked there.
     virtual std::optional<bool> KnownToKeepLocks(File& /*file*/) { return std::nullopt; }
 
     // As File::IsByWriterOf, for a file that cannot be opened.
     virtual bool IsByWriterOf(const std::filesystem::path&, File&) { return true; }
 
-    // Whether what stands there has the file's owner. False where nobody can tell.
+    // Whether what stands there has the file's owner. False where the system does not tell.
     virtual bool HasOwnerOf(const std::filesystem::path&, File&) { return false; }
 
     // Raises CannotOpenFile where the system does not let this process see whether anything stands there.

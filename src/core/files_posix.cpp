@@ -113,7 +113,7 @@ public:
     }
 
 private:
-    // What is no file is not opened: a pipe would keep the caller waiting, a device may do anything.
+    // Opens regular files only: a pipe would keep the caller waiting, a device may do anything.
     static std::unique_ptr<PosixFile> OpenWith(int flags, const fs::path& path, OpenMode mode, mode_t rights = 0666) {
         flags |= O_CLOEXEC | O_NOCTTY;
         switch (mode) {

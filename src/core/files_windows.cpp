@@ -29,8 +29,8 @@ bool MetDeletedFile() {
     return last_status != nullptr && last_status() == kDeletePending;
 }
 
-// Repeats the attempt, which returns the system's error, while it says that another program has the file in its hands:
-// guards against viruses and indexers look at each new file for a moment.
+// Repeats the attempt, which returns the system's error, while it says that another program has the file open: virus
+// scanners and indexers read each new file for a moment.
 template <class Attempt>
 DWORD Patiently(const Attempt& attempt) {
     constexpr auto kPatience = std::chrono::milliseconds(300);
@@ -75,7 +75,7 @@ public:
         return file;
     }
 
-    // A file that hides its owner was made by somebody with something to hide: it counts as a stranger's.
+    // A file whose owner cannot be read counts as one of another account: its maker may have hidden it on purpose.
     bool IsByWriterOf(const fs::path& path, File& other) override {
         const auto* database = dynamic_cast<const WindowsFile*>(&other);
         if (database == nullptr) return true;

@@ -16,7 +16,7 @@ inline constexpr std::int32_t kLogError = 4;
 // The type for a question bank that the catalogue does not name.
 inline constexpr std::int32_t kLogMissingBank = 1;
 
-// Appends one entry. Never fails towards the caller: what cannot be written is lost.
+// Appends one entry. Raises nothing: an entry that cannot be written is lost.
 void WriteLog(std::int32_t type, std::u16string_view message, std::u16string_view function) noexcept;
 
 // The log lies in the component's folder: that of the program, unless a host or a server has named another.

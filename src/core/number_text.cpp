@@ -185,7 +185,7 @@ std::optional<double> ParseNumber(std::u16string_view text) {
     double number = 0;
     const auto [end, error] = std::from_chars(plain.data(), plain.data() + plain.size(), number);
     if (end != plain.data() + plain.size()) return std::nullopt;
-    // Too small counts as zero, too large as no number that could be held.
+    // A number that is too small counts as zero; one that is too large cannot be held.
     if (error == std::errc::result_out_of_range) {
         if (plain.find("e-") == std::string::npos) Raise(ErrorNumber::Overflow);
         return 0.0;

@@ -31,7 +31,7 @@ std::vector<std::string> CommandLineWords(int count, const char* const* words);
 bool IsTerminal(std::FILE* stream);
 
 // For a program that has no console of its own: its output goes to that of the program that has started it, if there is
-// one, unless somebody else reads it.
+// one, unless it is redirected.
 void UseParentsConsole();
 
 // While it lives, standard input, output and errors carry the program's bytes unchanged, and a console shows them as

@@ -1,4 +1,4 @@
-// What the values of a column, or the rows of a table, must be like.
+// A condition that the values of a column, or the rows of a table, must meet.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@ namespace qmtrain {
 
 struct ValidationRule {
     std::u16string condition;  // in SQL; empty: anything will do
-    std::u16string text;       // what is said of a value that does not meet it; may be empty
+    std::u16string text;       // the message for a value that breaks it; may be empty
 };
 
 }  // namespace qmtrain

@@ -43,7 +43,7 @@ private:
     HANDLE handle_;
 };
 
-// Returns the system's error. If somebody has put a pipe there, its server cannot impersonate who opens it.
+// Returns the system's error. If the path leads to a pipe, the server of that cannot impersonate the caller.
 DWORD TryOpen(const std::wstring& path, DWORD access, DWORD disposition, Handle& out, DWORD flags = 0);
 
 inline DWORD ErrorUnless(BOOL done) {

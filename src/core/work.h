@@ -1,4 +1,4 @@
-// Work that may take long. It ends early when somebody cancels it, or when it takes more than it may.
+// Work that may take long. It ends early when it is cancelled, or when it exceeds its limits.
 //
 // Long loops check for that now and then, and what grows in memory says so; they need not know whose work they do.
 #pragma once
@@ -12,7 +12,7 @@
 
 namespace qmtrain {
 
-// What a piece of work may take.
+// The limits of a piece of work.
 struct WorkLimits {
     std::chrono::milliseconds time{0};  // zero: as long as it takes
     std::size_t memory = 0;             // bytes that it may hold at one time; zero: UsualMemoryLimit()
@@ -63,7 +63,7 @@ private:
     HeldBytes held_;  // made when it is needed
 };
 
-// What one thing in memory takes of its work's limit, for as long as it lives.
+// The part of its work's memory limit that one object takes, for as long as it lives.
 class HeldMemory {
 public:
     HeldMemory() = default;
@@ -75,13 +75,13 @@ public:
     }
     ~HeldMemory() { GiveBack(); }
 
-    // Told when it has so many bytes, or is to have them. Raises SystemResourceExceeded when that is too much for the
-    // work that the thread did when it was first told.
+    // Notes that the object has that many bytes, or is about to. Raises SystemResourceExceeded when that is too much
+    // for the work that the thread did when it was first told.
     void Cover(std::size_t bytes) {
         if (bytes > bytes_) Grow(bytes);
     }
 
-    // It is empty again. A little stays counted, for whoever fills it soon.
+    // Notes that the object is empty again. A little stays counted, for it may soon be filled again.
     void Release() {
         if (bytes_ > kLittle) GiveBack();
     }

@@ -1,4 +1,4 @@
-// Looks at everything in a database and says what is wrong.
+// Checks a whole database for damage.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ class Database;
 struct CheckReport {
     std::vector<std::u16string> defects;
 
-    // What healthy files of other programs show too: row counts that are behind, pages that belong to nobody, free
-    // space maps that leave pages out.
+    // Findings that healthy files of other programs have too: outdated row counts, pages without an owner, free space
+    // maps that leave pages out.
     std::vector<std::u16string> notes;
 
     std::int64_t tables = 0;

@@ -1,4 +1,4 @@
-// A look at all of an index tree, for a check of the database.
+// Walks a whole index tree to check it.
 #pragma once
 
 #include <cstddef>

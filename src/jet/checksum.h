@@ -1,4 +1,4 @@
-// The checksum of journals: it tells a record that was written whole from one that was not.
+// The checksum of journals, which shows whether a record was written whole.
 #pragma once
 
 #include <array>
@@ -10,8 +10,8 @@
 
 namespace qmtrain::jet {
 
-// Those of several pieces of one length. Each step of one waits for the step before it, those of the others do not:
-// four take little longer than one.
+// The checksums of several pieces of one length, computed side by side: each step depends on the step before it in the
+// same piece only, so that four take little longer than one.
 template <std::size_t N>
 std::array<std::uint32_t, N> Checksums(const std::array<std::uint64_t, N>& seeds,
                                        const std::array<const std::uint8_t*, N>& pieces, std::size_t size) {

@@ -1,4 +1,5 @@
-// The first commit counters of page 0: every user of a file, ours or not, sees from them that a page he keeps is old.
+// The first commit counters of page 0: every user of a file, ours or not, sees from them that its cached pages are
+// stale.
 #pragma once
 
 #include <array>

@@ -36,7 +36,7 @@ std::vector<std::uint8_t> Write(const Content& content) {
     return bytes;
 }
 
-// Nothing when it is not whole.
+// Nothing when the file does not hold the whole of one.
 std::optional<Content> ReadWhole(File& file) {
     std::array<std::uint8_t, kHead> head{};
     if (file.ReadAt(0, head) != kHead) return std::nullopt;
@@ -58,7 +58,7 @@ std::optional<Content> ReadWhole(File& file) {
     return content;
 }
 
-// Without links: what stands above the folder depends on the way that led to it.
+// With links resolved: what ".." means depends on the path by which the folder was reached.
 std::filesystem::path FolderOf(const std::filesystem::path& file) {
     const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
     std::error_code failed;
@@ -109,7 +109,7 @@ CommonJournal::CommonJournal(FileSystem& system, const std::vector<std::filesyst
     }
 }
 
-// False when somebody took it for what a dead process has left before it could be locked.
+// False when another process took the new file for a leftover before it could be locked.
 bool CommonJournal::Make() {
     file_ = system_.OpenPlain(name_.path, OpenMode::CreateNew);
     return file_->TryLock(kBeingMade, 1, File::Lock::Exclusive) && file_->IsAt(name_.path);
@@ -149,7 +149,7 @@ void CommonJournal::Finish() {
         write(kVoid);
     } catch (const AutomationError&) {
         undecided_ = true;
-        write(bytes_);  // all of it is written anew, so this sync speaks of it again
+        write(bytes_);  // all of it is written again, so that this sync covers all of it
         undecided_ = false;
         throw;
     }
@@ -161,7 +161,7 @@ void CommonJournal::Discard() noexcept {
         if (file_->IsAt(name_.path)) system_.Remove(name_.path);  // while it is locked no other one can lie there
         file_.reset();
     } catch (const AutomationError&) {
-        // Whoever rolls back the last file that names it removes it.
+        // The session that rolls back the last file that names it removes it.
     }
 }
 

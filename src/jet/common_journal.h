@@ -1,19 +1,19 @@
 // The journal of a transaction that changes several files: as long as it is in force, the journals of the files that
-// name it are to be rolled back; once it is gone, they mean nothing any more. So its end is the one moment at which the
-// changes of all files stand.
+// name it are to be rolled back; once it has ended, they have no effect any more. So its end commits the changes of all
+// files at one moment.
 //
 //   "QmTrnCmt" | u32 length | u32 checksum | u64 nonce | paths of the databases, UTF-8, each ended by a zero byte
 //
 // A zero in the place of the first letter ends its effect before the file is removed. It holds names only, so that
-// everybody may read it: whoever may use one of the databases must know whether their changes stand. It belongs to the
-// account that made it, for that is how it is known.
+// everybody may read it: the users of any of the databases must know whether their changes were committed. It belongs
+// to the account that made it, by which it is recognised.
 //
 // Paths in journals count from the folder of the journal where they can, so that folders may be moved or copied
 // together.
 //
 // It lies beside the first of the databases: "Client.mdb-commit". One that a crash has left there before any journal
-// named it is removed by the next, as is an empty one that nobody is making. One that a file still needs, which has not
-// been opened since, stays, and so does what does not show that it is one; then the next gets another name.
+// named it is removed by the next, as is an empty one that no process is making. One that a file still needs, which has
+// not been opened since, stays, and so does any other file of the name; then the next gets another name.
 #pragma once
 
 #include <cstdint>
@@ -46,24 +46,24 @@ public:
 
     const Name& GetName() const { return name_; }
 
-    // The changes stand when this returns. When it fails they do not, unless IsUndecided().
+    // The transaction is committed when this returns. When it fails it is not, unless IsUndecided().
     void Finish();
 
-    // Finish failed so that nobody knows yet what the disk holds: whoever opens the files next goes by what he finds.
+    // Finish failed and left the outcome open: what the disk holds when the files are opened next decides.
     bool IsUndecided() const { return undecided_; }
 
     // Removes it when every file has been rolled back.
     void Discard() noexcept;
 
-    // Whether the transaction of that name did not come to its end. Raises DiskError when nobody can tell, for the
-    // folder is out of reach. `journal`: the one that names it, which is believed, of `database`. A common one counts
-    // when its maker is that one's, or may write the database.
+    // Whether the transaction of that name was not completed. Raises DiskError when that cannot be found out, because
+    // the folder is out of reach. `journal`: the one that names it, which is believed, of `database`. A common one
+    // counts when its maker is that one's, or may write the database.
     static bool InForce(FileSystem& system, const Name& name, File& database, File& journal);
 
     // Raises DiskError when the file no longer lies where the journals of the databases are to find it.
     void RequireInPlace() const;
 
-    // What one that was found says.
+    // The content of one that was found.
     struct Content {
         std::uint64_t nonce = 0;
         std::vector<std::filesystem::path> databases;
@@ -77,13 +77,13 @@ public:
     static bool IsBegun(File& file);
 
     // Opens one that its maker has left, and keeps others from making or removing it as long as it is open. Nothing
-    // when somebody is at work on it.
+    // when another process is using it.
     static std::unique_ptr<File> TakeLeft(FileSystem& system, const std::filesystem::path& path);
 
     // Whether one can have the path's name; else no journal of ours names it.
     static bool MayBeName(const std::filesystem::path& path);
 
-    // Where it lies unless one that is still needed lies there.
+    // Its path, unless one that is still needed lies there.
     static std::filesystem::path UsualPath(const std::filesystem::path& database);
 
 private:

@@ -1,4 +1,4 @@
-// Copying a database into a new file, without what has gathered in the old one.
+// Copying a database into a new file, without what the old one no longer uses.
 #pragma once
 
 #include <cstdint>
@@ -19,10 +19,10 @@ struct CompactSettings {
     std::optional<bool> encoded = {};
 };
 
-// Makes `target` from `source`: all objects with their rows in the order of their storing. Tables in which Access keeps
-// forms and the like do not go from Jet 4 to Jet 3. The source is only read; the target appears when it is whole.
-// `options.password` is the source's. Raises DatabaseExists, PasswordInvalid, FileDamaged, TextOrderUnsupported, and
-// what the other version refuses: DataTypeConversion, InvalidName, FieldTooLarge, RecordTooLarge …
+// Makes `target` from `source`: all objects with their rows in the order in which they are stored. Tables in which
+// Access keeps forms and the like do not go from Jet 4 to Jet 3. The source is only read; the target appears when it is
+// whole. `options.password` is the source's. Raises DatabaseExists, PasswordInvalid, FileDamaged, TextOrderUnsupported,
+// and what the other version refuses: DataTypeConversion, InvalidName, FieldTooLarge, RecordTooLarge …
 void Compact(const std::filesystem::path& source, const std::filesystem::path& target, const CompactSettings& settings,
              const PagerOptions& options = {});
 

@@ -306,7 +306,7 @@ std::filesystem::path UnfinishedPath(std::filesystem::path database) {
     return WithEnding(database.replace_extension(), UniqueName("-", ".new"), kJournalEnding.size());
 }
 
-// Built under another name and renamed when it is complete, so that nobody ever sees half a database.
+// Built under another name and renamed when it is complete, so that an incomplete database is never seen.
 void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& settings, const PagerOptions& options,
                       const DatabaseFill& fill, File* like) {
     FileSystem& system = *options.system;
@@ -316,7 +316,7 @@ void MakeDatabaseFile(const std::filesystem::path& path, const NewDatabase& sett
         try {
             system.Remove(unfinished);
         } catch (const AutomationError&) {
-            // The error that led here says more.
+            // The error that led here is the one to report.
         }
     };
     try {

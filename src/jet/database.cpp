@@ -99,7 +99,7 @@ const std::vector<CatalogObject>& Database::OdbcLinks() {
     return odbc_links_;
 }
 
-// It is none of the tables that have a name here.
+// A table of its own: FindTable() does not find it under the name.
 std::shared_ptr<Table> Database::LinkDefinition(const CatalogObject& link) {
     return std::make_shared<Table>(*this, *pager_, allocator_, static_cast<PageNumber>(link.id), link.name,
                                    SystemCatalog(*this).ReadProperties(link));
@@ -218,7 +218,7 @@ void Database::NewPassword(std::u16string_view old_password, std::u16string_view
     writing.Commit();
 }
 
-// What is masked with the user key must follow it.
+// Values that are masked with the user key are masked with the new one.
 void Database::MaskAnew(Table& table, std::uint32_t old_key) {
     const TableDefinition& definition = table.Definition();
     std::vector<std::pair<RowPointer, std::vector<ColumnChange>>> rows;

@@ -47,7 +47,7 @@ public:
     // cannot be kept; InvalidOperation inside a transaction or another scope of change.
     void NewPassword(std::u16string_view old_password, std::u16string_view new_password);
 
-    // One state of the file, and of each file it links to that is looked at.
+    // A scope that sees one state of the file, and of each linked file that is read.
     class Reading {
     public:
         explicit Reading(Database& database) : scope_(database.pager_->GetSession(), *database.pager_) {}
@@ -56,7 +56,8 @@ public:
         ReadScope scope_;
     };
 
-    // All or nothing, in this file and in those it links to: without Commit() the changes are undone.
+    // A scope whose changes, in this file and in those it links to, are made all or not at all: without Commit() they
+    // are rolled back.
     class Writing {
     public:
         explicit Writing(Database& database) : scope_(database.pager_->GetSession(), *database.pager_) {}
@@ -105,8 +106,8 @@ public:
     void DropColumn(std::u16string_view table, std::u16string_view column);
     void RenameColumn(std::u16string_view table, std::u16string_view column, std::u16string_view name,
                       std::uint16_t ordinal);
-    // Whether the column is required, its default value and its rule; whether a text may be empty. The rows that are
-    // there are not looked at.
+    // Whether the column is required, its default value and its rule; whether a text may be empty. Existing rows are
+    // not checked.
     void SetColumnSettings(std::u16string_view table, const Column& column);
     void SetTableRule(std::u16string_view table, const ValidationRule& rule);
     void CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts);

@@ -11,7 +11,7 @@
 
 namespace qmtrain::jet {
 
-// Raises InvalidName for what nothing in the file can be called.
+// Raises InvalidName for a name that nothing in the file can have.
 void CheckName(const std::u16string& name, const Pager& pager);
 
 // Raises NoSuchTable, and ReadOnly for a table of the system.

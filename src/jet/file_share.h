@@ -27,16 +27,17 @@ public:
 
     bool IsAlone() const noexcept { return locks_.IsAlone(); }
 
-    // Why nobody may change the file here; empty when they may.
+    // Why the file may not be changed here; empty when it may.
     std::u16string_view Problem() const { return locks_.Problem(); }
 
-    // Looks at the file once reading or changing may begin. True when what was read from it earlier may be old.
+    // To be called when reading or changing may begin. True when what was read from the file earlier may be stale.
     bool NoticeChanges();
 
     // Looks whether another engine has the file open, now and then only.
     void NoticeOtherEngines();
 
-    // Raises FileInUse: nobody could keep two engines that write apart. Raises ReadOnly where nobody could see one.
+    // Raises FileInUse when another engine has the file open, since two engines that write cannot be kept apart;
+    // ReadOnly where another one could not be seen.
     void RequireNoOtherEngine();
 
     // Another engine has the file open and writes as it likes.
@@ -45,14 +46,14 @@ public:
     // The bytes of the file when it was last looked at.
     std::uint64_t Size() const { return size_; }
 
-    // The next look counts as news.
+    // Forgets what was seen: the next NoticeChanges() returns true.
     void ForgetSeen() { counters_.reset(); }
 
-    // Our own commit: no news to us.
+    // After a commit of our own, which is no change to be noticed.
     void Committed(const CommitCounters& counters, std::uint64_t size) noexcept;
 
-    // Calls `body` with nobody else in the file, which is `handle`, open for writing; returns to the lock that was
-    // held. No call when the file cannot be locked so.
+    // Calls `body` under an exclusive lock of the file, which is `handle`, open for writing; then returns to the lock
+    // that was held. Without a call when the file cannot be locked so.
     template <class Body>
     void Alone(File& handle, Body body);
 

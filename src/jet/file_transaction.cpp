@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMaxRestored = 4;
 constexpr std::size_t kAtOnce = 16;  // pages that go into the journal together
-constexpr int kTries = 100;          // to make a journal where somebody makes files of its name
+constexpr int kTries = 100;          // to make a journal while another process makes files of its name
 
 std::uint64_t NewNonce() {
     std::random_device random;
@@ -129,11 +129,11 @@ void FileTransaction::WriteBack(bool decides, const CommonJournal* common) {
     overwritten_ = true;
     file_.Write(dirty);
     for (Frame* frame : dirty) {
-        if (frame->pins == 0) cache_.MarkClean(*frame);  // one in somebody's hands may change after this moment
+        if (frame->pins == 0) cache_.MarkClean(*frame);  // a pinned page may change after this moment
     }
 }
 
-// What the file holds in the place of the frames. Pages that stand in a row are read at once.
+// What the file holds in the place of the frames. Consecutive pages are read at once.
 void FileTransaction::KeepStored(std::span<Frame* const> frames, PageNumber old_pages) {
     const std::uint32_t page_size = file_.GetFormat().page_size;
     const auto wanted = [&](const Frame* frame) {
@@ -153,7 +153,7 @@ void FileTransaction::KeepStored(std::span<Frame* const> frames, PageNumber old_
     }
 }
 
-// What the file will hold, where that is little enough to be told.
+// Tells the journal what the file will hold, if the pages are few enough for that.
 void FileTransaction::TellOutcome(std::span<Frame* const> frames) {
     const std::uint32_t page_size = file_.GetFormat().page_size;
     if (!durable_ || frames.size() > Journal::MostOutcomes(page_size)) return;
@@ -171,8 +171,8 @@ void FileTransaction::TellOutcome(std::span<Frame* const> frames) {
     }
 }
 
-// Whoever may make files in the folder can put one under the journal's name at any moment: it is set aside. One that
-// another account has left, and that may not be written, makes room.
+// Any account that may make files in the folder can put one under the journal's name at any moment: it is set aside.
+// One that another account has left, and that may not be written, makes room.
 std::unique_ptr<Journal> FileTransaction::BeginJournal(std::uint64_t length) {
     const bool named = kept_journal_.IsNamed();
     std::unique_ptr<File> kept = kept_journal_.Take();
@@ -216,8 +216,8 @@ void FileTransaction::KeepJournal() noexcept {
     kept_journal_.Keep(journal_->Release(), true, named);
 }
 
-// The last one; and only where no other writer can have put a journal of his own there meanwhile. Most who leave find
-// none, so that is what is looked for first.
+// Only the last session does, and only where no other writer can have put its own journal there meanwhile. Most
+// sessions find none, so that is checked first.
 void FileTransaction::RemoveKeptJournal() noexcept {
     try {
         const bool there = system_.Look(JournalPath(file_.Path())) == FileKind::Plain && file_.IsInPlace();
@@ -227,7 +227,7 @@ void FileTransaction::RemoveKeptJournal() noexcept {
             kept_journal_.Remove();
         }
     } catch (const AutomationError&) {
-        // Whoever finds it there ends it.
+        // The next session that finds it ends it.
     }
     share_.Unlock();
 }

@@ -31,7 +31,7 @@ public:
 
     bool IsOpen() const { return !levels_.empty(); }
     bool IsNested() const { return levels_.size() > 1; }
-    // Raises DiskFull or DiskError when what undone levels have left cannot be kept.
+    // Raises DiskFull or DiskError when the images that undone levels have left cannot be kept.
     void OpenLevel(PageNumber page_count);
 
     // Before a page is changed: its content as it was when the innermost level began.
@@ -46,43 +46,43 @@ public:
     // What undoing the innermost level needs goes to the level around it too; both can still be undone.
     void MergeLevel();
 
-    // Ends an inner level. To undo it writes nothing, and so cannot fail. Returns the number of pages then.
+    // Ends an inner level. Undoing it writes nothing, and so cannot fail. Returns the number of pages then.
     void CommitLevel() noexcept;
     PageNumber UndoLevel() noexcept;
 
     // Brings the changed pages into the file, their old content safe in the journal. `decides`: these are the last
-    // ones, and the transaction stands when they are safe. `common`: the journal of the transaction over several files
-    // of which this is a part; null: none, or not yet. Raises DiskError when the file is no longer in its place.
+    // ones, and the transaction is committed when they are safe. `common`: the journal of the transaction over several
+    // files of which this is a part; null: none, or not yet. Raises DiskError when the file is no longer in its place.
     void WriteBack(bool decides = false, const CommonJournal* common = nullptr);
 
-    // That of the journal, known before there is one.
+    // The nonce of the journal, known before that is made.
     std::uint64_t Nonce() const { return nonce_; }
 
     bool HasWritten() const { return journal_ != nullptr; }
 
-    // What lies under the journal's name at the end of a change.
+    // The file under the journal's name at the end of a change.
     KeptJournal& GetKeptJournal() { return kept_journal_; }
 
-    // What lies under the journal's name with something to be done about it.
+    // A file under the journal's name about which something has to be done.
     std::optional<FoundJournal> FindJournal() { return FoundJournal::Find(system_, file_, kept_journal_, disowned_); }
 
-    // Before the file is closed.
+    // To be called before the file is closed.
     void RemoveKeptJournal() noexcept;
 
     // After the last WriteBack: the file gets its length and is safe on the disk.
     void CompleteFile(PageNumber page_count);
 
-    // The change of this file alone stands when this returns.
+    // The change of this file alone is committed when this returns.
     void Finish();
 
-    // The common journal is gone: this one means nothing any more.
+    // The common journal has ended: this one has no effect any more.
     void FinishInCommon() noexcept { journal_->Remove(); }
 
     // The commit is complete, and what the cache holds is what the file holds.
     void Close();
 
-    // Puts everything back as it was. Whatever fails, the journal stays and is rolled back by whoever opens a scope
-    // next. Returns the number of pages then, and whether it went well.
+    // Puts everything back as it was. Whatever fails, the journal stays and is rolled back when the next scope is
+    // opened. Returns the number of pages then, and whether it went well.
     struct Undone {
         PageNumber page_count;
         bool complete;

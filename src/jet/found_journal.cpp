@@ -67,7 +67,7 @@ FoundJournal::State FoundJournal::Judge(FileSystem& system, PageFile& file) {
                                    u"相同；否则请将日志移走。"});
 }
 
-// A reader who can have no lock may look while a writer's commit comes to its end.
+// A reader without a lock may look just when a writer's commit ends.
 std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& file) {
     FoundJournal found(system, file);
     if (!found.file_ && found.state_ != State::Foreign) return std::nullopt;
@@ -87,14 +87,14 @@ std::optional<FoundJournal> FoundJournal::Find(FileSystem& system, PageFile& fil
     return std::nullopt;
 }
 
-// Who knows that the change failed need not ask the file whether it is complete, nor the common journal, which may have
-// been taken away since the file was overwritten.
+// Where the change is known to have failed, neither the completeness of the file counts nor the common journal, which
+// may have been removed since the file was overwritten.
 bool FoundJournal::CanBeDisowned(PageFile& file) const {
     if (state_ == State::Complete) return true;
     return state_ == State::Void && common_ && !file_->MoreMayWriteThan(file.Handle());
 }
 
-// The rights to the database have become fewer since. Who may only read it leaves this to others.
+// The database has fewer rights than the journal by now. Sessions that may only read it leave this to others.
 void FoundJournal::RemoveUnlessReadOnly(FileSystem& system, const PageFile& file) const noexcept {
     try {
         if (file.ReadOnlyReason().empty() && file_->IsAt(path_)) system.Remove(path_);
@@ -225,7 +225,7 @@ void FoundJournal::ReadImage(PageNumber page, std::span<std::uint8_t> image) con
 void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, bool durable) {
     if (found.state_ == State::InForce) found.PlayBack(file);
     if (found.state_ == State::Complete) found.WriteAgain(file);
-    // Somebody may have taken it away and laid another one there, which is another finding.
+    // A file that has taken its place meanwhile is another journal.
     if (found.file_ && !found.file_->IsAt(found.path_)) return;
     if (found.state_ == State::Foreign) {
         const std::filesystem::path aside = WithEnding(found.path_, UniqueName("-", ""));
@@ -239,7 +239,7 @@ void FoundJournal::Resolve(FoundJournal found, FileSystem& system, File& file, b
     if (found.common_) RemoveUnusedCommon(system, found.common_->path, file, false);
 }
 
-// What the system says it has may never have reached the disk, when somebody's sync has failed.
+// After a failed sync, what the system returns may never have reached the disk.
 void FoundJournal::WriteAgain(File& file) const {
     std::vector<std::uint8_t> image(owner_.page_size);
     for (std::size_t i = 0; i < OutcomeCount(); ++i) {
@@ -249,7 +249,7 @@ void FoundJournal::WriteAgain(File& file) const {
     file.Sync();
 }
 
-// One that may not be written goes, for it may lie in a folder where it may be removed.
+// One that may not be written is removed, which its folder may allow.
 void FoundJournal::End(FileSystem& system, bool durable) const {
     std::unique_ptr<File> journal;
     try {
@@ -281,8 +281,8 @@ void FoundJournal::PlayBack(File& file) const {
     file.Sync();
 }
 
-// A journal is believed in what it says of its database, and of nothing else: the file must show that it is a common
-// journal of that database. Where ours lies, one that was not finished goes, too.
+// A journal is trusted only in what it says of its own database: the file that it names must prove to be a common
+// journal of that database. At the usual path, one that was never finished is removed too.
 void FoundJournal::RemoveUnusedCommon(FileSystem& system, const std::filesystem::path& common, File& database,
                                       bool is_usual_path) noexcept {
     try {

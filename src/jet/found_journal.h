@@ -29,9 +29,9 @@ public:
         Foreign,   // it is no journal, or that of another database
     };
 
-    // What lies under the name of the file's journal; nothing when nothing does, or no longer. Raises
+    // The file under the name of the file's journal; nothing when there is none, or no longer. Raises
     // OperationNotSupported where another machine would have to be asked that may not be, and DiskError for one in
-    // force that might be of somebody who may not write the database.
+    // force whose owner may not be allowed to write the database.
     static std::optional<FoundJournal> Find(FileSystem& system, PageFile& file);
 
     // The same; the file of one that has ended goes to `kept`, and nothing is found; or it is removed, when more may

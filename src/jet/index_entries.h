@@ -88,7 +88,7 @@ inline std::size_t IndexEntries::EndAfter(std::size_t place) const {
     return word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
 }
 
-// Changes a page in place where no other entry has to be rewritten; false when that cannot be.
+// Changes a page in place where no other entry has to be rewritten; false when that is impossible.
 bool InsertInPlace(MutablePage& page, const IndexEntries& view, std::size_t place, std::span<const std::uint8_t> entry);
 bool EraseInPlace(MutablePage& page, const IndexEntries& view, std::size_t place);
 

@@ -36,7 +36,7 @@ IndexPage::IndexPage(const ByteView& page, const FileFormat& format, PageNumber 
       prefix_(format.index_prefix_size == 2 ? page.U16(format.index_prefix) : page.U8(format.index_prefix)) {
     if (!leaf_ && page.U8(0) != static_cast<std::uint8_t>(PageType::IndexNode)) page.Damaged(u"此页不是索引页");
     if (page.U32(4) != table) page.Damaged(u"索引页属于另一个表");
-    // Only the ends are taken down here, since a search looks at few of the entries; Stored() checks each that is used.
+    // Only the ends are decoded here, since a search looks at few of the entries; Stored() checks each that is used.
     const std::uint8_t* mask = page.Data() + format.index_mask;
     for (std::size_t byte = 0; byte < format.index_mask_bytes; byte += 8) {
         std::uint64_t word = 0;

@@ -111,7 +111,7 @@ private:
     std::vector<std::uint32_t> ends_;
 };
 
-// A page's content taken apart, to be changed and put back.
+// The decoded content of a page, to be changed and written back.
 struct IndexContent {
     bool leaf = true;
     PageNumber previous = 0;

@@ -16,8 +16,8 @@
 
 namespace qmtrain::jet {
 
-// The leaf of each index of a table that an entry was put into last: the next one often belongs there too. Good as long
-// as no page leaves any of the trees, and nobody else changes the file.
+// The leaf of each index of a table that an entry was put into last: the next one often belongs there too. Valid as
+// long as no page leaves any of the trees, and no other session changes the file.
 class LeafHints {
 public:
     struct Hint {
@@ -60,11 +60,11 @@ public:
     // An entry, key and row pointer, of many in their order.
     struct SortedEntry {
         std::span<const std::uint8_t> bytes;
-        bool unique = false;  // its key may be there once only
+        bool unique = false;  // its key may not be a duplicate
     };
 
     // Puts in entries that are in order, leaf by leaf. Returns how many of their keys are new, as far as their pages
-    // show; nothing when a unique key is there already, and some of the entries may be in the tree then.
+    // show; nothing when a unique key is a duplicate; some of the entries may be in the tree then.
     std::optional<std::size_t> InsertSorted(std::span<const SortedEntry> entries);
 
     // `entry` = key and row pointer. Tells whether the key is new, as far as its page shows. Raises FileDamaged when

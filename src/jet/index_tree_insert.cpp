@@ -136,8 +136,8 @@ std::size_t IndexTree::ForLeaf(const Path& path, std::span<const SortedEntry> en
     return static_cast<std::size_t>(end - entries.begin());
 }
 
-// Puts as many of the entries into the leaf of the first one as belong and fit there, and returns how many. 0 when that
-// is no gain: each is better put in by itself. Nothing when a unique key is there already.
+// Puts as many of the entries into the leaf of the first one as belong and fit there, and returns how many. 0 when it
+// is cheaper to insert each by itself. Nothing when a unique key is a duplicate.
 std::optional<std::size_t> IndexTree::Merge(std::span<const SortedEntry> entries, std::size_t& new_keys) {
     constexpr std::size_t kWorthwhile = 4;
     if (entries.size() < kWorthwhile) return 0;

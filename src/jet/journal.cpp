@@ -67,7 +67,7 @@ void Journal::AddOutcomes(std::span<const PageNumber> pages, std::span<const std
         });
 }
 
-// Once they are all known, in front of everything else.
+// To be called once all outcomes are known, before any other record.
 void Journal::AddOutcomeRecord() {
     if (!TellsOutcome() || header_[kKindAt] == kByOutcome) return;
     Put(outcome_.data(), static_cast<std::uint32_t>((outcome_.size() - kOutcomeHead) / kOutcomePage));
@@ -140,8 +140,8 @@ void Journal::Finish() {
     try {
         write(kVoid);
     } catch (const AutomationError&) {
-        if (TellsOutcome()) return;  // whoever finds it there sees that the file is complete
-        write(header_);              // the whole header is written anew, so this sync speaks of it again
+        if (TellsOutcome()) return;  // the next session that finds it sees that the file is complete
+        write(header_);              // the whole header is written again, so that this sync covers it
         throw;
     }
 }
@@ -154,7 +154,7 @@ void Journal::Disown() noexcept {
         file_->WriteAt(0, header_);
         if (durable_) file_->Sync();
     } catch (const AutomationError&) {
-        // Whether the transaction stands is known by whoever finds its journal.
+        // Whether the transaction was committed is seen by the next session that finds the journal.
     }
 }
 
@@ -173,7 +173,7 @@ void Journal::Remove() noexcept {
         file_.reset();
         if (in_place) system_.Remove(path_);
     } catch (const AutomationError&) {
-        // Whoever finds it there ends it.
+        // The next session that finds it ends it.
     }
 }
 

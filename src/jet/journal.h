@@ -4,7 +4,7 @@
 // Pages are overwritten only after the records about them have reached the disk, so a torn end speaks of pages that are
 // still untouched. Where a common journal is named, the journal is in force only as long as that one is. A journal that
 // is known before the first page is overwritten, and that is alone to decide, says what the pages will be as well: then
-// the transaction stands when these have reached the disk, and nothing more has to be waited for.
+// the transaction is committed when these have reached the disk, and nothing more has to be waited for.
 //
 // A file that has ended stays for the next transaction (see KeptJournal).
 #pragma once
@@ -32,7 +32,7 @@ public:
     Journal(FileSystem& system, PageFile& database, std::uint64_t length, std::uint64_t nonce, bool durable,
             std::unique_ptr<File> kept = nullptr, bool named = false);
 
-    // Of so many pages the outcome can be told.
+    // The most pages whose outcome a journal can hold.
     static std::size_t MostOutcomes(std::uint32_t page_size);
 
     // Pages that the transaction writes, and their images, one after the other, as they will stand in the file. For
@@ -53,7 +53,7 @@ public:
     // saves the next user a look at the file, and cannot fail.
     void Finish();
 
-    // The transaction is not to stand, whatever is in the file: it is rolled back. As far as the disk takes it.
+    // The transaction has failed, whatever is in the file: it will be rolled back, if the disk takes this note.
     void Disown() noexcept;
 
     // Whether all who may write the database may write it, too.
@@ -65,8 +65,8 @@ public:
     // Whether the folder has it on the disk.
     bool IsNamed() const { return folder_synced_; }
 
-    // Removes a journal that has no effect any more, or after which nothing was overwritten. If that fails, whoever
-    // finds it there ends it.
+    // Removes a journal that has no effect any more, or after which nothing was overwritten. If that fails, the next
+    // session that finds it ends it.
     void Remove() noexcept;
 
 private:

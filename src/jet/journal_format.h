@@ -12,8 +12,8 @@
 // A record counts when its checksum fits the nonce; the first one that does not ends the journal. A zero in the place
 // of the header's first letter ends the journal's effect; one byte cannot be written in part.
 //
-// The last kind of record is the outcome: under the header "QmTrnJn5" the transaction stands as soon as all its pages
-// are in the file. Then neither a torn outcome nor the lack of one leaves anything to roll back: the file was not
+// The last kind of record is the outcome: under the header "QmTrnJn5" the transaction is committed as soon as all its
+// pages are in the file. Then neither a torn outcome nor the lack of one leaves anything to roll back: the file was not
 // touched yet, or the journal is being overwritten by the next one, and the file not yet.
 //
 // The commit counters that the transaction leaves follow from the nonce. Journals of earlier versions, "QmTrnJn2" and

@@ -1,6 +1,6 @@
-// The file under a journal's name between two changes of the database: one that has ended stays for the next, of
-// whichever session. To make a file and to remove it means waiting for its folder, each time. The last session that has
-// the database open takes it away.
+// The file under a journal's name between two changes of the database: one that has ended stays for the next change, of
+// whichever session, since making and removing a file means waiting for its folder each time. The last session that has
+// the database open removes it.
 #pragma once
 
 #include <filesystem>
@@ -27,7 +27,7 @@ public:
     // since.
     std::unique_ptr<File> Take();
 
-    // Requires: nobody else has the database open, or will write it before this returns.
+    // Requires: no other session has the database open, or will write it before this returns.
     void Remove();
 
 private:

@@ -13,9 +13,9 @@ namespace qmtrain::jet {
 namespace {
 
 // Far beyond any record of the file, and apart from the ranges that Jet itself is said to lock there.
-constexpr std::uint64_t kPresentByte = 0x0FFFFF00;  // shared by everybody who has a database of the name open
+constexpr std::uint64_t kPresentByte = 0x0FFFFF00;  // shared by all sessions that have a database of the name open
 
-// Where the users of Jet each lock a byte for being there.
+// Where each user of Jet locks a byte while the database is open.
 constexpr std::uint64_t kOtherUsers = 0x10000001;
 constexpr std::uint64_t kOtherUserSlots = 255;
 constexpr std::chrono::milliseconds kLongLook(250);
@@ -27,7 +27,7 @@ constexpr std::uint64_t kReserved = kGate + 2;           // the one writer
 constexpr std::uint64_t kNext = kGate + 3;               // the writer whose turn it is when the present one is done
 constexpr std::uint64_t kOpen = kGate + 4;               // shared by those who have it open; or one has it alone
 
-// Tries again for a moment: others open a database, or try to have it alone, and let go of it at once.
+// Tries again for a moment: others open a database, or try to open it exclusively, and release it at once.
 template <class Try>
 bool SucceedsSoon(Try attempt) {
     const auto deadline = std::chrono::steady_clock::now() + kLongLook;
@@ -143,8 +143,8 @@ bool LockFile::OpenFile(OpenMode mode) {
     return system_.KeepsLocks(*file_, path_, kPresentByte);
 }
 
-// Whoever leaves has the byte to himself for a moment. One who does not let go of it keeps nobody from reading; he is
-// not waited for again until he has.
+// A session that ends holds the byte exclusively for a moment. One that does not release it keeps no other from
+// reading, and is not waited for again until it has.
 bool LockFile::LockPresent() {
     const auto lock = [&] { return file_->TryLock(kPresentByte, 1, File::Lock::Shared); };
     if (keeper_.empty() ? SucceedsSoon(lock) : lock()) {
@@ -170,7 +170,8 @@ LockFile::~LockFile() {
     }
 }
 
-// Ours have no content: what has some belongs to somebody else, as does what lies in the place of one that is gone.
+// Our lock files are empty: one with content belongs to another engine, as does a file that has taken the place of
+// ours.
 void LockFile::RemoveIfOurs() {
     if (file_->Size() == 0 && file_->IsAt(path_)) system_.Remove(path_);
 }

@@ -9,7 +9,7 @@
 // The lock file is where other engines lock, and see ours. It goes with its last user. Who cannot have one, or may only
 // read it, may read the database, but not write it.
 //
-// Whoever opens the database for himself alone keeps all others from opening it, those of another engine too.
+// A session that opens the database exclusively keeps all others from opening it, those of another engine too.
 #pragma once
 
 #include <chrono>
@@ -27,16 +27,16 @@ public:
     // The time that an operation has spent waiting, in all of its files.
     using Waited = std::chrono::steady_clock::duration;
 
-    // `database`: the open file at the path. `waited`: nobody waits when that has reached the limit. Raises
-    // OpenedExclusively when somebody has the database for himself alone. `alone` asks for that: FileInUse is raised
-    // when somebody has it open, OperationNotSupported when others cannot be kept out.
+    // `database`: the open file at the path. `waited`: when that has reached the limit, there is no waiting. Raises
+    // OpenedExclusively when another session has opened the database exclusively. `alone` asks for that: FileInUse is
+    // raised when another one has it open, OperationNotSupported when others cannot be kept out.
     LockFile(FileSystem& system, const std::filesystem::path& path, File& database, std::chrono::milliseconds timeout,
              Waited& waited, bool alone = false);
     LockFile(const LockFile&) = delete;
     LockFile& operator=(const LockFile&) = delete;
     ~LockFile();
 
-    // Why nobody may write the database here; empty when they may.
+    // Why the database may not be written here; empty when it may.
     std::u16string_view Problem() const;
 
     // Each raises LockedByOther when the time limit passes, and OperationCancelled. Asking for what is held already
@@ -48,7 +48,7 @@ public:
     void LockReserved(File& database);
     void LockExclusive();  // to write the file. Requires: reserved
 
-    // As LockReserved, by the file that reads, without waiting: false when another one has it, or when nobody may.
+    // As LockReserved, by the file that reads, without waiting: false when another one holds it, or when none may.
     bool TryReserve() noexcept;
 
     void UnlockExclusive();  // back to reserved and shared
@@ -56,20 +56,20 @@ public:
 
     // Whether a session of another engine has the database open. It knows nothing of our locks, but each of its users
     // locks a byte of the same file. A single look may be wrong, for another session of ours may be looking just then;
-    // a long one looks again for a while before it says yes. Where nobody can tell, and where no locks can be had, one
-    // may be there.
+    // a long one looks again for a while before it says yes. True as well where the system does not tell, and where no
+    // locks can be taken.
     bool SeesOtherEngine(bool long_look = false);
 
     // Which process that is, for messages; empty where the system does not tell.
     std::u16string OtherEngine();
 
-    // Opens the lock file anew when somebody has taken it away: another engine comes to the one that is there.
-    // Problem() may change. Raises OperationCancelled.
+    // Opens the lock file anew when it was removed or replaced: another engine uses the one that is there. Problem()
+    // may change. Raises OperationCancelled.
     void ReturnToPlace();
 
     bool IsReserved() const { return writing_ != nullptr; }
 
-    // Whether nobody else has the database open. False where nobody can tell.
+    // Whether no other session has the database open. False where the system does not tell.
     bool IsAlone() const noexcept;
 
 private:

@@ -38,7 +38,7 @@ struct Frame {
     bool used = false;          // holds the page `number`
     bool dirty = false;         // differs from the file
     bool referenced = false;    // since the clock hand last passed
-    bool orphan = false;        // given up by the cache while a Page still looked at it
+    bool orphan = false;        // dropped by the cache while a Page still referred to it
     bool passing = false;       // its page was read in passing, see PageCache::passing_
     bool checked = false;       // its rows have been seen to fit together, and have only been changed by us since
     std::uint64_t changes = 0;  // grows before each change of the bytes
@@ -91,7 +91,7 @@ public:
     // Fills the parts with consecutive pages.
     virtual void Fetch(PageNumber first, std::span<const std::span<std::uint8_t>> parts) = 0;
 
-    // Whether pages up to this one may be fetched before somebody asks for them.
+    // Whether pages up to this one may be fetched before they are asked for.
     virtual bool MayReadAhead(PageNumber page) const = 0;
 
     // Brings changed pages into the file, so that their frames can be used for others.
@@ -108,7 +108,7 @@ public:
     Frame* Find(PageNumber number) const { return number < index_.size() ? index_[number] : nullptr; }
 
     // The page, fetched when it is not there. Pages that are missed in order are fetched ahead, and those of a long run
-    // do not stay when they are read for the first time: who reads a file once needs no memory for it.
+    // do not stay when they are read for the first time, so that reading a file once takes no memory.
     Frame* Load(PageNumber number);
 
     // A frame for a page that is not there, its bytes undefined.

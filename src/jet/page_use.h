@@ -1,4 +1,4 @@
-// Who uses which page of a database, as far as a check has come.
+// The owner of each page of a database, as far as a check has found it.
 #pragma once
 
 #include <string>

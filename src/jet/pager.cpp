@@ -60,7 +60,7 @@ void Pager::BeginChanging() {
     if (!file_.HasOneName()) Raise(ErrorNumber::ReadOnly, {FileName(), kManyNames});
     Begin([this] {
         share_.LockToChange();
-        file_.RequireInPlace();  // whoever had the file before may have put another one there
+        file_.RequireInPlace();  // the writer before may have put another file there
         NoticeUnfinished(true);
     });
 }
@@ -97,7 +97,7 @@ void Pager::WriteChanges(bool decides, const CommonJournal* common) {
     std::copy_n(counters, own_counters_.size(), own_counters_.begin());
 }
 
-// The change stands: nothing may fail from here on.
+// The change is committed: nothing may fail from here on.
 void Pager::Close() noexcept {
     if (change_.HasWritten()) {
         share_.Committed(own_counters_, std::uint64_t{page_count_} * GetFormat().page_size);
@@ -136,8 +136,8 @@ void Pager::CountChange() {
 
 // Others
 
-// What lies under the journal's name, whose owner is dead: nobody writes while we may read. It is resolved by whoever
-// can. A reader who cannot reads through the old images; one who wants to change the file must.
+// Deals with a journal that was left unfinished: its writer is dead, since no one writes while we may read. It is
+// resolved if that is possible. A reader that cannot do so reads through the old images; a writer must do it.
 void Pager::NoticeUnfinished(bool to_change) {
     std::optional<FoundJournal> found = FindJournal();
     if (!found && !unfinished_) return;
@@ -175,7 +175,7 @@ std::optional<FoundJournal> Pager::FindJournal() {
     return change_.FindJournal();
 }
 
-// The journal was compared with our file, and has its effect on the one that stands there, which is `file`.
+// The journal was compared with our file, but is applied to the one at the path, which is `file`.
 void Pager::ResolveJournal(File& file) {
     file_.RequireInPlace();
     if (!file.IsAt(Path())) Raise(ErrorNumber::DiskError, {FileName(), kReplaced});
@@ -257,7 +257,7 @@ MutablePage Pager::Write(PageNumber number) {
 void Pager::SetPassword(std::u16string_view password) {
     Join();
     RequireChange();
-    if (change_.IsNested()) Raise(ErrorNumber::InvalidOperation);  // its undoing would not bring the header back
+    if (change_.IsNested()) Raise(ErrorNumber::InvalidOperation);  // rolling it back would not restore the header
     Frame* frame = Load(0);
     WritePassword(password, {frame->data, GetFormat().page_size}, FileName());
     cache_.MarkDirty(*frame);

@@ -122,7 +122,7 @@ void CheckReferencingRows(const StoredTable& table, StoredTables& tables, const 
         if (cascades) continue;
         RowCursor cursor(*relation.other);
         if (!FindRelated(relation, old_row, cursor) || !cursor.Next()) continue;
-        // A row that refers to itself alone stands in nobody's way.
+        // A row that only refers to itself may be deleted.
         if (relation.other.get() == &table &&
             KeyValues(relation.own_columns, old_row) == KeyValues(relation.other_columns, old_row) && !cursor.Next()) {
             continue;

@@ -24,17 +24,17 @@ void CheckReferencedRows(const StoredTable& table, StoredTables& tables, const s
 void CheckReferencingRows(const StoredTable& table, StoredTables& tables, const std::vector<Value>& old_row,
                           const std::vector<Value>* new_row);
 
-// Rows of a related table that have to follow a change.
+// Rows of a related table that a change cascades to.
 struct Cascade {
     PageNumber table = 0;
     std::vector<RowPointer> rows;
     std::vector<ColumnChange> changes;  // none: the rows are deleted
 };
 
-// What referred to a deleted row goes with it, or is set to Null.
+// Rows that referred to a deleted row are deleted with it, or set to Null.
 std::vector<Cascade> CascadesOfDelete(const StoredTable& table, StoredTables& tables, const std::vector<Value>& row);
 
-// What referred to a row takes its changed key over.
+// Rows that referred to a row get its changed key.
 std::vector<Cascade> CascadesOfUpdate(const StoredTable& table, StoredTables& tables, const std::vector<Value>& old_row,
                                       const std::vector<Value>& new_row);
 

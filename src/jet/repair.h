@@ -1,12 +1,12 @@
-// Putting a database right where its rows tell what is right.
+// Rebuilding what follows from the rows of a database.
 #pragma once
 
 namespace qmtrain::jet {
 
 class Database;
 
-// Counts the rows and makes all indexes anew from them, but for those whose text order is not known. What is damaged
-// elsewhere cannot be told from anything: then FileDamaged is raised, and the file is as it was.
+// Counts the rows and makes all indexes anew from them, but for those whose text order is not known. Other damage
+// cannot be repaired: then FileDamaged is raised, and the file stays unchanged.
 void Repair(Database& database);
 
 }  // namespace qmtrain::jet

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kMaxHops = 8;
 
-// A scan lets so many rows come nearer in memory before it is their turn.
+// How many rows ahead a scan prefetches into the processor's cache.
 constexpr std::size_t kRowsAhead = 4;
 
 }  // namespace

@@ -18,7 +18,7 @@ inline constexpr std::int32_t kDatabasesContainer = 0x0F000002;
 inline constexpr std::int32_t kRelationshipsContainer = 0x0F000003;
 inline constexpr std::int32_t kDatabaseObject = 0x10000000;
 
-// Who owns objects and holds rights; Creator stands for whoever makes an object in a container.
+// Who owns objects and holds rights; Creator stands for the user who makes an object in a container.
 enum class User : std::uint8_t { Engine, Admin, Users, Creator };
 
 class SystemCatalog {
@@ -36,7 +36,7 @@ public:
     RowPointer AddObject(const CatalogObject& object, const Bytes& owner, const Bytes& properties);
     void AddAce(std::int32_t object, const Bytes& user, std::int32_t rights, bool inheritable);
 
-    // Gives an object the rights that its container hands on.
+    // Gives an object the inheritable rights of its container.
     void InheritAces(std::int32_t object, std::int32_t container);
 
     void RemoveObject(const CatalogObject& object);

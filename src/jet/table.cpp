@@ -289,7 +289,7 @@ void Table::WriteRowsFor(const TableDefinition& definition) {
     }
 }
 
-// What related tables do after a change here. A row may have gone with an earlier one.
+// Applies a change to related tables. A row may already be gone because of an earlier one.
 void Table::Follow(const std::vector<Cascade>& cascades) {
     for (const Cascade& cascade : cascades) {
         const std::shared_ptr<Table> other = tables_.TableAt(cascade.table);

@@ -24,7 +24,7 @@ public:
     // The table whose definition starts at this page.
     virtual std::shared_ptr<Table> TableAt(PageNumber page) = 0;
 
-    // As long as somebody keeps what is returned, the table cannot be dropped.
+    // As long as the returned object is kept, the table cannot be dropped.
     virtual std::shared_ptr<const void> Hold(const StoredTable& table) = 0;
 };
 
@@ -36,7 +36,7 @@ public:
     Tables& Owner() const { return tables_; }
 
     // Counted in an index or on the pages, since other programs may leave a wrong number in the definition. Once that
-    // has been seen to be right it is taken, for as long as nobody else changes the file.
+    // number has been found right it is used, as long as no other session changes the file.
     std::int64_t ExactRowCount() const;
 
     // One value per column: of the column's type, Null, or Empty for "not given" (an autonumber column then numbers
@@ -53,8 +53,8 @@ public:
     std::int32_t LastAutonumber() const { return last_autonumber_; }
 
     // Many rows one after the other: until EndInserts, their entries may be put into the indexes later than the rows
-    // into the table, in the order of their keys. Meanwhile nobody looks at the table, and a key that is there twice
-    // may show late.
+    // into the table, in the order of their keys. Meanwhile the table must not be read, and a duplicate key may be
+    // reported late.
     void BeginInserts();
     void EndInserts();
     void CancelInserts();
@@ -112,7 +112,7 @@ private:
         std::uint64_t head = 0;  // its first bytes, big end first
         std::uint32_t at = 0;    // in pending_bytes_
         std::uint16_t size = 0;
-        bool exempt = false;  // may be there twice in a unique index
+        bool exempt = false;  // may be a duplicate in a unique index
     };
     std::vector<bool> key_columns_;  // those that indexes and relationships need
     LeafHints hints_;

@@ -1,4 +1,4 @@
-// A file for what does not fit into memory for a while. Nobody else sees it, and it goes with its owner.
+// A file for what does not fit into memory for a while. No other process sees it, and it is deleted with its owner.
 #pragma once
 
 #include <memory>

@@ -139,8 +139,8 @@ void UsageMap::Set(PageNumber page, bool member) {
     SetReferenced(page, member, pager_.PageCount());
 }
 
-// The file has grown to where no map page speaks of free pages. One is made then, and not when a page there is given
-// back: a full file could not make room for it.
+// Whether the file has grown to where no map page covers free pages. One is made then, and not when a page there is
+// freed: a full file would have no room for it.
 bool UsageMap::LacksMapPage(PageNumber page) const {
     const Row row = Load();
     const std::size_t part = page / pager_.GetFormat().PagesPerMapPage();
@@ -263,7 +263,7 @@ MutablePage PageAllocator::Allocate(Bytes* before) {
         search_from_ = 1;
         generation_ = pager_.Generation();
     }
-    // Pages in the second map are free, but perhaps not for everybody yet.
+    // Pages in the second map are free, but perhaps not for all users yet.
     const UsageMap held_back(pager_, *this, {kGlobalMapPage, 1});
     UsageMap free = FreeMap();
     PageNumber found = free.Next(search_from_);
