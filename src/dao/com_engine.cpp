@@ -46,7 +46,7 @@ private:
     std::int32_t records_affected_ = 0;
 };
 
-// Lets go of the thread's engine when the thread's apartment is about to end: it is gone with it.
+// Releases the thread's engine when the thread's apartment is about to end, after which it would be invalid.
 class ApartmentSpy final : public automation::Unknown<IInitializeSpy> {
 public:
     HRESULT STDMETHODCALLTYPE PreInitialize(DWORD, DWORD) override { return S_OK; }

@@ -33,11 +33,11 @@ public:
 
     // Runs the body as one change: all that it changes happens or nothing. Our own engine keeps the file locked for
     // writing meanwhile, so that what the body reads stays true until its end; where the tables are on a server, the
-    // body runs again when somebody else has been first.
+    // body runs again when a conflicting change was committed first.
     virtual void Atomically(const std::function<void()>& body) = 0;
 
-    // The same for a body that may go on beside others who add rows: on a server it sees none of those added since its
-    // first statement, and nobody has to begin again.
+    // The same for a body that does not mind rows that others add meanwhile: on a server it sees none of those added
+    // since its first statement, and neither it nor the others have to run again.
     virtual void AtomicallyBeside(const std::function<void()>& body) { Atomically(body); }
 
     // The rows of a select, of a table or of a saved query. Raises InvalidOperation for what cannot be opened as a
@@ -46,20 +46,21 @@ public:
                                                      RecordsetType type = RecordsetType::Dynaset,
                                                      std::int32_t options = 0) = 0;
 
-    // What each statement may take, and each record set in all its calls together: what takes more ends with
-    // OperationCancelled or SystemResourceExceeded, and has changed nothing. Of time there is none unless it is set.
-    // They hold for what begins afterwards; under the machine's engine they mean nothing.
+    // Limits of each statement, and of each record set in all its calls together: what exceeds them ends with
+    // OperationCancelled or SystemResourceExceeded, and has changed nothing. There is no time limit unless one is set.
+    // They apply to what begins afterwards, and not under the machine's engine.
     virtual void Limits(const WorkLimits& /*limits*/) {}
 
     // From any thread, at any time: what is running on this database ends with OperationCancelled, one that waits for a
     // lock too. What begins afterwards runs. Under the machine's engine it does nothing.
     virtual void Cancel() noexcept {}
 
-    // Whether it has a table, or a link to one, of that name; a saved query is none. True where nobody can tell.
+    // Whether it has a table, or a link to one, of that name; a saved query is none. True where the engine does not
+    // tell.
     virtual bool HasTable(std::u16string_view /*name*/) { return true; }
 
     // "“龘”（U+9F98）", the first character of the text that the file's code page lacks: in Access 97 a text is in one.
-    // Empty when it lacks none, and where nobody can tell.
+    // Empty when it lacks none, and where the engine does not tell.
     virtual std::u16string LackingCharacter(std::u16string_view /*text*/) { return {}; }
 
     // Sets another password, none when it is empty. Raises PasswordInvalid when the old one is wrong, or the new one

@@ -18,8 +18,8 @@ struct FieldDef {
     bool required = false;
     bool allow_zero_length = true;
     std::u16string default_value;    // an expression
-    std::u16string validation_rule;  // what its values must be like: a condition, in which it need not be named
-    std::u16string validation_text;  // what is said of those that are not
+    std::u16string validation_rule;  // a condition that its values must meet, in which it need not be named
+    std::u16string validation_text;  // the message for values that do not
     int ordinal = 0;
     int collating_order = 0;  // of texts: the language's number
     int precision = 0;        // of decimals

@@ -44,8 +44,7 @@ std::unique_ptr<SystemEngine> ChosenEngine() {
 }
 #endif
 
-// Our own engine is there as long as this one. Whoever runs a host that knows nothing of servers allows them through
-// its environment.
+// Our own engine lives as long as this one. For a host that knows nothing of servers, its environment can allow them.
 Engine::Engine() {
     JetEngine::Instance();
     own_use_.links.servers = Setting("QMTRAININFO_SERVER_LINKS") == u"on";

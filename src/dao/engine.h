@@ -45,9 +45,9 @@ public:
     std::shared_ptr<Database> CreateDatabase(std::u16string_view name, std::u16string_view locale = {},
                                              std::int32_t options = 0);
 
-    // Copies a database that nobody is changing into a new file, without what has gathered in the old one, in another
-    // version, sort order or encoding, or with another password. `password`: ";PWD=" and that of the source. The source
-    // stays as it is, the target appears when it is whole. Raises DatabaseExists …
+    // Copies a database that is not being changed into a new file, without what the old one no longer uses; perhaps in
+    // another version, sort order or encoding, or with another password. `password`: ";PWD=" and that of the source.
+    // The source stays as it is, the target appears when it is whole. Raises DatabaseExists …
     void CompactDatabase(std::u16string_view source, std::u16string_view target, std::u16string_view locale = {},
                          std::int32_t options = 0, std::u16string_view password = {});
 
@@ -66,7 +66,7 @@ public:
     // setting says.
     void Use(std::unique_ptr<SystemEngine> engine);
 
-    // Lets go of this thread's engine of the machine; the next database that is opened chooses anew. Requires: no
+    // Releases this thread's engine of the machine; the next database that is opened chooses anew. Requires: no
     // database is open on this thread.
     void ReleaseSystem();
 

@@ -20,7 +20,7 @@ namespace {
 class LastErrors {
 public:
     void Set(const AutomationError& error) {
-        constexpr std::size_t kMostThreads = 256;  // those that have ended are not told
+        constexpr std::size_t kMostThreads = 256;  // the end of a thread is not reported here
         const std::scoped_lock lock(mutex_);
         if (errors_.size() >= kMostThreads) errors_.clear();
         errors_[std::this_thread::get_id()] = std::make_shared<ErrorObject>(error);

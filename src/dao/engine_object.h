@@ -49,7 +49,7 @@ public:
     }
 
     // Raises what Engine::OpenDatabase raises; `exclusive` keeps others from opening the database: FileInUse when
-    // somebody has it open, OperationNotSupported where they cannot be kept out.
+    // another session has it open, OperationNotSupported where others cannot be kept out.
     std::shared_ptr<DatabaseObject> OpenDatabase(std::u16string_view name, bool exclusive, bool read_only,
                                                  std::u16string_view connect);
     std::shared_ptr<DatabaseObject> CreateDatabase(std::u16string_view name, std::u16string_view locale,

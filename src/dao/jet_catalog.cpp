@@ -37,7 +37,7 @@ std::optional<std::u16string> JetCatalog::FindQuery(std::u16string_view name) {
     return SelectOfQuery(database_, name);
 }
 
-// While the links look into a statement they ask this catalogue themselves.
+// While the links analyse a statement, they use this catalogue themselves: no delegation within that.
 std::shared_ptr<const sql::ast::Select> JetCatalog::Delegate(const sql::ast::Select& select) {
     if (delegating_) return nullptr;
     const Delegating now(delegating_);

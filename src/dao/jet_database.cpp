@@ -41,8 +41,8 @@ private:
     bool open_ = true;
 };
 
-// The server refuses the change when somebody else was first: then it is tried again, unless a transaction around it
-// has seen the old state already.
+// The server refuses the change when a conflicting one was committed first: then it is tried again, unless a
+// transaction around it has already read the old state.
 void AtomicallyOnServers(jet::Database& storage, const std::function<void()>& body) {
     constexpr int kMostTries = 50;
     constexpr int kLongestPause = 20;  // milliseconds, of the first one
@@ -108,7 +108,7 @@ jet::PagerOptions StorageOptions(const DatabaseOptions& options) {
             .links_in_network = options.links.network};
 }
 
-// Whether a text may be meant for a name: a statement has signs that few names have.
+// Whether a text may be meant as a name: statements have characters that few names have.
 bool LooksLikeName(std::u16string_view text) {
     return !text.empty() && text.size() <= jet::kMaxNameLength && text.find_first_of(u"*,;()='\"") == text.npos;
 }
@@ -344,7 +344,7 @@ std::u16string JetDatabase::LackingCharacter(std::u16string_view text) {
 }
 
 void JetDatabase::NewPassword(std::u16string_view old_password, std::u16string_view new_password) {
-    // In "…;PWD=…" nobody could give it.
+    // Such a password could not be given in "…;PWD=…".
     if (new_password.find(u';') != new_password.npos) Raise(ErrorNumber::InvalidArgument, {u"密码不能含有分号。"});
     Storage().NewPassword(old_password, new_password);
 }

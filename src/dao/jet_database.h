@@ -36,7 +36,7 @@ class OdbcLinks;
 // How a file is opened or made.
 struct DatabaseOptions {
     bool read_only = false;
-    bool exclusive = false;  // nobody else may have it open
+    bool exclusive = false;  // no other session may have it open
     std::u16string password = {};
     LinkRights links = {.write = true};
     std::shared_ptr<jet::Session> session = nullptr;  // empty: one of its own
@@ -69,7 +69,7 @@ public:
     void Close() override;
     bool IsOpen() const override { return storage_ != nullptr; }
 
-    // A part of a statement, or of a record set's calls, of which `spent` remembers how long they took.
+    // A part of a statement, or of a record set's calls, whose time and memory so far are in `taken`.
     Work Begin(WorkTaken* taken = nullptr) const;
 
     // The same with values for parameters. `name`: what the record set is called.
@@ -99,9 +99,9 @@ public:
     void CreateTable(const TableDef& table);
     void AddField(std::u16string_view table, const FieldDef& field);
 
-    // What is said of a field besides its name and type: whether it is required, its default value, its rule; the same
-    // of a table. The rows that are there are not looked at. Raises SyntaxInExpression and the like for what cannot be
-    // read.
+    // The settings of a field besides its name and type: whether it is required, its default value, its rule; and the
+    // rule of a table. Existing rows are not checked. Raises SyntaxInExpression and the like for a text that cannot be
+    // parsed.
     void ChangeField(std::u16string_view table, const FieldDef& field);
     void ChangeRule(std::u16string_view table, const ValidationRule& rule);
     void CreateIndex(std::u16string_view table, const IndexDef& index);
@@ -123,7 +123,7 @@ public:
     void RefreshLink(std::u16string_view name, std::u16string_view connect = {});
 
     // User and password for links to servers that have none of their own: "ODBC;UID=…;PWD=…". Where it says more, it is
-    // for links to that place alone. Whoever opens the file in this process from now on has it too, as with DAO.
+    // for links to that place alone. All who open the file in this process from now on have it too, as with DAO.
     void ServerLogin(std::u16string_view connect);
 
     // Grows with each change that is known here, on servers too. May be asked by any thread.

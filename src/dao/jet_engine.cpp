@@ -27,7 +27,7 @@ JetEngine& JetEngine::Instance() {
     return engine;
 }
 
-// Of the thread that calls. Those that nobody uses any more are forgotten.
+// The session of the calling thread. Sessions that are no longer used are dropped.
 std::shared_ptr<jet::Session> JetEngine::OwnSession() {
     const std::scoped_lock lock(mutex_);
     std::erase_if(sessions_,

@@ -1,4 +1,4 @@
-// Record sets that are made from one, and the same one anew.
+// Record sets that are made from another one, and reopening one.
 #include "core/error.h"
 #include "dao/jet_recordset.h"
 #include "jet/database.h"

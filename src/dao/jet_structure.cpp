@@ -49,7 +49,7 @@ sql::Index IndexOf(const IndexDef& index, const std::vector<sql::Column>& column
     return made;
 }
 
-// Raises SyntaxInExpression and the like for a rule that nobody can read.
+// Raises SyntaxInExpression and the like for a rule that cannot be parsed.
 void CheckRules(const std::u16string& table, const std::vector<sql::Column>& columns, const ValidationRule& of_rows) {
     const sql::RowRules rules(table, columns, of_rows);
 }

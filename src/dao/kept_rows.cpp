@@ -38,10 +38,10 @@ void KeptRows::FillBlock(std::int64_t index) {
             if (at >= Fetched() && !NextRow()) return;
             WidenBlock(goes_on, ++at);
         }
-        // Whoever reads the last row asks next whether there is another one.
+        // After the last row a caller asks whether there is another one.
         if (at == Fetched() && !complete_ && query_->NextIsCheap()) NextRow();
     } catch (const AutomationError&) {
-        // A row that cannot be read is a matter of those who come to it.
+        // A row that cannot be read is an error for the call that reaches it.
         if (Fetched() <= index) throw;
         search_failure_ = std::current_exception();
     }

@@ -60,10 +60,10 @@ public:
     // The current row, if it is still the one that it was. Raises NoCurrentRecord, RecordDeleted, RecordChanged.
     virtual sql::RowId Recognise() = 0;
 
-    // By which a row is known again.
+    // Identifies a row, see sql::RowIdentity.
     virtual std::uint64_t IdentityOf(sql::RowId row) = 0;
 
-    // What has been done, with the row's identity from then on. The current row stays.
+    // To be told of changes, with the row's identity after them. The current row stays.
     virtual void Changed(std::uint64_t identity) = 0;
     virtual Bytes Added(sql::RowId row, std::uint64_t identity) = 0;
     virtual void Deleted() = 0;

@@ -8,16 +8,16 @@
 namespace qmtrain::dao {
 namespace {
 
-// A server is asked for so many rows at least that have been fetched before.
+// At least this many rows that were fetched before are asked of a server at once.
 constexpr std::int64_t kRowsOfAnswer = 16;
 
 // In the first block long values are read with their rows, as long as they are short ones.
 constexpr std::size_t kMaxFirstBytes = std::size_t{16} << 10;
 
-// For so long a row of a server may be edited as it was fetched; an update compares it anyway.
+// How long a row of a server may be edited as it was fetched; an update compares it anyway.
 constexpr std::chrono::seconds kFresh{1};
 
-// Many lists are no longer.
+// Many lists have no more rows than this.
 constexpr std::size_t kUsualRows = 8;
 
 }  // namespace
@@ -108,10 +108,10 @@ void PlaceList::FillBlock(std::int64_t index) {
             Cover();
             WidenBlock(goes_on, ++at);
         }
-        // Whoever reads the last row asks next whether there is another one.
+        // After the last row a caller asks whether there is another one.
         if (at == Fetched() && !complete_ && query_->NextIsCheap()) NextRow();
     } catch (const AutomationError&) {
-        // A row that cannot be read is a matter of those who come to it.
+        // A row that cannot be read is an error for the call that reaches it.
         if (at == index && Fetched() <= index) throw;
         (Fetched() > at ? failure_ : search_failure_) = std::current_exception();
     }
@@ -164,7 +164,7 @@ bool PlaceList::MoveTo(const Place& place) {
     if (is_remote_) return true;
     const std::uint64_t identity = reader_->Identity();
     if (identity == place.identity) return true;
-    // Where only its content tells a row, a changed one counts as the same until it is to be changed here.
+    // Where only its content identifies a row, a changed one counts as the same until it is to be changed here.
     return !reader_->HasKeyIdentity();
 }
 

@@ -1,4 +1,4 @@
-// The rows of a dynaset: where they are, by which they are known again, and the values of a block of them.
+// The rows of a dynaset: where they are, their identities, and the values of a block of them.
 #pragma once
 
 #include <algorithm>
@@ -26,10 +26,10 @@ public:
     // ---- changes; they need a scope ----
 
     // The row, if it is still the one that was fetched; one of a server without asking that. Raises RecordDeleted;
-    // RecordChanged when nothing but its content tells it, and that has changed.
+    // RecordChanged when nothing but its content identifies it, and that has changed.
     sql::RowId Recognise(std::int64_t index);
 
-    // By which a row is known again.
+    // Identifies a row, see sql::RowIdentity.
     std::uint64_t IdentityOf(sql::RowId row);
 
     // After the row was changed.
@@ -88,7 +88,7 @@ private:
 
     struct ColumnState {
         bool is_long = false;
-        // Long values that nobody asks for are left out from the second block on: they are Empty there.
+        // Long values that were not asked for are left out from the second block on: they are Empty there.
         bool asked_for = false;
         bool left_out = false;
         std::uint64_t read_from = 0;  // the image that the value in current_ was read from

@@ -10,7 +10,7 @@
 namespace qmtrain::dao {
 namespace {
 
-using namespace sql::ast;  // its nodes are taken apart here
+using namespace sql::ast;  // its nodes are visited here
 
 class Parts {
 public:

@@ -1,4 +1,4 @@
-// A select taken apart, as a file keeps saved queries.
+// A select split into the parts in which a file stores saved queries.
 #pragma once
 
 #include <vector>

@@ -108,7 +108,7 @@ public:
     virtual void Delete() = 0;
     virtual dao::EditMode EditMode() = 0;
 
-    // Kept and told, no more: rows are locked while they are written.
+    // Stored and returned, without effect: rows are locked while they are written.
     virtual bool LockEdits() = 0;
     virtual void LockEdits(bool pessimistic) = 0;
 
@@ -166,7 +166,7 @@ public:
     // Whether changes can be undone by a transaction.
     virtual bool Transactions() = 0;
 
-    // Of dynasets: kept and told, no more.
+    // Of dynasets: stored and returned, without effect.
     virtual std::int32_t CacheSize() = 0;
     virtual void CacheSize(std::int32_t rows) = 0;
     virtual Bytes CacheStart() = 0;

@@ -54,8 +54,8 @@ public:
 private:
     enum class TypeClass : std::uint8_t { Null, Boolean, Whole, Number, Exact, Date, Text, Other };
 
-    // By what order of the server's texts are compared: without that of a column case counts, which makes no
-    // difference where there are no letters.
+    // The collation by which the server compares texts: without that of a column case counts, which makes no difference
+    // where there are no letters.
     enum class TextCollation : std::uint8_t { None, Cased, Column };
 
     struct Fragment {

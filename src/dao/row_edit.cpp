@@ -8,7 +8,7 @@
 namespace qmtrain::dao {
 namespace {
 
-// A scope in which a row is changed: the file is kept for writing. For a row on a server nobody looks at the file.
+// A scope in which a row is changed: the file is locked for writing. For a row on a server the file is not used.
 class ChangeScope {
 public:
     ChangeScope(jet::Database& storage, const sql::Table& table) {
@@ -56,7 +56,7 @@ void RowEdit::Add() {
     mode_ = EditMode::Add;
 }
 
-// What others have changed meanwhile counts.
+// The edit begins with the row as it is now, with the changes of others.
 void RowEdit::Change() {
     {
         std::optional<jet::Database::Reading> reading;
@@ -117,7 +117,7 @@ void RowEdit::Update() {
     mode_ = EditMode::None;
 }
 
-// Nobody has kept the row as it was when the edit began.
+// The values at the beginning of the edit: no lock has kept the row unchanged since.
 std::vector<sql::Assignment> RowEdit::Seen() const {
     std::vector<sql::Assignment> seen;
     for (std::size_t i = 0; i < Width(); ++i) {
@@ -144,7 +144,7 @@ bool RowEdit::TakeOriginals(sql::Table& table, sql::RowId row) {
     return same;
 }
 
-// Once somebody has been told that the row was changed, he may write over it.
+// Once the caller has been told that the row was changed, the next Update may overwrite it.
 sql::RowId RowEdit::RequireUnchanged(sql::Table& table) {
     sql::RowId row;
     try {

@@ -31,7 +31,7 @@ public:
     // Whether a column is one of the table that is edited.
     bool CanSet(int column) const;
 
-    // Writes the row. When it fails the edit goes on, so that it can be corrected or given up.
+    // Writes the row. When it fails the edit goes on, so that it can be corrected or cancelled.
     void Update();
 
     // Deletes the current row.

@@ -81,13 +81,13 @@ void RowList::ReachAll() {
 }
 
 bool RowList::NextRow() {
-    if (called_off_) std::rethrow_exception(called_off_);
+    if (cancelled_) std::rethrow_exception(cancelled_);
     if (search_failure_) std::rethrow_exception(std::exchange(search_failure_, nullptr));
     try {
         return FindRow();
     } catch (const AutomationError& error) {
         const bool limited = error.Is(ErrorNumber::OperationCancelled) || error.Is(ErrorNumber::SystemResourceExceeded);
-        if (limited) called_off_ = std::current_exception();
+        if (limited) cancelled_ = std::current_exception();
         throw;
     }
 }

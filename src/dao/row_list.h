@@ -32,7 +32,7 @@ public:
     RowList& operator=(const RowList&) = delete;
     virtual ~RowList() = default;
 
-    // By which bookmarks tell the list.
+    // Identifies the list in bookmarks.
     std::uint32_t Number() const { return number_; }
 
     const sql::Query& GetQuery() const { return *query_; }
@@ -56,7 +56,7 @@ public:
     // All values of a row that has been reached, as they are now. Raises RecordDeleted.
     virtual void ReadRow(std::int64_t index, std::vector<Value>& values) = 0;
 
-    // The same for whoever looks at many rows: those of a server come in blocks, and are as fresh as these.
+    // The same for reading many rows: those of a server come in blocks, and are as fresh as these.
     virtual void LookAt(std::int64_t index, std::vector<Value>& values) { ReadRow(index, values); }
 
 protected:
@@ -84,7 +84,7 @@ protected:
     // Rows that were fetched ahead, and have been deleted since, never belonged to the record set.
     virtual void DropDeletedAhead() {}
 
-    // The same, unless the search was called off: then it is over.
+    // The same; a search that was cancelled stays ended, with the same error.
     bool NextRow();
 
     void StartBlock(bool goes_on);
@@ -108,7 +108,7 @@ protected:
 
 private:
     std::uint32_t number_;
-    std::exception_ptr called_off_;  // why the search for rows has ended
+    std::exception_ptr cancelled_;  // why the search for rows has ended
 };
 
 // A block has about no more bytes of texts.

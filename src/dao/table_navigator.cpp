@@ -12,7 +12,7 @@
 namespace qmtrain::dao {
 namespace {
 
-// A row of a table, and by what it is known again.
+// A row of a table, and its identity.
 struct TableBookmark {
     std::uint64_t identity;
     std::uint32_t row;
@@ -310,7 +310,7 @@ Bytes TableNavigator::Added(sql::RowId row, std::uint64_t identity) {
     return bytes;
 }
 
-// Its place in the order is still known, for whoever moves on.
+// Its place in the order is kept, for the next move.
 void TableNavigator::Deleted() {
     deleted_ = true;
     loaded_ = false;

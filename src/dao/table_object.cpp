@@ -14,14 +14,14 @@ std::shared_ptr<T> Expect(const AnyObject& object) {
     return *found;
 }
 
-// What is still being put together may be changed.
+// The definition, to be changed. Raises InvalidOperation once the object has been appended.
 template <class Definition>
 Definition& RequireNew(Definition& definition, bool appended) {
     if (appended) Raise(ErrorNumber::InvalidOperation);
     return definition;
 }
 
-// Fields that are only gathered.
+// A collection of fields for an object that is not in a database yet.
 Collection::Hooks Gathered(const bool& appended, std::vector<AnyObject> fields = {}) {
     return {[fields = std::move(fields)] { return fields; },
             [&appended](const AnyObject& object) {

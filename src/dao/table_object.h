@@ -1,7 +1,7 @@
 // TableDef, Index, Relation and their fields, as DAO has them: put together first, then appended to a database.
 //
-// What is in a database already says how it is, and raises InvalidOperation when it is set; statements change it.
-// Rules, default values, Required and AllowZeroLength of its fields can be set.
+// Properties of objects that are in a database can be read; setting them raises InvalidOperation, for statements change
+// them. Rules, default values, Required and AllowZeroLength of its fields can be set.
 #pragma once
 
 #include <cstdint>

@@ -68,7 +68,7 @@ CodePage::CodePage(int number) : number_(number) {
     }
 }
 
-// All pairs of one lead byte in lines of their own: those that come back as one character exist.
+// Converts all pairs of one lead byte, each in a line of its own: pairs that become one character exist.
 void CodePage::FillPairs(std::uint8_t lead) {
     std::string lines;
     for (int trail = kFirstTrail; trail <= kLastTrail; ++trail) {

@@ -1,4 +1,4 @@
-// Bytes of old texts as characters, quickly: a code page is unfolded into tables when it is first used.
+// Bytes of old texts as characters, quickly: a code page is expanded into tables when it is first used.
 #pragma once
 
 #include <array>

@@ -20,7 +20,7 @@ std::optional<PixelSize> Size(std::int64_t width, std::int64_t height) {
 }
 
 // The header must be the first chunk after the signature and have its fixed length: a decoder that met another chunk
-// there would go on to a header that nobody has checked.
+// there would go on to a header that was not checked.
 std::optional<PixelSize> PngSize(ByteSpan bytes) {
     constexpr std::uint32_t kHeaderLength = 13;
     constexpr std::uint32_t kHeader = 0x49484452;  // IHDR

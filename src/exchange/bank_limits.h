@@ -14,7 +14,7 @@ std::u16string PartsWithoutColumn(const TableInfo& info, const Question& questio
 // The question without them: nothing is said of what the bank cannot have.
 Question WithoutUnheldParts(const TableInfo& info, Question question);
 
-// Why a question that somebody has written would not be in the bank as it was written; empty when it would.
+// Why the bank could not hold a question exactly as it was written; empty when it could.
 std::u16string ProblemOfSaving(const TableInfo& info, const Question& question);
 
 // "题库是 Access 97 的格式，存不下题干中的字符“龘”（U+9F98）。", the first character that the code page of the bank's

@@ -57,7 +57,7 @@ public:
 
     // Under question.rec_no. `subject` is what goes into the rows.
     void Add(const Question& question, std::int32_t subject);
-    // Writes what differs between what the bank has and what it is to have: what nobody changed stays as it was stored.
+    // Writes what differs between `before`, which the bank has, and `after`: unchanged parts stay as they were stored.
     void Change(const Question& before, const Question& after);
     void Remove(std::u16string_view rec_no);
 

@@ -29,7 +29,7 @@ void RequireFile(const std::u16string& file, const BankEntry& bank) {
             }
         });
     } catch (const AutomationError& error) {
-        // Somebody else has been first; whether the file is empty is seen under its lock.
+        // Another process has made the file meanwhile; whether it is empty is checked under its lock.
         if (!error.Is(ErrorNumber::DatabaseExists)) throw;
     }
 }
@@ -89,7 +89,7 @@ void CarryOut(std::u16string_view folder, const ImportPlan& plan, std::span<cons
     // Record sets and databases close before the transaction is undone.
     dao::Transaction transaction;
     const dao::Connection database(file);
-    // Nobody else writes between the look at the bank and the first change.
+    // No other writer may come between reading the bank and the first change.
     database->Atomically([&] {
         BankRows rows(*database.operator->(), plan.bank.code);
         const auto before_writing = [&](std::size_t, std::size_t) { return !progress || progress(0, 1); };

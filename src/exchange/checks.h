@@ -10,7 +10,7 @@
 
 namespace qmtrain::exchange {
 
-// Adds the question to the import when a bank can hold it, and tells why when not. `problems` are what the reader has
+// Adds the question to the import when a bank can hold it, and reports why when not. `problems` are what the reader has
 // found itself: with one of them the question is not added.
 void AddChecked(Import& import, Question question, const TextNotes& notes);
 

@@ -46,8 +46,8 @@ bool CsvReader::Next(CsvRow& row) {
     }
 }
 
-// Ends before a separator or a line end. What follows a closing quote belongs to the cell; so do the quotes where
-// they were not needed: “"栈"的特点” is a text that somebody has put between separators as it was.
+// Ends before a separator or a line end. What follows a closing quote belongs to the cell; so do the quotes where they
+// were not needed: “"栈"的特点” is a text that was put between separators without quoting it.
 std::u16string CsvReader::ReadCell(bool& open_quote) {
     std::u16string cell;
     const std::size_t begin = at_;

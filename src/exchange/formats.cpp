@@ -53,7 +53,7 @@ bool HasLine(std::u16string_view text, std::u16string_view beginning) {
     return text.starts_with(beginning) || text.find(u'\n' + std::u16string(beginning)) != std::u16string_view::npos;
 }
 
-// Its whole lines, as far as they are text: what is none will be told of when it is read.
+// Its whole lines, as far as they are text: bytes that are none are reported when the file is read.
 std::u16string BeginningOf(std::string_view bytes) {
     constexpr std::size_t kEnough = std::size_t{1} << 16;
     if (bytes.size() > kEnough) {

@@ -35,8 +35,8 @@ Import ReadMoodleXml(std::string bytes, const Progress& progress = {});
 // The format is given, or found out.
 Import ReadFile(std::u16string_view file, std::optional<QuestionFormat> format = {}, const Progress& progress = {});
 
-// In UTF-8. What the format has no place for is told in `notices`. Reading it again gives the same questions, but for
-// that. Aiken is not written: it holds too little. Requires: any other format.
+// In UTF-8. What the format has no place for is reported in `notices`. Reading the result gives the same questions,
+// without that. Aiken is not written: it holds too little. Requires: any other format.
 std::string WriteQuestions(std::span<const Question> questions, QuestionFormat format, std::vector<Notice>& notices,
                            const Progress& progress = {});
 // "18 题", "18 题，另有 2 题没有导出": what came of so many questions, by the writer's notices.

@@ -13,7 +13,7 @@
 
 namespace qmtrain::exchange {
 
-// Deeper elements are told of and not read: the parsers take time or stack for each level.
+// Deeper elements are reported and not read: the parsers take time or stack for each level.
 inline constexpr int kDeepestElement = 256;
 inline constexpr const char16_t* kTooDeep = u"元素嵌套太深。";
 

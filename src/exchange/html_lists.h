@@ -24,7 +24,8 @@ public:
     int Level() const;
     std::u16string NextBullet(const Attributes& attributes);
 
-    // Whether one was numbered backwards from a number that only the count of its items tells: it is from 1 upwards.
+    // Whether a list was numbered backwards from the number of its items, which is not known yet: it is numbered from 1
+    // upwards instead.
     bool TookTurned() const { return took_turned_; }
 
 private:

@@ -43,7 +43,7 @@ class HtmlText {
 public:
     HtmlText(const PictureFiles& files, TextNotes& notes) : files_(files), notes_(notes) {}
 
-    // Who calls the others, so that it can be told to stop.
+    // The parser that calls the other functions, so that it can be stopped.
     void ReadBy(xmlParserCtxt* parser) { parser_ = parser; }
 
     void Start(std::string_view name, const xmlChar** attributes);

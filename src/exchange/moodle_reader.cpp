@@ -35,7 +35,7 @@ std::u16string_view ReasonOf(pugi::xml_parse_status status) {
     }
 }
 
-// Whole elements are taken out of the tree by calls within calls, one for each level.
+// Elements are removed from the tree by recursive calls, one for each level.
 bool IsTooDeep(pugi::xml_node node) {
     struct : pugi::xml_tree_walker {
         bool for_each(pugi::xml_node&) override { return depth() < kDeepestElement; }
@@ -87,7 +87,7 @@ PictureFiles FilesOf(pugi::xml_node element) {
     };
 }
 
-// Where the lines of a text end, after the text itself has been taken apart.
+// Where the lines of a text end; the text itself is overwritten while it is parsed.
 class LineEnds {
 public:
     explicit LineEnds(std::string_view text) : ends_(text.size()) {

@@ -1,4 +1,4 @@
-// A question as no format and no bank has it: what readers make, and writers and banks take.
+// A question, independent of formats and banks: readers make it, writers and banks take it.
 #pragma once
 
 #include <cstddef>
@@ -53,7 +53,7 @@ struct Question {
     bool operator==(const Question&) const = default;
 };
 
-// What is told of a file before anything is written.
+// What is reported of a file before anything is written.
 struct Notice {
     enum class Kind : std::uint8_t {
         Changed,  // something comes over in another form than it had
@@ -125,8 +125,8 @@ document::ParagraphFormat ItemFormat(std::u16string bullet, int level);
 // cannot be read in place of half a surrogate pair.
 std::u16string Readable(std::u16string_view text);
 
-// As somebody can type it: Readable, in blanks for tabs, without characters that nobody sees, which come along with
-// what is copied from web pages, and without blanks at its ends.
+// As it could be typed: Readable, with blanks for tabs, without the invisible characters that come with text copied
+// from web pages, and without blanks at its ends.
 std::u16string Typed(std::u16string_view text);
 
 bool IsEmpty(const document::RichText& text);

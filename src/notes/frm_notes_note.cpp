@@ -29,8 +29,8 @@ void FrmNotes::LeavePreviousNode() {
     editing_.SavedOnLeaving();
 }
 
-// Unlike another node, closing gives the text up for good: it can be called off, and a text that cannot be saved keeps
-// the window open on its note.
+// Unlike selecting another node, closing discards the text for good: so it can be cancelled, and a text that cannot be
+// saved keeps the window open on its note.
 bool FrmNotes::MayClose() {
     const wxTreeItemId node = NodeOf(selected_key_);
     if (!editing_.Unsaved() || !node.IsOk()) return true;

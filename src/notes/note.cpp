@@ -89,7 +89,7 @@ bool Note::Add(std::int32_t nSubjectCode, std::u16string_view strDataCode, std::
         rows->Update();
         return true;
     };
-    // Nobody else may add the same note between the test and the adding.
+    // No other program may add the same note between the test and the insertion.
     return Trapped(u"Note.Add", false, [&](bool& result) {
         bool added = false;
         database_->Atomically([&] { added = add(); });

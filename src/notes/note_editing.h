@@ -21,8 +21,8 @@ public:
     // A key in the note or its name; false when nothing came of it.
     bool Typed();
 
-    // Another node is about to be selected: whether the changes are to be asked for. They are given up then, unless the
-    // answer is to save them.
+    // Another node is about to be selected: whether the user is to be asked about the changes. They are discarded then,
+    // unless the answer is to save them.
     bool Leave();
     void SavedOnLeaving() { save_enabled_ = false; }
 

@@ -47,8 +47,8 @@ std::int32_t TrainInfo::AddNewTrain(Date dStartDate, const std::int32_t& nUserId
         const auto rows = database_->OpenRecordset(u"Select Top 1 * From TrainInfo Order by TrainID Desc");
         if (HasRow(*rows)) result = ToLong(rows->Fields(u"TrainId").Value());
     };
-    // The highest number is the new training's own only as long as nobody else can add one, or none is seen that was
-    // added meanwhile.
+    // The highest number is the new training's own only as long as no other program can add one, or none is seen that
+    // was added meanwhile.
     return Trapped(u"AddNewTrain", std::int32_t{-1}, [&](std::int32_t& result) {
         std::int32_t added = -1;
         database_->AtomicallyBeside([&] { add(added); });

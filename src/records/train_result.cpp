@@ -40,7 +40,7 @@ bool TrainResult::Add(std::int32_t nTrainId, std::int32_t nQuestionType, std::u1
                       std::int32_t nDistin, std::int32_t nDifficult, std::int32_t nQuestionNo) {
     return Trapped(u"TrainResult.Add", false, [&](bool& result) {
         if (!InitDB()) return;
-        // Nobody looks at the row: a server is not asked for it.
+        // No existing row is needed, so a server is not asked for any.
         auto rows =
             database_->OpenRecordset(u"Select top 1 * From TrainResult", dao::RecordsetType::Dynaset, dao::kAppendOnly);
         rows->AddNew();

@@ -27,7 +27,8 @@ void Print(wxWindow* parent, const Report& report);
 // "导出为网页…", "导出为 CSV…", "导出为 PDF…", "打印预览…", "打印…".
 void AppendExportItems(wxMenu& menu);
 
-// Does what the item says; false for an item of somebody else's. Asks where to, and tells the user what went wrong.
+// Does what the item says; false for an item that is not one of these. Asks where to, and tells the user what went
+// wrong.
 bool RunExportItem(wxWindow* parent, int item, const std::function<Report()>& make);
 
 // The items alone, as a popup menu.

@@ -135,8 +135,8 @@ void GiveArray(Variant& value, VARTYPE element, SAFEARRAY*& variable) {
     GiveSafeArray(OwnedSafeArray(V_ARRAY(&detached)), variable);
 }
 
-// Into a variable that holds values of any type. Bytes stay what they are, for whoever takes them whole; other arrays
-// are for scripts.
+// Into a variable that holds values of any type. Arrays of bytes stay as they are, for clients that take them whole;
+// other arrays are converted for scripts.
 void GiveToVariable(Variant& value, VARIANT& variable) {
     const VARTYPE type = V_VT(&value.Get());
     const VARTYPE held = V_VT(&variable);

@@ -77,7 +77,7 @@ const Class& ClassOf();
 // information.
 HRESULT AnswerException(const ServedObject& object) noexcept;
 
-// Keeps an object while a client's call is in it: the client may let go of it meanwhile, from an event for example.
+// Keeps an object alive during a client's call: the client may release it meanwhile, from an event for example.
 class Held {
 public:
     explicit Held(ServedObject& object);

@@ -111,7 +111,7 @@ HRESULT STDMETHODCALLTYPE Events::Point::Advise(IUnknown* sink, DWORD* cookie) {
 HRESULT STDMETHODCALLTYPE Events::Point::Unadvise(DWORD cookie) {
     const auto gone = std::ranges::find(events_.listeners_, cookie, &Listener::cookie);
     if (gone == events_.listeners_.end()) return CONNECT_E_NOCONNECTION;
-    const ComPtr<IUnknown> sink = std::move(gone->sink);  // let go of last: its end may come back here
+    const ComPtr<IUnknown> sink = std::move(gone->sink);  // released last: its destructor may call back
     events_.listeners_.erase(gone);
     return S_OK;
 }

@@ -21,7 +21,7 @@ public:
     HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** out) override;
     HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID id, IConnectionPoint** out) override;
 
-    // Tells each listener. What goes wrong on its side is its own affair.
+    // Calls each listener. Errors of a listener are ignored.
     void Raise(DISPID event, std::span<const Value> arguments);
 
 private:

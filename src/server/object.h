@@ -21,7 +21,7 @@ IDispatch* WrapInstance(const Class& made_of, std::shared_ptr<void> instance);
 // The instance that an object of the class stands for; none for any other object.
 std::shared_ptr<void> UnwrapInstance(const Class& made_of, IDispatch* object);
 
-// Raises the event of an object of a class that has events, with whoever is listening.
+// Raises an event for all listeners of the object, whose class has events.
 void RaiseEvent(ServedObject& object, DISPID event, std::span<const Value> arguments);
 
 template <class C>

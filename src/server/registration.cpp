@@ -75,7 +75,7 @@ public:
         key.Set(name, value);
     }
 
-    // A key that is not there is as good as gone.
+    // A missing key counts as deleted.
     void Delete(const std::wstring& path) const {
         const LSTATUS status = RegDeleteTreeW(root_, Full(path).c_str());
         if (status != ERROR_FILE_NOT_FOUND) Require(status);

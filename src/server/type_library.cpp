@@ -90,7 +90,7 @@ ComPtr<ITypeInfo> TypeInformation(const GUID& id) {
 void OpenTypeLibrary() noexcept {
     try {
         TypeLibrary();
-    } catch (...) {  // NOLINT: told to who asks for a description
+    } catch (...) {  // NOLINT: raised again for the caller that asks for a description
     }
 }
 

@@ -16,8 +16,8 @@ namespace qmtrain::server {
 // The description of an interface or class in the type library. Raises an error when there is none.
 automation::ComPtr<ITypeInfo> TypeInformation(const GUID& id);
 
-// Takes hold of the type library in the library's file, while that is the file which this code came from: an update
-// puts another one in its place. What fails here fails again where the type library is needed.
+// Opens the type library in the library's file while that is still the file that this code was loaded from: an update
+// puts another one in its place. A failure here shows again where the type library is needed.
 void OpenTypeLibrary() noexcept;
 
 // Ends the library's use of its type library.

@@ -8,8 +8,8 @@
 
 namespace qmtrain::sql {
 
-// A number by which a row is known again: of the values of its primary key, or another unique index without Nulls; of
-// all it holds where the table has neither. A server's row is known by its place.
+// A number that identifies a row, made of the values of its primary key, or another unique index without Nulls; of all
+// its values where the table has neither. A server's row is identified by its RowId.
 class RowIdentity {
 public:
     explicit RowIdentity(const Table& table);

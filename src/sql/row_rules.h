@@ -13,7 +13,7 @@ namespace qmtrain::sql {
 
 class RowRules {
 public:
-    // The columns must outlive it. Raises SyntaxInExpression and the like for a rule that nobody can read.
+    // The columns must outlive it. Raises SyntaxInExpression and the like for a rule that cannot be parsed.
     RowRules(const std::u16string& table, const std::vector<Column>& columns, const ValidationRule& of_rows);
     ~RowRules();
 

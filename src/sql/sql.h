@@ -6,7 +6,7 @@
 //
 // Every failure is an AutomationError: broken syntax is found by Parse(), unknown names by Open() and Execute(), and
 // what depends on data (a division by zero, a text that is no number) while rows are read. A failed Execute() may have
-// changed some rows already; undoing them is the caller's business.
+// changed some rows already; the caller has to roll them back.
 #pragma once
 
 #include <cstdint>
@@ -116,8 +116,8 @@ public:
     // That table, in Tables(); -1 when there is none.
     int EditableTable() const;
 
-    // By which its current row is known again (see RowIdentity), and whether that stays the same when columns other
-    // than its key change. Requires: Updatable().
+    // Identifies its current row (see RowIdentity), and whether that stays the same when columns other than its key
+    // change. Requires: Updatable().
     std::uint64_t Identity();
     bool HasKeyIdentity() const;
 
@@ -130,7 +130,7 @@ public:
     // Updatable().
     bool MoveTo(RowId row);
 
-    // Told which rows MoveTo() will be asked for next, see Cursor::Prefetch. Requires: Updatable().
+    // Announces the rows that MoveTo() will be asked for next, see Cursor::Prefetch. Requires: Updatable().
     void Prefetch(std::span<const RowId> rows);
 
 private:

@@ -1,7 +1,7 @@
 // What the SQL room asks of whatever holds the data: a catalogue of tables, and cursors over them.
 //
 // The executor knows nothing below this interface; a table in memory is enough to run every statement. Locking,
-// transactions and the undoing of a failed statement are the business of whoever calls the executor.
+// transactions and rolling back a failed statement are up to the caller of the executor.
 #pragma once
 
 #include <compare>
@@ -143,7 +143,7 @@ public:
     // About how many rows have keys in the range, by a look at the index. Requires: CanSeek for the values in it.
     virtual double EstimatedRows(int index, const KeyRange& range) = 0;
 
-    // About how many different keys an index has; 0 when nobody knows.
+    // About how many different keys an index has; 0 when that is unknown.
     virtual double DistinctKeys(int) { return 0; }
 
     virtual std::unique_ptr<Cursor> OpenCursor() = 0;
@@ -170,8 +170,8 @@ public:
     virtual bool HasPrefixes(int index, std::size_t column) const = 0;
 
     // One value per column, of the column's type, Null, or Empty for "not given" (an autonumber column numbers itself,
-    // everything else becomes Null: defaults are the executor's business). Raises DuplicateKey, FieldRequired and their
-    // like.
+    // everything else becomes Null: defaults are filled in by the executor). Raises DuplicateKey, FieldRequired and
+    // their like.
     virtual RowId Insert(std::span<const Value> values) = 0;
 
     // Around many insertions of one statement: a duplicate key may show as late as EndInserts. CancelInserts may follow
@@ -250,7 +250,7 @@ public:
     virtual bool DropReference(std::u16string_view /*table*/, std::u16string_view /*name*/) { return false; }
 
     // Gives a column another type, size or default; its values are converted. Raises DataTypeConversion, FieldTooLarge,
-    // FieldRequired for a value that the new column cannot hold, UsedInRelationship. Not everybody can.
+    // FieldRequired for a value that the new column cannot hold, UsedInRelationship. Not every catalogue can.
     virtual void AlterColumn(std::u16string_view table, const Column& column);
 };
 

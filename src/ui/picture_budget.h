@@ -1,4 +1,4 @@
-// How many pixels of pictures are decoded for one text or report, so that nobody waits long for a hostile one.
+// How many pixels of pictures are decoded for one text or report, so that a hostile one cannot keep the user waiting.
 #pragma once
 
 #include <cstdint>

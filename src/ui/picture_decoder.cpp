@@ -19,7 +19,7 @@ wxBitmapType TypeOf(document::Picture::Kind kind) {
 }  // namespace
 
 // The size is read first, and only the kind that the document names is decoded: bytes of another kind would have a size
-// that nobody has checked.
+// that was not checked.
 wxImage DecodePicture(const document::Picture& picture, wxSize shown) {
     const auto size = document::SizeInPixels(picture);
     const wxBitmapType type = TypeOf(picture.kind);

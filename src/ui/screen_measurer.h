@@ -32,7 +32,7 @@ public:
     void MeasureCharacters(bool by_character) { by_character_ = by_character; }
 
     // The picture at that size; an empty frame when it cannot be read, or when those before it have so many pixels that
-    // whoever looks at the text would wait.
+    // the user would have to wait.
     const wxBitmap& BitmapOf(const document::Picture& picture, wxSize size);
 
     // Pictures of a text that is gone.

@@ -22,7 +22,7 @@ SplitterBar::SplitterBar(wxWindow* parent, Direction direction) : wxPanel(parent
     Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent&) {
         dragging_ = true;
         SetBackgroundColour(kHeldColour);
-        Raise();  // the panes keep their sizes until the bar is let go
+        Raise();  // the panes keep their sizes until the bar is released
         Refresh();
         if (!HasCapture()) CaptureMouse();
     });

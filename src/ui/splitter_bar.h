@@ -21,7 +21,7 @@ public:
     // Called while the bar is dragged, with the edge (left or top, twips) where it is wanted. The owner moves the bar
     // there, above the panes, or leaves it where it is.
     std::function<void(int edge)> OnDrag;
-    // Called when the bar is let go: the owner lays the panes out around it.
+    // Called when the bar is released: the owner lays the panes out around it.
     std::function<void()> OnDrop;
 
     static constexpr int kThickness = 6;  // pixels of an unscaled screen

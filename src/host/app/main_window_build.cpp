@@ -226,7 +226,7 @@ void MainWindow::BindEvents() {
     LvLast->Bind(wxEVT_DATAVIEW_ITEM_CONTEXT_MENU, [this](wxDataViewEvent&) { ShowPastMenu(); });
     LvLast->Bind(wxEVT_DATAVIEW_SELECTION_CHANGED,
                  [this](wxDataViewEvent&) { BtnReview->Enable(SelectedPast() != nullptr); });
-    // Nobody who is working in another window should have to wait for a server that does not answer.
+    // A user who is working in another window should not have to wait for a server that does not answer.
     upload_timer_.SetOwner(this);
     Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
         if (IsEnabled()) Upload(false);

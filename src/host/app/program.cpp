@@ -93,7 +93,7 @@ void PractiseOne(const DataFolder& folder, const Options& options) {
     const Edition edition = options.net ? Edition::Network : Edition::StandAlone;
     Practice practice(folder, *paper, {options.user, edition, options.exercise ? Mode::Exercise : Mode::Exam});
     Practise(nullptr, folder, practice);
-    if (!options.screenshot.empty()) Discard(folder, practice.TrainID());  // nobody has practised
+    if (!options.screenshot.empty()) Discard(folder, practice.TrainID());  // no practice took place
 }
 
 void Open(const DataFolder& folder, const Options& options, SingleInstance* instance) {
@@ -132,7 +132,7 @@ int RunWindows(const Options& options) {
         instance.emplace(options.data);
         if (!instance->IsFirst()) {
             if (instance->ShowFirst()) return 0;
-            instance.reset();  // it hangs, which is no reason for this one to do so
+            instance.reset();  // it does not respond: this one goes on without it
         }
     }
     try {

@@ -23,7 +23,7 @@ namespace {
     RaiseComponentError(u"qmtrain", std::move(reason));
 }
 
-// A statement sends or reads some rows: whatever takes longer waits for somebody.
+// A statement sends or reads some rows: one that takes longer is waiting for a lock.
 constexpr std::chrono::seconds kLongest{60};
 
 struct ServerOptions {

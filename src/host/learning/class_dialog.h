@@ -12,7 +12,7 @@
 
 namespace qmtrain::host {
 
-// Whose figures a teacher looks at; with every one marked, or none, they are everybody's.
+// Whose figures a teacher looks at; with all of them marked, or none, those of all candidates.
 class ClassDialog : public FormDialog {
 public:
     ClassDialog(wxWindow* parent, std::vector<Candidate> candidates, const std::set<std::int32_t>& chosen);

@@ -23,7 +23,7 @@ struct DrillQuestion {
 
 struct Drill {
     Paper paper = {};
-    int left_out = 0;  // questions that the edition's banks do not have, or that nobody can mark
+    int left_out = 0;  // questions that the edition's banks do not have, or that cannot be marked
 };
 
 // Raises the component's error when nothing can be practised.

@@ -28,7 +28,7 @@ void ForEach(dao::Database& database, const std::u16string& query, Row row) {
 
 std::map<std::u16string, QuestionUse> UsesOf(const DataFolder& folder, std::u16string_view data_code) {
     std::map<std::u16string, QuestionUse> uses;
-    if (!FileExists(ClientDatabase(folder.path))) return uses;  // nobody has practised
+    if (!FileExists(ClientDatabase(folder.path))) return uses;  // nothing has been practised
     const dao::Connection client(ClientDatabase(folder.path));
     std::map<std::int32_t, Date> starts;
     ForEach(*client.operator->(), u"Select TrainID, StartDate From TrainInfo", [&](dao::Recordset& row) {

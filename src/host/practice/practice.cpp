@@ -254,7 +254,7 @@ void Practice::Save(std::size_t index) {
     }
 }
 
-// Whoever went on with the practice meanwhile has kept another time: one window at a time writes answers.
+// When the practice was continued elsewhere meanwhile, another time is stored: one window at a time writes answers.
 void Practice::SaveTime(bool running) {
     const std::int32_t used = clock_.UsedToKeep();
     host_->Execute(u"Update UnfinishedState Set SecondsUsed=" + ToText(used) + u", Running=" +

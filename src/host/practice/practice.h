@@ -39,7 +39,7 @@ public:
     static constexpr std::int32_t kKeepInterval = 5;
 
     // Starts a new practice. Raises the component's error, with the reason, when the paper is empty, a question is
-    // missing or twice there, the candidate is unknown, or the practice cannot be recorded.
+    // missing or a duplicate, the candidate is unknown, or the practice cannot be recorded.
     Practice(const DataFolder& folder, Paper paper, const Start& start, PracticeClock::Source now = SystemClock());
 
     // Goes on with one that has not been handed in. Raises the component's error when there is none of that number, or

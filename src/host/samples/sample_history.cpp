@@ -57,7 +57,7 @@ void Open(Table& table, std::u16string_view folder) {
     if (!table.Init(problem)) Fail(problem);
 }
 
-// Somebody who knows the answers with a probability.
+// A candidate who knows each answer with some probability.
 class SampleCandidate {
 public:
     explicit SampleCandidate(unsigned seed) : random_(seed) {}

@@ -91,7 +91,7 @@ RichEditor::RichEditor(wxWindow* parent, wxSize least)
     basic.SetParagraphSpacingBefore(0);
     basic.SetLineSpacing(10);
     SetBasicStyle(basic);
-    // Tab leads on, as in other boxes; with Ctrl it is written.
+    // Tab moves the focus, as in other boxes; Ctrl+Tab writes a tab.
     Bind(wxEVT_KEY_DOWN, [this](wxKeyEvent& event) {
         if (event.GetKeyCode() != WXK_TAB || event.AltDown()) return event.Skip();
         if (event.ControlDown()) return WriteText("\t");

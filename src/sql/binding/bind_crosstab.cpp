@@ -47,7 +47,7 @@ ast::Select RowsSelect(const ast::Select& select) {
         items.push_back(ItemOf(*select.crosstab->value));
         Blank(items.back().expression, Print(*select.crosstab->pivot));
     }
-    // Names of their own, lest the written ones have to be told apart from them.
+    // Names of their own, which cannot clash with the written ones.
     for (std::size_t i = own; i < items.size(); ++i) items[i].alias = u"~" + ToText(i);
     return rows;
 }
@@ -90,7 +90,7 @@ std::vector<Value> WrittenHeadings(BindContext& context, const ast::Crosstab& cr
     return headings;
 }
 
-// Those that there are, Null before all.
+// The headings that occur, Null first.
 std::vector<Value> FoundHeadings(Plan& cells, std::size_t groups) {
     std::vector<Value> headings;
     KeyTable seen;

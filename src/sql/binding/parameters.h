@@ -1,4 +1,4 @@
-// What the names in a statement mean that are no columns.
+// The parameters of a statement: names in it that are no columns.
 #pragma once
 
 #include <string_view>
@@ -12,10 +12,10 @@ namespace qmtrain::sql {
 
 class Parameters {
 public:
-    // For running a statement: each has one of these values.
+    // For running a statement: each parameter has one of these values.
     Parameters(const ast::Statement& statement, const ParameterValues& values);
 
-    // For finding out which there are: each is Null.
+    // For finding out which parameters there are: each is Null.
     explicit Parameters(const ast::Statement& statement);
 
     // Of a saved query that the statement reads.

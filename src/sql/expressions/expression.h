@@ -57,7 +57,7 @@ private:
 
 using ExpressionPtr = std::unique_ptr<Expression>;
 
-// Appends the key of its value (see key.h) such that what is equal has equal keys, and nothing else.
+// Appends the key of its value (see key.h), so that two keys are equal exactly when the values are.
 void AppendKeyOf(Expression& expression, std::vector<std::uint8_t>& key);
 
 class LiteralExpression : public Expression {

@@ -10,9 +10,9 @@
 
 namespace qmtrain::sql {
 
-// Appends the key of one value. Keys are self-delimiting, so that those of several values may follow each other.
-// Null comes first, then numbers and dates, texts in the database's order, bytes. Numbers count as Doubles unless
-// `exact`: keys that are compared with each other are all made alike.
+// Appends the key of one value. Keys are self-delimiting, so that those of several values may follow each other. Null
+// comes first, then numbers and dates, texts in the database's order, bytes. Numbers count as Doubles unless `exact`:
+// keys that are compared with each other must all be made with the same `exact`.
 void AppendKey(const Value& value, std::vector<std::uint8_t>& key, bool exact = false);
 
 // The bits of a number's double, such that equal numbers have equal bits. Requires: the value is a number or a date.

@@ -100,8 +100,8 @@ private:
     std::vector<Range> ranges_;
 };
 
-// A pattern, taken apart once: its runs between the "*" are looked for one after the other. The earliest place is
-// always good enough, for it leaves most of the text to the runs that follow.
+// A parsed pattern: its runs between the "*" are looked for one after the other. The earliest place is always good
+// enough, for it leaves most of the text to the runs that follow.
 class Pattern {
 public:
     // Raises SyntaxInExpression.
@@ -323,7 +323,7 @@ private:
         const unsigned low = shift % 64;
         std::uint64_t left = 0;
         for (std::size_t i = 0; i < places.size(); ++i) {
-            // Two shifts, for one by 64 is none.
+            // Two shifts, since a shift by 64 is undefined.
             left |= places[i] &= from[i] >> low | from[i + 1] << 1U << (63U - low);
         }
         return left != 0;

@@ -73,7 +73,7 @@ ExpressionPtr MakeUnary(ast::UnaryOperator op, ExpressionPtr operand) {
         case ast::UnaryOperator::Minus: {
             const bool literal = dynamic_cast<const LiteralExpression*>(operand.get()) != nullptr;
             ExpressionPtr negation = MakeNegation(std::move(operand));
-            // "-5" is as good as a number that is written out.
+            // A negated number such as "-5" is a literal too.
             return literal ? std::make_unique<LiteralExpression>(negation->Evaluate()) : std::move(negation);
         }
         default: return operand;

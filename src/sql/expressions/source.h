@@ -92,17 +92,17 @@ public:
     // The current row's. Requires: the table has images, and KeepValues() was not called.
     std::span<const std::uint8_t> Image() { return cursor_->Image(); }
 
-    // Goes to a row of the table, wherever it has been; false when there is none.
+    // Goes to a row of the table, whatever row was current; false when there is no such row.
     bool MoveTo(RowId row);
 
-    // Told which rows MoveTo() will be asked for next.
+    // Announces the rows that MoveTo() will be asked for next.
     void Prefetch(std::span<const RowId> rows) { GetCursor().Prefetch(rows); }
 
-    // By which the current row is known again, see RowIdentity; 0 when it has been deleted.
+    // Identifies the current row, see RowIdentity; 0 when it has been deleted.
     std::uint64_t Identity();
     bool HasKeyIdentity() { return IdentityOfRows().IsByKey(); }
 
-    // Told after the cursor has come to a row.
+    // To be called after the cursor has moved to a row.
     void OnRow() {
         ++stamp_;
         current_ = 0;

@@ -1,4 +1,4 @@
-// The ways that a table's indexes offer.
+// The access paths that a table's indexes offer.
 #pragma once
 
 #include <vector>
@@ -8,10 +8,10 @@
 
 namespace qmtrain::sql {
 
-// One way through one index.
+// One access path by one index.
 struct IndexCandidate {
     IndexAccess access;
-    std::vector<const Comparison*> answered;      // wholly, by the access
+    std::vector<const Comparison*> answered;      // completely, by the access
     std::vector<const Conjunct*> answered_lists;  // the same
     std::vector<const Comparison*> equalities;
     double rows = 0;
@@ -24,7 +24,7 @@ public:
     IndexCandidates(TableSource& source, SourceSet available, double all_rows)
         : source_(source), table_(*source.GetTable()), available_(available), all_rows_(all_rows) {}
 
-    // Through that index, by the conditions that help.
+    // The path by that index, with the conditions that it can use.
     IndexCandidate Make(int number, const Conjuncts& conjuncts) const;
 
 private:

@@ -60,7 +60,7 @@ private:
                (access.list != nullptr && conjunct.membership.list == access.list);
     }
 
-    // Which part of the rows is left when the conditions have been tested that the candidate does not look at.
+    // The share of the rows that is left by the conditions that the candidate does not use.
     static double Share(const Conjuncts& conjuncts, const IndexCandidate* candidate) {
         double share = 1;
         for (const Conjunct* conjunct : conjuncts) {
@@ -146,7 +146,7 @@ private:
                                                                    : kIndexRowCost;
         const double seeks = candidate.access.list != nullptr ? candidate.access.list->ExpectedSize() : 1;
         const double cost = seeks * kSeekCost + read * of_row + (ordered ? 0 : SortCost(candidate.rows * share));
-        // A unique key and the like: nothing can be better, whatever is expected of a small table.
+        // A unique key and the like: no other path can be better, even where a scan of a small table seems cheap.
         const bool single = candidate.rows <= 1 && !candidate.access.equal.empty();
         const bool better = cost < best_.cost || (single && !best_.UsesIndex());
         if (!better) return;

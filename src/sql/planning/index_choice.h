@@ -1,4 +1,4 @@
-// Which way to the rows of a table serves a set of conditions best.
+// Chooses the cheapest access path to the rows of a table for a set of conditions.
 #pragma once
 
 #include <vector>
@@ -16,7 +16,7 @@ struct IndexChoice {
 
     bool UsesIndex() const { return !path.parts.empty(); }
 
-    // A search for one key or several, which is cheap enough to be made again and again.
+    // Whether it is a search for one key or several, cheap enough to be repeated for each row of another table.
     bool IsLookup() const;
 };
 

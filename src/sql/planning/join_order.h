@@ -44,7 +44,7 @@ inline constexpr double kProbeCost = 0.7;
 // About how many rows the tables have, before any condition.
 double EstimateRows(Tables tables, const JoinNode& node);
 
-// Fills in what the unit has by itself.
+// Estimates the unit by itself: its rows and the cost of reading them.
 void Estimate(Tables tables, JoinMember& unit, const Conjuncts& conjuncts);
 
 // The conditions on the unit alone.

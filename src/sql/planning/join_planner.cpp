@@ -141,7 +141,7 @@ private:
         return planned;
     }
 
-    // All conditions are its own, or of nothing.
+    // All conditions are on this unit, or on no table at all.
     Planned PlanSingle(JoinMember& unit, Conjuncts& conjuncts, const RowsWish& wish) {
         AddImplied(conjuncts);
         unit.all_rows = EstimateRows(tables_, *unit.node);
@@ -248,7 +248,7 @@ private:
     RowOperatorPtr MakeHashLookup(JoinNode& node, SourceSet placed, Conjuncts& conjuncts) {
         Conjuncts inner;
         for (Conjunct* conjunct : conjuncts) {
-            // What an outer query changes from time to time cannot be built in.
+            // A condition that depends on an outer query cannot be applied while the table is built.
             if (conjunct->sources != 0 && Contains(node.sources, conjunct->sources) && !conjunct->outer)
                 inner.push_back(conjunct);
         }

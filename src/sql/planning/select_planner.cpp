@@ -53,7 +53,7 @@ private:
         return select_.tables.size() == 1 ? dynamic_cast<TableSource*>(select_.tables[0]) : nullptr;
     }
 
-    // Nothing of the table counts but which values one column has: an index can jump from one to the next.
+    // Where only the different values of one column are wanted, an index can jump from one to the next.
     void UseIndexAlone() {
         TableSource* source = OnlyTable();
         const bool only_values =

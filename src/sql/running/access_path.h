@@ -1,4 +1,4 @@
-// Ways to the rows of a table: all of them, or ranges of its indexes.
+// Access paths to the rows of a table: a scan, or ranges of its indexes.
 #pragma once
 
 #include <vector>

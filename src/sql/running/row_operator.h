@@ -1,7 +1,7 @@
 // Row operators: what a query does, from a table's rows up to the result.
 //
 // An operator has no rows of its own. It moves the sources of the query to the next combination of rows that counts,
-// and whoever is above reads the sources.
+// and the operator above reads the sources.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +28,7 @@ public:
     // Moves on; false at the end. Requires: Open(), and no call since that returned false.
     virtual bool Next() = 0;
 
-    // How many rows there are; they are at their end then. Requires: Open(), and no call since.
+    // How many rows there are; afterwards the operator is at the end. Requires: Open(), and no call since.
     virtual std::int64_t CountRows();
 
     // Whether all rows, as they have been opened, meet the conditions that the plan expects an index to answer.

@@ -67,7 +67,7 @@ public:
         return true;
     }
 
-    // Few, or a scan would be as good: which of the two it is shows when they are there.
+    // Assumed to be few; with many a scan would be as good, which is decided when they have been collected.
     double ExpectedSize() const override { return 20; }
 
     Truth Test() override {
