@@ -33,7 +33,7 @@ constexpr int kQuestions = 20'000;
 constexpr int kPictures = 500;
 constexpr std::size_t kPictureBytes = 60'000;
 
-// A whole PNG as far as its chunks go; nobody draws it here.
+// A whole PNG as far as its chunks go; it is never drawn here.
 Bytes Picture(std::mt19937& random) {
     Bytes bytes = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13, 'I', 'H', 'D', 'R', 0,
                    0,    1,   64,  0,   0,    0,    200,  8,    2, 0, 0, 0,  0,   0,   0,   0};

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs packages_inside.sh in a root folder, with the display of whoever calls it.
+# Runs packages_inside.sh in a root folder, with the display of the caller.
 # usage: packages_root.sh ROOT PICTURES
 set -euo pipefail
 root=$1 pictures=$2

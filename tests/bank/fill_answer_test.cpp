@@ -1,4 +1,4 @@
-// Fill-in answers taken apart, and the collection that holds options.
+// Parsing of fill-in answers, and the collection that holds options.
 
 #include "bank/fill_answer.h"
 

@@ -205,7 +205,7 @@ TEST_F(ObjectsTest, QueriesWithParameters) {
               static_cast<int>(ErrorNumber::InvalidOperation));
 }
 
-// What is saved is taken apart; put together again it has the same rows.
+// A saved query is split into its parts; rebuilt from them it has the same rows.
 TEST_F(ObjectsTest, SavedQueries) {
     database_->ExecuteScript(u"CREATE TABLE Users (UserID LONG, UserName TEXT(9)); INSERT INTO Users VALUES (1, '甲')");
     const char16_t* const texts[] = {

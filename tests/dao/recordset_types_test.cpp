@@ -339,7 +339,7 @@ TEST_F(RecordsetTypesTest, TypesThatThereAreNot) {
     EXPECT_NE(ErrorOf([&] { Open(RecordsetType::Default, u"[]"); }), 0);
 }
 
-// The number of a new row is known before it is written, and nobody else gets it.
+// The number of a new row is known before it is written, and no other row gets it.
 TEST_F(RecordsetTypesTest, ANewRowHasItsNumber) {
     const auto other = JetDatabase::Open(Name(u"Client.mdb"));
     for (const RecordsetType type : {RecordsetType::Table, RecordsetType::Dynaset}) {
@@ -450,7 +450,7 @@ TEST_F(RecordsetTypesTest, FiltersClonesAndRequeries) {
     EXPECT_EQ(Rest(*all), u"2 3 4 5 6");
 }
 
-// Whoever writes a field later is told once that it is not what he saw; other fields are nobody's concern.
+// A user who writes a field later is told once that it is not what he saw; changes of other fields do not count.
 TEST_F(RecordsetTypesTest, FieldsThatTwoEditAtATime) {
     for (const RecordsetType type : {RecordsetType::Table, RecordsetType::Dynaset}) {
         const auto first = database_->OpenRecordset(u"TrainInfo", type);

@@ -1,4 +1,4 @@
-// A deleted row's place may be given to another row: nobody may see or change that one in its stead.
+// A deleted row's place may be given to another row: that one must not be seen or changed in its stead.
 
 #include "fixture.h"
 

@@ -174,7 +174,7 @@ TEST_P(ValidationTest, RulesStay) {
     EXPECT_EQ(NumberOf([&] { small->Execute(u"UPDATE T SET B = 'B'"); }), kTable);
 }
 
-// A rule that nobody can read is refused; one that a file has all the same keeps rows out, says why, and can be
+// A rule that cannot be parsed is refused; one that a file has all the same keeps rows out, says why, and can be
 // replaced.
 TEST_P(ValidationTest, RulesThatCannotBeRead) {
     struct Case {
@@ -233,7 +233,7 @@ TEST_P(ValidationTest, AreSetOnFieldsAndTables) {
     EXPECT_EQ(Run(u"INSERT INTO T VALUES (1, 'x')"), kField);
     EXPECT_EQ(Run(u"INSERT INTO T VALUES (1, 'a')"), 0);
 
-    // What is in the file is changed for everybody, those who have the table open as well.
+    // A change of the file counts for all users, those who have the table open as well.
     const auto rows = JetDatabase::Open(file_)->OpenRecordset(u"T");
     const auto add = [&](std::int32_t a) {
         return NumberOf([&] {

@@ -162,7 +162,7 @@ TEST_F(BankFileTest, AClearedCellClears) {
               "答案、难度、分类、要点: 操作题|写程序|编号:DS050001");
 }
 
-// Somebody else imports, removes or makes the bank while the preview is looked at.
+// Another program imports into the bank, removes or makes it while the preview is shown.
 TEST_F(BankFileTest, AnOldPlanIsNotCarriedOut) {
     const std::string refusal = "题库在预览以后有改动，没有写入；请再导入一次。";
     const std::vector<Question> questions = ReadGift(kFirst).questions;
@@ -197,7 +197,7 @@ public:
     }
 };
 
-// Somebody else's import goes on with the file that this one has made, before it is stopped or sees that it is late.
+// Another import goes on with the file that this one has made, before it is stopped or sees that it is late.
 TEST_F(BankFileTest, AnotherImportsFileStays) {
     for (const bool stopped : {true, false}) {
         const std::u16string code = stopped ? u"AA" : u"BB";
@@ -387,7 +387,7 @@ TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
         EXPECT_TRUE(document() == Value(result));
     }
 
-    // Somebody who writes it is told that it would be lost, instead of losing it.
+    // A user who writes it is told that it would be lost, instead of losing it.
     Question written = ReadBank(folder_, u"OLD")[2];
     written.analysis = PlainRichText(u"写了很久");
     EXPECT_EQ(Refusal([&] { Save(u"OLD", written); }),

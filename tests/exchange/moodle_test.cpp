@@ -193,7 +193,7 @@ TEST(Moodle, ManyPictures) {
     EXPECT_EQ(import.questions[0].stem.Length(), std::size_t{kPictures});
 }
 
-// The text is taken apart where it stands, after a look at it piece by piece: lines are those of the file all the same.
+// The text is parsed in place, after it was checked in pieces: line numbers are those of the file all the same.
 TEST(Moodle, LinesOfALongFile) {
     constexpr std::size_t kQuestions = 1000;
     std::string text = "<quiz>\r\n<!-- ";

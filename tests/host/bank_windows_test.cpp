@@ -172,7 +172,7 @@ TEST_F(BankWindowTest, AnImportIsShownBeforeItHappens) {
     EXPECT_TRUE(boxes_.Said().empty());
 }
 
-// While it is looked at, somebody else writes into the bank: the new preview shows it, and can be imported.
+// While it is shown, another program writes into the bank: the new preview shows it, and can be imported.
 TEST_F(BankWindowTest, ABankThatChangesMeanwhileIsComparedAgain) {
     const std::u16string file = Written("new.txt", "栈是{=线性表 ~树}\n");
     ImportDialog dialog(nullptr, data_, u"JC");

@@ -347,7 +347,7 @@ TEST_F(BanksTest, WhatABankCannotHoldIsSaid) {
     EXPECT_EQ(Refusal([&] { editing.Save(question); }), columns);
     question.category.clear();
     EXPECT_EQ(ToUtf8(editing.ProblemOf(question)), document);
-    question.other_document = false;  // as somebody has it who read the question before
+    question.other_document = false;  // as it was when the question was read before
     EXPECT_EQ(Refusal([&] { editing.Save(question); }), document);
     question.rec_no.clear();
     const std::u16string copy = editing.Save(question);

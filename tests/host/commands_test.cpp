@@ -265,7 +265,7 @@ TEST_F(CommandsTest, HistoriesPapersAndNotesAreExported) {
     EXPECT_NE(Read("paper.html").find("</section>"), std::string::npos);
 }
 
-// Somebody else writes into the bank, or into the catalogue, for longer than an import waits.
+// Another program writes into the bank, or into the catalogue, for longer than an import waits.
 TEST_F(CommandsTest, ABankThatIsInUse) {
     for (const std::u16string file : {u"JC.mdb", u"Total.mdb"}) {
         const auto before = Banks();

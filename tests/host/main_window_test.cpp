@@ -328,7 +328,7 @@ TEST_F(HostWindowTest, FilesThatGoMissingAreTold) {
     wxYield();  // the lists are drawn
 }
 
-// The client database's links lead to a server that nobody runs.
+// The client database's links lead to a server that does not run.
 void TakeServerAway(const std::u16string& client) {
     const auto database = dao::JetDatabase::Create(client);
     jet::Database::Writing writing(database->Storage());

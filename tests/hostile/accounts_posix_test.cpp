@@ -96,7 +96,7 @@ protected:
         for (int i = 0; i < 200; ++i) Insert(database, u"T", {i, std::u16string(1500, u'新')});
     }
 
-    // 0 when somebody has died while he committed a change of two files.
+    // 0 when a process has died while it committed a change of two files.
     static int DieChangingBoth(const Account& writer, const fs::path& first, const fs::path& second, int rows) {
         return As(writer, [&] {
             umask(077);
@@ -381,7 +381,7 @@ TEST_F(AccountsTest, WhoCannotSeeTheCommonJournalDoesNotDecide) {
     }
 }
 
-// A secret file that somebody puts under the lock file's name stays secret.
+// A secret file that is put under the lock file's name stays secret.
 TEST_F(AccountsTest, AFileWithContentGetsNoOtherRights) {
     Set(file_, kTeacher, 0644);
     std::ofstream(Lock()) << "marks";
@@ -413,7 +413,7 @@ TEST_F(AccountsTest, TemporaryFilesAreTheirMakersAlone) {
     EXPECT_EQ(files.rights, mode_t{0600});
 }
 
-// A change of several files is undone by nobody who may not write them.
+// A change of several files is not undone by accounts that may not write them.
 TEST_F(AccountsTest, ACommonJournalCountsByItsOwner) {
     Set(file_, kTeacher, 0644);
     const auto database = FileSystem::Native().Open(file_, OpenMode::ReadOnly);
@@ -425,7 +425,7 @@ TEST_F(AccountsTest, ACommonJournalCountsByItsOwner) {
 }
 
 // A change of the databases of two owners, by one who may write both and dies in it: nothing of it stays in either,
-// whoever looks first, and whatever lies under the common journal's name.
+// whichever account reads it first, and whatever lies under the common journal's name.
 TEST_F(AccountsTest, AChangeOfTwoOwnersFiles) {
     const Account root{0, 0};
     const Account other{65512, 65524, {kTeacher.group}};
@@ -514,7 +514,7 @@ TEST_F(AccountsTest, AJournalThatMoreMayWriteThanTheDatabase) {
     EXPECT_EQ(As(kTeacher, [&] { return static_cast<int>(Rows(*Open(), u"T").size()); }), static_cast<int>(kRows) + 2);
 }
 
-// Somebody makes the lock file and keeps the byte to himself that all users share.
+// One account makes the lock file and holds the byte exclusively that all users share.
 TEST_F(AccountsTest, ALockFileThatIsKeptFromOthers) {
     constexpr std::uint64_t kPresent = 0x0FFFFF00;
     Set(file_, kTeacher, 0644);
@@ -562,7 +562,7 @@ TEST_F(AccountsTest, ACompactedCopyHasTheRightsOfItsSource) {
     }
 }
 
-// A commit that fails before it has overwritten anything needs no room to be undone, and shuts nobody out.
+// A commit that fails before it has overwritten anything needs no room to be undone, and keeps no other session out.
 TEST_F(AccountsTest, AfterAFullDiskOthersRead) {
     Set(file_, kTeacher, 0644);
     for (const bool durable : {false, true}) {

@@ -132,7 +132,7 @@ TEST_F(BesideTest, AFileWithTwoHardLinksIsNotRolledBack) {
     EXPECT_FALSE(fs::exists(journal));
 }
 
-// Locks hold though somebody takes the lock file away, and who comes then makes another one.
+// Locks hold though the lock file is removed, and the next session makes another one.
 TEST_F(BesideTest, WithoutTheLockFileUsersKeepApart) {
     const fs::path lock = folder_.Path() / "Client.ldb";
     auto early = Open(file_);
@@ -462,7 +462,7 @@ TEST_F(BesideTest, ACommonJournalThatIsBeingMadeStays) {
     EXPECT_FALSE(fs::exists(path)) << "nobody is at work on it";
 }
 
-// Somebody makes files of the journal's name, faster than they can be set aside.
+// Another process makes files of the journal's name, faster than they can be set aside.
 class JournalsInTheWay : public WrappedFiles {
 public:
     int left = 0;
@@ -487,7 +487,7 @@ TEST_F(BesideTest, FilesInTheJournalsWayAreSetAside) {
     EXPECT_EQ(Count(), 11U);
 }
 
-// Somebody takes the journals of a commit out of its way, and puts them back when it is done: that undoes nothing.
+// The journals of a commit are moved away, and put back when it is done: that undoes nothing.
 class JournalsThatStay : public WrappedFiles {
 public:
     void Remove(const fs::path& path) override {

@@ -13,7 +13,7 @@ namespace {
 // What locks and syncs come to there.
 struct Odd {
     const char* name;
-    bool grants_all = false;   // locks that keep nobody out
+    bool grants_all = false;   // locks that keep no other handle out
     bool grants_none = false;  // it says that it knows no locks
     bool cannot_sync = false;
     std::u16string_view reason;  // what a writer is told

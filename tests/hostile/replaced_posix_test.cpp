@@ -213,8 +213,8 @@ TEST_F(ReplacedTest, TheJournalOfAnotherBranch) {
     EXPECT_TRUE(ReadFile(folder_.Path() / "torn.mdb") == healthy);
 }
 
-// After a crash a copy of the folder is made of links. While the database has two names nobody rolls it back, and
-// everybody reads it as it was.
+// After a crash a copy of the folder is made of links. While the database has two names it is not rolled back, and all
+// read it as it was.
 TEST_F(ReplacedTest, ACopyOfLinks) {
     const auto before = ReadFile(file_);
     std::vector<std::uint8_t> torn;

@@ -141,8 +141,8 @@ TEST_F(EndlessTest, MemoryIsThatOfTheWholeStatement) {
     }
 }
 
-// Without a limit that somebody has set a statement takes no more than half of the machine's memory, and no text may
-// double again and again.
+// Without a limit of its own a statement takes no more than half of the machine's memory, and no text may double again
+// and again.
 TEST_F(EndlessTest, MemoryHasAlwaysALimit) {
     database_->Limits({});
     std::u16string doubled = u"SELECT Space(30000000) AS X FROM N WHERE K=1";
@@ -158,7 +158,7 @@ TEST_F(EndlessTest, MemoryHasAlwaysALimit) {
     EXPECT_EQ(ErrorOf([] { Work::RequireRoom(std::size_t{100} << 20); }), 0);
 }
 
-// What has been called off gives no further rows, of which some might be missing; the database goes on.
+// A cancelled record set gives no further rows, of which some might be missing; the database goes on.
 TEST_F(EndlessTest, ARecordSetThatIsCalledOffStaysSo) {
     const auto rows = database_->OpenRecordset(u"SELECT A.K, B.K, C.K FROM N A, N B, N C WHERE A.K+B.K+C.K Mod 97 = 1");
     std::jthread cancels([&](const std::stop_token& done) {
@@ -173,7 +173,7 @@ TEST_F(EndlessTest, ARecordSetThatIsCalledOffStaysSo) {
     EXPECT_EQ(Column(u"SELECT Count(*) AS A FROM N", u"A"), u"400");
 }
 
-// Who waits for a lock can be called off too.
+// Waiting for a lock can be cancelled too.
 TEST_F(EndlessTest, WaitingEnds) {
     const auto other = JetDatabase::Open(Name(u"Client.mdb"));
     const jet::Database::Writing writing(other->Storage());

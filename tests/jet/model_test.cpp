@@ -214,7 +214,7 @@ private:
         writing.Commit();
     }
 
-    // Changes that are given up, inside a transaction that is kept or not.
+    // Changes that are rolled back, inside a transaction that is committed or not.
     void RolledBack() {
         const auto before = model_;
         const bool transaction = Pick(2) == 0;

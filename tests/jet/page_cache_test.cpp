@@ -83,7 +83,7 @@ TEST_F(PageCacheTest, PagesAreReadAheadOverGaps) {
     EXPECT_GT(Scan(3), kPages - 200U);
 }
 
-// Pages in somebody's hands and changed ones keep their frames while others pass.
+// Pinned and changed pages keep their frames while others pass.
 TEST_F(PageCacheTest, PagesInUseDoNotPass) {
     for (const std::size_t frames : {std::size_t{64}, std::size_t{300}, std::size_t{kPages}}) {
         SCOPED_TRACE(frames);

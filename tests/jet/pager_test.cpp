@@ -307,7 +307,7 @@ TEST_F(PagerTest, JournalsOfEarlierVersionsCount) {
     }
 }
 
-// Whatever lies under the journal's name by now was put there by somebody else.
+// A file under the journal's name by now was put there by another program.
 TEST_F(PagerTest, AnotherFileInThePlaceOfTheJournalIsLeftAlone) {
     const std::filesystem::path moved = folder_.Path() / "moved";
     auto database = Database::Open(Path());
@@ -317,7 +317,7 @@ TEST_F(PagerTest, AnotherFileInThePlaceOfTheJournalIsLeftAlone) {
     EXPECT_NE(FileNumber(JournalPath()), FileNumber(moved));
     std::filesystem::rename(JournalPath(), moved);
     std::filesystem::create_symlink(moved, JournalPath());
-    Insert(*database, u"T", RowFor(402));  // the link is set aside: nobody else would play back what it leads to
+    Insert(*database, u"T", RowFor(402));  // the link is set aside: no other session would play back what it leads to
     EXPECT_FALSE(std::filesystem::is_symlink(JournalPath()));
     Insert(*database, u"T", RowFor(403));
     std::filesystem::rename(JournalPath(), moved);

@@ -49,7 +49,7 @@ protected:
         return ErrorOf([&] { Open(password); });
     }
 
-    // Whoever made the file's objects is known, so the rights of these users hold.
+    // The owners of the file's objects are recognised, so the rights of these users hold.
     static void ExpectOwners(Database& database) {
         const Database::Reading reading(database);
         SystemCatalog catalog(database);

@@ -156,7 +156,7 @@ TEST_F(SessionTest, AFailedCommitLeavesNoFileChanged) {
             EXPECT_EQ(Rows(*database, u"T").size(), 2U);
             DeleteAll(*database);
         }
-        // The last failure was that of removing the common journal, which nobody needs to notice: the next one does it.
+        // The last failure was that of removing the common journal, which need not be reported: the next one does it.
         ASSERT_EQ(ErrorOf([&] { run(*a, *b); }), 0);
         EXPECT_FALSE(std::filesystem::exists(a_.string() + "-commit"));
         for (Database* database : {a.get(), b.get()}) DeleteAll(*database);
@@ -272,7 +272,8 @@ TEST_F(SessionTest, AFileThatIsClosedLeavesTheTransaction) {
     EXPECT_EQ(Count(b_), 1U);
 }
 
-// What a process that was killed while it committed has left: looking at the file must work, whoever may write it.
+// What a process that was killed while it committed has left: reading the file must work, even where it may not be
+// written.
 TEST_F(SessionTest, AFileWithAJournalCanBeLookedAt) {
     struct ReadOnlyFiles : test::ScriptedFiles {
         std::unique_ptr<File> Open(const std::filesystem::path& path, OpenMode mode) override {

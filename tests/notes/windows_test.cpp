@@ -159,7 +159,7 @@ TEST_F(NotesWindowTest, LeavingAChangedNoteAsksOnce) {
         window.SelectKey(u"Note3");
         EXPECT_EQ(boxes.Said(), (Texts{question}));
         EXPECT_EQ(Stored(1), u"选择|选择\r\n第二行|5");
-        EXPECT_EQ(Buttons(window), "Modify Save Delete ");  // nobody has pressed "Save"
+        EXPECT_EQ(Buttons(window), "Modify Save Delete ");  // "Save" has not been pressed
         EXPECT_EQ(window.TxtNoteName->GetValue(), ui::ToWx(u"判断"));
 
         window.SelectKey(u"Note1");

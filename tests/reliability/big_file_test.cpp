@@ -26,7 +26,7 @@ protected:
         Write(database, [&] { database.FindTable(table)->Insert(std::vector<Value>{Bytes(bytes, 7)}); });
     }
 
-    // Most of the file is a hole: pages of zeros that count as used and belong to nobody.
+    // Most of the file is a hole: pages of zeros that count as used and have no owner.
     void MakeHollow(std::uint64_t size) {
         MakeSample(Path(), FileSystem::Native(), GetParam());
         {

@@ -39,7 +39,7 @@ public:
     explicit Child(const std::function<void(const Pipe&)>& body) {
         int ends[2];
         if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-        fcntl(ends[1], F_SETPIPE_SZ, 1 << 20);  // so that nobody need read while it runs
+        fcntl(ends[1], F_SETPIPE_SZ, 1 << 20);  // so that its output need not be read while it runs
         process_ = fork();
         if (process_ < 0) throw std::runtime_error("no process");
         if (process_ == 0) {

@@ -17,7 +17,7 @@ namespace {
 
 class DiskTest : public PracticeTest {
 protected:
-    // What is called after the file is safe on the disk harms nobody when it fails.
+    // A call after the file is safe on the disk may fail without harm.
     void FailEachCall(const std::function<bool()>& run, ScriptedFiles::After after) {
         files_.after = after;
         int call = 0;
@@ -67,7 +67,7 @@ TEST_F(DiskTest, EachCallOfEachOperation) {
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
-        // The last failure of the operation before was that of removing its journal, which harms nobody: a reader goes
+        // The last failure of the operation before was that of removing its journal, which does no harm: a reader goes
         // on with it, a writer removes it.
         jet::Database::Writing(*jet::Database::Open(File()));
         FailEachCall(test.run, ScriptedFiles::After::GoesOn);
@@ -122,8 +122,8 @@ TEST_F(DiskTest, EachCallOverSeveralFiles) {
     std::printf("%d failures\n", failures);
 }
 
-// Before each call in turn somebody takes away the journal that several files have in common, or lays another file in
-// the place of one of them. A change that is refused for that has changed none of them, not even the one that is kept
+// Before each call in turn the journal that several files have in common is removed, or another file is put in the
+// place of one of them. A change that is refused for that has changed none of them, not even the one that is kept
 // elsewhere by then; one that goes well is in all of them.
 TEST_F(DiskTest, WhatIsTakenAwayMeanwhileUndoesAChangeOfSeveralFiles) {
     int refused = 0;

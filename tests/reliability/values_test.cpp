@@ -1,5 +1,5 @@
-// Texts that nobody would write, through every operation that takes one. None of them changes the file where it only
-// chooses a row, none means more in a statement than a text between quotes can, and each is read as it was written.
+// Unusual texts, through every operation that takes one. None of them changes the file where it only chooses a row,
+// none means more in a statement than a text between quotes can, and each is read as it was written.
 
 #include <optional>
 

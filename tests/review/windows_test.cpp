@@ -601,7 +601,7 @@ TEST_F(ReviewWindowTest, BarsAreDraggedWithinTheirLimits) {
         })
         .Await("dragged to the left", [&] { return left() == start - 50; })
         .Do([&] {
-            EXPECT_EQ(grid.GetSize().x, start);                // the panes wait until the bar is let go
+            EXPECT_EQ(grid.GetSize().x, start);                // the panes wait until the bar is released
             MoveTo(*window, {grid.GetPosition().x + 40, 90});  // 600 twips: refused
             MoveTo(*window, {grid.GetPosition().x + 41, 90});
         })

@@ -1,4 +1,4 @@
-// A client that passes what nobody should: every kind of argument, by name, through the table of methods, in a script.
+// A client that passes invalid arguments: every kind of them, by name, through the table of methods, in a script.
 #include <cstring>
 #include <functional>
 #include <memory>

@@ -28,7 +28,7 @@ std::u16string KindOf(const jet::CatalogObject& object) {
     return object.type == jet::CatalogObject::kTable ? u"table" : u"link";
 }
 
-// Where a link leads; a password in it is nobody's business.
+// Where a link leads, without a password in it.
 std::u16string PlaceOf(const jet::CatalogObject& object) {
     const bool server = object.type == jet::CatalogObject::kLinkedOdbc;
     return server ? odbc::ConnectString(object.connect).Place() : object.database;

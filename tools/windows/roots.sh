@@ -8,7 +8,7 @@ root_limit=1800
 
 root_suite() { . /etc/os-release && printf '%s\n' "${VERSION_CODENAME:-stable}"; }
 
-# as_root COMMAND…: with this environment. It never asks for a password, for nobody may be there.
+# as_root COMMAND…: with this environment. It never asks for a password, since it may run unattended.
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
     "$@"

@@ -63,7 +63,7 @@ private:
         const std::string role = Call<const char*(int)>("atk_role_get_name")(number);
         if (IsControl(role)) {
             controls_.push_back(role + ": " + (name == nullptr ? "" : name));
-            if (role != "list") return;  // what is in a control is its own affair
+            if (role != "list") return;  // the parts of a control are not listed
         }
         const int count = Call<int(void*)>("atk_object_get_n_accessible_children")(object);
         for (int i = 0; i < count; ++i) {
