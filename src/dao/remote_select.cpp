@@ -90,7 +90,7 @@ RemoteSql::Fragment RemoteSql::OrderKey(const sql::ast::SelectPart& part, const 
         return Put(*part.items[place].expression);
     }
     if (expression.kind == ExpressionKind::ColumnName) {
-        const auto& name = static_cast<const sql::ast::ColumnName&>(expression);
+        const auto& name = As<sql::ast::ColumnName>(expression);
         for (const sql::ast::SelectItem& item : part.items) {
             if (item.star) break;
             if (name.table.empty() && !item.alias.empty() && EqualNames(item.alias, name.name)) {

@@ -156,20 +156,20 @@ RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Col
 RemoteSql::Fragment RemoteSql::Put(const sql::ast::Expression& expression) {
     using namespace sql::ast;
     switch (expression.kind) {
-        case ExpressionKind::Literal: return PutLiteral(static_cast<const Literal&>(expression).value);
-        case ExpressionKind::ColumnName: return PutColumn(static_cast<const ColumnName&>(expression));
-        case ExpressionKind::Unary: return PutUnary(static_cast<const Unary&>(expression));
-        case ExpressionKind::Binary: return PutBinary(static_cast<const Binary&>(expression));
-        case ExpressionKind::Call: return PutCall(static_cast<const Call&>(expression));
+        case ExpressionKind::Literal: return PutLiteral(As<Literal>(expression).value);
+        case ExpressionKind::ColumnName: return PutColumn(As<ColumnName>(expression));
+        case ExpressionKind::Unary: return PutUnary(As<Unary>(expression));
+        case ExpressionKind::Binary: return PutBinary(As<Binary>(expression));
+        case ExpressionKind::Call: return PutCall(As<Call>(expression));
         case ExpressionKind::IsNull: {
-            const auto& is_null = static_cast<const IsNull&>(expression);
+            const auto& is_null = As<IsNull>(expression);
             const Fragment subject = Put(*is_null.subject);
             return {InParentheses(subject.text + (is_null.negated ? u" IS NOT NULL" : u" IS NULL")), TypeClass::Boolean,
                     true};
         }
-        case ExpressionKind::Between: return PutBetween(static_cast<const Between&>(expression));
+        case ExpressionKind::Between: return PutBetween(As<Between>(expression));
         case ExpressionKind::InList: {
-            const auto& in = static_cast<const InList&>(expression);
+            const auto& in = As<InList>(expression);
             const Fragment subject = Put(*in.subject);
             std::u16string items;
             for (const ExpressionPtr& item : in.items) {
@@ -181,8 +181,7 @@ RemoteSql::Fragment RemoteSql::Put(const sql::ast::Expression& expression) {
                     TypeClass::Boolean};
         }
         case ExpressionKind::Exists:
-            return {u"EXISTS " + InParentheses(Put(*static_cast<const Exists&>(expression).select)), TypeClass::Boolean,
-                    true};
+            return {u"EXISTS " + InParentheses(Put(*As<Exists>(expression).select)), TypeClass::Boolean, true};
         default: return Cannot();  // whose type is the select's
     }
 }

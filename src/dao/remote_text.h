@@ -26,7 +26,7 @@ inline constexpr std::u16string_view kDouble = u"double precision";
 // A literal's value where an expression is no more than that.
 inline const Value* LiteralIn(const sql::ast::Expression& expression) {
     if (expression.kind != sql::ast::ExpressionKind::Literal) return nullptr;
-    return &static_cast<const sql::ast::Literal&>(expression).value;
+    return &As<sql::ast::Literal>(expression).value;
 }
 
 }  // namespace qmtrain::dao

@@ -59,9 +59,13 @@ constexpr RtfParser::DestinationWord RtfParser::kDestinations[] = {
 };
 
 struct RtfParser::Command {
+    template <class T = int>
+    constexpr Command(std::u16string_view its_name, Action its_action, T its_value = {})
+        : name(its_name), action(its_action), value(static_cast<int>(its_value)) {}
+
     std::u16string_view name;
     Action action;
-    int value = 0;
+    int value;
 };
 
 // Sorted by name.
@@ -74,8 +78,8 @@ constexpr RtfParser::Command RtfParser::kCommands[] = {
     {u"cell", &RtfParser::Insert, kTab},
     {u"cf", &RtfParser::Color},
     {u"deff", &RtfParser::DefaultFont},
-    {u"dibitmap", &RtfParser::PictureKind, static_cast<int>(Picture::Kind::Dib)},
-    {u"dn", &RtfParser::Raise, static_cast<int>(Script::Subscript)},
+    {u"dibitmap", &RtfParser::PictureKind, Picture::Kind::Dib},
+    {u"dn", &RtfParser::Raise, Script::Subscript},
     {u"emdash", &RtfParser::Insert, 0x2014},
     {u"emfblip", &RtfParser::NoPictureKind},
     {u"emspace", &RtfParser::Insert, 0x2003},
@@ -88,7 +92,7 @@ constexpr RtfParser::Command RtfParser::kCommands[] = {
     {u"green", &RtfParser::ColorPart<&RtfColorTable::SetGreen>},
     {u"highlight", &RtfParser::Background},
     {u"i", &RtfParser::Toggle<&CharacterFormat::italic>},
-    {u"jpegblip", &RtfParser::PictureKind, static_cast<int>(Picture::Kind::Jpeg)},
+    {u"jpegblip", &RtfParser::PictureKind, Picture::Kind::Jpeg},
     {u"ldblquote", &RtfParser::Insert, 0x201C},
     {u"li", &RtfParser::Indent<&ParagraphFormat::left_indent>},
     {u"line", &RtfParser::Insert, kLineBreak},
@@ -96,7 +100,7 @@ constexpr RtfParser::Command RtfParser::kCommands[] = {
     {u"macpict", &RtfParser::NoPictureKind},
     {u"nestcell", &RtfParser::Insert, kTab},
     {u"nestrow", &RtfParser::ParagraphEnd},
-    {u"nosupersub", &RtfParser::SetScript, static_cast<int>(Script::Normal)},
+    {u"nosupersub", &RtfParser::SetScript, Script::Normal},
     {u"page", &RtfParser::ParagraphEnd},
     {u"par", &RtfParser::ParagraphEnd},
     {u"pard", &RtfParser::ParagraphDefaults},
@@ -107,12 +111,12 @@ constexpr RtfParser::Command RtfParser::kCommands[] = {
     {u"picw", &RtfParser::PictureSize<&RtfPicture::width, &RtfPicture::Size::raw>},
     {u"picwgoal", &RtfParser::PictureSize<&RtfPicture::width, &RtfPicture::Size::goal>},
     {u"plain", &RtfParser::CharacterDefaults},
-    {u"pngblip", &RtfParser::PictureKind, static_cast<int>(Picture::Kind::Png)},
-    {u"qc", &RtfParser::SetAlignment, static_cast<int>(Alignment::Center)},
-    {u"qd", &RtfParser::SetAlignment, static_cast<int>(Alignment::Justify)},
-    {u"qj", &RtfParser::SetAlignment, static_cast<int>(Alignment::Justify)},
-    {u"ql", &RtfParser::SetAlignment, static_cast<int>(Alignment::Left)},
-    {u"qr", &RtfParser::SetAlignment, static_cast<int>(Alignment::Right)},
+    {u"pngblip", &RtfParser::PictureKind, Picture::Kind::Png},
+    {u"qc", &RtfParser::SetAlignment, Alignment::Center},
+    {u"qd", &RtfParser::SetAlignment, Alignment::Justify},
+    {u"qj", &RtfParser::SetAlignment, Alignment::Justify},
+    {u"ql", &RtfParser::SetAlignment, Alignment::Left},
+    {u"qr", &RtfParser::SetAlignment, Alignment::Right},
     {u"rdblquote", &RtfParser::Insert, 0x201D},
     {u"red", &RtfParser::ColorPart<&RtfColorTable::SetRed>},
     {u"ri", &RtfParser::Indent<&ParagraphFormat::right_indent>},
@@ -124,8 +128,8 @@ constexpr RtfParser::Command RtfParser::kCommands[] = {
     {u"sect", &RtfParser::ParagraphEnd},
     {u"strike", &RtfParser::Toggle<&CharacterFormat::strike_out>},
     {u"striked", &RtfParser::Toggle<&CharacterFormat::strike_out>},
-    {u"sub", &RtfParser::SetScript, static_cast<int>(Script::Subscript)},
-    {u"super", &RtfParser::SetScript, static_cast<int>(Script::Superscript)},
+    {u"sub", &RtfParser::SetScript, Script::Subscript},
+    {u"super", &RtfParser::SetScript, Script::Superscript},
     {u"tab", &RtfParser::Insert, kTab},
     {u"tx", &RtfParser::TabStop},
     {u"u", &RtfParser::Unicode},
@@ -138,10 +142,10 @@ constexpr RtfParser::Command RtfParser::kCommands[] = {
     {u"ulth", &RtfParser::Toggle<&CharacterFormat::underline>},
     {u"ulw", &RtfParser::Toggle<&CharacterFormat::underline>},
     {u"ulwave", &RtfParser::Toggle<&CharacterFormat::underline>},
-    {u"up", &RtfParser::Raise, static_cast<int>(Script::Superscript)},
+    {u"up", &RtfParser::Raise, Script::Superscript},
     {u"v", &RtfParser::Hidden},
     {u"wbitmap", &RtfParser::NoPictureKind},
-    {u"wmetafile", &RtfParser::PictureKind, static_cast<int>(Picture::Kind::Metafile)},
+    {u"wmetafile", &RtfParser::PictureKind, Picture::Kind::Metafile},
 };
 
 void RtfParser::TakeWord(const RtfToken& word, Start start) {

@@ -285,9 +285,7 @@ CheckReport CheckDatabase(Database& database) {
                 continue;
             }
             Attempt(report, u"表“" + object.name + u"”", [&] {
-                TableChecker(
-                    link ? database.LinkDefinition(object) : database.TableAt(static_cast<PageNumber>(object.id)), use,
-                    report)
+                TableChecker(link ? database.LinkDefinition(object) : database.TableAt(object.Page()), use, report)
                     .Check();
             });
         }

@@ -61,8 +61,8 @@ private:
 
     void MakeTable(const CatalogObject& object) {
         Copied copied;
-        copied.from = std::make_shared<Table>(source_, source_.GetPager(), source_.Allocator(),
-                                              static_cast<PageNumber>(object.id), object.name, Bytes());
+        copied.from = std::make_shared<Table>(source_, source_.GetPager(), source_.Allocator(), object.Page(),
+                                              object.name, Bytes());
         const TableDefinition& from = copied.from->Definition();
         const auto internal = [](const StoredColumn& column) { return column.foreign_type == kInternalType; };
         if (TargetFormat().version == Version::Jet3 && std::ranges::any_of(from.columns, internal)) {

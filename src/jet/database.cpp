@@ -101,7 +101,7 @@ const std::vector<CatalogObject>& Database::OdbcLinks() {
 
 // A table of its own: FindTable() does not find it under the name.
 std::shared_ptr<Table> Database::LinkDefinition(const CatalogObject& link) {
-    return std::make_shared<Table>(*this, *pager_, allocator_, static_cast<PageNumber>(link.id), link.name,
+    return std::make_shared<Table>(*this, *pager_, allocator_, link.Page(), link.name,
                                    SystemCatalog(*this).ReadProperties(link));
 }
 
@@ -126,7 +126,7 @@ std::shared_ptr<Table> Database::FindTable(std::u16string_view name, int links) 
 }
 
 std::shared_ptr<Table> Database::LoadTable(const CatalogObject& object) {
-    const auto page = static_cast<PageNumber>(object.id);
+    const auto page = object.Page();
     if (const auto known = KnownTables().find(page); known != tables_.end()) return known->second;
     auto table = std::make_shared<Table>(*this, *pager_, allocator_, page, object.name,
                                          SystemCatalog(*this).ReadProperties(object));
@@ -211,8 +211,7 @@ void Database::NewPassword(std::u16string_view old_password, std::u16string_view
     pager_->SetPassword(new_password);
     if (before.format->version == Version::Jet4) {
         for (const CatalogObject& object : Objects()) {
-            if (object.type == CatalogObject::kTable)
-                MaskAnew(*TableAt(static_cast<PageNumber>(object.id)), before.user_key);
+            if (object.type == CatalogObject::kTable) MaskAnew(*TableAt(object.Page()), before.user_key);
         }
     }
     writing.Commit();

@@ -49,8 +49,8 @@ void Database::CreateRelationship(const Relationship& relationship) {
     for (const Relationship& other : Relationships()) {
         if (EqualNames(other.name, relationship.name)) Raise(ErrorNumber::RelationshipExists, {relationship.name});
     }
-    const auto own_page = static_cast<PageNumber>(RequireTable(*this, relationship.table).id);
-    const auto other_page = static_cast<PageNumber>(RequireTable(*this, relationship.referenced_table).id);
+    const auto own_page = RequireTable(*this, relationship.table).Page();
+    const auto other_page = RequireTable(*this, relationship.referenced_table).Page();
     const std::shared_ptr<Table> own = TableAt(own_page);
     const std::shared_ptr<Table> other = TableAt(other_page);
 
@@ -122,7 +122,7 @@ void Database::DropRelationship(std::u16string_view name) {
     const auto found =
         std::find_if(all.begin(), all.end(), [&](const Relationship& other) { return EqualNames(other.name, name); });
     if (found == all.end()) Raise(ErrorNumber::ObjectNotFound, {name});
-    const auto own_page = static_cast<PageNumber>(RequireTable(*this, found->table).id);
+    const auto own_page = RequireTable(*this, found->table).Page();
     DefinitionEditor own(*this, found->table, own_page);
     const int position = own.definition.FindLogicalIndex(found->name);
     if (found->enforced && position >= 0) {

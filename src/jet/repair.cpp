@@ -40,7 +40,7 @@ MapUse UsedMaps(Database& database, const std::vector<CatalogObject>& objects) {
     MapUse use;
     for (const CatalogObject& object : objects) {
         if (object.type != CatalogObject::kTable) continue;
-        const TableDefinition table = ReadDefinition(database.GetPager(), static_cast<PageNumber>(object.id));
+        const TableDefinition table = ReadDefinition(database.GetPager(), object.Page());
         ++use[table.owned_map];
         ++use[table.free_map];
         for (const StoredColumn& column : table.columns) {
@@ -69,7 +69,7 @@ void RemoveMap(Database& database, RowPointer map, const MapUse& use, MapRows& m
 
 void RepairTable(Database& database, const CatalogObject& object, const MapUse& use) {
     Pager& pager = database.GetPager();
-    const auto page = static_cast<PageNumber>(object.id);
+    const auto page = object.Page();
     TableDefinition definition = ReadDefinition(pager, page);
     std::vector<std::size_t> rebuilt;
     std::set<PageNumber> old_pages;

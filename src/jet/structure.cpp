@@ -104,7 +104,7 @@ void Database::DropTable(std::u16string_view name) {
     if (link && link->type == CatalogObject::kLinkedTable) return SystemCatalog(*this).RemoveObject(*link);
     const bool linked = link && link->type == CatalogObject::kLinkedOdbc && link->id > 0;
     const CatalogObject object = linked ? *link : RequireTable(*this, name);
-    const auto page = static_cast<PageNumber>(object.id);
+    const auto page = object.Page();
     {
         const std::shared_ptr<Table> table = linked ? LinkDefinition(object) : TableAt(page);
         if (IsHeld(page)) Raise(ErrorNumber::ObjectInUse, {name});
@@ -121,7 +121,7 @@ void Database::DropTable(std::u16string_view name) {
 }
 
 void Database::CreateIndex(std::u16string_view name, const IndexSpec& spec) {
-    const auto page = static_cast<PageNumber>(RequireTable(*this, name).id);
+    const auto page = RequireTable(*this, name).Page();
     DefinitionEditor editor(*this, std::u16string(name), page);
     const bool fresh = editor.AddIndex(spec);
     editor.Write();
@@ -129,7 +129,7 @@ void Database::CreateIndex(std::u16string_view name, const IndexSpec& spec) {
 }
 
 void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
-    const auto page = static_cast<PageNumber>(RequireTable(*this, name).id);
+    const auto page = RequireTable(*this, name).Page();
     DefinitionEditor editor(*this, std::u16string(name), page);
     const int position = editor.definition.FindLogicalIndex(index);
     if (position < 0) Raise(ErrorNumber::ObjectNotFound, {index});
@@ -147,7 +147,7 @@ void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
 
 void Database::AddColumn(std::u16string_view name, const Column& spec) {
     const CatalogObject object = RequireTable(*this, name);
-    const auto page = static_cast<PageNumber>(object.id);
+    const auto page = object.Page();
     Properties properties = ReadProperties(name);
     DefinitionEditor editor(*this, object.name, page);
     const bool fixed_only = editor.definition.variable_columns == 0;
@@ -172,7 +172,7 @@ void Database::AddColumn(std::u16string_view name, const Column& spec) {
 
 void Database::DropColumn(std::u16string_view name, std::u16string_view column) {
     const CatalogObject object = RequireTable(*this, name);
-    const auto page = static_cast<PageNumber>(object.id);
+    const auto page = object.Page();
     Properties properties = ReadProperties(name);
     DefinitionEditor editor(*this, object.name, page);
     const int position = editor.definition.FindColumn(column);
@@ -196,7 +196,7 @@ void Database::RenameColumn(std::u16string_view table, std::u16string_view colum
     const CatalogObject object = RequireTable(*this, table);
     CheckName(std::u16string(name), *pager_);
     Properties properties = ReadProperties(table);
-    DefinitionEditor editor(*this, object.name, static_cast<PageNumber>(object.id));
+    DefinitionEditor editor(*this, object.name, object.Page());
     const int position = editor.definition.FindColumn(column);
     if (position < 0) Raise(ErrorNumber::FieldNotFound, {column});
     if (editor.definition.FindColumn(name) >= 0) Raise(ErrorNumber::FieldExists, {name});
@@ -218,7 +218,7 @@ void Database::SetColumnSettings(std::u16string_view table, const Column& column
         properties.Remove(column.name, name);
     AddColumnProperties(column, *pager_, properties);
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
-    Forget(static_cast<PageNumber>(object.id));
+    Forget(object.Page());
 }
 
 void Database::SetTableRule(std::u16string_view table, const ValidationRule& rule) {
@@ -227,7 +227,7 @@ void Database::SetTableRule(std::u16string_view table, const ValidationRule& rul
     for (const std::u16string_view name : {u"ValidationRule", u"ValidationText"}) properties.Remove({}, name);
     SetValidation(properties, {}, rule, *pager_);
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
-    Forget(static_cast<PageNumber>(object.id));
+    Forget(object.Page());
 }
 
 void Database::CreateQuery(std::u16string_view name, const std::vector<QueryPart>& parts) {

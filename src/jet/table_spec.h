@@ -83,6 +83,8 @@ struct CatalogObject {
     Bytes remote_columns;  // of an ODBC link: type (2 bytes), size (2) and scale (2) of each column, as ODBC has them
     RowPointer row;
 
+    // Of its definition, where it is a table or has a definition like one.
+    PageNumber Page() const { return static_cast<PageNumber>(id); }
     bool IsSystem() const { return (static_cast<std::uint32_t>(flags) & 0x80000002U) != 0; }
     bool IsLink() const { return type == kLinkedTable || type == kLinkedOdbc; }
     bool IsUserTable() const { return (type == kTable || IsLink()) && !IsSystem(); }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -43,6 +44,13 @@ struct Expression {
 };
 
 using ExpressionPtr = std::unique_ptr<Expression>;
+
+// The expression as the node of its kind. Requires: Node has that kind.
+template <class Node, class Tree>
+requires std::is_same_v<std::remove_const_t<Tree>, Expression>
+auto& As(Tree& expression) {
+    return static_cast<std::conditional_t<std::is_const_v<Tree>, const Node, Node>&>(expression);
+}
 
 struct Literal : Expression {
     explicit Literal(Value its_value) : Expression(ExpressionKind::Literal), value(std::move(its_value)) {}

@@ -1,17 +1,9 @@
 // The expressions that an expression is made of. Those of its sub-queries are not among them.
 #pragma once
 
-#include <type_traits>
-
 #include "sql/ast.h"
 
 namespace qmtrain::sql {
-
-// As the node that its kind tells.
-template <class Node, class Tree>
-auto& As(Tree& expression) {
-    return static_cast<std::conditional_t<std::is_const_v<Tree>, const Node, Node>&>(expression);
-}
 
 // Calls `visit` with each part that there is. Of a constant expression the parts are constant too.
 template <class Tree, class Visit>

@@ -126,10 +126,14 @@ void ListView::StretchColumns() {
     }
 }
 
+const ListRow& ListView::RowAt(long index) const {
+    return model_->Row(static_cast<std::size_t>(index));
+}
+
 const ListRow* ListView::SelectedRow() const {
     const long index = SelectedIndex();
-    if (model_ == nullptr || index < 0 || static_cast<std::size_t>(index) >= model_->Size()) return nullptr;
-    return &model_->Row(static_cast<std::size_t>(index));
+    if (model_ == nullptr || index < 0 || index >= static_cast<long>(model_->Size())) return nullptr;
+    return &RowAt(index);
 }
 
 void ListView::SelectRow(long index) {
@@ -139,16 +143,16 @@ void ListView::SelectRow(long index) {
 }
 
 wxString ListView::OnGetItemText(long item, long column) const {
-    const ListRow& row = model_->Row(static_cast<std::size_t>(item));
+    const ListRow& row = RowAt(item);
     return ToWx(CellText(row.cells[columns_[column].cell]));
 }
 
 int ListView::OnGetItemImage(long item) const {
-    return model_->Row(static_cast<std::size_t>(item)).icon - 1;
+    return RowAt(item).icon - 1;
 }
 
 wxListItemAttr* ListView::OnGetItemAttr(long item) const {
-    return model_->Row(static_cast<std::size_t>(item)).warning ? &warning_ : nullptr;
+    return RowAt(item).warning ? &warning_ : nullptr;
 }
 
 void ListView::DoSetSize(int x, int y, int width, int height, int flags) {

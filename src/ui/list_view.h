@@ -59,6 +59,7 @@ private:
         int least_width;  // 0: the toolkit's, which stays
     };
 
+    const ListRow& RowAt(long index) const;
     void PlaceEmptyText();
     void StretchColumns();
 

@@ -21,36 +21,34 @@ ExpressionPtr ExpressionBinder::Bind(const ast::Expression& expression) {
         if (ExpressionPtr key = BindGroupKey(expression)) return key;
     }
     switch (expression.kind) {
-        case ExpressionKind::Literal:
-            return std::make_unique<LiteralExpression>(static_cast<const ast::Literal&>(expression).value);
-        case ExpressionKind::ColumnName: return BindColumn(static_cast<const ast::ColumnName&>(expression));
+        case ExpressionKind::Literal: return std::make_unique<LiteralExpression>(As<ast::Literal>(expression).value);
+        case ExpressionKind::ColumnName: return BindColumn(As<ast::ColumnName>(expression));
         case ExpressionKind::Unary: {
-            const auto& unary = static_cast<const ast::Unary&>(expression);
+            const auto& unary = As<ast::Unary>(expression);
             return MakeUnary(unary.op, Bind(*unary.operand));
         }
         case ExpressionKind::Binary: {
-            const auto& binary = static_cast<const ast::Binary&>(expression);
+            const auto& binary = As<ast::Binary>(expression);
             ExpressionPtr left = Bind(*binary.left);
             return MakeBinary(binary.op, std::move(left), Bind(*binary.right));
         }
-        case ExpressionKind::Between: return BindBetween(static_cast<const ast::Between&>(expression));
+        case ExpressionKind::Between: return BindBetween(As<ast::Between>(expression));
         case ExpressionKind::IsNull: {
-            const auto& is_null = static_cast<const ast::IsNull&>(expression);
+            const auto& is_null = As<ast::IsNull>(expression);
             return MakeIsNull(Bind(*is_null.subject), is_null.negated);
         }
-        case ExpressionKind::InList: return BindInList(static_cast<const ast::InList&>(expression));
-        case ExpressionKind::InSelect: return BindInSelect(static_cast<const ast::InSelect&>(expression));
+        case ExpressionKind::InList: return BindInList(As<ast::InList>(expression));
+        case ExpressionKind::InSelect: return BindInSelect(As<ast::InSelect>(expression));
         case ExpressionKind::Quantified: {
-            const auto& quantified = static_cast<const ast::Quantified&>(expression);
+            const auto& quantified = As<ast::Quantified>(expression);
             ExpressionPtr subject = Bind(*quantified.subject);
             return MakeQuantified(quantified.op, std::move(subject), BindSubSelect(*quantified.select, true),
                                   quantified.all);
         }
-        case ExpressionKind::Exists:
-            return MakeExists(BindSubSelect(*static_cast<const ast::Exists&>(expression).select, false));
+        case ExpressionKind::Exists: return MakeExists(BindSubSelect(*As<ast::Exists>(expression).select, false));
         case ExpressionKind::SubSelect:
-            return MakeSubqueryValue(BindSubSelect(*static_cast<const ast::SubSelect&>(expression).select, true));
-        case ExpressionKind::Call: return BindCall(static_cast<const ast::Call&>(expression));
+            return MakeSubqueryValue(BindSubSelect(*As<ast::SubSelect>(expression).select, true));
+        case ExpressionKind::Call: return BindCall(As<ast::Call>(expression));
     }
     return nullptr;
 }
@@ -194,7 +192,7 @@ std::unique_ptr<Plan> ExpressionBinder::BindSubSelect(const ast::Select& select,
 
 void ExpressionBinder::BindConjuncts(const ast::Expression& condition, Plan& plan, std::vector<Conjunct>& conjuncts) {
     if (condition.kind == ast::ExpressionKind::Binary) {
-        const auto& binary = static_cast<const ast::Binary&>(condition);
+        const auto& binary = As<ast::Binary>(condition);
         if (binary.op == ast::BinaryOperator::And) {
             BindConjuncts(*binary.left, plan, conjuncts);
             BindConjuncts(*binary.right, plan, conjuncts);
@@ -218,8 +216,7 @@ Operand ExpressionBinder::BindOperand(const ast::Expression& expression, Express
 ExpressionPtr ExpressionBinder::BindCondition(const ast::Expression& expression, std::vector<Conjunct>& parts) {
     using ast::ExpressionKind;
     const Deeper deeper(context_);
-    const auto* binary =
-        expression.kind == ExpressionKind::Binary ? static_cast<const ast::Binary*>(&expression) : nullptr;
+    const auto* binary = expression.kind == ExpressionKind::Binary ? &As<ast::Binary>(expression) : nullptr;
     if (binary != nullptr && binary->op == ast::BinaryOperator::And) return BindAnd(*binary, parts);
     if (binary != nullptr && binary->op == ast::BinaryOperator::Or) return BindOr(*binary, parts);
 
@@ -232,11 +229,11 @@ ExpressionPtr ExpressionBinder::BindCondition(const ast::Expression& expression,
     } else if (binary != nullptr && binary->op == ast::BinaryOperator::Like) {
         bound = BindLike(*binary, conjunct);
     } else if (expression.kind == ExpressionKind::Between) {
-        bound = BindBetween(static_cast<const ast::Between&>(expression), conjunct);
+        bound = BindBetween(As<ast::Between>(expression), conjunct);
     } else if (expression.kind == ExpressionKind::InList) {
-        bound = BindInList(static_cast<const ast::InList&>(expression), conjunct);
+        bound = BindInList(As<ast::InList>(expression), conjunct);
     } else if (expression.kind == ExpressionKind::InSelect) {
-        bound = BindInSelect(static_cast<const ast::InSelect&>(expression), conjunct);
+        bound = BindInSelect(As<ast::InSelect>(expression), conjunct);
     } else {
         bound = Bind(expression);
     }

@@ -112,7 +112,7 @@ private:
         if (!item.alias.empty()) {
             output.column.name = item.alias;
         } else if (item.expression->kind == ast::ExpressionKind::ColumnName) {
-            const auto& name = static_cast<const ast::ColumnName&>(*item.expression);
+            const auto& name = As<ast::ColumnName>(*item.expression);
             Scope::Match match;
             const bool own = scope_.Find(name, match);
             output.column.name = own ? ColumnNameOf(match) : name.name;
@@ -148,7 +148,7 @@ private:
             return plan_->outputs[*ordinal].expression;
         }
         if (item.expression->kind == ast::ExpressionKind::ColumnName) {
-            const auto& name = static_cast<const ast::ColumnName&>(*item.expression);
+            const auto& name = As<ast::ColumnName>(*item.expression);
             if (Expression* output = FindAlias(name)) return output;
         }
         return plan_->Own(binder_.Bind(*item.expression));
@@ -209,7 +209,7 @@ private:
 
 std::optional<std::size_t> OrdinalOf(const ast::OrderItem& item, std::size_t outputs) {
     if (item.expression->kind != ast::ExpressionKind::Literal) return std::nullopt;
-    const Value& value = static_cast<const ast::Literal&>(*item.expression).value;
+    const Value& value = As<ast::Literal>(*item.expression).value;
     if (value.GetType() != Value::Type::Long) return std::nullopt;
     const std::int32_t ordinal = value.As<std::int32_t>();
     if (ordinal < 1 || ordinal > static_cast<std::int32_t>(outputs)) Raise(ErrorNumber::SyntaxInOrderBy);

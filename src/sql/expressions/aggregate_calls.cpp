@@ -12,8 +12,7 @@ bool IsAggregate(std::u16string_view name) {
 }
 
 bool IsAggregate(const ast::Expression& expression) {
-    return expression.kind == ast::ExpressionKind::Call &&
-           IsAggregate(ToUpper(static_cast<const ast::Call&>(expression).name));
+    return expression.kind == ast::ExpressionKind::Call && IsAggregate(ToUpper(As<ast::Call>(expression).name));
 }
 
 bool ContainsAggregate(const ast::Expression& expression) {

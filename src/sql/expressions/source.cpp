@@ -70,7 +70,7 @@ bool TableSource::IsLong(std::size_t slot) const {
     return IsLongValue(type);
 }
 
-KeptRow TableSource::Keep() {
+RowHandle TableSource::Keep() {
     if (IsNullRow()) return 0;
     if (current_ != 0) return current_;
     if (!keep_values_ || has_long_) cursor_->Keep();
@@ -80,21 +80,21 @@ KeptRow TableSource::Keep() {
         if (!IsLong(slot)) row[slot] = Get(static_cast<int>(slot));
     }
     kept_ids_.push_back(cursor_->Row());
-    return static_cast<KeptRow>(kept_ids_.size());
+    return static_cast<RowHandle>(kept_ids_.size());
 }
 
-bool TableSource::Restore(KeptRow place) {
-    if (place == 0) {
+bool TableSource::Restore(RowHandle handle) {
+    if (handle == 0) {
         SetNull();
     } else if (keep_values_) {
-        current_ = place;
+        current_ = handle;
         ++stamp_;
         if (has_long_)
             ShowPartly();
         else
-            Show(kept_.At(place - 1));
+            Show(kept_.At(handle - 1));
     } else {
-        if (!GetCursor().MoveTo(RowId{place})) return false;
+        if (!GetCursor().MoveTo(RowId{handle})) return false;
         OnRow();
     }
     return true;
@@ -149,12 +149,12 @@ void RowsSource::Clear() {
     current_ = 0;
 }
 
-bool RowsSource::Restore(KeptRow place) {
-    if (place == 0) {
+bool RowsSource::Restore(RowHandle handle) {
+    if (handle == 0) {
         SetNull();
     } else {
-        current_ = place;
-        Show(rows_.At(place - 1));
+        current_ = handle;
+        Show(rows_.At(handle - 1));
     }
     return true;
 }

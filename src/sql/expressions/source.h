@@ -21,7 +21,7 @@
 namespace qmtrain::sql {
 
 // A row of a source that can be gone back to. 0 is the row of Nulls that an outer join adds.
-using KeptRow = std::uint32_t;
+using RowHandle = std::uint32_t;
 
 class Source {
 public:
@@ -41,11 +41,11 @@ public:
     // The same for a text that can be looked at where it is stored, see Cursor::NarrowText.
     virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
 
-    // The current row's place; it stays good until Forget().
-    virtual KeptRow Keep() = 0;
+    // A handle of the current row, valid until Forget().
+    virtual RowHandle Keep() = 0;
 
     // Goes back to a kept row; false when the row has been deleted since.
-    virtual bool Restore(KeptRow place) = 0;
+    virtual bool Restore(RowHandle handle) = 0;
 
     // Drops what Keep() holds.
     virtual void Forget() {}
@@ -115,8 +115,8 @@ public:
     bool KeepsValues() const { return keep_values_; }
 
     std::optional<std::string_view> NarrowText(int slot) override;
-    KeptRow Keep() override;
-    bool Restore(KeptRow place) override;
+    RowHandle Keep() override;
+    bool Restore(RowHandle handle) override;
     void Forget() override;
 
 protected:
@@ -140,7 +140,7 @@ private:
     bool has_long_ = false;
     RowBuffer kept_;
     std::vector<RowId> kept_ids_;
-    KeptRow current_ = 0;  // the kept row shown, 0 when the cursor's row is
+    RowHandle current_ = 0;  // the kept row shown, 0 when the cursor's row is
 };
 
 // Rows made up in memory: what GROUP BY and UNION have put together.
@@ -155,15 +155,15 @@ public:
     RowBuffer& Rows() { return rows_; }
     void Clear();
 
-    KeptRow Keep() override { return current_; }
-    bool Restore(KeptRow place) override;
+    RowHandle Keep() override { return current_; }
+    bool Restore(RowHandle handle) override;
 
 protected:
     const Value& Load(int slot) override;
 
 private:
     RowBuffer rows_;
-    KeptRow current_ = 0;
+    RowHandle current_ = 0;
 };
 
 }  // namespace qmtrain::sql

@@ -134,7 +134,7 @@ ExpressionPtr Parser::ParseColumnRule(std::u16string_view column) {
 
 ExpressionPtr Parser::AsRule(ExpressionPtr expression) const {
     if (expression->kind == ast::ExpressionKind::Binary) {
-        auto& binary = static_cast<ast::Binary&>(*expression);
+        auto& binary = As<ast::Binary>(*expression);
         if (binary.op < BinaryOperator::And) return expression;
         binary.left = AsRule(std::move(binary.left));
         binary.right = AsRule(std::move(binary.right));
@@ -142,7 +142,7 @@ ExpressionPtr Parser::AsRule(ExpressionPtr expression) const {
     }
     const ast::Expression* value = expression.get();
     if (expression->kind == ast::ExpressionKind::Unary) {
-        auto& unary = static_cast<ast::Unary&>(*expression);
+        auto& unary = As<ast::Unary>(*expression);
         if (unary.op == ast::UnaryOperator::Not) {
             unary.operand = AsRule(std::move(unary.operand));
             return expression;

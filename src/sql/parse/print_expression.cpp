@@ -38,20 +38,18 @@ std::u16string Bracketed(std::u16string_view name) {
 
 void Printer::Put(const Expression& expression) {
     switch (expression.kind) {
-        case ExpressionKind::Literal: return PutLiteral(static_cast<const Literal&>(expression).value);
-        case ExpressionKind::ColumnName: return PutColumn(static_cast<const ColumnName&>(expression));
-        case ExpressionKind::Unary: return PutUnary(static_cast<const Unary&>(expression));
-        case ExpressionKind::Binary: return PutBinary(static_cast<const Binary&>(expression));
-        case ExpressionKind::Between: return PutBetween(static_cast<const Between&>(expression));
-        case ExpressionKind::IsNull: return PutIsNull(static_cast<const IsNull&>(expression));
-        case ExpressionKind::InList: return PutInList(static_cast<const InList&>(expression));
-        case ExpressionKind::InSelect: return PutInSelect(static_cast<const InSelect&>(expression));
-        case ExpressionKind::Quantified: return PutQuantified(static_cast<const Quantified&>(expression));
-        case ExpressionKind::Exists:
-            out += u"Exists ";
-            return PutSubSelect(*static_cast<const Exists&>(expression).select);
-        case ExpressionKind::SubSelect: return PutSubSelect(*static_cast<const SubSelect&>(expression).select);
-        case ExpressionKind::Call: return PutCall(static_cast<const Call&>(expression));
+        case ExpressionKind::Literal: return PutLiteral(As<Literal>(expression).value);
+        case ExpressionKind::ColumnName: return PutColumn(As<ColumnName>(expression));
+        case ExpressionKind::Unary: return PutUnary(As<Unary>(expression));
+        case ExpressionKind::Binary: return PutBinary(As<Binary>(expression));
+        case ExpressionKind::Between: return PutBetween(As<Between>(expression));
+        case ExpressionKind::IsNull: return PutIsNull(As<IsNull>(expression));
+        case ExpressionKind::InList: return PutInList(As<InList>(expression));
+        case ExpressionKind::InSelect: return PutInSelect(As<InSelect>(expression));
+        case ExpressionKind::Quantified: return PutQuantified(As<Quantified>(expression));
+        case ExpressionKind::Exists: out += u"Exists "; return PutSubSelect(*As<Exists>(expression).select);
+        case ExpressionKind::SubSelect: return PutSubSelect(*As<SubSelect>(expression).select);
+        case ExpressionKind::Call: return PutCall(As<Call>(expression));
     }
 }
 

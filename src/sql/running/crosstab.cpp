@@ -43,7 +43,7 @@ bool CrosstabRows::Next() {
         if (!has_rows && !empty) empty = EmptyCell();
         row[columns + i] = has_rows ? values_[number * width_ + i] : *empty;
     }
-    source_.Restore(static_cast<KeptRow>(source_.Rows().Size()));
+    source_.Restore(static_cast<RowHandle>(source_.Rows().Size()));
     return true;
 }
 

@@ -10,20 +10,20 @@ DerivedSource::DerivedSource(std::unique_ptr<Plan> plan) : plan_(std::move(plan)
     }
 }
 
-KeptRow DerivedSource::Keep() {
+RowHandle DerivedSource::Keep() {
     if (IsNullRow()) return 0;
     if (current_ != 0) return current_;
     Value* row = kept_.Add();
     for (std::size_t slot = 0; slot < SlotCount(); ++slot) row[slot] = Get(static_cast<int>(slot));
-    return static_cast<KeptRow>(kept_.Size());
+    return static_cast<RowHandle>(kept_.Size());
 }
 
-bool DerivedSource::Restore(KeptRow place) {
-    if (place == 0) {
+bool DerivedSource::Restore(RowHandle handle) {
+    if (handle == 0) {
         SetNull();
     } else {
-        current_ = place;
-        Show(kept_.At(place - 1));
+        current_ = handle;
+        Show(kept_.At(handle - 1));
     }
     return true;
 }

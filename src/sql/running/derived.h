@@ -22,8 +22,8 @@ public:
         ShowPartly();
     }
 
-    KeptRow Keep() override;
-    bool Restore(KeptRow place) override;
+    RowHandle Keep() override;
+    bool Restore(RowHandle handle) override;
     void Forget() override;
 
 protected:
@@ -35,7 +35,7 @@ private:
     std::vector<const Value*> values_;
     std::vector<std::uint64_t> stamps_;
     std::uint64_t stamp_ = 0;
-    KeptRow current_ = 0;
+    RowHandle current_ = 0;
 };
 
 // Moves the source through its query.

@@ -8,7 +8,7 @@ Group::Group(RowOperatorPtr child, RowsSource& output, std::vector<Expression*> 
 void Group::Open() {
     groups_.Clear();
     states_.clear();
-    group_of_place_.clear();
+    group_of_handle_.clear();
     output_.Clear();
     position_ = 0;
     if (keys_.empty()) AddGroup();
@@ -34,7 +34,7 @@ void Group::Explain(Explanation& out) const {
 
 bool Group::Next() {
     if (position_ >= output_.Rows().Size()) return false;
-    output_.Restore(static_cast<KeptRow>(++position_));
+    output_.Restore(static_cast<RowHandle>(++position_));
     return true;
 }
 
@@ -54,9 +54,9 @@ void Group::Step(std::size_t aggregate, AggregateState& state, Value& slot) {
 }
 
 std::uint32_t Group::LookUpGroup() {
-    const KeptRow place = key_source_->Keep();
-    if (place >= group_of_place_.size()) group_of_place_.resize(place * 2 + 64, 0);
-    std::uint32_t& known = group_of_place_[place];
+    const RowHandle handle = key_source_->Keep();
+    if (handle >= group_of_handle_.size()) group_of_handle_.resize(handle * 2 + 64, 0);
+    std::uint32_t& known = group_of_handle_[handle];
     if (known == 0) known = FindGroup() + 1;
     return known - 1;
 }

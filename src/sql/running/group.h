@@ -42,8 +42,8 @@ private:
     bool only_counts_ = false;
 
     KeyTable groups_;
-    std::vector<AggregateState> states_;         // as many as aggregates for each group
-    std::vector<std::uint32_t> group_of_place_;  // + 1, 0 where not known yet
+    std::vector<AggregateState> states_;          // as many as aggregates for each group
+    std::vector<std::uint32_t> group_of_handle_;  // + 1, 0 where not known yet
     std::vector<std::uint8_t> key_;
     HeldMemory held_;
     std::size_t position_ = 0;

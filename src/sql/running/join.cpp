@@ -70,10 +70,10 @@ void HashLookup::Open() {
 bool HashLookup::Next() {
     steps_.Next();
     while (next_row_ != kEnd) {
-        const KeptRow* place = &places_[next_row_ * sources_.size()];
+        const RowHandle* handle = &handles_[next_row_ * sources_.size()];
         next_row_ = following_[next_row_];
         bool alive = true;
-        for (Source* source : sources_) alive = source->Restore(*place++) && alive;
+        for (Source* source : sources_) alive = source->Restore(*handle++) && alive;
         if (alive) return true;
     }
     return false;
@@ -86,7 +86,7 @@ void HashLookup::Build() {
     first_.clear();
     last_.clear();
     following_.clear();
-    places_.clear();
+    handles_.clear();
     for (Source* source : sources_) source->Forget();
     child_->Open();
     while (child_->Next()) {
@@ -121,9 +121,9 @@ std::uint32_t HashLookup::KeyNumber(bool building) {
 
 void HashLookup::AddRow(std::uint32_t key) {
     const auto row = static_cast<std::uint32_t>(following_.size());
-    held_.Cover(places_.capacity() * sizeof(KeptRow) + following_.capacity() * 3 * sizeof(row));
+    held_.Cover(handles_.capacity() * sizeof(RowHandle) + following_.capacity() * 3 * sizeof(row));
     following_.push_back(kEnd);
-    for (Source* source : sources_) places_.push_back(source->Keep());
+    for (Source* source : sources_) handles_.push_back(source->Keep());
     if (key == first_.size()) {
         first_.push_back(row);
         last_.push_back(row);

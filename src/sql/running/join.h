@@ -78,7 +78,7 @@ private:
     std::vector<std::uint32_t> first_;  // row of a key, by its number
     std::vector<std::uint32_t> last_;
     std::vector<std::uint32_t> following_;  // row of the same key, by row
-    std::vector<KeptRow> places_;           // as many as sources for each row
+    std::vector<RowHandle> handles_;        // as many as sources for each row
     std::uint32_t next_row_ = kEnd;
     HeldMemory held_;
     WorkSteps steps_;

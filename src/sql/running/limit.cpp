@@ -53,8 +53,8 @@ bool Distinct::Next() {
         key_.clear();
         for (Expression* value : values_) AppendKeyOf(*value, key_);
         for (Source* source : sources_) {
-            const KeptRow place = source->Keep();
-            for (unsigned shift = 0; shift < 32; shift += 8) key_.push_back(static_cast<std::uint8_t>(place >> shift));
+            const RowHandle handle = source->Keep();
+            for (unsigned shift = 0; shift < 32; shift += 8) key_.push_back(static_cast<std::uint8_t>(handle >> shift));
         }
         bool added = false;
         seen_.FindOrAdd(key_, added);

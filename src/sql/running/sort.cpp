@@ -23,7 +23,7 @@ void Sort::SetLimit(std::size_t limit, std::size_t tie_keys) {
 void Sort::Open() {
     rows_.clear();
     keys_.clear();
-    places_.clear();
+    handles_.clear();
     position_ = 0;
     prune_at_ = std::max(kPruneRows, limit_ * 2);
     child_->Open();
@@ -49,9 +49,9 @@ void Sort::Explain(Explanation& out) const {
 
 bool Sort::Next() {
     while (position_ < rows_.size()) {
-        const KeptRow* place = &places_[rows_[position_++].number * sources_.size()];
+        const RowHandle* handle = &handles_[rows_[position_++].number * sources_.size()];
         bool alive = true;
-        for (Source* source : sources_) alive = source->Restore(*place++) && alive;
+        for (Source* source : sources_) alive = source->Restore(*handle++) && alive;
         if (alive) return true;
     }
     return false;
@@ -78,10 +78,10 @@ bool Sort::AddRow() {
     for (std::size_t i = 0; i < 8; ++i) {
         row.prefix = row.prefix << 8U | (i < row.key_size ? keys_[row.key + i] : 0U);
     }
-    row.number = static_cast<std::uint32_t>(sources_.empty() ? rows_.size() : places_.size() / sources_.size());
-    for (Source* source : sources_) places_.push_back(source->Keep());
+    row.number = static_cast<std::uint32_t>(sources_.empty() ? rows_.size() : handles_.size() / sources_.size());
+    for (Source* source : sources_) handles_.push_back(source->Keep());
     rows_.push_back(row);
-    held_.Cover(keys_.capacity() + rows_.capacity() * sizeof(Row) + places_.capacity() * sizeof(KeptRow));
+    held_.Cover(keys_.capacity() + rows_.capacity() * sizeof(Row) + handles_.capacity() * sizeof(RowHandle));
     return true;
 }
 
@@ -118,22 +118,22 @@ void Sort::Prune() {
 
     std::ranges::sort(rows_, {}, &Row::number);
     std::vector<std::uint8_t> keys;
-    std::vector<KeptRow> places;
+    std::vector<RowHandle> handles;
     const std::ptrdiff_t width = sources_.size();
     for (std::size_t i = 0; i < rows_.size(); ++i) {
         Row& row = rows_[i];
         const auto key = keys_.begin() + row.key;
         row.key = keys.size();
         keys.insert(keys.end(), key, key + row.key_size);
-        const auto place = places_.begin() + row.number * width;
-        places.insert(places.end(), place, place + width);
+        const auto handle = handles_.begin() + row.number * width;
+        handles.insert(handles.end(), handle, handle + width);
         row.number = static_cast<std::uint32_t>(i);
     }
     last_key_.assign(keys_.begin() + last.key,
                      keys_.begin() + (last.key + (tie_keys_ > 0 ? last.tie_size : last.key_size)));
     has_last_ = true;
     keys_ = std::move(keys);
-    places_ = std::move(places);
+    handles_ = std::move(handles);
     prune_at_ = std::max(kPruneRows, rows_.size() * 2);
 }
 

@@ -1,4 +1,4 @@
-// Sorting: rows are noted by their places, and their keys as byte strings.
+// Sorting: of each row its handles are kept, and its keys as byte strings.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +38,7 @@ private:
         std::size_t key = 0;       // in keys_
         std::uint32_t key_size = 0;
         std::uint32_t tie_size = 0;  // of the key, what decides about ties
-        std::uint32_t number = 0;    // in order of arrival, and in places_
+        std::uint32_t number = 0;    // in order of arrival, and in handles_
     };
 
     bool AddRow();
@@ -58,7 +58,7 @@ private:
     std::vector<Row> rows_;
     std::vector<std::uint8_t> keys_;
     std::vector<std::uint8_t> buffer_;
-    std::vector<KeptRow> places_;
+    std::vector<RowHandle> handles_;
     std::size_t position_ = 0;
     HeldMemory held_;
     WorkSteps steps_;

@@ -23,16 +23,16 @@ void UnionSource::OnRow(std::size_t plan) {
     Show(row_.data());
 }
 
-KeptRow UnionSource::Keep() {
+RowHandle UnionSource::Keep() {
     if (current_ != 0) return current_;
     Value* row = kept_.Add();
     for (std::size_t i = 0; i < row_.size(); ++i) row[i] = row_[i];
-    return static_cast<KeptRow>(kept_.Size());
+    return static_cast<RowHandle>(kept_.Size());
 }
 
-bool UnionSource::Restore(KeptRow place) {
-    current_ = place;
-    Show(kept_.At(place - 1));
+bool UnionSource::Restore(RowHandle handle) {
+    current_ = handle;
+    Show(kept_.At(handle - 1));
     return true;
 }
 

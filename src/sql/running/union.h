@@ -19,8 +19,8 @@ public:
     Plan& GetPlan(std::size_t number) { return *plans_[number]; }
     void OnRow(std::size_t plan);
 
-    KeptRow Keep() override;
-    bool Restore(KeptRow place) override;
+    RowHandle Keep() override;
+    bool Restore(RowHandle handle) override;
     void Forget() override;
 
 protected:
@@ -30,7 +30,7 @@ private:
     std::vector<std::unique_ptr<Plan>> plans_;
     std::vector<Value> row_;
     RowBuffer kept_;
-    KeptRow current_ = 0;
+    RowHandle current_ = 0;
 };
 
 class UnionRows : public RowOperator {

@@ -130,7 +130,7 @@ TableSource& FindDeleteTarget(const Target& target, const ast::Delete& statement
     std::set<std::size_t> by_column;
     for (const ast::SelectItem& item : statement.items) {
         if (!item.star) {
-            const auto& column = static_cast<const ast::ColumnName&>(*item.expression);
+            const auto& column = As<ast::ColumnName>(*item.expression);
             Scope::Match match;
             if (!target.scope.Find(column, match)) Raise(ErrorNumber::MissingParameter, {column.name});
             by_column.insert(match.entry);
