@@ -163,7 +163,7 @@ std::shared_ptr<const sql::ast::Select> OdbcLinks::DelegateConditions(const sql:
     return copy;
 }
 
-// A condition behind an outer join sees the rows of Nulls that this adds: it cannot be asked of that table before.
+// A condition after an outer join sees the rows of Nulls that this adds: it cannot be asked of that table before.
 void OdbcLinks::Narrow(sql::ast::TableExpression& table, std::vector<ExpressionPtr>& conditions) {
     if (auto* join = std::get_if<sql::ast::JoinedTable>(&table.node)) {
         if (join->type != sql::ast::JoinType::Right) Narrow(*join->left, conditions);

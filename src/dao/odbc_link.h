@@ -69,11 +69,11 @@ public:
     // "SELECT" of all columns, up to the table's name.
     const std::u16string& Select() const { return select_; }
 
-    // Adds what stands behind WHERE for one row; for some of them.
+    // Adds what stands after WHERE for one row; for some of them.
     void AddIsRow(odbc::Request& request, sql::RowId row) const;
     std::u16string IsOneOf(std::span<const sql::RowId> wanted) const;
 
-    // A page of the rows in the order of their keys, behind the one with this key; empty: the first. The table goes by
+    // A page of the rows in the order of their keys, after the one with this key; empty: the first. The table goes by
     // kTableAlias there. Of a table whose key has gone since the link was made no page follows the first: the server
     // says that it divides by zero.
     std::u16string Page(std::u16string_view after, std::int64_t rows) const;

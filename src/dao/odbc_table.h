@@ -20,7 +20,7 @@ std::u16string AliasText();
 // Rows of a link, all or those that a request asks for.
 class OdbcTable : public sql::Table {
 public:
-    // `narrowed`: what stands behind FROM and the table, which begins with AliasText().
+    // `narrowed`: what stands after FROM and the table, which begins with AliasText().
     OdbcTable(std::shared_ptr<OdbcLink> link, odbc::Request narrowed, Extent extent);
 
     const std::u16string& Name() const override { return link_->name; }

@@ -52,7 +52,7 @@ void Session::Join(SessionFile& file) {
 }
 
 // A file that a scope inside is reading cannot be changed: the writer would wait for ever for this reader. Those that
-// an ended scope has left locked for reading are let go first, what the links lead to as well.
+// an ended scope has left locked for reading are released first, what the links lead to as well.
 void Session::RequireChanging(SessionFile& file) {
     if (read_scopes_ == 0) LetGo(file.Home());
     if (file.IsChanging()) return;

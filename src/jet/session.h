@@ -62,17 +62,17 @@ public:
     // False when it is left to the next scope.
     virtual bool UndoAll() noexcept = 0;
 
-    // Gives up a commit of which nobody knows yet whether it stands.
+    // Abandons a commit of which nobody knows yet whether it stands.
     virtual void Abandon() noexcept = 0;
 };
 
 // Somebody else's part in what a session changes, such as a server's. It knows the levels by their number: those that
-// it has not met yet are none of its business.
+// it has not met yet do not concern it.
 class SessionPartner {
 public:
     virtual ~SessionPartner() = default;
 
-    // Only so many levels are left, and what it did in those behind them is kept, or undone.
+    // Only so many levels are left, and what it did in those beyond them is kept, or undone.
     virtual void Merge(std::size_t levels) noexcept = 0;
     virtual void Undo(std::size_t levels) noexcept = 0;
 

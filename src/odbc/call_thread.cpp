@@ -35,7 +35,7 @@ void CallThread::Serve(const std::shared_ptr<State>& state) {
         if (!state->busy) return;
         lock.unlock();
         state->call();
-        state->call = nullptr;  // what it holds is let go of here
+        state->call = nullptr;  // what it holds is released here
         lock.lock();
         state->busy = false;
         state->changed.notify_all();

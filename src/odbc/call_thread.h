@@ -15,10 +15,10 @@ public:
     CallThread(const CallThread&) = delete;
     CallThread& operator=(const CallThread&) = delete;
 
-    // A call that has been given up goes on by itself.
+    // A call that has been abandoned goes on by itself.
     ~CallThread();
 
-    // False: it has not returned within the limit, or before somebody gave it up. It may go on for any time, with what
+    // False: it has not returned within the limit, or before it was abandoned. It may go on for any time, with what
     // it holds, and no other one may follow.
     bool Run(std::function<void()> call, std::optional<std::chrono::milliseconds> limit);
 

@@ -73,7 +73,7 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
     whole.SetDefault(u"KeepaliveTime", u"30");
     whole.SetDefault(u"KeepaliveInterval", u"10");
     whole.SetDefault(u"Pqopt",
-                     u"tcp_user_timeout=15000");  // milliseconds until a network that swallows all is given up
+                     u"tcp_user_timeout=15000");  // milliseconds until a network that swallows all is abandoned
     auto handles = std::make_shared<Handles>();
     const Library& library = handles->library;
     library.SetConnectAttr(handles->connection, SQL_ATTR_LOGIN_TIMEOUT, Number(static_cast<SQLULEN>(limit.count())), 0);

@@ -1,6 +1,6 @@
 // A connection to a database server through the system's ODBC.
 //
-// Failures are errors of DAO with a Chinese text and the server's own text behind it; passwords are in neither.
+// Failures are errors of DAO with a Chinese text and the server's own text after it; passwords are in neither.
 #pragma once
 
 #include <atomic>
@@ -109,12 +109,12 @@ public:
     void UndoLevels(std::size_t levels);
 
     // How long each statement may take, rounded up to seconds; none when it is zero. A server that does not keep to it
-    // is given up some seconds later, and the connection is lost.
+    // is abandoned some seconds later, and the connection is lost.
     void TimeLimit(std::chrono::milliseconds limit);
 
     // From any thread: what the server is doing ends with OperationCancelled, unless it is done by then. The server is
     // asked on a connection of its own: where it has none left nothing happens. One that does not answer, or does not
-    // end what it is doing, is given up.
+    // end what it is doing, is abandoned.
     void Cancel() noexcept;
 
     // False once the server has been found gone.
@@ -135,7 +135,7 @@ private:
     void EndTransaction(bool commit);
     std::int16_t End(std::int16_t how);
 
-    // What a call of the library that waits for the server returns; raises when the server is given up. The call must
+    // What a call of the library that waits for the server returns; raises when the server is abandoned. The call must
     // hold what it uses, but for the handles.
     std::int16_t Wait(std::function<std::int16_t()> call);
     std::int16_t Wait(std::function<std::int16_t()> call, std::optional<std::chrono::milliseconds> limit);
@@ -158,7 +158,7 @@ private:
     std::mutex running_mutex_;
     std::condition_variable call_ended_;
     bool running_ = false;                 // a call of the library that waits for the server
-    std::atomic<bool> cancelled_ = false;  // and the connection may have to be given up for it
+    std::atomic<bool> cancelled_ = false;  // and the connection may have to be abandoned for it
     std::atomic<bool> given_up_ = false;   // a call has not returned, and no handle may be touched
     std::atomic<bool> alive_ = true;
     bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for

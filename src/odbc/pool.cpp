@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kMostIdle = 8;
 constexpr std::chrono::seconds kLongestIdle{60};
 
-// Who has waited in vain for a server need not be followed by others: for so long they get the same answer.
+// After one has waited for a server until the time limit, others need not: for so long they get the same answer.
 constexpr std::chrono::seconds kInVain{1};
 constexpr std::chrono::seconds kNoNewAttempt{15};
 

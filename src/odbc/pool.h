@@ -14,7 +14,7 @@ namespace qmtrain::odbc {
 void LoginTimeout(std::chrono::seconds limit);
 std::chrono::seconds LoginTimeout();
 
-// One that nobody else uses. It goes back when it is let go.
+// One that nobody else uses. It goes back when it is released.
 std::shared_ptr<Connection> TakeConnection(const ConnectString& connect);
 
 }  // namespace qmtrain::odbc

@@ -71,11 +71,11 @@ Savepoints::Message Savepoints::Next() {
         after_.push_back(level);
     }
     if (!after_.empty() && !is_level(after_.back())) {
-        message.behind.push_back(Release(after_.back()));
+        message.after.push_back(Release(after_.back()));
         after_.pop_back();
     }
     after_.push_back(NewName());
-    message.behind.push_back(Set(after_.back()));
+    message.after.push_back(Set(after_.back()));
     return message;
 }
 

@@ -1,8 +1,8 @@
-// The savepoints of a transaction: those of its levels, and one behind each statement, which is where the transaction
+// The savepoints of a transaction: those of its levels, and one after each statement, which is where the transaction
 // goes back to when the next one fails.
 //
 // The server hears of them in the message of the next statement. That message may fail at any place, and when the
-// server cannot read it nothing of it has happened. So each point has a name of its own, and what a message lets go of
+// server cannot read it nothing of it has happened. So each point has a name of its own, and what a message releases
 // is followed by a new point at once: by trying their names one learns how far the server has come.
 #pragma once
 
@@ -19,16 +19,16 @@ public:
 
     void OpenLevel();
 
-    // Only so many levels are left; what was done in those behind them is kept.
+    // Only so many levels are left; what was done in those beyond them is kept.
     void Merge(std::size_t levels);
 
     // The same, but it is to be undone: the name of the point to go back to, empty where the server knows of none.
     std::u16string Undo(std::size_t levels);
 
-    // The statements that go with one in its message, before it and behind it, and what follows from how it ends.
+    // The statements that go with one in its message, before it and after it, and what follows from how it ends.
     struct Message {
         std::vector<std::u16string> before;
-        std::vector<std::u16string> behind;
+        std::vector<std::u16string> after;
 
         // Where to go back to when it fails: the first one that the server knows.
         std::vector<std::u16string> places;

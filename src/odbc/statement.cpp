@@ -151,7 +151,7 @@ void Statement::Execute(const std::vector<std::u16string>& first, const std::u16
     std::u16string text;
     for (const std::u16string& one : before) text.append(one).append(u";");
     text.append(sql);
-    for (const std::u16string& one : message.behind) text.append(u";").append(one);
+    for (const std::u16string& one : message.after) text.append(u";").append(one);
     try {
         Send(text, doing);
         // The results of the others come first.
