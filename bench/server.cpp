@@ -251,7 +251,7 @@ void RecordByPeer(const std::function<std::unique_ptr<Peer>()>& connect, int use
     }
 }
 
-// Seconds of the processors: they tell the same when other programs run beside.
+// Processor time in seconds, which other programs that run meanwhile do not change.
 struct ProcessorTime {
     double clients = 0;
     double server = 0;

@@ -312,7 +312,7 @@ void ReadResults(const std::u16string& folder) {
 
 template <class Open, class Query>
 void Compare(const char* name, Open open, Query query) {
-    // The processor's time as well: a machine that does other things meanwhile takes longer, and not more of that.
+    // The processor time as well, which other work of the machine does not change.
     double processor = 1e9;
     const double opened = bench::BestOf(kRuns, [&] {
         const std::clock_t start = std::clock();

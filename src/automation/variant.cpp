@@ -227,7 +227,7 @@ void ToVariant(const Value& value, VARIANT& variant) {
             type = VT_ARRAY | VT_UI1;
             break;
     }
-    variant.vt = type;  // last: a decimal lies over it, and a failure leaves Empty
+    variant.vt = type;  // last: a decimal overlaps it, and a failure leaves Empty
 }
 
 bool IsMissing(const VARIANT& variant) {

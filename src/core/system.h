@@ -1,4 +1,4 @@
-// What the operating system tells a program, and how it takes text from it.
+// What a program learns from the operating system, and how the two exchange text.
 #pragma once
 
 #include <cstdint>

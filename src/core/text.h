@@ -11,7 +11,7 @@
 
 namespace qmtrain {
 
-// What stands in place of bytes that mean nothing.
+// What replaces bytes that cannot be decoded.
 inline constexpr char16_t kReplacementCharacter = 0xFFFD;
 
 // The halves of a pair that stands for one character beyond U+FFFF.
@@ -29,7 +29,7 @@ void AppendUtf8(std::u16string_view text, std::string& out);
 // Ill-formed input becomes U+FFFD, one for each byte that cannot be read.
 std::u16string FromUtf8(std::string_view text);
 
-// Text of a Windows code page (936, 1252 …) through the system's converter; bytes that mean nothing become U+FFFD.
+// Text of a Windows code page (936, 1252 …) through the system's converter; bytes that cannot be decoded become U+FFFD.
 // Raises OperationNotSupported when the system does not know the code page.
 std::u16string FromCodePage(std::string_view bytes, int code_page);
 

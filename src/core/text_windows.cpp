@@ -15,7 +15,7 @@ void RequireCodePage(int code_page) {
         Raise(ErrorNumber::OperationNotSupported, {u"代码页 " + ToText(code_page)});
 }
 
-// Nothing when a byte means nothing there.
+// Nothing when a byte cannot be decoded.
 std::optional<std::u16string> Decoded(std::string_view bytes, int code_page) {
     const auto size = static_cast<int>(bytes.size());
     std::wstring out(bytes.size(), L'\0');  // no code page needs more than one unit per byte

@@ -76,7 +76,7 @@ public:
     ~HeldMemory() { GiveBack(); }
 
     // Notes that the object has that many bytes, or is about to. Raises SystemResourceExceeded when that is too much
-    // for the work that the thread did when it was first told.
+    // for the work that the thread did at the first call.
     void Cover(std::size_t bytes) {
         if (bytes > bytes_) Grow(bytes);
     }

@@ -34,7 +34,7 @@ std::u16string NameOf(const AnyObject& object);
 
 class Collection {
 public:
-    // What happens when an object is added or taken away; what is none is refused with OperationNotSupported.
+    // What happens when an object is added or removed; without a function that raises OperationNotSupported.
     struct Hooks {
         std::function<std::vector<AnyObject>()> load = {};
         std::function<void(const AnyObject&)> append = {};
@@ -62,10 +62,10 @@ public:
     void Append(const AnyObject& object);
     void Delete(std::u16string_view name);
 
-    // Takes out what has ended by itself.
+    // Removes an object that has closed itself.
     void Drop(const AnyObject& object) { std::erase(objects_, object); }
 
-    // Looks again at what there is.
+    // Has the objects read anew when they are next needed.
     void Refresh() { loaded_ = !hooks_.load; }
 
     const std::vector<AnyObject>& Objects();

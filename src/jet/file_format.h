@@ -75,7 +75,7 @@ struct FileFormat {
     std::uint32_t PagesPerMapPage() const { return (page_size - 4) * 8; }
     std::size_t MaxIndexPrefix() const { return index_prefix_size == 1 ? 0xFF : 0xFFFF; }
 
-    // Of the key bytes of an entry: it must fit on a node page, followed by a row and a child.
+    // The most key bytes of an entry, which must fit on a node page, followed by a row and a child.
     std::size_t MaxKey() const { return IndexCapacity() - 8; }
 };
 

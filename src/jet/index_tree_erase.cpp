@@ -80,7 +80,7 @@ void IndexTree::RemovePage(Path& path, std::size_t level) {
     }
 }
 
-// After the last entry below path[level] became another one: the ancestors that name it are told.
+// After the last entry below path[level] has changed: corrects the ancestors that name it.
 void IndexTree::CorrectSeparators(Path& path, std::size_t level) {
     const std::optional<Bytes> last = LastEntryBelow(path[level].page);
     if (!last) return;

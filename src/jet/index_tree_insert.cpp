@@ -55,8 +55,8 @@ std::optional<bool> IndexTree::HintContains(std::span<const std::uint8_t> key) c
     return neighbour_.size() == key.size() + kRowPointerBytes && std::equal(key.begin(), key.end(), neighbour_.begin());
 }
 
-// Puts the entry into the leaf of the last one, where it belongs there and there is room; else nothing is done. Whether
-// the key is new is told.
+// Inserts the entry into the leaf of the last insertion, if it belongs there and there is room; returns whether its key
+// is new. Otherwise does and returns nothing.
 std::optional<bool> IndexTree::InsertIntoHint(std::span<const std::uint8_t> entry) {
     if (hints_ == nullptr) return std::nullopt;
     const LeafHints::Hint hint = hints_->Get(number_, pager_.Generation());

@@ -1,4 +1,4 @@
-// Paths that lead to another machine. To open such a file tells that machine who asks.
+// Paths that lead to another machine. Opening such a file discloses the user to that machine.
 #pragma once
 
 #include <string_view>

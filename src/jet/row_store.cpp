@@ -42,7 +42,7 @@ PageNumber RowStore::FindRoom(std::size_t length) {
     return 0;
 }
 
-// Of a page that was this store's before, the slots that it had; 0 when few are left.
+// How many slots a freed page had that was this store's before; 0 when too few would be left.
 std::size_t RowStore::SlotsUsed(const Bytes& freed) const {
     constexpr std::size_t kFew = 32;
     if (freed.empty() || freed[0] != static_cast<std::uint8_t>(PageType::FreedData)) return 0;

@@ -12,10 +12,10 @@ namespace qmtrain::jet {
 
 class RowStore {
 public:
-    // How soon the slot of a row that is gone is another row's.
+    // When the slot of a deleted row may be used again.
     enum class Slots : std::uint8_t {
         Reused,  // at once
-        Kept,    // when all slots of its page have been used: rows that nothing but their place tells apart
+        Kept,    // when all slots of its page have been used: for rows that only their place identifies
     };
 
     // `owner` is what the pages' headers name. `free_map` may be missing: then every new slot takes a page of its own.

@@ -27,7 +27,7 @@ std::u16string BankKey(std::u16string_view data_code);
 std::u16string NoteKey(std::int32_t note_id);
 NodeKind KindOf(std::u16string_view key);
 
-// The number in the key of a note's node. A bank's code may be a number, too: that is none of a note.
+// The number in the key of a note's node. Nothing for a bank's node, whose code may be a number too.
 std::optional<std::int32_t> NoteOf(std::u16string_view key);
 
 // A name of 40 characters or more as its first 38 and "...".

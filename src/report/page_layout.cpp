@@ -92,7 +92,7 @@ public:
     }
     int Pixels(int twips) override { return twips * kUnitsPerInch / document::kTwipsPerInch; }
 
-    // A thousand pictures of a megapixel each: who prints does not wait for ever.
+    // A thousand pictures of a megapixel each: printing must not take for ever.
     bool MayDraw(const document::Picture& picture) { return budget_.Allows(picture); }
 
     // As fine as printers show it; a decoder that leaves pixels out may leave out half of these. What cannot be read

@@ -21,8 +21,8 @@ constexpr bool IsArray(VARTYPE type) {
     return (type & VT_ARRAY) != 0;
 }
 
-// The variable that a script's argument refers to, else the argument. A reference leads to nothing at all, or round in
-// circles, only when a client means ill.
+// The variable that a script's argument refers to, else the argument. Only a hostile client passes a reference that
+// leads nowhere or in a circle.
 VARIANT& Content(VARIANTARG& argument) {
     constexpr int kMostReferences = 8;
     VARIANT* content = &argument;
@@ -189,7 +189,7 @@ void GiveToPlace(Variant& value, VARIANTARG& argument) {
         value = std::move(changed);
     }
     VARIANT content = value.Detach();
-    if (type == VT_DECIMAL) {  // lies over the type
+    if (type == VT_DECIMAL) {  // overlaps the type
         V_VT(&content) = VT_EMPTY;
         *V_DECIMALREF(&argument) = V_DECIMAL(&content);
         return;

@@ -61,7 +61,7 @@ HRESULT STDMETHODCALLTYPE Events::FindConnectionPoint(REFIID id, IConnectionPoin
     return S_OK;
 }
 
-// A listener may come or go while it is being told.
+// Listeners may be added or removed while they are called.
 void Events::Raise(DISPID event, std::span<const Value> arguments) {
     const std::vector<automation::Variant> passed(arguments.begin(), arguments.end());
     const std::vector<Listener> listeners = listeners_;

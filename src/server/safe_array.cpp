@@ -73,7 +73,7 @@ void* Passed(VARTYPE type, VARIANT& element) {
 Variant ElementAt(SAFEARRAY* array, VARTYPE type, LONG place) {
     Variant element;
     VARIANT* out = element.Out();
-    const bool whole = type == VT_VARIANT || type == VT_DECIMAL;  // a decimal lies over the type
+    const bool whole = type == VT_VARIANT || type == VT_DECIMAL;  // a decimal overlaps the type
     if (array->pvData == nullptr || SafeArrayGetElemsize(array) > (whole ? sizeof(VARIANT) : sizeof(V_UI8(out))))
         Raise(ErrorNumber::TypeMismatch);
     if (whole) {

@@ -26,7 +26,7 @@ public:
     void Clear() { rows_.clear(); }
     void Add(ListRow row) { rows_.emplace_back(std::move(row)); }
 
-    // Instead: so many rows, each of which is made when it is first looked at.
+    // Instead of Add(): that many rows, each of which is made when it is first needed.
     void SetRows(std::size_t count, std::function<ListRow(std::size_t)> make);
 
     std::size_t Size() const { return rows_.size(); }

@@ -343,8 +343,8 @@ TEST_F(DatabaseTest, LinkedTables) {
     other->Execute(u"INSERT INTO Bank VALUES ('RJ')");  // the table itself is still there
 }
 
-// The system gives the number of a thread that has ended to the next one, whose transactions are none of the database's
-// that the first one has opened.
+// The system gives the number of a thread that has ended to the next one, whose transactions must not include the
+// databases that the first one has opened.
 TEST_F(DatabaseTest, ThreadsThatEndLeaveTheirDatabasesToNobody) {
     Engine& engine = Engine::Instance();
     std::shared_ptr<Database> first;

@@ -17,7 +17,7 @@ struct Story {
 
 const std::vector<Story>& Stories();
 
-// Tells it with the engine that the program has now, on a new client database of three subjects.
+// Runs it with the current engine, on a new client database of three subjects.
 void RunStory(const Story& story);
 
 }  // namespace qmtrain::test

@@ -1,4 +1,4 @@
-// The stories with our own engine; another one has to tell them in the same way.
+// The stories with our own engine; another one must give the same outcome.
 #include "dao/engine_stories.h"
 
 #include <gtest/gtest.h>

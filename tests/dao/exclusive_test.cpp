@@ -64,7 +64,7 @@ TEST_F(ExclusiveTest, WhatElseItKeepsOut) {
     const auto other = JetDatabase::Create(Name(u"Other.mdb"));
     EXPECT_EQ(ErrorOf([&] { other->CreateTableDef(u"L", u";DATABASE=Client.mdb", u"TrainInfo"); }), kTaken);
 
-    // What it links to is not its own.
+    // The databases that it links to are not opened exclusively.
     other->Execute(u"CREATE TABLE Bank (Code TEXT(10))");
     other->Close();
     const auto table = alone->CreateTableDef(u"Banks", u"Bank", u";DATABASE=Other.mdb");

@@ -201,7 +201,7 @@ TEST_F(RecordsetTest, RowsFetchedAheadAreNotSeenYet) {
     EXPECT_EQ(count, 60);
 }
 
-// Short memos come with the first rows, long ones when they are asked for: what they are shows neither.
+// Short memos come with the first rows, long ones when they are asked for: their values do not differ for that.
 TEST_F(RecordsetTest, MemosOfTheFirstRows) {
     const auto other = Engine::Instance().OpenDatabase(Name(u"Client.mdb"));
     for (const int length : {10, 12000}) {

@@ -318,7 +318,7 @@ TEST_F(BankFileTest, RandomQuestionsComeBackFromTheBank) {
     }
 }
 
-// A bank of other programs, without our columns: what has no place is told, an explanation goes into a document.
+// A bank of other programs, without our columns: what has no place is reported, an explanation goes into a document.
 TEST_F(BankFileTest, AnotherProgramsBankKeepsItsShape) {
     dao::MakeDatabase(InFolder(folder_, u"OLD.mdb"),
                       u"CREATE TABLE Tbl_Information (C_TblCode TEXT(2), C_DataCode TEXT(50), C_Tblname TEXT(64));"

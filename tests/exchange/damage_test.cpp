@@ -1,4 +1,4 @@
-// Files with bytes changed, taken out, doubled and cut off.
+// Files with bytes changed, removed, duplicated and cut off.
 
 #include <random>
 

@@ -1,4 +1,4 @@
-// GIFT and Aiken: what becomes of the formats' own signs, and what is told of bad files.
+// GIFT and Aiken: what becomes of the formats' own signs, and what is reported of bad files.
 
 #include <gtest/gtest.h>
 

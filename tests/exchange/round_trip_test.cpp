@@ -92,7 +92,7 @@ TEST(Incomplete, IsNotWrittenAsSomethingElse) {
     }
 }
 
-// Drawing orders, as old rich-text boxes stored formulas: kept through every format, and told of.
+// Drawing orders, as old rich-text boxes stored formulas: kept through every format, and reported.
 TEST(Metafiles, ComeBackFromEveryFormat) {
     Bytes drawing = {1, 0, 9, 0, 0, 3,    14, 0, 0, 0, 0, 0, 5, 0, 0, 0, 0,
                      0, 5, 0, 0, 0, 0x13, 2,  1, 0, 2, 0, 3, 0, 0, 0, 0, 0};

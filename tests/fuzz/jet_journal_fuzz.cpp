@@ -213,7 +213,7 @@ Content MakeCommon() {
     return common;
 }
 
-// What the database holds when the journal has been heeded; nothing when it is not this database's.
+// What the database holds after the journal has been applied; nothing when it is not this database's.
 std::optional<Content> Expected(const Content& database, Content journal, bool common_in_force) {
     const std::size_t begun = std::min(journal.size(), kHeader);
     if (std::all_of(journal.begin(), journal.begin() + begun, [](std::uint8_t byte) { return byte == 0; })) {

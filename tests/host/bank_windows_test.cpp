@@ -263,7 +263,7 @@ TEST_F(BankWindowTest, FilesAreNamedAndErrorsDeleteNothing) {
     EXPECT_EQ(Utf8(dialog.LvNotices->GetItemText(0, 2)), "3");
 }
 
-// Text that is written is asked about whatever is done between; the keyboard leads through the boxes in their order.
+// The user is asked about unsaved text, whatever is done next; the keyboard leads through the boxes in their order.
 TEST_F(BankWindowTest, WrittenTextIsNotLostAndTabLeadsOn) {
     BankEditing editing(data_);
     editing.Open(u"JC");

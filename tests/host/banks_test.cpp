@@ -322,7 +322,7 @@ TEST_F(BanksTest, EveryChangeCanBeUndone) {
               (Bytes{1, 2, 3}));
 }
 
-// A bank of another program has no column for what the editor asks for: nothing that is written gets lost unsaid.
+// A bank of another program has no column for what the editor asks for: nothing that is written is lost silently.
 TEST_F(BanksTest, WhatABankCannotHoldIsSaid) {
     Import(kFile);
     {

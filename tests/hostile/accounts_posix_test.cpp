@@ -169,7 +169,7 @@ TEST_F(AccountsTest, AReadersLockFileKeepsNobodyOut) {
     EXPECT_EQ(As(kTeacher, [&] { return AddRow(); }), 0);
 }
 
-// Readers who may do little have a lock as good as any: a writer waits for them, and is told for whom.
+// Readers with few rights hold a lock as good as any: a writer waits for them, and is told for whom.
 TEST_F(AccountsTest, WhoMayLittleReadsUnderALock) {
     struct Case {
         const char* name;

@@ -402,7 +402,7 @@ std::vector<std::uint8_t> NamingCommon(std::vector<std::uint8_t> journal, std::s
     return journal;
 }
 
-// To look for a common journal on another machine tells that machine who asks.
+// Looking for a common journal on another machine discloses the user to that machine.
 TEST_F(BesideTest, NoOtherMachineIsAskedForACommonJournal) {
     const auto [torn, images] = Tear(file_);
     for (const std::string path : {"\\\\host\\share\\B.mdb-commit", "//host/share/B.mdb-commit",

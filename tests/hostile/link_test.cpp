@@ -58,7 +58,7 @@ TEST_F(HostileLinkTest, RightsOfLinks) {
     EXPECT_EQ(Column(u"SELECT * FROM Theirs ORDER BY K", u"K"), u"2 3");
 }
 
-// To open a file on another machine tells that machine who asks.
+// Opening a file on another machine discloses the user to that machine.
 TEST_F(HostileLinkTest, NoOtherMachineIsAsked) {
     test::WrappedFiles files;
     const auto stored = JetDatabase::Open(Name(u"Client.mdb"), {.files = &files});

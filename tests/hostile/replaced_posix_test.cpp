@@ -186,7 +186,7 @@ TEST_F(ReplacedTest, ABackupGoesAnotherWay) {
     }
 }
 
-// Two copies of one file with as many changes each: the journal of a crash in the one is none of the other's.
+// Two copies of one file with as many changes each: the journal of a crash in the one does not belong to the other.
 TEST_F(ReplacedTest, TheJournalOfAnotherBranch) {
     constexpr int kChanges = 3;
     const fs::path branches[] = {folder_.Path() / "A.mdb", folder_.Path() / "B.mdb"};

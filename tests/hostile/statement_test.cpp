@@ -243,7 +243,7 @@ TEST_F(EndlessTest, LongTextsAreLeftSoon) {
     }
 }
 
-// Small texts that unfold into something large.
+// Small texts that expand into something large.
 TEST_F(EndlessTest, ShortStatementsStaySmall) {
     std::u16string aliases = u"SELECT 1 AS A0";
     for (std::int64_t i = 1; i < 20; ++i) {

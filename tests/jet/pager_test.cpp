@@ -210,7 +210,7 @@ TEST_F(PagerTest, SessionsKeepTheJournalsFileUntilTheLastEnds) {
     EXPECT_EQ(CountRows(), 60U);
 }
 
-// The space of a large change's journal stays, and what it leaves behind the next one means nothing.
+// The space of a large change's journal is kept, and its bytes past the end of the next journal have no effect.
 TEST_F(PagerTest, AJournalsSpaceIsUsedAgain) {
     constexpr int kFirst = 1000;
     constexpr int kCount = 500;

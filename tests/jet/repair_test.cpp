@@ -1,4 +1,4 @@
-// What can be told from the rows is put right; where that is not all, the file stays as it is.
+// What follows from the rows is repaired; where other damage remains, the file stays as it is.
 
 #include "jet/repair.h"
 

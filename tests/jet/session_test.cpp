@@ -346,8 +346,8 @@ TEST_F(SessionTest, TheLimitIsForAllFilesOfAnOperation) {
     }
 }
 
-// A journal that names a common one counts as long as that one is there; when its folder is out of reach nobody can
-// tell, and the file is left alone.
+// A journal that names a common one counts as long as that one is there; when its folder is out of reach that is
+// unknown, and the file is left alone.
 TEST_F(SessionTest, TheCommonJournalDecides) {
     const auto far = folder_.Path() / "far" / "C.mdb";
     std::filesystem::create_directory(far.parent_path());

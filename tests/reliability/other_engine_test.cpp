@@ -103,7 +103,7 @@ TEST_F(OtherEngineTest, AndOneWhoWantsTheDatabaseAlone) {
     EXPECT_FALSE(session.Next(report));
 }
 
-// It changes pages without telling anybody, and while it does one is broken for a moment.
+// It changes pages without any sign of it, and meanwhile one of them is torn for a moment.
 TEST_F(OtherEngineTest, ChangesPagesUnderAReader) {
     constexpr std::size_t kPage = 4096;
     const auto without = ReadFile(File());

@@ -13,7 +13,7 @@ public:
     // The process's one, started on first use; null where the machine has not what it takes, and WhyNone() says what.
     static TestServer* Get();
 
-    // One for a test that does to it what others would not like.
+    // One more, for a test that would disturb the others.
     static std::unique_ptr<TestServer> Another();
     static const std::string& WhyNone();
 

@@ -59,7 +59,7 @@ int Run(const std::vector<std::string>& arguments) {
     try {
         return Commands(options, database, output, *writer).Run();
     } catch (...) {
-        output.Flush();  // the rows in front of a damage are worth having
+        output.Flush();  // the rows before the damage are worth having
         throw;
     }
 }

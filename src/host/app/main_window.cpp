@@ -232,7 +232,7 @@ void MainWindow::FillPapers(std::int32_t selected) {
     ShowNothing();
 }
 
-// What is missing first stands in the way of everything else.
+// Names the first thing that is missing: without it the others are of no use.
 void MainWindow::ShowNothing() {
     const bool away = !server_away_.empty();
     const bool nothing = away || overview_.papers.empty() || UserId() == -1;

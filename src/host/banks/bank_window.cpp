@@ -236,7 +236,7 @@ std::optional<QuestionKind> BankWindow::SelectedKind() const {
     return node == nullptr ? std::nullopt : node->kind;
 }
 
-// A question that is no more cannot be on a paper.
+// A deleted question cannot be put on a paper.
 void BankWindow::ForgetRemoved() {
     std::erase_if(
         chosen_, [&](const auto& one) { return one.first == editing_.Code() && editing_.Find(one.second) == nullptr; });

@@ -49,8 +49,8 @@ int Parse(CLI::App& app, const CommandWords& words, const std::function<int()>& 
     }
 }
 
-// A line that tells on a terminal how far work is that takes its time, and a few of them elsewhere. Ctrl+C stops the
-// work at its next step.
+// A line on a terminal that shows how far long work has come; elsewhere a few lines. Ctrl+C stops the work at its next
+// step.
 class TerminalProgress {
 public:
     explicit TerminalProgress(std::u16string_view what) : what_(ToUtf8(what)) {

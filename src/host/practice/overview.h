@@ -1,4 +1,4 @@
-// What the main window tells a candidate about the papers and the practices so far.
+// What the main window shows a candidate about the papers and the practices so far.
 #pragma once
 
 #include <cstdint>

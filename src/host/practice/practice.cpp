@@ -153,7 +153,7 @@ void Practice::AddUnfinished() {
     });
 }
 
-// All that is wrong is told at once.
+// Reports all that is wrong at once.
 void Practice::LoadQuestions() {
     std::u16string problems;
     int count = 0;

@@ -273,7 +273,7 @@ void PracticeWindow::Tick() {
     Notice->ShowMessage(ui::ToWx(u"时间已到，交卷没有成功；答案已经保存，请再次交卷。"), wxICON_WARNING);
 }
 
-// What fails here fails with the next answer, which tells it; the next tick tries again.
+// A failure is reported with the next answer, which fails as well; the next tick tries again.
 void PracticeWindow::KeepTime() {
     try {
         practice_.KeepTime();

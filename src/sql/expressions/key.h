@@ -27,7 +27,7 @@ public:
 
     std::uint32_t Find(const std::vector<std::uint8_t>& key) const;
 
-    // The number of a key that may be new; `added` tells.
+    // The number of a key that may be new; `added` says whether it is.
     std::uint32_t FindOrAdd(const std::vector<std::uint8_t>& key, bool& added);
 
     std::size_t Size() const { return entries_.size(); }

@@ -181,7 +181,7 @@ TableExpression Parser::ParseTablePrimary() {
 
 std::u16string Parser::ParseAlias(ErrorNumber error) {
     if (TakeKeyword(u"AS")) return ExpectName(error);
-    // A kind of join that there is not must not pass for an alias.
+    // The keyword of an unsupported join must not be taken for an alias.
     const bool joins = PeekKeyword(u"OUTER") || PeekKeyword(u"FULL") || PeekKeyword(u"CROSS");
     return PeekName() && !joins && !PeekOwnerAccess() ? std::u16string(Take().text) : std::u16string();
 }

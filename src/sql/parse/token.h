@@ -1,4 +1,4 @@
-// The pieces a statement is read in.
+// The tokens of a statement.
 #pragma once
 
 #include <cstddef>

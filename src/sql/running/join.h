@@ -14,7 +14,7 @@ namespace qmtrain::sql {
 // HashLookup, never a scan.
 class LookupJoin : public RowOperator {
 public:
-    // `last`: how many of the conditions, at the end, are those that MeetsConditions of the right side speaks of. With
+    // `last`: how many of the conditions, at the end, are covered by MeetsConditions of the right side. With
     // `outer_sources`, a left row without a match comes once, with these sources at Null.
     LookupJoin(RowOperatorPtr left, RowOperatorPtr right, std::vector<Expression*> conditions, std::size_t last,
                std::vector<Source*> outer_sources)

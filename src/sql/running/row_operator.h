@@ -73,7 +73,7 @@ private:
 // Only the rows for which every condition is true.
 class Filter : public RowOperator {
 public:
-    // `last`: how many of the conditions, at the end, are those that RowOperator::MeetsConditions speaks of.
+    // `last`: how many of the conditions, at the end, are covered by MeetsConditions of the child.
     Filter(RowOperatorPtr child, std::vector<Expression*> conditions, std::size_t last = 0)
         : child_(std::move(child)), conditions_(std::move(conditions)), last_(last) {}
 

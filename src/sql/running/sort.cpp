@@ -92,7 +92,7 @@ bool Sort::ComesAfterLast(std::size_t key) const {
     return size > 0 && std::memcmp(&keys_[key], last_key_.data(), size) > 0;
 }
 
-// Equal keys are told by their size and bytes; no key is the start of another.
+// Equal keys are recognised by size and bytes; no key is a prefix of another.
 int Sort::Compare(const Row& a, const Row& b, bool tie) const {
     if (!tie && a.prefix != b.prefix) return a.prefix < b.prefix ? -1 : 1;
     const std::size_t a_size = tie ? a.tie_size : a.key_size;

@@ -1,4 +1,4 @@
-// UPDATE and DELETE: the rows are found first and changed afterwards, so that no change can be met again.
+// UPDATE and DELETE: the rows are found first and changed afterwards, so that a changed row is not found again.
 #include <algorithm>
 #include <set>
 

@@ -40,7 +40,7 @@ struct Pipe {
     }
 };
 
-// A word as programs take it apart again: backslashes count only before a quote.
+// A word, quoted as programs parse it: backslashes count only before a quote.
 std::string Quoted(const std::string& word) {
     std::string out = "\"";
     std::size_t backslashes = 0;
