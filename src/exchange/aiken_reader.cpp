@@ -92,7 +92,7 @@ void AikenReader::Forget() {
 void AikenReader::End() {
     if (!open_) return;
     question_.stem = PlainRichText(stem_);
-    import_.Tell(Notice::Kind::Error, question_, u"没有“ANSWER:”一行。");
+    import_.AddNotice(Notice::Kind::Error, question_, u"没有“ANSWER:”一行。");
     Forget();
 }
 

@@ -62,18 +62,18 @@ void RequireCode(std::u16string_view code) {
 
 // What the bank cannot take of a question as it is in the file; nothing more of one that it cannot take at all.
 // `rows`: of the bank, when there is one.
-void TellOf(ImportPlan& plan, const Question& question, Recognised& one, BankRows* rows) {
-    const auto tell = [&](Notice::Kind kind, std::u16string text) {
+void AddNoticesOf(ImportPlan& plan, const Question& question, Recognised& one, BankRows* rows) {
+    const auto add_notice = [&](Notice::Kind kind, std::u16string text) {
         plan.notices.push_back({kind, question.line, Brief(question.stem.PlainText()), std::move(text), question.file});
     };
     const auto refuse = [&](std::u16string text) {
         one.as = Recognised::As::Impossible;
-        tell(Notice::Kind::Error, std::move(text));
+        add_notice(Notice::Kind::Error, std::move(text));
     };
     if (rows != nullptr && rows->Info(question.kind).table.empty()) {
         return refuse(u"题库没有存放" + std::u16string(InfoOf(question.kind).name) + u"的表。");
     }
-    if (one.as == Recognised::As::Repeated) return tell(Notice::Kind::Skipped, u"与前面的一道题相同。");
+    if (one.as == Recognised::As::Repeated) return add_notice(Notice::Kind::Skipped, u"与前面的一道题相同。");
     if (rows == nullptr) return;
     const TableInfo& info = rows->Info(question.kind);
     const Question* before = one.as == Recognised::As::New ? nullptr : &plan.existing[one.existing];
@@ -86,17 +86,17 @@ void TellOf(ImportPlan& plan, const Question& question, Recognised& one, BankRow
         if (before != nullptr && one.changes.empty()) one.as = Recognised::As::Same;
     }
     if (const std::u16string parts = PartsWithoutColumn(info, question); !parts.empty()) {
-        tell(Notice::Kind::Changed, u"这个题库没有存放" + parts + u"的字段，略去。");
+        add_notice(Notice::Kind::Changed, u"这个题库没有存放" + parts + u"的字段，略去。");
     }
     if (before != nullptr && before->other_document && !IsEmpty(question.analysis)) {
-        tell(Notice::Kind::Changed, std::u16string(kOtherDocument));
+        add_notice(Notice::Kind::Changed, std::u16string(kOtherDocument));
     }
 }
 
-void TellOfAll(ImportPlan& plan, std::span<const Question> questions, BankRows* rows) {
+void AddNotices(ImportPlan& plan, std::span<const Question> questions, BankRows* rows) {
     plan.recognition = Recognise(plan.existing, questions);
     for (std::size_t i = 0; i < questions.size(); ++i) {
-        TellOf(plan, questions[i], plan.recognition.questions[i], rows);
+        AddNoticesOf(plan, questions[i], plan.recognition.questions[i], rows);
     }
 }
 
@@ -150,7 +150,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
         const dao::Connection database(FileOf(folder, plan.bank));
         BankRows rows(*database.operator->(), plan.bank.code);
         plan.existing = rows.Read(progress);
-        TellOfAll(plan, questions, &rows);
+        AddNotices(plan, questions, &rows);
     } else {
         if (plan.bank.subject == 0) plan.bank.subject = 1;
         if (plan.bank.subject < 1 || plan.bank.subject > kMostSubjects) Refuse(u"科目代码应当是 1 到 9999。");
@@ -164,7 +164,7 @@ ImportPlan PlanImport(std::u16string_view folder, const BankEntry& wanted, std::
             const std::u16string lacking = dao::Connection(Catalogue(folder))->LackingCharacter(plan.bank.name);
             if (!lacking.empty()) Refuse(u"题库目录存不下题库名称中的字符" + lacking + u"，请换一个名称。");
         }
-        TellOfAll(plan, questions, nullptr);
+        AddNotices(plan, questions, nullptr);
     }
     return plan;
 }

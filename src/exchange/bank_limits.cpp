@@ -8,13 +8,13 @@ namespace qmtrain::exchange {
 
 std::u16string PartsWithoutColumn(const TableInfo& info, const Question& question) {
     std::u16string out;
-    const auto tell = [&](bool lost, std::u16string_view what) {
+    const auto add_if = [&](bool lost, std::u16string_view what) {
         if (lost) out.append(out.empty() ? u"" : u"、").append(what);
     };
-    tell(!IsEmpty(question.analysis) && !info.analysis && !info.documents, u"解析");
-    tell(!question.category.empty() && !info.category, u"分类");
-    tell(question.difficulty != 0 && !info.difficulty, u"难度");
-    tell(!question.keywords.empty() && !info.keywords, u"要点");
+    add_if(!IsEmpty(question.analysis) && !info.analysis && !info.documents, u"解析");
+    add_if(!question.category.empty() && !info.category, u"分类");
+    add_if(question.difficulty != 0 && !info.difficulty, u"难度");
+    add_if(!question.keywords.empty() && !info.keywords, u"要点");
     return out;
 }
 

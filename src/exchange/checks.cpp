@@ -79,21 +79,21 @@ void AddChecked(Import& import, Question question, const TextNotes& notes) {
     question.category = CanonicalCategory(Readable(question.category));
     if (question.category.size() > kLongestCategory) {
         question.category = CanonicalCategory(Readable(question.category.substr(0, kLongestCategory)));
-        import.Tell(Notice::Kind::Changed, question, u"分类超过 255 个字，略去后面的部分。");
+        import.AddNotice(Notice::Kind::Changed, question, u"分类超过 255 个字，略去后面的部分。");
     }
     for (Option& option : question.options) option.text = Canonical(option.text);
     question.analysis = Canonical(question.analysis);
     question.requirements = Readable(question.requirements);
     question.keywords = Readable(question.keywords);
     question.blanks = Canonical(question.blanks);
-    for (const std::u16string& text : notes.changed) import.Tell(Notice::Kind::Changed, question, text);
-    for (const std::u16string& text : notes.errors) import.Tell(Notice::Kind::Error, question, text);
+    for (const std::u16string& text : notes.changed) import.AddNotice(Notice::Kind::Changed, question, text);
+    for (const std::u16string& text : notes.errors) import.AddNotice(Notice::Kind::Error, question, text);
     if (!notes.errors.empty()) return;
     if (std::u16string problem = ProblemOf(question); !problem.empty()) {
-        return import.Tell(Notice::Kind::Error, question, std::move(problem));
+        return import.AddNotice(Notice::Kind::Error, question, std::move(problem));
     }
     if (std::u16string warning = WarningOf(question); !warning.empty()) {
-        import.Tell(Notice::Kind::Changed, question, std::move(warning));
+        import.AddNotice(Notice::Kind::Changed, question, std::move(warning));
     }
     import.questions.push_back(std::move(question));
 }

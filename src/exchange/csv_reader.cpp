@@ -172,7 +172,7 @@ Import SheetReader::Read(const Progress& progress) {
     };
     do {
         if (!rows_.Next(row)) {
-            import_.Tell(Notice::Kind::Error, std::size_t{1}, u"文件是空的。");
+            import_.AddNotice(Notice::Kind::Error, std::size_t{1}, u"文件是空的。");
             return std::move(import_);
         }
     } while (is_blank(row));
@@ -181,10 +181,10 @@ Import SheetReader::Read(const Progress& progress) {
     while (rows_.Next(row)) {
         if (++done % 256 == 0) Report(progress, rows_.Position(), size_);
         if (row.open_quote) {
-            import_.Tell(Notice::Kind::Error, row.line, u"引号没有结束；文件可能不完整。");
+            import_.AddNotice(Notice::Kind::Error, row.line, u"引号没有结束；文件可能不完整。");
         } else if (rows_.Position() >= size_ && !ends_line_ && row.cells.size() < headings_) {
-            import_.Tell(Notice::Kind::Error, row.line,
-                         u"最后一行比标题少几格，也没有换行；文件可能不完整。空的格也要写出分隔符。");
+            import_.AddNotice(Notice::Kind::Error, row.line,
+                              u"最后一行比标题少几格，也没有换行；文件可能不完整。空的格也要写出分隔符。");
         } else if (!is_blank(row)) {
             ReadQuestion(row);
         }
@@ -199,18 +199,18 @@ bool SheetReader::ReadHeadings(const CsvRow& row) {
         if (heading.empty()) continue;
         const auto column = ColumnCalled(heading);
         if (!column) {
-            import_.Tell(Notice::Kind::Changed, row.line, u"不认识的列“" + Brief(heading) + u"”，略去。");
+            import_.AddNotice(Notice::Kind::Changed, row.line, u"不认识的列“" + Brief(heading) + u"”，略去。");
         } else if (!places_.try_emplace(*column, i).second) {
-            import_.Tell(Notice::Kind::Error, row.line, u"有两列都是“" + Brief(heading) + u"”。");
+            import_.AddNotice(Notice::Kind::Error, row.line, u"有两列都是“" + Brief(heading) + u"”。");
             return false;
         }
     }
     for (const auto& [column, name] :
          {std::pair{SheetColumn::Stem, u"题干"}, std::pair{SheetColumn::Answer, u"答案"}}) {
         if (places_.contains(column)) continue;
-        import_.Tell(Notice::Kind::Error, row.line,
-                     std::u16string(u"表格没有“") + name +
-                         u"”一列。第一行应当是列的名称，例如：题型、题干、A、B、C、D、答案、解析。");
+        import_.AddNotice(Notice::Kind::Error, row.line,
+                          std::u16string(u"表格没有“") + name +
+                              u"”一列。第一行应当是列的名称，例如：题型、题干、A、B、C、D、答案、解析。");
         return false;
     }
     return true;

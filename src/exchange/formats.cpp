@@ -124,8 +124,8 @@ Import ReadQuestions(std::string bytes, QuestionFormat format, const Progress& p
                                                    : ReadCsv(text, progress);
     }
     if (import.questions.empty() && import.notices.empty()) {
-        import.Tell(Notice::Kind::Error, std::size_t{0},
-                    u"按 " + std::u16string(NameOf(format)) + u" 格式没有读出试题。");
+        import.AddNotice(Notice::Kind::Error, std::size_t{0},
+                         u"按 " + std::u16string(NameOf(format)) + u" 格式没有读出试题。");
     }
     return import;
 }

@@ -110,7 +110,7 @@ void GiftReader::EndQuestion() {
         Question question;
         question.line = text.Line(0);
         question.name = text.Units();
-        return import_.Tell(Notice::Kind::Error, question, u"末尾的“\\”后面没有字符。");
+        return import_.AddNotice(Notice::Kind::Error, question, u"末尾的“\\”后面没有字符。");
     }
     id_ = id;
     ReadQuestion(Part(text).Trim());
@@ -126,7 +126,7 @@ void GiftReader::ReadQuestion(Part part) {
         const std::size_t end = part.Find(u"::", 2);
         if (end == std::u16string_view::npos) {
             question.name = Brief(part.Text());
-            return import_.Tell(Notice::Kind::Error, question, u"名称开头的“::”没有对应的“::”。");
+            return import_.AddNotice(Notice::Kind::Error, question, u"名称开头的“::”没有对应的“::”。");
         }
         question.name = Trimmed(part.Until(end).From(2).Text());
         part = part.From(end + 2).Trim();
@@ -135,17 +135,17 @@ void GiftReader::ReadQuestion(Part part) {
     const std::size_t open = part.Find(u"{");
     if (open == std::u16string_view::npos) {
         question.stem = PlainRichText(part.Text());
-        if (part.Has(u"}")) return import_.Tell(Notice::Kind::Error, question, u"有“}”而没有“{”。");
-        return import_.Tell(Notice::Kind::Skipped, question, u"没有答案的说明文字不是试题。");
+        if (part.Has(u"}")) return import_.AddNotice(Notice::Kind::Error, question, u"有“}”而没有“{”。");
+        return import_.AddNotice(Notice::Kind::Skipped, question, u"没有答案的说明文字不是试题。");
     }
     const std::size_t close = part.Find(u"}", open);
     question.stem = RichOf(part.Until(open), format_);
     if (close == std::u16string_view::npos)
-        return import_.Tell(Notice::Kind::Error, question, u"答案的“{”没有对应的“}”。");
+        return import_.AddNotice(Notice::Kind::Error, question, u"答案的“{”没有对应的“}”。");
     const Part rest = part.From(close + 1);
     if (rest.FindAny(u"{}") != std::u16string_view::npos) {
-        return import_.Tell(Notice::Kind::Error, question,
-                            u"一道题只能有一对大括号；几个空的填空题请用 Moodle XML 或 CSV。");
+        return import_.AddNotice(Notice::Kind::Error, question,
+                                 u"一道题只能有一对大括号；几个空的填空题请用 Moodle XML 或 CSV。");
     }
     if (!Trimmed(rest.Text()).empty()) {
         question.stem.AppendText(u"_____");

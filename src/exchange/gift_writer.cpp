@@ -80,20 +80,20 @@ std::string WriteGift(std::span<const Question> questions, std::vector<Notice>& 
     std::size_t done = 0;
     for (const Question& question : questions) {
         if (done++ % 256 == 0) Report(progress, done, questions.size());
-        const auto tell = [&](Notice::Kind kind, std::u16string text) {
+        const auto add_notice = [&](Notice::Kind kind, std::u16string text) {
             notices.push_back({kind, 0, question.rec_no, std::move(text)});
         };
         if (const std::u16string problem = ProblemOf(question); !problem.empty()) {
-            tell(Notice::Kind::Skipped, problem);  // without options it would be an essay
+            add_notice(Notice::Kind::Skipped, problem);  // without options it would be an essay
             continue;
         }
         if (question.kind == QuestionKind::Fill && question.blanks.size() > 1) {
-            tell(Notice::Kind::Skipped, u"GIFT 没有几个空的填空题。");
+            add_notice(Notice::Kind::Skipped, u"GIFT 没有几个空的填空题。");
             continue;
         }
-        if (!question.requirements.empty()) tell(Notice::Kind::Changed, u"GIFT 存不下操作题的要求。");
-        if (!question.keywords.empty()) tell(Notice::Kind::Changed, u"GIFT 存不下评分要点。");
-        if (question.difficulty != 0) tell(Notice::Kind::Changed, u"GIFT 存不下难度。");
+        if (!question.requirements.empty()) add_notice(Notice::Kind::Changed, u"GIFT 存不下操作题的要求。");
+        if (!question.keywords.empty()) add_notice(Notice::Kind::Changed, u"GIFT 存不下评分要点。");
+        if (question.difficulty != 0) add_notice(Notice::Kind::Changed, u"GIFT 存不下难度。");
         std::u16string text;
         if (question.category != category) {
             category = question.category;

@@ -71,7 +71,7 @@ void OpenLists::Open(bool numbered, const Attributes& attributes) {
         list.next = start.value_or(1);
         if (attributes("reversed")) {
             list.step = start ? -1 : 1;
-            took_turned_ = took_turned_ || !start;
+            lost_reversed_numbering_ = lost_reversed_numbering_ || !start;
         }
     }
     ReadMarker(attributes("style"), list.numbering, list.marker);

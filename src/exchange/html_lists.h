@@ -26,7 +26,7 @@ public:
 
     // Whether a list was numbered backwards from the number of its items, which is not known yet: it is numbered from 1
     // upwards instead.
-    bool TookTurned() const { return took_turned_; }
+    bool LostReversedNumbering() const { return lost_reversed_numbering_; }
 
 private:
     struct List {
@@ -36,7 +36,7 @@ private:
         std::int32_t step = 1;
     };
     std::vector<List> lists_;
-    bool took_turned_ = false;
+    bool lost_reversed_numbering_ = false;
 };
 
 // The elements of lists around paragraphs that have bullets and levels. A list within another stands in its item.

@@ -175,7 +175,7 @@ void HtmlText::Start(std::string_view name, const xmlChar** attributes) {
     if (IsBlock(element.tag)) EndLine();
     if (element.tag == Tag::Bullets || element.tag == Tag::Numbers) {
         lists_.Open(element.tag == Tag::Numbers, attribute);
-        if (lists_.TookTurned()) notes_.Changed(u"倒着编号而没有写明起始号码的列表，改为从 1 起编号。");
+        if (lists_.LostReversedNumbering()) notes_.Changed(u"倒着编号而没有写明起始号码的列表，改为从 1 起编号。");
     } else if (element.tag == Tag::Item) {
         bullet_ = lists_.NextBullet(attribute);
     } else if (element.tag == Tag::Row) {

@@ -177,14 +177,14 @@ Import MoodleReader::Read() {
         // What stood open when the file broke off is not whole.
         if (broken && !next) break;
         if (IsTooDeep(node)) {
-            import_.Tell(Notice::Kind::Error, LineOf(node), kTooDeep);
+            import_.AddNotice(Notice::Kind::Error, LineOf(node), kTooDeep);
             continue;
         }
         if (std::string_view(node.name()) == "question") {
             if (++done % 64 == 0) Report(progress_, static_cast<std::size_t>(node.offset_debug()), lines_.Size());
             ReadQuestion(node);
         } else if (node.type() == pugi::node_element) {
-            import_.Tell(Notice::Kind::Skipped, LineOf(node), u"不认识的元素 <" + FromUtf8(node.name()) + u">。");
+            import_.AddNotice(Notice::Kind::Skipped, LineOf(node), u"不认识的元素 <" + FromUtf8(node.name()) + u">。");
         }
         quiz.remove_child(node);  // makes room for the questions
     }
@@ -204,7 +204,7 @@ void MoodleReader::ReadQuestion(pugi::xml_node node) {
     question.category = category_;
     question.name = PlainContent(node.child("name"));
     question.rec_no = Trimmed(Characters(node.child("idnumber")));
-    if (type == "description") return import_.Tell(Notice::Kind::Skipped, question, u"说明文字不是试题。");
+    if (type == "description") return import_.AddNotice(Notice::Kind::Skipped, question, u"说明文字不是试题。");
     if (type == "cloze") {
         const pugi::xml_node text = node.child("questiontext");
         question.kind = QuestionKind::Fill;

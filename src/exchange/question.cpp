@@ -68,13 +68,13 @@ std::size_t Import::Count(Notice::Kind kind) const {
         std::count_if(notices.begin(), notices.end(), [&](const Notice& notice) { return notice.kind == kind; }));
 }
 
-void Import::Tell(Notice::Kind kind, const Question& question, std::u16string text) {
+void Import::AddNotice(Notice::Kind kind, const Question& question, std::u16string text) {
     std::u16string called = question.name;
     if (called.empty()) called = Trimmed(question.stem.PlainText());
     notices.push_back({kind, question.line, Brief(called.substr(0, called.find(u'\n'))), std::move(text)});
 }
 
-void Import::Tell(Notice::Kind kind, std::size_t line, std::u16string text) {
+void Import::AddNotice(Notice::Kind kind, std::size_t line, std::u16string text) {
     notices.push_back({kind, line, {}, std::move(text)});
 }
 

@@ -75,8 +75,8 @@ struct Import {
     std::vector<Notice> notices;
 
     std::size_t Count(Notice::Kind kind) const;
-    void Tell(Notice::Kind kind, const Question& question, std::u16string text);
-    void Tell(Notice::Kind kind, std::size_t line, std::u16string text);
+    void AddNotice(Notice::Kind kind, const Question& question, std::u16string text);
+    void AddNotice(Notice::Kind kind, std::size_t line, std::u16string text);
 
     // Appends what another file gave; the name of that file goes with each of its questions and notices.
     void Append(Import other, std::u16string_view file);

@@ -373,7 +373,7 @@ Question Merged(const Question& in_bank, const Question& in_file) {
 
 std::u16string Differences(const Question& before, const Question& after) {
     std::u16string out;
-    const auto tell = [&](bool differs, std::u16string_view what) {
+    const auto add_if = [&](bool differs, std::u16string_view what) {
         if (differs) out.append(out.empty() ? u"" : u"、").append(what);
     };
     const auto lines = [](std::u16string_view text) {
@@ -381,15 +381,15 @@ std::u16string Differences(const Question& before, const Question& after) {
         std::erase(unified, u'\r');
         return std::u16string(Trimmed(unified));
     };
-    tell(Canonical(before.stem) != Canonical(after.stem), u"题干");
-    tell(!SameOptions(before.options, after.options), LettersMove(before.options, after.options)
-                                                          ? u"选项（有的换了字母，练习历史中的答案是字母，含义会变）"
-                                                          : u"选项");
-    tell(lines(StoredAnswer(before)) != lines(StoredAnswer(after)), u"答案");
-    tell(Canonical(before.analysis) != Canonical(after.analysis), u"解析");
-    tell(before.difficulty != after.difficulty, u"难度");
-    tell(before.category != after.category, u"分类");
-    tell(before.keywords != after.keywords, u"要点");
+    add_if(Canonical(before.stem) != Canonical(after.stem), u"题干");
+    add_if(!SameOptions(before.options, after.options), LettersMove(before.options, after.options)
+                                                            ? u"选项（有的换了字母，练习历史中的答案是字母，含义会变）"
+                                                            : u"选项");
+    add_if(lines(StoredAnswer(before)) != lines(StoredAnswer(after)), u"答案");
+    add_if(Canonical(before.analysis) != Canonical(after.analysis), u"解析");
+    add_if(before.difficulty != after.difficulty, u"难度");
+    add_if(before.category != after.category, u"分类");
+    add_if(before.keywords != after.keywords, u"要点");
     return out;
 }
 

@@ -119,7 +119,7 @@ void FileTransaction::WriteBack(bool decides, const CommonJournal* common) {
         const std::uint64_t length = std::uint64_t{old_pages} * page_size;
         journal_ = BeginJournal(length);
         overwritten_ = false;
-        if (decides) TellOutcome(dirty);
+        if (decides) AddOutcomes(dirty);
     }
     KeepStored(dirty, old_pages);
     if (common != nullptr) journal_->AddCommon(common->GetName());
@@ -154,7 +154,7 @@ void FileTransaction::KeepStored(std::span<Frame* const> frames, PageNumber old_
 }
 
 // Tells the journal what the file will hold, if the pages are few enough for that.
-void FileTransaction::TellOutcome(std::span<Frame* const> frames) {
+void FileTransaction::AddOutcomes(std::span<Frame* const> frames) {
     const std::uint32_t page_size = file_.GetFormat().page_size;
     if (!durable_ || frames.size() > Journal::MostOutcomes(page_size)) return;
     std::vector<PageNumber> pages;

@@ -99,7 +99,7 @@ private:
     void MergeRestored();
     std::unique_ptr<Journal> BeginJournal(std::uint64_t length);
     void KeepStored(std::span<Frame* const> frames, PageNumber old_pages);
-    void TellOutcome(std::span<Frame* const> frames);
+    void AddOutcomes(std::span<Frame* const> frames);
     void KeepJournal() noexcept;
 
     FileSystem& system_;

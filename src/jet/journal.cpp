@@ -69,7 +69,7 @@ void Journal::AddOutcomes(std::span<const PageNumber> pages, std::span<const std
 
 // To be called once all outcomes are known, before any other record.
 void Journal::AddOutcomeRecord() {
-    if (!TellsOutcome() || header_[kKindAt] == kByOutcome) return;
+    if (!HasOutcomes() || header_[kKindAt] == kByOutcome) return;
     Put(outcome_.data(), static_cast<std::uint32_t>((outcome_.size() - kOutcomeHead) / kOutcomePage));
     outcome_.resize(page_size_);
     header_[kKindAt] = kByOutcome;
@@ -135,19 +135,19 @@ void Journal::Sync() {
 void Journal::Finish() {
     const auto write = [&](std::span<const std::uint8_t> bytes) {
         file_->WriteAt(0, bytes);
-        if (durable_ && !TellsOutcome()) file_->Sync();
+        if (durable_ && !HasOutcomes()) file_->Sync();
     };
     try {
         write(kVoid);
     } catch (const AutomationError&) {
-        if (TellsOutcome()) return;  // the next session that finds it sees that the file is complete
-        write(header_);              // the whole header is written again, so that this sync covers it
+        if (HasOutcomes()) return;  // the next session that finds it sees that the file is complete
+        write(header_);             // the whole header is written again, so that this sync covers it
         throw;
     }
 }
 
 void Journal::Disown() noexcept {
-    if (!TellsOutcome()) return;
+    if (!HasOutcomes()) return;
     header_[kKindAt] = kByImages;
     SealHeader();
     try {

@@ -70,7 +70,7 @@ public:
     void Remove() noexcept;
 
 private:
-    bool TellsOutcome() const { return !outcome_.empty(); }
+    bool HasOutcomes() const { return !outcome_.empty(); }
     void AddRecord(std::uint32_t page, std::span<const std::uint8_t> image);
     void AddOutcomeRecord();
     void SealRecords();

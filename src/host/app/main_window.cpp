@@ -239,25 +239,25 @@ void MainWindow::ShowNothing() {
     Nothing->Show(nothing);
     LvPapers->Show(!nothing);
     if (!nothing) return;
-    const auto tell = [this](std::u16string_view text, std::u16string_view button, std::function<void()> action) {
+    const auto show = [this](std::u16string_view text, std::u16string_view button, std::function<void()> action) {
         LblNothing->SetLabelText(ui::ToWx(text));
         BtnNothing->SetLabel(ui::ToWx(button));
         when_nothing_ = std::move(action);
     };
     LblNothing->SetToolTip(ui::ToWx(server_away_));
     if (away) {
-        tell(kServerAway +
+        show(kServerAway +
                  u"没有做完的练习可以继续做：答案保存在本机，\n服务器恢复后再上传。\n新的练习要等服务器恢复才能开始。",
              u"重新连接", [this] {
                  Upload(false);
                  if (!server_away_.empty()) ui::Inform(this, kServerAway + server_away_, kMainTitle);
              });
     } else if (users_.empty()) {
-        tell(u"还没有考生。", u"新建考生…", [this] { EditCandidate(true); });
+        show(u"还没有考生。", u"新建考生…", [this] { EditCandidate(true); });
     } else if (subjects_.empty()) {
-        tell(u"还没有科目和试卷。\n可以先用示例题库试一试。", u"建立示例题库和试卷", [this] { MakeExamples(); });
+        show(u"还没有科目和试卷。\n可以先用示例题库试一试。", u"建立示例题库和试卷", [this] { MakeExamples(); });
     } else {
-        tell(u"这个科目还没有试卷。", u"从题库组卷…", [this] { ComposeFromBank(); });
+        show(u"这个科目还没有试卷。", u"从题库组卷…", [this] { ComposeFromBank(); });
     }
     BtnNothing->Enable(!read_only_ || away);
     Nothing->Layout();

@@ -214,7 +214,7 @@ void ImportDialog::Read(const std::vector<std::u16string>& files) {
         try {
             one = exchange::ReadFile(file, format, progress.Of(u"正在读文件…"));
         } catch (const AutomationError& error) {
-            one.Tell(exchange::Notice::Kind::Error, std::size_t{0}, error.Description());
+            one.AddNotice(exchange::Notice::Kind::Error, std::size_t{0}, error.Description());
         } catch (const exchange::Cancelled&) {
             read_ = {};
             problem_ = u"已经停止。";

@@ -116,7 +116,7 @@ exchange::Import ReadFiles(const ImportOptions& options) {
             one = exchange::ReadFile(FromUtf8(file), FormatOf(options.format), progress.Of());
         } catch (const AutomationError& error) {
             if (!options.keep_going) throw;
-            one.Tell(Notice::Kind::Error, std::size_t{0}, error.Description());
+            one.AddNotice(Notice::Kind::Error, std::size_t{0}, error.Description());
         }
         Say(u"文件 " + FromUtf8(file) + u"：读出 " + ToText(one.questions.size()) + u" 题。");
         for (const Notice& notice : one.notices) Say(u"  " + notice.Text());

@@ -68,7 +68,7 @@ Feedback::Feedback(wxWindow* parent) : wxWindow(parent, wxID_ANY), tint_(Tint::T
     Hide();
 }
 
-void Feedback::Tell(Tint tint, std::u16string heading, std::u16string lines) {
+void Feedback::SetContent(Tint tint, std::u16string heading, std::u16string lines) {
     tint_ = tint;
     heading_ = std::move(heading);
     lines_ = std::move(lines);
@@ -219,7 +219,7 @@ void QuestionView::Reveal(const QuestionOutcome& outcome) {
         PassWheel(*page_feedback_, *page_answers_);
     }
     Feedback& feedback = is_text_ ? *text_feedback_ : *page_feedback_;
-    feedback.Tell(TintOf(verdict), heading, lines);
+    feedback.SetContent(TintOf(verdict), heading, lines);
     feedback.Show();
     if (is_text_) {
         split_->SetSashPosition(split_->GetClientSize().y * 2 / 5);

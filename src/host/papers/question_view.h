@@ -19,7 +19,7 @@ namespace qmtrain::host {
 class Feedback : public wxWindow {
 public:
     explicit Feedback(wxWindow* parent);
-    void Tell(Tint tint, std::u16string heading, std::u16string lines);
+    void SetContent(Tint tint, std::u16string heading, std::u16string lines);
     int HeightFor(int width);
     std::u16string Text() const { return heading_ + u"\n" + lines_; }
 
