@@ -162,6 +162,13 @@ void OdbcServer::Undo(std::size_t levels) noexcept {
     }
 }
 
+// Constraints that wait for the commit are tested now, and a connection that is lost is noticed.
+void OdbcServer::Prepare() {
+    if (levels_ == 0) return;
+    if (!connection_->IsAlive()) RaiseLost();
+    connection_->Execute(u"SET CONSTRAINTS ALL IMMEDIATE");
+}
+
 void OdbcServer::Commit() {
     if (levels_ == 0) return;
     levels_ = 0;

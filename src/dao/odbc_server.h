@@ -64,6 +64,7 @@ public:
 
     void Merge(std::size_t levels) noexcept override;
     void Undo(std::size_t levels) noexcept override;
+    void Prepare() override;
     void Commit() override;
 
 private:

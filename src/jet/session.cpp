@@ -122,7 +122,7 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
         if (level == 0) {
             CommitFiles(!other && partners_.empty(), [&] {
                 if (other) other();
-                for (SessionPartner* partner : partners_) partner->Commit();
+                CommitPartners();
             });
         } else {
             for (SessionFile* file : changing_) file->MergeLevel();
@@ -142,6 +142,22 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     levels_.clear();
     partners_.clear();
     LeaveChanging();
+}
+
+// They commit one after the other. What one has committed can no longer be undone when the next one fails.
+void Session::CommitPartners() {
+    if (partners_.size() > 1) {
+        for (SessionPartner* partner : partners_) partner->Prepare();
+    }
+    for (SessionPartner*& partner : partners_) {
+        try {
+            partner->Commit();
+        } catch (const AutomationError& error) {
+            if (&partner == &partners_.front()) throw;
+            throw AutomationError(error.Number(), error.Source(),
+                                  error.Description() + u"其他服务器上的更改在此之前已提交，本机文件中的更改已撤消。");
+        }
+    }
 }
 
 void Session::UndoLevel(std::size_t level) noexcept {

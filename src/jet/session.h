@@ -77,6 +77,9 @@ public:
     virtual void Undo(std::size_t levels) noexcept = 0;
 
     // The end of the outermost level: all files are safe on the disk and can still be undone. When it raises they are.
+    // Where several partners take part each is asked to prepare first, and raises when it already knows that it could
+    // not commit.
+    virtual void Prepare() = 0;
     virtual void Commit() = 0;
 };
 
@@ -136,6 +139,7 @@ private:
     void CommitLevel(std::size_t level, const std::function<void()>& other = {});
     void UndoLevel(std::size_t level) noexcept;
     void CommitFiles(bool alone, const std::function<void()>& other);
+    void CommitPartners();
     bool UndoFiles() noexcept;
     void LeaveChanging() noexcept;
 

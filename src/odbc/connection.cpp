@@ -70,6 +70,7 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
     whole.SetDefault(u"BoolsAsChar", u"0");   // a boolean is no text
     whole.SetDefault(u"LFConversion", u"0");  // texts stay as they are
     whole.Set(u"Protocol", u"7.4-0");         // what becomes of a transaction in which something fails we say
+    whole.Set(u"UseDeclareFetch", u"0");      // rows that the driver fetched later nobody could cancel
     whole.SetDefault(u"KeepaliveTime", u"30");
     whole.SetDefault(u"KeepaliveInterval", u"10");
     whole.SetDefault(u"Pqopt",
@@ -99,7 +100,6 @@ std::unique_ptr<Connection> Connection::Open(const ConnectString& connect, std::
               {place, no_driver ? u"本机没有 ODBC 驱动程序或数据源“" + driver + u"”：" + said : said});
     }
     std::unique_ptr<Connection> connection(new Connection(std::move(handles), connect));
-    connection->rows_come_later_ = whole.Get(u"UseDeclareFetch") == u"1";
     connection->TimeLimit(limit);
     connection->SetUp();
     connection->TimeLimit({});
@@ -112,9 +112,11 @@ void Connection::SetUp() {
         Raise(ErrorNumber::OperationNotSupported, {u"链接到 " + product + u" 服务器。只支持 PostgreSQL。"});
     }
     // Our texts are written for a server that takes a backslash for what it is. In the middle of a transaction that the
-    // driver has begun it would be too late to say what the transaction is to see.
+    // driver has begun it would be too late to say what the transaction is to see. A lock is waited for as long as that
+    // of a file.
     Execute(
         u"SET standard_conforming_strings = on;"
+        u"SET lock_timeout = '10s';"
         u"SET SESSION CHARACTERISTICS AS TRANSACTION ISOLATION LEVEL REPEATABLE READ");
 }
 
@@ -187,6 +189,14 @@ void Connection::TimeLimit(std::chrono::milliseconds limit) {
     time_limit_ = static_cast<long>(std::chrono::ceil<std::chrono::seconds>(limit).count());
 }
 
+// For the message's own transaction or the one that is open, not for the session: behind a pool of connections that
+// belongs to whoever comes next.
+std::u16string Connection::Limiting() {
+    const bool was_limited = std::exchange(limited_, in_transaction_ && (limited_ || time_limit_ > 0));
+    if (time_limit_ > 0) return u"SET LOCAL statement_timeout = '" + ToText(time_limit_) + u"s'";
+    return was_limited ? u"SET LOCAL statement_timeout TO DEFAULT" : u"";
+}
+
 void Connection::RequireAnswers() const {
     if (given_up_ && cancelled_) Raise(ErrorNumber::OperationCancelled);
     if (given_up_) Raise(ErrorNumber::OdbcConnectionFailed, {place_, kNoAnswer});
@@ -252,12 +262,10 @@ void Connection::UndoStatement(const std::vector<std::u16string>& places) noexce
     failed_ = true;
 }
 
-// Who cancels means the statement that is being undone, and may come too late for it. A limit that the driver has set
-// since the savepoint is undone, too, which it does not know.
+// Who cancels means the statement that is being undone, and may come too late for it.
 void Connection::GoBackTo(const std::u16string& savepoint) {
     constexpr int kMostTries = 10;
-    const std::u16string sql = u"ROLLBACK TO SAVEPOINT " + savepoint + u";SET statement_timeout = '" +
-                               ToText(std::int64_t{time_limit_}) + u"s'";
+    const std::u16string sql = u"ROLLBACK TO SAVEPOINT " + savepoint;
     for (int tries = 1;; ++tries) {
         try {
             return Statement(*this).Send(sql, {});
@@ -291,6 +299,7 @@ void Connection::EndTransaction(bool commit) {
     const Library& library = handles_->library;
     savepoints_.Clear();
     serial_ = false;
+    limited_ = false;
     const bool undone = std::exchange(failed_, false);
     const bool lost = !alive_;  // to commit nothing then is a success in the driver's eyes, as it is to roll back
     in_transaction_ = false;

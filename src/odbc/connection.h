@@ -68,7 +68,7 @@ private:
     std::vector<ResultColumn> columns_;
     bool in_blocks_ = false;
     int rows_alone_ = 0;  // fetched one by one
-    std::shared_ptr<Block> block_;
+    std::unique_ptr<Block> block_;
 };
 
 class Connection {
@@ -140,6 +140,9 @@ private:
     std::int16_t Wait(std::function<std::int16_t()> call);
     std::int16_t Wait(std::function<std::int16_t()> call, std::optional<std::chrono::milliseconds> limit);
     void RequireAnswers() const;
+
+    // What goes before a statement so that it keeps to its time limit; empty where nothing has to be said.
+    std::u16string Limiting();
     void FetchInParts(const Request& request, const std::function<void(Rows&)>& take);
     void UndoStatement(const std::vector<std::u16string>& places) noexcept;
     void GoBackTo(const std::u16string& savepoint);
@@ -161,10 +164,10 @@ private:
     std::atomic<bool> cancelled_ = false;  // and the connection may have to be abandoned for it
     std::atomic<bool> given_up_ = false;   // a call has not returned, and no handle may be touched
     std::atomic<bool> alive_ = true;
-    bool rows_come_later_ = false;  // the library fetches rows from the server as they are asked for
     bool in_transaction_ = false;
-    bool failed_ = false;  // what a statement of the transaction left could not be taken back
-    bool serial_ = false;  // the transaction is to be serial, which the server has not heard yet
+    bool failed_ = false;   // what a statement of the transaction left could not be taken back
+    bool serial_ = false;   // the transaction is to be serial, which the server has not heard yet
+    bool limited_ = false;  // a statement of the transaction has had a time limit
 };
 
 }  // namespace qmtrain::odbc

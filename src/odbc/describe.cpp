@@ -17,7 +17,7 @@ public:
     explicit CatalogRows(Connection& connection) : statement_(connection) {}
 
     Statement& GetStatement() { return statement_; }
-    bool Next() { return statement_.Fetch(nullptr); }
+    bool Next() { return statement_.Fetch(); }
 
     std::u16string Text(int column) {
         std::array<char16_t, 512> text{};

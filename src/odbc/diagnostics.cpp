@@ -14,14 +14,14 @@ struct Meaning {
 
 // Errors that a statement on a file would raise too. The first that fits counts.
 constexpr Meaning kMeanings[] = {
-    {u"23505", ErrorNumber::DuplicateKey},       {u"23502", ErrorNumber::FieldRequired},
-    {u"22001", ErrorNumber::FieldTooLarge},      {u"22003", ErrorNumber::Overflow},
-    {u"22012", ErrorNumber::DivisionByZero},     {u"22P02", ErrorNumber::TypeMismatch},
-    {u"22007", ErrorNumber::TypeMismatch},       {u"22008", ErrorNumber::TypeMismatch},
-    {u"42501", ErrorNumber::ReadOnly},           {u"25006", ErrorNumber::ReadOnly},
-    {u"42P01", ErrorNumber::NoSuchTable},        {u"42S02", ErrorNumber::NoSuchTable},
-    {u"40", ErrorNumber::RecordChanged},         {u"57014", ErrorNumber::OperationCancelled},
-    {u"HY008", ErrorNumber::OperationCancelled}, {u"HYT00", ErrorNumber::OperationCancelled},
+    {u"23505", ErrorNumber::DuplicateKey},   {u"23502", ErrorNumber::FieldRequired},
+    {u"22001", ErrorNumber::FieldTooLarge},  {u"22003", ErrorNumber::Overflow},
+    {u"22012", ErrorNumber::DivisionByZero}, {u"22P02", ErrorNumber::TypeMismatch},
+    {u"22007", ErrorNumber::TypeMismatch},   {u"22008", ErrorNumber::TypeMismatch},
+    {u"42501", ErrorNumber::ReadOnly},       {u"25006", ErrorNumber::ReadOnly},
+    {u"42P01", ErrorNumber::NoSuchTable},    {u"42S02", ErrorNumber::NoSuchTable},
+    {u"40", ErrorNumber::RecordChanged},     {u"57014", ErrorNumber::OperationCancelled},
+    {u"55P03", ErrorNumber::LockedByOther},
 };
 
 // What stands in quotes first, such as the name of a column or an index.
@@ -75,6 +75,7 @@ void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string
         case ErrorNumber::FieldRequired: Raise(meaning->number, {Quoted(text), text});
         case ErrorNumber::FieldTooLarge:
         case ErrorNumber::ReadOnly: Raise(meaning->number, {doing.table, text});
+        case ErrorNumber::LockedByOther: Raise(meaning->number, {place, text});
         case ErrorNumber::NoSuchTable:
             Raise(meaning->number, {doing.table.empty() ? Quoted(text) : std::u16string(doing.table), text});
         default: Raise(meaning->number, {text});

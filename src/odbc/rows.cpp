@@ -161,7 +161,7 @@ bool Rows::Next() {
     constexpr int kMostAlone = 4;
     if (block_ != nullptr && ++block_->at < block_->fetched) return true;
     if (in_blocks_ && rows_alone_++ >= kMostAlone) return FetchBlock();
-    return statement_->Fetch(nullptr);
+    return statement_->Fetch();
 }
 
 bool Rows::FetchBlock() {
@@ -173,7 +173,7 @@ bool Rows::FetchBlock() {
         for (const ResultColumn& column : columns_) row_size += TransferOf(column).size;
         const std::size_t rows = std::clamp<std::size_t>(kMostBytes / row_size, 1, kMostRows);
         statement_->DoNotKeep();
-        block_ = std::make_shared<Block>();
+        block_ = std::make_unique<Block>();
         block_->states.resize(rows);
         block_->columns.resize(columns_.size());
         for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -195,7 +195,7 @@ bool Rows::FetchBlock() {
     }
     block_->at = 0;
     block_->fetched = 0;
-    if (!statement_->Fetch(block_)) return false;
+    if (!statement_->Fetch()) return false;
     // A row that cannot be had is no failure of the call.
     const std::span<const SQLUSMALLINT> states(block_->states.data(), block_->fetched);
     if (std::ranges::find(states, SQL_ROW_ERROR) != states.end()) statement_->Check(SQL_ERROR, {});

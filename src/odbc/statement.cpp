@@ -30,17 +30,12 @@ void RequireSendable(std::u16string_view text, const Doing& doing) {
 
 Statement::Statement(Connection& connection) : connection_(connection), library_(connection.handles_->library) {
     connection.RequireAnswers();
-    std::vector<Connection::Handles::Ended>& ended = connection.handles_->ended;
+    std::vector<SQLHSTMT>& ended = connection.handles_->ended;
     if (ended.empty()) {
         Allocate();
     } else {
-        handle_ = ended.back().handle;
-        time_limit_ = ended.back().time_limit;
+        handle_ = ended.back();
         ended.pop_back();
-    }
-    if (time_limit_ != connection.time_limit_) {
-        time_limit_ = connection.time_limit_;
-        library_.SetStmtAttr(handle_, SQL_ATTR_QUERY_TIMEOUT, Number(static_cast<SQLULEN>(time_limit_)), 0);
     }
 }
 
@@ -56,24 +51,13 @@ void Statement::Allocate() {
 
 Statement::~Statement() {
     constexpr std::size_t kMostEnded = 4;
-    const bool closed = Close();
     if (connection_.given_up_) return;
-    std::vector<Connection::Handles::Ended>& ended = connection_.handles_->ended;
+    const bool closed = Succeeded(library_.FreeStmt(handle_, SQL_CLOSE));
+    std::vector<SQLHSTMT>& ended = connection_.handles_->ended;
     if (keep_ && closed && connection_.alive_ && ended.size() < kMostEnded) {
-        ended.push_back({handle_, time_limit_});
+        ended.push_back(handle_);
     } else {
         library_.FreeHandle(SQL_HANDLE_STMT, handle_);
-    }
-}
-
-// Rows that have not come yet are those of a cursor, of which the server hears that it ends.
-bool Statement::Close() noexcept {
-    const auto close = [&library = library_, handle = handle_] { return library.FreeStmt(handle, SQL_CLOSE); };
-    try {
-        connection_.RequireAnswers();
-        return Succeeded(connection_.rows_come_later_ ? connection_.Wait(close) : close());
-    } catch (const AutomationError&) {
-        return false;
     }
 }
 
@@ -104,14 +88,19 @@ bool Statement::Check(SQLRETURN result, const Doing& doing) {
     RaiseFor(diagnostics, doing, connection_.place_);
 }
 
-bool Statement::Fetch(const std::shared_ptr<void>& into) {
-    const auto fetch = [&library = library_, handle = handle_, into] { return library.Fetch(handle); };
-    return Run([&] { return connection_.rows_come_later_ ? connection_.Wait(fetch) : fetch(); }, {});
+bool Statement::Fetch() {
+    connection_.RequireAnswers();
+    return Check(library_.Fetch(handle_), {});
 }
 
 void Statement::Ask(std::function<SQLRETURN(const Library&, SQLHSTMT)> call, const Doing& doing) {
     const auto ask = [&library = library_, handle = handle_, call = std::move(call)] { return call(library, handle); };
-    Run([&] { return connection_.Wait(ask); }, doing);
+    SQLRETURN result = SQL_ERROR;
+    {
+        const Connection::Running running(connection_);
+        result = connection_.Wait(ask);
+    }
+    Check(result, doing);
 }
 
 // Drivers look at the first word.
@@ -147,6 +136,7 @@ void Statement::Execute(const std::vector<std::u16string>& first, const std::u16
     if (connection_.in_transaction_) message = connection_.savepoints_.Next();
     std::vector<std::u16string>& before = message.before;
     if (connection_.serial_) before.insert(before.begin(), u"SET TRANSACTION ISOLATION LEVEL SERIALIZABLE");
+    if (std::u16string limit = connection_.Limiting(); !limit.empty()) before.push_back(std::move(limit));
     before.insert(before.end(), first.begin(), first.end());
     std::u16string text;
     for (const std::u16string& one : before) text.append(one).append(u";");

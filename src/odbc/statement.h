@@ -23,11 +23,7 @@ struct Connection::Handles {
 
     // Statements that have ended, kept for the next ones: to make one costs as much as a small query. They are gone
     // with the connection.
-    struct Ended {
-        SQLHSTMT handle = SQL_NULL_HANDLE;
-        long time_limit = 0;
-    };
-    std::vector<Ended> ended;
+    std::vector<SQLHSTMT> ended;
 };
 
 // Raises for a character that the server takes for the end of the text, and for half of a pair of surrogates: the
@@ -56,26 +52,14 @@ public:
     const Library& Functions() const { return library_; }
     SQLHSTMT Handle() const { return handle_; }
 
-    // Runs a call of the library on this statement; another thread may call it off. Raises what the server says, but
-    // for "no data", of which it returns false.
-    template <class Call>
-    bool Run(const Call& call, const Doing& doing) {
-        connection_.RequireAnswers();
-        SQLRETURN result = SQL_ERROR;
-        {
-            const Connection::Running running(connection_);
-            result = call();
-        }
-        return Check(result, doing);
-    }
-
+    // Raises what the server says, but for "no data", of which it returns false.
     bool Check(SQLRETURN result, const Doing& doing);
 
-    // Runs a call that asks the server; it must hold what it uses.
+    // Runs a call that asks the server, which another thread may cancel; it must hold what it uses.
     void Ask(std::function<SQLRETURN(const Library&, SQLHSTMT)> call, const Doing& doing);
 
-    // Moves on to the next rows; false when there are none. `into`: where the library puts them, null for nowhere.
-    bool Fetch(const std::shared_ptr<void>& into);
+    // Moves on to the next rows, which have come with the answer; false when there are none.
+    bool Fetch();
 
     void Execute(const Request& request, const Doing& doing);
 
@@ -90,13 +74,11 @@ public:
 
 private:
     void Allocate();
-    bool Close() noexcept;
 
     Connection& connection_;
     const Library& library_;
     SQLHSTMT handle_ = SQL_NULL_HANDLE;
-    long time_limit_ = 0;  // seconds
-    bool keep_ = true;     // for another one, when it has ended
+    bool keep_ = true;  // for another one, when it has ended
     std::u16string failed_state_;
 };
 

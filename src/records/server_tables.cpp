@@ -159,11 +159,13 @@ private:
     Content ReadServer() {
         Content content;
         std::vector<Value> values(types_.size());
-        const auto rows = server_.Query(u"SELECT " + columns_ + u" FROM " + Remote(table_));
-        while (rows->Next()) {
-            for (std::size_t i = 0; i < values.size(); ++i) rows->Read(static_cast<int>(i), types_[i], values[i]);
-            content.Add(RowText(values));
-        }
+        const auto take = [&](odbc::Rows& rows) {
+            while (rows.Next()) {
+                for (std::size_t i = 0; i < values.size(); ++i) rows.Read(static_cast<int>(i), types_[i], values[i]);
+                content.Add(RowText(values));
+            }
+        };
+        server_.QueryInParts({u"SELECT " + columns_ + u" FROM " + Remote(table_), {}}, take);
         return content;
     }
 

@@ -189,6 +189,78 @@ TEST_F(TransactionTest, ALimitOutlivesAStatementThatFails) {
     }
 }
 
+// Behind a pool of connections the next one to get the server's process would have it, too.
+TEST_F(TransactionTest, ALimitIsThatOfItsStatementsAlone) {
+    const auto connection = odbc::Connection::Open(odbc::ConnectString(server_->Connect()));
+    const auto shown = [&] {
+        const auto rows = connection->Query(u"SHOW statement_timeout");
+        Value value;
+        if (rows->Next()) rows->Read(0, ColumnType::Text, value);
+        return value.IsText() ? value.Text() : u"";
+    };
+    connection->Execute(u"SET statement_timeout = '7s'");
+    for (const bool in_transaction : {false, true}) {
+        if (in_transaction) connection->Begin();
+        connection->TimeLimit(std::chrono::seconds(3));
+        EXPECT_EQ(shown(), u"3s");
+        connection->TimeLimit({});
+        EXPECT_EQ(shown(), in_transaction ? u"0" : u"7s");
+        if (in_transaction) connection->Commit();
+    }
+    EXPECT_EQ(shown(), u"7s");
+}
+
+// What the second one would refuse, the first one must not have committed.
+TEST_F(TransactionTest, TwoServersCommitBothOrNeither) {
+    const std::u16string second = server_->NewDatabase();
+    server_->Psql(
+        "CREATE TABLE own (id integer PRIMARY KEY); CREATE TABLE held (id integer PRIMARY KEY, own integer REFERENCES "
+        "own DEFERRABLE INITIALLY DEFERRED); ALTER TABLE own OWNER TO exam; ALTER TABLE held OWNER TO exam; INSERT "
+        "INTO own VALUES (1)");
+    database_->CreateTableDef(u"held", second, u"public.held");
+    database_->Execute(u"CREATE TABLE here (id LONG)");
+    struct Case {
+        const char* name;
+        const char16_t* held;  // row of the second server
+        bool kill;
+        int error;
+    };
+    const Case cases[] = {
+        {"both can", u"(1, 1)", false, 0},
+        {"a constraint that waits for the commit", u"(2, 9)", false, N(Number::RelatedRecordRequired)},
+        {"a connection that is lost", u"(3, 1)", true, N(Number::OdbcConnectionFailed)},
+    };
+    dao::Engine& engine = dao::Engine::Instance();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const int id = static_cast<int>(&c - cases);
+        engine.BeginTrans();
+        database_->Execute(Adding(id));
+        database_->Execute(std::u16string(u"INSERT INTO held VALUES ") + c.held);
+        database_->Execute(u"INSERT INTO here VALUES (1)");
+        if (c.kill) {
+            server_->Psql(
+                "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE usename = 'exam' AND datname = "
+                "current_database()");
+        }
+        EXPECT_EQ(ErrorOf([&] { engine.CommitTrans(); }), c.error);
+        EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM mark", u"n"), u"1");
+        EXPECT_EQ(server_->Psql("SELECT count(*) FROM held"), "1");
+        EXPECT_EQ(Column(u"SELECT Count(*) AS n FROM here", u"n"), u"1");
+    }
+}
+
+// The server cannot know that who waits and who is waited for are one.
+TEST_F(TransactionTest, ALockIsNotWaitedForWithoutEnd) {
+    database_->Execute(Adding(1));
+    database_->CreateTableDef(u"same", connect_ + u";KeepaliveTime=31", u"public.mark");
+    dao::Engine::Instance().BeginTrans();
+    database_->Execute(u"UPDATE mark SET v = 1 WHERE id = 1");
+    EXPECT_EQ(ErrorOf([&] { database_->Execute(u"UPDATE same SET v = 2 WHERE id = 1"); }), N(Number::LockedByOther));
+    dao::Engine::Instance().CommitTrans();
+    EXPECT_EQ(server_->Psql("SELECT v FROM mark"), "1");
+}
+
 // A server that has stopped, and a user who does not want to wait for it. Nobody knows then what becomes of a commit.
 TEST_F(TransactionTest, CancelEndsAWaitForTheEndOfATransaction) {
     dao::Engine& engine = dao::Engine::Instance();

@@ -109,9 +109,7 @@ int ServerCommand(const CommandWords& words) {
         std::fputs(options.help.c_str(), stdout);
         return 0;
     }
-    odbc::ConnectString connect(options.connect);
-    connect.SetDefault(u"UseDeclareFetch", u"1");  // tables of any size are read through
-    const auto server = dao::ConnectTo(connect);
+    const auto server = dao::ConnectTo(odbc::ConnectString(options.connect));
     server->TimeLimit(kLongest);
     if (options.command == "init") MakeServerTables(*server, options.role);
     if (options.command == "copy") Copy(options, *server);
