@@ -68,7 +68,7 @@ bool IsRtf(std::u16string_view stored) {
 document::RichText StoredText(std::u16string_view stored, Placeholders placeholders) {
     document::RichText text = document::ReadRtf(
         IsRtf(stored) ? WithParagraphs(WithoutBlackColorTables(stored), u"\\par ") : WithParagraphs(stored, u"\r\n"));
-    const std::size_t first = placeholders == Placeholders::Go ? 0 : kFirstFoundPosition;
+    const std::size_t first = placeholders == Placeholders::RemoveAll ? 0 : kFirstFoundPosition;
     Remove(text, u"[%user%]", first);
     Remove(text, u"%user%", first);
     return text;
@@ -88,11 +88,11 @@ document::RichText OptionsText(const TextCollection& options, Placeholders place
 }
 
 document::RichText QuestionText(std::u16string_view title, const TextCollection* options) {
-    document::RichText text = StoredText(title, Placeholders::Go);
+    document::RichText text = StoredText(title, Placeholders::RemoveAll);
     if (options == nullptr || options->Count() == 0) return text;
     text.EndParagraph();
     text.EndParagraph();
-    text.Append(OptionsText(*options, Placeholders::Go));
+    text.Append(OptionsText(*options, Placeholders::RemoveAll));
     return text;
 }
 

@@ -186,6 +186,8 @@ TEST(Case, NamesAreTheSameWithoutRegardToCase) {
 TEST(Integers, AsText) {
     EXPECT_EQ(ToText(0), u"0");
     EXPECT_EQ(ToText(std::numeric_limits<std::int64_t>::min()), u"-9223372036854775808");
+    EXPECT_EQ(ToText(std::numeric_limits<std::uint64_t>::max()), u"18446744073709551615");
+    EXPECT_EQ(ToText(std::uint8_t{255}), u"255");
 }
 
 }  // namespace

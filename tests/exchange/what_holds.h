@@ -24,7 +24,7 @@ inline std::string Broken(std::string_view bytes, QuestionFormat format) {
     for (const Question& question : import.questions) {
         if (!ProblemOf(question).empty()) return "a question that no bank can hold";
         if (Canonical(question.stem) != question.stem) return "a stem that is not canonical";
-        const document::RichText shown = ui::StoredText(StoredText(question.stem), ui::Placeholders::Go);
+        const document::RichText shown = ui::StoredText(StoredText(question.stem), ui::Placeholders::RemoveAll);
         if (Canonical(shown) != question.stem && WarningOf(question).empty()) return "a stem that is shown otherwise";
     }
     for (const QuestionFormat other : {QuestionFormat::Gift, QuestionFormat::Csv, QuestionFormat::MoodleXml}) {
