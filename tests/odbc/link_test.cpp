@@ -858,14 +858,21 @@ TEST_F(RowsTest, CancelFindsRowsThatTheDriverWasToFetch) {
         "CREATE FUNCTION nap(n integer) RETURNS integer LANGUAGE plpgsql AS $$ BEGIN IF n = 300 THEN PERFORM "
         "pg_sleep(20); END IF; RETURN n; END $$;"
         "CREATE VIEW late AS SELECT nap(g) AS id FROM generate_series(1, 5000) AS g; GRANT SELECT ON late TO exam");
-    database_->CreateTableDef(u"late", connect_ + u";UseDeclareFetch=1;Fetch=100", u"public.late");
+    const auto connection =
+        odbc::Connection::Open(odbc::ConnectString(server_->Connect() + u";UseDeclareFetch=1;Fetch=100"));
     std::thread canceller([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        database_->Cancel();
+        connection->Cancel();
     });
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(ErrorOf([&] { Column(u"SELECT id FROM late", u"id"); }), N(Number::OperationCancelled));
+    const auto read_all = [&] {
+        const auto rows = connection->Query(u"SELECT id FROM late");
+        while (rows->Next()) {
+        }
+    };
+    EXPECT_EQ(ErrorOf(read_all), N(Number::OperationCancelled));
     canceller.join();
+    EXPECT_TRUE(connection->IsAlive());
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4)) << "given up instead";
 }
 
