@@ -149,11 +149,13 @@ void Session::CommitPartners() {
     if (partners_.size() > 1) {
         for (SessionPartner* partner : partners_) partner->Prepare();
     }
-    for (SessionPartner*& partner : partners_) {
+    bool committed = false;  // by those before
+    for (SessionPartner* partner : partners_) {
         try {
             partner->Commit();
+            committed = true;
         } catch (const AutomationError& error) {
-            if (&partner == &partners_.front()) throw;
+            if (!committed) throw;
             throw AutomationError(error.Number(), error.Source(),
                                   error.Description() + u"其他服务器上的更改在此之前已提交，本机文件中的更改已撤消。");
         }
