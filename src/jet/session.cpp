@@ -157,7 +157,7 @@ void Session::CommitPartners() {
         } catch (const AutomationError& error) {
             if (!committed) throw;
             throw AutomationError(error.Number(), error.Source(),
-                                  error.Description() + u"其他服务器上的更改在此之前已提交，本机文件中的更改已撤消。");
+                                  u"其他服务器上的更改在此之前已提交，本机文件中的更改已撤消。" + error.Description());
         }
     }
 }

@@ -55,9 +55,10 @@ bool MeansLost(const Diagnostics& diagnostics) {
 void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string_view place) {
     const std::u16string_view text = diagnostics.text;
     if (MeansLost(diagnostics)) Raise(ErrorNumber::OdbcConnectionFailed, {place, text});
+    const std::u16string table = doing.table.empty() ? Quoted(text) : std::u16string(doing.table);
     if (diagnostics.state == u"23503") {
         const bool deletes = doing.failure == ErrorNumber::OdbcDeleteFailed;
-        Raise(deletes ? ErrorNumber::RelatedRecordsExist : ErrorNumber::RelatedRecordRequired, {doing.table, text});
+        Raise(deletes ? ErrorNumber::RelatedRecordsExist : ErrorNumber::RelatedRecordRequired, {table, text});
     }
     const bool only_reads = doing.failure == ErrorNumber::OdbcCallFailed;
     if (diagnostics.state == u"21000" && !only_reads) {
@@ -74,10 +75,9 @@ void RaiseFor(const Diagnostics& diagnostics, const Doing& doing, std::u16string
         case ErrorNumber::DuplicateKey:
         case ErrorNumber::FieldRequired: Raise(meaning->number, {Quoted(text), text});
         case ErrorNumber::FieldTooLarge:
-        case ErrorNumber::ReadOnly: Raise(meaning->number, {doing.table, text});
+        case ErrorNumber::ReadOnly:
+        case ErrorNumber::NoSuchTable: Raise(meaning->number, {table, text});
         case ErrorNumber::LockedByOther: Raise(meaning->number, {place, text});
-        case ErrorNumber::NoSuchTable:
-            Raise(meaning->number, {doing.table.empty() ? Quoted(text) : std::u16string(doing.table), text});
         default: Raise(meaning->number, {text});
     }
 }
