@@ -25,13 +25,13 @@ protected:
     // The library holds the whole answer.
     void Ask(const odbc::Request& request) {
         many_.reset();
-        answer_.rows.reset();
-        answer_ = server_.Query(request);
-        Expect(*answer_.rows);
+        result_.rows.reset();
+        result_ = server_.Query(request);
+        Expect(*result_.rows);
     }
 
     // Of the last Ask(), where the library knows it.
-    std::int64_t RowsAnswered() { return answer_.rows->Count().value_or(0); }
+    std::int64_t RowsAnswered() { return result_.rows->Count().value_or(0); }
 
     // Of a request whose rows nobody has counted, so many at first; if there are more, all of them, which wait here
     // then: no transaction stays open for them. Where the server has to calculate them more come at first, for to
@@ -44,23 +44,23 @@ protected:
         const std::u16string limit = u" LIMIT " + ToText(most + 1);
         const bool plain = extent == Extent::Whole || extent == Extent::Some;
         Ask({plain ? request.text + limit : u"SELECT * FROM (" + request.text + u") AS rows" + limit, request.values});
-        if (answer_.rows->Count().value_or(most + 1) <= most) return;
-        answer_ = {};
+        if (result_.rows->Count().value_or(most + 1) <= most) return;
+        result_ = {};
         AskForMany(request);
     }
 
     bool Take() {
         steps_.Next();
-        if (many_ ? taken_ == many_->Size() : !answer_.rows || !answer_.rows->Next()) {
+        if (many_ ? taken_ == many_->Size() : !result_.rows || !result_.rows->Next()) {
             many_.reset();
-            answer_.rows.reset();
+            result_.rows.reset();
             return false;
         }
         row_.resize(columns_.size());
         if (many_)
             many_->Get(taken_++, row_);
         else
-            ReadRow(*answer_.rows);
+            ReadRow(*result_.rows);
         shown_ = &row_;
         return true;
     }
@@ -102,7 +102,7 @@ private:
             });
     }
 
-    OdbcServer::Answer answer_;
+    OdbcServer::QueryResult result_;
     std::optional<RowSpool> many_;  // instead of an answer
     std::size_t taken_ = 0;         // of them
     HeldMemory held_;

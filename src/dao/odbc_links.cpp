@@ -13,7 +13,7 @@ namespace {
 jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& table) {
     jet::TableSpec spec{.name = std::u16string(name)};
     bool counted = false;
-    for (const odbc::Column& column : table.columns) {
+    for (const odbc::ServerColumn& column : table.columns) {
         Column made{.name = column.name,
                     .type = column.type,
                     .size = column.size,
@@ -26,7 +26,7 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
     }
     jet::IndexSpec key{.name = table.key_name.empty() ? u"Key" : table.key_name, .unique = true, .primary = true};
     for (const int at : table.key) {
-        const odbc::Column& column = table.columns[at];
+        const odbc::ServerColumn& column = table.columns[at];
         key.columns.push_back({column.name});
     }
     if (!key.columns.empty()) spec.indexes.push_back(std::move(key));
@@ -41,7 +41,7 @@ void AppendShort(Bytes& bytes, std::uint32_t number) {
 // Type, size and scale of each column, as ODBC has them.
 Bytes RemoteColumnsOf(const odbc::TableDescription& table) {
     Bytes bytes;
-    for (const odbc::Column& column : table.columns) {
+    for (const odbc::ServerColumn& column : table.columns) {
         AppendShort(bytes, static_cast<std::uint16_t>(column.odbc_type));
         AppendShort(bytes, std::min<std::uint32_t>(column.odbc_size, 0xFFFF));
         AppendShort(bytes, static_cast<std::uint16_t>(column.odbc_scale));

@@ -100,10 +100,10 @@ auto OdbcServer::Run(bool changes, const Body& body) {
     }
 }
 
-OdbcServer::Answer OdbcServer::Query(const odbc::Request& request, const odbc::Doing& doing) {
+OdbcServer::QueryResult OdbcServer::Query(const odbc::Request& request, const odbc::Doing& doing) {
     return Run(doing.failure != ErrorNumber::OdbcCallFailed, [&](odbc::Connection& connection) {
         auto rows = connection.Query(request, doing);
-        return Answer{connection_, std::move(rows)};
+        return QueryResult{connection_, std::move(rows)};
     });
 }
 

@@ -31,11 +31,11 @@ public:
     ~OdbcServer() override;
 
     // The rows, with the connection that they come from.
-    struct Answer {
+    struct QueryResult {
         std::shared_ptr<odbc::Connection> connection;
         std::unique_ptr<odbc::Rows> rows;
     };
-    Answer Query(const odbc::Request& request, const odbc::Doing& doing = {});
+    QueryResult Query(const odbc::Request& request, const odbc::Doing& doing = {});
 
     // All rows of a request that yields many, some at a time. `start` is called before the first, and again when they
     // have to be asked for once more.

@@ -72,8 +72,8 @@ ColumnType TypeOf(long odbc_type, long size) {
     }
 }
 
-Column ColumnOf(CatalogRows& rows) {
-    Column column;
+ServerColumn ColumnOf(CatalogRows& rows) {
+    ServerColumn column;
     column.name = rows.Text(4);
     column.odbc_type = static_cast<std::int16_t>(rows.Number(5));
     const std::u16string type_name = rows.Text(6);
@@ -118,7 +118,7 @@ std::u16string Escaped(std::u16string_view pattern) {
 }
 
 int PositionOf(const TableDescription& table, std::u16string_view column) {
-    const auto found = std::ranges::find(table.columns, column, &Column::name);
+    const auto found = std::ranges::find(table.columns, column, &ServerColumn::name);
     return found == table.columns.end() ? -1 : static_cast<int>(found - table.columns.begin());
 }
 
@@ -126,7 +126,7 @@ int PositionOf(const TableDescription& table, std::u16string_view column) {
 bool TellApart(const TableDescription& table, const std::vector<int>& key) {
     return !key.empty() && std::ranges::all_of(key, [&](int at) {
         if (at < 0) return false;
-        const Column& column = table.columns[at];
+        const ServerColumn& column = table.columns[at];
         // The file that keeps the link has no keys of long bytes.
         return column.type != ColumnType::LongBinary && !IsFineTime(column.odbc_type, column.odbc_scale);
     });

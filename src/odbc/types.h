@@ -10,7 +10,7 @@
 
 namespace qmtrain::odbc {
 
-struct Column {
+struct ServerColumn {
     std::u16string name;
     ColumnType type = ColumnType::Text;
     int size = 0;  // Text: characters, Binary: bytes; else 0
@@ -38,7 +38,7 @@ struct ResultColumn {
 struct TableDescription {
     std::u16string schema;
     std::u16string name;
-    std::vector<Column> columns;
+    std::vector<ServerColumn> columns;
     std::u16string key_name;
     std::vector<int> key;  // positions of columns; empty: no unique index by whose values here rows are told apart
 };

@@ -98,7 +98,7 @@ public:
         const odbc::TableDescription there = server.Describe(u"public." + ToLower(table.name));
         for (const auto& field : rows_->Fields()) {
             const auto column = std::ranges::find_if(
-                there.columns, [&](const odbc::Column& known) { return EqualNames(known.name, field->Name()); });
+                there.columns, [&](const odbc::ServerColumn& known) { return EqualNames(known.name, field->Name()); });
             if (column == there.columns.end()) {
                 RaiseComponentError(
                     u"qmtrain", u"服务器上的表“" + std::u16string(table.name) + u"”没有字段“" + field->Name() + u"”。");
