@@ -198,7 +198,8 @@ void MakeServerTables(odbc::Connection& server, std::u16string_view role) {
             server.Execute(u"CREATE INDEX IF NOT EXISTS " + dao::QuotedName(ToLower(table.name) + u"_by") + u" ON " +
                            name + u" (" + std::u16string(table.index) + u")");
         }
-        server.Execute(u"GRANT SELECT, INSERT, UPDATE, DELETE ON " + name + u" TO " + quoted);
+        std::u16string grant = u"GRANT SELECT, INSERT, UPDATE, DELETE ON ";
+        server.Execute(grant.append(name).append(u" TO ").append(quoted));
         if (table.number.empty()) continue;
         Value sequence;
         const auto named = server.Query(u"SELECT " + Sequence(table));
