@@ -325,12 +325,13 @@ TEST(Damage, RandomBytes) {
             SCOPED_TRACE(name + " round " + std::to_string(round));
             Content content = healthy;
             // One stretch is hit hard, the rest of the file lightly.
-            const std::size_t stretch = 2048 * (1 + random() % (content.size() / 2048 - 1));
+            const std::size_t stretch = 2048 * (1 + static_cast<std::size_t>(random() % (content.size() / 2048 - 1)));
             for (std::uint64_t count = random() % 6; count > 0; --count) {
-                content[stretch + random() % 2048] = static_cast<std::uint8_t>(random());
+                content[stretch + static_cast<std::size_t>(random() % 2048)] = static_cast<std::uint8_t>(random());
             }
             for (std::uint64_t count = 1 + random() % 20; count > 0; --count) {
-                content[0x98 + random() % (content.size() - 0x98)] ^= static_cast<std::uint8_t>(1 << random() % 8);
+                content[0x98 + static_cast<std::size_t>(random() % (content.size() - 0x98))] ^=
+                    static_cast<std::uint8_t>(1 << random() % 8);
             }
             ExamineQuickly(content, true);
         }

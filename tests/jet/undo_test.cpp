@@ -83,10 +83,10 @@ TEST_F(UndoTest, RandomLevelsAgreeWithAPlainModel) {
     const auto change = [&](Pages& file) {
         Database::Writing writing(*file);
         const Pages::Values before = file.Expected();
-        const std::size_t count = random() % 4 == 0 ? 1500 : random() % 200;
+        const auto count = static_cast<std::size_t>(random() % 4 == 0 ? 1500 : random() % 200);
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t all = file.Expected().size();
-            file.Write(all < 3000 && random() % 3 == 0 ? all : random() % (all + 1),
+            file.Write(all < 3000 && random() % 3 == 0 ? all : static_cast<std::size_t>(random() % (all + 1)),
                        static_cast<std::uint32_t>(random()));
         }
         if (random() % 3 == 0) return file.Expect(before);

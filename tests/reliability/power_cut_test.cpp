@@ -79,7 +79,7 @@ private:
         const int number = numbers_[change.file];
         switch (change.kind) {
             case Change::Kind::Write: Write(files_[number], change, fate); break;
-            case Change::Kind::Resize: files_[number].resize(change.offset); break;
+            case Change::Kind::Resize: files_[number].resize(static_cast<std::size_t>(change.offset)); break;
             case Change::Kind::Create: names_[change.path] = number; break;
             case Change::Kind::Remove: names_.erase(change.path); break;
             case Change::Kind::Rename:
@@ -93,7 +93,7 @@ private:
 
     void Write(Content& content, const Change& change, Fate fate) {
         const std::uint64_t end = change.offset + change.bytes.size();
-        content.resize(std::max<std::size_t>(content.size(), end));
+        content.resize(std::max(content.size(), static_cast<std::size_t>(end)));
         for (std::uint64_t at = change.offset; at < end;) {
             const std::uint64_t next = std::min(end, (at / kSector + 1) * kSector);
             const auto from = change.bytes.begin() + static_cast<std::ptrdiff_t>(at - change.offset);
@@ -158,7 +158,7 @@ protected:
         Record recovery{disk, std::move(watched.changes), record.before, record.after, record.returned};
         if (count >= record.returned) recovery.before = record.after;
         recovery.returned = SIZE_MAX;
-        const std::size_t at = random_() % (recovery.changes.size() + 1);
+        const auto at = static_cast<std::size_t>(random_() % (recovery.changes.size() + 1));
         Fates lost;
         for (const std::size_t change : Uncertain(recovery.changes, at)) {
             lost[change] = static_cast<Fate>(random_() % 3);

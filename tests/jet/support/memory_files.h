@@ -51,16 +51,16 @@ private:
         explicit Opened(std::shared_ptr<Content> content) : content_(std::move(content)) {}
         std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
             if (offset >= content_->size()) return 0;
-            const std::size_t count = std::min<std::size_t>(out.size(), content_->size() - offset);
+            const std::size_t count = std::min(out.size(), content_->size() - static_cast<std::size_t>(offset));
             std::copy_n(content_->begin() + static_cast<std::ptrdiff_t>(offset), count, out.begin());
             return count;
         }
         void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
-            content_->resize(std::max<std::size_t>(content_->size(), offset + bytes.size()));
+            content_->resize(std::max(content_->size(), static_cast<std::size_t>(offset) + bytes.size()));
             std::copy(bytes.begin(), bytes.end(), content_->begin() + static_cast<std::ptrdiff_t>(offset));
         }
         std::uint64_t Size() override { return content_->size(); }
-        void Resize(std::uint64_t size) override { content_->resize(size); }
+        void Resize(std::uint64_t size) override { content_->resize(static_cast<std::size_t>(size)); }
         void Sync() override {}
         bool TryLock(std::uint64_t, std::uint64_t, Lock) override { return true; }
         void Unlock(std::uint64_t, std::uint64_t) override {}
