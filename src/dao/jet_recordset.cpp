@@ -195,7 +195,7 @@ Field& JetRecordset::Fields(std::u16string_view name) {
 Field& JetRecordset::Fields(int position) {
     RequireOpen();
     if (position < 0 || static_cast<std::size_t>(position) >= fields_.size()) {
-        Raise(ErrorNumber::FieldNotFound, {ToText(std::int64_t{position})});
+        Raise(ErrorNumber::FieldNotFound, {ToText(position)});
     }
     return *fields_[position];
 }

@@ -146,7 +146,7 @@ std::u16string OdbcLink::HasKey() const {
         if (!names.empty()) names += u", ";
         names += QuotedValue(Value(columns[column].name));
     }
-    const std::u16string count = ToText(static_cast<std::int64_t>(key.size()));
+    const std::u16string count = ToText(key.size());
     return u"1 = (SELECT 1 / least(count(*), 1) FROM pg_index AS i WHERE i.indrelid = CAST(" +
            QuotedValue(Value(remote)) + u" AS regclass) AND i.indisunique AND i.indisvalid AND i.indpred IS NULL AND " +
            u"i.indnkeyatts = " + count + u" AND " + count +

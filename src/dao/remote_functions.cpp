@@ -67,9 +67,9 @@ RemoteSql::Fragment RemoteSql::PutAggregate(std::u16string_view name, const sql:
     }
     if (name != u"MIN" && name != u"MAX") return Cannot();
     if (argument.kind == TypeClass::Boolean || argument.kind == TypeClass::Other ||
-        argument.order == TextCollation::Cased)
+        argument.collation == TextCollation::Cased)
         return Cannot();
-    return {CallOf(name == u"MIN" ? u"min" : u"max", argument.text), argument.kind, false, argument.order};
+    return {CallOf(name == u"MIN" ? u"min" : u"max", argument.text), argument.kind, false, argument.collation};
 }
 
 RemoteSql::Fragment RemoteSql::PutChoice(const Fragment& condition, const Fragment& yes, const Fragment& no) {
@@ -77,12 +77,12 @@ RemoteSql::Fragment RemoteSql::PutChoice(const Fragment& condition, const Fragme
     const bool numbers = IsNumber(yes.kind) && IsNumber(no.kind) && yes.kind != no.kind;
     if (yes.kind != no.kind && yes.kind != TypeClass::Null && no.kind != TypeClass::Null && !numbers) return Cannot();
     const TypeClass kind = numbers ? TypeClass::Number : yes.kind == TypeClass::Null ? no.kind : yes.kind;
-    const TextCollation order = std::max(yes.order, no.order);
+    const TextCollation collation = std::max(yes.collation, no.collation);
     const bool either = yes.kind != TypeClass::Null && no.kind != TypeClass::Null;
-    if (either && order == TextCollation::Cased) return Cannot();  // who groups by them would find both
-    const auto shown = [&](const Fragment& piece) { return numbers ? AsDouble(piece) : piece.text; };
+    if (either && collation == TextCollation::Cased) return Cannot();  // who groups by them would find both
+    const auto shown = [&](const Fragment& fragment) { return numbers ? AsDouble(fragment) : fragment.text; };
     return {u"(CASE WHEN " + AsCondition(condition) + u" THEN " + shown(yes) + u" ELSE " + shown(no) + u" END)", kind,
-            false, order};
+            false, collation};
 }
 
 RemoteSql::Fragment RemoteSql::PutFunction(std::u16string_view name, const sql::ast::Call& call,
@@ -97,7 +97,7 @@ RemoteSql::Fragment RemoteSql::PutFunction(std::u16string_view name, const sql::
     }
     if (name == u"NZ" && arguments.size() == 2 && first.kind != TypeClass::Null && arguments[1].kind == first.kind) {
         return {CallOf(u"coalesce", first.text + u", " + arguments[1].text), first.kind, arguments[1].required,
-                std::max(first.order, arguments[1].order)};
+                std::max(first.collation, arguments[1].collation)};
     }
     if (name == u"FORMAT" && arguments.size() == 2 && first.kind == TypeClass::Date) {
         const Value* wanted = LiteralIn(*call.arguments[1]);
@@ -110,19 +110,19 @@ RemoteSql::Fragment RemoteSql::PutFunction(std::u16string_view name, const sql::
     const bool text = first.kind == TypeClass::Text;
     if ((name == u"LEFT" || name == u"RIGHT") && text && arguments.size() == 2 && IsWholeFrom(*call.arguments[1], 0)) {
         return {CallOf(name == u"LEFT" ? u"left" : u"right", first.text + u", " + arguments[1].text), TypeClass::Text,
-                false, first.order};
+                false, first.collation};
     }
     if (name == u"MID" && text && arguments.size() > 1 && IsWholeFrom(*call.arguments[1], 1) &&
         (arguments.size() == 2 || IsWholeFrom(*call.arguments[2], 0))) {
         const std::u16string length = arguments.size() == 2 ? std::u16string() : u", " + arguments[2].text;
         return {CallOf(u"substr", first.text + u", " + arguments[1].text + length), TypeClass::Text, false,
-                first.order};
+                first.collation};
     }
     if (arguments.size() != 1) return Cannot();
     if (name == u"ISNULL") return {InParentheses(first.text + u" IS NULL"), TypeClass::Boolean, true};
     if (name == u"LEN" && text) return {CallOf(u"length", first.text), TypeClass::Whole};
     if (const Renamed* function = FindIn(kTextFunctions, name); function != nullptr && text) {
-        return {CallOf(function->remote, first.text), TypeClass::Text, false, first.order};
+        return {CallOf(function->remote, first.text), TypeClass::Text, false, first.collation};
     }
     if (const Renamed* function = FindIn(kNumberFunctions, name); function != nullptr) {
         if (first.kind == TypeClass::Number) return {CallOf(function->remote, AsDouble(first)), TypeClass::Number};

@@ -58,9 +58,10 @@ std::u16string RemoteSql::PutItems(const sql::ast::SelectPart& part) {
     const auto add = [&](std::u16string_view item) { items.append(items.empty() ? u"" : u", ").append(item); };
     for (const sql::ast::SelectItem& item : part.items) {
         if (!item.star) {
-            const Fragment piece = Put(*item.expression);
-            if (piece.kind == TypeClass::Null) Cannot();  // of what type?
-            add(Selected(piece.text, piece.kind == TypeClass::Date ? sql::ColumnType::Date : sql::ColumnType::Text));
+            const Fragment fragment = Put(*item.expression);
+            if (fragment.kind == TypeClass::Null) Cannot();  // of what type?
+            add(Selected(fragment.text,
+                         fragment.kind == TypeClass::Date ? sql::ColumnType::Date : sql::ColumnType::Text));
             continue;
         }
         for (const TableName& table : scopes_.back()) {
@@ -126,18 +127,19 @@ std::u16string RemoteSql::Put(const sql::ast::Select& select) {
     std::u16string groups;
     std::u16string order = PutOrder(part, select.order_by);
     for (const sql::ast::ExpressionPtr& key : part.group_by) {
-        const Fragment piece = LiteralIn(*key) == nullptr ? Put(*key) : Cannot();  // which there would be a position
-        groups += (groups.empty() ? u"" : u", ") + piece.text;
+        const Fragment fragment = LiteralIn(*key) == nullptr ? Put(*key) : Cannot();  // which there would be a position
+        groups += (groups.empty() ? u"" : u", ") + fragment.text;
         // Groups come in the order of their keys when nothing else is said.
-        order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
+        order += (order.empty() ? u"" : u", ") + PutKey(fragment, false);
     }
     if (part.distinct) {
         // The server orders distinct rows by what they show alone.
         if (!select.order_by.empty()) Cannot();
         for (const sql::ast::SelectItem& item : part.items) {
-            const Fragment piece = item.star ? Cannot() : Put(*item.expression);
-            if (piece.kind == TypeClass::Boolean || piece.kind == TypeClass::Date) Cannot();  // shown as something else
-            order += (order.empty() ? u"" : u", ") + PutKey(piece, false);
+            const Fragment fragment = item.star ? Cannot() : Put(*item.expression);
+            if (fragment.kind == TypeClass::Boolean || fragment.kind == TypeClass::Date)
+                Cannot();  // shown as something else
+            order += (order.empty() ? u"" : u", ") + PutKey(fragment, false);
         }
     }
     if (!groups.empty()) text += u" GROUP BY " + groups;

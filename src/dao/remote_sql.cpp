@@ -55,33 +55,34 @@ RemoteSql::TypeClass RemoteSql::TypeClassOf(sql::ColumnType type) {
 }
 
 // True is -1 in numbers.
-std::u16string RemoteSql::AsNumber(const Fragment& piece) {
-    return piece.kind == TypeClass::Boolean ? u"(-" + Cast(piece.text, u"integer") + u")" : piece.text;
+std::u16string RemoteSql::AsNumber(const Fragment& fragment) {
+    return fragment.kind == TypeClass::Boolean ? u"(-" + Cast(fragment.text, u"integer") + u")" : fragment.text;
 }
 
-std::u16string RemoteSql::AsDouble(const Fragment& piece) {
-    return Cast(AsNumber(piece), kDouble);
+std::u16string RemoteSql::AsDouble(const Fragment& fragment) {
+    return Cast(AsNumber(fragment), kDouble);
 }
 
-std::u16string RemoteSql::AsCondition(const Fragment& piece) {
-    return IsNumber(piece.kind) ? u"(" + piece.text + u" <> 0)" : piece.text;
+std::u16string RemoteSql::AsCondition(const Fragment& fragment) {
+    return IsNumber(fragment.kind) ? u"(" + fragment.text + u" <> 0)" : fragment.text;
 }
 
 bool RemoteSql::Compare(const Fragment& a, const Fragment& b) {
     const auto number = [](TypeClass kind) { return IsNumber(kind) || kind == TypeClass::Boolean; };
-    if (a.kind == TypeClass::Other || b.kind == TypeClass::Other || std::max(a.order, b.order) == TextCollation::Cased)
+    if (a.kind == TypeClass::Other || b.kind == TypeClass::Other ||
+        std::max(a.collation, b.collation) == TextCollation::Cased)
         return false;
     return a.kind == b.kind || a.kind == TypeClass::Null || b.kind == TypeClass::Null ||
            (number(a.kind) && number(b.kind));
 }
 
-// What is compared with a piece. Of two columns whose texts are in different orders the server would not know which one
-// counts.
-std::u16string RemoteSql::Beside(const Fragment& piece, const Fragment& other) {
+// What is compared with a fragment. Of two columns whose texts are in different orders the server would not know which
+// one counts.
+std::u16string RemoteSql::Beside(const Fragment& fragment, const Fragment& other) {
     std::u16string text = AsNumber(other);
-    const bool texts = piece.kind == TypeClass::Text && other.kind == TypeClass::Text;
-    if (!texts || piece.link == nullptr || other.link == nullptr) return text;
-    const std::u16string& order = piece.link->OrderOf(piece.column);
+    const bool texts = fragment.kind == TypeClass::Text && other.kind == TypeClass::Text;
+    if (!texts || fragment.link == nullptr || other.link == nullptr) return text;
+    const std::u16string& order = fragment.link->OrderOf(fragment.column);
     if (order.empty() || order == other.link->OrderOf(other.column)) return text;
     return InParentheses(text + u" COLLATE " + order);
 }
@@ -120,9 +121,9 @@ void RemoteSql::UseTable(const std::shared_ptr<OdbcLink>& link, std::u16string_v
 
 RemoteText RemoteSql::Condition(const sql::ast::Expression& condition) {
     Start();
-    const Fragment piece = Put(condition);
-    if (piece.kind != TypeClass::Boolean && !IsNumber(piece.kind)) Cannot();
-    return Result(AsCondition(piece));
+    const Fragment fragment = Put(condition);
+    if (fragment.kind != TypeClass::Boolean && !IsNumber(fragment.kind)) Cannot();
+    return Result(AsCondition(fragment));
 }
 
 RemoteText RemoteSql::Order(const sql::ast::SelectPart& part, const std::vector<sql::ast::OrderItem>& order) {
@@ -138,17 +139,18 @@ std::u16string RemoteSql::Top(const sql::ast::Top& top, bool ordered) {
 
 RemoteText RemoteSql::Assigned(const sql::ast::Expression& value, const sql::Column& column) {
     Start();
-    const Fragment piece = PutValue(value, u"text");
+    const Fragment fragment = PutValue(value, u"text");
     const TypeClass kind = TypeClassOf(column.type);
-    const bool yes_or_no = kind == TypeClass::Boolean && (piece.kind == kind || piece.kind == TypeClass::Null);
-    if (yes_or_no && column.required && !piece.required) return Result(CallOf(u"coalesce", piece.text + u", FALSE"));
-    if (piece.kind == TypeClass::Null || (piece.kind == kind && !IsNumber(kind) && kind != TypeClass::Other)) {
-        return Result(piece.text);
+    const bool yes_or_no = kind == TypeClass::Boolean && (fragment.kind == kind || fragment.kind == TypeClass::Null);
+    if (yes_or_no && column.required && !fragment.required)
+        return Result(CallOf(u"coalesce", fragment.text + u", FALSE"));
+    if (fragment.kind == TypeClass::Null || (fragment.kind == kind && !IsNumber(kind) && kind != TypeClass::Other)) {
+        return Result(fragment.text);
     }
-    if (!IsNumber(piece.kind) || !IsNumber(kind) || kind == TypeClass::Exact) Cannot();
+    if (!IsNumber(fragment.kind) || !IsNumber(kind) || kind == TypeClass::Exact) Cannot();
     constexpr EnumTable<ColumnType, std::u16string_view, 7> kTypes = {u"", u"smallint", u"smallint", u"integer",
                                                                       u"", u"real",     kDouble};
-    return Result(possible_ ? Cast(piece.text, kTypes[column.type]) : std::u16string());
+    return Result(possible_ ? Cast(fragment.text, kTypes[column.type]) : std::u16string());
 }
 
 // ---- expressions ----
@@ -173,9 +175,9 @@ RemoteSql::Fragment RemoteSql::Put(const sql::ast::Expression& expression) {
             const Fragment subject = Put(*in.subject);
             std::u16string items;
             for (const ExpressionPtr& item : in.items) {
-                const Fragment piece = Put(*item);
-                if (!Compare(subject, piece)) return Cannot();
-                items += (items.empty() ? u"" : u", ") + Beside(subject, piece);
+                const Fragment fragment = Put(*item);
+                if (!Compare(subject, fragment)) return Cannot();
+                items += (items.empty() ? u"" : u", ") + Beside(subject, fragment);
             }
             return {InParentheses(AsNumber(subject) + (in.negated ? u" NOT IN (" : u" IN (") + items + u")"),
                     TypeClass::Boolean};
@@ -219,10 +221,10 @@ RemoteSql::Fragment RemoteSql::PutValue(const sql::ast::Expression& expression, 
         case Value::Type::Long: type = u"integer"; break;
         default: return Put(expression);
     }
-    Fragment piece = Put(expression);
-    values_.push_back({std::move(piece.text), type});
-    piece.text = u"$" + ToText(values_.size());
-    return piece;
+    Fragment fragment = Put(expression);
+    values_.push_back({std::move(fragment.text), type});
+    fragment.text = u"$" + ToText(values_.size());
+    return fragment;
 }
 
 RemoteSql::Fragment RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
@@ -237,9 +239,9 @@ RemoteSql::Fragment RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
                 std::u16string text = table.alias + u"." + QuotedName(column.name);
                 if (link.IsFine(static_cast<int>(i))) text = CallOf(u"date_trunc", u"'second', " + text);
                 const TypeClass kind = TypeClassOf(column.type);
-                const TextCollation order = kind == TypeClass::Text ? TextCollation::Column : TextCollation::None;
+                const TextCollation collation = kind == TypeClass::Text ? TextCollation::Column : TextCollation::None;
                 const bool required = column.required && !table.may_be_missing;
-                return {std::move(text), kind, required, order, &link, static_cast<int>(i)};
+                return {std::move(text), kind, required, collation, &link, static_cast<int>(i)};
             }
         }
     }
@@ -312,12 +314,12 @@ RemoteSql::Fragment RemoteSql::PutBinary(const sql::ast::Binary& binary) {
         case BinaryOperator::LessEqual: return comparison(u" <= ");
         case BinaryOperator::GreaterEqual: return comparison(u" >= ");
         case BinaryOperator::Concatenate: {
-            const auto shown = [](const Fragment& piece) {
-                return piece.kind == TypeClass::Text || piece.kind == TypeClass::Whole;
+            const auto shown = [](const Fragment& fragment) {
+                return fragment.kind == TypeClass::Text || fragment.kind == TypeClass::Whole;
             };
             if (!shown(left) || !shown(right)) return Cannot();
             return {CallOf(u"concat", left.text + u", " + right.text), TypeClass::Text, true,
-                    std::max(left.order, right.order)};
+                    std::max(left.collation, right.collation)};
         }
         default: return PutArithmetic(binary, left, right);
     }
@@ -327,7 +329,7 @@ RemoteSql::Fragment RemoteSql::PutArithmetic(const sql::ast::Binary& binary, con
                                              const Fragment& right) {
     if (binary.op == BinaryOperator::Add && left.kind == TypeClass::Text && right.kind == TypeClass::Text) {
         return {InParentheses(left.text + u" || " + right.text), TypeClass::Text, false,
-                std::max(left.order, right.order)};
+                std::max(left.collation, right.collation)};
     }
     const bool whole = left.kind == TypeClass::Whole && right.kind == TypeClass::Whole;
     const bool fractions = !whole && left.kind != TypeClass::Exact && right.kind != TypeClass::Exact;

@@ -62,7 +62,7 @@ private:
         std::u16string text;
         TypeClass kind = TypeClass::Other;
         bool required = false;  // never Null
-        TextCollation order = TextCollation::None;
+        TextCollation collation = TextCollation::None;
         const OdbcLink* link = nullptr;  // where it is a column
         int column = 0;
     };
@@ -79,10 +79,10 @@ private:
         return kind == TypeClass::Whole || kind == TypeClass::Number || kind == TypeClass::Exact;
     }
     static bool Compare(const Fragment& a, const Fragment& b);
-    static std::u16string Beside(const Fragment& piece, const Fragment& other);
-    static std::u16string AsNumber(const Fragment& piece);
-    static std::u16string AsDouble(const Fragment& piece);
-    static std::u16string AsCondition(const Fragment& piece);
+    static std::u16string Beside(const Fragment& fragment, const Fragment& other);
+    static std::u16string AsNumber(const Fragment& fragment);
+    static std::u16string AsDouble(const Fragment& fragment);
+    static std::u16string AsCondition(const Fragment& fragment);
 
     Fragment Cannot();
     void Start();

@@ -14,10 +14,6 @@ namespace {
 constexpr std::size_t kLongestAnswer = 255;  // of the columns in banks
 constexpr std::size_t kLongestCategory = 255;
 
-std::u16string Number(std::size_t number) {
-    return ToText(number);
-}
-
 std::u16string ProblemOfOptions(const Question& question) {
     if (question.options.size() < 2) return u"选择项少于两个。";
     if (question.options.size() > kMostOptions) return u"选择项多于 26 个。";
@@ -37,17 +33,17 @@ std::u16string ProblemOfBlanks(const Question& question) {
     std::size_t number = 0;
     for (const Blank& blank : question.blanks) {
         ++number;
-        if (blank.empty()) return u"第 " + Number(number) + u" 空没有答案。";
+        if (blank.empty()) return u"第 " + ToText(number) + u" 空没有答案。";
         length += blank.size() - 1;
         for (const std::u16string& answer : blank) {
             length += answer.size();
-            if (Trimmed(answer).empty()) return u"第 " + Number(number) + u" 空有一个空的答案。";
+            if (Trimmed(answer).empty()) return u"第 " + ToText(number) + u" 空有一个空的答案。";
             if (answer.find_first_of(u"\n\r") != std::u16string::npos) {
-                return u"第 " + Number(number) + u" 空的答案不止一行。";
+                return u"第 " + ToText(number) + u" 空的答案不止一行。";
             }
             const std::size_t separator = answer.find_first_of(u"@#");
             if (separator != std::u16string::npos) {
-                return u"第 " + Number(number) + u" 空的答案“" + Brief(answer) + u"”中有“" + answer[separator] +
+                return u"第 " + ToText(number) + u" 空的答案“" + Brief(answer) + u"”中有“" + answer[separator] +
                        u"”：题库用“@”分隔各空、用“#”分隔同一空的几个答案，答案本身不能含有它们。";
             }
         }
@@ -71,7 +67,7 @@ std::u16string WarningOf(const Question& question) {
     if (question.kind != QuestionKind::Fill) return {};
     const std::size_t marks = BlankMarks(stem).size();
     if (marks == question.blanks.size() || (marks == 0 && question.blanks.size() == 1)) return {};
-    return u"题干中有 " + Number(marks) + u" 个空，答案有 " + Number(question.blanks.size()) + u" 个，请核对。";
+    return u"题干中有 " + ToText(marks) + u" 个空，答案有 " + ToText(question.blanks.size()) + u" 个，请核对。";
 }
 
 void AddChecked(Import& import, Question question, const TextNotes& notes) {

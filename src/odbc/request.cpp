@@ -8,7 +8,7 @@ namespace qmtrain::odbc {
 
 void Request::Add(std::u16string value, std::u16string_view type) {
     values.push_back({std::move(value), type});
-    text.append(1, u'$').append(ToText(static_cast<std::int64_t>(values.size())));
+    text.append(1, u'$').append(ToText(values.size()));
 }
 
 std::u16string Request::Whole() const {

@@ -21,7 +21,7 @@ std::u16string Release(const std::u16string& name) {
 
 // That of a level tells it from the others.
 std::u16string Savepoints::NewName() {
-    return u"p" + ToText(static_cast<std::int64_t>(++names_));
+    return u"p" + ToText(++names_);
 }
 
 void Savepoints::Clear() {

@@ -42,7 +42,7 @@ report::Report HistoryReport(std::u16string_view client_path, std::int32_t user_
         row.cells[0] = Format(training.start, u"yyyy-mm-dd hh:nn");
         section.table.rows.push_back(std::move(row.cells));
     }
-    made.subtitle = u"共 " + ToText(static_cast<std::int64_t>(section.table.rows.size())) + u" 次练习";
+    made.subtitle = u"共 " + ToText(section.table.rows.size()) + u" 次练习";
     made.sections.push_back(std::move(section));
     return made;
 }

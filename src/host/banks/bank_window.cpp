@@ -39,12 +39,8 @@ public:
     std::optional<QuestionKind> kind;
 };
 
-std::u16string Number(std::size_t number) {
-    return ToText(number);
-}
-
 std::u16string PaperLabel(std::size_t chosen) {
-    return chosen == 0 ? u"组成试卷(&P)…" : u"组成试卷（" + Number(chosen) + u" 题）(&P)…";
+    return chosen == 0 ? u"组成试卷(&P)…" : u"组成试卷（" + ToText(chosen) + u" 题）(&P)…";
 }
 
 }  // namespace
@@ -252,7 +248,7 @@ void BankWindow::ShowList() {
     }
     LvQuestions->Show(rows_);
     if (LvQuestions->SelectedIndex() < 0 && rows_.Size() > 0) LvQuestions->SelectRow(0);
-    LblCount->SetLabelText(ui::ToWx(u"共 " + Number(rows_.Size()) + u" 题"));
+    LblCount->SetLabelText(ui::ToWx(u"共 " + ToText(rows_.Size()) + u" 题"));
     ShowQuestion();
 }
 
@@ -392,7 +388,7 @@ void BankWindow::Export() {
         });
         constexpr std::size_t kMostTold = 10;
         for (std::size_t i = 0; i < std::min(notices.size(), kMostTold); ++i) told += u"\n" + notices[i].Text();
-        if (notices.size() > kMostTold) told += u"\n……共 " + Number(notices.size()) + u" 处";
+        if (notices.size() > kMostTold) told += u"\n……共 " + ToText(notices.size()) + u" 处";
         ui::Inform(this, told, kTitle);
     });
 }

@@ -29,10 +29,6 @@ constexpr int kNoticeHeight = 44;    // two lines, in pixels of an unscaled scre
 constexpr exchange::QuestionFormat kFormats[] = {exchange::QuestionFormat::Gift, exchange::QuestionFormat::Aiken,
                                                  exchange::QuestionFormat::MoodleXml, exchange::QuestionFormat::Csv};
 
-std::u16string Number(std::size_t number) {
-    return ToText(number);
-}
-
 std::u16string_view WordOf(exchange::Notice::Kind kind) {
     switch (kind) {
         case exchange::Notice::Kind::Changed: return u"有改动";
@@ -267,7 +263,7 @@ void ImportDialog::ShowPlan() {
     const auto add = [&](std::u16string_view word, std::u16string line, std::u16string question, std::u16string text,
                          std::u16string file, bool error) {
         ui::ListRow row;
-        row.key = u"n" + Number(++number);
+        row.key = u"n" + ToText(++number);
         row.cells = {std::u16string(word), std::move(line), std::move(question), std::move(text), std::move(file)};
         row.warning = error;
         if (error && !first_error) first_error = static_cast<long>(rows_.Size());
@@ -277,14 +273,14 @@ void ImportDialog::ShowPlan() {
         for (const exchange::Notice& notice : *notices) {
             const bool error = notice.kind == exchange::Notice::Kind::Error;
             if (error) ++errors_;
-            add(WordOf(notice.kind), notice.line == 0 ? u"" : Number(notice.line), notice.question, notice.text,
+            add(WordOf(notice.kind), notice.line == 0 ? u"" : ToText(notice.line), notice.question, notice.text,
                 notice.file, error);
         }
     }
     for (std::size_t i = 0; i < plan_.recognition.questions.size(); ++i) {
         const exchange::Recognised& one = plan_.recognition.questions[i];
         if (one.as != exchange::Recognised::As::Changed) continue;
-        add(u"修改", Number(read_.questions[i].line), plan_.existing[one.existing].rec_no,
+        add(u"修改", ToText(read_.questions[i].line), plan_.existing[one.existing].rec_no,
             u"改动：" + one.changes + u"。", read_.questions[i].file, false);
     }
     // What could not be read may be what the bank has.
@@ -304,7 +300,7 @@ void ImportDialog::ShowPlan() {
     if (summary.empty()) {
         summary = (plan_.is_new ? u"新建题库：" : u"题库“" + plan_.bank.name + u"”：") + plan_.recognition.Summary();
         if (ChkReplace->GetValue()) summary += u"，" + Removal();
-        if (errors_ > 0) summary += u"；有 " + Number(errors_) + u" 处错误";
+        if (errors_ > 0) summary += u"；有 " + ToText(errors_) + u" 处错误";
     }
     LblSummary->SetLabelText(ui::ToWx(summary));
     LblSummary->SetToolTip(ui::ToWx(summary));  // it may be longer than the window is wide
@@ -320,7 +316,7 @@ std::u16string ImportDialog::Removal() {
     try {
         return RemovalSummary(folder_, plan_);
     } catch (const AutomationError& error) {
-        return u"删除 " + Number(plan_.recognition.not_found.size()) + u" 题（" + error.Description() + u"）";
+        return u"删除 " + ToText(plan_.recognition.not_found.size()) + u" 题（" + error.Description() + u"）";
     }
 }
 

@@ -35,10 +35,6 @@ constexpr Usual kUsual[] = {{QuestionKind::Single, 2},
     RaiseComponentError(u"qmtrain", std::move(text));
 }
 
-std::u16string Number(std::size_t number) {
-    return ToText(number);
-}
-
 struct AvailableQuestion {
     std::u16string data_code;
     exchange::Question question;
@@ -159,8 +155,8 @@ std::int32_t MakePaper(const DataFolder& folder, const PaperRules& rules, const 
         }
         const std::size_t wanted = part->second.count;
         if (candidates.size() < wanted) {
-            missing += u"\n" + std::u16string(KindName(usual.kind)) + u"要 " + Number(wanted) +
-                       u" 题，符合条件的只有 " + Number(candidates.size()) + u" 题。";
+            missing += u"\n" + std::u16string(KindName(usual.kind)) + u"要 " + ToText(wanted) +
+                       u" 题，符合条件的只有 " + ToText(candidates.size()) + u" 题。";
             if (usual.kind == QuestionKind::Operation && without_keywords > 0)
                 missing += u"没有评分要点的操作题不能自动组卷。";
             continue;

@@ -10,10 +10,6 @@
 namespace qmtrain::host {
 namespace {
 
-std::u16string Number(std::size_t number) {
-    return ToText(number);
-}
-
 struct Counts {
     std::size_t no = 0;
     std::size_t partly = 0;
@@ -46,7 +42,7 @@ std::vector<NavigatorGroup> GroupsOf(const Practice& practice) {
     for (NavigatorGroup& group : groups) {
         float score = 0;
         for (std::size_t i = group.first; i < group.first + group.count; ++i) score += practice.Place(i).score;
-        group.caption = std::u16string(KindName(practice.Content(group.first).kind)) + u"　" + Number(group.count) +
+        group.caption = std::u16string(KindName(practice.Content(group.first).kind)) + u"　" + ToText(group.count) +
                         u" 题 " + ToText(Value(score)) + u" 分";
     }
     return groups;
@@ -94,8 +90,8 @@ std::size_t NextRow(const NavigatorLayout& layout, std::size_t from, int directi
 
 std::u16string CountsText(const Practice& practice) {
     const Counts counts = CountsOf(practice);
-    return u"已答 " + Number(counts.yes) + u"　部分 " + Number(counts.partly) + u"\n未答 " + Number(counts.no) +
-           u"　标记 " + Number(counts.marked);
+    return u"已答 " + ToText(counts.yes) + u"　部分 " + ToText(counts.partly) + u"\n未答 " + ToText(counts.no) +
+           u"　标记 " + ToText(counts.marked);
 }
 
 std::vector<OpenQuestion> OpenQuestions(const Practice& practice) {
@@ -103,7 +99,7 @@ std::vector<OpenQuestion> OpenQuestions(const Practice& practice) {
     for (std::size_t i = 0; i < practice.Size(); ++i) {
         const Answered answered = practice.HowAnswered(i);
         if (answered == Answered::Yes && !practice.IsMarked(i)) continue;
-        std::u16string text = u"第 " + Number(i + 1) + u" 题　";
+        std::u16string text = u"第 " + ToText(i + 1) + u" 题　";
         text.append(KindName(practice.Content(i).kind)).append(u"　").append(AnsweredText(answered));
         if (practice.IsMarked(i)) text += u"　" + WithSign(kMarkedSign, u"已标记");
         open.push_back({i, std::move(text)});
@@ -116,12 +112,12 @@ std::u16string OpenText(const Practice& practice) {
     std::u16string text;
     const auto add = [&](std::size_t count, std::u16string_view what) {
         if (count == 0) return;
-        text.append(text.empty() ? u"还有 " : u"，").append(Number(count)).append(what);
+        text.append(text.empty() ? u"还有 " : u"，").append(ToText(count)).append(what);
     };
     add(counts.no, u" 题没有作答");
     add(counts.partly, u" 题只答了一部分");
     if (text.empty()) text = u"所有题目都已作答";
-    if (counts.marked > 0) text.append(u"，").append(Number(counts.marked)).append(u" 题做了标记");
+    if (counts.marked > 0) text.append(u"，").append(ToText(counts.marked)).append(u" 题做了标记");
     return text + u"。";
 }
 

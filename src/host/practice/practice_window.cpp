@@ -34,10 +34,6 @@ constexpr std::u16string_view kTimeSetting = u"TimeHidden";
 constexpr int kLastMinutes = 5 * 60;             // seconds from which on the time is short
 constexpr std::chrono::minutes kServerPause{1};  // before a server that was away is asked for notes again
 
-std::u16string Number(std::size_t number) {
-    return ToText(number);
-}
-
 std::u16string NameOf(const DataFolder& folder, std::int32_t user_id) {
     NCREUser user;
     user.ClientPath(folder.path);
@@ -122,7 +118,7 @@ void PracticeWindow::ShowQuestion() {
     told_ = false;
     const host::QuestionContent& question = practice_.Content(current_);
     const PaperQuestion& place = practice_.Place(current_);
-    LblTitle->SetLabelText(ui::ToWx(u"第 " + Number(current_ + 1) + u" / " + Number(practice_.Size()) + u" 题"));
+    LblTitle->SetLabelText(ui::ToWx(u"第 " + ToText(current_ + 1) + u" / " + ToText(practice_.Size()) + u" 题"));
     LblKind->SetLabelText(
         ui::ToWx(std::u16string(KindName(question.kind)) + u" · " + ToText(Value(place.score)) + u" 分"));
     LblPaper->SetLabelText(ui::ToWx(practice_.GetPaper().title + u"　" + candidate_ + u"　" +
@@ -148,11 +144,11 @@ void PracticeWindow::ShowState() {
     std::size_t answered = 0;
     for (std::size_t i = 0; i < practice_.Size(); ++i) answered += open(i) ? 0 : 1;
     Progress->SetShare(static_cast<double>(answered) / static_cast<double>(practice_.Size()),
-                       u"已作答 " + Number(answered) + u" / " + Number(practice_.Size()) + u" 题");
+                       u"已作答 " + ToText(answered) + u" / " + ToText(practice_.Size()) + u" 题");
     if (IsOver()) {
         const auto mistakes = result_->Mistakes();
-        LblCounts->SetLabelText(ui::ToWx(WithSign(kRightSign, u"正确 ") + Number(practice_.Size() - mistakes.size()) +
-                                         u"　" + WithSign(kWrongSign, u"有错 ") + Number(mistakes.size())));
+        LblCounts->SetLabelText(ui::ToWx(WithSign(kRightSign, u"正确 ") + ToText(practice_.Size() - mistakes.size()) +
+                                         u"　" + WithSign(kWrongSign, u"有错 ") + ToText(mistakes.size())));
         return;
     }
     LblCounts->SetLabelText(ui::ToWx(CountsText(practice_)));

@@ -26,10 +26,6 @@ std::u16string Points(double score) {
     return ToText(Value(static_cast<float>(score)));
 }
 
-std::u16string Count(int number) {
-    return ToText(number);
-}
-
 }  // namespace
 
 ShareBar::ShareBar(wxWindow* parent, double share, Tint tint, std::u16string_view name, int height)
@@ -93,7 +89,7 @@ ResultView::ResultView(wxWindow* parent, const Outcome& outcome, std::u16string_
     for (const KindOutcome& kind : outcome.ByKind()) {
         const double rate_of_kind = Rate(kind.full_score, kind.score);
         const std::u16string points = Points(kind.score) + u" / " + Points(kind.full_score) + u" 分　对 " +
-                                      Count(kind.right) + u" / " + Count(kind.questions) + u" 题";
+                                      ToText(kind.right) + u" / " + ToText(kind.questions) + u" 题";
         grid->Add(MakeLabel(page, KindName(kind.kind)), 0, wxALIGN_CENTRE_VERTICAL);
         grid->Add(new ShareBar(page, rate_of_kind / 100, IsPassRate(rate_of_kind) ? Tint::Good : Tint::Bad,
                                std::u16string(KindName(kind.kind)) + u"，" + points, kBarHeight),

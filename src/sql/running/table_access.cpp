@@ -66,8 +66,8 @@ void TableAccess::Open() {
 }
 
 void TableAccess::OpenRange() {
-    const IndexRange& place = ranges_[at_];
-    cursor_->Range(place.index, place.range, path_.parts[0].backwards);
+    const IndexRange& next = ranges_[at_];
+    cursor_->Range(next.index, next.range, path_.parts[0].backwards);
 }
 
 bool TableAccess::Next() {
@@ -108,9 +108,9 @@ const Column& TableAccess::ColumnOf(const IndexAccess& access, std::size_t place
 
 TableAccess::IndexRange& TableAccess::NewRange(int index) {
     if (range_count_ == ranges_.size()) ranges_.emplace_back();
-    IndexRange& place = ranges_[range_count_++];
-    place.index = index;
-    return place;
+    IndexRange& added = ranges_[range_count_++];
+    added.index = index;
+    return added;
 }
 
 TableAccess::Start TableAccess::AddRanges(const IndexAccess& access) {
@@ -240,9 +240,9 @@ void TableAccess::Arrange() {
     const bool one_list = path_.parts.size() == 1;
     const bool in_order = table.InOrder(first.index, width);
     if (one_list && in_order) return;  // sorted as the list was taken
-    const bool points = std::all_of(ranges_.begin(), end, [&](const IndexRange& place) {
-        return place.index == first.index && place.range.kind == KeyRange::Kind::Equal &&
-               place.range.low->values.size() == width;
+    const bool points = std::all_of(ranges_.begin(), end, [&](const IndexRange& one) {
+        return one.index == first.index && one.range.kind == KeyRange::Kind::Equal &&
+               one.range.low->values.size() == width;
     });
     if (!points || !in_order) {
         repeats_ = true;
