@@ -1,5 +1,7 @@
 // A candidate's wrong questions appear, are practised and disappear; the schedule moves; the analysis leads on.
 
+#include <cmath>
+
 #include "host/app/main_window.h"
 #include "host/learning/analysis_window.h"
 #include "host/learning/class_dialog.h"
@@ -129,6 +131,9 @@ TEST_F(LearningWindowTest, WrongQuestionsAppearArePractisedAndDisappear) {
 }
 
 TEST_F(LearningWindowTest, WhatIsDueIsReviewedAndTheScheduleMoves) {
+    constexpr double kSecondStep = 15.0 / (24 * 60);  // days: in ten minutes, and the time that the test takes
+    const double now = Now().days;
+    if (std::floor(now) != std::floor(now + kSecondStep)) GTEST_SKIP() << "the second step would be tomorrow's";
     Practise({1}, 3);
     MainWindow main(data_, {test::kCandidate, 1, Edition::StandAlone});
     EXPECT_EQ(Utf8(main.BtnToday->GetLabelText()), "今日复习 5(Y)");
