@@ -61,6 +61,7 @@ void OdbcServer::OpenLevels() {
         session_->Join(*this);
         levels_ = 1;
         used_ = false;
+        changed_level_ = 0;
     }
     for (; levels_ < session_->Levels(); ++levels_) connection_->OpenLevel();
 }
@@ -88,6 +89,7 @@ auto OdbcServer::Run(bool changes, const Body& body) {
         try {
             auto result = body(Reach());
             used_ = levels_ > 0;
+            if (changes && changed_level_ == 0) changed_level_ = levels_;
             return result;
         } catch (const AutomationError& error) {
             const bool nothing_done = levels_ > 0 ? !used_ : !changes;
@@ -142,6 +144,7 @@ void OdbcServer::RunUndone(std::size_t levels) noexcept {
 void OdbcServer::Merge(std::size_t levels) noexcept {
     if (levels_ <= levels) return;
     levels_ = levels;
+    changed_level_ = std::min(changed_level_, levels);
     connection_->MergeLevels(levels - 1);
     for (UndoAction& action : undo_actions_) action.level = std::min(action.level, levels);
 }
@@ -150,6 +153,7 @@ void OdbcServer::Undo(std::size_t levels) noexcept {
     if (levels_ <= levels) return;
     ++changes_;
     levels_ = levels;
+    if (changed_level_ > levels) changed_level_ = 0;
     RunUndone(levels);
     try {
         if (levels > 0)

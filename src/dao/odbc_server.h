@@ -64,6 +64,7 @@ public:
 
     void Merge(std::size_t levels) noexcept override;
     void Undo(std::size_t levels) noexcept override;
+    bool HasChanges() const override { return changed_level_ > 0; }
     void Prepare() override;
     void Commit() override;
 
@@ -92,8 +93,9 @@ private:
     std::shared_ptr<jet::Session> session_;
     std::mutex mutex_;  // for connection_
     std::shared_ptr<odbc::Connection> connection_;
-    std::size_t levels_ = 0;  // of the session that the server knows: a transaction, and savepoints in it
-    bool used_ = false;       // something has been done in them
+    std::size_t levels_ = 0;         // of the session that the server knows: a transaction, and savepoints in it
+    bool used_ = false;              // something has been done in them
+    std::size_t changed_level_ = 0;  // the outermost level in which something was changed
     std::vector<UndoAction> undo_actions_;
     std::atomic<const void*> user_ = nullptr;
     std::chrono::milliseconds time_limit_{0};

@@ -120,10 +120,7 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     while (levels_.size() > level + 1) UndoLevel(levels_.size() - 1);
     try {
         if (level == 0) {
-            CommitFiles(!other && partners_.empty(), [&] {
-                if (other) other();
-                CommitPartners();
-            });
+            CommitFiles(other);
         } else {
             for (SessionFile* file : changing_) file->MergeLevel();
             if (other) other();
@@ -144,21 +141,28 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     LeaveChanging();
 }
 
-// They commit one after the other. What one has committed can no longer be undone when the next one fails.
-void Session::CommitPartners() {
-    if (partners_.size() > 1) {
-        for (SessionPartner* partner : partners_) partner->Prepare();
+// They commit one after the other, those that have only read first, and `other` last. What one has committed can no
+// longer be undone when the next one fails: that is an error of its own, for which nobody may try the transaction
+// again.
+void Session::CommitPartners(const std::function<void()>& other, bool in_files) {
+    const auto changed =
+        std::ranges::stable_partition(partners_, [](SessionPartner* partner) { return !partner->HasChanges(); });
+    if (changed.size() > 1) {
+        for (SessionPartner* partner : changed) partner->Prepare();
     }
+    for (SessionPartner* partner : std::ranges::subrange(partners_.begin(), changed.begin())) partner->Commit();
     bool committed = false;  // by those before
-    for (SessionPartner* partner : partners_) {
-        try {
+    try {
+        for (SessionPartner* partner : changed) {
             partner->Commit();
             committed = true;
-        } catch (const AutomationError& error) {
-            if (!committed) throw;
-            throw AutomationError(error.Number(), error.Source(),
-                                  u"其他服务器上的更改在此之前已提交，本机文件中的更改已撤消。" + error.Description());
         }
+        if (other) other();
+    } catch (const AutomationError& error) {
+        if (!committed) throw;
+        std::u16string said = u"其他服务器上的更改在此之前已提交";
+        if (in_files) said += u"，本机文件中的更改已撤消";
+        Raise(ErrorNumber::OdbcCallFailed, {said + u"。" + error.Description()});
     }
 }
 
@@ -195,22 +199,23 @@ CommonJournal StartCommon(const std::vector<SessionFile*>& files) {
 }  // namespace
 
 // Several files: each one's journal names the common journal before the file is overwritten. While that one is in force
-// all journals are; its end is the moment of the commit. `alone`: `other` does nothing.
-void Session::CommitFiles(bool alone, const std::function<void()>& other) {
+// all journals are; its end is the moment of the commit.
+void Session::CommitFiles(const std::function<void()>& other) {
+    const bool alone = !other && partners_.empty();
     std::vector<SessionFile*> changed;
     for (SessionFile* file : changing_) {
         if (file->HasChanges()) changed.push_back(file);
     }
     if (changed.size() < 2) {
         for (SessionFile* file : changed) file->WriteChanges(alone, nullptr);
-        other();
+        CommitPartners(other, !changed.empty());
         for (SessionFile* file : changed) file->Finish();
         return;
     }
     CommonJournal common = StartCommon(changed);
     try {
         for (SessionFile* file : changed) file->WriteChanges(false, &common);
-        other();
+        CommitPartners(other, true);
         for (SessionFile* file : changed) file->RequireInPlace();  // while another one was written it may have gone
         common.Finish();
     } catch (...) {

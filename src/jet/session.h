@@ -76,9 +76,12 @@ public:
     virtual void Merge(std::size_t levels) noexcept = 0;
     virtual void Undo(std::size_t levels) noexcept = 0;
 
+    // Whether it has changed anything that is not undone.
+    virtual bool HasChanges() const = 0;
+
     // The end of the outermost level: all files are safe on the disk and can still be undone. When it raises they are.
-    // Where several partners take part each is asked to prepare first, and raises when it already knows that it could
-    // not commit.
+    // Where several partners have changes each is asked to prepare first, and raises when it already knows that it
+    // could not commit.
     virtual void Prepare() = 0;
     virtual void Commit() = 0;
 };
@@ -94,7 +97,8 @@ public:
 
     // Each raises TransactionNotStarted when none is open, or it was begun outside a scope that is still open. A commit
     // that fails has undone the transaction in all files. `other`: another engine's part of it, done when all of ours
-    // is safe on the disk and can still be undone; when it raises, ours is.
+    // is safe on the disk and can still be undone; when it raises, ours is. Raises OdbcCallFailed when one server or
+    // engine had committed before the next one failed.
     void CommitTransaction(const std::function<void()>& other = {});
     void RollbackTransaction();
 
@@ -138,8 +142,8 @@ private:
     std::size_t OpenLevel(const SessionFile* home);
     void CommitLevel(std::size_t level, const std::function<void()>& other = {});
     void UndoLevel(std::size_t level) noexcept;
-    void CommitFiles(bool alone, const std::function<void()>& other);
-    void CommitPartners();
+    void CommitFiles(const std::function<void()>& other);
+    void CommitPartners(const std::function<void()>& other, bool in_files);
     bool UndoFiles() noexcept;
     void LeaveChanging() noexcept;
 

@@ -307,20 +307,39 @@ void Connection::EndTransaction(bool commit) {
     try {
         result = End(commit && !undone ? SQL_COMMIT : SQL_ROLLBACK);
     } catch (const AutomationError&) {
-        if (commit && !undone && !lost)
-            Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"服务器没有回答，不知道事务是否已提交。"});
+        if (commit && !undone && !lost) RaiseUnknown(u"服务器没有回答");
         throw;
     }
     Diagnostics diagnostics;
     if (!Succeeded(result)) {
-        diagnostics = DiagnosticsOf(library, SQL_HANDLE_DBC, handles_->connection);
-        if (commit) End(SQL_ROLLBACK);
-        if (MeansLost(diagnostics) || !commit) alive_ = false;
+        diagnostics = Diagnose(SQL_HANDLE_DBC, handles_->connection);
+        if (alive_ && commit) End(SQL_ROLLBACK);
+        if (!commit) alive_ = false;
     }
     library.SetConnectAttr(handles_->connection, SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
-    if (!Succeeded(result)) RaiseFor(diagnostics, {}, place_);
+    if (!Succeeded(result)) {
+        const bool unknown = MeansLost(diagnostics) || diagnostics.state == kCompletionUnknown;
+        if (unknown && commit && !undone && !lost) RaiseUnknown(diagnostics.text);
+        RaiseFor(diagnostics, {}, place_);
+    }
     if (lost && commit) Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"连接已中断，事务没有完成。"});
     if (undone && commit) RaiseFailed();
+}
+
+// Whatever the server says when it goes: it may have committed before.
+void Connection::RaiseUnknown(std::u16string_view reason) const {
+    Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"不知道事务是否已提交：" + std::u16string(reason)});
+}
+
+// What the library says about a failure. A lost connection not every driver tells by the error's state.
+Diagnostics Connection::Diagnose(std::int16_t kind, void* handle) {
+    const Library& library = handles_->library;
+    Diagnostics diagnostics = DiagnosticsOf(library, kind, handle);
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    library.GetConnectAttr(handles_->connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr);
+    if (dead == SQL_CD_TRUE) diagnostics.state = kConnectionLost;
+    if (MeansLost(diagnostics)) alive_ = false;
+    return diagnostics;
 }
 
 void Connection::RaiseFailed() const {

@@ -28,6 +28,7 @@ namespace qmtrain::odbc {
 class CallThread;
 class Connection;
 class Statement;
+struct Diagnostics;
 
 // What is being done, for the error when the server refuses it.
 struct Doing {
@@ -95,8 +96,8 @@ public:
     void QueryInParts(const Request& request, const std::function<void(Rows&)>& take);
 
     // A transaction sees one state of the database, and where it is serial it is as if it had been alone; the server
-    // hears of it with its first statement. Commit() raises, and has undone it then, unless the connection is lost:
-    // nobody knows then.
+    // hears of it with its first statement. Commit() raises, and has undone it then, unless the connection is lost
+    // while the server commits: nobody knows then.
     void Begin(bool serial = false);
     void Commit();
     void Rollback() noexcept;
@@ -147,7 +148,9 @@ private:
     void UndoStatement(const std::vector<std::u16string>& places) noexcept;
     void GoBackTo(const std::u16string& savepoint);
     bool CancelOf(std::u16string_view mark);
+    Diagnostics Diagnose(std::int16_t kind, void* handle);
     [[noreturn]] void RaiseFailed() const;
+    [[noreturn]] void RaiseUnknown(std::u16string_view reason) const;
 
     std::shared_ptr<Handles> handles_;
     std::unique_ptr<CallThread> thread_;

@@ -14,13 +14,21 @@ struct Meaning {
 
 // Errors that a statement on a file would raise too. The first that fits counts.
 constexpr Meaning kMeanings[] = {
-    {u"23505", ErrorNumber::DuplicateKey},   {u"23502", ErrorNumber::FieldRequired},
-    {u"22001", ErrorNumber::FieldTooLarge},  {u"22003", ErrorNumber::Overflow},
-    {u"22012", ErrorNumber::DivisionByZero}, {u"22P02", ErrorNumber::TypeMismatch},
-    {u"22007", ErrorNumber::TypeMismatch},   {u"22008", ErrorNumber::TypeMismatch},
-    {u"42501", ErrorNumber::ReadOnly},       {u"25006", ErrorNumber::ReadOnly},
-    {u"42P01", ErrorNumber::NoSuchTable},    {u"42S02", ErrorNumber::NoSuchTable},
-    {u"40", ErrorNumber::RecordChanged},     {u"57014", ErrorNumber::OperationCancelled},
+    {u"23505", ErrorNumber::DuplicateKey},
+    {u"23502", ErrorNumber::FieldRequired},
+    {u"22001", ErrorNumber::FieldTooLarge},
+    {u"22003", ErrorNumber::Overflow},
+    {u"22012", ErrorNumber::DivisionByZero},
+    {u"22P02", ErrorNumber::TypeMismatch},
+    {u"22007", ErrorNumber::TypeMismatch},
+    {u"22008", ErrorNumber::TypeMismatch},
+    {u"42501", ErrorNumber::ReadOnly},
+    {u"25006", ErrorNumber::ReadOnly},
+    {u"42P01", ErrorNumber::NoSuchTable},
+    {u"42S02", ErrorNumber::NoSuchTable},
+    {kCompletionUnknown, ErrorNumber::OdbcCallFailed},
+    {u"40", ErrorNumber::RecordChanged},
+    {u"57014", ErrorNumber::OperationCancelled},
     {u"55P03", ErrorNumber::LockedByOther},
 };
 

@@ -42,9 +42,7 @@ Statement::Statement(Connection& connection) : connection_(connection), library_
 void Statement::Allocate() {
     const SQLHDBC handle = connection_.handles_->connection;
     if (!Succeeded(library_.AllocHandle(SQL_HANDLE_STMT, handle, &handle_))) {
-        const Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_DBC, handle);
-        if (MeansLost(diagnostics)) connection_.alive_ = false;
-        RaiseFor(diagnostics, {}, connection_.place_);
+        RaiseFor(connection_.Diagnose(SQL_HANDLE_DBC, handle), {}, connection_.place_);
     }
     library_.SetStmtAttr(handle_, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), 0);
 }
@@ -77,13 +75,7 @@ bool Statement::Check(SQLRETURN result, const Doing& doing) {
     if (Succeeded(result)) return true;
     if (result == SQL_NO_DATA) return false;
     connection_.RequireAnswers();
-    Diagnostics diagnostics = DiagnosticsOf(library_, SQL_HANDLE_STMT, handle_);
-    // Not every driver says so by the error's state.
-    SQLUINTEGER dead = SQL_CD_FALSE;
-    library_.GetConnectAttr(connection_.handles_->connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER,
-                            nullptr);
-    if (dead == SQL_CD_TRUE) diagnostics.state = u"08S01";
-    if (MeansLost(diagnostics)) connection_.alive_ = false;
+    const Diagnostics diagnostics = connection_.Diagnose(SQL_HANDLE_STMT, handle_);
     failed_state_ = diagnostics.state;
     RaiseFor(diagnostics, doing, connection_.place_);
 }

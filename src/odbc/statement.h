@@ -89,6 +89,11 @@ struct Diagnostics {
 };
 Diagnostics DiagnosticsOf(const Library& library, SQLSMALLINT kind, SQLHANDLE handle);
 
+inline constexpr std::u16string_view kConnectionLost = u"08S01";
+
+// Nobody knows whether what was asked has been done.
+inline constexpr std::u16string_view kCompletionUnknown = u"40003";
+
 // Whether the connection is lost with it.
 bool MeansLost(const Diagnostics& diagnostics);
 

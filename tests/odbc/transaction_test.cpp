@@ -259,6 +259,80 @@ TEST_F(TransactionTest, TwoServersCommitBothOrNeither) {
     }
 }
 
+// Which server commits first is which was changed first. Between them somebody else's change may make the second one
+// fail: then the first one's must not be made a second time.
+TEST_F(TransactionTest, WhatOneServerHasCommittedIsNotTriedAgain) {
+    const std::u16string second = server_->NewDatabase();
+    server_->Psql(
+        "CREATE TABLE duty (id integer PRIMARY KEY, on_call boolean); ALTER TABLE duty OWNER TO exam; INSERT INTO duty "
+        "VALUES (1, true), (2, true)");
+    database_->CreateTableDef(u"duty", second, u"public.duty");
+    struct Case {
+        const char* name;
+        bool change_first;
+        int error;
+        int times;
+        const char16_t* says;
+    };
+    const Case cases[] = {
+        {"both are changed", true, N(Number::OdbcCallFailed), 1, u"其他服务器上的更改在此之前已提交。"},
+        {"the first is only read, and it is tried again", false, 0, 2, u""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        int times = 0;
+        std::u16string said;
+        try {
+            database_->Atomically([&] {
+                if (++times > 3) throw std::runtime_error("tried again");
+                if (c.change_first)
+                    database_->Execute(Adding(times));
+                else
+                    database_->OpenRecordset(u"SELECT * FROM mark");
+                database_->OpenRecordset(u"SELECT * FROM duty WHERE id = 2");
+                database_->Execute(u"UPDATE duty SET on_call = False WHERE id = 1");
+                if (times > 1) return;
+                server_->Psql(
+                    "BEGIN ISOLATION LEVEL SERIALIZABLE; SELECT * FROM duty WHERE id = 1; UPDATE duty SET on_call = "
+                    "NOT on_call WHERE id = 2; COMMIT");
+            });
+        } catch (const AutomationError& error) {
+            EXPECT_EQ(error.Number(), c.error);
+            said = error.Description();
+        }
+        EXPECT_EQ(said.empty(), c.error == 0) << ToUtf8(said);
+        EXPECT_NE(said.find(c.says), said.npos) << ToUtf8(said);
+        EXPECT_EQ(times, c.times);
+        EXPECT_EQ(database_->OpenRecordset(u"SELECT * FROM mark")->RecordCount(), 1);
+    }
+}
+
+// The answer to a commit that does not come: it may have been done. Every driver tells a lost connection otherwise.
+TEST_F(TransactionTest, WhenTheAnswerToACommitIsLostNobodyKnows) {
+    server_->Psql(
+        "CREATE FUNCTION leave() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN IF NEW.v = 1 THEN PERFORM "
+        "pg_terminate_backend(pg_backend_pid()); PERFORM pg_sleep(1); ELSE RAISE 'result is ambiguous' USING ERRCODE = "
+        "'40003'; END IF; RETURN NULL; END $$; CREATE CONSTRAINT TRIGGER leave AFTER INSERT ON mark DEFERRABLE "
+        "INITIALLY DEFERRED FOR EACH ROW EXECUTE FUNCTION leave()");
+    for (const std::u16string_view row : {u"(1, 1)", u"(2, 2)"}) {
+        SCOPED_TRACE(ToUtf8(row));
+        int times = 0;
+        std::u16string said;
+        try {
+            database_->Atomically([&] {
+                if (++times > 3) throw std::runtime_error("tried again");
+                database_->Execute(u"INSERT INTO mark VALUES " + std::u16string(row));
+            });
+        } catch (const AutomationError& error) {
+            EXPECT_EQ(error.Number(), N(Number::OdbcConnectionFailed));
+            said = error.Description();
+        }
+        EXPECT_EQ(times, 1);
+        EXPECT_NE(said.find(u"不知道事务是否已提交"), said.npos) << ToUtf8(said);
+    }
+    EXPECT_EQ(Ids().size(), 0U);
+}
+
 // The server cannot know that who waits and who is waited for are one.
 TEST_F(TransactionTest, ALockIsNotWaitedForWithoutEnd) {
     database_->Execute(Adding(1));
