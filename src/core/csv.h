@@ -9,6 +9,12 @@ namespace qmtrain {
 // The byte order mark by which spreadsheets recognise UTF-8.
 inline constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
+// Write a text in UTF-8 between quotes, those in it doubled, and return the end of what they wrote. Latin-1 texts have
+// a byte for each character. Require: room for kMostQuoted bytes for each unit or byte of the text, and for two more.
+inline constexpr std::size_t kMostQuoted = 3;
+char* PutQuoted(std::u16string_view text, char* to);
+char* PutQuotedLatin1(std::string_view text, char* to);
+
 // Writes rows, field by field, to the end of a text in UTF-8.
 class CsvWriter {
 public:

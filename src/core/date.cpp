@@ -1,5 +1,6 @@
 #include "core/date.h"
 
+#include <chrono>
 #include <cmath>
 #include <ctime>
 
@@ -25,38 +26,37 @@ std::int64_t DaysFromCivil(std::int64_t year, int month, std::int64_t day) {
     return era * 146097 + day_of_era - 719468;
 }
 
-void SetCivilDay(std::int64_t days, CivilTime& time) {
-    days += 719468;
-    const std::int64_t era = FloorDivide(days, 146097);
-    const std::int64_t day_of_era = days - era * 146097;
-    const std::int64_t year_of_era = (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-    const std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-    const std::int64_t shifted_month = (5 * day_of_year + 2) / 153;
-    time.day = static_cast<int>(day_of_year - (153 * shifted_month + 2) / 5 + 1);
-    time.month = static_cast<int>(shifted_month < 10 ? shifted_month + 3 : shifted_month - 9);
-    time.year = static_cast<int>(year_of_era + era * 400 + (time.month <= 2 ? 1 : 0));
+// The day, since 1899-12-30, and the second of it that are nearest to a date.
+struct DayAndSecond {
+    std::int64_t day = 0;
+    std::int64_t second = 0;
+};
+DayAndSecond Rounded(Date date) {
+    DayAndSecond at{static_cast<std::int64_t>(date.days), 0};
+    const double fraction = std::abs(date.days - static_cast<double>(at.day));
+    at.second = static_cast<std::int64_t>(fraction * kSecondsPerDay + 0.5);
+    return at.second == kSecondsPerDay ? DayAndSecond{at.day + 1, 0} : at;
 }
 
 // Seconds since 1899-12-30 00:00.
 std::int64_t SecondNumber(Date date) {
-    const double whole = std::trunc(date.days);
-    const double fraction = std::abs(date.days - whole);
-    const auto seconds = static_cast<std::int64_t>(std::floor(fraction * kSecondsPerDay + 0.5));
-    return static_cast<std::int64_t>(whole) * kSecondsPerDay + seconds;
+    const DayAndSecond at = Rounded(date);
+    return at.day * kSecondsPerDay + at.second;
 }
 
 }  // namespace
 
 CivilTime ToCivil(Date date) {
-    const std::int64_t total = SecondNumber(date);
-    CivilTime time;
-    const std::int64_t day = FloorDivide(total, kSecondsPerDay);
-    const auto rest = static_cast<int>(total - day * kSecondsPerDay);
-    SetCivilDay(day - kEpochOffset, time);
-    time.hour = rest / 3600;
-    time.minute = rest / 60 % 60;
-    time.second = rest % 60;
-    return time;
+    const auto [day, second] = Rounded(date);
+    const std::chrono::year_month_day civil{
+        std::chrono::sys_days{std::chrono::days{static_cast<int>(day - kEpochOffset)}}};
+    const auto rest = static_cast<int>(second);
+    return {.year = static_cast<int>(civil.year()),
+            .month = static_cast<int>(static_cast<unsigned>(civil.month())),
+            .day = static_cast<int>(static_cast<unsigned>(civil.day())),
+            .hour = rest / 3600,
+            .minute = rest / 60 % 60,
+            .second = rest % 60};
 }
 
 Date FromCivil(const CivilTime& time) {

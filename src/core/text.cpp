@@ -97,30 +97,9 @@ void AppendUtf8(std::u16string_view text, std::string& out) {
         return;
     }
     const std::size_t from = out.size();
-    out.resize(from + 3 * text.size());  // no unit needs more
+    out.resize(from + kMostUtf8 * text.size());
     char* to = out.data() + from;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t code = text[i];
-        if (code < 0x80) {
-            *to++ = static_cast<char>(code);
-            continue;
-        }
-        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
-            code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
-        }
-        const auto tail = [&](int shift) { *to++ = static_cast<char>(0x80 | (code >> shift & 0x3F)); };
-        if (code < 0x800) {
-            *to++ = static_cast<char>(0xC0 | code >> 6);
-        } else if (code < 0x10000) {
-            *to++ = static_cast<char>(0xE0 | code >> 12);
-            tail(6);
-        } else {
-            *to++ = static_cast<char>(0xF0 | code >> 18);
-            tail(12);
-            tail(6);
-        }
-        tail(0);
-    }
+    for (std::size_t at = 0; at < text.size();) to = PutUtf8(text, at, to);
     out.resize(static_cast<std::size_t>(to - out.data()));
 }
 

@@ -26,6 +26,33 @@ constexpr bool IsLowSurrogate(char16_t unit) {
 std::string ToUtf8(std::u16string_view text);
 void AppendUtf8(std::u16string_view text, std::string& out);
 
+// Writes the character at `at` in UTF-8, moves `at` past it, and returns the end of what it wrote. Requires: room for
+// kMostUtf8 bytes for each unit of the text.
+inline constexpr std::size_t kMostUtf8 = 3;
+inline char* PutUtf8(std::u16string_view text, std::size_t& at, char* to) {
+    char32_t code = text[at++];
+    if (code < 0x80) {
+        *to++ = static_cast<char>(code);
+        return to;
+    }
+    if (IsHighSurrogate(text[at - 1]) && at < text.size() && IsLowSurrogate(text[at])) {
+        code = 0x10000 + ((code - 0xD800) << 10) + (text[at++] - 0xDC00);
+    }
+    const auto tail = [&](int shift) { *to++ = static_cast<char>(0x80 | (code >> shift & 0x3F)); };
+    if (code < 0x800) {
+        *to++ = static_cast<char>(0xC0 | code >> 6);
+    } else if (code < 0x10000) {
+        *to++ = static_cast<char>(0xE0 | code >> 12);
+        tail(6);
+    } else {
+        *to++ = static_cast<char>(0xF0 | code >> 18);
+        tail(12);
+        tail(6);
+    }
+    tail(0);
+    return to;
+}
+
 // Ill-formed input becomes U+FFFD, one for each byte that cannot be read.
 std::u16string FromUtf8(std::string_view text);
 

@@ -179,8 +179,7 @@ bool RowCursor::Load() {
     return true;
 }
 
-const RowView& RowCursor::View() {
-    if (loaded_ && row_change_ == pager_.ChangeCount()) return *view_;
+const RowView& RowCursor::LoadedView() {
     if (!row_) Raise(ErrorNumber::NoCurrentRecord);
     if (!Load()) Raise(ErrorNumber::RecordDeleted);
     return *view_;

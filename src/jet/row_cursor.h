@@ -46,7 +46,7 @@ public:
     std::optional<LongValueReader> OpenLongValue(std::size_t column);
 
     // The row, ready to be read.
-    const RowView& View();
+    const RowView& View() { return loaded_ && row_change_ == pager_.ChangeCount() ? *view_ : LoadedView(); }
 
     // The row's bytes, unread.
     ByteView Image();
@@ -59,6 +59,7 @@ private:
     void End();
     bool NextInIndex();
     bool Load();
+    const RowView& LoadedView();
     void SetIndex(std::size_t index);
     bool ReadFromKey(std::size_t column, Value& value) const;
 

@@ -79,6 +79,22 @@ TEST(Dates, CountFromTheirOrigin) {
     EXPECT_EQ(ToCivil(Date{38454.999999}), (CivilTime{2005, 4, 13, 0, 0, 0}));
 }
 
+// The calendar of Gregory, counted forwards and backwards in two different ways.
+TEST(Dates, EveryDayIsTheOneAfterTheDayBefore) {
+    CivilTime day{100, 1, 1, 0, 0, 0};
+    for (double number = kFirstDate; number < kLastDate; ++number) {
+        ASSERT_EQ(ToCivil(Date{number}), day);
+        ASSERT_EQ(FromCivil(day).days, number);
+        const bool leap = day.year % 4 == 0 && (day.year % 100 != 0 || day.year % 400 == 0);
+        const int days[] = {31, leap ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+        if (++day.day <= days[day.month - 1]) continue;
+        day.day = 1;
+        if (++day.month <= 12) continue;
+        day.month = 1;
+        ++day.year;
+    }
+}
+
 TEST(Dates, SecondsBetween) {
     struct Case {
         CivilTime from;

@@ -1,11 +1,14 @@
-// UTF-8, code pages, upper and lower case.
+// UTF-8, code pages, upper and lower case, comma-separated fields.
 
 #include "core/text.h"
 
+#include <algorithm>
 #include <limits>
+#include <string>
 
 #include <gtest/gtest.h>
 
+#include "core/csv.h"
 #include "core/error.h"
 
 namespace qmtrain {
@@ -181,6 +184,29 @@ TEST(Case, NamesAreTheSameWithoutRegardToCase) {
     EXPECT_FALSE(EqualNames(u"Umsätze", u"Umsatze"));
     EXPECT_FALSE(EqualNames(u"A", u"Ａ"));
     EXPECT_EQ(FoldName(u"Umsätze"), FoldName(u"umSÄTZE"));
+}
+
+// At each length and place, for both ways of storing a text.
+TEST(Csv, QuotesStandAloneAndTextsAreWhole) {
+    for (const char16_t special : {u'"', u'\x7F', u'\x80', u'\xFF', u'\x2222', u'计', u'\xD83D'}) {
+        for (std::size_t length = 0; length < 20; ++length) {
+            for (std::size_t at = 0; at <= length; ++at) {
+                std::u16string text(length, u'a');
+                if (at < length) text[at] = special;
+                std::string expected = "\"" + ToUtf8(text.substr(0, at));
+                if (at < length) expected += special == u'"' ? "\"\"" : ToUtf8(text.substr(at, 1));
+                expected += ToUtf8(text.substr(std::min(at + 1, length))) + "\"";
+                std::string out(kMostQuoted * length + 2, '?');
+                out.resize(static_cast<std::size_t>(PutQuoted(text, out.data()) - out.data()));
+                EXPECT_EQ(out, expected);
+                if (at < length && special > 0xFF) continue;
+                out.assign(kMostQuoted * length + 2, '?');
+                const std::string latin1(text.begin(), text.end());
+                out.resize(static_cast<std::size_t>(PutQuotedLatin1(latin1, out.data()) - out.data()));
+                EXPECT_EQ(out, expected);
+            }
+        }
+    }
 }
 
 TEST(Integers, AsText) {

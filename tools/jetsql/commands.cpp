@@ -128,12 +128,8 @@ void Commands::Dump(const std::string& name) {
     std::vector<std::u16string> columns;
     for (const std::size_t position : positions) columns.push_back(table->Definition().columns[position].name);
     writer_.Begin(columns);
-    std::vector<Value> row(columns.size());
     jet::RowCursor cursor(*table);
-    for (cursor.Scan(); cursor.Next();) {
-        for (std::size_t i = 0; i < row.size(); ++i) cursor.Read(positions[i], row[i]);
-        writer_.Row(row);
-    }
+    for (cursor.Scan(); cursor.Next();) writer_.Row(cursor, positions);
     writer_.End();
 }
 

@@ -5,8 +5,14 @@
 namespace qmtrain::jetsql {
 
 void Output::Flush() {
-    const bool written = std::fwrite(text_.data(), 1, text_.size(), file_) == text_.size();
+    const std::string text = std::move(text_);
     text_.clear();
+    Write(text);
+}
+
+void Output::Write(std::string_view piece) {
+    if (!text_.empty()) Flush();
+    const bool written = std::fwrite(piece.data(), 1, piece.size(), file_) == piece.size();
     if (!written || std::fflush(file_) != 0) throw std::runtime_error("cannot write the output");
 }
 

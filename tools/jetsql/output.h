@@ -21,6 +21,9 @@ public:
         if (text_.size() >= kPiece) Flush();
     }
 
+    // Writes a piece of text after all that has been appended.
+    void Write(std::string_view piece);
+
     // Throws std::runtime_error when the text cannot be written.
     void Flush();
 

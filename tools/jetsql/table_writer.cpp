@@ -14,36 +14,81 @@
 namespace qmtrain::jetsql {
 namespace {
 
+// Gathers its text itself, in room that is made once for a whole field.
 class CsvTable : public TableWriter {
 public:
-    explicit CsvTable(Output& output) : output_(output), csv_(output.Text()) {}
+    explicit CsvTable(Output& output) : output_(output), text_(kPiece) {}
 
     void Begin(std::span<const std::u16string> columns) override {
-        for (const std::u16string& name : columns) csv_.Quoted(name);
+        for (const std::u16string& name : columns) Text(name);
         EndRow();
     }
 
     void Row(std::span<const Value> values) override {
-        for (const Value& value : values) {
-            if (value.IsText()) {
-                csv_.Quoted(value.Text());
+        for (const Value& value : values) Field(value);
+        EndRow();
+    }
+
+    void Row(jet::RowCursor& cursor, std::span<const std::size_t> positions) override {
+        values_.resize(positions.size());
+        for (std::size_t i = 0; i < positions.size(); ++i) {
+            if (const auto narrow = cursor.NarrowText(positions[i])) {
+                Close(PutQuotedLatin1(*narrow, Room(kMostQuoted * narrow->size() + 2)));
             } else {
-                AppendPlain(value, csv_.Unquoted());
+                cursor.Read(positions[i], values_[i]);
+                Field(values_[i]);
             }
         }
         EndRow();
     }
 
-    void End() override { output_.Flush(); }
+    void End() override {
+        output_.Write({text_.data(), used_});
+        used_ = 0;
+    }
 
 private:
+    static constexpr std::size_t kPiece = std::size_t{64} << 10;
+
+    void Field(const Value& value) {
+        switch (value.GetType()) {
+            case Value::Type::Text: return Text(value.Text());
+            case Value::Type::Decimal:
+            case Value::Type::Binary:
+                long_.clear();
+                AppendPlain(value, long_);
+                return Close(std::copy(long_.begin(), long_.end(), Room(long_.size())));
+            default: return Close(PutShort(value, Room(kMostShort)));
+        }
+    }
+
+    void Text(std::u16string_view text) { Close(PutQuoted(text, Room(kMostQuoted * text.size() + 2))); }
+
+    // For a field of so many characters, and what follows it.
+    char* Room(std::size_t most) {
+        constexpr std::size_t kEnd = 2;
+        if (text_.size() - used_ < most + kEnd) text_.resize(2 * text_.size() + most);
+        return text_.data() + used_;
+    }
+
+    void Close(char* end) {
+        *end = ',';
+        used_ = static_cast<std::size_t>(end + 1 - text_.data());
+    }
+
     void EndRow() {
-        csv_.EndRow();
-        output_.Breathe();
+        if (used_ > 0 && text_[used_ - 1] == ',') --used_;
+        char* to = Room(0);
+        *to++ = '\r';
+        *to = '\n';
+        used_ += 2;
+        if (used_ >= kPiece - kPiece / 4) End();
     }
 
     Output& output_;
-    CsvWriter csv_;
+    std::vector<char> text_;
+    std::size_t used_ = 0;
+    std::string long_;  // a field that is not short
 };
 
 class JsonWriter : public TableWriter {
@@ -256,6 +301,12 @@ private:
 };
 
 }  // namespace
+
+void TableWriter::Row(jet::RowCursor& cursor, std::span<const std::size_t> positions) {
+    values_.resize(positions.size());
+    for (std::size_t i = 0; i < positions.size(); ++i) cursor.Read(positions[i], values_[i]);
+    Row(values_);
+}
 
 std::unique_ptr<TableWriter> MakeTableWriter(Layout layout, Output& output) {
     switch (layout) {

@@ -4,8 +4,10 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "core/value.h"
+#include "jet/row_cursor.h"
 #include "output.h"
 
 namespace qmtrain::jetsql {
@@ -17,7 +19,14 @@ public:
     // One Begin, any number of rows with as many values as there are columns, one End; then the next result may follow.
     virtual void Begin(std::span<const std::u16string> columns) = 0;
     virtual void Row(std::span<const Value> values) = 0;
+
+    // The row that a cursor has come to: its columns at these positions.
+    virtual void Row(jet::RowCursor& cursor, std::span<const std::size_t> positions);
+
     virtual void End() = 0;
+
+protected:
+    std::vector<Value> values_;  // of the row that is being read; they keep their memory
 };
 
 enum class Layout : std::uint8_t {

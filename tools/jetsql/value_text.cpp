@@ -10,67 +10,63 @@
 namespace qmtrain::jetsql {
 namespace {
 
-constexpr int kCurrencyDigits = 4;
-
 template <class Number>
-void AppendNumber(Number number, std::string& out) {
-    std::array<char, 32> digits;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-    out.append(digits.data(), end.ptr);
+char* PutNumber(Number number, char* to) {
+    constexpr std::size_t kMostDigits = 32;
+    return std::to_chars(to, to + kMostDigits, number).ptr;
 }
 
 // Most are points: whole ones and halves need no search for the shortest digits.
-void AppendSingle(float number, std::string& out) {
+char* PutSingle(float number, char* to) {
     constexpr float kPlain = 10000;  // from there on the shortest form may be one with an exponent
     const auto halves = static_cast<int>(number > 0 && number < kPlain ? number * 2 : 0);
-    if (halves == 0 || static_cast<float>(halves) != number * 2) return AppendNumber(number, out);
-    AppendNumber(halves / 2, out);
-    if (halves % 2 != 0) out += ".5";
+    if (halves == 0 || static_cast<float>(halves) != number * 2) return PutNumber(number, to);
+    to = PutNumber(halves / 2, to);
+    if (halves % 2 != 0) {
+        *to++ = '.';
+        *to++ = '5';
+    }
+    return to;
 }
 
-void AppendCurrency(Currency amount, std::string& out) {
+char* PutTwoDigits(int number, char* to) {
+    to[0] = static_cast<char>('0' + number / 10);
+    to[1] = static_cast<char>('0' + number % 10);
+    return to + 2;
+}
+
+char* PutCurrency(Currency amount, char* to) {
     const bool negative = amount.scaled < 0;
     const std::uint64_t scaled = negative ? 0 - static_cast<std::uint64_t>(amount.scaled) : amount.scaled;
-    if (negative) out.push_back('-');
-    AppendNumber(scaled / 10000, out);
-    auto fraction = static_cast<int>(scaled % 10000);
-    if (fraction == 0) return;
-    std::array<char, kCurrencyDigits> digits;
-    for (int i = kCurrencyDigits; i-- > 0; fraction /= 10) digits[i] = static_cast<char>('0' + fraction % 10);
-    std::size_t length = digits.size();
-    while (digits[length - 1] == '0') --length;
-    out.push_back('.');
-    out.append(digits.data(), length);
+    if (negative) *to++ = '-';
+    to = PutNumber(scaled / 10000, to);
+    const auto fraction = static_cast<int>(scaled % 10000);
+    if (fraction == 0) return to;
+    *to++ = '.';
+    to = PutTwoDigits(fraction / 100, to);
+    to = PutTwoDigits(fraction % 100, to);
+    while (to[-1] == '0') --to;
+    return to;
 }
 
-char* PutDigits(int number, int count, char* to) {
-    for (int i = count; i-- > 0; number /= 10) to[i] = static_cast<char>('0' + number % 10);
-    return to + count;
-}
-
-void AppendDate(Date date, std::string& out) {
-    if (!(date.days >= kFirstDate && date.days < kLastDate)) return AppendNumber(date.days, out);
+char* PutDate(Date date, char* to) {
+    if (!(date.days >= kFirstDate && date.days < kLastDate)) return PutNumber(date.days, to);
     const CivilTime time = ToCivil(date);
-    std::array<char, 19> text;
-    char* to = PutDigits(time.year, 4, text.data());
+    to = PutTwoDigits(time.year / 100, to);
+    to = PutTwoDigits(time.year % 100, to);
     *to++ = '-';
-    to = PutDigits(time.month, 2, to);
+    to = PutTwoDigits(time.month, to);
     *to++ = '-';
-    to = PutDigits(time.day, 2, to);
+    to = PutTwoDigits(time.day, to);
     *to++ = ' ';
-    to = PutDigits(time.hour, 2, to);
+    to = PutTwoDigits(time.hour, to);
     *to++ = ':';
-    to = PutDigits(time.minute, 2, to);
+    to = PutTwoDigits(time.minute, to);
     *to++ = ':';
-    PutDigits(time.second, 2, to);
-    out.append(text.data(), text.size());
+    return PutTwoDigits(time.second, to);
 }
 
 }  // namespace
-
-void AppendInteger(std::int64_t number, std::string& out) {
-    AppendNumber(number, out);
-}
 
 void AppendHex(const Bytes& bytes, std::string& out) {
     constexpr char kDigits[] = "0123456789abcdef";
@@ -83,21 +79,29 @@ void AppendHex(const Bytes& bytes, std::string& out) {
     }
 }
 
+char* PutShort(const Value& value, char* to) {
+    switch (value.GetType()) {
+        case Value::Type::Boolean: *to++ = value.As<bool>() ? '1' : '0'; return to;
+        case Value::Type::Byte: return PutNumber(static_cast<int>(value.As<std::uint8_t>()), to);
+        case Value::Type::Integer: return PutNumber(value.As<std::int16_t>(), to);
+        case Value::Type::Long: return PutNumber(value.As<std::int32_t>(), to);
+        case Value::Type::Single: return PutSingle(value.As<float>(), to);
+        case Value::Type::Double: return PutNumber(value.As<double>(), to);
+        case Value::Type::Currency: return PutCurrency(value.As<Currency>(), to);
+        case Value::Type::Date: return PutDate(value.As<Date>(), to);
+        default: return to;
+    }
+}
+
 void AppendPlain(const Value& value, std::string& out) {
     switch (value.GetType()) {
-        case Value::Type::Empty:
-        case Value::Type::Null: return;
-        case Value::Type::Boolean: out.push_back(value.As<bool>() ? '1' : '0'); return;
-        case Value::Type::Byte: return AppendNumber(static_cast<int>(value.As<std::uint8_t>()), out);
-        case Value::Type::Integer: return AppendNumber(value.As<std::int16_t>(), out);
-        case Value::Type::Long: return AppendNumber(value.As<std::int32_t>(), out);
-        case Value::Type::Single: return AppendSingle(value.As<float>(), out);
-        case Value::Type::Double: return AppendNumber(value.As<double>(), out);
-        case Value::Type::Currency: return AppendCurrency(value.As<Currency>(), out);
-        case Value::Type::Date: return AppendDate(value.As<Date>(), out);
         case Value::Type::Decimal: return AppendUtf8(ToText(value), out);
         case Value::Type::Text: return AppendUtf8(value.Text(), out);
         case Value::Type::Binary: return AppendHex(value.Binary(), out);
+        default: {
+            std::array<char, kMostShort> text;
+            out.append(text.data(), PutShort(value, text.data()));
+        }
     }
 }
 

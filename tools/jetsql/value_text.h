@@ -11,6 +11,10 @@ namespace qmtrain::jetsql {
 void AppendPlain(const Value& value, std::string& out);
 
 void AppendHex(const Bytes& bytes, std::string& out);
-void AppendInteger(std::int64_t number, std::string& out);
+
+// The same for values that take kMostShort characters at most, into as much room: all but texts, decimals and binary
+// ones. Returns the end of what it wrote.
+inline constexpr std::size_t kMostShort = 64;
+char* PutShort(const Value& value, char* to);
 
 }  // namespace qmtrain::jetsql
