@@ -138,19 +138,6 @@ void EncodeText(std::u16string_view text, bool may_compress, Bytes& stored) {
     if (!text.empty()) std::memcpy(stored.data(), text.data(), stored.size());
 }
 
-bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value) {
-    switch (type) {
-        case ColumnType::Byte: value.SetNumber(*stored); return true;
-        case ColumnType::Integer: value.SetNumber(Get<std::int16_t>(stored)); return true;
-        case ColumnType::Long: value.SetNumber(Get<std::int32_t>(stored)); return true;
-        case ColumnType::Currency: value.SetNumber(Currency{Get<std::int64_t>(stored)}); return true;
-        case ColumnType::Single: value.SetNumber(Get<float>(stored)); return true;
-        case ColumnType::Double: value.SetNumber(Get<double>(stored)); return true;
-        case ColumnType::Date: value.SetNumber(Date{Get<double>(stored)}); return true;
-        default: return false;
-    }
-}
-
 void DecodeValue(const StoredColumn& column, const ByteView& stored, const FileFormat& format, int code_page,
                  Value& value) {
     const std::size_t expected = FixedSize(column.type);

@@ -34,6 +34,9 @@ inline std::size_t MaskBytes(std::size_t columns) {
 // Finds values in an encoded row, without decoding the others.
 class RowView {
 public:
+    // Of no row, until it is assigned one.
+    RowView() = default;
+
     // Raises FileDamaged when the row cannot be one of this table.
     RowView(const TableDefinition& table, const FileFormat& format, const ByteView& row);
 
@@ -49,6 +52,9 @@ public:
         return row_.Data() + at;
     }
 
+    // The number or date of a fixed column; false when it has none, or the column is of another kind.
+    bool ReadNumber(const StoredColumn& column, Value& value) const;
+
     const ByteView& Bytes() const { return row_; }
 
 private:
@@ -57,14 +63,14 @@ private:
     }
     std::size_t VariableOffset(std::size_t index) const;
 
-    const FileFormat* format_;
+    const FileFormat* format_ = nullptr;
     ByteView row_;
-    std::size_t columns_;
-    std::size_t mask_at_;
+    std::size_t columns_ = 0;
+    std::size_t mask_at_ = 0;
     std::size_t variable_ = 0;    // columns with an offset in this row
     std::size_t jumps_ = 0;       // Jet 3
     std::size_t offsets_at_ = 0;  // position of the offset of variable column 0
-    std::size_t trailer_at_;      // where data must end
+    std::size_t trailer_at_ = 0;  // where data must end
 };
 
 // Made for every row of a scan. A call would pass the row through memory, from where wide loads must wait for it.
@@ -120,8 +126,25 @@ inline std::optional<ByteView> RowView::Find(const StoredColumn& column) const {
 void DecodeValue(const StoredColumn& column, const ByteView& stored, const FileFormat& format, int code_page,
                  Value& value);
 
-// The same for the numbers and dates among the fixed columns; false for other types.
-bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value);
+// The same for numbers and dates; false for other types.
+[[gnu::always_inline]] inline bool DecodeNumber(ColumnType type, const std::uint8_t* stored, Value& value) {
+    switch (type) {
+        case ColumnType::Byte: value.SetNumber(*stored); return true;
+        case ColumnType::Integer: value.SetNumber(Get<std::int16_t>(stored)); return true;
+        case ColumnType::Long: value.SetNumber(Get<std::int32_t>(stored)); return true;
+        case ColumnType::Currency: value.SetNumber(Currency{Get<std::int64_t>(stored)}); return true;
+        case ColumnType::Single: value.SetNumber(Get<float>(stored)); return true;
+        case ColumnType::Double: value.SetNumber(Get<double>(stored)); return true;
+        case ColumnType::Date: value.SetNumber(Date{Get<double>(stored)}); return true;
+        default: return false;
+    }
+}
+
+[[gnu::always_inline]] inline bool RowView::ReadNumber(const StoredColumn& column, Value& value) const {
+    if (!column.IsFixed() || column.type == ColumnType::Boolean) return false;
+    const std::uint8_t* number = FindFixed(column);
+    return number != nullptr && DecodeNumber(column.type, number, value);
+}
 
 // The bytes to store. Requires: the value has the column's type, see ValueTypeOf; not for long values and Booleans.
 // Raises FieldTooLarge, or DataTypeConversion for a text that is no GUID or that the code page lacks.

@@ -141,8 +141,9 @@ bool RowCursor::MoveTo(RowPointer row) {
 bool RowCursor::Load() {
     const std::uint64_t change = pager_.ChangeCount();
     if (loaded_ && row_change_ == change) return true;
+    loaded_ = false;
     if (mode_ == Mode::Scan && plain_ && page_change_ == change) {  // the page of the scan is at hand
-        view_.emplace(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
+        view_ = RowView(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
         loaded_ = true;
         if (row_page_) row_page_ = {};
         row_change_ = change;
@@ -152,7 +153,6 @@ bool RowCursor::Load() {
     for (int hop = 0;; ++hop) {
         const bool at_hand = row_page_ && row_page_.Number() == at.page && row_change_ == change;
         if (!at_hand) {
-            view_.reset();
             row_page_ = pager_.Read(at.page);
             row_change_ = change;
         }
@@ -169,7 +169,7 @@ bool RowCursor::Load() {
         }
         const ByteView bytes = data.Row(at.slot);
         if (kind != SlotKind::Header) {
-            view_.emplace(table_->Definition(), pager_.GetFormat(), bytes);
+            view_ = RowView(table_->Definition(), pager_.GetFormat(), bytes);
             break;
         }
         if (hop == kMaxHops) pager_.Damaged(at.page, u"行的溢出链太长");
@@ -182,7 +182,7 @@ bool RowCursor::Load() {
 const RowView& RowCursor::LoadedView() {
     if (!row_) Raise(ErrorNumber::NoCurrentRecord);
     if (!Load()) Raise(ErrorNumber::RecordDeleted);
-    return *view_;
+    return view_;
 }
 
 ByteView RowCursor::Image() {
@@ -231,10 +231,7 @@ void ReadValue(const StoredTable& table, const RowView& row, std::size_t positio
         value.SetNumber(row.Boolean(column));
         return;
     }
-    if (column.IsFixed()) {
-        const std::uint8_t* number = row.FindFixed(column);
-        if (number != nullptr && DecodeNumber(column.type, number, value)) return;
-    }
+    if (row.ReadNumber(column, value)) return;
     const auto stored = row.Find(column);
     if (!stored) {
         value = Null{};
@@ -248,6 +245,7 @@ void RowCursor::Read(std::size_t position, Value& value) {
     if (mode_ == Mode::Index && !loaded_ && row_ && ReadFromKey(position, value)) return;
     const StoredColumn& column = table_->Definition().columns[position];
     const RowView& view = View();
+    if (view.ReadNumber(column, value)) return;
     if (!IsLongValue(column.type)) return ReadValue(*table_, view, position, value);
     const auto stored = view.Find(column);
     if (!stored) {

@@ -46,7 +46,7 @@ public:
     std::optional<LongValueReader> OpenLongValue(std::size_t column);
 
     // The row, ready to be read.
-    const RowView& View() { return loaded_ && row_change_ == pager_.ChangeCount() ? *view_ : LoadedView(); }
+    const RowView& View() { return loaded_ && row_change_ == pager_.ChangeCount() ? view_ : LoadedView(); }
 
     // The row's bytes, unread.
     ByteView Image();
@@ -92,7 +92,7 @@ private:
     bool loaded_ = false;
     std::uint64_t row_change_ = 0;
     Page row_page_;
-    std::optional<RowView> view_;
+    RowView view_;  // once the row is loaded
     Bytes long_value_;
 };
 
