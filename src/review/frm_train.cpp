@@ -151,14 +151,13 @@ void FrmTrain::BindEvents() {
 }
 
 int FrmTrain::ShowModal() {
-    if (FillList()) FillChart();
-    MarkSelected();
+    FillList();
     LvTrainInfo->SetFocus();
     return wxDialog::ShowModal();
 }
 
-// False when there is nothing to list because the database cannot be read: list and chart say so then.
-bool FrmTrain::FillList() {
+// List and chart say so when there is nothing because the database cannot be read.
+void FrmTrain::FillList() {
     trainings_.clear();
     const auto problem = ForEachTraining(
         source_.client_path, TrainingsQuery(source_.user_id, source_.subject_code, TrainingOrder::NewestFirst),
@@ -170,14 +169,14 @@ bool FrmTrain::FillList() {
             LvTrainInfo->SetEmptyText(ui::ClientProblem(*problem));
             MSChart->SetEmptyText(ui::ClientProblem(*problem));
         }
-        return !problem;
+        return;
     }
     LvTrainInfo->SelectRow(0);
     EnableButtons();
-    return true;
 }
 
-// The chart shows the same trainings oldest first, so the database is not read again.
+// The chart shows the same trainings oldest first, so the database is not read again. Many never look at it: their list
+// need not wait for its texts.
 void FrmTrain::FillChart() {
     std::vector<ScorePoint> points;
     points.reserve(trainings_.size());
@@ -186,6 +185,7 @@ void FrmTrain::FillChart() {
     }
     chart_options_ = ChartOptions(points.size());
     MSChart->SetPoints(std::move(points));
+    MarkSelected();
 }
 
 void FrmTrain::SelectTraining(std::int32_t train_id) {
@@ -209,6 +209,7 @@ void FrmTrain::EnableButtons() {
 }
 
 void FrmTrain::Piclst_Click(int index) {
+    if (index == kChartTab && MSChart->RowCount() != trainings_.size()) FillChart();
     PicLv->Show(index == kListTab);
     PicChart->Show(index == kChartTab);
     Layout();

@@ -50,7 +50,7 @@ private:
     void BuildButtons(wxSizer& sizer);
     void BindEvents();
 
-    bool FillList();
+    void FillList();
     void FillChart();
     void SelectTraining(std::int32_t train_id);
     void MarkSelected();

@@ -268,9 +268,9 @@ TEST_F(HistoryWindowTest, ATrainingIsChosenInTheChart) {
     WindowScript script;
     script
         .Do([&] {
+            window.Piclst->Click(kChartTab);
             EXPECT_EQ(chart.Marked(), 2U);  // the newest, which the list begins with
             window.LvTrainInfo->SelectRow(2);
-            window.Piclst->Click(kChartTab);
         })
         .Await("the chart", [&] { return chart.IsShownOnScreen() && chart.GetSize().x > 300; })
         .Do([&] {
@@ -483,10 +483,11 @@ TEST_F(HistoryWindowTest, ThousandsOfTrainingsAreAllThere) {
     script.Do([&] {
         EXPECT_EQ(window.LvTrainInfo->GetItemCount(), kTrainings);
         EXPECT_EQ(Row(*window.LvTrainInfo, kTrainings - 1), "04/01/14 12:00|上机||5000|1|0.0");
-        ASSERT_EQ(window.MSChart->RowCount(), static_cast<std::size_t>(kTrainings));
-        EXPECT_EQ(window.MSChart->Points().back().rate, u"100.0");
         window.LvTrainInfo->SelectRow(kTrainings - 1);
         window.Piclst->Click(kChartTab);
+        ASSERT_EQ(window.MSChart->RowCount(), static_cast<std::size_t>(kTrainings));
+        EXPECT_EQ(window.MSChart->Points().back().rate, u"100.0");
+        EXPECT_EQ(window.MSChart->Marked(), 0U);
     });
     script.Play(window);
 }
