@@ -1,12 +1,17 @@
 // What a column of a table is like, wherever the table is kept.
 #pragma once
 
+#include <cstddef>
+#include <limits>
 #include <string>
 
 #include "core/column_type.h"
 #include "core/validation_rule.h"
 
 namespace qmtrain {
+
+// In the place of the position of a column, a table or an index: there is none.
+inline constexpr std::size_t kNoPosition = std::numeric_limits<std::size_t>::max();
 
 struct Column {
     std::u16string name = {};

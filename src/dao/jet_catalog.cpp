@@ -91,8 +91,7 @@ bool JetCatalog::DropReference(std::u16string_view table, std::u16string_view na
 // The values go over into a new column, which takes the old one's name, place and indexes.
 void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted) {
     const Layout layout(*Require(name));
-    const auto at =
-        static_cast<int>(std::ranges::find(layout.columns, wanted.name, &sql::Column::name) - layout.columns.begin());
+    const std::size_t at = std::ranges::find(layout.columns, wanted.name, &sql::Column::name) - layout.columns.begin();
     const sql::Column& old = layout.columns[at];
     if (wanted.autonumber && !old.autonumber)
         Raise(ErrorNumber::OperationNotSupported, {u"把字段“" + wanted.name + u"”改为自动编号。"});
@@ -131,9 +130,9 @@ void JetCatalog::AlterColumn(std::u16string_view name, const sql::Column& wanted
 }
 
 // Into the last column.
-void JetCatalog::CopyColumn(std::u16string_view name, int from, const sql::Column& wanted) {
+void JetCatalog::CopyColumn(std::u16string_view name, std::size_t from, const sql::Column& wanted) {
     const auto table = FindTable(name);
-    const auto to = static_cast<int>(table->Columns().size()) - 1;
+    const std::size_t to = table->Columns().size() - 1;
     const auto cursor = table->OpenCursor();
     std::vector<sql::RowId> rows;
     for (cursor->Scan(); cursor->Next();) rows.push_back(cursor->Row());
@@ -158,7 +157,7 @@ void JetCatalog::AddReference(std::u16string_view name, const sql::Reference& re
     relationship.cascade_update = reference.cascade_update;
     relationship.cascade_delete = reference.cascade_delete;
     const Layout own(*Require(name));
-    for (const int column : reference.columns) relationship.columns.push_back(own.columns[column].name);
+    for (const std::size_t column : reference.columns) relationship.columns.push_back(own.columns[column].name);
     if (relationship.referenced_columns.empty()) {
         const Layout other(*Require(reference.table));
         for (const sql::Index& index : other.indexes) {

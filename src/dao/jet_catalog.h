@@ -33,7 +33,7 @@ public:
 
 private:
     std::shared_ptr<jet::Table> Require(std::u16string_view name);
-    void CopyColumn(std::u16string_view table, int from, const sql::Column& wanted);
+    void CopyColumn(std::u16string_view table, std::size_t from, const sql::Column& wanted);
 
     // What has been made of a table, for as long as the table lives.
     struct Known {

@@ -60,8 +60,8 @@ Layout::Layout(const jet::Table& table) {
         }
         for (const jet::KeyColumn& part : real.columns) {
             const std::size_t position = definition.ColumnByNumber(part.number);
-            const auto at = std::find(positions.begin(), positions.end(), position) - positions.begin();
-            index.columns.push_back({static_cast<int>(at), !part.ascending});
+            const std::size_t at = std::find(positions.begin(), positions.end(), position) - positions.begin();
+            index.columns.push_back({at, !part.ascending});
         }
         indexes.push_back(std::move(index));
     }

@@ -14,7 +14,7 @@ namespace qmtrain::dao {
 // Which columns and indexes of a Jet table stand where in SQL: columns in the order in which they are shown.
 struct Layout {
     explicit Layout(const jet::Table& table);
-    std::uint16_t Ordinal(int position) const { return ordinals[position]; }
+    std::uint16_t Ordinal(std::size_t position) const { return ordinals[position]; }
 
     std::vector<sql::Column> columns;
     std::vector<std::size_t> positions;  // in the Jet definition, by SQL position

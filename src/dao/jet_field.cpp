@@ -41,7 +41,7 @@ FieldDef JetField::Definition() const {
         field.scale = output.scale;
     }
     field.name = output.name;
-    field.ordinal = position_;
+    field.ordinal = static_cast<int>(position_);
     field.attributes &= ~kUpdatableField;
     if (DataUpdatable()) field.attributes |= kUpdatableField;
     return field;

@@ -9,7 +9,7 @@ class JetRecordset;
 
 class JetField : public Field {
 public:
-    JetField(JetRecordset& recordset, int position) : recordset_(recordset), position_(position) {}
+    JetField(JetRecordset& recordset, std::size_t position) : recordset_(recordset), position_(position) {}
 
     const std::u16string& Name() const override;
     FieldType Type() const override;
@@ -27,7 +27,7 @@ private:
     bool IsBinary() const;
 
     JetRecordset& recordset_;
-    int position_;
+    std::size_t position_;
 };
 
 }  // namespace qmtrain::dao

@@ -67,7 +67,7 @@ std::unique_ptr<Navigator> JetRecordset::MakeRows() const {
 void JetRecordset::MakeFields() {
     const std::size_t width = rows_->GetQuery().Columns().size();
     fields_.reserve(width);
-    for (std::size_t i = 0; i < width; ++i) fields_.push_back(std::make_unique<JetField>(*this, static_cast<int>(i)));
+    for (std::size_t i = 0; i < width; ++i) fields_.push_back(std::make_unique<JetField>(*this, i));
 }
 
 void JetRecordset::RequireOpen() const {
@@ -200,31 +200,31 @@ Field& JetRecordset::Fields(int position) {
     return *fields_[position];
 }
 
-const sql::OutputColumn& JetRecordset::Output(int position) const {
+const sql::OutputColumn& JetRecordset::Output(std::size_t position) const {
     return Rows().GetQuery().Columns()[position];
 }
 
 // The table that a column comes from; null for a computed one.
 const sql::Table* JetRecordset::TableOf(const sql::OutputColumn& output) const {
-    return output.column < 0 ? nullptr : rows_->GetQuery().Tables()[output.table].get();
+    return output.column == kNoPosition ? nullptr : rows_->GetQuery().Tables()[output.table].get();
 }
 
-const Value& JetRecordset::Get(int position) {
+const Value& JetRecordset::Get(std::size_t position) {
     RequireOpen();
     return edit_->IsActive() ? edit_->Get(position) : rows_->Get(position);
 }
 
-Value JetRecordset::Original(int position) {
+Value JetRecordset::Original(std::size_t position) {
     RequireOpen();
     return edit_->IsActive() ? edit_->Original(position) : rows_->Get(position);
 }
 
-void JetRecordset::Set(int position, const Value& value) {
+void JetRecordset::Set(std::size_t position, const Value& value) {
     RequireUpdatable();
     edit_->Set(position, value);
 }
 
-bool JetRecordset::CanSet(int position) {
+bool JetRecordset::CanSet(std::size_t position) {
     return Updatable() && edit_->CanSet(position);
 }
 

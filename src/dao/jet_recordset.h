@@ -125,13 +125,13 @@ private:
     void Find(ListNavigator& rows, std::u16string_view criteria, std::int64_t from, bool backwards);
 
     // For fields.
-    const sql::OutputColumn& Output(int position) const;
+    const sql::OutputColumn& Output(std::size_t position) const;
     const sql::Table* TableOf(const sql::OutputColumn& output) const;
-    const Value& Get(int position);
-    Value Original(int position);
-    void Set(int position, const Value& value);
-    bool CanSet(int position);
-    bool HasChanged(int position) const { return edit_->HasChanged(position); }
+    const Value& Get(std::size_t position);
+    Value Original(std::size_t position);
+    void Set(std::size_t position, const Value& value);
+    bool CanSet(std::size_t position);
+    bool HasChanged(std::size_t position) const { return edit_->HasChanged(position); }
 
     RowSource source_;
     Opening opening_;

@@ -39,11 +39,11 @@ sql::Index IndexOf(const IndexDef& index, const std::vector<sql::Column>& column
     if (index.fields.empty()) Raise(ErrorNumber::NoFieldDefined, {index.name});
     sql::Index made{index.name, {}, index.unique, index.primary, index.required, index.ignore_nulls};
     for (const IndexDef::Part& part : index.fields) {
-        int at = -1;
+        std::size_t at = kNoPosition;
         for (std::size_t i = 0; i < columns.size(); ++i) {
-            if (EqualNames(columns[i].name, part.name)) at = static_cast<int>(i);
+            if (EqualNames(columns[i].name, part.name)) at = i;
         }
-        if (at < 0) Raise(ErrorNumber::FieldNotFound, {part.name});
+        if (at == kNoPosition) Raise(ErrorNumber::FieldNotFound, {part.name});
         made.columns.push_back({at, part.descending});
     }
     return made;

@@ -70,18 +70,18 @@ public:
         cursor_.Scan();
     }
 
-    void Range(int index, const sql::KeyRange& range, bool backwards) override {
-        bytes_.Set(cursor_.GetTable(), static_cast<std::size_t>(index), range);
+    void Range(std::size_t index, const sql::KeyRange& range, bool backwards) override {
+        bytes_.Set(cursor_.GetTable(), index, range);
         empty_ = bytes_.empty;
-        cursor_.Range(static_cast<std::size_t>(index), bytes_.from, bytes_.to, backwards);
+        cursor_.Range(index, bytes_.from, bytes_.to, backwards);
     }
 
     bool Next() override { return !empty_ && cursor_.Next(); }
     std::int64_t CountRest() override { return empty_ ? 0 : cursor_.CountRest(); }
     bool MoveTo(sql::RowId row) override { return cursor_.MoveTo(ToPointer(row)); }
     sql::RowId Row() const override { return ToRowId(cursor_.Row()); }
-    void Read(int column, Value& value) override { cursor_.Read(layout_.positions[column], value); }
-    std::optional<std::string_view> NarrowText(int column) override {
+    void Read(std::size_t column, Value& value) override { cursor_.Read(layout_.positions[column], value); }
+    std::optional<std::string_view> NarrowText(std::size_t column) override {
         return cursor_.NarrowText(layout_.positions[column]);
     }
     std::span<const std::uint8_t> Image() override { return cursor_.Image().Span(); }
@@ -106,17 +106,17 @@ public:
     std::int64_t RowCount() override { return table_->ExactRowCount(); }
     std::int64_t EstimatedRows() override { return table_->RowCount(); }
 
-    double EstimatedRows(int index, const sql::KeyRange& range) override {
+    double EstimatedRows(std::size_t index, const sql::KeyRange& range) override {
         ByteRange bytes;
-        bytes.Set(*table_, static_cast<std::size_t>(index), range);
+        bytes.Set(*table_, index, range);
         if (bytes.empty) return 0;
-        const jet::IndexTree tree = table_->Tree(static_cast<std::size_t>(index));
+        const jet::IndexTree tree = table_->Tree(index);
         const double from = bytes.from.empty() ? 0 : tree.Position(bytes.from);
         const double to = bytes.to ? tree.Position(*bytes.to) : 1;
         return std::max(0.0, to - from) * static_cast<double>(table_->RowCount());
     }
 
-    double DistinctKeys(int index) override { return table_->DistinctKeys(static_cast<std::size_t>(index)); }
+    double DistinctKeys(std::size_t index) override { return table_->DistinctKeys(index); }
 
     std::unique_ptr<sql::Cursor> OpenCursor() override { return std::make_unique<JetCursor>(table_, *layout_); }
 
@@ -127,11 +127,11 @@ public:
         const jet::ByteView bytes(image.data(), image.size(), pager.FileName(), definition.page);
         image_.emplace(definition, pager.GetFormat(), bytes);
     }
-    void ReadImage(int column, Value& value) const override {
+    void ReadImage(std::size_t column, Value& value) const override {
         jet::ReadValue(*table_, *image_, layout_->positions[column], value);
     }
 
-    bool CanSeek(int index, std::span<const Value> values) const override {
+    bool CanSeek(std::size_t index, std::span<const Value> values) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const auto& parts = definition.real_indexes[index].columns;
         for (std::size_t i = 0; i < values.size(); ++i) {
@@ -146,7 +146,7 @@ public:
 
     // Texts must be in the General order. Keys of memos end early, those of GUIDs are no texts, and in descending
     // decimals the negative ones come first.
-    bool InOrder(int index, std::size_t columns) const override {
+    bool InOrder(std::size_t index, std::size_t columns) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const auto& parts = definition.real_indexes[index].columns;
         return std::all_of(parts.begin(), parts.begin() + columns, [&](const jet::KeyColumn& part) {
@@ -154,7 +154,7 @@ public:
         });
     }
 
-    bool HoldsValues(int index, std::size_t column) const override {
+    bool HoldsValues(std::size_t index, std::size_t column) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const auto& parts = definition.real_indexes[index].columns;
         return std::all_of(parts.begin(), parts.begin() + column + 1, [&](const jet::KeyColumn& part) {
@@ -163,7 +163,7 @@ public:
         });
     }
 
-    bool HasPrefixes(int index, std::size_t column) const override {
+    bool HasPrefixes(std::size_t index, std::size_t column) const override {
         const jet::TableDefinition& definition = table_->Definition();
         const jet::KeyColumn& part = definition.real_indexes[index].columns[column];
         const auto order = table_->OrderOf(definition.columns[definition.ColumnByNumber(part.number)]);
@@ -187,7 +187,7 @@ public:
         if (HasRules() && Rules().Concern(changes)) CheckChange(row, changes);
         std::vector<jet::ColumnChange> stored;
         for (const sql::Assignment& change : changes) {
-            stored.push_back({static_cast<int>(layout_->positions[change.column]), change.value});
+            stored.push_back({layout_->positions[change.column], change.value});
         }
         current.Update(ToPointer(row), stored);
     }
@@ -228,7 +228,7 @@ private:
         const auto cursor = OpenCursor();
         if (!cursor->MoveTo(row)) Raise(ErrorNumber::RecordDeleted);
         std::vector<Value> values(layout_->columns.size());
-        for (std::size_t i = 0; i < values.size(); ++i) cursor->Read(static_cast<int>(i), values[i]);
+        for (std::size_t i = 0; i < values.size(); ++i) cursor->Read(i, values[i]);
         for (const sql::Assignment& change : changes) values[change.column] = change.value;
         Rules().CheckChange(values, changes);
     }

@@ -11,7 +11,7 @@ bool KeptRows::FindRow() {
         return false;
     }
     rows_.Begin();
-    for (std::size_t i = 0; i < current_.size(); ++i) rows_.Append(query_->Get(static_cast<int>(i)));
+    for (std::size_t i = 0; i < current_.size(); ++i) rows_.Append(query_->Get(i));
     rows_.End();
     held_.Cover(rows_.HeldBytes());
     return true;
@@ -47,7 +47,7 @@ void KeptRows::FillBlock(std::int64_t index) {
     }
 }
 
-const Value& KeptRows::Get(std::int64_t index, int column) {
+const Value& KeptRows::Get(std::int64_t index, std::size_t column) {
     if (loaded_ != index) {
         if (!InBlock(index)) FillBlock(index);
         ReadRow(index, current_);

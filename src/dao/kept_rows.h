@@ -12,7 +12,7 @@ public:
     // With `window` it forgets the rows before those last fetched.
     KeptRows(Search search, bool window) : RowList(std::move(search)), is_window_(window) {}
 
-    const Value& Get(std::int64_t index, int column) override;
+    const Value& Get(std::int64_t index, std::size_t column) override;
     void ReadRow(std::int64_t index, std::vector<Value>& values) override;
 
 private:

@@ -98,7 +98,7 @@ void ListNavigator::Percent(float percent) {
     GoTo(std::min(index, count - 1));
 }
 
-const Value& ListNavigator::Get(int column) {
+const Value& ListNavigator::Get(std::size_t column) {
     return list_->Get(Current(), column);
 }
 

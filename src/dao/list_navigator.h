@@ -25,7 +25,7 @@ public:
     std::int64_t All() override;
     float Percent() override;
     void Percent(float percent) override;
-    const Value& Get(int column) override;
+    const Value& Get(std::size_t column) override;
     void ReadAll(std::vector<Value>& values) override;
     sql::RowId Recognise() override { return list_->Places()->Recognise(Current()); }
     std::uint64_t IdentityOf(sql::RowId row) override { return list_->Places()->IdentityOf(row); }

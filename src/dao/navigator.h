@@ -50,7 +50,7 @@ public:
     virtual void Percent(float percent) = 0;
 
     // A value of the current row, as it was when the row became current. Raises NoCurrentRecord, RecordDeleted.
-    virtual const Value& Get(int column) = 0;
+    virtual const Value& Get(std::size_t column) = 0;
 
     // The current row as it is now, and the next Get() as well.
     virtual void ReadAll(std::vector<Value>& values) = 0;

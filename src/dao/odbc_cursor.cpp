@@ -18,8 +18,8 @@ class RequestCursor : public sql::Cursor {
 public:
     RequestCursor(OdbcServer& server, const std::vector<sql::Column>& columns) : server_(server), columns_(columns) {}
 
-    void Range(int, const sql::KeyRange&, bool) override { Raise(ErrorNumber::NoCurrentIndex); }
-    void Read(int column, Value& value) override { value = (*shown_)[column]; }
+    void Range(std::size_t, const sql::KeyRange&, bool) override { Raise(ErrorNumber::NoCurrentIndex); }
+    void Read(std::size_t column, Value& value) override { value = (*shown_)[column]; }
 
 protected:
     // The library holds the whole answer.
@@ -77,7 +77,7 @@ private:
         rows.Expect(std::move(expected));
     }
     void ReadRow(odbc::Rows& rows) {
-        for (std::size_t i = 0; i < columns_.size(); ++i) rows.Read(static_cast<int>(i), columns_[i].type, row_[i]);
+        for (std::size_t i = 0; i < columns_.size(); ++i) rows.Read(i, columns_[i].type, row_[i]);
     }
     void Store(odbc::Rows& rows) {
         steps_.Next();

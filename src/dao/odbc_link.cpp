@@ -119,20 +119,21 @@ sql::RowId OdbcRowNumbers::SetKey(sql::RowId row, std::u16string key) {
 
 // ---- OdbcLink ----
 
-OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> columns_there, std::vector<int> key_there)
+OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> columns_there,
+                   std::vector<std::size_t> key_there)
     : source(source_there), columns(std::move(columns_there)), key(std::move(key_there)) {
     const std::size_t point = source.find(u'.');
     remote = point == source.npos ? QuotedName(source)
                                   : QuotedName(source.substr(0, point)) + u"." + QuotedName(source.substr(point + 1));
-    std::vector<int> all;
+    std::vector<std::size_t> all;
     for (const sql::Column& column : columns) {
-        all.push_back(static_cast<int>(all.size()));
+        all.push_back(all.size());
         quoted_.push_back(QuotedName(column.name));
     }
     select_ = u"SELECT " + SelectedList(all) + u" FROM " + remote;
     key_list_ = QuotedList(key);
     rows.NoKey(KeyText(std::vector<Value>(columns.size())));  // Nulls are equal to nothing
-    for (const int column : key) {
+    for (const std::size_t column : key) {
         if (!page_list_.empty()) page_list_ += u", ";
         page_list_.append(kTableAlias).append(u".").append(Quoted(column));
     }
@@ -142,7 +143,7 @@ OdbcLink::OdbcLink(std::u16string_view source_there, std::vector<sql::Column> co
 // The columns of one index that holds each of their values once, and no Null.
 std::u16string OdbcLink::HasKey() const {
     std::u16string names;
-    for (const int column : key) {
+    for (const std::size_t column : key) {
         if (!names.empty()) names += u", ";
         names += QuotedValue(Value(columns[column].name));
     }
@@ -159,7 +160,7 @@ void OdbcLink::LoseKey() {
     Raise(ErrorNumber::ReadOnly, {name, u"服务器上的表已没有链接时的主键或唯一索引。重新打开后只能读；请更新链接。"});
 }
 
-const std::u16string& OdbcLink::OrderOf(int column) const {
+const std::u16string& OdbcLink::OrderOf(std::size_t column) const {
     if (orders_.empty()) {
         std::vector<std::u16string> orders(columns.size());
         const auto answer = server->Query(
@@ -181,18 +182,18 @@ const std::u16string& OdbcLink::OrderOf(int column) const {
     return orders_[column];
 }
 
-std::u16string OdbcLink::QuotedList(std::span<const int> wanted) const {
+std::u16string OdbcLink::QuotedList(std::span<const std::size_t> wanted) const {
     std::u16string names;
-    for (const int column : wanted) {
+    for (const std::size_t column : wanted) {
         if (!names.empty()) names += u", ";
         names += Quoted(column);
     }
     return names;
 }
 
-std::u16string OdbcLink::SelectedList(std::span<const int> wanted) const {
+std::u16string OdbcLink::SelectedList(std::span<const std::size_t> wanted) const {
     std::u16string list;
-    for (const int column : wanted) {
+    for (const std::size_t column : wanted) {
         if (!list.empty()) list += u", ";
         list += Selected(Quoted(column), columns[column].type);
     }
@@ -229,7 +230,7 @@ std::u16string OdbcLink::Page(std::u16string_view after, std::int64_t wanted) co
 
 std::u16string OdbcLink::KeyText(std::span<const Value> row) const {
     std::u16string text;
-    for (const int column : key) {
+    for (const std::size_t column : key) {
         if (!text.empty()) text += u", ";
         text += QuotedValue(row[column]);
     }

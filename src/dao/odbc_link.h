@@ -39,7 +39,7 @@ inline constexpr std::u16string_view kTableAlias = u"t0";
 
 class OdbcLink {
 public:
-    OdbcLink(std::u16string_view source, std::vector<sql::Column> columns_there, std::vector<int> key_there);
+    OdbcLink(std::u16string_view source, std::vector<sql::Column> columns_there, std::vector<std::size_t> key_there);
 
     std::u16string name;
     std::int32_t id = 0;
@@ -48,23 +48,23 @@ public:
     std::u16string remote;  // schema and table in quotes
     std::shared_ptr<OdbcServer> server;
     std::vector<sql::Column> columns;
-    std::vector<int> key;  // empty: none, and nothing can be changed
+    std::vector<std::size_t> key;  // empty: none, and nothing can be changed
     OdbcRowNumbers rows;
 
     // The order of a column's texts, by its name there; empty when it has none, or that of the database. The server is
     // asked the first time.
-    const std::u16string& OrderOf(int column) const;
+    const std::u16string& OrderOf(std::size_t column) const;
 
     // Whether a column may hold times with fractions of seconds.
     void FineTimes(std::vector<bool> columns_with_them) { fine_ = std::move(columns_with_them); }
-    bool IsFine(int column) const { return !fine_.empty() && fine_[column]; }
+    bool IsFine(std::size_t column) const { return !fine_.empty() && fine_[column]; }
 
     // The column's name in quotes.
-    const std::u16string& Quoted(int column) const { return quoted_[column]; }
-    std::u16string QuotedList(std::span<const int> columns) const;
+    const std::u16string& Quoted(std::size_t column) const { return quoted_[column]; }
+    std::u16string QuotedList(std::span<const std::size_t> columns) const;
 
     // The same as what is selected: times as texts, for the driver has no place for all that the server has.
-    std::u16string SelectedList(std::span<const int> columns) const;
+    std::u16string SelectedList(std::span<const std::size_t> columns) const;
 
     // "SELECT" of all columns, up to the table's name.
     const std::u16string& Select() const { return select_; }

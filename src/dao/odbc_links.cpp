@@ -25,7 +25,7 @@ jet::TableSpec SpecOf(std::u16string_view name, const odbc::TableDescription& ta
         spec.columns.push_back(std::move(made));
     }
     jet::IndexSpec key{.name = table.key_name.empty() ? u"Key" : table.key_name, .unique = true, .primary = true};
-    for (const int at : table.key) {
+    for (const std::size_t at : table.key) {
         const odbc::ServerColumn& column = table.columns[at];
         key.columns.push_back({column.name});
     }
@@ -120,12 +120,12 @@ std::shared_ptr<OdbcLink> OdbcLinks::Load(const jet::CatalogObject& object) {
     const auto definition = database_.LinkDefinition(object);
     const Layout layout(*definition);
     std::vector<bool> fine = FineTimesOf(object.remote_columns, layout.columns.size());
-    std::vector<int> key;
+    std::vector<std::size_t> key;
     for (const sql::Index& index : layout.indexes) {
         if (!index.unique || !key.empty()) continue;
         for (const sql::IndexColumn& part : index.columns) key.push_back(part.column);
         // A link may have been made before this counted.
-        if (std::ranges::any_of(key, [&](int column) { return fine[column]; })) key.clear();
+        if (std::ranges::any_of(key, [&](std::size_t column) { return fine[column]; })) key.clear();
     }
     auto link = std::make_shared<OdbcLink>(object.foreign_name, layout.columns, std::move(key));
     link->FineTimes(std::move(fine));

@@ -78,21 +78,22 @@ void OdbcTable::RequireKey() const {
 
 sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     RequireKey();
-    std::vector<int> given;
+    std::vector<std::size_t> given;
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (!values[i].IsEmpty()) given.push_back(static_cast<int>(i));
+        if (!values[i].IsEmpty()) given.push_back(i);
     }
     if (collecting_) {
         Collect(std::move(given), values);
         return {};
     }
-    std::vector<int> wanted = link_->key;
+    std::vector<std::size_t> wanted = link_->key;
     const auto autonumber = std::ranges::find_if(link_->columns, &sql::Column::autonumber);
-    const int counted = autonumber == link_->columns.end() ? -1 : static_cast<int>(autonumber - link_->columns.begin());
-    if (counted >= 0 && std::ranges::find(wanted, counted) == wanted.end()) wanted.push_back(counted);
+    const std::size_t counted = autonumber - link_->columns.begin();
+    if (autonumber != link_->columns.end() && std::ranges::find(wanted, counted) == wanted.end())
+        wanted.push_back(counted);
     odbc::Request request{u"INSERT INTO " + link_->remote, {}};
     request.text += given.empty() ? u" DEFAULT VALUES" : u" (" + link_->QuotedList(given) + u") VALUES (";
-    for (const int column : given) {
+    for (const std::size_t column : given) {
         const std::size_t place = column;
         request.Add(GivenValue(link_->columns[place], values[place]), GivenType(link_->columns[place].type));
         request.text += column == given.back() ? u")" : u", ";
@@ -105,14 +106,14 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         const std::size_t place = wanted[i];
         const sql::Column& column = link_->columns[place];
-        answer.rows->Read(static_cast<int>(i), column.type, row[place]);
+        answer.rows->Read(i, column.type, row[place]);
         if (column.autonumber && !row[place].IsNull()) last_autonumber_ = ToLong(row[place]);
     }
     return link_->rows.NumberOf(link_->KeyText(row));
 }
 
 // Rows of one statement travel together.
-void OdbcTable::Collect(std::vector<int> given, std::span<const Value> values) {
+void OdbcTable::Collect(std::vector<std::size_t> given, std::span<const Value> values) {
     constexpr int kMostRows = 500;
     constexpr std::size_t kMostUnits = 256 << 10;
     if (given != collected_columns_ || collected_rows_ == kMostRows || collected_.size() > kMostUnits ||
@@ -121,7 +122,7 @@ void OdbcTable::Collect(std::vector<int> given, std::span<const Value> values) {
         collected_columns_ = std::move(given);
     }
     std::u16string row;
-    for (const int column : collected_columns_) {
+    for (const std::size_t column : collected_columns_) {
         row += (row.empty() ? u"" : u", ") + GivenValue(link_->columns[column], values[column]);
     }
     collected_ += (collected_.empty() ? u"(" : u", (") + row + u")";
@@ -198,13 +199,13 @@ void OdbcTable::UpdateSeen(sql::RowId row, std::span<const sql::Assignment> chan
 // A row whose key was changed is the same row for those who have its number.
 void OdbcTable::FollowKey(sql::RowId row, std::span<const sql::Assignment> changes,
                           std::span<const sql::Assignment> seen) {
-    const auto find = [](std::span<const sql::Assignment> among, int column) {
+    const auto find = [](std::span<const sql::Assignment> among, std::size_t column) {
         const auto found = std::ranges::find(among, column, &sql::Assignment::column);
         return found == among.end() ? nullptr : &found->value;
     };
     bool moved = false;
     std::u16string key;
-    for (const int column : link_->key) {
+    for (const std::size_t column : link_->key) {
         const Value* changed = find(changes, column);
         const Value* value = changed != nullptr ? changed : find(seen, column);
         if (value == nullptr) return;

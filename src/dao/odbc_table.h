@@ -31,11 +31,11 @@ public:
     std::u16string Request() const override { return request_.Whole(); }
     std::int64_t RowCount() override;
     std::int64_t EstimatedRows() override { return kUsualRows; }
-    double EstimatedRows(int, const sql::KeyRange&) override { return 0; }
+    double EstimatedRows(std::size_t, const sql::KeyRange&) override { return 0; }
     std::unique_ptr<sql::Cursor> OpenCursor() override;
-    bool CanSeek(int, std::span<const Value>) const override { return false; }
-    bool InOrder(int, std::size_t) const override { return false; }
-    bool HasPrefixes(int, std::size_t) const override { return false; }
+    bool CanSeek(std::size_t, std::span<const Value>) const override { return false; }
+    bool InOrder(std::size_t, std::size_t) const override { return false; }
+    bool HasPrefixes(std::size_t, std::size_t) const override { return false; }
     sql::RowId Insert(std::span<const Value> values) override;
     void BeginInserts() override { collecting_ = true; }
     void EndInserts() override;
@@ -49,7 +49,7 @@ public:
 private:
     static constexpr std::int64_t kUsualRows = 1000;  // nobody knows without asking
 
-    void Collect(std::vector<int> given, std::span<const Value> values);
+    void Collect(std::vector<std::size_t> given, std::span<const Value> values);
     void SendCollected();
     void FollowKey(sql::RowId row, std::span<const sql::Assignment> changes, std::span<const sql::Assignment> seen);
     void RequireKey() const;
@@ -62,7 +62,7 @@ private:
     std::int32_t last_autonumber_ = 0;
 
     bool collecting_ = false;
-    std::vector<int> collected_columns_;
+    std::vector<std::size_t> collected_columns_;
     std::u16string collected_;
     int collected_rows_ = 0;
 };
@@ -82,11 +82,11 @@ public:
     std::u16string Request() const override { return request_.Whole(); }
     std::int64_t RowCount() override;
     std::int64_t EstimatedRows() override { return 1; }
-    double EstimatedRows(int, const sql::KeyRange&) override { return 0; }
+    double EstimatedRows(std::size_t, const sql::KeyRange&) override { return 0; }
     std::unique_ptr<sql::Cursor> OpenCursor() override;
-    bool CanSeek(int, std::span<const Value>) const override { return false; }
-    bool InOrder(int, std::size_t) const override { return false; }
-    bool HasPrefixes(int, std::size_t) const override { return false; }
+    bool CanSeek(std::size_t, std::span<const Value>) const override { return false; }
+    bool InOrder(std::size_t, std::size_t) const override { return false; }
+    bool HasPrefixes(std::size_t, std::size_t) const override { return false; }
     sql::RowId Insert(std::span<const Value>) override;
     void Update(sql::RowId, std::span<const sql::Assignment>) override;
     void Delete(sql::RowId) override;

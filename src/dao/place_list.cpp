@@ -29,7 +29,7 @@ PlaceList::PlaceList(Search search)
     columns_.resize(current_.size());
     for (std::size_t i = 0; i < columns_.size(); ++i) {
         columns_[i].is_long = !is_remote_ && IsLongValue(query_->Columns()[i].type);
-        if (!has_images_ || columns_[i].is_long) packed_.push_back(static_cast<int>(i));
+        if (!has_images_ || columns_[i].is_long) packed_.push_back(i);
     }
     places_.reserve(kUsualRows);
 }
@@ -73,7 +73,7 @@ void PlaceList::Pack(sql::Query& query) {
     if (has_images_ && packed_.empty()) return block_.AddBytes(query.Image());
     block_.Begin();
     if (has_images_) block_.AppendBytes(query.Image());
-    for (const int column : packed_) {
+    for (const std::size_t column : packed_) {
         block_.Append(columns_[column].left_out ? kLater : query.Get(column));
     }
     block_.End();
@@ -173,7 +173,7 @@ void PlaceList::ReadRow(std::int64_t index, std::vector<Value>& values) {
     if (TakeFresh(index, values)) return;
     const jet::Database::Reading reading(Storage());
     if (!MoveTo(At(index))) Raise(ErrorNumber::RecordDeleted);
-    for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
+    for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(i, values[i]);
 }
 
 // A server's answer is reused for a moment; asking again, as after a refused edit, queries it anew.
@@ -201,7 +201,7 @@ void PlaceList::Load(std::int64_t index) {
             query_->ShowImage(image);
             ++image_number_;
         }
-        for (const int column : packed_) at = PackedRows::Take(at, current_[column]);
+        for (const std::size_t column : packed_) at = PackedRows::Take(at, current_[column]);
     } else if (failure_) {
         std::rethrow_exception(failure_);
     } else {
@@ -214,10 +214,10 @@ void PlaceList::LoadLong(std::int64_t index, std::size_t column, Value& value) {
     const Work work = source_.database->Begin(taken_.get());
     const jet::Database::Reading reading(Storage());
     if (!MoveTo(At(index))) Raise(ErrorNumber::RecordDeleted);
-    reader_->Read(static_cast<int>(column), value);
+    reader_->Read(column, value);
 }
 
-const Value& PlaceList::Get(std::int64_t index, int column) {
+const Value& PlaceList::Get(std::int64_t index, std::size_t column) {
     if (loaded_ != index) Load(index);
     const std::size_t place = column;
     Value& value = current_[place];

@@ -19,7 +19,7 @@ public:
     // Whether they are on a server.
     bool IsRemote() const { return is_remote_; }
 
-    const Value& Get(std::int64_t index, int column) override;
+    const Value& Get(std::int64_t index, std::size_t column) override;
     void ReadRow(std::int64_t index, std::vector<Value>& values) override;
     void LookAt(std::int64_t index, std::vector<Value>& values) override;
 
@@ -94,7 +94,7 @@ private:
         std::uint64_t read_from = 0;  // the image that the value in current_ was read from
     };
     std::vector<ColumnState> columns_;
-    std::vector<int> packed_;  // the columns of which a row in the block has the values; an image has the others
+    std::vector<std::size_t> packed_;  // the columns whose values a row in the block has; an image has the others
     bool has_images_;
     PackedRows block_;
     std::int64_t block_first_ = 0;

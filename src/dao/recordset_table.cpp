@@ -23,10 +23,10 @@ public:
     const std::vector<sql::Column>& Columns() const override { return columns_; }
     const std::vector<sql::Index>& Indexes() const override { return indexes_; }
     std::int64_t RowCount() override { return rows_.Count(); }
-    double EstimatedRows(int, const sql::KeyRange&) override { return 0; }
-    bool CanSeek(int, std::span<const Value>) const override { return false; }
-    bool InOrder(int, std::size_t) const override { return false; }
-    bool HasPrefixes(int, std::size_t) const override { return false; }
+    double EstimatedRows(std::size_t, const sql::KeyRange&) override { return 0; }
+    bool CanSeek(std::size_t, std::span<const Value>) const override { return false; }
+    bool InOrder(std::size_t, std::size_t) const override { return false; }
+    bool HasPrefixes(std::size_t, std::size_t) const override { return false; }
     sql::RowId Insert(std::span<const Value>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Update(sql::RowId, std::span<const sql::Assignment>) override { Raise(ErrorNumber::ReadOnly, {name_}); }
     void Delete(sql::RowId) override { Raise(ErrorNumber::ReadOnly, {name_}); }
@@ -39,7 +39,7 @@ private:
         explicit Cursor(RecordsetTable& table) : table_(table), next_(table.first_) {}
 
         void Scan() override { next_ = table_.first_; }
-        void Range(int, const sql::KeyRange&, bool) override { Raise(ErrorNumber::NoCurrentIndex); }
+        void Range(std::size_t, const sql::KeyRange&, bool) override { Raise(ErrorNumber::NoCurrentIndex); }
 
         // Rows that were deleted meanwhile meet no condition.
         bool Next() override {
@@ -56,7 +56,7 @@ private:
             return table_.rows_.Reach(at_) && ReadRow();
         }
         sql::RowId Row() const override { return {static_cast<std::uint32_t>(at_ + 1)}; }
-        void Read(int column, Value& value) override { value = row_[column]; }
+        void Read(std::size_t column, Value& value) override { value = row_[column]; }
 
     private:
         // False when the row has been deleted.

@@ -237,11 +237,11 @@ RemoteSql::Fragment RemoteSql::PutColumn(const sql::ast::ColumnName& name) {
                 if (!EqualNames(column.name, name.name)) continue;
                 used_columns_ = true;
                 std::u16string text = table.alias + u"." + QuotedName(column.name);
-                if (link.IsFine(static_cast<int>(i))) text = CallOf(u"date_trunc", u"'second', " + text);
+                if (link.IsFine(i)) text = CallOf(u"date_trunc", u"'second', " + text);
                 const TypeClass kind = TypeClassOf(column.type);
                 const TextCollation collation = kind == TypeClass::Text ? TextCollation::Column : TextCollation::None;
                 const bool required = column.required && !table.may_be_missing;
-                return {std::move(text), kind, required, collation, &link, static_cast<int>(i)};
+                return {std::move(text), kind, required, collation, &link, i};
             }
         }
     }

@@ -64,7 +64,7 @@ private:
         bool required = false;  // never Null
         TextCollation collation = TextCollation::None;
         const OdbcLink* link = nullptr;  // where it is a column
-        int column = 0;
+        std::size_t column = 0;
     };
 
     struct TableName {

@@ -33,13 +33,13 @@ sql::Table& RowEdit::EditedTable() const {
 }
 
 // Of the table that is edited; null for any other.
-const sql::Column* RowEdit::ColumnOf(int column) const {
+const sql::Column* RowEdit::ColumnOf(std::size_t column) const {
     const sql::OutputColumn& output = Query().Columns()[column];
-    if (output.column < 0 || output.table != Query().EditableTable()) return nullptr;
+    if (output.column == kNoPosition || output.table != Query().EditableTable()) return nullptr;
     return &EditedTable().Columns()[output.column];
 }
 
-bool RowEdit::CanSet(int column) const {
+bool RowEdit::CanSet(std::size_t column) const {
     return ColumnOf(column) != nullptr;
 }
 
@@ -48,7 +48,7 @@ void RowEdit::Add() {
     originals_.assign(Width(), Value());
     changed_.assign(Width(), false);
     for (std::size_t i = 0; i < Width(); ++i) {
-        const sql::Column* column = ColumnOf(static_cast<int>(i));
+        const sql::Column* column = ColumnOf(i);
         if (column == nullptr) continue;
         const Value value = sql::DefaultValue(*column);
         if (!value.IsEmpty()) values_[i] = value;
@@ -69,7 +69,7 @@ void RowEdit::Change() {
     mode_ = EditMode::InProgress;
 }
 
-const Value& RowEdit::Get(int column) {
+const Value& RowEdit::Get(std::size_t column) {
     const std::size_t place = column;
     if (mode_ == EditMode::Add && !changed_[place]) {
         const sql::Column* stored = ColumnOf(column);
@@ -89,16 +89,16 @@ void RowEdit::TakeAutonumber(std::size_t place) {
     changed_[place] = true;
 }
 
-const Value& RowEdit::Original(int column) const {
+const Value& RowEdit::Original(std::size_t column) const {
     const std::size_t place = column;
     return changed_[place] ? originals_[place] : values_[place];
 }
 
-void RowEdit::Set(int position, const Value& value) {
+void RowEdit::Set(std::size_t position, const Value& value) {
     if (!IsActive()) Raise(ErrorNumber::UpdateWithoutEdit);
     const std::size_t place = position;
     const sql::OutputColumn& output = Query().Columns()[place];
-    if (output.column < 0) Raise(ErrorNumber::ReadOnly, {output.name, u"它是计算出来的。"});
+    if (output.column == kNoPosition) Raise(ErrorNumber::ReadOnly, {output.name, u"它是计算出来的。"});
     const sql::Column* column = ColumnOf(position);
     if (column == nullptr) Raise(ErrorNumber::ReadOnly, {output.name, u"它属于联接中“一”方的表。"});
     Value converted = sql::ConvertToColumn(value, *column);
@@ -121,8 +121,7 @@ void RowEdit::Update() {
 std::vector<sql::Assignment> RowEdit::Seen() const {
     std::vector<sql::Assignment> seen;
     for (std::size_t i = 0; i < Width(); ++i) {
-        const int column = static_cast<int>(i);
-        if (CanSet(column)) seen.push_back({Query().Columns()[i].column, Original(column)});
+        if (CanSet(i)) seen.push_back({Query().Columns()[i].column, Original(i)});
     }
     return seen;
 }

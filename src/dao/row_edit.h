@@ -23,13 +23,13 @@ public:
     void Cancel() { mode_ = EditMode::None; }
 
     // While a row is being added or changed. A new row's autonumber column has its number from the first look on.
-    const Value& Get(int column);
-    bool HasChanged(int column) const { return changed_[column]; }
-    const Value& Original(int column) const;
-    void Set(int column, const Value& value);
+    const Value& Get(std::size_t column);
+    bool HasChanged(std::size_t column) const { return changed_[column]; }
+    const Value& Original(std::size_t column) const;
+    void Set(std::size_t column, const Value& value);
 
     // Whether a column is one of the table that is edited.
-    bool CanSet(int column) const;
+    bool CanSet(std::size_t column) const;
 
     // Writes the row. When it fails the edit goes on, so that it can be corrected or cancelled.
     void Update();
@@ -43,7 +43,7 @@ public:
 private:
     const sql::Query& Query() const { return rows_.GetQuery(); }
     sql::Table& EditedTable() const;
-    const sql::Column* ColumnOf(int column) const;
+    const sql::Column* ColumnOf(std::size_t column) const;
     std::size_t Width() const { return Query().Columns().size(); }
     std::vector<sql::Assignment> Seen() const;
     void TakeAutonumber(std::size_t place);

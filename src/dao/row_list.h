@@ -50,7 +50,7 @@ public:
 
     // A value of a row that has been reached, as it was when the row was loaded: by the first call, or the first one
     // since another row was, or since Unload(). Raises RecordDeleted.
-    virtual const Value& Get(std::int64_t index, int column) = 0;
+    virtual const Value& Get(std::int64_t index, std::size_t column) = 0;
     void Unload() { loaded_ = -1; }
 
     // All values of a row that has been reached, as they are now. Raises RecordDeleted.

@@ -29,10 +29,10 @@ std::u16string TextOf(const Value& value) {
 std::vector<Part> PartsOf(jet::Database& database, std::int32_t id) {
     const auto table = database.SystemTable(jet::kQueriesPage);
     const auto column = [&](std::u16string_view name) {
-        const int position = table->Definition().FindColumn(name);
-        if (position < 0)
+        const std::size_t position = table->Definition().FindColumn(name);
+        if (position == kNoPosition)
             Raise(ErrorNumber::FileDamaged, {database.FileName(), u"系统表缺少列“" + std::u16string(name) + u"”。"});
-        return static_cast<std::size_t>(position);
+        return position;
     };
     std::vector<Part> parts;
     jet::RowCursor cursor(*table);

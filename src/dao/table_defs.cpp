@@ -36,8 +36,8 @@ std::u16string Details::Text(std::u16string_view owner, std::u16string_view prop
 int Details::CollatingOrder(std::u16string_view column) const {
     if (impl_->table != nullptr) {
         const jet::TableDefinition& definition = impl_->table->Definition();
-        const int position = definition.FindColumn(column);
-        if (position >= 0 && definition.columns[position].sort_order != 0)
+        const std::size_t position = definition.FindColumn(column);
+        if (position != kNoPosition && definition.columns[position].sort_order != 0)
             return definition.columns[position].sort_order;
     }
     return impl_->language;
@@ -49,9 +49,9 @@ ObjectDates DatesOf(jet::Database& database, const jet::CatalogObject& object) {
     ObjectDates dates;
     if (!cursor.MoveTo(object.row)) return dates;
     const auto read = [&](std::u16string_view column, Date& date) {
-        const int position = objects->Definition().FindColumn(column);
+        const std::size_t position = objects->Definition().FindColumn(column);
         Value value;
-        if (position >= 0) cursor.Read(static_cast<std::size_t>(position), value);
+        if (position != kNoPosition) cursor.Read(position, value);
         if (value.GetType() == Value::Type::Date) date = value.As<Date>();
     };
     read(u"DateCreate", dates.created);

@@ -52,11 +52,11 @@ TableNavigator::~TableNavigator() {
 }
 
 // The primary key's index, else any other that has an entry for each row.
-int TableNavigator::OwnChoice() const {
-    int found = -1;
+std::size_t TableNavigator::OwnChoice() const {
+    std::size_t found = kNoPosition;
     const std::vector<sql::Index>& indexes = GetTable().Indexes();
     for (std::size_t i = 0; i < indexes.size(); ++i) {
-        if (!indexes[i].ignore_nulls && (found < 0 || indexes[i].primary)) found = static_cast<int>(i);
+        if (!indexes[i].ignore_nulls && (found == kNoPosition || indexes[i].primary)) found = i;
     }
     return found;
 }
@@ -71,7 +71,7 @@ void TableNavigator::Index(std::u16string_view name) {
         std::ranges::find_if(indexes, [&](const sql::Index& index) { return EqualNames(index.name, name); });
     if (!name.empty() && found == indexes.end()) Raise(ErrorNumber::IndexNotFound, {name});
     chosen_ = !name.empty();
-    order_ = chosen_ ? static_cast<int>(found - indexes.begin()) : OwnChoice();
+    order_ = chosen_ ? found - indexes.begin() : OwnChoice();
     positioned_ = false;
     if (All() > 0) GoToEnd(false);
 }
@@ -106,7 +106,7 @@ void TableNavigator::Step(bool backwards) {
     if (where_ == end) Raise(ErrorNumber::NoCurrentRecord);
     const Work work = source_.database->Begin();
     const jet::Database::Reading reading(Storage());
-    if (!(order_ >= 0 ? StepInIndex(backwards) : StepInPlaces(backwards))) {
+    if (!(order_ != kNoPosition ? StepInIndex(backwards) : StepInPlaces(backwards))) {
         where_ = end;
         positioned_ = false;
     }
@@ -187,7 +187,7 @@ void TableNavigator::StandOn(sql::RowId row) {
     deleted_ = false;
     loaded_ = false;
     key_.clear();
-    if (order_ < 0) return;
+    if (order_ == kNoPosition) return;
     for (const sql::IndexColumn& part : CurrentIndex().columns) reader_->Read(part.column, key_.emplace_back());
 }
 
@@ -222,7 +222,7 @@ float TableNavigator::Percent() {
     RequireRow();
     const jet::Database::Reading reading(Storage());
     std::int64_t before = 0;
-    if (order_ >= 0)
+    if (order_ != kNoPosition)
         for (cursor_->Range(order_, {}, false); cursor_->Next() && cursor_->Row() != row_;) ++before;
     else
         for (cursor_->Scan(); cursor_->Next();) before += cursor_->Row() < row_ ? 1 : 0;
@@ -248,7 +248,7 @@ bool TableNavigator::IsSameRow() {
     return !deleted_ && reader_->MoveTo(row_) && (!identities_.IsByKey() || identities_.Of(*reader_) == identity_);
 }
 
-const Value& TableNavigator::Get(int column) {
+const Value& TableNavigator::Get(std::size_t column) {
     RequireRow();
     const std::size_t place = column;
     const std::vector<sql::Column>& columns = GetTable().Columns();
@@ -264,7 +264,7 @@ const Value& TableNavigator::Get(int column) {
         if (IsLong(columns[i]) && i != place)
             values_[i] = Value();
         else
-            reader_->Read(static_cast<int>(i), values_[i]);
+            reader_->Read(i, values_[i]);
     }
     loaded_ = true;
     return values_[place];
@@ -275,7 +275,7 @@ void TableNavigator::ReadAll(std::vector<Value>& values) {
     const jet::Database::Reading reading(Storage());
     if (!IsSameRow()) Raise(ErrorNumber::RecordDeleted);
     values.resize(values_.size());
-    for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(static_cast<int>(i), values[i]);
+    for (std::size_t i = 0; i < values.size(); ++i) reader_->Read(i, values[i]);
     loaded_ = false;
 }
 

@@ -33,7 +33,7 @@ public:
     std::int64_t All() override;
     float Percent() override;
     void Percent(float percent) override;
-    const Value& Get(int column) override;
+    const Value& Get(std::size_t column) override;
     void ReadAll(std::vector<Value>& values) override;
     sql::RowId Recognise() override;
     std::uint64_t IdentityOf(sql::RowId row) override;
@@ -56,7 +56,7 @@ private:
     sql::Table& GetTable() const { return *query_->Tables()[0]; }
     jet::Database& Storage() const { return source_.Storage(); }
     const sql::Index& CurrentIndex() const { return GetTable().Indexes()[order_]; }
-    int OwnChoice() const;
+    std::size_t OwnChoice() const;
 
     void GoToEnd(bool last);
     void Step(bool backwards);
@@ -75,8 +75,8 @@ private:
     std::unique_ptr<sql::Cursor> reader_;
     sql::RowIdentity identities_;
 
-    bool chosen_ = false;  // by the host
-    int order_ = -1;       // the index, -1: as the rows are stored
+    bool chosen_ = false;              // by the host
+    std::size_t order_ = kNoPosition;  // the index; none: as the rows are stored
     bool positioned_ = false;
     bool backwards_ = false;  // which way the cursor goes when it is positioned
 

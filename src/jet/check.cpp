@@ -172,8 +172,8 @@ private:
                 return;
             }
             for (const KeyColumn& part : definition_.real_indexes[index].columns) {
-                const int position = definition_.ColumnByNumber(part.number);
-                cursor.Read(static_cast<std::size_t>(position), row[position]);
+                const std::size_t position = definition_.ColumnByNumber(part.number);
+                cursor.Read(position, row[position]);
             }
             CompareEntry(index, where, entry, KeyValues(index, row));
             CheckDuplicate(index, where, entry, previous, row);
@@ -210,8 +210,8 @@ private:
 
     void CheckRelation(const LogicalIndex& index) {
         const std::shared_ptr<Table> other = table_->Owner().TableAt(index.other_table);
-        const int position = other->Definition().LogicalByNumber(index.other_number);
-        if (position < 0 || other->Definition().logical_indexes[position].other_table != definition_.page) {
+        const std::size_t position = other->Definition().LogicalByNumber(index.other_number);
+        if (position == kNoPosition || other->Definition().logical_indexes[position].other_table != definition_.page) {
             Defect(u"关系“" + index.name + u"”只有一边");
             return;
         }
@@ -226,8 +226,8 @@ private:
         std::vector<Value> row(definition_.columns.size());
         for (rows.Scan(); rows.Next();) {
             for (const KeyColumn& part : definition_.real_indexes[index.real].columns) {
-                const int column = definition_.ColumnByNumber(part.number);
-                rows.Read(static_cast<std::size_t>(column), row[column]);
+                const std::size_t column = definition_.ColumnByNumber(part.number);
+                rows.Read(column, row[column]);
             }
             const std::vector<Value> values = KeyValues(index.real, row);
             const bool null =

@@ -183,8 +183,8 @@ private:
         const std::shared_ptr<Table> from = source_.TableAt(page);
         const std::shared_ptr<Table> to = target_.TableAt(page);
         const TableDefinition& columns = from->Definition();
-        const int id_column = id.empty() ? -1 : columns.FindColumn(id);
-        const int properties = columns.FindColumn(u"LvProp");
+        const std::size_t id_column = id.empty() ? kNoPosition : columns.FindColumn(id);
+        const std::size_t properties = columns.FindColumn(u"LvProp");
         RowCursor cursor(*from);
         Value value;
         for (cursor.Scan(); cursor.Next();) {
@@ -192,11 +192,10 @@ private:
             bool known = true;
             for (std::size_t i = 0; i < columns.columns.size(); ++i) {
                 ReadValue(cursor, i, value);
-                const auto position = static_cast<int>(i);
-                if (position == id_column) known = TakeId(value);
-                if (position == properties && ChangesVersion()) ConvertProperties(value);
-                const int own = to->Definition().FindColumn(columns.columns[i].name);
-                if (own >= 0) row[own] = std::move(value);
+                if (i == id_column) known = TakeId(value);
+                if (i == properties && ChangesVersion()) ConvertProperties(value);
+                const std::size_t own = to->Definition().FindColumn(columns.columns[i].name);
+                if (own != kNoPosition) row[own] = std::move(value);
             }
             if (known) to->Insert(row);
         }

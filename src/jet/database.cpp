@@ -234,7 +234,7 @@ void Database::MaskAnew(Table& table, std::uint32_t old_key) {
             Bytes& bytes = value.ReuseBinary();
             ApplyCipher(old_key, bytes);
             ApplyCipher(pager_->GetHeader().user_key, bytes);
-            changes.push_back({static_cast<int>(i), std::move(value)});
+            changes.push_back({i, std::move(value)});
         }
         if (!changes.empty()) rows.emplace_back(cursor.Row(), std::move(changes));
     }

@@ -165,8 +165,8 @@ private:
         while (at_ + 2 <= bytes_.Size() && bytes_.U16(at_) != kListEnd) {
             if (at_ + 10 > bytes_.Size()) return;
             const ByteView entry = Take(10);
-            const int position = table_.ColumnByNumber(entry.U16(0));
-            if (position < 0 || !IsLongValue(table_.columns[position].type)) continue;
+            const std::size_t position = table_.ColumnByNumber(entry.U16(0));
+            if (position == kNoPosition || !IsLongValue(table_.columns[position].type)) continue;
             table_.columns[position].owned_map = RowPointer::FromStored(entry.U32(2));
             table_.columns[position].free_map = RowPointer::FromStored(entry.U32(6));
         }
@@ -186,7 +186,7 @@ private:
         for (const RealIndex& index : table_.real_indexes) {
             if (index.columns.empty()) bytes_.Damaged(u"索引没有字段");
             for (const KeyColumn& key : index.columns) {
-                if (table_.ColumnByNumber(key.number) < 0) bytes_.Damaged(u"索引的字段不存在");
+                if (table_.ColumnByNumber(key.number) == kNoPosition) bytes_.Damaged(u"索引的字段不存在");
             }
         }
         for (const LogicalIndex& index : table_.logical_indexes) {

@@ -45,7 +45,7 @@ DefinitionEditor::DefinitionEditor(Database& database, std::u16string table_name
 
 StoredColumn& DefinitionEditor::AddColumn(const Column& spec) {
     CheckName(spec.name, pager_);
-    if (definition.FindColumn(spec.name) >= 0) Raise(ErrorNumber::FieldExists, {spec.name});
+    if (definition.FindColumn(spec.name) != kNoPosition) Raise(ErrorNumber::FieldExists, {spec.name});
     if (definition.max_columns >= kMaxColumns) Raise(ErrorNumber::TooManyFields, {name_});
     StoredColumn column;
     column.name = spec.name;
@@ -67,7 +67,7 @@ StoredColumn& DefinitionEditor::AddColumn(const Column& spec) {
 
 bool DefinitionEditor::AddIndex(const IndexSpec& spec) {
     CheckName(spec.name, pager_);
-    if (definition.FindLogicalIndex(spec.name) >= 0) Raise(ErrorNumber::IndexExists, {name_, spec.name});
+    if (definition.FindLogicalIndex(spec.name) != kNoPosition) Raise(ErrorNumber::IndexExists, {name_, spec.name});
     if (definition.logical_indexes.size() >= kMaxIndexes) Raise(ErrorNumber::TooManyIndexes, {name_});
     const auto is_primary = [](const LogicalIndex& index) { return index.role == IndexRole::Primary; };
     if (spec.primary && std::any_of(definition.logical_indexes.begin(), definition.logical_indexes.end(), is_primary)) {
@@ -144,8 +144,8 @@ void DefinitionEditor::Write() {
 }
 
 std::uint16_t DefinitionEditor::KeyColumnNumber(const std::u16string& name) const {
-    const int position = definition.FindColumn(name);
-    if (position < 0) Raise(ErrorNumber::FieldNotFound, {name});
+    const std::size_t position = definition.FindColumn(name);
+    if (position == kNoPosition) Raise(ErrorNumber::FieldNotFound, {name});
     if (definition.columns[position].type == ColumnType::LongBinary) {
         Raise(ErrorNumber::OperationNotSupported, {u"OLE 字段“" + name + u"”不能建立索引。"});
     }

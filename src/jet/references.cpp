@@ -10,8 +10,8 @@ namespace {
 
 using Row = std::vector<Value>;
 
-std::vector<int> Positions(const StoredTable& table, std::size_t real) {
-    std::vector<int> positions;
+std::vector<std::size_t> Positions(const StoredTable& table, std::size_t real) {
+    std::vector<std::size_t> positions;
     for (const KeyColumn& part : table.Definition().real_indexes[real].columns) {
         positions.push_back(table.Definition().ColumnByNumber(part.number));
     }
@@ -23,8 +23,8 @@ struct Relation {
     const LogicalIndex* own;
     std::shared_ptr<const StoredTable> other;
     std::size_t other_real = 0;
-    std::vector<int> own_columns;
-    std::vector<int> other_columns;  // in the same order
+    std::vector<std::size_t> own_columns;
+    std::vector<std::size_t> other_columns;  // in the same order
 };
 
 std::vector<Relation> RelationsOf(const StoredTable& table, StoredTables& tables, LogicalIndex::Side side) {
@@ -33,8 +33,9 @@ std::vector<Relation> RelationsOf(const StoredTable& table, StoredTables& tables
         if (logical.side != side || logical.role != IndexRole::Foreign) continue;
         Relation relation{&logical, tables.FindStored(logical.other_table), 0, {}, {}};
         const TableDefinition& other = relation.other->Definition();
-        const int position = other.LogicalByNumber(logical.other_number);
-        if (position < 0) table.GetPager().Damaged(table.Definition().page, u"关系“" + logical.name + u"”只有一边");
+        const std::size_t position = other.LogicalByNumber(logical.other_number);
+        if (position == kNoPosition)
+            table.GetPager().Damaged(table.Definition().page, u"关系“" + logical.name + u"”只有一边");
         relation.other_real = other.logical_indexes[position].real;
         if (!SidesFit(table, logical.real, *relation.other, relation.other_real)) {
             table.GetPager().Damaged(table.Definition().page, u"关系“" + logical.name + u"”两边的字段不符");
@@ -46,13 +47,13 @@ std::vector<Relation> RelationsOf(const StoredTable& table, StoredTables& tables
     return relations;
 }
 
-bool AnyDiffers(const std::vector<int>& columns, const Row& a, const Row& b) {
-    return std::any_of(columns.begin(), columns.end(), [&](int column) { return a[column] != b[column]; });
+bool AnyDiffers(const std::vector<std::size_t>& columns, const Row& a, const Row& b) {
+    return std::any_of(columns.begin(), columns.end(), [&](std::size_t column) { return a[column] != b[column]; });
 }
 
-Row KeyValues(const std::vector<int>& columns, const Row& row) {
+Row KeyValues(const std::vector<std::size_t>& columns, const Row& row) {
     Row values;
-    for (const int column : columns) values.push_back(row[column]);
+    for (const std::size_t column : columns) values.push_back(row[column]);
     return values;
 }
 
@@ -65,7 +66,7 @@ bool FindRelated(const Relation& relation, const Row& row, RowCursor& cursor) {
     if (!other.HasKeys(relation.other_real, values)) {
         Raise(ErrorNumber::TextOrderUnsupported, {other.Name(), other.IndexName(relation.other_real), u"关系的键。"});
     }
-    for (const int column : relation.other_columns) {
+    for (const std::size_t column : relation.other_columns) {
         const StoredColumn& part = other.Definition().columns[column];
         const bool unsure = IsText(part.type) && other.OrderOf(part) == TextOrder::Jet3Ascii;
         if (unsure) other.CheckStoredOrder(relation.other_real);
@@ -93,8 +94,8 @@ std::vector<ColumnChange> KeyChanges(const Relation& relation, const Row& values
 }  // namespace
 
 bool SidesFit(const StoredTable& table, std::size_t real, const StoredTable& other, std::size_t other_real) {
-    const std::vector<int> own = Positions(table, real);
-    const std::vector<int> others = Positions(other, other_real);
+    const std::vector<std::size_t> own = Positions(table, real);
+    const std::vector<std::size_t> others = Positions(other, other_real);
     return std::equal(own.begin(), own.end(), others.begin(), others.end(), [&](int a, int b) {
         const StoredColumn& first = table.Definition().columns[a];
         const StoredColumn& second = other.Definition().columns[b];

@@ -14,7 +14,7 @@ std::u16string ReferencedIndexName(const TableDefinition& table) {
         std::u16string name = u".r";
         if (first > u'Z') name += static_cast<char16_t>(u'A' + (first - u'Z' - 1) / 26);
         name += first <= u'Z' ? first : static_cast<char16_t>(u'A' + (first - u'Z' - 1) % 26);
-        if (table.FindLogicalIndex(name) < 0) return name;
+        if (table.FindLogicalIndex(name) == kNoPosition) return name;
     }
 }
 
@@ -22,7 +22,7 @@ void CheckRelated(const Table& table, const Table& referenced, const Relationshi
                   std::size_t referenced_index) {
     RowCursor rows(table);
     rows.Scan();
-    std::vector<int> columns;
+    std::vector<std::size_t> columns;
     for (const KeyColumn& part : table.Definition().real_indexes[own_index].columns) {
         columns.push_back(table.Definition().ColumnByNumber(part.number));
     }
@@ -31,7 +31,7 @@ void CheckRelated(const Table& table, const Table& referenced, const Relationshi
     while (rows.Next()) {
         bool all_null = true;
         for (std::size_t i = 0; i < columns.size(); ++i) {
-            rows.Read(static_cast<std::size_t>(columns[i]), values[i]);
+            rows.Read(columns[i], values[i]);
             all_null = all_null && values[i].IsNull();
         }
         if (all_null) continue;
@@ -60,10 +60,10 @@ void Database::CreateRelationship(const Relationship& relationship) {
         Raise(ErrorNumber::RelationshipMismatch, {relationship.name});
     }
     for (std::size_t i = 0; i < relationship.columns.size(); ++i) {
-        const int a = own->Definition().FindColumn(relationship.columns[i]);
-        const int b = other->Definition().FindColumn(relationship.referenced_columns[i]);
-        if (a < 0) Raise(ErrorNumber::FieldNotFound, {relationship.columns[i]});
-        if (b < 0) Raise(ErrorNumber::FieldNotFound, {relationship.referenced_columns[i]});
+        const std::size_t a = own->Definition().FindColumn(relationship.columns[i]);
+        const std::size_t b = other->Definition().FindColumn(relationship.referenced_columns[i]);
+        if (a == kNoPosition) Raise(ErrorNumber::FieldNotFound, {relationship.columns[i]});
+        if (b == kNoPosition) Raise(ErrorNumber::FieldNotFound, {relationship.referenced_columns[i]});
         const StoredColumn& from = own->Definition().columns[a];
         const StoredColumn& to = other->Definition().columns[b];
         if (from.type != to.type || from.scale != to.scale) {
@@ -89,7 +89,7 @@ void Database::CreateRelationship(const Relationship& relationship) {
         referencing.other_table = other_page;
         actions(referencing);
         DefinitionEditor own_editor(*this, relationship.table, own_page);
-        if (own_editor.definition.FindLogicalIndex(relationship.name) >= 0) {
+        if (own_editor.definition.FindLogicalIndex(relationship.name) != kNoPosition) {
             Raise(ErrorNumber::IndexExists, {relationship.table, relationship.name});
         }
         const bool fresh = own_editor.AddLogical(referencing, own_columns, -1);
@@ -124,14 +124,14 @@ void Database::DropRelationship(std::u16string_view name) {
     if (found == all.end()) Raise(ErrorNumber::ObjectNotFound, {name});
     const auto own_page = RequireTable(*this, found->table).Page();
     DefinitionEditor own(*this, found->table, own_page);
-    const int position = own.definition.FindLogicalIndex(found->name);
-    if (found->enforced && position >= 0) {
+    const std::size_t position = own.definition.FindLogicalIndex(found->name);
+    if (found->enforced && position != kNoPosition) {
         const LogicalIndex index = own.definition.logical_indexes[position];
-        own.RemoveLogical(static_cast<std::size_t>(position));
+        own.RemoveLogical(position);
         own.Write();
         DefinitionEditor other(*this, found->referenced_table, index.other_table);
-        const int other_position = other.definition.LogicalByNumber(index.other_number);
-        if (other_position >= 0) other.RemoveLogical(static_cast<std::size_t>(other_position));
+        const std::size_t other_position = other.definition.LogicalByNumber(index.other_number);
+        if (other_position != kNoPosition) other.RemoveLogical(other_position);
         other.Write();
     }
     SystemCatalog(*this).RemoveRelationship(name);

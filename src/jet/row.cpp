@@ -233,11 +233,11 @@ void EncodeRow(const TableDefinition& table, const FileFormat& format, const std
     const std::size_t number = format.row_number_size;
     PutNumber(row.data(), table.max_columns, format);
     const std::size_t mask_at = length - MaskBytes(table.max_columns);
-    std::array<int, kMaxColumns> variable;
-    variable.fill(-1);
+    std::array<std::size_t, kMaxColumns> variable;
+    variable.fill(kNoPosition);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const StoredColumn& column = table.columns[i];
-        if (!column.IsFixed()) variable[column.variable_index] = static_cast<int>(i);
+        if (!column.IsFixed()) variable[column.variable_index] = i;
         if (!fields[i].present) continue;
         row[mask_at + column.number / 8] |= static_cast<std::uint8_t>(1 << (column.number % 8));
         if (!column.IsFixed() || column.type == ColumnType::Boolean) continue;
@@ -256,7 +256,8 @@ void EncodeRow(const TableDefinition& table, const FileFormat& format, const std
             row[mask_at - 2 - passed] = static_cast<std::uint8_t>(index);
         }
         PutNumber(&row[offsets_at - number * index], end, format);
-        if (index == table.variable_columns || variable[index] < 0 || !fields[variable[index]].present) continue;
+        if (index == table.variable_columns || variable[index] == kNoPosition || !fields[variable[index]].present)
+            continue;
         const Bytes& bytes = fields[variable[index]].bytes;
         std::copy(bytes.begin(), bytes.end(), row.begin() + end);
         end += bytes.size();

@@ -95,7 +95,7 @@ void StoredTable::CheckStoredOrder(std::size_t index) const {
         const RowPointer where = RowPointerOf(entries.Entry());
         if (!row.MoveTo(where)) Raise(ErrorNumber::RecordDeleted);
         for (std::size_t i = 0; i < parts.size(); ++i) {
-            row.Read(static_cast<std::size_t>(definition_.ColumnByNumber(parts[i].number)), values[i]);
+            row.Read(definition_.ColumnByNumber(parts[i].number), values[i]);
         }
         if (!HasKeys(index, values)) continue;
         key.clear();

@@ -19,7 +19,7 @@
 namespace qmtrain::jet {
 
 struct ColumnChange {
-    int column = 0;
+    std::size_t column = 0;
     Value value;
 };
 

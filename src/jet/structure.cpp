@@ -131,8 +131,8 @@ void Database::CreateIndex(std::u16string_view name, const IndexSpec& spec) {
 void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
     const auto page = RequireTable(*this, name).Page();
     DefinitionEditor editor(*this, std::u16string(name), page);
-    const int position = editor.definition.FindLogicalIndex(index);
-    if (position < 0) Raise(ErrorNumber::ObjectNotFound, {index});
+    const std::size_t position = editor.definition.FindLogicalIndex(index);
+    if (position == kNoPosition) Raise(ErrorNumber::ObjectNotFound, {index});
     const auto& indexes = editor.definition.logical_indexes;
     const LogicalIndex& dropped = indexes[position];
     const auto needs = [&](const LogicalIndex& other) {
@@ -141,7 +141,7 @@ void Database::DropIndex(std::u16string_view name, std::u16string_view index) {
     if (dropped.side != LogicalIndex::Side::None || std::any_of(indexes.begin(), indexes.end(), needs)) {
         Raise(ErrorNumber::UsedInRelationship, {index});
     }
-    editor.RemoveLogical(static_cast<std::size_t>(position));
+    editor.RemoveLogical(position);
     editor.Write();
 }
 
@@ -164,7 +164,7 @@ void Database::AddColumn(std::u16string_view name, const Column& spec) {
     for (cursor.Scan(); cursor.Next();) rows.push_back(cursor.Row());
     std::int32_t number = 0;
     for (const RowPointer row : rows) {
-        const ColumnChange change{static_cast<int>(table->Definition().columns.size()) - 1, ++number};
+        const ColumnChange change{table->Definition().columns.size() - 1, ++number};
         table->Update(row, std::span(&change, 1));
     }
     Put(pager_->Write(page).Data() + pager_->GetFormat().definition_autonumber, number);
@@ -175,8 +175,8 @@ void Database::DropColumn(std::u16string_view name, std::u16string_view column) 
     const auto page = object.Page();
     Properties properties = ReadProperties(name);
     DefinitionEditor editor(*this, object.name, page);
-    const int position = editor.definition.FindColumn(column);
-    if (position < 0) Raise(ErrorNumber::FieldNotFound, {column});
+    const std::size_t position = editor.definition.FindColumn(column);
+    if (position == kNoPosition) Raise(ErrorNumber::FieldNotFound, {column});
     const std::uint16_t number = editor.definition.columns[position].number;
     for (const RealIndex& index : editor.definition.real_indexes) {
         for (const KeyColumn& part : index.columns) {
@@ -185,7 +185,7 @@ void Database::DropColumn(std::u16string_view name, std::u16string_view column) 
     }
     if (editor.definition.columns.size() == 1) Raise(ErrorNumber::OperationNotSupported, {u"表至少要有一个字段。"});
     std::erase_if(properties.owners, [&](const auto& owner) { return EqualNames(owner.first, column); });
-    editor.RemoveColumn(static_cast<std::size_t>(position));
+    editor.RemoveColumn(position);
     editor.Write();
     SystemCatalog(*this).WriteProperties(object, BlobOf(properties));
 }
@@ -197,9 +197,9 @@ void Database::RenameColumn(std::u16string_view table, std::u16string_view colum
     CheckName(std::u16string(name), *pager_);
     Properties properties = ReadProperties(table);
     DefinitionEditor editor(*this, object.name, object.Page());
-    const int position = editor.definition.FindColumn(column);
-    if (position < 0) Raise(ErrorNumber::FieldNotFound, {column});
-    if (editor.definition.FindColumn(name) >= 0) Raise(ErrorNumber::FieldExists, {name});
+    const std::size_t position = editor.definition.FindColumn(column);
+    if (position == kNoPosition) Raise(ErrorNumber::FieldNotFound, {column});
+    if (editor.definition.FindColumn(name) != kNoPosition) Raise(ErrorNumber::FieldExists, {name});
     editor.definition.columns[position].name = name;
     editor.definition.columns[position].ordinal = ordinal;
     editor.Write();

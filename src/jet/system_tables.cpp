@@ -11,6 +11,12 @@
 namespace qmtrain::jet {
 namespace {
 
+std::size_t RequireColumn(const Table& table, std::u16string_view column) {
+    const std::size_t position = table.Definition().FindColumn(column);
+    if (position != kNoPosition) return position;
+    table.GetPager().Damaged(table.Definition().page, u"系统表缺少列“" + std::u16string(column) + u"”");
+}
+
 // Names a system table's columns; other programs may have them in another order.
 class SystemRows {
 public:
@@ -41,10 +47,7 @@ public:
 
 private:
     const Value& Read(std::u16string_view column) {
-        const int position = table_->Definition().FindColumn(column);
-        if (position < 0)
-            table_->GetPager().Damaged(table_->Definition().page, u"系统表缺少列“" + std::u16string(column) + u"”");
-        cursor_.Read(static_cast<std::size_t>(position), value_);
+        cursor_.Read(RequireColumn(*table_, column), value_);
         return value_;
     }
 
@@ -60,10 +63,7 @@ public:
         : table_(std::move(table)), values_(table_->Definition().columns.size()) {}
 
     NewRow& Set(std::u16string_view column, Value value) {
-        const int position = table_->Definition().FindColumn(column);
-        if (position < 0)
-            table_->GetPager().Damaged(table_->Definition().page, u"系统表缺少列“" + std::u16string(column) + u"”");
-        values_[position] = std::move(value);
+        values_[RequireColumn(*table_, column)] = std::move(value);
         return *this;
     }
     RowPointer Insert() { return table_->Insert(values_); }
@@ -192,7 +192,7 @@ Bytes SystemCatalog::ReadProperties(const CatalogObject& object) {
 
 void SystemCatalog::WriteProperties(const CatalogObject& object, const Bytes& properties) {
     const std::shared_ptr<Table> objects = tables_.TableAt(kObjectsPage);
-    const ColumnChange change{objects->Definition().FindColumn(u"LvProp"),
+    const ColumnChange change{RequireColumn(*objects, u"LvProp"),
                               properties.empty() ? Value(Null{}) : Value(properties)};
     objects->Update(object.row, std::span(&change, 1));
 }

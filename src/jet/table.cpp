@@ -40,8 +40,8 @@ Table::Table(Tables& tables, Pager& pager, PageAllocator& allocator, PageNumber 
 namespace {
 
 // The index that has an entry for each row and the shortest keys, -1 when there is none.
-int ShortestIndex(const TableDefinition& definition) {
-    int best = -1;
+std::size_t ShortestIndex(const TableDefinition& definition) {
+    std::size_t best = kNoPosition;
     std::size_t best_size = 0;
     for (std::size_t i = 0; i < definition.real_indexes.size(); ++i) {
         const RealIndex& real = definition.real_indexes[i];
@@ -51,8 +51,8 @@ int ShortestIndex(const TableDefinition& definition) {
             const StoredColumn& column = definition.columns[definition.ColumnByNumber(part.number)];
             size += HasReadableKey(column.type) ? 1 + KeySize(column.type) : 1 + std::size_t{column.length};
         }
-        if (best >= 0 && size >= best_size) continue;
-        best = static_cast<int>(i);
+        if (best != kNoPosition && size >= best_size) continue;
+        best = i;
         best_size = size;
     }
     return best;
@@ -63,8 +63,8 @@ int ShortestIndex(const TableDefinition& definition) {
 std::int64_t Table::ExactRowCount() const {
     if (counted_at_ == pager_.Generation()) return RowCount();
     std::int64_t rows = 0;
-    if (const int index = ShortestIndex(definition_); index >= 0) {
-        IndexCursor entries(Tree(static_cast<std::size_t>(index)));
+    if (const std::size_t index = ShortestIndex(definition_); index != kNoPosition) {
+        IndexCursor entries(Tree(index));
         entries.StartForward({});
         rows = entries.CountRest();
     } else {

@@ -9,9 +9,9 @@ namespace qmtrain::jet {
 namespace {
 
 template <class List, class Matches>
-int FindPosition(const List& list, Matches matches) {
+std::size_t FindPosition(const List& list, Matches matches) {
     const auto found = std::find_if(list.begin(), list.end(), matches);
-    return found == list.end() ? -1 : static_cast<int>(found - list.begin());
+    return found == list.end() ? kNoPosition : found - list.begin();
 }
 
 constexpr EnumTable<ColumnType, std::uint8_t, 14> kStoredTypes = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 15, 16};
@@ -49,7 +49,7 @@ void SetFixedSize(StoredColumn& column) {
     column.fixed_size = size != 0 ? static_cast<std::uint16_t>(size) : column.length;
 }
 
-int TableDefinition::FindColumn(std::u16string_view name) const {
+std::size_t TableDefinition::FindColumn(std::u16string_view name) const {
     return FindPosition(columns, [&](const StoredColumn& column) { return EqualNames(column.name, name); });
 }
 
@@ -60,7 +60,7 @@ bool TableDefinition::HasKey() const {
             return logical.real == i && logical.role == IndexRole::Primary;
         });
         const bool in_long_values = std::ranges::any_of(index.columns, [&](const KeyColumn& part) {
-            const int column = ColumnByNumber(part.number);
+            const std::size_t column = ColumnByNumber(part.number);
             const ColumnType type = columns[column].type;
             return IsLongValue(type);
         });
@@ -69,15 +69,15 @@ bool TableDefinition::HasKey() const {
     return false;
 }
 
-int TableDefinition::ColumnByNumber(std::uint16_t number) const {
+std::size_t TableDefinition::ColumnByNumber(std::uint16_t number) const {
     return FindPosition(columns, [&](const StoredColumn& column) { return column.number == number; });
 }
 
-int TableDefinition::FindLogicalIndex(std::u16string_view name) const {
+std::size_t TableDefinition::FindLogicalIndex(std::u16string_view name) const {
     return FindPosition(logical_indexes, [&](const LogicalIndex& index) { return EqualNames(index.name, name); });
 }
 
-int TableDefinition::LogicalByNumber(std::uint32_t number) const {
+std::size_t TableDefinition::LogicalByNumber(std::uint32_t number) const {
     return FindPosition(logical_indexes, [&](const LogicalIndex& index) { return index.number == number; });
 }
 

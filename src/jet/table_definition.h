@@ -11,8 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "core/column_type.h"
-#include "core/validation_rule.h"
+#include "core/column.h"
 #include "jet/file_format.h"
 #include "jet/pager.h"
 #include "jet/usage_map.h"
@@ -132,14 +131,14 @@ struct TableDefinition {
     std::vector<LogicalIndex> logical_indexes;
     ValidationRule validation;  // from the object's properties
 
-    // Positions; -1 when there is none.
-    int FindColumn(std::u16string_view name) const;
+    // Positions; kNoPosition when there is none.
+    std::size_t FindColumn(std::u16string_view name) const;
 
     // Whether an index tells all rows apart.
     bool HasKey() const;
-    int ColumnByNumber(std::uint16_t number) const;
-    int FindLogicalIndex(std::u16string_view name) const;
-    int LogicalByNumber(std::uint32_t number) const;
+    std::size_t ColumnByNumber(std::uint16_t number) const;
+    std::size_t FindLogicalIndex(std::u16string_view name) const;
+    std::size_t LogicalByNumber(std::uint32_t number) const;
 };
 
 // Raises FileDamaged when the definition does not hold together.

@@ -12,7 +12,7 @@ bool Table::KeyOf(std::size_t index, const Row& row, Bytes& key) const {
     const RealIndex& real = definition_.real_indexes[index];
     key.clear();
     for (const KeyColumn& part : real.columns) {
-        const int position = definition_.ColumnByNumber(part.number);
+        const std::size_t position = definition_.ColumnByNumber(part.number);
         AppendKeyPart(definition_.columns[position], part.ascending, row[position], pager_.GetHeader(), key);
     }
     return !(real.IgnoresNulls() && AllNull(index, row));
@@ -25,7 +25,7 @@ void Table::CheckLength(const Bytes& key) const {
 // Refuses a row whose entry cannot be computed.
 void Table::CheckTextOrder(std::size_t index, const Row& row) {
     for (const KeyColumn& part : definition_.real_indexes[index].columns) {
-        const int position = definition_.ColumnByNumber(part.number);
+        const std::size_t position = definition_.ColumnByNumber(part.number);
         const StoredColumn& column = definition_.columns[position];
         if (!IsText(column.type)) continue;
         const TextOrder order = TextOrderOf(column, pager_.GetHeader());

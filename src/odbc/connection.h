@@ -53,17 +53,17 @@ public:
 
     // As a column of this type, the one expected, holds it; dates are read from texts. Raises Overflow for a value that
     // it cannot hold. Requires: Next() was true, and columns are read in their order.
-    void Read(int column, ColumnType type, Value& value);
+    void Read(std::size_t column, ColumnType type, Value& value);
 
 private:
     struct Block;
 
     bool FetchBlock();
-    void ReadText(int column, std::u16string& text, bool& null);
-    void ReadBytes(int column, Value& value);
-    bool ReadFixed(int column, int c_type, void* bytes, std::size_t size);
-    void ReadFromBlock(int column, Value& value) const;
-    std::u16string_view NameOf(int column) const;
+    void ReadText(std::size_t column, std::u16string& text, bool& null);
+    void ReadBytes(std::size_t column, Value& value);
+    bool ReadFixed(std::size_t column, int c_type, void* bytes, std::size_t size);
+    void ReadFromBlock(std::size_t column, Value& value) const;
+    std::u16string_view NameOf(std::size_t column) const;
 
     std::unique_ptr<Statement> statement_;
     std::vector<ResultColumn> columns_;

@@ -34,7 +34,7 @@ public:
     }
 
 private:
-    void Get(int column, int c_type, void* value, std::size_t size, SQLLEN& length) {
+    void Get(std::size_t column, int c_type, void* value, std::size_t size, SQLLEN& length) {
         const SQLRETURN result =
             statement_.Functions().GetData(statement_.Handle(), static_cast<SQLUSMALLINT>(column),
                                            static_cast<SQLSMALLINT>(c_type), value, static_cast<SQLLEN>(size), &length);
@@ -117,15 +117,15 @@ std::u16string Escaped(std::u16string_view pattern) {
     return text;
 }
 
-int PositionOf(const TableDescription& table, std::u16string_view column) {
+std::size_t PositionOf(const TableDescription& table, std::u16string_view column) {
     const auto found = std::ranges::find(table.columns, column, &ServerColumn::name);
-    return found == table.columns.end() ? -1 : static_cast<int>(found - table.columns.begin());
+    return found == table.columns.end() ? kNoPosition : found - table.columns.begin();
 }
 
 // Whether the values here of these columns are different where those there are.
-bool TellApart(const TableDescription& table, const std::vector<int>& key) {
-    return !key.empty() && std::ranges::all_of(key, [&](int at) {
-        if (at < 0) return false;
+bool TellApart(const TableDescription& table, const std::vector<std::size_t>& key) {
+    return !key.empty() && std::ranges::all_of(key, [&](std::size_t at) {
+        if (at == kNoPosition) return false;
         const ServerColumn& column = table.columns[at];
         // The file that keeps the link has no keys of long bytes.
         return column.type != ColumnType::LongBinary && !IsFineTime(column.odbc_type, column.odbc_scale);
@@ -159,10 +159,10 @@ void ReadUniqueIndex(Connection& connection, TableDescription& table) {
         },
         {});
     std::u16string index;
-    std::vector<int> key;
+    std::vector<std::size_t> key;
     const auto take = [&] {
-        const bool good =
-            std::ranges::all_of(key, [&](int column) { return column >= 0 && table.columns[column].required; });
+        const bool good = std::ranges::all_of(
+            key, [&](std::size_t column) { return column != kNoPosition && table.columns[column].required; });
         if (table.key.empty() && good && TellApart(table, key)) {
             table.key = key;
             table.key_name = index;

@@ -146,7 +146,7 @@ void Rows::Expect(std::vector<ResultColumn> columns) {
     columns_ = std::move(columns);
 }
 
-std::u16string_view Rows::NameOf(int column) const {
+std::u16string_view Rows::NameOf(std::size_t column) const {
     const std::size_t place = column;
     return place < columns_.size() ? columns_[place].name : std::u16string_view();
 }
@@ -202,7 +202,7 @@ bool Rows::FetchBlock() {
     return block_->fetched > 0;
 }
 
-bool Rows::ReadFixed(int column, int c_type, void* bytes, std::size_t size) {
+bool Rows::ReadFixed(std::size_t column, int c_type, void* bytes, std::size_t size) {
     SQLLEN length = 0;
     const SQLRETURN result =
         statement_->Functions().GetData(statement_->Handle(), static_cast<SQLUSMALLINT>(column + 1),
@@ -212,7 +212,7 @@ bool Rows::ReadFixed(int column, int c_type, void* bytes, std::size_t size) {
 }
 
 // In pieces, for nobody knows beforehand how long it is.
-void Rows::ReadText(int column, std::u16string& text, bool& null) {
+void Rows::ReadText(std::size_t column, std::u16string& text, bool& null) {
     std::array<char16_t, 2048> piece;
     text.clear();
     null = false;
@@ -233,7 +233,7 @@ void Rows::ReadText(int column, std::u16string& text, bool& null) {
     }
 }
 
-void Rows::ReadBytes(int column, Value& value) {
+void Rows::ReadBytes(std::size_t column, Value& value) {
     std::array<std::uint8_t, 4096> piece;
     Bytes& bytes = value.ReuseBinary();
     bytes.clear();
@@ -254,7 +254,7 @@ void Rows::ReadBytes(int column, Value& value) {
     }
 }
 
-void Rows::ReadFromBlock(int column, Value& value) const {
+void Rows::ReadFromBlock(std::size_t column, Value& value) const {
     const Block::Column& from = block_->columns[column];
     const ColumnType type = columns_[column].type;
     const std::uint8_t* bytes = &from.values[block_->at * from.transfer.size];
@@ -276,7 +276,7 @@ void Rows::ReadFromBlock(int column, Value& value) const {
     }
 }
 
-void Rows::Read(int column, ColumnType type, Value& value) {
+void Rows::Read(std::size_t column, ColumnType type, Value& value) {
     if (block_ != nullptr) return ReadFromBlock(column, value);
     if (type == ColumnType::Binary || type == ColumnType::LongBinary) return ReadBytes(column, value);
     if (const Transfer transfer = TransferOf({type}); transfer.size > 0 && type != ColumnType::Date) {

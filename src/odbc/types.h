@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/column_type.h"
+#include "core/column.h"
 
 namespace qmtrain::odbc {
 
@@ -40,7 +40,9 @@ struct TableDescription {
     std::u16string name;
     std::vector<ServerColumn> columns;
     std::u16string key_name;
-    std::vector<int> key;  // positions of columns; empty: no unique index by whose values here rows are told apart
+
+    // Positions of columns; empty: no unique index by whose values here rows are told apart.
+    std::vector<std::size_t> key;
 };
 
 }  // namespace qmtrain::odbc

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/column_type.h"
+#include "core/column.h"
 
 namespace qmtrain::sql {
 
@@ -16,9 +16,9 @@ struct OutputColumn {
     bool qualified = false;  // the name is "Table.Column"
 
     // Where the column is a plain column of a table: the position in Query::Tables(), and in that table's Columns().
-    // Else both are -1.
-    int table = -1;
-    int column = -1;
+    // Else both are kNoPosition.
+    std::size_t table = kNoPosition;
+    std::size_t column = kNoPosition;
 };
 
 }  // namespace qmtrain::sql

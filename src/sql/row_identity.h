@@ -25,8 +25,8 @@ private:
 
     bool by_place_;
     bool has_images_;
-    int width_;
-    std::vector<int> columns_;
+    std::size_t width_;
+    std::vector<std::size_t> columns_;
     Value value_;
     std::vector<std::uint8_t> bytes_;
 };

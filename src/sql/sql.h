@@ -84,10 +84,10 @@ public:
     bool Next();
 
     // A value of the current row. Columns that are not read are not decoded. Requires: Next() or MoveTo() was true.
-    void Read(int column, Value& value);
+    void Read(std::size_t column, Value& value);
 
     // The same where it stands, good until the query moves.
-    const Value& Get(int column);
+    const Value& Get(std::size_t column);
 
     // Whether the rows can be kept as images: bytes from which any value but memos and OLE values can be read later,
     // wherever the query has gone.
@@ -98,7 +98,7 @@ public:
 
     // Reads from an image, which must stay as it is from the first call to the last.
     void ShowImage(std::span<const std::uint8_t> image) const;
-    void ReadImage(int column, Value& value) const;
+    void ReadImage(std::size_t column, Value& value) const;
 
     // Whether Next() finds a row, or the end, by looking at few rows.
     bool NextIsCheap() const;
@@ -111,10 +111,10 @@ public:
 
     // True when each row of one table is in one row of the result at most, so that it can be edited through Row(): of
     // the only table, or of the many side of a join.
-    bool Updatable() const { return EditableTable() >= 0; }
+    bool Updatable() const { return EditableTable() != kNoPosition; }
 
-    // That table, in Tables(); -1 when there is none.
-    int EditableTable() const;
+    // That table, in Tables(); kNoPosition when there is none.
+    std::size_t EditableTable() const;
 
     // Identifies its current row (see RowIdentity), and whether that stays the same when columns other than its key
     // change. Requires: Updatable().
@@ -123,7 +123,7 @@ public:
 
     // The current row's place in one of Tables(); RowId{} where an outer join found none. Requires: Next() or MoveTo()
     // was true, and the query neither groups nor unites.
-    RowId Row(int table = 0) const;
+    RowId Row(std::size_t table = 0) const;
 
     // Goes to a row of the editable table, and the rows of others that belong to it, without regard to the query's
     // conditions and order; Next() has no meaning any more. False when that row no longer exists. Requires:

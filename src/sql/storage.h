@@ -28,7 +28,7 @@ using qmtrain::Column;
 using qmtrain::ColumnType;
 
 struct IndexColumn {
-    int column = 0;  // position in Table::Columns()
+    std::size_t column = 0;  // position in Table::Columns()
     bool descending = false;
 };
 
@@ -75,7 +75,7 @@ public:
     virtual void Scan() = 0;
 
     // Starts over the rows of a key range in the order of the index. Requires: Table::CanSeek for the values in it.
-    virtual void Range(int index, const KeyRange& range, bool backwards = false) = 0;
+    virtual void Range(std::size_t index, const KeyRange& range, bool backwards = false) = 0;
 
     // Moves to the next row; false at the end.
     virtual bool Next() = 0;
@@ -92,7 +92,7 @@ public:
 
     // Requires: the cursor stands on a row.
     virtual RowId Row() const = 0;
-    virtual void Read(int column, Value& value) = 0;
+    virtual void Read(std::size_t column, Value& value) = 0;
 
     // Announces a return to the current row as it is now: a table on a server keeps it rather than ask again.
     virtual void Keep() {}
@@ -102,7 +102,7 @@ public:
 
     // A text that is stored with a byte for each of its characters, all below U+0100, as it stands there; nothing where
     // the value is another one or stored otherwise. Good until the cursor moves. Requires: as Read().
-    virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
+    virtual std::optional<std::string_view> NarrowText(std::size_t) { return std::nullopt; }
 
     // The row's bytes as they are stored, for Table::ShowImage. Requires: Table::HasImages().
     virtual std::span<const std::uint8_t> Image() { return {}; }
@@ -110,7 +110,7 @@ public:
 
 // A change of one column; the value has the column's type or is Null.
 struct Assignment {
-    int column = 0;
+    std::size_t column = 0;
     Value value;
 };
 
@@ -121,8 +121,8 @@ public:
     virtual const std::u16string& Name() const = 0;
     virtual const std::vector<Column>& Columns() const = 0;
     virtual const std::vector<Index>& Indexes() const = 0;
-    const Column& ColumnAt(int column) const { return Columns()[column]; }
-    const Index& IndexAt(int index) const { return Indexes()[index]; }
+    const Column& ColumnAt(std::size_t column) const { return Columns()[column]; }
+    const Index& IndexAt(std::size_t index) const { return Indexes()[index]; }
 
     // Whether its rows can be told apart and changed one by one.
     virtual bool IsUpdatable() const { return true; }
@@ -141,10 +141,10 @@ public:
     virtual std::int64_t EstimatedRows() { return RowCount(); }
 
     // About how many rows have keys in the range, by a look at the index. Requires: CanSeek for the values in it.
-    virtual double EstimatedRows(int index, const KeyRange& range) = 0;
+    virtual double EstimatedRows(std::size_t index, const KeyRange& range) = 0;
 
     // About how many different keys an index has; 0 when that is unknown.
-    virtual double DistinctKeys(int) { return 0; }
+    virtual double DistinctKeys(std::size_t) { return 0; }
 
     virtual std::unique_ptr<Cursor> OpenCursor() = 0;
 
@@ -153,21 +153,21 @@ public:
 
     // The image to read from; it must stay as it is meanwhile.
     virtual void ShowImage(std::span<const std::uint8_t>) {}
-    virtual void ReadImage(int, Value&) const {}
+    virtual void ReadImage(std::size_t, Value&) const {}
 
     // Whether the rows that are equal to these values, of the first columns of an index, are found in it: false where a
     // text's place is not known.
-    virtual bool CanSeek(int index, std::span<const Value> values) const = 0;
+    virtual bool CanSeek(std::size_t index, std::span<const Value> values) const = 0;
 
     // Whether an index has its first columns in the order in which statements compare them: only then is a range of
     // values a range of keys.
-    virtual bool InOrder(int index, std::size_t columns) const = 0;
+    virtual bool InOrder(std::size_t index, std::size_t columns) const = 0;
 
     // Whether the values of this column can be had from the index without visiting the rows: cheaper, no more.
-    virtual bool HoldsValues(int, std::size_t) const { return false; }
+    virtual bool HoldsValues(std::size_t, std::size_t) const { return false; }
 
     // Whether an index has texts of this column with the same beginning beside each other.
-    virtual bool HasPrefixes(int index, std::size_t column) const = 0;
+    virtual bool HasPrefixes(std::size_t index, std::size_t column) const = 0;
 
     // One value per column, of the column's type, Null, or Empty for "not given" (an autonumber column numbers itself,
     // everything else becomes Null: defaults are filled in by the executor). Raises DuplicateKey, FieldRequired and
@@ -200,7 +200,7 @@ public:
 // REFERENCES in a table definition.
 struct Reference {
     std::u16string name;  // empty: the catalogue makes one up
-    std::vector<int> columns;
+    std::vector<std::size_t> columns;
     std::u16string table;
     std::vector<std::u16string> referenced_columns;  // empty: the primary key
     bool cascade_update = false;

@@ -195,7 +195,7 @@ private:
             std::vector<ColumnChange> changes;
             for (std::size_t i = 1; i < table->Definition().columns.size(); ++i) {
                 if (Pick(3) != 0) continue;
-                changes.push_back({static_cast<int>(i), RandomValue(table->Definition().columns[i])});
+                changes.push_back({i, RandomValue(table->Definition().columns[i])});
                 model_[where][i] = changes.back().value;
             }
             table->Update(where, changes);

@@ -100,7 +100,7 @@ std::vector<std::string> OurRows(Catalog& catalog, const std::string& sql) {
     while (query->Next()) {
         std::string row;
         for (std::size_t i = 0; i < query->Columns().size(); ++i) {
-            query->Read(static_cast<int>(i), value);
+            query->Read(i, value);
             if (value.IsNull())
                 row += "Null|";
             else if (value.IsText())

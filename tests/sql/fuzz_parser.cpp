@@ -24,7 +24,7 @@ void Execute(MemoryCatalog& catalog, std::u16string_view text) {
         const auto query = Open(catalog, statement);
         Value value;
         for (int rows = 0; rows < 50 && query->Next(); ++rows) {
-            for (std::size_t i = 0; i < query->Columns().size(); ++i) query->Read(static_cast<int>(i), value);
+            for (std::size_t i = 0; i < query->Columns().size(); ++i) query->Read(i, value);
         }
     }
 }

@@ -46,7 +46,7 @@ public:
         limit_ = table_.rows_.size();
     }
 
-    void Range(int index, const KeyRange& range, bool backwards) override {
+    void Range(std::size_t index, const KeyRange& range, bool backwards) override {
         ++table_.reads.ranges;
         in_range_ = true;
         place_ = 0;
@@ -76,7 +76,7 @@ public:
 
     RowId Row() const override { return {static_cast<std::uint32_t>(row_)}; }
 
-    void Read(int column, Value& value) override {
+    void Read(std::size_t column, Value& value) override {
         ++table_.reads.values;
         value = (*table_.rows_[row_ - 1])[column];
     }
@@ -115,7 +115,7 @@ MemoryTable::Entries MemoryTable::MakeEntries(const Index& index) const {
     return Entries(less);
 }
 
-std::vector<std::uint32_t> MemoryTable::RowsOf(int index, const KeyRange& range) const {
+std::vector<std::uint32_t> MemoryTable::RowsOf(std::size_t index, const KeyRange& range) const {
     std::vector<std::uint32_t> rows;
     const auto& entries = entries_[index];
     const auto& order = entries.key_comp();
@@ -144,11 +144,11 @@ std::vector<std::uint32_t> MemoryTable::RowsOf(int index, const KeyRange& range)
     return rows;
 }
 
-double MemoryTable::EstimatedRows(int index, const KeyRange& range) {
+double MemoryTable::EstimatedRows(std::size_t index, const KeyRange& range) {
     return static_cast<double>(RowsOf(index, range).size());
 }
 
-double MemoryTable::DistinctKeys(int index) {
+double MemoryTable::DistinctKeys(std::size_t index) {
     const auto& entries = entries_[index];
     double keys = 0;
     const Entry* last = nullptr;
@@ -163,7 +163,7 @@ std::unique_ptr<Cursor> MemoryTable::OpenCursor() {
     return std::make_unique<MemoryCursor>(*this);
 }
 
-bool MemoryTable::CanSeek(int index, std::span<const Value> values) const {
+bool MemoryTable::CanSeek(std::size_t index, std::span<const Value> values) const {
     return seeks_ && values.size() <= schema_.indexes[index].columns.size();
 }
 

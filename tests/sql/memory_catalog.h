@@ -31,12 +31,12 @@ public:
     const std::vector<Index>& Indexes() const override { return schema_.indexes; }
     std::int64_t RowCount() override { return count_; }
     std::int64_t EstimatedRows() override { return count_; }
-    double EstimatedRows(int index, const KeyRange& range) override;
-    double DistinctKeys(int index) override;
+    double EstimatedRows(std::size_t index, const KeyRange& range) override;
+    double DistinctKeys(std::size_t index) override;
     std::unique_ptr<Cursor> OpenCursor() override;
-    bool InOrder(int, std::size_t) const override { return seeks_; }
-    bool HasPrefixes(int, std::size_t) const override { return seeks_; }
-    bool CanSeek(int index, std::span<const Value> values) const override;
+    bool InOrder(std::size_t, std::size_t) const override { return seeks_; }
+    bool HasPrefixes(std::size_t, std::size_t) const override { return seeks_; }
+    bool CanSeek(std::size_t index, std::span<const Value> values) const override;
     RowId Insert(std::span<const Value> values) override;
     void Update(RowId row, std::span<const Assignment> changes) override;
     void Delete(RowId row) override;
@@ -70,7 +70,7 @@ private:
     };
     using Entries = std::set<Entry, EntryLess>;
 
-    std::vector<std::uint32_t> RowsOf(int index, const KeyRange& range) const;
+    std::vector<std::uint32_t> RowsOf(std::size_t index, const KeyRange& range) const;
     std::optional<Entry> MakeEntry(std::size_t index, std::uint32_t row) const;
     void CheckRow(const Row& row) const;
     void AddEntries(std::uint32_t row);

@@ -24,8 +24,10 @@ protected:
         std::string text;
         for (const OutputColumn& column : query.Columns()) {
             text += ToUtf8(column.name) + ":" + std::to_string(static_cast<int>(column.type)) + ":" +
-                    std::to_string(column.size) + "@" + std::to_string(column.table) + "." +
-                    std::to_string(column.column) + " ";
+                    std::to_string(column.size);
+            const bool plain = column.table != kNoPosition || column.column != kNoPosition;
+            if (plain) text += "@" + std::to_string(column.table) + "." + std::to_string(column.column);
+            text += " ";
         }
         return text;
     }
@@ -41,13 +43,12 @@ TEST_F(Queries, DescribeTheirColumns) {
     EXPECT_EQ(Describe(*Open("SELECT id, NAME AS N, Price, Size FROM T")),
               "ID:3:0@0.0 N:9:12@0.1 Price:4:0@0.2 Size:13:0@0.3 ");
     EXPECT_EQ(Describe(*Open("SELECT ID + 1, Name & 'x', Count FROM (SELECT ID, Name, 1.5 AS [Count] FROM T) AS Q")),
-              "Expr1000:3:0@-1.-1 Expr1001:9:255@-1.-1 Count:6:0@-1.-1 ");
+              "Expr1000:3:0 Expr1001:9:255 Count:6:0 ");
     EXPECT_EQ(Describe(*Open("SELECT * FROM T, U")),
               "T.ID:3:0@0.0 Name:9:12@0.1 Price:4:0@0.2 Size:13:0@0.3 U.ID:3:0@1.0 Body:11:0@1.1 ");
     EXPECT_EQ(Describe(*Open("SELECT Name, Count(*) AS C, Sum(Price), Sum(ID), Max(Name) FROM T GROUP BY Name")),
-              "Name:9:12@-1.-1 C:3:0@-1.-1 Expr1002:4:0@-1.-1 Expr1003:6:0@-1.-1 Expr1004:9:12@-1.-1 ");
-    EXPECT_EQ(Describe(*Open("SELECT ID, Name FROM T UNION ALL SELECT 1.5, Body FROM U")),
-              "ID:6:0@-1.-1 Name:11:0@-1.-1 ");
+              "Name:9:12 C:3:0 Expr1002:4:0 Expr1003:6:0 Expr1004:9:12 ");
+    EXPECT_EQ(Describe(*Open("SELECT ID, Name FROM T UNION ALL SELECT 1.5, Body FROM U")), "ID:6:0 Name:11:0 ");
 }
 
 TEST_F(Queries, AreUpdatableWhenARowIsARow) {

@@ -14,7 +14,7 @@ std::int64_t RunOne(Catalog& catalog, const Statement& statement) {
     const auto query = Open(catalog, statement);
     Value value;
     while (query->Next()) {
-        for (std::size_t i = 0; i < query->Columns().size(); ++i) query->Read(static_cast<int>(i), value);
+        for (std::size_t i = 0; i < query->Columns().size(); ++i) query->Read(i, value);
     }
     return 0;
 }
@@ -40,7 +40,7 @@ std::vector<std::string> Rows(Catalog& catalog, std::string_view sql) {
     while (query->Next()) {
         std::string row;
         for (std::size_t i = 0; i < query->Columns().size(); ++i) {
-            query->Read(static_cast<int>(i), value);
+            query->Read(i, value);
             row += (i > 0 ? " | " : "") + Show(value);
         }
         rows.push_back(std::move(row));

@@ -66,7 +66,7 @@ void SqlRunner::PrintRows(const sql::Statement& statement) {
     writer_.Begin(names);
     std::vector<Value> row(names.size());
     while (query->Next()) {
-        for (std::size_t i = 0; i < row.size(); ++i) query->Read(static_cast<int>(i), row[i]);
+        for (std::size_t i = 0; i < row.size(); ++i) query->Read(i, row[i]);
         writer_.Row(row);
         output_.Breathe();
     }

@@ -131,7 +131,7 @@ std::unique_ptr<Plan> BindCrosstab(BindContext& context, const ast::Select& sele
         const PlanOutput& from = i < own ? rows->outputs[i] : cells->outputs[groups + 1];
         OutputColumn& column = plan->outputs[i].column;
         column = from.column;
-        column.table = column.column = -1;
+        column.table = column.column = kNoPosition;
         if (i >= own) column.name = headings[i - own].IsNull() ? u"<>" : ToText(headings[i - own]);
         infos.push_back({column.name, from.expression->Type(), DataTypeOf(column)});
     }

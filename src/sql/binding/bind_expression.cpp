@@ -58,7 +58,7 @@ ExpressionPtr ExpressionBinder::BindGroupKey(const ast::Expression& expression) 
     if (grouping.key_texts.empty()) return nullptr;
     const auto key = std::ranges::find(grouping.key_texts, scope_.CanonicalText(expression));
     if (key == grouping.key_texts.end()) return nullptr;
-    return std::make_unique<SlotExpression>(*grouping.output, static_cast<int>(key - grouping.key_texts.begin()));
+    return std::make_unique<SlotExpression>(*grouping.output, key - grouping.key_texts.begin());
 }
 
 ExpressionPtr ExpressionBinder::BindColumn(const ast::ColumnName& name) {
@@ -99,7 +99,7 @@ ExpressionPtr ExpressionBinder::BindOuterColumn(const ast::ColumnName& name) {
         const auto& texts = scope->grouping->key_texts;
         const auto key = std::ranges::find(texts, Scope::CanonicalColumn(match));
         if (key == texts.end()) Raise(ErrorNumber::AggregateMissing, {name.name});
-        return std::make_unique<SlotExpression>(*scope->grouping->output, static_cast<int>(key - texts.begin()));
+        return std::make_unique<SlotExpression>(*scope->grouping->output, key - texts.begin());
     }
     return nullptr;
 }
@@ -139,11 +139,11 @@ ExpressionPtr ExpressionBinder::BindAggregate(const ast::Call& call, AggregateKi
     if (call.star && kind != AggregateKind::Count) Raise(ErrorNumber::SyntaxInExpression, {call.name});
     if (!call.star && call.arguments.size() != 1) Raise(ErrorNumber::ArgumentCount, {call.name});
 
-    const int first = static_cast<int>(grouping->key_texts.size());
+    const std::size_t first = grouping->key_texts.size();
     const std::u16string text = scope_.CanonicalText(call);
     const auto known = std::ranges::find(grouping->aggregate_texts, text);
     if (known != grouping->aggregate_texts.end()) {
-        const auto number = static_cast<int>(known - grouping->aggregate_texts.begin());
+        const std::size_t number = known - grouping->aggregate_texts.begin();
         return std::make_unique<SlotExpression>(*grouping->output, first + number);
     }
 
@@ -159,7 +159,7 @@ ExpressionPtr ExpressionBinder::BindAggregate(const ast::Call& call, AggregateKi
     const Aggregate aggregate(call.star ? AggregateKind::CountRows : kind, argument);
     grouping->aggregates.push_back(aggregate);
     grouping->aggregate_texts.push_back(text);
-    const int column = grouping->output->AddColumn({{}, aggregate.ResultType(), aggregate.ResultDataType()});
+    const std::size_t column = grouping->output->AddColumn({{}, aggregate.ResultType(), aggregate.ResultDataType()});
     return std::make_unique<SlotExpression>(*grouping->output, column);
 }
 

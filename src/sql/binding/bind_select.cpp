@@ -174,7 +174,7 @@ private:
             const auto& sources = plan_->table_sources;
             const auto place = std::ranges::find(sources, &column->GetSource());
             if (place == sources.end()) continue;
-            output.column.table = static_cast<int>(place - sources.begin());
+            output.column.table = place - sources.begin();
             output.column.column = column->GetColumn();
         }
         QualifyDuplicates();

@@ -20,7 +20,7 @@ public:
         auto plan = std::make_unique<Plan>();
         for (const auto& part : parts_) plan->correlated = plan->correlated || part->correlated;
         auto source = std::make_unique<UnionSource>(std::move(parts_), Columns());
-        plan->root = std::make_unique<UnionRows>(*source, DistinctUntil());
+        plan->root = std::make_unique<UnionRows>(*source, DistinctParts());
         AddOutputs(*plan, *source);
         AddOrder(*plan, *source);
         plan->sources.push_back(std::move(source));
@@ -78,11 +78,11 @@ private:
 
     std::vector<ColumnInfo> Columns() { return std::move(columns_); }
 
-    int DistinctUntil() const {
+    std::size_t DistinctParts() const {
         for (std::size_t i = select_.parts.size(); i-- > 1;) {
-            if (!select_.parts[i].union_all) return static_cast<int>(i);
+            if (!select_.parts[i].union_all) return i + 1;
         }
-        return -1;
+        return 0;
     }
 
     static void AddOutputs(Plan& plan, UnionSource& source) {
@@ -106,7 +106,7 @@ private:
             Expression* key = ordinal ? plan.outputs[*ordinal].expression : plan.Own(binder.Bind(*item.expression));
             keys.push_back({key, item.descending});
         }
-        if (keys.empty() && DistinctUntil() == static_cast<int>(select_.parts.size()) - 1) {
+        if (keys.empty() && DistinctParts() == select_.parts.size()) {
             for (Expression* output : plan.OutputExpressions()) keys.push_back({output, false});
         }
         if (!keys.empty()) {

@@ -29,7 +29,7 @@ bool Scope::Find(const ast::ColumnName& name, Match& match) const {
         for (std::size_t c = 0; c < columns.size(); ++c) {
             if (!EqualNames(columns[c].name, name.name)) continue;
             if (found && match.entry != i) Raise(ErrorNumber::FieldNameAmbiguous, {name.name});
-            if (!found) match = {i, static_cast<int>(c)};
+            if (!found) match = {i, c};
             found = true;
         }
     }

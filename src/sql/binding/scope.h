@@ -45,7 +45,7 @@ public:
 
     struct Match {
         std::size_t entry = 0;
-        int column = 0;
+        std::size_t column = 0;
     };
 
     // Looks a column up in this scope alone; false when it is not there. Raises FieldNameAmbiguous.

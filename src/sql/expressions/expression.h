@@ -73,7 +73,7 @@ private:
 // A column of a source.
 class SlotExpression : public Expression {
 public:
-    SlotExpression(Source& source, int column)
+    SlotExpression(Source& source, std::size_t column)
         : Expression(source.ColumnAt(column).type), source_(source), slot_(source.SlotFor(column)), column_(column) {}
 
     const Value& Evaluate() override { return source_.Get(slot_); }
@@ -83,12 +83,12 @@ public:
     const SlotExpression* AsColumn() const override { return this; }
 
     Source& GetSource() const { return source_; }
-    int GetColumn() const { return column_; }
+    std::size_t GetColumn() const { return column_; }
 
 private:
     Source& source_;
-    int slot_;
-    int column_;
+    std::size_t slot_;
+    std::size_t column_;
 };
 
 // A column of that source, or null when the expression is something else or missing.

@@ -20,7 +20,7 @@ bool IdentifiesRows(const Table& table, const Index& index) {
 }  // namespace
 
 RowIdentity::RowIdentity(const Table& table)
-    : by_place_(table.IsRemote()), has_images_(table.HasImages()), width_(static_cast<int>(table.Columns().size())) {
+    : by_place_(table.IsRemote()), has_images_(table.HasImages()), width_(table.Columns().size()) {
     const Index* chosen = nullptr;
     for (const Index& index : table.Indexes()) {
         if (IdentifiesRows(table, index) && (chosen == nullptr || index.primary)) chosen = &index;
@@ -36,8 +36,8 @@ std::uint64_t RowIdentity::Of(Cursor& cursor) {
         const std::span<const std::uint8_t> image = cursor.Image();
         identity = HashBytes(image.data(), image.size());
     } else {
-        const int count = columns_.empty() ? width_ : static_cast<int>(columns_.size());
-        for (int i = 0; i < count; ++i) {
+        const std::size_t count = columns_.empty() ? width_ : columns_.size();
+        for (std::size_t i = 0; i < count; ++i) {
             cursor.Read(columns_.empty() ? i : columns_[i], value_);
             identity = std::rotl(identity, 25) ^ HashOf(value_);
         }

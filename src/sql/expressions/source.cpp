@@ -4,14 +4,14 @@
 
 namespace qmtrain::sql {
 
-int Source::SlotFor(int column) {
+std::size_t Source::SlotFor(std::size_t column) {
     if (slot_of_column_.size() < infos_.size()) {
-        slot_of_column_.resize(infos_.size(), -1);
+        slot_of_column_.resize(infos_.size(), kNoPosition);
         columns_.reserve(infos_.size());
     }
-    int& slot = slot_of_column_[column];
-    if (slot < 0) {
-        slot = static_cast<int>(columns_.size());
+    std::size_t& slot = slot_of_column_[column];
+    if (slot == kNoPosition) {
+        slot = columns_.size();
         columns_.push_back(column);
     }
     return slot;
@@ -66,7 +66,7 @@ std::uint64_t TableSource::Identity() {
 }
 
 bool TableSource::IsLong(std::size_t slot) const {
-    const ColumnType type = infos_[ColumnOfSlot(static_cast<int>(slot))].data_type.type;
+    const ColumnType type = infos_[ColumnOfSlot(slot)].data_type.type;
     return IsLongValue(type);
 }
 
@@ -77,7 +77,7 @@ RowHandle TableSource::Keep() {
     if (!keep_values_) return cursor_->Row().value;
     Value* row = kept_.Add();
     for (std::size_t slot = 0; slot < SlotCount(); ++slot) {
-        if (!IsLong(slot)) row[slot] = Get(static_cast<int>(slot));
+        if (!IsLong(slot)) row[slot] = Get(slot);
     }
     kept_ids_.push_back(cursor_->Row());
     return static_cast<RowHandle>(kept_ids_.size());
@@ -107,12 +107,12 @@ void TableSource::Forget() {
 }
 
 // A value that has been read already is there as it is.
-std::optional<std::string_view> TableSource::NarrowText(int slot) {
+std::optional<std::string_view> TableSource::NarrowText(std::size_t slot) {
     if (IsNullRow() || current_ != 0 || stamps_[slot] == stamp_) return std::nullopt;
     return cursor_->NarrowText(ColumnOfSlot(slot));
 }
 
-const Value& TableSource::Load(int slot) {
+const Value& TableSource::Load(std::size_t slot) {
     const std::size_t place = slot;
     if (current_ != 0 && !IsLong(place)) return kept_.At(current_ - 1)[place];
     return stamps_[place] == stamp_ ? values_[place] : Read(place);
@@ -123,7 +123,7 @@ const Value& TableSource::Read(std::size_t slot) {
     if (current_ != 0 && !(cursor_->MoveTo(kept_ids_[current_ - 1])))
         value = Null{};
     else
-        cursor_->Read(ColumnOfSlot(static_cast<int>(slot)), value);
+        cursor_->Read(ColumnOfSlot(slot), value);
     stamps_[slot] = stamp_;
     if (BytesBeside(value) > kLongText) {
         std::size_t bytes = 0;
@@ -139,9 +139,9 @@ RowsSource::RowsSource(const std::vector<ColumnInfo>& columns) {
     for (const ColumnInfo& column : columns) AddColumn(column);
 }
 
-int RowsSource::AddColumn(const ColumnInfo& column) {
+std::size_t RowsSource::AddColumn(const ColumnInfo& column) {
     infos_.push_back(column);
-    return SlotFor(static_cast<int>(infos_.size()) - 1);
+    return SlotFor(infos_.size() - 1);
 }
 
 void RowsSource::Clear() {
@@ -159,7 +159,7 @@ bool RowsSource::Restore(RowHandle handle) {
     return true;
 }
 
-const Value& RowsSource::Load(int) {
+const Value& RowsSource::Load(std::size_t) {
     static const Value kNone = Null{};
     return kNone;
 }

@@ -28,18 +28,18 @@ public:
     virtual ~Source() = default;
 
     const std::vector<ColumnInfo>& Columns() const { return infos_; }
-    const ColumnInfo& ColumnAt(int column) const { return infos_[column]; }
+    const ColumnInfo& ColumnAt(std::size_t column) const { return infos_[column]; }
 
     // The slot of a column, made when there is none yet. Only while the query is being bound.
-    int SlotFor(int column);
-    int ColumnOfSlot(int slot) const { return columns_[slot]; }
+    std::size_t SlotFor(std::size_t column);
+    std::size_t ColumnOfSlot(std::size_t slot) const { return columns_[slot]; }
     std::size_t SlotCount() const { return columns_.size(); }
 
     // A slot's value in the current row, valid until the source moves.
-    const Value& Get(int slot) { return complete_ ? row_[slot] : Load(slot); }
+    const Value& Get(std::size_t slot) { return complete_ ? row_[slot] : Load(slot); }
 
     // The same for a text that can be looked at where it is stored, see Cursor::NarrowText.
-    virtual std::optional<std::string_view> NarrowText(int) { return std::nullopt; }
+    virtual std::optional<std::string_view> NarrowText(std::size_t) { return std::nullopt; }
 
     // A handle of the current row, valid until Forget().
     virtual RowHandle Keep() = 0;
@@ -56,7 +56,7 @@ public:
 
 protected:
     // A slot of a row that is not wholly in `row_`.
-    virtual const Value& Load(int slot) = 0;
+    virtual const Value& Load(std::size_t slot) = 0;
 
     // `row` has a value for each slot.
     void Show(const Value* row) {
@@ -72,8 +72,8 @@ protected:
     std::vector<ColumnInfo> infos_;
 
 private:
-    std::vector<int> columns_;         // of the slots
-    std::vector<int> slot_of_column_;  // -1 where there is none
+    std::vector<std::size_t> columns_;         // of the slots
+    std::vector<std::size_t> slot_of_column_;  // kNoPosition where there is none
     std::vector<Value> nulls_;
     const Value* row_ = nullptr;
     bool complete_ = false;
@@ -114,13 +114,13 @@ public:
     void KeepValues() { keep_values_ = true; }
     bool KeepsValues() const { return keep_values_; }
 
-    std::optional<std::string_view> NarrowText(int slot) override;
+    std::optional<std::string_view> NarrowText(std::size_t slot) override;
     RowHandle Keep() override;
     bool Restore(RowHandle handle) override;
     void Forget() override;
 
 protected:
-    const Value& Load(int slot) override;
+    const Value& Load(std::size_t slot) override;
 
 private:
     bool IsLong(std::size_t slot) const;
@@ -150,7 +150,7 @@ public:
     explicit RowsSource(const std::vector<ColumnInfo>& columns);
 
     // Adds a column while the query is being bound; returns its slot.
-    int AddColumn(const ColumnInfo& column);
+    std::size_t AddColumn(const ColumnInfo& column);
 
     RowBuffer& Rows() { return rows_; }
     void Clear();
@@ -159,7 +159,7 @@ public:
     bool Restore(RowHandle handle) override;
 
 protected:
-    const Value& Load(int slot) override;
+    const Value& Load(std::size_t slot) override;
 
 private:
     RowBuffer rows_;

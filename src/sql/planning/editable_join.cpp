@@ -24,7 +24,7 @@ public:
         for (std::size_t table = 0; table < sources_.size(); ++table) {
             if (Contains(nullable_, SourceSet{1} << table)) continue;
             std::vector<RowLookup> lookups;
-            if (ReachAll(table, lookups)) return {static_cast<int>(table), std::move(lookups)};
+            if (ReachAll(table, lookups)) return {table, std::move(lookups)};
         }
         return {};
     }
@@ -80,12 +80,13 @@ private:
             }
             if (keys.size() != indexes[i].columns.size()) continue;
             const bool outer = Contains(nullable_, SourceSet{1} << table);
-            return RowLookup(source, static_cast<int>(i), std::move(keys), outer);
+            return RowLookup(source, i, std::move(keys), outer);
         }
         return std::nullopt;
     }
 
-    const SlotExpression* EqualTo(const TableSource& source, int column, const std::vector<bool>& reached) const {
+    const SlotExpression* EqualTo(const TableSource& source, std::size_t column,
+                                  const std::vector<bool>& reached) const {
         const auto fits = [&](const SlotExpression* own, const SlotExpression* other) {
             return &own->GetSource() == &source && own->GetColumn() == column && IsReached(*other, reached) &&
                    own->Type() == other->Type() && own->GetDataType().scale == other->GetDataType().scale;

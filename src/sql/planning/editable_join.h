@@ -11,7 +11,7 @@
 namespace qmtrain::sql {
 
 struct EditableJoin {
-    int table = -1;  // the many side, in the order of the sources; -1: the join cannot be edited
+    std::size_t table = kNoPosition;  // the many side, in the order of the sources; none: the join cannot be edited
     std::vector<RowLookup> lookups;
 };
 

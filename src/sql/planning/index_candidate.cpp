@@ -19,7 +19,7 @@ bool IsLiteral(const Expression* expression) {
 }
 
 // Whether every key of the column is the value itself, and compares as it does.
-bool HasExactKeys(const Table& table, int index, std::size_t place) {
+bool HasExactKeys(const Table& table, std::size_t index, std::size_t place) {
     const IndexColumn& key = table.IndexAt(index).columns[place];
     switch (table.ColumnAt(key.column).type) {
         case ColumnType::Byte:
@@ -34,7 +34,7 @@ bool HasExactKeys(const Table& table, int index, std::size_t place) {
 }
 
 // Whether a range of the column's values is a range of its keys.
-bool HasRanges(const Table& table, int index, std::size_t place) {
+bool HasRanges(const Table& table, std::size_t index, std::size_t place) {
     const IndexColumn& key = table.IndexAt(index).columns[place];
     switch (table.ColumnAt(key.column).type) {
         case ColumnType::Boolean:  // too few values to be worth while
@@ -47,13 +47,13 @@ bool HasRanges(const Table& table, int index, std::size_t place) {
 
 }  // namespace
 
-IndexCandidate IndexCandidates::Make(int number, const Conjuncts& conjuncts) const {
+IndexCandidate IndexCandidates::Make(std::size_t number, const Conjuncts& conjuncts) const {
     const Index& index = table_.IndexAt(number);
     IndexCandidate candidate;
     candidate.access.index = number;
     std::size_t place = 0;
     for (; place < index.columns.size(); ++place) {
-        const int column = index.columns[place].column;
+        const std::size_t column = index.columns[place].column;
         const Comparison* equality = Find(conjuncts, column, BinaryOperator::Equal, BinaryOperator::Equal);
         if (equality != nullptr) {
             candidate.access.equal.push_back(equality->other.expression);
@@ -64,7 +64,7 @@ IndexCandidate IndexCandidates::Make(int number, const Conjuncts& conjuncts) con
         const Conjunct* list = candidate.access.list == nullptr ? FindList(conjuncts, column) : nullptr;
         if (list == nullptr) break;
         candidate.access.list = list->membership.list;
-        candidate.access.list_at = static_cast<int>(place);
+        candidate.access.list_at = place;
         candidate.access.equal.push_back(nullptr);
         if (HasExactKeys(table_, number, place)) candidate.answered_lists.push_back(list);
     }
@@ -74,12 +74,12 @@ IndexCandidate IndexCandidates::Make(int number, const Conjuncts& conjuncts) con
     return candidate;
 }
 
-bool IndexCandidates::IsColumn(const Operand& subject, int column) const {
+bool IndexCandidates::IsColumn(const Operand& subject, std::size_t column) const {
     const SlotExpression* slot = AsColumnOf(subject.expression, source_);
     return slot != nullptr && slot->GetColumn() == column;
 }
 
-const Comparison* IndexCandidates::Find(const Conjuncts& conjuncts, int column, BinaryOperator op,
+const Comparison* IndexCandidates::Find(const Conjuncts& conjuncts, std::size_t column, BinaryOperator op,
                                         BinaryOperator other_op) const {
     for (const Conjunct* conjunct : conjuncts) {
         for (const Comparison& comparison : conjunct->comparisons) {
@@ -90,7 +90,7 @@ const Comparison* IndexCandidates::Find(const Conjuncts& conjuncts, int column, 
     return nullptr;
 }
 
-const Conjunct* IndexCandidates::FindList(const Conjuncts& conjuncts, int column) const {
+const Conjunct* IndexCandidates::FindList(const Conjuncts& conjuncts, std::size_t column) const {
     for (const Conjunct* conjunct : conjuncts) {
         const Membership& membership = conjunct->membership;
         if (membership.list == nullptr || !Contains(available_, membership.sources)) continue;
@@ -99,7 +99,7 @@ const Conjunct* IndexCandidates::FindList(const Conjuncts& conjuncts, int column
     return nullptr;
 }
 
-const Conjunct* IndexCandidates::FindPattern(const Conjuncts& conjuncts, int column) const {
+const Conjunct* IndexCandidates::FindPattern(const Conjuncts& conjuncts, std::size_t column) const {
     for (const Conjunct* conjunct : conjuncts) {
         if (conjunct->liked.expression == nullptr || !IsUsable(conjunct->pattern)) continue;
         if (IsColumn(conjunct->liked, column)) return conjunct;
@@ -107,9 +107,9 @@ const Conjunct* IndexCandidates::FindPattern(const Conjuncts& conjuncts, int col
     return nullptr;
 }
 
-void IndexCandidates::AddEnds(int number, std::size_t place, const Conjuncts& conjuncts,
+void IndexCandidates::AddEnds(std::size_t number, std::size_t place, const Conjuncts& conjuncts,
                               IndexCandidate& candidate) const {
-    const int column = table_.IndexAt(number).columns[place].column;
+    const std::size_t column = table_.IndexAt(number).columns[place].column;
     IndexAccess& access = candidate.access;
     const Comparison* low = Find(conjuncts, column, BinaryOperator::Greater, BinaryOperator::GreaterEqual);
     const Comparison* high = Find(conjuncts, column, BinaryOperator::Less, BinaryOperator::LessEqual);
@@ -153,7 +153,7 @@ double IndexCandidates::Estimate(const IndexCandidate& candidate) const {
 }
 
 // The definition says how many keys there are; a part of a key has fewer.
-double IndexCandidates::MatchesOfKey(int index, std::size_t columns,
+double IndexCandidates::MatchesOfKey(std::size_t index, std::size_t columns,
                                      const std::vector<const Comparison*>& equalities) const {
     const double keys = table_.DistinctKeys(index);
     if (keys < 1) return ExpectedMatches(source_, equalities);

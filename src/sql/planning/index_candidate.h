@@ -25,18 +25,18 @@ public:
         : source_(source), table_(*source.GetTable()), available_(available), all_rows_(all_rows) {}
 
     // The path by that index, with the conditions that it can use.
-    IndexCandidate Make(int number, const Conjuncts& conjuncts) const;
+    IndexCandidate Make(std::size_t number, const Conjuncts& conjuncts) const;
 
 private:
     bool IsUsable(const Operand& other) const { return Contains(available_, other.sources); }
-    bool IsColumn(const Operand& subject, int column) const;
-    const Comparison* Find(const Conjuncts& conjuncts, int column, ast::BinaryOperator op,
+    bool IsColumn(const Operand& subject, std::size_t column) const;
+    const Comparison* Find(const Conjuncts& conjuncts, std::size_t column, ast::BinaryOperator op,
                            ast::BinaryOperator other_op) const;
-    const Conjunct* FindList(const Conjuncts& conjuncts, int column) const;
-    const Conjunct* FindPattern(const Conjuncts& conjuncts, int column) const;
-    void AddEnds(int number, std::size_t place, const Conjuncts& conjuncts, IndexCandidate& candidate) const;
+    const Conjunct* FindList(const Conjuncts& conjuncts, std::size_t column) const;
+    const Conjunct* FindPattern(const Conjuncts& conjuncts, std::size_t column) const;
+    void AddEnds(std::size_t number, std::size_t place, const Conjuncts& conjuncts, IndexCandidate& candidate) const;
     double Estimate(const IndexCandidate& candidate) const;
-    double MatchesOfKey(int index, std::size_t columns, const std::vector<const Comparison*>& equalities) const;
+    double MatchesOfKey(std::size_t index, std::size_t columns, const std::vector<const Comparison*>& equalities) const;
 
     TableSource& source_;
     Table& table_;

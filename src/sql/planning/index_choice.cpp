@@ -29,7 +29,7 @@ public:
         best_.cost = all_rows_ + SortCost(all_rows_ * Share(conjuncts, nullptr));
         if (wish_.count && conjuncts.empty()) best_.cost = 0;
         for (std::size_t i = 0; i < table_.Indexes().size(); ++i) {
-            IndexCandidate candidate = candidates_.Make(static_cast<int>(i), conjuncts);
+            IndexCandidate candidate = candidates_.Make(i, conjuncts);
             if (!CanUse(candidate)) continue;
             Consider(std::move(candidate), conjuncts);
         }
@@ -75,14 +75,14 @@ private:
     }
 
     // All columns that the statement looks at are in the index.
-    bool IsCovering(int number) const {
+    bool IsCovering(std::size_t number) const {
         const Index& index = table_.IndexAt(number);
         for (std::size_t slot = 0; slot < source_.SlotCount(); ++slot) {
-            const int column = source_.ColumnOfSlot(static_cast<int>(slot));
+            const std::size_t column = source_.ColumnOfSlot(slot);
             const auto key =
                 std::ranges::find_if(index.columns, [column](const IndexColumn& key) { return key.column == column; });
             if (key == index.columns.end()) return false;
-            if (!table_.HoldsValues(number, static_cast<std::size_t>(key - index.columns.begin()))) return false;
+            if (!table_.HoldsValues(number, key - index.columns.begin())) return false;
         }
         return true;
     }
@@ -97,8 +97,7 @@ private:
         // Several ranges come in the order of their keys if each is for one value.
         const bool has_ends = access.low.value != nullptr || access.high.value != nullptr || access.pattern != nullptr;
         if (access.list != nullptr && has_ends) return false;
-        const std::size_t fixed =
-            access.list != nullptr ? static_cast<std::size_t>(access.list_at) : access.equal.size();
+        const std::size_t fixed = access.list != nullptr ? access.list_at : access.equal.size();
         std::size_t place = fixed;
         bool forwards = true;
         bool backwards = true;
@@ -119,7 +118,7 @@ private:
         return true;
     }
 
-    static bool IsFixed(const Index& index, std::size_t fixed, int column) {
+    static bool IsFixed(const Index& index, std::size_t fixed, std::size_t column) {
         const auto end = index.columns.begin() + fixed;
         return std::any_of(index.columns.begin(), end,
                            [column](const IndexColumn& key) { return key.column == column; });
@@ -187,7 +186,7 @@ private:
             conditions.insert(conditions.end(), around.begin(), around.end());
             std::optional<IndexCandidate> best;
             for (std::size_t i = 0; i < table_.Indexes().size(); ++i) {
-                IndexCandidate candidate = candidates_.Make(static_cast<int>(i), conditions);
+                IndexCandidate candidate = candidates_.Make(i, conditions);
                 if (candidate.narrows && (!best || candidate.rows < best->rows)) best = std::move(candidate);
             }
             if (!best) return false;
@@ -220,7 +219,7 @@ private:
     // Single keys of one index are visited in its order.
     bool OrdersUnion(AccessPath& path) const {
         if (wish_.order.empty()) return false;
-        const int number = path.parts[0].index;
+        const std::size_t number = path.parts[0].index;
         for (const IndexAccess& part : path.parts) {
             const bool has_ends = part.low.value != nullptr || part.high.value != nullptr || part.pattern != nullptr;
             if (part.index != number || has_ends || part.equal.size() != path.parts[0].equal.size()) return false;

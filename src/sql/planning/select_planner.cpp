@@ -60,8 +60,8 @@ private:
             select_.grouped ? select_.aggregates.empty() && !select_.keys.empty() : select_.distinct;
         if (source == nullptr || !only_values || source->SlotCount() != 1) return;
         Table& table = *source->GetTable();
-        const int index = IndexOrderedBy(table, source->ColumnOfSlot(0));
-        if (index < 0 || table.IndexAt(index).ignore_nulls) return;
+        const std::size_t index = IndexOrderedBy(table, source->ColumnOfSlot(0));
+        if (index == kNoPosition || table.IndexAt(index).ignore_nulls) return;
         const double keys = table.DistinctKeys(index);
         if (keys < 1 || keys * kSeekCost > static_cast<double>(table.EstimatedRows())) return;
         plan_.root = std::make_unique<DistinctAccess>(*source, index);
@@ -170,7 +170,7 @@ private:
 
     void AddOrderAndTop() {
         for (std::size_t i = 0; select_.grouped && i < select_.keys.size(); ++i) {
-            group_keys_.push_back(plan_.Own(std::make_unique<SlotExpression>(*select_.groups, static_cast<int>(i))));
+            group_keys_.push_back(plan_.Own(std::make_unique<SlotExpression>(*select_.groups, i)));
         }
         const std::vector<SortKey> keys = SortKeys();
         const bool percent = select_.top && select_.top->percent;

@@ -6,7 +6,7 @@
 namespace qmtrain::sql {
 namespace {
 
-bool IsUniqueColumn(const Table& table, int column) {
+bool IsUniqueColumn(const Table& table, std::size_t column) {
     return std::ranges::any_of(table.Indexes(), [column](const Index& index) {
         return index.unique && index.columns.size() == 1 && index.columns[0].column == column;
     });

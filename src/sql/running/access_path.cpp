@@ -2,12 +2,11 @@
 
 namespace qmtrain::sql {
 
-int IndexOrderedBy(const Table& table, int column) {
+std::size_t IndexOrderedBy(const Table& table, std::size_t column) {
     for (std::size_t i = 0; i < table.Indexes().size(); ++i) {
-        if (table.Indexes()[i].columns[0].column == column && table.InOrder(static_cast<int>(i), 1))
-            return static_cast<int>(i);
+        if (table.Indexes()[i].columns[0].column == column && table.InOrder(i, 1)) return i;
     }
-    return -1;
+    return kNoPosition;
 }
 
 }  // namespace qmtrain::sql

@@ -16,10 +16,10 @@ struct RangeEnd {
 // Which part of which index. The values are computed each time the access is opened, so that they may come from the
 // left side of a join or from an outer query.
 struct IndexAccess {
-    int index = -1;
+    std::size_t index = kNoPosition;
     std::vector<Expression*> equal;  // for the first columns of the index
     ValueList* list = nullptr;       // the column at `list_at`, null in `equal`, has one of these values
-    int list_at = -1;
+    std::size_t list_at = kNoPosition;
     RangeEnd low;
     RangeEnd high;
     Expression* pattern = nullptr;  // a LIKE pattern for the column after the fixed ones
@@ -34,8 +34,8 @@ struct AccessPath {
     bool ordered = false;                // in the order of the one index
 };
 
-// The index that has this column first, in the order of comparisons; -1 when there is none.
-int IndexOrderedBy(const Table& table, int column);
+// The index that has this column first, in the order of comparisons; kNoPosition when there is none.
+std::size_t IndexOrderedBy(const Table& table, std::size_t column);
 
 // What access costs, in rows read by a plain scan.
 inline constexpr double kSeekCost = 6;

@@ -14,7 +14,7 @@ RowHandle DerivedSource::Keep() {
     if (IsNullRow()) return 0;
     if (current_ != 0) return current_;
     Value* row = kept_.Add();
-    for (std::size_t slot = 0; slot < SlotCount(); ++slot) row[slot] = Get(static_cast<int>(slot));
+    for (std::size_t slot = 0; slot < SlotCount(); ++slot) row[slot] = Get(slot);
     return static_cast<RowHandle>(kept_.Size());
 }
 
@@ -35,7 +35,7 @@ void DerivedSource::Forget() {
     current_ = 0;
 }
 
-const Value& DerivedSource::Load(int slot) {
+const Value& DerivedSource::Load(std::size_t slot) {
     const std::size_t place = slot;
     if (stamps_[place] != stamp_) {
         const std::size_t column = ColumnOfSlot(slot);

@@ -27,7 +27,7 @@ public:
     void Forget() override;
 
 protected:
-    const Value& Load(int slot) override;
+    const Value& Load(std::size_t slot) override;
 
 private:
     std::unique_ptr<Plan> plan_;

@@ -10,7 +10,7 @@ namespace qmtrain::sql {
 // One row for each different value of a column, by jumps through an index.
 class DistinctAccess : public RowOperator {
 public:
-    DistinctAccess(TableSource& source, int index) : source_(source), index_(index) {}
+    DistinctAccess(TableSource& source, std::size_t index) : source_(source), index_(index) {}
 
     void Open() override { last_.reset(); }
     bool Next() override;
@@ -19,7 +19,7 @@ public:
 
 private:
     TableSource& source_;
-    int index_;
+    std::size_t index_;
     std::optional<Value> last_;
 };
 

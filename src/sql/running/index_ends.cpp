@@ -12,7 +12,7 @@ bool CanReadEnds(const Table& table, const Source& source, const std::vector<Agg
         if (aggregate.Kind() == AggregateKind::CountRows) return true;
         if (aggregate.Kind() != AggregateKind::Min && aggregate.Kind() != AggregateKind::Max) return false;
         const SlotExpression* column = AsColumnOf(aggregate.Argument(), source);
-        return column != nullptr && IndexOrderedBy(table, column->GetColumn()) >= 0;
+        return column != nullptr && IndexOrderedBy(table, column->GetColumn()) != kNoPosition;
     });
 }
 
@@ -32,8 +32,8 @@ void IndexEnds::Open() {
 // Nulls count for nothing. Of several texts that are the same but for their case, the first row's is taken.
 void IndexEnds::ReadEnd(const Aggregate& aggregate, Value& value) {
     const Table& table = *source_.GetTable();
-    const int column = static_cast<const SlotExpression*>(aggregate.Argument())->GetColumn();
-    const int number = IndexOrderedBy(table, column);
+    const std::size_t column = static_cast<const SlotExpression*>(aggregate.Argument())->GetColumn();
+    const std::size_t number = IndexOrderedBy(table, column);
     const IndexColumn& key = table.IndexAt(number).columns[0];
     KeyRange not_null;
     const KeyBound null{{Value(Null{})}, false};

@@ -30,9 +30,9 @@ public:
     std::vector<std::shared_ptr<Table>> tables;
     std::vector<TableSource*> table_sources;
 
-    int editable = -1;               // the table of which each row is in one row of the result at most
-    std::vector<RowLookup> lookups;  // of the other tables' rows that belong to it
-    bool correlated = false;         // depends on rows of a query around it
+    std::size_t editable = kNoPosition;  // the table of which each row is in one row of the result at most
+    std::vector<RowLookup> lookups;      // of the other tables' rows that belong to it
+    bool correlated = false;             // depends on rows of a query around it
     bool rebuilds = false;  // so do tables of its FROM clause, and what is kept of them is good for one run only
 
     int depth = 0;  // how many evaluations stand within each other, at most
@@ -59,7 +59,7 @@ public:
     std::vector<SlotExpression>& OwnColumns(Source& source) {
         std::vector<SlotExpression>& own = columns.emplace_back();
         own.reserve(source.Columns().size());
-        for (std::size_t i = 0; i < source.Columns().size(); ++i) own.emplace_back(source, static_cast<int>(i));
+        for (std::size_t i = 0; i < source.Columns().size(); ++i) own.emplace_back(source, i);
         return own;
     }
 };

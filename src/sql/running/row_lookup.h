@@ -10,7 +10,7 @@ namespace qmtrain::sql {
 
 class RowLookup {
 public:
-    RowLookup(TableSource& source, int index, std::vector<ExpressionPtr> keys, bool outer)
+    RowLookup(TableSource& source, std::size_t index, std::vector<ExpressionPtr> keys, bool outer)
         : source_(source), index_(index), keys_(std::move(keys)), outer_(outer) {}
 
     // Moves the table's source to the row that the keys say now; false when there is none, unless the join is an outer
@@ -21,7 +21,7 @@ private:
     bool FindByScan();
 
     TableSource& source_;
-    int index_;
+    std::size_t index_;
     std::vector<ExpressionPtr> keys_;  // in the order of the index's columns
     bool outer_;
     std::vector<Value> values_;

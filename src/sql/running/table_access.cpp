@@ -106,7 +106,7 @@ const Column& TableAccess::ColumnOf(const IndexAccess& access, std::size_t place
     return source_.GetTable()->ColumnAt(KeyColumn(access, place).column);
 }
 
-TableAccess::IndexRange& TableAccess::NewRange(int index) {
+TableAccess::IndexRange& TableAccess::NewRange(std::size_t index) {
     if (range_count_ == ranges_.size()) ranges_.emplace_back();
     IndexRange& added = ranges_[range_count_++];
     added.index = index;
@@ -138,7 +138,7 @@ bool TableAccess::TakeList(const IndexAccess& access) {
     if (!access.list->Collect(static_cast<std::size_t>(std::max(kAlwaysSome, rows / kSeekCost)), listed_)) return false;
     std::erase_if(listed_, [](const Value& value) { return FamilyOf(value.GetType()) == Family::Any; });
     if (listed_.size() < 2) return true;
-    const bool descending = KeyColumn(access, static_cast<std::size_t>(access.list_at)).descending;
+    const bool descending = KeyColumn(access, access.list_at).descending;
     const bool backwards = descending != access.backwards;
     const auto is_double = [](const Value& value) { return IsExactAsDouble(value.GetType()); };
     if (std::ranges::all_of(listed_, is_double)) {
@@ -292,7 +292,7 @@ void TableAccess::Explain(Explanation& out) const {
         const Index& index = table.IndexAt(part.index);
         std::u16string text;
         const auto name = [&](std::size_t place) {
-            const int column = index.columns[place].column;
+            const std::size_t column = index.columns[place].column;
             return (text.empty() ? u"" : u", ") + table.ColumnAt(column).name;
         };
         for (std::size_t i = 0; i < part.equal.size(); ++i) {

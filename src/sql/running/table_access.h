@@ -29,7 +29,7 @@ private:
     enum class Start : std::uint8_t { Whole, Ranges, Nothing };
 
     struct IndexRange {
-        int index = -1;
+        std::size_t index = kNoPosition;
         KeyRange range;
     };
 
@@ -40,7 +40,7 @@ private:
     Start SetEnd(const IndexAccess& access, const RangeEnd& end, bool low, KeyRange& range);
     Start SetPrefix(const IndexAccess& access, KeyRange& range);
     bool TakeList(const IndexAccess& access);
-    IndexRange& NewRange(int index);
+    IndexRange& NewRange(std::size_t index);
     void Arrange();
     void OpenRange();
 

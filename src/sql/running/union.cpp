@@ -7,7 +7,7 @@ namespace qmtrain::sql {
 UnionSource::UnionSource(std::vector<std::unique_ptr<Plan>> plans, std::vector<ColumnInfo> columns)
     : plans_(std::move(plans)), row_(columns.size()) {
     infos_ = std::move(columns);
-    for (std::size_t i = 0; i < infos_.size(); ++i) SlotFor(static_cast<int>(i));
+    for (std::size_t i = 0; i < infos_.size(); ++i) SlotFor(i);
 }
 
 void UnionSource::OnRow(std::size_t plan) {
@@ -41,7 +41,7 @@ void UnionSource::Forget() {
     current_ = 0;
 }
 
-const Value& UnionSource::Load(int slot) {
+const Value& UnionSource::Load(std::size_t slot) {
     return row_[slot];
 }
 
@@ -56,7 +56,7 @@ bool UnionRows::Next() {
     while (true) {
         while (source_.GetPlan(plan_).root->Next()) {
             source_.OnRow(plan_);
-            if (static_cast<int>(plan_) > distinct_until_ || IsNew()) return true;
+            if (plan_ >= distinct_parts_ || IsNew()) return true;
         }
         if (plan_ + 1 >= source_.PlanCount()) return false;
         source_.GetPlan(++plan_).Start();
@@ -66,7 +66,7 @@ bool UnionRows::Next() {
 bool UnionRows::IsNew() {
     key_.clear();
     for (std::size_t i = 0; i < source_.Columns().size(); ++i)
-        AppendKey(source_.Get(static_cast<int>(i)), key_, NeedsExactKeys(source_.Columns()[i].type));
+        AppendKey(source_.Get(i), key_, NeedsExactKeys(source_.Columns()[i].type));
     bool added = false;
     seen_.FindOrAdd(key_, added);
     return added;

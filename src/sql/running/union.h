@@ -24,7 +24,7 @@ public:
     void Forget() override;
 
 protected:
-    const Value& Load(int slot) override;
+    const Value& Load(std::size_t slot) override;
 
 private:
     std::vector<std::unique_ptr<Plan>> plans_;
@@ -35,8 +35,8 @@ private:
 
 class UnionRows : public RowOperator {
 public:
-    // Up to and with the select `distinct_until`, every row comes only once; -1 for none.
-    UnionRows(UnionSource& source, int distinct_until) : source_(source), distinct_until_(distinct_until) {}
+    // Of so many selects, from the first on, every row comes only once.
+    UnionRows(UnionSource& source, std::size_t distinct_parts) : source_(source), distinct_parts_(distinct_parts) {}
 
     void Open() override;
     bool Next() override;
@@ -47,7 +47,7 @@ private:
     bool IsNew();
 
     UnionSource& source_;
-    int distinct_until_;
+    std::size_t distinct_parts_;
     std::size_t plan_ = 0;
     KeyTable seen_;
     std::vector<std::uint8_t> key_;

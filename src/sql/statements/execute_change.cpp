@@ -38,7 +38,7 @@ TableSource& RequireTableSource(const Target& target, std::size_t entry) {
 
 struct BoundItem {
     TableSource* source = nullptr;
-    int column = 0;
+    std::size_t column = 0;
     ExpressionPtr value;
 };
 

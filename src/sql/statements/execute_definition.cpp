@@ -8,11 +8,11 @@
 namespace qmtrain::sql {
 namespace {
 
-int RequireColumn(const std::vector<Column>& columns, const std::u16string& name) {
+std::size_t RequireColumn(const std::vector<Column>& columns, const std::u16string& name) {
     const auto found =
         std::ranges::find_if(columns, [&](const Column& column) { return EqualNames(column.name, name); });
     if (found == columns.end()) Raise(ErrorNumber::FieldNotFound, {name});
-    return static_cast<int>(found - columns.begin());
+    return found - columns.begin();
 }
 
 Index MakeIndex(const ast::IndexDefinition& definition, const std::vector<Column>& columns) {
@@ -23,7 +23,7 @@ Index MakeIndex(const ast::IndexDefinition& definition, const std::vector<Column
     index.required = definition.required;
     index.ignore_nulls = definition.ignore_nulls;
     for (const ast::IndexDefinition::Key& key : definition.keys) {
-        const int column = RequireColumn(columns, key.column);
+        const std::size_t column = RequireColumn(columns, key.column);
         const auto same = [column](const IndexColumn& other) { return other.column == column; };
         if (std::ranges::any_of(index.columns, same)) Raise(ErrorNumber::FieldExists, {key.column});
         index.columns.push_back({column, key.descending});

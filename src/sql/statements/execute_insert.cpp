@@ -13,11 +13,11 @@ namespace {
 // Puts rows into a table: values for some of its columns, defaults for the others.
 class Inserter {
 public:
-    Inserter(Table& table, std::vector<int> columns) : table_(table), columns_(std::move(columns)) {
+    Inserter(Table& table, std::vector<std::size_t> columns) : table_(table), columns_(std::move(columns)) {
         const std::vector<Column>& all = table.Columns();
         row_.resize(all.size());
         for (std::size_t i = 0; i < all.size(); ++i) {
-            const bool given = std::ranges::find(columns_, static_cast<int>(i)) != columns_.end();
+            const bool given = std::ranges::find(columns_, i) != columns_.end();
             if (!given) row_[i] = DefaultValue(all[i]);
         }
     }
@@ -40,33 +40,33 @@ public:
 
 private:
     Table& table_;
-    std::vector<int> columns_;
+    std::vector<std::size_t> columns_;
     std::vector<Value> row_;  // with the defaults of the columns that are not given
     std::int64_t count_ = 0;
     WorkSteps steps_;
 };
 
-int RequireColumn(const Table& table, const std::u16string& name) {
+std::size_t RequireColumn(const Table& table, const std::u16string& name) {
     const auto& columns = table.Columns();
     const auto found =
         std::ranges::find_if(columns, [&](const Column& column) { return EqualNames(column.name, name); });
     if (found == columns.end()) Raise(ErrorNumber::UnknownInsertField, {name});
-    return static_cast<int>(found - columns.begin());
+    return found - columns.begin();
 }
 
-std::vector<int> TargetColumns(const Table& table, const std::vector<std::u16string>& names) {
-    std::vector<int> columns;
+std::vector<std::size_t> TargetColumns(const Table& table, const std::vector<std::u16string>& names) {
+    std::vector<std::size_t> columns;
     for (const std::u16string& name : names) {
-        const int column = RequireColumn(table, name);
+        const std::size_t column = RequireColumn(table, name);
         if (std::ranges::find(columns, column) != columns.end()) Raise(ErrorNumber::SyntaxInInsert, {name});
         columns.push_back(column);
     }
-    for (int i = 0; names.empty() && i < static_cast<int>(table.Columns().size()); ++i) columns.push_back(i);
+    for (std::size_t i = 0; names.empty() && i < table.Columns().size(); ++i) columns.push_back(i);
     return columns;
 }
 
 // Without a list of columns, those of the select go to the columns of their names.
-std::vector<int> MatchingColumns(const Table& table, const Plan& plan) {
+std::vector<std::size_t> MatchingColumns(const Table& table, const Plan& plan) {
     std::vector<std::u16string> names;
     for (const PlanOutput& output : plan.outputs) names.push_back(output.column.name);
     return TargetColumns(table, names);
@@ -197,15 +197,15 @@ std::int64_t Run(Catalog& catalog, Parameters& parameters, const ast::Select& se
     const std::unique_ptr<Plan> plan = BindSelect(context, select, nullptr);
     TableSchema schema;
     schema.name = name;
-    std::vector<int> columns;
+    std::vector<std::size_t> columns;
     for (const PlanOutput& output : plan->outputs) {
-        columns.push_back(static_cast<int>(columns.size()));
+        columns.push_back(columns.size());
         schema.columns.push_back(ColumnFor(output));
         // "T.ID" is no name for a column.
         if (output.column.qualified) std::ranges::replace(schema.columns.back().name, u'.', u'_');
         const Column& last = schema.columns.back();
         // An autonumber column stays one, and takes the numbers given.
-        if (output.column.table >= 0) {
+        if (output.column.table != kNoPosition) {
             const Table& source = *plan->tables[output.column.table];
             schema.columns.back().autonumber = source.ColumnAt(output.column.column).autonumber;
         }

@@ -9,8 +9,8 @@ namespace qmtrain::sql {
 Query::Query(std::unique_ptr<Plan> plan) : plan_(std::move(plan)) {
     columns_.reserve(plan_->outputs.size());
     for (PlanOutput& output : plan_->outputs) columns_.push_back(std::move(output.column));
-    const auto is_plain = [](const OutputColumn& column) { return column.column >= 0; };
-    has_images_ = plan_->editable >= 0 && plan_->tables.size() == 1 && plan_->tables[0]->HasImages() &&
+    const auto is_plain = [](const OutputColumn& column) { return column.column != kNoPosition; };
+    has_images_ = plan_->editable != kNoPosition && plan_->tables.size() == 1 && plan_->tables[0]->HasImages() &&
                   !plan_->table_sources[0]->KeepsValues() && std::ranges::all_of(columns_, is_plain);
 }
 
@@ -26,11 +26,11 @@ bool Query::Next() {
     return !ended_;
 }
 
-void Query::Read(int column, Value& value) {
+void Query::Read(std::size_t column, Value& value) {
     value = plan_->outputs[column].expression->Evaluate();
 }
 
-const Value& Query::Get(int column) {
+const Value& Query::Get(std::size_t column) {
     return plan_->outputs[column].expression->Evaluate();
 }
 
@@ -42,7 +42,7 @@ void Query::ShowImage(std::span<const std::uint8_t> image) const {
     plan_->tables[0]->ShowImage(image);
 }
 
-void Query::ReadImage(int column, Value& value) const {
+void Query::ReadImage(std::size_t column, Value& value) const {
     plan_->tables[0]->ReadImage(columns_[column].column, value);
 }
 
@@ -58,7 +58,7 @@ const std::vector<std::shared_ptr<Table>>& Query::Tables() const {
     return plan_->tables;
 }
 
-int Query::EditableTable() const {
+std::size_t Query::EditableTable() const {
     return plan_->editable;
 }
 
@@ -70,7 +70,7 @@ bool Query::HasKeyIdentity() const {
     return plan_->table_sources[plan_->editable]->HasKeyIdentity();
 }
 
-RowId Query::Row(int table) const {
+RowId Query::Row(std::size_t table) const {
     return plan_->table_sources[table]->Row();
 }
 

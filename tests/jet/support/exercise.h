@@ -59,7 +59,7 @@ inline void ChangeRow(jet::Database& database, const std::u16string& name, RowCh
     for (const jet::StoredColumn& column : table->Definition().columns) {
         const bool memo = column.type == ColumnType::Memo;
         const bool text = memo || column.type == ColumnType::Text;
-        if (text) changes.push_back({static_cast<int>(row.size()), std::u16string(memo ? 50 : 1, u'm')});
+        if (text) changes.push_back({row.size(), std::u16string(memo ? 50 : 1, u'm')});
         row.push_back(text ? Value(std::u16string(memo ? 3000 : 1, u'字')) : Value());
     }
     jet::RowPointer first;
