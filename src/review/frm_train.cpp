@@ -27,14 +27,14 @@ const ui::WindowSizes kSizes{{640, 420}, {760, 520}};
 
 constexpr int kColumnSlack = 200;  // twips beside a header's text
 
-struct Column {
+struct ColumnStyle {
     std::u16string_view widest;  // the text that must fit, where that is not the header
     int slack;                   // twips
     wxListColumnFormat format;
 };
 
 // Their smallest widths, and the proportions in which they share a wider list.
-constexpr Column kColumns[kTrainingHeaders.size()] = {
+constexpr ColumnStyle kColumns[kTrainingHeaders.size()] = {
     {u"05-04-12 12:00", 0, wxLIST_FORMAT_LEFT}, {u"", 0, wxLIST_FORMAT_LEFT},
     {u"", kColumnSlack, wxLIST_FORMAT_LEFT},    {u"", kColumnSlack, wxLIST_FORMAT_RIGHT},
     {u"", kColumnSlack, wxLIST_FORMAT_RIGHT},   {u"", kColumnSlack, wxLIST_FORMAT_RIGHT},
@@ -111,7 +111,7 @@ void FrmTrain::BuildPanels() {
 
 void FrmTrain::BuildColumns() {
     for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) {
-        const Column& column = kColumns[i];
+        const ColumnStyle& column = kColumns[i];
         const std::u16string_view widest = column.widest.empty() ? kTrainingHeaders[i] : column.widest;
         const int width = LvTrainInfo->GetTextExtent(ui::ToWx(widest)).x + ui::ToPixels(*this, column.slack);
         LvTrainInfo->AddColumn(kTrainingHeaders[i], width, i, column.format);
