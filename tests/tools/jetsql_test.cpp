@@ -1,6 +1,8 @@
 // jetsql as a program: what it prints, and what a failing script leaves behind.
 
 #include <fstream>
+#include <iterator>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -53,6 +55,24 @@ TEST_F(JetsqlTest, WritesRows) {
               "[\n{\"T\":\"\\t\\u0001\\\\😂好\uFFFD\uFFFD\uFFFD\"}\n]\n");
     EXPECT_EQ(Run({"--csv", "--dump", "笔记"}), Run({"--csv", select}));
     EXPECT_EQ(Run({"SELECT 1 AS A", "--csv", "SELECT 2 AS B"}), "\"A\"\r\n1\r\n\"B\"\r\n2\r\n");
+}
+
+// What can be read of a damaged table is worth having, in whole rows.
+TEST_F(JetsqlTest, WritesTheRowsBeforeDamage) {
+    Run(
+        {"CREATE TABLE T (ID LONG, Name TEXT(20)); INSERT INTO T VALUES (1, 'the first row'); INSERT INTO T VALUES (2, "
+         "'the second row')"});
+    const auto file = folder_.Path() / "notes.mdb";
+    std::fstream bytes(file, std::ios::in | std::ios::out | std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(bytes), {}};
+    const std::string name = "the second row";
+    const std::size_t at = content.find(name);
+    ASSERT_NE(at, content.npos);
+    bytes.seekp(static_cast<std::streamoff>(at + name.size()));  // to the place where the row says that its text ends
+    bytes.write("\xFF\x0F", 2);
+    bytes.close();
+    EXPECT_EQ(test::OutputOf({QMTRAIN_JETSQL, file.string(), "--csv", "--dump", "T"}, 1),
+              "\"ID\",\"Name\"\r\n1,\"the first row\"\r\n");
 }
 
 TEST_F(JetsqlTest, ExplainsAndDoesNotRun) {

@@ -115,7 +115,7 @@ void Commands::PrintSchema() {
     std::vector<std::u16string> names;
     for (const jet::CatalogObject& object : Tables()) names.push_back(object.name);
     const SchemaText schema = DescribeSchema(database_, names);
-    for (const std::u16string& statement : schema.statements) PutLine(statement);
+    for (const std::u16string& statement : schema.statements) output_.AppendLine(statement);
     output_.Flush();
     for (const std::u16string& what : schema.left_out) Note(u"left out: " + what);
 }
@@ -137,22 +137,16 @@ void Commands::Dump(const std::string& name) {
 bool Commands::Check() {
     const jet::CheckReport report = jet::CheckDatabase(database_);
     for (const std::u16string& note : report.notes) Note(note);
-    for (const std::u16string& defect : report.defects) PutLine(defect);
+    for (const std::u16string& defect : report.defects) output_.AppendLine(defect);
     std::u16string summary = Counted(report.tables, u"tables, ") + Counted(report.rows, u"rows, ") +
                              Counted(report.long_values, u"long values, ") +
                              Counted(report.index_entries, u"index entries");
     if (report.entries_not_compared > 0) {
         summary += u" (" + Counted(report.entries_not_compared, u"of unknown text order)");
     }
-    PutLine(summary + u": " + Counted(static_cast<std::int64_t>(report.defects.size()), u"defects"));
+    output_.AppendLine(summary + u": " + Counted(static_cast<std::int64_t>(report.defects.size()), u"defects"));
     output_.Flush();
     return report.defects.empty();
-}
-
-void Commands::PutLine(std::u16string_view line) {
-    AppendUtf8(line, output_.Text());
-    output_.Text().push_back('\n');
-    output_.Breathe();
 }
 
 }  // namespace qmtrain::jetsql

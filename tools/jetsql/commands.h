@@ -24,7 +24,6 @@ private:
     void Dump(const std::string& name);
     void RunSql();
     bool Check();
-    void PutLine(std::u16string_view line);
 
     const Options& options_;
     dao::JetDatabase& dao_;

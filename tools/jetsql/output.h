@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstdio>
-#include <string>
 #include <string_view>
+#include <vector>
 
 namespace qmtrain::jetsql {
 
@@ -13,25 +13,26 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    // Append here; what stands in it is written by Flush().
-    std::string& Text() { return text_; }
+    // All that writes throws std::runtime_error when the text cannot be written.
+    void Append(std::string_view text);
+    void AppendLine(std::u16string_view line);
+
+    // The same without a copy: room for so many characters, and the end of those that were put there.
+    char* Room(std::size_t most);
+    void Took(const char* end) { size_ = static_cast<std::size_t>(end - text_.data()); }
 
     // Writes when enough has gathered.
     void Breathe() {
-        if (text_.size() >= kPiece) Flush();
+        if (size_ >= kPiece) Flush();
     }
-
-    // Writes a piece of text after all that has been appended.
-    void Write(std::string_view piece);
-
-    // Throws std::runtime_error when the text cannot be written.
     void Flush();
 
 private:
     static constexpr std::size_t kPiece = std::size_t{64} << 10;
 
     std::FILE* file_;
-    std::string text_;
+    std::vector<char> text_;  // longer than what stands in it
+    std::size_t size_ = 0;
 };
 
 }  // namespace qmtrain::jetsql

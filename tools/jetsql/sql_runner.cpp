@@ -26,11 +26,7 @@ void SqlRunner::Run(std::u16string_view text, bool together) {
 void SqlRunner::Explain(std::u16string_view statements) {
     for (const sql::Statement& statement : sql::ParseScript(statements)) {
         const jet::Database::Reading reading(database_.Storage());
-        for (const std::u16string& line : sql::Explain(database_.Tables(), statement)) {
-            AppendUtf8(line, output_.Text());
-            output_.Text().push_back('\n');
-        }
-        output_.Breathe();
+        for (const std::u16string& line : sql::Explain(database_.Tables(), statement)) output_.AppendLine(line);
     }
     output_.Flush();
 }

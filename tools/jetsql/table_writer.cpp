@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -14,10 +15,9 @@
 namespace qmtrain::jetsql {
 namespace {
 
-// Gathers its text itself, in room that is made once for a whole field.
 class CsvTable : public TableWriter {
 public:
-    explicit CsvTable(Output& output) : output_(output), text_(kPiece) {}
+    explicit CsvTable(Output& output) : output_(output) {}
 
     void Begin(std::span<const std::u16string> columns) override {
         for (const std::u16string& name : columns) Text(name);
@@ -31,25 +31,24 @@ public:
 
     void Row(jet::RowCursor& cursor, std::span<const std::size_t> positions) override {
         values_.resize(positions.size());
+        narrow_.resize(positions.size());
+        // All of them first: half a row is not worth having.
         for (std::size_t i = 0; i < positions.size(); ++i) {
-            if (const auto narrow = cursor.NarrowText(positions[i])) {
-                Close(PutQuotedLatin1(*narrow, Room(kMostQuoted * narrow->size() + 2)));
-            } else {
-                cursor.Read(positions[i], values_[i]);
+            narrow_[i] = cursor.NarrowText(positions[i]);
+            if (!narrow_[i]) cursor.Read(positions[i], values_[i]);
+        }
+        for (std::size_t i = 0; i < positions.size(); ++i) {
+            if (narrow_[i])
+                Took(PutQuotedLatin1(*narrow_[i], Room(kMostQuoted * narrow_[i]->size() + 2)));
+            else
                 Field(values_[i]);
-            }
         }
         EndRow();
     }
 
-    void End() override {
-        output_.Write({text_.data(), used_});
-        used_ = 0;
-    }
+    void End() override { output_.Flush(); }
 
 private:
-    static constexpr std::size_t kPiece = std::size_t{64} << 10;
-
     void Field(const Value& value) {
         switch (value.GetType()) {
             case Value::Type::Text: return Text(value.Text());
@@ -57,38 +56,32 @@ private:
             case Value::Type::Binary:
                 long_.clear();
                 AppendPlain(value, long_);
-                return Close(std::copy(long_.begin(), long_.end(), Room(long_.size())));
-            default: return Close(PutShort(value, Room(kMostShort)));
+                return Took(std::copy(long_.begin(), long_.end(), Room(long_.size())));
+            default: return Took(PutShort(value, Room(kMostShort)));
         }
     }
 
-    void Text(std::u16string_view text) { Close(PutQuoted(text, Room(kMostQuoted * text.size() + 2))); }
+    void Text(std::u16string_view text) { Took(PutQuoted(text, Room(kMostQuoted * text.size() + 2))); }
 
-    // For a field of so many characters, and what follows it.
+    // For a field of so many characters.
     char* Room(std::size_t most) {
-        constexpr std::size_t kEnd = 2;
-        if (text_.size() - used_ < most + kEnd) text_.resize(2 * text_.size() + most);
-        return text_.data() + used_;
+        char* to = output_.Room(most + 1);
+        if (!first_) *to++ = ',';
+        first_ = false;
+        return to;
     }
-
-    void Close(char* end) {
-        *end = ',';
-        used_ = static_cast<std::size_t>(end + 1 - text_.data());
-    }
+    void Took(const char* end) { output_.Took(end); }
 
     void EndRow() {
-        if (used_ > 0 && text_[used_ - 1] == ',') --used_;
-        char* to = Room(0);
-        *to++ = '\r';
-        *to = '\n';
-        used_ += 2;
-        if (used_ >= kPiece - kPiece / 4) End();
+        output_.Append("\r\n");
+        output_.Breathe();
+        first_ = true;
     }
 
     Output& output_;
-    std::vector<char> text_;
-    std::size_t used_ = 0;
-    std::string long_;  // a field that is not short
+    bool first_ = true;                                    // field of its row
+    std::string long_;                                     // a field that is not short
+    std::vector<std::optional<std::string_view>> narrow_;  // texts of the row as they are stored
 };
 
 class JsonWriter : public TableWriter {
@@ -101,13 +94,13 @@ public:
             AppendQuoted(name, names_.emplace_back());
             names_.back().push_back(':');
         }
-        output_.Text().push_back('[');
+        output_.Append("[");
         first_ = true;
     }
 
     void Row(std::span<const Value> values) override {
-        std::string& out = output_.Text();
-        out += first_ ? "\n{" : ",\n{";
+        std::string& out = row_;
+        out = first_ ? "\n{" : ",\n{";
         first_ = false;
         for (std::size_t i = 0; i < values.size(); ++i) {
             if (i > 0) out.push_back(',');
@@ -115,11 +108,12 @@ public:
             Put(values[i], out);
         }
         out.push_back('}');
+        output_.Append(out);
         output_.Breathe();
     }
 
     void End() override {
-        output_.Text() += "\n]\n";
+        output_.Append("\n]\n");
         output_.Flush();
     }
 
@@ -159,6 +153,7 @@ private:
     }
 
     Output& output_;
+    std::string row_;
     std::vector<std::string> names_;
     bool first_ = true;
 };
@@ -282,7 +277,7 @@ private:
     }
 
     void Put(const std::vector<Cell>& row) {
-        std::string& out = output_.Text();
+        std::string out;
         for (std::size_t i = 0; i < row.size(); ++i) {
             const std::size_t blanks = std::max(0, widths_[i] - row[i].width);
             if (i > 0) out += "  ";
@@ -291,6 +286,7 @@ private:
             if (!row[i].right && i + 1 < row.size()) out.append(blanks, ' ');
         }
         out.push_back('\n');
+        output_.Append(out);
         output_.Breathe();
     }
 

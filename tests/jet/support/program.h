@@ -10,8 +10,8 @@ namespace qmtrain::test {
 
 bool HasProgram(const std::string& name);
 
-// What the program writes to standard output; nothing when it cannot be run or fails.
-std::optional<std::string> OutputOf(const std::vector<std::string>& command);
+// What the program writes to standard output; nothing when it cannot be run or does not end with this code.
+std::optional<std::string> OutputOf(const std::vector<std::string>& command, int exit_code = 0);
 
 struct Cell {
     std::string text;

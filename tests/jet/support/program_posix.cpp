@@ -23,7 +23,7 @@ bool HasProgram(const std::string& name) {
     return false;
 }
 
-std::optional<std::string> OutputOf(const std::vector<std::string>& command) {
+std::optional<std::string> OutputOf(const std::vector<std::string>& command, int exit_code) {
     std::array<int, 2> ends;
     if (pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
     posix_spawn_file_actions_t actions;
@@ -44,7 +44,8 @@ std::optional<std::string> OutputOf(const std::vector<std::string>& command) {
     }
     close(ends[0]);
     int status = 0;
-    if (failure != 0 || waitpid(process, &status, 0) != process || status != 0) return std::nullopt;
+    if (failure != 0 || waitpid(process, &status, 0) != process) return std::nullopt;
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != exit_code) return std::nullopt;
     return output;
 }
 

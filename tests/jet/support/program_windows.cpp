@@ -59,7 +59,7 @@ bool HasProgram(const std::string& name) {
     return SearchPathW(nullptr, file.c_str(), nullptr, 0, nullptr, nullptr) != 0;
 }
 
-std::optional<std::string> OutputOf(const std::vector<std::string>& command) {
+std::optional<std::string> OutputOf(const std::vector<std::string>& command, int exit_code) {
     std::string line;
     for (const std::string& word : command) line += Quoted(word) + " ";
     std::wstring wide = ToWide(FromUtf8(line));
@@ -81,7 +81,7 @@ std::optional<std::string> OutputOf(const std::vector<std::string>& command) {
     GetExitCodeProcess(process.hProcess, &code);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
-    if (code != 0) return std::nullopt;
+    if (code != static_cast<DWORD>(exit_code)) return std::nullopt;
     return text;
 }
 
