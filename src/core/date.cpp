@@ -34,7 +34,7 @@ struct DayAndSecond {
 DayAndSecond Rounded(Date date) {
     DayAndSecond at{static_cast<std::int64_t>(date.days), 0};
     const double fraction = std::abs(date.days - static_cast<double>(at.day));
-    at.second = static_cast<std::int64_t>(fraction * kSecondsPerDay + 0.5);
+    at.second = static_cast<std::int64_t>(std::floor(fraction * kSecondsPerDay + 0.5));
     return at.second == kSecondsPerDay ? DayAndSecond{at.day + 1, 0} : at;
 }
 

@@ -145,16 +145,16 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
 // longer be undone when the next one fails: that is an error of its own, for which nobody may try the transaction
 // again.
 void Session::CommitPartners(const std::function<void()>& other, bool in_files) {
-    const auto changed =
-        std::ranges::stable_partition(partners_, [](SessionPartner* partner) { return !partner->HasChanges(); });
-    if (changed.size() > 1) {
-        for (SessionPartner* partner : changed) partner->Prepare();
+    const auto changed = std::stable_partition(partners_.begin(), partners_.end(),
+                                               [](SessionPartner* partner) { return !partner->HasChanges(); });
+    if (partners_.end() - changed > 1) {
+        std::for_each(changed, partners_.end(), [](SessionPartner* partner) { partner->Prepare(); });
     }
-    for (SessionPartner* partner : std::ranges::subrange(partners_.begin(), changed.begin())) partner->Commit();
+    std::for_each(partners_.begin(), changed, [](SessionPartner* partner) { partner->Commit(); });
     bool committed = false;  // by those before
     try {
-        for (SessionPartner* partner : changed) {
-            partner->Commit();
+        for (auto partner = changed; partner != partners_.end(); ++partner) {
+            (*partner)->Commit();
             committed = true;
         }
         if (other) other();

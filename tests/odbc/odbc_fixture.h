@@ -60,10 +60,11 @@ protected:
                   "id serial PRIMARY KEY, userid integer NOT NULL, startdate timestamp(0), score real, remark "
                   "varchar(10), content text, shared boolean NOT NULL DEFAULT false");
         for (int i = 1; i <= 5; ++i) {
-            const std::u16string n = ToText(std::int64_t{i});
-            database_->Execute(u"INSERT INTO train (userid, startdate, score, remark, shared) VALUES (" +
-                               ToText(std::int64_t{i % 2}) + u", #2005-04-1" + n + u" 08:00:00#, " + n + u".1, '备注" +
-                               n + u"', " + (i == 2 ? u"True" : u"False") + u")");
+            const std::u16string n = ToText(i);
+            std::u16string insert = u"INSERT INTO train (userid, startdate, score, remark, shared) VALUES (";
+            insert.append(ToText(i % 2)).append(u", #2005-04-1").append(n).append(u" 08:00:00#, ").append(n);
+            insert.append(u".1, '备注").append(n).append(u"', ").append(i == 2 ? u"True)" : u"False)");
+            database_->Execute(insert);
         }
     }
 

@@ -126,6 +126,7 @@ void Commands::Dump(const std::string& name) {
     if (!table) Raise(ErrorNumber::NoSuchTable, {FromUtf8(name)});
     const std::vector<std::size_t> positions = dao::Layout(*table).positions;
     std::vector<std::u16string> columns;
+    columns.reserve(positions.size());
     for (const std::size_t position : positions) columns.push_back(table->Definition().columns[position].name);
     writer_.Begin(columns);
     jet::RowCursor cursor(*table);
