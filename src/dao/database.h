@@ -55,6 +55,9 @@ public:
     // lock too. What begins afterwards runs. Under the machine's engine it does nothing.
     virtual void Cancel() noexcept {}
 
+    // Whether all its tables are links to tables on servers.
+    virtual bool IsOnServer() { return false; }
+
     // Whether it has a table, or a link to one, of that name; a saved query is none. True where the engine does not
     // tell.
     virtual bool HasTable(std::u16string_view /*name*/) { return true; }

@@ -197,9 +197,10 @@ std::optional<std::int64_t> JetDatabase::ExecuteOnServers(const sql::Statement& 
     return affected;
 }
 
-bool JetDatabase::HasOnlyServerLinks() {
+bool JetDatabase::IsOnServer() {
+    jet::Database& storage = Storage();
     if (!links_->MayHaveAny()) return false;
-    const jet::Database::Reading reading(*storage_);
+    const jet::Database::Reading reading(storage);
     return links_->HasOnlyLinks();
 }
 
@@ -218,8 +219,7 @@ void JetDatabase::ExecuteScript(std::u16string_view statements) {
 
 void JetDatabase::Atomically(const std::function<void()>& body) {
     const Work work({}, cancellations_);
-    Storage();
-    if (HasOnlyServerLinks()) {
+    if (IsOnServer()) {
         const OdbcLinks::Serial serial(*links_);
         return AtomicallyOnServers(*storage_, body);
     }
@@ -229,8 +229,7 @@ void JetDatabase::Atomically(const std::function<void()>& body) {
 }
 
 void JetDatabase::AtomicallyBeside(const std::function<void()>& body) {
-    Storage();
-    if (!HasOnlyServerLinks()) return Atomically(body);
+    if (!IsOnServer()) return Atomically(body);
     const Work work({}, cancellations_);
     AtomicallyOnServers(*storage_, body);
 }

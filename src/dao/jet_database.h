@@ -59,6 +59,7 @@ public:
     std::int32_t RecordsAffected() const override { return records_affected_; }
     void Atomically(const std::function<void()>& body) override;
     void AtomicallyBeside(const std::function<void()>& body) override;
+    bool IsOnServer() override;
     std::shared_ptr<Recordset> OpenRecordset(std::u16string_view source, RecordsetType type = RecordsetType::Dynaset,
                                              std::int32_t options = 0) override;
     void Limits(const WorkLimits& limits) override;
@@ -143,7 +144,6 @@ private:
     Source SourceOf(std::u16string_view text);
     std::optional<std::int64_t> ExecuteOnServers(const sql::Statement& statement,
                                                  const sql::ParameterValues& parameters);
-    bool HasOnlyServerLinks();
 
     std::u16string name_;
     std::unique_ptr<jet::Database> storage_;

@@ -105,6 +105,34 @@ TEST_F(HostServerTest, WhatTheServerHasIsNotRecordedAgain) {
     EXPECT_TRUE(UnfinishedOf(data_, kCandidate, -1).empty());
 }
 
+// A host that was killed while the server was about to commit its results, and the same practice handed in again.
+TEST_F(HostServerTest, ACommitThatIsStillPendingIsWaitedFor) {
+    server_->Psql(
+        "CREATE FUNCTION pause() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN PERFORM pg_sleep(0.3); RETURN NULL; END "
+        "$$; CREATE CONSTRAINT TRIGGER pause AFTER INSERT ON trainresult DEFERRABLE INITIALLY DEFERRED FOR EACH ROW "
+        "EXECUTE FUNCTION pause()");
+    auto practice = std::make_unique<Practice>(data_, MixedPaper(), Practice::Start{kCandidate});
+    const std::int32_t id = practice->TrainID();
+    AnswerAll(*practice);
+    practice.reset();
+    const pid_t first = fork();
+    if (first == 0) {
+        Practice(data_, id).HandIn();
+        _exit(0);
+    }
+    const auto commits = [&] {
+        return server_->Psql("SELECT count(*) FROM pg_stat_activity WHERE query = 'COMMIT' AND state = 'active'") ==
+               "1";
+    };
+    for (int tries = 0; tries < 300 && !commits(); ++tries) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_TRUE(commits());
+    kill(first, SIGKILL);
+    waitpid(first, nullptr, 0);
+    EXPECT_EQ(Results(id), "0|");
+    EXPECT_TRUE(Practice(data_, id).HandIn().recorded);
+    EXPECT_EQ(Results(id), "5|100");
+}
+
 TEST_F(HostServerTest, ResultsAreThereOnceWheneverTheServerIsKilled) {
     for (const int milliseconds : {5, 20, 40, 80}) {
         Practice practice(data_, MixedPaper(), Practice::Start{kCandidate});

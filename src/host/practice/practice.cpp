@@ -313,34 +313,44 @@ void Practice::Upload(const DataFolder& folder, std::int32_t train_id) {
     SettleHandedIn(folder);
 }
 
-// The training first: it is listed from the moment in which its results are there, all at once.
+// An attempt that was given up may still be about to be committed by the server: nobody sees its results yet, but it
+// has the training's row. So that is taken first, and who had it is waited for. What has changed something stays open
+// until the commit: a database that is closed before undoes it.
 void Practice::Record(const Outcome& outcome, Date end) {
+    constexpr int kMostTries = 3;
     const TrapWatch watch;
-    try {
-        RecordTraining(outcome, end);
-        RecordResults(outcome);
-    } catch (const AutomationError&) {
-        if (watch.First() && IsServerAway(*watch.First())) throw AutomationError(*watch.First());
-        throw;
+    for (int tries = 1;; ++tries) {
+        try {
+            dao::Connection client(ClientDatabase(folder_.path));
+            TrainInfo train;
+            TrainResult result;
+            std::optional<dao::Transaction> transaction;
+            if (client->IsOnServer()) {
+                transaction.emplace();
+                client->Execute(u"Update TrainInfo Set UseTime=UseTime" + OfTraining(train_id_));
+                if (IsHandedIn(folder_, train_id_)) return;
+            }
+            RecordTraining(train, outcome, end);
+            // A practice that was left for a while took less time than lies between its start and its end.
+            client->Execute(u"Update TrainInfo Set UseTime=" + ToText(outcome.seconds_used) + OfTraining(train_id_));
+            if (!transaction) transaction.emplace();  // each of these has the file to itself
+            RecordResults(result, outcome);
+            return transaction->Commit();
+        } catch (const AutomationError& error) {
+            if (watch.First() && IsServerAway(*watch.First())) throw AutomationError(*watch.First());
+            if (!error.Is(ErrorNumber::RecordChanged) || tries == kMostTries) throw;
+        }
     }
 }
 
-void Practice::RecordTraining(const Outcome& outcome, Date end) {
-    {
-        TrainInfo train;
-        OpenTrainings(train, folder_);
-        if (!train.Update(train_id_, end, static_cast<float>(outcome.Score())))
-            Fail(u"无法记录成绩，" + std::u16string(kAgain));
-    }
-    // A practice that was left for a while took less time than lies between its start and its end.
-    dao::Connection(ClientDatabase(folder_.path))
-        ->Execute(u"Update TrainInfo Set UseTime=" + ToText(outcome.seconds_used) + OfTraining(train_id_));
+void Practice::RecordTraining(TrainInfo& train, const Outcome& outcome, Date end) {
+    OpenTrainings(train, folder_);
+    if (!train.Update(train_id_, end, static_cast<float>(outcome.Score())))
+        Fail(u"无法记录成绩，" + std::u16string(kAgain));
 }
 
-void Practice::RecordResults(const Outcome& outcome) {
-    TrainResult result;
+void Practice::RecordResults(TrainResult& result, const Outcome& outcome) {
     result.ClientPath(folder_.path);
-    dao::Transaction transaction;
     for (std::size_t i = 0; i < states_.size(); ++i) {
         const PaperQuestion& place = Place(i);
         const Mark& mark = outcome.questions[i].mark;
@@ -350,7 +360,6 @@ void Practice::RecordResults(const Outcome& outcome) {
             result.Update(train_id_, place.data_code, place.rec_no, mark.score, Answer(i), mark.error, mark.error_xml);
         if (!recorded) Fail(u"无法记录第 " + ToText(place.number) + u" 题的成绩，" + std::u16string(kAgain));
     }
-    transaction.Commit();
 }
 
 void Practice::Wait(const Outcome& outcome, Date end) {

@@ -17,6 +17,11 @@
 #include "host/practice/practice_clock.h"
 #include "host/practice/question_times.h"
 
+namespace qmtrain {
+class TrainInfo;
+class TrainResult;
+}  // namespace qmtrain
+
 namespace qmtrain::host {
 
 // Exam: against the clock, answers are shown afterwards. Exercise: without a clock, each answer is shown as it is
@@ -112,8 +117,8 @@ private:
     void SaveTime(bool running);
     Outcome Marked() const;
     void Record(const Outcome& outcome, Date end);
-    void RecordTraining(const Outcome& outcome, Date end);
-    void RecordResults(const Outcome& outcome);
+    void RecordTraining(TrainInfo& train, const Outcome& outcome, Date end);
+    void RecordResults(TrainResult& result, const Outcome& outcome);
     void Wait(const Outcome& outcome, Date end);
     void Finish(bool recorded);
 
