@@ -10,7 +10,7 @@
 
 namespace qmtrain {
 
-// In the place of the position of a column, a table or an index: there is none.
+// Stands for "none" where the position of a column, slot, table or index is expected.
 inline constexpr std::size_t kNoPosition = std::numeric_limits<std::size_t>::max();
 
 struct Column {

@@ -46,7 +46,7 @@ std::u16string_view WithoutApostrophes(std::u16string_view text) {
 
 static_assert(std::endian::native == std::endian::little, "words are taken apart from their first unit on");
 
-// A number whose parts of so many bits all are this one.
+// A word that repeats this part every kBits bits.
 template <std::size_t kBits>
 constexpr std::uint64_t Each(std::uint64_t part) {
     std::uint64_t word = 0;

@@ -29,12 +29,6 @@ public:
     // For programs: the text as it is, in quotes.
     void Quoted(std::u16string_view text);
 
-    // The place where a field without quotes is to be appended.
-    std::string& Unquoted() {
-        Separate();
-        return out_;
-    }
-
     void EndRow() {
         out_ += "\r\n";
         first_ = true;

@@ -96,6 +96,10 @@ auto OdbcServer::Run(bool changes, const Body& body) {
             const bool cancelled = error.Is(ErrorNumber::OperationCancelled);
             const bool anew = IsLost() && nothing_done && !cancelled && tries == 1;
             const bool again = error.Is(ErrorNumber::RecordChanged) && levels_ == 0 && tries < kMostTries;
+            if (changes && levels_ == 0 && IsLost()) {
+                throw AutomationError(error.Number(), error.Source(),
+                                      error.Description() + u"不知道服务器是否已执行。");
+            }
             if (!anew && !again) throw;
             if (anew) levels_ = 0;
         }
@@ -184,6 +188,7 @@ void OdbcServer::Commit() {
         connection_->Commit();
     } catch (...) {
         RunUndone(0);
+        if (IsLost() && !HasChanges()) RaiseLost();
         throw;
     }
     undo_actions_.clear();

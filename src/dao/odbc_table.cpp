@@ -94,8 +94,7 @@ sql::RowId OdbcTable::Insert(std::span<const Value> values) {
     odbc::Request request{u"INSERT INTO " + link_->remote, {}};
     request.text += given.empty() ? u" DEFAULT VALUES" : u" (" + link_->QuotedList(given) + u") VALUES (";
     for (const std::size_t column : given) {
-        const std::size_t place = column;
-        request.Add(GivenValue(link_->columns[place], values[place]), GivenType(link_->columns[place].type));
+        request.Add(GivenValue(link_->columns[column], values[column]), GivenType(link_->columns[column].type));
         request.text += column == given.back() ? u")" : u", ";
     }
     request.text += u" RETURNING " + link_->SelectedList(wanted);

@@ -219,9 +219,8 @@ void PlaceList::LoadLong(std::int64_t index, std::size_t column, Value& value) {
 
 const Value& PlaceList::Get(std::int64_t index, std::size_t column) {
     if (loaded_ != index) Load(index);
-    const std::size_t place = column;
-    Value& value = current_[place];
-    ColumnState& state = columns_[place];
+    Value& value = current_[column];
+    ColumnState& state = columns_[column];
     if (has_images_ && !state.is_long) {
         if (state.read_from == image_number_) return value;
         query_->ReadImage(column, value);
@@ -229,7 +228,7 @@ const Value& PlaceList::Get(std::int64_t index, std::size_t column) {
         return value;
     }
     state.asked_for = true;
-    if (state.left_out && value.IsEmpty()) LoadLong(index, place, value);
+    if (state.left_out && value.IsEmpty()) LoadLong(index, column, value);
     return value;
 }
 

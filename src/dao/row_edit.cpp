@@ -70,12 +70,11 @@ void RowEdit::Change() {
 }
 
 const Value& RowEdit::Get(std::size_t column) {
-    const std::size_t place = column;
-    if (mode_ == EditMode::Add && !changed_[place]) {
+    if (mode_ == EditMode::Add && !changed_[column]) {
         const sql::Column* stored = ColumnOf(column);
-        if (stored != nullptr && stored->autonumber) TakeAutonumber(place);
+        if (stored != nullptr && stored->autonumber) TakeAutonumber(column);
     }
-    return values_[place];
+    return values_[column];
 }
 
 void RowEdit::TakeAutonumber(std::size_t place) {
@@ -90,21 +89,19 @@ void RowEdit::TakeAutonumber(std::size_t place) {
 }
 
 const Value& RowEdit::Original(std::size_t column) const {
-    const std::size_t place = column;
-    return changed_[place] ? originals_[place] : values_[place];
+    return changed_[column] ? originals_[column] : values_[column];
 }
 
 void RowEdit::Set(std::size_t position, const Value& value) {
     if (!IsActive()) Raise(ErrorNumber::UpdateWithoutEdit);
-    const std::size_t place = position;
-    const sql::OutputColumn& output = Query().Columns()[place];
+    const sql::OutputColumn& output = Query().Columns()[position];
     if (output.column == kNoPosition) Raise(ErrorNumber::ReadOnly, {output.name, u"它是计算出来的。"});
     const sql::Column* column = ColumnOf(position);
     if (column == nullptr) Raise(ErrorNumber::ReadOnly, {output.name, u"它属于联接中“一”方的表。"});
     Value converted = sql::ConvertToColumn(value, *column);
-    if (!changed_[place]) originals_[place] = values_[place];
-    values_[place] = std::move(converted);
-    changed_[place] = true;
+    if (!changed_[position]) originals_[position] = values_[position];
+    values_[position] = std::move(converted);
+    changed_[position] = true;
 }
 
 void RowEdit::Update() {

@@ -250,24 +250,23 @@ bool TableNavigator::IsSameRow() {
 
 const Value& TableNavigator::Get(std::size_t column) {
     RequireRow();
-    const std::size_t place = column;
     const std::vector<sql::Column>& columns = GetTable().Columns();
-    if (loaded_ && !(IsLong(columns[place]) && values_[place].IsEmpty())) return values_[place];
+    if (loaded_ && !(IsLong(columns[column]) && values_[column].IsEmpty())) return values_[column];
     const jet::Database::Reading reading(Storage());
     if (!IsSameRow()) Raise(ErrorNumber::RecordDeleted);
     if (loaded_) {
-        reader_->Read(column, values_[place]);
-        return values_[place];
+        reader_->Read(column, values_[column]);
+        return values_[column];
     }
     identity_ = identities_.Of(*reader_);
     for (std::size_t i = 0; i < values_.size(); ++i) {
-        if (IsLong(columns[i]) && i != place)
+        if (IsLong(columns[i]) && i != column)
             values_[i] = Value();
         else
             reader_->Read(i, values_[i]);
     }
     loaded_ = true;
-    return values_[place];
+    return values_[column];
 }
 
 void TableNavigator::ReadAll(std::vector<Value>& values) {

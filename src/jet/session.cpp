@@ -141,9 +141,8 @@ void Session::CommitLevel(std::size_t level, const std::function<void()>& other)
     LeaveChanging();
 }
 
-// They commit one after the other, those that have only read first, and `other` last. What one has committed can no
-// longer be undone when the next one fails: that is an error of its own, for which nobody may try the transaction
-// again.
+// They commit one after the other, those that have only read first, and `other` last. What one has committed cannot be
+// undone when a later one fails. That failure has its own error number, so that no caller repeats the transaction.
 void Session::CommitPartners(const std::function<void()>& other, bool in_files) {
     const auto changed = std::stable_partition(partners_.begin(), partners_.end(),
                                                [](SessionPartner* partner) { return !partner->HasChanges(); });
@@ -159,6 +158,10 @@ void Session::CommitPartners(const std::function<void()>& other, bool in_files) 
         }
         if (other) other();
     } catch (const AutomationError& error) {
+        const bool others = in_files || partners_.end() - changed > 1;
+        if (!committed && others && error.Is(ErrorNumber::OdbcConnectionFailed)) {  // its own part nobody may know
+            throw AutomationError(error.Number(), error.Source(), error.Description() + u"其余的更改都已撤消。");
+        }
         if (!committed) throw;
         std::u16string said = u"其他服务器上的更改在此之前已提交";
         if (in_files) said += u"，本机文件中的更改已撤消";

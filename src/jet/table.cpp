@@ -39,7 +39,7 @@ Table::Table(Tables& tables, Pager& pager, PageAllocator& allocator, PageNumber 
 
 namespace {
 
-// The index that has an entry for each row and the shortest keys, -1 when there is none.
+// The index that has an entry for each row and the shortest keys, kNoPosition when there is none.
 std::size_t ShortestIndex(const TableDefinition& definition) {
     std::size_t best = kNoPosition;
     std::size_t best_size = 0;

@@ -119,9 +119,11 @@ std::optional<std::u16string> ConnectString::TakePassword() {
 
 std::u16string ConnectString::Place() const {
     std::u16string place;
-    for (const std::u16string_view key : {u"DSN", u"FILEDSN", u"SERVER", u"Servername", u"DATABASE"}) {
+    for (const std::u16string_view key : {u"DSN", u"FILEDSN", u"SERVER", u"Servername", u"PORT", u"DATABASE"}) {
         const Part* part = Find(key);
-        if (part != nullptr && !part->value.empty()) place += (place.empty() ? u"" : u"/") + part->value;
+        if (part == nullptr || part->value.empty() || (key == u"PORT" && part->value == u"5432")) continue;
+        if (!place.empty()) place += key == u"PORT" ? u":" : u"/";
+        place += part->value;
     }
     return place;
 }

@@ -198,7 +198,7 @@ std::u16string Connection::Limiting() {
 }
 
 void Connection::RequireAnswers() const {
-    if (given_up_ && cancelled_) Raise(ErrorNumber::OperationCancelled);
+    if (given_up_ && cancelled_) Raise(ErrorNumber::OperationCancelled, {kNoAnswer});
     if (given_up_) Raise(ErrorNumber::OdbcConnectionFailed, {place_, kNoAnswer});
 }
 
@@ -326,12 +326,12 @@ void Connection::EndTransaction(bool commit) {
     if (undone && commit) RaiseFailed();
 }
 
-// Whatever the server says when it goes: it may have committed before.
+// The server may have committed before the connection broke, whatever its last message says.
 void Connection::RaiseUnknown(std::u16string_view reason) const {
     Raise(ErrorNumber::OdbcConnectionFailed, {place_, u"不知道事务是否已提交：" + std::u16string(reason)});
 }
 
-// What the library says about a failure. A lost connection not every driver tells by the error's state.
+// What the library says about a failure. Not every driver reports a lost connection in the error's state.
 Diagnostics Connection::Diagnose(std::int16_t kind, void* handle) {
     const Library& library = handles_->library;
     Diagnostics diagnostics = DiagnosticsOf(library, kind, handle);

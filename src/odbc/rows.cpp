@@ -147,8 +147,7 @@ void Rows::Expect(std::vector<ResultColumn> columns) {
 }
 
 std::u16string_view Rows::NameOf(std::size_t column) const {
-    const std::size_t place = column;
-    return place < columns_.size() ? columns_[place].name : std::u16string_view();
+    return column < columns_.size() ? columns_[column].name : std::u16string_view();
 }
 
 std::optional<std::int64_t> Rows::Count() {

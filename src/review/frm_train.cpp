@@ -159,6 +159,7 @@ int FrmTrain::ShowModal() {
 // List and chart say so when there is nothing because the database cannot be read.
 void FrmTrain::FillList() {
     trainings_.clear();
+    chart_filled_ = false;
     const auto problem = ForEachTraining(
         source_.client_path, TrainingsQuery(source_.user_id, source_.subject_code, TrainingOrder::NewestFirst),
         [this](const Training& training) { trainings_.push_back(training); });
@@ -185,6 +186,7 @@ void FrmTrain::FillChart() {
     }
     chart_options_ = ChartOptions(points.size());
     MSChart->SetPoints(std::move(points));
+    chart_filled_ = true;
     MarkSelected();
 }
 
@@ -209,7 +211,7 @@ void FrmTrain::EnableButtons() {
 }
 
 void FrmTrain::Piclst_Click(int index) {
-    if (index == kChartTab && MSChart->RowCount() != trainings_.size()) FillChart();
+    if (index == kChartTab && !chart_filled_) FillChart();
     PicLv->Show(index == kListTab);
     PicChart->Show(index == kChartTab);
     Layout();

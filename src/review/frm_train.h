@@ -28,7 +28,7 @@ class FrmTrain : public wxDialog {
 public:
     explicit FrmTrain(PracticeSource source = {});
 
-    // Fills list and chart, and shows the window until it is closed.
+    // Fills the list and shows the window until it is closed. The chart is filled when its tab is first opened.
     int ShowModal() override;
 
     // The candidate wants a training's paper again; the window is closed by then.
@@ -69,6 +69,7 @@ private:
     ui::ListModel rows_;
     HistorySort sort_;
     ChartOptions chart_options_;
+    bool chart_filled_ = false;
 };
 
 }  // namespace qmtrain::review

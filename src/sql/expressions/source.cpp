@@ -113,9 +113,8 @@ std::optional<std::string_view> TableSource::NarrowText(std::size_t slot) {
 }
 
 const Value& TableSource::Load(std::size_t slot) {
-    const std::size_t place = slot;
-    if (current_ != 0 && !IsLong(place)) return kept_.At(current_ - 1)[place];
-    return stamps_[place] == stamp_ ? values_[place] : Read(place);
+    if (current_ != 0 && !IsLong(slot)) return kept_.At(current_ - 1)[slot];
+    return stamps_[slot] == stamp_ ? values_[slot] : Read(slot);
 }
 
 const Value& TableSource::Read(std::size_t slot) {

@@ -36,13 +36,12 @@ void DerivedSource::Forget() {
 }
 
 const Value& DerivedSource::Load(std::size_t slot) {
-    const std::size_t place = slot;
-    if (stamps_[place] != stamp_) {
+    if (stamps_[slot] != stamp_) {
         const std::size_t column = ColumnOfSlot(slot);
-        values_[place] = &plan_->outputs[column].expression->Evaluate();
-        stamps_[place] = stamp_;
+        values_[slot] = &plan_->outputs[column].expression->Evaluate();
+        stamps_[slot] = stamp_;
     }
-    return *values_[place];
+    return *values_[slot];
 }
 
 // ---- DerivedAccess ----

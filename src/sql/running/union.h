@@ -35,7 +35,7 @@ private:
 
 class UnionRows : public RowOperator {
 public:
-    // Of so many selects, from the first on, every row comes only once.
+    // The first `distinct_parts` selects together return each row only once; 0: none do.
     UnionRows(UnionSource& source, std::size_t distinct_parts) : source_(source), distinct_parts_(distinct_parts) {}
 
     void Open() override;
