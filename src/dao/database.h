@@ -37,7 +37,8 @@ public:
     virtual void Atomically(const std::function<void()>& body) = 0;
 
     // The same for a body that does not mind rows that others add meanwhile: on a server it sees none of those added
-    // since its first statement, and neither it nor the others have to run again.
+    // since its first statement, and none of them has to run again for it; only who changes a row that another one has
+    // changed meanwhile does.
     virtual void AtomicallyBeside(const std::function<void()>& body) { Atomically(body); }
 
     // The rows of a select, of a table or of a saved query. Raises InvalidOperation for what cannot be opened as a

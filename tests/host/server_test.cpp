@@ -53,6 +53,25 @@ protected:
                              std::to_string(id));
     }
 
+    // A practice that is not handed in yet; its number.
+    std::int32_t LeaveAnswered() const {
+        Practice practice(data_, MixedPaper(), Practice::Start{kCandidate});
+        AnswerAll(practice);
+        return practice.TrainID();
+    }
+
+    // In a process of its own.
+    pid_t HandInElsewhere(std::int32_t id) const {
+        const pid_t process = fork();
+        if (process != 0) return process;
+        Practice(data_, id).HandIn();
+        _exit(0);
+    }
+    static void Kill(pid_t process) {
+        kill(process, SIGKILL);
+        waitpid(process, nullptr, 0);
+    }
+
     TestServer* server_ = nullptr;
     dao::Engine::OwnUse use_;
 };
@@ -111,23 +130,15 @@ TEST_F(HostServerTest, ACommitThatIsStillPendingIsWaitedFor) {
         "CREATE FUNCTION pause() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN PERFORM pg_sleep(0.3); RETURN NULL; END "
         "$$; CREATE CONSTRAINT TRIGGER pause AFTER INSERT ON trainresult DEFERRABLE INITIALLY DEFERRED FOR EACH ROW "
         "EXECUTE FUNCTION pause()");
-    auto practice = std::make_unique<Practice>(data_, MixedPaper(), Practice::Start{kCandidate});
-    const std::int32_t id = practice->TrainID();
-    AnswerAll(*practice);
-    practice.reset();
-    const pid_t first = fork();
-    if (first == 0) {
-        Practice(data_, id).HandIn();
-        _exit(0);
-    }
+    const std::int32_t id = LeaveAnswered();
+    const pid_t first = HandInElsewhere(id);
     const auto commits = [&] {
         return server_->Psql("SELECT count(*) FROM pg_stat_activity WHERE query = 'COMMIT' AND state = 'active'") ==
                "1";
     };
     for (int tries = 0; tries < 300 && !commits(); ++tries) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     ASSERT_TRUE(commits());
-    kill(first, SIGKILL);
-    waitpid(first, nullptr, 0);
+    Kill(first);
     EXPECT_EQ(Results(id), "0|");
     EXPECT_TRUE(Practice(data_, id).HandIn().recorded);
     EXPECT_EQ(Results(id), "5|100");
@@ -158,18 +169,10 @@ TEST_F(HostServerTest, ResultsAreThereOnceWheneverTheHostIsKilled) {
     const int times = std::getenv("QMTRAIN_LONG") != nullptr ? 60 : 6;
     int unfinished = 0;
     for (int i = 0; i < times; ++i) {
-        auto practice = std::make_unique<Practice>(data_, MixedPaper(), Practice::Start{kCandidate});
-        const std::int32_t id = practice->TrainID();
-        AnswerAll(*practice);
-        practice.reset();
-        const pid_t child = fork();
-        if (child == 0) {
-            Practice(data_, id).HandIn();
-            _exit(0);
-        }
+        const std::int32_t id = LeaveAnswered();
+        const pid_t child = HandInElsewhere(id);
         std::this_thread::sleep_for(std::chrono::milliseconds(20 + i % 20 * kStep));
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
+        Kill(child);
         EXPECT_EQ(UploadWaiting(data_).left, 0);
         SettleHandedIn(data_);
         if (!UnfinishedOf(data_, kCandidate, -1).empty()) {

@@ -313,40 +313,39 @@ void Practice::Upload(const DataFolder& folder, std::int32_t train_id) {
     SettleHandedIn(folder);
 }
 
-// An attempt that was given up may still be about to be committed by the server: nobody sees its results yet, but it
-// has the training's row. So that is taken first, and who had it is waited for. What has changed something stays open
-// until the commit: a database that is closed before undoes it.
+// On a server an attempt that was given up may still be about to be committed: nobody sees its results yet, but it has
+// the training's row. So that is taken first, and who had it is waited for. What has changed something stays open until
+// the commit: a database that is closed before undoes it.
 void Practice::Record(const Outcome& outcome, Date end) {
-    constexpr int kMostTries = 3;
     const TrapWatch watch;
-    for (int tries = 1;; ++tries) {
-        try {
-            dao::Connection client(ClientDatabase(folder_.path));
-            TrainInfo train;
-            TrainResult result;
-            std::optional<dao::Transaction> transaction;
-            if (client->IsOnServer()) {
-                transaction.emplace();
+    try {
+        dao::Connection client(ClientDatabase(folder_.path));
+        TrainInfo train;
+        TrainResult result;
+        if (client->IsOnServer()) {
+            return client->AtomicallyBeside([&] {
                 client->Execute(u"Update TrainInfo Set UseTime=UseTime" + OfTraining(train_id_));
                 if (IsHandedIn(folder_, train_id_)) return;
-            }
-            RecordTraining(train, outcome, end);
-            // A practice that was left for a while took less time than lies between its start and its end.
-            client->Execute(u"Update TrainInfo Set UseTime=" + ToText(outcome.seconds_used) + OfTraining(train_id_));
-            if (!transaction) transaction.emplace();  // each of these has the file to itself
-            RecordResults(result, outcome);
-            return transaction->Commit();
-        } catch (const AutomationError& error) {
-            if (watch.First() && IsServerAway(*watch.First())) throw AutomationError(*watch.First());
-            if (!error.Is(ErrorNumber::RecordChanged) || tries == kMostTries) throw;
+                RecordTraining(*client.operator->(), train, outcome, end);
+                RecordResults(result, outcome);
+            });
         }
+        RecordTraining(*client.operator->(), train, outcome, end);
+        dao::Transaction transaction;  // not before: each of the two has the file to itself
+        RecordResults(result, outcome);
+        transaction.Commit();
+    } catch (const AutomationError&) {
+        if (watch.First() && IsServerAway(*watch.First())) throw AutomationError(*watch.First());
+        throw;
     }
 }
 
-void Practice::RecordTraining(TrainInfo& train, const Outcome& outcome, Date end) {
+void Practice::RecordTraining(dao::Database& client, TrainInfo& train, const Outcome& outcome, Date end) {
     OpenTrainings(train, folder_);
     if (!train.Update(train_id_, end, static_cast<float>(outcome.Score())))
         Fail(u"无法记录成绩，" + std::u16string(kAgain));
+    // A practice that was left for a while took less time than lies between its start and its end.
+    client.Execute(u"Update TrainInfo Set UseTime=" + ToText(outcome.seconds_used) + OfTraining(train_id_));
 }
 
 void Practice::RecordResults(TrainResult& result, const Outcome& outcome) {

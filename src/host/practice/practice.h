@@ -117,7 +117,7 @@ private:
     void SaveTime(bool running);
     Outcome Marked() const;
     void Record(const Outcome& outcome, Date end);
-    void RecordTraining(TrainInfo& train, const Outcome& outcome, Date end);
+    void RecordTraining(dao::Database& client, TrainInfo& train, const Outcome& outcome, Date end);
     void RecordResults(TrainResult& result, const Outcome& outcome);
     void Wait(const Outcome& outcome, Date end);
     void Finish(bool recorded);
