@@ -53,7 +53,9 @@ std::optional<AutomationError> ForEachTraining(std::u16string_view client_path, 
         std::u16string problem;
         if (!train.Init(problem)) return;
         const auto rows = train.GetRecordset(query);
-        for (; rows && !rows->Eof(); rows->MoveNext()) body(ReadTraining(*rows));
+        if (!rows) return;
+        const TrainingReader trainings(*rows);
+        for (; !rows->Eof(); rows->MoveNext()) body(trainings.Read());
     });
     return watch.First();
 }

@@ -35,8 +35,9 @@ report::Report HistoryReport(std::u16string_view client_path, std::int32_t user_
     for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) {
         section.table.columns.push_back({std::u16string(kTrainingHeaders[i]), kShares[i], i > kKindColumn});
     }
+    const TrainingReader trainings(*rows);
     for (; !rows->Eof(); rows->MoveNext()) {
-        const Training training = ReadTraining(*rows);
+        const Training training = trainings.Read();
         ui::ListRow row = ToListRow(training);
         row.cells.resize(section.table.columns.size());
         row.cells[0] = Format(training.start, u"yyyy-mm-dd hh:nn");
@@ -105,7 +106,7 @@ report::Report PaperReport(const PaperSource& source) {
     }
     const auto summary = train.GetRecordset(SummaryQuery(u" And TI.TrainID=" + ToText(source.train_id)));
     if (!summary) RaiseComponentError(u"qmtrain", u"无法读取这次练习。");
-    const Training training = summary->Eof() ? Training{} : ReadTraining(*summary);
+    const Training training = summary->Eof() ? Training{} : TrainingReader(*summary).Read();
     if (train.TrainUser()) made.subtitle = train.TrainUser()->UserName() + u"　";
     made.subtitle += Format(train.startDate(), u"yyyy-mm-dd hh:nn") + u"　得分 " + ToText(Value(training.got_score)) +
                      u" / " + ToText(Value(training.paper_score)) + (training.Passed() ? u"，及格" : u"，不及格");

@@ -34,17 +34,26 @@ std::u16string TrainingsQuery(std::int32_t user_id, std::int32_t subject_code, T
     return SummaryQuery(conditions, newest_first ? u" Order By TI.StartDate Desc" : u" Order By TI.StartDate");
 }
 
-Training ReadTraining(dao::Recordset& rows) {
+TrainingReader::TrainingReader(dao::Recordset& rows)
+    : id_(rows.Fields(u"TrainID")),
+      start_(rows.Fields(u"StartDate")),
+      theory_no_(rows.Fields(u"TheoryNo")),
+      operation_no_(rows.Fields(u"OperationNo")),
+      use_time_(rows.Fields(u"UseTime")),
+      paper_score_(rows.Fields(u"PaperScore")),
+      got_score_(rows.Fields(u"GetScore")) {}
+
+Training TrainingReader::Read() const {
     Training training;
-    training.id = ToLong(rows.Fields(u"TrainID").Value());
-    const Value& start = rows.Fields(u"StartDate").Value();
+    training.id = ToLong(id_.Value());
+    const Value& start = start_.Value();
     training.has_start = !start.IsNull();
     training.start = DateOr(start, {});
-    training.theory_no = LongOr(rows.Fields(u"TheoryNo").Value(), -1);
-    training.operation_no = LongOr(rows.Fields(u"OperationNo").Value(), -1);
-    training.use_time = LongOr(rows.Fields(u"UseTime").Value(), -1);
-    training.paper_score = SingleOr(rows.Fields(u"PaperScore").Value(), 0);
-    training.got_score = SingleOr(rows.Fields(u"GetScore").Value(), 0);
+    training.theory_no = LongOr(theory_no_.Value(), -1);
+    training.operation_no = LongOr(operation_no_.Value(), -1);
+    training.use_time = LongOr(use_time_.Value(), -1);
+    training.paper_score = SingleOr(paper_score_.Value(), 0);
+    training.got_score = SingleOr(got_score_.Value(), 0);
     return training;
 }
 

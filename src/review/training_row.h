@@ -32,8 +32,24 @@ struct Training {
     bool Passed() const;
 };
 
-// The current row of the summary.
-Training ReadTraining(dao::Recordset& rows);
+// Reads the summary's rows. Its columns are looked up by name once, not for each row.
+class TrainingReader {
+public:
+    // Raises FieldNotFound for rows that are no summary. `rows` must outlive it.
+    explicit TrainingReader(dao::Recordset& rows);
+
+    // The current row.
+    Training Read() const;
+
+private:
+    const dao::Field& id_;
+    const dao::Field& start_;
+    const dao::Field& theory_no_;
+    const dao::Field& operation_no_;
+    const dao::Field& use_time_;
+    const dao::Field& paper_score_;
+    const dao::Field& got_score_;
+};
 
 // The summary, read newest first, in its order for oldest first: trainings of the same time keep their order.
 std::vector<Training> OldestFirst(const std::vector<Training>& newest_first);

@@ -123,8 +123,9 @@ TEST_F(TrainingQueryTest, OneOrderIsMadeOfTheOther) {
     Execute(u"INSERT INTO TrainResult (TrainID) SELECT TrainID FROM TrainInfo");
     const auto database = Open();
     const auto rows = database->OpenRecordset(TrainingsQuery(-1, -1, TrainingOrder::NewestFirst));
+    const TrainingReader reader(*rows);
     std::vector<Training> newest_first;
-    for (; !rows->Eof(); rows->MoveNext()) newest_first.push_back(ReadTraining(*rows));
+    for (; !rows->Eof(); rows->MoveNext()) newest_first.push_back(reader.Read());
     std::u16string oldest_first;
     for (const Training& training : OldestFirst(newest_first)) {
         oldest_first += (oldest_first.empty() ? u"" : u" ") + ToText(std::int64_t{training.id});
@@ -142,9 +143,10 @@ TEST_F(TrainingQueryTest, NullsAreReadAsWhatTheListShowsForThem) {
     const auto database = Open();
     const auto rows =
         database->OpenRecordset(TrainingsQuery(-1, -1, TrainingOrder::OldestFirst));  // Null comes before any date
-    EXPECT_EQ(Joined(ToListRow(ReadTraining(*rows)).cells), "99/12/30 00:00|上机||0|0|0.0|0000|0000|000.0");
+    const TrainingReader reader(*rows);
+    EXPECT_EQ(Joined(ToListRow(reader.Read()).cells), "99/12/30 00:00|上机||0|0|0.0|0000|0000|000.0");
     rows->MoveNext();
-    EXPECT_EQ(Joined(ToListRow(ReadTraining(*rows)).cells), "05/04/02 09:05|笔试|00:00:59|4|2|50.0|0004|0002|050.0");
+    EXPECT_EQ(Joined(ToListRow(reader.Read()).cells), "05/04/02 09:05|笔试|00:00:59|4|2|50.0|0004|0002|050.0");
 }
 
 TEST(HistorySort, ClicksSetKeyOrderAndOneIcon) {

@@ -68,7 +68,7 @@ std::int32_t LastTraining(const Options& options) {
     const auto rows =
         train.GetRecordset(review::TrainingsQuery(options.user, options.subject, review::TrainingOrder::NewestFirst));
     if (!rows || rows->Eof()) Fail(u"还没有练习记录。");
-    return review::ReadTraining(*rows).id;
+    return review::TrainingReader(*rows).Read().id;
 }
 
 report::Report MakeReport(const std::string& command, const ExportOptions& options) {

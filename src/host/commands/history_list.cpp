@@ -64,8 +64,8 @@ std::string HistoryText(const Options& options) {
         train.GetRecordset(review::TrainingsQuery(options.user, options.subject, review::TrainingOrder::NewestFirst));
     if (!trainings) RaiseComponentError(u"qmtrain", u"无法读取练习历史。");
     std::vector<ui::ListRow> rows;
-    for (; !trainings->Eof(); trainings->MoveNext())
-        rows.push_back(review::ToListRow(review::ReadTraining(*trainings)));
+    const review::TrainingReader reader(*trainings);
+    for (; !trainings->Eof(); trainings->MoveNext()) rows.push_back(review::ToListRow(reader.Read()));
     switch (options.output) {
         case Options::Output::Csv: return Csv(rows);
         case Options::Output::Json: return Json(rows);

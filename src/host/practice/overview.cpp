@@ -45,8 +45,9 @@ std::vector<review::Training> ReadTrainings(const DataFolder& folder, std::int32
     const dao::Connection client(ClientDatabase(folder.path));
     const auto rows =
         client->OpenRecordset(review::TrainingsQuery(user_id, subject, review::TrainingOrder::NewestFirst));
+    const review::TrainingReader reader(*rows);
     std::vector<review::Training> trainings;
-    for (; !rows->Eof(); rows->MoveNext()) trainings.push_back(review::ReadTraining(*rows));
+    for (; !rows->Eof(); rows->MoveNext()) trainings.push_back(reader.Read());
     return trainings;
 }
 
