@@ -81,8 +81,8 @@ Overview ReadOverview(const DataFolder& folder, std::int32_t user_id, std::int32
     Overview overview;
     for (Paper& paper : PapersOf(folder, subject)) overview.papers.push_back({std::move(paper)});
     const std::map<std::int32_t, Finished> finished = ReadFinished(folder);
-    for (review::Training& training : ReadTrainings(folder, user_id, subject)) {
-        PastPractice one{std::move(training)};
+    for (const review::Training& training : ReadTrainings(folder, user_id, subject)) {
+        PastPractice one{training};
         const auto known = finished.find(one.training.id);
         if (known != finished.end()) {
             one.mode = known->second.mode;
