@@ -54,8 +54,8 @@ std::optional<AutomationError> ForEachTraining(std::u16string_view client_path, 
         if (!train.Init(problem)) return;
         const auto rows = train.GetRecordset(query);
         if (!rows) return;
-        const TrainingReader trainings(*rows);
-        for (; !rows->Eof(); rows->MoveNext()) body(trainings.Read());
+        const TrainingReader reader(*rows);
+        for (; !rows->Eof(); rows->MoveNext()) body(reader.Read());
     });
     return watch.First();
 }

@@ -35,9 +35,9 @@ report::Report HistoryReport(std::u16string_view client_path, std::int32_t user_
     for (std::size_t i = 0; i < kTrainingHeaders.size(); ++i) {
         section.table.columns.push_back({std::u16string(kTrainingHeaders[i]), kShares[i], i > kKindColumn});
     }
-    const TrainingReader trainings(*rows);
+    const TrainingReader reader(*rows);
     for (; !rows->Eof(); rows->MoveNext()) {
-        const Training training = trainings.Read();
+        const Training training = reader.Read();
         ui::ListRow row = ToListRow(training);
         row.cells.resize(section.table.columns.size());
         row.cells[0] = Format(training.start, u"yyyy-mm-dd hh:nn");
