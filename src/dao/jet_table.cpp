@@ -81,6 +81,9 @@ public:
     bool MoveTo(sql::RowId row) override { return cursor_.MoveTo(ToPointer(row)); }
     sql::RowId Row() const override { return ToRowId(cursor_.Row()); }
     void Read(std::size_t column, Value& value) override { cursor_.Read(layout_.positions[column], value); }
+    void ReadColumns(std::span<const std::size_t> columns, Value* values) override {
+        cursor_.ReadColumns(columns, layout_.positions, values);
+    }
     std::optional<std::string_view> NarrowText(std::size_t column) override {
         return cursor_.NarrowText(layout_.positions[column]);
     }

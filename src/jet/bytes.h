@@ -39,6 +39,13 @@ inline void PutBig32(std::uint8_t* to, std::uint32_t value) {
     Put(to, __builtin_bswap32(value));
 }
 
+// The name may be null.
+[[noreturn, gnu::cold, gnu::noinline]] inline void RaiseDamaged(const std::u16string* file, PageNumber page,
+                                                                std::u16string_view what) {
+    Raise(ErrorNumber::FileDamaged, {file != nullptr ? std::u16string_view(*file) : u"",
+                                     u"第 " + ToText(page) + u" 页：" + std::u16string(what) + u"。"});
+}
+
 // A stretch of a page or of a definition, and the place it came from.
 class ByteView {
 public:
@@ -68,10 +75,8 @@ public:
     }
     ByteView From(std::size_t at) const { return Part(at, at <= size_ ? size_ - at : 0); }
 
-    [[noreturn]] void Damaged(std::u16string_view what) const {
-        Raise(ErrorNumber::FileDamaged, {file_ != nullptr ? std::u16string_view(*file_) : u"",
-                                         u"第 " + ToText(page_) + u" 页：" + std::u16string(what) + u"。"});
-    }
+    // Inlined, so that no view need stand in memory for the sake of what never happens.
+    [[noreturn, gnu::always_inline]] void Damaged(std::u16string_view what) const { RaiseDamaged(file_, page_, what); }
 
 private:
     ByteView(const std::uint8_t* data, std::size_t size, const std::u16string* file, PageNumber page)

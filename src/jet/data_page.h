@@ -56,7 +56,10 @@ public:
 
 private:
     friend class DataPageEditor;
-    std::uint16_t Entry(std::size_t slot) const { return page_.U16(format_->data_slots + 2 * slot); }
+    // Requires: slot < slots_. The constructor has seen that the page has room for them.
+    std::uint16_t Entry(std::size_t slot) const {
+        return Get<std::uint16_t>(page_.Data() + format_->data_slots + 2 * slot);
+    }
     std::size_t SlotsEnd() const { return format_->data_slots + 2 * slots_; }
     // The offset of the row before `slot` in slot order, the page's end for the first.
     std::size_t Offset(std::size_t slot) const;
@@ -69,10 +72,10 @@ private:
 inline DataPage::DataPage(const ByteView& page, const FileFormat& format)
     : page_(page), format_(&format), slots_(page.U16(format.data_slot_count)) {
     if (page.U8(0) != static_cast<std::uint8_t>(PageType::Data)) page.Damaged(u"此页不是数据页");
-    if (slots_ > (format.page_size - format.data_slots) / 2) page.Damaged(u"行表超出页尾");
+    if (format.data_slots + 2 * slots_ > page.Size()) page.Damaged(u"行表超出页尾");
 }
 
-inline std::size_t DataPage::Offset(std::size_t slot) const {
+[[gnu::always_inline]] inline std::size_t DataPage::Offset(std::size_t slot) const {
     return slot == 0 ? format_->page_size : Entry(slot - 1) & kSlotOffset;
 }
 
@@ -86,7 +89,8 @@ inline SlotKind DataPage::Kind(std::size_t slot) const {
     }
 }
 
-inline ByteView DataPage::Row(std::size_t slot) const {
+// Called for every row of a scan.
+[[gnu::always_inline]] inline ByteView DataPage::Row(std::size_t slot) const {
     if (slot >= slots_) page_.Damaged(u"行号超出行表");
     const std::size_t begin = Offset(slot + 1);
     const std::size_t end = Offset(slot);

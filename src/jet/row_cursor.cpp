@@ -86,8 +86,7 @@ void RowCursor::End() {
     row_ = {};
 }
 
-// Whether the scan has another slot to look at; goes on to the next page where the present one is done.
-bool RowCursor::HasScanSlot() {
+bool RowCursor::FindScanSlot() {
     for (;;) {
         if (scan_page_ != 0 && (!data_ || page_change_ != pager_.ChangeCount())) {
             page_ = pager_.Read(scan_page_);
@@ -97,7 +96,7 @@ bool RowCursor::HasScanSlot() {
             if (ours) data_.emplace(page_.View(), pager_.GetFormat());
             for (std::size_t row = 0; ours && row < kRowsAhead; ++row) data_->ExpectRow(scan_slot_ + row);
         }
-        if (data_ && scan_slot_ < data_->Slots()) return true;
+        if (AtScanSlot()) return true;
         scan_page_ = table_->OwnedMap().Next(scan_page_ + 1);
         scan_slot_ = 0;
         data_.reset();
@@ -142,7 +141,7 @@ bool RowCursor::Load() {
     const std::uint64_t change = pager_.ChangeCount();
     if (loaded_ && row_change_ == change) return true;
     loaded_ = false;
-    if (mode_ == Mode::Scan && plain_ && page_change_ == change) {  // the page of the scan is at hand
+    if (IsAtHand()) {
         view_ = RowView(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
         loaded_ = true;
         if (row_page_) row_page_ = {};
@@ -186,8 +185,7 @@ const RowView& RowCursor::LoadedView() {
 }
 
 ByteView RowCursor::Image() {
-    const bool at_hand = mode_ == Mode::Scan && plain_ && !loaded_ && data_ && page_change_ == pager_.ChangeCount();
-    return at_hand && row_ ? data_->Row(row_.slot) : View().Bytes();
+    return row_ && !loaded_ && IsAtHand() ? data_->Row(row_.slot) : View().Bytes();
 }
 
 std::optional<LongValueReader> RowCursor::OpenLongValue(std::size_t column) {
@@ -259,6 +257,20 @@ void RowCursor::Read(std::size_t position, Value& value) {
     }
     reader.Read(long_value_);
     DecodeMemo(long_value_, pager_, column, value.ReuseText());
+}
+
+void RowCursor::ReadColumns(std::span<const std::size_t> columns, std::span<const std::size_t> positions,
+                            Value* values) {
+    if (!IsAtHand()) {
+        for (std::size_t i = 0; i < columns.size(); ++i) Read(positions[columns[i]], values[i]);
+        return;
+    }
+    const std::vector<StoredColumn>& stored = table_->Definition().columns;
+    const RowView row(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const std::size_t position = positions[columns[i]];
+        if (!row.ReadNumber(stored[position], values[i])) Read(position, values[i]);
+    }
 }
 
 }  // namespace qmtrain::jet

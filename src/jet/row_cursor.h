@@ -39,6 +39,9 @@ public:
     // Raises RecordDeleted when the row is gone.
     void Read(std::size_t column, Value& value);
 
+    // The same for several columns at once: values[i] becomes that of the column positions[columns[i]].
+    void ReadColumns(std::span<const std::size_t> columns, std::span<const std::size_t> positions, Value* values);
+
     // A text of the row whose stored bytes are its characters, as sql::Cursor has it.
     std::optional<std::string_view> NarrowText(std::size_t column);
 
@@ -54,8 +57,16 @@ public:
 private:
     enum class Mode : std::uint8_t { Single, Scan, Index };
 
+    // Whether the row stands in the scan's page, to be read there.
+    bool IsAtHand() const { return mode_ == Mode::Scan && plain_ && data_ && page_change_ == pager_.ChangeCount(); }
+
     bool NextInScan();
-    bool HasScanSlot();
+
+    // Whether the scan has another slot to look at; goes on to the next page where the present one is done.
+    bool HasScanSlot() { return AtScanSlot() || FindScanSlot(); }
+    bool AtScanSlot() const { return data_ && scan_slot_ < data_->Slots() && page_change_ == pager_.ChangeCount(); }
+    bool FindScanSlot();
+
     void End();
     bool NextInIndex();
     bool Load();

@@ -94,6 +94,11 @@ public:
     virtual RowId Row() const = 0;
     virtual void Read(std::size_t column, Value& value) = 0;
 
+    // Several columns at once: values[i] becomes that of columns[i].
+    virtual void ReadColumns(std::span<const std::size_t> columns, Value* values) {
+        for (std::size_t i = 0; i < columns.size(); ++i) Read(columns[i], values[i]);
+    }
+
     // Announces a return to the current row as it is now: a table on a server keeps it rather than ask again.
     virtual void Keep() {}
 

@@ -25,11 +25,15 @@ struct AggregateState {
 
 class Aggregate {
 public:
-    Aggregate(AggregateKind kind, Expression* argument) : kind_(kind), argument_(argument) {}
+    Aggregate(AggregateKind kind, Expression* argument);
 
     AggregateKind Kind() const { return kind_; }
     const Expression* Argument() const { return argument_; }
     Value::Type ResultType() const;
+
+    // Whether the result is one of the values, which stands in the group's row meanwhile.
+    bool KeepsValue() const { return kind_ >= AggregateKind::Min && kind_ <= AggregateKind::Last; }
+
     DataType ResultDataType() const;
 
     // Takes in the current row.
@@ -45,6 +49,7 @@ private:
 
     AggregateKind kind_;
     Expression* argument_;  // null for Count(*)
+    bool adds_doubles_;
 };
 
 }  // namespace qmtrain::sql

@@ -38,7 +38,11 @@ sql::Cursor& TableSource::GetCursor() {
         cursor_ = table_->OpenCursor();
         values_.resize(SlotCount());
         stamps_.resize(SlotCount(), 0);
-        for (std::size_t slot = 0; slot < SlotCount(); ++slot) has_long_ = has_long_ || IsLong(slot);
+        only_numbers_ = SlotCount() != 0;
+        for (std::size_t slot = 0; slot < SlotCount(); ++slot) {
+            has_long_ = has_long_ || IsLong(slot);
+            only_numbers_ = only_numbers_ && FamilyOf(infos_[ColumnOfSlot(slot)].type) == Family::Number;
+        }
         kept_.Reset(SlotCount());
     }
     return *cursor_;

@@ -175,7 +175,9 @@ private:
             planned.ordered = choice.path.ordered;
             if (choice.UsesIndex()) planned.count = std::max(1.0, std::min(planned.count, choice.rows));
             met = choice.path.met;
-            planned.rows = Access(*unit.table, std::move(choice));
+            auto access = Access(*unit.table, std::move(choice));
+            if (own.empty()) access->SetReadsAhead();
+            planned.rows = std::move(access);
         } else {
             auto& derived = static_cast<DerivedSource&>(*tables_[unit.node->table]);
             planned.rows = std::make_unique<DerivedAccess>(derived);
@@ -184,7 +186,7 @@ private:
         return planned;
     }
 
-    static RowOperatorPtr Access(TableSource& table, IndexChoice choice) {
+    static std::unique_ptr<TableAccess> Access(TableSource& table, IndexChoice choice) {
         auto access = std::make_unique<TableAccess>(table, std::move(choice.path));
         access->SetEstimatedRows(choice.rows);
         return access;

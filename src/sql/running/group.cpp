@@ -47,6 +47,7 @@ void Group::TakeRow() {
 
 // The text that Min or Last keeps may become longer than the first one was.
 void Group::Step(std::size_t aggregate, AggregateState& state, Value& slot) {
+    if (!aggregates_[aggregate].KeepsValue()) return aggregates_[aggregate].Step(state, slot);
     const std::size_t before = BytesBeside(slot);
     aggregates_[aggregate].Step(state, slot);
     const std::size_t after = BytesBeside(slot);

@@ -68,14 +68,15 @@ void HashLookup::Open() {
 }
 
 bool HashLookup::Next() {
+    if (next_row_ == kEnd) return false;
     steps_.Next();
-    while (next_row_ != kEnd) {
+    do {
         const RowHandle* handle = &handles_[next_row_ * sources_.size()];
         next_row_ = following_[next_row_];
         bool alive = true;
         for (Source* source : sources_) alive = source->Restore(*handle++) && alive;
         if (alive) return true;
-    }
+    } while (next_row_ != kEnd);
     return false;
 }
 

@@ -55,6 +55,7 @@ void TableAccess::Open() {
         start_ = start;
         if (start == Start::Whole) break;
     }
+    ahead_ = false;
     if (start_ == Start::Ranges && range_count_ > 1) Arrange();
     if (start_ == Start::Ranges) {
         OpenRange();
@@ -62,6 +63,7 @@ void TableAccess::Open() {
         cursor_->Range(path_.parts[0].index, {}, path_.parts[0].backwards);
     } else if (start_ == Start::Whole) {
         cursor_->Scan();
+        ahead_ = reads_ahead_;
     }
 }
 
@@ -82,6 +84,7 @@ bool TableAccess::Next() {
         if (repeats_) seen_.FindOrAdd(cursor_->Row().value, added);
         if (!added) continue;
         source_.OnRow();
+        if (ahead_) source_.ReadAhead();
         return true;
     }
 }

@@ -14,6 +14,9 @@ class TableAccess : public RowOperator {
 public:
     TableAccess(TableSource& source, AccessPath path) : source_(source), path_(std::move(path)) {}
 
+    // The rows of a scan are used as they come, none is passed over.
+    void SetReadsAhead() { reads_ahead_ = true; }
+
     void Open() override;
     bool Next() override;
     std::int64_t CountRows() override;
@@ -52,6 +55,8 @@ private:
     Cursor* cursor_ = nullptr;
     Start start_ = Start::Nothing;
     bool exact_ = false;
+    bool reads_ahead_ = false;
+    bool ahead_ = false;  // in the present scan
 
     std::vector<IndexRange> ranges_;  // kept between openings, so that a search costs no allocations
     std::size_t range_count_ = 0;
