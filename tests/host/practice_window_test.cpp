@@ -293,13 +293,15 @@ TEST_F(PracticeWindowTest, AnExerciseShowsEachAnswer) {
 
 TEST_F(PracticeWindowTest, TimeRunsOutUnderANote) {
     Practice practice(data_, main_paper_, {test::kCandidate});
-    practice.SecondsUsed(599);
     PracticeWindow window(nullptr, data_, practice);
     WindowScript script;
     wxStopWatch open;
     script.Do([&] { Click(*window.BtnNote); })
         .Await("the note", [] { return Shown<NoteDialog>() != nullptr; })
-        .Do([&] { open.Start(); })
+        .Do([&] {
+            practice.SecondsUsed(599);
+            open.Start();
+        })
         .Await("some ticks", [&] { return open.Time() > 2500; })
         .Do([&] {
             EXPECT_EQ(LabelOf(*window.LblTime), "仅剩 00:00");

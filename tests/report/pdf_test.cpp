@@ -123,7 +123,7 @@ TEST_F(PdfTest, QuestionsStayTogether) {
 TEST_F(PdfTest, PicturesBulletsAndStrokes) {
     if (!HasReader()) GTEST_SKIP() << "There is no pdftotext; package poppler-utils has it.";
     wxImage image(1200, 900);
-    for (int i = 0; i < 1200 * 900 * 3; ++i) image.GetData()[i] = static_cast<unsigned char>(i * 7919 >> 8);
+    for (unsigned i = 0; i < 1200 * 900 * 3; ++i) image.GetData()[i] = static_cast<unsigned char>(i * 7919 >> 8);
     wxMemoryOutputStream stream;
     ASSERT_TRUE(image.SaveFile(stream, wxBITMAP_TYPE_JPEG));
     Bytes jpeg(stream.GetSize());
