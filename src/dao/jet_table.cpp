@@ -82,7 +82,8 @@ public:
     sql::RowId Row() const override { return ToRowId(cursor_.Row()); }
     void Read(std::size_t column, Value& value) override { cursor_.Read(layout_.positions[column], value); }
     void ReadColumns(std::span<const std::size_t> columns, Value* values) override {
-        cursor_.ReadColumns(columns, layout_.positions, values);
+        if (!numbers_) numbers_.emplace(NumbersOf(columns));
+        if (!cursor_.ReadNumbers(*numbers_, values)) Cursor::ReadColumns(columns, values);
     }
     std::optional<std::string_view> NarrowText(std::size_t column) override {
         return cursor_.NarrowText(layout_.positions[column]);
@@ -90,8 +91,15 @@ public:
     std::span<const std::uint8_t> Image() override { return cursor_.Image().Span(); }
 
 private:
+    jet::NumberColumns NumbersOf(std::span<const std::size_t> columns) const {
+        std::vector<std::size_t> positions;
+        for (const std::size_t column : columns) positions.push_back(layout_.positions[column]);
+        return {table_->Definition(), table_->GetPager().GetFormat(), positions};
+    }
+
     std::shared_ptr<const jet::Table> table_;
     jet::RowCursor cursor_;
+    std::optional<jet::NumberColumns> numbers_;  // that ReadColumns() reads
     const Layout& layout_;
     ByteRange bytes_;
     bool empty_ = false;

@@ -41,7 +41,7 @@ inline void PutBig32(std::uint8_t* to, std::uint32_t value) {
 
 // The name may be null.
 [[noreturn, gnu::cold, gnu::noinline]] inline void RaiseDamaged(const std::u16string* file, PageNumber page,
-                                                                std::u16string_view what) {
+                                                                const char16_t* what) {
     Raise(ErrorNumber::FileDamaged, {file != nullptr ? std::u16string_view(*file) : u"",
                                      u"第 " + ToText(page) + u" 页：" + std::u16string(what) + u"。"});
 }
@@ -59,24 +59,24 @@ public:
     PageNumber Page() const { return page_; }
     std::span<const std::uint8_t> Span() const { return {data_, size_}; }
 
-    std::uint8_t U8(std::size_t at) const { return Read<std::uint8_t>(at); }
-    std::uint16_t U16(std::size_t at) const { return Read<std::uint16_t>(at); }
-    std::uint32_t U32(std::size_t at) const { return Read<std::uint32_t>(at); }
+    // These are inlined wholly, what fails too: a view whose address is handed on must stand in memory.
+    [[gnu::always_inline]] std::uint8_t U8(std::size_t at) const { return Read<std::uint8_t>(at); }
+    [[gnu::always_inline]] std::uint16_t U16(std::size_t at) const { return Read<std::uint16_t>(at); }
+    [[gnu::always_inline]] std::uint32_t U32(std::size_t at) const { return Read<std::uint32_t>(at); }
 
     template <class T>
-    T Read(std::size_t at) const {
+    [[gnu::always_inline]] T Read(std::size_t at) const {
         if (at > size_ || sizeof(T) > size_ - at) Damaged(u"数据不完整");
         return Get<T>(data_ + at);
     }
 
-    ByteView Part(std::size_t at, std::size_t size) const {
+    [[gnu::always_inline]] ByteView Part(std::size_t at, std::size_t size) const {
         if (at > size_ || size > size_ - at) Damaged(u"数据不完整");
         return {data_ + at, size, file_, page_};
     }
     ByteView From(std::size_t at) const { return Part(at, at <= size_ ? size_ - at : 0); }
 
-    // Inlined, so that no view need stand in memory for the sake of what never happens.
-    [[noreturn, gnu::always_inline]] void Damaged(std::u16string_view what) const { RaiseDamaged(file_, page_, what); }
+    [[noreturn, gnu::always_inline]] void Damaged(const char16_t* what) const { RaiseDamaged(file_, page_, what); }
 
 private:
     ByteView(const std::uint8_t* data, std::size_t size, const std::u16string* file, PageNumber page)

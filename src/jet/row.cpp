@@ -138,6 +138,21 @@ void EncodeText(std::u16string_view text, bool may_compress, Bytes& stored) {
     if (!text.empty()) std::memcpy(stored.data(), text.data(), stored.size());
 }
 
+NumberColumns::NumberColumns(const TableDefinition& table, const FileFormat& format,
+                             std::span<const std::size_t> positions) {
+    constexpr std::uint8_t kZero[sizeof(double)] = {};
+    Value zero;
+    for (const std::size_t position : positions) {
+        const StoredColumn& column = table.columns[position];
+        if (!column.IsFixed() || !DecodeNumber(column.type, kZero, zero)) are_numbers_ = false;
+        const std::size_t offset = format.row_number_size + column.fixed_offset;
+        places_.push_back({static_cast<std::uint32_t>(offset), static_cast<std::uint16_t>(column.number / 8),
+                           static_cast<std::uint8_t>(1U << column.number % 8U), column.type});
+        least_columns_ = std::max<std::size_t>(least_columns_, column.number + 1U);
+        end_ = std::max(end_, offset + column.fixed_size);
+    }
+}
+
 void DecodeValue(const StoredColumn& column, const ByteView& stored, const FileFormat& format, int code_page,
                  Value& value) {
     const std::size_t expected = FixedSize(column.type);

@@ -259,18 +259,4 @@ void RowCursor::Read(std::size_t position, Value& value) {
     DecodeMemo(long_value_, pager_, column, value.ReuseText());
 }
 
-void RowCursor::ReadColumns(std::span<const std::size_t> columns, std::span<const std::size_t> positions,
-                            Value* values) {
-    if (!IsAtHand()) {
-        for (std::size_t i = 0; i < columns.size(); ++i) Read(positions[columns[i]], values[i]);
-        return;
-    }
-    const std::vector<StoredColumn>& stored = table_->Definition().columns;
-    const RowView row(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot));
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        const std::size_t position = positions[columns[i]];
-        if (!row.ReadNumber(stored[position], values[i])) Read(position, values[i]);
-    }
-}
-
 }  // namespace qmtrain::jet

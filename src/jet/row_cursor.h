@@ -39,8 +39,11 @@ public:
     // Raises RecordDeleted when the row is gone.
     void Read(std::size_t column, Value& value);
 
-    // The same for several columns at once: values[i] becomes that of the column positions[columns[i]].
-    void ReadColumns(std::span<const std::size_t> columns, std::span<const std::size_t> positions, Value* values);
+    // Numbers of a row that a scan has come to; false when they have to be read one by one.
+    bool ReadNumbers(const NumberColumns& columns, Value* values) {
+        return columns.AreNumbers() && IsAtHand() &&
+               columns.Read(RowView(table_->Definition(), pager_.GetFormat(), data_->Row(row_.slot)), values);
+    }
 
     // A text of the row whose stored bytes are its characters, as sql::Cursor has it.
     std::optional<std::string_view> NarrowText(std::size_t column);

@@ -94,7 +94,7 @@ public:
     virtual RowId Row() const = 0;
     virtual void Read(std::size_t column, Value& value) = 0;
 
-    // Several columns at once: values[i] becomes that of columns[i].
+    // Several columns at once: values[i] becomes that of columns[i]. Requires: the columns are always the same.
     virtual void ReadColumns(std::span<const std::size_t> columns, Value* values) {
         for (std::size_t i = 0; i < columns.size(); ++i) Read(columns[i], values[i]);
     }
