@@ -38,7 +38,7 @@ sql::Cursor& TableSource::GetCursor() {
         cursor_ = table_->OpenCursor();
         values_.resize(SlotCount());
         stamps_.resize(SlotCount(), 0);
-        only_numbers_ = SlotCount() != 0;
+        only_numbers_ = true;
         for (std::size_t slot = 0; slot < SlotCount(); ++slot) {
             has_long_ = has_long_ || IsLong(slot);
             only_numbers_ = only_numbers_ && FamilyOf(infos_[ColumnOfSlot(slot)].type) == Family::Number;
@@ -117,6 +117,11 @@ std::optional<std::string_view> TableSource::NarrowText(std::size_t slot) {
 }
 
 const Value& TableSource::Load(std::size_t slot) {
+    if (reads_ahead_ && current_ == 0) {
+        cursor_->ReadColumns(SlotColumns(), values_.data());
+        Show(values_.data());
+        return values_[slot];
+    }
     if (current_ != 0 && !IsLong(slot)) return kept_.At(current_ - 1)[slot];
     return stamps_[slot] == stamp_ ? values_[slot] : Read(slot);
 }

@@ -111,13 +111,9 @@ public:
         ShowPartly();
     }
 
-    // For rows that are used whole: reads all slots now, which is cheaper than one by one. Only numbers and dates are
-    // read ahead: where there is a text, perhaps long, nothing is.
-    void ReadAhead() {
-        if (!only_numbers_) return;
-        cursor_->ReadColumns(SlotColumns(), values_.data());
-        Show(values_.data());
-    }
+    // Whether the rows to come are used whole: with the first slot that is asked for all are read then, which is cheaper
+    // than one by one. Only numbers and dates are read ahead: where there is a text, perhaps long, nothing is.
+    void SetReadsAhead(bool reads_ahead) { reads_ahead_ = reads_ahead && only_numbers_; }
 
     // Keep() copies the values, except long ones, instead of only noting the row: for rows that are gone back to again
     // and again.
@@ -148,7 +144,8 @@ private:
 
     bool keep_values_ = false;
     bool has_long_ = false;
-    bool only_numbers_ = false;  // in the slots, of which there are some
+    bool only_numbers_ = false;  // in the slots
+    bool reads_ahead_ = false;
     RowBuffer kept_;
     std::vector<RowId> kept_ids_;
     RowHandle current_ = 0;  // the kept row shown, 0 when the cursor's row is

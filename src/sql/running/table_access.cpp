@@ -55,7 +55,6 @@ void TableAccess::Open() {
         start_ = start;
         if (start == Start::Whole) break;
     }
-    ahead_ = false;
     if (start_ == Start::Ranges && range_count_ > 1) Arrange();
     if (start_ == Start::Ranges) {
         OpenRange();
@@ -63,8 +62,8 @@ void TableAccess::Open() {
         cursor_->Range(path_.parts[0].index, {}, path_.parts[0].backwards);
     } else if (start_ == Start::Whole) {
         cursor_->Scan();
-        ahead_ = reads_ahead_;
     }
+    source_.SetReadsAhead(reads_ahead_ && start_ == Start::Whole && !path_.ordered);
 }
 
 void TableAccess::OpenRange() {
@@ -84,7 +83,6 @@ bool TableAccess::Next() {
         if (repeats_) seen_.FindOrAdd(cursor_->Row().value, added);
         if (!added) continue;
         source_.OnRow();
-        if (ahead_) source_.ReadAhead();
         return true;
     }
 }

@@ -56,7 +56,6 @@ private:
     Start start_ = Start::Nothing;
     bool exact_ = false;
     bool reads_ahead_ = false;
-    bool ahead_ = false;  // in the present scan
 
     std::vector<IndexRange> ranges_;  // kept between openings, so that a search costs no allocations
     std::size_t range_count_ = 0;
