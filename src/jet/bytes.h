@@ -32,6 +32,25 @@ void Put(std::uint8_t* to, T value) {
     std::memcpy(to, &value, sizeof value);
 }
 
+// Copies bytes that are mostly few; for those a call of memcpy takes longer than the copying.
+[[gnu::always_inline]] inline void CopyShort(std::uint8_t* to, const std::uint8_t* from, std::size_t size) {
+    // Two pieces that overlap, where they have to.
+    const auto copy = [&]<class T>(T) {
+        const T first = Get<T>(from);
+        const T last = Get<T>(from + size - sizeof(T));
+        Put(to, first);
+        Put(to + size - sizeof(T), last);
+    };
+    if (size > 16)
+        std::memcpy(to, from, size);
+    else if (size >= 8)
+        copy(std::uint64_t{});
+    else if (size >= 4)
+        copy(std::uint32_t{});
+    else
+        for (std::size_t i = 0; i < size; ++i) to[i] = from[i];
+}
+
 inline std::uint32_t GetBig32(const std::uint8_t* from) {
     return __builtin_bswap32(Get<std::uint32_t>(from));
 }

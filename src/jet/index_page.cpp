@@ -92,15 +92,17 @@ void EntryList::Append(const IndexPage& page) {
     if (count == 0) return;
     const auto prefix = page.Stored(0).first(page.Prefix());
     std::size_t end = bytes_.size();
+    const std::size_t size = ends_.size();
     bytes_.resize(end + page.UsedBytes() + (count - 1) * prefix.size());
+    ends_.resize(size + count);
     const auto put = [&](Entry part) {
-        std::memcpy(bytes_.data() + end, part.data(), part.size());
+        CopyShort(bytes_.data() + end, part.data(), part.size());
         end += part.size();
     };
     for (std::size_t i = 0; i < count; ++i) {
-        if (i > 0 && !prefix.empty()) put(prefix);
+        if (i > 0) put(prefix);
         put(page.Stored(i));
-        ends_.push_back(static_cast<std::uint32_t>(end));
+        ends_[size + i] = static_cast<std::uint32_t>(end);
     }
 }
 
@@ -109,8 +111,10 @@ void EntryList::Append(const EntryList& other, std::size_t from, std::size_t to)
     const std::size_t before = bytes_.size();
     const auto bytes = std::span(other.bytes_).subspan(first, other.Begin(to) - first);
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    const std::size_t size = ends_.size();
+    ends_.resize(size + to - from);
     for (std::size_t i = from; i < to; ++i)
-        ends_.push_back(static_cast<std::uint32_t>(before + other.ends_[i] - first));
+        ends_[size + i - from] = static_cast<std::uint32_t>(before + other.ends_[i] - first);
 }
 
 std::size_t EntryList::LowerBound(Entry entry, std::size_t from) const {
@@ -196,7 +200,7 @@ void IndexContent::Store(MutablePage& page, PageNumber table) const {
     std::size_t at = 0;
     for (std::size_t i = 0; i < entries.Size(); ++i) {
         const auto own = entries[i].subspan(i > 0 ? prefix : 0);
-        std::memcpy(data + format.index_entries + at, own.data(), own.size());
+        CopyShort(data + format.index_entries + at, own.data(), own.size());
         at += own.size();
         mask[at / 8] |= static_cast<std::uint8_t>(1 << (at % 8));
     }
