@@ -208,8 +208,32 @@ private:
     std::size_t leading_modifier_ = 0;
 };
 
+// The key of a text whose units have a base weight and nothing else, as those of most texts do; false for another one.
+template <class Unit>
+bool AppendPlainKey(std::basic_string_view<Unit> text, std::vector<std::uint8_t>& key) {
+    const WeightTable& weights = Weights();
+    const std::size_t before = key.size();
+    key.resize(before + sizeof(Weight::bytes) * text.size() + 2);
+    std::uint8_t* end = key.data() + before;
+    for (const Unit unit : text) {
+        const Weight& weight = weights[UnitOf(unit)];
+        if (weight.kind == Class::None) continue;
+        if (weight.kind != Class::Plain || weight.extra != 0) {
+            key.resize(before);
+            return false;
+        }
+        std::memcpy(end, weight.bytes.data(), sizeof(Weight::bytes));  // what is too much is overwritten
+        end += weight.length;
+    }
+    *end++ = 1;
+    *end++ = 0;
+    key.resize(static_cast<std::size_t>(end - key.data()));
+    return true;
+}
+
 template <class Unit>
 void AppendWholeKey(std::basic_string_view<Unit> text, std::vector<std::uint8_t>& key) {
+    if (AppendPlainKey(text, key)) return;
     const WeightTable& weights = Weights();
     KeyBuilder builder(key);
     for (const Unit unit : text) builder.Add(weights[UnitOf(unit)]);

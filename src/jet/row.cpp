@@ -249,7 +249,7 @@ void EncodeRow(const TableDefinition& table, const FileFormat& format, const std
     PutNumber(row.data(), table.max_columns, format);
     const std::size_t mask_at = length - MaskBytes(table.max_columns);
     std::array<std::size_t, kMaxColumns> variable;
-    variable.fill(kNoPosition);
+    std::fill_n(variable.begin(), table.variable_columns, kNoPosition);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const StoredColumn& column = table.columns[i];
         if (!column.IsFixed()) variable[column.variable_index] = i;

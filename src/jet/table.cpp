@@ -120,10 +120,10 @@ RowPointer Table::Insert(std::span<const Value> values) {
         CheckValue(column, row_[i]);
     }
     CheckReferencedRows(*this, tables_, row_, nullptr);
-    std::vector<bool> in_index(keys_.size());
+    in_index_.assign(keys_.size(), false);
     for (std::size_t i = 0; i < keys_.size(); ++i) {
         CheckTextOrder(i, row_);
-        in_index[i] = KeyOf(i, row_, keys_[i]);
+        in_index_[i] = KeyOf(i, row_, keys_[i]);
         CheckLength(keys_[i]);
         CheckRequired(i, row_);
         if (!inserts_later_) CheckUnique(i, row_, keys_[i], {});
@@ -133,7 +133,7 @@ RowPointer Table::Insert(std::span<const Value> values) {
     EncodeRow(definition_, pager_.GetFormat(), name_, fields_, encoded_);
     const RowPointer where = store_.Add(encoded_);
     for (std::size_t i = 0; i < keys_.size(); ++i) {
-        if (!in_index[i]) continue;
+        if (!in_index_[i]) continue;
         if (inserts_later_)
             AddLater(i, keys_[i], where, AllNull(i, row_));
         else

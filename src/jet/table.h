@@ -124,6 +124,7 @@ private:
     Row row_;
     std::vector<RowField> fields_;
     std::vector<Bytes> keys_;
+    std::vector<bool> in_index_;  // whether there is an entry for that key
     Bytes encoded_;
     Bytes stored_;
 };

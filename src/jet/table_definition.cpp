@@ -70,6 +70,7 @@ bool TableDefinition::HasKey() const {
 }
 
 std::size_t TableDefinition::ColumnByNumber(std::uint16_t number) const {
+    if (number < columns.size() && columns[number].number == number) return number;  // unless one has been dropped
     return FindPosition(columns, [&](const StoredColumn& column) { return column.number == number; });
 }
 

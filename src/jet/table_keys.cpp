@@ -52,10 +52,11 @@ bool Table::AllNull(std::size_t index, const Row& row) const {
 
 void Table::CheckRequired(std::size_t index, const Row& row) const {
     const RealIndex& real = definition_.real_indexes[index];
+    if (!real.IsRequired()) return;
     const bool any_null = std::any_of(real.columns.begin(), real.columns.end(), [&](const KeyColumn& part) {
         return row[definition_.ColumnByNumber(part.number)].IsNull();
     });
-    if (real.IsRequired() && any_null) Raise(ErrorNumber::IndexKeyNull, {IndexName(index)});
+    if (any_null) Raise(ErrorNumber::IndexKeyNull, {IndexName(index)});
 }
 
 void Table::CheckUnique(std::size_t index, const Row& row, const Bytes& key, RowPointer except) const {
