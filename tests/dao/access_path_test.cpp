@@ -266,6 +266,56 @@ TEST_F(AccessPathTest, DecimalsAreFoundExactly) {
     }
 }
 
+// A join reads the numbers of a scanned row at once, a record set over one table each by itself: also of rows that have
+// moved, and of those that were there before a column.
+TEST(NumbersOfAScan, AreThoseOfTheRows) {
+    constexpr const char16_t* kColumns[] = {u"ID", u"A", u"F", u"X", u"C", u"D", u"B", u"Y", u"L", u"N"};
+    std::mt19937 random(20261124);
+    for (const jet::Version version : {jet::Version::Jet3, jet::Version::Jet4}) {
+        const test::ScratchFolder folder;
+        const std::filesystem::path file = folder.Path() / "Numbers.mdb";
+        jet::Database::Create(file, {.version = version}, {.durable = false});
+        const auto database = JetDatabase::Open(FromNativePath(file));
+        database->Execute(u"CREATE TABLE One (K LONG)");
+        database->Execute(u"INSERT INTO One VALUES (1)");
+        database->Execute(
+            u"CREATE TABLE T (ID LONG, A SHORT, F SINGLE, X DOUBLE, C CURRENCY, D DATETIME, B BYTE, Y YESNO,"
+            u" S TEXT(200))");
+        for (int id = 0; id < 300; ++id) {
+            std::u16string values = ToText(id);
+            for (int i = 0; i < 6; ++i) values += random() % 4 == 0 ? u", Null" : u", " + ToText(random() % 250);
+            database->Execute(u"INSERT INTO T VALUES (" + values + u", " + ToText(random() % 2) + u", 'a')");
+        }
+        database->Execute(u"UPDATE T SET S = String(190, 'b') WHERE ID Mod 7 = 0");
+        // N is the 17th: the older rows' marks of what is Null end before its own.
+        for (const char16_t* column :
+             {u"L LONG", u"E1 LONG", u"E2 LONG", u"E3 LONG", u"E4 LONG", u"E5 LONG", u"E6 LONG", u"N DOUBLE"}) {
+            database->Execute(u"ALTER TABLE T ADD COLUMN " + std::u16string(column));
+        }
+        database->Execute(u"UPDATE T SET L = ID, N = ID / 4 WHERE ID Mod 3 = 0");
+        database->Execute(u"DELETE FROM T WHERE ID Mod 11 = 0");
+        const auto single = database->OpenRecordset(u"SELECT * FROM T");
+        for (int i = 0; i < 60; ++i) {
+            std::vector<std::u16string> columns;
+            std::u16string list;
+            for (std::size_t count = 1 + random() % 4; count > 0; --count) {
+                columns.emplace_back(kColumns[random() % std::size(kColumns)]);
+                list += (list.empty() ? u"T." : u", T.") + columns.back() + u" AS V" + ToText(columns.size());
+            }
+            const auto together = database->OpenRecordset(u"SELECT " + list + u" FROM T, One");
+            int rows = 0;
+            for (single->MoveFirst(); !single->Eof(); single->MoveNext(), together->MoveNext(), ++rows) {
+                for (std::size_t c = 0; c < columns.size(); ++c) {
+                    ASSERT_EQ(together->Fields(static_cast<int>(c)).Value(), single->Fields(columns[c]).Value())
+                        << ToUtf8(list) << ", row " << rows;
+                }
+            }
+            EXPECT_EQ(rows, 272);
+            EXPECT_TRUE(together->Eof());
+        }
+    }
+}
+
 // In Jet 3 the thorn is a letter of its own to the index, and "th" to those who compare texts.
 TEST(AccessPathInJet3, TextsThatCompareEqualAreFound) {
     const test::ScratchFolder folder;

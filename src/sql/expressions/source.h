@@ -111,8 +111,8 @@ public:
         ShowPartly();
     }
 
-    // Whether the rows to come are used whole: with the first slot that is asked for all are read then, which is cheaper
-    // than one by one. Only numbers and dates are read ahead: where there is a text, perhaps long, nothing is.
+    // Whether all slots of a row are read as soon as one is asked for: cheaper than one by one where all will be. Where
+    // one is neither a number nor a date nothing is read ahead, for a text may be long.
     void SetReadsAhead(bool reads_ahead) { reads_ahead_ = reads_ahead && only_numbers_; }
 
     // Keep() copies the values, except long ones, instead of only noting the row: for rows that are gone back to again

@@ -1,6 +1,7 @@
 #include "sql/running/table_access.h"
 
 #include <algorithm>
+#include <cassert>
 #include <string>
 #include <utility>
 
@@ -158,7 +159,9 @@ bool TableAccess::TakeList(const IndexAccess& access) {
 TableAccess::Start TableAccess::SetFixed(const IndexAccess& access, KeyBound& bound, const Value* listed) {
     for (std::size_t i = 0; i < access.equal.size(); ++i) {
         const Column& column = ColumnOf(access, i);
-        const Value& value = access.equal[i] != nullptr ? access.equal[i]->Evaluate() : *listed;
+        Expression* equal = access.equal[i];
+        assert(equal != nullptr || listed != nullptr);
+        const Value& value = equal != nullptr ? equal->Evaluate() : *listed;
         const Family family = FamilyOf(value.GetType());
         if (family == Family::Any) return Start::Nothing;
         // A type that does not compare is an error, but only for a row that is there: let the condition find it.
@@ -268,6 +271,7 @@ void TableAccess::Arrange() {
     const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
     order.erase(std::unique(order.begin(), order.end(), same), order.end());
     std::vector<IndexRange> sorted;
+    sorted.reserve(order.size());
     for (const auto& [key, place] : order) sorted.push_back(std::move(ranges_[place]));
     ranges_ = std::move(sorted);
     range_count_ = ranges_.size();
@@ -291,21 +295,21 @@ void TableAccess::Explain(Explanation& out) const {
     if (path_.parts.size() > 1) out.Add(u"union of searches in " + table.Name(), *this);
     for (const IndexAccess& part : path_.parts) {
         const Index& index = table.IndexAt(part.index);
-        std::u16string text;
-        const auto name = [&](std::size_t place) {
-            const std::size_t column = index.columns[place].column;
-            return (text.empty() ? u"" : u", ") + table.ColumnAt(column).name;
+        std::u16string limits;
+        const auto add = [&](std::size_t place, std::u16string_view limit) {
+            if (!limits.empty()) limits += u", ";
+            limits.append(table.ColumnAt(index.columns[place].column).name).append(limit);
         };
-        for (std::size_t i = 0; i < part.equal.size(); ++i) {
-            text += name(i) + (part.equal[i] != nullptr ? u" = value" : u" in list");
-        }
+        for (std::size_t i = 0; i < part.equal.size(); ++i)
+            add(i, part.equal[i] != nullptr ? u" = value" : u" in list");
         const std::size_t next = part.equal.size();
-        if (part.pattern != nullptr) text += name(next) + u" with prefix";
-        if (part.low.value != nullptr) text += name(next) + (part.low.inclusive ? u" >= value" : u" > value");
-        if (part.high.value != nullptr) text += name(next) + (part.high.inclusive ? u" <= value" : u" < value");
-        const bool all = text.empty();
-        text = (all ? u"walk of " : u"search of ") + table.Name() + u" by index " + index.name +
-               (all ? u"" : u" (" + text + u")");
+        if (part.pattern != nullptr) add(next, u" with prefix");
+        if (part.low.value != nullptr) add(next, part.low.inclusive ? u" >= value" : u" > value");
+        if (part.high.value != nullptr) add(next, part.high.inclusive ? u" <= value" : u" < value");
+        const bool all = limits.empty();
+        std::u16string text = all ? u"walk of " : u"search of ";
+        text.append(table.Name()).append(u" by index ").append(index.name);
+        if (!all) text.append(u" (").append(limits).append(u")");
         if (path_.ordered) text += u", in its order";
         if (part.backwards) text += u", backwards";
         if (path_.exact && !all) text += u", no further test";
