@@ -1,5 +1,7 @@
 #include "dao/column_types.h"
 
+#include "jet/table_definition.h"
+
 namespace qmtrain::dao {
 
 FieldType FieldTypeOf(ColumnType type) {
@@ -32,19 +34,9 @@ std::optional<ColumnType> ColumnTypeOf(FieldType type) {
 }
 
 int FieldSizeOf(ColumnType type, int size) {
-    switch (type) {
-        case ColumnType::Boolean:
-        case ColumnType::Byte: return 1;
-        case ColumnType::Integer: return 2;
-        case ColumnType::Long:
-        case ColumnType::Single: return 4;
-        case ColumnType::Currency:
-        case ColumnType::Double:
-        case ColumnType::Date: return 8;
-        case ColumnType::Guid:
-        case ColumnType::Decimal: return 16;
-        default: return size;
-    }
+    if (type == ColumnType::Decimal) return 16;  // without the sign, which is stored as well
+    const std::size_t fixed = jet::FixedSize(type);
+    return fixed != 0 ? static_cast<int>(fixed) : size;
 }
 
 }  // namespace qmtrain::dao

@@ -1,7 +1,6 @@
 #include "sql/running/join.h"
 
 namespace qmtrain::sql {
-namespace {}  // namespace
 
 // ---- LookupJoin ----
 
