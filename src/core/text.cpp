@@ -84,6 +84,14 @@ std::u16string TextOf(Integer number) {
     return {digits.data(), result.ptr};
 }
 
+// Not inlined: where `wanted` is a short constant the compiler would warn of what is not done for one.
+[[gnu::noinline]] std::size_t FindLong(std::u16string_view text, std::u16string_view wanted, std::size_t from,
+                                       bool folds) {
+    return Finder(folds ? ToUpper(wanted) : std::u16string(wanted)).In(text, from, [&](char16_t unit) {
+        return folds ? ToUpper(unit) : unit;
+    });
+}
+
 }  // namespace
 
 void AppendUtf8(std::u16string_view text, std::string& out) {
@@ -149,11 +157,7 @@ std::u16string ToLower(std::u16string_view text) {
 std::size_t Find(std::u16string_view text, std::u16string_view wanted, std::size_t from, Case letter_case) {
     constexpr std::size_t kShort = 16;  // what is longer might be compared over and over again
     const bool folds = letter_case == Case::Ignored;
-    if (wanted.size() > kShort) {
-        return Finder(folds ? ToUpper(wanted) : std::u16string(wanted)).In(text, from, [&](char16_t unit) {
-            return folds ? ToUpper(unit) : unit;
-        });
-    }
+    if (wanted.size() > kShort) return FindLong(text, wanted, from, folds);
     if (!folds) return text.find(wanted, from);
     if (from > text.size()) return std::u16string_view::npos;
     const auto found = std::search(text.begin() + from, text.end(), wanted.begin(), wanted.end(),
